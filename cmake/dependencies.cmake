@@ -1,0 +1,25 @@
+# The libraries we stand on, each as an imported target.
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+pkg_check_modules(CLUTTER REQUIRED IMPORTED_TARGET clutter-1.0)
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+
+# Node's headers must be those of the node that will run, so look beside the
+# program first: an official archive or a vendor package brings them along;
+# the distribution puts them into /usr/include/node (libnode-dev).
+find_program(NODE_PROGRAM NAMES node nodejs REQUIRED)
+file(REAL_PATH ${NODE_PROGRAM} node_program_file)
+cmake_path(GET node_program_file PARENT_PATH node_bin)
+cmake_path(GET node_bin PARENT_PATH node_prefix)
+find_path(NODE_INCLUDE NAMES node.h HINTS ${node_prefix}/include/node PATHS /usr/include/node /usr/include/nodejs/src
+          NO_DEFAULT_PATH)
+if(NOT NODE_INCLUDE)
+  message(FATAL_ERROR "No Node.js headers beside ${node_program_file}. "
+                      "Install libnode-dev, or a Node.js package that brings include/node.")
+endif()
+add_library(node-headers INTERFACE)
+target_include_directories(node-headers SYSTEM INTERFACE ${NODE_INCLUDE})

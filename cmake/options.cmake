@@ -1,0 +1,33 @@
+# Everything that can be chosen at configure time.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+option(QUILL_TESTS "Build the tests and benchmarks" ON)
+set(QUILL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
+
+# A television's own libraries and headers in place of ours. Each names a library
+# file to link the bridge with, and the folder of the headers that go with it.
+set(QUILL_HOST_LIBRARY "" CACHE FILEPATH "The engine's bridge library, instead of libquill.so.1")
+set(QUILL_HOST_INCLUDE "" CACHE PATH "The folder that holds the engine's quill/ headers")
+set(MRB_LIBRARY "" CACHE FILEPATH "The television's media framework, instead of libmrb.so.1")
+set(MRB_INCLUDE "" CACHE PATH "The folder that holds the framework's mrb/ headers")
+set(SYSTEM_LOG_LIBRARY "" CACHE FILEPATH "The television's system log, instead of libsystemlog.so.1")
+set(SYSTEM_LOG_INCLUDE "" CACHE PATH "The folder that holds the log's system_log.h")
+
+# One layout for the build tree and the installed tree, so that the `quill`
+# command finds its parts in the same way in both.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN")

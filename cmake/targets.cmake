@@ -1,0 +1,22 @@
+# Helpers that every folder's CMakeLists.txt uses.
+
+set(QUILL_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-align -Wnon-virtual-dtor
+                   -Woverloaded-virtual -Werror)
+
+# quill_target(NAME): warnings as errors, and the chosen sanitizers.
+function(quill_target name)
+  target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${QUILL_WARNINGS}>)
+  target_link_options(${name} PRIVATE -Wl,--enable-new-dtags)
+  if(QUILL_SANITIZE)
+    target_compile_options(${name} PRIVATE -fsanitize=${QUILL_SANITIZE} -fno-omit-frame-pointer
+                                           -fno-sanitize-recover=all)
+    target_link_options(${name} PRIVATE -fsanitize=${QUILL_SANITIZE})
+  endif()
+endfunction()
+
+# quill_seam(NAME VERSION): a shared library with a stable SONAME, lib<NAME>.so.1,
+# with no undefined symbols of its own making.
+function(quill_seam name)
+  set_target_properties(${name} PROPERTIES VERSION 1.0.0 SOVERSION 1)
+  quill_target(${name})
+endfunction()

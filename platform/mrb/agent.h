@@ -1,0 +1,211 @@
+#pragma once
+/*
+ * The media framework's content agent: content lists on USB storage, DLNA
+ * servers, PTP cameras and playlists.
+ *
+ * A list is opened with a general parameter object and named from then on by
+ * its agent handle. Opening is asynchronous: mrb_request_list_v2 returns as soon
+ * as the list exists, and what becomes of it is reported through the callback.
+ *
+ * Threads. All functions may be called from any thread, but calls that name one
+ * handle must not overlap each other. Callbacks run on a thread of the
+ * framework's, never inside a call of the caller's; the callbacks of one list
+ * never overlap and keep their order. Once mrb_disconnect_v2 has returned, no
+ * callback of that list is running or will run, except that a call made from
+ * inside that list's own callback returns while it still runs.
+ *
+ * Ownership. Texts that come in are copied. Texts that go out through a
+ * `char **` are allocated with the C library's malloc and become the caller's,
+ * to be released with free. A function may leave the pointer untouched, and it
+ * may set it even when it fails: callers preset null and test the pointer.
+ * Texts are UTF-8 and end with a zero.
+ *
+ * Errors. Every function returns a code of result.h. An out-argument is written
+ * on success; on failure its value is whatever the caller preset, or a text as
+ * said above.
+ */
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#include "mrb/result.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- handles ------------------------------------------------------------ */
+
+/* An open list. Positive while open; 0 names no list. 32 bits on every machine. */
+typedef int32_t mrb_agent_handler_h;
+
+/* The wishes for a list to open; made by mrb_create_general_param. */
+typedef struct mrb_general_param_s *mrb_general_param_h;
+
+/* A page layout; made by mrb_create_page_param. */
+typedef struct mrb_page_param_s *mrb_page_param_h;
+
+/* ---- list events -------------------------------------------------------- */
+
+/*
+ * What happened to a list or a share. The type is int, so that any value may
+ * arrive from a framework newer than its client. The comment gives the number
+ * under which a script sees the event ("param_event"); values without one reach
+ * scripts as -1.
+ */
+typedef int mrb_event_e;
+enum {
+    MRB_EVENT_LIST_READY = 0,      /* 0: complete; every item is there */
+    MRB_EVENT_LIST_FAILED = 1,     /* 1: ended early; the server data names the error */
+    MRB_EVENT_SHARE_PROGRESS = 2,  /* 8: a share moved on */
+    MRB_EVENT_LIST_GROWN = 3,      /* 25: more items can be read, more are to come */
+    MRB_EVENT_LIST_CANCELLED = 14, /* 13: ended by mrb_cancel_request_list_v2 */
+    MRB_EVENT_SHARE_STARTED = 18,  /* 17: the first event of a share */
+    MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived */
+    MRB_EVENT_SHARE_FAILED = 20,   /* 19: ended by an error */
+    MRB_EVENT_SHARE_STOPPED = 21,  /* 26: ended by mrb_stop_batch_process_v2 */
+    MRB_EVENT_SHARE_NO_SPACE = 22, /* 27: the destination is too small; nothing was written */
+    MRB_EVENT_DEVICE_REMOVED = 23, /* 28: the device that a list or share used went away */
+    MRB_EVENT_LIST_CHANGED = 28    /* 29: the source changed; opening the list again is due */
+};
+
+/*
+ * Reports a list event. `user_data` is what mrb_request_list_v2 was given,
+ * `reserved` has no meaning, `server_data` is a JSON object as text (or null)
+ * that lives until the callback returns. The result is ignored.
+ */
+typedef bool (*mrb_request_list_cb)(void *user_data, mrb_agent_handler_h agent, mrb_event_e event,
+                                    int reserved, const char *server_data);
+
+/* ---- items -------------------------------------------------------------- */
+
+/* The kind of an item; also the value of its "MEDIA_TYPE" field. */
+enum {
+    MRB_ITEM_TYPE_FOLDER = 1,
+    MRB_ITEM_TYPE_IMAGE = 2,
+    MRB_ITEM_TYPE_VIDEO = 3,
+    MRB_ITEM_TYPE_MUSIC = 5,
+    MRB_ITEM_TYPE_RECORD = 6,    /* a broadcast recorded by the television */
+    MRB_ITEM_TYPE_M3U = 7,       /* a playlist file */
+    MRB_ITEM_TYPE_GROUP = 9,     /* a heading that stands for a group of items */
+    MRB_ITEM_TYPE_UHD = 10,      /* an ultra-high-definition package */
+    MRB_ITEM_TYPE_SCSA = 11,     /* a secure-content package */
+    MRB_ITEM_TYPE_UPFOLDER = 13, /* the way back to the enclosing folder */
+    MRB_ITEM_TYPE_EMPTY = 14     /* a blank that fills up a page */
+};
+
+/* ---- opening a list ----------------------------------------------------- */
+
+/* Makes an empty parameter object in *param; released with mrb_destroy_general_param. */
+int mrb_create_general_param(mrb_general_param_h *param);
+int mrb_destroy_general_param(mrb_general_param_h param);
+
+/* Which media to list, and the order to list it in. Empty: all; the source's own order. */
+int mrb_param_set_general_content_type(mrb_general_param_h param, const char *content_type);
+int mrb_param_set_general_sort_category(mrb_general_param_h param, const char *sort_category);
+
+/* Filters: file name extensions, a word to search for, play data to prepare. */
+int mrb_param_set_general_extension(mrb_general_param_h param, const char *extension);
+int mrb_param_set_general_key_word(mrb_general_param_h param, const char *key_word);
+int mrb_param_set_general_prepare_data(mrb_general_param_h param, const char *prepare_data);
+
+/* "SOURCE_MSC", "SOURCE_DLNA", "SOURCE_PTP" or "SOURCE_PLAYLIST". */
+int mrb_param_set_general_source(mrb_general_param_h param, const char *source);
+
+/* Where: a folder path (MSC) or server id (DLNA), and a folder id (DLNA, PTP). */
+int mrb_param_set_general_path(mrb_general_param_h param, const char *path);
+int mrb_param_set_general_folder_id(mrb_general_param_h param, const char *folder_id);
+
+/* Which camera (PTP): model name, USB bus and device address. */
+int mrb_param_set_general_mode_name(mrb_general_param_h param, const char *model_name);
+int mrb_param_set_general_bus_value(mrb_general_param_h param, int bus);
+int mrb_param_set_general_device_value(mrb_general_param_h param, int device);
+
+/* Metadata of ultra-high-definition packages (MSC), and the account to fetch it with. */
+int mrb_param_set_general_is_uhd_meta(mrb_general_param_h param, bool is_uhd_meta);
+int mrb_param_set_general_update_uhd_meta(mrb_general_param_h param, bool update);
+int mrb_param_set_general_lang_id(mrb_general_param_h param, const char *language_id);
+int mrb_param_set_general_duid(mrb_general_param_h param, const char *device_unique_id);
+int mrb_param_set_general_access_token(mrb_general_param_h param, const char *access_token);
+int mrb_param_set_general_country(mrb_general_param_h param, const char *country);
+
+/*
+ * Opens a list. *agent is 0 for a new list, or an open list's handle to open
+ * that list anew under the same handle; on success it holds the list's handle.
+ * The parameter object is read before the call returns. `callback` must not be
+ * null; it is first called after the handle was written.
+ */
+int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
+                        mrb_agent_handler_h *agent);
+
+/* Stops filling the list. What is there stays readable; MRB_EVENT_LIST_CANCELLED follows. */
+int mrb_cancel_request_list_v2(mrb_agent_handler_h agent);
+
+/* Closes the list; the handle names nothing afterwards. */
+int mrb_disconnect_v2(mrb_agent_handler_h agent);
+
+/* ---- pages, navigation, positions --------------------------------------- */
+
+int mrb_create_page_param(mrb_page_param_h *param);
+int mrb_destroy_page_param(mrb_page_param_h param);
+int mrb_param_set_page_style_mask(mrb_page_param_h param, int page_style);
+int mrb_param_set_page_style_order(mrb_page_param_h param, int order);
+int mrb_param_set_page_style_group_index(mrb_page_param_h param, int group_index);
+int mrb_param_set_page_style_row(mrb_page_param_h param, int rows);
+int mrb_param_set_page_style_column(mrb_page_param_h param, int columns);
+int mrb_param_set_page_style_padding(mrb_page_param_h param, bool need_padding);
+
+/* Lays the list out in pages; the parameter object is read before the call returns. */
+int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
+
+int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation);
+int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation);
+
+int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count);
+
+/* The number of items that can be read now; grows until MRB_EVENT_LIST_READY. */
+int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count);
+
+/* The same for one MRB_ITEM_TYPE_. A type that the list holds none of counts 0. */
+int mrb_get_item_count_by_type_v2(mrb_agent_handler_h agent, int type, int *count);
+
+/* The description of the item at `index` (from 0): a JSON object as text. */
+int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item);
+
+/* Puts the list's cursor on the item at `index`; field calls speak of that item. */
+int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index);
+
+int mrb_get_page_index_v2(mrb_agent_handler_h agent, const char *media_id, int *page_index);
+
+/* What a player needs to play the item under the cursor: a JSON object as text. */
+int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data);
+int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating);
+
+/* The id of the storage mounted at `mount_path`. */
+int mrb_get_storage_id_v2(const char *mount_path, char **storage_id);
+
+/* ---- fields of the item under the cursor -------------------------------- */
+
+/* `field` is a field name such as "TITLE"; each name belongs to one value type. */
+int mrb_get_item_value_lint_v2(mrb_agent_handler_h agent, const char *field, long long *value);
+int mrb_get_item_value_double_v2(mrb_agent_handler_h agent, const char *field, double *value);
+int mrb_get_item_value_time_v2(mrb_agent_handler_h agent, const char *field, int *value);
+int mrb_get_item_value_char_v2(mrb_agent_handler_h agent, const char *field, char **value);
+int mrb_get_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int *value);
+int mrb_get_item_value_bool_v2(mrb_agent_handler_h agent, const char *field, bool *value);
+int mrb_set_item_value_char_v2(mrb_agent_handler_h agent, const char *field, const char *value);
+int mrb_set_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int value);
+
+/* ---- selection ---------------------------------------------------------- */
+
+int mrb_select_all_v2(mrb_agent_handler_h agent);
+int mrb_deselect_all_v2(mrb_agent_handler_h agent);
+int mrb_select_group_v2(mrb_agent_handler_h agent, int group_index);
+int mrb_deselect_group_v2(mrb_agent_handler_h agent, int group_index);
+int mrb_get_selected_state_v2(mrb_agent_handler_h agent, int index, bool *selected);
+int mrb_get_selection_count_v2(mrb_agent_handler_h agent, int *count);
+int mrb_toggle_select_v2(mrb_agent_handler_h agent, int index);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif

@@ -1,0 +1,100 @@
+#pragma once
+/*
+ * The media framework's storage manager: attached USB storage, PTP cameras and
+ * DLNA servers, their arrival and removal, and the DLNA service's life.
+ *
+ * Threads. Functions may be called from any thread. Callbacks run on threads of
+ * the framework's. Once an unset or finalize call has returned, no callback that
+ * it removed is running or will run; made from inside that very callback, it
+ * returns while the callback still runs.
+ *
+ * Ownership. A list and its records are the framework's until
+ * mrb_storage_list_destory; texts that getters return live as long as their
+ * record. A record passed to a callback lives until the callback returns.
+ * Getters never return a null text: a device that lacks a field has an empty
+ * one, and 0 for a number.
+ */
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#include "mrb/result.h"
+
+#ifdef __cplusplus
+extern "C" {
+/* A record is handed to callbacks by reference; C sees the same bits as a pointer. */
+#define MRB_REFERENCE &
+#else
+#define MRB_REFERENCE *
+#endif
+
+/* One device. Opaque: read through the getters. */
+typedef struct _mrb_storage_s
+    _mrb_storage_s; /* NOLINT(bugprone-reserved-identifier): the framework's own name */
+
+/* A list of devices. Opaque. */
+typedef struct mrb_storage_list_s *mrb_storage_list_h;
+
+/* Which devices mrb_get_usb_list lists. */
+enum { MRB_STORAGE_KIND_USB = 1, MRB_STORAGE_KIND_PTP = 2 };
+
+/* What happened to a device. The type is int: any value may arrive. */
+typedef int mrb_storage_event_e;
+enum { MRB_STORAGE_EVENT_ADDED = 0, MRB_STORAGE_EVENT_REMOVED = 1, MRB_STORAGE_EVENT_CHANGED = 2 };
+
+/* State of the DLNA service connector. The type is int: any value may arrive. */
+typedef int mrb_asf_serviceconnector_state_e;
+enum { MRB_SERVICE_STATE_STOPPED = 0, MRB_SERVICE_STATE_STARTED = 1, MRB_SERVICE_STATE_FAILED = 2 };
+
+typedef void (*mrb_storage_notification_cb)(void *user_data, mrb_storage_event_e event,
+                                            _mrb_storage_s *MRB_REFERENCE storage);
+
+/* Note the order: here the user data comes last. */
+typedef void (*mrb_dlna_state_cb)(mrb_asf_serviceconnector_state_e state, void *user_data);
+
+/* ---- lists -------------------------------------------------------------- */
+
+/* On success *list must be given back with mrb_storage_list_destory. */
+int mrb_get_usb_list(int kind, mrb_storage_list_h *list);
+int mrb_get_dlna_list(mrb_storage_list_h *list);
+
+int mrb_storage_get_list_count(mrb_storage_list_h list);
+
+/* The record at `index` (from 0). Note the order: index first, list second. */
+_mrb_storage_s *mrb_storage_get_storage(int index, mrb_storage_list_h list);
+
+int mrb_storage_list_destory(mrb_storage_list_h list);
+
+/* ---- a record's fields -------------------------------------------------- */
+
+const char *mrb_storage_get_id(_mrb_storage_s *storage);
+const char *mrb_storage_get_name(_mrb_storage_s *storage);
+long long mrb_storage_get_availablesize(_mrb_storage_s *storage); /* bytes */
+long long mrb_storage_get_totalsize(_mrb_storage_s *storage);     /* bytes */
+const char *mrb_storage_get_mountpath(_mrb_storage_s *storage);
+int mrb_storage_get_filesystem(_mrb_storage_s *storage);
+const char *mrb_storage_get_serialnumber(_mrb_storage_s *storage);
+const char *mrb_storage_get_vendor(_mrb_storage_s *storage);
+int mrb_storage_get_index(_mrb_storage_s *storage);
+int mrb_storage_get_address(_mrb_storage_s *storage);
+int mrb_storage_get_bus(_mrb_storage_s *storage);
+const char *mrb_storage_get_partitionlabel(_mrb_storage_s *storage);
+int mrb_storage_get_class(_mrb_storage_s *storage);
+const char *mrb_storage_get_ip(_mrb_storage_s *storage);
+bool mrb_storage_get_bOrvaneDevice(_mrb_storage_s *storage);
+
+/* ---- notifications and the DLNA service --------------------------------- */
+
+/* One callback each; setting another replaces it. */
+int mrb_set_usb_callback(mrb_storage_notification_cb callback, void *user_data);
+int mrb_unset_usb_callback(void);
+int mrb_set_dlna_callback(mrb_storage_notification_cb callback, void *user_data);
+int mrb_unset_dlna_callback(void);
+
+/* The state callback hears every change until the service has stopped. */
+int mrb_Init_dlna_service(mrb_dlna_state_cb callback, void *user_data);
+int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif

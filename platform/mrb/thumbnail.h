@@ -1,0 +1,124 @@
+#pragma once
+/*
+ * The media framework's thumbnail service and its flash thumbnail cache.
+ *
+ * Threads. Functions may be called from any thread. Result callbacks run on
+ * threads of the framework's and may overlap one another. Once
+ * thumbnail_finalize has returned, no callback is running or will run.
+ *
+ * Ownership. A request record is handed over by value; its path must live until
+ * the call returns, its user data belongs to the framework until it is passed to
+ * the callback. Each thumbnail_request_async that returned MRB_ERR_NONE leads to
+ * exactly one callback, unless it was cancelled. The result record belongs to
+ * the framework and lives until the callback returns; its image buffers and its
+ * preset buffer are allocated with malloc and become the callee's.
+ */
+
+#include "mrb/layout.h"
+#include "mrb/result.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+    MRB_THUMB_PATH_BYTES = 4352,  /* room for the origin path of a result */
+    MRB_THUMB_IMAGES = 5,         /* most images in one result */
+    MRB_THUMB_PRESET_BYTES = 4096 /* size of a preset buffer */
+};
+
+/*
+ * A decoded request. Images are width x height 32-bit pixels, rows top to
+ * bottom, in the byte order of a 32-bit bitmap (blue, green, red, alpha).
+ */
+typedef struct thumb_result_s {
+    char origin_path[MRB_THUMB_PATH_BYTES]; /* ends with a zero */
+    unsigned char *image_buffer[MRB_THUMB_IMAGES];
+    int32_t buffer_size; /* bytes of one image */
+    int32_t reserved_sizes[5];
+    int32_t image_width;                  /* pixels */
+    int32_t image_height;                 /* pixels */
+    int32_t image_depth;                  /* bits per pixel */
+    int32_t image_count;                  /* images in image_buffer */
+    int32_t reserved;                     /* keeps the time stamps on an 8-byte boundary */
+    int64_t time_stamp[MRB_THUMB_IMAGES]; /* milliseconds from the start, one per image */
+    int32_t flag_origin_image;            /* 1 when the images have the size of the original */
+    char *preset_buffer;                  /* null, or MRB_THUMB_PRESET_BYTES bytes */
+} thumb_result_s;
+
+MRB_CHECK_OFFSET_32(thumb_result_s, origin_path, 0);
+MRB_CHECK_OFFSET_32(thumb_result_s, image_buffer, 4352);
+MRB_CHECK_OFFSET_32(thumb_result_s, buffer_size, 4372);
+MRB_CHECK_OFFSET_32(thumb_result_s, image_width, 4396);
+MRB_CHECK_OFFSET_32(thumb_result_s, image_height, 4400);
+MRB_CHECK_OFFSET_32(thumb_result_s, image_depth, 4404);
+MRB_CHECK_OFFSET_32(thumb_result_s, image_count, 4408);
+MRB_CHECK_OFFSET_32(thumb_result_s, time_stamp, 4416);
+MRB_CHECK_OFFSET_32(thumb_result_s, flag_origin_image, 4456);
+MRB_CHECK_OFFSET_32(thumb_result_s, preset_buffer, 4460);
+
+/*
+ * Hands over a result. `request_result` is 0 when `thumb_result` holds images, a
+ * negative code of result.h when the file gave none, positive when the service
+ * itself failed. Returns 1 when the callee stored the images, else 0.
+ */
+typedef int (*thumbnail_result_cb)(int request_result, thumb_result_s *thumb_result, void *user_data);
+
+/* A request; a cancel repeats the record of the request that it cancels. */
+typedef struct _thumb_request {
+    const char *origin_path;
+    int32_t media_type; /* an MRB_ITEM_TYPE_ of agent.h */
+    int32_t source_type;
+    int32_t orientation;  /* EXIF orientation 1 to 8; 0: as the file says */
+    int32_t thumb_width;  /* pixels */
+    int32_t thumb_height; /* pixels */
+    int32_t used_cache;
+    uint8_t video_frame_count; /* 1 to 5; 0 counts as 1 */
+    uint8_t padding[3];
+    thumbnail_result_cb callback;
+    void *user_data;
+} _thumb_request; /* NOLINT(bugprone-reserved-identifier): the framework's own name */
+
+MRB_CHECK_SIZE_32(_thumb_request, 40);
+MRB_CHECK_OFFSET_32(_thumb_request, origin_path, 0);
+MRB_CHECK_OFFSET_32(_thumb_request, media_type, 4);
+MRB_CHECK_OFFSET_32(_thumb_request, source_type, 8);
+MRB_CHECK_OFFSET_32(_thumb_request, orientation, 12);
+MRB_CHECK_OFFSET_32(_thumb_request, thumb_width, 16);
+MRB_CHECK_OFFSET_32(_thumb_request, thumb_height, 20);
+MRB_CHECK_OFFSET_32(_thumb_request, used_cache, 24);
+MRB_CHECK_OFFSET_32(_thumb_request, video_frame_count, 28);
+MRB_CHECK_OFFSET_32(_thumb_request, callback, 32);
+MRB_CHECK_OFFSET_32(_thumb_request, user_data, 36);
+
+int thumbnail_init(void);
+int thumbnail_finalize(void);
+int thumbnail_request_async(_thumb_request request);
+int thumbnail_request_cancel(_thumb_request request);
+int thumbnail_request_cancel_all(void);
+
+/* Returns when no camera decode is running. */
+int thumbnail_stop_ptp_decode_sync(void);
+
+/* ---- flash thumbnail cache ---------------------------------------------- */
+
+typedef struct mrb_thumbnail_flash_cache_param_s *mrb_thumbnail_flash_cache_param_h;
+
+/* Opens the cache whose list file is at `list_path`. */
+int mrb_thumbnail_flash_cache_init(const char *list_path);
+
+/* Returns non-zero and fills *param on success, 0 on failure. */
+int mrb_create_thumbnail_flash_cache_param(mrb_thumbnail_flash_cache_param_h *param);
+int mrb_destroy_thumbnail_flash_cache_param(mrb_thumbnail_flash_cache_param_h param);
+int mrb_set_thumbnail_flash_cache_filename(mrb_thumbnail_flash_cache_param_h param, const char *file_name);
+int mrb_set_thumbnail_flash_cache_url(mrb_thumbnail_flash_cache_param_h param, const char *url);
+int mrb_set_thumbnail_flash_cache_xsize(mrb_thumbnail_flash_cache_param_h param, int width);
+int mrb_set_thumbnail_flash_cache_ysize(mrb_thumbnail_flash_cache_param_h param, int height);
+
+/* Stores one image. Returns non-zero on success, 0 on failure; the buffers stay the caller's. */
+int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param, const unsigned char *image,
+                                        const char *preset_buffer);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
