@@ -1,0 +1,72 @@
+#include <system_log.h>
+
+#include "choose_sink.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace {
+
+systemlog::Sink *openSink() noexcept {
+    try {
+        // Leaked on purpose: the bridge and its neighbours still log from the
+        // destructors of their static objects, after any of ours would be gone.
+        return systemlog::chooseSink(getenv("QUILL_LOG")).release();
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+// Chosen as the library is loaded, which is before anything that is linked with
+// it can call; so a line costs one test of a pointer when nobody listens.
+systemlog::Sink *const sink = openSink();
+
+/// Puts the text into `shortText`, or into `longText` when it needs more room,
+/// and gives its length: negative when the text cannot be formatted.
+__attribute__((format(printf, 3, 0))) int formatText(std::array<char, 1024> &shortText,
+                                                     std::unique_ptr<char[]> &longText, const char *format,
+                                                     va_list arguments) noexcept {
+    va_list again;
+    va_copy(again, arguments);
+    int length = vsnprintf(shortText.data(), shortText.size(), format, arguments);
+    if (length >= 0 && static_cast<size_t>(length) >= shortText.size()) {
+        const size_t size = static_cast<size_t>(length) + 1;
+        longText.reset(new (std::nothrow) char[size]);
+        length = longText == nullptr ? -1 : vsnprintf(longText.get(), size, format, again);
+        // Another thread may have changed an argument's text between the two.
+        length = std::min(length, static_cast<int>(size - 1));
+    }
+    va_end(again);
+    return length;
+}
+
+} // namespace
+
+__attribute__((visibility("default"))) int system_log_print(int /*log_id*/, int priority, const char *tag,
+                                                            const char *format, ...) {
+    if (sink == nullptr)
+        return 0;
+    if (format == nullptr)
+        return -1;
+    // A caller that logs a failure still wants to know its errno.
+    const int savedErrno = errno;
+    std::array<char, 1024> shortText; // NOLINT(cppcoreguidelines-pro-type-member-init): written by vsnprintf
+    std::unique_ptr<char[]> longText;
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = formatText(shortText, longText, format, arguments);
+    va_end(arguments);
+    if (length >= 0) {
+        const char *text = longText == nullptr ? shortText.data() : longText.get();
+        sink->write(std::clamp(priority, 0, 7), tag == nullptr ? "-" : tag,
+                    {text, static_cast<size_t>(length)});
+    }
+    errno = savedErrno;
+    return length;
+}
