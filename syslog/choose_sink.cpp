@@ -9,8 +9,9 @@ namespace systemlog {
 namespace {
 
 std::unique_ptr<Sink> systemSink(const Places &places) {
-    if (access(places.journal, W_OK) == 0)
+    if (access(places.journal, W_OK) == 0) {
         return std::make_unique<JournalSink>();
+    }
     return SyslogSink::open(places.syslog);
 }
 
@@ -24,12 +25,15 @@ void warnOfUnknown(std::string_view choice) {
 
 std::unique_ptr<Sink> chooseSink(const char *choice, const Places &places) {
     const std::string_view chosen = choice == nullptr ? "" : choice;
-    if (chosen == "off")
+    if (chosen == "off") {
         return nullptr;
-    if (chosen == "stderr")
+    }
+    if (chosen == "stderr") {
         return std::make_unique<StderrSink>();
-    if (!chosen.empty() && chosen != "system")
+    }
+    if (!chosen.empty() && chosen != "system") {
         warnOfUnknown(chosen);
+    }
     return systemSink(places);
 }
 

@@ -51,8 +51,9 @@ void StderrSink::write(int /*priority*/, const char *tag, std::string_view text)
         } else if (errno == EAGAIN) {
             // Another part of the program made the descriptor non-blocking, as
             // Node does with a terminal or a pipe.
-            if (!waitUntilWritable(descriptor_))
+            if (!waitUntilWritable(descriptor_)) {
                 return;
+            }
         } else if (errno != EINTR) {
             return;
         }

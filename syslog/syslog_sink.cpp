@@ -29,8 +29,9 @@ struct Header {
 };
 
 void append(Header &header, int printed) {
-    if (printed > 0)
+    if (printed > 0) {
         header.length = std::min(header.length + static_cast<size_t>(printed), header.bytes.size() - 1);
+    }
 }
 
 /// "<13>Nov  5 09:03:07 tag[4711]: ". The months are RFC 3164's, whatever the
@@ -57,12 +58,14 @@ Header numbered(Header header, size_t piece, size_t pieces) {
 /// The front of `text`, at most `room` bytes, not ending inside a UTF-8
 /// character. Text that is not UTF-8 is cut anywhere.
 std::string_view firstPiece(std::string_view text, size_t room) {
-    if (text.size() <= room)
+    if (text.size() <= room) {
         return text;
+    }
     const auto continues = [&](size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U; };
     size_t end = room;
-    while (end > room - 3 && continues(end))
+    while (end > room - 3 && continues(end)) {
         --end;
+    }
     return text.substr(0, continues(end) ? room : end);
 }
 
@@ -70,27 +73,32 @@ std::string_view firstPiece(std::string_view text, size_t room) {
 
 std::unique_ptr<SyslogSink> SyslogSink::open(const char *path) {
     std::unique_ptr<SyslogSink> sink(new SyslogSink(path));
-    if (!sink->connect())
+    if (!sink->connect()) {
         return nullptr;
+    }
     return sink;
 }
 
 SyslogSink::~SyslogSink() {
-    if (socket_ >= 0)
+    if (socket_ >= 0) {
         close(socket_);
+    }
 }
 
 bool SyslogSink::connectTo(int type) noexcept {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path_.size() >= sizeof address.sun_path)
+    if (path_.size() >= sizeof address.sun_path) {
         return false;
+    }
     path_.copy(address.sun_path, path_.size());
     socket_ = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    if (socket_ < 0)
+    if (socket_ < 0) {
         return false;
-    if (::connect(socket_, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+    }
+    if (::connect(socket_, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) {
         return true;
+    }
     const int why = errno;
     close(socket_);
     socket_ = -1;
@@ -100,15 +108,17 @@ bool SyslogSink::connectTo(int type) noexcept {
 
 bool SyslogSink::connect() noexcept {
     stream_ = false;
-    if (connectTo(SOCK_DGRAM))
+    if (connectTo(SOCK_DGRAM)) {
         return true;
+    }
     stream_ = errno == EPROTOTYPE && connectTo(SOCK_STREAM);
     return stream_;
 }
 
 bool SyslogSink::sendOnce(std::string_view header, std::string_view text) noexcept {
-    if (socket_ < 0)
+    if (socket_ < 0) {
         return false;
+    }
     // In a stream a zero ends each message, as syslog(3) does it.
     std::array<char, packetLimit + 1> packet{};
     header.copy(packet.data(), header.size());
@@ -117,20 +127,23 @@ bool SyslogSink::sendOnce(std::string_view header, std::string_view text) noexce
     size_t sent = 0;
     do {
         const ssize_t result = send(socket_, packet.data() + sent, length - sent, MSG_NOSIGNAL);
-        if (result >= 0)
+        if (result >= 0) {
             sent += static_cast<size_t>(result);
-        else if (errno != EINTR)
+        } else if (errno != EINTR) {
             return false;
+        }
     } while (sent < length);
     return true;
 }
 
 bool SyslogSink::sendPiece(std::string_view header, std::string_view text) noexcept {
-    if (sendOnce(header, text))
+    if (sendOnce(header, text)) {
         return true;
+    }
     // The daemon may have been restarted: its new socket needs a new connection.
-    if (socket_ >= 0)
+    if (socket_ >= 0) {
         close(socket_);
+    }
     socket_ = -1;
     return connect() && sendOnce(header, text);
 }
@@ -145,13 +158,15 @@ void SyslogSink::write(int priority, const char *tag, std::string_view text) noe
     } else {
         room -= strlen("(18446744073709551615/18446744073709551615) ");
         size_t pieces = 0;
-        for (std::string_view rest = text; !rest.empty(); ++pieces)
+        for (std::string_view rest = text; !rest.empty(); ++pieces) {
             rest.remove_prefix(firstPiece(rest, room).size());
+        }
         std::string_view rest = text;
         for (size_t number = 1; number <= pieces; ++number) {
             const std::string_view piece = firstPiece(rest, room);
-            if (!sendPiece(numbered(header, number, pieces).view(), piece))
+            if (!sendPiece(numbered(header, number, pieces).view(), piece)) {
                 break;
+            }
             rest.remove_prefix(piece.size());
         }
     }

@@ -50,10 +50,12 @@ __attribute__((format(printf, 3, 0))) int formatText(std::array<char, 1024> &sho
 
 __attribute__((visibility("default"))) int system_log_print(int /*log_id*/, int priority, const char *tag,
                                                             const char *format, ...) {
-    if (sink == nullptr)
+    if (sink == nullptr) {
         return 0;
-    if (format == nullptr)
+    }
+    if (format == nullptr) {
         return -1;
+    }
     // A caller that logs a failure still wants to know its errno.
     const int savedErrno = errno;
     std::array<char, 1024> shortText; // NOLINT(cppcoreguidelines-pro-type-member-init): written by vsnprintf
