@@ -10,6 +10,8 @@ function(quill_target name)
   if(QUILL_SANITIZE)
     target_compile_options(${name} PRIVATE -fsanitize=${QUILL_SANITIZE} -fno-omit-frame-pointer
                                            -fno-sanitize-recover=all)
+    # g++ 12 takes what the sanitizers add to std::regex for uninitialised reads.
+    target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${name} PRIVATE -fsanitize=${QUILL_SANITIZE})
   endif()
 endfunction()
