@@ -1,0 +1,67 @@
+#include "node_host.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "quill/strings.h"
+
+namespace {
+
+/// File, line and the source line with a mark below, as Node.js prints them.
+std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
+                          v8::Local<v8::Message> message) {
+    if (message.IsEmpty()) {
+        return {};
+    }
+    const v8::String::Utf8Value file(isolate, message->GetScriptOrigin().ResourceName());
+    std::string place = std::string(*file != nullptr ? *file : "") + ":" +
+                        std::to_string(message->GetLineNumber(context).FromMaybe(0));
+    v8::Local<v8::String> source_line;
+    if (message->GetSourceLine(context).ToLocal(&source_line)) {
+        const auto start = static_cast<size_t>(std::max(0, message->GetStartColumn(context).FromMaybe(0)));
+        place += "\n" + Bridge::StringFromV8(source_line) + "\n" + std::string(start, ' ') + "^";
+    }
+    return place;
+}
+
+} // namespace
+
+NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop)
+    : isolate_(isolate), loop_(loop), context_(isolate, context),
+      resource_(isolate, v8::Object::New(isolate)),
+      async_(node::EmitAsyncInit(isolate, resource_.Get(isolate), "QuillCallback")) {}
+
+v8::MaybeLocal<v8::Value> NodeHost::call(v8::Local<v8::Function> function, int count,
+                                         v8::Local<v8::Value> *arguments) {
+    v8::EscapableHandleScope scope(isolate_);
+    const v8::Local<v8::Context> context = context_.Get(isolate_);
+    const v8::Context::Scope context_scope(context);
+    const node::CallbackScope callback_scope(isolate_, resource_.Get(isolate_), async_);
+    const v8::TryCatch caught(isolate_);
+
+    v8::Local<v8::Value> result;
+    if (function->Call(context, v8::Undefined(isolate_), count, arguments).ToLocal(&result)) {
+        return scope.Escape(result);
+    }
+    if (caught.HasCaught() && !caught.HasTerminated()) {
+        report(context, caught);
+    }
+    return {};
+}
+
+void NodeHost::report(v8::Local<v8::Context> context, const v8::TryCatch &caught) {
+    const std::string place = describePlace(isolate_, context, caught.Message());
+    std::array<v8::Local<v8::Value>, 2> arguments = {caught.Exception(), Bridge::StringToV8(place)};
+    const v8::TryCatch reporter_caught(isolate_);
+    v8::Local<v8::Value> ignored;
+    if (!reporter_.Get(isolate_)
+             ->Call(context, v8::Undefined(isolate_), static_cast<int>(arguments.size()), arguments.data())
+             .ToLocal(&ignored)) {
+        // An 'uncaughtException' listener that throws in its turn: nobody is left to tell.
+        const v8::String::Utf8Value text(isolate_, reporter_caught.Exception());
+        std::fprintf(stderr, "%s\nUncaught in the listener for uncaught errors: %s\n", place.c_str(),
+                     *text != nullptr ? *text : "");
+    }
+}

@@ -1,0 +1,31 @@
+#include "quill/script_array.h"
+
+namespace Bridge {
+
+int ScriptArray::length() const {
+    return arguments_ != nullptr ? arguments_->length() : static_cast<int>(values_.size());
+}
+
+ScriptObject ScriptArray::get(int index) const {
+    if (arguments_ != nullptr) {
+        return ScriptObject(arguments_->at(index));
+    }
+    if (index < 0 || index >= length()) {
+        return ScriptObject::Undefined();
+    }
+    return ScriptObject(values_[static_cast<size_t>(index)]);
+}
+
+void ScriptArray::set(int index, const ScriptObject &value) {
+    if (index < 0) {
+        return;
+    }
+    const auto position = static_cast<size_t>(index);
+    const v8::Local<v8::Value> undefined = v8::Undefined(v8::Isolate::GetCurrent());
+    if (position >= values_.size()) {
+        values_.resize(position + 1, undefined);
+    }
+    values_[position] = value.getValue().IsEmpty() ? undefined : value.getValue();
+}
+
+} // namespace Bridge

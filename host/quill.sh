@@ -1,0 +1,127 @@
+#!/bin/sh
+# quill: runs a script with the bridges' classes as globals, on Node.js.
+set -u
+
+here=$(dirname -- "$(readlink -f -- "$0")")
+preload=$here/../lib/quill/preload.cjs
+node=${QUILL_NODE:-}
+newline='
+'
+
+fail() {
+    printf 'quill: %s\n' "$1" >&2
+    exit 1
+}
+
+usage() {
+    cat <<END
+Usage: quill [options] SCRIPT [arguments]    run a script
+       quill [options] -e CODE [arguments]   run a text
+       quill [options]                       read and run at a prompt
+
+Scripts see the class MRBBridge and the object quill:
+  quill.release(object)   destroy the native part of an MRBBridge object
+  quill.unref(object)     let the program end although the object has functions
+                          registered; quill.ref(object) takes that back
+
+Options:
+  --bridge FILE     open a bridge library; one named as the default bridge
+                    replaces it (may be given several times)
+  --log             print the system log to standard error
+  -h, --help        print this text
+  -v, --version     print versions
+Any other option goes to Node.js, for instance --inspect or --enable-source-maps.
+
+Environment:
+  QUILL_NODE        the node program to run
+  QUILL_LOG         where the system log goes: system (the default), stderr or off
+END
+}
+
+# file_exists SCRIPT: whether Node.js would find it.
+file_exists() {
+    for ending in '' .js .cjs .mjs .json .node /index.js /package.json; do
+        [ -f "$1$ending" ] && return 0
+    done
+    return 1
+}
+
+find_node() {
+    [ -n "$node" ] || node=$(command -v node || command -v nodejs) ||
+        fail 'no Node.js: install it, or name the program in QUILL_NODE'
+    command -v -- "$node" >/dev/null 2>&1 || fail "QUILL_NODE names '$node', which is no program"
+}
+
+bridges=
+add_bridge() {
+    case $1 in
+        '') fail '--bridge needs the file of a bridge library' ;;
+        /*) ;;
+        *) set -- "$PWD/$1" ;;
+    esac
+    [ -f "$1" ] || fail "cannot load the bridge $1: no such file"
+    bridges=$bridges$1$newline
+}
+
+# Our own options may stand among those of Node.js; the rest keeps its order.
+# Every argument is looked at once: what stays goes to the end of the list.
+left=$#
+runs_text=no
+while [ "$left" -gt 0 ]; do
+    argument=$1
+    shift
+    left=$((left - 1))
+    case $argument in
+        -h | --help) usage; exit 0 ;;
+        -v | --version)
+            find_node
+            exec "$node" -p "const b = require('$here/../lib/quill/build.json');
+                \`quill \${b.version}, Node.js \${process.version}, V8 \${process.versions.v8}\`"
+            ;;
+        --bridge)
+            [ "$left" -gt 0 ] || fail '--bridge needs the file of a bridge library'
+            add_bridge "$1"
+            shift
+            left=$((left - 1))
+            ;;
+        --bridge=*) add_bridge "${argument#--bridge=}" ;;
+        --log) export QUILL_LOG=stderr ;;
+        -e | --eval | -p | --print | -pe)
+            [ "$left" -gt 0 ] || fail "$argument needs the text to run"
+            runs_text=yes
+            set -- "$@" "$argument" "$1"
+            shift
+            left=$((left - 1))
+            ;;
+        -r | --require | --import | --loader | --experimental-loader | -C | --conditions | --title | \
+            --env-file | --inspect-port | --test-reporter | --test-reporter-destination | \
+            --test-name-pattern | --icu-data-dir | --stack-trace-limit | --redirect-warnings)
+            [ "$left" -gt 0 ] || fail "$argument needs a value"
+            set -- "$@" "$argument" "$1"
+            shift
+            left=$((left - 1))
+            ;;
+        --)
+            set -- "$@" "$argument"
+            break
+            ;;
+        -?*) set -- "$@" "$argument" ;;
+        *)
+            if [ "$runs_text" = no ] && [ "$argument" != - ]; then
+                file_exists "$argument" || fail "no such script: '$argument'"
+            fi
+            set -- "$@" "$argument"
+            break
+            ;;
+    esac
+done
+# What was not looked at stands first now: turn the list until it stands last.
+while [ "$left" -gt 0 ]; do
+    set -- "$@" "$1"
+    shift
+    left=$((left - 1))
+done
+
+find_node
+export QUILL_BRIDGES="$bridges"
+exec "$node" --require "$preload" "$@"

@@ -1,0 +1,238 @@
+#include "MRBAdapterProvider.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "MRBAdapter.h"
+#include "MRBAgentAdapter.h"
+#include "MRBBridgeJson.h"
+#include "MRBStorageMgrAdapter.h"
+#include "MRBThumbnailAdapter.h"
+#include "OnCallbackData.h"
+#include "log.h"
+
+namespace MRBBridge {
+namespace {
+
+using AgentOperation = std::string (CMRBAgentAdapter::*)(const std::string &);
+
+/// The agent's operation for a command whose request is argument 0; null where
+/// another way of dispatch serves the command.
+constexpr std::array<AgentOperation, FUNC_GET_STORAGE_ID + 1> agent_operations = {
+    nullptr, // FUNC_REQUEST_LIST comes with a callback
+    &CMRBAgentAdapter::CancelRequestList,
+    &CMRBAgentAdapter::DisConnect,
+    nullptr, // FUNC_BATCH_PROCESS comes with a callback
+    &CMRBAgentAdapter::StopBatchProcess,
+    &CMRBAgentAdapter::SetPageStyle,
+    &CMRBAgentAdapter::SetNavigation,
+    &CMRBAgentAdapter::GetNavigation,
+    &CMRBAgentAdapter::SelectAll,
+    &CMRBAgentAdapter::DeselectAll,
+    &CMRBAgentAdapter::SelectGroup,
+    &CMRBAgentAdapter::DeSelectGroup,
+    &CMRBAgentAdapter::GetSelectState,
+    &CMRBAgentAdapter::GetSelectCount,
+    &CMRBAgentAdapter::ToggleSelect,
+    &CMRBAgentAdapter::GetGroupCount,
+    &CMRBAgentAdapter::GetItemCount,
+    &CMRBAgentAdapter::GetItem,
+    &CMRBAgentAdapter::GetItemList,
+    &CMRBAgentAdapter::MoveToIndex,
+    &CMRBAgentAdapter::GetPageIndex,
+    &CMRBAgentAdapter::PreparePlayData,
+    &CMRBAgentAdapter::SetItemValue,
+    &CMRBAgentAdapter::GetItemValue,
+    &CMRBAgentAdapter::GetRatingInfo,
+    &CMRBAgentAdapter::GetStorageId,
+};
+
+AgentOperation AgentOperationOf(int func) {
+    return func < 0 || func >= static_cast<int>(agent_operations.size())
+               ? nullptr
+               : agent_operations[static_cast<size_t>(func)];
+}
+
+/// The answer to a call that the bridge itself refuses.
+std::string RefusedAnswer() {
+    CMRBBridgeJson answer;
+    answer.Set("return_ecode", RETURN_ECODE_REFUSED);
+    return answer.ToString();
+}
+
+/// All providers that live. Main thread only.
+std::vector<CMRBAdapterProvider *> &LiveProviders() {
+    static std::vector<CMRBAdapterProvider *> providers;
+    return providers;
+}
+
+} // namespace
+
+CMRBAdapterProvider::CMRBAdapterProvider() {
+    slots_.fill(Bridge::ScriptObject::Null());
+    MRB_LOG(LogTag::Common, "create CMRBAdapterProvider.");
+
+    thumbnail_ = new CMRBThumbnailAdapter();
+    agent_ = new CMRBAgentAdapter();
+    storage_ = new CMRBStorageMgrAdapter();
+    for (CMRBAdapter *adapter : std::initializer_list<CMRBAdapter *>{thumbnail_, agent_, storage_}) {
+        adapter->SetDelivery(this, &CMRBAdapterProvider::FireOnCallbacks);
+    }
+    LiveProviders().push_back(this);
+}
+
+CMRBAdapterProvider::~CMRBAdapterProvider() {
+    MRB_LOG(LogTag::Common, "release CMRBAdapterProvider.");
+    delete std::exchange(thumbnail_, nullptr);
+    delete std::exchange(agent_, nullptr);
+    delete std::exchange(storage_, nullptr);
+
+    std::vector<CMRBAdapterProvider *> &live = LiveProviders();
+    live.erase(std::remove(live.begin(), live.end(), this), live.end());
+}
+
+void CMRBAdapterProvider::operator delete(void *storage) noexcept {
+    QueueOnMainLoop(
+        [](void *drained) -> gboolean {
+            ::operator delete(drained);
+            return G_SOURCE_REMOVE;
+        },
+        storage);
+}
+
+Bridge::ScriptObject CMRBAdapterProvider::Execute(int func) {
+    std::string answer;
+    switch (func) {
+    case FUNC_THUMBNAIL_REQUEST_CANCEL_ALL:
+        answer = thumbnail_->ThumbnailRequestCancelAll();
+        break;
+    case FUNC_THUMBNAIL_STOP_PTP_DECODE_SYNC:
+        answer = thumbnail_->ThumbnailStopPtpDecodeSync();
+        break;
+    case FUNC_THUMBNAIL_FLASH_CACHE_INIT:
+        answer = thumbnail_->ThumbnailFlashCacheInit();
+        break;
+    case FUNC_UNSET_USB_CALLBACK:
+        answer = storage_->UnsetUSBCallback();
+        break;
+    case FUNC_GET_USB_LIST:
+        answer = storage_->GetUSBList();
+        break;
+    case FUNC_GET_PTP_LIST:
+        answer = storage_->GetPTPList();
+        break;
+    case FUNC_FINALIZE_DLNA_SERVICE:
+        answer = storage_->FinalizeDLNAService();
+        break;
+    case FUNC_UNSET_DLNA_CALLBACK:
+        answer = storage_->UnsetDLNACallback();
+        break;
+    case FUNC_GET_DLNA_LIST:
+        answer = storage_->GetDLNAList();
+        break;
+    default:
+        MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
+        answer = RefusedAnswer();
+        break;
+    }
+    return Bridge::ScriptObject(answer);
+}
+
+Bridge::ScriptObject CMRBAdapterProvider::Execute(int func, const Bridge::ScriptArray &arguments) {
+    const Bridge::ScriptObject request = arguments.get(0);
+    if (!request.isString()) {
+        MRB_LOG(LogTag::Common, "Invalid js string.");
+        return Bridge::ScriptObject(RefusedAnswer());
+    }
+    if (const AgentOperation operation = AgentOperationOf(func); operation != nullptr) {
+        return Bridge::ScriptObject((agent_->*operation)(request.asString()));
+    }
+    if (func == FUNC_THUMBNAIL_REQUEST_CANCEL) {
+        return Bridge::ScriptObject(thumbnail_->ThumbnailRequestCancel(request.asString()));
+    }
+    MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
+    return Bridge::ScriptObject(RefusedAnswer());
+}
+
+Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
+                                                              const Bridge::ScriptArray &arguments) {
+    const Bridge::ScriptObject callback = arguments.get(0);
+    if (!callback.isFunction()) {
+        MRB_LOG(LogTag::Common, "Invalid js callback.");
+        return Bridge::ScriptObject(RefusedAnswer());
+    }
+    Bridge::ScriptFunction *slot = SlotOf(func);
+    if (slot == nullptr) {
+        MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
+        return Bridge::ScriptObject(RefusedAnswer());
+    }
+    *slot = callback.asFunction();
+
+    switch (func) {
+    case FUNC_SET_USB_CALLBACK:
+        return Bridge::ScriptObject(storage_->SetUSBCallback());
+    case FUNC_INIT_DLNA_SERVICE:
+        return Bridge::ScriptObject(storage_->InitDLNAService());
+    case FUNC_SET_DLNA_CALLBACK:
+        return Bridge::ScriptObject(storage_->SetDLNACallback());
+    default:
+        break;
+    }
+
+    const Bridge::ScriptObject request = arguments.get(1);
+    if (!request.isString()) {
+        MRB_LOG(LogTag::Common, "Invalid js string.");
+        return Bridge::ScriptObject(RefusedAnswer());
+    }
+    switch (func) {
+    case FUNC_REQUEST_LIST:
+        return Bridge::ScriptObject(agent_->RequestList(request.asString()));
+    case FUNC_BATCH_PROCESS:
+        return Bridge::ScriptObject(agent_->BatchProcess(request.asString()));
+    default: // FUNC_THUMBNAIL_REQUEST_ASYNC: SlotOf knows no other
+        return Bridge::ScriptObject(thumbnail_->ThumbnailRequestAsync(request.asString()));
+    }
+}
+
+void CMRBAdapterProvider::FireOnCallbacks(int func, std::string data, void *self) {
+    MRB_LOG(LogTag::Common, "FUNC[%d], data[%s], self[%p].", func, data.c_str(), self);
+    auto *p = static_cast<CMRBAdapterProvider *>(self);
+    MRB_ASSERT(p != nullptr, "p != __null");
+
+    const Bridge::ScriptFunction *slot = p->SlotOf(func);
+    if (slot == nullptr) {
+        MRB_LOG(LogTag::Common, "No need to fire js callback.");
+        return;
+    }
+    QueueOnMainLoop(&OnCallbackData::FireOnCallbacks, new OnCallbackData(slot, std::move(data)));
+    MRB_LOG(LogTag::Common, "callback done.");
+}
+
+Bridge::ScriptFunction *CMRBAdapterProvider::SlotOf(int func) {
+    switch (func) {
+    case FUNC_REQUEST_LIST:
+        return &slots_[0];
+    case FUNC_BATCH_PROCESS:
+        return &slots_[1];
+    case FUNC_THUMBNAIL_REQUEST_ASYNC:
+        return &slots_[2];
+    case FUNC_SET_USB_CALLBACK:
+        return &slots_[3];
+    case FUNC_INIT_DLNA_SERVICE:
+        return &slots_[4];
+    case FUNC_SET_DLNA_CALLBACK:
+        return &slots_[5];
+    default:
+        return nullptr;
+    }
+}
+
+bool CMRBAdapterProvider::IsLiveSlot(const Bridge::ScriptFunction *slot) {
+    const std::vector<CMRBAdapterProvider *> &live = LiveProviders();
+    return std::any_of(live.begin(), live.end(), [slot](const CMRBAdapterProvider *provider) {
+        return slot >= provider->slots_.data() && slot < provider->slots_.data() + provider->slots_.size();
+    });
+}
+
+} // namespace MRBBridge

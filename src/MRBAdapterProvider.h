@@ -1,0 +1,65 @@
+#pragma once
+// The native part of a script object: its adapters, its script functions, and the
+// way from a command's number to the operation that serves it.
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include "quill/script_array.h"
+#include "quill/script_function.h"
+#include "quill/script_object.h"
+
+namespace MRBBridge {
+
+class CMRBAgentAdapter;
+class CMRBThumbnailAdapter;
+class CMRBStorageMgrAdapter;
+
+/// Owned by its script object; main thread only, except for FireOnCallbacks.
+///
+/// Every operation answers a JSON text as a script string. A call that cannot be
+/// dispatched is logged and answered with {"return_ecode":2}; none throws.
+class CMRBAdapterProvider {
+  public:
+    CMRBAdapterProvider();
+    CMRBAdapterProvider(const CMRBAdapterProvider &) = delete;
+    CMRBAdapterProvider &operator=(const CMRBAdapterProvider &) = delete;
+    virtual ~CMRBAdapterProvider();
+
+    /// Runs a command that takes nothing.
+    Bridge::ScriptObject Execute(int func);
+
+    /// Runs a command whose request is the string in argument 0.
+    Bridge::ScriptObject Execute(int func, const Bridge::ScriptArray &arguments);
+
+    /// Runs an asynchronous command: a function in argument 0, and for most of them
+    /// a request string in argument 1. The function is kept whatever the request.
+    Bridge::ScriptObject ExecuteWithCallback(int func, const Bridge::ScriptArray &arguments);
+
+    /// Takes an adapter's result to the main loop. Any thread; `self` is the
+    /// provider, of which only a slot's address is computed.
+    static void FireOnCallbacks(int func, std::string data, void *self);
+
+    /// Whether a slot belongs to a provider that still lives. Main thread.
+    static bool IsLiveSlot(const Bridge::ScriptFunction *slot);
+
+    /// Deleting gives the storage back only after every result that was queued for this
+    /// provider has run, so that none of them finds another provider there.
+    static void *operator new(std::size_t size) { return ::operator new(size); }
+    static void operator delete(void *storage) noexcept;
+
+  private:
+    /// The functions of the six asynchronous commands, in the commands' order.
+    using Slots = std::array<Bridge::ScriptFunction, 6>;
+
+    /// The slot of a command; null when it has none. Any thread.
+    Bridge::ScriptFunction *SlotOf(int func);
+
+    CMRBAgentAdapter *agent_ = nullptr;
+    CMRBThumbnailAdapter *thumbnail_ = nullptr;
+    CMRBStorageMgrAdapter *storage_ = nullptr;
+    Slots slots_;
+};
+
+} // namespace MRBBridge

@@ -1,0 +1,265 @@
+#include "MRBBridgeJson.h"
+
+#include <cmath>
+#include <exception>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <utility>
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include "log.h"
+
+// The reader's tolerance and the writer's form are what scripts have come to rely
+// on; the library's newer classes differ in both.
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+namespace MRBBridge {
+namespace {
+
+/// Toward zero, kept within the range of the type.
+long long TruncateClamped(double value) {
+    constexpr double limit = 9223372036854775808.0; // 2^63
+    if (std::isnan(value)) {
+        return 0;
+    }
+    if (value >= limit) {
+        return std::numeric_limits<long long>::max();
+    }
+    return value < -limit ? std::numeric_limits<long long>::min() : static_cast<long long>(value);
+}
+
+} // namespace
+
+CMRBBridgeJson::CMRBBridgeJson() : valid_(true) { root_.clear(); }
+
+CMRBBridgeJson::CMRBBridgeJson(std::string text)
+    : valid_(false) { // NOLINT(performance-unnecessary-value-param)
+    if (!text.empty()) {
+        bool parsed = false;
+        try {
+            Json::Reader reader;
+            parsed = reader.parse(text, root_, true);
+        } catch (const std::exception &) {
+            // Nested deeper than the reader goes: a text that does not parse.
+            parsed = false;
+        }
+        if (!parsed) {
+            MRB_LOG(LogTag::Common, "Json::Reader parse string[%s] faild.", text.c_str());
+        }
+    }
+    // The reader fills the root as it goes: an object that broke off half-way has
+    // members to read, so the root's type alone decides.
+    valid_ = root_.type() == Json::objectValue;
+}
+
+std::string CMRBBridgeJson::ToString() const {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "ToString fail. jsonvalue is invalid type[%d].", root_.type());
+        return {};
+    }
+    return Json::FastWriter().write(root_);
+}
+
+void CMRBBridgeJson::Clear() {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "Clear fail. jsonvalue is invalid type[%d].", root_.type());
+        return;
+    }
+    root_.clear();
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, Json::Value &&value, std::nullptr_t /*any type*/) {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "Set fail. jsonvalue is invalid type[%d].", root_.type());
+        return false;
+    }
+    root_[key] = std::move(value);
+    return true;
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, bool value) { return Set(key, Json::Value(value), nullptr); }
+
+bool CMRBBridgeJson::Set(const std::string &key, int value) { return Set(key, Json::Value(value), nullptr); }
+
+bool CMRBBridgeJson::Set(const std::string &key, unsigned int value) {
+    return Set(key, Json::Value(value), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, long long value) {
+    return Set(key, Json::Value(static_cast<double>(value)), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, unsigned long long value) {
+    return Set(key, Json::Value(static_cast<double>(value)), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, double value) {
+    return Set(key, Json::Value(value), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, const std::string &value) {
+    return Set(key, Json::Value(value), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, const char *value) {
+    return Set(key, Json::Value(value == nullptr ? "" : value), nullptr);
+}
+
+bool CMRBBridgeJson::Set(const std::string &key, const std::vector<std::string> &value) {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "Set fail. jsonvalue is invalid type[%d].", root_.type());
+        return false;
+    }
+    if (value.empty()) {
+        return true;
+    }
+    Json::Value &member = root_[key];
+    if (!member.isArray()) {
+        member = Json::Value(Json::arrayValue);
+    }
+    for (const std::string &element : value) {
+        member.append(element);
+    }
+    return true;
+}
+
+template <typename T, typename Convert>
+bool CMRBBridgeJson::Get(const std::string &key, T &out, TypeTest test, Convert convert) const {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "Get fail. jsonvalue is invalid type[%d].", root_.type());
+        return false;
+    }
+    if (!root_.isMember(key)) {
+        MRB_LOG(LogTag::Common, "NO strKey[%s] in josn.", key.c_str());
+        return false;
+    }
+    const Json::Value &value = Member(key);
+    if (!(value.*test)() || !convert(value, out)) {
+        MRB_LOG(LogTag::Common, "value.type[%d].", value.type());
+        return false;
+    }
+    return true;
+}
+
+template <typename T>
+bool CMRBBridgeJson::Get(const std::string &key, std::vector<T> &out, Json::ValueType type,
+                         T (Json::Value::*convert)() const) const {
+    return Get(key, out, &Json::Value::isArray,
+               [type, convert](const Json::Value &array, std::vector<T> &all) {
+                   std::vector<T> elements;
+                   elements.reserve(array.size());
+                   for (const Json::Value &element : array) {
+                       if (!element.isConvertibleTo(type)) {
+                           return false;
+                       }
+                       elements.push_back((element.*convert)());
+                   }
+                   all.insert(all.end(), std::make_move_iterator(elements.begin()),
+                              std::make_move_iterator(elements.end()));
+                   return true;
+               });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, bool &out) const {
+    return Get(key, out, &Json::Value::isBool, [](const Json::Value &value, bool &converted) {
+        converted = value.asBool();
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, int &out) const {
+    return Get(key, out, &Json::Value::isInt, [](const Json::Value &value, int &converted) {
+        converted = value.asInt();
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, unsigned int &out) const {
+    return Get(key, out, &Json::Value::isUInt, [](const Json::Value &value, unsigned int &converted) {
+        converted = value.asUInt();
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, long long &out) const {
+    return Get(key, out, &Json::Value::isDouble, [](const Json::Value &value, long long &converted) {
+        converted = TruncateClamped(value.asDouble());
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, unsigned long long &out) const {
+    // The 32-bit test goes with the floating read on purpose: what scripts send
+    // here are counts, and a larger number is refused rather than rounded.
+    return Get(key, out, &Json::Value::isUInt, [](const Json::Value &value, unsigned long long &converted) {
+        converted = static_cast<unsigned long long>(value.asDouble());
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, double &out) const {
+    return Get(key, out, &Json::Value::isDouble, [](const Json::Value &value, double &converted) {
+        converted = value.asDouble();
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, std::string &out) const {
+    return Get(key, out, &Json::Value::isString, [](const Json::Value &value, std::string &converted) {
+        converted = value.asString();
+        return true;
+    });
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, std::vector<std::string> &out) const {
+    return Get(key, out, Json::stringValue, &Json::Value::asString);
+}
+
+bool CMRBBridgeJson::Get(const std::string &key, std::vector<int> &out) const {
+    return Get(key, out, Json::intValue, &Json::Value::asInt);
+}
+
+const Json::Value &CMRBBridgeJson::Member(const std::string &key) const {
+    // Asking a root that is neither an object nor null would throw.
+    return root_.isObject() ? root_[key] : Json::Value::nullSingleton();
+}
+
+bool CMRBBridgeJson::Has(const std::string &key) const { return root_.isObject() && root_.isMember(key); }
+
+bool CMRBBridgeJson::IsInt(const std::string &key) const { return Member(key).isInt(); }
+
+bool CMRBBridgeJson::IsString(const std::string &key) const { return Member(key).isString(); }
+
+void CMRBBridgeJson::Remove(const std::string &key) {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "GetKeys fail. jsonvalue is invalid type[%d].", root_.type());
+        return;
+    }
+    if (Has(key)) {
+        root_.removeMember(key);
+    }
+}
+
+bool CMRBBridgeJson::GetKeys(std::vector<std::string> &keys) const {
+    if (!valid_) {
+        MRB_LOG(LogTag::Common, "GetKeys fail. jsonvalue is invalid type[%d].", root_.type());
+        return false;
+    }
+    const std::vector<std::string> names = root_.getMemberNames();
+    keys.insert(keys.end(), names.begin(), names.end());
+    return true;
+}
+
+template <typename T>
+std::string ConvertNumberToString(T value) {
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic()); // a process locale may group digits
+    stream << value;
+    return stream.str();
+}
+template std::string ConvertNumberToString<long long>(long long value);
+
+} // namespace MRBBridge

@@ -1,0 +1,64 @@
+#pragma once
+// The bridge's log lines and assertions.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "system_log.h"
+
+namespace MRBBridge {
+
+/// Tags of the platform log, one per part of the bridge.
+namespace LogTag {
+inline constexpr char Common[] = "MRB-BRIDGE-COMMON"; // NOLINT(*-avoid-c-arrays): handed to a C function
+inline constexpr char Agent[] = "MRB-BRIDGE-AGENT";
+inline constexpr char Thumbnail[] = "MRB-BRIDGE-THUMBNAIL";
+inline constexpr char StorageMgr[] = "MRB-BRIDGE-STORAGEMGR";
+} // namespace LogTag
+
+/// The part of a path after its last slash.
+consteval const char *BaseName(const char *path) {
+    const char *name = path;
+    for (; *path != '\0'; ++path) {
+        if (*path == '/') {
+            name = path + 1;
+        }
+    }
+    return name;
+}
+
+/// The calling thread's kernel thread id.
+inline int ThreadId() { return static_cast<int>(syscall(SYS_gettid)); }
+
+/// A framework handle as "%p" prints it: the pointer made of its 32 bits,
+/// unsigned, so that it reads the same whatever the size of a pointer.
+inline void *HandlePointer(int32_t handle) {
+    return reinterpret_cast<void *>(static_cast<uintptr_t>(static_cast<uint32_t>(handle)));
+}
+
+} // namespace MRBBridge
+
+/// Writes one line to the platform log. A macro, since the line names the
+/// function and line it stands in: use it in the operation itself, not in a helper
+/// or lambda. `format` is a literal and holds the message only.
+#define MRB_LOG(tag, format, ...)                                                                            \
+    system_log_print(SYSTEM_LOG_MAIN, SYSTEM_LOG_NOTICE, tag,                                                \
+                     "%s: %s(%d) > \033[31m[%s:%d] [Thread Id:[%d]] " format "\033[0m",                      \
+                     ::MRBBridge::BaseName(__FILE__), __FUNCTION__, __LINE__, __FUNCTION__, __LINE__,        \
+                     ::MRBBridge::ThreadId() __VA_OPT__(, ) __VA_ARGS__)
+
+/// Ends the process with `text` when a condition does not hold that only a
+/// programming error breaks. In force in every build: going on would run with
+/// a null pointer on a thread that no script can hear from.
+#define MRB_ASSERT(condition, text)                                                                          \
+    do {                                                                                                     \
+        if (!(condition)) {                                                                                  \
+            static_cast<void>(std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n",                    \
+                                           ::MRBBridge::BaseName(__FILE__), __LINE__, __FUNCTION__, text));  \
+            std::abort();                                                                                    \
+        }                                                                                                    \
+    } while (false)
