@@ -1,0 +1,160 @@
+// Steering replies and reading what happened.
+//
+//   functions()              the names of all recorded functions
+//   setDefault(name, reply)  the reply to every call, until clear()
+//   queue(name, reply)       the reply to one call; queued ones come first
+//   device(values)           makes a device; values by getter name; its number
+//   trace()                  [[name, ...arguments], ...]
+//   blocks()                 [{giver, released}, ...]
+//   clear()                  forgets trace, replies and blocks
+//   logs(), clearLogs()      [{logId, priority, tag, text}, ...]
+//   echoLogs(descriptor)     also writes each line there, -1 stops that
+//   setRecording(on)         everything off, for benchmarks
+//   setLogRecording(on)      only the log: as if nobody listened
+//
+// A reply is {result, out}: `result` defaults to the function's usual one; an
+// absent `out` hands out a handle where the function usually does and it
+// succeeds, and touches nothing otherwise; null writes a null text.
+
+#include <utility>
+
+#include "blocks.h"
+#include "exports.h"
+#include "function.h"
+#include "log_lines.h"
+#include "recorder.h"
+#include "script_values.h"
+
+namespace recording::addon {
+
+namespace {
+
+Function &functionOf(const std::string &name) {
+    const auto found = functions().find(name);
+    if (found == functions().end()) {
+        throw Misuse("there is no function " + name);
+    }
+    return *found->second;
+}
+
+Reply replyFrom(napi_env env, napi_value value, const Function &function) {
+    const Options options(env, value, {"result", "out"});
+    Reply reply = function.usual();
+    if (const auto result = options.value("result")) {
+        if (recording::asInteger(*result) != recording::asInteger(reply.result)) {
+            reply.out = Untouched{};
+        }
+        reply.result = *result;
+    }
+    if (const auto out = options.value("out")) {
+        reply.out = *out;
+    }
+    return reply;
+}
+
+template <void (Function::*Set)(Reply)>
+napi_value steer(napi_env env, napi_callback_info info) {
+    const auto arguments = argumentsOf<2>(env, info);
+    Function &function = functionOf(asText(env, arguments[0]));
+    (function.*Set)(replyFrom(env, arguments[1], function));
+    return nullptr;
+}
+
+napi_value functionNames(napi_env env, napi_callback_info /*info*/) {
+    napi_value result = array(env);
+    for (const auto &[name, function] : functions()) {
+        append(env, result, text(env, name));
+    }
+    return result;
+}
+
+napi_value makeDevice(napi_env env, napi_callback_info info) {
+    auto values = members(env, argumentsOf<1>(env, info)[0]);
+    for (const auto &[name, value] : values) {
+        functionOf(name);
+    }
+    return number(env, addDevice(std::move(values)));
+}
+
+napi_value readTrace(napi_env env, napi_callback_info /*info*/) {
+    napi_value result = array(env);
+    for (const Call &call : trace()) {
+        napi_value entry = array(env);
+        append(env, entry, text(env, call.function));
+        for (const Value &argument : call.arguments) {
+            append(env, entry, fromValue(env, argument));
+        }
+        append(env, result, entry);
+    }
+    return result;
+}
+
+napi_value readBlocks(napi_env env, napi_callback_info /*info*/) {
+    napi_value result = array(env);
+    for (const Block &block : blocks()) {
+        napi_value entry = object(env);
+        put(env, entry, "giver", text(env, block.giver));
+        put(env, entry, "released", flag(env, block.released));
+        append(env, result, entry);
+    }
+    return result;
+}
+
+napi_value clearAll(napi_env /*env*/, napi_callback_info /*info*/) {
+    clear();
+    return nullptr;
+}
+
+napi_value readLogs(napi_env env, napi_callback_info /*info*/) {
+    napi_value result = array(env);
+    for (const LogLine &line : logLines()) {
+        napi_value entry = object(env);
+        put(env, entry, "logId", number(env, line.log_id));
+        put(env, entry, "priority", number(env, line.priority));
+        put(env, entry, "tag", text(env, line.tag));
+        put(env, entry, "text", text(env, line.text));
+        append(env, result, entry);
+    }
+    return result;
+}
+
+napi_value clearLogs(napi_env /*env*/, napi_callback_info /*info*/) {
+    clearLogLines();
+    return nullptr;
+}
+
+napi_value echoLogs(napi_env env, napi_callback_info info) {
+    echoLogLines(static_cast<int>(asInteger(env, argumentsOf<1>(env, info)[0])));
+    return nullptr;
+}
+
+napi_value switchRecording(napi_env env, napi_callback_info info) {
+    const bool on = asFlag(env, argumentsOf<1>(env, info)[0]);
+    setRecording(on);
+    setLogRecording(on);
+    return nullptr;
+}
+
+napi_value switchLogRecording(napi_env env, napi_callback_info info) {
+    setLogRecording(asFlag(env, argumentsOf<1>(env, info)[0]));
+    return nullptr;
+}
+
+} // namespace
+
+void addControls(napi_env env, napi_value exports) {
+    addFunction(env, exports, "functions", guarded<functionNames>);
+    addFunction(env, exports, "setDefault", guarded<steer<&Function::setDefault>>);
+    addFunction(env, exports, "queue", guarded<steer<&Function::queue>>);
+    addFunction(env, exports, "device", guarded<makeDevice>);
+    addFunction(env, exports, "trace", guarded<readTrace>);
+    addFunction(env, exports, "blocks", guarded<readBlocks>);
+    addFunction(env, exports, "clear", guarded<clearAll>);
+    addFunction(env, exports, "logs", guarded<readLogs>);
+    addFunction(env, exports, "clearLogs", guarded<clearLogs>);
+    addFunction(env, exports, "echoLogs", guarded<echoLogs>);
+    addFunction(env, exports, "setRecording", guarded<switchRecording>);
+    addFunction(env, exports, "setLogRecording", guarded<switchLogRecording>);
+}
+
+} // namespace recording::addon

@@ -1,0 +1,175 @@
+#include "callbacks.h"
+
+#include <cstring>
+#include <mutex>
+
+#include "blocks.h"
+#include "recorder.h"
+
+namespace recording {
+
+namespace {
+
+template <typename Callback>
+struct Registration {
+    Callback callback = nullptr;
+    void *user_data = nullptr;
+};
+
+// Guarded by recorderMutex(); never destroyed, because framework threads may
+// outlive main.
+struct Registered {
+    std::vector<Registration<mrb_request_list_cb>> lists;
+    std::vector<Registration<mrb_batch_process_cb>> shares;
+    std::vector<Registration<mrb_storage_notification_cb>> usb;
+    std::vector<Registration<mrb_storage_notification_cb>> dlna;
+    std::vector<Registration<mrb_dlna_state_cb>> dlna_states;
+    std::vector<Registration<thumbnail_result_cb>> thumbnails;
+    Registration<mrb_batch_process_cb> next_share;
+};
+
+Registered &registered() {
+    static auto *only = new Registered;
+    return *only;
+}
+
+template <typename Callback>
+void add(std::vector<Registration<Callback>> &to, Callback callback, void *user_data) {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    to.push_back({callback, user_data});
+}
+
+/// The wanted registration, copied so that the callback runs without the mutex.
+template <typename Callback>
+std::optional<Registration<Callback>> find(const std::vector<Registration<Callback>> &from,
+                                           const Target &target) {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    const auto size = static_cast<int64_t>(from.size());
+    const int64_t index = target.registration < 0 ? size + target.registration : target.registration;
+    if (index < 0 || index >= size) {
+        return std::nullopt;
+    }
+    Registration<Callback> registration = from[static_cast<size_t>(index)];
+    if (target.null_user_data) {
+        registration.user_data = nullptr;
+    }
+    return registration;
+}
+
+bool fireDevice(const std::vector<Registration<mrb_storage_notification_cb>> &from, const Target &target,
+                const DeviceEvent &event) {
+    const auto found = find(from, target);
+    _mrb_storage_s *device = deviceOf(event.device);
+    if (!found || device == nullptr) {
+        return false;
+    }
+    found->callback(found->user_data, event.event, device);
+    return true;
+}
+
+} // namespace
+
+bool fireList(const Target &target, const ListEvent &event) {
+    const auto found = find(registered().lists, target);
+    if (!found) {
+        return false;
+    }
+    found->callback(found->user_data, event.agent, event.event, event.reserved,
+                    event.server_data ? event.server_data->c_str() : nullptr);
+    return true;
+}
+
+bool fireShare(const Target &target, const ShareEvent &event) {
+    const auto found = find(registered().shares, target);
+    if (!found) {
+        return false;
+    }
+    mrb_share_status_info_s status = event.status;
+    found->callback(found->user_data, event.share, event.event, &status);
+    return true;
+}
+
+bool fireUsb(const Target &target, const DeviceEvent &event) {
+    return fireDevice(registered().usb, target, event);
+}
+
+bool fireDlna(const Target &target, const DeviceEvent &event) {
+    return fireDevice(registered().dlna, target, event);
+}
+
+bool fireDlnaState(const Target &target, int state) {
+    const auto found = find(registered().dlna_states, target);
+    if (!found) {
+        return false;
+    }
+    found->callback(state, found->user_data);
+    return true;
+}
+
+bool fireThumbnail(const Target &target, const ThumbnailResult &result, int &answer) {
+    const auto found = find(registered().thumbnails, target);
+    if (!found) {
+        return false;
+    }
+    thumb_result_s record = result.record;
+    result.origin_path.copy(record.origin_path, MRB_THUMB_PATH_BYTES - 1);
+    for (int i = 0; i < result.images && i < MRB_THUMB_IMAGES; ++i) {
+        record.image_buffer[i] = static_cast<unsigned char *>(newBlock(result.image_bytes, "image"));
+        std::memset(record.image_buffer[i], i + 1, result.image_bytes);
+    }
+    if (result.preset) {
+        record.preset_buffer = static_cast<char *>(newBlock(MRB_THUMB_PRESET_BYTES, "preset"));
+        std::memset(record.preset_buffer, 'P', MRB_THUMB_PRESET_BYTES);
+        result.preset_text.copy(record.preset_buffer, MRB_THUMB_PRESET_BYTES);
+    }
+    answer = found->callback(result.result, result.null_record ? nullptr : &record, found->user_data);
+    return true;
+}
+
+int64_t registrations(const std::string &kind) {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    const Registered &all = registered();
+    const std::pair<const char *, size_t> counts[] = {{"list", all.lists.size()},
+                                                      {"share", all.shares.size()},
+                                                      {"usb", all.usb.size()},
+                                                      {"dlna", all.dlna.size()},
+                                                      {"dlnaState", all.dlna_states.size()},
+                                                      {"thumbnail", all.thumbnails.size()}};
+    for (const auto &[name, count] : counts) {
+        if (kind == name) {
+            return static_cast<int64_t>(count);
+        }
+    }
+    return -1;
+}
+
+void addList(mrb_request_list_cb callback, void *user_data) { add(registered().lists, callback, user_data); }
+void addUsb(mrb_storage_notification_cb callback, void *user_data) {
+    add(registered().usb, callback, user_data);
+}
+void addDlna(mrb_storage_notification_cb callback, void *user_data) {
+    add(registered().dlna, callback, user_data);
+}
+void addDlnaState(mrb_dlna_state_cb callback, void *user_data) {
+    add(registered().dlna_states, callback, user_data);
+}
+void addThumbnail(thumbnail_result_cb callback, void *user_data) {
+    add(registered().thumbnails, callback, user_data);
+}
+
+void setShareUserData(void *user_data) {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    registered().next_share.user_data = user_data;
+}
+
+void setShareCallback(mrb_batch_process_cb callback) {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    registered().next_share.callback = callback;
+}
+
+void addShare() {
+    const std::lock_guard<std::mutex> lock(recorderMutex());
+    registered().shares.push_back(registered().next_share);
+}
+
+} // namespace recording

@@ -1,0 +1,83 @@
+#pragma once
+// The callbacks that were registered with the recording framework, and firing
+// them. Each kind keeps every registration, so that a test can fire that of an
+// object of its choice; a negative index counts from the newest. Fire functions
+// run the callback on the thread that calls them and answer whether there was a
+// registration of that index. Any thread.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "mrb/agent.h"
+#include "mrb/share.h"
+#include "mrb/storage.h"
+#include "mrb/thumbnail.h"
+
+namespace recording {
+
+/// Whose callback to fire, and whether its user data is to be a null pointer.
+struct Target {
+    int64_t registration = -1;
+    bool null_user_data = false;
+};
+
+struct ListEvent {
+    int agent = 0;
+    int event = 0;
+    int reserved = 0;
+    std::optional<std::string> server_data;
+};
+
+struct ShareEvent {
+    int share = 0;
+    int event = 0;
+    mrb_share_status_info_s status{};
+};
+
+struct DeviceEvent {
+    int event = 0;
+    int64_t device = 0;
+};
+
+struct ThumbnailResult {
+    int result = 0;
+    bool null_record = false;
+    std::string origin_path;
+    int images = 0; // blocks of 'image_bytes' each, filled with the image's number
+    size_t image_bytes = 0;
+    bool preset = false;
+    std::string preset_text; // put at the start of the preset buffer, the rest is 'P'
+    thumb_result_s record{};
+};
+
+bool fireList(const Target &target, const ListEvent &event);
+bool fireShare(const Target &target, const ShareEvent &event);
+bool fireUsb(const Target &target, const DeviceEvent &event);
+bool fireDlna(const Target &target, const DeviceEvent &event);
+bool fireDlnaState(const Target &target, int state);
+
+/// `answer` receives what the callback returned.
+bool fireThumbnail(const Target &target, const ThumbnailResult &result, int &answer);
+
+/// How many registrations there were of a kind: "list", "share", "usb", "dlna",
+/// "dlnaState" or "thumbnail"; -1 for any other word.
+int64_t registrations(const std::string &kind);
+
+// ---- for the recorded functions -----------------------------------------------
+
+void addList(mrb_request_list_cb callback, void *user_data);
+void addUsb(mrb_storage_notification_cb callback, void *user_data);
+void addDlna(mrb_storage_notification_cb callback, void *user_data);
+void addDlnaState(mrb_dlna_state_cb callback, void *user_data);
+void addThumbnail(thumbnail_result_cb callback, void *user_data);
+
+/// A share's callback and user data arrive one by one; the start of the share
+/// registers both.
+void setShareUserData(void *user_data);
+void setShareCallback(mrb_batch_process_cb callback);
+void addShare();
+
+} // namespace recording

@@ -1,0 +1,62 @@
+#pragma once
+// The recorder: the trace of all calls, the functions by name, and the devices
+// that tests made up.
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "mrb/storage.h"
+
+#include "value.h"
+
+/// A device that a test made up: what its getters answer, by the getter's name.
+struct _mrb_storage_s { // NOLINT(bugprone-reserved-identifier): the framework's own name
+    int64_t number = 0;
+    std::map<std::string, recording::Value> values;
+};
+
+namespace recording {
+
+class Function;
+
+/// Whether calls are recorded and steered, or answered by their defaults at the
+/// cost of one relaxed load, for benchmarks.
+bool isRecording();
+void setRecording(bool on);
+
+/// The one mutex of the recording framework.
+std::mutex &recorderMutex();
+
+/// Every recorded function by its name.
+const std::map<std::string, Function *> &functions();
+void registerFunction(Function *function);
+
+/// The calls so far, in order. The caller of addCall holds the mutex.
+void addCall(Call call);
+std::vector<Call> trace();
+
+/// Forgets the calls, the replies set by tests, the blocks and the numbering.
+/// Registered callbacks and devices stay.
+void clear();
+
+/// A short name for a pointer: `kind` and the order in which it was first seen,
+/// "user1"; nullptr for null. The caller holds the mutex.
+Value nameOf(const char *kind, const void *pointer);
+
+/// Makes a device that lives until the process ends; its number.
+int64_t addDevice(std::map<std::string, Value> values);
+
+/// The device with that number; null where there is none.
+_mrb_storage_s *deviceOf(int64_t number);
+
+/// What `device` answers to `getter`; null where it has nothing to say.
+const Value *deviceValue(const _mrb_storage_s *device, const char *getter);
+
+/// A copy of `text` that lives until the process ends.
+const char *keepText(const std::string &text);
+
+} // namespace recording

@@ -1,0 +1,35 @@
+#pragma once
+// What crosses between the framework's C interfaces and a test: the value of an
+// argument, and the reply that a test wants a function to give.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace recording {
+
+/// A value as a test sees it; a null text or pointer is nullptr.
+using Value = std::variant<std::nullptr_t, bool, int64_t, double, std::string>;
+
+/// What a function does with its out-argument: nothing, hand out a new handle,
+/// or write a value.
+struct Untouched {};
+struct NewHandle {};
+using Out = std::variant<Untouched, NewHandle, Value>;
+
+/// The reply to one call.
+struct Reply {
+    Value result = int64_t{0};
+    Out out = Untouched{};
+};
+
+/// One call: the function's name, and its arguments in order. Out-arguments show
+/// what the caller had preset, opaque handles their number.
+struct Call {
+    const char *function;
+    std::vector<Value> arguments;
+};
+
+} // namespace recording
