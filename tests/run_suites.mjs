@@ -1,0 +1,99 @@
+// Runs the suites of tests named on the command line, all of them without a
+// name, and ends with the line "N passed, M failed". Called by ./test, which
+// has installed what this needs.
+
+import { dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+import { build } from './runner/build.mjs';
+import { format, layout } from './runner/checks.mjs';
+import { kinds } from './runner/kinds.mjs';
+import { tidy } from './runner/tidy.mjs';
+
+const root = dirname(dirname(fileURLToPath(import.meta.url)));
+
+// The product's neighbours replaced by ones that tests steer and read.
+const recorded = (folder) => ({ LD_LIBRARY_PATH: join(folder, 'tests', 'recording') });
+const quill = (folder) => join(folder, 'bin', 'quill');
+
+/*
+ * name     what ./test NAME calls it; one line runs in each of `builds`
+ * kind     how it is run and counted, see runner/kinds.mjs
+ * builds   the presets it runs in; '' needs none
+ * targets  what of the build it needs, all of it unless said; see `needed`
+ * seconds  the limit, of one program or file, far above what it takes
+ */
+const TABLE = [
+    { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 60 },
+    { name: 'format', kind: 'check', builds: [''], check: format },
+    { name: 'layout', kind: 'check', builds: [''], check: layout },
+    { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan', 'tsan'], targets: ['syslog_tests'],
+      command: ['{build}/tests/syslog_tests'], seconds: 300 },
+    { name: 'framework', kind: 'gtest', builds: ['dev', 'asan', 'tsan'], targets: ['framework_tests'],
+      command: ['{build}/tests/framework_tests'], seconds: 600 },
+    { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], targets: ['json_tests'],
+      command: ['{build}/tests/json_tests'], seconds: 300 },
+    { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'],
+      command: ['node', 'tests/unit/run.mjs', '{build}/tests/unit_tests.node'], seconds: 600 },
+    { name: 'blackbox', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/blackbox', program: quill,
+      env: recorded, seconds: 600 },
+    { name: 'host', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/host', seconds: 600 },
+    { name: 'system', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/system', seconds: 900 },
+    { name: 'tidy', kind: 'check', builds: ['dev'], check: tidy },
+];
+
+const suites = TABLE.flatMap((entry) => entry.builds.map((build) => ({ ...entry, build })));
+const titleOf = (suite) => (suite.build ? `${suite.name}:${suite.build}` : suite.name);
+
+function chosenSuites(names) {
+    const unknown = names.filter((name) => !suites.some((suite) => name === suite.name || name === titleOf(suite)));
+    if (unknown.length > 0) {
+        const known = [...new Set(suites.map((suite) => suite.name))].join(' ');
+        console.error(`test: there is no suite ${unknown.join(', ')}; there are ${known}`);
+        process.exit(1);
+    }
+    if (names.length === 0) return suites;
+    return suites.filter((suite) => names.includes(suite.name) || names.includes(titleOf(suite)));
+}
+
+/** The targets of a build that these suites need. */
+function needed(build, chosen) {
+    const those = chosen.filter((suite) => suite.build === build);
+    return those.every((suite) => suite.targets) ? [...new Set(those.flatMap((suite) => suite.targets))] : ['all'];
+}
+
+function report(title, { passed, failed, details }, started) {
+    const seconds = ((Date.now() - started) / 1000).toFixed(1);
+    console.log(`${title.padEnd(16)} ${passed} passed, ${failed} failed in ${seconds} s`);
+    if (failed) console.log(`${details.replace(/^/gm, '    ')}\n`);
+}
+
+const names = process.argv.slice(2).filter((argument) => argument !== '--list');
+const chosen = chosenSuites(names);
+if (process.argv.includes('--list')) {
+    for (const suite of chosen) console.log(titleOf(suite));
+    process.exit(0);
+}
+
+const total = { passed: 0, failed: 0 };
+for (const preset of new Set(chosen.map((suite) => suite.build))) {
+    const those = chosen.filter((suite) => suite.build === preset);
+    let broken = '';
+    if (preset) {
+        const started = Date.now();
+        broken = await build(root, preset, needed(preset, chosen));
+        const seconds = ((Date.now() - started) / 1000).toFixed(1);
+        console.log(broken ? `build/${preset} failed\n${broken.replace(/^/gm, '    ')}\n` : `build/${preset} in ${seconds} s`);
+    }
+    for (const suite of those) {
+        const started = Date.now();
+        const count = broken
+            ? { passed: 0, failed: 1, details: `not run: build/${preset} failed` }
+            : await kinds[suite.kind](suite, root);
+        report(titleOf(suite), count, started);
+        total.passed += count.passed;
+        total.failed += count.failed;
+    }
+}
+console.log(`${total.passed} passed, ${total.failed} failed`);
+process.exit(total.failed === 0 && total.passed > 0 ? 0 : 1);

@@ -1,0 +1,44 @@
+// Checks of the sources: each passes or fails as one test. A check resolves to
+// the text of what is wrong, '' when nothing is.
+
+import { cpus } from 'node:os';
+
+import { inParallel, run } from './process.mjs';
+import { filesIn } from './sources.mjs';
+
+const CODE_FOLDERS = ['bench', 'framework', 'host', 'platform', 'sdk', 'src', 'syslog', 'tests'];
+
+async function firstThatRuns(...programs) {
+    for (const program of programs) {
+        if (!(await run(program, ['--version'])).ended) return program;
+    }
+    return null;
+}
+
+/** Every C and C++ file is as clang-format 14 leaves it. */
+export async function format(root) {
+    const program = await firstThatRuns('clang-format-14', 'clang-format');
+    if (!program) return 'neither clang-format-14 nor clang-format can be run';
+    const files = filesIn(root, CODE_FOLDERS, /\.(h|c|cpp)$/);
+    const { output, ended } = await run(program, ['--dry-run', '--Werror', ...files], { cwd: root });
+    return ended ? `${program} ${ended}; clang-format -i FILE mends it\n${output}` : '';
+}
+
+/**
+ * The framework's records have the layout of the television's 32-bit ARM: the
+ * compile-time checks in the headers hold there, in C and in C++.
+ */
+export async function layout(root) {
+    const trials = filesIn(root, ['platform/mrb'], /\.h$/).flatMap((header) => [
+        { header, language: 'c', standard: 'c11' },
+        { header, language: 'c++', standard: 'c++20' },
+    ]);
+    if (trials.length === 0) return 'there is no header in platform/mrb';
+    const results = await inParallel(trials, cpus().length, async ({ header, language, standard }) => {
+        const flags = ['--target=armv7-linux-gnueabihf', '-ffreestanding', '-fsyntax-only', '-Wall', '-Wextra',
+            '-Werror', `-std=${standard}`, '-Iplatform', '-include', header, '-x', language, '/dev/null'];
+        const { output, ended } = await run('clang', flags, { cwd: root });
+        return ended ? `${header} as ${language}: clang ${ended}\n${output}` : '';
+    });
+    return results.filter(Boolean).join('\n');
+}

@@ -1,0 +1,96 @@
+// The kinds of suite: how each is run and counted. Each resolves to
+// {passed, failed, details}.
+
+import { mkdirSync, readFileSync, rmSync } from 'node:fs';
+import { cpus } from 'node:os';
+import { basename, dirname, join } from 'node:path';
+
+import { nodeEnvironment, programEnvironment, withoutRandomAddresses } from './build.mjs';
+import { inParallel, run } from './process.mjs';
+import { countGtest, countTap } from './results.mjs';
+import { filesIn } from './sources.mjs';
+
+const NODE = process.execPath;
+
+function buildFolderOf(suite, root) {
+    return suite.build ? join(root, 'build', suite.build) : '';
+}
+
+function logOf(suite, root, part = '') {
+    return join(root, 'build', 'test-logs', `${[suite.name, suite.build, part].filter(Boolean).join('-')}.log`);
+}
+
+/** Lines that name a command so that it can be run again by hand. */
+function again(env, command) {
+    const settings = Object.entries(env).map(([name, value]) => `${name}='${value}'`);
+    return `again: ${[...settings, ...command].join(' ')}`;
+}
+
+/** A GoogleTest program, or one that loads such tests and passes its environment on. */
+async function gtest(suite, root) {
+    const folder = buildFolderOf(suite, root);
+    const report = join(root, 'build', 'test-logs', `${suite.name}-${suite.build}.json`);
+    mkdirSync(dirname(report), { recursive: true });
+    rmSync(report, { force: true });
+    const inNode = suite.command[0] === 'node';
+    const words = suite.command.map((word) => word.replace('{build}', folder));
+    if (inNode) words[0] = NODE;
+    const env = {
+        ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
+        QUILL_BUILD: folder,
+        ...suite.env?.(folder),
+    };
+    const command = await withoutRandomAddresses(suite.build, words);
+    const { output, ended } = await run(command[0], command.slice(1), {
+        cwd: root,
+        env: { ...env, GTEST_OUTPUT: `json:${report}`, GTEST_COLOR: 'no' },
+        seconds: suite.seconds,
+        log: logOf(suite, root),
+    });
+    let text = null;
+    try {
+        text = readFileSync(report, 'utf8');
+    } catch {
+        // It died before its end; countGtest says so.
+    }
+    const count = countGtest(text, output, ended);
+    if (count.failed) count.details += `\n${again(env, command)}`;
+    return count;
+}
+
+/** Files of node:test, each in a process of its own. */
+async function node(suite, root) {
+    const folder = buildFolderOf(suite, root);
+    const files = filesIn(root, [suite.folder], /\.test\.mjs$/);
+    if (files.length === 0) {
+        return { passed: 0, failed: 1, details: `there is no file ${suite.folder}/*.test.mjs` };
+    }
+    const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...suite.env?.(folder) };
+    const program = suite.program?.(folder) ?? NODE;
+    const counts = await inParallel(files, cpus().length, async (file) => {
+        const words = [program, '--test-reporter=tap', join(root, file)];
+        const command = await withoutRandomAddresses(suite.build, words);
+        const { output, ended } = await run(command[0], command.slice(1), {
+            cwd: root,
+            env,
+            seconds: suite.seconds,
+            log: logOf(suite, root, basename(file, '.test.mjs')),
+        });
+        const count = countTap(output, ended);
+        const details = count.failed ? `${file}\n${count.details}\n${again(env, command)}` : '';
+        return { ...count, details };
+    });
+    return {
+        passed: counts.reduce((sum, count) => sum + count.passed, 0),
+        failed: counts.reduce((sum, count) => sum + count.failed, 0),
+        details: counts.map((count) => count.details).filter(Boolean).join('\n'),
+    };
+}
+
+/** A check passes or fails as one test. */
+async function check(suite, root) {
+    const details = await suite.check(root);
+    return { passed: details ? 0 : 1, failed: details ? 1 : 0, details };
+}
+
+export const kinds = { gtest, node, check };
