@@ -64,7 +64,7 @@ function start() {
   for (const file of bridgeFiles()) {
     const { classes, error } = addon.openBridge(file);
     if (error !== undefined) {
-      fail(`cannot load the bridge ${file}: ${error}`);
+      fail(`cannot load the bridge ${file}: ${error.replace(`${file}: `, '')}`);
     }
     for (const [name, constructor] of Object.entries(classes)) {
       defineGlobal(name, constructor);
