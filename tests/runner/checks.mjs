@@ -15,13 +15,15 @@ async function firstThatRuns(...programs) {
     return null;
 }
 
-/** Every C and C++ file is as clang-format 14 leaves it. */
+/** Every C and C++ file is as clang-format 14 leaves it; else the command that mends it. */
 export async function format(root) {
     const program = await firstThatRuns('clang-format-14', 'clang-format');
     if (!program) return 'neither clang-format-14 nor clang-format can be run';
     const files = filesIn(root, CODE_FOLDERS, /\.(h|c|cpp)$/);
     const { output, ended } = await run(program, ['--dry-run', '--Werror', ...files], { cwd: root });
-    return ended ? `${program} ${ended}; clang-format -i FILE mends it\n${output}` : '';
+    if (!ended) return '';
+    const named = files.filter((file) => output.includes(`${file}:`));
+    return named.length ? `${program} -i ${named.join(' ')}` : `${program} ${ended}\n${output}`;
 }
 
 /**

@@ -20,10 +20,11 @@ function logOf(suite, root, part = '') {
     return join(root, 'build', 'test-logs', `${[suite.name, suite.build, part].filter(Boolean).join('-')}.log`);
 }
 
-/** Lines that name a command so that it can be run again by hand. */
+/** The line that runs a command again by hand. */
 function again(env, command) {
-    const settings = Object.entries(env).map(([name, value]) => `${name}='${value}'`);
-    return `again: ${[...settings, ...command].join(' ')}`;
+    const quoted = (word) => (/^[\w@%+=:,./-]+$/.test(word) ? word : `'${word.replaceAll("'", "'\\''")}'`);
+    const settings = Object.entries(env).map(([name, value]) => `${name}=${quoted(value)}`);
+    return `again: ${[...settings, ...command.map(quoted)].join(' ')}`;
 }
 
 /** A GoogleTest program, or one that loads such tests and passes its environment on. */

@@ -10,7 +10,7 @@
 namespace {
 
 TEST(SystemLog, exportsOnlyThePrintCall) {
-    FILE *symbols = popen("nm -D --defined-only " LIBRARY, "r");
+    FILE *symbols = popen("nm -D --defined-only '" LIBRARY "'", "r");
     ASSERT_NE(symbols, nullptr);
     const std::string text = readAll(fileno(symbols));
     ASSERT_EQ(pclose(symbols), 0);
