@@ -1,0 +1,146 @@
+#include "agent/framework.h"
+
+#include <chrono>
+#include <limits>
+#include <utility>
+
+#include "base/log.h"
+#include "media/media_types.h"
+
+namespace mrb {
+namespace {
+
+// How long a process that ends waits for callbacks and devices.
+constexpr auto FAREWELL = std::chrono::seconds(2);
+
+// The wishes that are understood so far. A wish that would be ignored is refused.
+Outcome checkWishes(const ListRequest &request) {
+    if (!request.sortCategory.empty() && request.sortCategory != "NAME") {
+        return {MRB_ERR_NOT_SUPPORTED, "Sorting by \"" + request.sortCategory + "\" is not supported."};
+    }
+    if (!request.extension.empty() || !request.keyWord.empty() || !request.prepareData.empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Filters and play data are not supported."};
+    }
+    if (!typesOfContent(request.contentType)) {
+        return {MRB_ERR_NOT_SUPPORTED, "The content type \"" + request.contentType + "\" is not supported."};
+    }
+    return {};
+}
+
+} // namespace
+
+Framework &Framework::instance() {
+    // Never destroyed: objects that outlive this library's static ones may still
+    // close their lists. What must end with the process is its threads.
+    static Framework &framework = *new Framework;
+    struct AtExit {
+        ~AtExit() { framework.shutDown(); }
+    };
+    static const AtExit atExit;
+    return framework;
+}
+
+int Framework::open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle) {
+    const std::shared_ptr<Opening> before = find(*handle);
+    if (*handle != 0 && !before) {
+        return MRB_ERR_INVALID_HANDLE;
+    }
+    std::unique_ptr<Source> source;
+    Outcome outcome = checkWishes(request);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = makeSource(request, source);
+    }
+    if (outcome.code != MRB_ERR_NONE) {
+        MRB_LOG_WARNING("List not opened: %s", outcome.message.c_str());
+        return outcome.code;
+    }
+    const mrb_agent_handler_h number = before ? *handle : reserveHandle();
+    if (number == 0) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    std::shared_ptr<Opening> opening;
+    try {
+        opening = std::make_shared<Opening>(events_, number, listener, std::move(source),
+                                            *typesOfContent(request.contentType));
+        events_.start();
+        workers_.start([opening] { opening->run(); });
+    } catch (...) {
+        if (!before) {
+            releaseHandle(number);
+        }
+        throw;
+    }
+    // Nothing can fail from here on.
+    if (before) {
+        before->close();
+    }
+    {
+        const std::lock_guard guard(lock_);
+        openings_[number] = opening;
+        if (down_) {
+            opening->stop();
+        }
+    }
+    *handle = number;
+    opening->begin();
+    return MRB_ERR_NONE;
+}
+
+int Framework::cancel(mrb_agent_handler_h handle) {
+    const std::shared_ptr<Opening> opening = find(handle);
+    if (!opening) {
+        return MRB_ERR_INVALID_HANDLE;
+    }
+    opening->stop();
+    return MRB_ERR_NONE;
+}
+
+int Framework::disconnect(mrb_agent_handler_h handle) {
+    const std::shared_ptr<Opening> opening = find(handle);
+    if (!opening) {
+        return MRB_ERR_INVALID_HANDLE;
+    }
+    opening->close();
+    releaseHandle(handle);
+    return MRB_ERR_NONE;
+}
+
+std::shared_ptr<Opening> Framework::find(mrb_agent_handler_h handle) {
+    const std::lock_guard guard(lock_);
+    const auto found = openings_.find(handle);
+    return found == openings_.end() ? nullptr : found->second;
+}
+
+mrb_agent_handler_h Framework::reserveHandle() {
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return 0;
+    }
+    do {
+        const bool last = lastHandle_ == std::numeric_limits<mrb_agent_handler_h>::max();
+        lastHandle_ = last ? 1 : lastHandle_ + 1;
+    } while (!openings_.try_emplace(lastHandle_).second);
+    return lastHandle_;
+}
+
+void Framework::releaseHandle(mrb_agent_handler_h handle) {
+    const std::lock_guard guard(lock_);
+    openings_.erase(handle);
+}
+
+void Framework::shutDown() {
+    {
+        const std::lock_guard guard(lock_);
+        down_ = true;
+        for (const auto &[handle, opening] : openings_) {
+            if (opening) {
+                opening->stop();
+            }
+        }
+    }
+    const auto deadline = std::chrono::steady_clock::now() + FAREWELL;
+    events_.finish(deadline);
+    workers_.finish(deadline);
+}
+
+} // namespace mrb

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "agent/opening.h"
+#include "agent/workers.h"
+#include "events/event_thread.h"
+#include "mrb/agent.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// All open lists of the process under their handles, and the threads that serve
+// them. There is one, made when it is first asked for; any thread may call it.
+class Framework {
+  public:
+    static Framework &instance();
+
+    // Opens a list, or the list *handle anew. On failure a list that was open
+    // under *handle stays as it was.
+    int open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle);
+
+    int cancel(mrb_agent_handler_h handle);
+    int disconnect(mrb_agent_handler_h handle);
+
+    // Null: the handle names no open list.
+    [[nodiscard]] std::shared_ptr<Opening> find(mrb_agent_handler_h handle);
+
+    Framework(const Framework &) = delete;
+    Framework &operator=(const Framework &) = delete;
+
+  private:
+    Framework() = default;
+    ~Framework() = default;
+
+    mrb_agent_handler_h reserveHandle();
+    void releaseHandle(mrb_agent_handler_h handle);
+    void shutDown();
+
+    EventThread events_;
+    Workers workers_;
+
+    std::mutex lock_; // guards what follows
+    // Null under a handle that is being opened for the first time.
+    std::map<mrb_agent_handler_h, std::shared_ptr<Opening>> openings_;
+    mrb_agent_handler_h lastHandle_ = 0;
+    bool down_ = false;
+};
+
+} // namespace mrb

@@ -1,0 +1,157 @@
+#include "agent/opening.h"
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "base/log.h"
+#include "list/description.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::steady_clock;
+
+// Growth is worth an event when a screenful of new items is there, but not more
+// than ten times a second; a slow source is reported once a second whatever came.
+constexpr std::int32_t GROWTH_ITEMS = 256;
+constexpr auto GROWTH_PAUSE = std::chrono::milliseconds(100);
+constexpr auto LONGEST_SILENCE = std::chrono::seconds(1);
+
+int lastEventOf(const Outcome &outcome) {
+    switch (outcome.code) {
+    case MRB_ERR_NONE:
+        return MRB_EVENT_LIST_READY;
+    case MRB_ERR_CANCELLED:
+        return MRB_EVENT_LIST_CANCELLED;
+    default:
+        return MRB_EVENT_LIST_FAILED;
+    }
+}
+
+} // namespace
+
+Opening::Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
+                 std::unique_ptr<Source> source, TypeMask wanted)
+    : events_(events), handle_(handle), listener_(listener), source_(std::move(source)), list_(wanted) {}
+
+void Opening::run() noexcept {
+    try {
+        begin_.wait();
+        reportedAt_ = steady_clock::now();
+        result_ = fill();
+        const int event = lastEventOf(result_.outcome);
+        if (event == MRB_EVENT_LIST_FAILED) {
+            MRB_LOG_ERROR("List %d failed: %s", handle_, result_.outcome.message.c_str());
+        }
+        events_.post(shared_from_this(), event);
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
+    }
+}
+
+FillResult Opening::fill() {
+    FillResult result;
+    try {
+        result = source_->fill(*this);
+    } catch (const std::bad_alloc &) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+    } catch (const std::length_error &) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+    } catch (const std::exception &failure) {
+        result.outcome = {MRB_ERR_IO, failure.what()};
+    }
+    if (full_) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "The list is full: the source holds more than " +
+                                                     std::to_string(ItemStore::MOST_ITEMS) +
+                                                     " items, or too much text."};
+    }
+    return result;
+}
+
+void Opening::close() {
+    stop();
+    events_.withdraw(*this);
+}
+
+std::optional<std::string> Opening::describe(std::int32_t index) const {
+    const std::optional<ItemFacts> item = list_.item(index);
+    if (!item) {
+        return std::nullopt;
+    }
+    return describeItem(*item, source_->locate(*item));
+}
+
+void Opening::deliver(int event) noexcept {
+    try {
+        // Before the count is taken: what arrives from now on deserves an event of its own.
+        if (event == MRB_EVENT_LIST_GROWN) {
+            growthQueued_ = false;
+        }
+        const std::string data = serverData(event);
+        listener_.callback(listener_.userData, handle_, event, 0, data.c_str());
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("Event %d of list %d was not delivered: %s", event, handle_, failure.what());
+    }
+}
+
+bool Opening::wants(std::uint8_t type) const { return list_.wants(type); }
+
+bool Opening::stopped() const { return stopped_.load(std::memory_order_relaxed); }
+
+void Opening::announce(std::int64_t total) { announced_ = total; }
+
+std::int32_t Opening::addFolder(std::int32_t parent, std::string_view name) {
+    const std::int32_t number = list_.addFolder(parent, name);
+    full_ = full_ || number < 0;
+    return number;
+}
+
+bool Opening::add(std::span<const SourceItem> items) {
+    full_ = full_ || !list_.add(items);
+    if (full_ || stopped()) {
+        return false;
+    }
+    reportGrowth();
+    return true;
+}
+
+void Opening::reportGrowth() {
+    const std::int32_t size = list_.size();
+    const std::int32_t grown = size - reportedSize_;
+    const auto now = steady_clock::now();
+    const auto silence = now - reportedAt_;
+    const bool due =
+        grown >= GROWTH_ITEMS ? silence >= GROWTH_PAUSE : grown > 0 && silence >= LONGEST_SILENCE;
+    if (due) {
+        reportedSize_ = size;
+        reportedAt_ = now;
+        // One that still waits for a slow listener will tell the newest count.
+        if (!growthQueued_.exchange(true)) {
+            events_.post(shared_from_this(), MRB_EVENT_LIST_GROWN);
+        }
+    }
+}
+
+std::string Opening::serverData(int event) const {
+    Json::Value data(Json::objectValue);
+    data["item_count"] = list_.size();
+    if (event == MRB_EVENT_LIST_GROWN) {
+        const std::int64_t total = announced_;
+        if (total != UNKNOWN) {
+            data["total_count"] = Json::Int64{total};
+        }
+        return jsonText(data);
+    }
+    data["unreadable"] = Json::Int64{result_.unreadable};
+    data["too_deep"] = Json::Int64{result_.tooDeep};
+    if (event == MRB_EVENT_LIST_FAILED) {
+        data["error"] = resultName(result_.outcome.code);
+        data["message"] = displayText(result_.outcome.message);
+    }
+    return jsonText(data);
+}
+
+} // namespace mrb

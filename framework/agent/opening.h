@@ -1,0 +1,88 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "events/event_thread.h"
+#include "list/list.h"
+#include "mrb/agent.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Who hears of a list.
+struct Listener {
+    mrb_request_list_cb callback;
+    void *userData;
+};
+
+// One opening of a list, from the request until it is disconnected or opened
+// anew: the source that fills it, its items, and the events on the way. Owned
+// jointly by the table of open lists, the worker that fills it and its queued
+// events. Each member function says which thread calls it.
+class Opening final : public EventTarget, public std::enable_shared_from_this<Opening>, private ItemSink {
+  public:
+    Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
+            std::unique_ptr<Source> source, TypeMask wanted);
+
+    // The worker's whole life: waits for begin, fills the list, and posts exactly
+    // one of the ready, failed and cancelled events.
+    void run() noexcept;
+
+    // Lets the worker begin. Any thread, once.
+    void begin() { begin_.count_down(); }
+
+    // Makes the source stop soon; the cancelled event follows unless the end was
+    // reached before. Any thread.
+    void stop() { stopped_.store(true, std::memory_order_relaxed); }
+
+    // Makes the source stop soon, and returns when no callback of this opening is
+    // running or will run, save one that this is called from. Any thread.
+    void close();
+
+    [[nodiscard]] List &list() { return list_; }
+
+    // The description of an item as JSON text; no value: no such index. Any thread.
+    [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
+
+  private:
+    // EventTarget, on the event thread.
+    void deliver(int event) noexcept override;
+
+    // ItemSink, on the worker.
+    [[nodiscard]] bool wants(std::uint8_t type) const override;
+    [[nodiscard]] bool stopped() const override;
+    void announce(std::int64_t total) override;
+    std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
+    [[nodiscard]] bool add(std::span<const SourceItem> items) override;
+
+    FillResult fill();
+    void reportGrowth();
+    [[nodiscard]] std::string serverData(int event) const;
+
+    EventThread &events_;
+    const mrb_agent_handler_h handle_;
+    const Listener listener_;
+    const std::unique_ptr<Source> source_;
+    List list_;
+
+    std::latch begin_{1};
+    std::atomic<bool> stopped_ = false;
+    std::atomic<bool> growthQueued_ = false;
+    std::atomic<std::int64_t> announced_ = UNKNOWN;
+
+    // The worker's alone, until it posts the last event, which reads the result.
+    FillResult result_;
+    bool full_ = false;
+    std::int32_t reportedSize_ = 0;
+    std::chrono::steady_clock::time_point reportedAt_;
+};
+
+} // namespace mrb

@@ -1,0 +1,55 @@
+#include "agent/workers.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+
+Workers::~Workers() { finish(std::chrono::steady_clock::time_point::max()); }
+
+void Workers::start(std::function<void()> work) {
+    const std::lock_guard guard(lock_);
+    joinDone();
+    const auto &worker = workers_.emplace_back(std::make_shared<Worker>());
+    try {
+        worker->thread = startThread("mrb-list", [this, worker, work = std::move(work)]() mutable {
+            work();
+            // What the work held is released before it counts as done.
+            work = nullptr;
+            const std::lock_guard inner(lock_);
+            worker->done = true;
+            someDone_.notify_all();
+        });
+    } catch (...) {
+        workers_.pop_back();
+        throw;
+    }
+}
+
+void Workers::finish(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(lock_);
+    someDone_.wait_until(guard, deadline, [this] {
+        return std::ranges::all_of(workers_, [](const auto &worker) { return worker->done; });
+    });
+    joinDone();
+    for (const auto &worker : workers_) {
+        MRB_LOG_WARNING("A device does not answer; the process ends without waiting for it.");
+        worker->thread.detach();
+    }
+    workers_.clear();
+}
+
+void Workers::joinDone() {
+    std::erase_if(workers_, [](const auto &worker) {
+        if (worker->done) {
+            // Its last act is to leave the lock that we hold, so this takes no time.
+            worker->thread.join();
+        }
+        return worker->done;
+    });
+}
+
+} // namespace mrb

@@ -1,0 +1,86 @@
+// Opening, reading and closing lists.
+
+#include "agent/framework.h"
+#include "api/entry.h"
+#include "api/general_param.h"
+#include "media/media_types.h"
+#include "mrb/agent.h"
+
+using mrb::Framework;
+using mrb::Opening;
+
+namespace {
+
+// Runs `body` with the open list that `agent` names.
+template <typename Body>
+int withList(mrb_agent_handler_h agent, Body &&body) {
+    return mrb::guard([&] {
+        const std::shared_ptr<Opening> opening = Framework::instance().find(agent);
+        return opening ? body(*opening) : MRB_ERR_INVALID_HANDLE;
+    });
+}
+
+} // namespace
+
+int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
+                        mrb_agent_handler_h *agent) {
+    if (param == nullptr || callback == nullptr || agent == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] { return Framework::instance().open(*param, {callback, user_data}, agent); });
+}
+
+int mrb_cancel_request_list_v2(mrb_agent_handler_h agent) {
+    return mrb::guard([&] { return Framework::instance().cancel(agent); });
+}
+
+int mrb_disconnect_v2(mrb_agent_handler_h agent) {
+    return mrb::guard([&] { return Framework::instance().disconnect(agent); });
+}
+
+int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count) {
+    if (count == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](const Opening & /*opening*/) {
+        // No list is grouped, so none has headings.
+        *count = 0;
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count) {
+    if (count == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](Opening &opening) {
+        *count = opening.list().size();
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_get_item_count_by_type_v2(mrb_agent_handler_h agent, int type, int *count) {
+    if (count == nullptr || mrb::itemTypeName(type) == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](Opening &opening) {
+        *count = opening.list().count(static_cast<unsigned>(type));
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item) {
+    if (item == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](const Opening &opening) {
+        const std::optional<std::string> text = opening.describe(index);
+        return text ? mrb::handOver(*text, item) : MRB_ERR_OUT_OF_RANGE;
+    });
+}
+
+int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index) {
+    return withList(agent, [&](Opening &opening) {
+        return opening.list().moveTo(index) ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
+    });
+}

@@ -1,0 +1,41 @@
+#include "base/threads.h"
+
+#include <pthread.h>
+
+#include <csignal>
+#include <utility>
+
+namespace mrb {
+namespace {
+
+// Blocks the process's signals while it lives; a thread started meanwhile inherits that.
+class BlockedSignals {
+  public:
+    BlockedSignals() {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        // A fault of the thread's own must still reach whoever reports crashes.
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, SIGPROF}) {
+            sigdelset(&blocked, fault);
+        }
+        pthread_sigmask(SIG_SETMASK, &blocked, &before_);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    BlockedSignals(const BlockedSignals &) = delete;
+    BlockedSignals &operator=(const BlockedSignals &) = delete;
+
+  private:
+    sigset_t before_{};
+};
+
+} // namespace
+
+std::thread startThread(const char *name, std::function<void()> work) {
+    const BlockedSignals blocked;
+    return std::thread([name, work = std::move(work)] {
+        pthread_setname_np(pthread_self(), name);
+        work();
+    });
+}
+
+} // namespace mrb

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace mrb {
+
+// Somebody who has events delivered. Delivery happens on the event thread, one
+// event at a time; the target stays alive until it is over.
+class EventTarget {
+  public:
+    virtual ~EventTarget() = default;
+    virtual void deliver(int event) noexcept = 0;
+
+  private:
+    friend class EventThread;
+    bool withdrawn_ = false; // guarded by the EventThread's lock
+};
+
+// The one thread on which clients are called back, with the queue that leads to
+// it. Owned by the Framework; any thread may call it, the event thread included.
+class EventThread {
+  public:
+    EventThread() = default;
+    ~EventThread();
+    EventThread(const EventThread &) = delete;
+    EventThread &operator=(const EventThread &) = delete;
+
+    // Makes sure that the thread runs. Throws std::system_error when it cannot.
+    void start();
+
+    // Queues an event; order is kept. Events of a withdrawn target are dropped.
+    void post(std::shared_ptr<EventTarget> target, int event);
+
+    // Ends the target's events for good: drops the queued ones and returns when
+    // none is being delivered, or at once when called from inside that delivery.
+    void withdraw(EventTarget &target);
+
+    // Ends the thread, dropping what is queued. A delivery that does not return
+    // until the deadline is left behind. Afterwards every post is dropped.
+    void finish(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    struct Event {
+        std::shared_ptr<EventTarget> target;
+        int event;
+    };
+
+    void run();
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable wake_;
+    std::condition_variable idle_;
+    std::deque<Event> queue_;
+    std::thread thread_;
+    std::thread::id id_;
+    const EventTarget *running_ = nullptr;
+    bool finishing_ = false;
+    bool ended_ = false;
+};
+
+} // namespace mrb

@@ -1,0 +1,158 @@
+#include "media/media_types.h"
+
+#include <algorithm>
+#include <array>
+
+#include "mrb/agent.h"
+
+namespace mrb {
+namespace {
+
+// Sorted by extension. MIME types are the registered ones where there is one,
+// else the ones that players and DLNA servers commonly use.
+constexpr MediaType TYPES[] = {
+    {"3g2", MRB_ITEM_TYPE_VIDEO, "video/3gpp2"},
+    {"3gp", MRB_ITEM_TYPE_VIDEO, "video/3gpp"},
+    {"aac", MRB_ITEM_TYPE_MUSIC, "audio/aac"},
+    {"ac3", MRB_ITEM_TYPE_MUSIC, "audio/ac3"},
+    {"aif", MRB_ITEM_TYPE_MUSIC, "audio/aiff"},
+    {"aiff", MRB_ITEM_TYPE_MUSIC, "audio/aiff"},
+    {"amr", MRB_ITEM_TYPE_MUSIC, "audio/amr"},
+    {"ape", MRB_ITEM_TYPE_MUSIC, "audio/x-ape"},
+    {"asf", MRB_ITEM_TYPE_VIDEO, "video/x-ms-asf"},
+    {"avi", MRB_ITEM_TYPE_VIDEO, "video/x-msvideo"},
+    {"avif", MRB_ITEM_TYPE_IMAGE, "image/avif"},
+    {"bmp", MRB_ITEM_TYPE_IMAGE, "image/bmp"},
+    {"divx", MRB_ITEM_TYPE_VIDEO, "video/x-msvideo"},
+    {"dsf", MRB_ITEM_TYPE_MUSIC, "audio/x-dsf"},
+    {"flac", MRB_ITEM_TYPE_MUSIC, "audio/flac"},
+    {"flv", MRB_ITEM_TYPE_VIDEO, "video/x-flv"},
+    {"gif", MRB_ITEM_TYPE_IMAGE, "image/gif"},
+    {"heic", MRB_ITEM_TYPE_IMAGE, "image/heic"},
+    {"heif", MRB_ITEM_TYPE_IMAGE, "image/heif"},
+    {"jfif", MRB_ITEM_TYPE_IMAGE, "image/jpeg"},
+    {"jpe", MRB_ITEM_TYPE_IMAGE, "image/jpeg"},
+    {"jpeg", MRB_ITEM_TYPE_IMAGE, "image/jpeg"},
+    {"jpg", MRB_ITEM_TYPE_IMAGE, "image/jpeg"},
+    {"jxl", MRB_ITEM_TYPE_IMAGE, "image/jxl"},
+    {"m2ts", MRB_ITEM_TYPE_VIDEO, "video/mp2t"},
+    {"m3u", MRB_ITEM_TYPE_M3U, "audio/x-mpegurl"},
+    {"m3u8", MRB_ITEM_TYPE_M3U, "application/vnd.apple.mpegurl"},
+    {"m4a", MRB_ITEM_TYPE_MUSIC, "audio/mp4"},
+    {"m4v", MRB_ITEM_TYPE_VIDEO, "video/mp4"},
+    {"mka", MRB_ITEM_TYPE_MUSIC, "audio/x-matroska"},
+    {"mkv", MRB_ITEM_TYPE_VIDEO, "video/x-matroska"},
+    {"mov", MRB_ITEM_TYPE_VIDEO, "video/quicktime"},
+    {"mp3", MRB_ITEM_TYPE_MUSIC, "audio/mpeg"},
+    {"mp4", MRB_ITEM_TYPE_VIDEO, "video/mp4"},
+    {"mpc", MRB_ITEM_TYPE_MUSIC, "audio/x-musepack"},
+    {"mpe", MRB_ITEM_TYPE_VIDEO, "video/mpeg"},
+    {"mpeg", MRB_ITEM_TYPE_VIDEO, "video/mpeg"},
+    {"mpg", MRB_ITEM_TYPE_VIDEO, "video/mpeg"},
+    {"mts", MRB_ITEM_TYPE_VIDEO, "video/mp2t"},
+    {"oga", MRB_ITEM_TYPE_MUSIC, "audio/ogg"},
+    {"ogg", MRB_ITEM_TYPE_MUSIC, "audio/ogg"},
+    {"ogv", MRB_ITEM_TYPE_VIDEO, "video/ogg"},
+    {"opus", MRB_ITEM_TYPE_MUSIC, "audio/ogg"},
+    {"pls", MRB_ITEM_TYPE_M3U, "audio/x-scpls"},
+    {"png", MRB_ITEM_TYPE_IMAGE, "image/png"},
+    {"qt", MRB_ITEM_TYPE_VIDEO, "video/quicktime"},
+    {"rm", MRB_ITEM_TYPE_VIDEO, "application/vnd.rn-realmedia"},
+    {"rmvb", MRB_ITEM_TYPE_VIDEO, "application/vnd.rn-realmedia-vbr"},
+    {"tif", MRB_ITEM_TYPE_IMAGE, "image/tiff"},
+    {"tiff", MRB_ITEM_TYPE_IMAGE, "image/tiff"},
+    {"tp", MRB_ITEM_TYPE_VIDEO, "video/mp2t"},
+    {"trp", MRB_ITEM_TYPE_VIDEO, "video/mp2t"},
+    {"ts", MRB_ITEM_TYPE_VIDEO, "video/mp2t"},
+    {"vob", MRB_ITEM_TYPE_VIDEO, "video/mpeg"},
+    {"wav", MRB_ITEM_TYPE_MUSIC, "audio/wav"},
+    {"webm", MRB_ITEM_TYPE_VIDEO, "video/webm"},
+    {"webp", MRB_ITEM_TYPE_IMAGE, "image/webp"},
+    {"wma", MRB_ITEM_TYPE_MUSIC, "audio/x-ms-wma"},
+    {"wmv", MRB_ITEM_TYPE_VIDEO, "video/x-ms-wmv"},
+    {"wv", MRB_ITEM_TYPE_MUSIC, "audio/x-wavpack"},
+    {"xspf", MRB_ITEM_TYPE_M3U, "application/xspf+xml"},
+};
+
+constexpr std::size_t LONGEST_EXTENSION = 4;
+
+static_assert(std::ranges::is_sorted(TYPES, {}, &MediaType::extension), "the look-up halves the table");
+static_assert(std::ranges::all_of(TYPES, [](const MediaType &type) {
+    return type.extension.size() <= LONGEST_EXTENSION;
+}));
+
+struct ContentType {
+    std::string_view name;
+    TypeMask types;
+};
+
+constexpr ContentType CONTENT_TYPES[] = {
+    {"", ALL_TYPES},
+    {"ALL", ALL_TYPES},
+    {"FOLDER", maskOf(MRB_ITEM_TYPE_FOLDER)},
+    {"IMAGE", maskOf(MRB_ITEM_TYPE_IMAGE)},
+    {"MUSIC", maskOf(MRB_ITEM_TYPE_MUSIC)},
+    {"VIDEO", maskOf(MRB_ITEM_TYPE_VIDEO)},
+    {"PLAYLIST", maskOf(MRB_ITEM_TYPE_M3U)},
+};
+
+// ASCII only: no extension of the table has another letter, and the answer must
+// not depend on the process's locale.
+constexpr char lowerCase(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+} // namespace
+
+const MediaType *mediaTypeOf(std::string_view fileName) {
+    const std::size_t dot = fileName.rfind('.');
+    if (dot == std::string_view::npos || dot == 0 || fileName.size() - dot - 1 > LONGEST_EXTENSION) {
+        return nullptr;
+    }
+    std::array<char, LONGEST_EXTENSION> lowered{};
+    const std::string_view given = fileName.substr(dot + 1);
+    std::ranges::transform(given, lowered.begin(), lowerCase);
+    const std::string_view extension(lowered.data(), given.size());
+    const MediaType *found = std::ranges::lower_bound(TYPES, extension, {}, &MediaType::extension);
+    return found != std::end(TYPES) && found->extension == extension ? found : nullptr;
+}
+
+const char *itemTypeName(int itemType) {
+    switch (itemType) {
+    case MRB_ITEM_TYPE_FOLDER:
+        return "folder";
+    case MRB_ITEM_TYPE_IMAGE:
+        return "image";
+    case MRB_ITEM_TYPE_VIDEO:
+        return "video";
+    case MRB_ITEM_TYPE_MUSIC:
+        return "music";
+    case MRB_ITEM_TYPE_RECORD:
+        return "record";
+    case MRB_ITEM_TYPE_M3U:
+        return "playlist";
+    case MRB_ITEM_TYPE_GROUP:
+        return "group";
+    case MRB_ITEM_TYPE_UHD:
+        return "uhd";
+    case MRB_ITEM_TYPE_SCSA:
+        return "scsa";
+    case MRB_ITEM_TYPE_UPFOLDER:
+        return "upfolder";
+    case MRB_ITEM_TYPE_EMPTY:
+        return "empty";
+    default:
+        return nullptr;
+    }
+}
+
+std::optional<TypeMask> typesOfContent(std::string_view contentType) {
+    for (const ContentType &entry : CONTENT_TYPES) {
+        if (entry.name == contentType) {
+            return entry.types;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace mrb

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace mrb {
+
+// What a file name's extension says about the file.
+struct MediaType {
+    std::string_view extension; // lower case, without the dot
+    std::uint8_t itemType;      // an MRB_ITEM_TYPE_ of mrb/agent.h
+    const char *mimeType;
+};
+
+// The MIME type of a folder.
+inline constexpr const char *FOLDER_MIME_TYPE = "inode/directory";
+
+// Looks the extension of `fileName` up, ignoring the case of its letters. Null:
+// not a media file. A name that is nothing but an extension has none.
+const MediaType *mediaTypeOf(std::string_view fileName);
+
+// The name of an item type ("image"), or null when no MRB_ITEM_TYPE_ has that number.
+const char *itemTypeName(int itemType);
+
+// One bit per item type: bit n stands for the MRB_ITEM_TYPE_ n.
+using TypeMask = std::uint32_t;
+inline constexpr TypeMask ALL_TYPES = ~TypeMask{0};
+constexpr TypeMask maskOf(unsigned itemType) { return TypeMask{1} << itemType; }
+
+// The item types that a content type such as "IMAGE" asks for; empty text and
+// "ALL" ask for every type. No value: no such content type.
+std::optional<TypeMask> typesOfContent(std::string_view contentType);
+
+} // namespace mrb

@@ -1,0 +1,131 @@
+#include "sources/folder/folder_reader.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "media/media_types.h"
+#include "mrb/agent.h"
+
+namespace mrb {
+namespace {
+
+// As many entries in one call as is worth while; larger reads are no faster.
+constexpr std::size_t BUFFER_BYTES = 64UL * 1024;
+
+constexpr unsigned WANTED = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+
+// Folders in which other systems keep deleted files and indexes. Nobody means those.
+constexpr const char *SYSTEM_FOLDERS[] = {"$RECYCLE.BIN", "RECYCLER", "System Volume Information"};
+
+bool isSystemFolder(const char *name) {
+    for (const char *system : SYSTEM_FOLDERS) {
+        if (strcasecmp(name, system) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int readStatus(int folder, const char *name, int flags, struct statx &status) {
+    return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
+}
+
+FileFacts factsOf(const struct statx &status) {
+    FileFacts facts;
+    // A damaged disk may report any 64 bits.
+    if ((status.stx_mask & STATX_SIZE) != 0 && std::in_range<std::int64_t>(status.stx_size)) {
+        facts.size = static_cast<std::int64_t>(status.stx_size);
+    }
+    if ((status.stx_mask & STATX_MTIME) != 0) {
+        facts.modified = status.stx_mtime.tv_sec;
+    }
+    if ((status.stx_mask & STATX_BTIME) != 0) {
+        facts.created = status.stx_btime.tv_sec;
+    }
+    return facts;
+}
+
+// Errors that mean that the entry is not there any more, or never led anywhere.
+bool isGone(int error) { return error == ENOENT || error == ELOOP || error == ENOTDIR; }
+
+} // namespace
+
+int readFacts(int folder, const char *name, FileFacts &facts) {
+    struct statx status {};
+    const int flags = *name == '\0' ? AT_EMPTY_PATH : AT_SYMLINK_NOFOLLOW;
+    const int error = readStatus(folder, name, flags, status);
+    if (error == 0) {
+        facts = factsOf(status);
+    }
+    return error;
+}
+
+FolderReader::FolderReader(const ItemSink &sink) : sink_(sink), buffer_(new char[BUFFER_BYTES]) {}
+
+FolderReader::~FolderReader() = default;
+
+int FolderReader::read(int folder, std::vector<FolderEntry> &files, std::vector<FolderEntry> &folders) {
+    int failure = 0;
+    while (true) {
+        const ssize_t size = getdents64(folder, buffer_.get(), BUFFER_BYTES);
+        if (size <= 0) {
+            return size == 0 ? failure : errno;
+        }
+        for (ssize_t offset = 0; offset < size;) {
+            if (sink_.stopped()) {
+                return ECANCELED;
+            }
+            // The kernel aligns every record for this type.
+            const auto *entry = reinterpret_cast<const dirent64 *>(buffer_.get() + offset);
+            offset += entry->d_reclen;
+            const int error = examine(folder, entry->d_name, entry->d_type, files, folders);
+            failure = failure == 0 ? error : failure;
+        }
+    }
+}
+
+int FolderReader::examine(int folder, const char *name, unsigned char kind, std::vector<FolderEntry> &files,
+                          std::vector<FolderEntry> &folders) {
+    // A slash in a name can only come from a damaged disk and would lead elsewhere.
+    if (name[0] == '.' || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
+        return 0;
+    }
+    struct statx status {};
+    bool haveStatus = false;
+    if (kind == DT_UNKNOWN) {
+        const int error = readStatus(folder, name, AT_SYMLINK_NOFOLLOW, status);
+        if (error != 0) {
+            return isGone(error) ? 0 : error;
+        }
+        kind = static_cast<unsigned char>(IFTODT(status.stx_mode));
+        haveStatus = kind == DT_REG;
+    }
+    if (kind == DT_DIR) {
+        if (!isSystemFolder(name)) {
+            folders.push_back({name, {}, MRB_ITEM_TYPE_FOLDER, {}});
+        }
+        return 0;
+    }
+    const MediaType *type = kind == DT_REG || kind == DT_LNK ? mediaTypeOf(name) : nullptr;
+    if (type == nullptr || !sink_.wants(type->itemType)) {
+        return 0;
+    }
+    if (!haveStatus) {
+        const int error = readStatus(folder, name, 0, status);
+        if (error != 0) {
+            return isGone(error) ? 0 : error;
+        }
+    }
+    if (S_ISREG(status.stx_mode)) {
+        files.push_back({name, {}, type->itemType, factsOf(status)});
+    }
+    return 0;
+}
+
+} // namespace mrb

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "sources/folder/folder_reader.h"
+#include "sources/source.h"
+#include "text/collation.h"
+
+namespace mrb {
+
+// One walk through a folder and everything below it. A folder's own files come
+// first, in natural order, then its sub-folders in natural order, each followed
+// by its contents. Files first, because so a scan holds no more than the folders
+// still to visit, the top folder's files can be shown at once, and the files of
+// one folder stand together. Owned and used by the thread that fills the list.
+class FolderScan {
+  public:
+    // The deepest folder that is read, counted from the scanned one (level 0).
+    // Cameras and players make a handful of levels; only a damaged disk has more.
+    static constexpr int DEEPEST_LEVEL = 100;
+
+    // `path` is the scanned folder's, for messages.
+    FolderScan(ItemSink &sink, const std::string &path);
+
+    FillResult run(Descriptor folder);
+
+  private:
+    // A folder that is still to be visited. All sub-folders of one folder share
+    // its descriptor, which closes with the last of them: a chain of folders, how
+    // long ever, needs two descriptors.
+    struct Pending {
+        std::shared_ptr<Descriptor> parent;
+        std::string name;
+        std::int32_t parentFolder = ROOT_FOLDER;
+        int level = 0;
+    };
+
+    // What became of a step: go on, or end the scan with result_.outcome.
+    enum class Step { GO_ON, END };
+
+    Step visit(const Pending &pending);
+    Step readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level,
+                      const std::string &name);
+    Step failed(int error, int level, const std::string &name);
+    Step addFiles(const std::vector<FolderEntry> &files, std::int32_t folder);
+    Step end(Outcome outcome);
+    void sort(std::vector<FolderEntry> &entries);
+
+    ItemSink &sink_;
+    const std::string &path_;
+    FolderReader reader_;
+    NaturalOrder order_;
+    std::vector<Pending> pending_; // the next one last
+    FillResult result_;
+};
+
+} // namespace mrb

@@ -1,0 +1,82 @@
+#include "sources/folder/folder_source.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include "mrb/agent.h"
+#include "sources/folder/folder_scan.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::string_view URI_SCHEME = "file://";
+
+std::string withoutRepeatedSlashes(const std::string &path) {
+    std::string clean;
+    for (const char letter : path) {
+        if (letter != '/' || clean.empty() || clean.back() != '/') {
+            clean += letter;
+        }
+    }
+    if (clean.ends_with('/')) {
+        clean.pop_back();
+    }
+    return clean;
+}
+
+} // namespace
+
+Outcome FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+    if (request.isUhdMeta) {
+        return {MRB_ERR_NOT_SUPPORTED, "Metadata of ultra-high-definition packages is not supported."};
+    }
+    std::string path = request.path;
+    if (path.starts_with(URI_SCHEME)) {
+        path = pathOfFileUri(path).value_or("");
+    }
+    if (!path.starts_with('/')) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "The scan path \"" + request.path + "\" is neither an absolute path nor a file:// URI."};
+    }
+    path = withoutRepeatedSlashes(path);
+    // Opened here, so that the caller learns at once when there is nothing to
+    // scan, and so that the folder scanned is the folder that was checked.
+    const char *opened = path.empty() ? "/" : path.c_str();
+    Descriptor folder(open(opened, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    if (!folder) {
+        return outcomeOfErrno(errno, opened);
+    }
+    source.reset(new FolderSource(std::move(path), std::move(folder)));
+    return {};
+}
+
+FolderSource::FolderSource(std::string path, Descriptor folder)
+    : path_(std::move(path)), folder_(std::move(folder)) {}
+
+FillResult FolderSource::fill(ItemSink &sink) { return FolderScan(sink, path_).run(std::move(folder_)); }
+
+ItemLocation FolderSource::locate(const ItemFacts &item) const {
+    std::string bytes = path_;
+    if (!item.folder.empty()) {
+        bytes.append(1, '/').append(item.folder);
+    }
+    bytes.append(1, '/').append(item.name);
+
+    ItemLocation location;
+    location.path = displayText(bytes);
+    location.url = fileUri(bytes);
+    location.mediaId = "msc:" + location.url.substr(URI_SCHEME.size());
+    const MediaType *type = mediaTypeOf(item.name);
+    if (item.type == MRB_ITEM_TYPE_FOLDER) {
+        location.mimeType = FOLDER_MIME_TYPE;
+    } else if (type != nullptr) {
+        location.mimeType = type->mimeType;
+    }
+    return location;
+}
+
+} // namespace mrb

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "base/descriptor.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Mass storage: a folder with everything in it, sub-folders included. Owned and
+// called as every Source is.
+class FolderSource final : public Source {
+  public:
+    // `request.path` is an absolute path, or a file:// URI where the path is not UTF-8.
+    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+
+    FillResult fill(ItemSink &sink) override;
+    [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
+
+  private:
+    FolderSource(std::string path, Descriptor folder);
+
+    const std::string path_; // without a slash at its end; empty for "/"
+    Descriptor folder_;      // used up by fill
+};
+
+} // namespace mrb

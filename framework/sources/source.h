@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/result.h"
+#include "media/media_types.h"
+
+namespace mrb {
+
+// The wishes for a list, as a general parameter object holds them. See mrb/agent.h.
+struct ListRequest {
+    std::string contentType;
+    std::string sortCategory;
+    std::string extension;
+    std::string keyWord;
+    std::string prepareData;
+    std::string source;
+    std::string path;
+    std::string folderId;
+    std::string modelName;
+    std::string languageId;
+    std::string deviceUniqueId;
+    std::string accessToken;
+    std::string country;
+    int bus = 0;
+    int device = 0;
+    bool isUhdMeta = false;
+    bool updateUhdMeta = false;
+};
+
+// A number that the source does not know.
+inline constexpr std::int64_t UNKNOWN = std::numeric_limits<std::int64_t>::min();
+
+// The folder that the source itself stands for. It is no item of the list.
+inline constexpr std::int32_t ROOT_FOLDER = 0;
+
+// One item on its way from a source into a list. The texts need to live until
+// the call that hands the item over returns; they may hold any bytes but zero.
+struct SourceItem {
+    std::string_view name;
+    std::string_view id; // the source's own id; empty where name and folder say it all
+    std::int32_t folder = ROOT_FOLDER;
+    std::uint8_t type = 0;           // an MRB_ITEM_TYPE_
+    std::int64_t size = UNKNOWN;     // bytes
+    std::int64_t modified = UNKNOWN; // seconds since 1970, UTC
+    std::int64_t created = UNKNOWN;  // the same
+};
+
+// Where a source puts what it finds. Called by the source's own thread only.
+class ItemSink {
+  public:
+    virtual ~ItemSink() = default;
+
+    // True for item types that the list wants; others may be left out, or are dropped.
+    [[nodiscard]] virtual bool wants(std::uint8_t type) const = 0;
+
+    // True as soon as the source should return; asked for every entry that it looks at.
+    [[nodiscard]] virtual bool stopped() const = 0;
+
+    // Says how many items there will be, where that is known before they are here.
+    virtual void announce(std::int64_t total) = 0;
+
+    // Makes a folder known that items can lie in, wanted or not. The number is
+    // for SourceItem::folder; negative: the list is full, return.
+    virtual std::int32_t addFolder(std::int32_t parent, std::string_view name) = 0;
+
+    // Appends a run of items. False: the list is full or was stopped, return.
+    [[nodiscard]] virtual bool add(std::span<const SourceItem> items) = 0;
+};
+
+// How filling a list ended, and what was left out on the way.
+struct FillResult {
+    Outcome outcome;
+    std::int64_t unreadable = 0; // folders that could not be read, or not to their end
+    std::int64_t tooDeep = 0;    // folders too far down to be read
+};
+
+// What a list remembers of an item, copied out for one description.
+struct ItemFacts {
+    std::string name;
+    std::string id;
+    std::string folder; // the enclosing folders' names below the source, joined with '/'; no '/' at its ends
+    std::uint8_t type = 0;
+    std::int64_t size = UNKNOWN;
+    std::int64_t modified = UNKNOWN;
+    std::int64_t created = UNKNOWN;
+};
+
+// How an item can be reached. Empty: not that way.
+struct ItemLocation {
+    std::string path;
+    std::string url;
+    std::string mediaId;
+    std::string mimeType;
+};
+
+// Something that a list can be filled from: a folder, a server, a camera, a
+// playlist. Owned by one opening of a list. `fill` is called once, on a thread
+// that may wait for devices; `locate` on any thread, also while `fill` runs, so
+// it may only use what never changes after construction.
+class Source {
+  public:
+    virtual ~Source() = default;
+
+    // Hands everything to `sink` and returns when that is done, failed, or stopped.
+    virtual FillResult fill(ItemSink &sink) = 0;
+
+    [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
+};
+
+// Makes the source that `request` names and checks that it can be reached.
+Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source);
+
+} // namespace mrb

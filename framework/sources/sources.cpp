@@ -1,0 +1,36 @@
+// The table of sources. A new source is a folder beside this file and a line here.
+
+#include "sources/folder/folder_source.h"
+#include "sources/source.h"
+
+namespace mrb {
+namespace {
+
+Outcome notSupported(const ListRequest &request, std::unique_ptr<Source> & /*source*/) {
+    return {MRB_ERR_NOT_SUPPORTED, "Lists of " + request.source + " are not supported."};
+}
+
+struct Entry {
+    const char *name;
+    Outcome (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
+};
+
+constexpr Entry SOURCES[] = {
+    {"SOURCE_MSC", FolderSource::make},
+    {"SOURCE_DLNA", notSupported},
+    {"SOURCE_PTP", notSupported},
+    {"SOURCE_PLAYLIST", notSupported},
+};
+
+} // namespace
+
+Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
+    for (const Entry &entry : SOURCES) {
+        if (request.source == entry.name) {
+            return entry.make(request, source);
+        }
+    }
+    return {MRB_ERR_INVALID_PARAMETER, "There is no source \"" + request.source + "\"."};
+}
+
+} // namespace mrb

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+struct UCollator;
+
+namespace mrb {
+
+// The order in which people expect names: alphabetical in every script, numbers
+// by their value ("2.jpg" before "10.jpg"), the same on every machine whatever
+// its language settings. Owned and used by one thread.
+class NaturalOrder {
+  public:
+    NaturalOrder();
+    ~NaturalOrder();
+    NaturalOrder(const NaturalOrder &) = delete;
+    NaturalOrder &operator=(const NaturalOrder &) = delete;
+
+    // A key whose byte order is the order of the names. Different names have
+    // different keys: where the collation sees no difference, the bytes decide.
+    // `name` may hold any bytes.
+    std::string key(std::string_view name);
+
+  private:
+    struct Close {
+        void operator()(UCollator *collator) const;
+    };
+    std::unique_ptr<UCollator, Close> collator_;
+    std::u16string utf16_;
+};
+
+} // namespace mrb

@@ -1,0 +1,66 @@
+#include "text/text.h"
+
+#include <glib.h>
+#include <json/writer.h>
+
+#include <array>
+#include <ctime>
+#include <memory>
+#include <new>
+
+namespace mrb {
+namespace {
+
+struct Free {
+    void operator()(char *text) const { g_free(text); }
+};
+using GlibText = std::unique_ptr<char, Free>;
+
+Json::StreamWriterBuilder compactWriter() {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    builder["emitUTF8"] = true;
+    return builder;
+}
+
+} // namespace
+
+std::string displayText(const std::string &bytes) {
+    return GlibText(g_utf8_make_valid(bytes.data(), static_cast<gssize>(bytes.size()))).get();
+}
+
+std::string fileUri(const std::string &path) {
+    const GlibText uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
+    return uri ? uri.get() : "";
+}
+
+std::optional<std::string> pathOfFileUri(const std::string &uri) {
+    char *host = nullptr;
+    const GlibText path(g_filename_from_uri(uri.c_str(), &host, nullptr));
+    const GlibText hostOwner(host);
+    if (!path || host != nullptr) {
+        return std::nullopt;
+    }
+    return path.get();
+}
+
+Json::Value isoTime(std::int64_t seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm calendar{};
+    // A 32-bit time_t cannot hold every time that a disk can.
+    if (time != seconds || gmtime_r(&time, &calendar) == nullptr) {
+        return Json::nullValue;
+    }
+    std::array<char, 40> text{};
+    if (std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &calendar) == 0) {
+        return Json::nullValue;
+    }
+    return text.data();
+}
+
+std::string jsonText(const Json::Value &value) {
+    static const Json::StreamWriterBuilder builder = compactWriter();
+    return Json::writeString(builder, value);
+}
+
+} // namespace mrb
