@@ -1,0 +1,67 @@
+// The recording framework itself: what the other tests rest on.
+
+import assert from 'node:assert/strict';
+import { readdirSync, readFileSync } from 'node:fs';
+import { test } from 'node:test';
+
+import { call, openBridge, rec } from './harness.mjs';
+
+const headers = new URL('../../platform/mrb/', import.meta.url);
+
+/** Every function that the framework's headers declare. */
+function declaredFunctions() {
+    const text = readdirSync(headers)
+        .map((name) => readFileSync(new URL(name, headers), 'utf8'))
+        .join('\n')
+        .replace(/\/\*[\s\S]*?\*\//g, '')
+        .replace(/^\s*#.*$/gm, '');
+    return [...text.matchAll(/\b((?:mrb|thumbnail)_\w+)\s*\(/g)].map(([, name]) => name);
+}
+
+test('the recording framework has every function that the headers declare, and no other', () => {
+    const declared = declaredFunctions();
+    assert.equal(declared.length, 110);
+    assert.deepEqual(rec.functions().sort(), declared.sort());
+});
+
+test('the bridge runs on the recording framework', () => {
+    const bridge = openBridge();
+    call(bridge, 'mrb_get_group_count_v2', '{}');
+    assert.deepEqual(rec.trace(), [['mrb_get_group_count_v2', 0, 0]]);
+});
+
+test('a function that does not exist cannot be steered', () => {
+    assert.throws(() => rec.queue('mrb_no_such_function', {}), /there is no function mrb_no_such_function/);
+});
+
+test('a callback that nobody registered cannot be fired', () => {
+    assert.throws(() => rec.fireUsb({ device: rec.device({}) }), /nothing is registered/);
+});
+
+test('the release of a text that was handed out is seen', () => {
+    const bridge = openBridge();
+    rec.queue('mrb_get_item_v2', { out: 'text' });
+    call(bridge, 'mrb_get_item_v2', '{}');
+    assert.deepEqual(rec.blocks(), [{ giver: 'mrb_get_item_v2', released: true }]);
+});
+
+test('queued replies go before the default, in their order', () => {
+    const bridge = openBridge();
+    rec.setDefault('mrb_disconnect_v2', { result: -1 });
+    rec.queue('mrb_disconnect_v2', { result: -2 });
+    rec.queue('mrb_disconnect_v2', { result: -3 });
+    const results = [1, 2, 3].map(() => call(bridge, 'mrb_disconnect_v2', '{}').return_ecode);
+    assert.deepEqual(results, [-2, -3, -1]);
+});
+
+test('with recording switched off calls answer their defaults and leave no trace', () => {
+    const bridge = openBridge();
+    rec.setDefault('mrb_get_group_count_v2', { out: 7 });
+    rec.setRecording(false);
+    try {
+        assert.equal(call(bridge, 'mrb_get_group_count_v2', '{}').return_data, 7);
+    } finally {
+        rec.setRecording(true);
+    }
+    assert.deepEqual([rec.trace(), rec.logs()], [[], []]);
+});
