@@ -48,6 +48,24 @@ __attribute__((format(printf, 3, 0))) int formatText(std::array<char, 1024> &sho
     return length;
 }
 
+/// The slow half of system_log_print, kept out of it so that its quick return
+/// saves no registers and needs no large frame.
+__attribute__((noinline, format(printf, 3, 0))) int
+formatAndWrite(int priority, const char *tag, const char *format, va_list arguments) noexcept {
+    // A caller that logs a failure still wants to know its errno.
+    const int savedErrno = errno;
+    std::array<char, 1024> shortText; // NOLINT(cppcoreguidelines-pro-type-member-init): written by vsnprintf
+    std::unique_ptr<char[]> longText;
+    const int length = formatText(shortText, longText, format, arguments);
+    if (length >= 0) {
+        const char *text = longText == nullptr ? shortText.data() : longText.get();
+        sink->write(std::clamp(priority, 0, 7), tag == nullptr ? "-" : tag,
+                    {text, static_cast<size_t>(length)});
+    }
+    errno = savedErrno;
+    return length;
+}
+
 } // namespace
 
 __attribute__((visibility("default"))) int system_log_print(int /*log_id*/, int priority, const char *tag,
@@ -58,19 +76,9 @@ __attribute__((visibility("default"))) int system_log_print(int /*log_id*/, int 
     if (format == nullptr) {
         return -1;
     }
-    // A caller that logs a failure still wants to know its errno.
-    const int savedErrno = errno;
-    std::array<char, 1024> shortText; // NOLINT(cppcoreguidelines-pro-type-member-init): written by vsnprintf
-    std::unique_ptr<char[]> longText;
     va_list arguments;
     va_start(arguments, format);
-    const int length = formatText(shortText, longText, format, arguments);
+    const int length = formatAndWrite(priority, tag, format, arguments);
     va_end(arguments);
-    if (length >= 0) {
-        const char *text = longText == nullptr ? shortText.data() : longText.get();
-        sink->write(std::clamp(priority, 0, 7), tag == nullptr ? "-" : tag,
-                    {text, static_cast<size_t>(length)});
-    }
-    errno = savedErrno;
     return length;
 }

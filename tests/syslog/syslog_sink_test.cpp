@@ -56,7 +56,8 @@ TEST(SyslogSink, sendsALongLineInNumberedPiecesThatGiveTheWholeText) {
     for (int number = 1; whole.size() < text.size() && !HasFailure(); ++number) {
         const std::string piece = daemon.datagram();
         EXPECT_LE(piece.size(), 1024U);
-        EXPECT_NE(piece.find("(" + std::to_string(number) + "/"), std::string::npos) << piece;
+        EXPECT_NE(piece.find(std::string("(").append(std::to_string(number)) + "/"), std::string::npos)
+            << piece;
         whole += bare(piece);
     }
     writer.join();
