@@ -35,8 +35,7 @@ long long TruncateClamped(double value) {
 
 CMRBBridgeJson::CMRBBridgeJson() : valid_(true) { root_.clear(); }
 
-CMRBBridgeJson::CMRBBridgeJson(std::string text)
-    : valid_(false) { // NOLINT(performance-unnecessary-value-param)
+CMRBBridgeJson::CMRBBridgeJson(const std::string &text) : valid_(false) {
     if (!text.empty()) {
         bool parsed = false;
         try {

@@ -19,7 +19,7 @@ namespace MRBBridge {
 class CMRBBridgeJson {
   public:
     CMRBBridgeJson();
-    explicit CMRBBridgeJson(std::string text);
+    explicit CMRBBridgeJson(const std::string &text);
 
     /// The document on one line, ended by a line feed; empty when not valid.
     std::string ToString() const;

@@ -37,6 +37,7 @@ inline int ThreadId() { return static_cast<int>(syscall(SYS_gettid)); }
 /// A framework handle as "%p" prints it: the pointer made of its 32 bits,
 /// unsigned, so that it reads the same whatever the size of a pointer.
 inline void *HandlePointer(int32_t handle) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it
     return reinterpret_cast<void *>(static_cast<uintptr_t>(static_cast<uint32_t>(handle)));
 }
 

@@ -23,14 +23,14 @@
 #ifdef __cplusplus
 extern "C" {
 /* A record is handed to callbacks by reference; C sees the same bits as a pointer. */
-#define MRB_REFERENCE &
+#define MRB_REFERENCE & /* NOLINT(bugprone-macro-parentheses): part of a declaration */
 #else
-#define MRB_REFERENCE *
+#define MRB_REFERENCE * /* NOLINT(bugprone-macro-parentheses): part of a declaration */
 #endif
 
 /* One device. Opaque: read through the getters. */
-typedef struct _mrb_storage_s
-    _mrb_storage_s; /* NOLINT(bugprone-reserved-identifier): the framework's own name */
+/* NOLINTNEXTLINE(bugprone-reserved-identifier): the framework's own name */
+typedef struct _mrb_storage_s _mrb_storage_s;
 
 /* A list of devices. Opaque. */
 typedef struct mrb_storage_list_s *mrb_storage_list_h;

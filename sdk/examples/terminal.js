@@ -1,0 +1,49 @@
+'use strict';
+// Printing for a person: widths, sizes, and names that cannot disturb the terminal.
+
+const WIDE = /[\u1100-\u115f\u2e80-\ua4cf\uac00-\ud7a3\uf900-\ufaff\ufe30-\ufe6f\uff00-\uff60\uffe0-\uffe6]|\p{Emoji_Presentation}/u;
+const ZERO_WIDTH = /[\p{M}\u200b-\u200f\ufe0f]/u;
+
+/** Replaces control characters: a file's name may hold what a terminal obeys. */
+const printable = (text) => text.replace(/[\p{Cc}\u202a-\u202e\u2066-\u2069]/gu, '\ufffd');
+
+/** How many columns a text takes. */
+function width(text) {
+  let columns = 0;
+  for (const character of text) {
+    columns += ZERO_WIDTH.test(character) ? 0 : WIDE.test(character) ? 2 : 1;
+  }
+  return columns;
+}
+
+/** Fills a text up with spaces, or cuts it, to a number of columns. */
+function fit(text, columns) {
+  if (width(text) <= columns) {
+    return text + ' '.repeat(columns - width(text));
+  }
+  let cut = '';
+  for (const character of text) {
+    if (width(cut + character) > columns - 1) {
+      break;
+    }
+    cut += character;
+  }
+  return fit(`${cut}…`, columns);
+}
+
+/** A number of bytes in the unit that suits it: "34.2 kB". */
+function size(bytes) {
+  const units = ['B', 'kB', 'MB', 'GB', 'TB', 'PB'];
+  let unit = 0;
+  let value = bytes;
+  while (value >= 1000 && unit < units.length - 1) {
+    value /= 1000;
+    unit += 1;
+  }
+  return `${unit === 0 ? value : value.toFixed(1)} ${units[unit]}`;
+}
+
+/** "1 picture", "2 pictures". */
+const count = (number, one, many = `${one}s`) => `${number.toLocaleString('en')} ${number === 1 ? one : many}`;
+
+module.exports = { count, fit, printable, size, width };

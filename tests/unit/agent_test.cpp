@@ -1,0 +1,160 @@
+// The agent adapter's inside: event table, registry, teardown.
+
+#include "MRBAgentAdapter.h"
+
+#include "engine.h"
+#include "function.h"
+
+namespace MRBBridge {
+
+/// The way into the adapter's private parts.
+struct AgentAdapterProbe {
+    static int convert(int event) { return CMRBAgentAdapter::m_ConvertEvent(event); }
+    static std::map<int, std::string> &registry(CMRBAgentAdapter &adapter) { return adapter.handles_; }
+    static void teardown(const std::vector<int> &send, const std::vector<int> &agent) {
+        CMRBAgentAdapter::m_DestroyHandler(send, agent);
+    }
+    static std::map<std::string, _eMRBFieldType> &fields(CMRBAgentAdapter &adapter) {
+        return adapter.field_types_;
+    }
+    static _eMRBFieldType type(const CMRBAgentAdapter &adapter, const std::string &field) {
+        return adapter.m_GetFieldType(field);
+    }
+};
+
+} // namespace MRBBridge
+
+namespace {
+
+using MRBBridge::CMRBAgentAdapter;
+using Probe = MRBBridge::AgentAdapterProbe;
+using Lines = std::vector<std::string>;
+
+class Agent : public EngineTest {
+  protected:
+    static void answerNext(const char *function, int result) {
+        recording::functions().at(function)->queue({int64_t{result}, recording::Untouched{}});
+    }
+};
+
+TEST_F(Agent, EventTableIsAsScriptsKnowIt) {
+    const std::map<int, int> known = {{0, 0},   {1, 1},   {2, 8},   {3, 25},  {14, 13}, {18, 17},
+                                      {19, 18}, {20, 19}, {21, 26}, {22, 27}, {23, 28}, {28, 29}};
+    for (int event = -3; event <= 40; ++event) {
+        const auto found = known.find(event);
+        EXPECT_EQ(Probe::convert(event), found == known.end() ? -1 : found->second) << event;
+    }
+    EXPECT_EQ(Probe::convert(INT32_MIN), -1);
+    EXPECT_EQ(Probe::convert(INT32_MAX), -1);
+}
+
+TEST_F(Agent, OpenedListIsRegisteredUnderItsHandle) {
+    auto &adapter = *new CMRBAgentAdapter; // never destroyed: its teardown would not end
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    ASSERT_EQ(Probe::registry(adapter).size(), 1U);
+    EXPECT_EQ(Probe::registry(adapter).begin()->second, "mrb_request_list_v2");
+}
+
+TEST_F(Agent, FailedRequestRegistersNothing) {
+    CMRBAgentAdapter adapter;
+    answerNext("mrb_request_list_v2", -8);
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    EXPECT_TRUE(Probe::registry(adapter).empty());
+}
+
+TEST_F(Agent, RefusedSourceRegistersNothing) {
+    CMRBAgentAdapter adapter;
+    adapter.RequestList(R"({"param_source_name":"source_msc"})");
+    EXPECT_TRUE(Probe::registry(adapter).empty());
+}
+
+TEST_F(Agent, HandleAlreadyRegisteredKeepsItsEntry) {
+    auto &adapter = *new CMRBAgentAdapter;
+    Probe::registry(adapter)[7] = "mrb_batch_process_v2";
+    recording::functions().at("mrb_request_list_v2")->queue({int64_t{0}, recording::Value{int64_t{7}}});
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{7, "mrb_batch_process_v2"}}));
+}
+
+TEST_F(Agent, CancelAndDisconnectLeaveTheRegistryAlone) {
+    auto &adapter = *new CMRBAgentAdapter;
+    recording::functions().at("mrb_request_list_v2")->queue({int64_t{0}, recording::Value{int64_t{5}}});
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    adapter.CancelRequestList(R"({"param_agent":5})");
+    adapter.DisConnect(R"({"param_agent":5})");
+    EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{5, "mrb_request_list_v2"}}));
+}
+
+TEST_F(Agent, EmptyRegistryIsTornDownWithoutAFrameworkCall) {
+    { CMRBAgentAdapter adapter; }
+    const Lines lines = takeLog();
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_TRUE(lines[0].starts_with("~CMRBAgentAdapter: Start to destroy CMRBAgentAdapter[0x"));
+    EXPECT_EQ(lines[1], "m_DestroyHandler: Num of handle for send[0].");
+    EXPECT_EQ(lines[2], "m_DestroyHandler: Num of handle for agent[0].");
+    EXPECT_TRUE(lines[3].starts_with("~CMRBAgentAdapter: End to destroy CMRBAgentAdapter[0x"));
+    EXPECT_EQ(calls(), Lines{});
+}
+
+TEST_F(Agent, FirstEntryOfAnotherNameEndsTheTeardownAtOnce) {
+    {
+        CMRBAgentAdapter adapter;
+        Probe::registry(adapter) = {{1, "another"}, {2, "mrb_request_list_v2"}};
+    }
+    const Lines lines = takeLog();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[1], "m_DestroyHandler: Error handle[another].");
+    EXPECT_EQ(calls(), Lines{});
+}
+
+TEST_F(Agent, TeardownStopsSharesThenDisconnectsLists) {
+    Probe::teardown({3, 4}, {1, -2});
+    EXPECT_EQ(calls(), (Lines{"mrb_stop_batch_process_v2(3)", "mrb_stop_batch_process_v2(4)",
+                              "mrb_disconnect_v2(1)", "mrb_disconnect_v2(-2)"}));
+    EXPECT_EQ(
+        takeLog(),
+        (Lines{"m_DestroyHandler: Num of handle for send[2].", "m_DestroyHandler: Stop Send Handle[0x3].",
+               "m_DestroyHandler: Stop Send Handle[0x4].", "m_DestroyHandler: Num of handle for agent[2].",
+               "m_DestroyHandler: Disconnect Agent Handle[0x1].",
+               "m_DestroyHandler: Disconnect Agent Handle[0xfffffffe]."}));
+}
+
+TEST_F(Agent, TeardownSkipsTheOtherSharesAfterAFailureButStillDisconnects) {
+    answerNext("mrb_stop_batch_process_v2", -8);
+    Probe::teardown({3, 4}, {1});
+    EXPECT_EQ(calls(), (Lines{"mrb_stop_batch_process_v2(3)", "mrb_disconnect_v2(1)"}));
+    EXPECT_EQ(takeLog(), (Lines{"m_DestroyHandler: Num of handle for send[2].",
+                                "m_DestroyHandler: Stop Send Handle[0x3].",
+                                "m_DestroyHandler: Destroy Handle[0x3] faild.",
+                                "m_DestroyHandler: Num of handle for agent[1].",
+                                "m_DestroyHandler: Disconnect Agent Handle[0x1]."}));
+}
+
+TEST_F(Agent, TeardownStopsAtTheFirstListThatFails) {
+    answerNext("mrb_disconnect_v2", 0);
+    answerNext("mrb_disconnect_v2", -2);
+    Probe::teardown({}, {1, 2, 3});
+    EXPECT_EQ(calls(), (Lines{"mrb_disconnect_v2(1)", "mrb_disconnect_v2(2)"}));
+    EXPECT_EQ(takeLog().back(), "m_DestroyHandler: Destroy Handle[0x2] faild.");
+}
+
+TEST_F(Agent, FieldMapIsFilledAtConstruction) {
+    CMRBAgentAdapter adapter;
+    EXPECT_EQ(Probe::fields(adapter).size(), 80U);
+    std::map<int, int> by_type;
+    for (const auto &[field, type] : Probe::fields(adapter)) {
+        ++by_type[type];
+    }
+    EXPECT_EQ(by_type, (std::map<int, int>{{1, 2}, {2, 3}, {3, 3}, {4, 30}, {5, 30}, {6, 12}}));
+}
+
+TEST_F(Agent, FieldsAreLookedUpByTheirExactName) {
+    const CMRBAgentAdapter adapter;
+    EXPECT_EQ(Probe::type(adapter, "SIZE"), MRBBridge::FIELD_TYPE_LINT);
+    EXPECT_EQ(Probe::type(adapter, "YEAR"), MRBBridge::FIELD_TYPE_CHAR);
+    EXPECT_EQ(Probe::type(adapter, "EMBARGO_TIME"), MRBBridge::FIELD_TYPE_INT);
+    EXPECT_EQ(Probe::type(adapter, "size"), MRBBridge::FIELD_TYPE_NONE);
+    EXPECT_EQ(Probe::type(adapter, ""), MRBBridge::FIELD_TYPE_NONE);
+}
+
+} // namespace

@@ -1,0 +1,184 @@
+// Delivery: from FireOnCallbacks on any thread to a script function.
+
+#include <limits>
+#include <set>
+#include <thread>
+
+#include "MRBAdapterProvider.h"
+#include "engine.h"
+
+namespace {
+
+using Bridge::ScriptArray;
+using MRBBridge::CMRBAdapterProvider;
+using Lines = std::vector<std::string>;
+
+class Delivery : public EngineTest {
+  protected:
+    Delivery() { forget(); }
+
+    /// Registers a function as a script does.
+    static void listen(CMRBAdapterProvider &provider, int func, const Heard &heard) {
+        const Values arguments = {heard.function()};
+        provider.ExecuteWithCallback(func, ScriptArray(arguments));
+        forget();
+    }
+
+    static void fire(int func, const std::string &text, void *provider) {
+        CMRBAdapterProvider::FireOnCallbacks(func, text, provider);
+    }
+
+    // Not destroyed where a test does not do it: the tests' main loop is drained
+    // by each test itself.
+    CMRBAdapterProvider *provider_ = new CMRBAdapterProvider;
+};
+
+TEST_F(Delivery, IsLoggedOnTheWayIn) {
+    fire(0, "{}%s", provider_);
+    const Lines lines = takeLog();
+    ASSERT_EQ(lines.size(), 2U);
+    std::string address(32, '\0');
+    address.resize(
+        static_cast<size_t>(snprintf(address.data(), address.size(), "%p", static_cast<void *>(provider_))));
+    EXPECT_EQ(lines[0], "FireOnCallbacks: FUNC[0], data[{}%s], self[" + address + "].");
+    EXPECT_EQ(lines[1], "FireOnCallbacks: callback done.");
+}
+
+TEST_F(Delivery, TextIsTheFunctionsOneArgument) {
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    fire(0, "{\"a\":1}\n", provider_);
+    EXPECT_EQ(heard.calls(), "[]");
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), R"([["{\"a\":1}\n"]])");
+}
+
+TEST_F(Delivery, EmptyTextGivesNoArgument) {
+    const Heard heard;
+    listen(*provider_, 3, heard);
+    fire(3, "", provider_);
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), "[[]]");
+}
+
+TEST_F(Delivery, ResultsComeInOrderEachWithItsText) {
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    fire(0, "first", provider_);
+    fire(0, "second", provider_);
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), R"([["first"],["second"]])");
+}
+
+TEST_F(Delivery, EachCommandHasAFunctionOfItsOwn) {
+    const std::vector<int> commands = {0, 3, 26, 31, 35, 37};
+    std::vector<Heard> heard(commands.size());
+    for (size_t index = 0; index < commands.size(); ++index) {
+        listen(*provider_, commands[index], heard[index]);
+    }
+    for (const int func : commands) {
+        fire(func, std::to_string(func), provider_);
+    }
+    drainMainLoop();
+    for (size_t index = 0; index < commands.size(); ++index) {
+        EXPECT_EQ(heard[index].calls(), "[[\"" + std::to_string(commands[index]) + "\"]]");
+    }
+}
+
+TEST_F(Delivery, CommandsWithoutAFunctionAreLoggedAndDropped) {
+    const std::set<int> slots = {0, 3, 26, 31, 35, 37};
+    for (int func = -2; func <= 45; ++func) {
+        if (slots.count(func) != 0) {
+            continue;
+        }
+        recording::clearLogLines();
+        fire(func, "text", provider_);
+        EXPECT_EQ(takeLog().back(), "FireOnCallbacks: No need to fire js callback.");
+    }
+    fire(std::numeric_limits<int>::max(), "text", provider_);
+    fire(std::numeric_limits<int>::min(), "text", provider_);
+    EXPECT_EQ(takeLog().back(), "FireOnCallbacks: No need to fire js callback.");
+    drainMainLoop();
+}
+
+TEST_F(Delivery, ResultWithoutARegisteredFunctionIsFreedWithoutACall) {
+    fire(31, "nobody listens", provider_);
+    drainMainLoop();
+    EXPECT_EQ(takeLog().back(), "FireOnCallbacks: callback done.");
+}
+
+TEST_F(Delivery, FunctionRegisteredAtDeliveryTimeHears) {
+    const Heard first;
+    const Heard second;
+    listen(*provider_, 0, first);
+    fire(0, "queued before", provider_);
+    listen(*provider_, 0, second);
+    drainMainLoop();
+    EXPECT_EQ(first.calls(), "[]");
+    EXPECT_EQ(second.calls(), R"([["queued before"]])");
+}
+
+TEST_F(Delivery, BytesThatAreNotUtf8ReachTheScriptAsReplacementCharacters) {
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    fire(0, "a\xff", provider_);
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), "[[\"a\xef\xbf\xbd\"]]");
+}
+
+TEST_F(Delivery, RecordsOfADestroyedProviderReachNothing) {
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    fire(0, "too late", provider_);
+    delete provider_;
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), "[]");
+}
+
+TEST_F(Delivery, RecordsOfADestroyedProviderReachNoLaterProvider) {
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    // As many as it takes for an allocator to hand the same storage out again.
+    for (int round = 0; round < 100; ++round) {
+        auto *gone = new CMRBAdapterProvider;
+        fire(0, "for the one that is gone", gone);
+        delete gone;
+        auto *later = new CMRBAdapterProvider;
+        EXPECT_NE(later, gone);
+        listen(*later, 0, heard);
+    }
+    drainMainLoop();
+    EXPECT_EQ(heard.calls(), "[]");
+}
+
+TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
+    constexpr int threads = 4;
+    constexpr int results = 2000;
+    const Heard heard;
+    listen(*provider_, 0, heard);
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < threads; ++thread) {
+        running.emplace_back([this, thread] {
+            for (int number = 0; number < results; ++number) {
+                fire(0, std::to_string(thread * results + number), provider_);
+            }
+        });
+    }
+    for (std::thread &thread : running) {
+        thread.join();
+    }
+    drainMainLoop();
+    // Sorted by thread, the numbers must stand in order without a gap.
+    const v8::Local<v8::Value> check =
+        evaluate("((function_) => { const last = [-1, 1999, 3999, 5999]; let count = 0;"
+                 " for (const [text] of function_.calls) { const n = Number(text), t = Math.floor(n / 2000);"
+                 "   if (n !== last[t] + 1) return 'out of order: ' + n; last[t] = n; count += 1; }"
+                 " return String(count); })");
+    v8::Local<v8::Value> function = heard.function();
+    const v8::Local<v8::Value> verdict = check.As<v8::Function>()
+                                             ->Call(testContext(), v8::Undefined(testIsolate()), 1, &function)
+                                             .ToLocalChecked();
+    EXPECT_EQ(textOf(Bridge::ScriptObject(verdict)), std::to_string(threads * results));
+}
+
+} // namespace

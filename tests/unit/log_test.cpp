@@ -1,0 +1,41 @@
+// The form of a log line.
+
+#include "log.h"
+
+#include <thread>
+
+#include "engine.h"
+
+namespace {
+
+TEST_F(EngineTest, LogLineNamesFileFunctionLineAndThread) {
+    const int line = __LINE__ + 1;
+    MRB_LOG(MRBBridge::LogTag::Common, "text[%s] number[%d]", "a%s", 5);
+    const std::vector<recording::LogLine> lines = recording::logLines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].log_id, 0);
+    EXPECT_EQ(lines[0].priority, 5);
+    EXPECT_EQ(lines[0].tag, "MRB-BRIDGE-COMMON");
+    const std::string number = std::to_string(line);
+    EXPECT_EQ(lines[0].text, "log_test.cpp: TestBody(" + number + ") > \033[31m[TestBody:" + number +
+                                 "] [Thread Id:[" + std::to_string(MRBBridge::ThreadId()) +
+                                 "]] text[a%s] number[5]\033[0m");
+}
+
+TEST_F(EngineTest, LogLineNamesTheThreadThatSpeaks) {
+    int other = 0;
+    std::thread([&other] {
+        other = MRBBridge::ThreadId();
+        MRB_LOG(MRBBridge::LogTag::Agent, "from a thread");
+    }).join();
+    EXPECT_NE(other, MRBBridge::ThreadId());
+    const std::string expected = "[Thread Id:[" + std::to_string(other) + "]] from a thread\033[0m";
+    EXPECT_NE(recording::logLines().at(0).text.find(expected), std::string::npos);
+}
+
+TEST_F(EngineTest, HandlesReadAlikeWhateverTheSizeOfAPointer) {
+    EXPECT_EQ(MRBBridge::HandlePointer(0), nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(MRBBridge::HandlePointer(-1)), 0xffffffffU);
+}
+
+} // namespace
