@@ -24,31 +24,47 @@ export function agentCommand(fn, command, request, answer, between = []) {
     ];
 }
 
+const PREFIX = new RegExp('^([^:]+): ([^(]+)\\((\\d+)\\) > \\x1b\\[31m\\[([^:]+):(\\d+)\\] ' +
+                          '\\[Thread Id:\\[(\\d+)\\]\\] ');
+const SUFFIX = '\x1b[0m';
 const escaped = (text) => text.replace(/[\\^$.*+?()[\]{}|]/g, '\\$&');
 
-function patternOf({ file, fn, text }) {
-    const message = escaped(text).replaceAll('%p', '0x[0-9a-f]+');
-    const f = escaped(fn);
-    return new RegExp(`^${escaped(file)}: ${f}\\((\\d+)\\) > \\x1b\\[31m\\[${f}:\\1\\] ` +
-                      `\\[Thread Id:\\[(\\d+)\\]\\] ${message}\\x1b\\[0m$`);
+/** A recorded text taken apart; undefined when it does not have the form of a line. */
+function parse(text) {
+    const prefix = PREFIX.exec(text);
+    if (!prefix || !text.endsWith(SUFFIX)) return undefined;
+    const [whole, file, fn, line, fnAgain, lineAgain, thread] = prefix;
+    if (fn !== fnAgain || line !== lineAgain) return undefined;
+    return { file, fn, thread: Number(thread), message: text.slice(whole.length, -SUFFIX.length) };
 }
+
+function isSameMessage(message, wanted) {
+    if (!wanted.includes('%p')) return message === wanted;
+    return new RegExp(`^${escaped(wanted).replaceAll('%p', '0x[0-9a-f]+')}$`).test(message);
+}
+
+const isLine = (parsed, { file, fn, text }) =>
+    parsed !== undefined && parsed.file === file && parsed.fn === fn && isSameMessage(parsed.message, text);
+
+/** A text for a message: as JSON, and not longer than a reader wants. */
+const shown = (text) => JSON.stringify(text.length > 400 ? `${text.slice(0, 400)}...` : text);
 
 /** The recorded lines must be exactly these; `onMainThread` says on which thread all were written. */
 export function assertLogs(expected, { onMainThread, lines = rec.logs() } = {}) {
     lines.forEach((line, index) => {
         const wanted = expected[index];
-        assert.ok(wanted, `one line too many: ${JSON.stringify(line.text)}`);
-        const match = patternOf(wanted).exec(line.text);
-        assert.ok(match, `line ${index}\n  is     ${JSON.stringify(line.text)}\n  not    ` +
-                         `${wanted.file} ${wanted.fn}: ${JSON.stringify(wanted.text)}`);
+        assert.ok(wanted, `one line too many: ${shown(line.text)}`);
+        const parsed = parse(line.text);
+        assert.ok(isLine(parsed, wanted), `line ${index}\n  is     ${shown(line.text)}\n  not    ` +
+                                          `${wanted.file} ${wanted.fn}: ${shown(wanted.text)}`);
         assert.deepEqual([line.logId, line.priority, line.tag], [0, 5, wanted.tag]);
         if (onMainThread !== undefined) {
-            assert.equal(Number(match[2]) === process.pid, onMainThread, `thread of ${line.text}`);
+            assert.equal(parsed.thread === process.pid, onMainThread, `thread of ${shown(line.text)}`);
         }
     });
     assert.equal(lines.length, expected.length,
-                 `missing: ${JSON.stringify(expected.slice(lines.length).map(({ text }) => text))}`);
+                 `missing: ${JSON.stringify(expected.slice(lines.length).map(({ text }) => shown(text)))}`);
 }
 
-/** Whether a line with this message, and no other text, was recorded. */
-export const hasLogged = (expected, lines = rec.logs()) => lines.some(({ text }) => patternOf(expected).test(text));
+/** Whether a line with exactly this message was recorded. */
+export const hasLogged = (expected, lines = rec.logs()) => lines.some(({ text }) => isLine(parse(text), expected));

@@ -6,8 +6,11 @@
 #include <unordered_map>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#include <sanitizer/allocator_interface.h>
 #define SEES_BY_HOOK 1
+// The sanitizer's runtime has it; the header that declares it does not come with gcc.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the runtime's own name
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void *, size_t),
+                                                         void (*released)(const volatile void *));
 #else
 #define SEES_BY_HOOK 0
 #endif

@@ -1,0 +1,19 @@
+// Commands that this bridge does not serve yet: they refuse, they never pretend.
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+
+import { call, METHODS, openBridge, rec, REFUSED } from './harness.mjs';
+
+const SERVED = new Set(['mrb_request_list_v2', 'mrb_cancel_request_list_v2', 'mrb_disconnect_v2',
+                        'mrb_get_group_count_v2', 'mrb_get_item_count_v2', 'mrb_get_item_v2',
+                        'mrb_unset_usb_callback', 'mrb_unset_dlna_callback', 'mrb_finalize_dlna_service']);
+
+for (const [name, takes] of METHODS.filter(([method]) => !SERVED.has(method))) {
+    test(`${name} is refused and asks the framework nothing`, () => {
+        const bridge = openBridge();
+        const answer = call(bridge, name, ...(takes === 'EC' ? [() => {}, '{}'] : takes === 'E1' ? ['{}'] : []));
+        assert.deepEqual(answer, { return_ecode: REFUSED });
+        assert.deepEqual(rec.trace(), []);
+    });
+}
