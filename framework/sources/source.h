@@ -42,8 +42,8 @@ inline constexpr std::int32_t ROOT_FOLDER = 0;
 // One item on its way from a source into a list. The texts need to live until
 // the call that hands the item over returns; they may hold any bytes but zero.
 struct SourceItem {
-    std::string_view name;
-    std::string_view id; // the source's own id; empty where name and folder say it all
+    std::string_view name = {};
+    std::string_view id = {}; // the source's own id; empty where name and folder say it all
     std::int32_t folder = ROOT_FOLDER;
     std::uint8_t type = 0;           // an MRB_ITEM_TYPE_
     std::int64_t size = UNKNOWN;     // bytes
@@ -93,10 +93,10 @@ struct ItemFacts {
 
 // How an item can be reached. Empty: not that way.
 struct ItemLocation {
-    std::string path;
-    std::string url;
-    std::string mediaId;
-    std::string mimeType;
+    std::string path = {};
+    std::string url = {};
+    std::string mediaId = {};
+    std::string mimeType = {};
 };
 
 // Something that a list can be filled from: a folder, a server, a camera, a

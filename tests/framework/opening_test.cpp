@@ -1,0 +1,235 @@
+// The list model under sources that tests steer: growth, failure, totals, bounds.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "agent/opening.h"
+#include "support/client.h"
+
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::uint8_t IMAGE = MRB_ITEM_TYPE_IMAGE;
+
+// A source that does what a test says.
+class ScriptedSource final : public mrb::Source {
+  public:
+    using Script = std::function<mrb::FillResult(mrb::ItemSink &)>;
+    explicit ScriptedSource(Script script) : script_(std::move(script)) {}
+    mrb::FillResult fill(mrb::ItemSink &sink) override { return script_(sink); }
+    mrb::ItemLocation locate(const mrb::ItemFacts &item) const override {
+        return {.path = {}, .url = "http://server/" + item.id, .mediaId = item.id, .mimeType = "image/x"};
+    }
+
+  private:
+    const Script script_;
+};
+
+struct Heard {
+    int event;
+    Json::Value data;
+    steady_clock::time_point at;
+};
+
+// An opening filled by a scripted source, and what its listener heard.
+class Scripted {
+  public:
+    explicit Scripted(ScriptedSource::Script script, mrb::TypeMask wanted = mrb::ALL_TYPES) {
+        events_.start();
+        opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{hear, this},
+                                                 std::make_unique<ScriptedSource>(std::move(script)), wanted);
+        worker_ = std::thread([this] { opening->run(); });
+        opening->begin();
+    }
+    ~Scripted() {
+        opening->close();
+        worker_.join();
+    }
+
+    std::vector<Heard> waitForEnd() {
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(arrived_.wait_for(guard, support::LIMIT, [this] {
+            return !heard_.empty() && support::isLast(heard_.back().event);
+        }));
+        return heard_;
+    }
+
+    std::shared_ptr<mrb::Opening> opening;
+    std::function<void(int)> onEvent = [](int /*event*/) {};
+
+  private:
+    static bool hear(void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
+                     const char *data) {
+        auto &scripted = *static_cast<Scripted *>(self);
+        {
+            const std::lock_guard guard(scripted.lock_);
+            scripted.heard_.push_back({event, support::parse(data), steady_clock::now()});
+            scripted.arrived_.notify_all();
+        }
+        scripted.onEvent(event);
+        return true;
+    }
+
+    std::mutex lock_;
+    std::condition_variable arrived_;
+    std::vector<Heard> heard_;
+    mrb::EventThread events_;
+    std::thread worker_;
+};
+
+bool addImages(mrb::ItemSink &sink, int count) {
+    const std::vector<mrb::SourceItem> run(static_cast<std::size_t>(count),
+                                           {.name = "n", .id = {}, .type = IMAGE});
+    return sink.add(run);
+}
+
+} // namespace
+
+TEST(Opening, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
+    Scripted scripted([](mrb::ItemSink &sink) {
+        EXPECT_TRUE(addImages(sink, 3));
+        return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
+    });
+    const Heard last = scripted.waitForEnd().back();
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED");
+    EXPECT_EQ(last.data["message"], "The stick was pulled.");
+    EXPECT_EQ(last.data["item_count"], 3);
+    EXPECT_EQ(scripted.opening->list().size(), 3);
+}
+
+TEST(Opening, ASourceThatThrowsFailsTheListOnly) {
+    Scripted scripted([](mrb::ItemSink & /*sink*/) -> mrb::FillResult { throw std::bad_alloc(); });
+    EXPECT_EQ(scripted.waitForEnd().back().data["error"], "MRB_ERR_OUT_OF_MEMORY");
+}
+
+TEST(Opening, AGrowingListIsReportedAtMostTenTimesASecond) {
+    std::atomic<int> grown = 0;
+    Scripted scripted([&](mrb::ItemSink &sink) {
+        while (grown < 4 && addImages(sink, 64)) {
+            std::this_thread::yield();
+        }
+        return mrb::FillResult{};
+    });
+    scripted.onEvent = [&](int event) { grown += event == MRB_EVENT_LIST_GROWN ? 1 : 0; };
+    const std::vector<Heard> heard = scripted.waitForEnd();
+    ASSERT_GE(heard.size(), 4U);
+    // Four events span three pauses; delivery may lag, so only their sum is certain.
+    EXPECT_GE(heard.at(heard.size() - 2).at - heard.front().at, std::chrono::milliseconds(200));
+    for (std::size_t index = 1; index < heard.size(); ++index) {
+        EXPECT_GE(heard.at(index).data["item_count"].asInt(), heard.at(index - 1).data["item_count"].asInt());
+    }
+}
+
+TEST(Opening, AFewItemsOfASlowSourceAreReportedToo) {
+    std::promise<void> grown;
+    auto wasReported = grown.get_future();
+    Scripted scripted([&](mrb::ItemSink &sink) {
+        while (wasReported.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready &&
+               sink.add({})) {
+            if (!addImages(sink, 1)) {
+                break;
+            }
+        }
+        return mrb::FillResult{};
+    });
+    scripted.onEvent = [&](int event) {
+        if (event == MRB_EVENT_LIST_GROWN) {
+            grown.set_value();
+        }
+    };
+    EXPECT_EQ(scripted.waitForEnd().size(), 2U);
+}
+
+TEST(Opening, ASlowListenerIsNotBuriedInGrowth) {
+    std::promise<void> filled;
+    auto isFilled = filled.get_future();
+    Scripted scripted([&](mrb::ItemSink &sink) {
+        const auto until = steady_clock::now() + std::chrono::milliseconds(600);
+        while (steady_clock::now() < until && addImages(sink, 64)) {
+            std::this_thread::yield();
+        }
+        filled.set_value();
+        return mrb::FillResult{};
+    });
+    scripted.onEvent = [&](int event) {
+        if (event == MRB_EVENT_LIST_GROWN) {
+            isFilled.wait();
+        }
+    };
+    EXPECT_LE(scripted.waitForEnd().size(), 3U);
+}
+
+TEST(Opening, AnAnnouncedTotalIsToldWithTheGrowth) {
+    std::promise<void> grown;
+    auto wasReported = grown.get_future();
+    Scripted scripted([&](mrb::ItemSink &sink) {
+        sink.announce(1'000'000);
+        while (wasReported.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready &&
+               addImages(sink, 64)) {
+        }
+        return mrb::FillResult{};
+    });
+    std::atomic<bool> once = false;
+    scripted.onEvent = [&](int event) {
+        if (event == MRB_EVENT_LIST_GROWN && !once.exchange(true)) {
+            grown.set_value();
+        }
+    };
+    EXPECT_EQ(scripted.waitForEnd().front().data["total_count"], 1'000'000);
+}
+
+TEST(Opening, AStoppedSourceIsToldAndTheListIsCancelled) {
+    Scripted scripted([](mrb::ItemSink &sink) {
+        while (addImages(sink, 1)) {
+            std::this_thread::yield();
+        }
+        EXPECT_TRUE(sink.stopped());
+        return mrb::FillResult{{MRB_ERR_CANCELLED, {}}};
+    });
+    scripted.opening->stop();
+    EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
+}
+
+TEST(Opening, ItemsOfARemoteSourceAreDescribedByTheirIds) {
+    Scripted scripted([](mrb::ItemSink &sink) {
+        const mrb::SourceItem item{.name = "Sunset", .id = "64$1", .type = IMAGE, .size = 9};
+        EXPECT_TRUE(sink.add({&item, 1}));
+        return mrb::FillResult{};
+    });
+    scripted.waitForEnd();
+    const Json::Value item = support::parse(scripted.opening->describe(0)->c_str());
+    EXPECT_EQ(item["name"], "Sunset");
+    EXPECT_EQ(item["media_id"], "64$1");
+    EXPECT_EQ(item["url"], "http://server/64$1");
+    EXPECT_EQ(item["size"], 9);
+    EXPECT_TRUE(item["modified"].isNull());
+}
+
+TEST(Opening, UnwantedItemsAreDropped) {
+    Scripted scripted(
+        [](mrb::ItemSink &sink) {
+            EXPECT_TRUE(addImages(sink, 5));
+            return mrb::FillResult{};
+        },
+        mrb::maskOf(MRB_ITEM_TYPE_MUSIC));
+    EXPECT_EQ(scripted.waitForEnd().back().data["item_count"], 0);
+}
+
+TEST(Opening, AFullListFailsByName) {
+    Scripted scripted([](mrb::ItemSink &sink) {
+        const std::string name(mrb::ItemStore::LONGEST_TEXT, 'n');
+        const std::vector<mrb::SourceItem> run(512, {.name = name, .id = {}, .type = IMAGE});
+        while (sink.add(run)) {
+        }
+        return mrb::FillResult{};
+    });
+    const Heard last = scripted.waitForEnd().back();
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(last.data["error"], "MRB_ERR_OUT_OF_MEMORY");
+}

@@ -1,0 +1,111 @@
+#include "support/client.h"
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace support {
+
+bool isLast(mrb_event_e event) {
+    return event == MRB_EVENT_LIST_READY || event == MRB_EVENT_LIST_FAILED ||
+           event == MRB_EVENT_LIST_CANCELLED;
+}
+
+Json::Value parse(const char *text) {
+    Json::Value value;
+    Json::Reader reader;
+    EXPECT_TRUE(text != nullptr && reader.parse(text, value)) << (text != nullptr ? text : "null");
+    return value;
+}
+
+Client::~Client() {
+    if (handle != 0) {
+        mrb_disconnect_v2(handle);
+    }
+}
+
+int Client::open(const Wishes &wishes) {
+    mrb_general_param_h param = nullptr;
+    EXPECT_EQ(mrb_create_general_param(&param), MRB_ERR_NONE);
+    mrb_param_set_general_source(param, wishes.source.c_str());
+    mrb_param_set_general_path(param, wishes.path.c_str());
+    mrb_param_set_general_content_type(param, wishes.contentType.c_str());
+    mrb_param_set_general_sort_category(param, wishes.sortCategory.c_str());
+    if (wishes.more) {
+        wishes.more(param);
+    }
+    const int code = mrb_request_list_v2(param, hear, this, &handle);
+    EXPECT_EQ(mrb_destroy_general_param(param), MRB_ERR_NONE);
+    return code;
+}
+
+Event Client::list(const Wishes &wishes) {
+    EXPECT_EQ(open(wishes), MRB_ERR_NONE);
+    return handle == 0 ? Event{} : waitForEnd();
+}
+
+Event Client::waitForEnd(std::size_t nth) {
+    return waitFor([nth](const std::vector<Event> &events) {
+        const auto ends = std::ranges::count_if(events, [](const Event &e) { return isLast(e.event); });
+        return static_cast<std::size_t>(ends) >= nth && isLast(events.back().event);
+    });
+}
+
+Event Client::waitFor(const std::function<bool(const std::vector<Event> &)> &isEnough) {
+    std::unique_lock guard(lock_);
+    const bool came = arrived_.wait_for(guard, LIMIT, [&] { return isEnough(events_); });
+    EXPECT_TRUE(came) << "the awaited event did not come";
+    return came ? events_.back() : Event{};
+}
+
+std::vector<Event> Client::events() {
+    const std::lock_guard guard(lock_);
+    return events_;
+}
+
+int Client::count() const {
+    int count = -1;
+    EXPECT_EQ(mrb_get_item_count_v2(handle, &count), MRB_ERR_NONE);
+    return count;
+}
+
+int Client::count(int type) const {
+    int count = -1;
+    EXPECT_EQ(mrb_get_item_count_by_type_v2(handle, type, &count), MRB_ERR_NONE);
+    return count;
+}
+
+Json::Value Client::item(int index) const {
+    char *text = nullptr;
+    EXPECT_EQ(mrb_get_item_v2(handle, index, &text), MRB_ERR_NONE);
+    const Json::Value value = parse(text);
+    std::free(text);
+    return value;
+}
+
+std::vector<std::string> Client::all(const char *key) const {
+    std::vector<std::string> values;
+    for (int index = 0; index < count(); ++index) {
+        values.push_back(item(index)[key].asString());
+    }
+    return values;
+}
+
+bool Client::hear(void *self, mrb_agent_handler_h agent, mrb_event_e event, int /*reserved*/,
+                  const char *serverData) {
+    auto &client = *static_cast<Client *>(self);
+    const Event heard{agent, event, parse(serverData), std::this_thread::get_id()};
+    {
+        const std::lock_guard guard(client.lock_);
+        client.events_.push_back(heard);
+        client.arrived_.notify_all();
+    }
+    if (client.onEvent) {
+        client.onEvent(heard);
+    }
+    return true;
+}
+
+} // namespace support

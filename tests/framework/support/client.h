@@ -1,0 +1,81 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "mrb/agent.h"
+
+namespace support {
+
+struct Event {
+    mrb_agent_handler_h agent = 0;
+    mrb_event_e event = -1;
+    Json::Value data;
+    std::thread::id thread;
+};
+
+bool isLast(mrb_event_e event);
+
+struct Wishes {
+    std::string path = {};
+    std::string contentType = {};
+    std::string sortCategory = {};
+    std::string source = "SOURCE_MSC";
+    // Sets whatever else a test wants.
+    std::function<void(mrb_general_param_h)> more = {};
+};
+
+// A client of the framework: opens lists one after the other, keeps the events
+// that arrive, and closes what is open when it goes. Used by one test thread.
+class Client {
+  public:
+    Client() = default;
+    ~Client();
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    // Opens a list under `handle`, anew when that is not 0. Returns the code.
+    int open(const Wishes &wishes);
+    int open(const std::string &path) { return open(Wishes{.path = path}); }
+
+    // Opens and waits for the list's end; the last event.
+    Event list(const Wishes &wishes);
+    Event list(const std::string &path) { return list(Wishes{.path = path}); }
+
+    // Waits for the nth event (from 1) that ends an opening. An Event with -1 and a
+    // test failure when none comes.
+    Event waitForEnd(std::size_t nth = 1);
+    Event waitFor(const std::function<bool(const std::vector<Event> &)> &isEnough);
+
+    [[nodiscard]] std::vector<Event> events();
+    [[nodiscard]] int count() const;
+    [[nodiscard]] int count(int type) const;
+    [[nodiscard]] Json::Value item(int index) const;
+    [[nodiscard]] std::vector<std::string> all(const char *key) const;
+
+    mrb_agent_handler_h handle = 0;
+    // Called on the event thread after the event was kept.
+    std::function<void(const Event &)> onEvent;
+
+  private:
+    static bool hear(void *self, mrb_agent_handler_h agent, mrb_event_e event, int reserved,
+                     const char *serverData);
+
+    std::mutex lock_;
+    std::condition_variable arrived_;
+    std::vector<Event> events_;
+};
+
+// Parses a JSON text; a test failure when it is none.
+Json::Value parse(const char *text);
+
+// How long tests wait for what must come.
+inline constexpr auto LIMIT = std::chrono::seconds(120);
+
+} // namespace support

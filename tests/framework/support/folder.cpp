@@ -1,0 +1,91 @@
+#include "support/folder.h"
+
+#include <fcntl.h>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace support {
+namespace {
+
+constexpr uid_t NOBODY = 65534;
+
+void require(bool fact, const char *what) {
+    if (!fact) {
+        throw std::system_error(errno, std::generic_category(), what);
+    }
+}
+
+} // namespace
+
+Folder::Folder() {
+    std::string name = (std::filesystem::temp_directory_path() / "framework-test-XXXXXX").string();
+    require(mkdtemp(name.data()) != nullptr, "mkdtemp");
+    require(chmod(name.c_str(), 0755) == 0, "chmod");
+    path_ = name;
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+void Folder::file(const std::string &name, std::size_t size) const {
+    const std::filesystem::path where = path_ / name;
+    std::filesystem::create_directories(where.parent_path());
+    std::ofstream(where, std::ios::binary) << std::string(size, 'x');
+    if (!std::filesystem::exists(where)) {
+        throw std::runtime_error("cannot write " + where.string());
+    }
+}
+
+void Folder::folder(const std::string &name) const { std::filesystem::create_directories(path_ / name); }
+
+void Folder::link(const std::string &target, const std::string &name) const {
+    std::filesystem::create_symlink(target, path_ / name);
+}
+
+void Folder::pictures(int folders, int count) const {
+    for (int folderIndex = 1; folderIndex <= folders; ++folderIndex) {
+        const std::string where = path(std::to_string(folderIndex));
+        std::filesystem::create_directories(where);
+        for (int index = 1; index <= count; ++index) {
+            const std::string name = where + "/" + std::to_string(index) + ".jpg";
+            const int file = open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+            require(file >= 0, "open");
+            close(file);
+        }
+    }
+}
+
+void Folder::chain(const std::string &name, int levels) const {
+    int at = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    require(at >= 0, "open");
+    for (int level = 0; level < levels; ++level) {
+        require(mkdirat(at, name.c_str(), 0755) == 0, "mkdirat");
+        const int next = openat(at, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        require(next >= 0, "openat");
+        close(at);
+        at = next;
+    }
+    close(at);
+}
+
+UnprivilegedFiles::UnprivilegedFiles() {
+    if (geteuid() == 0) {
+        setfsuid(NOBODY);
+        // An impossible id changes nothing and tells the one in force.
+        if (setfsuid(static_cast<uid_t>(-1)) != static_cast<int>(NOBODY)) {
+            throw std::runtime_error("this process may not give up root's access to files");
+        }
+    }
+}
+
+UnprivilegedFiles::~UnprivilegedFiles() { setfsuid(geteuid()); }
+
+} // namespace support

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace support {
+
+// A folder of its own for one test, removed with everything in it.
+class Folder {
+  public:
+    Folder();
+    ~Folder();
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+
+    [[nodiscard]] std::string path() const { return path_.string(); }
+    [[nodiscard]] std::string path(const std::string &name) const { return (path_ / name).string(); }
+
+    // Writes a file of `size` bytes, with the folders that it lies in.
+    void file(const std::string &name, std::size_t size = 0) const;
+    void folder(const std::string &name) const;
+    void link(const std::string &target, const std::string &name) const;
+
+    // `count` empty pictures "1.jpg", "2.jpg"... in each of `folders` folders.
+    void pictures(int folders, int count) const;
+
+    // `levels` folders called `name`, one in the other; works past any path length.
+    void chain(const std::string &name, int levels) const;
+
+  private:
+    std::filesystem::path path_;
+};
+
+// While it lives, this thread and those that it starts open files as somebody
+// whom permissions bind, also when the tests run as root.
+class UnprivilegedFiles {
+  public:
+    UnprivilegedFiles();
+    ~UnprivilegedFiles();
+    UnprivilegedFiles(const UnprivilegedFiles &) = delete;
+    UnprivilegedFiles &operator=(const UnprivilegedFiles &) = delete;
+};
+
+} // namespace support
