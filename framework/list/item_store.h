@@ -17,7 +17,7 @@ class ItemStore {
   public:
     // Bounds on what a damaged or hostile source can make the process hold.
     static constexpr std::int32_t MOST_ITEMS = 5'000'000;
-    static constexpr std::size_t MOST_TEXT = 1UL << 30;     // bytes of all names
+    static constexpr std::size_t MOST_TEXT = 1UL << 28;     // bytes of all names
     static constexpr std::size_t LONGEST_TEXT = UINT16_MAX; // bytes of one name or id; the rest is cut off
 
     ItemStore();

@@ -1,7 +1,7 @@
 #include "media/media_types.h"
 
 #include <algorithm>
-#include <array>
+#include <string>
 
 #include "mrb/agent.h"
 
@@ -109,10 +109,10 @@ const MediaType *mediaTypeOf(std::string_view fileName) {
     if (dot == std::string_view::npos || dot == 0 || fileName.size() - dot - 1 > LONGEST_EXTENSION) {
         return nullptr;
     }
-    std::array<char, LONGEST_EXTENSION> lowered{};
-    const std::string_view given = fileName.substr(dot + 1);
-    std::ranges::transform(given, lowered.begin(), lowerCase);
-    const std::string_view extension(lowered.data(), given.size());
+    std::string extension(fileName.substr(dot + 1));
+    for (char &letter : extension) {
+        letter = lowerCase(letter);
+    }
     const MediaType *found = std::ranges::lower_bound(TYPES, extension, {}, &MediaType::extension);
     return found != std::end(TYPES) && found->extension == extension ? found : nullptr;
 }

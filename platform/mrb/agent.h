@@ -161,6 +161,7 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
 int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation);
 int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation);
 
+/* The number of groups that the list is divided into; 0 while it is not grouped. */
 int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count);
 
 /* The number of items that can be read now; grows until MRB_EVENT_LIST_READY. */

@@ -4,12 +4,12 @@
 
 #include <cstdlib>
 #include <future>
+#include <memory>
+#include <string>
 
 #include "mrb/storage.h"
 #include "support/client.h"
 #include "support/folder.h"
-
-using support::Folder;
 
 namespace {
 
@@ -19,47 +19,61 @@ support::Client &forgotten() {
     return client;
 }
 
+// Each test with a folder that parent and child share: the child runs the test
+// from its beginning, and never reaches its end, where folders are removed.
 class Exit : public testing::Test {
   protected:
-    // A child of a process with threads must begin anew, not continue as a copy.
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    Exit() {
+        const char *inherited = std::getenv(VARIABLE);
+        if (inherited == nullptr) {
+            owned_ = std::make_unique<support::Folder>();
+            owned_->pictures(30, 100);
+            setenv(VARIABLE, owned_->path().c_str(), 1);
+        }
+        path = std::getenv(VARIABLE);
+        // A child of a process with threads must begin anew, not continue as a copy.
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+    }
+    ~Exit() override { unsetenv(VARIABLE); }
+
+    std::string path;
+
+  private:
+    static constexpr const char *VARIABLE = "FRAMEWORK_TEST_FOLDER";
+    std::unique_ptr<support::Folder> owned_;
 };
 
 } // namespace
 
 TEST_F(Exit, AProcessMayEndDuringAScan) {
-    const Folder folder;
-    folder.pictures(100, 100);
     EXPECT_EXIT(
         {
-            forgotten().open(folder.path());
+            forgotten().open(path);
             std::exit(7);
         },
         testing::ExitedWithCode(7), "");
 }
 
 TEST_F(Exit, AProcessMayEndInsideACallback) {
-    const Folder folder;
     EXPECT_EXIT(
         {
             forgotten().onEvent = [](const support::Event & /*event*/) { std::exit(7); };
-            forgotten().list(folder.path());
+            forgotten().list(path);
             std::promise<void>().get_future().wait_for(support::LIMIT);
         },
         testing::ExitedWithCode(7), "");
 }
 
 TEST_F(Exit, ACallbackThatNeverReturnsHoldsTheEndUpForABoundedTime) {
-    const Folder folder;
     EXPECT_EXIT(
         {
             std::promise<void> entered;
-            static std::promise<void> never;
+            static auto &never = *new std::promise<void>;
             forgotten().onEvent = [&](const support::Event & /*event*/) {
                 entered.set_value();
                 never.get_future().wait();
             };
-            forgotten().open(folder.path());
+            forgotten().open(path);
             entered.get_future().wait();
             std::exit(7);
         },
@@ -67,18 +81,17 @@ TEST_F(Exit, ACallbackThatNeverReturnsHoldsTheEndUpForABoundedTime) {
 }
 
 TEST_F(Exit, CallsAfterTheEndAreRefusedNotFatal) {
-    const Folder folder;
     EXPECT_EXIT(
         {
             // Registered before the framework is first used, so it runs after its end.
             static support::Client late;
-            static const std::string path = folder.path();
+            static const std::string again = path;
             std::atexit([] {
-                if (late.open(path) != MRB_ERR_NOT_INITIALIZED || mrb_unset_usb_callback() == MRB_ERR_NONE) {
+                if (late.open(again) != MRB_ERR_NOT_INITIALIZED || mrb_unset_usb_callback() == MRB_ERR_NONE) {
                     std::_Exit(1);
                 }
             });
-            forgotten().list(folder.path());
+            forgotten().list(path);
             std::exit(7);
         },
         testing::ExitedWithCode(7), "");
