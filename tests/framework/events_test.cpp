@@ -59,17 +59,22 @@ TEST(Events, EachOpeningEndsWithExactlyOneLastEvent) {
 TEST(Events, CancelEndsTheScanAndItsItemsStayReadable) {
     const Folder folder;
     folder.pictures(200, 100);
-    Client client;
-    ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
-    const Event last = client.waitForEnd();
-    EXPECT_EQ(last.event, MRB_EVENT_LIST_CANCELLED);
-    const int count = client.count();
-    EXPECT_LT(count, 20'200);
-    EXPECT_EQ(last.data["item_count"], count);
-    if (count > 0) {
-        EXPECT_FALSE(client.item(count - 1)["name"].asString().empty());
+    Event last;
+    // A scan may be over before a busy machine lets the cancel through; that is no
+    // fault, so the first cancel that came in time is the one that is looked at.
+    for (int round = 0; round < 100 && last.event != MRB_EVENT_LIST_CANCELLED; ++round) {
+        Client client;
+        ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
+        last = client.waitForEnd();
+        const int count = client.count();
+        EXPECT_EQ(last.data["item_count"], count);
+        EXPECT_EQ(count == 20'200, last.event == MRB_EVENT_LIST_READY);
+        if (count > 0) {
+            EXPECT_FALSE(client.item(count - 1)["name"].asString().empty());
+        }
     }
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_CANCELLED);
 }
 
 TEST(Events, CancelAfterTheEndChangesNothing) {
