@@ -3,13 +3,16 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { readFileSync } from 'node:fs';
+import path from 'node:path';
 
 import { build } from './harness.mjs';
 
 const MIB = 1024 * 1024;
 
+const release = process.env.QUILL_RELEASE_BUILD;
+
 /** Builds whose assertions are tried: the one under test, and an optimised one where it is given. */
-export const assertionBuilds = [...new Set([build, process.env.QUILL_RELEASE_BUILD].filter(Boolean))];
+export const assertionBuilds = [...new Set([build, ...(release ? [path.resolve(release)] : [])])];
 
 /** The resident memory of a process in bytes; 0 when it has ended. */
 function residentBytes(pid) {
@@ -21,8 +24,14 @@ function residentBytes(pid) {
     }
 }
 
-// A sanitizer keeps released memory for a while, which would look like growth.
-const sanitizer = { ASAN_OPTIONS: [process.env.ASAN_OPTIONS, 'quarantine_size_mb=16'].filter(Boolean).join(':') };
+/** What the children of a build see. Only the build under test may bring a sanitizer's runtime. */
+function environmentOf(of) {
+    const environment = { ...process.env, LD_LIBRARY_PATH: `${of}/tests/recording` };
+    if (of !== build) delete environment.LD_PRELOAD;
+    // A sanitizer keeps released memory for a while, which would look like growth.
+    const options = [process.env.ASAN_OPTIONS, 'quarantine_size_mb=16'];
+    return { ...environment, ASAN_OPTIONS: options.filter(Boolean).join(':') };
+}
 
 /**
  * Runs CODE with `rec` and `openBridge` defined, and everything logged echoed to
@@ -33,16 +42,15 @@ const sanitizer = { ASAN_OPTIONS: [process.env.ASAN_OPTIONS, 'quarantine_size_mb
  * memory is watched.
  */
 export function runChild(code, { seconds = 60, memoryMiB = 1024, growth, of = build } = {}) {
-    const recordings = `${of}/tests/recording`;
     const prelude = `
-        const rec = require(${JSON.stringify(`${recordings}/recorder.node`)});
+        const rec = require(${JSON.stringify(`${of}/tests/recording/recorder.node`)});
         rec.echoLogs(2);
         const openBridge = () => { const bridge = new MRBBridge(); quill.unref(bridge); return bridge; };
         const msc = JSON.stringify({ param_source_name: 'SOURCE_MSC' });
     `;
     return new Promise((resolve, reject) => {
         const child = spawn(`${of}/bin/quill`, ['-e', `${prelude}\n${code}`], {
-            env: { ...process.env, ...sanitizer, LD_LIBRARY_PATH: recordings },
+            env: environmentOf(of),
             stdio: ['ignore', 'pipe', 'pipe'],
         });
         const result = { stdout: '', stderr: '', killedFor: undefined, peakBytes: 0 };

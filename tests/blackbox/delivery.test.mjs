@@ -148,3 +148,24 @@ test('a registered function keeps the program alive until its object is released
     `);
     assert.deepEqual([result.status, result.stdout], [0, 'delivered\n']);
 });
+
+test('a result of a million letters arrives whole', async () => {
+    const { receive, delivered } = inbox();
+    bridgeWithListCallback(receive);
+    rec.fireList({ serverData: 'я'.repeat(500_000) });
+    const [text] = await delivered();
+    assert.equal(serverData(text), 'я'.repeat(500_000));
+});
+
+for (const [how, ending, status] of [['with process.exit', 'process.exit(3)', 3], ['by itself', '', 0]]) {
+    test(`a script may end ${how} while framework threads go on delivering`, async () => {
+        const result = await runChild(`
+            const bridge = openBridge();
+            bridge.mrb_request_list_v2(() => {}, msc);
+            rec.setLogRecording(false);
+            rec.startBulk({ threads: 4, perThread: 1_000_000 });
+            setTimeout(() => { ${ending} }, 100);`);
+        assert.deepEqual([result.killedFor, result.signal, result.status, result.stderr.includes('ERROR:')],
+                         [undefined, null, status, false]);
+    });
+}

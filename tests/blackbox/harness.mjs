@@ -6,19 +6,22 @@
 
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
+import path from 'node:path';
 import { beforeEach } from 'node:test';
 
-export const build = process.env.QUILL_BUILD;
-assert.ok(build, 'QUILL_BUILD names the build folder to test');
+assert.ok(process.env.QUILL_BUILD, 'QUILL_BUILD names the build folder to test');
+export const build = path.resolve(process.env.QUILL_BUILD);
 
 /** The recorder: tests/recording/addon says what it can do. */
 export const rec = createRequire(import.meta.url)(`${build}/tests/recording/recorder.node`);
 
-/** The result code and the longest wait of a test for something that must come. */
+/** The code of an answer by which the bridge itself refuses a call. */
 export const REFUSED = 2;
-export const LIMIT_MS = 10_000;
 
-// Every test starts with a recorder that knows nothing.
+/** The longest wait for something that must come. */
+const LIMIT_MS = 10_000;
+
+/** Makes the recorder forget calls, replies, blocks and lines; every test starts so. */
 export function forget() {
     rec.clear();
     rec.clearLogs();

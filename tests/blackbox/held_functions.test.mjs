@@ -1,0 +1,91 @@
+// How long registered functions and objects are held.
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import v8 from 'node:v8';
+import vm from 'node:vm';
+
+import { bridgeWithListCallback, call, inbox, openBridge, rec, requestRefusedList } from './harness.mjs';
+
+v8.setFlagsFromString('--expose-gc');
+const collectGarbage = vm.runInNewContext('gc');
+
+/** Collects until `weak` has lost its object; garbage needs the main loop to turn now and then. */
+async function isCollected(weak) {
+    for (let i = 0; i < 50 && weak.deref() !== undefined; ++i) {
+        await new Promise(setImmediate);
+        collectGarbage();
+    }
+    return weak.deref() === undefined;
+}
+
+/** Waits for a result of another object, behind all that was queued before. */
+async function drained() {
+    const { receive, delivered } = inbox();
+    const bridge = bridgeWithListCallback(receive);
+    rec.fireList({});
+    await delivered();
+    quill.release(bridge);
+}
+
+test('a registered function and its object live on when the script has forgotten both', async () => {
+    const { receive, delivered } = inbox();
+    const registration = rec.registrations('list');
+    (() => { bridgeWithListCallback((text) => receive(text)); })();
+    for (let i = 0; i < 5; ++i) {
+        await new Promise(setImmediate);
+        collectGarbage();
+    }
+    rec.fireList({ registration });
+    await delivered();
+});
+
+test('a function that was replaced is not held', async () => {
+    const bridge = openBridge();
+    const weak = (() => {
+        const replaced = () => {};
+        requestRefusedList(bridge, replaced);
+        return new WeakRef(replaced);
+    })();
+    requestRefusedList(bridge, () => {});
+    assert.ok(await isCollected(weak));
+});
+
+test('a function whose object was released is not held', async () => {
+    const weak = (() => {
+        const forgotten = () => {};
+        const bridge = bridgeWithListCallback(forgotten);
+        rec.fireList({});
+        quill.release(bridge);
+        return new WeakRef(forgotten);
+    })();
+    await drained();
+    assert.ok(await isCollected(weak));
+});
+
+test('an object that was released is not held', async () => {
+    const weak = (() => {
+        const bridge = openBridge();
+        call(bridge, 'mrb_get_group_count_v2', '{}');
+        quill.release(bridge);
+        return new WeakRef(bridge);
+    })();
+    assert.ok(await isCollected(weak));
+});
+
+test('a thousand objects made and released leave no function held', async () => {
+    let alive = 0;
+    const registry = new FinalizationRegistry(() => { alive -= 1; });
+    for (let i = 0; i < 1000; ++i) {
+        const receive = () => i;
+        const bridge = bridgeWithListCallback(receive);
+        registry.register(receive, undefined);
+        alive += 1;
+        quill.release(bridge);
+    }
+    for (let i = 0; i < 100 && alive > 1; ++i) {
+        await new Promise(setImmediate);
+        collectGarbage();
+    }
+    assert.ok(alive <= 1, `${alive} functions are still held`);
+});
