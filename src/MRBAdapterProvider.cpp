@@ -92,6 +92,8 @@ CMRBAdapterProvider::~CMRBAdapterProvider() {
     live.erase(std::remove(live.begin(), live.end(), this), live.end());
 }
 
+void *CMRBAdapterProvider::operator new(std::size_t size) { return ::operator new(size); }
+
 void CMRBAdapterProvider::operator delete(void *storage) noexcept {
     QueueOnMainLoop(
         [](void *drained) -> gboolean {

@@ -46,7 +46,7 @@ class CMRBAdapterProvider {
 
     /// Deleting gives the storage back only after every result that was queued for this
     /// provider has run, so that none of them finds another provider there.
-    static void *operator new(std::size_t size) { return ::operator new(size); }
+    static void *operator new(std::size_t size);
     static void operator delete(void *storage) noexcept;
 
   private:

@@ -131,13 +131,13 @@ bool CMRBBridgeJson::Get(const std::string &key, T &out, TypeTest test, Convert 
         MRB_LOG(LogTag::Common, "Get fail. jsonvalue is invalid type[%d].", root_.type());
         return false;
     }
-    if (!root_.isMember(key)) {
+    const Json::Value *value = Find(key);
+    if (value == nullptr) {
         MRB_LOG(LogTag::Common, "NO strKey[%s] in josn.", key.c_str());
         return false;
     }
-    const Json::Value &value = Member(key);
-    if (!(value.*test)() || !convert(value, out)) {
-        MRB_LOG(LogTag::Common, "value.type[%d].", value.type());
+    if (!(value->*test)() || !convert(*value, out)) {
+        MRB_LOG(LogTag::Common, "value.type[%d].", value->type());
         return false;
     }
     return true;
@@ -221,16 +221,22 @@ bool CMRBBridgeJson::Get(const std::string &key, std::vector<int> &out) const {
     return Get(key, out, Json::intValue, &Json::Value::asInt);
 }
 
-const Json::Value &CMRBBridgeJson::Member(const std::string &key) const {
+const Json::Value *CMRBBridgeJson::Find(const std::string &key) const {
     // Asking a root that is neither an object nor null would throw.
-    return root_.isObject() ? root_[key] : Json::Value::nullSingleton();
+    return root_.isObject() ? root_.find(key.data(), key.data() + key.size()) : nullptr;
 }
 
-bool CMRBBridgeJson::Has(const std::string &key) const { return root_.isObject() && root_.isMember(key); }
+bool CMRBBridgeJson::Has(const std::string &key) const { return Find(key) != nullptr; }
 
-bool CMRBBridgeJson::IsInt(const std::string &key) const { return Member(key).isInt(); }
+bool CMRBBridgeJson::IsInt(const std::string &key) const {
+    const Json::Value *value = Find(key);
+    return value != nullptr && value->isInt();
+}
 
-bool CMRBBridgeJson::IsString(const std::string &key) const { return Member(key).isString(); }
+bool CMRBBridgeJson::IsString(const std::string &key) const {
+    const Json::Value *value = Find(key);
+    return value != nullptr && value->isString();
+}
 
 void CMRBBridgeJson::Remove(const std::string &key) {
     if (!valid_) {

@@ -74,8 +74,8 @@ class CMRBBridgeJson {
              T (Json::Value::*convert)() const) const;
     bool Set(const std::string &key, Json::Value &&value, std::nullptr_t /*any type*/);
 
-    /// The member, or a null value where there is none.
-    const Json::Value &Member(const std::string &key) const;
+    /// The member, looked up once; null where there is none.
+    const Json::Value *Find(const std::string &key) const;
 
     Json::Value root_;
     bool valid_;

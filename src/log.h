@@ -5,9 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include "system_log.h"
 
 namespace MRBBridge {
@@ -31,8 +28,10 @@ consteval const char *BaseName(const char *path) {
     return name;
 }
 
-/// The calling thread's kernel thread id.
-inline int ThreadId() { return static_cast<int>(syscall(SYS_gettid)); }
+/// The calling thread's kernel thread id. Asked of the kernel once a thread, and
+/// once more in a forked child: a system call for every line would cost more than
+/// the rest of a line that nobody reads.
+int ThreadId();
 
 /// A framework handle as "%p" prints it: the pointer made of its 32 bits,
 /// unsigned, so that it reads the same whatever the size of a pointer.

@@ -35,18 +35,18 @@ NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoo
 
 v8::MaybeLocal<v8::Value> NodeHost::call(v8::Local<v8::Function> function, int count,
                                          v8::Local<v8::Value> *arguments) {
-    v8::EscapableHandleScope scope(isolate_);
     const v8::Local<v8::Context> context = context_.Get(isolate_);
-    const v8::Context::Scope context_scope(context);
-    const node::CallbackScope callback_scope(isolate_, resource_.Get(isolate_), async_);
     const v8::TryCatch caught(isolate_);
-
-    v8::Local<v8::Value> result;
-    if (function->Call(context, v8::Undefined(isolate_), count, arguments).ToLocal(&result)) {
-        return scope.Escape(result);
+    // Node.js runs the callbacks of process.nextTick and promises after the call.
+    const v8::MaybeLocal<v8::Value> result =
+        node::MakeCallback(isolate_, context->Global(), function, count, arguments, async_);
+    if (!caught.HasCaught()) {
+        return result;
     }
-    if (caught.HasCaught() && !caught.HasTerminated()) {
+    if (!caught.HasTerminated()) {
         report(context, caught);
+        // After a failed call it leaves them out: an empty one makes up for it.
+        const node::CallbackScope make_up(isolate_, resource_.Get(isolate_), async_);
     }
     return {};
 }

@@ -17,15 +17,16 @@ ScriptObject ScriptArray::get(int index) const {
 }
 
 void ScriptArray::set(int index, const ScriptObject &value) {
-    if (index < 0) {
+    if (arguments_ != nullptr || index < 0) {
         return;
     }
     const auto position = static_cast<size_t>(index);
-    const v8::Local<v8::Value> undefined = v8::Undefined(v8::Isolate::GetCurrent());
     if (position >= values_.size()) {
-        values_.resize(position + 1, undefined);
+        values_.resize(position + 1, ScriptObject::Undefined().getValue());
     }
-    values_[position] = value.getValue().IsEmpty() ? undefined : value.getValue();
+    if (!value.getValue().IsEmpty()) {
+        values_[position] = value.getValue();
+    }
 }
 
 } // namespace Bridge

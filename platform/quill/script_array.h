@@ -1,6 +1,9 @@
 #pragma once
 // A run of script values: the arguments of a call, coming in or going out.
 
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <vector>
 
 #include "quill/arguments.h"
@@ -15,6 +18,9 @@ class QUILL_API ScriptArray {
   public:
     ScriptArray() = default; ///< no values yet; fill with set()
     explicit ScriptArray(const Arguments &arguments) : arguments_(&arguments) {}
+    ScriptArray(const ScriptArray &) = delete;
+    ScriptArray &operator=(const ScriptArray &) = delete;
+    ~ScriptArray() = default;
 
     int length() const;
 
@@ -22,12 +28,14 @@ class QUILL_API ScriptArray {
     ScriptObject get(int index) const;
 
     /// Sets the value at `index` (0 or more), growing the array with undefined.
-    /// Only for an array with values of its own.
+    /// Only for an array with values of its own; a view ignores it.
     void set(int index, const ScriptObject &value);
 
   private:
     const Arguments *arguments_ = nullptr;
-    std::vector<v8::Local<v8::Value>> values_;
+    std::array<std::byte, 64> room_; ///< for the few values that a callback takes
+    std::pmr::monotonic_buffer_resource pool_{room_.data(), room_.size()};
+    std::pmr::vector<v8::Local<v8::Value>> values_{&pool_};
 };
 
 } // namespace Bridge

@@ -9,36 +9,35 @@
 
 namespace Bridge {
 
-struct FunctionOwner;
-
-/// Keeps a script value, as a rule a function, for as long as it lives. Main
-/// thread only. A copy keeps the same function.
+/// Keeps a script value, as a rule a function, for as long as it or a copy of it
+/// lives; copies are cheap and share one reference. Main thread only.
 ///
 /// A function kept since a call of a script object's method belongs to that
 /// object and keeps the program alive, as a timer does, until it is let go.
 class QUILL_API ScriptFunction {
   public:
-    ScriptFunction() noexcept;                 ///< holds no value
+    ScriptFunction() noexcept = default;       ///< holds no value
     ScriptFunction(const ScriptObject &value); // NOLINT(google-explicit-constructor): slots start as Null()
-    ScriptFunction(const ScriptFunction &other);
+    ScriptFunction(const ScriptFunction &other) noexcept;
     ScriptFunction(ScriptFunction &&other) noexcept;
-    ScriptFunction &operator=(const ScriptFunction &other);
-    ScriptFunction &operator=(ScriptFunction &&other) noexcept;
+    ScriptFunction &operator=(ScriptFunction other) noexcept;
     ~ScriptFunction();
 
+    /// Needs a handle scope, as the two below do.
     bool isFunction() const;
 
-    /// The value, in the current handle scope; an empty handle when there is none.
+    /// The value; an empty handle when there is none.
     v8::Local<v8::Value> getValue() const;
 
     /// Calls the function and returns what it returned, or an empty ScriptObject
     /// when this holds no function or the function threw. What it threw is
-    /// reported by the host. Needs a handle scope.
+    /// reported by the host.
     ScriptObject invoke(const ScriptArray &arguments) const;
 
   private:
-    v8::Global<v8::Value> value_;
-    FunctionOwner *owner_ = nullptr; ///< null: kept on no object's behalf
+    struct Kept;
+
+    Kept *kept_ = nullptr;
 };
 
 } // namespace Bridge

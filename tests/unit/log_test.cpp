@@ -4,6 +4,9 @@
 
 #include <thread>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "engine.h"
 
 namespace {
@@ -31,6 +34,17 @@ TEST_F(EngineTest, LogLineNamesTheThreadThatSpeaks) {
     EXPECT_NE(other, MRBBridge::ThreadId());
     const std::string expected = "[Thread Id:[" + std::to_string(other) + "]] from a thread\033[0m";
     EXPECT_NE(recording::logLines().at(0).text.find(expected), std::string::npos);
+}
+
+TEST_F(EngineTest, LogLineOfAForkedChildNamesTheChildsThread) {
+    static_cast<void>(MRBBridge::ThreadId());
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(MRBBridge::ThreadId() == getpid() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(EngineTest, HandlesReadAlikeWhateverTheSizeOfAPointer) {
