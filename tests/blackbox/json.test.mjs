@@ -138,6 +138,18 @@ test('a text of the framework is escaped in the answer and comes back unchanged'
     assert.equal(JSON.parse(text).return_data, item);
 });
 
+for (const [what, bytes] of [['bytes that begin no letter', [0x61, 0xff, 0xfe, 0x62]],
+                             ['a letter that breaks off at the end', [0x61, 0xe5, 0x86]],
+                             ['an overlong form', [0x61, 0xc0, 0xaf, 0x62]],
+                             ['a surrogate', [0x61, 0xed, 0xa0, 0x80, 0x62]],
+                             ['a code point past the last', [0x61, 0xf7, 0xbf, 0xbf, 0xbf, 0x62]]]) {
+    test(`a text of the framework with ${what} is answered as readable JSON`, () => {
+        rec.queue(ITEM, { out: Buffer.from(bytes) });
+        const answer = call(bridge, ITEM, '{}');
+        assert.deepEqual([answer.return_ecode, answer.return_type, answer.return_data[0]], [0, 4, 'a']);
+    });
+}
+
 test('bytes that are not UTF-8 in a request do not reach the framework as a broken text', () => {
     // A lone surrogate has no UTF-8: the engine hands over the replacement character.
     rec.queue('mrb_request_list_v2', { result: -1 });

@@ -28,7 +28,8 @@ class Function {
     /// `usual` is the reply of a function that no test has steered.
     explicit Function(const char *name, Reply usual = {}, Numbering numbering = Numbering::PerTrace);
 
-    /// Records the call, writes the out-argument, returns the result.
+    /// Records the call, writes the out-argument, returns the result. While recording
+    /// is off the default is read without a lock: it must not be set meanwhile.
     template <typename Result, typename... Arguments>
     Result call(Arguments... arguments) {
         if (!isRecording()) {

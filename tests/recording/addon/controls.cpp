@@ -14,7 +14,8 @@
 //
 // A reply is {result, out}: `result` defaults to the function's usual one; an
 // absent `out` hands out a handle where the function usually does and it
-// succeeds, and touches nothing otherwise; null writes a null text.
+// succeeds, and touches nothing otherwise; null writes a null text. A text that is
+// not UTF-8 is given as a Buffer.
 
 #include <utility>
 

@@ -14,6 +14,19 @@ napi_valuetype typeOf(napi_env env, napi_value value) {
     return type;
 }
 
+// A Buffer holds a text that no script text can be: one that is not UTF-8.
+std::string bytesOf(napi_env env, napi_value value) {
+    bool is_buffer = false;
+    check(napi_is_buffer(env, value, &is_buffer));
+    if (!is_buffer) {
+        throw Misuse("of objects only a Buffer is taken, as the bytes of a text");
+    }
+    void *bytes = nullptr;
+    size_t length = 0;
+    check(napi_get_buffer_info(env, value, &bytes, &length));
+    return {static_cast<const char *>(bytes), length};
+}
+
 std::vector<std::string> memberNames(napi_env env, napi_value object) {
     napi_value names = nullptr;
     check(napi_get_property_names(env, object, &names));
@@ -120,8 +133,10 @@ Value toValue(napi_env env, napi_value value) {
     }
     case napi_null:
         return nullptr;
+    case napi_object:
+        return bytesOf(env, value);
     default:
-        throw Misuse("a text, number, BigInt, boolean or null is wanted");
+        throw Misuse("a text, Buffer, number, BigInt, boolean or null is wanted");
     }
 }
 

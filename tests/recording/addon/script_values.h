@@ -29,7 +29,8 @@ void append(napi_env env, napi_value to, napi_value element);
 napi_value object(napi_env env);
 void put(napi_env env, napi_value to, const char *key, napi_value value);
 
-/// Integers outside what a script number holds exactly become BigInts.
+/// Integers outside what a script number holds exactly become BigInts; a Buffer
+/// becomes a text of its bytes.
 napi_value fromValue(napi_env env, const Value &value);
 Value toValue(napi_env env, napi_value value);
 
