@@ -138,8 +138,11 @@ async function main() {
       console.log(JSON.stringify(item(agent, index), null, 2));
     }
   }
-  // An object that opened a list lives as long as the program: end it.
-  process.exit();
+  // The function registered for the list would keep the program alive. Not
+  // process.exit(): what was printed may still be on its way.
+  quill.unref(bridge);
 }
 
+// A reader such as head that has seen enough is no fault.
+process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main();

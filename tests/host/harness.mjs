@@ -21,9 +21,17 @@ export function script(name, text) {
   return file;
 }
 
-/** Starts quill; `finished` is {status, signal, stdout, stderr}. */
-export function start(args, { env = {}, cwd, input } = {}) {
-  const child = spawn(path.join(build, 'bin', 'quill'), args, {
+// Permissions do not bind root: without its capabilities they do.
+const POWERLESS = ['setpriv', '--bounding-set=-all', '--inh-caps=-all', '--'];
+
+/**
+ * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as one
+ * whom the permissions of files bind.
+ */
+export function start(args, { env = {}, cwd, input, ordinary = false } = {}) {
+  const prefix = ordinary && process.getuid() === 0 ? POWERLESS : [];
+  const [program, ...rest] = [...prefix, path.join(build, 'bin', 'quill'), ...args];
+  const child = spawn(program, rest, {
     env: { ...process.env, ...env },
     cwd,
     stdio: ['pipe', 'pipe', 'pipe'],

@@ -32,6 +32,7 @@ void run(const v8::FunctionCallbackInfo<v8::Value> &info) {
         words.push_back(Bridge::ScriptObject(options->Get(testContext(), index).ToLocalChecked()).asString());
     }
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string &word : words) {
         arguments.push_back(word.data());
     }

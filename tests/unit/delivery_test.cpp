@@ -157,6 +157,7 @@ TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
     const Heard heard;
     listen(*provider_, 0, heard);
     std::vector<std::thread> running;
+    running.reserve(threads);
     for (int thread = 0; thread < threads; ++thread) {
         running.emplace_back([this, thread] {
             for (int number = 0; number < results; ++number) {

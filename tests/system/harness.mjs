@@ -1,0 +1,54 @@
+// Runs the shipped bridge on the real framework and real files.
+import assert from 'node:assert/strict';
+import { mkdtempSync } from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+import { script, start } from '../host/harness.mjs';
+
+export const root = path.dirname(path.dirname(path.dirname(fileURLToPath(import.meta.url))));
+export const example = path.join(root, 'sdk', 'examples', 'list.js');
+
+/** A new folder for a test. */
+export const folder = () => mkdtempSync(path.join(os.tmpdir(), 'quill-system-'));
+
+/** Runs quill and waits for its end. */
+export const quill = (args, options) => start(args, { input: '', ...options }).finished;
+
+/** The items of a folder, as the example prints them. */
+export async function list(where) {
+  const { status, stdout, stderr } = await quill([example, where, '--json']);
+  assert.equal(stderr, '');
+  assert.equal(status, 0);
+  return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
+}
+
+/** What a script needs to open a list and wait for its events. */
+const PRELUDE = `
+const bridge = new MRBBridge();
+const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const events = [];
+let wake = () => {};
+const open = (request) => JSON.parse(bridge.mrb_request_list_v2((text) => {
+  const event = JSON.parse(text);
+  events.push({ ...event, data: JSON.parse(event.param_server_data || 'null') });
+  wake();
+}, JSON.stringify({ param_source_name: 'SOURCE_MSC', ...request })));
+const ended = (agent) => new Promise((resolve) => {
+  const isEnd = (event) => event.param_agent === agent && [0, 1, 13].includes(event.param_event);
+  wake = () => { if (events.some(isEnd)) resolve(events.find(isEnd)); };
+  wake();
+});
+const count = (agent) => ask('mrb_get_item_count_v2', { param_agent: agent }).return_data;
+const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
+(async () => {
+`;
+
+/** Runs a script's body with the prelude; what it gave to finish(). */
+export async function run(body, ...args) {
+  const { status, stdout, stderr } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args]);
+  assert.equal(stderr, '');
+  assert.equal(status, 0);
+  return JSON.parse(stdout);
+}
