@@ -14,6 +14,7 @@ if(NOT CMAKE_BUILD_TYPE)
 endif()
 
 option(QUILL_TESTS "Build the tests and benchmarks" ON)
+option(QUILL_FUZZ "Build the fuzz targets (needs clang)" OFF)
 set(QUILL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 
 # A television's own libraries and headers in place of ours. Each names a library

@@ -23,7 +23,7 @@
 #ifdef __cplusplus
 extern "C" {
 /* A record is handed to callbacks by reference; C sees the same bits as a pointer. */
-#define MRB_REFERENCE & /* NOLINT(bugprone-macro-parentheses): part of a declaration */
+#define MRB_REFERENCE &/* NOLINT(bugprone-macro-parentheses): part of a declaration */
 #else
 #define MRB_REFERENCE * /* NOLINT(bugprone-macro-parentheses): part of a declaration */
 #endif

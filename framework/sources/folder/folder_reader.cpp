@@ -45,7 +45,8 @@ FileFacts factsOf(const struct statx &status) {
     if ((status.stx_mask & STATX_MTIME) != 0) {
         facts.modified = status.stx_mtime.tv_sec;
     }
-    if ((status.stx_mask & STATX_BTIME) != 0) {
+    // Some file systems claim to know it and say 1970.
+    if ((status.stx_mask & STATX_BTIME) != 0 && status.stx_btime.tv_sec != 0) {
         facts.created = status.stx_btime.tv_sec;
     }
     return facts;
