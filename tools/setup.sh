@@ -16,7 +16,7 @@ setup_run_packages=(
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(clang clang-format-14 clang-tidy libgtest-dev libgmock-dev)
+setup_test_packages=(clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2
@@ -105,9 +105,14 @@ setup_install() {
             return 1
         fi
     fi
-    mkdir -p "$setup_root/build" && : >"$setup_root/build/setup.log" || return 1
+    if ! { mkdir -p "$setup_root/build" && : >"$setup_root/build/setup.log"; } 2>/dev/null; then
+        setup_fail "cannot write $setup_root/build/setup.log; make the folder writable for $(id -un)"
+        return 1
+    fi
     printf 'Installing for %s: %s\n' "$why" "$*"
-    if ! setup_apt update || ! setup_apt install -y --no-install-recommends "$@"; then
+    # Lists that one source of many did not give need not matter; the log has it.
+    setup_apt update
+    if ! setup_apt install -y --no-install-recommends "$@"; then
         tail -n 15 "$setup_root/build/setup.log" >&2
         setup_fail "apt-get failed (build/setup.log has all it said); $by_hand"
         return 1
