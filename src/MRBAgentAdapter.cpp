@@ -304,23 +304,27 @@ std::string CMRBAgentAdapter::GetGroupCount(const std::string &request) {
 }
 
 std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
-    /// The counts by item type, in the order in which the framework is asked.
-    struct TypeCount {
-        int type;
-        const char *key;
+    // The order in which the framework is asked, and that in which counts are written.
+    constexpr std::array<int, 11> types = {MRB_ITEM_TYPE_FOLDER, MRB_ITEM_TYPE_IMAGE,   MRB_ITEM_TYPE_VIDEO,
+                                           MRB_ITEM_TYPE_MUSIC,  MRB_ITEM_TYPE_RECORD,  MRB_ITEM_TYPE_UHD,
+                                           MRB_ITEM_TYPE_SCSA,   MRB_ITEM_TYPE_M3U,     MRB_ITEM_TYPE_GROUP,
+                                           MRB_ITEM_TYPE_EMPTY,  MRB_ITEM_TYPE_UPFOLDER};
+    struct Key {
+        const char *name;
+        size_t type;
     };
-    constexpr std::array<TypeCount, 11> types = {{
-        {MRB_ITEM_TYPE_FOLDER, "item_count_folder"},
-        {MRB_ITEM_TYPE_IMAGE, "item_count_image"},
-        {MRB_ITEM_TYPE_VIDEO, "item_count_video"},
-        {MRB_ITEM_TYPE_MUSIC, "item_count_music"},
-        {MRB_ITEM_TYPE_RECORD, "item_count_record"},
-        {MRB_ITEM_TYPE_UHD, "item_count_uhd"},
-        {MRB_ITEM_TYPE_SCSA, "item_count_scsa"},
-        {MRB_ITEM_TYPE_M3U, "item_count_m3u"},
-        {MRB_ITEM_TYPE_GROUP, "item_count_group"},
-        {MRB_ITEM_TYPE_EMPTY, "item_count_empty"},
-        {MRB_ITEM_TYPE_UPFOLDER, "item_count_upfolder"},
+    constexpr std::array<Key, types.size()> keys = {{
+        {"item_count_folder", MRB_ITEM_TYPE_FOLDER},
+        {"item_count_image", MRB_ITEM_TYPE_IMAGE},
+        {"item_count_music", MRB_ITEM_TYPE_MUSIC},
+        {"item_count_video", MRB_ITEM_TYPE_VIDEO},
+        {"item_count_record", MRB_ITEM_TYPE_RECORD},
+        {"item_count_uhd", MRB_ITEM_TYPE_UHD},
+        {"item_count_scsa", MRB_ITEM_TYPE_SCSA},
+        {"item_count_m3u", MRB_ITEM_TYPE_M3U},
+        {"item_count_group", MRB_ITEM_TYPE_GROUP},
+        {"item_count_empty", MRB_ITEM_TYPE_EMPTY},
+        {"item_count_upfolder", MRB_ITEM_TYPE_UPFOLDER},
     }};
 
     const char *const command = "mrb_get_item_count_v2";
@@ -339,9 +343,9 @@ std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
         return answer;
     }
 
-    std::array<int, types.size()> fetched{};
-    for (size_t index = 0; index < types.size(); ++index) {
-        result = mrb_get_item_count_by_type_v2(agent, types[index].type, &fetched[index]);
+    std::array<int, MRB_ITEM_TYPE_EMPTY + 1> fetched{}; // by type
+    for (const int type : types) {
+        result = mrb_get_item_count_by_type_v2(agent, type, &fetched[static_cast<size_t>(type)]);
         if (result != MRB_ERR_NONE) {
             MRB_LOG(LogTag::Agent, "GetItemCount By Type faild.");
             break;
@@ -349,8 +353,8 @@ std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
     }
     CMRBBridgeJson counts;
     counts.Set("item_count_all", total);
-    for (size_t index = 0; index < types.size(); ++index) {
-        counts.Set(types[index].key, fetched[index]);
+    for (const Key &key : keys) {
+        counts.Set(key.name, fetched[key.type]);
     }
     std::string answer = Answer(result, RETURN_TYPE_TEXT, counts.ToString());
     LOG_ANSWER(command, result, answer);

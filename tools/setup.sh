@@ -90,11 +90,11 @@ setup_apt() {
 setup_install() {
     local why=$1 by_hand
     shift
-    by_hand="install by hand: $*"
     if ! command -v apt-get >/dev/null; then
-        setup_fail "this is not Debian or Ubuntu (no apt-get); $by_hand"
+        setup_fail "this is not Debian or Ubuntu (no apt-get); install by hand: $*"
         return 1
     fi
+    by_hand="install by hand: apt-get install $*"
     if ((EUID != 0)); then
         if ! command -v sudo >/dev/null; then
             setup_fail "not root, and there is no sudo; $by_hand"

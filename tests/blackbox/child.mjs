@@ -3,16 +3,10 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { readFileSync } from 'node:fs';
-import path from 'node:path';
 
 import { build } from './harness.mjs';
 
 const MIB = 1024 * 1024;
-
-const release = process.env.QUILL_RELEASE_BUILD;
-
-/** Builds whose assertions are tried: the one under test, and an optimised one where it is given. */
-export const assertionBuilds = [...new Set([build, ...(release ? [path.resolve(release)] : [])])];
 
 /** The resident memory of a process in bytes; 0 when it has ended. */
 function residentBytes(pid) {
@@ -24,13 +18,11 @@ function residentBytes(pid) {
     }
 }
 
-/** What the children of a build see. Only the build under test may bring a sanitizer's runtime. */
-function environmentOf(of) {
-    const environment = { ...process.env, LD_LIBRARY_PATH: `${of}/tests/recording` };
-    if (of !== build) delete environment.LD_PRELOAD;
+/** What the children see of the environment. */
+function environment() {
     // A sanitizer keeps released memory for a while, which would look like growth.
     const options = [process.env.ASAN_OPTIONS, 'quarantine_size_mb=16'];
-    return { ...environment, ASAN_OPTIONS: options.filter(Boolean).join(':') };
+    return { ...process.env, ASAN_OPTIONS: options.filter(Boolean).join(':') };
 }
 
 /**
@@ -41,16 +33,16 @@ function environmentOf(of) {
  * space cannot be used, since V8 reserves far more than it uses; so the resident
  * memory is watched.
  */
-export function runChild(code, { seconds = 60, memoryMiB = 1024, growth, of = build } = {}) {
+export function runChild(code, { seconds = 60, memoryMiB = 1024, growth } = {}) {
     const prelude = `
-        const rec = require(${JSON.stringify(`${of}/tests/recording/recorder.node`)});
+        const rec = require(${JSON.stringify(`${build}/tests/recording/recorder.node`)});
         rec.echoLogs(2);
         const openBridge = () => { const bridge = new MRBBridge(); quill.unref(bridge); return bridge; };
         const msc = JSON.stringify({ param_source_name: 'SOURCE_MSC' });
     `;
     return new Promise((resolve, reject) => {
-        const child = spawn(`${of}/bin/quill`, ['-e', `${prelude}\n${code}`], {
-            env: environmentOf(of),
+        const child = spawn(`${build}/bin/quill`, ['-e', `${prelude}\n${code}`], {
+            env: environment(),
             stdio: ['ignore', 'pipe', 'pipe'],
         });
         const result = { stdout: '', stderr: '', killedFor: undefined, peakBytes: 0 };
