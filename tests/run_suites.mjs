@@ -2,7 +2,8 @@
 // name, and ends with the line "N passed, M failed". Called by ./test, which
 // has installed what this needs.
 
-import { accessSync, constants, mkdirSync } from 'node:fs';
+import { accessSync, chmodSync, constants, mkdirSync, mkdtempSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
@@ -89,6 +90,17 @@ try {
     console.log('0 passed, 1 failed');
     process.exit(1);
 }
+
+// What tests leave lying about goes with the run.
+process.env.TMPDIR = mkdtempSync(join(tmpdir(), 'quill-test-'));
+chmodSync(process.env.TMPDIR, 0o755); // tests that give up root's rights go on reading here
+process.on('exit', () => {
+    try {
+        rmSync(process.env.TMPDIR, { recursive: true, force: true });
+    } catch {
+        // A folder that a killed test had made unreadable: no reason to fail.
+    }
+});
 
 const total = { passed: 0, failed: 0 };
 for (const preset of new Set(chosen.map((suite) => suite.build))) {
