@@ -9,6 +9,9 @@
 
 namespace {
 
+/// Results come from outside of any chain of asynchronous calls.
+constexpr node::async_context NO_ASYNC_CONTEXT = {0, 0};
+
 /// File, line and the source line with a mark below, as Node.js prints them.
 std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
                           v8::Local<v8::Message> message) {
@@ -29,29 +32,29 @@ std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
 } // namespace
 
 NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop)
-    : isolate_(isolate), loop_(loop), context_(isolate, context),
-      resource_(isolate, v8::Object::New(isolate)),
-      async_(node::EmitAsyncInit(isolate, resource_.Get(isolate), "QuillCallback")) {}
+    : isolate_(isolate), loop_(loop), context_(isolate, context), global_(isolate, context->Global()) {}
 
 v8::MaybeLocal<v8::Value> NodeHost::call(v8::Local<v8::Function> function, int count,
-                                         v8::Local<v8::Value> *arguments) {
-    const v8::Local<v8::Context> context = context_.Get(isolate_);
+                                         const v8::Local<v8::Value> *arguments) {
     const v8::TryCatch caught(isolate_);
     // Node.js runs the callbacks of process.nextTick and promises after the call.
     const v8::MaybeLocal<v8::Value> result =
-        node::MakeCallback(isolate_, context->Global(), function, count, arguments, async_);
+        node::MakeCallback(isolate_, global_.Get(isolate_), function, count,
+                           const_cast<v8::Local<v8::Value> *>(arguments), // read only, whatever its type says
+                           NO_ASYNC_CONTEXT);
     if (!caught.HasCaught()) {
         return result;
     }
     if (!caught.HasTerminated()) {
-        report(context, caught);
+        report(caught);
         // After a failed call it leaves them out: an empty one makes up for it.
-        const node::CallbackScope make_up(isolate_, resource_.Get(isolate_), async_);
+        const node::CallbackScope make_up(isolate_, v8::Object::New(isolate_), NO_ASYNC_CONTEXT);
     }
     return {};
 }
 
-void NodeHost::report(v8::Local<v8::Context> context, const v8::TryCatch &caught) {
+void NodeHost::report(const v8::TryCatch &caught) {
+    const v8::Local<v8::Context> context = context_.Get(isolate_);
     const std::string place = describePlace(isolate_, context, caught.Message());
     std::array<v8::Local<v8::Value>, 2> arguments = {caught.Exception(), Bridge::StringToV8(place)};
     const v8::TryCatch reporter_caught(isolate_);

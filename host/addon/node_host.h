@@ -14,19 +14,18 @@ class NodeHost final : public Bridge::Host {
     NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop);
 
     v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
-                                   v8::Local<v8::Value> *arguments) override;
+                                   const v8::Local<v8::Value> *arguments) override;
     void keepAlive(bool alive) override { loop_.keepAlive(alive); }
 
     /// The script function that reports what a callback threw: (error, where).
     void setErrorReporter(v8::Local<v8::Function> reporter) { reporter_.Reset(isolate_, reporter); }
 
   private:
-    void report(v8::Local<v8::Context> context, const v8::TryCatch &caught);
+    void report(const v8::TryCatch &caught);
 
     v8::Isolate *isolate_;
     MainLoop &loop_;
     v8::Global<v8::Context> context_;
-    v8::Global<v8::Object> resource_; ///< what async hooks see as the callbacks' origin
+    v8::Global<v8::Object> global_; ///< what callbacks see as `this`
     v8::Global<v8::Function> reporter_;
-    node::async_context async_;
 };

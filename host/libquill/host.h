@@ -19,7 +19,7 @@ class QUILL_API Host {
     /// Calls a script function from the main loop, microtasks included, and
     /// reports what it throws. Empty when it threw.
     virtual v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
-                                           v8::Local<v8::Value> *arguments) = 0;
+                                           const v8::Local<v8::Value> *arguments) = 0;
 
     /// Whether kept functions are a reason for the program to go on.
     virtual void keepAlive(bool alive) = 0;

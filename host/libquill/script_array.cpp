@@ -2,31 +2,48 @@
 
 namespace Bridge {
 
-int ScriptArray::length() const {
-    return arguments_ != nullptr ? arguments_->length() : static_cast<int>(values_.size());
-}
+int ScriptArray::length() const { return arguments_ != nullptr ? arguments_->length() : length_; }
 
 ScriptObject ScriptArray::get(int index) const {
     if (arguments_ != nullptr) {
         return ScriptObject(arguments_->at(index));
     }
-    if (index < 0 || index >= length()) {
-        return ScriptObject::Undefined();
-    }
-    return ScriptObject(values_[static_cast<size_t>(index)]);
+    return index < 0 || index >= length_ ? ScriptObject::Undefined() : ScriptObject(values()[index]);
 }
 
 void ScriptArray::set(int index, const ScriptObject &value) {
     if (arguments_ != nullptr || index < 0) {
         return;
     }
-    const auto position = static_cast<size_t>(index);
-    if (position >= values_.size()) {
-        values_.resize(position + 1, ScriptObject::Undefined().getValue());
+    while (length_ < index) {
+        append(ScriptObject::Undefined().getValue());
     }
-    if (!value.getValue().IsEmpty()) {
-        values_[position] = value.getValue();
+    const v8::Local<v8::Value> given =
+        value.getValue().IsEmpty() ? ScriptObject::Undefined().getValue() : value.getValue();
+    if (index == length_) {
+        append(given);
+    } else {
+        (many_.empty() ? few_.data() : many_.data())[index] = given;
     }
+}
+
+void ScriptArray::append(v8::Local<v8::Value> value) {
+    const auto position = static_cast<size_t>(length_++);
+    if (position < few_.size()) {
+        few_[position] = value;
+        return;
+    }
+    if (many_.empty()) {
+        many_.assign(few_.begin(), few_.end());
+    }
+    many_.push_back(value);
+}
+
+const v8::Local<v8::Value> *ScriptArray::values() const {
+    if (arguments_ != nullptr) {
+        return nullptr;
+    }
+    return many_.empty() ? few_.data() : many_.data();
 }
 
 } // namespace Bridge

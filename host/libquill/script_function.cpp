@@ -1,6 +1,5 @@
 #include "quill/script_function.h"
 
-#include <array>
 #include <utility>
 #include <vector>
 
@@ -11,7 +10,9 @@ namespace Bridge {
 
 /// What a ScriptFunction and its copies share. Owned by them together.
 struct ScriptFunction::Kept {
+    v8::Isolate *isolate;
     v8::Global<v8::Value> value;
+    bool is_function;
     FunctionOwner *owner; ///< null: kept on no object's behalf
     int references;
 };
@@ -22,7 +23,8 @@ ScriptFunction::ScriptFunction(const ScriptObject &value) {
     }
     // Only functions are a reason for the program to go on.
     FunctionOwner *owner = value.isFunction() ? Owners::instance().active() : nullptr;
-    kept_ = new Kept{v8::Global<v8::Value>(v8::Isolate::GetCurrent(), value.getValue()), owner, 1};
+    v8::Isolate *isolate = v8::Isolate::GetCurrent();
+    kept_ = new Kept{isolate, v8::Global<v8::Value>(isolate, value.getValue()), value.isFunction(), owner, 1};
     Owners::instance().retain(owner);
 }
 
@@ -47,31 +49,29 @@ ScriptFunction::~ScriptFunction() {
     }
 }
 
-bool ScriptFunction::isFunction() const {
-    const v8::Local<v8::Value> value = getValue();
-    return !value.IsEmpty() && value->IsFunction();
-}
+bool ScriptFunction::isFunction() const { return kept_ != nullptr && kept_->is_function; }
 
 v8::Local<v8::Value> ScriptFunction::getValue() const {
-    return kept_ == nullptr ? v8::Local<v8::Value>() : kept_->value.Get(v8::Isolate::GetCurrent());
+    return kept_ == nullptr ? v8::Local<v8::Value>() : kept_->value.Get(kept_->isolate);
 }
 
 ScriptObject ScriptFunction::invoke(const ScriptArray &arguments) const {
     Host *host = Host::current();
-    const v8::Local<v8::Value> value = getValue();
-    if (host == nullptr || value.IsEmpty() || !value->IsFunction()) {
+    if (host == nullptr || !isFunction()) {
         return {};
     }
     const int count = arguments.length();
-    std::array<v8::Local<v8::Value>, 4> few; // most callbacks take one argument
-    std::vector<v8::Local<v8::Value>> many(
-        static_cast<size_t>(count) <= few.size() ? 0 : static_cast<size_t>(count));
-    v8::Local<v8::Value> *values = many.empty() ? few.data() : many.data();
-    for (int index = 0; index < count; ++index) {
-        values[index] = arguments.get(index).getValue();
+    const v8::Local<v8::Value> *values = arguments.values();
+    std::vector<v8::Local<v8::Value>> copied; // of a view
+    if (values == nullptr) {
+        copied.reserve(static_cast<size_t>(count));
+        for (int index = 0; index < count; ++index) {
+            copied.push_back(arguments.get(index).getValue());
+        }
+        values = copied.data();
     }
     v8::Local<v8::Value> result;
-    if (!host->call(value.As<v8::Function>(), count, values).ToLocal(&result)) {
+    if (!host->call(getValue().As<v8::Function>(), count, values).ToLocal(&result)) {
         return {};
     }
     return ScriptObject(result);

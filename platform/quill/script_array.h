@@ -2,8 +2,6 @@
 // A run of script values: the arguments of a call, coming in or going out.
 
 #include <array>
-#include <cstddef>
-#include <memory_resource>
 #include <vector>
 
 #include "quill/arguments.h"
@@ -31,11 +29,17 @@ class QUILL_API ScriptArray {
     /// Only for an array with values of its own; a view ignores it.
     void set(int index, const ScriptObject &value);
 
+    /// The values of its own, length() of them in a row; null for a view.
+    const v8::Local<v8::Value> *values() const;
+
   private:
+    void append(v8::Local<v8::Value> value);
+
     const Arguments *arguments_ = nullptr;
-    std::array<std::byte, 64> room_; ///< for the few values that a callback takes
-    std::pmr::monotonic_buffer_resource pool_{room_.data(), room_.size()};
-    std::pmr::vector<v8::Local<v8::Value>> values_{&pool_};
+    int length_ = 0; ///< number of values of its own
+    // Callbacks take few values: these need no allocation. More stand in many_.
+    std::array<v8::Local<v8::Value>, 4> few_;
+    std::vector<v8::Local<v8::Value>> many_;
 };
 
 } // namespace Bridge

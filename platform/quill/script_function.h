@@ -23,10 +23,10 @@ class QUILL_API ScriptFunction {
     ScriptFunction &operator=(ScriptFunction other) noexcept;
     ~ScriptFunction();
 
-    /// Needs a handle scope, as the two below do.
     bool isFunction() const;
 
-    /// The value; an empty handle when there is none.
+    /// The value; an empty handle when there is none. Needs a handle scope, as
+    /// invoke() does.
     v8::Local<v8::Value> getValue() const;
 
     /// Calls the function and returns what it returned, or an empty ScriptObject

@@ -18,9 +18,10 @@ v8::Global<v8::Context> *test_context = nullptr; // leaked: a global handle must
 class TestHost final : public Bridge::Host {
   public:
     v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
-                                   v8::Local<v8::Value> *arguments) override {
+                                   const v8::Local<v8::Value> *arguments) override {
         const v8::TryCatch caught(test_isolate);
-        return function->Call(testContext(), v8::Undefined(test_isolate), count, arguments);
+        return function->Call(testContext(), v8::Undefined(test_isolate), count,
+                              const_cast<v8::Local<v8::Value> *>(arguments)); // read only
     }
     void keepAlive(bool /*alive*/) override {}
 };
