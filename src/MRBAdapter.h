@@ -50,18 +50,6 @@ enum FunctionId : int {
     FUNC_COUNT
 };
 
-/// "return_ecode" of an answer with which the bridge itself refuses a call; every
-/// other value is the framework's.
-inline constexpr int RETURN_ECODE_REFUSED = 2;
-
-/// "return_type" of an answer: how a script reads "return_data".
-enum ReturnType : int {
-    RETURN_TYPE_INTEGER = 1,
-    RETURN_TYPE_TEXT = 4,
-    RETURN_TYPE_BOOL = 5,
-    RETURN_TYPE_DOUBLE = 6,
-};
-
 /// Base of the three adapters. Owned by the provider, which sets both members
 /// right after it made the adapter; they never change afterwards, so framework
 /// threads may read them.

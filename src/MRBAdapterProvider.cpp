@@ -6,10 +6,10 @@
 
 #include "MRBAdapter.h"
 #include "MRBAgentAdapter.h"
-#include "MRBBridgeJson.h"
 #include "MRBStorageMgrAdapter.h"
 #include "MRBThumbnailAdapter.h"
 #include "OnCallbackData.h"
+#include "envelope.h"
 #include "log.h"
 
 namespace MRBBridge {
@@ -52,13 +52,6 @@ AgentOperation AgentOperationOf(int func) {
     return func < 0 || func >= static_cast<int>(agent_operations.size())
                ? nullptr
                : agent_operations[static_cast<size_t>(func)];
-}
-
-/// The answer to a call that the bridge itself refuses.
-std::string RefusedAnswer() {
-    CMRBBridgeJson answer;
-    answer.Set("return_ecode", RETURN_ECODE_REFUSED);
-    return answer.ToString();
 }
 
 /// All providers that live. Main thread only.
@@ -135,7 +128,7 @@ Bridge::ScriptObject CMRBAdapterProvider::Execute(int func) {
         break;
     default:
         MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
-        answer = RefusedAnswer();
+        answer = Answer(RETURN_ECODE_REFUSED);
         break;
     }
     return Bridge::ScriptObject(answer);
@@ -145,7 +138,7 @@ Bridge::ScriptObject CMRBAdapterProvider::Execute(int func, const Bridge::Script
     const Bridge::ScriptObject request = arguments.get(0);
     if (!request.isString()) {
         MRB_LOG(LogTag::Common, "Invalid js string.");
-        return Bridge::ScriptObject(RefusedAnswer());
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
     if (const AgentOperation operation = AgentOperationOf(func); operation != nullptr) {
         return Bridge::ScriptObject((agent_->*operation)(request.asString()));
@@ -154,7 +147,7 @@ Bridge::ScriptObject CMRBAdapterProvider::Execute(int func, const Bridge::Script
         return Bridge::ScriptObject(thumbnail_->ThumbnailRequestCancel(request.asString()));
     }
     MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
-    return Bridge::ScriptObject(RefusedAnswer());
+    return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
 }
 
 Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
@@ -162,12 +155,12 @@ Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
     const Bridge::ScriptObject callback = arguments.get(0);
     if (!callback.isFunction()) {
         MRB_LOG(LogTag::Common, "Invalid js callback.");
-        return Bridge::ScriptObject(RefusedAnswer());
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
     Bridge::ScriptFunction *slot = SlotOf(func);
     if (slot == nullptr) {
         MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
-        return Bridge::ScriptObject(RefusedAnswer());
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
     *slot = callback.asFunction();
 
@@ -185,7 +178,7 @@ Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
     const Bridge::ScriptObject request = arguments.get(1);
     if (!request.isString()) {
         MRB_LOG(LogTag::Common, "Invalid js string.");
-        return Bridge::ScriptObject(RefusedAnswer());
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
     switch (func) {
     case FUNC_REQUEST_LIST:

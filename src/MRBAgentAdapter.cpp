@@ -4,8 +4,11 @@
 #include <cstdlib>
 
 #include "MRBBridgeJson.h"
+#include "envelope.h"
+#include "list_source.h"
 #include "log.h"
 #include "mrb/share.h"
+#include "request.h"
 
 /// The first and the last log line of every command.
 #define LOG_REQUEST(command, request)                                                                        \
@@ -20,26 +23,6 @@ namespace {
 constexpr const char *REQUEST_LIST = "mrb_request_list_v2";
 constexpr const char *BATCH_PROCESS = "mrb_batch_process_v2";
 
-/// The answer to a command without data, or to one that failed.
-std::string Answer(int result) {
-    CMRBBridgeJson answer;
-    answer.Set("return_ecode", result);
-    return answer.ToString();
-}
-
-/// The answer to a command with data, which goes along on success only.
-template <typename T>
-std::string Answer(int result, ReturnType type, const T &data) {
-    if (result != MRB_ERR_NONE) {
-        return Answer(result);
-    }
-    CMRBBridgeJson answer;
-    answer.Set("return_ecode", result);
-    answer.Set("return_type", static_cast<int>(type));
-    answer.Set("return_data", data);
-    return answer.ToString();
-}
-
 /// Copies a text of the framework's and releases it. Null gives an empty text.
 std::string TakeText(char *text) {
     if (text == nullptr) {
@@ -48,101 +31,6 @@ std::string TakeText(char *text) {
     std::string copy = text;
     std::free(text); // NOLINT(*-no-malloc): the framework allocates its texts with malloc
     return copy;
-}
-
-std::string Text(const CMRBBridgeJson &request, const char *key) {
-    std::string value;
-    request.Get(key, value);
-    return value;
-}
-
-std::string OptionalText(const CMRBBridgeJson &request, const char *key) {
-    return request.Has(key) ? Text(request, key) : std::string();
-}
-
-int Int(const CMRBBridgeJson &request, const char *key) {
-    int value = 0;
-    request.Get(key, value);
-    return value;
-}
-
-bool Bool(const CMRBBridgeJson &request, const char *key) {
-    bool value = false;
-    request.Get(key, value);
-    return value;
-}
-
-// What a list request adds to the parameter object, by source.
-
-void SetMscParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
-    const std::string scan_path = Text(request, "param_scan_path");
-    const bool is_uhd = Bool(request, "param_is_uhd");
-    mrb_param_set_general_path(param, scan_path.c_str());
-    mrb_param_set_general_is_uhd_meta(param, is_uhd);
-    mrb_param_set_general_source(param, "SOURCE_MSC");
-    if (!is_uhd) {
-        return;
-    }
-    const bool update = Bool(request, "param_update_flag");
-    const std::string language = Text(request, "param_lang_id");
-    const std::string device_id = Text(request, "param_duid");
-    const std::string access_token = Text(request, "param_access_token");
-    const std::string country = Text(request, "param_country");
-    mrb_param_set_general_update_uhd_meta(param, update);
-    mrb_param_set_general_lang_id(param, language.c_str());
-    mrb_param_set_general_duid(param, device_id.c_str());
-    mrb_param_set_general_access_token(param, access_token.c_str());
-    mrb_param_set_general_country(param, country.c_str());
-}
-
-void SetDlnaParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
-    const std::string scan_path = Text(request, "param_scan_path");
-    const std::string folder_id = Text(request, "param_folder_id");
-    const std::string key_word = Text(request, "param_key_word");
-    mrb_param_set_general_path(param, scan_path.c_str());
-    mrb_param_set_general_folder_id(param, folder_id.c_str());
-    // Even an empty one: a server's search takes exactly this word.
-    mrb_param_set_general_key_word(param, key_word.c_str());
-    mrb_param_set_general_source(param, "SOURCE_DLNA");
-}
-
-void SetPtpParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
-    const std::string model_name = Text(request, "param_model_name");
-    const int bus = Int(request, "param_bus_value");
-    const int device = Int(request, "param_device_value");
-    const std::string folder_id = Text(request, "param_folder_id");
-    mrb_param_set_general_folder_id(param, folder_id.c_str());
-    mrb_param_set_general_mode_name(param, model_name.c_str());
-    mrb_param_set_general_bus_value(param, bus);
-    mrb_param_set_general_device_value(param, device);
-    mrb_param_set_general_source(param, "SOURCE_PTP");
-}
-
-void SetPlaylistParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
-    // Read, so that a missing name is logged, and not handed on: the framework
-    // lists every playlist.
-    Text(request, "param_playlist_name");
-    mrb_param_set_general_source(param, "SOURCE_PLAYLIST");
-}
-
-struct Source {
-    const char *name;
-    void (*set_params)(mrb_general_param_h param, const CMRBBridgeJson &request);
-};
-constexpr std::array<Source, 4> sources = {{
-    {"SOURCE_MSC", SetMscParams},
-    {"SOURCE_DLNA", SetDlnaParams},
-    {"SOURCE_PTP", SetPtpParams},
-    {"SOURCE_PLAYLIST", SetPlaylistParams},
-}};
-
-const Source *FindSource(const std::string &name) {
-    for (const Source &source : sources) {
-        if (name == source.name) {
-            return &source;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -226,15 +114,15 @@ std::string CMRBAgentAdapter::RequestList(const std::string &request) {
         mrb_param_set_general_prepare_data(param, prepare_data.c_str());
     }
 
-    const Source *source = FindSource(source_name);
-    if (source == nullptr) {
+    const SetSourceParams set_source_params = FindListSource(source_name);
+    if (set_source_params == nullptr) {
         MRB_LOG(LogTag::Agent, "Invalid source name[%s].", source_name.c_str());
         mrb_destroy_general_param(param);
         std::string refused = Answer(RETURN_ECODE_REFUSED);
         LOG_ANSWER(REQUEST_LIST, RETURN_ECODE_REFUSED, refused);
         return refused;
     }
-    source->set_params(param, json);
+    set_source_params(param, json);
 
     const int result = mrb_request_list_v2(param, &CMRBAgentAdapter::cb_requestList, this, &agent);
     mrb_destroy_general_param(param);
@@ -412,84 +300,8 @@ REFUSED_COMMAND(GetStorageId, "mrb_get_storage_id_v2")
 // ---- item fields ------------------------------------------------------------
 
 void CMRBAgentAdapter::m_InitFieldType(FieldTypes &types) {
-    struct Row {
-        _eMRBFieldType type;
-        std::vector<const char *> fields;
-    };
-    const std::array<Row, 6> rows = {{
-        {FIELD_TYPE_LINT, {"SIZE", "DURATION"}},
-        {FIELD_TYPE_DOUBLE, {"LONGITUDE", "LATITUDE", "ALTITUDE"}},
-        {FIELD_TYPE_TIME, {"ADDED_TIME", "MODIFIED_TIME", "PLAYED_TIME"}},
-        {FIELD_TYPE_BOOL,
-         {"TIMER_RECORD", "SERIES_RECORD", "SUBTITLE", "TTX", "AD", "HARD_OF_HEARING_RADIO", "DATA_SERVICE",
-          "CONTENT_LOCK", "CONTENT_WATCH", "HAS_AUDIO_ONLY", "IS_LOCAL_RECORD", "IS_DRM"}},
-        {FIELD_TYPE_INT,
-         {"MEDIA_TYPE",
-          "GROUP_ITEM_COUNT",
-          "SONGS_COUNT",
-          "PLAYED_COUNT",
-          "PLAYED_POSITION",
-          "WIDTH",
-          "HEIGHT",
-          "CHANNEL",
-          "TIMEZONE",
-          "PTC",
-          "MAJOR",
-          "MINOR",
-          "CHANNEL_TYPE",
-          "PROGRAM_NUM",
-          "EMBARGO_TIME",
-          "EXPIRY_TIME",
-          "START_TIME",
-          "PROGRAM_START_TIME",
-          "PROGRAM_END_TIME",
-          "PROGRAM_DATE",
-          "PARENTAL_RATING",
-          "ASPECTRATIO",
-          "ORIENTATION",
-          "RESOLUTION",
-          "SAMPLERATE",
-          "BIT_RESOLUTION",
-          "BITRATE",
-          "SPORTS_TYPE",
-          "GUIDANCE_LENGTH",
-          "HD"}},
-        {FIELD_TYPE_CHAR,
-         {"TITLE",
-          "FILE_PATH",
-          "DISPLAY_NAME",
-          "MIME_TYPE",
-          "ALBUM",
-          "ARTIST",
-          "GENRE",
-          "YEAR",
-          "VIDEO_CODEC",
-          "AUDIO_CODEC",
-          "EXPOSURE_TIME",
-          "FNUMBER",
-          "ISO",
-          "MODEL",
-          "CHANNEL_NAME",
-          "PROGRAM_TITLE",
-          "PROGRAM_CRID",
-          "GUIDANCE",
-          "SYNOPSIS",
-          "LANGUAGE",
-          "URL",
-          "MTA_URL",
-          "THUMBNAIL_PATH",
-          "ID_MRB",
-          "MRB_MEDIA_FOCUS_ID",
-          "RESOLUTION_DLNA",
-          "DATE_TAKEN",
-          "LOCATION_TAG",
-          "MODIFIED_MONTH",
-          "FORMAT"}},
-    }};
-    for (const Row &row : rows) {
-        for (const char *field : row.fields) {
-            types.insert({field, row.type});
-        }
+    for (const Field &field : item_fields) {
+        types.insert({field.name, field.type});
     }
 }
 

@@ -7,22 +7,12 @@
 #include <vector>
 
 #include "MRBAdapter.h"
+#include "item_fields.h"
 #include "mrb/agent.h"
 
 namespace MRBBridge {
 
 class CMRBBridgeJson;
-
-/// The value type of an item's field: which of the framework's getters reads it.
-enum _eMRBFieldType { // NOLINT(bugprone-reserved-identifier): the system's own name
-    FIELD_TYPE_NONE = 0,
-    FIELD_TYPE_LINT = 1,
-    FIELD_TYPE_DOUBLE = 2,
-    FIELD_TYPE_TIME = 3,
-    FIELD_TYPE_CHAR = 4,
-    FIELD_TYPE_INT = 5,
-    FIELD_TYPE_BOOL = 6,
-};
 
 /// Owned by the provider. Commands run on the main thread; each takes the request's
 /// JSON text and returns the answer's. cb_ functions run on framework threads.

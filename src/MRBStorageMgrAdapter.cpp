@@ -2,7 +2,7 @@
 
 #include <json/value.h>
 
-#include "MRBBridgeJson.h"
+#include "envelope.h"
 #include "log.h"
 
 /// The last log line of every command.
@@ -16,12 +16,6 @@ namespace {
 // "param_event" of the DLNA service document.
 constexpr int SCRIPT_EVENT_DLNA_STARTED = 20;
 constexpr int SCRIPT_EVENT_DLNA_NOT_STARTED = 21;
-
-std::string Answer(int result) {
-    CMRBBridgeJson answer;
-    answer.Set("return_ecode", result);
-    return answer.ToString();
-}
 
 } // namespace
 

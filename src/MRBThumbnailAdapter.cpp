@@ -1,6 +1,6 @@
 #include "MRBThumbnailAdapter.h"
 
-#include "MRBBridgeJson.h"
+#include "envelope.h"
 #include "log.h"
 #include "mrb/thumbnail.h"
 
@@ -9,12 +9,6 @@ namespace {
 
 /// "return_ecode" of a thumbnail command, besides RETURN_ECODE_REFUSED.
 constexpr int RETURN_ECODE_NOT_INITIALISED = 1;
-
-std::string Answer(int code) {
-    CMRBBridgeJson answer;
-    answer.Set("return_ecode", code);
-    return answer.ToString();
-}
 
 } // namespace
 

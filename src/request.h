@@ -1,0 +1,34 @@
+#pragma once
+// Reading a request's members into presets: a missing or mistyped one leaves 0,
+// false or an empty text.
+
+#include <string>
+
+#include "MRBBridgeJson.h"
+
+namespace MRBBridge {
+
+inline std::string Text(const CMRBBridgeJson &request, const char *key) {
+    std::string value;
+    request.Get(key, value);
+    return value;
+}
+
+/// The same for a member whose absence is nothing to log.
+inline std::string OptionalText(const CMRBBridgeJson &request, const char *key) {
+    return request.Has(key) ? Text(request, key) : std::string();
+}
+
+inline int Int(const CMRBBridgeJson &request, const char *key) {
+    int value = 0;
+    request.Get(key, value);
+    return value;
+}
+
+inline bool Bool(const CMRBBridgeJson &request, const char *key) {
+    bool value = false;
+    request.Get(key, value);
+    return value;
+}
+
+} // namespace MRBBridge
