@@ -7,6 +7,9 @@ import { call, METHODS, openBridge, rec, REFUSED } from './harness.mjs';
 
 const SERVED = new Set(['mrb_request_list_v2', 'mrb_cancel_request_list_v2', 'mrb_disconnect_v2',
                         'mrb_get_group_count_v2', 'mrb_get_item_count_v2', 'mrb_get_item_v2',
+                        'mrb_set_page_style_v2', 'mrb_set_navigation_v2', 'mrb_get_navigation_v2',
+                        'mrb_move_to_index_v2', 'mrb_get_page_index_v2', 'mrb_prepare_play_data_v2',
+                        'mrb_get_rating_info_v2', 'mrb_get_storage_id_v2',
                         'mrb_unset_usb_callback', 'mrb_unset_dlna_callback', 'mrb_finalize_dlna_service']);
 
 for (const [name, takes] of METHODS.filter(([method]) => !SERVED.has(method))) {
