@@ -62,6 +62,7 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     try {
         opening = std::make_shared<Opening>(events_, number, listener, std::move(source),
                                             *typesOfContent(request.contentType));
+        opening->watchWith(watcher_);
         events_.start();
         workers_.start([opening] { opening->run(); });
     } catch (...) {
@@ -141,6 +142,7 @@ void Framework::shutDown() {
     const auto deadline = std::chrono::steady_clock::now() + FAREWELL;
     events_.finish(deadline);
     workers_.finish(deadline);
+    watcher_.finish(deadline);
 }
 
 } // namespace mrb

@@ -41,6 +41,7 @@ class Framework {
     void shutDown();
 
     EventThread events_;
+    Watcher watcher_;
     Workers workers_;
 
     std::mutex lock_; // guards what follows

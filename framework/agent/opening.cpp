@@ -41,12 +41,18 @@ void Opening::run() noexcept {
     try {
         begin_.wait();
         reportedAt_ = steady_clock::now();
+        beginWatch();
         result_ = fill();
         const int event = lastEventOf(result_.outcome);
         if (event == MRB_EVENT_LIST_FAILED) {
             MRB_LOG_ERROR("List %d failed: %s", handle_, result_.outcome.message.c_str());
         }
         events_.post(shared_from_this(), event);
+        if (event == MRB_EVENT_LIST_READY) {
+            handOverWatch();
+        } else {
+            watch_.reset();
+        }
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
     }
@@ -73,6 +79,10 @@ FillResult Opening::fill() {
 
 void Opening::close() {
     stop();
+    closed_ = true;
+    if (watcher_ != nullptr) {
+        watcher_->forget(*this);
+    }
     events_.withdraw(*this);
 }
 
@@ -143,6 +153,9 @@ std::string Opening::serverData(int event) const {
         if (total != UNKNOWN) {
             data["total_count"] = Json::Int64{total};
         }
+        return jsonText(data);
+    }
+    if (event == MRB_EVENT_LIST_CHANGED || event == MRB_EVENT_DEVICE_REMOVED) {
         return jsonText(data);
     }
     data["unreadable"] = Json::Int64{result_.unreadable};

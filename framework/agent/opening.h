@@ -14,6 +14,7 @@
 #include "list/list.h"
 #include "mrb/agent.h"
 #include "sources/source.h"
+#include "watch/watcher.h"
 
 namespace mrb {
 
@@ -27,10 +28,17 @@ struct Listener {
 // anew: the source that fills it, its items, and the events on the way. Owned
 // jointly by the table of open lists, the worker that fills it and its queued
 // events. Each member function says which thread calls it.
-class Opening final : public EventTarget, public std::enable_shared_from_this<Opening>, private ItemSink {
+class Opening final : public EventTarget,
+                      public std::enable_shared_from_this<Opening>,
+                      private ItemSink,
+                      private Watched {
   public:
     Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
             std::unique_ptr<Source> source, TypeMask wanted);
+
+    // Has the source watched for changes as long as the list is open. Called, if at
+    // all, before run.
+    void watchWith(Watcher &watcher) { watcher_ = &watcher; }
 
     // The worker's whole life: waits for begin, fills the list, and posts exactly
     // one of the ready, failed and cancelled events.
@@ -61,8 +69,17 @@ class Opening final : public EventTarget, public std::enable_shared_from_this<Op
     [[nodiscard]] bool stopped() const override;
     void announce(std::int64_t total) override;
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
+    void follow(std::int32_t folder, int descriptor) override;
     [[nodiscard]] bool add(std::span<const SourceItem> items) override;
 
+    // Watched, on the watch thread.
+    [[nodiscard]] bool shows(std::uint8_t type) const override { return list_.wants(type); }
+    [[nodiscard]] std::optional<ItemFacts> listed(std::int32_t folder, std::string_view name) const override;
+    void sourceChanged() override;
+    void sourceRemoved() override;
+
+    void beginWatch();
+    void handOverWatch() noexcept;
     FillResult fill();
     void reportGrowth();
     [[nodiscard]] std::string serverData(int event) const;
@@ -73,13 +90,16 @@ class Opening final : public EventTarget, public std::enable_shared_from_this<Op
     const std::unique_ptr<Source> source_;
     List list_;
 
+    Watcher *watcher_ = nullptr;
     std::latch begin_{1};
+    std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;
     std::atomic<bool> growthQueued_ = false;
     std::atomic<std::int64_t> announced_ = UNKNOWN;
 
     // The worker's alone, until it posts the last event, which reads the result.
     FillResult result_;
+    std::unique_ptr<FolderWatch> watch_; // until the watcher has it
     bool full_ = false;
     std::int32_t reportedSize_ = 0;
     std::chrono::steady_clock::time_point reportedAt_;

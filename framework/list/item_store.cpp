@@ -44,6 +44,11 @@ ItemFacts ItemStore::facts(std::int32_t index) const {
     return facts;
 }
 
+bool ItemStore::is(std::int32_t index, std::int32_t folder, std::string_view name) const {
+    const Item &item = items_[static_cast<std::size_t>(index)];
+    return item.folder == folder && std::string_view(text_).substr(item.text, item.nameLength) == name;
+}
+
 bool ItemStore::hasRoom(std::string_view text) const { return text_.size() + text.size() <= MOST_TEXT; }
 
 std::uint16_t ItemStore::append(std::string_view text) {

@@ -32,6 +32,9 @@ class ItemStore {
     [[nodiscard]] std::int32_t count(unsigned type) const;
     [[nodiscard]] ItemFacts facts(std::int32_t index) const;
 
+    // True when the item at `index` lies in that folder under that name.
+    [[nodiscard]] bool is(std::int32_t index, std::int32_t folder, std::string_view name) const;
+
   private:
     struct Item {
         std::int64_t size;

@@ -33,6 +33,22 @@ std::optional<ItemFacts> List::item(std::int32_t index) const {
     return store_.facts(index);
 }
 
+std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) const {
+    constexpr std::int32_t AT_ONCE = 4096;
+    for (std::int32_t begin = 0;; begin += AT_ONCE) {
+        const std::lock_guard guard(lock_);
+        if (begin >= store_.size()) {
+            return std::nullopt;
+        }
+        const std::int32_t end = std::min(begin + AT_ONCE, store_.size());
+        for (std::int32_t index = begin; index < end; ++index) {
+            if (store_.is(index, folder, name)) {
+                return store_.facts(index);
+            }
+        }
+    }
+}
+
 bool List::moveTo(std::int32_t index) {
     const std::lock_guard guard(lock_);
     if (index < 0 || index >= store_.size()) {

@@ -31,6 +31,10 @@ class List {
     // No value: no item has that index.
     [[nodiscard]] std::optional<ItemFacts> item(std::int32_t index) const;
 
+    // The item of that name in the folder with that number; no value: there is none.
+    // Takes as long as the list is, but never holds the lock for long.
+    [[nodiscard]] std::optional<ItemFacts> find(std::int32_t folder, std::string_view name) const;
+
     // Puts the cursor on an item; false when no item has that index.
     bool moveTo(std::int32_t index);
     [[nodiscard]] std::int32_t cursor() const;

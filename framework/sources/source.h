@@ -69,6 +69,10 @@ class ItemSink {
     // for SourceItem::folder; negative: the list is full, return.
     virtual std::int32_t addFolder(std::int32_t parent, std::string_view name) = 0;
 
+    // Says that the open folder `descriptor`, known by its number, is about to be
+    // read; it may be watched for changes from now on.
+    virtual void follow(std::int32_t /*folder*/, int /*descriptor*/) {}
+
     // Appends a run of items. False: the list is full or was stopped, return.
     [[nodiscard]] virtual bool add(std::span<const SourceItem> items) = 0;
 };
@@ -111,6 +115,10 @@ class Source {
     virtual FillResult fill(ItemSink &sink) = 0;
 
     [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
+
+    // The path of the folder on whose files the list stands, to be watched while the
+    // list is open; empty where there is none. Never changes.
+    [[nodiscard]] virtual std::string watchedRoot() const { return {}; }
 };
 
 // Makes the source that `request` names and checks that it can be reached.

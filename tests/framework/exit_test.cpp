@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <memory>
@@ -49,6 +50,19 @@ TEST_F(Exit, AProcessMayEndDuringAScan) {
     EXPECT_EXIT(
         {
             forgotten().open(path);
+            std::exit(7);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+TEST_F(Exit, AProcessMayEndWhileItsFoldersAreWatchedAndChange) {
+    EXPECT_EXIT(
+        {
+            forgotten().list(path);
+            const std::string file = path + "/1/new.jpg";
+            if (std::rename((path + "/1/1.jpg").c_str(), file.c_str()) != 0) {
+                std::_Exit(1);
+            }
             std::exit(7);
         },
         testing::ExitedWithCode(7), "");

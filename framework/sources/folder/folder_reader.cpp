@@ -20,17 +20,7 @@ constexpr std::size_t BUFFER_BYTES = 64UL * 1024;
 
 constexpr unsigned WANTED = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
 
-// Folders in which other systems keep deleted files and indexes. Nobody means those.
 constexpr const char *SYSTEM_FOLDERS[] = {"$RECYCLE.BIN", "RECYCLER", "System Volume Information"};
-
-bool isSystemFolder(const char *name) {
-    for (const char *system : SYSTEM_FOLDERS) {
-        if (strcasecmp(name, system) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
 
 int readStatus(int folder, const char *name, int flags, struct statx &status) {
     return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
@@ -56,6 +46,15 @@ FileFacts factsOf(const struct statx &status) {
 bool isGone(int error) { return error == ENOENT || error == ELOOP || error == ENOTDIR; }
 
 } // namespace
+
+bool isSystemFolder(const char *name) {
+    for (const char *system : SYSTEM_FOLDERS) {
+        if (strcasecmp(name, system) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
 
 int readFacts(int folder, const char *name, FileFacts &facts) {
     struct statx status {};

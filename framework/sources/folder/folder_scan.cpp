@@ -65,6 +65,7 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
                                           int level, const std::string &name) {
     std::vector<FolderEntry> files;
     std::vector<FolderEntry> folders;
+    sink_.follow(number, folder->number());
     const int error = reader_.read(folder->number(), files, folders);
     sort(files);
     if (addFiles(files, number) == Step::END) {

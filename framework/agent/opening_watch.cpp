@@ -1,0 +1,46 @@
+// The part of an opening that follows its source once the list is ready.
+
+#include <exception>
+#include <utility>
+
+#include "agent/opening.h"
+#include "base/log.h"
+
+namespace mrb {
+
+void Opening::beginWatch() {
+    const std::string root = source_->watchedRoot();
+    if (watcher_ != nullptr && !root.empty()) {
+        watch_ = std::make_unique<FolderWatch>(root);
+    }
+}
+
+void Opening::follow(std::int32_t folder, int descriptor) {
+    if (watch_) {
+        watch_->follow(folder, descriptor);
+    }
+}
+
+void Opening::handOverWatch() noexcept {
+    try {
+        if (watch_) {
+            watcher_->watch({shared_from_this(), static_cast<Watched *>(this)}, std::move(watch_));
+        }
+        // One that was closed meanwhile had nothing to forget yet.
+        if (watcher_ != nullptr && closed_) {
+            watcher_->forget(*this);
+        }
+    } catch (const std::exception &failure) {
+        MRB_LOG_WARNING("List %d is not watched for changes: %s", handle_, failure.what());
+    }
+}
+
+std::optional<ItemFacts> Opening::listed(std::int32_t folder, std::string_view name) const {
+    return list_.find(folder, name);
+}
+
+void Opening::sourceChanged() { events_.post(shared_from_this(), MRB_EVENT_LIST_CHANGED); }
+
+void Opening::sourceRemoved() { events_.post(shared_from_this(), MRB_EVENT_DEVICE_REMOVED); }
+
+} // namespace mrb

@@ -1,0 +1,179 @@
+#include "watch/folder_watch.h"
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "media/media_types.h"
+#include "sources/folder/folder_reader.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::uint32_t CONTENTS =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr std::uint32_t ITSELF = IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr std::uint32_t COME_OR_GONE = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+constexpr std::uint32_t ENDED = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED;
+
+// A folder in which much happens must not keep the thread from other lists.
+constexpr int MOST_READS = 16;
+
+std::string errorText(int error) { return std::generic_category().message(error); }
+
+std::int64_t nanoseconds(std::int64_t seconds, std::int64_t rest) { return seconds * 1'000'000'000 + rest; }
+
+// The clock by which the kernel dates changes of files: never ahead of it.
+std::int64_t fileTime() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return nanoseconds(now.tv_sec, now.tv_nsec);
+}
+
+} // namespace
+
+FolderWatch::FolderWatch(std::string root)
+    : root_(std::move(root)), events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), began_(fileTime()) {
+    if (!events_) {
+        MRB_LOG_WARNING("Changes below %s will not be noticed: %s", root_.c_str(), errorText(errno).c_str());
+    }
+}
+
+void FolderWatch::follow(std::int32_t folder, int descriptor) {
+    if (!events_ || rootOnly_) {
+        return;
+    }
+    // By its descriptor: the path may lead elsewhere by now.
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    const bool isRoot = folder == ROOT_FOLDER;
+    const bool full = folders_.size() >= MOST_FOLDERS;
+    const int watch =
+        full ? -1 : inotify_add_watch(number(), path.c_str(), isRoot ? CONTENTS | ITSELF : CONTENTS);
+    if (watch >= 0) {
+        folders_.try_emplace(watch, folder);
+        if (isRoot) {
+            rootWatch_ = watch;
+            identity_ = identityOf(descriptor, "").value_or(Identity{});
+        }
+        return;
+    }
+    const int error = errno;
+    // A folder that is gone again, or may not be watched, costs its own events only.
+    if (!isRoot && !full && error != ENOSPC && error != ENOMEM) {
+        return;
+    }
+    const std::string reason = full ? "it has too many folders" : errorText(error);
+    if (isRoot) {
+        MRB_LOG_WARNING("Changes below %s will not be noticed: %s", root_.c_str(), reason.c_str());
+        events_ = Descriptor();
+        return;
+    }
+    MRB_LOG_WARNING("Changes in the sub-folders of %s will not be noticed: %s", root_.c_str(),
+                    reason.c_str());
+    watchRootOnly(CONTENTS | ITSELF);
+}
+
+void FolderWatch::awaitRemoval() { watchRootOnly(ITSELF); }
+
+// A new instance, because each watch that is removed one by one puts an event into
+// the queue, and so many may overflow it.
+void FolderWatch::watchRootOnly(std::uint32_t mask) {
+    rootOnly_ = true;
+    Descriptor events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    const int watch = events ? inotify_add_watch(events.number(), root_.c_str(), mask) : -1;
+    if (watch < 0) {
+        return; // The instance that is there does too.
+    }
+    events_ = std::move(events);
+    rootWatch_ = watch;
+    folders_ = {{watch, ROOT_FOLDER}};
+}
+
+Change FolderWatch::read(const Watched &list) {
+    // As large as it takes to read a hundred events or more at once.
+    alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
+    Change change = Change::NONE;
+    for (int reads = 0; reads < MOST_READS; ++reads) {
+        const ssize_t size = ::read(number(), buffer.data(), buffer.size());
+        if (size <= 0) {
+            break;
+        }
+        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
+            // The kernel aligns every event for this type.
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
+            offset += sizeof *event + event->len;
+            // One change is as good as many.
+            const bool asksRoot = event->wd == rootWatch_ && (event->mask & ENDED) != 0;
+            if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {
+                const Change next =
+                    meaningOf(list, event->wd, event->mask, event->len > 0 ? event->name : "");
+                change = next == Change::NONE ? change : next;
+            }
+        }
+    }
+    return change;
+}
+
+Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask, const char *name) const {
+    // Events were lost, any of them may have mattered.
+    if ((mask & IN_Q_OVERFLOW) != 0) {
+        return Change::CHANGED;
+    }
+    if ((mask & ENDED) != 0) {
+        if (watch == rootWatch_) {
+            return rootIsThere() ? Change::CHANGED : Change::REMOVED;
+        }
+        // A sub-folder's own end is told by the folder that it is in, save one:
+        return (mask & IN_UNMOUNT) != 0 ? Change::CHANGED : Change::NONE;
+    }
+    const auto folder = folders_.find(watch);
+    if (folder == folders_.end() || name[0] == '.') {
+        return Change::NONE;
+    }
+    if ((mask & IN_ISDIR) != 0) {
+        return isSystemFolder(name) ? Change::NONE : Change::CHANGED;
+    }
+    const MediaType *type = mediaTypeOf(name);
+    if (type == nullptr || !list.shows(type->itemType)) {
+        return Change::NONE;
+    }
+    const bool matters = (mask & COME_OR_GONE) != 0 || isRewritten(list, folder->second, name);
+    return matters ? Change::CHANGED : Change::NONE;
+}
+
+// Many programs open files for writing without writing.
+bool FolderWatch::isRewritten(const Watched &list, std::int32_t folder, const char *name) const {
+    const std::optional<ItemFacts> listed = list.listed(folder, name);
+    if (!listed) {
+        return true;
+    }
+    const std::string path = root_ + "/" + listed->folder + "/" + listed->name;
+    struct statx now {};
+    if (statx(AT_FDCWD, path.c_str(), AT_NO_AUTOMOUNT, STATX_SIZE | STATX_MTIME, &now) != 0) {
+        return true;
+    }
+    // The list knows the time in seconds; within one, it counts whether the file is
+    // younger than the opening.
+    return listed->size != static_cast<std::int64_t>(now.stx_size) ||
+           listed->modified != now.stx_mtime.tv_sec ||
+           nanoseconds(now.stx_mtime.tv_sec, now.stx_mtime.tv_nsec) >= began_;
+}
+
+bool FolderWatch::rootIsThere() const { return identityOf(AT_FDCWD, root_.c_str()) == identity_; }
+
+std::optional<FolderWatch::Identity> FolderWatch::identityOf(int folder, const char *path) {
+    struct statx status {};
+    if (statx(folder, path, AT_EMPTY_PATH | AT_NO_AUTOMOUNT, STATX_INO, &status) != 0) {
+        return std::nullopt;
+    }
+    return Identity{(std::uint64_t{status.stx_dev_major} << 32U) | status.stx_dev_minor, status.stx_ino};
+}
+
+} // namespace mrb

@@ -1,0 +1,176 @@
+#include "watch/watcher.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::steady_clock;
+
+// Told when nothing more came for so long, or so long after the first change.
+constexpr auto QUIET = std::chrono::milliseconds(200);
+constexpr auto LONGEST_WAIT = std::chrono::seconds(2);
+
+// The poll entries that are no list's.
+enum { WAKE, MOUNTS, LISTS };
+
+} // namespace
+
+Watcher::Time Watcher::Entry::due() const { return std::min(lastChange + QUIET, firstChange + LONGEST_WAIT); }
+
+Watcher::~Watcher() { finish(Time::max()); }
+
+void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<FolderWatch> folders) {
+    if (folders->number() < 0) {
+        return; // It has said so itself.
+    }
+    const std::lock_guard guard(lock_);
+    if (finishing_) {
+        return;
+    }
+    if (entries_.size() >= MOST_LISTS) {
+        MRB_LOG_WARNING("A list is not watched for changes: %zu others are.", entries_.size());
+        return;
+    }
+    start();
+    auto entry = std::make_shared<Entry>();
+    entry->key = list.get();
+    entry->list = list;
+    entry->folders = std::move(folders);
+    entries_.push_back(std::move(entry));
+    wake();
+}
+
+void Watcher::forget(const Watched &list) {
+    const std::lock_guard guard(lock_);
+    for (const auto &entry : entries_) {
+        if (entry->key == &list) {
+            entry->forgotten = true;
+            wake();
+        }
+    }
+}
+
+void Watcher::finish(Time deadline) {
+    std::unique_lock guard(lock_);
+    finishing_ = true;
+    if (!thread_.joinable()) {
+        return;
+    }
+    wake();
+    std::thread thread = std::move(thread_);
+    if (endedNow_.wait_until(guard, deadline, [this] { return ended_; })) {
+        guard.unlock();
+        thread.join();
+        return;
+    }
+    MRB_LOG_WARNING("A watched device does not answer; the process ends without waiting for it.");
+    thread.detach();
+}
+
+void Watcher::start() {
+    if (thread_.joinable()) {
+        return;
+    }
+    wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wake_) {
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
+    // Tells of mounts by POLLPRI. Without it, those unmounts that leave an open file
+    // behind are noticed late; nothing else needs it.
+    mounts_ = Descriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    thread_ = startThread("mrb-watch", [this] { run(); });
+}
+
+void Watcher::wake() const { eventfd_write(wake_.number(), 1); }
+
+void Watcher::run() {
+    Entries entries;
+    std::vector<pollfd> polled;
+    while (collect(entries)) {
+        polled.assign({{wake_.number(), POLLIN, 0}, {mounts_.number(), POLLPRI, 0}});
+        Time due = Time::max();
+        for (const auto &entry : entries) {
+            polled.push_back({entry->folders->number(), POLLIN, 0});
+            due = entry->changed ? std::min(due, entry->due()) : due;
+        }
+        int timeout = -1;
+        if (due != Time::max()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - steady_clock::now());
+            timeout = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
+        }
+        poll(polled.data(), polled.size(), timeout);
+        eventfd_t ignored = 0;
+        eventfd_read(wake_.number(), &ignored);
+        const bool mountsChanged = polled[MOUNTS].revents != 0;
+        for (std::size_t index = 0; index < entries.size(); ++index) {
+            try {
+                attend(*entries[index], polled[LISTS + index].revents != 0, mountsChanged);
+            } catch (const std::exception &failure) {
+                MRB_LOG_ERROR("A change was not reported: %s", failure.what());
+            }
+        }
+    }
+    // Watches close here, not under the lock.
+    entries.clear();
+    const std::lock_guard guard(lock_);
+    ended_ = true;
+    endedNow_.notify_all();
+}
+
+// The lists to watch now; those forgotten close with the last copy of their entry,
+// which is the one in `entries`. False: the thread shall end.
+bool Watcher::collect(Entries &entries) {
+    Entries next;
+    {
+        const std::lock_guard guard(lock_);
+        if (finishing_) {
+            entries_.clear();
+            return false;
+        }
+        std::erase_if(entries_, [](const auto &entry) { return entry->forgotten; });
+        next = entries_;
+    }
+    entries = std::move(next);
+    return true;
+}
+
+void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
+    const std::shared_ptr<Watched> list = entry.list.lock();
+    if (!list) {
+        return;
+    }
+    const auto now = steady_clock::now();
+    Change change = readable ? entry.folders->read(*list) : Change::NONE;
+    if (change == Change::CHANGED && !entry.told) {
+        entry.firstChange = entry.changed ? entry.firstChange : now;
+        entry.lastChange = now;
+        entry.changed = true;
+    }
+    const bool due = entry.changed && now >= entry.due();
+    if ((due || mountsChanged) && !entry.folders->rootIsThere()) {
+        change = Change::REMOVED;
+    }
+    if (change == Change::REMOVED) {
+        list->sourceRemoved();
+        forget(*list);
+    } else if (due) {
+        entry.changed = false;
+        entry.told = true;
+        entry.folders->awaitRemoval();
+        list->sourceChanged();
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "watch/folder_watch.h"
+
+namespace mrb {
+
+// The one thread that watches the folders of all lists. Owned by the Framework;
+// any thread may call it.
+//
+// A change is told once folders have been quiet for a moment, since files rarely
+// come alone; a list hears of it once, and then only of its source's removal.
+class Watcher {
+  public:
+    // Every watched list holds an inotify instance; users have 128 of them.
+    static constexpr std::size_t MOST_LISTS = 64;
+
+    Watcher() = default;
+    ~Watcher();
+    Watcher(const Watcher &) = delete;
+    Watcher &operator=(const Watcher &) = delete;
+
+    // Watches for `list` from now on. Throws std::system_error when the system has
+    // no room for the thread.
+    void watch(const std::shared_ptr<Watched> &list, std::unique_ptr<FolderWatch> folders);
+
+    // Ends that soon; the thread cleans up. Nothing happens when it is not watched.
+    void forget(const Watched &list);
+
+    // Ends the thread. One that waits for a device at the deadline is left behind.
+    void finish(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    using Time = std::chrono::steady_clock::time_point;
+
+    struct Entry {
+        const Watched *key;
+        std::weak_ptr<Watched> list;
+        bool forgotten = false; // guarded by lock_
+        // The thread's alone:
+        std::unique_ptr<FolderWatch> folders;
+        bool changed = false; // and not yet told
+        bool told = false;
+        Time firstChange{};
+        Time lastChange{};
+
+        [[nodiscard]] Time due() const;
+    };
+    using Entries = std::vector<std::shared_ptr<Entry>>;
+
+    void start(); // with lock_ held
+    void run();
+    void wake() const;
+    [[nodiscard]] bool collect(Entries &entries);
+    void attend(Entry &entry, bool readable, bool mountsChanged);
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable endedNow_;
+    Entries entries_;
+    std::thread thread_;
+    bool finishing_ = false;
+    bool ended_ = false;
+
+    // Set before the thread starts.
+    Descriptor wake_;
+    Descriptor mounts_;
+};
+
+} // namespace mrb

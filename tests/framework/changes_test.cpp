@@ -1,0 +1,279 @@
+// A folder that changes under its open list: what is told, how often, and what is not.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "support/client.h"
+#include "support/folder.h"
+
+using support::Client;
+using support::Event;
+using support::Folder;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isNews(const Event &event) {
+    return event.event == MRB_EVENT_LIST_CHANGED || event.event == MRB_EVENT_DEVICE_REMOVED;
+}
+
+// Waits until the list told that something happened to its source; what it told.
+int news(Client &client) {
+    return client
+        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isNews(events.back()); })
+        .event;
+}
+
+std::size_t countOfNews(Client &client) {
+    const std::vector<Event> events = client.events();
+    return static_cast<std::size_t>(std::ranges::count_if(events, isNews));
+}
+
+// Waits until every change that was made before has been told: a change is told
+// once its folder was quiet, and a witness's change is made after those.
+void waitForAllNews(const Folder &folder) {
+    static int round = 0;
+    folder.folder("witness");
+    Client witness;
+    witness.list(folder.path("witness"));
+    folder.file("witness/" + std::to_string(++round) + ".jpg");
+    EXPECT_EQ(news(witness), MRB_EVENT_LIST_CHANGED);
+}
+
+// The list of a folder with two levels, with room for a witness beside it.
+class Changes : public testing::Test {
+  protected:
+    Changes() {
+        for (const char *name : {"a.jpg", "b.jpg", "sub/c.jpg", "sub/deeper/d.jpg", "notes.txt"}) {
+            library.file(std::string("library/") + name, 5);
+        }
+        client.list(path());
+    }
+    [[nodiscard]] std::string path(const std::string &name = "") const {
+        return library.path(name.empty() ? "library" : "library/" + name);
+    }
+    void file(const std::string &name) const { library.file("library/" + name, 7); }
+
+    const Folder library;
+    Client client;
+};
+
+} // namespace
+
+TEST_F(Changes, AnAddedFileIsTold) {
+    file("new.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, ARemovedFileIsToldAndItsItemStillAnswers) {
+    fs::remove(path("a.jpg"));
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(client.item(0)["name"], "a.jpg");
+    EXPECT_EQ(client.item(0)["size"], 5);
+}
+
+TEST_F(Changes, ARenamedFileIsTold) {
+    fs::rename(path("a.jpg"), path("z.jpg"));
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, AFileMovedInFromElsewhereIsTold) {
+    library.file("elsewhere.jpg");
+    fs::rename(library.path("elsewhere.jpg"), path("here.jpg"));
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, AnAddedFolderIsTold) {
+    fs::create_directory(path("new"));
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, ARenamedFolderIsTold) {
+    fs::rename(path("sub"), path("other"));
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, AChangeFarDownIsTold) {
+    file("sub/deeper/e.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, ALongerFileIsTold) {
+    std::ofstream(path("sub/c.jpg"), std::ios::app) << "more";
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, AFileRewrittenAtTheSameSizeIsTold) {
+    std::ofstream(path("sub/c.jpg")) << "yyyyy";
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, TheEventHoldsTheNumberOfItems) {
+    file("new.jpg");
+    news(client);
+    const Event event = client.events().back();
+    EXPECT_EQ(event.data.getMemberNames(), std::vector<std::string>{"item_count"});
+    EXPECT_EQ(event.data["item_count"], 6);
+    EXPECT_EQ(event.agent, client.handle);
+}
+
+TEST_F(Changes, WhatTheListDoesNotShowIsNotTold) {
+    file("more.txt");
+    file(".hidden.jpg");
+    fs::create_directory(path(".folder"));
+    fs::create_directory(path("$RECYCLE.BIN"));
+    fs::remove(path("notes.txt"));
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(client), 0U);
+}
+
+TEST_F(Changes, AContentTypeIsToldOfItsOwnFilesOnly) {
+    Client music;
+    music.list({.path = path(), .contentType = "MUSIC"});
+    file("new.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(countOfNews(music), 0U);
+    file("new.mp3");
+    EXPECT_EQ(news(music), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Changes, ReadingIsNotTold) {
+    for (const char *name : {"a.jpg", "sub/c.jpg", "sub/deeper/d.jpg"}) {
+        std::ifstream file(path(name));
+        std::string text;
+        EXPECT_TRUE(file >> text);
+    }
+    Client other;
+    other.list(path());
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(client), 0U);
+}
+
+TEST_F(Changes, PermissionsAndOpeningForWritingAreNotTold) {
+    // Within a few milliseconds a file's time cannot tell before from after.
+    fs::last_write_time(path("a.jpg"), fs::file_time_type::clock::now() - std::chrono::hours(1));
+    Client fresh;
+    fresh.list(path());
+    ASSERT_EQ(chmod(path("a.jpg").c_str(), 0600), 0);
+    const int file = open(path("a.jpg").c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(file, 0);
+    close(file);
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(fresh), 0U);
+}
+
+TEST_F(Changes, ManyChangesAreToldOnce) {
+    for (int number = 0; number < 500; ++number) {
+        file("sub/" + std::to_string(number) + ".jpg");
+    }
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    file("sub/another.jpg");
+    fs::remove(path("a.jpg"));
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(client), 1U);
+}
+
+TEST_F(Changes, AListOpenedAnewIsToldAnew) {
+    file("first.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    ASSERT_EQ(client.open(path()), MRB_ERR_NONE);
+    EXPECT_EQ(client.waitForEnd(2).data["item_count"], 7);
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(client), 1U);
+    file("second.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(countOfNews(client), 2U);
+}
+
+TEST_F(Changes, EveryListOfAFolderIsTold) {
+    Client second;
+    Client inside;
+    second.list(path());
+    inside.list(path("sub"));
+    file("sub/new.jpg");
+    for (Client *each : {&client, &second, &inside}) {
+        EXPECT_EQ(news(*each), MRB_EVENT_LIST_CHANGED);
+    }
+}
+
+TEST_F(Changes, TheScannedFoldersRemovalIsTold) {
+    fs::remove_all(path());
+    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(client.events().back().data["item_count"], 6);
+    EXPECT_EQ(client.item(5)["name"], "d.jpg");
+    waitForAllNews(library);
+    EXPECT_EQ(countOfNews(client), 1U);
+}
+
+TEST_F(Changes, TheScannedFoldersNewNameIsItsRemoval) {
+    fs::rename(path(), library.path("elsewhere"));
+    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+}
+
+TEST_F(Changes, ARemovalAfterAChangeIsToldToo) {
+    file("new.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    fs::remove_all(path());
+    client.waitFor([](const auto &events) { return events.back().event == MRB_EVENT_DEVICE_REMOVED; });
+    EXPECT_EQ(countOfNews(client), 2U);
+}
+
+TEST_F(Changes, ACancelledOrFailedListIsNotWatched) {
+    library.pictures(100, 50);
+    Event last;
+    // A scan may be over before the cancel on a busy machine; the first that was not counts.
+    while (last.event != MRB_EVENT_LIST_CANCELLED) {
+        Client cancelled;
+        ASSERT_EQ(cancelled.open(library.path()), MRB_ERR_NONE);
+        ASSERT_EQ(mrb_cancel_request_list_v2(cancelled.handle), MRB_ERR_NONE);
+        last = cancelled.waitForEnd();
+        if (last.event == MRB_EVENT_LIST_CANCELLED) {
+            library.file("1/new.jpg");
+            waitForAllNews(library);
+            EXPECT_EQ(countOfNews(cancelled), 0U);
+        }
+    }
+}
+
+TEST_F(Changes, NothingIsToldAfterADisconnect) {
+    for (int round = 0; round < 20; ++round) {
+        Client leaving;
+        leaving.list(path());
+        file("sub/" + std::to_string(round) + ".jpg");
+        if (round % 4 == 0) {
+            news(leaving);
+        }
+        EXPECT_EQ(mrb_disconnect_v2(std::exchange(leaving.handle, 0)), MRB_ERR_NONE);
+        const std::size_t before = leaving.events().size();
+        fs::remove(path("sub/" + std::to_string(round) + ".jpg"));
+        if (round % 10 == 9) {
+            waitForAllNews(library);
+        }
+        EXPECT_EQ(leaving.events().size(), before);
+    }
+}
+
+TEST_F(Changes, AChangeDuringTheScanIsToldAfterItsEnd) {
+    library.pictures(100, 50);
+    for (int round = 0; round < 10; ++round) {
+        Client scanning;
+        ASSERT_EQ(scanning.open(library.path()), MRB_ERR_NONE);
+        int count = 0;
+        while (count < 100) {
+            mrb_get_item_count_v2(scanning.handle, &count);
+        }
+        // The first folder's files are there, so it is read and watched.
+        library.file("1/during" + std::to_string(round) + ".jpg");
+        EXPECT_EQ(news(scanning), MRB_EVENT_LIST_CHANGED);
+        const std::vector<Event> heard = scanning.events();
+        EXPECT_EQ(heard.at(heard.size() - 2).event, MRB_EVENT_LIST_READY);
+    }
+}

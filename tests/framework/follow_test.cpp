@@ -1,0 +1,214 @@
+// What following folders costs and withstands: bounds, descriptors, threads, and
+// commands while everything moves.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <list>
+#include <random>
+#include <thread>
+
+#include "support/client.h"
+#include "support/folder.h"
+#include "watch/folder_watch.h"
+
+using support::Client;
+using support::Folder;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::size_t entriesOf(const char *folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
+}
+
+// True as soon as `fact` is; false when it does not come.
+template <typename Fact>
+bool comes(Fact fact) {
+    const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
+    while (!fact()) {
+        if (std::chrono::steady_clock::now() > limit) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+// A list that shows everything and holds nothing.
+class Everything final : public mrb::Watched {
+  public:
+    bool shows(std::uint8_t /*type*/) const override { return true; }
+    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
+        return std::nullopt;
+    }
+    void sourceChanged() override {}
+    void sourceRemoved() override {}
+};
+
+// How many events the kernel keeps for a watch.
+std::size_t queueLength() {
+    std::size_t length = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> length;
+    return length;
+}
+
+bool isReadable(int descriptor) {
+    pollfd polled{descriptor, POLLIN, 0};
+    return poll(&polled, 1, 0) == 1;
+}
+
+void follow(mrb::FolderWatch &watch, std::int32_t number, const std::string &path) {
+    const mrb::Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    watch.follow(number, folder.number());
+}
+
+} // namespace
+
+TEST(Follow, AHundredListsLeaveNoDescriptorAndNoThreadBehind) {
+    const Folder folder;
+    folder.pictures(5, 5);
+    Client().list(folder.path());
+    std::size_t files = 0;
+    std::size_t threads = 0;
+    // What the first list left is being cleaned up: wait until nothing moves any more.
+    ASSERT_TRUE(comes([&] {
+        const std::size_t before = files;
+        files = entriesOf("/proc/self/fd");
+        threads = entriesOf("/proc/self/task");
+        Client again;
+        again.list(folder.path());
+        return files == before;
+    }));
+    for (int round = 0; round < 100; ++round) {
+        Client client;
+        ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
+        if (round % 3 != 0) {
+            client.waitForEnd();
+        }
+    }
+    EXPECT_TRUE(comes([&] { return entriesOf("/proc/self/fd") <= files; }));
+    // A worker that is done is joined when the next one starts.
+    Client().list(folder.path());
+    EXPECT_LE(entriesOf("/proc/self/task"), threads + 1);
+}
+
+TEST(Follow, MoreListsThanAreWatchedWorkAllTheSame) {
+    const Folder folder;
+    folder.file("a.jpg");
+    std::list<Client> clients(80);
+    for (Client &client : clients) {
+        EXPECT_EQ(client.list(folder.path()).event, MRB_EVENT_LIST_READY);
+    }
+    folder.file("b.jpg");
+    clients.front().waitFor([](const auto &events) { return events.back().event == MRB_EVENT_LIST_CHANGED; });
+    EXPECT_EQ(clients.back().count(), 1);
+}
+
+TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
+    const Folder folder;
+    folder.folder("sub");
+    mrb::FolderWatch watch(folder.path());
+    follow(watch, mrb::ROOT_FOLDER, folder.path());
+    follow(watch, 1, folder.path("sub"));
+    for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MOST_FOLDERS);
+         ++number) {
+        const std::string name = std::to_string(number);
+        folder.folder(name);
+        follow(watch, number, folder.path(name));
+    }
+    // The folders made for the purpose are changes too.
+    while (isReadable(watch.number())) {
+        static_cast<void>(watch.read(Everything()));
+    }
+    folder.file("sub/a.jpg");
+    EXPECT_EQ(watch.read(Everything()), mrb::Change::NONE);
+    folder.file("b.jpg");
+    EXPECT_EQ(watch.read(Everything()), mrb::Change::CHANGED);
+}
+
+TEST(Follow, AnOverflowOfTheQueueIsAChange) {
+    const Folder folder;
+    folder.file("a.txt");
+    mrb::FolderWatch watch(folder.path());
+    follow(watch, mrb::ROOT_FOLDER, folder.path());
+    // Nothing of it is listed, so that only the overflow can be the change. Two names
+    // in turn, since the kernel merges events that are alike.
+    for (std::size_t number = 0; number <= queueLength(); ++number) {
+        const bool back = number % 2 == 1;
+        fs::rename(folder.path(back ? "b.txt" : "a.txt"), folder.path(back ? "a.txt" : "b.txt"));
+    }
+    mrb::Change change = mrb::Change::NONE;
+    // A read takes part of a long queue only.
+    while (change == mrb::Change::NONE && isReadable(watch.number())) {
+        change = watch.read(Everything());
+    }
+    EXPECT_EQ(change, mrb::Change::CHANGED);
+}
+
+TEST(Follow, AThousandRandomCommandsWhileTheFolderChanges) {
+    const Folder folder;
+    folder.pictures(20, 20);
+    std::atomic<bool> over = false;
+    std::thread changer([&] {
+        std::minstd_rand random(7);
+        std::error_code ignored;
+        while (!over) {
+            const std::string name =
+                std::to_string(random() % 22) + "/" + std::to_string(random() % 40) + ".jpg";
+            switch (random() % 5) {
+            case 0:
+                fs::remove(folder.path(name), ignored);
+                break;
+            case 1:
+                fs::rename(folder.path(name), folder.path(std::to_string(random() % 20) + ".jpg"), ignored);
+                break;
+            case 2:
+                fs::remove_all(folder.path(std::to_string(random() % 22)), ignored);
+                break;
+            default:
+                folder.file(name, random() % 9);
+            }
+        }
+    });
+    std::list<Client> clients(4);
+    std::minstd_rand random(1);
+    for (int command = 0; command < 1000; ++command) {
+        Client &client = *std::next(clients.begin(), static_cast<std::ptrdiff_t>(random() % clients.size()));
+        const int index = static_cast<int>(random() % 450);
+        char *text = nullptr;
+        int number = 0;
+        switch (random() % 8) {
+        case 0:
+        case 1:
+            EXPECT_EQ(client.open(folder.path()), MRB_ERR_NONE);
+            break;
+        case 2:
+            mrb_cancel_request_list_v2(client.handle);
+            break;
+        case 3:
+            mrb_disconnect_v2(std::exchange(client.handle, 0));
+            break;
+        case 4:
+            mrb_move_to_index_v2(client.handle, index);
+            break;
+        case 5:
+            mrb_get_item_count_by_type_v2(client.handle, MRB_ITEM_TYPE_IMAGE, &number);
+            break;
+        default:
+            if (mrb_get_item_v2(client.handle, index, &text) == MRB_ERR_NONE) {
+                EXPECT_FALSE(support::parse(text)["name"].asString().empty());
+            }
+            std::free(text);
+        }
+    }
+    over = true;
+    changer.join();
+}
