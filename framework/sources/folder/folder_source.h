@@ -14,6 +14,7 @@ class FolderSource final : public Source {
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
+    [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 
   private:
     FolderSource(std::string path, Descriptor folder);
