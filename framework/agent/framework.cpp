@@ -5,27 +5,12 @@
 #include <utility>
 
 #include "base/log.h"
-#include "media/media_types.h"
 
 namespace mrb {
 namespace {
 
 // How long a process that ends waits for callbacks and devices.
 constexpr auto FAREWELL = std::chrono::seconds(2);
-
-// The wishes that are understood so far. A wish that would be ignored is refused.
-Outcome checkWishes(const ListRequest &request) {
-    if (!request.sortCategory.empty() && request.sortCategory != "NAME") {
-        return {MRB_ERR_NOT_SUPPORTED, "Sorting by \"" + request.sortCategory + "\" is not supported."};
-    }
-    if (!request.extension.empty() || !request.keyWord.empty() || !request.prepareData.empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Filters and play data are not supported."};
-    }
-    if (!typesOfContent(request.contentType)) {
-        return {MRB_ERR_NOT_SUPPORTED, "The content type \"" + request.contentType + "\" is not supported."};
-    }
-    return {};
-}
 
 } // namespace
 
@@ -46,7 +31,8 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
         return MRB_ERR_INVALID_HANDLE;
     }
     std::unique_ptr<Source> source;
-    Outcome outcome = checkWishes(request);
+    ListWishes wishes;
+    Outcome outcome = readWishes(request, wishes);
     if (outcome.code == MRB_ERR_NONE) {
         outcome = makeSource(request, source);
     }
@@ -60,8 +46,7 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     }
     std::shared_ptr<Opening> opening;
     try {
-        opening = std::make_shared<Opening>(events_, number, listener, std::move(source),
-                                            *typesOfContent(request.contentType));
+        opening = std::make_shared<Opening>(events_, number, listener, std::move(source), std::move(wishes));
         opening->watchWith(watcher_);
         events_.start();
         workers_.start([opening] { opening->run(); });

@@ -34,8 +34,9 @@ int lastEventOf(const Outcome &outcome) {
 } // namespace
 
 Opening::Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
-                 std::unique_ptr<Source> source, TypeMask wanted)
-    : events_(events), handle_(handle), listener_(listener), source_(std::move(source)), list_(wanted) {}
+                 std::unique_ptr<Source> source, ListWishes wishes)
+    : events_(events), handle_(handle), listener_(listener), source_(std::move(source)),
+      list_(std::move(wishes)) {}
 
 void Opening::run() noexcept {
     try {
@@ -43,6 +44,7 @@ void Opening::run() noexcept {
         reportedAt_ = steady_clock::now();
         beginWatch();
         result_ = fill();
+        sort(result_.outcome);
         const int event = lastEventOf(result_.outcome);
         if (event == MRB_EVENT_LIST_FAILED) {
             MRB_LOG_ERROR("List %d failed: %s", handle_, result_.outcome.message.c_str());
@@ -77,6 +79,18 @@ FillResult Opening::fill() {
     return result;
 }
 
+// What a source gave before it failed is sorted too; a list that was cancelled is
+// left as it is, since whoever cancelled does not want to wait.
+void Opening::sort(Outcome &outcome) {
+    try {
+        if (!list_.sort([this] { return stopped(); }) && outcome.code == MRB_ERR_NONE) {
+            outcome = {MRB_ERR_CANCELLED, {}};
+        }
+    } catch (const std::bad_alloc &) {
+        outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to sort the list."};
+    }
+}
+
 void Opening::close() {
     stop();
     closed_ = true;
@@ -87,11 +101,22 @@ void Opening::close() {
 }
 
 std::optional<std::string> Opening::describe(std::int32_t index) const {
-    const std::optional<ItemFacts> item = list_.item(index);
-    if (!item) {
+    const std::optional<ListEntry> entry = list_.entry(index);
+    if (!entry) {
         return std::nullopt;
     }
-    return describeItem(*item, source_->locate(*item));
+    return describeEntry(*entry, locate(*entry));
+}
+
+ItemLocation Opening::locate(const ListEntry &entry) const {
+    const bool isSomewhere =
+        entry.facts.type != MRB_ITEM_TYPE_GROUP && entry.facts.type != MRB_ITEM_TYPE_EMPTY;
+    return isSomewhere ? source_->locate(entry.facts) : ItemLocation{};
+}
+
+std::optional<std::int32_t> Opening::pageOf(const std::string &mediaId) const {
+    const std::optional<ItemFacts> item = source_->identify(mediaId);
+    return item ? list_.pageOf(*item) : std::nullopt;
 }
 
 void Opening::deliver(int event) noexcept {
@@ -129,7 +154,7 @@ bool Opening::add(std::span<const SourceItem> items) {
 }
 
 void Opening::reportGrowth() {
-    const std::int32_t size = list_.size();
+    const std::int32_t size = list_.passed();
     const std::int32_t grown = size - reportedSize_;
     const auto now = steady_clock::now();
     const auto silence = now - reportedAt_;
@@ -147,7 +172,7 @@ void Opening::reportGrowth() {
 
 std::string Opening::serverData(int event) const {
     Json::Value data(Json::objectValue);
-    data["item_count"] = list_.size();
+    data["item_count"] = list_.passed();
     if (event == MRB_EVENT_LIST_GROWN) {
         const std::int64_t total = announced_;
         if (total != UNKNOWN) {

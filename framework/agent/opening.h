@@ -12,6 +12,7 @@
 
 #include "events/event_thread.h"
 #include "list/list.h"
+#include "list/wishes.h"
 #include "mrb/agent.h"
 #include "sources/source.h"
 #include "watch/watcher.h"
@@ -34,14 +35,14 @@ class Opening final : public EventTarget,
                       private Watched {
   public:
     Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
-            std::unique_ptr<Source> source, TypeMask wanted);
+            std::unique_ptr<Source> source, ListWishes wishes);
 
     // Has the source watched for changes as long as the list is open. Called, if at
     // all, before run.
     void watchWith(Watcher &watcher) { watcher_ = &watcher; }
 
-    // The worker's whole life: waits for begin, fills the list, and posts exactly
-    // one of the ready, failed and cancelled events.
+    // The worker's whole life: waits for begin, fills the list, sorts it, and posts
+    // exactly one of the ready, failed and cancelled events.
     void run() noexcept;
 
     // Lets the worker begin. Any thread, once.
@@ -57,8 +58,14 @@ class Opening final : public EventTarget,
 
     [[nodiscard]] List &list() { return list_; }
 
-    // The description of an item as JSON text; no value: no such index. Any thread.
+    // The description of an entry as JSON text; no value: no such index. Any thread.
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
+
+    // How an entry can be reached; blanks and headings lie nowhere. Any thread.
+    [[nodiscard]] ItemLocation locate(const ListEntry &entry) const;
+
+    // The page of the item with that media id; no value: not in the view. Any thread.
+    [[nodiscard]] std::optional<std::int32_t> pageOf(const std::string &mediaId) const;
 
   private:
     // EventTarget, on the event thread.
@@ -81,6 +88,7 @@ class Opening final : public EventTarget,
     void beginWatch();
     void handOverWatch() noexcept;
     FillResult fill();
+    void sort(Outcome &outcome);
     void reportGrowth();
     [[nodiscard]] std::string serverData(int event) const;
 

@@ -1,63 +1,6 @@
-// Pages, navigation, play data, item fields and selection: what lists do not do.
-// Page parameter objects are real, so that a client can tell a refused page
-// layout from a lack of memory.
+// Play data, item fields and selection: what lists do not do.
 
-#include "api/entry.h"
 #include "mrb/agent.h"
-
-// The object behind mrb_page_param_h; owned by the client that created it.
-struct mrb_page_param_s {
-    int style = 0;
-    int order = 0;
-    int groupIndex = 0;
-    int rows = 0;
-    int columns = 0;
-    bool needPadding = false;
-};
-
-using Page = mrb_page_param_s;
-
-int mrb_create_page_param(mrb_page_param_h *param) { return mrb::createObject(param); }
-
-int mrb_destroy_page_param(mrb_page_param_h param) { return mrb::destroyObject(param); }
-
-int mrb_param_set_page_style_mask(mrb_page_param_h param, int page_style) {
-    return mrb::setValue(param, &Page::style, page_style);
-}
-
-int mrb_param_set_page_style_order(mrb_page_param_h param, int order) {
-    return mrb::setValue(param, &Page::order, order);
-}
-
-int mrb_param_set_page_style_group_index(mrb_page_param_h param, int group_index) {
-    return mrb::setValue(param, &Page::groupIndex, group_index);
-}
-
-int mrb_param_set_page_style_row(mrb_page_param_h param, int rows) {
-    return mrb::setValue(param, &Page::rows, rows);
-}
-
-int mrb_param_set_page_style_column(mrb_page_param_h param, int columns) {
-    return mrb::setValue(param, &Page::columns, columns);
-}
-
-int mrb_param_set_page_style_padding(mrb_page_param_h param, bool need_padding) {
-    return mrb::setValue(param, &Page::needPadding, need_padding);
-}
-
-int mrb_set_page_style_v2(mrb_agent_handler_h /*agent*/, mrb_page_param_h /*param*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
-
-int mrb_set_navigation_v2(mrb_agent_handler_h /*agent*/, int /*navigation*/) { return MRB_ERR_NOT_SUPPORTED; }
-
-int mrb_get_navigation_v2(mrb_agent_handler_h /*agent*/, int * /*navigation*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
-
-int mrb_get_page_index_v2(mrb_agent_handler_h /*agent*/, const char * /*media_id*/, int * /*page_index*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
 
 int mrb_prepare_play_data_v2(mrb_agent_handler_h /*agent*/, char ** /*play_data*/) {
     return MRB_ERR_NOT_SUPPORTED;

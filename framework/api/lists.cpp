@@ -1,26 +1,14 @@
 // Opening, reading and closing lists.
 
 #include "agent/framework.h"
-#include "api/entry.h"
 #include "api/general_param.h"
+#include "api/with_list.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
 
 using mrb::Framework;
 using mrb::Opening;
-
-namespace {
-
-// Runs `body` with the open list that `agent` names.
-template <typename Body>
-int withList(mrb_agent_handler_h agent, Body &&body) {
-    return mrb::guard([&] {
-        const std::shared_ptr<Opening> opening = Framework::instance().find(agent);
-        return opening ? body(*opening) : MRB_ERR_INVALID_HANDLE;
-    });
-}
-
-} // namespace
+using mrb::withList;
 
 int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
                         mrb_agent_handler_h *agent) {
@@ -36,17 +24,6 @@ int mrb_cancel_request_list_v2(mrb_agent_handler_h agent) {
 
 int mrb_disconnect_v2(mrb_agent_handler_h agent) {
     return mrb::guard([&] { return Framework::instance().disconnect(agent); });
-}
-
-int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count) {
-    if (count == nullptr) {
-        return MRB_ERR_INVALID_PARAMETER;
-    }
-    return withList(agent, [&](const Opening & /*opening*/) {
-        // No list is grouped, so none has headings.
-        *count = 0;
-        return MRB_ERR_NONE;
-    });
 }
 
 int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count) {

@@ -1,10 +1,13 @@
 #include "list/description.h"
 
 #include "media/media_types.h"
+#include "mrb/agent.h"
 #include "text/text.h"
 
 namespace mrb {
 namespace {
+
+constexpr const char *UPFOLDER_NAME = "..";
 
 Json::Value numberOrNull(std::int64_t number) {
     return number == UNKNOWN ? Json::Value() : Json::Value(Json::Int64{number});
@@ -14,10 +17,11 @@ Json::Value timeOrNull(std::int64_t seconds) { return seconds == UNKNOWN ? Json:
 
 } // namespace
 
-std::string describeItem(const ItemFacts &item, const ItemLocation &location) {
+std::string describeEntry(const ListEntry &entry, const ItemLocation &location) {
+    const ItemFacts &item = entry.facts;
     const char *typeName = itemTypeName(item.type);
     Json::Value description(Json::objectValue);
-    description["name"] = displayText(item.name);
+    description["name"] = item.type == MRB_ITEM_TYPE_UPFOLDER ? UPFOLDER_NAME : displayText(item.name);
     description["path"] = location.path;
     description["url"] = location.url;
     description["type"] = item.type;
@@ -27,6 +31,10 @@ std::string describeItem(const ItemFacts &item, const ItemLocation &location) {
     description["created"] = timeOrNull(item.created);
     description["mime_type"] = location.mimeType;
     description["media_id"] = location.mediaId;
+    if (item.type == MRB_ITEM_TYPE_GROUP) {
+        description["group_index"] = entry.group;
+        description["item_count"] = entry.groupItems;
+    }
     return jsonText(description);
 }
 

@@ -2,12 +2,12 @@
 
 #include <string>
 
-#include "sources/source.h"
+#include "list/list.h"
 
 namespace mrb {
 
-// The description of an item that scripts read: a JSON object as text. Its keys
+// The description of an entry that scripts read: a JSON object as text. Its keys
 // are listed in docs/framework.md.
-std::string describeItem(const ItemFacts &item, const ItemLocation &location);
+std::string describeEntry(const ListEntry &entry, const ItemLocation &location);
 
 } // namespace mrb

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -11,8 +10,10 @@
 
 namespace mrb {
 
-// The items of a list, packed: 40 bytes and its name for each, and its folder's
-// number instead of a path. Owned by a List, which holds its lock around every call.
+// The items of a list in the source's order, packed: 40 bytes and its name for
+// each, and its folder's number instead of a path. It only ever grows. Owned by a
+// List, which holds its lock around every call; only the thread that adds may read
+// without it.
 class ItemStore {
   public:
     // Bounds on what a damaged or hostile source can make the process hold.
@@ -25,12 +26,36 @@ class ItemStore {
     // The new folder's number; negative when a bound is reached.
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
 
-    // False when a bound is reached.
-    [[nodiscard]] bool add(const SourceItem &item);
+    // `passes`: the item passed the list's filters. One that did not is a folder,
+    // kept for walking folder by folder. False when a bound is reached.
+    [[nodiscard]] bool add(const SourceItem &item, bool passes);
 
     [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(items_.size()); }
-    [[nodiscard]] std::int32_t count(unsigned type) const;
-    [[nodiscard]] ItemFacts facts(std::int32_t index) const;
+    // How many items passed the filters.
+    [[nodiscard]] std::int32_t passed() const { return passed_; }
+
+    // Items have the numbers from 0 to size() - 1. Views live until the next addition.
+    // The same for a folder, from its number.
+    [[nodiscard]] std::int32_t folders() const { return static_cast<std::int32_t>(folders_.size()); }
+    [[nodiscard]] std::int32_t parent(std::int32_t folder) const;
+    [[nodiscard]] std::string
+    folderPath(std::int32_t folder) const; // the names below the source, joined with '/'
+    // True: the folder, or something in it or below, passed the filters.
+    [[nodiscard]] bool isWorthEntering(std::int32_t folder) const;
+    // The item that a folder is, and the folder that an item is; negative where there is none.
+    [[nodiscard]] std::int32_t itemOfFolder(std::int32_t folder) const;
+    [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
+
+    [[nodiscard]] ItemFacts facts(std::int32_t number) const;
+    [[nodiscard]] ItemFacts folderFacts(std::int32_t folder) const; // of the source itself: without a name
+    // True: the item has the id of `wanted`; without one, its name and folder.
+    [[nodiscard]] bool isItem(std::int32_t number, const ItemFacts &wanted) const;
+    [[nodiscard]] std::string_view name(std::int32_t number) const;
+    [[nodiscard]] std::uint8_t type(std::int32_t number) const { return at(number).type; }
+    [[nodiscard]] std::int32_t folder(std::int32_t number) const { return at(number).folder; }
+    [[nodiscard]] std::int64_t fileSize(std::int32_t number) const { return at(number).size; }
+    [[nodiscard]] std::int64_t modified(std::int32_t number) const { return at(number).modified; }
+    [[nodiscard]] bool passes(std::int32_t number) const { return at(number).passes; }
 
     // True when the item at `index` lies in that folder under that name.
     [[nodiscard]] bool is(std::int32_t index, std::int32_t folder, std::string_view name) const;
@@ -45,6 +70,7 @@ class ItemStore {
         std::uint16_t nameLength;
         std::uint16_t idLength;
         std::uint8_t type;
+        bool passes;
     };
     static_assert(sizeof(Item) <= 40, "a hundred thousand items stay below 4 MB");
 
@@ -52,17 +78,23 @@ class ItemStore {
         std::int32_t parent;
         std::uint32_t text;
         std::uint16_t nameLength;
+        bool isWorthEntering;
+        std::int32_t item;
     };
 
+    [[nodiscard]] std::string_view nameOfFolder(std::int32_t folder) const;
+    [[nodiscard]] bool isFolder(std::int32_t folder, std::string_view path) const;
+    void markWorthEntering(std::int32_t folder);
+    [[nodiscard]] const Item &at(std::int32_t number) const {
+        return items_[static_cast<std::size_t>(number)];
+    }
     [[nodiscard]] bool hasRoom(std::string_view text) const;
     std::uint16_t append(std::string_view text);
-    [[nodiscard]] std::string folderPath(std::int32_t number) const;
-
     // A deque, because it grows without copying what is there.
     std::deque<Item> items_;
     std::vector<Folder> folders_;
     std::string text_;
-    std::array<std::int32_t, 32> counts_{};
+    std::int32_t passed_ = 0;
 };
 
 } // namespace mrb

@@ -1,50 +1,96 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <span>
 #include <string_view>
 
 #include "list/item_store.h"
+#include "list/view.h"
+#include "list/wishes.h"
 #include "sources/source.h"
 
 namespace mrb {
 
-// The items of one opening, growing while it is filled. Owned by its Opening;
-// one thread adds, any thread reads, and nobody holds the lock for longer than
-// it takes to add a run of items or to copy one.
+// What a list tells of one of its entries.
+struct ListEntry {
+    // Of an item; of an up-folder entry those of the folder that it leads to; of a
+    // heading its name. The type is the entry's own.
+    ItemFacts facts;
+    // Of a heading only: its group, and how many items that holds.
+    std::int32_t group = -1;
+    std::int32_t groupItems = 0;
+};
+
+// The items of one opening, growing while it is filled, and the view of them that
+// indexes speak of. Owned by its Opening; one thread adds and sorts, any thread
+// does the rest, and nobody holds the lock for longer than it takes to add a run
+// of items or to lay the view out anew.
 class List {
   public:
-    explicit List(TypeMask wanted) : wanted_(wanted) {}
+    explicit List(ListWishes wishes) : wishes_(std::move(wishes)) {}
 
-    [[nodiscard]] bool wants(std::uint8_t type) const { return type < 32 && (wanted_ & maskOf(type)) != 0; }
+    [[nodiscard]] bool wants(std::uint8_t type) const { return wishes_.filter.wants(type); }
 
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
 
-    // Appends those items of the run that are wanted. False when the list is full.
+    // Appends those items of the run that pass the filters, and all folders.
+    // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 
+    // Puts the items into the order that was wished for, after the last was added.
+    // False: `stopped` became true before that was done.
+    [[nodiscard]] bool sort(const std::function<bool()> &stopped);
+
+    // How many items passed the filters, wherever they lie.
+    [[nodiscard]] std::int32_t passed() const;
+
+    // Of the view.
     [[nodiscard]] std::int32_t size() const;
     [[nodiscard]] std::int32_t count(unsigned type) const;
+    [[nodiscard]] std::int32_t groupCount() const;
 
-    // No value: no item has that index.
-    [[nodiscard]] std::optional<ItemFacts> item(std::int32_t index) const;
+    // No value: nothing has that index.
+    [[nodiscard]] std::optional<ListEntry> entry(std::int32_t index) const;
 
     // The item of that name in the folder with that number; no value: there is none.
     // Takes as long as the list is, but never holds the lock for long.
     [[nodiscard]] std::optional<ItemFacts> find(std::int32_t folder, std::string_view name) const;
 
-    // Puts the cursor on an item; false when no item has that index.
+    // The page that holds the item with the name, folder and id of `wanted`; no
+    // value: the view does not show it.
+    [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemFacts &wanted) const;
+
+    // Puts the cursor on an entry; false when nothing has that index. At first, and
+    // when the view loses its entry, the cursor is on the first one.
     bool moveTo(std::int32_t index);
-    [[nodiscard]] std::int32_t cursor() const;
+
+    // The entry under the cursor; no value: the view is empty.
+    [[nodiscard]] std::optional<ListEntry> current() const;
+
+    // Lays the view out; a code of mrb/result.h.
+    int setStyle(const PageStyle &style);
+
+    // One of the MRB_NAVIGATION_ values; a code of mrb/result.h.
+    int navigate(int navigation);
+    [[nodiscard]] int navigation() const;
 
   private:
-    const TypeMask wanted_;
+    // All with lock_ held.
+    [[nodiscard]] ListEntry describe(ViewEntry entry) const;
+    [[nodiscard]] std::optional<ViewEntry> underCursor() const;
+    int enterFolder();
+    int leaveFolder();
+    void keepCursor();
+
+    ListWishes wishes_; // the filter is the adding thread's
 
     mutable std::mutex lock_; // guards what follows
     ItemStore store_;
-    std::int32_t cursor_ = 0;
+    mutable View view_{store_}; // brings itself up to date when it is read
+    std::optional<ViewEntry> cursor_;
 };
 
 } // namespace mrb

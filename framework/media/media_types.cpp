@@ -1,7 +1,6 @@
 #include "media/media_types.h"
 
 #include <algorithm>
-#include <string>
 
 #include "mrb/agent.h"
 
@@ -96,23 +95,27 @@ constexpr ContentType CONTENT_TYPES[] = {
     {"PLAYLIST", maskOf(MRB_ITEM_TYPE_M3U)},
 };
 
-// ASCII only: no extension of the table has another letter, and the answer must
-// not depend on the process's locale.
-constexpr char lowerCase(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 } // namespace
 
-const MediaType *mediaTypeOf(std::string_view fileName) {
+std::string_view extensionOf(std::string_view fileName) {
     const std::size_t dot = fileName.rfind('.');
-    if (dot == std::string_view::npos || dot == 0 || fileName.size() - dot - 1 > LONGEST_EXTENSION) {
+    return dot == std::string_view::npos || dot == 0 ? std::string_view() : fileName.substr(dot + 1);
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char &letter : lower) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+    return lower;
+}
+
+const MediaType *mediaTypeOf(std::string_view fileName) {
+    const std::string_view written = extensionOf(fileName);
+    if (written.empty() || written.size() > LONGEST_EXTENSION) {
         return nullptr;
     }
-    std::string extension(fileName.substr(dot + 1));
-    for (char &letter : extension) {
-        letter = lowerCase(letter);
-    }
+    const std::string extension = lowerCase(written);
     const MediaType *found = std::ranges::lower_bound(TYPES, extension, {}, &MediaType::extension);
     return found != std::end(TYPES) && found->extension == extension ? found : nullptr;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace mrb {
@@ -16,12 +17,23 @@ struct MediaType {
 // The MIME type of a folder.
 inline constexpr const char *FOLDER_MIME_TYPE = "inode/directory";
 
+// What follows the last dot of a file name, or nothing. A name that is nothing but
+// an extension has none.
+std::string_view extensionOf(std::string_view fileName);
+
+// ASCII letters in lower case: no known extension has others, and the answer must
+// not depend on the process's locale.
+std::string lowerCase(std::string_view text);
+
 // Looks the extension of `fileName` up, ignoring the case of its letters. Null:
-// not a media file. A name that is nothing but an extension has none.
+// not a media file.
 const MediaType *mediaTypeOf(std::string_view fileName);
 
 // The name of an item type ("image"), or null when no MRB_ITEM_TYPE_ has that number.
 const char *itemTypeName(int itemType);
+
+// Every MRB_ITEM_TYPE_ is smaller.
+inline constexpr unsigned ITEM_TYPE_LIMIT = 32;
 
 // One bit per item type: bit n stands for the MRB_ITEM_TYPE_ n.
 using TypeMask = std::uint32_t;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -38,6 +39,7 @@ inline constexpr std::int64_t UNKNOWN = std::numeric_limits<std::int64_t>::min()
 
 // The folder that the source itself stands for. It is no item of the list.
 inline constexpr std::int32_t ROOT_FOLDER = 0;
+inline constexpr std::int32_t NO_FOLDER = -1;
 
 // One item on its way from a source into a list. The texts need to live until
 // the call that hands the item over returns; they may hold any bytes but zero.
@@ -49,6 +51,7 @@ struct SourceItem {
     std::int64_t size = UNKNOWN;     // bytes
     std::int64_t modified = UNKNOWN; // seconds since 1970, UTC
     std::int64_t created = UNKNOWN;  // the same
+    std::int32_t opens = NO_FOLDER;  // of a folder: the number under which its contents come
 };
 
 // Where a source puts what it finds. Called by the source's own thread only.
@@ -56,7 +59,8 @@ class ItemSink {
   public:
     virtual ~ItemSink() = default;
 
-    // True for item types that the list wants; others may be left out, or are dropped.
+    // True for item types that the list wants; others may be left out, or are
+    // dropped. Folders are always told, since lists can be walked by them.
     [[nodiscard]] virtual bool wants(std::uint8_t type) const = 0;
 
     // True as soon as the source should return; asked for every entry that it looks at.
@@ -105,8 +109,8 @@ struct ItemLocation {
 
 // Something that a list can be filled from: a folder, a server, a camera, a
 // playlist. Owned by one opening of a list. `fill` is called once, on a thread
-// that may wait for devices; `locate` on any thread, also while `fill` runs, so
-// it may only use what never changes after construction.
+// that may wait for devices; `locate` and `identify` on any thread, also while
+// `fill` runs, so they may only use what never changes after construction.
 class Source {
   public:
     virtual ~Source() = default;
@@ -114,11 +118,16 @@ class Source {
     // Hands everything to `sink` and returns when that is done, failed, or stopped.
     virtual FillResult fill(ItemSink &sink) = 0;
 
+    // `item` may be the source itself, as a folder without a name.
     [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
 
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.
     [[nodiscard]] virtual std::string watchedRoot() const { return {}; }
+
+    // What a media id says of its item: the source's own id, or name and folder.
+    // No value: no item of this source has it.
+    [[nodiscard]] virtual std::optional<ItemFacts> identify(const std::string &mediaId) const = 0;
 };
 
 // Makes the source that `request` names and checks that it can be reached.

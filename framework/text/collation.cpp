@@ -1,19 +1,11 @@
 #include "text/collation.h"
 
 #include <unicode/ucol.h>
-#include <unicode/ustring.h>
 
 #include "base/log.h"
+#include "text/unicode.h"
 
 namespace mrb {
-namespace {
-
-// What stands in for bytes that are not UTF-8.
-constexpr UChar32 REPLACEMENT = 0xFFFD;
-
-std::int32_t length32(std::string_view text) { return static_cast<std::int32_t>(text.size()); }
-
-} // namespace
 
 NaturalOrder::NaturalOrder() {
     UErrorCode status = U_ZERO_ERROR;
@@ -36,24 +28,18 @@ void NaturalOrder::Close::operator()(UCollator *collator) const { ucol_close(col
 std::string NaturalOrder::key(std::string_view name) {
     std::string key;
     if (collator_) {
-        // UTF-8 never needs more units in UTF-16 than it has bytes.
-        utf16_.resize(name.size());
-        std::int32_t units = 0;
-        UErrorCode status = U_ZERO_ERROR;
-        u_strFromUTF8WithSub(utf16_.data(), length32(name), &units, name.data(), length32(name), REPLACEMENT,
-                             nullptr, &status);
-        if (U_SUCCESS(status) || status == U_STRING_NOT_TERMINATED_WARNING) {
-            key.resize(name.size() * 4 + 16);
-            const auto capacity = static_cast<std::int32_t>(key.size());
-            // The size includes an ending zero, the only zero in the key: what
-            // follows it counts only where two keys are equal.
-            std::int32_t size = ucol_getSortKey(collator_.get(), utf16_.data(), units,
-                                                reinterpret_cast<std::uint8_t *>(key.data()), capacity);
-            key.resize(static_cast<std::size_t>(size));
-            if (size > capacity) {
-                ucol_getSortKey(collator_.get(), utf16_.data(), units,
-                                reinterpret_cast<std::uint8_t *>(key.data()), size);
-            }
+        readUtf16(name, utf16_);
+        const auto units = static_cast<std::int32_t>(utf16_.size());
+        key.resize(name.size() * 4 + 16);
+        const auto capacity = static_cast<std::int32_t>(key.size());
+        // The size includes an ending zero, the only zero in the key: what
+        // follows it counts only where two keys are equal.
+        std::int32_t size = ucol_getSortKey(collator_.get(), utf16_.data(), units,
+                                            reinterpret_cast<std::uint8_t *>(key.data()), capacity);
+        key.resize(static_cast<std::size_t>(size));
+        if (size > capacity) {
+            ucol_getSortKey(collator_.get(), utf16_.data(), units,
+                            reinterpret_cast<std::uint8_t *>(key.data()), size);
         }
     }
     key.append(name);

@@ -100,11 +100,21 @@ enum {
 int mrb_create_general_param(mrb_general_param_h *param);
 int mrb_destroy_general_param(mrb_general_param_h param);
 
-/* Which media to list, and the order to list it in. Empty: all; the source's own order. */
+/*
+ * Which media to list, and the order to list it in. Empty: all; the source's own order.
+ * A sort category is "FOLDER" (the source's own order), "NAME", "TITLE", "DATE"
+ * (last change), "SIZE" or "TYPE" (by MRB_ITEM_TYPE_), ascending as it stands and
+ * descending with " DESC" or "-" behind it. In every order but "FOLDER" folders come
+ * first, what has no such value comes last, and equals are in the order of their
+ * names. A list is sorted when it is complete; until then it is in the source's order.
+ */
 int mrb_param_set_general_content_type(mrb_general_param_h param, const char *content_type);
 int mrb_param_set_general_sort_category(mrb_general_param_h param, const char *sort_category);
 
-/* Filters: file name extensions, a word to search for, play data to prepare. */
+/*
+ * Filters: file name extensions ("jpg, .PNG;gif"), a text to find in names whatever
+ * the case and the accents of its letters, play data to prepare. Empty: none.
+ */
 int mrb_param_set_general_extension(mrb_general_param_h param, const char *extension);
 int mrb_param_set_general_key_word(mrb_general_param_h param, const char *key_word);
 int mrb_param_set_general_prepare_data(mrb_general_param_h param, const char *prepare_data);
@@ -146,6 +156,47 @@ int mrb_disconnect_v2(mrb_agent_handler_h agent);
 
 /* ---- pages, navigation, positions --------------------------------------- */
 
+/*
+ * A list is read through a view: its entries have the indexes from 0 on, and
+ * counts, positions and the cursor speak of them. The view of a new list is flat
+ * and holds every item that passed the filters, without pages or groups.
+ */
+
+/* How the view moves through a list's folders. */
+enum {
+    MRB_NAVIGATION_FLAT = 0,   /* every item of all folders */
+    MRB_NAVIGATION_FOLDER = 1, /* one folder after the other, from the source's own on */
+    MRB_NAVIGATION_ENTER =
+        2, /* to be set only: into the folder under the cursor, or up from an up-folder entry */
+    MRB_NAVIGATION_UP = 3 /* to be set only: into the enclosing folder, the cursor on the folder left */
+};
+
+/* A page style: MRB_PAGE_STYLE_LIST or _PAGED, with one way of grouping or none. */
+enum {
+    MRB_PAGE_STYLE_LIST = 0x00,       /* one entry after the other */
+    MRB_PAGE_STYLE_PAGED = 0x01,      /* pages of rows and columns */
+    MRB_PAGE_STYLE_GROUP_TYPE = 0x10, /* one group for each MRB_ITEM_TYPE_, in the order of their numbers */
+    MRB_PAGE_STYLE_GROUP_FIRST_LETTER =
+        0x20,                          /* for each first letter, alphabetically; "#" for all else, first */
+    MRB_PAGE_STYLE_GROUP_DATE = 0x30,  /* for each month of last change (UTC), newest first */
+    MRB_PAGE_STYLE_GROUP_FOLDER = 0x40 /* for each folder that holds items, in the source's order */
+};
+
+/* How the entries of a page run. Indexes count its cells row by row either way. */
+enum {
+    MRB_PAGE_ORDER_ROWS = 0,   /* along the rows */
+    MRB_PAGE_ORDER_COLUMNS = 1 /* down the columns, which on the last page are as even as can be */
+};
+
+/* Group indexes beside those of single groups, which are shown without a heading. */
+enum {
+    MRB_GROUP_ALL = -1,     /* all groups, each behind a heading (MRB_ITEM_TYPE_GROUP) */
+    MRB_GROUP_HEADINGS = -2 /* the headings alone */
+};
+
+/* The most rows of a page, and the most columns. */
+enum { MRB_PAGE_MOST_ROWS = 1000 };
+
 int mrb_create_page_param(mrb_page_param_h *param);
 int mrb_destroy_page_param(mrb_page_param_h param);
 int mrb_param_set_page_style_mask(mrb_page_param_h param, int page_style);
@@ -155,27 +206,51 @@ int mrb_param_set_page_style_row(mrb_page_param_h param, int rows);
 int mrb_param_set_page_style_column(mrb_page_param_h param, int columns);
 int mrb_param_set_page_style_padding(mrb_page_param_h param, bool need_padding);
 
-/* Lays the list out in pages; the parameter object is read before the call returns. */
+/*
+ * Lays the view out; the parameter object is read before the call returns. Rows,
+ * columns, order and padding matter to MRB_PAGE_STYLE_PAGED only, where padding
+ * fills the last page with entries of MRB_ITEM_TYPE_EMPTY. The group index matters
+ * with a way of grouping; without one it must be 0 or negative. A style, order or
+ * size that does not exist is MRB_ERR_INVALID_PARAMETER, a group that does not
+ * exist MRB_ERR_OUT_OF_RANGE; the view then stays as it was.
+ */
 int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
 
+/*
+ * Moves the view through the folders, see MRB_NAVIGATION_. A folder's view holds
+ * its sub-folders, then its files, behind an entry of MRB_ITEM_TYPE_UPFOLDER
+ * unless it is the source's own. A sub-folder is shown when it passes the filters
+ * or something below it does. Entering what is no folder is MRB_ERR_NOT_A_FOLDER;
+ * entering from an empty view, and leaving the source's own folder or a flat view,
+ * is MRB_ERR_NOT_FOUND. The page style stays.
+ */
 int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation);
+/* MRB_NAVIGATION_FLAT or MRB_NAVIGATION_FOLDER. */
 int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation);
 
-/* The number of groups that the list is divided into; 0 while it is not grouped. */
+/* The number of groups that the view is divided into; 0 while it is not grouped. */
 int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count);
 
-/* The number of items that can be read now; grows until MRB_EVENT_LIST_READY. */
+/* The number of entries that can be read now; grows until MRB_EVENT_LIST_READY. */
 int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count);
 
 /* The same for one MRB_ITEM_TYPE_. A type that the list holds none of counts 0. */
 int mrb_get_item_count_by_type_v2(mrb_agent_handler_h agent, int type, int *count);
 
-/* The description of the item at `index` (from 0): a JSON object as text. */
+/* The description of the entry at `index` (from 0): a JSON object as text. */
 int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item);
 
-/* Puts the list's cursor on the item at `index`; field calls speak of that item. */
+/*
+ * Puts the list's cursor on the entry at `index`; field calls speak of that item.
+ * The cursor stays on its entry when the view changes; when the view shows it no
+ * more, and at first, it is on the first entry.
+ */
 int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index);
 
+/*
+ * The page (from 0) of the item with that "media_id". Without pages each entry
+ * is a page of its own. MRB_ERR_NOT_FOUND: the view does not show it.
+ */
 int mrb_get_page_index_v2(mrb_agent_handler_h agent, const char *media_id, int *page_index);
 
 /* What a player needs to play the item under the cursor: a JSON object as text. */

@@ -69,16 +69,8 @@ TEST(Interface, ExportsTheDeclaredFunctionsAndNothingElse) {
     EXPECT_EQ(exportedSymbols(), declared);
 }
 
-TEST(Interface, PagesNavigationAndPlayDataAreNotSupported) {
-    int number = 0;
+TEST(Interface, PlayDataAreNotSupported) {
     char *text = nullptr;
-    mrb_page_param_h page = nullptr;
-    ASSERT_EQ(mrb_create_page_param(&page), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_set_page_style_v2(1, page), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_destroy_page_param(page), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_set_navigation_v2(1, 0), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_navigation_v2(1, &number), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_page_index_v2(1, "msc:/a", &number), NOT_SUPPORTED);
     EXPECT_EQ(mrb_prepare_play_data_v2(1, &text), NOT_SUPPORTED);
     EXPECT_EQ(mrb_get_rating_info_v2(1, &text), NOT_SUPPORTED);
     EXPECT_EQ(mrb_get_storage_id_v2("/media/usb", &text), NOT_SUPPORTED);

@@ -12,19 +12,10 @@
 using support::Client;
 using support::Folder;
 
-namespace {
-
-void setModified(const std::string &path, std::int64_t seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
-
-} // namespace
-
 TEST(Item, AFileTellsNamePathTypeSizeTimesAndMimeType) {
     const Folder folder;
     folder.file("trip/beach.jpg", 1234);
-    setModified(folder.path("trip/beach.jpg"), 1'700'000'000);
+    folder.setModified("trip/beach.jpg", 1'700'000'000);
     Client client;
     client.list({.path = folder.path(), .contentType = "IMAGE"});
     const Json::Value item = client.item(0);
@@ -70,7 +61,7 @@ TEST(Item, AFolderHasNoSize) {
 TEST(Item, ATimeBefore1970IsShown) {
     const Folder folder;
     folder.file("old.jpg");
-    setModified(folder.path("old.jpg"), -86'400);
+    folder.setModified("old.jpg", -86'400);
     Client client;
     client.list(folder.path());
     EXPECT_EQ(client.item(0)["modified"], "1969-12-31T00:00:00Z");

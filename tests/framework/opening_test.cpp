@@ -25,6 +25,11 @@ class ScriptedSource final : public mrb::Source {
     mrb::ItemLocation locate(const mrb::ItemFacts &item) const override {
         return {.path = {}, .url = "http://server/" + item.id, .mediaId = item.id, .mimeType = "image/x"};
     }
+    std::optional<mrb::ItemFacts> identify(const std::string &mediaId) const override {
+        mrb::ItemFacts item;
+        item.id = mediaId;
+        return item;
+    }
 
   private:
     const Script script_;
@@ -39,10 +44,11 @@ struct Heard {
 // An opening filled by a scripted source, and what its listener heard.
 class Scripted {
   public:
-    explicit Scripted(ScriptedSource::Script script, mrb::TypeMask wanted = mrb::ALL_TYPES) {
+    explicit Scripted(ScriptedSource::Script script, mrb::ListWishes wishes = {}) {
         events_.start();
         opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{hear, this},
-                                                 std::make_unique<ScriptedSource>(std::move(script)), wanted);
+                                                 std::make_unique<ScriptedSource>(std::move(script)),
+                                                 std::move(wishes));
         worker_ = std::thread([this] { opening->run(); });
         opening->begin();
     }
@@ -211,13 +217,63 @@ TEST(Opening, ItemsOfARemoteSourceAreDescribedByTheirIds) {
     EXPECT_TRUE(item["modified"].isNull());
 }
 
+TEST(Opening, ItemsOfARemoteSourceAreFoundByTheirIds) {
+    Scripted scripted([](mrb::ItemSink &sink) {
+        const mrb::SourceItem items[] = {{.name = "Sea", .id = "64$1", .type = IMAGE},
+                                         {.name = "Sea", .id = "64$2", .type = IMAGE}};
+        EXPECT_TRUE(sink.add(items));
+        return mrb::FillResult{};
+    });
+    scripted.waitForEnd();
+    EXPECT_EQ(scripted.opening->pageOf("64$2"), 1);
+    EXPECT_EQ(scripted.opening->pageOf("64$3"), std::nullopt);
+}
+
+TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
+    // Stopped after the last item came, so that the sort is what is cancelled.
+    std::shared_ptr<mrb::Opening> *stopping = nullptr;
+    std::promise<void> ready;
+    mrb::ListWishes wishes;
+    wishes.sort = {mrb::SortKey::NAME, false};
+    Scripted scripted(
+        [&, isReady = ready.get_future().share()](mrb::ItemSink &sink) {
+            const mrb::SourceItem items[] = {{.name = "b", .id = {}, .type = IMAGE},
+                                             {.name = "a", .id = {}, .type = IMAGE}};
+            EXPECT_TRUE(sink.add(items));
+            isReady.wait();
+            (*stopping)->stop();
+            return mrb::FillResult{};
+        },
+        std::move(wishes));
+    stopping = &scripted.opening;
+    ready.set_value();
+    EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
+    EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "b");
+}
+
+TEST(Opening, WhatCameBeforeAFailureIsSorted) {
+    mrb::ListWishes wishes;
+    wishes.sort = {mrb::SortKey::NAME, false};
+    Scripted scripted(
+        [](mrb::ItemSink &sink) {
+            const mrb::SourceItem items[] = {{.name = "b", .id = {}, .type = IMAGE},
+                                             {.name = "a", .id = {}, .type = IMAGE}};
+            EXPECT_TRUE(sink.add(items));
+            EXPECT_FALSE(sink.stopped());
+            return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
+        },
+        std::move(wishes));
+    EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "a");
+}
+
 TEST(Opening, UnwantedItemsAreDropped) {
     Scripted scripted(
         [](mrb::ItemSink &sink) {
             EXPECT_TRUE(addImages(sink, 5));
             return mrb::FillResult{};
         },
-        mrb::maskOf(MRB_ITEM_TYPE_MUSIC));
+        mrb::ListWishes{.filter = mrb::Filter(mrb::maskOf(MRB_ITEM_TYPE_MUSIC))});
     EXPECT_EQ(scripted.waitForEnd().back().data["item_count"], 0);
 }
 

@@ -70,15 +70,26 @@ TEST(Request, SourcesToComeAreNotSupported) {
 TEST(Request, WishesThatWouldBeIgnoredAreNotSupported) {
     expectRefusal({.path = "/tmp", .contentType = "image"}, MRB_ERR_NOT_SUPPORTED);
     expectRefusal({.path = "/tmp", .contentType = "BOOKS"}, MRB_ERR_NOT_SUPPORTED);
-    expectRefusal({.path = "/tmp", .sortCategory = "DATE"}, MRB_ERR_NOT_SUPPORTED);
+    for (const char *category :
+         {"RATING", "name", "NAME UP", "DESC", " DESC", "-", "NAME  DESC", "NAME-DESC"}) {
+        expectRefusal({.path = "/tmp", .sortCategory = category}, MRB_ERR_NOT_SUPPORTED);
+    }
     const Wishes wishes[] = {
-        {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_extension(param, "jpg"); }},
-        {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_key_word(param, "sea"); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_prepare_data(param, "all"); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_is_uhd_meta(param, true); }},
     };
     for (const Wishes &wish : wishes) {
         expectRefusal(wish, MRB_ERR_NOT_SUPPORTED);
+    }
+}
+
+TEST(Request, FiltersThatSayNothingAreInvalid) {
+    const Wishes wishes[] = {
+        {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_extension(param, " ,;."); }},
+        {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_key_word(param, "\u0301"); }},
+    };
+    for (const Wishes &wish : wishes) {
+        expectRefusal(wish, MRB_ERR_INVALID_PARAMETER);
     }
 }
 
@@ -92,6 +103,10 @@ TEST(Request, NullArgumentsAreInvalid) {
     EXPECT_EQ(mrb_get_item_v2(1, 0, nullptr), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_get_item_count_v2(1, nullptr), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_get_group_count_v2(1, nullptr), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_set_page_style_v2(1, nullptr), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_get_navigation_v2(1, nullptr), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_get_page_index_v2(1, nullptr, &handle), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_get_page_index_v2(1, "msc:/a", nullptr), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_get_item_count_by_type_v2(1, MRB_ITEM_TYPE_IMAGE, nullptr), MRB_ERR_INVALID_PARAMETER);
     mrb_destroy_general_param(param);
 }
@@ -105,6 +120,9 @@ TEST(Request, HandlesThatNameNoListAreInvalid) {
         EXPECT_EQ(mrb_get_group_count_v2(handle, &count), MRB_ERR_INVALID_HANDLE);
         EXPECT_EQ(mrb_get_item_v2(handle, 0, &text), MRB_ERR_INVALID_HANDLE);
         EXPECT_EQ(mrb_move_to_index_v2(handle, 0), MRB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(mrb_set_navigation_v2(handle, MRB_NAVIGATION_FLAT), MRB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(mrb_get_navigation_v2(handle, &count), MRB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(mrb_get_page_index_v2(handle, "msc:/a", &count), MRB_ERR_INVALID_HANDLE);
         EXPECT_EQ(mrb_cancel_request_list_v2(handle), MRB_ERR_INVALID_HANDLE);
         EXPECT_EQ(mrb_disconnect_v2(handle), MRB_ERR_INVALID_HANDLE);
     }

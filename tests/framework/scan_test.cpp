@@ -123,15 +123,6 @@ TEST(Scan, AnItemBelowAnUnlistedFolderStillHasItsWholePath) {
     EXPECT_THAT(client.all("path"), ElementsAre(folder.path("one/two/c.jpg")));
 }
 
-TEST(Scan, SortingByNameIsTheSourcesOwnOrder) {
-    const Folder folder;
-    folder.file("b.jpg");
-    folder.file("a.jpg");
-    Client client;
-    client.list({.path = folder.path(), .sortCategory = "NAME"});
-    EXPECT_THAT(client.all("name"), ElementsAre("a.jpg", "b.jpg"));
-}
-
 TEST(Scan, LinksToFilesAreFollowed) {
     const Folder folder;
     folder.file("outside.bin", 5);

@@ -45,9 +45,13 @@ FolderScan::Step FolderScan::visit(const Pending &pending) {
     } else {
         readFacts(pending.parent->number(), pending.name.c_str(), facts);
     }
-    const SourceItem item{pending.name,   {},           pending.parentFolder, MRB_ITEM_TYPE_FOLDER, UNKNOWN,
-                          facts.modified, facts.created};
     const std::int32_t number = sink_.addFolder(pending.parentFolder, pending.name);
+    const SourceItem item{.name = pending.name,
+                          .folder = pending.parentFolder,
+                          .type = MRB_ITEM_TYPE_FOLDER,
+                          .modified = facts.modified,
+                          .created = facts.created,
+                          .opens = number};
     if (number < 0 || !sink_.add({&item, 1})) {
         return end({MRB_ERR_CANCELLED, {}});
     }

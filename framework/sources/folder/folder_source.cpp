@@ -14,6 +14,7 @@ namespace mrb {
 namespace {
 
 constexpr std::string_view URI_SCHEME = "file://";
+constexpr std::string_view MEDIA_ID_SCHEME = "msc:";
 
 std::string withoutRepeatedSlashes(const std::string &path) {
     std::string clean;
@@ -64,19 +65,40 @@ ItemLocation FolderSource::locate(const ItemFacts &item) const {
     if (!item.folder.empty()) {
         bytes.append(1, '/').append(item.folder);
     }
-    bytes.append(1, '/').append(item.name);
+    if (!item.name.empty() || bytes.empty()) {
+        bytes.append(1, '/').append(item.name);
+    }
 
     ItemLocation location;
     location.path = displayText(bytes);
     location.url = fileUri(bytes);
-    location.mediaId = "msc:" + location.url.substr(URI_SCHEME.size());
+    location.mediaId = std::string(MEDIA_ID_SCHEME) + location.url.substr(URI_SCHEME.size());
     const MediaType *type = mediaTypeOf(item.name);
-    if (item.type == MRB_ITEM_TYPE_FOLDER) {
+    if (item.type == MRB_ITEM_TYPE_FOLDER || item.type == MRB_ITEM_TYPE_UPFOLDER) {
         location.mimeType = FOLDER_MIME_TYPE;
     } else if (type != nullptr) {
         location.mimeType = type->mimeType;
     }
     return location;
+}
+
+std::optional<ItemFacts> FolderSource::identify(const std::string &mediaId) const {
+    if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
+        return std::nullopt;
+    }
+    const std::string uri = std::string(URI_SCHEME) + mediaId.substr(MEDIA_ID_SCHEME.size());
+    const std::string path = pathOfFileUri(uri).value_or("");
+    const std::string start = path_ + '/';
+    if (!path.starts_with(start) || path.size() == start.size()) {
+        return std::nullopt;
+    }
+    const std::size_t nameStart = path.rfind('/') + 1;
+    ItemFacts item;
+    item.name = path.substr(nameStart);
+    if (nameStart > start.size()) {
+        item.folder = path.substr(start.size(), nameStart - 1 - start.size());
+    }
+    return item;
 }
 
 } // namespace mrb

@@ -33,6 +33,8 @@ int Client::open(const Wishes &wishes) {
     mrb_param_set_general_path(param, wishes.path.c_str());
     mrb_param_set_general_content_type(param, wishes.contentType.c_str());
     mrb_param_set_general_sort_category(param, wishes.sortCategory.c_str());
+    mrb_param_set_general_extension(param, wishes.extension.c_str());
+    mrb_param_set_general_key_word(param, wishes.keyWord.c_str());
     if (wishes.more) {
         wishes.more(param);
     }

@@ -27,6 +27,8 @@ struct Wishes {
     std::string contentType = {};
     std::string sortCategory = {};
     std::string source = "SOURCE_MSC";
+    std::string extension = {};
+    std::string keyWord = {};
     // Sets whatever else a test wants.
     std::function<void(mrb_general_param_h)> more = {};
 };

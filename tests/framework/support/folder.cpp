@@ -52,6 +52,11 @@ void Folder::file(const std::string &name, std::size_t size) const {
 
 void Folder::folder(const std::string &name) const { std::filesystem::create_directories(path_ / name); }
 
+void Folder::setModified(const std::string &name, std::int64_t seconds) const {
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    require(utimensat(AT_FDCWD, path(name).c_str(), times, 0) == 0, "utimensat");
+}
+
 void Folder::link(const std::string &target, const std::string &name) const {
     std::filesystem::create_symlink(target, path_ / name);
 }

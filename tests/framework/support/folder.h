@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -19,6 +20,8 @@ class Folder {
     // Writes a file of `size` bytes, with the folders that it lies in.
     void file(const std::string &name, std::size_t size = 0) const;
     void folder(const std::string &name) const;
+    // Dates the last change of a file or folder, in seconds since 1970.
+    void setModified(const std::string &name, std::int64_t seconds) const;
     void link(const std::string &target, const std::string &name) const;
 
     // `count` empty pictures "1.jpg", "2.jpg"... in each of `folders` folders.

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+
+#include "agent/framework.h"
+#include "api/entry.h"
+#include "mrb/agent.h"
+
+namespace mrb {
+
+// Runs `body` with the open list that `agent` names; its code, or why it did not run.
+template <typename Body>
+int withList(mrb_agent_handler_h agent, Body &&body) {
+    return guard([&] {
+        const std::shared_ptr<Opening> opening = Framework::instance().find(agent);
+        return opening ? body(*opening) : MRB_ERR_INVALID_HANDLE;
+    });
+}
+
+} // namespace mrb

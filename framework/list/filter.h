@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/result.h"
+#include "sources/source.h"
+#include "text/search.h"
+
+namespace mrb {
+
+// Which items of a source a list shows: by type, by file name extension and by a
+// text in the name. Made where a list is opened, then owned and used by the thread
+// that fills it; `wants` may be called on any thread.
+class Filter {
+  public:
+    // Everything passes.
+    Filter() = default;
+    explicit Filter(TypeMask types) : types_(types) {}
+
+    // Reads the content type, the extensions and the key word of a request.
+    static Outcome make(const ListRequest &request, Filter &filter);
+
+    // True for item types of which some may pass.
+    [[nodiscard]] bool wants(std::uint8_t type) const;
+
+    [[nodiscard]] bool passes(const SourceItem &item);
+
+  private:
+    TypeMask types_ = ALL_TYPES;
+    std::vector<std::string> extensions_; // in lower case, without a dot; empty: any
+    std::unique_ptr<NameSearch> search_;  // null: any name
+};
+
+} // namespace mrb

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "list/item_store.h"
+
+namespace mrb {
+
+// By what a list is divided into groups; the values are MRB_GROUPING_ of mrb/agent.h.
+enum class Grouping : std::uint8_t { NONE, TYPE, FIRST_LETTER, DATE, FOLDER };
+
+// One group of a view.
+struct Group {
+    std::int64_t key = 0; // what its items have in common
+    std::vector<std::int32_t> items = {};
+};
+
+// Divides `items` into groups, each of which keeps their order. Types come in the
+// order of their numbers, letters alphabetically with '#' first, months from the
+// newest, folders as the source has them; what has no date comes last.
+std::vector<Group> divide(const ItemStore &store, const std::vector<std::int32_t> &items, Grouping grouping);
+
+// What a heading says: "image", "A", "2026-11" (empty: no date), "Holidays/Sea"
+// (empty: the source itself).
+std::string groupName(const ItemStore &store, Grouping grouping, std::int64_t key);
+
+} // namespace mrb

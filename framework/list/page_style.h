@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/result.h"
+#include "list/grouping.h"
+
+namespace mrb {
+
+// A page layout as a page parameter object holds it; see mrb/agent.h for the values.
+struct PageRequest {
+    int style = 0;
+    int order = 0;
+    int groupIndex = 0;
+    int rows = 0;
+    int columns = 0;
+    bool needPadding = false;
+};
+
+// The same, checked.
+struct PageStyle {
+    Grouping grouping = Grouping::NONE;
+    std::int32_t groupIndex =
+        0; // one group, or MRB_GROUP_ALL or MRB_GROUP_HEADINGS; without groups of no meaning
+    std::int32_t rows = 1;
+    std::int32_t columns = 1;
+    bool byColumns = false;
+    bool padded = false;
+
+    [[nodiscard]] std::int32_t pageSize() const { return rows * columns; }
+    // True: entries stand one after the other, as the items come.
+    [[nodiscard]] bool isPlain() const { return grouping == Grouping::NONE && !byColumns && !padded; }
+};
+
+Outcome readPageStyle(const PageRequest &request, PageStyle &style);
+
+} // namespace mrb

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "base/result.h"
+#include "list/item_store.h"
+
+namespace mrb {
+
+// By what a list is sorted.
+enum class SortKey : std::uint8_t { SOURCE, NAME, DATE, SIZE, TYPE };
+
+struct SortOrder {
+    SortKey key = SortKey::SOURCE;
+    bool descending = false;
+};
+
+// Reads a sort category as mrb/agent.h describes it, such as "DATE DESC".
+Outcome readSortCategory(std::string_view category, SortOrder &order);
+
+// The numbers of all items of the store in the given order; folders first unless
+// it is the source's own, equals by name and then as the source has them. No value
+// when `stopped` became true, which is asked for often.
+std::optional<std::vector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
+                                                   const std::function<bool()> &stopped);
+
+} // namespace mrb

@@ -1,0 +1,178 @@
+#include "list/view.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "mrb/agent.h"
+
+namespace mrb {
+
+void View::setOrder(std::vector<std::int32_t> order) {
+    order_ = std::move(order);
+    stale_ = true;
+}
+
+void View::setStyle(const PageStyle &style) {
+    style_ = style;
+    stale_ = true;
+}
+
+void View::showAll() {
+    folder_.reset();
+    stale_ = true;
+}
+
+void View::showFolder(std::int32_t folder) {
+    folder_ = folder;
+    stale_ = true;
+}
+
+const std::vector<ViewEntry> &View::entries() {
+    update();
+    return entries_;
+}
+
+std::int32_t View::count(unsigned type) {
+    update();
+    return type < counts_.size() ? counts_.at(type) : 0;
+}
+
+const std::vector<View::GroupFacts> &View::groups() {
+    update();
+    return groups_;
+}
+
+unsigned View::typeOf(ViewEntry entry) const {
+    if (entry >= 0) {
+        return store_.type(entry);
+    }
+    if (isHeading(entry)) {
+        return MRB_ITEM_TYPE_GROUP;
+    }
+    return entry == UPFOLDER_ENTRY ? MRB_ITEM_TYPE_UPFOLDER : MRB_ITEM_TYPE_EMPTY;
+}
+
+void View::update() {
+    if (!stale_ && seen_ == store_.size()) {
+        return;
+    }
+    // A growing list is mostly read as it comes, and then only the new items matter.
+    if (!stale_ && !folder_ && style_.isPlain() && order_.empty()) {
+        for (; seen_ < store_.size(); ++seen_) {
+            if (store_.passes(seen_)) {
+                append(seen_);
+            }
+        }
+        return;
+    }
+    entries_.clear();
+    groups_.clear();
+    counts_.fill(0);
+    // Should memory run out below, the next call tries again.
+    stale_ = true;
+    if (folder_ && *folder_ != ROOT_FOLDER) {
+        append(UPFOLDER_ENTRY);
+    }
+    const std::vector<std::int32_t> items = folder_ ? itemsOfFolder(*folder_) : itemsOfTree();
+    if (style_.grouping == Grouping::NONE) {
+        std::ranges::for_each(items, [this](std::int32_t item) { append(item); });
+    } else {
+        layOutGroups(items);
+    }
+    if (style_.byColumns) {
+        layOutByColumns();
+    }
+    if (style_.padded) {
+        pad();
+    }
+    seen_ = store_.size();
+    stale_ = false;
+}
+
+void View::append(ViewEntry entry) {
+    entries_.push_back(entry);
+    ++counts_.at(typeOf(entry));
+}
+
+std::int32_t View::itemAt(std::int32_t place) const {
+    return order_.empty() ? place : order_[static_cast<std::size_t>(place)];
+}
+
+std::vector<std::int32_t> View::itemsOfTree() const {
+    std::vector<std::int32_t> items;
+    items.reserve(static_cast<std::size_t>(store_.passed()));
+    for (std::int32_t place = 0; place < store_.size(); ++place) {
+        const std::int32_t item = itemAt(place);
+        if (store_.passes(item)) {
+            items.push_back(item);
+        }
+    }
+    return items;
+}
+
+std::vector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
+    std::vector<std::int32_t> folders;
+    std::vector<std::int32_t> files;
+    // Which folders are worth showing is known by their numbers, not their items.
+    std::vector<bool> shown;
+    for (std::int32_t number = 0; number < store_.folders(); ++number) {
+        const std::int32_t item = store_.itemOfFolder(number);
+        if (item >= 0 && store_.folder(item) == folder && store_.isWorthEntering(number)) {
+            shown.resize(static_cast<std::size_t>(store_.size()));
+            shown[static_cast<std::size_t>(item)] = true;
+        }
+    }
+    for (std::int32_t place = 0; place < store_.size(); ++place) {
+        const std::int32_t item = itemAt(place);
+        if (store_.folder(item) != folder) {
+            continue;
+        }
+        if (store_.type(item) != MRB_ITEM_TYPE_FOLDER) {
+            files.push_back(item);
+        } else if (store_.passes(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
+            folders.push_back(item);
+        }
+    }
+    folders.insert(folders.end(), files.begin(), files.end());
+    return folders;
+}
+
+void View::layOutGroups(const std::vector<std::int32_t> &items) {
+    std::vector<Group> groups = divide(store_, items, style_.grouping);
+    for (const Group &group : groups) {
+        const auto number = static_cast<std::int32_t>(groups_.size());
+        groups_.push_back({group.key, static_cast<std::int32_t>(group.items.size())});
+        if (style_.groupIndex < 0) {
+            append(FIRST_HEADING - number);
+        }
+        if (style_.groupIndex == MRB_GROUP_ALL || style_.groupIndex == number) {
+            std::ranges::for_each(group.items, [this](std::int32_t item) { append(item); });
+        }
+    }
+}
+
+// The entries of each page go down its columns and stand here row by row. The
+// last page's columns are as even as they can be, so that its free cells are at
+// its end either way.
+void View::layOutByColumns() {
+    const std::vector<ViewEntry> inOrder = entries_;
+    const auto pageSize = static_cast<std::size_t>(style_.pageSize());
+    const auto columns = static_cast<std::size_t>(style_.columns);
+    for (std::size_t start = 0; start < inOrder.size(); start += pageSize) {
+        const std::size_t used = std::min(pageSize, inOrder.size() - start);
+        std::size_t next = start;
+        for (std::size_t column = 0; column < columns; ++column) {
+            for (std::size_t cell = column; cell < used; cell += columns) {
+                entries_[start + cell] = inOrder[next++];
+            }
+        }
+    }
+}
+
+void View::pad() {
+    while (entries_.size() % static_cast<std::size_t>(style_.pageSize()) != 0) {
+        append(EMPTY_ENTRY);
+    }
+}
+
+} // namespace mrb

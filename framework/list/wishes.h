@@ -1,0 +1,17 @@
+#pragma once
+
+#include "list/filter.h"
+#include "list/sorting.h"
+
+namespace mrb {
+
+// What a list shows of its source, and in which order.
+struct ListWishes {
+    Filter filter = {};
+    SortOrder sort = {};
+};
+
+// Reads them from a request. A wish that would be ignored is refused.
+Outcome readWishes(const ListRequest &request, ListWishes &wishes);
+
+} // namespace mrb

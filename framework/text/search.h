@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct UCollator;
+struct UCollationElements;
+
+namespace mrb {
+
+// A text to find inside names, in every script, whatever the case, the accents and
+// the width of the letters: "resume" is found in "Résumé", "STRASSE" in "Straße",
+// "か" in "ガ". Two texts are the same where the Unicode collation of the root locale
+// sees no primary difference. Owned and used by one thread.
+class NameSearch {
+  public:
+    explicit NameSearch(std::string_view wanted);
+    ~NameSearch();
+    NameSearch(const NameSearch &) = delete;
+    NameSearch &operator=(const NameSearch &) = delete;
+
+    // False: the wanted text holds nothing that can be told apart from nothing,
+    // as an accent alone.
+    [[nodiscard]] bool isMeaningful() const { return !wanted_.empty(); }
+
+    // `name` may hold any bytes; what is not UTF-8 matches U+FFFD.
+    bool isIn(std::string_view name);
+
+  private:
+    void readWeights(std::string_view text, std::vector<std::int32_t> &weights);
+
+    struct Close {
+        void operator()(UCollator *collator) const;
+        void operator()(UCollationElements *elements) const;
+    };
+    std::unique_ptr<UCollator, Close> collator_;
+    std::unique_ptr<UCollationElements, Close> elements_;
+    std::u16string text_;
+    std::vector<std::int32_t> wanted_;
+    std::vector<std::int32_t> name_;
+};
+
+} // namespace mrb

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace mrb {
+
+// `bytes` in UTF-16; what is not UTF-8 becomes U+FFFD. Reuses the room of `units`.
+void readUtf16(std::string_view bytes, std::u16string &units);
+
+} // namespace mrb
