@@ -33,10 +33,13 @@ const ITEM_TYPES = {
   FOLDER: 1, IMAGE: 2, VIDEO: 3, MUSIC: 5, RECORD: 6, M3U: 7, GROUP: 9, UHD: 10, SCSA: 11, UPFOLDER: 13, EMPTY: 14,
 };
 
+/** "param_navigation": how a list's view moves through folders. */
+const NAVIGATION = { FLAT: 0, FOLDER: 1, ENTER: 2, UP: 3 };
+
 /** What a "return_ecode" says, for a person. */
 function describeResult(code) {
   const [name, meaning] = RESULTS[code] ?? ['UNKNOWN', 'a code this table does not know'];
   return `${meaning} (${name}, ${code})`;
 }
 
-module.exports = { RESULTS, LIST_EVENTS, ITEM_TYPES, describeResult };
+module.exports = { RESULTS, LIST_EVENTS, ITEM_TYPES, NAVIGATION, describeResult };

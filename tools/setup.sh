@@ -16,7 +16,7 @@ setup_run_packages=(
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev)
+setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2

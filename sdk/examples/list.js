@@ -50,7 +50,7 @@ function openFolder(folder) {
       param_source_name: 'SOURCE_MSC',
       param_scan_path: folder,
       param_content_type: 'ALL',
-      param_sort_category: 'NAME',
+      param_sort_category: 'FOLDER',
     };
     try {
       ask('mrb_request_list_v2', request, onEvent);

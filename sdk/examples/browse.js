@@ -1,0 +1,291 @@
+'use strict';
+// Walks through folders of media with the arrow keys.
+//
+//     quill sdk/examples/browse.js FOLDER
+
+const fs = require('node:fs');
+const path = require('node:path');
+const readline = require('node:readline');
+const { ITEM_TYPES, NAVIGATION } = require('../codes.js');
+const { Media } = require('../media.js');
+const { count, fit, printable, size, width } = require('./terminal.js');
+
+const USAGE = `Usage: quill browse.js FOLDER
+
+Walks through FOLDER with the arrow keys; ? shows the others.
+`;
+
+const SORTS = ['NAME', 'DATE', 'SIZE', 'TYPE'];
+const TYPES = ['ALL', 'IMAGE', 'MUSIC', 'VIDEO', 'PLAYLIST'];
+const HELP = [
+  'up, down              one item back or on',
+  'left, right, PgUp/Dn  one page back or on',
+  'Home, End             the first or the last item',
+  'Enter                 into a folder; details of anything else',
+  'Backspace, u          to the enclosing folder',
+  'd                     details of the item',
+  's, r                  sort by something else; the other way round',
+  'R                     read the folder again',
+  't                     another kind of media',
+  '/                     search in all folders; Escape ends it',
+  'q, Ctrl-C             leave',
+];
+
+function fail(message) {
+  process.stderr.write(`browse: ${message}\n`);
+  process.exit(1);
+}
+
+/** What the screen shows, and what the keys do to it. */
+class Browser {
+  constructor(folder) {
+    this.folder = folder;
+    this.media = new Media();
+    this.sort = 0;
+    this.descending = false;
+    this.type = 0;
+    this.search = '';
+    this.overlay = null; // lines shown instead of the list
+    this.prompt = null; // a search being typed
+    this.message = '';
+    this.place = []; // names of the folders entered
+    this.cursor = 0;
+    this.list = this.media.open(folder, this.wishes());
+    this.begin();
+  }
+
+  wishes() {
+    return {
+      contentType: TYPES[this.type],
+      sort: SORTS[this.sort] + (this.descending ? ' DESC' : ''),
+      search: this.search,
+    };
+  }
+
+  /** A list was opened: waits for it and shows it as it grows. */
+  begin() {
+    this.cursor = 0;
+    this.place = [];
+    this.message = 'reading…';
+    if (this.search === '') {
+      this.list.navigate(NAVIGATION.FOLDER);
+    }
+    this.list.onGrowth = () => this.draw();
+    this.list.onChange = () => this.note('the folder has changed; R reads it again');
+    this.list.ready.then(({ unreadable = 0 }) =>
+      this.note(unreadable > 0 ? `${count(unreadable, 'folder')} could not be read` : ''),
+    (error) => this.note(error.message));
+  }
+
+  reopen() {
+    try {
+      const list = this.media.open(this.folder, this.wishes());
+      this.list.close();
+      this.list = list;
+      this.begin();
+    } catch (error) {
+      this.note(error.message);
+    }
+  }
+
+  note(message) {
+    this.message = message;
+    this.draw();
+  }
+
+  rows() { return Math.max(1, (process.stdout.rows || 24) - 2); }
+
+  columns() { return Math.max(20, process.stdout.columns || 80); }
+
+  move(to) {
+    this.cursor = Math.max(0, Math.min(to, this.list.count() - 1));
+  }
+
+  /** The item under the cursor; null in an empty list. */
+  item() {
+    return this.list.count() === 0 ? null : this.list.item(this.cursor);
+  }
+
+  enter() {
+    const item = this.item();
+    if (item === null) {
+      return;
+    }
+    if (item.type === ITEM_TYPES.UPFOLDER) {
+      this.up();
+    } else if (item.type === ITEM_TYPES.FOLDER && this.search === '') {
+      this.list.moveTo(this.cursor);
+      this.list.navigate(NAVIGATION.ENTER);
+      this.place.push({ name: item.name, cursor: this.cursor });
+      this.cursor = 0;
+    } else {
+      this.details();
+    }
+  }
+
+  up() {
+    if (this.place.length > 0) {
+      this.list.navigate(NAVIGATION.UP);
+      this.move(this.place.pop().cursor);
+    }
+  }
+
+  details() {
+    const item = this.item();
+    if (item !== null) {
+      this.overlay = Object.entries(item).map(([key, value]) =>
+        `${key.padEnd(12)} ${value === null ? '-' : printable(String(value))}`);
+    }
+  }
+
+  // ---- keys -------------------------------------------------------------------
+
+  key(text, key) {
+    if (key.ctrl && key.name === 'c') {
+      this.leave();
+    } else if (this.prompt !== null) {
+      this.typed(text, key);
+    } else if (this.overlay !== null) {
+      this.overlay = null;
+    } else {
+      this.command(text, key);
+    }
+    this.draw();
+  }
+
+  typed(text, key) {
+    if (key.name === 'return') {
+      this.search = this.prompt;
+      this.prompt = null;
+      this.reopen();
+    } else if (key.name === 'escape') {
+      this.prompt = null;
+    } else if (key.name === 'backspace') {
+      this.prompt = [...this.prompt].slice(0, -1).join('');
+    } else if (text && !key.ctrl && !key.meta && printable(text) === text) {
+      this.prompt += text;
+    }
+  }
+
+  command(text, key) {
+    const page = this.rows();
+    const commands = {
+      up: () => this.move(this.cursor - 1),
+      down: () => this.move(this.cursor + 1),
+      left: () => this.move(this.cursor - page),
+      right: () => this.move(this.cursor + page),
+      pageup: () => this.move(this.cursor - page),
+      pagedown: () => this.move(this.cursor + page),
+      home: () => this.move(0),
+      end: () => this.move(Infinity),
+      return: () => this.enter(),
+      backspace: () => this.up(),
+      u: () => this.up(),
+      d: () => this.details(),
+      s: () => { this.sort = (this.sort + 1) % SORTS.length; this.reopen(); },
+      r: () => (key.shift ? this.reopen() : (this.descending = !this.descending, this.reopen())),
+      t: () => { this.type = (this.type + 1) % TYPES.length; this.reopen(); },
+      escape: () => { if (this.search !== '') { this.search = ''; this.reopen(); } },
+      q: () => this.leave(),
+      '/': () => { this.prompt = ''; },
+      '?': () => { this.overlay = HELP; },
+    };
+    (commands[key.name] ?? commands[text])?.();
+  }
+
+  // ---- the screen -------------------------------------------------------------
+
+  start() {
+    readline.emitKeypressEvents(process.stdin);
+    process.stdin.setRawMode(true);
+    process.stdout.write('\x1b[?1049h\x1b[?25l'); // another screen, without cursor
+    process.on('exit', () => {
+      process.stdout.write('\x1b[?25h\x1b[?1049l');
+      process.stdin.setRawMode(false);
+    });
+    process.stdout.on('resize', () => this.draw());
+    process.on('SIGTERM', () => this.leave());
+    process.stdin.on('keypress', (text, key) => this.key(text, key));
+    this.draw();
+  }
+
+  leave() {
+    process.exit(0);
+  }
+
+  line(index) {
+    const item = this.list.item(index);
+    const name = item.type === ITEM_TYPES.UPFOLDER ? '..'
+      : printable(item.name) + (item.type === ITEM_TYPES.FOLDER ? '/' : '');
+    const facts = item.size === null || item.type === ITEM_TYPES.UPFOLDER ? ''
+      : `${size(item.size).padStart(9)}  ${(item.modified ?? '').slice(0, 10).padEnd(10)}`;
+    return `${fit(` ${name}`, this.columns() - width(facts) - 1)}${facts} `;
+  }
+
+  body(total) {
+    if (this.overlay !== null) {
+      return this.overlay.map((text) => fit(` ${text}`, this.columns()));
+    }
+    this.cursor = Math.max(0, Math.min(this.cursor, total - 1));
+    const first = Math.floor(this.cursor / this.rows()) * this.rows();
+    const lines = [];
+    for (let index = first; index < Math.min(total, first + this.rows()); index += 1) {
+      const text = this.line(index);
+      lines.push(index === this.cursor ? `\x1b[7m${text}\x1b[0m` : text);
+    }
+    return total === 0 ? [fit(' nothing here', this.columns())] : lines;
+  }
+
+  title() {
+    const where = this.search === '' ? [this.folder, ...this.place.map(({ name }) => name)].join('/')
+      : `"${this.search}" in ${this.folder}`;
+    return `\x1b[1m${fit(` ${printable(where)}`, this.columns())}\x1b[0m`;
+  }
+
+  status(total) {
+    if (this.prompt !== null) {
+      return fit(` search: ${this.prompt}_`, this.columns());
+    }
+    const pages = Math.max(1, Math.ceil(total / this.rows()));
+    const page = Math.floor(this.cursor / this.rows()) + 1;
+    const state = ` ${Math.min(this.cursor + 1, total)}/${total}  page ${page}/${pages}  ${TYPES[this.type]}  ` +
+      `${SORTS[this.sort]}${this.descending ? ' descending' : ''}  ?: help`;
+    return fit(this.message === '' ? state : `${state}  ${printable(this.message)}`, this.columns());
+  }
+
+  draw() {
+    const total = this.list.count(); // once: it grows while the folder is read
+    const lines = [this.title(), ...this.body(total)];
+    const rows = this.rows() + 2;
+    while (lines.length < rows - 1) {
+      lines.push('');
+    }
+    lines.length = rows - 1;
+    lines.push(this.status(total));
+    process.stdout.write(`\x1b[H${lines.map((text) => `${text}\x1b[K`).join('\r\n')}`);
+  }
+}
+
+function main() {
+  const [folder, ...more] = process.argv.slice(2);
+  if (folder === '--help') {
+    process.stdout.write(USAGE);
+    return;
+  }
+  if (folder === undefined || more.length > 0 || folder.startsWith('--')) {
+    fail(`give one folder\n\n${USAGE}`);
+  }
+  if (!process.stdin.isTTY || !process.stdout.isTTY) {
+    fail('this needs a terminal; list.js prints a folder to a file or a pipe');
+  }
+  if (!fs.statSync(folder, { throwIfNoEntry: false })?.isDirectory()) {
+    fail(`${printable(folder)} is no folder`);
+  }
+  try {
+    new Browser(path.resolve(folder)).start();
+  } catch (error) {
+    fail(error.message);
+  }
+}
+
+main();

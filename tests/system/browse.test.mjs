@@ -1,0 +1,172 @@
+// The terminal browser, by keys and by what the screen shows.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import { mkdirSync, writeFileSync } from 'node:fs';
+import path from 'node:path';
+import test, { before } from 'node:test';
+
+import { folder, quill, root } from './harness.mjs';
+
+const browser = path.join(root, 'sdk', 'examples', 'browse.js');
+const library = path.join(folder(), 'library');
+const LIMIT_MS = 30_000;
+
+before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' }));
+
+/** A terminal of a server of its own, in which the browser runs. */
+class Terminal {
+  constructor(where, { columns = 80, rows = 24 } = {}) {
+    this.socket = path.join(folder(), 'tmux');
+    const command = [path.join(process.env.QUILL_BUILD, 'bin', 'quill'), browser, where]
+      .map((word) => `'${word.replaceAll("'", "'\\''")}'`).join(' ');
+    this.tmux('-f', '/dev/null', 'new-session', '-d', '-s', 'browser', '-x', columns, '-y', rows,
+      `${command}; echo ended with $?; exec sleep 1000`);
+  }
+
+  tmux(...words) {
+    return execFileSync('tmux', ['-u', '-S', this.socket, ...words.map(String)], { encoding: 'utf8' });
+  }
+
+  keys(...keys) { this.tmux('send-keys', '-t', 'browser', ...keys); }
+
+  screen() { return this.tmux('capture-pane', '-p', '-t', 'browser'); }
+
+  /** Waits until the screen shows what it should; returns its lines. */
+  async shows(pattern) {
+    for (const end = Date.now() + LIMIT_MS; ;) {
+      const screen = this.screen();
+      if (pattern.test(screen)) {
+        return screen.split('\n');
+      }
+      if (Date.now() > end) {
+        assert.fail(`never showed ${pattern}:\n${screen}`);
+      }
+      await new Promise((resolve) => setTimeout(resolve, 50));
+    }
+  }
+
+  close() { spawnSync('tmux', ['-S', this.socket, 'kill-server']); }
+}
+
+/** A test with a terminal of its own. */
+function screenTest(name, work, { where = () => library, ...shape } = {}) {
+  test(name, async () => {
+    const terminal = new Terminal(where(), shape);
+    try {
+      await work(terminal);
+    } finally {
+      terminal.close();
+    }
+  });
+}
+
+screenTest('it shows the folder, its sub-folders first, and where one is', async (terminal) => {
+  const lines = await terminal.shows(/ 1\/11 {2}page 1\/1 {2}ALL {2}NAME {2}\?: help *$/m);
+  assert.equal(lines[0], ` ${library}`);
+  assert.equal(lines[1], ' Empty folder/');
+  assert.match(lines[11], /^ Welcome\.jpg +[\d.]+ kB {2}\d{4}-\d\d-\d\d$/);
+});
+
+screenTest('Enter goes into a folder and Backspace comes back to where one was', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('Down', 'Down', 'Enter');
+  const lines = await terminal.shows(/Holiday\n \.\.\n/);
+  assert.equal(lines[0], ` ${library}/Holiday`);
+  assert.deepEqual(lines.slice(3, 6).map((line) => line.trim().split('  ')[0]), ['IMG 1.jpg', 'IMG 2.jpg', 'IMG 3.jpg']);
+  terminal.keys('BSpace');
+  await terminal.shows(/^ 3\/11 /m);
+});
+
+screenTest('Enter on .. goes up', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('Down', 'Enter');
+  await terminal.shows(/Graphics\n \.\.\n/);
+  terminal.keys('Enter');
+  await terminal.shows(/^ 2\/11 /m);
+});
+
+screenTest('the details of an item are shown until the next key', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('End', 'd');
+  await terminal.shows(/media_id +msc:.*Welcome\.jpg/);
+  terminal.keys('x');
+  await terminal.shows(/^ 11\/11 /m);
+});
+
+screenTest('a search goes through all folders, and Escape ends it', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('/', 'elegiex', 'BSpace');
+  await terminal.shows(/search: elegie_/);
+  terminal.keys('Enter');
+  const lines = await terminal.shows(/^ 1\/1 /m);
+  assert.match(lines[1], /^ Élégie\.flac /);
+  terminal.keys('Escape');
+  await terminal.shows(/^ 1\/11 /m);
+});
+
+screenTest('sorting changes what it goes by and its direction', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('s', 's');
+  await terminal.shows(/ 1\/11 .*ALL {2}SIZE {2}/);
+  terminal.keys('Down', 'Enter', 'r');
+  await terminal.shows(/SIZE descending/);
+});
+
+screenTest('another kind of media hides the others', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('t', 't', 't');
+  const lines = await terminal.shows(/^ 1\/1 {2}page 1\/1 {2}VIDEO/m);
+  assert.equal(lines[1], ' Video/');
+});
+
+screenTest('a smaller terminal shows pages', async (terminal) => {
+  await terminal.shows(/ 1\/11 {2}page 1\/1 /);
+  terminal.tmux('resize-window', '-t', 'browser', '-x', 50, '-y', 6);
+  await terminal.shows(/ 1\/11 {2}page 1\/3 /);
+  terminal.keys('Right');
+  await terminal.shows(/ 5\/11 {2}page 2\/3 /);
+  terminal.keys('End');
+  await terminal.shows(/ 11\/11 {2}page 3\/3 /);
+});
+
+screenTest('no line is wider than the terminal, in any script', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('End', 'Up', 'Enter');
+  const lines = await terminal.shows(/富士山/);
+  assert.equal(lines.filter((line) => line !== '').length, 4);
+}, { columns: 40, rows: 12 });
+
+screenTest('a long folder is walked page by page', async (terminal) => {
+  await terminal.shows(/ 1\/1000 {2}page 1\/46 /);
+  terminal.keys('Right', 'Right', 'Down');
+  await terminal.shows(/ 46\/1000 {2}page 3\/46 /);
+  terminal.keys('End');
+  await terminal.shows(/ 1000\/1000 {2}page 46\/46 /);
+}, {
+  where: () => {
+    const where = path.join(folder(), 'many');
+    mkdirSync(where);
+    for (let number = 0; number < 1000; number += 1) {
+      writeFileSync(path.join(where, `${number}.jpg`), '');
+    }
+    return where;
+  },
+});
+
+for (const key of ['q', 'C-c']) {
+  screenTest(`${key} leaves and gives the terminal back`, async (terminal) => {
+    await terminal.shows(/^ 1\/11 /m);
+    terminal.keys(key);
+    await terminal.shows(/^ended with 0$/m);
+    assert.doesNotMatch(terminal.screen(), /page 1/);
+  });
+}
+
+test('without a terminal, or without a folder, it says so in a line', async () => {
+  for (const [args, message] of [[[library], 'browse: this needs a terminal; list.js prints a folder'],
+                                 [[], 'browse: give one folder'], [['a', 'b'], 'browse: give one folder']]) {
+    const { status, stderr } = await quill([browser, ...args]);
+    assert.equal(status, 1);
+    assert.ok(stderr.startsWith(message), stderr);
+  }
+});
