@@ -12,7 +12,8 @@ setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd) || exit 1
 
 setup_run_packages=(
     g++ cmake ninja-build pkg-config                                # builds
-    libclutter-1.0-dev libjsoncpp-dev libicu-dev libsystemd-dev     # linked with
+    libclutter-1.0-dev libjsoncpp-dev libicu-dev libmount-dev       # linked with
+    libsystemd-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.

@@ -64,6 +64,9 @@ class Opening final : public EventTarget,
     // How an entry can be reached; blanks and headings lie nowhere. Any thread.
     [[nodiscard]] ItemLocation locate(const ListEntry &entry) const;
 
+    // The entry under the cursor; no value: the view is empty. Any thread.
+    [[nodiscard]] std::optional<ListEntry> current() const { return list_.current(); }
+
     // The page of the item with that media id; no value: not in the view. Any thread.
     [[nodiscard]] std::optional<std::int32_t> pageOf(const std::string &mediaId) const;
 

@@ -1,18 +1,6 @@
-// Play data, item fields and selection: what lists do not do.
+// Item fields and selection: what lists do not do.
 
 #include "mrb/agent.h"
-
-int mrb_prepare_play_data_v2(mrb_agent_handler_h /*agent*/, char ** /*play_data*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
-
-int mrb_get_rating_info_v2(mrb_agent_handler_h /*agent*/, char ** /*rating*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
-
-int mrb_get_storage_id_v2(const char * /*mount_path*/, char ** /*storage_id*/) {
-    return MRB_ERR_NOT_SUPPORTED;
-}
 
 int mrb_get_item_value_lint_v2(mrb_agent_handler_h /*agent*/, const char * /*field*/, long long * /*value*/) {
     return MRB_ERR_NOT_SUPPORTED;

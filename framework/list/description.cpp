@@ -38,4 +38,26 @@ std::string describeEntry(const ListEntry &entry, const ItemLocation &location) 
     return jsonText(description);
 }
 
+std::string describePlayback(const ListEntry &entry, const ItemLocation &location) {
+    Json::Value data(Json::objectValue);
+    data["name"] = displayText(entry.facts.name);
+    data["path"] = location.path;
+    data["url"] = location.url;
+    data["media_id"] = location.mediaId;
+    data["mime_type"] = location.mimeType;
+    data["size"] = numberOrNull(entry.facts.size);
+    // Where a player stopped is not remembered, so every item plays from its start.
+    data["resume_position"] = 0;
+    return jsonText(data);
+}
+
+std::string describeRating(const ItemLocation &location) {
+    Json::Value data(Json::objectValue);
+    data["media_id"] = location.mediaId;
+    // No source so far knows either.
+    data["rating"] = Json::nullValue;
+    data["minimum_age"] = Json::nullValue;
+    return jsonText(data);
+}
+
 } // namespace mrb

@@ -10,4 +10,8 @@ namespace mrb {
 // are listed in docs/framework.md.
 std::string describeEntry(const ListEntry &entry, const ItemLocation &location);
 
+// What a player needs to play an item, and what is known of its rating: likewise.
+std::string describePlayback(const ListEntry &entry, const ItemLocation &location);
+std::string describeRating(const ItemLocation &location);
+
 } // namespace mrb

@@ -35,7 +35,8 @@ void NameSearch::Close::operator()(UCollationElements *elements) const { ucol_cl
 
 bool NameSearch::isIn(std::string_view name) {
     readWeights(name, name_);
-    return !std::ranges::search(name_, wanted_).empty() || wanted_.empty();
+    return wanted_.empty() ||
+           std::search(name_.begin(), name_.end(), wanted_.begin(), wanted_.end()) != name_.end();
 }
 
 void NameSearch::readWeights(std::string_view text, std::vector<std::int32_t> &weights) {

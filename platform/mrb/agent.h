@@ -253,11 +253,20 @@ int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index);
  */
 int mrb_get_page_index_v2(mrb_agent_handler_h agent, const char *media_id, int *page_index);
 
-/* What a player needs to play the item under the cursor: a JSON object as text. */
+/*
+ * What a player needs to play the item under the cursor, and what is known of its
+ * rating: JSON objects as text. MRB_ERR_NOT_SUPPORTED: a folder, heading or blank is
+ * not played; MRB_ERR_NOT_FOUND: the view is empty.
+ */
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data);
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating);
 
-/* The id of the storage mounted at `mount_path`. */
+/*
+ * The id of the storage that holds the existing absolute path `mount_path`, usually
+ * a mount point. It is the file system's UUID where the system knows one; else a
+ * text made of the mount's type, source and place, which is the same as long as the
+ * storage is mounted in the same way.
+ */
 int mrb_get_storage_id_v2(const char *mount_path, char **storage_id);
 
 /* ---- fields of the item under the cursor -------------------------------- */

@@ -69,14 +69,6 @@ TEST(Interface, ExportsTheDeclaredFunctionsAndNothingElse) {
     EXPECT_EQ(exportedSymbols(), declared);
 }
 
-TEST(Interface, PlayDataAreNotSupported) {
-    char *text = nullptr;
-    EXPECT_EQ(mrb_prepare_play_data_v2(1, &text), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_rating_info_v2(1, &text), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_storage_id_v2("/media/usb", &text), NOT_SUPPORTED);
-    EXPECT_EQ(text, nullptr);
-}
-
 TEST(Interface, ItemFieldsAreNotSupported) {
     long long large = 0;
     double real = 0;

@@ -1,0 +1,52 @@
+// What a player asks of the item under the cursor.
+
+#include "api/with_list.h"
+#include "list/description.h"
+#include "mrb/agent.h"
+
+using mrb::ListEntry;
+using mrb::Opening;
+
+namespace {
+
+bool isPlayed(const ListEntry &entry) {
+    switch (entry.facts.type) {
+    case MRB_ITEM_TYPE_FOLDER:
+    case MRB_ITEM_TYPE_UPFOLDER:
+    case MRB_ITEM_TYPE_GROUP:
+    case MRB_ITEM_TYPE_EMPTY:
+        return false;
+    default:
+        return true;
+    }
+}
+
+// Hands over what `describe` says of the item under the cursor.
+template <typename Describe>
+int describeCurrent(mrb_agent_handler_h agent, char **text, Describe &&describe) {
+    if (text == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::withList(agent, [&](const Opening &opening) {
+        const std::optional<ListEntry> entry = opening.current();
+        if (!entry) {
+            return static_cast<int>(MRB_ERR_NOT_FOUND);
+        }
+        if (!isPlayed(*entry)) {
+            return static_cast<int>(MRB_ERR_NOT_SUPPORTED);
+        }
+        return mrb::handOver(describe(*entry, opening.locate(*entry)), text);
+    });
+}
+
+} // namespace
+
+int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
+    return describeCurrent(agent, play_data, mrb::describePlayback);
+}
+
+int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
+    return describeCurrent(agent, rating, [](const ListEntry & /*entry*/, const mrb::ItemLocation &location) {
+        return mrb::describeRating(location);
+    });
+}

@@ -1,0 +1,21 @@
+// The id of a storage.
+
+#include "storage/storage_id.h"
+
+#include "api/entry.h"
+#include "mrb/agent.h"
+
+int mrb_get_storage_id_v2(const char *mount_path, char **storage_id) {
+    if (mount_path == nullptr || storage_id == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        std::string id;
+        const mrb::Outcome outcome = mrb::readStorageId(mount_path, id);
+        if (outcome.code != MRB_ERR_NONE) {
+            MRB_LOG_WARNING("No storage id: %s", outcome.message.c_str());
+            return outcome.code;
+        }
+        return mrb::handOver(id, storage_id);
+    });
+}

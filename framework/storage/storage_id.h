@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "base/result.h"
+
+namespace mrb {
+
+// The id of the storage that holds the existing absolute `path`: the UUID of its
+// file system where the system knows one, else "TYPE:SOURCE:PLACE" of its mount,
+// as in "tmpfs:tmpfs:/run". Any thread.
+Outcome readStorageId(const std::string &path, std::string &id);
+
+// The folder in which the system keeps a link from each UUID to its device.
+inline constexpr const char *UUID_FOLDER = "/dev/disk/by-uuid";
+
+// The UUID under which `folder` has a link to `device`, or to anything that is the
+// same block device; empty when there is none.
+std::string uuidOfDevice(const std::string &device, const std::string &folder = UUID_FOLDER);
+
+} // namespace mrb
