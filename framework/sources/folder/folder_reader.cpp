@@ -108,7 +108,7 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, std:
     }
     if (kind == DT_DIR) {
         if (!isSystemFolder(name)) {
-            folders.push_back({name, {}, MRB_ITEM_TYPE_FOLDER, {}});
+            folders.push_back({name, {}, MRB_ITEM_TYPE_FOLDER, {}, false});
         }
         return 0;
     }
@@ -116,15 +116,35 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, std:
     if (type == nullptr || !sink_.wants(type->itemType)) {
         return 0;
     }
-    if (!haveStatus) {
-        const int error = readStatus(folder, name, 0, status);
+    FolderEntry file{name, {}, type->itemType, {}, false};
+    if (haveStatus) {
+        file.facts = factsOf(status);
+        file.complete = true;
+    } else if (kind == DT_LNK) {
+        // Only now is it known whether the link leads to a file.
+        const int error = complete(folder, file);
         if (error != 0) {
             return isGone(error) ? 0 : error;
         }
     }
-    if (S_ISREG(status.stx_mode)) {
-        files.push_back({name, {}, type->itemType, factsOf(status)});
+    files.push_back(std::move(file));
+    return 0;
+}
+
+int FolderReader::complete(int folder, FolderEntry &file) {
+    if (file.complete) {
+        return 0;
     }
+    struct statx status {};
+    const int error = readStatus(folder, file.name.c_str(), 0, status);
+    if (error != 0) {
+        return isGone(error) ? ENOENT : error;
+    }
+    if (!S_ISREG(status.stx_mode)) {
+        return ENOENT;
+    }
+    file.facts = factsOf(status);
+    file.complete = true;
     return 0;
 }
 

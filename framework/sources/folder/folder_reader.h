@@ -21,7 +21,8 @@ struct FolderEntry {
     std::string name; // exact bytes
     std::string key;  // its place among its neighbours
     std::uint8_t type = 0;
-    FileFacts facts; // of files only; a folder's are asked for when it is opened
+    FileFacts facts; // of files, once they are completed; a folder's are asked for when it is opened
+    bool complete = false;
 };
 
 // Folders in which other systems keep deleted files and indexes. Nobody means those.
@@ -45,6 +46,12 @@ class FolderReader {
     // meanwhile. Returns 0, ECANCELED when the sink stopped, or the system's
     // error number; what was collected before stays.
     int read(int folder, std::vector<FolderEntry> &files, std::vector<FolderEntry> &folders);
+
+    // Makes the facts of a file found in the open folder `folder` complete. Apart
+    // from `read`, so that a large folder's first files can be shown before the
+    // facts of its last are known. Returns 0, ENOENT when there is no such file
+    // any more, or the system's error number.
+    static int complete(int folder, FolderEntry &file);
 
   private:
     int examine(int folder, const char *name, unsigned char kind, std::vector<FolderEntry> &files,

@@ -70,15 +70,16 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
     std::vector<FolderEntry> files;
     std::vector<FolderEntry> folders;
     sink_.follow(number, folder->number());
-    const int error = reader_.read(folder->number(), files, folders);
-    sort(files);
-    if (addFiles(files, number) == Step::END) {
-        return Step::END;
+    int error = reader_.read(folder->number(), files, folders);
+    if (!sort(files) || !addFiles(*folder, files, number, error)) {
+        return end({MRB_ERR_CANCELLED, {}});
     }
     if (error != 0 && failed(error, level, name) == Step::END) {
         return Step::END;
     }
-    sort(folders);
+    if (!sort(folders)) {
+        return end({MRB_ERR_CANCELLED, {}});
+    }
     for (auto next = folders.rbegin(); next != folders.rend(); ++next) {
         pending_.push_back({folder, std::move(next->name), number, level + 1});
     }
@@ -99,20 +100,29 @@ FolderScan::Step FolderScan::failed(int error, int level, const std::string &nam
     return Step::GO_ON;
 }
 
-FolderScan::Step FolderScan::addFiles(const std::vector<FolderEntry> &files, std::int32_t folder) {
+bool FolderScan::addFiles(const Descriptor &folder, std::vector<FolderEntry> &files, std::int32_t number,
+                          int &failure) {
     std::vector<SourceItem> run;
     run.reserve(std::min(files.size(), RUN_LENGTH));
-    for (const FolderEntry &file : files) {
-        run.push_back(
-            {file.name, {}, folder, file.type, file.facts.size, file.facts.modified, file.facts.created});
-        if (run.size() == RUN_LENGTH || &file == &files.back()) {
+    for (FolderEntry &file : files) {
+        if (sink_.stopped()) {
+            return false;
+        }
+        const int error = FolderReader::complete(folder.number(), file);
+        if (error == 0) {
+            run.push_back(
+                {file.name, {}, number, file.type, file.facts.size, file.facts.modified, file.facts.created});
+        } else if (error != ENOENT && failure == 0) {
+            failure = error;
+        }
+        if (run.size() == RUN_LENGTH) {
             if (!sink_.add(run)) {
-                return end({MRB_ERR_CANCELLED, {}});
+                return false;
             }
             run.clear();
         }
     }
-    return Step::GO_ON;
+    return run.empty() || sink_.add(run);
 }
 
 FolderScan::Step FolderScan::end(Outcome outcome) {
@@ -120,11 +130,27 @@ FolderScan::Step FolderScan::end(Outcome outcome) {
     return Step::END;
 }
 
-void FolderScan::sort(std::vector<FolderEntry> &entries) {
+bool FolderScan::sort(std::vector<FolderEntry> &entries) {
     for (FolderEntry &entry : entries) {
+        if (sink_.stopped()) {
+            return false;
+        }
         entry.key = order_.key(entry.name);
     }
-    std::ranges::sort(entries, {}, &FolderEntry::key);
+    // A standard sort cannot be left but by an exception, and a large one takes
+    // longer than a cancel may.
+    struct Stopped {};
+    try {
+        std::ranges::sort(entries, [this](const FolderEntry &left, const FolderEntry &right) {
+            if (sink_.stopped()) {
+                throw Stopped();
+            }
+            return left.key < right.key;
+        });
+    } catch (const Stopped &) {
+        return false;
+    }
+    return true;
 }
 
 } // namespace mrb

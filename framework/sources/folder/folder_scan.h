@@ -45,9 +45,12 @@ class FolderScan {
     Step readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level,
                       const std::string &name);
     Step failed(int error, int level, const std::string &name);
-    Step addFiles(const std::vector<FolderEntry> &files, std::int32_t folder);
+    // These two: false when the sink stopped or is full. A failure of a file is put
+    // into `failure` unless there was one.
+    [[nodiscard]] bool addFiles(const Descriptor &folder, std::vector<FolderEntry> &files,
+                                std::int32_t number, int &failure);
+    [[nodiscard]] bool sort(std::vector<FolderEntry> &entries);
     Step end(Outcome outcome);
-    void sort(std::vector<FolderEntry> &entries);
 
     ItemSink &sink_;
     const std::string &path_;

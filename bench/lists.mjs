@@ -1,0 +1,193 @@
+// Opening the lists of real folders against what `find` takes to ask for the same
+// files, and what that costs the program meanwhile. Run in quill on the framework
+// for Linux; nobody listens to the log.
+import { spawnSync } from 'node:child_process';
+import { closeSync, mkdirSync, mkdtempSync, openSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { monitorEventLoopDelay } from 'node:perf_hooks';
+import { fileURLToPath } from 'node:url';
+
+import { compare, median, report } from './measure.mjs';
+
+const SIZES = [1_000, 10_000, 100_000];
+const READY = 0;
+const GROWN = 25;
+const MEMORY = '--memory-of';
+const bridge = new MRBBridge();
+const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const count = (agent) => ask('mrb_get_item_count_v2', { param_agent: agent }).return_data;
+const close = (agent) => ask('mrb_disconnect_v2', { param_agent: agent });
+
+/** Makes `folders` folders, one in another in groups of ten, and `files` pictures in them. */
+function make(root, files, folders) {
+  const places = [root];
+  for (let number = 1; number <= folders; number += 1) {
+    places.push(path.join(places[Math.floor((number - 1) / 10)], `folder ${number}`));
+    mkdirSync(places.at(-1), { recursive: true });
+  }
+  for (let number = 0; number < files; number += 1) {
+    // Names such as cameras give, in an order that is not the sorted one.
+    const name = `DSC_${String((number * 7919) % files).padStart(6, '0')}.jpg`;
+    // As a picture begins: other programs look into files for their type.
+    writeFileSync(path.join(places[number % places.length], name), Buffer.from([0xff, 0xd8, 0xff, 0xe0]));
+  }
+}
+
+/** Opens a list and calls `hear` with its events. */
+function open(where, hear) {
+  const answer = JSON.parse(bridge.mrb_request_list_v2((text) => hear(JSON.parse(text)),
+    JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where })));
+  if (answer.return_ecode !== 0) throw new Error(`${where}: ${answer.return_ecode}`);
+  return answer.return_data;
+}
+
+/** Opens a list; resolves to its handle once an event with one of the numbers came. */
+const opened = (where, ...numbers) => new Promise((resolve) => {
+  const agent = open(where, ({ param_event }) => {
+    if ([READY, ...numbers].includes(param_event)) resolve(agent);
+  });
+});
+
+async function openingTime(where) {
+  const began = performance.now();
+  const agent = await opened(where);
+  const took = performance.now() - began;
+  close(agent);
+  return took;
+}
+
+function findTime(where) {
+  const sink = openSync('/dev/null', 'w');
+  const began = performance.now();
+  const { status } = spawnSync('find', [where, '-printf', '%p %s %T@\\n'], { stdio: ['ignore', sink, 'inherit'] });
+  const took = performance.now() - began;
+  closeSync(sink);
+  if (status !== 0) throw new Error('find failed');
+  return took;
+}
+
+/** Grilo's file-system source, which finds the same files and tells the same of them. */
+function grilo(...args) {
+  const { status, stdout } = spawnSync('gjs', [path.join(path.dirname(fileURLToPath(import.meta.url)), 'grilo_list.js'),
+    ...args], { encoding: 'utf8' });
+  return status === 0 ? stdout.trim().split(' ').map(Number) : null;
+}
+
+/** Without the time that gjs and Grilo need to start. */
+function griloTime(where, files) {
+  const [found, took] = grilo(where);
+  if (found < files) throw new Error(`Grilo found ${found} files of ${files}`);
+  return took;
+}
+
+/** How long until twenty items can be read, asked every millisecond. */
+async function firstPageTime(where) {
+  const began = performance.now();
+  const agent = open(where, () => {});
+  while (count(agent) < 20) await new Promise((resolve) => setTimeout(resolve, 1));
+  ask('mrb_get_item_v2', { param_agent: agent, param_index: 19 });
+  const took = performance.now() - began;
+  close(agent);
+  return took;
+}
+
+/** The longest time in which the main loop did nothing while a list was opened, in milliseconds. */
+async function longestStall(where) {
+  const delay = monitorEventLoopDelay({ resolution: 1 });
+  delay.enable();
+  const agent = await opened(where);
+  await new Promise((resolve) => setTimeout(resolve, 5));
+  delay.disable();
+  close(agent);
+  // A timer of a millisecond is never early: what it is late beyond that is the stall.
+  return Math.max(delay.max / 1e6 - 1, 0);
+}
+
+/** What the call takes at a random moment of an opening, in milliseconds. */
+async function latency(where, whole, work) {
+  const agent = open(where, () => {});
+  await new Promise((resolve) => setTimeout(resolve, Math.random() * whole));
+  const began = performance.now();
+  await work(agent);
+  return performance.now() - began;
+}
+
+/** From the cancel to the event that it is over. */
+async function cancelTime(where, whole) {
+  let over;
+  const isOver = new Promise((resolve) => { over = resolve; });
+  const agent = open(where, ({ param_event }) => { if (param_event !== GROWN) over(); });
+  await new Promise((resolve) => setTimeout(resolve, Math.random() * whole));
+  const began = performance.now();
+  ask('mrb_cancel_request_list_v2', { param_agent: agent });
+  await isOver;
+  const took = performance.now() - began;
+  close(agent);
+  return took;
+}
+
+/** How many bytes of memory an item takes: ten lists in a program of their own. */
+function bytesPerItem(where) {
+  const { stdout, stderr } = spawnSync(path.join(process.env.QUILL_BUILD, 'bin', 'quill'),
+    [fileURLToPath(import.meta.url), MEMORY, where], { encoding: 'utf8' });
+  if (!(Number(stdout) > 0)) throw new Error(`no figure for memory: ${stderr}`);
+  return Number(stdout);
+}
+
+async function printBytesPerItem(where) {
+  const resident = () => Number(readFileSync('/proc/self/smaps_rollup', 'utf8').match(/^Pss_Anon:\s+(\d+)/m)[1]) * 1024;
+  // What the first opening needs once is no item's.
+  await opened('/proc/self/fd');
+  const before = resident();
+  let items = 0;
+  for (let list = 0; list < 10; list += 1) items += count(await opened(where));
+  console.log((resident() - before) / items);
+}
+
+const times = async (turns, work) => {
+  const values = [];
+  for (let turn = 0; turn < turns; turn += 1) values.push(await work());
+  return values;
+};
+const line = (name, unit, values) => console.log(
+  `${name.padEnd(46)} ${median(values).toPrecision(3).padStart(8)} ${unit}  at most ${Math.max(...values).toPrecision(3)} ${unit}`);
+
+if (process.argv[2] === MEMORY) {
+  await printBytesPerItem(process.argv[3]);
+  process.exit();
+}
+
+const griloIsThere = grilo(path.dirname(fileURLToPath(import.meta.url))) !== null;
+if (!griloIsThere) {
+  console.log('Not compared with Grilo: that takes the packages gjs, gir1.2-grilo-0.3 and grilo-plugins-0.3.');
+}
+const home = mkdtempSync(path.join(os.tmpdir(), 'lists-'));
+try {
+  for (const [shape, foldersFor] of [['one folder', () => 0], ['a tree', (files) => Math.floor(files / 20)]]) {
+    for (const files of SIZES) {
+      const where = path.join(home, `${shape} ${files}`);
+      mkdirSync(where);
+      make(where, files, foldersFor(files));
+      const turns = files === 100_000 ? 7 : 15;
+      const name = `${files.toLocaleString('en')} files in ${shape}`;
+      const figures = await compare(() => openingTime(where), () => findTime(where), turns);
+      report(`open ${name}`, 'ms', figures);
+      if (griloIsThere) {
+        report(`  the same, floor: gjs with Grilo`, 'ms',
+          await compare(() => openingTime(where), () => griloTime(where, files), files === 100_000 ? 1 : 5));
+      }
+      if (files === 100_000) {
+        line(`  the first page of ${shape}`, 'ms', await times(turns, () => firstPageTime(where)));
+        line('  longest stall of the main loop', 'ms', await times(turns, () => longestStall(where)));
+        line('  cancel at a random moment', 'ms', await times(40, () => cancelTime(where, figures.subject)));
+        line('  disconnect at a random moment', 'ms', await times(40, () => latency(where, figures.subject, close)));
+        line('  memory per item', 'bytes', [bytesPerItem(where)]);
+      }
+      rmSync(where, { recursive: true });
+    }
+  }
+} finally {
+  rmSync(home, { recursive: true });
+}
+process.exit();
