@@ -72,8 +72,10 @@ FillResult Opening::fill() {
 }
 
 void Opening::close() {
-    stop();
+    // In this order: a worker that stops at once would have its cancelled event
+    // delivered before the withdrawal.
     events_.withdraw(*this);
+    stop();
 }
 
 std::optional<std::string> Opening::describe(std::int32_t index) const {
