@@ -92,12 +92,14 @@ void Opening::sort(Outcome &outcome) {
 }
 
 void Opening::close() {
-    stop();
     closed_ = true;
     if (watcher_ != nullptr) {
         watcher_->forget(*this);
     }
+    // In this order: a worker that stops at once would have its cancelled event
+    // delivered before the withdrawal.
     events_.withdraw(*this);
+    stop();
 }
 
 std::optional<std::string> Opening::describe(std::int32_t index) const {
