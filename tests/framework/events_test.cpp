@@ -69,7 +69,9 @@ TEST(Events, CancelEndsTheScanAndItsItemsStayReadable) {
         last = client.waitForEnd();
         const int count = client.count();
         EXPECT_EQ(last.data["item_count"], count);
-        EXPECT_EQ(count == 20'200, last.event == MRB_EVENT_LIST_READY);
+        if (last.event == MRB_EVENT_LIST_READY) {
+            EXPECT_EQ(count, 20'200); // a cancel may also come when the last item is there
+        }
         if (count > 0) {
             EXPECT_FALSE(client.item(count - 1)["name"].asString().empty());
         }
