@@ -132,9 +132,13 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
         static_cast<void>(watch.read(Everything()));
     }
     folder.file("sub/a.jpg");
-    EXPECT_EQ(watch.read(Everything()), mrb::Change::NONE);
+    while (isReadable(watch.number())) {
+        EXPECT_EQ(watch.read(Everything()), mrb::Change::NONE);
+    }
     folder.file("b.jpg");
-    EXPECT_EQ(watch.read(Everything()), mrb::Change::CHANGED);
+    // The kernel may still be telling of the watches that were given up.
+    EXPECT_TRUE(comes(
+        [&] { return isReadable(watch.number()) && watch.read(Everything()) == mrb::Change::CHANGED; }));
 }
 
 TEST(Follow, AnOverflowOfTheQueueIsAChange) {
