@@ -54,9 +54,10 @@ AgentOperation AgentOperationOf(int func) {
                : agent_operations[static_cast<size_t>(func)];
 }
 
-/// All providers that live. Main thread only.
+/// All providers that live. Never destroyed: a program may end with objects in use.
+/// Main thread only.
 std::vector<CMRBAdapterProvider *> &LiveProviders() {
-    static std::vector<CMRBAdapterProvider *> providers;
+    static auto &providers = *new std::vector<CMRBAdapterProvider *>;
     return providers;
 }
 

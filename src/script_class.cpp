@@ -7,8 +7,8 @@
 namespace MRBBridge {
 namespace {
 
-/// Every bridge that loadBridges made. The bridges live to the end of the process.
-std::vector<Bridge::ScriptBridge *> bridge_list;
+/// Every bridge that loadBridges made. The bridges, and it, are never destroyed.
+auto &bridge_list = *new std::vector<Bridge::ScriptBridge *>;
 
 // The three ways in which a handler calls the provider, by the table's last column.
 Bridge::ScriptObject callPlain(CMRBAdapterProvider *provider, int func,

@@ -21,7 +21,7 @@ Framework &Framework::instance() {
     struct AtExit {
         ~AtExit() { framework.shutDown(); }
     };
-    static const AtExit atExit;
+    static const AtExit atExit; // NOLINT(clang-diagnostic-exit-time-destructors): that is its purpose
     return framework;
 }
 

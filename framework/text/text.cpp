@@ -59,7 +59,8 @@ Json::Value isoTime(std::int64_t seconds) {
 }
 
 std::string jsonText(const Json::Value &value) {
-    static const Json::StreamWriterBuilder builder = compactWriter();
+    // Never destroyed: the threads that need it may outlive the static objects.
+    static const auto &builder = *new Json::StreamWriterBuilder(compactWriter());
     return Json::writeString(builder, value);
 }
 

@@ -110,3 +110,22 @@ TEST_F(Exit, CallsAfterTheEndAreRefusedNotFatal) {
         },
         testing::ExitedWithCode(7), "");
 }
+
+TEST_F(Exit, EventsAreWholeToTheLast) {
+    EXPECT_EXIT(
+        {
+            // The framework is there, and nothing yet that it makes when it is first
+            // needed: all of that would be destroyed before `late` is.
+            mrb_disconnect_v2(1);
+            static const struct Late {
+                std::string path;
+                ~Late() {
+                    support::Client client;
+                    std::_Exit(client.list(path).data["item_count"].isInt() ? 7 : 1);
+                }
+            } late{path};
+            forgotten().list(path);
+            std::exit(1);
+        },
+        testing::ExitedWithCode(7), "");
+}

@@ -48,12 +48,13 @@ function compilerFile(name) {
  * Programs without the sanitizer of their own, node first, that load libraries
  * with it: the runtime has to be the first library of the process, and the C++
  * library must be there when it looks for __cxa_throw. V8 keeps what it leaks.
+ * Node.js must not replace the handlers of faults, or they would end it silently.
  */
 export function nodeEnvironment(preset) {
     if (preset !== 'asan') return {};
     return {
         ...SANITIZER_OPTIONS,
-        ASAN_OPTIONS: 'detect_leaks=0:halt_on_error=1',
+        ASAN_OPTIONS: 'detect_leaks=0:halt_on_error=1:handle_segv=2:handle_sigbus=2',
         LD_PRELOAD: `${compilerFile('libasan.so')} ${compilerFile('libstdc++.so')}`,
     };
 }

@@ -47,8 +47,7 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 
 /** Runs a script's body with the prelude; what it gave to finish(). */
 export async function run(body, ...args) {
-  const { status, stdout, stderr } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args]);
-  assert.equal(stderr, '');
-  assert.equal(status, 0);
+  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args]);
+  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
   return JSON.parse(stdout);
 }
