@@ -12,8 +12,12 @@ export const byName = (a, b) => natural.compare(a, b) || Buffer.compare(Buffer.f
 
 export const TYPE = { folder: 1, image: 2, video: 3, music: 5, playlist: 7, group: 9, upfolder: 13, empty: 14 };
 const TYPE_NAMES = Object.fromEntries(Object.entries(TYPE).map(([name, number]) => [number, name]));
-const EXTENSIONS = { jpg: TYPE.image, png: TYPE.image, mp4: TYPE.video, mp3: TYPE.music, flac: TYPE.music, m3u: TYPE.playlist };
-const CONTENT = { IMAGE: TYPE.image, VIDEO: TYPE.video, MUSIC: TYPE.music, PLAYLIST: TYPE.playlist, FOLDER: TYPE.folder };
+const EXTENSIONS = {
+  jpg: TYPE.image, png: TYPE.image, mp4: TYPE.video, mp3: TYPE.music, flac: TYPE.music, m3u: TYPE.playlist,
+};
+const CONTENT = {
+  IMAGE: TYPE.image, VIDEO: TYPE.video, MUSIC: TYPE.music, PLAYLIST: TYPE.playlist, FOLDER: TYPE.folder,
+};
 
 const extensionOf = (name) => path.extname(name).slice(1).toLowerCase();
 const seconds = (file) => Math.floor(statSync(file).mtimeMs / 1000);

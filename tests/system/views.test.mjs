@@ -12,8 +12,11 @@ import { factsOf, maskOf, scan, TYPE, viewOf } from './model.mjs';
 const root = path.join(folder(), 'tree');
 makeTree(root, { seed: 2, count: 150 });
 const items = scan(root);
-const inside = items.find(({ type, path: at }) => type === TYPE.folder &&
-  items.filter((item) => item.folder === at).length > 3 && items.some((item) => item.type === TYPE.folder && item.folder === at)).path;
+/** A folder with files and folders in it. */
+const inside = items.map((item) => item.path).find((at) => {
+  const here = items.filter((item) => item.folder === at);
+  return here.length > 3 && here.some((item) => item.type === TYPE.folder);
+});
 
 /** The views to try: [what, the wishes of the list, the view]. */
 const cases = [];
@@ -106,7 +109,8 @@ before(async () => {
       const shown = entries(agent);
       const code = (method, index) => ask(method, { param_agent: agent, param_index: index }).return_ecode;
       answers.push({
-        shown: shown.map(({ type, name, path, group_index, item_count }) => ({ type, name, path, group_index, item_count })),
+        shown: shown.map(({ type, name, path, group_index, item_count }) =>
+          ({ type, name, path, group_index, item_count })),
         types: JSON.parse(must('mrb_get_item_count_v2', { param_agent: agent, get_item_count_for_each_type: true })),
         groups: must('mrb_get_group_count_v2', { param_agent: agent }),
         navigation: must('mrb_get_navigation_v2', { param_agent: agent }),
@@ -122,7 +126,9 @@ before(async () => {
 });
 
 /** The number of entries of each type, by its key in the counts. */
-const KEYS = { folder: 1, image: 2, video: 3, music: 5, record: 6, m3u: 7, group: 9, uhd: 10, scsa: 11, upfolder: 13, empty: 14 };
+const KEYS = {
+  folder: 1, image: 2, video: 3, music: 5, record: 6, m3u: 7, group: 9, uhd: 10, scsa: 11, upfolder: 13, empty: 14,
+};
 const countsOf = (entries) => ({ item_count_all: entries.length,
   ...Object.fromEntries(Object.entries(KEYS).map(([key, type]) =>
     [`item_count_${key}`, entries.filter((entry) => entry.type === type).length])) });
