@@ -48,7 +48,8 @@ class Browser {
     this.overlay = null; // lines shown instead of the list
     this.prompt = null; // a search being typed
     this.message = '';
-    this.place = []; // names of the folders entered
+    this.place = []; // the folders entered: {name, id, cursor}
+    this.back = null; // where a list that is opened anew leads: {place, item}
     this.cursor = 0;
     this.list = this.media.open(folder, this.wishes());
     this.begin();
@@ -72,19 +73,39 @@ class Browser {
     }
     this.list.onGrowth = () => this.draw();
     this.list.onChange = () => this.note('the folder has changed; R reads it again');
-    this.list.ready.then(({ unreadable = 0 }) =>
-      this.note(unreadable > 0 ? `${count(unreadable, 'folder')} could not be read` : ''),
-    (error) => this.note(error.message));
+    this.list.ready.then(({ unreadable = 0 }) => {
+      this.goBack();
+      this.note(unreadable > 0 ? `${count(unreadable, 'folder')} could not be read` : '');
+    }, (error) => this.note(error.message));
   }
 
   reopen() {
     try {
+      const back = this.back ?? { place: this.place, item: this.item()?.media_id };
       const list = this.media.open(this.folder, this.wishes());
       this.list.close();
       this.list = list;
+      this.back = back;
       this.begin();
     } catch (error) {
       this.note(error.message);
+    }
+  }
+
+  /** Into the folder and to the item that were shown before, as far as they are there. */
+  goBack() {
+    if (this.back === null || this.search !== '') {
+      return; // a search goes back at its end
+    }
+    const { place, item } = this.back;
+    this.back = null;
+    try {
+      for (const { name, id } of place) {
+        this.enterAt(this.list.pageOf(id), name, id);
+      }
+      this.cursor = this.list.pageOf(item);
+    } catch {
+      // It is not there any more, or not with these wishes.
     }
   }
 
@@ -98,7 +119,13 @@ class Browser {
   columns() { return Math.max(20, process.stdout.columns || 80); }
 
   move(to) {
+    this.stay();
     this.cursor = Math.max(0, Math.min(to, this.list.count() - 1));
+  }
+
+  /** Who moves about does not want to be taken back. */
+  stay() {
+    this.back = this.search === '' ? null : this.back;
   }
 
   /** The item under the cursor; null in an empty list. */
@@ -114,13 +141,18 @@ class Browser {
     if (item.type === ITEM_TYPES.UPFOLDER) {
       this.up();
     } else if (item.type === ITEM_TYPES.FOLDER && this.search === '') {
-      this.list.moveTo(this.cursor);
-      this.list.navigate(NAVIGATION.ENTER);
-      this.place.push({ name: item.name, cursor: this.cursor });
-      this.cursor = 0;
+      this.stay();
+      this.enterAt(this.cursor, item.name, item.media_id);
     } else {
       this.details();
     }
+  }
+
+  enterAt(cursor, name, id) {
+    this.list.moveTo(cursor);
+    this.list.navigate(NAVIGATION.ENTER);
+    this.place.push({ name, id, cursor });
+    this.cursor = 0;
   }
 
   up() {

@@ -1,7 +1,7 @@
 // The terminal browser, by keys and by what the screen shows.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
-import { mkdirSync, writeFileSync } from 'node:fs';
+import { cpSync, mkdirSync, readdirSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 
@@ -58,6 +58,15 @@ function screenTest(name, work, { where = () => library, ...shape } = {}) {
       terminal.close();
     }
   });
+}
+
+function manyPictures() {
+  const where = path.join(folder(), 'many');
+  mkdirSync(where);
+  for (let number = 0; number < 1000; number += 1) {
+    writeFileSync(path.join(where, `${number}.jpg`), '');
+  }
+  return where;
 }
 
 screenTest('it shows the folder, its sub-folders first, and where one is', async (terminal) => {
@@ -142,15 +151,132 @@ screenTest('a long folder is walked page by page', async (terminal) => {
   await terminal.shows(/ 46\/1000 {2}page 3\/46 /);
   terminal.keys('End');
   await terminal.shows(/ 1000\/1000 {2}page 46\/46 /);
+}, { where: manyPictures });
+
+screenTest('80 by 24: the folder above, the state below, and nothing beyond the edges', async (terminal) => {
+  const lines = await terminal.shows(/^ 1\/1000 /m);
+  assert.equal(lines.length, 25); // the last line ends too
+  assert.match(lines[0], /^ \/.*\/many$/);
+  assert.deepEqual(lines.slice(1, 23).map((line) => line.trim().split(' ')[0]),
+    Array.from({ length: 22 }, (_, number) => `${number}.jpg`));
+  assert.match(lines[23], /^ 1\/1000 {2}page 1\/46 {2}ALL {2}NAME {2}\?: help/);
+  assert.ok(lines.every((line) => line.length <= 80));
+}, { where: manyPictures });
+
+screenTest('Page Down, Page Up, Home and the ends of a list', async (terminal) => {
+  await terminal.shows(/^ 1\/1000 /m);
+  for (const [key, place] of [['NPage', '23/1000  page 2'], ['NPage', '45/1000  page 3'], ['PPage', '23/1000  page 2'],
+    ['Home', '1/1000  page 1'], ['Up', '1/1000  page 1'], ['Left', '1/1000  page 1'], ['End', '1000/1000  page 46'],
+    ['Down', '1000/1000  page 46'], ['NPage', '1000/1000  page 46'], ['Left', '978/1000  page 45']]) {
+    terminal.keys(key);
+    await terminal.shows(new RegExp(`^ ${place}/`, 'm'));
+  }
+}, { where: manyPictures });
+
+screenTest('the help names the keys until the next one', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('?');
+  const lines = await terminal.shows(/Home, End +the first or the last item/);
+  assert.match(lines.join('\n'), /q, Ctrl-C +leave/);
+  terminal.keys('q');
+  await terminal.shows(/^ Empty folder\//m);
+});
+
+screenTest('each sort order shows what it says, both ways', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('Down', 'Down', 'Enter');
+  await terminal.shows(/Holiday\n \.\.\n/);
+  const where = path.join(library, 'Holiday');
+  const files = readdirSync(where).filter((name) => statSync(path.join(where, name)).isFile());
+  const bySize = files.map((name) => [statSync(path.join(where, name)).size, name]).sort(([a], [b]) => a - b);
+  const named = (lines) => lines.map((line) => line.trim().split(/ {2,}/)[0]).filter((name) => files.includes(name));
+  terminal.keys('s', 's');
+  assert.deepEqual(named(await terminal.shows(/Holiday\n[^]*ALL {2}SIZE {2}\?: help *$/m)), bySize.map(([, name]) => name));
+  terminal.keys('r');
+  assert.deepEqual(named(await terminal.shows(/Holiday\n[^]*ALL {2}SIZE descending {2}\?: help *$/m)),
+    bySize.map(([, name]) => name).reverse());
+});
+
+screenTest('sorting, another kind of media and reading again keep the folder and the item', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('Down', 'Down', 'Enter', 'Down', 'Down');
+  await terminal.shows(/Holiday\n \.\.\n[^]*^ 3\/9 /m);
+  terminal.keys('r');
+  await terminal.shows(/Holiday\n \.\.\n[^]*^ [2-9]\/9 .*NAME descending {2}\?: help *$/m);
+  terminal.keys('d');
+  await terminal.shows(/name +IMG 1\.jpg/);
+  terminal.keys('x', 't', 'R');
+  await terminal.shows(/Holiday\n \.\.\n[^]*IMAGE {2}NAME descending {2}\?: help *$/m);
+  terminal.keys('d');
+  await terminal.shows(/name +IMG 1\.jpg/);
+  terminal.keys('x', 'u');
+  await terminal.shows(new RegExp(`^ ${library}$[^]*Holiday/`, 'm'));
+});
+
+screenTest('the end of a search is where it was begun', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('Down', 'Down', 'Enter', 'Down', 'Down', 'Down');
+  await terminal.shows(/Holiday\n \.\.\n[^]*^ 4\/9 /m);
+  terminal.keys('/', 'elegie', 'Enter');
+  await terminal.shows(/^ 1\/1 /m);
+  terminal.keys('s', 'Escape');
+  await terminal.shows(/Holiday\n \.\.\n/);
+  terminal.keys('d');
+  await terminal.shows(/name +IMG 2\.jpg/);
+});
+
+screenTest('a search without a find shows nothing, and no key disturbs it', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('/', 'nothing like it', 'Enter');
+  await terminal.shows(/^ nothing here$[^]*^ 0\/0 {2}page 1\/1 /m);
+  terminal.keys('Enter', 'd', 'Down', 'End', 'NPage', 'u', 'Home');
+  await terminal.shows(/^ nothing here$[^]*^ 0\/0 {2}page 1\/1 /m);
+  terminal.keys('/', 'x', 'Escape');
+  await terminal.shows(/^ nothing here$[^]*^ 0\/0 {2}page 1\/1 /m);
+  terminal.keys('Escape');
+  await terminal.shows(/^ 1\/11 /m);
+});
+
+screenTest('a terminal that grows shows more at once, also of the details', async (terminal) => {
+  await terminal.shows(/^ 1\/1000 {2}page 1\/125 /m);
+  terminal.tmux('resize-window', '-t', 'browser', '-x', 100, '-y', 52);
+  const lines = await terminal.shows(/^ 1\/1000 {2}page 1\/20 /m);
+  assert.match(lines[50], /^ 49\.jpg /);
+  terminal.keys('d');
+  await terminal.shows(/url +file:/);
+  terminal.tmux('resize-window', '-t', 'browser', '-x', 30, '-y', 4);
+  await terminal.shows(/^ 1\/1000 {2}page 1\/500 /m);
+  terminal.keys('x', 'Down', 'Down');
+  await terminal.shows(/^ 2\.jpg [^]*^ 3\/1000 {2}page 2\/500 /m);
+}, { where: manyPictures, columns: 60, rows: 10 });
+
+let changing;
+screenTest('a change is told, R shows it, and so is the end of the folder', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  writeFileSync(path.join(changing, 'zzz.jpg'), '');
+  await terminal.shows(/the folder has changed; R reads it again/);
+  terminal.keys('R');
+  await terminal.shows(/^ zzz\.jpg [^]*^ 1\/12 /m);
+  rmSync(changing, { recursive: true });
+  await terminal.shows(/the folder has changed; R reads it again/);
+  terminal.keys('End', 'R');
+  await terminal.shows(/^ 12\/12 .*it does not exist/m);
 }, {
   where: () => {
-    const where = path.join(folder(), 'many');
-    mkdirSync(where);
-    for (let number = 0; number < 1000; number += 1) {
-      writeFileSync(path.join(where, `${number}.jpg`), '');
-    }
-    return where;
+    changing = path.join(folder(), 'changing');
+    cpSync(library, changing, { recursive: true });
+    return changing;
   },
+  columns: 100,
+});
+
+screenTest('Ctrl-C leaves from a search and gives cursor and screen back', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  const state = () => terminal.tmux('display-message', '-p', '-t', 'browser', '#{alternate_on} #{cursor_flag}').trim();
+  assert.equal(state(), '1 0');
+  terminal.keys('/', 'a', 'C-c');
+  await terminal.shows(/^ended with 0$/m);
+  assert.equal(state(), '0 1');
 });
 
 for (const key of ['q', 'C-c']) {
