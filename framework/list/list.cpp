@@ -37,7 +37,7 @@ bool List::sort(const std::function<bool()> &stopped) {
         return true;
     }
     // Without the lock: only this thread ever changes the store.
-    std::optional<std::vector<std::int32_t>> items = sortItems(store_, order, stopped);
+    std::optional<PagedVector<std::int32_t>> items = sortItems(store_, order, stopped);
     if (!items) {
         return false;
     }
@@ -68,7 +68,7 @@ std::int32_t List::groupCount() const {
 
 std::optional<ListEntry> List::entry(std::int32_t index) const {
     const std::lock_guard guard(lock_);
-    const std::vector<ViewEntry> &entries = view_.entries();
+    const PagedVector<ViewEntry> &entries = view_.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return std::nullopt;
     }
@@ -77,13 +77,17 @@ std::optional<ListEntry> List::entry(std::int32_t index) const {
 
 std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
     const std::lock_guard guard(lock_);
-    const std::vector<ViewEntry> &entries = view_.entries();
-    const auto found = std::ranges::find_if(
-        entries, [&](ViewEntry entry) { return entry >= 0 && store_.isItem(entry, wanted); });
-    if (found == entries.end()) {
-        return std::nullopt;
+    const PagedVector<ViewEntry> &entries = view_.entries();
+    // First the item, then its place: in the order of the store both stand in memory,
+    // while a sorted view would jump about in it.
+    for (std::int32_t item = 0; item < store_.size(); ++item) {
+        if (store_.isItem(item, wanted)) {
+            if (const auto found = std::ranges::find(entries, item); found != entries.end()) {
+                return static_cast<std::int32_t>(found - entries.begin()) / view_.style().pageSize();
+            }
+        }
     }
-    return static_cast<std::int32_t>(found - entries.begin()) / view_.style().pageSize();
+    return std::nullopt;
 }
 
 std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) const {
@@ -104,7 +108,7 @@ std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) 
 
 bool List::moveTo(std::int32_t index) {
     const std::lock_guard guard(lock_);
-    const std::vector<ViewEntry> &entries = view_.entries();
+    const PagedVector<ViewEntry> &entries = view_.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return false;
     }
@@ -171,9 +175,9 @@ ListEntry List::describe(ViewEntry entry) const {
     } else if (isHeading(entry)) {
         described.group = groupOfHeading(entry);
         // The view may have changed since the cursor was put on a heading.
-        const std::vector<View::GroupFacts> &groups = view_.groups();
+        const PagedVector<Group> &groups = view_.groups();
         if (std::cmp_less(described.group, groups.size())) {
-            const View::GroupFacts &group = groups[static_cast<std::size_t>(described.group)];
+            const Group &group = groups[static_cast<std::size_t>(described.group)];
             described.groupItems = group.items;
             described.facts.name = groupName(store_, view_.style().grouping, group.key);
         }
@@ -188,7 +192,7 @@ std::optional<ViewEntry> List::underCursor() const {
     if (cursor_) {
         return cursor_;
     }
-    const std::vector<ViewEntry> &entries = view_.entries();
+    const PagedVector<ViewEntry> &entries = view_.entries();
     return entries.empty() ? std::nullopt : std::optional(entries.front());
 }
 
