@@ -15,7 +15,6 @@
 #include "support/own_process.h"
 
 using support::Client;
-using support::Event;
 using support::Folder;
 using support::Surroundings;
 
