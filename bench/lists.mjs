@@ -35,12 +35,17 @@ function make(root, files, folders) {
 }
 
 /** Opens a list and calls `hear` with its events. */
-function open(where, hear) {
+function open(where, hear, wishes = {}) {
   const answer = JSON.parse(bridge.mrb_request_list_v2((text) => hear(JSON.parse(text)),
-    JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where })));
+    JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where, ...wishes })));
   if (answer.return_ecode !== 0) throw new Error(`${where}: ${answer.return_ecode}`);
   return answer.return_data;
 }
+
+/** Opens a list with wishes; resolves to its handle when it is ready. */
+const wished = (where, wishes) => new Promise((resolve) => {
+  const agent = open(where, ({ param_event }) => { if (param_event === READY) resolve(agent); }, wishes);
+});
 
 /** Opens a list; resolves to its handle once an event with one of the numbers came. */
 const opened = (where, ...numbers) => new Promise((resolve) => {
@@ -127,6 +132,43 @@ async function cancelTime(where, whole) {
   return took;
 }
 
+/** The longest that one call took of those that a script reads and changes a view with, and which. */
+async function longestCall(where) {
+  let longest = [0, ''];
+  const timed = (name, call) => {
+    const began = performance.now();
+    const answer = call();
+    const took = performance.now() - began;
+    if (took > longest[0]) longest = [took, name];
+    return answer;
+  };
+  for (const wishes of [{}, ...['NAME', 'NAME DESC', 'DATE', 'SIZE', 'TYPE', 'FOLDER DESC'].map((category) => (
+    { param_sort_category: category })), { param_key_word: '99' }, { param_media_extension: 'jpg' }]) {
+    const agent = await wished(where, wishes);
+    const what = JSON.stringify(wishes);
+    timed(`count ${what}`, () => count(agent));
+    const last = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: count(agent) - 1 }).return_data);
+    for (const group of [0, 16, 32, 48, 64]) {
+      for (const order of [0, 1]) {
+        timed(`page style ${group}, order ${order}, ${what}`, () => ask('mrb_set_page_style_v2', { param_agent: agent,
+          param_page_style: 1 + group, param_page_order: order, param_group_index: -1, param_row: 4,
+          param_column: 5, param_need_padding: true }));
+        timed(`count of style ${group}, ${what}`, () => count(agent));
+        timed(`item of style ${group}, ${what}`, () => ask('mrb_get_item_v2', { param_agent: agent, param_index: 99 }));
+        timed(`page index of style ${group}, ${what}`, () => ask('mrb_get_page_index_v2', { param_agent: agent,
+          param_media_id: last.media_id }));
+      }
+    }
+    for (const navigation of [1, 0]) {
+      timed(`navigation ${navigation}, ${what}`, () => ask('mrb_set_navigation_v2', { param_agent: agent,
+        param_navigation: navigation }));
+      timed(`count in navigation ${navigation}, ${what}`, () => count(agent));
+    }
+    timed(`disconnect ${what}`, () => close(agent));
+  }
+  return longest;
+}
+
 /** How many bytes of memory an item takes: ten lists in a program of their own. */
 function bytesPerItem(where) {
   const { stdout, stderr } = spawnSync(path.join(process.env.QUILL_BUILD, 'bin', 'quill'),
@@ -180,8 +222,10 @@ try {
       if (files === 100_000) {
         line(`  the first page of ${shape}`, 'ms', await times(turns, () => firstPageTime(where)));
         line('  longest stall of the main loop', 'ms', await times(turns, () => longestStall(where)));
-        line('  cancel at a random moment', 'ms', await times(40, () => cancelTime(where, figures.subject)));
-        line('  disconnect at a random moment', 'ms', await times(40, () => latency(where, figures.subject, close)));
+        line('  cancel at a random moment', 'ms', await times(300, () => cancelTime(where, figures.subject)));
+        line('  disconnect at a random moment', 'ms', await times(300, () => latency(where, figures.subject, close)));
+        const [took, call] = await longestCall(where);
+        console.log(`${'  longest call of a view'.padEnd(46)} ${took.toPrecision(3).padStart(8)} ms  ${call}`);
         line('  memory per item', 'bytes', [bytesPerItem(where)]);
       }
       rmSync(where, { recursive: true });

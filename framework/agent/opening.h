@@ -64,6 +64,9 @@ class Opening final : public EventTarget,
     // How an entry can be reached; blanks and headings lie nowhere. Any thread.
     [[nodiscard]] ItemLocation locate(const ListEntry &entry) const;
 
+    // Whether an entry's file is still there; a code of mrb/result.h. Any thread.
+    [[nodiscard]] int reach(const ListEntry &entry) const;
+
     // The entry under the cursor; no value: the view is empty. Any thread.
     [[nodiscard]] std::optional<ListEntry> current() const { return list_.current(); }
 
@@ -105,6 +108,7 @@ class Opening final : public EventTarget,
     std::latch begin_{1};
     std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;
+    std::atomic<bool> removed_ = false; // the source is not there any more
     std::atomic<bool> growthQueued_ = false;
     std::atomic<std::int64_t> announced_ = UNKNOWN;
 

@@ -41,6 +41,14 @@ std::optional<ItemFacts> Opening::listed(std::int32_t folder, std::string_view n
 
 void Opening::sourceChanged() { events_.post(shared_from_this(), MRB_EVENT_LIST_CHANGED); }
 
-void Opening::sourceRemoved() { events_.post(shared_from_this(), MRB_EVENT_DEVICE_REMOVED); }
+void Opening::sourceRemoved() {
+    removed_ = true;
+    events_.post(shared_from_this(), MRB_EVENT_DEVICE_REMOVED);
+}
+
+int Opening::reach(const ListEntry &entry) const {
+    const Outcome outcome = removed_ ? Outcome{MRB_ERR_DEVICE_REMOVED, {}} : source_->reach(entry.facts);
+    return outcome.code;
+}
 
 } // namespace mrb

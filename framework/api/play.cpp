@@ -21,9 +21,10 @@ bool isPlayed(const ListEntry &entry) {
     }
 }
 
-// Hands over what `describe` says of the item under the cursor.
+// Hands over what `describe` says of the item under the cursor, if `check` lets it.
 template <typename Describe>
-int describeCurrent(mrb_agent_handler_h agent, char **text, Describe &&describe) {
+int describeCurrent(mrb_agent_handler_h agent, char **text, int (Opening::*check)(const ListEntry &) const,
+                    Describe &&describe) {
     if (text == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
@@ -35,6 +36,10 @@ int describeCurrent(mrb_agent_handler_h agent, char **text, Describe &&describe)
         if (!isPlayed(*entry)) {
             return static_cast<int>(MRB_ERR_NOT_SUPPORTED);
         }
+        const int code = check == nullptr ? MRB_ERR_NONE : (opening.*check)(*entry);
+        if (code != MRB_ERR_NONE) {
+            return code;
+        }
         return mrb::handOver(describe(*entry, opening.locate(*entry)), text);
     });
 }
@@ -42,11 +47,12 @@ int describeCurrent(mrb_agent_handler_h agent, char **text, Describe &&describe)
 } // namespace
 
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
-    return describeCurrent(agent, play_data, mrb::describePlayback);
+    return describeCurrent(agent, play_data, &Opening::reach, mrb::describePlayback);
 }
 
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
-    return describeCurrent(agent, rating, [](const ListEntry & /*entry*/, const mrb::ItemLocation &location) {
-        return mrb::describeRating(location);
-    });
+    return describeCurrent(agent, rating, nullptr,
+                           [](const ListEntry & /*entry*/, const mrb::ItemLocation &location) {
+                               return mrb::describeRating(location);
+                           });
 }

@@ -4,7 +4,8 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "media/media_types.h"
 #include "text/collation.h"
@@ -29,14 +30,20 @@ std::int64_t monthOf(std::int64_t seconds) {
     return std::int64_t{int{date.year()}} * MONTHS + unsigned{date.month()} - 1;
 }
 
-std::int64_t keyOf(const ItemStore &store, std::int32_t item, Grouping grouping) {
+constexpr std::int64_t MOST_MONTHS = std::int64_t{10'000} * MONTHS;
+
+// Every key of a grouping as a small number of its own, from 0.
+std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping) {
     switch (grouping) {
     case Grouping::TYPE:
         return store.type(item);
     case Grouping::FIRST_LETTER:
-        return firstLetter(store.name(item));
-    case Grouping::DATE:
-        return monthOf(store.modified(item));
+        return store.letter(item);
+    case Grouping::DATE: {
+        // From the newest, and without a date last.
+        const std::int64_t month = monthOf(store.modified(item));
+        return month == UNKNOWN ? MOST_MONTHS : MOST_MONTHS - 1 - month;
+    }
     case Grouping::FOLDER:
         return store.folder(item);
     case Grouping::NONE:
@@ -45,44 +52,76 @@ std::int64_t keyOf(const ItemStore &store, std::int32_t item, Grouping grouping)
     return 0;
 }
 
-void sortLetters(std::vector<Group> &groups) {
-    NaturalOrder order;
-    std::vector<std::pair<std::string, Group>> keyed;
-    keyed.reserve(groups.size());
-    for (Group &group : groups) {
-        const bool isLetter = group.key != NO_LETTER;
-        keyed.emplace_back(isLetter ? order.key(letterText(static_cast<char32_t>(group.key))) : "",
-                           std::move(group));
+std::int64_t keyAt(std::int64_t place, Grouping grouping) {
+    if (grouping != Grouping::DATE) {
+        return place;
     }
-    std::ranges::sort(keyed, {}, &std::pair<std::string, Group>::first);
-    std::ranges::transform(keyed, groups.begin(), [](auto &entry) { return std::move(entry.second); });
+    return place == MOST_MONTHS ? UNKNOWN : MOST_MONTHS - 1 - place;
+}
+
+std::size_t placesOf(const ItemStore &store, Grouping grouping) {
+    switch (grouping) {
+    case Grouping::TYPE:
+        return ITEM_TYPE_LIMIT;
+    case Grouping::FIRST_LETTER:
+        return LETTER_LIMIT;
+    case Grouping::DATE:
+        return std::size_t{MOST_MONTHS} + 1;
+    case Grouping::FOLDER:
+        return static_cast<std::size_t>(store.folders());
+    case Grouping::NONE:
+        break;
+    }
+    return 1;
+}
+
+void sortLetters(PagedVector<std::int64_t> &letters) {
+    NaturalOrder order;
+    std::vector<std::pair<std::string, std::int64_t>> keyed;
+    keyed.reserve(letters.size());
+    for (const std::int64_t letter : letters) {
+        keyed.emplace_back(letter != NO_LETTER ? order.key(letterText(static_cast<char32_t>(letter))) : "",
+                           letter);
+    }
+    std::ranges::sort(keyed);
+    std::ranges::transform(keyed, letters.begin(), &std::pair<std::string, std::int64_t>::second);
 }
 
 } // namespace
 
-std::vector<Group> divide(const ItemStore &store, const std::vector<std::int32_t> &items, Grouping grouping) {
-    std::vector<Group> groups;
-    std::unordered_map<std::int64_t, std::size_t> places;
-    std::size_t place = 0;
+Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping) {
+    // How many items stand at each place.
+    std::vector<std::int32_t> counts(placesOf(store, grouping));
+    PagedVector<std::int32_t> placeOfItem;
+    placeOfItem.reserve(items.size());
+    PagedVector<std::int64_t> places; // that are used
     for (const std::int32_t item : items) {
-        const std::int64_t key = keyOf(store, item, grouping);
-        // Neighbours are often of one group.
-        if (groups.empty() || groups[place].key != key) {
-            place = places.try_emplace(key, groups.size()).first->second;
-            if (place == groups.size()) {
-                groups.push_back({key});
-            }
+        const std::int64_t place = placeOf(store, item, grouping);
+        placeOfItem.push_back(static_cast<std::int32_t>(place));
+        if (counts[static_cast<std::size_t>(place)]++ == 0) {
+            places.push_back(place);
         }
-        groups[place].items.push_back(item);
     }
     if (grouping == Grouping::FIRST_LETTER) {
-        sortLetters(groups);
-    } else if (grouping == Grouping::DATE) {
-        std::ranges::sort(groups, std::greater(), &Group::key);
+        sortLetters(places);
     } else {
-        std::ranges::sort(groups, {}, &Group::key);
+        std::ranges::sort(places);
     }
-    return groups;
+    Groups divided;
+    divided.groups.reserve(places.size());
+    std::int32_t start = 0;
+    for (const std::int64_t place : places) {
+        const std::int32_t count = std::exchange(counts[static_cast<std::size_t>(place)], start);
+        divided.groups.push_back({keyAt(place, grouping), count});
+        start += count;
+    }
+    // Now each count is where its group's next item goes.
+    divided.items.resize(items.size());
+    for (std::size_t index = 0; index < items.size(); ++index) {
+        divided.items[static_cast<std::size_t>(counts[static_cast<std::size_t>(placeOfItem[index])]++)] =
+            items[index];
+    }
+    return divided;
 }
 
 std::string groupName(const ItemStore &store, Grouping grouping, std::int64_t key) {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
+#include "base/pages.h"
 #include "list/item_store.h"
 
 namespace mrb {
@@ -14,13 +14,20 @@ enum class Grouping : std::uint8_t { NONE, TYPE, FIRST_LETTER, DATE, FOLDER };
 // One group of a view.
 struct Group {
     std::int64_t key = 0; // what its items have in common
-    std::vector<std::int32_t> items = {};
+    std::int32_t items = 0;
+};
+
+// The groups, and the items of one after those of the other.
+struct Groups {
+    PagedVector<Group> groups = {};
+    PagedVector<std::int32_t> items = {};
 };
 
 // Divides `items` into groups, each of which keeps their order. Types come in the
 // order of their numbers, letters alphabetically with '#' first, months from the
-// newest, folders as the source has them; what has no date comes last.
-std::vector<Group> divide(const ItemStore &store, const std::vector<std::int32_t> &items, Grouping grouping);
+// newest, folders as the source has them; what has no date comes last. Takes two
+// looks at each item, since somebody waits for it.
+Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping);
 
 // What a heading says: "image", "A", "2026-11" (empty: no date), "Holidays/Sea"
 // (empty: the source itself).

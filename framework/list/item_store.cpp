@@ -1,7 +1,5 @@
 #include "list/item_store.h"
 
-#include <algorithm>
-
 #include "mrb/agent.h"
 
 namespace mrb {
@@ -9,29 +7,31 @@ namespace {
 
 constexpr std::int32_t NO_ITEM = -1;
 
+std::string_view cut(std::string_view text) { return text.substr(0, ItemStore::LONGEST_TEXT); }
+
 } // namespace
 
 ItemStore::ItemStore() { folders_.push_back({NO_FOLDER, 0, 0, false, NO_ITEM}); }
 
 std::int32_t ItemStore::addFolder(std::int32_t parent, std::string_view name) {
-    if (folders_.size() >= MOST_ITEMS || !hasRoom(name)) {
+    name = cut(name);
+    if (folders_.size() >= MOST_ITEMS || !hasRoom(name.size())) {
         return -1;
     }
-    const auto start = static_cast<std::uint32_t>(text_.size());
-    const std::uint16_t length = append(name);
-    folders_.push_back({parent, start, length, false, NO_ITEM});
-    return static_cast<std::int32_t>(folders_.size() - 1);
+    folders_.push_back(
+        {known(parent), text_.add(name), static_cast<std::uint16_t>(name.size()), false, NO_ITEM});
+    return folders() - 1;
 }
 
 bool ItemStore::add(const SourceItem &item, bool passes) {
-    if (items_.size() >= MOST_ITEMS || !hasRoom(item.name) || !hasRoom(item.id)) {
+    const std::string_view name = cut(item.name);
+    const std::string_view id = cut(item.id);
+    if (items_.size() >= MOST_ITEMS || !hasRoom(name.size() + id.size())) {
         return false;
     }
-    const auto start = static_cast<std::uint32_t>(text_.size());
-    const std::uint16_t nameLength = append(item.name);
-    const std::uint16_t idLength = append(item.id);
-    items_.push_back({item.size, item.modified, item.created, start, item.folder, nameLength, idLength,
-                      item.type, passes});
+    items_.push_back({item.size, item.modified, item.created, text_.add(name, id), known(item.folder),
+                      static_cast<std::uint16_t>(name.size()), static_cast<std::uint16_t>(id.size()),
+                      firstLetter(name) & LETTER_BITS, item.type, passes});
     if (item.opens > ROOT_FOLDER && item.opens < folders()) {
         folders_[static_cast<std::size_t>(item.opens)].item = size() - 1;
         if (passes) {
@@ -40,15 +40,20 @@ bool ItemStore::add(const SourceItem &item, bool passes) {
     }
     if (passes) {
         ++passed_;
-        markWorthEntering(item.folder);
+        markWorthEntering(known(item.folder));
     }
     return true;
+}
+
+// A source that names a folder which it never told means the folder itself.
+std::int32_t ItemStore::known(std::int32_t folder) const {
+    return folder > ROOT_FOLDER && folder < folders() ? folder : ROOT_FOLDER;
 }
 
 // Stops at the first folder that is marked, whose parents are too, so that each
 // folder is marked once however many items it holds.
 void ItemStore::markWorthEntering(std::int32_t folder) {
-    while (folder > ROOT_FOLDER && folder < folders()) {
+    while (folder > ROOT_FOLDER) {
         Folder &entry = folders_[static_cast<std::size_t>(folder)];
         if (entry.isWorthEntering) {
             return;
@@ -59,33 +64,40 @@ void ItemStore::markWorthEntering(std::int32_t folder) {
 }
 
 std::int32_t ItemStore::parent(std::int32_t folder) const {
-    // A folder's parent was there before it; whatever a source says, walks up end.
-    return std::min(folders_.at(static_cast<std::size_t>(folder)).parent, folder - 1);
+    return folders_[static_cast<std::size_t>(folder)].parent;
 }
 
 bool ItemStore::isWorthEntering(std::int32_t folder) const {
-    return folders_.at(static_cast<std::size_t>(folder)).isWorthEntering;
+    return folders_[static_cast<std::size_t>(folder)].isWorthEntering;
 }
 
 std::int32_t ItemStore::itemOfFolder(std::int32_t folder) const {
-    return folders_.at(static_cast<std::size_t>(folder)).item;
+    return folders_[static_cast<std::size_t>(folder)].item;
 }
 
 std::int32_t ItemStore::folderOfItem(std::int32_t number) const {
-    const auto found = std::ranges::find(folders_, number, &Folder::item);
-    return found == folders_.end() ? NO_FOLDER : static_cast<std::int32_t>(found - folders_.begin());
+    for (std::int32_t folder = 0; folder < folders(); ++folder) {
+        if (itemOfFolder(folder) == number) {
+            return folder;
+        }
+    }
+    return NO_FOLDER;
 }
 
 std::string_view ItemStore::name(std::int32_t number) const {
     const Item &item = at(number);
-    return std::string_view(text_).substr(item.text, item.nameLength);
+    return text_.at(item.text, item.nameLength);
+}
+
+std::string_view ItemStore::idOf(const Item &item) const {
+    return text_.at(item.text + item.nameLength, item.idLength);
 }
 
 ItemFacts ItemStore::facts(std::int32_t number) const {
     const Item &item = at(number);
     ItemFacts facts;
-    facts.name.assign(text_, item.text, item.nameLength);
-    facts.id.assign(text_, std::size_t{item.text} + item.nameLength, item.idLength);
+    facts.name = name(number);
+    facts.id = idOf(item);
     facts.folder = folderPath(item.folder);
     facts.type = item.type;
     facts.size = item.size;
@@ -95,8 +107,8 @@ ItemFacts ItemStore::facts(std::int32_t number) const {
 }
 
 bool ItemStore::is(std::int32_t index, std::int32_t folder, std::string_view name) const {
-    const Item &item = items_[static_cast<std::size_t>(index)];
-    return item.folder == folder && std::string_view(text_).substr(item.text, item.nameLength) == name;
+    const Item &item = at(index);
+    return item.folder == folder && item.nameLength == name.size() && this->name(index) == name;
 }
 
 ItemFacts ItemStore::folderFacts(std::int32_t folder) const {
@@ -114,16 +126,16 @@ ItemFacts ItemStore::folderFacts(std::int32_t folder) const {
 
 bool ItemStore::isItem(std::int32_t number, const ItemFacts &wanted) const {
     const Item &item = at(number);
-    const std::string_view text = text_;
     if (!wanted.id.empty()) {
-        return text.substr(std::size_t{item.text} + item.nameLength, item.idLength) == wanted.id;
+        return item.idLength == wanted.id.size() && idOf(item) == wanted.id;
     }
-    return text.substr(item.text, item.nameLength) == wanted.name && isFolder(item.folder, wanted.folder);
+    return item.nameLength == wanted.name.size() && name(number) == wanted.name &&
+           isFolder(item.folder, wanted.folder);
 }
 
 std::string_view ItemStore::nameOfFolder(std::int32_t folder) const {
-    const Folder &entry = folders_.at(static_cast<std::size_t>(folder));
-    return std::string_view(text_).substr(entry.text, entry.nameLength);
+    const Folder &entry = folders_[static_cast<std::size_t>(folder)];
+    return text_.at(entry.text, entry.nameLength);
 }
 
 // From the end, where most paths differ at once.
@@ -143,14 +155,6 @@ bool ItemStore::isFolder(std::int32_t folder, std::string_view path) const {
         }
     }
     return path.empty();
-}
-
-bool ItemStore::hasRoom(std::string_view text) const { return text_.size() + text.size() <= MOST_TEXT; }
-
-std::uint16_t ItemStore::append(std::string_view text) {
-    text = text.substr(0, LONGEST_TEXT);
-    text_.append(text);
-    return static_cast<std::uint16_t>(text.size());
 }
 
 std::string ItemStore::folderPath(std::int32_t folder) const {

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/chunks.h"
 #include "sources/source.h"
+#include "text/first_letter.h"
 
 namespace mrb {
 
@@ -20,6 +21,7 @@ class ItemStore {
     static constexpr std::int32_t MOST_ITEMS = 5'000'000;
     static constexpr std::size_t MOST_TEXT = 1UL << 28;     // bytes of all names
     static constexpr std::size_t LONGEST_TEXT = UINT16_MAX; // bytes of one name or id; the rest is cut off
+    static_assert(2 * LONGEST_TEXT <= ChunkedText::LONGEST, "an item's name and id stand together");
 
     ItemStore();
 
@@ -34,8 +36,8 @@ class ItemStore {
     // How many items passed the filters.
     [[nodiscard]] std::int32_t passed() const { return passed_; }
 
-    // Items have the numbers from 0 to size() - 1. Views live until the next addition.
-    // The same for a folder, from its number.
+    // Items have the numbers from 0 to size() - 1; folders have their own. What is
+    // returned as a view lives as long as the store.
     [[nodiscard]] std::int32_t folders() const { return static_cast<std::int32_t>(folders_.size()); }
     [[nodiscard]] std::int32_t parent(std::int32_t folder) const;
     [[nodiscard]] std::string
@@ -51,6 +53,8 @@ class ItemStore {
     // True: the item has the id of `wanted`; without one, its name and folder.
     [[nodiscard]] bool isItem(std::int32_t number, const ItemFacts &wanted) const;
     [[nodiscard]] std::string_view name(std::int32_t number) const;
+    // The letter under which an index lists the item's name.
+    [[nodiscard]] char32_t letter(std::int32_t number) const { return at(number).letter; }
     [[nodiscard]] std::uint8_t type(std::int32_t number) const { return at(number).type; }
     [[nodiscard]] std::int32_t folder(std::int32_t number) const { return at(number).folder; }
     [[nodiscard]] std::int64_t fileSize(std::int32_t number) const { return at(number).size; }
@@ -69,9 +73,13 @@ class ItemStore {
         std::int32_t folder;
         std::uint16_t nameLength;
         std::uint16_t idLength;
-        std::uint8_t type;
-        bool passes;
+        // Found out when the item comes, since a list is grouped while somebody waits.
+        std::uint32_t letter : 17;
+        std::uint32_t type : 8;
+        bool passes : 1;
     };
+    static constexpr std::uint32_t LETTER_BITS = (1U << 17U) - 1;
+    static_assert(LETTER_LIMIT == LETTER_BITS + 1);
     static_assert(sizeof(Item) <= 40, "a hundred thousand items stay below 4 MB");
 
     struct Folder {
@@ -84,16 +92,18 @@ class ItemStore {
 
     [[nodiscard]] std::string_view nameOfFolder(std::int32_t folder) const;
     [[nodiscard]] bool isFolder(std::int32_t folder, std::string_view path) const;
+    [[nodiscard]] std::int32_t known(std::int32_t folder) const;
     void markWorthEntering(std::int32_t folder);
     [[nodiscard]] const Item &at(std::int32_t number) const {
         return items_[static_cast<std::size_t>(number)];
     }
-    [[nodiscard]] bool hasRoom(std::string_view text) const;
-    std::uint16_t append(std::string_view text);
-    // A deque, because it grows without copying what is there.
-    std::deque<Item> items_;
-    std::vector<Folder> folders_;
-    std::string text_;
+    [[nodiscard]] std::string_view idOf(const Item &item) const;
+    [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MOST_TEXT; }
+
+    // In chunks: they grow without copying what is there, and go as a whole.
+    ChunkedArray<Item> items_;
+    ChunkedArray<Folder> folders_;
+    ChunkedText text_;
     std::int32_t passed_ = 0;
 };
 

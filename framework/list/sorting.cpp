@@ -1,12 +1,11 @@
 #include "list/sorting.h"
 
 #include <algorithm>
-#include <deque>
 #include <numeric>
-#include <string>
 
+#include "base/stoppable_sort.h"
 #include "mrb/agent.h"
-#include "text/collation.h"
+#include "text/name_keys.h"
 
 namespace mrb {
 namespace {
@@ -28,33 +27,9 @@ struct Direction {
 
 constexpr Direction DIRECTIONS[] = {{" DESC", true}, {"-", true}, {" ASC", false}};
 
-// How many comparisons pass between two questions whether to go on: a millisecond's worth.
-constexpr unsigned PATIENCE = 4096;
-
-// Thrown out of a sort that is not wanted any more, and caught in this file.
-struct Stopped {};
-
-// Texts that never move, side by side.
-class Arena {
-  public:
-    std::string_view keep(const std::string &text) {
-        if (blocks_.empty() || blocks_.back().capacity() - blocks_.back().size() < text.size()) {
-            blocks_.emplace_back().reserve(std::max(BLOCK, text.size()));
-        }
-        std::string &block = blocks_.back();
-        const std::size_t start = block.size();
-        block += text;
-        return std::string_view(block).substr(start);
-    }
-
-  private:
-    static constexpr std::size_t BLOCK = 1UL << 20;
-    std::deque<std::string> blocks_;
-};
-
 struct Ranked {
     std::int64_t value;
-    std::string_view name; // its collation key
+    std::uint64_t prefix; // of the name's key
     std::int32_t item;
     bool isFolder;
 };
@@ -76,13 +51,10 @@ std::int64_t valueOf(const ItemStore &store, std::int32_t item, SortKey key) {
 
 class Before {
   public:
-    Before(SortOrder order, const std::function<bool()> &stopped)
-        : byName_(order.key == SortKey::NAME), descending_(order.descending), stopped_(stopped) {}
+    Before(SortOrder order, const NameKeys &names)
+        : byName_(order.key == SortKey::NAME), descending_(order.descending), names_(names) {}
 
-    bool operator()(const Ranked &left, const Ranked &right) {
-        if (++comparisons_ % PATIENCE == 0 && stopped_()) {
-            throw Stopped();
-        }
+    bool operator()(const Ranked &left, const Ranked &right) const {
         if (left.isFolder != right.isFolder) {
             return left.isFolder;
         }
@@ -92,36 +64,22 @@ class Before {
             }
             return (left.value < right.value) != descending_;
         }
-        if (const int difference = left.name.compare(right.name); difference != 0) {
-            return (difference < 0) != (byName_ && descending_);
+        if (left.prefix != right.prefix) {
+            return (left.prefix < right.prefix) != (byName_ && descending_);
         }
-        return left.item < right.item;
+        const int difference =
+            names_.compare(static_cast<std::size_t>(left.item), static_cast<std::size_t>(right.item));
+        return difference != 0 ? (difference < 0) != (byName_ && descending_) : left.item < right.item;
     }
 
   private:
     const bool byName_;
     const bool descending_;
-    const std::function<bool()> &stopped_;
-    unsigned comparisons_ = 0;
+    const NameKeys &names_;
 };
 
-std::vector<Ranked> rank(const ItemStore &store, SortKey key, const std::function<bool()> &stopped,
-                         Arena &arena) {
-    NaturalOrder names;
-    std::vector<Ranked> ranked;
-    ranked.reserve(static_cast<std::size_t>(store.size()));
-    for (std::int32_t item = 0; item < store.size(); ++item) {
-        if (static_cast<unsigned>(item) % PATIENCE == 0 && stopped()) {
-            throw Stopped();
-        }
-        ranked.push_back({valueOf(store, item, key), arena.keep(names.key(store.name(item))), item,
-                          store.type(item) == MRB_ITEM_TYPE_FOLDER});
-    }
-    return ranked;
-}
-
-std::vector<std::int32_t> sourceOrder(std::int32_t size, bool descending) {
-    std::vector<std::int32_t> items(static_cast<std::size_t>(size));
+PagedVector<std::int32_t> sourceOrder(std::int32_t size, bool descending) {
+    PagedVector<std::int32_t> items(static_cast<std::size_t>(size));
     std::iota(items.begin(), items.end(), 0);
     if (descending) {
         std::ranges::reverse(items);
@@ -149,26 +107,33 @@ Outcome readSortCategory(std::string_view category, SortOrder &order) {
     return {MRB_ERR_NOT_SUPPORTED, "Sorting by \"" + std::string(category) + "\" is not supported."};
 }
 
-std::optional<std::vector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
+std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
                                                    const std::function<bool()> &stopped) {
     if (order.key == SortKey::SOURCE) {
         return sourceOrder(store.size(), order.descending);
     }
-    try {
-        Arena arena;
-        std::vector<Ranked> ranked = rank(store, order.key, stopped, arena);
-        // A reference: the algorithm copies the comparison about, and its count with it.
-        Before before(order, stopped);
-        std::sort(ranked.begin(), ranked.end(), std::ref(before));
-        std::vector<std::int32_t> items;
-        items.reserve(ranked.size());
-        for (const Ranked &entry : ranked) {
-            items.push_back(entry.item);
+    NameKeys names;
+    for (std::int32_t item = 0; item < store.size(); ++item) {
+        if (stopped()) {
+            return std::nullopt;
         }
-        return items;
-    } catch (const Stopped &) {
+        names.add(store.name(item));
+    }
+    PagedVector<Ranked> ranked;
+    ranked.reserve(names.size());
+    for (std::int32_t item = 0; item < store.size(); ++item) {
+        if (stopped()) {
+            return std::nullopt;
+        }
+        ranked.push_back({valueOf(store, item, order.key), names.prefix(static_cast<std::size_t>(item)), item,
+                          store.type(item) == MRB_ITEM_TYPE_FOLDER});
+    }
+    if (!sortUnlessStopped(ranked.begin(), ranked.end(), Before(order, names), stopped)) {
         return std::nullopt;
     }
+    PagedVector<std::int32_t> items(ranked.size());
+    std::ranges::transform(ranked, items.begin(), &Ranked::item);
+    return items;
 }
 
 } // namespace mrb

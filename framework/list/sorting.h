@@ -4,8 +4,8 @@
 #include <functional>
 #include <optional>
 #include <string_view>
-#include <vector>
 
+#include "base/pages.h"
 #include "base/result.h"
 #include "list/item_store.h"
 
@@ -24,8 +24,9 @@ Outcome readSortCategory(std::string_view category, SortOrder &order);
 
 // The numbers of all items of the store in the given order; folders first unless
 // it is the source's own, equals by name and then as the source has them. No value
-// when `stopped` became true, which is asked for often.
-std::optional<std::vector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
+// when `stopped` became true, which is asked for every name and at every bounded
+// number of comparisons.
+std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
                                                    const std::function<bool()> &stopped);
 
 } // namespace mrb

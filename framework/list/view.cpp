@@ -7,7 +7,7 @@
 
 namespace mrb {
 
-void View::setOrder(std::vector<std::int32_t> order) {
+void View::setOrder(PagedVector<std::int32_t> order) {
     order_ = std::move(order);
     stale_ = true;
 }
@@ -27,7 +27,7 @@ void View::showFolder(std::int32_t folder) {
     stale_ = true;
 }
 
-const std::vector<ViewEntry> &View::entries() {
+const PagedVector<ViewEntry> &View::entries() {
     update();
     return entries_;
 }
@@ -37,7 +37,7 @@ std::int32_t View::count(unsigned type) {
     return type < counts_.size() ? counts_.at(type) : 0;
 }
 
-const std::vector<View::GroupFacts> &View::groups() {
+const PagedVector<Group> &View::groups() {
     update();
     return groups_;
 }
@@ -73,7 +73,7 @@ void View::update() {
     if (folder_ && *folder_ != ROOT_FOLDER) {
         append(UPFOLDER_ENTRY);
     }
-    const std::vector<std::int32_t> items = folder_ ? itemsOfFolder(*folder_) : itemsOfTree();
+    const PagedVector<std::int32_t> items = folder_ ? itemsOfFolder(*folder_) : itemsOfTree();
     if (style_.grouping == Grouping::NONE) {
         std::ranges::for_each(items, [this](std::int32_t item) { append(item); });
     } else {
@@ -98,8 +98,8 @@ std::int32_t View::itemAt(std::int32_t place) const {
     return order_.empty() ? place : order_[static_cast<std::size_t>(place)];
 }
 
-std::vector<std::int32_t> View::itemsOfTree() const {
-    std::vector<std::int32_t> items;
+PagedVector<std::int32_t> View::itemsOfTree() const {
+    PagedVector<std::int32_t> items;
     items.reserve(static_cast<std::size_t>(store_.passed()));
     for (std::int32_t place = 0; place < store_.size(); ++place) {
         const std::int32_t item = itemAt(place);
@@ -110,9 +110,9 @@ std::vector<std::int32_t> View::itemsOfTree() const {
     return items;
 }
 
-std::vector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
-    std::vector<std::int32_t> folders;
-    std::vector<std::int32_t> files;
+PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
+    PagedVector<std::int32_t> folders;
+    PagedVector<std::int32_t> files;
     // Which folders are worth showing is known by their numbers, not their items.
     std::vector<bool> shown;
     for (std::int32_t number = 0; number < store_.folders(); ++number) {
@@ -137,17 +137,19 @@ std::vector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
     return folders;
 }
 
-void View::layOutGroups(const std::vector<std::int32_t> &items) {
-    std::vector<Group> groups = divide(store_, items, style_.grouping);
-    for (const Group &group : groups) {
-        const auto number = static_cast<std::int32_t>(groups_.size());
-        groups_.push_back({group.key, static_cast<std::int32_t>(group.items.size())});
+void View::layOutGroups(const PagedVector<std::int32_t> &items) {
+    Groups divided = divide(store_, items, style_.grouping);
+    groups_ = std::move(divided.groups);
+    auto next = divided.items.begin();
+    for (std::int32_t number = 0; std::cmp_less(number, groups_.size()); ++number) {
+        const auto end = next + groups_[static_cast<std::size_t>(number)].items;
         if (style_.groupIndex < 0) {
             append(FIRST_HEADING - number);
         }
         if (style_.groupIndex == MRB_GROUP_ALL || style_.groupIndex == number) {
-            std::ranges::for_each(group.items, [this](std::int32_t item) { append(item); });
+            std::for_each(next, end, [this](std::int32_t item) { append(item); });
         }
+        next = end;
     }
 }
 
@@ -155,7 +157,7 @@ void View::layOutGroups(const std::vector<std::int32_t> &items) {
 // last page's columns are as even as they can be, so that its free cells are at
 // its end either way.
 void View::layOutByColumns() {
-    const std::vector<ViewEntry> inOrder = entries_;
+    const PagedVector<ViewEntry> inOrder = entries_;
     const auto pageSize = static_cast<std::size_t>(style_.pageSize());
     const auto columns = static_cast<std::size_t>(style_.columns);
     for (std::size_t start = 0; start < inOrder.size(); start += pageSize) {

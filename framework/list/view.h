@@ -3,8 +3,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
+#include "base/pages.h"
+#include "list/grouping.h"
 #include "list/item_store.h"
 #include "list/page_style.h"
 #include "media/media_types.h"
@@ -26,15 +27,10 @@ constexpr std::int32_t groupOfHeading(ViewEntry entry) { return FIRST_HEADING - 
 // every call.
 class View {
   public:
-    struct GroupFacts {
-        std::int64_t key;
-        std::int32_t items;
-    };
-
     explicit View(const ItemStore &store) : store_(store) {}
 
     // The order of all items; without one, the source's.
-    void setOrder(std::vector<std::int32_t> order);
+    void setOrder(PagedVector<std::int32_t> order);
     void setStyle(const PageStyle &style);
     void showAll();
     void showFolder(std::int32_t folder);
@@ -43,32 +39,32 @@ class View {
     // The folder that is shown; no value: the whole tree.
     [[nodiscard]] std::optional<std::int32_t> folder() const { return folder_; }
 
-    [[nodiscard]] const std::vector<ViewEntry> &entries();
+    [[nodiscard]] const PagedVector<ViewEntry> &entries();
     [[nodiscard]] std::int32_t count(unsigned type);
     // Empty while the view is not grouped.
-    [[nodiscard]] const std::vector<GroupFacts> &groups();
+    [[nodiscard]] const PagedVector<Group> &groups();
     [[nodiscard]] unsigned typeOf(ViewEntry entry) const;
 
   private:
     void update();
     void append(ViewEntry entry);
     [[nodiscard]] std::int32_t itemAt(std::int32_t place) const;
-    [[nodiscard]] std::vector<std::int32_t> itemsOfTree() const;
-    [[nodiscard]] std::vector<std::int32_t> itemsOfFolder(std::int32_t folder) const;
-    void layOutGroups(const std::vector<std::int32_t> &items);
+    [[nodiscard]] PagedVector<std::int32_t> itemsOfTree() const;
+    [[nodiscard]] PagedVector<std::int32_t> itemsOfFolder(std::int32_t folder) const;
+    void layOutGroups(const PagedVector<std::int32_t> &items);
     void layOutByColumns();
     void pad();
 
     const ItemStore &store_;
-    std::vector<std::int32_t> order_; // empty: the source's
+    PagedVector<std::int32_t> order_; // empty: the source's
     PageStyle style_;
     std::optional<std::int32_t> folder_;
 
     std::int32_t seen_ = 0; // as many items of the store are worked into what follows
     bool stale_ = false;    // what follows is to be made anew
-    std::vector<ViewEntry> entries_;
+    PagedVector<ViewEntry> entries_;
     std::array<std::int32_t, ITEM_TYPE_LIMIT> counts_{};
-    std::vector<GroupFacts> groups_;
+    PagedVector<Group> groups_;
 };
 
 } // namespace mrb

@@ -109,7 +109,7 @@ struct ItemLocation {
 
 // Something that a list can be filled from: a folder, a server, a camera, a
 // playlist. Owned by one opening of a list. `fill` is called once, on a thread
-// that may wait for devices; `locate` and `identify` on any thread, also while
+// that may wait for devices; `locate`, `reach` and `identify` on any thread, also while
 // `fill` runs, so they may only use what never changes after construction.
 class Source {
   public:
@@ -120,6 +120,10 @@ class Source {
 
     // `item` may be the source itself, as a folder without a name.
     [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
+
+    // Whether the item is still there, as far as that can be said without waiting for
+    // another machine. MRB_ERR_NOT_FOUND: it is gone.
+    [[nodiscard]] virtual Outcome reach(const ItemFacts & /*item*/) const { return {}; }
 
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.

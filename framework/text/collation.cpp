@@ -2,6 +2,8 @@
 
 #include <unicode/ucol.h>
 
+#include <algorithm>
+
 #include "base/log.h"
 #include "text/unicode.h"
 
@@ -25,25 +27,42 @@ NaturalOrder::~NaturalOrder() = default;
 
 void NaturalOrder::Close::operator()(UCollator *collator) const { ucol_close(collator); }
 
-std::string NaturalOrder::key(std::string_view name) {
-    std::string key;
+std::string_view NaturalOrder::transientKey(std::string_view name) {
+    std::size_t length = 0;
     if (collator_) {
         readUtf16(name, utf16_);
         const auto units = static_cast<std::int32_t>(utf16_.size());
-        key.resize(name.size() * 4 + 16);
-        const auto capacity = static_cast<std::int32_t>(key.size());
-        // The size includes an ending zero, the only zero in the key: what
+        const auto make = [&] {
+            return static_cast<std::size_t>(ucol_getSortKey(collator_.get(), utf16_.data(), units,
+                                                            reinterpret_cast<std::uint8_t *>(key_.data()),
+                                                            static_cast<std::int32_t>(key_.size())));
+        };
+        // The length includes an ending zero, the only zero in the key: what
         // follows it counts only where two keys are equal.
-        std::int32_t size = ucol_getSortKey(collator_.get(), utf16_.data(), units,
-                                            reinterpret_cast<std::uint8_t *>(key.data()), capacity);
-        key.resize(static_cast<std::size_t>(size));
-        if (size > capacity) {
-            ucol_getSortKey(collator_.get(), utf16_.data(), units,
-                            reinterpret_cast<std::uint8_t *>(key.data()), size);
+        length = make();
+        if (length > key_.size()) {
+            key_.resize(length);
+            length = make();
         }
     }
-    key.append(name);
-    return key;
+    if (length + name.size() > key_.size()) {
+        key_.resize(length + name.size());
+    }
+    std::ranges::copy(name, key_.begin() + static_cast<std::ptrdiff_t>(length));
+    return std::string_view(key_).substr(0, length + name.size());
+}
+
+int NaturalOrder::compare(std::string_view left, std::string_view right) const {
+    if (collator_) {
+        UErrorCode status = U_ZERO_ERROR;
+        const UCollationResult result =
+            ucol_strcollUTF8(collator_.get(), left.data(), static_cast<std::int32_t>(left.size()),
+                             right.data(), static_cast<std::int32_t>(right.size()), &status);
+        if (U_SUCCESS(status) && result != UCOL_EQUAL) {
+            return result == UCOL_LESS ? -1 : 1;
+        }
+    }
+    return left.compare(right);
 }
 
 } // namespace mrb

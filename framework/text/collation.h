@@ -21,7 +21,14 @@ class NaturalOrder {
     // A key whose byte order is the order of the names. Different names have
     // different keys: where the collation sees no difference, the bytes decide.
     // `name` may hold any bytes.
-    std::string key(std::string_view name);
+    std::string key(std::string_view name) { return std::string(transientKey(name)); }
+
+    // The same; the view lives until the next call.
+    std::string_view transientKey(std::string_view name);
+
+    // Less than, equal to or greater than 0, as the keys of the two names compare;
+    // takes a fraction of the time that it takes to make them.
+    int compare(std::string_view left, std::string_view right) const;
 
   private:
     struct Close {
@@ -29,6 +36,7 @@ class NaturalOrder {
     };
     std::unique_ptr<UCollator, Close> collator_;
     std::u16string utf16_;
+    std::string key_; // never shrinks
 };
 
 } // namespace mrb

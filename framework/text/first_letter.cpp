@@ -87,6 +87,10 @@ char32_t firstLetter(std::string_view name) {
     if (u_isalpha(point) == 0) {
         return NO_LETTER;
     }
+    // Up there are nothing but more of them.
+    if (letter >= LETTER_LIMIT) {
+        return HAN;
+    }
     UErrorCode status = U_ZERO_ERROR;
     switch (uscript_getScript(point, &status)) {
     case USCRIPT_HAN:

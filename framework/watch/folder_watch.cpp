@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -83,14 +84,25 @@ void FolderWatch::follow(std::int32_t folder, int descriptor) {
 void FolderWatch::awaitRemoval() { watchRootOnly(ITSELF); }
 
 // A new instance, because each watch that is removed one by one puts an event into
-// the queue, and so many may overflow it.
+// the queue, and so many may overflow it. One is removed: where there were no more,
+// the new one takes its place.
 void FolderWatch::watchRootOnly(std::uint32_t mask) {
     rootOnly_ = true;
+    int expected = 0; // bytes in the old queue
+    for (const auto &[watch, folder] : folders_) {
+        if (watch != rootWatch_) {
+            inotify_rm_watch(number(), watch);
+            expected = sizeof(inotify_event);
+            break;
+        }
+    }
     Descriptor events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     const int watch = events ? inotify_add_watch(events.number(), root_.c_str(), mask) : -1;
     if (watch < 0) {
         return; // The instance that is there does too.
     }
+    int waiting = 0;
+    lost_ = ioctl(number(), FIONREAD, &waiting) != 0 || waiting > expected;
     events_ = std::move(events);
     rootWatch_ = watch;
     folders_ = {{watch, ROOT_FOLDER}};
@@ -99,7 +111,7 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
 Change FolderWatch::read(const Watched &list) {
     // As large as it takes to read a hundred events or more at once.
     alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
-    Change change = Change::NONE;
+    Change change = std::exchange(lost_, false) ? Change::CHANGED : Change::NONE;
     for (int reads = 0; reads < MOST_READS; ++reads) {
         const ssize_t size = ::read(number(), buffer.data(), buffer.size());
         if (size <= 0) {

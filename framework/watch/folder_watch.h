@@ -57,7 +57,8 @@ class FolderWatch {
     // The descriptor to poll; negative: the system gave none, nothing is watched.
     [[nodiscard]] int number() const { return events_.number(); }
 
-    // What the events that have arrived mean for `list`. Never waits for more.
+    // What the events that have arrived mean for `list`, lost ones included, which
+    // count as a change. Never waits for more.
     Change read(const Watched &list);
 
     // True as long as the root's path leads to the folder that was scanned.
@@ -83,6 +84,7 @@ class FolderWatch {
     std::int64_t began_ = 0;                        // nanoseconds since 1970, by the files' clock
     std::unordered_map<int, std::int32_t> folders_; // the list's numbers under inotify's
     bool rootOnly_ = false;
+    bool lost_ = false; // events, when the instance was exchanged
 };
 
 } // namespace mrb

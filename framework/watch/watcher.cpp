@@ -152,14 +152,19 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
         return;
     }
     const auto now = steady_clock::now();
-    Change change = readable ? entry.folders->read(*list) : Change::NONE;
+    const bool isNew = std::exchange(entry.isNew, false);
+    Change change = readable || isNew ? entry.folders->read(*list) : Change::NONE;
     if (change == Change::CHANGED && !entry.told) {
         entry.firstChange = entry.changed ? entry.firstChange : now;
         entry.lastChange = now;
         entry.changed = true;
     }
     const bool due = entry.changed && now >= entry.due();
-    if ((due || mountsChanged) && !entry.folders->rootIsThere()) {
+    if (due) {
+        // Before the check: from now on its end is told.
+        entry.folders->awaitRemoval();
+    }
+    if ((due || mountsChanged || isNew) && !entry.folders->rootIsThere()) {
         change = Change::REMOVED;
     }
     if (change == Change::REMOVED) {
@@ -168,7 +173,6 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
     } else if (due) {
         entry.changed = false;
         entry.told = true;
-        entry.folders->awaitRemoval();
         list->sourceChanged();
     }
 }

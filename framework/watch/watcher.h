@@ -46,6 +46,7 @@ class Watcher {
         bool forgotten = false; // guarded by lock_
         // The thread's alone:
         std::unique_ptr<FolderWatch> folders;
+        bool isNew = true;    // and may have missed a mount before it was here
         bool changed = false; // and not yet told
         bool told = false;
         Time firstChange{};

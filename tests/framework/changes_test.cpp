@@ -55,6 +55,7 @@ class Changes : public testing::Test {
         for (const char *name : {"a.jpg", "b.jpg", "sub/c.jpg", "sub/deeper/d.jpg", "notes.txt"}) {
             library.file(std::string("library/") + name, 5);
         }
+        support::instanceIsFree();
         client.list(path());
     }
     [[nodiscard]] std::string path(const std::string &name = "") const {

@@ -106,6 +106,7 @@ TEST(Follow, AHundredListsLeaveNoDescriptorAndNoThreadBehind) {
 TEST(Follow, MoreListsThanAreWatchedWorkAllTheSame) {
     const Folder folder;
     folder.file("a.jpg");
+    ASSERT_TRUE(support::instanceIsFree());
     std::list<Client> clients(80);
     for (Client &client : clients) {
         EXPECT_EQ(client.list(folder.path()).event, MRB_EVENT_LIST_READY);
@@ -118,7 +119,9 @@ TEST(Follow, MoreListsThanAreWatchedWorkAllTheSame) {
 TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
     const Folder folder;
     folder.folder("sub");
+    ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
+    ASSERT_GE(watch.number(), 0);
     follow(watch, mrb::ROOT_FOLDER, folder.path());
     follow(watch, 1, folder.path("sub"));
     for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MOST_FOLDERS);
@@ -127,7 +130,9 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
         folder.folder(name);
         follow(watch, number, folder.path(name));
     }
-    // The folders made for the purpose are changes too.
+    // The folders made for the purpose are changes too, also those told to the
+    // instance that was given up.
+    EXPECT_EQ(watch.read(Everything()), mrb::Change::CHANGED);
     while (isReadable(watch.number())) {
         static_cast<void>(watch.read(Everything()));
     }
@@ -144,7 +149,9 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
 TEST(Follow, AnOverflowOfTheQueueIsAChange) {
     const Folder folder;
     folder.file("a.txt");
+    ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
+    ASSERT_GE(watch.number(), 0);
     follow(watch, mrb::ROOT_FOLDER, folder.path());
     // Nothing of it is listed, so that only the overflow can be the change. Two names
     // in turn, since the kernel merges events that are alike.

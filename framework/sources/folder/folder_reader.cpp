@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "media/media_types.h"
@@ -70,7 +71,7 @@ FolderReader::FolderReader(const ItemSink &sink) : sink_(sink), buffer_(new char
 
 FolderReader::~FolderReader() = default;
 
-int FolderReader::read(int folder, std::vector<FolderEntry> &files, std::vector<FolderEntry> &folders) {
+int FolderReader::read(int folder, FolderContents &files, FolderContents &folders) {
     int failure = 0;
     while (true) {
         const ssize_t size = getdents64(folder, buffer_.get(), BUFFER_BYTES);
@@ -81,6 +82,9 @@ int FolderReader::read(int folder, std::vector<FolderEntry> &files, std::vector<
             if (sink_.stopped()) {
                 return ECANCELED;
             }
+            if (files.size() + folders.size() == FolderContents::MOST_ENTRIES) {
+                return ENOMEM;
+            }
             // The kernel aligns every record for this type.
             const auto *entry = reinterpret_cast<const dirent64 *>(buffer_.get() + offset);
             offset += entry->d_reclen;
@@ -90,8 +94,8 @@ int FolderReader::read(int folder, std::vector<FolderEntry> &files, std::vector<
     }
 }
 
-int FolderReader::examine(int folder, const char *name, unsigned char kind, std::vector<FolderEntry> &files,
-                          std::vector<FolderEntry> &folders) {
+int FolderReader::examine(int folder, const char *name, unsigned char kind, FolderContents &files,
+                          FolderContents &folders) {
     // A slash in a name can only come from a damaged disk and would lead elsewhere.
     if (name[0] == '.' || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return 0;
@@ -108,7 +112,7 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, std:
     }
     if (kind == DT_DIR) {
         if (!isSystemFolder(name)) {
-            folders.push_back({name, {}, MRB_ITEM_TYPE_FOLDER, {}, false});
+            folders.add(name, MRB_ITEM_TYPE_FOLDER);
         }
         return 0;
     }
@@ -116,35 +120,30 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, std:
     if (type == nullptr || !sink_.wants(type->itemType)) {
         return 0;
     }
-    FolderEntry file{name, {}, type->itemType, {}, false};
+    std::optional<FileFacts> facts;
     if (haveStatus) {
-        file.facts = factsOf(status);
-        file.complete = true;
+        facts = factsOf(status);
     } else if (kind == DT_LNK) {
         // Only now is it known whether the link leads to a file.
-        const int error = complete(folder, file);
+        const int error = readFile(folder, name, facts.emplace());
         if (error != 0) {
             return isGone(error) ? 0 : error;
         }
     }
-    files.push_back(std::move(file));
+    files.add(name, type->itemType, facts);
     return 0;
 }
 
-int FolderReader::complete(int folder, FolderEntry &file) {
-    if (file.complete) {
-        return 0;
-    }
+int FolderReader::readFile(int folder, const char *name, FileFacts &facts) {
     struct statx status {};
-    const int error = readStatus(folder, file.name.c_str(), 0, status);
+    const int error = readStatus(folder, name, 0, status);
     if (error != 0) {
         return isGone(error) ? ENOENT : error;
     }
     if (!S_ISREG(status.stx_mode)) {
         return ENOENT;
     }
-    file.facts = factsOf(status);
-    file.complete = true;
+    facts = factsOf(status);
     return 0;
 }
 

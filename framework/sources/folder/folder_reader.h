@@ -2,28 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
-#include <vector>
 
+#include "sources/folder/folder_contents.h"
 #include "sources/source.h"
 
 namespace mrb {
-
-// Sizes and times of one file or folder.
-struct FileFacts {
-    std::int64_t size = UNKNOWN;
-    std::int64_t modified = UNKNOWN;
-    std::int64_t created = UNKNOWN;
-};
-
-// A file or folder found in a folder.
-struct FolderEntry {
-    std::string name; // exact bytes
-    std::string key;  // its place among its neighbours
-    std::uint8_t type = 0;
-    FileFacts facts; // of files, once they are completed; a folder's are asked for when it is opened
-    bool complete = false;
-};
 
 // Folders in which other systems keep deleted files and indexes. Nobody means those.
 bool isSystemFolder(const char *name);
@@ -43,19 +26,19 @@ class FolderReader {
     // Collects the media files and the folders in the open folder `folder`, in
     // the order in which the system has them. Hidden entries, other files,
     // dangling links and links to folders are left out, as is what vanishes
-    // meanwhile. Returns 0, ECANCELED when the sink stopped, or the system's
-    // error number; what was collected before stays.
-    int read(int folder, std::vector<FolderEntry> &files, std::vector<FolderEntry> &folders);
+    // meanwhile. Returns 0, ECANCELED when the sink stopped, ENOMEM when there are
+    // too many, or the system's error number; what was collected before stays.
+    int read(int folder, FolderContents &files, FolderContents &folders);
 
-    // Makes the facts of a file found in the open folder `folder` complete. Apart
-    // from `read`, so that a large folder's first files can be shown before the
-    // facts of its last are known. Returns 0, ENOENT when there is no such file
-    // any more, or the system's error number.
-    static int complete(int folder, FolderEntry &file);
+    // Reads the facts of the file `name` in the open folder `folder`. Apart from
+    // `read`, so that a large folder's first files can be shown before the facts of
+    // its last are known. Returns 0, ENOENT when there is no such file any more, or
+    // the system's error number.
+    static int readFile(int folder, const char *name, FileFacts &facts);
 
   private:
-    int examine(int folder, const char *name, unsigned char kind, std::vector<FolderEntry> &files,
-                std::vector<FolderEntry> &folders);
+    int examine(int folder, const char *name, unsigned char kind, FolderContents &files,
+                FolderContents &folders);
 
     const ItemSink &sink_;
     const std::unique_ptr<char[]> buffer_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "mrb/agent.h"
@@ -16,24 +17,31 @@ namespace {
 // that a script asking for an item never waits.
 constexpr std::size_t RUN_LENGTH = 256;
 
+// Folders with more files show their first ones before the others are sorted. In
+// smaller ones that takes no time.
+constexpr std::size_t LARGE_FOLDER = 4096;
+
 } // namespace
 
-FolderScan::FolderScan(ItemSink &sink, const std::string &path) : sink_(sink), path_(path), reader_(sink) {}
+FolderScan::FolderScan(ItemSink &sink, const std::string &path)
+    : sink_(sink), path_(path), reader_(sink), order_(sink) {}
 
 FillResult FolderScan::run(Descriptor folder) {
     const auto root = std::make_shared<Descriptor>(std::move(folder));
     Step step = readContents(root, ROOT_FOLDER, 0, "");
     while (step == Step::GO_ON && !pending_.empty()) {
-        const Pending next = std::move(pending_.back());
-        pending_.pop_back();
-        step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visit(next);
+        step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visitNext();
     }
     return std::move(result_);
 }
 
-FolderScan::Step FolderScan::visit(const Pending &pending) {
+FolderScan::Step FolderScan::visitNext() {
+    const Pending pending = std::move(pending_.back());
+    pending_.pop_back();
+    const std::string name(names_.begin() + static_cast<std::ptrdiff_t>(pending.name), names_.end());
+    names_.resize(pending.name);
     // Never through a link: what was a folder a moment ago may be a link by now.
-    Descriptor folder(openat(pending.parent->number(), pending.name.c_str(),
+    Descriptor folder(openat(pending.parent->number(), name.c_str(),
                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     const int error = folder ? 0 : errno;
     if (error == ENOENT || error == ENOTDIR || error == ELOOP) {
@@ -43,10 +51,10 @@ FolderScan::Step FolderScan::visit(const Pending &pending) {
     if (folder) {
         readFacts(folder.number(), "", facts);
     } else {
-        readFacts(pending.parent->number(), pending.name.c_str(), facts);
+        readFacts(pending.parent->number(), name.c_str(), facts);
     }
-    const std::int32_t number = sink_.addFolder(pending.parentFolder, pending.name);
-    const SourceItem item{.name = pending.name,
+    const std::int32_t number = sink_.addFolder(pending.parentFolder, name);
+    const SourceItem item{.name = name,
                           .folder = pending.parentFolder,
                           .type = MRB_ITEM_TYPE_FOLDER,
                           .modified = facts.modified,
@@ -56,34 +64,28 @@ FolderScan::Step FolderScan::visit(const Pending &pending) {
         return end({MRB_ERR_CANCELLED, {}});
     }
     if (!folder) {
-        return failed(error, pending.level, pending.name);
+        return failed(error, pending.level, name);
     }
     if (pending.level > DEEPEST_LEVEL) {
         ++result_.tooDeep;
         return Step::GO_ON;
     }
-    return readContents(std::make_shared<Descriptor>(std::move(folder)), number, pending.level, pending.name);
+    return readContents(std::make_shared<Descriptor>(std::move(folder)), number, pending.level, name);
 }
 
 FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number,
                                           int level, const std::string &name) {
-    std::vector<FolderEntry> files;
-    std::vector<FolderEntry> folders;
+    files_.clear();
+    folders_.clear();
     sink_.follow(number, folder->number());
-    int error = reader_.read(folder->number(), files, folders);
-    if (!sort(files) || !addFiles(*folder, files, number, error)) {
+    int error = reader_.read(folder->number(), files_, folders_);
+    if (!addFiles(*folder, number, error)) {
         return end({MRB_ERR_CANCELLED, {}});
     }
     if (error != 0 && failed(error, level, name) == Step::END) {
         return Step::END;
     }
-    if (!sort(folders)) {
-        return end({MRB_ERR_CANCELLED, {}});
-    }
-    for (auto next = folders.rbegin(); next != folders.rend(); ++next) {
-        pending_.push_back({folder, std::move(next->name), number, level + 1});
-    }
-    return Step::GO_ON;
+    return awaitFolders(folder, number, level + 1) ? Step::GO_ON : end({MRB_ERR_CANCELLED, {}});
 }
 
 // A folder that cannot be read costs its own contents only, unless it is the one
@@ -100,18 +102,30 @@ FolderScan::Step FolderScan::failed(int error, int level, const std::string &nam
     return Step::GO_ON;
 }
 
-bool FolderScan::addFiles(const Descriptor &folder, std::vector<FolderEntry> &files, std::int32_t number,
-                          int &failure) {
+bool FolderScan::addFiles(const Descriptor &folder, std::int32_t number, int &failure) {
+    PagedVector<std::uint32_t> order;
+    if (files_.size() > LARGE_FOLDER &&
+        (!order_.first(files_, RUN_LENGTH, order) || !add(folder, order, number, failure))) {
+        return false;
+    }
+    const std::size_t added = order.size();
+    return order_.rest(files_, order) && add(folder, std::span(order).subspan(added), number, failure);
+}
+
+bool FolderScan::add(const Descriptor &folder, std::span<const std::uint32_t> files, std::int32_t number,
+                     int &failure) {
     std::vector<SourceItem> run;
     run.reserve(std::min(files.size(), RUN_LENGTH));
-    for (FolderEntry &file : files) {
+    for (const std::uint32_t file : files) {
         if (sink_.stopped()) {
             return false;
         }
-        const int error = FolderReader::complete(folder.number(), file);
+        const std::string_view name = files_.name(file);
+        FileFacts facts = files_.facts(file).value_or(FileFacts{});
+        const int error =
+            files_.facts(file) ? 0 : FolderReader::readFile(folder.number(), name.data(), facts);
         if (error == 0) {
-            run.push_back(
-                {file.name, {}, number, file.type, file.facts.size, file.facts.modified, file.facts.created});
+            run.push_back({name, {}, number, files_.type(file), facts.size, facts.modified, facts.created});
         } else if (error != ENOENT && failure == 0) {
             failure = error;
         }
@@ -125,32 +139,22 @@ bool FolderScan::addFiles(const Descriptor &folder, std::vector<FolderEntry> &fi
     return run.empty() || sink_.add(run);
 }
 
+bool FolderScan::awaitFolders(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level) {
+    PagedVector<std::uint32_t> order;
+    if (!order_.rest(folders_, order)) {
+        return false;
+    }
+    for (auto next = order.rbegin(); next != order.rend(); ++next) {
+        const std::string_view name = folders_.name(*next);
+        pending_.push_back({folder, names_.size(), number, level});
+        names_.insert(names_.end(), name.begin(), name.end());
+    }
+    return true;
+}
+
 FolderScan::Step FolderScan::end(Outcome outcome) {
     result_.outcome = std::move(outcome);
     return Step::END;
-}
-
-bool FolderScan::sort(std::vector<FolderEntry> &entries) {
-    for (FolderEntry &entry : entries) {
-        if (sink_.stopped()) {
-            return false;
-        }
-        entry.key = order_.key(entry.name);
-    }
-    // A standard sort cannot be left but by an exception, and a large one takes
-    // longer than a cancel may.
-    struct Stopped {};
-    try {
-        std::ranges::sort(entries, [this](const FolderEntry &left, const FolderEntry &right) {
-            if (sink_.stopped()) {
-                throw Stopped();
-            }
-            return left.key < right.key;
-        });
-    } catch (const Stopped &) {
-        return false;
-    }
-    return true;
 }
 
 } // namespace mrb

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "base/descriptor.h"
+#include "base/pages.h"
+#include "sources/folder/folder_contents.h"
+#include "sources/folder/folder_order.h"
 #include "sources/folder/folder_reader.h"
 #include "sources/source.h"
-#include "text/collation.h"
 
 namespace mrb {
 
@@ -33,7 +38,7 @@ class FolderScan {
     // long ever, needs two descriptors.
     struct Pending {
         std::shared_ptr<Descriptor> parent;
-        std::string name;
+        std::size_t name = 0; // where in names_ it begins; it ends at the end, or at the next one
         std::int32_t parentFolder = ROOT_FOLDER;
         int level = 0;
     };
@@ -41,22 +46,29 @@ class FolderScan {
     // What became of a step: go on, or end the scan with result_.outcome.
     enum class Step { GO_ON, END };
 
-    Step visit(const Pending &pending);
+    Step visitNext();
     Step readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level,
                       const std::string &name);
     Step failed(int error, int level, const std::string &name);
-    // These two: false when the sink stopped or is full. A failure of a file is put
-    // into `failure` unless there was one.
-    [[nodiscard]] bool addFiles(const Descriptor &folder, std::vector<FolderEntry> &files,
-                                std::int32_t number, int &failure);
-    [[nodiscard]] bool sort(std::vector<FolderEntry> &entries);
+    // These two: false when the sink stopped or is full.
+    [[nodiscard]] bool addFiles(const Descriptor &folder, std::int32_t number, int &failure);
+    [[nodiscard]] bool awaitFolders(const std::shared_ptr<Descriptor> &folder, std::int32_t number,
+                                    int level);
+    // Adds those files that the span names. A failure of a file is put into `failure`
+    // unless there was one.
+    [[nodiscard]] bool add(const Descriptor &folder, std::span<const std::uint32_t> files,
+                           std::int32_t number, int &failure);
     Step end(Outcome outcome);
 
     ItemSink &sink_;
     const std::string &path_;
     FolderReader reader_;
-    NaturalOrder order_;
-    std::vector<Pending> pending_; // the next one last
+    FolderOrder order_;
+    // Of the folder that is being read; reused for the next one.
+    FolderContents files_;
+    FolderContents folders_;
+    PagedVector<Pending> pending_; // the next one last
+    PagedVector<char> names_;      // of those, in the same order
     FillResult result_;
 };
 

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <sys/inotify.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+
+#include "base/descriptor.h"
 
 namespace support {
 
@@ -93,6 +97,20 @@ std::vector<std::string> Client::all(const char *key) const {
         values.push_back(item(index)[key].asString());
     }
     return values;
+}
+
+bool instanceIsFree() {
+    const auto limit = std::chrono::steady_clock::now() + LIMIT;
+    while (std::chrono::steady_clock::now() < limit) {
+        const mrb::Descriptor instance(inotify_init1(IN_CLOEXEC));
+        if (instance || errno != EMFILE) {
+            return true;
+        }
+        std::this_thread::yield();
+    }
+    ADD_FAILURE() << "Other programs of this user hold all inotify instances "
+                     "(fs.inotify.max_user_instances), and this test needs one. End some of them.";
+    return false;
 }
 
 bool Client::hear(void *self, mrb_agent_handler_h agent, mrb_event_e event, int /*reserved*/,

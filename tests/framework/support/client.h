@@ -80,4 +80,8 @@ Json::Value parse(const char *text);
 // How long tests wait for what must come.
 inline constexpr auto LIMIT = std::chrono::seconds(120);
 
+// Other programs of the same user hold inotify instances too, of which there are 128:
+// waits until one is free. A test failure when none comes.
+bool instanceIsFree();
+
 } // namespace support

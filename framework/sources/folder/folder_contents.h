@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "base/chunks.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Sizes and times of one file or folder.
+struct FileFacts {
+    std::int64_t size = UNKNOWN;
+    std::int64_t modified = UNKNOWN;
+    std::int64_t created = UNKNOWN;
+};
+
+// The files, or the sub-folders, found in one folder, in the order in which they
+// were found; packed, since there may be a hundred thousand, which have to be gone
+// in no time when a scan is cancelled. Owned and used by one scan, on its thread.
+class FolderContents {
+  public:
+    // More than a list can hold; no folder is read further.
+    static constexpr std::size_t MOST_ENTRIES = 6'000'000;
+
+    // `facts`: those that are known already, if any.
+    void add(std::string_view name, std::uint8_t type, const std::optional<FileFacts> &facts = {});
+
+    [[nodiscard]] std::size_t size() const { return entries_.size(); }
+
+    // Exact bytes, followed by a zero.
+    [[nodiscard]] std::string_view name(std::size_t number) const {
+        return text_.at(entries_[number].text, entries_[number].nameLength);
+    }
+    [[nodiscard]] std::uint8_t type(std::size_t number) const { return entries_[number].type; }
+    [[nodiscard]] std::optional<FileFacts> facts(std::size_t number) const;
+
+    void clear();
+
+  private:
+    struct Entry {
+        std::uint32_t text;
+        std::uint32_t facts; // a place in facts_, or NO_FACTS
+        std::uint16_t nameLength;
+        std::uint8_t type;
+    };
+
+    ChunkedArray<Entry> entries_;
+    ChunkedArray<FileFacts> facts_;
+    ChunkedText text_;
+};
+
+} // namespace mrb

@@ -1,0 +1,141 @@
+// The device under a list is unmounted, pulled, or hidden by another.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+#include "base/descriptor.h"
+#include "support/client.h"
+#include "support/folder.h"
+#include "support/own_process.h"
+
+using support::Client;
+using support::Event;
+using support::Folder;
+using support::Surroundings;
+
+namespace {
+
+bool isNews(const Event &event) {
+    return event.event == MRB_EVENT_LIST_CHANGED || event.event == MRB_EVENT_DEVICE_REMOVED;
+}
+
+int news(Client &client) {
+    return client
+        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isNews(events.back()); })
+        .event;
+}
+
+std::size_t countOfNews(Client &client) {
+    const std::vector<Event> events = client.events();
+    return static_cast<std::size_t>(std::ranges::count_if(events, isNews));
+}
+
+int playData(const Client &client) {
+    char *text = nullptr;
+    const int code = mrb_prepare_play_data_v2(client.handle, &text);
+    std::free(text);
+    return code;
+}
+
+// A mounted file system with a few files, at "usb".
+class Removal : public support::OwnProcess {
+  protected:
+    void plugIn() const {
+        folder.folder("usb");
+        ASSERT_EQ(mount("tmpfs", path().c_str(), "tmpfs", 0, nullptr), 0) << errno;
+        folder.file("usb/media/a.jpg", 5);
+        folder.file("usb/media/sub/b.jpg", 5);
+    }
+    [[nodiscard]] std::string path(const std::string &name = "") const { return folder.path("usb" + name); }
+    ~Removal() override { umount2(path().c_str(), MNT_DETACH); }
+
+    const Folder folder;
+    Client client;
+};
+
+} // namespace
+
+TEST_F(Removal, AnUnmountIsToldAndLaterCallsSayWhatIsGone) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    client.list(path("/media"));
+    EXPECT_EQ(playData(client), MRB_ERR_NONE);
+    // Not detached: the list keeps nothing open that would be in the way.
+    ASSERT_EQ(umount2(path().c_str(), 0), 0) << errno;
+    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(client.events().back().data["item_count"], 3);
+    EXPECT_EQ(client.item(0)["name"], "a.jpg");
+    EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(client.open(path("/media")), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(client.count(), 3);
+    char *id = nullptr;
+    EXPECT_EQ(mrb_get_storage_id_v2(path("/media").c_str(), &id), MRB_ERR_NOT_FOUND);
+}
+
+// Here inotify is silent, since the file system lives on until the file is closed.
+TEST_F(Removal, AnUnmountThatLeavesAFileOpenIsTold) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    client.list(path("/media"));
+    const mrb::Descriptor open(::open(path("/media/a.jpg").c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(open);
+    ASSERT_EQ(umount2(path().c_str(), MNT_DETACH), 0);
+    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
+}
+
+TEST_F(Removal, AMountOverTheFolderIsItsRemoval) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    client.list(path());
+    ASSERT_EQ(mount("tmpfs", path().c_str(), "tmpfs", 0, nullptr), 0);
+    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    umount2(path().c_str(), MNT_DETACH);
+}
+
+TEST_F(Removal, AnUnmountBelowTheFolderIsAChange) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    client.list(folder.path());
+    ASSERT_EQ(umount2(path().c_str(), 0), 0);
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Removal, OtherMountsAreNotTold) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    client.list(path());
+    const Folder other;
+    ASSERT_EQ(mount("tmpfs", other.path().c_str(), "tmpfs", 0, nullptr), 0);
+    other.file("a.jpg");
+    Client witness;
+    witness.list(other.path());
+    ASSERT_EQ(umount2(other.path().c_str(), 0), 0);
+    EXPECT_EQ(news(witness), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(countOfNews(client), 0U);
+    folder.file("usb/new.jpg");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(Removal, AFileThatIsGoneCannotBePlayed) {
+    folder.file("a.jpg");
+    client.list(folder.path());
+    EXPECT_EQ(playData(client), MRB_ERR_NONE);
+    std::filesystem::remove(folder.path("a.jpg"));
+    EXPECT_EQ(playData(client), MRB_ERR_NOT_FOUND);
+}

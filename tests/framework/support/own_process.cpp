@@ -1,0 +1,99 @@
+#include "support/own_process.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <span>
+#include <string>
+
+namespace support {
+namespace {
+
+constexpr const char *VARIABLE = "FRAMEWORK_TEST_INSIDE";
+
+struct Way {
+    const char *unshare;
+    const char *trial;
+    bool rootOnly;
+};
+
+// Root of one's own namespace is allowed more than root on some machines, and less on others.
+constexpr Way MOUNTS[] = {
+    {"unshare --user --map-root-user --mount", "mount -t tmpfs tmpfs /tmp", false},
+    {"unshare --mount", "mount -t tmpfs tmpfs /tmp", true},
+};
+constexpr Way LIMITS[] = {
+    {"unshare --user --map-root-user", "sh -c 'echo 99 >/proc/sys/user/max_inotify_watches'", false},
+};
+
+// Runs a command of the shell; its status, and what it said.
+int run(const std::string &command, std::string &said) {
+    // NOLINTNEXTLINE(bugprone-command-processor): a fixed command with the test's own name.
+    FILE *pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) {
+        said = "popen failed";
+        return -1;
+    }
+    std::array<char, 4096> part{};
+    for (std::size_t size = 0; (size = fread(part.data(), 1, part.size(), pipe)) > 0;) {
+        said.append(part.data(), size);
+    }
+    return pclose(pipe);
+}
+
+// The command's beginning; empty, and a test failure, when the machine refuses.
+std::string commandFor(std::span<const Way> ways) {
+    std::string said;
+    for (const Way &way : ways) {
+        if ((!way.rootOnly || geteuid() == 0) && run(std::string(way.unshare) + " " + way.trial, said) == 0) {
+            return way.unshare;
+        }
+    }
+    ADD_FAILURE() << "This test cannot run here:\n"
+                  << said
+                  << "It needs namespaces. Let users have them (sysctl kernel.unprivileged_userns_clone=1 "
+                     "kernel.apparmor_restrict_unprivileged_userns=0 user.max_user_namespaces=1000), or run "
+                     "the tests as root outside of a container that forbids it.";
+    return {};
+}
+
+std::string commandFor(Surroundings needed) {
+    switch (needed) {
+    case Surroundings::MOUNTS:
+        return commandFor(MOUNTS);
+    case Surroundings::LIMITS:
+        return commandFor(LIMITS);
+    case Surroundings::PLAIN:
+        break;
+    }
+    return "env";
+}
+
+} // namespace
+
+bool OwnProcess::inside(Surroundings needed) {
+    if (std::getenv(VARIABLE) != nullptr) {
+        return true;
+    }
+    const std::string command = commandFor(needed);
+    if (command.empty()) {
+        return false;
+    }
+    const testing::TestInfo &test = *testing::UnitTest::GetInstance()->current_test_info();
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    std::string said;
+    // What of the environment splits or reports the tests is this process's.
+    const int status = run(command + " env -u GTEST_OUTPUT -u GTEST_TOTAL_SHARDS -u GTEST_SHARD_INDEX " +
+                               VARIABLE + "=1 QUILL_LOG=stderr '" + program + "' --gtest_filter='" +
+                               test.test_suite_name() + "." + test.name() + "'",
+                           said);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << said;
+    EXPECT_NE(said.find("[  PASSED  ] 1 test."), std::string::npos) << said;
+    return false;
+}
+
+} // namespace support

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+namespace support {
+
+// What a test needs that other programs must not notice.
+enum class Surroundings {
+    PLAIN,  // a process without threads and lists, whose log goes to its standard error
+    MOUNTS, // and in which it can mount and unmount, unseen from outside
+    LIMITS, // and with limits of its own under /proc/sys/user
+};
+
+// A test whose body runs in a process of its own:
+//
+//   TEST_F(Something, Happens) {
+//       if (!inside(Surroundings::MOUNTS)) { return; }
+//       ...
+//   }
+//
+// The first call of inside runs this one test in such a process, reports what failed
+// there, and answers false; there it answers true. A machine that refuses to give a
+// process what it needs fails the test and is told what to change.
+class OwnProcess : public testing::Test {
+  protected:
+    static bool inside(Surroundings needed);
+};
+
+} // namespace support
