@@ -10,9 +10,18 @@ import { rec, requestText } from './harness.mjs';
 const speaker = (file, tag) => (fn, text) => ({ file, tag, fn, text });
 export const provider = speaker('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
 export const json = speaker('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
-export const agent = speaker('MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT');
 export const thumbnail = speaker('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
 export const storage = speaker('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
+
+// The agent's operations are spread over files by subject.
+const AGENT_FILES = Object.entries({
+    Items: ['GetGroupCount', 'GetItemCount', 'GetItem', 'GetItemList'],
+    Pages: ['SetPageStyle', 'SetNavigation', 'GetNavigation', 'MoveToIndex', 'GetPageIndex', 'PreparePlayData',
+            'GetRatingInfo', 'GetStorageId'],
+}).flatMap(([subject, functions]) => functions.map((fn) => [fn, `MRBAgentAdapter${subject}.cpp`]));
+const agentFile = new Map(AGENT_FILES);
+export const agent = (fn, text) =>
+    speaker(agentFile.get(fn) ?? 'MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT')(fn, text);
 
 /** The lines of an agent command: its first, those `between`, and its last. */
 export function agentCommand(fn, command, request, answer, between = []) {
