@@ -155,30 +155,4 @@ int CMRBAgentAdapter::m_ConvertEvent(int event) {
     return index < script_events.size() ? script_events[index] : -1;
 }
 
-// ---- commands that this release refuses -------------------------------------
-
-/// Defines a command that is refused as a call the bridge cannot serve: the
-/// framework is not asked, and no script takes the answer for a success.
-#define REFUSED_COMMAND(operation, command)                                                                  \
-    std::string CMRBAgentAdapter::operation(const std::string &request) {                                    \
-        LOG_REQUEST(command, request);                                                                       \
-        std::string answer = Answer(RETURN_ECODE_REFUSED);                                                   \
-        LOG_ANSWER(command, RETURN_ECODE_REFUSED, answer);                                                   \
-        return answer;                                                                                       \
-    }
-
-REFUSED_COMMAND(BatchProcess, BATCH_PROCESS)
-REFUSED_COMMAND(StopBatchProcess, "mrb_stop_batch_process_v2")
-REFUSED_COMMAND(SelectAll, "mrb_select_all_v2")
-REFUSED_COMMAND(DeselectAll, "mrb_deselect_all_v2")
-REFUSED_COMMAND(SelectGroup, "mrb_deselect_group_v2")
-REFUSED_COMMAND(DeSelectGroup, "mrb_deselect_group_v2")
-REFUSED_COMMAND(GetSelectState, "mrb_get_selected_state_v2")
-REFUSED_COMMAND(GetSelectCount, "mrb_get_selection_count_v2")
-REFUSED_COMMAND(ToggleSelect, "mrb_toggle_select_v2")
-REFUSED_COMMAND(GetItemList, "mrb_get_item_list_v2")
-REFUSED_COMMAND(SetItemValue, "mrb_set_item_value_v2")
-REFUSED_COMMAND(GetItemValue, "mrb_get_item_value_v2")
-#undef REFUSED_COMMAND
-
 } // namespace MRBBridge

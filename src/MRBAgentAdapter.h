@@ -9,6 +9,7 @@
 #include "MRBAdapter.h"
 #include "item_fields.h"
 #include "mrb/agent.h"
+#include "mrb/share.h"
 
 namespace MRBBridge {
 
@@ -67,6 +68,8 @@ class CMRBAgentAdapter final : public CMRBAdapter {
 
     static bool cb_requestList(void *user_data, mrb_agent_handler_h agent, mrb_event_e event, int reserved,
                                const char *server_data);
+    static bool cb_batch_process(void *user_data, mrb_share_handler_h share, mrb_event_e event,
+                                 mrb_share_status_info_s *status);
 
     /// Stops and disconnects what the registry holds.
     void m_DestroyHandler();

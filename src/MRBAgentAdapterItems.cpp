@@ -3,6 +3,8 @@
 #include "MRBAgentAdapter.h"
 
 #include <array>
+#include <utility>
+#include <vector>
 
 #include "MRBBridgeJson.h"
 #include "agent_command.h"
@@ -90,6 +92,56 @@ std::string CMRBAgentAdapter::GetItem(const std::string &request) {
     char *item = nullptr;
     const int result = mrb_get_item_v2(agent, index, &item);
     std::string answer = Answer(result, RETURN_TYPE_TEXT, TakeText(item));
+    LOG_ANSWER(command, result, answer);
+    return answer;
+}
+
+std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
+    const char *const command = "mrb_get_item_list_v2";
+    LOG_REQUEST(command, request);
+    const CMRBBridgeJson json(request);
+    const int index = Int(json, "param_index");
+    const int count = Int(json, "param_count");
+    const mrb_agent_handler_h agent = Int(json, "param_agent");
+    MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d] nCount[%d]", HandlePointer(agent), index, count);
+
+    int total = 0;
+    int result = mrb_get_item_count_v2(agent, &total);
+    if (result != MRB_ERR_NONE) {
+        MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_count.");
+        std::string answer = Answer(result);
+        LOG_ANSWER(command, result, answer);
+        return answer;
+    }
+    // Wider than what a request holds, so that no sum leaves the range.
+    long long end = static_cast<long long>(index) + count;
+    long long reported = count;
+    if (end > total) {
+        end = total;
+        reported = static_cast<long long>(total) - index;
+    }
+    std::vector<std::string> items;
+    for (long long position = index; position < end; ++position) {
+        char *item = nullptr;
+        result = mrb_get_item_v2(agent, static_cast<int>(position), &item);
+        const bool given = item != nullptr;
+        std::string text = TakeText(item);
+        if (result != MRB_ERR_NONE) {
+            MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_v2.");
+            std::string answer = Answer(result);
+            LOG_ANSWER(command, result, answer);
+            return answer;
+        }
+        if (given) {
+            items.push_back(std::move(text));
+        }
+    }
+    // The array is there before its texts: without any, setting them writes nothing.
+    CMRBBridgeJson list(R"({"param_item_list":[]})");
+    list.Set("param_index", index);
+    list.Set("param_count", static_cast<int>(reported));
+    list.Set("param_item_list", items);
+    std::string answer = Answer(result, RETURN_TYPE_TEXT, list.ToString());
     LOG_ANSWER(command, result, answer);
     return answer;
 }
