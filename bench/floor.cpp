@@ -2,11 +2,15 @@
 //
 //   answerCode(text)    parses a request, reads an int, answers one key
 //   answerData(text)    the same with three keys
+//   answerList(text)    reads index, count and list, asks the framework for those
+//                       items, answers their texts as a document inside the answer,
+//                       written by hand: the same framework calls and the same text
 //   startBulk(threads, perThread, function)
 //                       each thread queues texts for a script function on the main
 //                       loop, with clutter_threads_add_idle_full and no more
 //   joinBulk()          waits until all threads have ended
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <thread>
@@ -16,6 +20,8 @@
 #include <json/reader.h>
 #include <json/writer.h>
 #include <node.h>
+
+#include "mrb/agent.h"
 
 // The same classes as the bridge uses: only they compare.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -47,6 +53,57 @@ void answer(const Info &info) {
         answered["return_data"] = agent;
     }
     info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(answered)));
+}
+
+/// Appends a text as a JSON string. Enough for texts of ASCII.
+void appendQuoted(std::string &to, const char *text, size_t length) {
+    to += '"';
+    for (const char *end = text + length; text != end; ++text) {
+        if (*text == '"' || *text == '\\') {
+            to += '\\';
+            to += *text;
+        } else if (*text == '\n') {
+            to += "\\n";
+        } else {
+            to += *text;
+        }
+    }
+    to += '"';
+}
+
+void answerList(const Info &info) {
+    v8::Isolate *isolate = info.GetIsolate();
+    const v8::String::Utf8Value text(isolate, info[0]);
+    Json::Value request;
+    Json::Reader reader;
+    if (!reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true)) {
+        return;
+    }
+    const int index = request["param_index"].asInt();
+    const int count = request["param_count"].asInt();
+    const int agent = request["param_agent"].asInt();
+    int total = 0;
+    if (mrb_get_item_count_v2(agent, &total) != MRB_ERR_NONE) {
+        return;
+    }
+    std::string inner = "{\"param_count\":" + std::to_string(count) +
+                        ",\"param_index\":" + std::to_string(index) + ",\"param_item_list\":[";
+    for (int position = index; position < index + count && position < total; ++position) {
+        char *item = nullptr;
+        if (mrb_get_item_v2(agent, position, &item) != MRB_ERR_NONE || item == nullptr) {
+            return;
+        }
+        if (position != index) {
+            inner += ',';
+        }
+        appendQuoted(inner, item, std::char_traits<char>::length(item));
+        std::free(item); // NOLINT(*-no-malloc): the framework allocates its texts with malloc
+    }
+    inner += "]}\n";
+    std::string outer = "{\"return_data\":";
+    appendQuoted(outer, inner.data(), inner.size());
+    outer += ",\"return_ecode\":0,\"return_type\":4}\n";
+    info.GetReturnValue().Set(toScript(isolate, outer));
 }
 
 /// A text on its way to the script function.
@@ -101,6 +158,7 @@ void joinBulk(const Info & /*info*/) {
 NODE_MODULE_INIT(/* exports, module, context */) {
     NODE_SET_METHOD(exports, "answerCode", answer<false>);
     NODE_SET_METHOD(exports, "answerData", answer<true>);
+    NODE_SET_METHOD(exports, "answerList", answerList);
     NODE_SET_METHOD(exports, "startBulk", startBulk);
     NODE_SET_METHOD(exports, "joinBulk", joinBulk);
     (void)module;

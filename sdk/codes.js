@@ -28,6 +28,12 @@ const RESULTS = {
 /** "param_event" of list events. */
 const LIST_EVENTS = { READY: 0, FAILED: 1, GROWN: 25, CANCELLED: 13, DEVICE_REMOVED: 28, CHANGED: 29 };
 
+/** "param_event" of share events. All but STARTED and PROGRESS end the share. */
+const SHARE_EVENTS = { STARTED: 17, PROGRESS: 8, DONE: 18, FAILED: 19, STOPPED: 26, NO_SPACE: 27, DEVICE_REMOVED: 28 };
+
+/** "param_share_type": what a share does with the selection. DELETE is refused by the framework for Linux. */
+const SHARE_TYPES = { DELETE: 1, COPY: 2, DLNA: 4, LOCK: 32 };
+
 /** "type" of an item. */
 const ITEM_TYPES = {
   FOLDER: 1, IMAGE: 2, VIDEO: 3, MUSIC: 5, RECORD: 6, M3U: 7, GROUP: 9, UHD: 10, SCSA: 11, UPFOLDER: 13, EMPTY: 14,
@@ -42,4 +48,4 @@ function describeResult(code) {
   return `${meaning} (${name}, ${code})`;
 }
 
-module.exports = { RESULTS, LIST_EVENTS, ITEM_TYPES, NAVIGATION, describeResult };
+module.exports = { RESULTS, LIST_EVENTS, SHARE_EVENTS, SHARE_TYPES, ITEM_TYPES, NAVIGATION, describeResult };

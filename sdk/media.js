@@ -1,7 +1,7 @@
 'use strict';
 // Lists as objects with methods and promises, over the texts of MRBBridge.
 
-const { LIST_EVENTS, describeResult } = require('./codes.js');
+const { LIST_EVENTS, SHARE_EVENTS, describeResult } = require('./codes.js');
 
 /** A refusal, with the code that the bridge or the framework gave. */
 class MediaError extends Error {
@@ -17,6 +17,7 @@ class Media {
   constructor() {
     this.bridge = new MRBBridge();
     this.lists = new Map(); // by handle
+    this.shares = new Map(); // by handle
   }
 
   /** Sends a command and returns its "return_data"; throws a MediaError when it fails. */
@@ -38,11 +39,55 @@ class Media {
     quill.unref(this.bridge);
   }
 
+  /** Every share's events come here. */
+  hearShare(text) {
+    const event = JSON.parse(text);
+    this.shares.get(event.param_share_handle)?.hear(event.param_event, progressFrom(event));
+  }
+
   /** Every list's events come here: a function belongs to the object, not to a list. */
   hear(text) {
     const event = JSON.parse(text);
     this.lists.get(event.param_agent)?.hear(event.param_event, JSON.parse(event.param_server_data || '{}'));
   }
+}
+
+/** The seven numbers and names of a share's progress; sizes in bytes. */
+function progressFrom(event) {
+  const of = (name) => event[`param_share_${name}`];
+  return { totalFiles: of('total_file_count'), doneFiles: of('done_file_count'), totalSize: of('total_file_size'),
+           successSize: of('success_file_size'), currentSize: of('current_file_size'),
+           progressSize: of('progress_file_size'), currentName: of('current_file_name') };
+}
+
+/**
+ * A running share. `onProgress` hears of every step; `done` is resolved with
+ * {event, ...progress} when it ended (SHARE_EVENTS.DONE or STOPPED) and rejected with an
+ * Error that has both when it failed.
+ */
+class Share {
+  constructor(media, handle, onProgress) {
+    this.media = media;
+    this.handle = handle;
+    this.onProgress = onProgress;
+    this.done = new Promise((resolve, reject) => { this.settle = { resolve, reject }; });
+    this.done.catch(() => {}); // whoever waits for it hears of it
+    media.shares.set(handle, this);
+  }
+
+  hear(event, progress) {
+    this.onProgress(progress, event);
+    if (event === SHARE_EVENTS.STARTED || event === SHARE_EVENTS.PROGRESS) return;
+    this.media.shares.delete(this.handle);
+    if (event === SHARE_EVENTS.DONE || event === SHARE_EVENTS.STOPPED) {
+      this.settle.resolve({ event, ...progress });
+    } else {
+      const [name] = Object.entries(SHARE_EVENTS).find(([, number]) => number === event) ?? ['UNKNOWN'];
+      this.settle.reject(Object.assign(new Error(`the share ended: ${name} (${event})`), { event, ...progress }));
+    }
+  }
+
+  stop() { this.media.ask('mrb_stop_batch_process_v2', { param_share_handle: this.handle }); }
 }
 
 /**
@@ -98,6 +143,42 @@ class MediaList {
 
   item(index) { return JSON.parse(this.ask('mrb_get_item_v2', { param_index: index })); }
 
+  /** The descriptions of up to `count` items from `index` on. */
+  items(index, count) {
+    const run = JSON.parse(this.ask('mrb_get_item_list_v2', { param_index: index, param_count: count }));
+    return run.param_item_list.map((item) => JSON.parse(item));
+  }
+
+  /** A field of an item; undefined when there is no field of that name. SIZE and DURATION: the low 32 bits. */
+  field(index, name) { return this.ask('mrb_get_item_value_v2', { param_index: index, param_field: name }); }
+
+  /** Writes a text or integer field; others stay as they are. */
+  setField(index, name, value) {
+    this.ask('mrb_set_item_value_v2', { param_index: index, param_field: name, param_value: value });
+  }
+
+  /** Selects the items of these types and no others; the size of all of them in bytes. */
+  selectTypes(types) { return this.ask('mrb_select_all_v2', { param_selected_item_type_arr: types }); }
+
+  deselectAll() { this.ask('mrb_deselect_all_v2'); }
+
+  selectGroup(index) { this.ask('mrb_select_group_v2', { param_index: index }); }
+
+  deselectGroup(index) { this.ask('mrb_deselect_group_v2', { param_index: index }); }
+
+  toggle(...indexes) { this.ask('mrb_toggle_select_v2', { param_item_list: indexes }); }
+
+  isSelected(index) { return this.ask('mrb_get_selected_state_v2', { param_index: index }); }
+
+  selectionCount() { return this.ask('mrb_get_selection_count_v2'); }
+
+  /** Starts a share of the selection. `parameters`: the request's keys beside "param_agent" and the type. */
+  share(type, parameters = {}, onProgress = () => {}) {
+    const request = { param_agent: this.handle, param_share_type: type, ...parameters };
+    const handle = this.media.ask('mrb_batch_process_v2', request, (text) => this.media.hearShare(text));
+    return new Share(this.media, handle, onProgress);
+  }
+
   moveTo(index) { this.ask('mrb_move_to_index_v2', { param_index: index }); }
 
   pageOf(mediaId) { return this.ask('mrb_get_page_index_v2', { param_media: mediaId }); }
@@ -110,4 +191,4 @@ class MediaList {
   }
 }
 
-module.exports = { Media, MediaError };
+module.exports = { Media, MediaError, Share };

@@ -9,6 +9,7 @@
 #include "MRBAdapter.h"
 #include "item_fields.h"
 #include "mrb/agent.h"
+#include "mrb/share.h"
 
 namespace MRBBridge {
 
@@ -21,14 +22,32 @@ class CMRBAgentAdapter final : public CMRBAdapter {
     CMRBAgentAdapter();
     ~CMRBAgentAdapter() override;
 
+    // MRBAgentAdapter.cpp: opening and closing a list
     std::string RequestList(const std::string &request);
     std::string CancelRequestList(const std::string &request);
     std::string DisConnect(const std::string &request);
-    std::string BatchProcess(const std::string &request);
-    std::string StopBatchProcess(const std::string &request);
+
+    // MRBAgentAdapterItems.cpp: counts and descriptions
+    std::string GetGroupCount(const std::string &request);
+    std::string GetItemCount(const std::string &request);
+    std::string GetItem(const std::string &request);
+    std::string GetItemList(const std::string &request);
+
+    // MRBAgentAdapterPages.cpp: the view, the cursor, the item under it
     std::string SetPageStyle(const std::string &request);
     std::string SetNavigation(const std::string &request);
     std::string GetNavigation(const std::string &request);
+    std::string MoveToIndex(const std::string &request);
+    std::string GetPageIndex(const std::string &request);
+    std::string PreparePlayData(const std::string &request);
+    std::string GetRatingInfo(const std::string &request);
+    std::string GetStorageId(const std::string &request);
+
+    // MRBAgentAdapterFields.cpp: values of fields
+    std::string GetItemValue(const std::string &request);
+    std::string SetItemValue(const std::string &request);
+
+    // MRBAgentAdapterSelection.cpp: marking items
     std::string SelectAll(const std::string &request);
     std::string DeselectAll(const std::string &request);
     std::string SelectGroup(const std::string &request);
@@ -36,17 +55,10 @@ class CMRBAgentAdapter final : public CMRBAdapter {
     std::string GetSelectState(const std::string &request);
     std::string GetSelectCount(const std::string &request);
     std::string ToggleSelect(const std::string &request);
-    std::string GetGroupCount(const std::string &request);
-    std::string GetItemCount(const std::string &request);
-    std::string GetItem(const std::string &request);
-    std::string GetItemList(const std::string &request);
-    std::string MoveToIndex(const std::string &request);
-    std::string GetPageIndex(const std::string &request);
-    std::string PreparePlayData(const std::string &request);
-    std::string SetItemValue(const std::string &request);
-    std::string GetItemValue(const std::string &request);
-    std::string GetRatingInfo(const std::string &request);
-    std::string GetStorageId(const std::string &request);
+
+    // MRBAgentAdapterShare.cpp: copying and sending what is marked
+    std::string BatchProcess(const std::string &request);
+    std::string StopBatchProcess(const std::string &request);
 
   private:
     friend struct AgentAdapterProbe; // the white-box tests' way in
@@ -56,6 +68,8 @@ class CMRBAgentAdapter final : public CMRBAdapter {
 
     static bool cb_requestList(void *user_data, mrb_agent_handler_h agent, mrb_event_e event, int reserved,
                                const char *server_data);
+    static bool cb_batch_process(void *user_data, mrb_share_handler_h share, mrb_event_e event,
+                                 mrb_share_status_info_s *status);
 
     /// Stops and disconnects what the registry holds.
     void m_DestroyHandler();

@@ -1,8 +1,9 @@
 #pragma once
 // Reading a request's members into presets: a missing or mistyped one leaves 0,
-// false or an empty text.
+// false, an empty text or no elements.
 
 #include <string>
+#include <vector>
 
 #include "MRBBridgeJson.h"
 
@@ -29,6 +30,12 @@ inline bool Bool(const CMRBBridgeJson &request, const char *key) {
     bool value = false;
     request.Get(key, value);
     return value;
+}
+
+inline std::vector<int> Ints(const CMRBBridgeJson &request, const char *key) {
+    std::vector<int> values;
+    request.Get(key, values);
+    return values;
 }
 
 } // namespace MRBBridge

@@ -10,13 +10,37 @@ import { rec, requestText } from './harness.mjs';
 const speaker = (file, tag) => (fn, text) => ({ file, tag, fn, text });
 export const provider = speaker('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
 export const json = speaker('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
-export const agent = speaker('MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT');
 export const thumbnail = speaker('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
 export const storage = speaker('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
 
-/** The lines of an agent command: its first, those `between`, and its last. */
-export function agentCommand(fn, command, request, answer, between = []) {
-    const text = `${JSON.stringify(answer)}\n`;
+// The agent's operations are spread over files by subject.
+const AGENT_FILES = Object.entries({
+    Items: ['GetGroupCount', 'GetItemCount', 'GetItem', 'GetItemList'],
+    Pages: ['SetPageStyle', 'SetNavigation', 'GetNavigation', 'MoveToIndex', 'GetPageIndex', 'PreparePlayData',
+            'GetRatingInfo', 'GetStorageId'],
+    Fields: ['GetItemValue', 'SetItemValue'],
+    Selection: ['SelectAll', 'DeselectAll', 'SelectGroup', 'DeSelectGroup', 'GetSelectState', 'GetSelectCount',
+                'ToggleSelect'],
+    Share: ['BatchProcess', 'StopBatchProcess'],
+}).flatMap(([subject, functions]) => functions.map((fn) => [fn, `MRBAgentAdapter${subject}.cpp`]));
+const agentFile = new Map(AGENT_FILES);
+export const agent = (fn, text) =>
+    speaker(agentFile.get(fn) ?? 'MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT')(fn, text);
+
+/** A handle as a log line prints it. */
+export const printedHandle = (handle) => (handle === 0 ? '(nil)' : `0x${(handle >>> 0).toString(16)}`);
+
+/** The line about a key that a request lacks. */
+export const missingKey = (key) => json('Get', `NO strKey[${key}] in josn.`);
+
+/** The line about a key whose value is of another type: the JSON library's number of that type. */
+export const mistypedKey = (type) => json('Get', `value.type[${type}].`);
+
+/**
+ * The lines of an agent command: its first, those `between`, and its last, which shows
+ * the answer's very text.
+ */
+export function agentCommand(fn, command, request, answer, between = [], text = `${JSON.stringify(answer)}\n`) {
     return [
         agent(fn, `ReqCmd[${command}], ReqParam[${requestText(request)}].`),
         ...between,

@@ -85,6 +85,35 @@ TEST_F(Agent, CancelAndDisconnectLeaveTheRegistryAlone) {
     EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{5, "mrb_request_list_v2"}}));
 }
 
+TEST_F(Agent, ShareRegistersItsListAndNotItself) {
+    auto &adapter = *new CMRBAgentAdapter; // never destroyed: its teardown would not end
+    recording::functions().at("mrb_batch_process_v2")->queue({int64_t{0}, recording::Value{int64_t{77}}});
+    adapter.BatchProcess(R"({"param_agent":9,"param_share_type":2})");
+    EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{9, "mrb_batch_process_v2"}}));
+}
+
+TEST_F(Agent, ShareOfAnOpenedListLeavesTheRegistryUnchanged) {
+    auto &adapter = *new CMRBAgentAdapter;
+    recording::functions().at("mrb_request_list_v2")->queue({int64_t{0}, recording::Value{int64_t{5}}});
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    adapter.BatchProcess(R"({"param_agent":5,"param_share_type":2})");
+    EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{5, "mrb_request_list_v2"}}));
+}
+
+TEST_F(Agent, FailedShareRegistersNothing) {
+    CMRBAgentAdapter adapter;
+    answerNext("mrb_batch_process_v2", -5);
+    adapter.BatchProcess(R"({"param_agent":9,"param_share_type":2})");
+    EXPECT_TRUE(Probe::registry(adapter).empty());
+}
+
+TEST_F(Agent, StoppedShareLeavesTheRegistryAlone) {
+    auto &adapter = *new CMRBAgentAdapter;
+    adapter.BatchProcess(R"({"param_agent":9,"param_share_type":2})");
+    adapter.StopBatchProcess(R"({"param_share_handle":9})");
+    EXPECT_EQ(Probe::registry(adapter), (std::map<int, std::string>{{9, "mrb_batch_process_v2"}}));
+}
+
 TEST_F(Agent, EmptyRegistryIsTornDownWithoutAFrameworkCall) {
     { CMRBAgentAdapter adapter; }
     const Lines lines = takeLog();
