@@ -116,6 +116,26 @@ ItemLocation Opening::locate(const ListEntry &entry) const {
     return isSomewhere ? source_->locate(entry.facts) : ItemLocation{};
 }
 
+MediaItem Opening::mediaOf(const ItemFacts &facts) const {
+    switch (facts.type) {
+    case MRB_ITEM_TYPE_FOLDER:
+    case MRB_ITEM_TYPE_UPFOLDER:
+    case MRB_ITEM_TYPE_GROUP:
+    case MRB_ITEM_TYPE_EMPTY:
+        return {};
+    default:
+        break;
+    }
+    MediaItem item;
+    item.path = source_->filePath(facts);
+    if (!item.path.empty()) {
+        std::call_once(pathsMade_, [this] { paths_.emplace(source_->watchedRoot()); });
+        item.name = facts.name;
+        item.key = paths_->keyOf(item.path, facts.size, facts.modified);
+    }
+    return item;
+}
+
 std::optional<std::int32_t> Opening::pageOf(const std::string &mediaId) const {
     const std::optional<ItemFacts> item = source_->identify(mediaId);
     return item ? list_.pageOf(*item) : std::nullopt;

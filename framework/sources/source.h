@@ -121,6 +121,10 @@ class Source {
     // `item` may be the source itself, as a folder without a name.
     [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
 
+    // The exact bytes of the path under which this machine has the item as a file;
+    // empty where there is none.
+    [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
+
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.
     [[nodiscard]] virtual std::string watchedRoot() const { return {}; }

@@ -60,7 +60,7 @@ FolderSource::FolderSource(std::string path, Descriptor folder)
 
 FillResult FolderSource::fill(ItemSink &sink) { return FolderScan(sink, path_).run(std::move(folder_)); }
 
-ItemLocation FolderSource::locate(const ItemFacts &item) const {
+std::string FolderSource::filePath(const ItemFacts &item) const {
     std::string bytes = path_;
     if (!item.folder.empty()) {
         bytes.append(1, '/').append(item.folder);
@@ -68,7 +68,11 @@ ItemLocation FolderSource::locate(const ItemFacts &item) const {
     if (!item.name.empty() || bytes.empty()) {
         bytes.append(1, '/').append(item.name);
     }
+    return bytes;
+}
 
+ItemLocation FolderSource::locate(const ItemFacts &item) const {
+    const std::string bytes = filePath(item);
     ItemLocation location;
     location.path = displayText(bytes);
     location.url = fileUri(bytes);

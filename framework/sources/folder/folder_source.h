@@ -14,6 +14,7 @@ class FolderSource final : public Source {
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
+    [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] std::string watchedRoot() const override { return path_.empty() ? "/" : path_; }
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 
