@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "fields/sort_values.h"
 #include "list/description.h"
 #include "text/text.h"
 
@@ -83,7 +84,12 @@ FillResult Opening::fill() {
 // left as it is, since whoever cancelled does not want to wait.
 void Opening::sort(Outcome &outcome) {
     try {
-        if (!list_.sort([this] { return stopped(); }) && outcome.code == MRB_ERR_NONE) {
+        const auto isStopped = [this] { return stopped(); };
+        const auto fileOf = [this](const ItemFacts &facts) { return mediaOf(facts); };
+        const auto valuesOf = [&](const ItemStore &store, SortKey key) {
+            return sortValues(store, key, library(), fileOf, isStopped);
+        };
+        if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
             outcome = {MRB_ERR_CANCELLED, {}};
         }
     } catch (const std::bad_alloc &) {

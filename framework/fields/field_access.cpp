@@ -62,6 +62,12 @@ bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
 
+FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                     const MediaRecord &record) {
+    const FactValue *written = writtenValue(field, record);
+    return written != nullptr ? *written : field.value({entry, location, record});
+}
+
 Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value) {
     const Field *field = findField(name);
     if (field == nullptr || field->type != type) {
@@ -77,16 +83,13 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
         const MediaItem item = opening.mediaOf(entry->facts);
         if (!item.path.empty()) {
             record = opening.library().known(item);
-            if (const FactValue *written = writtenValue(*field, *record)) {
-                value = inType(*written, type);
-                return {};
-            }
-            if (field->needs == FieldNeeds::FILE && !record->isRead) {
+            const bool isWritten = writtenValue(*field, *record) != nullptr;
+            if (field->needs == FieldNeeds::FILE && !record->isRead && !isWritten) {
                 reading = opening.library().read(item, record);
             }
         }
     }
-    const FactValue found = field->value({*entry, opening.locate(*entry), *record});
+    const FactValue found = fieldValue(*field, *entry, opening.locate(*entry), *record);
     if (isNothing(found)) {
         if (reading.code != MRB_ERR_NONE) {
             return reading;

@@ -17,8 +17,17 @@ struct Category {
 };
 
 constexpr Category CATEGORIES[] = {
-    {"", SortKey::SOURCE},   {"FOLDER", SortKey::SOURCE}, {"NAME", SortKey::NAME}, {"TITLE", SortKey::NAME},
-    {"DATE", SortKey::DATE}, {"SIZE", SortKey::SIZE},     {"TYPE", SortKey::TYPE},
+    {"", SortKey::SOURCE},
+    {"FOLDER", SortKey::SOURCE},
+    {"NAME", SortKey::NAME},
+    {"TITLE", SortKey::TITLE},
+    {"DATE", SortKey::DATE},
+    {"SIZE", SortKey::SIZE},
+    {"TYPE", SortKey::TYPE},
+    {"ARTIST", SortKey::ARTIST},
+    {"ALBUM", SortKey::ALBUM},
+    {"GENRE", SortKey::GENRE},
+    {"DATE_TAKEN", SortKey::DATE_TAKEN},
 };
 
 struct Direction {
@@ -67,8 +76,7 @@ std::int64_t valueOf(const ItemStore &store, std::int32_t item, SortKey key) {
         return store.fileSize(item);
     case SortKey::TYPE:
         return store.type(item);
-    case SortKey::SOURCE:
-    case SortKey::NAME:
+    default:
         break;
     }
     return 0;
@@ -105,8 +113,8 @@ class Before {
     unsigned comparisons_ = 0;
 };
 
-std::vector<Ranked> rank(const ItemStore &store, SortKey key, const std::function<bool()> &stopped,
-                         Arena &arena) {
+std::vector<Ranked> rank(const ItemStore &store, SortKey key, const std::vector<std::int64_t> &values,
+                         const std::function<bool()> &stopped, Arena &arena) {
     NaturalOrder names;
     std::vector<Ranked> ranked;
     ranked.reserve(static_cast<std::size_t>(store.size()));
@@ -114,8 +122,10 @@ std::vector<Ranked> rank(const ItemStore &store, SortKey key, const std::functio
         if (static_cast<unsigned>(item) % PATIENCE == 0 && stopped()) {
             throw Stopped();
         }
-        ranked.push_back({valueOf(store, item, key), arena.keep(names.key(store.name(item))), item,
-                          store.type(item) == MRB_ITEM_TYPE_FOLDER});
+        const std::int64_t value =
+            isOfFiles(key) ? values.at(static_cast<std::size_t>(item)) : valueOf(store, item, key);
+        ranked.push_back(
+            {value, arena.keep(names.key(store.name(item))), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
     }
     return ranked;
 }
@@ -150,13 +160,14 @@ Outcome readSortCategory(std::string_view category, SortOrder &order) {
 }
 
 std::optional<std::vector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
-                                                   const std::function<bool()> &stopped) {
+                                                   const std::function<bool()> &stopped,
+                                                   const std::vector<std::int64_t> &values) {
     if (order.key == SortKey::SOURCE) {
         return sourceOrder(store.size(), order.descending);
     }
     try {
         Arena arena;
-        std::vector<Ranked> ranked = rank(store, order.key, stopped, arena);
+        std::vector<Ranked> ranked = rank(store, order.key, values, stopped, arena);
         // A reference: the algorithm copies the comparison about, and its count with it.
         Before before(order, stopped);
         std::sort(ranked.begin(), ranked.end(), std::ref(before));
