@@ -48,6 +48,7 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     try {
         opening = std::make_shared<Opening>(events_, number, listener, std::move(source), std::move(wishes));
         opening->watchWith(watcher_);
+        opening->readWith(library_);
         events_.start();
         workers_.start([opening] { opening->run(); });
     } catch (...) {
@@ -128,6 +129,7 @@ void Framework::shutDown() {
     events_.finish(deadline);
     workers_.finish(deadline);
     watcher_.finish(deadline);
+    library_.close();
 }
 
 } // namespace mrb

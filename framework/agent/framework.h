@@ -41,6 +41,7 @@ class Framework {
     void shutDown();
 
     EventThread events_;
+    MediaLibrary library_;
     Watcher watcher_;
     Workers workers_;
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "fields/sort_values.h"
 #include "list/description.h"
 #include "text/text.h"
 
@@ -83,7 +84,12 @@ FillResult Opening::fill() {
 // left as it is, since whoever cancelled does not want to wait.
 void Opening::sort(Outcome &outcome) {
     try {
-        if (!list_.sort([this] { return stopped(); }) && outcome.code == MRB_ERR_NONE) {
+        const auto isStopped = [this] { return stopped(); };
+        const auto fileOf = [this](const ItemFacts &facts) { return mediaOf(facts); };
+        const auto valuesOf = [&](const ItemStore &store, SortKey key) {
+            return sortValues(store, key, library(), fileOf, isStopped);
+        };
+        if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
             outcome = {MRB_ERR_CANCELLED, {}};
         }
     } catch (const std::bad_alloc &) {
@@ -114,6 +120,26 @@ ItemLocation Opening::locate(const ListEntry &entry) const {
     const bool isSomewhere =
         entry.facts.type != MRB_ITEM_TYPE_GROUP && entry.facts.type != MRB_ITEM_TYPE_EMPTY;
     return isSomewhere ? source_->locate(entry.facts) : ItemLocation{};
+}
+
+MediaItem Opening::mediaOf(const ItemFacts &facts) const {
+    switch (facts.type) {
+    case MRB_ITEM_TYPE_FOLDER:
+    case MRB_ITEM_TYPE_UPFOLDER:
+    case MRB_ITEM_TYPE_GROUP:
+    case MRB_ITEM_TYPE_EMPTY:
+        return {};
+    default:
+        break;
+    }
+    MediaItem item;
+    item.path = source_->filePath(facts);
+    if (!item.path.empty()) {
+        std::call_once(pathsMade_, [this] { paths_.emplace(source_->watchedRoot()); });
+        item.name = facts.name;
+        item.key = paths_->keyOf(item.path, facts.size, facts.modified);
+    }
+    return item;
 }
 
 std::optional<std::int32_t> Opening::pageOf(const std::string &mediaId) const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <latch>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,6 +14,8 @@
 #include "events/event_thread.h"
 #include "list/list.h"
 #include "list/wishes.h"
+#include "metadata/media_library.h"
+#include "metadata/media_paths.h"
 #include "mrb/agent.h"
 #include "sources/source.h"
 #include "watch/watcher.h"
@@ -41,6 +44,10 @@ class Opening final : public EventTarget,
     // all, before run.
     void watchWith(Watcher &watcher) { watcher_ = &watcher; }
 
+    // Where the metadata of the items come from. Called before run.
+    void readWith(MediaLibrary &library) { library_ = &library; }
+    [[nodiscard]] MediaLibrary &library() const { return *library_; }
+
     // The worker's whole life: waits for begin, fills the list, sorts it, and posts
     // exactly one of the ready, failed and cancelled events.
     void run() noexcept;
@@ -66,6 +73,8 @@ class Opening final : public EventTarget,
 
     // Whether an entry's file is still there; a code of mrb/result.h. Any thread.
     [[nodiscard]] int reach(const ListEntry &entry) const;
+    // The file that an item is; without a path where it is none. Any thread.
+    [[nodiscard]] MediaItem mediaOf(const ItemFacts &facts) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
     [[nodiscard]] std::optional<ListEntry> current() const { return list_.current(); }
@@ -105,6 +114,9 @@ class Opening final : public EventTarget,
     List list_;
 
     Watcher *watcher_ = nullptr;
+    MediaLibrary *library_ = nullptr;
+    mutable std::once_flag pathsMade_;
+    mutable std::optional<MediaPaths> paths_; // made when it is first needed
     std::latch begin_{1};
     std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;

@@ -1,6 +1,7 @@
 // What a player asks of the item under the cursor.
 
 #include "api/with_list.h"
+#include "fields/field_access.h"
 #include "list/description.h"
 #include "mrb/agent.h"
 
@@ -40,19 +41,21 @@ int describeCurrent(mrb_agent_handler_h agent, char **text, int (Opening::*check
         if (code != MRB_ERR_NONE) {
             return code;
         }
-        return mrb::handOver(describe(*entry, opening.locate(*entry)), text);
+        return mrb::handOver(describe(opening, *entry), text);
     });
 }
 
 } // namespace
 
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
-    return describeCurrent(agent, play_data, &Opening::reach, mrb::describePlayback);
+    return describeCurrent(
+        agent, play_data, &Opening::reach, [](const Opening &opening, const ListEntry &entry) {
+            return mrb::describePlayback(entry, opening.locate(entry), mrb::resumePosition(opening, entry));
+        });
 }
 
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
-    return describeCurrent(agent, rating, nullptr,
-                           [](const ListEntry & /*entry*/, const mrb::ItemLocation &location) {
-                               return mrb::describeRating(location);
-                           });
+    return describeCurrent(agent, rating, nullptr, [](const Opening &opening, const ListEntry &entry) {
+        return mrb::describeRating(opening.locate(entry));
+    });
 }

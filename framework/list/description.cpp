@@ -38,7 +38,8 @@ std::string describeEntry(const ListEntry &entry, const ItemLocation &location) 
     return jsonText(description);
 }
 
-std::string describePlayback(const ListEntry &entry, const ItemLocation &location) {
+std::string describePlayback(const ListEntry &entry, const ItemLocation &location,
+                             std::int64_t resumePosition) {
     Json::Value data(Json::objectValue);
     data["name"] = displayText(entry.facts.name);
     data["path"] = location.path;
@@ -46,8 +47,7 @@ std::string describePlayback(const ListEntry &entry, const ItemLocation &locatio
     data["media_id"] = location.mediaId;
     data["mime_type"] = location.mimeType;
     data["size"] = numberOrNull(entry.facts.size);
-    // Where a player stopped is not remembered, so every item plays from its start.
-    data["resume_position"] = 0;
+    data["resume_position"] = Json::Int64{resumePosition};
     return jsonText(data);
 }
 

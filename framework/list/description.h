@@ -10,8 +10,10 @@ namespace mrb {
 // are listed in docs/framework.md.
 std::string describeEntry(const ListEntry &entry, const ItemLocation &location);
 
-// What a player needs to play an item, and what is known of its rating: likewise.
-std::string describePlayback(const ListEntry &entry, const ItemLocation &location);
+// What a player needs to play an item from `resumePosition` seconds on, and what is
+// known of its rating: likewise.
+std::string describePlayback(const ListEntry &entry, const ItemLocation &location,
+                             std::int64_t resumePosition);
 std::string describeRating(const ItemLocation &location);
 
 } // namespace mrb

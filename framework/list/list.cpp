@@ -31,13 +31,18 @@ bool List::add(std::span<const SourceItem> items) {
     return true;
 }
 
-bool List::sort(const std::function<bool()> &stopped) {
+bool List::sort(const std::function<bool()> &stopped, const FileValues &valuesOf) {
     const SortOrder order = wishes_.sort;
     if (order.key == SortKey::SOURCE && !order.descending) {
         return true;
     }
     // Without the lock: only this thread ever changes the store.
-    std::optional<PagedVector<std::int32_t>> items = sortItems(store_, order, stopped);
+    std::optional<std::vector<std::int64_t>> values;
+    if (isOfFiles(order.key) && !(values = valuesOf(store_, order.key))) {
+        return false;
+    }
+    std::optional<PagedVector<std::int32_t>> items =
+        sortItems(store_, order, stopped, values.value_or(std::vector<std::int64_t>()));
     if (!items) {
         return false;
     }

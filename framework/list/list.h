@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "list/item_store.h"
 #include "list/view.h"
@@ -40,9 +41,14 @@ class List {
     // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 
+    // Gives a number for each item by which to sort by what files say; no value: stopped.
+    using FileValues =
+        std::function<std::optional<std::vector<std::int64_t>>(const ItemStore &store, SortKey key)>;
+
     // Puts the items into the order that was wished for, after the last was added.
-    // False: `stopped` became true before that was done.
-    [[nodiscard]] bool sort(const std::function<bool()> &stopped);
+    // False: `stopped` became true before that was done. `valuesOf` is called without
+    // the lock, and only where the order is one of files.
+    [[nodiscard]] bool sort(const std::function<bool()> &stopped, const FileValues &valuesOf);
 
     // How many items passed the filters, wherever they lie.
     [[nodiscard]] std::int32_t passed() const;

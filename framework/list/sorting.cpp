@@ -16,8 +16,17 @@ struct Category {
 };
 
 constexpr Category CATEGORIES[] = {
-    {"", SortKey::SOURCE},   {"FOLDER", SortKey::SOURCE}, {"NAME", SortKey::NAME}, {"TITLE", SortKey::NAME},
-    {"DATE", SortKey::DATE}, {"SIZE", SortKey::SIZE},     {"TYPE", SortKey::TYPE},
+    {"", SortKey::SOURCE},
+    {"FOLDER", SortKey::SOURCE},
+    {"NAME", SortKey::NAME},
+    {"TITLE", SortKey::TITLE},
+    {"DATE", SortKey::DATE},
+    {"SIZE", SortKey::SIZE},
+    {"TYPE", SortKey::TYPE},
+    {"ARTIST", SortKey::ARTIST},
+    {"ALBUM", SortKey::ALBUM},
+    {"GENRE", SortKey::GENRE},
+    {"DATE_TAKEN", SortKey::DATE_TAKEN},
 };
 
 struct Direction {
@@ -42,8 +51,7 @@ std::int64_t valueOf(const ItemStore &store, std::int32_t item, SortKey key) {
         return store.fileSize(item);
     case SortKey::TYPE:
         return store.type(item);
-    case SortKey::SOURCE:
-    case SortKey::NAME:
+    default:
         break;
     }
     return 0;
@@ -108,7 +116,8 @@ Outcome readSortCategory(std::string_view category, SortOrder &order) {
 }
 
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
-                                                   const std::function<bool()> &stopped) {
+                                                   const std::function<bool()> &stopped,
+                                                   const std::vector<std::int64_t> &values) {
     if (order.key == SortKey::SOURCE) {
         return sourceOrder(store.size(), order.descending);
     }
@@ -125,8 +134,9 @@ std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortO
         if (stopped()) {
             return std::nullopt;
         }
-        ranked.push_back({valueOf(store, item, order.key), names.prefix(static_cast<std::size_t>(item)), item,
-                          store.type(item) == MRB_ITEM_TYPE_FOLDER});
+        const auto place = static_cast<std::size_t>(item);
+        const std::int64_t value = isOfFiles(order.key) ? values.at(place) : valueOf(store, item, order.key);
+        ranked.push_back({value, names.prefix(place), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
     }
     if (!sortUnlessStopped(ranked.begin(), ranked.end(), Before(order, names), stopped)) {
         return std::nullopt;

@@ -11,8 +11,9 @@
 
 namespace mrb {
 
-// By what a list is sorted.
-enum class SortKey : std::uint8_t { SOURCE, NAME, DATE, SIZE, TYPE };
+// By what a list is sorted; from TITLE on by what the files say.
+enum class SortKey : std::uint8_t { SOURCE, NAME, DATE, SIZE, TYPE, TITLE, ARTIST, ALBUM, GENRE, DATE_TAKEN };
+constexpr bool isOfFiles(SortKey key) { return key >= SortKey::TITLE; }
 
 struct SortOrder {
     SortKey key = SortKey::SOURCE;
@@ -25,8 +26,10 @@ Outcome readSortCategory(std::string_view category, SortOrder &order);
 // The numbers of all items of the store in the given order; folders first unless
 // it is the source's own, equals by name and then as the source has them. No value
 // when `stopped` became true, which is asked for every name and at every bounded
-// number of comparisons.
+// number of comparisons. Where the key is of files, `values` has a number for each
+// item to sort by, or UNKNOWN.
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
-                                                   const std::function<bool()> &stopped);
+                                                   const std::function<bool()> &stopped,
+                                                   const std::vector<std::int64_t> &values = {});
 
 } // namespace mrb

@@ -124,6 +124,9 @@ class Source {
     // Whether the item is still there, as far as that can be said without waiting for
     // another machine. MRB_ERR_NOT_FOUND: it is gone.
     [[nodiscard]] virtual Outcome reach(const ItemFacts & /*item*/) const { return {}; }
+    // The exact bytes of the path under which this machine has the item as a file;
+    // empty where there is none.
+    [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
 
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.

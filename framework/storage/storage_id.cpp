@@ -3,6 +3,7 @@
 #include <libmount.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -11,17 +12,6 @@
 #include "text/text.h"
 
 namespace mrb {
-namespace {
-
-struct Release {
-    void operator()(libmnt_table *table) const { mnt_unref_table(table); }
-    void operator()(char *text) const { std::free(text); }
-};
-using MountTable = std::unique_ptr<libmnt_table, Release>;
-
-std::string textOrNothing(const char *text) { return text != nullptr ? text : ""; }
-
-} // namespace
 
 std::string uuidOfDevice(const std::string &device, const std::string &folder) {
     struct stat wanted {};
@@ -40,6 +30,40 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder) {
     return {};
 }
 
+namespace {
+
+struct Release {
+    void operator()(libmnt_table *table) const { mnt_unref_table(table); }
+    void operator()(libmnt_iter *each) const { mnt_free_iter(each); }
+    void operator()(char *text) const { std::free(text); }
+};
+using MountTable = std::unique_ptr<libmnt_table, Release>;
+
+std::string textOrNothing(const char *text) { return text != nullptr ? text : ""; }
+
+std::string idOf(libmnt_fs *mount) {
+    const std::string source = textOrNothing(mnt_fs_get_source(mount));
+    const std::string id = displayText(uuidOfDevice(source));
+    return id.empty() ? displayText(textOrNothing(mnt_fs_get_fstype(mount)) + ':' + source + ':' +
+                                    textOrNothing(mnt_fs_get_target(mount)))
+                      : id;
+}
+
+MountTable readMounts() {
+    MountTable table(mnt_new_table());
+    if (table && mnt_table_parse_file(table.get(), "/proc/self/mountinfo") != 0) {
+        table.reset();
+    }
+    return table;
+}
+
+// True: `path` is `folder` or lies below it; both without a slash at the end.
+bool isWithin(const std::string &path, const std::string &folder) {
+    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+} // namespace
+
 Outcome readStorageId(const std::string &path, std::string &id) {
     if (!path.starts_with('/')) {
         return {MRB_ERR_INVALID_PARAMETER, "The mount path \"" + path + "\" is not absolute."};
@@ -48,11 +72,8 @@ Outcome readStorageId(const std::string &path, std::string &id) {
     if (!real) {
         return outcomeOfErrno(errno, path);
     }
-    const MountTable table(mnt_new_table());
+    const MountTable table = readMounts();
     if (!table) {
-        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the table of mounts."};
-    }
-    if (mnt_table_parse_file(table.get(), "/proc/self/mountinfo") != 0) {
         return {MRB_ERR_IO, "The table of mounts cannot be read."};
     }
     // Backwards: of several mounts at one place, the last one covers the others.
@@ -60,13 +81,28 @@ Outcome readStorageId(const std::string &path, std::string &id) {
     if (mount == nullptr) {
         return {MRB_ERR_NOT_FOUND, "No mount holds \"" + path + "\"."};
     }
-    const std::string source = textOrNothing(mnt_fs_get_source(mount));
-    id = displayText(uuidOfDevice(source));
-    if (id.empty()) {
-        id = displayText(textOrNothing(mnt_fs_get_fstype(mount)) + ':' + source + ':' +
-                         textOrNothing(mnt_fs_get_target(mount)));
-    }
+    id = idOf(mount);
     return {};
+}
+
+std::vector<Mount> mountsOf(const std::string &folder) {
+    const std::string wanted = folder == "/" ? "" : folder;
+    std::vector<Mount> mounts;
+    const MountTable table = readMounts();
+    libmnt_fs *holder =
+        table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
+    const std::unique_ptr<libmnt_iter, Release> each(mnt_new_iter(MNT_ITER_BACKWARD));
+    libmnt_fs *mount = nullptr;
+    while (holder != nullptr && each && mnt_table_next_fs(table.get(), each.get(), &mount) == 0) {
+        std::string place = textOrNothing(mnt_fs_get_target(mount));
+        place = place == "/" ? "" : place;
+        const bool isKnown = std::ranges::find(mounts, place, &Mount::place) != mounts.end();
+        if (!isKnown && (mount == holder || isWithin(place, wanted))) {
+            mounts.push_back({std::move(place), idOf(mount)});
+        }
+    }
+    std::ranges::stable_sort(mounts, std::greater(), [](const Mount &found) { return found.place.size(); });
+    return mounts;
 }
 
 } // namespace mrb

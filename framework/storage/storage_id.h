@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "base/result.h"
 
@@ -17,5 +18,15 @@ inline constexpr const char *UUID_FOLDER = "/dev/disk/by-uuid";
 // The UUID under which `folder` has a link to `device`, or to anything that is the
 // same block device; empty when there is none.
 std::string uuidOfDevice(const std::string &device, const std::string &folder = UUID_FOLDER);
+
+// A place where a storage is mounted, and the storage's id.
+struct Mount {
+    std::string place; // absolute, without a slash at its end; empty for "/"
+    std::string id;
+};
+
+// The mount that holds the existing, real path `folder`, and those below it; the
+// longest places first. Empty when the system does not tell. Any thread.
+std::vector<Mount> mountsOf(const std::string &folder);
 
 } // namespace mrb

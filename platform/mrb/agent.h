@@ -102,8 +102,9 @@ int mrb_destroy_general_param(mrb_general_param_h param);
 
 /*
  * Which media to list, and the order to list it in. Empty: all; the source's own order.
- * A sort category is "FOLDER" (the source's own order), "NAME", "TITLE", "DATE"
- * (last change), "SIZE" or "TYPE" (by MRB_ITEM_TYPE_), ascending as it stands and
+ * A sort category is "FOLDER" (the source's own order), "NAME", "DATE" (last change),
+ * "SIZE" or "TYPE" (by MRB_ITEM_TYPE_), or, by fields of the same names, "TITLE",
+ * "ARTIST", "ALBUM" (and track), "GENRE" or "DATE_TAKEN"; ascending as it stands and
  * descending with " DESC" or "-" behind it. In every order but "FOLDER" folders come
  * first, what has no such value comes last, and equals are in the order of their
  * names. A list is sorted when it is complete; until then it is in the source's order.

@@ -69,21 +69,25 @@ TEST(Interface, ExportsTheDeclaredFunctionsAndNothingElse) {
     EXPECT_EQ(exportedSymbols(), declared);
 }
 
-TEST(Interface, ItemFieldsAreNotSupported) {
+TEST(Interface, ItemFieldsNeedAnOpenList) {
     long long large = 0;
     double real = 0;
     int number = 0;
     bool flag = false;
     char *text = nullptr;
-    EXPECT_EQ(mrb_get_item_value_lint_v2(1, "SIZE", &large), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_item_value_double_v2(1, "LATITUDE", &real), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_item_value_time_v2(1, "DATE", &number), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_item_value_char_v2(1, "TITLE", &text), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_item_value_int_v2(1, "WIDTH", &number), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_item_value_bool_v2(1, "LOCKED", &flag), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_set_item_value_char_v2(1, "TITLE", "t"), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_set_item_value_int_v2(1, "RATING", 1), NOT_SUPPORTED);
+    EXPECT_EQ(mrb_get_item_value_lint_v2(0, "SIZE", &large), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_get_item_value_double_v2(0, "LATITUDE", &real), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_get_item_value_time_v2(0, "ADDED_TIME", &number), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_get_item_value_char_v2(0, "TITLE", &text), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_get_item_value_int_v2(0, "WIDTH", &number), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_get_item_value_bool_v2(0, "IS_DRM", &flag), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_set_item_value_char_v2(0, "TITLE", "t"), MRB_ERR_INVALID_HANDLE);
+    EXPECT_EQ(mrb_set_item_value_int_v2(0, "PLAYED_COUNT", 1), MRB_ERR_INVALID_HANDLE);
     EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(mrb_get_item_value_int_v2(1, nullptr, &number), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_get_item_value_int_v2(1, "WIDTH", nullptr), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_set_item_value_char_v2(1, "TITLE", nullptr), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_set_item_value_int_v2(1, nullptr, 1), MRB_ERR_INVALID_PARAMETER);
 }
 
 TEST(Interface, SelectionIsNotSupported) {

@@ -61,7 +61,7 @@ FolderSource::FolderSource(std::string path, Descriptor folder)
 
 FillResult FolderSource::fill(ItemSink &sink) { return FolderScan(sink, path_).run(std::move(folder_)); }
 
-std::string FolderSource::pathOf(const ItemFacts &item) const {
+std::string FolderSource::filePath(const ItemFacts &item) const {
     std::string bytes = path_;
     if (!item.folder.empty()) {
         bytes.append(1, '/').append(item.folder);
@@ -73,14 +73,14 @@ std::string FolderSource::pathOf(const ItemFacts &item) const {
 }
 
 Outcome FolderSource::reach(const ItemFacts &item) const {
-    const std::string path = pathOf(item);
+    const std::string path = filePath(item);
     struct statx status {};
     const int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
     return outcomeOfErrno(statx(AT_FDCWD, path.c_str(), flags, 0, &status) == 0 ? 0 : errno, path);
 }
 
 ItemLocation FolderSource::locate(const ItemFacts &item) const {
-    const std::string bytes = pathOf(item);
+    const std::string bytes = filePath(item);
     ItemLocation location;
     location.path = displayText(bytes);
     location.url = fileUri(bytes);

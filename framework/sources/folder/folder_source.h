@@ -15,14 +15,12 @@ class FolderSource final : public Source {
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
     [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] std::string watchedRoot() const override { return path_.empty() ? "/" : path_; }
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 
   private:
     FolderSource(std::string path, Descriptor folder);
-
-    // The exact bytes of the item's path.
-    [[nodiscard]] std::string pathOf(const ItemFacts &item) const;
 
     const std::string path_; // without a slash at its end; empty for "/"
     Descriptor folder_;      // used up by fill

@@ -1,0 +1,154 @@
+#include "fields/field_access.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+namespace mrb {
+namespace {
+
+constexpr const char *PLAYED_COUNT = "PLAYED_COUNT";
+constexpr const char *PLAYED_POSITION = "PLAYED_POSITION";
+constexpr const char *PLAYED_TIME = "PLAYED_TIME";
+
+Outcome noSuchField(const char *name, const char *how) {
+    return {MRB_ERR_INVALID_PARAMETER, "There is no field \"" + std::string(name) + "\" to be " + how + "."};
+}
+
+std::int64_t within(std::int64_t number, std::int64_t least, std::int64_t most) {
+    return std::clamp(number, least, most);
+}
+
+// The value in its type; the empty one where there is none or one of another kind.
+FactValue inType(const FactValue &value, FieldType type) {
+    const auto *number = std::get_if<std::int64_t>(&value);
+    const auto *real = std::get_if<double>(&value);
+    const auto *text = std::get_if<std::string>(&value);
+    using Limits = std::numeric_limits<std::int32_t>;
+    switch (type) {
+    case FieldType::LINT:
+        return number != nullptr ? *number : std::int64_t{0};
+    case FieldType::TIME:
+    case FieldType::INT:
+        return number != nullptr ? within(*number, Limits::min(), Limits::max()) : std::int64_t{0};
+    case FieldType::BOOL:
+        return std::int64_t{number != nullptr && *number != 0 ? 1 : 0};
+    case FieldType::DOUBLE:
+        return real != nullptr ? *real : 0.0;
+    case FieldType::CHAR:
+        return text != nullptr ? *text : std::string();
+    }
+    return {};
+}
+
+// A written text that is empty counts as none.
+const FactValue *writtenValue(const Field &field, const MediaRecord &record) {
+    const auto found = field.isWritable ? record.written.find(field.name) : record.written.end();
+    if (found == record.written.end()) {
+        return nullptr;
+    }
+    const auto *text = std::get_if<std::string>(&found->second);
+    return text != nullptr && text->empty() ? nullptr : &found->second;
+}
+
+bool isNothing(const FactValue &value) {
+    const auto *text = std::get_if<std::string>(&value);
+    return value.index() == 0 || (text != nullptr && text->empty());
+}
+
+bool isUtf8(std::string_view text) { return cleanText(text) == text; }
+
+} // namespace
+
+FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                     const MediaRecord &record) {
+    const FactValue *written = writtenValue(field, record);
+    return written != nullptr ? *written : field.value({entry, location, record});
+}
+
+Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value) {
+    const Field *field = findField(name);
+    if (field == nullptr || field->type != type) {
+        return noSuchField(name, "read with that type");
+    }
+    const std::optional<ListEntry> entry = opening.current();
+    if (!entry) {
+        return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
+    }
+    Outcome reading;
+    std::shared_ptr<const MediaRecord> record = std::make_shared<MediaRecord>();
+    if (field->needs != FieldNeeds::ENTRY) {
+        const MediaItem item = opening.mediaOf(entry->facts);
+        if (!item.path.empty()) {
+            record = opening.library().known(item);
+            const bool isWritten = writtenValue(*field, *record) != nullptr;
+            if (field->needs == FieldNeeds::FILE && !record->isRead && !isWritten) {
+                reading = opening.library().read(item, record);
+            }
+        }
+    }
+    const FactValue found = fieldValue(*field, *entry, opening.locate(*entry), *record);
+    if (isNothing(found)) {
+        if (reading.code != MRB_ERR_NONE) {
+            return reading;
+        }
+        if (field->isRequired) {
+            return {MRB_ERR_NOT_FOUND, {}};
+        }
+    }
+    value = inType(found, type);
+    return {};
+}
+
+Outcome writeField(const Opening &opening, const char *name, FactValue value) {
+    const Field *field = findField(name);
+    const auto *number = std::get_if<std::int64_t>(&value);
+    const auto *text = std::get_if<std::string>(&value);
+    const FieldType type = number != nullptr ? FieldType::INT : FieldType::CHAR;
+    if (field == nullptr || field->type != type) {
+        return noSuchField(name, "written with that type");
+    }
+    if (!field->isWritable) {
+        return {MRB_ERR_NOT_SUPPORTED, "The field \"" + std::string(name) + "\" cannot be written."};
+    }
+    if (number != nullptr && (*number < field->least || *number > field->most)) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "The field \"" + std::string(name) + "\" cannot be " + std::to_string(*number) + "; it is " +
+                    std::to_string(field->least) + " to " + std::to_string(field->most) + "."};
+    }
+    if (text != nullptr && (text->size() > Metadata::LONGEST_TEXT || !isUtf8(*text))) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "The text for the field \"" + std::string(name) + "\" is longer than " +
+                    std::to_string(Metadata::LONGEST_TEXT) +
+                    " bytes, is not UTF-8, or has control characters or spaces around it."};
+    }
+    const std::optional<ListEntry> entry = opening.current();
+    if (!entry) {
+        return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
+    }
+    const MediaItem item = opening.mediaOf(entry->facts);
+    if (item.path.empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only the fields of files can be written."};
+    }
+    WrittenFields written;
+    if (field->name == PLAYED_COUNT || field->name == PLAYED_POSITION) {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        written[PLAYED_TIME] = std::int64_t{std::chrono::duration_cast<std::chrono::seconds>(now).count()};
+    }
+    written[name] = std::move(value);
+    return opening.library().write(item, written);
+}
+
+std::int64_t resumePosition(const Opening &opening, const ListEntry &entry) {
+    const MediaItem item = opening.mediaOf(entry.facts);
+    if (item.path.empty()) {
+        return 0;
+    }
+    const std::shared_ptr<const MediaRecord> record = opening.library().known(item);
+    const FactValue *written = writtenValue(*findField(PLAYED_POSITION), *record);
+    return written == nullptr ? 0 : std::get<std::int64_t>(inType(*written, FieldType::INT));
+}
+
+} // namespace mrb

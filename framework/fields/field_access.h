@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "agent/opening.h"
+#include "base/result.h"
+#include "fields/field_table.h"
+
+namespace mrb {
+
+// The value of an entry that has `record`: what a client wrote, else its own; nothing
+// where there is none. It is not yet in the field's type.
+FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                     const MediaRecord &record);
+
+// Reads a field of the entry under the list's cursor. `value` is then an integer, a
+// real number or a text as the type wants it, the empty one where the entry has none.
+Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value);
+
+// Writes one: an integer or a text. What is kept is the client's; the file itself is
+// never written. An empty text brings the file's own back.
+Outcome writeField(const Opening &opening, const char *name, FactValue value);
+
+// The seconds at which a client wants to go on with an item; 0: from its start.
+std::int64_t resumePosition(const Opening &opening, const ListEntry &entry);
+
+} // namespace mrb

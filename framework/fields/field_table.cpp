@@ -1,0 +1,234 @@
+#include "fields/field_table.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "media/media_types.h"
+#include "metadata/formats.h"
+#include "mrb/agent.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr int MOST = std::numeric_limits<int>::max();
+
+FactValue numberOrNothing(std::int64_t number) { return number == UNKNOWN ? FactValue() : FactValue(number); }
+
+FactValue nothing(const FieldSubject & /*subject*/) { return {}; }
+
+template <Fact FACT>
+FactValue fact(const FieldSubject &subject) {
+    return subject.record.facts[FACT];
+}
+
+// ---- what the list knows ----
+
+FactValue size(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.size); }
+
+FactValue modifiedTime(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.modified); }
+
+// File systems that keep no time of creation have the last change at least.
+FactValue addedTime(const FieldSubject &subject) {
+    const ItemFacts &facts = subject.entry.facts;
+    return numberOrNothing(facts.created == UNKNOWN ? facts.modified : facts.created);
+}
+
+FactValue modifiedMonth(const FieldSubject &subject) {
+    constexpr std::size_t YEAR_AND_MONTH = 7;
+    const std::int64_t seconds = subject.entry.facts.modified;
+    const Json::Value time = seconds == UNKNOWN ? Json::Value() : isoTime(seconds);
+    return time.isString() ? FactValue(time.asString().substr(0, YEAR_AND_MONTH)) : FactValue();
+}
+
+FactValue mediaType(const FieldSubject &subject) { return std::int64_t{subject.entry.facts.type}; }
+
+FactValue groupItemCount(const FieldSubject &subject) { return std::int64_t{subject.entry.groupItems}; }
+
+FactValue filePath(const FieldSubject &subject) { return subject.location.path; }
+
+FactValue url(const FieldSubject &subject) { return subject.location.url; }
+
+FactValue mediaId(const FieldSubject &subject) { return subject.location.mediaId; }
+
+FactValue displayName(const FieldSubject &subject) { return displayText(subject.entry.facts.name); }
+
+// ---- what the file says, in the form that fields have ----
+
+bool isFile(const FieldSubject &subject) {
+    const auto type = subject.entry.facts.type;
+    return type != MRB_ITEM_TYPE_FOLDER && type != MRB_ITEM_TYPE_UPFOLDER && type != MRB_ITEM_TYPE_GROUP;
+}
+
+// The file's own, else its name without the extension.
+FactValue title(const FieldSubject &subject) {
+    if (subject.record.facts.has(Fact::TITLE)) {
+        return subject.record.facts[Fact::TITLE];
+    }
+    const std::string &name = subject.entry.facts.name;
+    const std::string_view extension = isFile(subject) ? extensionOf(name) : std::string_view();
+    const std::size_t end = extension.empty() ? name.size() : name.size() - extension.size() - 1;
+    return displayText(name.substr(0, end));
+}
+
+// What the bytes are; what the name says where they tell nothing.
+FactValue mimeType(const FieldSubject &subject) {
+    const std::string &found = subject.record.facts.text(Fact::MIME_TYPE);
+    return found.empty() ? subject.location.mimeType : found;
+}
+
+FactValue pixels(const FieldSubject &subject) {
+    const Metadata &facts = subject.record.facts;
+    const std::int64_t width = std::min<std::int64_t>(facts.number(Fact::WIDTH), MOST);
+    return width * std::min<std::int64_t>(facts.number(Fact::HEIGHT), MOST);
+}
+
+FactValue pixelsText(const FieldSubject &subject) {
+    const Metadata &facts = subject.record.facts;
+    if (!facts.has(Fact::WIDTH)) {
+        return {};
+    }
+    return std::to_string(facts.number(Fact::WIDTH)) + 'x' + std::to_string(facts.number(Fact::HEIGHT));
+}
+
+// Of a film, by the shorter side, so that upright ones count as well.
+FactValue highDefinition(const FieldSubject &subject) {
+    constexpr std::int64_t LINES[] = {720, 1080, 2160};
+    const Metadata &facts = subject.record.facts;
+    const std::int64_t lines = std::min(facts.number(Fact::WIDTH), facts.number(Fact::HEIGHT));
+    const bool isFilm = facts.has(Fact::VIDEO_CODEC);
+    return isFilm ? FactValue(std::int64_t{std::ranges::count_if(LINES, [=](auto l) { return lines >= l; })})
+                  : FactValue();
+}
+
+FactValue placeText(const FieldSubject &subject) {
+    constexpr int DECIMALS = 6; // a tenth of a metre
+    const Metadata &facts = subject.record.facts;
+    const auto *latitude = std::get_if<double>(&facts[Fact::LATITUDE]);
+    const auto *longitude = std::get_if<double>(&facts[Fact::LONGITUDE]);
+    if (latitude == nullptr || longitude == nullptr) {
+        return {};
+    }
+    return decimalText(*latitude, DECIMALS) + ',' + decimalText(*longitude, DECIMALS);
+}
+
+// ---- what clients wrote ----
+
+template <const char *const &NAME>
+FactValue written(const FieldSubject &subject) {
+    const auto found = subject.record.written.find(std::string_view(NAME));
+    return found == subject.record.written.end() ? FactValue() : found->second;
+}
+
+constexpr const char *PLAYED_COUNT = "PLAYED_COUNT";
+constexpr const char *PLAYED_TIME = "PLAYED_TIME";
+constexpr const char *CONTENT_LOCK = "CONTENT_LOCK";
+
+FactValue wasPlayed(const FieldSubject &subject) {
+    const FactValue count = written<PLAYED_COUNT>(subject);
+    const auto *number = std::get_if<std::int64_t>(&count);
+    return std::int64_t{number != nullptr && *number > 0 ? 1 : 0};
+}
+
+using enum FieldType;
+using enum FieldNeeds;
+
+constexpr Field FIELDS[] = {
+    {"SIZE", LINT, ENTRY, size},
+    {"DURATION", LINT, FILE, fact<Fact::DURATION>},
+    {"LONGITUDE", DOUBLE, FILE, fact<Fact::LONGITUDE>, false, 0, 0, true},
+    {"LATITUDE", DOUBLE, FILE, fact<Fact::LATITUDE>, false, 0, 0, true},
+    {"ALTITUDE", DOUBLE, FILE, fact<Fact::ALTITUDE>, false, 0, 0, true},
+    {"ADDED_TIME", TIME, ENTRY, addedTime},
+    {"MODIFIED_TIME", TIME, ENTRY, modifiedTime},
+    {"PLAYED_TIME", TIME, WRITTEN, written<PLAYED_TIME>},
+    {"SUBTITLE", BOOL, FILE, fact<Fact::HAS_SUBTITLES>},
+    {"HAS_AUDIO_ONLY", BOOL, FILE, fact<Fact::HAS_ONLY_SOUND>},
+    {"IS_DRM", BOOL, FILE, fact<Fact::IS_ENCRYPTED>},
+    {"CONTENT_LOCK", BOOL, WRITTEN, written<CONTENT_LOCK>},
+    {"CONTENT_WATCH", BOOL, WRITTEN, wasPlayed},
+    {"MEDIA_TYPE", INT, ENTRY, mediaType},
+    {"GROUP_ITEM_COUNT", INT, ENTRY, groupItemCount},
+    {"SONGS_COUNT", INT, FILE, fact<Fact::TRACKS>},
+    {"PLAYED_COUNT", INT, WRITTEN, nothing, true, 0, MOST},
+    {"PLAYED_POSITION", INT, WRITTEN, nothing, true, 0, MOST},
+    {"WIDTH", INT, FILE, fact<Fact::WIDTH>},
+    {"HEIGHT", INT, FILE, fact<Fact::HEIGHT>},
+    {"ASPECTRATIO", INT, FILE, fact<Fact::ASPECT_RATIO>},
+    {"ORIENTATION", INT, FILE, fact<Fact::ORIENTATION>, true, 1, 8},
+    {"RESOLUTION", INT, FILE, pixels},
+    {"SAMPLERATE", INT, FILE, fact<Fact::SAMPLE_RATE>},
+    {"BIT_RESOLUTION", INT, FILE, fact<Fact::SAMPLE_BITS>},
+    {"BITRATE", INT, FILE, fact<Fact::BITRATE>},
+    {"HD", INT, FILE, highDefinition},
+    {"PARENTAL_RATING", INT, WRITTEN, nothing, true, 0, 99},
+    {"TITLE", CHAR, FILE, title, true},
+    {"FILE_PATH", CHAR, ENTRY, filePath},
+    {"DISPLAY_NAME", CHAR, ENTRY, displayName},
+    {"MIME_TYPE", CHAR, FILE, mimeType},
+    {"ALBUM", CHAR, FILE, fact<Fact::ALBUM>, true},
+    {"ARTIST", CHAR, FILE, fact<Fact::ARTIST>, true},
+    {"GENRE", CHAR, FILE, fact<Fact::GENRE>, true},
+    {"YEAR", CHAR, FILE, fact<Fact::YEAR>, true},
+    {"VIDEO_CODEC", CHAR, FILE, fact<Fact::VIDEO_CODEC>},
+    {"AUDIO_CODEC", CHAR, FILE, fact<Fact::AUDIO_CODEC>},
+    {"EXPOSURE_TIME", CHAR, FILE, fact<Fact::EXPOSURE_TIME>},
+    {"FNUMBER", CHAR, FILE, fact<Fact::F_NUMBER>},
+    {"ISO", CHAR, FILE, fact<Fact::ISO>},
+    {"MODEL", CHAR, FILE, fact<Fact::MODEL>},
+    {"SYNOPSIS", CHAR, FILE, fact<Fact::SYNOPSIS>, true},
+    {"LANGUAGE", CHAR, FILE, fact<Fact::LANGUAGE>},
+    {"URL", CHAR, ENTRY, url},
+    {"ID_MRB", CHAR, ENTRY, mediaId},
+    {"RESOLUTION_DLNA", CHAR, FILE, pixelsText},
+    {"DATE_TAKEN", CHAR, FILE, fact<Fact::DATE_TAKEN>},
+    {"LOCATION_TAG", CHAR, FILE, placeText, true},
+    {"MODIFIED_MONTH", CHAR, ENTRY, modifiedMonth},
+    {"FORMAT", CHAR, FILE, fact<Fact::FORMAT>},
+    // Of thumbnails and of the focus of another application, which nobody keeps here.
+    {"THUMBNAIL_PATH", CHAR, ENTRY, nothing},
+    {"MRB_MEDIA_FOCUS_ID", CHAR, ENTRY, nothing},
+    // Of broadcasts that a television recorded. Files that anybody made have none of it.
+    {"TIMER_RECORD", BOOL, ENTRY, nothing},
+    {"SERIES_RECORD", BOOL, ENTRY, nothing},
+    {"TTX", BOOL, ENTRY, nothing},
+    {"AD", BOOL, ENTRY, nothing},
+    {"HARD_OF_HEARING_RADIO", BOOL, ENTRY, nothing},
+    {"DATA_SERVICE", BOOL, ENTRY, nothing},
+    {"IS_LOCAL_RECORD", BOOL, ENTRY, nothing},
+    {"CHANNEL", INT, ENTRY, nothing},
+    // 0 is the time of Greenwich.
+    {"TIMEZONE", INT, ENTRY, nothing, false, 0, 0, true},
+    {"PTC", INT, ENTRY, nothing},
+    {"MAJOR", INT, ENTRY, nothing},
+    {"MINOR", INT, ENTRY, nothing},
+    {"CHANNEL_TYPE", INT, ENTRY, nothing},
+    {"PROGRAM_NUM", INT, ENTRY, nothing},
+    {"EMBARGO_TIME", INT, ENTRY, nothing},
+    {"EXPIRY_TIME", INT, ENTRY, nothing},
+    {"START_TIME", INT, ENTRY, nothing},
+    {"PROGRAM_START_TIME", INT, ENTRY, nothing},
+    {"PROGRAM_END_TIME", INT, ENTRY, nothing},
+    {"PROGRAM_DATE", INT, ENTRY, nothing},
+    {"SPORTS_TYPE", INT, ENTRY, nothing},
+    {"GUIDANCE_LENGTH", INT, ENTRY, nothing},
+    {"CHANNEL_NAME", CHAR, ENTRY, nothing},
+    {"PROGRAM_TITLE", CHAR, ENTRY, nothing},
+    {"PROGRAM_CRID", CHAR, ENTRY, nothing},
+    {"GUIDANCE", CHAR, ENTRY, nothing},
+    {"MTA_URL", CHAR, ENTRY, nothing},
+};
+
+static_assert(std::size(FIELDS) == 80);
+
+} // namespace
+
+std::span<const Field> fields() { return FIELDS; }
+
+const Field *findField(std::string_view name) {
+    const Field *found = std::ranges::find(FIELDS, name, &Field::name);
+    return found == std::end(FIELDS) ? nullptr : found;
+}
+
+} // namespace mrb

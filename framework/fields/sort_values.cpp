@@ -1,0 +1,90 @@
+#include "fields/sort_values.h"
+
+#include <algorithm>
+#include <numeric>
+#include <string>
+
+#include "fields/field_access.h"
+#include "mrb/agent.h"
+#include "text/collation.h"
+
+namespace mrb {
+namespace {
+
+const char *fieldOf(SortKey key) {
+    switch (key) {
+    case SortKey::TITLE:
+        return "TITLE";
+    case SortKey::ARTIST:
+        return "ARTIST";
+    case SortKey::ALBUM:
+        return "ALBUM";
+    case SortKey::GENRE:
+        return "GENRE";
+    case SortKey::DATE_TAKEN:
+        return "DATE_TAKEN";
+    default:
+        return "";
+    }
+}
+
+// The places of the texts in their natural order, equals at one place; UNKNOWN for
+// those that are empty.
+std::vector<std::int64_t> places(const std::vector<std::string> &texts) {
+    NaturalOrder order;
+    std::vector<std::pair<std::string, std::size_t>> keyed;
+    for (std::size_t index = 0; index < texts.size(); ++index) {
+        if (!texts[index].empty()) {
+            keyed.emplace_back(order.key(texts[index]), index);
+        }
+    }
+    std::ranges::sort(keyed);
+    std::vector<std::int64_t> numbers(texts.size(), UNKNOWN);
+    std::int64_t place = 0;
+    for (std::size_t index = 0; index < keyed.size(); ++index) {
+        place += index > 0 && keyed[index].first != keyed[index - 1].first ? 1 : 0;
+        numbers[keyed[index].second] = place;
+    }
+    return numbers;
+}
+
+} // namespace
+
+std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
+                                                    MediaLibrary &library,
+                                                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                                                    const std::function<bool()> &stopped) {
+    constexpr std::int64_t MOST_TRACKS = 1 << 20;
+    const auto size = static_cast<std::size_t>(store.size());
+    const Field &field = *findField(fieldOf(key));
+    std::vector<std::string> texts(size);
+    std::vector<std::int64_t> tracks(key == SortKey::ALBUM ? size : 0);
+    const auto take = [&](std::int32_t item, const MediaRecord &record) {
+        const auto index = static_cast<std::size_t>(item);
+        const ListEntry entry{store.facts(item)};
+        const FactValue value = fieldValue(field, entry, {}, record);
+        if (const auto *text = std::get_if<std::string>(&value)) {
+            texts[index] = *text;
+        }
+        if (!tracks.empty()) {
+            tracks[index] = std::clamp<std::int64_t>(record.facts.number(Fact::TRACK), 0, MOST_TRACKS - 1);
+        }
+    };
+    const auto itemAt = [&](std::int32_t item) {
+        MediaItem file = fileOf(store.facts(item));
+        if (file.path.empty()) {
+            take(item, MediaRecord());
+        }
+        return file;
+    };
+    if (!library.readAll(store.size(), itemAt, stopped, take)) {
+        return std::nullopt;
+    }
+    std::vector<std::int64_t> values = places(texts);
+    for (std::size_t index = 0; index < tracks.size(); ++index) {
+        values[index] = values[index] == UNKNOWN ? UNKNOWN : values[index] * MOST_TRACKS + tracks[index];
+    }
+    return values;
+}
+
+} // namespace mrb

@@ -1,0 +1,62 @@
+#include "metadata/cache_layout.h"
+
+#include <array>
+
+#include "metadata/facts.h"
+
+namespace mrb {
+namespace {
+
+// The columns of the facts, in the order of Fact. Another order or number of them
+// needs another MetadataCache::FILE_NAME.
+constexpr std::array<const char *, FACTS> COLUMNS = {
+    "mime_type", "format",   "title",         "artist",         "album",       "genre",         "year",
+    "track",     "tracks",   "has_cover",     "duration",       "bitrate",     "sample_rate",   "sample_bits",
+    "width",     "height",   "aspect_ratio",  "orientation",    "date_taken",  "exposure_time", "f_number",
+    "iso",       "model",    "latitude",      "longitude",      "altitude",    "video_codec",   "audio_codec",
+    "language",  "synopsis", "has_subtitles", "has_only_sound", "is_encrypted"};
+
+// Without a type, so that SQLite gives back what it was given.
+std::string columns(const char *separator) {
+    std::string list;
+    for (const char *column : COLUMNS) {
+        list.append(separator).append(column);
+    }
+    return list;
+}
+
+constexpr const char *KEY = "volume TEXT NOT NULL, path BLOB NOT NULL, size INTEGER NOT NULL, "
+                            "modified INTEGER NOT NULL";
+constexpr const char *IS_KEY = " WHERE volume = ?1 AND path = ?2 AND size = ?3 AND modified = ?4";
+
+} // namespace
+
+std::string sqlOfTables() {
+    return std::string("CREATE TABLE IF NOT EXISTS facts (") + KEY + columns(", ") +
+           ", PRIMARY KEY (volume, path)) WITHOUT ROWID;"
+           "CREATE TABLE IF NOT EXISTS written (" +
+           KEY + ", field TEXT NOT NULL, value, PRIMARY KEY (volume, path, field)) WITHOUT ROWID;";
+}
+
+std::string sqlOfFindFacts() { return "SELECT " + columns(", ").substr(2) + " FROM facts" + IS_KEY; }
+
+std::string sqlOfStoreFacts() {
+    std::string places = "?1, ?2, ?3, ?4";
+    for (std::size_t fact = 0; fact < FACTS; ++fact) {
+        places += ", ?" + std::to_string(fact + KEY_COLUMNS + 1);
+    }
+    return "REPLACE INTO facts (volume, path, size, modified" + columns(", ") + ") VALUES (" + places + ")";
+}
+
+std::string sqlOfFindWritten() { return std::string("SELECT field, value FROM written") + IS_KEY; }
+
+std::string sqlOfDropWritten() {
+    return "DELETE FROM written WHERE volume = ?1 AND path = ?2 AND (size <> ?3 OR modified <> ?4)";
+}
+
+std::string sqlOfStoreWritten() {
+    return "REPLACE INTO written (volume, path, size, modified, field, value) VALUES (?1, ?2, ?3, ?4, ?5, "
+           "?6)";
+}
+
+} // namespace mrb

@@ -1,0 +1,316 @@
+// Films, and whatever else only libav reads.
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/display.h>
+#include <libavutil/error.h>
+}
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+
+#include "media/media_types.h"
+#include "metadata/formats.h"
+#include "metadata/readers.h"
+
+namespace mrb {
+namespace {
+
+// Nothing that opens other files or the network: a film is one file.
+constexpr const char *FORMATS = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts,mpeg,mpegvideo,m4v,asf,flv,"
+                                "ogg,rm,mp3,aac,ac3,eac3,amr,wav,aiff,flac,ape,mpc,mpc8,wv,dsf,tiff_pipe,"
+                                "jpegxl_pipe,jpegxl_anim";
+constexpr std::int64_t MOST_PROBED = 2LL << 20;
+// Where the container's head does not say all, its streams are looked into so long.
+constexpr std::int64_t LONGEST_ANALYSIS = 2LL * AV_TIME_BASE;
+constexpr int BLOCK = 64 << 10;
+
+struct Stream {
+    MediaFile &file;
+    std::int64_t position = 0;
+};
+
+int readBlock(void *user, std::uint8_t *buffer, int length) {
+    auto &stream = *static_cast<Stream *>(user);
+    const std::size_t got = stream.file.read(stream.position, buffer, static_cast<std::size_t>(length));
+    stream.position += static_cast<std::int64_t>(got);
+    return got > 0 ? static_cast<int>(got) : AVERROR_EOF;
+}
+
+std::int64_t seek(void *user, std::int64_t offset, int whence) {
+    auto &stream = *static_cast<Stream *>(user);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return stream.file.size();
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        offset += stream.position;
+        break;
+    case SEEK_END:
+        offset += stream.file.size();
+        break;
+    default:
+        return AVERROR(EINVAL);
+    }
+    if (offset < 0) {
+        return AVERROR(EINVAL);
+    }
+    stream.position = offset;
+    return offset;
+}
+
+int isOver(void *stream) { return static_cast<Stream *>(stream)->file.isExhausted() ? 1 : 0; }
+
+int openNothing(AVFormatContext * /*context*/, AVIOContext ** /*io*/, const char * /*url*/, int /*flags*/,
+                AVDictionary ** /*options*/) {
+    return AVERROR(EPERM);
+}
+
+struct Release {
+    void operator()(AVIOContext *io) const {
+        av_freep(static_cast<void *>(&io->buffer));
+        avio_context_free(&io);
+    }
+    void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
+};
+using Input = std::unique_ptr<AVIOContext, Release>;
+using Container = std::unique_ptr<AVFormatContext, Release>;
+
+Input makeInput(Stream &stream) {
+    auto *buffer = static_cast<unsigned char *>(av_malloc(BLOCK));
+    Input input(buffer == nullptr ? nullptr
+                                  : avio_alloc_context(buffer, BLOCK, 0, &stream, readBlock, nullptr, seek));
+    if (!input) {
+        av_free(buffer);
+    }
+    return input;
+}
+
+Container openContainer(Stream &stream, AVIOContext *input, const char *name) {
+    AVFormatContext *context = avformat_alloc_context();
+    if (context == nullptr) {
+        return nullptr;
+    }
+    context->pb = input;
+    context->io_open = openNothing;
+    context->interrupt_callback = {isOver, &stream};
+    context->probesize = MOST_PROBED;
+    context->max_analyze_duration = LONGEST_ANALYSIS;
+    context->format_whitelist = av_strdup(FORMATS);
+    // On failure it frees the context itself.
+    return Container(avformat_open_input(&context, name, nullptr, nullptr) == 0 ? context : nullptr);
+}
+
+bool isCover(const AVStream &stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
+
+bool needsAnalysis(const AVFormatContext &container) {
+    if (container.duration <= 0 || container.nb_streams == 0) {
+        return true;
+    }
+    for (unsigned index = 0; index < container.nb_streams; ++index) {
+        const AVStream &stream = *container.streams[index];
+        const AVCodecParameters &codec = *stream.codecpar;
+        const bool isMedium =
+            codec.codec_type == AVMEDIA_TYPE_VIDEO || codec.codec_type == AVMEDIA_TYPE_AUDIO;
+        if (isMedium && codec.codec_id == AV_CODEC_ID_NONE) {
+            return true;
+        }
+        if (codec.codec_type == AVMEDIA_TYPE_VIDEO && !isCover(stream) && codec.width <= 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string_view tag(const AVDictionary *tags, const char *name) {
+    const AVDictionaryEntry *entry = av_dict_get(tags, name, nullptr, 0);
+    return entry == nullptr ? std::string_view() : std::string_view(entry->value);
+}
+
+std::string_view firstTag(const AVDictionary *tags, std::initializer_list<const char *> names) {
+    for (const char *name : names) {
+        if (const std::string_view value = tag(tags, name); !value.empty()) {
+            return value;
+        }
+    }
+    return {};
+}
+
+const std::uint8_t *sideData(const AVStream &stream, AVPacketSideDataType type, std::size_t least) {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 30, 100)
+    const AVPacketSideData *found =
+        av_packet_side_data_get(stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, type);
+    return found != nullptr && found->size >= least ? found->data : nullptr;
+#else
+    std::size_t size = 0;
+    const std::uint8_t *data = av_stream_get_side_data(&stream, type, &size);
+    return data != nullptr && size >= least ? data : nullptr;
+#endif
+}
+
+// The turn that shows the picture upright, as EXIF counts it.
+int orientationOf(const AVStream &stream) {
+    constexpr std::size_t MATRIX = 9 * sizeof(std::int32_t);
+    const std::uint8_t *data = sideData(stream, AV_PKT_DATA_DISPLAYMATRIX, MATRIX);
+    if (data == nullptr) {
+        return 1;
+    }
+    std::int32_t matrix[9];
+    std::memcpy(matrix, data, MATRIX);
+    const double counterClockwise = av_display_rotation_get(matrix);
+    if (std::isnan(counterClockwise)) {
+        return 1;
+    }
+    const long quarters = (std::lround(-counterClockwise / 90) % 4 + 4) % 4;
+    constexpr int BY_QUARTERS[] = {1, 6, 3, 8};
+    return BY_QUARTERS[quarters];
+}
+
+void readPicture(const AVStream &stream, Metadata &facts) {
+    const AVCodecParameters &codec = *stream.codecpar;
+    facts.setText(Fact::VIDEO_CODEC, avcodec_get_name(codec.codec_id));
+    if (codec.width <= 0 || codec.height <= 0) {
+        return;
+    }
+    facts.setNumber(Fact::WIDTH, codec.width);
+    facts.setNumber(Fact::HEIGHT, codec.height);
+    const int orientation = orientationOf(stream);
+    facts.setNumber(Fact::ORIENTATION, orientation);
+    AVRational pixel =
+        stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : codec.sample_aspect_ratio;
+    pixel = pixel.num > 0 && pixel.den > 0 ? pixel : AVRational{1, 1};
+    double ratio =
+        static_cast<double>(codec.width) * pixel.num / (static_cast<double>(codec.height) * pixel.den);
+    ratio = orientation >= 5 ? 1 / ratio : ratio;
+    constexpr double THOUSAND = 1000;
+    if (ratio > 0 && ratio < THOUSAND) {
+        facts.setNumber(Fact::ASPECT_RATIO, std::lround(ratio * THOUSAND));
+    }
+}
+
+void readSound(const AVStream &stream, Metadata &facts) {
+    const AVCodecParameters &codec = *stream.codecpar;
+    facts.setText(Fact::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
+    if (codec.sample_rate > 0) {
+        facts.setNumber(Fact::SAMPLE_RATE, codec.sample_rate);
+    }
+    const int bits = codec.bits_per_raw_sample > 0 ? codec.bits_per_raw_sample : codec.bits_per_coded_sample;
+    if (bits > 0) {
+        facts.setNumber(Fact::SAMPLE_BITS, bits);
+    }
+}
+
+void readStreams(const AVFormatContext &container, Metadata &facts) {
+    const AVStream *picture = nullptr;
+    const AVStream *sound = nullptr;
+    bool hasCover = false;
+    bool hasSubtitles = false;
+    bool isEncrypted = false;
+    std::string languages;
+    for (unsigned index = 0; index < container.nb_streams; ++index) {
+        const AVStream &stream = *container.streams[index];
+        isEncrypted = isEncrypted || sideData(stream, AV_PKT_DATA_ENCRYPTION_INIT_INFO, 1) != nullptr;
+        switch (stream.codecpar->codec_type) {
+        case AVMEDIA_TYPE_VIDEO:
+            hasCover = hasCover || isCover(stream);
+            picture = picture == nullptr && !isCover(stream) ? &stream : picture;
+            break;
+        case AVMEDIA_TYPE_AUDIO: {
+            sound = sound == nullptr ? &stream : sound;
+            const std::string language = cleanText(tag(stream.metadata, "language").substr(0, 16));
+            const bool isNew = !language.empty() && language != "und" &&
+                               (',' + languages + ',').find(',' + language + ',') == std::string::npos;
+            if (isNew && languages.size() < Metadata::LONGEST_TEXT) {
+                languages += (languages.empty() ? "" : ",") + language;
+            }
+            break;
+        }
+        case AVMEDIA_TYPE_SUBTITLE:
+            hasSubtitles = true;
+            break;
+        default:
+            break;
+        }
+    }
+    if (picture != nullptr) {
+        readPicture(*picture, facts);
+    }
+    if (sound != nullptr) {
+        readSound(*sound, facts);
+    }
+    facts.setText(Fact::LANGUAGE, languages);
+    facts.setNumber(Fact::HAS_COVER, hasCover ? 1 : 0);
+    facts.setNumber(Fact::HAS_SUBTITLES, hasSubtitles ? 1 : 0);
+    facts.setNumber(Fact::HAS_ONLY_SOUND, sound != nullptr && picture == nullptr ? 1 : 0);
+    facts.setNumber(Fact::IS_ENCRYPTED, isEncrypted ? 1 : 0);
+}
+
+// ISO 6709, as in "+48.8584+002.2945+035.0/".
+void readPlace(std::string_view place, Metadata &facts) {
+    const PlaceText read = placeOfIso(place);
+    if (read.isKnown) {
+        facts.setReal(Fact::LATITUDE, read.latitude);
+        facts.setReal(Fact::LONGITUDE, read.longitude);
+        if (read.hasAltitude) {
+            facts.setReal(Fact::ALTITUDE, read.altitude);
+        }
+    }
+}
+
+void readTags(const AVFormatContext &container, Metadata &facts) {
+    // Ogg keeps the tags with the first stream.
+    const AVDictionary *tags = container.metadata;
+    if (av_dict_count(tags) == 0 && container.nb_streams > 0) {
+        tags = container.streams[0]->metadata;
+    }
+    facts.setText(Fact::TITLE, tag(tags, "title"));
+    facts.setText(Fact::ARTIST, tag(tags, "artist"));
+    facts.setText(Fact::ALBUM, tag(tags, "album"));
+    facts.setText(Fact::GENRE, tag(tags, "genre"));
+    facts.setText(Fact::SYNOPSIS, firstTag(tags, {"synopsis", "description", "comment"}));
+    facts.setText(Fact::MODEL, firstTag(tags, {"com.apple.quicktime.model", "model"}));
+    facts.setText(Fact::DATE_TAKEN, dateOfIso(tag(tags, "creation_time")));
+    const std::string_view date = firstTag(tags, {"date", "year"});
+    if (const std::string year = yearOf(date); !year.empty()) {
+        facts.setText(Fact::YEAR, year);
+    }
+    readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), facts);
+}
+
+} // namespace
+
+void readContainer(MediaFile &file, const Signature &signature, Metadata &facts) {
+    static std::once_flag silenced;
+    // What is wrong with a user's film is no news for the application's terminal.
+    std::call_once(silenced, [] { av_log_set_level(AV_LOG_QUIET); });
+    Stream stream{file};
+    const Input input = makeInput(stream);
+    if (!input) {
+        return;
+    }
+    const std::string name = std::string("file.") + signature.format;
+    const Container container = openContainer(stream, input.get(), name.c_str());
+    if (!container) {
+        return;
+    }
+    if (needsAnalysis(*container)) {
+        avformat_find_stream_info(container.get(), nullptr);
+    }
+    constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
+    if (signature.medium != Medium::PICTURE) {
+        if (container->duration > 0) {
+            facts.setNumber(Fact::DURATION, (container->duration + MICROSECONDS / 2) / MICROSECONDS);
+        }
+        if (container->bit_rate > 0) {
+            facts.setNumber(Fact::BITRATE, container->bit_rate);
+        }
+    }
+    readTags(*container, facts);
+    readStreams(*container, facts);
+}
+
+} // namespace mrb

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "metadata/facts.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace mrb {
+
+// What SQLite said when it could not do something; thrown, and caught by the cache.
+class DatabaseError : public std::runtime_error {
+  public:
+    DatabaseError(int code, const std::string &text) : std::runtime_error(text), code_(code) {}
+    [[nodiscard]] bool isDamage() const; // the file's contents, not its surroundings, are at fault
+    [[nodiscard]] bool isFull() const;   // the file is as large as it may be, or the disk is
+
+  private:
+    int code_;
+};
+
+// One open SQLite database; an empty path is one in memory. Owned by the cache,
+// which uses it on one thread at a time.
+class Database {
+  public:
+    explicit Database(const std::string &path);
+
+    void execute(const char *sql);
+    [[nodiscard]] sqlite3 *get() const { return handle_.get(); }
+
+  private:
+    struct Close {
+        void operator()(sqlite3 *handle) const;
+    };
+    std::unique_ptr<sqlite3, Close> handle_;
+};
+
+// A statement of one database, to be run any number of times. Parameters and
+// columns count from 0.
+class Statement {
+  public:
+    Statement(const Database &database, const std::string &sql);
+
+    void bind(int parameter, std::int64_t number);
+    // The text must live until the statement is reset.
+    void bind(int parameter, std::string_view text);
+    void bindBytes(int parameter, std::string_view bytes);
+    void bind(int parameter, const FactValue &value);
+
+    // True: there is a row; false: the statement is done.
+    bool step();
+    [[nodiscard]] FactValue column(int column) const;
+    [[nodiscard]] std::int64_t number(int column) const;
+
+    // Makes it ready to run again.
+    void reset();
+
+  private:
+    struct Finalize {
+        void operator()(sqlite3_stmt *statement) const;
+    };
+    void check(int code) const;
+    std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+} // namespace mrb

@@ -1,0 +1,65 @@
+#include "metadata/facts.h"
+
+#include <cmath>
+
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr bool isControl(char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == '\x7f'; }
+
+constexpr bool isContinuation(char letter) { return (static_cast<unsigned char>(letter) & 0xc0U) == 0x80U; }
+
+} // namespace
+
+std::string cleanText(std::string_view bytes) {
+    // A fixed-size field is filled up with zeros, and what follows one is not meant to be read.
+    bytes = bytes.substr(0, bytes.find('\0'));
+    std::string text = displayText(std::string(bytes.substr(0, Metadata::LONGEST_TEXT)));
+    if (text.size() > Metadata::LONGEST_TEXT || bytes.size() > Metadata::LONGEST_TEXT) {
+        std::size_t end = std::min(text.size(), Metadata::LONGEST_TEXT);
+        // The cut may have gone through a letter, which then became U+FFFD's three bytes.
+        const std::size_t broken = text.find("\uFFFD", end < 12 ? 0 : end - 12);
+        end = std::min(end, broken);
+        while (end > 0 && end < text.size() && isContinuation(text[end])) {
+            --end;
+        }
+        text.resize(end);
+    }
+    for (char &letter : text) {
+        letter = isControl(letter) ? ' ' : letter;
+    }
+    const std::size_t first = text.find_first_not_of(' ');
+    if (first == std::string::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+void Metadata::setText(Fact fact, std::string_view bytes) {
+    std::string text = cleanText(bytes);
+    if (!text.empty()) {
+        at(fact) = std::move(text);
+    }
+}
+
+void Metadata::setReal(Fact fact, double number) {
+    if (std::isfinite(number)) {
+        at(fact) = number;
+    }
+}
+
+const std::string &Metadata::text(Fact fact) const {
+    // Never destroyed: threads that outlive the static objects may ask.
+    static const std::string &nothing = *new std::string;
+    const auto *text = std::get_if<std::string>(&(*this)[fact]);
+    return text != nullptr ? *text : nothing;
+}
+
+std::int64_t Metadata::number(Fact fact) const {
+    const auto *number = std::get_if<std::int64_t>(&(*this)[fact]);
+    return number != nullptr ? *number : 0;
+}
+
+} // namespace mrb

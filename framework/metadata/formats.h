@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace mrb {
+
+// The forms that metadata have in this framework.
+
+// EXIF's "2026:11:21 10:20:30" as "2026-11-21T10:20:30"; empty when it is no date.
+std::string dateOfExif(std::string_view date);
+
+// The start of an ISO 8601 time such as "2026-11-21T10:20:30.000000Z", without
+// fractions of a second; a "Z" stays. Empty when it is none.
+std::string dateOfIso(std::string_view date);
+
+// Rounded to so many decimals, without zeros at the end: "2.8", "4".
+std::string decimalText(double number, int decimals);
+
+// The four digits of a year that "2021" or "2021-05-03" begins with; empty when it does not.
+std::string yearOf(std::string_view date);
+
+// A place in degrees and metres.
+struct PlaceText {
+    bool isKnown = false;
+    bool hasAltitude = false;
+    double latitude = 0;
+    double longitude = 0;
+    double altitude = 0;
+};
+
+// ISO 6709 with degrees, as cameras write it: "+48.8584+002.2945+035.0/".
+PlaceText placeOfIso(std::string_view text);
+
+} // namespace mrb

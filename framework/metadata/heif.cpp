@@ -1,0 +1,101 @@
+// HEIC and AVIF by libheif, which reads the boxes and leaves the picture alone.
+
+#include <libheif/heif.h>
+
+#include <memory>
+#include <vector>
+
+#include "metadata/exif.h"
+#include "metadata/readers.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::size_t MOST_EXIF = 8U << 20;
+
+struct Release {
+    void operator()(heif_context *context) const { heif_context_free(context); }
+    void operator()(heif_image_handle *handle) const { heif_image_handle_release(handle); }
+};
+
+// A media file as libheif wants to read it.
+struct Stream {
+    MediaFile &file;
+    std::int64_t position = 0;
+};
+
+std::int64_t tell(void *stream) { return static_cast<Stream *>(stream)->position; }
+
+int read(void *buffer, std::size_t length, void *user) {
+    auto &stream = *static_cast<Stream *>(user);
+    const bool isWhole = stream.file.read(stream.position, buffer, length) == length;
+    stream.position += static_cast<std::int64_t>(length);
+    return isWhole ? 0 : 1;
+}
+
+int seek(std::int64_t position, void *stream) {
+    static_cast<Stream *>(stream)->position = position;
+    return 0;
+}
+
+heif_reader_grow_status waitForSize(std::int64_t size, void *stream) {
+    return size <= static_cast<Stream *>(stream)->file.size() ? heif_reader_grow_status_size_reached
+                                                              : heif_reader_grow_status_size_beyond_eof;
+}
+
+void readExifOf(heif_image_handle *picture, Metadata &facts) {
+    heif_item_id id = 0;
+    if (heif_image_handle_get_list_of_metadata_block_IDs(picture, "Exif", &id, 1) != 1) {
+        return;
+    }
+    const std::size_t size = heif_image_handle_get_metadata_size(picture, id);
+    // Four bytes in front say where the TIFF structure begins.
+    constexpr std::size_t OFFSET_BYTES = 4;
+    if (size <= OFFSET_BYTES || size > MOST_EXIF) {
+        return;
+    }
+    std::string bytes(size, '\0');
+    if (heif_image_handle_get_metadata(picture, id, bytes.data()).code != heif_error_Ok) {
+        return;
+    }
+    std::size_t start = 0;
+    for (std::size_t index = 0; index < OFFSET_BYTES; ++index) {
+        start = start << 8U | static_cast<unsigned char>(bytes[index]);
+    }
+    if (start < size - OFFSET_BYTES) {
+        readExif(bytes.substr(OFFSET_BYTES + start), facts);
+    }
+}
+
+} // namespace
+
+void readHeif(MediaFile &file, Metadata &facts) {
+    const std::unique_ptr<heif_context, Release> context(heif_context_alloc());
+    if (!context) {
+        return;
+    }
+    heif_reader reader{};
+    reader.reader_api_version = 1;
+    reader.get_position = tell;
+    reader.read = read;
+    reader.seek = seek;
+    reader.wait_for_file_size = waitForSize;
+    Stream stream{file};
+    if (heif_context_read_from_reader(context.get(), &reader, &stream, nullptr).code != heif_error_Ok) {
+        return;
+    }
+    heif_image_handle *found = nullptr;
+    if (heif_context_get_primary_image_handle(context.get(), &found).code != heif_error_Ok) {
+        return;
+    }
+    const std::unique_ptr<heif_image_handle, Release> picture(found);
+    readExifOf(found, facts);
+    const int width = heif_image_handle_get_ispe_width(found);
+    const int height = heif_image_handle_get_ispe_height(found);
+    if (width > 0 && height > 0) {
+        facts.setNumber(Fact::WIDTH, width);
+        facts.setNumber(Fact::HEIGHT, height);
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "base/descriptor.h"
+#include "base/result.h"
+
+namespace mrb {
+
+// A media file open for its metadata. However its contents are made up, it gives
+// no more than MOST_BYTES and nothing later than LONGEST_TIME after it was opened:
+// a reader then finds the file at its end. Owned and used by one thread.
+class MediaFile {
+  public:
+    static constexpr std::int64_t MOST_BYTES = 64LL << 20;
+    static constexpr auto LONGEST_TIME = std::chrono::seconds(3);
+
+    // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
+    Outcome open(const std::string &path);
+
+    [[nodiscard]] std::int64_t size() const { return size_; }
+    [[nodiscard]] std::int64_t modified() const { return modified_; } // seconds since 1970
+
+    // Reads up to `length` bytes from `offset` on; how many there were.
+    std::size_t read(std::int64_t offset, void *buffer, std::size_t length);
+    std::string read(std::int64_t offset, std::size_t length);
+
+    // True: the device failed; what was read is not all there is.
+    [[nodiscard]] bool failed() const { return failed_; }
+    [[nodiscard]] bool isExhausted() const;
+
+  private:
+    Descriptor file_;
+    std::int64_t size_ = 0;
+    std::int64_t modified_ = 0;
+    std::int64_t left_ = MOST_BYTES;
+    std::chrono::steady_clock::time_point deadline_;
+    bool failed_ = false;
+};
+
+} // namespace mrb

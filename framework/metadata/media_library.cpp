@@ -1,0 +1,83 @@
+#include "metadata/media_library.h"
+
+#include <chrono>
+
+#include "metadata/read_metadata.h"
+
+namespace mrb {
+namespace {
+
+using Batch = std::vector<std::pair<MediaKey, Metadata>>;
+
+// The key of the file as it is now.
+MediaKey keyNow(const MediaItem &item, const MediaFile &file) {
+    return {item.key.volume, item.key.path, file.size(), file.modified()};
+}
+
+} // namespace
+
+Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
+    record = cache_.find(item.key);
+    if (record->isRead || item.path.empty()) {
+        return {};
+    }
+    MediaFile file;
+    Outcome outcome = file.open(item.path);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const MediaKey key = keyNow(item, file);
+    auto fresh = std::make_shared<MediaRecord>(*record);
+    if (!(key == item.key)) {
+        // The file is not what the list saw; it may have been read since.
+        if (const auto now = cache_.find(key); now->isRead) {
+            fresh->isRead = true;
+            fresh->facts = now->facts;
+            record = std::move(fresh);
+            return {};
+        }
+    }
+    outcome = readMetadata(file, item.name, fresh->facts);
+    if (outcome.code == MRB_ERR_NONE) {
+        fresh->isRead = true;
+        cache_.store(Batch{{key, fresh->facts}});
+        record = std::move(fresh);
+    }
+    return outcome;
+}
+
+bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
+                           const std::function<bool()> &stopped,
+                           const std::function<void(std::int32_t, const MediaRecord &)> &take) {
+    // A batch costs one write to the disk, and holds the lock for a few milliseconds.
+    constexpr std::size_t AT_ONCE = 128;
+    Batch batch;
+    bool isWanted = true;
+    for (std::int32_t index = 0; index < items && isWanted; ++index) {
+        isWanted = !stopped();
+        const MediaItem item = isWanted ? itemAt(index) : MediaItem{};
+        if (!isWanted || item.path.empty()) {
+            continue;
+        }
+        const std::shared_ptr<const MediaRecord> record = cache_.find(item.key);
+        if (record->isRead) {
+            take(index, *record);
+            continue;
+        }
+        MediaFile file;
+        MediaRecord fresh = *record;
+        if (file.open(item.path).code == MRB_ERR_NONE &&
+            readMetadata(file, item.name, fresh.facts).code == MRB_ERR_NONE) {
+            batch.emplace_back(keyNow(item, file), fresh.facts);
+        }
+        take(index, fresh);
+        if (batch.size() >= AT_ONCE) {
+            cache_.store(batch);
+            batch.clear();
+        }
+    }
+    cache_.store(batch);
+    return isWanted;
+}
+
+} // namespace mrb

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/result.h"
+#include "metadata/cache.h"
+
+namespace mrb {
+
+// One media file, as a list knows it.
+struct MediaItem {
+    std::string path; // absolute, the exact bytes; empty: no file of this machine
+    std::string name; // its file name
+    MediaKey key;
+};
+
+// The metadata of all files that this process asks about: from the cache, and from
+// the file itself the first time. Owned by the Framework; any thread may call it, and
+// the lock is never held while a file is read.
+class MediaLibrary {
+  public:
+    explicit MediaLibrary(std::string folder = MetadataCache::folderOfEnvironment())
+        : cache_(std::move(folder)) {}
+
+    // What is known of the file, which is read when it was not before.
+    Outcome read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
+
+    // The same without reading the file.
+    std::shared_ptr<const MediaRecord> known(const MediaItem &item) { return cache_.find(item.key); }
+
+    // Calls `take` with the record of each item, in order; of a file that cannot be
+    // read, with what is known of it. What is read is kept in batches. False:
+    // `stopped`, which is asked before each item, became true.
+    bool readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
+                 const std::function<bool()> &stopped,
+                 const std::function<void(std::int32_t, const MediaRecord &)> &take);
+
+    // Keeps fields that a client wrote.
+    Outcome write(const MediaItem &item, const WrittenFields &fields) {
+        return cache_.write(item.key, fields);
+    }
+
+    void close() { cache_.close(); }
+
+  private:
+    MetadataCache cache_;
+};
+
+} // namespace mrb

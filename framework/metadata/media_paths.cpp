@@ -1,0 +1,33 @@
+#include "metadata/media_paths.h"
+
+#include <cstdlib>
+#include <memory>
+
+namespace mrb {
+namespace {
+
+struct Free {
+    void operator()(char *text) const { std::free(text); }
+};
+
+} // namespace
+
+MediaPaths::MediaPaths(std::string root) : root_(std::move(root)) {
+    const std::unique_ptr<char, Free> real(realpath(root_.c_str(), nullptr));
+    realRoot_ = real ? real.get() : root_;
+    mounts_ = mountsOf(realRoot_);
+    realRoot_ = realRoot_ == "/" ? "" : realRoot_;
+    root_ = root_ == "/" ? "" : root_;
+}
+
+MediaKey MediaPaths::keyOf(const std::string &path, std::int64_t size, std::int64_t modified) const {
+    const std::string real = path.starts_with(root_) ? realRoot_ + path.substr(root_.size()) : path;
+    for (const Mount &mount : mounts_) {
+        if (real.starts_with(mount.place + '/')) {
+            return {mount.id, real.substr(mount.place.size()), size, modified};
+        }
+    }
+    return {"", real, size, modified};
+}
+
+} // namespace mrb

@@ -1,0 +1,216 @@
+// Music by TagLib.
+
+#include <aifffile.h>
+#include <apefile.h>
+#include <apetag.h>
+#include <asffile.h>
+#include <fileref.h>
+#include <flacfile.h>
+#include <id3v2tag.h>
+#include <infotag.h>
+#include <mp4file.h>
+#include <mpcfile.h>
+#include <mpegfile.h>
+#include <opusfile.h>
+#include <speexfile.h>
+#include <tpropertymap.h>
+#include <vorbisfile.h>
+#include <wavfile.h>
+#include <wavpackfile.h>
+#include <xiphcomment.h>
+
+#include <charconv>
+
+#include "media/media_types.h"
+#include "metadata/music_stream.h"
+#include "metadata/readers.h"
+
+namespace mrb {
+namespace {
+
+std::string utf8(const TagLib::String &text) {
+    // A tag may hold megabytes; the start is all that is shown.
+    return text.substr(0, Metadata::LONGEST_TEXT).to8Bit(true);
+}
+
+// A number at the start of `text`; 0 when there is none.
+std::int64_t leadingNumber(std::string_view text) {
+    std::int32_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+void setPositive(Metadata &facts, Fact fact, std::int64_t number) {
+    if (number > 0) {
+        facts.setNumber(fact, number);
+    }
+}
+
+// "3/12", or "3" and the other number elsewhere.
+void readTracks(const TagLib::PropertyMap &properties, Metadata &facts) {
+    const auto first = [&](const char *name) {
+        const auto found = properties.find(name);
+        return found == properties.end() || found->second.isEmpty() ? std::string()
+                                                                    : utf8(found->second.front());
+    };
+    const std::string track = first("TRACKNUMBER");
+    setPositive(facts, Fact::TRACK, leadingNumber(track));
+    const std::size_t slash = track.find('/');
+    std::int64_t tracks =
+        slash == std::string::npos ? 0 : leadingNumber(std::string_view(track).substr(slash + 1));
+    for (const char *name : {"TRACKTOTAL", "TOTALTRACKS"}) {
+        tracks = tracks > 0 ? tracks : leadingNumber(first(name));
+    }
+    setPositive(facts, Fact::TRACKS, tracks);
+}
+
+bool hasPicture(const TagLib::ID3v2::Tag *tag) { return tag != nullptr && !tag->frameList("APIC").isEmpty(); }
+
+bool hasPicture(const TagLib::APE::Tag *tag) {
+    return tag != nullptr && tag->itemListMap().contains("COVER ART (FRONT)");
+}
+
+bool hasPicture(TagLib::Ogg::XiphComment *tag) { return tag != nullptr && !tag->pictureList().isEmpty(); }
+
+// What only the single formats know: the codec, the bits of a sample, and a cover.
+struct Details {
+    const char *codec = "";
+    int sampleBits = 0;
+    bool hasCover = false;
+};
+
+const char *codecOf(const TagLib::MP4::Properties &properties) {
+    switch (properties.codec()) {
+    case TagLib::MP4::Properties::AAC:
+        return "aac";
+    case TagLib::MP4::Properties::ALAC:
+        return "alac";
+    default:
+        return "";
+    }
+}
+
+const char *codecOf(const TagLib::MPEG::Properties &properties) {
+    switch (properties.layer()) {
+    case 1:
+        return "mp1";
+    case 2:
+        return "mp2";
+    case 3:
+        return "mp3";
+    default:
+        return "";
+    }
+}
+
+const char *codecOf(const TagLib::ASF::Properties &properties) {
+    switch (properties.codec()) {
+    case TagLib::ASF::Properties::WMA1:
+        return "wmav1";
+    case TagLib::ASF::Properties::WMA2:
+        return "wmav2";
+    case TagLib::ASF::Properties::WMA9Pro:
+        return "wmapro";
+    case TagLib::ASF::Properties::WMA9Lossless:
+        return "wmalossless";
+    default:
+        return "";
+    }
+}
+
+// The names are those that libav gives the codecs.
+Details detailsOf(TagLib::File *file) {
+    if (auto *mpeg = dynamic_cast<TagLib::MPEG::File *>(file)) {
+        return {codecOf(*mpeg->audioProperties()), 0, hasPicture(mpeg->ID3v2Tag())};
+    }
+    if (auto *flac = dynamic_cast<TagLib::FLAC::File *>(file)) {
+        return {"flac", flac->audioProperties()->bitsPerSample(),
+                !flac->pictureList().isEmpty() || hasPicture(flac->ID3v2Tag())};
+    }
+    if (auto *mp4 = dynamic_cast<TagLib::MP4::File *>(file)) {
+        return {codecOf(*mp4->audioProperties()), mp4->audioProperties()->bitsPerSample(),
+                mp4->tag() != nullptr && mp4->tag()->contains("covr")};
+    }
+    if (auto *vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File *>(file)) {
+        return {"vorbis", 0, hasPicture(vorbis->tag())};
+    }
+    if (auto *opus = dynamic_cast<TagLib::Ogg::Opus::File *>(file)) {
+        return {"opus", 0, hasPicture(opus->tag())};
+    }
+    if (auto *speex = dynamic_cast<TagLib::Ogg::Speex::File *>(file)) {
+        return {"speex", 0, hasPicture(speex->tag())};
+    }
+    if (auto *asf = dynamic_cast<TagLib::ASF::File *>(file)) {
+        return {codecOf(*asf->audioProperties()), asf->audioProperties()->bitsPerSample(),
+                asf->tag() != nullptr && asf->tag()->contains("WM/Picture")};
+    }
+    if (auto *wav = dynamic_cast<TagLib::RIFF::WAV::File *>(file)) {
+        return {"", wav->audioProperties()->bitsPerSample(), hasPicture(wav->ID3v2Tag())};
+    }
+    if (auto *aiff = dynamic_cast<TagLib::RIFF::AIFF::File *>(file)) {
+        return {"", aiff->audioProperties()->bitsPerSample(), hasPicture(aiff->tag())};
+    }
+    if (auto *ape = dynamic_cast<TagLib::APE::File *>(file)) {
+        return {"ape", ape->audioProperties()->bitsPerSample(), hasPicture(ape->APETag())};
+    }
+    if (auto *wavpack = dynamic_cast<TagLib::WavPack::File *>(file)) {
+        return {"wavpack", wavpack->audioProperties()->bitsPerSample(), hasPicture(wavpack->APETag())};
+    }
+    if (auto *musepack = dynamic_cast<TagLib::MPC::File *>(file)) {
+        return {"musepack", 0, hasPicture(musepack->APETag())};
+    }
+    return {};
+}
+
+void readTag(const TagLib::Tag &tag, Metadata &facts) {
+    facts.setText(Fact::TITLE, utf8(tag.title()));
+    facts.setText(Fact::ARTIST, utf8(tag.artist()));
+    facts.setText(Fact::ALBUM, utf8(tag.album()));
+    facts.setText(Fact::GENRE, utf8(tag.genre()));
+    if (const unsigned year = tag.year(); year > 0 && year <= 9999) {
+        facts.setText(Fact::YEAR, std::to_string(year));
+    }
+}
+
+// Of a WAV file TagLib gives the ID3 tag, and most have an INFO chunk instead.
+const TagLib::Tag *tagOf(const TagLib::FileRef &reference) {
+    if (auto *wav = dynamic_cast<TagLib::RIFF::WAV::File *>(reference.file())) {
+        if (wav->hasInfoTag() && !wav->hasID3v2Tag()) {
+            return wav->InfoTag();
+        }
+    }
+    return reference.tag();
+}
+
+void readSound(const TagLib::AudioProperties &sound, Metadata &facts) {
+    constexpr std::int64_t KILOBIT = 1000;
+    setPositive(facts, Fact::DURATION, sound.lengthInMilliseconds());
+    setPositive(facts, Fact::BITRATE, sound.bitrate() * KILOBIT);
+    setPositive(facts, Fact::SAMPLE_RATE, sound.sampleRate());
+}
+
+} // namespace
+
+bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts) {
+    // TagLib goes by the name's extension first.
+    MusicStream stream(file, std::string("file.") + signature.format);
+    const TagLib::FileRef reference(&stream);
+    if (reference.isNull() || !reference.file()->isValid()) {
+        return false;
+    }
+    if (const TagLib::Tag *tag = tagOf(reference)) {
+        readTag(*tag, facts);
+    }
+    readTracks(reference.file()->properties(), facts);
+    if (const TagLib::AudioProperties *sound = reference.audioProperties()) {
+        readSound(*sound, facts);
+        const Details details = detailsOf(reference.file());
+        facts.setText(Fact::AUDIO_CODEC, details.codec);
+        setPositive(facts, Fact::SAMPLE_BITS, details.sampleBits);
+        facts.setNumber(Fact::HAS_COVER, details.hasCover ? 1 : 0);
+    }
+    facts.setNumber(Fact::HAS_ONLY_SOUND, 1);
+    return true;
+}
+
+} // namespace mrb

@@ -1,0 +1,93 @@
+// PNG, GIF, BMP and WebP: the sizes in their headers, and EXIF where they hold it.
+
+#include <limits>
+
+#include "metadata/byte_order.h"
+#include "metadata/exif.h"
+#include "metadata/readers.h"
+
+namespace mrb {
+namespace {
+
+constexpr int MOST_CHUNKS = 4096;
+constexpr std::size_t MOST_EXIF = 8U << 20;
+
+void setSize(Metadata &facts, std::uint32_t width, std::uint32_t height) {
+    constexpr auto MOST = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
+    if (width > 0 && height > 0 && width <= MOST && height <= MOST) {
+        facts.setNumber(Fact::WIDTH, width);
+        facts.setNumber(Fact::HEIGHT, height);
+    }
+}
+
+// RIFF chunks are padded to even sizes.
+constexpr std::int64_t even(std::uint32_t size) { return static_cast<std::int64_t>(size) + size % 2; }
+
+} // namespace
+
+// W3C PNG, third edition, chapters 5 and 11: IHDR comes first, eXIf anywhere.
+void readPng(MediaFile &file, Metadata &facts) {
+    constexpr std::int64_t AROUND_DATA = 12; // length, type and checksum
+    const std::string header = file.read(16, 8);
+    setSize(facts, bigEndian(header, 0, 4), bigEndian(header, 4, 4));
+    std::int64_t offset = 8;
+    for (int chunk = 0; chunk < MOST_CHUNKS; ++chunk) {
+        const std::string front = file.read(offset, 8);
+        if (front.size() < 8 || front.ends_with("IEND")) {
+            return;
+        }
+        const std::uint32_t length = bigEndian(front, 0, 4);
+        if (front.ends_with("eXIf")) {
+            readExif(file.read(offset + 8, std::min<std::size_t>(length, MOST_EXIF)), facts);
+            return;
+        }
+        offset += AROUND_DATA + length;
+    }
+}
+
+// GIF89a, section 18.
+void readGif(MediaFile &file, Metadata &facts) {
+    const std::string header = file.read(6, 4);
+    setSize(facts, littleEndian(header, 0, 2), littleEndian(header, 2, 2));
+}
+
+// BITMAPINFOHEADER; a height below 0 means that the rows run downwards.
+void readBmp(MediaFile &file, Metadata &facts) {
+    const std::string header = file.read(0, 26);
+    if (!header.starts_with("BM")) {
+        return;
+    }
+    const auto height = static_cast<std::int32_t>(littleEndian(header, 22, 4));
+    const std::uint32_t rows = littleEndian(header, 22, 4);
+    setSize(facts, littleEndian(header, 18, 4), height < 0 ? 0U - rows : rows);
+}
+
+// RFC 9649: the size lies in the first chunk, whichever of three it is.
+void readWebp(MediaFile &file, Metadata &facts) {
+    const std::string first = file.read(12, 18);
+    const std::string_view data = std::string_view(first).substr(std::min<std::size_t>(first.size(), 8));
+    constexpr std::uint32_t FOURTEEN_BITS = 0x3fff;
+    if (first.starts_with("VP8X")) {
+        setSize(facts, littleEndian(data, 4, 3) + 1, littleEndian(data, 7, 3) + 1);
+    } else if (first.starts_with("VP8L") && data.starts_with('\x2f')) {
+        const std::uint32_t bits = littleEndian(data, 1, 4);
+        setSize(facts, (bits & FOURTEEN_BITS) + 1, (bits >> 14U & FOURTEEN_BITS) + 1);
+    } else if (first.starts_with("VP8 ")) {
+        setSize(facts, littleEndian(data, 6, 2) & FOURTEEN_BITS, littleEndian(data, 8, 2) & FOURTEEN_BITS);
+    }
+    std::int64_t offset = 12;
+    for (int chunk = 0; chunk < MOST_CHUNKS; ++chunk) {
+        const std::string front = file.read(offset, 8);
+        if (front.size() < 8) {
+            return;
+        }
+        const std::uint32_t length = littleEndian(front, 4, 4);
+        if (front.starts_with("EXIF")) {
+            readExif(file.read(offset + 8, std::min<std::size_t>(length, MOST_EXIF)), facts);
+            return;
+        }
+        offset += 8 + even(length);
+    }
+}
+
+} // namespace mrb

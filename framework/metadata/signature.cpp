@@ -1,0 +1,121 @@
+#include "metadata/signature.h"
+
+#include "media/media_types.h"
+#include "mrb/agent.h"
+
+namespace mrb {
+namespace {
+
+using namespace std::string_view_literals;
+
+struct Mark {
+    std::size_t offset;
+    std::string_view bytes;
+    Signature means;
+};
+
+// In this order: the first that fits holds.
+constexpr Mark MARKS[] = {
+    {0, "\xff\xd8\xff"sv, {Medium::JPEG, "jpeg", "image/jpeg"}},
+    {0, "\x89PNG\r\n\x1a\n"sv, {Medium::PNG, "png", "image/png"}},
+    {0, "GIF87a"sv, {Medium::GIF, "gif", "image/gif"}},
+    {0, "GIF89a"sv, {Medium::GIF, "gif", "image/gif"}},
+    {8, "WEBPVP8"sv, {Medium::WEBP, "webp", "image/webp"}},
+    {0, "II*\0"sv, {Medium::PICTURE, "tiff", "image/tiff"}},
+    {0, "MM\0*"sv, {Medium::PICTURE, "tiff", "image/tiff"}},
+    {0, "\xff\x0a"sv, {Medium::PICTURE, "jxl", "image/jxl"}},
+    {4, "JXL \r\n\x87\n"sv, {Medium::PICTURE, "jxl", "image/jxl"}},
+    {4, "ftypheic"sv, {Medium::HEIF, "heif", "image/heic"}},
+    {4, "ftypheix"sv, {Medium::HEIF, "heif", "image/heic"}},
+    {4, "ftypmif1"sv, {Medium::HEIF, "heif", "image/heif"}},
+    {4, "ftypavif"sv, {Medium::HEIF, "avif", "image/avif"}},
+    {4, "ftypM4A "sv, {Medium::MUSIC, "mp4", "audio/mp4"}},
+    {4, "ftypM4B "sv, {Medium::MUSIC, "mp4", "audio/mp4"}},
+    {4, "ftypqt  "sv, {Medium::FILM, "mov", "video/quicktime"}},
+    {4, "ftyp3g2"sv, {Medium::FILM, "3gp", "video/3gpp2"}},
+    {4, "ftyp3gp"sv, {Medium::FILM, "3gp", "video/3gpp"}},
+    {4, "ftyp"sv, {Medium::FILM, "mp4", "video/mp4"}},
+    {4, "moov"sv, {Medium::FILM, "mov", "video/quicktime"}},
+    {0, "\x1a\x45\xdf\xa3"sv, {Medium::FILM, "matroska", "video/x-matroska"}},
+    {8, "AVI "sv, {Medium::FILM, "avi", "video/x-msvideo"}},
+    {8, "WAVE"sv, {Medium::MUSIC, "wav", "audio/wav"}},
+    {8, "AIFF"sv, {Medium::MUSIC, "aiff", "audio/aiff"}},
+    {8, "AIFC"sv, {Medium::MUSIC, "aiff", "audio/aiff"}},
+    {0, "fLaC"sv, {Medium::MUSIC, "flac", "audio/flac"}},
+    {0, "OggS"sv, {Medium::MUSIC, "ogg", "audio/ogg"}},
+    {0, "ID3"sv, {Medium::MUSIC, "mp3", "audio/mpeg"}},
+    {0, "MAC "sv, {Medium::MUSIC, "ape", "audio/x-ape"}},
+    {0, "MPCK"sv, {Medium::MUSIC, "mpc", "audio/x-musepack"}},
+    {0, "MP+"sv, {Medium::MUSIC, "mpc", "audio/x-musepack"}},
+    {0, "wvpk"sv, {Medium::MUSIC, "wv", "audio/x-wavpack"}},
+    {0, "DSD "sv, {Medium::MUSIC, "dsf", "audio/x-dsf"}},
+    {0, "#!AMR"sv, {Medium::MUSIC, "amr", "audio/amr"}},
+    {0, "\x0b\x77"sv, {Medium::MUSIC, "ac3", "audio/ac3"}},
+    {0, "\x30\x26\xb2\x75\x8e\x66\xcf\x11"sv, {Medium::FILM, "asf", "video/x-ms-asf"}},
+    {0, ".RMF"sv, {Medium::FILM, "rm", "application/vnd.rn-realmedia"}},
+    {0, "FLV\x01"sv, {Medium::FILM, "flv", "video/x-flv"}},
+    {0, "\0\0\x01\xba"sv, {Medium::FILM, "mpeg", "video/mpeg"}},
+    {0, "\0\0\x01\xb3"sv, {Medium::FILM, "mpeg", "video/mpeg"}},
+};
+
+// Formats without a mark of their own, or with one that other bytes often look like.
+struct Named {
+    std::string_view extension;
+    Signature means;
+};
+
+constexpr Named NAMED[] = {
+    {"mp3", {Medium::MUSIC, "mp3", "audio/mpeg"}},    {"aac", {Medium::MUSIC, "aac", "audio/aac"}},
+    {"bmp", {Medium::BMP, "bmp", "image/bmp"}},       {"ts", {Medium::FILM, "mpegts", "video/mp2t"}},
+    {"m2ts", {Medium::FILM, "mpegts", "video/mp2t"}}, {"mts", {Medium::FILM, "mpegts", "video/mp2t"}},
+    {"tp", {Medium::FILM, "mpegts", "video/mp2t"}},   {"trp", {Medium::FILM, "mpegts", "video/mp2t"}},
+};
+
+// The same container may hold sound or film, and then the file's name knows better.
+bool isSame(const Signature &found, const MediaType &named) {
+    const std::string_view format = found.format;
+    if (format == "mp4" || format == "mov") {
+        return named.extension == "m4a" || named.extension == "m4v" || named.extension == "mp4" ||
+               named.extension == "mov" || named.extension == "qt";
+    }
+    if (format == "matroska") {
+        return named.extension == "mka" || named.extension == "mkv" || named.extension == "webm";
+    }
+    if (format == "ogg") {
+        return named.extension.starts_with("og") || named.extension == "opus";
+    }
+    if (format == "asf") {
+        return named.extension == "wma" || named.extension == "wmv" || named.extension == "asf";
+    }
+    return format == "heif" && named.extension.starts_with("hei");
+}
+
+Medium mediumOf(const MediaType &type) {
+    return type.itemType == MRB_ITEM_TYPE_MUSIC ? Medium::MUSIC : Medium::FILM;
+}
+
+} // namespace
+
+Signature signatureOf(std::string_view head, std::string_view fileName) {
+    const MediaType *type = mediaTypeOf(fileName);
+    for (const Mark &mark : MARKS) {
+        if (head.size() > mark.offset && head.substr(mark.offset).starts_with(mark.bytes)) {
+            Signature found = mark.means;
+            if (type != nullptr && isSame(found, *type)) {
+                found.mimeType = type->mimeType;
+                found.medium = found.medium == Medium::HEIF ? Medium::HEIF : mediumOf(*type);
+            }
+            return found;
+        }
+    }
+    if (type != nullptr && !head.empty()) {
+        for (const Named &named : NAMED) {
+            if (named.extension == type->extension) {
+                return named.means;
+            }
+        }
+    }
+    return {};
+}
+
+} // namespace mrb

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "support/folder.h"
+
+namespace support {
+
+// Real media with known tags, made by ffmpeg and exiftool: photo.jpg, photo.webp,
+// photo.avif, plain.jpg, plain.png, plain.gif, plain.bmp, plain.tiff, song.mp3,
+// song.flac, song.ogg, song.m4a, song.wav, film.mp4, film.mkv, film.ts, silent.avi.
+void makeMedia(const Folder &folder);
+
+} // namespace support
