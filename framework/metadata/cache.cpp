@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "base/descriptor.h"
 #include "base/log.h"
 #include "metadata/cache_layout.h"
 #include "metadata/database.h"
@@ -111,10 +110,22 @@ void MetadataCache::open() {
     connection_ = std::make_unique<Connection>("");
 }
 
+// Of several processes, one at a time begins the file or sets it aside: SQLite does
+// not wait for the others there. Let go with the descriptor; without a place to write
+// to, there is nothing to be taken turns at.
+Descriptor MetadataCache::takeTurn() const {
+    Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (turn) {
+        flock(turn.number(), LOCK_EX);
+    }
+    return turn;
+}
+
 void MetadataCache::openFile() {
     std::error_code ignored;
     std::filesystem::create_directories(folder_, ignored);
     const std::string path = folder_ + '/' + FILE_NAME;
+    const Descriptor turn = takeTurn();
     try {
         connection_ = std::make_unique<Connection>(path);
     } catch (const DatabaseError &failure) {
@@ -128,16 +139,11 @@ void MetadataCache::openFile() {
     chmod(path.c_str(), S_IRUSR | S_IWUSR);
 }
 
-// Moves the file out of the way. Of several processes that find it damaged, one
-// does, and the others must not move the new one.
+// Moves the file out of the way, in this process's turn. Of several that find it
+// damaged, one does, and the others must not move the new one.
 void MetadataCache::setAside(const std::string &why) {
     connection_.reset();
     const std::string path = folder_ + '/' + FILE_NAME;
-    const Descriptor turn(
-        ::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (turn) {
-        flock(turn.number(), LOCK_EX);
-    }
     try {
         const Connection already(path);
         Statement check(already.database, "PRAGMA quick_check(1)");
@@ -167,7 +173,10 @@ auto MetadataCache::withConnection(Work &&work) {
         if (!isOnDisk_ || !failure.isDamage()) {
             throw;
         }
-        setAside(failure.what());
+        {
+            const Descriptor turn = takeTurn();
+            setAside(failure.what());
+        }
         open();
     }
     return work();

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/descriptor.h"
 #include "base/result.h"
 #include "metadata/facts.h"
 
@@ -76,6 +77,7 @@ class MetadataCache {
     template <typename Work>
     auto withConnection(Work &&work);
     void open();
+    [[nodiscard]] Descriptor takeTurn() const;
     void openFile();
     void setAside(const std::string &why);
     std::shared_ptr<const MediaRecord> read(const MediaKey &key);

@@ -42,21 +42,23 @@ int readBlock(void *user, std::uint8_t *buffer, int length) {
 
 std::int64_t seek(void *user, std::int64_t offset, int whence) {
     auto &stream = *static_cast<Stream *>(user);
+    std::int64_t start = 0;
     switch (whence & ~AVSEEK_FORCE) {
     case AVSEEK_SIZE:
         return stream.file.size();
     case SEEK_SET:
         break;
     case SEEK_CUR:
-        offset += stream.position;
+        start = stream.position;
         break;
     case SEEK_END:
-        offset += stream.file.size();
+        start = stream.file.size();
         break;
     default:
         return AVERROR(EINVAL);
     }
-    if (offset < 0) {
+    // The numbers may be a hostile file's.
+    if (__builtin_add_overflow(start, offset, &offset) || offset < 0) {
         return AVERROR(EINVAL);
     }
     stream.position = offset;
@@ -303,7 +305,7 @@ void readContainer(MediaFile &file, const Signature &signature, Metadata &facts)
     constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
     if (signature.medium != Medium::PICTURE) {
         if (container->duration > 0) {
-            facts.setNumber(Fact::DURATION, (container->duration + MICROSECONDS / 2) / MICROSECONDS);
+            facts.setNumber(Fact::DURATION, container->duration / MICROSECONDS);
         }
         if (container->bit_rate > 0) {
             facts.setNumber(Fact::BITRATE, container->bit_rate);

@@ -29,7 +29,7 @@ std::int64_t tell(void *stream) { return static_cast<Stream *>(stream)->position
 int read(void *buffer, std::size_t length, void *user) {
     auto &stream = *static_cast<Stream *>(user);
     const bool isWhole = stream.file.read(stream.position, buffer, length) == length;
-    stream.position += static_cast<std::int64_t>(length);
+    stream.position += isWhole ? static_cast<std::int64_t>(length) : 0;
     return isWhole ? 0 : 1;
 }
 

@@ -13,18 +13,19 @@ TagLib::ByteVector MusicStream::readBlock(Length length) {
 }
 
 void MusicStream::seek(Offset offset, Position from) {
+    // There is nothing outside the file, and sums of hostile numbers must not overflow.
+    const std::int64_t step = std::clamp<std::int64_t>(offset, -file_.size(), file_.size());
     switch (from) {
     case Beginning:
-        position_ = offset;
+        position_ = step;
         break;
     case Current:
-        position_ += offset;
+        position_ += step;
         break;
     case End:
-        position_ = file_.size() + offset;
+        position_ = file_.size() + step;
         break;
     }
-    // There is nothing outside the file, and a sum of hostile numbers must not overflow later.
     position_ = std::clamp<std::int64_t>(position_, 0, file_.size());
 }
 

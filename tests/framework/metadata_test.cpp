@@ -319,6 +319,7 @@ TEST_F(Cache, ManyWritersAtATimeLoseNothing) {
     constexpr int WRITERS = 4;
     constexpr int FIELDS = 50;
     std::vector<std::thread> writers;
+    writers.reserve(WRITERS);
     const MediaItem song = item();
     for (int writer = 0; writer < WRITERS; ++writer) {
         writers.emplace_back([&, writer] {
@@ -333,7 +334,7 @@ TEST_F(Cache, ManyWritersAtATimeLoseNothing) {
     for (std::thread &writer : writers) {
         writer.join();
     }
-    EXPECT_EQ(MediaLibrary(cache_.path()).known(song)->written.size(), std::size_t{WRITERS * FIELDS});
+    EXPECT_EQ(MediaLibrary(cache_.path()).known(song)->written.size(), std::size_t{WRITERS} * FIELDS);
 }
 
 TEST_F(Cache, ReadingAllGivesEachItemAndStopsWhenAsked) {
@@ -374,12 +375,13 @@ TEST(CacheFolder, IsTheOneThatTheEnvironmentNames) {
         const std::pair<const char *, const char *> variables[] = {
             {"MRB_CACHE_FOLDER", own}, {"XDG_CACHE_HOME", caches}, {"HOME", home}};
         std::vector<std::pair<const char *, std::string>> before;
+        before.reserve(std::size(variables));
         for (const auto &[name, value] : variables) {
             const char *old = std::getenv(name);
             before.emplace_back(name, old == nullptr ? "" : old);
             setenv(name, value, 1);
         }
-        const std::string folder = mrb::MetadataCache::folderOfEnvironment();
+        std::string folder = mrb::MetadataCache::folderOfEnvironment();
         for (const auto &[name, value] : before) {
             setenv(name, value.c_str(), 1);
         }
