@@ -42,6 +42,13 @@ const std::vector<View::GroupFacts> &View::groups() {
     return groups_;
 }
 
+std::span<const std::int32_t> View::itemsOfGroup(std::int32_t group) {
+    update();
+    const bool isThere = group >= 0 && std::cmp_less(group, itemsOfGroups_.size());
+    return isThere ? std::span<const std::int32_t>(itemsOfGroups_[static_cast<std::size_t>(group)])
+                   : std::span<const std::int32_t>();
+}
+
 unsigned View::typeOf(ViewEntry entry) const {
     if (entry >= 0) {
         return store_.type(entry);
@@ -67,6 +74,7 @@ void View::update() {
     }
     entries_.clear();
     groups_.clear();
+    itemsOfGroups_.clear();
     counts_.fill(0);
     // Should memory run out below, the next call tries again.
     stale_ = true;
@@ -139,7 +147,7 @@ std::vector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
 
 void View::layOutGroups(const std::vector<std::int32_t> &items) {
     std::vector<Group> groups = divide(store_, items, style_.grouping);
-    for (const Group &group : groups) {
+    for (Group &group : groups) {
         const auto number = static_cast<std::int32_t>(groups_.size());
         groups_.push_back({group.key, static_cast<std::int32_t>(group.items.size())});
         if (style_.groupIndex < 0) {
@@ -148,6 +156,7 @@ void View::layOutGroups(const std::vector<std::int32_t> &items) {
         if (style_.groupIndex == MRB_GROUP_ALL || style_.groupIndex == number) {
             std::ranges::for_each(group.items, [this](std::int32_t item) { append(item); });
         }
+        itemsOfGroups_.push_back(std::move(group.items));
     }
 }
 

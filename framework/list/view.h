@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "list/item_store.h"
@@ -22,8 +23,8 @@ constexpr std::int32_t groupOfHeading(ViewEntry entry) { return FIRST_HEADING - 
 // What of a store's items can be seen, and in which order: the whole tree or one
 // folder, sorted, grouped and laid out in pages. It follows the store as that
 // grows, bringing itself up to date when it is read: four bytes an entry, and four
-// more an item once a list is sorted. Owned by a List, which holds its lock around
-// every call.
+// more an item once a list is sorted, and again while it is grouped. Owned by a
+// List, which holds its lock around every call.
 class View {
   public:
     struct GroupFacts {
@@ -47,6 +48,8 @@ class View {
     [[nodiscard]] std::int32_t count(unsigned type);
     // Empty while the view is not grouped.
     [[nodiscard]] const std::vector<GroupFacts> &groups();
+    // The items of one of them, laid out or not; empty: there is no such group.
+    [[nodiscard]] std::span<const std::int32_t> itemsOfGroup(std::int32_t group);
     [[nodiscard]] unsigned typeOf(ViewEntry entry) const;
 
   private:
@@ -69,6 +72,7 @@ class View {
     std::vector<ViewEntry> entries_;
     std::array<std::int32_t, ITEM_TYPE_LIMIT> counts_{};
     std::vector<GroupFacts> groups_;
+    std::vector<std::vector<std::int32_t>> itemsOfGroups_;
 };
 
 } // namespace mrb
