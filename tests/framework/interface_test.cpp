@@ -86,18 +86,6 @@ TEST(Interface, ItemFieldsAreNotSupported) {
     EXPECT_EQ(text, nullptr);
 }
 
-TEST(Interface, SelectionIsNotSupported) {
-    int number = 0;
-    bool flag = false;
-    EXPECT_EQ(mrb_select_all_v2(1), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_deselect_all_v2(1), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_select_group_v2(1, 0), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_deselect_group_v2(1, 0), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_selected_state_v2(1, 0, &flag), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_selection_count_v2(1, &number), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_toggle_select_v2(1, 0), NOT_SUPPORTED);
-}
-
 TEST(Interface, ARefusedShareReleasesTheUserDataParameter) {
     mrb_share_param_h share = nullptr;
     mrb_share_user_data_param_h userData = nullptr;
