@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "list/item_store.h"
 #include "list/selection.h"
@@ -88,6 +89,12 @@ class List {
     [[nodiscard]] std::optional<bool> isSelected(std::int32_t index) const;
     [[nodiscard]] std::int32_t selectionCount() const;
     [[nodiscard]] Selection selection() const;
+
+    // The items that a selection stands for, in the source's order: those selected,
+    // and all that passed the filters in or below a selected folder.
+    [[nodiscard]] std::vector<std::int32_t> expand(const Selection &selection) const;
+    // Of an item by its number, as `expand` gives it.
+    [[nodiscard]] ItemFacts factsOf(std::int32_t item) const;
 
   private:
     // All with lock_ held.

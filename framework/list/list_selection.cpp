@@ -70,4 +70,36 @@ Selection List::selection() const {
     return selection_;
 }
 
+std::vector<std::int32_t> List::expand(const Selection &selection) const {
+    constexpr std::int32_t AT_ONCE = 65'536;
+    std::vector<std::int32_t> items;
+    std::vector<bool> inside; // of each folder: it is selected, or lies in one that is
+    for (std::int32_t begin = 0;; begin += AT_ONCE) {
+        const std::lock_guard guard(lock_);
+        for (auto folder = static_cast<std::int32_t>(inside.size()); folder < store_.folders(); ++folder) {
+            const std::int32_t parent = folder > ROOT_FOLDER ? store_.parent(folder) : NO_FOLDER;
+            const std::int32_t item = store_.itemOfFolder(folder);
+            inside.push_back((item >= 0 && selection.contains(item)) ||
+                             (parent >= 0 && inside[static_cast<std::size_t>(parent)]));
+        }
+        const std::int32_t end = std::min(begin + AT_ONCE, store_.size());
+        for (std::int32_t item = begin; item < end; ++item) {
+            const std::int32_t folder = store_.folder(item);
+            const bool isInside = folder >= 0 && std::cmp_less(folder, inside.size()) &&
+                                  inside[static_cast<std::size_t>(folder)];
+            if (selection.contains(item) || (isInside && store_.passes(item))) {
+                items.push_back(item);
+            }
+        }
+        if (end == store_.size()) {
+            return items;
+        }
+    }
+}
+
+ItemFacts List::factsOf(std::int32_t item) const {
+    const std::lock_guard guard(lock_);
+    return store_.facts(item);
+}
+
 } // namespace mrb

@@ -61,8 +61,8 @@ enum {
     MRB_EVENT_LIST_GROWN = 3,      /* 25: more items can be read, more are to come */
     MRB_EVENT_LIST_CANCELLED = 14, /* 13: ended by mrb_cancel_request_list_v2 */
     MRB_EVENT_SHARE_STARTED = 18,  /* 17: the first event of a share */
-    MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived */
-    MRB_EVENT_SHARE_FAILED = 20,   /* 19: ended by an error */
+    MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived, and is on the device */
+    MRB_EVENT_SHARE_FAILED = 20,   /* 19: not everything arrived, because of an error */
     MRB_EVENT_SHARE_STOPPED = 21,  /* 26: ended by mrb_stop_batch_process_v2 */
     MRB_EVENT_SHARE_NO_SPACE = 22, /* 27: the destination is too small; nothing was written */
     MRB_EVENT_DEVICE_REMOVED = 23, /* 28: the device that a list or share used went away */
