@@ -147,8 +147,10 @@ void compareCopies(const std::string &where) {
         const std::string what = std::string(kind) == "large" ? "300 MB in one file" : "2,000 files of 20 kB";
         const mrb_agent_handler_h list = openList(from);
         mrb_select_all_v2(list);
-        const std::string copy = "cp -rp " + from + "/. " + to;
-        const std::string save = " && find " + to + " -type f -exec sync {} +";
+        std::string copy = "cp -rp ";
+        copy.append(from).append("/. ").append(to);
+        std::string save = " && find ";
+        save.append(to).append(" -type f -exec sync {} +");
         compare((what + ", floor: cp").c_str(), to, [&] { return copyTime(list, to); },
                 [&] { return commandTime(copy); });
         compare((what + ", floor: cp && sync FILES").c_str(), to, [&] { return copyTime(list, to); },
