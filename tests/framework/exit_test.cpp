@@ -88,7 +88,9 @@ TEST_F(Exit, AProcessMayEndDuringACopyAndLeavesWholeFilesOnly) {
         },
         testing::ExitedWithCode(7), "");
     for (const std::string &name : support::tree(copies)) {
-        EXPECT_TRUE(support::areEqual(media + "/" + name, copies + "/" + name)) << name;
+        EXPECT_TRUE(
+            support::areEqual(std::filesystem::path(media) / name, std::filesystem::path(copies) / name))
+            << name;
     }
 }
 

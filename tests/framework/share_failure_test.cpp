@@ -37,7 +37,7 @@ class ShareFailure : public testing::Test {
     // Everything below the destination is a whole copy of a file.
     void expectWholeFiles(const std::string &destination) const {
         for (const auto &[path, bytes] : support::contents(destination)) {
-            EXPECT_TRUE(support::areEqual(from.path(path), destination + "/" + path)) << path;
+            EXPECT_TRUE(support::areEqual(from.path(path), fs::path(destination) / path)) << path;
         }
     }
     // Does `act` on the event thread as soon as the copy is under way, which then has
