@@ -125,9 +125,11 @@ void Framework::shutDown() {
             }
         }
     }
+    shares_.shutDown();
     const auto deadline = std::chrono::steady_clock::now() + FAREWELL;
     events_.finish(deadline);
     workers_.finish(deadline);
+    shares_.finish(deadline);
     watcher_.finish(deadline);
     library_.close();
 }

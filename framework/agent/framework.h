@@ -9,12 +9,13 @@
 #include "agent/workers.h"
 #include "events/event_thread.h"
 #include "mrb/agent.h"
+#include "share/shares.h"
 #include "sources/source.h"
 
 namespace mrb {
 
-// All open lists of the process under their handles, and the threads that serve
-// them. There is one, made when it is first asked for; any thread may call it.
+// All open lists of the process under their handles, their shares, and the threads
+// that serve them. There is one, made when it is first asked for; any thread may call it.
 class Framework {
   public:
     static Framework &instance();
@@ -28,6 +29,8 @@ class Framework {
 
     // Null: the handle names no open list.
     [[nodiscard]] std::shared_ptr<Opening> find(mrb_agent_handler_h handle);
+
+    [[nodiscard]] Shares &shares() { return shares_; }
 
     Framework(const Framework &) = delete;
     Framework &operator=(const Framework &) = delete;
@@ -43,7 +46,8 @@ class Framework {
     EventThread events_;
     MediaLibrary library_;
     Watcher watcher_;
-    Workers workers_;
+    Workers workers_{"mrb-list"};
+    Shares shares_{events_};
 
     std::mutex lock_; // guards what follows
     // Null under a handle that is being opened for the first time.

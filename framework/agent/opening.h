@@ -65,6 +65,10 @@ class Opening final : public EventTarget,
 
     [[nodiscard]] List &list() { return list_; }
 
+    // The path of the folder below which the items are files; empty: they are none.
+    // Any thread.
+    [[nodiscard]] std::string filesRoot() const { return source_->watchedRoot(); }
+
     // The description of an entry as JSON text; no value: no such index. Any thread.
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
 

@@ -15,7 +15,7 @@ void Workers::start(std::function<void()> work) {
     joinDone();
     const auto &worker = workers_.emplace_back(std::make_shared<Worker>());
     try {
-        worker->thread = startThread("mrb-list", [this, worker, work = std::move(work)]() mutable {
+        worker->thread = startThread(name_, [this, worker, work = std::move(work)]() mutable {
             work();
             // What the work held is released before it counts as done.
             work = nullptr;

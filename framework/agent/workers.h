@@ -10,11 +10,12 @@
 
 namespace mrb {
 
-// The threads that fill lists, one for each list being filled, since a source may
-// wait long for its device. Owned by the Framework; any thread may call it.
+// The threads that fill lists, or copy files: one for each piece of work, since any
+// may wait long for its device. Owned by the Framework; any thread may call it.
 class Workers {
   public:
-    Workers() = default;
+    // The name of its threads, at most 15 bytes, which outlives them.
+    explicit Workers(const char *name) : name_(name) {}
     ~Workers();
     Workers(const Workers &) = delete;
     Workers &operator=(const Workers &) = delete;
@@ -33,6 +34,8 @@ class Workers {
     };
 
     void joinDone(); // with lock_ held
+
+    const char *const name_;
 
     std::mutex lock_; // guards what follows
     std::condition_variable someDone_;

@@ -1,74 +1,88 @@
-// The batch share process. Its parameter objects are real; no share runs.
+// The batch share process.
 
 #include "mrb/share.h"
 
-#include <string>
+#include <memory>
 
+#include "agent/framework.h"
 #include "api/entry.h"
+#include "share/shares.h"
 
 // The object behind mrb_share_param_h; owned by the client that created it.
-struct mrb_share_param_s {
-    int sourceDeviceType = 0;
-    int destinationDeviceType = 0;
-    std::string destinationPath;
-    std::string dlnaDeviceId;
-    std::string dlnaServiceProvider;
-    bool lock = false;
-};
+struct mrb_share_param_s : mrb::ShareRequest {};
 
 // The object behind mrb_share_user_data_param_h; the client's until it is handed
 // to mrb_batch_process_v2, the framework's from then on.
-struct mrb_share_user_data_param_s {
-    void *userData = nullptr;
-    mrb_batch_process_cb callback = nullptr;
-};
+struct mrb_share_user_data_param_s : mrb::ShareListener {};
 
-using Share = mrb_share_param_s;
-using ShareUserData = mrb_share_user_data_param_s;
+using mrb::Framework;
+using mrb::ShareListener;
+using mrb::ShareRequest;
+
+namespace {
+
+template <typename Value>
+int setValue(mrb_share_param_h param, Value ShareRequest::*member, Value value) {
+    return mrb::setValue<ShareRequest>(param, member, value);
+}
+
+int setText(mrb_share_param_h param, std::string ShareRequest::*member, const char *text) {
+    return mrb::setText<ShareRequest>(param, member, text);
+}
+
+} // namespace
 
 int mrb_create_share_param(mrb_share_param_h *param) { return mrb::createObject(param); }
 
 int mrb_destroy_share_param(mrb_share_param_h param) { return mrb::destroyObject(param); }
 
 int mrb_param_set_share_source_dev_type(mrb_share_param_h param, int device_type) {
-    return mrb::setValue(param, &Share::sourceDeviceType, device_type);
+    return setValue(param, &ShareRequest::sourceDeviceType, device_type);
 }
 
 int mrb_param_set_share_dest_dev_type(mrb_share_param_h param, int device_type) {
-    return mrb::setValue(param, &Share::destinationDeviceType, device_type);
+    return setValue(param, &ShareRequest::destinationDeviceType, device_type);
 }
 
 int mrb_param_set_share_dest_dev_path(mrb_share_param_h param, const char *path) {
-    return mrb::setText(param, &Share::destinationPath, path);
+    return setText(param, &ShareRequest::destinationPath, path);
 }
 
 int mrb_param_set_share_dlna_device_id(mrb_share_param_h param, const char *device_id) {
-    return mrb::setText(param, &Share::dlnaDeviceId, device_id);
+    return setText(param, &ShareRequest::dlnaDeviceId, device_id);
 }
 
 int mrb_param_set_share_dlna_service_provider(mrb_share_param_h param, const char *provider) {
-    return mrb::setText(param, &Share::dlnaServiceProvider, provider);
+    return setText(param, &ShareRequest::dlnaServiceProvider, provider);
 }
 
 int mrb_param_set_share_lock(mrb_share_param_h param, bool lock) {
-    return mrb::setValue(param, &Share::lock, lock);
+    return setValue(param, &ShareRequest::lock, lock);
 }
 
 int mrb_create_share_user_data_param(mrb_share_user_data_param_h *param) { return mrb::createObject(param); }
 
 int mrb_param_set_share_user_data_udata(mrb_share_user_data_param_h param, void *user_data) {
-    return mrb::setValue(param, &ShareUserData::userData, user_data);
+    return mrb::setValue<ShareListener>(param, &ShareListener::userData, user_data);
 }
 
 int mrb_param_set_share_user_data_cb(mrb_share_user_data_param_h param, mrb_batch_process_cb callback) {
-    return mrb::setValue(param, &ShareUserData::callback, callback);
+    return mrb::setValue<ShareListener>(param, &ShareListener::callback, callback);
 }
 
-int mrb_batch_process_v2(int /*share_type*/, mrb_share_param_h /*param*/, mrb_agent_handler_h /*agent*/,
-                         mrb_share_user_data_param_h user_data_param, mrb_share_handler_h * /*share*/) {
+int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_handler_h agent,
+                         mrb_share_user_data_param_h user_data_param, mrb_share_handler_h *share) {
     // Handed over with the call, so nobody else would release it.
-    delete user_data_param;
-    return MRB_ERR_NOT_SUPPORTED;
+    const std::unique_ptr<mrb_share_user_data_param_s> listener(user_data_param);
+    if (param == nullptr || share == nullptr || !listener || listener->callback == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        Framework &framework = Framework::instance();
+        return framework.shares().start(share_type, *param, framework.find(agent), *listener, share);
+    });
 }
 
-int mrb_stop_batch_process_v2(mrb_share_handler_h /*share*/) { return MRB_ERR_NOT_SUPPORTED; }
+int mrb_stop_batch_process_v2(mrb_share_handler_h share) {
+    return mrb::guard([&] { return Framework::instance().shares().stop(share); });
+}

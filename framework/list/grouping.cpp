@@ -112,7 +112,7 @@ Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Gr
     std::int32_t start = 0;
     for (const std::int64_t place : places) {
         const std::int32_t count = std::exchange(counts[static_cast<std::size_t>(place)], start);
-        divided.groups.push_back({keyAt(place, grouping), count});
+        divided.groups.push_back({keyAt(place, grouping), start, count});
         start += count;
     }
     // Now each count is where its group's next item goes.

@@ -13,8 +13,9 @@ enum class Grouping : std::uint8_t { NONE, TYPE, FIRST_LETTER, DATE, FOLDER };
 
 // One group of a view.
 struct Group {
-    std::int64_t key = 0; // what its items have in common
-    std::int32_t items = 0;
+    std::int64_t key = 0;   // what its items have in common
+    std::int32_t start = 0; // of its items in Groups::items
+    std::int32_t items = 0; // how many they are
 };
 
 // The groups, and the items of one after those of the other.

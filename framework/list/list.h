@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "list/item_store.h"
+#include "list/selection.h"
 #include "list/view.h"
 #include "list/wishes.h"
 #include "sources/source.h"
@@ -83,6 +84,23 @@ class List {
     int navigate(int navigation);
     [[nodiscard]] int navigation() const;
 
+    // The selection; see mrb/agent.h for what its calls mean. They take an index of
+    // the view or of its groups, and answer a code of mrb/result.h.
+    int toggleSelect(std::int32_t index);
+    int selectGroup(std::int32_t index, bool selected);
+    void selectAll();
+    void deselectAll();
+    // No value: nothing has that index.
+    [[nodiscard]] std::optional<bool> isSelected(std::int32_t index) const;
+    [[nodiscard]] std::int32_t selectionCount() const;
+    [[nodiscard]] Selection selection() const;
+
+    // The items that a selection stands for, in the source's order: those selected,
+    // and all that passed the filters in or below a selected folder.
+    [[nodiscard]] std::vector<std::int32_t> expand(const Selection &selection) const;
+    // Of an item by its number, as `expand` gives it.
+    [[nodiscard]] ItemFacts factsOf(std::int32_t item) const;
+
   private:
     // All with lock_ held.
     [[nodiscard]] ListEntry describe(ViewEntry entry) const;
@@ -97,6 +115,7 @@ class List {
     ItemStore store_;
     mutable View view_{store_}; // brings itself up to date when it is read
     std::optional<ViewEntry> cursor_;
+    Selection selection_;
 };
 
 } // namespace mrb

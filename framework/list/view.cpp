@@ -42,6 +42,18 @@ const PagedVector<Group> &View::groups() {
     return groups_;
 }
 
+std::span<const std::int32_t> View::itemsOfGroup(std::int32_t group) {
+    update();
+    return group >= 0 && std::cmp_less(group, groups_.size()) ? itemsOf(group)
+                                                              : std::span<const std::int32_t>();
+}
+
+std::span<const std::int32_t> View::itemsOf(std::int32_t group) const {
+    const Group &facts = groups_[static_cast<std::size_t>(group)];
+    return std::span(itemsOfGroups_)
+        .subspan(static_cast<std::size_t>(facts.start), static_cast<std::size_t>(facts.items));
+}
+
 unsigned View::typeOf(ViewEntry entry) const {
     if (entry >= 0) {
         return store_.type(entry);
@@ -67,6 +79,7 @@ void View::update() {
     }
     entries_.clear();
     groups_.clear();
+    itemsOfGroups_.clear();
     counts_.fill(0);
     // Should memory run out below, the next call tries again.
     stale_ = true;
@@ -140,16 +153,14 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
 void View::layOutGroups(const PagedVector<std::int32_t> &items) {
     Groups divided = divide(store_, items, style_.grouping);
     groups_ = std::move(divided.groups);
-    auto next = divided.items.begin();
+    itemsOfGroups_ = std::move(divided.items);
     for (std::int32_t number = 0; std::cmp_less(number, groups_.size()); ++number) {
-        const auto end = next + groups_[static_cast<std::size_t>(number)].items;
         if (style_.groupIndex < 0) {
             append(FIRST_HEADING - number);
         }
         if (style_.groupIndex == MRB_GROUP_ALL || style_.groupIndex == number) {
-            std::for_each(next, end, [this](std::int32_t item) { append(item); });
+            std::ranges::for_each(itemsOf(number), [this](std::int32_t item) { append(item); });
         }
-        next = end;
     }
 }
 

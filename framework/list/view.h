@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "base/pages.h"
 #include "list/grouping.h"
@@ -23,8 +24,8 @@ constexpr std::int32_t groupOfHeading(ViewEntry entry) { return FIRST_HEADING - 
 // What of a store's items can be seen, and in which order: the whole tree or one
 // folder, sorted, grouped and laid out in pages. It follows the store as that
 // grows, bringing itself up to date when it is read: four bytes an entry, and four
-// more an item once a list is sorted. Owned by a List, which holds its lock around
-// every call.
+// more an item once a list is sorted, and again while it is grouped. Owned by a
+// List, which holds its lock around every call.
 class View {
   public:
     explicit View(const ItemStore &store) : store_(store) {}
@@ -43,6 +44,8 @@ class View {
     [[nodiscard]] std::int32_t count(unsigned type);
     // Empty while the view is not grouped.
     [[nodiscard]] const PagedVector<Group> &groups();
+    // The items of one of them, laid out or not; empty: there is no such group.
+    [[nodiscard]] std::span<const std::int32_t> itemsOfGroup(std::int32_t group);
     [[nodiscard]] unsigned typeOf(ViewEntry entry) const;
 
   private:
@@ -51,6 +54,7 @@ class View {
     [[nodiscard]] std::int32_t itemAt(std::int32_t place) const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfTree() const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfFolder(std::int32_t folder) const;
+    [[nodiscard]] std::span<const std::int32_t> itemsOf(std::int32_t group) const; // one that is there
     void layOutGroups(const PagedVector<std::int32_t> &items);
     void layOutByColumns();
     void pad();
@@ -65,6 +69,7 @@ class View {
     PagedVector<ViewEntry> entries_;
     std::array<std::int32_t, ITEM_TYPE_LIMIT> counts_{};
     PagedVector<Group> groups_;
+    PagedVector<std::int32_t> itemsOfGroups_; // those of one after those of the other
 };
 
 } // namespace mrb

@@ -61,8 +61,8 @@ enum {
     MRB_EVENT_LIST_GROWN = 3,      /* 25: more items can be read, more are to come */
     MRB_EVENT_LIST_CANCELLED = 14, /* 13: ended by mrb_cancel_request_list_v2 */
     MRB_EVENT_SHARE_STARTED = 18,  /* 17: the first event of a share */
-    MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived */
-    MRB_EVENT_SHARE_FAILED = 20,   /* 19: ended by an error */
+    MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived, and is on the device */
+    MRB_EVENT_SHARE_FAILED = 20,   /* 19: not everything arrived, because of an error */
     MRB_EVENT_SHARE_STOPPED = 21,  /* 26: ended by mrb_stop_batch_process_v2 */
     MRB_EVENT_SHARE_NO_SPACE = 22, /* 27: the destination is too small; nothing was written */
     MRB_EVENT_DEVICE_REMOVED = 23, /* 28: the device that a list or share used went away */
@@ -284,12 +284,35 @@ int mrb_set_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int 
 
 /* ---- selection ---------------------------------------------------------- */
 
+/*
+ * An item is selected or not, whichever view shows it: paging, grouping, walking
+ * through folders and the sorting at a list's end leave the selection as it is, and
+ * items that the view does not show stay selected. A new opening begins with
+ * nothing selected, also one under the same handle. Indexes are those of the view.
+ */
+
+/* Selects every item that the view shows, beside what is selected already. */
 int mrb_select_all_v2(mrb_agent_handler_h agent);
+/* Empties the selection, of items that the view does not show as well. */
 int mrb_deselect_all_v2(mrb_agent_handler_h agent);
+
+/*
+ * Selects or deselects the items of a group, from 0, shown or not.
+ * MRB_ERR_OUT_OF_RANGE: no such group, or the view is not grouped.
+ */
 int mrb_select_group_v2(mrb_agent_handler_h agent, int group_index);
 int mrb_deselect_group_v2(mrb_agent_handler_h agent, int group_index);
+
+/*
+ * Of a heading: whether all items of its group are selected. Up-folder entries and
+ * blanks never are.
+ */
 int mrb_get_selected_state_v2(mrb_agent_handler_h agent, int index, bool *selected);
+
+/* The number of selected items, shown or not. */
 int mrb_get_selection_count_v2(mrb_agent_handler_h agent, int *count);
+
+/* MRB_ERR_NOT_SUPPORTED: a heading, up-folder entry or blank cannot be selected. */
 int mrb_toggle_select_v2(mrb_agent_handler_h agent, int index);
 
 #ifdef __cplusplus

@@ -5,7 +5,11 @@
  *
  * A share is started with a share parameter object and a user-data parameter
  * object (who hears of it), runs in the background under a share handle, and
- * reports its progress through the callback.
+ * reports its progress through the callback. It begins with MRB_EVENT_SHARE_STARTED,
+ * tells MRB_EVENT_SHARE_PROGRESS at most ten times a second, and ends with exactly
+ * one of MRB_EVENT_SHARE_DONE, _FAILED, _STOPPED, _NO_SPACE and
+ * MRB_EVENT_DEVICE_REMOVED. It works on the selection as that was at the start, and
+ * goes on when its list is changed, opened anew or closed.
  *
  * Threads. As in agent.h: functions on any thread, callbacks on a thread of the
  * framework's, in order and never overlapping for one share.
@@ -22,7 +26,10 @@
 extern "C" {
 #endif
 
-/* A running share. Positive while it runs; 0 names none. 32 bits on every machine. */
+/*
+ * A running share, until its last event was heard. Positive; 0 names none, and no
+ * list has the same number. 32 bits on every machine.
+ */
 typedef int32_t mrb_share_handler_h;
 
 typedef struct mrb_share_param_s *mrb_share_param_h;
@@ -33,7 +40,7 @@ enum {
     MRB_SHARE_DELETE = 1, /* refused by this framework: it deletes nothing of a user's */
     MRB_SHARE_COPY = 2,   /* to a folder of another device */
     MRB_SHARE_DLNA = 4,   /* to a DLNA server, or from one when the source device type is 4 */
-    MRB_SHARE_LOCK = 32   /* marks or unmarks the items as locked */
+    MRB_SHARE_LOCK = 32   /* marks or unmarks the items as locked, until the process ends */
 };
 
 /* Device types named in share parameters. */
@@ -42,7 +49,13 @@ enum { MRB_SHARE_DEVICE_DLNA = 4 };
 /* Bytes kept for the file name of a progress record, its ending zero included. */
 enum { MRB_SHARE_FILE_NAME_BYTES = 1024 };
 
-/* Progress of a share. Counts are files, sizes are bytes. */
+/*
+ * Progress of a share. Counts are files, sizes are bytes. Until the last event, what
+ * is done is what was written; in the last one, what arrived for good, and the name is
+ * that of the first file that did not arrive, if any. Names are UTF-8, cut off when
+ * they are too long. Bytes done in all are the sum of
+ * success_file_size and progress_file_size.
+ */
 typedef struct mrb_share_status_info_s {
     uint32_t total_file_count;
     uint32_t done_file_count;
@@ -78,11 +91,19 @@ int mrb_create_share_user_data_param(mrb_share_user_data_param_h *param);
 int mrb_param_set_share_user_data_udata(mrb_share_user_data_param_h param, void *user_data);
 int mrb_param_set_share_user_data_cb(mrb_share_user_data_param_h param, mrb_batch_process_cb callback);
 
-/* Starts a share of `agent`'s selection; on success *share is its handle. */
+/*
+ * Starts a share of `agent`'s selection; on success *share is its handle, written
+ * before the first event. MRB_ERR_NOT_FOUND: nothing is selected, or there is no such
+ * destination. A copy's destination is checked before the call returns.
+ */
 int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_handler_h agent,
                          mrb_share_user_data_param_h user_data_param, mrb_share_handler_h *share);
 
-/* Stops a share; MRB_EVENT_SHARE_STOPPED follows and nothing half-written stays. */
+/*
+ * Stops a share; MRB_EVENT_SHARE_STOPPED follows and nothing half-written stays. One
+ * that has done its work meanwhile ends as it would have. May be called from inside
+ * the share's callback.
+ */
 int mrb_stop_batch_process_v2(mrb_share_handler_h share);
 
 #ifdef __cplusplus

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 #include "mrb/storage.h"
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/sharing.h"
 
 namespace {
 
@@ -66,6 +68,30 @@ TEST_F(Exit, AProcessMayEndWhileItsFoldersAreWatchedAndChange) {
             std::exit(7);
         },
         testing::ExitedWithCode(7), "");
+}
+
+TEST_F(Exit, AProcessMayEndDuringACopyAndLeavesWholeFilesOnly) {
+    const std::string media = path + "/media";
+    const std::string copies = path + "/copies";
+    if (std::filesystem::create_directory(copies)) {
+        for (unsigned number = 0; number < 8; ++number) {
+            support::writeNoise(media + "/" + std::to_string(number) + ".mp4", 30'000'000, number);
+        }
+    }
+    EXPECT_EXIT(
+        {
+            static auto &sharing = *new support::Sharing;
+            support::selectEverything(forgotten(), media);
+            sharing.copy(forgotten(), copies);
+            sharing.waitFor([](const auto &events) { return !events.empty(); });
+            std::exit(7);
+        },
+        testing::ExitedWithCode(7), "");
+    for (const std::string &name : support::tree(copies)) {
+        EXPECT_TRUE(
+            support::areEqual(std::filesystem::path(media) / name, std::filesystem::path(copies) / name))
+            << name;
+    }
 }
 
 TEST_F(Exit, AProcessMayEndInsideACallback) {

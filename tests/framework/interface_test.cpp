@@ -90,33 +90,6 @@ TEST(Interface, ItemFieldsNeedAnOpenList) {
     EXPECT_EQ(mrb_set_item_value_int_v2(1, nullptr, 1), MRB_ERR_INVALID_PARAMETER);
 }
 
-TEST(Interface, SelectionIsNotSupported) {
-    int number = 0;
-    bool flag = false;
-    EXPECT_EQ(mrb_select_all_v2(1), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_deselect_all_v2(1), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_select_group_v2(1, 0), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_deselect_group_v2(1, 0), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_selected_state_v2(1, 0, &flag), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_get_selection_count_v2(1, &number), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_toggle_select_v2(1, 0), NOT_SUPPORTED);
-}
-
-TEST(Interface, ARefusedShareReleasesTheUserDataParameter) {
-    mrb_share_param_h share = nullptr;
-    mrb_share_user_data_param_h userData = nullptr;
-    mrb_share_handler_h handle = 0;
-    ASSERT_EQ(mrb_create_share_param(&share), MRB_ERR_NONE);
-    ASSERT_EQ(mrb_create_share_user_data_param(&userData), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_param_set_share_user_data_udata(userData, &handle), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_param_set_share_dest_dev_path(share, "/media/usb"), MRB_ERR_NONE);
-    // The leak checker of the sanitised build sees whether the object went.
-    EXPECT_EQ(mrb_batch_process_v2(MRB_SHARE_COPY, share, 1, userData, &handle), NOT_SUPPORTED);
-    EXPECT_EQ(handle, 0);
-    EXPECT_EQ(mrb_destroy_share_param(share), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_stop_batch_process_v2(1), NOT_SUPPORTED);
-}
-
 TEST(Interface, ThumbnailsAreNotSupported) {
     const _thumb_request request{};
     EXPECT_EQ(thumbnail_init(), NOT_SUPPORTED);

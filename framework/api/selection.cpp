@@ -1,0 +1,54 @@
+// The selection of a list.
+
+#include "api/with_list.h"
+#include "mrb/agent.h"
+
+using mrb::Opening;
+using mrb::withList;
+
+int mrb_select_all_v2(mrb_agent_handler_h agent) {
+    return withList(agent, [](Opening &opening) {
+        opening.list().selectAll();
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_deselect_all_v2(mrb_agent_handler_h agent) {
+    return withList(agent, [](Opening &opening) {
+        opening.list().deselectAll();
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_select_group_v2(mrb_agent_handler_h agent, int group_index) {
+    return withList(agent, [&](Opening &opening) { return opening.list().selectGroup(group_index, true); });
+}
+
+int mrb_deselect_group_v2(mrb_agent_handler_h agent, int group_index) {
+    return withList(agent, [&](Opening &opening) { return opening.list().selectGroup(group_index, false); });
+}
+
+int mrb_get_selected_state_v2(mrb_agent_handler_h agent, int index, bool *selected) {
+    if (selected == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](Opening &opening) {
+        const std::optional<bool> state = opening.list().isSelected(index);
+        *selected = state.value_or(*selected);
+        return state ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
+    });
+}
+
+int mrb_get_selection_count_v2(mrb_agent_handler_h agent, int *count) {
+    if (count == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return withList(agent, [&](Opening &opening) {
+        *count = opening.list().selectionCount();
+        return MRB_ERR_NONE;
+    });
+}
+
+int mrb_toggle_select_v2(mrb_agent_handler_h agent, int index) {
+    return withList(agent, [&](Opening &opening) { return opening.list().toggleSelect(index); });
+}

@@ -1,0 +1,314 @@
+#include "share/copy_job.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "base/log.h"
+#include "mrb/agent.h"
+#include "share/file_names.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::steady_clock;
+
+// As many files wait for their names as make one flush of the device worth while.
+constexpr std::size_t MOST_WAITING = 64;
+constexpr std::uint64_t MOST_WAITING_BYTES = 32UL << 20;
+
+// How often it is asked whether the destination is still there.
+constexpr auto LOOK_PAUSE = std::chrono::milliseconds(200);
+
+// A log names the first failures; a thousand lines more help nobody.
+constexpr std::uint64_t MOST_LOGGED = 20;
+
+// A copy may be read and written by whom its original may, as far as the process's
+// mask allows; pictures are no programs.
+constexpr mode_t COPIED_MODE = 0666;
+
+constexpr std::uint64_t LEAST_BLOCK = 512;
+
+bool isRemoved(int error) { return resultOfErrno(error) == MRB_ERR_DEVICE_REMOVED; }
+
+Outcome outcomeOfFile(int error, const std::string &name) {
+    switch (error) {
+    case ENODATA:
+        return {MRB_ERR_IO, name + ": the file became shorter while it was copied."};
+    case EFBIG:
+        return {MRB_ERR_NO_SPACE, name + ": the destination cannot hold files as large as this."};
+    default:
+        return outcomeOfErrno(error, name);
+    }
+}
+
+} // namespace
+
+CopyJob::CopyJob(std::shared_ptr<Opening> list, Selection selection, Place destination)
+    : list_(std::move(list)), selection_(std::move(selection)), destination_(std::move(destination)) {}
+
+Outcome CopyJob::make(std::shared_ptr<Opening> list, Selection selection, const std::string &destination,
+                      std::unique_ptr<Job> &job) {
+    if (list->filesRoot().empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be copied."};
+    }
+    const std::string path =
+        destination.starts_with("file://") ? pathOfFileUri(destination).value_or("") : destination;
+    if (!path.starts_with('/')) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "The destination \"" + destination + "\" is neither an absolute path nor a file:// URI."};
+    }
+    Place place;
+    if (const int error = Place::open(path, O_RDONLY, place); error != 0) {
+        return outcomeOfErrno(error, path);
+    }
+    if (faccessat(place.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+        return outcomeOfErrno(errno, path);
+    }
+    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(place)));
+    return {};
+}
+
+JobEnd CopyJob::run(JobListener &listener) {
+    CopyPlan plan;
+    if (begin(listener, plan) && copy(plan, listener) == Step::GO_ON &&
+        finishWaiting(listener) == Step::GO_ON) {
+        end(end_.outcome.code == MRB_ERR_NONE ? MRB_EVENT_SHARE_DONE : MRB_EVENT_SHARE_FAILED);
+    }
+    // Before the last event is heard: whoever hears it finds nothing left behind.
+    waiting_.clear();
+    if (failures_ > MOST_LOGGED) {
+        MRB_LOG_WARNING("%llu files more were not copied.",
+                        static_cast<unsigned long long>(failures_ - MOST_LOGGED));
+    }
+    return std::move(end_);
+}
+
+bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
+    struct statvfs space {};
+    // A file system that does not tell its size has no limit that could be known.
+    const bool isKnown =
+        fstatvfs(destination_.folder()->descriptor.number(), &space) == 0 && space.f_blocks > 0;
+    const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, LEAST_BLOCK);
+    plan = planCopy(list_->list(), selection_, block, [&] { return listener.stopped(); });
+    listener.begins(plan.files, plan.bytes);
+    if (listener.stopped()) {
+        end(MRB_EVENT_SHARE_STOPPED);
+        return false;
+    }
+    const std::uint64_t free = std::uint64_t{space.f_bavail} * block;
+    const bool hasNames = space.f_files == 0 || space.f_favail >= plan.files;
+    if (isKnown && (plan.needed > free || !hasNames)) {
+        remember({MRB_ERR_NO_SPACE, "The copy needs " + std::to_string(plan.needed) + " bytes; " +
+                                        std::to_string(free) + " are free."},
+                 "");
+        end(MRB_EVENT_SHARE_NO_SPACE);
+        return false;
+    }
+    if (const int error = Place::open(list_->filesRoot(), O_PATH, source_); error != 0) {
+        remember(outcomeOfErrno(error, list_->filesRoot()), "");
+        end(error == ENOENT || isRemoved(error) ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
+        return false;
+    }
+    sourceWay_.emplace(source_.folder(), openSubfolder);
+    destinationWay_.emplace(destination_.folder(), makeSubfolder);
+    return true;
+}
+
+CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
+    for (const std::int32_t number : plan.items) {
+        if (listener.stopped()) {
+            return end(MRB_EVENT_SHARE_STOPPED);
+        }
+        if (copyItem(list_->list().factsOf(number), plan.common, listener) == Step::END) {
+            return Step::END;
+        }
+        const bool isEnough =
+            waiting_.size() + folders_.size() >= MOST_WAITING || waitingBytes_ >= MOST_WAITING_BYTES;
+        if (isEnough && finishWaiting(listener) == Step::END) {
+            return Step::END;
+        }
+    }
+    return Step::GO_ON;
+}
+
+CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common, JobListener &listener) {
+    const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER;
+    std::string path = item.folder;
+    if (isFolder) {
+        path.append(path.empty() ? "" : "/").append(item.name);
+    }
+    // The source first: a folder that is gone is not made anew.
+    OpenFolderPtr from;
+    if (const int error = sourceWay_->go(path, from); error != 0) {
+        return sourceFailed(error, item.name);
+    }
+    Descriptor source;
+    if (!isFolder) {
+        if (!isPlainName(item.name)) {
+            return sourceFailed(EINVAL, item.name);
+        }
+        // What was a file when it was listed may be a pipe by now, which would wait.
+        source = Descriptor(openat(from->descriptor.number(), item.name.c_str(),
+                                   O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        if (!source) {
+            return sourceFailed(errno, item.name);
+        }
+    }
+    path.erase(0, common.empty() ? 0 : common.size() + 1);
+    OpenFolderPtr to;
+    if (const int error = destinationWay_->go(path, to); error != 0) {
+        return destinationFailed(error, item.name);
+    }
+    if (isFolder) {
+        folders_.push_back(std::move(to));
+        return Step::GO_ON;
+    }
+    return copyFile(source, item, std::move(to), listener);
+}
+
+CopyJob::Step CopyJob::copyFile(const Descriptor &source, const ItemFacts &item, OpenFolderPtr folder,
+                                JobListener &listener) {
+    struct stat status {};
+    if (fstat(source.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return sourceFailed(S_ISREG(status.st_mode) ? errno : ENOENT, item.name);
+    }
+    NewFile file;
+    if (const int error = NewFile::make(std::move(folder), status.st_mode & COPIED_MODE, file); error != 0) {
+        return destinationFailed(error, item.name);
+    }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    listener.fileBegins(displayText(item.name), size,
+                        static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0)));
+    bool isThere = true;
+    const CopyEnd copied = copier_.copy(source.number(), file.number(), size, [&](std::uint64_t bytes) {
+        listener.fileMoves(bytes);
+        isThere = isThere && isDestinationThere();
+        return isThere && !listener.stopped();
+    });
+    const timespec times[2] = {status.st_atim, status.st_mtim};
+    const bool isWhole = copied.sourceError == 0 && copied.destinationError == 0 && !copied.stopped;
+    const int timesError = isWhole && futimens(file.number(), times) != 0 ? errno : 0;
+    // A file system without time stamps may say so; the copy is whole all the same.
+    if (timesError != 0 && timesError != EPERM && timesError != EOPNOTSUPP && timesError != EINVAL) {
+        listener.fileEnds(false);
+        return destinationFailed(timesError, item.name);
+    }
+    listener.fileEnds(isWhole);
+    if (!isThere) {
+        return destinationFailed(ENODEV, item.name);
+    }
+    if (copied.stopped) {
+        return end(MRB_EVENT_SHARE_STOPPED);
+    }
+    if (copied.sourceError != 0) {
+        return sourceFailed(copied.sourceError, item.name);
+    }
+    if (copied.destinationError != 0) {
+        return destinationFailed(copied.destinationError, item.name);
+    }
+    // So that the device works while the next file is read.
+    sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    waiting_.push_back({std::move(file), item.name, size});
+    waitingBytes_ += size;
+    return Step::GO_ON;
+}
+
+// Bytes before names, names before the next batch: whatever happens, a name stands
+// for a whole file.
+CopyJob::Step CopyJob::finishWaiting(const JobListener &listener) {
+    for (Waiting &waiting : waiting_) {
+        if (listener.stopped()) {
+            return end(MRB_EVENT_SHARE_STOPPED);
+        }
+        if (fdatasync(waiting.file.number()) != 0) {
+            return destinationFailed(errno, waiting.name);
+        }
+    }
+    for (Waiting &waiting : waiting_) {
+        if (listener.stopped()) {
+            return end(MRB_EVENT_SHARE_STOPPED);
+        }
+        if (nameWaiting(waiting) == Step::END) {
+            return Step::END;
+        }
+        if (folders_.empty() || folders_.back() != waiting.file.folder()) {
+            folders_.push_back(waiting.file.folder());
+        }
+    }
+    waiting_.clear();
+    waitingBytes_ = 0;
+    return saveFolders();
+}
+
+CopyJob::Step CopyJob::nameWaiting(Waiting &waiting) {
+    if (const int error = waiting.file.giveNameLike(waiting.name); error != 0) {
+        return destinationFailed(error, waiting.name);
+    }
+    ++end_.files;
+    end_.bytes += waiting.size;
+    return Step::GO_ON;
+}
+
+CopyJob::Step CopyJob::saveFolders() {
+    for (OpenFolderPtr folder : std::exchange(folders_, {})) {
+        for (; folder; folder = folder->parent) {
+            // Some file systems have nothing to save of a folder, and say so.
+            if (std::exchange(folder->changed, false) && fsync(folder->descriptor.number()) != 0 &&
+                errno != EINVAL && errno != ENOSYS) {
+                return destinationFailed(errno, "");
+            }
+        }
+    }
+    // A folder that is gone took what was put into it along.
+    return destination_.isThere() ? Step::GO_ON : destinationFailed(ENODEV, "");
+}
+
+CopyJob::Step CopyJob::sourceFailed(int error, const std::string &name) {
+    remember(outcomeOfFile(error, displayText(name)), name);
+    return isRemoved(error) || !source_.isThere() ? end(MRB_EVENT_DEVICE_REMOVED) : Step::GO_ON;
+}
+
+CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
+    const bool isGone = isRemoved(error) || !destination_.isThere();
+    const bool isOfThisFile = error == EFBIG || error == EINVAL || error == EILSEQ || error == ENAMETOOLONG;
+    remember(isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, "The destination is gone."}
+                    : outcomeOfFile(error, "Writing " + displayText(name)),
+             name);
+    if (isGone) {
+        return end(MRB_EVENT_DEVICE_REMOVED);
+    }
+    return isOfThisFile ? Step::GO_ON : end(MRB_EVENT_SHARE_FAILED);
+}
+
+void CopyJob::remember(const Outcome &outcome, const std::string &name) {
+    if (++failures_ <= MOST_LOGGED) {
+        MRB_LOG_WARNING("Not copied: %s (%s)", outcome.message.c_str(), resultName(outcome.code));
+    }
+    if (end_.outcome.code == MRB_ERR_NONE) {
+        end_.outcome = outcome;
+        end_.name = name;
+    }
+}
+
+CopyJob::Step CopyJob::end(int event) {
+    end_.event = event;
+    return Step::END;
+}
+
+bool CopyJob::isDestinationThere() {
+    const auto now = steady_clock::now();
+    if (now - lookedAt_ < LOOK_PAUSE) {
+        return true;
+    }
+    lookedAt_ = now;
+    return destination_.isThere();
+}
+
+} // namespace mrb

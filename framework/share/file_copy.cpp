@@ -1,0 +1,107 @@
+#include "share/file_copy.h"
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace mrb {
+namespace {
+
+// How many bytes wait in memory for a slow device: few enough that progress is what
+// the device has done, that a stop need not wait, and that the end is near at the end.
+constexpr std::uint64_t WINDOW = 8UL << 20;
+
+// What says that a way never works between these two, rather than now and here.
+bool isUnknownCall(int error) {
+    return error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EBADF ||
+           error == EPERM;
+}
+
+ssize_t moveFast(unsigned way, int source, int destination, std::size_t size) {
+    return way == FileCopier::RANGE ? copy_file_range(source, nullptr, destination, nullptr, size, 0)
+                                    : sendfile(destination, source, nullptr, size);
+}
+
+// Has the last full window written, and waits for the one before it.
+void writeBehind(int destination, std::uint64_t before, std::uint64_t now) {
+    if (now / WINDOW == before / WINDOW) {
+        return;
+    }
+    const auto window = static_cast<off64_t>(WINDOW);
+    const auto last = static_cast<off64_t>((now / WINDOW - 1) * WINDOW);
+    sync_file_range(destination, last, window, SYNC_FILE_RANGE_WRITE);
+    if (last >= window) {
+        sync_file_range(destination, last - window, window,
+                        SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+    }
+}
+
+} // namespace
+
+FileCopier::FileCopier() = default;
+FileCopier::~FileCopier() = default;
+
+CopyEnd FileCopier::copy(int source, int destination, std::uint64_t size,
+                         const std::function<bool(std::uint64_t)> &moved) {
+    CopyEnd end;
+    unsigned way = way_;
+    std::uint64_t done = 0;
+    while (done < size) {
+        const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(PIECE, size - done));
+        std::size_t count = 0;
+        if (way == READ_WRITE) {
+            count = readAndWrite(source, destination, piece, end);
+            if (count == 0) {
+                return end;
+            }
+        } else {
+            const ssize_t result = moveFast(way, source, destination, piece);
+            if (result <= 0) {
+                // Whatever it is, a slower way does it, or tells whose fault it was.
+                const int error = result < 0 ? errno : 0;
+                if (error != EINTR) {
+                    way = isUnknownCall(error) ? way + 1 : READ_WRITE;
+                    way_ = isUnknownCall(error) ? way : way_;
+                }
+                continue;
+            }
+            count = static_cast<std::size_t>(result);
+        }
+        writeBehind(destination, done, done + count);
+        done += count;
+        if (!moved(done)) {
+            end.stopped = true;
+            return end;
+        }
+    }
+    return end;
+}
+
+std::size_t FileCopier::readAndWrite(int source, int destination, std::size_t size, CopyEnd &end) {
+    if (!buffer_) {
+        buffer_.reset(new char[PIECE]);
+    }
+    ssize_t count = 0;
+    do {
+        count = read(source, buffer_.get(), size);
+    } while (count < 0 && errno == EINTR);
+    if (count <= 0) {
+        end.sourceError = count < 0 ? errno : ENODATA;
+        return 0;
+    }
+    for (ssize_t written = 0; written < count;) {
+        const ssize_t result =
+            write(destination, buffer_.get() + written, static_cast<std::size_t>(count - written));
+        if (result < 0 && errno != EINTR) {
+            end.destinationError = errno;
+            return 0;
+        }
+        written += std::max<ssize_t>(result, 0);
+    }
+    return static_cast<std::size_t>(count);
+}
+
+} // namespace mrb

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace mrb {
+
+// How copying a file's bytes ended: all zero and false when they are all there.
+struct CopyEnd {
+    int sourceError = 0;      // an errno; ENODATA: the file ended before its size
+    int destinationError = 0; // an errno
+    bool stopped = false;
+};
+
+// Copies the bytes of files, in the fastest way that both file systems know. Owned
+// and used by one thread; it remembers from file to file what did not work.
+class FileCopier {
+  public:
+    // So many bytes go at once: small enough to stop between two on a slow device.
+    static constexpr std::size_t PIECE = 1UL << 20;
+
+    FileCopier();
+    ~FileCopier();
+    FileCopier(const FileCopier &) = delete;
+    FileCopier &operator=(const FileCopier &) = delete;
+
+    // Copies `size` bytes from the beginning of one open file to another, which is
+    // empty. `moved` hears how many are there after each piece; false: stop.
+    CopyEnd copy(int source, int destination, std::uint64_t size,
+                 const std::function<bool(std::uint64_t)> &moved);
+
+    // Has it begin with a slower way, as on file systems that know no faster one.
+    enum Way : unsigned { RANGE, SEND, READ_WRITE };
+    void beginWith(Way way) { way_ = way; }
+
+  private:
+    std::size_t readAndWrite(int source, int destination, std::size_t size, CopyEnd &end);
+
+    unsigned way_ = RANGE;
+    std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): a vector would fill it with zeros
+};
+
+} // namespace mrb

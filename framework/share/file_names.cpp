@@ -1,0 +1,93 @@
+#include "share/file_names.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::string_view REFUSED = "\\:*?\"<>|";
+constexpr std::string_view REFUSED_AT_END = ". ";
+constexpr std::string_view REPLACEMENT_CHARACTER = "\xEF\xBF\xBD";
+
+// What a name may at most have in bytes on most file systems, and on those that
+// encrypt names.
+constexpr std::size_t LONGEST = 255;
+constexpr std::size_t LONGEST_ENCRYPTED = 143;
+
+// Longer ones are no extensions but sentences with a full stop.
+constexpr std::size_t LONGEST_EXTENSION = 16;
+
+bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+std::size_t stemOf(std::string_view name, bool isFolder) {
+    const std::size_t dot = name.rfind('.');
+    const bool hasExtension =
+        !isFolder && dot != std::string_view::npos && dot > 0 && name.size() - dot <= LONGEST_EXTENSION;
+    return hasExtension ? dot : name.size();
+}
+
+} // namespace
+
+bool isPlainName(std::string_view name) {
+    constexpr std::string_view NEVER("/\0", 2);
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(NEVER) == std::string_view::npos;
+}
+
+std::string portableName(std::string_view name) {
+    std::string text = displayText(std::string(name));
+    for (std::size_t at = text.find(REPLACEMENT_CHARACTER); at != std::string::npos;
+         at = text.find(REPLACEMENT_CHARACTER, at)) {
+        text.replace(at, REPLACEMENT_CHARACTER.size(), "_");
+    }
+    std::ranges::replace_if(
+        text,
+        [](char letter) {
+            return static_cast<unsigned char>(letter) < ' ' || letter == '\x7F' ||
+                   REFUSED.find(letter) != std::string_view::npos;
+        },
+        '_');
+    if (!text.empty() && REFUSED_AT_END.find(text.back()) != std::string_view::npos) {
+        text.back() = '_';
+    }
+    return text;
+}
+
+std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes) {
+    const std::size_t stem = stemOf(name, isFolder);
+    std::string end = number == 0 ? "" : " (" + std::to_string(number) + ")";
+    end += name.substr(stem);
+    std::size_t kept = std::min(stem, mostBytes - std::min(mostBytes, end.size()));
+    while (kept > 0 && kept < stem && continuesCharacter(name[kept])) {
+        --kept;
+    }
+    return std::string(name.substr(0, kept)) + end;
+}
+
+bool NameCandidates::next(int error) {
+    switch (error) {
+    case EEXIST:
+        return ++number_ < MOST_NUMBERS;
+    case EINVAL:
+    case EILSEQ:
+        if (isPortable_) {
+            return false;
+        }
+        isPortable_ = true;
+        name_ = portableName(name_);
+        return true;
+    case ENAMETOOLONG:
+        if (mostBytes_ == LONGEST_ENCRYPTED) {
+            return false;
+        }
+        mostBytes_ = mostBytes_ > LONGEST ? LONGEST : LONGEST_ENCRYPTED;
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace mrb {
+
+// False for what must never reach the file system as a name: nothing, ".", "..",
+// and anything with a slash or a zero in it.
+bool isPlainName(std::string_view name);
+
+// `name` with everything replaced by '_' that Windows' file systems refuse: control
+// characters and \ : * ? " < > |, bytes that are not UTF-8, and a dot or blank at
+// the end.
+std::string portableName(std::string_view name);
+
+// `name` with " (number)" before its extension, or at the end of a folder's name; as
+// it is for 0. At most `mostBytes` long: what is too much is cut off before that,
+// between characters.
+std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes);
+
+// The names under which something is tried at its destination, one after the other:
+// its own; with a number when that is taken; portable or shorter when the file
+// system refuses it. Owned and used by one thread.
+class NameCandidates {
+  public:
+    static constexpr unsigned MOST_NUMBERS = 10'000;
+
+    NameCandidates(std::string_view name, bool isFolder) : name_(name), isFolder_(isFolder) {}
+
+    [[nodiscard]] std::string current() const { return numberedName(name_, number_, isFolder_, mostBytes_); }
+
+    // Goes on to the next one after the current one met `error`; false: there is no
+    // point in trying another.
+    [[nodiscard]] bool next(int error);
+
+  private:
+    std::string name_;
+    bool isFolder_;
+    bool isPortable_ = false;
+    unsigned number_ = 0;
+    std::size_t mostBytes_ = std::string::npos;
+};
+
+} // namespace mrb

@@ -1,0 +1,137 @@
+#include "share/share.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "base/log.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::steady_clock;
+
+// Between the end of one callback and the next that tells of progress: so a client
+// sees at most ten in any second, and a slow one sees fewer.
+constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(100);
+
+bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+} // namespace
+
+Share::Share(EventThread &events, mrb_share_handler_h handle, ShareListener listener,
+             std::unique_ptr<Job> job, std::function<void()> ended)
+    : events_(events), handle_(handle), listener_(listener), job_(std::move(job)), ended_(std::move(ended)) {}
+
+void Share::run() noexcept {
+    try {
+        begin_.wait();
+        const JobEnd end = work();
+        // What it held, such as open files and the list, is released before the end is told.
+        job_.reset();
+        conclude(end);
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("Share %d ended without an event: %s", handle_, failure.what());
+    }
+}
+
+JobEnd Share::work() {
+    JobEnd end{.event = MRB_EVENT_SHARE_FAILED, .outcome = {}, .name = {}};
+    try {
+        end = job_->run(*this);
+    } catch (const std::bad_alloc &) {
+        end.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the share."};
+    } catch (const std::exception &failure) {
+        end.outcome = {MRB_ERR_IO, failure.what()};
+    }
+    return end;
+}
+
+void Share::conclude(const JobEnd &end) {
+    if (end.outcome.code != MRB_ERR_NONE) {
+        MRB_LOG_ERROR("Share %d did not do all: %s", handle_, end.outcome.message.c_str());
+    }
+    const std::lock_guard guard(lock_);
+    if (!std::exchange(started_, true)) {
+        events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
+    }
+    status_.done_file_count = end.files;
+    status_.success_file_size = end.bytes;
+    status_.progress_file_size = 0;
+    setFile(displayText(end.name), 0);
+    lastEvent_ = end.event;
+    events_.post(shared_from_this(), end.event);
+}
+
+void Share::deliver(int event) noexcept {
+    std::unique_lock guard(lock_);
+    // A copy: the job goes on meanwhile.
+    mrb_share_status_info_s status = status_;
+    const bool isLast = event == lastEvent_;
+    guard.unlock();
+    listener_.callback(listener_.userData, handle_, event, &status);
+    guard.lock();
+    toldAt_ = steady_clock::now();
+    if (event == MRB_EVENT_SHARE_PROGRESS) {
+        progressQueued_ = false;
+    }
+    guard.unlock();
+    if (isLast) {
+        ended_();
+    }
+}
+
+void Share::begins(std::uint32_t files, std::uint64_t bytes) {
+    const std::lock_guard guard(lock_);
+    status_.total_file_count = files;
+    status_.total_file_size = bytes;
+    started_ = true;
+    events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
+}
+
+void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) {
+    const std::lock_guard guard(lock_);
+    // The list may be older than the file.
+    status_.total_file_size += size - planned;
+    setFile(name, size);
+    tellProgress();
+}
+
+void Share::fileMoves(std::uint64_t bytes) {
+    const std::lock_guard guard(lock_);
+    status_.progress_file_size = bytes;
+    tellProgress();
+}
+
+void Share::fileEnds(bool isDone) {
+    const std::lock_guard guard(lock_);
+    if (isDone) {
+        ++status_.done_file_count;
+        status_.success_file_size += status_.current_file_size;
+    }
+    status_.current_file_size = 0;
+    status_.progress_file_size = 0;
+}
+
+void Share::setFile(const std::string &name, std::uint64_t size) {
+    std::size_t length = std::min(name.size(), sizeof status_.current_file_name - 1);
+    while (length > 0 && length < name.size() && continuesCharacter(name[length])) {
+        --length;
+    }
+    std::memcpy(status_.current_file_name, name.data(), length);
+    status_.current_file_name[length] = '\0';
+    status_.current_file_size = size;
+    status_.progress_file_size = 0;
+}
+
+void Share::tellProgress() {
+    if (toldAt_ && !progressQueued_ && steady_clock::now() - *toldAt_ >= PROGRESS_PAUSE) {
+        progressQueued_ = true;
+        events_.post(shared_from_this(), MRB_EVENT_SHARE_PROGRESS);
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "events/event_thread.h"
+#include "mrb/share.h"
+#include "share/job.h"
+
+namespace mrb {
+
+// Who hears of a share.
+struct ShareListener {
+    mrb_batch_process_cb callback = nullptr;
+    void *userData = nullptr;
+};
+
+// One running share: its job, how far that is, and the events on the way. Owned
+// jointly by the table of shares, the worker that runs the job and its queued
+// events. Each member function says which thread calls it.
+class Share final : public EventTarget, public std::enable_shared_from_this<Share>, private JobListener {
+  public:
+    // `ended` is called on the event thread after the last event was heard.
+    Share(EventThread &events, mrb_share_handler_h handle, ShareListener listener, std::unique_ptr<Job> job,
+          std::function<void()> ended);
+
+    // The worker's whole life: waits for begin, runs the job, and posts the started
+    // event and exactly one of those that end a share.
+    void run() noexcept;
+
+    // Lets the worker begin. Any thread, once.
+    void begin() { begin_.count_down(); }
+
+    // Makes the job end soon; the stopped event follows unless the end was reached
+    // before. Any thread.
+    void stop() { stopped_.store(true, std::memory_order_relaxed); }
+
+  private:
+    // EventTarget, on the event thread.
+    void deliver(int event) noexcept override;
+
+    // JobListener, on the worker.
+    [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
+    void begins(std::uint32_t files, std::uint64_t bytes) override;
+    void fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) override;
+    void fileMoves(std::uint64_t bytes) override;
+    void fileEnds(bool isDone) override;
+
+    JobEnd work();
+    void conclude(const JobEnd &end);
+    void setFile(const std::string &name, std::uint64_t size); // with lock_ held
+    void tellProgress();                                       // with lock_ held
+
+    EventThread &events_;
+    const mrb_share_handler_h handle_;
+    const ShareListener listener_;
+    std::unique_ptr<Job> job_; // the worker's
+    const std::function<void()> ended_;
+
+    std::latch begin_{1};
+    std::atomic<bool> stopped_ = false;
+
+    std::mutex lock_; // guards what follows
+    mrb_share_status_info_s status_{};
+    int lastEvent_ = -1;
+    bool started_ = false;
+    bool progressQueued_ = false;
+    // When the last callback returned; no value: none has.
+    std::optional<std::chrono::steady_clock::time_point> toldAt_;
+};
+
+} // namespace mrb

@@ -1,0 +1,115 @@
+#include "share/shares.h"
+
+#include <limits>
+#include <utility>
+
+#include "agent/opening.h"
+#include "base/log.h"
+#include "share/copy_job.h"
+#include "share/lock_job.h"
+
+namespace mrb {
+
+int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+                  ShareListener listener, mrb_share_handler_h *handle) {
+    std::unique_ptr<Job> job;
+    const Outcome outcome = makeJob(type, request, list, job);
+    if (outcome.code != MRB_ERR_NONE) {
+        MRB_LOG_WARNING("Share not started: %s", outcome.message.c_str());
+        return outcome.code;
+    }
+    events_.start();
+    mrb_share_handler_h number = 0;
+    const std::shared_ptr<Share> share = add(listener, std::move(job), number);
+    if (!share) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    try {
+        workers_.start([share] { share->run(); });
+    } catch (...) {
+        remove(number);
+        throw;
+    }
+    *handle = number;
+    share->begin();
+    return MRB_ERR_NONE;
+}
+
+Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+                        std::unique_ptr<Job> &job) {
+    switch (type) {
+    case MRB_SHARE_COPY:
+    case MRB_SHARE_LOCK:
+        break;
+    case MRB_SHARE_DELETE:
+        return {MRB_ERR_NOT_SUPPORTED, "This framework deletes nothing of a user's."};
+    case MRB_SHARE_DLNA:
+        return {MRB_ERR_NOT_SUPPORTED, "Sending to and from DLNA servers is not supported."};
+    default:
+        return {MRB_ERR_NOT_SUPPORTED, "There is no share of type " + std::to_string(type) + "."};
+    }
+    if (!list) {
+        return {MRB_ERR_INVALID_HANDLE, "Its handle names no open list."};
+    }
+    Selection selection = list->list().selection();
+    if (selection.count() == 0) {
+        return {MRB_ERR_NOT_FOUND, "No item of the list is selected."};
+    }
+    if (type == MRB_SHARE_LOCK) {
+        job = std::make_unique<LockJob>(list, std::move(selection), request.lock, locked_);
+        return {};
+    }
+    if (request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA ||
+        request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
+        return {MRB_ERR_NOT_SUPPORTED, "Copying to and from DLNA servers is not supported."};
+    }
+    return CopyJob::make(list, std::move(selection), request.destinationPath, job);
+}
+
+int Shares::stop(mrb_share_handler_h handle) {
+    const std::lock_guard guard(lock_);
+    const auto found = shares_.find(handle);
+    if (found == shares_.end()) {
+        return MRB_ERR_INVALID_HANDLE;
+    }
+    found->second->stop();
+    return MRB_ERR_NONE;
+}
+
+void Shares::shutDown() {
+    const std::lock_guard guard(lock_);
+    down_ = true;
+    for (const auto &[handle, share] : shares_) {
+        share->stop();
+    }
+}
+
+std::shared_ptr<Share> Shares::add(ShareListener listener, std::unique_ptr<Job> job,
+                                   mrb_share_handler_h &handle) {
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return nullptr;
+    }
+    while (shares_.contains(nextHandle_)) {
+        const bool isLast = nextHandle_ == std::numeric_limits<mrb_share_handler_h>::max();
+        nextHandle_ = isLast ? FIRST_HANDLE : nextHandle_ + 1;
+    }
+    handle = nextHandle_;
+    const bool isLast = nextHandle_ == std::numeric_limits<mrb_share_handler_h>::max();
+    nextHandle_ = isLast ? FIRST_HANDLE : nextHandle_ + 1;
+    auto share = std::make_shared<Share>(events_, handle, listener, std::move(job),
+                                         [this, number = handle] { remove(number); });
+    shares_.emplace(handle, share);
+    return share;
+}
+
+void Shares::remove(mrb_share_handler_h handle) {
+    std::shared_ptr<Share> removed; // outlives the lock, and is released without it
+    const std::lock_guard guard(lock_);
+    if (const auto found = shares_.find(handle); found != shares_.end()) {
+        removed = std::move(found->second);
+        shares_.erase(found);
+    }
+}
+
+} // namespace mrb

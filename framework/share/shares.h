@@ -1,0 +1,68 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "agent/workers.h"
+#include "base/result.h"
+#include "events/event_thread.h"
+#include "share/locked_items.h"
+#include "share/share.h"
+
+namespace mrb {
+
+class Opening;
+
+// What a share shall do, as a share parameter object holds it. See mrb/share.h.
+struct ShareRequest {
+    int sourceDeviceType = 0;
+    int destinationDeviceType = 0;
+    std::string destinationPath;
+    std::string dlnaDeviceId;
+    std::string dlnaServiceProvider;
+    bool lock = false;
+};
+
+// All running shares of the process under their handles, and the items that are
+// locked. Owned by the Framework; any thread may call it.
+class Shares {
+  public:
+    // Far above what lists count to, so that a list's handle names no share.
+    static constexpr mrb_share_handler_h FIRST_HANDLE = 1 << 30;
+
+    explicit Shares(EventThread &events) : events_(events) {}
+
+    // Starts a share of the list's selection; the first event comes after *handle
+    // was written. A code of mrb/result.h.
+    int start(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+              ShareListener listener, mrb_share_handler_h *handle);
+
+    int stop(mrb_share_handler_h handle);
+
+    // Stops all of them and starts no more.
+    void shutDown();
+    // Waits for their threads; those still busy at the deadline are left behind.
+    void finish(std::chrono::steady_clock::time_point deadline) { workers_.finish(deadline); }
+
+    [[nodiscard]] const LockedItems &locked() const { return locked_; }
+
+  private:
+    Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+                    std::unique_ptr<Job> &job);
+    std::shared_ptr<Share> add(ShareListener listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
+    void remove(mrb_share_handler_h handle);
+
+    EventThread &events_;
+    LockedItems locked_;
+    Workers workers_{"mrb-share"};
+
+    std::mutex lock_; // guards what follows
+    std::map<mrb_share_handler_h, std::shared_ptr<Share>> shares_;
+    mrb_share_handler_h nextHandle_ = FIRST_HANDLE;
+    bool down_ = false;
+};
+
+} // namespace mrb
