@@ -79,7 +79,9 @@ void runDevices(Target<mrb_storage_notification_cb> &target) {
     _mrb_storage_s *device = deviceOf(addDevice({}));
     target.run([device](mrb_storage_notification_cb callback, void *user_data) {
         _mrb_storage_s *reference = device;
-        callback(user_data, ++newest_event, reference);
+        const int event = ++newest_event;
+        newest_event.notify_all();
+        callback(user_data, event, reference);
     });
 }
 
@@ -108,6 +110,13 @@ void stopStorm() {
 }
 
 int stormEvent() { return newest_event; }
+
+void awaitStormEvents(int count) {
+    const int start = newest_event;
+    for (int event = start; event - start < count; event = newest_event) {
+        newest_event.wait(event);
+    }
+}
 
 void setStormUsb(mrb_storage_notification_cb callback, void *user_data) {
     storm().usb.set(callback, user_data);

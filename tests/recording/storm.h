@@ -21,6 +21,10 @@ void stopStorm();
 /// and the number is the event's code. Any thread.
 int stormEvent();
 
+/// Waits until `count` more events are under way. Something must be registered for
+/// device events. Main thread.
+void awaitStormEvents(int count);
+
 // ---- for the recorded functions -----------------------------------------------
 
 /// Registers what the storm calls from now on; null: nothing. Any thread.

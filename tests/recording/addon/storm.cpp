@@ -4,6 +4,7 @@
 //                  calls whatever is registered at the moment; what was removed or
 //                  replaced is not called any more. Best with setRecording(false).
 //   stormEvent()   the number of the newest USB or DLNA event, which is its code
+//   awaitStormEvents(count)   returns when so many more are under way
 //   stopStorm()    ends the threads
 
 #include <utility>
@@ -37,12 +38,18 @@ napi_value stormEventFromScript(napi_env env, napi_callback_info /*info*/) {
     return number(env, stormEvent());
 }
 
+napi_value awaitStormEventsFromScript(napi_env env, napi_callback_info info) {
+    awaitStormEvents(static_cast<int>(asInteger(env, argumentsOf<1>(env, info)[0])));
+    return nullptr;
+}
+
 } // namespace
 
 void addStorm(napi_env env, napi_value exports) {
     addFunction(env, exports, "startStorm", guarded<startStormFromScript>);
     addFunction(env, exports, "stopStorm", guarded<stopStormFromScript>);
     addFunction(env, exports, "stormEvent", guarded<stormEventFromScript>);
+    addFunction(env, exports, "awaitStormEvents", guarded<awaitStormEventsFromScript>);
 }
 
 } // namespace recording::addon
