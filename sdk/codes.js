@@ -42,10 +42,19 @@ const ITEM_TYPES = {
 /** "param_navigation": how a list's view moves through folders. */
 const NAVIGATION = { FLAT: 0, FOLDER: 1, ENTER: 2, UP: 3 };
 
+/** "storage_event" of a device. */
+const STORAGE_EVENTS = { ADDED: 0, REMOVED: 1, CHANGED: 2 };
+
+/** "param_event" of the DLNA service. */
+const SERVICE_EVENTS = { STARTED: 20, NOT_STARTED: 21 };
+
 /** What a "return_ecode" says, for a person. */
 function describeResult(code) {
   const [name, meaning] = RESULTS[code] ?? ['UNKNOWN', 'a code this table does not know'];
   return `${meaning} (${name}, ${code})`;
 }
 
-module.exports = { RESULTS, LIST_EVENTS, SHARE_EVENTS, SHARE_TYPES, ITEM_TYPES, NAVIGATION, describeResult };
+module.exports = {
+  RESULTS, LIST_EVENTS, SHARE_EVENTS, SHARE_TYPES, ITEM_TYPES, NAVIGATION, STORAGE_EVENTS, SERVICE_EVENTS,
+  describeResult,
+};

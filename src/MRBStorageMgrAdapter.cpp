@@ -1,9 +1,12 @@
 #include "MRBStorageMgrAdapter.h"
 
+#include <utility>
+
 #include <json/value.h>
 
 #include "envelope.h"
 #include "log.h"
+#include "storage_record.h"
 
 /// The last log line of every command.
 #define LOG_ANSWER(command, result, answer)                                                                  \
@@ -17,6 +20,34 @@ namespace {
 constexpr int SCRIPT_EVENT_DLNA_STARTED = 20;
 constexpr int SCRIPT_EVENT_DLNA_NOT_STARTED = 21;
 
+/// The answer of a list command, from the framework's result and the list that came
+/// with it on success, which is given back here. A list without devices is the text
+/// of a null value: scripts know it so.
+std::string ListAnswer(int result, mrb_storage_list_h list, WriteRecord write) {
+    if (result != MRB_ERR_NONE) {
+        return Answer(result);
+    }
+    Json::Value document;
+    const int count = mrb_storage_get_list_count(list);
+    for (int index = 0; index < count; ++index) {
+        Json::Value record;
+        write(mrb_storage_get_storage(index, list), record);
+        AppendRecord(document, std::move(record));
+    }
+    mrb_storage_list_destory(list);
+    return Answer(result, RETURN_TYPE_TEXT, document.toStyledString());
+}
+
+/// What a script hears of an arrival, a removal or a change.
+std::string Notification(mrb_storage_event_e event, _mrb_storage_s *device, WriteRecord write) {
+    Json::Value record;
+    record["storage_event"] = event;
+    write(device, record);
+    Json::Value document;
+    AppendRecord(document, std::move(record));
+    return document.toStyledString();
+}
+
 } // namespace
 
 CMRBStorageMgrAdapter::~CMRBStorageMgrAdapter() {
@@ -28,26 +59,72 @@ CMRBStorageMgrAdapter::~CMRBStorageMgrAdapter() {
     MRB_LOG(LogTag::StorageMgr, "strFinalizeDlna [%s]\n", service.c_str());
 }
 
-std::string CMRBStorageMgrAdapter::UnsetUSBCallback() {
-    const int result = mrb_unset_usb_callback();
-    std::string answer = Answer(result);
-    LOG_ANSWER("mrb_unset_usb_callback", result, answer);
+// ---- lists ------------------------------------------------------------------
+
+std::string CMRBStorageMgrAdapter::GetUSBList() {
+    mrb_storage_list_h list = nullptr;
+    const int result = mrb_get_usb_list(MRB_STORAGE_KIND_USB, &list);
+    std::string answer = ListAnswer(result, list, &WriteUSBRecord);
+    LOG_ANSWER("mrb_get_usb_list", result, answer);
     return answer;
 }
 
-std::string CMRBStorageMgrAdapter::UnsetDLNACallback() {
-    const int result = mrb_unset_dlna_callback();
-    std::string answer = Answer(result);
-    LOG_ANSWER("mrb_unset_dlna_callback", result, answer);
+std::string CMRBStorageMgrAdapter::GetPTPList() {
+    // Cameras are listed by the call that lists USB sticks.
+    mrb_storage_list_h list = nullptr;
+    const int result = mrb_get_usb_list(MRB_STORAGE_KIND_PTP, &list);
+    std::string answer = ListAnswer(result, list, &WriteUSBRecord);
+    LOG_ANSWER("mrb_get_ptp_list", result, answer);
     return answer;
 }
 
-std::string CMRBStorageMgrAdapter::FinalizeDLNAService() {
-    // What the service reports while it stops goes the way of its other states.
-    const int result = mrb_finalize_dlna_service(&CMRBStorageMgrAdapter::cb_dlna_initialize, this);
-    std::string answer = Answer(result);
-    LOG_ANSWER("mrb_finalize_dlna_service", result, answer);
+std::string CMRBStorageMgrAdapter::GetDLNAList() {
+    mrb_storage_list_h list = nullptr;
+    const int result = mrb_get_dlna_list(&list);
+    std::string answer = ListAnswer(result, list, &WriteDLNARecord);
+    LOG_ANSWER("mrb_get_dlna_list", result, answer);
     return answer;
+}
+
+// ---- notifications and the DLNA service -------------------------------------
+
+/// Defines a command that is one call of the framework's, whose name it has.
+#define COMMAND(operation, function, ...)                                                                    \
+    std::string CMRBStorageMgrAdapter::operation() {                                                         \
+        const int result = function(__VA_ARGS__);                                                            \
+        std::string answer = Answer(result);                                                                 \
+        LOG_ANSWER(#function, result, answer);                                                               \
+        return answer;                                                                                       \
+    }
+
+COMMAND(SetUSBCallback, mrb_set_usb_callback, &CMRBStorageMgrAdapter::cb_usb_notification, this)
+COMMAND(UnsetUSBCallback, mrb_unset_usb_callback)
+COMMAND(SetDLNACallback, mrb_set_dlna_callback, &CMRBStorageMgrAdapter::cb_dlna_notification, this)
+COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback)
+COMMAND(InitDLNAService, mrb_Init_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
+// What the service reports while it stops goes the way of its other states.
+COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
+#undef COMMAND
+
+void CMRBStorageMgrAdapter::cb_usb_notification(void *user_data, mrb_storage_event_e event,
+                                                _mrb_storage_s *&device) {
+    const auto *self = static_cast<const CMRBStorageMgrAdapter *>(user_data);
+    MRB_ASSERT(self != nullptr, "self != __null");
+    std::string document = Notification(event, device, &WriteUSBRecord);
+    const CallbackEntry cb = self->callback_entry_;
+    MRB_ASSERT(cb != nullptr, "cb != __null");
+    cb(FUNC_SET_USB_CALLBACK, std::move(document), self->provider_);
+}
+
+void CMRBStorageMgrAdapter::cb_dlna_notification(void *user_data, mrb_storage_event_e event,
+                                                 _mrb_storage_s *&device) {
+    MRB_LOG(LogTag::StorageMgr, "Calling cb_dlna_notification...");
+    const auto *self = static_cast<const CMRBStorageMgrAdapter *>(user_data);
+    MRB_ASSERT(self != nullptr, "self != __null");
+    std::string document = Notification(event, device, &WriteDLNARecord);
+    const CallbackEntry cb = self->callback_entry_;
+    MRB_ASSERT(cb != nullptr, "cb != __null");
+    cb(FUNC_SET_DLNA_CALLBACK, std::move(document), self->provider_);
 }
 
 void CMRBStorageMgrAdapter::cb_dlna_initialize(mrb_asf_serviceconnector_state_e state, void *user_data) {
@@ -60,22 +137,5 @@ void CMRBStorageMgrAdapter::cb_dlna_initialize(mrb_asf_serviceconnector_state_e 
     MRB_ASSERT(cb != nullptr, "cb != __null");
     cb(FUNC_INIT_DLNA_SERVICE, document.toStyledString(), self->provider_);
 }
-
-/// Defines a command that is refused as a call the bridge cannot serve: the
-/// framework is not asked, and no script takes the answer for a success.
-#define REFUSED_COMMAND(operation, command)                                                                  \
-    std::string CMRBStorageMgrAdapter::operation() {                                                         \
-        std::string answer = Answer(RETURN_ECODE_REFUSED);                                                   \
-        LOG_ANSWER(command, RETURN_ECODE_REFUSED, answer);                                                   \
-        return answer;                                                                                       \
-    }
-
-REFUSED_COMMAND(SetUSBCallback, "mrb_set_usb_callback")
-REFUSED_COMMAND(GetUSBList, "mrb_get_usb_list")
-REFUSED_COMMAND(GetPTPList, "mrb_get_ptp_list")
-REFUSED_COMMAND(InitDLNAService, "mrb_Init_dlna_service")
-REFUSED_COMMAND(SetDLNACallback, "mrb_set_dlna_callback")
-REFUSED_COMMAND(GetDLNAList, "mrb_get_dlna_list")
-#undef REFUSED_COMMAND
 
 } // namespace MRBBridge

@@ -27,6 +27,8 @@ class CMRBStorageMgrAdapter final : public CMRBAdapter {
     std::string GetDLNAList();
 
   private:
+    static void cb_usb_notification(void *user_data, mrb_storage_event_e event, _mrb_storage_s *&device);
+    static void cb_dlna_notification(void *user_data, mrb_storage_event_e event, _mrb_storage_s *&device);
     static void cb_dlna_initialize(mrb_asf_serviceconnector_state_e state, void *user_data);
 };
 

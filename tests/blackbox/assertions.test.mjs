@@ -25,12 +25,21 @@ test('a list event without user data ends the process', async () => {
     assert.equal(result.stdout, '');
 });
 
-test('a DLNA service state without user data ends the process', async () => {
-    const result = await runChild(`
-        const bridge = openBridge();
-        bridge.mrb_finalize_dlna_service();
-        rec.fireDlnaState({ state: 1, nullUserData: true });
-        console.log('went on');`);
-    assertAborted(result, 'self != __null');
-    assert.equal(result.stdout, '');
-});
+const USB = 'fireUsb({ device: rec.device({}), nullUserData: true })';
+const DLNA = 'fireDlna({ device: rec.device({}), nullUserData: true })';
+const STATE = 'fireDlnaState({ state: 1, nullUserData: true })';
+
+for (const [what, register, fire] of [['USB notification', 'mrb_set_usb_callback(() => {})', USB],
+                                      ['DLNA notification', 'mrb_set_dlna_callback(() => {})', DLNA],
+                                      ['DLNA service state', 'mrb_Init_dlna_service(() => {})', STATE],
+                                      ['state of a stopping DLNA service', 'mrb_finalize_dlna_service()', STATE]]) {
+    test(`a ${what} without user data ends the process`, async () => {
+        const result = await runChild(`
+            const bridge = openBridge();
+            bridge.${register};
+            rec.${fire};
+            console.log('went on');`);
+        assertAborted(result, 'self != __null');
+        assert.equal(result.stdout, '');
+    });
+}

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { bridgeWithListCallback, call, inbox, openBridge, rec, requestRefusedList } from './harness.mjs';
+import { bridgeWithListCallback, call, inbox, openBridge, rec } from './harness.mjs';
 import { assertLogs, provider } from './log_lines.mjs';
 
 const SCRIPT_EVENTS = new Map([[0, 0], [1, 1], [2, 8], [3, 25], [14, 13], [18, 17], [19, 18], [20, 19], [21, 26],
@@ -94,29 +94,3 @@ test('an event of a list that was opened carries its handle', async () => {
     const [text] = await delivered();
     assert.equal(JSON.parse(text).param_agent, 41);
 });
-
-test('a DLNA service state for an object without a function for it is logged and reaches no function', async () => {
-    const bridge = openBridge();
-    const lists = inbox();
-    requestRefusedList(bridge, lists.receive);
-    call(bridge, 'mrb_finalize_dlna_service');
-    rec.clearLogs();
-    rec.fireDlnaState({ state: 1 });
-    const logged = rec.logs();
-    rec.fireList({ serverData: 'after' }); // delivered later than the state would be
-    const texts = await lists.delivered();
-    assert.deepEqual(texts.map((text) => JSON.parse(text).param_server_data), ['after']);
-    assertLogs([provider('FireOnCallbacks', 'FUNC[35], data[{\n\t"param_event" : 20\n}\n], self[%p].'),
-                provider('FireOnCallbacks', 'callback done.')], { lines: logged });
-});
-
-for (const [state, event] of [[1, 20], [0, 21], [2, 21], [-1, 21], [1000, 21]]) {
-    test(`a DLNA service state ${state} while it stops reaches the service's function as ${event}`, async () => {
-        const bridge = openBridge();
-        const { receive, delivered } = inbox();
-        call(bridge, 'mrb_Init_dlna_service', receive);
-        call(bridge, 'mrb_finalize_dlna_service');
-        rec.fireDlnaState({ state });
-        assert.deepEqual(await delivered(), [`{\n\t"param_event" : ${event}\n}\n`]);
-    });
-}

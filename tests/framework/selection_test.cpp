@@ -219,7 +219,7 @@ TEST(Selection, IsKeptWhenTheListGrowsAndWhenItIsSortedAtItsEnd) {
     EXPECT_EQ(list.toggleSelect(0), MRB_ERR_NONE);
     ASSERT_TRUE(list.add(second));
     EXPECT_EQ(list.isSelected(0), true);
-    ASSERT_TRUE(list.sort([] { return false; }));
+    ASSERT_TRUE(list.sort([] { return false; }, nullptr));
     EXPECT_EQ(list.entry(2)->facts.name, "a.jpg");
     EXPECT_EQ(list.isSelected(2), true);
     EXPECT_EQ(list.isSelected(0), false);

@@ -100,6 +100,9 @@ double asReal(const Value &value) {
 }
 
 const char *asText(const Value &value) {
+    if (std::holds_alternative<std::nullptr_t>(value)) {
+        return nullptr;
+    }
     const auto *text = std::get_if<std::string>(&value);
     return text != nullptr ? keepText(*text) : "";
 }

@@ -4,6 +4,7 @@
 
 #include "callbacks.h"
 #include "function.h"
+#include "storm.h"
 
 using recording::NewHandle;
 using recording::Reply;
@@ -37,16 +38,34 @@ GETTER(int, class)
 GETTER(const char *, ip)
 GETTER(bool, bOrvaneDevice)
 
-#define REGISTERS(name, type, add)                                                                           \
+// A registration is kept for tests to fire at (`add`), and is the storm's from now on.
+#define REGISTERS(name, type, add, set_storm)                                                                \
     static recording::Function name##_recorded(#name);                                                       \
     extern "C" int name(type callback, void *user_data) {                                                    \
         recording::add(callback, user_data);                                                                 \
+        recording::set_storm(callback, user_data);                                                           \
         return name##_recorded.call<int>(callback, UserData{user_data});                                     \
     }
 
-REGISTERS(mrb_set_usb_callback, mrb_storage_notification_cb, addUsb)
-RECORDED(int, mrb_unset_usb_callback, (), ())
-REGISTERS(mrb_set_dlna_callback, mrb_storage_notification_cb, addDlna)
-RECORDED(int, mrb_unset_dlna_callback, (), ())
-REGISTERS(mrb_Init_dlna_service, mrb_dlna_state_cb, addDlnaState)
-REGISTERS(mrb_finalize_dlna_service, mrb_dlna_state_cb, addDlnaState)
+#define UNREGISTERS(name, set_storm)                                                                         \
+    static recording::Function name##_recorded(#name);                                                       \
+    extern "C" int name() {                                                                                  \
+        recording::set_storm(nullptr, nullptr);                                                              \
+        return name##_recorded.call<int>();                                                                  \
+    }
+
+REGISTERS(mrb_set_usb_callback, mrb_storage_notification_cb, addUsb, setStormUsb)
+UNREGISTERS(mrb_unset_usb_callback, setStormUsb)
+REGISTERS(mrb_set_dlna_callback, mrb_storage_notification_cb, addDlna, setStormDlna)
+UNREGISTERS(mrb_unset_dlna_callback, setStormDlna)
+REGISTERS(mrb_Init_dlna_service, mrb_dlna_state_cb, addDlnaState, setStormState)
+
+// The callback hears of the stop, and of nothing when the call has returned.
+static recording::Function mrb_finalize_dlna_service_recorded("mrb_finalize_dlna_service");
+extern "C" int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data) {
+    recording::addDlnaState(callback, user_data);
+    recording::setStormState(callback, user_data);
+    const int result = mrb_finalize_dlna_service_recorded.call<int>(callback, UserData{user_data});
+    recording::setStormState(nullptr, nullptr);
+    return result;
+}

@@ -131,7 +131,7 @@ TEST_P(Provider, ExecuteServesCommandsWithoutArguments) {
     const std::string answer = textOf(provider_.Execute(func));
     if (plain.count(func) != 0) {
         expectServed(func);
-        EXPECT_EQ(answer.substr(0, 16), "{\"return_ecode\":");
+        EXPECT_NE(answer.find("\"return_ecode\":"), std::string::npos) << answer;
     } else {
         EXPECT_EQ(answer, REFUSED);
         EXPECT_EQ(takeLog(), Lines{"Execute: Invalid func[" + std::to_string(func) + "]."});

@@ -18,5 +18,6 @@ NAPI_MODULE_INIT() {
     addControls(env, exports);
     addFire(env, exports);
     addBulk(env, exports);
+    addStorm(env, exports);
     return exports;
 }

@@ -11,5 +11,6 @@ void addFunction(napi_env env, napi_value exports, const char *name, napi_callba
 void addControls(napi_env env, napi_value exports); // replies, trace, blocks, log lines, devices
 void addFire(napi_env env, napi_value exports);     // callbacks, one at a time
 void addBulk(napi_env env, napi_value exports);     // list events by the thousand
+void addStorm(napi_env env, napi_value exports);    // device events without end
 
 } // namespace recording::addon

@@ -1,0 +1,171 @@
+// Objects that register, replace, remove and go while the framework's threads report
+// devices and service states as fast as they can. Worth running under AddressSanitizer.
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+
+import { rec } from './harness.mjs';
+
+const turn = () => new Promise(setImmediate);
+
+/**
+ * What a round calls between its steps. In every eighth run of a play it returns in
+ * the midst of events: three more are under way, so that one of the two threads that
+ * make them has queued one. In the others the steps follow each other as fast as they
+ * can, which takes a busy machine less long.
+ */
+const rainOf = (round) => (Math.floor(round / 8) % 8 === 0 ? () => rec.awaitStormEvents(3) : () => {});
+
+/**
+ * Runs `rounds` rounds in a storm, each on a new Listener. Nothing is recorded
+ * meanwhile. Answers how many texts arrived, and those that should not have.
+ */
+async function inStorm(rounds, play) {
+    const heard = { usb: 0, dlna: 0, state: 0, wrong: [] };
+    rec.setRecording(false);
+    rec.startStorm();
+    try {
+        for (let round = 0; round < rounds; ++round) {
+            await play(() => new Listener(heard), rainOf(round), round);
+            if (round % 8 === 0) await turn(); // what waits is delivered, or finds its object gone
+        }
+    } finally {
+        rec.stopStorm();
+        rec.setRecording(true);
+    }
+    await turn();
+    return heard;
+}
+
+/** An object whose functions hear only what was reported to it, and nothing when it is gone. */
+class Listener {
+    constructor(heard) {
+        this.bridge = new MRBBridge();
+        quill.unref(this.bridge);
+        this.heard = heard;
+        this.released = false;
+        this.born = rec.stormEvent(); // what is reported to it is newer
+    }
+
+    /** A function for `kind` of device events. */
+    hearing(kind) {
+        return (text, ...more) => {
+            const [{ storage_event: event, storage_id: id }, ...others] = JSON.parse(text).storage_devices;
+            const right = event > this.born && id === '' && others.length === 0 && more.length === 0;
+            this.note(kind, right && !this.released, event);
+        };
+    }
+
+    watchSticks() { this.answer('mrb_set_usb_callback', this.hearing('usb')); }
+    watchServers() { this.answer('mrb_set_dlna_callback', this.hearing('dlna')); }
+    start() {
+        this.answer('mrb_Init_dlna_service', (text) => {
+            const event = JSON.parse(text).param_event;
+            this.note('state', [20, 21].includes(event) && !this.released, event);
+        });
+    }
+    watchAll() {
+        this.watchSticks();
+        this.watchServers();
+        this.start();
+    }
+    forgetAll() {
+        for (const name of ['mrb_unset_usb_callback', 'mrb_unset_dlna_callback', 'mrb_finalize_dlna_service']) {
+            this.answer(name);
+        }
+    }
+    release() {
+        quill.release(this.bridge);
+        this.released = true;
+    }
+
+    answer(name, ...args) { assert.equal(this.bridge[name](...args), '{"return_ecode":0}\n'); }
+    note(kind, right, event) {
+        this.heard[kind] += 1;
+        if (!right) this.heard.wrong.push({ kind, event, born: this.born, released: this.released });
+    }
+}
+
+/** What a round may do with a new object, by name. */
+const PLAYS = {
+    async 'registers and is released at once'(open) {
+        const object = open();
+        object.watchAll();
+        object.release();
+    },
+    async 'removes what it registered, then is released'(open, rain) {
+        const object = open();
+        object.watchAll();
+        rain();
+        object.forgetAll();
+        object.release();
+    },
+    async 'replaces its functions and listens'(open, rain) {
+        const object = open();
+        object.watchAll();
+        object.watchAll();
+        rain();
+        await turn();
+        object.release();
+    },
+    async 'removes and registers again'(open, rain) {
+        const object = open();
+        object.watchAll();
+        rain();
+        object.forgetAll();
+        object.watchAll();
+        rain();
+        object.release();
+    },
+    async 'is replaced by another and released first'(open, rain) {
+        const [one, two] = [open(), open()];
+        one.watchAll();
+        rain();
+        two.watchAll();
+        rain();
+        one.release();
+        two.watchAll();
+        rain();
+        two.release();
+    },
+    async 'is replaced by another and released last'(open, rain) {
+        const [one, two] = [open(), open()];
+        one.watchAll();
+        rain();
+        two.watchAll();
+        rain();
+        two.release();
+        one.release();
+    },
+    async 'stops the service while its states come'(open) {
+        const object = open();
+        object.start();
+        object.answer('mrb_finalize_dlna_service');
+        object.start();
+        object.release();
+    },
+    async 'never registers, while another listens'(open, rain) {
+        const [one, two] = [open(), open()];
+        one.watchAll();
+        two.release();
+        one.watchSticks();
+        rain();
+        one.release();
+    },
+};
+
+test('10,000 rounds of registering, replacing, removing and releasing: nothing comes late or to another', async () => {
+    const plays = Object.values(PLAYS);
+    const before = rec.stormEvent();
+    const heard = await inStorm(10_000, (open, rain, round) => plays[round % plays.length](open, rain));
+    assert.deepEqual(heard.wrong, []);
+    assert.ok(rec.stormEvent() - before > 4_000, `only ${rec.stormEvent() - before} events were fired`);
+    assert.ok(heard.usb + heard.dlna > 0, 'no event arrived');
+});
+
+for (const [name, play] of Object.entries(PLAYS)) {
+    test(`500 rounds in which an object ${name}`, async () => {
+        const { wrong } = await inStorm(500, play);
+        assert.deepEqual(wrong, []);
+    });
+}
