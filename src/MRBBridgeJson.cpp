@@ -8,12 +8,12 @@
 #include <utility>
 
 #include <json/reader.h>
-#include <json/writer.h>
 
+#include "json_text.h"
 #include "log.h"
 
-// The reader's tolerance and the writer's form are what scripts have come to rely
-// on; the library's newer classes differ in both.
+// Scripts have come to rely on the reader's tolerance; the library's newer class
+// differs in it.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace MRBBridge {
@@ -59,7 +59,7 @@ std::string CMRBBridgeJson::ToString() const {
         MRB_LOG(LogTag::Common, "ToString fail. jsonvalue is invalid type[%d].", root_.type());
         return {};
     }
-    return Json::FastWriter().write(root_);
+    return JsonText(root_);
 }
 
 void CMRBBridgeJson::Clear() {

@@ -94,6 +94,8 @@ try {
 // What tests leave lying about goes with the run.
 process.env.TMPDIR = mkdtempSync(join(tmpdir(), 'quill-test-'));
 chmodSync(process.env.TMPDIR, 0o755); // tests that give up root's rights go on reading here
+// What is learnt of test media is not for the user's programs.
+process.env.MRB_CACHE_FOLDER = join(process.env.TMPDIR, 'cache');
 process.on('exit', () => {
     try {
         rmSync(process.env.TMPDIR, { recursive: true, force: true });

@@ -1,9 +1,11 @@
 #include "fields/sort_values.h"
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 #include <string>
 
+#include "base/stoppable_sort.h"
 #include "fields/field_access.h"
 #include "mrb/agent.h"
 #include "text/collation.h"
@@ -29,16 +31,22 @@ const char *fieldOf(SortKey key) {
 }
 
 // The places of the texts in their natural order, equals at one place; UNKNOWN for
-// those that are empty.
-std::vector<std::int64_t> places(const std::vector<std::string> &texts) {
+// those that are empty. No value: stopped.
+std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &texts,
+                                                const std::function<bool()> &stopped) {
     NaturalOrder order;
     std::vector<std::pair<std::string, std::size_t>> keyed;
     for (std::size_t index = 0; index < texts.size(); ++index) {
+        if (stopped()) {
+            return std::nullopt;
+        }
         if (!texts[index].empty()) {
             keyed.emplace_back(order.key(texts[index]), index);
         }
     }
-    std::ranges::sort(keyed);
+    if (!sortUnlessStopped(keyed.begin(), keyed.end(), std::less<>(), stopped)) {
+        return std::nullopt;
+    }
     std::vector<std::int64_t> numbers(texts.size(), UNKNOWN);
     std::int64_t place = 0;
     for (std::size_t index = 0; index < keyed.size(); ++index) {
@@ -80,9 +88,10 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
     if (!library.readAll(store.size(), itemAt, stopped, take)) {
         return std::nullopt;
     }
-    std::vector<std::int64_t> values = places(texts);
-    for (std::size_t index = 0; index < tracks.size(); ++index) {
-        values[index] = values[index] == UNKNOWN ? UNKNOWN : values[index] * MOST_TRACKS + tracks[index];
+    std::optional<std::vector<std::int64_t>> values = places(texts, stopped);
+    for (std::size_t index = 0; values && index < tracks.size(); ++index) {
+        std::int64_t &value = (*values)[index];
+        value = value == UNKNOWN ? UNKNOWN : value * MOST_TRACKS + tracks[index];
     }
     return values;
 }

@@ -5,10 +5,30 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <vector>
 
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include "json_text.h"
+
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
 using MRBBridge::CMRBBridgeJson;
+
+namespace {
+
+bool readsTree(const std::string &text, Json::Value &tree) {
+    try {
+        return Json::Reader().parse(text, tree, true);
+    } catch (const std::exception &) {
+        return false; // nested too deeply
+    }
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string text(reinterpret_cast<const char *>(data), size);
@@ -40,6 +60,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         json.Set(key, texts);
     }
     const std::string written = json.ToString();
+    Json::Value tree;
+    if (readsTree(text, tree) && MRBBridge::JsonText(tree) != Json::FastWriter().write(tree)) {
+        std::abort();
+    }
     std::vector<std::string> read_back;
     if (!written.empty() && written != "null\n" && !CMRBBridgeJson(written).GetKeys(read_back)) {
         std::abort();

@@ -52,6 +52,9 @@ const passes = (item, { type = '', extension = '', word = '' }) =>
   (extension === '' || (item.type !== TYPE.folder && extension.split(',').includes(extensionOf(item.name)))) &&
   (word === '' || holds(item.name, word));
 
+// Empty files tell no title of their own.
+const titleOf = ({ name, type }) => (type === TYPE.folder ? name : path.parse(name).name);
+
 /** Items in the order of a sort category such as "DATE DESC". */
 export function sorted(items, category) {
   const [, key] = /^(\w*?)(?: ASC| DESC|-)?$/.exec(category);
@@ -60,11 +63,13 @@ export function sorted(items, category) {
     return turned ? [...items].reverse() : items;
   }
   const place = new Map(items.map((item, index) => [item, index]));
-  const value = { DATE: (item) => item.modified, SIZE: (item) => item.size, TYPE: (item) => item.type }[key];
+  const value = { DATE: (item) => item.modified, SIZE: (item) => item.size, TYPE: (item) => item.type,
+    TITLE: titleOf }[key];
+  const difference = (one, other) => (typeof one === 'string' ? byName(one, other) : one - other);
   const way = turned ? -1 : 1;
   return [...items].sort((a, b) =>
     (b.type === TYPE.folder) - (a.type === TYPE.folder) ||
-    (value && value(a) !== null && value(b) !== null ? way * (value(a) - value(b)) : 0) ||
+    (value && value(a) !== null && value(b) !== null ? way * difference(value(a), value(b)) : 0) ||
     (value ? 1 : way) * byName(a.name, b.name) ||
     place.get(a) - place.get(b));
 }

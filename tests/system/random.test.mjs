@@ -84,8 +84,22 @@ const TABLE = [
   ['mrb_prepare_play_data_v2', () => ({ param_agent: agent() }), 4],
   ['mrb_get_rating_info_v2', () => ({ param_agent: agent() }), 4],
   ['mrb_get_storage_id_v2', () => ({ param_mount_path: pick([library, '/', '', 'x', '/no/such']) }), 4],
-  ...['mrb_select_all_v2', 'mrb_get_item_list_v2', 'mrb_get_item_value_v2', 'mrb_get_selection_count_v2']
-    .map((method) => [method, () => ({ param_agent: agent(), param_index: index() })]),
+  ['mrb_get_item_list_v2', () => ({ param_agent: agent(), param_index: index(), param_count: random(30) - 2 }), 4],
+  ...Object.entries({ TITLE: 4, SIZE: 1, WIDTH: 1, LATITUDE: 6, MODIFIED_TIME: 1, CONTENT_LOCK: 5, unheard: undefined })
+    .map(([field, type]) => ['mrb_get_item_value_v2',
+      () => ({ param_agent: agent(), param_index: index(), param_field: field }), type]),
+  ['mrb_set_item_value_v2', () => ({ param_agent: agent(), param_index: index(), ...pick([
+    { param_field: 'PLAYED_POSITION', param_value: random(100) }, { param_field: 'TITLE', param_value: 'x' }]) })],
+  ['mrb_select_all_v2', () => ({ param_agent: agent(), param_selected_item_type_arr: pick([[], [2], [2, 5, 5]]) }), 1],
+  ['mrb_deselect_all_v2', () => ({ param_agent: agent() })],
+  ['mrb_toggle_select_v2', () => ({ param_agent: agent(), param_item_list: [index(), index()] })],
+  ...['mrb_select_group_v2', 'mrb_deselect_group_v2'].map((method) =>
+    [method, () => ({ param_agent: agent(), param_index: random(8) - 1 })]),
+  ['mrb_get_selected_state_v2', () => ({ param_agent: agent(), param_index: index() }), 5],
+  ['mrb_get_selection_count_v2', () => ({ param_agent: agent() }), 1],
+  ['mrb_batch_process_v2', () => ({ param_agent: agent(), param_share_type: pick([1, 32, 32]),
+    param_is_lock: random(2) === 0 }), 1],
+  ['mrb_stop_batch_process_v2', () => ({ param_share_handle: random(9) })],
   ...['mrb_get_usb_list', 'mrb_unset_usb_callback'].map((method) => [method, () => ({}), 4]),
   [null, () => pick(['', '{', 'null', '[1]', '{"param_agent":"1"}', '\\u0000'])],
 ];
@@ -100,12 +114,17 @@ const hear = (text) => {
   wake();
 };
 
+const hearShare = (text) => {
+  if (![17, 8, 18, 19, 26, 27].includes(JSON.parse(text).param_event)) fault('a strange share event', text);
+};
+
 function command() {
   const row = pick(TABLE);
   const method = row[0] ?? pick(TABLE)[0] ?? 'mrb_get_item_v2';
   const request = row[1]();
   const text = typeof request === 'string' ? request : JSON.stringify(request);
   const answer = method === 'mrb_request_list_v2' ? bridge[method](hear, text)
+    : method === 'mrb_batch_process_v2' ? bridge[method](hearShare, text)
     : /usb/.test(method) ? bridge[method]() : bridge[method](text);
   const parsed = JSON.parse(answer);
   const { return_ecode: code, return_type: type, return_data: data } = parsed;
@@ -119,7 +138,7 @@ function command() {
   if (typeof request === 'string') return;
   if (keys !== (row[2] ? 'return_data,return_ecode,return_type' : 'return_ecode') || type !== row[2]) fault('wrong keys', method, text, answer);
   if (type === 1 && !Number.isInteger(data)) fault('no integer', method, text, answer);
-  if (type === 4 && method !== 'mrb_get_storage_id_v2') {
+  if (type === 4 && !['mrb_get_storage_id_v2', 'mrb_get_item_value_v2'].includes(method)) {
     const value = JSON.parse(data);
     if (!isObject(value)) fault('no object', method, text, answer);
     media = value.media_id || media;
