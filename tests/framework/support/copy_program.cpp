@@ -31,14 +31,14 @@ int main(int count, char **arguments) {
     const std::string &to = words[2];
     const std::string action = words.size() > 3 ? words[3] : "";
     // Neither is destroyed: the framework may call them to the end of the process.
-    auto &client = *new support::Client;
-    auto &sharing = *new support::Sharing;
+    static auto &client = *new support::Client;
+    static auto &sharing = *new support::Sharing;
     support::selectEverything(client, words[1]);
     if (action == "grow") {
         support::writeNoise(words[1] + "/" + words.at(4), GROWN, 1);
     }
     if (action == "unmount") {
-        sharing.onEvent = [&](const support::ShareEvent &event) {
+        sharing.onEvent = [to](const support::ShareEvent &event) {
             if (event.event == MRB_EVENT_SHARE_STARTED) {
                 umount2(to.c_str(), MNT_DETACH);
             }
