@@ -13,11 +13,12 @@ setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd) || exit 1
 setup_run_packages=(
     g++ cmake ninja-build pkg-config                                # builds
     libclutter-1.0-dev libjsoncpp-dev libicu-dev libmount-dev       # linked with
-    libsystemd-dev
+    libsystemd-dev libvips-dev libturbojpeg0-dev libexif-dev libtag1-dev
+    libavformat-dev libavcodec-dev libswscale-dev libavutil-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev)
+setup_test_packages=(tmux imagemagick clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2
