@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 #include "support/folder.h"
 #include "support/media.h"
 #include "support/thumbnails.h"
@@ -61,6 +64,16 @@ TEST_F(Pictures, ACmykJpeg) { expectGood(make("a.jpg", 800, 600, {"-colorspace",
 
 TEST_F(Pictures, AJpegWithAllItsColoursSampled) {
     expectGood(make("a.jpg", 900, 900, {"-sampling-factor", "1x1", "-quality", "95"}), 256, 256);
+}
+
+TEST_F(Pictures, AJpegWithBytesBetweenItsSegmentsThatMeanNothing) {
+    const std::string path = make("a.jpg", 800, 600);
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    const std::string bytes = text.str();
+    std::ofstream(folder_.path("b.jpg"), std::ios::binary)
+        << bytes.substr(0, 20) << "junk" << bytes.substr(20);
+    expectGood(get(folder_.path("b.jpg")), path, 256, 192);
 }
 
 TEST_F(Pictures, APng) { expectGood(make("a.png", 800, 600), 256, 192); }

@@ -13,12 +13,25 @@
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
 #include <taglib/mpegfile.h>
+#include <taglib/tfilestream.h>
 #include <taglib/wavfile.h>
 #include <taglib/wavpackfile.h>
 #include <taglib/xiphcomment.h>
 
 namespace mrb::thumbnail {
 namespace {
+
+// No cover is as large as this, and tags may claim any size.
+constexpr unsigned long MOST_BLOCK_BYTES = 64UL << 20;
+
+// Reads a file for TagLib, and nothing that would fill the memory.
+class BoundedStream final : public TagLib::FileStream {
+  public:
+    using TagLib::FileStream::FileStream;
+    TagLib::ByteVector readBlock(unsigned long length) override {
+        return length > MOST_BLOCK_BYTES ? TagLib::ByteVector() : TagLib::FileStream::readBlock(length);
+    }
+};
 
 // Collects pictures and keeps the one to show.
 class Choice {
@@ -119,7 +132,8 @@ void addFrom(TagLib::File *file, Choice &choice) {
 
 Bytes coverOfTags(const std::string &path) {
     Choice choice;
-    const TagLib::FileRef file(path.c_str(), false);
+    BoundedStream stream(path.c_str(), true);
+    const TagLib::FileRef file(&stream, false);
     addFrom(file.file(), choice);
     return choice.bytes();
 }

@@ -22,8 +22,11 @@ class Decoder {
 
     bool readHeader() {
         int subsampling = 0;
-        return handle_ && tjDecompressHeader3(handle_.get(), data_.data(), data_.size(), &size_.width,
-                                              &size_.height, &subsampling, &colours_) == 0;
+        const bool clean =
+            handle_ && tjDecompressHeader3(handle_.get(), data_.data(), data_.size(), &size_.width,
+                                           &size_.height, &subsampling, &colours_) == 0;
+        // It says so of skipped bytes as well.
+        return clean || (handle_ && tjGetErrorCode(handle_.get()) == TJERR_WARNING && size_.width > 0);
     }
     [[nodiscard]] Size size() const { return size_; }
 
@@ -162,12 +165,13 @@ bool sameProportions(Size small, Size large) {
 Outcome decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     Decoder decoder(data);
     const JpegSegments segments = readJpegSegments(data);
-    if (!segments.complete || !decoder.readHeader()) {
+    if (!decoder.readHeader()) {
         return {MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."};
     }
-    // A progressive picture is kept whole, as coefficients of two bytes.
-    Outcome allowed =
-        checkPictureSize(decoder.size().width, decoder.size().height, segments.progressive ? 6 : 3);
+    // A progressive picture is kept whole, as coefficients of two bytes. So it may be
+    // when the decoder skips what the segments were lost at.
+    const bool kept = segments.progressive || !segments.complete;
+    Outcome allowed = checkPictureSize(decoder.size().width, decoder.size().height, kept ? 6 : 3);
     if (allowed.code != MRB_ERR_NONE) {
         return allowed;
     }
