@@ -8,19 +8,21 @@
 extern "C" const char *__tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier): its name
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
-extern "C" const char *__tsan_default_suppressions() {
-    return "race:libvips.so\n"
-           "race:vips-heif.so\n"
-           "race:vips-jxl.so\n"
-           "race:libglib-2.0.so\n"
-           "race:libgobject-2.0.so\n"
-           "race:libpng16.so\n"
-           "race:libz.so\n"
-           "race:libwebp\n"
-           "race:libtiff.so\n"
-           "race:libheif.so\n"
-           "race:libde265.so\n"
-           "race:liblcms2.so\n";
+extern "C" [[gnu::visibility("default")]] const char *__tsan_default_suppressions() {
+    return "called_from_lib:libvips.so\n"
+           "called_from_lib:vips-heif.so\n"
+           "called_from_lib:vips-jxl.so\n"
+           "called_from_lib:libglib-2.0.so\n"
+           "called_from_lib:libgobject-2.0.so\n"
+           "called_from_lib:liborc-0.4.so\n"
+           "called_from_lib:libpng16.so\n"
+           "called_from_lib:libz.so\n"
+           "called_from_lib:libwebp.so\n"
+           "called_from_lib:libwebpdemux.so\n"
+           "called_from_lib:libtiff.so\n"
+           "called_from_lib:libheif.so\n"
+           "called_from_lib:libde265.so\n"
+           "called_from_lib:liblcms2.so\n";
 }
 
 #endif
