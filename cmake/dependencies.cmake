@@ -14,6 +14,10 @@ pkg_check_modules(HEIF REQUIRED IMPORTED_TARGET libheif)
 pkg_check_modules(TAGLIB REQUIRED IMPORTED_TARGET taglib)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
 pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
+# What thumbnails are decoded with besides.
+pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
+pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale)
 
 # Node's headers must be those of the node that will run, so look beside the
 # program first: an official archive or a vendor package brings them along;

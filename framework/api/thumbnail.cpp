@@ -1,11 +1,14 @@
-// The thumbnail service and its flash cache. The cache's parameter objects are
-// real; no thumbnail is made and none is stored.
+// The thumbnail service and its flash cache.
 
 #include "mrb/thumbnail.h"
 
+#include <algorithm>
 #include <string>
 
 #include "api/entry.h"
+#include "thumbnail/answer.h"
+#include "thumbnail/data_root.h"
+#include "thumbnail/service.h"
 
 // The object behind mrb_thumbnail_flash_cache_param_h; owned by the client that created it.
 struct mrb_thumbnail_flash_cache_param_s {
@@ -15,21 +18,90 @@ struct mrb_thumbnail_flash_cache_param_s {
     int height = 0;
 };
 
+namespace {
+
 using FlashCache = mrb_thumbnail_flash_cache_param_s;
+using mrb::thumbnail::ThumbnailService;
 
-int thumbnail_init(void) { return MRB_ERR_NOT_SUPPORTED; }
+// What is kept of an image, by the answer it belongs to: clients do not tell its height.
+mrb::thumbnail::FlashEntry entryOf(const FlashCache &param, const unsigned char *image) {
+    mrb::thumbnail::FlashEntry entry;
+    entry.name = param.fileName;
+    entry.key.path = param.url;
+    entry.key.boxWidth = entry.width = param.width;
+    entry.key.boxHeight = entry.height = param.height;
+    const mrb::thumbnail::Answer *answer = mrb::thumbnail::currentAnswer();
+    const auto *const end = answer != nullptr ? std::end(answer->images) : nullptr;
+    const auto *const found = answer != nullptr ? std::find(answer->images, end, image) : nullptr;
+    if (found != end) {
+        const mrb::thumbnail::DecodeRequest &request = answer->request->decode;
+        entry.key = {request.path,        request.width,  request.height,
+                     request.orientation, request.frames, static_cast<int>(found - answer->images)};
+        entry.width = answer->result->image_width;
+        entry.height = answer->result->image_height;
+        entry.whole = answer->result->flag_origin_image != 0;
+        entry.source = answer->source;
+    }
+    return entry;
+}
 
-int thumbnail_finalize(void) { return MRB_ERR_NOT_SUPPORTED; }
+bool isSize(int length) { return length >= 1 && length <= MRB_THUMB_MOST_PIXELS; }
 
-int thumbnail_request_async(_thumb_request /*request*/) { return MRB_ERR_NOT_SUPPORTED; }
+} // namespace
 
-int thumbnail_request_cancel(_thumb_request /*request*/) { return MRB_ERR_NOT_SUPPORTED; }
+int thumbnail_init(void) {
+    return mrb::guard([] { return ThumbnailService::instance().begin(); });
+}
 
-int thumbnail_request_cancel_all(void) { return MRB_ERR_NOT_SUPPORTED; }
+int thumbnail_finalize(void) {
+    return mrb::guard([] { return ThumbnailService::instance().end(); });
+}
 
-int thumbnail_stop_ptp_decode_sync(void) { return MRB_ERR_NOT_SUPPORTED; }
+int thumbnail_request_async(_thumb_request request) {
+    if (request.origin_path == nullptr || request.callback == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        return ThumbnailService::instance().request(mrb::thumbnail::readRequest(request),
+                                                    {request.callback, request.user_data});
+    });
+}
 
-int mrb_thumbnail_flash_cache_init(const char * /*list_path*/) { return MRB_ERR_NOT_SUPPORTED; }
+int thumbnail_request_cancel(_thumb_request request) {
+    if (request.origin_path == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        return ThumbnailService::instance().cancel(mrb::thumbnail::readRequest(request), request.user_data);
+    });
+}
+
+int thumbnail_request_cancel_all(void) {
+    return mrb::guard([] { return ThumbnailService::instance().cancelAll(); });
+}
+
+int thumbnail_stop_ptp_decode_sync(void) {
+    return mrb::guard([] { return ThumbnailService::instance().stopCameras(); });
+}
+
+int mrb_thumbnail_flash_cache_init(const char *list_path) {
+    if (list_path == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        const std::string list = mrb::thumbnail::placeOnThisMachine(list_path);
+        if (list.empty()) {
+            MRB_LOG_WARNING("No flash cache at \"%s\": the path is not absolute, or there is no home folder.",
+                            list_path);
+            return static_cast<int>(MRB_ERR_INVALID_PARAMETER);
+        }
+        const mrb::Outcome outcome = ThumbnailService::instance().flashCache().open(list);
+        if (outcome.code != MRB_ERR_NONE) {
+            MRB_LOG_WARNING("No flash cache: %s", outcome.message.c_str());
+        }
+        return outcome.code;
+    });
+}
 
 int mrb_create_thumbnail_flash_cache_param(mrb_thumbnail_flash_cache_param_h *param) {
     return mrb::createObject(param) == MRB_ERR_NONE ? 1 : 0;
@@ -55,7 +127,20 @@ int mrb_set_thumbnail_flash_cache_ysize(mrb_thumbnail_flash_cache_param_h param,
     return mrb::setValue(param, &FlashCache::height, height);
 }
 
-int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h /*param*/,
-                                        const unsigned char * /*image*/, const char * /*preset_buffer*/) {
-    return 0;
+int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param, const unsigned char *image,
+                                        const char *preset_buffer) {
+    if (param == nullptr || image == nullptr) {
+        return 0;
+    }
+    int saved = 0;
+    mrb::guard([&] {
+        mrb::thumbnail::FlashEntry entry = entryOf(*param, image);
+        if (!entry.key.path.empty() && isSize(entry.width) && isSize(entry.height)) {
+            saved = ThumbnailService::instance().flashCache().save(std::move(entry), image, preset_buffer)
+                        ? 1
+                        : 0;
+        }
+        return static_cast<int>(MRB_ERR_NONE);
+    });
+    return saved;
 }

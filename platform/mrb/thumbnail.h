@@ -22,9 +22,20 @@ extern "C" {
 #endif
 
 enum {
-    MRB_THUMB_PATH_BYTES = 4352,  /* room for the origin path of a result */
-    MRB_THUMB_IMAGES = 5,         /* most images in one result */
-    MRB_THUMB_PRESET_BYTES = 4096 /* size of a preset buffer */
+    MRB_THUMB_PATH_BYTES = 4352,   /* room for the origin path of a result */
+    MRB_THUMB_IMAGES = 5,          /* most images in one result */
+    MRB_THUMB_PRESET_BYTES = 4096, /* size of a preset buffer */
+    MRB_THUMB_MOST_PIXELS = 4096,  /* largest width and height of a request */
+    MRB_THUMB_SERVICE_FAILED = 1   /* the result when the service itself failed */
+};
+
+/* The source types of a request. Only those of a camera are treated apart. */
+enum {
+    MRB_THUMB_SOURCE_ANY = 0,
+    MRB_THUMB_SOURCE_MSC = 1,
+    MRB_THUMB_SOURCE_PTP = 2,
+    MRB_THUMB_SOURCE_DLNA = 3,
+    MRB_THUMB_SOURCE_PLAYLIST = 4
 };
 
 /*
@@ -67,12 +78,12 @@ typedef int (*thumbnail_result_cb)(int request_result, thumb_result_s *thumb_res
 /* A request; a cancel repeats the record of the request that it cancels. */
 typedef struct _thumb_request {
     const char *origin_path;
-    int32_t media_type; /* an MRB_ITEM_TYPE_ of agent.h */
-    int32_t source_type;
-    int32_t orientation;  /* EXIF orientation 1 to 8; 0: as the file says */
-    int32_t thumb_width;  /* pixels */
-    int32_t thumb_height; /* pixels */
-    int32_t used_cache;
+    int32_t media_type;        /* an MRB_ITEM_TYPE_ of agent.h; 0: as the file's name says */
+    int32_t source_type;       /* an MRB_THUMB_SOURCE_ */
+    int32_t orientation;       /* EXIF orientation 1 to 8; 0: as the file says */
+    int32_t thumb_width;       /* pixels of the box that the images fit into; 0: 256 */
+    int32_t thumb_height;      /* likewise */
+    int32_t used_cache;        /* not 0: an image in the flash cache serves as well */
     uint8_t video_frame_count; /* 1 to 5; 0 counts as 1 */
     uint8_t padding[3];
     thumbnail_result_cb callback;
@@ -91,20 +102,38 @@ MRB_CHECK_OFFSET_32(_thumb_request, video_frame_count, 28);
 MRB_CHECK_OFFSET_32(_thumb_request, callback, 32);
 MRB_CHECK_OFFSET_32(_thumb_request, user_data, 36);
 
+/* Each client of the process begins with thumbnail_init and ends with thumbnail_finalize. */
 int thumbnail_init(void);
+
+/* Takes back all requests of the process, those of other clients too. */
 int thumbnail_finalize(void);
+
+/*
+ * MRB_ERR_INVALID_PARAMETER when the path or the callback is null, and
+ * MRB_ERR_NOT_INITIALIZED when no client has begun, without a callback. Whatever else
+ * is wrong with a request is told through its callback.
+ */
 int thumbnail_request_async(_thumb_request request);
+
+/*
+ * Takes one request back: among those with the same record the one with the same user
+ * data, or else the oldest. MRB_ERR_NOT_FOUND when there is none, or its callback has
+ * begun. The user data of a request that was taken back are not passed on any more.
+ */
 int thumbnail_request_cancel(_thumb_request request);
 int thumbnail_request_cancel_all(void);
 
-/* Returns when no camera decode is running. */
+/*
+ * Has the requests of MRB_THUMB_SOURCE_PTP answered with MRB_ERR_CANCELLED, and
+ * returns when no camera decode is running.
+ */
 int thumbnail_stop_ptp_decode_sync(void);
 
 /* ---- flash thumbnail cache ---------------------------------------------- */
 
 typedef struct mrb_thumbnail_flash_cache_param_s *mrb_thumbnail_flash_cache_param_h;
 
-/* Opens the cache whose list file is at `list_path`. */
+/* Opens the cache whose list file is at `list_path`, which lies below the framework's root. */
 int mrb_thumbnail_flash_cache_init(const char *list_path);
 
 /* Returns non-zero and fills *param on success, 0 on failure. */
@@ -115,7 +144,10 @@ int mrb_set_thumbnail_flash_cache_url(mrb_thumbnail_flash_cache_param_h param, c
 int mrb_set_thumbnail_flash_cache_xsize(mrb_thumbnail_flash_cache_param_h param, int width);
 int mrb_set_thumbnail_flash_cache_ysize(mrb_thumbnail_flash_cache_param_h param, int height);
 
-/* Stores one image. Returns non-zero on success, 0 on failure; the buffers stay the caller's. */
+/*
+ * Stores one image: of the result whose callback is running on this thread, in its own
+ * size; any other has the width and height set in `param`. Returns non-zero on success, 0 on failure; the
+ * buffers stay the caller's. The preset buffer may be null. */
 int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param, const unsigned char *image,
                                         const char *preset_buffer);
 

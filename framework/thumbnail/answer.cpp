@@ -1,0 +1,68 @@
+#include "thumbnail/answer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "thumbnail/preset.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+thread_local const Answer *current = nullptr;
+
+Image copyOf(const Image &image) {
+    Image copy = makeImage(image.width, image.height);
+    copy.timeStamp = image.timeStamp;
+    std::memcpy(copy.pixels.get(), image.pixels.get(), image.bytes());
+    return copy;
+}
+
+// Everything that can fail comes first, so that no image is lost.
+void fill(thumb_result_s &result, Decoded &decoded, bool last) {
+    std::unique_ptr<char, Free> preset = makePreset(decoded);
+    std::vector<Image> images;
+    images.reserve(decoded.images.size());
+    for (Image &image : decoded.images) {
+        images.push_back(last ? std::move(image) : copyOf(image));
+    }
+    result.preset_buffer = preset.release();
+    for (Image &image : images) {
+        result.image_width = image.width;
+        result.image_height = image.height;
+        result.buffer_size = static_cast<std::int32_t>(image.bytes());
+        result.time_stamp[result.image_count] = image.timeStamp;
+        result.image_buffer[result.image_count++] = image.pixels.release();
+    }
+    result.image_depth = 32;
+    const bool whole =
+        result.image_width == decoded.originalWidth && result.image_height == decoded.originalHeight;
+    result.flag_origin_image = whole ? 1 : 0;
+}
+
+} // namespace
+
+const Answer *currentAnswer() { return current; }
+
+void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waiter &waiter) noexcept {
+    thumb_result_s result{};
+    const std::size_t length = std::min(request.origin.size(), sizeof result.origin_path - 1);
+    std::memcpy(result.origin_path, request.origin.data(), length);
+    int code = decoded.outcome.code;
+    if (code == MRB_ERR_NONE) {
+        try {
+            fill(result, decoded, last);
+        } catch (const std::bad_alloc &) {
+            code = MRB_ERR_OUT_OF_MEMORY;
+        }
+    }
+    // Without its decoders it is the service that failed, not the file.
+    code = code == MRB_ERR_NOT_INITIALIZED ? int{MRB_THUMB_SERVICE_FAILED} : code;
+    Answer answer{&request, decoded.source, &result, {}};
+    std::ranges::copy(result.image_buffer, answer.images);
+    current = &answer;
+    waiter.callback(code, &result, waiter.userData);
+    current = nullptr;
+}
+
+} // namespace mrb::thumbnail

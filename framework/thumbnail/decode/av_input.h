@@ -1,0 +1,61 @@
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <cstdint>
+#include <memory>
+
+#include "thumbnail/decode/media_file.h"
+
+namespace mrb::thumbnail {
+
+struct FreeFrame {
+    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
+};
+struct FreePacket {
+    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+};
+struct FreeCodec {
+    void operator()(AVCodecContext *codec) const { avcodec_free_context(&codec); }
+};
+using Frame = std::unique_ptr<AVFrame, FreeFrame>;
+using Packet = std::unique_ptr<AVPacket, FreePacket>;
+using Codec = std::unique_ptr<AVCodecContext, FreeCodec>;
+
+// Neither is null. Throw std::bad_alloc.
+Frame makeFrame();
+Packet makePacket();
+
+// A container opened by libav, which reads this one file and nothing that the file
+// may refer to. Lives on the stack of the decoding thread; file and sign outlive it.
+class AvInput {
+  public:
+    AvInput(const MediaFile &file, const StopSign &stop) : file_(file), stop_(stop) {}
+    ~AvInput();
+    AvInput(const AvInput &) = delete;
+    AvInput &operator=(const AvInput &) = delete;
+
+    // `formats` are libav's names, separated by commas: no other is recognised.
+    Outcome open(const char *formats);
+    [[nodiscard]] AVFormatContext *context() const { return context_; }
+
+    // Why something that libav did failed: the stop sign, the device, or else the file itself.
+    [[nodiscard]] Outcome failure(const char *what) const;
+
+  private:
+    static int read(void *self, std::uint8_t *buffer, int size);
+    static std::int64_t seek(void *self, std::int64_t offset, int whence);
+    static int isStopped(void *self);
+
+    const MediaFile &file_;
+    const StopSign &stop_;
+    std::int64_t at_ = 0;
+    int error_ = 0; // the errno of a read that failed
+    AVIOContext *io_ = nullptr;
+    AVFormatContext *context_ = nullptr;
+};
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "thumbnail/decode/media_file.h"
+
+namespace mrb::thumbnail {
+
+// The front cover among the pictures in a music file's tags, or else the first
+// picture; empty when TagLib finds none or does not know the format.
+Bytes coverOfTags(const std::string &path);
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,64 @@
+// What the decoders' library exports.
+
+#include <exception>
+#include <new>
+
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "thumbnail/decode/cover.h"
+#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/video.h"
+#include "thumbnail/decode/vips_library.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+int typeOf(const DecodeRequest &request) {
+    if (request.mediaType != 0) {
+        return request.mediaType;
+    }
+    const MediaType *type = mediaTypeOf(request.path.substr(request.path.rfind('/') + 1));
+    // What a picture is shows in its first bytes, whatever its name.
+    return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
+}
+
+Outcome decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    MediaFile file;
+    Outcome opened = file.open(request.path);
+    decoded.source = file.identity();
+    if (opened.code != MRB_ERR_NONE) {
+        return opened;
+    }
+    switch (typeOf(request)) {
+    case MRB_ITEM_TYPE_IMAGE:
+        return decodePictureFile(file, request, stop, decoded);
+    case MRB_ITEM_TYPE_VIDEO:
+    case MRB_ITEM_TYPE_RECORD:
+    case MRB_ITEM_TYPE_UHD:
+        return decodeVideo(file, request, stop, decoded);
+    case MRB_ITEM_TYPE_MUSIC:
+        return decodeCover(file, request, stop, decoded);
+    default:
+        return {MRB_ERR_NOT_SUPPORTED, "Items of this type have no picture."};
+    }
+}
+
+} // namespace
+
+void mrb_start_decoders() { useVips(); }
+
+void mrb_decode_thumbnail(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    decoded = {};
+    try {
+        decoded.outcome = decodeFile(request, stop, decoded);
+    } catch (const std::bad_alloc &) {
+        decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory for the picture."};
+    } catch (const std::exception &failure) {
+        decoded.outcome = {MRB_ERR_CORRUPT, failure.what()};
+    }
+    if (decoded.outcome.code != MRB_ERR_NONE) {
+        decoded.images.clear();
+    }
+}
+
+} // namespace mrb::thumbnail

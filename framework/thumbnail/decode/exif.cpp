@@ -1,0 +1,30 @@
+#include "thumbnail/decode/exif.h"
+
+#include <libexif/exif-data.h>
+
+#include <memory>
+
+namespace mrb::thumbnail {
+
+ExifFacts readExif(ByteSpan exif) {
+    ExifFacts facts;
+    if (exif.empty()) {
+        return facts;
+    }
+    const std::unique_ptr<ExifData, decltype(&exif_data_unref)> data(
+        exif_data_new_from_data(exif.data(), static_cast<unsigned>(exif.size())), exif_data_unref);
+    if (!data) {
+        return facts;
+    }
+    const ExifEntry *entry = exif_content_get_entry(data->ifd[EXIF_IFD_0], EXIF_TAG_ORIENTATION);
+    if (entry != nullptr && entry->format == EXIF_FORMAT_SHORT && entry->size >= 2) {
+        const int orientation = exif_get_short(entry->data, exif_data_get_byte_order(data.get()));
+        facts.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
+    }
+    if (data->data != nullptr) {
+        facts.picture.assign(data->data, data->data + data->size);
+    }
+    return facts;
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,22 @@
+#pragma once
+
+namespace mrb::thumbnail {
+
+struct Size {
+    int width = 0; // pixels
+    int height = 0;
+    bool operator==(const Size &) const = default;
+};
+
+// The largest size with the proportions of `original` within `box`, at least one
+// pixel each way, never larger than the original.
+Size fit(Size original, Size box);
+
+// Whether an EXIF orientation lays a picture on its side, so that width and height change places.
+constexpr bool liesOnItsSide(int orientation) { return orientation >= 5; }
+
+constexpr Size turned(Size size, int orientation) {
+    return liesOnItsSide(orientation) ? Size{size.height, size.width} : size;
+}
+
+} // namespace mrb::thumbnail

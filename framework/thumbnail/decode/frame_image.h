@@ -1,0 +1,14 @@
+#pragma once
+
+#include "thumbnail/decode/av_input.h"
+#include "thumbnail/decode/fit.h"
+
+namespace mrb::thumbnail {
+
+// A frame's size with square pixels. `aspect` is the shape of its pixels, 0: square.
+Size displaySize(int width, int height, AVRational aspect);
+
+// Converts a frame to an image of this size, by the frame's own colour matrix and range.
+Outcome imageOf(const AVFrame &frame, Size size, Image &image);
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,207 @@
+#include "thumbnail/decode/jpeg.h"
+
+#include <turbojpeg.h>
+
+#include <cmath>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "thumbnail/decode/exif.h"
+#include "thumbnail/decode/limits.h"
+#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/vips_library.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// One JPEG being decoded; lives on the stack of the decoding thread.
+class Decoder {
+  public:
+    explicit Decoder(ByteSpan data) : data_(data), handle_(tjInitDecompress(), tjDestroy) {}
+
+    bool readHeader() {
+        int subsampling = 0;
+        const bool clean =
+            handle_ && tjDecompressHeader3(handle_.get(), data_.data(), data_.size(), &size_.width,
+                                           &size_.height, &subsampling, &colours_) == 0;
+        // It says so of skipped bytes as well.
+        return clean || (handle_ && tjGetErrorCode(handle_.get()) == TJERR_WARNING && size_.width > 0);
+    }
+    [[nodiscard]] Size size() const { return size_; }
+
+    // The picture at no less than twice the size of `target` where it has that many
+    // pixels, so that the resizing that follows decides on the quality.
+    Outcome decode(Size target, Bytes &pixels, Size &scaled, int &channels);
+
+  private:
+    bool decompress(Size scaled, int format, int flags, Bytes &pixels);
+    [[nodiscard]] bool isHarmless() const;
+
+    ByteSpan data_;
+    std::unique_ptr<void, decltype(&tjDestroy)> handle_;
+    Size size_;
+    int colours_ = TJCS_RGB;
+};
+
+Size scaledSize(Size size, Size target) {
+    // Only these are decoded with a shorter transform written for the processor.
+    for (const int part : {8, 4, 2}) {
+        const tjscalingfactor factor{1, part};
+        const Size scaled{TJSCALED(size.width, factor), TJSCALED(size.height, factor)};
+        if (scaled.width >= 2 * target.width && scaled.height >= 2 * target.height) {
+            return scaled;
+        }
+    }
+    return size;
+}
+
+// Printing colours as TurboJPEG gives them, which is as files hold them: turned round.
+void toScreenColours(Bytes &pixels) {
+    unsigned char *to = pixels.data();
+    for (std::size_t at = 0; at + 4 <= pixels.size(); at += 4) {
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            *to++ = static_cast<unsigned char>((pixels[at + channel] * pixels[at + 3] + 127) / 255);
+        }
+    }
+    pixels.resize(pixels.size() / 4 * 3);
+}
+
+// Whether the decoder's last complaint is about bytes that it skipped without loss.
+bool Decoder::isHarmless() const {
+    return std::string_view(tjGetErrorStr2(handle_.get())).find("extraneous bytes") != std::string_view::npos;
+}
+
+bool Decoder::decompress(Size scaled, int format, int flags, Bytes &pixels) {
+    return tjDecompress2(handle_.get(), data_.data(), data_.size(), pixels.data(), scaled.width, 0,
+                         scaled.height, format, flags | TJFLAG_LIMITSCANS) == 0;
+}
+
+Outcome Decoder::decode(Size target, Bytes &pixels, Size &scaled, int &channels) {
+    scaled = scaledSize(size_, target);
+    int format = TJPF_RGB;
+    channels = 3;
+    if (colours_ == TJCS_GRAY) {
+        format = TJPF_GRAY;
+        channels = 1;
+    } else if (colours_ == TJCS_CMYK || colours_ == TJCS_YCCK) {
+        format = TJPF_CMYK;
+        channels = 4;
+    }
+    pixels.resize(std::size_t{1} * scaled.width * scaled.height * channels);
+    // Its warnings tell of missing and damaged data; the first that matters ends the work.
+    bool whole = decompress(scaled, format, TJFLAG_STOPONWARNING, pixels);
+    if (!whole && isHarmless()) {
+        whole = decompress(scaled, format, 0, pixels) || isHarmless();
+    }
+    if (!whole) {
+        return {MRB_ERR_CORRUPT, std::string("The picture is damaged: ") + tjGetErrorStr2(handle_.get())};
+    }
+    if (format == TJPF_CMYK) {
+        toScreenColours(pixels);
+        channels = 3;
+    }
+    return {};
+}
+
+VipsPicture pictureOf(const Bytes &pixels, Size size, int channels, const Bytes &profile) {
+    VipsPicture picture(vips_image_new_from_memory(pixels.data(), pixels.size(), size.width, size.height,
+                                                   channels, VIPS_FORMAT_UCHAR));
+    if (picture) {
+        picture->Type = channels == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
+        if (!profile.empty()) {
+            vips_image_set_blob_copy(picture.get(), VIPS_META_ICC_NAME, profile.data(), profile.size());
+        }
+    }
+    return picture;
+}
+
+Outcome resize(const Bytes &pixels, Size size, int channels, const Bytes &profile, Size target,
+               const StopSign &stop, Image &image) {
+    if (Outcome ready = useVips(); ready.code != MRB_ERR_NONE) {
+        return ready;
+    }
+    VipsPicture picture = pictureOf(pixels, size, channels, profile);
+    if (picture && size != target) {
+        VipsImage *resized = nullptr;
+        vips_resize(picture.get(), &resized, static_cast<double>(target.width) / size.width, "vscale",
+                    static_cast<double>(target.height) / size.height, nullptr);
+        picture.reset(resized);
+    }
+    return picture ? render(std::move(picture), stop, image) : vipsFailure();
+}
+
+// Decodes to the size that a picture of `original` pixels has in the box.
+Outcome decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
+                 const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    const int applied = request.orientation != 0 ? request.orientation : orientation;
+    const Size target = fit(original, turned({request.width, request.height}, applied));
+    Bytes pixels;
+    Size scaled;
+    int channels = 0;
+    Outcome outcome = decoder.decode(target, pixels, scaled, channels);
+    if (outcome.code == MRB_ERR_NONE && stop.isUp()) {
+        outcome = stop.outcome();
+    }
+    Image image;
+    if (outcome.code == MRB_ERR_NONE) {
+        const bool coloured = channels == 3;
+        outcome = resize(pixels, scaled, channels, coloured ? profile : Bytes(), target, stop, image);
+    }
+    if (outcome.code == MRB_ERR_NONE) {
+        addImage(std::move(image), original, orientation, request, decoded);
+    }
+    return outcome;
+}
+
+bool sameProportions(Size small, Size large) {
+    const double width = static_cast<double>(large.width) * small.height / large.height;
+    const double height = static_cast<double>(large.height) * small.width / large.width;
+    return std::abs(width - small.width) <= 1 || std::abs(height - small.height) <= 1;
+}
+
+} // namespace
+
+Outcome decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    Decoder decoder(data);
+    const JpegSegments segments = readJpegSegments(data);
+    if (!decoder.readHeader()) {
+        return {MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."};
+    }
+    // A progressive picture is kept whole, as coefficients of two bytes. So it may be
+    // when the decoder skips what the segments were lost at.
+    const bool kept = segments.progressive || !segments.complete;
+    Outcome allowed = checkPictureSize(decoder.size().width, decoder.size().height, kept ? 6 : 3);
+    if (allowed.code != MRB_ERR_NONE) {
+        return allowed;
+    }
+    return decodeTo(decoder.size(), decoder, segments.profile, readExif(segments.exif).orientation, request,
+                    stop, decoded);
+}
+
+bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    const JpegSegments segments = readJpegSegments(head);
+    const ExifFacts exif = readExif(segments.exif);
+    Decoder whole(head);
+    if (!segments.complete || exif.picture.empty() || !whole.readHeader()) {
+        return false;
+    }
+    Decoder small(exif.picture);
+    if (!small.readHeader() ||
+        checkPictureSize(small.size().width, small.size().height, 3).code != MRB_ERR_NONE) {
+        return false;
+    }
+    const int orientation = request.orientation != 0 ? request.orientation : exif.orientation;
+    const Size target = fit(whole.size(), turned({request.width, request.height}, orientation));
+    // Some cameras put bars beside it; then it is not the picture.
+    if (small.size().width < target.width || small.size().height < target.height ||
+        !sameProportions(small.size(), whole.size())) {
+        return false;
+    }
+    decoded.embedded =
+        decodeTo(whole.size(), small, segments.profile, exif.orientation, request, stop, decoded).code ==
+        MRB_ERR_NONE;
+    return decoded.embedded;
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "thumbnail/decode/jpeg_segments.h"
+
+namespace mrb::thumbnail {
+
+// Decodes a whole JPEG file.
+Outcome decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+
+// Takes the small picture in the EXIF data of a JPEG whose beginning is `head`.
+// False when there is none, or it is too small, or does not show the whole
+// picture; `decoded` is then as it was.
+bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,67 @@
+#include "thumbnail/decode/media_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "thumbnail/decode/limits.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// Between two pieces a reader asks whether it is still wanted.
+constexpr std::int64_t PIECE = 1 << 20;
+
+} // namespace
+
+Outcome MediaFile::open(const std::string &path) {
+    // Without O_NONBLOCK a pipe that nobody writes to would be waited for.
+    file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file_) {
+        return outcomeOfErrno(errno, path);
+    }
+    struct stat facts {};
+    if (fstat(file_.number(), &facts) != 0) {
+        return outcomeOfErrno(errno, path);
+    }
+    if (!S_ISREG(facts.st_mode)) {
+        return {MRB_ERR_NOT_SUPPORTED, path + ": not a file"};
+    }
+    identity_ = {facts.st_size, std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec};
+    return {};
+}
+
+Outcome MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) const {
+    // The file's size is a hint: it may shrink meanwhile.
+    count = std::min(count, identity_.size);
+    auto have = static_cast<std::int64_t>(bytes.size());
+    bytes.resize(static_cast<std::size_t>(std::max(count, have)));
+    while (have < count) {
+        const auto piece = static_cast<std::size_t>(std::min(PIECE, count - have));
+        const ssize_t got = pread(file_.number(), bytes.data() + have, piece, have);
+        if (got < 0 && errno != EINTR) {
+            return outcomeOfErrno(errno, "reading");
+        }
+        if (got == 0) {
+            bytes.resize(static_cast<std::size_t>(have));
+            break;
+        }
+        have += std::max<ssize_t>(got, 0);
+        if (stop.isUp()) {
+            return stop.outcome();
+        }
+    }
+    return {};
+}
+
+Outcome MediaFile::readAll(const StopSign &stop, Bytes &bytes) const {
+    if (identity_.size > MOST_FILE_BYTES) {
+        return {MRB_ERR_OUT_OF_MEMORY, "The picture's file is larger than those that are decoded."};
+    }
+    return read(identity_.size, stop, bytes);
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,60 @@
+#include "thumbnail/decode/orientation.h"
+
+#include <cstring>
+#include <utility>
+
+#include "thumbnail/decode/fit.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// Where the pixels of an upright row come from: the first one, and how far on the
+// next one in the row and the row below are, in pixels of the stored picture.
+struct Walk {
+    std::ptrdiff_t first, right, down;
+};
+
+Walk walkOf(int orientation, std::ptrdiff_t width, std::ptrdiff_t height) {
+    const std::ptrdiff_t last = width * height - 1;
+    switch (orientation) {
+    case 2: // mirrored
+        return {width - 1, -1, width};
+    case 3: // upside down
+        return {last, -1, -width};
+    case 4: // mirrored and upside down
+        return {width * (height - 1), 1, -width};
+    case 5: // mirrored and on its left side
+        return {0, width, 1};
+    case 6: // on its left side: its left column, read upwards, is the top row
+        return {width * (height - 1), -width, 1};
+    case 7: // mirrored and on its right side
+        return {last, -width, -1};
+    case 8: // on its right side
+        return {width - 1, width, -1};
+    default:
+        return {0, 1, width};
+    }
+}
+
+} // namespace
+
+Image turnUpright(Image image, int orientation) {
+    if (orientation <= 1 || orientation > 8) {
+        return image;
+    }
+    const Size size = turned({image.width, image.height}, orientation);
+    Image upright = makeImage(size.width, size.height);
+    upright.timeStamp = image.timeStamp;
+    const Walk walk = walkOf(orientation, image.width, image.height);
+    const unsigned char *stored = image.pixels.get();
+    unsigned char *to = upright.pixels.get();
+    for (int row = 0; row < size.height; ++row) {
+        std::ptrdiff_t at = walk.first + row * walk.down;
+        for (int column = 0; column < size.width; ++column, at += walk.right, to += 4) {
+            std::memcpy(to, stored + at * 4, 4);
+        }
+    }
+    return upright;
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,50 @@
+#include "thumbnail/decode/picture.h"
+
+#include <utility>
+
+#include "thumbnail/decode/jpeg.h"
+#include "thumbnail/decode/orientation.h"
+#include "thumbnail/decode/video.h"
+#include "thumbnail/decode/vips_picture.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// Where a camera's EXIF data and the frame header behind them end, as a rule.
+constexpr std::int64_t HEAD_BYTES = 128 << 10;
+
+} // namespace
+
+void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded) {
+    decoded.orientation = request.orientation != 0 ? request.orientation : orientation;
+    const Size upright = turned(original, decoded.orientation);
+    decoded.originalWidth = upright.width;
+    decoded.originalHeight = upright.height;
+    decoded.images.push_back(turnUpright(std::move(image), decoded.orientation));
+}
+
+Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    return isJpeg(data) ? decodeJpeg(data, request, stop, decoded)
+                        : decodeWithVips(data, request, stop, decoded);
+}
+
+Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                          Decoded &decoded) {
+    Bytes data;
+    Outcome outcome = file.read(HEAD_BYTES, stop, data);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    if (isJpeg(data) && decodeEmbedded(data, request, stop, decoded)) {
+        return {};
+    }
+    outcome = file.readAll(stop, data);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    outcome = decodePicture(data, request, stop, decoded);
+    // A format that is no everyday picture's may still be one that players know.
+    return outcome.code == MRB_ERR_NOT_SUPPORTED ? decodeStill(file, request, stop, decoded) : outcome;
+}
+
+} // namespace mrb::thumbnail

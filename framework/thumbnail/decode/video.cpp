@@ -1,0 +1,140 @@
+#include "thumbnail/decode/video.h"
+
+extern "C" {
+#include <libavutil/display.h>
+}
+
+#include <cmath>
+#include <utility>
+
+#include "thumbnail/decode/frame_image.h"
+#include "thumbnail/decode/frame_reader.h"
+#include "thumbnail/decode/picture.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// The formats that broadcasters, cameras and phones use. libav knows many more, some
+// of which fetch what a file names.
+constexpr const char *VIDEO_FORMATS = "mov,matroska,avi,mpeg,mpegts,mpegvideo,asf,flv,ogg,rm,h264,hevc,m4v";
+constexpr const char *STILL_FORMATS = "bmp_pipe";
+
+// The first frame shown lies at this part of the running time, past black beginnings
+// and studios' marks; the last one as far from the end.
+constexpr double EDGE = 0.1;
+
+const std::int32_t *displayMatrix(const AVStream &stream) {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
+    const AVPacketSideData *data = av_packet_side_data_get(
+        stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
+    return data != nullptr && data->size >= 9 * sizeof(std::int32_t)
+               ? reinterpret_cast<const std::int32_t *>(data->data)
+               : nullptr;
+#else
+    std::size_t size = 0;
+    const std::uint8_t *data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    return data != nullptr && size >= 9 * sizeof(std::int32_t) ? reinterpret_cast<const std::int32_t *>(data)
+                                                               : nullptr;
+#endif
+}
+
+// The EXIF orientation that says the same as the stream's rotation.
+int orientationOf(const AVStream &stream) {
+    const std::int32_t *matrix = displayMatrix(stream);
+    const double counterClockwise = matrix != nullptr ? av_display_rotation_get(matrix) : 0;
+    if (std::isnan(counterClockwise)) {
+        return 1;
+    }
+    switch ((static_cast<int>(std::lround(-counterClockwise / 90)) % 4 + 4) % 4) {
+    case 1:
+        return 6;
+    case 2:
+        return 3;
+    case 3:
+        return 8;
+    default:
+        return 1;
+    }
+}
+
+AVRational aspectOf(const AVFrame &frame, const AVStream &stream) {
+    return stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : frame.sample_aspect_ratio;
+}
+
+Outcome addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeRequest &request,
+                 Decoded &decoded) {
+    const AVStream &stream = reader.stream();
+    const int stored = orientationOf(stream);
+    const int applied = request.orientation != 0 ? request.orientation : stored;
+    const Size shown = displaySize(frame.width, frame.height, aspectOf(frame, stream));
+    Size target = fit(shown, turned({request.width, request.height}, applied));
+    if (!decoded.images.empty()) {
+        // A stream may change its size; the images of one result do not.
+        target = turned({decoded.images[0].width, decoded.images[0].height}, applied);
+    }
+    Image image;
+    Outcome outcome = imageOf(frame, target, image);
+    if (outcome.code == MRB_ERR_NONE) {
+        image.timeStamp = reader.lastMilliseconds();
+        addImage(std::move(image), shown, stored, request, decoded);
+    }
+    return outcome;
+}
+
+// Whether images of this size are small enough for a coarse decoding not to show.
+bool isSmallFor(const AVStream &stream, const DecodeRequest &request) {
+    const Size size{stream.codecpar->width, stream.codecpar->height};
+    return size.width >= 2 * request.width && size.height >= 2 * request.height;
+}
+
+} // namespace
+
+Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                    Decoded &decoded) {
+    AvInput input(file, stop);
+    Outcome outcome = input.open(VIDEO_FORMATS);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    FrameReader reader(input, stop);
+    outcome = reader.open(true);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    reader.setLossy(isSmallFor(reader.stream(), request));
+    const std::int64_t duration = reader.duration();
+    decoded.duration = duration > 0 ? reader.milliseconds(reader.start() + duration) : -1;
+    for (int index = 0; index < request.frames; ++index) {
+        const double part = request.frames > 1 ? EDGE + (1 - 2 * EDGE) * index / (request.frames - 1) : EDGE;
+        const AVFrame *frame = nullptr;
+        outcome = reader.read(reader.start() + std::llround(static_cast<double>(duration) * part), frame);
+        if (outcome.code == MRB_ERR_NONE && frame != nullptr) {
+            outcome = addFrame(*frame, reader, request, decoded);
+        }
+        if (outcome.code != MRB_ERR_NONE) {
+            break;
+        }
+    }
+    // A file that is damaged further on still has the frames in front of that.
+    return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Outcome{} : outcome;
+}
+
+Outcome decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                    Decoded &decoded) {
+    AvInput input(file, stop);
+    Outcome outcome = input.open(STILL_FORMATS);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome.code == MRB_ERR_CORRUPT
+                   ? Outcome{MRB_ERR_NOT_SUPPORTED, "The file is no picture of a known format."}
+                   : outcome;
+    }
+    FrameReader reader(input, stop);
+    outcome = reader.open(false);
+    const AVFrame *frame = nullptr;
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = reader.read(0, frame);
+    }
+    return outcome.code == MRB_ERR_NONE ? addFrame(*frame, reader, request, decoded) : outcome;
+}
+
+} // namespace mrb::thumbnail

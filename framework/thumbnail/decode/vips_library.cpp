@@ -1,0 +1,116 @@
+#include "thumbnail/decode/vips_library.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace mrb::thumbnail {
+namespace {
+
+void ignoreLogLine(const gchar * /*domain*/, GLogLevelFlags /*level*/, const gchar * /*text*/,
+                   gpointer /*data*/) {}
+
+bool startVips() {
+    // What is wrong with a picture goes into its result, not to standard error.
+    for (const char *domain : {"VIPS", "GLib-GObject"}) {
+        const auto levels = domain[0] == 'V' ? G_LOG_LEVEL_MASK : G_LOG_LEVEL_INFO;
+        g_log_set_handler(domain, static_cast<GLogLevelFlags>(levels), ignoreLogLine, nullptr);
+    }
+    if (vips_init("mrb") != 0) {
+        return false;
+    }
+    // Pictures are decoded side by side, one to a core, and none of them twice.
+    vips_concurrency_set(1);
+    vips_cache_set_max(0);
+    return true;
+}
+
+// What libvips keeps for a thread goes with the thread.
+struct ThreadEnd {
+    ~ThreadEnd() { vips_thread_shutdown(); }
+};
+
+void stopWhenAsked(VipsImage *image, VipsProgress * /*progress*/, gpointer data) {
+    if (static_cast<const StopSign *>(data)->isUp()) {
+        vips_image_set_kill(image, TRUE);
+    }
+}
+
+// To sRGB: by the picture's own profile, or by what its colours usually mean.
+bool toScreenColours(VipsPicture &picture) {
+    const bool profiled = vips_image_get_typeof(picture.get(), VIPS_META_ICC_NAME) != 0;
+    const bool printed = vips_image_get_interpretation(picture.get()) == VIPS_INTERPRETATION_CMYK;
+    VipsImage *converted = nullptr;
+    if (profiled || printed) {
+        if (vips_icc_transform(picture.get(), &converted, "srgb", "embedded", TRUE, "depth", 8, nullptr) ==
+            0) {
+            picture.reset(converted);
+        } else {
+            // A damaged profile does not spoil the picture.
+            vips_error_clear();
+        }
+    }
+    if (vips_colourspace(picture.get(), &converted, VIPS_INTERPRETATION_sRGB, nullptr) != 0) {
+        return false;
+    }
+    picture.reset(converted);
+    if (vips_cast_uchar(picture.get(), &converted, nullptr) != 0) {
+        return false;
+    }
+    picture.reset(converted);
+    return true;
+}
+
+} // namespace
+
+Outcome useVips() {
+    static std::once_flag once;
+    static bool started = false;
+    std::call_once(once, [] { started = startVips(); });
+    if (!started) {
+        return {MRB_ERR_NOT_INITIALIZED, "libvips cannot be started."};
+    }
+    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): it ends with its thread, a worker
+    static thread_local const ThreadEnd threadEnd;
+    static_cast<void>(&threadEnd);
+    vips_error_clear();
+    return {};
+}
+
+Outcome vipsFailure() {
+    std::string text = vips_error_buffer();
+    vips_error_clear();
+    std::ranges::replace(text, '\n', ' ');
+    return {MRB_ERR_CORRUPT, "The picture is damaged: " + text};
+}
+
+Outcome render(VipsPicture picture, const StopSign &stop, Image &image) {
+    if (!toScreenColours(picture)) {
+        return vipsFailure();
+    }
+    vips_image_set_progress(picture.get(), TRUE);
+    // The handler goes with the picture, which ends here; the sign is only read.
+    g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked), const_cast<StopSign *>(&stop));
+    std::size_t size = 0;
+    const std::unique_ptr<unsigned char, decltype(&g_free)> memory(
+        static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)), g_free);
+    if (!memory) {
+        const Outcome failure = vipsFailure();
+        return stop.isUp() ? stop.outcome() : failure;
+    }
+    const int bands = vips_image_get_bands(picture.get());
+    if (bands < 3) {
+        return {MRB_ERR_NOT_SUPPORTED, "The picture has no colours that a screen shows."};
+    }
+    image = makeImage(vips_image_get_width(picture.get()), vips_image_get_height(picture.get()));
+    const unsigned char *from = memory.get();
+    unsigned char *to = image.pixels.get();
+    for (std::size_t left = image.bytes() / 4; left > 0; --left, from += bands, to += 4) {
+        to[0] = from[2];
+        to[1] = from[1];
+        to[2] = from[0];
+        to[3] = bands > 3 ? from[3] : 0xFF;
+    }
+    return {};
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <vips/vips.h>
+
+#include <memory>
+#include <string>
+
+#include "base/result.h"
+#include "thumbnail/decode/fit.h"
+#include "thumbnail/decoding.h"
+
+namespace mrb::thumbnail {
+
+struct Unref {
+    void operator()(void *object) const { g_object_unref(object); }
+};
+using VipsPicture = std::unique_ptr<VipsImage, Unref>;
+
+// Makes libvips ready for the calling thread: quiet, without threads or a cache of
+// its own making.
+Outcome useVips();
+
+// What libvips last complained of on this thread, as the reason why a picture is damaged.
+Outcome vipsFailure();
+
+// Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its
+// colours were. Throws std::bad_alloc.
+Outcome render(VipsPicture picture, const StopSign &stop, Image &image);
+
+} // namespace mrb::thumbnail

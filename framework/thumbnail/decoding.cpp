@@ -1,0 +1,18 @@
+#include "thumbnail/decoding.h"
+
+#include <new>
+
+namespace mrb::thumbnail {
+
+Image makeImage(int width, int height) {
+    Image image;
+    image.width = width;
+    image.height = height;
+    image.pixels.reset(static_cast<unsigned char *>(std::malloc(image.bytes())));
+    if (!image.pixels) {
+        throw std::bad_alloc();
+    }
+    return image;
+}
+
+} // namespace mrb::thumbnail

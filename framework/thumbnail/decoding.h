@@ -1,0 +1,100 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "base/result.h"
+
+namespace mrb::thumbnail {
+
+// What is to be made of a file.
+struct DecodeRequest {
+    std::string path;    // absolute
+    int mediaType = 0;   // an MRB_ITEM_TYPE_ of mrb/agent.h; 0: as the file's name says
+    int orientation = 0; // an EXIF orientation from 1 to 8; 0: as the file says
+    int width = 0;       // pixels of the box that the images fit into, at least 1
+    int height = 0;
+    int frames = 1; // 1 to 5; only videos have more than one
+
+    bool operator==(const DecodeRequest &) const = default;
+    [[nodiscard]] auto order() const { return std::tie(path, mediaType, orientation, width, height, frames); }
+    bool operator<(const DecodeRequest &other) const { return order() < other.order(); }
+};
+
+// Tells a decoder that nobody wants its work any more, or that it took too long.
+// Shared by the decoding thread, which alone calls begin, and any thread that raises it.
+class StopSign {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    void begin(Clock::duration limit) { deadline_ = Clock::now() + limit; }
+    void raise() { raised_.store(true, std::memory_order_relaxed); }
+    [[nodiscard]] bool raised() const { return raised_.load(std::memory_order_relaxed); }
+    // Asked often, so it must be cheap: a look at the clock.
+    [[nodiscard]] bool isUp() const { return raised() || Clock::now() >= deadline_; }
+    [[nodiscard]] Outcome outcome() const {
+        return raised() ? Outcome{MRB_ERR_CANCELLED, "The request was cancelled."}
+                        : Outcome{MRB_ERR_TIMEOUT, "Decoding took too long."};
+    }
+
+  private:
+    std::atomic<bool> raised_{false};
+    Clock::time_point deadline_ = Clock::time_point::max();
+};
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+
+// Rows from top to bottom without gaps, four bytes a pixel: blue, green, red, alpha
+// (not multiplied in). From malloc, since clients free it.
+struct Image {
+    std::unique_ptr<unsigned char, Free> pixels;
+    int width = 0;
+    int height = 0;
+    std::int64_t timeStamp = 0; // milliseconds from the start of a video
+
+    [[nodiscard]] std::size_t bytes() const { return std::size_t{4} * width * height; }
+};
+
+// An image of unset pixels. Throws std::bad_alloc.
+Image makeImage(int width, int height);
+
+// Which state of a file was decoded.
+struct FileIdentity {
+    std::int64_t size = 0;     // bytes
+    std::int64_t modified = 0; // nanoseconds since 1970
+    bool operator==(const FileIdentity &) const = default;
+};
+
+struct Decoded {
+    Outcome outcome;
+    std::vector<Image> images; // all of one size; empty unless the outcome is MRB_ERR_NONE
+    int originalWidth = 0;     // pixels of the original as it is shown, turned upright
+    int originalHeight = 0;
+    int orientation = 1;        // the EXIF orientation that was applied
+    bool embedded = false;      // the small picture in the file's EXIF data was used
+    std::int64_t duration = -1; // milliseconds of a video; -1: unknown, or none
+    std::string preset;         // the preset buffer of an image out of the flash cache
+    FileIdentity source;
+};
+
+// Decodes on the calling thread. Never throws; whatever happens is in the outcome.
+using Decode = void(const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+
+// Loads what the decoders would load with their first picture. Never throws.
+using StartDecoders = void();
+
+// What the decoders' library exports.
+extern "C" [[gnu::visibility("default")]] Decode mrb_decode_thumbnail;
+extern "C" [[gnu::visibility("default")]] StartDecoders mrb_start_decoders;
+inline constexpr const char *DECODE_SYMBOL = "mrb_decode_thumbnail";
+inline constexpr const char *START_SYMBOL = "mrb_start_decoders";
+
+} // namespace mrb::thumbnail

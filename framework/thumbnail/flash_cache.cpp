@@ -1,0 +1,290 @@
+#include "thumbnail/flash_cache.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <utility>
+
+#include "base/log.h"
+#include "thumbnail/flash_picture.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+using Kind = FlashLine::Kind;
+
+// Lines that say nothing any more, as many as these and the entries, and the list is
+// written anew.
+constexpr std::size_t SPARE_LINES = 256;
+
+FileIdentity identityOf(const std::string &path) {
+    struct stat facts {};
+    if (stat(path.c_str(), &facts) != 0) {
+        return {};
+    }
+    return {facts.st_size, std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec};
+}
+
+bool writeAt(int file, const std::string &text, std::int64_t offset) {
+    return pwrite(file, text.data(), text.size(), offset) == static_cast<ssize_t>(text.size());
+}
+
+} // namespace
+
+// While it lives it is this process's turn: no other one changes the cache.
+class FlashCache::Turn {
+  public:
+    explicit Turn(const FlashCache &cache) : file_(cache.turns_.number()) {
+        while (flock(file_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    ~Turn() { flock(file_, LOCK_UN); }
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+
+  private:
+    int file_;
+};
+
+Outcome FlashCache::open(const std::string &list) {
+    const std::lock_guard guard(lock_);
+    std::error_code error;
+    std::filesystem::create_directories(list + ".d", error);
+    Descriptor turns(::open((list + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (error || !turns) {
+        return outcomeOfErrno(error ? error.value() : errno, list);
+    }
+    list_ = list;
+    turns_ = std::move(turns);
+    journal_ = Descriptor();
+    const Turn turn(*this);
+    if (!refresh()) {
+        Outcome outcome = outcomeOfErrno(errno, list);
+        turns_ = Descriptor();
+        return outcome;
+    }
+    dropStrangers();
+    return {};
+}
+
+std::string FlashCache::pictureOf(std::uint64_t id) const {
+    return list_ + ".d/" + std::to_string(id) + ".bmp";
+}
+
+// Catches up with what other processes wrote since the last turn.
+bool FlashCache::refresh() {
+    struct stat facts {};
+    const bool there = stat(list_.c_str(), &facts) == 0;
+    if (!journal_ || !there || facts.st_ino != inode_ || facts.st_size < read_) {
+        journal_ = Descriptor(::open(list_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+        if (!journal_ || fstat(journal_.number(), &facts) != 0) {
+            return false;
+        }
+        inode_ = facts.st_ino;
+        entries_.clear();
+        ids_.clear();
+        uses_.clear();
+        usedAt_.clear();
+        bytes_ = 0;
+        lines_ = 0;
+        read_ = 0;
+    }
+    return facts.st_size == read_ || readFrom(read_);
+}
+
+bool FlashCache::readFrom(std::int64_t offset) {
+    std::string text;
+    char piece[64 << 10];
+    ssize_t got = 0;
+    while ((got = pread(journal_.number(), piece, sizeof piece, offset)) > 0) {
+        text.append(piece, static_cast<std::size_t>(got));
+        offset += got;
+    }
+    if (got < 0) {
+        return false;
+    }
+    // What follows the last line feed was cut short by a crash; the next line goes there.
+    std::size_t at = 0;
+    for (std::size_t end = 0; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+        ++lines_;
+        if (auto line = readLine(std::string_view(text).substr(at, end - at))) {
+            apply(std::move(*line));
+        }
+    }
+    read_ += static_cast<std::int64_t>(at);
+    return true;
+}
+
+void FlashCache::apply(FlashLine line) {
+    const std::uint64_t id = line.entry.id;
+    if (line.kind == Kind::REMOVED) {
+        forget(id);
+        return;
+    }
+    if (line.kind == Kind::ADDED) {
+        forget(id);
+        if (const auto same = ids_.find(line.entry.key); same != ids_.end()) {
+            forget(same->second);
+        }
+        lastId_ = std::max(lastId_, id);
+        bytes_ += line.entry.bytes();
+        ids_[line.entry.key] = id;
+        entries_[id] = std::move(line.entry);
+    } else if (entries_.count(id) == 0) {
+        return;
+    }
+    if (const auto used = usedAt_.find(id); used != usedAt_.end()) {
+        uses_.erase(used->second);
+    }
+    uses_[++lastUse_] = id;
+    usedAt_[id] = lastUse_;
+}
+
+void FlashCache::forget(std::uint64_t id) {
+    const auto found = entries_.find(id);
+    if (found == entries_.end()) {
+        return;
+    }
+    bytes_ -= found->second.bytes();
+    ids_.erase(found->second.key);
+    uses_.erase(usedAt_[id]);
+    usedAt_.erase(id);
+    entries_.erase(found);
+}
+
+bool FlashCache::append(const FlashLine &line) {
+    const std::string text = textOf(line);
+    if (ftruncate(journal_.number(), read_) != 0 || !writeAt(journal_.number(), text, read_)) {
+        return false;
+    }
+    read_ += static_cast<std::int64_t>(text.size());
+    ++lines_;
+    apply(line);
+    return rewriteWhenLong();
+}
+
+bool FlashCache::remove(std::uint64_t id) {
+    FlashLine line;
+    line.kind = Kind::REMOVED;
+    line.entry.id = id;
+    const std::string picture = pictureOf(id);
+    return append(line) && (unlink(picture.c_str()) == 0 || errno == ENOENT);
+}
+
+bool FlashCache::makeRoom(std::int64_t bytes) {
+    while (!entries_.empty() && (bytes_ + bytes > limits_.bytes || entries_.size() >= limits_.entries)) {
+        if (!remove(uses_.begin()->second)) {
+            return false;
+        }
+    }
+    return bytes <= limits_.bytes;
+}
+
+bool FlashCache::rewriteWhenLong() {
+    if (lines_ <= 2 * entries_.size() + SPARE_LINES) {
+        return true;
+    }
+    std::string text;
+    for (const auto &[use, id] : uses_) {
+        text += textOf({Kind::ADDED, entries_[id]});
+    }
+    const std::string unfinished = list_ + ".new";
+    Descriptor file(::open(unfinished.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    struct stat facts {};
+    if (!file || !writeAt(file.number(), text, 0) || fdatasync(file.number()) != 0 ||
+        fstat(file.number(), &facts) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
+        return true; // the long list is as good
+    }
+    journal_ = std::move(file);
+    inode_ = facts.st_ino;
+    read_ = facts.st_size;
+    lines_ = entries_.size();
+    return true;
+}
+
+// Entries without their files, and files without entries, are what a crash leaves.
+void FlashCache::dropStrangers() {
+    std::set<std::string> known;
+    for (const auto &[id, entry] : Entries(entries_)) {
+        std::error_code error;
+        const std::string picture = pictureOf(id);
+        if (std::filesystem::file_size(picture, error) == static_cast<std::uintmax_t>(entry.bytes()) &&
+            !error) {
+            known.insert(picture);
+        } else {
+            remove(id);
+        }
+    }
+    std::error_code error;
+    for (const auto &file : std::filesystem::directory_iterator(list_ + ".d", error)) {
+        if (known.count(file.path().string()) == 0) {
+            std::filesystem::remove(file.path(), error);
+        }
+    }
+}
+
+bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char *preset) {
+    const std::lock_guard guard(lock_);
+    if (!turns_) {
+        return false;
+    }
+    const Turn turn(*this);
+    entry.preset = preset != nullptr;
+    if (entry.source == FileIdentity()) {
+        entry.source = identityOf(entry.key.path);
+    }
+    if (!refresh()) {
+        return false;
+    }
+    if (const auto same = ids_.find(entry.key); same != ids_.end() && !remove(same->second)) {
+        return false;
+    }
+    entry.id = lastId_ + 1;
+    if (!makeRoom(entry.bytes()) ||
+        !writeFlashPicture(pictureOf(entry.id), pixels, entry.width, entry.height, preset)) {
+        MRB_LOG_WARNING("No thumbnail of \"%s\" is kept in %s.", entry.key.path.c_str(), list_.c_str());
+        return false;
+    }
+    return append({Kind::ADDED, std::move(entry)});
+}
+
+bool FlashCache::find(const DecodeRequest &request, Decoded &decoded) {
+    const std::lock_guard guard(lock_);
+    if (!turns_ || request.frames != 1) {
+        return false;
+    }
+    const Turn turn(*this);
+    const FlashKey key{request.path, request.width, request.height, request.orientation, 1, 0};
+    if (!refresh() || ids_.count(key) == 0) {
+        return false;
+    }
+    const FlashEntry entry = entries_[ids_[key]];
+    Image image;
+    image.width = entry.width;
+    image.height = entry.height;
+    if (identityOf(request.path) != entry.source ||
+        !readFlashPicture(pictureOf(entry.id), image, entry.preset ? &decoded.preset : nullptr)) {
+        decoded.preset.clear();
+        remove(entry.id);
+        return false;
+    }
+    decoded.source = entry.source;
+    decoded.originalWidth = entry.whole ? entry.width : 0;
+    decoded.originalHeight = entry.whole ? entry.height : 0;
+    decoded.images.push_back(std::move(image));
+    if (uses_.rbegin()->second != entry.id) {
+        FlashLine line;
+        line.kind = Kind::USED;
+        line.entry.id = entry.id;
+        append(line);
+    }
+    return true;
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "base/descriptor.h"
+#include "thumbnail/flash_entry.h"
+
+namespace mrb::thumbnail {
+
+// The flash thumbnail cache: a list file and, in a folder beside it, one file for each
+// image. Owned by the thumbnail service; any thread may call it, and other processes
+// may use the same list.
+//
+// The list is a journal that is only ever appended to, or replaced as a whole. An
+// image's file is complete before its line is written, so a crash at any moment costs
+// at most what was being added.
+class FlashCache {
+  public:
+    struct Limits {
+        std::int64_t bytes = std::int64_t{128} << 20; // of all images
+        std::size_t entries = 8192;
+    };
+
+    FlashCache() = default;
+    explicit FlashCache(Limits limits) : limits_(limits) {}
+    FlashCache(const FlashCache &) = delete;
+    FlashCache &operator=(const FlashCache &) = delete;
+
+    // Opens the cache whose list is the file `list`, made with its folders when it is
+    // not there; the one that was open before is closed.
+    Outcome open(const std::string &list);
+
+    // Keeps an image in place of one with the same key; the least recently used ones
+    // make room for it. `entry.id` is chosen here. `pixels` are the entry's width x
+    // height x 4 bytes, `preset` null or MRB_THUMB_PRESET_BYTES bytes. False: no cache
+    // is open, or the image could not be written or is larger than the cache.
+    bool save(FlashEntry entry, const unsigned char *pixels, const char *preset);
+
+    // The image that answers a request for a single one, unless the file is another
+    // one by now.
+    bool find(const DecodeRequest &request, Decoded &decoded);
+
+  private:
+    class Turn;
+    using Entries = std::map<std::uint64_t, FlashEntry>;
+
+    [[nodiscard]] std::string pictureOf(std::uint64_t id) const;
+    bool refresh();
+    bool readFrom(std::int64_t offset);
+    void apply(FlashLine line);
+    void forget(std::uint64_t id);
+    bool append(const FlashLine &line);
+    bool remove(std::uint64_t id);
+    bool makeRoom(std::int64_t bytes);
+    bool rewriteWhenLong();
+    void dropStrangers();
+
+    const Limits limits_{};
+    std::mutex lock_; // guards what follows
+    std::string list_;
+    Descriptor turns_; // the file whose lock says which process's turn it is
+    Descriptor journal_;
+    std::uint64_t inode_ = 0; // of the journal
+    std::int64_t read_ = 0;   // bytes of the journal that are known
+    std::size_t lines_ = 0;
+    std::int64_t bytes_ = 0; // of all images
+    std::uint64_t lastId_ = 0;
+    std::uint64_t lastUse_ = 0;
+    Entries entries_;
+    std::map<FlashKey, std::uint64_t> ids_;
+    std::map<std::uint64_t, std::uint64_t> uses_;   // the ids by their last use, the oldest first
+    std::map<std::uint64_t, std::uint64_t> usedAt_; // and back
+};
+
+} // namespace mrb::thumbnail

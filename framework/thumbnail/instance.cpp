@@ -1,0 +1,58 @@
+// The process's thumbnail service, and its end.
+
+#include <link.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+#include "thumbnail/decoders.h"
+#include "thumbnail/service.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// How long a process that ends waits for decoders and answers.
+constexpr auto FAREWELL = std::chrono::seconds(2);
+
+void endService() { ThumbnailService::instance().shutDown(std::chrono::steady_clock::now() + FAREWELL); }
+
+int readAdditions(dl_phdr_info *info, std::size_t /*size*/, void *additions) {
+    *static_cast<unsigned long long *>(additions) = info->dlpi_adds;
+    return 1; // every library would say the same
+}
+
+// Handlers run in the reverse order of their registration, and a library's objects are
+// destroyed among them. Our threads must end before any library that they use, so the
+// handler is registered again whenever libraries were loaded: some are loaded late, with
+// the first picture of a kind. To end twice does no harm.
+void endBeforeLibraries() {
+    static std::atomic<unsigned long long> known{0};
+    unsigned long long additions = 0;
+    dl_iterate_phdr(readAdditions, &additions);
+    if (known.exchange(additions) != additions) {
+        std::atexit(endService);
+    }
+}
+
+void decodeForReal(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    Decode &work = decoders();
+    endBeforeLibraries();
+    work(request, stop, decoded);
+    endBeforeLibraries();
+}
+
+} // namespace
+
+ThumbnailService &ThumbnailService::instance() {
+    // Never destroyed: threads that are left behind, and clients that come late, still use it.
+    static ThumbnailService &service = []() -> ThumbnailService & {
+        const unsigned cores = std::thread::hardware_concurrency();
+        auto &made = *new ThumbnailService(decodeForReal, cores > 0 ? cores : 1);
+        std::atexit(endService);
+        return made;
+    }();
+    return service;
+}
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,116 @@
+#include "thumbnail/jobs.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mrb::thumbnail {
+namespace {
+
+bool isOfCamera(const std::shared_ptr<Job> &job) { return job->request.sourceType == MRB_THUMB_SOURCE_PTP; }
+
+} // namespace
+
+void Jobs::add(const Request &request, Waiter waiter) {
+    const auto found = open_.find(request);
+    if (found != open_.end()) {
+        found->second->waiters.push_back(waiter);
+        // Moved to the front when it waits; the list is no longer than what was asked for.
+        const auto place = std::ranges::find(waiting_, found->second);
+        if (place != waiting_.end()) {
+            waiting_.splice(waiting_.begin(), waiting_, place);
+        }
+        return;
+    }
+    const auto job = std::make_shared<Job>();
+    job->request = request;
+    job->waiters.push_back(waiter);
+    waiting_.push_front(job);
+    try {
+        open_.emplace(request, job);
+    } catch (...) {
+        waiting_.pop_front();
+        throw;
+    }
+}
+
+std::shared_ptr<Job> Jobs::take() {
+    decoding_.splice(decoding_.begin(), waiting_, waiting_.begin());
+    return decoding_.front();
+}
+
+void Jobs::finish(const std::shared_ptr<Job> &job) {
+    forget(job);
+    answering_.splice(answering_.begin(), decoding_, std::ranges::find(decoding_, job));
+}
+
+void Jobs::remove(const std::shared_ptr<Job> &job) { answering_.remove(job); }
+
+// Nobody joins it any more.
+void Jobs::forget(const std::shared_ptr<Job> &job) {
+    const auto found = open_.find(job->request);
+    if (found != open_.end() && found->second == job) {
+        open_.erase(found);
+    }
+}
+
+bool Jobs::cancelWaiter(const std::shared_ptr<Job> &job, const void *userData) {
+    std::vector<Waiter> &waiters = job->waiters;
+    if (waiters.empty()) {
+        return false;
+    }
+    const auto same = std::ranges::find(waiters, userData, &Waiter::userData);
+    waiters.erase(same != waiters.end() ? same : waiters.begin());
+    if (waiters.empty()) {
+        job->stop.raise();
+        forget(job);
+        waiting_.remove(job);
+    }
+    return true;
+}
+
+bool Jobs::cancel(const Request &request, const void *userData) {
+    const auto found = open_.find(request);
+    if (found != open_.end()) {
+        return cancelWaiter(std::shared_ptr<Job>(found->second), userData);
+    }
+    for (const List *list : {&waiting_, &decoding_, &answering_}) {
+        for (const std::shared_ptr<Job> &job : List(*list)) {
+            if (job->request == request && cancelWaiter(job, userData)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void Jobs::cancelAll() {
+    for (const List *list : {&decoding_, &answering_}) {
+        for (const std::shared_ptr<Job> &job : *list) {
+            job->waiters.clear();
+            job->stop.raise();
+        }
+    }
+    waiting_.clear();
+    open_.clear();
+}
+
+void Jobs::refuseCameras() {
+    for (auto at = waiting_.begin(); at != waiting_.end();) {
+        const auto job = at++;
+        if (isOfCamera(*job)) {
+            forget(*job);
+            (*job)->stop.raise();
+            waiting_.splice(waiting_.begin(), waiting_, job);
+        }
+    }
+    for (const std::shared_ptr<Job> &job : decoding_) {
+        if (isOfCamera(job)) {
+            forget(job);
+            job->stop.raise();
+        }
+    }
+}
+
+bool Jobs::isCameraDecoding() const { return std::ranges::any_of(decoding_, isOfCamera); }
+
+} // namespace mrb::thumbnail

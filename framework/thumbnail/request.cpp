@@ -1,0 +1,62 @@
+#include "thumbnail/request.h"
+
+#include "base/log.h"
+#include "text/text.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+constexpr int DEFAULT_SIZE = 256;
+
+bool isSize(int length) { return length >= 0 && length <= MRB_THUMB_MOST_PIXELS; }
+
+Outcome readPath(const std::string &origin, std::string &path) {
+    if (origin.starts_with('/')) {
+        path = origin;
+    } else if (origin.starts_with("file://")) {
+        path = pathOfFileUri(origin).value_or("");
+    } else if (origin.find("://") != std::string::npos) {
+        return {MRB_ERR_NOT_SUPPORTED, "only files of this machine are decoded"};
+    }
+    return path.empty() ? Outcome{MRB_ERR_INVALID_PARAMETER, "the path is neither absolute nor a file:// URI"}
+                        : Outcome{};
+}
+
+Outcome readNumbers(const _thumb_request &record, Request &request) {
+    if (!isSize(record.thumb_width) || !isSize(record.thumb_height)) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "the width and height are not from 0 to " + std::to_string(MRB_THUMB_MOST_PIXELS)};
+    }
+    if (record.orientation < 0 || record.orientation > 8) {
+        return {MRB_ERR_INVALID_PARAMETER, "the orientation is not from 0 to 8"};
+    }
+    if (record.video_frame_count > MRB_THUMB_IMAGES) {
+        return {MRB_ERR_INVALID_PARAMETER, "the number of frames is not from 0 to 5"};
+    }
+    request.decode.mediaType = record.media_type;
+    request.decode.orientation = record.orientation;
+    request.decode.width = record.thumb_width > 0 ? record.thumb_width : DEFAULT_SIZE;
+    request.decode.height = record.thumb_height > 0 ? record.thumb_height : DEFAULT_SIZE;
+    request.decode.frames = record.video_frame_count > 0 ? record.video_frame_count : 1;
+    return {};
+}
+
+} // namespace
+
+Request readRequest(const _thumb_request &record) {
+    Request request;
+    request.origin = record.origin_path;
+    request.sourceType = record.source_type;
+    request.useCache = record.used_cache != 0;
+    Outcome outcome = readPath(request.origin, request.decode.path);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = readNumbers(record, request);
+    }
+    if (outcome.code != MRB_ERR_NONE) {
+        MRB_LOG_WARNING("No thumbnail of \"%s\": %s.", record.origin_path, outcome.message.c_str());
+        request.refusal = outcome.code;
+    }
+    return request;
+}
+
+} // namespace mrb::thumbnail

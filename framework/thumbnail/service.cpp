@@ -1,0 +1,179 @@
+#include "thumbnail/service.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+#include "thumbnail/answer.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+// Far more than any picture takes on a machine that does something else as well.
+constexpr auto DECODE_LIMIT = std::chrono::seconds(30);
+
+constexpr const char *NAMES[] = {"mrb-thumb-1", "mrb-thumb-2", "mrb-thumb-3", "mrb-thumb-4",
+                                 "mrb-thumb-5", "mrb-thumb-6", "mrb-thumb-7", "mrb-thumb-8"};
+constexpr const char *FURTHER_NAME = "mrb-thumb-n";
+
+// The service whose answer this thread is giving.
+thread_local const ThumbnailService *answeringFor = nullptr;
+
+} // namespace
+
+ThumbnailService::~ThumbnailService() { shutDown(std::chrono::steady_clock::time_point::max()); }
+
+int ThumbnailService::begin() {
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    ++clients_;
+    return MRB_ERR_NONE;
+}
+
+int ThumbnailService::end() {
+    std::unique_lock guard(lock_);
+    const bool begun = clients_ > 0;
+    clients_ -= begun ? 1 : 0;
+    jobs_.cancelAll();
+    if (answeringFor != this) {
+        change_.wait(guard, [this] { return answers_ == 0; });
+    }
+    return begun ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
+}
+
+int ThumbnailService::request(const Request &request, Waiter waiter) {
+    const std::lock_guard guard(lock_);
+    if (clients_ == 0 || down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    startWorkers();
+    jobs_.add(request, waiter);
+    wake_.notify_one();
+    return MRB_ERR_NONE;
+}
+
+int ThumbnailService::cancel(const Request &request, const void *userData) {
+    const std::lock_guard guard(lock_);
+    return jobs_.cancel(request, userData) ? MRB_ERR_NONE : MRB_ERR_NOT_FOUND;
+}
+
+int ThumbnailService::cancelAll() {
+    const std::lock_guard guard(lock_);
+    jobs_.cancelAll();
+    return MRB_ERR_NONE;
+}
+
+int ThumbnailService::stopCameras() {
+    std::unique_lock guard(lock_);
+    jobs_.refuseCameras();
+    change_.wait(guard, [this] { return !jobs_.isCameraDecoding(); });
+    return MRB_ERR_NONE;
+}
+
+void ThumbnailService::startWorkers() {
+    while (workers_.size() < most_) {
+        const std::size_t index = workers_.size();
+        try {
+            workers_.reserve(most_);
+            workers_.push_back(
+                startThread(index < std::size(NAMES) ? NAMES[index] : FURTHER_NAME, [this] { work(); }));
+            ++running_;
+        } catch (const std::system_error &) {
+            if (workers_.empty()) {
+                throw;
+            }
+            return; // those that there are do the work
+        }
+    }
+}
+
+void ThumbnailService::work() {
+    std::unique_lock guard(lock_);
+    while (true) {
+        wake_.wait(guard, [this] { return down_ || jobs_.isAnyWaiting(); });
+        if (down_) {
+            break;
+        }
+        const std::shared_ptr<Job> job = jobs_.take();
+        guard.unlock();
+        Decoded decoded;
+        decode(job->request, *job, decoded);
+        guard.lock();
+        jobs_.finish(job);
+        change_.notify_all();
+        answer(guard, job, decoded);
+        jobs_.remove(job);
+    }
+    --running_;
+    change_.notify_all();
+}
+
+void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded) {
+    job.stop.begin(DECODE_LIMIT);
+    try {
+        if (request.refusal != MRB_ERR_NONE) {
+            decoded.outcome.code = request.refusal;
+        } else if (job.stop.raised()) {
+            decoded.outcome = job.stop.outcome();
+        } else if (!request.useCache || !flashCache_.find(request.decode, decoded)) {
+            decoder_(request.decode, job.stop, decoded);
+        }
+    } catch (const std::bad_alloc &) {
+        decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory."};
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("The thumbnail service failed: %s", failure.what());
+        decoded.outcome = {MRB_ERR_NOT_INITIALIZED, failure.what()};
+    }
+    if (decoded.outcome.code != MRB_ERR_NONE && !decoded.outcome.message.empty() && !job.stop.raised()) {
+        MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(),
+                        decoded.outcome.message.c_str());
+    }
+}
+
+void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job,
+                              Decoded &decoded) {
+    // One at a time: a cancel may take those away who have not been answered yet.
+    while (!job->waiters.empty() && !down_) {
+        const Waiter waiter = job->waiters.front();
+        job->waiters.erase(job->waiters.begin());
+        const bool last = job->waiters.empty();
+        ++answers_;
+        guard.unlock();
+        answeringFor = this;
+        giveAnswer(job->request, decoded, last, waiter);
+        answeringFor = nullptr;
+        guard.lock();
+        --answers_;
+        change_.notify_all();
+    }
+}
+
+void ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(lock_);
+    down_ = true;
+    jobs_.cancelAll();
+    wake_.notify_all();
+    // Inside an answer this thread is one of them, and does not end.
+    const unsigned own = answeringFor == this ? 1 : 0;
+    const bool ended = change_.wait_until(guard, deadline, [&] { return running_ <= own; });
+    std::vector<std::thread> workers = std::move(workers_);
+    guard.unlock();
+    for (std::thread &worker : workers) {
+        if (ended && own == 0) {
+            worker.join();
+        } else {
+            worker.detach();
+        }
+    }
+    if (!ended) {
+        MRB_LOG_WARNING("A thumbnail is still being decoded; the process ends without waiting for it.");
+    }
+}
+
+} // namespace mrb::thumbnail

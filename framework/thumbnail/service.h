@@ -1,0 +1,71 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "thumbnail/flash_cache.h"
+#include "thumbnail/jobs.h"
+
+namespace mrb::thumbnail {
+
+// The thumbnail service: takes requests, decodes on worker threads, the latest request
+// first, and answers from these threads. The process has one, see instance(); any
+// thread may call it, also from inside an answer.
+class ThumbnailService {
+  public:
+    using Decoder = std::function<Decode>;
+
+    ThumbnailService(Decoder decoder, unsigned workers) : decoder_(std::move(decoder)), most_(workers) {}
+    ~ThumbnailService();
+    ThumbnailService(const ThumbnailService &) = delete;
+    ThumbnailService &operator=(const ThumbnailService &) = delete;
+
+    // The process's service, made when it is first asked for.
+    static ThumbnailService &instance();
+
+    int begin();
+    // Takes back every request. Returns when no answer is being given, or at once
+    // when called from inside one.
+    int end();
+
+    // Leads to one answer unless it fails or the request is cancelled.
+    int request(const Request &request, Waiter waiter);
+    int cancel(const Request &request, const void *userData);
+    int cancelAll();
+    // Answers the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when
+    // none of them is being decoded.
+    int stopCameras();
+
+    [[nodiscard]] FlashCache &flashCache() { return flashCache_; }
+
+    // Ends the threads. What does not end until the deadline is left behind. Every
+    // call from now on fails.
+    void shutDown(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    void startWorkers(); // with lock_ held
+    void work();
+    void decode(const Request &request, Job &job, Decoded &decoded);
+    void answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job, Decoded &decoded);
+
+    const Decoder decoder_;
+    const unsigned most_; // workers
+    FlashCache flashCache_;
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable wake_;
+    std::condition_variable change_;
+    Jobs jobs_;
+    std::vector<std::thread> workers_;
+    unsigned running_ = 0; // workers
+    unsigned answers_ = 0; // being given
+    unsigned clients_ = 0;
+    bool down_ = false;
+};
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,28 @@
+// What ThreadSanitizer is not to report in these tests: libvips' threads wait for one
+// another with GLib's locks, which are made of bare futexes. It does not see those, and
+// takes whatever one thread hands to the next, in libvips and the libraries that it
+// calls, for a race. The framework's own code is not among these.
+
+#if defined(__SANITIZE_THREAD__)
+
+extern "C" const char *__tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier): its name
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" [[gnu::visibility("default")]] const char *__tsan_default_suppressions() {
+    return "called_from_lib:libvips.so\n"
+           "called_from_lib:vips-heif.so\n"
+           "called_from_lib:vips-jxl.so\n"
+           "called_from_lib:libglib-2.0.so\n"
+           "called_from_lib:libgobject-2.0.so\n"
+           "called_from_lib:liborc-0.4.so\n"
+           "called_from_lib:libpng16.so\n"
+           "called_from_lib:libz.so\n"
+           "called_from_lib:libwebp.so\n"
+           "called_from_lib:libwebpdemux.so\n"
+           "called_from_lib:libtiff.so\n"
+           "called_from_lib:libheif.so\n"
+           "called_from_lib:libde265.so\n"
+           "called_from_lib:liblcms2.so\n";
+}
+
+#endif

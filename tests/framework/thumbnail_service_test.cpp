@@ -1,0 +1,446 @@
+// The thumbnail service on its own: decoders here do as a test tells them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "mrb/agent.h"
+#include "support/client.h"
+#include "support/thumbnails.h"
+#include "thumbnail/request.h"
+#include "thumbnail/service.h"
+
+using mrb::thumbnail::Decoded;
+using mrb::thumbnail::DecodeRequest;
+using mrb::thumbnail::Request;
+using mrb::thumbnail::StopSign;
+using mrb::thumbnail::ThumbnailService;
+using support::LIMIT;
+using testing::AnyOf;
+using testing::ElementsAre;
+
+namespace {
+
+Request named(const std::string &name, int sourceType = MRB_THUMB_SOURCE_ANY) {
+    Request request;
+    request.origin = request.decode.path = "/" + name;
+    request.sourceType = sourceType;
+    return request;
+}
+
+// A decoder that a test holds at a gate.
+class Gate {
+  public:
+    void operator()(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+        std::unique_lock guard(lock_);
+        begun_.push_back(request.path.substr(1));
+        change_.notify_all();
+        while (closed_ && !stop.isUp()) {
+            change_.wait_for(guard, std::chrono::milliseconds(1));
+        }
+        if (stop.isUp()) {
+            decoded.outcome = stop.outcome();
+            ++stopped_;
+            change_.notify_all();
+            return;
+        }
+        decoded.images.push_back(mrb::thumbnail::makeImage(2, 1));
+        std::memset(decoded.images[0].pixels.get(), static_cast<int>(request.path.size()), 8);
+    }
+    void close() { set(true); }
+    void open() { set(false); }
+    // Waits until so many decodes have begun.
+    void waitForBegun(std::size_t count) {
+        std::unique_lock guard(lock_);
+        ASSERT_TRUE(change_.wait_for(guard, LIMIT, [&] { return begun_.size() >= count; }));
+    }
+    void waitForStopped(int count) {
+        std::unique_lock guard(lock_);
+        ASSERT_TRUE(change_.wait_for(guard, LIMIT, [&] { return stopped_ >= count; }));
+    }
+    std::vector<std::string> begun() {
+        const std::lock_guard guard(lock_);
+        return begun_;
+    }
+
+  private:
+    void set(bool closed) {
+        const std::lock_guard guard(lock_);
+        closed_ = closed;
+        change_.notify_all();
+    }
+    std::mutex lock_;
+    std::condition_variable change_;
+    std::vector<std::string> begun_;
+    bool closed_ = false;
+    int stopped_ = 0;
+};
+
+// Those who wait, and what they were told.
+class Waiters {
+  public:
+    struct One {
+        Waiters *all = nullptr;
+        std::atomic<int> answers{0};
+        std::atomic<int> code{1000};
+        std::atomic<const unsigned char *> image{nullptr};
+        std::function<void()> then;
+    };
+
+    explicit Waiters(std::size_t count) : ones_(count) {
+        for (One &one : ones_) {
+            one.all = this;
+        }
+    }
+    mrb::thumbnail::Waiter operator[](std::size_t index) { return {hear, &ones_[index]}; }
+    One &at(std::size_t index) { return ones_[index]; }
+    void waitFor(std::size_t answers) {
+        std::unique_lock guard(lock_);
+        ASSERT_TRUE(change_.wait_for(guard, LIMIT, [&] { return answers_ >= answers; }));
+    }
+    std::size_t answers() {
+        const std::lock_guard guard(lock_);
+        return answers_;
+    }
+
+  private:
+    static int hear(int code, thumb_result_s *result, void *data) {
+        auto &one = *static_cast<One *>(data);
+        one.code = code;
+        one.image = result->image_buffer[0];
+        if (one.then) {
+            one.then();
+        }
+        std::free(result->image_buffer[0]);
+        std::free(result->preset_buffer);
+        ++one.answers;
+        const std::lock_guard guard(one.all->lock_);
+        ++one.all->answers_;
+        one.all->change_.notify_all();
+        return 1;
+    }
+    std::vector<One> ones_;
+    std::mutex lock_;
+    std::condition_variable change_;
+    std::size_t answers_ = 0;
+};
+
+class Service : public testing::Test {
+  protected:
+    Service() { service.begin(); }
+    ~Service() override { gate.open(); }
+
+    Gate gate;
+    Waiters waiters{2000};
+    ThumbnailService service{std::ref(gate), 1};
+};
+
+} // namespace
+
+TEST_F(Service, TheLatestRequestIsServedFirst) {
+    gate.close();
+    service.request(named("first"), waiters[0]);
+    gate.waitForBegun(1);
+    for (std::size_t index = 1; index <= 3; ++index) {
+        service.request(named(std::to_string(index)), waiters[index]);
+    }
+    gate.open();
+    waiters.waitFor(4);
+    EXPECT_THAT(gate.begun(), ElementsAre("first", "3", "2", "1"));
+}
+
+TEST_F(Service, ARequestMadeAgainMovesToTheFrontAndIsDecodedOnce) {
+    gate.close();
+    service.request(named("first"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("a"), waiters[1]);
+    service.request(named("b"), waiters[2]);
+    service.request(named("a"), waiters[3]);
+    gate.open();
+    waiters.waitFor(4);
+    EXPECT_THAT(gate.begun(), ElementsAre("first", "a", "b"));
+}
+
+TEST_F(Service, ThoseWhoJoinARunningDecodeGetImagesOfTheirOwn) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("a"), waiters[1]);
+    std::atomic<const unsigned char *> first{nullptr};
+    gate.open();
+    waiters.waitFor(2);
+    EXPECT_EQ(gate.begun().size(), 1U);
+    EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
+    EXPECT_EQ(waiters.at(1).code, MRB_ERR_NONE);
+    EXPECT_NE(waiters.at(0).image, nullptr);
+    EXPECT_NE(waiters.at(1).image, nullptr);
+}
+
+TEST_F(Service, RequestsThatDifferInOneThingAreNotJoined) {
+    gate.close();
+    Request other = named("a");
+    other.decode.width = 7;
+    service.request(named("a"), waiters[0]);
+    service.request(other, waiters[1]);
+    gate.open();
+    waiters.waitFor(2);
+    EXPECT_EQ(gate.begun().size(), 2U);
+}
+
+TEST_F(Service, ACancelledRequestThatWaitedIsNeitherDecodedNorAnswered) {
+    gate.close();
+    service.request(named("first"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("a"), waiters[1]);
+    EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NONE);
+    gate.open();
+    waiters.waitFor(1);
+    service.end();
+    EXPECT_THAT(gate.begun(), ElementsAre("first"));
+    EXPECT_EQ(waiters.at(1).answers, 0);
+}
+
+TEST_F(Service, ACancelStopsARunningDecode) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NONE);
+    gate.waitForStopped(1);
+    service.end();
+    EXPECT_EQ(waiters.answers(), 0U);
+}
+
+TEST_F(Service, ACancelOfOneLeavesTheOthersOfTheSameDecode) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("a"), waiters[1]);
+    EXPECT_EQ(service.cancel(named("a"), &waiters.at(1)), MRB_ERR_NONE);
+    gate.open();
+    waiters.waitFor(1);
+    service.end();
+    EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
+    EXPECT_EQ(waiters.at(1).answers, 0);
+}
+
+TEST_F(Service, ACancelWithUnknownUserDataTakesTheOldest) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    service.request(named("a"), waiters[1]);
+    service.cancel(named("a"), this);
+    gate.open();
+    waiters.waitFor(1);
+    service.end();
+    EXPECT_EQ(waiters.at(0).answers, 0);
+    EXPECT_EQ(waiters.at(1).answers, 1);
+}
+
+TEST_F(Service, ACancelledRequestMadeAgainIsDecodedAnew) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    service.cancel(named("a"), nullptr);
+    service.request(named("a"), waiters[1]);
+    gate.open();
+    waiters.waitFor(1);
+    EXPECT_EQ(waiters.at(1).code, MRB_ERR_NONE);
+}
+
+TEST_F(Service, ACancelOfWhatNobodyWaitsForSaysSo) {
+    EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NOT_FOUND);
+    service.request(named("a"), waiters[0]);
+    waiters.waitFor(1);
+    EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NOT_FOUND);
+}
+
+TEST_F(Service, CancelAllTakesBackWaitingAndRunningRequests) {
+    gate.close();
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("b"), waiters[1]);
+    EXPECT_EQ(service.cancelAll(), MRB_ERR_NONE);
+    gate.waitForStopped(1);
+    gate.open();
+    service.request(named("c"), waiters[2]);
+    waiters.waitFor(1);
+    EXPECT_EQ(waiters.at(2).answers, 1);
+    EXPECT_THAT(gate.begun(), ElementsAre("a", "c"));
+}
+
+TEST_F(Service, StoppingTheCamerasReturnsWhenNoneIsDecodedAndAnswersTheirRequests) {
+    gate.close();
+    service.request(named("running", MRB_THUMB_SOURCE_PTP), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("waiting", MRB_THUMB_SOURCE_PTP), waiters[1]);
+    EXPECT_EQ(service.stopCameras(), MRB_ERR_NONE);
+    gate.waitForStopped(1);
+    waiters.waitFor(2);
+    EXPECT_EQ(waiters.at(0).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(waiters.at(1).code, MRB_ERR_CANCELLED);
+    EXPECT_THAT(gate.begun(), ElementsAre("running"));
+}
+
+TEST_F(Service, StoppingTheCamerasLeavesOtherSourcesAlone) {
+    gate.close();
+    service.request(named("a", MRB_THUMB_SOURCE_MSC), waiters[0]);
+    gate.waitForBegun(1);
+    EXPECT_EQ(service.stopCameras(), MRB_ERR_NONE);
+    gate.open();
+    waiters.waitFor(1);
+    EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
+}
+
+TEST_F(Service, TheEndWaitsForTheAnswerUnderWay) {
+    std::promise<void> entered;
+    std::atomic<bool> left{false};
+    waiters.at(0).then = [&] {
+        entered.set_value();
+        // The end is under way when nothing is accepted any more.
+        while (service.request(named("b"), waiters[1]) == MRB_ERR_NONE) {
+            service.cancelAll();
+        }
+        left = true;
+    };
+    service.request(named("a"), waiters[0]);
+    entered.get_future().wait();
+    service.end();
+    EXPECT_TRUE(left);
+}
+
+TEST_F(Service, AnAnswerMayAskCancelAndEnd) {
+    waiters.at(0).then = [&] {
+        service.request(named("b"), waiters[1]);
+        service.cancel(named("b"), nullptr);
+        service.end();
+    };
+    service.request(named("a"), waiters[0]);
+    waiters.waitFor(1);
+    EXPECT_EQ(service.request(named("c"), waiters[2]), MRB_ERR_NOT_INITIALIZED);
+}
+
+TEST_F(Service, WithoutAClientRequestsAreRefused) {
+    service.end();
+    EXPECT_EQ(service.request(named("a"), waiters[0]), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.end(), MRB_ERR_NOT_INITIALIZED);
+    service.begin();
+    EXPECT_EQ(service.request(named("a"), waiters[0]), MRB_ERR_NONE);
+    waiters.waitFor(1);
+}
+
+TEST_F(Service, TheEndOfOneClientLeavesTheServiceToTheOther) {
+    service.begin();
+    service.end();
+    EXPECT_EQ(service.request(named("a"), waiters[0]), MRB_ERR_NONE);
+    waiters.waitFor(1);
+}
+
+TEST_F(Service, WhatADecoderThrowsIsAnAnswer) {
+    ThumbnailService failing{[](const DecodeRequest &request, const StopSign &, Decoded &) {
+                                 if (request.path == "/memory") {
+                                     throw std::bad_alloc();
+                                 }
+                                 throw std::runtime_error("no library");
+                             },
+                             1};
+    failing.begin();
+    failing.request(named("a"), waiters[0]);
+    failing.request(named("memory"), waiters[1]);
+    waiters.waitFor(2);
+    EXPECT_EQ(waiters.at(0).code, MRB_THUMB_SERVICE_FAILED);
+    EXPECT_EQ(waiters.at(1).code, MRB_ERR_OUT_OF_MEMORY);
+}
+
+TEST_F(Service, ItsThreadsHaveNames) {
+    service.request(named("a"), waiters[0]);
+    waiters.waitFor(1);
+    std::set<std::string> names;
+    for (const auto &thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(thread.path() / "comm"), name);
+        names.insert(name);
+    }
+    EXPECT_EQ(names.count("mrb-thumb-1"), 1U);
+}
+
+TEST_F(Service, OfAThousandRequestsEachIsAnsweredOnceOrCancelled) {
+    ThumbnailService busy{std::ref(gate), 4};
+    busy.begin();
+    std::mt19937 random(5);
+    std::size_t taken = 0;
+    std::vector<Request> asked;
+    for (std::size_t index = 0; index < 1000; ++index) {
+        asked.push_back(named(std::to_string(random() % 60), static_cast<int>(random() % 3)));
+        ASSERT_EQ(busy.request(asked.back(), waiters[index]), MRB_ERR_NONE);
+        if (random() % 3 == 0) {
+            // Whoever of that kind is taken back, it is one that is not answered.
+            const std::size_t other = random() % (index + 1);
+            taken += busy.cancel(asked[other], &waiters.at(other)) == MRB_ERR_NONE ? 1 : 0;
+        }
+        if (random() % 200 == 0) {
+            busy.stopCameras();
+        }
+    }
+    waiters.waitFor(1000 - taken);
+    busy.end();
+    EXPECT_EQ(waiters.answers(), 1000 - taken);
+    for (std::size_t index = 0; index < 1000; ++index) {
+        EXPECT_LE(waiters.at(index).answers, 1);
+    }
+}
+
+TEST(ThumbnailRequest, AnEmptyRecordMeansTheDefaults) {
+    _thumb_request record{};
+    record.origin_path = "/a";
+    const Request request = mrb::thumbnail::readRequest(record);
+    EXPECT_EQ(request.refusal, MRB_ERR_NONE);
+    EXPECT_EQ(request.decode.width, 256);
+    EXPECT_EQ(request.decode.height, 256);
+    EXPECT_EQ(request.decode.frames, 1);
+}
+
+TEST(ThumbnailRequest, AFileUriNamesItsFile) {
+    _thumb_request record{};
+    record.origin_path = "file:///a%20b.jpg";
+    EXPECT_EQ(mrb::thumbnail::readRequest(record).decode.path, "/a b.jpg");
+}
+
+TEST(ThumbnailRequest, WhatIsWrongWithARequestIsItsAnswer) {
+    const struct {
+        const char *path;
+        int width, orientation, frames, code;
+    } cases[] = {
+        {"relative.jpg", 1, 0, 1, MRB_ERR_INVALID_PARAMETER}, {"", 1, 0, 1, MRB_ERR_INVALID_PARAMETER},
+        {"http://a/b.jpg", 1, 0, 1, MRB_ERR_NOT_SUPPORTED},   {"/a", -1, 0, 1, MRB_ERR_INVALID_PARAMETER},
+        {"/a", 4097, 0, 1, MRB_ERR_INVALID_PARAMETER},        {"/a", 1, 9, 1, MRB_ERR_INVALID_PARAMETER},
+        {"/a", 1, -1, 1, MRB_ERR_INVALID_PARAMETER},          {"/a", 1, 0, 6, MRB_ERR_INVALID_PARAMETER},
+    };
+    support::Thumbnails client;
+    for (const auto &one : cases) {
+        const support::Wish wish{
+            .path = one.path, .orientation = one.orientation, .width = one.width, .frames = one.frames};
+        const support::Thumbnail answer = client.get(wish);
+        EXPECT_EQ(answer.code, one.code) << one.path;
+        EXPECT_EQ(answer.origin, one.path);
+        EXPECT_FALSE(answer.hadPreset);
+    }
+}
+
+TEST(ThumbnailRequest, NullsAreRefused) {
+    support::Thumbnails client;
+    _thumb_request record{};
+    EXPECT_EQ(thumbnail_request_async(record), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(thumbnail_request_cancel(record), MRB_ERR_INVALID_PARAMETER);
+    record.origin_path = "/a";
+    EXPECT_EQ(thumbnail_request_async(record), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(mrb_thumbnail_flash_cache_init(nullptr), MRB_ERR_INVALID_PARAMETER);
+}
