@@ -1,14 +1,31 @@
 #pragma once
-// The thumbnail service's commands.
+// The thumbnail service's commands and results.
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "MRBAdapter.h"
+#include "mrb/thumbnail.h"
 
 namespace MRBBridge {
 
-/// Owned by the provider; commands run on the main thread. The service is started
-/// once, by the constructor, and stopped by the destructor whatever came of that.
+class CMRBThumbnailAdapter;
+
+/// What a request's result needs to know of the request: the user data of its record.
+/// Made on the main thread, the framework's from the call on; the result callback
+/// copies it and deletes it. The framework keeps that of a request that it took back,
+/// and that of the cancel, to itself.
+struct ThumbRequestContext {
+    CMRBThumbnailAdapter *adapter; ///< outlives all callbacks of the framework
+    int32_t user_data;             ///< the script's own number
+    bool use_flash_cache;          ///< store in the flash cache, not in bitmap files
+    std::vector<std::string> save_paths;
+};
+
+/// Owned by the provider; commands run on the main thread, m_MrbThumbnailRecv on
+/// framework threads. The service is started once, by the constructor, and stopped by
+/// the destructor whatever came of that.
 class CMRBThumbnailAdapter final : public CMRBAdapter {
   public:
     CMRBThumbnailAdapter();
@@ -19,6 +36,21 @@ class CMRBThumbnailAdapter final : public CMRBAdapter {
     std::string ThumbnailRequestCancelAll();
     std::string ThumbnailStopPtpDecodeSync();
     std::string ThumbnailFlashCacheInit();
+
+    /// Turns a request's text into the framework's record, whose user data are a new
+    /// ThumbRequestContext. The record points into `strPath`, which must outlive it.
+    /// False, with nothing allocated, when there is no path.
+    bool m_GetThumbRequest(const std::string &strParam, _thumb_request &request, std::string &strPath);
+
+    /// Stores a result's images, releases the framework's buffers where the images were
+    /// worked on, and delivers a document. Returns 1 for a success, 0 for a failure.
+    static int m_MrbThumbnailRecv(int request_result, thumb_result_s *thumb_result, void *user_data);
+
+    /// Writes a 32-bit bitmap file of width x height pixels, rows top to bottom in
+    /// `buffer`, followed by the MRB_THUMB_PRESET_BYTES of `bufferPreset` where that is
+    /// not null. 0, or -1 when the file could not be begun. Any thread.
+    static int m_BmpWrite(const unsigned char *buffer, const char *bufferPreset, int width, int height,
+                          const char *path);
 
   private:
     bool initialised_ = false; ///< whether the service started

@@ -43,3 +43,16 @@ for (const [what, register, fire] of [['USB notification', 'mrb_set_usb_callback
         assert.equal(result.stdout, '');
     });
 }
+
+for (const [what, fire, text] of [['user data', 'nullUserData', 'user_data != __null'],
+                                  ['a record', 'nullRecord', 'thumb_result != __null']]) {
+    test(`a thumbnail's result without ${what} ends the process`, async () => {
+        const result = await runChild(`
+            const bridge = openBridge();
+            bridge.thumbnail_request_async(() => {}, '{"param_origin_path":"/a"}');
+            rec.fireThumbnail({ ${fire}: true });
+            console.log('went on');`);
+        assertAborted(result, text);
+        assert.equal(result.stdout, '');
+    });
+}

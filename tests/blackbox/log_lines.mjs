@@ -10,8 +10,13 @@ import { rec, requestText } from './harness.mjs';
 const speaker = (file, tag) => (fn, text) => ({ file, tag, fn, text });
 export const provider = speaker('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
 export const json = speaker('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
-export const thumbnail = speaker('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
 export const storage = speaker('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
+
+// The thumbnail adapter's operations as well.
+const thumbnailFile = new Map([['m_GetThumbRequest', 'Request'], ['m_MrbThumbnailRecv', 'Result'],
+                               ['m_BmpWrite', 'Bitmap']]);
+export const thumbnail = (fn, text) =>
+    speaker(`MRBThumbnailAdapter${thumbnailFile.get(fn) ?? ''}.cpp`, 'MRB-BRIDGE-THUMBNAIL')(fn, text);
 
 // The agent's operations are spread over files by subject.
 const AGENT_FILES = Object.entries({

@@ -115,7 +115,10 @@ bool fireThumbnail(const Target &target, const ThumbnailResult &result, int &ans
     result.origin_path.copy(record.origin_path, MRB_THUMB_PATH_BYTES - 1);
     for (int i = 0; i < result.images && i < MRB_THUMB_IMAGES; ++i) {
         record.image_buffer[i] = static_cast<unsigned char *>(newBlock(result.image_bytes, "image"));
-        std::memset(record.image_buffer[i], i + 1, result.image_bytes);
+        for (size_t offset = 0; offset < result.image_bytes; ++offset) {
+            record.image_buffer[i][offset] =
+                static_cast<unsigned char>((offset + static_cast<size_t>(i) * 50) % 251);
+        }
     }
     if (result.preset) {
         record.preset_buffer = static_cast<char *>(newBlock(MRB_THUMB_PRESET_BYTES, "preset"));

@@ -46,7 +46,7 @@ struct ThumbnailResult {
     int result = 0;
     bool null_record = false;
     std::string origin_path;
-    int images = 0; // blocks of 'image_bytes' each, filled with the image's number
+    int images = 0; // blocks of 'image_bytes' each; byte b of image i is (b + 50 i) modulo 251
     size_t image_bytes = 0;
     bool preset = false;
     std::string preset_text; // put at the start of the preset buffer, the rest is 'P'
