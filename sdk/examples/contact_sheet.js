@@ -1,0 +1,163 @@
+'use strict';
+// Makes thumbnails of all pictures, videos and music in a folder, and a page that shows them.
+//
+//     quill sdk/examples/contact_sheet.js FOLDER OUTPUT [--size N] [--frames N]
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { ITEM_TYPES } = require('../codes.js');
+const { Media } = require('../media.js');
+const { Thumbnailer } = require('../thumbnailer.js');
+const { page } = require('./contact_page.js');
+const { count, printable } = require('./terminal.js');
+
+const SHOWN = [ITEM_TYPES.IMAGE, ITEM_TYPES.VIDEO, ITEM_TYPES.MUSIC];
+const AT_A_TIME = 32; // requests that wait or run
+const ITEMS_AT_A_TIME = 500;
+const OPTIONS = { '--size': { least: 16, most: 4096, usual: 256 }, '--frames': { least: 1, most: 5, usual: 1 } };
+
+const USAGE = `Usage: quill contact_sheet.js FOLDER OUTPUT [--size N] [--frames N]
+
+Makes thumbnails of all pictures, videos and music in FOLDER and the folders below
+it, as bitmap files in OUTPUT, and a page OUTPUT/index.html that shows them.
+OUTPUT is made if it does not exist; if it does, it must be empty.
+  --size N     the longer side of a thumbnail in pixels, 16 to 4096 (256)
+  --frames N   frames of a video, 1 to 5 (1)
+`;
+
+class UsageError extends Error {}
+
+/** {folder, output, size, frames} from the words of the command line. */
+function wishesFrom(words) {
+  const wishes = { size: OPTIONS['--size'].usual, frames: OPTIONS['--frames'].usual };
+  const folders = [];
+  for (let index = 0; index < words.length; index += 1) {
+    const [option, joined] = words[index].split(/=(.*)/s);
+    const range = OPTIONS[option];
+    if (range) {
+      const text = joined ?? words[index += 1] ?? '';
+      const number = /^\d+$/.test(text) ? Number(text) : NaN;
+      if (!(number >= range.least && number <= range.most)) {
+        throw new UsageError(`${option} takes a number from ${range.least} to ${range.most}, not '${text}'`);
+      }
+      wishes[option.slice(2)] = number;
+    } else if (option.startsWith('-')) {
+      throw new UsageError(`unknown option ${option}`);
+    } else {
+      folders.push(words[index]);
+    }
+  }
+  if (folders.length !== 2) {
+    throw new UsageError('give one folder to show and one to write to');
+  }
+  const [folder, output] = folders.map((name) => path.resolve(name));
+  return { ...wishes, folder, output };
+}
+
+/** Makes the folder, or sees that nothing in it can be overwritten. */
+function prepare(output) {
+  fs.mkdirSync(output, { recursive: true });
+  if (fs.readdirSync(output).length > 0) {
+    throw new Error(`${printable(output)} is not empty; give a new or an empty folder`);
+  }
+}
+
+/** The files to show, as the framework describes them. */
+async function filesOf(media, folder) {
+  const list = media.open(folder, { contentType: 'ALL', sort: 'FOLDER' });
+  await list.ready.catch((error) => { throw new Error(`${printable(folder)}: ${error.message}`); });
+  const files = [];
+  for (let index = 0, total = list.count(); index < total; index += ITEMS_AT_A_TIME) {
+    files.push(...list.items(index, ITEMS_AT_A_TIME).filter(({ type }) => SHOWN.includes(type)));
+  }
+  list.close();
+  return files;
+}
+
+/**
+ * A bitmap as it is written has facts about its original behind the pixels, which some
+ * viewers refuse: they are cut off.
+ */
+function trim(bitmap) {
+  const file = fs.openSync(bitmap, 'r+');
+  try {
+    const size = Buffer.alloc(4);
+    fs.readSync(file, size, 0, 4, 2);
+    fs.ftruncateSync(file, size.readUInt32LE());
+  } finally {
+    fs.closeSync(file);
+  }
+}
+
+/** Has the thumbnails of one file made; what the page says of it. */
+async function show(thumbnails, file, number, { output, size, frames }) {
+  const name = String(number).padStart(5, '0');
+  const wanted = file.type === ITEM_TYPES.VIDEO ? frames : 1;
+  const paths = Array.from({ length: wanted }, (_, frame) =>
+    path.join(output, wanted === 1 ? `${name}.bmp` : `${name}-${frame + 1}.bmp`));
+  try {
+    const request = thumbnails.request(file.path, paths, { width: size, height: size, mediaType: file.type });
+    const result = await request.done;
+    const stored = result.save_path ?? [];
+    stored.forEach(trim);
+    return { file, bitmaps: stored.map((bitmap) => path.basename(bitmap)),
+             width: result.image_width, height: result.image_height };
+  } catch (error) {
+    return { file, bitmaps: [], reason: error.message };
+  }
+}
+
+/** All files' thumbnails, some at a time, in the order of the files. */
+async function showAll(thumbnails, files, wishes) {
+  const shown = new Array(files.length);
+  let next = 0;
+  let done = 0;
+  const work = async () => {
+    while (next < files.length) {
+      const number = next;
+      next += 1;
+      shown[number] = await show(thumbnails, files[number], number + 1, wishes);
+      done += 1;
+      if (process.stderr.isTTY) {
+        process.stderr.write(`\r${done} of ${count(files.length, 'file')} … `);
+      }
+    }
+  };
+  await Promise.all(Array.from({ length: AT_A_TIME }, work));
+  if (process.stderr.isTTY) {
+    process.stderr.write('\r\x1b[K');
+  }
+  return shown;
+}
+
+async function main(words) {
+  if (words.includes('--help')) {
+    process.stdout.write(USAGE);
+    return;
+  }
+  const wishes = wishesFrom(words);
+  const media = new Media();
+  // Nothing keeps the program alive once this is over, however it ends.
+  try {
+    const files = await filesOf(media, wishes.folder);
+    if (files.length === 0) {
+      throw new Error(`${printable(wishes.folder)}: no pictures, videos or music in it`);
+    }
+    prepare(wishes.output);
+    const shown = await showAll(new Thumbnailer(media.bridge), files, wishes);
+    const index = path.join(wishes.output, 'index.html');
+    fs.writeFileSync(index, page(wishes, shown));
+    const without = shown.filter(({ bitmaps }) => bitmaps.length === 0);
+    console.log(`${count(shown.length - without.length, 'file')} shown in ${printable(index)}`);
+    for (const { file, reason } of without) {
+      console.log(`  without a thumbnail: ${printable(path.relative(wishes.folder, file.path))} (${reason})`);
+    }
+  } finally {
+    media.finish();
+  }
+}
+
+main(process.argv.slice(2)).catch((error) => {
+  process.stderr.write(`contact_sheet: ${error.message}\n${error instanceof UsageError ? `\n${USAGE}` : ''}`);
+  process.exitCode = 1;
+});
