@@ -20,6 +20,8 @@ namespace {
 constexpr size_t HEADER_BYTES = 54;
 constexpr uint32_t INFORMATION_BYTES = 40;
 constexpr size_t PIXEL_BYTES = 4;
+/// Rows are gathered to this size, since a write of each costs more than copying it.
+constexpr size_t GATHERED_BYTES = size_t{256} * 1024;
 using Header = std::array<unsigned char, HEADER_BYTES>;
 
 void Put16(Header &header, size_t offset, uint16_t value) {
@@ -66,15 +68,16 @@ int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bu
         MRB_LOG(LogTag::Thumbnail, "fail to access dir path:%s", directory.c_str());
         return -1;
     }
+    const auto gathered = std::make_unique_for_overwrite<char[]>(GATHERED_BYTES); // outlives the file
     const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "wb"));
     if (!file) {
         MRB_LOG(LogTag::Thumbnail, "fopen fail");
         return -1;
     }
-    // Every write goes to the file at once: a medium that takes nothing is noticed with
-    // the header, and rows are not copied once more.
-    static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
-    if (std::fwrite(header.data(), 1, header.size(), file.get()) < header.size()) {
+    static_cast<void>(std::setvbuf(file.get(), gathered.get(), _IOFBF, GATHERED_BYTES));
+    // The header does not wait in the buffer: a medium that takes nothing is noticed here.
+    if (std::fwrite(header.data(), 1, header.size(), file.get()) < header.size() ||
+        std::fflush(file.get()) != 0) {
         MRB_LOG(LogTag::Thumbnail, "fwrite error");
         return -1;
     }
