@@ -19,8 +19,10 @@ Image copyOf(const Image &image) {
 }
 
 // Everything that can fail comes first, so that no image is lost.
-void fill(thumb_result_s &result, Decoded &decoded, bool last) {
-    std::unique_ptr<char, Free> preset = makePreset(decoded);
+void fill(thumb_result_s &result, const Request &request, Decoded &decoded, bool last) {
+    // For the flash cache only: in the bitmap files that clients write of images without
+    // it, it would be bytes that some viewers refuse.
+    std::unique_ptr<char, Free> preset = request.useCache ? makePreset(decoded) : nullptr;
     std::vector<Image> images;
     images.reserve(decoded.images.size());
     for (Image &image : decoded.images) {
@@ -51,7 +53,7 @@ void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waite
     int code = decoded.outcome.code;
     if (code == MRB_ERR_NONE) {
         try {
-            fill(result, decoded, last);
+            fill(result, request, decoded, last);
         } catch (const std::bad_alloc &) {
             code = MRB_ERR_OUT_OF_MEMORY;
         }

@@ -54,7 +54,7 @@ typedef struct thumb_result_s {
     int32_t reserved;                     /* keeps the time stamps on an 8-byte boundary */
     int64_t time_stamp[MRB_THUMB_IMAGES]; /* milliseconds from the start, one per image */
     int32_t flag_origin_image;            /* 1 when the images have the size of the original */
-    char *preset_buffer;                  /* null, or MRB_THUMB_PRESET_BYTES bytes */
+    char *preset_buffer;                  /* null without used_cache, else MRB_THUMB_PRESET_BYTES bytes */
 } thumb_result_s;
 
 MRB_CHECK_OFFSET_32(thumb_result_s, origin_path, 0);
@@ -146,8 +146,9 @@ int mrb_set_thumbnail_flash_cache_ysize(mrb_thumbnail_flash_cache_param_h param,
 
 /*
  * Stores one image: of the result whose callback is running on this thread, in its own
- * size; any other has the width and height set in `param`. Returns non-zero on success, 0 on failure; the
- * buffers stay the caller's. The preset buffer may be null. */
+ * size; any other has the width and height set in `param`. Returns non-zero on success,
+ * 0 on failure; the buffers stay the caller's. The preset buffer may be null.
+ */
 int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param, const unsigned char *image,
                                         const char *preset_buffer);
 

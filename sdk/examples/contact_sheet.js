@@ -74,21 +74,6 @@ async function filesOf(media, folder) {
   return files;
 }
 
-/**
- * A bitmap as it is written has facts about its original behind the pixels, which some
- * viewers refuse: they are cut off.
- */
-function trim(bitmap) {
-  const file = fs.openSync(bitmap, 'r+');
-  try {
-    const size = Buffer.alloc(4);
-    fs.readSync(file, size, 0, 4, 2);
-    fs.ftruncateSync(file, size.readUInt32LE());
-  } finally {
-    fs.closeSync(file);
-  }
-}
-
 /** Has the thumbnails of one file made; what the page says of it. */
 async function show(thumbnails, file, number, { output, size, frames }) {
   const name = String(number).padStart(5, '0');
@@ -98,9 +83,7 @@ async function show(thumbnails, file, number, { output, size, frames }) {
   try {
     const request = thumbnails.request(file.path, paths, { width: size, height: size, mediaType: file.type });
     const result = await request.done;
-    const stored = result.save_path ?? [];
-    stored.forEach(trim);
-    return { file, bitmaps: stored.map((bitmap) => path.basename(bitmap)),
+    return { file, bitmaps: (result.save_path ?? []).map((bitmap) => path.basename(bitmap)),
              width: result.image_width, height: result.image_height };
   } catch (error) {
     return { file, bitmaps: [], reason: error.message };

@@ -159,12 +159,18 @@ TEST_F(Pictures, ALongPictureKeepsOnePixel) {
 
 TEST_F(Pictures, TheRecordTellsSizesDepthAndWhatItWasMadeFrom) {
     const std::string path = make("a.jpg", 1600, 1200);
-    const Thumbnail thumbnail = get(Wish{.path = path, .width = 160, .height = 160});
+    const Thumbnail thumbnail = get(Wish{.path = path, .width = 160, .height = 160, .usedCache = 1});
     EXPECT_EQ(thumbnail.origin, path);
     EXPECT_EQ(thumbnail.depth, 32);
     EXPECT_EQ(thumbnail.bufferSize, 160 * 120 * 4);
     EXPECT_EQ(thumbnail.preset,
               R"({"width":1600,"height":1200,"orientation":1,"embedded":false,"duration":null})");
+}
+
+TEST_F(Pictures, WithoutTheCacheThereIsNoPresetBuffer) {
+    const Thumbnail thumbnail = get(make("a.jpg", 160, 120));
+    EXPECT_EQ(thumbnail.code, MRB_ERR_NONE);
+    EXPECT_FALSE(thumbnail.hadPreset);
 }
 
 TEST_F(Pictures, BytesAreBlueGreenRedAlphaFromTheTop) {
@@ -225,7 +231,7 @@ TEST_F(Pictures, AnEmbeddedPictureIsTurnedLikeThePicture) {
     support::convert({path, "-resize", "160x120!", small});
     support::run(
         {"exiftool", "-q", "-n", "-overwrite_original", "-ThumbnailImage<=" + small, "-Orientation=8", path});
-    const Thumbnail thumbnail = get(Wish{.path = path, .width = 90, .height = 100});
+    const Thumbnail thumbnail = get(Wish{.path = path, .width = 90, .height = 100, .usedCache = 1});
     expectGood(thumbnail, path, 75, 100);
     EXPECT_THAT(thumbnail.preset, testing::HasSubstr(R"("embedded":true)"));
 }

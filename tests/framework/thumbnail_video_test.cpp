@@ -82,7 +82,7 @@ TEST_F(Videos, OneFrameIsTheKeyFrameATenthIn) {
 
 TEST_F(Videos, FiveFramesAreSpreadOverTheRunningTime) {
     const std::string path = make("a.mkv", "640x360", H264);
-    const Thumbnail thumbnail = get(Wish{.path = path, .frames = 5});
+    const Thumbnail thumbnail = get(Wish{.path = path, .usedCache = 1, .frames = 5});
     ASSERT_EQ(thumbnail.code, MRB_ERR_NONE);
     EXPECT_THAT(moments(thumbnail), ElementsAre(1000, 3000, 5000, 7000, 9000));
     EXPECT_THAT(thumbnail.preset, HasSubstr(R"("duration":10000)"));

@@ -1,7 +1,7 @@
 // Thumbnails that scripts ask for: real media, real files, real cancels.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, statSync, truncateSync } from 'node:fs';
+import { existsSync, mkdirSync, readdirSync, readFileSync, statSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 
@@ -59,14 +59,6 @@ const thumbnails = async (...wishes) => (await run(`
   wishes.forEach((wish, index) => request({ ...wish, param_thumb_user_data: index }));
   finish(await answered(wishes.length));`, JSON.stringify(wishes))).sort((a, b) => a.user_data - b.user_data);
 
-/** A bitmap without what follows its pixels: ImageMagick reads none that is longer than it says. */
-function bitmapAlone(file) {
-  const alone = path.join(folder(), path.basename(file));
-  copyFileSync(file, alone);
-  truncateSync(alone, readFileSync(file).readUInt32LE(2));
-  return alone;
-}
-
 /** The colour of a bitmap's pixel as ImageMagick reads it, from 0 to 255. */
 const colour = (file, x, y) =>
   [...tool('convert', file, '-crop', `1x1+${x}+${y}`, '-depth', '8', 'rgb:-')];
@@ -93,12 +85,19 @@ test('a picture becomes a bitmap in the wanted box, which ImageMagick opens the 
   assert.deepEqual(result, { thumb_error_code: 100, origin_path: of('picture.jpg'), user_data: 0, save_path: [file],
     buffer_size: 160 * 120 * 4, image_width: 160, image_height: 120, image_depth: 32, image_count: 1,
     time_stamp: ['0'], flag_origin_image: 0 });
-  assertQuarters(bitmapAlone(file), 160, 120);
+  assertQuarters(file, 160, 120);
 });
 
-test('behind the pixels of a bitmap stand the facts about its original', async () => {
+test('a bitmap is as long as it says', async () => {
   const file = path.join(folder(), 'picture.bmp');
   await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [file] });
+  const bytes = readFileSync(file);
+  assert.equal(bytes.length, bytes.readUInt32LE(2));
+});
+
+test('where the cache may serve, the facts about the original stand behind the pixels', async () => {
+  const file = path.join(folder(), 'picture.bmp');
+  await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [file], param_used_cache: 1 });
   const bytes = readFileSync(file);
   assert.equal(bytes.length, bytes.readUInt32LE(2) + 4096);
   const [text] = bytes.subarray(bytes.readUInt32LE(2)).toString().split('\0');
@@ -111,7 +110,7 @@ test('a song shows its cover', async () => {
   const [result] = await thumbnails({ param_origin_path: of('song.mp3'), param_save_path: [file],
     param_thumb_width: 100, param_thumb_height: 100 });
   assert.equal(result.thumb_error_code, 100);
-  assertQuarters(bitmapAlone(file), 100, 100);
+  assertQuarters(file, 100, 100);
 });
 
 test('a video gives as many frames as are wanted, each in its file with its time', async () => {
@@ -128,7 +127,7 @@ test('a video gives as many frames as are wanted, each in its file with its time
   files.forEach((file, index) => {
     const expected = path.join(where, `expected${index}.bmp`);
     ffmpeg('-ss', String(times[index] / 1000), '-i', of('clip.mp4'), '-frames:v', '1', '-vf', 'scale=320:180', expected);
-    const compared = likeness(bitmapAlone(file), expected);
+    const compared = likeness(file, expected);
     assert.ok(compared > 25, `frame ${index} at ${times[index]} ms: ${compared} dB`);
   });
 });
@@ -176,7 +175,7 @@ test('the flash cache keeps thumbnails and answers with them', async () => {
   assert.deepEqual(results.slice(0, 2).map(({ thumb_error_code: code, save_path: paths, image_width: width, image_height: height }) =>
     [code, paths, width, height]), [[100, wish.param_save_path, 64, 48], [100, [file], 64, 48]]);
   assert.equal(results[2], true);
-  assertQuarters(bitmapAlone(file), 64, 48);
+  assertQuarters(file, 64, 48);
 });
 
 // ---- cancels --------------------------------------------------------------------------
