@@ -17,6 +17,8 @@ pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 # What thumbnails are decoded with besides.
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
 pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+# The network's media servers.
+pkg_check_modules(GUPNP REQUIRED IMPORTED_TARGET gupnp-1.6 libxml-2.0)
 pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale)
 
 # Node's headers must be those of the node that will run, so look beside the

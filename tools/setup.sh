@@ -15,10 +15,12 @@ setup_run_packages=(
     libclutter-1.0-dev libjsoncpp-dev libicu-dev libmount-dev       # linked with
     libsystemd-dev libexif-dev libheif-dev libtag1-dev libsqlite3-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libvips-dev libturbojpeg0-dev
+    libgupnp-1.6-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick)
+setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
+                     iproute2 minidlna rygel dbus)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2

@@ -29,6 +29,10 @@ constexpr Way MOUNTS[] = {
 constexpr Way LIMITS[] = {
     {"unshare --user --map-root-user", "sh -c 'echo 99 >/proc/sys/user/max_inotify_watches'", false},
 };
+constexpr Way NETWORKS[] = {
+    {"unshare --user --map-root-user --net", "ip link set lo up", false},
+    {"unshare --net", "ip link set lo up", true},
+};
 
 // Runs a command of the shell; its status, and what it said.
 int run(const std::string &command, std::string &said) {
@@ -67,6 +71,8 @@ std::string commandFor(Surroundings needed) {
         return commandFor(MOUNTS);
     case Surroundings::LIMITS:
         return commandFor(LIMITS);
+    case Surroundings::NETWORK:
+        return commandFor(NETWORKS);
     case Surroundings::PLAIN:
         break;
     }
