@@ -13,12 +13,14 @@ setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd) || exit 1
 setup_run_packages=(
     g++ cmake ninja-build pkg-config                                # builds
     libclutter-1.0-dev libjsoncpp-dev libicu-dev libmount-dev       # linked with
+    libblkid-dev libudev-dev
     libsystemd-dev libexif-dev libheif-dev libtag1-dev libsqlite3-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libvips-dev libturbojpeg0-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick)
+setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
+    umockdev libumockdev-dev)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2
