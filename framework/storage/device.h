@@ -18,7 +18,7 @@ struct Device {
     std::string serial;
     std::string vendor;
     std::string label;
-    std::string ip; // of a server
+    std::string ip;          // of a server
     long long available = 0; // bytes
     long long total = 0;     // bytes
     int mountId = 0;         // of mountPath, to know it from what is mounted there later; 0: none
