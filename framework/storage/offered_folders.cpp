@@ -13,6 +13,8 @@
 #include <utility>
 
 #include "base/log.h"
+#include "storage/file_systems.h"
+#include "storage/mount_table.h"
 #include "text/text.h"
 
 namespace mrb {
@@ -26,6 +28,13 @@ bool isFolder(const std::string &path) {
     return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
 }
 
+int fileSystemOf(const std::string &folder) {
+    const MountTable table = readMountTable();
+    libmnt_fs *mount =
+        table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
+    return mount != nullptr ? fileSystemNumber(entryOf(mount).type) : MRB_FILE_SYSTEM_UNKNOWN;
+}
+
 Device describe(const std::string &folder) {
     Device device;
     const std::string path = displayText(folder);
@@ -33,6 +42,7 @@ Device describe(const std::string &folder) {
     device.name = displayText(std::filesystem::path(folder).filename()) + " (folder offered as a device)";
     device.vendor = "folder";
     device.mountPath = folder;
+    device.fileSystem = fileSystemOf(folder);
     device.deviceClass = MRB_STORAGE_CLASS_FOLDER;
     return device;
 }

@@ -187,10 +187,11 @@ class OfferedFolder : public support::OwnProcess {
 } // namespace
 
 TEST_F(OfferedFolder, IsADeviceThatSaysWhatItIs) {
-    if (!inside(Surroundings::PLAIN)) {
+    if (!inside(Surroundings::MOUNTS)) {
         return;
     }
     support::Folder folder;
+    ASSERT_EQ(mount("tmpfs", folder.path().c_str(), "tmpfs", 0, nullptr), 0);
     fs::create_directory(folder.path("pictures"));
     offer(folder.path("pictures/"));
     const auto devices = listDevices();
@@ -199,7 +200,9 @@ TEST_F(OfferedFolder, IsADeviceThatSaysWhatItIs) {
     EXPECT_EQ(devices[0].name, "pictures (folder offered as a device)");
     EXPECT_EQ(devices[0].mountPath, folder.path("pictures"));
     EXPECT_EQ(devices[0].deviceClass, MRB_STORAGE_CLASS_FOLDER);
+    EXPECT_EQ(devices[0].fileSystem, MRB_FILE_SYSTEM_TMPFS);
     EXPECT_GT(devices[0].total, 0);
+    umount2(folder.path().c_str(), MNT_DETACH);
 }
 
 TEST_F(OfferedFolder, ComesAndGoesWithAnyFolderThatHoldsIt) {

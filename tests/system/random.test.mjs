@@ -141,6 +141,7 @@ function command() {
   if (type === 1 && !Number.isInteger(data)) fault('no integer', method, text, answer);
   if (type === 4 && !['mrb_get_storage_id_v2', 'mrb_get_item_value_v2'].includes(method)) {
     const value = JSON.parse(data);
+    if (value === null && method === 'mrb_get_usb_list') return; // no devices
     if (!isObject(value)) fault('no object', method, text, answer);
     media = value.media_id || media;
   }
