@@ -6,7 +6,10 @@ pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
 pkg_check_modules(CLUTTER REQUIRED IMPORTED_TARGET clutter-1.0)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
+# What is attached and mounted.
 pkg_check_modules(MOUNT REQUIRED IMPORTED_TARGET mount)
+pkg_check_modules(BLKID REQUIRED IMPORTED_TARGET blkid)
+pkg_check_modules(UDEV REQUIRED IMPORTED_TARGET libudev)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 # Metadata of pictures, of music and of films, and the file they are kept in.
 pkg_check_modules(EXIF REQUIRED IMPORTED_TARGET libexif)
@@ -17,6 +20,8 @@ pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 # What thumbnails are decoded with besides.
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
 pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+# The network's media servers.
+pkg_check_modules(GUPNP REQUIRED IMPORTED_TARGET gupnp-1.6 libxml-2.0)
 pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale)
 
 # Node's headers must be those of the node that will run, so look beside the

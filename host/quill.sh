@@ -27,6 +27,8 @@ Scripts see the class MRBBridge and the object quill:
 Options:
   --bridge FILE     open a bridge library; one named as the default bridge
                     replaces it (may be given several times)
+  --device FOLDER   let a folder stand for an attached device while it is there
+                    (may be given several times)
   --log             print the system log to standard error
   -h, --help        print this text
   -v, --version     print versions
@@ -35,6 +37,7 @@ Any other option goes to Node.js, for instance --inspect or --enable-source-maps
 Environment:
   QUILL_NODE        the node program to run
   QUILL_LOG         where the system log goes: system (the default), stderr or off
+  MRB_DEVICES       folders as for --device, absolute, with line feeds between them
 END
 }
 
@@ -63,6 +66,19 @@ add_bridge() {
     bridges=$bridges$1$newline
 }
 
+# The media framework reads them there.
+add_device() {
+    case $1 in
+        '') fail '--device needs a folder' ;;
+        *"$newline"*) fail '--device: the name of the folder must not hold a line feed' ;;
+        /*) ;;
+        *) set -- "$PWD/$1" ;;
+    esac
+    # One that is not there may come; a file is a mistake.
+    [ ! -e "$1" ] || [ -d "$1" ] || fail "--device $1: that is no folder"
+    export MRB_DEVICES="${MRB_DEVICES:+$MRB_DEVICES$newline}$1"
+}
+
 # Our own options may stand among those of Node.js; the rest keeps its order.
 # Every argument is looked at once: what stays goes to the end of the list.
 left=$#
@@ -85,6 +101,13 @@ while [ "$left" -gt 0 ]; do
             left=$((left - 1))
             ;;
         --bridge=*) add_bridge "${argument#--bridge=}" ;;
+        --device)
+            [ "$left" -gt 0 ] || fail '--device needs a folder'
+            add_device "$1"
+            shift
+            left=$((left - 1))
+            ;;
+        --device=*) add_device "${argument#--device=}" ;;
         --log) export QUILL_LOG=stderr ;;
         -e | --eval | -p | --print | -pe)
             [ "$left" -gt 0 ] || fail "$argument needs the text to run"

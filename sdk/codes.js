@@ -42,6 +42,15 @@ const ITEM_TYPES = {
 /** "param_navigation": how a list's view moves through folders. */
 const NAVIGATION = { FLAT: 0, FOLDER: 1, ENTER: 2, UP: 3 };
 
+/** "storage_filesystem" of a device. */
+const FILE_SYSTEMS = [
+  'unknown', 'FAT', 'exFAT', 'NTFS', 'ext2', 'ext3', 'ext4', 'Btrfs', 'XFS', 'F2FS', 'HFS', 'APFS', 'ISO 9660', 'UDF',
+  'tmpfs',
+];
+
+/** "storage_class" of a device. */
+const STORAGE_CLASSES = { NONE: 0, CAMERA: 6, MASS_STORAGE: 8, FOLDER: 256 };
+
 /** "storage_event" of a device. */
 const STORAGE_EVENTS = { ADDED: 0, REMOVED: 1, CHANGED: 2 };
 
@@ -55,6 +64,6 @@ function describeResult(code) {
 }
 
 module.exports = {
-  RESULTS, LIST_EVENTS, SHARE_EVENTS, SHARE_TYPES, ITEM_TYPES, NAVIGATION, STORAGE_EVENTS, SERVICE_EVENTS,
-  describeResult,
+  RESULTS, LIST_EVENTS, SHARE_EVENTS, SHARE_TYPES, ITEM_TYPES, NAVIGATION, FILE_SYSTEMS, STORAGE_CLASSES,
+  STORAGE_EVENTS, SERVICE_EVENTS, describeResult,
 };

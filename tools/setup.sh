@@ -13,12 +13,15 @@ setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd) || exit 1
 setup_run_packages=(
     g++ cmake ninja-build pkg-config                                # builds
     libclutter-1.0-dev libjsoncpp-dev libicu-dev libmount-dev       # linked with
+    libblkid-dev libudev-dev
     libsystemd-dev libexif-dev libheif-dev libtag1-dev libsqlite3-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libvips-dev libturbojpeg0-dev
+    libgupnp-1.6-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick)
+setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
+    umockdev libumockdev-dev iproute2 dbus minidlna rygel)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2
@@ -78,15 +81,24 @@ setup_check_node() {
     export NODE
 }
 
-# apt-get as root, without questions, its words in the log.
-setup_apt() {
+# A command as root, without questions, its words in the log.
+setup_as_root() {
     local as_root=()
     if ((EUID != 0)); then
         as_root=(sudo)
         [[ -t 0 ]] || as_root=(sudo -n)
     fi
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 "$@" \
-        >>"$setup_root/build/setup.log" 2>&1 </dev/null
+    "${as_root[@]}" "$@" >>"$setup_root/build/setup.log" 2>&1 </dev/null
+}
+
+setup_apt() {
+    setup_as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 "$@"
+}
+
+# The tests start servers of their own; the package starts one for the whole house.
+setup_quiet_service() {
+    setup_as_root systemctl disable --now "$1" ||
+        { setup_as_root service "$1" stop; setup_as_root update-rc.d "$1" disable; } || true
 }
 
 setup_install() {
@@ -119,6 +131,7 @@ setup_install() {
         setup_fail "apt-get failed (build/setup.log has all it said); $by_hand"
         return 1
     fi
+    [[ " $* " != *' minidlna '* ]] || setup_quiet_service minidlna
 }
 
 # setup run | setup test

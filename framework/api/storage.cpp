@@ -1,66 +1,128 @@
-// The storage manager. It watches no devices, so no list and no record exists,
-// and every getter has the answer for a field that a device lacks.
+// The storage manager: lists and their records, notifications.
 
 #include "mrb/storage.h"
 
-int mrb_get_usb_list(int /*kind*/, mrb_storage_list_h * /*list*/) { return MRB_ERR_NOT_SUPPORTED; }
+#include <memory>
+#include <vector>
 
-int mrb_get_dlna_list(mrb_storage_list_h * /*list*/) { return MRB_ERR_NOT_SUPPORTED; }
+#include "api/entry.h"
+#include "dlna/dlna_service.h"
+#include "storage/device_service.h"
 
-int mrb_storage_get_list_count(mrb_storage_list_h /*list*/) { return 0; }
+using mrb::DeviceService;
+using mrb::dlna::DlnaService;
 
-_mrb_storage_s *mrb_storage_get_storage(int /*index*/, mrb_storage_list_h /*list*/) { return nullptr; }
+struct mrb_storage_list_s {
+    std::vector<_mrb_storage_s> records;
+};
 
-int mrb_storage_list_destory(mrb_storage_list_h list) {
-    return list == nullptr ? MRB_ERR_INVALID_PARAMETER : MRB_ERR_INVALID_HANDLE;
+namespace {
+
+int makeList(std::vector<mrb::Device> devices, mrb_storage_list_h *list) {
+    auto made = std::make_unique<mrb_storage_list_s>();
+    for (mrb::Device &device : devices) {
+        made->records.push_back({std::move(device)});
+    }
+    *list = made.release();
+    return MRB_ERR_NONE;
 }
 
-const char *mrb_storage_get_id(_mrb_storage_s * /*storage*/) { return ""; }
+} // namespace
 
-const char *mrb_storage_get_name(_mrb_storage_s * /*storage*/) { return ""; }
+int mrb_get_usb_list(int kind, mrb_storage_list_h *list) {
+    if (list == nullptr || (kind != MRB_STORAGE_KIND_USB && kind != MRB_STORAGE_KIND_PTP)) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        const auto wanted = kind == MRB_STORAGE_KIND_USB ? mrb::DeviceKind::USB : mrb::DeviceKind::CAMERA;
+        return makeList(DeviceService::instance().list(wanted), list);
+    });
+}
 
-long long mrb_storage_get_availablesize(_mrb_storage_s * /*storage*/) { return 0; }
+int mrb_get_dlna_list(mrb_storage_list_h *list) {
+    if (list == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] {
+        std::vector<mrb::Device> servers;
+        const int code = DlnaService::instance().list(servers);
+        return code == MRB_ERR_NONE ? makeList(std::move(servers), list) : code;
+    });
+}
 
-long long mrb_storage_get_totalsize(_mrb_storage_s * /*storage*/) { return 0; }
+int mrb_storage_get_list_count(mrb_storage_list_h list) {
+    return list != nullptr ? static_cast<int>(list->records.size()) : 0;
+}
 
-const char *mrb_storage_get_mountpath(_mrb_storage_s * /*storage*/) { return ""; }
+_mrb_storage_s *mrb_storage_get_storage(int index, mrb_storage_list_h list) {
+    return index >= 0 && index < mrb_storage_get_list_count(list) ? &list->records[index] : nullptr;
+}
 
-int mrb_storage_get_filesystem(_mrb_storage_s * /*storage*/) { return 0; }
+int mrb_storage_list_destory(mrb_storage_list_h list) { return mrb::destroyObject(list); }
 
-const char *mrb_storage_get_serialnumber(_mrb_storage_s * /*storage*/) { return ""; }
+// ---- a record's fields ------------------------------------------------------
 
-const char *mrb_storage_get_vendor(_mrb_storage_s * /*storage*/) { return ""; }
+// Defines a getter of a text, and of a number. Nothing is what no record has.
+#define TEXT(name, member)                                                                                   \
+    const char *mrb_storage_get_##name(_mrb_storage_s *storage) {                                            \
+        return storage != nullptr ? storage->device.member.c_str() : "";                                     \
+    }
+#define NUMBER(type, name, member)                                                                           \
+    type mrb_storage_get_##name(_mrb_storage_s *storage) {                                                   \
+        return storage != nullptr ? storage->device.member : 0;                                              \
+    }
 
-int mrb_storage_get_index(_mrb_storage_s * /*storage*/) { return 0; }
+TEXT(id, id)
+TEXT(name, name)
+NUMBER(long long, availablesize, available)
+NUMBER(long long, totalsize, total)
+TEXT(mountpath, mountPath)
+NUMBER(int, filesystem, fileSystem)
+TEXT(serialnumber, serial)
+TEXT(vendor, vendor)
+NUMBER(int, index, index)
+NUMBER(int, address, address)
+NUMBER(int, bus, bus)
+TEXT(partitionlabel, label)
+NUMBER(int, class, deviceClass)
+TEXT(ip, ip)
+#undef TEXT
+#undef NUMBER
 
-int mrb_storage_get_address(_mrb_storage_s * /*storage*/) { return 0; }
-
-int mrb_storage_get_bus(_mrb_storage_s * /*storage*/) { return 0; }
-
-const char *mrb_storage_get_partitionlabel(_mrb_storage_s * /*storage*/) { return ""; }
-
-int mrb_storage_get_class(_mrb_storage_s * /*storage*/) { return 0; }
-
-const char *mrb_storage_get_ip(_mrb_storage_s * /*storage*/) { return ""; }
-
+// What makes such a device is not known outside of televisions, so none is one.
 bool mrb_storage_get_bOrvaneDevice(_mrb_storage_s * /*storage*/) { return false; }
 
-int mrb_set_usb_callback(mrb_storage_notification_cb /*callback*/, void * /*user_data*/) {
-    return MRB_ERR_NOT_SUPPORTED;
+// ---- notifications ----------------------------------------------------------
+
+int mrb_set_usb_callback(mrb_storage_notification_cb callback, void *user_data) {
+    if (callback == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] { return DeviceService::instance().listen(callback, user_data); });
 }
 
-int mrb_unset_usb_callback(void) { return MRB_ERR_NOT_SUPPORTED; }
-
-int mrb_set_dlna_callback(mrb_storage_notification_cb /*callback*/, void * /*user_data*/) {
-    return MRB_ERR_NOT_SUPPORTED;
+int mrb_unset_usb_callback(void) {
+    return mrb::guard([] { return DeviceService::instance().unlisten(); });
 }
 
-int mrb_unset_dlna_callback(void) { return MRB_ERR_NOT_SUPPORTED; }
-
-int mrb_Init_dlna_service(mrb_dlna_state_cb /*callback*/, void * /*user_data*/) {
-    return MRB_ERR_NOT_SUPPORTED;
+int mrb_set_dlna_callback(mrb_storage_notification_cb callback, void *user_data) {
+    if (callback == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] { return DlnaService::instance().listen(callback, user_data); });
 }
 
-int mrb_finalize_dlna_service(mrb_dlna_state_cb /*callback*/, void * /*user_data*/) {
-    return MRB_ERR_NOT_SUPPORTED;
+int mrb_unset_dlna_callback(void) {
+    return mrb::guard([] { return DlnaService::instance().unlisten(); });
+}
+
+int mrb_Init_dlna_service(mrb_dlna_state_cb callback, void *user_data) {
+    if (callback == nullptr) {
+        return MRB_ERR_INVALID_PARAMETER;
+    }
+    return mrb::guard([&] { return DlnaService::instance().begin({callback, user_data}); });
+}
+
+int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data) {
+    return mrb::guard([&] { return DlnaService::instance().end({callback, user_data}); });
 }

@@ -12,7 +12,7 @@ EventThread::~EventThread() { finish(std::chrono::steady_clock::time_point::max(
 void EventThread::start() {
     const std::lock_guard guard(lock_);
     if (!thread_.joinable() && !finishing_) {
-        thread_ = startThread("mrb-events", [this] { run(); });
+        thread_ = startThread(name_, [this] { run(); });
         id_ = thread_.get_id();
     }
 }
@@ -32,6 +32,11 @@ void EventThread::withdraw(EventTarget &target) {
     if (std::this_thread::get_id() != id_) {
         idle_.wait(guard, [this, &target] { return running_ != &target; });
     }
+}
+
+bool EventThread::isOwnThread() {
+    const std::lock_guard guard(lock_);
+    return std::this_thread::get_id() == id_;
 }
 
 void EventThread::finish(std::chrono::steady_clock::time_point deadline) {

@@ -21,11 +21,13 @@ class EventTarget {
     bool withdrawn_ = false; // guarded by the EventThread's lock
 };
 
-// The one thread on which clients are called back, with the queue that leads to
-// it. Owned by the Framework; any thread may call it, the event thread included.
+// A thread on which clients are called back, with the queue that leads to it. The
+// Framework owns one for its lists, the DlnaService one for its own; any thread may
+// call it, the event thread included.
 class EventThread {
   public:
-    EventThread() = default;
+    // `name` is the thread's, as startThread takes it.
+    explicit EventThread(const char *name = "mrb-events") : name_(name) {}
     ~EventThread();
     EventThread(const EventThread &) = delete;
     EventThread &operator=(const EventThread &) = delete;
@@ -40,6 +42,9 @@ class EventThread {
     // none is being delivered, or at once when called from inside that delivery.
     void withdraw(EventTarget &target);
 
+    // Whether the caller is being called back by this.
+    [[nodiscard]] bool isOwnThread();
+
     // Ends the thread, dropping what is queued. A delivery that does not return
     // until the deadline is left behind. Afterwards every post is dropped.
     void finish(std::chrono::steady_clock::time_point deadline);
@@ -52,6 +57,7 @@ class EventThread {
 
     void run();
 
+    const char *const name_;
     std::mutex lock_; // guards what follows
     std::condition_variable wake_;
     std::condition_variable idle_;

@@ -1,6 +1,5 @@
 #include "storage/storage_id.h"
 
-#include <libmount.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,7 +8,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "text/text.h"
+#include "storage/mount_table.h"
 
 namespace mrb {
 
@@ -33,29 +32,8 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder) {
 namespace {
 
 struct Release {
-    void operator()(libmnt_table *table) const { mnt_unref_table(table); }
-    void operator()(libmnt_iter *each) const { mnt_free_iter(each); }
     void operator()(char *text) const { std::free(text); }
 };
-using MountTable = std::unique_ptr<libmnt_table, Release>;
-
-std::string textOrNothing(const char *text) { return text != nullptr ? text : ""; }
-
-std::string idOf(libmnt_fs *mount) {
-    const std::string source = textOrNothing(mnt_fs_get_source(mount));
-    const std::string id = displayText(uuidOfDevice(source));
-    return id.empty() ? displayText(textOrNothing(mnt_fs_get_fstype(mount)) + ':' + source + ':' +
-                                    textOrNothing(mnt_fs_get_target(mount)))
-                      : id;
-}
-
-MountTable readMounts() {
-    MountTable table(mnt_new_table());
-    if (table && mnt_table_parse_file(table.get(), "/proc/self/mountinfo") != 0) {
-        table.reset();
-    }
-    return table;
-}
 
 // True: `path` is `folder` or lies below it; both without a slash at the end.
 bool isWithin(const std::string &path, const std::string &folder) {
@@ -72,7 +50,7 @@ Outcome readStorageId(const std::string &path, std::string &id) {
     if (!real) {
         return outcomeOfErrno(errno, path);
     }
-    const MountTable table = readMounts();
+    const MountTable table = readMountTable();
     if (!table) {
         return {MRB_ERR_IO, "The table of mounts cannot be read."};
     }
@@ -81,24 +59,25 @@ Outcome readStorageId(const std::string &path, std::string &id) {
     if (mount == nullptr) {
         return {MRB_ERR_NOT_FOUND, "No mount holds \"" + path + "\"."};
     }
-    id = idOf(mount);
+    id = storageIdOf(entryOf(mount));
     return {};
 }
 
 std::vector<Mount> mountsOf(const std::string &folder) {
     const std::string wanted = folder == "/" ? "" : folder;
     std::vector<Mount> mounts;
-    const MountTable table = readMounts();
+    const MountTable table = readMountTable();
     libmnt_fs *holder =
         table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
-    const std::unique_ptr<libmnt_iter, Release> each(mnt_new_iter(MNT_ITER_BACKWARD));
+    const std::unique_ptr<libmnt_iter, MountRelease> each(mnt_new_iter(MNT_ITER_BACKWARD));
     libmnt_fs *mount = nullptr;
     while (holder != nullptr && each && mnt_table_next_fs(table.get(), each.get(), &mount) == 0) {
-        std::string place = textOrNothing(mnt_fs_get_target(mount));
+        const MountEntry entry = entryOf(mount);
+        std::string place = entry.place;
         place = place == "/" ? "" : place;
         const bool isKnown = std::ranges::find(mounts, place, &Mount::place) != mounts.end();
         if (!isKnown && (mount == holder || isWithin(place, wanted))) {
-            mounts.push_back({std::move(place), idOf(mount)});
+            mounts.push_back({std::move(place), storageIdOf(entry)});
         }
     }
     std::ranges::stable_sort(mounts, std::greater(), [](const Mount &found) { return found.place.size(); });

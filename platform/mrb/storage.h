@@ -40,7 +40,38 @@ enum { MRB_STORAGE_KIND_USB = 1, MRB_STORAGE_KIND_PTP = 2 };
 
 /* What happened to a device. The type is int: any value may arrive. */
 typedef int mrb_storage_event_e;
-enum { MRB_STORAGE_EVENT_ADDED = 0, MRB_STORAGE_EVENT_REMOVED = 1, MRB_STORAGE_EVENT_CHANGED = 2 };
+enum {
+    MRB_STORAGE_EVENT_ADDED = 0,   /* it is in the list from now on */
+    MRB_STORAGE_EVENT_REMOVED = 1, /* it is not any more; the record is the last one known */
+    MRB_STORAGE_EVENT_CHANGED = 2  /* its record is another, as when it is mounted or unmounted */
+};
+
+/* mrb_storage_get_filesystem. */
+enum {
+    MRB_FILE_SYSTEM_UNKNOWN = 0,
+    MRB_FILE_SYSTEM_FAT = 1,
+    MRB_FILE_SYSTEM_EXFAT = 2,
+    MRB_FILE_SYSTEM_NTFS = 3,
+    MRB_FILE_SYSTEM_EXT2 = 4,
+    MRB_FILE_SYSTEM_EXT3 = 5,
+    MRB_FILE_SYSTEM_EXT4 = 6,
+    MRB_FILE_SYSTEM_BTRFS = 7,
+    MRB_FILE_SYSTEM_XFS = 8,
+    MRB_FILE_SYSTEM_F2FS = 9,
+    MRB_FILE_SYSTEM_HFS = 10, /* HFS and HFS+ */
+    MRB_FILE_SYSTEM_APFS = 11,
+    MRB_FILE_SYSTEM_ISO9660 = 12,
+    MRB_FILE_SYSTEM_UDF = 13,
+    MRB_FILE_SYSTEM_TMPFS = 14
+};
+
+/* mrb_storage_get_class: the class code of a USB interface, or one beyond those. */
+enum {
+    MRB_STORAGE_CLASS_NONE = 0,         /* not attached by USB */
+    MRB_STORAGE_CLASS_CAMERA = 6,       /* still image */
+    MRB_STORAGE_CLASS_MASS_STORAGE = 8, /* mass storage */
+    MRB_STORAGE_CLASS_FOLDER = 256      /* a folder that stands for a device */
+};
 
 /* State of the DLNA service connector. The type is int: any value may arrive. */
 typedef int mrb_asf_serviceconnector_state_e;
@@ -71,21 +102,26 @@ const char *mrb_storage_get_id(_mrb_storage_s *storage);
 const char *mrb_storage_get_name(_mrb_storage_s *storage);
 long long mrb_storage_get_availablesize(_mrb_storage_s *storage); /* bytes */
 long long mrb_storage_get_totalsize(_mrb_storage_s *storage);     /* bytes */
-const char *mrb_storage_get_mountpath(_mrb_storage_s *storage);
-int mrb_storage_get_filesystem(_mrb_storage_s *storage);
+const char *mrb_storage_get_mountpath(_mrb_storage_s *storage);   /* empty: not mounted */
+int mrb_storage_get_filesystem(_mrb_storage_s *storage);          /* MRB_FILE_SYSTEM_... */
 const char *mrb_storage_get_serialnumber(_mrb_storage_s *storage);
 const char *mrb_storage_get_vendor(_mrb_storage_s *storage);
-int mrb_storage_get_index(_mrb_storage_s *storage);
-int mrb_storage_get_address(_mrb_storage_s *storage);
-int mrb_storage_get_bus(_mrb_storage_s *storage);
+int mrb_storage_get_index(_mrb_storage_s *storage);   /* from 0, the device's own while it is attached */
+int mrb_storage_get_address(_mrb_storage_s *storage); /* on the USB bus */
+int mrb_storage_get_bus(_mrb_storage_s *storage);     /* the USB bus */
 const char *mrb_storage_get_partitionlabel(_mrb_storage_s *storage);
-int mrb_storage_get_class(_mrb_storage_s *storage);
+int mrb_storage_get_class(_mrb_storage_s *storage); /* MRB_STORAGE_CLASS_... */
 const char *mrb_storage_get_ip(_mrb_storage_s *storage);
 bool mrb_storage_get_bOrvaneDevice(_mrb_storage_s *storage);
 
 /* ---- notifications and the DLNA service --------------------------------- */
 
-/* One callback each; setting another replaces it. */
+/*
+ * One callback each; setting another replaces it, and returns when the one before
+ * is not running any more. A callback hears what happens from its registration on:
+ * set it first and list afterwards, and no device is missed. To unset what is not
+ * set succeeds.
+ */
 int mrb_set_usb_callback(mrb_storage_notification_cb callback, void *user_data);
 int mrb_unset_usb_callback(void);
 int mrb_set_dlna_callback(mrb_storage_notification_cb callback, void *user_data);

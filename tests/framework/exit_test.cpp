@@ -127,12 +127,53 @@ TEST_F(Exit, CallsAfterTheEndAreRefusedNotFatal) {
             static support::Client late;
             static const std::string again = path;
             std::atexit([] {
-                if (late.open(again) != MRB_ERR_NOT_INITIALIZED || mrb_unset_usb_callback() == MRB_ERR_NONE) {
+                if (late.open(again) != MRB_ERR_NOT_INITIALIZED || mrb_unset_usb_callback() != MRB_ERR_NONE) {
                     std::_Exit(1);
                 }
             });
             forgotten().list(path);
             std::exit(7);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+TEST_F(Exit, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
+    for (const bool inside : {false, true}) {
+        SCOPED_TRACE(inside);
+        EXPECT_EXIT(
+            {
+                const std::string device = path + "/offered";
+                setenv("MRB_DEVICES", device.c_str(), 1);
+                static bool endsInside = inside;
+                static std::promise<void> told;
+                mrb_set_usb_callback(
+                    [](void *, mrb_storage_event_e, _mrb_storage_s *&) {
+                        if (endsInside) {
+                            std::exit(7);
+                        }
+                        told.set_value();
+                    },
+                    nullptr);
+                std::filesystem::create_directory(device);
+                told.get_future().wait_for(support::LIMIT);
+                std::exit(7);
+            },
+            testing::ExitedWithCode(7), "");
+        std::filesystem::remove(path + "/offered");
+    }
+}
+
+TEST_F(Exit, DeviceCallsAfterTheEndAreRefusedNotFatal) {
+    EXPECT_EXIT(
+        {
+            const auto set = [] {
+                return mrb_set_usb_callback([](void *, mrb_storage_event_e, _mrb_storage_s *&) {}, nullptr);
+            };
+            // Registered before the service is first used, so it runs after its end.
+            static const auto late = set;
+            std::atexit([] { std::_Exit(late() == MRB_ERR_NOT_INITIALIZED ? 7 : 1); });
+            set();
+            std::exit(1);
         },
         testing::ExitedWithCode(7), "");
 }

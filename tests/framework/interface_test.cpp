@@ -103,17 +103,40 @@ TEST(Interface, AnImageIsNotStoredWithoutAPath) {
     EXPECT_EQ(mrb_create_thumbnail_flash_cache_param(nullptr), 0);
 }
 
-TEST(Interface, StorageIsNotSupported) {
+TEST(Interface, MediaServersAreNotSupported) {
     mrb_storage_list_h list = nullptr;
-    EXPECT_EQ(mrb_get_usb_list(MRB_STORAGE_KIND_USB, &list), NOT_SUPPORTED);
     EXPECT_EQ(mrb_get_dlna_list(&list), NOT_SUPPORTED);
     EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(mrb_set_usb_callback(onStorage, nullptr), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_unset_usb_callback(), NOT_SUPPORTED);
     EXPECT_EQ(mrb_set_dlna_callback(onStorage, nullptr), NOT_SUPPORTED);
     EXPECT_EQ(mrb_unset_dlna_callback(), NOT_SUPPORTED);
     EXPECT_EQ(mrb_Init_dlna_service(onDlna, nullptr), NOT_SUPPORTED);
     EXPECT_EQ(mrb_finalize_dlna_service(onDlna, nullptr), NOT_SUPPORTED);
+}
+
+TEST(Interface, DevicesAreOfTwoKindsAndACallbackIsNeeded) {
+    mrb_storage_list_h list = nullptr;
+    EXPECT_EQ(mrb_get_usb_list(0, &list), INVALID);
+    EXPECT_EQ(mrb_get_usb_list(3, &list), INVALID);
+    EXPECT_EQ(mrb_get_usb_list(MRB_STORAGE_KIND_USB, nullptr), INVALID);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(mrb_set_usb_callback(nullptr, nullptr), INVALID);
+}
+
+TEST(Interface, ADeviceCallbackMayBeRemovedWithoutBeingSet) {
+    EXPECT_EQ(mrb_unset_usb_callback(), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_set_usb_callback(onStorage, nullptr), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_unset_usb_callback(), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_unset_usb_callback(), MRB_ERR_NONE);
+}
+
+TEST(Interface, AListHasNoRecordBeyondItsEnds) {
+    for (const int kind : {MRB_STORAGE_KIND_USB, MRB_STORAGE_KIND_PTP}) {
+        mrb_storage_list_h list = nullptr;
+        ASSERT_EQ(mrb_get_usb_list(kind, &list), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_storage_get_storage(-1, list), nullptr);
+        EXPECT_EQ(mrb_storage_get_storage(mrb_storage_get_list_count(list), list), nullptr);
+        EXPECT_EQ(mrb_storage_list_destory(list), MRB_ERR_NONE);
+    }
 }
 
 TEST(Interface, ANullRecordHasEmptyFields) {

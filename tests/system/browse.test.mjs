@@ -1,57 +1,22 @@
 // The terminal browser, by keys and by what the screen shows.
 import assert from 'node:assert/strict';
-import { execFileSync, spawnSync } from 'node:child_process';
+import { execFileSync } from 'node:child_process';
 import { cpSync, mkdirSync, readdirSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 
 import { folder, quill, root } from './harness.mjs';
+import { Terminal } from './terminal.mjs';
 
 const browser = path.join(root, 'sdk', 'examples', 'browse.js');
 const library = path.join(folder(), 'library');
-const LIMIT_MS = 30_000;
 
 before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' }));
-
-/** A terminal of a server of its own, in which the browser runs. */
-class Terminal {
-  constructor(where, { columns = 80, rows = 24 } = {}) {
-    this.socket = path.join(folder(), 'tmux');
-    const command = [path.join(process.env.QUILL_BUILD, 'bin', 'quill'), browser, where]
-      .map((word) => `'${word.replaceAll("'", "'\\''")}'`).join(' ');
-    this.tmux('-f', '/dev/null', 'new-session', '-d', '-s', 'browser', '-x', columns, '-y', rows,
-      `${command}; echo ended with $?; exec sleep 1000`);
-  }
-
-  tmux(...words) {
-    return execFileSync('tmux', ['-u', '-S', this.socket, ...words.map(String)], { encoding: 'utf8' });
-  }
-
-  keys(...keys) { this.tmux('send-keys', '-t', 'browser', ...keys); }
-
-  screen() { return this.tmux('capture-pane', '-p', '-t', 'browser'); }
-
-  /** Waits until the screen shows what it should; returns its lines. */
-  async shows(pattern) {
-    for (const end = Date.now() + LIMIT_MS; ;) {
-      const screen = this.screen();
-      if (pattern.test(screen)) {
-        return screen.split('\n');
-      }
-      if (Date.now() > end) {
-        assert.fail(`never showed ${pattern}:\n${screen}`);
-      }
-      await new Promise((resolve) => setTimeout(resolve, 50));
-    }
-  }
-
-  close() { spawnSync('tmux', ['-S', this.socket, 'kill-server']); }
-}
 
 /** A test with a terminal of its own. */
 function screenTest(name, work, { where = () => library, ...shape } = {}) {
   test(name, async () => {
-    const terminal = new Terminal(where(), shape);
+    const terminal = new Terminal([browser, where()], shape);
     try {
       await work(terminal);
     } finally {
@@ -130,7 +95,7 @@ screenTest('another kind of media hides the others', async (terminal) => {
 
 screenTest('a smaller terminal shows pages', async (terminal) => {
   await terminal.shows(/ 1\/11 {2}page 1\/1 /);
-  terminal.tmux('resize-window', '-t', 'browser', '-x', 50, '-y', 6);
+  terminal.tmux('resize-window', '-t', 'quill', '-x', 50, '-y', 6);
   await terminal.shows(/ 1\/11 {2}page 1\/3 /);
   terminal.keys('Right');
   await terminal.shows(/ 5\/11 {2}page 2\/3 /);
@@ -239,12 +204,12 @@ screenTest('a search without a find shows nothing, and no key disturbs it', asyn
 
 screenTest('a terminal that grows shows more at once, also of the details', async (terminal) => {
   await terminal.shows(/^ 1\/1000 {2}page 1\/125 /m);
-  terminal.tmux('resize-window', '-t', 'browser', '-x', 100, '-y', 52);
+  terminal.tmux('resize-window', '-t', 'quill', '-x', 100, '-y', 52);
   const lines = await terminal.shows(/^ 1\/1000 {2}page 1\/20 /m);
   assert.match(lines[50], /^ 49\.jpg /);
   terminal.keys('d');
   await terminal.shows(/url +file:/);
-  terminal.tmux('resize-window', '-t', 'browser', '-x', 30, '-y', 4);
+  terminal.tmux('resize-window', '-t', 'quill', '-x', 30, '-y', 4);
   await terminal.shows(/^ 1\/1000 {2}page 1\/500 /m);
   terminal.keys('x', 'Down', 'Down');
   await terminal.shows(/^ 2\.jpg [^]*^ 3\/1000 {2}page 2\/500 /m);
@@ -272,7 +237,7 @@ screenTest('a change is told, R shows it, and so is the end of the folder', asyn
 
 screenTest('Ctrl-C leaves from a search and gives cursor and screen back', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
-  const state = () => terminal.tmux('display-message', '-p', '-t', 'browser', '#{alternate_on} #{cursor_flag}').trim();
+  const state = () => terminal.tmux('display-message', '-p', '-t', 'quill', '#{alternate_on} #{cursor_flag}').trim();
   assert.equal(state(), '1 0');
   terminal.keys('/', 'a', 'C-c');
   await terminal.shows(/^ended with 0$/m);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <span>
 #include <string>
 
@@ -26,8 +27,13 @@ constexpr Way MOUNTS[] = {
     {"unshare --user --map-root-user --mount", "mount -t tmpfs tmpfs /tmp", false},
     {"unshare --mount", "mount -t tmpfs tmpfs /tmp", true},
 };
+constexpr Way LOOPS[] = {{"unshare --mount", "mount -t tmpfs tmpfs /tmp", true}};
 constexpr Way LIMITS[] = {
     {"unshare --user --map-root-user", "sh -c 'echo 99 >/proc/sys/user/max_inotify_watches'", false},
+};
+constexpr Way NETWORKS[] = {
+    {"unshare --user --map-root-user --net", "ip link set lo up", false},
+    {"unshare --net", "ip link set lo up", true},
 };
 
 // Runs a command of the shell; its status, and what it said.
@@ -43,6 +49,20 @@ int run(const std::string &command, std::string &said) {
         said.append(part.data(), size);
     }
     return pclose(pipe);
+}
+
+// A library to load first, behind the sanitizer's own where this program has one: that
+// insists on being the first.
+std::string preloadedWithSanitizer(const std::string &library) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        for (const char *sanitizer : {"/libasan.so", "/libtsan.so"}) {
+            if (line.find(sanitizer) != std::string::npos) {
+                return line.substr(line.find('/')) + ' ' + library;
+            }
+        }
+    }
+    return library;
 }
 
 // The command's beginning; empty, and a test failure, when the machine refuses.
@@ -67,6 +87,12 @@ std::string commandFor(Surroundings needed) {
         return commandFor(MOUNTS);
     case Surroundings::LIMITS:
         return commandFor(LIMITS);
+    case Surroundings::NETWORK:
+        return commandFor(NETWORKS);
+    case Surroundings::LOOPS:
+        return commandFor(LOOPS);
+    case Surroundings::DEVICES:
+        return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
     case Surroundings::PLAIN:
         break;
     }

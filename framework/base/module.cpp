@@ -1,0 +1,54 @@
+#include "base/module.h"
+
+#include <dlfcn.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace mrb {
+namespace {
+
+// The program may have libraries of its own under the same names, as Node.js has;
+// sanitizers do not allow for that.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int OWN_LIBRARIES_FIRST = 0;
+#else
+constexpr int OWN_LIBRARIES_FIRST = RTLD_DEEPBIND;
+#endif
+
+const char OWN_ADDRESS = 0;
+
+// It is opened by its path, since under a sanitizer that runtime is who opens it, and
+// looks elsewhere.
+std::string besideThisLibrary(const char *file) {
+    Dl_info own{};
+    if (dladdr(&OWN_ADDRESS, &own) == 0 || own.dli_fname == nullptr) {
+        return file;
+    }
+    const std::string path = own.dli_fname;
+    return path.substr(0, path.rfind('/') + 1) + file;
+}
+
+std::runtime_error failure(const char *what) {
+    const char *reason = dlerror();
+    return std::runtime_error(reason != nullptr ? reason : what);
+}
+
+} // namespace
+
+Module::Module(const char *file)
+    : library_(dlopen(besideThisLibrary(file).c_str(), RTLD_NOW | RTLD_LOCAL | OWN_LIBRARIES_FIRST)) {
+    if (library_ == nullptr) {
+        throw failure(file);
+    }
+}
+
+void *Module::symbol(const char *name) const {
+    void *found = dlsym(library_, name);
+    if (found == nullptr) {
+        throw failure(name);
+    }
+    return found;
+}
+
+} // namespace mrb

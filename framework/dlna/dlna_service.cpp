@@ -1,0 +1,233 @@
+#include "dlna/dlna_service.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+
+#include "base/log.h"
+
+namespace mrb::dlna {
+namespace {
+
+// How long a process that ends waits for callbacks.
+constexpr auto FAREWELL = std::chrono::seconds(2);
+
+Device deviceOf(const Server &server) {
+    Device device;
+    device.kind = DeviceKind::SERVER;
+    device.id = server.id;
+    device.name = server.name;
+    device.ip = server.address;
+    return device;
+}
+
+} // namespace
+
+// What the event thread does for the service itself.
+class DlnaService::Task final : public EventTarget {
+  public:
+    explicit Task(DlnaService &service) : service_(service) {}
+
+    void deliver(int /*event*/) noexcept override { service_.update(); }
+
+  private:
+    DlnaService &service_;
+};
+
+DlnaService::DlnaService(Start start) : start_(std::move(start)), task_(std::make_shared<Task>(*this)) {}
+
+DlnaService::~DlnaService() { shutDown(std::chrono::steady_clock::time_point::max()); }
+
+DlnaService &DlnaService::instance() {
+    // Never destroyed: a thread that is left behind, and clients that come late, still use it.
+    static DlnaService &service = []() -> DlnaService & {
+        auto &made = *new DlnaService(dlna::startNetwork);
+        std::atexit([] { instance().shutDown(std::chrono::steady_clock::now() + FAREWELL); });
+        return made;
+    }();
+    return service;
+}
+
+int DlnaService::begin(const StateListener &listener) {
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    events_.start();
+    auto known = find(listener);
+    if (known == clients_.end()) {
+        known = clients_.insert(clients_.end(), {std::make_shared<ServiceClient>(listener)});
+    }
+    if (running_) {
+        events_.post(known->target, MRB_SERVICE_STATE_STARTED);
+    }
+    events_.post(task_, 0);
+    return MRB_ERR_NONE;
+}
+
+int DlnaService::end(const StateListener &listener) {
+    std::unique_lock guard(lock_);
+    const auto known = find(listener);
+    if (known == clients_.end() || down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    known->ending = true;
+    const std::shared_ptr<ServiceClient> client = known->target;
+    const auto isGone = [&] {
+        return std::ranges::find(clients_, client, &Client::target) == clients_.end();
+    };
+    if (events_.isOwnThread()) {
+        // Nobody else could do it meanwhile.
+        guard.unlock();
+        for (bool gone = false; !gone;) {
+            update();
+            guard.lock();
+            gone = isGone();
+            guard.unlock();
+        }
+    } else {
+        events_.post(task_, 0);
+        dismissed_.wait(guard, [&] { return isGone() || down_; });
+    }
+    return MRB_ERR_NONE;
+}
+
+int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
+    unlisten();
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    audience_ = std::make_shared<ServerAudience>(callback, userData);
+    return MRB_ERR_NONE;
+}
+
+int DlnaService::unlisten() {
+    std::unique_lock guard(lock_);
+    const std::shared_ptr<ServerAudience> audience = std::move(audience_);
+    audience_ = nullptr;
+    guard.unlock();
+    if (audience) {
+        events_.withdraw(*audience);
+    }
+    return MRB_ERR_NONE;
+}
+
+int DlnaService::list(std::vector<Device> &servers) {
+    const std::lock_guard guard(lock_);
+    servers = servers_.list(DeviceKind::SERVER);
+    return isWanted() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
+}
+
+// Brings the network and the clients to where they should be, a step at a time: what a
+// step makes known is queued before the next one's.
+void DlnaService::update() {
+    std::unique_lock guard(lock_);
+    if (isWanted() && !network_ && !down_) {
+        startNetwork(guard);
+    } else if (!isWanted() && network_) {
+        letNetworkGo(guard);
+        events_.post(task_, 0);
+        return;
+    }
+    dismiss(guard);
+}
+
+void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
+    guard.unlock();
+    std::unique_ptr<Network> network;
+    try {
+        network = start_(*this);
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("The DLNA service does not start: %s", failure.what());
+    }
+    guard.lock();
+    network_ = std::move(network);
+    if (!network_) {
+        tellClients(MRB_SERVICE_STATE_FAILED);
+    }
+}
+
+void DlnaService::letNetworkGo(std::unique_lock<std::mutex> &guard) {
+    std::unique_ptr<Network> network = std::move(network_);
+    guard.unlock();
+    network.reset(); // its last words come meanwhile
+    guard.lock();
+    running_ = false;
+}
+
+// Has those who are ending told so, and forgets them.
+void DlnaService::dismiss(std::unique_lock<std::mutex> &guard) {
+    while (true) {
+        const auto ending = std::ranges::find(clients_, true, &Client::ending);
+        if (ending == clients_.end()) {
+            return;
+        }
+        const std::shared_ptr<ServiceClient> client = ending->target;
+        ending->ending = false; // told once, whatever it does then
+        guard.unlock();
+        events_.withdraw(*client);
+        client->deliver(MRB_SERVICE_STATE_STOPPED);
+        guard.lock();
+        std::erase_if(clients_, [&](const Client &each) { return each.target == client; });
+        dismissed_.notify_all();
+    }
+}
+
+void DlnaService::networkStarted() {
+    const std::lock_guard guard(lock_);
+    running_ = true;
+    tellClients(MRB_SERVICE_STATE_STARTED);
+}
+
+void DlnaService::serverArrived(const Server &server) {
+    const std::lock_guard guard(lock_);
+    servers_.set(server.id, deviceOf(server));
+    tellAudience();
+}
+
+void DlnaService::serverLeft(const Server &server) {
+    const std::lock_guard guard(lock_);
+    servers_.remove(server.id);
+    tellAudience();
+}
+
+void DlnaService::tellClients(int state) {
+    for (const Client &client : clients_) {
+        events_.post(client.target, state);
+    }
+}
+
+void DlnaService::tellAudience() {
+    for (Notice &notice : servers_.takeNotices()) {
+        if (audience_) {
+            audience_->add(std::move(notice));
+            events_.post(audience_, 0);
+        }
+    }
+}
+
+bool DlnaService::isWanted() const {
+    return std::ranges::any_of(clients_, [](const Client &client) { return !client.ending; });
+}
+
+std::vector<DlnaService::Client>::iterator DlnaService::find(const StateListener &listener) {
+    return std::ranges::find_if(clients_, [&](const Client &client) {
+        return client.target->listener() == listener && !client.ending;
+    });
+}
+
+void DlnaService::shutDown(std::chrono::steady_clock::time_point deadline) {
+    {
+        const std::lock_guard guard(lock_);
+        down_ = true;
+        dismissed_.notify_all();
+    }
+    events_.finish(deadline);
+    std::unique_lock guard(lock_);
+    const std::unique_ptr<Network> network = std::move(network_);
+    guard.unlock();
+}
+
+} // namespace mrb::dlna

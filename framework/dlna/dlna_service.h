@@ -1,0 +1,89 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "dlna/network.h"
+#include "dlna/service_clients.h"
+#include "events/event_thread.h"
+#include "storage/device_table.h"
+
+namespace mrb::dlna {
+
+// The DLNA service: watches the network from when the first client begins it until the
+// last one ends it, and tells who listens what media servers come and go. The network
+// is started and let go on the service's event thread, where all callbacks run, since
+// loading what that takes is slow. The process has one, see instance(); any thread may
+// call it, also from inside a callback.
+class DlnaService final : private ServerListener {
+  public:
+    using Start = std::function<std::unique_ptr<Network>(ServerListener &)>;
+
+    explicit DlnaService(Start start);
+    ~DlnaService();
+    DlnaService(const DlnaService &) = delete;
+    DlnaService &operator=(const DlnaService &) = delete;
+
+    // The process's service, made when it is first asked for.
+    static DlnaService &instance();
+
+    // A client that has begun already is told the state once more. Throws
+    // std::system_error when the system has no room for the thread.
+    int begin(const StateListener &listener);
+
+    // Returns when the client was told that the service has stopped, for it at least,
+    // and will not be called back any more. MRB_ERR_NOT_INITIALIZED: it has not begun.
+    int end(const StateListener &listener);
+
+    // Calls back from now on, instead of whom it called before.
+    int listen(mrb_storage_notification_cb callback, void *userData);
+    // Returns when the callback is not running and will not run; inside it, at once.
+    int unlisten();
+
+    // The servers that are there. MRB_ERR_NOT_INITIALIZED: nobody has begun the service.
+    int list(std::vector<Device> &servers);
+
+    // Ends the threads. What does not end until the deadline is left behind. Every call
+    // from now on fails.
+    void shutDown(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    class Task;
+
+    struct Client {
+        std::shared_ptr<ServiceClient> target;
+        bool ending = false;
+    };
+
+    void networkStarted() override;
+    void serverArrived(const Server &server) override;
+    void serverLeft(const Server &server) override;
+
+    void update();
+    void startNetwork(std::unique_lock<std::mutex> &guard);
+    void letNetworkGo(std::unique_lock<std::mutex> &guard);
+    void dismiss(std::unique_lock<std::mutex> &guard);
+    void tellClients(int state);
+    void tellAudience();
+    [[nodiscard]] bool isWanted() const;
+    [[nodiscard]] std::vector<Client>::iterator find(const StateListener &listener);
+
+    const Start start_;
+    EventThread events_{"mrb-dlna-events"};
+    const std::shared_ptr<Task> task_; // update(), as an event
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable dismissed_;
+    std::vector<Client> clients_;
+    std::shared_ptr<ServerAudience> audience_;
+    DeviceTable servers_;
+    std::unique_ptr<Network> network_; // the event thread alone changes it
+    bool running_ = false;
+    bool down_ = false;
+};
+
+} // namespace mrb::dlna

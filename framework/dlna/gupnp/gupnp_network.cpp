@@ -1,0 +1,196 @@
+#include "dlna/gupnp/gupnp_network.h"
+
+#include <libxml/xmlerror.h>
+
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb::dlna {
+namespace {
+
+constexpr const char *MEDIA_SERVER = "urn:schemas-upnp-org:device:MediaServer:1"; // and its later versions
+
+// How long interfaces take to be enumerated on a machine that has any.
+constexpr guint ENUMERATION_SECONDS = 2;
+
+// Servers that write malformed XML are no business of standard error's.
+void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
+
+struct FreeContext {
+    void operator()(GMainContext *context) const { g_main_context_unref(context); }
+};
+struct FreeLoop {
+    void operator()(GMainLoop *loop) const { g_main_loop_unref(loop); }
+};
+
+} // namespace
+
+class GupnpNetwork::Watch {
+  public:
+    explicit Watch(ServerListener &listener) : listener_(listener), servers_(listener) {}
+
+    void run();
+
+    // From any thread.
+    void quit() {
+        // Not invoked: as long as the loop does not run, that would be done at once and in vain.
+        GSource *source = g_idle_source_new();
+        g_source_set_callback(
+            source,
+            [](gpointer loop) -> gboolean {
+                g_main_loop_quit(static_cast<GMainLoop *>(loop));
+                return G_SOURCE_REMOVE;
+            },
+            loop_.get(), nullptr);
+        g_source_attach(source, context_.get());
+        g_source_unref(source);
+    }
+
+    // In a call of the watch's own thread: that was the last one.
+    void leave() {
+        left_ = true;
+        servers_.silence();
+        g_main_loop_quit(loop_.get());
+    }
+
+  private:
+    void watchNetwork();
+    void watchThisMachine();
+    void letGo();
+
+    Object<GUPnPControlPoint> watchContext(GUPnPContext *context);
+
+    static void onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
+    static void onContextGone(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
+    static void onServer(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
+    static void onServerGone(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
+    static gboolean onEnumerated(gpointer watch);
+
+    ServerListener &listener_;
+    ServerTable servers_;
+    const std::unique_ptr<GMainContext, FreeContext> context_{g_main_context_new()};
+    const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
+    Object<GUPnPContextManager> manager_;
+    Object<GUPnPControlPoint> ownPoint_; // on the loopback interface
+    std::map<GUPnPContext *, Object<GUPnPControlPoint>> points_;
+    bool left_ = false;
+};
+
+void GupnpNetwork::Watch::run() {
+    g_main_context_push_thread_default(context_.get());
+    xmlSetGenericErrorFunc(nullptr, ignoreXmlError); // for this thread
+    watchNetwork();
+    if (!left_) {
+        g_main_loop_run(loop_.get());
+    }
+    letGo();
+    g_main_context_pop_thread_default(context_.get());
+}
+
+void GupnpNetwork::Watch::watchNetwork() {
+    // IPv4, as the guidelines of DLNA have it.
+    manager_.reset(gupnp_context_manager_create_full(GSSDP_UDA_VERSION_1_0, G_SOCKET_FAMILY_IPV4, 0));
+    g_signal_connect(manager_.get(), "context-available", G_CALLBACK(onContext), this);
+    g_signal_connect(manager_.get(), "context-unavailable", G_CALLBACK(onContextGone), this);
+    watchThisMachine();
+    GSource *timer = g_timeout_source_new_seconds(ENUMERATION_SECONDS);
+    g_source_set_callback(timer, onEnumerated, this, nullptr);
+    g_source_attach(timer, context_.get());
+    g_source_unref(timer);
+    listener_.networkStarted();
+}
+
+void GupnpNetwork::Watch::letGo() {
+    g_signal_handlers_disconnect_by_data(manager_.get(), this);
+    for (const auto &[context, point] : points_) {
+        g_signal_handlers_disconnect_by_data(point.get(), this);
+    }
+    servers_.clear();
+    if (ownPoint_) {
+        g_signal_handlers_disconnect_by_data(ownPoint_.get(), this);
+    }
+    ownPoint_.reset();
+    points_.clear();
+    manager_.reset();
+    // What was begun and is cancelled by that has its last word here.
+    while (g_main_context_iteration(context_.get(), FALSE) != FALSE) {
+    }
+}
+
+// The manager leaves the loopback interface out, where a server on this machine may be.
+void GupnpNetwork::Watch::watchThisMachine() {
+    const Object<GInetAddress> address(g_inet_address_new_loopback(G_SOCKET_FAMILY_IPV4));
+    const Object<GUPnPContext> context(
+        gupnp_context_new_for_address(address.get(), 0, GSSDP_UDA_VERSION_1_0, nullptr));
+    if (context) {
+        ownPoint_ = watchContext(context.get());
+    }
+}
+
+Object<GUPnPControlPoint> GupnpNetwork::Watch::watchContext(GUPnPContext *context) {
+    // What is in this network is reached without a proxy.
+    g_object_set(gupnp_context_get_session(context), "proxy-resolver", nullptr, nullptr);
+    Object<GUPnPControlPoint> point(gupnp_control_point_new(context, MEDIA_SERVER));
+    g_signal_connect(point.get(), "device-proxy-available", G_CALLBACK(onServer), this);
+    g_signal_connect(point.get(), "device-proxy-unavailable", G_CALLBACK(onServerGone), this);
+    gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(point.get()), TRUE);
+    return point;
+}
+
+void GupnpNetwork::Watch::onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch) {
+    Object<GUPnPControlPoint> point = watch->watchContext(context);
+    gupnp_context_manager_manage_control_point(manager, point.get());
+    watch->points_[context] = std::move(point);
+}
+
+void GupnpNetwork::Watch::onContextGone(GUPnPContextManager * /*manager*/, GUPnPContext *context,
+                                        Watch *watch) {
+    const auto found = watch->points_.find(context);
+    if (found == watch->points_.end()) {
+        return;
+    }
+    const Object<GUPnPControlPoint> point = std::move(found->second);
+    watch->points_.erase(found);
+    g_signal_handlers_disconnect_by_data(point.get(), watch);
+    // They cannot be reached through it any more, and do not say so themselves.
+    for (const GList *each = gupnp_control_point_list_device_proxies(point.get()); each != nullptr;
+         each = each->next) {
+        watch->servers_.remove(GUPNP_DEVICE_INFO(each->data));
+    }
+}
+
+void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device, Watch *watch) {
+    watch->servers_.add(GUPNP_DEVICE_INFO(device));
+}
+
+void GupnpNetwork::Watch::onServerGone(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device,
+                                       Watch *watch) {
+    watch->servers_.remove(GUPNP_DEVICE_INFO(device));
+}
+
+gboolean GupnpNetwork::Watch::onEnumerated(gpointer watch) {
+    if (static_cast<Watch *>(watch)->points_.empty()) {
+        MRB_LOG_WARNING("No network: only DLNA servers of this machine are found until there is one.");
+    }
+    return G_SOURCE_REMOVE;
+}
+
+GupnpNetwork::GupnpNetwork(ServerListener &listener)
+    : watch_(std::make_shared<Watch>(listener)),
+      thread_(startThread("mrb-dlna", [watch = watch_] { watch->run(); })) {}
+
+GupnpNetwork::~GupnpNetwork() {
+    if (thread_.get_id() == std::this_thread::get_id()) {
+        watch_->leave();
+        thread_.detach();
+    } else {
+        watch_->quit();
+        thread_.join();
+    }
+}
+
+Network *mrb_start_network(ServerListener &listener) { return new GupnpNetwork(listener); }
+
+} // namespace mrb::dlna

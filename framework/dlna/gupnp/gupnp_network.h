@@ -1,0 +1,32 @@
+#pragma once
+
+#include <libgupnp/gupnp.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "dlna/gupnp/gobject.h"
+#include "dlna/gupnp/server_table.h"
+#include "dlna/network.h"
+
+namespace mrb::dlna {
+
+// Finds media servers with GUPnP, whose objects all live on one thread with a main
+// context of its own. Made and destroyed by any one thread.
+class GupnpNetwork final : public Network {
+  public:
+    explicit GupnpNetwork(ServerListener &listener);
+    ~GupnpNetwork() override;
+
+  private:
+    // What the thread works with; it outlives the network that is destroyed in a call
+    // of the thread's own.
+    class Watch;
+
+    const std::shared_ptr<Watch> watch_;
+    std::thread thread_;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,105 @@
+#include "dlna/gupnp/server_table.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+
+namespace mrb::dlna {
+namespace {
+
+// At most MOST_BYTES of whole characters.
+std::string bounded(const char *text) {
+    if (text == nullptr) {
+        return {};
+    }
+    const Text valid(g_utf8_make_valid(text, -1));
+    std::string all = g_strstrip(valid.get());
+    if (all.size() > ServerTable::MOST_BYTES) {
+        const char *end = g_utf8_find_prev_char(all.c_str(), all.c_str() + ServerTable::MOST_BYTES + 1);
+        all.resize(end != nullptr ? end - all.c_str() : 0);
+    }
+    return all;
+}
+
+std::string hostOf(const char *location) {
+    GUri *uri = location != nullptr ? g_uri_parse(location, G_URI_FLAGS_NONE, nullptr) : nullptr;
+    if (uri == nullptr) {
+        return {};
+    }
+    std::string host = bounded(g_uri_get_host(uri));
+    g_uri_unref(uri);
+    return host;
+}
+
+Server describe(GUPnPDeviceInfo *device) {
+    Server server;
+    server.id = bounded(gupnp_device_info_get_udn(device));
+    server.address = hostOf(gupnp_device_info_get_location(device));
+    const Text name(gupnp_device_info_get_friendly_name(device));
+    server.name = bounded(name.get());
+    if (server.name.empty()) {
+        server.name = server.address.empty() ? server.id : server.address;
+    }
+    return server;
+}
+
+} // namespace
+
+void ServerTable::add(GUPnPDeviceInfo *device) {
+    const Server server = describe(device);
+    if (server.id.empty()) {
+        return; // nothing to know it by again
+    }
+    const auto found = entries_.find(server.id);
+    if (found != entries_.end()) {
+        found->second.devices.push_back(share(device));
+        return;
+    }
+    if (entries_.size() >= MOST_SERVERS) {
+        if (!std::exchange(full_, true)) {
+            MRB_LOG_WARNING("Further DLNA servers are left out: %zu are known.", entries_.size());
+        }
+        return;
+    }
+    Entry &entry = entries_[server.id];
+    entry.server = server;
+    entry.devices.push_back(share(device));
+    if (listener_ != nullptr) {
+        listener_->serverArrived(server);
+    }
+}
+
+void ServerTable::remove(GUPnPDeviceInfo *device) {
+    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const auto &each) {
+        const auto &devices = each.second.devices;
+        return std::any_of(devices.begin(), devices.end(),
+                           [&](const auto &known) { return known.get() == device; });
+    });
+    if (found == entries_.end()) {
+        return;
+    }
+    auto &devices = found->second.devices;
+    devices.erase(std::find_if(devices.begin(), devices.end(),
+                               [&](const auto &known) { return known.get() == device; }));
+    if (devices.empty()) {
+        const Server server = std::move(found->second.server);
+        entries_.erase(found);
+        tellLeft(server);
+    }
+}
+
+void ServerTable::clear() {
+    const auto entries = std::exchange(entries_, {});
+    for (const auto &[id, entry] : entries) {
+        tellLeft(entry.server);
+    }
+}
+
+void ServerTable::tellLeft(const Server &server) {
+    if (listener_ != nullptr) {
+        listener_->serverLeft(server);
+    }
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <libgupnp/gupnp.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "dlna/gupnp/gobject.h"
+#include "dlna/network.h"
+
+namespace mrb::dlna {
+
+// The media servers on the network. One that is seen through several of this machine's
+// addresses is one server. Owned by the GupnpNetwork; the network's thread alone calls it.
+class ServerTable {
+  public:
+    // What a network of this size or a liar may have us remember.
+    static constexpr std::size_t MOST_SERVERS = 1000;
+    static constexpr std::size_t MOST_BYTES = 512; // of a text
+
+    explicit ServerTable(ServerListener &listener) : listener_(&listener) {}
+
+    void add(GUPnPDeviceInfo *device);
+    void remove(GUPnPDeviceInfo *device);
+    // Tells of every server that it left.
+    void clear();
+    // From now on the listener is not called any more; also from inside a call to it.
+    void silence() { listener_ = nullptr; }
+
+  private:
+    void tellLeft(const Server &server);
+
+    struct Entry {
+        Server server;
+        std::vector<Object<GUPnPDeviceInfo>> devices; // by the address it was seen through
+    };
+
+    ServerListener *listener_; // null: it is gone
+    std::map<std::string, Entry> entries_;
+    bool full_ = false; // and that was said
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace mrb::dlna {
+
+// A media server as it describes itself; texts are UTF-8 and of bounded length.
+struct Server {
+    std::string id;      // its unique device name, "uuid:..."
+    std::string name;    // the friendly name, never empty
+    std::string address; // the host of its description: an IPv4 address
+
+    bool operator==(const Server &) const = default;
+};
+
+// Hears of media servers. The network calls it from its own thread, one call at a time.
+class ServerListener {
+  public:
+    // Once: the network is being watched.
+    virtual void networkStarted() = 0;
+    virtual void serverArrived(const Server &server) = 0;
+    // Every arrival is followed by one of these, when the network is let go at the latest.
+    virtual void serverLeft(const Server &server) = 0;
+
+  protected:
+    ~ServerListener() = default;
+};
+
+// Watches the network for media servers on a thread of its own, as long as it lives.
+// Owned by who started it. Once the destructor has returned, no call to the listener
+// is running or will run; in a call to the listener it returns at once.
+class Network {
+  public:
+    Network() = default;
+    virtual ~Network() = default;
+    Network(const Network &) = delete;
+    Network &operator=(const Network &) = delete;
+};
+
+// Loads the library that does it when it is first called. The listener must outlive the
+// network. Throws std::runtime_error and std::system_error.
+std::unique_ptr<Network> startNetwork(ServerListener &listener);
+
+// What that library exports.
+using StartNetwork = Network *(ServerListener &listener);
+extern "C" [[gnu::visibility("default")]] StartNetwork mrb_start_network;
+inline constexpr const char *START_SYMBOL = "mrb_start_network";
+
+} // namespace mrb::dlna

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+
+#include "events/event_thread.h"
+#include "mrb/storage.h"
+#include "storage/device_table.h"
+
+namespace mrb::dlna {
+
+// Whom the service's state is told to.
+struct StateListener {
+    mrb_dlna_state_cb callback = nullptr;
+    void *userData = nullptr;
+
+    bool operator==(const StateListener &) const = default;
+};
+
+// One who began the service. Events are states. Owned by the DlnaService; the service's
+// event thread alone calls back.
+class ServiceClient final : public EventTarget {
+  public:
+    explicit ServiceClient(StateListener listener) : listener_(listener) {}
+
+    [[nodiscard]] const StateListener &listener() const { return listener_; }
+
+    void deliver(int state) noexcept override { listener_.callback(state, listener_.userData); }
+
+  private:
+    const StateListener listener_;
+};
+
+// One who hears of servers. Each event is the next notice. Owned by the DlnaService;
+// any thread may add notices.
+class ServerAudience final : public EventTarget {
+  public:
+    ServerAudience(mrb_storage_notification_cb callback, void *userData)
+        : callback_(callback), userData_(userData) {}
+
+    void add(Notice notice);
+    void deliver(int event) noexcept override;
+
+  private:
+    const mrb_storage_notification_cb callback_;
+    void *const userData_;
+    std::mutex lock_; // guards what follows
+    std::deque<Notice> notices_;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "mrb/storage.h"
+
+namespace mrb {
+
+// What a device is, and with that which list it is in.
+enum class DeviceKind { USB, CAMERA, SERVER };
+
+// What is known of one device. A plain value; texts are UTF-8 that can be shown.
+struct Device {
+    DeviceKind kind = DeviceKind::USB;
+    std::string id;
+    std::string name;
+    std::string mountPath; // exact bytes; empty: not mounted
+    std::string serial;
+    std::string vendor;
+    std::string label;
+    std::string ip;          // of a server
+    long long available = 0; // bytes
+    long long total = 0;     // bytes
+    int mountId = 0;         // of mountPath, to know it from what is mounted there later; 0: none
+    int fileSystem = MRB_FILE_SYSTEM_UNKNOWN;
+    int index = 0; // the DeviceTable's
+    int address = 0;
+    int bus = 0;
+    int deviceClass = MRB_STORAGE_CLASS_NONE;
+
+    bool operator==(const Device &) const = default;
+};
+
+// Asks the file system that the device is mounted with for its sizes; what it does
+// not answer stays as it was. May wait for the device.
+void measure(Device &device);
+
+} // namespace mrb
+
+// What clients hold: the same under the name that C knows.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the framework's own name
+struct _mrb_storage_s {
+    mrb::Device device;
+};

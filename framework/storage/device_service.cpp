@@ -1,0 +1,171 @@
+#include "storage/device_service.h"
+
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+#include "mrb/result.h"
+
+namespace mrb {
+
+DeviceService::~DeviceService() { shutDown(std::chrono::steady_clock::time_point::max()); }
+
+std::vector<Device> DeviceService::list(DeviceKind kind) {
+    look();
+    std::vector<Device> devices;
+    {
+        const std::lock_guard guard(looking_);
+        devices = table_.list(kind);
+    }
+    // Outside of the lock: a device may be slow.
+    std::ranges::for_each(devices, measure);
+    return devices;
+}
+
+int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) {
+    // What is there before the registration is no news after it.
+    look();
+    std::unique_lock guard(lock_);
+    if (down_) {
+        return MRB_ERR_NOT_INITIALIZED;
+    }
+    start();
+    callback_ = callback;
+    userData_ = userData;
+    awaitCallback(guard);
+    return MRB_ERR_NONE;
+}
+
+int DeviceService::unlisten() {
+    std::unique_lock guard(lock_);
+    callback_ = nullptr;
+    notices_.clear();
+    awaitCallback(guard);
+    return MRB_ERR_NONE;
+}
+
+void DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
+    if (delivering_ && std::this_thread::get_id() != id_) {
+        change_.wait(guard, [this, running = deliveries_] { return !delivering_ || deliveries_ != running; });
+    }
+}
+
+void DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(lock_);
+    down_ = true;
+    callback_ = nullptr;
+    notices_.clear();
+    if (!wake_) {
+        return; // It never ran.
+    }
+    wake();
+    std::thread thread = std::move(thread_);
+    const bool inside = std::this_thread::get_id() == id_;
+    const bool ended = !inside && change_.wait_until(guard, deadline, [this] { return ended_; });
+    guard.unlock();
+    if (!inside && !ended) {
+        MRB_LOG_WARNING("A callback or a device does not answer; the process ends without it.");
+    }
+    if (thread.joinable()) { // and not ended from inside a callback before
+        ended ? thread.join() : thread.detach();
+    }
+}
+
+void DeviceService::start() {
+    if (wake_) {
+        return;
+    }
+    wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wake_) {
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
+    try {
+        thread_ = startThread("mrb-devices", [this] { run(); });
+    } catch (...) {
+        wake_ = Descriptor();
+        throw;
+    }
+    id_ = thread_.get_id();
+}
+
+void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
+
+// Lets the sources say what happened, and queues that for the listener.
+void DeviceService::look() {
+    const std::lock_guard looking(looking_);
+    if (!std::exchange(isMade_, true)) {
+        sources_ = make_();
+    }
+    for (const auto &source : sources_) {
+        try {
+            source->look(table_);
+        } catch (const std::exception &failure) {
+            MRB_LOG_ERROR("Devices were not looked at: %s", failure.what());
+        }
+    }
+    std::vector<Notice> notices = table_.takeNotices();
+    const std::lock_guard guard(lock_);
+    if (callback_ != nullptr && !notices.empty()) {
+        std::ranges::move(notices, std::back_inserter(notices_));
+        if (std::this_thread::get_id() != id_) {
+            wake();
+        }
+    }
+}
+
+void DeviceService::run() {
+    std::vector<pollfd> waited;
+    {
+        const std::lock_guard looking(looking_);
+        waited.push_back({wake_.number(), POLLIN, 0});
+        for (const auto &source : sources_) {
+            source->addDescriptors(waited);
+        }
+    }
+    while (deliver()) {
+        poll(waited.data(), waited.size(), -1);
+        for (pollfd &each : waited) {
+            // What has ended would wake the thread for ever.
+            if ((each.revents & (POLLNVAL | POLLHUP)) != 0) {
+                MRB_LOG_WARNING("A source of devices has ended; nothing more is heard from it.");
+                each.fd = -1;
+            }
+        }
+        eventfd_t ignored = 0;
+        eventfd_read(wake_.number(), &ignored);
+        look();
+    }
+    const std::lock_guard guard(lock_);
+    ended_ = true;
+    change_.notify_all();
+}
+
+// Calls back until nothing is left to tell. False: the thread shall end.
+bool DeviceService::deliver() {
+    std::unique_lock guard(lock_);
+    while (!down_ && callback_ != nullptr && !notices_.empty()) {
+        _mrb_storage_s record{std::move(notices_.front().device)};
+        const mrb_storage_event_e event = notices_.front().event;
+        notices_.pop_front();
+        const auto callback = callback_;
+        void *const userData = userData_;
+        ++deliveries_;
+        delivering_ = true;
+        guard.unlock();
+        _mrb_storage_s *device = &record;
+        callback(userData, event, device);
+        guard.lock();
+        delivering_ = false;
+        change_.notify_all();
+    }
+    return !down_;
+}
+
+} // namespace mrb

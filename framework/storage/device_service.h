@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "storage/device_source.h"
+#include "storage/device_table.h"
+
+namespace mrb {
+
+// Knows the devices of this machine, and tells one listener what happens to them, from
+// a thread of its own that sleeps while nothing happens. The process has one, see
+// instance(); any thread may call it, also from inside a callback.
+class DeviceService {
+  public:
+    using Sources = std::vector<std::unique_ptr<DeviceSource>>;
+
+    explicit DeviceService(std::function<Sources()> make) : make_(std::move(make)) {}
+    ~DeviceService();
+    DeviceService(const DeviceService &) = delete;
+    DeviceService &operator=(const DeviceService &) = delete;
+
+    // The process's service, made when it is first asked for.
+    static DeviceService &instance();
+
+    // The devices that are there now, with their sizes now.
+    std::vector<Device> list(DeviceKind kind);
+
+    // Calls back from now on, instead of whom it called before. Throws
+    // std::system_error when the system has no room for the thread.
+    int listen(mrb_storage_notification_cb callback, void *userData);
+
+    // Both return when the callback that was set before is not running and will not
+    // run; made from inside it, at once.
+    int unlisten();
+
+    // Ends the thread. A callback that does not return until the deadline is left
+    // behind. From now on nobody is called back.
+    void shutDown(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    void look();
+    void run();
+    void start(); // with lock_ held
+    bool deliver();
+    void awaitCallback(std::unique_lock<std::mutex> &guard);
+    void wake() const;
+
+    const std::function<Sources()> make_;
+    std::mutex looking_; // guards what follows; comes before lock_
+    Sources sources_;
+    bool isMade_ = false;
+    DeviceTable table_;
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable change_;
+    mrb_storage_notification_cb callback_ = nullptr;
+    void *userData_ = nullptr;
+    std::deque<Notice> notices_;
+    std::thread thread_;
+    std::thread::id id_;
+    unsigned long long deliveries_ = 0; // begun so far
+    bool delivering_ = false;
+    bool down_ = false;
+    bool ended_ = false;
+
+    Descriptor wake_; // set before the thread starts
+};
+
+} // namespace mrb

@@ -1,0 +1,63 @@
+#include "storage/device_table.h"
+
+#include <algorithm>
+
+namespace mrb {
+
+void DeviceTable::set(const std::string &key, Device device) {
+    const auto [place, isNew] = devices_.try_emplace(key);
+    Device &known = place->second;
+    if (isNew) {
+        device.index = takeIndex();
+        measure(device);
+        known = std::move(device);
+        notices_.push_back({MRB_STORAGE_EVENT_ADDED, known});
+        return;
+    }
+    device.index = known.index;
+    if (device.mountPath == known.mountPath && device.mountId == known.mountId) {
+        device.available = known.available;
+        device.total = known.total;
+    } else {
+        measure(device);
+    }
+    if (device != known) {
+        known = std::move(device);
+        notices_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
+    }
+}
+
+void DeviceTable::remove(const std::string &key) {
+    const auto found = devices_.find(key);
+    if (found != devices_.end()) {
+        indexes_.erase(found->second.index);
+        notices_.push_back({MRB_STORAGE_EVENT_REMOVED, std::move(found->second)});
+        devices_.erase(found);
+    }
+}
+
+std::vector<Device> DeviceTable::list(DeviceKind kind) const {
+    std::vector<Device> devices;
+    for (const auto &[key, device] : devices_) {
+        if (device.kind == kind) {
+            devices.push_back(device);
+        }
+    }
+    std::ranges::sort(devices, {}, &Device::index);
+    return devices;
+}
+
+// Takes the lowest index that no other device has.
+int DeviceTable::takeIndex() {
+    int index = 0;
+    for (const int taken : indexes_) {
+        if (taken != index) {
+            break;
+        }
+        ++index;
+    }
+    indexes_.insert(index);
+    return index;
+}
+
+} // namespace mrb

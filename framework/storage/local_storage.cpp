@@ -1,0 +1,210 @@
+#include "storage/local_storage.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "base/log.h"
+#include "storage/block_device.h"
+#include "storage/file_systems.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr const char *BLOCK = "block:";
+constexpr const char *MOUNT = "mount:";
+
+// Below these, desktops mount what users plug in.
+constexpr const char *PLACES[] = {"/media/", "/run/media/"};
+
+// So many devices' last words are kept; more are long gone.
+constexpr std::size_t MOST_WORDS = 4096;
+
+std::string keyOf(dev_t number) {
+    return BLOCK + std::to_string(major(number)) + ':' + std::to_string(minor(number));
+}
+
+// The id makes it another device when something else was mounted there meanwhile.
+std::string keyOf(const MountEntry &mount) { return MOUNT + std::to_string(mount.id) + ':' + mount.place; }
+
+// The number of the block device that is mounted; 0 when it is none. Some file systems
+// have a number of their own, and only their source leads to the device.
+dev_t deviceOf(const MountEntry &mount) {
+    if (major(mount.device) != 0) {
+        return mount.device;
+    }
+    struct stat source {};
+    return mount.source.starts_with("/dev/") && stat(mount.source.c_str(), &source) == 0 &&
+                   S_ISBLK(source.st_mode)
+               ? source.st_rdev
+               : 0;
+}
+
+bool isInAPlaceForMedia(const MountEntry &mount) {
+    return std::ranges::any_of(PLACES,
+                               [&mount](const char *place) { return mount.place.starts_with(place); });
+}
+
+// A file system of FUSE's says what it is for only on its device.
+int fileSystemOf(const MountEntry &mount) {
+    return fileSystemNumber(mount.type == "fuseblk" ? probeFileSystem(mount.source) : mount.type);
+}
+
+void describeMount(Device &device, const MountEntry &mount) {
+    device.mountPath = mount.place;
+    device.mountId = mount.id;
+    if (const int fileSystem = fileSystemOf(mount); fileSystem != MRB_FILE_SYSTEM_UNKNOWN) {
+        device.fileSystem = fileSystem;
+    }
+}
+
+Device deviceOfPlace(const MountEntry &mount) {
+    Device device;
+    device.id = storageIdOf(mount);
+    device.name = displayText(mount.place.substr(mount.place.rfind('/') + 1));
+    describeMount(device, mount);
+    return device;
+}
+
+Descriptor openMounts() { return Descriptor(open(MOUNT_TABLE_FILE, O_RDONLY | O_CLOEXEC)); }
+
+} // namespace
+
+LocalStorage::LocalStorage() : mountsToWaitFor_(openMounts()), mountsToAsk_(openMounts()) {
+    if (!mountsToWaitFor_ || !mountsToAsk_) {
+        MRB_LOG_WARNING("The system does not tell what is mounted: %s.", std::strerror(errno));
+    }
+}
+
+void LocalStorage::addDescriptors(std::vector<pollfd> &waited) const {
+    waited.push_back({udev_.number(), POLLIN, 0});
+    waited.push_back({mountsToWaitFor_.number(), POLLPRI, 0});
+}
+
+void LocalStorage::look(DeviceTable &table) {
+    // In this order: whatever is mounted was attached before, and udev has told so.
+    const bool mountsChanged = readMounts();
+    bool lost = !hasLooked_;
+    const std::vector<UdevDevice> events = udev_.events(lost);
+    for (const UdevDevice &block : events) {
+        hear(table, block.get());
+    }
+    if (lost) {
+        lookAtAll(table);
+        hasLooked_ = true;
+    }
+    if (mountsChanged || lost || !events.empty()) {
+        setMounts(table);
+    }
+}
+
+bool LocalStorage::readMounts() {
+    pollfd mounts{mountsToAsk_.number(), POLLPRI, 0};
+    const bool isNews = poll(&mounts, 1, 0) > 0;
+    if ((hasLooked_ && !isNews) || !readMountEntries(mounts_)) {
+        return false;
+    }
+    mountOf_.clear();
+    for (std::size_t index = 0; index < mounts_.size(); ++index) {
+        if (const dev_t number = deviceOf(mounts_[index]); number != 0) {
+            mountOf_.try_emplace(number, index);
+        }
+    }
+    return true;
+}
+
+void LocalStorage::hear(DeviceTable &table, udev_device *block) {
+    const char *path = udev_device_get_devpath(block);
+    const char *action = udev_device_get_action(block);
+    if (path == nullptr || action == nullptr) {
+        return;
+    }
+    if (lastWords_.size() >= MOST_WORDS) {
+        lastWords_.clear();
+    }
+    const unsigned long long word = udev_device_get_seqnum(block);
+    unsigned long long &last = lastWords_[path];
+    if (word < last) {
+        return;
+    }
+    last = word;
+    const dev_t number = udev_device_get_devnum(block);
+    if (std::strcmp(action, "remove") != 0 && isRemovable(block) && holdsFiles(block)) {
+        attach(table, block);
+    } else if (blocks_.erase(number) > 0) {
+        table.remove(keyOf(number));
+    }
+}
+
+void LocalStorage::attach(DeviceTable &table, udev_device *block) {
+    const dev_t number = udev_device_get_devnum(block);
+    Device device = describeBlock(block);
+    setBlock(table, number, device);
+    blocks_[number] = std::move(device);
+}
+
+void LocalStorage::lookAtAll(DeviceTable &table) {
+    const Blocks before = std::exchange(blocks_, {});
+    for (const UdevDevice &block : udev_.devices()) {
+        if (isRemovable(block.get()) && holdsFiles(block.get())) {
+            attach(table, block.get());
+        }
+    }
+    for (const auto &[number, device] : before) {
+        if (!blocks_.contains(number)) {
+            table.remove(keyOf(number));
+        }
+    }
+}
+
+void LocalStorage::setBlock(DeviceTable &table, dev_t number, Device device) const {
+    if (const auto mount = mountOf_.find(number); mount != mountOf_.end()) {
+        describeMount(device, mounts_[mount->second]);
+    }
+    table.set(keyOf(number), std::move(device));
+}
+
+// Brings what is mounted into the table: where the devices are that udev told of, and
+// what it did not tell of.
+void LocalStorage::setMounts(DeviceTable &table) {
+    std::set<std::string> there;
+    for (const auto &[number, device] : blocks_) {
+        there.insert(keyOf(number));
+        setBlock(table, number, device);
+    }
+    for (const MountEntry &mount : mounts_) {
+        const dev_t number = deviceOf(mount);
+        if (number == 0) {
+            if (isInAPlaceForMedia(mount) && fileSystemNumber(mount.type) != MRB_FILE_SYSTEM_UNKNOWN) {
+                const std::string key = keyOf(mount);
+                there.insert(key);
+                if (!table.contains(key)) { // or nothing of it can have changed
+                    table.set(key, deviceOfPlace(mount));
+                }
+            }
+            continue;
+        }
+        if (there.contains(keyOf(number))) {
+            continue;
+        }
+        // A device that was pulled out stays mounted, but is no more.
+        const UdevDevice block = udev_.block(number);
+        if (block && (isInAPlaceForMedia(mount) || isRemovable(block.get()))) {
+            there.insert(keyOf(number));
+            Device device = isRemovable(block.get()) ? describeBlock(block.get()) : deviceOfPlace(mount);
+            describeMount(device, mount);
+            table.set(keyOf(number), std::move(device));
+        }
+    }
+    const auto isThere = [&there](const std::string &key) { return there.contains(key); };
+    table.keep(BLOCK, isThere);
+    table.keep(MOUNT, isThere);
+}
+
+} // namespace mrb

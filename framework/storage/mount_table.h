@@ -1,0 +1,40 @@
+#pragma once
+
+#include <libmount.h>
+#include <sys/types.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace mrb {
+
+struct MountRelease {
+    void operator()(libmnt_table *table) const { mnt_unref_table(table); }
+    void operator()(libmnt_iter *each) const { mnt_free_iter(each); }
+};
+using MountTable = std::unique_ptr<libmnt_table, MountRelease>;
+
+inline constexpr const char *MOUNT_TABLE_FILE = "/proc/self/mountinfo";
+
+// The mounts of this process; null when the system does not tell. Any thread.
+MountTable readMountTable();
+
+// A line of the table.
+struct MountEntry {
+    int id = 0;
+    dev_t device = 0;
+    std::string place;  // absolute, exact bytes
+    std::string source; // such as "/dev/sdb1"; anything for what is not on a device
+    std::string type;   // as the kernel names it
+};
+
+// The entry of a mount, and the id of the storage that is mounted there (see
+// readStorageId).
+MountEntry entryOf(libmnt_fs *mount);
+std::string storageIdOf(const MountEntry &mount);
+
+// All lines, the oldest first; false when the system does not tell.
+bool readMountEntries(std::vector<MountEntry> &entries);
+
+} // namespace mrb

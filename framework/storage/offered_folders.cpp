@@ -1,0 +1,119 @@
+#include "storage/offered_folders.h"
+
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+#include <utility>
+
+#include "base/log.h"
+#include "storage/file_systems.h"
+#include "storage/mount_table.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::uint32_t CHANGES =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+
+bool isFolder(const std::string &path) {
+    struct stat facts {};
+    return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
+}
+
+int fileSystemOf(const std::string &folder) {
+    const MountTable table = readMountTable();
+    libmnt_fs *mount =
+        table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
+    return mount != nullptr ? fileSystemNumber(entryOf(mount).type) : MRB_FILE_SYSTEM_UNKNOWN;
+}
+
+Device describe(const std::string &folder) {
+    Device device;
+    const std::string path = displayText(folder);
+    device.id = "folder:" + path;
+    device.name = displayText(std::filesystem::path(folder).filename()) + " (folder offered as a device)";
+    device.vendor = "folder";
+    device.mountPath = folder;
+    device.fileSystem = fileSystemOf(folder);
+    device.deviceClass = MRB_STORAGE_CLASS_FOLDER;
+    return device;
+}
+
+} // namespace
+
+std::vector<std::string> offeredFolders() {
+    std::vector<std::string> folders;
+    const char *named = std::getenv(OFFERED_FOLDERS);
+    std::istringstream lines(named != nullptr ? named : "");
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with('/')) {
+            if (!line.empty()) {
+                MRB_LOG_WARNING("\"%s\" in %s is not an absolute path; it is no device.",
+                                displayText(line).c_str(), OFFERED_FOLDERS);
+            }
+            continue;
+        }
+        std::string normal = std::filesystem::path(line).lexically_normal();
+        while (normal.size() > 1 && normal.ends_with('/')) {
+            normal.pop_back();
+        }
+        folders.push_back(std::move(normal));
+    }
+    return folders;
+}
+
+OfferedFolders::OfferedFolders(std::vector<std::string> folders) : folders_(std::move(folders)) {
+    if (folders_.empty()) {
+        return;
+    }
+    changes_ = Descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!changes_) {
+        MRB_LOG_WARNING("Offered folders that come and go are noticed late: %s.", std::strerror(errno));
+    }
+}
+
+void OfferedFolders::addDescriptors(std::vector<pollfd> &waited) const {
+    waited.push_back({changes_.number(), POLLIN, 0});
+}
+
+void OfferedFolders::look(DeviceTable &table) {
+    alignas(inotify_event) std::array<char, 16 << 10> events{};
+    while (changes_ && read(changes_.number(), events.data(), events.size()) > 0) {
+    }
+    // Before the look, so that what happens after it is told. To watch a folder once
+    // more changes nothing; those that are gone are not watched any more.
+    watch();
+    for (const std::string &folder : folders_) {
+        const std::string key = "folder:" + folder;
+        if (!isFolder(folder)) {
+            table.remove(key);
+        } else if (!table.contains(key)) {
+            table.set(key, describe(folder));
+        }
+    }
+}
+
+// Watches what holds the folders, from the root on: any of it may come and go.
+void OfferedFolders::watch() {
+    for (const std::string &folder : folders_) {
+        std::filesystem::path level;
+        for (const auto &part : std::filesystem::path(folder)) {
+            // A watch on the folder itself would tell of its files.
+            if (changes_ && !level.empty() &&
+                inotify_add_watch(changes_.number(), level.c_str(), CHANGES) < 0) {
+                break;
+            }
+            level /= part;
+        }
+    }
+}
+
+} // namespace mrb

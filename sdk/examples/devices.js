@@ -1,0 +1,156 @@
+'use strict';
+// Shows the attached storage devices and cameras, and what comes and goes.
+//
+//     quill [--device FOLDER] sdk/examples/devices.js [--once]
+
+const readline = require('node:readline');
+const { FILE_SYSTEMS, STORAGE_CLASSES, STORAGE_EVENTS, describeResult } = require('../codes.js');
+const { count, fit, printable, size } = require('./terminal.js');
+
+const USAGE = `Usage: quill [--device FOLDER] devices.js [--once]
+
+Shows the attached storage devices and cameras in a table that follows what comes
+and goes; q or Ctrl-C ends it. Without a terminal it prints a line for each event.
+  --once   print what is attached, and end
+`;
+
+const MOST_EVENTS = 100; // remembered
+const EVENT_NAMES = Object.fromEntries(Object.entries(STORAGE_EVENTS).map(([name, number]) => [number, name.toLowerCase()]));
+
+function fail(message) {
+  process.stderr.write(`devices: ${message}\n`);
+  process.exit(1);
+}
+
+const bridge = new MRBBridge();
+
+/** Sends a command; its data, parsed, or the program's end with what went wrong. */
+function ask(method, ...callback) {
+  const answer = JSON.parse(bridge[method](...callback));
+  if (answer.return_ecode !== 0) {
+    fail(`${method}: ${describeResult(answer.return_ecode)}`);
+  }
+  return answer.return_data === undefined ? null : JSON.parse(answer.return_data);
+}
+
+const listed = (method) => ask(method)?.storage_devices ?? [];
+
+/** All devices, in the order of their indexes. */
+const devices = () => [...listed('mrb_get_usb_list'), ...listed('mrb_get_ptp_list')]
+  .sort((one, other) => one.storage_index - other.storage_index);
+
+const isCamera = (device) => device.storage_class === STORAGE_CLASSES.CAMERA;
+
+const kindOf = (device) => (isCamera(device) ? 'camera'
+  : FILE_SYSTEMS[device.storage_filesystem] ?? String(device.storage_filesystem));
+
+const placeOf = (device) => device.storage_mountpath || (isCamera(device) ? '' : 'not mounted');
+
+const bytes = (text) => size(Number(BigInt(text)));
+
+/** "12.0 GB of 16.0 GB free", as far as that is known. */
+function roomOf(device) {
+  if (device.storage_totalsize === '0') {
+    return '';
+  }
+  return device.storage_mountpath === '' ? bytes(device.storage_totalsize)
+    : `${bytes(device.storage_availablesize)} of ${bytes(device.storage_totalsize)} free`;
+}
+
+const usbOf = (device) => (device.storage_bus === 0 ? '' : `USB ${device.storage_bus}:${device.storage_address}`);
+
+/** One device in one line, for a file or a pipe. */
+const inALine = (what, device) => [what.padEnd(8), device.storage_name, placeOf(device), kindOf(device), roomOf(device),
+  usbOf(device)].map(printable).filter((part) => part.trim() !== '').join('  ');
+
+/** What the screen shows; drawn anew whenever that changes. */
+class Screen {
+  constructor() {
+    this.events = [];
+  }
+
+  start() {
+    readline.emitKeypressEvents(process.stdin);
+    process.stdin.setRawMode(true);
+    process.stdout.write('\x1b[?1049h\x1b[?25l'); // another screen, without cursor
+    process.on('exit', () => {
+      process.stdout.write('\x1b[?25h\x1b[?1049l');
+      process.stdin.setRawMode(false);
+    });
+    process.on('SIGTERM', () => process.exit(0));
+    process.stdout.on('resize', () => this.draw());
+    process.stdin.on('keypress', (_, key) => {
+      if (key.name === 'q' || (key.ctrl && key.name === 'c')) {
+        process.exit(0);
+      }
+    });
+    this.draw();
+  }
+
+  hear(event, device) {
+    const time = new Date().toTimeString().slice(0, 8);
+    this.events.unshift(`${time} ${event.padEnd(8)} ${device.storage_name}`);
+    this.events.length = Math.min(this.events.length, MOST_EVENTS);
+    this.draw();
+  }
+
+  row(columns, ...texts) {
+    // The name and the place share what the others leave.
+    const rest = Math.max(10, columns - 45);
+    const widths = [Math.ceil(rest / 2), Math.floor(rest / 2), 9, 26, 9];
+    return fit(` ${texts.map((text, index) => fit(printable(text), widths[index] - 1)).join(' ')}`, columns);
+  }
+
+  draw() {
+    const columns = Math.max(20, process.stdout.columns || 80);
+    const rows = Math.max(4, process.stdout.rows || 24);
+    const attached = devices();
+    const table = attached.map((device) => this.row(columns, device.storage_name, placeOf(device), kindOf(device),
+      roomOf(device), usbOf(device)));
+    const lines = [
+      `\x1b[1m${fit(` ${count(attached.length, 'device')}`, columns)}\x1b[0m`,
+      `\x1b[4m${this.row(columns, 'name', 'mounted at', 'holds', 'room', 'where')}\x1b[0m`,
+      ...table, '', ...this.events.map((text) => fit(` ${printable(text)}`, columns)),
+    ];
+    lines.length = Math.min(lines.length, rows - 1);
+    while (lines.length < rows - 1) {
+      lines.push('');
+    }
+    lines.push(fit(' q: leave', columns));
+    process.stdout.write(`\x1b[H${lines.map((text) => `${text}\x1b[K`).join('\r\n')}`);
+  }
+}
+
+function main() {
+  const options = process.argv.slice(2);
+  if (options.includes('--help')) {
+    process.stdout.write(USAGE);
+    return;
+  }
+  if (options.some((option) => option !== '--once')) {
+    fail(`this takes no arguments but --once\n\n${USAGE}`);
+  }
+  const print = (what, device) => process.stdout.write(`${inALine(what, device)}\n`);
+  if (options.includes('--once')) {
+    devices().forEach((device) => print('attached', device));
+    return;
+  }
+  const screen = process.stdin.isTTY && process.stdout.isTTY ? new Screen() : null;
+  // Before the list, so that nothing is missed in between.
+  ask('mrb_set_usb_callback', (text) => {
+    const [{ storage_event: number, ...device }] = JSON.parse(text).storage_devices;
+    const event = EVENT_NAMES[number] ?? `event ${number}`;
+    screen === null ? print(event, device) : screen.hear(event, device);
+  });
+  if (screen !== null) {
+    screen.start();
+    return;
+  }
+  process.stdout.on('error', () => process.exit(0)); // nobody reads any more
+  for (const signal of ['SIGINT', 'SIGTERM']) {
+    process.on(signal, () => process.exit(0));
+  }
+  devices().forEach((device) => print('attached', device));
+}
+
+main();

@@ -1,0 +1,246 @@
+// Who is called back, when, and when not any more. The devices are the test's own.
+
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "base/descriptor.h"
+#include "mrb/result.h"
+#include "storage/device_service.h"
+#include "support/client.h"
+#include "support/devices.h"
+
+using mrb::Device;
+using mrb::DeviceService;
+using mrb::DeviceTable;
+
+namespace {
+
+// What the test says of its one device.
+struct World {
+    // Attached, or not; told to whoever looks.
+    void set(bool isThere) {
+        const std::lock_guard guard(lock);
+        steps.push_back(isThere);
+        eventfd_write(news.number(), 1);
+    }
+
+    std::mutex lock;
+    std::vector<bool> steps;
+    mrb::Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+};
+
+class Source final : public mrb::DeviceSource {
+  public:
+    explicit Source(World &world) : world_(world) {}
+    void addDescriptors(std::vector<pollfd> &waited) const override {
+        waited.push_back({world_.news.number(), POLLIN, 0});
+    }
+    void look(DeviceTable &table) override {
+        const std::lock_guard guard(world_.lock);
+        eventfd_t ignored = 0;
+        eventfd_read(world_.news.number(), &ignored);
+        for (const bool isThere : std::exchange(world_.steps, {})) {
+            if (isThere) {
+                table.set("own", Device{});
+            } else {
+                table.remove("own");
+            }
+        }
+    }
+
+  private:
+    World &world_;
+};
+
+class Services : public testing::Test {
+  protected:
+    World world;
+    DeviceService service{[this] {
+        DeviceService::Sources sources;
+        sources.push_back(std::make_unique<Source>(world));
+        return sources;
+    }};
+};
+
+// Counts what it hears, and does what the test says.
+struct Listener {
+    explicit Listener(DeviceService &owner) : service(owner) {}
+    ~Listener() { service.unlisten(); }
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+
+    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
+        auto &listener = *static_cast<Listener *>(self);
+        listener.balance += event == MRB_STORAGE_EVENT_ADDED ? 1 : -1;
+        if (listener.work) {
+            listener.work();
+        }
+        ++listener.number;
+        listener.number.notify_all();
+    }
+    void waitFor(int wanted) {
+        for (int heard = number; heard < wanted; heard = number) {
+            number.wait(heard);
+        }
+    }
+
+    DeviceService &service;
+    std::function<void()> work;
+    std::atomic<int> number = 0;
+    int balance = 0;
+};
+
+} // namespace
+
+TEST_F(Services, CallsBackFromItsOwnNamedThread) {
+    Listener listener(service);
+    std::string name(16, '\0');
+    listener.work = [&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    listener.waitFor(1);
+    service.unlisten();
+    EXPECT_STREQ(name.c_str(), "mrb-devices");
+}
+
+TEST_F(Services, WhatWasThereBeforeIsListedAndNotTold) {
+    world.set(true);
+    Listener listener(service);
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
+    world.set(false);
+    listener.waitFor(1);
+    EXPECT_EQ(listener.balance, -1);
+}
+
+TEST_F(Services, AListThatSeesAnEventFirstStillHasItTold) {
+    Listener listener(service);
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    for (int round = 1; round <= 1000; ++round) {
+        world.set(round % 2 == 1);
+        EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), round % 2);
+    }
+    listener.waitFor(1000);
+    EXPECT_EQ(listener.balance, 0);
+}
+
+TEST_F(Services, UnsetWaitsForTheCallbackThatIsRunning) {
+    std::promise<void> entered;
+    std::promise<void> release;
+    Listener listener(service);
+    listener.work = [&] {
+        entered.set_value();
+        release.get_future().wait();
+    };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    entered.get_future().wait();
+    auto unset = std::async(std::launch::async, [this] { return service.unlisten(); });
+    EXPECT_EQ(unset.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    release.set_value();
+    EXPECT_EQ(unset.get(), MRB_ERR_NONE);
+    EXPECT_EQ(listener.number, 1);
+}
+
+TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
+    std::promise<void> entered;
+    std::promise<void> release;
+    Listener before(service);
+    Listener after(service);
+    before.work = [&] {
+        entered.set_value();
+        release.get_future().wait();
+    };
+    ASSERT_EQ(service.listen(Listener::hear, &before), MRB_ERR_NONE);
+    world.set(true);
+    entered.get_future().wait();
+    world.set(false);
+    auto set = std::async(std::launch::async, [&] { return service.listen(Listener::hear, &after); });
+    EXPECT_EQ(set.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    release.set_value();
+    EXPECT_EQ(set.get(), MRB_ERR_NONE);
+    world.set(true);
+    after.waitFor(1);
+    EXPECT_EQ(before.number, 1);
+}
+
+TEST_F(Services, ACallbackMayUnsetItself) {
+    Listener listener(service);
+    listener.work = [this] { service.unlisten(); };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    listener.waitFor(1);
+    world.set(false);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 0U);
+    EXPECT_EQ(service.unlisten(), MRB_ERR_NONE);
+    EXPECT_EQ(listener.number, 1);
+}
+
+TEST_F(Services, ACallbackMayListAndSetAnother) {
+    Listener other(service);
+    Listener listener(service);
+    listener.work = [&] {
+        EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
+        EXPECT_EQ(service.listen(Listener::hear, &other), MRB_ERR_NONE);
+    };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    listener.waitFor(1);
+    world.set(false);
+    other.waitFor(1);
+    service.unlisten();
+    EXPECT_EQ(listener.number, 1);
+    EXPECT_EQ(other.balance, -1);
+}
+
+// Registered and removed while devices come and go: the listener is gone at once after
+// its removal, which a sanitizer sees when it is called all the same.
+TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
+    std::atomic<bool> stop = false;
+    std::thread devices([&] {
+        for (bool isThere = true; !stop; isThere = !isThere) {
+            world.set(isThere);
+            std::this_thread::yield();
+        }
+    });
+    int heard = 0;
+    for (int round = 0; round < 10'000; ++round) {
+        auto listener = std::make_unique<Listener>(service);
+        if (round % 3 == 0) {
+            listener->work = [this] { service.unlisten(); };
+        }
+        ASSERT_EQ(service.listen(Listener::hear, listener.get()), MRB_ERR_NONE);
+        if (round % 100 == 0) {
+            listener->waitFor(1);
+        }
+        ASSERT_EQ(service.unlisten(), MRB_ERR_NONE);
+        heard += listener->number;
+    }
+    stop = true;
+    devices.join();
+    EXPECT_GE(heard, 100);
+}
+
+TEST_F(Services, AfterItsEndNobodyIsCalledBackAndListsStillAnswer) {
+    Listener listener(service);
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
+    world.set(true);
+    EXPECT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
+    EXPECT_EQ(listener.number, 0);
+}
+
+TEST_F(Services, ACallbackMayEndIt) {
+    Listener listener(service);
+    listener.work = [this] { service.shutDown(std::chrono::steady_clock::now() + support::LIMIT); };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    listener.waitFor(1);
+}

@@ -1,0 +1,72 @@
+// The table that makes events of what sources say.
+
+#include <gtest/gtest.h>
+
+#include "storage/device_table.h"
+
+using mrb::Device;
+using mrb::DeviceKind;
+using mrb::DeviceTable;
+
+namespace {
+
+Device named(const std::string &name, DeviceKind kind = DeviceKind::USB) {
+    Device device;
+    device.name = name;
+    device.kind = kind;
+    return device;
+}
+
+std::string story(DeviceTable &table) {
+    std::string told;
+    for (const mrb::Notice &notice : table.takeNotices()) {
+        told += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+    }
+    return told;
+}
+
+} // namespace
+
+TEST(DeviceTable, TellsOfEachArrivalChangeAndRemovalOnce) {
+    DeviceTable table;
+    table.set("a", named("A"));
+    table.set("a", named("A"));
+    table.set("a", named("B"));
+    table.remove("a");
+    table.remove("a");
+    EXPECT_EQ(story(table), "+A ~B -B ");
+    EXPECT_EQ(story(table), "");
+}
+
+TEST(DeviceTable, SizesAloneAreNoChange) {
+    DeviceTable table;
+    Device device = named("A");
+    table.set("a", device);
+    device.available = 5;
+    table.set("a", device);
+    EXPECT_EQ(story(table), "+A ");
+}
+
+TEST(DeviceTable, AnIndexStaysADevicesOwnAndIsGivenAgainAfterwards) {
+    DeviceTable table;
+    table.set("a", named("A"));
+    table.set("b", named("B"));
+    table.set("c", named("C", DeviceKind::CAMERA));
+    table.remove("a");
+    table.set("b", named("B2"));
+    EXPECT_EQ(table.list(DeviceKind::USB).at(0).index, 1);
+    EXPECT_EQ(table.list(DeviceKind::CAMERA).at(0).index, 2);
+    table.set("d", named("D"));
+    EXPECT_EQ(table.list(DeviceKind::USB).at(0).name, "D");
+    EXPECT_EQ(table.list(DeviceKind::USB).at(0).index, 0);
+}
+
+TEST(DeviceTable, KeepsWhatIsThereOfOneSource) {
+    DeviceTable table;
+    for (const char *key : {"x:1", "x:2", "x:3", "y:1"}) {
+        table.set(key, named(key));
+    }
+    story(table);
+    table.keep("x:", [](const std::string &key) { return key == "x:2"; });
+    EXPECT_EQ(story(table), "-x:1 -x:3 ");
+}

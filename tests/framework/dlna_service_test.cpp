@@ -1,0 +1,323 @@
+// The life of the DLNA service and who hears of what, on a network that does as told.
+
+#include "dlna/dlna_service.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "mrb/storage.h"
+#include "support/folder.h"
+#include "support/media_server.h"
+#include "support/own_process.h"
+
+using mrb::Device;
+using mrb::dlna::DlnaService;
+using mrb::dlna::Network;
+using mrb::dlna::Server;
+using mrb::dlna::ServerListener;
+using mrb::dlna::StateListener;
+using support::MediaServer;
+using support::Surroundings;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr auto LONG = std::chrono::seconds(60);
+
+// What a client heard, in words: "started", "+Name", "-Name". Any thread.
+class Diary {
+  public:
+    void write(const std::string &line) {
+        const std::lock_guard guard(lock_);
+        lines_.push_back(line);
+        changed_.notify_all();
+    }
+    std::vector<std::string> lines() {
+        const std::lock_guard guard(lock_);
+        return lines_;
+    }
+    // False: it does not come to that many in a long time.
+    bool waitFor(std::size_t count) {
+        std::unique_lock guard(lock_);
+        return changed_.wait_for(guard, LONG, [&] { return lines_.size() >= count; });
+    }
+
+    std::function<void()> onState; // called in each state callback
+
+    static void hearState(int state, void *self) {
+        static const char *const WORDS[] = {"stopped", "started", "failed"};
+        auto &diary = *static_cast<Diary *>(self);
+        diary.write(WORDS[state]);
+        if (diary.onState) {
+            diary.onState();
+        }
+    }
+    static void hearServer(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+        static_cast<Diary *>(self)->write((event == MRB_STORAGE_EVENT_ADDED ? "+" : "-") +
+                                          std::string(mrb_storage_get_name(storage)));
+    }
+
+    [[nodiscard]] StateListener state() { return {hearState, this}; }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
+};
+
+// Says on a thread of its own that it runs; servers come as the test says.
+class ToldNetwork final : public Network {
+  public:
+    explicit ToldNetwork(ServerListener &listener) : listener_(listener) {
+        ++alive;
+        std::thread([&] { listener_.networkStarted(); }).join();
+    }
+    ~ToldNetwork() override {
+        // As the real one: every server leaves, told by the network's thread.
+        std::thread([&] {
+            for (const Server &server : servers_) {
+                listener_.serverLeft(server);
+            }
+        }).join();
+        --alive;
+    }
+    void arrive(const std::string &name) {
+        servers_.push_back({"uuid:" + name, name, "10.0.0.1"});
+        listener_.serverArrived(servers_.back());
+    }
+    void leave() {
+        const Server server = servers_.back();
+        servers_.pop_back();
+        listener_.serverLeft(server);
+    }
+
+    static inline std::atomic<int> alive = 0;
+
+  private:
+    ServerListener &listener_;
+    std::vector<Server> servers_;
+};
+
+class DlnaServiceTest : public support::OwnProcess {
+  protected:
+    int listen(Diary &hearer) { return service.listen(Diary::hearServer, &hearer); }
+    std::vector<std::string> listed() {
+        std::vector<Device> servers;
+        EXPECT_EQ(service.list(servers), MRB_ERR_NONE);
+        std::vector<std::string> names;
+        for (const Device &server : servers) {
+            names.push_back(server.name);
+        }
+        return names;
+    }
+    void begin() {
+        ASSERT_EQ(service.begin(diary.state()), MRB_ERR_NONE);
+        ASSERT_TRUE(diary.waitFor(1));
+    }
+
+    ToldNetwork *network = nullptr;
+    DlnaService service{[this](ServerListener &listener) {
+        auto made = std::make_unique<ToldNetwork>(listener);
+        network = made.get();
+        return made;
+    }};
+    Diary diary; // outlives no callback: each test ends the service
+};
+
+} // namespace
+
+TEST_F(DlnaServiceTest, TellsThatItRunsAndThatItStopped) {
+    begin();
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
+    EXPECT_EQ(ToldNetwork::alive, 0);
+}
+
+TEST_F(DlnaServiceTest, EndingWhatWasNotBegunIsAnError) {
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
+    begin();
+    Diary other;
+    EXPECT_EQ(service.end(other.state()), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
+}
+
+TEST_F(DlnaServiceTest, TellsOfServersAndListsThem) {
+    Diary servers;
+    listen(servers);
+    begin();
+    network->arrive("One");
+    network->arrive("Two");
+    EXPECT_THAT(listed(), ElementsAre("One", "Two"));
+    network->leave();
+    EXPECT_THAT(listed(), ElementsAre("One"));
+    ASSERT_TRUE(servers.waitFor(3));
+    service.end(diary.state());
+    EXPECT_THAT(servers.lines(), ElementsAre("+One", "+Two", "-Two", "-One"));
+    service.unlisten();
+}
+
+TEST_F(DlnaServiceTest, ServersLeaveBeforeItIsSaidToHaveStopped) {
+    listen(diary);
+    begin();
+    network->arrive("One");
+    ASSERT_TRUE(diary.waitFor(2));
+    service.end(diary.state());
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "+One", "-One", "stopped"));
+    service.unlisten();
+}
+
+TEST_F(DlnaServiceTest, AListNeedsTheService) {
+    std::vector<Device> servers;
+    EXPECT_EQ(service.list(servers), MRB_ERR_NOT_INITIALIZED);
+    begin();
+    EXPECT_THAT(listed(), IsEmpty());
+    service.end(diary.state());
+    EXPECT_EQ(service.list(servers), MRB_ERR_NOT_INITIALIZED);
+}
+
+TEST_F(DlnaServiceTest, RunsUntilTheLastClientEndsIt) {
+    Diary other;
+    begin();
+    service.begin(other.state());
+    ASSERT_TRUE(other.waitFor(1));
+    service.end(diary.state());
+    EXPECT_EQ(ToldNetwork::alive, 1);
+    service.end(other.state());
+    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
+    EXPECT_THAT(other.lines(), ElementsAre("started", "stopped"));
+}
+
+TEST_F(DlnaServiceTest, BegunTwiceItIsOneClientAndToldAgain) {
+    begin();
+    service.begin(diary.state());
+    ASSERT_TRUE(diary.waitFor(2));
+    service.end(diary.state());
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "started", "stopped"));
+    EXPECT_EQ(ToldNetwork::alive, 0);
+}
+
+TEST_F(DlnaServiceTest, IsBegunAnew) {
+    for (int round = 0; round < 100; ++round) {
+        service.begin(diary.state());
+        service.end(diary.state());
+    }
+    begin();
+    service.end(diary.state());
+    EXPECT_EQ(diary.lines().back(), "stopped");
+    EXPECT_EQ(ToldNetwork::alive, 0);
+}
+
+TEST_F(DlnaServiceTest, IsEndedInsideItsCallback) {
+    int code = MRB_ERR_IO;
+    diary.onState = [&] {
+        diary.onState = nullptr;
+        code = service.end(diary.state());
+        diary.write("ended");
+    };
+    service.begin(diary.state());
+    ASSERT_TRUE(diary.waitFor(3));
+    EXPECT_EQ(code, MRB_ERR_NONE);
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped", "ended"));
+    EXPECT_EQ(ToldNetwork::alive, 0);
+}
+
+TEST_F(DlnaServiceTest, AnotherListenerReplacesTheFirst) {
+    Diary first;
+    Diary second;
+    listen(first);
+    begin();
+    network->arrive("One");
+    ASSERT_TRUE(first.waitFor(1));
+    listen(second);
+    network->arrive("Two");
+    ASSERT_TRUE(second.waitFor(1));
+    service.unlisten();
+    network->arrive("Three");
+    service.end(diary.state());
+    EXPECT_THAT(first.lines(), ElementsAre("+One"));
+    EXPECT_THAT(second.lines(), ElementsAre("+Two"));
+}
+
+TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsTold) {
+    DlnaService broken{
+        [](ServerListener &) -> std::unique_ptr<Network> { throw std::runtime_error("no library"); }};
+    EXPECT_EQ(broken.begin(diary.state()), MRB_ERR_NONE);
+    ASSERT_TRUE(diary.waitFor(1));
+    EXPECT_EQ(broken.end(diary.state()), MRB_ERR_NONE);
+    EXPECT_THAT(diary.lines(), ElementsAre("failed", "stopped"));
+}
+
+TEST_F(DlnaServiceTest, NobodyIsCalledAfterShutDown) {
+    begin();
+    service.shutDown(std::chrono::steady_clock::time_point::max());
+    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(service.begin(diary.state()), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(listen(diary), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_THAT(diary.lines(), ElementsAre("started"));
+}
+
+TEST_F(DlnaServiceTest, ClientsComeAndGoInAStormOfServers) {
+    begin();
+    std::atomic<bool> stop = false;
+    std::thread storm([&] {
+        while (!stop) {
+            network->arrive("One");
+            network->leave();
+        }
+    });
+    for (int round = 0; round < 10'000; ++round) {
+        Diary brief; // gone at once: nothing may call it afterwards
+        service.begin(brief.state());
+        listen(brief);
+        service.unlisten();
+        service.end(brief.state());
+    }
+    stop = true;
+    storm.join();
+    service.end(diary.state());
+}
+
+TEST_F(DlnaServiceTest, ARealServerIsSeenThroughTheInterface) {
+    if (!inside(Surroundings::NETWORK)) {
+        return;
+    }
+    ASSERT_EQ(std::system("ip link set lo up"), 0);
+    const support::Folder media;
+    Diary servers;
+    ASSERT_EQ(mrb_set_dlna_callback(Diary::hearServer, &servers), MRB_ERR_NONE);
+    ASSERT_EQ(mrb_Init_dlna_service(Diary::hearState, &diary), MRB_ERR_NONE);
+    ASSERT_TRUE(diary.waitFor(1));
+    MediaServer server(MediaServer::Kind::MINIDLNA, "Desk", media.path());
+    ASSERT_TRUE(servers.waitFor(1));
+    mrb_storage_list_h list = nullptr;
+    ASSERT_EQ(mrb_get_dlna_list(&list), MRB_ERR_NONE);
+    ASSERT_EQ(mrb_storage_get_list_count(list), 1);
+    _mrb_storage_s *record = mrb_storage_get_storage(0, list);
+    EXPECT_STREQ(mrb_storage_get_name(record), "Desk");
+    EXPECT_STREQ(mrb_storage_get_ip(record), "127.0.0.1");
+    EXPECT_EQ(std::string(mrb_storage_get_id(record)).rfind("uuid:", 0), 0U);
+    EXPECT_FALSE(mrb_storage_get_bOrvaneDevice(record));
+    mrb_storage_list_destory(list);
+    server.stop();
+    ASSERT_TRUE(servers.waitFor(2));
+    EXPECT_EQ(mrb_finalize_dlna_service(Diary::hearState, &diary), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_unset_dlna_callback(), MRB_ERR_NONE);
+    EXPECT_THAT(servers.lines(), ElementsAre("+Desk", "-Desk"));
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
+}

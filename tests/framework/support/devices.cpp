@@ -1,0 +1,60 @@
+#include "support/devices.h"
+
+#include <gtest/gtest.h>
+
+#include "support/client.h"
+
+namespace support {
+
+Record::Record(_mrb_storage_s *storage)
+    : id(mrb_storage_get_id(storage)), name(mrb_storage_get_name(storage)),
+      mountPath(mrb_storage_get_mountpath(storage)), serial(mrb_storage_get_serialnumber(storage)),
+      vendor(mrb_storage_get_vendor(storage)), label(mrb_storage_get_partitionlabel(storage)),
+      available(mrb_storage_get_availablesize(storage)), total(mrb_storage_get_totalsize(storage)),
+      fileSystem(mrb_storage_get_filesystem(storage)), index(mrb_storage_get_index(storage)),
+      address(mrb_storage_get_address(storage)), bus(mrb_storage_get_bus(storage)),
+      deviceClass(mrb_storage_get_class(storage)) {}
+
+std::vector<Record> listDevices(int kind) {
+    std::vector<Record> records;
+    mrb_storage_list_h list = nullptr;
+    EXPECT_EQ(mrb_get_usb_list(kind, &list), MRB_ERR_NONE);
+    const int count = mrb_storage_get_list_count(list);
+    records.reserve(static_cast<std::size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        records.emplace_back(mrb_storage_get_storage(index, list));
+    }
+    mrb_storage_list_destory(list);
+    return records;
+}
+
+DeviceListener::DeviceListener() { EXPECT_EQ(mrb_set_usb_callback(hear, this), MRB_ERR_NONE); }
+
+DeviceListener::~DeviceListener() { mrb_unset_usb_callback(); }
+
+void DeviceListener::hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+    auto &listener = *static_cast<DeviceListener *>(self);
+    const DeviceEvent heard{event, Record(storage), std::this_thread::get_id()};
+    {
+        const std::lock_guard guard(listener.lock_);
+        listener.events_.push_back(heard);
+        listener.arrived_.notify_all();
+    }
+    if (listener.onEvent) {
+        listener.onEvent(heard);
+    }
+}
+
+std::vector<DeviceEvent> DeviceListener::waitFor(std::size_t number) {
+    std::unique_lock guard(lock_);
+    EXPECT_TRUE(arrived_.wait_for(guard, LIMIT, [&] { return events_.size() >= number; }))
+        << events_.size() << " events of " << number;
+    return events_;
+}
+
+std::vector<DeviceEvent> DeviceListener::events() {
+    const std::lock_guard guard(lock_);
+    return events_;
+}
+
+} // namespace support

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "mrb/storage.h"
+
+namespace support {
+
+// A device's record, copied through the getters.
+struct Record {
+    explicit Record(_mrb_storage_s *storage);
+
+    std::string id, name, mountPath, serial, vendor, label;
+    long long available = -1, total = -1;
+    int fileSystem = -1, index = -1, address = -1, bus = -1, deviceClass = -1;
+};
+
+struct DeviceEvent {
+    mrb_storage_event_e event;
+    Record record;
+    std::thread::id thread;
+};
+
+// The devices of a list.
+std::vector<Record> listDevices(int kind = MRB_STORAGE_KIND_USB);
+
+// Hears of devices as long as it lives. Used by one test thread.
+class DeviceListener {
+  public:
+    DeviceListener();
+    ~DeviceListener();
+    DeviceListener(const DeviceListener &) = delete;
+    DeviceListener &operator=(const DeviceListener &) = delete;
+
+    // Waits until so many events came; all that did. A test failure when they do not.
+    std::vector<DeviceEvent> waitFor(std::size_t number);
+    // Those that came until now.
+    std::vector<DeviceEvent> events();
+
+    // Called for each event, after it was kept.
+    std::function<void(const DeviceEvent &)> onEvent;
+
+  private:
+    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage);
+
+    std::mutex lock_;
+    std::condition_variable arrived_;
+    std::vector<DeviceEvent> events_;
+};
+
+} // namespace support

@@ -1,0 +1,87 @@
+#include "support/media_server.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <fstream>
+#include <initializer_list>
+#include <vector>
+
+extern char **environ;
+
+namespace support {
+namespace {
+
+void write(const std::string &path, std::initializer_list<std::string> lines) {
+    std::ofstream file(path);
+    for (const std::string &line : lines) {
+        file << line << '\n';
+    }
+}
+
+// Its own group, so that what it starts ends with it.
+pid_t start(std::vector<std::string> words, const std::string &home) {
+    std::vector<std::string> variables = {
+        "HOME=" + home,          "XDG_CONFIG_HOME=" + home, "XDG_CACHE_HOME=" + home,
+        "XDG_DATA_HOME=" + home, "XDG_RUNTIME_DIR=" + home, "PATH=/usr/sbin:/usr/bin:/sbin:/bin"};
+    const auto pointers = [](std::vector<std::string> &texts) {
+        std::vector<char *> all;
+        for (std::string &text : texts) {
+            all.push_back(text.data());
+        }
+        all.push_back(nullptr);
+        return all;
+    };
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", 0, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, (home + "/output").c_str(), 0101, 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    pid_t process = -1;
+    EXPECT_EQ(posix_spawnp(&process, words[0].c_str(), &actions, &attributes, pointers(words).data(),
+                           pointers(variables).data()),
+              0)
+        << words[0] << " is not installed";
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return process;
+}
+
+} // namespace
+
+MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &mediaFolder) {
+    const std::string home = state_.path();
+    if (kind == Kind::MINIDLNA) {
+        // What it announces is valid for twice the interval and ten seconds more.
+        write(home + "/minidlna.conf",
+              {"network_interface=lo", "media_dir=" + mediaFolder, "db_dir=" + home, "log_dir=" + home,
+               "friendly_name=" + name, "port=8200", "inotify=no", "notify_interval=1"});
+        process_ = start({"minidlnad", "-S", "-f", home + "/minidlna.conf", "-P", home + "/pid"}, home);
+        return;
+    }
+    write(home + "/rygel.conf",
+          {"[general]",           "ipv6=false",        "interface=lo",
+           "upnp-enabled=true",   "allow-upload=true", "media-engine=librygel-media-engine-simple.so",
+           "[MediaExport]",       "enabled=true",      "title=" + name,
+           "uris=" + mediaFolder, "[Playbin]",         "enabled=false",
+           "[Tracker]",           "enabled=false",     "[Tracker3]",
+           "enabled=false",       "[GstLaunch]",       "enabled=false",
+           "[External]",          "enabled=false"});
+    process_ = start({"dbus-run-session", "--", "rygel", "-n", "lo", "-c", home + "/rygel.conf"}, home);
+}
+
+void MediaServer::end(int signal) {
+    if (process_ > 0) {
+        ::kill(-process_, signal);
+        waitpid(process_, nullptr, 0);
+        process_ = -1;
+    }
+}
+
+} // namespace support

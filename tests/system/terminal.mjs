@@ -1,0 +1,43 @@
+// Runs quill in a terminal, and reads its screen.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import path from 'node:path';
+
+import { folder } from './harness.mjs';
+
+const LIMIT_MS = 30_000;
+
+/** A terminal of a server of its own, in which quill runs. */
+export class Terminal {
+  constructor(args, { columns = 80, rows = 24 } = {}) {
+    this.socket = path.join(folder(), 'tmux');
+    const command = [path.join(process.env.QUILL_BUILD, 'bin', 'quill'), ...args]
+      .map((word) => `'${word.replaceAll("'", "'\\''")}'`).join(' ');
+    this.tmux('-f', '/dev/null', 'new-session', '-d', '-s', 'quill', '-x', columns, '-y', rows,
+      `${command}; echo ended with $?; exec sleep 1000`);
+  }
+
+  tmux(...words) {
+    return execFileSync('tmux', ['-u', '-S', this.socket, ...words.map(String)], { encoding: 'utf8' });
+  }
+
+  keys(...keys) { this.tmux('send-keys', '-t', 'quill', ...keys); }
+
+  screen() { return this.tmux('capture-pane', '-p', '-t', 'quill'); }
+
+  /** Waits until the screen shows what it should; returns its lines. */
+  async shows(pattern) {
+    for (const end = Date.now() + LIMIT_MS; ;) {
+      const screen = this.screen();
+      if (pattern.test(screen)) {
+        return screen.split('\n');
+      }
+      if (Date.now() > end) {
+        assert.fail(`never showed ${pattern}:\n${screen}`);
+      }
+      await new Promise((resolve) => setTimeout(resolve, 50));
+    }
+  }
+
+  close() { spawnSync('tmux', ['-S', this.socket, 'kill-server']); }
+}
