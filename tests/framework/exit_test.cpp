@@ -145,7 +145,7 @@ TEST_F(Exit, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
                 const std::string device = path + "/offered";
                 setenv("MRB_DEVICES", device.c_str(), 1);
                 static bool endsInside = inside;
-                static std::promise<void> told;
+                static auto &told = *new std::promise<void>; // main waits on it to the end
                 mrb_set_usb_callback(
                     [](void *, mrb_storage_event_e, _mrb_storage_s *&) {
                         if (endsInside) {
