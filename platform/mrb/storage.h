@@ -127,7 +127,12 @@ int mrb_unset_usb_callback(void);
 int mrb_set_dlna_callback(mrb_storage_notification_cb callback, void *user_data);
 int mrb_unset_dlna_callback(void);
 
-/* The state callback hears every change until the service has stopped. */
+/*
+ * The service runs from the first client's init to the last one's finalize; a client is
+ * a callback with its user data. Its callback hears every change of state, its own
+ * finalize included, which returns when the callback was told MRB_SERVICE_STATE_STOPPED;
+ * MRB_ERR_NOT_INITIALIZED when it is no client. A list of servers needs the service too.
+ */
 int mrb_Init_dlna_service(mrb_dlna_state_cb callback, void *user_data);
 int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data);
 

@@ -58,7 +58,6 @@ std::set<std::string> exportedSymbols() {
     return names;
 }
 
-constexpr int NOT_SUPPORTED = MRB_ERR_NOT_SUPPORTED;
 constexpr int INVALID = MRB_ERR_INVALID_PARAMETER;
 
 } // namespace
@@ -103,14 +102,15 @@ TEST(Interface, AnImageIsNotStoredWithoutAPath) {
     EXPECT_EQ(mrb_create_thumbnail_flash_cache_param(nullptr), 0);
 }
 
-TEST(Interface, MediaServersAreNotSupported) {
+TEST(Interface, MediaServersNeedTheServiceAndItsCallbacks) {
     mrb_storage_list_h list = nullptr;
-    EXPECT_EQ(mrb_get_dlna_list(&list), NOT_SUPPORTED);
+    EXPECT_EQ(mrb_get_dlna_list(nullptr), INVALID);
+    EXPECT_EQ(mrb_get_dlna_list(&list), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(mrb_set_dlna_callback(onStorage, nullptr), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_unset_dlna_callback(), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_Init_dlna_service(onDlna, nullptr), NOT_SUPPORTED);
-    EXPECT_EQ(mrb_finalize_dlna_service(onDlna, nullptr), NOT_SUPPORTED);
+    EXPECT_EQ(mrb_set_dlna_callback(nullptr, nullptr), INVALID);
+    EXPECT_EQ(mrb_unset_dlna_callback(), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_Init_dlna_service(nullptr, nullptr), INVALID);
+    EXPECT_EQ(mrb_finalize_dlna_service(onDlna, nullptr), MRB_ERR_NOT_INITIALIZED);
 }
 
 TEST(Interface, DevicesAreOfTwoKindsAndACallbackIsNeeded) {

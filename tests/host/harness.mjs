@@ -26,10 +26,10 @@ const POWERLESS = ['setpriv', '--bounding-set=-all', '--inh-caps=-all', '--'];
 
 /**
  * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as one
- * whom the permissions of files bind.
+ * whom the permissions of files bind. `inside`: the words of a command that starts it.
  */
-export function start(args, { env = {}, cwd, input, ordinary = false } = {}) {
-  const prefix = ordinary && process.getuid() === 0 ? POWERLESS : [];
+export function start(args, { env = {}, cwd, input, ordinary = false, inside = [] } = {}) {
+  const prefix = ordinary && process.getuid() === 0 ? POWERLESS : inside;
   const [program, ...rest] = [...prefix, path.join(build, 'bin', 'quill'), ...args];
   const child = spawn(program, rest, {
     env: { ...process.env, ...env },

@@ -1,0 +1,114 @@
+// Media servers of the network as scripts see them, in a network that nothing else is in.
+import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import path from 'node:path';
+import test from 'node:test';
+
+import { script } from '../host/harness.mjs';
+import { folder, quill } from './harness.mjs';
+
+const OWN_NETWORK = ['unshare', '--user', '--map-root-user', '--net',
+                     'sh', '-c', 'ip link set lo up && exec "$@"', 'sh'];
+
+const PRELUDE = `
+const { spawn } = require('node:child_process');
+const bridge = new MRBBridge();
+const call = (method, ...args) => JSON.parse(bridge[method](...args));
+const told = []; // what happened, in order
+let wake = () => {};
+const hear = (line) => { told.push(line); wake(); };
+const until = (number) => new Promise((resolve) => {
+  wake = () => { if (told.length >= number) resolve(); };
+  wake();
+});
+const watch = () => call('mrb_set_dlna_callback', (text) => {
+  for (const { storage_event: event, ...server } of JSON.parse(text).storage_devices) hear([event, server]);
+}).return_ecode;
+const begin = () => call('mrb_Init_dlna_service', (text) => hear(JSON.parse(text).param_event)).return_ecode;
+const servers = () => {
+  const { return_ecode, return_data } = call('mrb_get_dlna_list');
+  return return_ecode === 0 ? JSON.parse(return_data)?.storage_devices ?? [] : return_ecode;
+};
+// A server of another project's; the sanitizer's runtime must not go into it.
+const serve = (configuration) => spawn('minidlnad', ['-S', '-f', configuration, '-P', configuration + '.pid'],
+  { stdio: 'ignore', env: { ...process.env, LD_PRELOAD: '', PATH: process.env.PATH + ':/usr/sbin' } });
+const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
+(async () => {
+`;
+
+/** Runs a script's body with the prelude; what it gave to finish(). */
+async function run(body, ...args) {
+  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
+    { inside: OWN_NETWORK });
+  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
+  return JSON.parse(stdout);
+}
+
+/** What a server is to do. */
+function configuration(name) {
+  const home = folder();
+  const file = path.join(home, 'minidlna.conf');
+  writeFileSync(file, ['network_interface=lo', `media_dir=${folder()}`, `db_dir=${home}`, `log_dir=${home}`,
+                       `friendly_name=${name}`, 'port=8200', 'inotify=no', ''].join('\n'));
+  return file;
+}
+
+test('a server is seen when it starts, and is gone when it stops', async () => {
+  const { codes, listed, told, after } = await run(`
+    const codes = [watch(), begin()];
+    await until(1);
+    const server = serve(process.argv[2]);
+    await until(2);
+    const listed = servers();
+    server.kill();
+    await until(3);
+    codes.push(call('mrb_finalize_dlna_service').return_ecode, call('mrb_unset_dlna_callback').return_ecode);
+    await until(4);
+    finish({ codes, listed, told, after: servers() });`, configuration('Desk'));
+  assert.deepEqual(codes, [0, 0, 0, 0]);
+  assert.equal(listed.length, 1);
+  assert.match(listed[0].storage_id, /^uuid:/);
+  assert.deepEqual({ ...listed[0], storage_id: '' },
+    { storage_id: '', storage_name: 'Desk', storage_ip: '127.0.0.1', storage_bOrvaneDev: false });
+  assert.deepEqual(told, [20, [0, listed[0]], [1, listed[0]], 21]);
+  assert.equal(after, -16);
+});
+
+test('a server that was there before the service is seen too', async () => {
+  const told = await run(`
+    const server = serve(process.argv[2]);
+    watch();
+    begin();
+    await until(2);
+    call('mrb_finalize_dlna_service');
+    server.kill();
+    await until(4);
+    finish(told.map((each) => each[1]?.storage_name ?? each));`, configuration('Steady'));
+  assert.deepEqual(told, [20, 'Steady', 'Steady', 21]);
+});
+
+test('an object that never started the service is refused to stop it', async () => {
+  const [code, told] = await run(`
+    begin();
+    await until(1);
+    const other = new MRBBridge();
+    const { return_ecode } = JSON.parse(other.mrb_finalize_dlna_service());
+    quill.release(other);
+    finish([return_ecode, told, servers()]);`);
+  assert.equal(code, -16);
+  assert.deepEqual(told, [20]);
+});
+
+test('an object is released while its service runs', async () => {
+  const codes = await run(`
+    begin();
+    await until(1);
+    quill.release(bridge);
+    const other = new MRBBridge();
+    console.log(JSON.stringify([JSON.parse(other.mrb_get_dlna_list()).return_ecode]));`);
+  assert.deepEqual(codes, [-16]);
+});
+
+test('a program ends while its service runs', async () => {
+  assert.deepEqual(await run("begin(); await until(1); finish('over');"), 'over');
+});
