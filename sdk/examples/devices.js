@@ -1,16 +1,18 @@
 'use strict';
-// Shows the attached storage devices and cameras, and what comes and goes.
+// Shows the attached storage devices and cameras, the media servers of the network, and
+// what comes and goes.
 //
 //     quill [--device FOLDER] sdk/examples/devices.js [--once]
 
 const readline = require('node:readline');
-const { FILE_SYSTEMS, STORAGE_CLASSES, STORAGE_EVENTS, describeResult } = require('../codes.js');
+const { FILE_SYSTEMS, SERVICE_EVENTS, STORAGE_CLASSES, STORAGE_EVENTS, describeResult } = require('../codes.js');
 const { count, fit, printable, size } = require('./terminal.js');
 
 const USAGE = `Usage: quill [--device FOLDER] devices.js [--once]
 
-Shows the attached storage devices and cameras in a table that follows what comes
-and goes; q or Ctrl-C ends it. Without a terminal it prints a line for each event.
+Shows the attached storage devices and cameras and the media servers of the network in a
+table that follows what comes and goes; q or Ctrl-C ends it. Without a terminal it prints
+a line for each event.
   --once   print what is attached, and end
 `;
 
@@ -35,41 +37,72 @@ function ask(method, ...callback) {
 
 const listed = (method) => ask(method)?.storage_devices ?? [];
 
-/** All devices, in the order of their indexes. */
+/** What is attached to this machine, in the order of the indexes. */
 const devices = () => [...listed('mrb_get_usb_list'), ...listed('mrb_get_ptp_list')]
   .sort((one, other) => one.storage_index - other.storage_index);
 
 const isCamera = (device) => device.storage_class === STORAGE_CLASSES.CAMERA;
 
-const kindOf = (device) => (isCamera(device) ? 'camera'
+const isServer = (device) => device.storage_ip !== undefined;
+
+const kindOf = (device) => (isServer(device) ? 'server' : isCamera(device) ? 'camera'
   : FILE_SYSTEMS[device.storage_filesystem] ?? String(device.storage_filesystem));
 
-const placeOf = (device) => device.storage_mountpath || (isCamera(device) ? '' : 'not mounted');
+const placeOf = (device) => (isServer(device) ? device.storage_ip
+  : device.storage_mountpath || (isCamera(device) ? '' : 'not mounted'));
 
 const bytes = (text) => size(Number(BigInt(text)));
 
 /** "12.0 GB of 16.0 GB free", as far as that is known. */
 function roomOf(device) {
-  if (device.storage_totalsize === '0') {
+  if (isServer(device) || device.storage_totalsize === '0') {
     return '';
   }
   return device.storage_mountpath === '' ? bytes(device.storage_totalsize)
     : `${bytes(device.storage_availablesize)} of ${bytes(device.storage_totalsize)} free`;
 }
 
-const usbOf = (device) => (device.storage_bus === 0 ? '' : `USB ${device.storage_bus}:${device.storage_address}`);
+const usbOf = (device) => (isServer(device) || device.storage_bus === 0 ? '' : `USB ${device.storage_bus}:${device.storage_address}`);
 
 /** One device in one line, for a file or a pipe. */
 const inALine = (what, device) => [what.padEnd(8), device.storage_name, placeOf(device), kindOf(device), roomOf(device),
   usbOf(device)].map(printable).filter((part) => part.trim() !== '').join('  ');
 
+/** The DLNA service, from its start to its end. */
+class Service {
+  constructor(say) {
+    this.say = say;
+    this.runs = false;
+    this.atEnd = () => {};
+  }
+
+  start() {
+    ask('mrb_Init_dlna_service', (text) => {
+      const { param_event: state } = JSON.parse(text);
+      this.runs = state === SERVICE_EVENTS.STARTED;
+      this.say(this.runs ? 'looking for media servers' : 'not looking for media servers');
+      if (!this.runs) this.atEnd();
+    });
+  }
+
+  servers() { return this.runs ? listed('mrb_get_dlna_list') : []; }
+
+  /** Stops it; the program ends when that is said. */
+  end() {
+    this.atEnd = () => process.exit(0);
+    ask('mrb_finalize_dlna_service');
+  }
+}
+
 /** What the screen shows; drawn anew whenever that changes. */
 class Screen {
   constructor() {
     this.events = [];
+    this.service = null;
   }
 
-  start() {
+  start(service) {
+    this.service = service;
     readline.emitKeypressEvents(process.stdin);
     process.stdin.setRawMode(true);
     process.stdout.write('\x1b[?1049h\x1b[?25l'); // another screen, without cursor
@@ -77,19 +110,19 @@ class Screen {
       process.stdout.write('\x1b[?25h\x1b[?1049l');
       process.stdin.setRawMode(false);
     });
-    process.on('SIGTERM', () => process.exit(0));
+    process.on('SIGTERM', () => service.end());
     process.stdout.on('resize', () => this.draw());
     process.stdin.on('keypress', (_, key) => {
       if (key.name === 'q' || (key.ctrl && key.name === 'c')) {
-        process.exit(0);
+        service.end();
       }
     });
     this.draw();
   }
 
-  hear(event, device) {
+  hear(event, name) {
     const time = new Date().toTimeString().slice(0, 8);
-    this.events.unshift(`${time} ${event.padEnd(8)} ${device.storage_name}`);
+    this.events.unshift(`${time} ${event.padEnd(8)} ${name}`);
     this.events.length = Math.min(this.events.length, MOST_EVENTS);
     this.draw();
   }
@@ -104,7 +137,7 @@ class Screen {
   draw() {
     const columns = Math.max(20, process.stdout.columns || 80);
     const rows = Math.max(4, process.stdout.rows || 24);
-    const attached = devices();
+    const attached = [...devices(), ...(this.service?.servers() ?? [])];
     const table = attached.map((device) => this.row(columns, device.storage_name, placeOf(device), kindOf(device),
       roomOf(device), usbOf(device)));
     const lines = [
@@ -136,21 +169,27 @@ function main() {
     return;
   }
   const screen = process.stdin.isTTY && process.stdout.isTTY ? new Screen() : null;
-  // Before the list, so that nothing is missed in between.
-  ask('mrb_set_usb_callback', (text) => {
+  const service = new Service((words) => {
+    screen === null ? process.stdout.write(`${words}\n`) : screen.hear('network', words);
+  });
+  const hear = (text) => {
     const [{ storage_event: number, ...device }] = JSON.parse(text).storage_devices;
     const event = EVENT_NAMES[number] ?? `event ${number}`;
-    screen === null ? print(event, device) : screen.hear(event, device);
-  });
+    screen === null ? print(event, device) : screen.hear(event, device.storage_name);
+  };
+  // Before the lists, so that nothing is missed in between.
+  ask('mrb_set_usb_callback', hear);
+  ask('mrb_set_dlna_callback', hear);
   if (screen !== null) {
-    screen.start();
-    return;
+    screen.start(service);
+  } else {
+    process.stdout.on('error', () => process.exit(0)); // nobody reads any more
+    for (const signal of ['SIGINT', 'SIGTERM']) {
+      process.on(signal, () => service.end());
+    }
+    devices().forEach((device) => print('attached', device));
   }
-  process.stdout.on('error', () => process.exit(0)); // nobody reads any more
-  for (const signal of ['SIGINT', 'SIGTERM']) {
-    process.on(signal, () => process.exit(0));
-  }
-  devices().forEach((device) => print('attached', device));
+  service.start();
 }
 
 main();

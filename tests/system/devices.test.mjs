@@ -6,6 +6,7 @@ import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
 import { folder, quill, root } from './harness.mjs';
+import { OWN_NETWORK, configuration, serve } from './media_server.mjs';
 import { Terminal } from './terminal.mjs';
 
 const watcher = path.join(root, 'sdk', 'examples', 'devices.js');
@@ -129,6 +130,19 @@ test('the watcher prints what is attached', async () => {
   const { status, stdout } = await quill(['--device', where, watcher, '--once']);
   assert.equal(status, 0);
   assert.match(stdout, new RegExp(`^attached {2}${path.basename(where)} \\(folder offered as a device\\) {2}${where} {2}`));
+});
+
+test('the watcher shows media servers that start and stop, and stops its service', async () => {
+  const running = start([watcher], { inside: OWN_NETWORK });
+  await printed(running, /^looking for media servers$/m);
+  const server = serve(running.pid, configuration('Desk'));
+  await printed(running, /^added {5}Desk {2}127\.0\.0\.1 {2}server$/m);
+  server.kill();
+  await printed(running, /^removed {3}Desk {2}127\.0\.0\.1 {2}server$/m);
+  running.kill('SIGINT');
+  const { status, stdout } = await running.finished;
+  assert.equal(status, 0);
+  assert.match(stdout, /\nnot looking for media servers\n$/);
 });
 
 test('without a terminal the watcher prints a line for each event, until it is interrupted', async () => {

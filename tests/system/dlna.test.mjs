@@ -1,14 +1,10 @@
 // Media servers of the network as scripts see them, in a network that nothing else is in.
 import assert from 'node:assert/strict';
-import { writeFileSync } from 'node:fs';
-import path from 'node:path';
 import test from 'node:test';
 
 import { script } from '../host/harness.mjs';
-import { folder, quill } from './harness.mjs';
-
-const OWN_NETWORK = ['unshare', '--user', '--map-root-user', '--net',
-                     'sh', '-c', 'ip link set lo up && exec "$@"', 'sh'];
+import { quill } from './harness.mjs';
+import { OWN_NETWORK, configuration } from './media_server.mjs';
 
 const PRELUDE = `
 const { spawn } = require('node:child_process');
@@ -42,15 +38,6 @@ async function run(body, ...args) {
     { inside: OWN_NETWORK });
   assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
   return JSON.parse(stdout);
-}
-
-/** What a server is to do. */
-function configuration(name) {
-  const home = folder();
-  const file = path.join(home, 'minidlna.conf');
-  writeFileSync(file, ['network_interface=lo', `media_dir=${folder()}`, `db_dir=${home}`, `log_dir=${home}`,
-                       `friendly_name=${name}`, 'port=8200', 'inotify=no', ''].join('\n'));
-  return file;
 }
 
 test('a server is seen when it starts, and is gone when it stops', async () => {

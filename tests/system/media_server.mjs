@@ -1,0 +1,25 @@
+// A DLNA server of another project's, and a network of its own for it and its clients.
+import { spawn } from 'node:child_process';
+import { writeFileSync } from 'node:fs';
+import path from 'node:path';
+
+import { folder } from './harness.mjs';
+
+/** Starts a command in a network that nothing else is in. */
+export const OWN_NETWORK = ['unshare', '--user', '--map-root-user', '--net',
+                     'sh', '-c', 'ip link set lo up && exec "$@"', 'sh'];
+
+/** The configuration of a server under this name. */
+export function configuration(name) {
+  const home = folder();
+  const file = path.join(home, 'minidlna.conf');
+  writeFileSync(file, ['network_interface=lo', `media_dir=${folder()}`, `db_dir=${home}`, `log_dir=${home}`,
+                       `friendly_name=${name}`, 'port=8200', 'inotify=no', ''].join('\n'));
+  return file;
+}
+
+/** Starts a server in the network of a client, a process. */
+export const serve = (client, file) =>
+  spawn('nsenter', ['--target', String(client), '--user', '--preserve-credentials', '--net', 'env', '-u', 'LD_PRELOAD',
+                    'minidlnad', '-S', '-f', file, '-P', `${file}.pid`],
+    { stdio: 'ignore', env: { ...process.env, PATH: `${process.env.PATH}:/usr/sbin` } });
