@@ -46,4 +46,32 @@ function size(bytes) {
 /** "1 picture", "2 pictures". */
 const count = (number, one, many = `${one}s`) => `${number.toLocaleString('en')} ${number === 1 ? one : many}`;
 
-module.exports = { count, fit, printable, size, width };
+/** Seconds as a clock shows them: "0:07", "1:02:03". */
+function clock(seconds) {
+  const whole = Math.round(seconds);
+  const [hours, minutes] = [Math.floor(whole / 3600), Math.floor(whole / 60) % 60];
+  const tail = String(whole % 60).padStart(2, '0');
+  return hours > 0 ? `${hours}:${String(minutes).padStart(2, '0')}:${tail}` : `${minutes}:${tail}`;
+}
+
+/** A bar that is filled by a fraction of 0 to 1. */
+function bar(fraction, columns) {
+  const filled = Math.round(Math.max(0, Math.min(1, fraction)) * columns);
+  return `[${'#'.repeat(filled)}${'-'.repeat(columns - filled)}]`;
+}
+
+/** One line of standard output that is written over again and again; nothing where that is no terminal. */
+const statusLine = {
+  show(text) {
+    if (process.stdout.isTTY) {
+      process.stdout.write(`\r${fit(text, Math.max(20, process.stdout.columns || 80) - 1)}`);
+    }
+  },
+  clear() {
+    if (process.stdout.isTTY) {
+      process.stdout.write('\r\x1b[K');
+    }
+  },
+};
+
+module.exports = { bar, clock, count, fit, printable, size, statusLine, width };

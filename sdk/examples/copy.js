@@ -1,0 +1,187 @@
+'use strict';
+// Copies the pictures, music and videos of a folder to another one.
+//
+//     quill sdk/examples/copy.js [--type picture|music|video|all] FROM TO
+
+const path = require('node:path');
+const { ITEM_TYPES, SHARE_EVENTS, SHARE_TYPES } = require('../codes.js');
+const { Media } = require('../media.js');
+const { bar, clock, count, printable, size, statusLine } = require('./terminal.js');
+
+const { IMAGE, MUSIC, VIDEO, M3U } = ITEM_TYPES;
+const TYPES = {
+  picture: { types: [IMAGE], named: 'pictures' },
+  music: { types: [MUSIC], named: 'music' },
+  video: { types: [VIDEO], named: 'videos' },
+  all: { types: [IMAGE, MUSIC, VIDEO, M3U], named: 'pictures, music, videos or playlists' },
+};
+
+const USAGE = `Usage: quill copy.js [--type picture|music|video|all] FROM TO
+
+Copies the media in FROM and the folders below it to the folder TO, which must
+exist. Nothing in TO is overwritten: a name that is taken gets a number.
+  --type T   only pictures, only music or only videos (all, with playlists)
+
+Ctrl-C stops: the files that were copied until then stay, and are whole. The exit
+status is 0 when everything was copied, 130 after Ctrl-C, else 1.
+`;
+
+/** Of a destination that is refused before anything is copied, by the framework's code. */
+const REFUSALS = {
+  [-4]: 'it does not exist; make the folder first',
+  [-6]: 'it is read-only, or this user may not write to it',
+  [-7]: 'it is not a folder',
+};
+
+const SIGNALS = { SIGINT: 130, SIGTERM: 143 }; // and the exit status after them, as shells have it
+
+class UsageError extends Error {}
+
+/** {type, from, to} from the words of the command line. */
+function wishesFrom(words) {
+  let type = 'all';
+  const folders = [];
+  for (let index = 0; index < words.length; index += 1) {
+    const [option, joined] = words[index].split(/=(.*)/s);
+    if (option === '--type') {
+      type = joined ?? words[index += 1] ?? '';
+      if (!Object.hasOwn(TYPES, type)) {
+        throw new UsageError(`--type takes ${Object.keys(TYPES).join(', ')}, not '${printable(type)}'`);
+      }
+    } else if (option.startsWith('-')) {
+      throw new UsageError(`unknown option ${printable(option)}`);
+    } else {
+      folders.push(path.resolve(words[index]));
+    }
+  }
+  if (folders.length !== 2) {
+    throw new UsageError('give one folder to copy from and one to copy to');
+  }
+  const [from, to] = folders;
+  if (from === to) {
+    throw new UsageError('FROM and TO are the same folder');
+  }
+  return { type, from, to };
+}
+
+/** Opens the folder and selects what is wanted: {list, files, bytes}. */
+async function select(media, { type, from }) {
+  const { types, named } = TYPES[type];
+  const list = media.open(from, { contentType: 'ALL', sort: 'FOLDER' });
+  list.onGrowth = ({ item_count: items }) => statusLine.show(`reading: ${count(items, 'item')} so far…`);
+  await list.ready.catch((error) => { throw new Error(`${printable(from)}: ${error.message}`); });
+  statusLine.clear();
+  const bytes = list.selectTypes(types);
+  const files = list.selectionCount();
+  if (files === 0) {
+    throw new Error(`${printable(from)}: no ${named} in it`);
+  }
+  return { list, files, bytes };
+}
+
+/** What a share has done so far, for one line. */
+function progressText({ totalFiles, doneFiles, totalSize, successSize, progressSize, currentName }, seconds) {
+  const done = successSize + progressSize;
+  const fraction = totalSize > 0 ? done / totalSize : doneFiles / Math.max(1, totalFiles);
+  const rate = seconds > 0 ? done / seconds : 0;
+  const left = rate > 0 ? `${clock((totalSize - done) / rate)} left` : '';
+  return `${bar(fraction, 12)} ${String(Math.floor(fraction * 100)).padStart(3)}%  ${doneFiles}/${totalFiles} files  ` +
+         `${size(done)} of ${size(totalSize)}  ${size(Math.round(rate))}/s  ${left}  ${printable(currentName)}`;
+}
+
+/** How much arrived, for the sentence about an end before its time. */
+const arrived = ({ doneFiles, totalFiles, successSize }) =>
+  (doneFiles === 0 ? 'nothing was copied'
+    : `${doneFiles} of ${count(totalFiles, 'file')} copied (${size(successSize)})`);
+
+/** Why a share ended before its time. */
+function reasonOf(end, to) {
+  switch (end.event) {
+    case SHARE_EVENTS.NO_SPACE:
+      return `${printable(to)} has too little free space for ${size(end.totalSize)}`;
+    case SHARE_EVENTS.DEVICE_REMOVED:
+      return 'the device or folder that is copied from or to went away';
+    default:
+      return `${printable(end.currentName || to)} could not be copied (quill --log says why)`;
+  }
+}
+
+/** Starts the share; a destination that is refused is named. */
+function start(list, to, onProgress) {
+  try {
+    return list.share(SHARE_TYPES.COPY, { param_source_device_type: 0, param_dest_device_type: 0,
+                                          param_dest_device_path: to }, onProgress);
+  } catch (error) {
+    throw new Error(`${printable(to)}: ${REFUSALS[error.code] ?? error.message}`);
+  }
+}
+
+/** Has `stop` called at the first signal, once; a second signal ends the program at once. */
+function onSignals(stop) {
+  const handlers = Object.entries(SIGNALS).map(([signal, status]) => [signal, () => { release(); stop(status); }]);
+  const release = () => handlers.forEach(([signal, handler]) => process.off(signal, handler));
+  handlers.forEach(([signal, handler]) => process.on(signal, handler));
+  return release;
+}
+
+/** Copies the selection; the exit status. */
+async function copy(list, to) {
+  const began = performance.now();
+  const seconds = () => (performance.now() - began) / 1000;
+  let interrupted = 0;
+  const share = start(list, to, (progress) => {
+    statusLine.show(interrupted ? 'stopping…' : progressText(progress, seconds()));
+  });
+  const release = onSignals((status) => {
+    interrupted = status;
+    statusLine.show('stopping…');
+    try {
+      share.stop();
+    } catch {
+      // It has ended already, and its last event is on its way.
+    }
+  });
+  const end = await share.done.catch((failure) => {
+    if (failure.event === undefined) throw failure;
+    return failure;
+  });
+  release();
+  statusLine.clear();
+  if (end.event === SHARE_EVENTS.DONE) {
+    console.log(`${count(end.doneFiles, 'file')}, ${size(end.successSize)}, copied to ${printable(to)} ` +
+                `in ${seconds().toFixed(1)} s`);
+    return 0;
+  }
+  if (end.event === SHARE_EVENTS.STOPPED) {
+    console.log(`stopped: ${arrived(end)}`);
+    return interrupted || 1;
+  }
+  throw new Error(`${reasonOf(end, to)}; ${arrived(end)}`);
+}
+
+async function main(words) {
+  if (words.includes('--help')) {
+    process.stdout.write(USAGE);
+    return;
+  }
+  const wishes = wishesFrom(words);
+  const media = new Media();
+  // Nothing keeps the program alive once this is over, however it ends.
+  try {
+    const { list, files, bytes } = await select(media, wishes);
+    if (process.stdout.isTTY) {
+      console.log(`${count(files, 'file')}, ${size(bytes)}, from ${printable(wishes.from)} to ${printable(wishes.to)}`);
+    }
+    process.exitCode = await copy(list, wishes.to);
+  } finally {
+    media.finish();
+  }
+}
+
+// A reader such as head that has seen enough is no fault.
+process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
+main(process.argv.slice(2)).catch((error) => {
+  statusLine.clear();
+  process.stderr.write(`copy: ${error.message}\n${error instanceof UsageError ? `\n${USAGE}` : ''}`);
+  process.exitCode = 1;
+});
