@@ -49,6 +49,7 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
         opening = std::make_shared<Opening>(events_, number, listener, std::move(source), std::move(wishes));
         opening->watchWith(watcher_);
         opening->readWith(library_);
+        opening->workWith(workers_);
         events_.start();
         workers_.start([opening] { opening->run(); });
     } catch (...) {

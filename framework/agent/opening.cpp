@@ -56,6 +56,9 @@ void Opening::run() noexcept {
         } else {
             watch_.reset();
         }
+        if (groupReading_.listIsComplete()) {
+            readGroups();
+        }
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
     }
@@ -191,10 +194,14 @@ void Opening::reportGrowth() {
     if (due) {
         reportedSize_ = size;
         reportedAt_ = now;
-        // One that still waits for a slow listener will tell the newest count.
-        if (!growthQueued_.exchange(true)) {
-            events_.post(shared_from_this(), MRB_EVENT_LIST_GROWN);
-        }
+        postGrowth();
+    }
+}
+
+// One that still waits for a slow listener will tell the newest count.
+void Opening::postGrowth() {
+    if (!growthQueued_.exchange(true)) {
+        events_.post(shared_from_this(), MRB_EVENT_LIST_GROWN);
     }
 }
 
@@ -205,6 +212,9 @@ std::string Opening::serverData(int event) const {
         const std::int64_t total = announced_;
         if (total != UNKNOWN) {
             data["total_count"] = Json::Int64{total};
+        }
+        if (const std::int64_t grouped = grouped_; grouped != UNKNOWN) {
+            data["grouped_count"] = Json::Int64{grouped};
         }
         return jsonText(data);
     }

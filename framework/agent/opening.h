@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "agent/group_reading.h"
 #include "events/event_thread.h"
 #include "list/list.h"
 #include "list/wishes.h"
@@ -21,6 +22,8 @@
 #include "watch/watcher.h"
 
 namespace mrb {
+
+class Workers;
 
 // Who hears of a list.
 struct Listener {
@@ -46,6 +49,8 @@ class Opening final : public EventTarget,
 
     // Where the metadata of the items come from. Called before run.
     void readWith(MediaLibrary &library) { library_ = &library; }
+    // Where threads for more reading come from. Called before run.
+    void workWith(Workers &workers) { workers_ = &workers; }
     [[nodiscard]] MediaLibrary &library() const { return *library_; }
 
     // The worker's whole life: waits for begin, fills the list, sorts it, and posts
@@ -56,14 +61,21 @@ class Opening final : public EventTarget,
     void begin() { begin_.count_down(); }
 
     // Makes the source stop soon; the cancelled event follows unless the end was
-    // reached before. Any thread.
-    void stop() { stopped_.store(true, std::memory_order_relaxed); }
+    // reached before. Ends a reading of files for groups. Any thread.
+    void stop() {
+        stopped_.store(true, std::memory_order_relaxed);
+        groupReading_.stop();
+    }
 
     // Makes the source stop soon, and returns when no callback of this opening is
     // running or will run, save one that this is called from. Any thread.
     void close();
 
     [[nodiscard]] List &list() { return list_; }
+
+    // Lays the view out, and has the files read when it is grouped by what they say; a
+    // code of mrb/result.h. Any thread.
+    int setStyle(const PageStyle &style);
 
     // The path of the folder below which the items are files; empty: they are none.
     // Any thread.
@@ -109,6 +121,8 @@ class Opening final : public EventTarget,
     FillResult fill();
     void sort(Outcome &outcome);
     void reportGrowth();
+    void postGrowth();
+    void readGroups() noexcept;
     [[nodiscard]] std::string serverData(int event) const;
 
     EventThread &events_;
@@ -119,6 +133,7 @@ class Opening final : public EventTarget,
 
     Watcher *watcher_ = nullptr;
     MediaLibrary *library_ = nullptr;
+    Workers *workers_ = nullptr;
     mutable std::once_flag pathsMade_;
     mutable std::optional<MediaPaths> paths_; // made when it is first needed
     std::latch begin_{1};
@@ -127,6 +142,8 @@ class Opening final : public EventTarget,
     std::atomic<bool> removed_ = false; // the source is not there any more
     std::atomic<bool> growthQueued_ = false;
     std::atomic<std::int64_t> announced_ = UNKNOWN;
+    std::atomic<std::int64_t> grouped_ = UNKNOWN; // items whose files were read for groups
+    GroupReading groupReading_;
 
     // The worker's alone, until it posts the last event, which reads the result.
     FillResult result_;

@@ -1,6 +1,7 @@
 #include "agent/workers.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -13,6 +14,9 @@ Workers::~Workers() { finish(std::chrono::steady_clock::time_point::max()); }
 void Workers::start(std::function<void()> work) {
     const std::lock_guard guard(lock_);
     joinDone();
+    if (finished_) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
     const auto &worker = workers_.emplace_back(std::make_shared<Worker>());
     try {
         worker->thread = startThread(name_, [this, worker, work = std::move(work)]() mutable {
@@ -31,6 +35,7 @@ void Workers::start(std::function<void()> work) {
 
 void Workers::finish(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
+    finished_ = true;
     someDone_.wait_until(guard, deadline, [this] {
         return std::ranges::all_of(workers_, [](const auto &worker) { return worker->done; });
     });

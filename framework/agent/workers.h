@@ -21,7 +21,7 @@ class Workers {
     Workers &operator=(const Workers &) = delete;
 
     // Runs `work` on a thread of its own. Throws std::system_error when the
-    // system has no room for another thread.
+    // system has no room for another thread, or when they were finished.
     void start(std::function<void()> work);
 
     // Waits for all of them; those still busy at the deadline are left behind.
@@ -41,6 +41,7 @@ class Workers {
     std::condition_variable someDone_;
     // Shared with the threads: one that is left behind still has its own record.
     std::list<std::shared_ptr<Worker>> workers_;
+    bool finished_ = false;
 };
 
 } // namespace mrb

@@ -59,7 +59,7 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param) {
             MRB_LOG_WARNING("Page style not set: %s", outcome.message.c_str());
             return outcome.code;
         }
-        return opening.list().setStyle(style);
+        return opening.setStyle(style);
     });
 }
 

@@ -33,7 +33,8 @@ std::int64_t monthOf(std::int64_t seconds) {
 constexpr std::int64_t MOST_MONTHS = std::int64_t{10'000} * MONTHS;
 
 // Every key of a grouping as a small number of its own, from 0.
-std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping) {
+std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping,
+                     const FileGroups &ofFiles) {
     switch (grouping) {
     case Grouping::TYPE:
         return store.type(item);
@@ -46,6 +47,10 @@ std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping groupin
     }
     case Grouping::FOLDER:
         return store.folder(item);
+    case Grouping::ARTIST:
+    case Grouping::ALBUM:
+    case Grouping::GENRE:
+        return ofFiles.placeOf(item);
     case Grouping::NONE:
         break;
     }
@@ -59,7 +64,7 @@ std::int64_t keyAt(std::int64_t place, Grouping grouping) {
     return place == MOST_MONTHS ? UNKNOWN : MOST_MONTHS - 1 - place;
 }
 
-std::size_t placesOf(const ItemStore &store, Grouping grouping) {
+std::size_t placesOf(const ItemStore &store, Grouping grouping, const FileGroups &ofFiles) {
     switch (grouping) {
     case Grouping::TYPE:
         return ITEM_TYPE_LIMIT;
@@ -69,6 +74,10 @@ std::size_t placesOf(const ItemStore &store, Grouping grouping) {
         return std::size_t{MOST_MONTHS} + 1;
     case Grouping::FOLDER:
         return static_cast<std::size_t>(store.folders());
+    case Grouping::ARTIST:
+    case Grouping::ALBUM:
+    case Grouping::GENRE:
+        return ofFiles.names.size() + 1;
     case Grouping::NONE:
         break;
     }
@@ -89,14 +98,21 @@ void sortLetters(PagedVector<std::int64_t> &letters) {
 
 } // namespace
 
-Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping) {
+std::int32_t FileGroups::placeOf(std::int32_t item) const {
+    const auto index = static_cast<std::size_t>(item);
+    const std::int32_t place = index < places.size() ? places[index] : NO_GROUP;
+    return place != NO_GROUP ? place : static_cast<std::int32_t>(names.size());
+}
+
+Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping,
+              const FileGroups &ofFiles) {
     // How many items stand at each place.
-    std::vector<std::int32_t> counts(placesOf(store, grouping));
+    std::vector<std::int32_t> counts(placesOf(store, grouping, ofFiles));
     PagedVector<std::int32_t> placeOfItem;
     placeOfItem.reserve(items.size());
     PagedVector<std::int64_t> places; // that are used
     for (const std::int32_t item : items) {
-        const std::int64_t place = placeOf(store, item, grouping);
+        const std::int64_t place = placeOf(store, item, grouping, ofFiles);
         placeOfItem.push_back(static_cast<std::int32_t>(place));
         if (counts[static_cast<std::size_t>(place)]++ == 0) {
             places.push_back(place);
@@ -124,7 +140,8 @@ Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Gr
     return divided;
 }
 
-std::string groupName(const ItemStore &store, Grouping grouping, std::int64_t key) {
+std::string groupName(const ItemStore &store, Grouping grouping, const FileGroups &ofFiles,
+                      std::int64_t key) {
     switch (grouping) {
     case Grouping::TYPE:
         return itemTypeName(static_cast<int>(key));
@@ -140,6 +157,10 @@ std::string groupName(const ItemStore &store, Grouping grouping, std::int64_t ke
     }
     case Grouping::FOLDER:
         return store.folderPath(static_cast<std::int32_t>(key));
+    case Grouping::ARTIST:
+    case Grouping::ALBUM:
+    case Grouping::GENRE:
+        return std::cmp_less(key, ofFiles.names.size()) ? ofFiles.names[static_cast<std::size_t>(key)] : "";
     case Grouping::NONE:
         break;
     }

@@ -122,7 +122,7 @@ ListEntry List::describe(ViewEntry entry) const {
         if (std::cmp_less(described.group, groups.size())) {
             const Group &group = groups[static_cast<std::size_t>(described.group)];
             described.groupItems = group.items;
-            described.facts.name = groupName(store_, view_.style().grouping, group.key);
+            described.facts.name = view_.nameOf(group);
         }
     } else if (entry == UPFOLDER_ENTRY) {
         described.facts = store_.folderFacts(store_.parent(view_.folder().value_or(ROOT_FOLDER)));

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -51,6 +52,9 @@ class List {
     // the lock, and only where the order is one of files.
     [[nodiscard]] bool sort(const std::function<bool()> &stopped, const FileValues &valuesOf);
 
+    // For the thread that adds, and for others once no more is added.
+    [[nodiscard]] const ItemStore &store() const { return store_; }
+
     // How many items passed the filters, wherever they lie.
     [[nodiscard]] std::int32_t passed() const;
 
@@ -79,6 +83,8 @@ class List {
 
     // Lays the view out; a code of mrb/result.h.
     int setStyle(const PageStyle &style);
+    // Gives what files say to a view that is grouped by that, now or later.
+    void setFileGroups(std::shared_ptr<const FileGroups> groups);
 
     // One of the MRB_NAVIGATION_ values; a code of mrb/result.h.
     int navigate(int navigation);

@@ -40,6 +40,12 @@ int List::setStyle(const PageStyle &style) {
     return MRB_ERR_NONE;
 }
 
+void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
+    std::shared_ptr<const FileGroups> before; // ends without the lock
+    const std::lock_guard guard(lock_);
+    before = view_.setFileGroups(std::move(groups));
+}
+
 int List::navigate(int navigation) {
     const std::lock_guard guard(lock_);
     int code = MRB_ERR_NONE;

@@ -16,6 +16,9 @@ constexpr Entry GROUPINGS[] = {
     {MRB_PAGE_STYLE_GROUP_FIRST_LETTER, Grouping::FIRST_LETTER},
     {MRB_PAGE_STYLE_GROUP_DATE, Grouping::DATE},
     {MRB_PAGE_STYLE_GROUP_FOLDER, Grouping::FOLDER},
+    {MRB_PAGE_STYLE_GROUP_ARTIST, Grouping::ARTIST},
+    {MRB_PAGE_STYLE_GROUP_ALBUM, Grouping::ALBUM},
+    {MRB_PAGE_STYLE_GROUP_GENRE, Grouping::GENRE},
 };
 
 bool readGrouping(int value, Grouping &grouping) {

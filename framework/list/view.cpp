@@ -17,6 +17,19 @@ void View::setStyle(const PageStyle &style) {
     stale_ = true;
 }
 
+std::shared_ptr<const FileGroups> View::setFileGroups(std::shared_ptr<const FileGroups> groups) {
+    stale_ = stale_ || isOfFiles(style_.grouping);
+    return std::exchange(fileGroups_, std::move(groups));
+}
+
+const FileGroups &View::fileGroups() const {
+    return fileGroups_ && fileGroups_->grouping == style_.grouping ? *fileGroups_ : noFileGroups_;
+}
+
+std::string View::nameOf(const Group &group) const {
+    return groupName(store_, style_.grouping, fileGroups(), group.key);
+}
+
 void View::showAll() {
     folder_.reset();
     stale_ = true;
@@ -151,7 +164,7 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
 }
 
 void View::layOutGroups(const PagedVector<std::int32_t> &items) {
-    Groups divided = divide(store_, items, style_.grouping);
+    Groups divided = divide(store_, items, style_.grouping, fileGroups());
     groups_ = std::move(divided.groups);
     itemsOfGroups_ = std::move(divided.items);
     for (std::int32_t number = 0; std::cmp_less(number, groups_.size()); ++number) {

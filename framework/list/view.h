@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
+#include <string>
 
 #include "base/pages.h"
 #include "list/grouping.h"
@@ -24,7 +26,8 @@ constexpr std::int32_t groupOfHeading(ViewEntry entry) { return FIRST_HEADING - 
 // What of a store's items can be seen, and in which order: the whole tree or one
 // folder, sorted, grouped and laid out in pages. It follows the store as that
 // grows, bringing itself up to date when it is read: four bytes an entry, and four
-// more an item once a list is sorted, and again while it is grouped. Owned by a
+// more an item once a list is sorted, and again while it is grouped, twice by what
+// files say. Owned by a
 // List, which holds its lock around every call.
 class View {
   public:
@@ -33,6 +36,9 @@ class View {
     // The order of all items; without one, the source's.
     void setOrder(PagedVector<std::int32_t> order);
     void setStyle(const PageStyle &style);
+    // What the files say, for a grouping by that. What was there before is handed back,
+    // since its end takes a while.
+    [[nodiscard]] std::shared_ptr<const FileGroups> setFileGroups(std::shared_ptr<const FileGroups> groups);
     void showAll();
     void showFolder(std::int32_t folder);
 
@@ -47,9 +53,12 @@ class View {
     // The items of one of them, laid out or not; empty: there is no such group.
     [[nodiscard]] std::span<const std::int32_t> itemsOfGroup(std::int32_t group);
     [[nodiscard]] unsigned typeOf(ViewEntry entry) const;
+    // What the heading of a group says.
+    [[nodiscard]] std::string nameOf(const Group &group) const;
 
   private:
     void update();
+    [[nodiscard]] const FileGroups &fileGroups() const;
     void append(ViewEntry entry);
     [[nodiscard]] std::int32_t itemAt(std::int32_t place) const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfTree() const;
@@ -62,6 +71,8 @@ class View {
     const ItemStore &store_;
     PagedVector<std::int32_t> order_; // empty: the source's
     PageStyle style_;
+    std::shared_ptr<const FileGroups> fileGroups_; // null: nothing is known yet
+    const FileGroups noFileGroups_;
     std::optional<std::int32_t> folder_;
 
     std::int32_t seen_ = 0; // as many items of the store are worked into what follows

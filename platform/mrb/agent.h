@@ -58,7 +58,7 @@ enum {
     MRB_EVENT_LIST_READY = 0,      /* 0: complete; every item is there */
     MRB_EVENT_LIST_FAILED = 1,     /* 1: ended early; the server data names the error */
     MRB_EVENT_SHARE_PROGRESS = 2,  /* 8: a share moved on */
-    MRB_EVENT_LIST_GROWN = 3,      /* 25: more items can be read, more are to come */
+    MRB_EVENT_LIST_GROWN = 3,      /* 25: more items, or the groups of more items, can be read */
     MRB_EVENT_LIST_CANCELLED = 14, /* 13: ended by mrb_cancel_request_list_v2 */
     MRB_EVENT_SHARE_STARTED = 18,  /* 17: the first event of a share */
     MRB_EVENT_SHARE_DONE = 19,     /* 18: everything arrived, and is on the device */
@@ -149,7 +149,10 @@ int mrb_param_set_general_country(mrb_general_param_h param, const char *country
 int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
                         mrb_agent_handler_h *agent);
 
-/* Stops filling the list. What is there stays readable; MRB_EVENT_LIST_CANCELLED follows. */
+/*
+ * Stops filling the list. What is there stays readable; MRB_EVENT_LIST_CANCELLED follows,
+ * unless the list's end was told before. Reading files for groups stops as well.
+ */
 int mrb_cancel_request_list_v2(mrb_agent_handler_h agent);
 
 /* Closes the list; the handle names nothing afterwards. */
@@ -178,9 +181,18 @@ enum {
     MRB_PAGE_STYLE_PAGED = 0x01,      /* pages of rows and columns */
     MRB_PAGE_STYLE_GROUP_TYPE = 0x10, /* one group for each MRB_ITEM_TYPE_, in the order of their numbers */
     MRB_PAGE_STYLE_GROUP_FIRST_LETTER =
-        0x20,                          /* for each first letter, alphabetically; "#" for all else, first */
-    MRB_PAGE_STYLE_GROUP_DATE = 0x30,  /* for each month of last change (UTC), newest first */
-    MRB_PAGE_STYLE_GROUP_FOLDER = 0x40 /* for each folder that holds items, in the source's order */
+        0x20,                           /* for each first letter, alphabetically; "#" for all else, first */
+    MRB_PAGE_STYLE_GROUP_DATE = 0x30,   /* for each month of last change (UTC), newest first */
+    MRB_PAGE_STYLE_GROUP_FOLDER = 0x40, /* for each folder that holds items, in the source's order */
+    /*
+     * For each text of the field of that name, alphabetically; what has none comes last,
+     * in a group without a name. The files are read in the background once the list is
+     * complete, and until an item's is, the item is in that last group too;
+     * MRB_EVENT_LIST_GROWN tells how far that is, also behind MRB_EVENT_LIST_READY.
+     */
+    MRB_PAGE_STYLE_GROUP_ARTIST = 0x50,
+    MRB_PAGE_STYLE_GROUP_ALBUM = 0x60,
+    MRB_PAGE_STYLE_GROUP_GENRE = 0x70
 };
 
 /* How the entries of a page run. Indexes count its cells row by row either way. */

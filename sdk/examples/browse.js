@@ -15,7 +15,7 @@ const USAGE = `Usage: quill browse.js FOLDER
 Walks through FOLDER with the arrow keys; ? shows the others.
 `;
 
-const SORTS = ['NAME', 'DATE', 'SIZE', 'TYPE'];
+const SORTS = ['NAME', 'DATE', 'SIZE', 'TYPE', 'TITLE', 'ARTIST', 'ALBUM', 'GENRE', 'DATE_TAKEN'];
 const TYPES = ['ALL', 'IMAGE', 'MUSIC', 'VIDEO', 'PLAYLIST'];
 const HELP = [
   'up, down              one item back or on',

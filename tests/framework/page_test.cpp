@@ -125,7 +125,7 @@ TEST(Pages, ImpossibleStylesAreInvalidAndChangeNothing) {
         {.style = PAGED, .order = 2, .rows = 2, .columns = 2},
         {.order = -1},
         {.style = 2},
-        {.style = 0x50},
+        {.style = 0x80},
         {.style = -1},
         {.groupIndex = -3},
     };

@@ -164,7 +164,7 @@ class Visitor {
     void setStyle() {
         mrb_page_param_h param = nullptr;
         ASSERT_EQ(mrb_create_page_param(&param), MRB_ERR_NONE);
-        mrb_param_set_page_style_mask(param, dice_(2) + 16 * dice_(6));
+        mrb_param_set_page_style_mask(param, dice_(2) + 16 * dice_(9));
         mrb_param_set_page_style_order(param, dice_(2));
         mrb_param_set_page_style_group_index(param, dice_(6) - 3);
         mrb_param_set_page_style_row(param, dice_(5));

@@ -86,6 +86,14 @@ screenTest('sorting changes what it goes by and its direction', async (terminal)
   await terminal.shows(/SIZE descending/);
 });
 
+screenTest('music is sorted by what its files say', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('/', 'flac', 'Enter');
+  await terminal.shows(/^ 1\/\d+ .*ALL {2}NAME {2}/m);
+  terminal.keys(...'sssss');
+  await terminal.shows(/^ 1\/\d+ .*ALL {2}ARTIST {2}/m);
+});
+
 screenTest('another kind of media hides the others', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('t', 't', 't');

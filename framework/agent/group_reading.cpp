@@ -1,0 +1,65 @@
+#include "agent/group_reading.h"
+
+namespace mrb {
+
+bool GroupReading::isDue() {
+    if (!isComplete_ || isRunning_ || wanted_ == Grouping::NONE) {
+        return false;
+    }
+    isRunning_ = true;
+    return true;
+}
+
+bool GroupReading::want(Grouping grouping) {
+    const std::lock_guard guard(lock_);
+    const Grouping wanted = isOfFiles(grouping) && grouping != known_ ? grouping : Grouping::NONE;
+    if (wanted != wanted_) {
+        wanted_ = wanted;
+        ++turn_;
+    }
+    return isDue();
+}
+
+bool GroupReading::listIsComplete() {
+    const std::lock_guard guard(lock_);
+    isComplete_ = true;
+    return isDue();
+}
+
+void GroupReading::stop() {
+    const std::lock_guard guard(lock_);
+    wanted_ = Grouping::NONE;
+    ++turn_;
+}
+
+void GroupReading::cannotRun() {
+    const std::lock_guard guard(lock_);
+    wanted_ = Grouping::NONE;
+    isRunning_ = false;
+}
+
+Grouping GroupReading::next() {
+    const std::lock_guard guard(lock_);
+    isRunning_ = wanted_ != Grouping::NONE;
+    known_ = isRunning_ ? Grouping::NONE : known_;
+    return wanted_;
+}
+
+void GroupReading::run(const Read &read) {
+    for (;;) {
+        // In this order: what is wanted after it was asked for is another turn.
+        const std::uint32_t turn = turn_;
+        const Grouping grouping = next();
+        if (grouping == Grouping::NONE) {
+            return;
+        }
+        const bool isRead = read(grouping, [this, turn] { return turn_ != turn; });
+        const std::lock_guard guard(lock_);
+        if (isRead) {
+            known_ = grouping;
+            wanted_ = wanted_ == grouping ? Grouping::NONE : wanted_;
+        }
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,115 @@
+#include "fields/file_groups.h"
+
+#include <algorithm>
+#include <chrono>
+#include <numeric>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "base/stoppable_sort.h"
+#include "fields/field_access.h"
+#include "text/collation.h"
+
+namespace mrb {
+namespace {
+
+const char *fieldOf(Grouping grouping) {
+    switch (grouping) {
+    case Grouping::ARTIST:
+        return "ARTIST";
+    case Grouping::ALBUM:
+        return "ALBUM";
+    case Grouping::GENRE:
+        return "GENRE";
+    default:
+        return "";
+    }
+}
+
+// The texts that were read, each under a number in the order in which they came.
+class Texts {
+  public:
+    std::int32_t numberOf(std::string text) {
+        if (text.empty()) {
+            return FileGroups::NO_GROUP;
+        }
+        const auto [found, isNew] =
+            numbers_.try_emplace(std::move(text), static_cast<std::int32_t>(texts_.size()));
+        if (isNew) {
+            texts_.push_back(found->first);
+            keys_.push_back(order_.key(found->first));
+        }
+        return found->second;
+    }
+
+    // Puts the names into their order, and numbers that point to them in `places` with
+    // them. False: stopped.
+    bool arrange(FileGroups &groups, const std::function<bool()> &stopped) const {
+        std::vector<std::int32_t> numbers(texts_.size());
+        std::iota(numbers.begin(), numbers.end(), 0);
+        const auto before = [this](std::int32_t left, std::int32_t right) {
+            return keys_[static_cast<std::size_t>(left)] < keys_[static_cast<std::size_t>(right)];
+        };
+        if (!sortUnlessStopped(numbers.begin(), numbers.end(), before, stopped)) {
+            return false;
+        }
+        std::vector<std::int32_t> placeOfNumber(numbers.size());
+        for (const std::int32_t number : numbers) {
+            placeOfNumber[static_cast<std::size_t>(number)] = static_cast<std::int32_t>(groups.names.size());
+            groups.names.push_back(texts_[static_cast<std::size_t>(number)]);
+        }
+        for (std::int32_t &place : groups.places) {
+            place = place != FileGroups::NO_GROUP ? placeOfNumber[static_cast<std::size_t>(place)] : place;
+        }
+        return true;
+    }
+
+  private:
+    NaturalOrder order_;
+    std::unordered_map<std::string, std::int32_t> numbers_;
+    std::vector<std::string> texts_;
+    std::vector<std::string> keys_;
+};
+
+} // namespace
+
+bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
+                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                    const std::function<bool()> &stopped,
+                    const std::function<void(FileGroups groups, std::int32_t known)> &publish) {
+    using std::chrono::steady_clock;
+    constexpr auto PAUSE = std::chrono::milliseconds(250);
+    const Field &field = *findField(fieldOf(grouping));
+    Texts texts;
+    std::vector<std::int32_t> numbers(static_cast<std::size_t>(store.size()), FileGroups::NO_GROUP);
+    std::int32_t known = 0;
+    auto publishedAt = steady_clock::now();
+    const auto tell = [&] {
+        FileGroups groups{grouping, {}, numbers};
+        const bool isArranged = texts.arrange(groups, stopped);
+        if (isArranged) {
+            publish(std::move(groups), known);
+        }
+        publishedAt = steady_clock::now();
+        return isArranged;
+    };
+    const auto itemAt = [&](std::int32_t item) {
+        if (steady_clock::now() - publishedAt >= PAUSE) {
+            tell();
+        }
+        known += store.passes(item) ? 1 : 0;
+        return fileOf(store.facts(item));
+    };
+    const auto take = [&](std::int32_t item, const MediaRecord &record) {
+        const ListEntry entry{store.facts(item)};
+        FactValue value = fieldValue(field, entry, {}, record);
+        if (auto *text = std::get_if<std::string>(&value)) {
+            numbers[static_cast<std::size_t>(item)] = texts.numberOf(std::move(*text));
+        }
+    };
+    return library.readAll(store.size(), itemAt, stopped, take) && tell();
+}
+
+} // namespace mrb
