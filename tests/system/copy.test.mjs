@@ -1,11 +1,12 @@
 // The copying example, by what it says and by what arrives.
 import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
-import { chmodSync, cpSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, statSync,
-         truncateSync, writeFileSync } from 'node:fs';
+import { chmodSync, cpSync, mkdirSync, readdirSync, readFileSync, readlinkSync, renameSync, rmSync,
+         statSync, truncateSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 
+import { start } from '../host/harness.mjs';
 import { folder, quill, root } from './harness.mjs';
 
 const copy = path.join(root, 'sdk', 'examples', 'copy.js');
@@ -116,6 +117,37 @@ test('Ctrl-C leaves whole files only, and says what was copied', async () => {
   assert.equal(bytesOf(to, kept), bytesOf(from, kept));
   assert.match(lastLine(screen), kept.length === 0 ? /^stopped: nothing was copied$/ : /^stopped: 1 of 2 files copied /);
 });
+
+/** Waits until a process has a file open in a folder, whether or not the file has a name yet. */
+async function hasFileOpen(pid, where) {
+  for (const end = Date.now() + LIMIT_MS; Date.now() < end;) {
+    const open = readdirSync(`/proc/${pid}/fd`).map((number) => {
+      try {
+        return readlinkSync(`/proc/${pid}/fd/${number}`);
+      } catch {
+        return ''; // closed meanwhile
+      }
+    });
+    if (open.some((file) => file.startsWith(`${where}/`))) {
+      return;
+    }
+    await new Promise((resolve) => setTimeout(resolve, 10));
+  }
+  assert.fail(`no file was opened in ${where}`);
+}
+
+for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
+  test(`${signal} without a terminal: one line, whole files only, status ${expected}`, async () => {
+    const to = folder();
+    const program = start([copy, largeFilm(2_000_000_000), to], { input: '' });
+    await hasFileOpen(program.pid, to);
+    program.kill(signal);
+    const { status, stdout, stderr } = await program.finished;
+    assert.deepEqual([status, stderr], [expected, '']);
+    assert.match(stdout, /^stopped: (nothing was copied|1 of 2 files copied \([\d.]+ kB\))\n$/);
+    assert.deepEqual(readdirSync(to).filter((name) => name !== 'a.jpg'), []);
+  });
+}
 
 test('a destination that goes away ends the copy and is told', async () => {
   const to = path.join(folder(), 'stick');
