@@ -22,6 +22,14 @@ std::size_t endsOf(const std::vector<Event> &events) {
         std::ranges::count_if(events, [](const Event &event) { return support::isLast(event.event); }));
 }
 
+// How many ends there were so far of openings with more than one item.
+std::size_t endsOfLarge(Client &client) {
+    const std::vector<Event> events = client.events();
+    return static_cast<std::size_t>(std::ranges::count_if(events, [](const Event &event) {
+        return support::isLast(event.event) && event.data["item_count"] > 1;
+    }));
+}
+
 } // namespace
 
 TEST(Events, AllCallbacksRunOnOneThreadThatIsNotTheCallers) {
@@ -183,10 +191,13 @@ TEST(Events, AnOpeningReplacedDuringItsScanSaysNothingMore) {
         Client client;
         ASSERT_EQ(client.open(large.path()), MRB_ERR_NONE);
         ASSERT_EQ(client.open(small.path()), MRB_ERR_NONE);
-        const Event last = client.waitForEnd();
+        // On a busy machine the scan may have ended before; what counts is that nothing
+        // of it comes from here on.
+        const std::size_t before = endsOfLarge(client);
+        const Event last = client.waitForEnd(before + 1);
         EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(last.data["item_count"], 1);
-        EXPECT_EQ(endsOf(client.events()), 1U);
+        EXPECT_EQ(endsOf(client.events()), before + 1);
         EXPECT_EQ(client.count(), 1);
     }
 }
