@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import { script } from '../host/harness.mjs';
+import { script, start } from '../host/harness.mjs';
 import { quill } from './harness.mjs';
 import { OWN_NETWORK, configuration } from './media_server.mjs';
 
@@ -72,6 +72,32 @@ test('a server that was there before the service is seen too', async () => {
     await until(4);
     finish(told.map((each) => each[1]?.storage_name ?? each));`, configuration('Steady'));
   assert.deepEqual(told, [20, 'Steady', 'Steady', 21]);
+});
+
+test('a server that cannot be reached goes to the log, and nowhere else', async () => {
+  const running = start([script('app.js', `${PRELUDE}
+    begin();
+    await until(1);
+    const socket = require('node:dgram').createSocket('udp4');
+    socket.bind(0, '127.0.0.1', () => {
+      socket.setMulticastInterface('127.0.0.1');
+      socket.send(['NOTIFY * HTTP/1.1', 'HOST: 239.255.255.250:1900', 'CACHE-CONTROL: max-age=60',
+        'LOCATION: http://127.0.0.1:9/none.xml', 'NT: urn:schemas-upnp-org:device:MediaServer:1', 'NTS: ssdp:alive',
+        'SERVER: none', 'USN: uuid:none::urn:schemas-upnp-org:device:MediaServer:1', '', ''].join('\\r\\n'),
+        1900, '239.255.255.250', () => socket.close());
+    });
+  })();`)], { inside: OWN_NETWORK, env: { QUILL_LOG: 'stderr' } });
+  let log = '';
+  await new Promise((resolve) => {
+    running.stderr.on('data', (text) => {
+      log += text;
+      if (/gupnp-control-point.*description/.test(log)) resolve();
+    });
+    running.finished.then(resolve);
+  });
+  running.kill();
+  assert.match(log, /^MRB: gupnp-control-point: .*description/m);
+  assert.doesNotMatch(log, /WARNING \*\*/);
 });
 
 test('an object that never started the service is refused to stop it', async () => {

@@ -18,6 +18,23 @@ constexpr guint ENUMERATION_SECONDS = 2;
 // Servers that write malformed XML are no business of standard error's.
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
+constexpr const char *LIBRARY_DOMAINS[] = {
+    "gssdp-client",        "gssdp-net",         "gupnp-context",          "gupnp-context-manager",
+    "gupnp-control-point", "gupnp-device-info", "gupnp-resource-factory", "gupnp-service-info",
+    "gupnp-service-proxy", "gupnp-xml-doc"};
+
+// What the libraries complain of, servers' misbehaviour mostly, belongs in the system log.
+void logForLibrary(const char *domain, GLogLevelFlags /*level*/, const char *message, void * /*data*/) {
+    MRB_LOG_WARNING("%s: %s", domain, message);
+}
+
+void takeLibraryLogs() {
+    constexpr auto SERIOUS = static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL);
+    for (const char *domain : LIBRARY_DOMAINS) {
+        g_log_set_handler(domain, SERIOUS, logForLibrary, nullptr);
+    }
+}
+
 struct FreeContext {
     void operator()(GMainContext *context) const { g_main_context_unref(context); }
 };
@@ -191,6 +208,10 @@ GupnpNetwork::~GupnpNetwork() {
     }
 }
 
-Network *mrb_start_network(ServerListener &listener) { return new GupnpNetwork(listener); }
+Network *mrb_start_network(ServerListener &listener) {
+    static const bool taken = (takeLibraryLogs(), true);
+    static_cast<void>(taken);
+    return new GupnpNetwork(listener);
+}
 
 } // namespace mrb::dlna
