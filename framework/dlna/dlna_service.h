@@ -24,7 +24,7 @@ class DlnaService final : private ServerListener {
     using Start = std::function<std::unique_ptr<Network>(ServerListener &)>;
 
     explicit DlnaService(Start start);
-    ~DlnaService();
+    ~DlnaService() override;
     DlnaService(const DlnaService &) = delete;
     DlnaService &operator=(const DlnaService &) = delete;
 

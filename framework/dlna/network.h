@@ -17,14 +17,13 @@ struct Server {
 // Hears of media servers. The network calls it from its own thread, one call at a time.
 class ServerListener {
   public:
+    virtual ~ServerListener() = default;
+
     // Once: the network is being watched.
     virtual void networkStarted() = 0;
     virtual void serverArrived(const Server &server) = 0;
     // Every arrival is followed by one of these, when the network is let go at the latest.
     virtual void serverLeft(const Server &server) = 0;
-
-  protected:
-    ~ServerListener() = default;
 };
 
 // Watches the network for media servers on a thread of its own, as long as it lives.
