@@ -28,7 +28,7 @@ class ServerListener {
 
 // Watches the network for media servers on a thread of its own, as long as it lives.
 // Owned by who started it. Once the destructor has returned, no call to the listener
-// is running or will run; in a call to the listener it returns at once.
+// is running or will run, so it must not be destroyed in one.
 class Network {
   public:
     Network() = default;

@@ -7,7 +7,6 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -37,9 +36,6 @@ class Listener final : public mrb::dlna::ServerListener {
     }
     void serverArrived(const Server &server) override {
         change([&] { arrived.push_back(server); });
-        if (onArrival) {
-            onArrival();
-        }
     }
     void serverLeft(const Server &server) override {
         change([&] { left.push_back(server); });
@@ -56,8 +52,6 @@ class Listener final : public mrb::dlna::ServerListener {
     bool waitForLeaves(std::size_t count) {
         return waitFor([&] { return left.size() >= count; });
     }
-
-    std::function<void()> onArrival; // set before the network starts
 
     // To be read under the lock, or when the network is gone.
     bool started = false;
@@ -172,22 +166,6 @@ TEST_F(DlnaNetwork, IsWatchedAnew) {
         network.reset();
         EXPECT_EQ(listener.left.size(), round);
     }
-}
-
-TEST_F(DlnaNetwork, IsLetGoInsideACall) {
-    if (!insideNetwork()) {
-        return;
-    }
-    const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
-    std::promise<std::unique_ptr<Network>> started;
-    std::promise<void> gone;
-    listener.onArrival = [&] {
-        started.get_future().get().reset();
-        gone.set_value();
-    };
-    started.set_value(std::unique_ptr<Network>(mrb::dlna::mrb_start_network(listener)));
-    ASSERT_EQ(gone.get_future().wait_for(LONG), std::future_status::ready);
-    EXPECT_THAT(listener.left, IsEmpty());
 }
 
 TEST_F(DlnaNetwork, IsEmptyWithoutAnInterface) {

@@ -65,13 +65,6 @@ class GupnpNetwork::Watch {
         g_source_unref(source);
     }
 
-    // In a call of the watch's own thread: that was the last one.
-    void leave() {
-        left_ = true;
-        servers_.silence();
-        g_main_loop_quit(loop_.get());
-    }
-
   private:
     void watchNetwork();
     void watchThisMachine();
@@ -92,16 +85,13 @@ class GupnpNetwork::Watch {
     Object<GUPnPContextManager> manager_;
     Object<GUPnPControlPoint> ownPoint_; // on the loopback interface
     std::map<GUPnPContext *, Object<GUPnPControlPoint>> points_;
-    bool left_ = false;
 };
 
 void GupnpNetwork::Watch::run() {
     g_main_context_push_thread_default(context_.get());
     xmlSetGenericErrorFunc(nullptr, ignoreXmlError); // for this thread
     watchNetwork();
-    if (!left_) {
-        g_main_loop_run(loop_.get());
-    }
+    g_main_loop_run(loop_.get());
     letGo();
     g_main_context_pop_thread_default(context_.get());
 }
@@ -195,17 +185,12 @@ gboolean GupnpNetwork::Watch::onEnumerated(gpointer watch) {
 }
 
 GupnpNetwork::GupnpNetwork(ServerListener &listener)
-    : watch_(std::make_shared<Watch>(listener)),
-      thread_(startThread("mrb-dlna", [watch = watch_] { watch->run(); })) {}
+    : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
+}
 
 GupnpNetwork::~GupnpNetwork() {
-    if (thread_.get_id() == std::this_thread::get_id()) {
-        watch_->leave();
-        thread_.detach();
-    } else {
-        watch_->quit();
-        thread_.join();
-    }
+    watch_->quit();
+    thread_.join();
 }
 
 Network *mrb_start_network(ServerListener &listener) {

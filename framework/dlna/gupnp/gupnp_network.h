@@ -2,7 +2,6 @@
 
 #include <libgupnp/gupnp.h>
 
-#include <atomic>
 #include <map>
 #include <memory>
 #include <thread>
@@ -21,11 +20,9 @@ class GupnpNetwork final : public Network {
     ~GupnpNetwork() override;
 
   private:
-    // What the thread works with; it outlives the network that is destroyed in a call
-    // of the thread's own.
-    class Watch;
+    class Watch; // what the thread works with
 
-    const std::shared_ptr<Watch> watch_;
+    const std::unique_ptr<Watch> watch_;
     std::thread thread_;
 };
 

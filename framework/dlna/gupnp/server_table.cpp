@@ -65,9 +65,7 @@ void ServerTable::add(GUPnPDeviceInfo *device) {
     Entry &entry = entries_[server.id];
     entry.server = server;
     entry.devices.push_back(share(device));
-    if (listener_ != nullptr) {
-        listener_->serverArrived(server);
-    }
+    listener_.serverArrived(server);
 }
 
 void ServerTable::remove(GUPnPDeviceInfo *device) {
@@ -85,20 +83,14 @@ void ServerTable::remove(GUPnPDeviceInfo *device) {
     if (devices.empty()) {
         const Server server = std::move(found->second.server);
         entries_.erase(found);
-        tellLeft(server);
+        listener_.serverLeft(server);
     }
 }
 
 void ServerTable::clear() {
     const auto entries = std::exchange(entries_, {});
     for (const auto &[id, entry] : entries) {
-        tellLeft(entry.server);
-    }
-}
-
-void ServerTable::tellLeft(const Server &server) {
-    if (listener_ != nullptr) {
-        listener_->serverLeft(server);
+        listener_.serverLeft(entry.server);
     }
 }
 

@@ -19,24 +19,20 @@ class ServerTable {
     static constexpr std::size_t MOST_SERVERS = 1000;
     static constexpr std::size_t MOST_BYTES = 512; // of a text
 
-    explicit ServerTable(ServerListener &listener) : listener_(&listener) {}
+    explicit ServerTable(ServerListener &listener) : listener_(listener) {}
 
     void add(GUPnPDeviceInfo *device);
     void remove(GUPnPDeviceInfo *device);
     // Tells of every server that it left.
     void clear();
-    // From now on the listener is not called any more; also from inside a call to it.
-    void silence() { listener_ = nullptr; }
 
   private:
-    void tellLeft(const Server &server);
-
     struct Entry {
         Server server;
         std::vector<Object<GUPnPDeviceInfo>> devices; // by the address it was seen through
     };
 
-    ServerListener *listener_; // null: it is gone
+    ServerListener &listener_;
     std::map<std::string, Entry> entries_;
     bool full_ = false; // and that was said
 };

@@ -53,6 +53,20 @@ pid_t start(std::vector<std::string> words, const std::string &home) {
     return process;
 }
 
+// The child of a process whose program has this name; -1: there is none.
+pid_t childNamed(pid_t parent, const std::string &name) {
+    const std::string task = std::to_string(parent);
+    std::ifstream children("/proc/" + task + "/task/" + task + "/children");
+    for (pid_t child = 0; children >> child;) {
+        std::string program;
+        std::getline(std::ifstream("/proc/" + std::to_string(child) + "/comm"), program);
+        if (program == name) {
+            return child;
+        }
+    }
+    return -1;
+}
+
 } // namespace
 
 MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &mediaFolder) {
@@ -76,12 +90,25 @@ MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &
     process_ = start({"dbus-run-session", "--", "rygel", "-n", "lo", "-c", home + "/rygel.conf"}, home);
 }
 
-void MediaServer::end(int signal) {
+void MediaServer::stop() {
     if (process_ > 0) {
-        ::kill(-process_, signal);
-        waitpid(process_, nullptr, 0);
-        process_ = -1;
+        // Without its bus a server would end before it has said goodbye.
+        const pid_t below = childNamed(process_, "rygel");
+        ::kill(below > 0 ? below : process_, SIGTERM);
+        await();
     }
+}
+
+void MediaServer::kill() {
+    if (process_ > 0) {
+        ::kill(-process_, SIGKILL);
+        await();
+    }
+}
+
+void MediaServer::await() {
+    waitpid(process_, nullptr, 0);
+    process_ = -1;
 }
 
 } // namespace support

@@ -20,12 +20,12 @@ class MediaServer {
     MediaServer &operator=(const MediaServer &) = delete;
 
     // Has it end in an orderly way: it says goodbye.
-    void stop() { end(15); }
+    void stop();
     // Without a word.
-    void kill() { end(9); }
+    void kill();
 
   private:
-    void end(int signal);
+    void await();
 
     const Folder state_; // its configuration and whatever it writes
     pid_t process_ = -1;
