@@ -123,7 +123,6 @@ FactValue written(const FieldSubject &subject) {
 
 constexpr const char *PLAYED_COUNT = "PLAYED_COUNT";
 constexpr const char *PLAYED_TIME = "PLAYED_TIME";
-constexpr const char *CONTENT_LOCK = "CONTENT_LOCK";
 
 FactValue wasPlayed(const FieldSubject &subject) {
     const FactValue count = written<PLAYED_COUNT>(subject);

@@ -12,6 +12,9 @@ namespace mrb {
 // The value types of fields; each has a function of mrb/agent.h.
 enum class FieldType : std::uint8_t { LINT, DOUBLE, TIME, CHAR, INT, BOOL };
 
+// The field that a share of the lock type writes, and no client.
+inline constexpr const char *CONTENT_LOCK = "CONTENT_LOCK";
+
 // What a field's value is made of.
 enum class FieldNeeds : std::uint8_t {
     ENTRY,   // what the list knows

@@ -27,7 +27,7 @@ Outcome MediaFile::open(const std::string &path) {
 }
 
 bool MediaFile::isExhausted() const {
-    return left_ <= 0 || failed_ || std::chrono::steady_clock::now() >= deadline_;
+    return left_ <= 0 || failed_ || isStopped() || std::chrono::steady_clock::now() >= deadline_;
 }
 
 std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t length) {

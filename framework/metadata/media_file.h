@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "base/descriptor.h"
@@ -10,12 +11,18 @@
 namespace mrb {
 
 // A media file open for its metadata. However its contents are made up, it gives
-// no more than MOST_BYTES and nothing later than LONGEST_TIME after it was opened:
-// a reader then finds the file at its end. Owned and used by one thread.
+// no more than MOST_BYTES and nothing later than LONGEST_TIME after it was opened, or
+// once it was stopped: a reader then finds the file at its end. Owned and used by one
+// thread.
 class MediaFile {
   public:
     static constexpr std::int64_t MOST_BYTES = 64LL << 20;
     static constexpr auto LONGEST_TIME = std::chrono::seconds(3);
+
+    // `isStopped` becomes true when nobody wants the metadata any more. It must outlive
+    // the file.
+    using IsStopped = std::function<bool()>;
+    explicit MediaFile(const IsStopped *isStopped = nullptr) : isStopped_(isStopped) {}
 
     // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
     Outcome open(const std::string &path);
@@ -30,8 +37,10 @@ class MediaFile {
     // True: the device failed; what was read is not all there is.
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] bool isExhausted() const;
+    [[nodiscard]] bool isStopped() const { return isStopped_ != nullptr && (*isStopped_)(); }
 
   private:
+    const IsStopped *isStopped_;
     Descriptor file_;
     std::int64_t size_ = 0;
     std::int64_t modified_ = 0;

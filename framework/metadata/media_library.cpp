@@ -64,10 +64,15 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
             take(index, *record);
             continue;
         }
-        MediaFile file;
+        MediaFile file(&stopped);
         MediaRecord fresh = *record;
-        if (file.open(item.path).code == MRB_ERR_NONE &&
-            readMetadata(file, item.name, fresh.facts).code == MRB_ERR_NONE) {
+        const bool isRead = file.open(item.path).code == MRB_ERR_NONE &&
+                            readMetadata(file, item.name, fresh.facts).code == MRB_ERR_NONE;
+        isWanted = !stopped();
+        if (!isWanted) {
+            continue; // and that may not be all there is
+        }
+        if (isRead) {
             batch.emplace_back(keyNow(item, file), fresh.facts);
         }
         take(index, fresh);

@@ -35,7 +35,7 @@ class MediaLibrary {
 
     // Calls `take` with the record of each item, in order; of a file that cannot be
     // read, with what is known of it. What is read is kept in batches. False:
-    // `stopped`, which is asked before each item, became true.
+    // `stopped`, which is asked while each item is read, became true.
     bool readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
                  const std::function<bool()> &stopped,
                  const std::function<void(std::int32_t, const MediaRecord &)> &take);

@@ -1,25 +1,42 @@
 #include "share/lock_job.h"
 
+#include <utility>
+
+#include "fields/field_table.h"
 #include "mrb/agent.h"
 #include "text/text.h"
 
 namespace mrb {
 
+Outcome LockJob::mark(const ItemFacts &facts) const {
+    const MediaItem item = list_->mediaOf(facts);
+    if (item.path.empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only files can be locked."};
+    }
+    return list_->library().write(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
+}
+
 JobEnd LockJob::run(JobListener &listener) {
     listener.begins(static_cast<std::uint32_t>(selection_.count()), 0);
     JobEnd end{.event = MRB_EVENT_SHARE_DONE, .outcome = {}, .name = {}};
-    for (std::int32_t item = 0; std::cmp_less(end.files, selection_.count()); ++item) {
+    std::int32_t left = selection_.count();
+    for (std::int32_t item = 0; left > 0; ++item) {
         if (listener.stopped()) {
             end.event = MRB_EVENT_SHARE_STOPPED;
             break;
         }
         if (selection_.contains(item)) {
-            ListEntry entry;
-            entry.facts = list_->list().factsOf(item);
-            listener.fileBegins(displayText(entry.facts.name), 0, 0);
-            locked_.set(list_->locate(entry).mediaId, lock_);
-            listener.fileEnds(true);
-            ++end.files;
+            const ItemFacts facts = list_->list().factsOf(item);
+            const std::string name = displayText(facts.name);
+            listener.fileBegins(name, 0, 0);
+            Outcome outcome = mark(facts);
+            listener.fileEnds(outcome.code == MRB_ERR_NONE);
+            --left;
+            if (outcome.code == MRB_ERR_NONE) {
+                ++end.files;
+            } else if (end.outcome.code == MRB_ERR_NONE) {
+                end = {MRB_EVENT_SHARE_FAILED, std::move(outcome), name, end.files, 0};
+            }
         }
     }
     return end;

@@ -4,24 +4,25 @@
 
 #include "agent/opening.h"
 #include "share/job.h"
-#include "share/locked_items.h"
 
 namespace mrb {
 
-// Marks the selected items as locked or not; folders alone, not what is in them.
+// Marks the selected files as locked or not: their field CONTENT_LOCK says so, in every
+// list and after a restart. Folders cannot be marked.
 // Owned and called as every Job is.
 class LockJob final : public Job {
   public:
-    LockJob(std::shared_ptr<Opening> list, Selection selection, bool lock, LockedItems &locked)
-        : list_(std::move(list)), selection_(std::move(selection)), lock_(lock), locked_(locked) {}
+    LockJob(std::shared_ptr<Opening> list, Selection selection, bool lock)
+        : list_(std::move(list)), selection_(std::move(selection)), lock_(lock) {}
 
     JobEnd run(JobListener &listener) override;
 
   private:
+    [[nodiscard]] Outcome mark(const ItemFacts &facts) const;
+
     std::shared_ptr<Opening> list_;
     Selection selection_;
     bool lock_;
-    LockedItems &locked_;
 };
 
 } // namespace mrb

@@ -56,7 +56,7 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
         return {MRB_ERR_NOT_FOUND, "No item of the list is selected."};
     }
     if (type == MRB_SHARE_LOCK) {
-        job = std::make_unique<LockJob>(list, std::move(selection), request.lock, locked_);
+        job = std::make_unique<LockJob>(list, std::move(selection), request.lock);
         return {};
     }
     if (request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA ||

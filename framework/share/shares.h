@@ -9,7 +9,6 @@
 #include "agent/workers.h"
 #include "base/result.h"
 #include "events/event_thread.h"
-#include "share/locked_items.h"
 #include "share/share.h"
 
 namespace mrb {
@@ -47,8 +46,6 @@ class Shares {
     // Waits for their threads; those still busy at the deadline are left behind.
     void finish(std::chrono::steady_clock::time_point deadline) { workers_.finish(deadline); }
 
-    [[nodiscard]] const LockedItems &locked() const { return locked_; }
-
   private:
     Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
                     std::unique_ptr<Job> &job);
@@ -56,7 +53,6 @@ class Shares {
     void remove(mrb_share_handler_h handle);
 
     EventThread &events_;
-    LockedItems locked_;
     Workers workers_{"mrb-share"};
 
     std::mutex lock_; // guards what follows

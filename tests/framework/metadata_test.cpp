@@ -356,6 +356,17 @@ TEST_F(Cache, ReadingAllGivesEachItemAndStopsWhenAsked) {
     EXPECT_TRUE(library.known(song)->isRead);
 }
 
+TEST_F(Cache, AFileThatWasBeingReadWhenItWasStoppedIsNotKept) {
+    MediaLibrary library(cache_.path());
+    const MediaItem song = item();
+    int asked = 0;
+    EXPECT_FALSE(library.readAll(
+        1, [&](std::int32_t /*index*/) { return song; }, [&] { return ++asked > 1; },
+        [](std::int32_t /*index*/, const MediaRecord & /*record*/) { ADD_FAILURE(); }));
+    EXPECT_GT(asked, 1);
+    EXPECT_FALSE(library.known(song)->isRead);
+}
+
 TEST(MediaPaths, NameAFileByItsStorageAndThePathOnIt) {
     const Folder folder;
     folder.folder("real");

@@ -266,23 +266,3 @@ TEST_F(ShareFailure, AFileThatHasChangedIsCopiedAsItIs) {
     EXPECT_EQ(end.status.success_file_size, 5000U);
     expectWholeFiles(to.path());
 }
-
-TEST_F(ShareFailure, LocksMarkTheSelectedItems) {
-    makeFiles(3, 10);
-    client.list(from.path());
-    support::select(client, {"0.jpg", "2.jpg"});
-    const auto lock = [&](bool isLocked) {
-        EXPECT_EQ(sharing.start(MRB_SHARE_LOCK, client.handle,
-                                [&](mrb_share_param_h param) { mrb_param_set_share_lock(param, isLocked); }),
-                  MRB_ERR_NONE);
-        return sharing.waitForEnd();
-    };
-    const ShareEvent end = lock(true);
-    EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE);
-    EXPECT_EQ(sharing.events().front().event, MRB_EVENT_SHARE_STARTED);
-    EXPECT_EQ(end.status.total_file_count, 2U);
-    EXPECT_EQ(end.status.done_file_count, 2U);
-    EXPECT_EQ(end.status.total_file_size, 0U);
-    EXPECT_EQ(lock(false).event, MRB_EVENT_SHARE_DONE);
-    EXPECT_EQ(support::contents(from.path()).size(), 3U);
-}
