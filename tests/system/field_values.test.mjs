@@ -1,0 +1,106 @@
+// The fields of real media, as scripts read them: against independent tools, and against the documents.
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import path from 'node:path';
+import test, { before } from 'node:test';
+
+import { folder, root, run } from './harness.mjs';
+import { makeTaggedMedia, tool } from './tagged_media.mjs';
+
+// ---- the documents' tables --------------------------------------------------
+
+const rows = (document) => readFileSync(path.join(root, 'docs', document), 'utf8').split('\n')
+  .filter((line) => /^\| `[A-Z]/.test(line)).map((line) => line.split('|').map((cell) => cell.trim()));
+const names = (text) => [...text.matchAll(/`([A-Z_]+)`/g)].map(([, name]) => name);
+
+/** Every field and its "return_type", by the script API's table. */
+const TYPES = new Map(rows('script-api.md').filter((row) => /^[1456]$/.test(row[3]))
+  .flatMap((row) => names(row[1]).map((name) => [name, Number(row[3])])));
+const VALUES = { 1: 'number', 4: 'string', 5: 'boolean', 6: 'number' };
+
+/** Of these 0 is a real value: where they are missing they answer -4. */
+const WITHOUT_EMPTY_VALUE = ['LATITUDE', 'LONGITUDE', 'ALTITUDE', 'TIMEZONE'];
+
+// ---- real media -------------------------------------------------------------
+
+const media = folder();
+const of = (name) => path.join(media, name);
+
+before(() => makeTaggedMedia(media));
+
+/** The raw values of all fields of a file: {name: answer}. */
+const answers = (name) => run(`
+  const { return_data: agent } = open({ param_scan_path: ${JSON.stringify(media)} });
+  await ended(agent);
+  const fields = {};
+  for (let index = 0; index < count(agent); index += 1) {
+    const { name } = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+    if (name !== ${JSON.stringify(name)}) continue;
+    for (const field of ${JSON.stringify([...TYPES.keys()])}) {
+      fields[field] = ask('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field });
+    }
+  }
+  finish(fields);`);
+
+test('pictures: exiftool reads the same', async () => {
+  const fields = await answers('photo.jpg');
+  const [tags] = JSON.parse(tool('exiftool', '-n', '-j', of('photo.jpg')));
+  for (const [field, tag] of [['WIDTH', 'ImageWidth'], ['HEIGHT', 'ImageHeight'], ['ORIENTATION', 'Orientation'],
+    ['MODEL', 'Model'], ['MIME_TYPE', 'MIMEType']]) {
+    assert.equal(fields[field].return_data, tags[tag], field);
+  }
+  for (const [field, tag] of [['LATITUDE', 'GPSLatitude'], ['LONGITUDE', 'GPSLongitude'], ['ALTITUDE', 'GPSAltitude']]) {
+    assert.ok(Math.abs(fields[field].return_data - tags[tag]) < 1e-6, field);
+  }
+  assert.equal(fields.DATE_TAKEN.return_data, tags.DateTimeOriginal.replace(/(\d+):(\d+):(\d+) /, '$1-$2-$3T'));
+});
+
+test('music and videos: ffprobe reads the same', async () => {
+  for (const [name, kinds] of [['song.mp3', ['audio']], ['film.mp4', ['audio', 'video']]]) {
+    const fields = await answers(name);
+    const { streams, format } = JSON.parse(tool('ffprobe', '-v', 'error', '-of', 'json', '-show_streams', '-show_format', of(name)));
+    const stream = (kind) => streams.find((one) => one.codec_type === kind);
+    for (const kind of kinds) {
+      assert.equal(fields[`${kind.toUpperCase()}_CODEC`].return_data, stream(kind).codec_name);
+    }
+    assert.equal(fields.SAMPLERATE.return_data, Number(stream('audio').sample_rate));
+    assert.equal(fields.TITLE.return_data, format.tags.title);
+    assert.ok(Math.abs(fields.DURATION.return_data - Number(format.duration) * 1000) < 60, name);
+    assert.equal(fields.SIZE.return_data, Number(format.size));
+    if (!kinds.includes('video')) {
+      // One counts the bytes of the whole stream, the other those of its frames.
+      assert.ok(Math.abs(fields.BITRATE.return_data / Number(stream('audio').bit_rate) - 1) < 0.03);
+    } else {
+      assert.equal(fields.WIDTH.return_data, stream('video').width);
+      assert.equal(fields.HEIGHT.return_data, stream('video').height);
+    }
+  }
+});
+
+test('the script API names eighty fields', () => assert.equal(TYPES.size, 80));
+
+for (const [name, kind] of [['photo.jpg', 'P'], ['song.mp3', 'M'], ['film.mp4', 'V']]) {
+  test(`${name}: every field answers as the page about fields says`, async () => {
+    const fields = await answers(name);
+    const foreign = rows('fields.md').filter((row) => /^[PMV ]+$/.test(row[3]) && row[3] !== '' && !row[3].includes(kind))
+      .flatMap((row) => names(row[1]));
+    const page = readFileSync(path.join(root, 'docs', 'fields.md'), 'utf8');
+    const [nowhere] = page.match(/## Empty on this framework\n([^]*?)\n##/);
+    const empty = [...foreign, ...names(nowhere)];
+    assert.ok(empty.length > 30, String(empty.length));
+    for (const [field, expected] of TYPES) {
+      const { return_ecode: code, return_type: type, return_data: value } = fields[field];
+      assert.ok(page.includes(`\`${field}\``), field);
+      if (code !== 0) {
+        assert.equal(code, -4, field);
+        assert.ok(WITHOUT_EMPTY_VALUE.includes(field), field);
+        continue;
+      }
+      assert.equal(type, expected, field);
+      assert.equal(typeof value, VALUES[expected], field);
+      if (empty.includes(field)) {
+        assert.ok(value === 0 || value === false || value === '', `${field}: ${value}`);
+      }
+    }
+  });
+}
