@@ -270,14 +270,3 @@ TEST(FileCopier, StopsWhenItIsTold) {
     EXPECT_TRUE(end.stopped);
     EXPECT_EQ(std::filesystem::file_size(folder.path("to")), 2UL << 20);
 }
-
-TEST(LockedItems, AreMarkedAndUnmarked) {
-    mrb::LockedItems locked;
-    EXPECT_FALSE(locked.contains("msc:/a"));
-    locked.set("msc:/a", true);
-    locked.set("msc:/a", true);
-    EXPECT_TRUE(locked.contains("msc:/a"));
-    EXPECT_FALSE(locked.contains("msc:/b"));
-    locked.set("msc:/a", false);
-    EXPECT_FALSE(locked.contains("msc:/a"));
-}
