@@ -185,6 +185,17 @@ class Browser {
     this.draw();
   }
 
+  // Keys that come at once after an Escape arrive as one key with it: as Alt and the
+  // key, or as one Escape of several. No key here goes with Alt, so they are parted.
+  keypress(text, key) {
+    const escapes = /^\x1b*/.exec(key.sequence)[0].length;
+    const own = key.name === 'escape' || key.code ? 1 : 0;
+    for (let i = own; i < escapes; i++) {
+      this.key(undefined, { name: 'escape' });
+    }
+    this.key(escapes > own ? key.sequence.slice(escapes) : text, key);
+  }
+
   typed(text, key) {
     if (key.name === 'return') {
       this.search = this.prompt;
@@ -194,7 +205,7 @@ class Browser {
       this.prompt = null;
     } else if (key.name === 'backspace') {
       this.prompt = [...this.prompt].slice(0, -1).join('');
-    } else if (text && !key.ctrl && !key.meta && printable(text) === text) {
+    } else if (text && !key.ctrl && printable(text) === text) {
       this.prompt += text;
     }
   }
@@ -237,7 +248,7 @@ class Browser {
     });
     process.stdout.on('resize', () => this.draw());
     process.on('SIGTERM', () => this.leave());
-    process.stdin.on('keypress', (text, key) => this.key(text, key));
+    process.stdin.on('keypress', (text, key) => this.keypress(text, key));
     this.draw();
   }
 

@@ -210,6 +210,16 @@ screenTest('a search without a find shows nothing, and no key disturbs it', asyn
   await terminal.shows(/^ 1\/11 /m);
 });
 
+screenTest('keys that follow an Escape at once are heard one by one', async (terminal) => {
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('/', 'nothing like it', 'Enter', '/', 'x', 'Escape', 'Escape');
+  await terminal.shows(/^ 1\/11 /m);
+  terminal.keys('/', 'x', 'Escape', 'Down', '/', 'y', 'Escape', 'd');
+  await terminal.shows(/url +file:/);
+  terminal.keys('x', '/', 'Escape', '/', 'é');
+  await terminal.shows(/^ search: é_/m);
+});
+
 screenTest('a terminal that grows shows more at once, also of the details', async (terminal) => {
   await terminal.shows(/^ 1\/1000 {2}page 1\/125 /m);
   terminal.tmux('resize-window', '-t', 'quill', '-x', 100, '-y', 52);
