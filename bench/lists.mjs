@@ -34,6 +34,16 @@ function make(root, files, folders) {
   }
 }
 
+/** Makes pieces of music, each by an artist of its own. */
+function makeMusic(root, files) {
+  const id3 = (version, name, bytes) => Buffer.concat([Buffer.from(name, 'latin1'), version, bytes]);
+  for (let number = 0; number < files; number += 1) {
+    const text = Buffer.from(`\x03Artist ${(number * 7919) % files}`, 'utf8');
+    const artist = id3(Buffer.from([0, 0, 0, text.length, 0, 0]), 'TPE1', text);
+    writeFileSync(path.join(root, `${number}.mp3`), id3(Buffer.from([3, 0, 0, 0, 0, 0, artist.length]), 'ID3', artist));
+  }
+}
+
 /** Opens a list and calls `hear` with its events. */
 function open(where, hear, wishes = {}) {
   const answer = JSON.parse(bridge.mrb_request_list_v2((text) => hear(JSON.parse(text)),
@@ -148,7 +158,7 @@ async function longestCall(where) {
     const what = JSON.stringify(wishes);
     timed(`count ${what}`, () => count(agent));
     const last = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: count(agent) - 1 }).return_data);
-    for (const group of [0, 16, 32, 48, 64]) {
+    for (const group of [0, 16, 32, 48, 64, 80, 96, 112]) {
       for (const order of [0, 1]) {
         timed(`page style ${group}, order ${order}, ${what}`, () => ask('mrb_set_page_style_v2', { param_agent: agent,
           param_page_style: 1 + group, param_page_order: order, param_group_index: -1, param_row: 4,
@@ -167,6 +177,49 @@ async function longestCall(where) {
     timed(`disconnect ${what}`, () => close(agent));
   }
   return longest;
+}
+
+/**
+ * The longest that a call takes, and the longest that the main loop stands still, while the
+ * files of a view are read for groups by their artists and the view changes with each.
+ */
+async function whileFilesAreRead(where) {
+  let read;
+  const isRead = new Promise((resolve) => { read = resolve; });
+  let all = Infinity;
+  let ready;
+  const isReady = new Promise((resolve) => { ready = resolve; });
+  const agent = open(where, ({ param_event, param_server_data }) => {
+    if (param_event === READY) ready();
+    if (param_event === GROWN && JSON.parse(param_server_data).grouped_count >= all) read();
+  });
+  await isReady;
+  all = count(agent);
+  const delay = monitorEventLoopDelay({ resolution: 1 });
+  delay.enable();
+  let longest = 0;
+  const began = performance.now();
+  const timed = (method, request) => {
+    const started = performance.now();
+    ask(method, { param_agent: agent, ...request });
+    longest = Math.max(longest, performance.now() - started);
+  };
+  const look = () => timed('mrb_get_item_v2', { param_index: 99 });
+  const group = (order) => timed('mrb_set_page_style_v2', { param_page_style: 81, param_page_order: order,
+    param_group_index: -1, param_row: 4, param_column: 5, param_need_padding: true });
+  group(0);
+  const timer = setInterval(look, 1);
+  await isRead;
+  clearInterval(timer);
+  const took = performance.now() - began;
+  for (const order of [0, 1, 0, 1]) {
+    look();
+    group(order);
+  }
+  look();
+  delay.disable();
+  close(agent);
+  return { took, longest, stall: Math.max(delay.max / 1e6 - 1, 0) };
 }
 
 /** How many bytes of memory an item takes: ten lists in a program of their own. */
@@ -231,6 +284,14 @@ try {
       rmSync(where, { recursive: true });
     }
   }
+  const music = path.join(home, 'music');
+  mkdirSync(music);
+  makeMusic(music, 100_000);
+  const readings = await times(3, () => whileFilesAreRead(music));
+  console.log('groups of 100,000 files by artist, each by another one');
+  line('  reading the files', 'ms', readings.map(({ took }) => took));
+  line('  longest call', 'ms', readings.map(({ longest }) => longest));
+  line('  longest stall of the main loop', 'ms', readings.map(({ stall }) => stall));
 } finally {
   rmSync(home, { recursive: true });
 }

@@ -110,18 +110,20 @@ Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Gr
     std::vector<std::int32_t> counts(placesOf(store, grouping, ofFiles));
     PagedVector<std::int32_t> placeOfItem;
     placeOfItem.reserve(items.size());
-    PagedVector<std::int64_t> places; // that are used
     for (const std::int32_t item : items) {
         const std::int64_t place = placeOf(store, item, grouping, ofFiles);
         placeOfItem.push_back(static_cast<std::int32_t>(place));
-        if (counts[static_cast<std::size_t>(place)]++ == 0) {
-            places.push_back(place);
+        ++counts[static_cast<std::size_t>(place)];
+    }
+    PagedVector<std::int64_t> places; // that are used
+    places.reserve(std::min(items.size(), counts.size()));
+    for (std::size_t place = 0; place < counts.size(); ++place) {
+        if (counts[place] > 0) {
+            places.push_back(static_cast<std::int64_t>(place));
         }
     }
     if (grouping == Grouping::FIRST_LETTER) {
         sortLetters(places);
-    } else {
-        std::ranges::sort(places);
     }
     Groups divided;
     divided.groups.reserve(places.size());
