@@ -64,9 +64,9 @@ const opened = (where, ...numbers) => new Promise((resolve) => {
   });
 });
 
-async function openingTime(where) {
+async function openingTime(where, wishes) {
   const began = performance.now();
-  const agent = await opened(where);
+  const agent = await wished(where, wishes);
   const took = performance.now() - began;
   close(agent);
   return took;
@@ -103,6 +103,22 @@ async function firstPageTime(where) {
   while (count(agent) < 20) await new Promise((resolve) => setTimeout(resolve, 1));
   ask('mrb_get_item_v2', { param_agent: agent, param_index: 19 });
   const took = performance.now() - began;
+  close(agent);
+  return took;
+}
+
+/** What pages of twenty items at random places take, each item asked for and parsed. */
+async function pageTimes(where, turns) {
+  const agent = await wished(where, { param_sort_category: 'NAME' });
+  const pages = Math.floor(count(agent) / 20);
+  const took = await times(turns, () => {
+    const first = Math.floor(Math.random() * pages) * 20;
+    const began = performance.now();
+    for (let index = first; index < first + 20; index += 1) {
+      JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+    }
+    return performance.now() - began;
+  });
   close(agent);
   return took;
 }
@@ -268,6 +284,9 @@ try {
       const name = `${files.toLocaleString('en')} files in ${shape}`;
       const figures = await compare(() => openingTime(where), () => findTime(where), turns);
       report(`open ${name}`, 'ms', figures);
+      report(`  the same, sorted by name`, 'ms', await compare(() => openingTime(where, { param_sort_category: 'NAME' }),
+        () => findTime(where), turns));
+      line('  a page of twenty items', 'ms', await pageTimes(where, 100));
       if (griloIsThere) {
         report(`  the same, floor: gjs with Grilo`, 'ms',
           await compare(() => openingTime(where), () => griloTime(where, files), files === 100_000 ? 1 : 5));
