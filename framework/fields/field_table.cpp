@@ -102,6 +102,14 @@ FactValue highDefinition(const FieldSubject &subject) {
                   : FactValue();
 }
 
+// The file itself is what a thumbnail is made of, where it holds a picture: music has a
+// cover or none.
+FactValue thumbnailPath(const FieldSubject &subject) {
+    const Metadata &facts = subject.record.facts;
+    const bool hasPicture = facts.number(Fact::WIDTH) > 0 || facts.number(Fact::HAS_COVER) > 0;
+    return hasPicture ? FactValue(subject.location.path) : FactValue();
+}
+
 FactValue placeText(const FieldSubject &subject) {
     constexpr int DECIMALS = 6; // a tenth of a metre
     const Metadata &facts = subject.record.facts;
@@ -185,8 +193,8 @@ constexpr Field FIELDS[] = {
     {"LOCATION_TAG", CHAR, FILE, placeText, true},
     {"MODIFIED_MONTH", CHAR, NUMBERS, modifiedMonth},
     {"FORMAT", CHAR, FILE, fact<Fact::FORMAT>},
-    // Of thumbnails and of the focus of another application, which nobody keeps here.
-    {"THUMBNAIL_PATH", CHAR, NUMBERS, nothing},
+    {"THUMBNAIL_PATH", CHAR, FILE, thumbnailPath},
+    // Of the focus of another application, which nobody keeps here.
     {"MRB_MEDIA_FOCUS_ID", CHAR, NUMBERS, nothing},
     // Of broadcasts that a television recorded. Files that anybody made have none of it.
     {"TIMER_RECORD", BOOL, NUMBERS, nothing},
