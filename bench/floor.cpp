@@ -5,6 +5,8 @@
 //   answerList(text)    reads index, count and list, asks the framework for those
 //                       items, answers their texts as a document inside the answer,
 //                       written by hand: the same framework calls and the same text
+//   selectAll(text)     selects all items of the types in the request, one by one, and
+//                       answers the sum of their sizes: the same framework calls
 //   startBulk(threads, perThread, function)
 //                       each thread queues texts for a script function on the main
 //                       loop, with clutter_threads_add_idle_full and no more
@@ -12,6 +14,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -106,6 +109,47 @@ void answerList(const Info &info) {
     info.GetReturnValue().Set(toScript(isolate, outer));
 }
 
+void selectAll(const Info &info) {
+    v8::Isolate *isolate = info.GetIsolate();
+    const v8::String::Utf8Value text(isolate, info[0]);
+    Json::Value request;
+    Json::Reader reader;
+    if (!reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true)) {
+        return;
+    }
+    const int agent = request["param_agent"].asInt();
+    std::set<int> types;
+    for (const Json::Value &type : request["param_selected_item_type_arr"]) {
+        types.insert(type.asInt());
+    }
+    int count = 0;
+    if (mrb_deselect_all_v2(agent) != MRB_ERR_NONE || mrb_get_item_count_v2(agent, &count) != MRB_ERR_NONE) {
+        return;
+    }
+    unsigned long long total = 0;
+    for (int index = 0; index < count; ++index) {
+        int type = -1;
+        if (mrb_move_to_index_v2(agent, index) != MRB_ERR_NONE ||
+            mrb_get_item_value_int_v2(agent, "MEDIA_TYPE", &type) != MRB_ERR_NONE) {
+            return;
+        }
+        if (!types.contains(type)) {
+            continue;
+        }
+        long long size = 0;
+        if (mrb_toggle_select_v2(agent, index) != MRB_ERR_NONE ||
+            mrb_get_item_value_lint_v2(agent, "SIZE", &size) != MRB_ERR_NONE) {
+            return;
+        }
+        total += static_cast<unsigned long long>(size);
+    }
+    Json::Value answered;
+    answered["return_ecode"] = 0;
+    answered["return_type"] = 1;
+    answered["return_data"] = Json::UInt64{total};
+    info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(answered)));
+}
+
 /// A text on its way to the script function.
 struct Record {
     v8::Isolate *isolate;
@@ -159,6 +203,7 @@ NODE_MODULE_INIT(/* exports, module, context */) {
     NODE_SET_METHOD(exports, "answerCode", answer<false>);
     NODE_SET_METHOD(exports, "answerData", answer<true>);
     NODE_SET_METHOD(exports, "answerList", answerList);
+    NODE_SET_METHOD(exports, "selectAll", selectAll);
     NODE_SET_METHOD(exports, "startBulk", startBulk);
     NODE_SET_METHOD(exports, "joinBulk", joinBulk);
     (void)module;

@@ -106,9 +106,7 @@ std::string CMRBAgentAdapter::RequestList(const std::string &request) {
     if (result == MRB_ERR_NONE) {
         handles_.insert({agent, REQUEST_LIST});
     }
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, static_cast<int>(agent));
-    LOG_ANSWER(REQUEST_LIST, result, answer);
-    return answer;
+    RETURN_ANSWER(REQUEST_LIST, result, RETURN_TYPE_INTEGER, static_cast<int>(agent));
 }
 
 bool CMRBAgentAdapter::cb_requestList(void *user_data, mrb_agent_handler_h agent, mrb_event_e event,
@@ -130,9 +128,7 @@ std::string CMRBAgentAdapter::CancelRequestList(const std::string &request) {
     LOG_REQUEST(command, request);
     const CMRBBridgeJson json(request);
     const int result = mrb_cancel_request_list_v2(Int(json, "param_agent"));
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::DisConnect(const std::string &request) {
@@ -142,9 +138,7 @@ std::string CMRBAgentAdapter::DisConnect(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
     const int result = mrb_disconnect_v2(agent);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 int CMRBAgentAdapter::m_ConvertEvent(int event) {

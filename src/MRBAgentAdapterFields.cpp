@@ -64,9 +64,7 @@ std::string CMRBAgentAdapter::GetItemValue(const std::string &request) {
 
     const int moved = mrb_move_to_index_v2(agent, index);
     if (moved != MRB_ERR_NONE) {
-        std::string answer = Answer(moved);
-        LOG_ANSWER(command, moved, answer);
-        return answer;
+        RETURN_ANSWER(command, moved);
     }
     FieldValue value{};
     switch (m_GetFieldType(field)) {
@@ -136,9 +134,7 @@ std::string CMRBAgentAdapter::SetItemValue(const std::string &request) {
             break;
         }
     }
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 } // namespace MRBBridge

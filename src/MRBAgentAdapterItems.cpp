@@ -19,9 +19,7 @@ std::string CMRBAgentAdapter::GetGroupCount(const std::string &request) {
     const CMRBBridgeJson json(request);
     int count = 0;
     const int result = mrb_get_group_count_v2(Int(json, "param_agent"), &count);
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, count);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, count);
 }
 
 std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
@@ -59,9 +57,7 @@ std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
     int total = 0;
     int result = mrb_get_item_count_v2(agent, &total);
     if (!for_each_type) {
-        std::string answer = Answer(result, RETURN_TYPE_INTEGER, total);
-        LOG_ANSWER(command, result, answer);
-        return answer;
+        RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, total);
     }
 
     std::array<int, MRB_ITEM_TYPE_EMPTY + 1> fetched{}; // by type
@@ -77,9 +73,7 @@ std::string CMRBAgentAdapter::GetItemCount(const std::string &request) {
     for (const Key &key : keys) {
         counts.Set(key.name, fetched[key.type]);
     }
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, counts.ToString());
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, counts.ToString());
 }
 
 std::string CMRBAgentAdapter::GetItem(const std::string &request) {
@@ -91,9 +85,7 @@ std::string CMRBAgentAdapter::GetItem(const std::string &request) {
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
     char *item = nullptr;
     const int result = mrb_get_item_v2(agent, index, &item);
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, TakeText(item));
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, TakeText(item));
 }
 
 std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
@@ -109,9 +101,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
     int result = mrb_get_item_count_v2(agent, &total);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_count.");
-        std::string answer = Answer(result);
-        LOG_ANSWER(command, result, answer);
-        return answer;
+        RETURN_ANSWER(command, result);
     }
     // Wider than what a request holds, so that no sum leaves the range.
     long long end = static_cast<long long>(index) + count;
@@ -128,9 +118,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
         std::string text = TakeText(item);
         if (result != MRB_ERR_NONE) {
             MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_v2.");
-            std::string answer = Answer(result);
-            LOG_ANSWER(command, result, answer);
-            return answer;
+            RETURN_ANSWER(command, result);
         }
         if (given) {
             items.push_back(std::move(text));
@@ -141,9 +129,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
     list.Set("param_index", index);
     list.Set("param_count", static_cast<int>(reported));
     list.Set("param_item_list", items);
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, list.ToString());
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, list.ToString());
 }
 
 } // namespace MRBBridge

@@ -36,9 +36,7 @@ std::string CMRBAgentAdapter::SetPageStyle(const std::string &request) {
     mrb_param_set_page_style_padding(param, need_padding);
     const int result = mrb_set_page_style_v2(agent, param);
     mrb_destroy_page_param(param);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::SetNavigation(const std::string &request) {
@@ -49,9 +47,7 @@ std::string CMRBAgentAdapter::SetNavigation(const std::string &request) {
     const int navigation = Int(json, "param_navigation");
     MRB_LOG(LogTag::Agent, "Agent[%p], navigation[%d]", HandlePointer(agent), navigation);
     const int result = mrb_set_navigation_v2(agent, navigation);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::GetNavigation(const std::string &request) {
@@ -62,9 +58,7 @@ std::string CMRBAgentAdapter::GetNavigation(const std::string &request) {
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
     int navigation = 0;
     const int result = mrb_get_navigation_v2(agent, &navigation);
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, navigation);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, navigation);
 }
 
 std::string CMRBAgentAdapter::MoveToIndex(const std::string &request) {
@@ -75,9 +69,7 @@ std::string CMRBAgentAdapter::MoveToIndex(const std::string &request) {
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
     const int result = mrb_move_to_index_v2(agent, index);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::GetPageIndex(const std::string &request) {
@@ -89,9 +81,7 @@ std::string CMRBAgentAdapter::GetPageIndex(const std::string &request) {
     MRB_LOG(LogTag::Agent, "Agent[%p] mediaId[%s]", HandlePointer(agent), media_id.c_str());
     int page_index = 0;
     const int result = mrb_get_page_index_v2(agent, media_id.c_str(), &page_index);
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, page_index);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, page_index);
 }
 
 std::string CMRBAgentAdapter::PreparePlayData(const std::string &request) {
@@ -100,9 +90,7 @@ std::string CMRBAgentAdapter::PreparePlayData(const std::string &request) {
     const CMRBBridgeJson json(request);
     char *play_data = nullptr;
     const int result = mrb_prepare_play_data_v2(Int(json, "param_agent"), &play_data);
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, TakeText(play_data));
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, TakeText(play_data));
 }
 
 std::string CMRBAgentAdapter::GetRatingInfo(const std::string &request) {
@@ -111,9 +99,7 @@ std::string CMRBAgentAdapter::GetRatingInfo(const std::string &request) {
     const CMRBBridgeJson json(request);
     char *rating = nullptr;
     const int result = mrb_get_rating_info_v2(Int(json, "param_agent"), &rating);
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, TakeText(rating));
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, TakeText(rating));
 }
 
 std::string CMRBAgentAdapter::GetStorageId(const std::string &request) {
@@ -122,9 +108,7 @@ std::string CMRBAgentAdapter::GetStorageId(const std::string &request) {
     const CMRBBridgeJson json(request);
     char *storage_id = nullptr;
     const int result = mrb_get_storage_id_v2(Text(json, "param_mount_path").c_str(), &storage_id);
-    std::string answer = Answer(result, RETURN_TYPE_TEXT, TakeText(storage_id));
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_TEXT, TakeText(storage_id));
 }
 
 } // namespace MRBBridge

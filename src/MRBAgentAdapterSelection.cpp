@@ -30,17 +30,13 @@ std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
     int result = mrb_deselect_all_v2(agent);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "mrb_deselect_all_v2 faild [%d]!", result);
-        std::string answer = Answer(result);
-        LOG_ANSWER(command, result, answer);
-        return answer;
+        RETURN_ANSWER(command, result);
     }
     int count = 0;
     result = mrb_get_item_count_v2(agent, &count);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "mrb_get_item_count_v2 faild [%d]!", result);
-        std::string answer = Answer(result);
-        LOG_ANSWER(command, result, answer);
-        return answer;
+        RETURN_ANSWER(command, result);
     }
     MRB_LOG(LogTag::Agent, "nItemCount[%d]", count);
 
@@ -75,9 +71,7 @@ std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
         }
         total_size += static_cast<unsigned long long>(size);
     }
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, total_size);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, total_size);
 }
 
 std::string CMRBAgentAdapter::DeselectAll(const std::string &request) {
@@ -87,9 +81,7 @@ std::string CMRBAgentAdapter::DeselectAll(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
     const int result = mrb_deselect_all_v2(agent);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::SelectGroup(const std::string &request) {
@@ -102,9 +94,7 @@ std::string CMRBAgentAdapter::SelectGroup(const std::string &request) {
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
     const int result = mrb_select_group_v2(agent, index);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::DeSelectGroup(const std::string &request) {
@@ -115,9 +105,7 @@ std::string CMRBAgentAdapter::DeSelectGroup(const std::string &request) {
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
     const int result = mrb_deselect_group_v2(agent, index);
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 std::string CMRBAgentAdapter::GetSelectState(const std::string &request) {
@@ -129,9 +117,7 @@ std::string CMRBAgentAdapter::GetSelectState(const std::string &request) {
     MRB_LOG(LogTag::Agent, "Agent[%p], nItemIndex[%d].", HandlePointer(agent), index);
     bool selected = false;
     const int result = mrb_get_selected_state_v2(agent, index, &selected);
-    std::string answer = Answer(result, RETURN_TYPE_BOOL, selected);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_BOOL, selected);
 }
 
 std::string CMRBAgentAdapter::GetSelectCount(const std::string &request) {
@@ -142,9 +128,7 @@ std::string CMRBAgentAdapter::GetSelectCount(const std::string &request) {
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
     int count = 0;
     const int result = mrb_get_selection_count_v2(agent, &count);
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, count);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result, RETURN_TYPE_INTEGER, count);
 }
 
 std::string CMRBAgentAdapter::ToggleSelect(const std::string &request) {
@@ -163,9 +147,7 @@ std::string CMRBAgentAdapter::ToggleSelect(const std::string &request) {
         }
         ++position;
     }
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 } // namespace MRBBridge

@@ -72,9 +72,7 @@ std::string CMRBAgentAdapter::BatchProcess(const std::string &request) {
         // The list, not the share: one that RequestList opened keeps its entry.
         handles_.insert({agent, BATCH_PROCESS});
     }
-    std::string answer = Answer(result, RETURN_TYPE_INTEGER, static_cast<int>(share));
-    LOG_ANSWER(BATCH_PROCESS, result, answer);
-    return answer;
+    RETURN_ANSWER(BATCH_PROCESS, result, RETURN_TYPE_INTEGER, static_cast<int>(share));
 }
 
 bool CMRBAgentAdapter::cb_batch_process(void *user_data, mrb_share_handler_h share, mrb_event_e event,
@@ -102,9 +100,7 @@ std::string CMRBAgentAdapter::StopBatchProcess(const std::string &request) {
     LOG_REQUEST(command, request);
     const CMRBBridgeJson json(request);
     const int result = mrb_stop_batch_process_v2(Int(json, "param_share_handle"));
-    std::string answer = Answer(result);
-    LOG_ANSWER(command, result, answer);
-    return answer;
+    RETURN_ANSWER(command, result);
 }
 
 } // namespace MRBBridge

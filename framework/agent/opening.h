@@ -72,6 +72,7 @@ class Opening final : public EventTarget,
     void close();
 
     [[nodiscard]] List &list() { return list_; }
+    [[nodiscard]] const List &list() const { return list_; }
 
     // Lays the view out, and has the files read when it is grouped by what they say; a
     // code of mrb/result.h. Any thread.

@@ -58,6 +58,11 @@ bool isNothing(const FactValue &value) {
     return value.index() == 0 || (text != nullptr && text->empty());
 }
 
+const MediaRecord &noRecord() {
+    static const auto &none = *new MediaRecord;
+    return none;
+}
+
 bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
@@ -73,13 +78,17 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
     if (field == nullptr || field->type != type) {
         return noSuchField(name, "read with that type");
     }
-    const std::optional<ListEntry> entry = opening.current();
+    // A client may walk through a whole list for one field: only what that takes.
+    const std::optional<ListEntry> entry =
+        field->needs == FieldNeeds::NUMBERS ? opening.list().currentNumbers() : opening.current();
     if (!entry) {
         return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
     }
+    const bool isPlaced = field->needs == FieldNeeds::PLACE || field->needs == FieldNeeds::FILE;
+    const bool isOfFile = field->needs == FieldNeeds::WRITTEN || field->needs == FieldNeeds::FILE;
     Outcome reading;
-    std::shared_ptr<const MediaRecord> record = std::make_shared<MediaRecord>();
-    if (field->needs != FieldNeeds::ENTRY) {
+    std::shared_ptr<const MediaRecord> record;
+    if (isOfFile) {
         const MediaItem item = opening.mediaOf(entry->facts);
         if (!item.path.empty()) {
             record = opening.library().known(item);
@@ -89,7 +98,8 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
             }
         }
     }
-    const FactValue found = fieldValue(*field, *entry, opening.locate(*entry), *record);
+    const FactValue found = fieldValue(*field, *entry, isPlaced ? opening.locate(*entry) : ItemLocation(),
+                                       record ? *record : noRecord());
     if (isNothing(found)) {
         if (reading.code != MRB_ERR_NONE) {
             return reading;

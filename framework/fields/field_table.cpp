@@ -102,6 +102,14 @@ FactValue highDefinition(const FieldSubject &subject) {
                   : FactValue();
 }
 
+// The file itself is what a thumbnail is made of, where it holds a picture: music has a
+// cover or none.
+FactValue thumbnailPath(const FieldSubject &subject) {
+    const Metadata &facts = subject.record.facts;
+    const bool hasPicture = facts.number(Fact::WIDTH) > 0 || facts.number(Fact::HAS_COVER) > 0;
+    return hasPicture ? FactValue(subject.location.path) : FactValue();
+}
+
 FactValue placeText(const FieldSubject &subject) {
     constexpr int DECIMALS = 6; // a tenth of a metre
     const Metadata &facts = subject.record.facts;
@@ -134,21 +142,21 @@ using enum FieldType;
 using enum FieldNeeds;
 
 constexpr Field FIELDS[] = {
-    {"SIZE", LINT, ENTRY, size},
+    {"SIZE", LINT, NUMBERS, size},
     {"DURATION", LINT, FILE, fact<Fact::DURATION>},
     {"LONGITUDE", DOUBLE, FILE, fact<Fact::LONGITUDE>, false, 0, 0, true},
     {"LATITUDE", DOUBLE, FILE, fact<Fact::LATITUDE>, false, 0, 0, true},
     {"ALTITUDE", DOUBLE, FILE, fact<Fact::ALTITUDE>, false, 0, 0, true},
-    {"ADDED_TIME", TIME, ENTRY, addedTime},
-    {"MODIFIED_TIME", TIME, ENTRY, modifiedTime},
+    {"ADDED_TIME", TIME, NUMBERS, addedTime},
+    {"MODIFIED_TIME", TIME, NUMBERS, modifiedTime},
     {"PLAYED_TIME", TIME, WRITTEN, written<PLAYED_TIME>},
     {"SUBTITLE", BOOL, FILE, fact<Fact::HAS_SUBTITLES>},
     {"HAS_AUDIO_ONLY", BOOL, FILE, fact<Fact::HAS_ONLY_SOUND>},
     {"IS_DRM", BOOL, FILE, fact<Fact::IS_ENCRYPTED>},
     {"CONTENT_LOCK", BOOL, WRITTEN, written<CONTENT_LOCK>},
     {"CONTENT_WATCH", BOOL, WRITTEN, wasPlayed},
-    {"MEDIA_TYPE", INT, ENTRY, mediaType},
-    {"GROUP_ITEM_COUNT", INT, ENTRY, groupItemCount},
+    {"MEDIA_TYPE", INT, NUMBERS, mediaType},
+    {"GROUP_ITEM_COUNT", INT, NUMBERS, groupItemCount},
     {"SONGS_COUNT", INT, FILE, fact<Fact::TRACKS>},
     {"PLAYED_COUNT", INT, WRITTEN, nothing, true, 0, MOST},
     {"PLAYED_POSITION", INT, WRITTEN, nothing, true, 0, MOST},
@@ -163,7 +171,7 @@ constexpr Field FIELDS[] = {
     {"HD", INT, FILE, highDefinition},
     {"PARENTAL_RATING", INT, WRITTEN, nothing, true, 0, 99},
     {"TITLE", CHAR, FILE, title, true},
-    {"FILE_PATH", CHAR, ENTRY, filePath},
+    {"FILE_PATH", CHAR, PLACE, filePath},
     {"DISPLAY_NAME", CHAR, ENTRY, displayName},
     {"MIME_TYPE", CHAR, FILE, mimeType},
     {"ALBUM", CHAR, FILE, fact<Fact::ALBUM>, true},
@@ -178,45 +186,45 @@ constexpr Field FIELDS[] = {
     {"MODEL", CHAR, FILE, fact<Fact::MODEL>},
     {"SYNOPSIS", CHAR, FILE, fact<Fact::SYNOPSIS>, true},
     {"LANGUAGE", CHAR, FILE, fact<Fact::LANGUAGE>},
-    {"URL", CHAR, ENTRY, url},
-    {"ID_MRB", CHAR, ENTRY, mediaId},
+    {"URL", CHAR, PLACE, url},
+    {"ID_MRB", CHAR, PLACE, mediaId},
     {"RESOLUTION_DLNA", CHAR, FILE, pixelsText},
     {"DATE_TAKEN", CHAR, FILE, fact<Fact::DATE_TAKEN>},
     {"LOCATION_TAG", CHAR, FILE, placeText, true},
-    {"MODIFIED_MONTH", CHAR, ENTRY, modifiedMonth},
+    {"MODIFIED_MONTH", CHAR, NUMBERS, modifiedMonth},
     {"FORMAT", CHAR, FILE, fact<Fact::FORMAT>},
-    // Of thumbnails and of the focus of another application, which nobody keeps here.
-    {"THUMBNAIL_PATH", CHAR, ENTRY, nothing},
-    {"MRB_MEDIA_FOCUS_ID", CHAR, ENTRY, nothing},
+    {"THUMBNAIL_PATH", CHAR, FILE, thumbnailPath},
+    // Of the focus of another application, which nobody keeps here.
+    {"MRB_MEDIA_FOCUS_ID", CHAR, NUMBERS, nothing},
     // Of broadcasts that a television recorded. Files that anybody made have none of it.
-    {"TIMER_RECORD", BOOL, ENTRY, nothing},
-    {"SERIES_RECORD", BOOL, ENTRY, nothing},
-    {"TTX", BOOL, ENTRY, nothing},
-    {"AD", BOOL, ENTRY, nothing},
-    {"HARD_OF_HEARING_RADIO", BOOL, ENTRY, nothing},
-    {"DATA_SERVICE", BOOL, ENTRY, nothing},
-    {"IS_LOCAL_RECORD", BOOL, ENTRY, nothing},
-    {"CHANNEL", INT, ENTRY, nothing},
+    {"TIMER_RECORD", BOOL, NUMBERS, nothing},
+    {"SERIES_RECORD", BOOL, NUMBERS, nothing},
+    {"TTX", BOOL, NUMBERS, nothing},
+    {"AD", BOOL, NUMBERS, nothing},
+    {"HARD_OF_HEARING_RADIO", BOOL, NUMBERS, nothing},
+    {"DATA_SERVICE", BOOL, NUMBERS, nothing},
+    {"IS_LOCAL_RECORD", BOOL, NUMBERS, nothing},
+    {"CHANNEL", INT, NUMBERS, nothing},
     // 0 is the time of Greenwich.
-    {"TIMEZONE", INT, ENTRY, nothing, false, 0, 0, true},
-    {"PTC", INT, ENTRY, nothing},
-    {"MAJOR", INT, ENTRY, nothing},
-    {"MINOR", INT, ENTRY, nothing},
-    {"CHANNEL_TYPE", INT, ENTRY, nothing},
-    {"PROGRAM_NUM", INT, ENTRY, nothing},
-    {"EMBARGO_TIME", INT, ENTRY, nothing},
-    {"EXPIRY_TIME", INT, ENTRY, nothing},
-    {"START_TIME", INT, ENTRY, nothing},
-    {"PROGRAM_START_TIME", INT, ENTRY, nothing},
-    {"PROGRAM_END_TIME", INT, ENTRY, nothing},
-    {"PROGRAM_DATE", INT, ENTRY, nothing},
-    {"SPORTS_TYPE", INT, ENTRY, nothing},
-    {"GUIDANCE_LENGTH", INT, ENTRY, nothing},
-    {"CHANNEL_NAME", CHAR, ENTRY, nothing},
-    {"PROGRAM_TITLE", CHAR, ENTRY, nothing},
-    {"PROGRAM_CRID", CHAR, ENTRY, nothing},
-    {"GUIDANCE", CHAR, ENTRY, nothing},
-    {"MTA_URL", CHAR, ENTRY, nothing},
+    {"TIMEZONE", INT, NUMBERS, nothing, false, 0, 0, true},
+    {"PTC", INT, NUMBERS, nothing},
+    {"MAJOR", INT, NUMBERS, nothing},
+    {"MINOR", INT, NUMBERS, nothing},
+    {"CHANNEL_TYPE", INT, NUMBERS, nothing},
+    {"PROGRAM_NUM", INT, NUMBERS, nothing},
+    {"EMBARGO_TIME", INT, NUMBERS, nothing},
+    {"EXPIRY_TIME", INT, NUMBERS, nothing},
+    {"START_TIME", INT, NUMBERS, nothing},
+    {"PROGRAM_START_TIME", INT, NUMBERS, nothing},
+    {"PROGRAM_END_TIME", INT, NUMBERS, nothing},
+    {"PROGRAM_DATE", INT, NUMBERS, nothing},
+    {"SPORTS_TYPE", INT, NUMBERS, nothing},
+    {"GUIDANCE_LENGTH", INT, NUMBERS, nothing},
+    {"CHANNEL_NAME", CHAR, NUMBERS, nothing},
+    {"PROGRAM_TITLE", CHAR, NUMBERS, nothing},
+    {"PROGRAM_CRID", CHAR, NUMBERS, nothing},
+    {"GUIDANCE", CHAR, NUMBERS, nothing},
+    {"MTA_URL", CHAR, NUMBERS, nothing},
 };
 
 static_assert(std::size(FIELDS) == 80);

@@ -17,8 +17,10 @@ inline constexpr const char *CONTENT_LOCK = "CONTENT_LOCK";
 
 // What a field's value is made of.
 enum class FieldNeeds : std::uint8_t {
-    ENTRY,   // what the list knows
-    WRITTEN, // that, and what clients wrote
+    NUMBERS, // the list's numbers of it
+    ENTRY,   // all that the list knows
+    PLACE,   // that, and where the item lies
+    WRITTEN, // what the list knows, and what clients wrote
     FILE     // all that, and the file's metadata
 };
 

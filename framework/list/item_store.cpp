@@ -95,10 +95,16 @@ std::string_view ItemStore::idOf(const Item &item) const {
 
 ItemFacts ItemStore::facts(std::int32_t number) const {
     const Item &item = at(number);
-    ItemFacts facts;
+    ItemFacts facts = numbers(number);
     facts.name = name(number);
     facts.id = idOf(item);
     facts.folder = folderPath(item.folder);
+    return facts;
+}
+
+ItemFacts ItemStore::numbers(std::int32_t number) const {
+    const Item &item = at(number);
+    ItemFacts facts;
     facts.type = item.type;
     facts.size = item.size;
     facts.modified = item.modified;

@@ -49,6 +49,7 @@ class ItemStore {
     [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
 
     [[nodiscard]] ItemFacts facts(std::int32_t number) const;
+    [[nodiscard]] ItemFacts numbers(std::int32_t number) const;     // the same without texts
     [[nodiscard]] ItemFacts folderFacts(std::int32_t folder) const; // of the source itself: without a name
     // True: the item has the id of `wanted`; without one, its name and folder.
     [[nodiscard]] bool isItem(std::int32_t number, const ItemFacts &wanted) const;

@@ -80,6 +80,8 @@ class List {
 
     // The entry under the cursor; no value: the view is empty.
     [[nodiscard]] std::optional<ListEntry> current() const;
+    // The same, of an item without its name, id and folder, which cost more than the rest.
+    [[nodiscard]] std::optional<ListEntry> currentNumbers() const;
 
     // Lays the view out; a code of mrb/result.h.
     int setStyle(const PageStyle &style);

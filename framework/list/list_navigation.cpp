@@ -19,6 +19,15 @@ bool List::moveTo(std::int32_t index) {
     return true;
 }
 
+std::optional<ListEntry> List::currentNumbers() const {
+    const std::lock_guard guard(lock_);
+    const std::optional<ViewEntry> entry = underCursor();
+    if (entry && *entry >= 0) {
+        return ListEntry{store_.numbers(*entry)};
+    }
+    return entry ? std::optional(describe(*entry)) : std::nullopt;
+}
+
 std::optional<ListEntry> List::current() const {
     const std::lock_guard guard(lock_);
     const std::optional<ViewEntry> entry = underCursor();

@@ -88,7 +88,7 @@ TEST_F(Fields, OfTheFileSystemAreThoseOfTheFile) {
 }
 
 TEST_F(Fields, OfPicturesAreWhatWasWrittenAndWhatExiftoolReads) {
-    for (const std::string name : {"photo.jpg", "photo.webp", "photo.avif"}) {
+    for (const std::string name : {"photo.jpg", "photo.webp", "photo.avif", "photo.heic"}) {
         SCOPED_TRACE(name);
         const int photo = at(name);
         EXPECT_EQ(text(client_, photo, "MODEL"), "Desk Camera 1");
@@ -152,6 +152,17 @@ TEST_F(Fields, OfMusicAreWhatWasWrittenAndWhatFfprobeReads) {
     EXPECT_EQ(number(client_, at("song.m4a"), "SONGS_COUNT"), 12);
     EXPECT_EQ(number(client_, at("song.flac"), "BIT_RESOLUTION"), 16);
     EXPECT_EQ(number(client_, at("song.wav"), "BIT_RESOLUTION"), 16);
+}
+
+TEST_F(Fields, TellWhetherThereIsACover) {
+    for (const std::string name : {"song.m4a", "covered.mp3", "covered.flac", "photo.jpg", "film.mp4"}) {
+        EXPECT_FALSE(probe(name, "v", "stream=codec_name").empty()) << name;
+        EXPECT_EQ(text(client_, at(name), "THUMBNAIL_PATH"), path(name));
+    }
+    for (const std::string name : {"song.mp3", "song.flac", "song.ogg", "song.wav"}) {
+        EXPECT_TRUE(probe(name, "v", "stream=codec_name").empty()) << name;
+        EXPECT_EQ(text(client_, at(name), "THUMBNAIL_PATH"), "") << name;
+    }
 }
 
 TEST_F(Fields, OfFilmsAreWhatWasWrittenAndWhatFfprobeReads) {

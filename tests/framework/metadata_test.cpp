@@ -54,10 +54,10 @@ class HostileMedia : public testing::Test {
         delete media_;
         media_ = nullptr;
     }
-    static constexpr const char *NAMES[] = {"photo.jpg", "photo.webp", "photo.avif", "plain.png",
-                                            "plain.gif", "plain.bmp",  "plain.tiff", "song.mp3",
-                                            "song.flac", "song.ogg",   "song.m4a",   "song.wav",
-                                            "film.mp4",  "film.mkv",   "film.ts",    "silent.avi"};
+    static constexpr const char *NAMES[] = {
+        "photo.jpg", "photo.webp", "photo.avif", "photo.heic", "plain.png", "plain.gif",
+        "plain.bmp", "plain.tiff", "song.mp3",   "song.flac",  "song.ogg",  "song.m4a",
+        "song.wav",  "film.mp4",   "film.mkv",   "film.ts",    "silent.avi"};
 
     static Folder *media_;
     Folder folder_;

@@ -1,6 +1,6 @@
 // The fields of real media, as scripts read them: against independent tools, and against the documents.
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
+import { copyFileSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 
@@ -104,3 +104,38 @@ for (const [name, kind] of [['photo.jpg', 'P'], ['song.mp3', 'M'], ['film.mp4', 
     }
   });
 }
+
+test('files that are damaged, empty or something else answer every field', async () => {
+  const damaged = folder();
+  for (const name of ['photo.jpg', 'song.mp3', 'film.mp4']) {
+    const whole = readFileSync(of(name));
+    for (const size of [0, 1, 40, 1000, Math.floor(whole.length / 2), whole.length - 1]) {
+      writeFileSync(path.join(damaged, `${size} ${name}`), whole.subarray(0, size));
+    }
+    writeFileSync(path.join(damaged, `noise ${name}`), Buffer.concat([whole.subarray(0, 300), Buffer.alloc(5000, 0xa5)]));
+  }
+  copyFileSync(of('photo.jpg'), path.join(damaged, 'picture.mp3'));
+  copyFileSync(of('song.mp3'), path.join(damaged, 'song.mp4'));
+  copyFileSync(of('film.mp4'), path.join(damaged, 'film.jpg'));
+  const items = await run(`
+    const { return_data: agent } = open({ param_scan_path: process.argv[2] });
+    await ended(agent);
+    const items = {};
+    for (let index = 0; index < count(agent); index += 1) {
+      const { name } = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+      items[name] = Object.fromEntries(JSON.parse(process.argv[3]).map((field) => [field,
+        ask('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field })]));
+    }
+    finish(items);`, damaged, JSON.stringify([...TYPES.keys()]));
+  assert.equal(Object.keys(items).length, 24);
+  for (const [name, fields] of Object.entries(items)) {
+    for (const [field, { return_ecode: code, return_data: value }] of Object.entries(fields)) {
+      const isRefused = code === -4 && WITHOUT_EMPTY_VALUE.includes(field);
+      assert.ok(isRefused || (code === 0 && typeof value === VALUES[TYPES.get(field)]), `${name}: ${field} ${code}`);
+    }
+  }
+  // The bytes count, not the name.
+  assert.equal(items['picture.mp3'].MODEL.return_data, 'Desk Camera 1');
+  assert.equal(items['song.mp4'].ARTIST.return_data, '東京トリオ');
+  assert.equal(items['film.jpg'].WIDTH.return_data, 1280);
+});

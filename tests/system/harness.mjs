@@ -45,9 +45,19 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 (async () => {
 `;
 
-/** Runs a script's body with the prelude; what it gave to finish(). */
+/**
+ * Runs a script's body with the prelude, in surroundings that start() knows; what it
+ * gave to finish(), and what stood in its standard error.
+ */
+export async function runIn(surroundings, body, ...args) {
+  const { stdout, stderr, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args], surroundings);
+  assert.deepEqual(rest, { status: 0, signal: null }, stderr);
+  return { value: JSON.parse(stdout), stderr };
+}
+
+/** The same without surroundings; what it gave to finish(). */
 export async function run(body, ...args) {
-  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args]);
-  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
-  return JSON.parse(stdout);
+  const { value, stderr } = await runIn({}, body, ...args);
+  assert.equal(stderr, '');
+  return value;
 }

@@ -1,0 +1,55 @@
+// Media files come from anybody: whatever is in one, its metadata are read without
+// harm, and what is said of it can be shown.
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <variant>
+
+#include "metadata/media_file.h"
+#include "metadata/read_metadata.h"
+
+namespace {
+
+void require(bool fact) {
+    if (!fact) {
+        std::abort();
+    }
+}
+
+// A name counts where the bytes leave open what a file is.
+constexpr const char *NAMES[] = {"a.jpg", "a.mp3", "a.mp4", "a.ts", "a.heic", "a.wav", "a.m4a"};
+
+void expectPresentable(const mrb::Metadata &facts) {
+    for (std::size_t number = 0; number < mrb::FACTS; ++number) {
+        const mrb::FactValue &value = facts[static_cast<mrb::Fact>(number)];
+        if (const auto *text = std::get_if<std::string>(&value)) {
+            require(!text->empty() && text->size() <= mrb::Metadata::LONGEST_TEXT);
+            require(mrb::cleanText(*text) == *text);
+        } else if (const auto *real = std::get_if<double>(&value)) {
+            require(std::isfinite(*real));
+        } else if (const auto *whole = std::get_if<std::int64_t>(&value)) {
+            require(*whole >= 0);
+        }
+    }
+    require(facts.number(mrb::Fact::ORIENTATION) <= 8);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const int file = memfd_create("media", MFD_CLOEXEC);
+    require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size));
+    mrb::MediaFile media;
+    mrb::Metadata facts;
+    require(media.open("/proc/self/fd/" + std::to_string(file)).code == MRB_ERR_NONE);
+    if (mrb::readMetadata(media, NAMES[size % std::size(NAMES)], facts).code == MRB_ERR_NONE) {
+        expectPresentable(facts);
+    }
+    close(file);
+    return 0;
+}
