@@ -443,6 +443,30 @@ TEST_F(Service, ItsThreadsHaveNames) {
     EXPECT_EQ(names.count("mrb-thumb-1"), 1U);
 }
 
+TEST(ThumbnailStopSign, IsUpWhenItsTimeIsOver) {
+    StopSign stop;
+    EXPECT_FALSE(stop.isUp());
+    stop.begin(std::chrono::hours(1));
+    EXPECT_FALSE(stop.isUp());
+    stop.begin(std::chrono::seconds(0));
+    EXPECT_TRUE(stop.isUp());
+    EXPECT_EQ(stop.outcome().code, MRB_ERR_TIMEOUT);
+    stop.raise();
+    EXPECT_EQ(stop.outcome().code, MRB_ERR_CANCELLED);
+}
+
+TEST(ThumbnailWorkers, AreAsManyAsTheMachineHasCores) {
+    support::Thumbnails client;
+    EXPECT_EQ(client.get("/none.jpg").code, MRB_ERR_NOT_FOUND);
+    unsigned workers = 0;
+    for (const auto &thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(thread.path() / "comm"), name);
+        workers += name.starts_with("mrb-thumb-") ? 1U : 0U;
+    }
+    EXPECT_EQ(workers, std::thread::hardware_concurrency());
+}
+
 TEST_F(Service, OfAThousandRequestsEachIsAnsweredOnceOrCancelled) {
     ThumbnailService busy{std::ref(gate), 4};
     busy.begin();
