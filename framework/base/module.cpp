@@ -36,8 +36,10 @@ std::runtime_error failure(const char *what) {
 
 } // namespace
 
+// Lazily: most of what a library refers to is never called, and finding it takes half of
+// the time to load the decoders.
 Module::Module(const char *file)
-    : library_(dlopen(besideThisLibrary(file).c_str(), RTLD_NOW | RTLD_LOCAL | OWN_LIBRARIES_FIRST)) {
+    : library_(dlopen(besideThisLibrary(file).c_str(), RTLD_LAZY | RTLD_LOCAL | OWN_LIBRARIES_FIRST)) {
     if (library_ == nullptr) {
         throw failure(file);
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "thumbnail/preset.h"
 
@@ -62,9 +63,9 @@ void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waite
     code = code == MRB_ERR_NOT_INITIALIZED ? int{MRB_THUMB_SERVICE_FAILED} : code;
     Answer answer{&request, decoded.source, &result, {}};
     std::ranges::copy(result.image_buffer, answer.images);
-    current = &answer;
+    const Answer *const outer = std::exchange(current, &answer);
     waiter.callback(code, &result, waiter.userData);
-    current = nullptr;
+    current = outer;
 }
 
 } // namespace mrb::thumbnail

@@ -94,6 +94,27 @@ void Jobs::cancelAll() {
     open_.clear();
 }
 
+void Jobs::closeAll() {
+    answering_.splice(answering_.end(), waiting_);
+    for (const List *list : {&decoding_, &answering_}) {
+        for (const std::shared_ptr<Job> &job : *list) {
+            job->stop.raise();
+        }
+    }
+    open_.clear();
+}
+
+std::shared_ptr<Job> Jobs::endedWithWaiters() const {
+    for (const List *list : {&decoding_, &answering_}) {
+        for (const std::shared_ptr<Job> &job : *list) {
+            if (job->stop.raised() && !job->waiters.empty()) {
+                return job;
+            }
+        }
+    }
+    return nullptr;
+}
+
 void Jobs::refuseCameras() {
     for (auto at = waiting_.begin(); at != waiting_.end();) {
         const auto job = at++;

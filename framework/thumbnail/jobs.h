@@ -46,6 +46,12 @@ class Jobs {
     bool cancel(const Request &request, const void *userData);
     void cancelAll();
 
+    // Ends the work for everybody who waits; nobody joins it any more. The waiters stay,
+    // to be answered.
+    void closeAll();
+    // A job that was ended and still has waiters; null: there is none.
+    [[nodiscard]] std::shared_ptr<Job> endedWithWaiters() const;
+
     // Has the jobs of cameras answered with MRB_ERR_CANCELLED, the waiting ones next.
     void refuseCameras();
     [[nodiscard]] bool isCameraDecoding() const;

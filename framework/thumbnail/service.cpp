@@ -40,7 +40,8 @@ int ThumbnailService::end() {
     std::unique_lock guard(lock_);
     const bool begun = clients_ > 0;
     clients_ -= begun ? 1 : 0;
-    jobs_.cancelAll();
+    jobs_.closeAll();
+    answerAllEnded(guard);
     if (answeringFor != this) {
         change_.wait(guard, [this] { return answers_ == 0; });
     }
@@ -145,12 +146,26 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
         const bool last = job->waiters.empty();
         ++answers_;
         guard.unlock();
-        answeringFor = this;
+        // An answer may be given inside another one, by a client that ends.
+        const ThumbnailService *const outer = std::exchange(answeringFor, this);
         giveAnswer(job->request, decoded, last, waiter);
-        answeringFor = nullptr;
+        answeringFor = outer;
         guard.lock();
         --answers_;
         change_.notify_all();
+    }
+}
+
+void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
+    Decoded nothing;
+    nothing.outcome = {MRB_ERR_CANCELLED, "A client of the service ended."};
+    while (!down_) {
+        const std::shared_ptr<Job> job = jobs_.endedWithWaiters();
+        if (!job) {
+            break;
+        }
+        answer(guard, job, nothing);
+        jobs_.remove(job);
     }
 }
 

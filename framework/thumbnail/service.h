@@ -29,8 +29,9 @@ class ThumbnailService {
     static ThumbnailService &instance();
 
     int begin();
-    // Takes back every request. Returns when no answer is being given, or at once
-    // when called from inside one.
+    // Answers every request with MRB_ERR_CANCELLED, on this thread, since it cannot be told
+    // whose they are. Returns when no answer is being given, or at once when called from
+    // inside one.
     int end();
 
     // Leads to one answer unless it fails or the request is cancelled.
@@ -52,6 +53,7 @@ class ThumbnailService {
     void work();
     void decode(const Request &request, Job &job, Decoded &decoded);
     void answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job, Decoded &decoded);
+    void answerAllEnded(std::unique_lock<std::mutex> &guard);
 
     const Decoder decoder_;
     const unsigned most_; // workers

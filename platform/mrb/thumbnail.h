@@ -3,8 +3,9 @@
  * The media framework's thumbnail service and its flash thumbnail cache.
  *
  * Threads. Functions may be called from any thread. Result callbacks run on
- * threads of the framework's and may overlap one another. Once
- * thumbnail_finalize has returned, no callback is running or will run.
+ * threads of the framework's, or inside thumbnail_finalize on its caller's, and
+ * may overlap one another. Once thumbnail_finalize has returned, no callback of a
+ * request made before it was called is running or will run.
  *
  * Ownership. A request record is handed over by value; its path must live until
  * the call returns, its user data belongs to the framework until it is passed to
@@ -105,7 +106,11 @@ MRB_CHECK_OFFSET_32(_thumb_request, user_data, 36);
 /* Each client of the process begins with thumbnail_init and ends with thumbnail_finalize. */
 int thumbnail_init(void);
 
-/* Takes back all requests of the process, those of other clients too. */
+/*
+ * Answers all requests of the process with MRB_ERR_CANCELLED, those of other clients too:
+ * neither this call nor a request names its client, and the callbacks of the client that
+ * ends must not run later. The other clients may ask again.
+ */
 int thumbnail_finalize(void);
 
 /*

@@ -4,11 +4,14 @@
 const path = require('node:path');
 
 const STYLE = `body { margin: 2em; font: 15px/1.4 system-ui, sans-serif; background: #16181c; color: #dfe3e8; }
-    a { color: inherit; text-decoration: none; }
-    main { display: flex; flex-wrap: wrap; gap: 1.2em; align-items: flex-end; }
+    h1, h2 { font-weight: 600; overflow-wrap: anywhere; }
+    h1 { font-size: 1.5em; }
+    h2 { font-size: 1em; margin: 2em 0 .8em; padding-top: .6em; border-top: 1px solid #31363f; color: #a9b1bc; }
+    section { display: flex; flex-wrap: wrap; gap: 1.2em; align-items: flex-end; }
     figure { margin: 0; }
-    img { display: inline-block; max-width: 100%; vertical-align: bottom; }
-    figcaption { margin-top: .3em; overflow-wrap: anywhere; }
+    a { display: flex; flex-wrap: wrap; gap: 3px; align-items: flex-end; text-decoration: none; }
+    img { max-width: 100%; }
+    figcaption { margin-top: .3em; overflow: hidden; text-overflow: ellipsis; white-space: nowrap; }
     .none { display: grid; place-items: center; background: #262a31; color: #8d96a3; }`;
 
 const ENTITIES = { '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&#39;' };
@@ -23,19 +26,51 @@ const link = (from, to) => {
   return `./${steps.join('/')}`.replaceAll("'", '%27');
 };
 
-function figure({ folder, output, size }, { file, bitmaps, width, height }) {
-  const name = escaped(path.relative(folder, file.path));
-  const pictures = bitmaps.map((bitmap, frame) =>
-    `<img src="${escaped(bitmap)}" width="${width}" height="${height}" loading="lazy" alt="${frame === 0 ? name : ''}">`);
+/** A moment of a video, as in 1:02.5. */
+const moment = (milliseconds) => {
+  const seconds = (milliseconds % 60_000) / 1000;
+  return `${Math.floor(milliseconds / 60_000)}:${seconds.toFixed(1).padStart(4, '0')}`;
+};
+
+const GAP = 3; // pixels between the frames of a video
+
+function figure({ output, size }, { file, bitmaps, width, height, times }) {
+  const name = escaped(path.basename(file.path));
+  const pictures = bitmaps.map((bitmap, frame) => {
+    const title = bitmaps.length > 1 ? ` title="${moment(times[frame])}"` : '';
+    return `<img src="${escaped(bitmap)}" width="${width}" height="${height}"${title} loading="lazy" ` +
+      `alt="${frame === 0 ? name : ''}">`;
+  });
   const none = `<span class="none" style="width: ${size}px; height: ${Math.round(size / 2)}px">no thumbnail</span>`;
-  const widest = Math.max(size, (width ?? 0) * bitmaps.length);
+  const widest = Math.max(size, (width ?? 0) * bitmaps.length + GAP * (bitmaps.length - 1));
   return `<figure style="max-width: ${widest}px">
         <a href="${link(output, file.path)}">${pictures.join('') || none}</a>
-        <figcaption>${name}</figcaption>
+        <figcaption title="${name}">${name}</figcaption>
       </figure>`;
 }
 
-/** The page for `shown`, a list of {file, bitmaps, width, height}. `wishes`: {folder, output, size}. */
+/** What is shown of one folder, under its name unless it is the one that was asked for. */
+function section(wishes, where, shown) {
+  const heading = where === wishes.folder ? '' : `<h2>${escaped(path.relative(wishes.folder, where))}</h2>\n    `;
+  return `${heading}<section>
+      ${shown.map((entry) => figure(wishes, entry)).join('\n      ')}
+    </section>`;
+}
+
+/** The entries by their folders, which come in the order of their first entries. */
+function byFolder(shown) {
+  const folders = new Map();
+  for (const entry of shown) {
+    const where = path.dirname(entry.file.path);
+    folders.set(where, [...(folders.get(where) ?? []), entry]);
+  }
+  return [...folders];
+}
+
+/**
+ * The page for `shown`, a list of {file, bitmaps, width, height, times}, the last in milliseconds.
+ * `wishes`: {folder, output, size}.
+ */
 const page = (wishes, shown) => `<!doctype html>
 <html lang="en">
   <head>
@@ -48,9 +83,7 @@ const page = (wishes, shown) => `<!doctype html>
   </head>
   <body>
     <h1>${escaped(wishes.folder)}</h1>
-    <main>
-      ${shown.map((entry) => figure(wishes, entry)).join('\n      ')}
-    </main>
+    ${byFolder(shown).map(([where, entries]) => section(wishes, where, entries)).join('\n    ')}
   </body>
 </html>
 `;

@@ -84,7 +84,7 @@ async function show(thumbnails, file, number, { output, size, frames }) {
     const request = thumbnails.request(file.path, paths, { width: size, height: size, mediaType: file.type });
     const result = await request.done;
     return { file, bitmaps: (result.save_path ?? []).map((bitmap) => path.basename(bitmap)),
-             width: result.image_width, height: result.image_height };
+             width: result.image_width, height: result.image_height, times: (result.time_stamp ?? []).map(Number) };
   } catch (error) {
     return { file, bitmaps: [], reason: error.message };
   }

@@ -114,6 +114,12 @@ TEST_F(Pictures, ALosslessWebpWithAlpha) {
 
 TEST_F(Pictures, AHeic) { expectGood(make("a.heic", 800, 600, {"-quality", "90"}), 256, 192); }
 
+TEST_F(Pictures, AHeicInGrey) { expectGood(make("a.heic", 800, 600, {"-colorspace", "Gray"}), 256, 192); }
+
+TEST_F(Pictures, AHeicOfAnOddSize) { expectGood(make("a.heic", 803, 601), 256, 192); }
+
+TEST_F(Pictures, AHeicThatIsNotScaled) { expectGood(make("a.heic", 200, 150, {"-quality", "90"}), 200, 150); }
+
 TEST_F(Pictures, ATiff) { expectGood(make("a.tif", 800, 600, {"-compress", "lzw"}), 256, 192); }
 
 TEST_F(Pictures, ATiffWithSixteenBits) { expectGood(make("a.tiff", 800, 600, {"-depth", "16"}), 256, 192); }
@@ -206,6 +212,24 @@ TEST_F(Pictures, ARequestsOrientationComesBeforeTheFiles) {
     support::run({"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=3", path});
     expectGood(get(Wish{.path = path, .orientation = 6}), turned, 160, 256);
 }
+
+TEST_F(Pictures, ATurnedWebpFitsIntoABoxThatIsNotSquare) {
+    const std::string path = make("a.webp", 800, 600, {"-quality", "90"});
+    const std::string turned = folder_.path("turned.png");
+    support::convert({path, "-rotate", "90", turned});
+    expectGood(get(Wish{.path = path, .orientation = 6, .width = 300, .height = 100}), turned, 75, 100);
+    expectGood(get(Wish{.path = path, .orientation = 6, .width = 100, .height = 300}), turned, 100, 133);
+}
+
+TEST_F(Pictures, TheOrientationOfAWebpIsApplied) {
+    const std::string path = make("a.webp", 640, 400, {"-quality", "90"});
+    const std::string turned = folder_.path("turned.png");
+    support::convert({path, "-rotate", "90", turned});
+    support::run({"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=6", path});
+    expectGood(get(path), turned, 160, 256);
+}
+
+TEST_F(Pictures, AWebpOfItsOwnSize) { expectGood(make("a.webp", 200, 150, {"-quality", "90"}), 200, 150); }
 
 TEST_F(Pictures, TheEmbeddedPictureServesWhenItIsLargeEnough) {
     const std::string path = make("a.jpg", 1600, 1200);

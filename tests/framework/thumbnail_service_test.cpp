@@ -344,6 +344,77 @@ TEST_F(Service, TheEndOfOneClientLeavesTheServiceToTheOther) {
     waiters.waitFor(1);
 }
 
+TEST_F(Service, TheEndOfOneClientAnswersWaitingAndRunningRequestsOfAll) {
+    service.begin();
+    gate.close();
+    service.request(named("running"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("running"), waiters[1]);
+    service.request(named("waiting"), waiters[2]);
+    EXPECT_EQ(service.end(), MRB_ERR_NONE);
+    EXPECT_EQ(waiters.answers(), 3U); // all of them before it returns
+    for (const std::size_t index : {0, 1, 2}) {
+        EXPECT_EQ(waiters.at(index).code, MRB_ERR_CANCELLED);
+    }
+    gate.waitForStopped(1);
+    gate.open();
+    service.request(named("running"), waiters[3]);
+    waiters.waitFor(4);
+    EXPECT_EQ(waiters.at(3).code, MRB_ERR_NONE);
+    EXPECT_THAT(gate.begun(), ElementsAre("running", "running"));
+    EXPECT_EQ(waiters.answers(), 4U);
+}
+
+TEST_F(Service, TheEndDoesNotAnswerWhatWasTakenBack) {
+    gate.close();
+    service.request(named("running"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("waiting"), waiters[1]);
+    service.cancel(named("running"), nullptr);
+    service.cancel(named("waiting"), nullptr);
+    service.end();
+    EXPECT_EQ(waiters.answers(), 0U);
+}
+
+TEST_F(Service, AnEndInsideAnAnswerAnswersTheOthersThere) {
+    service.begin();
+    std::promise<void> asked;
+    waiters.at(0).then = [&] {
+        asked.get_future().wait();
+        service.end();
+        EXPECT_EQ(waiters.at(1).code, MRB_ERR_CANCELLED);
+    };
+    service.request(named("a"), waiters[0]);
+    gate.waitForBegun(1);
+    service.request(named("b"), waiters[1]);
+    asked.set_value();
+    waiters.waitFor(2);
+    EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
+    EXPECT_EQ(service.end(), MRB_ERR_NONE);
+}
+
+TEST_F(Service, WhileClientsEndEveryRequestIsAnsweredOnce) {
+    std::atomic<bool> over{false};
+    service.begin();
+    std::thread other([&] {
+        while (!over) {
+            service.begin();
+            service.end();
+        }
+    });
+    std::size_t accepted = 0;
+    for (std::size_t index = 0; index < 1000; ++index) {
+        accepted += service.request(named(std::to_string(index % 7)), waiters[index]) == MRB_ERR_NONE ? 1 : 0;
+    }
+    waiters.waitFor(accepted);
+    over = true;
+    other.join();
+    EXPECT_EQ(accepted, 1000U);
+    for (std::size_t index = 0; index < 1000; ++index) {
+        EXPECT_EQ(waiters.at(index).answers, 1);
+    }
+}
+
 TEST_F(Service, WhatADecoderThrowsIsAnAnswer) {
     ThumbnailService failing{[](const DecodeRequest &request, const StopSign &, Decoded &) {
                                  if (request.path == "/memory") {
@@ -370,6 +441,30 @@ TEST_F(Service, ItsThreadsHaveNames) {
         names.insert(name);
     }
     EXPECT_EQ(names.count("mrb-thumb-1"), 1U);
+}
+
+TEST(ThumbnailStopSign, IsUpWhenItsTimeIsOver) {
+    StopSign stop;
+    EXPECT_FALSE(stop.isUp());
+    stop.begin(std::chrono::hours(1));
+    EXPECT_FALSE(stop.isUp());
+    stop.begin(std::chrono::seconds(0));
+    EXPECT_TRUE(stop.isUp());
+    EXPECT_EQ(stop.outcome().code, MRB_ERR_TIMEOUT);
+    stop.raise();
+    EXPECT_EQ(stop.outcome().code, MRB_ERR_CANCELLED);
+}
+
+TEST(ThumbnailWorkers, AreAsManyAsTheMachineHasCores) {
+    support::Thumbnails client;
+    EXPECT_EQ(client.get("/none.jpg").code, MRB_ERR_NOT_FOUND);
+    unsigned workers = 0;
+    for (const auto &thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(thread.path() / "comm"), name);
+        workers += name.starts_with("mrb-thumb-") ? 1U : 0U;
+    }
+    EXPECT_EQ(workers, std::thread::hardware_concurrency());
 }
 
 TEST_F(Service, OfAThousandRequestsEachIsAnsweredOnceOrCancelled) {

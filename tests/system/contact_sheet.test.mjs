@@ -51,7 +51,26 @@ test('files without a thumbnail are named, on the page as well', async () => {
   const named = [...stdout.matchAll(/^ {2}without a thumbnail: (.*) \(.*\)$/gm)].map(([, name]) => name);
   assert.ok(named.includes('Music/Beep.wav'), stdout);
   assert.equal(page.match(/>no thumbnail</g).length, named.length);
-  named.forEach((name) => assert.ok(page.includes(`<figcaption>${name}</figcaption>`), name));
+  named.map((name) => path.basename(name)).forEach((name) =>
+    assert.ok(page.includes(`<figcaption title="${name}">${name}</figcaption>`), name));
+});
+
+test('files stand under the names of their folders, those of the folder itself first', async () => {
+  const { page } = await make(library);
+  const folders = [...page.matchAll(/<h2>([^<]*)<\/h2>/g)].map(([, name]) => name);
+  assert.equal(new Set(folders).size, folders.length, 'a folder has two headings');
+  assert.ok(folders.includes('Music/The Oscillators/Sine of the Times'), folders);
+  const [top, holiday] = page.split(/<h2>Holiday<\/h2>/);
+  assert.match(top, />Welcome\.jpg</);
+  assert.match(holiday.split('<h2>')[0], />IMG 2\.jpg<[^]*>IMG 10\.jpg</);
+});
+
+test('the frames of a video tell their moments', async () => {
+  const { page } = await make(path.join(library, 'Video'), '--size', '64', '--frames=3');
+  const countdown = page.match(/<figure(?:(?!<\/figure>)[^])*Countdown\.mp4/)[0];
+  const moments = [...countdown.matchAll(/title="(\d+:\d\d\.\d)"/g)].map(([, moment]) => moment);
+  assert.equal(moments.length, 3);
+  assert.deepEqual([...moments].sort(), moments);
 });
 
 test('--size is the longer side, --frames the frames of a video', async () => {
@@ -66,8 +85,8 @@ test('names cannot become markup or other links', async () => {
   const { status, page, output } = await make(pictures(...names));
   assert.equal(status, 0);
   assert.ok(!page.includes('<script>') && !page.includes('alert(\''), page);
-  assert.match(page, /&lt;script&gt;alert\(&#39;1&#39;\)&lt;\/x\.jpg/);
-  assert.match(page, /a&amp;amp;b &quot;quoted&quot;\/x\.jpg/);
+  assert.match(page, /<h2>&lt;script&gt;alert\(&#39;1&#39;\)&lt;<\/h2>/);
+  assert.match(page, /<h2>a&amp;amp;b &quot;quoted&quot;<\/h2>/);
   const links = [...page.matchAll(/<a href="([^"]*)"/g)].map(([, link]) => link);
   assert.equal(links.length, names.length);
   for (const link of links) {

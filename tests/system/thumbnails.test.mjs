@@ -224,6 +224,25 @@ test('after all were taken back nothing comes that was not on its way, and new r
   assert.equal(after, 1001);
 });
 
+test('when an object is released, the requests of the others are answered all the same', async () => {
+  const { codes, again } = await run(`
+    const [origin, where] = process.argv.slice(2);
+    const wish = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
+                                param_thumb_width: 100 + number, param_thumb_user_data: number });
+    const other = new MRBBridge();
+    other.thumbnail_request_async(() => { throw new Error('a released object heard something'); },
+      JSON.stringify(wish(500)));
+    for (let number = 0; number < 100; ++number) request(wish(number));
+    quill.release(other);
+    const codes = (await answered(100)).map(({ thumb_error_code: code }) => code);
+    request(wish(1000));
+    finish({ codes, again: (await answered(101)).at(-1).thumb_error_code });`, of('picture.jpg'), folder());
+  assert.equal(codes.length, 100);
+  assert.ok(codes.every((code) => code === 100 || code === 101), codes);
+  assert.ok(codes.includes(101), 'all were answered before the other object was released');
+  assert.equal(again, 100);
+});
+
 test('1,000 requests with random cancels: each that was not taken back answers once', async () => {
   const where = folder();
   mkdirSync(path.join(where, 'bitmaps'));

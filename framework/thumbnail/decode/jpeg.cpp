@@ -10,6 +10,7 @@
 #include "thumbnail/decode/exif.h"
 #include "thumbnail/decode/limits.h"
 #include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/scratch.h"
 #include "thumbnail/decode/vips_library.h"
 
 namespace mrb::thumbnail {
@@ -136,7 +137,8 @@ Outcome decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orie
                  const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     const int applied = request.orientation != 0 ? request.orientation : orientation;
     const Size target = fit(original, turned({request.width, request.height}, applied));
-    Bytes pixels;
+    Scratch memory;
+    Bytes &pixels = *memory;
     Size scaled;
     int channels = 0;
     Outcome outcome = decoder.decode(target, pixels, scaled, channels);

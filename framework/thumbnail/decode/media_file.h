@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/descriptor.h"
@@ -9,7 +11,23 @@
 
 namespace mrb::thumbnail {
 
-using Bytes = std::vector<unsigned char>;
+// Leaves what a resize adds as it is: all of it is written next.
+template <typename Value>
+struct LeaveUnset : std::allocator<Value> {
+    template <typename Other>
+    struct rebind {
+        using other = LeaveUnset<Other>;
+    };
+    template <typename Other>
+    void construct(Other *place) noexcept {
+        ::new (static_cast<void *>(place)) Other;
+    }
+    template <typename Other, typename... Arguments>
+    void construct(Other *place, Arguments &&...arguments) {
+        std::construct_at(place, std::forward<Arguments>(arguments)...);
+    }
+};
+using Bytes = std::vector<unsigned char, LeaveUnset<unsigned char>>;
 
 // An open media file. Owned by the decoding of one request, used by its thread.
 // It is read, never mapped: a stick that is pulled out must be an error, not a

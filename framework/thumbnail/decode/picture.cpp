@@ -4,6 +4,7 @@
 
 #include "thumbnail/decode/jpeg.h"
 #include "thumbnail/decode/orientation.h"
+#include "thumbnail/decode/scratch.h"
 #include "thumbnail/decode/video.h"
 #include "thumbnail/decode/vips_picture.h"
 
@@ -30,7 +31,8 @@ Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSig
 
 Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
                           Decoded &decoded) {
-    Bytes data;
+    Scratch memory;
+    Bytes &data = *memory;
     Outcome outcome = file.read(HEAD_BYTES, stop, data);
     if (outcome.code != MRB_ERR_NONE) {
         return outcome;

@@ -7,6 +7,7 @@
 #include "thumbnail/decode/limits.h"
 #include "thumbnail/decode/picture.h"
 #include "thumbnail/decode/vips_library.h"
+#include "thumbnail/decode/webp.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -30,6 +31,26 @@ bool beginsLikePicture(ByteSpan data) {
 }
 
 constexpr std::string_view HEIF_ORIENTATION_IS_APPLIED = "VipsForeignLoadHeifBuffer";
+constexpr std::string_view WEBP = "VipsForeignLoadWebpBuffer";
+
+// Both make a picture of exactly this size, whose proportions may differ by a rounded pixel
+// from the original's. Null when they fail.
+VipsPicture scale(VipsImage *picture, Size target) {
+    VipsImage *small = nullptr;
+    vips_thumbnail_image(picture, &small, target.width, "height", target.height, "size", VIPS_SIZE_FORCE,
+                         "no_rotate", TRUE, nullptr);
+    return VipsPicture(small);
+}
+
+// Where the format lets it, with a smaller picture that is in the file.
+VipsPicture readScaled(ByteSpan data, Size target) {
+    VipsImage *small = nullptr;
+    // What to fail on is said twice, since libvips 8.14 forgets it on the way to some loaders.
+    vips_thumbnail_buffer(const_cast<unsigned char *>(data.data()), data.size(), &small, target.width,
+                          "height", target.height, "size", VIPS_SIZE_FORCE, "no_rotate", TRUE, "fail_on",
+                          VIPS_FAIL_ON_TRUNCATED, "option_string", "fail_on=truncated", nullptr);
+    return VipsPicture(small);
+}
 
 } // namespace
 
@@ -44,30 +65,35 @@ Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSi
                    ? Outcome{MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."}
                    : Outcome{MRB_ERR_NOT_SUPPORTED, "The file is no picture of a known format."};
     }
-    const VipsPicture header(
-        vips_image_new_from_buffer(data.data(), data.size(), "", "access", VIPS_ACCESS_SEQUENTIAL, nullptr));
-    if (!header) {
-        return vipsFailure();
+    const bool isWebp = found == WEBP;
+    VipsPicture picture;
+    Size size = isWebp ? sizeOfWebp(data) : Size();
+    if (!isWebp) {
+        picture.reset(vips_image_new_from_buffer(data.data(), data.size(), "", "access",
+                                                 VIPS_ACCESS_SEQUENTIAL, nullptr));
+        if (!picture) {
+            return vipsFailure();
+        }
+        size = {vips_image_get_width(picture.get()), vips_image_get_height(picture.get())};
     }
-    const Size size{vips_image_get_width(header.get()), vips_image_get_height(header.get())};
-    Outcome allowed = checkPictureSize(size.width, size.height,
-                                       static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_PEL(header.get())));
-    if (allowed.code != MRB_ERR_NONE) {
-        return allowed;
+    Outcome outcome =
+        checkPictureSize(size.width, size.height,
+                         isWebp ? 4 : static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_PEL(picture.get())));
+    if (outcome.code == MRB_ERR_NONE && isWebp) {
+        outcome = openWebp(data, size, {request.width, request.height}, picture);
     }
-    const int stored = found == HEIF_ORIENTATION_IS_APPLIED ? 1 : vips_image_get_orientation(header.get());
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const int stored = found == HEIF_ORIENTATION_IS_APPLIED ? 1 : vips_image_get_orientation(picture.get());
     const int applied = request.orientation != 0 ? request.orientation : stored;
     const Size target = fit(size, turned({request.width, request.height}, applied));
-    VipsImage *small = nullptr;
-    // The size is exact, so its proportions may differ by a rounded pixel from the original's.
-    // What to fail on is said twice, since libvips 8.14 forgets it on the way to some loaders.
-    if (vips_thumbnail_buffer(const_cast<unsigned char *>(data.data()), data.size(), &small, target.width,
-                              "height", target.height, "size", VIPS_SIZE_FORCE, "no_rotate", TRUE, "fail_on",
-                              VIPS_FAIL_ON_TRUNCATED, "option_string", "fail_on=truncated", nullptr) != 0) {
+    picture = isWebp ? scale(picture.get(), target) : readScaled(data, target);
+    if (!picture) {
         return vipsFailure();
     }
     Image image;
-    Outcome outcome = render(VipsPicture(small), stop, image);
+    outcome = render(std::move(picture), stop, image);
     if (outcome.code == MRB_ERR_NONE) {
         addImage(std::move(image), size, stored, request, decoded);
     }

@@ -1,0 +1,40 @@
+#include "thumbnail/decode/scratch.h"
+
+#include <array>
+#include <utility>
+
+namespace mrb::thumbnail {
+namespace {
+
+// A camera's picture as a file, or at the scale at which it is decoded, fits in.
+constexpr std::size_t MOST_KEPT = 8 << 20;
+
+// As many as a picture needs at once.
+using Kept = std::array<Bytes, 2>;
+
+Kept &kept() {
+    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): it ends with its thread, a worker
+    static thread_local Kept buffers;
+    return buffers;
+}
+
+} // namespace
+
+Scratch::Scratch() noexcept {
+    for (Bytes &buffer : kept()) {
+        if (buffer.capacity() > bytes_.capacity()) {
+            std::swap(buffer, bytes_);
+        }
+    }
+}
+
+Scratch::~Scratch() {
+    bytes_.clear();
+    for (Bytes &buffer : kept()) {
+        if (bytes_.capacity() <= MOST_KEPT && bytes_.capacity() > buffer.capacity()) {
+            std::swap(buffer, bytes_);
+        }
+    }
+}
+
+} // namespace mrb::thumbnail

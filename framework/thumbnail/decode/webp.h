@@ -1,0 +1,18 @@
+#pragma once
+
+#include "thumbnail/decode/fit.h"
+#include "thumbnail/decode/jpeg_segments.h"
+#include "thumbnail/decode/vips_library.h"
+
+namespace mrb::thumbnail {
+
+// The size in a WebP file's first chunk (RFC 9649); no pixels when the data end before it.
+// libvips makes room for the whole picture as soon as it opens one, so it must not see
+// those that are too large.
+Size sizeOfWebp(ByteSpan data);
+
+// Opens a WebP file of this size, scaled down while it is decoded, to no less than it has
+// in the box.
+Outcome openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture);
+
+} // namespace mrb::thumbnail
