@@ -30,6 +30,8 @@ long long bytes(std::uint64_t blocks, std::uint64_t size) {
 
 } // namespace
 
+bool canBeMeasured(const Device &device) { return !device.mountPath.empty(); }
+
 void measure(Device &device) {
     if (device.mountPath.empty()) {
         return;

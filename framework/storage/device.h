@@ -31,8 +31,12 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
+// Whether there is somebody to ask for its sizes.
+bool canBeMeasured(const Device &device);
+
 // Asks the file system that the device is mounted with for its sizes; what it does
-// not answer stays as it was. May wait for the device.
+// not answer stays as it was. May wait for the device, for ever when it is dying: a
+// SizeGauge asks in time. Any thread.
 void measure(Device &device);
 
 } // namespace mrb
