@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "storage/cameras.h"
 #include "storage/device_table.h"
 #include "storage/local_storage.h"
 #include "support/plugged_devices.h"
@@ -109,4 +110,20 @@ TEST_F(DeviceLoss, AFileSystemThatWasMadeAnewIsAChange) {
     loseEventsOf(partition);
     change(partition, "ID_FS_LABEL_ENC", "WORK");
     EXPECT_EQ(look(storage), "~WORK ");
+}
+
+TEST_F(DeviceLoss, ACameraInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string camera = addCamera("0000", "0000");
+    mrb::Cameras cameras;
+    EXPECT_EQ(look(cameras), "+Camera 1 ");
+    loseEventsOf(camera);
+    change(camera, "DEVNUM", "008");
+    change(camera, "ID_MODEL_ENC", "Camera\\x202");
+    EXPECT_EQ(look(cameras), "-Camera 1 +Camera 2 ");
+    loseEventsOf(camera);
+    remove(camera);
+    EXPECT_EQ(look(cameras), "-Camera 2 ");
 }
