@@ -20,6 +20,8 @@ pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 # What thumbnails are decoded with besides.
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
 pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+# Cameras.
+pkg_check_modules(GPHOTO REQUIRED IMPORTED_TARGET libgphoto2)
 # The network's media servers.
 pkg_check_modules(GUPNP REQUIRED IMPORTED_TARGET gupnp-1.6 libxml-2.0)
 pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale)

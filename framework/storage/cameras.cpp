@@ -1,7 +1,10 @@
 #include "storage/cameras.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <set>
+#include <utility>
 
 namespace mrb {
 namespace {
@@ -19,6 +22,22 @@ std::string firstOf(const std::string &first, const std::string &second) {
     return first.empty() ? second : first;
 }
 
+// "04a9" as a number; 0 when it is none.
+int hexadecimal(const std::string &text) {
+    int number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number, 16);
+    return number;
+}
+
+// As libgphoto2 writes it.
+std::string portOf(int bus, int address) {
+    const auto three = [](int number) {
+        const std::string digits = std::to_string(number);
+        return std::string(3 - std::min<std::size_t>(digits.size(), 3), '0') + digits;
+    };
+    return "usb:" + three(bus) + ',' + three(address);
+}
+
 Device describe(udev_device *usb) {
     Device device;
     device.kind = DeviceKind::CAMERA;
@@ -29,6 +48,11 @@ Device describe(udev_device *usb) {
     device.serial = firstOf(udevProperty(usb, "ID_SERIAL_SHORT"), udevAttribute(usb, "serial"));
     const std::string model = firstOf(udevMakersText(usb, "ID_MODEL"), udevAttribute(usb, "product"));
     device.name = firstOf(model, firstOf(device.vendor, "PTP"));
+    device.camera.port = portOf(device.bus, device.address);
+    device.camera.vendor =
+        hexadecimal(firstOf(udevProperty(usb, "ID_VENDOR_ID"), udevAttribute(usb, "idVendor")));
+    device.camera.product =
+        hexadecimal(firstOf(udevProperty(usb, "ID_MODEL_ID"), udevAttribute(usb, "idProduct")));
     const std::string port = std::to_string(device.bus) + ',' + std::to_string(device.address);
     device.id = "ptp:" + firstOf(device.serial, "usb:" + port);
     return device;
@@ -38,6 +62,7 @@ Device describe(udev_device *usb) {
 
 void Cameras::addDescriptors(std::vector<pollfd> &waited) const {
     waited.push_back({udev_.number(), POLLIN, 0});
+    waited.push_back({names_.number(), POLLIN, 0});
 }
 
 void Cameras::look(DeviceTable &table) {
@@ -45,26 +70,60 @@ void Cameras::look(DeviceTable &table) {
     for (const UdevDevice &usb : udev_.events(lost)) {
         const char *action = udev_device_get_action(usb.get());
         if (action != nullptr && std::strcmp(action, "remove") == 0) {
-            table.remove(keyOf(usb.get()));
+            detach(table, keyOf(usb.get()));
         } else if (isCamera(usb.get())) {
-            table.set(keyOf(usb.get()), describe(usb.get()));
+            attach(table, usb.get());
         }
     }
     if (lost) {
         lookAtAll(table);
         hasLooked_ = true;
     }
-}
-
-void Cameras::lookAtAll(DeviceTable &table) const {
-    std::set<std::string> there;
-    for (const UdevDevice &usb : udev_.devices()) {
-        if (isCamera(usb.get())) {
-            there.insert(keyOf(usb.get()));
-            table.set(keyOf(usb.get()), describe(usb.get()));
+    for (const CameraNames::Answer &answer : names_.answers()) {
+        const auto camera = cameras_.find(answer.key);
+        if (camera != cameras_.end() && camera->second.camera == answer.address) {
+            camera->second.name = answer.name;
+            table.set(answer.key, camera->second);
         }
     }
-    table.keep(WORD, [&there](const std::string &key) { return there.contains(key); });
+}
+
+void Cameras::attach(DeviceTable &table, udev_device *usb) {
+    const std::string key = keyOf(usb);
+    Device device = describe(usb);
+    const auto known = cameras_.find(key);
+    if (known != cameras_.end() && known->second.camera == device.camera) {
+        device.name = known->second.name;
+    } else {
+        detach(table, key); // one that was there before, and whose removal was not heard of
+        names_.ask(key, device.camera, device.name);
+    }
+    table.set(key, device);
+    cameras_[key] = std::move(device);
+}
+
+void Cameras::detach(DeviceTable &table, const std::string &key) {
+    cameras_.erase(key);
+    table.remove(key);
+}
+
+void Cameras::lookAtAll(DeviceTable &table) {
+    std::set<std::string> there;
+    const std::vector<UdevDevice> devices = udev_.devices();
+    for (const UdevDevice &usb : devices) {
+        if (isCamera(usb.get())) {
+            there.insert(keyOf(usb.get()));
+        }
+    }
+    // First what has left: another may be in its place.
+    const auto isThere = [&there](const std::string &key) { return there.contains(key); };
+    table.keep(WORD, isThere);
+    std::erase_if(cameras_, [&isThere](const auto &camera) { return !isThere(camera.first); });
+    for (const UdevDevice &usb : devices) {
+        if (isCamera(usb.get())) {
+            attach(table, usb.get());
+        }
+    }
 }
 
 } // namespace mrb

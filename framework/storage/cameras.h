@@ -1,22 +1,31 @@
 #pragma once
 
+#include <map>
+#include <string>
+
+#include "storage/camera_names.h"
 #include "storage/device_source.h"
 #include "storage/udev.h"
 
 namespace mrb {
 
-// Cameras and players that speak PTP, known by the mark that gphoto's rules give them.
-// Owned by the DeviceService; one thread at a time.
+// Cameras and players that speak PTP, known by the mark that gphoto's rules give them,
+// and called as libgphoto2 calls them as soon as that is known. Owned by the
+// DeviceService; one thread at a time.
 class Cameras final : public DeviceSource {
   public:
     void addDescriptors(std::vector<pollfd> &waited) const override;
     void look(DeviceTable &table) override;
 
   private:
-    void lookAtAll(DeviceTable &table) const;
+    void attach(DeviceTable &table, udev_device *usb);
+    void detach(DeviceTable &table, const std::string &key);
+    void lookAtAll(DeviceTable &table);
 
     Udev udev_{"usb", "usb_device"};
     bool hasLooked_ = false;
+    std::map<std::string, Device> cameras_; // as they are in the table, by their keys
+    CameraNames names_;
 };
 
 } // namespace mrb

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "camera/camera_library.h"
 #include "mrb/storage.h"
 
 namespace mrb {
@@ -19,6 +20,7 @@ struct Device {
     std::string vendor;
     std::string label;
     std::string ip;          // of a server
+    CameraAddress camera;    // of a camera
     long long available = 0; // bytes
     long long total = 0;     // bytes
     int mountId = 0;         // of mountPath, to know it from what is mounted there later; 0: none
@@ -31,8 +33,12 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
-// Asks the file system that the device is mounted with for its sizes; what it does
-// not answer stays as it was. May wait for the device.
+// Whether there is somebody to ask for its sizes.
+bool canBeMeasured(const Device &device);
+
+// Asks the camera, or the file system that the device is mounted with, for its sizes;
+// what it does not answer stays as it was. May wait for the device, for ever when it is dying: a
+// SizeGauge asks in time. Any thread.
 void measure(Device &device);
 
 } // namespace mrb

@@ -25,7 +25,9 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
         devices = table_.list(kind);
     }
     // Outside of the lock: a device may be slow.
-    std::ranges::for_each(devices, measure);
+    SizeGauge::instance().measure(devices);
+    const std::lock_guard guard(looking_);
+    std::ranges::for_each(devices, [this](const Device &measured) { table_.keepSizes(measured); });
     return devices;
 }
 

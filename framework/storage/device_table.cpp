@@ -9,7 +9,7 @@ void DeviceTable::set(const std::string &key, Device device) {
     Device &known = place->second;
     if (isNew) {
         device.index = takeIndex();
-        measure(device);
+        measureMount(device);
         known = std::move(device);
         notices_.push_back({MRB_STORAGE_EVENT_ADDED, known});
         return;
@@ -19,11 +19,17 @@ void DeviceTable::set(const std::string &key, Device device) {
         device.available = known.available;
         device.total = known.total;
     } else {
-        measure(device);
+        measureMount(device);
     }
     if (device != known) {
         known = std::move(device);
         notices_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
+    }
+}
+
+void DeviceTable::measureMount(Device &device) {
+    if (!device.mountPath.empty()) {
+        gauge_.measure({&device, 1});
     }
 }
 
@@ -33,6 +39,16 @@ void DeviceTable::remove(const std::string &key) {
         indexes_.erase(found->second.index);
         notices_.push_back({MRB_STORAGE_EVENT_REMOVED, std::move(found->second)});
         devices_.erase(found);
+    }
+}
+
+void DeviceTable::keepSizes(const Device &measured) {
+    for (auto &[key, device] : devices_) {
+        if (device.index == measured.index && device.id == measured.id &&
+            device.mountPath == measured.mountPath && device.mountId == measured.mountId) {
+            device.available = measured.available;
+            device.total = measured.total;
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "storage/device.h"
+#include "storage/size_gauge.h"
 
 namespace mrb {
 
@@ -21,8 +22,11 @@ struct Notice {
 // the DeviceService; one thread at a time.
 class DeviceTable {
   public:
+    explicit DeviceTable(SizeGauge &gauge = SizeGauge::instance()) : gauge_(gauge) {}
+
     // The device is there, and like this. Its sizes are measured when it is mounted
-    // anew; that sizes differ is no change.
+    // anew; that sizes differ is no change. Cameras are asked for lists only: that
+    // takes them away from other programs.
     void set(const std::string &key, Device device);
 
     [[nodiscard]] bool contains(const std::string &key) const { return devices_.contains(key); }
@@ -42,6 +46,9 @@ class DeviceTable {
         }
     }
 
+    // What was measured of a device of list(), if it is still mounted there.
+    void keepSizes(const Device &measured);
+
     // Those of a kind, in the order of their indexes.
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;
 
@@ -50,7 +57,9 @@ class DeviceTable {
 
   private:
     int takeIndex();
+    void measureMount(Device &device);
 
+    SizeGauge &gauge_;
     std::map<std::string, Device> devices_;
     std::set<int> indexes_; // those in use
     std::vector<Notice> notices_;

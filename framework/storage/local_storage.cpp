@@ -30,8 +30,12 @@ std::string keyOf(dev_t number) {
     return BLOCK + std::to_string(major(number)) + ':' + std::to_string(minor(number));
 }
 
-// The id makes it another device when something else was mounted there meanwhile.
-std::string keyOf(const MountEntry &mount) { return MOUNT + std::to_string(mount.id) + ':' + mount.place; }
+// Another device when something else was mounted there meanwhile; the kernel gives the
+// number of a mount that is gone to the next one, so that is not enough.
+std::string keyOf(const MountEntry &mount) {
+    return MOUNT + std::to_string(mount.id) + ':' + std::to_string(mount.device) + ':' + mount.type + ':' +
+           mount.source + ':' + mount.place;
+}
 
 // The number of the block device that is mounted; 0 when it is none. Some file systems
 // have a number of their own, and only their source leads to the device.
@@ -44,6 +48,12 @@ dev_t deviceOf(const MountEntry &mount) {
                    S_ISBLK(source.st_mode)
                ? source.st_rdev
                : 0;
+}
+
+// Not its file system, which may be made anew. Attached again it has another address.
+bool isSameStick(const Device &one, const Device &other) {
+    return one.bus == other.bus && one.address == other.address && one.serial == other.serial &&
+           one.vendor == other.vendor;
 }
 
 bool isInAPlaceForMedia(const MountEntry &mount) {
@@ -72,11 +82,15 @@ Device deviceOfPlace(const MountEntry &mount) {
     return device;
 }
 
-Descriptor openMounts() { return Descriptor(open(MOUNT_TABLE_FILE, O_RDONLY | O_CLOEXEC)); }
+Descriptor openMounts(const std::string &table) {
+    return Descriptor(open(table.c_str(), O_RDONLY | O_CLOEXEC));
+}
 
 } // namespace
 
-LocalStorage::LocalStorage() : mountsToWaitFor_(openMounts()), mountsToAsk_(openMounts()) {
+LocalStorage::LocalStorage(std::string mounts)
+    : mountTable_(std::move(mounts)), mountsToWaitFor_(openMounts(mountTable_)),
+      mountsToAsk_(openMounts(mountTable_)) {
     if (!mountsToWaitFor_ || !mountsToAsk_) {
         MRB_LOG_WARNING("The system does not tell what is mounted: %s.", std::strerror(errno));
     }
@@ -107,7 +121,7 @@ void LocalStorage::look(DeviceTable &table) {
 bool LocalStorage::readMounts() {
     pollfd mounts{mountsToAsk_.number(), POLLPRI, 0};
     const bool isNews = poll(&mounts, 1, 0) > 0;
-    if ((hasLooked_ && !isNews) || !readMountEntries(mounts_)) {
+    if ((hasLooked_ && !isNews) || !readMountEntries(mounts_, mountTable_.c_str())) {
         return false;
     }
     mountOf_.clear();
@@ -145,21 +159,33 @@ void LocalStorage::hear(DeviceTable &table, udev_device *block) {
 void LocalStorage::attach(DeviceTable &table, udev_device *block) {
     const dev_t number = udev_device_get_devnum(block);
     Device device = describeBlock(block);
+    // Its removal may not have been heard, when there was too much to hear.
+    if (const auto known = blocks_.find(number);
+        known != blocks_.end() && !isSameStick(known->second, device)) {
+        table.remove(keyOf(number));
+    }
     setBlock(table, number, device);
     blocks_[number] = std::move(device);
 }
 
 void LocalStorage::lookAtAll(DeviceTable &table) {
-    const Blocks before = std::exchange(blocks_, {});
-    for (const UdevDevice &block : udev_.devices()) {
-        if (isRemovable(block.get()) && holdsFiles(block.get())) {
-            attach(table, block.get());
+    std::vector<UdevDevice> devices = udev_.devices();
+    std::erase_if(devices, [](const UdevDevice &block) {
+        return !isRemovable(block.get()) || !holdsFiles(block.get());
+    });
+    std::set<dev_t> there;
+    for (const UdevDevice &block : devices) {
+        there.insert(udev_device_get_devnum(block.get()));
+    }
+    // First what has left, as it happened.
+    for (auto each = blocks_.begin(); each != blocks_.end();) {
+        if (const dev_t number = (each++)->first; !there.contains(number)) {
+            table.remove(keyOf(number));
+            blocks_.erase(number);
         }
     }
-    for (const auto &[number, device] : before) {
-        if (!blocks_.contains(number)) {
-            table.remove(keyOf(number));
-        }
+    for (const UdevDevice &block : devices) {
+        attach(table, block.get());
     }
 }
 
@@ -178,14 +204,15 @@ void LocalStorage::setMounts(DeviceTable &table) {
         there.insert(keyOf(number));
         setBlock(table, number, device);
     }
+    std::vector<std::pair<std::string, Device>> found; // besides
     for (const MountEntry &mount : mounts_) {
         const dev_t number = deviceOf(mount);
         if (number == 0) {
             if (isInAPlaceForMedia(mount) && fileSystemNumber(mount.type) != MRB_FILE_SYSTEM_UNKNOWN) {
                 const std::string key = keyOf(mount);
-                there.insert(key);
-                if (!table.contains(key)) { // or nothing of it can have changed
-                    table.set(key, deviceOfPlace(mount));
+                // Nothing of one that is known can have changed.
+                if (there.insert(key).second && !table.contains(key)) {
+                    found.emplace_back(key, deviceOfPlace(mount));
                 }
             }
             continue;
@@ -199,12 +226,16 @@ void LocalStorage::setMounts(DeviceTable &table) {
             there.insert(keyOf(number));
             Device device = isRemovable(block.get()) ? describeBlock(block.get()) : deviceOfPlace(mount);
             describeMount(device, mount);
-            table.set(keyOf(number), std::move(device));
+            found.emplace_back(keyOf(number), std::move(device));
         }
     }
+    // First what has left: another may be in its place.
     const auto isThere = [&there](const std::string &key) { return there.contains(key); };
     table.keep(BLOCK, isThere);
     table.keep(MOUNT, isThere);
+    for (auto &[key, device] : found) {
+        table.set(key, std::move(device));
+    }
 }
 
 } // namespace mrb

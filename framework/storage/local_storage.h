@@ -17,7 +17,8 @@ namespace mrb {
 // Owned by the DeviceService; one thread at a time.
 class LocalStorage final : public DeviceSource {
   public:
-    LocalStorage();
+    // `mounts` names the table of mounts, of the form that the kernel gives it.
+    explicit LocalStorage(std::string mounts = MOUNT_TABLE_FILE);
     void addDescriptors(std::vector<pollfd> &waited) const override;
     void look(DeviceTable &table) override;
 
@@ -31,6 +32,7 @@ class LocalStorage final : public DeviceSource {
     void setBlock(DeviceTable &table, dev_t number, Device device) const;
     void setMounts(DeviceTable &table);
 
+    const std::string mountTable_;
     Udev udev_{"block"};
     bool hasLooked_ = false;
     Blocks blocks_; // those of udev's that are in the table

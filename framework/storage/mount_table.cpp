@@ -1,5 +1,7 @@
 #include "storage/mount_table.h"
 
+#include <algorithm>
+
 #include "storage/storage_id.h"
 #include "text/text.h"
 
@@ -10,12 +12,23 @@ std::string textOrNothing(const char *text) { return text != nullptr ? text : ""
 
 } // namespace
 
-MountTable readMountTable() {
+MountTable readMountTable(const char *file) {
     MountTable table(mnt_new_table());
-    if (table && mnt_table_parse_file(table.get(), MOUNT_TABLE_FILE) != 0) {
+    if (table && mnt_table_parse_file(table.get(), file) != 0) {
         table.reset();
     }
     return table;
+}
+
+libmnt_fs *mountHolding(libmnt_table *table, std::string path) {
+    for (;;) {
+        // Backwards: of several mounts at one place, the last one covers the others.
+        libmnt_fs *mount = mnt_table_find_target(table, path.c_str(), MNT_ITER_BACKWARD);
+        if (mount != nullptr || path.size() <= 1) {
+            return mount;
+        }
+        path.resize(std::max<std::size_t>(path.rfind('/'), 1));
+    }
 }
 
 MountEntry entryOf(libmnt_fs *mount) {
@@ -28,8 +41,8 @@ std::string storageIdOf(const MountEntry &mount) {
     return id.empty() ? displayText(mount.type + ':' + mount.source + ':' + mount.place) : id;
 }
 
-bool readMountEntries(std::vector<MountEntry> &entries) {
-    const MountTable table = readMountTable();
+bool readMountEntries(std::vector<MountEntry> &entries, const char *file) {
+    const MountTable table = readMountTable(file);
     const std::unique_ptr<libmnt_iter, MountRelease> each(mnt_new_iter(MNT_ITER_FORWARD));
     if (!table || !each) {
         return false;

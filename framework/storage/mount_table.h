@@ -17,8 +17,13 @@ using MountTable = std::unique_ptr<libmnt_table, MountRelease>;
 
 inline constexpr const char *MOUNT_TABLE_FILE = "/proc/self/mountinfo";
 
-// The mounts of this process; null when the system does not tell. Any thread.
-MountTable readMountTable();
+// The mounts of this process, or those that the file of the same form names; null when the system does not
+// tell. Any thread.
+MountTable readMountTable(const char *file = MOUNT_TABLE_FILE);
+
+// The mount that holds the absolute, normal path, or null. Reads the table alone: what
+// hangs is not waited for.
+libmnt_fs *mountHolding(libmnt_table *table, std::string path);
 
 // A line of the table.
 struct MountEntry {
@@ -35,6 +40,6 @@ MountEntry entryOf(libmnt_fs *mount);
 std::string storageIdOf(const MountEntry &mount);
 
 // All lines, the oldest first; false when the system does not tell.
-bool readMountEntries(std::vector<MountEntry> &entries);
+bool readMountEntries(std::vector<MountEntry> &entries, const char *file = MOUNT_TABLE_FILE);
 
 } // namespace mrb

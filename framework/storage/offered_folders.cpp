@@ -1,5 +1,6 @@
 #include "storage/offered_folders.h"
 
+#include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,15 +24,16 @@ namespace {
 constexpr std::uint32_t CHANGES =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
+// As the kernel knows it, which does not wait for a file system that hangs.
 bool isFolder(const std::string &path) {
-    struct stat facts {};
-    return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
+    struct statx facts {};
+    return statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE, &facts) == 0 &&
+           S_ISDIR(facts.stx_mode);
 }
 
 int fileSystemOf(const std::string &folder) {
     const MountTable table = readMountTable();
-    libmnt_fs *mount =
-        table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
+    libmnt_fs *mount = table ? mountHolding(table.get(), folder) : nullptr;
     return mount != nullptr ? fileSystemNumber(entryOf(mount).type) : MRB_FILE_SYSTEM_UNKNOWN;
 }
 

@@ -1,13 +1,12 @@
 // Devices that udev tells of, attached and pulled out through a testbed.
 
 #include <gtest/gtest.h>
-#include <umockdev.h>
 
 #include <string>
 #include <vector>
 
 #include "support/devices.h"
-#include "support/own_process.h"
+#include "support/plugged_devices.h"
 
 using support::DeviceListener;
 using support::listDevices;
@@ -15,76 +14,7 @@ using support::Surroundings;
 
 namespace {
 
-using Texts = std::vector<const char *>;
-
-// Sticks and cameras to plug in. The testbed keeps texts by name and value in turns.
-class DeviceUdev : public support::OwnProcess {
-  protected:
-    std::string add(const char *subsystem, const char *name, const std::string &parent, Texts attributes,
-                    Texts properties) {
-        attributes.push_back(nullptr);
-        properties.push_back(nullptr);
-        gchar *path = umockdev_testbed_add_devicev(
-            testbed(), subsystem, name, parent.empty() ? nullptr : parent.c_str(),
-            const_cast<gchar **>(attributes.data()), const_cast<gchar **>(properties.data()));
-        std::string added = path != nullptr ? path : "";
-        g_free(path);
-        EXPECT_NE(added, "");
-        return added;
-    }
-
-    std::string addUsb(const char *name = "1-2", Texts properties = {"DEVTYPE", "usb_device"}) {
-        return add("usb", name, "",
-                   {"busnum", "1", "devnum", "7", "manufacturer", "ACME", "product", "Key", "serial", "A1"},
-                   std::move(properties));
-    }
-
-    // What is without a file system at first, as when the kernel has found it and udev
-    // is still looking.
-    std::string addDisk(const std::string &usb, const char *number = "8:16") {
-        return add("block", "sdb", usb, {"dev", number, "size", "2048000", "removable", "1"},
-                   {"DEVTYPE", "disk", "DEVNAME", "/dev/sdb", "ID_BUS", "usb", "ID_PART_TABLE_TYPE", "dos",
-                    "MAJOR", "8", "MINOR", "16"});
-    }
-
-    std::string addPartition(const std::string &disk) {
-        return add("block", "sdb1", disk, {"dev", "8:17", "size", "2046000", "partition", "1"},
-                   {"DEVTYPE",         "partition",
-                    "DEVNAME",         "/dev/sdb1",
-                    "MAJOR",           "8",
-                    "MINOR",           "17",
-                    "ID_BUS",          "usb",
-                    "ID_VENDOR",       "ACME",
-                    "ID_VENDOR_ENC",   "ACME\\x20\\x20\\x20",
-                    "ID_MODEL",        "Key_3000",
-                    "ID_MODEL_ENC",    "Key\\x203000\\x20",
-                    "ID_SERIAL_SHORT", "0815",
-                    "ID_FS_USAGE",     "filesystem",
-                    "ID_FS_TYPE",      "vfat",
-                    "ID_FS_UUID",      "1234-ABCD",
-                    "ID_FS_LABEL",     "HOLIDAYS_1",
-                    "ID_FS_LABEL_ENC", "HOLIDAYS\\x201"});
-    }
-
-    void event(const std::string &device, const char *action) {
-        umockdev_testbed_uevent(testbed(), device.c_str(), action);
-    }
-
-    void remove(const std::string &device) { umockdev_testbed_remove_device(testbed(), device.c_str()); }
-
-    // Made in the child process only.
-    UMockdevTestbed *testbed() {
-        if (testbed_ == nullptr) {
-            testbed_ = umockdev_testbed_new();
-        }
-        return testbed_;
-    }
-
-    ~DeviceUdev() override { g_clear_object(&testbed_); }
-
-  private:
-    UMockdevTestbed *testbed_ = nullptr;
-};
+class DeviceUdev : public support::PluggedDevices {};
 
 } // namespace
 
@@ -146,9 +76,9 @@ TEST_F(DeviceUdev, WhatIsSaidTwiceHappensOnce) {
         return;
     }
     const std::string partition = addPartition(addDisk(addUsb()));
-    umockdev_testbed_set_property(testbed(), partition.c_str(), "ID_FS_USAGE", "other");
+    change(partition, "ID_FS_USAGE", "other");
     DeviceListener listener;
-    umockdev_testbed_set_property(testbed(), partition.c_str(), "ID_FS_USAGE", "filesystem");
+    change(partition, "ID_FS_USAGE", "filesystem");
     for (const char *action : {"add", "add", "change", "remove", "remove", "change", "remove"}) {
         event(partition, action);
     }
@@ -166,7 +96,7 @@ TEST_F(DeviceUdev, AFileSystemThatIsMadeAnewIsAChange) {
     }
     const std::string partition = addPartition(addDisk(addUsb()));
     DeviceListener listener;
-    umockdev_testbed_set_property(testbed(), partition.c_str(), "ID_FS_TYPE", "exfat");
+    change(partition, "ID_FS_TYPE", "exfat");
     event(partition, "change");
     const auto events = listener.waitFor(1);
     EXPECT_EQ(events.at(0).event, MRB_STORAGE_EVENT_CHANGED);

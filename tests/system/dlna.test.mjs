@@ -4,7 +4,7 @@ import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
 import { quill } from './harness.mjs';
-import { OWN_NETWORK, configuration } from './media_server.mjs';
+import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
 
 const PRELUDE = `
 const { spawn } = require('node:child_process');
@@ -72,6 +72,31 @@ test('a server that was there before the service is seen too', async () => {
     await until(4);
     finish(told.map((each) => each[1]?.storage_name ?? each));`, configuration('Steady'));
   assert.deepEqual(told, [20, 'Steady', 'Steady', 21]);
+});
+
+test('a server of another kind is seen when it starts, and is gone when it stops', async () => {
+  const file = rygelConfiguration('Shelf');
+  const told = await run(`
+    const { readFileSync } = require('node:fs');
+    const path = require('node:path');
+    const home = path.dirname(process.argv[2]);
+    watch();
+    begin();
+    await until(1);
+    const session = spawn('dbus-run-session', ['--', 'rygel', '-n', 'lo', '-c', process.argv[2]], { stdio: 'ignore',
+      env: { ...process.env, LD_PRELOAD: '', HOME: home, XDG_RUNTIME_DIR: home, XDG_CONFIG_HOME: home,
+             XDG_CACHE_HOME: home, XDG_DATA_HOME: home } });
+    await until(2);
+    // Without its bus it would end before it has said goodbye.
+    const children = readFileSync('/proc/' + session.pid + '/task/' + session.pid + '/children', 'utf8').trim();
+    for (const child of children.split(' ')) {
+      if (readFileSync('/proc/' + child + '/comm', 'utf8') === 'rygel\\n') process.kill(Number(child));
+    }
+    await until(3);
+    call('mrb_finalize_dlna_service');
+    await until(4);
+    finish(told.map((each) => (each.length ? [each[0], each[1].storage_name, each[1].storage_ip] : each)));`, file);
+  assert.deepEqual(told, [20, [0, 'Shelf', '127.0.0.1'], [1, 'Shelf', '127.0.0.1'], 21]);
 });
 
 test('a server that cannot be reached goes to the log, and nowhere else', async () => {

@@ -18,6 +18,17 @@ export function configuration(name) {
   return file;
 }
 
+/** The configuration of a server of another kind under this name, in a home of its own. */
+export function rygelConfiguration(name) {
+  const file = path.join(folder(), 'rygel.conf');
+  writeFileSync(file, ['[general]', 'ipv6=false', 'interface=lo', 'upnp-enabled=true',
+                       'media-engine=librygel-media-engine-simple.so',
+                       '[MediaExport]', 'enabled=true', `title=${name}`, `uris=${folder()}`,
+                       ...['Playbin', 'Tracker', 'Tracker3', 'GstLaunch', 'External']
+                         .flatMap((plugin) => [`[${plugin}]`, 'enabled=false']), ''].join('\n'));
+  return file;
+}
+
 /** Starts a server in the network of a client, a process. */
 export const serve = (client, file) =>
   spawn('nsenter', ['--target', String(client), '--user', '--preserve-credentials', '--net', 'env', '-u', 'LD_PRELOAD',

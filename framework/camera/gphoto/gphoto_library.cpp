@@ -1,0 +1,91 @@
+#include "camera/gphoto/gphoto_library.h"
+
+#include <stdexcept>
+
+#include "camera/gphoto/gphoto_camera.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// What libgphoto2 calls all that say they speak PTP, and nothing more of themselves.
+constexpr const char *ANY_CAMERA = "USB PTP Class Camera";
+
+constexpr const char *A_FOLDER = "Directory Browse";
+
+CameraAbilitiesList *loadDrivers() {
+    CameraAbilitiesList *list = nullptr;
+    const std::unique_ptr<GPContext, GphotoRelease> context(gp_context_new());
+    if (gp_abilities_list_new(&list) < GP_OK || gp_abilities_list_load(list, context.get()) < GP_OK ||
+        gp_abilities_list_count(list) <= 0) {
+        throw std::runtime_error("libgphoto2 has no drivers");
+    }
+    return list;
+}
+
+} // namespace
+
+GphotoLibrary::GphotoLibrary() : drivers_(loadDrivers()) {}
+
+CameraModel GphotoLibrary::modelOf(const CameraAddress &address) {
+    if (address.port.starts_with("disk:")) {
+        return {A_FOLDER, {}};
+    }
+    CameraModel any;
+    const int number = gp_abilities_list_count(drivers_.get());
+    for (int index = 0; index < number; ++index) {
+        CameraAbilities abilities{};
+        if (gp_abilities_list_get_abilities(drivers_.get(), index, &abilities) < GP_OK) {
+            continue;
+        }
+        if (address.vendor != 0 && abilities.usb_vendor == address.vendor &&
+            abilities.usb_product == address.product) {
+            return {abilities.model, displayText(abilities.model)};
+        }
+        if (std::string(ANY_CAMERA) == abilities.model) {
+            any.driver = ANY_CAMERA;
+        }
+    }
+    return any;
+}
+
+bool GphotoLibrary::findDriver(const std::string &driver, CameraAbilities &abilities) {
+    const int index = gp_abilities_list_lookup_model(drivers_.get(), driver.c_str());
+    return index >= 0 && gp_abilities_list_get_abilities(drivers_.get(), index, &abilities) >= GP_OK;
+}
+
+std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcome &outcome) {
+    const std::string driver = modelOf(address).driver;
+    const std::lock_guard guard(loading_);
+    CameraAbilities abilities{};
+    if (!findDriver(driver, abilities)) {
+        outcome = {MRB_ERR_NOT_SUPPORTED, "libgphoto2 has no driver \"" + driver + "\"."};
+        return nullptr;
+    }
+    GPPortInfoList *found = nullptr;
+    int code = gp_port_info_list_new(&found);
+    const std::unique_ptr<GPPortInfoList, GphotoRelease> ports(found);
+    if (code >= GP_OK) {
+        code = gp_port_info_list_load(ports.get());
+    }
+    const int index = code < GP_OK ? code : gp_port_info_list_lookup_path(ports.get(), address.port.c_str());
+    ::Camera *made = nullptr;
+    GPPortInfo info{};
+    code = index < GP_OK ? index : gp_port_info_list_get_info(ports.get(), index, &info);
+    if (code >= GP_OK) {
+        code = gp_camera_new(&made);
+    }
+    GphotoCamera::Handle camera(made);
+    if (code >= GP_OK) {
+        gp_camera_set_abilities(camera.get(), abilities);
+        gp_camera_set_port_info(camera.get(), info);
+        const std::unique_ptr<GPContext, GphotoRelease> context(gp_context_new());
+        code = gp_camera_init(camera.get(), context.get());
+    }
+    outcome = outcomeOfGphoto(code, address.port);
+    return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera)) : nullptr;
+}
+
+CameraLibrary *mrb_make_camera_library() { return new GphotoLibrary; }
+
+} // namespace mrb

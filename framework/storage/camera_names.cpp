@@ -1,0 +1,60 @@
+#include "storage/camera_names.h"
+
+#include <sys/eventfd.h>
+
+#include <exception>
+#include <mutex>
+#include <utility>
+
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+
+struct CameraNames::Mailbox {
+    Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    std::mutex lock; // guards what follows
+    std::vector<Answer> answers;
+};
+
+CameraNames::CameraNames() : mailbox_(std::make_shared<Mailbox>()) {}
+
+int CameraNames::number() const { return mailbox_->news.number(); }
+
+void CameraNames::ask(const std::string &key, const CameraAddress &address, const std::string &name) {
+    try {
+        startThread("mrb-camera", [mailbox = mailbox_, key, address, name] {
+            look(*mailbox, key, address, name);
+        }).detach();
+    } catch (const std::exception &failure) {
+        MRB_LOG_WARNING("The camera \"%s\" is shown as udev calls it: %s", name.c_str(), failure.what());
+    }
+}
+
+void CameraNames::look(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
+                       const std::string &name) {
+    try {
+        const CameraModel model = cameraLibrary().modelOf(address);
+        if (model.driver.empty()) {
+            MRB_LOG_WARNING("Nothing speaks with the camera \"%s\"; it is shown as udev knows it.",
+                            name.c_str());
+        }
+        if (!model.name.empty()) {
+            const std::lock_guard guard(mailbox.lock);
+            mailbox.answers.push_back({key, address, model.name});
+            eventfd_write(mailbox.news.number(), 1);
+        }
+    } catch (const std::exception &failure) {
+        MRB_LOG_WARNING("The camera \"%s\" is shown as udev knows it: %s", name.c_str(), failure.what());
+    }
+}
+
+std::vector<CameraNames::Answer> CameraNames::answers() {
+    eventfd_t ignored = 0;
+    eventfd_read(mailbox_->news.number(), &ignored);
+    const std::lock_guard guard(mailbox_->lock);
+    return std::exchange(mailbox_->answers, {});
+}
+
+} // namespace mrb

@@ -1,0 +1,135 @@
+#include "storage/size_gauge.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+namespace {
+
+// After so long without an answer the next device is asked on another thread.
+constexpr auto PATIENCE = std::chrono::milliseconds(50);
+
+constexpr auto LIMIT = std::chrono::milliseconds(300);
+
+// So many late answers are kept for who asks again; more are of devices that are gone.
+constexpr std::size_t MOST_LATE = 256;
+
+std::string keyOf(const Device &device) {
+    return std::to_string(device.mountId) + '\n' + device.id + '\n' + device.mountPath;
+}
+
+void takeSizes(Device &device, const Device &answer) {
+    device.available = answer.available;
+    device.total = answer.total;
+}
+
+} // namespace
+
+// A question, and then its answer.
+struct SizeGauge::Asked {
+    Device device;
+    bool isAnswered = false;
+};
+
+// The questions of one call, taken by its workers in turn.
+struct SizeGauge::Round {
+    std::vector<std::shared_ptr<Asked>> questions;
+    std::size_t taken = 0;
+    std::size_t answered = 0;
+};
+
+struct SizeGauge::State {
+    Ask ask;
+    std::mutex lock; // guards what follows, and all rounds
+    std::condition_variable change;
+    std::map<std::string, std::shared_ptr<Asked>> late; // those that nobody waited for
+};
+
+SizeGauge::SizeGauge(Ask ask, std::chrono::milliseconds limit)
+    : limit_(limit), state_(std::make_shared<State>()) {
+    state_->ask = std::move(ask);
+}
+
+SizeGauge &SizeGauge::instance() {
+    // Never destroyed: clients that come late still use it.
+    static SizeGauge &gauge = *new SizeGauge(mrb::measure, LIMIT);
+    return gauge;
+}
+
+void SizeGauge::measure(std::span<Device> devices) {
+    const auto deadline = std::chrono::steady_clock::now() + limit_;
+    const auto round = std::make_shared<Round>();
+    std::vector<Device *> waiting; // for the round's questions, one each
+    std::unique_lock guard(state_->lock);
+    for (Device &device : devices) {
+        if (const auto late = state_->late.find(keyOf(device)); late != state_->late.end()) {
+            if (!late->second->isAnswered) {
+                continue;
+            }
+            takeSizes(device, late->second->device);
+            state_->late.erase(late);
+        }
+        if (canBeMeasured(device)) {
+            round->questions.push_back(std::make_shared<Asked>(Asked{device}));
+            waiting.push_back(&device);
+        }
+    }
+    const std::size_t number = waiting.size();
+    while (round->answered < number && std::chrono::steady_clock::now() < deadline) {
+        if (round->taken < number) { // or those that were asked are slow
+            startWorker(round);
+        }
+        state_->change.wait_until(guard, std::min(deadline, std::chrono::steady_clock::now() + PATIENCE),
+                                  [&] { return round->answered == number; });
+    }
+    const std::size_t taken = std::exchange(round->taken, number); // The rest is asked another time.
+    if (state_->late.size() > MOST_LATE) {
+        std::erase_if(state_->late, [](const auto &each) { return each.second->isAnswered; });
+    }
+    for (std::size_t index = 0; index < taken; ++index) {
+        const std::shared_ptr<Asked> &asked = round->questions[index];
+        if (asked->isAnswered) {
+            takeSizes(*waiting[index], asked->device);
+        } else {
+            MRB_LOG_WARNING("\"%s\" does not tell its size; what was known of it is shown.",
+                            waiting[index]->name.c_str());
+            state_->late[keyOf(*waiting[index])] = asked;
+        }
+    }
+}
+
+// With the lock held.
+void SizeGauge::startWorker(const std::shared_ptr<Round> &round) {
+    try {
+        startThread("mrb-sizes", [state = state_, round] { work(*state, *round); }).detach();
+    } catch (const std::system_error &failure) {
+        MRB_LOG_WARNING("Sizes are not asked for: %s", failure.what());
+    }
+}
+
+void SizeGauge::work(State &state, Round &round) {
+    std::unique_lock guard(state.lock);
+    while (round.taken < round.questions.size()) {
+        const std::shared_ptr<Asked> asked = round.questions[round.taken++];
+        Device device = asked->device;
+        guard.unlock();
+        state.ask(device);
+        guard.lock();
+        asked->device = std::move(device);
+        asked->isAnswered = true;
+        if (++round.answered == round.questions.size()) {
+            state.change.notify_all();
+        }
+    }
+}
+
+} // namespace mrb

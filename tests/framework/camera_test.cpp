@@ -1,0 +1,174 @@
+// Cameras as libgphoto2 knows them: what they are called and what they have room for.
+
+#include <gtest/gtest.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+
+#include "camera/camera_library.h"
+#include "support/devices.h"
+#include "support/folder.h"
+#include "support/plugged_devices.h"
+
+using mrb::CameraAddress;
+using support::DeviceListener;
+using support::listDevices;
+using support::Surroundings;
+
+namespace {
+
+class CameraTest : public support::PluggedDevices {
+  protected:
+    static std::vector<support::Record> cameras() { return listDevices(MRB_STORAGE_KIND_PTP); }
+
+    static mrb::CameraLibrary &library() {
+        static mrb::CameraLibrary &made = *mrb::mrb_make_camera_library();
+        return made;
+    }
+    static CameraAddress folderCamera(const support::Folder &folder) {
+        return {"disk:" + folder.path(), 0, 0};
+    }
+};
+
+// What was written to the standard error meanwhile.
+template <typename Work>
+std::string logOf(Work work) {
+    testing::internal::CaptureStderr();
+    work();
+    return testing::internal::GetCapturedStderr();
+}
+
+std::size_t times(const std::string &text, const std::string &part) {
+    std::size_t number = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++number;
+    }
+    return number;
+}
+
+} // namespace
+
+TEST_F(CameraTest, IsToldAtOnceAndThenCalledAsItsMakerDoes) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    testbed();
+    DeviceListener listener;
+    const std::string camera = addCamera();
+    event(camera, "add");
+    const auto events = listener.waitFor(2);
+    EXPECT_EQ(events.at(0).event, MRB_STORAGE_EVENT_ADDED);
+    EXPECT_EQ(events.at(0).record.name, "Camera 1");
+    EXPECT_EQ(events.at(1).event, MRB_STORAGE_EVENT_CHANGED);
+    EXPECT_EQ(events.at(1).record.name, "Canon Digital IXUS 132");
+    EXPECT_EQ(events.at(1).record.id, "ptp:A1");
+    EXPECT_EQ(events.at(1).record.index, events.at(0).record.index);
+    EXPECT_EQ(cameras().at(0).name, "Canon Digital IXUS 132");
+}
+
+TEST_F(CameraTest, KeepsItsNameWhateverUdevSaysOfItLater) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    testbed();
+    DeviceListener listener;
+    const std::string camera = addCamera();
+    event(camera, "add");
+    listener.waitFor(2);
+    for (const char *action : {"bind", "change", "change"}) {
+        event(camera, action);
+    }
+    event(camera, "remove");
+    const auto events = listener.waitFor(3);
+    ASSERT_EQ(events.size(), 3U);
+    EXPECT_EQ(events[2].event, MRB_STORAGE_EVENT_REMOVED);
+    EXPECT_EQ(events[2].record.name, "Canon Digital IXUS 132");
+}
+
+TEST_F(CameraTest, ThatNobodyCanSpeakWithIsAsUdevKnowsItAndALineInTheLog) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    addCamera(); // which is not there for libgphoto2
+    const std::string log = logOf([] {
+        for (int round = 0; round < 3; ++round) {
+            const auto found = cameras();
+            ASSERT_EQ(found.size(), 1U);
+            EXPECT_EQ(found[0].vendor, "ACME");
+            EXPECT_EQ(found[0].total, 0);
+            EXPECT_EQ(found[0].available, 0);
+        }
+    });
+    EXPECT_EQ(times(log, "does not tell what it has room for: usb:001,007: "), 1U) << log;
+}
+
+TEST_F(CameraTest, AThousandArrivalsAndRemovalsAreEachToldOnce) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    constexpr std::size_t NUMBER = 1000;
+    constexpr std::size_t AT_ONCE = 4; // The testbed holds no more, and gives up when it must.
+    const std::string camera = addCamera("0000", "0000");
+    event(camera, "add");
+    DeviceListener listener;
+    for (std::size_t round = 0; round < NUMBER; ++round) {
+        event(camera, "remove");
+        event(camera, "add");
+        if (round % AT_ONCE == 0) {
+            listener.waitFor(2 * round + 2);
+        }
+    }
+    const auto events = listener.waitFor(2 * NUMBER);
+    ASSERT_EQ(events.size(), 2 * NUMBER);
+    for (std::size_t number = 0; number < events.size(); ++number) {
+        ASSERT_EQ(events[number].event, number % 2 == 0 ? MRB_STORAGE_EVENT_REMOVED : MRB_STORAGE_EVENT_ADDED)
+            << number;
+    }
+}
+
+TEST_F(CameraTest, ModelsAreKnownByTheirNumbers) {
+    EXPECT_EQ(library().modelOf({"usb:001,002", 0x04a9, 0x327d}).name, "Canon Digital IXUS 132");
+    const mrb::CameraModel other = library().modelOf({"usb:001,002", 1, 1});
+    EXPECT_EQ(other.name, "");
+    EXPECT_EQ(other.driver, "USB PTP Class Camera");
+}
+
+TEST_F(CameraTest, AFolderTellsWhatItsFileSystemHasRoomFor) {
+    const support::Folder folder;
+    mrb::Outcome outcome;
+    const auto camera = library().open(folderCamera(folder), outcome);
+    ASSERT_NE(camera, nullptr) << outcome.message;
+    mrb::CameraSizes sizes;
+    EXPECT_EQ(camera->readSizes(sizes).code, MRB_ERR_NONE);
+    struct statvfs facts {};
+    ASSERT_EQ(statvfs(folder.path().c_str(), &facts), 0);
+    const auto blocks = static_cast<long long>(facts.f_blocks);
+    const auto size = static_cast<long long>(facts.f_frsize);
+    EXPECT_EQ(sizes.total / (1 << 20), blocks * size / (1 << 20));
+    EXPECT_GT(sizes.available, 0);
+    EXPECT_LE(sizes.available, sizes.total);
+}
+
+TEST_F(CameraTest, IsOpenedAndLetGoAgainAndAgain) {
+    const support::Folder folder;
+    for (int round = 0; round < 20; ++round) {
+        mrb::Outcome outcome;
+        const auto camera = library().open(folderCamera(folder), outcome);
+        ASSERT_NE(camera, nullptr) << outcome.message;
+        EXPECT_EQ(outcome.code, MRB_ERR_NONE);
+        mrb::CameraSizes sizes;
+        EXPECT_EQ(camera->readSizes(sizes).code, MRB_ERR_NONE);
+    }
+}
+
+TEST_F(CameraTest, OneThatIsNotThereIsNotOpened) {
+    mrb::Outcome outcome;
+    EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, outcome), nullptr);
+    EXPECT_NE(outcome.code, MRB_ERR_NONE);
+    EXPECT_NE(outcome.message.find("usb:254,254: "), std::string::npos) << outcome.message;
+    EXPECT_EQ(library().open({"nowhere", 0x04a9, 0x327d}, outcome), nullptr);
+    EXPECT_EQ(outcome.code, MRB_ERR_NOT_FOUND);
+}

@@ -1,0 +1,129 @@
+// What udev told and nobody heard, because the system had to throw it away: the devices
+// are looked at anew, and nothing is lost or doubled.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "storage/cameras.h"
+#include "storage/device_table.h"
+#include "storage/local_storage.h"
+#include "support/plugged_devices.h"
+#include "support/udev_loss.h"
+
+using support::Surroundings;
+
+namespace {
+
+class DeviceLoss : public support::PluggedDevices {
+  protected:
+    // What the source finds: "+NAME ", "-NAME ", "~NAME ".
+    std::string look(mrb::DeviceSource &source) {
+        source.look(table_);
+        std::string told;
+        for (const mrb::Notice &notice : table_.takeNotices()) {
+            told += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+        }
+        return told;
+    }
+
+    // Events enough for none of them to be the only one.
+    void loseEventsOf(const std::string &device) {
+        for (const char *action : {"change", "remove", "add", "change"}) {
+            event(device, action);
+        }
+        support::loseUdevEvents();
+    }
+
+  private:
+    mrb::DeviceTable table_;
+};
+
+} // namespace
+
+TEST_F(DeviceLoss, AnArrivalThatWasNotHeardIsSeen) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    testbed();
+    mrb::LocalStorage storage;
+    EXPECT_EQ(look(storage), "");
+    loseEventsOf(addPartition(addDisk(addUsb())));
+    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(look(storage), "");
+}
+
+TEST_F(DeviceLoss, ARemovalThatWasNotHeardIsSeen) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string usb = addUsb();
+    const std::string disk = addDisk(usb);
+    const std::string partition = addPartition(disk);
+    mrb::LocalStorage storage;
+    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    loseEventsOf(partition);
+    for (const std::string &device : {partition, disk, usb}) {
+        remove(device);
+    }
+    EXPECT_EQ(look(storage), "-HOLIDAYS 1 ");
+    EXPECT_EQ(look(storage), "");
+}
+
+TEST_F(DeviceLoss, WhatIsThereBeforeAndAfterwardsIsNoNews) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string partition = addPartition(addDisk(addUsb()));
+    mrb::LocalStorage storage;
+    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    for (int round = 0; round < 4; ++round) {
+        loseEventsOf(partition);
+        EXPECT_EQ(look(storage), "");
+    }
+    event(partition, "remove");
+    EXPECT_EQ(look(storage), "-HOLIDAYS 1 ");
+}
+
+TEST_F(DeviceLoss, AStickInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string usb = addUsb();
+    const std::string partition = addPartition(addDisk(usb));
+    mrb::LocalStorage storage;
+    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    loseEventsOf(partition);
+    changeAttribute(usb, "devnum", "8");
+    change(partition, "ID_FS_LABEL_ENC", "WORK");
+    change(partition, "ID_FS_UUID", "5678-ABCD");
+    EXPECT_EQ(look(storage), "-HOLIDAYS 1 +WORK ");
+}
+
+TEST_F(DeviceLoss, AFileSystemThatWasMadeAnewIsAChange) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string partition = addPartition(addDisk(addUsb()));
+    mrb::LocalStorage storage;
+    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    loseEventsOf(partition);
+    change(partition, "ID_FS_LABEL_ENC", "WORK");
+    EXPECT_EQ(look(storage), "~WORK ");
+}
+
+TEST_F(DeviceLoss, ACameraInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    const std::string camera = addCamera("0000", "0000");
+    mrb::Cameras cameras;
+    EXPECT_EQ(look(cameras), "+Camera 1 ");
+    loseEventsOf(camera);
+    change(camera, "DEVNUM", "008");
+    change(camera, "ID_MODEL_ENC", "Camera\\x202");
+    EXPECT_EQ(look(cameras), "-Camera 1 +Camera 2 ");
+    loseEventsOf(camera);
+    remove(camera);
+    EXPECT_EQ(look(cameras), "-Camera 2 ");
+}

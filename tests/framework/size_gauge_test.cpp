@@ -1,0 +1,207 @@
+// Sizes of devices that answer late or never. Who is asked is the test's own, and at
+// the end a file system whose program never answers.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <condition_variable>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "storage/device_table.h"
+#include "storage/offered_folders.h"
+#include "storage/size_gauge.h"
+#include "support/client.h"
+#include "support/devices.h"
+#include "support/folder.h"
+#include "support/own_process.h"
+
+using mrb::Device;
+using mrb::SizeGauge;
+using support::Surroundings;
+
+namespace {
+
+// Answers with the length of a device's name, unless it is told to hold a device.
+class Answers {
+  public:
+    void hold(const std::string &name) { set(name, true); }
+    void release(const std::string &name) { set(name, false); }
+    ~Answers() {
+        std::unique_lock guard(lock_);
+        held_.clear();
+        change_.notify_all();
+        change_.wait(guard, [this] { return busy_ == 0; });
+    }
+
+    void answer(Device &device) {
+        std::unique_lock guard(lock_);
+        ++busy_;
+        ++times_[device.name];
+        change_.notify_all();
+        change_.wait(guard, [&] { return !held_[device.name]; });
+        device.total = static_cast<long long>(device.name.size());
+        --busy_;
+        change_.notify_all();
+    }
+
+    int times(const std::string &name) {
+        const std::lock_guard guard(lock_);
+        return times_[name];
+    }
+    bool waitUntilIdle() {
+        std::unique_lock guard(lock_);
+        return change_.wait_for(guard, support::LIMIT, [this] { return busy_ == 0; });
+    }
+
+  private:
+    void set(const std::string &name, bool held) {
+        const std::lock_guard guard(lock_);
+        held_[name] = held;
+        change_.notify_all();
+    }
+
+    std::mutex lock_;
+    std::condition_variable change_;
+    std::map<std::string, bool> held_;
+    std::map<std::string, int> times_;
+    int busy_ = 0;
+};
+
+class Gauge : public support::OwnProcess {
+  protected:
+    static std::vector<Device> mounted(const std::vector<std::string> &names) {
+        std::vector<Device> devices;
+        for (const std::string &name : names) {
+            Device device;
+            device.name = name;
+            device.mountPath = "/" + name;
+            devices.push_back(device);
+        }
+        return devices;
+    }
+    std::vector<long long> totals(std::vector<Device> devices) {
+        gauge.measure(devices);
+        std::vector<long long> found;
+        found.reserve(devices.size());
+        for (const Device &device : devices) {
+            found.push_back(device.total);
+        }
+        return found;
+    }
+
+    Answers answers;
+    SizeGauge gauge{[this](Device &device) { answers.answer(device); }, std::chrono::milliseconds(300)};
+};
+
+using Totals = std::vector<long long>;
+
+} // namespace
+
+TEST_F(Gauge, AsksEachDeviceThatIsMounted) {
+    auto devices = mounted({"a", "bb", "ccc"});
+    devices[1].mountPath = "";
+    EXPECT_EQ(totals(devices), (Totals{1, 0, 3}));
+}
+
+TEST_F(Gauge, ADeviceThatHangsKeepsItsSizesAndHoldsNoOtherUp) {
+    auto devices = mounted({"a", "bb", "ccc", "dddd"});
+    devices[1].total = 99;
+    answers.hold("bb");
+    EXPECT_EQ(totals(devices), (Totals{1, 99, 3, 4}));
+}
+
+TEST_F(Gauge, WhatHangsIsAskedOnce) {
+    const auto devices = mounted({"bb"});
+    answers.hold("bb");
+    for (int round = 0; round < 50; ++round) {
+        EXPECT_EQ(totals(devices), (Totals{0}));
+    }
+    EXPECT_EQ(answers.times("bb"), 1);
+}
+
+TEST_F(Gauge, AnAnswerThatCameLateIsNotLost) {
+    const auto devices = mounted({"bb"});
+    answers.hold("bb");
+    EXPECT_EQ(totals(devices), (Totals{0}));
+    answers.release("bb");
+    ASSERT_TRUE(answers.waitUntilIdle());
+    EXPECT_EQ(totals(devices), (Totals{2}));
+    EXPECT_EQ(answers.times("bb"), 2);
+}
+
+TEST_F(Gauge, AThousandDevicesAreAllMeasured) {
+    std::vector<std::string> names;
+    for (int number = 0; number < 1000; ++number) {
+        names.push_back(std::to_string(number));
+    }
+    const Totals found = totals(mounted(names));
+    for (std::size_t number = 0; number < names.size(); ++number) {
+        EXPECT_EQ(found[number], static_cast<long long>(names[number].size())) << number;
+    }
+}
+
+TEST_F(Gauge, AnArrivalIsToldWithoutTheSizesOfADeviceThatHangs) {
+    answers.hold("bb");
+    mrb::DeviceTable table(gauge);
+    table.set("1", mounted({"bb"}).front());
+    table.set("2", mounted({"ccc"}).front());
+    const auto notices = table.takeNotices();
+    ASSERT_EQ(notices.size(), 2U);
+    EXPECT_EQ(notices[0].device.total, 0);
+    EXPECT_EQ(notices[1].device.total, 3);
+}
+
+TEST_F(Gauge, TheSizesOfTheLastListLeaveWithTheDevice) {
+    mrb::DeviceTable table(gauge);
+    table.set("1", mounted({"bb"}).front());
+    Device measured = table.list(mrb::DeviceKind::USB).front();
+    measured.total = 77;
+    table.keepSizes(measured);
+    measured.mountPath = "/elsewhere";
+    measured.total = 88;
+    table.keepSizes(measured);
+    table.remove("1");
+    EXPECT_EQ(table.takeNotices().at(1).device.total, 77);
+}
+
+namespace {
+
+// Where the system lends nobody the device of such file systems, as in most containers,
+// there are none to try.
+std::vector<const char *> silentFileSystems() {
+    const mrb::Descriptor device(open("/dev/fuse", O_RDWR | O_CLOEXEC));
+    return device ? std::vector{"fuse"} : std::vector<const char *>();
+}
+
+class SilentFileSystem : public support::OwnProcess, public testing::WithParamInterface<const char *> {};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SilentFileSystem);
+INSTANTIATE_TEST_SUITE_P(, SilentFileSystem, testing::ValuesIn(silentFileSystems()));
+
+} // namespace
+
+TEST_P(SilentFileSystem, HoldsNoListUp) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    support::Folder dead;
+    support::Folder living;
+    const mrb::Descriptor program(open("/dev/fuse", O_RDWR | O_CLOEXEC)); // nobody reads from it
+    const std::string options =
+        "fd=" + std::to_string(program.number()) + ",rootmode=40000,user_id=0,group_id=0";
+    ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
+    setenv(mrb::OFFERED_FOLDERS, (dead.path() + "\n" + living.path()).c_str(), 1);
+    for (int round = 0; round < 20; ++round) {
+        const auto devices = support::listDevices();
+        ASSERT_EQ(devices.size(), 2U);
+        EXPECT_EQ(devices[0].mountPath, dead.path());
+        EXPECT_EQ(devices[0].total, 0);
+        EXPECT_GT(devices[1].total, 0);
+    }
+    umount2(dead.path().c_str(), MNT_DETACH);
+}

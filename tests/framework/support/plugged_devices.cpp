@@ -1,0 +1,82 @@
+#include "support/plugged_devices.h"
+
+namespace support {
+
+PluggedDevices::~PluggedDevices() { g_clear_object(&testbed_); }
+
+UMockdevTestbed *PluggedDevices::testbed() {
+    if (testbed_ == nullptr) {
+        testbed_ = umockdev_testbed_new();
+    }
+    return testbed_;
+}
+
+std::string PluggedDevices::add(const char *subsystem, const char *name, const std::string &parent,
+                                Texts attributes, Texts properties) {
+    attributes.push_back(nullptr);
+    properties.push_back(nullptr);
+    gchar *path = umockdev_testbed_add_devicev(
+        testbed(), subsystem, name, parent.empty() ? nullptr : parent.c_str(),
+        const_cast<gchar **>(attributes.data()), const_cast<gchar **>(properties.data()));
+    std::string added = path != nullptr ? path : "";
+    g_free(path);
+    EXPECT_NE(added, "");
+    return added;
+}
+
+std::string PluggedDevices::addUsb(const char *name, Texts properties) {
+    return add("usb", name, "",
+               {"busnum", "1", "devnum", "7", "manufacturer", "ACME", "product", "Key", "serial", "A1"},
+               std::move(properties));
+}
+
+std::string PluggedDevices::addDisk(const std::string &usb, const char *number) {
+    return add("block", "sdb", usb, {"dev", number, "size", "2048000", "removable", "1"},
+               {"DEVTYPE", "disk", "DEVNAME", "/dev/sdb", "ID_BUS", "usb", "ID_PART_TABLE_TYPE", "dos",
+                "MAJOR", "8", "MINOR", "16"});
+}
+
+std::string PluggedDevices::addPartition(const std::string &disk) {
+    return add("block", "sdb1", disk, {"dev", "8:17", "size", "2046000", "partition", "1"},
+               {"DEVTYPE",         "partition",
+                "DEVNAME",         "/dev/sdb1",
+                "MAJOR",           "8",
+                "MINOR",           "17",
+                "ID_BUS",          "usb",
+                "ID_VENDOR",       "ACME",
+                "ID_VENDOR_ENC",   "ACME\\x20\\x20\\x20",
+                "ID_MODEL",        "Key_3000",
+                "ID_MODEL_ENC",    "Key\\x203000\\x20",
+                "ID_SERIAL_SHORT", "0815",
+                "ID_FS_USAGE",     "filesystem",
+                "ID_FS_TYPE",      "vfat",
+                "ID_FS_UUID",      "1234-ABCD",
+                "ID_FS_LABEL",     "HOLIDAYS_1",
+                "ID_FS_LABEL_ENC", "HOLIDAYS\\x201"});
+}
+
+std::string PluggedDevices::addCamera(const char *vendor, const char *product) {
+    return add("usb", "1-4", "",
+               {"busnum", "1", "devnum", "7", "manufacturer", "ACME", "product", "Camera", "serial", "A1",
+                "idVendor", vendor, "idProduct", product},
+               {"DEVTYPE", "usb_device", "ID_GPHOTO2", "1", "ID_MODEL", "Camera_1", "ID_MODEL_ENC",
+                "Camera\\x201", "BUSNUM", "001", "DEVNUM", "007"});
+}
+
+void PluggedDevices::event(const std::string &device, const char *action) {
+    umockdev_testbed_uevent(testbed(), device.c_str(), action);
+}
+
+void PluggedDevices::remove(const std::string &device) {
+    umockdev_testbed_remove_device(testbed(), device.c_str());
+}
+
+void PluggedDevices::change(const std::string &device, const char *property, const char *value) {
+    umockdev_testbed_set_property(testbed(), device.c_str(), property, value);
+}
+
+void PluggedDevices::changeAttribute(const std::string &device, const char *attribute, const char *value) {
+    umockdev_testbed_set_attribute(testbed(), device.c_str(), attribute, value);
+}
+
+} // namespace support

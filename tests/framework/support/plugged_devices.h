@@ -1,0 +1,42 @@
+#pragma once
+
+#include <umockdev.h>
+
+#include <string>
+#include <vector>
+
+#include "support/own_process.h"
+
+namespace support {
+
+using Texts = std::vector<const char *>;
+
+// Tests with sticks and cameras to plug in, inside of Surroundings::DEVICES. The testbed
+// keeps texts by name and value in turns.
+class PluggedDevices : public OwnProcess {
+  protected:
+    ~PluggedDevices() override;
+
+    std::string add(const char *subsystem, const char *name, const std::string &parent, Texts attributes,
+                    Texts properties);
+    std::string addUsb(const char *name = "1-2", Texts properties = {"DEVTYPE", "usb_device"});
+    // What is without a file system at first, as when the kernel has found it and udev
+    // is still looking.
+    std::string addDisk(const std::string &usb, const char *number = "8:16");
+    std::string addPartition(const std::string &disk);
+    // A camera at address 7 of bus 1, with numbers that libgphoto2 knows.
+    std::string addCamera(const char *vendor = "04a9", const char *product = "327d");
+
+    void event(const std::string &device, const char *action);
+    void remove(const std::string &device);
+    void change(const std::string &device, const char *property, const char *value);
+    void changeAttribute(const std::string &device, const char *attribute, const char *value);
+
+    // Made in the child process only.
+    UMockdevTestbed *testbed();
+
+  private:
+    UMockdevTestbed *testbed_ = nullptr;
+};
+
+} // namespace support
