@@ -79,7 +79,7 @@ JobEnd CopyJob::run(JobListener &listener) {
     CopyPlan plan;
     if (begin(listener, plan) && copy(plan, listener) == Step::GO_ON &&
         finishWaiting(listener) == Step::GO_ON) {
-        end(end_.outcome.code == MRB_ERR_NONE ? MRB_EVENT_SHARE_DONE : MRB_EVENT_SHARE_FAILED);
+        end(lastEvent());
     }
     // Before the last event is heard: whoever hears it finds nothing left behind.
     waiting_.clear();
@@ -88,6 +88,14 @@ JobEnd CopyJob::run(JobListener &listener) {
                         static_cast<unsigned long long>(failures_ - MOST_LOGGED));
     }
     return std::move(end_);
+}
+
+int CopyJob::lastEvent() const {
+    if (end_.outcome.code == MRB_ERR_NONE) {
+        return MRB_EVENT_SHARE_DONE;
+    }
+    // What goes away file by file is still there when the first of them is missed.
+    return source_.isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
 }
 
 bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {

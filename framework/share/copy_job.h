@@ -55,6 +55,8 @@ class CopyJob final : public Job {
     Step destinationFailed(int error, const std::string &name);
     void remember(const Outcome &outcome, const std::string &name);
     Step end(int event);
+    // Of a copy that looked at every item.
+    [[nodiscard]] int lastEvent() const;
     [[nodiscard]] bool isDestinationThere();
 
     std::shared_ptr<Opening> list_;
