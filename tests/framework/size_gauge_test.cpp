@@ -137,6 +137,7 @@ TEST_F(Gauge, AnAnswerThatCameLateIsNotLost) {
 
 TEST_F(Gauge, AThousandDevicesAreAllMeasured) {
     std::vector<std::string> names;
+    names.reserve(1000);
     for (int number = 0; number < 1000; ++number) {
         names.push_back(std::to_string(number));
     }

@@ -14,9 +14,13 @@ using Texts = std::vector<const char *>;
 // Tests with sticks and cameras to plug in, inside of Surroundings::DEVICES. The testbed
 // keeps texts by name and value in turns.
 class PluggedDevices : public OwnProcess {
-  protected:
+  public:
+    PluggedDevices() = default;
     ~PluggedDevices() override;
+    PluggedDevices(const PluggedDevices &) = delete;
+    PluggedDevices &operator=(const PluggedDevices &) = delete;
 
+  protected:
     std::string add(const char *subsystem, const char *name, const std::string &parent, Texts attributes,
                     Texts properties);
     std::string addUsb(const char *name = "1-2", Texts properties = {"DEVTYPE", "usb_device"});

@@ -7,6 +7,12 @@
 
 #if defined(__SANITIZE_THREAD__)
 
+#include <dlfcn.h>
+
+// It ends the process when a library that is named below is unloaded, as libgphoto2 does
+// with the drivers that it has asked what they are. This is what they bring along.
+[[gnu::constructor]] static void keepLibraries() { dlopen("libgd.so.3", RTLD_LAZY | RTLD_NODELETE); }
+
 extern "C" const char *__tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier): its name
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
