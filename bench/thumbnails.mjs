@@ -175,7 +175,8 @@ for (const [kind, name, count, ...options] of [['png', 'PNG', 12, '-quality', '7
 if (isWanted('mp4')) {
   const clips = files('mp4', 10, clip);
   const shown = path.join(folder, 'frame.png'); // the key frame in front of a tenth of the time
-  ffmpeg('-ss', String(Math.floor(CLIP_SECONDS / 10 / KEY_SECONDS) * KEY_SECONDS), '-i', clips[0], '-frames:v', '1', shown);
+  ffmpeg('-ss', String(Math.floor(CLIP_SECONDS / 10 / KEY_SECONDS) * KEY_SECONDS), '-i', clips[0], '-frames:v', '1',
+    '-vf', 'scale=in_color_matrix=bt709', shown); // what a film of this size is taken for
   against('full HD clip, one frame', clips, 1, [RIVALS.ffmpeg], shown);
   against('full HD clip, five frames', clips, 5, [RIVALS.ffmpeg], shown);
 }
