@@ -3,6 +3,7 @@
 #
 #     tools/setup.sh run      what ./run needs: build tools, libraries, Node.js
 #     tools/setup.sh test     that, and what ./test needs
+#     tools/setup.sh bench    that, and what bench/run compares with
 #
 # Asks only dpkg when nothing is missing: no network, no root, a few
 # milliseconds. Sourced by ./run and ./test, which call `setup run` or
@@ -22,6 +23,8 @@ setup_run_packages=(
 # clang-format's taste changes from version to version; the tree is in that of 14.
 setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
     umockdev libumockdev-dev iproute2 dbus minidlna rygel)
+# Other thumbnailers, with what they read WebP and HEIC by.
+setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2
@@ -134,13 +137,17 @@ setup_install() {
     [[ " $* " != *' minidlna '* ]] || setup_quiet_service minidlna
 }
 
-# setup run | setup test
+# setup run | setup test | setup bench
 setup() {
     local packages missing node why='building and running'
     packages=("${setup_run_packages[@]}")
-    if [[ $1 == test ]]; then
+    if [[ $1 != run ]]; then
         packages+=("${setup_test_packages[@]}")
         why='building and testing'
+    fi
+    if [[ $1 == bench ]]; then
+        packages+=("${setup_bench_packages[@]}")
+        why='building, testing and comparing'
     fi
     if ! command -v dpkg-query >/dev/null; then
         setup_fail "this is not Debian or Ubuntu (no dpkg-query); install by hand: ${packages[*]} nodejs libnode-dev"
@@ -156,7 +163,7 @@ setup() {
 
 if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
     case ${1-} in
-    run | test) setup "$1" ;;
-    *) setup_fail "usage: tools/setup.sh run|test" ;;
+    run | test | bench) setup "$1" ;;
+    *) setup_fail "usage: tools/setup.sh run|test|bench" ;;
     esac
 fi
