@@ -1,8 +1,12 @@
 #include "storage/udev.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <mutex>
 
 #include "base/log.h"
 #include "text/text.h"
@@ -12,6 +16,20 @@ namespace {
 
 // What a burst of events may take until it is read. The system may grant less.
 constexpr int BUFFER_BYTES = 8 << 20;
+
+// The folder in which udev keeps what it knows.
+constexpr const char *UDEV_FOLDER = "/run/udev";
+
+// Without udev, as in many containers, nothing fails: there is just never a device.
+void sayOnceWhatIsMissing() {
+    static std::once_flag said;
+    std::call_once(said, [] {
+        if (faccessat(AT_FDCWD, UDEV_FOLDER, R_OK | X_OK, AT_EACCESS) != 0) {
+            MRB_LOG_WARNING("udev tells nothing of devices, only mounts are known (%s: %s).", UDEV_FOLDER,
+                            std::strerror(errno));
+        }
+    });
+}
 
 // Takes the "\x20" out of a text that udev has encoded.
 std::string decoded(const std::string &text) {
@@ -69,6 +87,7 @@ udev_device *usbDeviceOf(udev_device *device) {
 Udev::Udev(const char *subsystem, const char *type)
     : subsystem_(subsystem), type_(type), context_(udev_new()),
       monitor_(context_ ? udev_monitor_new_from_netlink(context_.get(), "udev") : nullptr) {
+    sayOnceWhatIsMissing();
     if (monitor_) {
         udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), subsystem, type);
         udev_monitor_set_receive_buffer_size(monitor_.get(), BUFFER_BYTES);
