@@ -20,6 +20,15 @@ function(quill_target name)
   endif()
 endfunction()
 
+# quill_precompile(NAME HEADER...): headers that most files of a target need. Not where
+# it is shipped: optimised, g++ 12 takes code of its own strings in a precompiled header
+# for an overflow; and each file is built with its own headers alone somewhere.
+function(quill_precompile name)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_precompile_headers(${name} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
 # quill_seam(NAME VERSION): a shared library with a stable SONAME, lib<NAME>.so.1,
 # with no undefined symbols of its own making.
 function(quill_seam name)
