@@ -27,10 +27,28 @@ function again(env, command) {
     return `again: ${[...settings, ...command.map(quoted)].join(' ')}`;
 }
 
+/** The sum of counts. */
+function sum(counts) {
+    return {
+        passed: counts.reduce((total, count) => total + count.passed, 0),
+        failed: counts.reduce((total, count) => total + count.failed, 0),
+        details: counts.map((count) => count.details).filter(Boolean).join('\n'),
+    };
+}
+
 /** A GoogleTest program, or one that loads such tests and passes its environment on. */
 async function gtest(suite, root) {
+    const parts = suite.parts ?? 1;
+    const numbers = Array.from({ length: parts }, (_, number) => number);
+    return sum(await inParallel(numbers, cpus().length, (number) => gtestPart(suite, root, number, parts)));
+}
+
+/** One of the parts that GoogleTest deals the tests of a program out to. */
+async function gtestPart(suite, root, number, parts) {
     const folder = buildFolderOf(suite, root);
-    const report = join(root, 'build', 'test-logs', `${suite.name}-${suite.build}.json`);
+    const part = parts > 1 ? `${number + 1}` : '';
+    const log = logOf(suite, root, part);
+    const report = log.replace(/\.log$/, '.json');
     mkdirSync(dirname(report), { recursive: true });
     rmSync(report, { force: true });
     const inNode = suite.command[0] === 'node';
@@ -39,6 +57,7 @@ async function gtest(suite, root) {
     const env = {
         ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
         QUILL_BUILD: folder,
+        ...(part && { GTEST_TOTAL_SHARDS: `${parts}`, GTEST_SHARD_INDEX: `${number}` }),
         ...suite.env?.(folder),
     };
     const command = await withoutRandomAddresses(suite.build, words);
@@ -46,7 +65,7 @@ async function gtest(suite, root) {
         cwd: root,
         env: { ...env, GTEST_OUTPUT: `json:${report}`, GTEST_COLOR: 'no' },
         seconds: suite.seconds,
-        log: logOf(suite, root),
+        log,
     });
     let text = null;
     try {
@@ -81,11 +100,7 @@ async function node(suite, root) {
         const details = count.failed ? `${file}\n${count.details}\n${again(env, command)}` : '';
         return { ...count, details };
     });
-    return {
-        passed: counts.reduce((sum, count) => sum + count.passed, 0),
-        failed: counts.reduce((sum, count) => sum + count.failed, 0),
-        details: counts.map((count) => count.details).filter(Boolean).join('\n'),
-    };
+    return sum(counts);
 }
 
 /** A check passes or fails as one test. */
