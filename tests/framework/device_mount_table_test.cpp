@@ -70,7 +70,7 @@ TEST_F(DeviceMountTable, WhatIsMountedByAProgramHasTheFileSystemOfItsDevice) {
         return;
     }
     const std::string partition = addPartition(addDisk(addUsb()));
-    const std::string image = std::string(umockdev_testbed_get_root_dir(testbed())) + "/dev/sdb1";
+    const std::string image = rootFolder() + "/dev/sdb1";
     std::filesystem::create_directories(std::filesystem::path(image).parent_path());
     std::filesystem::remove(image);
     support::run({"truncate", "-s", "8M", image});

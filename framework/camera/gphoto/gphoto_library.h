@@ -11,7 +11,8 @@
 namespace mrb {
 
 struct GphotoRelease {
-    void operator()(::Camera *camera) const { gp_camera_unref(camera); }
+    // Not gp_camera_unref: that keeps a camera whose opening failed for ever.
+    void operator()(::Camera *camera) const { gp_camera_free(camera); }
     void operator()(CameraAbilitiesList *list) const { gp_abilities_list_free(list); }
     void operator()(GPPortInfoList *list) const { gp_port_info_list_free(list); }
     void operator()(GPContext *context) const { gp_context_unref(context); }

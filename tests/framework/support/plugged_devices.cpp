@@ -11,6 +11,13 @@ UMockdevTestbed *PluggedDevices::testbed() {
     return testbed_;
 }
 
+std::string PluggedDevices::rootFolder() {
+    gchar *path = umockdev_testbed_get_root_dir(testbed());
+    std::string root = path;
+    g_free(path);
+    return root;
+}
+
 std::string PluggedDevices::add(const char *subsystem, const char *name, const std::string &parent,
                                 Texts attributes, Texts properties) {
     attributes.push_back(nullptr);

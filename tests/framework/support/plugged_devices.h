@@ -38,6 +38,8 @@ class PluggedDevices : public OwnProcess {
 
     // Made in the child process only.
     UMockdevTestbed *testbed();
+    // The folder that holds what the testbed shows as /sys and /dev.
+    std::string rootFolder();
 
   private:
     UMockdevTestbed *testbed_ = nullptr;
