@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "camera/camera_library.h"
@@ -36,20 +34,6 @@ class CameraTest : public support::PluggedDevices {
         return {"disk:" + folder.path(), 0, 0};
     }
 };
-
-// Until no thread works with a camera: what it loads must not meet the end of the process.
-void awaitCameraThreads() {
-    const auto works = [](const std::filesystem::directory_entry &thread) {
-        std::string name;
-        std::getline(std::ifstream(thread.path() / "comm"), name);
-        return name == "mrb-camera" || name == "mrb-sizes";
-    };
-    const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
-    while (std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/task"), works)) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "A camera's thread does not end.";
-        std::this_thread::yield();
-    }
-}
 
 // What was written to the standard error meanwhile.
 template <typename Work>
@@ -85,7 +69,7 @@ TEST_F(CameraTest, IsToldAtOnceAndThenCalledAsItsMakerDoes) {
     EXPECT_EQ(events.at(1).record.id, "ptp:A1");
     EXPECT_EQ(events.at(1).record.index, events.at(0).record.index);
     EXPECT_EQ(cameras().at(0).name, "Canon Digital IXUS 132");
-    awaitCameraThreads();
+    support::awaitCameraThreads();
 }
 
 TEST_F(CameraTest, KeepsItsNameWhateverUdevSaysOfItLater) {
@@ -120,7 +104,7 @@ TEST_F(CameraTest, ThatNobodyCanSpeakWithIsAsUdevKnowsItAndALineInTheLog) {
             EXPECT_EQ(found[0].total, 0);
             EXPECT_EQ(found[0].available, 0);
         }
-        awaitCameraThreads();
+        support::awaitCameraThreads();
     });
     EXPECT_EQ(times(log, "does not tell what it has room for: usb:001,007: "), 1U) << log;
 }
@@ -147,7 +131,7 @@ TEST_F(CameraTest, AThousandArrivalsAndRemovalsAreEachToldOnce) {
         ASSERT_EQ(events[number].event, number % 2 == 0 ? MRB_STORAGE_EVENT_REMOVED : MRB_STORAGE_EVENT_ADDED)
             << number;
     }
-    awaitCameraThreads();
+    support::awaitCameraThreads();
 }
 
 TEST_F(CameraTest, ModelsAreKnownByTheirNumbers) {

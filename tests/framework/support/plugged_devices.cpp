@@ -1,8 +1,33 @@
 #include "support/plugged_devices.h"
 
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "support/client.h"
+
 namespace support {
 
-PluggedDevices::~PluggedDevices() { g_clear_object(&testbed_); }
+void awaitCameraThreads() {
+    const auto works = [](const std::filesystem::directory_entry &thread) {
+        std::string name;
+        std::getline(std::ifstream(thread.path() / "comm"), name);
+        return name == "mrb-camera" || name == "mrb-sizes";
+    };
+    const auto deadline = std::chrono::steady_clock::now() + LIMIT;
+    while (std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/task"), works)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "A camera's thread does not end.";
+        std::this_thread::yield();
+    }
+}
+
+PluggedDevices::~PluggedDevices() {
+    awaitCameraThreads();
+    g_clear_object(&testbed_);
+}
 
 UMockdevTestbed *PluggedDevices::testbed() {
     if (testbed_ == nullptr) {

@@ -11,6 +11,9 @@ namespace support {
 
 using Texts = std::vector<const char *>;
 
+// Until no thread works with a camera: what it loads must not meet the end of the process.
+void awaitCameraThreads();
+
 // Tests with sticks and cameras to plug in, inside of Surroundings::DEVICES. The testbed
 // keeps texts by name and value in turns.
 class PluggedDevices : public OwnProcess {
