@@ -53,6 +53,7 @@ void Opening::run() noexcept {
         events_.post(shared_from_this(), event);
         if (event == MRB_EVENT_LIST_READY) {
             handOverWatch();
+            prepareFields();
         } else {
             watch_.reset();
         }
@@ -61,6 +62,13 @@ void Opening::run() noexcept {
         }
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
+    }
+}
+
+// Somebody who sees the items asks about them next, and should not wait for libraries.
+void Opening::prepareFields() const noexcept {
+    if (!stopped() && list_.passed() > 0 && !source_->watchedRoot().empty()) {
+        loadReaders();
     }
 }
 

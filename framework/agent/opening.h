@@ -119,6 +119,7 @@ class Opening final : public EventTarget,
 
     void beginWatch();
     void handOverWatch() noexcept;
+    void prepareFields() const noexcept;
     FillResult fill();
     void sort(Outcome &outcome);
     void reportGrowth();

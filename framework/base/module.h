@@ -3,8 +3,8 @@
 namespace mrb {
 
 // A library of the framework's own that is loaded when it is first needed, since it
-// brings many others along. Never closed: these have threads and handlers that cannot
-// be taken back. Any thread may use it.
+// brings many others along. Never closed, nor torn down at the end of the process
+// (module_end.cpp): these have threads and handlers that cannot be taken back. Any thread may use it.
 class Module {
   public:
     // Opens the file of this name beside the library that this is part of.

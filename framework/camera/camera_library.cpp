@@ -1,11 +1,15 @@
 #include "camera/camera_library.h"
 
 #include "base/module.h"
+#include "metadata/read_metadata.h"
 
 namespace mrb {
 
 CameraLibrary &cameraLibrary() {
     static CameraLibrary &library = []() -> CameraLibrary & {
+        // libgphoto2 loads its drivers by itself, and some bring libheif and its encoders
+        // along. The readers load these as a module is to (base/module_end.cpp).
+        loadReaders();
         const Module module("libmrb-cameras.so");
         return *module.function<MakeCameraLibrary>(MAKE_CAMERA_LIBRARY_SYMBOL)();
     }();

@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include "metadata/read_metadata.h"
-
 namespace mrb {
 namespace {
 
@@ -37,7 +35,7 @@ Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRec
             return {};
         }
     }
-    outcome = readMetadata(file, item.name, fresh->facts);
+    reader_(file, item.name, fresh->facts, outcome);
     if (outcome.code == MRB_ERR_NONE) {
         fresh->isRead = true;
         cache_.store(Batch{{key, fresh->facts}});
@@ -66,13 +64,15 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         MediaFile file(&stopped);
         MediaRecord fresh = *record;
-        const bool isRead = file.open(item.path).code == MRB_ERR_NONE &&
-                            readMetadata(file, item.name, fresh.facts).code == MRB_ERR_NONE;
+        Outcome outcome = file.open(item.path);
+        if (outcome.code == MRB_ERR_NONE) {
+            reader_(file, item.name, fresh.facts, outcome);
+        }
         isWanted = !stopped();
         if (!isWanted) {
             continue; // and that may not be all there is
         }
-        if (isRead) {
+        if (outcome.code == MRB_ERR_NONE) {
             batch.emplace_back(keyNow(item, file), fresh.facts);
         }
         take(index, fresh);

@@ -9,6 +9,7 @@
 
 #include "base/result.h"
 #include "metadata/cache.h"
+#include "metadata/read_metadata.h"
 
 namespace mrb {
 
@@ -24,8 +25,9 @@ struct MediaItem {
 // the lock is never held while a file is read.
 class MediaLibrary {
   public:
-    explicit MediaLibrary(std::string folder = MetadataCache::folderOfEnvironment())
-        : cache_(std::move(folder)) {}
+    explicit MediaLibrary(std::string folder = MetadataCache::folderOfEnvironment(),
+                          ReadMetadata &reader = readMetadata)
+        : cache_(std::move(folder)), reader_(reader) {}
 
     // What is known of the file, which is read when it was not before.
     Outcome read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
@@ -49,6 +51,7 @@ class MediaLibrary {
 
   private:
     MetadataCache cache_;
+    ReadMetadata &reader_;
 };
 
 } // namespace mrb

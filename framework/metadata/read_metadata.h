@@ -1,17 +1,14 @@
 #pragma once
 
-#include <string>
-
-#include "base/result.h"
-#include "metadata/facts.h"
-#include "metadata/media_file.h"
+#include "metadata/reading.h"
 
 namespace mrb {
 
-// What the open `file` says of itself. `name` is its file name, which counts where
-// the bytes leave open what they are. A file that is damaged, empty or something else
-// says less, or nothing, and that is a success; a code other than MRB_ERR_NONE means
-// that it could not be read. Any thread.
-Outcome readMetadata(MediaFile &file, const std::string &name, Metadata &facts);
+// Reads by the readers, whose library is loaded when they are first asked for: that takes
+// some ten milliseconds. MRB_ERR_NOT_SUPPORTED when it cannot be. Any thread.
+ReadMetadata readMetadata;
+
+// Loads them, so that nobody waits for that later. Never throws; any thread.
+void loadReaders() noexcept;
 
 } // namespace mrb

@@ -11,7 +11,7 @@
 #include <variant>
 
 #include "metadata/media_file.h"
-#include "metadata/read_metadata.h"
+#include "metadata/reading.h"
 
 namespace {
 
@@ -47,7 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     mrb::MediaFile media;
     mrb::Metadata facts;
     require(media.open("/proc/self/fd/" + std::to_string(file)).code == MRB_ERR_NONE);
-    if (mrb::readMetadata(media, NAMES[size % std::size(NAMES)], facts).code == MRB_ERR_NONE) {
+    mrb::Outcome outcome;
+    mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], facts, outcome);
+    if (outcome.code == MRB_ERR_NONE) {
         expectPresentable(facts);
     }
     close(file);

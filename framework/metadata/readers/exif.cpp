@@ -1,4 +1,4 @@
-#include "metadata/exif.h"
+#include "metadata/readers/exif.h"
 
 #include <libexif/exif-data.h>
 

@@ -1,8 +1,8 @@
 // JPEG: the markers in front of the picture, ISO/IEC 10918-1, annex B.
 
 #include "metadata/byte_order.h"
-#include "metadata/exif.h"
-#include "metadata/readers.h"
+#include "metadata/readers/exif.h"
+#include "metadata/readers/readers.h"
 
 namespace mrb {
 namespace {

@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "metadata/byte_order.h"
-#include "metadata/exif.h"
-#include "metadata/readers.h"
+#include "metadata/readers/exif.h"
+#include "metadata/readers/readers.h"
 
 namespace mrb {
 namespace {

@@ -1,4 +1,4 @@
-#include "metadata/signature.h"
+#include "metadata/readers/signature.h"
 
 #include "media/media_types.h"
 #include "mrb/agent.h"

@@ -14,7 +14,7 @@ extern "C" {
 
 #include "media/media_types.h"
 #include "metadata/formats.h"
-#include "metadata/readers.h"
+#include "metadata/readers/readers.h"
 
 namespace mrb {
 namespace {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "metadata/exif.h"
-#include "metadata/readers.h"
+#include "metadata/readers/exif.h"
+#include "metadata/readers/readers.h"
 
 namespace mrb {
 namespace {

@@ -22,8 +22,8 @@
 #include <charconv>
 
 #include "media/media_types.h"
-#include "metadata/music_stream.h"
-#include "metadata/readers.h"
+#include "metadata/readers/music_stream.h"
+#include "metadata/readers/readers.h"
 
 namespace mrb {
 namespace {

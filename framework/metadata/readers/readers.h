@@ -2,7 +2,7 @@
 
 #include "metadata/facts.h"
 #include "metadata/media_file.h"
-#include "metadata/signature.h"
+#include "metadata/readers/signature.h"
 
 namespace mrb {
 

@@ -1,4 +1,4 @@
-#include "metadata/music_stream.h"
+#include "metadata/readers/music_stream.h"
 
 #include <algorithm>
 

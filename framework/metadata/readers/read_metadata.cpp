@@ -1,0 +1,88 @@
+#include "metadata/reading.h"
+
+#include <exception>
+#include <new>
+
+#include "base/log.h"
+#include "metadata/readers/readers.h"
+
+namespace mrb {
+namespace {
+
+void readMedium(MediaFile &file, const Signature &signature, Metadata &facts) {
+    switch (signature.medium) {
+    case Medium::JPEG:
+        readJpeg(file, facts);
+        break;
+    case Medium::PNG:
+        readPng(file, facts);
+        break;
+    case Medium::GIF:
+        readGif(file, facts);
+        break;
+    case Medium::BMP:
+        readBmp(file, facts);
+        break;
+    case Medium::WEBP:
+        readWebp(file, facts);
+        break;
+    case Medium::HEIF:
+        readHeif(file, facts);
+        break;
+    case Medium::MUSIC:
+        if (!readMusic(file, signature, facts)) {
+            readContainer(file, signature, facts);
+        }
+        break;
+    case Medium::PICTURE:
+    case Medium::FILM:
+        readContainer(file, signature, facts);
+        break;
+    case Medium::NONE:
+        break;
+    }
+}
+
+bool isPicture(Medium medium) {
+    return medium != Medium::NONE && medium != Medium::MUSIC && medium != Medium::FILM;
+}
+
+// As it is shown: turned upright.
+void setPictureRatio(Metadata &facts) {
+    constexpr std::int64_t THOUSAND = 1000;
+    std::int64_t width = facts.number(Fact::WIDTH);
+    std::int64_t height = facts.number(Fact::HEIGHT);
+    if (facts.number(Fact::ORIENTATION) >= 5) {
+        std::swap(width, height);
+    }
+    if (width > 0 && height > 0 && width / height < THOUSAND) {
+        facts.setNumber(Fact::ASPECT_RATIO, (width * THOUSAND + height / 2) / height);
+    }
+}
+
+} // namespace
+
+void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts, Outcome &outcome) {
+    const std::string head = file.read(0, SIGNATURE_BYTES);
+    const Signature signature = signatureOf(head, name);
+    facts.setText(Fact::MIME_TYPE, signature.mimeType);
+    facts.setText(Fact::FORMAT, signature.format);
+    outcome = {};
+    try {
+        readMedium(file, signature, facts);
+    } catch (const std::bad_alloc &) {
+        outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read \"" + name + "\"."};
+        return;
+    } catch (const std::exception &failure) {
+        // A reader's way of saying that the file is damaged; what came before stays.
+        MRB_LOG_WARNING("The metadata of \"%s\" are damaged: %s", name.c_str(), failure.what());
+    }
+    if (isPicture(signature.medium)) {
+        setPictureRatio(facts);
+    }
+    if (file.failed()) {
+        outcome = {MRB_ERR_IO, "\"" + name + "\" cannot be read to its end."};
+    }
+}
+
+} // namespace mrb
