@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "camera/camera_library.h"
@@ -71,6 +73,33 @@ TEST_F(CameraTest, IsToldAtOnceAndThenCalledAsItsMakerDoes) {
     EXPECT_EQ(cameras().at(0).name, "Canon Digital IXUS 132");
     support::awaitCameraThreads();
 }
+
+// As a script that looks what is there and ends. Sanitizers do not allow the libraries of
+// the drivers to be loaded in the way that this takes.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(CameraTest, MayBeLoadingItsDriversWhenTheProcessEnds) {
+    if (!inside(Surroundings::DEVICES)) {
+        return;
+    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    if (std::getenv("UMOCKDEV_DIR") == nullptr) {
+        addCamera(); // which the processes below inherit
+    }
+    for (int pause = 0; pause < 60; pause += 4) {
+        SCOPED_TRACE(pause);
+        EXPECT_EXIT(
+            {
+                static const auto &listener = *new DeviceListener; // nobody stops listening
+                static_cast<void>(listener);
+                cameras();
+                // Not for luck: each moment of the loading is to be met.
+                std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+                std::exit(7);
+            },
+            testing::ExitedWithCode(7), "");
+    }
+}
+#endif
 
 TEST_F(CameraTest, KeepsItsNameWhateverUdevSaysOfItLater) {
     if (!inside(Surroundings::DEVICES)) {

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <string>
 
 #include "mrb/storage.h"
 #include "support/client.h"
+#include "support/fields.h"
 #include "support/folder.h"
 #include "support/sharing.h"
 
@@ -196,3 +198,26 @@ TEST_F(Exit, EventsAreWholeToTheLast) {
         },
         testing::ExitedWithCode(7), "");
 }
+
+// Sanitizers do not allow the modules to be loaded in the way that this takes.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Exit, NothingThatAModuleBringsAlongIsTornDownUnderItsThreads) {
+    const support::Folder work;
+    work.folder("copies");
+    // The loader writes down what it finds where.
+    support::shell(work.path(), "env LD_DEBUG=bindings LD_DEBUG_OUTPUT=bindings " COPY_PROGRAM " " + path +
+                                    " copies look");
+    std::size_t forgotten = 0;
+    for (const auto &file : std::filesystem::directory_iterator(work.path())) {
+        std::ifstream lines(file.path());
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t where = line.find(" to ");
+            if (line.find("`__cxa_atexit'") != std::string::npos && line.find("/libtag.so") < where) {
+                EXPECT_NE(line.find("/libmrb-readers.so", where), std::string::npos) << line;
+                ++forgotten;
+            }
+        }
+    }
+    EXPECT_GT(forgotten, 0U);
+}
+#endif

@@ -1,7 +1,7 @@
 // Copies all files of a folder to another and says how that ended, for tests that
 // need a process of their own: one that has its own mounts, or that ends meanwhile.
 //
-//   copy_program FROM TO [grow FILE | unmount]
+//   copy_program FROM TO [grow FILE | unmount | look]
 //
 // prints "CODE" when the copy was refused, else "EVENT DONE TOTAL ENTRIES NAME":
 // the last event, its counts, how many entries the destination has then, and the
@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "support/client.h"
+#include "support/fields.h"
 #include "support/sharing.h"
 
 namespace {
@@ -43,6 +44,9 @@ int main(int count, char **arguments) {
                 umount2(to.c_str(), MNT_DETACH);
             }
         };
+    }
+    if (action == "look") {
+        support::textField(client, 0, "TITLE");
     }
     const int code = sharing.copy(client, to);
     if (code != MRB_ERR_NONE) {
