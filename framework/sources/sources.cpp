@@ -13,6 +13,7 @@ Outcome notSupported(const ListRequest &request, std::unique_ptr<Source> & /*sou
 struct Entry {
     const char *name;
     Outcome (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
+    bool readsPrepareData = false; // else a request with some is refused
 };
 
 constexpr Entry SOURCES[] = {
@@ -27,6 +28,9 @@ constexpr Entry SOURCES[] = {
 Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
     for (const Entry &entry : SOURCES) {
         if (request.source == entry.name) {
+            if (!request.prepareData.empty() && !entry.readsPrepareData) {
+                return {MRB_ERR_NOT_SUPPORTED, "Play data is not prepared while a list is opened."};
+            }
             return entry.make(request, source);
         }
     }
