@@ -1,6 +1,7 @@
 // The table of sources. A new source is a folder beside this file and a line here.
 
 #include "sources/folder/folder_source.h"
+#include "sources/playlist/playlist_source.h"
 #include "sources/source.h"
 
 namespace mrb {
@@ -20,7 +21,7 @@ constexpr Entry SOURCES[] = {
     {"SOURCE_MSC", FolderSource::make},
     {"SOURCE_DLNA", notSupported},
     {"SOURCE_PTP", notSupported},
-    {"SOURCE_PLAYLIST", notSupported},
+    {"SOURCE_PLAYLIST", PlaylistSource::make, true},
 };
 
 } // namespace
