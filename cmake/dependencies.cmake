@@ -16,6 +16,8 @@ pkg_check_modules(EXIF REQUIRED IMPORTED_TARGET libexif)
 pkg_check_modules(HEIF REQUIRED IMPORTED_TARGET libheif)
 pkg_check_modules(TAGLIB REQUIRED IMPORTED_TARGET taglib)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+# Playlists in XML, from anybody: expat takes them in pieces, and stops at a document type.
+pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 # What thumbnails are decoded with besides.
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)

@@ -31,7 +31,13 @@ class Media {
 
   /** Opens a list of a folder. `wishes`: {contentType, sort, extension, search}. */
   open(folder, wishes = {}) {
-    return new MediaList(this, folder, wishes);
+    return new MediaList(this, { param_source_name: 'SOURCE_MSC', param_scan_path: folder }, wishes);
+  }
+
+  /** Opens a list of the entries of one playlist, by its path or URL; without one, of all that are found. */
+  openPlaylists(playlist = '', wishes = {}) {
+    const named = playlist === '' ? {} : { param_prepare_data: playlist };
+    return new MediaList(this, { param_source_name: 'SOURCE_PLAYLIST', ...named }, wishes);
   }
 
   /** Nothing more to wait for: lets the program end. */
@@ -96,13 +102,12 @@ class Share {
  * of an earlier opening that are still on their way then belong to no list.
  */
 class MediaList {
-  constructor(media, folder, { contentType = '', sort = '', extension, search } = {}) {
+  constructor(media, place, { contentType = '', sort = '', extension, search } = {}) {
     this.media = media;
     this.onGrowth = () => {};
     this.onChange = () => {};
     const request = {
-      param_source_name: 'SOURCE_MSC',
-      param_scan_path: folder,
+      ...place,
       param_content_type: contentType,
       param_sort_category: sort,
       ...(extension ? { param_media_extension: extension } : {}),

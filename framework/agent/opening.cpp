@@ -98,7 +98,8 @@ void Opening::sort(Outcome &outcome) {
         const auto isStopped = [this] { return stopped(); };
         const auto fileOf = [this](const ItemFacts &facts) { return mediaOf(facts); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
-            return sortValues(store, key, library(), fileOf, isStopped);
+            const auto toldOf = [this](const ItemFacts &facts) { return told(facts); };
+            return sortValues(store, key, library(), fileOf, toldOf, isStopped);
         };
         if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
             outcome = {MRB_ERR_CANCELLED, {}};
@@ -124,13 +125,18 @@ std::optional<std::string> Opening::describe(std::int32_t index) const {
     if (!entry) {
         return std::nullopt;
     }
-    return describeEntry(*entry, locate(*entry));
+    return describeEntry(*entry, locate(*entry), told(entry->facts));
 }
 
 ItemLocation Opening::locate(const ListEntry &entry) const {
     const bool isSomewhere =
         entry.facts.type != MRB_ITEM_TYPE_GROUP && entry.facts.type != MRB_ITEM_TYPE_EMPTY;
     return isSomewhere ? source_->locate(entry.facts) : ItemLocation{};
+}
+
+std::optional<ToldFacts> Opening::told(const ItemFacts &facts) const {
+    const bool isSomewhere = facts.type != MRB_ITEM_TYPE_GROUP && facts.type != MRB_ITEM_TYPE_EMPTY;
+    return isSomewhere ? source_->told(facts) : std::nullopt;
 }
 
 MediaItem Opening::mediaOf(const ItemFacts &facts) const {
@@ -146,7 +152,9 @@ MediaItem Opening::mediaOf(const ItemFacts &facts) const {
     MediaItem item;
     item.path = source_->filePath(facts);
     if (!item.path.empty()) {
-        std::call_once(pathsMade_, [this] { paths_.emplace(source_->watchedRoot()); });
+        // Files of a source that stands on no folder may lie anywhere.
+        const std::string root = source_->watchedRoot();
+        std::call_once(pathsMade_, [&] { paths_.emplace(root.empty() ? "/" : root); });
         item.name = facts.name;
         item.key = paths_->keyOf(item.path, facts.size, facts.modified);
     }

@@ -78,7 +78,7 @@ class Opening final : public EventTarget,
     // code of mrb/result.h. Any thread.
     int setStyle(const PageStyle &style);
 
-    // The path of the folder below which the items are files; empty: they are none.
+    // The path of the folder below which the items are files; empty: there is no such folder.
     // Any thread.
     [[nodiscard]] std::string filesRoot() const { return source_->watchedRoot(); }
 
@@ -92,6 +92,9 @@ class Opening final : public EventTarget,
     [[nodiscard]] int reach(const ListEntry &entry) const;
     // The file that an item is; without a path where it is none. Any thread.
     [[nodiscard]] MediaItem mediaOf(const ItemFacts &facts) const;
+
+    // What the source says of an item's contents; no value: nothing. Any thread.
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
     [[nodiscard]] std::optional<ListEntry> current() const { return list_.current(); }

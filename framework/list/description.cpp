@@ -17,7 +17,8 @@ Json::Value timeOrNull(std::int64_t seconds) { return seconds == UNKNOWN ? Json:
 
 } // namespace
 
-std::string describeEntry(const ListEntry &entry, const ItemLocation &location) {
+std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
+                          const std::optional<ToldFacts> &told) {
     const ItemFacts &item = entry.facts;
     const char *typeName = itemTypeName(item.type);
     Json::Value description(Json::objectValue);
@@ -31,6 +32,14 @@ std::string describeEntry(const ListEntry &entry, const ItemLocation &location) 
     description["created"] = timeOrNull(item.created);
     description["mime_type"] = location.mimeType;
     description["media_id"] = location.mediaId;
+    if (told) {
+        const Metadata &facts = told->metadata;
+        description["title"] = facts.has(Fact::TITLE) ? Json::Value(facts.text(Fact::TITLE)) : Json::Value();
+        description["duration"] = facts.has(Fact::DURATION)
+                                      ? Json::Value(Json::Int64{facts.number(Fact::DURATION)})
+                                      : Json::Value();
+        description["missing"] = told->isMissing;
+    }
     if (item.type == MRB_ITEM_TYPE_GROUP) {
         description["group_index"] = entry.group;
         description["item_count"] = entry.groupItems;

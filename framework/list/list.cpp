@@ -23,7 +23,8 @@ bool List::add(std::span<const SourceItem> items) {
     const std::lock_guard guard(lock_);
     for (std::size_t index = 0; index < items.size(); ++index) {
         const SourceItem &item = items[index];
-        const bool kept = passes[index] || item.type == MRB_ITEM_TYPE_FOLDER;
+        const bool opens = item.type == MRB_ITEM_TYPE_FOLDER || item.opens > ROOT_FOLDER;
+        const bool kept = passes[index] || opens;
         if (kept && !store_.add(item, passes[index])) {
             return false;
         }

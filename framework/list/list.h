@@ -39,7 +39,7 @@ class List {
 
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
 
-    // Appends those items of the run that pass the filters, and all folders.
+    // Appends those items of the run that pass the filters, and all that open as folders.
     // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 

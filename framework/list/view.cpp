@@ -153,10 +153,10 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
         if (store_.folder(item) != folder) {
             continue;
         }
-        if (store_.type(item) != MRB_ITEM_TYPE_FOLDER) {
-            files.push_back(item);
-        } else if (store_.passes(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
-            folders.push_back(item);
+        if (store_.passes(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
+            // A playlist opens as a folder does, and has its place among the files.
+            const bool isFolder = store_.type(item) == MRB_ITEM_TYPE_FOLDER;
+            (isFolder ? folders : files).push_back(item);
         }
     }
     folders.insert(folders.end(), files.begin(), files.end());

@@ -44,6 +44,15 @@ void Metadata::setText(Fact fact, std::string_view bytes) {
     }
 }
 
+void Metadata::fillGaps(const Metadata &other) {
+    for (std::size_t number = 0; number < FACTS; ++number) {
+        const auto fact = static_cast<Fact>(number);
+        if (!has(fact)) {
+            at(fact) = other[fact];
+        }
+    }
+}
+
 void Metadata::setReal(Fact fact, double number) {
     if (std::isfinite(number)) {
         at(fact) = number;

@@ -60,6 +60,8 @@ class Metadata {
     void setNumber(Fact fact, std::int64_t number) { at(fact) = number; }
     void setReal(Fact fact, double number);
     void set(Fact fact, FactValue value) { at(fact) = std::move(value); }
+    // Takes what is missing here from the other one.
+    void fillGaps(const Metadata &other);
 
     [[nodiscard]] const FactValue &operator[](Fact fact) const {
         return values_[static_cast<std::size_t>(fact)];

@@ -10,6 +10,7 @@
 
 #include "base/result.h"
 #include "media/media_types.h"
+#include "metadata/facts.h"
 
 namespace mrb {
 
@@ -107,10 +108,17 @@ struct ItemLocation {
     std::string mimeType = {};
 };
 
+// What a source says of an item's contents, as a playlist does of its entries. The item
+// itself knows better, where it can be read.
+struct ToldFacts {
+    Metadata metadata = {};
+    bool isMissing = false; // the source names it, but it is not there
+};
+
 // Something that a list can be filled from: a folder, a server, a camera, a
 // playlist. Owned by one opening of a list. `fill` is called once, on a thread
 // that may wait for devices; `locate`, `reach` and `identify` on any thread, also while
-// `fill` runs, so they may only use what never changes after construction.
+// `fill` runs, so they may only use what never changes after construction, or is behind a lock.
 class Source {
   public:
     virtual ~Source() = default;
@@ -127,6 +135,9 @@ class Source {
     // The exact bytes of the path under which this machine has the item as a file;
     // empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
+
+    // No value: the source says nothing beside what lists hold. `item` may be the source itself.
+    [[nodiscard]] virtual std::optional<ToldFacts> told(const ItemFacts & /*item*/) const { return {}; }
 
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.

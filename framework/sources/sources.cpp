@@ -1,6 +1,7 @@
 // The table of sources. A new source is a folder beside this file and a line here.
 
 #include "sources/folder/folder_source.h"
+#include "sources/playlist/playlist_source.h"
 #include "sources/source.h"
 
 namespace mrb {
@@ -13,13 +14,14 @@ Outcome notSupported(const ListRequest &request, std::unique_ptr<Source> & /*sou
 struct Entry {
     const char *name;
     Outcome (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
+    bool readsPrepareData = false; // else a request with some is refused
 };
 
 constexpr Entry SOURCES[] = {
     {"SOURCE_MSC", FolderSource::make},
     {"SOURCE_DLNA", notSupported},
     {"SOURCE_PTP", notSupported},
-    {"SOURCE_PLAYLIST", notSupported},
+    {"SOURCE_PLAYLIST", PlaylistSource::make, true},
 };
 
 } // namespace
@@ -27,6 +29,9 @@ constexpr Entry SOURCES[] = {
 Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
     for (const Entry &entry : SOURCES) {
         if (request.source == entry.name) {
+            if (!request.prepareData.empty() && !entry.readsPrepareData) {
+                return {MRB_ERR_NOT_SUPPORTED, "Play data is not prepared while a list is opened."};
+            }
             return entry.make(request, source);
         }
     }

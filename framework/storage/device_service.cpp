@@ -17,13 +17,14 @@ namespace mrb {
 
 DeviceService::~DeviceService() { shutDown(std::chrono::steady_clock::time_point::max()); }
 
-std::vector<Device> DeviceService::list(DeviceKind kind) {
+std::vector<Device> DeviceService::attached(DeviceKind kind) {
     look();
-    std::vector<Device> devices;
-    {
-        const std::lock_guard guard(looking_);
-        devices = table_.list(kind);
-    }
+    const std::lock_guard guard(looking_);
+    return table_.list(kind);
+}
+
+std::vector<Device> DeviceService::list(DeviceKind kind) {
+    std::vector<Device> devices = attached(kind);
     // Outside of the lock: a device may be slow.
     SizeGauge::instance().measure(devices);
     const std::lock_guard guard(looking_);

@@ -33,6 +33,9 @@ class DeviceService {
     // The devices that are there now, with their sizes now.
     std::vector<Device> list(DeviceKind kind);
 
+    // The same with the sizes that were known last, for whoever needs none.
+    std::vector<Device> attached(DeviceKind kind);
+
     // Calls back from now on, instead of whom it called before. Throws
     // std::system_error when the system has no room for the thread.
     int listen(mrb_storage_notification_cb callback, void *userData);

@@ -114,7 +114,8 @@ int mrb_param_set_general_sort_category(mrb_general_param_h param, const char *s
 
 /*
  * Filters: file name extensions ("jpg, .PNG;gif"), a text to find in names whatever
- * the case and the accents of its letters, play data to prepare. Empty: none.
+ * the case and the accents of its letters. Play data to prepare: the path or file:// URI
+ * of the one playlist to list (PLAYLIST). Empty: none.
  */
 int mrb_param_set_general_extension(mrb_general_param_h param, const char *extension);
 int mrb_param_set_general_key_word(mrb_general_param_h param, const char *key_word);

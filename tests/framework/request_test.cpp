@@ -62,7 +62,7 @@ TEST(Request, AnUnknownSourceIsInvalid) {
 }
 
 TEST(Request, SourcesToComeAreNotSupported) {
-    for (const char *source : {"SOURCE_DLNA", "SOURCE_PTP", "SOURCE_PLAYLIST"}) {
+    for (const char *source : {"SOURCE_DLNA", "SOURCE_PTP"}) {
         expectRefusal({.path = "/tmp", .source = source}, MRB_ERR_NOT_SUPPORTED);
     }
 }

@@ -1,0 +1,172 @@
+#include "sources/playlist/entry_target.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "media/media_types.h"
+#include "metadata/facts.h"
+#include "mrb/agent.h"
+#include "sources/folder/folder_reader.h"
+#include "sources/playlist/reference.h"
+#include "sources/playlist/text_lines.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// Entries of one playlist rarely lie in more folders; beyond that, they are looked up anew.
+constexpr std::size_t MOST_FOLDERS = 4096;
+
+// Longer ones are nothing that a player takes.
+constexpr std::size_t LONGEST_URL = 8192;
+
+std::string withSlashes(std::string_view path) {
+    std::string text(path);
+    std::ranges::replace(text, '\\', '/');
+    return text;
+}
+
+std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+EntryTarget targetOfUrl(const PlaylistEntry &entry) {
+    EntryTarget target{EntryTarget::Kind::URL, utf8Of(entry.target)};
+    // A line that a player would read otherwise than a person is none.
+    if (!isUrl(target.place) || target.place.size() > LONGEST_URL ||
+        std::ranges::any_of(target.place,
+                            [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; })) {
+        return {};
+    }
+    std::string_view rest = target.place;
+    rest.remove_prefix(rest.find("://") + 3);
+    rest = rest.substr(0, rest.find_first_of("?#"));
+    const std::size_t slash = rest.find('/');
+    const std::string_view host = rest.substr(0, slash);
+    const std::string_view name = slash == std::string_view::npos ? std::string_view() : nameIn(rest);
+    if (!name.empty()) {
+        target.name = percentDecoded(name, "/").value_or(std::string(name));
+    } else {
+        target.name = entry.title.empty() ? host : entry.title;
+    }
+    return host.empty() ? EntryTarget{} : target;
+}
+
+} // namespace
+
+EntryTargets::EntryTargets(const std::string &realPlaylist, PlaylistScope scope)
+    : folder_(realPlaylist.substr(0, realPlaylist.rfind('/'))), scope_(std::move(scope)) {}
+
+EntryTarget EntryTargets::find(const PlaylistEntry &entry) {
+    if (isFileUrl(entry.target)) {
+        const std::optional<std::string_view> path = pathOfFileUrl(entry.target);
+        return path ? findFile(*path, true) : EntryTarget{};
+    }
+    return isUrl(entry.target) ? targetOfUrl(entry) : findFile(entry.target, entry.isUri);
+}
+
+EntryTarget EntryTargets::findFile(std::string_view written, bool isUri) {
+    EntryTarget target;
+    for (const std::string &path : meanings(written, isUri)) {
+        const std::string_view name = nameIn(path);
+        if (mediaTypeOf(name) == nullptr) {
+            continue;
+        }
+        if (target.kind == EntryTarget::Kind::NOTHING) {
+            // What it is called when it is nowhere to be found.
+            target = {EntryTarget::Kind::MISSING, utf8Of(normalPath(path)), utf8Of(name)};
+        }
+        if (look(path, target)) {
+            break;
+        }
+    }
+    return target;
+}
+
+// The paths that the words may stand for, the most likely first.
+std::vector<std::string> EntryTargets::meanings(std::string_view written, bool isUri) const {
+    std::vector<std::string> spellings;
+    const auto spell = [&spellings](std::string text) {
+        if (!text.empty() && std::ranges::find(spellings, text) == spellings.end()) {
+            spellings.push_back(std::move(text));
+        }
+    };
+    const std::optional<std::string> decoded = percentDecoded(written);
+    if (isUri && decoded) {
+        spell(*decoded);
+    }
+    spell(std::string(written));
+    if (!isUri && decoded) {
+        spell(*decoded);
+    }
+    for (std::size_t number = 0, known = spellings.size(); number < known; ++number) {
+        spell(utf8Of(spellings[number]));
+    }
+    std::vector<std::string> paths;
+    const auto mean = [&paths](std::string path) {
+        if (std::ranges::find(paths, path) == paths.end()) {
+            paths.push_back(std::move(path));
+        }
+    };
+    for (const std::string &spelling : spellings) {
+        const std::string slashed = withSlashes(spelling);
+        if (hasDrive(spelling)) {
+            // The drive is whatever the playlist came on.
+            mean(scope_.own() + slashed.substr(2));
+            continue;
+        }
+        for (const std::string &path : {spelling, slashed}) {
+            if (path.starts_with('/')) {
+                mean(path);
+                mean(scope_.own() + path);
+            } else {
+                mean(folder_ + '/' + path);
+            }
+        }
+    }
+    return paths;
+}
+
+bool EntryTargets::look(const std::string &path, EntryTarget &target) {
+    std::string place = scope_.place(path);
+    if (place.empty()) {
+        return false;
+    }
+    const std::size_t slash = place.rfind('/');
+    const std::string &folder = realFolder(place.substr(0, slash));
+    if (folder.empty()) {
+        return false;
+    }
+    std::string real = (folder == "/" ? "" : folder) + place.substr(slash);
+    struct stat status {};
+    if (!scope_.holds(real) || lstat(real.c_str(), &status) != 0) {
+        return false;
+    }
+    if (S_ISLNK(status.st_mode)) {
+        real = realPath(real);
+        if (real.empty() || !scope_.holds(real)) {
+            return false;
+        }
+    }
+    FileFacts facts;
+    if (FolderReader::readFile(AT_FDCWD, real.c_str(), facts) != 0) {
+        return false;
+    }
+    target = {EntryTarget::Kind::FILE, real, std::string(nameIn(place)), facts};
+    return true;
+}
+
+const std::string &EntryTargets::realFolder(const std::string &folder) {
+    const auto known = realFolders_.find(folder);
+    if (known != realFolders_.end()) {
+        return known->second;
+    }
+    if (realFolders_.size() >= MOST_FOLDERS) {
+        realFolders_.clear();
+    }
+    return realFolders_[folder] = realPath(folder.empty() ? "/" : folder);
+}
+
+} // namespace mrb

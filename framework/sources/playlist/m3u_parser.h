@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+#include "sources/playlist/playlist_parser.h"
+#include "sources/playlist/text_lines.h"
+
+namespace mrb {
+
+// m3u and m3u8: an entry on each line; "#EXTINF:SECONDS,TITLE" in front of one says more
+// of it, and other lines that begin with "#" say nothing. The lines before the first
+// "#EXTM3U" count too, since many programs write none.
+class M3uParser final : public PlaylistParser {
+  public:
+    explicit M3uParser(Take take);
+    [[nodiscard]] bool feed(std::string_view bytes) override { return lines_.feed(bytes); }
+    void finish() override { lines_.finish(); }
+
+  private:
+    bool read(std::string_view line);
+    void readComment(std::string_view line);
+
+    const Take take_;
+    TextLines lines_;
+    std::string title_; // of the next entry
+    std::int64_t duration_ = UNKNOWN;
+};
+
+} // namespace mrb

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "sources/playlist/entry_target.h"
+#include "sources/playlist/playlist_table.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Opens the playlist of that path for reading; an error number of the system's, EINVAL
+// for what is no file.
+int openPlaylist(const std::string &path, Descriptor &file);
+
+// Reads playlists into a list: each is an item that opens as a folder, with its entries
+// in their order, and a playlist that stands in another is one in turn. Owned and used
+// by the thread that fills the list.
+class PlaylistReader {
+  public:
+    // Bounds on what a list takes from playlists, which anybody can write.
+    static constexpr std::int64_t MOST_BYTES = 64L << 20;  // of one playlist
+    static constexpr std::int32_t MOST_ENTRIES = 100'000;  // of one playlist, listed or not
+    static constexpr std::int32_t MOST_PLAYLISTS = 10'000; // of one list
+    static constexpr std::int32_t MOST_NESTED = 1'000;     // of those, in others
+    static constexpr std::size_t DEEPEST_LEVEL = 8;        // a playlist in a playlist has level 1
+
+    PlaylistReader(ItemSink &sink, PlaylistTable &table, const PlaylistRoots &roots)
+        : sink_(sink), table_(table), roots_(roots) {}
+
+    // Adds a playlist with its entries. `real`: its path without links. False: nothing
+    // more is wanted.
+    bool addPlaylist(const std::string &real, const SourceItem &item);
+
+    // Adds the entries of an open playlist to the list's own folder; an error number of
+    // the system's. The caller asks the sink whether it was stopped.
+    int addEntries(const Descriptor &file, const std::string &real);
+
+    // Nothing more is wanted: the list is full, or was stopped.
+    [[nodiscard]] bool isFull() const { return isFull_; }
+
+    // Playlists that could not be read, or not to their end, and those too far down.
+    [[nodiscard]] const FillResult &result() const { return result_; }
+
+  private:
+    struct Identity {
+        dev_t device = 0;
+        ino_t file = 0;
+        bool operator==(const Identity &) const = default;
+    };
+    struct Reading; // of one playlist
+
+    // The item of a playlist, and its entries.
+    bool addOpening(SourceItem item, const PlaylistRow &row, const std::string &real);
+    [[nodiscard]] bool isWorthOpening();
+    bool open(const std::string &real, Descriptor &file);
+    static Identity identityOf(const Descriptor &file);
+    int read(const Descriptor &file, Reading &reading);
+    int feed(const Descriptor &file, PlaylistParser &parser, Reading &reading);
+    bool take(const PlaylistEntry &entry, Reading &reading);
+    bool add(SourceItem item, const PlaylistRow &row);
+    void leaveOut(const std::string &real, const char *why);
+
+    ItemSink &sink_;
+    PlaylistTable &table_;
+    const PlaylistRoots &roots_;
+    FillResult result_;
+    std::vector<Identity> way_; // the playlists that are being read, each in the one before
+    std::int32_t playlists_ = 0;
+    std::int32_t nested_ = 0;
+    bool isFull_ = false; // or stopped
+};
+
+} // namespace mrb

@@ -1,0 +1,57 @@
+#include "sources/playlist/playlist_search.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "mrb/agent.h"
+#include "sources/folder/folder_scan.h"
+
+namespace mrb {
+
+FillResult PlaylistSearch::run() {
+    const std::string path = root_.real.empty() ? "/" : root_.real;
+    Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    FillResult result;
+    if (folder) {
+        result = FolderScan(*this, path).run(std::move(folder));
+    } else {
+        result.outcome = outcomeOfErrno(errno, path);
+    }
+    if (result.outcome.code != MRB_ERR_NONE && !stopped()) {
+        ++result.unreadable;
+        MRB_LOG_WARNING("Not searched for playlists: %s", result.outcome.message.c_str());
+    }
+    return result;
+}
+
+bool PlaylistSearch::wants(std::uint8_t type) const { return type == MRB_ITEM_TYPE_M3U; }
+
+std::int32_t PlaylistSearch::addFolder(std::int32_t parent, std::string_view name) {
+    return folders_.addFolder(parent, name);
+}
+
+bool PlaylistSearch::add(std::span<const SourceItem> items) {
+    for (SourceItem item : items) {
+        if (!wants(item.type)) {
+            continue;
+        }
+        std::string path = root_.real + '/';
+        if (item.folder != ROOT_FOLDER) {
+            path.append(folders_.folderPath(item.folder)).append(1, '/');
+        }
+        // A link may lead anywhere.
+        path = realPath(path.append(item.name));
+        item.folder = ROOT_FOLDER;
+        const bool isInside = path.starts_with(root_.real + '/');
+        if (isInside && !reader_.addPlaylist(path, item)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace mrb

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "list/item_store.h"
+#include "sources/playlist/playlist_reader.h"
+#include "sources/playlist/playlist_roots.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Looks for playlists in a folder and everything below it, and has each read as it is
+// found. Owned and used by the thread that fills the list.
+class PlaylistSearch final : private ItemSink {
+  public:
+    PlaylistSearch(ItemSink &sink, PlaylistReader &reader, PlaylistRoot root)
+        : sink_(sink), reader_(reader), root_(std::move(root)) {}
+
+    // What was left out on the way; a folder that cannot be searched counts so.
+    FillResult run();
+
+  private:
+    [[nodiscard]] bool wants(std::uint8_t type) const override;
+    [[nodiscard]] bool stopped() const override { return sink_.stopped(); }
+    void announce(std::int64_t /*total*/) override {}
+    std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
+    [[nodiscard]] bool add(std::span<const SourceItem> items) override;
+
+    ItemSink &sink_;
+    PlaylistReader &reader_;
+    const PlaylistRoot root_;
+    ItemStore folders_; // those that were passed through
+};
+
+} // namespace mrb

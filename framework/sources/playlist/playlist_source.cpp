@@ -1,0 +1,169 @@
+#include "sources/playlist/playlist_source.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <utility>
+
+#include "mrb/agent.h"
+#include "sources/playlist/playlist_reader.h"
+#include "sources/playlist/playlist_search.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr std::string_view URI_SCHEME = "file://";
+constexpr std::string_view MEDIA_ID_SCHEME = "playlist:";
+
+} // namespace
+
+Outcome PlaylistSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+    if (request.prepareData.empty()) {
+        source.reset(new PlaylistSource({}, Descriptor()));
+        return {};
+    }
+    std::string path = request.prepareData;
+    if (path.starts_with(URI_SCHEME)) {
+        path = pathOfFileUri(path).value_or("");
+    }
+    if (!path.starts_with('/')) {
+        return {MRB_ERR_INVALID_PARAMETER, "The playlist \"" + request.prepareData +
+                                               "\" is neither an absolute path nor a file:// URI."};
+    }
+    Descriptor file;
+    if (const int error = openPlaylist(path, file); error != 0) {
+        return error == EINVAL ? Outcome{MRB_ERR_NOT_SUPPORTED, path + " is no file."}
+                               : outcomeOfErrno(error, path);
+    }
+    std::string real = realPath(path);
+    if (makePlaylistParser(real, {}) == nullptr) {
+        return {MRB_ERR_NOT_SUPPORTED,
+                real + " is no playlist: its name ends in none of .m3u, .m3u8, .pls and .xspf."};
+    }
+    source.reset(new PlaylistSource(std::move(real), std::move(file)));
+    return {};
+}
+
+PlaylistSource::PlaylistSource(std::string path, Descriptor file)
+    : path_(std::move(path)), file_(std::move(file)) {}
+
+FillResult PlaylistSource::fill(ItemSink &sink) {
+    FillResult result;
+    const PlaylistRoots roots = PlaylistRoots::ofMachine();
+    PlaylistReader reader(sink, table_, roots);
+    if (path_.empty()) {
+        for (const PlaylistRoot &root : roots.toSearch()) {
+            if (sink.stopped() || reader.isFull()) {
+                break;
+            }
+            const FillResult found = PlaylistSearch(sink, reader, root).run();
+            result.unreadable += found.unreadable;
+            result.tooDeep += found.tooDeep;
+        }
+    } else if (const int error = reader.addEntries(std::exchange(file_, Descriptor()), path_);
+               error != 0 && !reader.isFull()) {
+        result.outcome = outcomeOfErrno(error, path_);
+    }
+    result.unreadable += reader.result().unreadable;
+    result.tooDeep += reader.result().tooDeep;
+    if (sink.stopped()) {
+        result.outcome = {MRB_ERR_CANCELLED, {}};
+    } else if (reader.isFull()) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "The list is full: the playlists hold too many entries."};
+    }
+    return result;
+}
+
+std::optional<PlaylistRow> PlaylistSource::rowOf(const ItemFacts &item) const {
+    if (!item.id.empty()) {
+        return table_.find(item.id);
+    }
+    return path_.empty() ? std::nullopt : std::optional(PlaylistRow{.playlist = path_, .place = path_});
+}
+
+std::string PlaylistSource::filePath(const ItemFacts &item) const {
+    const std::optional<PlaylistRow> row = rowOf(item);
+    return row && row->kind == EntryTarget::Kind::FILE ? std::string(row->place) : std::string();
+}
+
+Outcome PlaylistSource::reach(const ItemFacts &item) const {
+    const std::optional<PlaylistRow> row = rowOf(item);
+    if (!row || row->kind == EntryTarget::Kind::URL) {
+        return {};
+    }
+    const std::string path(row->place);
+    if (row->kind == EntryTarget::Kind::MISSING) {
+        return {MRB_ERR_NOT_FOUND, path + " is not there."};
+    }
+    struct statx status {};
+    const int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+    return outcomeOfErrno(statx(AT_FDCWD, path.c_str(), flags, 0, &status) == 0 ? 0 : errno, path);
+}
+
+ItemLocation PlaylistSource::locate(const ItemFacts &item) const {
+    ItemLocation location;
+    const std::optional<PlaylistRow> row = rowOf(item);
+    const MediaType *type = mediaTypeOf(item.name);
+    if (!row) {
+        location.mimeType = FOLDER_MIME_TYPE; // the list's own folder
+        return location;
+    }
+    const std::string place(row->place);
+    if (row->kind == EntryTarget::Kind::URL) {
+        location.url = place;
+    } else {
+        location.path = displayText(place);
+        location.url = fileUri(place);
+    }
+    location.mediaId =
+        std::string(MEDIA_ID_SCHEME) + fileUri(std::string(row->playlist)).substr(URI_SCHEME.size());
+    if (row->position > 0) {
+        location.mediaId.append(1, '#').append(std::to_string(row->position));
+    }
+    type = type != nullptr ? type : mediaTypeOf(place);
+    location.mimeType = type != nullptr ? type->mimeType : "";
+    return location;
+}
+
+std::optional<ToldFacts> PlaylistSource::told(const ItemFacts &item) const {
+    const std::optional<PlaylistRow> row = rowOf(item);
+    if (!row) {
+        return std::nullopt;
+    }
+    ToldFacts facts;
+    facts.isMissing = row->kind == EntryTarget::Kind::MISSING;
+    facts.metadata.setText(Fact::TITLE, row->title);
+    if (row->duration != UNKNOWN) {
+        facts.metadata.setNumber(Fact::DURATION, row->duration);
+    }
+    return facts;
+}
+
+std::optional<ItemFacts> PlaylistSource::identify(const std::string &mediaId) const {
+    if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
+        return std::nullopt;
+    }
+    std::string uri = std::string(URI_SCHEME) + mediaId.substr(MEDIA_ID_SCHEME.size());
+    std::int32_t position = 0;
+    if (const std::size_t mark = uri.rfind('#'); mark != std::string::npos) {
+        const char *end = uri.data() + uri.size();
+        const auto read = std::from_chars(uri.data() + mark + 1, end, position);
+        if (read.ec != std::errc() || read.ptr != end || position < 1) {
+            return std::nullopt;
+        }
+        uri.resize(mark);
+    }
+    const std::optional<std::string> path = pathOfFileUri(uri);
+    const std::optional<std::string> id = path ? table_.idOf(*path, position) : std::nullopt;
+    if (!id) {
+        return std::nullopt;
+    }
+    ItemFacts item;
+    item.id = *id;
+    return item;
+}
+
+} // namespace mrb

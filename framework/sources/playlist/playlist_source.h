@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/descriptor.h"
+#include "sources/playlist/playlist_table.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Playlists: one that the request names, or all that are found on attached storage and
+// in the user's music folder. Owned and called as every Source is.
+class PlaylistSource final : public Source {
+  public:
+    // `request.prepareData` is empty, or the absolute path or file:// URI of a playlist.
+    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+
+    FillResult fill(ItemSink &sink) override;
+    [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
+    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;
+    [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
+
+  private:
+    PlaylistSource(std::string path, Descriptor file);
+
+    // The row of an item; that of the source itself is the playlist that was named.
+    [[nodiscard]] std::optional<PlaylistRow> rowOf(const ItemFacts &item) const;
+    [[nodiscard]] FillResult fillFromAll(ItemSink &sink);
+
+    const std::string path_; // of the playlist that was named, without links; else empty
+    Descriptor file_;        // the same, used up by fill
+    PlaylistTable table_;
+};
+
+} // namespace mrb

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/chunks.h"
+#include "sources/playlist/entry_target.h"
+
+namespace mrb {
+
+// A playlist in a list, or an entry of one.
+struct PlaylistRow {
+    std::string_view playlist = {}; // its path, exact bytes; of an entry that of the one it stands in
+    std::int32_t position = 0;      // of an entry, from 1
+    EntryTarget::Kind kind = EntryTarget::Kind::FILE;
+    std::string_view place = {};     // see EntryTarget
+    std::string_view title = {};     // as the playlist says
+    std::int64_t duration = UNKNOWN; // milliseconds, likewise
+};
+
+// What a list of playlists remembers of its items beside what every list does, under the
+// ids that it gives them. It only grows. Owned by a PlaylistSource; one thread adds, any
+// thread may look up.
+class PlaylistTable {
+  public:
+    static constexpr std::size_t MOST_TEXT = 1UL << 28; // bytes of all texts
+
+    // The new row's id; empty when the table is full. Rows of one playlist come in one
+    // run, apart from those of playlists in it.
+    std::string add(const PlaylistRow &row);
+
+    // No value: no row has that id. Its texts live as long as the table.
+    [[nodiscard]] std::optional<PlaylistRow> find(std::string_view id) const;
+
+    // The id of the first row with that playlist and position. Takes as long as the table is.
+    [[nodiscard]] std::optional<std::string> idOf(std::string_view playlist, std::int32_t position) const;
+
+  private:
+    struct Text {
+        std::uint32_t start;
+        std::uint32_t length;
+    };
+    struct Row {
+        std::int64_t duration;
+        Text playlist;
+        Text place;
+        Text title;
+        std::int32_t position;
+        EntryTarget::Kind kind;
+    };
+
+    // All with lock_ held.
+    Text keep(std::string_view text);
+    [[nodiscard]] std::string_view view(Text text) const { return text_.at(text.start, text.length); }
+
+    mutable std::mutex lock_; // guards what follows
+    ChunkedArray<Row> rows_;
+    ChunkedText text_;
+    Text lastPlaylist_{0, 0};
+};
+
+} // namespace mrb

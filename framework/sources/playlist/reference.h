@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace mrb {
+
+// What kind of reference the text of an entry is. None of these looks at a file.
+
+// "http://host/a", with a scheme of two letters or more: one is a drive.
+bool isUrl(std::string_view text);
+
+// "file:...", in whichever of the ways people write that.
+bool isFileUrl(std::string_view text);
+
+// "E:\a" or "E:/a".
+bool hasDrive(std::string_view path);
+
+// The path of a file URL, still percent-encoded, absolute, relative or with a drive. No
+// value: it is another machine's.
+std::optional<std::string_view> pathOfFileUrl(std::string_view url);
+
+// The bytes that the text stands for. No value: there is nothing to decode, what there is
+// is no code, or a zero or one of the `illegal` letters would come out.
+std::optional<std::string> percentDecoded(std::string_view text, const char *illegal = nullptr);
+
+} // namespace mrb

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "sources/playlist/playlist_parser.h"
+
+struct XML_ParserStruct;
+
+namespace mrb {
+
+// XSPF (xspf.org): tracks with location, title and duration (milliseconds) in XML. A
+// document type, without which there are no entities, is refused, as are elements that
+// are nested deeper than any playlist, and tags longer than an entry may be.
+class XspfParser final : public PlaylistParser {
+  public:
+    // Throws std::bad_alloc.
+    explicit XspfParser(Take take);
+    ~XspfParser() override;
+    [[nodiscard]] bool feed(std::string_view bytes) override;
+    void finish() override;
+    [[nodiscard]] bool isBroken() const override { return isBroken_; }
+
+  private:
+    struct Handlers;
+    friend struct Handlers;
+
+    void begin(std::string_view element);
+    void end();
+    void append(std::string_view text);
+    void takeTrack();
+    void stop(bool isBroken);
+    [[nodiscard]] bool parse(std::string_view bytes, bool isLast);
+
+    struct Free {
+        void operator()(XML_ParserStruct *parser) const;
+    };
+
+    const Take take_;
+    const std::unique_ptr<XML_ParserStruct, Free> parser_;
+    bool isBroken_ = false;
+    bool isEnough_ = false;
+    std::exception_ptr failure_; // of a handler; must not pass through expat
+    std::int64_t fed_ = 0;       // bytes
+
+    int level_ = 0;               // elements that are open
+    int known_ = 0;               // as many of those, from the outermost one on, are of the way to a track
+    std::string *text_ = nullptr; // which of the following is being read
+    bool isFirstLocation_ = true;
+    std::string location_;
+    std::string title_;
+    std::string duration_;
+};
+
+} // namespace mrb

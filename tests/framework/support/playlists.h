@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/client.h"
+#include "support/folder.h"
+
+namespace support {
+
+// Writes a file of a folder, with the folders that it lies in.
+void writeText(const Folder &folder, const std::string &name, const std::string &text);
+
+// The wish for the list of one playlist; with an empty path for those of all that are found.
+Wishes playlist(const std::string &path, Wishes wishes = {});
+
+// Those items of a list that are marked as missing, or are not, by their names.
+std::vector<std::string> missing(const Client &client);
+std::vector<std::string> found(const Client &client);
+
+} // namespace support
