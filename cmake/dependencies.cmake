@@ -22,6 +22,7 @@ pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 # What thumbnails are decoded with besides.
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
 pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp)
 # Cameras.
 pkg_check_modules(GPHOTO REQUIRED IMPORTED_TARGET libgphoto2)
 # The network's media servers.

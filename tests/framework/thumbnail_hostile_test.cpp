@@ -60,6 +60,14 @@ long mostMemory() {
     return usage.ru_maxrss / 1024;
 }
 
+// Writes a number of so many bytes.
+void put(std::string &bytes, std::size_t at, unsigned number, int width, bool bigEndian) {
+    for (int index = 0; index < width; ++index) {
+        const int shift = 8 * (bigEndian ? width - 1 - index : index);
+        bytes[at + static_cast<std::size_t>(index)] = static_cast<char>(number >> shift);
+    }
+}
+
 constexpr const char *PICTURES[] = {"a.jpg", "a.png", "a.webp", "a.heic", "a.tif", "a.gif", "a.bmp"};
 const std::vector<std::string> H264 = {"-c:v", "libx264", "-preset", "ultrafast", "-g", "10"};
 
@@ -138,12 +146,6 @@ TEST_F(HostileThumbnails, RandomDamageIsAnswered) {
 }
 
 TEST_F(HostileThumbnails, APictureThatClaimsSixtyThousandPixelsEachWayIsRefused) {
-    const auto put = [](std::string &bytes, std::size_t at, unsigned number, int width, bool bigEndian) {
-        for (int index = 0; index < width; ++index) {
-            const int shift = 8 * (bigEndian ? width - 1 - index : index);
-            bytes[at + static_cast<std::size_t>(index)] = static_cast<char>(number >> shift);
-        }
-    };
     std::string jpeg = picture("a.jpg");
     const std::size_t frame = jpeg.find("\xFF\xC0");
     ASSERT_NE(frame, std::string::npos);
@@ -200,6 +202,30 @@ TEST_F(HostileThumbnails, APictureThatClaimsSixtyThousandPixelsEachWayIsRefused)
     // The picture itself has another size than the screen that it claims, which is ignored.
     EXPECT_LE(codeOf("a.gif"), 0);
     EXPECT_LT(mostMemory() - before, 300);
+}
+
+TEST_F(HostileThumbnails, AHeicOrAvifThatClaimsTooManyPixelsTakesNoMemory) {
+    codeOf("none.jpg");
+    const long before = mostMemory();
+    for (const char *name : {"a.heic", "a.avif"}) {
+        const std::string whole = picture(name);
+        // What libheif lets through, and what it refuses by itself.
+        for (const unsigned length : {12000U, 20000U, 60000U}) {
+            std::string claim = whole;
+            std::size_t claims = 0;
+            // The boxes that say how large the picture, and each of its tiles, is.
+            for (std::size_t at = claim.find("ispe"); at != std::string::npos;
+                 at = claim.find("ispe", at + 1)) {
+                put(claim, at + 8, length, 4, true);
+                put(claim, at + 12, length, 4, true);
+                ++claims;
+            }
+            ASSERT_GT(claims, 0U) << name;
+            write(name, claim);
+            EXPECT_EQ(codeOf(name), MRB_ERR_OUT_OF_MEMORY) << name << ' ' << length;
+        }
+    }
+    EXPECT_LT(mostMemory() - before, 100);
 }
 
 // The largest that the format has, in each of its ways to say so: a gigabyte of pixels.

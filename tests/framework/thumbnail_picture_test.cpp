@@ -112,6 +112,42 @@ TEST_F(Pictures, ALosslessWebpWithAlpha) {
         256, 192);
 }
 
+TEST_F(Pictures, AWebpWithAlphaKeepsItAndItsColoursDoNotBleed) {
+    const std::string path = folder_.path("a.webp");
+    support::convert({"-size", "400x400", "xc:rgba(255,0,0,0)", "-fill", "blue", "-draw",
+                      "circle 200,200 200,80", "-quality", "95", path});
+    const Thumbnail thumbnail = get(path);
+    expectGood(thumbnail, path, 256, 256);
+    EXPECT_EQ(thumbnail.images.at(0).pixels.at(3), '\0');
+}
+
+TEST_F(Pictures, AWebpThatIsNotScaled) { expectGood(make("a.webp", 200, 150, {"-quality", "95"}), 200, 150); }
+
+TEST_F(Pictures, AWebpThatLiesOnItsSide) {
+    const std::string path = make("a.webp", 640, 400, {"-quality", "90"});
+    const std::string turned = folder_.path("turned.png");
+    support::convert({path, "-rotate", "90", turned});
+    support::run({"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=6", path});
+    expectGood(get(path), turned, 160, 256);
+}
+
+TEST_F(Pictures, AHeicWithAlphaKeepsIt) {
+    const std::string path =
+        make("a.png", 800, 600, {"-alpha", "set", "-channel", "A", "-evaluate", "set", "50%"});
+    support::run({"heif-enc", "-q", "95", "-o", folder_.path("a.heic"), path});
+    const Thumbnail thumbnail = get(folder_.path("a.heic"));
+    expectGood(thumbnail, path, 256, 192);
+    EXPECT_NEAR(static_cast<unsigned char>(thumbnail.images.at(0).pixels.at(3)), 128, 2);
+}
+
+TEST_F(Pictures, AHeicWithMoreThanEightBits) {
+    const std::string path = make("a.png", 800, 600, {"-depth", "16"});
+    support::run({"heif-enc", "-q", "95", "-o", folder_.path("a.heic"), path});
+    expectGood(get(folder_.path("a.heic")), path, 256, 192);
+}
+
+TEST_F(Pictures, AnAvif) { expectGood(make("a.avif", 800, 600, {"-quality", "90"}), 256, 192); }
+
 TEST_F(Pictures, AHeic) { expectGood(make("a.heic", 800, 600, {"-quality", "90"}), 256, 192); }
 
 TEST_F(Pictures, AHeicInGrey) { expectGood(make("a.heic", 800, 600, {"-colorspace", "Gray"}), 256, 192); }

@@ -10,8 +10,8 @@
 #include "thumbnail/decode/exif.h"
 #include "thumbnail/decode/limits.h"
 #include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
-#include "thumbnail/decode/vips_library.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -33,7 +33,7 @@ class Decoder {
 
     // The picture at no less than twice the size of `target` where it has that many
     // pixels, so that the resizing that follows decides on the quality.
-    Outcome decode(Size target, Bytes &pixels, Size &scaled, int &channels);
+    Outcome decode(Size target, Pixels &pixels);
 
   private:
     bool decompress(Size scaled, int format, int flags, Bytes &pixels);
@@ -78,10 +78,10 @@ bool Decoder::decompress(Size scaled, int format, int flags, Bytes &pixels) {
                          scaled.height, format, flags | TJFLAG_LIMITSCANS) == 0;
 }
 
-Outcome Decoder::decode(Size target, Bytes &pixels, Size &scaled, int &channels) {
-    scaled = scaledSize(size_, target);
+Outcome Decoder::decode(Size target, Pixels &pixels) {
+    const Size scaled = scaledSize(size_, target);
     int format = TJPF_RGB;
-    channels = 3;
+    int channels = 3;
     if (colours_ == TJCS_GRAY) {
         format = TJPF_GRAY;
         channels = 1;
@@ -89,47 +89,23 @@ Outcome Decoder::decode(Size target, Bytes &pixels, Size &scaled, int &channels)
         format = TJPF_CMYK;
         channels = 4;
     }
-    pixels.resize(std::size_t{1} * scaled.width * scaled.height * channels);
+    Bytes &bytes = pixels.bytes;
+    bytes.resize(std::size_t{1} * scaled.width * scaled.height * channels);
     // Its warnings tell of missing and damaged data; the first that matters ends the work.
-    bool whole = decompress(scaled, format, TJFLAG_STOPONWARNING, pixels);
+    bool whole = decompress(scaled, format, TJFLAG_STOPONWARNING, bytes);
     if (!whole && isHarmless()) {
-        whole = decompress(scaled, format, 0, pixels) || isHarmless();
+        whole = decompress(scaled, format, 0, bytes) || isHarmless();
     }
     if (!whole) {
         return {MRB_ERR_CORRUPT, std::string("The picture is damaged: ") + tjGetErrorStr2(handle_.get())};
     }
     if (format == TJPF_CMYK) {
-        toScreenColours(pixels);
+        toScreenColours(bytes);
         channels = 3;
     }
+    pixels.size = scaled;
+    pixels.channels = channels;
     return {};
-}
-
-VipsPicture pictureOf(const Bytes &pixels, Size size, int channels, const Bytes &profile) {
-    VipsPicture picture(vips_image_new_from_memory(pixels.data(), pixels.size(), size.width, size.height,
-                                                   channels, VIPS_FORMAT_UCHAR));
-    if (picture) {
-        picture->Type = channels == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
-        if (!profile.empty()) {
-            vips_image_set_blob_copy(picture.get(), VIPS_META_ICC_NAME, profile.data(), profile.size());
-        }
-    }
-    return picture;
-}
-
-Outcome resize(const Bytes &pixels, Size size, int channels, const Bytes &profile, Size target,
-               const StopSign &stop, Image &image) {
-    if (Outcome ready = useVips(); ready.code != MRB_ERR_NONE) {
-        return ready;
-    }
-    VipsPicture picture = pictureOf(pixels, size, channels, profile);
-    if (picture && size != target) {
-        VipsImage *resized = nullptr;
-        vips_resize(picture.get(), &resized, static_cast<double>(target.width) / size.width, "vscale",
-                    static_cast<double>(target.height) / size.height, nullptr);
-        picture.reset(resized);
-    }
-    return picture ? render(std::move(picture), stop, image) : vipsFailure();
 }
 
 // Decodes to the size that a picture of `original` pixels has in the box.
@@ -138,17 +114,17 @@ Outcome decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orie
     const int applied = request.orientation != 0 ? request.orientation : orientation;
     const Size target = fit(original, turned({request.width, request.height}, applied));
     Scratch memory;
-    Bytes &pixels = *memory;
-    Size scaled;
-    int channels = 0;
-    Outcome outcome = decoder.decode(target, pixels, scaled, channels);
+    Pixels pixels{*memory};
+    Outcome outcome = decoder.decode(target, pixels);
     if (outcome.code == MRB_ERR_NONE && stop.isUp()) {
         outcome = stop.outcome();
     }
     Image image;
     if (outcome.code == MRB_ERR_NONE) {
-        const bool coloured = channels == 3;
-        outcome = resize(pixels, scaled, channels, coloured ? profile : Bytes(), target, stop, image);
+        if (pixels.channels == 3) {
+            pixels.profile = profile;
+        }
+        outcome = resize(pixels, target, stop, image);
     }
     if (outcome.code == MRB_ERR_NONE) {
         addImage(std::move(image), original, orientation, request, decoded);

@@ -7,6 +7,7 @@
 #include "thumbnail/decode/scratch.h"
 #include "thumbnail/decode/video.h"
 #include "thumbnail/decode/vips_picture.h"
+#include "thumbnail/decode/webp.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -25,8 +26,11 @@ void addImage(Image image, Size original, int orientation, const DecodeRequest &
 }
 
 Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
-    return isJpeg(data) ? decodeJpeg(data, request, stop, decoded)
-                        : decodeWithVips(data, request, stop, decoded);
+    if (isJpeg(data)) {
+        return decodeJpeg(data, request, stop, decoded);
+    }
+    return isPlainWebp(data) ? decodePlainWebp(data, request, stop, decoded)
+                             : decodeWithVips(data, request, stop, decoded);
 }
 
 Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,

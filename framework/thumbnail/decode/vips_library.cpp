@@ -83,6 +83,10 @@ Outcome vipsFailure() {
     std::string text = vips_error_buffer();
     vips_error_clear();
     std::ranges::replace(text, '\n', ' ');
+    // libheif's bounds on what a file may claim, in the words of all its versions.
+    if (text.find("ecurity limit") != std::string::npos) {
+        return {MRB_ERR_OUT_OF_MEMORY, "The picture claims more than is decoded: " + text};
+    }
     return {MRB_ERR_CORRUPT, "The picture is damaged: " + text};
 }
 

@@ -20,7 +20,8 @@ using VipsPicture = std::unique_ptr<VipsImage, Unref>;
 // its own making.
 Outcome useVips();
 
-// What libvips last complained of on this thread, as the reason why a picture is damaged.
+// What libvips last complained of on this thread, as the reason why a picture is damaged,
+// or too large.
 Outcome vipsFailure();
 
 // Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its

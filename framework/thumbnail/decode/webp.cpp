@@ -1,12 +1,20 @@
 #include "thumbnail/decode/webp.h"
 
+#include <webp/decode.h>
+
 #include <algorithm>
+#include <memory>
 #include <string_view>
+
+#include "thumbnail/decode/limits.h"
+#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/resize.h"
+#include "thumbnail/decode/scratch.h"
 
 namespace mrb::thumbnail {
 namespace {
 
-// How much larger than wanted a picture is decoded. The loader's own scaling is coarse, so
+// How much larger than wanted a picture is decoded. libwebp's own scaling is coarse, so
 // that the resizing that follows decides on the quality.
 constexpr double MARGIN = 1.5;
 
@@ -18,7 +26,87 @@ std::uint32_t littleEndian(ByteSpan data, std::size_t at, std::size_t bytes) {
     return number;
 }
 
+// What the first chunk of a file of several chunks says of the others.
+constexpr unsigned char HAS_PROFILE = 0x20;
+constexpr unsigned char HAS_EXIF = 0x08;
+constexpr unsigned char IS_ANIMATED = 0x02;
+
+// The size to decode to for a picture that is to have the size of `target`.
+Size marginSize(Size size, Size target) {
+    const double scale = std::min(1.0, MARGIN * target.width / size.width);
+    const auto part = [scale](int length) { return std::max(1, static_cast<int>(length * scale + 0.5)); };
+    return {part(size.width), part(size.height)};
+}
+
+// In steps, between which the sign is looked at.
+Outcome decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &stop) {
+    constexpr std::size_t STEP_BYTES = 64 << 10;
+    const std::unique_ptr<WebPIDecoder, decltype(&WebPIDelete)> decoder(WebPIDecode(nullptr, 0, &config),
+                                                                        WebPIDelete);
+    VP8StatusCode status = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
+    for (std::size_t known = 0; status == VP8_STATUS_SUSPENDED && known < data.size();) {
+        if (stop.isUp()) {
+            return stop.outcome();
+        }
+        known = std::min(data.size(), known + STEP_BYTES);
+        status = WebPIUpdate(decoder.get(), data.data(), known);
+    }
+    switch (status) {
+    case VP8_STATUS_OK:
+        return {};
+    case VP8_STATUS_OUT_OF_MEMORY:
+        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the picture."};
+    case VP8_STATUS_SUSPENDED:
+        return {MRB_ERR_CORRUPT, "The picture is damaged: it ends too early."};
+    default:
+        return {MRB_ERR_CORRUPT, "The picture is damaged: libwebp cannot read it."};
+    }
+}
+
 } // namespace
+
+bool isPlainWebp(ByteSpan data) {
+    constexpr std::size_t FLAGS_AT = 20;
+    const std::string_view text(reinterpret_cast<const char *>(data.data()), data.size());
+    if (text.size() <= FLAGS_AT || !text.starts_with("RIFF") || text.substr(8, 4) != "WEBP") {
+        return false;
+    }
+    return text.substr(12, 4) != "VP8X" || (data[FLAGS_AT] & (HAS_PROFILE | HAS_EXIF | IS_ANIMATED)) == 0;
+}
+
+Outcome decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    WebPDecoderConfig config;
+    if (WebPInitDecoderConfig(&config) == 0 ||
+        WebPGetFeatures(data.data(), data.size(), &config.input) != VP8_STATUS_OK) {
+        return {MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."};
+    }
+    const Size size{config.input.width, config.input.height};
+    const int channels = config.input.has_alpha != 0 ? 4 : 3;
+    Outcome outcome = checkPictureSize(size.width, size.height, 4);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const Size target = fit(size, turned({request.width, request.height}, request.orientation));
+    Scratch memory;
+    Pixels pixels{*memory, marginSize(size, target), channels};
+    const int stride = pixels.size.width * channels;
+    pixels.bytes.resize(std::size_t{1} * pixels.size.height * stride);
+    config.options.use_scaling = 1;
+    config.options.scaled_width = pixels.size.width;
+    config.options.scaled_height = pixels.size.height;
+    config.output.colorspace = channels == 4 ? MODE_RGBA : MODE_RGB;
+    config.output.is_external_memory = 1;
+    config.output.u.RGBA = {pixels.bytes.data(), stride, pixels.bytes.size()};
+    outcome = decodeSteps(data, config, stop);
+    Image image;
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = resize(pixels, target, stop, image);
+    }
+    if (outcome.code == MRB_ERR_NONE) {
+        addImage(std::move(image), size, 1, request, decoded);
+    }
+    return outcome;
+}
 
 Size sizeOfWebp(ByteSpan data) {
     constexpr std::size_t HEADER_BYTES = 30;

@@ -11,7 +11,14 @@ namespace mrb::thumbnail {
 // those that are too large.
 Size sizeOfWebp(ByteSpan data);
 
-// Opens a WebP file of this size, scaled down while it is decoded, to no less than it has
+// Whether the data are a WebP file of one picture that is shown as its pixels are: not
+// turned, in the usual colours.
+bool isPlainWebp(ByteSpan data);
+
+// Decodes such a file.
+Outcome decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+
+// Opens any other WebP file of this size, scaled down while it is decoded, to no less than it has
 // in the box.
 Outcome openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture);
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "thumbnail/decode/fit.h"
+#include "thumbnail/decode/media_file.h"
+#include "thumbnail/decoding.h"
+
+namespace mrb::thumbnail {
+
+// What a decoder wrote: rows from top to bottom without gaps. Owned by the decoding thread.
+struct Pixels {
+    Bytes &bytes;
+    Size size = {};
+    int channels = 0;   // 1: grey, 3: red, green, blue; 4: and alpha, not multiplied in
+    Bytes profile = {}; // the ICC profile of the colours; empty: sRGB
+};
+
+// Makes the image of exactly this size, whose proportions may differ by a rounded pixel
+// from the picture's.
+Outcome resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image);
+
+} // namespace mrb::thumbnail
