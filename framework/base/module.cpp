@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <stdexcept>
 #include <string>
 
 namespace mrb {
@@ -29,9 +28,9 @@ std::string besideThisLibrary(const char *file) {
     return path.substr(0, path.rfind('/') + 1) + file;
 }
 
-std::runtime_error failure(const char *what) {
+MissingModule failure(const char *what) {
     const char *reason = dlerror();
-    return std::runtime_error(reason != nullptr ? reason : what);
+    return MissingModule(reason != nullptr ? reason : what);
 }
 
 } // namespace

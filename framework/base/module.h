@@ -1,6 +1,13 @@
 #pragma once
 
+#include <stdexcept>
+
 namespace mrb {
+
+// A module, or a function of it, is not there.
+struct MissingModule : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // A library of the framework's own that is loaded when it is first needed, since it
 // brings many others along. Never closed, nor torn down at the end of the process
@@ -8,10 +15,10 @@ namespace mrb {
 class Module {
   public:
     // Opens the file of this name beside the library that this is part of.
-    // Throws std::runtime_error when it cannot be loaded.
+    // Throws MissingModule when it cannot be loaded.
     explicit Module(const char *file);
 
-    // Throws std::runtime_error when the library has no such function.
+    // Throws MissingModule when the library has no such function.
     template <typename Function>
     [[nodiscard]] Function *function(const char *name) const {
         return reinterpret_cast<Function *>(symbol(name));

@@ -3,12 +3,12 @@
 #include <exception>
 #include <new>
 
+#include "base/module.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
-#include "thumbnail/decode/cover.h"
 #include "thumbnail/decode/picture.h"
-#include "thumbnail/decode/video.h"
 #include "thumbnail/decode/vips_library.h"
+#include "thumbnail/films.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -20,6 +20,13 @@ int typeOf(const DecodeRequest &request) {
     const MediaType *type = mediaTypeOf(request.path.substr(request.path.rfind('/') + 1));
     // What a picture is shows in its first bytes, whatever its name.
     return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
+}
+
+Outcome decodeCover(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                    Decoded &decoded) {
+    Bytes cover;
+    Outcome outcome = films().readCover(file, request.path, stop, cover);
+    return outcome.code == MRB_ERR_NONE ? decodePicture(cover, request, stop, decoded) : outcome;
 }
 
 Outcome decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
@@ -35,7 +42,7 @@ Outcome decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &
     case MRB_ITEM_TYPE_VIDEO:
     case MRB_ITEM_TYPE_RECORD:
     case MRB_ITEM_TYPE_UHD:
-        return decodeVideo(file, request, stop, decoded);
+        return films().decodeVideo(file, request, stop, decoded);
     case MRB_ITEM_TYPE_MUSIC:
         return decodeCover(file, request, stop, decoded);
     default:
@@ -53,6 +60,8 @@ void mrb_decode_thumbnail(const DecodeRequest &request, const StopSign &stop, De
         decoded.outcome = decodeFile(request, stop, decoded);
     } catch (const std::bad_alloc &) {
         decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory for the picture."};
+    } catch (const MissingModule &failure) {
+        decoded.outcome = {MRB_ERR_NOT_SUPPORTED, failure.what()};
     } catch (const std::exception &failure) {
         decoded.outcome = {MRB_ERR_CORRUPT, failure.what()};
     }

@@ -9,7 +9,7 @@
 
 #include "thumbnail/decode/exif.h"
 #include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
 

@@ -3,8 +3,6 @@
 #include <cstring>
 #include <utility>
 
-#include "thumbnail/decode/fit.h"
-
 namespace mrb::thumbnail {
 namespace {
 
@@ -55,6 +53,14 @@ Image turnUpright(Image image, int orientation) {
         }
     }
     return upright;
+}
+
+void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded) {
+    decoded.orientation = request.orientation != 0 ? request.orientation : orientation;
+    const Size upright = turned(original, decoded.orientation);
+    decoded.originalWidth = upright.width;
+    decoded.originalHeight = upright.height;
+    decoded.images.push_back(turnUpright(std::move(image), decoded.orientation));
 }
 
 } // namespace mrb::thumbnail

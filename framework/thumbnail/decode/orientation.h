@@ -1,5 +1,6 @@
 #pragma once
 
+#include "thumbnail/decode/fit.h"
 #include "thumbnail/decoding.h"
 
 namespace mrb::thumbnail {
@@ -7,5 +8,9 @@ namespace mrb::thumbnail {
 // Turns a picture that is stored with an EXIF orientation (1 to 8, CIPA DC-008
 // tag 0x0112) upright. Throws std::bad_alloc.
 Image turnUpright(Image image, int orientation);
+
+// Completes `decoded` with an image as it is stored in the file: `original` is the
+// stored size, `orientation` the file's own unless the request names one.
+void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded);
 
 } // namespace mrb::thumbnail

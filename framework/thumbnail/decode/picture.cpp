@@ -1,13 +1,10 @@
 #include "thumbnail/decode/picture.h"
 
-#include <utility>
-
 #include "thumbnail/decode/jpeg.h"
-#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/scratch.h"
-#include "thumbnail/decode/video.h"
 #include "thumbnail/decode/vips_picture.h"
 #include "thumbnail/decode/webp.h"
+#include "thumbnail/films.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -16,14 +13,6 @@ namespace {
 constexpr std::int64_t HEAD_BYTES = 128 << 10;
 
 } // namespace
-
-void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded) {
-    decoded.orientation = request.orientation != 0 ? request.orientation : orientation;
-    const Size upright = turned(original, decoded.orientation);
-    decoded.originalWidth = upright.width;
-    decoded.originalHeight = upright.height;
-    decoded.images.push_back(turnUpright(std::move(image), decoded.orientation));
-}
 
 Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     if (isJpeg(data)) {
@@ -50,7 +39,8 @@ Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, c
     }
     outcome = decodePicture(data, request, stop, decoded);
     // A format that is no everyday picture's may still be one that players know.
-    return outcome.code == MRB_ERR_NOT_SUPPORTED ? decodeStill(file, request, stop, decoded) : outcome;
+    return outcome.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, stop, decoded)
+                                                 : outcome;
 }
 
 } // namespace mrb::thumbnail

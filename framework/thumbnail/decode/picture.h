@@ -12,8 +12,4 @@ Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, c
 // The same for a picture in memory, such as the cover in a piece of music.
 Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
 
-// Completes `decoded` with an image as it is stored in the file: `original` is the
-// stored size, `orientation` the file's own unless the request names one.
-void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded);
-
 } // namespace mrb::thumbnail

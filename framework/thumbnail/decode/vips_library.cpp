@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <mutex>
 
-#include "thumbnail/decode/heif_hevc.h"
-
 namespace mrb::thumbnail {
 namespace {
 
@@ -20,7 +18,6 @@ bool startVips() {
     if (vips_init("mrb") != 0) {
         return false;
     }
-    preferLibavForHevc();
     // Pictures are decoded side by side, one to a core, and none of them twice.
     vips_concurrency_set(1);
     vips_cache_set_max(0);

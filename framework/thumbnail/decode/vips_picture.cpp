@@ -5,9 +5,10 @@
 #include <utility>
 
 #include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/vips_library.h"
 #include "thumbnail/decode/webp.h"
+#include "thumbnail/films.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -30,7 +31,7 @@ bool beginsLikePicture(ByteSpan data) {
                                [text](std::string_view beginning) { return text.starts_with(beginning); });
 }
 
-constexpr std::string_view HEIF_ORIENTATION_IS_APPLIED = "VipsForeignLoadHeifBuffer";
+constexpr std::string_view HEIF = "VipsForeignLoadHeifBuffer"; // turns its pictures by itself
 constexpr std::string_view WEBP = "VipsForeignLoadWebpBuffer";
 
 // Both make a picture of exactly this size, whose proportions may differ by a rounded pixel
@@ -66,6 +67,9 @@ Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSi
                    : Outcome{MRB_ERR_NOT_SUPPORTED, "The file is no picture of a known format."};
     }
     const bool isWebp = found == WEBP;
+    if (found == HEIF) {
+        films().preferLibavForHevc();
+    }
     VipsPicture picture;
     Size size = isWebp ? sizeOfWebp(data) : Size();
     if (!isWebp) {
@@ -85,7 +89,7 @@ Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSi
     if (outcome.code != MRB_ERR_NONE) {
         return outcome;
     }
-    const int stored = found == HEIF_ORIENTATION_IS_APPLIED ? 1 : vips_image_get_orientation(picture.get());
+    const int stored = found == HEIF ? 1 : vips_image_get_orientation(picture.get());
     const int applied = request.orientation != 0 ? request.orientation : stored;
     const Size target = fit(size, turned({request.width, request.height}, applied));
     picture = isWebp ? scale(picture.get(), target) : readScaled(data, target);

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
 

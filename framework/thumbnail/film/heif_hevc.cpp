@@ -1,4 +1,4 @@
-#include "thumbnail/decode/heif_hevc.h"
+#include "thumbnail/film/heif_hevc.h"
 
 #include <libheif/heif.h>
 #include <libheif/heif_plugin.h>
@@ -12,8 +12,8 @@ extern "C" {
 #include <memory>
 #include <new>
 
-#include "thumbnail/decode/av_input.h"
 #include "thumbnail/decode/limits.h"
+#include "thumbnail/film/av_input.h"
 
 namespace mrb::thumbnail {
 namespace {

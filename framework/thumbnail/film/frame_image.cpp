@@ -1,4 +1,4 @@
-#include "thumbnail/decode/frame_image.h"
+#include "thumbnail/film/frame_image.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>

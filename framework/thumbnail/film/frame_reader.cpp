@@ -1,4 +1,4 @@
-#include "thumbnail/decode/frame_reader.h"
+#include "thumbnail/film/frame_reader.h"
 
 #include <algorithm>
 

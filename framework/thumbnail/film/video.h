@@ -4,11 +4,9 @@
 
 namespace mrb::thumbnail {
 
-// Decodes frames of a video, spread over its running time.
+// As Films::decodeVideo and Films::decodeStill.
 Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
                     Decoded &decoded);
-
-// Decodes a picture in a format that libav alone knows, such as BMP.
 Outcome decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
                     Decoded &decoded);
 

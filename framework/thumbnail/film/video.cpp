@@ -1,4 +1,4 @@
-#include "thumbnail/decode/video.h"
+#include "thumbnail/film/video.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -7,9 +7,9 @@ extern "C" {
 #include <cmath>
 #include <utility>
 
-#include "thumbnail/decode/frame_image.h"
-#include "thumbnail/decode/frame_reader.h"
-#include "thumbnail/decode/picture.h"
+#include "thumbnail/decode/orientation.h"
+#include "thumbnail/film/frame_image.h"
+#include "thumbnail/film/frame_reader.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -1,4 +1,4 @@
-#include "thumbnail/decode/av_input.h"
+#include "thumbnail/film/av_input.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "thumbnail/decode/av_input.h"
+#include "thumbnail/film/av_input.h"
 
 namespace mrb::thumbnail {
 

@@ -1,4 +1,4 @@
-#include "thumbnail/decode/cover_tags.h"
+#include "thumbnail/film/cover_tags.h"
 
 #include <taglib/aifffile.h>
 #include <taglib/apefile.h>

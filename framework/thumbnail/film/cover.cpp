@@ -1,8 +1,7 @@
-#include "thumbnail/decode/cover.h"
+#include "thumbnail/film/cover.h"
 
-#include "thumbnail/decode/av_input.h"
-#include "thumbnail/decode/cover_tags.h"
-#include "thumbnail/decode/picture.h"
+#include "thumbnail/film/av_input.h"
+#include "thumbnail/film/cover_tags.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -29,20 +28,16 @@ Outcome coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cov
 
 } // namespace
 
-Outcome decodeCover(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded) {
-    Bytes cover = coverOfTags(request.path);
+Outcome readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover) {
+    cover = coverOfTags(path);
     if (stop.isUp()) {
         return stop.outcome();
     }
-    if (cover.empty()) {
-        Outcome outcome = coverOfContainer(file, stop, cover);
-        if (outcome.code != MRB_ERR_NONE) {
-            return outcome;
-        }
+    Outcome outcome = cover.empty() ? coverOfContainer(file, stop, cover) : Outcome{};
+    if (outcome.code == MRB_ERR_NONE && cover.empty()) {
+        outcome = {MRB_ERR_NOT_FOUND, "The music has no cover."};
     }
-    return cover.empty() ? Outcome{MRB_ERR_NOT_FOUND, "The music has no cover."}
-                         : decodePicture(cover, request, stop, decoded);
+    return outcome;
 }
 
 } // namespace mrb::thumbnail

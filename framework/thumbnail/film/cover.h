@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "thumbnail/decode/media_file.h"
+
+namespace mrb::thumbnail {
+
+// As Films::readCover.
+Outcome readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
+
+} // namespace mrb::thumbnail

@@ -1,0 +1,16 @@
+// What the films' library exports.
+
+#include "thumbnail/films.h"
+
+#include "thumbnail/film/cover.h"
+#include "thumbnail/film/heif_hevc.h"
+#include "thumbnail/film/video.h"
+
+namespace mrb::thumbnail {
+
+const Films *mrb_films() {
+    static constexpr Films FILMS{decodeVideo, decodeStill, readCover, preferLibavForHevc};
+    return &FILMS;
+}
+
+} // namespace mrb::thumbnail
