@@ -17,7 +17,7 @@ setup_run_packages=(
     libblkid-dev libudev-dev
     libsystemd-dev libexif-dev libheif-dev libtag1-dev libsqlite3-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libvips-dev libturbojpeg0-dev libwebp-dev
-    libgupnp-1.6-dev libgphoto2-dev libexpat1-dev
+    libgupnp-1.6-dev libgupnp-av-1.0-dev libgphoto2-dev libexpat1-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.

@@ -1,5 +1,6 @@
 #include "agent/opening.h"
 
+#include <algorithm>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -66,10 +67,25 @@ void Opening::run() noexcept {
 }
 
 // Somebody who sees the items asks about them next, and should not wait for libraries.
-void Opening::prepareFields() const noexcept {
-    if (!stopped() && list_.passed() > 0 && !source_->watchedRoot().empty()) {
+void Opening::prepareFields() const {
+    if (!stopped() && list_.passed() > 0 && hasFiles()) {
         loadReaders();
     }
+}
+
+// Whether the items are files of this machine, as far as the first ones show.
+bool Opening::hasFiles() const {
+    constexpr std::int32_t ENOUGH = 100;
+    if (!source_->watchedRoot().empty()) {
+        return true;
+    }
+    const std::int32_t end = std::min(list_.passed(), ENOUGH);
+    for (std::int32_t item = 0; item < end; ++item) {
+        if (!mediaOf(list_.factsOf(item)).path.empty()) {
+            return true;
+        }
+    }
+    return false;
 }
 
 FillResult Opening::fill() {
@@ -98,8 +114,7 @@ void Opening::sort(Outcome &outcome) {
         const auto isStopped = [this] { return stopped(); };
         const auto fileOf = [this](const ItemFacts &facts) { return mediaOf(facts); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
-            const auto toldOf = [this](const ItemFacts &facts) { return told(facts); };
-            return sortValues(store, key, library(), fileOf, toldOf, isStopped);
+            return sortValues(store, key, library(), fileOf, isStopped);
         };
         if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
             outcome = {MRB_ERR_CANCELLED, {}};
@@ -150,6 +165,9 @@ MediaItem Opening::mediaOf(const ItemFacts &facts) const {
         break;
     }
     MediaItem item;
+    if (std::optional<ToldFacts> told = source_->told(facts)) {
+        item.told = std::move(told->metadata);
+    }
     item.path = source_->filePath(facts);
     if (!item.path.empty()) {
         // Files of a source that stands on no folder may lie anywhere.

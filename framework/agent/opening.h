@@ -90,11 +90,9 @@ class Opening final : public EventTarget,
 
     // Whether an entry's file is still there; a code of mrb/result.h. Any thread.
     [[nodiscard]] int reach(const ListEntry &entry) const;
-    // The file that an item is; without a path where it is none. Any thread.
+    // The file that an item is, without a path where it is none, and what its source says
+    // of it. Any thread.
     [[nodiscard]] MediaItem mediaOf(const ItemFacts &facts) const;
-
-    // What the source says of an item's contents; no value: nothing. Any thread.
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
     [[nodiscard]] std::optional<ListEntry> current() const { return list_.current(); }
@@ -122,7 +120,9 @@ class Opening final : public EventTarget,
 
     void beginWatch();
     void handOverWatch() noexcept;
-    void prepareFields() const noexcept;
+    void prepareFields() const;
+    [[nodiscard]] bool hasFiles() const;
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
     FillResult fill();
     void sort(Outcome &outcome);
     void reportGrowth();

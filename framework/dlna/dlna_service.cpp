@@ -120,6 +120,40 @@ int DlnaService::list(std::vector<Device> &servers) {
     return isWanted() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
+Outcome DlnaService::find(const std::string &idOrAddress, Found &found) {
+    const std::lock_guard guard(lock_);
+    if (!isWanted() || down_) {
+        return {MRB_ERR_NOT_INITIALIZED, "The DLNA service is not started."};
+    }
+    std::vector<Device> servers = servers_.list(DeviceKind::SERVER);
+    std::erase_if(servers,
+                  [&](const Device &server) { return server.id != idOrAddress && server.ip != idOrAddress; });
+    if (servers.size() > 1) {
+        return {MRB_ERR_INVALID_PARAMETER,
+                "There are several DLNA servers at " + idOrAddress + ": say the id of one."};
+    }
+    if (servers.empty() || idOrAddress.empty() || !network_) {
+        return {MRB_ERR_NOT_FOUND, "There is no DLNA server \"" + idOrAddress + "\", or not yet."};
+    }
+    found.id = servers.front().id;
+    found.name = servers.front().name;
+    found.directories = network_->directories();
+    if (!found.directories) {
+        return {MRB_ERR_NOT_SUPPORTED, "The servers of this network cannot be asked."};
+    }
+    return {};
+}
+
+std::shared_ptr<Directories> DlnaService::directories() {
+    const std::lock_guard guard(lock_);
+    return isWanted() && network_ ? network_->directories() : nullptr;
+}
+
+bool DlnaService::isThere(const std::string &id) {
+    const std::lock_guard guard(lock_);
+    return isWanted() && servers_.contains(id);
+}
+
 // Brings the network and the clients to where they should be, a step at a time: what a
 // step makes known is queued before the next one's.
 void DlnaService::update() {

@@ -5,8 +5,11 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
+#include "base/result.h"
+#include "dlna/directories.h"
 #include "dlna/network.h"
 #include "dlna/service_clients.h"
 #include "events/event_thread.h"
@@ -46,6 +49,19 @@ class DlnaService final : private ServerListener {
 
     // The servers that are there. MRB_ERR_NOT_INITIALIZED: nobody has begun the service.
     int list(std::vector<Device> &servers);
+
+    // A server, and whom to ask what it has.
+    struct Found {
+        std::string id;
+        std::string name;
+        std::shared_ptr<Directories> directories;
+    };
+    // The server with that id, or the only one with that address. MRB_ERR_NOT_INITIALIZED:
+    // nobody has begun the service; MRB_ERR_NOT_FOUND: it has not been seen, or not yet.
+    Outcome find(const std::string &idOrAddress, Found &found);
+    [[nodiscard]] bool isThere(const std::string &id);
+    // Whom to ask for files of the servers; null: the service does not run.
+    [[nodiscard]] std::shared_ptr<Directories> directories();
 
     // Ends the threads. What does not end until the deadline is left behind. Every call
     // from now on fails.

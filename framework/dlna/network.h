@@ -5,6 +5,8 @@
 
 namespace mrb::dlna {
 
+class Directories;
+
 // A media server as it describes itself; texts are UTF-8 and of bounded length.
 struct Server {
     std::string id;      // its unique device name, "uuid:..."
@@ -35,6 +37,9 @@ class Network {
     virtual ~Network() = default;
     Network(const Network &) = delete;
     Network &operator=(const Network &) = delete;
+
+    // What its servers offer; null: it cannot ask them.
+    [[nodiscard]] virtual std::shared_ptr<Directories> directories() { return nullptr; }
 };
 
 // Loads the library that does it when it is first called. The listener must outlive the

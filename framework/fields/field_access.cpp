@@ -63,13 +63,6 @@ const MediaRecord &noRecord() {
     return none;
 }
 
-// The file itself knows best.
-std::shared_ptr<const MediaRecord> withTold(const MediaRecord &record, const Metadata &told) {
-    auto filled = std::make_shared<MediaRecord>(record);
-    filled->facts.fillGaps(told);
-    return filled;
-}
-
 bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
@@ -97,16 +90,13 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
     std::shared_ptr<const MediaRecord> record;
     if (isOfFile) {
         const MediaItem item = opening.mediaOf(entry->facts);
-        if (!item.path.empty()) {
+        if (item.isKnown()) {
             record = opening.library().known(item);
             const bool isWritten = writtenValue(*field, *record) != nullptr;
             if (field->needs == FieldNeeds::FILE && !record->isRead && !isWritten) {
                 reading = opening.library().read(item, record);
             }
         }
-    }
-    if (const auto told = field->needs == FieldNeeds::FILE ? opening.told(entry->facts) : std::nullopt) {
-        record = withTold(record ? *record : noRecord(), told->metadata);
     }
     const FactValue found = fieldValue(*field, *entry, isPlaced ? opening.locate(*entry) : ItemLocation(),
                                        record ? *record : noRecord());

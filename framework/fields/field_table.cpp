@@ -105,6 +105,9 @@ FactValue highDefinition(const FieldSubject &subject) {
 // The file itself is what a thumbnail is made of, where it holds a picture: music has a
 // cover or none.
 FactValue thumbnailPath(const FieldSubject &subject) {
+    if (!subject.location.thumbnail.empty()) {
+        return subject.location.thumbnail;
+    }
     const Metadata &facts = subject.record.facts;
     const bool hasPicture = facts.number(Fact::WIDTH) > 0 || facts.number(Fact::HAS_COVER) > 0;
     return hasPicture ? FactValue(subject.location.path) : FactValue();

@@ -58,11 +58,10 @@ std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &
 
 } // namespace
 
-std::optional<std::vector<std::int64_t>>
-sortValues(const ItemStore &store, SortKey key, MediaLibrary &library,
-           const std::function<MediaItem(const ItemFacts &)> &fileOf,
-           const std::function<std::optional<ToldFacts>(const ItemFacts &)> &toldOf,
-           const std::function<bool()> &stopped) {
+std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
+                                                    MediaLibrary &library,
+                                                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                                                    const std::function<bool()> &stopped) {
     constexpr std::int64_t MOST_TRACKS = 1 << 20;
     const auto size = static_cast<std::size_t>(store.size());
     const Field &field = *findField(fieldOf(key));
@@ -71,13 +70,7 @@ sortValues(const ItemStore &store, SortKey key, MediaLibrary &library,
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
         const auto index = static_cast<std::size_t>(item);
         const ListEntry entry{store.facts(item)};
-        const std::optional<ToldFacts> told = toldOf(entry.facts);
-        MediaRecord filled;
-        if (told) {
-            filled = record;
-            filled.facts.fillGaps(told->metadata);
-        }
-        const FactValue value = fieldValue(field, entry, {}, told ? filled : record);
+        const FactValue value = fieldValue(field, entry, {}, record);
         if (const auto *text = std::get_if<std::string>(&value)) {
             texts[index] = *text;
         }
@@ -87,7 +80,7 @@ sortValues(const ItemStore &store, SortKey key, MediaLibrary &library,
     };
     const auto itemAt = [&](std::int32_t item) {
         MediaItem file = fileOf(store.facts(item));
-        if (file.path.empty()) {
+        if (!file.isKnown()) {
             take(item, MediaRecord());
         }
         return file;

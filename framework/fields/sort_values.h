@@ -11,14 +11,13 @@
 
 namespace mrb {
 
-// For an order by what files say: a number for each item of the store, by which to
+// For an order by what items say: a number for each item of the store, by which to
 // sort; UNKNOWN where the item says nothing. Reads the metadata of all items that
-// `fileOf` gives a path, and takes what these lack from `toldOf`. No value when
-// `stopped` became true. Called by the thread that fills the list.
-std::optional<std::vector<std::int64_t>>
-sortValues(const ItemStore &store, SortKey key, MediaLibrary &library,
-           const std::function<MediaItem(const ItemFacts &)> &fileOf,
-           const std::function<std::optional<ToldFacts>(const ItemFacts &)> &toldOf,
-           const std::function<bool()> &stopped);
+// `fileOf` gives a path. No value when `stopped` became true. Called by the thread
+// that fills the list.
+std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
+                                                    MediaLibrary &library,
+                                                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                                                    const std::function<bool()> &stopped);
 
 } // namespace mrb

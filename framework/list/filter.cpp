@@ -58,7 +58,8 @@ bool Filter::passes(const SourceItem &item) {
         return false;
     }
     if (!extensions_.empty()) {
-        const std::string extension = lowerCase(extensionOf(item.name));
+        const std::string extension =
+            lowerCase(item.extension.empty() ? extensionOf(item.name) : item.extension);
         if (std::ranges::find(extensions_, extension) == extensions_.end()) {
             return false;
         }

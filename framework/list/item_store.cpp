@@ -9,6 +9,21 @@ constexpr std::int32_t NO_ITEM = -1;
 
 std::string_view cut(std::string_view text) { return text.substr(0, ItemStore::LONGEST_TEXT); }
 
+// An id with a record: the id's length in two bytes, the lower first, both, one after the other.
+constexpr std::size_t LENGTH_BYTES = 2;
+
+std::string packed(std::string_view id, std::string_view record) {
+    std::string text;
+    text.reserve(LENGTH_BYTES + id.size() + record.size());
+    text += static_cast<char>(id.size() & 0xffU);
+    text += static_cast<char>(id.size() >> 8U);
+    return text.append(id).append(record);
+}
+
+std::size_t packedLength(std::string_view text) {
+    return static_cast<unsigned char>(text[0]) + 256UL * static_cast<unsigned char>(text[1]);
+}
+
 } // namespace
 
 ItemStore::ItemStore() { folders_.push_back({NO_FOLDER, 0, 0, false, NO_ITEM}); }
@@ -25,13 +40,17 @@ std::int32_t ItemStore::addFolder(std::int32_t parent, std::string_view name) {
 
 bool ItemStore::add(const SourceItem &item, bool passes) {
     const std::string_view name = cut(item.name);
-    const std::string_view id = cut(item.id);
+    // A record that does not fit is left out: the item is still itself.
+    const bool hasRecord =
+        !item.record.empty() && LENGTH_BYTES + item.id.size() + item.record.size() <= LONGEST_TEXT;
+    const std::string behind = hasRecord ? packed(item.id, item.record) : std::string();
+    const std::string_view id = hasRecord ? behind : cut(item.id);
     if (items_.size() >= MOST_ITEMS || !hasRoom(name.size() + id.size())) {
         return false;
     }
     items_.push_back({item.size, item.modified, item.created, text_.add(name, id), known(item.folder),
                       static_cast<std::uint16_t>(name.size()), static_cast<std::uint16_t>(id.size()),
-                      firstLetter(name) & LETTER_BITS, item.type, passes});
+                      firstLetter(name) & LETTER_BITS, item.type, passes, hasRecord});
     if (item.opens > ROOT_FOLDER && item.opens < folders()) {
         folders_[static_cast<std::size_t>(item.opens)].item = size() - 1;
         if (passes) {
@@ -90,7 +109,16 @@ std::string_view ItemStore::name(std::int32_t number) const {
 }
 
 std::string_view ItemStore::idOf(const Item &item) const {
-    return text_.at(item.text + item.nameLength, item.idLength);
+    const std::string_view behind = text_.at(item.text + item.nameLength, item.idLength);
+    return item.hasRecord ? behind.substr(LENGTH_BYTES, packedLength(behind)) : behind;
+}
+
+std::string_view ItemStore::recordOf(const Item &item) const {
+    if (!item.hasRecord) {
+        return {};
+    }
+    const std::string_view behind = text_.at(item.text + item.nameLength, item.idLength);
+    return behind.substr(LENGTH_BYTES + packedLength(behind));
 }
 
 ItemFacts ItemStore::facts(std::int32_t number) const {
@@ -98,6 +126,7 @@ ItemFacts ItemStore::facts(std::int32_t number) const {
     ItemFacts facts = numbers(number);
     facts.name = name(number);
     facts.id = idOf(item);
+    facts.record = recordOf(item);
     facts.folder = folderPath(item.folder);
     return facts;
 }
@@ -133,7 +162,7 @@ ItemFacts ItemStore::folderFacts(std::int32_t folder) const {
 bool ItemStore::isItem(std::int32_t number, const ItemFacts &wanted) const {
     const Item &item = at(number);
     if (!wanted.id.empty()) {
-        return item.idLength == wanted.id.size() && idOf(item) == wanted.id;
+        return item.idLength >= wanted.id.size() && idOf(item) == wanted.id;
     }
     return item.nameLength == wanted.name.size() && name(number) == wanted.name &&
            isFolder(item.folder, wanted.folder);

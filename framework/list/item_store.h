@@ -73,11 +73,12 @@ class ItemStore {
         std::uint32_t text; // where in text_ the name begins; the id follows it
         std::int32_t folder;
         std::uint16_t nameLength;
-        std::uint16_t idLength;
+        std::uint16_t idLength; // of all that follows the name
         // Found out when the item comes, since a list is grouped while somebody waits.
         std::uint32_t letter : 17;
         std::uint32_t type : 8;
         bool passes : 1;
+        bool hasRecord : 1; // the id is preceded by its length and followed by the record
     };
     static constexpr std::uint32_t LETTER_BITS = (1U << 17U) - 1;
     static_assert(LETTER_LIMIT == LETTER_BITS + 1);
@@ -98,7 +99,9 @@ class ItemStore {
     [[nodiscard]] const Item &at(std::int32_t number) const {
         return items_[static_cast<std::size_t>(number)];
     }
+    // What stands behind an item's name: its id, and the record that the source gave.
     [[nodiscard]] std::string_view idOf(const Item &item) const;
+    [[nodiscard]] std::string_view recordOf(const Item &item) const;
     [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MOST_TEXT; }
 
     // In chunks: they grow without copying what is there, and go as a whole.

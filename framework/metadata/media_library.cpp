@@ -1,6 +1,7 @@
 #include "metadata/media_library.h"
 
 #include <chrono>
+#include <utility>
 
 namespace mrb {
 namespace {
@@ -12,11 +13,42 @@ MediaKey keyNow(const MediaItem &item, const MediaFile &file) {
     return {item.key.volume, item.key.path, file.size(), file.modified()};
 }
 
+// The file itself knows best.
+std::shared_ptr<const MediaRecord> filled(std::shared_ptr<const MediaRecord> record, const MediaItem &item) {
+    if (!item.told) {
+        return record;
+    }
+    auto all = std::make_shared<MediaRecord>(*record);
+    all->facts.fillGaps(*item.told);
+    return all;
+}
+
+// Of what is no file nothing will ever be read.
+std::shared_ptr<const MediaRecord> recordOfNoFile(const MediaItem &item) {
+    auto record = std::make_shared<MediaRecord>();
+    record->isRead = true;
+    return filled(std::move(record), item);
+}
+
 } // namespace
 
+std::shared_ptr<const MediaRecord> MediaLibrary::known(const MediaItem &item) {
+    return item.path.empty() ? recordOfNoFile(item) : filled(cache_.find(item.key), item);
+}
+
 Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
+    if (item.path.empty()) {
+        record = recordOfNoFile(item);
+        return {};
+    }
+    Outcome outcome = readFile(item, record);
+    record = filled(std::move(record), item);
+    return outcome;
+}
+
+Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
     record = cache_.find(item.key);
-    if (record->isRead || item.path.empty()) {
+    if (record->isRead) {
         return {};
     }
     MediaFile file;
@@ -54,12 +86,16 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
     for (std::int32_t index = 0; index < items && isWanted; ++index) {
         isWanted = !stopped();
         const MediaItem item = isWanted ? itemAt(index) : MediaItem{};
-        if (!isWanted || item.path.empty()) {
+        if (!isWanted || !item.isKnown()) {
+            continue;
+        }
+        if (item.path.empty()) {
+            take(index, *recordOfNoFile(item));
             continue;
         }
         const std::shared_ptr<const MediaRecord> record = cache_.find(item.key);
         if (record->isRead) {
-            take(index, *record);
+            take(index, *filled(record, item));
             continue;
         }
         MediaFile file(&stopped);
@@ -74,6 +110,9 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         if (outcome.code == MRB_ERR_NONE) {
             batch.emplace_back(keyNow(item, file), fresh.facts);
+        }
+        if (item.told) {
+            fresh.facts.fillGaps(*item.told);
         }
         take(index, fresh);
         if (batch.size() >= AT_ONCE) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -13,15 +14,20 @@
 
 namespace mrb {
 
-// One media file, as a list knows it.
+// One item, as a list knows it.
 struct MediaItem {
     std::string path; // absolute, the exact bytes; empty: no file of this machine
     std::string name; // its file name
     MediaKey key;
+    std::optional<Metadata> told = {}; // what its source says of it
+
+    // False: nothing can be known of it.
+    [[nodiscard]] bool isKnown() const { return told || !path.empty(); }
 };
 
-// The metadata of all files that this process asks about: from the cache, and from
-// the file itself the first time. Owned by the Framework; any thread may call it, and
+// The metadata of all items that this process asks about: of a file from the cache, and
+// from the file itself the first time; what it does not say, and of what is no file all,
+// from the source. Owned by the Framework; any thread may call it, and
 // the lock is never held while a file is read.
 class MediaLibrary {
   public:
@@ -29,15 +35,15 @@ class MediaLibrary {
                           ReadMetadata &reader = readMetadata)
         : cache_(std::move(folder)), reader_(reader) {}
 
-    // What is known of the file, which is read when it was not before.
+    // What is known of the item, whose file is read when it was not before.
     Outcome read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
 
     // The same without reading the file.
-    std::shared_ptr<const MediaRecord> known(const MediaItem &item) { return cache_.find(item.key); }
+    std::shared_ptr<const MediaRecord> known(const MediaItem &item);
 
-    // Calls `take` with the record of each item, in order; of a file that cannot be
-    // read, with what is known of it. What is read is kept in batches. False:
-    // `stopped`, which is asked while each item is read, became true.
+    // Calls `take` with the record of each item of which something can be known, in order; of a file that
+    // cannot be read, with what is known of it. What is read is kept in batches. False: `stopped`, which is
+    // asked while each item is read, became true.
     bool readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
                  const std::function<bool()> &stopped,
                  const std::function<void(std::int32_t, const MediaRecord &)> &take);
@@ -50,6 +56,8 @@ class MediaLibrary {
     void close() { cache_.close(); }
 
   private:
+    Outcome readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
+
     MetadataCache cache_;
     ReadMetadata &reader_;
 };

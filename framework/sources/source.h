@@ -53,6 +53,10 @@ struct SourceItem {
     std::int64_t modified = UNKNOWN; // seconds since 1970, UTC
     std::int64_t created = UNKNOWN;  // the same
     std::int32_t opens = NO_FOLDER;  // of a folder: the number under which its contents come
+    // What the source wants to be given back with the item's facts, in its own form; any bytes.
+    std::string_view record = {};
+    // Of the file's name, where the item's name is not that.
+    std::string_view extension = {};
 };
 
 // Where a source puts what it finds. Called by the source's own thread only.
@@ -98,6 +102,7 @@ struct ItemFacts {
     std::int64_t size = UNKNOWN;
     std::int64_t modified = UNKNOWN;
     std::int64_t created = UNKNOWN;
+    std::string record; // the source's own, as it gave it
 };
 
 // How an item can be reached. Empty: not that way.
@@ -106,10 +111,11 @@ struct ItemLocation {
     std::string url = {};
     std::string mediaId = {};
     std::string mimeType = {};
+    std::string thumbnail = {}; // URL of a picture of it
 };
 
-// What a source says of an item's contents, as a playlist does of its entries. The item
-// itself knows better, where it can be read.
+// What a source says of an item's contents, as a playlist does of its entries and a
+// server of its objects. The item itself knows better, where it can be read.
 struct ToldFacts {
     Metadata metadata = {};
     bool isMissing = false; // the source names it, but it is not there

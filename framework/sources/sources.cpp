@@ -1,5 +1,6 @@
 // The table of sources. A new source is a folder beside this file and a line here.
 
+#include "sources/dlna/dlna_source.h"
 #include "sources/folder/folder_source.h"
 #include "sources/playlist/playlist_source.h"
 #include "sources/source.h"
@@ -19,7 +20,7 @@ struct Entry {
 
 constexpr Entry SOURCES[] = {
     {"SOURCE_MSC", FolderSource::make},
-    {"SOURCE_DLNA", notSupported},
+    {"SOURCE_DLNA", DlnaSource::make},
     {"SOURCE_PTP", notSupported},
     {"SOURCE_PLAYLIST", PlaylistSource::make, true},
 };

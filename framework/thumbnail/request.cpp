@@ -10,6 +10,10 @@ constexpr int DEFAULT_SIZE = 256;
 
 bool isSize(int length) { return length >= 0 && length <= MRB_THUMB_MOST_PIXELS; }
 
+bool isOfWeb(const std::string &origin) {
+    return origin.starts_with("http://") || origin.starts_with("https://");
+}
+
 Outcome readPath(const std::string &origin, std::string &path) {
     if (origin.starts_with('/')) {
         path = origin;
@@ -48,7 +52,9 @@ Request readRequest(const _thumb_request &record) {
     request.origin = record.origin_path;
     request.sourceType = record.source_type;
     request.useCache = record.used_cache != 0;
-    Outcome outcome = readPath(request.origin, request.decode.path);
+    request.isRemote = request.sourceType == MRB_THUMB_SOURCE_DLNA && isOfWeb(request.origin);
+    request.decode.path = request.isRemote ? request.origin : std::string();
+    Outcome outcome = request.isRemote ? Outcome() : readPath(request.origin, request.decode.path);
     if (outcome.code == MRB_ERR_NONE) {
         outcome = readNumbers(record, request);
     }

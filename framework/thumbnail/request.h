@@ -14,6 +14,7 @@ struct Request {
     DecodeRequest decode;
     int sourceType = MRB_THUMB_SOURCE_ANY;
     bool useCache = false;
+    bool isRemote = false; // the path is the URL of a picture on a DLNA server
     // What it is answered with instead of being served; MRB_ERR_NONE: it is served.
     int refusal = MRB_ERR_NONE;
 

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/threads.h"
 #include "thumbnail/answer.h"
+#include "thumbnail/remote_picture.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -122,6 +123,8 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
             decoded.outcome.code = request.refusal;
         } else if (job.stop.raised()) {
             decoded.outcome = job.stop.outcome();
+        } else if (request.isRemote) {
+            decodeRemotePicture(request.decode, job.stop, decoder_, decoded);
         } else if (!request.useCache || !flashCache_.find(request.decode, decoded)) {
             decoder_(request.decode, job.stop, decoded);
         }

@@ -10,49 +10,22 @@
 #include "mrb/agent.h"
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/groups.h"
 #include "support/songs.h"
 
 using mrb::FileGroups;
 using mrb::Grouping;
 using mrb::GroupReading;
 using support::Client;
+using support::completions;
 using support::Event;
 using support::Folder;
+using support::groupBy;
+using support::headings;
+using support::waitForGroups;
 using testing::ElementsAre;
 
 namespace {
-
-int groupBy(const Client &client, int style, int group = MRB_GROUP_HEADINGS) {
-    mrb_page_param_h param = nullptr;
-    EXPECT_EQ(mrb_create_page_param(&param), MRB_ERR_NONE);
-    mrb_param_set_page_style_mask(param, style);
-    mrb_param_set_page_style_group_index(param, group);
-    const int code = mrb_set_page_style_v2(client.handle, param);
-    mrb_destroy_page_param(param);
-    return code;
-}
-
-// The list's groups of files are all there: how often that was told.
-std::ptrdiff_t completions(const std::vector<Event> &events) {
-    return std::ranges::count_if(events, [](const Event &event) {
-        return event.event == MRB_EVENT_LIST_GROWN &&
-               event.data.get("grouped_count", -1) == event.data["item_count"];
-    });
-}
-
-void waitForGroups(Client &client, std::ptrdiff_t times = 1) {
-    client.waitFor([&](const std::vector<Event> &events) { return completions(events) >= times; });
-}
-
-// Each heading and the number of its items.
-std::vector<std::string> headings(const Client &client) {
-    std::vector<std::string> texts;
-    for (int index = 0; index < client.count(); ++index) {
-        const Json::Value item = client.item(index);
-        texts.push_back(item["name"].asString() + ": " + item["item_count"].asString());
-    }
-    return texts;
-}
 
 // Songs of several artists, one without tags, a folder and a picture.
 class FileGroupsOf : public testing::Test {

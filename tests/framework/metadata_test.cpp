@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -360,6 +361,54 @@ TEST_F(Cache, ReadingAllGivesEachItemAndStopsWhenAsked) {
         3, at, [&] { return taken == 3; }, take));
     EXPECT_EQ(taken, 3);
     EXPECT_TRUE(library.known(song)->isRead);
+}
+
+TEST_F(Cache, WhatTheSourceTellsFillsTheGapsOfWhatTheFileSays) {
+    MediaLibrary library(cache_.path());
+    MediaItem song = item();
+    song.told.emplace();
+    song.told->setText(Fact::ARTIST, "Somebody");
+    song.told->setText(Fact::SYNOPSIS, "A song.");
+    EXPECT_EQ(library.known(song)->facts.text(Fact::ARTIST), "Somebody");
+    const auto expectBoth = [](const MediaRecord &record) {
+        EXPECT_EQ(record.facts.text(Fact::ARTIST), "Zoë");
+        EXPECT_EQ(record.facts.text(Fact::SYNOPSIS), "A song.");
+    };
+    // While the file is read, and afterwards.
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_TRUE(library.readAll(
+            1, [&](std::int32_t /*index*/) { return song; }, [] { return false; },
+            [&](std::int32_t /*index*/, const MediaRecord &record) { expectBoth(record); }));
+    }
+    std::shared_ptr<const MediaRecord> record;
+    EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
+    expectBoth(*record);
+    expectBoth(*library.known(song));
+    // And is not taken for what the file says.
+    EXPECT_FALSE(MediaLibrary(cache_.path()).known(item())->facts.has(Fact::SYNOPSIS));
+}
+
+TEST_F(Cache, AnItemWithoutAFileIsKnownByWhatTheSourceTellsAlone) {
+    const auto refuse = [](mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata & /*facts*/,
+                           mrb::Outcome & /*outcome*/) { ADD_FAILURE() << name; };
+    mrb::MediaLibrary library(cache_.path(), *+refuse);
+    MediaItem song;
+    EXPECT_FALSE(song.isKnown());
+    song.told.emplace();
+    song.told->setText(Fact::ARTIST, "Somebody");
+    EXPECT_TRUE(song.isKnown());
+    std::shared_ptr<const MediaRecord> record;
+    EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
+    EXPECT_TRUE(record->isRead);
+    EXPECT_EQ(record->facts.text(Fact::ARTIST), "Somebody");
+    int taken = 0;
+    EXPECT_TRUE(library.readAll(
+        1, [&](std::int32_t /*index*/) { return song; }, [] { return false; },
+        [&](std::int32_t /*index*/, const MediaRecord &each) {
+            taken += each.facts.text(Fact::ARTIST) == "Somebody" ? 1 : 0;
+        }));
+    EXPECT_EQ(taken, 1);
+    EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
 TEST_F(Cache, AFileThatWasBeingReadWhenItWasStoppedIsNotKept) {

@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "support/client.h"
 #include "support/fields.h"
 #include "support/folder.h"
+#include "support/groups.h"
 #include "support/own_process.h"
 #include "support/playlists.h"
 #include "support/songs.h"
@@ -48,6 +51,8 @@ int pageOf(const Client &client, const std::string &mediaId) {
     EXPECT_EQ(mrb_get_page_index_v2(client.handle, mediaId.c_str(), &page), MRB_ERR_NONE) << mediaId;
     return page;
 }
+
+class PreparedPlaylist : public support::OwnProcess {};
 
 } // namespace
 
@@ -212,6 +217,34 @@ TEST(Playlist, FiltersAndOrdersAreThoseOfOtherLists) {
         client.list(playlist(folder.path("p.m3u"), wishes));
         EXPECT_EQ(client.all("name"), names);
     }
+}
+
+TEST(Playlist, GroupsAreThoseOfWhatItsFilesSay) {
+    const Folder folder;
+    support::writeSong(folder.path("1.flac"), {"Zoë", "Été", "Jazz"});
+    support::writeSong(folder.path("2.flac"), {"Anna", "Album", "Pop"});
+    writeText(folder, "p.m3u", "1.flac\n2.flac\nhttp://h/x.mp3\n1.flac\n");
+    Client client;
+    client.list(playlist(folder.path("p.m3u")));
+    ASSERT_EQ(support::groupBy(client, MRB_PAGE_STYLE_GROUP_ARTIST), MRB_ERR_NONE);
+    support::waitForGroups(client);
+    EXPECT_THAT(support::headings(client), ElementsAre("Anna: 1", "Zoë: 2", ": 1"));
+}
+
+TEST_F(PreparedPlaylist, HasTheReadersOfItsFilesLoaded) {
+    if (!inside(support::Surroundings::PLAIN)) {
+        return;
+    }
+    const Folder folder;
+    folder.file("a.mp3");
+    writeText(folder, "p.m3u", "http://h/x.mp3\na.mp3\n");
+    Client client;
+    client.list(playlist(folder.path("p.m3u")));
+    const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
+    while (!support::isMapped("libmrb-readers.so") && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(support::isMapped("libmrb-readers.so"));
 }
 
 TEST(Playlist, APlaylistInAPlaylistOpensAsAFolder) {

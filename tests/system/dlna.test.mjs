@@ -1,9 +1,12 @@
 // Media servers of the network as scripts see them, in a network that nothing else is in.
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { copyFileSync } from 'node:fs';
+import path from 'node:path';
 import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
-import { quill } from './harness.mjs';
+import { folder, quill } from './harness.mjs';
 import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
 
 const PRELUDE = `
@@ -97,6 +100,63 @@ test('a server of another kind is seen when it starts, and is gone when it stops
     await until(4);
     finish(told.map((each) => (each.length ? [each[0], each[1].storage_name, each[1].storage_ip] : each)));`, file);
   assert.deepEqual(told, [20, [0, 'Shelf', '127.0.0.1'], [1, 'Shelf', '127.0.0.1'], 21]);
+});
+
+test('five thousand items of a server are listed, paged, searched and sorted', async () => {
+  const COUNT = 5000;
+  const media = folder();
+  const first = path.join(media, 'picture 1.jpg');
+  execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', '-f', 'lavfi', '-i', 'testsrc2=size=32x18:rate=1', '-frames:v', '1', first]);
+  for (let number = 2; number <= COUNT; number += 1) copyFileSync(first, path.join(media, `picture ${number}.jpg`));
+  const { counts, events, names, last, found } = await run(`
+    const COUNT = Number(process.argv[3]);
+    const ask = (method, request) => call(method, JSON.stringify(request)).return_data;
+    const events = [];
+    let ended = () => {};
+    const list = (request, agent) => new Promise((resolve) => {
+      ended = resolve;
+      const { return_ecode, return_data } = call('mrb_request_list_v2', (text) => {
+        const { param_event: event, param_agent, param_server_data } = JSON.parse(text);
+        const data = JSON.parse(param_server_data);
+        if ([0, 1, 13].includes(event)) ended({ event, agent: param_agent, ...data });
+        else if (data.total_count !== undefined) events.push(data.total_count);
+      }, JSON.stringify({ param_source_name: 'SOURCE_DLNA', param_content_type: 'IMAGE', param_sort_category: 'NAME',
+                          ...(agent && { param_agent: agent }), ...request }));
+      if (return_ecode !== 0) resolve({ event: return_ecode });
+    });
+    watch();
+    begin();
+    await until(1);
+    const server = serve(process.argv[2]);
+    await until(2);
+    const where = { param_scan_path: servers()[0].storage_id };
+    // It looks through its folder while it is asked.
+    let whole = await list(where);
+    const ends = [];
+    while (whole.agent && whole.item_count !== COUNT) {
+      if (whole.event !== 0) ends.push([whole.event, whole.error]);
+      whole = await list(where, whole.agent);
+    }
+    const { param_item_list: items } = JSON.parse(ask('mrb_get_item_list_v2',
+      { param_agent: whole.agent, param_index: 0, param_count: COUNT }));
+    const names = items.map((item) => JSON.parse(item).name);
+    const last = JSON.parse(items.at(-1));
+    const found = await list({ ...where, param_key_word: 'PICTURE 49' });
+    server.kill();
+    finish({ counts: [whole.event, whole.item_count], events: [...new Set(events)].slice(-1), names, last, found });`,
+  configuration('Shelf', media), String(COUNT));
+  assert.deepEqual(counts, [0, COUNT]);
+  assert.deepEqual(names, Array.from({ length: COUNT }, (_, index) => `picture ${index + 1}`));
+  assert.ok(events.every((total) => total <= COUNT));
+  assert.equal(last.mime_type, 'image/jpeg');
+  assert.match(last.url, /^http:\/\/127\.0\.0\.1:8200\/MediaItems\/\d+\.jpg$/);
+  // 49, 490 to 499, 4900 to 4999
+  assert.deepEqual([found.event, found.item_count], [0, 111]);
+});
+
+test('a list of a server needs the service', async () => {
+  assert.equal(await run(`finish(call('mrb_request_list_v2', () => {}, JSON.stringify({ param_source_name: 'SOURCE_DLNA',
+    param_scan_path: 'uuid:1' })).return_ecode);`), -16);
 });
 
 test('a server that cannot be reached goes to the log, and nowhere else', async () => {

@@ -9,11 +9,11 @@ import { folder } from './harness.mjs';
 export const OWN_NETWORK = ['unshare', '--user', '--map-root-user', '--net',
                      'sh', '-c', 'ip link set lo up && exec "$@"', 'sh'];
 
-/** The configuration of a server under this name. */
-export function configuration(name) {
+/** The configuration of a server under this name, with the media of a folder. */
+export function configuration(name, media = folder()) {
   const home = folder();
   const file = path.join(home, 'minidlna.conf');
-  writeFileSync(file, ['network_interface=lo', `media_dir=${folder()}`, `db_dir=${home}`, `log_dir=${home}`,
+  writeFileSync(file, ['network_interface=lo', `media_dir=${media}`, `db_dir=${home}`, `log_dir=${home}`,
                        `friendly_name=${name}`, 'port=8200', 'inotify=no', ''].join('\n'));
   return file;
 }

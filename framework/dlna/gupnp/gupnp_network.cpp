@@ -18,10 +18,17 @@ constexpr guint ENUMERATION_SECONDS = 2;
 // Servers that write malformed XML are no business of standard error's.
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
-constexpr const char *LIBRARY_DOMAINS[] = {
-    "gssdp-client",        "gssdp-net",         "gupnp-context",          "gupnp-context-manager",
-    "gupnp-control-point", "gupnp-device-info", "gupnp-resource-factory", "gupnp-service-info",
-    "gupnp-service-proxy", "gupnp-xml-doc"};
+constexpr const char *LIBRARY_DOMAINS[] = {"gssdp-client",
+                                           "gssdp-net",
+                                           "gupnp-context",
+                                           "gupnp-context-manager",
+                                           "gupnp-control-point",
+                                           "gupnp-device-info",
+                                           "gupnp-resource-factory",
+                                           "gupnp-service-info",
+                                           "gupnp-service-proxy",
+                                           "gupnp-xml-doc",
+                                           "gupnp-av"};
 
 // What the libraries complain of, servers' misbehaviour mostly, belongs in the system log.
 void logForLibrary(const char *domain, GLogLevelFlags /*level*/, const char *message, void * /*data*/) {
@@ -49,6 +56,8 @@ class GupnpNetwork::Watch {
     explicit Watch(ServerListener &listener) : listener_(listener), servers_(listener) {}
 
     void run();
+
+    [[nodiscard]] const std::shared_ptr<GupnpDirectories> &directories() const { return directories_; }
 
     // From any thread.
     void quit() {
@@ -82,6 +91,7 @@ class GupnpNetwork::Watch {
     ServerTable servers_;
     const std::unique_ptr<GMainContext, FreeContext> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
+    const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
     Object<GUPnPContextManager> manager_;
     Object<GUPnPControlPoint> ownPoint_; // on the loopback interface
     std::map<GUPnPContext *, Object<GUPnPControlPoint>> points_;
@@ -106,6 +116,7 @@ void GupnpNetwork::Watch::watchNetwork() {
     g_source_set_callback(timer, onEnumerated, this, nullptr);
     g_source_attach(timer, context_.get());
     g_source_unref(timer);
+    directories_->open(servers_);
     listener_.networkStarted();
 }
 
@@ -114,6 +125,7 @@ void GupnpNetwork::Watch::letGo() {
     for (const auto &[context, point] : points_) {
         g_signal_handlers_disconnect_by_data(point.get(), this);
     }
+    directories_->close();
     servers_.clear();
     if (ownPoint_) {
         g_signal_handlers_disconnect_by_data(ownPoint_.get(), this);
@@ -166,6 +178,7 @@ void GupnpNetwork::Watch::onContextGone(GUPnPContextManager * /*manager*/, GUPnP
          each = each->next) {
         watch->servers_.remove(GUPNP_DEVICE_INFO(each->data));
     }
+    watch->directories_->serversLeft();
 }
 
 void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device, Watch *watch) {
@@ -175,6 +188,7 @@ void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDevicePro
 void GupnpNetwork::Watch::onServerGone(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device,
                                        Watch *watch) {
     watch->servers_.remove(GUPNP_DEVICE_INFO(device));
+    watch->directories_->serversLeft();
 }
 
 gboolean GupnpNetwork::Watch::onEnumerated(gpointer watch) {
@@ -187,6 +201,8 @@ gboolean GupnpNetwork::Watch::onEnumerated(gpointer watch) {
 GupnpNetwork::GupnpNetwork(ServerListener &listener)
     : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
 }
+
+std::shared_ptr<Directories> GupnpNetwork::directories() { return watch_->directories(); }
 
 GupnpNetwork::~GupnpNetwork() {
     watch_->quit();

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "dlna/gupnp/gobject.h"
+#include "dlna/gupnp/gupnp_directories.h"
 #include "dlna/gupnp/server_table.h"
 #include "dlna/network.h"
 
@@ -18,6 +19,8 @@ class GupnpNetwork final : public Network {
   public:
     explicit GupnpNetwork(ServerListener &listener);
     ~GupnpNetwork() override;
+
+    [[nodiscard]] std::shared_ptr<Directories> directories() override;
 
   private:
     class Watch; // what the thread works with

@@ -87,6 +87,15 @@ void ServerTable::remove(GUPnPDeviceInfo *device) {
     }
 }
 
+std::optional<std::string> ServerTable::at(const std::string &address) const {
+    for (const auto &[id, entry] : entries_) {
+        if (!address.empty() && entry.server.address == address) {
+            return id;
+        }
+    }
+    return std::nullopt;
+}
+
 void ServerTable::clear() {
     const auto entries = std::exchange(entries_, {});
     for (const auto &[id, entry] : entries) {

@@ -3,6 +3,7 @@
 #include <libgupnp/gupnp.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,13 @@ class ServerTable {
 
     void add(GUPnPDeviceInfo *device);
     void remove(GUPnPDeviceInfo *device);
+    // The device of that id; null: it is not there. Lives until it is removed.
+    [[nodiscard]] GUPnPDeviceInfo *find(const std::string &id) const {
+        const auto found = entries_.find(id);
+        return found == entries_.end() ? nullptr : found->second.devices.front().get();
+    }
+    // The id of a server with that address; no value: none has it.
+    [[nodiscard]] std::optional<std::string> at(const std::string &address) const;
     // Tells of every server that it left.
     void clear();
 

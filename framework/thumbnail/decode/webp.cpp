@@ -3,6 +3,7 @@
 #include <webp/decode.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <string_view>
 
@@ -34,7 +35,7 @@ constexpr unsigned char IS_ANIMATED = 0x02;
 // The size to decode to for a picture that is to have the size of `target`.
 Size marginSize(Size size, Size target) {
     const double scale = std::min(1.0, MARGIN * target.width / size.width);
-    const auto part = [scale](int length) { return std::max(1, static_cast<int>(length * scale + 0.5)); };
+    const auto part = [scale](int length) { return std::max(1, static_cast<int>(std::lround(length * scale))); };
     return {part(size.width), part(size.height)};
 }
 

@@ -122,4 +122,14 @@ bool OwnProcess::inside(Surroundings needed) {
     return false;
 }
 
+bool isMapped(const std::string &fileName) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.ends_with('/' + fileName)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace support

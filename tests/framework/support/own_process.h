@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace support {
 
 // What a test needs that other programs must not notice.
@@ -28,5 +30,8 @@ class OwnProcess : public testing::Test {
   protected:
     static bool inside(Surroundings needed);
 };
+
+// Whether this process has a file of that name mapped into its memory.
+bool isMapped(const std::string &fileName);
 
 } // namespace support

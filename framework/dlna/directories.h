@@ -1,0 +1,85 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/result.h"
+#include "metadata/facts.h"
+#include "sources/source.h"
+
+namespace mrb::dlna {
+
+// An object of a server's content directory as the server describes it. A server may say
+// anything: texts are valid UTF-8 without control characters and at most
+// Metadata::LONGEST_TEXT bytes long, and what is missing, too long, or no number is left out.
+struct MediaObject {
+    std::string id;              // empty: it has none that could be asked for again
+    std::string title;           // may be empty
+    std::string upnpClass;       // "object.item.imageItem.photo"
+    std::string url;             // of the item itself, http or https
+    std::string thumbnail;       // URL of a picture of it, http or https
+    std::string date;            // as it stands: "2026-11-21", "2026-11-21T10:20:30Z"
+    std::int64_t size = UNKNOWN; // bytes
+    bool isContainer = false;
+    Metadata facts;
+};
+
+// What a server is asked.
+struct Question {
+    enum class Kind {
+        CHILDREN,    // what is in a container
+        SEARCH,      // what is in it and below, and meets the criteria
+        CAPABILITIES // by what can be searched
+    };
+
+    Kind kind = Kind::CHILDREN;
+    std::string server;    // its id
+    std::string container; // its id; "0" is the root
+    std::string criteria;  // in the content directory's language
+    std::uint32_t start = 0;
+    std::uint32_t count = 0;
+    std::chrono::milliseconds patience{0}; // how long the whole answer may take
+};
+
+// What it answered. All numbers are what the server claims.
+struct Page {
+    std::vector<MediaObject> objects;
+    std::uint32_t returned = 0; // of this page
+    std::uint32_t total = 0;    // of all pages; 0: the server does not know
+    std::string capabilities;   // of a question for those: "dc:title,upnp:class", or "*"
+};
+
+// The content directories of the servers on a network. Shared by the network and those
+// who read from servers, and outlives the network: then every server is gone. Any thread
+// may call it but the network's own.
+class Directories {
+  public:
+    // More of an answer than this is not read.
+    static constexpr std::size_t MOST_BYTES = 4UL << 20;
+
+    Directories() = default;
+    virtual ~Directories() = default;
+    Directories(const Directories &) = delete;
+    Directories &operator=(const Directories &) = delete;
+
+    // Returns with the answer, or when there will be none, at the end of the patience at
+    // the latest; soon after `isStopped` became true. A page that is broken in the middle
+    // holds what stands before that. MRB_ERR_DEVICE_REMOVED: the server is not there, or
+    // broke off; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: what it said is no answer;
+    // MRB_ERR_NOT_FOUND: it has no such container; MRB_ERR_NOT_SUPPORTED: it does not search
+    // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
+    virtual Outcome ask(const Question &question, const std::function<bool()> &isStopped, Page &page) = 0;
+
+    // The file at an address on the host of one of the servers, such as a small picture
+    // of an item, if it has no more than `most` bytes. The codes are those of ask;
+    // MRB_ERR_PERMISSION_DENIED also for the addresses of others, MRB_ERR_NOT_FOUND when
+    // there is none.
+    virtual Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                          const std::function<bool()> &isStopped, std::string &bytes) = 0;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/result.h"
+#include "dlna/directories.h"
+
+namespace mrb::dlna {
+
+// Appends the objects of a DIDL-Lite document, in its order; one that could not be asked
+// for again comes without an id. Of a broken document, those before the fault and
+// MRB_ERR_PROTOCOL.
+Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects);
+
+} // namespace mrb::dlna

@@ -1,0 +1,164 @@
+#include "dlna/gupnp/exchanges.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mrb::dlna {
+namespace {
+
+constexpr std::size_t PART_BYTES = 64UL << 10;
+
+struct FreeError {
+    void operator()(GError *error) const { g_error_free(error); }
+};
+using Error = std::unique_ptr<GError, FreeError>;
+
+int codeOf(const GError &error) {
+    if (error.domain == SOUP_SESSION_ERROR) {
+        return MRB_ERR_PROTOCOL;
+    }
+    if (error.domain != G_IO_ERROR) {
+        return MRB_ERR_IO;
+    }
+    switch (error.code) {
+    case G_IO_ERROR_TIMED_OUT:
+        return MRB_ERR_TIMEOUT;
+    case G_IO_ERROR_CONNECTION_REFUSED:
+    case G_IO_ERROR_CONNECTION_CLOSED: // also of a broken pipe
+    case G_IO_ERROR_HOST_UNREACHABLE:
+    case G_IO_ERROR_NETWORK_UNREACHABLE:
+    case G_IO_ERROR_NOT_CONNECTED:
+    case G_IO_ERROR_PARTIAL_INPUT:
+        return MRB_ERR_DEVICE_REMOVED;
+    case G_IO_ERROR_INVALID_DATA:
+        return MRB_ERR_PROTOCOL;
+    default:
+        return MRB_ERR_IO;
+    }
+}
+
+} // namespace
+
+struct Exchanges::Running {
+    Running(Exchanges &exchanges, std::shared_ptr<Pending> reply, const Call &call,
+            Object<SoupMessage> request)
+        : owner(exchanges), pending(std::move(reply)), server(call.server), most(call.most),
+          message(std::move(request)) {}
+
+    Exchanges &owner;
+    const std::shared_ptr<Pending> pending;
+    const std::string server;
+    const std::size_t most; // bytes of the answer
+    const Object<SoupMessage> message;
+    const Object<GCancellable> cancellable{g_cancellable_new()};
+    Object<GInputStream> stream;
+    std::vector<char> part = std::vector<char>(PART_BYTES);
+    std::string body;
+    Outcome why; // it was cancelled
+};
+
+Exchanges::Exchanges() : session_(soup_session_new()) {
+    g_object_set(session_.get(), "proxy-resolver", nullptr, nullptr);
+    // A small answer could become a large one.
+    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
+}
+
+Exchanges::~Exchanges() {
+    keep([](const std::string & /*server*/) { return false; });
+    GMainContext *context = g_main_context_get_thread_default();
+    while (!running_.empty()) {
+        g_main_context_iteration(context, TRUE); // a call that is cancelled ends at once
+    }
+}
+
+const std::string &Exchanges::serverOf(const Running &running) { return running.server; }
+
+void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
+    const bool isCall = !call.action.empty();
+    Object<SoupMessage> message(
+        soup_message_new(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url.c_str()));
+    if (!message) {
+        pending->finish({{MRB_ERR_PROTOCOL, "\"" + call.url + "\" is no address of the web."}, 0, {}});
+        return;
+    }
+    soup_message_add_flags(message.get(), SOUP_MESSAGE_NO_REDIRECT);
+    if (isCall) {
+        SoupMessageHeaders *headers = soup_message_get_request_headers(message.get());
+        soup_message_headers_append(headers, "SOAPAction", ('"' + call.action + '"').c_str());
+        GBytes *body = g_bytes_new(call.envelope.data(), call.envelope.size());
+        soup_message_set_request_body_from_bytes(message.get(), "text/xml; charset=\"utf-8\"", body);
+        g_bytes_unref(body);
+    }
+    running_.push_back(std::make_unique<Running>(*this, std::move(pending), call, std::move(message)));
+    Running &running = *running_.back();
+    soup_session_send_async(session_.get(), running.message.get(), G_PRIORITY_DEFAULT,
+                            running.cancellable.get(), onSent, &running);
+}
+
+void Exchanges::abandon(const Pending &pending) {
+    for (const auto &each : running_) {
+        if (each->pending.get() == &pending) {
+            cancel(*each, {MRB_ERR_CANCELLED, {}});
+        }
+    }
+}
+
+void Exchanges::cancel(Running &running, Outcome why) {
+    running.why = std::move(why);
+    g_cancellable_cancel(running.cancellable.get());
+}
+
+void Exchanges::onSent(GObject *session, GAsyncResult *result, void *data) {
+    auto &running = *static_cast<Running *>(data);
+    GError *error = nullptr;
+    running.stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &error));
+    if (!running.stream) {
+        fail(running, *Error(error));
+        return;
+    }
+    readOn(running);
+}
+
+void Exchanges::readOn(Running &running) {
+    g_input_stream_read_async(running.stream.get(), running.part.data(), running.part.size(),
+                              G_PRIORITY_DEFAULT, running.cancellable.get(), onRead, &running);
+}
+
+void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
+    auto &running = *static_cast<Running *>(data);
+    GError *error = nullptr;
+    const gssize size = g_input_stream_read_finish(G_INPUT_STREAM(stream), result, &error);
+    if (size < 0) {
+        fail(running, *Error(error));
+        return;
+    }
+    if (size == 0) {
+        end(running, {});
+        return;
+    }
+    if (running.body.size() + static_cast<std::size_t>(size) > running.most) {
+        end(running, {MRB_ERR_PROTOCOL,
+                      "The server's answer is longer than " + std::to_string(running.most) + " bytes."});
+        return;
+    }
+    running.body.append(running.part.data(), static_cast<std::size_t>(size));
+    readOn(running);
+}
+
+void Exchanges::fail(Running &running, const GError &error) {
+    if (running.why.code != MRB_ERR_NONE) {
+        end(running, running.why);
+    } else {
+        end(running, {codeOf(error), std::string("The server does not answer: ") + error.message});
+    }
+}
+
+// The connection of an answer that was not read to its end is closed with the stream.
+void Exchanges::end(Running &running, Outcome outcome) {
+    const unsigned status = soup_message_get_status(running.message.get());
+    running.pending->finish({std::move(outcome), status, std::move(running.body)});
+    auto &all = running.owner.running_;
+    all.erase(std::ranges::find_if(all, [&](const auto &each) { return each.get() == &running; }));
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,174 @@
+#include "dlna/gupnp/gupnp_directories.h"
+
+#include <libgupnp/gupnp.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "dlna/gupnp/soap.h"
+
+namespace mrb::dlna {
+namespace {
+
+constexpr const char *CONTENT_DIRECTORY = "urn:schemas-upnp-org:service:ContentDirectory:"; // and its version
+
+struct FreeServices {
+    void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
+};
+struct FreeUri {
+    void operator()(GUri *uri) const { g_uri_unref(uri); }
+};
+
+std::string hostOf(const char *address) {
+    const std::unique_ptr<GUri, FreeUri> uri(
+        address != nullptr ? g_uri_parse(address, G_URI_FLAGS_NONE, nullptr) : nullptr);
+    const char *host = uri ? g_uri_get_host(uri.get()) : nullptr;
+    return host != nullptr ? host : "";
+}
+
+Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "The server is gone."}; }
+
+// Fills in where the content directory of a device takes calls, and of what type it is.
+Outcome findService(GUPnPDeviceInfo *device, Call &call, std::string &type) {
+    const std::unique_ptr<GList, FreeServices> services(gupnp_device_info_list_services(device));
+    for (const GList *each = services.get(); each != nullptr; each = each->next) {
+        auto *service = GUPNP_SERVICE_INFO(each->data);
+        const char *name = gupnp_service_info_get_service_type(service);
+        if (name == nullptr || !g_str_has_prefix(name, CONTENT_DIRECTORY)) {
+            continue;
+        }
+        const Text url(gupnp_service_info_get_control_url(service));
+        const std::string host = hostOf(url.get());
+        // A server must not make this machine call others.
+        if (host.empty() || host != hostOf(gupnp_device_info_get_location(device))) {
+            return {MRB_ERR_PROTOCOL,
+                    "The server's content directory is on another host, which is not asked."};
+        }
+        call.url = url.get();
+        type = name;
+        return {};
+    }
+    return {MRB_ERR_NOT_SUPPORTED, "The server has no content directory."};
+}
+
+} // namespace
+
+Outcome GupnpDirectories::ask(const Question &question, const std::function<bool()> &isStopped, Page &page) {
+    const auto begin = [this, question](std::shared_ptr<Pending> pending) {
+        beginCall(question, std::move(pending));
+    };
+    return readReply(await(begin, question.patience, isStopped), question, page);
+}
+
+Outcome GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                                const std::function<bool()> &isStopped, std::string &bytes) {
+    const auto begin = [this, url, most](std::shared_ptr<Pending> pending) {
+        beginFetch(url, most, std::move(pending));
+    };
+    Reply reply = await(begin, patience, isStopped);
+    bytes = std::move(reply.body);
+    return reply.outcome.code == MRB_ERR_NONE ? outcomeOfStatus(reply.status) : reply.outcome;
+}
+
+Reply GupnpDirectories::await(std::function<void(std::shared_ptr<Pending> pending)> begin,
+                              std::chrono::milliseconds patience, const std::function<bool()> &isStopped) {
+    const auto pending = std::make_shared<Pending>();
+    const auto self = shared_from_this();
+    if (!post([self, begin = std::move(begin), pending] { begin(pending); })) {
+        return {gone(), 0, {}};
+    }
+    Reply reply = pending->await(patience, isStopped);
+    if (reply.outcome.code == MRB_ERR_CANCELLED || reply.outcome.code == MRB_ERR_TIMEOUT) {
+        post([self, pending] {
+            if (self->exchanges_) {
+                self->exchanges_->abandon(*pending);
+            }
+        });
+    }
+    return reply;
+}
+
+bool GupnpDirectories::post(Task task) {
+    const std::lock_guard guard(lock_);
+    if (closed_) {
+        return false;
+    }
+    tasks_.push_back(std::move(task));
+    // It has run, or never will, when this goes: close() is called before.
+    GSource *source = g_idle_source_new();
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    g_source_set_callback(
+        source,
+        [](gpointer self) -> gboolean {
+            static_cast<GupnpDirectories *>(self)->runTasks();
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
+    g_source_attach(source, context_);
+    g_source_unref(source);
+    return true;
+}
+
+void GupnpDirectories::runTasks() {
+    std::unique_lock guard(lock_);
+    const std::deque<Task> tasks = std::exchange(tasks_, {});
+    guard.unlock();
+    for (const Task &task : tasks) {
+        task();
+    }
+}
+
+void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pending> pending) {
+    GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(question.server) : nullptr;
+    if (device == nullptr) {
+        pending->finish({gone(), 0, {}});
+        return;
+    }
+    Call call;
+    std::string type;
+    Outcome outcome = findService(device, call, type);
+    if (outcome.code != MRB_ERR_NONE) {
+        pending->finish({std::move(outcome), 0, {}});
+        return;
+    }
+    call.server = question.server;
+    call.action = type + '#' + actionOf(question);
+    call.envelope = envelopeOf(question, type);
+    call.most = MOST_BYTES;
+    exchanges_->begin(call, std::move(pending));
+}
+
+void GupnpDirectories::beginFetch(const std::string &url, std::size_t most,
+                                  std::shared_ptr<Pending> pending) {
+    const std::string host = hostOf(url.c_str());
+    const std::optional<std::string> server = servers_ != nullptr ? servers_->at(host) : std::nullopt;
+    if (!server) {
+        pending->finish({{MRB_ERR_PERMISSION_DENIED, "There is no DLNA server at \"" + host + "\"."}, 0, {}});
+        return;
+    }
+    exchanges_->begin({*server, url, {}, {}, most}, std::move(pending));
+}
+
+void GupnpDirectories::open(const ServerTable &servers) {
+    servers_ = &servers;
+    exchanges_ = std::make_unique<Exchanges>();
+}
+
+void GupnpDirectories::serversLeft() {
+    if (exchanges_) {
+        exchanges_->keep([this](const std::string &server) { return servers_->find(server) != nullptr; });
+    }
+}
+
+void GupnpDirectories::close() {
+    {
+        const std::lock_guard guard(lock_);
+        closed_ = true;
+    }
+    servers_ = nullptr; // what was posted finds nobody any more
+    runTasks();
+    exchanges_.reset();
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <glib.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "dlna/directories.h"
+#include "dlna/gupnp/exchanges.h"
+#include "dlna/gupnp/pending.h"
+#include "dlna/gupnp/server_table.h"
+
+namespace mrb::dlna {
+
+// Asks servers from the network's thread on behalf of others. Shared by the GupnpNetwork
+// and those who ask; each member function says which thread calls it.
+class GupnpDirectories final : public Directories, public std::enable_shared_from_this<GupnpDirectories> {
+  public:
+    // `context`: of the network's thread.
+    explicit GupnpDirectories(GMainContext *context) : context_(g_main_context_ref(context)) {}
+    ~GupnpDirectories() override { g_main_context_unref(context_); }
+
+    // Any thread but the network's.
+    Outcome ask(const Question &question, const std::function<bool()> &isStopped, Page &page) override;
+    Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                  const std::function<bool()> &isStopped, std::string &bytes) override;
+
+    // The network's thread: from now on servers can be asked, as long as the table lives.
+    void open(const ServerTable &servers);
+    // The network's thread: servers may have left the table.
+    void serversLeft();
+    // The network's thread: every question, also those to come, is answered with
+    // MRB_ERR_DEVICE_REMOVED.
+    void close();
+
+  private:
+    using Task = std::function<void()>;
+
+    // Has the network's thread do it; false: that has ended.
+    bool post(Task task);
+    void runTasks();
+    // Has the network's thread begin something, and waits for the reply.
+    Reply await(std::function<void(std::shared_ptr<Pending> pending)> begin,
+                std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
+    // These on the network's thread.
+    void beginCall(const Question &question, std::shared_ptr<Pending> pending);
+    void beginFetch(const std::string &url, std::size_t most, std::shared_ptr<Pending> pending);
+
+    GMainContext *const context_;
+
+    // The network's thread alone uses these.
+    const ServerTable *servers_ = nullptr;
+    std::unique_ptr<Exchanges> exchanges_;
+
+    std::mutex lock_; // guards what follows
+    bool closed_ = false;
+    std::deque<Task> tasks_; // for the network's thread
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,33 @@
+#include "dlna/gupnp/pending.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mrb::dlna {
+
+void Pending::finish(Reply reply) {
+    const std::lock_guard guard(lock_);
+    reply_ = std::move(reply);
+    finished_.notify_all();
+}
+
+Reply Pending::await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped) {
+    using std::chrono::steady_clock;
+    // Whoever stops does not say so here.
+    constexpr auto GLANCE = std::chrono::milliseconds(15);
+    const auto deadline = steady_clock::now() + patience;
+    std::unique_lock guard(lock_);
+    while (!reply_) {
+        if (isStopped()) {
+            return {{MRB_ERR_CANCELLED, {}}, 0, {}};
+        }
+        const auto now = steady_clock::now();
+        if (now >= deadline) {
+            return {{MRB_ERR_TIMEOUT, "The server did not answer in time."}, 0, {}};
+        }
+        finished_.wait_until(guard, std::min<steady_clock::time_point>(deadline, now + GLANCE));
+    }
+    return *std::move(reply_);
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/result.h"
+
+namespace mrb::dlna {
+
+// The answer to a request, or why there is none.
+struct Reply {
+    Outcome outcome;
+    unsigned status = 0; // of HTTP
+    std::string body;
+};
+
+// A reply that somebody waits for. Shared by the one who waits and the network's thread.
+class Pending {
+  public:
+    // The network's thread, once.
+    void finish(Reply reply);
+
+    // Returns with the reply, with MRB_ERR_TIMEOUT at the end of the patience, or soon
+    // after `isStopped` became true with MRB_ERR_CANCELLED. One thread, once.
+    Reply await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
+
+  private:
+    std::mutex lock_; // guards what follows
+    std::condition_variable finished_;
+    std::optional<Reply> reply_;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,144 @@
+#include "dlna/gupnp/soap.h"
+
+#include <glib.h>
+#include <libxml/tree.h>
+
+#include <charconv>
+#include <utility>
+
+#include "dlna/gupnp/didl.h"
+#include "dlna/gupnp/gobject.h"
+#include "dlna/gupnp/xml.h"
+
+namespace mrb::dlna {
+namespace {
+
+std::string argument(const char *name, const std::string &value) {
+    const Text escaped(g_markup_escape_text(value.data(), static_cast<gssize>(value.size())));
+    return std::string("<") + name + ">" + escaped.get() + "</" + name + ">";
+}
+
+// Errors of UPnP actions that say something about the question.
+struct Fault {
+    int number;
+    int code;
+};
+constexpr Fault FAULTS[] = {
+    {401, MRB_ERR_NOT_SUPPORTED},     // invalid action
+    {501, MRB_ERR_IO},                // action failed
+    {602, MRB_ERR_NOT_SUPPORTED},     // not implemented
+    {606, MRB_ERR_PERMISSION_DENIED}, // not authorized
+    {701, MRB_ERR_NOT_FOUND},         // no such object
+    {708, MRB_ERR_NOT_SUPPORTED},     // unsupported or invalid search criteria
+    {710, MRB_ERR_NOT_FOUND},         // no such container
+    {720, MRB_ERR_IO},                // cannot process the request
+    {801, MRB_ERR_PERMISSION_DENIED}, // access denied
+};
+
+std::uint32_t numberOf(const xmlNode *parent, const char *name) {
+    const std::string text = textOf(childOf(parent, name));
+    std::uint32_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+Outcome outcomeOfFault(const xmlNode *fault) {
+    const xmlNode *detail = childOf(childOf(fault, "detail"), "UPnPError");
+    const auto number = static_cast<int>(numberOf(detail, "errorCode"));
+    std::string message = "The server refuses: " + std::to_string(number) + ' ' +
+                          cleanText(textOf(childOf(detail, "errorDescription")));
+    for (const Fault &known : FAULTS) {
+        if (known.number == number) {
+            return {known.code, std::move(message)};
+        }
+    }
+    return {MRB_ERR_PROTOCOL, std::move(message)};
+}
+
+} // namespace
+
+std::string actionOf(const Question &question) {
+    switch (question.kind) {
+    case Question::Kind::CHILDREN:
+        return "Browse";
+    case Question::Kind::SEARCH:
+        return "Search";
+    case Question::Kind::CAPABILITIES:
+        break;
+    }
+    return "GetSearchCapabilities";
+}
+
+std::string envelopeOf(const Question &question, const std::string &serviceType) {
+    std::string arguments;
+    if (question.kind == Question::Kind::CHILDREN) {
+        arguments = argument("ObjectID", question.container) + argument("BrowseFlag", "BrowseDirectChildren");
+    } else if (question.kind == Question::Kind::SEARCH) {
+        arguments =
+            argument("ContainerID", question.container) + argument("SearchCriteria", question.criteria);
+    }
+    if (question.kind != Question::Kind::CAPABILITIES) {
+        arguments += argument("Filter", "*") + argument("StartingIndex", std::to_string(question.start)) +
+                     argument("RequestedCount", std::to_string(question.count)) +
+                     argument("SortCriteria", "");
+    }
+    const std::string action = actionOf(question);
+    const Text type(g_markup_escape_text(serviceType.data(), static_cast<gssize>(serviceType.size())));
+    return R"(<?xml version="1.0" encoding="utf-8"?>)"
+           R"(<s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/")"
+           R"( s:encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"><s:Body><u:)" +
+           action + " xmlns:u=\"" + type.get() + "\">" + arguments + "</u:" + action +
+           "></s:Body></s:Envelope>";
+}
+
+Outcome outcomeOfStatus(unsigned status) {
+    constexpr unsigned OK = 200;
+    constexpr unsigned UNAUTHORIZED = 401;
+    constexpr unsigned FORBIDDEN = 403;
+    constexpr unsigned NOT_FOUND = 404;
+    constexpr unsigned REDIRECTIONS = 3;
+    constexpr unsigned CLASS = 100;
+    if (status == OK) {
+        return {};
+    }
+    if (status / CLASS == REDIRECTIONS) {
+        return {MRB_ERR_PROTOCOL, "The server sends elsewhere, where it is not followed."};
+    }
+    const bool isRefusal = status == UNAUTHORIZED || status == FORBIDDEN;
+    const int other = status == NOT_FOUND ? MRB_ERR_NOT_FOUND : MRB_ERR_PROTOCOL;
+    return {isRefusal ? MRB_ERR_PERMISSION_DENIED : other,
+            "The server answers with the HTTP status " + std::to_string(status) + "."};
+}
+
+Outcome readReply(const Reply &reply, const Question &question, Page &page) {
+    if (reply.outcome.code != MRB_ERR_NONE) {
+        return reply.outcome;
+    }
+    Xml xml;
+    Outcome form = readXml(reply.body, xml);
+    const xmlNode *body = xml.document ? childOf(xmlDocGetRootElement(xml.document.get()), "Body") : nullptr;
+    if (const xmlNode *fault = childOf(body, "Fault")) {
+        return outcomeOfFault(fault);
+    }
+    if (Outcome outcome = outcomeOfStatus(reply.status); outcome.code != MRB_ERR_NONE) {
+        // That is no word on the container.
+        outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;
+        return outcome;
+    }
+    if (form.code != MRB_ERR_NONE) {
+        return form;
+    }
+    const xmlNode *response = childOf(body, (actionOf(question) + "Response").c_str());
+    if (response == nullptr) {
+        return {MRB_ERR_PROTOCOL, "The server's answer is none to " + actionOf(question) + "."};
+    }
+    if (question.kind == Question::Kind::CAPABILITIES) {
+        page.capabilities = textOf(childOf(response, "SearchCaps"));
+        return {};
+    }
+    page.returned = numberOf(response, "NumberReturned");
+    page.total = numberOf(response, "TotalMatches");
+    return readObjects(textOf(childOf(response, "Result")), page.objects);
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,204 @@
+#include "sources/dlna/directory_scan.h"
+
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "base/log.h"
+#include "mrb/agent.h"
+#include "sources/dlna/object_record.h"
+#include "sources/dlna/search_criteria.h"
+
+namespace mrb {
+
+using dlna::MediaObject;
+using dlna::Page;
+using dlna::Question;
+
+FillResult DirectoryScan::run(const ListRequest &request) {
+    bool isDone = false;
+    Step step = Step::GO_ON;
+    if (isWorthSearching(request)) {
+        step = search(request, isDone);
+    }
+    if (step == Step::GO_ON && !isDone) {
+        step = walk();
+    }
+    if (step == Step::GO_ON && result_.outcome.code == MRB_ERR_NONE) {
+        result_.outcome = std::move(fault_);
+    }
+    return std::move(result_);
+}
+
+// A server that will not search after all is walked through, unless it gave something.
+DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDone) {
+    Question question;
+    question.kind = Question::Kind::CAPABILITIES;
+    Page page;
+    const Outcome outcome = ask(question, page);
+    if (outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
+        outcome.code == MRB_ERR_TIMEOUT) {
+        return end(outcome);
+    }
+    question.kind = Question::Kind::SEARCH;
+    question.criteria = searchCriteria(request, page.capabilities);
+    if (question.criteria.empty()) {
+        return Step::GO_ON;
+    }
+    std::int64_t found = 0;
+    const Step step = readPages(question, {place_.container, ROOT_FOLDER, 0}, found);
+    const int code = result_.outcome.code;
+    isDone = found > 0 || step == Step::GO_ON;
+    if (!isDone && (code == MRB_ERR_NOT_SUPPORTED || code == MRB_ERR_PROTOCOL || code == MRB_ERR_IO)) {
+        MRB_LOG_WARNING("A DLNA server does not search: %s", result_.outcome.message.c_str());
+        result_.outcome = {};
+        fault_ = {};
+        return Step::GO_ON;
+    }
+    return step;
+}
+
+DirectoryScan::Step DirectoryScan::walk() {
+    visited_.insert(place_.container);
+    pending_.push_back({place_.container, ROOT_FOLDER, 0});
+    Step step = Step::GO_ON;
+    while (step == Step::GO_ON && !pending_.empty()) {
+        const Pending container = std::move(pending_.front());
+        pending_.pop_front();
+        if (container.level > DEEPEST_LEVEL) {
+            ++result_.tooDeep;
+            continue;
+        }
+        std::int64_t found = 0;
+        step = readPages({}, container, found);
+    }
+    return step;
+}
+
+DirectoryScan::Step DirectoryScan::readPages(Question question, const Pending &container,
+                                             std::int64_t &found) {
+    Seen seen;
+    question.container = container.id;
+    question.count = PAGE_LENGTH;
+    for (;;) {
+        Page page;
+        Outcome outcome = ask(question, page);
+        const std::optional<Taken> taken = take(page, container, seen);
+        if (!taken) {
+            return end({MRB_ERR_CANCELLED, {}});
+        }
+        found += static_cast<std::int64_t>(taken->fresh);
+        if (outcome.code != MRB_ERR_NONE) {
+            return failed(std::move(outcome), container);
+        }
+        if (question.kind == Question::Kind::SEARCH && question.start == 0 && page.total > 0) {
+            sink_.announce(page.total);
+        }
+        const std::size_t given = page.objects.size();
+        question.start += static_cast<std::uint32_t>(given);
+        if (page.returned != given) {
+            note(container, "says that it gives " + std::to_string(page.returned) + " objects and gives " +
+                                std::to_string(given));
+        }
+        if (taken->repeated > 0) {
+            note(container, "repeats objects");
+        }
+        const bool isOver = taken->fresh == 0 || question.start > MOST_OBJECTS;
+        if (page.total > 0 && (isOver || question.start >= page.total)) {
+            if (question.start != page.total) {
+                note(container, "says that there are " + std::to_string(page.total) + " objects and gives " +
+                                    std::to_string(question.start));
+            }
+            return Step::GO_ON;
+        }
+        if (isOver) {
+            return Step::GO_ON;
+        }
+    }
+}
+
+std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const Pending &container,
+                                                        Seen &seen) {
+    Taken taken;
+    std::vector<SourceItem> run;
+    std::vector<std::string> records; // the run's; never moved
+    run.reserve(page.objects.size());
+    records.reserve(page.objects.size());
+    for (const MediaObject &object : page.objects) {
+        if (object.id.empty()) {
+            continue; // it could not be asked for again
+        }
+        if (!seen.insert(std::hash<std::string>()(object.id)).second) {
+            ++taken.repeated;
+            continue;
+        }
+        ++taken.fresh;
+        const int type = itemTypeOf(object);
+        if (type < 0 || (!object.isContainer && !sink_.wants(static_cast<std::uint8_t>(type)))) {
+            continue;
+        }
+        SourceItem item;
+        item.name = object.title.empty() ? object.id : object.title;
+        item.id = object.id;
+        item.folder = container.folder;
+        item.type = static_cast<std::uint8_t>(type);
+        item.size = object.size;
+        item.modified = secondsOfDate(object.date);
+        item.extension = extensionOfUrl(object.url);
+        records.push_back(packRecord(object));
+        item.record = records.back();
+        if (object.isContainer) {
+            item.opens = sink_.addFolder(container.folder, item.name);
+            if (item.opens < 0) {
+                return std::nullopt;
+            }
+            if (visited_.insert(object.id).second) {
+                pending_.push_back({object.id, item.opens, container.level + 1});
+            }
+        }
+        run.push_back(item);
+    }
+    if (sink_.stopped() || (!run.empty() && !sink_.add(run))) {
+        return std::nullopt;
+    }
+    return taken;
+}
+
+Outcome DirectoryScan::ask(const Question &question, Page &page) {
+    Question whole = question;
+    whole.server = place_.server;
+    whole.patience = place_.patience;
+    return place_.directories.ask(
+        whole, [this] { return sink_.stopped(); }, page);
+}
+
+// A container that cannot be read costs its own contents only, unless it is the one that
+// the list was opened on, or nobody is there any more to tell more.
+DirectoryScan::Step DirectoryScan::failed(Outcome outcome, const Pending &container) {
+    const bool isOver = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
+                        outcome.code == MRB_ERR_TIMEOUT;
+    if (isOver || container.level == 0) {
+        return end(std::move(outcome));
+    }
+    MRB_LOG_WARNING("A container of a DLNA server was not read: %s", outcome.message.c_str());
+    ++result_.unreadable;
+    if (outcome.code == MRB_ERR_PROTOCOL && fault_.code == MRB_ERR_NONE) {
+        fault_ = std::move(outcome);
+    }
+    return Step::GO_ON;
+}
+
+// What a server did wrong that does not keep it from being read on.
+void DirectoryScan::note(const Pending &container, const std::string &fault) {
+    if (fault_.code == MRB_ERR_NONE) {
+        fault_ = {MRB_ERR_PROTOCOL, "The server " + fault + " in its container \"" + container.id + "\"."};
+    }
+}
+
+DirectoryScan::Step DirectoryScan::end(Outcome outcome) {
+    result_.outcome = std::move(outcome);
+    return Step::END;
+}
+
+} // namespace mrb

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+#include "dlna/directories.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// One reading of a server's content directory into a list: by a search where the server
+// can look for what the list wants, else container by container, those nearer to the top
+// first. The server may lie, repeat itself and never end: what it gave is kept, no
+// container is read twice, and every page must bring something new. Owned and used by
+// the thread that fills the list.
+class DirectoryScan {
+  public:
+    static constexpr std::uint32_t PAGE_LENGTH = 500;
+    // The deepest container that is read, counted from the scanned one (level 0).
+    static constexpr int DEEPEST_LEVEL = 50;
+
+    // No container holds more; one that does is not read further.
+    static constexpr std::uint32_t MOST_OBJECTS = 2'000'000;
+
+    // Where to read: a container of a server. All must outlive the scan.
+    struct Place {
+        dlna::Directories &directories;
+        const std::string &server;
+        const std::string &container;
+        std::chrono::milliseconds patience; // for one page
+    };
+
+    DirectoryScan(ItemSink &sink, const Place &place) : sink_(sink), place_(place) {}
+
+    FillResult run(const ListRequest &request);
+
+  private:
+    // A container that is still to be read.
+    struct Pending {
+        std::string id;
+        std::int32_t folder;
+        int level;
+    };
+
+    // What became of a step: go on, or end the scan with result_.outcome.
+    enum class Step { GO_ON, END };
+
+    Step search(const ListRequest &request, bool &isDone);
+    Step walk();
+    Step readPages(dlna::Question question, const Pending &container, std::int64_t &found);
+    // What a page brought.
+    struct Taken {
+        std::size_t fresh = 0;    // objects that were not seen before
+        std::size_t repeated = 0; // and that were
+    };
+    using Seen = std::unordered_set<std::size_t>; // hashes of ids
+    // No value: the list takes no more.
+    std::optional<Taken> take(const dlna::Page &page, const Pending &container, Seen &seen);
+    Outcome ask(const dlna::Question &question, dlna::Page &page);
+    Step failed(Outcome outcome, const Pending &container);
+    void note(const Pending &container, const std::string &fault);
+    Step end(Outcome outcome);
+
+    ItemSink &sink_;
+    const Place place_;
+    std::deque<Pending> pending_;
+    std::unordered_set<std::string> visited_; // ids of containers, also of those pending
+    Outcome fault_;                           // the first that did not end the scan
+    FillResult result_;
+};
+
+} // namespace mrb

@@ -1,0 +1,90 @@
+#include "sources/dlna/dlna_source.h"
+
+#include <utility>
+
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "sources/dlna/directory_scan.h"
+#include "sources/dlna/object_record.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr const char *ROOT_CONTAINER = "0";
+
+// A media id is this, the server's id, '/', and the object's id.
+constexpr std::string_view MEDIA_ID_SCHEME = "dlna:";
+
+std::string mediaIdOf(const std::string &server, const std::string &object) {
+    return std::string(MEDIA_ID_SCHEME).append(server).append("/").append(object);
+}
+
+// The object's id in a media id; no value: it is none of that server.
+std::optional<std::string> objectOf(const std::string &server, const std::string &mediaId) {
+    const std::string start = mediaIdOf(server, "");
+    if (!mediaId.starts_with(start) || mediaId.size() == start.size()) {
+        return std::nullopt;
+    }
+    return mediaId.substr(start.size());
+}
+
+} // namespace
+
+Outcome DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+    if (request.folderId != cleanText(request.folderId)) {
+        return {MRB_ERR_INVALID_PARAMETER, "The folder id is no text that a server could have given."};
+    }
+    dlna::DlnaService::Found server;
+    Outcome outcome = dlna::DlnaService::instance().find(request.path, server);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    std::string container = objectOf(server.id, request.folderId).value_or(request.folderId);
+    if (container.empty()) {
+        container = ROOT_CONTAINER;
+    }
+    source = std::make_unique<DlnaSource>(std::move(server), std::move(container), request);
+    return outcome;
+}
+
+DlnaSource::DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request)
+    : server_(std::move(server)), container_(std::move(container)), request_(std::move(request)) {}
+
+FillResult DlnaSource::fill(ItemSink &sink) {
+    return DirectoryScan(sink, {*server_.directories, server_.id, container_, PATIENCE}).run(request_);
+}
+
+ItemLocation DlnaSource::locate(const ItemFacts &item) const {
+    ItemLocation location;
+    const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER || item.type == MRB_ITEM_TYPE_UPFOLDER;
+    location.mediaId = mediaIdOf(server_.id, item.id.empty() ? container_ : item.id);
+    ObjectRecord record = unpackRecord(item.record);
+    location.thumbnail = std::move(record.thumbnail);
+    location.url = std::move(record.url);
+    location.mimeType = isFolder ? FOLDER_MIME_TYPE : record.facts.text(Fact::MIME_TYPE);
+    return location;
+}
+
+Outcome DlnaSource::reach(const ItemFacts & /*item*/) const {
+    if (dlna::DlnaService::instance().isThere(server_.id)) {
+        return {};
+    }
+    return {MRB_ERR_DEVICE_REMOVED, "The DLNA server \"" + server_.name + "\" is gone."};
+}
+
+std::optional<ToldFacts> DlnaSource::told(const ItemFacts &item) const {
+    return ToldFacts{unpackRecord(item.record).facts};
+}
+
+std::optional<ItemFacts> DlnaSource::identify(const std::string &mediaId) const {
+    std::optional<std::string> object = objectOf(server_.id, mediaId);
+    if (!object) {
+        return std::nullopt;
+    }
+    ItemFacts item;
+    item.id = *std::move(object);
+    return item;
+}
+
+} // namespace mrb

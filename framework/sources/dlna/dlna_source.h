@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "dlna/dlna_service.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// A DLNA server: a container of its content directory with everything in it. Owned and
+// called as every Source is.
+class DlnaSource final : public Source {
+  public:
+    // How long a server may take for one page.
+    static constexpr auto PATIENCE = std::chrono::seconds(15);
+
+    // `request.path` is the server's id, or its address where there is one server only;
+    // `request.folderId` the id of one of its objects or the media id of one of its folders; empty: the root.
+    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+    DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request);
+
+    FillResult fill(ItemSink &sink) override;
+    [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
+    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;
+    [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
+
+  private:
+    const dlna::DlnaService::Found server_;
+    const std::string container_;
+    const ListRequest request_;
+};
+
+} // namespace mrb

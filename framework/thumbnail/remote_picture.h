@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+
+#include "thumbnail/decoding.h"
+
+namespace mrb::thumbnail {
+
+// Fetches the picture whose URL is the request's path from a DLNA server, and has it
+// decoded. Waits for the server, but no longer than REMOTE_PATIENCE. Never throws
+// anything but what `decode` does, and std::bad_alloc.
+void decodeRemotePicture(const DecodeRequest &request, const StopSign &stop,
+                         const std::function<Decode> &decode, Decoded &decoded);
+
+inline constexpr auto REMOTE_PATIENCE = std::chrono::seconds(10);
+inline constexpr std::size_t MOST_REMOTE_BYTES = std::size_t{16} << 20;
+
+} // namespace mrb::thumbnail

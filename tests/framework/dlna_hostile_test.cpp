@@ -1,0 +1,428 @@
+// What comes from servers over the network is bounded, in size and in time, and ends with
+// a code that names what was wrong.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "dlna/directories.h"
+#include "dlna/network.h"
+#include "mrb/result.h"
+#include "support/own_process.h"
+#include "support/told_server.h"
+
+using mrb::Fact;
+using mrb::Outcome;
+using mrb::dlna::Directories;
+using mrb::dlna::Page;
+using mrb::dlna::Question;
+using support::Asked;
+using support::Surroundings;
+using support::ToldServer;
+using support::Wire;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+namespace {
+
+constexpr auto LONG = std::chrono::seconds(60);
+
+class Listener final : public mrb::dlna::ServerListener {
+  public:
+    void networkStarted() override {
+        const std::lock_guard guard(lock_);
+        started_ = true;
+        changed_.notify_all();
+    }
+    void serverArrived(const mrb::dlna::Server & /*server*/) override { change(1); }
+    void serverLeft(const mrb::dlna::Server & /*server*/) override { change(-1); }
+
+    bool waitForStart() {
+        std::unique_lock guard(lock_);
+        return changed_.wait_for(guard, LONG, [&] { return std::exchange(started_, false); });
+    }
+    // False: not in a long time.
+    bool waitFor(int servers) {
+        std::unique_lock guard(lock_);
+        return changed_.wait_for(guard, LONG, [&] { return servers_ == servers; });
+    }
+
+  private:
+    void change(int by) {
+        const std::lock_guard guard(lock_);
+        servers_ += by;
+        changed_.notify_all();
+    }
+
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int servers_ = 0;
+    bool started_ = false;
+};
+
+class DlnaHostile : public support::OwnProcess {
+  protected:
+    static bool insideNetwork() {
+        if (!inside(Surroundings::NETWORK)) {
+            return false;
+        }
+        EXPECT_EQ(std::system("ip link set lo up"), 0);
+        return true;
+    }
+
+    // Has a server that answers like this found.
+    void serve(ToldServer::Answer answer, const std::string &control = "/control") {
+        server = std::make_unique<ToldServer>(std::move(answer), control);
+        network.reset(mrb::dlna::mrb_start_network(listener));
+        directories = network->directories();
+        ASSERT_TRUE(listener.waitForStart()); // until then an announcement is not heard
+        server->announce();
+        ASSERT_TRUE(listener.waitFor(1));
+    }
+
+    Outcome browse(std::chrono::milliseconds patience = LONG) {
+        Question question;
+        question.server = ToldServer::ID;
+        question.container = "0";
+        question.count = 500;
+        question.patience = patience;
+        return directories->ask(
+            question, [this] { return stopped.load(); }, page);
+    }
+
+    Outcome fetch(const std::string &url, std::size_t most = 1000,
+                  std::chrono::milliseconds patience = LONG) {
+        return directories->fetch(
+            url, most, patience, [] { return false; }, bytes);
+    }
+
+    Listener listener;
+    std::string bytes;
+    std::unique_ptr<ToldServer> server;
+    std::unique_ptr<mrb::dlna::Network> network; // ends before its server
+    std::shared_ptr<Directories> directories;
+    std::atomic<bool> stopped = false;
+    Page page;
+};
+
+} // namespace
+
+TEST_F(DlnaHostile, AnHonestAnswerIsRead) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked &asked, const Wire &wire) {
+        wire.send(answerOf(
+            asked, support::didlOf(support::imageOf("7", "seven") + support::containerOf("c", "more")), 2,
+            9));
+    });
+    const Outcome outcome = browse();
+    ASSERT_EQ(outcome.code, MRB_ERR_NONE) << outcome.message;
+    ASSERT_THAT(page.objects, SizeIs(2));
+    EXPECT_EQ(page.total, 9U);
+    EXPECT_EQ(page.returned, 2U);
+    EXPECT_EQ(page.objects[0].id, "7");
+    EXPECT_EQ(page.objects[0].title, "seven");
+    EXPECT_EQ(page.objects[0].size, 1234);
+    EXPECT_EQ(page.objects[0].url, "http://127.0.0.1:1/7.jpg");
+    EXPECT_EQ(page.objects[0].facts.number(Fact::WIDTH), 400);
+    EXPECT_EQ(page.objects[0].facts.text(Fact::MIME_TYPE), "image/jpeg");
+    EXPECT_EQ(page.objects[0].facts.text(Fact::DATE_TAKEN), "2026-11-21T10:20:30Z");
+    EXPECT_TRUE(page.objects[1].isContainer);
+}
+
+TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve(
+        [](const Asked &asked, const Wire &wire) { wire.send(answerOf(asked, support::didlOf(""), 0, 0)); });
+    EXPECT_EQ(browse().code, MRB_ERR_NONE);
+    EXPECT_THAT(page.objects, SizeIs(0));
+}
+
+TEST_F(DlnaHostile, BrokenXmlIsNamedAndWhatStandsBeforeIsKept) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked &asked, const Wire &wire) {
+        wire.send(answerOf(
+            asked, support::didlOf(support::imageOf("1", "one") + "<item id=\"2\"><dc:title>t</dc:tit"), 2,
+            2));
+    });
+    const Outcome outcome = browse();
+    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(outcome.message, HasSubstr("broken XML"));
+    ASSERT_GE(page.objects.size(), 1U);
+    EXPECT_EQ(page.objects[0].id, "1");
+}
+
+TEST_F(DlnaHostile, AnEnvelopeThatIsNoXmlIsNamed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire &wire) { wire.send(support::httpOf("200 OK", "hello")); });
+    EXPECT_EQ(browse().code, MRB_ERR_PROTOCOL);
+}
+
+namespace {
+
+// Entities that unfold to 10^10 letters.
+std::string bomb(const std::string &root) {
+    std::string text = "<!DOCTYPE x [<!ENTITY e0 \"ha\">";
+    for (int level = 1; level <= 10; ++level) {
+        text += "<!ENTITY e" + std::to_string(level) + " \"";
+        for (int times = 0; times < 10; ++times) {
+            text += "&e" + std::to_string(level - 1) + ";";
+        }
+        text += "\">";
+    }
+    return text + "]>" + root;
+}
+
+} // namespace
+
+TEST_F(DlnaHostile, EntitiesOfAnEnvelopeAreRefused) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire &wire) {
+        wire.send(support::httpOf("200 OK",
+                                  bomb("<s:Envelope xmlns:s=\"e\"><s:Body><u:BrowseResponse xmlns:u=\"u\">"
+                                       "<Result>&e10;</Result></u:BrowseResponse></s:Body></s:Envelope>")));
+    });
+    const Outcome outcome = browse();
+    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(outcome.message, HasSubstr("entities"));
+}
+
+TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked &asked, const Wire &wire) {
+        wire.send(answerOf(asked, bomb(support::didlOf(support::imageOf("1", "&e10;"))), 1, 1));
+    });
+    const Outcome outcome = browse();
+    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(outcome.message, HasSubstr("entities"));
+    EXPECT_THAT(page.objects, SizeIs(0));
+}
+
+// Behind a fault and in another encoding, where a glance at the text would not find them.
+TEST_F(DlnaHostile, EntitiesThatHideAreRefused) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::string hidden = bomb(support::didlOf(support::imageOf("1", "&e10;")));
+    for (const std::string &start :
+         {std::string("<?xml version='x'?>"), std::string("<?xml version='1.0' encoding='?'?>")}) {
+        serve(
+            [&](const Asked &asked, const Wire &wire) { wire.send(answerOf(asked, start + hidden, 1, 1)); });
+        EXPECT_EQ(browse().code, MRB_ERR_PROTOCOL);
+        for (const auto &object : page.objects) {
+            EXPECT_LE(object.title.size(), mrb::Metadata::LONGEST_TEXT);
+        }
+        network.reset();
+        server.reset(); // its threads read what this test holds
+    }
+}
+
+TEST_F(DlnaHostile, AHundredMegabytesAreNotReadToTheirEnd) {
+    if (!insideNetwork()) {
+        return;
+    }
+    constexpr std::size_t PARTS = 100;
+    std::atomic<std::size_t> sent = 0;
+    serve([&](const Asked & /*asked*/, const Wire &wire) {
+        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nConnection: close\r\n\r\n");
+        const std::string part(1UL << 20, 'x');
+        while (sent < PARTS && wire.send(part)) {
+            ++sent;
+        }
+    });
+    const Outcome outcome = browse();
+    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(outcome.message, HasSubstr("longer than"));
+    network.reset();
+    server.reset();
+    EXPECT_LT(sent, PARTS);
+}
+
+TEST_F(DlnaHostile, AnAnswerThatDripsEndsWithThePatience) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire &wire) {
+        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n");
+        while (wire.send(" ")) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the drip, not a wait
+        }
+    });
+    EXPECT_EQ(browse(std::chrono::milliseconds(300)).code, MRB_ERR_TIMEOUT);
+}
+
+TEST_F(DlnaHostile, ASilentServerEndsWithThePatience) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire &wire) { wire.wait(); });
+    EXPECT_EQ(browse(std::chrono::milliseconds(200)).code, MRB_ERR_TIMEOUT);
+}
+
+TEST_F(DlnaHostile, AQuestionThatIsStoppedEndsAtOnce) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([this](const Asked & /*asked*/, const Wire &wire) {
+        stopped = true;
+        wire.wait();
+    });
+    EXPECT_EQ(browse().code, MRB_ERR_CANCELLED);
+}
+
+TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    for (const char *status :
+         {"301 Moved", "302 Found", "307 Temporary Redirect", "308 Permanent Redirect"}) {
+        std::atomic<int> asked = 0;
+        serve([&](const Asked & /*question*/, const Wire &wire) {
+            ++asked;
+            wire.send(support::httpOf(status, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
+        });
+        const Outcome outcome = browse();
+        EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << status;
+        EXPECT_THAT(outcome.message, HasSubstr("elsewhere")) << status;
+        network.reset();
+        server.reset();
+        EXPECT_EQ(asked, 1);
+    }
+}
+
+TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotAsked) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire & /*wire*/) { ADD_FAILURE() << "it was asked"; },
+          "http://127.0.0.2:80/control");
+    const Outcome outcome = browse();
+    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(outcome.message, HasSubstr("another host"));
+}
+
+TEST_F(DlnaHostile, AConnectionThatBreaksOffIsNamed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire &wire) {
+        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n<s:Envelope");
+    });
+    EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
+}
+
+TEST_F(DlnaHostile, AServerThatLeavesEndsWhatItWasAsked) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([this](const Asked & /*asked*/, const Wire &wire) {
+        server->leave();
+        wire.wait();
+    });
+    EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
+}
+
+TEST_F(DlnaHostile, ANetworkThatIsLetGoEndsWhatIsAsked) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<bool> isAsked = false;
+    serve([&](const Asked & /*asked*/, const Wire &wire) {
+        isAsked = true;
+        isAsked.notify_all();
+        wire.wait();
+    });
+    std::thread ending([&] {
+        isAsked.wait(false);
+        network.reset();
+    });
+    EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
+    ending.join();
+    EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
+}
+
+TEST_F(DlnaHostile, RefusalsOfTheServerHaveTheirCodes) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> number = 0;
+    serve([&](const Asked & /*asked*/, const Wire &wire) {
+        wire.send(support::httpOf(
+            "500 Internal Server Error",
+            R"(<s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/"><s:Body><s:Fault>)"
+            "<faultcode>s:Client</faultcode><detail><UPnPError><errorCode>" +
+                std::to_string(number) +
+                "</errorCode></UPnPError></detail></s:Fault></s:Body></s:Envelope>"));
+    });
+    const std::pair<int, int> CODES[] = {
+        {701, MRB_ERR_NOT_FOUND},         {710, MRB_ERR_NOT_FOUND}, {708, MRB_ERR_NOT_SUPPORTED},
+        {801, MRB_ERR_PERMISSION_DENIED}, {720, MRB_ERR_IO},        {12345, MRB_ERR_PROTOCOL}};
+    for (const auto &[error, code] : CODES) {
+        number = error;
+        EXPECT_EQ(browse().code, code) << error;
+    }
+}
+
+TEST_F(DlnaHostile, AFileIsFetchedFromAServer) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked &asked, const Wire &wire) {
+        wire.send(support::httpOf("200 OK", "file " + asked.action));
+    });
+    EXPECT_EQ(fetch(server->urlOf("/a.jpg")).code, MRB_ERR_NONE);
+    EXPECT_EQ(bytes, "file /a.jpg");
+}
+
+TEST_F(DlnaHostile, FilesOfOtherHostsAreNotFetched) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked & /*asked*/, const Wire & /*wire*/) { ADD_FAILURE() << "it was asked"; });
+    for (const char *url :
+         {"http://127.0.0.2/a.jpg", "http://127.0.0.1@127.0.0.2/", "file:///etc/passwd", "", "http://"}) {
+        EXPECT_EQ(fetch(url).code, MRB_ERR_PERMISSION_DENIED) << url;
+    }
+}
+
+TEST_F(DlnaHostile, AFileThatIsTooLongOrTooSlowOrElsewhereIsNotFetched) {
+    if (!insideNetwork()) {
+        return;
+    }
+    serve([](const Asked &asked, const Wire &wire) {
+        if (asked.action == "/long") {
+            wire.send(support::httpOf("200 OK", std::string(1001, 'x')));
+        } else if (asked.action == "/slow") {
+            wire.wait();
+        } else if (asked.action == "/elsewhere") {
+            wire.send(support::httpOf("302 Found", "", "Location: http://127.0.0.2/\r\n"));
+        } else {
+            wire.send(support::httpOf("404 Not Found", ""));
+        }
+    });
+    EXPECT_EQ(fetch(server->urlOf("/long")).code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(fetch(server->urlOf("/slow"), 1000, std::chrono::milliseconds(200)).code, MRB_ERR_TIMEOUT);
+    EXPECT_EQ(fetch(server->urlOf("/elsewhere")).code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(fetch(server->urlOf("/nowhere")).code, MRB_ERR_NOT_FOUND);
+}

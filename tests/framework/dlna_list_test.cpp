@@ -1,0 +1,353 @@
+// Lists of real servers through the C functions.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <string>
+
+#include "mrb/storage.h"
+#include "support/client.h"
+#include "support/fields.h"
+#include "support/folder.h"
+#include "support/groups.h"
+#include "support/media.h"
+#include "support/media_server.h"
+#include "support/own_process.h"
+#include "support/thumbnails.h"
+#include "support/told_server.h"
+
+using support::Asked;
+using support::Client;
+using support::Event;
+using support::MediaServer;
+using support::Surroundings;
+using support::ToldServer;
+using support::Wire;
+using support::Wishes;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+void ignoreState(int /*state*/, void * /*self*/) {}
+
+// The service as a client, and the servers that it told of.
+class Service {
+  public:
+    Service() {
+        EXPECT_EQ(mrb_set_dlna_callback(hear, this), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_Init_dlna_service(hearState, this), MRB_ERR_NONE);
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return started_; }));
+    }
+    ~Service() {
+        mrb_finalize_dlna_service(hearState, this);
+        mrb_unset_dlna_callback();
+    }
+    Service(const Service &) = delete;
+    Service &operator=(const Service &) = delete;
+
+    // The id of the first server that came; a test failure when none comes.
+    std::string server() {
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return !id_.empty(); }));
+        return id_;
+    }
+    void waitUntilItLeaves() {
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return left_; }));
+    }
+
+  private:
+    static void hearState(int state, void *self) {
+        auto &service = *static_cast<Service *>(self);
+        const std::lock_guard guard(service.lock_);
+        service.started_ = state == MRB_SERVICE_STATE_STARTED;
+        service.changed_.notify_all();
+    }
+    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+        auto &service = *static_cast<Service *>(self);
+        const std::lock_guard guard(service.lock_);
+        service.id_ = mrb_storage_get_id(storage);
+        service.left_ = event != MRB_STORAGE_EVENT_ADDED;
+        service.changed_.notify_all();
+    }
+
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::string id_;
+    bool left_ = false;
+    bool started_ = false;
+};
+
+class DlnaList : public support::OwnProcess {
+  protected:
+    // A list of the server when it has looked through its folder: until then it has less.
+    static void listAll(Client &client, const Wishes &wishes, int expected) {
+        const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
+        std::size_t ends = 0;
+        int count = -1;
+        while (count != expected && std::chrono::steady_clock::now() < deadline) {
+            ASSERT_EQ(client.open(wishes), MRB_ERR_NONE);
+            const Event end = client.waitForEnd(++ends);
+            ASSERT_TRUE(end.event == MRB_EVENT_LIST_READY || end.data["error"] == "MRB_ERR_PROTOCOL")
+                << end.data.toStyledString();
+            count = client.count();
+        }
+        ASSERT_EQ(count, expected);
+    }
+    static bool insideNetwork() {
+        if (!inside(Surroundings::NETWORK)) {
+            return false;
+        }
+        EXPECT_EQ(std::system("ip link set lo up"), 0);
+        return true;
+    }
+};
+
+} // namespace
+
+TEST_F(DlnaList, NeedsTheService) {
+    if (!inside(Surroundings::PLAIN)) {
+        return;
+    }
+    Client client;
+    EXPECT_EQ(client.open(Wishes{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_INITIALIZED);
+}
+
+TEST_F(DlnaList, OfAServerThatIsNotThereIsRefused) {
+    if (!insideNetwork()) {
+        return;
+    }
+    ASSERT_EQ(mrb_Init_dlna_service(ignoreState, nullptr), MRB_ERR_NONE);
+    Client client;
+    EXPECT_EQ(client.open(Wishes{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(client.open(Wishes{.path = "", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(mrb_finalize_dlna_service(ignoreState, nullptr), MRB_ERR_NONE);
+}
+
+TEST_F(DlnaList, HoldsWhatTheFilesSay) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::Folder media;
+    support::makeMedia(media);
+    Service service;
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Client client;
+    // song.flac, song.m4a, song.mp3, song.ogg, song.wav, covered.flac, covered.mp3
+    listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 7);
+    ASSERT_EQ(client.count(), 7);
+    for (int song = 0; song < 7; ++song) {
+        EXPECT_EQ(support::number(client, song, "MEDIA_TYPE"), MRB_ITEM_TYPE_MUSIC);
+        EXPECT_THAT(support::text(client, song, "URL"), StartsWith("http://127.0.0.1:8200/MediaItems/"));
+        EXPECT_GT(support::longNumber(client, song, "SIZE"), 0);
+        EXPECT_NEAR(static_cast<double>(support::longNumber(client, song, "DURATION")), 2000, 100);
+        EXPECT_EQ(support::number(client, song, "SAMPLERATE"), 44100);
+    }
+    EXPECT_THAT(client.all("name"), Contains("Élégie"));
+    const int song = support::indexOf(client, "Élégie");
+    EXPECT_EQ(support::text(client, song, "TITLE"), "Élégie");
+    EXPECT_EQ(support::text(client, song, "ARTIST"), "東京トリオ");
+    EXPECT_EQ(support::text(client, song, "ALBUM"), "Été");
+    EXPECT_EQ(support::text(client, song, "GENRE"), "Jazz");
+    EXPECT_EQ(support::text(client, song, "FILE_PATH"), "");
+}
+
+TEST_F(DlnaList, IsSearchedAndSortedAndPlayed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::Folder media;
+    support::makeMedia(media);
+    Service service;
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Client client;
+    const Wishes wishes{.path = "127.0.0.1",
+                        .contentType = "IMAGE",
+                        .sortCategory = "NAME DESC",
+                        .source = "SOURCE_DLNA",
+                        .keyWord = "PHO"};
+    service.server();
+    listAll(client, wishes, 1);
+    ASSERT_EQ(client.count(), 1);
+    EXPECT_EQ(client.item(0)["name"], "photo");
+    EXPECT_EQ(support::text(client, 0, "MIME_TYPE"), "image/jpeg");
+    EXPECT_EQ(support::number(client, 0, "WIDTH"), 320);
+    const std::string mediaId = client.item(0)["media_id"].asString();
+    EXPECT_THAT(mediaId, StartsWith("dlna:uuid:"));
+    char *data = nullptr;
+    ASSERT_EQ(mrb_move_to_index_v2(client.handle, 0), MRB_ERR_NONE);
+    ASSERT_EQ(mrb_prepare_play_data_v2(client.handle, &data), MRB_ERR_NONE);
+    const Json::Value play = support::parse(data);
+    std::free(data);
+    EXPECT_EQ(play["url"], client.item(0)["url"]);
+    int page = -1;
+    EXPECT_EQ(mrb_get_page_index_v2(client.handle, mediaId.c_str(), &page), MRB_ERR_NONE);
+    EXPECT_EQ(page, 0);
+}
+
+TEST_F(DlnaList, IsSortedAndGroupedByWhatTheServerSays) {
+    if (!insideNetwork()) {
+        return;
+    }
+    Service service;
+    const ToldServer server([](const Asked &asked, const Wire &wire) {
+        const std::string objects = support::songOf("1", "Un", "Zoë") + support::songOf("2", "Deux", "Anna") +
+                                    support::songOf("3", "Trois") + support::songOf("4", "Quatre", "Anna");
+        wire.send(answerOf(asked, support::didlOf(objects), 4, 4));
+    });
+    server.announce();
+    Client client;
+    const Wishes wishes{.path = service.server(), .sortCategory = "ARTIST", .source = "SOURCE_DLNA"};
+    ASSERT_EQ(client.list(wishes).event, MRB_EVENT_LIST_READY);
+    EXPECT_THAT(client.all("name"), ElementsAre("Deux", "Quatre", "Un", "Trois"));
+    ASSERT_EQ(support::groupBy(client, MRB_PAGE_STYLE_GROUP_ARTIST), MRB_ERR_NONE);
+    support::waitForGroups(client);
+    EXPECT_THAT(support::headings(client), ElementsAre("Anna: 2", "Zoë: 1", ": 1"));
+    EXPECT_FALSE(support::isMapped("libmrb-readers.so")); // no file is read for that
+}
+
+TEST_F(DlnaList, OfAFolderHoldsThatFolderOnly) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::Folder media;
+    support::makeMedia(media);
+    for (const auto &file : std::filesystem::directory_iterator(media.path())) {
+        if (file.path().filename() != "film.mp4" && file.path().filename() != "song.mp3") {
+            std::filesystem::remove(file.path());
+        }
+    }
+    Service service;
+    const MediaServer server(MediaServer::Kind::RYGEL, "Räume", media.path());
+    const std::string id = service.server();
+    Client client;
+    listAll(client, {.path = id, .contentType = "VIDEO", .source = "SOURCE_DLNA"}, 1);
+    Client whole;
+    ASSERT_EQ(whole.list({.path = id, .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
+    ASSERT_GT(whole.count(MRB_ITEM_TYPE_FOLDER), 1);
+    Json::Value folder;
+    for (int index = 0; index < whole.count() && folder.isNull(); ++index) {
+        folder = whole.item(index)["type"] == MRB_ITEM_TYPE_FOLDER ? whole.item(index) : folder;
+    }
+    EXPECT_EQ(folder["mime_type"], "inode/directory");
+    Client below;
+    const std::string folderId = folder["media_id"].asString();
+    const auto inFolder = [&](mrb_general_param_h param) {
+        mrb_param_set_general_folder_id(param, folderId.c_str());
+    };
+    ASSERT_EQ(below.list({.path = id, .source = "SOURCE_DLNA", .more = inFolder}).event,
+              MRB_EVENT_LIST_READY);
+    EXPECT_GT(below.count(), 0);
+    EXPECT_LT(below.count(), whole.count());
+}
+
+TEST_F(DlnaList, ThatBreaksOffKeepsWhatCame) {
+    if (!insideNetwork()) {
+        return;
+    }
+    Service service;
+    const ToldServer server([](const Asked &asked, const Wire &wire) {
+        if (asked.start > 0) {
+            return; // closes the connection
+        }
+        std::string objects;
+        for (int number = 0; number < asked.count; ++number) {
+            objects += support::imageOf(std::to_string(number), "picture " + std::to_string(number));
+        }
+        wire.send(answerOf(asked, support::didlOf(objects), asked.count, 5000));
+    });
+    server.announce();
+    Client client;
+    const Event end = client.list({.path = service.server(), .source = "SOURCE_DLNA"});
+    EXPECT_EQ(end.event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(end.data["error"], "MRB_ERR_DEVICE_REMOVED");
+    EXPECT_EQ(end.data["item_count"], 500);
+    EXPECT_EQ(client.item(499)["name"], "picture 499");
+    EXPECT_EQ(client.item(0)["modified"], "2026-11-21T10:20:30Z");
+}
+
+TEST_F(DlnaList, OfASilentServerIsCancelledAtOnce) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<bool> isAsked = false;
+    Service service;
+    const ToldServer server([&](const Asked & /*asked*/, const Wire &wire) {
+        isAsked = true;
+        isAsked.notify_all();
+        wire.wait();
+    });
+    server.announce();
+    Client client;
+    ASSERT_EQ(client.open({.path = service.server(), .source = "SOURCE_DLNA"}), MRB_ERR_NONE);
+    isAsked.wait(false);
+    ASSERT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
+    EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
+}
+
+TEST_F(DlnaList, KnowsThatItsServerIsGone) {
+    if (!insideNetwork()) {
+        return;
+    }
+    Service service;
+    const ToldServer server([](const Asked &asked, const Wire &wire) {
+        wire.send(answerOf(asked, support::didlOf(support::imageOf("1", "one")), 1, 1));
+    });
+    server.announce();
+    Client client;
+    ASSERT_EQ(client.list({.path = service.server(), .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
+    server.leave();
+    service.waitUntilItLeaves();
+    char *data = nullptr;
+    ASSERT_EQ(mrb_move_to_index_v2(client.handle, 0), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_prepare_play_data_v2(client.handle, &data), MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(data, nullptr);
+    EXPECT_EQ(client.count(), 1);
+}
+
+TEST_F(DlnaList, HasThumbnailsFromItsServer) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::Folder media;
+    support::makeMedia(media);
+    for (const char *file : {"song.mp3", "song.flac", "song.ogg", "song.wav", "song.m4a", "covered.flac"}) {
+        std::filesystem::remove(media.path(file));
+    }
+    Service service;
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Client client;
+    listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 1);
+    ASSERT_EQ(client.count(), 1);
+    const std::string picture = support::text(client, 0, "THUMBNAIL_PATH");
+    EXPECT_THAT(picture, StartsWith("http://127.0.0.1:8200/"));
+    support::Thumbnails thumbnails;
+    const support::Thumbnail cover =
+        thumbnails.get(support::Wish{.path = picture, .sourceType = MRB_THUMB_SOURCE_DLNA, .width = 64});
+    EXPECT_EQ(cover.code, MRB_ERR_NONE);
+    ASSERT_EQ(cover.images.size(), 1U);
+    EXPECT_EQ(cover.images[0].width, 64);
+}
+
+TEST_F(DlnaList, HasNoThumbnailsWithoutTheService) {
+    if (!inside(Surroundings::PLAIN)) {
+        return;
+    }
+    support::Thumbnails thumbnails;
+    EXPECT_EQ(
+        thumbnails.get(support::Wish{.path = "http://127.0.0.1/a.jpg", .sourceType = MRB_THUMB_SOURCE_DLNA})
+            .code,
+        MRB_ERR_DEVICE_REMOVED);
+}

@@ -1,0 +1,424 @@
+// How a server's content directory becomes a list, with servers that only tell what a
+// test has them tell.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "list/item_store.h"
+#include "mrb/agent.h"
+#include "sources/dlna/directory_scan.h"
+#include "sources/dlna/object_record.h"
+#include "sources/dlna/search_criteria.h"
+
+using mrb::DirectoryScan;
+using mrb::Fact;
+using mrb::FillResult;
+using mrb::ItemFacts;
+using mrb::ItemStore;
+using mrb::ListRequest;
+using mrb::Outcome;
+using mrb::dlna::MediaObject;
+using mrb::dlna::Page;
+using mrb::dlna::Question;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+MediaObject image(const std::string &id, const std::string &title = {}) {
+    MediaObject object;
+    object.id = id;
+    object.title = title.empty() ? "picture " + id : title;
+    object.upnpClass = "object.item.imageItem.photo";
+    return object;
+}
+
+MediaObject container(const std::string &id, const std::string &title) {
+    MediaObject object;
+    object.id = id;
+    object.title = title;
+    object.upnpClass = "object.container.storageFolder";
+    object.isContainer = true;
+    return object;
+}
+
+// Answers as the test says.
+class ToldDirectories final : public mrb::dlna::Directories {
+  public:
+    using Answer = std::function<Outcome(const Question &question, Page &page)>;
+
+    Outcome ask(const Question &question, const std::function<bool()> & /*isStopped*/, Page &page) override {
+        asked.push_back(question);
+        return answer(question, page);
+    }
+
+    Outcome fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
+                  const std::function<bool()> & /*isStopped*/, std::string & /*bytes*/) override {
+        return {MRB_ERR_NOT_FOUND, {}};
+    }
+
+    // An honest server's answer out of what its containers hold.
+    Outcome honest(const Question &question, Page &page) const {
+        const auto found = contents.find(question.container);
+        if (found == contents.end()) {
+            return {MRB_ERR_NOT_FOUND, "no such container"};
+        }
+        const std::vector<MediaObject> &all = found->second;
+        for (std::size_t index = question.start; index < all.size() && page.objects.size() < question.count;
+             ++index) {
+            page.objects.push_back(all[index]);
+        }
+        page.returned = static_cast<std::uint32_t>(page.objects.size());
+        page.total = static_cast<std::uint32_t>(all.size());
+        return {};
+    }
+
+    std::map<std::string, std::vector<MediaObject>> contents;
+    Answer answer = [this](const Question &question, Page &page) { return honest(question, page); };
+    std::vector<Question> asked;
+};
+
+class Sink final : public mrb::ItemSink {
+  public:
+    [[nodiscard]] bool wants(std::uint8_t /*type*/) const override { return true; }
+    [[nodiscard]] bool stopped() const override { return isStopped; }
+    void announce(std::int64_t total) override { announced = total; }
+    std::int32_t addFolder(std::int32_t parent, std::string_view name) override {
+        return store.addFolder(parent, name);
+    }
+    [[nodiscard]] bool add(std::span<const mrb::SourceItem> items) override {
+        for (const mrb::SourceItem &item : items) {
+            if (!store.add(item, true)) {
+                return false;
+            }
+        }
+        return !isStopped;
+    }
+
+    // "folder/name" of all items.
+    [[nodiscard]] std::vector<std::string> names() const {
+        std::vector<std::string> all;
+        for (std::int32_t item = 0; item < store.size(); ++item) {
+            const ItemFacts facts = store.facts(item);
+            all.push_back(facts.folder.empty() ? facts.name : facts.folder + "/" + facts.name);
+        }
+        return all;
+    }
+
+    ItemStore store;
+    bool isStopped = false;
+    std::int64_t announced = -1;
+};
+
+class DlnaSource : public testing::Test {
+  protected:
+    FillResult scan(const ListRequest &request = {}, const std::string &from = "0") {
+        const std::string server = "uuid:1";
+        return DirectoryScan(sink, {directories, server, from, std::chrono::seconds(1)}).run(request);
+    }
+
+    ToldDirectories directories;
+    Sink sink;
+};
+
+} // namespace
+
+TEST_F(DlnaSource, AContainerIsListedWithWhatIsBelowIt) {
+    directories.contents["0"] = {container("a", "A"), image("1", "one")};
+    directories.contents["a"] = {container("b", "B"), image("2", "two")};
+    directories.contents["b"] = {image("3", "three")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_THAT(sink.names(), ElementsAre("A", "one", "A/B", "A/two", "A/B/three"));
+}
+
+TEST_F(DlnaSource, AContainerIsAskedForFiveHundredAtATime) {
+    for (int number = 0; number < 1200; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 1200);
+    ASSERT_EQ(directories.asked.size(), 3U);
+    EXPECT_EQ(directories.asked[2].start, 1000U);
+    EXPECT_EQ(directories.asked[2].count, 500U);
+}
+
+TEST_F(DlnaSource, AServerThatGivesFewerThanItWasAskedForIsAskedOn) {
+    directories.answer = [this](const Question &question, Page &page) {
+        Question less = question;
+        less.count = 2;
+        return directories.honest(less, page);
+    };
+    directories.contents["0"] = {image("1"), image("2"), image("3"), image("4"), image("5")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 5);
+}
+
+TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
+    directories.answer = [this](const Question &question, Page &page) {
+        const Outcome outcome = directories.honest(question, page);
+        page.total = 0;
+        return outcome;
+    };
+    directories.contents["0"] = {image("1"), image("2")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 2);
+    EXPECT_EQ(directories.asked.size(), 2U);
+}
+
+TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
+    directories.answer = [this](const Question &question, Page &page) {
+        const Outcome outcome = directories.honest(question, page);
+        page.total = 4'000'000'000;
+        return outcome;
+    };
+    directories.contents["0"] = {image("1"), container("a", "A")};
+    directories.contents["a"] = {image("2")};
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(result.outcome.message, HasSubstr("4000000000 objects and gives 2"));
+    EXPECT_EQ(sink.store.size(), 3);
+}
+
+TEST_F(DlnaSource, ATotalThatIsTooSmallIsAFault) {
+    directories.answer = [this](const Question &question, Page &page) {
+        const Outcome outcome = directories.honest(question, page);
+        page.total = 1;
+        return outcome;
+    };
+    directories.contents["0"] = {image("1"), image("2")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(sink.store.size(), 2);
+}
+
+TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
+    directories.answer = [this](const Question &question, Page &page) {
+        const Outcome outcome = directories.honest(question, page);
+        page.returned = 77;
+        return outcome;
+    };
+    directories.contents["0"] = {image("1"), image("2")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(sink.store.size(), 2);
+}
+
+TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsLeft) {
+    directories.answer = [](const Question & /*question*/, Page &page) {
+        page.objects = {image("1"), image("2")};
+        page.returned = 2;
+        page.total = 0;
+        return Outcome{};
+    };
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(result.outcome.message, HasSubstr("repeats objects"));
+    EXPECT_EQ(sink.store.size(), 2);
+    EXPECT_EQ(directories.asked.size(), 2U);
+}
+
+TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
+    directories.answer = [](const Question & /*question*/, Page &page) {
+        page.objects.resize(500);
+        page.returned = 500;
+        return Outcome{};
+    };
+    scan();
+    EXPECT_EQ(sink.store.size(), 0);
+    EXPECT_EQ(directories.asked.size(), 1U);
+}
+
+TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
+    directories.contents["0"] = {container("a", "A")};
+    directories.contents["a"] = {container("0", "Root"), container("a", "A")};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_THAT(sink.names(), ElementsAre("A", "A/Root", "A/A"));
+    EXPECT_EQ(directories.asked.size(), 2U);
+}
+
+TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
+    directories.answer = [](const Question &question, Page &page) {
+        page.objects = {container(question.container + "x", "deeper")};
+        page.returned = page.total = 1;
+        return Outcome{};
+    };
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.tooDeep, 1);
+    EXPECT_EQ(sink.store.size(), DirectoryScan::DEEPEST_LEVEL + 1);
+}
+
+TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
+    directories.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
+    directories.contents["a"] = {image("2")};
+    directories.answer = [this](const Question &question, Page &page) {
+        return question.container == "b" ? Outcome{MRB_ERR_DEVICE_REMOVED, "gone"}
+                                         : directories.honest(question, page);
+    };
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(sink.store.size(), 4);
+}
+
+TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
+    directories.contents["0"] = {container("a", "A"), container("b", "B")};
+    directories.contents["b"] = {image("1")};
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.unreadable, 1);
+    EXPECT_EQ(sink.store.size(), 3);
+}
+
+TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
+    directories.contents["0"] = {container("a", "A"), container("b", "B")};
+    directories.contents["b"] = {image("2")};
+    directories.answer = [this](const Question &question, Page &page) {
+        if (question.container == "a") {
+            page.objects = {image("1")};
+            return Outcome{MRB_ERR_PROTOCOL, "broken"};
+        }
+        return directories.honest(question, page);
+    };
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(sink.names(), ElementsAre("A", "B", "A/picture 1", "B/picture 2"));
+}
+
+TEST_F(DlnaSource, AContainerThatDoesNotExistFails) {
+    EXPECT_EQ(scan({}, "nowhere").outcome.code, MRB_ERR_NOT_FOUND);
+}
+
+TEST_F(DlnaSource, AListThatIsStoppedAsksNoMore) {
+    directories.contents["0"] = {image("1")};
+    sink.isStopped = true;
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_CANCELLED);
+}
+
+TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
+    directories.contents["0"] = {image("1"), image("2")};
+    directories.answer = [this](const Question &question, Page &page) {
+        if (question.kind == Question::Kind::CAPABILITIES) {
+            page.capabilities = "dc:title,upnp:class";
+            return Outcome{};
+        }
+        return directories.honest(question, page);
+    };
+    ListRequest request;
+    request.contentType = "IMAGE";
+    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    ASSERT_EQ(directories.asked.size(), 2U);
+    EXPECT_EQ(directories.asked[1].kind, Question::Kind::SEARCH);
+    EXPECT_EQ(directories.asked[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
+    EXPECT_EQ(sink.announced, 2);
+    EXPECT_EQ(sink.store.size(), 2);
+}
+
+TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
+    directories.contents["0"] = {container("a", "A")};
+    directories.contents["a"] = {image("1")};
+    directories.answer = [this](const Question &question, Page &page) {
+        return question.kind == Question::Kind::CAPABILITIES ? Outcome{} : directories.honest(question, page);
+    };
+    ListRequest request;
+    request.contentType = "IMAGE";
+    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 2);
+}
+
+TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
+    directories.contents["0"] = {image("1")};
+    directories.answer = [this](const Question &question, Page &page) {
+        page.capabilities = "*";
+        return question.kind == Question::Kind::SEARCH     ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"}
+               : question.kind == Question::Kind::CHILDREN ? directories.honest(question, page)
+                                                           : Outcome{};
+    };
+    ListRequest request;
+    request.keyWord = "picture";
+    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 1);
+}
+
+TEST(DlnaCriteria, HoldTheContentTypeAndTheKeyWordInQuotes) {
+    ListRequest request;
+    request.contentType = "MUSIC";
+    request.keyWord = R"(say "hi" \o/)";
+    EXPECT_EQ(mrb::searchCriteria(request, "upnp:class, dc:title"),
+              R"(upnp:class derivedfrom "object.item.audioItem" and dc:title contains "say \"hi\" \\o/")");
+    EXPECT_EQ(mrb::searchCriteria(request, "dc:titles,upnp:class"),
+              R"(upnp:class derivedfrom "object.item.audioItem")");
+    EXPECT_EQ(mrb::searchCriteria(request, ""), "");
+}
+
+TEST(DlnaRecord, ComesBackAsItWasFromAList) {
+    MediaObject object = image("object 7");
+    object.url = "http://10.0.0.1/7.jpg";
+    object.thumbnail = "http://10.0.0.1/7-small.jpg";
+    object.facts.setText(Fact::ARTIST, "Ünal");
+    object.facts.setNumber(Fact::DURATION, 123'456'789'012);
+    object.facts.setReal(Fact::LATITUDE, 48.5);
+    const std::string packed = mrb::packRecord(object);
+    mrb::SourceItem item;
+    item.name = "seven";
+    item.id = object.id;
+    item.record = packed;
+    ItemStore store;
+    ASSERT_TRUE(store.add(item, true));
+    const ItemFacts facts = store.facts(0);
+    EXPECT_EQ(facts.id, "object 7");
+    const mrb::ObjectRecord record = mrb::unpackRecord(facts.record);
+    EXPECT_EQ(record.url, object.url);
+    EXPECT_EQ(record.thumbnail, object.thumbnail);
+    EXPECT_EQ(record.facts.text(Fact::ARTIST), "Ünal");
+    EXPECT_EQ(record.facts.number(Fact::DURATION), 123'456'789'012);
+    EXPECT_EQ(record.facts[Fact::LATITUDE], mrb::FactValue(48.5));
+    EXPECT_FALSE(record.facts.has(Fact::ALBUM));
+    ItemFacts wanted;
+    wanted.id = "object 7";
+    EXPECT_TRUE(store.isItem(0, wanted));
+}
+
+TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
+    ItemStore store;
+    mrb::SourceItem item;
+    item.name = "file";
+    ASSERT_TRUE(store.add(item, true));
+    EXPECT_THAT(store.facts(0).record, IsEmpty());
+}
+
+TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
+    MediaObject object = image("1");
+    for (std::size_t fact = 0; fact < mrb::FACTS; ++fact) {
+        object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::LONGEST_TEXT, 'x'));
+    }
+    object.id = std::string(mrb::Metadata::LONGEST_TEXT, 'i');
+    const std::string packed = mrb::packRecord(object);
+    mrb::SourceItem item;
+    item.id = object.id;
+    item.record = packed;
+    ItemStore store;
+    ASSERT_TRUE(store.add(item, true));
+    EXPECT_EQ(store.facts(0).record, packed);
+}
+
+TEST(DlnaRecord, TimesAreThoseOfTheServersDates) {
+    EXPECT_EQ(mrb::secondsOfDate("1970-01-02"), 86400);
+    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00"), 3600);
+    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00Z"), 3600);
+    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00+01:00"), 0);
+    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T00:00:00.5-0130"), 5400);
+    for (const char *none : {"", "x", "2026", "2026-02-30", "2026-13-01", "-026-01-01", "aaaa-bb-cc"}) {
+        EXPECT_EQ(mrb::secondsOfDate(none), mrb::UNKNOWN) << none;
+    }
+}
+
+TEST(DlnaRecord, ExtensionsAreThoseOfTheUrlsPath) {
+    EXPECT_EQ(mrb::extensionOfUrl("http://h:8200/MediaItems/22.jpg?a.b/c.d"), "jpg");
+    EXPECT_EQ(mrb::extensionOfUrl("http://host.example"), "");
+    EXPECT_EQ(mrb::extensionOfUrl("http://host.example/"), "");
+    EXPECT_EQ(mrb::extensionOfUrl(""), "");
+}

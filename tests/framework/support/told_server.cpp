@@ -1,0 +1,230 @@
+#include "support/told_server.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+namespace support {
+namespace {
+
+constexpr int GLANCE = 20; // milliseconds
+
+sockaddr_in addressOf(const char *host, int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    inet_pton(AF_INET, host, &address.sin_addr);
+    return address;
+}
+
+std::string escaped(const std::string &text) {
+    std::string all;
+    for (const char letter : text) {
+        all += letter == '<'   ? "&lt;"
+               : letter == '>' ? "&gt;"
+               : letter == '&' ? "&amp;"
+                               : std::string(1, letter);
+    }
+    return all;
+}
+
+std::string between(const std::string &text, const std::string &begin, const std::string &end) {
+    const std::size_t from = text.find(begin);
+    if (from == std::string::npos) {
+        return {};
+    }
+    const std::size_t start = from + begin.size();
+    return text.substr(start, text.find(end, start) - start);
+}
+
+// The next request on a connection, with its body; empty: there is none any more.
+std::string readRequest(int socket, const std::atomic<bool> &stopped) {
+    std::string request;
+    std::array<char, 4096> part{};
+    while (!stopped) {
+        pollfd waiting{socket, POLLIN, 0};
+        if (poll(&waiting, 1, GLANCE) == 0) {
+            continue;
+        }
+        const ssize_t size = recv(socket, part.data(), part.size(), 0);
+        if (size <= 0) {
+            return {};
+        }
+        request.append(part.data(), static_cast<std::size_t>(size));
+        const std::size_t head = request.find("\r\n\r\n");
+        const std::string length = between(request, "Content-Length: ", "\r\n");
+        if (head != std::string::npos &&
+            request.size() >= head + 4 + std::strtoul(length.c_str(), nullptr, 10)) {
+            return request;
+        }
+    }
+    return {};
+}
+
+Asked readAsked(const std::string &request) {
+    Asked asked;
+    asked.action = between(request, "#", "\"");
+    if (!request.starts_with("POST ")) {
+        asked.action = between(request, " ", " ");
+    }
+    asked.container =
+        between(request, "<ObjectID>", "</ObjectID>") + between(request, "<ContainerID>", "</ContainerID>");
+    asked.criteria = between(request, "<SearchCriteria>", "</SearchCriteria>");
+    asked.start = std::atoi(between(request, "<StartingIndex>", "<").c_str());
+    asked.count = std::atoi(between(request, "<RequestedCount>", "<").c_str());
+    return asked;
+}
+
+} // namespace
+
+bool Wire::send(std::string_view bytes) const {
+    while (!bytes.empty() && !stopped_) {
+        pollfd waiting{socket_, POLLOUT, 0};
+        if (poll(&waiting, 1, GLANCE) == 0) {
+            continue;
+        }
+        const ssize_t size = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (size <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(size));
+    }
+    return !stopped_;
+}
+
+void Wire::wait() const {
+    while (!stopped_) {
+        pollfd waiting{socket_, POLLIN | POLLRDHUP, 0};
+        if (poll(&waiting, 1, GLANCE) > 0) {
+            return;
+        }
+    }
+}
+
+ToldServer::ToldServer(Answer answer, std::string control)
+    : answer_(std::move(answer)), control_(std::move(control)),
+      listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address = addressOf("127.0.0.1", 0);
+    socklen_t length = sizeof address;
+    EXPECT_EQ(bind(listening_, reinterpret_cast<sockaddr *>(&address), length), 0);
+    EXPECT_EQ(listen(listening_, 16), 0);
+    getsockname(listening_, reinterpret_cast<sockaddr *>(&address), &length);
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { serve(); });
+}
+
+ToldServer::~ToldServer() {
+    stopped_ = true;
+    thread_.join();
+    close(listening_);
+}
+
+void ToldServer::serve() {
+    std::vector<std::thread> connections;
+    while (!stopped_) {
+        pollfd waiting{listening_, POLLIN, 0};
+        if (poll(&waiting, 1, GLANCE) > 0) {
+            const int socket = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
+            connections.emplace_back([this, socket] { serve(socket); });
+        }
+    }
+    for (std::thread &connection : connections) {
+        connection.join();
+    }
+}
+
+void ToldServer::serve(int socket) {
+    for (std::string request; !(request = readRequest(socket, stopped_)).empty();) {
+        const Asked asked = readAsked(request);
+        const Wire wire(socket, stopped_);
+        if (asked.action == "/description.xml") {
+            wire.send(httpOf(
+                "200 OK", std::string(R"(<?xml version="1.0"?><root xmlns="urn:schemas-upnp-org:device-1-0">)"
+                                      R"(<specVersion><major>1</major><minor>0</minor></specVersion><device>)"
+                                      "<deviceType>urn:schemas-upnp-org:device:MediaServer:1</"
+                                      "deviceType><friendlyName>Told</friendlyName>"
+                                      "<manufacturer>none</manufacturer><modelName>none</modelName><UDN>") +
+                              ID +
+                              "</UDN><serviceList><service>"
+                              "<serviceType>urn:schemas-upnp-org:service:ContentDirectory:1</serviceType>"
+                              "<serviceId>urn:upnp-org:serviceId:ContentDirectory</serviceId><SCPDURL>/"
+                              "scpd.xml</SCPDURL><controlURL>" +
+                              control_ +
+                              "</controlURL><eventSubURL>/events</eventSubURL></service></serviceList></"
+                              "device></root>"));
+        } else {
+            answer_(asked, wire);
+            break; // whatever was sent ends here
+        }
+    }
+    close(socket);
+}
+
+void ToldServer::notify(const std::string &state) const {
+    const int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in own = addressOf("127.0.0.1", 0);
+    setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr, sizeof own.sin_addr);
+    const std::string type = "urn:schemas-upnp-org:device:MediaServer:1";
+    const std::string text =
+        "NOTIFY * HTTP/1.1\r\nHOST: 239.255.255.250:1900\r\nCACHE-CONTROL: max-age=1800\r\n"
+        "LOCATION: http://127.0.0.1:" +
+        std::to_string(port_) + "/description.xml\r\nNT: " + type + "\r\nNTS: ssdp:" + state +
+        "\r\nSERVER: none\r\nUSN: " + ID + "::" + type + "\r\n\r\n";
+    const sockaddr_in group = addressOf("239.255.255.250", 1900);
+    EXPECT_GT(
+        sendto(sender, text.data(), text.size(), 0, reinterpret_cast<const sockaddr *>(&group), sizeof group),
+        0);
+    close(sender);
+}
+
+std::string httpOf(const std::string &status, const std::string &body, const std::string &more) {
+    return "HTTP/1.1 " + status + "\r\nContent-Type: text/xml; charset=\"utf-8\"\r\n" + more +
+           "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+}
+
+std::string answerOf(const Asked &asked, const std::string &didl, int returned, int total) {
+    const std::string name = "u:" + asked.action + "Response";
+    return httpOf("200 OK",
+                  R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
+                  "<s:Body><" +
+                      name + R"( xmlns:u="urn:schemas-upnp-org:service:ContentDirectory:1"><Result>)" +
+                      escaped(didl) + "</Result><NumberReturned>" + std::to_string(returned) +
+                      "</NumberReturned><TotalMatches>" + std::to_string(total) +
+                      "</TotalMatches><UpdateID>1</UpdateID></" + name + "></s:Body></s:Envelope>");
+}
+
+std::string didlOf(const std::string &objects) {
+    return R"(<DIDL-Lite xmlns="urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/" )"
+           R"(xmlns:dc="http://purl.org/dc/elements/1.1/" xmlns:upnp="urn:schemas-upnp-org:metadata-1-0/upnp/">)" +
+           objects + "</DIDL-Lite>";
+}
+
+std::string imageOf(const std::string &id, const std::string &title) {
+    return "<item id=\"" + id + R"(" parentID="0" restricted="1"><dc:title>)" + title +
+           R"(</dc:title><upnp:class>object.item.imageItem.photo</upnp:class><dc:date>2026-11-21T10:20:30Z</dc:date>)"
+           R"(<res size="1234" resolution="400x300" protocolInfo="http-get:*:image/jpeg:*">http://127.0.0.1:1/)" +
+           id + ".jpg</res></item>";
+}
+
+std::string songOf(const std::string &id, const std::string &title, const std::string &artist) {
+    const std::string artists = artist.empty() ? "" : "<upnp:artist>" + artist + "</upnp:artist>";
+    return "<item id=\"" + id + R"(" parentID="0" restricted="1"><dc:title>)" + title + "</dc:title>" +
+           artists + "<upnp:class>object.item.audioItem.musicTrack</upnp:class>" +
+           R"(<res size="99" protocolInfo="http-get:*:audio/mpeg:*">http://127.0.0.1:1/)" + id +
+           ".mp3</res></item>";
+}
+
+std::string containerOf(const std::string &id, const std::string &title) {
+    return "<container id=\"" + id + R"(" parentID="0" restricted="1"><dc:title>)" + title +
+           "</dc:title><upnp:class>object.container.storageFolder</upnp:class></container>";
+}
+
+} // namespace support
