@@ -35,7 +35,9 @@ constexpr unsigned char IS_ANIMATED = 0x02;
 // The size to decode to for a picture that is to have the size of `target`.
 Size marginSize(Size size, Size target) {
     const double scale = std::min(1.0, MARGIN * target.width / size.width);
-    const auto part = [scale](int length) { return std::max(1, static_cast<int>(std::lround(length * scale))); };
+    const auto part = [scale](int length) {
+        return std::max(1, static_cast<int>(std::lround(length * scale)));
+    };
     return {part(size.width), part(size.height)};
 }
 
