@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "base/result.h"
+#include "dlna/transfers.h"
 #include "metadata/facts.h"
 #include "sources/source.h"
 
@@ -80,6 +82,10 @@ class Directories {
     // there is none.
     virtual Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
                           const std::function<bool()> &isStopped, std::string &bytes) = 0;
+
+    // Has files moved to and from a server by the calling thread. The codes are those of ask.
+    virtual Outcome connect(const std::string &server, const std::function<bool()> &isStopped,
+                            std::unique_ptr<Transfers> &transfers) = 0;
 };
 
 } // namespace mrb::dlna

@@ -160,7 +160,9 @@ void DlnaService::update() {
     std::unique_lock guard(lock_);
     if (isWanted() && !network_ && !down_) {
         startNetwork(guard);
-    } else if (!isWanted() && network_) {
+    }
+    // Also of one that nobody wants any more since it was begun to be started.
+    if (!isWanted() && network_) {
         letNetworkGo(guard);
         events_.post(task_, 0);
         return;

@@ -9,9 +9,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "base/log.h"
 #include "mrb/agent.h"
-#include "share/file_names.h"
 #include "text/text.h"
 
 namespace mrb {
@@ -26,38 +24,27 @@ constexpr std::uint64_t MOST_WAITING_BYTES = 32UL << 20;
 // How often it is asked whether the destination is still there.
 constexpr auto LOOK_PAUSE = std::chrono::milliseconds(200);
 
-// A log names the first failures; a thousand lines more help nobody.
-constexpr std::uint64_t MOST_LOGGED = 20;
-
-// A copy may be read and written by whom its original may, as far as the process's
-// mask allows; pictures are no programs.
-constexpr mode_t COPIED_MODE = 0666;
-
 constexpr std::uint64_t LEAST_BLOCK = 512;
 
 bool isRemoved(int error) { return resultOfErrno(error) == MRB_ERR_DEVICE_REMOVED; }
 
-Outcome outcomeOfFile(int error, const std::string &name) {
-    switch (error) {
-    case ENODATA:
-        return {MRB_ERR_IO, name + ": the file became shorter while it was copied."};
-    case EFBIG:
-        return {MRB_ERR_NO_SPACE, name + ": the destination cannot hold files as large as this."};
-    default:
-        return outcomeOfErrno(error, name);
+Outcome outcomeOfWriting(int error, const std::string &name) {
+    if (error == EFBIG) {
+        return {MRB_ERR_NO_SPACE,
+                "Writing " + name + ": the destination cannot hold files as large as this."};
     }
+    return outcomeOfErrno(error, "Writing " + name);
 }
 
 } // namespace
 
-CopyJob::CopyJob(std::shared_ptr<Opening> list, Selection selection, Place destination)
-    : list_(std::move(list)), selection_(std::move(selection)), destination_(std::move(destination)) {}
+CopyJob::CopyJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+                 Place destination)
+    : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
+      destination_(std::move(destination)), way_(destination_.folder(), makeSubfolder) {}
 
-Outcome CopyJob::make(std::shared_ptr<Opening> list, Selection selection, const std::string &destination,
-                      std::unique_ptr<Job> &job) {
-    if (list->filesRoot().empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be copied."};
-    }
+Outcome CopyJob::make(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+                      const std::string &destination, std::unique_ptr<Job> &job) {
     const std::string path =
         destination.starts_with("file://") ? pathOfFileUri(destination).value_or("") : destination;
     if (!path.starts_with('/')) {
@@ -71,7 +58,7 @@ Outcome CopyJob::make(std::shared_ptr<Opening> list, Selection selection, const 
     if (faccessat(place.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         return outcomeOfErrno(errno, path);
     }
-    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(place)));
+    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(origin), std::move(place)));
     return {};
 }
 
@@ -83,19 +70,16 @@ JobEnd CopyJob::run(JobListener &listener) {
     }
     // Before the last event is heard: whoever hears it finds nothing left behind.
     waiting_.clear();
-    if (failures_ > MOST_LOGGED) {
-        MRB_LOG_WARNING("%llu files more were not copied.",
-                        static_cast<unsigned long long>(failures_ - MOST_LOGGED));
-    }
+    failures_.conclude();
     return std::move(end_);
 }
 
-int CopyJob::lastEvent() const {
+int CopyJob::lastEvent() {
     if (end_.outcome.code == MRB_ERR_NONE) {
         return MRB_EVENT_SHARE_DONE;
     }
     // What goes away file by file is still there when the first of them is missed.
-    return source_.isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
+    return origin_->isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
 }
 
 bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
@@ -113,20 +97,23 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     const std::uint64_t free = std::uint64_t{space.f_bavail} * block;
     const bool hasNames = space.f_files == 0 || space.f_favail >= plan.files;
     if (isKnown && (plan.needed > free || !hasNames)) {
-        remember({MRB_ERR_NO_SPACE, "The copy needs " + std::to_string(plan.needed) + " bytes; " +
-                                        std::to_string(free) + " are free."},
-                 "");
+        failures_.add({MRB_ERR_NO_SPACE, "The copy needs " + std::to_string(plan.needed) + " bytes; " +
+                                             std::to_string(free) + " are free."},
+                      "", end_);
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    if (const int error = Place::open(list_->filesRoot(), O_PATH, source_); error != 0) {
-        remember(outcomeOfErrno(error, list_->filesRoot()), "");
-        end(error == ENOENT || isRemoved(error) ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
+    const Outcome outcome = origin_->begin([&] { return listener.stopped(); });
+    if (outcome.code == MRB_ERR_NONE) {
+        return true;
+    }
+    if (outcome.code == MRB_ERR_CANCELLED) {
+        end(MRB_EVENT_SHARE_STOPPED);
         return false;
     }
-    sourceWay_.emplace(source_.folder(), openSubfolder);
-    destinationWay_.emplace(destination_.folder(), makeSubfolder);
-    return true;
+    failures_.add(outcome, "", end_);
+    end(outcome.code == MRB_ERR_DEVICE_REMOVED ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
+    return false;
 }
 
 CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
@@ -153,25 +140,15 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
         path.append(path.empty() ? "" : "/").append(item.name);
     }
     // The source first: a folder that is gone is not made anew.
-    OpenFolderPtr from;
-    if (const int error = sourceWay_->go(path, from); error != 0) {
-        return sourceFailed(error, item.name);
-    }
-    Descriptor source;
-    if (!isFolder) {
-        if (!isPlainName(item.name)) {
-            return sourceFailed(EINVAL, item.name);
-        }
-        // What was a file when it was listed may be a pipe by now, which would wait.
-        source = Descriptor(openat(from->descriptor.number(), item.name.c_str(),
-                                   O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-        if (!source) {
-            return sourceFailed(errno, item.name);
-        }
+    Origin::File source;
+    const Outcome opened = origin_->open(
+        item, [&] { return listener.stopped(); }, source);
+    if (opened.code != MRB_ERR_NONE) {
+        return sourceFailed(opened, item.name);
     }
     path.erase(0, common.empty() ? 0 : common.size() + 1);
     OpenFolderPtr to;
-    if (const int error = destinationWay_->go(path, to); error != 0) {
+    if (const int error = way_.go(origin_->pathOf(std::move(path)), to); error != 0) {
         return destinationFailed(error, item.name);
     }
     if (isFolder) {
@@ -181,28 +158,28 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
     return copyFile(source, item, std::move(to), listener);
 }
 
-CopyJob::Step CopyJob::copyFile(const Descriptor &source, const ItemFacts &item, OpenFolderPtr folder,
+CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &item, OpenFolderPtr folder,
                                 JobListener &listener) {
-    struct stat status {};
-    if (fstat(source.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return sourceFailed(S_ISREG(status.st_mode) ? errno : ENOENT, item.name);
+    const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
+    // What is larger than the list knew was not in the comparison at the beginning.
+    if (source.size > planned && !hasRoom(source.size)) {
+        return destinationFailed(ENOSPC, item.name);
     }
     NewFile file;
-    if (const int error = NewFile::make(std::move(folder), status.st_mode & COPIED_MODE, file); error != 0) {
+    if (const int error = NewFile::make(std::move(folder), source.mode, file); error != 0) {
         return destinationFailed(error, item.name);
     }
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    listener.fileBegins(displayText(item.name), size,
-                        static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0)));
+    const std::string name = origin_->nameOf(item);
+    listener.fileBegins(displayText(name), source.size, planned);
     bool isThere = true;
-    const CopyEnd copied = copier_.copy(source.number(), file.number(), size, [&](std::uint64_t bytes) {
+    const Origin::End copied = origin_->copy(file.number(), [&](std::uint64_t bytes) {
         listener.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
         return isThere && !listener.stopped();
     });
-    const timespec times[2] = {status.st_atim, status.st_mtim};
-    const bool isWhole = copied.sourceError == 0 && copied.destinationError == 0 && !copied.stopped;
-    const int timesError = isWhole && futimens(file.number(), times) != 0 ? errno : 0;
+    const bool isWhole =
+        copied.outcome.code == MRB_ERR_NONE && copied.destinationError == 0 && !copied.stopped;
+    const int timesError = isWhole && futimens(file.number(), source.times.data()) != 0 ? errno : 0;
     // A file system without time stamps may say so; the copy is whole all the same.
     if (timesError != 0 && timesError != EPERM && timesError != EOPNOTSUPP && timesError != EINVAL) {
         listener.fileEnds(false);
@@ -215,16 +192,16 @@ CopyJob::Step CopyJob::copyFile(const Descriptor &source, const ItemFacts &item,
     if (copied.stopped) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    if (copied.sourceError != 0) {
-        return sourceFailed(copied.sourceError, item.name);
-    }
     if (copied.destinationError != 0) {
         return destinationFailed(copied.destinationError, item.name);
     }
+    if (copied.outcome.code != MRB_ERR_NONE) {
+        return sourceFailed(copied.outcome, item.name);
+    }
     // So that the device works while the next file is read.
     sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
-    waiting_.push_back({std::move(file), item.name, size});
-    waitingBytes_ += size;
+    waiting_.push_back({std::move(file), name, copied.bytes});
+    waitingBytes_ += copied.bytes;
     return Step::GO_ON;
 }
 
@@ -278,31 +255,35 @@ CopyJob::Step CopyJob::saveFolders() {
     return destination_.isThere() ? Step::GO_ON : destinationFailed(ENODEV, "");
 }
 
-CopyJob::Step CopyJob::sourceFailed(int error, const std::string &name) {
-    remember(outcomeOfFile(error, displayText(name)), name);
-    return isRemoved(error) || !source_.isThere() ? end(MRB_EVENT_DEVICE_REMOVED) : Step::GO_ON;
+CopyJob::Step CopyJob::sourceFailed(const Outcome &outcome, const std::string &name) {
+    if (outcome.code == MRB_ERR_CANCELLED) {
+        return end(MRB_EVENT_SHARE_STOPPED);
+    }
+    failures_.add(outcome, name, end_);
+    if (outcome.code == MRB_ERR_DEVICE_REMOVED || !origin_->isThere()) {
+        return end(MRB_EVENT_DEVICE_REMOVED);
+    }
+    // What is silent now would be so for every file.
+    return outcome.code == MRB_ERR_TIMEOUT ? end(MRB_EVENT_SHARE_FAILED) : Step::GO_ON;
 }
 
 CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
     const bool isGone = isRemoved(error) || !destination_.isThere();
     const bool isOfThisFile = error == EFBIG || error == EINVAL || error == EILSEQ || error == ENAMETOOLONG;
-    remember(isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, "The destination is gone."}
-                    : outcomeOfFile(error, "Writing " + displayText(name)),
-             name);
+    failures_.add(isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, "The destination is gone."}
+                         : outcomeOfWriting(error, displayText(name)),
+                  name, end_);
     if (isGone) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
     return isOfThisFile ? Step::GO_ON : end(MRB_EVENT_SHARE_FAILED);
 }
 
-void CopyJob::remember(const Outcome &outcome, const std::string &name) {
-    if (++failures_ <= MOST_LOGGED) {
-        MRB_LOG_WARNING("Not copied: %s (%s)", outcome.message.c_str(), resultName(outcome.code));
-    }
-    if (end_.outcome.code == MRB_ERR_NONE) {
-        end_.outcome = outcome;
-        end_.name = name;
-    }
+// Of a file system that does not tell its size nothing is known.
+bool CopyJob::hasRoom(std::uint64_t bytes) const {
+    struct statvfs space {};
+    return fstatvfs(destination_.folder()->descriptor.number(), &space) != 0 || space.f_blocks == 0 ||
+           bytes <= std::uint64_t{space.f_bavail} * std::max<std::uint64_t>(space.f_frsize, LEAST_BLOCK);
 }
 
 CopyJob::Step CopyJob::end(int event) {

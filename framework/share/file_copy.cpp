@@ -39,7 +39,27 @@ void writeBehind(int destination, std::uint64_t before, std::uint64_t now) {
     }
 }
 
+int writeAll(int destination, std::span<const char> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t result = write(destination, bytes.data(), bytes.size());
+        if (result < 0 && errno != EINTR) {
+            return errno;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(result, 0)));
+    }
+    return 0;
+}
+
 } // namespace
+
+int FileWriter::write(std::span<const char> bytes) {
+    const int error = writeAll(file_, bytes);
+    if (error == 0) {
+        writeBehind(file_, done_, done_ + bytes.size());
+        done_ += bytes.size();
+    }
+    return error;
+}
 
 FileCopier::FileCopier() = default;
 FileCopier::~FileCopier() = default;
@@ -92,16 +112,8 @@ std::size_t FileCopier::readAndWrite(int source, int destination, std::size_t si
         end.sourceError = count < 0 ? errno : ENODATA;
         return 0;
     }
-    for (ssize_t written = 0; written < count;) {
-        const ssize_t result =
-            write(destination, buffer_.get() + written, static_cast<std::size_t>(count - written));
-        if (result < 0 && errno != EINTR) {
-            end.destinationError = errno;
-            return 0;
-        }
-        written += std::max<ssize_t>(result, 0);
-    }
-    return static_cast<std::size_t>(count);
+    end.destinationError = writeAll(destination, {buffer_.get(), static_cast<std::size_t>(count)});
+    return end.destinationError == 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 } // namespace mrb

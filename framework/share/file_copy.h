@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 
 namespace mrb {
 
@@ -12,6 +13,20 @@ struct CopyEnd {
     int sourceError = 0;      // an errno; ENODATA: the file ended before its size
     int destinationError = 0; // an errno
     bool stopped = false;
+};
+
+// Writes bytes that come from elsewhere to an empty file, at the speed of its device. Owned
+// and used by one thread.
+class FileWriter {
+  public:
+    explicit FileWriter(int file) : file_(file) {}
+
+    // An errno.
+    int write(std::span<const char> bytes);
+
+  private:
+    const int file_;
+    std::uint64_t done_ = 0; // bytes
 };
 
 // Copies the bytes of files, in the fastest way that both file systems know. Owned

@@ -2,13 +2,52 @@
 
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "agent/opening.h"
 #include "base/log.h"
 #include "share/copy_job.h"
+#include "share/folder_origin.h"
 #include "share/lock_job.h"
+#include "share/server_origin.h"
+#include "share/upload_job.h"
+#include "sources/dlna/dlna_source.h"
 
 namespace mrb {
+namespace {
+
+Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
+                     std::unique_ptr<Job> &job) {
+    dlna::DlnaService::Found server;
+    Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const std::vector<std::int32_t> items = list->list().expand(selection);
+    const ItemFacts first = items.empty() ? ItemFacts() : list->list().factsOf(items.front());
+    if (!DlnaSource::isMediaId(server.id, list->locate(ListEntry{first}).mediaId)) {
+        return {MRB_ERR_INVALID_PARAMETER, "The list is none of the DLNA server \"" + server.name + "\"."};
+    }
+    auto origin = std::make_unique<ServerOrigin>(list, std::move(server));
+    return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
+}
+
+Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
+                   std::unique_ptr<Job> &job) {
+    if (list->filesRoot().empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be sent to DLNA servers."};
+    }
+    dlna::DlnaService::Found server;
+    Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (outcome.code == MRB_ERR_NONE) {
+        std::string container = DlnaSource::objectId(server.id, request.dlnaServiceProvider);
+        job =
+            std::make_unique<UploadJob>(list, std::move(selection), std::move(server), std::move(container));
+    }
+    return outcome;
+}
+
+} // namespace
 
 int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
                   ShareListener listener, mrb_share_handler_h *handle) {
@@ -39,12 +78,11 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
                         std::unique_ptr<Job> &job) {
     switch (type) {
     case MRB_SHARE_COPY:
+    case MRB_SHARE_DLNA:
     case MRB_SHARE_LOCK:
         break;
     case MRB_SHARE_DELETE:
         return {MRB_ERR_NOT_SUPPORTED, "This framework deletes nothing of a user's."};
-    case MRB_SHARE_DLNA:
-        return {MRB_ERR_NOT_SUPPORTED, "Sending to and from DLNA servers is not supported."};
     default:
         return {MRB_ERR_NOT_SUPPORTED, "There is no share of type " + std::to_string(type) + "."};
     }
@@ -59,11 +97,20 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
         job = std::make_unique<LockJob>(list, std::move(selection), request.lock);
         return {};
     }
+    if (type == MRB_SHARE_DLNA) {
+        return request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA
+                   ? makeDownload(request, list, std::move(selection), job)
+                   : makeUpload(request, list, std::move(selection), job);
+    }
     if (request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA ||
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
-        return {MRB_ERR_NOT_SUPPORTED, "Copying to and from DLNA servers is not supported."};
+        return {MRB_ERR_NOT_SUPPORTED, "To and from DLNA servers files are shared with the type 4."};
     }
-    return CopyJob::make(list, std::move(selection), request.destinationPath, job);
+    if (list->filesRoot().empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be copied."};
+    }
+    auto origin = std::make_unique<FolderOrigin>(list->filesRoot());
+    return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }
 
 int Shares::stop(mrb_share_handler_h handle) {

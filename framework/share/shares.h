@@ -47,8 +47,8 @@ class Shares {
     void finish(std::chrono::steady_clock::time_point deadline) { workers_.finish(deadline); }
 
   private:
-    Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
-                    std::unique_ptr<Job> &job);
+    static Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+                           std::unique_ptr<Job> &job);
     std::shared_ptr<Share> add(ShareListener listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
     void remove(mrb_share_handler_h handle);
 

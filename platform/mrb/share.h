@@ -43,6 +43,15 @@ enum {
     MRB_SHARE_LOCK = 32   /* marks or unmarks the items as locked, until the process ends */
 };
 
+/*
+ * A share with a DLNA server names it by its id, or by its address where one server only
+ * has that. From a server, the selected items of its list go to the destination path; to
+ * one, the selected files of a folder's list go to the container of the server that the
+ * service provider names, or to that which the server chooses.
+ * MRB_ERR_NOT_INITIALIZED: the DLNA service does not run; MRB_ERR_NOT_FOUND: it has not
+ * seen the server; MRB_ERR_INVALID_PARAMETER: the list is not the server's.
+ */
+
 /* Device types named in share parameters. */
 enum { MRB_SHARE_DEVICE_DLNA = 4 };
 

@@ -4,15 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 #include <string>
 
 #include "mrb/storage.h"
 #include "support/client.h"
+#include "support/dlna_client.h"
 #include "support/fields.h"
 #include "support/folder.h"
 #include "support/groups.h"
@@ -24,6 +22,7 @@
 
 using support::Asked;
 using support::Client;
+using support::DlnaClient;
 using support::Event;
 using support::MediaServer;
 using support::Surroundings;
@@ -41,79 +40,7 @@ namespace {
 
 void ignoreState(int /*state*/, void * /*self*/) {}
 
-// The service as a client, and the servers that it told of.
-class Service {
-  public:
-    Service() {
-        EXPECT_EQ(mrb_set_dlna_callback(hear, this), MRB_ERR_NONE);
-        EXPECT_EQ(mrb_Init_dlna_service(hearState, this), MRB_ERR_NONE);
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return started_; }));
-    }
-    ~Service() {
-        mrb_finalize_dlna_service(hearState, this);
-        mrb_unset_dlna_callback();
-    }
-    Service(const Service &) = delete;
-    Service &operator=(const Service &) = delete;
-
-    // The id of the first server that came; a test failure when none comes.
-    std::string server() {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return !id_.empty(); }));
-        return id_;
-    }
-    void waitUntilItLeaves() {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return left_; }));
-    }
-
-  private:
-    static void hearState(int state, void *self) {
-        auto &service = *static_cast<Service *>(self);
-        const std::lock_guard guard(service.lock_);
-        service.started_ = state == MRB_SERVICE_STATE_STARTED;
-        service.changed_.notify_all();
-    }
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
-        auto &service = *static_cast<Service *>(self);
-        const std::lock_guard guard(service.lock_);
-        service.id_ = mrb_storage_get_id(storage);
-        service.left_ = event != MRB_STORAGE_EVENT_ADDED;
-        service.changed_.notify_all();
-    }
-
-    std::mutex lock_;
-    std::condition_variable changed_;
-    std::string id_;
-    bool left_ = false;
-    bool started_ = false;
-};
-
-class DlnaList : public support::OwnProcess {
-  protected:
-    // A list of the server when it has looked through its folder: until then it has less.
-    static void listAll(Client &client, const Wishes &wishes, int expected) {
-        const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
-        std::size_t ends = 0;
-        int count = -1;
-        while (count != expected && std::chrono::steady_clock::now() < deadline) {
-            ASSERT_EQ(client.open(wishes), MRB_ERR_NONE);
-            const Event end = client.waitForEnd(++ends);
-            ASSERT_TRUE(end.event == MRB_EVENT_LIST_READY || end.data["error"] == "MRB_ERR_PROTOCOL")
-                << end.data.toStyledString();
-            count = client.count();
-        }
-        ASSERT_EQ(count, expected);
-    }
-    static bool insideNetwork() {
-        if (!inside(Surroundings::NETWORK)) {
-            return false;
-        }
-        EXPECT_EQ(std::system("ip link set lo up"), 0);
-        return true;
-    }
-};
+class DlnaList : public support::DlnaTest {};
 
 } // namespace
 
@@ -142,7 +69,7 @@ TEST_F(DlnaList, HoldsWhatTheFilesSay) {
     }
     const support::Folder media;
     support::makeMedia(media);
-    Service service;
+    DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
     Client client;
     // song.flac, song.m4a, song.mp3, song.ogg, song.wav, covered.flac, covered.mp3
@@ -170,7 +97,7 @@ TEST_F(DlnaList, IsSearchedAndSortedAndPlayed) {
     }
     const support::Folder media;
     support::makeMedia(media);
-    Service service;
+    DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
     Client client;
     const Wishes wishes{.path = "127.0.0.1",
@@ -201,7 +128,7 @@ TEST_F(DlnaList, IsSortedAndGroupedByWhatTheServerSays) {
     if (!insideNetwork()) {
         return;
     }
-    Service service;
+    DlnaClient service;
     const ToldServer server([](const Asked &asked, const Wire &wire) {
         const std::string objects = support::songOf("1", "Un", "Zoë") + support::songOf("2", "Deux", "Anna") +
                                     support::songOf("3", "Trois") + support::songOf("4", "Quatre", "Anna");
@@ -229,7 +156,7 @@ TEST_F(DlnaList, OfAFolderHoldsThatFolderOnly) {
             std::filesystem::remove(file.path());
         }
     }
-    Service service;
+    DlnaClient service;
     const MediaServer server(MediaServer::Kind::RYGEL, "Räume", media.path());
     const std::string id = service.server();
     Client client;
@@ -257,7 +184,7 @@ TEST_F(DlnaList, ThatBreaksOffKeepsWhatCame) {
     if (!insideNetwork()) {
         return;
     }
-    Service service;
+    DlnaClient service;
     const ToldServer server([](const Asked &asked, const Wire &wire) {
         if (asked.start > 0) {
             return; // closes the connection
@@ -283,7 +210,7 @@ TEST_F(DlnaList, OfASilentServerIsCancelledAtOnce) {
         return;
     }
     std::atomic<bool> isAsked = false;
-    Service service;
+    DlnaClient service;
     const ToldServer server([&](const Asked & /*asked*/, const Wire &wire) {
         isAsked = true;
         isAsked.notify_all();
@@ -301,7 +228,7 @@ TEST_F(DlnaList, KnowsThatItsServerIsGone) {
     if (!insideNetwork()) {
         return;
     }
-    Service service;
+    DlnaClient service;
     const ToldServer server([](const Asked &asked, const Wire &wire) {
         wire.send(answerOf(asked, support::didlOf(support::imageOf("1", "one")), 1, 1));
     });
@@ -326,7 +253,7 @@ TEST_F(DlnaList, HasThumbnailsFromItsServer) {
     for (const char *file : {"song.mp3", "song.flac", "song.ogg", "song.wav", "song.m4a", "covered.flac"}) {
         std::filesystem::remove(media.path(file));
     }
-    Service service;
+    DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
     Client client;
     listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 1);

@@ -64,6 +64,11 @@ class ToldDirectories final : public mrb::dlna::Directories {
         return {MRB_ERR_NOT_FOUND, {}};
     }
 
+    Outcome connect(const std::string & /*server*/, const std::function<bool()> & /*isStopped*/,
+                    std::unique_ptr<mrb::dlna::Transfers> & /*transfers*/) override {
+        return {MRB_ERR_NOT_SUPPORTED, {}};
+    }
+
     // An honest server's answer out of what its containers hold.
     Outcome honest(const Question &question, Page &page) const {
         const auto found = contents.find(question.container);

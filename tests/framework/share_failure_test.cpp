@@ -87,8 +87,7 @@ TEST_F(ShareFailure, TypesThatAreNotDoneAreRefusedAndNothingIsDeleted) {
         mrb_param_set_share_source_dev_type(param, 1);
         mrb_param_set_share_dest_dev_path(param, to.path().c_str());
     };
-    for (const int type :
-         {int{MRB_SHARE_DELETE}, int{MRB_SHARE_DLNA}, 0, 3, 5, 7, 31, 33, 64, -1, INT32_MAX, INT32_MIN}) {
+    for (const int type : {int{MRB_SHARE_DELETE}, 0, 3, 5, 7, 31, 33, 64, -1, INT32_MAX, INT32_MIN}) {
         sharing.handle = 0;
         EXPECT_EQ(sharing.start(type, client.handle, setAll), MRB_ERR_NOT_SUPPORTED) << type;
         EXPECT_EQ(sharing.handle, 0);

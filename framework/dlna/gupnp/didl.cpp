@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "dlna/gupnp/gobject.h"
+#include "dlna/gupnp/uri.h"
 #include "dlna/gupnp/xml.h"
 #include "metadata/formats.h"
 
@@ -30,14 +31,10 @@ std::string exactId(const char *text) {
     return text != nullptr && id == text ? id : std::string();
 }
 
-// An address of the web that can be asked; others, such as files, could be anything.
+// An address that can be asked; else nothing.
 std::string webAddress(const char *text) {
     std::string address = clean(text);
-    const auto begins = [&](std::string_view scheme) {
-        return address.size() > scheme.size() &&
-               g_ascii_strncasecmp(address.c_str(), scheme.data(), scheme.size()) == 0;
-    };
-    return begins("http://") || begins("https://") ? address : std::string();
+    return isWebAddress(address) ? address : std::string();
 }
 
 // The text of the first property of that name.
@@ -190,11 +187,19 @@ void onObject(GUPnPDIDLLiteParser * /*parser*/, GUPnPDIDLLiteObject *object,
     objects->push_back(describe(object));
 }
 
+void onMadeObject(GUPnPDIDLLiteParser * /*parser*/, GUPnPDIDLLiteObject *object, std::string *url) {
+    const std::unique_ptr<GList, FreeObjects> resources(gupnp_didl_lite_object_get_resources(object));
+    for (GList *each = resources.get(); each != nullptr && url->empty(); each = each->next) {
+        *url = webAddress(gupnp_didl_lite_resource_get_import_uri(static_cast<Resource *>(each->data)));
+    }
+}
+
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
-} // namespace
-
-Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects) {
+// Has every object of a document handed to the handler, in its order.
+template <typename Taken>
+Outcome parse(const std::string &didl,
+              void (*onAvailable)(GUPnPDIDLLiteParser *, GUPnPDIDLLiteObject *, Taken *), Taken &taken) {
     // The parser below reads what is broken as far as it goes, says nothing of it, and
     // unfolds entities without a bound.
     Xml xml;
@@ -206,10 +211,22 @@ Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects) 
     }
     xmlSetGenericErrorFunc(nullptr, ignoreXmlError); // for this thread
     const Object<GUPnPDIDLLiteParser> parser(gupnp_didl_lite_parser_new());
-    g_signal_connect(parser.get(), "object-available", G_CALLBACK(onObject), &objects);
+    g_signal_connect(parser.get(), "object-available", G_CALLBACK(onAvailable), &taken);
     // What it calls an error is that there is no object.
     gupnp_didl_lite_parser_parse_didl(parser.get(), didl.c_str(), nullptr);
     return outcome;
+}
+
+} // namespace
+
+Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects) {
+    return parse(didl, onObject, objects);
+}
+
+std::string importUrlOf(const std::string &didl) {
+    std::string url;
+    parse(didl, onMadeObject, url);
+    return url;
 }
 
 } // namespace mrb::dlna

@@ -13,4 +13,8 @@ namespace mrb::dlna {
 // MRB_ERR_PROTOCOL.
 Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects);
 
+// Where the bytes of the first object of a document shall be sent, as a server says that
+// has made it; empty: it does not say.
+std::string importUrlOf(const std::string &didl);
+
 } // namespace mrb::dlna

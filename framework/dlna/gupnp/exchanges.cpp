@@ -3,39 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "dlna/gupnp/errors.h"
+
 namespace mrb::dlna {
 namespace {
 
 constexpr std::size_t PART_BYTES = 64UL << 10;
-
-struct FreeError {
-    void operator()(GError *error) const { g_error_free(error); }
-};
-using Error = std::unique_ptr<GError, FreeError>;
-
-int codeOf(const GError &error) {
-    if (error.domain == SOUP_SESSION_ERROR) {
-        return MRB_ERR_PROTOCOL;
-    }
-    if (error.domain != G_IO_ERROR) {
-        return MRB_ERR_IO;
-    }
-    switch (error.code) {
-    case G_IO_ERROR_TIMED_OUT:
-        return MRB_ERR_TIMEOUT;
-    case G_IO_ERROR_CONNECTION_REFUSED:
-    case G_IO_ERROR_CONNECTION_CLOSED: // also of a broken pipe
-    case G_IO_ERROR_HOST_UNREACHABLE:
-    case G_IO_ERROR_NETWORK_UNREACHABLE:
-    case G_IO_ERROR_NOT_CONNECTED:
-    case G_IO_ERROR_PARTIAL_INPUT:
-        return MRB_ERR_DEVICE_REMOVED;
-    case G_IO_ERROR_INVALID_DATA:
-        return MRB_ERR_PROTOCOL;
-    default:
-        return MRB_ERR_IO;
-    }
-}
 
 } // namespace
 
@@ -149,7 +122,7 @@ void Exchanges::fail(Running &running, const GError &error) {
     if (running.why.code != MRB_ERR_NONE) {
         end(running, running.why);
     } else {
-        end(running, {codeOf(error), std::string("The server does not answer: ") + error.message});
+        end(running, outcomeOfError(error));
     }
 }
 

@@ -24,8 +24,8 @@ struct Call {
 
 // The calls that are under way. GUPnP's own calls would take whatever a server sends,
 // however long it is, wherever it comes from: these read no more than they should,
-// follow no redirect and unpack nothing. Owned by the
-// GupnpDirectories; the network's thread alone calls it.
+// follow no redirect and unpack nothing. Owned and called by one thread, in whose main
+// context they go on.
 class Exchanges {
   public:
     Exchanges();

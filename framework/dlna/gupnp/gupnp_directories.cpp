@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dlna/gupnp/soap.h"
+#include "dlna/gupnp/uri.h"
 
 namespace mrb::dlna {
 namespace {
@@ -16,41 +17,7 @@ constexpr const char *CONTENT_DIRECTORY = "urn:schemas-upnp-org:service:ContentD
 struct FreeServices {
     void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
 };
-struct FreeUri {
-    void operator()(GUri *uri) const { g_uri_unref(uri); }
-};
-
-std::string hostOf(const char *address) {
-    const std::unique_ptr<GUri, FreeUri> uri(
-        address != nullptr ? g_uri_parse(address, G_URI_FLAGS_NONE, nullptr) : nullptr);
-    const char *host = uri ? g_uri_get_host(uri.get()) : nullptr;
-    return host != nullptr ? host : "";
-}
-
 Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "The server is gone."}; }
-
-// Fills in where the content directory of a device takes calls, and of what type it is.
-Outcome findService(GUPnPDeviceInfo *device, Call &call, std::string &type) {
-    const std::unique_ptr<GList, FreeServices> services(gupnp_device_info_list_services(device));
-    for (const GList *each = services.get(); each != nullptr; each = each->next) {
-        auto *service = GUPNP_SERVICE_INFO(each->data);
-        const char *name = gupnp_service_info_get_service_type(service);
-        if (name == nullptr || !g_str_has_prefix(name, CONTENT_DIRECTORY)) {
-            continue;
-        }
-        const Text url(gupnp_service_info_get_control_url(service));
-        const std::string host = hostOf(url.get());
-        // A server must not make this machine call others.
-        if (host.empty() || host != hostOf(gupnp_device_info_get_location(device))) {
-            return {MRB_ERR_PROTOCOL,
-                    "The server's content directory is on another host, which is not asked."};
-        }
-        call.url = url.get();
-        type = name;
-        return {};
-    }
-    return {MRB_ERR_NOT_SUPPORTED, "The server has no content directory."};
-}
 
 } // namespace
 
@@ -69,6 +36,21 @@ Outcome GupnpDirectories::fetch(const std::string &url, std::size_t most, std::c
     Reply reply = await(begin, patience, isStopped);
     bytes = std::move(reply.body);
     return reply.outcome.code == MRB_ERR_NONE ? outcomeOfStatus(reply.status) : reply.outcome;
+}
+
+Outcome GupnpDirectories::connect(const std::string &server, const std::function<bool()> &isStopped,
+                                  std::unique_ptr<Transfers> &transfers) {
+    // Nobody is asked for that: it is there at once, unless the network's thread is busy.
+    constexpr auto LONGEST = std::chrono::seconds(10);
+    const auto place = std::make_shared<ServicePlace>();
+    const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
+        pending->finish({findService(server, *place), 0, {}});
+    };
+    Outcome outcome = await(begin, LONGEST, isStopped).outcome;
+    if (outcome.code == MRB_ERR_NONE) {
+        transfers = std::make_unique<GupnpTransfers>(server, *place);
+    }
+    return outcome;
 }
 
 Reply GupnpDirectories::await(std::function<void(std::shared_ptr<Pending> pending)> begin,
@@ -119,24 +101,44 @@ void GupnpDirectories::runTasks() {
     }
 }
 
-void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pending> pending) {
-    GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(question.server) : nullptr;
+// Where the content directory of a server takes calls, and of what type it is.
+Outcome GupnpDirectories::findService(const std::string &server, ServicePlace &place) {
+    GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(server) : nullptr;
     if (device == nullptr) {
-        pending->finish({gone(), 0, {}});
-        return;
+        return gone();
     }
-    Call call;
-    std::string type;
-    Outcome outcome = findService(device, call, type);
+    const std::unique_ptr<GList, FreeServices> services(gupnp_device_info_list_services(device));
+    for (const GList *each = services.get(); each != nullptr; each = each->next) {
+        auto *service = GUPNP_SERVICE_INFO(each->data);
+        const char *name = gupnp_service_info_get_service_type(service);
+        if (name == nullptr || !g_str_has_prefix(name, CONTENT_DIRECTORY)) {
+            continue;
+        }
+        const Text url(gupnp_service_info_get_control_url(service));
+        const std::string host = hostOf(url.get());
+        // A server must not make this machine call others.
+        if (host.empty() || host != hostOf(gupnp_device_info_get_location(device))) {
+            return {MRB_ERR_PROTOCOL,
+                    "The server's content directory is on another host, which is not asked."};
+        }
+        GSSDPClient *client = GSSDP_CLIENT(gupnp_device_info_get_context(device));
+        const char *here = gssdp_client_get_host_ip(client);
+        place = {url.get(), name, host, here != nullptr ? here : ""};
+        return {};
+    }
+    return {MRB_ERR_NOT_SUPPORTED, "The server has no content directory."};
+}
+
+void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pending> pending) {
+    ServicePlace place;
+    Outcome outcome = findService(question.server, place);
     if (outcome.code != MRB_ERR_NONE) {
         pending->finish({std::move(outcome), 0, {}});
         return;
     }
-    call.server = question.server;
-    call.action = type + '#' + actionOf(question);
-    call.envelope = envelopeOf(question, type);
-    call.most = MOST_BYTES;
-    exchanges_->begin(call, std::move(pending));
+    exchanges_->begin({question.server, place.controlUrl, place.type + '#' + actionOf(question),
+                       envelopeOf(question, place.type), MOST_BYTES},
+                      std::move(pending));
 }
 
 void GupnpDirectories::beginFetch(const std::string &url, std::size_t most,

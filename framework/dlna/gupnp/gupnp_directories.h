@@ -9,6 +9,7 @@
 
 #include "dlna/directories.h"
 #include "dlna/gupnp/exchanges.h"
+#include "dlna/gupnp/gupnp_transfers.h"
 #include "dlna/gupnp/pending.h"
 #include "dlna/gupnp/server_table.h"
 
@@ -26,6 +27,8 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     Outcome ask(const Question &question, const std::function<bool()> &isStopped, Page &page) override;
     Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
                   const std::function<bool()> &isStopped, std::string &bytes) override;
+    Outcome connect(const std::string &server, const std::function<bool()> &isStopped,
+                    std::unique_ptr<Transfers> &transfers) override;
 
     // The network's thread: from now on servers can be asked, as long as the table lives.
     void open(const ServerTable &servers);
@@ -45,6 +48,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     Reply await(std::function<void(std::shared_ptr<Pending> pending)> begin,
                 std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
     // These on the network's thread.
+    Outcome findService(const std::string &server, ServicePlace &place);
     void beginCall(const Question &question, std::shared_ptr<Pending> pending);
     void beginFetch(const std::string &url, std::size_t most, std::shared_ptr<Pending> pending);
 

@@ -11,6 +11,11 @@ void Pending::finish(Reply reply) {
     finished_.notify_all();
 }
 
+bool Pending::isFinished() const {
+    const std::lock_guard guard(lock_);
+    return reply_.has_value();
+}
+
 Reply Pending::await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped) {
     using std::chrono::steady_clock;
     // Whoever stops does not say so here.

@@ -24,12 +24,15 @@ class Pending {
     // The network's thread, once.
     void finish(Reply reply);
 
+    // Whether there is a reply.
+    [[nodiscard]] bool isFinished() const;
+
     // Returns with the reply, with MRB_ERR_TIMEOUT at the end of the patience, or soon
     // after `isStopped` became true with MRB_ERR_CANCELLED. One thread, once.
     Reply await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
 
   private:
-    std::mutex lock_; // guards what follows
+    mutable std::mutex lock_; // guards what follows
     std::condition_variable finished_;
     std::optional<Reply> reply_;
 };

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "dlna/gupnp/uri.h"
 
 namespace mrb::dlna {
 namespace {
@@ -22,20 +23,10 @@ std::string bounded(const char *text) {
     return all;
 }
 
-std::string hostOf(const char *location) {
-    GUri *uri = location != nullptr ? g_uri_parse(location, G_URI_FLAGS_NONE, nullptr) : nullptr;
-    if (uri == nullptr) {
-        return {};
-    }
-    std::string host = bounded(g_uri_get_host(uri));
-    g_uri_unref(uri);
-    return host;
-}
-
 Server describe(GUPnPDeviceInfo *device) {
     Server server;
     server.id = bounded(gupnp_device_info_get_udn(device));
-    server.address = hostOf(gupnp_device_info_get_location(device));
+    server.address = bounded(hostOf(gupnp_device_info_get_location(device)).c_str());
     const Text name(gupnp_device_info_get_friendly_name(device));
     server.name = bounded(name.get());
     if (server.name.empty()) {

@@ -8,7 +8,6 @@
 
 #include "dlna/gupnp/didl.h"
 #include "dlna/gupnp/gobject.h"
-#include "dlna/gupnp/xml.h"
 
 namespace mrb::dlna {
 namespace {
@@ -31,6 +30,7 @@ constexpr Fault FAULTS[] = {
     {701, MRB_ERR_NOT_FOUND},         // no such object
     {708, MRB_ERR_NOT_SUPPORTED},     // unsupported or invalid search criteria
     {710, MRB_ERR_NOT_FOUND},         // no such container
+    {713, MRB_ERR_PERMISSION_DENIED}, // restricted parent
     {720, MRB_ERR_IO},                // cannot process the request
     {801, MRB_ERR_PERMISSION_DENIED}, // access denied
 };
@@ -70,25 +70,32 @@ std::string actionOf(const Question &question) {
 }
 
 std::string envelopeOf(const Question &question, const std::string &serviceType) {
-    std::string arguments;
+    Arguments arguments;
     if (question.kind == Question::Kind::CHILDREN) {
-        arguments = argument("ObjectID", question.container) + argument("BrowseFlag", "BrowseDirectChildren");
+        arguments = {{"ObjectID", question.container}, {"BrowseFlag", "BrowseDirectChildren"}};
     } else if (question.kind == Question::Kind::SEARCH) {
-        arguments =
-            argument("ContainerID", question.container) + argument("SearchCriteria", question.criteria);
+        arguments = {{"ContainerID", question.container}, {"SearchCriteria", question.criteria}};
     }
     if (question.kind != Question::Kind::CAPABILITIES) {
-        arguments += argument("Filter", "*") + argument("StartingIndex", std::to_string(question.start)) +
-                     argument("RequestedCount", std::to_string(question.count)) +
-                     argument("SortCriteria", "");
+        arguments.insert(arguments.end(), {{"Filter", "*"},
+                                           {"StartingIndex", std::to_string(question.start)},
+                                           {"RequestedCount", std::to_string(question.count)},
+                                           {"SortCriteria", ""}});
     }
-    const std::string action = actionOf(question);
+    return envelopeOf(actionOf(question), arguments, serviceType);
+}
+
+std::string envelopeOf(const std::string &action, const Arguments &arguments,
+                       const std::string &serviceType) {
+    std::string all;
+    for (const auto &[name, value] : arguments) {
+        all += argument(name, value);
+    }
     const Text type(g_markup_escape_text(serviceType.data(), static_cast<gssize>(serviceType.size())));
     return R"(<?xml version="1.0" encoding="utf-8"?>)"
            R"(<s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/")"
            R"( s:encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"><s:Body><u:)" +
-           action + " xmlns:u=\"" + type.get() + "\">" + arguments + "</u:" + action +
-           "></s:Body></s:Envelope>";
+           action + " xmlns:u=\"" + type.get() + "\">" + all + "</u:" + action + "></s:Body></s:Envelope>";
 }
 
 Outcome outcomeOfStatus(unsigned status) {
@@ -110,35 +117,46 @@ Outcome outcomeOfStatus(unsigned status) {
             "The server answers with the HTTP status " + std::to_string(status) + "."};
 }
 
-Outcome readReply(const Reply &reply, const Question &question, Page &page) {
+Outcome readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
+    answer = {};
     if (reply.outcome.code != MRB_ERR_NONE) {
         return reply.outcome;
     }
-    Xml xml;
-    Outcome form = readXml(reply.body, xml);
-    const xmlNode *body = xml.document ? childOf(xmlDocGetRootElement(xml.document.get()), "Body") : nullptr;
+    Outcome form = readXml(reply.body, answer.xml);
+    const xmlDoc *document = answer.xml.document.get();
+    const xmlNode *body = document != nullptr ? childOf(xmlDocGetRootElement(document), "Body") : nullptr;
     if (const xmlNode *fault = childOf(body, "Fault")) {
+        answer.isRefusal = true;
         return outcomeOfFault(fault);
     }
     if (Outcome outcome = outcomeOfStatus(reply.status); outcome.code != MRB_ERR_NONE) {
-        // That is no word on the container.
+        answer.isRefusal = true;
+        // That is no word on what was asked for.
         outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;
         return outcome;
     }
     if (form.code != MRB_ERR_NONE) {
         return form;
     }
-    const xmlNode *response = childOf(body, (actionOf(question) + "Response").c_str());
-    if (response == nullptr) {
-        return {MRB_ERR_PROTOCOL, "The server's answer is none to " + actionOf(question) + "."};
+    answer.response = childOf(body, (action + "Response").c_str());
+    if (answer.response == nullptr) {
+        return {MRB_ERR_PROTOCOL, "The server's answer is none to " + action + "."};
+    }
+    return {};
+}
+
+Outcome readReply(const Reply &reply, const Question &question, Page &page) {
+    Answer answer;
+    if (Outcome outcome = readAnswer(reply, actionOf(question), answer); outcome.code != MRB_ERR_NONE) {
+        return outcome;
     }
     if (question.kind == Question::Kind::CAPABILITIES) {
-        page.capabilities = textOf(childOf(response, "SearchCaps"));
+        page.capabilities = answer.text("SearchCaps");
         return {};
     }
-    page.returned = numberOf(response, "NumberReturned");
-    page.total = numberOf(response, "TotalMatches");
-    return readObjects(textOf(childOf(response, "Result")), page.objects);
+    page.returned = numberOf(answer.response, "NumberReturned");
+    page.total = numberOf(answer.response, "TotalMatches");
+    return readObjects(answer.text("Result"), page.objects);
 }
 
 } // namespace mrb::dlna

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <string>
-#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/result.h"
 #include "dlna/directories.h"
 #include "dlna/gupnp/pending.h"
+#include "dlna/gupnp/xml.h"
 
 namespace mrb::dlna {
 
@@ -15,10 +17,27 @@ std::string actionOf(const Question &question); // "Browse"
 // Its body; `serviceType` is the service's own, "urn:schemas-upnp-org:service:ContentDirectory:1".
 std::string envelopeOf(const Question &question, const std::string &serviceType);
 
+// The same of any action.
+using Arguments = std::vector<std::pair<const char *, std::string>>;
+std::string envelopeOf(const std::string &action, const Arguments &arguments, const std::string &serviceType);
+
 // What a status of HTTP means.
 Outcome outcomeOfStatus(unsigned status);
 
-// What the reply to that says. See Directories::ask for the codes.
+// What a service answered.
+struct Answer {
+    Xml xml;
+    const xmlNode *response = nullptr; // in it; null: it answered something else
+    bool isRefusal = false;            // it heard the call and did not do it
+
+    // An argument of the response; empty where there is none.
+    [[nodiscard]] std::string text(const char *name) const { return textOf(childOf(response, name)); }
+};
+
+// Reads the reply to a call of that action. The codes are those of Directories::ask.
+Outcome readAnswer(const Reply &reply, const std::string &action, Answer &answer);
+
+// What the reply to a question says. See Directories::ask for the codes.
 Outcome readReply(const Reply &reply, const Question &question, Page &page);
 
 } // namespace mrb::dlna

@@ -40,12 +40,20 @@ Outcome DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &so
     if (outcome.code != MRB_ERR_NONE) {
         return outcome;
     }
-    std::string container = objectOf(server.id, request.folderId).value_or(request.folderId);
+    std::string container = objectId(server.id, request.folderId);
     if (container.empty()) {
         container = ROOT_CONTAINER;
     }
     source = std::make_unique<DlnaSource>(std::move(server), std::move(container), request);
     return outcome;
+}
+
+bool DlnaSource::isMediaId(const std::string &server, const std::string &mediaId) {
+    return objectOf(server, mediaId).has_value();
+}
+
+std::string DlnaSource::objectId(const std::string &server, const std::string &idOrMediaId) {
+    return objectOf(server, idOrMediaId).value_or(idOrMediaId);
 }
 
 DlnaSource::DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request)

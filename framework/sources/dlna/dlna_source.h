@@ -18,6 +18,12 @@ class DlnaSource final : public Source {
     // `request.path` is the server's id, or its address where there is one server only;
     // `request.folderId` the id of one of its objects or the media id of one of its folders; empty: the root.
     static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+
+    // Whether it is that of an item of the server.
+    static bool isMediaId(const std::string &server, const std::string &mediaId);
+    // The id of an object of the server in a media id of it; what is none is an id itself.
+    static std::string objectId(const std::string &server, const std::string &idOrMediaId);
+
     DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request);
 
     FillResult fill(ItemSink &sink) override;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <utility>
 
@@ -20,6 +21,22 @@ bool isLastOfShare(mrb_event_e event) {
 
 int Sharing::copy(const Client &list, const std::string &destination) {
     return start(MRB_SHARE_COPY, list.handle, [&](mrb_share_param_h param) {
+        EXPECT_EQ(mrb_param_set_share_dest_dev_path(param, destination.c_str()), MRB_ERR_NONE);
+    });
+}
+
+int Sharing::send(const Client &list, const std::string &server) {
+    return start(MRB_SHARE_DLNA, list.handle, [&](mrb_share_param_h param) {
+        EXPECT_EQ(mrb_param_set_share_dest_dev_type(param, MRB_SHARE_DEVICE_DLNA), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_param_set_share_dlna_device_id(param, server.c_str()), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_param_set_share_dlna_service_provider(param, ""), MRB_ERR_NONE);
+    });
+}
+
+int Sharing::fetch(const Client &list, const std::string &server, const std::string &destination) {
+    return start(MRB_SHARE_DLNA, list.handle, [&](mrb_share_param_h param) {
+        EXPECT_EQ(mrb_param_set_share_source_dev_type(param, MRB_SHARE_DEVICE_DLNA), MRB_ERR_NONE);
+        EXPECT_EQ(mrb_param_set_share_dlna_device_id(param, server.c_str()), MRB_ERR_NONE);
         EXPECT_EQ(mrb_param_set_share_dest_dev_path(param, destination.c_str()), MRB_ERR_NONE);
     });
 }
@@ -130,6 +147,11 @@ std::vector<std::string> tree(const std::string &folder) {
     }
     std::ranges::sort(paths);
     return paths;
+}
+
+std::string bytesOf(const fs::path &file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 bool areEqual(const fs::path &one, const fs::path &other) {

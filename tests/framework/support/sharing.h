@@ -40,6 +40,11 @@ class Sharing {
     // Starts a share of any type; `set` sets its parameters.
     int start(int type, mrb_agent_handler_h list, const std::function<void(mrb_share_param_h)> &set);
 
+    // Sends the list's selection to a DLNA server.
+    int send(const Client &list, const std::string &server);
+    // Fetches the selection of a server's list to a folder.
+    int fetch(const Client &list, const std::string &server, const std::string &destination);
+
     // Copies and waits for the end; the last event.
     ShareEvent copyAll(const Client &list, const std::string &destination);
 
@@ -74,6 +79,9 @@ std::map<std::string, std::string> contents(const std::string &folder);
 
 // The paths of all files and folders below a folder.
 std::vector<std::string> tree(const std::string &folder);
+
+// Everything in a file.
+std::string bytesOf(const std::filesystem::path &file);
 
 // True when both files hold the same bytes.
 bool areEqual(const std::filesystem::path &one, const std::filesystem::path &other);

@@ -71,10 +71,9 @@ std::string readRequest(int socket, const std::atomic<bool> &stopped) {
 
 Asked readAsked(const std::string &request) {
     Asked asked;
-    asked.action = between(request, "#", "\"");
-    if (!request.starts_with("POST ")) {
-        asked.action = between(request, " ", " ");
-    }
+    const std::string action = between(request, "SOAPAction: \"", "\"");
+    asked.action = action.empty() ? between(request, " ", " ") : action.substr(action.find('#') + 1);
+    asked.body = request.substr(request.find("\r\n\r\n") + 4);
     asked.container =
         between(request, "<ObjectID>", "</ObjectID>") + between(request, "<ContainerID>", "</ContainerID>");
     asked.criteria = between(request, "<SearchCriteria>", "</SearchCriteria>");
@@ -190,15 +189,56 @@ std::string httpOf(const std::string &status, const std::string &body, const std
            "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
 }
 
-std::string answerOf(const Asked &asked, const std::string &didl, int returned, int total) {
+std::string responseOf(const Asked &asked, const std::string &arguments) {
     const std::string name = "u:" + asked.action + "Response";
     return httpOf("200 OK",
                   R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
                   "<s:Body><" +
-                      name + R"( xmlns:u="urn:schemas-upnp-org:service:ContentDirectory:1"><Result>)" +
-                      escaped(didl) + "</Result><NumberReturned>" + std::to_string(returned) +
-                      "</NumberReturned><TotalMatches>" + std::to_string(total) +
-                      "</TotalMatches><UpdateID>1</UpdateID></" + name + "></s:Body></s:Envelope>");
+                      name + R"( xmlns:u="urn:schemas-upnp-org:service:ContentDirectory:1">)" + arguments +
+                      "</" + name + "></s:Body></s:Envelope>");
+}
+
+std::string refusalOf(int number) {
+    return httpOf(
+        "500 Internal Server Error",
+        R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
+        "<s:Body><s:Fault><faultcode>s:Client</faultcode><faultstring>UPnPError</faultstring><detail>"
+        R"(<UPnPError xmlns="urn:schemas-upnp-org:control-1-0"><errorCode>)" +
+            std::to_string(number) +
+            "</errorCode><errorDescription>No</errorDescription></UPnPError></detail></s:Fault>"
+            "</s:Body></s:Envelope>");
+}
+
+std::string argumentOf(const Asked &asked, const std::string &name) {
+    return between(asked.body, "<" + name + ">", "</" + name + ">");
+}
+
+std::string fetch(const std::string &url) {
+    const std::string place = between(url, "http://", "/");
+    const std::size_t colon = place.find(':');
+    const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address =
+        addressOf(place.substr(0, colon).c_str(), std::atoi(place.substr(colon + 1).c_str()));
+    const std::string path = url.substr(url.find('/', std::string("http://").size()));
+    const std::string request =
+        "GET " + path + " HTTP/1.1\r\nHost: " + place + "\r\nConnection: close\r\n\r\n";
+    std::string answer;
+    if (connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+        ::send(client, request.data(), request.size(), MSG_NOSIGNAL) > 0) {
+        std::array<char, 4096> part{};
+        for (ssize_t size = 0; (size = recv(client, part.data(), part.size(), 0)) > 0;) {
+            answer.append(part.data(), static_cast<std::size_t>(size));
+        }
+    }
+    close(client);
+    const std::size_t head = answer.find("\r\n\r\n");
+    return answer.starts_with("HTTP/1.1 200") ? answer.substr(head + 4) : std::string();
+}
+
+std::string answerOf(const Asked &asked, const std::string &didl, int returned, int total) {
+    return responseOf(asked, "<Result>" + escaped(didl) + "</Result><NumberReturned>" +
+                                 std::to_string(returned) + "</NumberReturned><TotalMatches>" +
+                                 std::to_string(total) + "</TotalMatches><UpdateID>1</UpdateID>");
 }
 
 std::string didlOf(const std::string &objects) {

@@ -11,6 +11,7 @@ namespace support {
 // What a server is asked, as far as tests tell questions apart.
 struct Asked {
     std::string action; // "Browse"; of a file its path: "/description.xml"
+    std::string body;   // all that was sent
     std::string container;
     std::string criteria;
     int start = 0;
@@ -67,6 +68,14 @@ class ToldServer {
 
 // The answer of a browse or a search, whole, with what HTTP needs.
 std::string answerOf(const Asked &asked, const std::string &didl, int returned, int total);
+// The answer of any action; the arguments are XML.
+std::string responseOf(const Asked &asked, const std::string &arguments);
+// The refusal of an action.
+std::string refusalOf(int number);
+// The text of an argument that was sent, and what stands in one of that.
+std::string argumentOf(const Asked &asked, const std::string &name);
+// The bytes at an address, as a server fetches them; empty: none came.
+std::string fetch(const std::string &url);
 // The same with any HTTP status and body.
 std::string httpOf(const std::string &status, const std::string &body, const std::string &more = {});
 std::string didlOf(const std::string &objects);

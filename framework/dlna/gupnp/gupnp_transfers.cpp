@@ -1,0 +1,133 @@
+#include "dlna/gupnp/gupnp_transfers.h"
+
+#include "base/result.h"
+#include "dlna/gupnp/errors.h"
+#include "dlna/gupnp/uri.h"
+#include "sources/source.h"
+
+namespace mrb::dlna {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::size_t PART_BYTES = 256UL << 10;
+
+} // namespace
+
+GupnpTransfers::GupnpTransfers(std::string server, ServicePlace place)
+    : server_(std::move(server)), place_(std::move(place)) {
+    const OwnLoop::Turn turn(loop_);
+    session_.reset(soup_session_new());
+    g_object_set(session_.get(), "proxy-resolver", nullptr, nullptr);
+    // Files arrive as they are.
+    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
+    exchanges_ = std::make_unique<Exchanges>();
+}
+
+GupnpTransfers::~GupnpTransfers() {
+    const OwnLoop::Turn turn(loop_);
+    download_.reset();
+    exchanges_.reset();
+    session_.reset();
+}
+
+// A server must not make this machine call others.
+bool GupnpTransfers::isOfServer(const std::string &url) const {
+    return isWebAddress(url) && hostOf(url.c_str()) == place_.host;
+}
+
+Outcome GupnpTransfers::makeRequest(const char *method, const std::string &url, Request &request) const {
+    if (!isOfServer(url)) {
+        return {MRB_ERR_PERMISSION_DENIED, "\"" + url + "\" is not on the server's own host, and not asked."};
+    }
+    request.message.reset(soup_message_new(method, url.c_str()));
+    request.cancellable.reset(g_cancellable_new());
+    if (!request.message) {
+        return {MRB_ERR_PROTOCOL, "\"" + url + "\" is no address of the web."};
+    }
+    soup_message_add_flags(request.message.get(), SOUP_MESSAGE_NO_REDIRECT);
+    return {};
+}
+
+Outcome GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pace &pace) {
+    Object<GAsyncResult> result;
+    soup_session_send_async(session_.get(), request.message.get(), G_PRIORITY_DEFAULT,
+                            request.cancellable.get(), OwnLoop::onReady, &result);
+    Outcome outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+    GError *error = nullptr;
+    request.stream.reset(soup_session_send_finish(session_.get(), result.get(), &error));
+    const Error owned(error);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    return request.stream ? Outcome() : outcomeOfError(*error);
+}
+
+Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) {
+    const OwnLoop::Turn turn(loop_);
+    download_.reset();
+    Request request;
+    Outcome outcome = makeRequest(SOUP_METHOD_GET, url, request);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = send(request, isStopped, Pace());
+    }
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = outcomeOfStatus(soup_message_get_status(request.message.get()));
+    }
+    if (outcome.code == MRB_ERR_NONE) {
+        SoupMessageHeaders *headers = soup_message_get_response_headers(request.message.get());
+        const bool isSaid = soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH;
+        size = isSaid ? soup_message_headers_get_content_length(headers) : UNKNOWN;
+        download_ = std::move(request);
+    }
+    return outcome;
+}
+
+Outcome GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped) {
+    const OwnLoop::Turn turn(loop_);
+    if (!download_) {
+        return {MRB_ERR_NOT_FOUND, "No download was begun."};
+    }
+    // Whatever is left of the answer is closed with it.
+    const Request request = *std::exchange(download_, std::nullopt);
+    std::vector<char> part(PART_BYTES);
+    Pace pace;
+    std::uint64_t bytes = 0;
+    for (;;) {
+        Object<GAsyncResult> result;
+        g_input_stream_read_async(request.stream.get(), part.data(), part.size(), G_PRIORITY_DEFAULT,
+                                  request.cancellable.get(), OwnLoop::onReady, &result);
+        Outcome outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+        GError *error = nullptr;
+        const gssize size = g_input_stream_read_finish(request.stream.get(), result.get(), &error);
+        const Error owned(error);
+        if (outcome.code != MRB_ERR_NONE || size < 0) {
+            return outcome.code != MRB_ERR_NONE ? outcome : outcomeOfError(*error);
+        }
+        bytes += static_cast<std::uint64_t>(size);
+        pace.moved(bytes);
+        const auto since = steady_clock::now();
+        if (size == 0 || !take({part.data(), static_cast<std::size_t>(size)})) {
+            return {};
+        }
+        pace.excuse(since);
+    }
+}
+
+Outcome GupnpTransfers::call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
+                             Answer &answer) {
+    const auto pending = std::make_shared<Pending>();
+    exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
+                       envelopeOf(action, arguments, place_.type), Directories::MOST_BYTES},
+                      pending);
+    const auto isFinished = [&] { return pending->isFinished(); };
+    Outcome outcome = loop_.runUntil(isFinished, isStopped, Pace());
+    if (outcome.code != MRB_ERR_NONE) {
+        exchanges_->abandon(*pending);
+        return outcome;
+    }
+    const Reply reply = pending->await(std::chrono::milliseconds(0), [] { return false; });
+    return readAnswer(reply, action, answer);
+}
+
+} // namespace mrb::dlna

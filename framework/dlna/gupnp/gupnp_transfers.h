@@ -1,0 +1,72 @@
+#pragma once
+
+#include <libsoup/soup.h>
+#include <libxml/tree.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "dlna/gupnp/exchanges.h"
+#include "dlna/gupnp/own_loop.h"
+#include "dlna/gupnp/soap.h"
+#include "dlna/gupnp/xml.h"
+#include "dlna/transfers.h"
+
+namespace mrb::dlna {
+
+// Where a server's content directory takes calls.
+struct ServicePlace {
+    std::string controlUrl;
+    std::string type; // "urn:schemas-upnp-org:service:ContentDirectory:1"
+    std::string host; // the server's
+    std::string here; // the address of this machine at which it was seen
+};
+
+// Transfers over connections of their own, in a main context of the calling thread. Owned
+// and used as every Transfers is.
+class GupnpTransfers final : public Transfers {
+  public:
+    GupnpTransfers(std::string server, ServicePlace place);
+    ~GupnpTransfers() override;
+
+    Outcome beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) override;
+    Outcome finishDownload(const Take &take, const Stopped &isStopped) override;
+    Outcome upload(const Upload &file, const Moved &moved, const Stopped &isStopped) override;
+
+  private:
+    // An object that the server made for a file.
+    struct Created {
+        std::string id;
+        std::string importUrl;
+    };
+    // A request for a file, or with one.
+    struct Request {
+        Object<SoupMessage> message;
+        Object<GCancellable> cancellable;
+        Object<GInputStream> stream; // of the answer
+    };
+
+    Outcome makeRequest(const char *method, const std::string &url, Request &request) const;
+    Outcome send(Request &request, const Stopped &isStopped, const Pace &pace);
+    Outcome call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
+                 Answer &answer);
+    Outcome create(const Upload &file, const Stopped &isStopped, Created &created);
+    Outcome import(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+    Outcome follow(const std::string &transfer, class OfferedFile &offered, const Moved &moved,
+                   const Stopped &isStopped);
+    Outcome post(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+    void destroy(const Created &created);
+    [[nodiscard]] bool isOfServer(const std::string &url) const;
+
+    const std::string server_; // its id
+    const ServicePlace place_;
+    OwnLoop loop_;
+    Object<SoupSession> session_;
+    std::unique_ptr<Exchanges> exchanges_;
+    std::optional<Request> download_; // that was begun
+};
+
+} // namespace mrb::dlna

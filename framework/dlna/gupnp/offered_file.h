@@ -1,0 +1,66 @@
+#pragma once
+
+#include <libsoup/soup.h>
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+#include "dlna/gupnp/gobject.h"
+
+namespace mrb::dlna {
+
+// A file that one host may fetch over HTTP, under an address that nobody can guess. Owned
+// by the transfer that offers it; works in the main context that was its thread's default.
+class OfferedFile {
+  public:
+    struct What {
+        int descriptor = -1; // read from its beginning
+        std::uint64_t size = 0;
+        std::string mimeType;
+        std::string extension; // of the address; may be empty
+    };
+
+    // `here` is the address of this machine that the host can reach. Where nothing can be
+    // offered, url() is empty.
+    OfferedFile(What what, const std::string &here, std::string host);
+    ~OfferedFile();
+    OfferedFile(const OfferedFile &) = delete;
+    OfferedFile &operator=(const OfferedFile &) = delete;
+
+    [[nodiscard]] const std::string &url() const { return url_; }
+    // Bytes that were sent, of the request that got most.
+    [[nodiscard]] std::uint64_t sent() const { return most_; }
+    // Whether somebody got all of it.
+    [[nodiscard]] bool isFetched() const { return isFetched_; }
+    // Whether it could not be read to its end.
+    [[nodiscard]] bool isBroken() const { return isBroken_; }
+
+  private:
+    // A request that is being answered.
+    struct Serving {
+        OfferedFile &owner;
+        Object<SoupServerMessage> message;
+        std::uint64_t offset = 0; // what was given to the connection
+    };
+
+    static void onRequest(SoupServer *server, SoupServerMessage *message, const char *path, GHashTable *query,
+                          void *self);
+    static void onChunk(SoupServerMessage *message, void *serving);
+    static void onEnd(SoupServerMessage *message, void *serving);
+    void serve(SoupServerMessage *message);
+    void giveMore(Serving &serving);
+    void forget(const Serving &serving);
+
+    const What what_;
+    const std::string host_;
+    const std::string path_;
+    const Object<SoupServer> server_;
+    std::string url_;
+    std::list<Serving> servings_;
+    std::uint64_t most_ = 0;
+    bool isFetched_ = false;
+    bool isBroken_ = false;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,66 @@
+#include "dlna/gupnp/own_loop.h"
+
+#include <memory>
+
+namespace mrb::dlna {
+namespace {
+
+using std::chrono::steady_clock;
+
+// How often it is asked whether to go on: whoever stops does not say so here.
+constexpr guint GLANCE_MILLISECONDS = 15;
+
+struct RemoveSource {
+    void operator()(GSource *source) const {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+};
+using Source = std::unique_ptr<GSource, RemoveSource>;
+
+gboolean glance(gpointer /*data*/) { return G_SOURCE_CONTINUE; }
+
+} // namespace
+
+void Pace::moved(std::uint64_t bytes) {
+    if (bytes >= bytes_ + LEAST_BYTES) {
+        bytes_ = bytes;
+        since_ = steady_clock::now();
+    }
+}
+
+void Pace::excuse(steady_clock::time_point since) { since_ += steady_clock::now() - since; }
+
+Outcome OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace) {
+    const Source timer(g_timeout_source_new(GLANCE_MILLISECONDS));
+    g_source_set_callback(timer.get(), glance, nullptr, nullptr);
+    g_source_attach(timer.get(), context_);
+    while (!isDone()) {
+        if (isStopped()) {
+            return {MRB_ERR_CANCELLED, {}};
+        }
+        if (pace.isTooSlow()) {
+            return {MRB_ERR_TIMEOUT, "The server does not go on."};
+        }
+        g_main_context_iteration(context_, TRUE);
+    }
+    return {};
+}
+
+Outcome OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
+                       const Condition &isStopped, const Pace &pace) {
+    Outcome outcome = runUntil([&] { return result != nullptr; }, isStopped, pace);
+    if (!result) {
+        g_cancellable_cancel(cancellable);
+        while (!result) {
+            g_main_context_iteration(context_, TRUE);
+        }
+    }
+    return outcome;
+}
+
+void OwnLoop::onReady(GObject * /*source*/, GAsyncResult *result, void *holder) {
+    *static_cast<Object<GAsyncResult> *>(holder) = share(result);
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+
+#include "base/result.h"
+#include "dlna/gupnp/gobject.h"
+
+namespace mrb::dlna {
+
+// Whether what should go on does: a few bytes in every span of time. Used by one thread.
+class Pace {
+  public:
+    // How long a server may take for so many bytes.
+    static constexpr auto PATIENCE = std::chrono::seconds(20);
+    static constexpr std::uint64_t LEAST_BYTES = 16UL << 10;
+
+    // So many bytes were moved in all.
+    void moved(std::uint64_t bytes);
+    // The time since then is not the server's.
+    void excuse(std::chrono::steady_clock::time_point since);
+    [[nodiscard]] bool isTooSlow() const { return std::chrono::steady_clock::now() - since_ > PATIENCE; }
+
+  private:
+    std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+    std::uint64_t bytes_ = 0; // at that time
+};
+
+// A main context of a thread that waits for what it begins. Owned and used by that thread.
+class OwnLoop {
+  public:
+    OwnLoop() : context_(g_main_context_new()) {}
+    ~OwnLoop() { g_main_context_unref(context_); }
+    OwnLoop(const OwnLoop &) = delete;
+    OwnLoop &operator=(const OwnLoop &) = delete;
+
+    // As long as it lives, what is begun ends in this loop.
+    class Turn {
+      public:
+        explicit Turn(const OwnLoop &loop) : context_(loop.context_) {
+            g_main_context_push_thread_default(context_);
+        }
+        ~Turn() { g_main_context_pop_thread_default(context_); }
+        Turn(const Turn &) = delete;
+        Turn &operator=(const Turn &) = delete;
+
+      private:
+        GMainContext *const context_;
+    };
+
+    using Condition = std::function<bool()>;
+
+    // These in a turn. Runs until `isDone`, or soon after `isStopped` with MRB_ERR_CANCELLED,
+    // or with MRB_ERR_TIMEOUT when it goes on too slowly.
+    Outcome runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace);
+    // Waits for an operation that was begun with onReady and `result`. One that is given up
+    // is cancelled, and has ended all the same.
+    Outcome await(const Object<GAsyncResult> &result, GCancellable *cancellable, const Condition &isStopped,
+                  const Pace &pace);
+    static void onReady(GObject *source, GAsyncResult *result, void *holder);
+
+  private:
+    GMainContext *const context_;
+};
+
+} // namespace mrb::dlna

@@ -1,0 +1,206 @@
+// How a file comes to a server: it makes an object, and then fetches the bytes from here, or
+// has them sent where it does not fetch.
+
+#include <fcntl.h>
+#include <gio/gunixinputstream.h>
+#include <libgupnp-av/gupnp-av.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "dlna/gupnp/didl.h"
+#include "dlna/gupnp/gupnp_transfers.h"
+#include "dlna/gupnp/offered_file.h"
+
+namespace mrb::dlna {
+namespace {
+
+using std::chrono::steady_clock;
+
+// The container of a server that chooses where a file goes, by its kind.
+constexpr const char *ANY_CONTAINER = "DLNA.ORG_AnyContainer";
+
+constexpr auto POLL_PAUSE = std::chrono::milliseconds(50);
+
+// How long it is tried to take an object back.
+constexpr auto CLEANING = std::chrono::seconds(3);
+
+std::string escaped(const std::string &text) {
+    const Text escaped(g_markup_escape_text(text.data(), static_cast<gssize>(text.size())));
+    return escaped.get();
+}
+
+std::string didlOf(const Upload &file, const std::string &container) {
+    return R"(<DIDL-Lite xmlns="urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/")"
+           R"( xmlns:dc="http://purl.org/dc/elements/1.1/" xmlns:upnp="urn:schemas-upnp-org:metadata-1-0/upnp/">)"
+           R"(<item id="" parentID=")" +
+           escaped(container) + R"(" restricted="0"><dc:title>)" + escaped(file.title) +
+           "</dc:title><upnp:class>" + escaped(file.upnpClass) + R"(</upnp:class><res protocolInfo="*:*:)" +
+           escaped(file.mimeType) + R"(:*" size=")" + std::to_string(file.size) + R"("/></item></DIDL-Lite>)";
+}
+
+Outcome unreadable(const std::string &title) {
+    return {MRB_ERR_CORRUPT, title + " cannot be read to its end."};
+}
+
+void countPosted(SoupMessage * /*message*/, guint bytes, std::uint64_t *posted) { *posted += bytes; }
+
+} // namespace
+
+Outcome GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stopped &isStopped) {
+    const OwnLoop::Turn turn(loop_);
+    Created created;
+    Outcome outcome = create(file, isStopped, created);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    if (!isOfServer(created.importUrl)) {
+        outcome = {MRB_ERR_PERMISSION_DENIED,
+                   "The server wants \"" + file.title + "\" at \"" + created.importUrl +
+                       "\", which is not on its own host, and gets nothing there."};
+    } else {
+        outcome = import(file, created, moved, isStopped);
+        if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
+            outcome = post(file, created, moved, isStopped);
+        }
+    }
+    if (outcome.code != MRB_ERR_NONE) {
+        destroy(created);
+    }
+    return outcome;
+}
+
+Outcome GupnpTransfers::create(const Upload &file, const Stopped &isStopped, Created &created) {
+    const std::string container = file.container.empty() ? ANY_CONTAINER : file.container;
+    Answer answer;
+    Outcome outcome =
+        call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}}, isStopped,
+             answer);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    created.id = answer.text("ObjectID");
+    created.importUrl = importUrlOf(answer.text("Result"));
+    if (created.id.empty() || created.importUrl.empty()) {
+        destroy(created);
+        return {MRB_ERR_PROTOCOL, "The server does not say where it wants \"" + file.title + "\"."};
+    }
+    return {};
+}
+
+Outcome GupnpTransfers::import(const Upload &file, const Created &created, const Moved &moved,
+                               const Stopped &isStopped) {
+    OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, place_.here,
+                        place_.host);
+    if (offered.url().empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, "Nothing can be offered at " + place_.here + "."};
+    }
+    Answer answer;
+    Outcome outcome =
+        call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
+             isStopped, answer);
+    if (outcome.code != MRB_ERR_NONE) {
+        // One that refuses that may still have the file sent to it.
+        return answer.isRefusal ? Outcome{MRB_ERR_NOT_SUPPORTED, std::move(outcome.message)} : outcome;
+    }
+    const std::string transfer = answer.text("TransferID");
+    outcome = follow(transfer, offered, moved, isStopped);
+    if (outcome.code != MRB_ERR_NONE) {
+        const auto until = steady_clock::now() + CLEANING;
+        call(
+            "StopTransferResource", {{"TransferID", transfer}}, [&] { return steady_clock::now() > until; },
+            answer);
+    }
+    return offered.isBroken() ? unreadable(file.title) : outcome;
+}
+
+// A server may say whatever it likes: it has the file when it says so and has fetched it.
+Outcome GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
+                               const Stopped &isStopped) {
+    Pace pace;
+    for (;;) {
+        const auto until = steady_clock::now() + POLL_PAUSE;
+        const auto isOver = [&] { return offered.isBroken() || steady_clock::now() >= until; };
+        Outcome outcome = loop_.runUntil(isOver, isStopped, pace);
+        if (outcome.code != MRB_ERR_NONE || offered.isBroken()) {
+            return outcome;
+        }
+        moved(offered.sent());
+        pace.moved(offered.sent());
+        Answer answer;
+        outcome = call("GetTransferProgress", {{"TransferID", transfer}}, isStopped, answer);
+        if (answer.isRefusal && offered.isFetched()) {
+            return {}; // it does not tell, or has forgotten what is over
+        }
+        if (outcome.code != MRB_ERR_NONE && !answer.isRefusal) {
+            return outcome;
+        }
+        const std::string status = answer.text("TransferStatus");
+        if (status == "COMPLETED") {
+            return offered.isFetched() ? Outcome()
+                                       : Outcome{MRB_ERR_PROTOCOL,
+                                                 "The server says that it has a file that it did not fetch."};
+        }
+        if (status == "ERROR" || status == "STOPPED") {
+            return {MRB_ERR_IO, "The server did not take the file: its transfer ended as " + status + "."};
+        }
+    }
+}
+
+Outcome GupnpTransfers::post(const Upload &file, const Created &created, const Moved &moved,
+                             const Stopped &isStopped) {
+    if (lseek(file.descriptor, 0, SEEK_SET) != 0) {
+        return unreadable(file.title);
+    }
+    Request request;
+    Outcome outcome = makeRequest(SOUP_METHOD_POST, created.importUrl, request);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const Object<GInputStream> bytes(g_unix_input_stream_new(file.descriptor, FALSE));
+    soup_message_set_request_body(request.message.get(), file.mimeType.c_str(), bytes.get(),
+                                  static_cast<gssize>(file.size));
+    std::uint64_t posted = 0;
+    g_signal_connect(request.message.get(), "wrote-body-data", G_CALLBACK(countPosted), &posted);
+    Pace pace;
+    const auto look = [&] {
+        moved(posted);
+        pace.moved(posted);
+        return isStopped();
+    };
+    outcome = send(request, look, pace);
+    g_signal_handlers_disconnect_by_data(request.message.get(), &posted);
+    struct stat now {};
+    if (outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED &&
+        fstat(file.descriptor, &now) == 0 && static_cast<std::uint64_t>(now.st_size) < file.size) {
+        return unreadable(file.title);
+    }
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const unsigned status = soup_message_get_status(request.message.get());
+    outcome = SOUP_STATUS_IS_SUCCESSFUL(status) ? Outcome() : outcomeOfStatus(status);
+    if (outcome.code == MRB_ERR_NONE && posted < file.size) {
+        return {MRB_ERR_PROTOCOL, "The server says that it has a file that it did not take."};
+    }
+    moved(posted);
+    return outcome;
+}
+
+// As far as that can be done: nobody waits long for a server that took nothing.
+void GupnpTransfers::destroy(const Created &created) {
+    const auto until = steady_clock::now() + CLEANING;
+    Answer answer;
+    if (created.id.empty()) {
+        return;
+    }
+    const Outcome outcome = call(
+        "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, answer);
+    if (outcome.code != MRB_ERR_NONE) {
+        MRB_LOG_WARNING("A server keeps the object \"%s\", which it has no file for.", created.id.c_str());
+    }
+}
+
+} // namespace mrb::dlna

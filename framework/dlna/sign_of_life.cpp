@@ -1,0 +1,23 @@
+#include "dlna/sign_of_life.h"
+
+#include <chrono>
+
+namespace mrb::dlna {
+
+Outcome judgeBreak(Directories &directories, const std::string &server, Outcome outcome,
+                   const std::function<bool()> &isStopped) {
+    if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
+        return outcome;
+    }
+    Question question;
+    question.kind = Question::Kind::CAPABILITIES;
+    question.server = server;
+    question.patience = std::chrono::seconds(3);
+    Page page;
+    const int code = directories.ask(question, isStopped, page).code;
+    const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;
+    outcome.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
+    return outcome;
+}
+
+} // namespace mrb::dlna

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+
+#include "base/result.h"
+
+namespace mrb::dlna {
+
+// A file of this machine that a server shall have.
+struct Upload {
+    int descriptor = -1;    // read from its beginning
+    std::uint64_t size = 0; // bytes
+    std::string title;
+    std::string extension; // "jpg"; may be empty
+    std::string mimeType;
+    std::string upnpClass; // "object.item.imageItem.photo"
+    std::string container; // the id of that in which it shall be; empty: the server chooses
+};
+
+// Moves files to and from one server, asking no host but the server's. Made, used and
+// destroyed by one thread, which waits meanwhile. What takes longer than PATIENCE for a few
+// bytes is given up with MRB_ERR_TIMEOUT; soon after `isStopped` became true everything
+// ends with MRB_ERR_CANCELLED. Other codes are those of Directories::ask.
+class Transfers {
+  public:
+    using Stopped = std::function<bool()>;
+
+    Transfers() = default;
+    virtual ~Transfers() = default;
+    Transfers(const Transfers &) = delete;
+    Transfers &operator=(const Transfers &) = delete;
+
+    // Asks for the file at an address; `size` is what the server says, or UNKNOWN.
+    // MRB_ERR_PERMISSION_DENIED: it is the address of another host.
+    virtual Outcome beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) = 0;
+
+    // Gives `take` the bytes of that file as they come; when that answers false, no more.
+    // A success: the file is whole, or `take` wanted no more.
+    using Take = std::function<bool(std::span<const char> bytes)>;
+    virtual Outcome finishDownload(const Take &take, const Stopped &isStopped) = 0;
+
+    // Has the server make an object for the file and get its bytes; `moved` hears how many
+    // it has. The object is taken back when that fails. MRB_ERR_NOT_SUPPORTED: it takes
+    // none; MRB_ERR_CORRUPT: the file could not be read to its end.
+    using Moved = std::function<void(std::uint64_t bytes)>;
+    virtual Outcome upload(const Upload &file, const Moved &moved, const Stopped &isStopped) = 0;
+};
+
+} // namespace mrb::dlna

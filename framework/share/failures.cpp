@@ -1,0 +1,23 @@
+#include "share/failures.h"
+
+#include "base/log.h"
+
+namespace mrb {
+
+void Failures::add(const Outcome &outcome, const std::string &name, JobEnd &end) {
+    if (++count_ <= MOST_LOGGED) {
+        MRB_LOG_WARNING("%s: %s (%s)", what_, outcome.message.c_str(), resultName(outcome.code));
+    }
+    if (end.outcome.code == MRB_ERR_NONE) {
+        end.outcome = outcome;
+        end.name = name;
+    }
+}
+
+void Failures::conclude() const {
+    if (count_ > MOST_LOGGED) {
+        MRB_LOG_WARNING("%s: %llu files more.", what_, static_cast<unsigned long long>(count_ - MOST_LOGGED));
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <string>
+
+#include "base/result.h"
+#include "sources/source.h"
+
+namespace mrb {
+
+// Where the files of a copy come from: a folder, or a DLNA server. Owned by a job and
+// called by its thread.
+class Origin {
+  public:
+    using Stopped = std::function<bool()>;
+
+    // What is known of a file that was opened.
+    struct File {
+        std::uint64_t size = 0; // bytes
+        mode_t mode = 0;
+        std::array<timespec, 2> times{}; // of last access and change, as futimens takes them
+    };
+
+    // How copying a file's bytes ended: they are all there when the code is MRB_ERR_NONE,
+    // nothing was stopped, and the destination met no error.
+    struct End {
+        Outcome outcome;
+        int destinationError = 0; // an errno
+        bool stopped = false;
+        std::uint64_t bytes = 0; // that were written
+    };
+
+    Origin() = default;
+    virtual ~Origin() = default;
+    Origin(const Origin &) = delete;
+    Origin &operator=(const Origin &) = delete;
+
+    // Called once, before the others. MRB_ERR_DEVICE_REMOVED: it is gone.
+    virtual Outcome begin(const Stopped &isStopped) = 0;
+    // Whether it is there as a whole, whatever became of one file.
+    [[nodiscard]] virtual bool isThere() = 0;
+
+    // Opens an item of the list; of a folder nothing is known but that it is there.
+    virtual Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) = 0;
+    // Copies the file that was opened last to an empty one. `moved` hears how many bytes
+    // are there, again and again; false: stop.
+    virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
+
+    // What a path below the list's folder is called at the destination: names joined with '/'.
+    [[nodiscard]] virtual std::string pathOf(std::string path) const { return path; }
+    [[nodiscard]] virtual std::string nameOf(const ItemFacts &item) const { return item.name; }
+};
+
+} // namespace mrb

@@ -1,0 +1,123 @@
+#include "share/server_origin.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "dlna/sign_of_life.h"
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "share/file_copy.h"
+#include "share/file_names.h"
+#include "sources/dlna/object_record.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr mode_t COPIED_MODE = 0666;
+
+// One name, and none that leads elsewhere.
+std::string plainName(std::string_view title) {
+    std::string name = portableName(title);
+    std::ranges::replace(name, '/', '_');
+    return isPlainName(name) ? name : "_";
+}
+
+} // namespace
+
+Outcome ServerOrigin::begin(const Stopped &isStopped) {
+    isStopped_ = isStopped;
+    return server_.directories->connect(server_.id, isStopped, transfers_);
+}
+
+bool ServerOrigin::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
+
+Outcome ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+    if (item.type == MRB_ITEM_TYPE_FOLDER) {
+        return {};
+    }
+    name_ = displayText(item.name);
+    const ItemLocation location = list_->locate(ListEntry{item});
+    if (location.url.empty()) {
+        return {MRB_ERR_NOT_SUPPORTED, name_ + ": the server says no address of it."};
+    }
+    std::int64_t size = UNKNOWN;
+    Outcome outcome = transfers_->beginDownload(location.url, isStopped, size);
+    if (outcome.code != MRB_ERR_NONE) {
+        return judged(std::move(outcome));
+    }
+    size = size != UNKNOWN ? size : item.size;
+    isExact_ = size != UNKNOWN;
+    most_ = isExact_ ? static_cast<std::uint64_t>(size) : MOST_BYTES;
+    file.size = isExact_ ? most_ : 0;
+    file.mode = COPIED_MODE;
+    file.times[0].tv_nsec = UTIME_NOW;
+    file.times[1].tv_nsec = item.modified == UNKNOWN ? UTIME_NOW : 0;
+    file.times[1].tv_sec = item.modified == UNKNOWN ? 0 : item.modified;
+    return {};
+}
+
+Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    End end;
+    FileWriter writer(destination);
+    const auto take = [&](std::span<const char> bytes) {
+        if (bytes.size() > most_ - end.bytes) {
+            end.outcome = {MRB_ERR_PROTOCOL, name_ + ": the server sends more than it says."};
+            return false;
+        }
+        end.destinationError = writer.write(bytes);
+        if (end.destinationError != 0) {
+            return false;
+        }
+        end.bytes += bytes.size();
+        end.stopped = !moved(end.bytes);
+        return !end.stopped;
+    };
+    Outcome outcome = transfers_->finishDownload(take, isStopped_);
+    end.stopped = end.stopped || outcome.code == MRB_ERR_CANCELLED;
+    if (end.stopped || end.destinationError != 0 || end.outcome.code != MRB_ERR_NONE) {
+        return end;
+    }
+    if (outcome.code == MRB_ERR_NONE && isExact_ && end.bytes < most_) {
+        outcome = {MRB_ERR_PROTOCOL, "The server sends less than it says."};
+    }
+    end.outcome = judged(std::move(outcome));
+    return end;
+}
+
+Outcome ServerOrigin::judged(Outcome outcome) const {
+    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped_);
+    if (outcome.code != MRB_ERR_NONE) {
+        outcome.message = name_ + ": " + outcome.message;
+    }
+    return outcome;
+}
+
+std::string ServerOrigin::pathOf(std::string path) const {
+    std::string all;
+    for (std::string_view rest = path; !rest.empty();) {
+        const std::size_t end = std::min(rest.find('/'), rest.size());
+        all.append(all.empty() ? "" : "/").append(plainName(rest.substr(0, end)));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return all;
+}
+
+// A title is no file name: what it is of is known by its address.
+std::string ServerOrigin::nameOf(const ItemFacts &item) const {
+    const std::string url = list_->locate(ListEntry{item}).url;
+    const std::string_view extension = extensionOfUrl(url);
+    const MediaType *type = mediaTypeOf(item.name);
+    std::string name = item.name;
+    const bool isNamed = type != nullptr && lowerCase(type->extension) == lowerCase(extension);
+    if (!isNamed && !extension.empty() && isPlainName(extension)) {
+        name.append(".").append(extension);
+    }
+    return plainName(name);
+}
+
+} // namespace mrb

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "agent/opening.h"
+#include "dlna/dlna_service.h"
+#include "dlna/transfers.h"
+#include "share/origin.h"
+
+namespace mrb {
+
+// The items of a list of a DLNA server, which are files only once they are here. Owned and
+// called as every Origin is.
+class ServerOrigin final : public Origin {
+  public:
+    // A file whose size nobody says is not read any further.
+    static constexpr std::uint64_t MOST_BYTES = 4ULL << 30;
+
+    ServerOrigin(std::shared_ptr<Opening> list, dlna::DlnaService::Found server)
+        : list_(std::move(list)), server_(std::move(server)) {}
+
+    Outcome begin(const Stopped &isStopped) override;
+    [[nodiscard]] bool isThere() override;
+    Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
+
+    // Titles as names that any file system takes.
+    [[nodiscard]] std::string pathOf(std::string path) const override;
+    [[nodiscard]] std::string nameOf(const ItemFacts &item) const override;
+
+  private:
+    [[nodiscard]] Outcome judged(Outcome outcome) const;
+
+    const std::shared_ptr<Opening> list_;
+    const dlna::DlnaService::Found server_;
+    std::unique_ptr<dlna::Transfers> transfers_;
+    Stopped isStopped_;
+    // Of the file that was opened last.
+    std::string name_;
+    std::uint64_t most_ = 0; // bytes
+    bool isExact_ = false;   // it has so many
+};
+
+} // namespace mrb

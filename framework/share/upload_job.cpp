@@ -1,0 +1,133 @@
+#include "share/upload_job.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "dlna/sign_of_life.h"
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// What kind of object a server makes of a file; null: none.
+const char *classOf(int itemType) {
+    switch (itemType) {
+    case MRB_ITEM_TYPE_IMAGE:
+        return "object.item.imageItem.photo";
+    case MRB_ITEM_TYPE_MUSIC:
+        return "object.item.audioItem.musicTrack";
+    case MRB_ITEM_TYPE_VIDEO:
+        return "object.item.videoItem";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, dlna::DlnaService::Found server,
+                     std::string container)
+    : list_(std::move(list)), selection_(std::move(selection)), server_(std::move(server)),
+      container_(std::move(container)), origin_(list_->filesRoot()) {}
+
+JobEnd UploadJob::run(JobListener &listener) {
+    Step step = begin(listener);
+    for (const std::int32_t number : plan_.items) {
+        if (step == Step::GO_ON && listener.stopped()) {
+            step = end(MRB_EVENT_SHARE_STOPPED);
+        }
+        if (step == Step::END) {
+            break;
+        }
+        const ItemFacts item = list_->list().factsOf(number);
+        // A server has folders of its own.
+        step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
+    }
+    if (step == Step::GO_ON) {
+        const bool isGone = end_.outcome.code != MRB_ERR_NONE && !origin_.isThere();
+        const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
+        end(end_.outcome.code == MRB_ERR_NONE ? MRB_EVENT_SHARE_DONE : failure);
+    }
+    failures_.conclude();
+    transfers_.reset();
+    return std::move(end_);
+}
+
+UploadJob::Step UploadJob::begin(JobListener &listener) {
+    const auto isStopped = [&] { return listener.stopped(); };
+    plan_ = planCopy(list_->list(), selection_, 1, isStopped);
+    listener.begins(plan_.files, plan_.bytes);
+    if (listener.stopped()) {
+        return end(MRB_EVENT_SHARE_STOPPED);
+    }
+    Outcome outcome = origin_.begin(isStopped);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = server_.directories->connect(server_.id, isStopped, transfers_);
+    }
+    if (outcome.code != MRB_ERR_NONE && failed(outcome, "") == Step::GO_ON) {
+        return end(MRB_EVENT_SHARE_FAILED);
+    }
+    return outcome.code == MRB_ERR_NONE ? Step::GO_ON : Step::END;
+}
+
+UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
+    const auto isStopped = [&] { return listener.stopped(); };
+    const MediaType *type = mediaTypeOf(item.name);
+    const char *upnpClass = classOf(item.type);
+    const std::string name = displayText(item.name);
+    if (upnpClass == nullptr || type == nullptr) {
+        return failed({MRB_ERR_INVALID_PARAMETER, name + " is nothing that DLNA servers take."}, item.name);
+    }
+    Origin::File source;
+    if (Outcome outcome = origin_.open(item, isStopped, source); outcome.code != MRB_ERR_NONE) {
+        return failed(outcome, item.name);
+    }
+    const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
+    listener.fileBegins(name, source.size, planned);
+    dlna::Upload file;
+    file.descriptor = origin_.number();
+    file.size = source.size;
+    file.title = name;
+    if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
+        file.title.resize(dot); // servers tell titles, not names
+    }
+    file.extension = type->extension;
+    file.mimeType = type->mimeType;
+    file.upnpClass = upnpClass;
+    file.container = container_;
+    Outcome outcome = transfers_->upload(
+        file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, isStopped);
+    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped);
+    listener.fileEnds(outcome.code == MRB_ERR_NONE);
+    if (outcome.code != MRB_ERR_NONE) {
+        return failed({outcome.code, name + ": " + outcome.message}, item.name);
+    }
+    ++end_.files;
+    end_.bytes += source.size;
+    return Step::GO_ON;
+}
+
+UploadJob::Step UploadJob::failed(const Outcome &outcome, const std::string &name) {
+    if (outcome.code == MRB_ERR_CANCELLED) {
+        return end(MRB_EVENT_SHARE_STOPPED);
+    }
+    failures_.add(outcome, name, end_);
+    switch (outcome.code) {
+    case MRB_ERR_DEVICE_REMOVED:
+        return end(MRB_EVENT_DEVICE_REMOVED);
+    case MRB_ERR_TIMEOUT:
+    case MRB_ERR_NOT_SUPPORTED:
+        return end(MRB_EVENT_SHARE_FAILED); // of this server nothing else is to be had
+    default:
+        return Step::GO_ON;
+    }
+}
+
+UploadJob::Step UploadJob::end(int event) {
+    end_.event = event;
+    return Step::END;
+}
+
+} // namespace mrb

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "agent/opening.h"
+#include "dlna/dlna_service.h"
+#include "dlna/transfers.h"
+#include "share/copy_plan.h"
+#include "share/failures.h"
+#include "share/folder_origin.h"
+#include "share/job.h"
+
+namespace mrb {
+
+// Sends the selected files of a folder's list to a DLNA server, one after the other. A file
+// that cannot be read, or that the server refuses, is left out and the others go on. Owned
+// and called as every Job is.
+class UploadJob final : public Job {
+  public:
+    // `container` is the id of that on the server in which the files shall be; empty: the
+    // server chooses.
+    UploadJob(std::shared_ptr<Opening> list, Selection selection, dlna::DlnaService::Found server,
+              std::string container);
+
+    JobEnd run(JobListener &listener) override;
+
+  private:
+    // Whether there is a point in going on; if not, end_ says why.
+    enum class Step { GO_ON, END };
+
+    Step begin(JobListener &listener);
+    Step send(const ItemFacts &item, JobListener &listener);
+    Step failed(const Outcome &outcome, const std::string &name);
+    Step end(int event);
+
+    const std::shared_ptr<Opening> list_;
+    const Selection selection_;
+    const dlna::DlnaService::Found server_;
+    const std::string container_;
+    FolderOrigin origin_;
+    CopyPlan plan_;
+    std::unique_ptr<dlna::Transfers> transfers_;
+    Failures failures_{"Not sent"};
+    JobEnd end_;
+};
+
+} // namespace mrb

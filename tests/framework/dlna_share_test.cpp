@@ -1,0 +1,311 @@
+// Files from DLNA servers to folders.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "support/dlna_client.h"
+#include "support/fields.h"
+#include "support/folder.h"
+#include "support/media.h"
+#include "support/media_server.h"
+#include "support/sharing.h"
+#include "support/told_server.h"
+
+using support::Asked;
+using support::Client;
+using support::DlnaClient;
+using support::Folder;
+using support::MediaServer;
+using support::ShareEvent;
+using support::Sharing;
+using support::ToldServer;
+using support::tree;
+using support::Wire;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class DlnaFetch : public support::DlnaTest {
+  protected:
+    // Lists a told server and selects everything.
+    static std::string listTold(DlnaClient &service, Client &client) {
+        const std::string id = service.server();
+        EXPECT_EQ(client.list({.path = id, .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
+        EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+        return id;
+    }
+
+    // The items of a server whose files are at these addresses.
+    static void tellItems(const Asked &asked, const Wire &wire, const std::vector<std::string> &urls,
+                          std::size_t size) {
+        if (asked.action == "GetSearchCapabilities") {
+            wire.send(support::responseOf(asked, "<SearchCaps></SearchCaps>"));
+            return;
+        }
+        std::string objects;
+        for (std::size_t number = 0; number < urls.size(); ++number) {
+            objects += "<item id=\"" + std::to_string(number) +
+                       R"(" parentID="0" restricted="1"><dc:title>picture )" + std::to_string(number) +
+                       "</dc:title><upnp:class>object.item.imageItem.photo</upnp:class><res size=\"" +
+                       std::to_string(size) + R"(" protocolInfo="http-get:*:image/jpeg:*">)" + urls[number] +
+                       "</res></item>";
+        }
+        const int count = static_cast<int>(urls.size());
+        wire.send(answerOf(asked, support::didlOf(objects), count, count));
+    }
+
+    static std::string fileOf(std::size_t size) { return support::httpOf("200 OK", std::string(size, 'x')); }
+};
+
+} // namespace
+
+TEST_F(DlnaFetch, FilesArriveByteForByte) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const Folder all;
+    support::makeMedia(all);
+    const Folder media;
+    std::filesystem::copy(all.path("song.flac"), media.path("song.flac"));
+    std::filesystem::copy(all.path("photo.jpg"), media.path("photo.jpg"));
+    const Folder to;
+    DlnaClient service;
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Client client;
+    const std::string id = service.server();
+    for (const auto &[type, name, file] :
+         {std::tuple{"MUSIC", "Élégie.flac", "song.flac"}, {"IMAGE", "photo.jpg", "photo.jpg"}}) {
+        listAll(client, {.path = id, .contentType = type, .source = "SOURCE_DLNA"}, 1);
+        ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+        Sharing sharing;
+        ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+        const ShareEvent end = sharing.waitForEnd();
+        EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE);
+        EXPECT_EQ(end.status.done_file_count, 1U);
+        EXPECT_EQ(end.status.success_file_size, std::filesystem::file_size(media.path(file)));
+        EXPECT_EQ(sharing.events().front().event, MRB_EVENT_SHARE_STARTED);
+        EXPECT_TRUE(support::areEqual(to.path(name), media.path(file))) << name;
+    }
+    EXPECT_THAT(tree(to.path()), ElementsAre("photo.jpg", "Élégie.flac"));
+}
+
+TEST_F(DlnaFetch, FoldersAreKeptAndTitlesBecomeNames) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::string base;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        if (asked.action != "Browse") {
+            wire.send(asked.action.starts_with("/f") ? fileOf(5) : support::refusalOf(401));
+        } else if (asked.container == "0") {
+            wire.send(answerOf(asked, support::didlOf(support::containerOf("a", "..")), 1, 1));
+        } else if (asked.container == "a") {
+            wire.send(answerOf(asked, support::didlOf(support::containerOf("b", "AC/DC")), 1, 1));
+        } else {
+            const std::string song =
+                "<item id=\"s\" parentID=\"b\" restricted=\"1\"><dc:title>Who? ../x</dc:title>"
+                "<upnp:class>object.item.audioItem</upnp:class><res "
+                "protocolInfo=\"http-get:*:audio/mpeg:*\">" +
+                base + "/f.mp3</res></item>";
+            wire.send(answerOf(asked, support::didlOf(song), 1, 1));
+        }
+    });
+    base = server.urlOf("");
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(tree(to.path()), ElementsAre("._", "._/AC", "._/AC/DC", "._/AC/DC/Who_ .._x.mp3"));
+}
+
+TEST_F(DlnaFetch, AServerThatIsKilledEndsIt) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<bool> isKilled = false;
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        if (isKilled) {
+            return; // every connection breaks
+        }
+        if (asked.action == "Browse") {
+            tellItems(asked, wire, urls, 1UL << 20);
+        } else {
+            isKilled = true;
+            wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
+        }
+    });
+    urls = {server.urlOf("/0.jpg"), server.urlOf("/1.jpg")};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    const ShareEvent end = sharing.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(end.name(), "picture 0");
+    EXPECT_THAT(tree(to.path()), IsEmpty());
+}
+
+TEST_F(DlnaFetch, AFileThatBreaksOffCostsThatFile) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        if (asked.action == "/0.jpg") {
+            wire.send(fileOf(1000).substr(0, 700));
+        } else if (asked.action == "/1.jpg") {
+            wire.send(fileOf(1000));
+        } else if (asked.action == "/2.jpg") {
+            wire.send(support::httpOf("404 Not Found", ""));
+        } else {
+            tellItems(asked, wire, urls, 1000);
+        }
+    });
+    urls = {server.urlOf("/0.jpg"), server.urlOf("/1.jpg"), server.urlOf("/2.jpg")};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    const ShareEvent end = sharing.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(end.name(), "picture 0");
+    EXPECT_EQ(end.status.done_file_count, 1U);
+    EXPECT_THAT(tree(to.path()), ElementsAre("picture 1.jpg"));
+}
+
+TEST_F(DlnaFetch, OtherHostsAreNotAsked) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> asked = 0;
+    const ToldServer other([&](const Asked & /*asked*/, const Wire & /*wire*/) { ++asked; });
+    std::string elsewhere = other.urlOf("/0.jpg");
+    elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &question, const Wire &wire) {
+        if (question.action == "/1.jpg") {
+            wire.send(support::httpOf("302 Found", "", "Location: " + elsewhere + "\r\n"));
+        } else {
+            tellItems(question, wire, urls, 1000);
+        }
+    });
+    urls = {elsewhere, server.urlOf("/1.jpg"), "file:///etc/passwd"};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(asked, 0);
+    EXPECT_THAT(tree(to.path()), IsEmpty());
+}
+
+TEST_F(DlnaFetch, AServerThatLiesAboutSizesGivesNoFile) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        const std::string body(1000, 'x');
+        if (asked.action == "/more.jpg") { // without a length: as long as it likes
+            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body + body);
+        } else if (asked.action == "/less.jpg") {
+            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body.substr(1));
+        } else if (asked.action == "/huge.jpg") {
+            wire.send("HTTP/1.1 200 OK\r\nContent-Length: 999999999999999\r\nConnection: close\r\n\r\n" +
+                      body);
+        } else if (asked.action == "/true.jpg") {
+            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body);
+        } else {
+            tellItems(asked, wire, urls, 1000);
+        }
+    });
+    urls = {server.urlOf("/more.jpg"), server.urlOf("/less.jpg"), server.urlOf("/true.jpg"),
+            server.urlOf("/huge.jpg")};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    const ShareEvent end = sharing.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_THAT(tree(to.path()), testing::AnyOf(ElementsAre("picture 2.jpg"), IsEmpty()));
+}
+
+TEST_F(DlnaFetch, IsStoppedAtOnceAndLeavesNothing) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        if (asked.action == "/0.jpg") {
+            wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
+            wire.wait();
+        } else {
+            tellItems(asked, wire, urls, 1UL << 20);
+        }
+    });
+    urls = {server.urlOf("/0.jpg")};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    sharing.waitFor([](const auto &events) { return !events.empty(); });
+    ASSERT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_NONE);
+    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
+    EXPECT_THAT(tree(to.path()), IsEmpty());
+}
+
+TEST_F(DlnaFetch, WhatCannotWorkIsRefusedAtOnce) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const Folder to;
+    const Folder files;
+    files.file("a.jpg", 1);
+    Client local;
+    support::selectEverything(local, files.path());
+    Sharing sharing;
+    EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_INITIALIZED);
+    DlnaClient service;
+    EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_FOUND);
+    std::vector<std::string> urls;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) { tellItems(asked, wire, urls, 1); });
+    urls = {server.urlOf("/0.jpg")};
+    server.announce();
+    Client client;
+    const std::string id = listTold(service, client);
+    EXPECT_EQ(sharing.fetch(local, id, to.path()), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(sharing.fetch(client, id, to.path("none")), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(sharing.fetch(client, id, "relative"), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(sharing.send(client, id), MRB_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(sharing.copy(client, to.path()), MRB_ERR_NOT_SUPPORTED);
+    mrb_deselect_all_v2(client.handle);
+    EXPECT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NOT_FOUND);
+    EXPECT_THAT(sharing.events(), IsEmpty());
+}

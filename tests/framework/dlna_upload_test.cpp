@@ -1,0 +1,320 @@
+// Files from folders to DLNA servers.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/dlna_client.h"
+#include "support/fields.h"
+#include "support/folder.h"
+#include "support/media.h"
+#include "support/media_server.h"
+#include "support/sharing.h"
+#include "support/told_server.h"
+
+using support::argumentOf;
+using support::Asked;
+using support::Client;
+using support::DlnaClient;
+using support::Folder;
+using support::MediaServer;
+using support::responseOf;
+using support::ShareEvent;
+using support::Sharing;
+using support::ToldServer;
+using support::Wire;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+// A server that takes files as a test says.
+class Taker {
+  public:
+    // What it does when it is to fetch a file; and what it says of that.
+    enum class Way { FETCHES, REFUSES_TO_FETCH, LIES, NEVER_ENDS, BREAKS_OFF };
+
+    explicit Taker(Way way, std::string importUrl = {})
+        : way_(way), importUrl_(std::move(importUrl)),
+          server_([this](const Asked &asked, const Wire &wire) { answer(asked, wire); }) {
+        if (importUrl_.empty()) {
+            importUrl_ = server_.urlOf("/import/1");
+        }
+        server_.announce();
+    }
+
+    std::vector<std::string> calls() {
+        const std::lock_guard guard(lock_);
+        return calls_;
+    }
+    std::string taken() {
+        const std::lock_guard guard(lock_);
+        return taken_;
+    }
+    std::string elements() {
+        const std::lock_guard guard(lock_);
+        return elements_;
+    }
+
+  private:
+    void answer(const Asked &asked, const Wire &wire) {
+        std::unique_lock guard(lock_);
+        calls_.push_back(asked.action);
+        if (asked.action == "CreateObject") {
+            elements_ = argumentOf(asked, "Elements");
+            wire.send(responseOf(
+                asked,
+                "<ObjectID>7</ObjectID><Result>&lt;DIDL-Lite "
+                "xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
+                "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" "
+                "xmlns:upnp=\"urn:schemas-upnp-org:metadata-1-0/upnp/\"&gt;&lt;item id=\"7\" parentID=\"1\" "
+                "restricted=\"0\"&gt;&lt;dc:title&gt;t&lt;/"
+                "dc:title&gt;&lt;upnp:class&gt;object.item.imageItem"
+                "&lt;/upnp:class&gt;&lt;res protocolInfo=\"*:*:image/jpeg:*\" importUri=\"" +
+                    importUrl_ + "\"&gt;&lt;/res&gt;&lt;/item&gt;&lt;/DIDL-Lite&gt;</Result>"));
+        } else if (asked.action == "ImportResource") {
+            if (way_ == Way::REFUSES_TO_FETCH) {
+                wire.send(support::refusalOf(602));
+                return;
+            }
+            source_ = argumentOf(asked, "SourceURI");
+            wire.send(responseOf(asked, "<TransferID>3</TransferID>"));
+        } else if (asked.action == "GetTransferProgress") {
+            if (way_ == Way::BREAKS_OFF) {
+                return;
+            }
+            if (way_ == Way::FETCHES && taken_.empty()) {
+                guard.unlock();
+                std::string bytes = support::fetch(source_);
+                guard.lock();
+                taken_ = std::move(bytes);
+            }
+            const char *status = way_ == Way::NEVER_ENDS ? "IN_PROGRESS" : "COMPLETED";
+            wire.send(responseOf(asked, std::string("<TransferStatus>") + status +
+                                            "</TransferStatus><TransferLength>0</TransferLength>"
+                                            "<TransferTotal>0</TransferTotal>"));
+        } else if (asked.action == "/import/1") {
+            taken_ = asked.body;
+            wire.send(support::httpOf("200 OK", ""));
+        } else if (way_ != Way::BREAKS_OFF) {
+            wire.send(responseOf(asked, ""));
+        }
+    }
+
+    const Way way_;
+    std::mutex lock_; // guards what follows
+    std::string importUrl_;
+    std::vector<std::string> calls_;
+    std::string source_;
+    std::string taken_;
+    std::string elements_;
+    ToldServer server_;
+};
+
+class DlnaUpload : public support::DlnaTest {
+  protected:
+    DlnaUpload() { support::writeNoise(from_.path("sub/a & b.jpg"), SIZE, 1); }
+
+    void select(Client &client) const { support::selectEverything(client, from_.path()); }
+
+    static constexpr std::size_t SIZE = 700'001;
+    const Folder from_;
+    Sharing sharing_;
+};
+
+} // namespace
+
+TEST_F(DlnaUpload, ARealServerGetsTheFileByteForByteAndGivesItBack) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const Folder media;
+    const Folder all;
+    support::makeMedia(all);
+    const Folder from;
+    std::filesystem::copy(all.path("photo.jpg"), from.path("photo.jpg"));
+    std::filesystem::copy(all.path("song.mp3"), from.path("song.mp3"));
+    DlnaClient service;
+    const MediaServer server(MediaServer::Kind::RYGEL, "Shelf", media.path());
+    const std::string id = service.server();
+    Client client;
+    support::selectEverything(client, from.path());
+    ASSERT_EQ(sharing_.send(client, id), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    ASSERT_EQ(end.event, MRB_EVENT_SHARE_DONE) << end.name();
+    EXPECT_EQ(end.status.done_file_count, 2U);
+    Client remote;
+    for (const char *type : {"IMAGE", "MUSIC"}) {
+        // It shows the object before it has looked into the file.
+        const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
+        do {
+            listAll(remote, {.path = id, .contentType = type, .source = "SOURCE_DLNA"}, 1);
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        } while (remote.item(0)["url"] == "");
+        const Folder to;
+        ASSERT_EQ(mrb_select_all_v2(remote.handle), MRB_ERR_NONE);
+        Sharing back;
+        ASSERT_EQ(back.fetch(remote, id, to.path()), MRB_ERR_NONE);
+        EXPECT_EQ(back.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+        ASSERT_EQ(support::contents(to.path()).size(), 1U);
+        const char *name = type == std::string("IMAGE") ? "photo.jpg" : "song.mp3";
+        EXPECT_TRUE(support::contents(to.path()).begin()->second == support::bytesOf(from.path(name)))
+            << name;
+    }
+}
+
+TEST_F(DlnaUpload, AServerFetchesTheFile) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::FETCHES);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(end.status.total_file_count, 1U);
+    EXPECT_EQ(end.status.success_file_size, SIZE);
+    EXPECT_TRUE(server.taken() == support::bytesOf(from_.path("sub/a & b.jpg")));
+    EXPECT_THAT(server.elements(), HasSubstr("a &amp;amp; b&lt;/dc:title"));
+    EXPECT_THAT(server.elements(), HasSubstr("DLNA.ORG_AnyContainer"));
+    EXPECT_THAT(server.calls(), Not(Contains("DestroyObject")));
+}
+
+TEST_F(DlnaUpload, AFolderOfTheServerCanBeNamed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::FETCHES);
+    Client client;
+    select(client);
+    const std::string id = service.server();
+    const auto set = [&](mrb_share_param_h param) {
+        mrb_param_set_share_dlna_device_id(param, id.c_str());
+        mrb_param_set_share_dlna_service_provider(param, ("dlna:" + id + "/42").c_str());
+    };
+    ASSERT_EQ(sharing_.start(MRB_SHARE_DLNA, client.handle, set), MRB_ERR_NONE);
+    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(server.elements(), HasSubstr("parentID=&quot;42&quot;"));
+}
+
+TEST_F(DlnaUpload, AServerThatDoesNotFetchIsSentTheFile) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::REFUSES_TO_FETCH);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_TRUE(server.taken() == support::bytesOf(from_.path("sub/a & b.jpg")));
+    EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "ImportResource", "/import/1"));
+}
+
+TEST_F(DlnaUpload, AServerThatSaysThatItHasAFileButDidNotFetchItIsNotBelieved) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::LIES);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(end.name(), "a & b.jpg");
+    EXPECT_EQ(end.status.done_file_count, 0U);
+    EXPECT_EQ(server.calls().back(), "DestroyObject");
+}
+
+TEST_F(DlnaUpload, NothingIsSentToAnotherHost) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> asked = 0;
+    const ToldServer other([&](const Asked & /*asked*/, const Wire & /*wire*/) { ++asked; });
+    std::string elsewhere = other.urlOf("/import/1");
+    elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
+    DlnaClient service;
+    Taker server(Taker::Way::REFUSES_TO_FETCH, elsewhere);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(asked, 0);
+    EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "DestroyObject"));
+}
+
+TEST_F(DlnaUpload, IsStoppedAtOnceAndTakesItsObjectBack) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::NEVER_ENDS);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    sharing_.waitFor([](const auto &events) { return !events.empty(); });
+    const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
+    while (!testing::Matches(Contains("GetTransferProgress"))(server.calls()) &&
+           std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    ASSERT_EQ(mrb_stop_batch_process_v2(sharing_.handle), MRB_ERR_NONE);
+    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
+    EXPECT_THAT(server.calls(), Contains("StopTransferResource"));
+    EXPECT_EQ(server.calls().back(), "DestroyObject");
+}
+
+TEST_F(DlnaUpload, AServerThatIsKilledEndsIt) {
+    if (!insideNetwork()) {
+        return;
+    }
+    DlnaClient service;
+    Taker server(Taker::Way::BREAKS_OFF);
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(end.name(), "a & b.jpg");
+}
+
+TEST_F(DlnaUpload, ARealServerThatTakesNothingSaysSo) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const Folder media;
+    DlnaClient service;
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Client client;
+    select(client);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+}
+
+TEST_F(DlnaUpload, NeedsAServerAndAFoldersList) {
+    if (!insideNetwork()) {
+        return;
+    }
+    Client client;
+    select(client);
+    EXPECT_EQ(sharing_.send(client, ToldServer::ID), MRB_ERR_NOT_INITIALIZED);
+    DlnaClient service;
+    EXPECT_EQ(sharing_.send(client, ToldServer::ID), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(sharing_.send(client, ""), MRB_ERR_NOT_FOUND);
+    EXPECT_THAT(sharing_.events(), IsEmpty());
+}
