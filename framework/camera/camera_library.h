@@ -1,7 +1,12 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/result.h"
 
@@ -29,8 +34,34 @@ struct CameraSizes {
     long long total = 0;
 };
 
+// A file on a camera, or a folder without a name.
+struct CameraPath {
+    std::string folder; // absolute, without a slash at its end unless it is "/"; exact bytes
+    std::string name;
+
+    bool operator==(const CameraPath &) const = default;
+};
+
+// What a camera says of a file without giving it.
+struct CameraFileFacts {
+    static constexpr std::int64_t UNSAID = -1;
+
+    std::int64_t size = UNSAID;     // bytes
+    std::int64_t modified = UNSAID; // seconds since 1970
+    std::int64_t width = UNSAID;    // pixels
+    std::int64_t height = UNSAID;
+};
+
+// The parts of a file that a camera can give apart from it.
+enum class CameraPart : std::uint8_t {
+    EXIF,    // its EXIF data, from "Exif\0\0" on
+    PREVIEW, // a small picture of it, mostly a JPEG of 160 x 120 pixels
+    WHOLE    // all of it
+};
+
 // A camera that is claimed for this process as long as this lives. Owned by who opened
-// it; one thread at a time, and each call may take seconds.
+// it; one thread at a time, and each call may take seconds. Whatever a camera says may be
+// wrong or hostile.
 class Camera {
   public:
     Camera() = default;
@@ -38,7 +69,28 @@ class Camera {
     Camera(const Camera &) = delete;
     Camera &operator=(const Camera &) = delete;
 
+    // Has every later call ask, as often as the camera shows that it is alive, whether to
+    // end with MRB_ERR_CANCELLED.
+    using IsStopped = std::function<bool()>;
+    virtual void heed(IsStopped isStopped) = 0;
+
     virtual Outcome readSizes(CameraSizes &sizes) = 0;
+
+    // The names of all files, or of all folders, in a folder; exact bytes.
+    virtual Outcome listFiles(const std::string &folder, std::vector<std::string> &names) = 0;
+    virtual Outcome listFolders(const std::string &folder, std::vector<std::string> &names) = 0;
+
+    virtual Outcome readFacts(const CameraPath &file, CameraFileFacts &facts) = 0;
+
+    // Reads up to `length` bytes from `offset` on; `got` is how many there were.
+    // MRB_ERR_NOT_SUPPORTED: this camera gives whole files only.
+    virtual Outcome readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                           std::size_t &got) = 0;
+
+    // Hands the bytes of a part to `take` in pieces; false: no more of them, which is
+    // MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: there is no such part.
+    using Take = std::function<bool(std::string_view piece)>;
+    virtual Outcome read(const CameraPath &file, CameraPart part, const Take &take) = 0;
 };
 
 // The drivers for cameras. Any thread.

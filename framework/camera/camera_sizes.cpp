@@ -1,11 +1,12 @@
 #include "camera/camera_sizes.h"
 
 #include <chrono>
-#include <exception>
 #include <map>
+#include <memory>
 #include <mutex>
 
 #include "base/log.h"
+#include "camera/camera_service.h"
 
 namespace mrb {
 namespace {
@@ -33,13 +34,13 @@ Memory &memory() {
 }
 
 Outcome ask(const CameraAddress &address, CameraSizes &sizes) {
-    try {
-        Outcome outcome;
-        const std::unique_ptr<Camera> camera = cameraLibrary().open(address, outcome);
-        return camera ? camera->readSizes(sizes) : outcome;
-    } catch (const std::exception &failure) {
-        return {MRB_ERR_NOT_SUPPORTED, failure.what()};
+    const auto told = std::make_shared<CameraSizes>();
+    Outcome outcome =
+        CameraService::instance().run(address, [told](Camera &camera) { return camera.readSizes(*told); });
+    if (outcome.code == MRB_ERR_NONE) {
+        sizes = *told;
     }
+    return outcome;
 }
 
 } // namespace

@@ -24,6 +24,9 @@ long long added(long long sum, std::uint64_t kilobytes) {
     return sum + static_cast<long long>(std::min(kilobytes, room / KILOBYTE) * KILOBYTE);
 }
 
+// PTP has no more bits for it: what is as long, or longer, does not tell its size.
+constexpr std::uint64_t SIZE_UNSAID = 0xffff'ffff;
+
 int meaningOf(int code) {
     switch (code) {
     case GP_ERROR_IO_USB_CLAIM:
@@ -60,7 +63,22 @@ Outcome outcomeOfGphoto(int code, const std::string &about) {
     if (code >= GP_OK) {
         return {};
     }
-    return {meaningOf(code), about + ": " + displayText(gp_result_as_string(code))};
+    return {meaningOf(code), displayText(about) + ": " + displayText(gp_result_as_string(code))};
+}
+
+GphotoCamera::GphotoCamera(Handle camera) : camera_(std::move(camera)) {
+    // Both are called while the camera works, which is the only sign that it does.
+    gp_context_set_cancel_func(
+        context_.get(),
+        [](GPContext *, void *self) {
+            return static_cast<GphotoCamera *>(self)->isStopped() ? GP_CONTEXT_FEEDBACK_CANCEL
+                                                                  : GP_CONTEXT_FEEDBACK_OK;
+        },
+        this);
+    gp_context_set_progress_funcs(
+        context_.get(), [](GPContext *, float, const char *, void *) { return 0U; },
+        [](GPContext *, unsigned, float, void *self) { static_cast<GphotoCamera *>(self)->isStopped(); },
+        [](GPContext *, unsigned, void *) {}, this);
 }
 
 GphotoCamera::~GphotoCamera() { gp_camera_exit(camera_.get(), context_.get()); }
@@ -83,6 +101,124 @@ Outcome GphotoCamera::readSizes(CameraSizes &sizes) {
         }
     }
     return {};
+}
+
+Outcome GphotoCamera::list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names) {
+    CameraList *made = nullptr;
+    int code = gp_list_new(&made);
+    const std::unique_ptr<CameraList, GphotoRelease> list(made);
+    if (code >= GP_OK) {
+        code = listNames(camera_.get(), folder.c_str(), list.get(), context_.get());
+    }
+    const int number = code < GP_OK ? code : gp_list_count(list.get());
+    for (int index = 0; index < number; ++index) {
+        const char *name = nullptr;
+        if (gp_list_get_name(list.get(), index, &name) >= GP_OK && name != nullptr) {
+            names.emplace_back(name);
+        }
+    }
+    return outcomeOfGphoto(number, folder);
+}
+
+Outcome GphotoCamera::listFiles(const std::string &folder, std::vector<std::string> &names) {
+    return list(gp_camera_folder_list_files, folder, names);
+}
+
+Outcome GphotoCamera::listFolders(const std::string &folder, std::vector<std::string> &names) {
+    return list(gp_camera_folder_list_folders, folder, names);
+}
+
+Outcome GphotoCamera::readFacts(const CameraPath &file, CameraFileFacts &facts) {
+    CameraFileInfo info{};
+    const int code =
+        gp_camera_file_get_info(camera_.get(), file.folder.c_str(), file.name.c_str(), &info, context_.get());
+    if (code < GP_OK) {
+        return outcomeOfGphoto(code, file.name);
+    }
+    facts = {};
+    const auto has = [&info](unsigned field) { return (info.file.fields & field) != 0; };
+    if (has(GP_FILE_INFO_SIZE) && info.file.size < SIZE_UNSAID) {
+        facts.size = static_cast<std::int64_t>(info.file.size);
+    }
+    if (has(GP_FILE_INFO_MTIME) && info.file.mtime > 0) {
+        facts.modified = info.file.mtime;
+    }
+    if (has(GP_FILE_INFO_WIDTH) && has(GP_FILE_INFO_HEIGHT) && info.file.width > 0 && info.file.height > 0) {
+        facts.width = info.file.width;
+        facts.height = info.file.height;
+    }
+    return {};
+}
+
+Outcome GphotoCamera::readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                             std::size_t &got) {
+    std::uint64_t size = length;
+    const int code = gp_camera_file_read(camera_.get(), file.folder.c_str(), file.name.c_str(),
+                                         GP_FILE_TYPE_NORMAL, offset, buffer, &size, context_.get());
+    got = code < GP_OK ? 0 : static_cast<std::size_t>(std::min<std::uint64_t>(size, length));
+    return outcomeOfGphoto(code, file.name);
+}
+
+Outcome GphotoCamera::get(const CameraPath &file, CameraFileType type, CameraFile *given) {
+    const int code = gp_camera_file_get(camera_.get(), file.folder.c_str(), file.name.c_str(), type, given,
+                                        context_.get());
+    return outcomeOfGphoto(code, file.name);
+}
+
+Outcome GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &take) {
+    return part == CameraPart::WHOLE
+               ? readWhole(file, take)
+               : readSmall(file, part == CameraPart::EXIF ? GP_FILE_TYPE_EXIF : GP_FILE_TYPE_PREVIEW, take);
+}
+
+// The library keeps what is small until the camera is let go, so it is in its memory anyway.
+Outcome GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
+    CameraFile *made = nullptr;
+    int code = gp_file_new(&made);
+    const std::unique_ptr<CameraFile, GphotoRelease> given(made);
+    Outcome outcome = code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, type, given.get());
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    const char *bytes = nullptr;
+    unsigned long size = 0;
+    code = gp_file_get_data_and_size(given.get(), &bytes, &size);
+    if (code < GP_OK || bytes == nullptr || size == 0) {
+        return {MRB_ERR_NOT_FOUND, displayText(file.name) + ": the camera has no such part of it."};
+    }
+    return take({bytes, size}) ? Outcome() : Outcome{MRB_ERR_CANCELLED, "No more of it was wanted."};
+}
+
+Outcome GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
+    // Lives as long as the camera, since the library may keep the file that leads to it.
+    receiver_ = {&take, 0, false};
+    CameraFileHandler handler{Receiver::size, Receiver::read, Receiver::write};
+    CameraFile *made = nullptr;
+    const int code = gp_file_new_from_handler(&made, &handler, &receiver_);
+    const std::unique_ptr<CameraFile, GphotoRelease> given(made);
+    Outcome outcome =
+        code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
+    receiver_.take = nullptr;
+    return receiver_.isRefused ? Outcome{MRB_ERR_CANCELLED, "No more of it was wanted."} : outcome;
+}
+
+int GphotoCamera::Receiver::size(void *self, std::uint64_t *size) {
+    *size = static_cast<Receiver *>(self)->taken;
+    return GP_OK;
+}
+
+// What was taken is gone.
+int GphotoCamera::Receiver::read(void * /*self*/, unsigned char * /*bytes*/, std::uint64_t *length) {
+    *length = 0;
+    return GP_ERROR_NOT_SUPPORTED;
+}
+
+int GphotoCamera::Receiver::write(void *self, unsigned char *bytes, std::uint64_t *length) {
+    auto &receiver = *static_cast<Receiver *>(self);
+    const std::string_view piece(reinterpret_cast<const char *>(bytes), *length);
+    receiver.isRefused = receiver.isRefused || receiver.take == nullptr || !(*receiver.take)(piece);
+    receiver.taken += piece.size();
+    return receiver.isRefused ? GP_ERROR_CANCEL : GP_OK;
 }
 
 } // namespace mrb

@@ -14,12 +14,39 @@ class GphotoCamera final : public Camera {
   public:
     using Handle = std::unique_ptr<::Camera, GphotoRelease>;
 
-    explicit GphotoCamera(Handle camera) : camera_(std::move(camera)) {}
+    explicit GphotoCamera(Handle camera);
     ~GphotoCamera() override;
 
+    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
     Outcome readSizes(CameraSizes &sizes) override;
+    Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override;
+    Outcome listFolders(const std::string &folder, std::vector<std::string> &names) override;
+    Outcome readFacts(const CameraPath &file, CameraFileFacts &facts) override;
+    Outcome readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                   std::size_t &got) override;
+    Outcome read(const CameraPath &file, CameraPart part, const Take &take) override;
 
   private:
+    // What the library writes a file into, piece by piece.
+    struct Receiver {
+        const Take *take = nullptr;
+        std::uint64_t taken = 0;
+        bool isRefused = false;
+
+        static int size(void *self, std::uint64_t *size);
+        static int read(void *self, unsigned char *bytes, std::uint64_t *length);
+        static int write(void *self, unsigned char *bytes, std::uint64_t *length);
+    };
+
+    Outcome get(const CameraPath &file, CameraFileType type, CameraFile *given);
+    Outcome readSmall(const CameraPath &file, CameraFileType type, const Take &take);
+    Outcome readWhole(const CameraPath &file, const Take &take);
+    using ListNames = int(::Camera *, const char *, CameraList *, GPContext *);
+    Outcome list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names);
+    bool isStopped() { return isStopped_ && isStopped_(); }
+
+    IsStopped isStopped_;
+    Receiver receiver_;
     const std::unique_ptr<GPContext, GphotoRelease> context_{gp_context_new()};
     const Handle camera_; // open
 };

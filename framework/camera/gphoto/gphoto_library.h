@@ -16,6 +16,9 @@ struct GphotoRelease {
     void operator()(CameraAbilitiesList *list) const { gp_abilities_list_free(list); }
     void operator()(GPPortInfoList *list) const { gp_port_info_list_free(list); }
     void operator()(GPContext *context) const { gp_context_unref(context); }
+    void operator()(CameraList *list) const { gp_list_free(list); }
+    // The library may keep it for the next time.
+    void operator()(CameraFile *file) const { gp_file_unref(file); }
 };
 
 // libgphoto2's drivers. It loads them by a library that has one state for the whole

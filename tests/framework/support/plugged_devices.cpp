@@ -15,7 +15,7 @@ void awaitCameraThreads() {
     const auto works = [](const std::filesystem::directory_entry &thread) {
         std::string name;
         std::getline(std::ifstream(thread.path() / "comm"), name);
-        return name == "mrb-camera" || name == "mrb-sizes";
+        return name.starts_with("mrb-camera") || name == "mrb-sizes";
     };
     const auto deadline = std::chrono::steady_clock::now() + LIMIT;
     while (std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/task"), works)) {

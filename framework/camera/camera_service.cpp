@@ -1,0 +1,250 @@
+#include "camera/camera_service.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How often who waits looks whether to go on. An end is told at once.
+constexpr auto GLANCE = std::chrono::milliseconds(20);
+
+// How long a process that ends waits for cameras.
+constexpr auto FAREWELL = std::chrono::seconds(2);
+
+// After these it is not known what the camera is at.
+bool isBroken(int code) {
+    return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_TIMEOUT || code == MRB_ERR_BUSY;
+}
+
+Outcome cancelled() { return {MRB_ERR_CANCELLED, "What was asked of the camera was taken back."}; }
+
+Outcome silent() { return {MRB_ERR_TIMEOUT, "The camera does not answer."}; }
+
+} // namespace
+
+class CameraService::Task {
+  public:
+    Task(Work work, std::shared_ptr<Line> line) : work_(std::move(work)), line_(std::move(line)) {}
+
+  private:
+    friend class CameraService;
+
+    Work work_; // of the camera's thread, once it began
+    const std::shared_ptr<Line> line_;
+    std::atomic<bool> isUnwanted_ = false;
+    // Guarded by the state's lock.
+    bool isDone_ = false;
+    Outcome outcome_;
+};
+
+struct CameraService::Line {
+    explicit Line(CameraAddress where) : address(std::move(where)) {}
+
+    const CameraAddress address;
+    std::atomic<Clock::rep> lastSign = 0; // of the camera's life, by Clock
+    // Guarded by the state's lock.
+    std::deque<std::shared_ptr<Task>> waiting;
+    bool isAtWork = false;
+    bool mustReopen = false;
+
+    void sign() { lastSign = Clock::now().time_since_epoch().count(); }
+    [[nodiscard]] bool isSilent(Clock::duration limit) const {
+        return Clock::now().time_since_epoch() - Clock::duration(lastSign) > limit;
+    }
+};
+
+struct CameraService::State {
+    std::function<CameraLibrary &()> library;
+    Limits limits;
+    std::atomic<bool> isDown = false; // set with the lock held
+
+    std::mutex lock;                                    // guards what follows, and all lines
+    std::condition_variable wake;                       // the threads
+    std::condition_variable change;                     // who waits
+    std::map<std::string, std::shared_ptr<Line>> lines; // by port; each has a thread
+};
+
+CameraService::CameraService(std::function<CameraLibrary &()> library, Limits limits)
+    : state_(std::make_shared<State>()) {
+    state_->library = std::move(library);
+    state_->limits = limits;
+}
+
+CameraService::~CameraService() { shutDown(Clock::time_point::max()); }
+
+CameraService &CameraService::instance() {
+    // Never destroyed: a thread that is left behind, and clients that come late, still use it.
+    static CameraService &service = []() -> CameraService & {
+        auto &made = *new CameraService(cameraLibrary, {});
+        std::atexit([] { instance().shutDown(Clock::now() + FAREWELL); });
+        return made;
+    }();
+    return service;
+}
+
+Outcome CameraService::run(const CameraAddress &address, Work work, const IsStopped &stopped,
+                           std::chrono::milliseconds limit) {
+    return wait(start(address, std::move(work)), stopped, limit);
+}
+
+std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &address, Work work) {
+    const std::lock_guard guard(state_->lock);
+    const auto known = state_->lines.find(address.port);
+    const bool isNew = known == state_->lines.end();
+    const std::shared_ptr<Line> line = isNew ? std::make_shared<Line>(address) : known->second;
+    auto task = std::make_shared<Task>(std::move(work), line);
+    if (state_->isDown) {
+        task->isDone_ = true;
+        task->outcome_ = cancelled();
+        return task;
+    }
+    line->waiting.push_back(task);
+    if (isNew) {
+        startThread("mrb-camera-io", [state = state_, line] { serve(state, line); }).detach();
+        state_->lines[address.port] = line;
+    }
+    state_->wake.notify_all();
+    return task;
+}
+
+Outcome CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &stopped,
+                            std::chrono::milliseconds limit) {
+    const auto deadline = Clock::now() + limit;
+    std::unique_lock guard(state_->lock);
+    while (!state_->change.wait_for(guard, GLANCE, [&] { return task->isDone_; })) {
+        // Who has less patience need not find out anew what others did.
+        const bool isSilent =
+            task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
+        guard.unlock();
+        Outcome outcome;
+        if (stopped && stopped()) {
+            outcome = cancelled();
+        } else if (isSilent) {
+            outcome = silent();
+        } else if (Clock::now() >= deadline) {
+            outcome = {MRB_ERR_TIMEOUT, "The camera is at work on something else, or slow."};
+        }
+        if (outcome.code != MRB_ERR_NONE) {
+            giveUp(task);
+            return outcome;
+        }
+        guard.lock();
+    }
+    return task->outcome_;
+}
+
+bool CameraService::isOver(const std::shared_ptr<Task> &task, Outcome &outcome) {
+    const std::lock_guard guard(state_->lock);
+    if (task->isDone_) {
+        outcome = task->outcome_;
+    } else if (task->line_->isAtWork && task->line_->isSilent(state_->limits.silence)) {
+        outcome = silent();
+        return true;
+    }
+    return task->isDone_;
+}
+
+void CameraService::giveUp(const std::shared_ptr<Task> &task) {
+    if (task) {
+        task->isUnwanted_ = true;
+    }
+}
+
+void CameraService::refresh(const CameraAddress &address) {
+    const std::lock_guard guard(state_->lock);
+    if (const auto line = state_->lines.find(address.port); line != state_->lines.end()) {
+        line->second->mustReopen = true;
+    }
+}
+
+// The life of a camera's thread.
+void CameraService::serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line) {
+    std::unique_ptr<Camera> camera;
+    std::unique_lock guard(state->lock);
+    while (true) {
+        const bool isMore = state->wake.wait_for(guard, state->limits.linger,
+                                                 [&] { return !line->waiting.empty() || state->isDown; });
+        if (line->waiting.empty() && camera && (!isMore || state->isDown)) {
+            // Letting it go takes time, in which somebody may come: this stays its thread.
+            guard.unlock();
+            camera.reset();
+            guard.lock();
+        }
+        if (line->waiting.empty() && (!isMore || state->isDown)) {
+            break;
+        }
+        if (line->waiting.empty()) {
+            continue;
+        }
+        const std::shared_ptr<Task> task = std::move(line->waiting.front());
+        line->waiting.pop_front();
+        const bool isStale = std::exchange(line->mustReopen, false);
+        line->isAtWork = true;
+        line->sign();
+        guard.unlock();
+        if (isStale) {
+            camera.reset();
+        }
+        Outcome outcome = work(*state, *line, *task, camera);
+        task->work_ = nullptr; // and what it owns, on this thread
+        guard.lock();
+        line->isAtWork = false;
+        task->outcome_ = std::move(outcome);
+        task->isDone_ = true;
+        state->change.notify_all();
+    }
+    state->lines.erase(line->address.port);
+    state->change.notify_all();
+}
+
+Outcome CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
+    const auto isStopped = [&state, &line, &task] {
+        line.sign();
+        return task.isUnwanted_ || state.isDown;
+    };
+    if (isStopped()) {
+        return cancelled();
+    }
+    Outcome outcome;
+    try {
+        if (!camera) {
+            camera = state.library().open(line.address, outcome);
+        }
+        if (camera) {
+            camera->heed(isStopped);
+            outcome = task.work_(*camera);
+            camera->heed({});
+        }
+    } catch (const std::exception &failure) {
+        outcome = {MRB_ERR_NOT_SUPPORTED, failure.what()};
+    }
+    if (isBroken(outcome.code)) {
+        camera.reset();
+    }
+    return outcome;
+}
+
+void CameraService::shutDown(Clock::time_point deadline) {
+    std::unique_lock guard(state_->lock);
+    state_->isDown = true;
+    state_->wake.notify_all();
+    if (!state_->change.wait_until(guard, deadline, [this] { return state_->lines.empty(); })) {
+        MRB_LOG_WARNING("A camera does not answer; the process ends without letting it go.");
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "camera/camera_library.h"
+
+namespace mrb {
+
+// All that is done with cameras: each has a thread of its own, on which every call for it
+// runs, one after the other, and is claimed for this process only as long as there is
+// something to do, and a moment longer. The process has one, see instance(); any thread
+// may call it.
+class CameraService {
+  public:
+    struct Limits {
+        // A camera that shows no sign of life for so long does not answer.
+        std::chrono::milliseconds silence = std::chrono::seconds(30);
+        // So long a camera is kept for who comes next.
+        std::chrono::milliseconds linger = std::chrono::seconds(1);
+    };
+    static constexpr std::chrono::milliseconds NO_LIMIT = std::chrono::hours(24 * 365);
+
+    // `library` may throw std::exception, which is MRB_ERR_NOT_SUPPORTED to all who ask.
+    CameraService(std::function<CameraLibrary &()> library, Limits limits);
+    ~CameraService();
+    CameraService(const CameraService &) = delete;
+    CameraService &operator=(const CameraService &) = delete;
+
+    static CameraService &instance();
+
+    // What is done with a camera, on its thread. It may still be at it when nobody waits
+    // any more, so it owns what it uses; the camera's calls then end soon.
+    using Work = std::function<Outcome(Camera &camera)>;
+    using IsStopped = std::function<bool()>;
+
+    // Does `work` behind what waits for the camera already, and returns how that ended; or
+    // before, when `stopped` becomes true (MRB_ERR_CANCELLED), when the limit is over or the
+    // camera does not answer (MRB_ERR_TIMEOUT). `stopped` is asked on the calling thread.
+    Outcome run(const CameraAddress &address, Work work, const IsStopped &stopped = {},
+                std::chrono::milliseconds limit = NO_LIMIT);
+
+    // Something that is done while the caller does something else.
+    class Task;
+    std::shared_ptr<Task> start(const CameraAddress &address, Work work);
+    Outcome wait(const std::shared_ptr<Task> &task, const IsStopped &stopped = {},
+                 std::chrono::milliseconds limit = NO_LIMIT);
+    // Whether it has ended, and how; or its camera does not answer (MRB_ERR_TIMEOUT).
+    bool isOver(const std::shared_ptr<Task> &task, Outcome &outcome);
+    // Nobody will wait for it: it ends soon, or does not begin. Null: nothing.
+    static void giveUp(const std::shared_ptr<Task> &task);
+
+    // Has the camera opened anew for what is asked next: a camera that is open says what
+    // was there when it was asked first.
+    void refresh(const CameraAddress &address);
+
+    // Ends all work and lets the cameras go; what does not end until the deadline is left
+    // behind. From now on everything is MRB_ERR_CANCELLED.
+    void shutDown(std::chrono::steady_clock::time_point deadline);
+
+  private:
+    struct Line; // of one camera
+    struct State;
+
+    static void serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line);
+    static Outcome work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera);
+
+    const std::shared_ptr<State> state_; // shared with threads that are left behind
+};
+
+} // namespace mrb

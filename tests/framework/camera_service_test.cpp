@@ -1,0 +1,291 @@
+// The threads of cameras: turns, limits, and cameras that hang, fail or are held by others.
+// The cameras here are the tests' own, since no real one does such things when it should.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <latch>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "camera/camera_service.h"
+#include "support/client.h"
+
+using mrb::Camera;
+using mrb::CameraAddress;
+using mrb::CameraService;
+using mrb::Outcome;
+using std::chrono::milliseconds;
+
+namespace {
+
+class TestCamera final : public Camera {
+  public:
+    explicit TestCamera(std::atomic<int> &open) : open_(open) { ++open_; }
+    ~TestCamera() override { --open_; }
+    TestCamera(const TestCamera &) = delete;
+    TestCamera &operator=(const TestCamera &) = delete;
+
+    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
+    Outcome readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
+    Outcome listFiles(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
+        return {};
+    }
+    Outcome listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
+        return {};
+    }
+    Outcome readFacts(const mrb::CameraPath & /*file*/, mrb::CameraFileFacts & /*facts*/) override {
+        return {};
+    }
+    Outcome readAt(const mrb::CameraPath & /*file*/, std::uint64_t /*offset*/, char * /*buffer*/,
+                   std::size_t /*length*/, std::size_t & /*got*/) override {
+        return {};
+    }
+    Outcome read(const mrb::CameraPath & /*file*/, mrb::CameraPart /*part*/, const Take & /*take*/) override {
+        return {};
+    }
+
+    // Works, and shows that it does, until it is told to stop.
+    Outcome workUntilStopped() const {
+        while (!isStopped_()) {
+            std::this_thread::yield();
+        }
+        return {MRB_ERR_CANCELLED, {}};
+    }
+
+  private:
+    std::atomic<int> &open_;
+    IsStopped isStopped_;
+};
+
+class TestLibrary final : public mrb::CameraLibrary {
+  public:
+    mrb::CameraModel modelOf(const CameraAddress & /*address*/) override { return {}; }
+    std::unique_ptr<Camera> open(const CameraAddress & /*address*/, Outcome &outcome) override {
+        ++opened;
+        if (refusal.code != MRB_ERR_NONE) {
+            outcome = refusal;
+            return nullptr;
+        }
+        return std::make_unique<TestCamera>(nowOpen);
+    }
+
+    Outcome refusal;
+    std::atomic<int> opened = 0;
+    std::atomic<int> nowOpen = 0;
+};
+
+Outcome nothing(Camera & /*camera*/) { return {}; }
+
+class CameraServiceTest : public testing::Test {
+  protected:
+    static constexpr milliseconds LONG = support::LIMIT;
+
+    // True as soon as `fact` is; false when it does not come.
+    template <typename Fact>
+    static bool comes(Fact fact) {
+        const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
+        while (!fact()) {
+            if (std::chrono::steady_clock::now() > limit) {
+                return false;
+            }
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
+    CameraService &service(milliseconds silence = LONG, milliseconds linger = LONG) {
+        service_ = std::make_unique<CameraService>([this]() -> mrb::CameraLibrary & { return library; },
+                                                   CameraService::Limits{silence, linger});
+        return *service_;
+    }
+
+    const CameraAddress one{"usb:001,001", 1, 1};
+    const CameraAddress two{"usb:001,002", 1, 1};
+    TestLibrary library;
+
+  private:
+    std::unique_ptr<CameraService> service_;
+};
+
+} // namespace
+
+TEST_F(CameraServiceTest, ACameraHasOneThreadAndIsOpenedOnce) {
+    CameraService &cameras = service();
+    std::set<std::thread::id> threads;
+    for (int round = 0; round < 20; ++round) {
+        EXPECT_EQ(cameras
+                      .run(one,
+                           [&](Camera & /*camera*/) {
+                               threads.insert(std::this_thread::get_id());
+                               return Outcome();
+                           })
+                      .code,
+                  MRB_ERR_NONE);
+    }
+    EXPECT_EQ(threads.size(), 1U);
+    EXPECT_EQ(threads.count(std::this_thread::get_id()), 0U);
+    EXPECT_EQ(library.opened, 1);
+}
+
+TEST_F(CameraServiceTest, WhatIsAskedOfACameraWaitsForWhatWasAskedBefore) {
+    CameraService &cameras = service();
+    std::latch go(1);
+    std::string order;
+    const auto first = cameras.start(one, [&](Camera & /*camera*/) {
+        go.wait();
+        order += 'a';
+        return Outcome();
+    });
+    const auto second = cameras.start(one, [&](Camera & /*camera*/) {
+        order += 'b';
+        return Outcome();
+    });
+    // Another camera does not wait.
+    EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
+    go.count_down();
+    EXPECT_EQ(cameras.wait(second).code, MRB_ERR_NONE);
+    EXPECT_EQ(cameras.wait(first).code, MRB_ERR_NONE);
+    EXPECT_EQ(order, "ab");
+}
+
+TEST_F(CameraServiceTest, ACameraIsLetGoSoonAfterItsLastWork) {
+    CameraService &cameras = service(LONG, milliseconds(1));
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
+    EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
+    EXPECT_EQ(library.opened, 2);
+}
+
+TEST_F(CameraServiceTest, ARefreshOpensItAnew) {
+    CameraService &cameras = service();
+    cameras.refresh(one); // there is nothing to refresh
+    cameras.run(one, nothing);
+    cameras.refresh(one);
+    cameras.run(one, nothing);
+    cameras.run(one, nothing);
+    EXPECT_EQ(library.opened, 2);
+    EXPECT_EQ(library.nowOpen, 1);
+}
+
+TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsSaysSoToAllWhoAsk) {
+    library.refusal = {MRB_ERR_BUSY, "Could not claim the USB device"};
+    CameraService &cameras = service();
+    for (int round = 0; round < 3; ++round) {
+        const Outcome outcome = cameras.run(one, nothing);
+        EXPECT_EQ(outcome.code, MRB_ERR_BUSY);
+        EXPECT_EQ(outcome.message, "Could not claim the USB device");
+    }
+    library.refusal = {};
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE) << "it was given back";
+}
+
+TEST_F(CameraServiceTest, OneThatFailedIsOpenedAnew) {
+    CameraService &cameras = service();
+    EXPECT_EQ(cameras.run(one, [](Camera &) { return Outcome{MRB_ERR_IO, "cable"}; }).message, "cable");
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
+    EXPECT_EQ(library.opened, 2);
+}
+
+TEST_F(CameraServiceTest, OneThatHangsIsWaitedForOnlySoLong) {
+    CameraService &cameras = service(milliseconds(50));
+    std::latch answer(1);
+    const Outcome outcome = cameras.run(one, [&answer](Camera & /*camera*/) {
+        answer.wait();
+        return Outcome();
+    });
+    EXPECT_EQ(outcome.code, MRB_ERR_TIMEOUT);
+    EXPECT_EQ(outcome.message, "The camera does not answer.");
+    // Who comes next does not wait again.
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_TIMEOUT);
+    // Another camera is not held up.
+    EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
+    answer.count_down();
+    EXPECT_TRUE(comes([&] { return cameras.run(one, nothing).code == MRB_ERR_NONE; }));
+}
+
+TEST_F(CameraServiceTest, WhoHasLittlePatienceDoesNotFindOutAnewThatOneHangs) {
+    CameraService &cameras = service(LONG);
+    std::latch answer(1);
+    const auto hangs = cameras.start(one, [&answer](Camera & /*camera*/) {
+        answer.wait();
+        return Outcome();
+    });
+    EXPECT_EQ(cameras.run(one, nothing, {}, milliseconds(30)).code, MRB_ERR_TIMEOUT);
+    const Outcome outcome = cameras.run(one, nothing, {}, milliseconds(30));
+    EXPECT_EQ(outcome.message, "The camera does not answer.");
+    answer.count_down();
+    EXPECT_EQ(cameras.wait(hangs).code, MRB_ERR_NONE);
+}
+
+TEST_F(CameraServiceTest, OneThatWorksLongIsNotTakenForOneThatHangs) {
+    CameraService &cameras = service(milliseconds(100));
+    const auto begun = std::chrono::steady_clock::now();
+    const Outcome outcome = cameras.run(
+        one, [](Camera &camera) { return dynamic_cast<TestCamera &>(camera).workUntilStopped(); },
+        [begun] { return std::chrono::steady_clock::now() - begun > milliseconds(400); });
+    EXPECT_EQ(outcome.code, MRB_ERR_CANCELLED);
+}
+
+TEST_F(CameraServiceTest, WhatIsNotWantedAnyMoreEndsAndWhatWaitsBehindItIsDone) {
+    CameraService &cameras = service();
+    std::atomic<bool> isStopped = false;
+    std::latch begun(1);
+    auto long1 = std::async(std::launch::async, [&] {
+        return cameras.run(
+            one,
+            [&begun](Camera &camera) {
+                begun.count_down();
+                return dynamic_cast<TestCamera &>(camera).workUntilStopped();
+            },
+            [&isStopped] { return isStopped.load(); });
+    });
+    begun.wait();
+    auto next = std::async(std::launch::async, [&] { return cameras.run(one, nothing); });
+    isStopped = true;
+    EXPECT_EQ(long1.get().code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(next.get().code, MRB_ERR_NONE);
+}
+
+TEST_F(CameraServiceTest, AShutDownEndsWhatIsUnderWayAndLetsCamerasGo) {
+    CameraService &cameras = service();
+    const auto task = cameras.start(
+        one, [](Camera &camera) { return dynamic_cast<TestCamera &>(camera).workUntilStopped(); });
+    cameras.shutDown(std::chrono::steady_clock::now() + LONG);
+    EXPECT_EQ(cameras.wait(task).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(library.nowOpen, 0);
+}
+
+TEST_F(CameraServiceTest, AShutDownLeavesOneThatHangsBehind) {
+    std::latch answer(1);
+    std::latch gone(1);
+    struct AtEnd {
+        std::latch &gone;
+        ~AtEnd() { gone.count_down(); }
+    };
+    {
+        CameraService &cameras = service();
+        const auto owned = std::shared_ptr<AtEnd>(new AtEnd{gone});
+        cameras.start(one, [&answer, owned](Camera & /*camera*/) {
+            answer.wait();
+            return Outcome();
+        });
+        cameras.shutDown(std::chrono::steady_clock::now() + milliseconds(20));
+    }
+    answer.count_down();
+    gone.wait(); // what it used is released by whoever hung
+    EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
+}
+
+TEST_F(CameraServiceTest, WithoutDriversNothingIsSupported) {
+    CameraService cameras([]() -> mrb::CameraLibrary & { throw std::runtime_error("no drivers"); },
+                          CameraService::Limits{});
+    const Outcome outcome = cameras.run(one, nothing);
+    EXPECT_EQ(outcome.code, MRB_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(outcome.message, "no drivers");
+    cameras.shutDown(std::chrono::steady_clock::now() + LONG);
+}
