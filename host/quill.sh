@@ -29,6 +29,7 @@ Options:
                     replaces it (may be given several times)
   --device FOLDER   let a folder stand for an attached device while it is there
                     (may be given several times)
+  --camera FOLDER   the same for a camera, of which the folder is the memory card
   --log             print the system log to standard error
   -h, --help        print this text
   -v, --version     print versions
@@ -38,6 +39,7 @@ Environment:
   QUILL_NODE        the node program to run
   QUILL_LOG         where the system log goes: system (the default), stderr or off
   MRB_DEVICES       folders as for --device, absolute, with line feeds between them
+  MRB_CAMERAS       the same for --camera
 END
 }
 
@@ -66,17 +68,20 @@ add_bridge() {
     bridges=$bridges$1$newline
 }
 
-# The media framework reads them there.
+# add_device OPTION FOLDER: the media framework reads them from the environment.
 add_device() {
-    case $1 in
-        '') fail '--device needs a folder' ;;
-        *"$newline"*) fail '--device: the name of the folder must not hold a line feed' ;;
+    case $2 in
+        '') fail "$1 needs a folder" ;;
+        *"$newline"*) fail "$1: the name of the folder must not hold a line feed" ;;
         /*) ;;
-        *) set -- "$PWD/$1" ;;
+        *) set -- "$1" "$PWD/$2" ;;
     esac
     # One that is not there may come; a file is a mistake.
-    [ ! -e "$1" ] || [ -d "$1" ] || fail "--device $1: that is no folder"
-    export MRB_DEVICES="${MRB_DEVICES:+$MRB_DEVICES$newline}$1"
+    [ ! -e "$2" ] || [ -d "$2" ] || fail "$1 $2: that is no folder"
+    case $1 in
+        --camera) export MRB_CAMERAS="${MRB_CAMERAS:+$MRB_CAMERAS$newline}$2" ;;
+        *) export MRB_DEVICES="${MRB_DEVICES:+$MRB_DEVICES$newline}$2" ;;
+    esac
 }
 
 # Our own options may stand among those of Node.js; the rest keeps its order.
@@ -101,13 +106,13 @@ while [ "$left" -gt 0 ]; do
             left=$((left - 1))
             ;;
         --bridge=*) add_bridge "${argument#--bridge=}" ;;
-        --device)
-            [ "$left" -gt 0 ] || fail '--device needs a folder'
-            add_device "$1"
+        --device | --camera)
+            [ "$left" -gt 0 ] || fail "$argument needs a folder"
+            add_device "$argument" "$1"
             shift
             left=$((left - 1))
             ;;
-        --device=*) add_device "${argument#--device=}" ;;
+        --device=* | --camera=*) add_device "${argument%%=*}" "${argument#*=}" ;;
         --log) export QUILL_LOG=stderr ;;
         -e | --eval | -p | --print | -pe)
             [ "$left" -gt 0 ] || fail "$argument needs the text to run"

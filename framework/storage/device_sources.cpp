@@ -12,6 +12,7 @@ std::vector<std::unique_ptr<DeviceSource>> makeDeviceSources() {
     sources.push_back(std::make_unique<LocalStorage>());
     sources.push_back(std::make_unique<Cameras>());
     sources.push_back(std::make_unique<OfferedFolders>(offeredFolders()));
+    sources.push_back(std::make_unique<OfferedFolders>(offeredFolders(OFFERED_CAMERAS), DeviceKind::CAMERA));
     return sources;
 }
 

@@ -37,7 +37,7 @@ int fileSystemOf(const std::string &folder) {
     return mount != nullptr ? fileSystemNumber(entryOf(mount).type) : MRB_FILE_SYSTEM_UNKNOWN;
 }
 
-Device describe(const std::string &folder) {
+Device describeStorage(const std::string &folder) {
     Device device;
     const std::string path = displayText(folder);
     device.id = "folder:" + path;
@@ -49,17 +49,30 @@ Device describe(const std::string &folder) {
     return device;
 }
 
+// `number`, from 1, tells it from others of the same name, as an address on a bus would.
+Device describeCamera(const std::string &folder, int number) {
+    Device device;
+    device.kind = DeviceKind::CAMERA;
+    device.id = "ptp:folder:" + displayText(folder);
+    device.name = displayText(std::filesystem::path(folder).filename()) + " (folder offered as a camera)";
+    device.vendor = "folder";
+    device.address = number;
+    device.camera.port = "disk:" + folder;
+    device.deviceClass = MRB_STORAGE_CLASS_FOLDER;
+    return device;
+}
+
 } // namespace
 
-std::vector<std::string> offeredFolders() {
+std::vector<std::string> offeredFolders(const char *variable) {
     std::vector<std::string> folders;
-    const char *named = std::getenv(OFFERED_FOLDERS);
+    const char *named = std::getenv(variable);
     std::istringstream lines(named != nullptr ? named : "");
     for (std::string line; std::getline(lines, line);) {
         if (!line.starts_with('/')) {
             if (!line.empty()) {
                 MRB_LOG_WARNING("\"%s\" in %s is not an absolute path; it is no device.",
-                                displayText(line).c_str(), OFFERED_FOLDERS);
+                                displayText(line).c_str(), variable);
             }
             continue;
         }
@@ -72,7 +85,8 @@ std::vector<std::string> offeredFolders() {
     return folders;
 }
 
-OfferedFolders::OfferedFolders(std::vector<std::string> folders) : folders_(std::move(folders)) {
+OfferedFolders::OfferedFolders(std::vector<std::string> folders, DeviceKind kind)
+    : folders_(std::move(folders)), kind_(kind) {
     if (folders_.empty()) {
         return;
     }
@@ -93,12 +107,15 @@ void OfferedFolders::look(DeviceTable &table) {
     // Before the look, so that what happens after it is told. To watch a folder once
     // more changes nothing; those that are gone are not watched any more.
     watch();
+    int number = 0;
     for (const std::string &folder : folders_) {
-        const std::string key = "folder:" + folder;
+        ++number;
+        const std::string key = (kind_ == DeviceKind::CAMERA ? "folder camera:" : "folder:") + folder;
         if (!isFolder(folder)) {
             table.remove(key);
         } else if (!table.contains(key)) {
-            table.set(key, describe(folder));
+            table.set(key,
+                      kind_ == DeviceKind::CAMERA ? describeCamera(folder, number) : describeStorage(folder));
         }
     }
 }

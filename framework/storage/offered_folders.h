@@ -8,18 +8,19 @@
 
 namespace mrb {
 
-// The environment variable that names the offered folders, absolute paths with a line
-// feed between them.
+// The environment variables that name the offered folders, absolute paths with a line
+// feed between them: those that stand for storage, and those that stand for cameras.
 inline constexpr const char *OFFERED_FOLDERS = "MRB_DEVICES";
+inline constexpr const char *OFFERED_CAMERAS = "MRB_CAMERAS";
 
-// Those that it names; what is not absolute is left out, and the log says so.
-std::vector<std::string> offeredFolders();
+// Those that a variable names; what is not absolute is left out, and the log says so.
+std::vector<std::string> offeredFolders(const char *variable = OFFERED_FOLDERS);
 
-// Folders that stand for devices, for trying a script without one: attached while the
-// folder is there. Owned by the DeviceService; one thread at a time.
+// Folders that stand for devices of a kind, for trying a script without one: attached while
+// the folder is there. Owned by the DeviceService; one thread at a time.
 class OfferedFolders final : public DeviceSource {
   public:
-    explicit OfferedFolders(std::vector<std::string> folders);
+    explicit OfferedFolders(std::vector<std::string> folders, DeviceKind kind = DeviceKind::USB);
     void addDescriptors(std::vector<pollfd> &waited) const override;
     void look(DeviceTable &table) override;
 
@@ -27,6 +28,7 @@ class OfferedFolders final : public DeviceSource {
     void watch();
 
     std::vector<std::string> folders_;
+    DeviceKind kind_;
     Descriptor changes_;
 };
 
