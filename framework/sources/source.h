@@ -138,8 +138,8 @@ class Source {
     // Whether the item is still there, as far as that can be said without waiting for
     // another machine. MRB_ERR_NOT_FOUND: it is gone.
     [[nodiscard]] virtual Outcome reach(const ItemFacts & /*item*/) const { return {}; }
-    // The exact bytes of the path under which this machine has the item as a file;
-    // empty where there is none.
+    // The exact bytes of the path under which this machine has the item as a file, or its URL
+    // where that lies on a camera, see MediaFile; empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
 
     // No value: the source says nothing beside what lists hold. `item` may be the source itself.

@@ -3,14 +3,11 @@
 #include "sources/dlna/dlna_source.h"
 #include "sources/folder/folder_source.h"
 #include "sources/playlist/playlist_source.h"
+#include "sources/ptp/ptp_source.h"
 #include "sources/source.h"
 
 namespace mrb {
 namespace {
-
-Outcome notSupported(const ListRequest &request, std::unique_ptr<Source> & /*source*/) {
-    return {MRB_ERR_NOT_SUPPORTED, "Lists of " + request.source + " are not supported."};
-}
 
 struct Entry {
     const char *name;
@@ -21,7 +18,7 @@ struct Entry {
 constexpr Entry SOURCES[] = {
     {"SOURCE_MSC", FolderSource::make},
     {"SOURCE_DLNA", DlnaSource::make},
-    {"SOURCE_PTP", notSupported},
+    {"SOURCE_PTP", PtpSource::make},
     {"SOURCE_PLAYLIST", PlaylistSource::make, true},
 };
 

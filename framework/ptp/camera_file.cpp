@@ -1,0 +1,80 @@
+#include "ptp/camera_file.h"
+
+#include <optional>
+
+namespace mrb {
+Outcome unlessRemoved(Outcome outcome, const std::string &device) {
+    const bool isOfCamera = outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED;
+    if (isOfCamera && !attachedCamera(device)) {
+        return {MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+    }
+    return outcome;
+}
+
+std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Outcome &outcome) {
+    const std::optional<CameraItem> item = readCameraUrl(url);
+    if (!item) {
+        outcome = {MRB_ERR_INVALID_PARAMETER, "\"" + url + "\" names no file on a camera."};
+        return nullptr;
+    }
+    const std::optional<Device> camera = attachedCamera(item->device);
+    if (!camera) {
+        outcome = {MRB_ERR_DEVICE_REMOVED, "The camera is not attached."};
+        return nullptr;
+    }
+    return std::make_unique<CameraFile>(item->device, camera->camera, cameraPathOf(item->path));
+}
+
+Outcome CameraFile::run(const CameraPatience &patience, CameraService::Work work) const {
+    return unlessRemoved(
+        CameraService::instance().run(address_, std::move(work), patience.stopped, patience.limit), device_);
+}
+
+Outcome CameraFile::readFacts(const CameraPatience &patience, CameraFileFacts &facts) const {
+    const auto told = std::make_shared<CameraFileFacts>();
+    Outcome outcome =
+        run(patience, [told, path = path_](Camera &camera) { return camera.readFacts(path, *told); });
+    if (outcome.code == MRB_ERR_NONE) {
+        facts = *told;
+    }
+    return outcome;
+}
+
+Outcome CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+                           std::string &bytes) const {
+    const auto told = std::make_shared<std::string>();
+    Outcome outcome = run(patience, [told, path = path_, offset, length](Camera &camera) {
+        told->resize(length);
+        std::size_t got = 0;
+        Outcome read = camera.readAt(path, offset, told->data(), length, got);
+        told->resize(got);
+        return read;
+    });
+    if (outcome.code == MRB_ERR_NONE) {
+        bytes += *told;
+    }
+    return outcome;
+}
+
+Outcome CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t most,
+                         std::string &bytes) const {
+    const auto told = std::make_shared<std::string>();
+    Outcome outcome = run(patience, [told, path = path_, part, most](Camera &camera) {
+        bool isTooLong = false;
+        Outcome read = camera.read(path, part, [&](std::string_view piece) {
+            isTooLong = piece.size() > most - told->size();
+            if (!isTooLong) {
+                told->append(piece);
+            }
+            return !isTooLong;
+        });
+        return isTooLong ? Outcome{MRB_ERR_OUT_OF_MEMORY, path.name + " is larger than what is fetched."}
+                         : read;
+    });
+    if (outcome.code == MRB_ERR_NONE) {
+        bytes = std::move(*told);
+    }
+    return outcome;
+}
+
+} // namespace mrb

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "camera/camera_service.h"
+#include "ptp/attached_cameras.h"
+
+namespace mrb {
+
+// How long somebody waits for a camera.
+struct CameraPatience {
+    CameraService::IsStopped stopped = {};
+    std::chrono::milliseconds limit = CameraService::NO_LIMIT;
+};
+
+// A file on an attached camera, which may be gone by now: everything waits for the camera's
+// turn, and answers MRB_ERR_DEVICE_REMOVED when it is not attached any more. A plain value;
+// any thread.
+class CameraFile {
+  public:
+    CameraFile(std::string device, CameraAddress address, CameraPath path)
+        : device_(std::move(device)), address_(std::move(address)), path_(std::move(path)) {}
+
+    // The file that a URL names; null with the reason in `outcome`.
+    static std::unique_ptr<CameraFile> find(const std::string &url, Outcome &outcome);
+
+    [[nodiscard]] const std::string &name() const { return path_.name; }
+
+    Outcome readFacts(const CameraPatience &patience, CameraFileFacts &facts) const;
+
+    // Appends up to `length` bytes from `offset` on.
+    Outcome readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+                   std::string &bytes) const;
+
+    // A part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
+    Outcome read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
+
+  private:
+    Outcome run(const CameraPatience &patience, CameraService::Work work) const;
+
+    std::string device_; // storage id
+    CameraAddress address_;
+    CameraPath path_;
+};
+
+// `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
+// there any more fails in many ways.
+Outcome unlessRemoved(Outcome outcome, const std::string &device);
+
+} // namespace mrb

@@ -1,0 +1,209 @@
+#include "sources/ptp/camera_scan.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "base/log.h"
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "ptp/camera_file.h"
+#include "sources/folder/folder_reader.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// So many files are asked about at a time: enough that handing over costs nothing, few
+// enough that a thumbnail need not wait.
+constexpr std::size_t AT_ONCE = 64;
+
+// One file that cannot be asked about is its own fault; so many in a row are the camera's.
+constexpr int MOST_FAILURES = 3;
+
+// No camera and no file system has longer ones.
+constexpr std::size_t LONGEST_NAME = 1024;
+
+bool isShown(const std::string &name) {
+    return !name.empty() && name[0] != '.' && name.size() <= LONGEST_NAME &&
+           name.find('/') == std::string::npos;
+}
+
+std::string below(const std::string &folder, std::string_view name) {
+    std::string path = folder == "/" ? "" : folder;
+    return path.append(1, '/').append(name);
+}
+
+std::int64_t orUnknown(std::int64_t number) { return number == CameraFileFacts::UNSAID ? UNKNOWN : number; }
+
+} // namespace
+
+CameraScan::CameraScan(ItemSink &sink, CameraAddress address, std::string device)
+    : sink_(sink), address_(std::move(address)), device_(std::move(device)),
+      stopped_([&sink] { return sink.stopped(); }), order_(sink) {}
+
+FillResult CameraScan::run(const std::string &root) {
+    CameraService::instance().refresh(address_);
+    Step step = readContents(root, ROOT_FOLDER, 0);
+    while (step == Step::GO_ON && !pending_.empty()) {
+        const Pending next = std::move(pending_.back());
+        pending_.pop_back();
+        step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visit(next);
+    }
+    // One that is pulled out may look like one that is empty.
+    if (step == Step::GO_ON && !attachedCamera(device_)) {
+        end({MRB_ERR_DEVICE_REMOVED, "The camera was removed while it was read."});
+    }
+    return std::move(result_);
+}
+
+CameraScan::Step CameraScan::visit(const Pending &pending) {
+    const std::string name = pending.path.substr(pending.path.rfind('/') + 1);
+    const std::int32_t number = sink_.addFolder(pending.parent, name);
+    const SourceItem item{
+        .name = name, .folder = pending.parent, .type = MRB_ITEM_TYPE_FOLDER, .opens = number};
+    if (number < 0 || !sink_.add({&item, 1})) {
+        return end({MRB_ERR_CANCELLED, {}});
+    }
+    if (pending.level > DEEPEST_LEVEL) {
+        ++result_.tooDeep;
+        return Step::GO_ON;
+    }
+    return readContents(pending.path, number, pending.level);
+}
+
+CameraScan::Step CameraScan::readContents(const std::string &path, std::int32_t number, int level) {
+    files_.clear();
+    folders_.clear();
+    if (const Outcome outcome = readNames(path); outcome.code != MRB_ERR_NONE) {
+        return failed(outcome, path, level);
+    }
+    return addFiles(path, number, level) == Step::END ? Step::END : awaitFolders(path, number, level + 1);
+}
+
+Outcome CameraScan::readNames(const std::string &path) {
+    struct Names {
+        std::vector<std::string> files;
+        std::vector<std::string> folders;
+    };
+    const auto names = std::make_shared<Names>();
+    Outcome outcome = CameraService::instance().run(
+        address_,
+        [names, path](Camera &camera) {
+            Outcome listed = camera.listFiles(path, names->files);
+            return listed.code == MRB_ERR_NONE ? camera.listFolders(path, names->folders) : listed;
+        },
+        stopped_);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    for (const std::string &name : names->files) {
+        const MediaType *type = isShown(name) ? mediaTypeOf(name) : nullptr;
+        if (type != nullptr && sink_.wants(type->itemType) && files_.size() < FolderContents::MOST_ENTRIES) {
+            files_.add(name, type->itemType);
+        }
+    }
+    for (const std::string &name : names->folders) {
+        if (isShown(name) && !isSystemFolder(name.c_str()) &&
+            folders_.size() < FolderContents::MOST_ENTRIES) {
+            folders_.add(name, MRB_ITEM_TYPE_FOLDER);
+        }
+    }
+    return {};
+}
+
+Outcome CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
+    const auto told = std::make_shared<Facts>();
+    Outcome outcome = CameraService::instance().run(
+        address_,
+        [told, path, names](Camera &camera) {
+            int failures = 0;
+            for (const std::string &name : names) {
+                CameraFileFacts each;
+                Outcome asked = camera.readFacts({path, name}, each);
+                failures = asked.code == MRB_ERR_NONE ? 0 : failures + 1;
+                if (asked.code == MRB_ERR_CANCELLED || failures == MOST_FAILURES) {
+                    return asked;
+                }
+                told->push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
+            }
+            return Outcome();
+        },
+        stopped_);
+    if (outcome.code == MRB_ERR_NONE) {
+        facts = std::move(*told);
+    }
+    return outcome;
+}
+
+CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t number, int level) {
+    PagedVector<std::uint32_t> order;
+    if (!order_.rest(files_, order)) {
+        return end({MRB_ERR_CANCELLED, {}});
+    }
+    for (std::size_t first = 0; first < order.size(); first += AT_ONCE) {
+        const std::size_t last = std::min(order.size(), first + AT_ONCE);
+        std::vector<std::string> names;
+        for (std::size_t at = first; at < last; ++at) {
+            names.emplace_back(files_.name(order[at]));
+        }
+        Facts facts;
+        if (const Outcome outcome = readFacts(path, names, facts); outcome.code != MRB_ERR_NONE) {
+            return failed(outcome, path, level);
+        }
+        std::vector<SourceItem> run;
+        for (std::size_t at = 0; at < names.size(); ++at) {
+            if (facts[at]) {
+                run.push_back({.name = names[at],
+                               .folder = number,
+                               .type = files_.type(order[first + at]),
+                               .size = orUnknown(facts[at]->size),
+                               .modified = orUnknown(facts[at]->modified)});
+            }
+        }
+        if (!run.empty() && !sink_.add(run)) {
+            return end({MRB_ERR_CANCELLED, {}});
+        }
+    }
+    return Step::GO_ON;
+}
+
+CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t number, int level) {
+    PagedVector<std::uint32_t> order;
+    if (!order_.rest(folders_, order)) {
+        return end({MRB_ERR_CANCELLED, {}});
+    }
+    for (auto next = order.rbegin(); next != order.rend(); ++next) {
+        pending_.push_back({below(path, folders_.name(*next)), number, level});
+    }
+    return Step::GO_ON;
+}
+
+// A folder that cannot be read costs its own contents only, unless it is the one that the
+// list was opened on, or nothing can be had of the camera.
+CameraScan::Step CameraScan::failed(const Outcome &outcome, const std::string &path, int level) {
+    const Outcome why = unlessRemoved(outcome, device_);
+    switch (why.code) {
+    case MRB_ERR_CANCELLED:
+    case MRB_ERR_DEVICE_REMOVED:
+    case MRB_ERR_BUSY:
+    case MRB_ERR_TIMEOUT:
+        return end(why);
+    default:
+        break;
+    }
+    if (level == 0) {
+        return end(why);
+    }
+    ++result_.unreadable;
+    MRB_LOG_WARNING("Folder of a camera not read: %s: %s", displayText(path).c_str(), why.message.c_str());
+    return Step::GO_ON;
+}
+
+CameraScan::Step CameraScan::end(Outcome outcome) {
+    result_.outcome = std::move(outcome);
+    return Step::END;
+}
+
+} // namespace mrb

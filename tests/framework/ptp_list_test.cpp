@@ -1,0 +1,286 @@
+// Lists of what is on a camera. The camera is libgphoto2's own that shows a folder.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "support/cameras.h"
+#include "support/client.h"
+#include "support/plugged_devices.h"
+
+using support::Client;
+using support::OfferedCamera;
+using support::Wishes;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class PtpList : public testing::Test {
+  protected:
+    static void TearDownTestSuite() { support::awaitCameraThreads(); }
+
+    static std::vector<std::string> namesOf(const Wishes &wishes) {
+        Client client;
+        client.list(wishes);
+        return client.all("name");
+    }
+    // The code of opening a list with these wishes.
+    static int codeOf(const Wishes &wishes) {
+        Client client;
+        return client.open(wishes);
+    }
+    // The same for a request that names a camera.
+    static int codeOf(const std::string &name, int bus, int device, const std::string &folderId = {}) {
+        return codeOf({.source = "SOURCE_PTP", .more = [&](mrb_general_param_h param) {
+                           mrb_param_set_general_mode_name(param, name.c_str());
+                           mrb_param_set_general_bus_value(param, bus);
+                           mrb_param_set_general_device_value(param, device);
+                           mrb_param_set_general_folder_id(param, folderId.c_str());
+                       }});
+    }
+
+    // Some pictures as cameras keep them.
+    void takePictures() const {
+        camera.folder.file("DCIM/100CANON/IMG_10.JPG", 10);
+        camera.folder.file("DCIM/100CANON/IMG_9.JPG", 20);
+        camera.folder.file("DCIM/101CANON/MVI_1.MP4", 30);
+        camera.folder.file("top.jpg", 5);
+    }
+
+    OfferedCamera camera;
+};
+
+} // namespace
+
+TEST_F(PtpList, OfAnEmptyCameraIsReadyWithNoItems) {
+    Client client;
+    const support::Event last = client.list(camera.wishes());
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_READY) << last.data["message"].asString();
+    EXPECT_EQ(client.count(), 0);
+}
+
+TEST_F(PtpList, HoldsItsFilesAndThenEachFolderWithItsContents) {
+    takePictures();
+    Client client;
+    client.list(camera.wishes());
+    EXPECT_THAT(client.all("name"), ElementsAre("top.jpg", "DCIM", "100CANON", "IMG_9.JPG", "IMG_10.JPG",
+                                                "101CANON", "MVI_1.MP4"));
+    EXPECT_THAT(client.all("type_name"),
+                ElementsAre("image", "folder", "folder", "image", "image", "folder", "video"));
+}
+
+TEST_F(PtpList, AnItemTellsItsSizeTimeAndPlace) {
+    takePictures();
+    camera.folder.setModified("DCIM/100CANON/IMG_9.JPG", 1'700'000'000);
+    Client client;
+    client.list(camera.wishes());
+    const Json::Value item = client.item(3);
+    EXPECT_EQ(item["size"], 20);
+    EXPECT_EQ(item["modified"], "2023-11-14T22:13:20Z");
+    EXPECT_TRUE(item["created"].isNull());
+    EXPECT_EQ(item["mime_type"], "image/jpeg");
+    EXPECT_EQ(item["path"], "");
+    const std::string url = item["url"].asString();
+    EXPECT_TRUE(url.starts_with("ptp://folder%3A%2F") || url.starts_with("ptp://folder:%2F")) << url;
+    EXPECT_TRUE(url.ends_with("-camera-1/DCIM/100CANON/IMG_9.JPG")) << url;
+    EXPECT_EQ(item["media_id"].asString(), "ptp:" + url.substr(6));
+}
+
+TEST_F(PtpList, IsWalkedFolderByFolder) {
+    takePictures();
+    Client client;
+    client.list(camera.wishes());
+    ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_FOLDER), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("DCIM", "top.jpg"));
+    ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_ENTER), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("..", "100CANON", "101CANON"));
+}
+
+TEST_F(PtpList, IsFilteredAndSortedAsOthersAre) {
+    takePictures();
+    Wishes wishes = camera.wishes();
+    wishes.contentType = "IMAGE";
+    wishes.sortCategory = "SIZE DESC";
+    EXPECT_THAT(namesOf(wishes), ElementsAre("IMG_9.JPG", "IMG_10.JPG", "top.jpg"));
+    wishes.keyWord = "img";
+    wishes.sortCategory = "NAME";
+    EXPECT_THAT(namesOf(wishes), ElementsAre("IMG_9.JPG", "IMG_10.JPG"));
+    Wishes films = camera.wishes();
+    films.extension = "mp4";
+    EXPECT_THAT(namesOf(films), ElementsAre("MVI_1.MP4"));
+}
+
+TEST_F(PtpList, OfAFolderIsOpenedByItsPathUrlOrMediaId) {
+    takePictures();
+    Client whole;
+    whole.list(camera.wishes());
+    const Json::Value folder = whole.item(2);
+    for (const std::string &id : {std::string("/DCIM/100CANON"), std::string("/DCIM/100CANON/"),
+                                  folder["url"].asString(), folder["media_id"].asString()}) {
+        Client client;
+        client.list(camera.wishes(id));
+        EXPECT_THAT(client.all("name"), ElementsAre("IMG_9.JPG", "IMG_10.JPG")) << id;
+        EXPECT_EQ(client.item(0)["url"], whole.item(3)["url"]);
+    }
+}
+
+TEST_F(PtpList, AMediaIdNamesItsItemInEveryList) {
+    takePictures();
+    Client whole;
+    whole.list(camera.wishes());
+    const std::string id = whole.item(4)["media_id"].asString();
+    Client part;
+    part.list(camera.wishes("/DCIM"));
+    int page = -1;
+    EXPECT_EQ(mrb_get_page_index_v2(part.handle, id.c_str(), &page), MRB_ERR_NONE);
+    EXPECT_EQ(part.item(page)["name"], "IMG_10.JPG");
+    const std::string outside = whole.item(0)["media_id"].asString();
+    EXPECT_EQ(mrb_get_page_index_v2(part.handle, outside.c_str(), &page), MRB_ERR_NOT_FOUND);
+}
+
+TEST_F(PtpList, ACameraIsNamedByItsPlaceOrItsName) {
+    const OfferedCamera other(2);
+    EXPECT_EQ(codeOf("", 0, 2), MRB_ERR_NONE);
+    EXPECT_EQ(codeOf("whatever", 0, 2), MRB_ERR_NONE);
+    EXPECT_EQ(codeOf(other.name(), 0, 0), MRB_ERR_NONE);
+    EXPECT_EQ(codeOf("", 0, 0), MRB_ERR_NONE);
+    EXPECT_EQ(codeOf("", 7, 7), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf("No such camera", 0, 0), MRB_ERR_NOT_FOUND);
+}
+
+TEST_F(PtpList, AFolderOfNoneOrAnotherCameraIsRefused) {
+    const OfferedCamera other(2);
+    EXPECT_EQ(codeOf("", 0, 1, "DCIM"), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(codeOf("", 0, 1, "ptp:" + other.id() + "/DCIM"), MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(codeOf("", 0, 1, "http://x/y"), MRB_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(PtpList, OfAFolderThatIsNotThereFails) {
+    Client client;
+    const support::Event last = client.list(camera.wishes("/nowhere"));
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(last.data["error"], "MRB_ERR_NOT_FOUND") << last.data["message"].asString();
+}
+
+TEST_F(PtpList, HoldsNoHiddenFilesAndNothingThatIsNoMedium) {
+    for (const char *name : {".a.jpg", "a.txt", ".trash/b.jpg", "$RECYCLE.BIN/c.jpg", "notes"}) {
+        camera.folder.file(name, 1);
+    }
+    Client client;
+    client.list(camera.wishes());
+    EXPECT_THAT(client.all("name"), IsEmpty());
+}
+
+TEST_F(PtpList, NamesMayHoldAnyBytes) {
+    const std::vector<std::string> names = {"a\nb.jpg", "\xff\xfe.jpg", "100%25.jpg", "q?&#;.jpg",
+                                            "\xe6\x9d\xb1.jpg"};
+    for (const std::string &name : names) {
+        camera.folder.file("new\nfolder/" + name, name.size());
+    }
+    Client client;
+    client.list(camera.wishes());
+    ASSERT_EQ(client.count(), 6);
+    for (int index = 1; index < 6; ++index) {
+        const std::string id = client.item(index)["media_id"].asString();
+        EXPECT_TRUE(std::ranges::all_of(id, [](char byte) { return byte > ' ' && byte < '\x7f'; })) << id;
+        int page = -1;
+        EXPECT_EQ(mrb_get_page_index_v2(client.handle, id.c_str(), &page), MRB_ERR_NONE) << id;
+        EXPECT_EQ(page, index);
+        EXPECT_GT(client.item(index)["size"].asInt(), 0);
+    }
+}
+
+TEST_F(PtpList, FoldersAreReadToAHundredLevels) {
+    camera.folder.chain("d", 103);
+    Client client;
+    const support::Event last = client.list(camera.wishes());
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
+    EXPECT_EQ(client.count(), 101);
+    EXPECT_EQ(last.data["too_deep"], 1);
+}
+
+TEST_F(PtpList, HoldsFiveThousandFilesInOrder) {
+    camera.folder.pictures(1, 5000);
+    Client client;
+    const support::Event last = client.list(camera.wishes());
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
+    EXPECT_EQ(client.count(MRB_ITEM_TYPE_IMAGE), 5000);
+    EXPECT_EQ(client.item(1)["name"], "1.jpg");
+    EXPECT_EQ(client.item(2)["name"], "2.jpg");
+    EXPECT_EQ(client.item(5000)["name"], "5000.jpg");
+}
+
+TEST_F(PtpList, ACancelEndsIt) {
+    camera.folder.pictures(50, 200);
+    Client client;
+    ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+    ASSERT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
+    EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
+}
+
+TEST_F(PtpList, MayBeClosedWhileItIsRead) {
+    camera.folder.pictures(20, 200);
+    for (int round = 0; round < 10; ++round) {
+        Client client;
+        ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+    }
+}
+
+TEST_F(PtpList, FailsWhenTheCameraIsPulledOut) {
+    camera.folder.pictures(200, 50);
+    Client client;
+    client.onEvent = [this](const support::Event &event) {
+        if (event.event == MRB_EVENT_LIST_GROWN && event.data["item_count"] < 5000) {
+            camera.unplug();
+        }
+    };
+    const support::Event last = client.list(camera.wishes());
+    camera.unplug();
+    EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED") << last.data["message"].asString();
+    EXPECT_GT(client.count(), 0) << "what is there stays readable";
+}
+
+TEST_F(PtpList, ThatIsOpenedAnewShowsWhatIsNew) {
+    camera.folder.file("a.jpg", 1);
+    Client client;
+    client.list(camera.wishes());
+    EXPECT_EQ(client.count(), 1);
+    camera.folder.file("b.jpg", 1);
+    client.open(camera.wishes());
+    client.waitForEnd(2);
+    EXPECT_THAT(client.all("name"), ElementsAre("a.jpg", "b.jpg"));
+}
+
+TEST_F(PtpList, PlayDataAreGivenAsLongAsTheCameraIsThere) {
+    camera.folder.file("a.jpg", 7);
+    Client client;
+    client.list(camera.wishes());
+    char *text = nullptr;
+    ASSERT_EQ(mrb_prepare_play_data_v2(client.handle, &text), MRB_ERR_NONE);
+    const Json::Value data = support::parse(text);
+    std::free(text);
+    EXPECT_EQ(data["url"], client.item(0)["url"]);
+    EXPECT_EQ(data["size"], 7);
+    camera.unplug();
+    text = nullptr;
+    EXPECT_EQ(mrb_prepare_play_data_v2(client.handle, &text), MRB_ERR_DEVICE_REMOVED);
+    camera.plug();
+}
+
+TEST_F(PtpList, SeveralOfOneCameraAreReadAtATime) {
+    camera.folder.pictures(5, 100);
+    Client clients[4];
+    for (Client &client : clients) {
+        ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+    }
+    for (Client &client : clients) {
+        EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_READY);
+        EXPECT_EQ(client.count(MRB_ITEM_TYPE_IMAGE), 500);
+    }
+}
