@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace mrb {
 
@@ -19,11 +20,20 @@ Outcome MediaFile::open(const std::string &path) {
     if (!S_ISREG(facts.st_mode)) {
         return {MRB_ERR_NOT_SUPPORTED, "\"" + path + "\" is not a regular file."};
     }
-    size_ = facts.st_size;
-    modified_ = facts.st_mtim.tv_sec;
+    begin(facts.st_size, facts.st_mtim.tv_sec);
+    return {};
+}
+
+void MediaFile::open(std::unique_ptr<MediaBytes> bytes) {
+    bytes_ = std::move(bytes);
+    begin(bytes_->size(), bytes_->modified());
+}
+
+void MediaFile::begin(std::int64_t size, std::int64_t modified) {
+    size_ = size;
+    modified_ = modified;
     left_ = MOST_BYTES;
     deadline_ = std::chrono::steady_clock::now() + LONGEST_TIME;
-    return {};
 }
 
 bool MediaFile::isExhausted() const {
@@ -38,11 +48,8 @@ std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t lengt
     length = std::min(length, most);
     std::size_t have = 0;
     while (have < length) {
-        const ssize_t got = pread(file_.number(), static_cast<char *>(buffer) + have, length - have,
-                                  offset + static_cast<std::int64_t>(have));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
+        const std::int64_t got = readPiece(offset + static_cast<std::int64_t>(have),
+                                           static_cast<char *>(buffer) + have, length - have);
         if (got <= 0) {
             failed_ = got < 0;
             break;
@@ -51,6 +58,18 @@ std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t lengt
     }
     left_ -= static_cast<std::int64_t>(have);
     return have;
+}
+
+std::int64_t MediaFile::readPiece(std::int64_t offset, char *buffer, std::size_t length) {
+    if (bytes_) {
+        std::size_t got = 0;
+        return bytes_->read(offset, buffer, length, got) ? static_cast<std::int64_t>(got) : -1;
+    }
+    ssize_t got = 0;
+    do {
+        got = pread(file_.number(), buffer, length, offset);
+    } while (got < 0 && errno == EINTR);
+    return got;
 }
 
 std::string MediaFile::read(std::int64_t offset, std::size_t length) {

@@ -3,10 +3,12 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "base/descriptor.h"
 #include "base/result.h"
+#include "metadata/media_bytes.h"
 
 namespace mrb {
 
@@ -27,6 +29,9 @@ class MediaFile {
     // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
     Outcome open(const std::string &path);
 
+    // Opens what lies elsewhere.
+    void open(std::unique_ptr<MediaBytes> bytes);
+
     [[nodiscard]] std::int64_t size() const { return size_; }
     [[nodiscard]] std::int64_t modified() const { return modified_; } // seconds since 1970
 
@@ -40,8 +45,13 @@ class MediaFile {
     [[nodiscard]] bool isStopped() const { return isStopped_ != nullptr && (*isStopped_)(); }
 
   private:
+    void begin(std::int64_t size, std::int64_t modified);
+    // How many bytes came, or below 0 when the device failed.
+    std::int64_t readPiece(std::int64_t offset, char *buffer, std::size_t length);
+
     const IsStopped *isStopped_;
-    Descriptor file_;
+    Descriptor file_;                   // or
+    std::unique_ptr<MediaBytes> bytes_; // this
     std::int64_t size_ = 0;
     std::int64_t modified_ = 0;
     std::int64_t left_ = MOST_BYTES;

@@ -3,6 +3,7 @@
 #include <optional>
 
 namespace mrb {
+
 Outcome unlessRemoved(Outcome outcome, const std::string &device) {
     const bool isOfCamera = outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED;
     if (isOfCamera && !attachedCamera(device)) {

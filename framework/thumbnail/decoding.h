@@ -15,7 +15,7 @@ namespace mrb::thumbnail {
 
 // What is to be made of a file.
 struct DecodeRequest {
-    std::string path;    // absolute
+    std::string path;    // absolute, or the URL of a file on a camera
     int mediaType = 0;   // an MRB_ITEM_TYPE_ of mrb/agent.h; 0: as the file's name says
     int orientation = 0; // an EXIF orientation from 1 to 8; 0: as the file says
     int width = 0;       // pixels of the box that the images fit into, at least 1

@@ -254,7 +254,7 @@ bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char 
     return append({Kind::ADDED, std::move(entry)});
 }
 
-bool FlashCache::find(const DecodeRequest &request, Decoded &decoded) {
+bool FlashCache::find(const DecodeRequest &request, Decoded &decoded, const FileIdentity *now) {
     const std::lock_guard guard(lock_);
     if (!turns_ || request.frames != 1) {
         return false;
@@ -268,7 +268,7 @@ bool FlashCache::find(const DecodeRequest &request, Decoded &decoded) {
     Image image;
     image.width = entry.width;
     image.height = entry.height;
-    if (identityOf(request.path) != entry.source ||
+    if ((now != nullptr ? *now : identityOf(request.path)) != entry.source ||
         !readFlashPicture(pictureOf(entry.id), image, entry.preset ? &decoded.preset : nullptr)) {
         decoded.preset.clear();
         remove(entry.id);

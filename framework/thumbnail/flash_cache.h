@@ -39,8 +39,8 @@ class FlashCache {
     bool save(FlashEntry entry, const unsigned char *pixels, const char *preset);
 
     // The image that answers a request for a single one, unless the file is another
-    // one by now.
-    bool find(const DecodeRequest &request, Decoded &decoded);
+    // one by now. `now`: what it is by now, where it is no file of this machine.
+    bool find(const DecodeRequest &request, Decoded &decoded, const FileIdentity *now = nullptr);
 
   private:
     class Turn;

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "thumbnail/camera_picture.h"
+
 namespace mrb::thumbnail {
 namespace {
 
-bool isOfCamera(const std::shared_ptr<Job> &job) { return job->request.sourceType == MRB_THUMB_SOURCE_PTP; }
+bool isOfCamera(const std::shared_ptr<Job> &job) {
+    return job->request.sourceType == MRB_THUMB_SOURCE_PTP || isOnCamera(job->request.decode.path);
+}
 
 } // namespace
 

@@ -1,7 +1,9 @@
 #include "thumbnail/request.h"
 
 #include "base/log.h"
+#include "ptp/attached_cameras.h"
 #include "text/text.h"
+#include "thumbnail/camera_picture.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -19,11 +21,15 @@ Outcome readPath(const std::string &origin, std::string &path) {
         path = origin;
     } else if (origin.starts_with("file://")) {
         path = pathOfFileUri(origin).value_or("");
+    } else if (isOnCamera(origin)) {
+        path = readCameraUrl(origin) ? origin : "";
     } else if (origin.find("://") != std::string::npos) {
-        return {MRB_ERR_NOT_SUPPORTED, "only files of this machine are decoded"};
+        return {MRB_ERR_NOT_SUPPORTED, "only files of this machine and on cameras are decoded"};
     }
-    return path.empty() ? Outcome{MRB_ERR_INVALID_PARAMETER, "the path is neither absolute nor a file:// URI"}
-                        : Outcome{};
+    return path.empty()
+               ? Outcome{MRB_ERR_INVALID_PARAMETER,
+                         "the path is neither absolute, nor a file:// URI, nor the URL of a camera's file"}
+               : Outcome{};
 }
 
 Outcome readNumbers(const _thumb_request &record, Request &request) {

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/threads.h"
 #include "thumbnail/answer.h"
+#include "thumbnail/camera_picture.h"
 #include "thumbnail/remote_picture.h"
 
 namespace mrb::thumbnail {
@@ -125,6 +126,9 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
             decoded.outcome = job.stop.outcome();
         } else if (request.isRemote) {
             decodeRemotePicture(request.decode, job.stop, decoder_, decoded);
+        } else if (isOnCamera(request.decode.path)) {
+            decodeCameraPicture(request.decode, job.stop, decoder_, request.useCache ? &flashCache_ : nullptr,
+                                decoded);
         } else if (!request.useCache || !flashCache_.find(request.decode, decoded)) {
             decoder_(request.decode, job.stop, decoded);
         }

@@ -61,8 +61,8 @@ TEST(Request, AnUnknownSourceIsInvalid) {
     expectRefusal({.path = "/tmp", .source = ""}, MRB_ERR_INVALID_PARAMETER);
 }
 
-TEST(Request, ASourceToComeIsNotSupported) {
-    expectRefusal({.path = "/tmp", .source = "SOURCE_PTP"}, MRB_ERR_NOT_SUPPORTED);
+TEST(Request, ACameraThatIsNotAttachedIsNotFound) {
+    expectRefusal({.path = "/tmp", .source = "SOURCE_PTP"}, MRB_ERR_NOT_FOUND);
 }
 
 TEST(Request, WishesThatWouldBeIgnoredAreNotSupported) {

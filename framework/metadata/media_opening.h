@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "metadata/media_file.h"
+
+namespace mrb {
+
+// Opens what `path` names for its metadata: the path of a file of this machine, or the URL of
+// one on a camera, for which it waits no longer than MediaFile::LONGEST_TIME. Apart from
+// MediaFile, since that is part of the readers' library too, which knows no cameras.
+Outcome openMedia(const std::string &path, MediaFile &file);
+
+} // namespace mrb

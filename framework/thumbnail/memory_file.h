@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "base/descriptor.h"
+#include "base/result.h"
+
+namespace mrb::thumbnail {
+
+// A file in memory, which decoders open by its path like any other. Owned and used by one
+// decoding; it is gone with the object.
+class MemoryFile {
+  public:
+    Outcome write(const std::string &bytes);
+    [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(file_.number()); }
+
+  private:
+    Descriptor file_;
+};
+
+} // namespace mrb::thumbnail
