@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "media/mime_extension.h"
 #include "mrb/agent.h"
 
 namespace mrb {
@@ -80,6 +81,22 @@ static_assert(std::ranges::all_of(TYPES, [](const MediaType &type) {
     return type.extension.size() <= LONGEST_EXTENSION;
 }));
 
+// Of MIME types that have several, or that are also known by another name.
+struct UsualExtension {
+    std::string_view mimeType;
+    std::string_view extension;
+};
+
+constexpr UsualExtension USUAL[] = {
+    {"audio/mp3", "mp3"},     {"audio/ogg", "ogg"},
+    {"audio/x-aiff", "aiff"}, {"audio/x-flac", "flac"},
+    {"audio/x-m4a", "m4a"},   {"audio/x-wav", "wav"},
+    {"image/jpeg", "jpg"},    {"video/avi", "avi"},
+    {"video/mp4", "mp4"},     {"video/mpeg", "mpg"},
+    {"video/mp2t", "ts"},     {"video/quicktime", "mov"},
+    {"video/x-mkv", "mkv"},   {"video/vnd.dlna.mpeg-tts", "ts"},
+};
+
 struct ContentType {
     std::string_view name;
     TypeMask types;
@@ -100,6 +117,16 @@ constexpr ContentType CONTENT_TYPES[] = {
 std::string_view extensionOf(std::string_view fileName) {
     const std::size_t dot = fileName.rfind('.');
     return dot == std::string_view::npos || dot == 0 ? std::string_view() : fileName.substr(dot + 1);
+}
+
+std::string_view extensionOfMime(std::string_view mimeType) {
+    if (const auto *usual = std::ranges::find(USUAL, mimeType, &UsualExtension::mimeType);
+        usual != std::end(USUAL)) {
+        return usual->extension;
+    }
+    const auto *type = std::ranges::find(
+        TYPES, mimeType, [](const MediaType &each) { return std::string_view(each.mimeType); });
+    return type != std::end(TYPES) ? type->extension : std::string_view();
 }
 
 std::string lowerCase(std::string_view text) {

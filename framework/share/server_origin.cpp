@@ -9,6 +9,7 @@
 
 #include "dlna/sign_of_life.h"
 #include "media/media_types.h"
+#include "media/mime_extension.h"
 #include "mrb/agent.h"
 #include "share/file_copy.h"
 #include "share/file_names.h"
@@ -107,14 +108,15 @@ std::string ServerOrigin::pathOf(std::string path) const {
     return all;
 }
 
-// A title is no file name: what it is of is known by its address.
+// A title is no file name: what it is of is known by its address, or else by its type.
 std::string ServerOrigin::nameOf(const ItemFacts &item) const {
-    const std::string url = list_->locate(ListEntry{item}).url;
-    const std::string_view extension = extensionOfUrl(url);
-    const MediaType *type = mediaTypeOf(item.name);
+    const ItemLocation location = list_->locate(ListEntry{item});
+    std::string_view extension = extensionOfUrl(location.url);
+    if (mediaTypeOf("x." + std::string(extension)) == nullptr) {
+        extension = extensionOfMime(location.mimeType);
+    }
     std::string name = item.name;
-    const bool isNamed = type != nullptr && lowerCase(type->extension) == lowerCase(extension);
-    if (!isNamed && !extension.empty() && isPlainName(extension)) {
+    if (!extension.empty() && lowerCase(extensionOf(name)) != lowerCase(extension)) {
         name.append(".").append(extension);
     }
     return plainName(name);

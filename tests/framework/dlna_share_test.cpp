@@ -129,6 +129,30 @@ TEST_F(DlnaFetch, FoldersAreKeptAndTitlesBecomeNames) {
     EXPECT_THAT(tree(to.path()), ElementsAre("._", "._/AC", "._/AC/DC", "._/AC/DC/Who_ .._x.mp3"));
 }
 
+TEST_F(DlnaFetch, AnAddressWithoutAnExtensionIsOfAFileOfItsType) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::vector<std::string> urls;
+    DlnaClient service;
+    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+        if (asked.action.starts_with("/res")) {
+            wire.send(fileOf(9));
+        } else {
+            tellItems(asked, wire, urls, 9);
+        }
+    });
+    urls = {server.urlOf("/res"), server.urlOf("/res.jpeg"), server.urlOf("/res.php?f=a.png")};
+    server.announce();
+    const Folder to;
+    Client client;
+    const std::string id = listTold(service, client);
+    Sharing sharing;
+    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(tree(to.path()), ElementsAre("picture 0.jpg", "picture 1.jpeg", "picture 2.jpg"));
+}
+
 TEST_F(DlnaFetch, AServerThatIsKilledEndsIt) {
     if (!insideNetwork()) {
         return;

@@ -18,12 +18,12 @@ export function configuration(name, media = folder()) {
   return file;
 }
 
-/** The configuration of a server of another kind under this name, in a home of its own. */
-export function rygelConfiguration(name) {
+/** The configuration of a server of another kind, which takes files, in a home of its own. */
+export function rygelConfiguration(name, media = folder()) {
   const file = path.join(folder(), 'rygel.conf');
-  writeFileSync(file, ['[general]', 'ipv6=false', 'interface=lo', 'upnp-enabled=true',
+  writeFileSync(file, ['[general]', 'ipv6=false', 'interface=lo', 'upnp-enabled=true', 'allow-upload=true',
                        'media-engine=librygel-media-engine-simple.so',
-                       '[MediaExport]', 'enabled=true', `title=${name}`, `uris=${folder()}`,
+                       '[MediaExport]', 'enabled=true', `title=${name}`, `uris=${media}`,
                        ...['Playbin', 'Tracker', 'Tracker3', 'GstLaunch', 'External']
                          .flatMap((plugin) => [`[${plugin}]`, 'enabled=false']), ''].join('\n'));
   return file;

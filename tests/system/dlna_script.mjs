@@ -1,0 +1,88 @@
+// Scripts that use the media servers of a network that nothing else is in.
+import assert from 'node:assert/strict';
+
+import { script } from '../host/harness.mjs';
+import { quill } from './harness.mjs';
+import { OWN_NETWORK } from './media_server.mjs';
+
+export const PRELUDE = `
+const { spawn } = require('node:child_process');
+const { readFileSync } = require('node:fs');
+const path = require('node:path');
+const bridge = new MRBBridge();
+const call = (method, ...args) => JSON.parse(bridge[method](...args));
+const ask = (method, request) => call(method, JSON.stringify(request));
+const told = []; // what happened, in order
+let wake = () => {};
+const hear = (line) => { told.push(line); wake(); };
+const until = (number) => new Promise((resolve) => {
+  wake = () => { if (told.length >= number) resolve(); };
+  wake();
+});
+const watch = () => call('mrb_set_dlna_callback', (text) => {
+  for (const { storage_event: event, ...server } of JSON.parse(text).storage_devices) hear([event, server]);
+}).return_ecode;
+const begin = () => call('mrb_Init_dlna_service', (text) => hear(JSON.parse(text).param_event)).return_ecode;
+const servers = () => {
+  const { return_ecode, return_data } = call('mrb_get_dlna_list');
+  return return_ecode === 0 ? JSON.parse(return_data)?.storage_devices ?? [] : return_ecode;
+};
+// A server of another project's; the sanitizer's runtime must not go into it.
+const serve = (configuration) => spawn('minidlnad', ['-S', '-f', configuration, '-P', configuration + '.pid'],
+  { stdio: 'ignore', env: { ...process.env, LD_PRELOAD: '', PATH: process.env.PATH + ':/usr/sbin' } });
+// One of another kind, which needs a bus; its group ends as one.
+const serveRygel = (configuration) => {
+  const home = path.dirname(configuration);
+  return spawn('dbus-run-session', ['--', 'rygel', '-n', 'lo', '-c', configuration], { stdio: 'ignore', detached: true,
+    env: { ...process.env, LD_PRELOAD: '', HOME: home, XDG_RUNTIME_DIR: home, XDG_CONFIG_HOME: home,
+           XDG_CACHE_HOME: home, XDG_DATA_HOME: home } });
+};
+// The service, one server, and how its lists are asked for.
+const meet = async (start) => {
+  watch();
+  begin();
+  await until(1);
+  const server = start();
+  await until(2);
+  return { server, id: servers()[0].storage_id };
+};
+let listed = () => {};
+const hearList = (text) => {
+  const { param_event: event, param_agent: agent, param_server_data } = JSON.parse(text);
+  if ([0, 1, 13].includes(event)) listed({ event, agent, ...JSON.parse(param_server_data) });
+};
+const list = (request) => new Promise((resolve) => {
+  listed = resolve;
+  const { return_ecode } = call('mrb_request_list_v2', hearList, JSON.stringify(request));
+  if (return_ecode !== 0) resolve({ event: return_ecode });
+});
+// A server looks through its folder while it is asked.
+const listAll = async (request, count) => {
+  let whole = await list(request);
+  while (whole.item_count !== count) whole = await list({ ...request, param_agent: whole.agent });
+  return whole;
+};
+const items = (agent, index, count) => JSON.parse(ask('mrb_get_item_list_v2',
+  { param_agent: agent, param_index: index, param_count: count }).return_data).param_item_list.map((item) => JSON.parse(item));
+const select = (agent) => ask('mrb_select_all_v2', { param_agent: agent, param_selected_item_type_arr: [2, 3, 5] });
+const share = (request, began = () => {}) => new Promise((resolve) => {
+  const events = [];
+  const { return_ecode, return_data } = call('mrb_batch_process_v2', (text) => {
+    const { param_event, param_share_handle, ...status } = JSON.parse(text);
+    events.push(param_event);
+    if (param_event === 17) began(param_share_handle);
+    if ([18, 19, 26, 27, 28].includes(param_event)) resolve({ events, status });
+  }, JSON.stringify({ param_share_type: 4, ...request }));
+  if (return_ecode !== 0) resolve({ return_ecode });
+});
+const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
+(async () => {
+`;
+
+/** Runs a script's body with the prelude; what it gave to finish(). */
+export async function run(body, ...args) {
+  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
+    { inside: OWN_NETWORK });
+  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
+  return JSON.parse(stdout);
+}

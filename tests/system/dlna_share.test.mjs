@@ -1,0 +1,91 @@
+// Files to real media servers, and from them.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { readFileSync, readdirSync, truncateSync } from 'node:fs';
+import path from 'node:path';
+import test from 'node:test';
+
+import { folder } from './harness.mjs';
+import { run } from './dlna_script.mjs';
+import { configuration, rygelConfiguration } from './media_server.mjs';
+
+const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', ...args]);
+const picture = (file) => ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x360:rate=1', '-frames:v', '1', file);
+
+test('files are sent to a server, and come back byte for byte', async () => {
+  const from = folder();
+  const to = folder();
+  picture(path.join(from, 'photo.jpg'));
+  ffmpeg('-f', 'lavfi', '-i', 'sine=duration=20', path.join(from, 'song.flac'));
+  ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x360:rate=25:duration=4', '-pix_fmt', 'yuv420p', path.join(from, 'film.mp4'));
+  const { sent, back } = await run(`
+    const { server, id } = await meet(() => serveRygel(process.argv[2]));
+    const files = await list({ param_source_name: 'SOURCE_MSC', param_scan_path: process.argv[3] });
+    select(files.agent);
+    const sent = await share({ param_agent: files.agent, param_dlna_device_id: id, param_dest_device_type: 4 });
+    const back = [];
+    for (const type of ['IMAGE', 'MUSIC', 'VIDEO']) {
+      const request = { param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: type };
+      let there = await listAll(request, 1);
+      // It shows the object before it has looked into the file.
+      while (!items(there.agent, 0, 1)[0].url) there = await listAll({ ...request, param_agent: there.agent }, 1);
+      select(there.agent);
+      back.push(await share({ param_agent: there.agent, param_dlna_device_id: id, param_source_device_type: 4,
+                              param_dest_device_path: process.argv[4] }));
+    }
+    process.kill(-server.pid);
+    finish({ sent, back });`, rygelConfiguration('Shelf'), from, to);
+  assert.equal(sent.events.at(-1), 18);
+  assert.equal(sent.status.param_share_done_file_count, 3);
+  assert.equal(sent.status.param_share_success_file_size, sent.status.param_share_total_file_size);
+  assert.deepEqual(back.map(({ events }) => events.at(-1)), [18, 18, 18]);
+  const came = readdirSync(to).sort();
+  assert.deepEqual(came, ['film.mp4', 'photo.jpeg', 'song.flac']); // as the server calls them
+  for (const [index, name] of ['film.mp4', 'photo.jpg', 'song.flac'].entries()) {
+    assert.ok(readFileSync(path.join(to, came[index])).equals(readFileSync(path.join(from, name))), name);
+  }
+});
+
+test('a server that takes no files refuses them', async () => {
+  const from = folder();
+  picture(path.join(from, 'photo.jpg'));
+  const { events, status } = await run(`
+    const { server, id } = await meet(() => serve(process.argv[2]));
+    const files = await list({ param_source_name: 'SOURCE_MSC', param_scan_path: process.argv[3] });
+    select(files.agent);
+    const end = await share({ param_agent: files.agent, param_dlna_device_id: id });
+    server.kill();
+    finish(end);`, configuration('Shelf'), from);
+  assert.deepEqual(events, [17, 19]);
+  assert.equal(status.param_share_current_file_name, 'photo.jpg');
+});
+
+/** The end of a copy of a very large file, with which something is done when it begins. */
+const copyLarge = (doing) => {
+  const media = folder();
+  const to = folder();
+  picture(path.join(media, 'large.jpg'));
+  truncateSync(path.join(media, 'large.jpg'), 600 * 2 ** 20);
+  return run(`
+    const { server, id } = await meet(() => serve(process.argv[2]));
+    const there = await listAll({ param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: 'IMAGE' }, 1);
+    select(there.agent);
+    const end = await share({ param_agent: there.agent, param_dlna_device_id: id, param_source_device_type: 4,
+                              param_dest_device_path: process.argv[3] }, (handle) => { ${doing} });
+    server.kill();
+    finish(end);`, configuration('Shelf', media), to).then((end) => ({ end, left: readdirSync(to) }));
+};
+
+test('a server that is killed while a file comes from it ends the copy, and nothing is left', async () => {
+  const { end, left } = await copyLarge("server.kill('SIGKILL');");
+  assert.equal(end.events.at(-1), 28);
+  assert.equal(end.status.param_share_done_file_count, 0);
+  assert.equal(end.status.param_share_current_file_name, 'large');
+  assert.deepEqual(left, []);
+});
+
+test('a copy from a server is stopped, and nothing is left', async () => {
+  const { end, left } = await copyLarge("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
+  assert.equal(end.events.at(-1), 26);
+  assert.deepEqual(left, []);
+});
