@@ -156,6 +156,44 @@ TEST_F(DlnaHostile, ADescriptionWithoutEndIsGivenUp) {
     EXPECT_LT(sent.get(), 1UL << 30); // what a network can bring between two looks
 }
 
+TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> answered = 0;
+    serve([&](const Asked &asked, const Wire &wire) {
+        const std::string number = std::to_string(asked.start);
+        wire.send(answerOf(asked, support::didlOf(support::imageOf(number, "picture " + number)), 1, 3));
+        ++answered;
+        answered.notify_all();
+    });
+    Question question;
+    question.server = ToldServer::ID;
+    question.container = "0";
+    question.count = 1;
+    question.patience = LONG;
+    question.isFollowed = true;
+    const auto isStopped = [] { return false; };
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    answered.wait(1);
+    question.isFollowed = false;
+    question.ahead = std::move(page.ahead);
+    ++question.start;
+    page = {};
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    EXPECT_EQ(page.objects.at(0).id, "1");
+    EXPECT_EQ(answered, 2);
+    // What is asked for is another page after all.
+    question.ahead.reset();
+    question.isFollowed = true;
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    question.ahead = std::move(page.ahead);
+    question.start = 7;
+    page = {};
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    EXPECT_EQ(page.objects.at(0).id, "7");
+}
+
 TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {
     if (!insideNetwork()) {
         return;
