@@ -71,8 +71,7 @@ int main(int argumentCount, char **arguments) {
         std::cerr << "browse_loop: " << error->message << '\n';
         return 1;
     }
-    GUPnPControlPoint *point =
-        gupnp_control_point_new(context, "urn:schemas-upnp-org:device:MediaServer:1");
+    GUPnPControlPoint *point = gupnp_control_point_new(context, "urn:schemas-upnp-org:device:MediaServer:1");
     Found found{g_main_loop_new(nullptr, FALSE), nullptr};
     g_signal_connect(point, "device-proxy-available", G_CALLBACK(onServer), &found);
     gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(point), TRUE);
