@@ -40,6 +40,14 @@ class Media {
     return new MediaList(this, { param_source_name: 'SOURCE_PLAYLIST', ...named }, wishes);
   }
 
+  /**
+   * Opens a list of a media server, by its "storage_id"; while the DLNA service runs.
+   * `folder`: the "media_id" of one of its folders; empty: all of it.
+   */
+  openServer(server, wishes = {}, folder = '') {
+    return new MediaList(this, { param_source_name: 'SOURCE_DLNA', param_scan_path: server, param_folder_id: folder }, wishes);
+  }
+
   /** Nothing more to wait for: lets the program end. */
   finish() {
     quill.unref(this.bridge);

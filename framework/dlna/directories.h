@@ -30,6 +30,15 @@ struct MediaObject {
     Metadata facts;
 };
 
+// An answer that is on its way before it is asked for; given up when nobody holds it any more.
+class Ahead {
+  public:
+    Ahead() = default;
+    virtual ~Ahead() = default;
+    Ahead(const Ahead &) = delete;
+    Ahead &operator=(const Ahead &) = delete;
+};
+
 // What a server is asked.
 struct Question {
     enum class Kind {
@@ -45,14 +54,17 @@ struct Question {
     std::uint32_t start = 0;
     std::uint32_t count = 0;
     std::chrono::milliseconds patience{0}; // how long the whole answer may take
+    bool isFollowed = false;               // the next page will be asked for as well, most likely
+    std::shared_ptr<Ahead> ahead = {};     // what came with the page before, if anything did
 };
 
 // What it answered. All numbers are what the server claims.
 struct Page {
     std::vector<MediaObject> objects;
-    std::uint32_t returned = 0; // of this page
-    std::uint32_t total = 0;    // of all pages; 0: the server does not know
-    std::string capabilities;   // of a question for those: "dc:title,upnp:class", or "*"
+    std::uint32_t returned = 0;   // of this page
+    std::uint32_t total = 0;      // of all pages; 0: the server does not know
+    std::string capabilities;     // of a question for those: "dc:title,upnp:class", or "*"
+    std::shared_ptr<Ahead> ahead; // for the question that follows
 };
 
 // The content directories of the servers on a network. Shared by the network and those

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,7 +17,7 @@
 #include "dlna/directories.h"
 #include "dlna/network.h"
 #include "mrb/result.h"
-#include "support/own_process.h"
+#include "support/dlna_client.h"
 #include "support/told_server.h"
 
 using mrb::Fact;
@@ -26,7 +26,6 @@ using mrb::dlna::Directories;
 using mrb::dlna::Page;
 using mrb::dlna::Question;
 using support::Asked;
-using support::Surroundings;
 using support::ToldServer;
 using support::Wire;
 using testing::HasSubstr;
@@ -69,16 +68,8 @@ class Listener final : public mrb::dlna::ServerListener {
     bool started_ = false;
 };
 
-class DlnaHostile : public support::OwnProcess {
+class DlnaHostile : public support::DlnaTest {
   protected:
-    static bool insideNetwork() {
-        if (!inside(Surroundings::NETWORK)) {
-            return false;
-        }
-        EXPECT_EQ(std::system("ip link set lo up"), 0);
-        return true;
-    }
-
     // Has a server that answers like this found.
     void serve(ToldServer::Answer answer, const std::string &control = "/control") {
         server = std::make_unique<ToldServer>(std::move(answer), control);
@@ -138,6 +129,69 @@ TEST_F(DlnaHostile, AnHonestAnswerIsRead) {
     EXPECT_EQ(page.objects[0].facts.text(Fact::MIME_TYPE), "image/jpeg");
     EXPECT_EQ(page.objects[0].facts.text(Fact::DATE_TAKEN), "2026-11-21T10:20:30Z");
     EXPECT_TRUE(page.objects[1].isContainer);
+}
+
+TEST_F(DlnaHostile, ADescriptionWithoutEndIsGivenUp) {
+    if (!insideNetwork()) {
+        return;
+    }
+    network.reset(mrb::dlna::mrb_start_network(listener));
+    ASSERT_TRUE(listener.waitForStart());
+    std::promise<std::size_t> given;
+    std::once_flag once; // it may be asked for twice
+    const ToldServer endless([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
+                             [&](const Wire &wire) {
+                                 const std::string part(1UL << 16, ' ');
+                                 std::size_t sent = 0;
+                                 wire.send(
+                                     "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n<?xml version=\"1.0\"?>");
+                                 while (wire.send(part)) {
+                                     sent += part.size();
+                                 }
+                                 std::call_once(once, [&] { given.set_value(sent); });
+                             });
+    endless.announce();
+    std::future<std::size_t> sent = given.get_future();
+    ASSERT_EQ(sent.wait_for(LONG), std::future_status::ready);
+    EXPECT_LT(sent.get(), 1UL << 30); // what a network can bring between two looks
+}
+
+TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> answered = 0;
+    serve([&](const Asked &asked, const Wire &wire) {
+        const std::string number = std::to_string(asked.start);
+        wire.send(answerOf(asked, support::didlOf(support::imageOf(number, "picture " + number)), 1, 3));
+        ++answered;
+        answered.notify_all();
+    });
+    Question question;
+    question.server = ToldServer::ID;
+    question.container = "0";
+    question.count = 1;
+    question.patience = LONG;
+    question.isFollowed = true;
+    const auto isStopped = [] { return false; };
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    answered.wait(1);
+    question.isFollowed = false;
+    question.ahead = std::move(page.ahead);
+    ++question.start;
+    page = {};
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    EXPECT_EQ(page.objects.at(0).id, "1");
+    EXPECT_EQ(answered, 2);
+    // What is asked for is another page after all.
+    question.ahead.reset();
+    question.isFollowed = true;
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    question.ahead = std::move(page.ahead);
+    question.start = 7;
+    page = {};
+    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    EXPECT_EQ(page.objects.at(0).id, "7");
 }
 
 TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {

@@ -143,6 +143,18 @@ TEST_F(DlnaSource, AContainerIsListedWithWhatIsBelowIt) {
     EXPECT_THAT(sink.names(), ElementsAre("A", "one", "A/B", "A/two", "A/B/three"));
 }
 
+TEST_F(DlnaSource, APageIsFollowedWhereTheOneBeforeSaysSo) {
+    for (int number = 0; number < 1200; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number), "one"));
+    }
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    std::vector<bool> followed;
+    for (const Question &question : directories.asked) {
+        followed.push_back(question.isFollowed);
+    }
+    EXPECT_THAT(followed, ElementsAre(false, true, false));
+}
+
 TEST_F(DlnaSource, AContainerIsAskedForFiveHundredAtATime) {
     for (int number = 0; number < 1200; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));

@@ -27,13 +27,15 @@ const servers = () => {
   const { return_ecode, return_data } = call('mrb_get_dlna_list');
   return return_ecode === 0 ? JSON.parse(return_data)?.storage_devices ?? [] : return_ecode;
 };
-// A server of another project's; the sanitizer's runtime must not go into it.
-const serve = (configuration) => spawn('minidlnad', ['-S', '-f', configuration, '-P', configuration + '.pid'],
+// A server of another project's; the sanitizer's runtime must not go into it. It ends with
+// the script, however that does.
+const WITH_US = ['--pdeathsig', 'KILL', '--'];
+const serve = (configuration) => spawn('setpriv', [...WITH_US, 'minidlnad', '-S', '-f', configuration, '-P', configuration + '.pid'],
   { stdio: 'ignore', env: { ...process.env, LD_PRELOAD: '', PATH: process.env.PATH + ':/usr/sbin' } });
 // One of another kind, which needs a bus; its group ends as one.
 const serveRygel = (configuration) => {
   const home = path.dirname(configuration);
-  return spawn('dbus-run-session', ['--', 'rygel', '-n', 'lo', '-c', configuration], { stdio: 'ignore', detached: true,
+  return spawn('setpriv', [...WITH_US, 'dbus-run-session', '--', 'rygel', '-n', 'lo', '-c', configuration], { stdio: 'ignore', detached: true,
     env: { ...process.env, LD_PRELOAD: '', HOME: home, XDG_RUNTIME_DIR: home, XDG_CONFIG_HOME: home,
            XDG_CACHE_HOME: home, XDG_DATA_HOME: home } });
 };

@@ -5,9 +5,10 @@ import { readFileSync, readdirSync, truncateSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 
-import { folder } from './harness.mjs';
+import { build, script } from '../host/harness.mjs';
 import { run } from './dlna_script.mjs';
-import { configuration, rygelConfiguration } from './media_server.mjs';
+import { folder, quill, root } from './harness.mjs';
+import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
 
 const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', ...args]);
 const picture = (file) => ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x360:rate=1', '-frames:v', '1', file);
@@ -88,4 +89,47 @@ test('a copy from a server is stopped, and nothing is left', async () => {
   const { end, left } = await copyLarge("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
   assert.equal(end.events.at(-1), 26);
   assert.deepEqual(left, []);
+});
+
+// ---- the example ------------------------------------------------------------
+
+const example = path.join(root, 'sdk', 'examples', 'servers.js');
+
+/** Runs the example in the network of a server that runs as long as the commands. */
+const besides = (configuration, ...commands) => quill([script('app.js', `
+  const { spawn, spawnSync } = require('node:child_process');
+  const env = { ...process.env, PATH: process.env.PATH + ':/usr/sbin' };
+  const server = spawn('minidlnad', ['-S', '-f', process.argv[2], '-P', process.argv[2] + '.pid'],
+    { stdio: 'ignore', env: { ...env, LD_PRELOAD: '' } });
+  const said = JSON.parse(process.argv[4]).map((command) => {
+    const { status, stdout, stderr } = spawnSync(process.argv[3], command, { encoding: 'utf8', env });
+    return { status, stdout, stderr };
+  });
+  server.kill();
+  console.log(JSON.stringify(said));`), configuration, path.join(build, 'bin', 'quill'),
+  JSON.stringify(commands.map((command) => [example, ...command]))], { inside: OWN_NETWORK })
+  .then(({ status, stdout, stderr }) => {
+    assert.deepEqual([status, stderr], [0, '']);
+    return JSON.parse(stdout);
+  });
+
+test('the example shows what is on a server, and copies it', async () => {
+  const media = folder();
+  const to = folder();
+  picture(path.join(media, 'photo.jpg'));
+  const [all, shown, got, put, none] = await besides(configuration('Shelf', media),
+    [], ['Shelf'], ['127.0.0.1', 'get', to], ['Shelf', 'put', media], ['Nobody']);
+  assert.deepEqual([all.status, all.stderr], [0, '']);
+  assert.match(all.stdout, /^1 media server\n {2}Shelf +127\.0\.0\.1 {2}uuid:.*\n$/);
+  assert.match(shown.stdout, /^\d+ items?\n( {2}photo .*http:\/\/127\.0\.0\.1:8200\/MediaItems\/\d+\.jpg\n)+$/);
+  assert.match(got.stdout, /^\d+ of \d+ files? \(.*\)\n$/);
+  assert.equal(put.status, 1);
+  assert.match(put.stderr, /^servers: the share ended: FAILED/m);
+  assert.deepEqual([none.status, none.stderr], [1, 'servers: there is no media server "Nobody"\n']);
+});
+
+test('the example says how it is used', async () => {
+  const { status, stderr } = await quill([example, 'Shelf', 'take', '/tmp']);
+  assert.equal(status, 1);
+  assert.match(stderr, /^servers: give a server, and get or put with a folder\n\nUsage: quill servers\.js/);
 });

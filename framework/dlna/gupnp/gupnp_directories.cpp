@@ -21,11 +21,50 @@ Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "The server is gone."}; }
 
 } // namespace
 
+// The page after one that was asked for.
+class GupnpDirectories::NextPage final : public Ahead {
+  public:
+    NextPage(std::shared_ptr<GupnpDirectories> directories, const Question &before)
+        : directories_(std::move(directories)), question_(before) {
+        question_.start += question_.count;
+        question_.ahead = nullptr; // of the pages before
+        pending_ = directories_->begin(question_);
+    }
+    ~NextPage() override {
+        try {
+            directories_->abandon(pending_);
+        } catch (...) {
+            // Without memory it goes on, and nobody looks at what comes.
+            pending_ = nullptr;
+        }
+    }
+    NextPage(const NextPage &) = delete;
+    NextPage &operator=(const NextPage &) = delete;
+
+    // Null: it is not the page that the question asks for.
+    [[nodiscard]] std::shared_ptr<Pending> of(const Question &question) const {
+        const bool isSame = question.kind == question_.kind && question.server == question_.server &&
+                            question.container == question_.container &&
+                            question.criteria == question_.criteria && question.start == question_.start &&
+                            question.count == question_.count;
+        return isSame ? pending_ : nullptr;
+    }
+
+  private:
+    const std::shared_ptr<GupnpDirectories> directories_;
+    Question question_;
+    std::shared_ptr<Pending> pending_;
+};
+
 Outcome GupnpDirectories::ask(const Question &question, const std::function<bool()> &isStopped, Page &page) {
-    const auto begin = [this, question](std::shared_ptr<Pending> pending) {
-        beginCall(question, std::move(pending));
-    };
-    return readReply(await(begin, question.patience, isStopped), question, page);
+    // Whatever came with a page of these directories is one of theirs.
+    const auto next = std::static_pointer_cast<NextPage>(question.ahead);
+    std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
+    const Reply reply = await(pending ? std::move(pending) : begin(question), question.patience, isStopped);
+    if (question.isFollowed && reply.outcome.code == MRB_ERR_NONE) {
+        page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // while this one is read
+    }
+    return readReply(reply, question, page);
 }
 
 Outcome GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
@@ -33,7 +72,7 @@ Outcome GupnpDirectories::fetch(const std::string &url, std::size_t most, std::c
     const auto begin = [this, url, most](std::shared_ptr<Pending> pending) {
         beginFetch(url, most, std::move(pending));
     };
-    Reply reply = await(begin, patience, isStopped);
+    Reply reply = await(this->begin(begin), patience, isStopped);
     bytes = std::move(reply.body);
     return reply.outcome.code == MRB_ERR_NONE ? outcomeOfStatus(reply.status) : reply.outcome;
 }
@@ -46,29 +85,46 @@ Outcome GupnpDirectories::connect(const std::string &server, const std::function
     const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
         pending->finish({findService(server, *place), 0, {}});
     };
-    Outcome outcome = await(begin, LONGEST, isStopped).outcome;
+    Outcome outcome = await(this->begin(begin), LONGEST, isStopped).outcome;
     if (outcome.code == MRB_ERR_NONE) {
         transfers = std::make_unique<GupnpTransfers>(server, *place);
     }
     return outcome;
 }
 
-Reply GupnpDirectories::await(std::function<void(std::shared_ptr<Pending> pending)> begin,
-                              std::chrono::milliseconds patience, const std::function<bool()> &isStopped) {
-    const auto pending = std::make_shared<Pending>();
+std::shared_ptr<Pending> GupnpDirectories::begin(Begin begin) {
+    auto pending = std::make_shared<Pending>();
     const auto self = shared_from_this();
-    if (!post([self, begin = std::move(begin), pending] { begin(pending); })) {
+    const bool isBegun = post([self, begin = std::move(begin), pending] { begin(pending); });
+    return isBegun ? pending : nullptr;
+}
+
+std::shared_ptr<Pending> GupnpDirectories::begin(const Question &question) {
+    return begin(
+        [this, question](std::shared_ptr<Pending> pending) { beginCall(question, std::move(pending)); });
+}
+
+Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
+                              const std::function<bool()> &isStopped) {
+    if (!pending) {
         return {gone(), 0, {}};
     }
     Reply reply = pending->await(patience, isStopped);
     if (reply.outcome.code == MRB_ERR_CANCELLED || reply.outcome.code == MRB_ERR_TIMEOUT) {
-        post([self, pending] {
+        abandon(pending);
+    }
+    return reply;
+}
+
+void GupnpDirectories::abandon(std::shared_ptr<Pending> pending) {
+    const auto self = shared_from_this();
+    if (pending) {
+        post([self, pending = std::move(pending)] {
             if (self->exchanges_) {
                 self->exchanges_->abandon(*pending);
             }
         });
     }
-    return reply;
 }
 
 bool GupnpDirectories::post(Task task) {

@@ -39,14 +39,20 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     void close();
 
   private:
+    class NextPage;
     using Task = std::function<void()>;
+    using Begin = std::function<void(std::shared_ptr<Pending> pending)>;
 
     // Has the network's thread do it; false: that has ended.
     bool post(Task task);
     void runTasks();
-    // Has the network's thread begin something, and waits for the reply.
-    Reply await(std::function<void(std::shared_ptr<Pending> pending)> begin,
-                std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
+    // Has the network's thread begin something; null: that has ended.
+    std::shared_ptr<Pending> begin(Begin begin);
+    std::shared_ptr<Pending> begin(const Question &question);
+    // Waits for the reply to that.
+    Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
+                const std::function<bool()> &isStopped);
+    void abandon(std::shared_ptr<Pending> pending);
     // These on the network's thread.
     Outcome findService(const std::string &server, ServicePlace &place);
     void beginCall(const Question &question, std::shared_ptr<Pending> pending);

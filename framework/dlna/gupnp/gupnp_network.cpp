@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "base/threads.h"
+#include "dlna/gupnp/description_guard.h"
 
 namespace mrb::dlna {
 namespace {
@@ -93,6 +94,7 @@ class GupnpNetwork::Watch {
     const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
     const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
     Object<GUPnPContextManager> manager_;
+    std::map<GUPnPContext *, std::unique_ptr<DescriptionGuard>> guards_;
     Object<GUPnPControlPoint> ownPoint_; // on the loopback interface
     std::map<GUPnPContext *, Object<GUPnPControlPoint>> points_;
 };
@@ -132,6 +134,7 @@ void GupnpNetwork::Watch::letGo() {
     }
     ownPoint_.reset();
     points_.clear();
+    guards_.clear();
     manager_.reset();
     // What was begun and is cancelled by that has its last word here.
     while (g_main_context_iteration(context_.get(), FALSE) != FALSE) {
@@ -150,7 +153,9 @@ void GupnpNetwork::Watch::watchThisMachine() {
 
 Object<GUPnPControlPoint> GupnpNetwork::Watch::watchContext(GUPnPContext *context) {
     // What is in this network is reached without a proxy.
-    g_object_set(gupnp_context_get_session(context), "proxy-resolver", nullptr, nullptr);
+    SoupSession *session = gupnp_context_get_session(context);
+    g_object_set(session, "proxy-resolver", nullptr, nullptr);
+    guards_[context] = std::make_unique<DescriptionGuard>(session);
     Object<GUPnPControlPoint> point(gupnp_control_point_new(context, MEDIA_SERVER));
     g_signal_connect(point.get(), "device-proxy-available", G_CALLBACK(onServer), this);
     g_signal_connect(point.get(), "device-proxy-unavailable", G_CALLBACK(onServerGone), this);
@@ -172,6 +177,7 @@ void GupnpNetwork::Watch::onContextGone(GUPnPContextManager * /*manager*/, GUPnP
     }
     const Object<GUPnPControlPoint> point = std::move(found->second);
     watch->points_.erase(found);
+    watch->guards_.erase(context);
     g_signal_handlers_disconnect_by_data(point.get(), watch);
     // They cannot be reached through it any more, and do not say so themselves.
     for (const GList *each = gupnp_control_point_list_device_proxies(point.get()); each != nullptr;

@@ -17,6 +17,8 @@
 
 namespace mrb::dlna {
 
+class OfferedFile;
+
 // Where a server's content directory takes calls.
 struct ServicePlace {
     std::string controlUrl;
@@ -55,7 +57,7 @@ class GupnpTransfers final : public Transfers {
                  Answer &answer);
     Outcome create(const Upload &file, const Stopped &isStopped, Created &created);
     Outcome import(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
-    Outcome follow(const std::string &transfer, class OfferedFile &offered, const Moved &moved,
+    Outcome follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
                    const Stopped &isStopped);
     Outcome post(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
     void destroy(const Created &created);

@@ -24,6 +24,9 @@ constexpr const char *ANY_CONTAINER = "DLNA.ORG_AnyContainer";
 
 constexpr auto POLL_PAUSE = std::chrono::milliseconds(50);
 
+// How long the end of a file may be on its way when the server already says that it has it.
+constexpr auto LAST_NEWS = std::chrono::seconds(1);
+
 // How long it is tried to take an object back.
 constexpr auto CLEANING = std::chrono::seconds(3);
 
@@ -61,9 +64,15 @@ Outcome GupnpTransfers::upload(const Upload &file, const Moved &moved, const Sto
                    "The server wants \"" + file.title + "\" at \"" + created.importUrl +
                        "\", which is not on its own host, and gets nothing there."};
     } else {
-        outcome = import(file, created, moved, isStopped);
+        // A second attempt begins anew; what is told does not.
+        std::uint64_t most = 0;
+        const auto forward = [&](std::uint64_t bytes) {
+            most = std::max(most, bytes);
+            moved(most);
+        };
+        outcome = import(file, created, forward, isStopped);
         if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-            outcome = post(file, created, moved, isStopped);
+            outcome = post(file, created, forward, isStopped);
         }
     }
     if (outcome.code != MRB_ERR_NONE) {
@@ -139,6 +148,10 @@ Outcome GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered
         }
         const std::string status = answer.text("TransferStatus");
         if (status == "COMPLETED") {
+            // Its last bytes may be news here.
+            const auto news = steady_clock::now() + LAST_NEWS;
+            const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
+            loop_.runUntil(isKnown, isStopped, pace);
             return offered.isFetched() ? Outcome()
                                        : Outcome{MRB_ERR_PROTOCOL,
                                                  "The server says that it has a file that it did not fetch."};

@@ -81,8 +81,10 @@ DirectoryScan::Step DirectoryScan::readPages(Question question, const Pending &c
     Seen seen;
     question.container = container.id;
     question.count = PAGE_LENGTH;
+    std::uint32_t total = 0; // as the page before said
     for (;;) {
         Page page;
+        question.isFollowed = total > question.start + question.count;
         Outcome outcome = ask(question, page);
         const std::optional<Taken> taken = take(page, container, seen);
         if (!taken) {
@@ -95,6 +97,8 @@ DirectoryScan::Step DirectoryScan::readPages(Question question, const Pending &c
         if (question.kind == Question::Kind::SEARCH && question.start == 0 && page.total > 0) {
             sink_.announce(page.total);
         }
+        total = page.total;
+        question.ahead = std::move(page.ahead);
         const std::size_t given = page.objects.size();
         question.start += static_cast<std::uint32_t>(given);
         if (page.returned != given) {

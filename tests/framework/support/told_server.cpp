@@ -86,9 +86,12 @@ Asked readAsked(const std::string &request) {
 
 bool Wire::send(std::string_view bytes) const {
     while (!bytes.empty() && !stopped_) {
-        pollfd waiting{socket_, POLLOUT, 0};
+        pollfd waiting{socket_, POLLOUT | POLLRDHUP, 0};
         if (poll(&waiting, 1, GLANCE) == 0) {
             continue;
+        }
+        if ((waiting.revents & POLLRDHUP) != 0) {
+            return false; // and what was not read yet never will be
         }
         const ssize_t size = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (size <= 0) {
@@ -108,8 +111,8 @@ void Wire::wait() const {
     }
 }
 
-ToldServer::ToldServer(Answer answer, std::string control)
-    : answer_(std::move(answer)), control_(std::move(control)),
+ToldServer::ToldServer(Answer answer, std::string control, Describe describe)
+    : answer_(std::move(answer)), control_(std::move(control)), describe_(std::move(describe)),
       listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address = addressOf("127.0.0.1", 0);
     socklen_t length = sizeof address;
@@ -144,6 +147,10 @@ void ToldServer::serve(int socket) {
     for (std::string request; !(request = readRequest(socket, stopped_)).empty();) {
         const Asked asked = readAsked(request);
         const Wire wire(socket, stopped_);
+        if (asked.action == "/description.xml" && describe_) {
+            describe_(wire);
+            break;
+        }
         if (asked.action == "/description.xml") {
             wire.send(httpOf(
                 "200 OK", std::string(R"(<?xml version="1.0"?><root xmlns="urn:schemas-upnp-org:device-1-0">)"

@@ -39,8 +39,11 @@ class ToldServer {
   public:
     using Answer = std::function<void(const Asked &asked, const Wire &wire)>;
 
+    using Describe = std::function<void(const Wire &wire)>;
+
     // `control`: where its content directory takes calls, if not where it should.
-    explicit ToldServer(Answer answer, std::string control = "/control");
+    // `describe`: sends its description, if that is not as it should be.
+    explicit ToldServer(Answer answer, std::string control = "/control", Describe describe = {});
     ~ToldServer();
     ToldServer(const ToldServer &) = delete;
     ToldServer &operator=(const ToldServer &) = delete;
@@ -60,6 +63,7 @@ class ToldServer {
 
     const Answer answer_;
     const std::string control_;
+    const Describe describe_;
     int listening_ = -1;
     int port_ = 0;
     std::atomic<bool> stopped_ = false;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <libsoup/soup.h>
+
+#include <chrono>
+#include <cstddef>
+#include <list>
+
+#include "dlna/gupnp/gobject.h"
+
+namespace mrb::dlna {
+
+// Keeps descriptions of devices short. GUPnP reads each of them whole, however long it is
+// and however slowly it comes: a connection that brings too much, or takes too long, is
+// shut. Owned by the watch of the network; its thread alone uses it.
+class DescriptionGuard {
+  public:
+    static constexpr std::size_t MOST_BYTES = 1UL << 20;
+    static constexpr auto PATIENCE = std::chrono::seconds(20);
+
+    // `session` is that of a GUPnP context, before it is used.
+    explicit DescriptionGuard(SoupSession *session);
+    ~DescriptionGuard();
+    DescriptionGuard(const DescriptionGuard &) = delete;
+    DescriptionGuard &operator=(const DescriptionGuard &) = delete;
+
+  private:
+    // A request that is under way.
+    struct Request {
+        DescriptionGuard &owner;
+        Object<SoupMessage> message;
+        std::chrono::steady_clock::time_point began;
+        Object<GSocket> socket; // null: not connected yet
+        GSource *timer = nullptr;
+    };
+
+    static void onQueued(SoupSession *session, SoupMessage *message, void *self);
+    static void onConnection(SoupMessage *message, int event, GIOStream *connection, void *request);
+    static void onFinished(SoupMessage *message, void *request);
+    static gboolean look(void *request);
+    void forget(Request &request);
+
+    const Object<SoupSession> session_;
+    std::list<Request> requests_;
+};
+
+} // namespace mrb::dlna
