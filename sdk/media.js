@@ -48,6 +48,12 @@ class Media {
     return new MediaList(this, { param_source_name: 'SOURCE_DLNA', param_scan_path: server, param_folder_id: folder }, wishes);
   }
 
+  /** Opens a list of what is on a camera, an element of mrb_get_ptp_list; without one, on the first that there is. */
+  openCamera({ storage_name, storage_bus, storage_address } = {}, wishes = {}) {
+    return new MediaList(this, { param_source_name: 'SOURCE_PTP', param_model_name: storage_name ?? '',
+                                 param_bus_value: storage_bus ?? 0, param_device_value: storage_address ?? 0 }, wishes);
+  }
+
   /** Nothing more to wait for: lets the program end. */
   finish() {
     quill.unref(this.bridge);

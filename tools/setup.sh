@@ -24,7 +24,7 @@ setup_run_packages=(
 setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
     umockdev libumockdev-dev iproute2 dbus minidlna rygel libheif-examples)
 # Other thumbnailers, with what they read WebP and HEIC by.
-setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer)
+setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer gphoto2)
 
 setup_fail() {
     printf 'setup: %s\n' "$*" >&2

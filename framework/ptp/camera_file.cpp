@@ -78,4 +78,17 @@ Outcome CameraFile::read(const CameraPatience &patience, CameraPart part, std::s
     return outcome;
 }
 
+std::shared_ptr<CameraService::Task> CameraFile::start(FileWork work) const {
+    return CameraService::instance().start(
+        address_, [path = path_, work = std::move(work)](Camera &camera) { return work(camera, path); });
+}
+
+bool CameraFile::isOver(const std::shared_ptr<CameraService::Task> &task, Outcome &outcome) const {
+    const bool isOver = CameraService::instance().isOver(task, outcome);
+    if (isOver) {
+        outcome = unlessRemoved(std::move(outcome), device_);
+    }
+    return isOver;
+}
+
 } // namespace mrb

@@ -39,6 +39,11 @@ class CameraFile {
     // A part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
     Outcome read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
 
+    // Something that is done while the caller does something else, see CameraService.
+    using FileWork = std::function<Outcome(Camera &camera, const CameraPath &path)>;
+    [[nodiscard]] std::shared_ptr<CameraService::Task> start(FileWork work) const;
+    bool isOver(const std::shared_ptr<CameraService::Task> &task, Outcome &outcome) const;
+
   private:
     Outcome run(const CameraPatience &patience, CameraService::Work work) const;
 

@@ -6,6 +6,7 @@
 
 #include "agent/opening.h"
 #include "base/log.h"
+#include "share/camera_origin.h"
 #include "share/copy_job.h"
 #include "share/folder_origin.h"
 #include "share/lock_job.h"
@@ -106,10 +107,12 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
         return {MRB_ERR_NOT_SUPPORTED, "To and from DLNA servers files are shared with the type 4."};
     }
-    if (list->filesRoot().empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be copied."};
+    std::unique_ptr<Origin> origin = list->filesRoot().empty()
+                                         ? CameraOrigin::make(list)
+                                         : std::make_unique<FolderOrigin>(list->filesRoot());
+    if (!origin) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders and cameras can be copied."};
     }
-    auto origin = std::make_unique<FolderOrigin>(list->filesRoot());
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }
 

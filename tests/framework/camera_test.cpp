@@ -198,6 +198,22 @@ TEST_F(CameraTest, IsOpenedAndLetGoAgainAndAgain) {
     }
 }
 
+// Drivers are loaded and unloaded by a library that knows no threads.
+TEST_F(CameraTest, SeveralAreOpenedAndLetGoAtATime) {
+    const support::Folder folder;
+    library();
+    const auto openAndLetGo = [&folder] {
+        for (int round = 0; round < 20; ++round) {
+            mrb::Outcome outcome;
+            EXPECT_NE(library().open(folderCamera(folder), outcome), nullptr) << outcome.message;
+        }
+    };
+    std::thread one(openAndLetGo);
+    std::thread other(openAndLetGo);
+    one.join();
+    other.join();
+}
+
 TEST_F(CameraTest, OneThatIsNotThereIsNotOpened) {
     mrb::Outcome outcome;
     EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, outcome), nullptr);

@@ -66,7 +66,8 @@ Outcome outcomeOfGphoto(int code, const std::string &about) {
     return {meaningOf(code), displayText(about) + ": " + displayText(gp_result_as_string(code))};
 }
 
-GphotoCamera::GphotoCamera(Handle camera) : camera_(std::move(camera)) {
+GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
+    : loading_(loading), camera_(std::move(camera)) {
     // Both are called while the camera works, which is the only sign that it does.
     gp_context_set_cancel_func(
         context_.get(),
@@ -81,7 +82,11 @@ GphotoCamera::GphotoCamera(Handle camera) : camera_(std::move(camera)) {
         [](GPContext *, unsigned, void *) {}, this);
 }
 
-GphotoCamera::~GphotoCamera() { gp_camera_exit(camera_.get(), context_.get()); }
+GphotoCamera::~GphotoCamera() {
+    const std::lock_guard guard(loading_);
+    gp_camera_exit(camera_.get(), context_.get());
+    camera_.reset();
+}
 
 Outcome GphotoCamera::readSizes(CameraSizes &sizes) {
     CameraStorageInformation *found = nullptr;

@@ -14,7 +14,8 @@ class GphotoCamera final : public Camera {
   public:
     using Handle = std::unique_ptr<::Camera, GphotoRelease>;
 
-    explicit GphotoCamera(Handle camera);
+    // `loading` is locked while its driver is unloaded, and outlives it.
+    GphotoCamera(Handle camera, std::mutex &loading);
     ~GphotoCamera() override;
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
@@ -48,7 +49,8 @@ class GphotoCamera final : public Camera {
     IsStopped isStopped_;
     Receiver receiver_;
     const std::unique_ptr<GPContext, GphotoRelease> context_{gp_context_new()};
-    const Handle camera_; // open
+    std::mutex &loading_;
+    Handle camera_; // open
 };
 
 } // namespace mrb

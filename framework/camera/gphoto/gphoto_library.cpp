@@ -83,7 +83,7 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcom
         code = gp_camera_init(camera.get(), context.get());
     }
     outcome = outcomeOfGphoto(code, address.port);
-    return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera)) : nullptr;
+    return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera), loading_) : nullptr;
 }
 
 CameraLibrary *mrb_make_camera_library() { return new GphotoLibrary; }

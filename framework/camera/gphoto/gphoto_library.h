@@ -22,7 +22,7 @@ struct GphotoRelease {
 };
 
 // libgphoto2's drivers. It loads them by a library that has one state for the whole
-// process, so all that may load one is done by one thread at a time.
+// process, so all that may load or unload one is done by one thread at a time.
 class GphotoLibrary final : public CameraLibrary {
   public:
     // Loads what all drivers say of themselves: some ten milliseconds. Throws

@@ -1,0 +1,112 @@
+#include "ptp/camera_download.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace mrb {
+namespace {
+
+// So many bytes are asked for at once: enough to be fast, few enough that others wait briefly.
+constexpr std::uint64_t PIECE = 1UL << 20;
+
+// So many wait for a slow destination.
+constexpr std::size_t MOST_WAITING = 4UL << 20;
+
+// How often it is looked whether it was stopped, or the camera is silent.
+constexpr auto GLANCE = std::chrono::milliseconds(20);
+
+} // namespace
+
+// What the camera's thread puts in and the download takes out.
+struct CameraDownload::Flow {
+    std::mutex lock; // guards what follows
+    std::condition_variable change;
+    std::deque<std::string> pieces;
+    std::size_t bytes = 0;
+    bool isClosed = false; // nobody takes any more
+
+    bool put(std::string_view piece) {
+        std::unique_lock guard(lock);
+        change.wait(guard, [this] { return bytes < MOST_WAITING || isClosed; });
+        pieces.emplace_back(piece);
+        bytes += piece.size();
+        change.notify_all();
+        return !isClosed;
+    }
+};
+
+CameraDownload::CameraDownload(CameraFile file, std::int64_t size, CameraService::IsStopped stopped)
+    : file_(std::move(file)), size_(size), stopped_(std::move(stopped)) {}
+
+CameraDownload::~CameraDownload() {
+    if (task_) {
+        const std::lock_guard guard(flow_->lock);
+        flow_->isClosed = true;
+        flow_->change.notify_all();
+        CameraService::giveUp(task_);
+    }
+}
+
+Outcome CameraDownload::next(const std::function<void(std::string_view bytes)> &take) {
+    std::string bytes;
+    Outcome outcome;
+    if (!task_) {
+        outcome = readPiece(bytes);
+        // Whether a camera gives pieces shows with the first one.
+        if (outcome.code == MRB_ERR_NOT_SUPPORTED && done_ == 0) {
+            startFlow();
+        }
+    }
+    if (task_) {
+        outcome = takeFromFlow(bytes);
+    }
+    if (outcome.code == MRB_ERR_NONE) {
+        done_ += bytes.size();
+        take(bytes);
+    }
+    return outcome;
+}
+
+Outcome CameraDownload::readPiece(std::string &bytes) const {
+    // A camera may take a read behind the end for a mistake.
+    const std::uint64_t left = size_ < 0 ? PIECE : static_cast<std::uint64_t>(size_) - done_;
+    const auto length = static_cast<std::size_t>(std::min(PIECE, left));
+    return length == 0 ? Outcome() : file_.readAt({stopped_}, done_, length, bytes);
+}
+
+void CameraDownload::startFlow() {
+    flow_ = std::make_shared<Flow>();
+    task_ = file_.start([flow = flow_](Camera &camera, const CameraPath &path) {
+        return camera.read(path, CameraPart::WHOLE,
+                           [&flow](std::string_view piece) { return flow->put(piece); });
+    });
+}
+
+Outcome CameraDownload::takeFromFlow(std::string &bytes) {
+    Outcome outcome;
+    bool isOver = false;
+    std::unique_lock guard(flow_->lock);
+    const auto isMore = [this] { return !flow_->pieces.empty(); };
+    while (!flow_->change.wait_for(guard, GLANCE, isMore)) {
+        if (isOver) {
+            return outcome; // and the last piece was taken
+        }
+        guard.unlock();
+        if (stopped_ && stopped_()) {
+            return {MRB_ERR_CANCELLED, {}};
+        }
+        isOver = file_.isOver(task_, outcome);
+        guard.lock();
+    }
+    bytes = std::move(flow_->pieces.front());
+    flow_->pieces.pop_front();
+    flow_->bytes -= bytes.size();
+    flow_->change.notify_all();
+    return {};
+}
+
+} // namespace mrb

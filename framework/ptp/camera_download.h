@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "ptp/camera_file.h"
+
+namespace mrb {
+
+// The bytes of a file on a camera, from its beginning to its end: in pieces, between which
+// others have their turn, where the camera gives pieces; else by one call that holds it for
+// so long. Owned and used by one thread, which waits for the camera.
+class CameraDownload {
+  public:
+    // `stopped` is asked by that thread only.
+    CameraDownload(CameraFile file, std::int64_t size, CameraService::IsStopped stopped);
+    ~CameraDownload();
+    CameraDownload(const CameraDownload &) = delete;
+    CameraDownload &operator=(const CameraDownload &) = delete;
+
+    // Hands the next bytes to `take`, to whom none are handed at the end.
+    // MRB_ERR_CANCELLED: it was stopped.
+    Outcome next(const std::function<void(std::string_view bytes)> &take);
+
+  private:
+    struct Flow;
+
+    Outcome readPiece(std::string &bytes) const;
+    void startFlow();
+    Outcome takeFromFlow(std::string &bytes);
+
+    const CameraFile file_;
+    const std::int64_t size_; // CameraFileFacts::UNSAID: that shows at the end
+    const CameraService::IsStopped stopped_;
+    std::uint64_t done_ = 0;
+    std::shared_ptr<Flow> flow_;
+    std::shared_ptr<CameraService::Task> task_;
+};
+
+} // namespace mrb

@@ -1,0 +1,93 @@
+#include "share/camera_origin.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "mrb/agent.h"
+#include "share/file_copy.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+constexpr mode_t COPIED_MODE = 0666;
+
+Outcome about(const std::string &name, Outcome outcome) {
+    if (outcome.code != MRB_ERR_NONE) {
+        outcome.message = name + ": " + outcome.message;
+    }
+    return outcome;
+}
+
+} // namespace
+
+std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<Opening> list) {
+    const std::optional<CameraItem> folder = readCameraUrl(list->locate(ListEntry{}).url);
+    return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
+}
+
+Outcome CameraOrigin::begin(const Stopped & /*isStopped*/) {
+    return isThere() ? Outcome() : Outcome{MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+}
+
+bool CameraOrigin::isThere() { return attachedCamera(device_).has_value(); }
+
+Outcome CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+    download_.reset();
+    if (item.type == MRB_ITEM_TYPE_FOLDER) {
+        return {};
+    }
+    name_ = displayText(item.name);
+    Outcome outcome;
+    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->locate(ListEntry{item}).url, outcome);
+    CameraFileFacts facts;
+    if (source) {
+        outcome = source->readFacts({isStopped}, facts);
+    }
+    if (outcome.code != MRB_ERR_NONE) {
+        return about(name_, std::move(outcome));
+    }
+    size_ = facts.size;
+    file.size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
+    file.mode = COPIED_MODE;
+    file.times[0].tv_nsec = UTIME_NOW;
+    file.times[1].tv_nsec = facts.modified < 0 ? UTIME_NOW : 0;
+    file.times[1].tv_sec = std::max<std::int64_t>(facts.modified, 0);
+    download_ = std::make_unique<CameraDownload>(*source, size_, isStopped);
+    return {};
+}
+
+Origin::End CameraOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    End end;
+    FileWriter writer(destination);
+    bool isOver = false;
+    const bool isKnown = size_ >= 0;
+    const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
+    const auto take = [&](std::string_view bytes) {
+        isOver = bytes.empty();
+        if (isKnown && bytes.size() > size - end.bytes) {
+            end.outcome = {MRB_ERR_PROTOCOL, "The camera sends more than it says."};
+            return;
+        }
+        end.destinationError = writer.write(bytes);
+        end.bytes += end.destinationError == 0 ? bytes.size() : 0;
+    };
+    while (!isOver && !end.stopped && end.destinationError == 0 && end.outcome.code == MRB_ERR_NONE) {
+        Outcome outcome = download_->next(take);
+        if (outcome.code != MRB_ERR_NONE) {
+            end.outcome = std::move(outcome);
+        }
+        end.stopped = end.outcome.code == MRB_ERR_CANCELLED || (!isOver && !moved(end.bytes));
+    }
+    if (isOver && isKnown && end.bytes < size) {
+        end.outcome = {MRB_ERR_PROTOCOL, "The camera sends less than it says."};
+    }
+    download_.reset();
+    end.outcome = about(name_, std::move(end.outcome));
+    return end;
+}
+
+} // namespace mrb

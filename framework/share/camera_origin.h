@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "agent/opening.h"
+#include "ptp/camera_download.h"
+#include "share/origin.h"
+
+namespace mrb {
+
+// The items of a list of a camera. Owned and called as every Origin is.
+class CameraOrigin final : public Origin {
+  public:
+    // Null: the list is none of a camera.
+    static std::unique_ptr<Origin> make(std::shared_ptr<Opening> list);
+
+    CameraOrigin(std::shared_ptr<Opening> list, std::string device)
+        : list_(std::move(list)), device_(std::move(device)) {}
+
+    Outcome begin(const Stopped &isStopped) override;
+    [[nodiscard]] bool isThere() override;
+    Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
+
+  private:
+    const std::shared_ptr<Opening> list_;
+    const std::string device_; // the camera's storage id
+    // Of the file that was opened last.
+    std::unique_ptr<CameraDownload> download_;
+    std::string name_;
+    std::int64_t size_ = 0; // CameraFileFacts::UNSAID: not known
+};
+
+} // namespace mrb

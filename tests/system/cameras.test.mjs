@@ -1,0 +1,173 @@
+// Cameras as scripts see them: a folder that is offered as one is listed, read, shown and copied.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import path from 'node:path';
+import test from 'node:test';
+
+import { script } from '../host/harness.mjs';
+import { folder, quill, root, runIn } from './harness.mjs';
+
+/** A memory card with two pictures and a clip; `small` is the picture in the EXIF data. */
+function card() {
+  const where = folder();
+  const pictures = path.join(where, 'DCIM', '100TEST');
+  mkdirSync(pictures, { recursive: true });
+  const small = path.join(folder(), 'small.jpg');
+  const convert = (...options) => execFileSync('convert-im6.q16', options);
+  convert('-size', '160x120', 'xc:red', small);
+  for (const number of [1, 2]) {
+    const file = path.join(pictures, `IMG_000${number}.JPG`);
+    convert('-size', '800x600', 'plasma:', file);
+    execFileSync('exiftool', ['-q', '-overwrite_original', `-ThumbnailImage<=${small}`, '-EXIF:Model=Desk',
+      `-EXIF:DateTimeOriginal=2026:01:0${number} 10:00:00`, file]);
+  }
+  writeFileSync(path.join(where, 'clip.mp4'), 'no clip');
+  return where;
+}
+
+const LIST = `
+const parsed = (answer) => JSON.parse(answer.return_data);
+const items = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
+  parsed(ask('mrb_get_item_v2', { param_agent: agent, param_index })));
+const cameras = () => JSON.parse(JSON.parse(bridge.mrb_get_ptp_list()).return_data)?.storage_devices ?? [];
+const camera = async (request) => {
+  const { return_ecode, return_data: agent } = open({ param_source_name: 'SOURCE_PTP', ...request });
+  if (return_ecode !== 0) return { code: return_ecode };
+  const { param_event, data } = await ended(agent);
+  return { agent, event: param_event, data, items: items(agent) };
+};
+`;
+
+test('an offered camera is in the list of cameras and not in that of sticks', async () => {
+  const where = card();
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } },
+    `${LIST} finish([cameras(), JSON.parse(JSON.parse(bridge.mrb_get_usb_list()).return_data)]);`);
+  const [[device, ...others], sticks] = value;
+  assert.deepEqual(others, []);
+  assert.equal(device.storage_name, `${path.basename(where)} (folder offered as a camera)`);
+  assert.equal(device.storage_id, `ptp:folder:${where}`);
+  assert.deepEqual([device.storage_bus, device.storage_address, device.storage_class], [0, 1, 256]);
+  assert.ok(!JSON.stringify(sticks).includes(where));
+});
+
+test('a script lists what is on a camera, and the fields of it', async () => {
+  const where = card();
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+    const list = await camera({ param_device_value: cameras()[0].storage_address });
+    const field = (param_index, param_field) =>
+      ask('mrb_get_item_value_v2', { param_agent: list.agent, param_index, param_field }).return_data;
+    finish({ ...list, model: field(3, 'MODEL'), width: field(3, 'WIDTH'), taken: field(3, 'DATE_TAKEN'),
+             thumbnail: field(3, 'THUMBNAIL_PATH') });`);
+  assert.equal(value.event, 0);
+  assert.deepEqual(value.items.map(({ name }) => name), ['clip.mp4', 'DCIM', '100TEST', 'IMG_0001.JPG', 'IMG_0002.JPG']);
+  const picture = value.items[3];
+  assert.equal(picture.size, readFileSync(path.join(where, 'DCIM', '100TEST', 'IMG_0001.JPG')).length);
+  assert.equal(picture.media_id, picture.url.replace('ptp://', 'ptp:'));
+  assert.deepEqual([value.model, value.width, value.taken, value.thumbnail],
+    ['Desk', 800, '2026-01-01T10:00:00', picture.url]);
+});
+
+test('a folder of a camera is opened by its media id', async () => {
+  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+    const all = await camera({});
+    const part = await camera({ param_folder_id: all.items[2].media_id, param_sort_category: 'NAME DESC' });
+    finish([all, part]);`);
+  const [all, part] = value;
+  assert.deepEqual(part.items.map(({ url }) => url), [all.items[4].url, all.items[3].url]);
+});
+
+test('a camera that is not there, and one that is pulled out, are told by their codes', async () => {
+  const where = card();
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+    const none = await camera({ param_bus_value: 9, param_device_value: 9 });
+    const list = await camera({});
+    const fs = require('node:fs');
+    fs.renameSync(process.argv[2], process.argv[2] + '2');
+    const again = await camera({});
+    ask('mrb_move_to_index_v2', { param_agent: list.agent, param_index: 3 });
+    finish([none.code, again.code, ask('mrb_prepare_play_data_v2', { param_agent: list.agent }).return_ecode,
+            count(list.agent)]);`, where);
+  assert.deepEqual(value, [-4, -4, -11, 5]);
+});
+
+test('a thumbnail is made of the small picture, or of the whole one, and a sync ends camera requests', async () => {
+  const output = folder();
+  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+    const list = await camera({});
+    const results = [];
+    let heard = () => {};
+    const request = (more) => bridge.thumbnail_request_async((text) => { results.push(JSON.parse(text)); heard(); },
+      JSON.stringify({ param_origin_path: list.items[3].url, param_source_type: 2, ...more }));
+    request({ param_thumb_width: 160, param_thumb_height: 160, param_save_path: [process.argv[2] + '/small.bmp'] });
+    await new Promise((resolve) => { heard = () => results.length === 1 && resolve(); heard(); });
+    request({ param_thumb_width: 400, param_thumb_height: 400, param_save_path: [process.argv[2] + '/large.bmp'] });
+    await new Promise((resolve) => { heard = () => results.length === 2 && resolve(); heard(); });
+    finish([results, JSON.parse(bridge.thumbnail_stop_ptp_decode_sync())]);`, output);
+  const [results, sync] = value;
+  assert.equal(results.length, 2, JSON.stringify(results));
+  assert.deepEqual(sync, { return_ecode: 0 });
+  assert.deepEqual(readdirSync(output).sort(), ['large.bmp', 'small.bmp']);
+  const size = (name) => execFileSync('identify-im6.q16', ['-format', '%wx%h', path.join(output, name)]).toString();
+  assert.deepEqual([size('small.bmp'), size('large.bmp')], ['160x120', '400x300']);
+});
+
+test('what is selected on a camera is copied to a folder', async () => {
+  const where = card();
+  const to = folder();
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+    const list = await camera({});
+    ask('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: [2] });
+    const told = [];
+    await new Promise((resolve) => bridge.mrb_batch_process_v2((text) => {
+      const event = JSON.parse(text);
+      told.push(event);
+      if ([18, 19, 26, 27, 28].includes(event.param_event)) resolve();
+    }, JSON.stringify({ param_agent: list.agent, param_share_type: 2, param_dest_device_path: process.argv[2] })));
+    finish(told.at(-1));`, to);
+  assert.equal(value.param_event, 18, JSON.stringify(value));
+  assert.equal(value.param_share_done_file_count, 2);
+  for (const name of ['IMG_0001.JPG', 'IMG_0002.JPG']) {
+    assert.deepEqual(readFileSync(path.join(to, '100TEST', name)), readFileSync(path.join(where, 'DCIM', '100TEST', name)));
+  }
+});
+
+test('the promise layer opens cameras', async () => {
+  const where = card();
+  const { status, stdout, stderr } = await quill(['--camera', where, script('app.js', `
+    const { Media } = require(${JSON.stringify(path.join(root, 'sdk', 'media.js'))});
+    (async () => {
+      const media = new Media();
+      const list = media.openCamera({}, { contentType: 'IMAGE' });
+      await list.ready;
+      console.log(list.count());
+      media.finish();
+    })();`)]);
+  assert.deepEqual([status, stderr], [0, '']);
+  assert.equal(stdout, '2\n');
+});
+
+test('a file, or nothing, cannot be offered as a camera', async () => {
+  const file = path.join(card(), 'clip.mp4');
+  for (const [options, message] of [[['--camera', file], `quill: --camera ${file}: that is no folder\n`],
+                                    [['--camera'], 'quill: --camera needs a folder\n'],
+                                    [['--camera='], 'quill: --camera needs a folder\n']]) {
+    const { status, stderr } = await quill(options);
+    assert.deepEqual([status, stderr], [1, message]);
+  }
+});
+
+test('a camera that hangs keeps neither a script waiting nor the program from ending', async () => {
+  const where = card();
+  // Whoever opens a pipe waits for its writer, and so does libgphoto2.
+  execFileSync('mkfifo', [path.join(where, 'hangs.jpg')]);
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+    const list = await camera({});
+    const index = list.items.findIndex(({ name }) => name === 'hangs.jpg');
+    bridge.thumbnail_request_async(() => {}, JSON.stringify({ param_origin_path: list.items[index].url }));
+    const field = (param_field) =>
+      ask('mrb_get_item_value_v2', { param_agent: list.agent, param_index: index, param_field }).return_ecode;
+    console.log(JSON.stringify([field('MODEL'), field('MODEL'), bridge.thumbnail_stop_ptp_decode_sync() !== '']));
+    process.exit();`);
+  assert.deepEqual(value, [-13, -13, true]);
+});
