@@ -346,6 +346,27 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     EXPECT_EQ(sink.store.size(), 2);
 }
 
+TEST_F(DlnaSource, ASearchThatIsRefusedInPassingIsAskedForOnceMore) {
+    for (int number = 0; number < 700; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    directories.answer = [this, refused = 0](const Question &question, Page &page) mutable {
+        page.capabilities = "*";
+        if (question.kind == Question::Kind::CAPABILITIES) {
+            return Outcome{};
+        }
+        EXPECT_EQ(question.kind, Question::Kind::SEARCH);
+        // Each page once.
+        const bool isRefused = refused <= static_cast<int>(question.start);
+        refused = isRefused ? static_cast<int>(question.start) + 1 : refused;
+        return isRefused ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"} : directories.honest(question, page);
+    };
+    ListRequest request;
+    request.keyWord = "picture";
+    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 700);
+}
+
 TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     directories.contents["0"] = {image("1")};
     directories.answer = [this](const Question &question, Page &page) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -169,12 +170,31 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
     return taken;
 }
 
+// A server that is still looking through its own folders refuses a search now and then, as
+// if it could not be done, and does it when it is asked once more.
 Outcome DirectoryScan::ask(const Question &question, Page &page) {
     Question whole = question;
     whole.server = place_.server;
     whole.patience = place_.patience;
-    return place_.directories.ask(
-        whole, [this] { return sink_.stopped(); }, page);
+    const auto isStopped = [this] { return sink_.stopped(); };
+    Outcome outcome = place_.directories.ask(whole, isStopped, page);
+    whole.ahead.reset();
+    const bool isSearch = question.kind == Question::Kind::SEARCH;
+    for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
+        rest();
+        page = {};
+        outcome =
+            isStopped() ? Outcome{MRB_ERR_CANCELLED, {}} : place_.directories.ask(whole, isStopped, page);
+    }
+    return outcome;
+}
+
+// Between two turns, in pieces after which a list may be stopped.
+void DirectoryScan::rest() const {
+    constexpr auto PIECE = std::chrono::milliseconds(5);
+    for (auto left = PAUSE; left.count() > 0 && !sink_.stopped(); left -= PIECE) {
+        std::this_thread::sleep_for(PIECE);
+    }
 }
 
 // A container that cannot be read costs its own contents only, unless it is the one that

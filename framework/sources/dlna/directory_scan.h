@@ -27,6 +27,10 @@ class DirectoryScan {
     // No container holds more; one that does is not read further.
     static constexpr std::uint32_t MOST_OBJECTS = 2'000'000;
 
+    // A search that is refused is asked for so often again, with so long between.
+    static constexpr int MORE_TURNS = 3;
+    static constexpr auto PAUSE = std::chrono::milliseconds(150);
+
     // Where to read: a container of a server. All must outlive the scan.
     struct Place {
         dlna::Directories &directories;
@@ -62,6 +66,7 @@ class DirectoryScan {
     // No value: the list takes no more.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Seen &seen);
     Outcome ask(const dlna::Question &question, dlna::Page &page);
+    void rest() const;
     Step failed(Outcome outcome, const Pending &container);
     void note(const Pending &container, const std::string &fault);
     Step end(Outcome outcome);
