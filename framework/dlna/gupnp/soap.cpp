@@ -25,7 +25,7 @@ struct Fault {
 constexpr Fault FAULTS[] = {
     {401, MRB_ERR_NOT_SUPPORTED},     // invalid action
     {501, MRB_ERR_IO},                // action failed
-    {602, MRB_ERR_NOT_SUPPORTED},     // not implemented
+    {602, MRB_ERR_NOT_SUPPORTED},     // an optional action that the server lacks
     {606, MRB_ERR_PERMISSION_DENIED}, // not authorized
     {701, MRB_ERR_NOT_FOUND},         // no such object
     {708, MRB_ERR_NOT_SUPPORTED},     // unsupported or invalid search criteria
