@@ -1,19 +1,20 @@
 #include "camera/camera_library.h"
 
 #include "base/module.h"
+#include "base/on_demand.h"
 #include "metadata/read_metadata.h"
 
 namespace mrb {
 
 CameraLibrary &cameraLibrary() {
-    static CameraLibrary &library = []() -> CameraLibrary & {
+    static OnDemand<CameraLibrary> library;
+    return library.get([] {
         // libgphoto2 loads its drivers by itself, and some bring libheif and its encoders
         // along. The readers load these as a module is to (base/module_end.cpp).
         loadReaders();
         const Module module("libmrb-cameras.so");
-        return *module.function<MakeCameraLibrary>(MAKE_CAMERA_LIBRARY_SYMBOL)();
-    }();
-    return library;
+        return module.function<MakeCameraLibrary>(MAKE_CAMERA_LIBRARY_SYMBOL)();
+    });
 }
 
 } // namespace mrb

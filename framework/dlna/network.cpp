@@ -1,13 +1,14 @@
 #include "dlna/network.h"
 
 #include "base/module.h"
+#include "base/on_demand.h"
 
 namespace mrb::dlna {
 
 std::unique_ptr<Network> startNetwork(ServerListener &listener) {
-    static const Module library("libmrb-dlna.so");
-    static auto *const start = library.function<StartNetwork>(START_SYMBOL);
-    return std::unique_ptr<Network>(start(listener));
+    static OnDemand<StartNetwork> start;
+    return std::unique_ptr<Network>(
+        start.get([] { return Module("libmrb-dlna.so").function<StartNetwork>(START_SYMBOL); })(listener));
 }
 
 } // namespace mrb::dlna

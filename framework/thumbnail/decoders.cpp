@@ -1,6 +1,7 @@
 #include "thumbnail/decoders.h"
 
 #include "base/module.h"
+#include "base/on_demand.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -15,8 +16,8 @@ Decode *load() {
 } // namespace
 
 Decode &decoders() {
-    static Decode *const decode = load();
-    return *decode;
+    static OnDemand<Decode> decode;
+    return decode.get(load);
 }
 
 } // namespace mrb::thumbnail

@@ -1,12 +1,13 @@
 #include "thumbnail/films.h"
 
 #include "base/module.h"
+#include "base/on_demand.h"
 
 namespace mrb::thumbnail {
 
 const Films &films() {
-    static const Films &loaded = *Module("libmrb-films.so").function<FindFilms>(FILMS_SYMBOL)();
-    return loaded;
+    static OnDemand<const Films> loaded;
+    return loaded.get([] { return Module("libmrb-films.so").function<FindFilms>(FILMS_SYMBOL)(); });
 }
 
 } // namespace mrb::thumbnail

@@ -1,0 +1,63 @@
+// What the process makes when it is first asked for.
+
+#include "base/on_demand.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <latch>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+TEST(OnDemand, IsMadeOnce) {
+    mrb::OnDemand<int> number;
+    int made = 0;
+    int kept = 7;
+    const auto make = [&] {
+        ++made;
+        return &kept;
+    };
+    EXPECT_EQ(&number.get(make), &kept);
+    EXPECT_EQ(&number.get(make), &kept);
+    EXPECT_EQ(made, 1);
+}
+
+TEST(OnDemand, AFailureIsToldAndTriedAgain) {
+    mrb::OnDemand<int> number;
+    int kept = 7;
+    EXPECT_THROW((void)number.get([]() -> int * { throw std::runtime_error("no more files"); }),
+                 std::runtime_error);
+    EXPECT_EQ(number.get([&] { return &kept; }), 7);
+}
+
+TEST(OnDemand, WhoWaitsWhileItFailsGoesOn) {
+    constexpr int ROUNDS = 200;
+    constexpr int THREADS = 4;
+    for (int round = 0; round < ROUNDS; ++round) {
+        mrb::OnDemand<int> number;
+        int kept = 7;
+        std::atomic<int> attempts = 0;
+        std::atomic<int> failures = 0;
+        std::latch ready(THREADS);
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < THREADS; ++thread) {
+            threads.emplace_back([&] {
+                ready.arrive_and_wait();
+                try {
+                    (void)number.get([&] {
+                        if (++attempts < THREADS) {
+                            throw std::runtime_error("not yet");
+                        }
+                        return &kept;
+                    });
+                } catch (const std::runtime_error &) {
+                    ++failures;
+                }
+            });
+        }
+        threads.clear();
+        EXPECT_EQ(attempts, THREADS);
+        EXPECT_EQ(failures, THREADS - 1);
+    }
+}
