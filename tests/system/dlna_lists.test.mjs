@@ -51,17 +51,22 @@ test('five thousand items of a server are listed, paged, searched and sorted', a
   assert.deepEqual(backwards, ['picture 5000', 'picture 4999']);
 });
 
-test('a server of another kind shows five hundred of them', async () => {
-  const { whole, names, last } = await run(`
+test('a server of another kind shows five thousand items too', async () => {
+  const { whole, names, last, found } = await run(`
+    const COUNT = Number(process.argv[3]);
     const { server, id } = await meet(() => serveRygel(process.argv[2]));
-    const whole = await listAll({ param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: 'IMAGE',
-                                  param_sort_category: 'NAME' }, 500);
-    const all = items(whole.agent, 0, 500);
+    const where = { param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: 'IMAGE',
+                    param_sort_category: 'NAME' };
+    const whole = await listAll(where, COUNT);
+    const all = items(whole.agent, 0, COUNT);
+    const found = await list({ ...where, param_key_word: 'PICTURE 49' });
     process.kill(-server.pid);
-    finish({ whole, names: all.map((item) => item.name), last: all.at(-1) });`, rygelConfiguration('Shelf', pictures(500)));
-  assert.deepEqual([whole.event, whole.item_count], [0, 500]);
-  assert.deepEqual(names, Array.from({ length: 500 }, (_, index) => `picture ${index + 1}`));
+    finish({ whole, names: all.map((item) => item.name), last: all.at(-1), found });`,
+  rygelConfiguration('Shelf', pictures(COUNT)), String(COUNT));
+  assert.deepEqual([whole.event, whole.item_count], [0, COUNT]);
+  assert.deepEqual(names, Array.from({ length: COUNT }, (_, index) => `picture ${index + 1}`));
   assert.match(last.url, /^http:\/\/127\.0\.0\.1:\d+\//);
+  assert.deepEqual([found.event, found.item_count], [0, 111]);
 });
 
 /** A song, a picture and a film, and what is in them. */
