@@ -202,11 +202,9 @@ Outcome parse(const std::string &didl,
               void (*onAvailable)(GUPnPDIDLLiteParser *, GUPnPDIDLLiteObject *, Taken *), Taken &taken) {
     // The parser below reads what is broken as far as it goes, says nothing of it, and
     // unfolds entities without a bound.
-    Xml xml;
-    Outcome outcome = readXml(didl, xml);
-    const bool isEmpty = !xml.document || xmlDocGetRootElement(xml.document.get()) == nullptr;
-    xml.document.reset();
-    if (isEmpty) {
+    bool isReadable = false;
+    Outcome outcome = checkXml(didl, isReadable);
+    if (!isReadable) {
         return outcome;
     }
     xmlSetGenericErrorFunc(nullptr, ignoreXmlError); // for this thread

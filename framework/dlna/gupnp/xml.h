@@ -22,6 +22,10 @@ struct Xml {
 // there is none.
 Outcome readXml(const std::string &text, Xml &xml);
 
+// The same look at XML from a server, of which nothing is kept. `isReadable`: there is an
+// element, and nothing is dangerous.
+Outcome checkXml(const std::string &text, bool &isReadable);
+
 // The first element of that name in an element, in any namespace. Null: there is none.
 const xmlNode *childOf(const xmlNode *parent, const char *name);
 
