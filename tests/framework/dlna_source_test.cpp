@@ -250,6 +250,33 @@ TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
     EXPECT_EQ(directories.asked.size(), 1U);
 }
 
+// As most servers do: by album, by date, by folder.
+TEST_F(DlnaSource, WhatAServerThatDoesNotSearchShowsInSeveralFoldersIsFoundOnce) {
+    const auto at = [](const std::string &id, const std::string &url) {
+        MediaObject object = image(id);
+        object.url = url;
+        return object;
+    };
+    directories.contents["0"] = {container("a", "A"), container("b", "B")};
+    directories.contents["a"] = {at("a1", "http://server/1.jpg"), at("a2", "")};
+    directories.contents["b"] = {at("b1", "http://server/1.jpg"), at("b2", ""),
+                                 at("b3", "http://server/3.jpg")};
+    ListRequest request;
+    request.contentType = "IMAGE";
+    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_THAT(sink.names(),
+                ElementsAre("A", "B", "A/picture a1", "A/picture a2", "B/picture b2", "B/picture b3"));
+}
+
+TEST_F(DlnaSource, WithoutAFilterAnItemIsInEachOfItsFolders) {
+    MediaObject object = image("1");
+    object.url = "http://server/1.jpg";
+    directories.contents["0"] = {container("a", "A"), object};
+    directories.contents["a"] = {object};
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_THAT(sink.names(), ElementsAre("A", "picture 1", "A/picture 1"));
+}
+
 TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
     directories.contents["0"] = {container("a", "A")};
     directories.contents["a"] = {container("0", "Root"), container("a", "A")};

@@ -22,6 +22,7 @@ FillResult DirectoryScan::run(const ListRequest &request) {
     Step step = Step::GO_ON;
     if (isWorthSearching(request)) {
         step = search(request, isDone);
+        isForSearch_ = true;
     }
     if (step == Step::GO_ON && !isDone) {
         step = walk();
@@ -141,6 +142,10 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
         ++taken.fresh;
         const int type = itemTypeOf(object);
         if (type < 0 || (!object.isContainer && !sink_.wants(static_cast<std::uint8_t>(type)))) {
+            continue;
+        }
+        if (isForSearch_ && !object.url.empty() &&
+            !urls_.insert(std::hash<std::string>()(object.url)).second) {
             continue;
         }
         SourceItem item;

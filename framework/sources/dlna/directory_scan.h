@@ -62,7 +62,7 @@ class DirectoryScan {
         std::size_t fresh = 0;    // objects that were not seen before
         std::size_t repeated = 0; // and that were
     };
-    using Seen = std::unordered_set<std::size_t>; // hashes of ids
+    using Seen = std::unordered_set<std::size_t>; // hashes of ids, or of URLs
     // No value: the list takes no more.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Seen &seen);
     Outcome ask(const dlna::Question &question, dlna::Page &page);
@@ -75,7 +75,11 @@ class DirectoryScan {
     const Place place_;
     std::deque<Pending> pending_;
     std::unordered_set<std::string> visited_; // ids of containers, also of those pending
-    Outcome fault_;                           // the first that did not end the scan
+    // A walk in place of a search finds each thing once, though a server shows it by album,
+    // by date and by folder, each time under another id.
+    bool isForSearch_ = false;
+    Seen urls_;     // of the items, if so
+    Outcome fault_; // the first that did not end the scan
     FillResult result_;
 };
 
