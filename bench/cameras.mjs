@@ -11,7 +11,7 @@ import path from 'node:path';
 
 import { compare, report } from './measure.mjs';
 
-const build = path.resolve(process.env.QUILL_BUILD ?? 'build/bench');
+const build = path.resolve(process.env.QUILL_BUILD ?? 'build/release');
 const small = process.argv.includes('--small');
 const PICTURES = small ? 100 : 1_000;
 const TURNS = small ? 3 : 9;

@@ -97,7 +97,7 @@ const timeOf = (work) => {
 };
 
 async function main() {
-  const quill = path.join(process.env.QUILL_BUILD ?? 'build/bench', 'bin', 'quill');
+  const quill = path.join(process.env.QUILL_BUILD ?? 'build/release', 'bin', 'quill');
   const home = mkdtempSync(path.join(os.tmpdir(), 'fields-'));
   const cache = path.join(home, 'cache');
   const bridge = (where) => JSON.parse(must(quill, [fileURLToPath(import.meta.url), READ, where],

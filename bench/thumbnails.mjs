@@ -15,7 +15,7 @@ import path from 'node:path';
 
 import { median } from './measure.mjs';
 
-const build = process.env.QUILL_BUILD ?? 'build/bench';
+const build = process.env.QUILL_BUILD ?? 'build/release';
 const program = (name) => path.join(build, 'bench', name);
 const small = process.argv.includes('--small');
 const kinds = process.argv.slice(2).filter((word) => word !== '--small');

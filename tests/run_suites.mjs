@@ -1,6 +1,6 @@
-// Runs the suites of tests named on the command line, all of them without a
+// Runs the suites of tests named on the command line, the usual ones without a
 // name, and ends with the line "N passed, M failed". Called by ./test, which
-// has installed what this needs.
+// has installed what this needs and knows the options.
 
 import { accessSync, chmodSync, constants, mkdirSync, mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -23,6 +23,7 @@ const quill = (folder) => join(folder, 'bin', 'quill');
  * name     what ./test NAME calls it; one line runs in each of `builds`
  * kind     how it is run and counted, see runner/kinds.mjs
  * builds   the presets it runs in; '' needs none
+ * more     those that it runs in besides with --all, or when it is named
  * targets  what of the build it needs, all of it unless said; see `needed`
  * parts    so many processes share its tests, where these mostly wait
  * seconds  the limit, of one program or file, far above what it takes
@@ -31,9 +32,9 @@ const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 60 },
     { name: 'format', kind: 'check', builds: [''], check: format },
     { name: 'layout', kind: 'check', builds: [''], check: layout },
-    { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan', 'tsan'], targets: ['syslog_tests'],
+    { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['syslog_tests'],
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
-    { name: 'framework', kind: 'gtest', builds: ['dev', 'asan', 'tsan'], targets: ['framework_tests'],
+    { name: 'framework', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['framework_tests'],
       command: ['{build}/tests/framework_tests'], parts: 4, seconds: 600 },
     { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], targets: ['json_tests'],
       command: ['{build}/tests/json_tests'], seconds: 300 },
@@ -42,24 +43,25 @@ const TABLE = [
     { name: 'blackbox', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/blackbox', program: quill,
       env: recorded, seconds: 600 },
     // Once more as it ships: optimised, without a sanitizer.
-    { name: 'blackbox', kind: 'node', builds: ['bench'], folder: 'tests/blackbox', program: quill, env: recorded,
-      targets: ['quill', 'quill-addon', 'quillmrbbridge', 'mrb', 'recorder'], seconds: 600 },
+    { name: 'blackbox', kind: 'node', builds: [], more: ['release'], folder: 'tests/blackbox', program: quill,
+      env: recorded, targets: ['product', 'mrb-recording', 'systemlog-recording', 'recorder'], seconds: 600 },
     { name: 'host', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/host', seconds: 600 },
-    { name: 'system', kind: 'node', builds: ['dev', 'asan'], folder: 'tests/system', seconds: 900 },
-    { name: 'tidy', kind: 'check', builds: ['dev'], check: tidy },
+    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', seconds: 900 },
+    { name: 'tidy', kind: 'check', builds: [], more: ['dev'], check: tidy },
 ];
 
-const suites = TABLE.flatMap((entry) => entry.builds.map((build) => ({ ...entry, build })));
+const suites = TABLE.flatMap((entry) => [...entry.builds, ...(entry.more ?? [])].map((build) => ({ ...entry, build })));
+const isUsual = ({ builds, build }) => builds.includes(build);
 const titleOf = (suite) => (suite.build ? `${suite.name}:${suite.build}` : suite.name);
 
-function chosenSuites(names) {
+function chosenSuites(names, all) {
     const unknown = names.filter((name) => !suites.some((suite) => name === suite.name || name === titleOf(suite)));
     if (unknown.length > 0) {
         const known = [...new Set(suites.map((suite) => suite.name))].join(' ');
         console.error(`test: there is no suite ${unknown.join(', ')}; there are ${known}`);
         process.exit(1);
     }
-    if (names.length === 0) return suites;
+    if (names.length === 0) return all ? suites : suites.filter(isUsual);
     return suites.filter((suite) => names.includes(suite.name) || names.includes(titleOf(suite)));
 }
 
@@ -75,8 +77,8 @@ function report(title, { passed, failed, details }, started) {
     if (failed) console.log(`${details.replace(/^/gm, '    ')}\n`);
 }
 
-const names = process.argv.slice(2).filter((argument) => argument !== '--list');
-const chosen = chosenSuites(names);
+const names = process.argv.slice(2).filter((argument) => !argument.startsWith('--'));
+const chosen = chosenSuites(names, process.argv.includes('--all'));
 if (process.argv.includes('--list')) {
     for (const suite of chosen) console.log(titleOf(suite));
     process.exit(0);

@@ -22,7 +22,9 @@ export async function build(root, preset, targets) {
         rmSync(folder, { recursive: true });
     }
     const log = (name) => join(root, 'build', 'test-logs', `build-${preset}-${name}.log`);
-    const steps = existsSync(join(folder, 'build.ninja'))
+    // ./run configures one of them, without tests.
+    const hasTests = existsSync(join(folder, 'build.ninja')) && !readFileSync(cache, 'utf8').includes('QUILL_TESTS:BOOL=OFF');
+    const steps = hasTests
         ? []
         : [['configure', ['--preset', preset, '-DQUILL_TESTS=ON']]];
     steps.push(['compile', ['--build', folder, '-j', String(cpus().length), '--target', ...targets]]);
