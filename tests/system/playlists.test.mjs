@@ -149,6 +149,21 @@ test('selected entries of a playlist are copied byte for byte, and those that ca
   assert.match(stderr, /Not copied: radio\.mp3: it lies on another machine/);
 });
 
+test('a playlist in UTF-16 is read, and bases of XSPF hold', async () => {
+  const where = tree({ 'songs/Übung 音.mp3': 'x', 'win.m3u': '',
+    'based.xspf': `<playlist version="1" xmlns="http://xspf.org/ns/0/" xml:base="songs/"><trackList>
+      <track><location>${encodeURIComponent('Übung 音.mp3')}</location></track></trackList></playlist>` });
+  writeFileSync(path.join(where, 'win.m3u'),
+    Buffer.from('\uFEFF#EXTM3U\r\n#EXTINF:5,Titel 音\r\nsongs\\Übung 音.mp3\r\n', 'utf16le'));
+  const lists = await run(`${LIST}
+    finish([await playlists({ param_prepare_data: process.argv[2] }), await playlists({ param_prepare_data: process.argv[3] })]);`,
+  path.join(where, 'win.m3u'), path.join(where, 'based.xspf'));
+  for (const { items } of lists) {
+    assert.deepEqual(items.map((item) => [item.path, item.missing]), [[path.join(where, 'songs', 'Übung 音.mp3'), false]]);
+  }
+  assert.equal(lists[0].items[0].title, 'Titel 音');
+});
+
 // ---- the example ------------------------------------------------------------
 
 const example = path.join(root, 'sdk', 'examples', 'playlists.js');
