@@ -81,6 +81,10 @@ class Opening final : public EventTarget,
     // The path of the folder below which the items are files; empty: there is no such folder.
     // Any thread.
     [[nodiscard]] std::string filesRoot() const { return source_->watchedRoot(); }
+    // Whether items are files of this machine wherever they lie, and which file an item is,
+    // see Source. Any thread.
+    [[nodiscard]] bool namesFiles() const { return source_->namesFiles(); }
+    [[nodiscard]] std::string filePath(const ItemFacts &item) const { return source_->filePath(item); }
 
     // The description of an entry as JSON text; no value: no such index. Any thread.
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;

@@ -56,6 +56,16 @@ std::string portableName(std::string_view name) {
     return text;
 }
 
+std::string renamedPath(std::string_view path, std::string (*rename)(std::string_view name)) {
+    std::string renamed;
+    while (!path.empty()) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        renamed.append(renamed.empty() ? "" : "/").append(rename(path.substr(0, end)));
+        path.remove_prefix(std::min(end + 1, path.size()));
+    }
+    return renamed;
+}
+
 std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes) {
     const std::size_t stem = stemOf(name, isFolder);
     std::string end = number == 0 ? "" : " (" + std::to_string(number) + ")";

@@ -15,6 +15,9 @@ bool isPlainName(std::string_view name);
 // the end.
 std::string portableName(std::string_view name);
 
+// `path`, names joined with '/', with every name as `rename` makes it.
+std::string renamedPath(std::string_view path, std::string (*rename)(std::string_view name));
+
 // `name` with " (number)" before its extension, or at the end of a folder's name; as
 // it is for 0. At most `mostBytes` long: what is too much is cut off before that,
 // between characters.

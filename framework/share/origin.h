@@ -13,7 +13,8 @@
 
 namespace mrb {
 
-// Where the files of a copy come from: a folder, a camera, or a DLNA server. Owned by a job and
+// Where the files of a copy come from: a folder, wherever a list says, a camera, or a DLNA
+// server. Owned by a job and
 // called by its thread.
 class Origin {
   public:

@@ -98,15 +98,7 @@ Outcome ServerOrigin::judged(Outcome outcome) const {
     return outcome;
 }
 
-std::string ServerOrigin::pathOf(std::string path) const {
-    std::string all;
-    for (std::string_view rest = path; !rest.empty();) {
-        const std::size_t end = std::min(rest.find('/'), rest.size());
-        all.append(all.empty() ? "" : "/").append(plainName(rest.substr(0, end)));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return all;
-}
+std::string ServerOrigin::pathOf(std::string path) const { return renamedPath(path, plainName); }
 
 // A title is no file name: what it is of is known by its address, or else by its type.
 std::string ServerOrigin::nameOf(const ItemFacts &item) const {

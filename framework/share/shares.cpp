@@ -9,6 +9,7 @@
 #include "share/camera_origin.h"
 #include "share/copy_job.h"
 #include "share/folder_origin.h"
+#include "share/listed_origin.h"
 #include "share/lock_job.h"
 #include "share/server_origin.h"
 #include "share/upload_job.h"
@@ -16,6 +17,14 @@
 
 namespace mrb {
 namespace {
+
+// Null: the items of the list are no files of this machine.
+std::unique_ptr<LocalOrigin> localOrigin(const std::shared_ptr<Opening> &list) {
+    if (std::string root = list->filesRoot(); !root.empty()) {
+        return std::make_unique<FolderOrigin>(std::move(root));
+    }
+    return list->namesFiles() ? std::make_unique<ListedOrigin>(list) : nullptr;
+}
 
 Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
                      std::unique_ptr<Job> &job) {
@@ -35,15 +44,16 @@ Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening>
 
 Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
                    std::unique_ptr<Job> &job) {
-    if (list->filesRoot().empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders can be sent to DLNA servers."};
+    std::unique_ptr<LocalOrigin> origin = localOrigin(list);
+    if (!origin) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders and playlists can be sent to DLNA servers."};
     }
     dlna::DlnaService::Found server;
     Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
     if (outcome.code == MRB_ERR_NONE) {
         std::string container = DlnaSource::objectId(server.id, request.dlnaServiceProvider);
-        job =
-            std::make_unique<UploadJob>(list, std::move(selection), std::move(server), std::move(container));
+        job = std::make_unique<UploadJob>(list, std::move(selection), std::move(origin), std::move(server),
+                                          std::move(container));
     }
     return outcome;
 }
@@ -107,11 +117,12 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
         return {MRB_ERR_NOT_SUPPORTED, "To and from DLNA servers files are shared with the type 4."};
     }
-    std::unique_ptr<Origin> origin = list->filesRoot().empty()
-                                         ? CameraOrigin::make(list)
-                                         : std::make_unique<FolderOrigin>(list->filesRoot());
+    std::unique_ptr<Origin> origin = localOrigin(list);
     if (!origin) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders and cameras can be copied."};
+        origin = CameraOrigin::make(list);
+    }
+    if (!origin) {
+        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders, playlists and cameras can be copied."};
     }
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }

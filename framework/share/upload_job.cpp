@@ -27,10 +27,10 @@ const char *classOf(int itemType) {
 
 } // namespace
 
-UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, dlna::DlnaService::Found server,
-                     std::string container)
-    : list_(std::move(list)), selection_(std::move(selection)), server_(std::move(server)),
-      container_(std::move(container)), origin_(list_->filesRoot()) {}
+UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<LocalOrigin> origin,
+                     dlna::DlnaService::Found server, std::string container)
+    : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
+      server_(std::move(server)), container_(std::move(container)) {}
 
 JobEnd UploadJob::run(JobListener &listener) {
     Step step = begin(listener);
@@ -46,7 +46,7 @@ JobEnd UploadJob::run(JobListener &listener) {
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
     if (step == Step::GO_ON) {
-        const bool isGone = end_.outcome.code != MRB_ERR_NONE && !origin_.isThere();
+        const bool isGone = end_.outcome.code != MRB_ERR_NONE && !origin_->isThere();
         const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
         end(end_.outcome.code == MRB_ERR_NONE ? MRB_EVENT_SHARE_DONE : failure);
     }
@@ -62,7 +62,7 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     if (listener.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    Outcome outcome = origin_.begin(isStopped);
+    Outcome outcome = origin_->begin(isStopped);
     if (outcome.code == MRB_ERR_NONE) {
         outcome = server_.directories->connect(server_.id, isStopped, transfers_);
     }
@@ -81,13 +81,13 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
         return failed({MRB_ERR_INVALID_PARAMETER, name + " is nothing that DLNA servers take."}, item.name);
     }
     Origin::File source;
-    if (Outcome outcome = origin_.open(item, isStopped, source); outcome.code != MRB_ERR_NONE) {
+    if (Outcome outcome = origin_->open(item, isStopped, source); outcome.code != MRB_ERR_NONE) {
         return failed(outcome, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     listener.fileBegins(name, source.size, planned);
     dlna::Upload file;
-    file.descriptor = origin_.number();
+    file.descriptor = origin_->number();
     file.size = source.size;
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {

@@ -8,20 +8,20 @@
 #include "dlna/transfers.h"
 #include "share/copy_plan.h"
 #include "share/failures.h"
-#include "share/folder_origin.h"
 #include "share/job.h"
+#include "share/local_origin.h"
 
 namespace mrb {
 
-// Sends the selected files of a folder's list to a DLNA server, one after the other. A file
+// Sends the selected files of a list to a DLNA server, one after the other. A file
 // that cannot be read, or that the server refuses, is left out and the others go on. Owned
 // and called as every Job is.
 class UploadJob final : public Job {
   public:
     // `container` is the id of that on the server in which the files shall be; empty: the
     // server chooses.
-    UploadJob(std::shared_ptr<Opening> list, Selection selection, dlna::DlnaService::Found server,
-              std::string container);
+    UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<LocalOrigin> origin,
+              dlna::DlnaService::Found server, std::string container);
 
     JobEnd run(JobListener &listener) override;
 
@@ -36,9 +36,9 @@ class UploadJob final : public Job {
 
     const std::shared_ptr<Opening> list_;
     const Selection selection_;
+    const std::unique_ptr<LocalOrigin> origin_;
     const dlna::DlnaService::Found server_;
     const std::string container_;
-    FolderOrigin origin_;
     CopyPlan plan_;
     std::unique_ptr<dlna::Transfers> transfers_;
     Failures failures_{"Not sent"};

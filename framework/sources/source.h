@@ -142,6 +142,10 @@ class Source {
     // where that lies on a camera, see MediaFile; empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
 
+    // Whether items may be files of this machine that lie in no one folder, each at its
+    // `filePath`, and can be copied from there.
+    [[nodiscard]] virtual bool namesFiles() const { return false; }
+
     // No value: the source says nothing beside what lists hold. `item` may be the source itself.
     [[nodiscard]] virtual std::optional<ToldFacts> told(const ItemFacts & /*item*/) const { return {}; }
 

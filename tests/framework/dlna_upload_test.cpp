@@ -1,4 +1,4 @@
-// Files from folders to DLNA servers.
+// Files from folders and playlists to DLNA servers.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +16,7 @@
 #include "support/folder.h"
 #include "support/media.h"
 #include "support/media_server.h"
+#include "support/playlists.h"
 #include "support/sharing.h"
 #include "support/told_server.h"
 
@@ -306,7 +307,26 @@ TEST_F(DlnaUpload, ARealServerThatTakesNothingSaysSo) {
     EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
 }
 
-TEST_F(DlnaUpload, NeedsAServerAndAFoldersList) {
+TEST_F(DlnaUpload, EntriesOfAPlaylistAreSentWhereverTheyLie) {
+    if (!insideNetwork()) {
+        return;
+    }
+    support::writeText(from_, "p.m3u", "gone.mp3\nhttp://host/b.mp3\nsub/a & b.jpg\n");
+    DlnaClient service;
+    Taker server(Taker::Way::FETCHES);
+    Client client;
+    client.list(support::playlist(from_.path("p.m3u")));
+    ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(end.name(), "gone.mp3");
+    EXPECT_EQ(end.status.total_file_count, 3U);
+    EXPECT_EQ(end.status.done_file_count, 1U);
+    EXPECT_TRUE(server.taken() == support::bytesOf(from_.path("sub/a & b.jpg")));
+}
+
+TEST_F(DlnaUpload, NeedsAServerAndAListOfFiles) {
     if (!insideNetwork()) {
         return;
     }

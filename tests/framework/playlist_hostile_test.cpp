@@ -8,6 +8,7 @@
 
 #include "mrb/agent.h"
 #include "sources/playlist/playlist_reader.h"
+#include "sources/playlist/xspf_parser.h"
 #include "sources/source.h"
 #include "support/client.h"
 #include "support/folder.h"
@@ -201,15 +202,53 @@ TEST(HostilePlaylist, AnEntityBombIsRefusedBeforeItGrows) {
     EXPECT_EQ(client.count(), 0);
 }
 
+TEST(HostilePlaylist, BasesLeadNoFurtherThanPathsDo) {
+    const Folder folder;
+    folder.file("secret.mp3");
+    folder.file("stick/sub/a.mp3");
+    for (const std::string &base :
+         {std::string("../"), std::string("sub/../../"), "file://" + folder.path() + "/", folder.path() + "/",
+          std::string("..\\"), std::string("%2e%2e/")}) {
+        writeText(folder, "stick/p.xspf",
+                  "<playlist xml:base='" + base +
+                      "'><trackList><track><location>secret.mp3</location></track>" +
+                      "</trackList></playlist>");
+        Client client;
+        listOf(client, folder, "stick/p.xspf");
+        EXPECT_THAT(support::found(client), IsEmpty()) << base;
+        ASSERT_EQ(client.count(), 1) << base;
+        EXPECT_TRUE(client.item(0)["size"].isNull()) << base;
+    }
+}
+
+TEST(HostilePlaylist, AHundredThousandLongBasesAreRead) {
+    const Folder folder;
+    folder.file("a.mp3");
+    const std::string base(mrb::XspfParser::LONGEST_BASE - 1, 'x');
+    std::string text = "<playlist xml:base='" + base + "/'><trackList xml:base='" + base + "/'>";
+    for (int number = 0; number < 100'000; ++number) {
+        text += "<track xml:base='b/'/>";
+    }
+    writeText(folder, "p.xspf",
+              text + "<track xml:base='" + folder.path() + "/'><location>a.mp3</location></track>" +
+                  "</trackList></playlist>");
+    Client client;
+    EXPECT_EQ(listOf(client, folder, "p.xspf").data["unreadable"], 0);
+    EXPECT_THAT(support::found(client), ElementsAre("a.mp3"));
+}
+
 TEST(HostilePlaylist, RandomBytesAreHarmless) {
     const Folder folder;
     std::minstd_rand random(7);
-    const std::string pieces[] = {"\n",   "\r",      "#EXTINF:", ",",          "File",    "1",
-                                  "=",    "<track>", "</track>", "<location>", "&",       "%",
-                                  "..",   "/",       "\\",       "C:",         "file://", "http://",
-                                  ".mp3", ".m3u",    "p",        "\0",         "\xff",    "é"};
+    const std::string pieces[] = {"\n", "\r",      "#EXTINF:", ",",        "File",
+                                  "1",  "=",       "<track>",  "</track>", "<location>",
+                                  "&",  "%",       "..",       "/",        "\\",
+                                  "C:", "file://", "http://",  ".mp3",     ".m3u",
+                                  "p",  "\0",      "\xff",     "é",        "<track xml:base='../'>"};
     for (int round = 0; round < 300; ++round) {
-        std::string text = round % 3 == 2 ? "<playlist><trackList>" : "";
+        std::string text = round % 3 == 2   ? "<playlist xml:base='b/'><trackList>"
+                           : round % 2 == 0 ? "\xff\xfe"
+                                            : "";
         for (int piece = 0; piece < 200; ++piece) {
             text += pieces[random() % std::size(pieces)];
         }

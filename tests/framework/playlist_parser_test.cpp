@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "sources/playlist/playlist_parser.h"
+#include "sources/playlist/xspf_parser.h"
 
 using mrb::PlaylistEntry;
 using mrb::PlaylistParser;
@@ -54,6 +55,16 @@ Read read(const std::string &name, const std::string &text) {
         EXPECT_EQ(cut.isBroken, whole.isBroken) << piece;
     }
     return whole;
+}
+
+std::string utf16(const std::u16string &text, bool isLittle) {
+    std::string bytes;
+    for (const char16_t unit : text) {
+        const char low = static_cast<char>(unit & 0xFF);
+        const char high = static_cast<char>(unit >> 8);
+        bytes.append(1, isLittle ? low : high).append(1, isLittle ? high : low);
+    }
+    return bytes;
 }
 
 std::string xspf(const std::string &tracks) {
@@ -118,6 +129,44 @@ TEST(M3u, ATargetKeepsItsBytes) {
     EXPECT_THAT(read("a.m3u", "caf\xe9.mp3\n").targets, ElementsAre("caf\xe9.mp3"));
 }
 
+TEST(M3u, Utf16WithAByteOrderMarkIsReadInEitherOrder) {
+    const std::u16string text =
+        u"#EXTM3U\r\n#EXTINF:5,Caf\u00e9 \U0001F3B5\r\nM\u00fcsik\\\u97f3.mp3\r\nb.mp3";
+    for (const bool isLittle : {true, false}) {
+        for (const char *name : {"a.m3u", "a.m3u8"}) {
+            const Read m3u = read(name, utf16(u"\uFEFF" + text, isLittle));
+            EXPECT_THAT(m3u.targets, ElementsAre("M\u00fcsik\\\u97f3.mp3", "b.mp3"));
+            EXPECT_THAT(m3u.titles, ElementsAre("Caf\u00e9 \U0001F3B5", ""));
+        }
+    }
+}
+
+TEST(M3u, HalvesOfUtf16AreReplacedAndZerosLeaveALineOut) {
+    const std::u16string text = {0xFEFF, 'a',  0xD83C, 'b',    '\n',   0xDFB5, 'c',  '\n', 'd',   0,
+                                 'e',    '\n', 'f',    0xD83C, 0xD83C, 0xDFB5, '\n', 'g',  0xD83C};
+    for (const bool isLittle : {true, false}) {
+        const std::string bytes = utf16(text, isLittle);
+        EXPECT_THAT(read("a.m3u", bytes).targets,
+                    ElementsAre("a\uFFFDb", "\uFFFDc", "f\uFFFD\U0001F3B5", "g\uFFFD"));
+        EXPECT_THAT(read("a.m3u", bytes + "x").targets,
+                    ElementsAre("a\uFFFDb", "\uFFFDc", "f\uFFFD\U0001F3B5", "g\uFFFD"));
+    }
+}
+
+TEST(M3u, LinesOfUtf16AreBoundedAsOthers) {
+    const std::string bytes = utf16(
+        u"\uFEFFa\n" + std::u16string(PlaylistParser::LONGEST_TEXT / 3 + 1, u'\u97f3') + u"\nb\n", true);
+    EXPECT_THAT(readIn("a.m3u", bytes, 1000).targets, ElementsAre("a", "b"));
+}
+
+TEST(M3u, TextsThatAreShorterThanAMarkAreRead) {
+    EXPECT_THAT(read("a.m3u", "a").targets, ElementsAre("a"));
+    EXPECT_THAT(read("a.m3u", "").targets, IsEmpty());
+    EXPECT_THAT(read("a.m3u", utf16(u"\uFEFF", true)).targets, IsEmpty());
+    EXPECT_THAT(read("a.m3u", "\xfe").targets, ElementsAre("\xfe"));
+    EXPECT_THAT(read("a.m3u", "\xff\xfd.mp3").targets, ElementsAre("\xff\xfd.mp3"));
+}
+
 TEST(M3u, LinesWithZerosAndEndlessLinesAreLeftOut) {
     const std::string tooLong(PlaylistParser::LONGEST_TEXT + 1, 'x');
     const std::string text = std::string("a\nb\0c\nd\n", 8) + tooLong + "\n" + "e\n" + tooLong + tooLong;
@@ -132,6 +181,11 @@ TEST(Pls, EntriesComeInTheOrderOfTheirNumbers) {
     EXPECT_THAT(pls.targets, ElementsAre("a", "b.mp3", "c"));
     EXPECT_THAT(pls.titles, ElementsAre("", "B", ""));
     EXPECT_THAT(pls.durations, ElementsAre(mrb::UNKNOWN, 61'000, mrb::UNKNOWN));
+}
+
+TEST(Pls, Utf16WithAByteOrderMarkIsRead) {
+    EXPECT_THAT(read("a.pls", utf16(u"\uFEFF[playlist]\r\nFile1=\u97f3.mp3\r\n", true)).targets,
+                ElementsAre("\u97f3.mp3"));
 }
 
 TEST(Pls, KeysWithoutANumberThatCanBeAreLeftOut) {
@@ -181,6 +235,91 @@ TEST(Xspf, Latin1IsUnderstood) {
         read("a.xspf", "<?xml version='1.0' encoding='ISO-8859-1'?><playlist><trackList><track>"
                        "<location>a</location><title>Caf\xe9</title></track></trackList></playlist>");
     EXPECT_THAT(list.titles, ElementsAre("Café"));
+}
+
+TEST(Xspf, LocationsAreRelativeToTheBasesAroundThem) {
+    const auto based = [](const std::string &list, const std::string &track, const std::string &location) {
+        return "<playlist xml:base='" + list + "'><trackList><track xml:base='" + track + "'><location>" +
+               location + "</location></track></trackList></playlist>";
+    };
+    const struct {
+        const char *list;
+        const char *track;
+        const char *location;
+        const char *target;
+    } cases[] = {
+        {"Music/", "", "a.mp3", "Music/a.mp3"},
+        {"Music/", "live/", "a.mp3", "Music/live/a.mp3"},
+        {"Music/", "../", "../a.mp3", "Music/../../a.mp3"},
+        {"Music/p.xspf", "live", "a.mp3", "Music/a.mp3"},
+        {"Music/", "/Other/", "a.mp3", "/Other/a.mp3"},
+        {"Music/", "", "/a.mp3", "/a.mp3"},
+        {" Music/ ", "", " a.mp3 ", "Music/a.mp3"},
+        {"Music\\", "live\\", "a.mp3", "Music\\live\\a.mp3"},
+        {"E:\\Music\\", "", "a.mp3", "E:\\Music\\a.mp3"},
+        {"E:\\Music\\", "", "\\a.mp3", "E:\\a.mp3"},
+        {"Music/", "E:/", "a.mp3", "E:/a.mp3"},
+        {"file:///Music/x", "", "a.mp3", "file:///Music/a.mp3"},
+        {"file:///Music/x", "", "/a.mp3", "file:///a.mp3"},
+        {"file:Music/", "live/", "a.mp3", "file:Music/live/a.mp3"},
+        {"file://host", "", "a.mp3", "file://hosta.mp3"},
+        {"Music/", "", "file:///a.mp3", "file:///a.mp3"},
+        {"Music/", "", "http://h/a.mp3", "http://h/a.mp3"},
+        {"http://h:80/m/list?x=/y#z", "", "a%20b.mp3", "http://h:80/m/a%20b.mp3"},
+        {"http://h/m/", "../n/", "../../o/a.mp3?q", "http://h/o/a.mp3?q"},
+        {"http://h", "", "a.mp3", "http://h/a.mp3"},
+        {"http://h/m/", "", "//other/a.mp3", "http://other/a.mp3"},
+    };
+    for (const auto &[list, track, location, target] : cases) {
+        const Read xml = read("a.xspf", based(list, track, location));
+        EXPECT_THAT(xml.targets, ElementsAre(target)) << list << " " << track << " " << location;
+        EXPECT_TRUE(xml.isUri);
+    }
+}
+
+TEST(Xspf, ABaseHoldsForItsElementOnly) {
+    EXPECT_THAT(
+        read("a.xspf", xspf("<track xml:base='1/'><title xml:base='2/'/><location xml:base='3/'>a</location>"
+                            "<location xml:base='4/'>b</location></track>"
+                            "<extension xml:base='5/'/><track><location>c</location></track>"))
+            .targets,
+        ElementsAre("1/3/a", "c"));
+    EXPECT_THAT(read("a.xspf", "<playlist><trackList xml:base='6/'><track><location>a</location></track>"
+                               "</trackList></playlist>")
+                    .targets,
+                ElementsAre("6/a"));
+}
+
+TEST(Xspf, ATrackWithoutALocationHasNoneByItsBase) {
+    const Read list = read("a.xspf", xspf("<track xml:base='a.mp3'><location/><title>t</title></track>"));
+    EXPECT_THAT(list.targets, IsEmpty());
+    EXPECT_FALSE(list.isBroken);
+}
+
+TEST(Xspf, ABaseThatIsLongerThanAnyPathIsRefused) {
+    const std::string longest(mrb::XspfParser::LONGEST_BASE - 1, 'x');
+    const std::string location = "<location>a</location></track>";
+    EXPECT_THAT(read("a.xspf", xspf("<track xml:base='" + longest + "/'>" + location)).targets,
+                ElementsAre(longest + "/a"));
+    const Read list = read("a.xspf", xspf("<track xml:base='" + longest + "x/'>" + location));
+    EXPECT_THAT(list.targets, IsEmpty());
+    EXPECT_TRUE(list.isBroken);
+}
+
+TEST(Xspf, AnAddressThatIsTooLongWithItsBaseIsLeftOut) {
+    const std::string tooLong(PlaylistParser::LONGEST_TEXT - 1, 'x');
+    const Read list = readIn("a.xspf",
+                             xspf("<track xml:base='bb/'><location>" + tooLong +
+                                  "</location></track><track><location>a</location></track>"),
+                             1 << 16);
+    EXPECT_THAT(list.targets, ElementsAre("a"));
+    EXPECT_FALSE(list.isBroken);
+}
+
+TEST(Xspf, AnAddressThatIsNoneWithItsBaseIsLeftOut) {
+    EXPECT_THAT(
+        read("a.xspf", xspf("<track xml:base='http://h:port/'><location>a</location></track>")).targets,
+        IsEmpty());
 }
 
 TEST(Xspf, WhatCameBeforeADefectCounts) {

@@ -267,6 +267,24 @@ TEST(Playlist, APlaylistInAPlaylistOpensAsAFolder) {
     EXPECT_EQ(client.count(), 3);
 }
 
+TEST(Playlist, BasesAreRelativeToThePlaylist) {
+    const Folder folder;
+    folder.file("sub/sets/a.mp3");
+    folder.file("sub/\u00fc b.mp3");
+    writeText(
+        folder, "sub/p.xspf",
+        "<playlist xml:base='sets/'><trackList><track><location>a.mp3</location></track>"
+        "<track xml:base='../'><location>%C3%BC%20b.mp3</location></track>"
+        "<track xml:base='http://host/live/'><location>c.mp3</location></track></trackList></playlist>");
+    Client client;
+    client.list(playlist(folder.path("sub/p.xspf")));
+    EXPECT_THAT(client.all("path"),
+                ElementsAre(folder.path("sub/sets/a.mp3"), folder.path("sub/\u00fc b.mp3"), ""));
+    EXPECT_THAT(client.all("name"), ElementsAre("a.mp3", "\u00fc b.mp3", "c.mp3"));
+    EXPECT_EQ(client.item(2)["url"], "http://host/live/c.mp3");
+    EXPECT_THAT(support::missing(client), IsEmpty());
+}
+
 TEST(Playlist, AFilteredListCanStillBeWalkedThroughItsPlaylists) {
     const Folder folder;
     folder.file("a.jpg");

@@ -1,6 +1,7 @@
 // Playlists as a script sees them: one that it names, and all that are found.
 import assert from 'node:assert/strict';
-import { mkdirSync, writeFileSync } from 'node:fs';
+import { randomBytes } from 'node:crypto';
+import { mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 import { pathToFileURL } from 'node:url';
@@ -106,6 +107,61 @@ test('a cancel ends the reading of a large playlist', async () => {
     ask('mrb_cancel_request_list_v2', { param_agent: agent });
     finish((await ended(agent)).param_event);`, path.join(where, 'p.m3u'));
   assert.equal(event, 13);
+});
+
+// ---- copies ----------------------------------------------------------------
+
+test('selected entries of a playlist are copied byte for byte, and those that cannot be are named', async () => {
+  const noise = (size) => randomBytes(size).toString('latin1');
+  const where = tree({ 'deep/er/a.mp3': noise(1_500_000), 'b.flac': noise(40_000), 'other/b.flac': noise(50_000),
+    'unwanted.mp3': 'x', 'sets/party.m3u': [['..', 'deep', 'er', 'a.mp3'].join('\\'), '../unwanted.mp3', '../gone.mp3',
+      '../b.flac', 'http://host/radio.mp3', '../other/b.flac', ''].join('\n') });
+  const to = folder();
+  const file = path.join(where, 'sets', 'party.m3u');
+  const { value, stderr } = await runIn({ env: { HOME: where, MRB_DEVICES: where, QUILL_LOG: 'stderr' } }, `${LIST}
+    const [playlist, to] = process.argv.slice(2);
+    const list = await playlists({ param_prepare_data: playlist });
+    const wanted = list.items.flatMap(({ name }, index) => (name === 'unwanted.mp3' ? [] : [index]));
+    const selected = ask('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: wanted }).return_ecode;
+    const steps = [];
+    const last = await new Promise((resolve) => {
+      const answer = JSON.parse(bridge.mrb_batch_process_v2((text) => {
+        steps.push(JSON.parse(text));
+        if (![17, 8].includes(steps.at(-1).param_event)) resolve(steps.at(-1));
+      }, JSON.stringify({ param_agent: list.agent, param_share_type: 2, param_source_device_type: 1,
+                          param_dest_device_type: 1, param_dest_device_path: to })));
+      if (answer.return_ecode !== 0) resolve(answer);
+    });
+    finish({ selected, first: steps[0], last });`, file, to);
+  assert.equal(value.selected, 0);
+  assert.deepEqual([value.first.param_event, value.first.param_share_total_file_count], [17, 5]);
+  assert.equal(value.last.param_event, 19);
+  assert.equal(value.last.param_share_current_file_name, 'gone.mp3');
+  assert.equal(value.last.param_share_done_file_count, 3);
+  const bytes = (...names) => readFileSync(path.join(...names));
+  assert.equal(value.last.param_share_success_file_size, ['a.mp3', 'b.flac', 'b (1).flac']
+    .reduce((sum, name) => sum + bytes(to, name).length, 0));
+  assert.deepEqual(readdirSync(to).sort(), ['a.mp3', 'b (1).flac', 'b.flac']);
+  assert.ok(bytes(to, 'a.mp3').equals(bytes(where, 'deep', 'er', 'a.mp3')));
+  assert.ok(bytes(to, 'b.flac').equals(bytes(where, 'b.flac')));
+  assert.ok(bytes(to, 'b (1).flac').equals(bytes(where, 'other', 'b.flac')));
+  assert.match(stderr, new RegExp(`Not copied: gone\\.mp3: there is no file ${where}/gone\\.mp3\\.`));
+  assert.match(stderr, /Not copied: radio\.mp3: it lies on another machine/);
+});
+
+test('a playlist in UTF-16 is read, and bases of XSPF hold', async () => {
+  const where = tree({ 'songs/Übung 音.mp3': 'x', 'win.m3u': '',
+    'based.xspf': `<playlist version="1" xmlns="http://xspf.org/ns/0/" xml:base="songs/"><trackList>
+      <track><location>${encodeURIComponent('Übung 音.mp3')}</location></track></trackList></playlist>` });
+  writeFileSync(path.join(where, 'win.m3u'),
+    Buffer.from('\uFEFF#EXTM3U\r\n#EXTINF:5,Titel 音\r\nsongs\\Übung 音.mp3\r\n', 'utf16le'));
+  const lists = await run(`${LIST}
+    finish([await playlists({ param_prepare_data: process.argv[2] }), await playlists({ param_prepare_data: process.argv[3] })]);`,
+  path.join(where, 'win.m3u'), path.join(where, 'based.xspf'));
+  for (const { items } of lists) {
+    assert.deepEqual(items.map((item) => [item.path, item.missing]), [[path.join(where, 'songs', 'Übung 音.mp3'), false]]);
+  }
+  assert.equal(lists[0].items[0].title, 'Titel 音');
 });
 
 // ---- the example ------------------------------------------------------------

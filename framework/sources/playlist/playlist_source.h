@@ -21,6 +21,7 @@ class PlaylistSource final : public Source {
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
     [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
+    [[nodiscard]] bool namesFiles() const override { return true; }
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 

@@ -23,6 +23,24 @@ struct Release {
     void operator()(char *text) const { g_free(text); }
 };
 
+bool isSeparator(char letter) { return letter == '/' || letter == '\\'; }
+
+// Where the path begins in a path or file URL.
+std::size_t startOfPath(std::string_view text) {
+    if (!isFileUrl(text)) {
+        return hasDrive(text) ? std::size_t{2} : std::size_t{0};
+    }
+    const std::size_t start = FILE_SCHEME.size();
+    return text.substr(start).starts_with("//") ? std::min(text.find('/', start + 2), text.size()) : start;
+}
+
+std::string resolvedUrl(const std::string &base, const std::string &reference) {
+    constexpr auto FLAGS = static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED);
+    const std::unique_ptr<char, Release> url(
+        g_uri_resolve_relative(base.c_str(), reference.c_str(), FLAGS, nullptr));
+    return url ? url.get() : "";
+}
+
 } // namespace
 
 bool isUrl(std::string_view text) {
@@ -55,6 +73,26 @@ std::optional<std::string_view> pathOfFileUrl(std::string_view url) {
     }
     url.remove_prefix(slash);
     return hasDrive(url.substr(std::min<std::size_t>(1, url.size()))) ? url.substr(1) : url;
+}
+
+std::string resolved(std::string_view base, std::string_view reference) {
+    if (base.empty() || isUrl(reference) || isFileUrl(reference) || hasDrive(reference)) {
+        return std::string(reference);
+    }
+    if (reference.empty()) {
+        return std::string(base);
+    }
+    if (isUrl(base) && !isFileUrl(base)) {
+        return resolvedUrl(std::string(base), std::string(reference));
+    }
+    std::size_t kept = startOfPath(base);
+    if (!isSeparator(reference.front())) {
+        while (base.size() > kept && !isSeparator(base.back())) {
+            base.remove_suffix(1);
+        }
+        kept = base.size();
+    }
+    return std::string(base.substr(0, kept)).append(reference);
 }
 
 std::optional<std::string> percentDecoded(std::string_view text, const char *illegal) {

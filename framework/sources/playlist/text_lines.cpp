@@ -25,22 +25,22 @@ std::string_view trimmed(std::string_view line) {
 
 } // namespace
 
-bool TextLines::feed(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const auto length = static_cast<std::size_t>(std::ranges::find_if(bytes, isEnd) - bytes.begin());
-        const std::string_view part = bytes.substr(0, length);
+bool TextLines::cut(std::string_view text) {
+    while (!text.empty()) {
+        const auto length = static_cast<std::size_t>(std::ranges::find_if(text, isEnd) - text.begin());
+        const std::string_view part = text.substr(0, length);
         if (begun_.size() + part.size() > PlaylistParser::LONGEST_TEXT) {
             isTooLong_ = true;
             begun_.clear();
         }
-        if (length == bytes.size()) {
+        if (length == text.size()) {
             begun_.append(isTooLong_ ? std::string_view() : part);
             return true;
         }
         if (!end(part)) {
             return false;
         }
-        bytes.remove_prefix(length + 1);
+        text.remove_prefix(length + 1);
     }
     return true;
 }

@@ -4,9 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "sources/playlist/text_decoder.h"
+
 namespace mrb {
 
-// Cuts text that comes in pieces into lines, which end with a line feed, a carriage
+// Cuts text that comes in pieces, see TextDecoder, into lines, which end with a line feed, a carriage
 // return or both. Blanks around a line and a byte order mark are taken off; empty lines,
 // and those that are too long or hold a zero, are left out. Owned and used by one thread.
 class TextLines {
@@ -17,14 +19,16 @@ class TextLines {
     explicit TextLines(Take take) : take_(std::move(take)) {}
 
     // False: no more lines are wanted.
-    [[nodiscard]] bool feed(std::string_view bytes);
+    [[nodiscard]] bool feed(std::string_view bytes) { return cut(decoder_.decode(bytes)); }
     // The last line may have no end.
-    void finish() { static_cast<void>(end({})); }
+    void finish() { static_cast<void>(cut(decoder_.finish()) && end({})); }
 
   private:
+    [[nodiscard]] bool cut(std::string_view text);
     [[nodiscard]] bool end(std::string_view rest);
 
     const Take take_;
+    TextDecoder decoder_;
     std::string begun_; // of a line whose end has not come yet
     bool isTooLong_ = false;
     bool isFirst_ = true;

@@ -6,6 +6,8 @@
 #include <new>
 #include <utility>
 
+#include "sources/playlist/reference.h"
+
 namespace mrb {
 namespace {
 
@@ -32,6 +34,16 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(0, text.find_last_not_of(BLANKS) + 1);
 }
 
+// Attributes come as names and values in turn, with a null at the end.
+std::string_view baseIn(const char *const *attributes) {
+    for (; *attributes != nullptr; attributes += 2) {
+        if (attributes[0] == std::string_view("xml:base")) {
+            return trimmed(attributes[1]);
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 // The functions that expat calls.
@@ -47,8 +59,8 @@ struct XspfParser::Handlers {
         }
     }
 
-    static void begin(void *self, const XML_Char *name, const XML_Char ** /*attributes*/) {
-        guarded(self, [name](XspfParser &parser) { parser.begin(name); });
+    static void begin(void *self, const XML_Char *name, const XML_Char **attributes) {
+        guarded(self, [=](XspfParser &parser) { parser.begin(name, attributes); });
     }
     static void end(void *self, const XML_Char * /*name*/) {
         guarded(self, [](XspfParser &parser) { parser.end(); });
@@ -104,22 +116,26 @@ bool XspfParser::parse(std::string_view bytes, bool isLast) {
     return !isBroken_ && !isEnough_;
 }
 
-void XspfParser::begin(std::string_view element) {
+void XspfParser::begin(std::string_view element, const char *const *attributes) {
     const std::string_view name = localName(element);
+    const std::string_view base = baseIn(attributes);
     const int level = level_++;
-    if (level >= DEEPEST_LEVEL) {
+    if (level >= DEEPEST_LEVEL || base.size() > LONGEST_BASE) {
         stop(true);
         return;
     }
     text_ = nullptr;
     if (level == known_ && level < TRACK_LEVEL) {
         if (name == WAY[level]) {
-            ++known_;
+            bases_.at(static_cast<std::size_t>(known_++)) = base;
         } else if (level == 0) {
             stop(true); // another kind of document
         }
     } else if (level == TRACK_LEVEL && known_ == TRACK_LEVEL) {
-        text_ = name == "location" && isFirstLocation_ ? &location_ : text_;
+        if (name == "location" && isFirstLocation_) {
+            text_ = &location_;
+            bases_.back() = base;
+        }
         text_ = name == "title" ? &title_ : text_;
         text_ = name == "duration" ? &duration_ : text_;
     }
@@ -147,9 +163,9 @@ void XspfParser::append(std::string_view text) {
 }
 
 void XspfParser::takeTrack() {
-    const std::string_view location = trimmed(location_);
     // Expat may end the element that stopped it.
-    if (!isEnough_ && !location.empty() && location.size() <= LONGEST_TEXT &&
+    const std::string location = isEnough_ ? std::string() : target();
+    if (!location.empty() && location.size() <= LONGEST_TEXT &&
         !take_({location, trimmed(title_), durationOf(duration_, MILLISECOND), true})) {
         stop(false);
     }
@@ -157,6 +173,19 @@ void XspfParser::takeTrack() {
     title_.clear();
     duration_.clear();
     isFirstLocation_ = true;
+}
+
+// Put together for entries only: a document may hold a million bases and nothing else.
+std::string XspfParser::target() const {
+    const std::string_view location = trimmed(location_);
+    if (location.empty() || location.size() > LONGEST_TEXT) {
+        return {};
+    }
+    std::string base;
+    for (const std::string &each : bases_) {
+        base = each.empty() ? base : resolved(base, each);
+    }
+    return resolved(base, location);
 }
 
 void XspfParser::stop(bool isBroken) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -11,11 +13,15 @@ struct XML_ParserStruct;
 
 namespace mrb {
 
-// XSPF (xspf.org): tracks with location, title and duration (milliseconds) in XML. A
-// document type, without which there are no entities, is refused, as are elements that
+// XSPF (xspf.org): tracks with location, title and duration (milliseconds) in XML. Locations
+// are relative to what the elements around them say (xml:base, w3.org/TR/xmlbase). A document
+// type, without which there are no entities, is refused, as are elements that
 // are nested deeper than any playlist, and tags longer than an entry may be.
 class XspfParser final : public PlaylistParser {
   public:
+    // Longer bases are no paths of any system, and are refused too.
+    static constexpr std::size_t LONGEST_BASE = 4096;
+
     // Throws std::bad_alloc.
     explicit XspfParser(Take take);
     ~XspfParser() override;
@@ -27,10 +33,11 @@ class XspfParser final : public PlaylistParser {
     struct Handlers;
     friend struct Handlers;
 
-    void begin(std::string_view element);
+    void begin(std::string_view element, const char *const *attributes);
     void end();
     void append(std::string_view text);
     void takeTrack();
+    [[nodiscard]] std::string target() const;
     void stop(bool isBroken);
     [[nodiscard]] bool parse(std::string_view bytes, bool isLast);
 
@@ -49,6 +56,7 @@ class XspfParser final : public PlaylistParser {
     int known_ = 0;               // as many of those, from the outermost one on, are of the way to a track
     std::string *text_ = nullptr; // which of the following is being read
     bool isFirstLocation_ = true;
+    std::array<std::string, 4> bases_; // of the way to a track, and of its location; empty: none
     std::string location_;
     std::string title_;
     std::string duration_;

@@ -1,0 +1,53 @@
+#include "share/listed_origin.h"
+
+#include <string_view>
+
+#include "media/media_types.h"
+#include "mrb/agent.h"
+#include "share/file_names.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// The next file may lie on another device, and is tried whatever became of this one's.
+Outcome ofThisFile(Outcome outcome) {
+    const bool isOfDevice = outcome.code == MRB_ERR_DEVICE_REMOVED || outcome.code == MRB_ERR_TIMEOUT;
+    outcome.code = isOfDevice ? MRB_ERR_NOT_FOUND : outcome.code;
+    return outcome;
+}
+
+Outcome notHere(const ItemFacts &item, const ItemLocation &location) {
+    return {MRB_ERR_NOT_FOUND, displayText(item.name) +
+                                   (location.path.empty() ? ": it lies on another machine, and only files of "
+                                                            "this one are taken."
+                                                          : ": there is no file " + location.path + ".")};
+}
+
+std::string folderNameOf(std::string_view playlist) {
+    const std::string_view extension = extensionOf(playlist);
+    const std::string_view stem =
+        playlist.substr(0, playlist.size() - (extension.empty() ? 0 : extension.size() + 1));
+    return std::string(isPlainName(stem) ? stem : playlist);
+}
+
+} // namespace
+
+Outcome ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
+    const std::string path = list_->filePath(item);
+    if (!path.starts_with('/')) {
+        return notHere(item, list_->locate(ListEntry{item}));
+    }
+    // The list knows it without links: one that is there now leads somewhere else.
+    return ofThisFile(openFile(std::string_view(path).substr(1), LastLink::REFUSED, item.name, file));
+}
+
+Origin::End ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    End end = LocalOrigin::copy(destination, moved);
+    end.outcome = ofThisFile(std::move(end.outcome));
+    return end;
+}
+
+std::string ListedOrigin::pathOf(std::string path) const { return renamedPath(path, folderNameOf); }
+
+} // namespace mrb

@@ -1,0 +1,73 @@
+#include "share/local_origin.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "share/file_names.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+// A copy may be read and written by whom its original may, as far as the process's
+// mask allows; pictures are no programs.
+constexpr mode_t COPIED_MODE = 0666;
+
+Outcome outcomeOfFile(int error, const std::string &name) {
+    if (error == ENODATA) {
+        return {MRB_ERR_IO, displayText(name) + ": the file became shorter while it was copied."};
+    }
+    return error == 0 ? Outcome() : outcomeOfErrno(error, displayText(name));
+}
+
+} // namespace
+
+Outcome LocalOrigin::begin(const Stopped & /*isStopped*/) {
+    const int error = Place::open(root_, O_PATH, place_);
+    if (error == 0) {
+        way_.emplace(place_.folder(), openSubfolder);
+        return {};
+    }
+    Outcome outcome = outcomeOfErrno(error, root_);
+    outcome.code = error == ENOENT ? MRB_ERR_DEVICE_REMOVED : outcome.code;
+    return outcome;
+}
+
+Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const std::string &name, File &file) {
+    const std::size_t slash = path.rfind('/');
+    const std::string last(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
+    OpenFolderPtr from;
+    const int error = way_->go(path.substr(0, slash == std::string_view::npos ? 0 : slash), from);
+    if (error != 0 || !isPlainName(last)) {
+        return outcomeOfFile(error != 0 ? error : EINVAL, name);
+    }
+    // What was a file when it was listed may be a pipe by now, which would wait.
+    const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    file_ = Descriptor(openat(from->descriptor.number(), last.c_str(),
+                              link == LastLink::FOLLOWED ? flags : flags | O_NOFOLLOW));
+    if (!file_) {
+        return outcomeOfFile(errno, name);
+    }
+    struct stat status {};
+    if (fstat(file_.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return outcomeOfFile(S_ISREG(status.st_mode) ? errno : ENOENT, name);
+    }
+    name_ = name;
+    size_ = static_cast<std::uint64_t>(status.st_size);
+    file = {size_, status.st_mode & COPIED_MODE, {status.st_atim, status.st_mtim}};
+    return {};
+}
+
+Outcome LocalOrigin::openFolder(std::string_view path, const std::string &name) {
+    OpenFolderPtr folder;
+    return outcomeOfFile(way_->go(path, folder), name);
+}
+
+Origin::End LocalOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    const CopyEnd copied = copier_.copy(file_.number(), destination, size_, moved);
+    return {outcomeOfFile(copied.sourceError, name_), copied.destinationError, copied.stopped, size_};
+}
+
+} // namespace mrb
