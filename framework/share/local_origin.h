@@ -21,8 +21,7 @@ class LocalOrigin : public Origin {
     [[nodiscard]] bool isThere() override { return place_.isThere(); }
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
-    // The descriptor of the file that was opened last.
-    [[nodiscard]] int number() const { return file_.number(); }
+    [[nodiscard]] int number() const override { return file_.number(); }
 
   protected:
     enum class LastLink { FOLLOWED, REFUSED };

@@ -52,6 +52,10 @@ class Origin {
     // are there, again and again; false: stop.
     virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
 
+    // The file that was opened last, where it can be read as any other: a descriptor, owned by
+    // this; negative: only copy() gives its bytes.
+    [[nodiscard]] virtual int number() const { return -1; }
+
     // What a path below the list's folder is called at the destination: names joined with '/'.
     [[nodiscard]] virtual std::string pathOf(std::string path) const { return path; }
     [[nodiscard]] virtual std::string nameOf(const ItemFacts &item) const { return item.name; }

@@ -18,12 +18,15 @@
 namespace mrb {
 namespace {
 
-// Null: the items of the list are no files of this machine.
-std::unique_ptr<LocalOrigin> localOrigin(const std::shared_ptr<Opening> &list) {
+// Null: the items of the list are on a media server.
+std::unique_ptr<Origin> originOf(const std::shared_ptr<Opening> &list) {
     if (std::string root = list->filesRoot(); !root.empty()) {
         return std::make_unique<FolderOrigin>(std::move(root));
     }
-    return list->namesFiles() ? std::make_unique<ListedOrigin>(list) : nullptr;
+    if (list->namesFiles()) {
+        return std::make_unique<ListedOrigin>(list);
+    }
+    return CameraOrigin::make(list);
 }
 
 Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
@@ -44,9 +47,9 @@ Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening>
 
 Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
                    std::unique_ptr<Job> &job) {
-    std::unique_ptr<LocalOrigin> origin = localOrigin(list);
+    std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders and playlists can be sent to DLNA servers."};
+        return {MRB_ERR_NOT_SUPPORTED, "Items of DLNA servers can only be fetched from there."};
     }
     dlna::DlnaService::Found server;
     Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
@@ -117,10 +120,7 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
         return {MRB_ERR_NOT_SUPPORTED, "To and from DLNA servers files are shared with the type 4."};
     }
-    std::unique_ptr<Origin> origin = localOrigin(list);
-    if (!origin) {
-        origin = CameraOrigin::make(list);
-    }
+    std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
         return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders, playlists and cameras can be copied."};
     }

@@ -27,7 +27,7 @@ const char *classOf(int itemType) {
 
 } // namespace
 
-UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<LocalOrigin> origin,
+UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
                      dlna::DlnaService::Found server, std::string container)
     : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
       server_(std::move(server)), container_(std::move(container)) {}
@@ -89,6 +89,8 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     dlna::Upload file;
     file.descriptor = origin_->number();
     file.size = source.size;
+    SpooledFile spooled;
+    Outcome outcome = file.descriptor < 0 ? fetch(name, isStopped, spooled, file) : Outcome();
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
         file.title.resize(dot); // servers tell titles, not names
@@ -97,16 +99,28 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     file.mimeType = type->mimeType;
     file.upnpClass = upnpClass;
     file.container = container_;
-    Outcome outcome = transfers_->upload(
-        file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, isStopped);
-    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = transfers_->upload(
+            file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, isStopped);
+        outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped);
+        outcome.message.insert(0, name + ": ");
+    }
     listener.fileEnds(outcome.code == MRB_ERR_NONE);
     if (outcome.code != MRB_ERR_NONE) {
-        return failed({outcome.code, name + ": " + outcome.message}, item.name);
+        return failed(outcome, item.name);
     }
     ++end_.files;
-    end_.bytes += source.size;
+    end_.bytes += file.size;
     return Step::GO_ON;
+}
+
+// A server reads a file in any order and again, a camera gives it once and slowly.
+Outcome UploadJob::fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+                         dlna::Upload &file) {
+    Outcome outcome = spooled.fill(*origin_, name, isStopped);
+    file.descriptor = spooled.number();
+    file.size = spooled.size();
+    return outcome;
 }
 
 UploadJob::Step UploadJob::failed(const Outcome &outcome, const std::string &name) {

@@ -9,7 +9,8 @@
 #include "share/copy_plan.h"
 #include "share/failures.h"
 #include "share/job.h"
-#include "share/local_origin.h"
+#include "share/origin.h"
+#include "share/spooled_file.h"
 
 namespace mrb {
 
@@ -20,7 +21,7 @@ class UploadJob final : public Job {
   public:
     // `container` is the id of that on the server in which the files shall be; empty: the
     // server chooses.
-    UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<LocalOrigin> origin,
+    UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
               dlna::DlnaService::Found server, std::string container);
 
     JobEnd run(JobListener &listener) override;
@@ -31,12 +32,14 @@ class UploadJob final : public Job {
 
     Step begin(JobListener &listener);
     Step send(const ItemFacts &item, JobListener &listener);
+    Outcome fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+                  dlna::Upload &file);
     Step failed(const Outcome &outcome, const std::string &name);
     Step end(int event);
 
     const std::shared_ptr<Opening> list_;
     const Selection selection_;
-    const std::unique_ptr<LocalOrigin> origin_;
+    const std::unique_ptr<Origin> origin_;
     const dlna::DlnaService::Found server_;
     const std::string container_;
     CopyPlan plan_;

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/cameras.h"
 #include "support/dlna_client.h"
 #include "support/fields.h"
 #include "support/folder.h"
@@ -191,6 +192,44 @@ TEST_F(DlnaUpload, AServerFetchesTheFile) {
     EXPECT_THAT(server.elements(), HasSubstr("a &amp;amp; b&lt;/dc:title"));
     EXPECT_THAT(server.elements(), HasSubstr("DLNA.ORG_AnyContainer"));
     EXPECT_THAT(server.calls(), Not(Contains("DestroyObject")));
+}
+
+TEST_F(DlnaUpload, AServerGetsAFileOfACamera) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::OfferedCamera camera;
+    camera.folder.folder("DCIM/100");
+    support::writeNoise(camera.folder.path("DCIM/100/b.jpg"), SIZE, 2);
+    DlnaClient service;
+    Taker server(Taker::Way::FETCHES);
+    Client client;
+    ASSERT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY);
+    ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE) << end.name();
+    EXPECT_EQ(end.status.success_file_size, SIZE);
+    EXPECT_TRUE(server.taken() == support::bytesOf(camera.folder.path("DCIM/100/b.jpg")));
+}
+
+TEST_F(DlnaUpload, AFileOfACameraNeedsRoomOnTheWay) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const support::OfferedCamera camera;
+    support::writeNoise(camera.folder.path("b.jpg"), SIZE, 2);
+    DlnaClient service;
+    const Taker server(Taker::Way::FETCHES);
+    Client client;
+    ASSERT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY);
+    ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+    ASSERT_EQ(setenv("TMPDIR", "/nowhere", 1), 0);
+    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
+    const ShareEvent end = sharing_.waitForEnd();
+    ASSERT_EQ(unsetenv("TMPDIR"), 0); // others here have files in it
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(end.name(), "b.jpg");
 }
 
 TEST_F(DlnaUpload, AFolderOfTheServerCanBeNamed) {

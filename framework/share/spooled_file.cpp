@@ -1,0 +1,43 @@
+#include "share/spooled_file.h"
+
+#include <fcntl.h>
+
+#include <cstdlib>
+#include <utility>
+
+#include "mrb/agent.h"
+
+namespace mrb {
+namespace {
+
+// Nobody else's business.
+constexpr mode_t MODE = 0600;
+
+// Not /tmp by itself, which is memory on many machines: films are large.
+std::string temporaryFolder() {
+    const char *named = std::getenv("TMPDIR");
+    return named != nullptr && *named == '/' ? named : "/var/tmp";
+}
+
+} // namespace
+
+Outcome SpooledFile::fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped) {
+    const std::string folder = temporaryFolder();
+    const std::string about = name + ": a temporary file in " + folder;
+    Place place;
+    int error = Place::open(folder, O_RDONLY, place);
+    if (error == 0) {
+        error = NewFile::make(place.folder(), MODE, file_);
+    }
+    if (error != 0) {
+        return outcomeOfErrno(error, about);
+    }
+    Origin::End end = origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !isStopped(); });
+    size_ = end.bytes;
+    if (end.stopped) {
+        return {MRB_ERR_CANCELLED, {}};
+    }
+    return end.destinationError != 0 ? outcomeOfErrno(end.destinationError, about) : std::move(end.outcome);
+}
+
+} // namespace mrb

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "share/new_file.h"
+#include "share/origin.h"
+
+namespace mrb {
+
+// The bytes of an item that is no file of this machine, in one without a name, for who
+// wants to read them in any order and again. The space is free again when this goes. Owned
+// and used by one thread.
+class SpooledFile {
+  public:
+    // Takes what `origin` opened last, which errors call `name`. MRB_ERR_CANCELLED: it was stopped;
+    // MRB_ERR_NO_SPACE: the folder for temporary files (TMPDIR, else /var/tmp) has no room for it.
+    Outcome fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped);
+
+    [[nodiscard]] int number() const { return file_.number(); }
+    [[nodiscard]] std::uint64_t size() const { return size_; } // bytes
+
+  private:
+    NewFile file_;
+    std::uint64_t size_ = 0;
+};
+
+} // namespace mrb
