@@ -156,7 +156,7 @@ class Opening final : public EventTarget,
 
     // The worker's alone, until it posts the last event, which reads the result.
     FillResult result_;
-    std::unique_ptr<FolderWatch> watch_; // until the watcher has it
+    std::unique_ptr<Watch> watch_; // until the watcher has it
     bool full_ = false;
     std::int32_t reportedSize_ = 0;
     std::chrono::steady_clock::time_point reportedAt_;

@@ -5,13 +5,19 @@
 
 #include "agent/opening.h"
 #include "base/log.h"
+#include "watch/file_watch.h"
+#include "watch/folder_watch.h"
 
 namespace mrb {
 
 void Opening::beginWatch() {
-    const std::string root = source_->watchedRoot();
-    if (watcher_ != nullptr && !root.empty()) {
+    if (watcher_ == nullptr) {
+        return;
+    }
+    if (const std::string root = source_->watchedRoot(); !root.empty()) {
         watch_ = std::make_unique<FolderWatch>(root);
+    } else if (const std::string file = source_->watchedFile(); !file.empty()) {
+        watch_ = std::make_unique<FileWatch>(file);
     }
 }
 

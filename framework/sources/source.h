@@ -78,8 +78,8 @@ class ItemSink {
     // for SourceItem::folder; negative: the list is full, return.
     virtual std::int32_t addFolder(std::int32_t parent, std::string_view name) = 0;
 
-    // Says that the open folder `descriptor`, known by its number, is about to be
-    // read; it may be watched for changes from now on.
+    // Says that the open folder `descriptor`, known by its number, or the source's own file,
+    // is about to be read; it may be watched for changes from now on.
     virtual void follow(std::int32_t /*folder*/, int /*descriptor*/) {}
 
     // Appends a run of items. False: the list is full or was stopped, return.
@@ -152,6 +152,10 @@ class Source {
     // The path of the folder on whose files the list stands, to be watched while the
     // list is open; empty where there is none. Never changes.
     [[nodiscard]] virtual std::string watchedRoot() const { return {}; }
+
+    // The path without links of the one file that the list is read from, to be watched
+    // likewise; empty where there is none. Never changes.
+    [[nodiscard]] virtual std::string watchedFile() const { return {}; }
 
     // What a media id says of its item: the source's own id, or name and folder.
     // No value: no item of this source has it.

@@ -7,13 +7,13 @@
 
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <system_error>
 #include <utility>
 
 #include "base/log.h"
 #include "media/media_types.h"
 #include "sources/folder/folder_reader.h"
+#include "watch/file_clock.h"
 
 namespace mrb {
 namespace {
@@ -28,15 +28,6 @@ constexpr std::uint32_t ENDED = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_
 constexpr int MOST_READS = 16;
 
 std::string errorText(int error) { return std::generic_category().message(error); }
-
-std::int64_t nanoseconds(std::int64_t seconds, std::int64_t rest) { return seconds * 1'000'000'000 + rest; }
-
-// The clock by which the kernel dates changes of files: never ahead of it.
-std::int64_t fileTime() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    return nanoseconds(now.tv_sec, now.tv_nsec);
-}
 
 } // namespace
 
@@ -140,7 +131,7 @@ Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask
     }
     if ((mask & ENDED) != 0) {
         if (watch == rootWatch_) {
-            return rootIsThere() ? Change::CHANGED : Change::REMOVED;
+            return sourceIsThere() ? Change::CHANGED : Change::REMOVED;
         }
         // A sub-folder's own end is told by the folder that it is in, save one:
         return (mask & IN_UNMOUNT) != 0 ? Change::CHANGED : Change::NONE;
@@ -178,7 +169,7 @@ bool FolderWatch::isRewritten(const Watched &list, std::int32_t folder, const ch
            nanoseconds(now.stx_mtime.tv_sec, now.stx_mtime.tv_nsec) >= began_;
 }
 
-bool FolderWatch::rootIsThere() const { return identityOf(AT_FDCWD, root_.c_str()) == identity_; }
+bool FolderWatch::sourceIsThere() const { return identityOf(AT_FDCWD, root_.c_str()) == identity_; }
 
 std::optional<FolderWatch::Identity> FolderWatch::identityOf(int folder, const char *path) {
     struct statx status {};

@@ -31,8 +31,8 @@ Watcher::Time Watcher::Entry::due() const { return std::min(lastChange + QUIET, 
 
 Watcher::~Watcher() { finish(Time::max()); }
 
-void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<FolderWatch> folders) {
-    if (folders->number() < 0) {
+void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source) {
+    if (source->number() < 0) {
         return; // It has said so itself.
     }
     const std::lock_guard guard(lock_);
@@ -47,7 +47,7 @@ void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Folder
     auto entry = std::make_shared<Entry>();
     entry->key = list.get();
     entry->list = list;
-    entry->folders = std::move(folders);
+    entry->source = std::move(source);
     entries_.push_back(std::move(entry));
     wake();
 }
@@ -102,7 +102,7 @@ void Watcher::run() {
         polled.assign({{wake_.number(), POLLIN, 0}, {mounts_.number(), POLLPRI, 0}});
         Time due = Time::max();
         for (const auto &entry : entries) {
-            polled.push_back({entry->folders->number(), POLLIN, 0});
+            polled.push_back({entry->source->number(), POLLIN, 0});
             due = entry->changed ? std::min(due, entry->due()) : due;
         }
         int timeout = -1;
@@ -153,7 +153,7 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
     }
     const auto now = steady_clock::now();
     const bool isNew = std::exchange(entry.isNew, false);
-    Change change = readable || isNew ? entry.folders->read(*list) : Change::NONE;
+    Change change = readable || isNew ? entry.source->read(*list) : Change::NONE;
     if (change == Change::CHANGED && !entry.told) {
         entry.firstChange = entry.changed ? entry.firstChange : now;
         entry.lastChange = now;
@@ -162,9 +162,9 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
     const bool due = entry.changed && now >= entry.due();
     if (due) {
         // Before the check: from now on its end is told.
-        entry.folders->awaitRemoval();
+        entry.source->awaitRemoval();
     }
-    if ((due || mountsChanged || isNew) && !entry.folders->rootIsThere()) {
+    if ((due || mountsChanged || isNew) && !entry.source->sourceIsThere()) {
         change = Change::REMOVED;
     }
     if (change == Change::REMOVED) {

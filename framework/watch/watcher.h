@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "base/descriptor.h"
-#include "watch/folder_watch.h"
+#include "watch/watch.h"
 
 namespace mrb {
 
-// The one thread that watches the folders of all lists. Owned by the Framework;
+// The one thread that watches what all lists were read from. Owned by the Framework;
 // any thread may call it.
 //
-// A change is told once folders have been quiet for a moment, since files rarely
+// A change is told once a source has been quiet for a moment, since files rarely
 // come alone; a list hears of it once, and then only of its source's removal.
 class Watcher {
   public:
@@ -29,7 +29,7 @@ class Watcher {
 
     // Watches for `list` from now on. Throws std::system_error when the system has
     // no room for the thread.
-    void watch(const std::shared_ptr<Watched> &list, std::unique_ptr<FolderWatch> folders);
+    void watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source);
 
     // Ends that soon; the thread cleans up. Nothing happens when it is not watched.
     void forget(const Watched &list);
@@ -45,7 +45,7 @@ class Watcher {
         std::weak_ptr<Watched> list;
         bool forgotten = false; // guarded by lock_
         // The thread's alone:
-        std::unique_ptr<FolderWatch> folders;
+        std::unique_ptr<Watch> source;
         bool isNew = true;    // and may have missed a mount before it was here
         bool changed = false; // and not yet told
         bool told = false;

@@ -6,47 +6,23 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/news.h"
 
 using support::Client;
+using support::countOfNews;
 using support::Event;
 using support::Folder;
+using support::news;
+using support::waitForAllNews;
 
 namespace fs = std::filesystem;
 
 namespace {
-
-bool isNews(const Event &event) {
-    return event.event == MRB_EVENT_LIST_CHANGED || event.event == MRB_EVENT_DEVICE_REMOVED;
-}
-
-// Waits until the list told that something happened to its source; what it told.
-int news(Client &client) {
-    return client
-        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isNews(events.back()); })
-        .event;
-}
-
-std::size_t countOfNews(Client &client) {
-    const std::vector<Event> events = client.events();
-    return static_cast<std::size_t>(std::ranges::count_if(events, isNews));
-}
-
-// Waits until every change that was made before has been told: a change is told
-// once its folder was quiet, and a witness's change is made after those.
-void waitForAllNews(const Folder &folder) {
-    static int round = 0;
-    folder.folder("witness");
-    Client witness;
-    witness.list(folder.path("witness"));
-    folder.file("witness/" + std::to_string(++round) + ".jpg");
-    EXPECT_EQ(news(witness), MRB_EVENT_LIST_CHANGED);
-}
 
 // The list of a folder with two levels, with room for a witness beside it.
 class Changes : public testing::Test {

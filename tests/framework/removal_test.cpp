@@ -4,36 +4,22 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
 #include "base/descriptor.h"
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/news.h"
 #include "support/own_process.h"
 
 using support::Client;
-using support::Event;
+using support::countOfNews;
 using support::Folder;
+using support::news;
 using support::Surroundings;
 
 namespace {
-
-bool isNews(const Event &event) {
-    return event.event == MRB_EVENT_LIST_CHANGED || event.event == MRB_EVENT_DEVICE_REMOVED;
-}
-
-int news(Client &client) {
-    return client
-        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isNews(events.back()); })
-        .event;
-}
-
-std::size_t countOfNews(Client &client) {
-    const std::vector<Event> events = client.events();
-    return static_cast<std::size_t>(std::ranges::count_if(events, isNews));
-}
 
 int playData(const Client &client) {
     char *text = nullptr;

@@ -63,9 +63,12 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
             result.unreadable += found.unreadable;
             result.tooDeep += found.tooDeep;
         }
-    } else if (const int error = reader.addEntries(std::exchange(file_, Descriptor()), path_);
-               error != 0 && !reader.isFull()) {
-        result.outcome = outcomeOfErrno(error, path_);
+    } else {
+        const Descriptor file = std::exchange(file_, Descriptor());
+        sink.follow(ROOT_FOLDER, file.number());
+        if (const int error = reader.addEntries(file, path_); error != 0 && !reader.isFull()) {
+            result.outcome = outcomeOfErrno(error, path_);
+        }
     }
     result.unreadable += reader.result().unreadable;
     result.tooDeep += reader.result().tooDeep;

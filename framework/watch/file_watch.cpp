@@ -1,0 +1,86 @@
+#include "watch/file_watch.h"
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "watch/file_clock.h"
+
+namespace mrb {
+namespace {
+
+// Of the folder: programs mostly replace a file by another of its name.
+constexpr std::uint32_t WATCHED = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
+                                  IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+
+// A folder in which much happens must not keep the thread from other lists.
+constexpr int MOST_READS = 16;
+
+} // namespace
+
+FileWatch::FileWatch(std::string path)
+    : path_(std::move(path)), events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), began_(fileTime()) {
+    const std::string folder = path_.substr(0, path_.rfind('/') + 1);
+    if (!events_ || inotify_add_watch(number(), folder.c_str(), WATCHED) < 0) {
+        MRB_LOG_WARNING("Changes of %s will not be noticed: %s", path_.c_str(),
+                        std::generic_category().message(errno).c_str());
+        events_ = Descriptor();
+    }
+}
+
+void FileWatch::follow(std::int32_t folder, int descriptor) {
+    if (folder == ROOT_FOLDER) {
+        followed_ = stateOf(descriptor, "");
+    }
+}
+
+// It is looked at for the first time without any event: it may have been replaced between
+// its opening and the watch.
+Change FileWatch::read(const Watched & /*list*/) {
+    const bool written = isWritten();
+    const std::optional<State> now = stateOf(AT_FDCWD, path_.c_str());
+    // What is written within one tick of the clock has the same time.
+    const bool isYoung = now && now->modified >= began_;
+    return now == followed_ && !(written && isYoung) ? Change::NONE : Change::CHANGED;
+}
+
+// Whether it was among the files that the events that have arrived say were written.
+bool FileWatch::isWritten() {
+    const std::string_view name = std::string_view(path_).substr(path_.rfind('/') + 1);
+    alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
+    bool found = false;
+    for (int reads = 0; reads < MOST_READS; ++reads) {
+        const ssize_t size = ::read(number(), buffer.data(), buffer.size());
+        if (size <= 0) {
+            break;
+        }
+        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
+            // The kernel aligns every event for this type.
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
+            offset += sizeof *event + event->len;
+            const bool isLost = (event->mask & IN_Q_OVERFLOW) != 0;
+            const bool isClosed = (event->mask & IN_CLOSE_WRITE) != 0 && event->len > 0;
+            found = found || isLost || (isClosed && event->name == name);
+        }
+    }
+    return found;
+}
+
+std::optional<FileWatch::State> FileWatch::stateOf(int folder, const char *path) {
+    struct statx status {};
+    const int flags = AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    if (statx(folder, path, flags, STATX_INO | STATX_SIZE | STATX_MTIME, &status) != 0) {
+        return std::nullopt;
+    }
+    return State{(std::uint64_t{status.stx_dev_major} << 32U) | status.stx_dev_minor, status.stx_ino,
+                 status.stx_size, nanoseconds(status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec)};
+}
+
+} // namespace mrb

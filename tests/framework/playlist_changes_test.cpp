@@ -1,0 +1,153 @@
+// A playlist's file that changes under its open list.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+
+#include "support/client.h"
+#include "support/folder.h"
+#include "support/news.h"
+#include "support/playlists.h"
+#include "watch/file_watch.h"
+
+using support::Client;
+using support::countOfNews;
+using support::Folder;
+using support::news;
+using support::playlist;
+using support::waitForAllNews;
+using support::writeText;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The list of a playlist that is an hour old.
+class PlaylistChanges : public testing::Test {
+  protected:
+    PlaylistChanges() {
+        folder.file("a.mp3");
+        folder.file("b.mp3");
+        writeText(folder, "p.m3u", "a.mp3\n");
+        fs::last_write_time(path(), fs::file_time_type::clock::now() - std::chrono::hours(1));
+        support::instanceIsFree();
+        EXPECT_EQ(client.list(playlist(path())).event, MRB_EVENT_LIST_READY);
+    }
+    [[nodiscard]] std::string path() const { return folder.path("p.m3u"); }
+
+    const Folder folder;
+    Client client;
+};
+
+// A list that is asked nothing.
+class Nobody final : public mrb::Watched {
+  public:
+    bool shows(std::uint8_t /*type*/) const override { return true; }
+    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
+        return std::nullopt;
+    }
+    void sourceChanged() override {}
+    void sourceRemoved() override {}
+};
+
+} // namespace
+
+TEST_F(PlaylistChanges, ARewrittenPlaylistIsToldAndOpenedAnewIsWhatItIsNow) {
+    writeText(folder, "p.m3u", "a.mp3\nb.mp3\n");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(client.events().back().data["item_count"], 1);
+    EXPECT_EQ(client.count(), 1);
+    ASSERT_EQ(client.open(playlist(path())), MRB_ERR_NONE);
+    EXPECT_EQ(client.waitForEnd(2).data["item_count"], 2);
+    writeText(folder, "p.m3u", "b.mp3\n");
+    client.waitFor([](const auto &events) { return events.back().event == MRB_EVENT_LIST_CHANGED; });
+    EXPECT_EQ(countOfNews(client), 2U);
+}
+
+TEST_F(PlaylistChanges, APlaylistOfTheSameSizeIsTold) {
+    writeText(folder, "p.m3u", "b.mp3\n");
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(PlaylistChanges, APlaylistThatIsReplacedIsToldOnce) {
+    writeText(folder, "p.m3u.new", "b.mp3\n");
+    fs::rename(folder.path("p.m3u.new"), path());
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    writeText(folder, "p.m3u", "a.mp3\n");
+    waitForAllNews(folder);
+    EXPECT_EQ(countOfNews(client), 1U);
+}
+
+TEST_F(PlaylistChanges, APlaylistThatIsGoneIsToldAndItsEntriesCanStillBePlayed) {
+    fs::remove(path());
+    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    char *data = nullptr;
+    EXPECT_EQ(mrb_prepare_play_data_v2(client.handle, &data), MRB_ERR_NONE);
+    std::free(data);
+}
+
+TEST_F(PlaylistChanges, APlaylistThatGoesWithItsFolderIsTold) {
+    const Folder other;
+    writeText(other, "in/p.m3u", "http://h/a.mp3\n");
+    Client inside;
+    inside.list(playlist(other.path("in/p.m3u")));
+    fs::rename(other.path("in"), other.path("out"));
+    EXPECT_EQ(news(inside), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(PlaylistChanges, WhatHappensBesideAPlaylistIsNotTold) {
+    writeText(folder, "q.m3u", "a.mp3\n");
+    fs::remove(folder.path("a.mp3"));
+    folder.file("c.mp3");
+    ASSERT_EQ(chmod(path().c_str(), 0600), 0);
+    const int file = open(path().c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(file, 0);
+    close(file);
+    waitForAllNews(folder);
+    EXPECT_EQ(countOfNews(client), 0U);
+}
+
+TEST_F(PlaylistChanges, APlaylistThatIsNamedByALinkIsWatchedWhereItIs) {
+    folder.link(path(), "link.m3u");
+    Client linked;
+    linked.list(playlist(folder.path("link.m3u")));
+    writeText(folder, "p.m3u", "b.mp3\n");
+    EXPECT_EQ(news(linked), MRB_EVENT_LIST_CHANGED);
+}
+
+TEST_F(PlaylistChanges, NothingIsToldAfterADisconnect) {
+    EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
+    writeText(folder, "p.m3u", "b.mp3\n");
+    waitForAllNews(folder);
+    EXPECT_EQ(countOfNews(client), 0U);
+}
+
+TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
+    const Folder folder;
+    writeText(folder, "p.m3u", "a.mp3\n");
+    writeText(folder, "q.m3u", "a.mp3\n");
+    const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
+    fs::rename(folder.path("q.m3u"), folder.path("p.m3u"));
+    mrb::FileWatch watch(folder.path("p.m3u"));
+    watch.follow(mrb::ROOT_FOLDER, file.number());
+    EXPECT_EQ(watch.read(Nobody()), mrb::Change::CHANGED);
+}
+
+TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
+    const Folder folder;
+    writeText(folder, "p.m3u", "a.mp3\n");
+    const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
+    mrb::FileWatch watch(folder.path("p.m3u"));
+    watch.follow(mrb::ROOT_FOLDER, file.number());
+    EXPECT_EQ(watch.read(Nobody()), mrb::Change::NONE);
+    EXPECT_GE(watch.number(), 0);
+    watch.awaitRemoval();
+    EXPECT_LT(watch.number(), 0);
+    EXPECT_TRUE(watch.sourceIsThere());
+}
