@@ -1,8 +1,9 @@
 'use strict';
-// Copies the pictures, music and videos of a folder to another one.
+// Copies the pictures, music and videos of a folder, or what a playlist names, to a folder.
 //
 //     quill sdk/examples/copy.js [--type picture|music|video|all] FROM TO
 
+const fs = require('node:fs');
 const path = require('node:path');
 const { ITEM_TYPES, SHARE_EVENTS, SHARE_TYPES } = require('../codes.js');
 const { Media } = require('../media.js');
@@ -18,8 +19,8 @@ const TYPES = {
 
 const USAGE = `Usage: quill copy.js [--type picture|music|video|all] FROM TO
 
-Copies the media in FROM and the folders below it to the folder TO, which must
-exist. Nothing in TO is overwritten: a name that is taken gets a number.
+Copies the media in FROM and the folders below it, or what the playlist FROM (m3u,
+m3u8, pls or xspf) names, to the folder TO, which must exist. Nothing in TO is overwritten: a name that is taken gets a number.
   --type T   only pictures, only music or only videos (all, with playlists)
 
 Ctrl-C stops: the files that were copied until then stay, and are whole. The exit
@@ -64,10 +65,14 @@ function wishesFrom(words) {
   return { type, from, to };
 }
 
-/** Opens the folder and selects what is wanted: {list, files, bytes}. */
+const PLAYLIST = /\.(m3u8?|pls|xspf)$/i;
+const isPlaylist = (from) => PLAYLIST.test(from) && fs.statSync(from, { throwIfNoEntry: false })?.isFile() === true;
+
+/** Opens the folder or playlist and selects what is wanted: {list, files, bytes}. */
 async function select(media, { type, from }) {
   const { types, named } = TYPES[type];
-  const list = media.open(from, { contentType: 'ALL', sort: 'FOLDER' });
+  const list = isPlaylist(from) ? media.openPlaylists(from)
+    : media.open(from, { contentType: 'ALL', sort: 'FOLDER' });
   list.onGrowth = ({ item_count: items }) => statusLine.show(`reading: ${count(items, 'item')} so far…`);
   await list.ready.catch((error) => { throw new Error(`${printable(from)}: ${error.message}`); });
   statusLine.clear();

@@ -180,6 +180,25 @@ test('a file that cannot be read is named, and the others are copied', async () 
   assert.deepEqual(filesIn(to), ['a.jpg', 'c.jpg']);
 });
 
+test('what a playlist names is copied from wherever it lies, and what is missing is named', async () => {
+  const from = folder();
+  const to = folder();
+  for (const name of ['1/a.jpg', '2/a.jpg', '2/other.jpg']) {
+    mkdirSync(path.dirname(path.join(from, name)), { recursive: true });
+    cpSync(path.join(library, 'Welcome.jpg'), path.join(from, name));
+  }
+  writeFileSync(path.join(from, 'show.m3u'), '1/a.jpg\n2/a.jpg\n');
+  const whole = await quill([copy, path.join(from, 'show.m3u'), to]);
+  assert.deepEqual([whole.status, whole.stderr], [0, '']);
+  assert.match(whole.stdout, /^2 files, /);
+  assert.deepEqual(filesIn(to), ['a (1).jpg', 'a.jpg']);
+  writeFileSync(path.join(from, 'gaps.m3u'), 'gone.jpg\n2/other.jpg\n');
+  const { status, stderr } = await quill([copy, path.join(from, 'gaps.m3u'), to]);
+  assert.equal(status, 1);
+  assert.match(stderr, /^copy: gone\.jpg could not be copied \(quill --log says why\); 1 of 2 files copied /);
+  assert.deepEqual(filesIn(to), ['a (1).jpg', 'a.jpg', 'other.jpg']);
+});
+
 for (const [what, prepare, message] of [
   ['does not exist', (where) => path.join(where, 'none'), 'it does not exist; make the folder first'],
   ['is a file', (where) => { writeFileSync(path.join(where, 'f'), ''); return path.join(where, 'f'); }, 'it is not a folder'],
