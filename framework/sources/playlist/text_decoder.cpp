@@ -67,7 +67,7 @@ std::string_view TextDecoder::finish() {
 void TextDecoder::append(char16_t unit) {
     const char16_t lead = std::exchange(lead_, 0);
     if (lead != 0 && U16_IS_TRAIL(unit)) {
-        appendUtf8(text_, U16_GET_SUPPLEMENTARY(lead, unit));
+        appendUtf8(text_, static_cast<char32_t>(U16_GET_SUPPLEMENTARY(lead, unit)));
         return;
     }
     if (lead != 0) {
