@@ -93,6 +93,8 @@ std::string commandFor(Surroundings needed) {
         return commandFor(LOOPS);
     case Surroundings::DEVICES:
         return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
+    case Surroundings::TOLD_CAMERA:
+        return "env LD_LIBRARY_PATH='" TOLD_FOLDER "'";
     case Surroundings::PLAIN:
         break;
     }
