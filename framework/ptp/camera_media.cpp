@@ -100,15 +100,19 @@ Outcome openCameraMedia(const std::string &url, MediaFile &file) {
     outcome = source->readFacts(patience(), facts);
     std::string bytes;
     if (outcome.code == MRB_ERR_NONE) {
-        const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(facts.size, 0));
+        const auto size = static_cast<std::uint64_t>(facts.size < 0 ? HEAD_BYTES : facts.size);
         outcome = source->readAt(patience(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    const auto had = static_cast<std::int64_t>(bytes.size());
+    if (outcome.code == MRB_ERR_NONE && facts.size < 0) {
+        // Where it ends is not known, and behind its end a camera may take a read for a mistake.
+        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
+    } else if (outcome.code == MRB_ERR_NONE) {
         file.open(std::make_unique<CameraBytes>(*source, facts, stopped, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
         outcome = readWithoutPieces(*source, patience(), facts, bytes);
         if (outcome.code == MRB_ERR_NONE) {
-            const std::int64_t size = std::max<std::int64_t>(facts.size, 0);
+            const auto size = facts.size < 0 ? static_cast<std::int64_t>(bytes.size()) : facts.size;
             file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, facts.modified));
         }
     }
