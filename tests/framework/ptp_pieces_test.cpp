@@ -349,3 +349,38 @@ TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
         EXPECT_THAT(support::tree(to.path()), IsEmpty());
     }
 }
+
+// What goes away file by file is still there when the first of them is missed.
+TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", 1000);
+    addNoise("b.jpg", 1000);
+    camera.onQuestion = [this](const CameraQuestion &question) {
+        if (question.about == "piece" && question.name == "b.jpg") {
+            camera.place.unplug();
+        }
+        return question.about == "piece" && question.name == "a.jpg" ? Outcome{MRB_ERR_IO, "The cable."}
+                                                                     : Outcome();
+    };
+    const ShareEvent last = copy();
+    EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(last.status.done_file_count, 1U);
+    EXPECT_THAT(support::tree(to.path()), ElementsAre("b.jpg"));
+}
+
+TEST_F(PtpPieces, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", 1000);
+    camera.onQuestion = [this](const CameraQuestion &question) {
+        if (question.about == "piece") {
+            camera.place.unplug();
+        }
+        return Outcome();
+    };
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(support::tree(to.path()), ElementsAre("a.jpg"));
+}
