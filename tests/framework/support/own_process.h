@@ -14,7 +14,7 @@ enum class Surroundings {
     LOOPS,       // and in which root can mount files
     DEVICES,     // a plain one whose devices are those of a UMockdevTestbed
     LIMITS,      // and with limits of its own under /proc/sys/user
-    TOLD_CAMERA, // a plain one whose cameras are a ToldCamera
+    TOLD_CAMERA, // as DEVICES, and with a ToldCamera in place of libgphoto2
 };
 
 // A test whose body runs in a process of its own:
