@@ -75,23 +75,38 @@ class CameraPicture {
         if (!isImage && type() != MRB_ITEM_TYPE_VIDEO) {
             return false;
         }
-        // With the picture in them, its orientation and mostly its size they are all that is needed.
+        // With a picture in them, and its orientation, they are all that is needed.
         if (isImage && hasExif(file_) && (decodeExif(small) || endsAll(small.outcome))) {
             return isPicture(small);
         }
         decodePreview(isImage, small);
+        if (!isPicture(small) && !endsAll(small.outcome) && exif_ && !pictureIn(*exif_).empty()) {
+            decodeSmall(pictureIn(*exif_), small); // for want of another
+        }
         return isPicture(small) && isLargeEnough(small);
+    }
+
+    // From where a JPEG begins in EXIF data; what it is shows when it is decoded.
+    static std::string pictureIn(const std::string &exif) {
+        return exif.substr(std::min(exif.find("\xff\xd8\xff"), exif.size()));
     }
 
     bool decodeExif(Decoded &small) {
         const std::string &exif = readExif(small.outcome);
-        if (exif.empty() || !knowsPixels()) {
+        const std::string picture = pictureIn(exif);
+        if (picture.empty()) {
             return false;
         }
         Decoded decoded;
-        decodeBytes(jpegOf(exif, width_, height_), MRB_ITEM_TYPE_IMAGE, request_.orientation, decoded);
-        // The decoder takes what is large enough and has the picture's shape.
-        const bool isGood = isPicture(decoded) && decoded.embedded;
+        bool isGood = false;
+        if (knowsPixels()) {
+            // The decoder takes what is large enough and has the picture's shape.
+            decodeBytes(jpegOf(exif, width_, height_), MRB_ITEM_TYPE_IMAGE, request_.orientation, decoded);
+            isGood = isPicture(decoded) && decoded.embedded;
+        } else {
+            decodeSmall(picture, decoded);
+            isGood = isPicture(decoded) && isLargeEnough(decoded);
+        }
         if (isGood) {
             small = std::move(decoded);
         }
@@ -119,13 +134,16 @@ class CameraPicture {
         if (small.outcome.code != MRB_ERR_NONE) {
             return;
         }
-        // The small picture is stored as the large one is, and does not say how.
-        orientation_ = request_.orientation;
-        if (orientation_ == 0 && isImage) {
+        if (request_.orientation == 0 && isImage) {
             Outcome outcome;
             readExif(outcome);
-            orientation_ = exifOrientation_;
         }
+        decodeSmall(bytes, small);
+    }
+
+    // A small picture is stored as the large one is, and does not say how.
+    void decodeSmall(const std::string &bytes, Decoded &small) {
+        orientation_ = request_.orientation != 0 ? request_.orientation : exifOrientation_;
         decodeBytes(bytes, MRB_ITEM_TYPE_IMAGE, orientation_, small);
         small.embedded = true;
     }

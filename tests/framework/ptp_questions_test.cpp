@@ -168,6 +168,17 @@ TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
     }
 }
 
+TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    ToldFile &file = add({});
+    file.exif = "";
+    file.preview = "";
+    EXPECT_EQ(sizeOf(thumbnail(400)), "400x300");
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+}
+
 // The camera may have a larger one.
 TEST_F(PtpQuestions, WithTooSmallAPictureInThemTheCameraIsAskedForOne) {
     if (!inside(Surroundings::TOLD_CAMERA)) {
@@ -211,10 +222,26 @@ TEST_F(PtpQuestions, WhereNobodyTellsItsSizeItHasTheSmallPicturesShape) {
     if (!inside(Surroundings::TOLD_CAMERA)) {
         return;
     }
-    add({.smallHeight = 90, .exifSaysSize = false}).facts.width = CameraFileFacts::UNSAID;
+    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).facts.width = CameraFileFacts::UNSAID;
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "90x160");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    const Thumbnail large = thumbnail(400);
+    EXPECT_EQ(sizeOf(large), "300x400");
+    EXPECT_FALSE(isRed(large));
+}
+
+TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).facts.width =
+        CameraFileFacts::UNSAID;
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x90");
     EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, AFilmIsNotAskedForExifData) {
@@ -264,6 +291,19 @@ TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
     camera.onQuestion = [](const CameraQuestion &question) {
         return question.about == "whole" && question.offset > 500'000 ? Outcome{MRB_ERR_IO, "Amidst."}
                                                                       : Outcome();
+    };
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "160x120");
+    EXPECT_TRUE(isRed(made));
+}
+
+TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).preview.reset();
+    camera.onQuestion = [](const CameraQuestion &question) {
+        return question.about == "whole" ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
