@@ -126,9 +126,7 @@ void Opening::sort(Outcome &outcome) {
 
 void Opening::close() {
     closed_ = true;
-    if (watcher_ != nullptr) {
-        watcher_->forget(*this);
-    }
+    endWatch();
     // In this order: a worker that stops at once would have its cancelled event
     // delivered before the withdrawal.
     events_.withdraw(*this);

@@ -19,6 +19,7 @@
 #include "metadata/media_paths.h"
 #include "mrb/agent.h"
 #include "sources/source.h"
+#include "storage/device_service.h"
 #include "watch/watcher.h"
 
 namespace mrb {
@@ -38,12 +39,13 @@ struct Listener {
 class Opening final : public EventTarget,
                       public std::enable_shared_from_this<Opening>,
                       private ItemSink,
-                      private Watched {
+                      private Watched,
+                      private RemovalObserver {
   public:
     Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
             std::unique_ptr<Source> source, ListWishes wishes);
 
-    // Has the source watched for changes as long as the list is open. Called, if at
+    // Has the source, where it is a folder, watched for changes as long as the list is open. Called, if at
     // all, before run.
     void watchWith(Watcher &watcher) { watcher_ = &watcher; }
 
@@ -122,8 +124,12 @@ class Opening final : public EventTarget,
     void sourceChanged() override;
     void sourceRemoved() override;
 
+    // RemovalObserver, on the devices' thread.
+    void deviceRemoved() override { sourceRemoved(); }
+
     void beginWatch();
     void handOverWatch() noexcept;
+    void endWatch();
     void prepareFields() const;
     [[nodiscard]] bool hasFiles() const;
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;

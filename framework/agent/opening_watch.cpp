@@ -32,12 +32,25 @@ void Opening::handOverWatch() noexcept {
         if (watch_) {
             watcher_->watch({shared_from_this(), static_cast<Watched *>(this)}, std::move(watch_));
         }
+        if (const Device *device = source_->device()) {
+            DeviceService::instance().awaitRemoval(
+                *device, {shared_from_this(), static_cast<RemovalObserver *>(this)});
+        }
         // One that was closed meanwhile had nothing to forget yet.
-        if (watcher_ != nullptr && closed_) {
-            watcher_->forget(*this);
+        if (closed_) {
+            endWatch();
         }
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("List %d is not watched for changes: %s", handle_, failure.what());
+    }
+}
+
+void Opening::endWatch() {
+    if (watcher_ != nullptr) {
+        watcher_->forget(*this);
+    }
+    if (source_->device() != nullptr) {
+        DeviceService::instance().forget(*this);
     }
 }
 
@@ -53,7 +66,9 @@ void Opening::sourceRemoved() {
 }
 
 int Opening::reach(const ListEntry &entry) const {
-    const Outcome outcome = removed_ ? Outcome{MRB_ERR_DEVICE_REMOVED, {}} : source_->reach(entry.facts);
+    // A folder's path may lead to another one by now; a device that comes back is known by its id.
+    const bool isGone = removed_ && source_->device() == nullptr;
+    const Outcome outcome = isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, {}} : source_->reach(entry.facts);
     return outcome.code;
 }
 

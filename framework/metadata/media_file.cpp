@@ -41,13 +41,13 @@ bool MediaFile::isExhausted() const {
 }
 
 std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t length) {
-    if (offset < 0 || offset >= size_ || isExhausted()) {
+    if (offset < 0 || offset >= size_ || left_ <= 0) {
         return 0;
     }
     const auto most = static_cast<std::size_t>(std::min(left_, size_ - offset));
     length = std::min(length, most);
     std::size_t have = 0;
-    while (have < length) {
+    while (have < length && !isExhausted()) {
         const std::int64_t got = readPiece(offset + static_cast<std::int64_t>(have),
                                            static_cast<char *>(buffer) + have, length - have);
         if (got <= 0) {

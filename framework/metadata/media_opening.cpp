@@ -1,5 +1,6 @@
 #include "metadata/media_opening.h"
 
+#include "ptp/attached_cameras.h"
 #include "ptp/camera_media.h"
 
 namespace mrb {

@@ -4,6 +4,11 @@
 
 namespace mrb {
 
+bool endsAll(const Outcome &outcome) {
+    return outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
+           outcome.code == MRB_ERR_BUSY || outcome.code == MRB_ERR_TIMEOUT;
+}
+
 Outcome unlessRemoved(Outcome outcome, const std::string &device) {
     const bool isOfCamera = outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED;
     if (isOfCamera && !attachedCamera(device)) {

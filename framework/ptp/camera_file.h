@@ -52,6 +52,10 @@ class CameraFile {
     CameraPath path_;
 };
 
+// Whether nothing more can be had of the camera for now, so that there is no use in asking for
+// something else: it is gone, held by others or silent, or nobody wants it any more.
+bool endsAll(const Outcome &outcome);
+
 // `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
 // there any more fails in many ways.
 Outcome unlessRemoved(Outcome outcome, const std::string &device);

@@ -1,11 +1,11 @@
 #include "ptp/camera_media.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <utility>
 
-#include "metadata/read_metadata.h"
+#include "ptp/bytes_in_memory.h"
+#include "ptp/camera_exif.h"
 
 namespace mrb {
 namespace {
@@ -15,8 +15,6 @@ using Clock = std::chrono::steady_clock;
 // Mostly all that a reader wants comes with the first one.
 constexpr std::size_t HEAD_BYTES = 128UL << 10;
 constexpr std::size_t PIECE_BYTES = 64UL << 10;
-
-constexpr std::size_t MOST_EXIF = 1UL << 20;
 
 std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
     using std::chrono::milliseconds;
@@ -74,71 +72,17 @@ class CameraBytes final : public MediaBytes {
     std::int64_t pieceAt_ = 0;
 };
 
-// All that there is.
-class BytesInMemory final : public MediaBytes {
-  public:
-    BytesInMemory(std::string bytes, const CameraFileFacts &facts)
-        : bytes_(std::move(bytes)), size_(std::max<std::int64_t>(facts.size, 0)), modified_(facts.modified) {}
-
-    // The file's, whatever of it is here.
-    [[nodiscard]] std::int64_t size() const override { return size_; }
-    [[nodiscard]] std::int64_t modified() const override { return modified_; }
-
-    bool read(std::int64_t offset, char *buffer, std::size_t length, std::size_t &got) override {
-        const std::size_t start = std::min(static_cast<std::size_t>(offset), bytes_.size());
-        got = std::min(length, bytes_.size() - start);
-        std::memcpy(buffer, bytes_.data() + start, got);
-        return true;
-    }
-
-  private:
-    const std::string bytes_;
-    const std::int64_t size_;
-    const std::int64_t modified_;
-};
-
-std::string bigEndian16(std::size_t number) {
-    return {static_cast<char>(number >> 8U & 0xffU), static_cast<char>(number & 0xffU)};
-}
-
-// A JPEG without a picture, which says what the EXIF data say, and its size where that is
-// known. ISO/IEC 10918-1, annex B.
-std::string jpegOf(const std::string &exif, const CameraFileFacts &facts) {
-    constexpr std::size_t MOST = 0xffff;
-    std::string jpeg = "\xff\xd8";
-    if (!exif.empty() && exif.size() + 2 <= MOST) {
-        jpeg.append("\xff\xe1").append(bigEndian16(exif.size() + 2)).append(exif);
-    }
-    if (facts.width > 0 && facts.height > 0 && facts.width <= std::int64_t{MOST} &&
-        facts.height <= std::int64_t{MOST}) {
-        const std::string size = bigEndian16(static_cast<std::size_t>(facts.height)) +
-                                 bigEndian16(static_cast<std::size_t>(facts.width));
-        jpeg.append("\xff\xc0").append(bigEndian16(11)).append("\x08").append(size).append("\x01\x01\x11");
-        jpeg.append(1, '\0');
-    }
-    return jpeg.append("\xff\xd9");
-}
-
-bool isJpeg(std::string name) {
-    std::ranges::transform(name, name.begin(),
-                           [](char letter) { return static_cast<char>(std::tolower(letter)); });
-    return name.ends_with(".jpg") || name.ends_with(".jpeg") || name.ends_with(".jpe");
-}
-
 // For a camera that gives whole files only.
 Outcome readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
                           const CameraFileFacts &facts, std::string &bytes) {
     const bool isLong = facts.size > static_cast<std::int64_t>(MOST_FETCHED_FOR_FACTS);
-    if (!isJpeg(source.name()) || (facts.width <= 0 && !isLong)) {
+    if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
         return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);
     }
     std::string exif;
-    const Outcome outcome = source.read(patience, CameraPart::EXIF, MOST_EXIF, exif);
-    bytes = jpegOf(exif, facts);
-    // One without EXIF data fails in as many ways as there are drivers.
-    const bool isOver = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_TIMEOUT ||
-                        outcome.code == MRB_ERR_DEVICE_REMOVED || outcome.code == MRB_ERR_BUSY;
-    return isOver ? outcome : Outcome();
+    const Outcome outcome = readCameraExif(source, patience, exif);
+    bytes = jpegOf(exif, facts.width, facts.height);
+    return endsAll(outcome) ? outcome : Outcome();
 }
 
 } // namespace
@@ -156,32 +100,22 @@ Outcome openCameraMedia(const std::string &url, MediaFile &file) {
     outcome = source->readFacts(patience(), facts);
     std::string bytes;
     if (outcome.code == MRB_ERR_NONE) {
-        const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(facts.size, 0));
+        const auto size = static_cast<std::uint64_t>(facts.size < 0 ? HEAD_BYTES : facts.size);
         outcome = source->readAt(patience(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    const auto had = static_cast<std::int64_t>(bytes.size());
+    if (outcome.code == MRB_ERR_NONE && facts.size < 0) {
+        // Where it ends is not known, and behind its end a camera may take a read for a mistake.
+        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
+    } else if (outcome.code == MRB_ERR_NONE) {
         file.open(std::make_unique<CameraBytes>(*source, facts, stopped, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
         outcome = readWithoutPieces(*source, patience(), facts, bytes);
         if (outcome.code == MRB_ERR_NONE) {
-            file.open(std::make_unique<BytesInMemory>(std::move(bytes), facts));
+            const auto size = facts.size < 0 ? static_cast<std::int64_t>(bytes.size()) : facts.size;
+            file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, facts.modified));
         }
     }
-    return outcome;
-}
-
-Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, Metadata &facts) {
-    std::string exif;
-    Outcome outcome = file.read(patience, CameraPart::EXIF, MOST_EXIF, exif);
-    if (outcome.code != MRB_ERR_NONE) {
-        return outcome;
-    }
-    std::string jpeg = jpegOf(exif, {});
-    CameraFileFacts size;
-    size.size = static_cast<std::int64_t>(jpeg.size());
-    MediaFile opened;
-    opened.open(std::make_unique<BytesInMemory>(std::move(jpeg), size));
-    readMetadata(opened, "exif.jpg", facts, outcome);
     return outcome;
 }
 

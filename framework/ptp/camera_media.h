@@ -1,10 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
-#include "metadata/facts.h"
 #include "metadata/media_file.h"
-#include "ptp/camera_file.h"
 
 namespace mrb {
 
@@ -13,8 +12,5 @@ namespace mrb {
 // whole file, unless it is larger than MOST_FETCHED_FOR_FACTS: then what EXIF data it has.
 Outcome openCameraMedia(const std::string &url, MediaFile &file);
 inline constexpr std::size_t MOST_FETCHED_FOR_FACTS = 32UL << 20;
-
-// Takes what the EXIF data of a file say; nothing where it has none.
-Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, Metadata &facts);
 
 } // namespace mrb

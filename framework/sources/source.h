@@ -14,6 +14,8 @@
 
 namespace mrb {
 
+struct Device;
+
 // The wishes for a list, as a general parameter object holds them. See mrb/agent.h.
 struct ListRequest {
     std::string contentType;
@@ -156,6 +158,10 @@ class Source {
     // The path without links of the one file that the list is read from, to be watched
     // likewise; empty where there is none. Never changes.
     [[nodiscard]] virtual std::string watchedFile() const { return {}; }
+
+    // The device on which the list stands, whose removal is told while the list is open; null:
+    // none. Never changes.
+    [[nodiscard]] virtual const Device *device() const { return nullptr; }
 
     // What a media id says of its item: the source's own id, or name and folder.
     // No value: no item of this source has it.

@@ -14,6 +14,14 @@
 #include "mrb/result.h"
 
 namespace mrb {
+namespace {
+
+// Two cameras of one maker may have the same id; they are at different places.
+bool isSame(const Device &one, const Device &other) {
+    return one.kind == other.kind && one.id == other.id && one.camera == other.camera;
+}
+
+} // namespace
 
 DeviceService::~DeviceService() { shutDown(std::chrono::steady_clock::time_point::max()); }
 
@@ -54,6 +62,30 @@ int DeviceService::unlisten() {
     return MRB_ERR_NONE;
 }
 
+void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer) {
+    look();
+    // Nobody looks meanwhile: it is there and will be heard of, or it is gone.
+    const std::lock_guard looking(looking_);
+    const std::lock_guard guard(lock_);
+    if (down_) {
+        return;
+    }
+    start();
+    const bool isThere = std::ranges::any_of(table_.list(device.kind),
+                                             [&device](const Device &each) { return isSame(each, device); });
+    (isThere ? awaited_ : departed_).push_back({device, observer.get(), observer});
+    if (!isThere) {
+        wake();
+    }
+}
+
+void DeviceService::forget(const RemovalObserver &observer) {
+    const std::lock_guard guard(lock_);
+    const auto isIts = [&observer](const Awaited &awaited) { return awaited.key == &observer; };
+    std::erase_if(awaited_, isIts);
+    std::erase_if(departed_, isIts);
+}
+
 void DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
     if (delivering_ && std::this_thread::get_id() != id_) {
         change_.wait(guard, [this, running = deliveries_] { return !delivering_ || deliveries_ != running; });
@@ -65,6 +97,8 @@ void DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     down_ = true;
     callback_ = nullptr;
     notices_.clear();
+    awaited_.clear();
+    departed_.clear();
     if (!wake_) {
         return; // It never ran.
     }
@@ -100,7 +134,7 @@ void DeviceService::start() {
 
 void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
 
-// Lets the sources say what happened, and queues that for the listener.
+// Lets the sources say what happened, and queues that for whom it concerns.
 void DeviceService::look() {
     const std::lock_guard looking(looking_);
     if (!std::exchange(isMade_, true)) {
@@ -115,12 +149,31 @@ void DeviceService::look() {
     }
     std::vector<Notice> notices = table_.takeNotices();
     const std::lock_guard guard(lock_);
-    if (callback_ != nullptr && !notices.empty()) {
+    const bool isHeard = callback_ != nullptr && !notices.empty();
+    const bool isNews = keepDepartures(notices) || isHeard;
+    if (isHeard) {
         std::ranges::move(notices, std::back_inserter(notices_));
-        if (std::this_thread::get_id() != id_) {
-            wake();
-        }
     }
+    if (isNews && std::this_thread::get_id() != id_) {
+        wake();
+    }
+}
+
+// Whether some of these are departures that somebody waits for; with lock_ held.
+bool DeviceService::keepDepartures(const std::vector<Notice> &notices) {
+    const std::size_t before = departed_.size();
+    for (const Notice &notice : notices) {
+        if (notice.event != MRB_STORAGE_EVENT_REMOVED) {
+            continue;
+        }
+        const auto gone =
+            std::stable_partition(awaited_.begin(), awaited_.end(), [&notice](const Awaited &each) {
+                return !isSame(each.device, notice.device);
+            });
+        std::move(gone, awaited_.end(), std::back_inserter(departed_));
+        awaited_.erase(gone, awaited_.end());
+    }
+    return departed_.size() > before;
 }
 
 void DeviceService::run() {
@@ -150,25 +203,47 @@ void DeviceService::run() {
     change_.notify_all();
 }
 
-// Calls back until nothing is left to tell. False: the thread shall end.
+// Tells until nothing is left to tell. False: the thread shall end.
 bool DeviceService::deliver() {
     std::unique_lock guard(lock_);
-    while (!down_ && callback_ != nullptr && !notices_.empty()) {
-        _mrb_storage_s record{std::move(notices_.front().device)};
-        const mrb_storage_event_e event = notices_.front().event;
-        notices_.pop_front();
-        const auto callback = callback_;
-        void *const userData = userData_;
-        ++deliveries_;
-        delivering_ = true;
-        guard.unlock();
-        _mrb_storage_s *device = &record;
-        callback(userData, event, device);
-        guard.lock();
-        delivering_ = false;
-        change_.notify_all();
+    while (!down_ && (tellDeparture(guard) || tellNotice(guard))) {
     }
     return !down_;
+}
+
+bool DeviceService::tellDeparture(std::unique_lock<std::mutex> &guard) {
+    if (departed_.empty()) {
+        return false;
+    }
+    std::shared_ptr<RemovalObserver> observer = departed_.front().observer.lock();
+    departed_.erase(departed_.begin());
+    guard.unlock();
+    if (observer) {
+        observer->deviceRemoved();
+        observer.reset(); // which may be its end
+    }
+    guard.lock();
+    return true;
+}
+
+bool DeviceService::tellNotice(std::unique_lock<std::mutex> &guard) {
+    if (callback_ == nullptr || notices_.empty()) {
+        return false;
+    }
+    _mrb_storage_s record{std::move(notices_.front().device)};
+    const mrb_storage_event_e event = notices_.front().event;
+    notices_.pop_front();
+    const auto callback = callback_;
+    void *const userData = userData_;
+    ++deliveries_;
+    delivering_ = true;
+    guard.unlock();
+    _mrb_storage_s *device = &record;
+    callback(userData, event, device);
+    guard.lock();
+    delivering_ = false;
+    change_.notify_all();
+    return true;
 }
 
 } // namespace mrb

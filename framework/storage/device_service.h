@@ -15,9 +15,17 @@
 
 namespace mrb {
 
-// Knows the devices of this machine, and tells one listener what happens to them, from
-// a thread of its own that sleeps while nothing happens. The process has one, see
-// instance(); any thread may call it, also from inside a callback.
+// Somebody to whom it matters that a device is there. Called on the DeviceService's thread,
+// with nothing locked; returns soon.
+class RemovalObserver {
+  public:
+    virtual ~RemovalObserver() = default;
+    virtual void deviceRemoved() = 0;
+};
+
+// Knows the devices of this machine, and tells one listener what happens to them, and
+// others that one of them has left, from a thread of its own that sleeps while nothing happens. The process
+// has one, see instance(); any thread may call it, also from inside a callback.
 class DeviceService {
   public:
     using Sources = std::vector<std::unique_ptr<DeviceSource>>;
@@ -44,15 +52,31 @@ class DeviceService {
     // run; made from inside it, at once.
     int unlisten();
 
+    // Tells the observer when the device leaves, once; at once when it is not there any more.
+    // One that comes back is another. Throws std::system_error as listen does.
+    void awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer);
+
+    // Nothing is begun to be told to the observer any more. From inside its call as well.
+    void forget(const RemovalObserver &observer);
+
     // Ends the thread. A callback that does not return until the deadline is left
-    // behind. From now on nobody is called back.
+    // behind. From now on nobody is told anything.
     void shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
+    struct Awaited {
+        Device device;
+        const RemovalObserver *key;
+        std::weak_ptr<RemovalObserver> observer;
+    };
+
     void look();
     void run();
     void start(); // with lock_ held
+    bool keepDepartures(const std::vector<Notice> &notices);
     bool deliver();
+    bool tellDeparture(std::unique_lock<std::mutex> &guard);
+    bool tellNotice(std::unique_lock<std::mutex> &guard);
     void awaitCallback(std::unique_lock<std::mutex> &guard);
     void wake() const;
 
@@ -67,6 +91,8 @@ class DeviceService {
     mrb_storage_notification_cb callback_ = nullptr;
     void *userData_ = nullptr;
     std::deque<Notice> notices_;
+    std::vector<Awaited> awaited_;
+    std::vector<Awaited> departed_; // and not yet told
     std::thread thread_;
     std::thread::id id_;
     unsigned long long deliveries_ = 0; // begun so far

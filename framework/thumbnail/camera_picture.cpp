@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "media/media_types.h"
 #include "mrb/agent.h"
-#include "ptp/camera_media.h"
+#include "ptp/camera_exif.h"
 #include "thumbnail/memory_file.h"
 
 namespace mrb::thumbnail {
@@ -19,27 +20,30 @@ constexpr std::size_t MOST_PREVIEW = 4UL << 20;
 
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
-// One file on its way to a thumbnail.
+bool isPicture(const Decoded &decoded) { return decoded.outcome.code == MRB_ERR_NONE; }
+
+// One file on its way to a thumbnail. Each question takes a camera some milliseconds, and
+// all of that from others, so none is asked before its answer matters.
 class CameraPicture {
   public:
     CameraPicture(const DecodeRequest &request, const StopSign &stop, const std::function<Decode> &decode,
                   const CameraFile &file, const CameraFileFacts &facts)
-        : request_(request), stop_(stop), decode_(decode), file_(file), facts_(facts) {}
+        : request_(request), stop_(stop), decode_(decode), file_(file), size_(facts.size),
+          width_(facts.width), height_(facts.height) {}
 
     void make(Decoded &decoded) {
-        const bool hasPreview = type() == MRB_ITEM_TYPE_IMAGE || type() == MRB_ITEM_TYPE_VIDEO;
-        Decoded preview;
-        preview.outcome = {MRB_ERR_NOT_FOUND, "The camera has no small picture of it."};
-        if (hasPreview && request_.frames == 1) {
-            decodePreview(preview);
-        }
-        if (isPicture(preview) && isLargeEnough(preview)) {
-            decoded = std::move(preview);
+        Decoded small;
+        small.outcome = {MRB_ERR_NOT_FOUND, "The camera has no small picture of it."};
+        if (request_.frames == 1 && makeSmall(small)) {
+            decoded = std::move(small);
             return;
         }
-        decodeWhole(decoded);
-        if (decoded.outcome.code != MRB_ERR_NONE && isPicture(preview) && !stop_.isUp()) {
-            decoded = std::move(preview);
+        decoded.outcome = small.outcome;
+        if (!endsAll(small.outcome)) {
+            decodeWhole(decoded);
+        }
+        if (!isPicture(decoded) && isPicture(small) && !stop_.isUp()) {
+            decoded = std::move(small);
         }
     }
 
@@ -52,7 +56,6 @@ class CameraPicture {
         const int type = named != nullptr ? int{named->itemType} : int{MRB_ITEM_TYPE_IMAGE};
         return request_.mediaType != 0 ? request_.mediaType : type;
     }
-    static bool isPicture(const Decoded &decoded) { return decoded.outcome.code == MRB_ERR_NONE; }
 
     void decodeBytes(const std::string &bytes, int mediaType, int orientation, Decoded &decoded) const {
         MemoryFile local;
@@ -66,37 +69,101 @@ class CameraPicture {
         }
     }
 
-    void decodePreview(Decoded &decoded) {
-        std::string bytes;
-        decoded.outcome = file_.read(patience(), CameraPart::PREVIEW, MOST_PREVIEW, bytes);
-        if (decoded.outcome.code != MRB_ERR_NONE) {
-            return;
+    // Of a small picture; false: it is none, or not enough of one.
+    bool makeSmall(Decoded &small) {
+        const bool isImage = type() == MRB_ITEM_TYPE_IMAGE;
+        if (!isImage && type() != MRB_ITEM_TYPE_VIDEO) {
+            return false;
         }
-        // The small picture is stored as the large one is, and does not say how.
-        orientation_ = request_.orientation;
-        if (orientation_ == 0 && type() == MRB_ITEM_TYPE_IMAGE) {
-            Metadata exif;
-            readCameraExif(file_, patience(), exif);
-            orientation_ = static_cast<int>(exif.number(Fact::ORIENTATION));
+        // With a picture in them, and its orientation, they are all that is needed.
+        if (isImage && hasExif(file_) && (decodeExif(small) || endsAll(small.outcome))) {
+            return isPicture(small);
         }
-        decodeBytes(bytes, MRB_ITEM_TYPE_IMAGE, orientation_, decoded);
-        decoded.embedded = true;
+        decodePreview(isImage, small);
+        if (!isPicture(small) && !endsAll(small.outcome) && exif_ && !pictureIn(*exif_).empty()) {
+            decodeSmall(pictureIn(*exif_), small); // for want of another
+        }
+        return isPicture(small) && isLargeEnough(small);
     }
 
+    // From where a JPEG begins in EXIF data; what it is shows when it is decoded.
+    static std::string pictureIn(const std::string &exif) {
+        return exif.substr(std::min(exif.find("\xff\xd8\xff"), exif.size()));
+    }
+
+    bool decodeExif(Decoded &small) {
+        const std::string &exif = readExif(small.outcome);
+        const std::string picture = pictureIn(exif);
+        if (picture.empty()) {
+            return false;
+        }
+        Decoded decoded;
+        bool isGood = false;
+        if (knowsPixels()) {
+            // The decoder takes what is large enough and has the picture's shape.
+            decodeBytes(jpegOf(exif, width_, height_), MRB_ITEM_TYPE_IMAGE, request_.orientation, decoded);
+            isGood = isPicture(decoded) && decoded.embedded;
+        } else {
+            decodeSmall(picture, decoded);
+            isGood = isPicture(decoded) && isLargeEnough(decoded);
+        }
+        if (isGood) {
+            small = std::move(decoded);
+        }
+        return isGood;
+    }
+
+    // Once; empty: there are none.
+    const std::string &readExif(Outcome &outcome) {
+        if (!exif_) {
+            exif_.emplace();
+            outcome = readCameraExif(file_, patience(), *exif_);
+            const Metadata facts = exif_->empty() ? Metadata() : factsOfExif(*exif_);
+            exifOrientation_ = static_cast<int>(facts.number(Fact::ORIENTATION));
+            if (!knowsPixels()) {
+                width_ = facts.number(Fact::WIDTH);
+                height_ = facts.number(Fact::HEIGHT);
+            }
+        }
+        return *exif_;
+    }
+
+    void decodePreview(bool isImage, Decoded &small) {
+        std::string bytes;
+        small.outcome = file_.read(patience(), CameraPart::PREVIEW, MOST_PREVIEW, bytes);
+        if (small.outcome.code != MRB_ERR_NONE) {
+            return;
+        }
+        if (request_.orientation == 0 && isImage) {
+            Outcome outcome;
+            readExif(outcome);
+        }
+        decodeSmall(bytes, small);
+    }
+
+    // A small picture is stored as the large one is, and does not say how.
+    void decodeSmall(const std::string &bytes, Decoded &small) {
+        orientation_ = request_.orientation != 0 ? request_.orientation : exifOrientation_;
+        decodeBytes(bytes, MRB_ITEM_TYPE_IMAGE, orientation_, small);
+        small.embedded = true;
+    }
+
+    [[nodiscard]] bool knowsPixels() const { return width_ > 0 && height_ > 0; }
+
     // As large as the whole file would be in this box, and not another shape: some cameras
-    // put bars beside it. Where the camera does not say how large the file is, whatever fills
-    // the box.
+    // put bars beside it. Where nobody says how large the file is, it is taken to have the
+    // small picture's shape, and whatever fills the box will do.
     [[nodiscard]] bool isLargeEnough(Decoded &preview) const {
         const bool isTurned = orientation_ >= 5;
-        const std::int64_t width = isTurned ? facts_.height : facts_.width;
-        const std::int64_t height = isTurned ? facts_.width : facts_.height;
+        const std::int64_t width = isTurned ? height_ : width_;
+        const std::int64_t height = isTurned ? width_ : height_;
         const std::int64_t ownWidth =
             std::exchange(preview.originalWidth, static_cast<int>(std::max<std::int64_t>(width, 0)));
         const std::int64_t ownHeight =
             std::exchange(preview.originalHeight, static_cast<int>(std::max<std::int64_t>(height, 0)));
         const Image &image = preview.images.front();
         const bool fillsBox = image.width >= request_.width || image.height >= request_.height;
-        if (width <= 0 || height <= 0) {
+        if (!knowsPixels()) {
             return fillsBox;
         }
         // As the sizes of both allow, which are whole pixels.
@@ -105,7 +172,7 @@ class CameraPicture {
     }
 
     void decodeWhole(Decoded &decoded) const {
-        if (facts_.size > static_cast<std::int64_t>(MOST_FETCHED)) {
+        if (size_ > static_cast<std::int64_t>(MOST_FETCHED)) {
             decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "The file is larger than those that are fetched."};
             return;
         }
@@ -120,8 +187,12 @@ class CameraPicture {
     const StopSign &stop_;
     const std::function<Decode> &decode_;
     const CameraFile &file_;
-    const CameraFileFacts &facts_;
-    int orientation_ = 0;
+    const std::int64_t size_;
+    std::int64_t width_; // pixels as stored; 0 or below: nobody said
+    std::int64_t height_;
+    std::optional<std::string> exif_; // once they were asked for
+    int exifOrientation_ = 0;
+    int orientation_ = 0; // that the small picture is turned by
 };
 
 } // namespace

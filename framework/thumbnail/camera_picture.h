@@ -11,10 +11,10 @@ namespace mrb::thumbnail {
 bool isOnCamera(const std::string &path);
 
 // Makes the thumbnail of a file on a camera, whose URL is the request's path: of the small
-// picture that the camera gives of it when that is large enough, else of the whole file,
-// which is fetched when it is no longer than MOST_FETCHED; and of the small picture all the
-// same when that cannot be. `cache`, if any, is looked into first. Throws nothing but what
-// `decode` does, and std::bad_alloc.
+// picture in its EXIF data, or the one that the camera gives of it, when that is large
+// enough; else of the whole file, which is fetched when it is no longer than MOST_FETCHED;
+// and of the small picture all the same when that cannot be. `cache`, if any, is looked into first. Throws
+// nothing but what `decode` does, and std::bad_alloc.
 void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded);
 

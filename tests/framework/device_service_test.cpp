@@ -96,6 +96,21 @@ struct Listener {
     int balance = 0;
 };
 
+// Waits for the removal of the one device.
+struct Observer final : mrb::RemovalObserver {
+    void deviceRemoved() override {
+        if (work) {
+            work();
+        }
+        ++number;
+        number.notify_all();
+    }
+    void wait() const { number.wait(0); }
+
+    std::function<void()> work;
+    std::atomic<int> number = 0;
+};
+
 } // namespace
 
 TEST_F(Services, CallsBackFromItsOwnNamedThread) {
@@ -243,4 +258,136 @@ TEST_F(Services, ACallbackMayEndIt) {
     ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
     world.set(true);
     listener.waitFor(1);
+}
+
+TEST_F(Services, ARemovalIsToldOnceToWhoAwaitsIt) {
+    world.set(true);
+    const auto first = std::make_shared<Observer>();
+    const auto second = std::make_shared<Observer>();
+    std::string name(16, '\0');
+    first->work = [&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
+    service.awaitRemoval(Device{}, first);
+    world.set(false);
+    first->wait();
+    EXPECT_STREQ(name.c_str(), "mrb-devices");
+    world.set(true);
+    service.awaitRemoval(Device{}, second);
+    world.set(false);
+    second->wait();
+    EXPECT_EQ(first->number, 1);
+}
+
+TEST_F(Services, TheRemovalOfWhatIsGoneIsToldAtOnce) {
+    const auto observer = std::make_shared<Observer>();
+    service.awaitRemoval(Device{}, observer);
+    observer->wait();
+}
+
+TEST_F(Services, TheRemovalOfAnotherDeviceIsNotTold) {
+    world.set(true);
+    Device other;
+    other.camera.port = "usb:001,002";
+    const auto observer = std::make_shared<Observer>();
+    const auto own = std::make_shared<Observer>();
+    service.awaitRemoval(other, observer); // which is not there
+    observer->wait();
+    service.awaitRemoval(Device{}, own);
+    EXPECT_EQ(own->number, 0);
+    world.set(false);
+    own->wait();
+    EXPECT_EQ(observer->number, 1);
+}
+
+TEST_F(Services, ARemovalIsToldBesideACallback) {
+    world.set(true);
+    Listener listener(service);
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    const auto observer = std::make_shared<Observer>();
+    service.awaitRemoval(Device{}, observer);
+    world.set(false);
+    observer->wait();
+    listener.waitFor(1);
+    EXPECT_EQ(listener.balance, -1);
+    service.unlisten();
+    EXPECT_EQ(observer->number, 1);
+}
+
+TEST_F(Services, ARemovalThatAListSeesFirstIsStillTold) {
+    for (int round = 0; round < 1000; ++round) {
+        world.set(true);
+        const auto observer = std::make_shared<Observer>();
+        service.awaitRemoval(Device{}, observer);
+        world.set(false);
+        EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 0U);
+        observer->wait();
+    }
+}
+
+TEST_F(Services, WhoIsForgottenOrGoneIsNotTold) {
+    world.set(true);
+    const auto forgotten = std::make_shared<Observer>();
+    auto gone = std::make_shared<Observer>();
+    const auto last = std::make_shared<Observer>();
+    for (const auto &each : {forgotten, gone, last}) {
+        service.awaitRemoval(Device{}, each);
+    }
+    service.forget(*forgotten);
+    const std::weak_ptr<Observer> dead = gone;
+    gone.reset();
+    EXPECT_TRUE(dead.expired()) << "the service kept it alive";
+    world.set(false);
+    last->wait();
+    EXPECT_EQ(forgotten->number, 0);
+}
+
+TEST_F(Services, WhoIsToldOfARemovalMayForgetAndAwaitTheNext) {
+    world.set(true);
+    const auto next = std::make_shared<Observer>();
+    const auto observer = std::make_shared<Observer>();
+    observer->work = [&] {
+        service.forget(*observer);
+        world.set(true);
+        EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
+        service.awaitRemoval(Device{}, next);
+        world.set(false);
+    };
+    service.awaitRemoval(Device{}, observer);
+    world.set(false);
+    observer->wait();
+    next->wait();
+    EXPECT_EQ(observer->number, 1);
+}
+
+TEST_F(Services, ObserversComeAndGoWhileDevicesDo) {
+    std::atomic<bool> stop = false;
+    std::thread devices([&] {
+        for (bool isThere = true; !stop; isThere = !isThere) {
+            world.set(isThere);
+            std::this_thread::yield();
+        }
+        world.set(false);
+    });
+    for (int round = 0; round < 3000; ++round) {
+        const auto observer = std::make_shared<Observer>();
+        service.awaitRemoval(Device{}, observer);
+        if (round % 10 == 0) {
+            observer->wait();
+        }
+        service.forget(*observer);
+        EXPECT_LE(observer->number, 1);
+    }
+    stop = true;
+    devices.join();
+}
+
+TEST_F(Services, AfterItsEndNoRemovalIsTold) {
+    world.set(true);
+    const auto before = std::make_shared<Observer>();
+    const auto after = std::make_shared<Observer>();
+    service.awaitRemoval(Device{}, before);
+    service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
+    world.set(false);
+    service.awaitRemoval(Device{}, after);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 0U);
+    EXPECT_EQ(before->number + after->number, 0);
 }

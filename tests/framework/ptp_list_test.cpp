@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <string>
 
 #include "support/cameras.h"
@@ -21,6 +22,25 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+bool isRemoval(const support::Event &event) { return event.event == MRB_EVENT_DEVICE_REMOVED; }
+
+std::size_t removals(Client &client) {
+    const std::vector<support::Event> events = client.events();
+    return static_cast<std::size_t>(std::ranges::count_if(events, isRemoval));
+}
+
+void waitForRemoval(Client &client) {
+    client.waitFor(
+        [](const std::vector<support::Event> &events) { return std::ranges::any_of(events, isRemoval); });
+}
+
+int playData(const Client &client) {
+    char *text = nullptr;
+    const int code = mrb_prepare_play_data_v2(client.handle, &text);
+    std::free(text);
+    return code;
+}
 
 class PtpList : public testing::Test {
   protected:
@@ -292,4 +312,92 @@ TEST_F(PtpList, SeveralOfOneCameraAreReadAtATime) {
         EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(client.count(MRB_ITEM_TYPE_IMAGE), 500);
     }
+}
+
+TEST_F(PtpList, IsToldThatItsCameraLeftAndKeepsWhatItHas) {
+    camera.folder.file("a.jpg", 7);
+    Client client;
+    client.list(camera.wishes());
+    camera.unplug();
+    waitForRemoval(client);
+    EXPECT_EQ(client.events().back().data["item_count"], 1);
+    EXPECT_EQ(client.item(0)["name"], "a.jpg");
+    EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
+    // It is known by its id.
+    camera.plug();
+    EXPECT_EQ(playData(client), MRB_ERR_NONE);
+}
+
+// Observers are told in the order in which they came.
+TEST_F(PtpList, IsToldOnceAndOfItsOwnCameraOnly) {
+    OfferedCamera other(2);
+    Client client;
+    client.list(camera.wishes());
+    const auto leave = [](OfferedCamera &leaving) {
+        Client witness;
+        witness.list(leaving.wishes());
+        leaving.unplug();
+        waitForRemoval(witness);
+        leaving.plug();
+    };
+    leave(other);
+    EXPECT_EQ(removals(client), 0U);
+    leave(camera);
+    EXPECT_EQ(removals(client), 1U);
+    leave(camera);
+    EXPECT_EQ(removals(client), 1U);
+    EXPECT_TRUE(isRemoval(client.events().back()));
+}
+
+TEST_F(PtpList, ThatIsOpenedAnewIsToldAnew) {
+    Client client;
+    client.list(camera.wishes());
+    camera.unplug();
+    waitForRemoval(client);
+    camera.plug();
+    client.open(camera.wishes());
+    client.waitForEnd(2);
+    camera.unplug();
+    client.waitFor([](const std::vector<support::Event> &events) {
+        return std::ranges::count_if(events, isRemoval) == 2;
+    });
+    camera.plug();
+}
+
+TEST_F(PtpList, MayBeClosedWhenItIsToldThatItsCameraLeft) {
+    std::promise<int> closed;
+    Client client;
+    client.onEvent = [&closed](const support::Event &event) {
+        if (isRemoval(event)) {
+            closed.set_value(mrb_disconnect_v2(event.agent));
+        }
+    };
+    client.list(camera.wishes());
+    camera.unplug();
+    EXPECT_EQ(closed.get_future().get(), MRB_ERR_NONE);
+    client.handle = 0;
+    camera.plug();
+}
+
+// What is told after the end would be told to a client that is gone.
+TEST_F(PtpList, MayBeClosedWhileItsCameraLeaves) {
+    for (int round = 0; round < 20; ++round) {
+        {
+            Client client;
+            client.list(camera.wishes());
+            camera.unplug();
+        }
+        camera.plug();
+    }
+}
+
+TEST_F(PtpList, ThatFailedIsNotTold) {
+    Client failed;
+    EXPECT_EQ(failed.list(camera.wishes("/nowhere")).event, MRB_EVENT_LIST_FAILED);
+    Client witness;
+    witness.list(camera.wishes());
+    camera.unplug();
+    waitForRemoval(witness);
+    EXPECT_EQ(removals(failed), 0U);
+    camera.plug();
 }

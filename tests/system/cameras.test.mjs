@@ -171,3 +171,21 @@ test('a camera that hangs keeps neither a script waiting nor the program from en
     process.exit();`);
   assert.deepEqual(value, [-13, -13, true]);
 });
+
+test('a list is told once that its camera left, and keeps what it has', async () => {
+  const where = card();
+  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+    const fs = require('node:fs');
+    const list = await camera({});
+    const left = () => events.filter(({ param_event }) => param_event === 28);
+    const gone = (number) => new Promise((resolve) => { wake = () => left().length >= number && resolve(); wake(); });
+    fs.renameSync(process.argv[2], process.argv[2] + '2');
+    await gone(1);
+    const [first] = left();
+    fs.renameSync(process.argv[2] + '2', process.argv[2]);
+    const again = await camera({});
+    fs.renameSync(process.argv[2], process.argv[2] + '2');
+    await gone(2);
+    finish([first.data, left().map(({ param_agent }) => param_agent === list.agent), count(list.agent), again.event]);`, where);
+  assert.deepEqual(value, [{ item_count: 5 }, [true, false], 5, 0]);
+});

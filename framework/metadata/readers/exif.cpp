@@ -146,6 +146,13 @@ void readExif(std::string bytes, Metadata &facts) {
     if (orientation >= 1 && orientation <= 8) {
         facts.setNumber(Fact::ORIENTATION, orientation);
     }
+    // What holds the picture knows better, where it says so.
+    const auto width = exif.number(EXIF_TAG_PIXEL_X_DIMENSION).value_or(0);
+    const auto height = exif.number(EXIF_TAG_PIXEL_Y_DIMENSION).value_or(0);
+    if (width > 0 && height > 0 && !facts.has(Fact::WIDTH)) {
+        facts.setNumber(Fact::WIDTH, width);
+        facts.setNumber(Fact::HEIGHT, height);
+    }
     const std::string_view taken = exif.text(EXIF_TAG_DATE_TIME_ORIGINAL);
     const std::string_view digitized = exif.text(EXIF_TAG_DATE_TIME_DIGITIZED);
     const std::string date = dateOfExif(taken);

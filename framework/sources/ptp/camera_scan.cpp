@@ -184,16 +184,7 @@ CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t 
 // list was opened on, or nothing can be had of the camera.
 CameraScan::Step CameraScan::failed(const Outcome &outcome, const std::string &path, int level) {
     const Outcome why = unlessRemoved(outcome, device_);
-    switch (why.code) {
-    case MRB_ERR_CANCELLED:
-    case MRB_ERR_DEVICE_REMOVED:
-    case MRB_ERR_BUSY:
-    case MRB_ERR_TIMEOUT:
-        return end(why);
-    default:
-        break;
-    }
-    if (level == 0) {
+    if (level == 0 || endsAll(why)) {
         return end(why);
     }
     ++result_.unreadable;

@@ -20,6 +20,7 @@ class PtpSource final : public Source {
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
     [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] const Device *device() const override { return &camera_; }
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 

@@ -93,6 +93,9 @@ std::string commandFor(Surroundings needed) {
         return commandFor(LOOPS);
     case Surroundings::DEVICES:
         return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
+    case Surroundings::TOLD_CAMERA:
+        return "env LD_LIBRARY_PATH='" TOLD_FOLDER "' LD_PRELOAD='" +
+               preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
     case Surroundings::PLAIN:
         break;
     }

@@ -1,0 +1,386 @@
+// Files that are read in pieces from a camera, and cameras that give them badly.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <future>
+#include <string>
+
+#include "support/fields.h"
+#include "support/own_process.h"
+#include "support/programs.h"
+#include "support/sharing.h"
+#include "support/told_camera.h"
+
+using mrb::Outcome;
+using support::CameraQuestion;
+using support::Client;
+using support::Folder;
+using support::ShareEvent;
+using support::Sharing;
+using support::Surroundings;
+using support::ToldFile;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+constexpr std::size_t LONG = 3'500'000; // several pieces
+
+class PtpPieces : public support::OwnProcess {
+  protected:
+    void open() {
+        ASSERT_EQ(client.open(camera.place.wishes()), MRB_ERR_NONE);
+        EXPECT_EQ(client.waitForEnd(++opened_).event, MRB_EVENT_LIST_READY);
+        camera.forgetAsked();
+    }
+    // Copies all that is on the camera.
+    ShareEvent copy() {
+        open();
+        EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+        return sharing.copyAll(client, to.path());
+    }
+
+    // What tells its duration at its end.
+    void addFilm() {
+        const std::string path = scratch.path("film.mp4");
+        support::ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=10:duration=2", "-c:v", "libx264",
+                         "-preset", "ultrafast", "-b:v", "8M", path});
+        camera.files["film.mp4"] = ToldFile::of(support::bytesOf(path));
+        ASSERT_GT(camera.files["film.mp4"].bytes.size(), 150'000U);
+    }
+    // What tells everything at its beginning.
+    void addPicture() {
+        const std::string path = scratch.path("photo.jpg");
+        support::makePicture(path, 600, 400);
+        support::run({"exiftool", "-q", "-overwrite_original", "-EXIF:Model=Told", path});
+        camera.files["photo.jpg"] = ToldFile::of(support::bytesOf(path));
+    }
+    void addNoise(const std::string &name, std::size_t size) {
+        support::writeNoise(scratch.path(name), size, 1);
+        camera.files[name] = ToldFile::of(support::bytesOf(scratch.path(name)));
+    }
+
+    int codeOfDuration() {
+        return support::fieldOf(client, 0, mrb_get_item_value_lint_v2, "DURATION", -1LL).first;
+    }
+    long long duration() { return support::longNumber(client, 0, "DURATION"); }
+
+    const Folder scratch;
+    const Folder to;
+    support::ToldCamera camera;
+    Client client;
+    Sharing sharing;
+
+  private:
+    std::size_t opened_ = 0;
+};
+
+// Fails with that outcome where a piece from behind the beginning is asked for.
+auto failingLater(Outcome outcome) {
+    return [outcome](const CameraQuestion &question) {
+        return question.about == "piece" && question.offset > 0 ? outcome : Outcome();
+    };
+}
+
+} // namespace
+
+TEST_F(PtpPieces, FieldsAreReadFromThem) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    open();
+    EXPECT_EQ(duration(), 2000);
+    EXPECT_THAT(camera.asked(), Contains("piece film.mp4").Times(testing::Ge(2U)));
+    EXPECT_THAT(camera.asked(), Not(Contains("whole film.mp4")));
+}
+
+TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    camera.longestPiece = 1000;
+    open();
+    EXPECT_EQ(duration(), 2000);
+}
+
+TEST_F(PtpPieces, FieldsOfACameraThatFailsAmidstThemSayWhyAndAreReadAgainLater) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    std::atomic<bool> fails = true;
+    camera.onQuestion = [&fails](const CameraQuestion &question) {
+        return fails && question.about == "piece" && question.offset > 0 ? Outcome{MRB_ERR_IO, "The cable."}
+                                                                         : Outcome();
+    };
+    open();
+    EXPECT_EQ(codeOfDuration(), MRB_ERR_IO);
+    fails = false;
+    EXPECT_EQ(duration(), 2000);
+}
+
+TEST_F(PtpPieces, FieldsAreReadFromTheWholeFileWhereThereAreNone) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    camera.givesPieces = false;
+    open();
+    EXPECT_EQ(duration(), 2000);
+    EXPECT_THAT(camera.asked(), Contains("whole film.mp4"));
+}
+
+TEST_F(PtpPieces, FieldsOfAFileThatIsLongerThanTheCameraSaysAreThoseOfItsBeginning) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addPicture();
+    camera.files["photo.jpg"].facts.size = 4000;
+    std::atomic<std::uint64_t> furthest = 0;
+    camera.onQuestion = [&furthest](const CameraQuestion &question) {
+        furthest = std::max<std::uint64_t>(furthest, question.offset);
+        return Outcome();
+    };
+    open();
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_LT(furthest, 4000U);
+}
+
+TEST_F(PtpPieces, FieldsOfAFileThatIsShorterThanTheCameraSaysAreReadAllTheSame) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    camera.files["film.mp4"].facts.size = 10'000'000'000;
+    open();
+    EXPECT_EQ(duration(), 2000);
+}
+
+TEST_F(PtpPieces, FieldsOfAFileWhoseSizeTheCameraDoesNotSayAreThoseOfItsBeginning) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addPicture();
+    camera.files["photo.jpg"].facts.size = mrb::CameraFileFacts::UNSAID;
+    open();
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_THAT(camera.asked(), Contains("piece photo.jpg").Times(1));
+}
+
+TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    camera.files["film.mp4"].facts.size = mrb::CameraFileFacts::UNSAID;
+    camera.givesPieces = false;
+    open();
+    EXPECT_EQ(duration(), 2000);
+}
+
+// A list that is sorted by what files say reads them while it is made.
+TEST_F(PtpPieces, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addFilm();
+    camera.longestPiece = 1000;
+    std::promise<mrb_agent_handler_h> opened;
+    std::atomic<int> pieces = 0;
+    camera.onQuestion = [&](const CameraQuestion &question) {
+        if (question.about == "piece" && ++pieces == 2) {
+            EXPECT_EQ(mrb_cancel_request_list_v2(opened.get_future().get()), MRB_ERR_NONE);
+        }
+        return Outcome();
+    };
+    support::Wishes wishes = camera.place.wishes();
+    wishes.sortCategory = "TITLE";
+    ASSERT_EQ(client.open(wishes), MRB_ERR_NONE);
+    opened.set_value(client.handle);
+    EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
+    EXPECT_EQ(pieces, 2);
+}
+
+TEST_F(PtpPieces, ACopyIsMadeOfThem) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    addNoise("empty.jpg", 0);
+    addNoise("round.jpg", 2UL << 20);
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
+    // None behind an end.
+    EXPECT_THAT(camera.asked(), Contains("piece a.jpg").Times(4));
+    EXPECT_THAT(camera.asked(), Contains("piece round.jpg").Times(2));
+    EXPECT_THAT(camera.asked(), Not(Contains("piece empty.jpg")));
+    EXPECT_THAT(camera.asked(), Each(Not(testing::StartsWith("whole"))));
+}
+
+TEST_F(PtpPieces, ACopyIsMadeOfShortOnes) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    camera.longestPiece = 99'999;
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
+}
+
+TEST_F(PtpPieces, ACopyOfAFileWhoseSizeTheCameraDoesNotSayGoesToItsEnd) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    camera.files["a.jpg"].facts.size = mrb::CameraFileFacts::UNSAID;
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
+}
+
+TEST_F(PtpPieces, ACopyIsMadeOfTheWholeFileWhereThereAreNone) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    addNoise("empty.jpg", 0);
+    camera.givesPieces = false;
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
+    EXPECT_THAT(camera.asked(), Contains("whole a.jpg").Times(1));
+}
+
+// The next file is copied: one fault is not the camera's end.
+TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int code : {MRB_ERR_IO, MRB_ERR_NOT_SUPPORTED, MRB_ERR_PROTOCOL}) {
+        SCOPED_TRACE(code);
+        const Folder place;
+        addNoise("a.jpg", LONG);
+        addNoise("b.jpg", 1000);
+        camera.onQuestion = failingLater({code, "Amidst."});
+        open();
+        ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+        const ShareEvent last = sharing.copyAll(client, place.path());
+        EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
+        EXPECT_EQ(last.name(), "a.jpg");
+        EXPECT_EQ(last.status.done_file_count, 1U);
+        EXPECT_THAT(support::tree(place.path()), ElementsAre("b.jpg"));
+    }
+}
+
+TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstTheWhole) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    camera.givesPieces = false;
+    camera.onQuestion = [](const CameraQuestion &question) {
+        return question.about == "whole" && question.offset > 1'000'000 ? Outcome{MRB_ERR_IO, "Amidst."}
+                                                                        : Outcome();
+    };
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_THAT(support::tree(to.path()), IsEmpty());
+}
+
+// Of pieces only those are asked for that should be there.
+TEST_F(PtpPieces, ACopyHasNoMoreThanTheCameraSays) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    camera.files["a.jpg"].facts.size = 1'500'000;
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_EQ(support::bytesOf(to.path("a.jpg")), camera.files["a.jpg"].bytes.substr(0, 1'500'000));
+}
+
+TEST_F(PtpPieces, ACopyLeavesAFileOutThatIsNotAsLongAsTheCameraSays) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    struct Way {
+        bool givesPieces;
+        std::int64_t said;
+    };
+    for (const Way &way : {Way{true, LONG + 1}, Way{false, LONG + 1}, Way{false, LONG - 1}}) {
+        SCOPED_TRACE(way.said);
+        camera.givesPieces = way.givesPieces;
+        camera.files["a.jpg"].facts.size = way.said;
+        const ShareEvent last = copy();
+        EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
+        EXPECT_EQ(last.name(), "a.jpg");
+        EXPECT_THAT(support::tree(to.path()), IsEmpty());
+    }
+}
+
+TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", LONG);
+    for (const bool givesPieces : {true, false}) {
+        SCOPED_TRACE(givesPieces);
+        camera.givesPieces = givesPieces;
+        std::promise<mrb_share_handler_h> started;
+        std::atomic<int> later = 0;
+        sharing.onEvent = [&started](const ShareEvent &event) {
+            if (event.event == MRB_EVENT_SHARE_STARTED) {
+                started.set_value(event.share);
+            }
+        };
+        camera.onQuestion = [&](const CameraQuestion &question) {
+            if (question.offset >= 1'000'000 && ++later == 1) {
+                EXPECT_EQ(mrb_stop_batch_process_v2(started.get_future().get()), MRB_ERR_NONE);
+            }
+            return Outcome();
+        };
+        EXPECT_EQ(copy().event, MRB_EVENT_SHARE_STOPPED);
+        // Of a whole file some parts are on their way already.
+        EXPECT_LE(later, givesPieces ? 1 : 40);
+        EXPECT_THAT(support::tree(to.path()), IsEmpty());
+    }
+}
+
+// What goes away file by file is still there when the first of them is missed.
+TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", 1000);
+    addNoise("b.jpg", 1000);
+    camera.onQuestion = [this](const CameraQuestion &question) {
+        if (question.about == "piece" && question.name == "b.jpg") {
+            camera.place.unplug();
+        }
+        return question.about == "piece" && question.name == "a.jpg" ? Outcome{MRB_ERR_IO, "The cable."}
+                                                                     : Outcome();
+    };
+    const ShareEvent last = copy();
+    EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(last.status.done_file_count, 1U);
+    EXPECT_THAT(support::tree(to.path()), ElementsAre("b.jpg"));
+}
+
+TEST_F(PtpPieces, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addNoise("a.jpg", 1000);
+    camera.onQuestion = [this](const CameraQuestion &question) {
+        if (question.about == "piece") {
+            camera.place.unplug();
+        }
+        return Outcome();
+    };
+    EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(support::tree(to.path()), ElementsAre("a.jpg"));
+}

@@ -1,0 +1,362 @@
+// What cameras are asked for a thumbnail: each question takes time, and all of that from
+// others.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <future>
+#include <string>
+
+#include "support/own_process.h"
+#include "support/programs.h"
+#include "support/sharing.h"
+#include "support/thumbnails.h"
+#include "support/told_camera.h"
+
+using mrb::CameraFileFacts;
+using mrb::Outcome;
+using support::CameraQuestion;
+using support::Client;
+using support::Folder;
+using support::Surroundings;
+using support::Thumbnail;
+using support::Thumbnails;
+using support::ToldFile;
+using support::Wish;
+using testing::ElementsAre;
+
+namespace {
+
+class PtpQuestions : public support::OwnProcess {
+  protected:
+    struct Picture {
+        int width = 1600;
+        int height = 1200;
+        int smallWidth = 160;
+        int smallHeight = 120;
+        int orientation = 1;
+        bool exifSaysSize = true;
+        bool exifHasSmall = true;
+    };
+
+    // "a.jpg": a blue picture, and a red one for the small picture in its EXIF data and for
+    // the camera's own. The camera says its size.
+    ToldFile &add(const Picture &picture) {
+        const std::string path = scratch.path("a.jpg");
+        const std::string small = scratch.path("small.jpg");
+        support::run({"convert-im6.q16", "-size", sizeText(picture.width, picture.height), "xc:blue", path});
+        support::run(
+            {"convert-im6.q16", "-size", sizeText(picture.smallWidth, picture.smallHeight), "xc:red", small});
+        std::vector<std::string> command = {"exiftool", "-q", "-n", "-overwrite_original",
+                                            "-Orientation=" + std::to_string(picture.orientation)};
+        if (picture.exifHasSmall) {
+            command.push_back("-ThumbnailImage<=" + small);
+        }
+        if (picture.exifSaysSize) {
+            command.push_back("-ExifImageWidth=" + std::to_string(picture.width));
+            command.push_back("-ExifImageHeight=" + std::to_string(picture.height));
+        }
+        command.push_back(path);
+        support::run(command);
+        ToldFile file = ToldFile::of(support::bytesOf(path));
+        file.exif = exifOf(file.bytes);
+        file.preview = support::bytesOf(small);
+        file.facts.width = picture.width;
+        file.facts.height = picture.height;
+        return camera.files["a.jpg"] = std::move(file);
+    }
+    static std::string sizeText(int width, int height) {
+        return std::to_string(width) + 'x' + std::to_string(height);
+    }
+    // What its first APP1 segment holds.
+    static std::string exifOf(const std::string &jpeg) {
+        const std::size_t at = jpeg.find("\xff\xe1");
+        const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(jpeg.at(index)); };
+        return jpeg.substr(at + 4, byte(at + 2) * 256UL + byte(at + 3) - 2);
+    }
+
+    Thumbnail thumbnail(int box = 160, const std::string &name = "a.jpg") {
+        Client client;
+        client.list(camera.place.wishes());
+        camera.forgetAsked();
+        const std::string url = client.item(0)["url"].asString();
+        EXPECT_TRUE(url.ends_with(name)) << url;
+        return thumbnails.get(Wish{.path = url, .sourceType = 2, .width = box, .height = box});
+    }
+
+    // Its pixels are blue, green, red, alpha.
+    static bool isRed(const Thumbnail &thumbnail) {
+        return static_cast<unsigned char>(thumbnail.images.at(0).pixels.at(2)) > 200;
+    }
+    static std::string sizeOf(const Thumbnail &thumbnail) {
+        return thumbnail.images.empty() ? "code " + std::to_string(thumbnail.code)
+                                        : sizeText(thumbnail.images[0].width, thumbnail.images[0].height);
+    }
+
+    const Folder scratch;
+    support::ToldCamera camera;
+    Thumbnails thumbnails;
+};
+
+} // namespace
+
+TEST_F(PtpQuestions, AThumbnailIsMadeOfTheExifDataAlone) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({});
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "160x120");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+}
+
+TEST_F(PtpQuestions, TheyTellItsOrientationToo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({.orientation = 6});
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "120x160");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+}
+
+TEST_F(PtpQuestions, TheyTellItsSizeWhereTheCameraDoesNot) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).facts.width = CameraFileFacts::UNSAID;
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "160x120");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+}
+
+TEST_F(PtpQuestions, WithoutAPictureInThemTheCameraIsAskedForOne) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({.orientation = 6, .exifHasSmall = false});
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "120x160");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+}
+
+TEST_F(PtpQuestions, WithoutExifDataTheCameraIsAskedForOne) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).exif.reset();
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "160x120");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+}
+
+TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const std::size_t length : {0UL, 6UL, 20UL, 400UL}) {
+        ToldFile &file = add({});
+        file.exif->resize(length);
+        const Thumbnail small = thumbnail();
+        EXPECT_EQ(sizeOf(small), "160x120") << length;
+        EXPECT_TRUE(isRed(small));
+    }
+}
+
+TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    ToldFile &file = add({});
+    file.exif = "";
+    file.preview = "";
+    EXPECT_EQ(sizeOf(thumbnail(400)), "400x300");
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+}
+
+// The camera may have a larger one.
+TEST_F(PtpQuestions, WithTooSmallAPictureInThemTheCameraIsAskedForOne) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    ToldFile &file = add({});
+    const std::string large = scratch.path("large.jpg");
+    support::run({"convert-im6.q16", "-size", "640x480", "xc:red", large});
+    file.preview = support::bytesOf(large);
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "400x300");
+    EXPECT_TRUE(isRed(made));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+}
+
+TEST_F(PtpQuestions, TheWholeFileIsAskedForLast) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({});
+    const Thumbnail large = thumbnail(400);
+    EXPECT_EQ(sizeOf(large), "400x300");
+    EXPECT_FALSE(isRed(large));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+}
+
+TEST_F(PtpQuestions, ASmallPictureWithBarsIsNotThePictureWhoeverTellsItsSize) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const bool cameraSaysSize : {true, false}) {
+        ToldFile &file = add({.width = 1600, .height = 900});
+        file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
+        const Thumbnail made = thumbnail();
+        EXPECT_EQ(sizeOf(made), "160x90") << cameraSaysSize;
+        EXPECT_FALSE(isRed(made)) << cameraSaysSize;
+    }
+}
+
+TEST_F(PtpQuestions, WhereNobodyTellsItsSizeItHasTheSmallPicturesShape) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).facts.width = CameraFileFacts::UNSAID;
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "90x160");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    const Thumbnail large = thumbnail(400);
+    EXPECT_EQ(sizeOf(large), "300x400");
+    EXPECT_FALSE(isRed(large));
+}
+
+TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).facts.width =
+        CameraFileFacts::UNSAID;
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "160x90");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+}
+
+TEST_F(PtpQuestions, AFilmIsNotAskedForExifData) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    camera.files["film.mp4"] = add({});
+    camera.files.erase("a.jpg");
+    const Thumbnail small = thumbnail(160, "film.mp4");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts film.mp4", "preview film.mp4"));
+}
+
+TEST_F(PtpQuestions, ACameraThatIsHeldByOthersIsNotAskedOn) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({});
+    for (const int code : {MRB_ERR_BUSY, MRB_ERR_TIMEOUT}) {
+        camera.onQuestion = [code](const CameraQuestion &question) {
+            return question.about == "exif" ? Outcome{code, "Later."} : Outcome();
+        };
+        EXPECT_EQ(thumbnail().code, code);
+        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    }
+}
+
+TEST_F(PtpQuestions, AFailureOfOneIsNotTheEnd) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({});
+    camera.onQuestion = [](const CameraQuestion &question) {
+        const bool fails = question.about == "exif" || question.about == "preview";
+        return fails ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
+    };
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "400x300");
+    EXPECT_FALSE(isRed(made));
+}
+
+TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).bytes += std::string(1'000'000, '\0');
+    camera.onQuestion = [](const CameraQuestion &question) {
+        return question.about == "whole" && question.offset > 500'000 ? Outcome{MRB_ERR_IO, "Amidst."}
+                                                                      : Outcome();
+    };
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "160x120");
+    EXPECT_TRUE(isRed(made));
+}
+
+TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).preview.reset();
+    camera.onQuestion = [](const CameraQuestion &question) {
+        return question.about == "whole" ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
+    };
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "160x120");
+    EXPECT_TRUE(isRed(made));
+}
+
+TEST_F(PtpQuestions, WhateverSizeTheCameraSaysTheWholeFileIsWhatItGives) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const std::int64_t said : {std::int64_t{10}, std::int64_t{60} << 20, CameraFileFacts::UNSAID}) {
+        add({}).facts.size = said;
+        const Thumbnail made = thumbnail(400);
+        EXPECT_EQ(sizeOf(made), "400x300") << said;
+        EXPECT_FALSE(isRed(made)) << said;
+    }
+}
+
+TEST_F(PtpQuestions, WhatIsSaidToBeTooLongIsNotFetched) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).facts.size = (std::int64_t{64} << 20) + 1;
+    const Thumbnail made = thumbnail(400);
+    EXPECT_EQ(sizeOf(made), "160x120");
+    EXPECT_TRUE(isRed(made));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+}
+
+TEST_F(PtpQuestions, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    add({}).bytes += std::string(3'000'000, '\0');
+    std::atomic<int> later = 0;
+    std::promise<void> reached;
+    std::promise<void> ended;
+    camera.onQuestion = [&](const CameraQuestion &question) {
+        if (question.about == "whole" && question.offset > 1'000'000 && ++later == 1) {
+            reached.set_value();
+            ended.get_future().wait();
+        }
+        return Outcome();
+    };
+    Client client;
+    client.list(camera.place.wishes());
+    const std::size_t asked = thumbnails.ask(Wish{.path = client.item(0)["url"].asString(), .sourceType = 2});
+    reached.get_future().wait();
+    EXPECT_EQ(thumbnail_stop_ptp_decode_sync(), MRB_ERR_NONE);
+    ended.set_value();
+    ASSERT_TRUE(thumbnails.waitForAll());
+    EXPECT_EQ(thumbnails.answerTo(asked).code, MRB_ERR_CANCELLED);
+    // What comes next finds the camera free, and nothing more was given.
+    EXPECT_EQ(sizeOf(thumbnail()), "160x120");
+    EXPECT_EQ(later, 1);
+}

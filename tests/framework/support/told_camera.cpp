@@ -1,0 +1,191 @@
+#include "support/told_camera.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+using mrb::CameraPath;
+using mrb::Outcome;
+
+namespace support {
+
+struct ToldCamera::State {
+    std::mutex lock; // guards what follows
+    ToldCamera *camera = nullptr;
+    std::vector<std::string> asked;
+};
+
+namespace {
+
+// So much of a whole file is given at a time, as libgphoto2 does it.
+constexpr std::size_t PART = 64UL << 10;
+
+// The one that there is.
+struct Plug {
+    std::mutex lock; // guards what follows
+    std::weak_ptr<ToldCamera::State> state;
+};
+
+Plug &plug() {
+    static Plug &made = *new Plug; // Never destroyed: the library may be asked late.
+    return made;
+}
+
+Outcome gone() { return {MRB_ERR_IO, "The cable."}; }
+
+class Speaker final : public mrb::Camera {
+  public:
+    explicit Speaker(std::shared_ptr<ToldCamera::State> state) : state_(std::move(state)) {}
+
+    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
+    Outcome readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
+    Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override {
+        return withCamera([&](ToldCamera &camera) {
+            for (const auto &[name, file] : camera.files) {
+                names.push_back(name);
+            }
+            return folder == "/" ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, folder};
+        });
+    }
+    Outcome listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
+        return {};
+    }
+
+    Outcome readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
+        return withFile("facts", path, 0, [&](const ToldFile &file) {
+            facts = file.facts;
+            return Outcome();
+        });
+    }
+
+    Outcome readAt(const CameraPath &path, std::uint64_t offset, char *buffer, std::size_t length,
+                   std::size_t &got) override {
+        got = 0;
+        return withFile("piece", path, offset, [&](const ToldFile &file) {
+            ToldCamera &camera = *state_->camera;
+            if (!camera.givesPieces) {
+                return Outcome{MRB_ERR_NOT_SUPPORTED, "Whole files only."};
+            }
+            const auto start = static_cast<std::size_t>(std::min<std::uint64_t>(offset, file.bytes.size()));
+            got = std::min({length, file.bytes.size() - start, camera.longestPiece});
+            std::memcpy(buffer, file.bytes.data() + start, got);
+            return Outcome();
+        });
+    }
+
+    Outcome read(const CameraPath &path, mrb::CameraPart part, const Take &take) override {
+        if (part == mrb::CameraPart::WHOLE) {
+            return readWhole(path, take);
+        }
+        const bool isExif = part == mrb::CameraPart::EXIF;
+        std::optional<std::string> bytes;
+        Outcome outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ToldFile &file) {
+            bytes = isExif ? file.exif : file.preview;
+            return bytes ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, "No such part."};
+        });
+        return outcome.code == MRB_ERR_NONE && !take(*bytes) ? Outcome{MRB_ERR_CANCELLED, {}} : outcome;
+    }
+
+  private:
+    Outcome readWhole(const CameraPath &path, const Take &take) {
+        std::uint64_t done = 0;
+        std::string part;
+        do {
+            part.clear();
+            Outcome outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ToldFile &file) {
+                part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART);
+                return Outcome();
+            });
+            if (outcome.code == MRB_ERR_NONE && ((isStopped_ && isStopped_()) || !take(part))) {
+                outcome = {MRB_ERR_CANCELLED, {}};
+            }
+            if (outcome.code != MRB_ERR_NONE) {
+                return outcome;
+            }
+            done += part.size();
+        } while (!part.empty());
+        return {};
+    }
+
+    template <typename Work>
+    Outcome withCamera(const Work &work) {
+        const std::lock_guard guard(state_->lock);
+        return state_->camera == nullptr ? gone() : work(*state_->camera);
+    }
+
+    // `about` is kept as asked unless it is empty.
+    template <typename Work>
+    Outcome withFile(const std::string &about, const CameraPath &path, std::uint64_t offset,
+                     const Work &work) {
+        // Without the lock: what it does may make others ask.
+        std::function<Outcome(const CameraQuestion &)> onQuestion;
+        Outcome outcome = withCamera([&](ToldCamera &camera) {
+            if (!about.empty()) {
+                state_->asked.push_back(about + ' ' + path.name);
+            }
+            onQuestion = camera.onQuestion;
+            return Outcome();
+        });
+        if (outcome.code == MRB_ERR_NONE && onQuestion) {
+            outcome = onQuestion({about.empty() ? "whole" : about, path.name, offset});
+        }
+        if (outcome.code != MRB_ERR_NONE) {
+            return outcome;
+        }
+        return withCamera([&](ToldCamera &camera) {
+            const auto file = camera.files.find(path.name);
+            return file == camera.files.end() ? Outcome{MRB_ERR_NOT_FOUND, path.name} : work(file->second);
+        });
+    }
+
+    const std::shared_ptr<ToldCamera::State> state_;
+    IsStopped isStopped_;
+};
+
+class ToldLibrary final : public mrb::CameraLibrary {
+  public:
+    mrb::CameraModel modelOf(const mrb::CameraAddress & /*address*/) override { return {}; }
+    std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Outcome &outcome) override {
+        const std::lock_guard guard(plug().lock);
+        std::shared_ptr<ToldCamera::State> state = plug().state.lock();
+        outcome = state ? Outcome() : gone();
+        return state ? std::make_unique<Speaker>(std::move(state)) : nullptr;
+    }
+};
+
+} // namespace
+
+ToldFile ToldFile::of(std::string bytes) {
+    ToldFile file;
+    file.facts.size = static_cast<std::int64_t>(bytes.size());
+    file.facts.modified = 1'700'000'000;
+    file.bytes = std::move(bytes);
+    return file;
+}
+
+ToldCamera::ToldCamera() : state_(std::make_shared<State>()) {
+    state_->camera = this;
+    const std::lock_guard guard(plug().lock);
+    plug().state = state_;
+}
+
+ToldCamera::~ToldCamera() {
+    const std::lock_guard guard(state_->lock);
+    state_->camera = nullptr;
+}
+
+std::vector<std::string> ToldCamera::asked() const {
+    const std::lock_guard guard(state_->lock);
+    return state_->asked;
+}
+
+void ToldCamera::forgetAsked() {
+    const std::lock_guard guard(state_->lock);
+    state_->asked.clear();
+}
+
+} // namespace support
+
+mrb::CameraLibrary *told_camera_library() { return new support::ToldLibrary; }

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "camera/camera_library.h"
+#include "support/cameras.h"
+
+namespace support {
+
+// A file on a ToldCamera, in its folder "/".
+struct ToldFile {
+    std::string bytes;
+    mrb::CameraFileFacts facts;         // what the camera says of it
+    std::optional<std::string> exif;    // none: the camera has no such part of it
+    std::optional<std::string> preview; // the same
+
+    // One of which the camera says what is true, but for its pixels.
+    static ToldFile of(std::string bytes);
+};
+
+// What a camera is asked about a file.
+struct CameraQuestion {
+    std::string about; // "facts", "piece", "exif", "preview", "whole"
+    std::string name;
+    std::uint64_t offset = 0; // of a piece, or of what was given of the whole file so far
+};
+
+// A camera that says and gives what the test wants, however wrong, in the place of
+// libgphoto2's, plugged in with the object. There is one at a time, and it is only inside of
+// Surroundings::TOLD_CAMERA. What is public is set before the camera is asked anything.
+class ToldCamera {
+  public:
+    ToldCamera();
+    ~ToldCamera();
+    ToldCamera(const ToldCamera &) = delete;
+    ToldCamera &operator=(const ToldCamera &) = delete;
+
+    std::map<std::string, ToldFile> files; // by name
+    bool givesPieces = true;
+    std::size_t longestPiece = std::size_t{1} << 30; // whatever is asked for
+    // Called for each question, and again for each part of a whole file, on the camera's
+    // thread; anything but MRB_ERR_NONE is its answer.
+    std::function<mrb::Outcome(const CameraQuestion &question)> onQuestion;
+
+    OfferedCamera place; // where it is plugged in
+
+    // What it was asked since it was last forgotten, in order: "facts a.jpg".
+    [[nodiscard]] std::vector<std::string> asked() const;
+    void forgetAsked();
+
+    struct State;
+
+  private:
+    std::shared_ptr<State> state_; // shared with the camera's thread, which may stay longer
+};
+
+} // namespace support
+
+// What the library that is loaded in libgphoto2's place asks for its cameras.
+extern "C" [[gnu::visibility("default")]] mrb::CameraLibrary *told_camera_library();
