@@ -105,7 +105,7 @@ TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
         return;
     }
     addFilm();
-    camera.longestPiece = 1000;
+    camera.longestPiece = 9999;
     open();
     EXPECT_EQ(duration(), 2000);
 }

@@ -44,7 +44,7 @@ class PtpUsb : public support::PluggedDevices {
 } // namespace
 
 TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
         return;
     }
     camera.files["a.jpg"] = support::ToldFile::of("a");
@@ -58,7 +58,7 @@ TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
 
 // Its serial number tells that it is the same one.
 TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
         return;
     }
     camera.files["a.jpg"] = support::ToldFile::of("a");
@@ -79,7 +79,7 @@ TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
 }
 
 TEST_F(PtpUsb, AListIsNotToldThatAnotherCameraWithTheSameIdWasPulledOut) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
         return;
     }
     const std::string usb = addCamera();

@@ -36,6 +36,8 @@ constexpr Way NETWORKS[] = {
     {"unshare --net", "ip link set lo up", true},
 };
 
+constexpr const char *TOLD = "env LD_LIBRARY_PATH='" TOLD_FOLDER "'";
+
 // Runs a command of the shell; its status, and what it said.
 int run(const std::string &command, std::string &said) {
     // NOLINTNEXTLINE(bugprone-command-processor): a fixed command with the test's own name.
@@ -94,8 +96,9 @@ std::string commandFor(Surroundings needed) {
     case Surroundings::DEVICES:
         return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
     case Surroundings::TOLD_CAMERA:
-        return "env LD_LIBRARY_PATH='" TOLD_FOLDER "' LD_PRELOAD='" +
-               preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
+        return TOLD;
+    case Surroundings::TOLD_USB_CAMERA:
+        return TOLD + (' ' + commandFor(Surroundings::DEVICES));
     case Surroundings::PLAIN:
         break;
     }

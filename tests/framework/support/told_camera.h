@@ -32,8 +32,8 @@ struct CameraQuestion {
 };
 
 // A camera that says and gives what the test wants, however wrong, in the place of
-// libgphoto2's, plugged in with the object. There is one at a time, and it is only inside of
-// Surroundings::TOLD_CAMERA. What is public is set before the camera is asked anything.
+// libgphoto2's, plugged in with the object. There is one at a time, inside of surroundings
+// that have one. What is public is set before the camera is asked anything.
 class ToldCamera {
   public:
     ToldCamera();
