@@ -24,8 +24,9 @@ class RemovalObserver {
 };
 
 // Knows the devices of this machine, and tells one listener what happens to them, and
-// others that one of them has left, from a thread of its own that sleeps while nothing happens. The process
-// has one, see instance(); any thread may call it, also from inside a callback.
+// others that one of them has left, from a thread of its own that sleeps while nothing
+// happens. The process has one, see instance(); any thread may call it, also from inside a
+// callback.
 class DeviceService {
   public:
     using Sources = std::vector<std::unique_ptr<DeviceSource>>;
