@@ -4,7 +4,6 @@
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
@@ -12,6 +11,7 @@
 
 #include "base/log.h"
 #include "watch/file_clock.h"
+#include "watch/inotify_events.h"
 
 namespace mrb {
 namespace {
@@ -19,9 +19,6 @@ namespace {
 // Of the folder: programs mostly replace a file by another of its name.
 constexpr std::uint32_t WATCHED = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
                                   IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-
-// A folder in which much happens must not keep the thread from other lists.
-constexpr int MOST_READS = 16;
 
 } // namespace
 
@@ -54,22 +51,12 @@ Change FileWatch::read(const Watched & /*list*/) {
 // Whether it was among the files that the events that have arrived say were written.
 bool FileWatch::isWritten() {
     const std::string_view name = std::string_view(path_).substr(path_.rfind('/') + 1);
-    alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
     bool found = false;
-    for (int reads = 0; reads < MOST_READS; ++reads) {
-        const ssize_t size = ::read(number(), buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
-        }
-        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
-            // The kernel aligns every event for this type.
-            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
-            offset += sizeof *event + event->len;
-            const bool isLost = (event->mask & IN_Q_OVERFLOW) != 0;
-            const bool isClosed = (event->mask & IN_CLOSE_WRITE) != 0 && event->len > 0;
-            found = found || isLost || (isClosed && event->name == name);
-        }
-    }
+    takeEvents(number(), [&](const inotify_event &event) {
+        const bool isLost = (event.mask & IN_Q_OVERFLOW) != 0;
+        const bool isClosed = (event.mask & IN_CLOSE_WRITE) != 0 && event.len > 0;
+        found = found || isLost || (isClosed && event.name == name);
+    });
     return found;
 }
 

@@ -5,7 +5,6 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "media/media_types.h"
 #include "sources/folder/folder_reader.h"
 #include "watch/file_clock.h"
+#include "watch/inotify_events.h"
 
 namespace mrb {
 namespace {
@@ -23,9 +23,6 @@ constexpr std::uint32_t CONTENTS =
 constexpr std::uint32_t ITSELF = IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t COME_OR_GONE = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
 constexpr std::uint32_t ENDED = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED;
-
-// A folder in which much happens must not keep the thread from other lists.
-constexpr int MOST_READS = 16;
 
 std::string errorText(int error) { return std::generic_category().message(error); }
 
@@ -100,27 +97,15 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
 }
 
 Change FolderWatch::read(const Watched &list) {
-    // As large as it takes to read a hundred events or more at once.
-    alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
     Change change = std::exchange(lost_, false) ? Change::CHANGED : Change::NONE;
-    for (int reads = 0; reads < MOST_READS; ++reads) {
-        const ssize_t size = ::read(number(), buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
+    takeEvents(number(), [&](const inotify_event &event) {
+        // One change is as good as many.
+        const bool asksRoot = event.wd == rootWatch_ && (event.mask & ENDED) != 0;
+        if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {
+            const Change next = meaningOf(list, event.wd, event.mask, event.len > 0 ? event.name : "");
+            change = next == Change::NONE ? change : next;
         }
-        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
-            // The kernel aligns every event for this type.
-            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
-            offset += sizeof *event + event->len;
-            // One change is as good as many.
-            const bool asksRoot = event->wd == rootWatch_ && (event->mask & ENDED) != 0;
-            if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {
-                const Change next =
-                    meaningOf(list, event->wd, event->mask, event->len > 0 ? event->name : "");
-                change = next == Change::NONE ? change : next;
-            }
-        }
-    }
+    });
     return change;
 }
 

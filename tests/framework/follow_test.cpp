@@ -16,9 +16,11 @@
 
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/watched.h"
 #include "watch/folder_watch.h"
 
 using support::Client;
+using support::Everything;
 using support::Folder;
 
 namespace fs = std::filesystem;
@@ -41,17 +43,6 @@ bool comes(Fact fact) {
     }
     return true;
 }
-
-// A list that shows everything and holds nothing.
-class Everything final : public mrb::Watched {
-  public:
-    bool shows(std::uint8_t /*type*/) const override { return true; }
-    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
-        return std::nullopt;
-    }
-    void sourceChanged() override {}
-    void sourceRemoved() override {}
-};
 
 // How many events the kernel keeps for a watch.
 std::size_t queueLength() {

@@ -14,6 +14,7 @@
 #include "support/folder.h"
 #include "support/news.h"
 #include "support/playlists.h"
+#include "support/watched.h"
 #include "watch/file_watch.h"
 
 using support::Client;
@@ -43,17 +44,6 @@ class PlaylistChanges : public testing::Test {
 
     const Folder folder;
     Client client;
-};
-
-// A list that is asked nothing.
-class Nobody final : public mrb::Watched {
-  public:
-    bool shows(std::uint8_t /*type*/) const override { return true; }
-    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
-        return std::nullopt;
-    }
-    void sourceChanged() override {}
-    void sourceRemoved() override {}
 };
 
 } // namespace
@@ -136,7 +126,7 @@ TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
     fs::rename(folder.path("q.m3u"), folder.path("p.m3u"));
     mrb::FileWatch watch(folder.path("p.m3u"));
     watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(Nobody()), mrb::Change::CHANGED);
+    EXPECT_EQ(watch.read(support::Everything()), mrb::Change::CHANGED);
 }
 
 TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
@@ -145,7 +135,7 @@ TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
     const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
     mrb::FileWatch watch(folder.path("p.m3u"));
     watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(Nobody()), mrb::Change::NONE);
+    EXPECT_EQ(watch.read(support::Everything()), mrb::Change::NONE);
     EXPECT_GE(watch.number(), 0);
     watch.awaitRemoval();
     EXPECT_LT(watch.number(), 0);

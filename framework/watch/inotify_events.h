@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+
+namespace mrb {
+
+// Hands the events that have arrived at an inotify instance to `take`, a function of an
+// inotify_event. Never waits for more, and ends where so much happens that the thread would
+// be kept from other lists; the rest is there the next time.
+template <typename Take>
+void takeEvents(int instance, Take take) {
+    constexpr int MOST_READS = 16;
+    // As large as it takes to read a hundred events or more at once.
+    alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
+    for (int reads = 0; reads < MOST_READS; ++reads) {
+        const ssize_t size = ::read(instance, buffer.data(), buffer.size());
+        if (size <= 0) {
+            return;
+        }
+        for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
+            // The kernel aligns every event for this type.
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
+            offset += sizeof *event + event->len;
+            take(*event);
+        }
+    }
+}
+
+} // namespace mrb

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "watch/watch.h"
+
+namespace support {
+
+// A list that shows everything and holds nothing.
+class Everything final : public mrb::Watched {
+  public:
+    bool shows(std::uint8_t /*type*/) const override { return true; }
+    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
+        return std::nullopt;
+    }
+    void sourceChanged() override {}
+    void sourceRemoved() override {}
+};
+
+} // namespace support
