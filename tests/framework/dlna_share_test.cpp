@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "support/dlna_client.h"
@@ -32,36 +33,81 @@ using testing::IsEmpty;
 
 namespace {
 
-class DlnaFetch : public support::DlnaTest {
-  protected:
-    // Lists a told server and selects everything.
-    static std::string listTold(DlnaClient &service, Client &client) {
-        const std::string id = service.server();
+class DlnaFetch : public support::DlnaTest {};
+
+std::string fileOf(std::size_t size) { return support::httpOf("200 OK", std::string(size, 'x')); }
+
+// A told server, a list of all that it has, everything in it selected, and a folder to
+// fetch that to. Used by one test thread, inside the network.
+class Fetching {
+  public:
+    explicit Fetching(ToldServer::Answer answer) : server_(std::move(answer)) {}
+
+    // With pictures of that size, as the server says, at these addresses; those that begin
+    // with a slash are its own, and `files` answers who asks there.
+    Fetching(const std::vector<std::string> &addresses, std::size_t size, const ToldServer::Answer &files)
+        : Fetching([this, size, files](const Asked &asked, const Wire &wire) {
+              if (isDead) {
+                  return; // every connection breaks
+              }
+              if (asked.action.starts_with('/')) {
+                  files(asked, wire);
+              } else {
+                  tellItems(asked, wire, size);
+              }
+          }) {
+        for (const std::string &address : addresses) {
+            urls_.push_back(address.starts_with('/') ? url(address) : address);
+        }
+    }
+
+    [[nodiscard]] std::string url(const std::string &path) const { return server_.urlOf(path); }
+
+    // Has the server come; its id.
+    std::string list() {
+        server_.announce();
+        std::string id = service_.server();
         EXPECT_EQ(client.list({.path = id, .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
         return id;
     }
+    void begin() {
+        const std::string id = list();
+        EXPECT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
+    }
+    ShareEvent run() {
+        begin();
+        return sharing.waitForEnd();
+    }
 
-    // The items of a server whose files are at these addresses.
-    static void tellItems(const Asked &asked, const Wire &wire, const std::vector<std::string> &urls,
-                          std::size_t size) {
+    std::atomic<bool> isDead = false;
+
+  private:
+    void tellItems(const Asked &asked, const Wire &wire, std::size_t size) const {
         if (asked.action == "GetSearchCapabilities") {
             wire.send(support::responseOf(asked, "<SearchCaps></SearchCaps>"));
             return;
         }
         std::string objects;
-        for (std::size_t number = 0; number < urls.size(); ++number) {
+        for (std::size_t number = 0; number < urls_.size(); ++number) {
             objects += "<item id=\"" + std::to_string(number) +
                        R"(" parentID="0" restricted="1"><dc:title>picture )" + std::to_string(number) +
                        "</dc:title><upnp:class>object.item.imageItem.photo</upnp:class><res size=\"" +
-                       std::to_string(size) + R"(" protocolInfo="http-get:*:image/jpeg:*">)" + urls[number] +
+                       std::to_string(size) + R"(" protocolInfo="http-get:*:image/jpeg:*">)" + urls_[number] +
                        "</res></item>";
         }
-        const int count = static_cast<int>(urls.size());
+        const int count = static_cast<int>(urls_.size());
         wire.send(answerOf(asked, support::didlOf(objects), count, count));
     }
 
-    static std::string fileOf(std::size_t size) { return support::httpOf("200 OK", std::string(size, 'x')); }
+    DlnaClient service_;
+    std::vector<std::string> urls_; // before the server is announced
+    const ToldServer server_;
+
+  public:
+    const Folder to;
+    Client client;
+    Sharing sharing;
 };
 
 } // namespace
@@ -101,8 +147,7 @@ TEST_F(DlnaFetch, FoldersAreKeptAndTitlesBecomeNames) {
         return;
     }
     std::string base;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+    Fetching fetching([&](const Asked &asked, const Wire &wire) {
         if (asked.action != "Browse") {
             wire.send(asked.action.starts_with("/f") ? fileOf(5) : support::refusalOf(401));
         } else if (asked.container == "0") {
@@ -118,101 +163,51 @@ TEST_F(DlnaFetch, FoldersAreKeptAndTitlesBecomeNames) {
             wire.send(answerOf(asked, support::didlOf(song), 1, 1));
         }
     });
-    base = server.urlOf("");
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
-    EXPECT_THAT(tree(to.path()), ElementsAre("._", "._/AC", "._/AC/DC", "._/AC/DC/Who_ .._x.mp3"));
+    base = fetching.url("");
+    EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(tree(fetching.to.path()), ElementsAre("._", "._/AC", "._/AC/DC", "._/AC/DC/Who_ .._x.mp3"));
 }
 
 TEST_F(DlnaFetch, AnAddressWithoutAnExtensionIsOfAFileOfItsType) {
     if (!insideNetwork()) {
         return;
     }
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
-        if (asked.action.starts_with("/res")) {
-            wire.send(fileOf(9));
-        } else {
-            tellItems(asked, wire, urls, 9);
-        }
-    });
-    urls = {server.urlOf("/res"), server.urlOf("/res.jpeg"), server.urlOf("/res.php?f=a.png")};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
-    EXPECT_THAT(tree(to.path()), ElementsAre("picture 0.jpg", "picture 1.jpeg", "picture 2.jpg"));
+    Fetching fetching({"/res", "/res.jpeg", "/res.php?f=a.png"}, 9,
+                      [](const Asked & /*asked*/, const Wire &wire) { wire.send(fileOf(9)); });
+    EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 0.jpg", "picture 1.jpeg", "picture 2.jpg"));
 }
 
 TEST_F(DlnaFetch, AServerThatIsKilledEndsIt) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<bool> isKilled = false;
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
-        if (isKilled) {
-            return; // every connection breaks
-        }
-        if (asked.action == "Browse") {
-            tellItems(asked, wire, urls, 1UL << 20);
-        } else {
-            isKilled = true;
-            wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
-        }
+    Fetching fetching({"/0.jpg", "/1.jpg"}, 1UL << 20, [&](const Asked & /*asked*/, const Wire &wire) {
+        fetching.isDead = true;
+        wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
     });
-    urls = {server.urlOf("/0.jpg"), server.urlOf("/1.jpg")};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    const ShareEvent end = sharing.waitForEnd();
+    const ShareEvent end = fetching.run();
     EXPECT_EQ(end.event, MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(end.name(), "picture 0");
-    EXPECT_THAT(tree(to.path()), IsEmpty());
+    EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 
 TEST_F(DlnaFetch, AFileThatBreaksOffCostsThatFile) {
     if (!insideNetwork()) {
         return;
     }
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+    Fetching fetching({"/0.jpg", "/1.jpg", "/2.jpg"}, 1000, [](const Asked &asked, const Wire &wire) {
         if (asked.action == "/0.jpg") {
             wire.send(fileOf(1000).substr(0, 700));
-        } else if (asked.action == "/1.jpg") {
-            wire.send(fileOf(1000));
-        } else if (asked.action == "/2.jpg") {
-            wire.send(support::httpOf("404 Not Found", ""));
         } else {
-            tellItems(asked, wire, urls, 1000);
+            wire.send(asked.action == "/1.jpg" ? fileOf(1000) : support::httpOf("404 Not Found", ""));
         }
     });
-    urls = {server.urlOf("/0.jpg"), server.urlOf("/1.jpg"), server.urlOf("/2.jpg")};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    const ShareEvent end = sharing.waitForEnd();
+    const ShareEvent end = fetching.run();
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "picture 0");
     EXPECT_EQ(end.status.done_file_count, 1U);
-    EXPECT_THAT(tree(to.path()), ElementsAre("picture 1.jpg"));
+    EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 1.jpg"));
 }
 
 TEST_F(DlnaFetch, OtherHostsAreNotAsked) {
@@ -223,86 +218,45 @@ TEST_F(DlnaFetch, OtherHostsAreNotAsked) {
     const ToldServer other([&](const Asked & /*asked*/, const Wire & /*wire*/) { ++asked; });
     std::string elsewhere = other.urlOf("/0.jpg");
     elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &question, const Wire &wire) {
-        if (question.action == "/1.jpg") {
-            wire.send(support::httpOf("302 Found", "", "Location: " + elsewhere + "\r\n"));
-        } else {
-            tellItems(question, wire, urls, 1000);
-        }
-    });
-    urls = {elsewhere, server.urlOf("/1.jpg"), "file:///etc/passwd"};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+    Fetching fetching({elsewhere, "/1.jpg", "file:///etc/passwd"}, 1000,
+                      [&](const Asked & /*question*/, const Wire &wire) {
+                          wire.send(support::httpOf("302 Found", "", "Location: " + elsewhere + "\r\n"));
+                      });
+    EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(asked, 0);
-    EXPECT_THAT(tree(to.path()), IsEmpty());
+    EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 
 TEST_F(DlnaFetch, AServerThatLiesAboutSizesGivesNoFile) {
     if (!insideNetwork()) {
         return;
     }
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
+    const auto answer = [](const Asked &asked, const Wire &wire) {
         const std::string body(1000, 'x');
-        if (asked.action == "/more.jpg") { // without a length: as long as it likes
-            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body + body);
-        } else if (asked.action == "/less.jpg") {
-            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body.substr(1));
-        } else if (asked.action == "/huge.jpg") {
-            wire.send("HTTP/1.1 200 OK\r\nContent-Length: 999999999999999\r\nConnection: close\r\n\r\n" +
-                      body);
-        } else if (asked.action == "/true.jpg") {
-            wire.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + body);
-        } else {
-            tellItems(asked, wire, urls, 1000);
-        }
-    });
-    urls = {server.urlOf("/more.jpg"), server.urlOf("/less.jpg"), server.urlOf("/true.jpg"),
-            server.urlOf("/huge.jpg")};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    const ShareEvent end = sharing.waitForEnd();
-    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
-    EXPECT_THAT(tree(to.path()), testing::AnyOf(ElementsAre("picture 2.jpg"), IsEmpty()));
+        const std::string length = asked.action == "/huge.jpg" ? "Content-Length: 999999999999999\r\n" : "";
+        // Without a length: as long as it likes.
+        wire.send(
+            "HTTP/1.1 200 OK\r\n" + length + "Connection: close\r\n\r\n" +
+            (asked.action == "/more.jpg" ? body + body : body.substr(asked.action == "/less.jpg" ? 1 : 0)));
+    };
+    Fetching fetching({"/more.jpg", "/less.jpg", "/true.jpg", "/huge.jpg"}, 1000, answer);
+    EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_THAT(tree(fetching.to.path()), testing::AnyOf(ElementsAre("picture 2.jpg"), IsEmpty()));
 }
 
 TEST_F(DlnaFetch, IsStoppedAtOnceAndLeavesNothing) {
     if (!insideNetwork()) {
         return;
     }
-    std::vector<std::string> urls;
-    DlnaClient service;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) {
-        if (asked.action == "/0.jpg") {
-            wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
-            wire.wait();
-        } else {
-            tellItems(asked, wire, urls, 1UL << 20);
-        }
+    Fetching fetching({"/0.jpg"}, 1UL << 20, [](const Asked & /*asked*/, const Wire &wire) {
+        wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
+        wire.wait();
     });
-    urls = {server.urlOf("/0.jpg")};
-    server.announce();
-    const Folder to;
-    Client client;
-    const std::string id = listTold(service, client);
-    Sharing sharing;
-    ASSERT_EQ(sharing.fetch(client, id, to.path()), MRB_ERR_NONE);
-    sharing.waitFor([](const auto &events) { return !events.empty(); });
-    ASSERT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_NONE);
-    EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
-    EXPECT_THAT(tree(to.path()), IsEmpty());
+    fetching.begin();
+    fetching.sharing.waitFor([](const auto &events) { return !events.empty(); });
+    ASSERT_EQ(mrb_stop_batch_process_v2(fetching.sharing.handle), MRB_ERR_NONE);
+    EXPECT_EQ(fetching.sharing.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
+    EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 
 TEST_F(DlnaFetch, WhatCannotWorkIsRefusedAtOnce) {
@@ -316,14 +270,10 @@ TEST_F(DlnaFetch, WhatCannotWorkIsRefusedAtOnce) {
     support::selectEverything(local, files.path());
     Sharing sharing;
     EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_INITIALIZED);
-    DlnaClient service;
+    Fetching fetching({"/0.jpg"}, 1, {});
+    const Client &client = fetching.client;
     EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_FOUND);
-    std::vector<std::string> urls;
-    const ToldServer server([&](const Asked &asked, const Wire &wire) { tellItems(asked, wire, urls, 1); });
-    urls = {server.urlOf("/0.jpg")};
-    server.announce();
-    Client client;
-    const std::string id = listTold(service, client);
+    const std::string id = fetching.list();
     EXPECT_EQ(sharing.fetch(local, id, to.path()), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(sharing.fetch(client, id, to.path("none")), MRB_ERR_NOT_FOUND);
     EXPECT_EQ(sharing.fetch(client, id, "relative"), MRB_ERR_INVALID_PARAMETER);
