@@ -76,6 +76,18 @@ TEST_F(Pictures, AJpegWithBytesBetweenItsSegmentsThatMeanNothing) {
     expectGood(get(folder_.path("b.jpg")), path, 256, 192);
 }
 
+// The library that libvips has them compiled by does not bear two pictures at once; it
+// keeps such code in a file of this name.
+TEST_F(Pictures, NoCodeIsMadeForThemOnTheWay) {
+    for (const char *name : {"a.png", "a.jpg", "a.tiff", "a.webp"}) {
+        EXPECT_EQ(get(make(name, 800, 600)).code, MRB_ERR_NONE) << name;
+    }
+    std::ostringstream maps;
+    maps << std::ifstream("/proc/self/maps").rdbuf();
+    EXPECT_THAT(maps.str(), testing::HasSubstr("libvips"));
+    EXPECT_THAT(maps.str(), testing::Not(testing::HasSubstr("/orcexec.")));
+}
+
 TEST_F(Pictures, APng) { expectGood(make("a.png", 800, 600), 256, 192); }
 
 TEST_F(Pictures, AnInterlacedPng) { expectGood(make("a.png", 800, 600, {"-interlace", "PNG"}), 256, 192); }
