@@ -11,7 +11,7 @@ namespace {
 void ignoreLogLine(const gchar * /*domain*/, GLogLevelFlags /*level*/, const gchar * /*text*/,
                    gpointer /*data*/) {}
 
-// Before 8.15 it has its inner loops compiled by liborc, which up to 0.4.33 shares out the
+// Before 8.15 libvips has its inner loops compiled by liborc, which up to 0.4.33 shares out the
 // memory for their code without a lock: two pictures begun at the same moment end the
 // process, or one's code is another's. Without, thumbnails take some hundredths longer.
 bool usesLiborc() {

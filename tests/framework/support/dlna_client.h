@@ -37,7 +37,8 @@ class DlnaClient {
 // A test in a network of its own, in which there are the servers that it starts.
 class DlnaTest : public OwnProcess {
   protected:
-    // A list of the server when it has looked through its folder: until then it has less.
+    // A list of the server when it has looked through its folder: until then it has less, and
+    // one kind says goodbye meanwhile and comes again.
     static void listAll(Client &client, const Wishes &wishes, int expected);
     // See OwnProcess.
     static bool insideNetwork();
