@@ -45,8 +45,8 @@ class Opening final : public EventTarget,
     Opening(EventThread &events, mrb_agent_handler_h handle, Listener listener,
             std::unique_ptr<Source> source, ListWishes wishes);
 
-    // Has the source, where it is a folder, watched for changes as long as the list is open. Called, if at
-    // all, before run.
+    // Has the folder or file that the source stands on watched for changes as long as the list
+    // is open. Called, if at all, before run.
     void watchWith(Watcher &watcher) { watcher_ = &watcher; }
 
     // Where the metadata of the items come from. Called before run.
