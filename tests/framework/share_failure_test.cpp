@@ -13,6 +13,7 @@
 
 #include "support/client.h"
 #include "support/folder.h"
+#include "support/own_process.h"
 #include "support/sharing.h"
 
 using support::Client;
@@ -56,13 +57,22 @@ class ShareFailure : public testing::Test {
     Sharing sharing;
 };
 
+class ShareInOwnMounts : public ShareFailure {
+  protected:
+    void SetUp() override { ownMounts_ = support::commandFor(support::Surroundings::MOUNTS); }
+    std::string copyInOwnMounts(const std::string &mountOptions, const std::string &action = "") const;
+
+  private:
+    std::string ownMounts_;
+};
+
 // What the copying program says, run where `mountOptions` of a small file system are
-// mounted on the destination, and on nobody else's.
-std::string copyInOwnMounts(const std::string &mountOptions, const std::string &from, const std::string &to,
-                            const std::string &action = "") {
-    const std::string unshare = geteuid() == 0 ? "unshare -m " : "unshare -Urm ";
-    const std::string command = unshare + "sh -c 'mount -t tmpfs -o " + mountOptions + " tmpfs " + to +
-                                " && exec " COPY_PROGRAM " " + from + " " + to + " " + action + "'";
+// mounted on the destination, unseen by other processes.
+std::string ShareInOwnMounts::copyInOwnMounts(const std::string &mountOptions,
+                                              const std::string &action) const {
+    const std::string command = ownMounts_ + " sh -c 'mount -t tmpfs -o " + mountOptions + " tmpfs " +
+                                to.path() + " && exec " COPY_PROGRAM " " + from.path() + " " + to.path() +
+                                " " + action + "'";
     FILE *pipe = popen(command.c_str(), "r");
     std::array<char, 256> line{};
     std::string said;
@@ -153,29 +163,27 @@ TEST_F(ShareFailure, AFolderThatMayNotBeWrittenIsRefused) {
     EXPECT_EQ(sharing.copy(client, to.path()), MRB_ERR_PERMISSION_DENIED);
 }
 
-TEST_F(ShareFailure, AReadOnlyDestinationIsRefused) {
+TEST_F(ShareInOwnMounts, AReadOnlyDestinationIsRefused) {
     makeFiles(1, 10);
-    EXPECT_EQ(copyInOwnMounts("ro", from.path(), to.path()), std::to_string(MRB_ERR_PERMISSION_DENIED));
+    EXPECT_EQ(copyInOwnMounts("ro"), std::to_string(MRB_ERR_PERMISSION_DENIED));
 }
 
-TEST_F(ShareFailure, ADestinationThatIsTooSmallIsNotWrittenTo) {
+TEST_F(ShareInOwnMounts, ADestinationThatIsTooSmallIsNotWrittenTo) {
     makeFiles(4, 500'000);
     for (const char *options : {"size=1m", "nr_inodes=3"}) {
-        EXPECT_EQ(copyInOwnMounts(options, from.path(), to.path()), said(MRB_EVENT_SHARE_NO_SPACE, 0, 4, 0))
-            << options;
+        EXPECT_EQ(copyInOwnMounts(options), said(MRB_EVENT_SHARE_NO_SPACE, 0, 4, 0)) << options;
     }
 }
 
-TEST_F(ShareFailure, ADestinationThatFillsUpMeanwhileEndsItAndKeepsNothingHalf) {
+TEST_F(ShareInOwnMounts, ADestinationThatFillsUpMeanwhileEndsItAndKeepsNothingHalf) {
     makeFiles(3, 1000);
     // Larger than the list knows, so that the check of the space passes.
-    EXPECT_EQ(copyInOwnMounts("size=1m", from.path(), to.path(), "grow 1.jpg"),
-              said(MRB_EVENT_SHARE_FAILED, 0, 3, 0, "1.jpg"));
+    EXPECT_EQ(copyInOwnMounts("size=1m", "grow 1.jpg"), said(MRB_EVENT_SHARE_FAILED, 0, 3, 0, "1.jpg"));
 }
 
-TEST_F(ShareFailure, ADestinationThatIsUnmountedEndsIt) {
+TEST_F(ShareInOwnMounts, ADestinationThatIsUnmountedEndsIt) {
     makeFiles(8, 60'000'000);
-    const std::string end = copyInOwnMounts("size=600m", from.path(), to.path(), "unmount");
+    const std::string end = copyInOwnMounts("size=600m", "unmount");
     EXPECT_EQ(end.substr(0, 3), std::to_string(MRB_EVENT_DEVICE_REMOVED) + " ") << end;
     EXPECT_THAT(tree(to.path()), IsEmpty());
 }

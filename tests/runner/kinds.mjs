@@ -1,5 +1,6 @@
 // The kinds of suite: how each is run and counted. Each resolves to
-// {passed, failed, details}.
+// {passed, failed, skipped, details}. `missing` names what the system does not offer,
+// so that tests may be skipped for it; see surroundings.mjs.
 
 import { mkdirSync, readFileSync, rmSync } from 'node:fs';
 import { cpus } from 'node:os';
@@ -7,8 +8,9 @@ import { basename, dirname, join } from 'node:path';
 
 import { nodeEnvironment, programEnvironment, withoutRandomAddresses } from './build.mjs';
 import { inParallel, run } from './process.mjs';
-import { countGtest, countTap } from './results.mjs';
+import { countGtest, countTap, sum } from './results.mjs';
 import { filesIn } from './sources.mjs';
+import { NEEDS } from './surroundings.mjs';
 
 const NODE = process.execPath;
 
@@ -27,24 +29,15 @@ function again(env, command) {
     return `again: ${[...settings, ...command.map(quoted)].join(' ')}`;
 }
 
-/** The sum of counts. */
-function sum(counts) {
-    return {
-        passed: counts.reduce((total, count) => total + count.passed, 0),
-        failed: counts.reduce((total, count) => total + count.failed, 0),
-        details: counts.map((count) => count.details).filter(Boolean).join('\n'),
-    };
-}
-
 /** A GoogleTest program, or one that loads such tests and passes its environment on. */
-async function gtest(suite, root) {
+async function gtest(suite, root, missing) {
     const parts = suite.parts ?? 1;
     const numbers = Array.from({ length: parts }, (_, number) => number);
-    return sum(await inParallel(numbers, cpus().length, (number) => gtestPart(suite, root, number, parts)));
+    return sum(await inParallel(numbers, cpus().length, (number) => gtestPart(suite, root, missing, number, parts)));
 }
 
 /** One of the parts that GoogleTest deals the tests of a program out to. */
-async function gtestPart(suite, root, number, parts) {
+async function gtestPart(suite, root, missing, number, parts) {
     const folder = buildFolderOf(suite, root);
     const part = parts > 1 ? `${number + 1}` : '';
     const log = logOf(suite, root, part);
@@ -73,17 +66,17 @@ async function gtestPart(suite, root, number, parts) {
     } catch {
         // It died before its end; countGtest says so.
     }
-    const count = countGtest(text, output, ended);
+    const count = countGtest(text, output, ended, Object.fromEntries(missing.map((name) => [name, NEEDS[name].reason])));
     if (count.failed) count.details += `\n${again(env, command)}`;
     return count;
 }
 
 /** Files of node:test, each in a process of its own. */
-async function node(suite, root) {
+async function node(suite, root, missing) {
     const folder = buildFolderOf(suite, root);
     const files = filesIn(root, [suite.folder], /\.test\.mjs$/);
     if (files.length === 0) {
-        return { passed: 0, failed: 1, details: `there is no file ${suite.folder}/*.test.mjs` };
+        return { passed: 0, failed: 1, skipped: {}, details: `there is no file ${suite.folder}/*.test.mjs` };
     }
     const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...suite.env?.(folder) };
     const program = suite.program?.(folder) ?? NODE;
@@ -96,7 +89,7 @@ async function node(suite, root) {
             seconds: suite.seconds,
             log: logOf(suite, root, basename(file, '.test.mjs')),
         });
-        const count = countTap(output, ended);
+        const count = countTap(output, ended, missing.map((name) => NEEDS[name].reason));
         const details = count.failed ? `${file}\n${count.details}\n${again(env, command)}` : '';
         return { ...count, details };
     });
@@ -106,7 +99,7 @@ async function node(suite, root) {
 /** A check passes or fails as one test. */
 async function check(suite, root) {
     const details = await suite.check(root);
-    return { passed: details ? 0 : 1, failed: details ? 1 : 0, details };
+    return { passed: details ? 0 : 1, failed: details ? 1 : 0, skipped: {}, details };
 }
 
 export const kinds = { gtest, node, check };

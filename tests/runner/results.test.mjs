@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import { countGtest, countTap } from './results.mjs';
+import { countGtest, countLine, countTap, skipLine, sum } from './results.mjs';
 
 const report = (...tests) => JSON.stringify({ testsuites: [{ name: 'Suite', testsuite: tests }] });
 const good = { name: 'good', status: 'RUN', result: 'COMPLETED' };
@@ -24,8 +24,25 @@ test('GoogleTest: skipped and disabled tests have failed', () => {
     assert.match(count.details, /Suite\.skips: skipped/);
 });
 
+test('GoogleTest: a test skipped for what is known to be missing counts as skipped, with the reason', () => {
+    const accepted = { mounts: 'no mounts' };
+    const here = { ...skipped, missing: 'mounts' };
+    const count = countGtest(report(good, here, here), '', '', accepted);
+    assert.deepEqual(count, { passed: 1, failed: 0, skipped: { 'no mounts': 2 }, details: '' });
+    // Where nothing is known to be missing, as in CI, and where another thing is.
+    assert.deepEqual([countGtest(report(here), '', '').failed, countGtest(report(here), '', '').skipped], [1, {}]);
+    assert.equal(countGtest(report({ ...skipped, missing: 'toString' }), '', '', accepted).failed, 1);
+    assert.equal(countGtest(report(skipped), '', '', accepted).failed, 1);
+    assert.equal(countGtest(report({ ...here, failures: bad.failures }), '', '', accepted).failed, 1);
+});
+
+test('GoogleTest: skipped tests alone are no reason for a failure', () => {
+    const count = countGtest(report({ ...skipped, missing: 'mounts' }), '', '', { mounts: 'no mounts' });
+    assert.deepEqual([count.passed, count.failed], [0, 0]);
+});
+
 test('GoogleTest: a program that ran no test has failed', () => {
-    assert.deepEqual(countGtest(report(), '', ''), { passed: 0, failed: 1, details: 'ran no test' });
+    assert.deepEqual(countGtest(report(), '', ''), { passed: 0, failed: 1, skipped: {}, details: 'ran no test' });
 });
 
 test('GoogleTest: a bad status after good tests is a failure', () => {
@@ -52,6 +69,18 @@ test('TAP: the details hold each failure with its story', () => {
     assert.equal(details, 'not ok 1 - a\n  ---\n  error: wrong\nok 2 - b # SKIP');
 });
 
+test('TAP: a test skipped for what is known to be missing counts as skipped, with the reason', () => {
+    const output = `ok 1 - a # SKIP no mounts\nok 2 - b # SKIP too slow\n    ok 1 - c # SKIP no mounts\n${summary(3, 0, 0, 3)}`;
+    const count = countTap(output, '', ['no mounts']);
+    assert.deepEqual(count, { passed: 3, failed: 1, skipped: { 'no mounts': 2 }, details: 'ok 2 - b # SKIP too slow' });
+    assert.equal(countTap(output, '').failed, 3);
+});
+
+test('TAP: skipped tests alone are no reason for a failure', () => {
+    const count = countTap(`ok 1 - a # SKIP no mounts\n${summary(0, 0, 0, 1)}`, '', ['no mounts']);
+    assert.deepEqual([count.passed, count.failed], [0, 0]);
+});
+
 test('TAP: a text without a summary is a failure', () => {
     const count = countTap('ok 1 - a\nok 2 - b # SKIP\n', 'ended by SIGABRT');
     assert.deepEqual([count.passed, count.failed], [1, 1]);
@@ -64,4 +93,18 @@ test('TAP: a program that ran no test has failed', () => {
 
 test('TAP: a bad status after good tests is a failure', () => {
     assert.equal(countTap(summary(3, 0), 'ended with status 1').failed, 1);
+});
+
+test('the sum of counts ends in a line of numbers, and one of reasons before it', () => {
+    const counts = [
+        { passed: 2, failed: 0, skipped: {}, details: '' },
+        { passed: 1, failed: 1, skipped: { 'no mounts': 2 }, details: 'a' },
+        { passed: 0, failed: 0, skipped: { 'no mounts': 1, 'no terminals': 1 }, details: 'b' },
+    ];
+    const total = sum(counts);
+    assert.equal(total.details, 'a\nb');
+    assert.equal(countLine(total), '3 passed, 1 failed, 4 skipped');
+    assert.equal(skipLine(total), 'skipped: 3 for no mounts, 1 for no terminals');
+    assert.equal(countLine(sum(counts.slice(0, 1))), '2 passed, 0 failed');
+    assert.equal(skipLine(sum(counts.slice(0, 1))), '');
 });

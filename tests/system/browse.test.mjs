@@ -5,6 +5,7 @@ import { cpSync, mkdirSync, readdirSync, rmSync, statSync, writeFileSync } from 
 import path from 'node:path';
 import test, { before } from 'node:test';
 
+import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
 import { Terminal } from './terminal.mjs';
 
@@ -15,7 +16,7 @@ before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], {
 
 /** A test with a terminal of its own. */
 function screenTest(name, work, { where = () => library, ...shape } = {}) {
-  test(name, async () => {
+  test(name, needs('terminals'), async () => {
     const terminal = new Terminal([browser, where()], shape);
     try {
       await work(terminal);

@@ -7,6 +7,7 @@ import path from 'node:path';
 import test, { before } from 'node:test';
 
 import { start } from '../host/harness.mjs';
+import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
 
 const copy = path.join(root, 'sdk', 'examples', 'copy.js');
@@ -93,7 +94,7 @@ test('everything is copied where no type is given, and nothing is overwritten', 
   assert.ok(readFileSync(path.join(to, 'Welcome (1).jpg')).equals(readFileSync(path.join(library, 'Welcome.jpg'))));
 });
 
-test('a terminal shows what is to come, how far it is, and what was done', async () => {
+test('a terminal shows what is to come, how far it is, and what was done', needs('terminals'), async () => {
   const to = folder();
   const { status, screen, acted } = await inTerminal(largeFilm(500_000_000), to, () => {});
   const arrived = filesIn(to);
@@ -106,7 +107,7 @@ test('a terminal shows what is to come, how far it is, and what was done', async
   assert.deepEqual(arrived, ['a.jpg', 'b.mp4']);
 });
 
-test('Ctrl-C leaves whole files only, and says what was copied', async () => {
+test('Ctrl-C leaves whole files only, and says what was copied', needs('terminals'), async () => {
   const from = largeFilm(2_000_000_000);
   const to = folder();
   const { status, screen, acted } = await inTerminal(from, to, (keyboard) => keyboard.write('\x03'));
@@ -149,7 +150,7 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
   });
 }
 
-test('a destination that goes away ends the copy and is told', async () => {
+test('a destination that goes away ends the copy and is told', needs('terminals'), async () => {
   const to = path.join(folder(), 'stick');
   mkdirSync(to);
   const { status, screen, acted } = await inTerminal(largeFilm(2_000_000_000), to, () => renameSync(to, `${to}-gone`));

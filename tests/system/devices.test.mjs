@@ -5,6 +5,7 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
+import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
 import { OWN_NETWORK, configuration, serve } from './media_server.mjs';
 import { Terminal } from './terminal.mjs';
@@ -132,7 +133,7 @@ test('the watcher prints what is attached', async () => {
   assert.match(stdout, new RegExp(`^attached {2}${path.basename(where)} \\(folder offered as a device\\) {2}${where} {2}`));
 });
 
-test('the watcher shows media servers that start and stop, and stops its service', async () => {
+test('the watcher shows media servers that start and stop, and stops its service', needs('user-networks'), async () => {
   const running = start([watcher], { inside: OWN_NETWORK });
   await printed(running, /^looking for media servers$/m);
   const server = serve(running.pid, configuration('Desk'));
@@ -158,7 +159,7 @@ test('without a terminal the watcher prints a line for each event, until it is i
   assert.equal((await running.finished).status, 0);
 });
 
-test('on a terminal it is a table that follows, and Ctrl-C gives the terminal back', async () => {
+test('on a terminal it is a table that follows, and Ctrl-C gives the terminal back', needs('terminals'), async () => {
   const where = path.join(folder(), 'stick');
   mkdirSync(where);
   const terminal = new Terminal(['--device', where, watcher], { columns: 120 });

@@ -1,10 +1,12 @@
 // Media servers of the network as scripts see them, in a network that nothing else is in.
 import assert from 'node:assert/strict';
-import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
+import { testWith } from '../needs.mjs';
 import { PRELUDE, run } from './dlna_script.mjs';
 import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
+
+const test = testWith('user-networks');
 
 test('a server is seen when it starts, and is gone when it stops', async () => {
   const { codes, listed, told, after } = await run(`

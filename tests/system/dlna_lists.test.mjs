@@ -3,11 +3,13 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { linkSync, statSync } from 'node:fs';
 import path from 'node:path';
-import test from 'node:test';
 
+import { testWith } from '../needs.mjs';
 import { folder } from './harness.mjs';
 import { run } from './dlna_script.mjs';
 import { configuration, rygelConfiguration } from './media_server.mjs';
+
+const test = testWith('user-networks');
 
 const COUNT = 5000;
 

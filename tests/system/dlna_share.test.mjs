@@ -6,6 +6,7 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { build, script } from '../host/harness.mjs';
+import { needs } from '../needs.mjs';
 import { run } from './dlna_script.mjs';
 import { folder, quill, root } from './harness.mjs';
 import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
@@ -13,7 +14,7 @@ import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.m
 const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', ...args]);
 const picture = (file) => ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x360:rate=1', '-frames:v', '1', file);
 
-test('files are sent to a server, and come back byte for byte', async () => {
+test('files are sent to a server, and come back byte for byte', needs('user-networks'), async () => {
   const from = folder();
   const to = folder();
   picture(path.join(from, 'photo.jpg'));
@@ -47,7 +48,7 @@ test('files are sent to a server, and come back byte for byte', async () => {
   }
 });
 
-test('a server that takes no files refuses them', async () => {
+test('a server that takes no files refuses them', needs('user-networks'), async () => {
   const from = folder();
   picture(path.join(from, 'photo.jpg'));
   const { events, status } = await run(`
@@ -77,7 +78,7 @@ const copyLarge = (doing) => {
     finish(end);`, configuration('Shelf', media), to).then((end) => ({ end, left: readdirSync(to) }));
 };
 
-test('a server that is killed while a file comes from it ends the copy, and nothing is left', async () => {
+test('a server that is killed while a file comes from it ends the copy, and nothing is left', needs('user-networks'), async () => {
   const { end, left } = await copyLarge("server.kill('SIGKILL');");
   assert.equal(end.events.at(-1), 28);
   assert.equal(end.status.param_share_done_file_count, 0);
@@ -85,7 +86,7 @@ test('a server that is killed while a file comes from it ends the copy, and noth
   assert.deepEqual(left, []);
 });
 
-test('a copy from a server is stopped, and nothing is left', async () => {
+test('a copy from a server is stopped, and nothing is left', needs('user-networks'), async () => {
   const { end, left } = await copyLarge("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
   assert.equal(end.events.at(-1), 26);
   assert.deepEqual(left, []);
@@ -113,7 +114,7 @@ const besides = (configuration, ...commands) => quill([script('app.js', `
     return JSON.parse(stdout);
   });
 
-test('the example shows what is on a server, and copies it', async () => {
+test('the example shows what is on a server, and copies it', needs('user-networks'), async () => {
   const media = folder();
   const to = folder();
   picture(path.join(media, 'photo.jpg'));

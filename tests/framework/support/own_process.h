@@ -27,11 +27,20 @@ enum class Surroundings {
 //
 // The first call of inside runs this one test in such a process, reports what failed
 // there, and answers false; there it answers true. A machine that refuses to give a
-// process what it needs fails the test and is told what to change.
+// process what it needs fails the test with what to change; a machine of which the
+// suites' runner knows that it does has the test skipped.
 class OwnProcess : public testing::Test {
   protected:
     static bool inside(Surroundings needed);
 };
+
+// The beginning of a command that the shell runs in such surroundings. Where the machine
+// refuses them it is empty, and the test is skipped or has failed.
+std::string commandFor(Surroundings needed);
+
+// Skips the test, and answers true, where the suites' runner found that this machine lacks
+// what it needs: a name of tests/runner/surroundings.mjs.
+bool isSkippedWithout(const std::string &need);
 
 // Whether this process has a file of that name mapped into its memory.
 bool isMapped(const std::string &fileName);
