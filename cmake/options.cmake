@@ -30,5 +30,9 @@ set(SYSTEM_LOG_INCLUDE "" CACHE PATH "The folder that holds the log's system_log
 # command finds its parts in the same way in both.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+# Libraries look for each other beside themselves, and the built ones are the installed
+# ones: what CMake would put into the build tree for the time until it is installed ends
+# with empty elements, which are the current directory, and names the folders of a
+# television's libraries. A folder that lies elsewhere sets its own CMAKE_INSTALL_RPATH.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN")

@@ -27,10 +27,13 @@ const POWERLESS = ['setpriv', '--bounding-set=-all', '--inh-caps=-all', '--'];
 /**
  * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as one
  * whom the permissions of files bind. `inside`: the words of a command that starts it.
+ * `program`: another one than that of the build under test.
  */
-export function start(args, { env = {}, cwd, input, ordinary = false, inside = [] } = {}) {
+export function start(args, {
+  env = {}, cwd, input, ordinary = false, inside = [], program: command = path.join(build, 'bin', 'quill'),
+} = {}) {
   const prefix = ordinary && process.getuid() === 0 ? POWERLESS : inside;
-  const [program, ...rest] = [...prefix, path.join(build, 'bin', 'quill'), ...args];
+  const [program, ...rest] = [...prefix, command, ...args];
   const child = spawn(program, rest, {
     env: { ...process.env, ...env },
     cwd,
