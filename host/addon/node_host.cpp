@@ -9,8 +9,59 @@
 
 namespace {
 
-/// Results come from outside of any chain of asynchronous calls.
-constexpr node::async_context NO_ASYNC_CONTEXT = {0, 0};
+// From Node.js 22 on the stores of AsyncLocalStorage may travel with V8 instead of
+// with the resource.
+#if V8_MAJOR_VERSION >= 12
+v8::Local<v8::Value> contextFrame(v8::Isolate *isolate) {
+    return isolate->GetContinuationPreservedEmbedderData();
+}
+void setContextFrame(v8::Isolate *isolate, v8::Local<v8::Value> frame) {
+    isolate->SetContinuationPreservedEmbedderData(frame);
+}
+#else
+v8::Local<v8::Value> contextFrame(v8::Isolate *isolate) { return v8::Undefined(isolate); }
+void setContextFrame(v8::Isolate * /*isolate*/, v8::Local<v8::Value> /*frame*/) {}
+#endif
+
+/// Node.js's asynchronous context of a kept function: one resource for all of its
+/// calls, created where it was kept, as those of timers and sockets are.
+class FunctionContext final : public Bridge::AsyncContext {
+  public:
+    FunctionContext(v8::Isolate *isolate, node::Environment *environment)
+        : FunctionContext(isolate, environment, v8::Object::New(isolate)) {}
+
+    ~FunctionContext() override { node::EmitAsyncDestroy(environment_, ids_); }
+
+    v8::Local<v8::Object> resource(v8::Isolate *isolate) const { return resource_.Get(isolate); }
+    v8::Local<v8::Value> frame(v8::Isolate *isolate) const { return frame_.Get(isolate); }
+    node::async_context ids() const { return ids_; }
+
+  private:
+    FunctionContext(v8::Isolate *isolate, node::Environment *environment, v8::Local<v8::Object> resource)
+        : environment_(environment), resource_(isolate, resource), frame_(isolate, contextFrame(isolate)),
+          ids_(node::EmitAsyncInit(isolate, resource, "QuillFunction")) {}
+
+    node::Environment *environment_;
+    v8::Global<v8::Object> resource_;
+    v8::Global<v8::Value> frame_;
+    node::async_context ids_;
+};
+
+/// Puts a context frame in place, inside of a callback scope, for as long as it lives.
+class FrameScope {
+  public:
+    FrameScope(v8::Isolate *isolate, v8::Local<v8::Value> frame)
+        : isolate_(isolate), previous_(contextFrame(isolate)) {
+        setContextFrame(isolate, frame);
+    }
+    FrameScope(const FrameScope &) = delete;
+    FrameScope &operator=(const FrameScope &) = delete;
+    ~FrameScope() { setContextFrame(isolate_, previous_); }
+
+  private:
+    v8::Isolate *isolate_;
+    v8::Local<v8::Value> previous_;
+};
 
 /// File, line and the source line with a mark below, as Node.js prints them.
 std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
@@ -32,39 +83,59 @@ std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
 } // namespace
 
 NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop)
-    : isolate_(isolate), loop_(loop), context_(isolate, context), global_(isolate, context->Global()) {}
+    : isolate_(isolate), loop_(loop), context_(isolate, context),
+      environment_(node::GetCurrentEnvironment(context)) {}
 
-v8::MaybeLocal<v8::Value> NodeHost::call(v8::Local<v8::Function> function, int count,
-                                         const v8::Local<v8::Value> *arguments) {
-    const v8::TryCatch caught(isolate_);
-    // Node.js runs the callbacks of process.nextTick and promises after the call.
-    const v8::MaybeLocal<v8::Value> result =
-        node::MakeCallback(isolate_, global_.Get(isolate_), function, count,
-                           const_cast<v8::Local<v8::Value> *>(arguments), // read only, whatever its type says
-                           NO_ASYNC_CONTEXT);
-    if (!caught.HasCaught()) {
-        return result;
+std::unique_ptr<Bridge::AsyncContext> NodeHost::currentContext() {
+    const v8::Context::Scope entered(context_.Get(isolate_));
+    return std::make_unique<FunctionContext>(isolate_, environment_);
+}
+
+v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8::Local<v8::Function> function,
+                                         int count, const v8::Local<v8::Value> *arguments) {
+    const auto &function_context = static_cast<FunctionContext &>(kept_context);
+    const v8::Local<v8::Context> context = context_.Get(isolate_);
+    const v8::Context::Scope entered(context);
+    {
+        // At its end Node.js runs the callbacks of process.nextTick and of promises. What
+        // they throw is no business of ours: nothing may be caught around it.
+        const node::CallbackScope scope(environment_, function_context.resource(isolate_),
+                                        function_context.ids());
+        const FrameScope frame(isolate_, function_context.frame(isolate_));
+        v8::TryCatch caught(isolate_);
+        const v8::MaybeLocal<v8::Value> result = function->Call(
+            context, context->Global(), count,
+            const_cast<v8::Local<v8::Value> *>(arguments)); // read only, whatever its type says
+        if (!caught.HasCaught()) {
+            return result;
+        }
+        if (caught.HasTerminated() || report(caught)) {
+            return {};
+        }
+        node::FatalException(isolate_, caught);
+        // It returns when the script handled the error, with what Node.js keeps of this
+        // call cleared away: the scope has to see a failed call, which it leaves alone.
+        caught.ReThrow();
     }
-    if (!caught.HasTerminated()) {
-        report(caught);
-        // After a failed call it leaves them out: an empty one makes up for it.
-        const node::CallbackScope make_up(isolate_, v8::Object::New(isolate_), NO_ASYNC_CONTEXT);
-    }
+    // After a failed call ticks and promises wait for the next one: an empty one follows.
+    const node::CallbackScope empty(environment_, v8::Object::New(isolate_), {0, 0});
     return {};
 }
 
-void NodeHost::report(const v8::TryCatch &caught) {
+bool NodeHost::report(const v8::TryCatch &caught) {
     const v8::Local<v8::Context> context = context_.Get(isolate_);
     const std::string place = describePlace(isolate_, context, caught.Message());
     std::array<v8::Local<v8::Value>, 2> arguments = {caught.Exception(), Bridge::StringToV8(place)};
     const v8::TryCatch reporter_caught(isolate_);
-    v8::Local<v8::Value> ignored;
+    v8::Local<v8::Value> reported;
     if (!reporter_.Get(isolate_)
              ->Call(context, v8::Undefined(isolate_), static_cast<int>(arguments.size()), arguments.data())
-             .ToLocal(&ignored)) {
-        // An 'uncaughtException' listener that throws in its turn: nobody is left to tell.
+             .ToLocal(&reported)) {
+        // An 'uncaughtException' listener that throws in its turn: nothing else listens.
         const v8::String::Utf8Value text(isolate_, reporter_caught.Exception());
         std::fprintf(stderr, "%s\nUncaught in the listener for uncaught errors: %s\n", place.c_str(),
                      *text != nullptr ? *text : "");
+        return true;
     }
+    return !reported->IsFalse();
 }

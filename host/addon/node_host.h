@@ -1,6 +1,8 @@
 #pragma once
 // Calls from the main loop into scripts, the way Node.js wants them made.
 
+#include <memory>
+
 #include <node.h>
 #include <v8.h>
 
@@ -13,19 +15,22 @@ class NodeHost final : public Bridge::Host {
   public:
     NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop);
 
-    v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
+    std::unique_ptr<Bridge::AsyncContext> currentContext() override;
+    v8::MaybeLocal<v8::Value> call(Bridge::AsyncContext &context, v8::Local<v8::Function> function, int count,
                                    const v8::Local<v8::Value> *arguments) override;
     void keepAlive(bool alive) override { loop_.keepAlive(alive); }
 
-    /// The script function that reports what a callback threw: (error, where).
+    /// The script function that reports what a callback threw: (error, where). It
+    /// returns false to leave the error to Node.js.
     void setErrorReporter(v8::Local<v8::Function> reporter) { reporter_.Reset(isolate_, reporter); }
 
   private:
-    void report(const v8::TryCatch &caught);
+    /// False where the error is left to Node.js.
+    bool report(const v8::TryCatch &caught);
 
     v8::Isolate *isolate_;
     MainLoop &loop_;
     v8::Global<v8::Context> context_;
-    v8::Global<v8::Object> global_; ///< what callbacks see as `this`
+    node::Environment *environment_;
     v8::Global<v8::Function> reporter_;
 };

@@ -46,16 +46,22 @@ function defineGlobal(name, value) {
 /**
  * Reports what an asynchronous callback threw as an uncaught error is reported,
  * except that the program goes on: later deliveries must not be lost. Its exit
- * status is 1 in the end, unless the script sets one.
+ * status is 1 in the end, unless the script sets one. Returns false where Node.js
+ * is to hand the error to the script: to a domain, as that of the prompt.
  */
 function reportCallbackError(error, where) {
+  if (process.hasUncaughtExceptionCaptureCallback()) {
+    return false;
+  }
+  process.emit('uncaughtExceptionMonitor', error, 'uncaughtException');
   if (process.listenerCount('uncaughtException') > 0) {
     process.emit('uncaughtException', error, 'uncaughtException');
-    return;
+    return true;
   }
   const text = util.types.isNativeError(error) && error.stack ? error.stack : `Uncaught ${util.inspect(error)}`;
   process.stderr.write(`${where}\n\n${text}\n\nNode.js ${process.version}\n`);
   process.exitCode ??= 1;
+  return true;
 }
 
 function start() {

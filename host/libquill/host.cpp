@@ -5,6 +5,8 @@ namespace {
 Host *installed_host = nullptr;
 } // namespace
 
+AsyncContext::~AsyncContext() = default;
+
 Host::~Host() = default;
 
 Host *Host::current() noexcept { return installed_host; }

@@ -1,11 +1,24 @@
 #pragma once
 // What libquill.so.1 needs from the program it lives in.
 
+#include <memory>
+
 #include <v8.h>
 
 #include "quill/export.h"
 
 namespace Bridge {
+
+/// The asynchronous context of the place where a function was kept, in the host's own
+/// terms: its calls run in it. Owned by the function's ScriptFunctions together; main
+/// thread only.
+class QUILL_API AsyncContext {
+  public:
+    AsyncContext() = default;
+    AsyncContext(const AsyncContext &) = delete;
+    AsyncContext &operator=(const AsyncContext &) = delete;
+    virtual ~AsyncContext();
+};
 
 /// The program around the bridges. Owned by whoever installs it; it must outlive
 /// every ScriptFunction. Main thread only.
@@ -16,9 +29,13 @@ class QUILL_API Host {
     Host &operator=(const Host &) = delete;
     virtual ~Host();
 
-    /// Calls a script function from the main loop, microtasks included, and
-    /// reports what it throws. Empty when it threw.
-    virtual v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
+    /// The asynchronous context of what runs now, for a function that is kept now.
+    virtual std::unique_ptr<AsyncContext> currentContext() = 0;
+
+    /// Calls a script function from the main loop in the context that
+    /// currentContext() returned for it, runs what it queued (microtasks and ticks),
+    /// and reports what the function itself threw. Empty when it threw.
+    virtual v8::MaybeLocal<v8::Value> call(AsyncContext &context, v8::Local<v8::Function> function, int count,
                                            const v8::Local<v8::Value> *arguments) = 0;
 
     /// Whether kept functions are a reason for the program to go on.

@@ -1,5 +1,6 @@
 #include "quill/script_function.h"
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -13,7 +14,8 @@ struct ScriptFunction::Kept {
     v8::Isolate *isolate;
     v8::Global<v8::Value> value;
     bool is_function;
-    FunctionOwner *owner; ///< null: kept on no object's behalf
+    FunctionOwner *owner;                  ///< null: kept on no object's behalf
+    std::unique_ptr<AsyncContext> context; ///< null: no function, or no host
     int references;
 };
 
@@ -21,10 +23,13 @@ ScriptFunction::ScriptFunction(const ScriptObject &value) {
     if (value.getValue().IsEmpty()) {
         return;
     }
-    // Only functions are a reason for the program to go on.
-    FunctionOwner *owner = value.isFunction() ? Owners::instance().active() : nullptr;
+    // Only functions are a reason for the program to go on, and are called.
+    const bool is_function = value.isFunction();
+    FunctionOwner *owner = is_function ? Owners::instance().active() : nullptr;
+    Host *host = is_function ? Host::current() : nullptr;
     v8::Isolate *isolate = v8::Isolate::GetCurrent();
-    kept_ = new Kept{isolate, v8::Global<v8::Value>(isolate, value.getValue()), value.isFunction(), owner, 1};
+    kept_ = new Kept{isolate, v8::Global<v8::Value>(isolate, value.getValue()),   is_function,
+                     owner,   host == nullptr ? nullptr : host->currentContext(), 1};
     Owners::instance().retain(owner);
 }
 
@@ -57,7 +62,7 @@ v8::Local<v8::Value> ScriptFunction::getValue() const {
 
 ScriptObject ScriptFunction::invoke(const ScriptArray &arguments) const {
     Host *host = Host::current();
-    if (host == nullptr || !isFunction()) {
+    if (host == nullptr || !isFunction() || kept_->context == nullptr) {
         return {};
     }
     const int count = arguments.length();
@@ -71,7 +76,7 @@ ScriptObject ScriptFunction::invoke(const ScriptArray &arguments) const {
         values = copied.data();
     }
     v8::Local<v8::Value> result;
-    if (!host->call(getValue().As<v8::Function>(), count, values).ToLocal(&result)) {
+    if (!host->call(*kept_->context, getValue().As<v8::Function>(), count, values).ToLocal(&result)) {
         return {};
     }
     return ScriptObject(result);

@@ -17,8 +17,11 @@ v8::Global<v8::Context> *test_context = nullptr; // leaked: a global handle must
 /// Calls functions plainly; what they throw is dropped.
 class TestHost final : public Bridge::Host {
   public:
-    v8::MaybeLocal<v8::Value> call(v8::Local<v8::Function> function, int count,
-                                   const v8::Local<v8::Value> *arguments) override {
+    std::unique_ptr<Bridge::AsyncContext> currentContext() override {
+        return std::make_unique<Bridge::AsyncContext>();
+    }
+    v8::MaybeLocal<v8::Value> call(Bridge::AsyncContext & /*context*/, v8::Local<v8::Function> function,
+                                   int count, const v8::Local<v8::Value> *arguments) override {
         const v8::TryCatch caught(test_isolate);
         return function->Call(testContext(), v8::Undefined(test_isolate), count,
                               const_cast<v8::Local<v8::Value> *>(arguments)); // read only
