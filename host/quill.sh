@@ -3,7 +3,7 @@
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
-preload=$here/../lib/quill/preload.cjs
+parts=$here/../lib/quill
 node=${QUILL_NODE:-}
 newline='
 '
@@ -18,6 +18,8 @@ usage() {
 Usage: quill [options] SCRIPT [arguments]    run a script
        quill [options] -e CODE [arguments]   run a text
        quill [options]                       read and run at a prompt
+       quill [options] inspect SCRIPT [arguments]
+                                             run a script in Node.js's debugger
 
 Scripts see the class MRBBridge and the object quill:
   quill.release(object)   destroy the native part of an MRBBridge object
@@ -31,6 +33,8 @@ Options:
                     (may be given several times)
   --camera FOLDER   the same for a camera, of which the folder is the memory card
   --log             print the system log to standard error
+  --log=TAG[,TAG]   the same, only lines with these tags: common, agent,
+                    thumbnail, storagemgr (the bridge), mrb (the media framework)
   -h, --help        print this text
   -v, --version     print versions
 Any other option goes to Node.js, for instance --inspect or --enable-source-maps.
@@ -38,6 +42,8 @@ Any other option goes to Node.js, for instance --inspect or --enable-source-maps
 Environment:
   QUILL_NODE        the node program to run
   QUILL_LOG         where the system log goes: system (the default), stderr or off
+  QUILL_LOG_TAGS    the tags of the lines that go there, as for --log=; empty: all
+  NO_COLOR          where it is not empty, a log in a terminal has no colours
   MRB_DEVICES       folders as for --device, absolute, with line feeds between them
   MRB_CAMERAS       the same for --camera
 END
@@ -57,7 +63,9 @@ find_node() {
     command -v -- "$node" >/dev/null 2>&1 || fail "QUILL_NODE names '$node', which is no program"
 }
 
-bridges=
+# The debugger starts the program to debug with this command, and these bridges.
+bridges=${QUILL_INSPECTED_BRIDGES-}
+unset QUILL_INSPECTED_BRIDGES
 add_bridge() {
     case $1 in
         '') fail '--bridge needs the file of a bridge library' ;;
@@ -66,6 +74,32 @@ add_bridge() {
     esac
     [ -f "$1" ] || fail "cannot load the bridge $1: no such file"
     bridges=$bridges$1$newline
+}
+
+LOG_TAGS='common agent thumbnail storagemgr mrb
+    mrb-bridge-common mrb-bridge-agent mrb-bridge-thumbnail mrb-bridge-storagemgr'
+
+# set_log_tags TAGS: they have commas between them.
+log_tags=
+set_log_tags() {
+    case $1 in
+        *[!,\ ]*) log_tags=$1 ;;
+        *) fail '--log= needs tags, for instance --log=agent; --log alone prints all' ;;
+    esac
+    export QUILL_LOG=stderr QUILL_LOG_TAGS="$log_tags"
+}
+
+# Bridges that --bridge opens may have tags of their own.
+check_log_tags() {
+    [ -n "$log_tags" ] && [ -z "$bridges" ] || return 0
+    set -f # a tag is no pattern of files
+    for tag in $(printf '%s' "$log_tags" | tr '[:upper:],' '[:lower:] '); do
+        for known in $LOG_TAGS; do
+            [ "$tag" != "$known" ] || continue 2
+        done
+        fail "--log: there is no tag '$tag'; there are common, agent, thumbnail, storagemgr and mrb"
+    done
+    set +f
 }
 
 # add_device OPTION FOLDER: the media framework reads them from the environment.
@@ -88,6 +122,7 @@ add_device() {
 # Every argument is looked at once: what stays goes to the end of the list.
 left=$#
 runs_text=no
+debugs=no
 while [ "$left" -gt 0 ]; do
     argument=$1
     shift
@@ -96,7 +131,7 @@ while [ "$left" -gt 0 ]; do
         -h | --help) usage; exit 0 ;;
         -v | --version)
             find_node
-            exec "$node" -p "const b = require('$here/../lib/quill/build.json');
+            exec "$node" -p "const b = require('$parts/build.json');
                 \`quill \${b.version}, Node.js \${process.version}, V8 \${process.versions.v8}\`"
             ;;
         --bridge)
@@ -114,6 +149,7 @@ while [ "$left" -gt 0 ]; do
             ;;
         --device=* | --camera=*) add_device "${argument%%=*}" "${argument#*=}" ;;
         --log) export QUILL_LOG=stderr ;;
+        --log=*) set_log_tags "${argument#--log=}" ;;
         -e | --eval | -p | --print | -pe)
             [ "$left" -gt 0 ] || fail "$argument needs the text to run"
             runs_text=yes
@@ -135,7 +171,9 @@ while [ "$left" -gt 0 ]; do
             ;;
         -?*) set -- "$@" "$argument" ;;
         *)
-            if [ "$runs_text" = no ] && [ "$argument" != - ]; then
+            if [ "$runs_text" = no ] && [ "$argument" = inspect ]; then
+                debugs=yes
+            elif [ "$runs_text" = no ] && [ "$argument" != - ]; then
                 file_exists "$argument" || fail "no such script: '$argument'"
             fi
             set -- "$@" "$argument"
@@ -150,6 +188,11 @@ while [ "$left" -gt 0 ]; do
     left=$((left - 1))
 done
 
+check_log_tags
 find_node
+if [ "$debugs" = yes ]; then
+    export QUILL_INSPECTED_BRIDGES="$bridges" QUILL_NODE="$node"
+    exec "$node" --require "$parts/inspect.cjs" "$@"
+fi
 export QUILL_BRIDGES="$bridges"
-exec "$node" --require "$preload" "$@"
+exec "$node" --require "$parts/preload.cjs" "$@"

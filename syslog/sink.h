@@ -17,6 +17,11 @@ class Sink {
     /// because its log does. `priority` is 0 (most urgent) to 7, as in
     /// syslog(3); `tag` ends with a zero; `text` may hold any bytes.
     virtual void write(int priority, const char *tag, std::string_view text) noexcept = 0;
+
+    /// Whether a reader of it sees colours. Of other sinks' texts the sequences that set
+    /// them are taken out: a file would hold them as they are, and journalctl shows an
+    /// entry with an escape in it as binary data.
+    [[nodiscard]] virtual bool showsColours() const noexcept { return false; }
 };
 
 } // namespace systemlog

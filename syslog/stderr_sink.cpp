@@ -4,9 +4,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <poll.h>
 #include <sys/uio.h>
+#include <unistd.h>
 
 namespace systemlog {
 namespace {
@@ -35,7 +37,15 @@ iovec pieceOf(const char *text, size_t length) {
     return {const_cast<char *>(text), length};
 }
 
+bool refusesColours() {
+    const char *wish = getenv("NO_COLOR");
+    return wish != nullptr && *wish != '\0';
+}
+
 } // namespace
+
+StderrSink::StderrSink(int descriptor)
+    : descriptor_(descriptor), colours_(isatty(descriptor) == 1 && !refusesColours()) {}
 
 void StderrSink::write(int /*priority*/, const char *tag, std::string_view text) noexcept {
     std::array<iovec, 4> line{pieceOf(tag, strlen(tag)), pieceOf(": ", 2), pieceOf(text.data(), text.size()),

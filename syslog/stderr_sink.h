@@ -5,14 +5,18 @@
 namespace systemlog {
 
 /// Writes "tag: text" and a line feed to a file descriptor, standard error
-/// unless told otherwise. The descriptor is borrowed. Any thread may write.
+/// unless another is given. The descriptor is borrowed. Any thread may write.
 class StderrSink final : public Sink {
   public:
-    explicit StderrSink(int descriptor = 2) : descriptor_(descriptor) {}
+    explicit StderrSink(int descriptor = 2);
     void write(int priority, const char *tag, std::string_view text) noexcept override;
+
+    /// On a terminal, unless its user wants none: https://no-color.org
+    [[nodiscard]] bool showsColours() const noexcept override { return colours_; }
 
   private:
     int descriptor_;
+    bool colours_;
 };
 
 } // namespace systemlog

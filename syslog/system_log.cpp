@@ -1,6 +1,8 @@
 #include <system_log.h>
 
 #include "choose_sink.h"
+#include "colours.h"
+#include "tag_filter.h"
 
 #include <algorithm>
 #include <array>
@@ -26,6 +28,19 @@ systemlog::Sink *openSink() noexcept {
 // Chosen as the library is loaded, which is before anything that is linked with
 // it can call; so a line costs one test of a pointer when nobody listens.
 systemlog::Sink *const sink = openSink();
+
+const systemlog::TagFilter *openFilter() noexcept {
+    try {
+        return sink == nullptr ? nullptr
+                               : new systemlog::TagFilter(getenv("QUILL_LOG_TAGS")); // leaked, as above
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+const systemlog::TagFilter *const filter = openFilter();
+
+const char *printedTag(const char *tag) { return tag == nullptr ? "-" : tag; }
 
 /// Puts the text into `shortText`, or into `longText` when it needs more room,
 /// and gives its length: negative when the text cannot be formatted.
@@ -58,9 +73,12 @@ formatAndWrite(int priority, const char *tag, const char *format, va_list argume
     std::unique_ptr<char[]> longText;
     const int length = formatText(shortText, longText, format, arguments);
     if (length >= 0) {
-        const char *text = longText == nullptr ? shortText.data() : longText.get();
-        sink->write(std::clamp(priority, 0, 7), tag == nullptr ? "-" : tag,
-                    {text, static_cast<size_t>(length)});
+        char *text = longText == nullptr ? shortText.data() : longText.get();
+        auto shown = static_cast<size_t>(length);
+        if (!sink->showsColours()) {
+            shown = systemlog::removeColours(text, shown);
+        }
+        sink->write(std::clamp(priority, 0, 7), printedTag(tag), {text, shown});
     }
     errno = savedErrno;
     return length;
@@ -75,6 +93,9 @@ __attribute__((visibility("default"))) int system_log_print(int /*log_id*/, int 
     }
     if (format == nullptr) {
         return -1;
+    }
+    if (filter != nullptr && !filter->admits(printedTag(tag))) {
+        return 0;
     }
     va_list arguments;
     va_start(arguments, format);

@@ -94,6 +94,8 @@ int main(int argc, char **argv) {
     const int count = argc > 2 ? atoi(argv[2]) : 0;
     if (what == "say") {
         printf("%d\n", say(argv[2]));
+    } else if (what == "as") {
+        printf("%d\n", system_log_print(SYSTEM_LOG_MAIN, SYSTEM_LOG_NOTICE, argv[2], "%s", argv[3]));
     } else if (what == "long") {
         printf("%d\n", say(pattern(static_cast<size_t>(count)).c_str()));
     } else if (what == "chorus") {

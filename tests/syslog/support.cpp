@@ -141,7 +141,19 @@ std::vector<std::string> linesOf(std::string_view text) {
     return lines;
 }
 
-Outcome speak(const char *log, const std::vector<std::string> &arguments) {
+namespace {
+
+void setVariable(const char *name, const char *value) {
+    if (value == nullptr) {
+        unsetenv(name);
+    } else {
+        setenv(name, value, 1);
+    }
+}
+
+} // namespace
+
+Outcome speak(const char *log, const std::vector<std::string> &arguments, const char *tags) {
     std::array<int, 2> out{};
     std::array<int, 2> error{};
     EXPECT_EQ(pipe(out.data()), 0);
@@ -158,11 +170,8 @@ Outcome speak(const char *log, const std::vector<std::string> &arguments) {
         for (const int descriptor : {out[0], out[1], error[0], error[1]}) {
             close(descriptor);
         }
-        if (log == nullptr) {
-            unsetenv("QUILL_LOG");
-        } else {
-            setenv("QUILL_LOG", log, 1);
-        }
+        setVariable("QUILL_LOG", log);
+        setVariable("QUILL_LOG_TAGS", tags);
         execv(SPEAKER, const_cast<char **>(words.data()));
         _exit(127);
     }

@@ -48,8 +48,9 @@ struct Outcome {
     int status = -1; // exit status, or 128 + signal
 };
 
-/// Runs the speaker with QUILL_LOG set to `log`, or unset when null.
-Outcome speak(const char *log, const std::vector<std::string> &arguments);
+/// Runs the speaker with QUILL_LOG set to `log`, or unset when null, and so
+/// QUILL_LOG_TAGS to `tags`.
+Outcome speak(const char *log, const std::vector<std::string> &arguments, const char *tags = nullptr);
 
 /// Everything that can be read from `descriptor` until its writers close it.
 std::string readAll(int descriptor);

@@ -71,6 +71,25 @@ TEST(SystemLog, refusesATextThatCannotBeFormatted) {
 
 TEST(SystemLog, takesALineWithoutATag) { EXPECT_EQ(speak("stderr", {"no tag"}).error, "-: text\n"); }
 
+TEST(SystemLog, writesOnlyTheTagsThatAreAskedFor) {
+    const Outcome outcome = speak("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
+    EXPECT_EQ(outcome.error, "MRB-BRIDGE-AGENT: text\n");
+    EXPECT_EQ(outcome.out, "4\n");
+    EXPECT_EQ(speak("stderr", {"as", "MRB-BRIDGE-THUMBNAIL", "text"}, "common,agent").error, "");
+    EXPECT_EQ(speak("stderr", {"no tag"}, "common,agent").error, "");
+}
+
+TEST(SystemLog, formatsNothingForATagThatIsNotAskedFor) {
+    EXPECT_EQ(speak("stderr", {"written"}, "agent").out, "-77\n");
+    EXPECT_EQ(speak("stderr", {"as", "OTHER", "text"}, "agent").out, "0\n");
+}
+
+TEST(SystemLog, takesColoursOutWhereTheOutputIsNoTerminal) {
+    const Outcome outcome = speak("stderr", {"say", "f(1) > \033[31mred\033[0m"});
+    EXPECT_EQ(outcome.error, "TEST: f(1) > red\n");
+    EXPECT_EQ(outcome.out, "19\n"); // of the text as it was given
+}
+
 TEST(SystemLog, keepsErrno) { EXPECT_EQ(speak("stderr", {"errno"}).out, "1\n"); }
 
 TEST(SystemLog, linesOfThreadsNeverMixAndKeepTheirOrder) {

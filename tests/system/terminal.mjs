@@ -9,9 +9,9 @@ const LIMIT_MS = 30_000;
 
 /** A terminal of a server of its own, in which quill runs. */
 export class Terminal {
-  constructor(args, { columns = 80, rows = 24 } = {}) {
+  constructor(args, { columns = 80, rows = 24, env = [] } = {}) {
     this.socket = path.join(folder(), 'tmux');
-    const command = [path.join(process.env.QUILL_BUILD, 'bin', 'quill'), ...args]
+    const command = ['env', ...env, path.join(process.env.QUILL_BUILD, 'bin', 'quill'), ...args]
       .map((word) => `'${word.replaceAll("'", "'\\''")}'`).join(' ');
     this.tmux('-f', '/dev/null', 'new-session', '-d', '-s', 'quill', '-x', columns, '-y', rows,
       `${command}; echo ended with $?; exec sleep 1000`);
