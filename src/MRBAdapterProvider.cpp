@@ -1,14 +1,16 @@
 #include "MRBAdapterProvider.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 #include <vector>
+
+#include <clutter/clutter.h>
 
 #include "MRBAdapter.h"
 #include "MRBAgentAdapter.h"
 #include "MRBStorageMgrAdapter.h"
 #include "MRBThumbnailAdapter.h"
-#include "OnCallbackData.h"
 #include "envelope.h"
 #include "log.h"
 
@@ -52,6 +54,17 @@ AgentOperation AgentOperationOf(int func) {
     return func < 0 || func >= static_cast<int>(agent_operations.size())
                ? nullptr
                : agent_operations[static_cast<size_t>(func)];
+}
+
+/// Priority of deliveries on the main loop: that of a redraw, after high-idle work
+/// and before default-idle work.
+constexpr int DELIVERY_PRIORITY = G_PRIORITY_HIGH_IDLE + 50;
+static_assert(DELIVERY_PRIORITY == CLUTTER_PRIORITY_REDRAW);
+
+/// Runs `function` once on the main loop, after everything that was queued before.
+/// Any thread.
+void QueueOnMainLoop(GSourceFunc function, void *data) {
+    clutter_threads_add_idle_full(DELIVERY_PRIORITY, function, data, nullptr);
 }
 
 /// All providers that live. Never destroyed: a program may end with objects in use.
@@ -191,20 +204,6 @@ Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
     }
 }
 
-void CMRBAdapterProvider::FireOnCallbacks(int func, std::string data, void *self) {
-    MRB_LOG(LogTag::Common, "FUNC[%d], data[%s], self[%p].", func, data.c_str(), self);
-    auto *p = static_cast<CMRBAdapterProvider *>(self);
-    MRB_ASSERT(p != nullptr, "p != __null");
-
-    const Bridge::ScriptFunction *slot = p->SlotOf(func);
-    if (slot == nullptr) {
-        MRB_LOG(LogTag::Common, "No need to fire js callback.");
-        return;
-    }
-    QueueOnMainLoop(&OnCallbackData::FireOnCallbacks, new OnCallbackData(slot, std::move(data)));
-    MRB_LOG(LogTag::Common, "callback done.");
-}
-
 Bridge::ScriptFunction *CMRBAdapterProvider::SlotOf(int func) {
     switch (func) {
     case FUNC_REQUEST_LIST:
@@ -229,6 +228,50 @@ bool CMRBAdapterProvider::IsLiveSlot(const Bridge::ScriptFunction *slot) {
     return std::any_of(live.begin(), live.end(), [slot](const CMRBAdapterProvider *provider) {
         return slot >= provider->slots_.data() && slot < provider->slots_.data() + provider->slots_.size();
     });
+}
+
+// ---- delivery ---------------------------------------------------------------
+
+void CMRBAdapterProvider::FireOnCallbacks(int func, std::string data, void *self) {
+    MRB_LOG(LogTag::Common, "FUNC[%d], data[%s], self[%p].", func, data.c_str(), self);
+    auto *p = static_cast<CMRBAdapterProvider *>(self);
+    MRB_ASSERT(p != nullptr, "p != __null");
+
+    const Bridge::ScriptFunction *slot = p->SlotOf(func);
+    if (slot == nullptr) {
+        MRB_LOG(LogTag::Common, "No need to fire js callback.");
+        return;
+    }
+    QueueOnMainLoop(&OnCallbackData::FireOnCallbacks, new OnCallbackData(slot, std::move(data)));
+    MRB_LOG(LogTag::Common, "callback done.");
+}
+
+OnCallbackData::OnCallbackData(const Bridge::ScriptFunction *slot, std::string data)
+    : slot_(slot), data_(std::move(data)) {}
+
+gboolean OnCallbackData::FireOnCallbacks(void *record) {
+    const std::unique_ptr<const OnCallbackData> owned(static_cast<OnCallbackData *>(record));
+    owned->Deliver();
+    return G_SOURCE_REMOVE;
+}
+
+void OnCallbackData::Deliver() const {
+    // The provider may be gone by now, and the slot with it.
+    if (!CMRBAdapterProvider::IsLiveSlot(slot_)) {
+        return;
+    }
+    const v8::HandleScope scope(v8::Isolate::GetCurrent());
+    // Copied, since the function may register another one or release the object
+    // whose slot this is.
+    const Bridge::ScriptFunction function = *slot_;
+    if (!function.isFunction()) {
+        return;
+    }
+    Bridge::ScriptArray arguments;
+    if (!data_.empty()) {
+        arguments.set(0, Bridge::ScriptObject(data_));
+    }
+    static_cast<void>(function.invoke(arguments));
 }
 
 } // namespace MRBBridge

@@ -1,10 +1,13 @@
 #pragma once
-// The native part of a script object: its adapters, its script functions, and the
-// way from a command's number to the operation that serves it.
+// The native part of a script object: its adapters, its script functions, the way from
+// a command's number to the operation that serves it, and the way of a result from a
+// framework thread to a script function.
 
 #include <array>
 #include <cstddef>
 #include <string>
+
+#include <glib.h>
 
 #include "quill/script_array.h"
 #include "quill/script_function.h"
@@ -60,6 +63,25 @@ class CMRBAdapterProvider {
     CMRBThumbnailAdapter *thumbnail_ = nullptr;
     CMRBStorageMgrAdapter *storage_ = nullptr;
     Slots slots_;
+};
+
+/// A queued result. Made on any thread; owned by the main loop until it runs
+/// FireOnCallbacks, which frees it.
+class OnCallbackData {
+  public:
+    /// `slot` is where the provider keeps the function: the function that stands
+    /// there at the time of delivery is the one that hears of the result.
+    OnCallbackData(const Bridge::ScriptFunction *slot, std::string data);
+
+    /// Calls the slot's function with the text, or without an argument when it is
+    /// empty. Main thread; always FALSE, so that a record runs once.
+    static gboolean FireOnCallbacks(void *record);
+
+  private:
+    void Deliver() const;
+
+    const Bridge::ScriptFunction *slot_;
+    std::string data_;
 };
 
 } // namespace MRBBridge

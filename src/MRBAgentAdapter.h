@@ -22,32 +22,15 @@ class CMRBAgentAdapter final : public CMRBAdapter {
     CMRBAgentAdapter();
     ~CMRBAgentAdapter() override;
 
-    // MRBAgentAdapter.cpp: opening and closing a list
+    // In the order of their FunctionIds.
     std::string RequestList(const std::string &request);
     std::string CancelRequestList(const std::string &request);
     std::string DisConnect(const std::string &request);
-
-    // MRBAgentAdapterItems.cpp: counts and descriptions
-    std::string GetGroupCount(const std::string &request);
-    std::string GetItemCount(const std::string &request);
-    std::string GetItem(const std::string &request);
-    std::string GetItemList(const std::string &request);
-
-    // MRBAgentAdapterPages.cpp: the view, the cursor, the item under it
+    std::string BatchProcess(const std::string &request);
+    std::string StopBatchProcess(const std::string &request);
     std::string SetPageStyle(const std::string &request);
     std::string SetNavigation(const std::string &request);
     std::string GetNavigation(const std::string &request);
-    std::string MoveToIndex(const std::string &request);
-    std::string GetPageIndex(const std::string &request);
-    std::string PreparePlayData(const std::string &request);
-    std::string GetRatingInfo(const std::string &request);
-    std::string GetStorageId(const std::string &request);
-
-    // MRBAgentAdapterFields.cpp: values of fields
-    std::string GetItemValue(const std::string &request);
-    std::string SetItemValue(const std::string &request);
-
-    // MRBAgentAdapterSelection.cpp: marking items
     std::string SelectAll(const std::string &request);
     std::string DeselectAll(const std::string &request);
     std::string SelectGroup(const std::string &request);
@@ -55,10 +38,17 @@ class CMRBAgentAdapter final : public CMRBAdapter {
     std::string GetSelectState(const std::string &request);
     std::string GetSelectCount(const std::string &request);
     std::string ToggleSelect(const std::string &request);
-
-    // MRBAgentAdapterShare.cpp: copying and sending what is marked
-    std::string BatchProcess(const std::string &request);
-    std::string StopBatchProcess(const std::string &request);
+    std::string GetGroupCount(const std::string &request);
+    std::string GetItemCount(const std::string &request);
+    std::string GetItem(const std::string &request);
+    std::string GetItemList(const std::string &request);
+    std::string MoveToIndex(const std::string &request);
+    std::string GetPageIndex(const std::string &request);
+    std::string PreparePlayData(const std::string &request);
+    std::string SetItemValue(const std::string &request);
+    std::string GetItemValue(const std::string &request);
+    std::string GetRatingInfo(const std::string &request);
+    std::string GetStorageId(const std::string &request);
 
   private:
     friend struct AgentAdapterProbe; // the white-box tests' way in

@@ -4,14 +4,8 @@
 
 #include <json/value.h>
 
-#include "envelope.h"
-#include "log.h"
+#include "command.h"
 #include "storage_record.h"
-
-/// The last log line of every command.
-#define LOG_ANSWER(command, result, answer)                                                                  \
-    MRB_LOG(LogTag::StorageMgr, "strCmd[%s] eResult[%d] strReturnJson[%s].", command, result,                \
-            (answer).c_str())
 
 namespace MRBBridge {
 namespace {
@@ -65,7 +59,7 @@ std::string CMRBStorageMgrAdapter::GetUSBList() {
     mrb_storage_list_h list = nullptr;
     const int result = mrb_get_usb_list(MRB_STORAGE_KIND_USB, &list);
     std::string answer = ListAnswer(result, list, &WriteUSBRecord);
-    LOG_ANSWER("mrb_get_usb_list", result, answer);
+    LOG_ANSWER(LogTag::StorageMgr, "mrb_get_usb_list", result, answer);
     return answer;
 }
 
@@ -74,7 +68,7 @@ std::string CMRBStorageMgrAdapter::GetPTPList() {
     mrb_storage_list_h list = nullptr;
     const int result = mrb_get_usb_list(MRB_STORAGE_KIND_PTP, &list);
     std::string answer = ListAnswer(result, list, &WriteUSBRecord);
-    LOG_ANSWER("mrb_get_ptp_list", result, answer);
+    LOG_ANSWER(LogTag::StorageMgr, "mrb_get_ptp_list", result, answer);
     return answer;
 }
 
@@ -82,7 +76,7 @@ std::string CMRBStorageMgrAdapter::GetDLNAList() {
     mrb_storage_list_h list = nullptr;
     const int result = mrb_get_dlna_list(&list);
     std::string answer = ListAnswer(result, list, &WriteDLNARecord);
-    LOG_ANSWER("mrb_get_dlna_list", result, answer);
+    LOG_ANSWER(LogTag::StorageMgr, "mrb_get_dlna_list", result, answer);
     return answer;
 }
 
@@ -91,10 +85,7 @@ std::string CMRBStorageMgrAdapter::GetDLNAList() {
 /// Defines a command that is one call of the framework's, whose name it has.
 #define COMMAND(operation, function, ...)                                                                    \
     std::string CMRBStorageMgrAdapter::operation() {                                                         \
-        const int result = function(__VA_ARGS__);                                                            \
-        std::string answer = Answer(result);                                                                 \
-        LOG_ANSWER(#function, result, answer);                                                               \
-        return answer;                                                                                       \
+        RETURN_ANSWER(LogTag::StorageMgr, #function, function(__VA_ARGS__));                                 \
     }
 
 COMMAND(SetUSBCallback, mrb_set_usb_callback, &CMRBStorageMgrAdapter::cb_usb_notification, this)

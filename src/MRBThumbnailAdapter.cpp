@@ -1,13 +1,18 @@
-// The thumbnail adapter's life and its commands.
-
 #include "MRBThumbnailAdapter.h"
 
-#include "envelope.h"
-#include "log.h"
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <utility>
 
-/// The last log line of every command.
-#define LOG_ANSWER(command, result, answer)                                                                  \
-    MRB_LOG(LogTag::Thumbnail, "strCmd[%s] eResult[%d] strReturnJson[%s].", command, result, (answer).c_str())
+#include <json/value.h>
+#include <unistd.h>
+
+#include "MRBBridgeJson.h"
+#include "bitmap_header.h"
+#include "command.h"
+#include "request.h"
 
 namespace MRBBridge {
 namespace {
@@ -20,7 +25,73 @@ constexpr int RETURN_ECODE_NOT_INITIALISED = 1;
 /// Where the flash cache has its list.
 constexpr const char *FLASH_CACHE_LIST = "/opt/usr/apps/media-resource-broker/data/thumbCache.txt";
 
+/// "param_thumb_type" of a request whose images go into the flash cache.
+constexpr int THUMB_TYPE_FLASH_CACHE = 1;
+
+/// "thumb_error_code" of a result.
+enum ThumbCode : int {
+    THUMB_STORED = 100,
+    THUMB_NOT_STORED = 101,     ///< no images, or nowhere to store them
+    THUMB_SERVICE_FAILED = 102, ///< the service itself failed
+};
+
+enum class CacheResult { Saved, NoParameters, SaveFailed };
+
+/// Stores image `index` of a result in the framework's flash cache, as `save_path`.
+CacheResult SaveInFlashCache(const thumb_result_s &result, int index, const std::string &save_path) {
+    mrb_thumbnail_flash_cache_param_h param = nullptr;
+    if (mrb_create_thumbnail_flash_cache_param(&param) == 0) {
+        return CacheResult::NoParameters;
+    }
+    mrb_set_thumbnail_flash_cache_filename(param, save_path.c_str());
+    mrb_set_thumbnail_flash_cache_url(param, static_cast<const char *>(result.origin_path));
+    mrb_set_thumbnail_flash_cache_xsize(param, result.image_width);
+    mrb_set_thumbnail_flash_cache_ysize(param, result.image_width); // the cache goes by the width alone
+    const int saved =
+        mrb_thumbnail_flash_cache_save_file(param, result.image_buffer[index], result.preset_buffer);
+    mrb_destroy_thumbnail_flash_cache_param(param);
+    return saved != 0 ? CacheResult::Saved : CacheResult::SaveFailed;
+}
+
+/// Releases a result's buffers.
+// NOLINTBEGIN(*-no-malloc): the framework allocates them with malloc
+void ReleaseBuffers(thumb_result_s &result) {
+    if (result.preset_buffer != nullptr) {
+        std::free(std::exchange(result.preset_buffer, nullptr));
+    }
+    for (int i = 0; i < result.image_count; ++i) {
+        std::free(std::exchange(result.image_buffer[i], nullptr));
+    }
+}
+// NOLINTEND(*-no-malloc)
+
+/// Adds what a script hears of images that were stored.
+void Describe(const thumb_result_s &result, const std::vector<std::string> &stored, Json::Value &document) {
+    for (const std::string &path : stored) {
+        document["save_path"].append(path);
+    }
+    document["buffer_size"] = result.buffer_size;
+    document["image_width"] = result.image_width;
+    document["image_height"] = result.image_height;
+    document["image_depth"] = result.image_depth;
+    document["image_count"] = result.image_count;
+    for (int i = 0; i < result.image_count; ++i) {
+        document["time_stamp"].append(ConvertNumberToString(static_cast<long long>(result.time_stamp[i])));
+    }
+    document["flag_origin_image"] = result.flag_origin_image;
+    document["thumb_error_code"] = THUMB_STORED;
+}
+
+/// Rows are gathered to this size, since a write of each costs more than copying it.
+constexpr size_t GATHERED_BYTES = size_t{256} * 1024;
+
+struct Close {
+    void operator()(std::FILE *file) const { static_cast<void>(std::fclose(file)); }
+};
+
 } // namespace
+
+// ---- life -------------------------------------------------------------------
 
 CMRBThumbnailAdapter::CMRBThumbnailAdapter() {
     MRB_LOG(LogTag::Thumbnail, "create CMRBThumbnailAdapter...");
@@ -33,6 +104,8 @@ CMRBThumbnailAdapter::~CMRBThumbnailAdapter() {
     initialised_ = false;
     thumbnail_finalize();
 }
+
+// ---- commands ---------------------------------------------------------------
 
 /// Defines a command with a request that is one call of the framework's, whose name it has.
 #define REQUEST_COMMAND(operation, function)                                                                 \
@@ -48,9 +121,7 @@ CMRBThumbnailAdapter::~CMRBThumbnailAdapter() {
         } else {                                                                                             \
             function(request);                                                                               \
         }                                                                                                    \
-        std::string answer = Answer(code);                                                                   \
-        LOG_ANSWER(#function, code, answer);                                                                 \
-        return answer;                                                                                       \
+        RETURN_ANSWER(LogTag::Thumbnail, #function, code);                                                   \
     }
 
 REQUEST_COMMAND(ThumbnailRequestAsync, thumbnail_request_async)
@@ -67,9 +138,7 @@ REQUEST_COMMAND(ThumbnailRequestCancel, thumbnail_request_cancel)
         } else {                                                                                             \
             function();                                                                                      \
         }                                                                                                    \
-        std::string answer = Answer(code);                                                                   \
-        LOG_ANSWER(#function, code, answer);                                                                 \
-        return answer;                                                                                       \
+        RETURN_ANSWER(LogTag::Thumbnail, #function, code);                                                   \
     }
 
 COMMAND(ThumbnailRequestCancelAll, thumbnail_request_cancel_all)
@@ -86,9 +155,162 @@ std::string CMRBThumbnailAdapter::ThumbnailFlashCacheInit() {
     } else {
         mrb_thumbnail_flash_cache_init(FLASH_CACHE_LIST);
     }
-    std::string answer = Answer(code);
-    LOG_ANSWER(command, code, answer);
-    return answer;
+    RETURN_ANSWER(LogTag::Thumbnail, command, code);
+}
+
+// ---- from a request's text to the framework's record ------------------------
+
+bool CMRBThumbnailAdapter::m_GetThumbRequest(const std::string &strParam, _thumb_request &request,
+                                             std::string &strPath) {
+    if (strParam.empty()) {
+        MRB_LOG(LogTag::Thumbnail, "strParam is empty......");
+        return false;
+    }
+    std::memset(&request, 0, sizeof request); // its padding too: the framework may compare records
+    const CMRBBridgeJson json(strParam);
+    strPath = Text(json, "param_origin_path");
+    if (strPath.empty()) {
+        MRB_LOG(LogTag::Thumbnail, "strPath empth!!!");
+        return false;
+    }
+    auto context = std::make_unique<ThumbRequestContext>();
+    context->adapter = this;
+    json.Get("param_save_path", context->save_paths);
+    request.origin_path = strPath.c_str();
+    request.media_type = Int(json, "param_media_type");
+    request.orientation = Int(json, "param_orientation");
+    request.source_type = Int(json, "param_source_type");
+    request.thumb_width = Int(json, "param_thumb_width");
+    request.thumb_height = Int(json, "param_thumb_height");
+    request.used_cache = Int(json, "param_used_cache");
+    const int thumb_type = Int(json, "param_thumb_type");
+    request.video_frame_count = static_cast<uint8_t>(Int(json, "param_video_frame_count"));
+    context->user_data = Int(json, "param_thumb_user_data");
+    context->use_flash_cache = thumb_type == THUMB_TYPE_FLASH_CACHE;
+    if (context->use_flash_cache) {
+        MRB_LOG(LogTag::Thumbnail, "Use the flash cache.");
+    } else {
+        MRB_LOG(LogTag::Thumbnail, "Not Use the flash cache.");
+    }
+    request.callback = &CMRBThumbnailAdapter::m_MrbThumbnailRecv;
+    request.user_data = context.release();
+    return true;
+}
+
+// ---- results ----------------------------------------------------------------
+
+int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s *thumb_result,
+                                             void *user_data) {
+    MRB_LOG(LogTag::Thumbnail, "mrb_thumbnail_cache_recv...\n");
+    MRB_ASSERT(user_data != nullptr, "user_data != __null");
+    MRB_ASSERT(thumb_result != nullptr, "thumb_result != __null");
+    const std::unique_ptr<const ThumbRequestContext> context(
+        static_cast<const ThumbRequestContext *>(user_data));
+    const CMRBThumbnailAdapter *const self = context->adapter;
+    MRB_ASSERT(self != nullptr, "self != __null");
+
+    Json::Value document;
+    document["origin_path"] = static_cast<const char *>(thumb_result->origin_path);
+    document["user_data"] = context->user_data;
+    document["thumb_error_code"] = THUMB_NOT_STORED;
+    const CallbackEntry cb = self->callback_entry_;
+    MRB_ASSERT(cb != nullptr, "cb != __null");
+    const auto deliver = [cb, self](const Json::Value &value) {
+        cb(FUNC_THUMBNAIL_REQUEST_ASYNC, value.toStyledString(), self->provider_);
+    };
+
+    // A result without images, or without a place for them, leaves its buffers alone.
+    const std::vector<std::string> &save_paths = context->save_paths;
+    if (request_result < 0 || save_paths.empty()) {
+        MRB_LOG(LogTag::Thumbnail, "vSavePath empty err_no < 0...\n");
+        deliver(document);
+        return 0;
+    }
+    if (request_result > 0) {
+        MRB_LOG(LogTag::Thumbnail, "line=%d", __LINE__);
+        Json::Value failure;
+        failure["thumb_error_code"] = THUMB_SERVICE_FAILED;
+        deliver(failure);
+        return 0;
+    }
+
+    // The count is the framework's promise: MRB_THUMB_IMAGES at most.
+    bool all_stored = true;
+    std::vector<std::string> stored;
+    for (int i = 0; i < thumb_result->image_count && static_cast<size_t>(i) < save_paths.size(); ++i) {
+        const std::string &save_path = save_paths[static_cast<size_t>(i)];
+        if (context->use_flash_cache) {
+            const CacheResult result = SaveInFlashCache(*thumb_result, i, save_path);
+            if (result == CacheResult::NoParameters) {
+                MRB_LOG(LogTag::Thumbnail, "mrb_create_thumbnail_flash_cache_param failed");
+            } else if (result == CacheResult::SaveFailed) {
+                MRB_LOG(LogTag::Thumbnail, "mrb_thumbnail_flash_cache_save_file failed");
+            }
+            all_stored = result == CacheResult::Saved;
+        } else {
+            all_stored =
+                m_BmpWrite(thumb_result->image_buffer[i], thumb_result->preset_buffer,
+                           thumb_result->image_width, thumb_result->image_height, save_path.c_str()) >= 0;
+        }
+        if (!all_stored) {
+            break;
+        }
+        stored.push_back(save_path);
+    }
+    ReleaseBuffers(*thumb_result);
+
+    if (!all_stored) {
+        MRB_LOG(LogTag::Thumbnail, "bWriteRet false...\n");
+        deliver(document);
+        return 0;
+    }
+    Describe(*thumb_result, stored, document);
+    MRB_LOG(LogTag::Thumbnail, "return.success..\n");
+    deliver(document);
+    return 1;
+}
+
+// ---- bitmap files -----------------------------------------------------------
+
+int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bufferPreset, int width,
+                                     int height, const char *path) {
+    const BitmapHeader header = MakeBitmapHeader(width, height);
+    const char *const slash = std::strrchr(path, '/');
+    if (slash == nullptr) {
+        MRB_LOG(LogTag::Thumbnail, "can not find / in path:%s", path);
+        return -1;
+    }
+    const std::string directory(path, slash);
+    if (access(directory.c_str(), F_OK) != 0) {
+        MRB_LOG(LogTag::Thumbnail, "fail to access dir path:%s", directory.c_str());
+        return -1;
+    }
+    const auto gathered = std::make_unique_for_overwrite<char[]>(GATHERED_BYTES); // outlives the file
+    const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "wb"));
+    if (!file) {
+        MRB_LOG(LogTag::Thumbnail, "fopen fail");
+        return -1;
+    }
+    static_cast<void>(std::setvbuf(file.get(), gathered.get(), _IOFBF, GATHERED_BYTES));
+    // The header does not wait in the buffer: a medium that takes nothing is noticed here.
+    if (std::fwrite(header.data(), 1, header.size(), file.get()) < header.size() ||
+        std::fflush(file.get()) != 0) {
+        MRB_LOG(LogTag::Thumbnail, "fwrite error");
+        return -1;
+    }
+    const size_t row_bytes = static_cast<size_t>(width) * BITMAP_PIXEL_BYTES;
+    for (int row = height - 1; row >= 0; --row) {
+        static_cast<void>(
+            std::fwrite(buffer + static_cast<size_t>(row) * row_bytes, 1, row_bytes, file.get()));
+    }
+    if (bufferPreset != nullptr) {
+        static_assert(MRB_THUMB_PRESET_BYTES == 4096);
+        MRB_LOG(LogTag::Thumbnail, "bmp_write bufferPreset : [%.4096s]###\n",
+                bufferPreset); // may lack a zero
+        static_cast<void>(std::fwrite(bufferPreset, 1, MRB_THUMB_PRESET_BYTES, file.get()));
+    }
+    static_cast<void>(std::fflush(file.get()));
+    return 0;
 }
 
 } // namespace MRBBridge

@@ -11,26 +11,8 @@ const speaker = (file, tag) => (fn, text) => ({ file, tag, fn, text });
 export const provider = speaker('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
 export const json = speaker('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
 export const storage = speaker('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
-
-// The thumbnail adapter's operations as well.
-const thumbnailFile = new Map([['m_GetThumbRequest', 'Request'], ['m_MrbThumbnailRecv', 'Result'],
-                               ['m_BmpWrite', 'Bitmap']]);
-export const thumbnail = (fn, text) =>
-    speaker(`MRBThumbnailAdapter${thumbnailFile.get(fn) ?? ''}.cpp`, 'MRB-BRIDGE-THUMBNAIL')(fn, text);
-
-// The agent's operations are spread over files by subject.
-const AGENT_FILES = Object.entries({
-    Items: ['GetGroupCount', 'GetItemCount', 'GetItem', 'GetItemList'],
-    Pages: ['SetPageStyle', 'SetNavigation', 'GetNavigation', 'MoveToIndex', 'GetPageIndex', 'PreparePlayData',
-            'GetRatingInfo', 'GetStorageId'],
-    Fields: ['GetItemValue', 'SetItemValue'],
-    Selection: ['SelectAll', 'DeselectAll', 'SelectGroup', 'DeSelectGroup', 'GetSelectState', 'GetSelectCount',
-                'ToggleSelect'],
-    Share: ['BatchProcess', 'StopBatchProcess'],
-}).flatMap(([subject, functions]) => functions.map((fn) => [fn, `MRBAgentAdapter${subject}.cpp`]));
-const agentFile = new Map(AGENT_FILES);
-export const agent = (fn, text) =>
-    speaker(agentFile.get(fn) ?? 'MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT')(fn, text);
+export const thumbnail = speaker('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
+export const agent = speaker('MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT');
 
 /** A handle as a log line prints it. */
 export const printedHandle = (handle) => (handle === 0 ? '(nil)' : `0x${(handle >>> 0).toString(16)}`);

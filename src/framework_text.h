@@ -1,0 +1,19 @@
+#pragma once
+// Texts that the framework gives away.
+
+#include <cstdlib>
+#include <string>
+
+namespace MRBBridge {
+
+/// Copies a text of the framework's and releases it. Null gives an empty text.
+inline std::string TakeText(char *text) {
+    if (text == nullptr) {
+        return {};
+    }
+    std::string copy = text;
+    std::free(text); // NOLINT(*-no-malloc): the framework allocates its texts with malloc
+    return copy;
+}
+
+} // namespace MRBBridge
