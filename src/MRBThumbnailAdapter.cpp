@@ -35,6 +35,13 @@ enum ThumbCode : int {
     THUMB_SERVICE_FAILED = 102, ///< the service itself failed
 };
 
+/// Takes over what a result needs to know of its request, and releases the record that
+/// it came in.
+ThumbRequestContext TakeContext(void *user_data) {
+    const std::unique_ptr<ThumbRequestContext> context(static_cast<ThumbRequestContext *>(user_data));
+    return std::move(*context);
+}
+
 enum class CacheResult { Saved, NoParameters, SaveFailed };
 
 /// Stores image `index` of a result in the framework's flash cache, as `save_path`.
@@ -168,11 +175,12 @@ bool CMRBThumbnailAdapter::m_GetThumbRequest(const std::string &strParam, _thumb
     }
     std::memset(&request, 0, sizeof request); // its padding too: the framework may compare records
     const CMRBBridgeJson json(strParam);
-    strPath = Text(json, "param_origin_path");
-    if (strPath.empty()) {
+    std::string origin_path = Text(json, "param_origin_path");
+    if (origin_path.empty()) {
         MRB_LOG(LogTag::Thumbnail, "strPath empth!!!");
         return false;
     }
+    strPath = std::move(origin_path);
     auto context = std::make_unique<ThumbRequestContext>();
     context->adapter = this;
     json.Get("param_save_path", context->save_paths);
@@ -204,14 +212,14 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
     MRB_LOG(LogTag::Thumbnail, "mrb_thumbnail_cache_recv...\n");
     MRB_ASSERT(user_data != nullptr, "user_data != __null");
     MRB_ASSERT(thumb_result != nullptr, "thumb_result != __null");
-    const std::unique_ptr<const ThumbRequestContext> context(
-        static_cast<const ThumbRequestContext *>(user_data));
-    const CMRBThumbnailAdapter *const self = context->adapter;
+    // The record goes before any image is stored, which may take long.
+    const ThumbRequestContext context = TakeContext(user_data);
+    const CMRBThumbnailAdapter *const self = context.adapter;
     MRB_ASSERT(self != nullptr, "self != __null");
 
     Json::Value document;
     document["origin_path"] = static_cast<const char *>(thumb_result->origin_path);
-    document["user_data"] = context->user_data;
+    document["user_data"] = context.user_data;
     document["thumb_error_code"] = THUMB_NOT_STORED;
     const CallbackEntry cb = self->callback_entry_;
     MRB_ASSERT(cb != nullptr, "cb != __null");
@@ -220,7 +228,7 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
     };
 
     // A result without images, or without a place for them, leaves its buffers alone.
-    const std::vector<std::string> &save_paths = context->save_paths;
+    const std::vector<std::string> &save_paths = context.save_paths;
     if (request_result < 0 || save_paths.empty()) {
         MRB_LOG(LogTag::Thumbnail, "vSavePath empty err_no < 0...\n");
         deliver(document);
@@ -239,7 +247,7 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
     std::vector<std::string> stored;
     for (int i = 0; i < thumb_result->image_count && static_cast<size_t>(i) < save_paths.size(); ++i) {
         const std::string &save_path = save_paths[static_cast<size_t>(i)];
-        if (context->use_flash_cache) {
+        if (context.use_flash_cache) {
             const CacheResult result = SaveInFlashCache(*thumb_result, i, save_path);
             if (result == CacheResult::NoParameters) {
                 MRB_LOG(LogTag::Thumbnail, "mrb_create_thumbnail_flash_cache_param failed");
@@ -274,7 +282,6 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
 
 int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bufferPreset, int width,
                                      int height, const char *path) {
-    const BitmapHeader header = MakeBitmapHeader(width, height);
     const char *const slash = std::strrchr(path, '/');
     if (slash == nullptr) {
         MRB_LOG(LogTag::Thumbnail, "can not find / in path:%s", path);
@@ -285,6 +292,12 @@ int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bu
         MRB_LOG(LogTag::Thumbnail, "fail to access dir path:%s", directory.c_str());
         return -1;
     }
+    // Nothing is begun, and no file of that name is lost, for an image that is none.
+    if (buffer == nullptr || width < 0 || height < 0) {
+        MRB_LOG(LogTag::Thumbnail, "fwrite error");
+        return -1;
+    }
+    const BitmapHeader header = MakeBitmapHeader(width, height);
     const auto gathered = std::make_unique_for_overwrite<char[]>(GATHERED_BYTES); // outlives the file
     const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "wb"));
     if (!file) {

@@ -13,9 +13,9 @@ namespace MRBBridge {
 class CMRBThumbnailAdapter;
 
 /// What a request's result needs to know of the request: the user data of its record.
-/// Made on the main thread, the framework's from the call on; the result callback
-/// copies it and deletes it. The framework keeps that of a request that it took back,
-/// and that of the cancel, to itself.
+/// Made on the main thread, the framework's from the call on; the result callback takes
+/// its contents and deletes it before it does anything else. The framework keeps that of
+/// a request that it took back, and that of the cancel, to itself.
 struct ThumbRequestContext {
     CMRBThumbnailAdapter *adapter; ///< outlives all callbacks of the framework
     int32_t user_data;             ///< the script's own number
@@ -39,7 +39,7 @@ class CMRBThumbnailAdapter final : public CMRBAdapter {
 
     /// Turns a request's text into the framework's record, whose user data are a new
     /// ThumbRequestContext. The record points into `strPath`, which must outlive it.
-    /// False, with nothing allocated, when there is no path.
+    /// False, with nothing allocated and `strPath` as it was, when there is no path.
     bool m_GetThumbRequest(const std::string &strParam, _thumb_request &request, std::string &strPath);
 
     /// Stores a result's images, releases the framework's buffers where the images were
@@ -48,7 +48,8 @@ class CMRBThumbnailAdapter final : public CMRBAdapter {
 
     /// Writes a 32-bit bitmap file of width x height pixels, rows top to bottom in
     /// `buffer`, followed by the MRB_THUMB_PRESET_BYTES of `bufferPreset` where that is
-    /// not null. 0, or -1 when the file could not be begun. Any thread.
+    /// not null. 0, or -1 when the file could not be begun, or was not since `buffer` is
+    /// null or the size negative. Any thread.
     static int m_BmpWrite(const unsigned char *buffer, const char *bufferPreset, int width, int height,
                           const char *path);
 

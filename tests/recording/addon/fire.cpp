@@ -13,6 +13,7 @@
 //                  presetText})                        answers the callback's result
 //   registrations(kind)                                how many there were so far
 
+#include <algorithm>
 #include <thread>
 
 #include "callbacks.h"
@@ -114,8 +115,8 @@ napi_value fireThumbnailFromScript(napi_env env, napi_callback_info info) {
     result.record.image_depth = asInt(options.integer("depth", 32));
     result.record.image_count = asInt(options.integer("imageCount", result.images));
     result.record.flag_origin_image = asInt(options.integer("flagOriginImage"));
-    result.image_bytes =
-        static_cast<size_t>(result.record.image_width) * static_cast<size_t>(result.record.image_height) * 4;
+    result.image_bytes = static_cast<size_t>(std::max(result.record.image_width, 0)) *
+                         static_cast<size_t>(std::max(result.record.image_height, 0)) * 4;
     result.record.buffer_size =
         asInt(options.integer("bufferSize", static_cast<int64_t>(result.image_bytes)));
     const auto stamps = options.integers("timeStamps");
