@@ -67,11 +67,24 @@ void QueueOnMainLoop(GSourceFunc function, void *data) {
     clutter_threads_add_idle_full(DELIVERY_PRIORITY, function, data, nullptr);
 }
 
-/// All providers that live. Never destroyed: a program may end with objects in use.
-/// Main thread only.
-std::vector<CMRBAdapterProvider *> &LiveProviders() {
-    static auto &providers = *new std::vector<CMRBAdapterProvider *>;
-    return providers;
+/// All providers that live; null while none does, so that nothing is left when the
+/// library is unloaded, nor destroyed when a program ends with objects in use. Main
+/// thread only.
+std::vector<CMRBAdapterProvider *> *live_providers = nullptr;
+
+void NoteLive(CMRBAdapterProvider *provider) {
+    if (live_providers == nullptr) {
+        live_providers = new std::vector<CMRBAdapterProvider *>;
+    }
+    live_providers->push_back(provider);
+}
+
+void NoteGone(CMRBAdapterProvider *provider) {
+    live_providers->erase(std::remove(live_providers->begin(), live_providers->end(), provider),
+                          live_providers->end());
+    if (live_providers->empty()) {
+        delete std::exchange(live_providers, nullptr);
+    }
 }
 
 } // namespace
@@ -86,7 +99,7 @@ CMRBAdapterProvider::CMRBAdapterProvider() {
     for (CMRBAdapter *adapter : std::initializer_list<CMRBAdapter *>{thumbnail_, agent_, storage_}) {
         adapter->SetDelivery(this, &CMRBAdapterProvider::FireOnCallbacks);
     }
-    LiveProviders().push_back(this);
+    NoteLive(this);
 }
 
 CMRBAdapterProvider::~CMRBAdapterProvider() {
@@ -95,8 +108,7 @@ CMRBAdapterProvider::~CMRBAdapterProvider() {
     delete std::exchange(agent_, nullptr);
     delete std::exchange(storage_, nullptr);
 
-    std::vector<CMRBAdapterProvider *> &live = LiveProviders();
-    live.erase(std::remove(live.begin(), live.end(), this), live.end());
+    NoteGone(this);
 }
 
 void *CMRBAdapterProvider::operator new(std::size_t size) { return ::operator new(size); }
@@ -224,10 +236,12 @@ Bridge::ScriptFunction *CMRBAdapterProvider::SlotOf(int func) {
 }
 
 bool CMRBAdapterProvider::IsLiveSlot(const Bridge::ScriptFunction *slot) {
-    const std::vector<CMRBAdapterProvider *> &live = LiveProviders();
-    return std::any_of(live.begin(), live.end(), [slot](const CMRBAdapterProvider *provider) {
-        return slot >= provider->slots_.data() && slot < provider->slots_.data() + provider->slots_.size();
-    });
+    return live_providers != nullptr &&
+           std::any_of(live_providers->begin(), live_providers->end(),
+                       [slot](const CMRBAdapterProvider *provider) {
+                           return slot >= provider->slots_.data() &&
+                                  slot < provider->slots_.data() + provider->slots_.size();
+                       });
 }
 
 // ---- delivery ---------------------------------------------------------------

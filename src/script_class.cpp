@@ -7,8 +7,9 @@
 namespace MRBBridge {
 namespace {
 
-/// Every bridge that loadBridges made. The bridges, and it, are never destroyed.
-auto &bridge_list = *new std::vector<Bridge::ScriptBridge *>;
+/// Every bridge that loadBridges made. The list ends with the library, the bridges never
+/// do. Main thread only, so that no other needs it when the process ends.
+std::vector<Bridge::ScriptBridge *> bridge_list; // NOLINT(clang-diagnostic-exit-time-destructors)
 
 // The three ways in which a handler calls the provider, by the table's last column.
 Bridge::ScriptObject callPlain(CMRBAdapterProvider *provider, int func,
