@@ -2,8 +2,10 @@
 
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "blocks.h"
+#include "events.h"
 #include "recorder.h"
 
 namespace recording {
@@ -56,14 +58,22 @@ std::optional<Registration<Callback>> find(const std::vector<Registration<Callba
     return registration;
 }
 
-bool fireDevice(const std::vector<Registration<mrb_storage_notification_cb>> &from, const Target &target,
-                const DeviceEvent &event) {
+/// Notes what a callback returned.
+void note(const char *kind, Value value = nullptr) {
+    if (isRecording()) {
+        addEvent(Returned{kind, std::move(value)});
+    }
+}
+
+bool fireDevice(const char *kind, const std::vector<Registration<mrb_storage_notification_cb>> &from,
+                const Target &target, const DeviceEvent &event) {
     const auto found = find(from, target);
     _mrb_storage_s *device = deviceOf(event.device);
     if (!found || device == nullptr) {
         return false;
     }
     found->callback(found->user_data, event.event, device);
+    note(kind);
     return true;
 }
 
@@ -74,8 +84,8 @@ bool fireList(const Target &target, const ListEvent &event) {
     if (!found) {
         return false;
     }
-    found->callback(found->user_data, event.agent, event.event, event.reserved,
-                    event.server_data ? event.server_data->c_str() : nullptr);
+    note("list", found->callback(found->user_data, event.agent, event.event, event.reserved,
+                                 event.server_data ? event.server_data->c_str() : nullptr));
     return true;
 }
 
@@ -85,16 +95,16 @@ bool fireShare(const Target &target, const ShareEvent &event) {
         return false;
     }
     mrb_share_status_info_s status = event.status;
-    found->callback(found->user_data, event.share, event.event, &status);
+    note("share", found->callback(found->user_data, event.share, event.event, &status));
     return true;
 }
 
 bool fireUsb(const Target &target, const DeviceEvent &event) {
-    return fireDevice(registered().usb, target, event);
+    return fireDevice("usb", registered().usb, target, event);
 }
 
 bool fireDlna(const Target &target, const DeviceEvent &event) {
-    return fireDevice(registered().dlna, target, event);
+    return fireDevice("dlna", registered().dlna, target, event);
 }
 
 bool fireDlnaState(const Target &target, int state) {
@@ -103,6 +113,7 @@ bool fireDlnaState(const Target &target, int state) {
         return false;
     }
     found->callback(state, found->user_data);
+    note("dlnaState");
     return true;
 }
 
@@ -126,6 +137,7 @@ bool fireThumbnail(const Target &target, const ThumbnailResult &result, int &ans
         result.preset_text.copy(record.preset_buffer, MRB_THUMB_PRESET_BYTES);
     }
     answer = found->callback(result.result, result.null_record ? nullptr : &record, found->user_data);
+    note("thumbnail", int64_t{answer});
     return true;
 }
 

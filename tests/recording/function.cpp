@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <utility>
 
 #include "blocks.h"
@@ -43,12 +44,15 @@ int64_t Function::nextHandle() {
 
 Reply Function::record(std::vector<Value> arguments) {
     const std::lock_guard<std::mutex> lock(recorderMutex());
-    addCall({name_, std::move(arguments)});
-    if (queued_.empty()) {
-        return default_;
+    addEvent(Call{name_, std::move(arguments)});
+    Reply reply = default_;
+    if (!queued_.empty()) {
+        reply = std::move(queued_.front());
+        queued_.pop_front();
     }
-    Reply reply = std::move(queued_.front());
-    queued_.pop_front();
+    if (reply.throws) {
+        throw std::runtime_error(std::string(name_) + " throws");
+    }
     return reply;
 }
 

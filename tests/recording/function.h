@@ -64,7 +64,7 @@ class Function {
     int64_t nextHandle();
 
   private:
-    // The reply to a call: the oldest queued one, else the default.
+    // The reply to a call: the oldest queued one, else the default. Throws one that throws.
     Reply record(std::vector<Value> arguments);
 
     const char *name_;

@@ -1,24 +1,18 @@
 #pragma once
 // The lines that went to the recording system log.
 
-#include <string>
 #include <vector>
 
-namespace recording {
+#include "events.h"
 
-struct LogLine {
-    int log_id;
-    int priority;
-    std::string tag;
-    std::string text; // formatted
-};
+namespace recording {
 
 /// While off, the log formats nothing and answers 0, as when nobody listens.
 void setLogRecording(bool on);
 
 /// The lines so far, in the order of their arrival.
-std::vector<LogLine> logLines();
-void clearLogLines();
+inline std::vector<LogLine> logLines() { return eventsOf<LogLine>(); }
+inline void clearLogLines() { forgetLines(); }
 
 /// Writes each line's text, ended by a line feed, to `descriptor` as it arrives;
 /// -1 stops that.

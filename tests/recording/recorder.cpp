@@ -16,7 +16,6 @@ std::atomic<bool> recording_on{true};
 // Everything below is guarded by recorderMutex().
 struct Book {
     std::map<std::string, Function *> functions;
-    std::vector<Call> calls;
     std::map<std::pair<std::string, const void *>, size_t> names;
     std::map<std::string, size_t> name_counts;
     std::deque<_mrb_storage_s> devices;
@@ -43,20 +42,13 @@ std::mutex &recorderMutex() {
 const std::map<std::string, Function *> &functions() { return book().functions; }
 void registerFunction(Function *function) { book().functions.emplace(function->name(), function); }
 
-void addCall(Call call) { book().calls.push_back(std::move(call)); }
-
-std::vector<Call> trace() {
-    const std::lock_guard<std::mutex> lock(recorderMutex());
-    return book().calls;
-}
-
 void clear() {
     for (const auto &[name, function] : functions()) {
         function->reset();
     }
     forgetBlocks();
+    forgetCalls();
     const std::lock_guard<std::mutex> lock(recorderMutex());
-    book().calls.clear();
     book().names.clear();
     book().name_counts.clear();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The recorder: the trace of all calls, the functions by name, and the devices
+// The recorder: the calls of all functions, the functions by name, and the devices
 // that tests made up.
 
 #include <atomic>
@@ -11,6 +11,7 @@
 
 #include "mrb/storage.h"
 
+#include "events.h"
 #include "value.h"
 
 /// A device that a test made up: what its getters answer, by the getter's name.
@@ -35,11 +36,11 @@ std::mutex &recorderMutex();
 const std::map<std::string, Function *> &functions();
 void registerFunction(Function *function);
 
-/// The calls so far, in order. The caller of addCall holds the mutex.
-void addCall(Call call);
-std::vector<Call> trace();
+/// The calls so far, in order.
+inline std::vector<Call> trace() { return eventsOf<Call>(); }
 
-/// Forgets the calls, the replies set by tests, the blocks and the numbering.
+/// Forgets the calls and what callbacks returned, the replies set by tests, the blocks
+/// and the numbering.
 /// Registered callbacks and devices stay.
 void clear();
 

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <string>
 #include <utility>
 
 #include <unistd.h>
@@ -19,14 +20,10 @@ namespace {
 std::atomic<bool> listening{true};
 std::atomic<int> echo_to{-1};
 
-// Guards the lines; never destroyed, because threads may log while the process ends.
+// Held while a line is written and kept, so that both have one order; never destroyed,
+// because threads may log while the process ends.
 std::mutex &mutex() {
     static auto *only = new std::mutex;
-    return *only;
-}
-
-std::vector<LogLine> &lines() {
-    static auto *only = new std::vector<LogLine>;
     return *only;
 }
 
@@ -49,16 +46,6 @@ void echo(std::string text) {
 } // namespace
 
 void setLogRecording(bool on) { listening.store(on, std::memory_order_relaxed); }
-
-std::vector<LogLine> logLines() {
-    const std::lock_guard<std::mutex> lock(mutex());
-    return lines();
-}
-
-void clearLogLines() {
-    const std::lock_guard<std::mutex> lock(mutex());
-    lines().clear();
-}
 
 void echoLogLines(int descriptor) { echo_to.store(descriptor); }
 
@@ -85,6 +72,6 @@ extern "C" int system_log_print(int log_id, int priority, const char *tag, const
 
     const std::lock_guard<std::mutex> lock(recording::mutex());
     recording::echo(text);
-    recording::lines().push_back({log_id, priority, tag, std::move(text)});
+    recording::addEvent(recording::LogLine{log_id, priority, tag, std::move(text)});
     return length;
 }

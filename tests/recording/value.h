@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 #include <variant>
-#include <vector>
 
 namespace recording {
 
@@ -19,17 +18,11 @@ struct Untouched {};
 struct NewHandle {};
 using Out = std::variant<Untouched, NewHandle, Value>;
 
-/// The reply to one call.
+/// The reply to one call. One that throws gives nothing.
 struct Reply {
     Value result = int64_t{0};
     Out out = Untouched{};
-};
-
-/// One call: the function's name, and its arguments in order. Out-arguments show
-/// what the caller had preset, opaque handles their number.
-struct Call {
-    const char *function;
-    std::vector<Value> arguments;
+    bool throws = false; ///< a std::runtime_error, as a C++ framework may
 };
 
 } // namespace recording

@@ -5,17 +5,21 @@
 //   queue(name, reply)       the reply to one call; queued ones come first
 //   device(values)           makes a device; values by getter name; its number
 //   trace()                  [[name, ...arguments], ...]
+//   events()                 calls, log lines and what callbacks returned, in one order:
+//                            [{thread, call} or {thread, line} or {thread, returned}, ...]
+//                            with call as in trace(), line as in logs(), and returned
+//                            [kind of registration, value]; `thread` is the kernel's id
 //   blocks()                 [{giver, released}, ...]
 //   clear()                  forgets trace, replies and blocks
-//   logs(), clearLogs()      [{logId, priority, tag, text}, ...]
+//   logs(), clearLogs()      [{logId, priority, tag, text, thread}, ...]
 //   echoLogs(descriptor)     also writes each line there, -1 stops that
 //   setRecording(on)         everything off, for benchmarks
 //   setLogRecording(on)      only the log: as if nobody listened
 //
-// A reply is {result, out}: `result` defaults to the function's usual one; an
+// A reply is {result, out, throws}: `result` defaults to the function's usual one; an
 // absent `out` hands out a handle where the function usually does and it
 // succeeds, and touches nothing otherwise; null writes a null text. A text that is
-// not UTF-8 is given as a Buffer.
+// not UTF-8 is given as a Buffer. `throws` true: the call throws a C++ exception.
 
 #include <utility>
 
@@ -39,7 +43,7 @@ Function &functionOf(const std::string &name) {
 }
 
 Reply replyFrom(napi_env env, napi_value value, const Function &function) {
-    const Options options(env, value, {"result", "out"});
+    const Options options(env, value, {"result", "out", "throws"});
     Reply reply = function.usual();
     if (const auto result = options.value("result")) {
         if (recording::asInteger(*result) != recording::asInteger(reply.result)) {
@@ -50,6 +54,7 @@ Reply replyFrom(napi_env env, napi_value value, const Function &function) {
     if (const auto out = options.value("out")) {
         reply.out = *out;
     }
+    reply.throws = options.boolean("throws");
     return reply;
 }
 
@@ -77,15 +82,53 @@ napi_value makeDevice(napi_env env, napi_callback_info info) {
     return number(env, addDevice(std::move(values)));
 }
 
+napi_value fromCall(napi_env env, const Call &call) {
+    napi_value entry = array(env);
+    append(env, entry, text(env, call.function));
+    for (const Value &argument : call.arguments) {
+        append(env, entry, fromValue(env, argument));
+    }
+    return entry;
+}
+
+napi_value fromLine(napi_env env, const LogLine &line, int thread) {
+    napi_value entry = object(env);
+    put(env, entry, "logId", number(env, line.log_id));
+    put(env, entry, "priority", number(env, line.priority));
+    put(env, entry, "tag", text(env, line.tag));
+    put(env, entry, "text", text(env, line.text));
+    put(env, entry, "thread", number(env, thread));
+    return entry;
+}
+
+napi_value fromReturned(napi_env env, const Returned &returned) {
+    napi_value entry = array(env);
+    append(env, entry, text(env, returned.callback));
+    append(env, entry, fromValue(env, returned.value));
+    return entry;
+}
+
+napi_value readEvents(napi_env env, napi_callback_info /*info*/) {
+    napi_value result = array(env);
+    for (const Event &event : events()) {
+        napi_value entry = object(env);
+        put(env, entry, "thread", number(env, event.thread));
+        if (const auto *call = std::get_if<Call>(&event.what)) {
+            put(env, entry, "call", fromCall(env, *call));
+        } else if (const auto *line = std::get_if<LogLine>(&event.what)) {
+            put(env, entry, "line", fromLine(env, *line, event.thread));
+        } else {
+            put(env, entry, "returned", fromReturned(env, std::get<Returned>(event.what)));
+        }
+        append(env, result, entry);
+    }
+    return result;
+}
+
 napi_value readTrace(napi_env env, napi_callback_info /*info*/) {
     napi_value result = array(env);
     for (const Call &call : trace()) {
-        napi_value entry = array(env);
-        append(env, entry, text(env, call.function));
-        for (const Value &argument : call.arguments) {
-            append(env, entry, fromValue(env, argument));
-        }
-        append(env, result, entry);
+        append(env, result, fromCall(env, call));
     }
     return result;
 }
@@ -108,13 +151,10 @@ napi_value clearAll(napi_env /*env*/, napi_callback_info /*info*/) {
 
 napi_value readLogs(napi_env env, napi_callback_info /*info*/) {
     napi_value result = array(env);
-    for (const LogLine &line : logLines()) {
-        napi_value entry = object(env);
-        put(env, entry, "logId", number(env, line.log_id));
-        put(env, entry, "priority", number(env, line.priority));
-        put(env, entry, "tag", text(env, line.tag));
-        put(env, entry, "text", text(env, line.text));
-        append(env, result, entry);
+    for (const Event &event : events()) {
+        if (const auto *line = std::get_if<LogLine>(&event.what)) {
+            append(env, result, fromLine(env, *line, event.thread));
+        }
     }
     return result;
 }
@@ -148,6 +188,7 @@ void addControls(napi_env env, napi_value exports) {
     addFunction(env, exports, "setDefault", guarded<steer<&Function::setDefault>>);
     addFunction(env, exports, "queue", guarded<steer<&Function::queue>>);
     addFunction(env, exports, "device", guarded<makeDevice>);
+    addFunction(env, exports, "events", guarded<readEvents>);
     addFunction(env, exports, "trace", guarded<readTrace>);
     addFunction(env, exports, "blocks", guarded<readBlocks>);
     addFunction(env, exports, "clear", guarded<clearAll>);
