@@ -37,8 +37,10 @@ Registered &registered() {
 
 template <typename Callback>
 void add(std::vector<Registration<Callback>> &to, Callback callback, void *user_data) {
-    const std::lock_guard<std::mutex> lock(recorderMutex());
-    to.push_back({callback, user_data});
+    if (isRecording()) {
+        const std::lock_guard<std::mutex> lock(recorderMutex());
+        to.push_back({callback, user_data});
+    }
 }
 
 /// The wanted registration, copied so that the callback runs without the mutex.
@@ -183,8 +185,12 @@ void setShareCallback(mrb_batch_process_cb callback) {
 }
 
 void addShare() {
-    const std::lock_guard<std::mutex> lock(recorderMutex());
-    registered().shares.push_back(registered().next_share);
+    Registration<mrb_batch_process_cb> share;
+    {
+        const std::lock_guard<std::mutex> lock(recorderMutex());
+        share = registered().next_share;
+    }
+    add(registered().shares, share.callback, share.user_data);
 }
 
 } // namespace recording

@@ -1,7 +1,7 @@
 #pragma once
 // The callbacks that were registered with the recording framework, and firing
-// them. Each kind keeps every registration, so that a test can fire that of an
-// object of its choice; a negative index counts from the newest. Fire functions
+// them. Each kind keeps every registration made while recording is on, so that a
+// test can fire that of an object of its choice; a negative index counts from the newest. Fire functions
 // run the callback on the thread that calls them and answer whether there was a
 // registration of that index. Any thread.
 

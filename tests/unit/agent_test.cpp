@@ -2,6 +2,7 @@
 
 #include "MRBAgentAdapter.h"
 
+#include "callbacks.h"
 #include "engine.h"
 #include "function.h"
 
@@ -16,6 +17,16 @@ struct AgentAdapterProbe {
     }
     static std::map<std::string, _eMRBFieldType> &fields(CMRBAgentAdapter &adapter) {
         return adapter.field_types_;
+    }
+    static size_t offsetOfRegistry(const CMRBAgentAdapter &adapter) {
+        return offset(adapter, &adapter.handles_);
+    }
+    static size_t offsetOfFields(const CMRBAgentAdapter &adapter) {
+        return offset(adapter, &adapter.field_types_);
+    }
+    static size_t offset(const CMRBAgentAdapter &adapter, const void *member) {
+        return static_cast<size_t>(static_cast<const char *>(member) -
+                                   reinterpret_cast<const char *>(&adapter));
     }
     static _eMRBFieldType type(const CMRBAgentAdapter &adapter, const std::string &field) {
         return adapter.m_GetFieldType(field);
@@ -56,14 +67,25 @@ TEST_F(Agent, OpenedListIsRegisteredUnderItsHandle) {
 }
 
 TEST_F(Agent, FailedRequestRegistersNothing) {
-    CMRBAgentAdapter adapter;
-    answerNext("mrb_request_list_v2", -8);
-    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
-    EXPECT_TRUE(Probe::registry(adapter).empty());
+    auto &adapter = *new CMRBAgentAdapter; // never destroyed: with an entry its teardown would not end
+    for (const int code : {-8, -1, 1, 2, INT32_MAX, INT32_MIN}) {
+        answerNext("mrb_request_list_v2", code);
+        adapter.RequestList(R"({"param_source_name":"SOURCE_MSC","param_agent":9})");
+        EXPECT_TRUE(Probe::registry(adapter).empty()) << code;
+    }
+}
+
+TEST_F(Agent, MembersAreTheRegistryThenTheFieldTypes) {
+    const CMRBAgentAdapter adapter;
+    EXPECT_EQ(Probe::offsetOfRegistry(adapter), sizeof(MRBBridge::CMRBAdapter));
+    EXPECT_EQ(Probe::offsetOfFields(adapter),
+              sizeof(MRBBridge::CMRBAdapter) + sizeof(std::map<int, std::string>));
+    EXPECT_EQ(sizeof(CMRBAgentAdapter),
+              sizeof(MRBBridge::CMRBAdapter) + 2 * sizeof(std::map<int, std::string>));
 }
 
 TEST_F(Agent, RefusedSourceRegistersNothing) {
-    CMRBAgentAdapter adapter;
+    auto &adapter = *new CMRBAgentAdapter;
     adapter.RequestList(R"({"param_source_name":"source_msc"})");
     EXPECT_TRUE(Probe::registry(adapter).empty());
 }
@@ -101,10 +123,12 @@ TEST_F(Agent, ShareOfAnOpenedListLeavesTheRegistryUnchanged) {
 }
 
 TEST_F(Agent, FailedShareRegistersNothing) {
-    CMRBAgentAdapter adapter;
-    answerNext("mrb_batch_process_v2", -5);
-    adapter.BatchProcess(R"({"param_agent":9,"param_share_type":2})");
-    EXPECT_TRUE(Probe::registry(adapter).empty());
+    auto &adapter = *new CMRBAgentAdapter;
+    for (const int code : {-8, -1, 1, 2, INT32_MAX, INT32_MIN}) {
+        answerNext("mrb_batch_process_v2", code);
+        adapter.BatchProcess(R"({"param_agent":9})");
+        EXPECT_TRUE(Probe::registry(adapter).empty()) << code;
+    }
 }
 
 TEST_F(Agent, StoppedShareLeavesTheRegistryAlone) {
@@ -118,10 +142,10 @@ TEST_F(Agent, EmptyRegistryIsTornDownWithoutAFrameworkCall) {
     { CMRBAgentAdapter adapter; }
     const Lines lines = takeLog();
     ASSERT_EQ(lines.size(), 4U);
-    EXPECT_TRUE(lines[0].starts_with("~CMRBAgentAdapter: Start to destroy CMRBAgentAdapter[0x"));
-    EXPECT_EQ(lines[1], "m_DestroyHandler: Num of handle for send[0].");
-    EXPECT_EQ(lines[2], "m_DestroyHandler: Num of handle for agent[0].");
-    EXPECT_TRUE(lines[3].starts_with("~CMRBAgentAdapter: End to destroy CMRBAgentAdapter[0x"));
+    EXPECT_TRUE(lines[0].starts_with(AGENT + "~CMRBAgentAdapter: Start to destroy CMRBAgentAdapter[0x"));
+    EXPECT_EQ(lines[1], AGENT + "m_DestroyHandler: Num of handle for send[0].");
+    EXPECT_EQ(lines[2], AGENT + "m_DestroyHandler: Num of handle for agent[0].");
+    EXPECT_TRUE(lines[3].starts_with(AGENT + "~CMRBAgentAdapter: End to destroy CMRBAgentAdapter[0x"));
     EXPECT_EQ(calls(), Lines{});
 }
 
@@ -132,7 +156,7 @@ TEST_F(Agent, FirstEntryOfAnotherNameEndsTheTeardownAtOnce) {
     }
     const Lines lines = takeLog();
     ASSERT_EQ(lines.size(), 3U);
-    EXPECT_EQ(lines[1], "m_DestroyHandler: Error handle[another].");
+    EXPECT_EQ(lines[1], AGENT + "m_DestroyHandler: Error handle[another].");
     EXPECT_EQ(calls(), Lines{});
 }
 
@@ -140,23 +164,23 @@ TEST_F(Agent, TeardownStopsSharesThenDisconnectsLists) {
     Probe::teardown({3, 4}, {1, -2});
     EXPECT_EQ(calls(), (Lines{"mrb_stop_batch_process_v2(3)", "mrb_stop_batch_process_v2(4)",
                               "mrb_disconnect_v2(1)", "mrb_disconnect_v2(-2)"}));
-    EXPECT_EQ(
-        takeLog(),
-        (Lines{"m_DestroyHandler: Num of handle for send[2].", "m_DestroyHandler: Stop Send Handle[0x3].",
-               "m_DestroyHandler: Stop Send Handle[0x4].", "m_DestroyHandler: Num of handle for agent[2].",
-               "m_DestroyHandler: Disconnect Agent Handle[0x1].",
-               "m_DestroyHandler: Disconnect Agent Handle[0xfffffffe]."}));
+    EXPECT_EQ(takeLog(), (Lines{AGENT + "m_DestroyHandler: Num of handle for send[2].",
+                                AGENT + "m_DestroyHandler: Stop Send Handle[0x3].",
+                                AGENT + "m_DestroyHandler: Stop Send Handle[0x4].",
+                                AGENT + "m_DestroyHandler: Num of handle for agent[2].",
+                                AGENT + "m_DestroyHandler: Disconnect Agent Handle[0x1].",
+                                AGENT + "m_DestroyHandler: Disconnect Agent Handle[0xfffffffe]."}));
 }
 
 TEST_F(Agent, TeardownSkipsTheOtherSharesAfterAFailureButStillDisconnects) {
     answerNext("mrb_stop_batch_process_v2", -8);
     Probe::teardown({3, 4}, {1});
     EXPECT_EQ(calls(), (Lines{"mrb_stop_batch_process_v2(3)", "mrb_disconnect_v2(1)"}));
-    EXPECT_EQ(takeLog(), (Lines{"m_DestroyHandler: Num of handle for send[2].",
-                                "m_DestroyHandler: Stop Send Handle[0x3].",
-                                "m_DestroyHandler: Destroy Handle[0x3] faild.",
-                                "m_DestroyHandler: Num of handle for agent[1].",
-                                "m_DestroyHandler: Disconnect Agent Handle[0x1]."}));
+    EXPECT_EQ(takeLog(), (Lines{AGENT + "m_DestroyHandler: Num of handle for send[2].",
+                                AGENT + "m_DestroyHandler: Stop Send Handle[0x3].",
+                                AGENT + "m_DestroyHandler: Destroy Handle[0x3] faild.",
+                                AGENT + "m_DestroyHandler: Num of handle for agent[1].",
+                                AGENT + "m_DestroyHandler: Disconnect Agent Handle[0x1]."}));
 }
 
 TEST_F(Agent, TeardownStopsAtTheFirstListThatFails) {
@@ -164,7 +188,7 @@ TEST_F(Agent, TeardownStopsAtTheFirstListThatFails) {
     answerNext("mrb_disconnect_v2", -2);
     Probe::teardown({}, {1, 2, 3});
     EXPECT_EQ(calls(), (Lines{"mrb_disconnect_v2(1)", "mrb_disconnect_v2(2)"}));
-    EXPECT_EQ(takeLog().back(), "m_DestroyHandler: Destroy Handle[0x2] faild.");
+    EXPECT_EQ(takeLog().back(), AGENT + "m_DestroyHandler: Destroy Handle[0x2] faild.");
 }
 
 TEST_F(Agent, FieldMapIsFilledAtConstruction) {
@@ -184,6 +208,23 @@ TEST_F(Agent, FieldsAreLookedUpByTheirExactName) {
     EXPECT_EQ(Probe::type(adapter, "EMBARGO_TIME"), MRBBridge::FIELD_TYPE_INT);
     EXPECT_EQ(Probe::type(adapter, "size"), MRBBridge::FIELD_TYPE_NONE);
     EXPECT_EQ(Probe::type(adapter, ""), MRBBridge::FIELD_TYPE_NONE);
+    EXPECT_EQ(Probe::type(adapter, std::string("TITLE\0", 6)), MRBBridge::FIELD_TYPE_NONE);
+}
+
+// Each of these ends a copy of this process.
+
+TEST_F(Agent, ListEventWithoutACallbackEntryEndsTheProcess) {
+    auto &adapter = *new CMRBAgentAdapter; // no provider has set it up
+    answerNext("mrb_request_list_v2", -1);
+    adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
+    EXPECT_DEATH(recording::fireList({}, {}), "cb_requestList: Assertion `cb != __null' failed");
+}
+
+TEST_F(Agent, ShareEventWithoutACallbackEntryEndsTheProcess) {
+    auto &adapter = *new CMRBAgentAdapter;
+    answerNext("mrb_batch_process_v2", -1);
+    adapter.BatchProcess("{}");
+    EXPECT_DEATH(recording::fireShare({}, {}), "cb_batch_process: Assertion `cb != __null' failed");
 }
 
 } // namespace

@@ -5,7 +5,9 @@
 #include <thread>
 
 #include "MRBAdapterProvider.h"
+#include "OnCallbackData.h"
 #include "engine.h"
+#include "neighbours.h"
 
 namespace {
 
@@ -40,8 +42,47 @@ TEST_F(Delivery, IsLoggedOnTheWayIn) {
     std::string address(32, '\0');
     address.resize(
         static_cast<size_t>(snprintf(address.data(), address.size(), "%p", static_cast<void *>(provider_))));
-    EXPECT_EQ(lines[0], "FireOnCallbacks: FUNC[0], data[{}%s], self[" + address + "].");
-    EXPECT_EQ(lines[1], "FireOnCallbacks: callback done.");
+    EXPECT_EQ(lines[0], PROVIDER + "FireOnCallbacks: FUNC[0], data[{}%s], self[" + address + "].");
+    EXPECT_EQ(lines[1], PROVIDER + "FireOnCallbacks: callback done.");
+}
+
+TEST_F(Delivery, IsQueuedAtPriority150WithoutADestroyNotifier) {
+    const QueuedFunctions queued;
+    fire(0, "text", provider_);
+    ASSERT_EQ(queued.all.size(), 1U);
+    EXPECT_EQ(queued.all[0].priority, 150);
+    EXPECT_EQ(queued.all[0].function, &MRBBridge::OnCallbackData::FireOnCallbacks);
+    EXPECT_EQ(queued.all[0].notify, nullptr);
+    drainMainLoop();
+}
+
+TEST_F(Delivery, RunsAfterHighIdleWorkAndBeforeDefaultIdleWork) {
+    const v8::Local<v8::Value> order = evaluate("globalThis.order = []; (name) => { order.push(name); }");
+    const Values arguments = {order};
+    provider_->ExecuteWithCallback(0, ScriptArray(arguments));
+    struct Work {
+        const char *name;
+        v8::Local<v8::Function> note;
+    };
+    const auto run = [](void *data) -> gboolean {
+        const auto *work = static_cast<const Work *>(data);
+        v8::Local<v8::Value> name = Bridge::StringToV8(work->name);
+        EXPECT_FALSE(work->note->Call(testContext(), v8::Undefined(testIsolate()), 1, &name).IsEmpty());
+        return G_SOURCE_REMOVE;
+    };
+    Work low{"200", order.As<v8::Function>()};
+    Work later{"151", order.As<v8::Function>()};
+    Work earlier{"149", order.As<v8::Function>()};
+    Work high{"100", order.As<v8::Function>()};
+    g_idle_add_full(200, run, &low, nullptr);
+    g_idle_add_full(151, run, &later, nullptr);
+    fire(0, "first result", provider_);
+    fire(0, "second result", provider_);
+    g_idle_add_full(149, run, &earlier, nullptr);
+    g_idle_add_full(100, run, &high, nullptr);
+    drainMainLoop();
+    EXPECT_EQ(textOf(Bridge::ScriptObject(evaluate("order.join()"))),
+              "100,149,first result,second result,151,200");
 }
 
 TEST_F(Delivery, TextIsTheFunctionsOneArgument) {
@@ -93,18 +134,18 @@ TEST_F(Delivery, CommandsWithoutAFunctionAreLoggedAndDropped) {
         }
         recording::clearLogLines();
         fire(func, "text", provider_);
-        EXPECT_EQ(takeLog().back(), "FireOnCallbacks: No need to fire js callback.");
+        EXPECT_EQ(takeLog().back(), PROVIDER + "FireOnCallbacks: No need to fire js callback.");
     }
     fire(std::numeric_limits<int>::max(), "text", provider_);
     fire(std::numeric_limits<int>::min(), "text", provider_);
-    EXPECT_EQ(takeLog().back(), "FireOnCallbacks: No need to fire js callback.");
+    EXPECT_EQ(takeLog().back(), PROVIDER + "FireOnCallbacks: No need to fire js callback.");
     drainMainLoop();
 }
 
 TEST_F(Delivery, ResultWithoutARegisteredFunctionIsFreedWithoutACall) {
     fire(31, "nobody listens", provider_);
     drainMainLoop();
-    EXPECT_EQ(takeLog().back(), "FireOnCallbacks: callback done.");
+    EXPECT_EQ(takeLog().back(), PROVIDER + "FireOnCallbacks: callback done.");
 }
 
 TEST_F(Delivery, FunctionRegisteredAtDeliveryTimeHears) {
@@ -180,6 +221,22 @@ TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
                                              ->Call(testContext(), v8::Undefined(testIsolate()), 1, &function)
                                              .ToLocalChecked();
     EXPECT_EQ(textOf(Bridge::ScriptObject(verdict)), std::to_string(threads * results));
+}
+
+// Ends a copy of this process.
+
+TEST_F(Delivery, WithoutAProviderEndsTheProcessForEveryCommandAfterItsLogLine) {
+    for (const int func : {0, 1, 37, 38}) {
+        EXPECT_DEATH(
+            {
+                recording::echoLogLines(2);
+                fire(func, "text", nullptr);
+            },
+            "FUNC\\[" + std::to_string(func) +
+                "\\], data\\[text\\], self\\[\\(nil\\)\\]\\.\033\\[0m\n.*FireOnCallbacks: Assertion `p != "
+                "__null' "
+                "failed");
+    }
 }
 
 } // namespace

@@ -41,7 +41,7 @@ TEST_F(Json, EmptyTextIsInvalidWithoutAParseMessage) {
     const CMRBBridgeJson json{std::string()};
     EXPECT_EQ(takeLog(), Lines{});
     EXPECT_EQ(json.ToString(), "");
-    EXPECT_EQ(takeLog(), Lines{"ToString: ToString fail. jsonvalue is invalid type[0]."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "ToString: ToString fail. jsonvalue is invalid type[0]."});
 }
 
 TEST_F(Json, EveryGetOnAnEmptyTextLogsTypeNull) {
@@ -64,7 +64,7 @@ TEST_F(Json, EveryGetOnAnEmptyTextLogsTypeNull) {
     EXPECT_FALSE(json.Get("k", text));
     EXPECT_FALSE(json.Get("k", texts));
     EXPECT_FALSE(json.Get("k", ints));
-    EXPECT_EQ(takeLog(), Lines(9, "Get: Get fail. jsonvalue is invalid type[0]."));
+    EXPECT_EQ(takeLog(), Lines(9, JSON + "Get: Get fail. jsonvalue is invalid type[0]."));
 }
 
 TEST_F(Json, ArrayTextParsesWithoutMessageButIsInvalid) {
@@ -73,7 +73,7 @@ TEST_F(Json, ArrayTextParsesWithoutMessageButIsInvalid) {
     int out = 5;
     EXPECT_FALSE(json.Get("a", out));
     EXPECT_EQ(out, 5);
-    EXPECT_EQ(takeLog(), Lines{"Get: Get fail. jsonvalue is invalid type[6]."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "Get: Get fail. jsonvalue is invalid type[6]."});
 }
 
 /// A text that is no JSON object, the root's type code, and whether it parses.
@@ -88,9 +88,9 @@ class JsonInvalid : public Json, public testing::WithParamInterface<Invalid> {};
 TEST_P(JsonInvalid, EveryOperationLogsTheRootsTypeAndChangesNothing) {
     const auto [text, type, parses] = GetParam();
     CMRBBridgeJson json(text);
-    EXPECT_EQ(takeLog(),
-              parses ? Lines{}
-                     : Lines{"CMRBBridgeJson: Json::Reader parse string[" + std::string(text) + "] faild."});
+    EXPECT_EQ(takeLog(), parses ? Lines{}
+                                : Lines{JSON + "CMRBBridgeJson: Json::Reader parse string[" +
+                                        std::string(text) + "] faild."});
 
     const std::string end = " fail. jsonvalue is invalid type[" + std::to_string(type) + "].";
     EXPECT_EQ(json.ToString(), "");
@@ -103,9 +103,10 @@ TEST_P(JsonInvalid, EveryOperationLogsTheRootsTypeAndChangesNothing) {
     EXPECT_FALSE(json.GetKeys(keys));
     json.Remove("k");
     json.Clear();
-    EXPECT_EQ(takeLog(), (Lines{"ToString: ToString" + end, "Set: Set" + end, "Set: Set" + end,
-                                "Set: Set" + end, "Get: Get" + end, "GetKeys: GetKeys" + end,
-                                "Remove: GetKeys" + end, "Clear: Clear" + end}));
+    EXPECT_EQ(takeLog(),
+              (Lines{JSON + "ToString: ToString" + end, JSON + "Set: Set" + end, JSON + "Set: Set" + end,
+                     JSON + "Set: Set" + end, JSON + "Get: Get" + end, JSON + "GetKeys: GetKeys" + end,
+                     JSON + "Remove: GetKeys" + end, JSON + "Clear: Clear" + end}));
     EXPECT_EQ(out, 3);
     EXPECT_FALSE(json.Has("k"));
     EXPECT_FALSE(json.IsInt("k"));
@@ -124,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, JsonInvalid,
 
 TEST_F(Json, ObjectThatBrokeOffIsLoggedButValidWithWhatItHolds) {
     const CMRBBridgeJson json("{\"a\":1,");
-    EXPECT_EQ(takeLog(), Lines{"CMRBBridgeJson: Json::Reader parse string[{\"a\":1,] faild."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "CMRBBridgeJson: Json::Reader parse string[{\"a\":1,] faild."});
     int out = 0;
     EXPECT_TRUE(json.Get("a", out));
     EXPECT_EQ(out, 1);
@@ -133,7 +134,7 @@ TEST_F(Json, ObjectThatBrokeOffIsLoggedButValidWithWhatItHolds) {
 TEST_F(Json, NestingDeeperThanTheReaderGoesIsAFailedParse) {
     const std::string text = std::string(100000, '[');
     const CMRBBridgeJson json(text);
-    EXPECT_EQ(takeLog(), Lines{"CMRBBridgeJson: Json::Reader parse string[" + text + "] faild."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "CMRBBridgeJson: Json::Reader parse string[" + text + "] faild."});
     EXPECT_FALSE(json.Has("a"));
 }
 
@@ -211,8 +212,9 @@ void expectRead(const Read<T> &read, int type_on_failure) {
     T out{};
     EXPECT_EQ(json.Get("k", out), read.succeeds);
     EXPECT_EQ(out, read.value);
-    EXPECT_EQ(takeLog(),
-              read.succeeds ? Lines{} : Lines{"Get: value.type[" + std::to_string(type_on_failure) + "]."});
+    EXPECT_EQ(takeLog(), read.succeeds
+                             ? Lines{}
+                             : Lines{JSON + "Get: value.type[" + std::to_string(type_on_failure) + "]."});
 }
 
 TEST_F(Json, BoolsAreReadFromBooleansOnly) {
@@ -238,7 +240,7 @@ TEST_F(Json, IntFromAStringLogsTypeStringAndLeavesTheIntAlone) {
     int out = 42;
     EXPECT_FALSE(json.Get("a", out));
     EXPECT_EQ(out, 42);
-    EXPECT_EQ(takeLog(), Lines{"Get: value.type[4]."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "Get: value.type[4]."});
 }
 
 TEST_F(Json, UnsignedIntsAreReadFromWhatFits) {
@@ -289,13 +291,13 @@ TEST_F(Json, MissingKeyIsLoggedAndLeavesTheVariableAlone) {
     std::string out = "kept";
     EXPECT_FALSE(json.Get("b%s", out));
     EXPECT_EQ(out, "kept");
-    EXPECT_EQ(takeLog(), Lines{"Get: NO strKey[b%s] in josn."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "Get: NO strKey[b%s] in josn."});
 }
 
 TEST_F(Json, MissingKeyOfADefaultConstructedDocumentIsLogged) {
     int out = 1;
     EXPECT_FALSE(CMRBBridgeJson().Get("a", out));
-    EXPECT_EQ(takeLog(), Lines{"Get: NO strKey[a] in josn."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "Get: NO strKey[a] in josn."});
 }
 
 TEST_F(Json, LastOfTwoEqualKeysWins) {
@@ -331,14 +333,14 @@ TEST_F(Json, VectorReadWithOneUnfitElementFailsAsAWhole) {
     EXPECT_FALSE(json.Get("i", ints));
     EXPECT_FALSE(json.Get("w", ints));
     EXPECT_EQ(ints, Ints{7});
-    EXPECT_EQ(takeLog(), Lines(3, "Get: value.type[6]."));
+    EXPECT_EQ(takeLog(), Lines(3, JSON + "Get: value.type[6]."));
 }
 
 TEST_F(Json, VectorReadOfAScalarFails) {
     const CMRBBridgeJson json(R"({"a":"x"})");
     Texts texts;
     EXPECT_FALSE(json.Get("a", texts));
-    EXPECT_EQ(takeLog(), Lines{"Get: value.type[4]."});
+    EXPECT_EQ(takeLog(), Lines{JSON + "Get: value.type[4]."});
 }
 
 // ---- writing, by type -------------------------------------------------------
@@ -476,6 +478,23 @@ TEST_F(Json, GetKeysAppendsTheNamesInTheLibrarysOrder) {
     EXPECT_EQ(keys, (Texts{"before", "a", "b"}));
     EXPECT_TRUE(CMRBBridgeJson().GetKeys(keys));
     EXPECT_EQ(keys.size(), 3U);
+}
+
+// ---- layout -----------------------------------------------------------------
+
+TEST_F(Json, TreeStandsBeforeTheFlag) {
+    const CMRBBridgeJson valid(R"({"a":1})");
+    const CMRBBridgeJson invalid("[1,2]");
+    const auto tree = [](const CMRBBridgeJson &json) {
+        return *reinterpret_cast<const ::Json::Value *>(&json);
+    };
+    const auto flag = [](const CMRBBridgeJson &json) {
+        return reinterpret_cast<const unsigned char *>(&json)[sizeof(::Json::Value)];
+    };
+    EXPECT_EQ(tree(valid)["a"].asInt(), 1);
+    EXPECT_EQ(tree(invalid).size(), 2U);
+    EXPECT_EQ(flag(valid), 1);
+    EXPECT_EQ(flag(invalid), 0);
 }
 
 // ---- numbers as texts -------------------------------------------------------

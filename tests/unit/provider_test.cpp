@@ -119,7 +119,9 @@ class Provider : public EngineTest, public testing::WithParamInterface<int> {
     static void expectServed(int func) {
         const Lines lines = takeLog();
         ASSERT_FALSE(lines.empty());
-        const std::string start = operation_names.at(func) + ": strCmd[" + command_names.at(func) + "]";
+        const std::string &source = func <= 25 ? AGENT : func <= 30 ? THUMBNAIL : STORAGE;
+        const std::string start =
+            source + operation_names.at(func) + ": strCmd[" + command_names.at(func) + "]";
         EXPECT_EQ(lines.back().substr(0, start.size()), start);
     }
 
@@ -134,7 +136,7 @@ TEST_P(Provider, ExecuteServesCommandsWithoutArguments) {
         EXPECT_NE(answer.find("\"return_ecode\":"), std::string::npos) << answer;
     } else {
         EXPECT_EQ(answer, REFUSED);
-        EXPECT_EQ(takeLog(), Lines{"Execute: Invalid func[" + std::to_string(func) + "]."});
+        EXPECT_EQ(takeLog(), Lines{PROVIDER + "Execute: Invalid func[" + std::to_string(func) + "]."});
         EXPECT_EQ(calls(), Lines{});
     }
 }
@@ -147,7 +149,7 @@ TEST_P(Provider, ExecuteServesCommandsWithARequest) {
         expectServed(func);
     } else {
         EXPECT_EQ(answer, REFUSED);
-        EXPECT_EQ(takeLog(), Lines{"Execute: Invalid func[" + std::to_string(func) + "]."});
+        EXPECT_EQ(takeLog(), Lines{PROVIDER + "Execute: Invalid func[" + std::to_string(func) + "]."});
         EXPECT_EQ(calls(), Lines{});
     }
 }
@@ -155,14 +157,14 @@ TEST_P(Provider, ExecuteServesCommandsWithARequest) {
 TEST_P(Provider, ExecuteRefusesWhatIsNoStringBeforeAWrongCommand) {
     const Values arguments = {evaluate("12")};
     EXPECT_EQ(textOf(provider_.Execute(GetParam(), ScriptArray(arguments))), REFUSED);
-    EXPECT_EQ(takeLog(), Lines{"Execute: Invalid js string."});
+    EXPECT_EQ(takeLog(), Lines{PROVIDER + "Execute: Invalid js string."});
     EXPECT_EQ(calls(), Lines{});
 }
 
 TEST_P(Provider, ExecuteRefusesAMissingArgument) {
     const Values arguments = {};
     EXPECT_EQ(textOf(provider_.Execute(GetParam(), ScriptArray(arguments))), REFUSED);
-    EXPECT_EQ(takeLog(), Lines{"Execute: Invalid js string."});
+    EXPECT_EQ(takeLog(), Lines{PROVIDER + "Execute: Invalid js string."});
 }
 
 TEST_P(Provider, ExecuteWithCallbackServesAsynchronousCommands) {
@@ -173,7 +175,8 @@ TEST_P(Provider, ExecuteWithCallbackServesAsynchronousCommands) {
         expectServed(func);
     } else {
         EXPECT_EQ(answer, REFUSED);
-        EXPECT_EQ(takeLog(), Lines{"ExecuteWithCallback: Invalid func[" + std::to_string(func) + "]."});
+        EXPECT_EQ(takeLog(),
+                  Lines{PROVIDER + "ExecuteWithCallback: Invalid func[" + std::to_string(func) + "]."});
         EXPECT_EQ(calls(), Lines{});
     }
 }
@@ -181,7 +184,7 @@ TEST_P(Provider, ExecuteWithCallbackServesAsynchronousCommands) {
 TEST_P(Provider, ExecuteWithCallbackRefusesWhatIsNoFunctionBeforeAWrongCommand) {
     const Values arguments = {evaluate("'{}'"), evaluate("'{}'")};
     EXPECT_EQ(textOf(provider_.ExecuteWithCallback(GetParam(), ScriptArray(arguments))), REFUSED);
-    EXPECT_EQ(takeLog(), Lines{"ExecuteWithCallback: Invalid js callback."});
+    EXPECT_EQ(takeLog(), Lines{PROVIDER + "ExecuteWithCallback: Invalid js callback."});
     EXPECT_EQ(calls(), Lines{});
 }
 
@@ -193,7 +196,7 @@ TEST_P(Provider, ExecuteWithCallbackKeepsTheFunctionWhateverTheRequest) {
     const bool needs_request = func == 0 || func == 3 || func == 26;
     if (needs_request) {
         EXPECT_EQ(answer, REFUSED);
-        EXPECT_EQ(takeLog(), Lines{"ExecuteWithCallback: Invalid js string."});
+        EXPECT_EQ(takeLog(), Lines{PROVIDER + "ExecuteWithCallback: Invalid js string."});
     }
     CMRBAdapterProvider::FireOnCallbacks(func, "later", &provider_);
     drainMainLoop();
@@ -204,9 +207,9 @@ INSTANTIATE_TEST_SUITE_P(EveryFunctionId, Provider, testing::Range(-1, 42));
 
 TEST_F(EngineTest, ProviderIsConstructedInOrder) {
     new CMRBAdapterProvider;
-    EXPECT_EQ(takeLog(), (Lines{"CMRBAdapterProvider: create CMRBAdapterProvider.",
-                                "CMRBThumbnailAdapter: create CMRBThumbnailAdapter...",
-                                "CMRBThumbnailAdapter: thumbnail_init [1]..."}));
+    EXPECT_EQ(takeLog(), (Lines{PROVIDER + "CMRBAdapterProvider: create CMRBAdapterProvider.",
+                                THUMBNAIL + "CMRBThumbnailAdapter: create CMRBThumbnailAdapter...",
+                                THUMBNAIL + "CMRBThumbnailAdapter: thumbnail_init [1]..."}));
     EXPECT_EQ(calls(), Lines{"thumbnail_init()"});
 }
 
@@ -218,13 +221,13 @@ TEST_F(EngineTest, ProviderIsDestroyedInOrder) {
                               "mrb_finalize_dlna_service(\"cb1\",\"user1\")"}));
     const Lines lines = takeLog();
     ASSERT_EQ(lines.size(), 12U);
-    EXPECT_EQ(lines[0], "~CMRBAdapterProvider: release CMRBAdapterProvider.");
-    EXPECT_EQ(lines[1], "~CMRBThumbnailAdapter: release CMRBThumbnailAdapter...");
-    EXPECT_EQ(lines[3], "m_DestroyHandler: Num of handle for send[0].");
-    EXPECT_EQ(lines[4], "m_DestroyHandler: Num of handle for agent[0].");
-    EXPECT_EQ(lines[7], "~CMRBStorageMgrAdapter: strUnSetUsb [{\"return_ecode\":0}\n]\n");
-    EXPECT_EQ(lines[9], "~CMRBStorageMgrAdapter: strUnSetDlna [{\"return_ecode\":0}\n]\n");
-    EXPECT_EQ(lines[11], "~CMRBStorageMgrAdapter: strFinalizeDlna [{\"return_ecode\":0}\n]\n");
+    EXPECT_EQ(lines[0], PROVIDER + "~CMRBAdapterProvider: release CMRBAdapterProvider.");
+    EXPECT_EQ(lines[1], THUMBNAIL + "~CMRBThumbnailAdapter: release CMRBThumbnailAdapter...");
+    EXPECT_EQ(lines[3], AGENT + "m_DestroyHandler: Num of handle for send[0].");
+    EXPECT_EQ(lines[4], AGENT + "m_DestroyHandler: Num of handle for agent[0].");
+    EXPECT_EQ(lines[7], STORAGE + "~CMRBStorageMgrAdapter: strUnSetUsb [{\"return_ecode\":0}\n]\n");
+    EXPECT_EQ(lines[9], STORAGE + "~CMRBStorageMgrAdapter: strUnSetDlna [{\"return_ecode\":0}\n]\n");
+    EXPECT_EQ(lines[11], STORAGE + "~CMRBStorageMgrAdapter: strFinalizeDlna [{\"return_ecode\":0}\n]\n");
 }
 
 } // namespace

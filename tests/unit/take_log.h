@@ -1,5 +1,5 @@
 #pragma once
-// The bridge's log lines as tests compare them.
+// The bridge's log lines as tests compare them: AGENT + "GetItem: message".
 
 #include <regex>
 #include <string>
@@ -7,7 +7,25 @@
 
 #include "log_lines.h"
 
-/// "Function: message" of a line whose form is right; the whole line, marked, of
+/// What the lines of each part of the bridge begin with: their tag and their file.
+inline const std::string PROVIDER = "MRB-BRIDGE-COMMON MRBAdapterProvider.cpp ";
+inline const std::string JSON = "MRB-BRIDGE-COMMON MRBBridgeJson.cpp ";
+inline const std::string AGENT = "MRB-BRIDGE-AGENT MRBAgentAdapter.cpp ";
+inline const std::string THUMBNAIL = "MRB-BRIDGE-THUMBNAIL MRBThumbnailAdapter.cpp ";
+inline const std::string STORAGE = "MRB-BRIDGE-STORAGEMGR MRBStorageMgrAdapter.cpp ";
+
+/// The file by which a line is compared: the class's. A class may be spread over several
+/// files whose names begin with its own.
+inline std::string fileOf(const std::string &file) {
+    for (const std::string name : {"MRBAgentAdapter", "MRBThumbnailAdapter"}) {
+        if (file.starts_with(name)) {
+            return name + ".cpp";
+        }
+    }
+    return file;
+}
+
+/// "Tag File Function: message" of a line whose form is right; the whole line, marked, of
 /// any other.
 inline std::string messageOf(const recording::LogLine &line) {
     static const std::regex prefix("([A-Za-z_]+\\.cpp): ([~A-Za-z_0-9]+)\\((\\d+)\\) > \033\\[31m"
@@ -24,7 +42,8 @@ inline std::string messageOf(const recording::LogLine &line) {
         return "malformed line: " + line.text;
     }
     const auto start = static_cast<size_t>(parts.length(0));
-    return parts[2].str() + ": " + line.text.substr(start, line.text.size() - start - end.size());
+    return line.tag + " " + fileOf(parts[1].str()) + " " + parts[2].str() + ": " +
+           line.text.substr(start, line.text.size() - start - end.size());
 }
 
 /// The messages of every line so far. Forgets them.

@@ -97,7 +97,7 @@ TEST_F(Thumbnail, EmptyTextLeavesTheRecordAlone) {
     record_.thumb_width = 7;
     EXPECT_FALSE(adapter_.m_GetThumbRequest("", record_, path_));
     EXPECT_EQ(record_.thumb_width, 7);
-    EXPECT_EQ(takeLog(), Lines{"m_GetThumbRequest: strParam is empty......"});
+    EXPECT_EQ(takeLog(), Lines{THUMBNAIL + "m_GetThumbRequest: strParam is empty......"});
 }
 
 TEST_F(Thumbnail, RequestWithoutAPathHasNoContext) {

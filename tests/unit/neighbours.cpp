@@ -1,0 +1,90 @@
+#include "neighbours.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include <dlfcn.h>
+#include <malloc.h>
+
+#include "engine.h"
+
+namespace {
+
+/// The definition of a function in the library that is known by `library`, which this
+/// module's own definition stands in front of.
+template <typename Function>
+Function *definitionIn(const char *library, const char *symbol) {
+    void *const opened = dlopen(library, RTLD_LAZY);
+    auto *const found = opened == nullptr ? nullptr : dlsym(opened, symbol);
+    if (found == nullptr) {
+        std::abort();
+    }
+    return reinterpret_cast<Function *>(found);
+}
+
+thread_local QueuedFunctions *queue = nullptr;
+DestroyedFunctions *destroyed = nullptr;
+std::atomic<size_t> failing_size{0};
+
+} // namespace
+
+// ---- the main loop ----------------------------------------------------------------
+
+extern "C" __attribute__((visibility("default"))) guint
+clutter_threads_add_idle_full(gint priority, GSourceFunc function, gpointer data, GDestroyNotify notify) {
+    static auto *const add = definitionIn<guint(gint, GSourceFunc, gpointer, GDestroyNotify)>(
+        "libclutter-1.0.so.0", "clutter_threads_add_idle_full");
+    if (queue != nullptr) {
+        queue->all.push_back({priority, function, data, notify});
+    }
+    return add(priority, function, data, notify);
+}
+
+QueuedFunctions::QueuedFunctions() { queue = this; }
+QueuedFunctions::~QueuedFunctions() { queue = nullptr; }
+
+// ---- kept functions ---------------------------------------------------------------
+
+__attribute__((visibility("default"))) Bridge::ScriptFunction::~ScriptFunction() {
+    static auto *const destroy =
+        definitionIn<void(ScriptFunction *)>("libquill.so.1", "_ZN6Bridge14ScriptFunctionD1Ev");
+    if (destroyed != nullptr && isFunction()) {
+        if (destroyed->names.empty()) {
+            destroyed->events_before = recording::events().size();
+        }
+        destroyed->names.push_back(
+            Bridge::StringFromV8(getValue().As<v8::Function>()->GetName().As<v8::String>()));
+    }
+    destroy(this);
+}
+
+DestroyedFunctions::DestroyedFunctions() { destroyed = this; }
+DestroyedFunctions::~DestroyedFunctions() { destroyed = nullptr; }
+
+// ---- memory -----------------------------------------------------------------------
+
+// The linker has the objects of this module call __wrap_X for X.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+extern "C" void *__real__Znwm(size_t size);
+extern "C" void *__wrap__Znwm(size_t size) {
+    if (size == failing_size.load(std::memory_order_relaxed)) {
+        throw std::bad_alloc();
+    }
+    return __real__Znwm(size);
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// The sanitizer's runtime has it; the header that declares it does not come with gcc.
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
+size_t allocatedBytes() { return __sanitizer_get_current_allocated_bytes(); }
+#else
+size_t allocatedBytes() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+#endif
+// NOLINTEND(bugprone-reserved-identifier)
+
+FailingAllocation::FailingAllocation(size_t size) { failing_size = size; }
+FailingAllocation::~FailingAllocation() { failing_size = 0; }

@@ -1,0 +1,72 @@
+#pragma once
+// What the bridge asks of the libraries around it and of the allocator, seen and steered
+// by white-box tests. Objects of these classes are made on the main thread, one of each
+// class at a time.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include <glib.h>
+
+/// A function that was queued on the main loop: the arguments of
+/// clutter_threads_add_idle_full, which queues it all the same.
+struct QueuedFunction {
+    int priority;
+    GSourceFunc function;
+    void *data;
+    GDestroyNotify notify;
+};
+
+/// Notes, while it lives, what the main thread queues.
+class QueuedFunctions {
+  public:
+    QueuedFunctions();
+    QueuedFunctions(const QueuedFunctions &) = delete;
+    QueuedFunctions &operator=(const QueuedFunctions &) = delete;
+    ~QueuedFunctions();
+
+    std::vector<QueuedFunction> all;
+};
+
+/// Notes, while it lives, the names of the script functions whose keepers are destroyed.
+class DestroyedFunctions {
+  public:
+    DestroyedFunctions();
+    DestroyedFunctions(const DestroyedFunctions &) = delete;
+    DestroyedFunctions &operator=(const DestroyedFunctions &) = delete;
+    ~DestroyedFunctions();
+
+    std::vector<std::string> names;
+    size_t events_before = 0; ///< how long the trace was when the first was destroyed
+};
+
+/// While it lives, the bridge's allocation of an object of `size` bytes throws
+/// std::bad_alloc.
+class FailingAllocation {
+  public:
+    explicit FailingAllocation(size_t size);
+    FailingAllocation(const FailingAllocation &) = delete;
+    FailingAllocation &operator=(const FailingAllocation &) = delete;
+    ~FailingAllocation();
+};
+
+/// The bytes that the whole process has allocated and not released.
+size_t allocatedBytes();
+
+/// By how many bytes each of `count` runs of `action` makes that grow, on average.
+template <typename Action>
+double growthPerRun(Action action, int count = 10'000) {
+    for (int run = 0; run < 100; ++run) { // what is allocated once and kept
+        action();
+    }
+    const auto before = static_cast<double>(allocatedBytes());
+    for (int run = 0; run < count; ++run) {
+        action();
+    }
+    return (static_cast<double>(allocatedBytes()) - before) / count;
+}
+
+/// Less than what a leak of the smallest block costs (16 bytes), more than what caches
+/// of the C library, of GLib and of the engine grow by.
+inline constexpr double LEAKS_NOTHING = 4;
