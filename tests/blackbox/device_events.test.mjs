@@ -5,8 +5,9 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { dlna, styled, usb } from './devices.mjs';
+import { assertEvents, returned } from './events.mjs';
 import { call, inbox, openBridge, rec, requestRefusedList } from './harness.mjs';
-import { assertLogs, provider, storage } from './log_lines.mjs';
+import { assertLogs, deliveryLines, storage } from './log_lines.mjs';
 
 const START = 'mrb_Init_dlna_service';
 const STOP = 'mrb_finalize_dlna_service';
@@ -37,10 +38,6 @@ function listening(register) {
     return { bridge, receive, calls, delivered };
 }
 
-/** The lines of a delivery, which the framework's thread writes. */
-const deliveryLines = (func, text) => [provider('FireOnCallbacks', `FUNC[${func}], data[${text}], self[%p].`),
-                                       provider('FireOnCallbacks', 'callback done.')];
-
 for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
     test(`${register}: one text with exactly one record, the event among its keys`, async () => {
         const { calls, delivered } = listening(register);
@@ -62,6 +59,15 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
         listening(register);
         fire({ event: 1, device: kind.device() });
         assertLogs([...logs, ...deliveryLines(func, notification(1, kind.record))], { onMainThread: false });
+    });
+
+    test(`${register}: the callback logs, reads the device, queues the delivery, and returns, on one thread`, () => {
+        listening(register);
+        const device = kind.device();
+        fire({ event: 1, device });
+        const text = notification(1, kind.record);
+        assertEvents([...logs, ...kind.reads(device), ...deliveryLines(func, text), returned(func === 31 ? 'usb' : 'dlna', null)],
+                     { onMainThread: false });
     });
 
     for (const event of [0, 1, 2, 3, 20, 28, -1, 2147483647, -2147483648]) {

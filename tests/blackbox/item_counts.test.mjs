@@ -86,6 +86,15 @@ test('with the flag a total that failed is reported as the types are', () => {
     assert.equal(JSON.parse(answer.return_data).item_count_all, 0);
 });
 
+test('with the flag a total that came with an error is written all the same', () => {
+    rec.queue(COMMAND, { result: -2, out: 777 });
+    queueTypes();
+    const answer = call(bridge, COMMAND, each(9));
+    assert.equal(answer.return_ecode, 0);
+    assert.equal(JSON.parse(answer.return_data).item_count_all, 777);
+    assert.equal(callsOf(BY_TYPE).length, TYPES.length);
+});
+
 TYPES.forEach(([type, key], position) => {
     test(`a failing count of type ${type} (${key}) ends the fetching and is answered alone`, () => {
         rec.queue(COMMAND, { out: 777 });

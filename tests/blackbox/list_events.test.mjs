@@ -4,7 +4,8 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { bridgeWithListCallback, call, inbox, openBridge, rec } from './harness.mjs';
-import { assertLogs, provider } from './log_lines.mjs';
+import { assertEvents, returned } from './events.mjs';
+import { assertLogs, deliveryLines } from './log_lines.mjs';
 
 const SCRIPT_EVENTS = new Map([[0, 0], [1, 1], [2, 8], [3, 25], [14, 13], [18, 17], [19, 18], [20, 19], [21, 26],
                                [22, 27], [23, 28], [28, 29]]);
@@ -65,9 +66,18 @@ test('the delivery is logged on the thread of the framework', async () => {
     rec.fireList({ agent: 5, event: 0, serverData: 'x' });
     await delivered();
     const text = '{"param_agent":5,"param_event":0,"param_server_data":"x"}\n';
-    assertLogs([provider('FireOnCallbacks', `FUNC[0], data[${text}], self[%p].`),
-                provider('FireOnCallbacks', 'callback done.')], { onMainThread: false });
+    assertLogs(deliveryLines(0, text), { onMainThread: false });
 });
+
+for (const event of [0, 1, 13, 28, 29, -1]) {
+    test(`the callback of a list answers true to event ${event}, after its delivery was queued`, async () => {
+        const { receive, delivered } = inbox();
+        bridgeWithListCallback(receive);
+        rec.fireList({ agent: 5, event, serverData: 'x' });
+        const [text] = await delivered();
+        assertEvents([...deliveryLines(0, text), returned('list', true)], { onMainThread: false });
+    });
+}
 
 test('a script function runs on the main thread, after the call that was running', () => {
     const { receive, calls } = inbox();

@@ -23,6 +23,10 @@ export const missingKey = (key) => json('Get', `NO strKey[${key}] in josn.`);
 /** The line about a key whose value is of another type: the JSON library's number of that type. */
 export const mistypedKey = (type) => json('Get', `value.type[${type}].`);
 
+/** The lines about a result's way to the script function of command `func`. */
+export const deliveryLines = (func, text) => [provider('FireOnCallbacks', `FUNC[${func}], data[${text}], self[%p].`),
+                                              provider('FireOnCallbacks', 'callback done.')];
+
 /**
  * The lines of an agent command: its first, those `between`, and its last, which shows
  * the answer's very text.
@@ -57,20 +61,26 @@ function isSameMessage(message, wanted) {
 const isLine = (parsed, { file, fn, text }) =>
     parsed !== undefined && parsed.file === file && parsed.fn === fn && isSameMessage(parsed.message, text);
 
+/** The recorded line must be this one, and name the thread that wrote it. */
+export function assertLine(line, wanted, what = 'the line') {
+    const parsed = parse(line.text);
+    assert.ok(isLine(parsed, wanted), `${what}\n  is     ${shown(line.text)}\n  not    ` +
+                                      `${wanted.file} ${wanted.fn}: ${shown(wanted.text)}`);
+    assert.deepEqual([line.logId, line.priority, line.tag], [0, 5, wanted.tag]);
+    assert.equal(parsed.thread, line.thread, `the thread that ${shown(line.text)} names`);
+}
+
 /** A text for a message: as JSON, and not longer than a reader wants. */
-const shown = (text) => JSON.stringify(text.length > 400 ? `${text.slice(0, 400)}...` : text);
+export const shown = (text) => JSON.stringify(text.length > 400 ? `${text.slice(0, 400)}...` : text);
 
 /** The recorded lines must be exactly these; `onMainThread` says on which thread all were written. */
 export function assertLogs(expected, { onMainThread, lines = rec.logs() } = {}) {
     lines.forEach((line, index) => {
         const wanted = expected[index];
         assert.ok(wanted, `one line too many: ${shown(line.text)}`);
-        const parsed = parse(line.text);
-        assert.ok(isLine(parsed, wanted), `line ${index}\n  is     ${shown(line.text)}\n  not    ` +
-                                          `${wanted.file} ${wanted.fn}: ${shown(wanted.text)}`);
-        assert.deepEqual([line.logId, line.priority, line.tag], [0, 5, wanted.tag]);
+        assertLine(line, wanted, `line ${index}`);
         if (onMainThread !== undefined) {
-            assert.equal(parsed.thread === process.pid, onMainThread, `thread of ${shown(line.text)}`);
+            assert.equal(line.thread === process.pid, onMainThread, `thread of ${shown(line.text)}`);
         }
     });
     assert.equal(lines.length, expected.length,

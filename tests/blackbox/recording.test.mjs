@@ -54,6 +54,44 @@ test('queued replies go before the default, in their order', () => {
     assert.deepEqual(results, [-2, -3, -1]);
 });
 
+test('calls and log lines stand in one trace, each with its thread', () => {
+    const bridge = openBridge();
+    call(bridge, 'mrb_disconnect_v2', { param_agent: 5 });
+    const events = rec.events();
+    assert.deepEqual(events.map(({ call: called, line }) => called ?? line.tag),
+                     ['MRB-BRIDGE-AGENT', 'MRB-BRIDGE-AGENT', ['mrb_disconnect_v2', 5], 'MRB-BRIDGE-AGENT']);
+    assert.deepEqual([...new Set(events.map(({ thread }) => thread))], [process.pid]);
+    assert.deepEqual(rec.logs(), events.flatMap(({ line }) => line ?? []));
+});
+
+test('what a callback returned stands in the trace, with the thread that it ran on', () => {
+    const bridge = openBridge();
+    call(bridge, 'thumbnail_request_async', () => {}, { param_origin_path: '/a' });
+    rec.fireThumbnail({ result: -1 });
+    const { returned, thread } = rec.events().at(-1);
+    assert.deepEqual(returned, ['thumbnail', 0]);
+    assert.notEqual(thread, process.pid);
+    rec.clear();
+    assert.deepEqual(rec.events().filter(({ line }) => !line), []);
+});
+
+test('clearing the lines leaves the calls, and the other way round', () => {
+    const bridge = openBridge();
+    call(bridge, 'mrb_disconnect_v2', {});
+    rec.clearLogs();
+    assert.deepEqual(rec.events().map(({ call: called }) => called), [['mrb_disconnect_v2', 0]]);
+    call(bridge, 'mrb_disconnect_v2', {});
+    rec.clear();
+    assert.equal(rec.events().length, rec.logs().length);
+    assert.ok(rec.logs().length > 0);
+});
+
+test('what is allocated and not released is counted', () => {
+    const before = rec.allocatedBytes();
+    const buffer = Buffer.alloc(10_000_000);
+    assert.ok(rec.allocatedBytes() - before >= buffer.length);
+});
+
 test('with recording switched off calls answer their defaults and leave no trace', () => {
     const bridge = openBridge();
     rec.setDefault('mrb_get_group_count_v2', { out: 7 });

@@ -200,6 +200,16 @@ test('an item whose type the framework leaves alone has type -1', () => {
     assertLogs(allLines(request, total(0), [...announced(6, [2], 1), notWanted(0, -1)], totalText('0.0')));
 });
 
+test('negative types are types like any other', () => {
+    putItems([-7, -1, 0, 2147483647, -2147483648], [100, 20, 3]);
+    const request = wanting([-7, -2147483648, -1]);
+    assert.deepEqual(call(bridge, ALL, request), total(123));
+    assert.deepEqual(rec.trace(), [[CLEAR, 6], [COUNT, 6, 0], ...selected(6, 0), ...selected(6, 1), ...skipped(6, 2),
+                                   ...skipped(6, 3), ...selected(6, 4)]);
+    assertLogs(allLines(request, total(123), [...announced(6, [-7, -2147483648, -1], 5), notWanted(2, 0),
+                                              notWanted(3, 2147483647)], totalText('123.0')));
+});
+
 test('a total beyond 32 bits is answered whole', () => {
     putItems([3, 3], [5_000_000_000, 6_000_000_000]);
     assert.deepEqual(call(bridge, ALL, wanting([3])), total(11_000_000_000));

@@ -4,8 +4,9 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { assertAborted, runChild } from './child.mjs';
-import { call, callsOf, inbox, openBridge, rec } from './harness.mjs';
-import { agentCommand, assertLogs, missingKey, mistypedKey, provider } from './log_lines.mjs';
+import { call, callsOf, forget, inbox, openBridge, rec } from './harness.mjs';
+import { assertEvents, returned } from './events.mjs';
+import { agentCommand, assertLogs, deliveryLines, missingKey, mistypedKey } from './log_lines.mjs';
 
 // Kept to the end: the teardown of an object that started a share does not end.
 const bridge = openBridge();
@@ -216,9 +217,20 @@ test('progress is logged on the thread of the framework', async () => {
     const object = bridgeWithShareCallback(receive);
     rec.fireShare({ share: 5, event: 2 });
     const [text] = await delivered();
-    assertLogs([provider('FireOnCallbacks', `FUNC[3], data[${text}], self[%p].`),
-                provider('FireOnCallbacks', 'callback done.')], { onMainThread: false });
+    assertLogs(deliveryLines(3, text), { onMainThread: false });
     quill.release(object);
+});
+
+test('the callback of a share answers true, after its delivery was queued', async () => {
+    for (const event of [0, 2, 5, 29, -1]) {
+        const { receive, delivered } = inbox();
+        const object = bridgeWithShareCallback(receive);
+        forget();
+        rec.fireShare({ share: 5, event });
+        const [text] = await delivered();
+        assertEvents([...deliveryLines(3, text), returned('share', true)], { onMainThread: false });
+        quill.release(object);
+    }
 });
 
 test('progress is delivered in order, after the call that was running', async () => {

@@ -8,7 +8,8 @@ import { test } from 'node:test';
 
 import { styled } from './devices.mjs';
 import { call, inbox, openBridge, rec } from './harness.mjs';
-import { assertLogs, thumbnail } from './log_lines.mjs';
+import { assertEvents, returned } from './events.mjs';
+import { assertLogs, deliveryLines, thumbnail } from './log_lines.mjs';
 import { answered, ASYNC, bitmapFile, bitmapFolder, EMPTY, NOT_STORED, resultLines, STORED } from './thumbnails.mjs';
 
 const bridge = openBridge();
@@ -181,6 +182,16 @@ test('images for the flash cache are saved there one by one, with the width for 
     assert.equal(returned, 1);
     assert.deepEqual(blocks, released('image', 'image', 'preset'));
     assertLogs(resultLines([], STORED), { lines, onMainThread: false });
+});
+
+test('a result logs, is stored, logs the end, is queued, and returned to the framework, on one thread', async () => {
+    const request = { param_save_path: ['key'], param_thumb_type: 1 };
+    const stored = await answered(bridge, request, ONE);
+    const failed = await answered(bridge, request, { result: -1 });
+    const order = ({ text }, between, end, value) =>
+        [...resultLines(between, end), ...deliveryLines(26, text), returned('thumbnail', value)];
+    assertEvents(order(stored, cacheTrace(1, 'key', 2, 1, null), STORED, 1), { events: stored.events, onMainThread: false });
+    assertEvents(order(failed, [], EMPTY, 0), { events: failed.events, onMainThread: false });
 });
 
 test('an image for the flash cache without a preset buffer is saved with none', async () => {

@@ -8,7 +8,7 @@ import path from 'node:path';
 import { after } from 'node:test';
 
 import { call, forget, inbox, rec } from './harness.mjs';
-import { assertLogs, missingKey, provider, thumbnail } from './log_lines.mjs';
+import { assertLogs, deliveryLines, missingKey, thumbnail } from './log_lines.mjs';
 
 export const ASYNC = 'thumbnail_request_async';
 export const CANCEL = 'thumbnail_request_cancel';
@@ -77,7 +77,7 @@ export function bitmapFolder() {
 /**
  * Requests a thumbnail and has the framework answer with `result`. Resolves to the
  * text that is delivered, what the callback returned to the framework, and what was
- * called and logged meanwhile: all lines but those of the delivery, which are checked here.
+ * called and logged until then: all lines but those of the delivery, which are checked here.
  */
 export async function answered(bridge, request, result) {
     const { receive, delivered, calls } = inbox();
@@ -85,16 +85,12 @@ export async function answered(bridge, request, result) {
     assert.deepEqual(call(bridge, ASYNC, receive, full), { return_ecode: 0 });
     forget();
     const returned = rec.fireThumbnail({ originPath: full.param_origin_path, ...result });
-    const [lines, trace, blocks] = [rec.logs(), rec.trace(), rec.blocks()];
+    const [lines, trace, blocks, events] = [rec.logs(), rec.trace(), rec.blocks(), rec.events()];
     const [text] = await delivered();
     assert.deepEqual(calls, [[text]]);
-    assertLogs(deliveryLines(text), { lines: lines.splice(-2), onMainThread: false });
-    return { text, returned, lines, trace, blocks };
+    assertLogs(deliveryLines(26, text), { lines: lines.splice(-2), onMainThread: false });
+    return { text, returned, lines, trace, blocks, events };
 }
-
-/** The lines about a result's way to the script. */
-const deliveryLines = (text) => [provider('FireOnCallbacks', `FUNC[26], data[${text}], self[%p].`),
-                                 provider('FireOnCallbacks', 'callback done.')];
 
 const recv = (text) => thumbnail('m_MrbThumbnailRecv', text);
 

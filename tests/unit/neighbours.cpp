@@ -5,7 +5,6 @@
 #include <new>
 
 #include <dlfcn.h>
-#include <malloc.h>
 
 #include "engine.h"
 
@@ -74,16 +73,6 @@ extern "C" void *__wrap__Znwm(size_t size) {
     return __real__Znwm(size);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// The sanitizer's runtime has it; the header that declares it does not come with gcc.
-extern "C" size_t __sanitizer_get_current_allocated_bytes();
-size_t allocatedBytes() { return __sanitizer_get_current_allocated_bytes(); }
-#else
-size_t allocatedBytes() {
-    const struct mallinfo2 heap = mallinfo2();
-    return heap.uordblks + heap.hblkhd;
-}
-#endif
 // NOLINTEND(bugprone-reserved-identifier)
 
 FailingAllocation::FailingAllocation(size_t size) { failing_size = size; }

@@ -9,6 +9,8 @@
 
 #include <glib.h>
 
+#include "memory.h"
+
 /// A function that was queued on the main loop: the arguments of
 /// clutter_threads_add_idle_full, which queues it all the same.
 struct QueuedFunction {
@@ -51,20 +53,17 @@ class FailingAllocation {
     ~FailingAllocation();
 };
 
-/// The bytes that the whole process has allocated and not released.
-size_t allocatedBytes();
-
-/// By how many bytes each of `count` runs of `action` makes that grow, on average.
+/// By how many bytes each of `count` runs of `action` makes the process grow, on average.
 template <typename Action>
 double growthPerRun(Action action, int count = 10'000) {
     for (int run = 0; run < 100; ++run) { // what is allocated once and kept
         action();
     }
-    const auto before = static_cast<double>(allocatedBytes());
+    const auto before = static_cast<double>(recording::allocatedBytes());
     for (int run = 0; run < count; ++run) {
         action();
     }
-    return (static_cast<double>(allocatedBytes()) - before) / count;
+    return (static_cast<double>(recording::allocatedBytes()) - before) / count;
 }
 
 /// Less than what a leak of the smallest block costs (16 bytes), more than what caches

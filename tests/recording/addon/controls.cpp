@@ -10,6 +10,7 @@
 //                            with call as in trace(), line as in logs(), and returned
 //                            [kind of registration, value]; `thread` is the kernel's id
 //   blocks()                 [{giver, released}, ...]
+//   allocatedBytes()         what the whole process has allocated and not released
 //   clear()                  forgets trace, replies and blocks
 //   logs(), clearLogs()      [{logId, priority, tag, text, thread}, ...]
 //   echoLogs(descriptor)     also writes each line there, -1 stops that
@@ -27,6 +28,7 @@
 #include "exports.h"
 #include "function.h"
 #include "log_lines.h"
+#include "memory.h"
 #include "recorder.h"
 #include "script_values.h"
 
@@ -144,6 +146,10 @@ napi_value readBlocks(napi_env env, napi_callback_info /*info*/) {
     return result;
 }
 
+napi_value readAllocatedBytes(napi_env env, napi_callback_info /*info*/) {
+    return number(env, static_cast<int64_t>(allocatedBytes()));
+}
+
 napi_value clearAll(napi_env /*env*/, napi_callback_info /*info*/) {
     clear();
     return nullptr;
@@ -191,6 +197,7 @@ void addControls(napi_env env, napi_value exports) {
     addFunction(env, exports, "events", guarded<readEvents>);
     addFunction(env, exports, "trace", guarded<readTrace>);
     addFunction(env, exports, "blocks", guarded<readBlocks>);
+    addFunction(env, exports, "allocatedBytes", guarded<readAllocatedBytes>);
     addFunction(env, exports, "clear", guarded<clearAll>);
     addFunction(env, exports, "logs", guarded<readLogs>);
     addFunction(env, exports, "clearLogs", guarded<clearLogs>);
