@@ -1,6 +1,8 @@
 #include "thumbnail/film/frame_reader.h"
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 #include "thumbnail/decode/limits.h"
 
@@ -49,8 +51,13 @@ Outcome FrameReader::open(bool needsDuration) {
     if (std::int64_t{codec_->width} * codec_->height > MOST_FRAME_PIXELS) {
         return {MRB_ERR_OUT_OF_MEMORY, "The video's frames have more pixels than are decoded."};
     }
-    return avcodec_open2(codec_.get(), decoder, nullptr) < 0 ? input_.failure("its codec cannot be opened")
-                                                             : Outcome{};
+    if (avcodec_open2(codec_.get(), decoder, nullptr) < 0) {
+        return input_.failure("its codec cannot be opened");
+    }
+    if (needsDuration) {
+        learnStart();
+    }
+    return {};
 }
 
 std::int64_t FrameReader::duration() const {
@@ -61,39 +68,101 @@ std::int64_t FrameReader::duration() const {
     return whole > 0 ? av_rescale_q(whole, LIBAV_TIME, stream_->time_base) : 0;
 }
 
-std::int64_t FrameReader::start() const {
-    return stream_->start_time != AV_NOPTS_VALUE ? stream_->start_time : 0;
+// Some containers do not say when their pictures begin; the first one does.
+void FrameReader::learnStart() {
+    start_ = stream_->start_time;
+    if (start_ == AV_NOPTS_VALUE) {
+        start_ = readPacket(false) ? momentOf(*packet_) : AV_NOPTS_VALUE;
+    }
+    start_ = start_ == AV_NOPTS_VALUE ? 0 : start_;
 }
 
 std::int64_t FrameReader::milliseconds(std::int64_t moment) const {
     return std::max<std::int64_t>(0, av_rescale_q(moment - start(), stream_->time_base, MILLISECOND));
 }
 
-Outcome FrameReader::read(std::int64_t moment, const AVFrame *&frame) {
+// From one picture to the next; 0: unknown.
+std::int64_t FrameReader::pictureTime() const {
+    const AVRational rate = stream_->avg_frame_rate.num > 0 ? stream_->avg_frame_rate : stream_->r_frame_rate;
+    return rate.num > 0 && rate.den > 0 ? av_rescale_q(1, av_inv_q(rate), stream_->time_base) : 0;
+}
+
+// How many frames may be decoded onwards for the next moment: as many as it takes when
+// the bound serves for the last one too, else its part of what is left.
+int FrameReader::mostFramesForward(std::span<const std::int64_t> moments) const {
+    const int left = std::max(MOST_FRAMES_FORWARD - forward_, 0);
+    const AVRational rate = stream_->avg_frame_rate.num > 0 ? stream_->avg_frame_rate : stream_->r_frame_rate;
+    const std::int64_t way = moments.back() - (last_ == AV_NOPTS_VALUE ? start_ : last_);
+    const bool isEnough =
+        rate.num > 0 && rate.den > 0 && av_rescale_q(way, stream_->time_base, av_inv_q(rate)) <= left;
+    const auto wanted = static_cast<int>(moments.size());
+    return std::max(isEnough ? left : left / wanted, 1);
+}
+
+Outcome FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&frame) {
     frame = nullptr;
-    // The container may know, without looking, that this is after the same key frame.
+    packets_ = 0;
+    packetBytes_ = 0;
+    if (ended_) {
+        return {};
+    }
+    const std::int64_t moment = moments.front();
+    const int most = mostFramesForward(moments);
+    if (!isKnownToHaveNoKeyAfterLast(moment)) {
+        if (findKey(moment, fed_) || (last_ == AV_NOPTS_VALUE && findFirstKey())) {
+            return readKeyFrame(frame);
+        }
+        if (going_) {
+            av_seek_frame(input_.context(), stream_->index, fed_, AVSEEK_FLAG_BACKWARD);
+            catchingUp_ = true;
+        }
+    }
+    if (!going_) {
+        if (last_ == AV_NOPTS_VALUE || !findKey(last_, AV_NOPTS_VALUE)) {
+            return nothing();
+        }
+        reset();
+        going_ = true;
+        send(packet_.get());
+    }
+    return readForward(moment, most, frame);
+}
+
+// The container may know it without looking. Those of broadcasts do not: libav marks
+// whatever it came across.
+bool FrameReader::isKnownToHaveNoKeyAfterLast(std::int64_t moment) const {
+    const bool isIndexed = (input_.context()->iformat->flags & AVFMT_TS_DISCONT) == 0;
     const AVIndexEntry *entry =
-        avformat_index_get_entry_from_timestamp(stream_, moment, AVSEEK_FLAG_BACKWARD);
-    if (going_ && entry != nullptr && entry->timestamp <= key_) {
-        return readForward(moment, frame);
-    }
-    // A container without an index is read from where it stands.
-    av_seek_frame(input_.context(), stream_->index, moment, AVSEEK_FLAG_BACKWARD);
-    reset();
-    if (!readPacket(true)) {
-        return nothing();
-    }
-    const std::int64_t key = packet_->dts != AV_NOPTS_VALUE ? packet_->dts : packet_->pts;
-    if (key != AV_NOPTS_VALUE && key == key_) {
-        return readForward(moment, frame);
-    }
-    key_ = key;
-    return readKeyFrame(frame);
+        isIndexed && last_ != AV_NOPTS_VALUE
+            ? avformat_index_get_entry_from_timestamp(stream_, moment, AVSEEK_FLAG_BACKWARD)
+            : nullptr;
+    return entry != nullptr && entry->timestamp <= std::max(fed_, last_);
 }
 
 void FrameReader::reset() {
     avcodec_flush_buffers(codec_.get());
     going_ = false;
+    catchingUp_ = false;
+    draining_ = false;
+    hasAhead_ = false;
+}
+
+// Some containers give their packets no time of showing, or none of decoding.
+std::int64_t FrameReader::momentOf(const AVPacket &packet) {
+    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+}
+
+std::int64_t FrameReader::orderOf(const AVPacket &packet) {
+    return packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+}
+
+std::int64_t FrameReader::momentOf(const AVFrame &frame) const {
+    for (const std::int64_t at : {frame.best_effort_timestamp, packet_->pts, packet_->dts}) {
+        if (at != AV_NOPTS_VALUE) {
+            return at;
+        }
+    }
+    return start_;
 }
 
 // What it means that there is no frame: nothing was ever found, or there are no more.
@@ -105,9 +174,11 @@ Outcome FrameReader::nothing() const {
 }
 
 bool FrameReader::readPacket(bool key) {
+    isAtEnd_ = false;
     while (packets_ < MOST_PACKETS && packetBytes_ < MOST_PACKET_BYTES && !stop_.isUp()) {
         av_packet_unref(packet_.get());
-        if (av_read_frame(input_.context(), packet_.get()) < 0) {
+        isAtEnd_ = av_read_frame(input_.context(), packet_.get()) < 0;
+        if (isAtEnd_) {
             return false;
         }
         ++packets_;
@@ -119,59 +190,206 @@ bool FrameReader::readPacket(bool key) {
     return false;
 }
 
-// Some containers give their packets no time of showing.
-std::int64_t FrameReader::momentOfFrame() const {
-    for (const std::int64_t at : {frame_->best_effort_timestamp, packet_->pts, packet_->dts}) {
-        if (at != AV_NOPTS_VALUE) {
-            return at;
-        }
+// To the first packet. Not every container finds a moment in front of it, or at it.
+void FrameReader::rewind() {
+    AVFormatContext *context = input_.context();
+    const std::int64_t margin = av_rescale_q(10, {1, 1}, stream_->time_base);
+    if (av_seek_frame(context, stream_->index, start_ - margin, AVSEEK_FLAG_BACKWARD) < 0 &&
+        av_seek_frame(context, stream_->index, start_, AVSEEK_FLAG_BACKWARD) < 0) {
+        av_seek_frame(context, stream_->index, 0, AVSEEK_FLAG_BYTE);
     }
-    return start();
 }
 
-bool FrameReader::receive() { return avcodec_receive_frame(codec_.get(), frame_.get()) == 0; }
+// Among frames that are shown in another order than they come in, one without a time of
+// its own may be shown later than it seems.
+bool FrameReader::isShownBy(const AVPacket &packet, std::int64_t moment) const {
+    const bool isReordered = stream_->codecpar->video_delay > 0;
+    return (packet.pts != AV_NOPTS_VALUE || !isReordered) && momentOf(packet) <= moment;
+}
+
+// Reads packets up to a key frame to show at `moment` that comes after the packet `after`.
+// False: there is none from here on to the moment, or to `seen`, from where on there was
+// none before; that becomes here.
+bool FrameReader::scanForKey(std::int64_t moment, std::int64_t after, std::int64_t &seen) {
+    std::int64_t first = seen;
+    while (readPacket(false)) {
+        const std::int64_t order = orderOf(*packet_);
+        if (order != AV_NOPTS_VALUE) {
+            first = std::min(first, order);
+            if (order > moment || order >= seen) {
+                break;
+            }
+        }
+        const bool isKey = (packet_->flags & AV_PKT_FLAG_KEY) != 0;
+        if (isKey && (order == AV_NOPTS_VALUE || (order > after && isShownBy(*packet_, moment)))) {
+            return true;
+        }
+    }
+    seen = first;
+    return false;
+}
+
+// Reads the packet of a key frame at or before `moment` and after the packet `after`. A
+// container with an index has it at once; in others the way back is looked through in
+// pieces, each twice as long as the one before.
+bool FrameReader::findKey(std::int64_t moment, std::int64_t after) {
+    std::int64_t step = av_rescale_q(1, {1, 1}, stream_->time_base);
+    std::int64_t seen = std::numeric_limits<std::int64_t>::max();
+    for (std::int64_t at = moment; at > start_ && seen > after; at -= step, step *= 2) {
+        // A container without an index is read from where it stands.
+        av_seek_frame(input_.context(), stream_->index, at, AVSEEK_FLAG_BACKWARD);
+        if (scanForKey(moment, after, seen)) {
+            return true;
+        }
+    }
+    if (seen <= after) {
+        return false;
+    }
+    rewind();
+    return scanForKey(moment, after, seen);
+}
+
+// Of a film that begins in the middle of what another key frame began.
+bool FrameReader::findFirstKey() {
+    packets_ = 0;
+    packetBytes_ = 0;
+    rewind();
+    return readPacket(true);
+}
+
+bool FrameReader::receive(AVFrame &frame) { return avcodec_receive_frame(codec_.get(), &frame) == 0; }
+
+void FrameReader::send(const AVPacket *packet) {
+    avcodec_send_packet(codec_.get(), packet);
+    if (packet != nullptr) {
+        fed_ = orderOf(*packet);
+    }
+}
 
 Outcome FrameReader::readKeyFrame(const AVFrame *&frame) {
-    codec_->skip_loop_filter = lossy_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
-    codec_->skip_frame = AVDISCARD_DEFAULT;
     // Damage inside one key frame does not rule out the next one.
     do {
+        reset();
+        codec_->skip_loop_filter = lossy_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
+        codec_->skip_frame = AVDISCARD_DEFAULT;
         // Nothing follows it as far as the decoder knows, so it holds nothing back.
-        avcodec_send_packet(codec_.get(), packet_.get());
-        avcodec_send_packet(codec_.get(), nullptr);
-        if (receive()) {
-            const std::int64_t at = momentOfFrame();
-            if (at != last_) {
+        send(packet_.get());
+        send(nullptr);
+        if (receive(*frame_)) {
+            const std::int64_t at = momentOf(*frame_);
+            if (at > last_) {
                 last_ = at;
                 frame = frame_.get();
             }
             return {};
         }
-        reset();
     } while (readPacket(true));
     return nothing();
 }
 
-Outcome FrameReader::readForward(std::int64_t moment, const AVFrame *&frame) {
-    // Errors would add up over the frames, so nothing that others refer to is left out.
-    codec_->skip_loop_filter = AVDISCARD_NONREF;
-    codec_->skip_frame = AVDISCARD_NONREF;
-    bool more = going_ ? readPacket(false) : true;
-    while (more && forward_ < MOST_FRAMES_FORWARD && !stop_.isUp()) {
-        going_ = true;
-        avcodec_send_packet(codec_.get(), packet_.get());
-        while (receive()) {
+// Gives the decoder the next packet, or the end. False: there is no more to be given.
+bool FrameReader::feed() {
+    if (draining_) {
+        ended_ = true;
+        return false;
+    }
+    while (readPacket(false)) {
+        const std::int64_t order = orderOf(*packet_);
+        catchingUp_ = catchingUp_ && order != AV_NOPTS_VALUE && order <= fed_;
+        if (!catchingUp_) {
+            send(packet_.get());
+            return true;
+        }
+    }
+    draining_ = isAtEnd_;
+    if (draining_) {
+        send(nullptr);
+    }
+    return draining_;
+}
+
+// Takes the frame that comes next, for the moment or for a later one.
+FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
+    do {
+        while (receive(*received_)) {
             ++forward_;
-            const std::int64_t at = momentOfFrame();
-            if (at >= moment && at > last_) {
+            // The last ones come without a packet whose time they could have.
+            const bool isKnown = !draining_ || received_->best_effort_timestamp != AV_NOPTS_VALUE;
+            const std::int64_t at =
+                isKnown ? momentOf(*received_) : newest_ + std::max<std::int64_t>(pictureTime(), 1);
+            newest_ = at;
+            if (at > moment) {
+                std::swap(received_, ahead_);
+                aheadAt_ = at;
+                hasAhead_ = true;
+                return Step::LATER;
+            }
+            if (at > last_) {
+                std::swap(received_, frame_);
                 last_ = at;
-                frame = frame_.get();
-                return {};
+                return Step::TAKEN;
             }
         }
-        more = readPacket(false);
+    } while (feed());
+    return Step::NONE;
+}
+
+Outcome FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&frame) {
+    // Errors would add up over the frames, so nothing that others refer to is left out.
+    codec_->skip_loop_filter = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+    codec_->skip_frame = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+    if (hasAhead_ && aheadAt_ > moment) {
+        return {};
     }
-    return nothing();
+    if (hasAhead_) {
+        std::swap(ahead_, frame_);
+        hasAhead_ = false;
+        last_ = aheadAt_;
+        frame = frame_.get();
+    }
+    const int end = forward_ + most;
+    while (last_ < moment && (frame == nullptr || forward_ < end) && receiveNext(moment) == Step::TAKEN) {
+        frame = frame_.get();
+    }
+    return frame == nullptr ? nothing() : Outcome{};
+}
+
+std::vector<std::int64_t> FrameReader::momentsOfPictures(std::size_t count) {
+    reset();
+    rewind();
+    ended_ = false;
+    every_ = true;
+    forward_ = 0;
+    packets_ = 0;
+    packetBytes_ = 0;
+    fed_ = AV_NOPTS_VALUE;
+    last_ = AV_NOPTS_VALUE;
+    std::vector<std::int64_t> shown;
+    std::vector<std::int64_t> read;
+    while (readPacket(false)) {
+        if ((packet_->flags & AV_PKT_FLAG_DISCARD) == 0) {
+            shown.push_back(packet_->pts);
+            read.push_back(orderOf(*packet_));
+        }
+    }
+    const bool areKnown = std::ranges::find(shown, AV_NOPTS_VALUE) == shown.end();
+    std::vector<std::int64_t> &all = areKnown ? shown : read;
+    std::erase(all, AV_NOPTS_VALUE);
+    std::ranges::sort(all);
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    if (!areKnown && !all.empty()) {
+        // They are shown as far apart as they are read.
+        const std::int64_t delay = start_ - all.front();
+        std::ranges::for_each(all, [delay](std::int64_t &moment) { moment += delay; });
+    }
+    if (all.size() <= count) {
+        return all;
+    }
+    std::vector<std::int64_t> moments;
+    for (std::size_t index = 0; index < count; ++index) {
+        moments.push_back(all[(2 * index + 1) * all.size() / (2 * count)]);
+    }
+    return moments;
 }
 
 } // namespace mrb::thumbnail

@@ -5,7 +5,9 @@ extern "C" {
 }
 
 #include <cmath>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "thumbnail/decode/orientation.h"
 #include "thumbnail/film/frame_image.h"
@@ -87,6 +89,33 @@ bool isSmallFor(const AVStream &stream, const DecodeRequest &request) {
     return size.width >= 2 * request.width && size.height >= 2 * request.height;
 }
 
+// The moments to show, in the stream's units. Rounded down, so that no frame is late.
+std::vector<std::int64_t> evenMoments(const FrameReader &reader, int count) {
+    std::vector<std::int64_t> moments;
+    for (int index = 0; index < count; ++index) {
+        const double part = count > 1 ? EDGE + (1 - 2 * EDGE) * index / (count - 1) : EDGE;
+        moments.push_back(reader.start() +
+                          static_cast<std::int64_t>(static_cast<double>(reader.duration()) * part));
+    }
+    return moments;
+}
+
+// A frame for each moment that has one.
+Outcome takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, const DecodeRequest &request,
+                   Decoded &decoded) {
+    for (; !moments.empty(); moments = moments.subspan(1)) {
+        const AVFrame *frame = nullptr;
+        Outcome outcome = reader.read(moments, frame);
+        if (outcome.code == MRB_ERR_NONE && frame != nullptr) {
+            outcome = addFrame(*frame, reader, request, decoded);
+        }
+        if (outcome.code != MRB_ERR_NONE) {
+            return outcome;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
@@ -104,15 +133,18 @@ Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const S
     reader.setLossy(isSmallFor(reader.stream(), request));
     const std::int64_t duration = reader.duration();
     decoded.duration = duration > 0 ? reader.milliseconds(reader.start() + duration) : -1;
-    for (int index = 0; index < request.frames; ++index) {
-        const double part = request.frames > 1 ? EDGE + (1 - 2 * EDGE) * index / (request.frames - 1) : EDGE;
-        const AVFrame *frame = nullptr;
-        outcome = reader.read(reader.start() + std::llround(static_cast<double>(duration) * part), frame);
-        if (outcome.code == MRB_ERR_NONE && frame != nullptr) {
-            outcome = addFrame(*frame, reader, request, decoded);
-        }
-        if (outcome.code != MRB_ERR_NONE) {
-            break;
+    outcome = takeFrames(reader, evenMoments(reader, request.frames), request, decoded);
+    const auto wanted = static_cast<std::size_t>(request.frames);
+    const bool isDecodable = outcome.code == MRB_ERR_NONE || outcome.code == MRB_ERR_CORRUPT;
+    if (isDecodable && !decoded.images.empty() && decoded.images.size() < wanted) {
+        // The pictures do not lie as the running time has it: a film that is shorter than
+        // it says, or has few of them. So they are gone by themselves.
+        const std::vector<std::int64_t> moments = reader.momentsOfPictures(wanted);
+        Decoded other;
+        if (moments.size() > decoded.images.size() &&
+            takeFrames(reader, moments, request, other).code == MRB_ERR_NONE &&
+            other.images.size() > decoded.images.size()) {
+            decoded.images = std::move(other.images);
         }
     }
     // A file that is damaged further on still has the frames in front of that.
@@ -132,7 +164,8 @@ Outcome decodeStill(const MediaFile &file, const DecodeRequest &request, const S
     outcome = reader.open(false);
     const AVFrame *frame = nullptr;
     if (outcome.code == MRB_ERR_NONE) {
-        outcome = reader.read(0, frame);
+        constexpr std::int64_t MOMENTS[] = {0};
+        outcome = reader.read(MOMENTS, frame);
     }
     return outcome.code == MRB_ERR_NONE ? addFrame(*frame, reader, request, decoded) : outcome;
 }
