@@ -280,7 +280,7 @@ void MetadataCache::store(std::span<const std::pair<MediaKey, Metadata>> files) 
 // All of them can be read again from the files; what clients wrote stays.
 void MetadataCache::dropFacts() noexcept {
     try {
-        connection_->database.execute("DELETE FROM facts");
+        connection_->database.execute(sqlOfDropFacts().c_str());
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The metadata cache cannot be emptied: %s", failure.what());
     }

@@ -7,8 +7,13 @@
 namespace mrb {
 namespace {
 
-// The columns of the facts, in the order of Fact. Another order or number of them
-// needs another MetadataCache::FILE_NAME.
+// The table of the facts. Other columns, another order of them or readers that give other
+// values for the same files need another name, and the old one among those that go. What
+// clients wrote is not theirs and stays.
+constexpr const char *TABLE = "facts_2";
+constexpr const char *EARLIER_FACTS = "DROP TABLE IF EXISTS facts;";
+
+// The columns, in the order of Fact.
 constexpr std::array<const char *, FACTS> COLUMNS = {
     "mime_type", "format",   "title",         "artist",         "album",       "genre",         "year",
     "track",     "tracks",   "has_cover",     "duration",       "bitrate",     "sample_rate",   "sample_bits",
@@ -32,20 +37,23 @@ constexpr const char *IS_KEY = " WHERE volume = ?1 AND path = ?2 AND size = ?3 A
 } // namespace
 
 std::string sqlOfTables() {
-    return std::string("CREATE TABLE IF NOT EXISTS facts (") + KEY + columns(", ") +
+    return std::string(EARLIER_FACTS) + "CREATE TABLE IF NOT EXISTS " + TABLE + " (" + KEY + columns(", ") +
            ", PRIMARY KEY (volume, path)) WITHOUT ROWID;"
            "CREATE TABLE IF NOT EXISTS written (" +
            KEY + ", field TEXT NOT NULL, value, PRIMARY KEY (volume, path, field)) WITHOUT ROWID;";
 }
 
-std::string sqlOfFindFacts() { return "SELECT " + columns(", ").substr(2) + " FROM facts" + IS_KEY; }
+std::string sqlOfFindFacts() { return "SELECT " + columns(", ").substr(2) + " FROM " + TABLE + IS_KEY; }
+
+std::string sqlOfDropFacts() { return std::string("DELETE FROM ") + TABLE; }
 
 std::string sqlOfStoreFacts() {
     std::string places = "?1, ?2, ?3, ?4";
     for (std::size_t fact = 0; fact < FACTS; ++fact) {
         places += ", ?" + std::to_string(fact + KEY_COLUMNS + 1);
     }
-    return "REPLACE INTO facts (volume, path, size, modified" + columns(", ") + ") VALUES (" + places + ")";
+    return std::string("REPLACE INTO ") + TABLE + " (volume, path, size, modified" + columns(", ") +
+           ") VALUES (" + places + ")";
 }
 
 std::string sqlOfFindWritten() { return std::string("SELECT field, value FROM written") + IS_KEY; }

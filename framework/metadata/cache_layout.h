@@ -18,7 +18,11 @@ inline constexpr const char *CACHE_SETTINGS[] = {
     "PRAGMA cell_size_check = ON",
 };
 
+// Makes them where they are missing. What earlier readers found goes: its table has
+// another name, so that a program with those readers, running at the same time, neither
+// takes nor leaves anything here.
 std::string sqlOfTables();
+std::string sqlOfDropFacts();
 std::string sqlOfFindFacts();
 std::string sqlOfStoreFacts();
 std::string sqlOfFindWritten();

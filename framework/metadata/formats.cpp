@@ -92,6 +92,18 @@ std::string decimalText(double number, int decimals) {
     return text;
 }
 
+double quotientOf(std::uint32_t number, std::uint32_t divisor) {
+    constexpr int DIGITS = 10;
+    const double exact = static_cast<double>(number) / divisor;
+    std::array<char, 40> written{};
+    const char *end = std::to_chars(written.data(), written.data() + written.size(), exact,
+                                    std::chars_format::general, DIGITS)
+                          .ptr;
+    double rounded = exact;
+    std::from_chars(written.data(), end, rounded);
+    return rounded;
+}
+
 std::string yearOf(std::string_view date) {
     const bool isYear = date.size() >= 4 && digits(date, 0, 4).value_or(0) > 0 &&
                         (date.size() == 4 || date[4] < '0' || date[4] > '9');

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,10 @@ std::string dateOfIso(std::string_view date);
 
 // Rounded to so many decimals, without zeros at the end: "2.8", "4".
 std::string decimalText(double number, int decimals);
+
+// A quotient to ten significant digits, as exiftool reads EXIF's rational numbers; what is
+// then rounded to a text is rounded the same way. The divisor is not 0.
+double quotientOf(std::uint32_t number, std::uint32_t divisor);
 
 // The four digits of a year that "2021" or "2021-05-03" begins with; empty when it does not.
 std::string yearOf(std::string_view date);

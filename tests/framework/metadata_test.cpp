@@ -295,9 +295,27 @@ TEST_F(Cache, AFileThatIsDamagedInsideIsSetAsideToo) {
 
 TEST_F(Cache, TablesOfAnotherShapeAreSetAside) {
     support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
-                                      " 'CREATE TABLE facts (a); CREATE VIEW written AS SELECT 1'");
+                                      " 'CREATE TABLE facts_2 (a); CREATE VIEW written AS SELECT 1'");
     EXPECT_EQ(artist(), "Zoë");
     EXPECT_FALSE(contents(file() + ".damaged").empty());
+}
+
+// An earlier table held "1/1" for an exposure of 0.8 s, and the like.
+TEST_F(Cache, WhatEarlierReadersFoundIsReadAgainAndWhatWasWrittenStays) {
+    ASSERT_EQ(MediaLibrary(cache_.path()).write(item(), {{"TITLE", "Mine"}}).code, MRB_ERR_NONE);
+    EXPECT_EQ(artist(), "Zoë");
+    support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
+                                      " 'DROP TABLE IF EXISTS facts; CREATE TABLE facts AS SELECT * FROM "
+                                      "facts_2; DELETE FROM facts_2;'\" UPDATE facts SET artist = "
+                                      "'old'\"");
+    MediaLibrary library(cache_.path());
+    EXPECT_FALSE(library.known(item())->isRead);
+    EXPECT_EQ(artistBy(library), "Zoë");
+    EXPECT_EQ(std::get<std::string>(library.known(item())->written.at("TITLE")), "Mine");
+    EXPECT_EQ(support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
+                                                " \"SELECT count(*) FROM sqlite_master WHERE name = "
+                                                "'facts'\""),
+              "0\n");
 }
 
 TEST_F(Cache, AFolderThatCannotBeWrittenToLeavesTheMemory) {

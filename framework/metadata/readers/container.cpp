@@ -6,9 +6,11 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <mutex>
 
@@ -189,9 +191,9 @@ void readPicture(const AVStream &stream, Metadata &facts) {
         static_cast<double>(codec.width) * pixel.num / (static_cast<double>(codec.height) * pixel.den);
     ratio = orientation >= 5 ? 1 / ratio : ratio;
     constexpr double THOUSAND = 1000;
-    if (ratio > 0 && ratio < THOUSAND) {
-        facts.setNumber(Fact::ASPECT_RATIO, std::lround(ratio * THOUSAND));
-    }
+    constexpr double MOST = std::numeric_limits<std::int32_t>::max();
+    // A film that has one has no ratio of 0.
+    facts.setNumber(Fact::ASPECT_RATIO, std::llround(std::clamp(ratio * THOUSAND, 1.0, MOST)));
 }
 
 void readSound(const AVStream &stream, Metadata &facts) {
@@ -283,9 +285,9 @@ void readTags(const AVFormatContext &container, Metadata &facts) {
     readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), facts);
 }
 
-} // namespace
-
-void readContainer(MediaFile &file, const Signature &signature, Metadata &facts) {
+// Opens a container for as long as `work` runs with it; not at all where it is none.
+template <typename Work>
+void withContainer(MediaFile &file, const Signature &signature, Work &&work) {
     static std::once_flag silenced;
     // What is wrong with a user's film is no news for the application's terminal.
     std::call_once(silenced, [] { av_log_set_level(AV_LOG_QUIET); });
@@ -295,24 +297,52 @@ void readContainer(MediaFile &file, const Signature &signature, Metadata &facts)
         return;
     }
     const std::string name = std::string("file.") + signature.format;
-    const Container container = openContainer(stream, input.get(), name.c_str());
-    if (!container) {
+    if (const Container container = openContainer(stream, input.get(), name.c_str())) {
+        work(*container);
+    }
+}
+
+// As libav counts it once it has looked into the streams: all bytes by the running time.
+void readTimes(const AVFormatContext &container, std::int64_t size, Metadata &facts) {
+    constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
+    constexpr double BITS = 8;
+    if (container.duration <= 0) {
         return;
     }
-    if (needsAnalysis(*container)) {
-        avformat_find_stream_info(container.get(), nullptr);
+    facts.setNumber(Fact::DURATION, container.duration / MICROSECONDS);
+    const double seconds = static_cast<double>(container.duration) / AV_TIME_BASE;
+    const double rate = container.bit_rate > 0 ? static_cast<double>(container.bit_rate)
+                                               : static_cast<double>(size) * BITS / seconds;
+    if (rate >= 1 && rate < static_cast<double>(std::numeric_limits<std::int64_t>::max())) {
+        facts.setNumber(Fact::BITRATE, static_cast<std::int64_t>(rate));
     }
-    constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
-    if (signature.medium != Medium::PICTURE) {
-        if (container->duration > 0) {
-            facts.setNumber(Fact::DURATION, container->duration / MICROSECONDS);
+}
+
+} // namespace
+
+void readContainer(MediaFile &file, const Signature &signature, Metadata &facts) {
+    withContainer(file, signature, [&](AVFormatContext &container) {
+        if (needsAnalysis(container)) {
+            avformat_find_stream_info(&container, nullptr);
         }
-        if (container->bit_rate > 0) {
-            facts.setNumber(Fact::BITRATE, container->bit_rate);
+        if (signature.medium != Medium::PICTURE) {
+            readTimes(container, file.size(), facts);
         }
-    }
-    readTags(*container, facts);
-    readStreams(*container, facts);
+        readTags(container, facts);
+        readStreams(container, facts);
+    });
+}
+
+void readSoundCodec(MediaFile &file, const Signature &signature, Metadata &facts) {
+    withContainer(file, signature, [&](const AVFormatContext &container) {
+        for (unsigned index = 0; index < container.nb_streams; ++index) {
+            const AVCodecParameters &codec = *container.streams[index]->codecpar;
+            if (codec.codec_type == AVMEDIA_TYPE_AUDIO && codec.codec_id != AV_CODEC_ID_NONE) {
+                facts.setText(Fact::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
+                return;
+            }
+        }
+    });
 }
 
 } // namespace mrb

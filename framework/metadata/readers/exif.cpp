@@ -87,14 +87,17 @@ class Directory {
     ExifByteOrder order_;
 };
 
+// As exiftool shows it: up to a quarter of a second as 1/n, as cameras do, else in seconds
+// with one decimal. 10/1250 is 1/125, and 4/5 is 0.8.
 std::string exposureText(ExifRational time) {
-    const double seconds = static_cast<double>(time.numerator) / time.denominator;
-    if (time.numerator > 0 && seconds < 1) {
-        // As cameras show it: 10/1250 is 1/125.
-        return "1/" + std::to_string(std::lround(1 / seconds));
-    }
-    return decimalText(seconds, 1);
+    constexpr double LONGEST_FRACTION = 0.25001;
+    const double seconds = quotientOf(time.numerator, time.denominator);
+    return seconds < LONGEST_FRACTION ? "1/" + std::to_string(static_cast<std::int64_t>(0.5 + 1 / seconds))
+                                      : decimalText(seconds, 1);
 }
+
+// Below 1 a lens is known by two decimals: 0.95.
+std::string apertureText(double aperture) { return decimalText(aperture, aperture < 1 ? 2 : 1); }
 
 // Degrees, minutes and seconds; no value when they are no angle up to `most` degrees.
 std::optional<double> angle(const Directory &gps, int tag, double most) {
@@ -161,7 +164,7 @@ void readExif(std::string bytes, Metadata &facts) {
         facts.setText(Fact::EXPOSURE_TIME, exposureText(*time));
     }
     if (const auto aperture = exif.real(EXIF_TAG_FNUMBER); aperture && *aperture > 0) {
-        facts.setText(Fact::F_NUMBER, decimalText(*aperture, 1));
+        facts.setText(Fact::F_NUMBER, apertureText(*aperture));
     }
     if (const auto iso = exif.number(EXIF_TAG_ISO_SPEED_RATINGS); iso && *iso > 0) {
         facts.setText(Fact::ISO, std::to_string(*iso));

@@ -1,5 +1,6 @@
 #include "metadata/reading.h"
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -32,6 +33,8 @@ void readMedium(MediaFile &file, const Signature &signature, Metadata &facts) {
     case Medium::MUSIC:
         if (!readMusic(file, signature, facts)) {
             readContainer(file, signature, facts);
+        } else if (!facts.has(Fact::AUDIO_CODEC)) {
+            readSoundCodec(file, signature, facts);
         }
         break;
     case Medium::PICTURE:
@@ -47,7 +50,7 @@ bool isPicture(Medium medium) {
     return medium != Medium::NONE && medium != Medium::MUSIC && medium != Medium::FILM;
 }
 
-// As it is shown: turned upright.
+// As it is shown: turned upright. A picture that has one has no ratio of 0.
 void setPictureRatio(Metadata &facts) {
     constexpr std::int64_t THOUSAND = 1000;
     std::int64_t width = facts.number(Fact::WIDTH);
@@ -55,8 +58,9 @@ void setPictureRatio(Metadata &facts) {
     if (facts.number(Fact::ORIENTATION) >= 5) {
         std::swap(width, height);
     }
-    if (width > 0 && height > 0 && width / height < THOUSAND) {
-        facts.setNumber(Fact::ASPECT_RATIO, (width * THOUSAND + height / 2) / height);
+    if (width > 0 && height > 0) {
+        facts.setNumber(Fact::ASPECT_RATIO,
+                        std::max<std::int64_t>((width * THOUSAND + height / 2) / height, 1));
     }
 }
 

@@ -21,5 +21,7 @@ bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts);
 
 // By libav. `signature` says which way it is to be opened.
 void readContainer(MediaFile &file, const Signature &signature, Metadata &facts);
+// The codec of the sound alone, from the container's head.
+void readSoundCodec(MediaFile &file, const Signature &signature, Metadata &facts);
 
 } // namespace mrb

@@ -1,6 +1,9 @@
 #include "metadata/readers/signature.h"
 
+#include <algorithm>
+
 #include "media/media_types.h"
+#include "metadata/byte_order.h"
 #include "mrb/agent.h"
 
 namespace mrb {
@@ -25,8 +28,8 @@ constexpr Mark MARKS[] = {
     {0, "MM\0*"sv, {Medium::PICTURE, "tiff", "image/tiff"}},
     {0, "\xff\x0a"sv, {Medium::PICTURE, "jxl", "image/jxl"}},
     {4, "JXL \r\n\x87\n"sv, {Medium::PICTURE, "jxl", "image/jxl"}},
-    {4, "ftypheic"sv, {Medium::HEIF, "heif", "image/heic"}},
-    {4, "ftypheix"sv, {Medium::HEIF, "heif", "image/heic"}},
+    {4, "ftypheic"sv, {Medium::HEIF, "heic", "image/heic"}},
+    {4, "ftypheix"sv, {Medium::HEIF, "heic", "image/heic"}},
     {4, "ftypmif1"sv, {Medium::HEIF, "heif", "image/heif"}},
     {4, "ftypavif"sv, {Medium::HEIF, "avif", "image/avif"}},
     {4, "ftypM4A "sv, {Medium::MUSIC, "mp4", "audio/mp4"}},
@@ -78,7 +81,7 @@ bool isSame(const Signature &found, const MediaType &named) {
         return named.extension == "m4a" || named.extension == "m4v" || named.extension == "mp4" ||
                named.extension == "mov" || named.extension == "qt";
     }
-    if (format == "matroska") {
+    if (format == "matroska" || format == "webm") {
         return named.extension == "mka" || named.extension == "mkv" || named.extension == "webm";
     }
     if (format == "ogg") {
@@ -87,7 +90,40 @@ bool isSame(const Signature &found, const MediaType &named) {
     if (format == "asf") {
         return named.extension == "wma" || named.extension == "wmv" || named.extension == "asf";
     }
-    return format == "heif" && named.extension.starts_with("hei");
+    return (format == "heif" || format == "heic") && named.extension.starts_with("hei");
+}
+
+// ISO/IEC 14496-12, 4.3: "mif1" in front says only that it is a picture; the compatible
+// brands behind it say of which kind.
+Signature ofBrands(std::string_view head, Signature found) {
+    constexpr std::size_t FIRST = 16;
+    constexpr std::size_t LENGTH = 4;
+    const std::size_t end = std::min<std::size_t>(head.size(), bigEndian(head, 0, 4));
+    for (std::size_t start = FIRST; start + LENGTH <= end; start += LENGTH) {
+        const std::string_view brand = head.substr(start, LENGTH);
+        if (brand == "heic" || brand == "heix") {
+            return {found.medium, "heic", "image/heic"};
+        }
+        if (brand == "avif") {
+            return {found.medium, "avif", "image/avif"};
+        }
+    }
+    return found;
+}
+
+// RFC 8794, 11.2.4: an EBML file names its type in its header.
+Signature ofDocumentType(std::string_view head, Signature found) {
+    constexpr std::string_view WEBM = "\x42\x82\x84webm";
+    return head.find(WEBM) == std::string_view::npos ? found : Signature{found.medium, "webm", "video/webm"};
+}
+
+// Where the first bytes leave a choice, others among the head's make it.
+Signature refined(std::string_view head, Signature found) {
+    const std::string_view format = found.format;
+    if (format == "heif") {
+        return ofBrands(head, found);
+    }
+    return format == "matroska" ? ofDocumentType(head, found) : found;
 }
 
 Medium mediumOf(const MediaType &type) {
@@ -100,7 +136,7 @@ Signature signatureOf(std::string_view head, std::string_view fileName) {
     const MediaType *type = mediaTypeOf(fileName);
     for (const Mark &mark : MARKS) {
         if (head.size() > mark.offset && head.substr(mark.offset).starts_with(mark.bytes)) {
-            Signature found = mark.means;
+            Signature found = refined(head, mark.means);
             if (type != nullptr && isSame(found, *type)) {
                 found.mimeType = type->mimeType;
                 found.medium = found.medium == Medium::HEIF ? Medium::HEIF : mediumOf(*type);

@@ -16,7 +16,7 @@ struct Signature {
 };
 
 // How many first bytes a signature needs.
-inline constexpr std::size_t SIGNATURE_BYTES = 32;
+inline constexpr std::size_t SIGNATURE_BYTES = 64;
 
 // `head` may be shorter, and may be anything.
 Signature signatureOf(std::string_view head, std::string_view fileName);
