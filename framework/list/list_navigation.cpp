@@ -38,9 +38,9 @@ int List::setStyle(const PageStyle &style) {
     const std::lock_guard guard(lock_);
     const PageStyle before = view_.style();
     view_.setStyle(style);
+    // Without groups 0 stands for everything, and no other can be.
     const std::size_t groups = style.grouping == Grouping::NONE ? 1 : view_.groups().size();
-    // The first group may still be on its way.
-    const bool isThere = style.groupIndex <= 0 || std::cmp_less(style.groupIndex, groups);
+    const bool isThere = style.groupIndex < 0 || std::cmp_less(style.groupIndex, groups);
     if (!isThere) {
         view_.setStyle(before);
         return MRB_ERR_OUT_OF_RANGE;

@@ -40,6 +40,8 @@ Outcome invalid(const char *what, int value) {
 
 } // namespace
 
+bool PageStyle::isOfGroupsAlone() const { return grouping != Grouping::NONE && groupIndex != MRB_GROUP_ALL; }
+
 Outcome readPageStyle(const PageRequest &request, PageStyle &style) {
     const bool paged = (request.style & MRB_PAGE_STYLE_PAGED) != 0;
     if (!readGrouping(request.style & ~MRB_PAGE_STYLE_PAGED, style.grouping)) {

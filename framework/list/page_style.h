@@ -28,6 +28,8 @@ struct PageStyle {
     bool padded = false;
 
     [[nodiscard]] std::int32_t pageSize() const { return rows * columns; }
+    // True: the view holds one group's items or the headings, and nothing else.
+    [[nodiscard]] bool isOfGroupsAlone() const;
     // True: entries stand one after the other, as the items come.
     [[nodiscard]] bool isPlain() const { return grouping == Grouping::NONE && !byColumns && !padded; }
 };

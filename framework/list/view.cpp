@@ -96,7 +96,7 @@ void View::update() {
     counts_.fill(0);
     // Should memory run out below, the next call tries again.
     stale_ = true;
-    if (folder_ && *folder_ != ROOT_FOLDER) {
+    if (folder_ && *folder_ != ROOT_FOLDER && !style_.isOfGroupsAlone()) {
         append(UPFOLDER_ENTRY);
     }
     const PagedVector<std::int32_t> items = folder_ ? itemsOfFolder(*folder_) : itemsOfTree();

@@ -3,6 +3,7 @@
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
 #include <unicode/uscript.h>
+#include <unicode/ustring.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -45,6 +46,23 @@ char32_t baseLetter(char32_t letter) {
     UChar32 base = 0;
     U16_GET(units.data(), 0, 0, length, base);
     return static_cast<char32_t>(base);
+}
+
+// As it is compared whatever its case: ß and ẞ begin a double s.
+char32_t foldedLetter(char32_t letter) {
+    std::array<char16_t, 2> units{};
+    std::int32_t length = 0;
+    U16_APPEND_UNSAFE(units.data(), length, letter);
+    std::array<char16_t, 8> folded{};
+    UErrorCode status = U_ZERO_ERROR;
+    const std::int32_t size = u_strFoldCase(folded.data(), static_cast<std::int32_t>(folded.size()),
+                                            units.data(), length, U_FOLD_CASE_DEFAULT, &status);
+    if (U_FAILURE(status) || size <= 0) {
+        return letter;
+    }
+    UChar32 first = 0;
+    U16_GET(folded.data(), 0, 0, size, first);
+    return static_cast<char32_t>(first);
 }
 
 char32_t kanaRow(char32_t letter) {
@@ -99,7 +117,7 @@ char32_t firstLetter(std::string_view name) {
     case USCRIPT_KATAKANA:
         return kanaRow(letter);
     default:
-        return static_cast<char32_t>(u_toupper(point));
+        return static_cast<char32_t>(u_toupper(static_cast<UChar32>(foldedLetter(letter))));
     }
 }
 

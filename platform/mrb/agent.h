@@ -202,7 +202,8 @@ enum {
     MRB_PAGE_ORDER_COLUMNS = 1 /* down the columns, which on the last page are as even as can be */
 };
 
-/* Group indexes beside those of single groups, which are shown without a heading. */
+/* Group indexes beside those of single groups, which are shown without a heading.
+ * Single groups and the headings stand alone, without an up-folder entry. */
 enum {
     MRB_GROUP_ALL = -1,     /* all groups, each behind a heading (MRB_ITEM_TYPE_GROUP) */
     MRB_GROUP_HEADINGS = -2 /* the headings alone */
@@ -226,14 +227,15 @@ int mrb_param_set_page_style_padding(mrb_page_param_h param, bool need_padding);
  * fills the last page with entries of MRB_ITEM_TYPE_EMPTY. The group index matters
  * with a way of grouping; without one it must be 0 or negative. A style, order or
  * size that does not exist is MRB_ERR_INVALID_PARAMETER, a group that does not
- * exist MRB_ERR_OUT_OF_RANGE; the view then stays as it was.
+ * exist, as none does in an empty view, MRB_ERR_OUT_OF_RANGE; the view then stays as it
+ * was.
  */
 int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
 
 /*
  * Moves the view through the folders, see MRB_NAVIGATION_. A folder's view holds
  * its sub-folders, then its files, behind an entry of MRB_ITEM_TYPE_UPFOLDER
- * unless it is the source's own. A sub-folder is shown when it passes the filters
+ * unless it is the source's own or shows groups alone. A sub-folder is shown when it passes the filters
  * or something below it does. Entering what is no folder is MRB_ERR_NOT_A_FOLDER;
  * entering from an empty view, and leaving the source's own folder or a flat view,
  * is MRB_ERR_NOT_FOUND. The page style stays.

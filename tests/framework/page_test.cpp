@@ -180,6 +180,58 @@ TEST(Groups, OneCanBeShownAndTheHeadingsAlone) {
     EXPECT_THAT(client.all("name"), ElementsAre("Äpfel.jpg", "apple.jpg"));
 }
 
+TEST(Groups, ASharpSIsOfTheGroupOfS) {
+    const Folder folder;
+    for (const char *name : {"ßa.jpg", "ẞb.jpg", "sc.jpg", "ta.jpg"}) {
+        folder.file(name);
+    }
+    Client client;
+    client.list(folder.path());
+    EXPECT_EQ(
+        setStyle(client, {.style = MRB_PAGE_STYLE_GROUP_FIRST_LETTER, .groupIndex = MRB_GROUP_HEADINGS}),
+        MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("S", "T"));
+}
+
+TEST(Groups, AnEmptyViewHasNone) {
+    const Folder folder;
+    Client client;
+    client.list(folder.path());
+    for (const int group : {0, 1}) {
+        EXPECT_EQ(setStyle(client, {.style = MRB_PAGE_STYLE_GROUP_TYPE, .groupIndex = group}),
+                  MRB_ERR_OUT_OF_RANGE);
+    }
+    EXPECT_EQ(groups(client), 0);
+    for (const int group : {int{MRB_GROUP_ALL}, int{MRB_GROUP_HEADINGS}}) {
+        EXPECT_EQ(setStyle(client, {.style = MRB_PAGE_STYLE_GROUP_TYPE, .groupIndex = group}), MRB_ERR_NONE);
+    }
+    EXPECT_EQ(setStyle(client, {.groupIndex = 0}), MRB_ERR_NONE);
+}
+
+TEST(Groups, AloneShowNoUpFolderEntry) {
+    const Folder folder;
+    folder.file("sub/a.jpg");
+    folder.file("sub/b.mp3");
+    Client client;
+    client.list(folder.path());
+    ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_FOLDER), MRB_ERR_NONE);
+    ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_ENTER), MRB_ERR_NONE);
+    const int style = MRB_PAGE_STYLE_GROUP_TYPE;
+    ASSERT_EQ(setStyle(client, {.style = style, .groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("image", "music"));
+    ASSERT_EQ(setStyle(client, {.style = style, .groupIndex = 1}), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("b.mp3"));
+    EXPECT_EQ(client.count(MRB_ITEM_TYPE_UPFOLDER), 0);
+    ASSERT_EQ(setStyle(client, {.style = style, .groupIndex = MRB_GROUP_ALL}), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("..", "image", "a.jpg", "music", "b.mp3"));
+    ASSERT_EQ(setStyle(client, {.groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("..", "a.jpg", "b.mp3"));
+    // The way back is there all the same.
+    ASSERT_EQ(setStyle(client, {.style = style, .groupIndex = 0}), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_UP), MRB_ERR_NONE);
+    EXPECT_THAT(client.all("name"), ElementsAre("sub"));
+}
+
 TEST(Groups, MonthsAreNewestFirst) {
     const Folder folder;
     const std::pair<const char *, std::int64_t> files[] = {

@@ -79,6 +79,7 @@ TEST(FirstLetter, IsTheLetterOfAnIndexInEveryScript) {
         {"ぱん", "は"},  {"ゃ", "や"},    {"ん", "わ"},   {"ア", "あ"},      {"ｱ", "あ"},
         {"漢字", "漢"},  {"𠮷野", "漢"},  {"東京", "漢"}, {"한국", "ㅎ"},    {"까치", "ㄲ"},
         {"שלום", "ש"},   {"مرحبا", "م"},  {"हिन्दी", "ह"}, {"ไทย", "ไ"},      {"٣", "#"},
+        {"ßtein", "S"},  {"ẞTEIN", "S"},  {"ﬁsch", "F"},  {"ſonne", "S"},    {"ıssız", "I"},
     };
     for (const auto &[name, letter] : table) {
         EXPECT_EQ(mrb::letterText(mrb::firstLetter(name)), letter) << name;
