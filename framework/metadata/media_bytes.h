@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "mrb/result.h"
+
 namespace mrb {
 
 // The bytes of a media file that is not on this machine. Owned by the MediaFile that was
@@ -20,6 +22,9 @@ class MediaBytes {
     // Reads up to `length` bytes from `offset` on, as many as come at once; `got` is how many,
     // 0 where there are none. False: the device failed.
     virtual bool read(std::int64_t offset, char *buffer, std::size_t length, std::size_t &got) = 0;
+
+    // Why read() failed: a code of mrb/result.h.
+    [[nodiscard]] virtual int failure() const { return MRB_ERR_IO; }
 };
 
 } // namespace mrb

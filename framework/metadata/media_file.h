@@ -41,6 +41,7 @@ class MediaFile {
 
     // True: the device failed; what was read is not all there is.
     [[nodiscard]] bool failed() const { return failed_; }
+    [[nodiscard]] int failure() const { return bytes_ ? bytes_->failure() : int{MRB_ERR_IO}; }
     [[nodiscard]] bool isExhausted() const;
     [[nodiscard]] bool isStopped() const { return isStopped_ != nullptr && (*isStopped_)(); }
 

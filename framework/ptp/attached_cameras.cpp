@@ -67,6 +67,10 @@ std::optional<Device> attachedCamera(const std::string &name, int bus, int addre
     });
 }
 
+bool isAttached(const CameraAddress &address) {
+    return find([&](const Device &camera) { return camera.camera == address; }).has_value();
+}
+
 std::string cameraUrl(const CameraItem &item) {
     const std::string name = item.device.starts_with(ID_SCHEME) ? item.device.substr(ID_SCHEME.size()) : "";
     return CAMERA_URL_SCHEME + encoded(name) + fileUri(item.path).substr(FILE_SCHEME.size());

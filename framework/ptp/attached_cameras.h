@@ -15,6 +15,9 @@ std::optional<Device> attachedCamera(const std::string &id);
 // no name either, the first one. No value: there is none.
 std::optional<Device> attachedCamera(const std::string &name, int bus, int address);
 
+// Whether the camera that came to that address at that time is still attached.
+bool isAttached(const CameraAddress &address);
+
 // Where a file on a camera is, as a URL: "ptp://", what follows "ptp:" in the camera's storage
 // id, and the path on it, both percent-encoded. The same as long as the camera keeps its id.
 struct CameraItem {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "metadata/byte_order.h"
 #include "metadata/media_file.h"
 #include "metadata/read_metadata.h"
 #include "ptp/bytes_in_memory.h"
@@ -13,6 +14,32 @@ namespace mrb {
 namespace {
 
 constexpr std::size_t MOST_EXIF = 1UL << 20;
+
+constexpr std::string_view EXIF("Exif\0\0", 6);
+constexpr std::string_view LITTLE_ENDIAN_TIFF("II*\0", 4);
+constexpr std::string_view BIG_ENDIAN_TIFF("MM\0*", 4);
+constexpr std::string_view START_OF_IMAGE("\xff\xd8");
+constexpr char START_OF_SCAN = '\xda';
+
+// Some drivers give a directory without entries where they find no EXIF data.
+bool saysAnything(const std::string &exif) {
+    const Metadata facts = factsOfExif(exif);
+    const auto isSaid = [&facts](Fact fact) { return facts.has(fact); };
+    constexpr Fact SAID[] = {Fact::ORIENTATION, Fact::MODEL, Fact::DATE_TAKEN, Fact::EXPOSURE_TIME,
+                             Fact::F_NUMBER,    Fact::ISO,   Fact::LATITUDE,   Fact::WIDTH};
+    return std::ranges::any_of(SAID, isSaid) || exif.find("\xff\xd8\xff") != std::string::npos;
+}
+
+// PTP drivers ask for as many bytes as the length of the segment says, which does not count its
+// marker, and so miss the last two. Mostly they end the small picture, or fill it up to an even
+// number of bytes.
+std::string withLastTwoBytes(std::string_view contents) {
+    constexpr std::string_view END_OF_IMAGE("\xff\xd9");
+    const bool hasHalf = contents.ends_with(END_OF_IMAGE[0]);
+    return std::string(contents)
+        .append(hasHalf ? END_OF_IMAGE.substr(1) : END_OF_IMAGE)
+        .append(hasHalf, '\0');
+}
 
 std::string bigEndian16(std::size_t number) {
     return {static_cast<char>(number >> 8U & 0xffU), static_cast<char>(number & 0xffU)};
@@ -26,8 +53,50 @@ bool hasExif(const CameraFile &file) {
     return name.ends_with(".jpg") || name.ends_with(".jpeg") || name.ends_with(".jpe");
 }
 
-Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
-    return file.read(patience, CameraPart::EXIF, MOST_EXIF, exif);
+Outcome readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
+    std::string given;
+    Outcome outcome = file.read(patience, CameraPart::EXIF, MOST_EXIF, given);
+    exif = outcome.code == MRB_ERR_NONE ? exifIn(given) : std::string();
+    if (!exif.empty() && !saysAnything(exif)) {
+        exif.clear();
+    }
+    // A file without them fails in as many ways as there are drivers.
+    return endsAll(outcome) ? outcome : Outcome();
+}
+
+Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
+                       std::string &exif) {
+    Outcome outcome = readDriversExif(file, patience, exif);
+    if (outcome.code != MRB_ERR_NONE || !exif.empty() || !hasExif(file)) {
+        return outcome;
+    }
+    std::string head;
+    outcome = file.readBeginning(patience, size, HEAD_BYTES, head);
+    exif = exifIn(head);
+    return endsAll(outcome) ? outcome : Outcome();
+}
+
+// ISO/IEC 10918-1, annex B, and Exif 2.32, 4.7.2.
+std::string exifIn(std::string_view bytes) {
+    if (bytes.starts_with(EXIF)) {
+        return std::string(bytes);
+    }
+    if (bytes.starts_with(LITTLE_ENDIAN_TIFF) || bytes.starts_with(BIG_ENDIAN_TIFF)) {
+        return std::string(EXIF).append(bytes);
+    }
+    std::size_t at = bytes.starts_with(START_OF_IMAGE) ? START_OF_IMAGE.size() : 0;
+    while (at + 4 <= bytes.size() && bytes[at] == '\xff') {
+        const std::size_t length = bigEndian(bytes, at + 2, 2);
+        const std::string_view contents = bytes.substr(at + 4, std::max<std::size_t>(length, 2) - 2);
+        if (bytes[at + 1] == '\xe1' && contents.starts_with(EXIF)) {
+            return contents.size() + 2 == length - 2 ? withLastTwoBytes(contents) : std::string(contents);
+        }
+        if (length < 2 || bytes[at + 1] == START_OF_SCAN) {
+            break;
+        }
+        at += 2 + length;
+    }
+    return {};
 }
 
 Metadata factsOfExif(const std::string &exif) {

@@ -1,8 +1,38 @@
 #include "ptp/camera_file.h"
 
+#include <algorithm>
 #include <optional>
+#include <string_view>
 
 namespace mrb {
+namespace {
+
+// One that is at work on something long, or hangs, is not waited for.
+constexpr auto PRESENCE_LIMIT = std::chrono::seconds(5);
+
+// A camera may give less than is asked for, and take a read behind the end for a mistake.
+Outcome beginningOfPieces(Camera &camera, const CameraPath &path, std::size_t length, bool isSizeKnown,
+                          std::string &bytes) {
+    Outcome outcome;
+    std::size_t got = 0;
+    do {
+        const std::size_t done = bytes.size();
+        bytes.resize(length);
+        outcome = camera.readAt(path, done, bytes.data() + done, length - done, got);
+        bytes.resize(done + (outcome.code == MRB_ERR_NONE ? got : 0));
+    } while (isSizeKnown && outcome.code == MRB_ERR_NONE && got > 0 && bytes.size() < length);
+    return outcome;
+}
+
+Outcome beginningOfWhole(Camera &camera, const CameraPath &path, std::size_t length, std::string &bytes) {
+    Outcome outcome = camera.read(path, CameraPart::WHOLE, [&](std::string_view piece) {
+        bytes += piece.substr(0, length - bytes.size());
+        return bytes.size() < length;
+    });
+    return bytes.size() == length ? Outcome() : outcome;
+}
+
+} // namespace
 
 bool endsAll(const Outcome &outcome) {
     return outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
@@ -15,6 +45,15 @@ Outcome unlessRemoved(Outcome outcome, const std::string &device) {
         return {MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
     }
     return outcome;
+}
+
+bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopped) {
+    const auto readSizes = [sizes = std::make_shared<CameraSizes>()](Camera &camera) {
+        return camera.readSizes(*sizes);
+    };
+    return isAttached(address) &&
+           CameraService::instance().run(address, readSizes, stopped, PRESENCE_LIMIT).code !=
+               MRB_ERR_DEVICE_REMOVED;
 }
 
 std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Outcome &outcome) {
@@ -58,6 +97,26 @@ Outcome CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset,
     });
     if (outcome.code == MRB_ERR_NONE) {
         bytes += *told;
+    }
+    return outcome;
+}
+
+Outcome CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+                                  std::string &bytes) const {
+    const bool isSizeKnown = size >= 0;
+    const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), most) : most;
+    if (length == 0) {
+        return {};
+    }
+    const auto read = std::make_shared<std::string>();
+    Outcome outcome = run(patience, [read, path = path_, length, isSizeKnown](Camera &camera) {
+        Outcome pieces = beginningOfPieces(camera, path, length, isSizeKnown, *read);
+        return pieces.code == MRB_ERR_NOT_SUPPORTED && read->empty()
+                   ? beginningOfWhole(camera, path, length, *read)
+                   : pieces;
+    });
+    if (outcome.code == MRB_ERR_NONE) {
+        bytes = std::move(*read);
     }
     return outcome;
 }

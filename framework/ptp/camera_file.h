@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -36,6 +37,12 @@ class CameraFile {
     Outcome readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
                    std::string &bytes) const;
 
+    // The first `most` bytes of a file of `size` bytes, or all where there are fewer; where its
+    // size is CameraFileFacts::UNSAID, what one piece has of them. Also of a camera that gives
+    // whole files only, whose transfer ends there.
+    Outcome readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+                          std::string &bytes) const;
+
     // A part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
     Outcome read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
 
@@ -55,6 +62,10 @@ class CameraFile {
 // Whether nothing more can be had of the camera for now, so that there is no use in asking for
 // something else: it is gone, held by others or silent, or nobody wants it any more.
 bool endsAll(const Outcome &outcome);
+
+// Whether the camera at that address is attached: one that has left is noticed before the system
+// reports it. Takes a transfer; one that hangs is there.
+bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopped);
 
 // `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
 // there any more fails in many ways.

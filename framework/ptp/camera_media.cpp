@@ -12,8 +12,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Mostly all that a reader wants comes with the first one.
-constexpr std::size_t HEAD_BYTES = 128UL << 10;
 constexpr std::size_t PIECE_BYTES = 64UL << 10;
 
 std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
@@ -32,6 +30,8 @@ class CameraBytes final : public MediaBytes {
     [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(facts_.size, 0); }
     [[nodiscard]] std::int64_t modified() const override { return facts_.modified; }
 
+    [[nodiscard]] int failure() const override { return failure_; }
+
     bool read(std::int64_t offset, char *buffer, std::size_t length, std::size_t &got) override {
         if (take(head_, 0, offset, buffer, length, got) ||
             take(piece_, pieceAt_, offset, buffer, length, got)) {
@@ -46,6 +46,7 @@ class CameraBytes final : public MediaBytes {
                                     : file_.readAt({stopped_, timeUntil(deadline_)},
                                                    static_cast<std::uint64_t>(offset), wanted, piece_);
         take(piece_, pieceAt_, offset, buffer, length, got);
+        failure_ = outcome.code;
         return outcome.code == MRB_ERR_NONE;
     }
 
@@ -70,6 +71,7 @@ class CameraBytes final : public MediaBytes {
     const std::string head_;
     std::string piece_;
     std::int64_t pieceAt_ = 0;
+    int failure_ = MRB_ERR_NONE;
 };
 
 // For a camera that gives whole files only.
@@ -80,8 +82,17 @@ Outcome readWithoutPieces(const CameraFile &source, const CameraPatience &patien
         return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);
     }
     std::string exif;
-    const Outcome outcome = readCameraExif(source, patience, exif);
-    bytes = jpegOf(exif, facts.width, facts.height);
+    Outcome outcome = readDriversExif(source, patience, exif);
+    if (outcome.code != MRB_ERR_NONE) {
+        return outcome;
+    }
+    std::string head;
+    if (exif.empty()) {
+        outcome = source.readBeginning(patience, facts.size, HEAD_BYTES, head);
+        exif = exifIn(head);
+    }
+    bytes = facts.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, facts.width, facts.height);
+    // With its size in pixels a JPEG says something without EXIF data too.
     return endsAll(outcome) ? outcome : Outcome();
 }
 

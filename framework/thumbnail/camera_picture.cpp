@@ -117,7 +117,7 @@ class CameraPicture {
     const std::string &readExif(Outcome &outcome) {
         if (!exif_) {
             exif_.emplace();
-            outcome = readCameraExif(file_, patience(), *exif_);
+            outcome = readCameraExif(file_, patience(), size_, *exif_);
             const Metadata facts = exif_->empty() ? Metadata() : factsOfExif(*exif_);
             exifOrientation_ = static_cast<int>(facts.number(Fact::ORIENTATION));
             if (!knowsPixels()) {
@@ -137,6 +137,10 @@ class CameraPicture {
         if (request_.orientation == 0 && isImage) {
             Outcome outcome;
             readExif(outcome);
+            if (endsAll(outcome)) { // how it is held is not known
+                small.outcome = outcome;
+                return;
+            }
         }
         decodeSmall(bytes, small);
     }

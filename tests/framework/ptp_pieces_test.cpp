@@ -185,6 +185,60 @@ TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
     EXPECT_EQ(duration(), 2000);
 }
 
+// What a driver makes of a file is not all that the file has: a stub, nothing, a failure.
+TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreNoUse) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    const std::string path = scratch.path("photo.jpg");
+    support::makePicture(path, 600, 400);
+    support::run({"exiftool", "-q", "-n", "-overwrite_original", "-EXIF:Model=Told", "-EXIF:ISO=200",
+                  "-EXIF:FNumber=2.8", "-EXIF:ExposureTime=0.008", "-EXIF:Orientation=6",
+                  "-EXIF:DateTimeOriginal=2024:07:14 09:30:00", path});
+    ToldFile photo = ToldFile::of(support::bytesOf(path) + std::string(3'000'000, '\0'));
+    photo.facts.width = 600;
+    photo.facts.height = 400;
+    camera.givesPieces = false;
+    std::atomic<std::uint64_t> furthest = 0;
+    camera.onQuestion = [&furthest](const CameraQuestion &question) {
+        furthest = std::max<std::uint64_t>(furthest, question.offset);
+        return question.about == "exif" && question.name == "failing.jpg" ? Outcome{MRB_ERR_PROTOCOL, "What?"}
+                                                                          : Outcome();
+    };
+    camera.files["failing.jpg"] = photo;
+    camera.files["nothing.jpg"] = photo;
+    photo.exif = std::string("Exif\0\0II*\0\x08\0\0\0\0\0\0\0\0\0", 20);
+    camera.files["stub.jpg"] = photo;
+    open();
+    for (int index = 0; index < 3; ++index) {
+        SCOPED_TRACE(client.item(index)["name"].asString());
+        EXPECT_EQ(support::text(client, index, "MODEL"), "Told");
+        EXPECT_EQ(support::text(client, index, "DATE_TAKEN"), "2024-07-14T09:30:00");
+        EXPECT_EQ(support::text(client, index, "EXPOSURE_TIME"), "1/125");
+        EXPECT_EQ(support::text(client, index, "FNUMBER"), "2.8");
+        EXPECT_EQ(support::text(client, index, "ISO"), "200");
+        EXPECT_EQ(support::number(client, index, "ORIENTATION"), 6);
+    }
+    EXPECT_LE(furthest, 256U << 10);
+}
+
+TEST_F(PtpPieces, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThem) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    addPicture();
+    ToldFile &photo = camera.files["photo.jpg"];
+    photo.facts.width = 600;
+    photo.facts.height = 400;
+    const std::size_t segment = photo.bytes.find("\xff\xe1");
+    ASSERT_NE(segment, std::string::npos);
+    photo.exif = photo.bytes.substr(segment, 2000);
+    camera.givesPieces = false;
+    open();
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_THAT(camera.asked(), Not(Contains("whole photo.jpg")));
+}
+
 // A list that is sorted by what files say reads them while it is made.
 TEST_F(PtpPieces, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwo) {
     if (!inside(Surroundings::TOLD_CAMERA)) {

@@ -75,6 +75,15 @@ class PtpQuestions : public support::OwnProcess {
         return jpeg.substr(at + 4, byte(at + 2) * 256UL + byte(at + 3) - 2);
     }
 
+    // The same as PTP drivers give it: with the head of its segment, and two bytes too few.
+    static std::string segmentOf(const std::string &exif) {
+        const std::size_t length = exif.size() + 2;
+        return std::string("\xff\xe1") + static_cast<char>(length / 256) + static_cast<char>(length % 256) +
+               exif.substr(0, exif.size() - 2);
+    }
+    // What a driver makes of a file in which it finds none: a directory without entries.
+    static std::string stub() { return {"Exif\0\0II*\0\x08\0\0\0\0\0\0\0\0\0", 20}; }
+
     Thumbnail thumbnail(int box = 160, const std::string &name = "a.jpg") {
         Client client;
         client.list(camera.place.wishes());
@@ -122,6 +131,77 @@ TEST_F(PtpQuestions, TheyTellItsOrientationToo) {
     EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
+// Several forms of one thing.
+TEST_F(PtpQuestions, TheyMayHaveTheHeadOfTheirSegmentInFrontOfThem) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    const std::string exif = *add({.orientation = 6}).exif;
+    for (const std::string &form :
+         {segmentOf(exif), "\xff\xd8" + segmentOf(exif), exif.substr(std::string_view("Exif__").size())}) {
+        for (const bool cameraSaysSize : {true, false}) {
+            ToldFile &file = add({.orientation = 6});
+            file.exif = form;
+            file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
+            const Thumbnail small = thumbnail();
+            EXPECT_EQ(sizeOf(small), "120x160");
+            EXPECT_TRUE(isRed(small));
+            EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+        }
+    }
+}
+
+TEST_F(PtpQuestions, WhereTheyAreAStubTheFileItselfIsAsked) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const bool cameraSaysSize : {true, false}) {
+        ToldFile &file = add({.orientation = 6});
+        file.exif = stub();
+        file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
+        const Thumbnail small = thumbnail();
+        EXPECT_EQ(sizeOf(small), "120x160");
+        EXPECT_TRUE(isRed(small));
+        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg"));
+    }
+}
+
+TEST_F(PtpQuestions, ACameraWithoutPiecesGivesTheBeginningOfTheFile) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    ToldFile &file = add({.orientation = 6});
+    file.exif = stub();
+    file.bytes += std::string(3'000'000, '\0');
+    file.facts.size = static_cast<std::int64_t>(file.bytes.size());
+    camera.givesPieces = false;
+    std::atomic<std::uint64_t> furthest = 0;
+    camera.onQuestion = [&furthest](const CameraQuestion &question) {
+        furthest = std::max<std::uint64_t>(furthest, question.offset);
+        return Outcome();
+    };
+    const Thumbnail small = thumbnail();
+    EXPECT_EQ(sizeOf(small), "120x160");
+    EXPECT_TRUE(isRed(small));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"));
+    EXPECT_LE(furthest, 256U << 10);
+}
+
+// The camera's own picture does not say how the photograph is held.
+TEST_F(PtpQuestions, TheCamerasOwnIsTurnedAsTheFileItselfSays) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const bool hasStub : {true, false}) {
+        ToldFile &file = add({.orientation = 6, .exifHasSmall = false});
+        file.exif = hasStub ? std::optional(stub()) : std::nullopt;
+        const Thumbnail small = thumbnail();
+        EXPECT_EQ(sizeOf(small), "120x160");
+        EXPECT_TRUE(isRed(small));
+        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
+    }
+}
+
 TEST_F(PtpQuestions, TheyTellItsSizeWhereTheCameraDoesNot) {
     if (!inside(Surroundings::TOLD_CAMERA)) {
         return;
@@ -148,11 +228,14 @@ TEST_F(PtpQuestions, WithoutExifDataTheCameraIsAskedForOne) {
     if (!inside(Surroundings::TOLD_CAMERA)) {
         return;
     }
-    add({}).exif.reset();
+    ToldFile &file = add({});
+    file.exif.reset();
+    file.bytes.erase(2, file.bytes.find("\xff\xdb") - 2); // to the quantization tables
+    file.facts.size = static_cast<std::int64_t>(file.bytes.size());
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x120");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
@@ -176,7 +259,8 @@ TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
     file.exif = "";
     file.preview = "";
     EXPECT_EQ(sizeOf(thumbnail(400)), "400x300");
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+    EXPECT_THAT(camera.asked(),
+                ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
 // The camera may have a larger one.

@@ -85,7 +85,7 @@ void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts
         setPictureRatio(facts);
     }
     if (file.failed()) {
-        outcome = {MRB_ERR_IO, "\"" + name + "\" cannot be read to its end."};
+        outcome = {file.failure(), "\"" + name + "\" cannot be read to its end."};
     }
 }
 
