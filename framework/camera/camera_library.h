@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -18,8 +19,11 @@ struct CameraAddress {
                       // folder that libgphoto2 shows as a camera; empty: no camera
     int vendor = 0;   // the numbers of the USB device; 0: it has none
     int product = 0;
+    // Which of those that were at that port: no two in the life of a process are the same, however
+    // alike they are. 0: that does not matter.
+    std::uint64_t arrival = 0;
 
-    bool operator==(const CameraAddress &) const = default;
+    auto operator<=>(const CameraAddress &) const = default;
 };
 
 // How a camera's model is called; texts are UTF-8.
@@ -54,14 +58,15 @@ struct CameraFileFacts {
 
 // The parts of a file that a camera can give apart from it.
 enum class CameraPart : std::uint8_t {
-    EXIF,    // its EXIF data, from "Exif\0\0" on
+    EXIF,    // its EXIF data, with or without what a JPEG has in front of them
     PREVIEW, // a small picture of it, mostly a JPEG of 160 x 120 pixels
     WHOLE    // all of it
 };
 
 // A camera that is claimed for this process as long as this lives. Owned by who opened
 // it; one thread at a time, and each call may take seconds. Whatever a camera says may be
-// wrong or hostile.
+// wrong or hostile. MRB_ERR_DEVICE_REMOVED: it has left; but a driver may also call that a
+// failed transfer, or a file or folder that is not there.
 class Camera {
   public:
     Camera() = default;
@@ -105,7 +110,7 @@ class CameraLibrary {
     virtual CameraModel modelOf(const CameraAddress &address) = 0;
 
     // Claims the camera. Null, with the reason in `outcome`: MRB_ERR_BUSY when another
-    // program has it, MRB_ERR_NOT_FOUND when there is none.
+    // program has it, MRB_ERR_DEVICE_REMOVED when there is none.
     virtual std::unique_ptr<Camera> open(const CameraAddress &address, Outcome &outcome) = 0;
 };
 

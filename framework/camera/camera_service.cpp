@@ -27,7 +27,21 @@ constexpr auto FAREWELL = std::chrono::seconds(2);
 
 // After these it is not known what the camera is at.
 bool isBroken(int code) {
-    return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_TIMEOUT || code == MRB_ERR_BUSY;
+    return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_TIMEOUT ||
+           code == MRB_ERR_BUSY || code == MRB_ERR_DEVICE_REMOVED;
+}
+
+// What drivers make of a transfer that failed: one whose camera has left among others. A camera
+// that is silent or held by others is there.
+bool mayHaveLeft(int code) {
+    return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_NOT_FOUND;
+}
+
+// Whether a transfer succeeds, or is none that tells of the camera.
+bool answers(Camera &camera) {
+    CameraSizes ignored;
+    const int code = camera.readSizes(ignored).code;
+    return code == MRB_ERR_NONE || code == MRB_ERR_TIMEOUT || code == MRB_ERR_CANCELLED;
 }
 
 Outcome cancelled() { return {MRB_ERR_CANCELLED, "What was asked of the camera was taken back."}; }
@@ -38,12 +52,15 @@ Outcome silent() { return {MRB_ERR_TIMEOUT, "The camera does not answer."}; }
 
 class CameraService::Task {
   public:
-    Task(Work work, std::shared_ptr<Line> line) : work_(std::move(work)), line_(std::move(line)) {}
+    Task(Work work, Ended ended, std::shared_ptr<Line> line)
+        : work_(std::move(work)), ended_(std::move(ended)), line_(std::move(line)) {}
 
   private:
     friend class CameraService;
 
-    Work work_; // of the camera's thread, once it began
+    // Of the camera's thread, once it began.
+    Work work_;
+    Ended ended_;
     const std::shared_ptr<Line> line_;
     std::atomic<bool> isUnwanted_ = false;
     // Guarded by the state's lock.
@@ -72,10 +89,10 @@ struct CameraService::State {
     Limits limits;
     std::atomic<bool> isDown = false; // set with the lock held
 
-    std::mutex lock;                                    // guards what follows, and all lines
-    std::condition_variable wake;                       // the threads
-    std::condition_variable change;                     // who waits
-    std::map<std::string, std::shared_ptr<Line>> lines; // by port; each has a thread
+    std::mutex lock;                                      // guards what follows, and all lines
+    std::condition_variable wake;                         // the threads
+    std::condition_variable change;                       // who waits
+    std::map<CameraAddress, std::shared_ptr<Line>> lines; // each has a thread
 };
 
 CameraService::CameraService(std::function<CameraLibrary &()> library, Limits limits)
@@ -101,12 +118,13 @@ Outcome CameraService::run(const CameraAddress &address, Work work, const IsStop
     return wait(start(address, std::move(work)), stopped, limit);
 }
 
-std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &address, Work work) {
+std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &address, Work work,
+                                                          Ended ended) {
     const std::lock_guard guard(state_->lock);
-    const auto known = state_->lines.find(address.port);
+    const auto known = state_->lines.find(address);
     const bool isNew = known == state_->lines.end();
     const std::shared_ptr<Line> line = isNew ? std::make_shared<Line>(address) : known->second;
-    auto task = std::make_shared<Task>(std::move(work), line);
+    auto task = std::make_shared<Task>(std::move(work), std::move(ended), line);
     if (state_->isDown) {
         task->isDone_ = true;
         task->outcome_ = cancelled();
@@ -115,7 +133,7 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
     line->waiting.push_back(task);
     if (isNew) {
         startThread("mrb-camera-io", [state = state_, line] { serve(state, line); }).detach();
-        state_->lines[address.port] = line;
+        state_->lines[address] = line;
     }
     state_->wake.notify_all();
     return task;
@@ -166,7 +184,7 @@ void CameraService::giveUp(const std::shared_ptr<Task> &task) {
 
 void CameraService::refresh(const CameraAddress &address) {
     const std::lock_guard guard(state_->lock);
-    if (const auto line = state_->lines.find(address.port); line != state_->lines.end()) {
+    if (const auto line = state_->lines.find(address); line != state_->lines.end()) {
         line->second->mustReopen = true;
     }
 }
@@ -200,14 +218,18 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
             camera.reset();
         }
         Outcome outcome = work(*state, *line, *task, camera);
+        if (task->ended_) {
+            task->ended_(outcome);
+        }
         task->work_ = nullptr; // and what it owns, on this thread
+        task->ended_ = nullptr;
         guard.lock();
         line->isAtWork = false;
         task->outcome_ = std::move(outcome);
         task->isDone_ = true;
         state->change.notify_all();
     }
-    state->lines.erase(line->address.port);
+    state->lines.erase(line->address);
     state->change.notify_all();
 }
 
@@ -227,15 +249,35 @@ Outcome CameraService::work(const State &state, Line &line, Task &task, std::uni
         if (camera) {
             camera->heed(isStopped);
             outcome = task.work_(*camera);
+            if (mayHaveLeft(outcome.code) && !isStopped()) {
+                checkPresence(state, line, camera, outcome);
+            } else if (isBroken(outcome.code)) {
+                camera.reset();
+            }
+        }
+        if (camera) {
             camera->heed({});
         }
     } catch (const std::exception &failure) {
+        camera.reset(); // which may still ask whether this task is stopped
         outcome = {MRB_ERR_NOT_SUPPORTED, failure.what()};
     }
-    if (isBroken(outcome.code)) {
-        camera.reset();
-    }
     return outcome;
+}
+
+// Whether a failure is that the camera has left shows when it is opened anew, however late the
+// system reports the removal.
+void CameraService::checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
+                                  Outcome &outcome) {
+    if (!isBroken(outcome.code) && answers(*camera)) {
+        return;
+    }
+    camera.reset();
+    Outcome opened;
+    camera = state.library().open(line.address, opened);
+    if (opened.code == MRB_ERR_DEVICE_REMOVED) {
+        outcome = std::move(opened);
+    }
 }
 
 void CameraService::shutDown(Clock::time_point deadline) {

@@ -31,7 +31,9 @@ class CameraService {
     static CameraService &instance();
 
     // What is done with a camera, on its thread. It may still be at it when nobody waits
-    // any more, so it owns what it uses; the camera's calls then end soon.
+    // any more, so it owns what it uses; the camera's calls then end soon. When it fails because
+    // the camera has left, in whatever words the driver says that, its outcome is
+    // MRB_ERR_DEVICE_REMOVED.
     using Work = std::function<Outcome(Camera &camera)>;
     using IsStopped = std::function<bool()>;
 
@@ -41,9 +43,11 @@ class CameraService {
     Outcome run(const CameraAddress &address, Work work, const IsStopped &stopped = {},
                 std::chrono::milliseconds limit = NO_LIMIT);
 
-    // Something that is done while the caller does something else.
+    // Something that is done while the caller does something else. `ended`, if any, is called on
+    // the camera's thread with how it ended, unless this was shut down before.
     class Task;
-    std::shared_ptr<Task> start(const CameraAddress &address, Work work);
+    using Ended = std::function<void(const Outcome &outcome)>;
+    std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
     Outcome wait(const std::shared_ptr<Task> &task, const IsStopped &stopped = {},
                  std::chrono::milliseconds limit = NO_LIMIT);
     // Whether it has ended, and how; or its camera does not answer (MRB_ERR_TIMEOUT).
@@ -65,6 +69,8 @@ class CameraService {
 
     static void serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line);
     static Outcome work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera);
+    static void checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
+                              Outcome &outcome);
 
     const std::shared_ptr<State> state_; // shared with threads that are left behind
 };

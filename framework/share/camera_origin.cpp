@@ -29,14 +29,20 @@ std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<Opening> list) {
     return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
 }
 
-Outcome CameraOrigin::begin(const Stopped & /*isStopped*/) {
-    return isThere() ? Outcome() : Outcome{MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+Outcome CameraOrigin::begin(const Stopped &isStopped) {
+    stopped_ = isStopped;
+    return attachedCamera(device_) ? Outcome()
+                                   : Outcome{MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
 }
 
-bool CameraOrigin::isThere() { return attachedCamera(device_).has_value(); }
+bool CameraOrigin::isThere() {
+    const std::optional<Device> camera = attachedCamera(device_);
+    return camera && mrb::isThere(camera->camera, stopped_);
+}
 
 Outcome CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
     download_.reset();
+    stopped_ = isStopped;
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }

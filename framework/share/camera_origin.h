@@ -26,6 +26,7 @@ class CameraOrigin final : public Origin {
   private:
     const std::shared_ptr<Opening> list_;
     const std::string device_; // the camera's storage id
+    Stopped stopped_;
     // Of the file that was opened last.
     std::unique_ptr<CameraDownload> download_;
     std::string name_;

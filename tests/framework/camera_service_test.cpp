@@ -190,6 +190,67 @@ TEST_F(CameraServiceTest, OneThatFailedIsOpenedAnew) {
     EXPECT_EQ(library.opened, 2);
 }
 
+// Each driver has words of its own for a transfer to what is not there.
+TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
+    CameraService &cameras = service();
+    for (const int words : {MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED}) {
+        library.refusal = {};
+        const Outcome outcome = cameras.run(one, [&](Camera & /*camera*/) {
+            library.refusal = {MRB_ERR_DEVICE_REMOVED, "No such device"};
+            return Outcome{words, "cable"};
+        });
+        EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED) << words;
+        EXPECT_EQ(library.nowOpen, 0);
+    }
+}
+
+// A file that is not there is asked for often; to open a camera takes long.
+TEST_F(CameraServiceTest, OneThatMissesAFileAndAnswersStaysOpen) {
+    CameraService &cameras = service();
+    EXPECT_EQ(cameras.run(one,
+                          [](Camera &) {
+                              return Outcome{MRB_ERR_NOT_FOUND, "a.jpg"};
+                          })
+                  .message,
+              "a.jpg");
+    EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
+    EXPECT_EQ(library.opened, 1);
+}
+
+TEST_F(CameraServiceTest, ANewOneAtTheSamePortIsAnother) {
+    CameraService &cameras = service();
+    CameraAddress next = one;
+    next.arrival = one.arrival + 1;
+    std::latch answer(1);
+    const auto hangs = cameras.start(one, [&answer](Camera & /*camera*/) {
+        answer.wait();
+        return Outcome();
+    });
+    EXPECT_EQ(cameras.run(next, nothing).code, MRB_ERR_NONE) << "it waits for nobody else";
+    answer.count_down();
+    EXPECT_EQ(cameras.wait(hangs).code, MRB_ERR_NONE);
+    EXPECT_EQ(library.opened, 2);
+}
+
+TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
+    CameraService &cameras = service();
+    std::promise<Outcome> ended;
+    std::thread::id worked;
+    std::thread::id notified;
+    cameras.start(
+        one,
+        [&worked](Camera & /*camera*/) {
+            worked = std::this_thread::get_id();
+            return Outcome{MRB_ERR_NOT_SUPPORTED, "Not this one."};
+        },
+        [&](const Outcome &outcome) {
+            notified = std::this_thread::get_id();
+            ended.set_value(outcome);
+        });
+    EXPECT_EQ(ended.get_future().get().message, "Not this one.");
+    EXPECT_EQ(worked, notified);
+}
+
 TEST_F(CameraServiceTest, OneThatHangsIsWaitedForOnlySoLong) {
     CameraService &cameras = service(milliseconds(50));
     std::latch answer(1);

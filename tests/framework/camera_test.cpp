@@ -217,8 +217,10 @@ TEST_F(CameraTest, SeveralAreOpenedAndLetGoAtATime) {
 TEST_F(CameraTest, OneThatIsNotThereIsNotOpened) {
     mrb::Outcome outcome;
     EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, outcome), nullptr);
-    EXPECT_NE(outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_NE(outcome.message.find("usb:254,254: "), std::string::npos) << outcome.message;
-    EXPECT_EQ(library().open({"nowhere", 0x04a9, 0x327d}, outcome), nullptr);
-    EXPECT_EQ(outcome.code, MRB_ERR_NOT_FOUND);
+    for (const char *port : {"usb:001,007", "nowhere", "disk:/nowhere/at/all"}) {
+        EXPECT_EQ(library().open({port, 0x04a9, 0x327d}, outcome), nullptr) << port;
+        EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED) << port << ' ' << outcome.message;
+    }
 }

@@ -33,8 +33,9 @@ int meaningOf(int code) {
     case GP_ERROR_IO_LOCK:
     case GP_ERROR_CAMERA_BUSY:
         return MRB_ERR_BUSY;
-    case GP_ERROR_BAD_PARAMETERS: // the port does not lead to a device
-    case GP_ERROR_IO_USB_FIND:
+    case GP_ERROR_IO_USB_FIND: // what every transfer to a device that has left ends with
+        return MRB_ERR_DEVICE_REMOVED;
+    case GP_ERROR_BAD_PARAMETERS: // mostly of a path
     case GP_ERROR_UNKNOWN_PORT:
     case GP_ERROR_MODEL_NOT_FOUND:
     case GP_ERROR_DIRECTORY_NOT_FOUND:
@@ -189,7 +190,7 @@ Outcome GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, con
     unsigned long size = 0;
     code = gp_file_get_data_and_size(given.get(), &bytes, &size);
     if (code < GP_OK || bytes == nullptr || size == 0) {
-        return {MRB_ERR_NOT_FOUND, displayText(file.name) + ": the camera has no such part of it."};
+        return {MRB_ERR_NOT_SUPPORTED, displayText(file.name) + ": the camera has no such part of it."};
     }
     return take({bytes, size}) ? Outcome() : Outcome{MRB_ERR_CANCELLED, "No more of it was wanted."};
 }

@@ -1,6 +1,9 @@
 #include "camera/gphoto/gphoto_library.h"
 
+#include <sys/stat.h>
+
 #include <stdexcept>
+#include <string_view>
 
 #include "camera/gphoto/gphoto_camera.h"
 #include "text/text.h"
@@ -12,6 +15,14 @@ namespace {
 constexpr const char *ANY_CAMERA = "USB PTP Class Camera";
 
 constexpr const char *A_FOLDER = "Directory Browse";
+constexpr std::string_view FOLDER_PORT = "disk:";
+
+// Whether there is a folder to show; its driver opens whatever it is given.
+bool isThere(const std::string &port) {
+    struct stat facts {};
+    return !port.starts_with(FOLDER_PORT) ||
+           (stat(port.c_str() + FOLDER_PORT.size(), &facts) == 0 && S_ISDIR(facts.st_mode));
+}
 
 CameraAbilitiesList *loadDrivers() {
     CameraAbilitiesList *list = nullptr;
@@ -28,7 +39,7 @@ CameraAbilitiesList *loadDrivers() {
 GphotoLibrary::GphotoLibrary() : drivers_(loadDrivers()) {}
 
 CameraModel GphotoLibrary::modelOf(const CameraAddress &address) {
-    if (address.port.starts_with("disk:")) {
+    if (address.port.starts_with(FOLDER_PORT)) {
         return {A_FOLDER, {}};
     }
     CameraModel any;
@@ -55,6 +66,10 @@ bool GphotoLibrary::findDriver(const std::string &driver, CameraAbilities &abili
 }
 
 std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcome &outcome) {
+    if (!isThere(address.port)) {
+        outcome = {MRB_ERR_DEVICE_REMOVED, displayText(address.port) + ": there is no such folder."};
+        return nullptr;
+    }
     const std::string driver = modelOf(address).driver;
     const std::lock_guard guard(loading_);
     CameraAbilities abilities{};
@@ -83,6 +98,9 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcom
         code = gp_camera_init(camera.get(), context.get());
     }
     outcome = outcomeOfGphoto(code, address.port);
+    if (outcome.code == MRB_ERR_NOT_FOUND) { // the port, or what should be at it
+        outcome.code = MRB_ERR_DEVICE_REMOVED;
+    }
     return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera), loading_) : nullptr;
 }
 

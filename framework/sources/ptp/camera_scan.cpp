@@ -1,6 +1,7 @@
 #include "sources/ptp/camera_scan.h"
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -52,7 +53,7 @@ FillResult CameraScan::run(const std::string &root) {
         step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visit(next);
     }
     // One that is pulled out may look like one that is empty.
-    if (step == Step::GO_ON && !attachedCamera(device_)) {
+    if (step == Step::GO_ON && !isThere(address_, stopped_)) {
         end({MRB_ERR_DEVICE_REMOVED, "The camera was removed while it was read."});
     }
     return std::move(result_);
@@ -114,25 +115,35 @@ Outcome CameraScan::readNames(const std::string &path) {
 }
 
 Outcome CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
-    const auto told = std::make_shared<Facts>();
+    struct Told {
+        Facts facts;
+        std::atomic<bool> isComplete = false; // and does not change any more
+    };
+    const auto told = std::make_shared<Told>();
     Outcome outcome = CameraService::instance().run(
         address_,
         [told, path, names](Camera &camera) {
             int failures = 0;
+            Outcome last;
             for (const std::string &name : names) {
                 CameraFileFacts each;
                 Outcome asked = camera.readFacts({path, name}, each);
                 failures = asked.code == MRB_ERR_NONE ? 0 : failures + 1;
-                if (asked.code == MRB_ERR_CANCELLED || failures == MOST_FAILURES) {
+                if (asked.code == MRB_ERR_CANCELLED || asked.code == MRB_ERR_DEVICE_REMOVED ||
+                    failures == MOST_FAILURES) {
                     return asked;
                 }
-                told->push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
+                told->facts.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
+                last = asked.code == MRB_ERR_NONE ? std::move(last) : std::move(asked);
             }
-            return Outcome();
+            told->isComplete = true;
+            return last; // which may be that the camera leaves
         },
         stopped_);
-    if (outcome.code == MRB_ERR_NONE) {
-        facts = std::move(*told);
+    const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
+    if (told->isComplete && !isEnd) {
+        facts = std::move(told->facts);
+        return {};
     }
     return outcome;
 }

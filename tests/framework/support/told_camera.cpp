@@ -15,6 +15,7 @@ struct ToldCamera::State {
     std::mutex lock; // guards what follows
     ToldCamera *camera = nullptr;
     std::vector<std::string> asked;
+    std::optional<Outcome> pulledOut; // and what it answers since
 };
 
 namespace {
@@ -33,24 +34,59 @@ Plug &plug() {
     return made;
 }
 
-Outcome gone() { return {MRB_ERR_IO, "The cable."}; }
+Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "No such device."}; }
+
+// As ToldCamera::files has it.
+std::string keyOf(const std::string &folder, const std::string &name) {
+    return folder == "/" ? name : folder.substr(1) + '/' + name;
+}
 
 class Speaker final : public mrb::Camera {
   public:
     explicit Speaker(std::shared_ptr<ToldCamera::State> state) : state_(std::move(state)) {}
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
-    Outcome readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
+    Outcome readSizes(mrb::CameraSizes &sizes) override {
+        // Without the lock: it may wait for the test.
+        std::function<Outcome(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
+            return Outcome{MRB_ERR_IO, "The cable."};
+        };
+        const Outcome outcome = withCamera([&](ToldCamera &camera) {
+            onSizes = camera.onSizes;
+            return Outcome();
+        });
+        return outcome.code == MRB_ERR_NONE && onSizes ? onSizes(sizes) : outcome;
+    }
     Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override {
-        return withCamera([&](ToldCamera &camera) {
-            for (const auto &[name, file] : camera.files) {
-                names.push_back(name);
+        std::function<Outcome(const CameraQuestion &)> onQuestion;
+        Outcome outcome = withCamera([&](ToldCamera &camera) {
+            onQuestion = camera.onQuestion;
+            return Outcome();
+        });
+        if (outcome.code == MRB_ERR_NONE && onQuestion) {
+            outcome = onQuestion({"list", folder});
+        }
+        return outcome.code != MRB_ERR_NONE ? outcome : withCamera([&](ToldCamera &camera) {
+            const std::string start = keyOf(folder, "");
+            for (const auto &[key, file] : camera.files) {
+                if (key.starts_with(start) && key.find('/', start.size()) == std::string::npos) {
+                    names.push_back(key.substr(start.size()));
+                }
             }
-            return folder == "/" ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, folder};
+            return folder == "/" || !names.empty() ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, folder};
         });
     }
-    Outcome listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
-        return {};
+    Outcome listFolders(const std::string &folder, std::vector<std::string> &names) override {
+        return withCamera([&](ToldCamera &camera) {
+            for (const auto &[key, file] : camera.files) {
+                const std::string name = key.substr(0, std::min(key.find('/'), key.size()));
+                if (folder == "/" && name.size() < key.size() &&
+                    std::ranges::find(names, name) == names.end()) {
+                    names.push_back(name);
+                }
+            }
+            return Outcome();
+        });
     }
 
     Outcome readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
@@ -112,6 +148,9 @@ class Speaker final : public mrb::Camera {
     template <typename Work>
     Outcome withCamera(const Work &work) {
         const std::lock_guard guard(state_->lock);
+        if (state_->pulledOut) {
+            return *state_->pulledOut;
+        }
         return state_->camera == nullptr ? gone() : work(*state_->camera);
     }
 
@@ -135,7 +174,7 @@ class Speaker final : public mrb::Camera {
             return outcome;
         }
         return withCamera([&](ToldCamera &camera) {
-            const auto file = camera.files.find(path.name);
+            const auto file = camera.files.find(keyOf(path.folder, path.name));
             return file == camera.files.end() ? Outcome{MRB_ERR_NOT_FOUND, path.name} : work(file->second);
         });
     }
@@ -150,8 +189,13 @@ class ToldLibrary final : public mrb::CameraLibrary {
     std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Outcome &outcome) override {
         const std::lock_guard guard(plug().lock);
         std::shared_ptr<ToldCamera::State> state = plug().state.lock();
-        outcome = state ? Outcome() : gone();
-        return state ? std::make_unique<Speaker>(std::move(state)) : nullptr;
+        bool isThere = state != nullptr;
+        if (state) {
+            const std::lock_guard own(state->lock);
+            isThere = !state->pulledOut;
+        }
+        outcome = isThere ? Outcome() : gone();
+        return isThere ? std::make_unique<Speaker>(std::move(state)) : nullptr;
     }
 };
 
@@ -174,6 +218,11 @@ ToldCamera::ToldCamera() : state_(std::make_shared<State>()) {
 ToldCamera::~ToldCamera() {
     const std::lock_guard guard(state_->lock);
     state_->camera = nullptr;
+}
+
+void ToldCamera::pullOut(Outcome answer) {
+    const std::lock_guard guard(state_->lock);
+    state_->pulledOut = std::move(answer);
 }
 
 std::vector<std::string> ToldCamera::asked() const {

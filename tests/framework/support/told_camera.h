@@ -13,7 +13,7 @@
 
 namespace support {
 
-// A file on a ToldCamera, in its folder "/".
+// A file on a ToldCamera.
 struct ToldFile {
     std::string bytes;
     mrb::CameraFileFacts facts;         // what the camera says of it
@@ -24,10 +24,10 @@ struct ToldFile {
     static ToldFile of(std::string bytes);
 };
 
-// What a camera is asked about a file.
+// What a camera is asked about a file, or about a folder.
 struct CameraQuestion {
-    std::string about; // "facts", "piece", "exif", "preview", "whole"
-    std::string name;
+    std::string about;        // "facts", "piece", "exif", "preview", "whole"; "list" of a folder
+    std::string name;         // of the file; of a folder its path
     std::uint64_t offset = 0; // of a piece, or of what was given of the whole file so far
 };
 
@@ -41,12 +41,21 @@ class ToldCamera {
     ToldCamera(const ToldCamera &) = delete;
     ToldCamera &operator=(const ToldCamera &) = delete;
 
-    std::map<std::string, ToldFile> files; // by name
+    // By name; of one in a folder "FOLDER/NAME".
+    std::map<std::string, ToldFile> files;
     bool givesPieces = true;
     std::size_t longestPiece = std::size_t{1} << 30; // whatever is asked for
     // Called for each question, and again for each part of a whole file, on the camera's
     // thread; anything but MRB_ERR_NONE is its answer.
     std::function<mrb::Outcome(const CameraQuestion &question)> onQuestion;
+
+    // Called on the camera's thread when it is asked for its room. None: it says nothing of it.
+    std::function<mrb::Outcome(mrb::CameraSizes &sizes)> onSizes;
+
+    // It is pulled out, which the system has not reported yet: it cannot be opened any more, and a
+    // driver that has it open answers everything with this. MRB_ERR_NONE: it says that there is
+    // nothing, but for the room.
+    void pullOut(mrb::Outcome answer);
 
     OfferedCamera place; // where it is plugged in
 

@@ -1,0 +1,265 @@
+// Cameras that leave while something is asked of them, and whose removal the system reports late:
+// here, never. A driver says in words of its own that there is nobody any more.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+
+#include "support/fields.h"
+#include "support/own_process.h"
+#include "support/programs.h"
+#include "support/sharing.h"
+#include "support/thumbnails.h"
+#include "support/told_camera.h"
+
+using mrb::Outcome;
+using support::CameraQuestion;
+using support::Client;
+using support::Event;
+using support::Folder;
+using support::ShareEvent;
+using support::Sharing;
+using support::Surroundings;
+using support::ToldFile;
+
+namespace {
+
+// Whatever a transfer to what is not there ends with.
+constexpr int WORDS[] = {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND,
+                         MRB_ERR_NONE};
+
+class PtpLoss : public support::OwnProcess {
+  protected:
+    // A camera of its own for each way of saying it.
+    struct Trial {
+        support::ToldCamera camera;
+        Client client;
+
+        // Pulls it out when that is asked.
+        void pullOutAt(const std::string &about, const std::string &name, int answer) {
+            camera.onQuestion = [this, about, name, answer](const CameraQuestion &question) {
+                if (question.about == about && question.name == name) {
+                    camera.pullOut({answer, "The cable."});
+                }
+                return Outcome();
+            };
+        }
+        Event list() { return client.list(camera.place.wishes()); }
+        void expectLoss() {
+            const Event last = list();
+            EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
+            EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED") << last.data["message"].asString();
+        }
+    };
+
+    static void addPictures(Trial &trial, const std::string &folder, int number) {
+        for (int index = 0; index < number; ++index) {
+            trial.camera.files[folder + std::to_string(1000 + index) + ".jpg"] = ToldFile::of("a");
+        }
+    }
+    void addNoise(Trial &trial, const std::string &name, std::size_t size) const {
+        support::writeNoise(scratch.path(name), size, 1);
+        trial.camera.files[name] = ToldFile::of(support::bytesOf(scratch.path(name)));
+    }
+    void addPicture(Trial &trial) const {
+        support::makePicture(scratch.path("photo.jpg"), 600, 400);
+        trial.camera.files["photo.jpg"] = ToldFile::of(support::bytesOf(scratch.path("photo.jpg")));
+    }
+
+    const Folder scratch;
+};
+
+} // namespace
+
+TEST_F(PtpLoss, AListOfACameraThatLeftBeforeItWasAskedAnythingSaysSo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "", 3);
+        trial.camera.pullOut({words, "The cable."});
+        trial.expectLoss();
+        EXPECT_EQ(trial.client.count(), 0);
+    }
+}
+
+TEST_F(PtpLoss, AListSaysSoWhenItIsTheFirstTransferThatFails) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "", 3);
+        trial.pullOutAt("list", "/", words);
+        trial.expectLoss();
+    }
+}
+
+TEST_F(PtpLoss, AListSaysSoWhenItHappensAmidstItsFiles) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "", 200);
+        trial.pullOutAt("facts", "1100.jpg", words);
+        trial.expectLoss();
+        EXPECT_GT(trial.client.count(), 0) << "what is there stays readable";
+    }
+}
+
+// One file that cannot be asked about is mostly its own fault.
+TEST_F(PtpLoss, AListSaysSoWhenItHappensAtItsLastFile) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "", 5);
+        trial.pullOutAt("facts", "1004.jpg", words);
+        trial.expectLoss();
+    }
+}
+
+TEST_F(PtpLoss, AListSaysSoWhenItHappensBetweenTwoFolders) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "100CANON/", 3);
+        addPictures(trial, "101CANON/", 3);
+        trial.pullOutAt("list", "/101CANON", words);
+        trial.expectLoss();
+        EXPECT_GE(trial.client.count(), 4);
+    }
+}
+
+TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : {MRB_ERR_NOT_FOUND, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT}) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addPictures(trial, "", 5);
+        trial.camera.onQuestion = [words](const CameraQuestion &question) {
+            return question.about == "facts" && question.name == "1002.jpg" ? Outcome{words, "Not this one."}
+                                                                            : Outcome();
+        };
+        EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+        EXPECT_EQ(trial.client.count(), words == MRB_ERR_NOT_FOUND ? 4 : 5);
+    }
+}
+
+TEST_F(PtpLoss, ACopySaysSo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        for (const std::string about : {"facts", "piece"}) {
+            for (const std::string name : {"a.jpg", "b.jpg"}) {
+                SCOPED_TRACE(about + ' ' + name + ' ' + std::to_string(words));
+                if (words == MRB_ERR_NONE && about == "facts") {
+                    continue; // A file that may have any size has what it is said to have: nothing.
+                }
+                Trial trial;
+                addNoise(trial, "a.jpg", 1000);
+                addNoise(trial, "b.jpg", 1000);
+                EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+                ASSERT_EQ(mrb_select_all_v2(trial.client.handle), MRB_ERR_NONE);
+                trial.pullOutAt(about, name, words);
+                const Folder to;
+                Sharing sharing;
+                const ShareEvent last = sharing.copyAll(trial.client, to.path());
+                EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
+                EXPECT_LE(support::tree(to.path()).size(), 1U);
+            }
+        }
+    }
+}
+
+TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : WORDS) {
+        SCOPED_TRACE(words);
+        Trial trial;
+        addNoise(trial, "a.jpg", 1'000'000);
+        trial.camera.givesPieces = false;
+        EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+        ASSERT_EQ(mrb_select_all_v2(trial.client.handle), MRB_ERR_NONE);
+        trial.camera.onQuestion = [&trial, words](const CameraQuestion &question) {
+            if (question.about == "whole" && question.offset > 500'000) {
+                trial.camera.pullOut({words, "The cable."});
+            }
+            return Outcome();
+        };
+        const Folder to;
+        Sharing sharing;
+        EXPECT_EQ(sharing.copyAll(trial.client, to.path()).event, MRB_EVENT_DEVICE_REMOVED);
+        EXPECT_EQ(support::tree(to.path()).size(), 0U);
+    }
+}
+
+TEST_F(PtpLoss, AThumbnailSaysSo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
+        for (const std::string about : {"facts", "exif", "piece", "preview", "whole"}) {
+            SCOPED_TRACE(about + ' ' + std::to_string(words));
+            Trial trial;
+            addPicture(trial);
+            EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+            trial.pullOutAt(about, "photo.jpg", words);
+            support::Thumbnails thumbnails;
+            EXPECT_EQ(thumbnails.get(trial.client.item(0)["url"].asString()).code, MRB_ERR_DEVICE_REMOVED);
+        }
+    }
+}
+
+TEST_F(PtpLoss, AFieldSaysSo) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
+        for (const std::string about : {"facts", "piece"}) {
+            SCOPED_TRACE(about + ' ' + std::to_string(words));
+            Trial trial;
+            addPicture(trial);
+            EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+            trial.pullOutAt(about, "photo.jpg", words);
+            EXPECT_EQ(support::textField(trial.client, 0, "MODEL").first, MRB_ERR_DEVICE_REMOVED);
+        }
+    }
+}
+
+TEST_F(PtpLoss, AFieldSaysSoAmidstTheFile) {
+    if (!inside(Surroundings::TOLD_CAMERA)) {
+        return;
+    }
+    const std::string path = scratch.path("film.mp4");
+    support::ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=10:duration=2", "-c:v", "libx264",
+                     "-preset", "ultrafast", "-b:v", "8M", path});
+    Trial trial;
+    trial.camera.files["film.mp4"] = ToldFile::of(support::bytesOf(path));
+    EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
+    trial.camera.onQuestion = [&trial](const CameraQuestion &question) {
+        if (question.about == "piece" && question.offset > 0) { // where it tells its duration
+            trial.camera.pullOut({MRB_ERR_IO, "The cable."});
+        }
+        return Outcome();
+    };
+    EXPECT_EQ(support::fieldOf(trial.client, 0, mrb_get_item_value_lint_v2, "DURATION", -1LL).first,
+              MRB_ERR_DEVICE_REMOVED);
+}
