@@ -5,7 +5,7 @@
 interface UsbDevice {
   storage_id: string;
   storage_name: string;
-  /** Bytes, in decimal; BigInt() holds every size. */
+  /** Bytes, in decimal; BigInt() holds every size. Both "0": not known, of a camera not yet: see STORAGE_EVENTS.CHANGED. */
   storage_availablesize: string;
   storage_totalsize: string;
   storage_mountpath: string;

@@ -9,7 +9,6 @@
 #include <limits>
 
 #include "base/descriptor.h"
-#include "camera/camera_sizes.h"
 
 namespace mrb {
 namespace {
@@ -31,14 +30,7 @@ long long bytes(std::uint64_t blocks, std::uint64_t size) {
 
 } // namespace
 
-bool canBeMeasured(const Device &device) { return !device.mountPath.empty() || !device.camera.port.empty(); }
-
 void measure(Device &device) {
-    if (!device.camera.port.empty()) {
-        const CameraSizes sizes = sizesOfCamera(device.camera, device.name);
-        device.available = sizes.available;
-        device.total = sizes.total;
-    }
     if (device.mountPath.empty()) {
         return;
     }

@@ -22,7 +22,7 @@ struct Device {
     std::string ip;          // of a server
     CameraAddress camera;    // of a camera
     long long available = 0; // bytes
-    long long total = 0;     // bytes
+    long long total = 0;     // bytes; both 0: not known, or not yet
     int mountId = 0;         // of mountPath, to know it from what is mounted there later; 0: none
     int fileSystem = MRB_FILE_SYSTEM_UNKNOWN;
     int index = 0; // the DeviceTable's
@@ -33,10 +33,7 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
-// Whether there is somebody to ask for its sizes.
-bool canBeMeasured(const Device &device);
-
-// Asks the camera, or the file system that the device is mounted with, for its sizes;
+// Asks the file system that the device is mounted with for its sizes;
 // what it does not answer stays as it was. May wait for the device, for ever when it is dying: a
 // SizeGauge asks in time. Any thread.
 void measure(Device &device);

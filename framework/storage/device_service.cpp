@@ -33,6 +33,10 @@ std::vector<Device> DeviceService::attached(DeviceKind kind) {
 
 std::vector<Device> DeviceService::list(DeviceKind kind) {
     std::vector<Device> devices = attached(kind);
+    if (kind == DeviceKind::CAMERA) {
+        cameraGauge_.ask(devices);
+        return devices;
+    }
     // Outside of the lock: a device may be slow.
     SizeGauge::instance().measure(devices);
     const std::lock_guard guard(looking_);
@@ -147,6 +151,9 @@ void DeviceService::look() {
             MRB_LOG_ERROR("Devices were not looked at: %s", failure.what());
         }
     }
+    for (const CameraGauge::Answer &answer : cameraGauge_.answers()) {
+        table_.setSizes(answer.camera, answer.sizes);
+    }
     std::vector<Notice> notices = table_.takeNotices();
     const std::lock_guard guard(lock_);
     const bool isHeard = callback_ != nullptr && !notices.empty();
@@ -181,6 +188,7 @@ void DeviceService::run() {
     {
         const std::lock_guard looking(looking_);
         waited.push_back({wake_.number(), POLLIN, 0});
+        waited.push_back({cameraGauge_.number(), POLLIN, 0});
         for (const auto &source : sources_) {
             source->addDescriptors(waited);
         }

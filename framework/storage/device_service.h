@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/descriptor.h"
+#include "storage/camera_gauge.h"
 #include "storage/device_source.h"
 #include "storage/device_table.h"
 
@@ -39,7 +40,9 @@ class DeviceService {
     // The process's service, made when it is first asked for.
     static DeviceService &instance();
 
-    // The devices that are there now, with their sizes now.
+    // The devices that are there now, with their sizes now. Cameras have those that they answered
+    // last, zeros before; they are asked without waiting, and an answer that is another is
+    // MRB_STORAGE_EVENT_CHANGED.
     std::vector<Device> list(DeviceKind kind);
 
     // The same with the sizes that were known last, for whoever needs none.
@@ -86,6 +89,7 @@ class DeviceService {
     Sources sources_;
     bool isMade_ = false;
     DeviceTable table_;
+    CameraGauge cameraGauge_;
 
     std::mutex lock_; // guards what follows
     std::condition_variable change_;

@@ -1,20 +1,30 @@
 #include "storage/device_table.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 
 namespace mrb {
+namespace {
+
+// Of cameras, in all tables of the process.
+std::atomic<std::uint64_t> arrivals = 0;
+
+} // namespace
 
 void DeviceTable::set(const std::string &key, Device device) {
     const auto [place, isNew] = devices_.try_emplace(key);
     Device &known = place->second;
     if (isNew) {
         device.index = takeIndex();
+        device.camera.arrival = device.camera.port.empty() ? 0 : ++arrivals;
         measureMount(device);
         known = std::move(device);
         notices_.push_back({MRB_STORAGE_EVENT_ADDED, known});
         return;
     }
     device.index = known.index;
+    device.camera.arrival = known.camera.arrival;
     if (device.mountPath == known.mountPath && device.mountId == known.mountId) {
         device.available = known.available;
         device.total = known.total;
@@ -48,6 +58,16 @@ void DeviceTable::keepSizes(const Device &measured) {
             device.mountPath == measured.mountPath && device.mountId == measured.mountId) {
             device.available = measured.available;
             device.total = measured.total;
+        }
+    }
+}
+
+void DeviceTable::setSizes(const CameraAddress &camera, const CameraSizes &sizes) {
+    for (auto &[key, device] : devices_) {
+        if (device.camera == camera && (device.available != sizes.available || device.total != sizes.total)) {
+            device.available = sizes.available;
+            device.total = sizes.total;
+            notices_.push_back({MRB_STORAGE_EVENT_CHANGED, device});
         }
     }
 }

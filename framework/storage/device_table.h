@@ -26,7 +26,7 @@ class DeviceTable {
 
     // The device is there, and like this. Its sizes are measured when it is mounted
     // anew; that sizes differ is no change. Cameras are asked for lists only: that
-    // takes them away from other programs.
+    // takes them away from other programs. A new one has an arrival of its own.
     void set(const std::string &key, Device device);
 
     [[nodiscard]] bool contains(const std::string &key) const { return devices_.contains(key); }
@@ -48,6 +48,10 @@ class DeviceTable {
 
     // What was measured of a device of list(), if it is still mounted there.
     void keepSizes(const Device &measured);
+
+    // What a camera answered, if it is still there; which is a change where nothing, or something
+    // else, was known of it.
+    void setSizes(const CameraAddress &camera, const CameraSizes &sizes);
 
     // Those of a kind, in the order of their indexes.
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;

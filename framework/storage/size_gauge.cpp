@@ -78,7 +78,7 @@ void SizeGauge::measure(std::span<Device> devices) {
             takeSizes(device, late->second->device);
             state_->late.erase(late);
         }
-        if (canBeMeasured(device)) {
+        if (!device.mountPath.empty()) {
             round->questions.push_back(std::make_shared<Asked>(Asked{device}));
             waiting.push_back(&device);
         }

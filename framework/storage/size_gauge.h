@@ -9,7 +9,7 @@
 
 namespace mrb {
 
-// Asks devices for their sizes on threads that may be left behind: a device that is
+// Asks mounted devices for their sizes on threads that may be left behind: a device that is
 // dying, or a file system whose program hangs, answers late or never. The process has
 // one, see instance(); any thread may call it.
 class SizeGauge {

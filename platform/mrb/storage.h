@@ -43,7 +43,8 @@ typedef int mrb_storage_event_e;
 enum {
     MRB_STORAGE_EVENT_ADDED = 0,   /* it is in the list from now on */
     MRB_STORAGE_EVENT_REMOVED = 1, /* it is not any more; the record is the last one known */
-    MRB_STORAGE_EVENT_CHANGED = 2  /* its record is another, as when it is mounted or unmounted */
+    MRB_STORAGE_EVENT_CHANGED = 2  /* its record is another, as when it is mounted or unmounted,
+                                      or when a camera has answered what it has room for */
 };
 
 /* mrb_storage_get_filesystem. */
@@ -100,10 +101,12 @@ int mrb_storage_list_destory(mrb_storage_list_h list);
 
 const char *mrb_storage_get_id(_mrb_storage_s *storage);
 const char *mrb_storage_get_name(_mrb_storage_s *storage);
-long long mrb_storage_get_availablesize(_mrb_storage_s *storage); /* bytes */
-long long mrb_storage_get_totalsize(_mrb_storage_s *storage);     /* bytes */
-const char *mrb_storage_get_mountpath(_mrb_storage_s *storage);   /* empty: not mounted */
-int mrb_storage_get_filesystem(_mrb_storage_s *storage);          /* MRB_FILE_SYSTEM_... */
+/* In bytes. Both 0: not known. A list does not wait for a camera: its sizes are not known until
+ * it has answered, which is an MRB_STORAGE_EVENT_CHANGED. */
+long long mrb_storage_get_availablesize(_mrb_storage_s *storage);
+long long mrb_storage_get_totalsize(_mrb_storage_s *storage);
+const char *mrb_storage_get_mountpath(_mrb_storage_s *storage); /* empty: not mounted */
+int mrb_storage_get_filesystem(_mrb_storage_s *storage);        /* MRB_FILE_SYSTEM_... */
 const char *mrb_storage_get_serialnumber(_mrb_storage_s *storage);
 const char *mrb_storage_get_vendor(_mrb_storage_s *storage);
 int mrb_storage_get_index(_mrb_storage_s *storage);   /* from 0, the device's own while it is attached */

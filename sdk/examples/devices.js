@@ -154,7 +154,21 @@ class Screen {
   }
 }
 
-function main() {
+/** Resolves when each camera has said what it has room for, or after a second: no list waits for that. */
+function roomsKnown() {
+  return new Promise((resolve) => {
+    const look = () => {
+      if (listed('mrb_get_ptp_list').every((camera) => camera.storage_totalsize !== '0')) {
+        resolve();
+      }
+    };
+    ask('mrb_set_usb_callback', look); // before the first look, so that nothing is missed in between
+    look();
+    setTimeout(resolve, 1000).unref();
+  });
+}
+
+async function main() {
   const options = process.argv.slice(2);
   if (options.includes('--help')) {
     process.stdout.write(USAGE);
@@ -165,7 +179,9 @@ function main() {
   }
   const print = (what, device) => process.stdout.write(`${inALine(what, device)}\n`);
   if (options.includes('--once')) {
+    await roomsKnown();
     devices().forEach((device) => print('attached', device));
+    quill.unref(bridge);
     return;
   }
   const screen = process.stdin.isTTY && process.stdout.isTTY ? new Screen() : null;

@@ -51,6 +51,24 @@ test('an offered camera is in the list of cameras and not in that of sticks', as
   assert.ok(!JSON.stringify(sticks).includes(where));
 });
 
+test('a list does not wait for what a camera has room for; an event brings it', async () => {
+  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+    const events = [];
+    let heard = () => {};
+    bridge.mrb_set_usb_callback((text) => { events.push(...JSON.parse(text).storage_devices); heard(); });
+    const [before] = cameras();
+    await new Promise((resolve) => { heard = () => events.length > 0 && resolve(); heard(); });
+    const [after] = cameras();
+    finish([before, events, after]);`);
+  const [before, [{ storage_event: event, ...change }, ...others], after] = value;
+  assert.deepEqual([before.storage_availablesize, before.storage_totalsize], ['0', '0']);
+  assert.equal(event, 2);
+  assert.ok(BigInt(change.storage_totalsize) >= BigInt(change.storage_availablesize));
+  assert.ok(BigInt(change.storage_totalsize) > 0n);
+  assert.deepEqual(others, []);
+  assert.deepEqual({ ...change, storage_availablesize: '0' }, { ...after, storage_availablesize: '0' });
+});
+
 test('a script lists what is on a camera, and the fields of it', async () => {
   const where = card();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}

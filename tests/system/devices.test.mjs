@@ -133,6 +133,13 @@ test('the watcher prints what is attached', async () => {
   assert.match(stdout, new RegExp(`^attached {2}${path.basename(where)} \\(folder offered as a device\\) {2}${where} {2}`));
 });
 
+test('the watcher prints what a camera has room for, which no list waits for', async () => {
+  const where = folder();
+  const { status, stdout } = await quill(['--camera', where, watcher, '--once']);
+  assert.equal(status, 0);
+  assert.match(stdout, new RegExp(`^attached {2}${path.basename(where)} \\(folder offered as a camera\\) .*\\d [kMGT]B$`, 'm'));
+});
+
 test('the watcher shows media servers that start and stop, and stops its service', needs('user-networks'), async () => {
   const running = start([watcher], { inside: OWN_NETWORK });
   await printed(running, /^looking for media servers$/m);

@@ -1,0 +1,105 @@
+#include "storage/camera_gauge.h"
+
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "base/descriptor.h"
+#include "base/log.h"
+#include "camera/camera_service.h"
+
+namespace mrb {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto FRESH = std::chrono::seconds(10);
+
+// One camera, from the first time that it was asked.
+struct Asked {
+    std::shared_ptr<CameraService::Task> task; // null: it has ended
+    Clock::time_point ended;
+    bool isWarned = false; // since its last answer
+};
+
+void warn(Asked &asked, const std::string &name, const Outcome &outcome) {
+    if (!std::exchange(asked.isWarned, true)) {
+        MRB_LOG_WARNING("The camera \"%s\" does not tell what it has room for: %s (%s)", name.c_str(),
+                        outcome.message.c_str(), resultName(outcome.code));
+    }
+}
+
+} // namespace
+
+struct CameraGauge::Mailbox {
+    Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    std::mutex lock; // guards what follows
+    std::vector<Answer> answers;
+    std::map<CameraAddress, Asked> cameras;
+};
+
+CameraGauge::CameraGauge() : mailbox_(std::make_shared<Mailbox>()) {}
+
+int CameraGauge::number() const { return mailbox_->news.number(); }
+
+void CameraGauge::ask(std::span<const Device> cameras) {
+    const std::lock_guard guard(mailbox_->lock);
+    std::erase_if(mailbox_->cameras, [cameras](const auto &known) {
+        return std::ranges::none_of(cameras, [&](const Device &each) { return each.camera == known.first; });
+    });
+    for (const Device &camera : cameras) {
+        const auto [known, isNew] = mailbox_->cameras.try_emplace(camera.camera);
+        Asked &asked = known->second;
+        Outcome outcome;
+        if (!asked.task && (isNew || Clock::now() - asked.ended >= FRESH)) {
+            try {
+                start(mailbox_, camera);
+            } catch (const std::exception &failure) {
+                warn(asked, camera.name, {MRB_ERR_OUT_OF_MEMORY, failure.what()});
+            }
+        } else if (asked.task && CameraService::instance().isOver(asked.task, outcome) &&
+                   outcome.code == MRB_ERR_TIMEOUT) {
+            warn(asked, camera.name, outcome); // It is silent, and may answer all the same.
+        }
+    }
+}
+
+// With the lock held, which an end therefore waits for.
+void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
+    const auto sizes = std::make_shared<CameraSizes>();
+    const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
+    const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Outcome &outcome) {
+        const std::lock_guard guard(mailbox->lock);
+        const auto known = mailbox->cameras.find(address);
+        if (known == mailbox->cameras.end()) {
+            return; // It has left.
+        }
+        known->second.task = nullptr;
+        known->second.ended = Clock::now();
+        if (outcome.code != MRB_ERR_NONE) {
+            if (outcome.code != MRB_ERR_CANCELLED) { // The process ends.
+                warn(known->second, name, outcome);
+            }
+            return;
+        }
+        known->second.isWarned = false;
+        mailbox->answers.push_back({address, *sizes});
+        eventfd_write(mailbox->news.number(), 1);
+    };
+    mailbox->cameras[camera.camera].task = CameraService::instance().start(camera.camera, work, ended);
+}
+
+std::vector<CameraGauge::Answer> CameraGauge::answers() {
+    eventfd_t ignored = 0;
+    eventfd_read(mailbox_->news.number(), &ignored);
+    const std::lock_guard guard(mailbox_->lock);
+    return std::exchange(mailbox_->answers, {});
+}
+
+} // namespace mrb
