@@ -53,7 +53,16 @@ CMRBStorageMgrAdapter::~CMRBStorageMgrAdapter() {
     MRB_LOG(LogTag::StorageMgr, "strFinalizeDlna [%s]\n", service.c_str());
 }
 
-// ---- lists ------------------------------------------------------------------
+// ---- commands ---------------------------------------------------------------
+
+/// Defines a command that is one call of the framework's, whose name it has.
+#define COMMAND(operation, function, ...)                                                                    \
+    std::string CMRBStorageMgrAdapter::operation() {                                                         \
+        RETURN_ANSWER(LogTag::StorageMgr, #function, function(__VA_ARGS__));                                 \
+    }
+
+COMMAND(SetUSBCallback, mrb_set_usb_callback, &CMRBStorageMgrAdapter::cb_usb_notification, this)
+COMMAND(UnsetUSBCallback, mrb_unset_usb_callback)
 
 std::string CMRBStorageMgrAdapter::GetUSBList() {
     mrb_storage_list_h list = nullptr;
@@ -72,6 +81,13 @@ std::string CMRBStorageMgrAdapter::GetPTPList() {
     return answer;
 }
 
+COMMAND(InitDLNAService, mrb_Init_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
+// What the service reports while it stops goes the way of its other states.
+COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
+COMMAND(SetDLNACallback, mrb_set_dlna_callback, &CMRBStorageMgrAdapter::cb_dlna_notification, this)
+COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback)
+#undef COMMAND
+
 std::string CMRBStorageMgrAdapter::GetDLNAList() {
     mrb_storage_list_h list = nullptr;
     const int result = mrb_get_dlna_list(&list);
@@ -80,22 +96,7 @@ std::string CMRBStorageMgrAdapter::GetDLNAList() {
     return answer;
 }
 
-// ---- notifications and the DLNA service -------------------------------------
-
-/// Defines a command that is one call of the framework's, whose name it has.
-#define COMMAND(operation, function, ...)                                                                    \
-    std::string CMRBStorageMgrAdapter::operation() {                                                         \
-        RETURN_ANSWER(LogTag::StorageMgr, #function, function(__VA_ARGS__));                                 \
-    }
-
-COMMAND(SetUSBCallback, mrb_set_usb_callback, &CMRBStorageMgrAdapter::cb_usb_notification, this)
-COMMAND(UnsetUSBCallback, mrb_unset_usb_callback)
-COMMAND(SetDLNACallback, mrb_set_dlna_callback, &CMRBStorageMgrAdapter::cb_dlna_notification, this)
-COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback)
-COMMAND(InitDLNAService, mrb_Init_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
-// What the service reports while it stops goes the way of its other states.
-COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
-#undef COMMAND
+// ---- notifications ----------------------------------------------------------
 
 void CMRBStorageMgrAdapter::cb_usb_notification(void *user_data, mrb_storage_event_e event,
                                                 _mrb_storage_s *&device) {
