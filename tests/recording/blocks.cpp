@@ -40,7 +40,8 @@ std::atomic<size_t> held_count{0};
 thread_local bool inside = false;
 
 void noteRelease(const void *pointer) {
-    if (pointer == nullptr || inside || held_count.load(std::memory_order_relaxed) == 0) {
+    // The count first: the loader releases memory while it makes room for a thread's variables.
+    if (pointer == nullptr || held_count.load(std::memory_order_relaxed) == 0 || inside) {
         return;
     }
     inside = true;
