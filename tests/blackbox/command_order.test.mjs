@@ -23,13 +23,15 @@ for (const command of COMMANDS) {
 
     test(`${method} logs what it works on before it calls the framework`, () => {
         const values = valuesOf(command);
-        assertOrder(bridge, { method, fn, request: requestOf(command), between: [...command.log(...values), ...command.calls(...values)] });
+        assertOrder(bridge, { method, fn, request: requestOf(command),
+                              between: [...command.log(...values), ...command.calls(...values)] });
     });
 
     test(`${method} reads its keys, logs, and calls the framework, in this order`, () => {
         const values = keys.map(({ preset }) => preset);
         const unread = keys.map(({ name }) => missingKey(name));
-        assertOrder(bridge, { method, fn, request: {}, between: [...unread, ...command.log(...values), ...command.calls(...values)] });
+        assertOrder(bridge, { method, fn, request: {},
+                              between: [...unread, ...command.log(...values), ...command.calls(...values)] });
     });
 }
 
@@ -45,19 +47,22 @@ const OTHERS = [
     { method: 'mrb_get_selected_state_v2', fn: 'GetSelectState', keys: { param_index: 4 },
       own: ['Agent[0x12], nItemIndex[4].'], calls: [[4, false]] },
     { method: 'mrb_get_selection_count_v2', fn: 'GetSelectCount', own: ['Agent[0x12]'], calls: [[0]] },
-    { method: 'mrb_toggle_select_v2', fn: 'ToggleSelect', keys: { param_item_list: [7, 2] }, own: [], calls: [[7], [2]] },
+    { method: 'mrb_toggle_select_v2', fn: 'ToggleSelect', keys: { param_item_list: [7, 2] }, own: [],
+      calls: [[7], [2]] },
 ];
 
 for (const { method, fn, label, keys = {}, own, calls } of OTHERS) {
     test(`${method} logs what it works on before it calls the framework`, () => {
         assertOrder(bridge, { method, fn, label, request: { param_agent: 18, ...keys },
-                      between: [...own.map((line) => agent(fn, line)), ...calls.map((args) => [method, 18, ...args])] });
+                              between: [...own.map((line) => agent(fn, line)),
+                                        ...calls.map((args) => [method, 18, ...args])] });
     });
 
     test(`${method} reads its keys before it logs and calls`, () => {
         const names = ['param_agent', ...Object.keys(keys)];
         call(bridge, method, {});
-        const kinds = rec.events().map(({ line }) => names.findIndex((name) => line?.text.includes(`NO strKey[${name}]`)));
+        const isAbout = (line, name) => line?.text.includes(`NO strKey[${name}]`);
+        const kinds = rec.events().map(({ line }) => names.findIndex((name) => isAbout(line, name)));
         assert.deepEqual(kinds.slice(1, names.length + 1), names.map((_, index) => index));
         assert.ok(!kinds.slice(names.length + 1).some((index) => index >= 0));
     });
@@ -72,16 +77,19 @@ test('a share is stopped between the first and the last line', () => {
 
 /** Every agent command: its operation, and the name that it logs where it is another. */
 const AGENT = [
-    [REQUEST_LIST, 'RequestList'], ['mrb_cancel_request_list_v2', 'CancelRequestList'], ['mrb_disconnect_v2', 'DisConnect'],
-    [BATCH, 'BatchProcess'], ['mrb_stop_batch_process_v2', 'StopBatchProcess'], ['mrb_set_page_style_v2', 'SetPageStyle'],
-    ['mrb_set_navigation_v2', 'SetNavigation'], ['mrb_get_navigation_v2', 'GetNavigation'], ['mrb_select_all_v2', 'SelectAll'],
+    [REQUEST_LIST, 'RequestList'], ['mrb_cancel_request_list_v2', 'CancelRequestList'],
+    ['mrb_disconnect_v2', 'DisConnect'], [BATCH, 'BatchProcess'], ['mrb_stop_batch_process_v2', 'StopBatchProcess'],
+    ['mrb_set_page_style_v2', 'SetPageStyle'], ['mrb_set_navigation_v2', 'SetNavigation'],
+    ['mrb_get_navigation_v2', 'GetNavigation'], ['mrb_select_all_v2', 'SelectAll'],
     ['mrb_deselect_all_v2', 'DeselectAll'], ['mrb_select_group_v2', 'SelectGroup', 'mrb_deselect_group_v2'],
     ['mrb_deselect_group_v2', 'DeSelectGroup'], ['mrb_get_selected_state_v2', 'GetSelectState'],
     ['mrb_get_selection_count_v2', 'GetSelectCount'], ['mrb_toggle_select_v2', 'ToggleSelect'],
-    ['mrb_get_group_count_v2', 'GetGroupCount'], ['mrb_get_item_count_v2', 'GetItemCount'], ['mrb_get_item_v2', 'GetItem'],
-    ['mrb_get_item_list_v2', 'GetItemList'], ['mrb_move_to_index_v2', 'MoveToIndex'], ['mrb_get_page_index_v2', 'GetPageIndex'],
+    ['mrb_get_group_count_v2', 'GetGroupCount'], ['mrb_get_item_count_v2', 'GetItemCount'],
+    ['mrb_get_item_v2', 'GetItem'], ['mrb_get_item_list_v2', 'GetItemList'], ['mrb_move_to_index_v2', 'MoveToIndex'],
+    ['mrb_get_page_index_v2', 'GetPageIndex'],
     ['mrb_prepare_play_data_v2', 'PreparePlayData'], ['mrb_set_item_value_v2', 'SetItemValue'],
-    ['mrb_get_item_value_v2', 'GetItemValue'], ['mrb_get_rating_info_v2', 'GetRatingInfo'], ['mrb_get_storage_id_v2', 'GetStorageId'],
+    ['mrb_get_item_value_v2', 'GetItemValue'], ['mrb_get_rating_info_v2', 'GetRatingInfo'],
+    ['mrb_get_storage_id_v2', 'GetStorageId'],
 ];
 
 test('twenty-six commands are the agent\'s', () => {
@@ -99,8 +107,10 @@ for (const [method, fn, label = method] of AGENT) {
     });
 }
 
-for (const [method, fn] of [['thumbnail_request_async', 'ThumbnailRequestAsync'], ['thumbnail_request_cancel', 'ThumbnailRequestCancel']]) {
-    const last = (code) => thumbnail(fn, `strCmd[${method}] eResult[${code}] strReturnJson[{"return_ecode":${code}}\n].`);
+for (const [method, fn] of [['thumbnail_request_async', 'ThumbnailRequestAsync'],
+                            ['thumbnail_request_cancel', 'ThumbnailRequestCancel']]) {
+    const last = (code) =>
+        thumbnail(fn, `strCmd[${method}] eResult[${code}] strReturnJson[{"return_ecode":${code}}\n].`);
     const run = (request) => call(bridge, method, ...(method.endsWith('async') ? [ignore] : []), request);
 
     test(`${method} that cannot be parsed says so, then that it has no path`, () => {
@@ -176,11 +186,13 @@ test('an object ends thumbnails, lists and devices, and logs before the first an
     const released = openBridge();
     quill.release(released);
     const ended = (fn, method, name, args = []) =>
-        [[method, ...args], plain(storage, fn, method), storage('~CMRBStorageMgrAdapter', `${name} [{"return_ecode":0}\n]\n`)];
+        [[method, ...args], plain(storage, fn, method),
+         storage('~CMRBStorageMgrAdapter', `${name} [{"return_ecode":0}\n]\n`)];
     assertEvents([provider('~CMRBAdapterProvider', 'release CMRBAdapterProvider.'),
                   thumbnail('~CMRBThumbnailAdapter', 'release CMRBThumbnailAdapter...'), ['thumbnail_finalize'],
                   agent('~CMRBAgentAdapter', 'Start to destroy CMRBAgentAdapter[%p].'),
-                  agent('m_DestroyHandler', 'Num of handle for send[0].'), agent('m_DestroyHandler', 'Num of handle for agent[0].'),
+                  agent('m_DestroyHandler', 'Num of handle for send[0].'),
+                  agent('m_DestroyHandler', 'Num of handle for agent[0].'),
                   agent('~CMRBAgentAdapter', 'End to destroy CMRBAgentAdapter[%p].'),
                   ...ended('UnsetUSBCallback', 'mrb_unset_usb_callback', 'strUnSetUsb'),
                   ...ended('UnsetDLNACallback', 'mrb_unset_dlna_callback', 'strUnSetDlna'),

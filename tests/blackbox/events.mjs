@@ -11,15 +11,15 @@ import { agentCommand, assertLine, shown } from './log_lines.mjs';
 export const returned = (kind, value) => ({ returned: [kind, value] });
 
 /** An event for a message. */
-const told = ({ call, line, returned: end }) => shown(line?.text ?? JSON.stringify(call ?? end));
+const described = ({ call, line, returned: end }) => shown(line?.text ?? JSON.stringify(call ?? end));
 
 function assertEvent(event, wanted, what) {
     if (Array.isArray(wanted)) {
-        assert.deepEqual(event.call, wanted, `${what} is ${told(event)}`);
+        assert.deepEqual(event.call, wanted, `${what} is ${described(event)}`);
     } else if (wanted.returned) {
-        assert.deepEqual(event.returned, wanted.returned, `${what} is ${told(event)}`);
+        assert.deepEqual(event.returned, wanted.returned, `${what} is ${described(event)}`);
     } else {
-        assert.ok(event.line, `${what} is ${told(event)}, not the line ${shown(wanted.text)}`);
+        assert.ok(event.line, `${what} is ${described(event)}, not the line ${shown(wanted.text)}`);
         assertLine(event.line, wanted, what);
     }
 }
@@ -33,7 +33,7 @@ export function assertEvents(expected, { onMainThread = true, events = rec.event
         assert.ok(events[index], `event ${index} is missing: ${JSON.stringify(wanted)}`);
         assertEvent(events[index], wanted, `event ${index}`);
     });
-    assert.equal(events.length, expected.length, `too many: ${events.slice(expected.length).map(told).join(', ')}`);
+    assert.equal(events.length, expected.length, `too many: ${events.slice(expected.length).map(described).join(', ')}`);
     assert.equal(new Set(events.map(({ thread }) => thread)).size, 1, 'all on one thread');
     assert.equal(events[0].thread === process.pid, onMainThread);
 }

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { call, forget, openBridge, rec } from './harness.mjs';
+import { forget, openBridge, rec } from './harness.mjs';
 import { assertOrder } from './events.mjs';
 import { agent, missingKey } from './log_lines.mjs';
 
@@ -15,6 +15,7 @@ const MOVE = ['mrb_move_to_index_v2', 18, 7];
 const GET = { method: 'mrb_get_item_value_v2', fn: 'GetItemValue' };
 const SET = { method: 'mrb_set_item_value_v2', fn: 'SetItemValue' };
 const field = (name, more = {}) => ({ param_agent: 18, param_index: 7, param_field: name, ...more });
+const UNKNOWN = agent('GetItemValue', 'Dealing error field.');
 const reading = (name) => agent('GetItemValue', `Agent[0x12],index[7], field[${name}]`);
 
 for (const [name, kind, preset] of [['SIZE', 'lint', 0], ['LONGITUDE', 'double', 0], ['ADDED_TIME', 'time', 0],
@@ -28,7 +29,7 @@ for (const [name, kind, preset] of [['SIZE', 'lint', 0], ['LONGITUDE', 'double',
 }
 
 test('a field that is not known moves the cursor, is logged and read from nowhere', () => {
-    assertOrder(bridge, { ...GET, request: field('NONE'), between: [reading('NONE'), MOVE, agent('GetItemValue', 'Dealing error field.')] });
+    assertOrder(bridge, { ...GET, request: field('NONE'), between: [reading('NONE'), MOVE, UNKNOWN] });
 });
 
 test('a field is read by its whole name: a zero in it makes another of it', () => {
@@ -36,7 +37,7 @@ test('a field is read by its whole name: a zero in it makes another of it', () =
         forget();
         const [printed] = name.split('\0');
         const answer = assertOrder(bridge, { ...GET, request: field(name),
-                                     between: [reading(printed), MOVE, agent('GetItemValue', 'Dealing error field.')] });
+                                     between: [reading(printed), MOVE, UNKNOWN] });
         assert.deepEqual(answer, { return_ecode: 0 });
     }
 });
@@ -94,7 +95,8 @@ const listing = (text) => agent('GetItemList', text);
 test('a run of items is logged, counted and fetched', () => {
     rec.queue(COUNT, { out: 10 });
     assertOrder(bridge, { ...LIST, request: { param_index: 8, param_count: 5, param_agent: 18 },
-                  between: [listing('Agent[0x12] Index[8] nCount[5]'), [COUNT, 18, 0], [ITEM, 18, 8, null], [ITEM, 18, 9, null]] });
+                  between: [listing('Agent[0x12] Index[8] nCount[5]'), [COUNT, 18, 0],
+                            [ITEM, 18, 8, null], [ITEM, 18, 9, null]] });
 });
 
 test('a run of items reads index, count and agent in this order', () => {
@@ -110,8 +112,8 @@ test('an item of a run that cannot be fetched is logged after the call that fail
     rec.queue(ITEM, { out: 'first' });
     rec.queue(ITEM, { result: -3 });
     assertOrder(bridge, { ...LIST, request: { param_index: 0, param_count: 3, param_agent: 18 },
-                  between: [listing('Agent[0x12] Index[0] nCount[3]'), [COUNT, 18, 0], [ITEM, 18, 0, null], [ITEM, 18, 1, null],
-                            listing('Dealing Fail: fail mrb_get_item_v2.')] });
+                  between: [listing('Agent[0x12] Index[0] nCount[3]'), [COUNT, 18, 0],
+                            [ITEM, 18, 0, null], [ITEM, 18, 1, null], listing('Dealing Fail: fail mrb_get_item_v2.')] });
 });
 
 test('counts by type end with the line about the one that failed', () => {
@@ -119,9 +121,11 @@ test('counts by type end with the line about the one that failed', () => {
     rec.queue(byType, {});
     rec.queue(byType, { result: -8 });
     const counting = (text) => agent('GetItemCount', text);
-    assertOrder(bridge, { method: COUNT, fn: 'GetItemCount', request: { param_agent: 18, get_item_count_for_each_type: true },
-                  between: [counting('Agent[0x12]'), counting('PARAM_GET_ITEM_COUNT_FOR_EACH_TYPE[1].'), [COUNT, 18, 0],
-                            [byType, 18, 1, 0], [byType, 18, 2, 0], counting('GetItemCount By Type faild.')] });
+    assertOrder(bridge, { method: COUNT, fn: 'GetItemCount',
+                  request: { param_agent: 18, get_item_count_for_each_type: true },
+                  between: [counting('Agent[0x12]'), counting('PARAM_GET_ITEM_COUNT_FOR_EACH_TYPE[1].'),
+                            [COUNT, 18, 0], [byType, 18, 1, 0], [byType, 18, 2, 0],
+                            counting('GetItemCount By Type faild.')] });
 });
 
 test('a toggle that failed is logged after its call, and the last', () => {
@@ -146,7 +150,8 @@ test('selecting by type announces the types, clears, counts and walks, each with
     rec.queue(COUNT, { out: 2 });
     rec.queue('mrb_get_item_value_int_v2', { out: 3 });
     rec.queue('mrb_get_item_value_int_v2', { out: 2 });
-    assertOrder(bridge, { ...ALL, request: wanting(2, 5), text: '{"return_data":0.0,"return_ecode":0,"return_type":1}\n',
+    const text = '{"return_data":0.0,"return_ecode":0,"return_type":1}\n';
+    assertOrder(bridge, { ...ALL, request: wanting(2, 5), text,
                   between: [...announced(2, 5), [CLEAR, 18], [COUNT, 18, 0], selecting('nItemCount[2]'), ...typeOf(0),
                             selecting('Item[0], type[3] need not be selected accroding to App.'), ...typeOf(1),
                             [TOGGLE, 18, 1], sizeOf] });
@@ -154,11 +159,13 @@ test('selecting by type announces the types, clears, counts and walks, each with
 
 test('selecting by type logs a failure after the call that failed', () => {
     rec.queue(CLEAR, { result: -2 });
-    assertOrder(bridge, { ...ALL, request: wanting(2), between: [...announced(2), [CLEAR, 18], selecting('mrb_deselect_all_v2 faild [-2]!')] });
+    assertOrder(bridge, { ...ALL, request: wanting(2),
+                  between: [...announced(2), [CLEAR, 18], selecting('mrb_deselect_all_v2 faild [-2]!')] });
     forget();
     rec.queue(COUNT, { result: -8 });
     assertOrder(bridge, { ...ALL, request: wanting(2),
-                  between: [...announced(2), [CLEAR, 18], [COUNT, 18, 0], selecting('mrb_get_item_count_v2 faild [-8]!')] });
+                  between: [...announced(2), [CLEAR, 18], [COUNT, 18, 0],
+                            selecting('mrb_get_item_count_v2 faild [-8]!')] });
     forget();
     rec.queue(COUNT, { out: 1 });
     rec.queue('mrb_get_item_value_int_v2', { result: -3 });
@@ -170,14 +177,15 @@ test('selecting by type logs a failure after the call that failed', () => {
     rec.queue('mrb_get_item_value_int_v2', { out: 2 });
     rec.queue('mrb_get_item_value_lint_v2', { result: -3 });
     assertOrder(bridge, { ...ALL, request: wanting(2),
-                  between: [...announced(2), [CLEAR, 18], [COUNT, 18, 0], selecting('nItemCount[1]'), ...typeOf(0), [TOGGLE, 18, 0],
-                            sizeOf, selecting('mrb_toggle_select or mrb_get_item_value_lint faild, page index[0].')] });
+                  between: [...announced(2), [CLEAR, 18], [COUNT, 18, 0], selecting('nItemCount[1]'), ...typeOf(0),
+                            [TOGGLE, 18, 0], sizeOf,
+                            selecting('mrb_toggle_select or mrb_get_item_value_lint faild, page index[0].')] });
 });
 
 test('selecting by type reads agent and types in this order', () => {
     rec.queue(CLEAR, { result: -2 });
     assertOrder(bridge, { ...ALL, request: {},
                   between: [missingKey('param_agent'), missingKey('param_selected_item_type_arr'),
-                            selecting('You want to select[0] types of file, they are: '), selecting('Agent[(nil)]'), [CLEAR, 0],
-                            selecting('mrb_deselect_all_v2 faild [-2]!')] });
+                            selecting('You want to select[0] types of file, they are: '),
+                            selecting('Agent[(nil)]'), [CLEAR, 0], selecting('mrb_deselect_all_v2 faild [-2]!')] });
 });

@@ -17,37 +17,39 @@ const BATCH = 'mrb_batch_process_v2';
 const set = (name, value) => [`mrb_param_set_general_${name}`, 1, value];
 const OPEN = { method: REQUEST_LIST, fn: 'RequestList' };
 const created = [['mrb_create_general_param', 0], set('content_type', ''), set('sort_category', '')];
-const common = ['param_content_type', 'param_sort_category'].map(missingKey);
+const unread = (...keys) => keys.map((key) => missingKey(`param_${key}`));
+const common = unread('content_type', 'sort_category');
 const asked = [[REQUEST_LIST, 1, 'cb1', 'user1', 0], ['mrb_destroy_general_param', 1]];
 
 /** What the requests of each source read and set when nothing but the source is given. */
 const SOURCES = [
-    { source: 'SOURCE_MSC', own: [...['param_scan_path', 'param_is_uhd'].map(missingKey), set('path', ''), set('is_uhd_meta', false),
+    { source: 'SOURCE_MSC', own: [...unread('scan_path', 'is_uhd'), set('path', ''), set('is_uhd_meta', false),
                                   set('source', 'SOURCE_MSC')] },
     { source: 'SOURCE_MSC', more: { param_is_uhd: true },
-      own: [missingKey('param_scan_path'), set('path', ''), set('is_uhd_meta', true), set('source', 'SOURCE_MSC'),
-            ...['param_update_flag', 'param_lang_id', 'param_duid', 'param_access_token', 'param_country'].map(missingKey),
-            set('update_uhd_meta', false), set('lang_id', ''), set('duid', ''), set('access_token', ''), set('country', '')] },
-    { source: 'SOURCE_DLNA', own: [...['param_scan_path', 'param_folder_id', 'param_key_word'].map(missingKey), set('path', ''),
-                                   set('folder_id', ''), set('key_word', ''), set('source', 'SOURCE_DLNA')] },
-    { source: 'SOURCE_PTP', own: [...['param_model_name', 'param_bus_value', 'param_device_value', 'param_folder_id'].map(missingKey),
+      own: [...unread('scan_path'), set('path', ''), set('is_uhd_meta', true), set('source', 'SOURCE_MSC'),
+            ...unread('update_flag', 'lang_id', 'duid', 'access_token', 'country'), set('update_uhd_meta', false),
+            set('lang_id', ''), set('duid', ''), set('access_token', ''), set('country', '')] },
+    { source: 'SOURCE_DLNA', own: [...unread('scan_path', 'folder_id', 'key_word'), set('path', ''), set('folder_id', ''),
+                                   set('key_word', ''), set('source', 'SOURCE_DLNA')] },
+    { source: 'SOURCE_PTP', own: [...unread('model_name', 'bus_value', 'device_value', 'folder_id'),
                                   set('folder_id', ''), set('mode_name', ''), set('bus_value', 0), set('device_value', 0),
                                   set('source', 'SOURCE_PTP')] },
-    { source: 'SOURCE_PLAYLIST', own: [missingKey('param_playlist_name'), set('source', 'SOURCE_PLAYLIST')] },
+    { source: 'SOURCE_PLAYLIST', own: [...unread('playlist_name'), set('source', 'SOURCE_PLAYLIST')] },
 ];
 
 for (const { source, more = {}, own } of SOURCES) {
     const what = Object.keys(more).length > 0 ? `${source} with UHD metadata` : source;
-    test(`a list of ${what} reads the common keys, sets them, reads those of the source, sets them, and is opened`, () => {
+    test(`a list of ${what} reads and sets the common keys, then those of the source, and is opened`, () => {
         rec.queue(REQUEST_LIST, { result: -4 });
-        assertOrder(bridge, { ...OPEN, request: { param_source_name: source, ...more }, between: [...common, ...created, ...own, ...asked] });
+        assertOrder(bridge, { ...OPEN, request: { param_source_name: source, ...more },
+                              between: [...common, ...created, ...own, ...asked] });
     });
 }
 
 // A value of another type for each key, so that the log shows which is read when.
-const MISTYPED = [['param_source_name', '5', 1], ['param_content_type', '4294967296', 2], ['param_sort_category', '1.5', 3],
-                  ['param_media_extension', 'true', 5], ['param_key_word', '[]', 6], ['param_agent', '"x"', 4],
-                  ['param_prepare_data', '{}', 7]];
+const MISTYPED = [['param_source_name', '5', 1], ['param_content_type', '4294967296', 2],
+                  ['param_sort_category', '1.5', 3], ['param_media_extension', 'true', 5],
+                  ['param_key_word', '[]', 6], ['param_agent', '"x"', 4], ['param_prepare_data', '{}', 7]];
 
 test('the common keys of a list are read in their order, all before anything is called', () => {
     for (const keys of [MISTYPED, [...MISTYPED].reverse()]) {
@@ -55,7 +57,8 @@ test('the common keys of a list are read in their order, all before anything is 
         const request = `{${keys.map(([key, value]) => `"${key}":${value}`).join()}}`;
         const answer = assertOrder(bridge, { ...OPEN, request,
                                      between: [...MISTYPED.map(([, , type]) => mistypedKey(type)), ...created,
-                                               agent('RequestList', 'Invalid source name[].'), ['mrb_destroy_general_param', 1]] });
+                                               agent('RequestList', 'Invalid source name[].'),
+                                               ['mrb_destroy_general_param', 1]] });
         assert.deepEqual(answer, { return_ecode: REFUSED });
     }
 });
@@ -71,7 +74,8 @@ for (const name of ['SOURCE_MSC\0', 'SOURCE_DLNA\0x', 'SOURCE_PTP\0\0', '\0SOURC
     test(`the source name ${JSON.stringify(name)} is none: a zero belongs to a name`, () => {
         const [printed] = name.split('\0');
         const answer = assertOrder(bridge, { ...OPEN, request: { param_source_name: name },
-                                     between: [...common, ...created, agent('RequestList', `Invalid source name[${printed}].`),
+                                     between: [...common, ...created,
+                                               agent('RequestList', `Invalid source name[${printed}].`),
                                                ['mrb_destroy_general_param', 1]] });
         assert.deepEqual(answer, { return_ecode: REFUSED });
     });
@@ -80,27 +84,29 @@ for (const name of ['SOURCE_MSC\0', 'SOURCE_DLNA\0x', 'SOURCE_PTP\0\0', '\0SOURC
 // ---- shares -------------------------------------------------------------------------
 
 const share = (name, value) => [`mrb_param_set_share_${name}`, 1, value];
-const read = (...keys) => keys.map((key) => missingKey(`param_${key}`));
 const SHARES = [
-    { type: 1, own: [...read('source_device_type'), share('source_dev_type', 0)] },
-    { type: 2, own: [...read('source_device_type', 'dest_device_type', 'dest_device_path'), share('source_dev_type', 0),
+    { type: 1, own: [...unread('source_device_type'), share('source_dev_type', 0)] },
+    { type: 2, own: [...unread('source_device_type', 'dest_device_type', 'dest_device_path'), share('source_dev_type', 0),
                      share('dest_dev_type', 0), share('dest_dev_path', '')] },
-    { type: 4, own: [...read('source_device_type', 'dest_device_type', 'dlna_device_id'), share('source_dev_type', 0),
-                     share('dest_dev_type', 0), share('dlna_device_id', ''), ...read('dlna_service_provider'),
+    { type: 4, own: [...unread('source_device_type', 'dest_device_type', 'dlna_device_id'), share('source_dev_type', 0),
+                     share('dest_dev_type', 0), share('dlna_device_id', ''), ...unread('dlna_service_provider'),
                      share('dlna_service_provider', '')] },
     { type: 4, more: { param_source_device_type: 4 },
-      own: [...read('dest_device_type', 'dlna_device_id'), share('source_dev_type', 4), share('dest_dev_type', 0),
-            share('dlna_device_id', ''), ...read('dest_device_path'), share('dest_dev_path', '')] },
-    { type: 32, own: [...read('is_lock'), share('lock', false)] },
+      own: [...unread('dest_device_type', 'dlna_device_id'), share('source_dev_type', 4), share('dest_dev_type', 0),
+            share('dlna_device_id', ''), ...unread('dest_device_path'), share('dest_dev_path', '')] },
+    { type: 32, own: [...unread('is_lock'), share('lock', false)] },
     { type: 7, own: [] },
 ];
 
 for (const { type, more = {}, own } of SHARES) {
-    test(`a share of type ${type}${more.param_source_device_type ? ' from a server' : ''} reads and sets in order, and starts`, () => {
+    const from = more.param_source_device_type ? ' from a server' : '';
+    test(`a share of type ${type}${from} reads and sets in order, and starts`, () => {
         rec.queue(BATCH, { result: -4 });
-        assertOrder(bridge, { method: BATCH, fn: 'BatchProcess', request: { param_agent: 18, param_share_type: type, ...more },
+        assertOrder(bridge, { method: BATCH, fn: 'BatchProcess',
+                      request: { param_agent: 18, param_share_type: type, ...more },
                       between: [['mrb_create_share_param', 0], ...own, ['mrb_create_share_user_data_param', 0],
-                                ['mrb_param_set_share_user_data_udata', 1, 'user1'], ['mrb_param_set_share_user_data_cb', 1, 'cb1'],
+                                ['mrb_param_set_share_user_data_udata', 1, 'user1'],
+                                ['mrb_param_set_share_user_data_cb', 1, 'cb1'],
                                 [BATCH, type, 1, 18, 1, 0], ['mrb_destroy_share_param', 1]] });
     });
 }
