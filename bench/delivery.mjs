@@ -1,6 +1,8 @@
 // Results from framework threads to a script function, against bare
-// clutter_threads_add_idle_full and a script call. Run in quill on the recording
-// framework; nobody listens to the log.
+// clutter_threads_add_idle_full and a script call; and with a store of
+// AsyncLocalStorage against without one. Run in quill on the recording framework; the
+// log is off.
+import { AsyncLocalStorage } from 'node:async_hooks';
 import { createRequire } from 'node:module';
 
 import { compare, report } from './measure.mjs';
@@ -22,7 +24,8 @@ const hear = () => {
   }
 };
 const bridge = new MRBBridge();
-bridge.mrb_request_list_v2(hear, '{"param_source_name":"SOURCE_MSC"}');
+const register = () => bridge.mrb_request_list_v2(hear, '{"param_source_name":"SOURCE_MSC"}');
+register();
 recorder.setRecording(false);
 recorder.setLogRecording(false);
 
@@ -52,4 +55,9 @@ const perResult = ({ subject: time, floor: floorTime, ...rest }) =>
 
 report('deliver a queued result', 'µs', perResult(await compare(subject(true), least(true), 11)));
 report('four threads to a script, JSON and all', 'µs', perResult(await compare(subject(false), least(false), 11)));
+
+const store = new AsyncLocalStorage();
+const inStore = () => { store.run({}, register); return subject(true)(); };
+const inNone = () => { register(); return subject(true)(); };
+report('deliver with a store, against without one', 'µs', perResult(await compare(inStore, inNone, 11)));
 process.exit();
