@@ -11,6 +11,9 @@ namespace {
 
 constexpr AVRational MILLISECOND{1, 1000};
 constexpr AVRational LIBAV_TIME{1, AV_TIME_BASE};
+// Far more than any film, and little enough that a few of it can be added: what a file says
+// may be anything.
+constexpr std::int64_t MOST_TIME = std::int64_t{1} << 58;
 
 bool isVideo(const AVStream &stream) {
     return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
@@ -61,11 +64,10 @@ Outcome FrameReader::open(bool needsDuration) {
 }
 
 std::int64_t FrameReader::duration() const {
-    if (stream_->duration > 0) {
-        return stream_->duration;
-    }
     const std::int64_t whole = input_.context()->duration;
-    return whole > 0 ? av_rescale_q(whole, LIBAV_TIME, stream_->time_base) : 0;
+    const std::int64_t own = stream_->duration;
+    const std::int64_t either = own > 0 ? own : av_rescale_q(whole, LIBAV_TIME, stream_->time_base);
+    return std::clamp<std::int64_t>(either, 0, MOST_TIME);
 }
 
 // Some containers do not say when their pictures begin; the first one does.
@@ -74,11 +76,12 @@ void FrameReader::learnStart() {
     if (start_ == AV_NOPTS_VALUE) {
         start_ = readPacket(false) ? momentOf(*packet_) : AV_NOPTS_VALUE;
     }
-    start_ = start_ == AV_NOPTS_VALUE ? 0 : start_;
+    start_ = start_ == AV_NOPTS_VALUE ? 0 : std::clamp(start_, -MOST_TIME, MOST_TIME);
 }
 
 std::int64_t FrameReader::milliseconds(std::int64_t moment) const {
-    return std::max<std::int64_t>(0, av_rescale_q(moment - start(), stream_->time_base, MILLISECOND));
+    return std::max<std::int64_t>(
+        0, av_rescale_q(av_sat_sub64(moment, start_), stream_->time_base, MILLISECOND));
 }
 
 // From one picture to the next; 0: unknown.
@@ -91,10 +94,9 @@ std::int64_t FrameReader::pictureTime() const {
 // the bound serves for the last one too, else its part of what is left.
 int FrameReader::mostFramesForward(std::span<const std::int64_t> moments) const {
     const int left = std::max(MOST_FRAMES_FORWARD - forward_, 0);
-    const AVRational rate = stream_->avg_frame_rate.num > 0 ? stream_->avg_frame_rate : stream_->r_frame_rate;
-    const std::int64_t way = moments.back() - (last_ == AV_NOPTS_VALUE ? start_ : last_);
-    const bool isEnough =
-        rate.num > 0 && rate.den > 0 && av_rescale_q(way, stream_->time_base, av_inv_q(rate)) <= left;
+    const std::int64_t way = av_sat_sub64(moments.back(), last_ == AV_NOPTS_VALUE ? start_ : last_);
+    const std::int64_t each = pictureTime();
+    const bool isEnough = each > 0 && way / each <= left;
     const auto wanted = static_cast<int>(moments.size());
     return std::max(isEnough ? left : left / wanted, 1);
 }
@@ -315,8 +317,8 @@ FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
             ++forward_;
             // The last ones come without a packet whose time they could have.
             const bool isKnown = !draining_ || received_->best_effort_timestamp != AV_NOPTS_VALUE;
-            const std::int64_t at =
-                isKnown ? momentOf(*received_) : newest_ + std::max<std::int64_t>(pictureTime(), 1);
+            const std::int64_t at = isKnown ? momentOf(*received_)
+                                            : av_sat_add64(newest_, std::max<std::int64_t>(pictureTime(), 1));
             newest_ = at;
             if (at > moment) {
                 std::swap(received_, ahead_);
@@ -379,8 +381,8 @@ std::vector<std::int64_t> FrameReader::momentsOfPictures(std::size_t count) {
     all.erase(std::unique(all.begin(), all.end()), all.end());
     if (!areKnown && !all.empty()) {
         // They are shown as far apart as they are read.
-        const std::int64_t delay = start_ - all.front();
-        std::ranges::for_each(all, [delay](std::int64_t &moment) { moment += delay; });
+        const std::int64_t delay = av_sat_sub64(start_, all.front());
+        std::ranges::for_each(all, [delay](std::int64_t &moment) { moment = av_sat_add64(moment, delay); });
     }
     if (all.size() <= count) {
         return all;
