@@ -163,7 +163,7 @@ TEST_F(FieldsOfFormats, TimesAfter2038AreTrueWhereThereIsRoomForThem) {
     if (facts.st_mtim.tv_sec != 10'413'792'000) {
         GTEST_SKIP() << "the file system of the temporary folder keeps no such times";
     }
-    client_.list(folder_.path(), {.sortCategory = "DATE"});
+    client_.list({.path = folder_.path(), .sortCategory = "DATE"});
     const auto modified = [this](const char *name) { return client_.item(at(name))["modified"].asString(); };
     EXPECT_EQ(modified("a.jpg"), "2100-05-06T07:08:09Z");
     EXPECT_EQ(modified("b.jpg"), "2300-01-01T00:00:00Z");
