@@ -172,6 +172,7 @@ MediaItem Opening::mediaOf(const ItemFacts &facts) const {
         const std::string root = source_->watchedRoot();
         std::call_once(pathsMade_, [&] { paths_.emplace(root.empty() ? "/" : root); });
         item.name = facts.name;
+        item.mount = source_->mountOf(facts);
         item.key = paths_->keyOf(item.path, facts.size, facts.modified);
     }
     return item;

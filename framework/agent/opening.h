@@ -88,6 +88,9 @@ class Opening final : public EventTarget,
     [[nodiscard]] bool namesFiles() const { return source_->namesFiles(); }
     [[nodiscard]] std::string filePath(const ItemFacts &item) const { return source_->filePath(item); }
 
+    // On which mount an item's folder was, see Source. Any thread.
+    [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const { return source_->mountOf(item); }
+
     // The description of an entry as JSON text; no value: no such index. Any thread.
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
 

@@ -10,9 +10,11 @@
 
 namespace mrb {
 
-Outcome MediaFile::open(const std::string &path) {
+Outcome MediaFile::open(const std::string &path) { return openIn(AT_FDCWD, path.c_str(), path); }
+
+Outcome MediaFile::openIn(int folder, const char *name, const std::string &path) {
     // Without blocking: a pipe under a media file's name must not hold us.
-    file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    file_ = Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat facts {};
     if (!file_ || fstat(file_.number(), &facts) != 0) {
         return outcomeOfErrno(errno, path);

@@ -54,7 +54,7 @@ Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Medi
         return {};
     }
     MediaFile file;
-    Outcome outcome = openMedia(item.path, file);
+    Outcome outcome = openMedia(item.path, item.mount, file);
     if (outcome.code != MRB_ERR_NONE) {
         return outcome;
     }
@@ -102,7 +102,7 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         MediaFile file(&stopped);
         MediaRecord fresh = *record;
-        Outcome outcome = openMedia(item.path, file);
+        Outcome outcome = openMedia(item.path, item.mount, file);
         if (outcome.code == MRB_ERR_NONE) {
             reader_(file, item.name, fresh.facts, outcome);
         }

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/mount_identity.h"
 #include "base/result.h"
 #include "metadata/cache.h"
 #include "metadata/read_metadata.h"
@@ -20,6 +21,8 @@ struct MediaItem {
     std::string name; // its file name
     MediaKey key;
     std::optional<Metadata> told = {}; // what its source says of it
+    // On which its folder has to be for it to be read; not known: on any.
+    MountIdentity mount = {};
 
     // False: nothing can be known of it.
     [[nodiscard]] bool isKnown() const { return told || !path.empty(); }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/mount_identity.h"
 #include "metadata/media_file.h"
 
 namespace mrb {
@@ -9,6 +10,7 @@ namespace mrb {
 // Opens what `path` names for its metadata: the path of a file of this machine, or the URL of
 // one on a camera, for which it waits no longer than MediaFile::LONGEST_TIME. Apart from
 // MediaFile, since that is part of the readers' library too, which knows no cameras.
-Outcome openMedia(const std::string &path, MediaFile &file);
+// MRB_ERR_DEVICE_REMOVED: the folder of the file is on another mount than `mount`.
+Outcome openMedia(const std::string &path, const MountIdentity &mount, MediaFile &file);
 
 } // namespace mrb

@@ -7,8 +7,14 @@ namespace mrb {
 Outcome FolderOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
     std::string path = item.folder;
     path.append(path.empty() ? "" : "/").append(item.name);
-    return item.type == MRB_ITEM_TYPE_FOLDER ? openFolder(path, item.name)
-                                             : openFile(path, LastLink::FOLLOWED, item.name, file);
+    if (item.type != MRB_ITEM_TYPE_FOLDER) {
+        return openFile(path, LastLink::FOLLOWED, list_->mountOf(item), item.name, file);
+    }
+    ItemFacts inside;
+    inside.folder = path;
+    return openFolder(path, list_->mountOf(inside), item.name);
 }
+
+MountIdentity FolderOrigin::mountOfRoot() const { return list_->mountOf(ItemFacts()); }
 
 } // namespace mrb

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+
+#include "agent/opening.h"
 #include "share/local_origin.h"
 
 namespace mrb {
@@ -7,10 +10,15 @@ namespace mrb {
 // The files below the folder that a list was opened on. Owned and called as every Origin is.
 class FolderOrigin final : public LocalOrigin {
   public:
-    // `root` is the absolute path of the list's folder.
-    explicit FolderOrigin(std::string root) : LocalOrigin(std::move(root)) {}
+    explicit FolderOrigin(std::shared_ptr<Opening> list)
+        : LocalOrigin(list->filesRoot()), list_(std::move(list)) {}
 
     Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+
+  private:
+    [[nodiscard]] MountIdentity mountOfRoot() const override;
+
+    const std::shared_ptr<Opening> list_;
 };
 
 } // namespace mrb

@@ -39,7 +39,8 @@ Outcome ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/,
         return notHere(item, list_->locate(ListEntry{item}));
     }
     // The list knows it without links: one that is there now leads somewhere else.
-    return ofThisFile(openFile(std::string_view(path).substr(1), LastLink::REFUSED, item.name, file));
+    return ofThisFile(
+        openFile(std::string_view(path).substr(1), LastLink::REFUSED, list_->mountOf(item), item.name, file));
 }
 
 Origin::End ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {

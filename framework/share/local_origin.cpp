@@ -25,7 +25,11 @@ Outcome outcomeOfFile(int error, const std::string &name) {
 } // namespace
 
 Outcome LocalOrigin::begin(const Stopped & /*isStopped*/) {
-    const int error = Place::open(root_, O_PATH, place_);
+    int error = Place::open(root_, O_PATH, place_);
+    const MountIdentity listed = mountOfRoot();
+    if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {
+        error = ENODEV; // what is mounted there now, or the empty place of what was
+    }
     if (error == 0) {
         way_.emplace(place_.folder(), openSubfolder);
         return {};
@@ -35,11 +39,19 @@ Outcome LocalOrigin::begin(const Stopped & /*isStopped*/) {
     return outcome;
 }
 
-Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const std::string &name, File &file) {
+// Another file system may be mounted below the root by now, and then it is not gone as a whole.
+int LocalOrigin::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
+    const int error = way_->go(path, folder);
+    const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.number()) != mount;
+    return isOther ? ENOENT : error;
+}
+
+Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const MountIdentity &mount,
+                              const std::string &name, File &file) {
     const std::size_t slash = path.rfind('/');
     const std::string last(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
     OpenFolderPtr from;
-    const int error = way_->go(path.substr(0, slash == std::string_view::npos ? 0 : slash), from);
+    const int error = goTo(path.substr(0, slash == std::string_view::npos ? 0 : slash), mount, from);
     if (error != 0 || !isPlainName(last)) {
         return outcomeOfFile(error != 0 ? error : EINVAL, name);
     }
@@ -60,9 +72,9 @@ Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const std::s
     return {};
 }
 
-Outcome LocalOrigin::openFolder(std::string_view path, const std::string &name) {
+Outcome LocalOrigin::openFolder(std::string_view path, const MountIdentity &mount, const std::string &name) {
     OpenFolderPtr folder;
-    return outcomeOfFile(way_->go(path, folder), name);
+    return outcomeOfFile(goTo(path, mount, folder), name);
 }
 
 Origin::End LocalOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/mount_identity.h"
 #include "share/file_copy.h"
 #include "share/open_folders.h"
 #include "share/origin.h"
@@ -30,11 +31,18 @@ class LocalOrigin : public Origin {
     explicit LocalOrigin(std::string root) : root_(std::move(root)) {}
 
     // Both take a path below the root, names joined with '/', on which no folder may be a
-    // link, and the name by which a failure speaks of what is there.
-    Outcome openFile(std::string_view path, LastLink link, const std::string &name, File &file);
-    Outcome openFolder(std::string_view path, const std::string &name);
+    // link, the mount on which the folder there was when it was listed, and the name by which a
+    // failure speaks of what is there. Nothing of another mount is opened.
+    Outcome openFile(std::string_view path, LastLink link, const MountIdentity &mount,
+                     const std::string &name, File &file);
+    Outcome openFolder(std::string_view path, const MountIdentity &mount, const std::string &name);
+
+    // On which mount the root was when it was listed; not known: it does not matter.
+    [[nodiscard]] virtual MountIdentity mountOfRoot() const { return {}; }
 
   private:
+    int goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder);
+
     const std::string root_;
     Place place_;
     std::optional<FolderWay> way_;

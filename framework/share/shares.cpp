@@ -20,8 +20,8 @@ namespace {
 
 // Null: the items of the list are on a media server.
 std::unique_ptr<Origin> originOf(const std::shared_ptr<Opening> &list) {
-    if (std::string root = list->filesRoot(); !root.empty()) {
-        return std::make_unique<FolderOrigin>(std::move(root));
+    if (!list->filesRoot().empty()) {
+        return std::make_unique<FolderOrigin>(list);
     }
     if (list->namesFiles()) {
         return std::make_unique<ListedOrigin>(list);

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/mount_identity.h"
 #include "base/result.h"
 #include "media/media_types.h"
 #include "metadata/facts.h"
@@ -143,6 +144,10 @@ class Source {
     // The exact bytes of the path under which this machine has the item as a file, or its URL
     // where that lies on a camera, see MediaFile; empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
+
+    // The mount on which the folder of a file of this machine was when it was listed: what
+    // lies at its path on another one is another file. Not known: no such file.
+    [[nodiscard]] virtual MountIdentity mountOf(const ItemFacts & /*item*/) const { return {}; }
 
     // Whether items may be files of this machine that lie in no one folder, each at its
     // `filePath`, and can be copied from there.

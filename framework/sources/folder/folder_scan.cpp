@@ -23,8 +23,8 @@ constexpr std::size_t LARGE_FOLDER = 4096;
 
 } // namespace
 
-FolderScan::FolderScan(ItemSink &sink, const std::string &path)
-    : sink_(sink), path_(path), reader_(sink), order_(sink) {}
+FolderScan::FolderScan(ItemSink &sink, const std::string &path, FolderMounts *mounts)
+    : sink_(sink), path_(path), mounts_(mounts), reader_(sink), order_(sink) {}
 
 FillResult FolderScan::run(Descriptor folder) {
     const auto root = std::make_shared<Descriptor>(std::move(folder));
@@ -78,6 +78,9 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
     files_.clear();
     folders_.clear();
     sink_.follow(number, folder->number());
+    if (mounts_ != nullptr) {
+        mounts_->add(folder->number());
+    }
     int error = reader_.read(folder->number(), files_, folders_);
     if (!addFiles(*folder, number, error)) {
         return end({MRB_ERR_CANCELLED, {}});

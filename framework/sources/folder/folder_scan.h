@@ -10,6 +10,7 @@
 #include "base/descriptor.h"
 #include "base/pages.h"
 #include "sources/folder/folder_contents.h"
+#include "sources/folder/folder_mounts.h"
 #include "sources/folder/folder_order.h"
 #include "sources/folder/folder_reader.h"
 #include "sources/source.h"
@@ -27,8 +28,8 @@ class FolderScan {
     // Cameras and players make a handful of levels; only a damaged disk has more.
     static constexpr int DEEPEST_LEVEL = 100;
 
-    // `path` is the scanned folder's, for messages.
-    FolderScan(ItemSink &sink, const std::string &path);
+    // `path` is the scanned folder's, for messages. `mounts` hears of each folder that is read.
+    FolderScan(ItemSink &sink, const std::string &path, FolderMounts *mounts = nullptr);
 
     FillResult run(Descriptor folder);
 
@@ -62,6 +63,7 @@ class FolderScan {
 
     ItemSink &sink_;
     const std::string &path_;
+    FolderMounts *mounts_;
     FolderReader reader_;
     FolderOrder order_;
     // Of the folder that is being read; reused for the next one.

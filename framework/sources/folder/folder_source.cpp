@@ -57,9 +57,16 @@ Outcome FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &
 }
 
 FolderSource::FolderSource(std::string path, Descriptor folder)
-    : path_(std::move(path)), folder_(std::move(folder)) {}
+    : path_(std::move(path)), folder_(std::move(folder)) {
+    mounts_.add(folder_.number());
+}
 
-FillResult FolderSource::fill(ItemSink &sink) { return FolderScan(sink, path_).run(std::move(folder_)); }
+FillResult FolderSource::fill(ItemSink &sink) {
+    return FolderScan(sink, path_, &mounts_).run(std::move(folder_));
+}
+
+// A folder that is mounted counts for what is in it, and not for itself.
+MountIdentity FolderSource::mountOf(const ItemFacts &item) const { return mounts_.of(item.folder); }
 
 std::string FolderSource::filePath(const ItemFacts &item) const {
     std::string bytes = path_;
@@ -74,9 +81,7 @@ std::string FolderSource::filePath(const ItemFacts &item) const {
 
 Outcome FolderSource::reach(const ItemFacts &item) const {
     const std::string path = filePath(item);
-    struct statx status {};
-    const int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    return outcomeOfErrno(statx(AT_FDCWD, path.c_str(), flags, 0, &status) == 0 ? 0 : errno, path);
+    return outcomeOfErrno(lookUp(path, mountOf(item)), path);
 }
 
 ItemLocation FolderSource::locate(const ItemFacts &item) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/descriptor.h"
+#include "sources/folder/folder_mounts.h"
 #include "sources/source.h"
 
 namespace mrb {
@@ -16,6 +17,7 @@ class FolderSource final : public Source {
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
     [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
+    [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const override;
     [[nodiscard]] std::string watchedRoot() const override { return path_.empty() ? "/" : path_; }
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 
@@ -24,6 +26,7 @@ class FolderSource final : public Source {
 
     const std::string path_; // without a slash at its end; empty for "/"
     Descriptor folder_;      // used up by fill
+    FolderMounts mounts_;
 };
 
 } // namespace mrb

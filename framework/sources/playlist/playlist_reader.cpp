@@ -175,11 +175,15 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
                           .size = target.facts.size,
                           .modified = target.facts.modified,
                           .created = target.facts.created};
-    const PlaylistRow row{reading.real, reading.position, target.kind, target.place, title, entry.duration};
+    const PlaylistRow row{reading.real, reading.position, target.kind, target.place,
+                          title,        entry.duration,   {}};
     return opens ? addOpening(item, row, target.place) : add(item, row);
 }
 
-bool PlaylistReader::add(SourceItem item, const PlaylistRow &row) {
+bool PlaylistReader::add(SourceItem item, PlaylistRow row) {
+    if (row.kind == EntryTarget::Kind::FILE) {
+        row.mount = mountIdentityAt(std::string(row.place.substr(0, row.place.rfind('/') + 1)));
+    }
     const std::string id = isFull_ ? std::string() : table_.add(row);
     item.id = id;
     isFull_ = isFull_ || id.empty() || !sink_.add({&item, 1});

@@ -62,7 +62,7 @@ class PlaylistReader {
     int read(const Descriptor &file, Reading &reading);
     int feed(const Descriptor &file, PlaylistParser &parser, Reading &reading);
     bool take(const PlaylistEntry &entry, Reading &reading);
-    bool add(SourceItem item, const PlaylistRow &row);
+    bool add(SourceItem item, PlaylistRow row);
     void leaveOut(const std::string &real, const char *why);
 
     ItemSink &sink_;

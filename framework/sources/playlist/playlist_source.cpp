@@ -92,6 +92,11 @@ std::string PlaylistSource::filePath(const ItemFacts &item) const {
     return row && row->kind == EntryTarget::Kind::FILE ? std::string(row->place) : std::string();
 }
 
+MountIdentity PlaylistSource::mountOf(const ItemFacts &item) const {
+    const std::optional<PlaylistRow> row = rowOf(item);
+    return row ? row->mount : MountIdentity();
+}
+
 Outcome PlaylistSource::reach(const ItemFacts &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     if (!row || row->kind == EntryTarget::Kind::URL) {
@@ -101,9 +106,7 @@ Outcome PlaylistSource::reach(const ItemFacts &item) const {
     if (row->kind == EntryTarget::Kind::MISSING) {
         return {MRB_ERR_NOT_FOUND, path + " is not there."};
     }
-    struct statx status {};
-    const int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    return outcomeOfErrno(statx(AT_FDCWD, path.c_str(), flags, 0, &status) == 0 ? 0 : errno, path);
+    return outcomeOfErrno(lookUp(path, row->mount), path);
 }
 
 ItemLocation PlaylistSource::locate(const ItemFacts &item) const {

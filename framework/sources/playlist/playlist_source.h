@@ -21,6 +21,7 @@ class PlaylistSource final : public Source {
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
     [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
+    [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const override;
     [[nodiscard]] bool namesFiles() const override { return true; }
     [[nodiscard]] std::string watchedFile() const override { return path_; }
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;

@@ -20,7 +20,7 @@ std::string PlaylistTable::add(const PlaylistRow &row) {
         lastPlaylist_ = keep(row.playlist);
     }
     rows_.push_back({row.duration, lastPlaylist_, row.place == row.playlist ? lastPlaylist_ : keep(row.place),
-                     keep(row.title), row.position, row.kind});
+                     keep(row.title), row.position, row.kind, row.mount});
     return std::to_string(rows_.size() - 1);
 }
 
@@ -33,8 +33,8 @@ std::optional<PlaylistRow> PlaylistTable::find(std::string_view id) const {
         return std::nullopt;
     }
     const Row &row = rows_[number];
-    return PlaylistRow{view(row.playlist), row.position,    row.kind,
-                       view(row.place),    view(row.title), row.duration};
+    return PlaylistRow{view(row.playlist), row.position, row.kind, view(row.place),
+                       view(row.title),    row.duration, row.mount};
 }
 
 std::optional<std::string> PlaylistTable::idOf(std::string_view playlist, std::int32_t position) const {

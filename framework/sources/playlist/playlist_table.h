@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/chunks.h"
+#include "base/mount_identity.h"
 #include "sources/playlist/entry_target.h"
 
 namespace mrb {
@@ -21,6 +22,7 @@ struct PlaylistRow {
     std::string_view place = {};     // see EntryTarget
     std::string_view title = {};     // as the playlist says
     std::int64_t duration = UNKNOWN; // milliseconds, likewise
+    MountIdentity mount = {};        // of a file that is there: see Source
 };
 
 // What a list of playlists remembers of its items beside what every list does, under the
@@ -52,6 +54,7 @@ class PlaylistTable {
         Text title;
         std::int32_t position;
         EntryTarget::Kind kind;
+        MountIdentity mount;
     };
 
     // All with lock_ held.

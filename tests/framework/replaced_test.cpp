@@ -1,0 +1,159 @@
+// Another file system, or none, is mounted where a list found its items: they are not the list's.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "support/fields.h"
+#include "support/folder.h"
+#include "support/own_process.h"
+#include "support/playlists.h"
+#include "support/sharing.h"
+
+using support::Client;
+using support::fieldOf;
+using support::Folder;
+using support::Sharing;
+using support::Surroundings;
+using support::tree;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// A stick at "usb", which gives way to another one with the same names on it.
+class Replaced : public support::OwnProcess {
+  protected:
+    void plugIn() const {
+        folder.folder("usb");
+        ASSERT_EQ(mount("tmpfs", path().c_str(), "tmpfs", 0, nullptr), 0) << errno;
+        folder.file("usb/DCIM/1/a.jpg", 500);
+        folder.file("usb/DCIM/1/b.jpg", 500);
+    }
+    void unplug() const { ASSERT_EQ(umount2(path().c_str(), 0), 0) << errno; }
+    void replace() const {
+        unplug();
+        plugIn();
+    }
+    [[nodiscard]] std::string path(const std::string &name = "") const { return folder.path("usb" + name); }
+
+    // How a copy of everything in the list ends.
+    int copyAll() {
+        EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+        return sharing.copyAll(client, to.path()).event;
+    }
+    int playData() const {
+        char *text = nullptr;
+        const int code = mrb_prepare_play_data_v2(client.handle, &text);
+        std::free(text);
+        return code;
+    }
+    ~Replaced() override { umount2(path().c_str(), MNT_DETACH); }
+
+    const Folder folder;
+    const Folder to;
+    Client client;
+    Sharing sharing;
+};
+
+} // namespace
+
+TEST_F(Replaced, NothingIsCopiedFromAStickThatIsUnmountedAsTheCopyBegins) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    for (const std::string root : {"", "/DCIM"}) {
+        client.list(path(root));
+        unplug();
+        EXPECT_EQ(copyAll(), MRB_EVENT_DEVICE_REMOVED) << root;
+        EXPECT_THAT(tree(to.path()), IsEmpty());
+        plugIn();
+    }
+}
+
+TEST_F(Replaced, NothingIsCopiedFromTheStickThatTookItsPlace) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    for (const std::string root : {"", "/DCIM"}) {
+        client.list(path(root));
+        replace();
+        EXPECT_EQ(copyAll(), MRB_EVENT_DEVICE_REMOVED) << root;
+        EXPECT_THAT(tree(to.path()), IsEmpty());
+    }
+}
+
+TEST_F(Replaced, NothingIsCopiedFromAStickBelowTheListsFolderThatTookAnothersPlace) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    folder.file("c.jpg");
+    client.list(folder.path());
+    replace();
+    EXPECT_EQ(copyAll(), MRB_EVENT_SHARE_FAILED);
+    EXPECT_THAT(tree(to.path()), ElementsAre("c.jpg"));
+}
+
+TEST_F(Replaced, NothingThatAPlaylistNamesIsCopiedFromAnotherStick) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    folder.file("usb/a.mp3");
+    support::writeText(folder, "usb/list.m3u", "a.mp3\n");
+    client.list(support::playlist(path("/list.m3u")));
+    ASSERT_EQ(client.count(), 1);
+    replace();
+    folder.file("usb/a.mp3");
+    EXPECT_EQ(copyAll(), MRB_EVENT_SHARE_FAILED);
+    EXPECT_THAT(tree(to.path()), IsEmpty());
+    EXPECT_EQ(playData(), MRB_ERR_DEVICE_REMOVED);
+}
+
+TEST_F(Replaced, ACopyThatCrossesMountsTakesThemAll) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    plugIn();
+    folder.folder("usb/DCIM/1/deep");
+    ASSERT_EQ(mount("tmpfs", path("/DCIM/1/deep").c_str(), "tmpfs", 0, nullptr), 0);
+    folder.file("usb/DCIM/1/deep/more/d.jpg");
+    client.list(folder.path());
+    EXPECT_EQ(copyAll(), MRB_EVENT_SHARE_DONE);
+    EXPECT_THAT(tree(to.path()), testing::IsSupersetOf({"usb/DCIM/1/a.jpg", "usb/DCIM/1/deep/more/d.jpg"}));
+    umount2(path("/DCIM/1/deep").c_str(), MNT_DETACH);
+}
+
+TEST_F(Replaced, FieldsAreNotReadFromAnotherStickAndNothingOfItIsRemembered) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    const Folder made;
+    support::shell(made.path(),
+                   "for size in 64 96; do ffmpeg -nostdin -loglevel error -y -f lavfi -i "
+                   "testsrc2=size=${size}x32 -frames:v 1 $size.jpg; done; touch -d @1700000000 *");
+    plugIn();
+    const auto put = [&](const std::string &name) {
+        support::shell(path(), "cp -p '" + made.path(name) + "' DCIM/1/a.jpg");
+    };
+    put("64.jpg");
+    client.list(path());
+    replace();
+    put("96.jpg");
+    const int photo = support::indexOf(client, "a.jpg");
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_EQ(fieldOf(client, photo, mrb_get_item_value_int_v2, "WIDTH", -1).first,
+                  MRB_ERR_DEVICE_REMOVED);
+    }
+    EXPECT_EQ(playData(), MRB_ERR_DEVICE_REMOVED);
+    // What is there now has a list of its own.
+    Client other;
+    other.list(path());
+    EXPECT_EQ(support::number(other, support::indexOf(other, "a.jpg"), "WIDTH"), 96);
+}
