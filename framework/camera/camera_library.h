@@ -1,12 +1,12 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "base/result.h"
@@ -23,7 +23,11 @@ struct CameraAddress {
     // alike they are. 0: that does not matter.
     std::uint64_t arrival = 0;
 
-    auto operator<=>(const CameraAddress &) const = default;
+    bool operator==(const CameraAddress &) const = default;
+    bool operator<(const CameraAddress &other) const {
+        return std::tie(port, vendor, product, arrival) <
+               std::tie(other.port, other.vendor, other.product, other.arrival);
+    }
 };
 
 // How a camera's model is called; texts are UTF-8.
