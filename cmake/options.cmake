@@ -36,3 +36,12 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 # television's libraries. A folder that lies elsewhere sets its own CMAKE_INSTALL_RPATH.
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN")
+
+# Links in a fraction of the time. What is shipped is linked with the system's own.
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CMAKE_CROSSCOMPILING)
+  include(CheckLinkerFlag)
+  check_linker_flag(CXX -fuse-ld=mold QUILL_HAS_MOLD)
+  if(QUILL_HAS_MOLD)
+    add_link_options(-fuse-ld=mold)
+  endif()
+endif()

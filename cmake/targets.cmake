@@ -7,6 +7,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   list(APPEND QUILL_WARNINGS -Wno-restrict)
 endif()
 
+# Of code that is built with sanitizers; a folder may set its own.
+set(QUILL_SANITIZED_OPTIMISATION -O1)
+
 # quill_target(NAME): warnings as errors, and the chosen sanitizers.
 function(quill_target name)
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${QUILL_WARNINGS}>)
@@ -15,7 +18,7 @@ function(quill_target name)
     target_compile_options(${name} PRIVATE -fsanitize=${QUILL_SANITIZE} -fno-omit-frame-pointer
                                            -fno-sanitize-recover=all)
     # Compiled in four fifths of the time that -O2 -g takes, and tests mostly wait.
-    target_compile_options(${name} PRIVATE -O1 -g1)
+    target_compile_options(${name} PRIVATE ${QUILL_SANITIZED_OPTIMISATION} -g1)
     # g++ 12 takes what the sanitizers add to std::regex for uninitialised reads, and code
     # of precompiled headers that it optimises for overflows. The shipped build, which has
     # neither, is compiled with these warnings.

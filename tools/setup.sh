@@ -21,7 +21,7 @@ setup_run_packages=(
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
-setup_test_packages=(tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
+setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
     umockdev libumockdev-dev iproute2 dbus minidlna rygel libheif-examples)
 # Other thumbnailers, with what they read WebP and HEIC by.
 setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer gphoto2)

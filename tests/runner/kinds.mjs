@@ -13,6 +13,8 @@ import { filesIn } from './sources.mjs';
 import { NEEDS } from './surroundings.mjs';
 
 const NODE = process.execPath;
+// More than there are processors: tests wait for events most of the time.
+const AT_ONCE = 2 * cpus().length;
 
 function buildFolderOf(suite, root) {
     return suite.build ? join(root, 'build', suite.build) : '';
@@ -33,7 +35,7 @@ function again(env, command) {
 async function gtest(suite, root, missing) {
     const parts = suite.parts ?? 1;
     const numbers = Array.from({ length: parts }, (_, number) => number);
-    return sum(await inParallel(numbers, cpus().length, (number) => gtestPart(suite, root, missing, number, parts)));
+    return sum(await inParallel(numbers, AT_ONCE, (number) => gtestPart(suite, root, missing, number, parts)));
 }
 
 /** One of the parts that GoogleTest deals the tests of a program out to. */
@@ -80,7 +82,7 @@ async function node(suite, root, missing) {
     }
     const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...suite.env?.(folder) };
     const program = suite.program?.(folder) ?? NODE;
-    const counts = await inParallel(files, cpus().length, async (file) => {
+    const counts = await inParallel(files, AT_ONCE, async (file) => {
         const words = [program, '--test-reporter=tap', join(root, file)];
         const command = await withoutRandomAddresses(suite.build, words);
         const { output, ended } = await run(command[0], command.slice(1), {
