@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -35,12 +36,13 @@ void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch>
     if (source->number() < 0) {
         return; // It has said so itself.
     }
-    const std::lock_guard guard(lock_);
+    std::unique_lock guard(lock_);
     if (finishing_) {
         return;
     }
     if (entries_.size() >= MOST_LISTS) {
-        MRB_LOG_WARNING("A list is not watched for changes: %zu others are.", entries_.size());
+        guard.unlock();
+        MRB_LOG_WARNING("A list is not watched for changes: %zu others are.", MOST_LISTS);
         return;
     }
     start();
@@ -62,21 +64,23 @@ void Watcher::forget(const Watched &list) {
     }
 }
 
-void Watcher::finish(Time deadline) {
+bool Watcher::finish(Time deadline) {
     std::unique_lock guard(lock_);
     finishing_ = true;
     if (!thread_.joinable()) {
-        return;
+        return !wake_ || ended_;
     }
     wake();
     std::thread thread = std::move(thread_);
-    if (endedNow_.wait_until(guard, deadline, [this] { return ended_; })) {
-        guard.unlock();
+    const bool ended = endedNow_.wait_until(guard, deadline, [this] { return ended_; });
+    guard.unlock();
+    if (ended) {
         thread.join();
-        return;
+        return true;
     }
-    MRB_LOG_WARNING("A watched device does not answer; the process ends without waiting for it.");
     thread.detach();
+    MRB_LOG_WARNING("A watched device does not answer; the process ends without waiting for it.");
+    return false;
 }
 
 void Watcher::start() {
@@ -122,28 +126,31 @@ void Watcher::run() {
             }
         }
     }
-    // Watches close here, not under the lock.
-    entries.clear();
     const std::lock_guard guard(lock_);
     ended_ = true;
     endedNow_.notify_all();
 }
 
-// The lists to watch now; those forgotten close with the last copy of their entry,
-// which is the one in `entries`. False: the thread shall end.
+// The lists to watch now. Those forgotten close with the last copy of their entry: here,
+// since one that came and was forgotten in the meantime is in no other place. False: the
+// thread shall end.
 bool Watcher::collect(Entries &entries) {
+    Entries dropped;
     Entries next;
+    bool isEnd = false;
     {
         const std::lock_guard guard(lock_);
-        if (finishing_) {
-            entries_.clear();
-            return false;
-        }
-        std::erase_if(entries_, [](const auto &entry) { return entry->forgotten; });
+        isEnd = finishing_;
+        const auto kept = std::ranges::stable_partition(
+            entries_, [isEnd](const auto &entry) { return !isEnd && !entry->forgotten; });
+        dropped.assign(std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end()));
+        entries_.erase(kept.begin(), kept.end());
         next = entries_;
     }
+    // Not under the lock, for which the application's calls wait: to close an instance of
+    // inotify takes the kernel up to some tens of milliseconds.
     entries = std::move(next);
-    return true;
+    return !isEnd;
 }
 
 void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {

@@ -34,8 +34,8 @@ class Watcher {
     // Ends that soon; the thread cleans up. Nothing happens when it is not watched.
     void forget(const Watched &list);
 
-    // Ends the thread. One that waits for a device at the deadline is left behind.
-    void finish(std::chrono::steady_clock::time_point deadline);
+    // Ends the thread. One that waits for a device at the deadline is left behind: false.
+    bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
     using Time = std::chrono::steady_clock::time_point;

@@ -1,0 +1,106 @@
+// Who waits for the watch thread, and who does not. The watches are the test's own.
+
+#include "watch/watcher.h"
+
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+
+#include <functional>
+#include <future>
+#include <memory>
+
+#include "base/descriptor.h"
+#include "support/client.h"
+
+namespace {
+
+struct List final : mrb::Watched {
+    [[nodiscard]] bool shows(std::uint8_t /*type*/) const override { return true; }
+    [[nodiscard]] std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/,
+                                                       std::string_view /*name*/) const override {
+        return std::nullopt;
+    }
+    void sourceChanged() override {}
+    void sourceRemoved() override {}
+};
+
+// Nothing happens to its source; what the thread does with it the test hears of.
+struct ToldWatch final : mrb::Watch {
+    explicit ToldWatch(std::function<void()> onRead, std::function<void()> onClose)
+        : read_(std::move(onRead)), close_(std::move(onClose)) {}
+    ~ToldWatch() override { close_(); }
+    ToldWatch(const ToldWatch &) = delete;
+    ToldWatch &operator=(const ToldWatch &) = delete;
+
+    void follow(std::int32_t /*folder*/, int /*descriptor*/) override {}
+    void awaitRemoval() override {}
+    [[nodiscard]] int number() const override { return never_.number(); }
+    mrb::Change read(const mrb::Watched & /*list*/) override {
+        read_();
+        return mrb::Change::NONE;
+    }
+    [[nodiscard]] bool sourceIsThere() const override { return true; }
+
+  private:
+    const mrb::Descriptor never_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    const std::function<void()> read_;
+    const std::function<void()> close_;
+};
+
+constexpr auto NOTHING = [] {};
+
+} // namespace
+
+// A close of an inotify instance takes the kernel long; here it does not end until the test
+// has made the calls that must not wait for it.
+TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
+    mrb::Watcher watcher;
+    const auto busy = std::make_shared<List>();
+    const auto brief = std::make_shared<List>();
+    const auto other = std::make_shared<List>();
+    std::promise<void> reading;
+    std::promise<void> goOn;
+    std::promise<void> closing;
+    std::promise<void> returned;
+    bool hasReturned = false;
+
+    // While the thread is busy, a list comes and goes that it has not seen yet.
+    watcher.watch(busy, std::make_unique<ToldWatch>(
+                            [&] {
+                                reading.set_value();
+                                goOn.get_future().wait();
+                            },
+                            NOTHING));
+    reading.get_future().wait();
+    watcher.watch(brief, std::make_unique<ToldWatch>(NOTHING, [&] {
+                      closing.set_value();
+                      const auto end = returned.get_future().wait_for(support::LIMIT / 4);
+                      hasReturned = end == std::future_status::ready;
+                  }));
+    watcher.forget(*brief);
+    goOn.set_value();
+    closing.get_future().wait();
+
+    watcher.watch(other, std::make_unique<ToldWatch>(NOTHING, NOTHING));
+    watcher.forget(*other);
+    watcher.forget(*busy);
+    returned.set_value();
+    EXPECT_TRUE(watcher.finish(std::chrono::steady_clock::now() + support::LIMIT));
+    EXPECT_TRUE(hasReturned);
+}
+
+TEST(Watcher, TheEndDoesNotWaitForACloseThatHangs) {
+    // Left behind with its thread.
+    auto &watcher = *new mrb::Watcher;
+    static std::promise<void> closing;
+    static std::promise<void> never;
+    const auto list = std::make_shared<List>();
+    watcher.watch(list, std::make_unique<ToldWatch>(NOTHING, [] {
+                      closing.set_value();
+                      never.get_future().wait();
+                  }));
+    watcher.forget(*list);
+    closing.get_future().wait();
+    watcher.forget(*list);
+    EXPECT_FALSE(watcher.finish(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+}
