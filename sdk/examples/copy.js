@@ -121,23 +121,33 @@ function start(list, to, onProgress) {
   }
 }
 
-/** Has `stop` called at the first signal, once; a second signal ends the program at once. */
-function onSignals(stop) {
-  const handlers = Object.entries(SIGNALS).map(([signal, status]) => [signal, () => { release(); stop(status); }]);
-  const release = () => handlers.forEach(([signal, handler]) => process.off(signal, handler));
+/** How the program is ended by a signal: `stop` is called at the first one, a second one ends it at once. */
+function onSignals() {
+  const ending = {
+    // Until a copy is under way there is nothing to stop.
+    stop(status) {
+      statusLine.clear();
+      console.log('stopped: nothing was copied');
+      process.exit(status);
+    },
+    release: () => handlers.forEach(([signal, handler]) => process.off(signal, handler)),
+  };
+  const handlers = Object.entries(SIGNALS)
+    .map(([signal, status]) => [signal, () => { ending.release(); ending.stop(status); }]);
   handlers.forEach(([signal, handler]) => process.on(signal, handler));
-  return release;
+  return ending;
 }
 
 /** Copies the selection; the exit status. */
-async function copy(list, to) {
+async function copy(list, to, ending) {
   const began = performance.now();
   const seconds = () => (performance.now() - began) / 1000;
   let interrupted = 0;
   const share = start(list, to, (progress) => {
     statusLine.show(interrupted ? 'stopping…' : progressText(progress, seconds()));
   });
-  const release = onSignals((status) => {
+  // No signal is handled between the start and this: both are one turn of the main loop.
+  ending.stop = (status) => {
     interrupted = status;
     statusLine.show('stopping…');
     try {
@@ -145,12 +155,12 @@ async function copy(list, to) {
     } catch {
       // It has ended already, and its last event is on its way.
     }
-  });
+  };
   const end = await share.done.catch((failure) => {
     if (failure.event === undefined) throw failure;
     return failure;
   });
-  release();
+  ending.release();
   statusLine.clear();
   if (end.event === SHARE_EVENTS.DONE) {
     console.log(`${count(end.doneFiles, 'file')}, ${size(end.successSize)}, copied to ${printable(to)} ` +
@@ -170,6 +180,7 @@ async function main(words) {
     return;
   }
   const wishes = wishesFrom(words);
+  const ending = onSignals(); // before there is anything to leave behind
   const media = new Media();
   // Nothing keeps the program alive once this is over, however it ends.
   try {
@@ -177,8 +188,9 @@ async function main(words) {
     if (process.stdout.isTTY) {
       console.log(`${count(files, 'file')}, ${size(bytes)}, from ${printable(wishes.from)} to ${printable(wishes.to)}`);
     }
-    process.exitCode = await copy(list, wishes.to);
+    process.exitCode = await copy(list, wishes.to, ending);
   } finally {
+    ending.release();
     media.finish();
   }
 }

@@ -6,7 +6,7 @@ import { chmodSync, cpSync, mkdirSync, readdirSync, readFileSync, readlinkSync, 
 import path from 'node:path';
 import test, { before } from 'node:test';
 
-import { start } from '../host/harness.mjs';
+import { script, start } from '../host/harness.mjs';
 import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
 
@@ -138,6 +138,33 @@ async function hasFileOpen(pid, where) {
 }
 
 for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
+  test(`${signal} at the first moment at which it is handled: one line, whole files only, status ${expected}`, async () => {
+    const to = folder();
+    const program = start(['--require', script('first.cjs', `
+      process.on('newListener', (name) => {
+        if (name === '${signal}') process.nextTick(() => process.kill(process.pid, name));
+      });`), copy, largeFilm(2_000_000_000), to], { input: '' });
+    const { status, stdout, stderr } = await program.finished;
+    assert.deepEqual([status, stderr], [expected, '']);
+    assert.match(stdout, /^stopped: (nothing was copied|1 of 2 files copied \([\d.]+ kB\))\n$/);
+    assert.deepEqual(readdirSync(to).filter((name) => name !== 'a.jpg'), []);
+  });
+
+  test(`${signal} while the folder is read: nothing was copied, status ${expected}`, async () => {
+    const to = folder();
+    const from = folder();
+    const program = start(['--require', script('early.cjs', `
+      // The first event of a list comes when the signal has been handled, or long after.
+      const request = MRBBridge.prototype.mrb_request_list_v2;
+      MRBBridge.prototype.mrb_request_list_v2 = function (hear, text) {
+        process.kill(process.pid, '${signal}');
+        return request.call(this, (...event) => setTimeout(() => hear(...event), 20_000), text);
+      };`), copy, from, to], { input: '' });
+    const { status, stdout, stderr } = await program.finished;
+    assert.deepEqual([status, stdout, stderr], [expected, 'stopped: nothing was copied\n', '']);
+    assert.deepEqual(readdirSync(to), []);
+  });
+
   test(`${signal} without a terminal: one line, whole files only, status ${expected}`, async () => {
     const to = folder();
     const program = start([copy, largeFilm(2_000_000_000), to], { input: '' });
