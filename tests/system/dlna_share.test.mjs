@@ -1,7 +1,7 @@
 // Files to real media servers, and from them.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { readFileSync, readdirSync, truncateSync } from 'node:fs';
+import { readFileSync, readdirSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 
@@ -62,24 +62,26 @@ test('a server that takes no files refuses them', needs('user-networks'), async 
   assert.equal(status.param_share_current_file_name, 'photo.jpg');
 });
 
-/** The end of a copy of a very large file, with which something is done when it begins. */
-const copyLarge = (doing) => {
-  const media = folder();
+/** The end of a copy of a file of which half never comes, with which something is done when the other has. */
+const copyHeld = (doing) => {
   const to = folder();
-  picture(path.join(media, 'large.jpg'));
-  truncateSync(path.join(media, 'large.jpg'), 600 * 2 ** 20);
   return run(`
-    const { server, id } = await meet(() => serve(process.argv[2]));
+    const { once } = require('node:events');
+    const { server, id } = await meet(() => spawn('setpriv', [...WITH_US, process.execPath, process.argv[2], 1 << 20],
+      { stdio: ['ignore', 'pipe', 'inherit'], env: { ...process.env, LD_PRELOAD: '' } }));
+    const isHeld = once(server.stdout, 'data');
     const there = await listAll({ param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: 'IMAGE' }, 1);
     select(there.agent);
     const end = await share({ param_agent: there.agent, param_dlna_device_id: id, param_source_device_type: 4,
-                              param_dest_device_path: process.argv[3] }, (handle) => { ${doing} });
+                              param_dest_device_path: process.argv[3] },
+                            async (handle) => { await isHeld; ${doing} });
     server.kill();
-    finish(end);`, configuration('Shelf', media), to).then((end) => ({ end, left: readdirSync(to) }));
+    finish(end);`, path.join(root, 'tests', 'system', 'holding_server.mjs'), to)
+    .then((end) => ({ end, left: readdirSync(to) }));
 };
 
 test('a server that is killed while a file comes from it ends the copy, and nothing is left', needs('user-networks'), async () => {
-  const { end, left } = await copyLarge("server.kill('SIGKILL');");
+  const { end, left } = await copyHeld("server.kill('SIGKILL');");
   assert.equal(end.events.at(-1), 28);
   assert.equal(end.status.param_share_done_file_count, 0);
   assert.equal(end.status.param_share_current_file_name, 'large');
@@ -87,7 +89,7 @@ test('a server that is killed while a file comes from it ends the copy, and noth
 });
 
 test('a copy from a server is stopped, and nothing is left', needs('user-networks'), async () => {
-  const { end, left } = await copyLarge("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
+  const { end, left } = await copyHeld("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
   assert.equal(end.events.at(-1), 26);
   assert.deepEqual(left, []);
 });
