@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "base/loading.h"
+
 namespace mrb {
 namespace {
 
@@ -37,10 +39,14 @@ MissingModule failure(const char *what) {
 
 // Lazily: most of what a library refers to is never called, and finding it takes half of
 // the time to load the decoders.
-Module::Module(const char *file)
-    : library_(dlopen(besideThisLibrary(file).c_str(), RTLD_LAZY | RTLD_LOCAL | OWN_LIBRARIES_FIRST)) {
+Module::Module(const char *file) {
+    const LoadingTurn turn;
+    library_ = dlopen(besideThisLibrary(file).c_str(), RTLD_LAZY | RTLD_LOCAL | OWN_LIBRARIES_FIRST);
     if (library_ == nullptr) {
         throw failure(file);
+    }
+    if (auto *share = reinterpret_cast<ShareLoading *>(dlsym(library_, SHARE_LOADING_SYMBOL))) {
+        share(LoadingLock::instance());
     }
 }
 

@@ -14,7 +14,8 @@ struct MissingModule : std::runtime_error {
 // (module_end.cpp): these have threads and handlers that cannot be taken back. Any thread may use it.
 class Module {
   public:
-    // Opens the file of this name beside the library that this is part of.
+    // Opens the file of this name beside the library that this is part of, in a LoadingTurn.
+    // Whoever starts what it has loaded takes a turn around both.
     // Throws MissingModule when it cannot be loaded.
     explicit Module(const char *file);
 
@@ -27,7 +28,7 @@ class Module {
   private:
     [[nodiscard]] void *symbol(const char *name) const;
 
-    void *library_;
+    void *library_ = nullptr;
 };
 
 } // namespace mrb

@@ -1,5 +1,6 @@
 #include "camera/camera_library.h"
 
+#include "base/loading.h"
 #include "base/module.h"
 #include "base/on_demand.h"
 #include "metadata/read_metadata.h"
@@ -12,6 +13,7 @@ CameraLibrary &cameraLibrary() {
         // libgphoto2 loads its drivers by itself, and some bring libheif and its encoders
         // along. The readers load these as a module is to (base/module_end.cpp).
         loadReaders();
+        const LoadingTurn turn;
         const Module module("libmrb-cameras.so");
         return module.function<MakeCameraLibrary>(MAKE_CAMERA_LIBRARY_SYMBOL)();
     });

@@ -51,4 +51,9 @@ using StartNetwork = Network *(ServerListener &listener);
 extern "C" [[gnu::visibility("default")]] StartNetwork mrb_start_network;
 inline constexpr const char *START_SYMBOL = "mrb_start_network";
 
+// Has what the network needs loaded, in a LoadingTurn, before the first one is started.
+using PrepareNetwork = void();
+extern "C" [[gnu::visibility("default")]] PrepareNetwork mrb_prepare_network;
+inline constexpr const char *PREPARE_SYMBOL = "mrb_prepare_network";
+
 } // namespace mrb::dlna

@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "base/loading.h"
 #include "base/log.h"
 #include "base/module.h"
 
@@ -10,7 +11,11 @@ namespace {
 
 ReadMetadata *load() {
     try {
-        return Module("libmrb-readers.so").function<ReadMetadata>(READ_METADATA_SYMBOL);
+        const LoadingTurn turn;
+        const Module module("libmrb-readers.so");
+        auto *read = module.function<ReadMetadata>(READ_METADATA_SYMBOL);
+        module.function<StartReaders>(START_READERS_SYMBOL)();
+        return read;
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("What media files say of themselves cannot be read: %s", failure.what());
         return nullptr;

@@ -18,4 +18,9 @@ using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &fa
 extern "C" [[gnu::visibility("default")]] ReadMetadata mrb_read_metadata;
 inline constexpr const char *READ_METADATA_SYMBOL = "mrb_read_metadata";
 
+// Has libraries of theirs that load others do so, in a LoadingTurn, before anything is read.
+using StartReaders = void();
+extern "C" [[gnu::visibility("default")]] StartReaders mrb_start_readers;
+inline constexpr const char *START_READERS_SYMBOL = "mrb_start_readers";
+
 } // namespace mrb

@@ -1,5 +1,6 @@
 #include "thumbnail/decoders.h"
 
+#include "base/loading.h"
 #include "base/module.h"
 #include "base/on_demand.h"
 
@@ -7,6 +8,7 @@ namespace mrb::thumbnail {
 namespace {
 
 Decode *load() {
+    const LoadingTurn turn;
     const Module library("libmrb-decoders.so");
     auto *decode = library.function<Decode>(DECODE_SYMBOL);
     library.function<StartDecoders>(START_SYMBOL)();

@@ -28,7 +28,7 @@ struct Films {
 // Loaded when they are first asked for. Throws MissingModule when they cannot be.
 const Films &films();
 
-// What that library exports.
+// What that library exports. Called in a LoadingTurn, once.
 using FindFilms = const Films *();
 extern "C" [[gnu::visibility("default")]] FindFilms mrb_films;
 inline constexpr const char *FILMS_SYMBOL = "mrb_films";

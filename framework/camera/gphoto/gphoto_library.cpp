@@ -1,10 +1,12 @@
 #include "camera/gphoto/gphoto_library.h"
 
+#include <dlfcn.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
 #include <string_view>
 
+#include "base/loading.h"
 #include "camera/gphoto/gphoto_camera.h"
 #include "text/text.h"
 
@@ -32,6 +34,34 @@ CameraAbilitiesList *loadDrivers() {
         throw std::runtime_error("libgphoto2 has no drivers");
     }
     return list;
+}
+
+// Keeps the library of a driver loaded: what gp_camera_init loads by itself, outside of a
+// turn since it waits for the camera, is there already. One that cannot be loaded fails there.
+void keepLoaded(const CameraAbilities &abilities) {
+    const std::string library = abilities.library;
+    if (library.starts_with('/')) {
+        const std::string file = library.ends_with(".so") ? library : library + ".so";
+        dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
+    }
+}
+
+// Gives the camera its driver and the port at `path`, whose libraries are loaded for that; a
+// code of libgphoto2's.
+int equip(::Camera *camera, const CameraAbilities &abilities, const std::string &path) {
+    const LoadingTurn turn;
+    keepLoaded(abilities);
+    gp_camera_set_abilities(camera, abilities);
+    GPPortInfoList *found = nullptr;
+    int code = gp_port_info_list_new(&found);
+    const std::unique_ptr<GPPortInfoList, GphotoRelease> ports(found);
+    if (code >= GP_OK) {
+        code = gp_port_info_list_load(ports.get());
+    }
+    const int index = code < GP_OK ? code : gp_port_info_list_lookup_path(ports.get(), path.c_str());
+    GPPortInfo info{};
+    code = index < GP_OK ? index : gp_port_info_list_get_info(ports.get(), index, &info);
+    return code < GP_OK ? code : gp_camera_set_port_info(camera, info);
 }
 
 } // namespace
@@ -77,23 +107,13 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcom
         outcome = {MRB_ERR_NOT_SUPPORTED, "libgphoto2 has no driver \"" + driver + "\"."};
         return nullptr;
     }
-    GPPortInfoList *found = nullptr;
-    int code = gp_port_info_list_new(&found);
-    const std::unique_ptr<GPPortInfoList, GphotoRelease> ports(found);
-    if (code >= GP_OK) {
-        code = gp_port_info_list_load(ports.get());
-    }
-    const int index = code < GP_OK ? code : gp_port_info_list_lookup_path(ports.get(), address.port.c_str());
     ::Camera *made = nullptr;
-    GPPortInfo info{};
-    code = index < GP_OK ? index : gp_port_info_list_get_info(ports.get(), index, &info);
-    if (code >= GP_OK) {
-        code = gp_camera_new(&made);
-    }
+    int code = gp_camera_new(&made);
     GphotoCamera::Handle camera(made);
     if (code >= GP_OK) {
-        gp_camera_set_abilities(camera.get(), abilities);
-        gp_camera_set_port_info(camera.get(), info);
+        code = equip(camera.get(), abilities, address.port);
+    }
+    if (code >= GP_OK) {
         const std::unique_ptr<GPContext, GphotoRelease> context(gp_context_new());
         code = gp_camera_init(camera.get(), context.get());
     }

@@ -215,10 +215,12 @@ GupnpNetwork::~GupnpNetwork() {
     thread_.join();
 }
 
-Network *mrb_start_network(ServerListener &listener) {
-    static const bool taken = (takeLibraryLogs(), true);
-    static_cast<void>(taken);
-    return new GupnpNetwork(listener);
+void mrb_prepare_network() {
+    takeLibraryLogs();
+    // GIO loads that for the first server by https, when nobody takes a turn.
+    g_tls_backend_get_default();
 }
+
+Network *mrb_start_network(ServerListener &listener) { return new GupnpNetwork(listener); }
 
 } // namespace mrb::dlna

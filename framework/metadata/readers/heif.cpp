@@ -98,4 +98,10 @@ void readHeif(MediaFile &file, Metadata &facts) {
     }
 }
 
+void loadHeifPlugins() {
+#if LIBHEIF_HAVE_VERSION(1, 13, 0)
+    heif_init(nullptr);
+#endif
+}
+
 } // namespace mrb

@@ -66,6 +66,8 @@ void setPictureRatio(Metadata &facts) {
 
 } // namespace
 
+void mrb_start_readers() { loadHeifPlugins(); }
+
 void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts, Outcome &outcome) {
     const std::string head = file.read(0, SIGNATURE_BYTES);
     const Signature signature = signatureOf(head, name);

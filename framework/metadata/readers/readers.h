@@ -16,6 +16,9 @@ void readBmp(MediaFile &file, Metadata &facts);
 void readWebp(MediaFile &file, Metadata &facts);
 void readHeif(MediaFile &file, Metadata &facts);
 
+// Has libheif load its plug-ins, which it would otherwise do with the first file. Once.
+void loadHeifPlugins();
+
 // By TagLib, as `signature` says. False: it does not know such files.
 bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts);
 

@@ -1,5 +1,6 @@
 #include "thumbnail/films.h"
 
+#include "base/loading.h"
 #include "base/module.h"
 #include "base/on_demand.h"
 
@@ -7,7 +8,10 @@ namespace mrb::thumbnail {
 
 const Films &films() {
     static OnDemand<const Films> loaded;
-    return loaded.get([] { return Module("libmrb-films.so").function<FindFilms>(FILMS_SYMBOL)(); });
+    return loaded.get([] {
+        const LoadingTurn turn;
+        return Module("libmrb-films.so").function<FindFilms>(FILMS_SYMBOL)();
+    });
 }
 
 } // namespace mrb::thumbnail

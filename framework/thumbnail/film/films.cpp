@@ -10,6 +10,7 @@ namespace mrb::thumbnail {
 
 const Films *mrb_films() {
     static constexpr Films FILMS{decodeVideo, decodeStill, readCover, preferLibavForHevc};
+    loadHeifPlugins();
     return &FILMS;
 }
 

@@ -205,4 +205,10 @@ void preferLibavForHevc() {
     static_cast<void>(registered);
 }
 
+void loadHeifPlugins() {
+#if LIBHEIF_HAVE_VERSION(1, 13, 0)
+    heif_init(nullptr);
+#endif
+}
+
 } // namespace mrb::thumbnail

@@ -1,0 +1,39 @@
+#include "base/loading.h"
+
+#include <atomic>
+
+namespace mrb {
+namespace {
+
+std::atomic<LoadingLock *> &current() {
+    // Never destroyed: a thread may load something while the process ends.
+    static std::atomic<LoadingLock *> lock{new LoadingLock};
+    return lock;
+}
+
+} // namespace
+
+void LoadingLock::lock() {
+    const auto self = std::this_thread::get_id();
+    std::unique_lock guard(lock_);
+    released_.wait(guard, [&] { return depth_ == 0 || owner_ == self; });
+    owner_ = self;
+    ++depth_;
+}
+
+void LoadingLock::unlock() {
+    const std::lock_guard guard(lock_);
+    --depth_;
+    released_.notify_all();
+}
+
+bool LoadingLock::isFreeBy(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(lock_);
+    return released_.wait_until(guard, deadline, [this] { return depth_ == 0; });
+}
+
+LoadingLock &LoadingLock::instance() { return *current(); }
+
+void LoadingLock::share(LoadingLock &shared) { current() = &shared; }
+
+} // namespace mrb
