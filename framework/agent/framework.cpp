@@ -1,27 +1,21 @@
 #include "agent/framework.h"
 
-#include <chrono>
 #include <limits>
 #include <utility>
 
 #include "base/log.h"
+#include "base/process_exit.h"
 
 namespace mrb {
-namespace {
-
-// How long a process that ends waits for callbacks and devices.
-constexpr auto FAREWELL = std::chrono::seconds(2);
-
-} // namespace
 
 Framework &Framework::instance() {
     // Never destroyed: objects that outlive this library's static ones may still
     // close their lists. What must end with the process is its threads.
-    static Framework &framework = *new Framework;
-    struct AtExit {
-        ~AtExit() { framework.shutDown(); }
-    };
-    static const AtExit atExit; // NOLINT(clang-diagnostic-exit-time-destructors): that is its purpose
+    static Framework &framework = []() -> Framework & {
+        auto &made = *new Framework;
+        finishAtExit(finish);
+        return made;
+    }();
     return framework;
 }
 
@@ -116,7 +110,11 @@ void Framework::releaseHandle(mrb_agent_handler_h handle) {
     openings_.erase(handle);
 }
 
-void Framework::shutDown() {
+bool Framework::finish(std::chrono::steady_clock::time_point deadline) {
+    return instance().shutDown(deadline);
+}
+
+bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
     {
         const std::lock_guard guard(lock_);
         down_ = true;
@@ -127,12 +125,16 @@ void Framework::shutDown() {
         }
     }
     shares_.shutDown();
-    const auto deadline = std::chrono::steady_clock::now() + FAREWELL;
-    events_.finish(deadline);
-    workers_.finish(deadline);
-    shares_.finish(deadline);
-    watcher_.finish(deadline);
-    library_.close();
+    // Each is ended, however the one before did.
+    bool isFinished = events_.finish(deadline);
+    isFinished = workers_.finish(deadline) && isFinished;
+    isFinished = shares_.finish(deadline) && isFinished;
+    isFinished = watcher_.finish(deadline) && isFinished;
+    // Who was left behind may be at work with the cache.
+    if (isFinished) {
+        library_.close();
+    }
+    return isFinished;
 }
 
 } // namespace mrb

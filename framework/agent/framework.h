@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -41,7 +42,8 @@ class Framework {
 
     mrb_agent_handler_h reserveHandle();
     void releaseHandle(mrb_agent_handler_h handle);
-    void shutDown();
+    static bool finish(std::chrono::steady_clock::time_point deadline);
+    bool shutDown(std::chrono::steady_clock::time_point deadline);
 
     EventThread events_;
     MediaLibrary library_;

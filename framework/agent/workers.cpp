@@ -1,6 +1,5 @@
 #include "agent/workers.h"
 
-#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -12,49 +11,42 @@ namespace mrb {
 Workers::~Workers() { finish(std::chrono::steady_clock::time_point::max()); }
 
 void Workers::start(std::function<void()> work) {
-    const std::lock_guard guard(lock_);
-    joinDone();
-    if (finished_) {
-        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    {
+        const std::lock_guard guard(state_->lock);
+        if (state_->finished) {
+            throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+        }
+        ++state_->busy;
     }
-    const auto &worker = workers_.emplace_back(std::make_shared<Worker>());
+    const auto done = [](State &state) {
+        const std::lock_guard guard(state.lock);
+        --state.busy;
+        state.someDone.notify_all();
+    };
     try {
-        worker->thread = startThread(name_, [this, worker, work = std::move(work)]() mutable {
+        startThread(name_, [state = state_, done, work = std::move(work)]() mutable {
             work();
             // What the work held is released before it counts as done.
             work = nullptr;
-            const std::lock_guard inner(lock_);
-            worker->done = true;
-            someDone_.notify_all();
-        });
+            done(*state);
+        }).detach();
     } catch (...) {
-        workers_.pop_back();
+        done(*state_);
         throw;
     }
 }
 
-void Workers::finish(std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(lock_);
-    finished_ = true;
-    someDone_.wait_until(guard, deadline, [this] {
-        return std::ranges::all_of(workers_, [](const auto &worker) { return worker->done; });
-    });
-    joinDone();
-    for (const auto &worker : workers_) {
+bool Workers::finish(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(state_->lock);
+    state_->finished = true;
+    const bool isFinished =
+        state_->someDone.wait_until(guard, deadline, [this] { return state_->busy == 0; });
+    const std::size_t busy = state_->busy;
+    guard.unlock();
+    for (std::size_t left = 0; left < busy; ++left) {
         MRB_LOG_WARNING("A device does not answer; the process ends without waiting for it.");
-        worker->thread.detach();
     }
-    workers_.clear();
-}
-
-void Workers::joinDone() {
-    std::erase_if(workers_, [](const auto &worker) {
-        if (worker->done) {
-            // Its last act is to leave the lock that we hold, so this takes no time.
-            worker->thread.join();
-        }
-        return worker->done;
-    });
+    return isFinished;
 }
 
 } // namespace mrb

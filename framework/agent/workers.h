@@ -3,10 +3,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <list>
 #include <memory>
 #include <mutex>
-#include <thread>
 
 namespace mrb {
 
@@ -15,7 +13,7 @@ namespace mrb {
 class Workers {
   public:
     // The name of its threads, at most 15 bytes, which outlives them.
-    explicit Workers(const char *name) : name_(name) {}
+    explicit Workers(const char *name) : name_(name), state_(std::make_shared<State>()) {}
     ~Workers();
     Workers(const Workers &) = delete;
     Workers &operator=(const Workers &) = delete;
@@ -24,24 +22,21 @@ class Workers {
     // system has no room for another thread, or when they were finished.
     void start(std::function<void()> work);
 
-    // Waits for all of them; those still busy at the deadline are left behind.
-    void finish(std::chrono::steady_clock::time_point deadline);
+    // Waits for all of them; those still busy at the deadline are left behind. False: some
+    // were.
+    bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
-    struct Worker {
-        std::thread thread;
-        bool done = false; // guarded by lock_
+    struct State {
+        std::mutex lock; // guards what follows
+        std::condition_variable someDone;
+        std::size_t busy = 0;
+        bool finished = false;
     };
 
-    void joinDone(); // with lock_ held
-
     const char *const name_;
-
-    std::mutex lock_; // guards what follows
-    std::condition_variable someDone_;
-    // Shared with the threads: one that is left behind still has its own record.
-    std::list<std::shared_ptr<Worker>> workers_;
-    bool finished_ = false;
+    // Shared with the threads, none of which is waited for but by its last act.
+    const std::shared_ptr<State> state_;
 };
 
 } // namespace mrb

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
-#include <cstdlib>
 #include <deque>
 #include <exception>
 #include <map>
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/process_exit.h"
 #include "base/threads.h"
 
 namespace mrb {
@@ -21,9 +21,6 @@ using Clock = std::chrono::steady_clock;
 
 // How often who waits looks whether to go on. An end is told at once.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
-
-// How long a process that ends waits for cameras.
-constexpr auto FAREWELL = std::chrono::seconds(2);
 
 // After these it is not known what the camera is at.
 bool isBroken(int code) {
@@ -107,11 +104,13 @@ CameraService &CameraService::instance() {
     // Never destroyed: a thread that is left behind, and clients that come late, still use it.
     static CameraService &service = []() -> CameraService & {
         auto &made = *new CameraService(cameraLibrary, {});
-        std::atexit([] { instance().shutDown(Clock::now() + FAREWELL); });
+        finishAtExit(finish);
         return made;
     }();
     return service;
 }
+
+bool CameraService::finish(Clock::time_point deadline) { return instance().shutDown(deadline); }
 
 Outcome CameraService::run(const CameraAddress &address, Work work, const IsStopped &stopped,
                            std::chrono::milliseconds limit) {
@@ -280,13 +279,16 @@ void CameraService::checkPresence(const State &state, const Line &line, std::uni
     }
 }
 
-void CameraService::shutDown(Clock::time_point deadline) {
+bool CameraService::shutDown(Clock::time_point deadline) {
     std::unique_lock guard(state_->lock);
     state_->isDown = true;
     state_->wake.notify_all();
-    if (!state_->change.wait_until(guard, deadline, [this] { return state_->lines.empty(); })) {
-        MRB_LOG_WARNING("A camera does not answer; the process ends without letting it go.");
+    if (state_->change.wait_until(guard, deadline, [this] { return state_->lines.empty(); })) {
+        return true;
     }
+    guard.unlock();
+    MRB_LOG_WARNING("A camera does not answer; the process ends without letting it go.");
+    return false;
 }
 
 } // namespace mrb

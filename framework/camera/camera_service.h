@@ -60,10 +60,12 @@ class CameraService {
     void refresh(const CameraAddress &address);
 
     // Ends all work and lets the cameras go; what does not end until the deadline is left
-    // behind. From now on everything is MRB_ERR_CANCELLED.
-    void shutDown(std::chrono::steady_clock::time_point deadline);
+    // behind: false. From now on everything is MRB_ERR_CANCELLED.
+    bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
+    static bool finish(std::chrono::steady_clock::time_point deadline);
+
     struct Line; // of one camera
     struct State;
 

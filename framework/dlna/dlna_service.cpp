@@ -1,17 +1,17 @@
 #include "dlna/dlna_service.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <exception>
 #include <utility>
 
 #include "base/log.h"
+#include "base/process_exit.h"
 
 namespace mrb::dlna {
 namespace {
 
-// How long a process that ends waits for callbacks.
-constexpr auto FAREWELL = std::chrono::seconds(2);
+// So long a client that ends leaves it to the service's thread to be told so.
+constexpr auto PATIENCE = std::chrono::seconds(1);
 
 Device deviceOf(const Server &server) {
     Device device;
@@ -43,11 +43,13 @@ DlnaService &DlnaService::instance() {
     // Never destroyed: a thread that is left behind, and clients that come late, still use it.
     static DlnaService &service = []() -> DlnaService & {
         auto &made = *new DlnaService(dlna::startNetwork);
-        std::atexit([] { instance().shutDown(std::chrono::steady_clock::now() + FAREWELL); });
+        finishAtExit(finish);
         return made;
     }();
     return service;
 }
+
+bool DlnaService::finish(Time deadline) { return instance().shutDown(deadline); }
 
 int DlnaService::begin(const StateListener &listener) {
     const std::lock_guard guard(lock_);
@@ -86,10 +88,31 @@ int DlnaService::end(const StateListener &listener) {
             gone = isGone();
             guard.unlock();
         }
-    } else {
-        events_.post(task_, 0);
-        dismissed_.wait(guard, [&] { return isGone() || down_; });
+        return MRB_ERR_NONE;
     }
+    events_.post(task_, 0);
+    const auto now = std::chrono::steady_clock::now();
+    const bool isOver = dismissed_.wait_until(guard, now + PATIENCE, [&] { return isGone() || down_; });
+    return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
+}
+
+// The same for a client that is still ending after its patience: by the thread that ends it.
+int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
+                             const std::shared_ptr<ServiceClient> &client, Time deadline) {
+    const auto isIts = [&client](const Client &each) { return each.target == client; };
+    const auto known = std::ranges::find_if(clients_, isIts);
+    if (known != clients_.end() && !known->ending) {
+        // It is being told, there.
+        const bool isTold =
+            dismissed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
+        return isTold ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+    }
+    std::erase_if(clients_, isIts);
+    guard.unlock();
+    if (!events_.withdraw(*client, deadline)) {
+        return MRB_ERR_TIMEOUT;
+    }
+    client->deliver(MRB_SERVICE_STATE_STOPPED);
     return MRB_ERR_NONE;
 }
 
@@ -108,10 +131,7 @@ int DlnaService::unlisten() {
     const std::shared_ptr<ServerAudience> audience = std::move(audience_);
     audience_ = nullptr;
     guard.unlock();
-    if (audience) {
-        events_.withdraw(*audience);
-    }
-    return MRB_ERR_NONE;
+    return !audience || events_.withdraw(*audience) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
 
 int DlnaService::list(std::vector<Device> &servers) {
@@ -162,7 +182,7 @@ void DlnaService::update() {
         startNetwork(guard);
     }
     // Also of one that nobody wants any more since it was begun to be started.
-    if (!isWanted() && network_) {
+    if ((!isWanted() || down_) && network_) {
         letNetworkGo(guard);
         events_.post(task_, 0);
         return;
@@ -188,6 +208,7 @@ void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
 void DlnaService::letNetworkGo(std::unique_lock<std::mutex> &guard) {
     std::unique_ptr<Network> network = std::move(network_);
     guard.unlock();
+    dismissed_.notify_all();
     network.reset(); // its last words come meanwhile
     guard.lock();
     running_ = false;
@@ -254,16 +275,22 @@ std::vector<DlnaService::Client>::iterator DlnaService::find(const StateListener
     });
 }
 
-void DlnaService::shutDown(std::chrono::steady_clock::time_point deadline) {
-    {
-        const std::lock_guard guard(lock_);
-        down_ = true;
-        dismissed_.notify_all();
-    }
-    events_.finish(deadline);
+bool DlnaService::shutDown(Time deadline) {
     std::unique_lock guard(lock_);
-    const std::unique_ptr<Network> network = std::move(network_);
-    guard.unlock();
+    down_ = true;
+    dismissed_.notify_all();
+    // The network is let go by the service's thread: that waits for the network's.
+    if (events_.isOwnThread()) {
+        guard.unlock();
+        update();
+    } else if (network_) {
+        events_.post(task_, 0);
+        dismissed_.wait_until(guard, deadline, [this] { return !network_; });
+        guard.unlock();
+    } else {
+        guard.unlock();
+    }
+    return events_.finish(deadline);
 }
 
 } // namespace mrb::dlna

@@ -39,12 +39,15 @@ class DlnaService final : private ServerListener {
     int begin(const StateListener &listener);
 
     // Returns when the client was told that the service has stopped, for it at least,
-    // and will not be called back any more. MRB_ERR_NOT_INITIALIZED: it has not begun.
+    // and will not be called back any more. Where the service's thread is busy for long, with
+    // a network that does not end, it is told on this thread. MRB_ERR_NOT_INITIALIZED: it has
+    // not begun; MRB_ERR_TIMEOUT: its callback does not return.
     int end(const StateListener &listener);
 
     // Calls back from now on, instead of whom it called before.
     int listen(mrb_storage_notification_cb callback, void *userData);
     // Returns when the callback is not running and will not run; inside it, at once.
+    // MRB_ERR_TIMEOUT: it does not return.
     int unlisten();
 
     // The servers that are there. MRB_ERR_NOT_INITIALIZED: nobody has begun the service.
@@ -63,12 +66,15 @@ class DlnaService final : private ServerListener {
     // Whom to ask for files of the servers; null: the service does not run.
     [[nodiscard]] std::shared_ptr<Directories> directories();
 
-    // Ends the threads. What does not end until the deadline is left behind. Every call
-    // from now on fails.
-    void shutDown(std::chrono::steady_clock::time_point deadline);
+    // Ends the threads. What does not end until the deadline is left behind: false. Every
+    // call from now on fails.
+    bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
+    using Time = std::chrono::steady_clock::time_point;
     class Task;
+
+    static bool finish(Time deadline);
 
     struct Client {
         std::shared_ptr<ServiceClient> target;
@@ -83,6 +89,8 @@ class DlnaService final : private ServerListener {
     void startNetwork(std::unique_lock<std::mutex> &guard);
     void letNetworkGo(std::unique_lock<std::mutex> &guard);
     void dismiss(std::unique_lock<std::mutex> &guard);
+    int dismissHere(std::unique_lock<std::mutex> &guard, const std::shared_ptr<ServiceClient> &client,
+                    Time deadline);
     void tellClients(int state);
     void tellAudience();
     [[nodiscard]] bool isWanted() const;

@@ -25,13 +25,17 @@ void EventThread::post(std::shared_ptr<EventTarget> target, int event) {
     }
 }
 
-void EventThread::withdraw(EventTarget &target) {
+bool EventThread::withdraw(EventTarget &target, std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
     target.withdrawn_ = true;
     std::erase_if(queue_, [&target](const Event &event) { return event.target.get() == &target; });
-    if (std::this_thread::get_id() != id_) {
-        idle_.wait(guard, [this, &target] { return running_ != &target; });
+    if (std::this_thread::get_id() == id_ ||
+        idle_.wait_until(guard, deadline, [this, &target] { return running_ != &target; })) {
+        return true;
     }
+    guard.unlock();
+    MRB_LOG_WARNING("A callback that was removed does not return; it is not waited for any longer.");
+    return false;
 }
 
 bool EventThread::isOwnThread() {
@@ -39,25 +43,28 @@ bool EventThread::isOwnThread() {
     return std::this_thread::get_id() == id_;
 }
 
-void EventThread::finish(std::chrono::steady_clock::time_point deadline) {
+bool EventThread::finish(std::chrono::steady_clock::time_point deadline) {
+    std::deque<Event> dropped; // outlives the lock: a target may end with it
     std::unique_lock guard(lock_);
     finishing_ = true;
-    queue_.clear();
+    dropped.swap(queue_);
     wake_.notify_one();
     if (!thread_.joinable()) {
-        return;
+        return id_ == std::thread::id() || ended_;
     }
     std::thread thread = std::move(thread_);
     const bool inside = std::this_thread::get_id() == id_;
-    if (!inside && idle_.wait_until(guard, deadline, [this] { return ended_; })) {
-        guard.unlock();
+    const bool ended = !inside && idle_.wait_until(guard, deadline, [this] { return ended_; });
+    guard.unlock();
+    if (ended) {
         thread.join();
-        return;
+        return true;
     }
+    thread.detach();
     if (!inside) {
         MRB_LOG_WARNING("A callback did not return in time; the process ends without it.");
     }
-    thread.detach();
+    return inside;
 }
 
 void EventThread::run() {
@@ -67,11 +74,12 @@ void EventThread::run() {
         if (finishing_) {
             break;
         }
-        const Event event = std::move(queue_.front());
+        Event event = std::move(queue_.front());
         queue_.pop_front();
         running_ = event.target.get();
         guard.unlock();
         event.target->deliver(event.event);
+        event.target = nullptr; // which may be its end, and takes its time
         guard.lock();
         running_ = nullptr;
         idle_.notify_all();

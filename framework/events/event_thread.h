@@ -21,6 +21,10 @@ class EventTarget {
     bool withdrawn_ = false; // guarded by the EventThread's lock
 };
 
+// So long a call that removes a callback waits for one that is running: the caller may be the
+// application's main thread, and the callback may never return.
+inline constexpr auto CALLBACK_LIMIT = std::chrono::seconds(2);
+
 // A thread on which clients are called back, with the queue that leads to it. The
 // Framework owns one for its lists, the DlnaService one for its own; any thread may
 // call it, the event thread included.
@@ -39,15 +43,18 @@ class EventThread {
     void post(std::shared_ptr<EventTarget> target, int event);
 
     // Ends the target's events for good: drops the queued ones and returns when
-    // none is being delivered, or at once when called from inside that delivery.
-    void withdraw(EventTarget &target);
+    // none is being delivered, or at once when called from inside that delivery. False: one
+    // still is at the deadline.
+    bool withdraw(EventTarget &target,
+                  std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() +
+                                                                   CALLBACK_LIMIT);
 
     // Whether the caller is being called back by this.
     [[nodiscard]] bool isOwnThread();
 
     // Ends the thread, dropping what is queued. A delivery that does not return
-    // until the deadline is left behind. Afterwards every post is dropped.
-    void finish(std::chrono::steady_clock::time_point deadline);
+    // until the deadline is left behind: false. Afterwards every post is dropped.
+    bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
     struct Event {

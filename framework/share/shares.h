@@ -43,8 +43,8 @@ class Shares {
 
     // Stops all of them and starts no more.
     void shutDown();
-    // Waits for their threads; those still busy at the deadline are left behind.
-    void finish(std::chrono::steady_clock::time_point deadline) { workers_.finish(deadline); }
+    // Waits for their threads; those still busy at the deadline are left behind: false.
+    bool finish(std::chrono::steady_clock::time_point deadline) { return workers_.finish(deadline); }
 
   private:
     static Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,

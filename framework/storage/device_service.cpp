@@ -11,6 +11,7 @@
 
 #include "base/log.h"
 #include "base/threads.h"
+#include "events/event_thread.h"
 #include "mrb/result.h"
 
 namespace mrb {
@@ -54,16 +55,14 @@ int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) 
     start();
     callback_ = callback;
     userData_ = userData;
-    awaitCallback(guard);
-    return MRB_ERR_NONE;
+    return awaitCallback(guard);
 }
 
 int DeviceService::unlisten() {
     std::unique_lock guard(lock_);
     callback_ = nullptr;
     notices_.clear();
-    awaitCallback(guard);
-    return MRB_ERR_NONE;
+    return awaitCallback(guard);
 }
 
 void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer) {
@@ -90,13 +89,18 @@ void DeviceService::forget(const RemovalObserver &observer) {
     std::erase_if(departed_, isIts);
 }
 
-void DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
-    if (delivering_ && std::this_thread::get_id() != id_) {
-        change_.wait(guard, [this, running = deliveries_] { return !delivering_ || deliveries_ != running; });
+int DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
+    const auto isOver = [this, running = deliveries_] { return !delivering_ || deliveries_ != running; };
+    const bool isIts = std::this_thread::get_id() == id_;
+    if (isIts || change_.wait_for(guard, CALLBACK_LIMIT, isOver)) {
+        return MRB_ERR_NONE;
     }
+    guard.unlock();
+    MRB_LOG_WARNING("A callback for devices does not return; it is not waited for any longer.");
+    return MRB_ERR_TIMEOUT;
 }
 
-void DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
+bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
     callback_ = nullptr;
@@ -104,7 +108,7 @@ void DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     awaited_.clear();
     departed_.clear();
     if (!wake_) {
-        return; // It never ran.
+        return true; // It never ran.
     }
     wake();
     std::thread thread = std::move(thread_);
@@ -117,6 +121,7 @@ void DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     if (thread.joinable()) { // and not ended from inside a callback before
         ended ? thread.join() : thread.detach();
     }
+    return inside || ended;
 }
 
 void DeviceService::start() {

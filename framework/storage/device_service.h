@@ -53,7 +53,7 @@ class DeviceService {
     int listen(mrb_storage_notification_cb callback, void *userData);
 
     // Both return when the callback that was set before is not running and will not
-    // run; made from inside it, at once.
+    // run; made from inside it, at once. MRB_ERR_TIMEOUT: it does not return.
     int unlisten();
 
     // Tells the observer when the device leaves, once; at once when it is not there any more.
@@ -64,8 +64,8 @@ class DeviceService {
     void forget(const RemovalObserver &observer);
 
     // Ends the thread. A callback that does not return until the deadline is left
-    // behind. From now on nobody is told anything.
-    void shutDown(std::chrono::steady_clock::time_point deadline);
+    // behind: false. From now on nobody is told anything.
+    bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
     struct Awaited {
@@ -81,7 +81,7 @@ class DeviceService {
     bool deliver();
     bool tellDeparture(std::unique_lock<std::mutex> &guard);
     bool tellNotice(std::unique_lock<std::mutex> &guard);
-    void awaitCallback(std::unique_lock<std::mutex> &guard);
+    [[nodiscard]] int awaitCallback(std::unique_lock<std::mutex> &guard);
     void wake() const;
 
     const std::function<Sources()> make_;

@@ -1,14 +1,14 @@
 // The process's device service, and its end.
 
-#include <cstdlib>
-
+#include "base/process_exit.h"
 #include "storage/device_service.h"
 
 namespace mrb {
 namespace {
 
-// How long a process that ends waits for callbacks and devices.
-constexpr auto FAREWELL = std::chrono::seconds(2);
+bool finish(std::chrono::steady_clock::time_point deadline) {
+    return DeviceService::instance().shutDown(deadline);
+}
 
 } // namespace
 
@@ -16,7 +16,7 @@ DeviceService &DeviceService::instance() {
     // Never destroyed: a thread that is left behind, and clients that come late, still use it.
     static DeviceService &service = []() -> DeviceService & {
         auto &made = *new DeviceService(makeDeviceSources);
-        std::atexit([] { instance().shutDown(std::chrono::steady_clock::now() + FAREWELL); });
+        finishAtExit(finish);
         return made;
     }();
     return service;

@@ -3,19 +3,18 @@
 #include <link.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <thread>
 
+#include "base/process_exit.h"
 #include "thumbnail/decoders.h"
 #include "thumbnail/service.h"
 
 namespace mrb::thumbnail {
 namespace {
 
-// How long a process that ends waits for decoders and answers.
-constexpr auto FAREWELL = std::chrono::seconds(2);
-
-void endService() { ThumbnailService::instance().shutDown(std::chrono::steady_clock::now() + FAREWELL); }
+bool endService(std::chrono::steady_clock::time_point deadline) {
+    return ThumbnailService::instance().shutDown(deadline);
+}
 
 int readAdditions(dl_phdr_info *info, std::size_t /*size*/, void *additions) {
     *static_cast<unsigned long long *>(additions) = info->dlpi_adds;
@@ -31,7 +30,7 @@ void endBeforeLibraries() {
     unsigned long long additions = 0;
     dl_iterate_phdr(readAdditions, &additions);
     if (known.exchange(additions) != additions) {
-        std::atexit(endService);
+        finishAtExit(endService);
     }
 }
 
@@ -49,7 +48,7 @@ ThumbnailService &ThumbnailService::instance() {
     static ThumbnailService &service = []() -> ThumbnailService & {
         const unsigned cores = std::thread::hardware_concurrency();
         auto &made = *new ThumbnailService(decodeForReal, cores > 0 ? cores : 1);
-        std::atexit(endService);
+        finishAtExit(endService);
         return made;
     }();
     return service;

@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "base/threads.h"
+#include "events/event_thread.h"
 #include "thumbnail/answer.h"
 #include "thumbnail/camera_picture.h"
 #include "thumbnail/remote_picture.h"
@@ -44,8 +45,11 @@ int ThumbnailService::end() {
     clients_ -= begun ? 1 : 0;
     jobs_.closeAll();
     answerAllEnded(guard);
-    if (answeringFor != this) {
-        change_.wait(guard, [this] { return answers_ == 0; });
+    if (answeringFor != this &&
+        !change_.wait_for(guard, CALLBACK_LIMIT, [this] { return answers_ == 0 || down_; })) {
+        guard.unlock();
+        MRB_LOG_WARNING("The callback of a thumbnail does not return; it is not waited for any longer.");
+        return MRB_ERR_TIMEOUT;
     }
     return begun ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
@@ -75,8 +79,8 @@ int ThumbnailService::cancelAll() {
 int ThumbnailService::stopCameras() {
     std::unique_lock guard(lock_);
     jobs_.refuseCameras();
-    change_.wait(guard, [this] { return !jobs_.isCameraDecoding(); });
-    return MRB_ERR_NONE;
+    const bool ended = change_.wait_for(guard, CALLBACK_LIMIT, [this] { return !jobs_.isCameraDecoding(); });
+    return ended ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
 
 void ThumbnailService::startWorkers() {
@@ -176,7 +180,7 @@ void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
     }
 }
 
-void ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) {
+bool ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
     jobs_.cancelAll();
@@ -196,6 +200,7 @@ void ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) 
     if (!ended) {
         MRB_LOG_WARNING("A thumbnail is still being decoded; the process ends without waiting for it.");
     }
+    return ended;
 }
 
 } // namespace mrb::thumbnail

@@ -31,7 +31,7 @@ class ThumbnailService {
     int begin();
     // Answers every request with MRB_ERR_CANCELLED, on this thread, since it cannot be told
     // whose they are. Returns when no answer is being given, or at once when called from
-    // inside one.
+    // inside one. MRB_ERR_TIMEOUT: one does not return.
     int end();
 
     // Leads to one answer unless it fails or the request is cancelled.
@@ -39,14 +39,14 @@ class ThumbnailService {
     int cancel(const Request &request, const void *userData);
     int cancelAll();
     // Answers the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when
-    // none of them is being decoded.
+    // none of them is being decoded, or with MRB_ERR_TIMEOUT.
     int stopCameras();
 
     [[nodiscard]] FlashCache &flashCache() { return flashCache_; }
 
-    // Ends the threads. What does not end until the deadline is left behind. Every
+    // Ends the threads. What does not end until the deadline is left behind: false. Every
     // call from now on fails.
-    void shutDown(std::chrono::steady_clock::time_point deadline);
+    bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
     void startWorkers(); // with lock_ held

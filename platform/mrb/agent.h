@@ -12,7 +12,8 @@
  * framework's, never inside a call of the caller's; the callbacks of one list
  * never overlap and keep their order. Once mrb_disconnect_v2 has returned, no
  * callback of that list is running or will run, except that a call made from
- * inside that list's own callback returns while it still runs.
+ * inside that list's own callback returns while it still runs, and that one which
+ * does not return is waited for no longer than two seconds: it is the last one.
  *
  * Ownership. Texts that come in are copied. Texts that go out through a
  * `char **` are allocated with the C library's malloc and become the caller's,

@@ -4,9 +4,11 @@
  * DLNA servers, their arrival and removal, and the DLNA service's life.
  *
  * Threads. Functions may be called from any thread. Callbacks run on threads of
- * the framework's. Once an unset or finalize call has returned, no callback that
+ * the framework's, or inside mrb_finalize_dlna_service on its caller's where
+ * these are busy. Once an unset or finalize call has returned, no callback that
  * it removed is running or will run; made from inside that very callback, it
- * returns while the callback still runs.
+ * returns while the callback still runs. It waits two seconds for one that is
+ * running: MRB_ERR_TIMEOUT says that it still runs, so that its user data must stay.
  *
  * Ownership. A list and its records are the framework's until
  * mrb_storage_list_destory; texts that getters return live as long as their

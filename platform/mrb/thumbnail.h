@@ -5,7 +5,8 @@
  * Threads. Functions may be called from any thread. Result callbacks run on
  * threads of the framework's, or inside thumbnail_finalize on its caller's, and
  * may overlap one another. Once thumbnail_finalize has returned, no callback of a
- * request made before it was called is running or will run.
+ * request made before it was called is running or will run; MRB_ERR_TIMEOUT says
+ * that one did not return within two seconds, so that its user data must stay.
  *
  * Ownership. A request record is handed over by value; its path must live until
  * the call returns, its user data belongs to the framework until it is passed to
@@ -130,7 +131,8 @@ int thumbnail_request_cancel_all(void);
 
 /*
  * Has the requests of MRB_THUMB_SOURCE_PTP answered with MRB_ERR_CANCELLED, and
- * returns when no camera decode is running.
+ * returns when no camera decode is running; MRB_ERR_TIMEOUT when one still is after
+ * two seconds.
  */
 int thumbnail_stop_ptp_decode_sync(void);
 

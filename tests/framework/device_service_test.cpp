@@ -163,6 +163,22 @@ TEST_F(Services, UnsetWaitsForTheCallbackThatIsRunning) {
     EXPECT_EQ(listener.number, 1);
 }
 
+TEST_F(Services, UnsetDoesNotWaitLongForACallbackThatDoesNotReturn) {
+    std::promise<void> entered;
+    std::promise<void> release;
+    Listener listener(service);
+    listener.work = [&] {
+        entered.set_value();
+        release.get_future().wait_for(support::LIMIT);
+    };
+    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    world.set(true);
+    entered.get_future().wait();
+    EXPECT_EQ(service.unlisten(), MRB_ERR_TIMEOUT);
+    EXPECT_EQ(listener.number, 0);
+    release.set_value();
+}
+
 TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
     std::promise<void> entered;
     std::promise<void> release;

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -85,6 +86,9 @@ class ToldNetwork final : public Network {
         std::thread([&] { listener_.networkStarted(); }).join();
     }
     ~ToldNetwork() override {
+        if (beforeItEnds) {
+            beforeItEnds();
+        }
         // As the real one: every server leaves, told by the network's thread.
         std::thread([&] {
             for (const Server &server : servers_) {
@@ -102,6 +106,8 @@ class ToldNetwork final : public Network {
         servers_.pop_back();
         listener_.serverLeft(server);
     }
+
+    std::function<void()> beforeItEnds;
 
     static inline std::atomic<int> alive = 0;
 
@@ -143,6 +149,33 @@ TEST_F(DlnaServiceTest, TellsThatItRunsAndThatItStopped) {
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
     EXPECT_EQ(ToldNetwork::alive, 0);
+}
+
+TEST_F(DlnaServiceTest, ANetworkThatDoesNotEndHoldsUpNobodyWhoEndsTheService) {
+    begin();
+    std::promise<void> goOn;
+    network->beforeItEnds = [&] { goOn.get_future().wait_for(LONG); };
+    // On this thread, since the service's is busy.
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
+    EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
+    EXPECT_EQ(ToldNetwork::alive, 1);
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
+    goOn.set_value();
+}
+
+TEST_F(DlnaServiceTest, AClientWhoseCallbackDoesNotReturnIsNotWaitedForLong) {
+    std::promise<void> entered;
+    std::promise<void> goOn;
+    diary.onState = [&] {
+        entered.set_value();
+        goOn.get_future().wait_for(LONG);
+    };
+    ASSERT_EQ(service.begin(diary.state()), MRB_ERR_NONE);
+    entered.get_future().wait();
+    EXPECT_EQ(service.end(diary.state()), MRB_ERR_TIMEOUT);
+    goOn.set_value();
+    service.shutDown(std::chrono::steady_clock::time_point::max());
+    EXPECT_THAT(diary.lines(), ElementsAre("started"));
 }
 
 TEST_F(DlnaServiceTest, EndingWhatWasNotBegunIsAnError) {

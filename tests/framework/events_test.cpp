@@ -142,6 +142,29 @@ TEST(Events, DisconnectWaitsForARunningCallback) {
     disconnected.set_value();
 }
 
+TEST(Events, DisconnectDoesNotWaitLongForACallbackThatDoesNotReturn) {
+    const Folder folder;
+    Client client;
+    std::promise<void> entered;
+    std::promise<void> goOn;
+    std::promise<void> left;
+    client.onEvent = [&](const Event & /*event*/) {
+        entered.set_value();
+        goOn.get_future().wait_for(support::LIMIT);
+        left.set_value();
+    };
+    ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
+    entered.get_future().wait();
+    auto end = left.get_future();
+    EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
+    EXPECT_EQ(end.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    goOn.set_value();
+    end.wait();
+    // What the callback used is gone only when it has returned.
+    Client later;
+    later.list(folder.path());
+}
+
 TEST(Events, DisconnectInsideTheCallbackReturns) {
     const Folder folder;
     folder.file("a.jpg");

@@ -317,6 +317,37 @@ TEST_F(Service, TheEndWaitsForTheAnswerUnderWay) {
     EXPECT_TRUE(left);
 }
 
+TEST_F(Service, TheEndDoesNotWaitLongForAnAnswerThatDoesNotReturn) {
+    std::promise<void> entered;
+    std::promise<void> release;
+    waiters.at(0).then = [&] {
+        entered.set_value();
+        release.get_future().wait_for(LIMIT);
+    };
+    service.request(named("a"), waiters[0]);
+    entered.get_future().wait();
+    EXPECT_EQ(service.end(), MRB_ERR_TIMEOUT);
+    release.set_value();
+}
+
+TEST_F(Service, StoppingTheCamerasDoesNotWaitLongForADecodeThatDoesNotEnd) {
+    std::promise<void> begun;
+    std::promise<void> release;
+    ThumbnailService stuck(
+        [&](const DecodeRequest & /*request*/, const StopSign & /*stop*/, Decoded &decoded) {
+            begun.set_value();
+            release.get_future().wait_for(LIMIT);
+            decoded.outcome.code = MRB_ERR_IO;
+        },
+        1);
+    stuck.begin();
+    stuck.request(named("a", MRB_THUMB_SOURCE_PTP), waiters[0]);
+    begun.get_future().wait();
+    EXPECT_EQ(stuck.stopCameras(), MRB_ERR_TIMEOUT);
+    release.set_value();
+    waiters.waitFor(1);
+}
+
 TEST_F(Service, AnAnswerMayAskCancelAndEnd) {
     waiters.at(0).then = [&] {
         service.request(named("b"), waiters[1]);
