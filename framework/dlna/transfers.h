@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/result.h"
+#include "sources/source.h"
 
 namespace mrb::dlna {
 
@@ -33,9 +34,15 @@ class Transfers {
     Transfers(const Transfers &) = delete;
     Transfers &operator=(const Transfers &) = delete;
 
-    // Asks for the file at an address; `size` is what the server says, or UNKNOWN.
-    // MRB_ERR_PERMISSION_DENIED: it is the address of another host.
-    virtual Outcome beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) = 0;
+    // What a server says of a file that it is about to send.
+    struct Promise {
+        std::int64_t size = UNKNOWN; // bytes
+        std::string mimeType;        // without parameters, in lower case; empty: it says none
+    };
+
+    // Asks for the file at an address. MRB_ERR_PERMISSION_DENIED: it is the address of another
+    // host; MRB_ERR_PROTOCOL: also an answer that is encoded (compressed), which is refused.
+    virtual Outcome beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) = 0;
 
     // Gives `take` the bytes of that file as they come; when that answers false, no more.
     // A success: the file is whole, or `take` wanted no more.

@@ -21,6 +21,27 @@ namespace {
 
 constexpr mode_t COPIED_MODE = 0666;
 
+// Pages for people, such as those that say that something went wrong.
+bool isPage(std::string_view mimeType) {
+    return mimeType == "text/html" || mimeType == "application/xhtml+xml";
+}
+
+bool isMedia(std::uint8_t type) {
+    return type == MRB_ITEM_TYPE_IMAGE || type == MRB_ITEM_TYPE_MUSIC || type == MRB_ITEM_TYPE_VIDEO;
+}
+
+// Whether a server is about to send what it has in its list.
+Outcome compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) {
+    if (isMedia(item.type) && isPage(promise.mimeType)) {
+        return {MRB_ERR_PROTOCOL, "The server sends " + promise.mimeType + " in its place."};
+    }
+    if (promise.size != UNKNOWN && item.size != UNKNOWN && promise.size != item.size) {
+        return {MRB_ERR_PROTOCOL, "The server lists " + std::to_string(item.size) + " bytes and sends " +
+                                      std::to_string(promise.size) + "."};
+    }
+    return {};
+}
+
 // One name, and none that leads elsewhere.
 std::string plainName(std::string_view title) {
     std::string name = portableName(title);
@@ -46,12 +67,15 @@ Outcome ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File
     if (location.url.empty()) {
         return {MRB_ERR_NOT_SUPPORTED, name_ + ": the server says no address of it."};
     }
-    std::int64_t size = UNKNOWN;
-    Outcome outcome = transfers_->beginDownload(location.url, isStopped, size);
+    dlna::Transfers::Promise promise;
+    Outcome outcome = transfers_->beginDownload(location.url, isStopped, promise);
+    if (outcome.code == MRB_ERR_NONE) {
+        outcome = compared(promise, item);
+    }
     if (outcome.code != MRB_ERR_NONE) {
         return judged(std::move(outcome));
     }
-    size = size != UNKNOWN ? size : item.size;
+    const std::int64_t size = promise.size != UNKNOWN ? promise.size : item.size;
     isExact_ = size != UNKNOWN;
     most_ = isExact_ ? static_cast<std::uint64_t>(size) : MOST_BYTES;
     file.size = isExact_ ? most_ : 0;

@@ -15,6 +15,7 @@
 #include "support/folder.h"
 #include "support/media.h"
 #include "support/media_server.h"
+#include "support/resources.h"
 #include "support/sharing.h"
 #include "support/told_server.h"
 
@@ -256,6 +257,77 @@ TEST_F(DlnaFetch, IsStoppedAtOnceAndLeavesNothing) {
     fetching.sharing.waitFor([](const auto &events) { return !events.empty(); });
     ASSERT_EQ(mrb_stop_batch_process_v2(fetching.sharing.handle), MRB_ERR_NONE);
     EXPECT_EQ(fetching.sharing.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
+    EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
+}
+
+TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<bool> isIdentityAsked = true;
+    const auto answerOf = [](const std::string &headers) {
+        return "HTTP/1.1 200 OK\r\n" + headers + "Connection: close\r\n\r\n" + std::string(19, 'x');
+    };
+    Fetching fetching({"/page.jpg", "/page2.jpg", "/gzip.jpg", "/true.jpg", "/short.jpg"}, 19,
+                      [&](const Asked &asked, const Wire &wire) {
+                          if (asked.head.find("Accept-Encoding: identity\r\n") == std::string::npos) {
+                              isIdentityAsked = false;
+                          }
+                          if (asked.action == "/page.jpg") {
+                              wire.send(answerOf("Content-Type: text/html\r\n"));
+                          } else if (asked.action == "/page2.jpg") {
+                              wire.send(answerOf("Content-Type: Text/HTML; charset=utf-8\r\n"));
+                          } else if (asked.action == "/gzip.jpg") {
+                              wire.send(answerOf("Content-Encoding: gzip\r\n"));
+                          } else if (asked.action == "/short.jpg") {
+                              wire.send(support::httpOf("200 OK", std::string(18, 'x')));
+                          } else {
+                              wire.send(answerOf("Content-Encoding: identity\r\n"));
+                          }
+                      });
+    const ShareEvent end = fetching.run();
+    EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(end.name(), "picture 0");
+    EXPECT_EQ(end.status.done_file_count, 1U);
+    EXPECT_TRUE(isIdentityAsked);
+    EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 3.jpg"));
+}
+
+TEST_F(DlnaFetch, ManyLeaveNothingBehind) {
+    if (!insideNetwork()) {
+        return;
+    }
+    Fetching fetching({"/0.jpg"}, 300'000,
+                      [](const Asked & /*asked*/, const Wire &wire) { wire.send(fileOf(300'000)); });
+    const std::string id = fetching.list();
+    support::expectNothingLeft(support::roundsOf(100), [&] {
+        Sharing sharing;
+        ASSERT_EQ(sharing.fetch(fetching.client, id, fetching.to.path()), MRB_ERR_NONE);
+        EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+        EXPECT_TRUE(std::filesystem::remove(fetching.to.path("picture 0.jpg")));
+    });
+}
+
+TEST_F(DlnaFetch, ManyThatAreStoppedLeaveNothingBehind) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> sent = 0;
+    Fetching fetching({"/0.jpg"}, 300'000, [&](const Asked & /*asked*/, const Wire &wire) {
+        wire.send(fileOf(300'000).substr(0, 200'000));
+        ++sent;
+        sent.notify_all();
+        wire.wait();
+    });
+    const std::string id = fetching.list();
+    support::expectNothingLeft(support::roundsOf(100), [&] {
+        const int before = sent;
+        Sharing sharing;
+        ASSERT_EQ(sharing.fetch(fetching.client, id, fetching.to.path()), MRB_ERR_NONE);
+        sent.wait(before);
+        ASSERT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_NONE);
+        EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_STOPPED);
+    });
     EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 

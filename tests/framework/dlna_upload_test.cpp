@@ -18,6 +18,7 @@
 #include "support/media.h"
 #include "support/media_server.h"
 #include "support/playlists.h"
+#include "support/resources.h"
 #include "support/sharing.h"
 #include "support/told_server.h"
 
@@ -58,6 +59,12 @@ class Taker {
     std::vector<std::string> calls() {
         const std::lock_guard guard(lock_);
         return calls_;
+    }
+    // What it was asked, and took, so far.
+    void forget() {
+        const std::lock_guard guard(lock_);
+        calls_.clear();
+        taken_.clear();
     }
     std::string taken() {
         const std::lock_guard guard(lock_);
@@ -376,4 +383,29 @@ TEST_F(DlnaUpload, NeedsAServerAndAListOfFiles) {
     EXPECT_EQ(sharing_.send(client, ToldServer::ID), MRB_ERR_NOT_FOUND);
     EXPECT_EQ(sharing_.send(client, ""), MRB_ERR_NOT_FOUND);
     EXPECT_THAT(sharing_.events(), IsEmpty());
+}
+
+TEST_F(DlnaUpload, ManyLeaveNothingBehind) {
+    if (!insideNetwork()) {
+        return;
+    }
+    for (const Taker::Way way : {Taker::Way::FETCHES, Taker::Way::REFUSES_TO_FETCH, Taker::Way::NEVER_ENDS}) {
+        DlnaClient service;
+        Taker server(way);
+        const std::string id = service.server();
+        Client client;
+        select(client);
+        support::expectNothingLeft(support::roundsOf(40), [&] {
+            server.forget();
+            Sharing sharing;
+            ASSERT_EQ(sharing.send(client, id), MRB_ERR_NONE);
+            if (way == Taker::Way::NEVER_ENDS) {
+                sharing.waitFor([](const auto &events) { return !events.empty(); });
+                ASSERT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_NONE);
+            }
+            const mrb_event_e end =
+                way == Taker::Way::NEVER_ENDS ? MRB_EVENT_SHARE_STOPPED : MRB_EVENT_SHARE_DONE;
+            EXPECT_EQ(sharing.waitForEnd().event, end);
+        });
+    }
 }

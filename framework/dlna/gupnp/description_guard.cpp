@@ -23,9 +23,8 @@ std::uint64_t bytesReceived(GSocket *socket) {
 
 } // namespace
 
-DescriptionGuard::DescriptionGuard(SoupSession *session) : session_(share(session)) {
-    // A short description could become a long one.
-    soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
+DescriptionGuard::DescriptionGuard(SoupSession *session) : session_(share(session)), connections_(session) {
+    restrictSession(session);
     // One connection each, so that what came over it is the description's.
     g_signal_connect(session, "request-queued", G_CALLBACK(onQueued), this);
 }
@@ -37,8 +36,11 @@ DescriptionGuard::~DescriptionGuard() {
     }
 }
 
+void DescriptionGuard::cancel() { soup_session_abort(session_.get()); }
+
 void DescriptionGuard::onQueued(SoupSession * /*session*/, SoupMessage *message, void *self) {
     auto &guard = *static_cast<DescriptionGuard *>(self);
+    restrictRequest(message);
     soup_message_add_flags(message, SOUP_MESSAGE_NEW_CONNECTION);
     Request &request =
         guard.requests_.emplace_back(Request{guard, share(message), steady_clock::now(), nullptr});

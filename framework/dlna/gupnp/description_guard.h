@@ -7,12 +7,14 @@
 #include <list>
 
 #include "dlna/gupnp/gobject.h"
+#include "dlna/gupnp/session.h"
 
 namespace mrb::dlna {
 
 // Keeps descriptions of devices short. GUPnP reads each of them whole, however long it is
-// and however slowly it comes: a connection that brings too much, or takes too long, is
-// shut. Owned by the watch of the network; its thread alone uses it.
+// and however slowly it comes, and from any host that it is redirected to: a connection
+// that brings too much, or takes too long, is shut, and no redirection is followed. Owned by
+// the watch of the network; its thread alone uses it.
 class DescriptionGuard {
   public:
     static constexpr std::size_t MOST_BYTES = 1UL << 20;
@@ -23,6 +25,11 @@ class DescriptionGuard {
     ~DescriptionGuard();
     DescriptionGuard(const DescriptionGuard &) = delete;
     DescriptionGuard &operator=(const DescriptionGuard &) = delete;
+
+    // Cancels what is under way; the main context has to run until isIdle().
+    void cancel();
+    // Nothing is under way, and every connection is closed.
+    [[nodiscard]] bool isIdle() const { return requests_.empty() && connections_.areClosed(); }
 
   private:
     // A request that is under way.
@@ -41,6 +48,7 @@ class DescriptionGuard {
     void forget(Request &request);
 
     const Object<SoupSession> session_;
+    const Connections connections_;
     std::list<Request> requests_;
 };
 

@@ -30,11 +30,7 @@ struct Exchanges::Running {
     Outcome why; // it was cancelled
 };
 
-Exchanges::Exchanges() : session_(soup_session_new()) {
-    g_object_set(session_.get(), "proxy-resolver", nullptr, nullptr);
-    // A small answer could become a large one.
-    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
-}
+Exchanges::Exchanges() = default;
 
 Exchanges::~Exchanges() {
     keep([](const std::string & /*server*/) { return false; });
@@ -48,13 +44,11 @@ const std::string &Exchanges::serverOf(const Running &running) { return running.
 
 void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
     const bool isCall = !call.action.empty();
-    Object<SoupMessage> message(
-        soup_message_new(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url.c_str()));
+    Object<SoupMessage> message = Session::request(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url);
     if (!message) {
         pending->finish({{MRB_ERR_PROTOCOL, "\"" + call.url + "\" is no address of the web."}, 0, {}});
         return;
     }
-    soup_message_add_flags(message.get(), SOUP_MESSAGE_NO_REDIRECT);
     if (isCall) {
         SoupMessageHeaders *headers = soup_message_get_request_headers(message.get());
         soup_message_headers_append(headers, "SOAPAction", ('"' + call.action + '"').c_str());
@@ -87,6 +81,10 @@ void Exchanges::onSent(GObject *session, GAsyncResult *result, void *data) {
     running.stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &error));
     if (!running.stream) {
         fail(running, *Error(error));
+        return;
+    }
+    if (Outcome outcome = checkEncoding(running.message.get()); outcome.code != MRB_ERR_NONE) {
+        end(running, std::move(outcome));
         return;
     }
     readOn(running);

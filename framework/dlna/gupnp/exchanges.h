@@ -10,6 +10,7 @@
 
 #include "dlna/gupnp/gobject.h"
 #include "dlna/gupnp/pending.h"
+#include "dlna/gupnp/session.h"
 
 namespace mrb::dlna {
 
@@ -60,7 +61,7 @@ class Exchanges {
     static void fail(Running &running, const GError &error);
     static void end(Running &running, Outcome outcome);
 
-    Object<SoupSession> session_;
+    const Session session_;
     std::list<std::unique_ptr<Running>> running_;
 };
 

@@ -2,11 +2,16 @@
 
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
+#include <chrono>
+#include <map>
 #include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "base/threads.h"
 #include "dlna/gupnp/description_guard.h"
+#include "dlna/gupnp/main_context.h"
 
 namespace mrb::dlna {
 namespace {
@@ -16,20 +21,17 @@ constexpr const char *MEDIA_SERVER = "urn:schemas-upnp-org:device:MediaServer:1"
 // How long interfaces take to be enumerated on a machine that has any.
 constexpr guint ENUMERATION_SECONDS = 2;
 
+// What is under way ends at once; an encrypted connection may take a while to close.
+constexpr auto LONGEST_LEAVE = std::chrono::seconds(3);
+constexpr int ENOUGH_LOOKS = 10;
+
 // Servers that write malformed XML are no business of standard error's.
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
-constexpr const char *LIBRARY_DOMAINS[] = {"gssdp-client",
-                                           "gssdp-net",
-                                           "gupnp-context",
-                                           "gupnp-context-manager",
-                                           "gupnp-control-point",
-                                           "gupnp-device-info",
-                                           "gupnp-resource-factory",
-                                           "gupnp-service-info",
-                                           "gupnp-service-proxy",
-                                           "gupnp-xml-doc",
-                                           "gupnp-av"};
+constexpr const char *LIBRARY_DOMAINS[] = {
+    "gssdp-client",        "gssdp-net",         "gupnp-context",          "gupnp-context-manager",
+    "gupnp-control-point", "gupnp-device-info", "gupnp-resource-factory", "gupnp-service-info",
+    "gupnp-service-proxy", "gupnp-xml-doc"};
 
 // What the libraries complain of, servers' misbehaviour mostly, belongs in the system log.
 void logForLibrary(const char *domain, GLogLevelFlags /*level*/, const char *message, void * /*data*/) {
@@ -80,13 +82,23 @@ class GupnpNetwork::Watch {
     void watchThisMachine();
     void letGo();
 
-    Object<GUPnPControlPoint> watchContext(GUPnPContext *context);
+    // Looks for servers through one address of this machine, and loads their descriptions.
+    struct Point {
+        Object<GUPnPControlPoint> control;
+        std::unique_ptr<DescriptionGuard> guard; // of its context
+        int idleLooks = 0;                       // while it leaves: looks in a row that found it idle
+    };
+
+    Point watchContext(GUPnPContext *context);
+    void leave(Point point);
+    void forgetLeft(int looks);
 
     static void onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
     static void onContextGone(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
     static void onServer(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
     static void onServerGone(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
     static gboolean onEnumerated(gpointer watch);
+    static gboolean onLeaving(gpointer watch);
 
     ServerListener &listener_;
     ServerTable servers_;
@@ -94,9 +106,10 @@ class GupnpNetwork::Watch {
     const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
     const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
     Object<GUPnPContextManager> manager_;
-    std::map<GUPnPContext *, std::unique_ptr<DescriptionGuard>> guards_;
-    Object<GUPnPControlPoint> ownPoint_; // on the loopback interface
-    std::map<GUPnPContext *, Object<GUPnPControlPoint>> points_;
+    Point ownPoint_; // on the loopback interface
+    std::map<GUPnPContext *, Point> points_;
+    std::vector<Point> leaving_; // until what they have under way has ended
+    Source leavingTimer_;
 };
 
 void GupnpNetwork::Watch::run() {
@@ -124,21 +137,65 @@ void GupnpNetwork::Watch::watchNetwork() {
 
 void GupnpNetwork::Watch::letGo() {
     g_signal_handlers_disconnect_by_data(manager_.get(), this);
-    for (const auto &[context, point] : points_) {
-        g_signal_handlers_disconnect_by_data(point.get(), this);
-    }
     directories_->close();
     servers_.clear();
-    if (ownPoint_) {
-        g_signal_handlers_disconnect_by_data(ownPoint_.get(), this);
+    if (ownPoint_.control) {
+        leave(std::move(ownPoint_));
     }
-    ownPoint_.reset();
+    for (auto &[context, point] : points_) {
+        leave(std::move(point));
+    }
     points_.clear();
-    guards_.clear();
+    runContext(
+        [this] {
+            return std::ranges::all_of(leaving_, [](const Point &point) { return point.guard->isIdle(); });
+        },
+        LONGEST_LEAVE);
+    forgetLeft(0); // all results were given
+    leavingTimer_.reset();
+    leaving_.clear();
     manager_.reset();
-    // What was begun and is cancelled by that has its last word here.
-    while (g_main_context_iteration(context_.get(), FALSE) != FALSE) {
+    // What was begun and is cancelled by that ends here.
+    runContext([] { return true; }, LONGEST_LEAVE);
+}
+
+// A control point lives on while it loads a description, or waits to try that again, and with
+// it its sockets.
+void GupnpNetwork::Watch::leave(Point point) {
+    g_signal_handlers_disconnect_by_data(point.control.get(), this);
+    gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(point.control.get()), FALSE);
+    point.guard->cancel();
+    leaving_.push_back(std::move(point));
+    if (!leavingTimer_) {
+        leavingTimer_ = wakeUps(context_.get());
+        g_source_set_callback(leavingTimer_.get(), onLeaving, this, nullptr);
     }
+}
+
+// A request that has ended gives its result a few turns of the main context later: those that
+// so many looks, each in a turn of its own, found idle have given theirs.
+void GupnpNetwork::Watch::forgetLeft(int looks) {
+    std::erase_if(leaving_, [&](Point &point) {
+        if (!point.guard->isIdle()) {
+            point.idleLooks = 0;
+            return false;
+        }
+        if (++point.idleLooks < looks) {
+            return false;
+        }
+        // Now only those attempts hold it that it would make again later.
+        g_object_run_dispose(G_OBJECT(point.control.get()));
+        return true;
+    });
+}
+
+gboolean GupnpNetwork::Watch::onLeaving(gpointer data) {
+    auto &watch = *static_cast<Watch *>(data);
+    watch.forgetLeft(ENOUGH_LOOKS);
+    if (watch.leaving_.empty()) {
+        watch.leavingTimer_.reset();
+    }
+    return G_SOURCE_CONTINUE; // unless it was destroyed
 }
 
 // The manager leaves the loopback interface out, where a server on this machine may be.
@@ -151,21 +208,20 @@ void GupnpNetwork::Watch::watchThisMachine() {
     }
 }
 
-Object<GUPnPControlPoint> GupnpNetwork::Watch::watchContext(GUPnPContext *context) {
-    // What is in this network is reached without a proxy.
-    SoupSession *session = gupnp_context_get_session(context);
-    g_object_set(session, "proxy-resolver", nullptr, nullptr);
-    guards_[context] = std::make_unique<DescriptionGuard>(session);
-    Object<GUPnPControlPoint> point(gupnp_control_point_new(context, MEDIA_SERVER));
-    g_signal_connect(point.get(), "device-proxy-available", G_CALLBACK(onServer), this);
-    g_signal_connect(point.get(), "device-proxy-unavailable", G_CALLBACK(onServerGone), this);
-    gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(point.get()), TRUE);
+GupnpNetwork::Watch::Point GupnpNetwork::Watch::watchContext(GUPnPContext *context) {
+    Point point;
+    point.guard = std::make_unique<DescriptionGuard>(gupnp_context_get_session(context));
+    point.control.reset(gupnp_control_point_new(context, MEDIA_SERVER));
+    GUPnPControlPoint *control = point.control.get();
+    g_signal_connect(control, "device-proxy-available", G_CALLBACK(onServer), this);
+    g_signal_connect(control, "device-proxy-unavailable", G_CALLBACK(onServerGone), this);
+    gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(control), TRUE);
     return point;
 }
 
 void GupnpNetwork::Watch::onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch) {
-    Object<GUPnPControlPoint> point = watch->watchContext(context);
-    gupnp_context_manager_manage_control_point(manager, point.get());
+    Point point = watch->watchContext(context);
+    gupnp_context_manager_manage_control_point(manager, point.control.get());
     watch->points_[context] = std::move(point);
 }
 
@@ -175,15 +231,14 @@ void GupnpNetwork::Watch::onContextGone(GUPnPContextManager * /*manager*/, GUPnP
     if (found == watch->points_.end()) {
         return;
     }
-    const Object<GUPnPControlPoint> point = std::move(found->second);
+    Point point = std::move(found->second);
     watch->points_.erase(found);
-    watch->guards_.erase(context);
-    g_signal_handlers_disconnect_by_data(point.get(), watch);
     // They cannot be reached through it any more, and do not say so themselves.
-    for (const GList *each = gupnp_control_point_list_device_proxies(point.get()); each != nullptr;
+    for (const GList *each = gupnp_control_point_list_device_proxies(point.control.get()); each != nullptr;
          each = each->next) {
         watch->servers_.remove(GUPNP_DEVICE_INFO(each->data));
     }
+    watch->leave(std::move(point));
     watch->directories_->serversLeft();
 }
 

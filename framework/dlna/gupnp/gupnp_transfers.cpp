@@ -3,7 +3,6 @@
 #include "base/result.h"
 #include "dlna/gupnp/errors.h"
 #include "dlna/gupnp/uri.h"
-#include "sources/source.h"
 
 namespace mrb::dlna {
 namespace {
@@ -17,10 +16,7 @@ constexpr std::size_t PART_BYTES = 256UL << 10;
 GupnpTransfers::GupnpTransfers(std::string server, ServicePlace place)
     : server_(std::move(server)), place_(std::move(place)) {
     const OwnLoop::Turn turn(loop_);
-    session_.reset(soup_session_new());
-    g_object_set(session_.get(), "proxy-resolver", nullptr, nullptr);
-    // Files arrive as they are.
-    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
+    session_ = std::make_unique<Session>();
     exchanges_ = std::make_unique<Exchanges>();
 }
 
@@ -40,22 +36,21 @@ Outcome GupnpTransfers::makeRequest(const char *method, const std::string &url, 
     if (!isOfServer(url)) {
         return {MRB_ERR_PERMISSION_DENIED, "\"" + url + "\" is not on the server's own host, and not asked."};
     }
-    request.message.reset(soup_message_new(method, url.c_str()));
+    request.message = Session::request(method, url);
     request.cancellable.reset(g_cancellable_new());
     if (!request.message) {
         return {MRB_ERR_PROTOCOL, "\"" + url + "\" is no address of the web."};
     }
-    soup_message_add_flags(request.message.get(), SOUP_MESSAGE_NO_REDIRECT);
     return {};
 }
 
 Outcome GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pace &pace) {
     Object<GAsyncResult> result;
-    soup_session_send_async(session_.get(), request.message.get(), G_PRIORITY_DEFAULT,
+    soup_session_send_async(session_->get(), request.message.get(), G_PRIORITY_DEFAULT,
                             request.cancellable.get(), OwnLoop::onReady, &result);
     Outcome outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
     GError *error = nullptr;
-    request.stream.reset(soup_session_send_finish(session_.get(), result.get(), &error));
+    request.stream.reset(soup_session_send_finish(session_->get(), result.get(), &error));
     const Error owned(error);
     if (outcome.code != MRB_ERR_NONE) {
         return outcome;
@@ -63,7 +58,7 @@ Outcome GupnpTransfers::send(Request &request, const Stopped &isStopped, const P
     return request.stream ? Outcome() : outcomeOfError(*error);
 }
 
-Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) {
+Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) {
     const OwnLoop::Turn turn(loop_);
     download_.reset();
     Request request;
@@ -75,9 +70,15 @@ Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isS
         outcome = outcomeOfStatus(soup_message_get_status(request.message.get()));
     }
     if (outcome.code == MRB_ERR_NONE) {
+        outcome = checkEncoding(request.message.get());
+    }
+    if (outcome.code == MRB_ERR_NONE) {
         SoupMessageHeaders *headers = soup_message_get_response_headers(request.message.get());
         const bool isSaid = soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH;
-        size = isSaid ? soup_message_headers_get_content_length(headers) : UNKNOWN;
+        promise.size = isSaid ? soup_message_headers_get_content_length(headers) : UNKNOWN;
+        const char *type = soup_message_headers_get_content_type(headers, nullptr);
+        const Text lower(type != nullptr ? g_ascii_strdown(type, -1) : nullptr);
+        promise.mimeType = lower ? lower.get() : "";
         download_ = std::move(request);
     }
     return outcome;

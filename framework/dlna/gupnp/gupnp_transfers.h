@@ -11,6 +11,7 @@
 
 #include "dlna/gupnp/exchanges.h"
 #include "dlna/gupnp/own_loop.h"
+#include "dlna/gupnp/session.h"
 #include "dlna/gupnp/soap.h"
 #include "dlna/gupnp/xml.h"
 #include "dlna/transfers.h"
@@ -34,7 +35,7 @@ class GupnpTransfers final : public Transfers {
     GupnpTransfers(std::string server, ServicePlace place);
     ~GupnpTransfers() override;
 
-    Outcome beginDownload(const std::string &url, const Stopped &isStopped, std::int64_t &size) override;
+    Outcome beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) override;
     Outcome finishDownload(const Take &take, const Stopped &isStopped) override;
     Outcome upload(const Upload &file, const Moved &moved, const Stopped &isStopped) override;
 
@@ -66,7 +67,7 @@ class GupnpTransfers final : public Transfers {
     const std::string server_; // its id
     const ServicePlace place_;
     OwnLoop loop_;
-    Object<SoupSession> session_;
+    std::unique_ptr<Session> session_;
     std::unique_ptr<Exchanges> exchanges_;
     std::optional<Request> download_; // that was begun
 };

@@ -1,24 +1,11 @@
 #include "dlna/gupnp/own_loop.h"
 
-#include <memory>
+#include "dlna/gupnp/main_context.h"
 
 namespace mrb::dlna {
 namespace {
 
 using std::chrono::steady_clock;
-
-// How often it is asked whether to go on: whoever stops does not say so here.
-constexpr guint GLANCE_MILLISECONDS = 15;
-
-struct RemoveSource {
-    void operator()(GSource *source) const {
-        g_source_destroy(source);
-        g_source_unref(source);
-    }
-};
-using Source = std::unique_ptr<GSource, RemoveSource>;
-
-gboolean glance(gpointer /*data*/) { return G_SOURCE_CONTINUE; }
 
 } // namespace
 
@@ -32,9 +19,7 @@ void Pace::moved(std::uint64_t bytes) {
 void Pace::excuse(steady_clock::time_point since) { since_ += steady_clock::now() - since; }
 
 Outcome OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace) {
-    const Source timer(g_timeout_source_new(GLANCE_MILLISECONDS));
-    g_source_set_callback(timer.get(), glance, nullptr, nullptr);
-    g_source_attach(timer.get(), context_);
+    const Source timer = wakeUps(context_);
     while (!isDone()) {
         if (isStopped()) {
             return {MRB_ERR_CANCELLED, {}};

@@ -9,8 +9,8 @@
 
 #include <array>
 #include <cstdlib>
+#include <list>
 #include <utility>
-#include <vector>
 
 namespace support {
 namespace {
@@ -73,6 +73,7 @@ Asked readAsked(const std::string &request) {
     Asked asked;
     const std::string action = between(request, "SOAPAction: \"", "\"");
     asked.action = action.empty() ? between(request, " ", " ") : action.substr(action.find('#') + 1);
+    asked.head = request.substr(0, request.find("\r\n\r\n") + 2);
     asked.body = request.substr(request.find("\r\n\r\n") + 4);
     asked.container =
         between(request, "<ObjectID>", "</ObjectID>") + between(request, "<ContainerID>", "</ContainerID>");
@@ -111,9 +112,9 @@ void Wire::wait() const {
     }
 }
 
-ToldServer::ToldServer(Answer answer, std::string control, Describe describe)
+ToldServer::ToldServer(Answer answer, std::string control, Describe describe, std::string id)
     : answer_(std::move(answer)), control_(std::move(control)), describe_(std::move(describe)),
-      listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+      id_(std::move(id)), listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address = addressOf("127.0.0.1", 0);
     socklen_t length = sizeof address;
     EXPECT_EQ(bind(listening_, reinterpret_cast<sockaddr *>(&address), length), 0);
@@ -130,16 +131,31 @@ ToldServer::~ToldServer() {
 }
 
 void ToldServer::serve() {
-    std::vector<std::thread> connections;
+    struct Connection {
+        std::thread thread;
+        std::atomic<bool> isOver = false;
+    };
+    std::list<Connection> connections;
     while (!stopped_) {
         pollfd waiting{listening_, POLLIN, 0};
         if (poll(&waiting, 1, GLANCE) > 0) {
             const int socket = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
-            connections.emplace_back([this, socket] { serve(socket); });
+            Connection &connection = connections.emplace_back();
+            connection.thread = std::thread([this, socket, &connection] {
+                serve(socket);
+                connection.isOver = true;
+            });
         }
+        connections.remove_if([](Connection &connection) {
+            const bool isOver = connection.isOver;
+            if (isOver) {
+                connection.thread.join();
+            }
+            return isOver;
+        });
     }
-    for (std::thread &connection : connections) {
-        connection.join();
+    for (Connection &connection : connections) {
+        connection.thread.join();
     }
 }
 
@@ -158,7 +174,7 @@ void ToldServer::serve(int socket) {
                                       "<deviceType>urn:schemas-upnp-org:device:MediaServer:1</"
                                       "deviceType><friendlyName>Told</friendlyName>"
                                       "<manufacturer>none</manufacturer><modelName>none</modelName><UDN>") +
-                              ID +
+                              id_ +
                               "</UDN><serviceList><service>"
                               "<serviceType>urn:schemas-upnp-org:service:ContentDirectory:1</serviceType>"
                               "<serviceId>urn:upnp-org:serviceId:ContentDirectory</serviceId><SCPDURL>/"
@@ -183,7 +199,7 @@ void ToldServer::notify(const std::string &state) const {
         "NOTIFY * HTTP/1.1\r\nHOST: 239.255.255.250:1900\r\nCACHE-CONTROL: max-age=1800\r\n"
         "LOCATION: http://127.0.0.1:" +
         std::to_string(port_) + "/description.xml\r\nNT: " + type + "\r\nNTS: ssdp:" + state +
-        "\r\nSERVER: none\r\nUSN: " + ID + "::" + type + "\r\n\r\n";
+        "\r\nSERVER: none\r\nUSN: " + id_ + "::" + type + "\r\n\r\n";
     const sockaddr_in group = addressOf("239.255.255.250", 1900);
     EXPECT_GT(
         sendto(sender, text.data(), text.size(), 0, reinterpret_cast<const sockaddr *>(&group), sizeof group),

@@ -11,6 +11,7 @@ namespace support {
 // What a server is asked, as far as tests tell questions apart.
 struct Asked {
     std::string action; // "Browse"; of a file its path: "/description.xml"
+    std::string head;   // the headers, as they came
     std::string body;   // all that was sent
     std::string container;
     std::string criteria;
@@ -43,7 +44,8 @@ class ToldServer {
 
     // `control`: where its content directory takes calls, if not where it should.
     // `describe`: sends its description, if that is not as it should be.
-    explicit ToldServer(Answer answer, std::string control = "/control", Describe describe = {});
+    explicit ToldServer(Answer answer, std::string control = "/control", Describe describe = {},
+                        std::string id = ID);
     ~ToldServer();
     ToldServer(const ToldServer &) = delete;
     ToldServer &operator=(const ToldServer &) = delete;
@@ -64,6 +66,7 @@ class ToldServer {
     const Answer answer_;
     const std::string control_;
     const Describe describe_;
+    const std::string id_;
     int listening_ = -1;
     int port_ = 0;
     std::atomic<bool> stopped_ = false;

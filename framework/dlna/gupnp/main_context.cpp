@@ -1,0 +1,33 @@
+#include "dlna/gupnp/main_context.h"
+
+namespace mrb::dlna {
+namespace {
+
+// Whoever stops something, and threads that close connections, do not wake the context up.
+constexpr guint WAKE_UP_MILLISECONDS = 15;
+
+gboolean wakeUp(gpointer /*data*/) { return G_SOURCE_CONTINUE; }
+
+} // namespace
+
+Source wakeUps(GMainContext *context) {
+    Source timer(g_timeout_source_new(WAKE_UP_MILLISECONDS));
+    g_source_set_callback(timer.get(), wakeUp, nullptr, nullptr);
+    g_source_attach(timer.get(), context);
+    return timer;
+}
+
+void runContext(const std::function<bool()> &isDone, std::chrono::milliseconds longest) {
+    GMainContext *context = g_main_context_get_thread_default();
+    const auto deadline = std::chrono::steady_clock::now() + longest;
+    {
+        const Source timer = wakeUps(context);
+        while (!isDone() && std::chrono::steady_clock::now() < deadline) {
+            g_main_context_iteration(context, TRUE);
+        }
+    }
+    while (g_main_context_iteration(context, FALSE) != FALSE) {
+    }
+}
+
+} // namespace mrb::dlna

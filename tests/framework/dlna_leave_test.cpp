@@ -1,0 +1,138 @@
+// What is under way on the network ends with the service, and everything that it took is
+// given back.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "support/dlna_client.h"
+#include "support/resources.h"
+#include "support/told_server.h"
+
+using support::Asked;
+using support::ToldServer;
+using support::Wire;
+
+namespace {
+
+// Counts the descriptions that servers were asked for.
+class Asks {
+  public:
+    void add() {
+        const std::lock_guard guard(lock_);
+        ++count_;
+        changed_.notify_all();
+    }
+    // Test failure: that many are not asked for in a long time.
+    void waitFor(int count) {
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return count_ >= count; }));
+        count_ = 0;
+    }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int count_ = 0;
+};
+
+class DlnaLeave : public support::DlnaTest {
+  protected:
+    // Has the service run until `awaited` descriptions were asked for, and ends it then, again and
+    // again. Each of the servers gives its description as `describe` does.
+    void repeat(int servers, int awaited, const ToldServer::Describe &describe, double bytesPerRound = 1024) {
+        Asks asks;
+        std::vector<std::unique_ptr<ToldServer>> all;
+        for (int number = 0; number < servers; ++number) {
+            all.push_back(std::make_unique<ToldServer>(
+                [](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
+                [&](const Wire &wire) {
+                    asks.add();
+                    describe(wire);
+                },
+                "uuid:4d696e69-444c-164e-9d41-" + std::to_string(100'000'000'000 + number)));
+        }
+        support::expectNothingLeft(
+            support::roundsOf(40),
+            [&] {
+                const support::DlnaClient service;
+                for (const auto &server : all) {
+                    server->announce();
+                }
+                asks.waitFor(awaited);
+            },
+            bytesPerRound);
+    }
+};
+
+} // namespace
+
+TEST_F(DlnaLeave, NothingIsLeftOfSilentServers) {
+    if (!insideNetwork()) {
+        return;
+    }
+    repeat(2, 2, [](const Wire &wire) { wire.wait(); });
+}
+
+TEST_F(DlnaLeave, NothingIsLeftOfServersThatDripTheirDescriptions) {
+    if (!insideNetwork()) {
+        return;
+    }
+    repeat(3, 3, [](const Wire &wire) {
+        wire.send("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n<?xml version=\"1.0\"?><root");
+        wire.wait();
+    });
+}
+
+// It is tried again some seconds later. GUPnP never gives back the message of such an attempt.
+TEST_F(DlnaLeave, NothingIsLeftOfServersThatRefuseTheirDescriptions) {
+    if (!insideNetwork()) {
+        return;
+    }
+    repeat(
+        3, 3, [](const Wire &wire) { wire.send(support::httpOf("503 Service Unavailable", "later")); },
+        16'000);
+}
+
+// More than are asked at a time.
+TEST_F(DlnaLeave, NothingIsLeftOfAHundredServers) {
+    if (!insideNetwork()) {
+        return;
+    }
+    repeat(100, 2, [](const Wire &wire) { wire.wait(); });
+}
+
+// It could be that of a machine which only this one reaches.
+TEST_F(DlnaLeave, ARedirectedDescriptionIsNotFollowed) {
+    if (!insideNetwork()) {
+        return;
+    }
+    std::atomic<int> asked = 0;
+    const ToldServer elsewhere([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
+                               [&](const Wire & /*wire*/) { ++asked; });
+    for (const char *host : {"127.0.0.1", "127.0.0.2"}) {
+        std::string url = elsewhere.urlOf("/description.xml");
+        url.replace(url.find("127.0.0.1"), 9, host);
+        Asks asks;
+        const ToldServer server([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
+                                [&](const Wire &wire) {
+                                    wire.send(support::httpOf("302 Found", "", "Location: " + url + "\r\n"));
+                                    asks.add();
+                                },
+                                "uuid:4d696e69-444c-164e-9d41-000000000002");
+        const ToldServer honest([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control", {},
+                                "uuid:4d696e69-444c-164e-9d41-000000000003");
+        support::DlnaClient service;
+        server.announce();
+        asks.waitFor(1);
+        honest.announce(); // what is asked elsewhere would be so before this one is there
+        EXPECT_NE(service.server(), "");
+    }
+    EXPECT_EQ(asked, 0);
+}
