@@ -256,6 +256,11 @@ std::string Opening::serverData(int event) const {
     }
     data["unreadable"] = Json::Int64{result_.unreadable};
     data["too_deep"] = Json::Int64{result_.tooDeep};
+    data["left_out"] = Json::Int64{result_.leftOut};
+    data["left_out_names"] = Json::Value(Json::arrayValue);
+    for (const std::string &name : result_.leftOutNames) {
+        data["left_out_names"].append(name);
+    }
     if (event == MRB_EVENT_LIST_FAILED) {
         data["error"] = resultName(result_.outcome.code);
         data["message"] = displayText(result_.outcome.message);

@@ -19,7 +19,7 @@ namespace mrb::dlna {
 // anything: texts are valid UTF-8 without control characters and at most
 // Metadata::LONGEST_TEXT bytes long, and what is missing, too long, or no number is left out.
 struct MediaObject {
-    std::string id;              // empty: it has none that could be asked for again
+    std::string id;              // empty: it has none that could be asked for again, and cannot be used
     std::string title;           // may be empty
     std::string upnpClass;       // "object.item.imageItem.photo"
     std::string url;             // of the item itself, http or https
@@ -63,6 +63,7 @@ struct Page {
     std::vector<MediaObject> objects;
     std::uint32_t returned = 0;   // of this page
     std::uint32_t total = 0;      // of all pages; 0: the server does not know
+    std::uint32_t updateId = 0;   // changes with the contents, where the server keeps count
     std::string capabilities;     // of a question for those: "dc:title,upnp:class", or "*"
     std::shared_ptr<Ahead> ahead; // for the question that follows
 };
@@ -81,8 +82,9 @@ class Directories {
     Directories &operator=(const Directories &) = delete;
 
     // Returns with the answer, or when there will be none, at the end of the patience at
-    // the latest; soon after `isStopped` became true. A page that is broken in the middle
-    // holds what stands before that. MRB_ERR_DEVICE_REMOVED: the server is not there, or
+    // the latest; soon after `isStopped` became true. A page whose objects are broken XML
+    // holds those that can be made out, with MRB_ERR_PROTOCOL, and the numbers of what was
+    // given. MRB_ERR_DEVICE_REMOVED: the server is not there, or
     // broke off; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: what it said is no answer;
     // MRB_ERR_NOT_FOUND: it has no such container; MRB_ERR_NOT_SUPPORTED: it does not search
     // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.

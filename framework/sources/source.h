@@ -7,6 +7,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/mount_identity.h"
 #include "base/result.h"
@@ -91,9 +93,22 @@ class ItemSink {
 
 // How filling a list ended, and what was left out on the way.
 struct FillResult {
+    // So many of what was left out are named.
+    static constexpr std::size_t MAX_NAMES = 10;
+
+    // Counts items that cannot be used; `name` says which they are.
+    void leaveOut(std::int64_t count, std::string name) {
+        leftOut += count;
+        if (leftOutNames.size() < MAX_NAMES) {
+            leftOutNames.push_back(std::move(name));
+        }
+    }
+
     Outcome outcome;
-    std::int64_t unreadable = 0; // folders that could not be read, or not to their end
-    std::int64_t tooDeep = 0;    // folders too far down to be read
+    std::int64_t unreadable = 0;           // folders that could not be read, or not to their end
+    std::int64_t tooDeep = 0;              // folders too far down to be read
+    std::int64_t leftOut = 0;              // items that the source gave and that cannot be used
+    std::vector<std::string> leftOutNames; // of the first of them; UTF-8
 };
 
 // What a list remembers of an item, copied out for one description.

@@ -73,7 +73,11 @@ enum {
 /*
  * Reports a list event. `user_data` is what mrb_request_list_v2 was given,
  * `reserved` has no meaning, `server_data` is a JSON object as text (or null)
- * that lives until the callback returns. The result is ignored.
+ * that lives until the callback returns. The result is ignored. With the events
+ * that end a list it holds "item_count", "unreadable" and "too_deep" (folders),
+ * "left_out" (the number of items that the source gave and that cannot be used)
+ * and "left_out_names" (an array of texts that name the first ten of those); with
+ * MRB_EVENT_LIST_FAILED also "error" and "message".
  */
 typedef bool (*mrb_request_list_cb)(void *user_data, mrb_agent_handler_h agent, mrb_event_e event,
                                     int reserved, const char *server_data);

@@ -245,9 +245,105 @@ TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
         page.returned = 500;
         return Outcome{};
     };
-    scan();
+    const FillResult result = scan();
     EXPECT_EQ(sink.store.size(), 0);
+    EXPECT_EQ(directories.asked.size(), DirectoryScan::MAX_BARREN_PAGES + 1U);
+    EXPECT_EQ(result.leftOut, 500 * (DirectoryScan::MAX_BARREN_PAGES + 1));
+    EXPECT_EQ(result.leftOutNames.size(), FillResult::MAX_NAMES);
+}
+
+TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
+    directories.contents["0"].resize(1000);
+    directories.contents["0"].push_back(image("1"));
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.leftOut, 1000);
+    EXPECT_EQ(sink.store.size(), 1);
+}
+
+TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
+    directories.answer = [this](const Question &question, Page &page) {
+        Outcome outcome = directories.honest(question, page);
+        if (question.start == 0) {
+            page.objects.resize(1); // the others cannot be made out
+            outcome = {MRB_ERR_PROTOCOL, "broken"};
+        }
+        return outcome;
+    };
+    for (int number = 0; number < 700; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    const FillResult result = scan();
+    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(result.outcome.message, "broken");
+    EXPECT_EQ(result.leftOut, 499);
+    EXPECT_THAT(result.leftOutNames, ElementsAre(HasSubstr("499 of the objects from 0")));
+    EXPECT_EQ(sink.store.size(), 201);
+    EXPECT_EQ(directories.asked.at(1).start, 500U);
+}
+
+TEST_F(DlnaSource, AServerThatIsSlowIsAskedForLessAtATime) {
+    directories.answer = [this](const Question &question, Page &page) {
+        return question.start > 0 && question.count > 100 ? Outcome{MRB_ERR_TIMEOUT, "too slow"}
+                                                          : directories.honest(question, page);
+    };
+    for (int number = 0; number < 700; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 700);
+}
+
+TEST_F(DlnaSource, AServerThatDoesNotAnswerAtAllIsNotAskedAgain) {
+    directories.answer = [](const Question & /*question*/, Page & /*page*/) {
+        return Outcome{MRB_ERR_TIMEOUT, "silent"};
+    };
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(directories.asked.size(), 1U);
+}
+
+// It adds what it finds at the front while it is asked.
+TEST_F(DlnaSource, AServerThatFindsMoreMeanwhileIsReadAgainForWhatWasMissed) {
+    for (int number = 0; number < 600; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    directories.answer = [this](const Question &question, Page &page) {
+        Outcome outcome = directories.honest(question, page);
+        if (directories.asked.size() == 1) {
+            auto &all = directories.contents["0"];
+            for (int number = 600; number < 800; ++number) {
+                all.insert(all.begin(), image(std::to_string(number)));
+            }
+        }
+        return outcome;
+    };
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 800);
+}
+
+TEST_F(DlnaSource, AServerThatLosesSomeMeanwhileIsNoFailure) {
+    for (int number = 0; number < 600; ++number) {
+        directories.contents["0"].push_back(image(std::to_string(number)));
+    }
+    directories.answer = [this](const Question &question, Page &page) {
+        Outcome outcome = directories.honest(question, page);
+        directories.contents["0"].resize(550);
+        return outcome;
+    };
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 550);
+}
+
+TEST_F(DlnaSource, AServerThatChangesForeverIsLeft) {
+    directories.answer = [this](const Question & /*question*/, Page &page) {
+        page.objects = {image("1"), image("2")};
+        page.returned = 2;
+        page.total = 1'000'000 + static_cast<std::uint32_t>(directories.asked.size());
+        return Outcome{};
+    };
+    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(sink.store.size(), 2);
+    EXPECT_LT(directories.asked.size(), 200U);
 }
 
 // As most servers do: by album, by date, by folder.

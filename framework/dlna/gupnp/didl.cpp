@@ -1,12 +1,12 @@
 #include "dlna/gupnp/didl.h"
 
-#include <libgupnp-av/gupnp-av.h>
-
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <optional>
 #include <string_view>
+#include <utility>
 
-#include "dlna/gupnp/gobject.h"
 #include "dlna/gupnp/uri.h"
 #include "dlna/gupnp/xml.h"
 #include "metadata/formats.h"
@@ -14,145 +14,302 @@
 namespace mrb::dlna {
 namespace {
 
-using Resource = GUPnPDIDLLiteResource;
+// The texts and resources of one object that are kept; what is more is left out.
+constexpr std::size_t MAX_TEXT = 16UL << 10; // bytes
+constexpr std::size_t MAX_RESOURCES = 64;
 
-struct FreeObjects {
-    void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
+// The elements of an object that are read.
+enum Property : std::size_t {
+    TITLE,
+    CLASS,
+    DATE,
+    ALBUM_ART,
+    CREATOR,
+    ARTIST,
+    ALBUM,
+    GENRE,
+    LONG_DESCRIPTION,
+    DESCRIPTION,
+    LANGUAGE,
+    TRACK,
+    PROPERTIES
 };
-struct FreeNodes {
-    void operator()(GList *list) const { g_list_free(list); }
+constexpr std::array<std::string_view, PROPERTIES> PROPERTY_NAMES = {
+    "title",           "class",       "date",     "albumArtURI",        "creator", "artist", "album", "genre",
+    "longDescription", "description", "language", "originalTrackNumber"};
+
+// The attributes of a resource that are read.
+enum Attribute : std::size_t {
+    PROTOCOL_INFO,
+    SIZE,
+    DURATION,
+    BIT_RATE,
+    SAMPLE_RATE,
+    SAMPLE_BITS,
+    RESOLUTION,
+    SUBTITLES,
+    TRACK_TOTAL,
+    IMPORT_URI,
+    ATTRIBUTES
+};
+constexpr std::array<std::string_view, ATTRIBUTES> ATTRIBUTE_NAMES = {
+    "protocolInfo",  "size",       "duration",        "bitrate",    "sampleFrequency",
+    "bitsPerSample", "resolution", "subtitleFileUri", "trackTotal", "importUri"};
+
+// An object as it stands in the document.
+struct Resource {
+    std::array<std::string, ATTRIBUTES> attributes;
+    std::string uri;
+};
+struct RawObject {
+    std::string id;
+    bool isContainer = false;
+    bool isWhole = false; // it ended before the document did
+    std::array<std::string, PROPERTIES> properties;
+    std::vector<Resource> resources;
 };
 
-std::string clean(const char *text) { return text != nullptr ? cleanText(text) : std::string(); }
+// Takes apart the objects of a document, those of any namespace: servers forget to declare
+// theirs. Whatever stands where an object should counts as one.
+class ObjectReader final : public XmlElements {
+  public:
+    [[nodiscard]] std::vector<RawObject> take() { return std::move(objects_); }
 
-// An id has to come back to the server as it is.
-std::string exactId(const char *text) {
-    const std::string id = clean(text);
-    return text != nullptr && id == text ? id : std::string();
-}
-
-// An address that can be asked; else nothing.
-std::string webAddress(const char *text) {
-    std::string address = clean(text);
-    return isWebAddress(address) ? address : std::string();
-}
-
-// The text of the first property of that name.
-std::string property(GUPnPDIDLLiteObject *object, const char *name) {
-    const std::unique_ptr<GList, FreeNodes> nodes(gupnp_didl_lite_object_get_properties(object, name));
-    return nodes ? cleanText(textOf(static_cast<const xmlNode *>(nodes->data))) : std::string();
-}
-
-// "H+:MM:SS.F+", with the fraction, which GUPnP leaves out; in milliseconds. Negative: it is none.
-std::int64_t durationOf(Resource *resource) {
-    constexpr std::int64_t MILLISECONDS = 1000;
-    constexpr std::int64_t MOST_HOURS = 100'000;
-    const long seconds = gupnp_didl_lite_resource_get_duration(resource);
-    if (seconds < 0 || seconds > MOST_HOURS * 3600) {
-        return -1;
-    }
-    std::int64_t fraction = 0;
-    xmlNode *node = gupnp_didl_lite_resource_get_xml_node(resource);
-    for (const xmlAttr *each = node->properties; each != nullptr; each = each->next) {
-        if (xmlStrcmp(each->name, reinterpret_cast<const xmlChar *>("duration")) == 0 &&
-            each->children != nullptr) {
-            const std::string text = textOf(each->children);
-            const std::size_t dot = text.find('.');
-            std::string digits = dot == std::string::npos ? "" : text.substr(dot + 1, 3);
-            digits.resize(3, '0');
-            std::from_chars(digits.data(), digits.data() + digits.size(), fraction);
+    void begin(std::string_view name, std::span<const XmlAttribute> attributes) override {
+        ++depth_;
+        const bool isObject = name == "item" || name == "container";
+        const bool isInside = objectDepth_ > 0;
+        const bool isNext = isInside && depth_ == objectDepth_ + 1;
+        // An object right in another one: the end tag of that is missing.
+        if ((depth_ == 2 && name != "desc") || (isObject && depth_ > 2 && (isNext || !isInside))) {
+            beginObject(isObject ? name : std::string_view(), attributes);
+        } else if (isNext) {
+            beginProperty(name, attributes);
         }
     }
-    return seconds * MILLISECONDS + std::clamp<std::int64_t>(fraction, 0, MILLISECONDS - 1);
+
+    void text(std::string_view bytes) override {
+        if (text_ != nullptr && depth_ == objectDepth_ + 1) {
+            text_->append(bytes.substr(0, MAX_TEXT - std::min(MAX_TEXT, text_->size())));
+        }
+    }
+
+    void end() override {
+        if (depth_ == objectDepth_) {
+            objects_.back().isWhole = true;
+            objectDepth_ = 0;
+            text_ = nullptr;
+        } else if (depth_ == objectDepth_ + 1) {
+            text_ = nullptr;
+        }
+        --depth_;
+    }
+
+  private:
+    void beginObject(std::string_view kind, std::span<const XmlAttribute> attributes) {
+        if (objectDepth_ > 0) {
+            objects_.back().isWhole = true;
+        }
+        objectDepth_ = depth_;
+        text_ = nullptr;
+        RawObject &object = objects_.emplace_back();
+        object.isContainer = kind == "container";
+        for (const XmlAttribute &attribute : attributes) {
+            if (attribute.name == "id" && !kind.empty()) {
+                object.id = attribute.value;
+            }
+        }
+    }
+
+    void beginProperty(std::string_view name, std::span<const XmlAttribute> attributes) {
+        RawObject &object = objects_.back();
+        text_ = nullptr;
+        if (name == "res" && object.resources.size() < MAX_RESOURCES) {
+            Resource &resource = object.resources.emplace_back();
+            for (const XmlAttribute &attribute : attributes) {
+                const auto *const known = std::ranges::find(ATTRIBUTE_NAMES, attribute.name);
+                if (known != ATTRIBUTE_NAMES.end()) {
+                    resource.attributes.at(known - ATTRIBUTE_NAMES.begin()) =
+                        attribute.value.substr(0, MAX_TEXT);
+                }
+            }
+            text_ = &resource.uri;
+            return;
+        }
+        const auto *const known = std::ranges::find(PROPERTY_NAMES, name);
+        if (known != PROPERTY_NAMES.end()) {
+            // The first one of that name counts.
+            std::string &property = object.properties.at(known - PROPERTY_NAMES.begin());
+            text_ = property.empty() ? &property : nullptr;
+        }
+    }
+
+    std::vector<RawObject> objects_;
+    int depth_ = 0;               // elements that are open
+    int objectDepth_ = 0;         // that of the object that is open; 0: none is
+    std::string *text_ = nullptr; // where the text of the open element goes; null: nowhere
+};
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view BLANKS = " \t\r\n";
+    const std::size_t first = std::min(text.find_first_not_of(BLANKS), text.size());
+    text.remove_prefix(first);
+    return text.substr(0, text.find_last_not_of(BLANKS) + 1);
 }
 
-bool isOfWeb(GUPnPProtocolInfo *info) {
-    return info != nullptr && g_strcmp0(gupnp_protocol_info_get_protocol(info), "http-get") == 0;
+// A number that is all of the text, and not negative.
+std::optional<std::int64_t> numberOf(std::string_view text) {
+    text = trimmed(text);
+    std::int64_t number = 0;
+    const char *last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, number);
+    return error == std::errc() && end == last && number >= 0 ? std::optional(number) : std::nullopt;
+}
+
+// An address that can be asked, whole; else nothing.
+std::string webAddress(std::string_view text) {
+    std::string address = cleanText(text);
+    return trimmed(text).size() <= Metadata::LONGEST_TEXT && isWebAddress(address) ? address : std::string();
+}
+
+// What stands before the separator, which is taken off the text with it.
+std::string_view next(std::string_view &text, char separator) {
+    const std::size_t end = std::min(text.find(separator), text.size());
+    const std::string_view part = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return part;
+}
+
+// "http-get:*:image/jpeg:DLNA.ORG_PN=JPEG_TN;DLNA.ORG_CI=1", as UPnP's ConnectionManager and
+// the guidelines of DLNA have it.
+struct ProtocolInfo {
+    explicit ProtocolInfo(std::string_view text) {
+        isOfWeb = trimmed(next(text, ':')) == "http-get";
+        next(text, ':');
+        mimeType = trimmed(next(text, ':'));
+        while (!text.empty()) {
+            std::string_view value = next(text, ';');
+            const std::string_view name = trimmed(next(value, '='));
+            if (name == "DLNA.ORG_PN") {
+                profile = trimmed(value);
+            } else if (name == "DLNA.ORG_CI") {
+                isConverted = trimmed(value) == "1";
+            }
+        }
+    }
+
+    bool isOfWeb = false;
+    bool isConverted = false;
+    std::string_view mimeType;
+    std::string_view profile;
+};
+
+// Milliseconds of "H+:MM:SS[.F+]" or "H+:MM:SS[.F0/F1]". 0: it is none.
+std::int64_t durationOf(std::string_view text) {
+    constexpr std::int64_t MILLISECONDS = 1000;
+    constexpr std::int64_t MAX_HOURS = 100'000;
+    constexpr std::int64_t SIXTY = 60;
+    text = trimmed(text);
+    const auto hours = numberOf(next(text, ':'));
+    const auto minutes = numberOf(next(text, ':'));
+    const auto seconds = numberOf(next(text, '.'));
+    if (!hours || !minutes || !seconds || *hours > MAX_HOURS || *minutes >= SIXTY || *seconds >= SIXTY) {
+        return 0;
+    }
+    std::int64_t fraction = 0;
+    if (const std::size_t slash = text.find('/'); slash != std::string_view::npos) {
+        const auto part = numberOf(text.substr(0, slash));
+        const auto whole = numberOf(text.substr(slash + 1));
+        constexpr std::int64_t MAX_PARTS = 1'000'000;
+        fraction = part && whole && *part < *whole && *whole <= MAX_PARTS ? MILLISECONDS * *part / *whole : 0;
+    } else {
+        std::string digits(text.substr(0, 3));
+        digits.resize(3, '0');
+        fraction = numberOf(digits).value_or(0);
+    }
+    return ((*hours * SIXTY + *minutes) * SIXTY + *seconds) * MILLISECONDS + fraction;
+}
+
+void setPositive(Metadata &facts, Fact fact, std::optional<std::int64_t> number, std::int64_t factor = 1) {
+    constexpr std::int64_t MAX = 1'000'000'000'000;
+    if (number && *number > 0 && *number <= MAX) {
+        facts.setNumber(fact, factor * *number);
+    }
+}
+
+void setResolution(Metadata &facts, std::string_view text) {
+    constexpr std::int64_t MOST_LINES = 1 << 20;
+    constexpr std::int64_t THOUSAND = 1000;
+    const std::int64_t width = numberOf(next(text, 'x')).value_or(0);
+    const std::int64_t height = numberOf(text).value_or(0);
+    if (width > 0 && height > 0 && width < MOST_LINES && height < MOST_LINES) {
+        facts.setNumber(Fact::WIDTH, width);
+        facts.setNumber(Fact::HEIGHT, height);
+        facts.setNumber(Fact::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);
+    }
 }
 
 // The item itself, and not what the server makes of it for small screens: the first one
-// that is not converted; else the first.
-Resource *mainResource(GList *resources) {
-    Resource *first = nullptr;
-    for (GList *each = resources; each != nullptr; each = each->next) {
-        auto *resource = static_cast<Resource *>(each->data);
-        GUPnPProtocolInfo *info = gupnp_didl_lite_resource_get_protocol_info(resource);
-        if (!isOfWeb(info) || webAddress(gupnp_didl_lite_resource_get_uri(resource)).empty()) {
+// that is not converted; else the first. Null: it has none that can be asked for.
+const Resource *mainResource(const std::vector<Resource> &resources) {
+    const Resource *first = nullptr;
+    for (const Resource &resource : resources) {
+        const ProtocolInfo info(resource.attributes[PROTOCOL_INFO]);
+        if (!info.isOfWeb || webAddress(resource.uri).empty()) {
             continue;
         }
-        if ((gupnp_protocol_info_get_dlna_conversion(info) & GUPNP_DLNA_CONVERSION_TRANSCODED) == 0) {
-            return resource;
+        if (!info.isConverted) {
+            return &resource;
         }
-        first = first == nullptr ? resource : first;
+        first = first == nullptr ? &resource : first;
     }
     return first;
 }
 
 // What a picture has in place of album art: the server's own small one.
-std::string smallPicture(GList *resources) {
-    for (GList *each = resources; each != nullptr; each = each->next) {
-        auto *resource = static_cast<Resource *>(each->data);
-        GUPnPProtocolInfo *info = gupnp_didl_lite_resource_get_protocol_info(resource);
-        const char *profile = isOfWeb(info) ? gupnp_protocol_info_get_dlna_profile(info) : nullptr;
-        if (g_strcmp0(profile, "JPEG_TN") == 0 || g_strcmp0(profile, "JPEG_SM") == 0) {
-            return webAddress(gupnp_didl_lite_resource_get_uri(resource));
+std::string smallPicture(const std::vector<Resource> &resources) {
+    for (const Resource &resource : resources) {
+        const ProtocolInfo info(resource.attributes[PROTOCOL_INFO]);
+        if (info.isOfWeb && (info.profile == "JPEG_TN" || info.profile == "JPEG_SM")) {
+            return webAddress(resource.uri);
         }
     }
     return {};
 }
 
-void setPositive(Metadata &facts, Fact fact, std::int64_t number) {
-    if (number > 0) {
-        facts.setNumber(fact, number);
-    }
-}
-
-void readResource(Resource *resource, MediaObject &object) {
+void readResource(const Resource &resource, MediaObject &object) {
     constexpr std::int64_t BITS = 8; // UPnP counts bytes a second
-    constexpr std::int64_t MOST_LINES = 1 << 20;
-    object.url = webAddress(gupnp_didl_lite_resource_get_uri(resource));
-    if (const gint64 size = gupnp_didl_lite_resource_get_size64(resource); size >= 0) {
-        object.size = size;
-    }
+    const auto &attributes = resource.attributes;
+    object.url = webAddress(resource.uri);
+    object.size = numberOf(attributes[SIZE]).value_or(UNKNOWN);
     Metadata &facts = object.facts;
-    facts.setText(Fact::MIME_TYPE, clean(gupnp_protocol_info_get_mime_type(
-                                       gupnp_didl_lite_resource_get_protocol_info(resource))));
-    setPositive(facts, Fact::DURATION, durationOf(resource));
-    setPositive(facts, Fact::BITRATE, BITS * gupnp_didl_lite_resource_get_bitrate(resource));
-    setPositive(facts, Fact::SAMPLE_RATE, gupnp_didl_lite_resource_get_sample_freq(resource));
-    setPositive(facts, Fact::SAMPLE_BITS, gupnp_didl_lite_resource_get_bits_per_sample(resource));
-    const std::int64_t width = gupnp_didl_lite_resource_get_width(resource);
-    const std::int64_t height = gupnp_didl_lite_resource_get_height(resource);
-    if (width > 0 && height > 0 && width < MOST_LINES && height < MOST_LINES) {
-        constexpr std::int64_t THOUSAND = 1000;
-        facts.setNumber(Fact::WIDTH, width);
-        facts.setNumber(Fact::HEIGHT, height);
-        facts.setNumber(Fact::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);
-    }
-    if (gupnp_didl_lite_resource_get_subtitle_file_uri(resource) != nullptr) {
+    facts.setText(Fact::MIME_TYPE, ProtocolInfo(attributes[PROTOCOL_INFO]).mimeType);
+    setPositive(facts, Fact::DURATION, durationOf(attributes[DURATION]));
+    setPositive(facts, Fact::BITRATE, numberOf(attributes[BIT_RATE]), BITS);
+    setPositive(facts, Fact::SAMPLE_RATE, numberOf(attributes[SAMPLE_RATE]));
+    setPositive(facts, Fact::SAMPLE_BITS, numberOf(attributes[SAMPLE_BITS]));
+    setResolution(facts, attributes[RESOLUTION]);
+    if (!attributes[SUBTITLES].empty()) {
         facts.setNumber(Fact::HAS_SUBTITLES, 1);
     }
-    if (gupnp_didl_lite_resource_track_total_is_set(resource) != FALSE) {
-        setPositive(facts, Fact::TRACKS, gupnp_didl_lite_resource_get_track_total(resource));
-    }
+    setPositive(facts, Fact::TRACKS, numberOf(attributes[TRACK_TOTAL]));
 }
 
-void readTexts(GUPnPDIDLLiteObject *source, MediaObject &object) {
-    Metadata &facts = object.facts;
-    const auto firstOf = [](const std::string &one, const std::string &other) {
-        return one.empty() ? other : one;
+void readTexts(const RawObject &source, MediaObject &object) {
+    const auto &texts = source.properties;
+    const auto firstOf = [&](Property one, Property other) {
+        std::string text = cleanText(texts[one]);
+        return text.empty() ? cleanText(texts[other]) : text;
     };
+    Metadata &facts = object.facts;
     facts.setText(Fact::TITLE, object.title);
-    facts.setText(Fact::ARTIST,
-                  firstOf(property(source, "artist"), clean(gupnp_didl_lite_object_get_creator(source))));
-    facts.setText(Fact::ALBUM, clean(gupnp_didl_lite_object_get_album(source)));
-    facts.setText(Fact::GENRE, clean(gupnp_didl_lite_object_get_genre(source)));
-    facts.setText(Fact::SYNOPSIS, firstOf(property(source, "longDescription"),
-                                          clean(gupnp_didl_lite_object_get_description(source))));
-    facts.setText(Fact::LANGUAGE, property(source, "language"));
-    setPositive(facts, Fact::TRACK, gupnp_didl_lite_object_get_track_number(source));
-    const bool isPicture = object.upnpClass.starts_with("object.item.imageItem");
-    if (!isPicture) {
+    facts.setText(Fact::ARTIST, firstOf(ARTIST, CREATOR));
+    facts.setText(Fact::ALBUM, texts[ALBUM]);
+    facts.setText(Fact::GENRE, texts[GENRE]);
+    facts.setText(Fact::SYNOPSIS, firstOf(LONG_DESCRIPTION, DESCRIPTION));
+    facts.setText(Fact::LANGUAGE, texts[LANGUAGE]);
+    setPositive(facts, Fact::TRACK, numberOf(texts[TRACK]));
+    if (!object.upnpClass.starts_with("object.item.imageItem")) {
         facts.setText(Fact::YEAR, yearOf(object.date));
     }
     if (!object.upnpClass.starts_with("object.item.audioItem")) {
@@ -160,71 +317,53 @@ void readTexts(GUPnPDIDLLiteObject *source, MediaObject &object) {
     }
 }
 
-MediaObject describe(GUPnPDIDLLiteObject *source) {
+MediaObject describe(const RawObject &source, bool isRepaired) {
     MediaObject object;
-    object.id = exactId(gupnp_didl_lite_object_get_id(source));
-    object.title = clean(gupnp_didl_lite_object_get_title(source));
-    object.upnpClass = clean(gupnp_didl_lite_object_get_upnp_class(source));
-    object.date = clean(gupnp_didl_lite_object_get_date(source));
-    object.isContainer = GUPNP_IS_DIDL_LITE_CONTAINER(source) != FALSE;
-    object.thumbnail = webAddress(gupnp_didl_lite_object_get_album_art(source));
+    // An id has to come back to the server as it is.
+    const bool isDamaged = isRepaired && source.id.find("\uFFFD") != std::string::npos;
+    if (source.isWhole && !isDamaged && source.id == cleanText(source.id)) {
+        object.id = source.id;
+    }
+    object.title = cleanText(source.properties[TITLE]);
+    object.upnpClass = cleanText(source.properties[CLASS]);
+    object.date = cleanText(source.properties[DATE]);
+    object.isContainer = source.isContainer;
+    object.thumbnail = webAddress(source.properties[ALBUM_ART]);
     if (object.isContainer) {
         return object;
     }
     readTexts(source, object);
-    const std::unique_ptr<GList, FreeObjects> resources(gupnp_didl_lite_object_get_resources(source));
-    if (Resource *resource = mainResource(resources.get())) {
-        readResource(resource, object);
+    if (const Resource *resource = mainResource(source.resources)) {
+        readResource(*resource, object);
     }
     if (object.thumbnail.empty()) {
-        object.thumbnail = smallPicture(resources.get());
+        object.thumbnail = smallPicture(source.resources);
     }
     return object;
 }
 
-void onObject(GUPnPDIDLLiteParser * /*parser*/, GUPnPDIDLLiteObject *object,
-              std::vector<MediaObject> *objects) {
-    objects->push_back(describe(object));
-}
+} // namespace
 
-void onMadeObject(GUPnPDIDLLiteParser * /*parser*/, GUPnPDIDLLiteObject *object, std::string *url) {
-    const std::unique_ptr<GList, FreeObjects> resources(gupnp_didl_lite_object_get_resources(object));
-    for (GList *each = resources.get(); each != nullptr && url->empty(); each = each->next) {
-        *url = webAddress(gupnp_didl_lite_resource_get_import_uri(static_cast<Resource *>(each->data)));
+Outcome readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects) {
+    ObjectReader reader;
+    Outcome outcome = walkXml(didl, reader);
+    for (const RawObject &object : reader.take()) {
+        objects.push_back(describe(object, isRepaired));
     }
-}
-
-void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
-
-// Has every object of a document handed to the handler, in its order.
-template <typename Taken>
-Outcome parse(const std::string &didl,
-              void (*onAvailable)(GUPnPDIDLLiteParser *, GUPnPDIDLLiteObject *, Taken *), Taken &taken) {
-    // The parser below reads what is broken as far as it goes, says nothing of it, and
-    // unfolds entities without a bound.
-    bool isReadable = false;
-    Outcome outcome = checkXml(didl, isReadable);
-    if (!isReadable) {
-        return outcome;
-    }
-    xmlSetGenericErrorFunc(nullptr, ignoreXmlError); // for this thread
-    const Object<GUPnPDIDLLiteParser> parser(gupnp_didl_lite_parser_new());
-    g_signal_connect(parser.get(), "object-available", G_CALLBACK(onAvailable), &taken);
-    // What it calls an error is that there is no object.
-    gupnp_didl_lite_parser_parse_didl(parser.get(), didl.c_str(), nullptr);
     return outcome;
 }
 
-} // namespace
-
-Outcome readObjects(const std::string &didl, std::vector<MediaObject> &objects) {
-    return parse(didl, onObject, objects);
-}
-
 std::string importUrlOf(const std::string &didl) {
-    std::string url;
-    parse(didl, onMadeObject, url);
-    return url;
+    ObjectReader reader;
+    walkXml(didl, reader);
+    for (const RawObject &object : reader.take()) {
+        for (const Resource &resource : object.resources) {
+            if (std::string url = webAddress(resource.attributes[IMPORT_URI]); !url.empty()) {
+                return url;
+            }
+        }
+    }
+    return {};
 }
 
 } // namespace mrb::dlna

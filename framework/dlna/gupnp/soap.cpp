@@ -156,7 +156,8 @@ Outcome readReply(const Reply &reply, const Question &question, Page &page) {
     }
     page.returned = numberOf(answer.response, "NumberReturned");
     page.total = numberOf(answer.response, "TotalMatches");
-    return readObjects(answer.text("Result"), page.objects);
+    page.updateId = numberOf(answer.response, "UpdateID");
+    return readObjects(answer.text("Result"), answer.xml.isRepaired, page.objects);
 }
 
 } // namespace mrb::dlna

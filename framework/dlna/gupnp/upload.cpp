@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gio/gunixinputstream.h>
-#include <libgupnp-av/gupnp-av.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,6 +1,15 @@
 #include "dlna/gupnp/xml.h"
 
+#include <glib.h>
 #include <libxml/parser.h>
+#include <libxml/xmlerror.h>
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <vector>
+
+#include "dlna/gupnp/gobject.h"
 
 namespace mrb::dlna {
 namespace {
@@ -13,13 +22,28 @@ struct FreeXmlText {
     void operator()(xmlChar *text) const { xmlFree(text); }
 };
 
+// Faults that cost no more than the letters in which they are.
+constexpr int LETTER_FAULTS[] = {
+    XML_ERR_INVALID_CHAR,        XML_ERR_INVALID_CHARREF,     XML_ERR_INVALID_HEX_CHARREF,
+    XML_ERR_INVALID_DEC_CHARREF, XML_ERR_UNDECLARED_ENTITY,   XML_ERR_NAME_REQUIRED,
+    XML_ERR_ENTITYREF_NO_NAME,   XML_ERR_MISPLACED_CDATA_END, XML_ERR_ENTITYREF_SEMICOL_MISSING,
+    XML_ERR_ATTRIBUTE_REDEFINED,
+};
+
 // What is learnt of a text while it is parsed.
 struct Seen {
+    XmlElements *elements = nullptr; // that are called; null: there is a document
     bool hasDefinitions = false;
-    bool hasElement = false;
+    bool isBroken = false;
+    bool isOutOfMemory = false;
+    std::vector<XmlAttribute> attributes; // of the element that begins
 };
 
 Seen &seenBy(void *context) { return *static_cast<Seen *>(static_cast<xmlParserCtxt *>(context)->_private); }
+
+std::string_view viewOf(const xmlChar *text) {
+    return text != nullptr ? reinterpret_cast<const char *>(text) : std::string_view();
+}
 
 // Before a definition is read that the parser would act upon.
 void refuseDefinitions(void *context, const xmlChar * /*name*/, const xmlChar * /*id*/,
@@ -28,60 +52,133 @@ void refuseDefinitions(void *context, const xmlChar * /*name*/, const xmlChar * 
     xmlStopParser(static_cast<xmlParserCtxt *>(context));
 }
 
-void noteElement(void *context, const xmlChar * /*name*/, const xmlChar * /*prefix*/, const xmlChar * /*uri*/,
-                 int /*namespaces*/, const xmlChar ** /*namespaceTexts*/, int /*attributes*/,
-                 int /*defaulted*/, const xmlChar ** /*attributeTexts*/) {
-    seenBy(context).hasElement = true;
+// No exception may cross the parser.
+template <typename Call>
+void guarded(void *context, Call call) {
+    Seen &seen = seenBy(context);
+    try {
+        call(seen);
+    } catch (const std::exception &) {
+        seen.isOutOfMemory = true;
+        xmlStopParser(static_cast<xmlParserCtxt *>(context));
+    }
+}
+
+void beginElement(void *context, const xmlChar *name, const xmlChar * /*prefix*/, const xmlChar * /*uri*/,
+                  int /*namespaces*/, const xmlChar ** /*namespaceTexts*/, int attributes, int /*defaulted*/,
+                  const xmlChar **texts) {
+    guarded(context, [&](Seen &seen) {
+        constexpr int TEXTS = 5; // of each: name, prefix, address, begin and end of the value
+        seen.attributes.clear();
+        for (const xmlChar **each = texts; each != texts + std::ptrdiff_t{TEXTS} * attributes;
+             each += TEXTS) {
+            const auto *begin = reinterpret_cast<const char *>(each[3]);
+            const auto *end = reinterpret_cast<const char *>(each[4]);
+            seen.attributes.push_back({viewOf(each[0]), {begin, static_cast<std::size_t>(end - begin)}});
+        }
+        seen.elements->begin(viewOf(name), seen.attributes);
+    });
+}
+
+void endElement(void *context, const xmlChar * /*name*/, const xmlChar * /*prefix*/,
+                const xmlChar * /*uri*/) {
+    guarded(context, [](Seen &seen) { seen.elements->end(); });
+}
+
+void addText(void *context, const xmlChar *text, int length) {
+    guarded(context, [&](Seen &seen) {
+        seen.elements->text({reinterpret_cast<const char *>(text), static_cast<std::size_t>(length)});
+    });
 }
 
 using Parser = std::unique_ptr<xmlParserCtxt, FreeParser>;
 
-Outcome parse(const Parser &parser, const std::string &text, Seen &seen, Xml &xml) {
+bool isForbidden(unsigned char letter) {
+    constexpr unsigned char BLANK = ' ';
+    return letter < BLANK && letter != '\t' && letter != '\n' && letter != '\r';
+}
+
+// Whether the text is in UTF-8, as servers must write it, or says nothing else.
+bool claimsUtf8(std::string_view text) {
+    constexpr std::size_t LONGEST_DECLARATION = 200;
+    if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff") || text.find('\0') < 4) {
+        return false;
+    }
+    std::string start(text.substr(0, std::min(text.find("?>"), LONGEST_DECLARATION)));
+    std::ranges::transform(start, start.begin(), [](char letter) { return g_ascii_tolower(letter); });
+    return !start.starts_with("<?xml") || start.find("encoding") == std::string::npos ||
+           start.find("utf-8") != std::string::npos;
+}
+
+// The text without what no XML may hold; false: it may.
+bool repair(const std::string &text, std::string &repaired) {
+    const bool isUtf8 = g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+    if ((isUtf8 && std::ranges::none_of(text, isForbidden)) || !claimsUtf8(text)) {
+        return false;
+    }
+    repaired = text;
+    std::ranges::replace_if(repaired, isForbidden, ' ');
+    const Text valid(g_utf8_make_valid(repaired.data(), static_cast<gssize>(repaired.size())));
+    repaired = valid.get();
+    return true;
+}
+
+Outcome parse(const std::string &text, Seen &seen, Xml &xml) {
+    xml.document.reset();
+    const Parser parser(xmlNewParserCtxt());
+    if (!parser) {
+        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read an answer."};
+    }
+    if (seen.elements != nullptr) {
+        *parser->sax = {};
+        parser->sax->initialized = XML_SAX2_MAGIC;
+        parser->sax->startElementNs = beginElement;
+        parser->sax->endElementNs = endElement;
+        parser->sax->characters = addText;
+        parser->sax->cdataBlock = addText;
+    }
     parser->_private = &seen;
     parser->sax->internalSubset = refuseDefinitions;
-    // Going on after a fault, as the reader of DIDL-Lite does, so that nothing is met there
-    // that was not met here.
-    constexpr int OPTIONS = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER;
-    xml.document.reset(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr,
+    // The type of the error differs among versions of the library.
+    parser->sax->serror = [](void *context, auto *error) {
+        const bool isOfLetters = std::ranges::find(LETTER_FAULTS, error->code) != std::end(LETTER_FAULTS);
+        if (error->level == XML_ERR_FATAL && !isOfLetters) {
+            seenBy(context).isBroken = true;
+        }
+    };
+    // Going on after a fault. Entities are put in place, since there are none but XML's own.
+    constexpr int OPTIONS =
+        XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_NOENT;
+    std::string repaired;
+    xml.isRepaired = repair(text, repaired);
+    const std::string &whole = xml.isRepaired ? repaired : text;
+    xml.document.reset(xmlCtxtReadMemory(parser.get(), whole.data(), static_cast<int>(whole.size()), nullptr,
                                          nullptr, OPTIONS));
+    if (seen.isOutOfMemory) {
+        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read an answer."};
+    }
     if (seen.hasDefinitions) {
         xml.document.reset();
         return {MRB_ERR_PROTOCOL, "The server's answer defines entities, which is refused."};
     }
-    if (parser->wellFormed == 0) {
+    if (seen.isBroken) {
         return {MRB_ERR_PROTOCOL, "The server's answer is broken XML."};
     }
     return {};
 }
 
-Outcome noMemory() { return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read an answer."}; }
-
 } // namespace
 
 Outcome readXml(const std::string &text, Xml &xml) {
-    xml.document.reset();
-    const Parser parser(xmlNewParserCtxt());
-    if (!parser) {
-        return noMemory();
-    }
     Seen seen;
-    return parse(parser, text, seen, xml);
+    return parse(text, seen, xml);
 }
 
-Outcome checkXml(const std::string &text, bool &isReadable) {
-    isReadable = false;
-    const Parser parser(xmlNewParserCtxt());
-    if (!parser) {
-        return noMemory();
-    }
-    *parser->sax = {};
-    parser->sax->initialized = XML_SAX2_MAGIC;
-    parser->sax->startElementNs = noteElement;
+Outcome walkXml(const std::string &text, XmlElements &elements) {
     Seen seen;
+    seen.elements = &elements;
     Xml nothing;
-    Outcome outcome = parse(parser, text, seen, nothing);
-    isReadable = seen.hasElement && !seen.hasDefinitions;
-    return outcome;
+    return parse(text, seen, nothing);
 }
 
 const xmlNode *childOf(const xmlNode *parent, const char *name) {

@@ -3,7 +3,9 @@
 #include <libxml/tree.h>
 
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "base/result.h"
 
@@ -15,16 +17,40 @@ struct FreeDocument {
 
 struct Xml {
     std::unique_ptr<xmlDoc, FreeDocument> document; // null: it could be dangerous to read any of it
+    bool isRepaired = false;                        // bytes that are no letters became U+FFFD
 };
 
-// Reads XML from a server. MRB_ERR_PROTOCOL: it is broken, and the document holds what
-// stands before that, or it defines entities, which can be made to fill the memory, and
-// there is none.
+// Reads XML from a server. Faults of single letters, such as bytes that are not UTF-8 or a bare
+// '&', cost those letters. MRB_ERR_PROTOCOL: it is broken beyond that, and the document
+// holds what could be made out, or it defines entities, which can be made to fill the
+// memory, and there is none.
 Outcome readXml(const std::string &text, Xml &xml);
 
-// The same look at XML from a server, of which nothing is kept. `isReadable`: there is an
-// element, and nothing is dangerous.
-Outcome checkXml(const std::string &text, bool &isReadable);
+struct XmlAttribute {
+    std::string_view name; // without a prefix
+    std::string_view value;
+};
+
+// Is called with what a document holds, in its order. The texts are UTF-8, and live
+// until the call returns.
+class XmlElements {
+  public:
+    XmlElements() = default;
+    virtual ~XmlElements() = default;
+    XmlElements(const XmlElements &) = delete;
+    XmlElements &operator=(const XmlElements &) = delete;
+
+    // `name` is without a prefix.
+    virtual void begin(std::string_view name, std::span<const XmlAttribute> attributes) = 0;
+    // Part of the text of the element that is open.
+    virtual void text(std::string_view bytes) = 0;
+    // Of the element that is open. Those of a broken document may have none.
+    virtual void end() = 0;
+};
+
+// The same without a document, for what is long. No more than 256 elements are open at a time:
+// deeper ones break the document.
+Outcome walkXml(const std::string &text, XmlElements &elements);
 
 // The first element of that name in an element, in any namespace. Null: there is none.
 const xmlNode *childOf(const xmlNode *parent, const char *name);

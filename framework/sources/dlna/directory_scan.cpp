@@ -1,5 +1,6 @@
 #include "sources/dlna/directory_scan.h"
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <thread>
@@ -78,41 +79,88 @@ DirectoryScan::Step DirectoryScan::walk() {
     return step;
 }
 
-DirectoryScan::Step DirectoryScan::readPages(Question question, const Pending &container,
+// A server that still looks through its own folders changes a container while that is read:
+// what stands at a place moves on. It is read once more then, for what was missed.
+DirectoryScan::Step DirectoryScan::readPages(dlna::Question question, const Pending &container,
                                              std::int64_t &found) {
-    Seen seen;
     question.container = container.id;
     question.count = PAGE_LENGTH;
+    Reading reading;
+    Step step = Step::GO_ON;
+    int turn = 0;
+    do {
+        reading.hasChanged = false;
+        reading.isAgain = turn > 0;
+        question.start = 0;
+        question.ahead.reset();
+        step = readOnce(question, container, reading);
+        reading.end = std::max(reading.end, question.start);
+    } while (step == Step::GO_ON && reading.hasChanged && ++turn < MAX_TURNS);
+    found += reading.found;
+    return step;
+}
+
+DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pending &container,
+                                            Reading &reading) {
     std::uint32_t total = 0; // as the page before said
+    std::uint32_t updateId = 0;
+    int barren = 0; // pages in a row that brought nothing
+    bool isFirst = true;
     for (;;) {
         Page page;
         question.isFollowed = total > question.start + question.count;
         Outcome outcome = ask(question, page);
-        const std::optional<Taken> taken = take(page, container, seen);
+        const std::optional<Taken> taken = take(page, container, reading);
         if (!taken) {
             return end({MRB_ERR_CANCELLED, {}});
         }
-        found += static_cast<std::int64_t>(taken->fresh);
-        if (outcome.code != MRB_ERR_NONE) {
+        reading.found += static_cast<std::int64_t>(taken->fresh);
+        const auto given = static_cast<std::uint32_t>(page.objects.size());
+        // The objects of a page are broken XML: that costs no more than what cannot be made out.
+        const bool isBroken = outcome.code == MRB_ERR_PROTOCOL && page.returned > 0;
+        if (outcome.code == MRB_ERR_TIMEOUT && hasAnswered_ && question.count > SHORT_PAGE_LENGTH) {
+            question.count = SHORT_PAGE_LENGTH; // of which a slow server gives some in time
+            question.ahead.reset();
+            continue;
+        }
+        if (outcome.code != MRB_ERR_NONE && !isBroken) {
             return failed(std::move(outcome), container);
         }
-        if (question.kind == Question::Kind::SEARCH && question.start == 0 && page.total > 0) {
+        hasAnswered_ = true;
+        if (question.kind == Question::Kind::SEARCH && isFirst && page.total > 0) {
             sink_.announce(page.total);
         }
+        reading.hasChanged =
+            reading.hasChanged || (!isFirst && (page.total != total || page.updateId != updateId));
+        isFirst = false;
         total = page.total;
+        updateId = page.updateId;
         question.ahead = std::move(page.ahead);
-        const std::size_t given = page.objects.size();
-        question.start += static_cast<std::uint32_t>(given);
-        if (page.returned != given) {
+        // What it says that it gives, unless that cannot be.
+        const std::uint32_t said = page.returned <= std::max(question.count, given) ? page.returned : 0;
+        if (isBroken) {
+            note(outcome);
+            if (said > given && !reading.isAgain) {
+                result_.leaveOut(said - given, std::to_string(said - given) + " of the objects from " +
+                                                   std::to_string(question.start) + " of the container \"" +
+                                                   container.id + "\"");
+            }
+        } else if (page.returned != given) {
             note(container, "says that it gives " + std::to_string(page.returned) + " objects and gives " +
                                 std::to_string(given));
         }
-        if (taken->repeated > 0) {
+        question.start += std::max(said, given);
+        if (taken->repeated > 0 && !reading.hasChanged && !reading.isAgain) {
             note(container, "repeats objects");
         }
-        const bool isOver = taken->fresh == 0 || question.start > MOST_OBJECTS;
+        const bool isNews = taken->fresh > 0 || (reading.isAgain && question.start <= reading.end);
+        barren = isNews ? 0 : barren + 1;
+        const bool isRepetition =
+            taken->repeated > 0 && taken->fresh == 0 && !reading.hasChanged && !reading.isAgain;
+        const bool isOver = std::max(said, given) == 0 || isRepetition || barren > MAX_BARREN_PAGES ||
+                            question.start > MOST_OBJECTS;
         if (page.total > 0 && (isOver || question.start >= page.total)) {
-            if (question.start != page.total) {
+            if (question.start != page.total && !reading.hasChanged && !reading.isAgain) {
                 note(container, "says that there are " + std::to_string(page.total) + " objects and gives " +
                                     std::to_string(question.start));
             }
@@ -125,7 +173,7 @@ DirectoryScan::Step DirectoryScan::readPages(Question question, const Pending &c
 }
 
 std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const Pending &container,
-                                                        Seen &seen) {
+                                                        Reading &reading) {
     Taken taken;
     std::vector<SourceItem> run;
     std::vector<std::string> records; // the run's; never moved
@@ -133,9 +181,12 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
     records.reserve(page.objects.size());
     for (const MediaObject &object : page.objects) {
         if (object.id.empty()) {
-            continue; // it could not be asked for again
+            if (!reading.isAgain) {
+                leaveOut(object, container);
+            }
+            continue;
         }
-        if (!seen.insert(std::hash<std::string>()(object.id)).second) {
+        if (!reading.seen.insert(std::hash<std::string>()(object.id)).second) {
             ++taken.repeated;
             continue;
         }
@@ -212,17 +263,33 @@ DirectoryScan::Step DirectoryScan::failed(Outcome outcome, const Pending &contai
     }
     MRB_LOG_WARNING("A container of a DLNA server was not read: %s", outcome.message.c_str());
     ++result_.unreadable;
-    if (outcome.code == MRB_ERR_PROTOCOL && fault_.code == MRB_ERR_NONE) {
-        fault_ = std::move(outcome);
+    if (outcome.code == MRB_ERR_PROTOCOL) {
+        note(std::move(outcome));
     }
     return Step::GO_ON;
 }
 
 // What a server did wrong that does not keep it from being read on.
-void DirectoryScan::note(const Pending &container, const std::string &fault) {
+void DirectoryScan::note(Outcome fault) {
     if (fault_.code == MRB_ERR_NONE) {
-        fault_ = {MRB_ERR_PROTOCOL, "The server " + fault + " in its container \"" + container.id + "\"."};
+        fault_ = std::move(fault);
     }
+}
+
+void DirectoryScan::note(const Pending &container, const std::string &fault) {
+    note({MRB_ERR_PROTOCOL, "The server " + fault + " in its container \"" + container.id + "\"."});
+}
+
+// An object that could not be asked for again.
+void DirectoryScan::leaveOut(const MediaObject &object, const Pending &container) {
+    std::string name = object.title;
+    if (name.empty()) {
+        name = "an object of the container \"" + container.id + "\"";
+    }
+    if (result_.leftOutNames.size() < FillResult::MAX_NAMES) {
+        MRB_LOG_WARNING("An object of a DLNA server cannot be used, and is left out: %s", name.c_str());
+    }
+    result_.leaveOut(1, std::move(name));
 }
 
 DirectoryScan::Step DirectoryScan::end(Outcome outcome) {

@@ -27,6 +27,15 @@ class DirectoryScan {
     // No container holds more; one that does is not read further.
     static constexpr std::uint32_t MOST_OBJECTS = 2'000'000;
 
+    // Of a server that has answered before and is too slow for that many.
+    static constexpr std::uint32_t SHORT_PAGE_LENGTH = 50;
+
+    // A container that changes while it is read is read so often.
+    static constexpr int MAX_TURNS = 3;
+
+    // So many pages in a row may hold nothing that can be used.
+    static constexpr int MAX_BARREN_PAGES = 20;
+
     // A search that is refused is asked for so often again, with so long between.
     static constexpr int MORE_TURNS = 3;
     static constexpr auto PAUSE = std::chrono::milliseconds(150);
@@ -63,12 +72,23 @@ class DirectoryScan {
         std::size_t repeated = 0; // and that were
     };
     using Seen = std::unordered_set<std::size_t>; // hashes of ids, or of URLs
+    // How far a container is read.
+    struct Reading {
+        Seen seen; // ids
+        std::int64_t found = 0;
+        std::uint32_t end = 0;   // where it ended before
+        bool hasChanged = false; // since it was begun
+        bool isAgain = false;    // for what was missed
+    };
+    Step readOnce(dlna::Question &question, const Pending &container, Reading &reading);
     // No value: the list takes no more.
-    std::optional<Taken> take(const dlna::Page &page, const Pending &container, Seen &seen);
+    std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
     Outcome ask(const dlna::Question &question, dlna::Page &page);
     void rest() const;
     Step failed(Outcome outcome, const Pending &container);
+    void note(Outcome fault);
     void note(const Pending &container, const std::string &fault);
+    void leaveOut(const dlna::MediaObject &object, const Pending &container);
     Step end(Outcome outcome);
 
     ItemSink &sink_;
@@ -78,7 +98,8 @@ class DirectoryScan {
     // A walk in place of a search finds each thing once, though a server shows it by album,
     // by date and by folder, each time under another id.
     bool isForSearch_ = false;
-    Seen urls_;     // of the items, if so
+    Seen urls_; // of the items, if so
+    bool hasAnswered_ = false;
     Outcome fault_; // the first that did not end the scan
     FillResult result_;
 };
