@@ -12,12 +12,14 @@ const { bar, clock, count, fit, printable, size, statusLine } = require('./termi
 const USAGE = `Usage: quill servers.js [SERVER [get FOLDER | put FOLDER]]
 
 Without arguments, prints the media servers that say within three seconds that they are there.
-SERVER is the name, address or id of one: prints the pictures, music and video on it.
+SERVER is the name, address or id of one: prints the pictures, video and music on it, each
+thing once, in however many folders the server shows it.
 get copies all of these into FOLDER, put sends those of FOLDER to the server.
 `;
 
 const PATIENCE = 3000; // ms
 const DLNA = 4; // a device type
+const CONTENT_TYPES = ['IMAGE', 'VIDEO', 'MUSIC'];
 const MEDIA = [ITEM_TYPES.IMAGE, ITEM_TYPES.VIDEO, ITEM_TYPES.MUSIC];
 
 function fail(message) {
@@ -55,18 +57,28 @@ async function print(media) {
   found.forEach((server) => console.log(`  ${fit(printable(server.storage_name), 30)} ${server.storage_ip}  ${server.storage_id}`));
 }
 
-/** What is on a server, once all of it is known. */
+/**
+ * What is on a server, once all of it is known. Servers show a thing in several folders, by
+ * date, by album and by name: a list of one content type holds it once.
+ */
 async function open(media, server) {
-  const list = media.openServer(server.storage_id, { sort: 'NAME' });
-  list.onGrowth = ({ item_count: items }) => statusLine.show(`reading: ${count(items, 'item')} so far…`);
-  await list.ready;
-  statusLine.clear();
-  return list;
+  const lists = [];
+  for (const contentType of CONTENT_TYPES) {
+    const list = media.openServer(server.storage_id, { sort: 'NAME', contentType });
+    list.onGrowth = ({ item_count: items }) => statusLine.show(`reading: ${count(items, 'item')} so far…`);
+    const { left_out: leftOut, left_out_names: names } = await list.ready;
+    statusLine.clear();
+    if (leftOut > 0) {
+      process.stderr.write(`servers: ${count(leftOut, 'item')} cannot be used: ${names.map(printable).join(', ')}\n`);
+    }
+    lists.push(list);
+  }
+  return lists;
 }
 
-function printItems(list) {
-  const total = list.count();
-  const items = (total > 0 ? list.items(0, total) : []).filter(({ type }) => MEDIA.includes(type));
+function printItems(lists) {
+  const items = lists.flatMap((list) => (list.count() > 0 ? list.items(0, list.count()) : []))
+    .filter(({ type }) => MEDIA.includes(type));
   console.log(count(items.length, 'item'));
   for (const { name, duration, size: bytes, url } of items) {
     const length = duration === null ? '' : clock(duration / 1000);
@@ -74,18 +86,34 @@ function printItems(list) {
   }
 }
 
-/** Moves the media of a list; prints what came. */
-async function move(list, parameters) {
-  list.selectTypes(MEDIA);
-  if (list.selectionCount() === 0) throw new Error('there is nothing to move');
-  const share = list.share(SHARE_TYPES.DLNA, parameters, ({ totalSize, successSize, progressSize, currentName }) => {
-    const fraction = totalSize > 0 ? (successSize + progressSize) / totalSize : 0;
-    statusLine.show(`${bar(fraction, 12)} ${Math.floor(fraction * 100)}%  ${printable(currentName)}`);
+/** Moves the media of some lists, one list after the other; prints what came. */
+async function move(lists, parameters) {
+  lists.forEach((list) => list.selectTypes(MEDIA));
+  const full = lists.filter((list) => list.selectionCount() > 0);
+  if (full.length === 0) throw new Error('there is nothing to move');
+  let current;
+  let isStopped = false;
+  process.once('SIGINT', () => {
+    isStopped = true;
+    current.stop();
   });
-  process.once('SIGINT', () => share.stop());
-  const { doneFiles, totalFiles, successSize } = await share.done;
+  const moved = { doneFiles: 0, totalFiles: 0, successSize: 0 };
+  let failure; // the first one
+  for (const list of full) {
+    if (isStopped) break;
+    current = list.share(SHARE_TYPES.DLNA, parameters, ({ totalSize, successSize, progressSize, currentName }) => {
+      const fraction = totalSize > 0 ? (successSize + progressSize) / totalSize : 0;
+      statusLine.show(`${bar(fraction, 12)} ${Math.floor(fraction * 100)}%  ${printable(currentName)}`);
+    });
+    const end = await current.done.catch((error) => {
+      failure ??= error;
+      return error; // with the numbers of what was moved
+    });
+    for (const key of Object.keys(moved)) moved[key] += end[key] ?? 0;
+  }
   statusLine.clear();
-  console.log(`${doneFiles} of ${count(totalFiles, 'file')} (${size(successSize)})`);
+  console.log(`${moved.doneFiles} of ${count(moved.totalFiles, 'file')} (${size(moved.successSize)})`);
+  if (failure) throw failure;
 }
 
 async function main() {
@@ -109,7 +137,7 @@ async function main() {
       if (action === 'put') {
         const list = media.open(path.resolve(folder));
         await list.ready;
-        await move(list, { ...where, param_dest_device_type: DLNA });
+        await move([list], { ...where, param_dest_device_type: DLNA });
       } else if (action === 'get') {
         await move(await open(media, server), { ...where, param_source_device_type: DLNA,
                                                param_dest_device_path: path.resolve(folder) });

@@ -1,7 +1,7 @@
 // Files to real media servers, and from them.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { readFileSync, readdirSync } from 'node:fs';
+import { mkdirSync, readFileSync, readdirSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 
@@ -12,7 +12,8 @@ import { folder, quill, root } from './harness.mjs';
 import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.mjs';
 
 const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', ...args]);
-const picture = (file) => ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x360:rate=1', '-frames:v', '1', file);
+const picture = (file, width = 640) =>
+  ffmpeg('-f', 'lavfi', '-i', `testsrc2=size=${width}x360:rate=1`, '-frames:v', '1', file);
 
 test('files are sent to a server, and come back byte for byte', needs('user-networks'), async () => {
   const from = folder();
@@ -129,6 +130,20 @@ test('the example shows what is on a server, and copies it', needs('user-network
   assert.equal(put.status, 1);
   assert.match(put.stderr, /^servers: the share ended: FAILED/m);
   assert.deepEqual([none.status, none.stderr], [1, 'servers: there is no media server "Nobody"\n']);
+});
+
+test('the example copies each thing once, in however many folders the server shows it', async () => {
+  const media = folder();
+  const to = folder();
+  mkdirSync(path.join(media, 'trip'));
+  const files = ['one.jpg', 'two.jpg', path.join('trip', 'three.jpg')];
+  files.forEach((file, index) => picture(path.join(media, file), 320 + 32 * index));
+  const [shown, got] = await besides(configuration('Shelf', media), ['Shelf'], ['Shelf', 'get', to]);
+  const names = shown.stdout.split('\n').slice(1, -1).map((line) => line.trim().split(' ')[0]);
+  assert.deepEqual([...new Set(names)].sort(), [...names].sort());
+  assert.match(got.stdout, /^(\d+) of \1 files? \(.*\)\n$/);
+  const contents = readdirSync(to).map((file) => readFileSync(path.join(to, file)).toString('base64'));
+  assert.equal(new Set(contents).size, contents.length);
 });
 
 test('the example says how it is used', async () => {
