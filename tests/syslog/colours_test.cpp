@@ -23,8 +23,8 @@ TEST(Colours, areTakenOutWhereverTheyStand) {
 }
 
 TEST(Colours, otherSequencesStay) {
-    for (const char *text : {"", "plain", "\033", "\033[", "\033[3", "\033[31", "\033[2J", "\033]0;title\a", "[31m",
-                             "\033[3 1m", "\033\033", "\033[\033["}) {
+    for (const char *text : {"", "plain", "\033", "\033[", "\033[3", "\033[31", "\033[2J", "\033]0;title\a",
+                             "[31m", "\033[3 1m", "\033\033", "\033[\033["}) {
         EXPECT_EQ(without(text), text);
     }
     EXPECT_EQ(without("\033\033[0m"), "\033");
