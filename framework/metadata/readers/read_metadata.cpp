@@ -10,6 +10,19 @@
 namespace mrb {
 namespace {
 
+// TagLib first; what it does not know of the sound of its own files, libav does.
+void readSound(MediaFile &file, const Signature &signature, Metadata &facts) {
+    if (!readMusic(file, signature, facts)) {
+        readContainer(file, signature, facts);
+    } else if (!facts.has(Fact::DURATION) || !facts.has(Fact::BITRATE) || !facts.has(Fact::SAMPLE_RATE)) {
+        Metadata rest;
+        readContainer(file, signature, rest);
+        facts.fillGaps(rest);
+    } else if (!facts.has(Fact::AUDIO_CODEC)) {
+        readSoundCodec(file, signature, facts);
+    }
+}
+
 void readMedium(MediaFile &file, const Signature &signature, Metadata &facts) {
     switch (signature.medium) {
     case Medium::JPEG:
@@ -31,11 +44,7 @@ void readMedium(MediaFile &file, const Signature &signature, Metadata &facts) {
         readHeif(file, facts);
         break;
     case Medium::MUSIC:
-        if (!readMusic(file, signature, facts)) {
-            readContainer(file, signature, facts);
-        } else if (!facts.has(Fact::AUDIO_CODEC)) {
-            readSoundCodec(file, signature, facts);
-        }
+        readSound(file, signature, facts);
         break;
     case Medium::PICTURE:
     case Medium::FILM:
