@@ -55,6 +55,8 @@ const TABLE = [
       env: recorded, targets: ['product', 'mrb-recording', 'systemlog-recording', 'recorder'], seconds: 600 },
     { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/host', seconds: 600 },
     { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', seconds: 900 },
+    // The other command, which builds the shipped program where nothing has yet.
+    { name: 'run', kind: 'node', builds: [], more: ['release'], folder: 'tests/run', targets: ['product'], seconds: 1800 },
     { name: 'tidy', kind: 'check', builds: [], more: ['dev'], check: tidy },
 ];
 

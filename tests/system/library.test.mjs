@@ -1,7 +1,7 @@
-// The made library of real media, through the example and through ./run.
+// The made library of real media, through the example.
 import assert from 'node:assert/strict';
-import { execFileSync, spawnSync } from 'node:child_process';
-import { existsSync, lstatSync, readdirSync, statSync } from 'node:fs';
+import { execFileSync } from 'node:child_process';
+import { lstatSync, readdirSync, statSync } from 'node:fs';
 import path from 'node:path';
 import test, { before } from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -149,20 +149,4 @@ test('the example explains itself and wrong arguments', async () => {
     assert.equal(status, 1);
     assert.ok(stderr.startsWith('list: ') && stderr.includes(message), stderr);
   }
-});
-
-test('./run prints the library it makes', () => {
-  const { status, stdout, stderr } = spawnSync(path.join(root, 'run'), [], { encoding: 'utf8', input: '',
-    env: { ...process.env, LD_PRELOAD: '', QUILL_BUILD: '' } });
-  assert.equal(status, 0, stderr);
-  assert.match(stdout, /^\d+ items in \d+ ms: \d+ folders, \d+ pictures, \d+ songs, \d+ videos, \d+ playlist/m);
-  assert.match(stdout, /富士山\.jpg/);
-  assert.ok(existsSync(path.join(root, 'build', 'library')));
-});
-
-test('./run prints a folder of the caller\'s', () => {
-  const { status, stdout, stderr } = spawnSync(path.join(root, 'run'), ['Holiday'], { encoding: 'utf8', input: '',
-    cwd: library, env: { ...process.env, LD_PRELOAD: '', QUILL_BUILD: '' } });
-  assert.equal(status, 0, stderr);
-  assert.match(stdout, /^8 items in \d+ ms/m);
 });
