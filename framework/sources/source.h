@@ -105,10 +105,10 @@ struct FillResult {
     }
 
     Outcome outcome;
-    std::int64_t unreadable = 0;           // folders that could not be read, or not to their end
-    std::int64_t tooDeep = 0;              // folders too far down to be read
-    std::int64_t leftOut = 0;              // items that the source gave and that cannot be used
-    std::vector<std::string> leftOutNames; // of the first of them; UTF-8
+    std::int64_t unreadable = 0;                // folders that could not be read, or not to their end
+    std::int64_t tooDeep = 0;                   // folders too far down to be read
+    std::int64_t leftOut = 0;                   // items that the source gave and that cannot be used
+    std::vector<std::string> leftOutNames = {}; // of the first of them; UTF-8
 };
 
 // What a list remembers of an item, copied out for one description.

@@ -132,7 +132,7 @@ test('the example shows what is on a server, and copies it', needs('user-network
   assert.deepEqual([none.status, none.stderr], [1, 'servers: there is no media server "Nobody"\n']);
 });
 
-test('the example copies each thing once, in however many folders the server shows it', async () => {
+test('the example copies each thing once, in however many folders the server shows it', needs('user-networks'), async () => {
   const media = folder();
   const to = folder();
   mkdirSync(path.join(media, 'trip'));

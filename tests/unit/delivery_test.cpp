@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "MRBAdapterProvider.h"
-#include "OnCallbackData.h"
 #include "engine.h"
 #include "neighbours.h"
 

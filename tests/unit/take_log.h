@@ -14,17 +14,6 @@ inline const std::string AGENT = "MRB-BRIDGE-AGENT MRBAgentAdapter.cpp ";
 inline const std::string THUMBNAIL = "MRB-BRIDGE-THUMBNAIL MRBThumbnailAdapter.cpp ";
 inline const std::string STORAGE = "MRB-BRIDGE-STORAGEMGR MRBStorageMgrAdapter.cpp ";
 
-/// The file by which a line is compared: the class's. A class may be spread over several
-/// files whose names begin with its own.
-inline std::string fileOf(const std::string &file) {
-    for (const std::string name : {"MRBAgentAdapter", "MRBThumbnailAdapter"}) {
-        if (file.starts_with(name)) {
-            return name + ".cpp";
-        }
-    }
-    return file;
-}
-
 /// "Tag File Function: message" of a line whose form is right; the whole line, marked, of
 /// any other.
 inline std::string messageOf(const recording::LogLine &line) {
@@ -42,7 +31,7 @@ inline std::string messageOf(const recording::LogLine &line) {
         return "malformed line: " + line.text;
     }
     const auto start = static_cast<size_t>(parts.length(0));
-    return line.tag + " " + fileOf(parts[1].str()) + " " + parts[2].str() + ": " +
+    return line.tag + " " + parts[1].str() + " " + parts[2].str() + ": " +
            line.text.substr(start, line.text.size() - start - end.size());
 }
 
