@@ -32,10 +32,10 @@ class BlockedSignals {
 
 std::thread startThread(const char *name, std::function<void()> work) {
     const BlockedSignals blocked;
-    return std::thread([name, work = std::move(work)] {
-        pthread_setname_np(pthread_self(), name);
-        work();
-    });
+    std::thread thread(std::move(work));
+    // Here, so that whoever looks through the process's threads finds it by its name from now on.
+    pthread_setname_np(thread.native_handle(), name);
+    return thread;
 }
 
 } // namespace mrb
