@@ -84,7 +84,9 @@ std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
 
 NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop)
     : isolate_(isolate), loop_(loop), context_(isolate, context),
-      environment_(node::GetCurrentEnvironment(context)) {}
+      environment_(node::GetCurrentEnvironment(context)),
+      nothing_(isolate, v8::Function::New(context, [](const v8::FunctionCallbackInfo<v8::Value> &) {
+                        }).ToLocalChecked()) {}
 
 std::unique_ptr<Bridge::AsyncContext> NodeHost::currentContext() {
     const v8::Context::Scope entered(context_.Get(isolate_));
@@ -109,7 +111,7 @@ v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8:
         if (!caught.HasCaught()) {
             return result;
         }
-        if (caught.HasTerminated() || report(caught)) {
+        if (caught.HasTerminated() || !canRunScripts() || report(caught)) {
             return {};
         }
         node::FatalException(isolate_, caught);
@@ -120,6 +122,13 @@ v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8:
     // After a failed call ticks and promises wait for the next one: an empty one follows.
     const node::CallbackScope empty(environment_, v8::Object::New(isolate_), {0, 0});
     return {};
+}
+
+bool NodeHost::canRunScripts() const {
+    // Node.js has no function that says so, but makes no callback then.
+    return !node::MakeCallback(isolate_, v8::Object::New(isolate_), nothing_.Get(isolate_), 0, nullptr,
+                               {0, 0})
+                .IsEmpty();
 }
 
 bool NodeHost::report(const v8::TryCatch &caught) {

@@ -25,6 +25,9 @@ class NodeHost final : public Bridge::Host {
     void setErrorReporter(v8::Local<v8::Function> reporter) { reporter_.Reset(isolate_, reporter); }
 
   private:
+    /// False while Node.js ends: its loop turns once more then, and results that are
+    /// delivered in that turn reach no script.
+    [[nodiscard]] bool canRunScripts() const;
     /// False where the error is left to Node.js.
     bool report(const v8::TryCatch &caught);
 
@@ -32,5 +35,6 @@ class NodeHost final : public Bridge::Host {
     MainLoop &loop_;
     v8::Global<v8::Context> context_;
     node::Environment *environment_;
+    v8::Global<v8::Function> nothing_; // a function that does nothing
     v8::Global<v8::Function> reporter_;
 };

@@ -208,3 +208,13 @@ test('an error that is no object leaves a tick as in Node.js', async () => {
     assert.deepEqual({ status, stdout }, expected);
   }
 });
+
+test('a result that is delivered while the program ends reaches no function and is no error', async () => {
+  const { status, stdout, stderr } = await quill(['--bridge', echoBridge, script('app.js', `
+const e = new Echo();
+e.on(() => console.log('called'));
+process.on('exit', () => { console.log('the end'); e.fire('late'); });
+quill.unref(e);
+`)]);
+  assert.deepEqual({ status, stdout, stderr }, { status: 0, stdout: 'the end\n', stderr: '' });
+});

@@ -139,7 +139,8 @@ export function viewOf(root, items, wishes, view, letterOf) {
   if (view.grouping) {
     groups = groupsOf(shown.slice(up.length), view.grouping, root, items, letterOf);
     const group = view.group ?? 0;
-    entries = [...up, ...groups.flatMap(([name, members], index) => [
+    // One group, or the headings, stand alone.
+    entries = [...(group === -1 ? up : []), ...groups.flatMap(([name, members], index) => [
       ...(group < 0 ? [{ type: TYPE.group, name, path: '', group_index: index, item_count: members.length }] : []),
       ...(group === -1 || group === index ? members : []),
     ])];
