@@ -5,11 +5,8 @@
 namespace mrb {
 namespace {
 
-std::atomic<LoadingLock *> &current() {
-    // Never destroyed: a thread may load something while the process ends.
-    static std::atomic<LoadingLock *> lock{new LoadingLock};
-    return lock;
-}
+// Of the library that loaded this one, once that has shared it.
+constinit std::atomic<LoadingLock *> shared_lock{nullptr};
 
 } // namespace
 
@@ -32,8 +29,15 @@ bool LoadingLock::isFreeBy(std::chrono::steady_clock::time_point deadline) {
     return released_.wait_until(guard, deadline, [this] { return depth_ == 0; });
 }
 
-LoadingLock &LoadingLock::instance() { return *current(); }
+LoadingLock &LoadingLock::instance() {
+    if (LoadingLock *shared = shared_lock) {
+        return *shared;
+    }
+    // Never destroyed: a thread may load something while the process ends.
+    static LoadingLock &own = *new LoadingLock;
+    return own;
+}
 
-void LoadingLock::share(LoadingLock &shared) { current() = &shared; }
+void LoadingLock::share(LoadingLock &shared) { shared_lock = &shared; }
 
 } // namespace mrb
