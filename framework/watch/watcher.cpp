@@ -141,10 +141,11 @@ bool Watcher::collect(Entries &entries) {
     {
         const std::lock_guard guard(lock_);
         isEnd = finishing_;
-        const auto kept = std::ranges::stable_partition(
-            entries_, [isEnd](const auto &entry) { return !isEnd && !entry->forgotten; });
-        dropped.assign(std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end()));
-        entries_.erase(kept.begin(), kept.end());
+        const auto firstDropped =
+            std::stable_partition(entries_.begin(), entries_.end(),
+                                  [isEnd](const auto &entry) { return !isEnd && !entry->forgotten; });
+        dropped.assign(std::make_move_iterator(firstDropped), std::make_move_iterator(entries_.end()));
+        entries_.erase(firstDropped, entries_.end());
         next = entries_;
     }
     // Not under the lock, for which the application's calls wait: to close an instance of

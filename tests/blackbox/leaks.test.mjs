@@ -23,14 +23,20 @@ async function allocated() {
     return rec.allocatedBytes();
 }
 
-/** Runs `calls(count)`, after fewer that warm everything up; the process must not grow. */
+/**
+ * Runs `calls(count)`, after fewer that warm everything up; the process must not grow. What
+ * the engine allocates for itself comes in some rounds, a leak in each.
+ */
 async function assertLeavesNothing(count, calls) {
     rec.setRecording(false);
     try {
         await calls(Math.ceil(count / 10));
-        const before = await allocated();
-        await calls(count);
-        const bytes = (await allocated() - before) / count;
+        let bytes = BYTES_PER_CALL;
+        for (let round = 0; round < 4 && bytes >= BYTES_PER_CALL; ++round) {
+            const before = await allocated();
+            await calls(count);
+            bytes = (await allocated() - before) / count;
+        }
         assert.ok(bytes < BYTES_PER_CALL, `${bytes} bytes are left of each call`);
     } finally {
         rec.setRecording(true);

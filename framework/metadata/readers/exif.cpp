@@ -92,7 +92,7 @@ class Directory {
 std::string exposureText(ExifRational time) {
     constexpr double LONGEST_FRACTION = 0.25001;
     const double seconds = quotientOf(time.numerator, time.denominator);
-    return seconds < LONGEST_FRACTION ? "1/" + std::to_string(static_cast<std::int64_t>(0.5 + 1 / seconds))
+    return seconds < LONGEST_FRACTION ? "1/" + std::to_string(std::llround(1 / seconds))
                                       : decimalText(seconds, 1);
 }
 
