@@ -5,7 +5,9 @@
 #include <sys/mount.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "support/fields.h"
 #include "support/folder.h"
@@ -33,7 +35,15 @@ class Replaced : public support::OwnProcess {
         folder.file("usb/DCIM/1/a.jpg", 500);
         folder.file("usb/DCIM/1/b.jpg", 500);
     }
-    void unplug() const { ASSERT_EQ(umount2(path().c_str(), 0), 0) << errno; }
+    void unplug() const {
+        // A list that is ready may hold its folders open for another moment.
+        const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
+        while (umount2(path().c_str(), 0) != 0) {
+            ASSERT_EQ(errno, EBUSY);
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::yield();
+        }
+    }
     void replace() const {
         unplug();
         plugIn();
