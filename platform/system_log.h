@@ -26,8 +26,8 @@ enum {
 /*
  * Writes one line: `format` and what follows are those of printf. `tag` names
  * the part of the program that speaks. A line of any length is delivered whole.
- * Formats nothing and returns at once when nobody listens, or not to this tag.
- * The result is the length of the text in bytes, 0 when nobody listens, -1 when
+ * Formats nothing and returns at once when no sink listens, or not to this tag.
+ * The result is the length of the text in bytes, 0 when no sink listens, -1 when
  * it cannot be formatted.
  */
 int system_log_print(int log_id, int priority, const char *tag, const char *format, ...)

@@ -21,7 +21,7 @@ class LoadingLock {
     void lock();
     void unlock();
 
-    // Waits until nobody loads; false: at the deadline a thread still does.
+    // Waits until no thread loads; false: at the deadline a thread still does.
     bool isFreeBy(std::chrono::steady_clock::time_point deadline);
 
     // The process's. Every module uses that of the library that loaded it.

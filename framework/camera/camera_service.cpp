@@ -264,7 +264,7 @@ Outcome CameraService::work(const State &state, Line &line, Task &task, std::uni
     return outcome;
 }
 
-// Whether a failure is that the camera has left shows when it is opened anew, however late the
+// Whether a failure is that the camera has left shows when it is reopened, however late the
 // system reports the removal.
 void CameraService::checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
                                   Outcome &outcome) {

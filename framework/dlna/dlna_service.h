@@ -40,7 +40,7 @@ class DlnaService final : private ServerListener {
 
     // Returns when the client was told that the service has stopped, for it at least,
     // and will not be called back any more. Where the service's thread is busy for long, with
-    // a network that does not end, it is told on this thread. MRB_ERR_NOT_INITIALIZED: it has
+    // a network that does not end, this thread reports that. MRB_ERR_NOT_INITIALIZED: it has
     // not begun; MRB_ERR_TIMEOUT: its callback does not return.
     int end(const StateListener &listener);
 

@@ -64,7 +64,7 @@ class DeviceService {
     void forget(const RemovalObserver &observer);
 
     // Ends the thread. A callback that does not return until the deadline is left
-    // behind: false. From now on nobody is told anything.
+    // behind: false. No observer is notified from now on.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:

@@ -226,7 +226,7 @@ TEST_F(CameraServiceTest, ANewOneAtTheSamePortIsAnother) {
         answer.wait();
         return Outcome();
     });
-    EXPECT_EQ(cameras.run(next, nothing).code, MRB_ERR_NONE) << "it waits for nobody else";
+    EXPECT_EQ(cameras.run(next, nothing).code, MRB_ERR_NONE) << "it waits for no other camera";
     answer.count_down();
     EXPECT_EQ(cameras.wait(hangs).code, MRB_ERR_NONE);
     EXPECT_EQ(library.opened, 2);

@@ -272,7 +272,7 @@ GupnpNetwork::~GupnpNetwork() {
 
 void mrb_prepare_network() {
     takeLibraryLogs();
-    // GIO loads that for the first server by https, when nobody takes a turn.
+    // GIO loads that for the first server by https, without a turn.
     g_tls_backend_get_default();
 }
 
