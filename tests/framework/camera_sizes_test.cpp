@@ -129,7 +129,7 @@ TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
     EXPECT_EQ(known().total, 2);
 }
 
-// The one that left may answer late, or have answered into a list that nobody made.
+// The one that left may answer late, or have answered before any list was made.
 TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
     if (!inside(Surroundings::TOLD_USB_CAMERA)) {
         return;

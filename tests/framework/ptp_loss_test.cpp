@@ -1,5 +1,5 @@
 // Cameras that leave while something is asked of them, and whose removal the system reports late:
-// here, never. A driver says in words of its own that there is nobody any more.
+// here, never. Each driver has its own error for a camera that left.
 
 #include <gmock/gmock.h>
 
