@@ -54,7 +54,7 @@ const TABLE = [
     { name: 'blackbox', kind: 'node', builds: [], more: ['release'], folder: 'tests/blackbox', program: quill,
       env: recorded, targets: ['product', 'mrb-recording', 'systemlog-recording', 'recorder'], seconds: 600 },
     { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/host', seconds: 600 },
-    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', seconds: 900 },
+    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', seconds: 1800 },
     // The other command, which builds the shipped program where nothing has yet.
     { name: 'run', kind: 'node', builds: [], more: ['release'], folder: 'tests/run', targets: ['product'], seconds: 1800 },
     { name: 'tidy', kind: 'check', builds: [], more: ['dev'], check: tidy },

@@ -9,6 +9,8 @@ import { createRequire } from 'node:module';
 import path from 'node:path';
 import { beforeEach } from 'node:test';
 
+import { LIMIT_MS } from '../limits.mjs';
+
 assert.ok(process.env.QUILL_BUILD, 'QUILL_BUILD names the build folder to test');
 export const build = path.resolve(process.env.QUILL_BUILD);
 
@@ -17,9 +19,6 @@ export const rec = createRequire(import.meta.url)(`${build}/tests/recording/reco
 
 /** The code of an answer by which the bridge itself refuses a call. */
 export const REFUSED = 2;
-
-/** The longest wait for something that must come. */
-const LIMIT_MS = 10_000;
 
 /** Makes the recorder forget calls, replies, blocks and lines; every test starts so. */
 export function forget() {

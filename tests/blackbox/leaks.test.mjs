@@ -6,6 +6,7 @@ import { test } from 'node:test';
 import v8 from 'node:v8';
 import vm from 'node:vm';
 
+import { LIMIT_MS } from '../limits.mjs';
 import { bridgeWithListCallback, METHODS, openBridge, rec } from './harness.mjs';
 
 v8.setFlagsFromString('--expose-gc');
@@ -97,7 +98,7 @@ test('20,000 deliveries to a function leave nothing', async () => {
     await assertLeavesNothing(20_000, async (count) => {
         left = count;
         const all = new Promise((resolve, reject) => {
-            const limit = setTimeout(() => reject(new Error(`${left} results were not delivered`)), 60_000);
+            const limit = setTimeout(() => reject(new Error(`${left} results were not delivered`)), LIMIT_MS);
             wake = () => { clearTimeout(limit); resolve(); };
         });
         rec.startBulk({ threads: 1, perThread: count, registration });

@@ -5,6 +5,8 @@ import { mkdtempSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 
+import { LIMIT_MS } from '../limits.mjs';
+
 export const build = process.env.QUILL_BUILD;
 if (!build) {
   throw new Error('QUILL_BUILD must name the build folder');
@@ -46,7 +48,10 @@ export function start(args, {
   if (input !== undefined) {
     child.stdin.end(input);
   }
-  const limit = setTimeout(() => child.kill('SIGKILL'), 60_000);
+  const limit = setTimeout(() => {
+    output.stderr += `[killed: it had not ended after ${LIMIT_MS / 1000} s]\n`;
+    child.kill('SIGKILL');
+  }, LIMIT_MS);
   child.finished = new Promise((resolve, reject) => {
     child.on('error', reject);
     child.on('close', (status, signal) => {

@@ -7,12 +7,12 @@ import path from 'node:path';
 import test, { before } from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
+import { LIMIT_MS } from '../limits.mjs';
 import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
 
 const copy = path.join(root, 'sdk', 'examples', 'copy.js');
 const library = path.join(folder(), 'library');
-const LIMIT_MS = 60_000;
 before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' }));
 
 const filesIn = (where) => readdirSync(where, { recursive: true })

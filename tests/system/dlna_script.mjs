@@ -61,7 +61,10 @@ const list = (request) => new Promise((resolve) => {
 // A server looks through its folder while it is asked.
 const listAll = async (request, count) => {
   let whole = await list(request);
-  while (whole.item_count !== count) whole = await list({ ...request, param_agent: whole.agent });
+  while (whole.item_count !== count) {
+    await new Promise((resolve) => setTimeout(resolve, 200)); // all the processor is the server's
+    whole = await list({ ...request, param_agent: whole.agent });
+  }
   return whole;
 };
 const items = (agent, index, count) => JSON.parse(ask('mrb_get_item_list_v2',

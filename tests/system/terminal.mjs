@@ -3,9 +3,8 @@ import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
 import path from 'node:path';
 
+import { LIMIT_MS } from '../limits.mjs';
 import { folder } from './harness.mjs';
-
-const LIMIT_MS = 30_000;
 
 /** A terminal of a server of its own, in which quill runs. */
 export class Terminal {
