@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "support/fields.h"
@@ -54,6 +55,18 @@ class PtpLoss : public support::OwnProcess {
         }
     };
 
+    // Tries each of WORDS on a camera of its own.
+    void forEachAnswer(const std::function<void(Trial &trial, int words)> &work) {
+        if (!inside(Surroundings::TOLD_CAMERA)) {
+            return;
+        }
+        for (const int words : WORDS) {
+            SCOPED_TRACE(words);
+            Trial trial;
+            work(trial, words);
+        }
+    }
+
     static void addPictures(Trial &trial, const std::string &folder, int number) {
         for (int index = 0; index < number; ++index) {
             trial.camera.files[folder + std::to_string(1000 + index) + ".jpg"] = ToldFile::of("a");
@@ -74,73 +87,48 @@ class PtpLoss : public support::OwnProcess {
 } // namespace
 
 TEST_F(PtpLoss, AListOfACameraThatLeftBeforeItWasAskedAnythingSaysSo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 3);
         trial.camera.pullOut({words, "The cable."});
         trial.expectLoss();
         EXPECT_EQ(trial.client.count(), 0);
-    }
+    });
 }
 
 TEST_F(PtpLoss, AListSaysSoWhenItIsTheFirstTransferThatFails) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 3);
         trial.pullOutAt("list", "/", words);
         trial.expectLoss();
-    }
+    });
 }
 
 TEST_F(PtpLoss, AListSaysSoWhenItHappensAmidstItsFiles) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 200);
         trial.pullOutAt("facts", "1100.jpg", words);
         trial.expectLoss();
         EXPECT_GT(trial.client.count(), 0) << "what is there stays readable";
-    }
+    });
 }
 
 // One file that cannot be asked about is mostly its own fault.
 TEST_F(PtpLoss, AListSaysSoWhenItHappensAtItsLastFile) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 5);
         trial.pullOutAt("facts", "1004.jpg", words);
         trial.expectLoss();
-    }
+    });
 }
 
 TEST_F(PtpLoss, AListSaysSoWhenItHappensBetweenTwoFolders) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "100CANON/", 3);
         addPictures(trial, "101CANON/", 3);
         trial.pullOutAt("list", "/101CANON", words);
         trial.expectLoss();
         EXPECT_GE(trial.client.count(), 4);
-    }
+    });
 }
 
 TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
@@ -188,12 +176,7 @@ TEST_F(PtpLoss, ACopySaysSo) {
 }
 
 TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
-        return;
-    }
-    for (const int words : WORDS) {
-        SCOPED_TRACE(words);
-        Trial trial;
+    forEachAnswer([&](Trial &trial, int words) {
         addNoise(trial, "a.jpg", 1'000'000);
         trial.camera.givesPieces = false;
         EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
@@ -208,7 +191,7 @@ TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
         Sharing sharing;
         EXPECT_EQ(sharing.copyAll(trial.client, to.path()).event, MRB_EVENT_DEVICE_REMOVED);
         EXPECT_EQ(support::tree(to.path()).size(), 0U);
-    }
+    });
 }
 
 TEST_F(PtpLoss, AThumbnailSaysSo) {

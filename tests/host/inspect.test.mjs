@@ -2,25 +2,12 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import { Terminal } from '../system/terminal.mjs';
+import { dialogue } from '../system/terminal.mjs';
 import { echoBridge, script, start } from './harness.mjs';
 
-/** Takes steps in a terminal: what to type, and what to wait for. */
-async function debugging(args, steps) {
-  const terminal = new Terminal(args, { columns: 120, rows: 50 });
-  try {
-    for (const [type, shows] of steps) {
-      if (type) {
-        terminal.keys('-l', type);
-        terminal.keys('Enter');
-      }
-      await terminal.shows(shows);
-    }
-    return terminal.screen();
-  } finally {
-    terminal.close();
-  }
-}
+/** Takes steps in the debugger: what to type, and what to wait for. */
+const debugging = (args, steps) =>
+  dialogue(args, { columns: 120, rows: 50 }, steps.map(([type, shows]) => ({ type, shows })));
 
 // Any free port: other debuggers may run on this machine.
 const INSPECT = ['inspect', '--port=0'];

@@ -2,26 +2,12 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import { Terminal } from '../system/terminal.mjs';
+import { dialogue } from '../system/terminal.mjs';
 import { echoBridge } from './harness.mjs';
 
-/** Runs steps at a prompt: {type: text to enter} and {shows: pattern to wait for}. */
-async function atPrompt(steps, { args = [] } = {}) {
-  const terminal = new Terminal(['--bridge', echoBridge, ...args], { columns: 100, rows: 40 });
-  try {
-    await terminal.shows(/^>$/m);
-    for (const { type, shows } of steps) {
-      if (type !== undefined) {
-        terminal.keys('-l', type);
-        terminal.keys('Enter');
-      }
-      await terminal.shows(shows);
-    }
-    return terminal.screen();
-  } finally {
-    terminal.close();
-  }
-}
+/** Takes steps at a prompt; see dialogue(). */
+const atPrompt = (steps, { args = [] } = {}) =>
+  dialogue(['--bridge', echoBridge, ...args], { columns: 100, rows: 40 }, [{ shows: /^>$/m }, ...steps]);
 
 const ECHO = { type: 'const e = new Echo(); let n = 0; e.on((t) => console.log("heard", ++n, t))', shows: /undefined\n>$/m };
 

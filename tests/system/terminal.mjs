@@ -40,3 +40,23 @@ export class Terminal {
 
   close() { spawnSync('tmux', ['-S', this.socket, 'kill-server']); }
 }
+
+/**
+ * Runs quill in a terminal and takes steps there: {type: a line to enter, if any; shows: the
+ * pattern to wait for}. Returns what its screen shows at the end.
+ */
+export async function dialogue(args, shape, steps) {
+  const terminal = new Terminal(args, shape);
+  try {
+    for (const { type, shows } of steps) {
+      if (type) {
+        terminal.keys('-l', type);
+        terminal.keys('Enter');
+      }
+      await terminal.shows(shows);
+    }
+    return terminal.screen();
+  } finally {
+    terminal.close();
+  }
+}
