@@ -206,7 +206,7 @@ TEST_F(Exit, NothingThatAModuleBringsAlongIsTornDownUnderItsThreads) {
     work.folder("copies");
     // The loader writes down what it finds where.
     support::shell(work.path(), "env LD_DEBUG=bindings LD_DEBUG_OUTPUT=bindings " COPY_PROGRAM " " + path +
-                                    " copies look");
+                                    " " + work.path("copies") + " look");
     std::size_t forgotten = 0;
     for (const auto &file : std::filesystem::directory_iterator(work.path())) {
         std::ifstream lines(file.path());

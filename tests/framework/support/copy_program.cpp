@@ -6,7 +6,7 @@
 // prints "CODE" when the copy was refused, else "EVENT DONE TOTAL ENTRIES NAME":
 // the last event, its counts, how many entries the destination has then, and the
 // file named. "grow" makes a file larger after it was listed; "unmount" takes the
-// destination away once the copy is under way.
+// destination away once the copy is under way. "look" reads a field of the last item.
 
 #include <sys/mount.h>
 
@@ -46,7 +46,8 @@ int main(int count, char **arguments) {
         };
     }
     if (action == "look") {
-        support::textField(client, 0, "TITLE");
+        // The first ones are folders, whose fields need no reader.
+        support::textField(client, client.count() - 1, "TITLE");
     }
     const int code = sharing.copy(client, to);
     if (code != MRB_ERR_NONE) {
