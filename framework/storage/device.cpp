@@ -30,6 +30,18 @@ long long bytes(std::uint64_t blocks, std::uint64_t size) {
 
 } // namespace
 
+bool isSame(const Device &one, const Device &other) {
+    return one.kind == other.kind && one.id == other.id && one.camera == other.camera;
+}
+
+void keepSizes(Device &device, const Device &measured) {
+    if (device.index == measured.index && device.id == measured.id &&
+        device.mountPath == measured.mountPath && device.mountId == measured.mountId) {
+        device.available = measured.available;
+        device.total = measured.total;
+    }
+}
+
 void measure(Device &device) {
     if (device.mountPath.empty()) {
         return;

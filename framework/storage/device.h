@@ -33,6 +33,13 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
+// Two cameras of one maker may have the same id; they are at different places.
+bool isSame(const Device &one, const Device &other);
+
+// Gives a device of the DeviceTable the sizes that were measured of it, if it is still the same
+// that is mounted at the same place.
+void keepSizes(Device &device, const Device &measured);
+
 // Asks the file system that the device is mounted with for its sizes;
 // what it does not answer stays as it was. May wait for the device, for ever when it is dying: a
 // SizeGauge asks in time. Any thread.

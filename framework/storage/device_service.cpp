@@ -15,44 +15,55 @@
 #include "mrb/result.h"
 
 namespace mrb {
-namespace {
 
-// Two cameras of one maker may have the same id; they are at different places.
-bool isSame(const Device &one, const Device &other) {
-    return one.kind == other.kind && one.id == other.id && one.camera == other.camera;
-}
+using Clock = std::chrono::steady_clock;
 
-} // namespace
-
-DeviceService::~DeviceService() { shutDown(std::chrono::steady_clock::time_point::max()); }
+DeviceService::~DeviceService() { shutDown(Time::max()); }
 
 std::vector<Device> DeviceService::attached(DeviceKind kind) {
-    look();
-    const std::lock_guard guard(looking_);
-    return table_.list(kind);
+    try {
+        awaitLook();
+    } catch (const std::system_error &failure) {
+        MRB_LOG_ERROR("Devices are not looked at: %s", failure.what());
+    }
+    const std::lock_guard guard(lock_);
+    return known_.list(kind);
 }
 
 std::vector<Device> DeviceService::list(DeviceKind kind) {
-    std::vector<Device> devices = attached(kind);
+    const Time deadline = awaitLook();
+    std::unique_lock guard(lock_);
+    std::vector<Device> devices = known_.list(kind);
+    guard.unlock();
     if (kind == DeviceKind::CAMERA) {
         cameraGauge_.ask(devices);
         return devices;
     }
-    // Outside of the lock: a device may be slow.
-    SizeGauge::instance().measure(devices);
-    const std::lock_guard guard(looking_);
-    std::ranges::for_each(devices, [this](const Device &measured) { table_.keepSizes(measured); });
-    return devices;
+    std::vector<Device> measured = devices;
+    gauge_.measure(measured, std::min(deadline, Clock::now() + limits_.call));
+    guard.lock();
+    for (std::size_t each = 0; each < devices.size(); ++each) {
+        // What has not answered has no news of its own, and the thread may have some.
+        if (measured[each] != devices[each]) {
+            known_.keepSizes(measured[each]);
+            measured_[measured[each].index] = measured[each];
+        }
+    }
+    return measured;
 }
 
 int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) {
-    // What is there before the registration is no news after it.
-    look();
     std::unique_lock guard(lock_);
+    if (callback_ == nullptr) {
+        // What is there before the registration is no news after it. Another callback has
+        // heard of that, and what is about to be told is this one's.
+        guard.unlock();
+        awaitLook();
+        guard.lock();
+    }
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
-    start();
     callback_ = callback;
     userData_ = userData;
     return awaitCallback(guard);
@@ -66,20 +77,13 @@ int DeviceService::unlisten() {
 }
 
 void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer) {
-    look();
-    // Nobody looks meanwhile: it is there and will be heard of, or it is gone.
-    const std::lock_guard looking(looking_);
     const std::lock_guard guard(lock_);
     if (down_) {
         return;
     }
     start();
-    const bool isThere = std::ranges::any_of(table_.list(device.kind),
-                                             [&device](const Device &each) { return isSame(each, device); });
-    (isThere ? awaited_ : departed_).push_back({device, observer.get(), observer});
-    if (!isThere) {
-        wake();
-    }
+    awaited_.push_back({device, observer.get(), observer, ++requests_});
+    wake();
 }
 
 void DeviceService::forget(const RemovalObserver &observer) {
@@ -107,6 +111,7 @@ bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     notices_.clear();
     awaited_.clear();
     departed_.clear();
+    change_.notify_all(); // whoever waits for a look
     if (!wake_) {
         return true; // It never ran.
     }
@@ -143,61 +148,134 @@ void DeviceService::start() {
 
 void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
 
-// Lets the sources say what happened, and queues that for whom it concerns.
-void DeviceService::look() {
-    const std::lock_guard looking(looking_);
-    if (!std::exchange(isMade_, true)) {
-        sources_ = make_();
+// Waits until what happened before this call is known, or until its limit is over; inside a
+// callback it looks by itself. Returns when the call is to be over.
+DeviceService::Time DeviceService::awaitLook() {
+    std::unique_lock guard(lock_);
+    const Time deadline = Clock::now() + (hasLooked_ || isOverdue_ ? limits_.call : limits_.firstCall);
+    if (down_) {
+        return deadline;
     }
+    start();
+    if (std::this_thread::get_id() == id_) {
+        guard.unlock();
+        look();
+        return deadline;
+    }
+    const unsigned long long request = ++requests_;
+    wake();
+    const auto isOver = [this, request] { return answered_ >= request || down_; };
+    if (isOverdue_ || change_.wait_until(guard, deadline, isOver)) {
+        return deadline;
+    }
+    isOverdue_ = true;
+    guard.unlock();
+    MRB_LOG_WARNING(
+        "A device, or what the system says of devices, does not answer; what was known is shown.");
+    return deadline;
+}
+
+// Lets the sources say what happened, and queues that for what it concerns.
+void DeviceService::look() {
+    unsigned long long request = 0;
+    {
+        const std::lock_guard guard(lock_);
+        request = requests_;
+        for (const auto &[index, measured] : std::exchange(measured_, {})) {
+            table_.keepSizes(measured);
+        }
+    }
+    std::vector<Device> mounted;
     for (const auto &source : sources_) {
         try {
             source->look(table_);
         } catch (const std::exception &failure) {
             MRB_LOG_ERROR("Devices were not looked at: %s", failure.what());
         }
+        publish(mounted);
     }
     for (const CameraGauge::Answer &answer : cameraGauge_.answers()) {
         table_.setSizes(answer.camera, answer.sizes);
     }
+    publish(mounted);
+    endLook(request);
+    measure(std::move(mounted));
+}
+
+// What the table has done from now on is what calls see, and is queued with it: an event is
+// told behind that. Adds the devices of events that are waiting for their sizes.
+void DeviceService::publish(std::vector<Device> &mounted) {
     std::vector<Notice> notices = table_.takeNotices();
-    const std::lock_guard guard(lock_);
-    const bool isHeard = callback_ != nullptr && !notices.empty();
-    const bool isNews = keepDepartures(notices) || isHeard;
-    if (isHeard) {
-        std::ranges::move(notices, std::back_inserter(notices_));
+    if (notices.empty()) {
+        return;
     }
-    if (isNews && std::this_thread::get_id() != id_) {
-        wake();
+    const std::lock_guard guard(lock_);
+    known_.apply(notices);
+    for (const auto &[index, measured] : measured_) {
+        known_.keepSizes(measured);
+    }
+    for (Notice &notice : notices) {
+        if (notice.event == MRB_STORAGE_EVENT_REMOVED) {
+            depart([&notice](const Awaited &each) { return isSame(each.device, notice.device); });
+        } else if (callback_ != nullptr && !notice.device.mountPath.empty()) {
+            mounted.push_back(notice.device);
+        }
+        if (callback_ != nullptr) {
+            notices_.push_back(std::move(notice));
+        }
     }
 }
 
-// Whether some of these are departures that somebody waits for; with lock_ held.
-bool DeviceService::keepDepartures(const std::vector<Notice> &notices) {
-    const std::size_t before = departed_.size();
-    for (const Notice &notice : notices) {
-        if (notice.event != MRB_STORAGE_EVENT_REMOVED) {
-            continue;
-        }
-        const auto gone =
-            std::stable_partition(awaited_.begin(), awaited_.end(), [&notice](const Awaited &each) {
-                return !isSame(each.device, notice.device);
-            });
-        std::move(gone, awaited_.end(), std::back_inserter(departed_));
-        awaited_.erase(gone, awaited_.end());
+// All that was asked for before the look began is answered.
+void DeviceService::endLook(unsigned long long request) {
+    const std::lock_guard guard(lock_);
+    depart([this, request](const Awaited &each) {
+        return each.request <= request && !known_.contains(each.device);
+    });
+    answered_ = request;
+    hasLooked_ = true;
+    isOverdue_ = false;
+    change_.notify_all();
+}
+
+// Gives events the sizes of their devices: not before the look has ended, since calls wait for
+// that, and a device may be slow.
+void DeviceService::measure(std::vector<Device> mounted) {
+    if (mounted.empty()) {
+        return;
     }
-    return departed_.size() > before;
+    gauge_.measure(mounted, Clock::now() + limits_.event);
+    for (const Device &measured : mounted) {
+        table_.keepSizes(measured);
+    }
+    const std::lock_guard guard(lock_);
+    for (const Device &measured : mounted) {
+        known_.keepSizes(measured);
+        for (Notice &notice : notices_) {
+            keepSizes(notice.device, measured);
+        }
+    }
+}
+
+template <typename HasLeft>
+void DeviceService::depart(HasLeft hasLeft) {
+    const auto gone = std::stable_partition(awaited_.begin(), awaited_.end(),
+                                            [&hasLeft](const Awaited &each) { return !hasLeft(each); });
+    std::move(gone, awaited_.end(), std::back_inserter(departed_));
+    awaited_.erase(gone, awaited_.end());
 }
 
 void DeviceService::run() {
-    std::vector<pollfd> waited;
-    {
-        const std::lock_guard looking(looking_);
-        waited.push_back({wake_.number(), POLLIN, 0});
-        waited.push_back({cameraGauge_.number(), POLLIN, 0});
-        for (const auto &source : sources_) {
-            source->addDescriptors(waited);
-        }
+    try {
+        sources_ = make_();
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("Devices are not looked at: %s", failure.what());
     }
+    std::vector<pollfd> waited{{wake_.number(), POLLIN, 0}, {cameraGauge_.number(), POLLIN, 0}};
+    for (const auto &source : sources_) {
+        source->addDescriptors(waited);
+    }
+    look();
     while (deliver()) {
         poll(waited.data(), waited.size(), -1);
         for (pollfd &each : waited) {

@@ -18,7 +18,6 @@ void DeviceTable::set(const std::string &key, Device device) {
     if (isNew) {
         device.index = takeIndex();
         device.camera.arrival = device.camera.port.empty() ? 0 : ++arrivals;
-        measureMount(device);
         known = std::move(device);
         notices_.push_back({MRB_STORAGE_EVENT_ADDED, known});
         return;
@@ -28,18 +27,10 @@ void DeviceTable::set(const std::string &key, Device device) {
     if (device.mountPath == known.mountPath && device.mountId == known.mountId) {
         device.available = known.available;
         device.total = known.total;
-    } else {
-        measureMount(device);
     }
     if (device != known) {
         known = std::move(device);
         notices_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
-    }
-}
-
-void DeviceTable::measureMount(Device &device) {
-    if (!device.mountPath.empty()) {
-        gauge_.measure({&device, 1});
     }
 }
 
@@ -54,11 +45,7 @@ void DeviceTable::remove(const std::string &key) {
 
 void DeviceTable::keepSizes(const Device &measured) {
     for (auto &[key, device] : devices_) {
-        if (device.index == measured.index && device.id == measured.id &&
-            device.mountPath == measured.mountPath && device.mountId == measured.mountId) {
-            device.available = measured.available;
-            device.total = measured.total;
-        }
+        mrb::keepSizes(device, measured);
     }
 }
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "storage/device.h"
-#include "storage/size_gauge.h"
 
 namespace mrb {
 
@@ -22,11 +21,8 @@ struct Notice {
 // the DeviceService; one thread at a time.
 class DeviceTable {
   public:
-    explicit DeviceTable(SizeGauge &gauge = SizeGauge::instance()) : gauge_(gauge) {}
-
-    // The device is there, and like this. Its sizes are measured when it is mounted
-    // anew; that sizes differ is no change. Cameras are asked for lists only: that
-    // takes them away from other programs. A new one has an arrival of its own.
+    // The device is there, and like this. Where it is mounted as before it keeps the sizes that
+    // are known: that sizes differ is no change. A new camera has an arrival of its own.
     void set(const std::string &key, Device device);
 
     [[nodiscard]] bool contains(const std::string &key) const { return devices_.contains(key); }
@@ -46,7 +42,7 @@ class DeviceTable {
         }
     }
 
-    // What was measured of a device of list(), if it is still mounted there.
+    // What was measured of a device, if it is still mounted there.
     void keepSizes(const Device &measured);
 
     // What a camera answered, if it is still there; which is a change where nothing, or something
@@ -61,9 +57,7 @@ class DeviceTable {
 
   private:
     int takeIndex();
-    void measureMount(Device &device);
 
-    SizeGauge &gauge_;
     std::map<std::string, Device> devices_;
     std::set<int> indexes_; // those in use
     std::vector<Notice> notices_;

@@ -16,9 +16,7 @@ namespace mrb {
 namespace {
 
 // After so long without an answer the next device is asked on another thread.
-constexpr auto PATIENCE = std::chrono::milliseconds(50);
-
-constexpr auto LIMIT = std::chrono::milliseconds(300);
+constexpr auto PATIENCE = std::chrono::milliseconds(20);
 
 // So many late answers are kept for who asks again; more are of devices that are gone.
 constexpr std::size_t MOST_LATE = 256;
@@ -54,19 +52,15 @@ struct SizeGauge::State {
     std::map<std::string, std::shared_ptr<Asked>> late; // those that nobody waited for
 };
 
-SizeGauge::SizeGauge(Ask ask, std::chrono::milliseconds limit)
-    : limit_(limit), state_(std::make_shared<State>()) {
-    state_->ask = std::move(ask);
-}
+SizeGauge::SizeGauge(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
 
 SizeGauge &SizeGauge::instance() {
     // Never destroyed: clients that come late still use it.
-    static SizeGauge &gauge = *new SizeGauge(mrb::measure, LIMIT);
+    static SizeGauge &gauge = *new SizeGauge(mrb::measure);
     return gauge;
 }
 
-void SizeGauge::measure(std::span<Device> devices) {
-    const auto deadline = std::chrono::steady_clock::now() + limit_;
+void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {
     const auto round = std::make_shared<Round>();
     std::vector<Device *> waiting; // for the round's questions, one each
     std::unique_lock guard(state_->lock);

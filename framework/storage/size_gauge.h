@@ -17,15 +17,14 @@ class SizeGauge {
     using Ask = std::function<void(Device &)>;
 
     // `ask` fills in the sizes of one device, from any thread, and outlives all answers.
-    // A call of measure() takes no longer than `limit`.
-    SizeGauge(Ask ask, std::chrono::milliseconds limit);
+    explicit SizeGauge(Ask ask);
 
     static SizeGauge &instance();
 
-    // Brings the sizes of each device up to date. One that does not answer in time
-    // keeps those that it has; until it has answered it is not asked again, and nobody
+    // Brings the sizes of each device up to date. One that does not answer by the deadline
+    // keeps those that it has; until it has answered it is not asked again, and nothing
     // waits for it.
-    void measure(std::span<Device> devices);
+    void measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline);
 
   private:
     struct Asked;
@@ -35,7 +34,6 @@ class SizeGauge {
     static void work(State &state, Round &round);
     void startWorker(const std::shared_ptr<Round> &round);
 
-    const std::chrono::milliseconds limit_;
     const std::shared_ptr<State> state_; // shared with those that are left behind
 };
 

@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
 
+#include "base/timed_calls.h"
 #include "storage/mount_table.h"
 
 namespace mrb {
@@ -30,6 +33,9 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder) {
 }
 
 namespace {
+
+// So long a call of an application may wait.
+constexpr auto CALL_LIMIT = std::chrono::milliseconds(100);
 
 struct Release {
     void operator()(char *text) const { std::free(text); }
@@ -61,6 +67,28 @@ Outcome readStorageId(const std::string &path, std::string &id) {
     }
     id = storageIdOf(entryOf(mount));
     return {};
+}
+
+Outcome readStorageIdInTime(const std::string &path, std::string &id) {
+    struct Answer {
+        Outcome outcome;
+        std::string id;
+    };
+    // Never destroyed: calls that are left behind still use it.
+    static TimedCalls &calls = *new TimedCalls;
+    const auto answer = std::make_shared<Answer>();
+    const auto read = [answer, path] {
+        try {
+            answer->outcome = readStorageId(path, answer->id);
+        } catch (const std::exception &failure) {
+            answer->outcome = {MRB_ERR_OUT_OF_MEMORY, failure.what()};
+        }
+    };
+    if (!calls.run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
+        return {MRB_ERR_TIMEOUT, "What holds \"" + path + "\" does not answer in time."};
+    }
+    id = answer->id;
+    return answer->outcome;
 }
 
 std::vector<Mount> mountsOf(const std::string &folder) {

@@ -29,11 +29,11 @@ class CameraSizesTest : public support::PluggedDevices {
 
     static std::vector<Record> cameras() { return support::listDevices(MRB_STORAGE_KIND_PTP); }
 
-    // Lists until the first camera has told its sizes.
+    // Lists until there is a camera that has told its sizes.
     static Record known() {
         const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
         std::vector<Record> found = cameras();
-        while (found.at(0).total == 0 && std::chrono::steady_clock::now() < limit) {
+        while ((found.empty() || found[0].total == 0) && std::chrono::steady_clock::now() < limit) {
             std::this_thread::yield();
             found = cameras();
         }
@@ -119,12 +119,16 @@ TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
         return;
     }
     camera.onSizes = answering({100, 200});
+    testbed();
+    DeviceListener listener;
     const std::string usb = addUnknown();
     event(usb, "add");
     EXPECT_EQ(known().total, 200);
+    listener.waitFor(2); // added, changed
     camera.onSizes = answering({1, 2});
     event(usb, "remove");
     event(usb, "add");
+    listener.waitFor(4);
     EXPECT_EQ(cameras().at(0).total, 0);
     EXPECT_EQ(known().total, 2);
 }
@@ -150,6 +154,7 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
     DeviceListener listener;
     const std::string usb = addUnknown();
     event(usb, "add");
+    listener.waitFor(1);
     cameras();
     reached.get_future().wait();
     event(usb, "remove");
@@ -180,11 +185,13 @@ TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
         return Outcome{MRB_ERR_IO, "Too late."};
     };
     const std::string usb = addUnknown();
+    DeviceListener listener; // which the first one is there before
     auto fastest = std::chrono::steady_clock::duration::max();
     for (int round = 1; round <= 10; ++round) {
         event(usb, "remove");
         changeAttribute(usb, "serial", std::to_string(round).c_str());
         event(usb, "add");
+        listener.waitFor(2 * static_cast<std::size_t>(round));
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(cameras().at(0).total, 0);
         fastest = std::min(fastest, std::chrono::steady_clock::now() - begin);

@@ -21,6 +21,7 @@
 
 using support::DeviceListener;
 using support::listDevices;
+using support::listUntil;
 using support::Surroundings;
 namespace fs = std::filesystem;
 
@@ -72,7 +73,7 @@ TEST_F(DeviceMount, WhatIsMountedBelowMediaIsADeviceUntilItIsUnmounted) {
     }
 }
 
-TEST_F(DeviceMount, AListShowsAMountAtOnceAndWhatIsFreeNow) {
+TEST_F(DeviceMount, ListsFollowMountsAndShowWhatIsFreeNow) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -80,11 +81,11 @@ TEST_F(DeviceMount, AListShowsAMountAtOnceAndWhatIsFreeNow) {
     DeviceListener listener;
     for (int round = 0; round < 50; ++round) {
         mountAt(path);
-        ASSERT_EQ(listDevices().size(), 1U);
+        listUntil([](const auto &devices) { return devices.size() == 1; });
         std::ofstream(path + "/a") << std::string(100'000, 'a');
-        EXPECT_EQ(listDevices().at(0).available, (1 << 20) - 102'400);
+        listUntil([](const auto &devices) { return devices.at(0).available == (1 << 20) - 102'400; });
         unmount(path);
-        ASSERT_EQ(listDevices().size(), 0U);
+        listUntil([](const auto &devices) { return devices.empty(); });
     }
     EXPECT_EQ(listener.waitFor(100).size(), 100U);
 }

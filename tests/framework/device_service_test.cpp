@@ -61,11 +61,14 @@ class Source final : public mrb::DeviceSource {
 class Services : public testing::Test {
   protected:
     World world;
+    // As busy as the machine is, what was done before a call is in its answer.
     DeviceService service{[this] {
-        DeviceService::Sources sources;
-        sources.push_back(std::make_unique<Source>(world));
-        return sources;
-    }};
+                              DeviceService::Sources sources;
+                              sources.push_back(std::make_unique<Source>(world));
+                              return sources;
+                          },
+                          mrb::SizeGauge::instance(),
+                          {support::LIMIT, support::LIMIT, support::LIMIT}};
 };
 
 // Counts what it hears, and does what the test says.
@@ -258,11 +261,12 @@ TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
     EXPECT_GE(heard, 100);
 }
 
-TEST_F(Services, AfterItsEndNobodyIsCalledBackAndListsStillAnswer) {
+TEST_F(Services, AfterItsEndNobodyIsCalledBackAndListsAreWhatWasKnown) {
+    world.set(true);
     Listener listener(service);
     ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
     service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
-    world.set(true);
+    world.set(false);
     EXPECT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     EXPECT_EQ(listener.number, 0);
@@ -401,9 +405,10 @@ TEST_F(Services, AfterItsEndNoRemovalIsTold) {
     const auto before = std::make_shared<Observer>();
     const auto after = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, before);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
     world.set(false);
     service.awaitRemoval(Device{}, after);
-    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 0U);
+    EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     EXPECT_EQ(before->number + after->number, 0);
 }

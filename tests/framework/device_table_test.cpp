@@ -47,6 +47,24 @@ TEST(DeviceTable, SizesAloneAreNoChange) {
     EXPECT_EQ(story(table), "+A ");
 }
 
+TEST(DeviceTable, SizesThatWereMeasuredLeaveWithTheDevice) {
+    DeviceTable table;
+    Device device = named("A");
+    device.mountPath = "/a";
+    table.set("a", device);
+    Device measured = table.list(DeviceKind::USB).front();
+    measured.total = 77;
+    table.keepSizes(measured);
+    table.set("a", device); // as it is
+    measured.mountPath = "/elsewhere";
+    measured.total = 88;
+    table.keepSizes(measured);
+    table.remove("a");
+    const auto notices = table.takeNotices();
+    ASSERT_EQ(notices.size(), 2U);
+    EXPECT_EQ(notices[1].device.total, 77);
+}
+
 TEST(DeviceTable, AnIndexStaysADevicesOwnAndIsGivenAgainAfterwards) {
     DeviceTable table;
     table.set("a", named("A"));

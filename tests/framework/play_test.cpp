@@ -11,11 +11,13 @@
 
 #include "storage/storage_id.h"
 #include "support/client.h"
+#include "support/devices.h"
 #include "support/folder.h"
 #include "support/own_process.h"
 
 using support::Client;
 using support::Folder;
+using support::storageId;
 
 namespace {
 
@@ -35,10 +37,6 @@ std::pair<int, std::string> playData(const Client &client) {
 
 std::pair<int, std::string> rating(const Client &client) {
     return textOf([&](char **text) { return mrb_get_rating_info_v2(client.handle, text); });
-}
-
-std::pair<int, std::string> storageId(const std::string &path) {
-    return textOf([&](char **text) { return mrb_get_storage_id_v2(path.c_str(), text); });
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 
 #include "base/descriptor.h"
 #include "support/client.h"
+#include "support/devices.h"
 #include "support/folder.h"
 #include "support/news.h"
 #include "support/own_process.h"
@@ -61,8 +62,7 @@ TEST_F(Removal, AnUnmountIsToldAndLaterCallsSayWhatIsGone) {
     EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(client.open(path("/media")), MRB_ERR_NOT_FOUND);
     EXPECT_EQ(client.count(), 3);
-    char *id = nullptr;
-    EXPECT_EQ(mrb_get_storage_id_v2(path("/media").c_str(), &id), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(support::storageId(path("/media")).first, MRB_ERR_NOT_FOUND);
 }
 
 // Here inotify is silent, since the file system lives on until the file is closed.

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdlib>
+
+#include "mrb/agent.h"
 #include "support/client.h"
 
 namespace support {
@@ -26,6 +30,29 @@ std::vector<Record> listDevices(int kind) {
     }
     mrb_storage_list_destory(list);
     return records;
+}
+
+std::vector<Record> listUntil(const std::function<bool(const std::vector<Record> &)> &isRight, int kind) {
+    const auto limit = std::chrono::steady_clock::now() + LIMIT;
+    std::vector<Record> records = listDevices(kind);
+    while (!isRight(records) && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::yield();
+        records = listDevices(kind);
+    }
+    EXPECT_TRUE(isRight(records)) << records.size() << " devices";
+    return records;
+}
+
+std::pair<int, std::string> storageId(const std::string &path) {
+    const auto limit = std::chrono::steady_clock::now() + LIMIT;
+    char *text = nullptr;
+    int code = MRB_ERR_TIMEOUT;
+    while (code == MRB_ERR_TIMEOUT && std::chrono::steady_clock::now() < limit) {
+        code = mrb_get_storage_id_v2(path.c_str(), &text);
+    }
+    std::string id = text != nullptr ? text : "";
+    std::free(text);
+    return {code, id};
 }
 
 DeviceListener::DeviceListener() { EXPECT_EQ(mrb_set_usb_callback(hear, this), MRB_ERR_NONE); }

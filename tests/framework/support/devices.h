@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "mrb/storage.h"
@@ -28,6 +29,14 @@ struct DeviceEvent {
 
 // The devices of a list.
 std::vector<Record> listDevices(int kind = MRB_STORAGE_KIND_USB);
+
+// The first list that is as it should be: on a busy machine some may be made before that is
+// seen. A test failure when none is.
+std::vector<Record> listUntil(const std::function<bool(const std::vector<Record> &)> &isRight,
+                              int kind = MRB_STORAGE_KIND_USB);
+
+// What mrb_get_storage_id_v2 answers, in time for once where the machine is busy.
+std::pair<int, std::string> storageId(const std::string &path);
 
 // Hears of devices as long as it lives. Used by one test thread.
 class DeviceListener {

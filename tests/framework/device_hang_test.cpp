@@ -1,0 +1,343 @@
+// A device, or the system's own table of devices, that does not answer: no call of an
+// application waits for it. What hangs here goes on when the test says so.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/descriptor.h"
+#include "mrb/agent.h"
+#include "storage/device_service.h"
+#include "storage/local_storage.h"
+#include "storage/offered_folders.h"
+#include "support/client.h"
+#include "support/devices.h"
+#include "support/folder.h"
+#include "support/own_process.h"
+
+using mrb::Device;
+using mrb::DeviceKind;
+using mrb::DeviceService;
+using mrb::DeviceTable;
+using support::Surroundings;
+
+namespace {
+
+// A bus with one place, whose state nothing can read while it is held.
+class Bus {
+  public:
+    void plug(bool isPlugged) {
+        const std::lock_guard guard(lock_);
+        isPlugged_ = isPlugged;
+        eventfd_write(news_.number(), 1);
+    }
+    void hold() { setHeld(true); }
+    void release() { setHeld(false); }
+
+    // Until a look hangs, which something that happens on the bus brings about.
+    void awaitHeldLook() {
+        eventfd_write(news_.number(), 1);
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(change_.wait_for(guard, support::LIMIT, [this] { return looking_ > 0; }));
+    }
+
+    [[nodiscard]] int number() const { return news_.number(); }
+    bool look() {
+        std::unique_lock guard(lock_);
+        eventfd_t ignored = 0;
+        eventfd_read(news_.number(), &ignored);
+        looking_ += isHeld_ ? 1 : 0;
+        change_.notify_all();
+        change_.wait(guard, [this] { return !isHeld_; });
+        looking_ = 0;
+        return isPlugged_;
+    }
+
+  private:
+    void setHeld(bool isHeld) {
+        const std::lock_guard guard(lock_);
+        isHeld_ = isHeld;
+        change_.notify_all();
+    }
+
+    const mrb::Descriptor news_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    std::mutex lock_;
+    std::condition_variable change_;
+    bool isPlugged_ = false;
+    bool isHeld_ = false;
+    int looking_ = 0; // looks that hang
+};
+
+class BusSource final : public mrb::DeviceSource {
+  public:
+    explicit BusSource(Bus &bus) : bus_(bus) {}
+    void addDescriptors(std::vector<pollfd> &waited) const override {
+        waited.push_back({bus_.number(), POLLIN, 0});
+    }
+    void look(DeviceTable &table) override {
+        if (bus_.look()) {
+            table.set("own", Device{});
+        } else {
+            table.remove("own");
+        }
+    }
+
+  private:
+    Bus &bus_;
+};
+
+// The answer of a call, which returns before what hangs goes on.
+template <typename Call, typename Release>
+auto whileHanging(Call call, Release release) {
+    auto answer = std::async(std::launch::async, call);
+    const bool hasReturned = answer.wait_for(support::LIMIT / 8) == std::future_status::ready;
+    EXPECT_TRUE(hasReturned) << "The call waits for what hangs.";
+    if (!hasReturned) {
+        release();
+    }
+    return answer.get();
+}
+
+class DeviceHang : public testing::Test {
+  protected:
+    ~DeviceHang() override { bus.release(); }
+
+    std::size_t count() { return service.list(DeviceKind::USB).size(); }
+    template <typename Call>
+    auto whileHeld(Call call) {
+        return whileHanging(call, [this] { bus.release(); });
+    }
+
+    Bus bus;
+    DeviceService service{[this] {
+        DeviceService::Sources sources;
+        sources.push_back(std::make_unique<BusSource>(bus));
+        return sources;
+    }};
+};
+
+// Hears of the devices of a service.
+struct Heard {
+    explicit Heard(DeviceService &owner) : service(owner) {}
+    ~Heard() { service.unlisten(); }
+    Heard(const Heard &) = delete;
+    Heard &operator=(const Heard &) = delete;
+
+    int listen() { return service.listen(hear, this); }
+    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
+        auto &heard = *static_cast<Heard *>(self);
+        const std::lock_guard guard(heard.lock);
+        heard.events += "+-~"[event];
+        heard.arrived.notify_all();
+    }
+    std::string waitFor(std::size_t number) {
+        std::unique_lock guard(lock);
+        EXPECT_TRUE(arrived.wait_for(guard, support::LIMIT, [&] { return events.size() >= number; }));
+        return events;
+    }
+
+    DeviceService &service;
+    std::mutex lock;
+    std::condition_variable arrived;
+    std::string events;
+};
+
+struct Observer final : mrb::RemovalObserver {
+    void deviceRemoved() override { removed.set_value(); }
+    std::promise<void> removed;
+};
+
+} // namespace
+
+TEST_F(DeviceHang, TheFirstListDoesNotWaitForALookThatHangs) {
+    bus.plug(true);
+    bus.hold();
+    EXPECT_EQ(whileHeld([this] { return count(); }), 0U);
+}
+
+TEST_F(DeviceHang, AListIsWhatWasKnownBeforeTheLookThatHangs) {
+    bus.plug(true);
+    EXPECT_EQ(count(), 1U);
+    Heard heard(service);
+    ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+    bus.hold();
+    bus.plug(false);
+    bus.awaitHeldLook();
+    EXPECT_EQ(whileHeld([this] { return count(); }), 1U);
+    bus.release();
+    EXPECT_EQ(heard.waitFor(1), "-");
+    EXPECT_EQ(count(), 0U);
+}
+
+// A call waits for a look that hangs once at most: many wait no longer than one.
+TEST_F(DeviceHang, ALookThatHangsIsNotWaitedForAgain) {
+    bus.hold();
+    EXPECT_EQ(whileHeld([this] {
+                  std::size_t devices = 0;
+                  for (int number = 0; number < 2000; ++number) {
+                      devices += count();
+                  }
+                  return devices;
+              }),
+              0U);
+}
+
+TEST_F(DeviceHang, WhatTheLookThatHungFindsIsAnEvent) {
+    bus.plug(true);
+    bus.hold();
+    Heard heard(service);
+    EXPECT_EQ(whileHeld([&] { return heard.listen(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([this] { return count(); }), 0U);
+    bus.release();
+    EXPECT_EQ(heard.waitFor(1), "+");
+    EXPECT_EQ(count(), 1U);
+    bus.plug(false);
+    EXPECT_EQ(heard.waitFor(2), "+-");
+}
+
+TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringALookThatHangs) {
+    Heard first(service);
+    Heard second(service);
+    ASSERT_EQ(first.listen(), MRB_ERR_NONE);
+    bus.hold();
+    bus.awaitHeldLook();
+    bus.plug(true);
+    EXPECT_EQ(whileHeld([&] { return second.listen(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([this] { return service.unlisten(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([&] { return second.listen(); }), MRB_ERR_NONE);
+    bus.release();
+    EXPECT_EQ(second.waitFor(1), "+");
+    EXPECT_EQ(service.unlisten(), MRB_ERR_NONE);
+    EXPECT_EQ(first.events, "");
+}
+
+TEST_F(DeviceHang, ARemovalIsAwaitedAndForgottenDuringALookThatHangs) {
+    bus.plug(true);
+    EXPECT_EQ(count(), 1U);
+    Heard heard(service);
+    ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+    bus.hold();
+    bus.awaitHeldLook();
+    const auto observer = std::make_shared<Observer>();
+    const auto forgotten = std::make_shared<Observer>();
+    whileHeld([&] {
+        service.awaitRemoval(Device{}, observer);
+        service.awaitRemoval(Device{}, forgotten);
+        service.forget(*forgotten);
+        return true;
+    });
+    bus.plug(false);
+    bus.release();
+    EXPECT_EQ(observer->removed.get_future().wait_for(support::LIMIT), std::future_status::ready);
+    EXPECT_EQ(heard.waitFor(1), "-");
+    EXPECT_EQ(forgotten->removed.get_future().wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+}
+
+// The table of mounts is a pipe into which nothing writes: already to open it hangs.
+TEST(DeviceHangOfMounts, NoListWaitsForTheTableOfMounts) {
+    support::Folder folder;
+    const std::string pipe = folder.path("mounts");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    DeviceService service([&pipe] {
+        DeviceService::Sources sources;
+        sources.push_back(std::make_unique<mrb::LocalStorage>(pipe));
+        return sources;
+    });
+    const auto list = [&service] { return service.list(DeviceKind::USB).size(); };
+    mrb::Descriptor writer;
+    // It can be opened then, and read to its end; later it is an empty file.
+    const auto release = [&] {
+        writer = mrb::Descriptor(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+        std::ofstream(folder.path("empty")) << "";
+        std::filesystem::rename(folder.path("empty"), pipe);
+        writer = mrb::Descriptor();
+    };
+    EXPECT_EQ(whileHanging(list, release), 0U);
+    EXPECT_EQ(whileHanging(list, release), 0U);
+    release();
+}
+
+namespace {
+
+// Where the system lends nobody the device of such file systems, as in most containers,
+// there are none to try.
+std::vector<const char *> silentFileSystems() {
+    const mrb::Descriptor device(open("/dev/fuse", O_RDWR | O_CLOEXEC));
+    return device ? std::vector{"fuse"} : std::vector<const char *>();
+}
+
+// A file system whose program answers nothing, not even where a file is, until it is ended.
+class SilentFolder : public support::OwnProcess, public testing::WithParamInterface<const char *> {
+  protected:
+    ~SilentFolder() override { end(); }
+    // With one folder that answers beside it.
+    void begin() {
+        const std::string options =
+            "fd=" + std::to_string(program_.number()) + ",rootmode=40000,user_id=0,group_id=0";
+        ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
+    }
+    // Whoever waits for it goes on.
+    void end() {
+        program_ = mrb::Descriptor();
+        umount2(dead.path().c_str(), MNT_DETACH);
+    }
+    template <typename Call>
+    auto whileSilent(Call call) {
+        return whileHanging(call, [this] { end(); });
+    }
+
+    support::Folder dead;
+    support::Folder living;
+
+  private:
+    mrb::Descriptor program_{open("/dev/fuse", O_RDWR | O_CLOEXEC)}; // nothing reads from it
+};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SilentFolder);
+INSTANTIATE_TEST_SUITE_P(, SilentFolder, testing::ValuesIn(silentFileSystems()));
+
+} // namespace
+
+TEST_P(SilentFolder, HoldsNoListUpWhereAFolderInItIsOffered) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    begin();
+    setenv(mrb::OFFERED_FOLDERS, (living.path() + "\n" + dead.path("inside")).c_str(), 1);
+    for (int round = 0; round < 3; ++round) {
+        whileSilent([] { return support::listDevices().size(); });
+    }
+    EXPECT_EQ(whileSilent([] { return support::listDevices(MRB_STORAGE_KIND_PTP).size(); }), 0U);
+    EXPECT_EQ(whileSilent([] { return mrb_unset_usb_callback(); }), MRB_ERR_NONE);
+    support::DeviceListener listener;
+    end();
+    EXPECT_EQ(listener.waitFor(1).at(0).record.mountPath, living.path());
+    EXPECT_EQ(support::listDevices().size(), 1U);
+}
+
+TEST_P(SilentFolder, HoldsNobodyUpWhoAsksForItsStorage) {
+    if (!inside(Surroundings::MOUNTS)) {
+        return;
+    }
+    begin();
+    char *id = nullptr;
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(whileSilent([&] { return mrb_get_storage_id_v2(dead.path("inside").c_str(), &id); }),
+                  MRB_ERR_TIMEOUT);
+    }
+    EXPECT_EQ(mrb_get_storage_id_v2(living.path().c_str(), &id), MRB_ERR_NONE);
+    std::free(id);
+    end();
+}
