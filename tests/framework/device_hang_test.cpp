@@ -7,6 +7,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
@@ -89,7 +90,9 @@ class BusSource final : public mrb::DeviceSource {
     }
     void look(DeviceTable &table) override {
         if (bus_.look()) {
-            table.set("own", Device{});
+            Device device;
+            device.mountPath = "/nowhere/bus";
+            table.set("own", device);
         } else {
             table.remove("own");
         }
@@ -137,9 +140,10 @@ struct Heard {
     Heard &operator=(const Heard &) = delete;
 
     int listen() { return service.listen(hear, this); }
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
+    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
         auto &heard = *static_cast<Heard *>(self);
         const std::lock_guard guard(heard.lock);
+        heard.last = storage->device;
         heard.events += "+-~"[event];
         heard.arrived.notify_all();
     }
@@ -153,6 +157,7 @@ struct Heard {
     std::mutex lock;
     std::condition_variable arrived;
     std::string events;
+    Device last; // that an event was about
 };
 
 struct Observer final : mrb::RemovalObserver {
@@ -244,6 +249,68 @@ TEST_F(DeviceHang, ARemovalIsAwaitedAndForgottenDuringALookThatHangs) {
     EXPECT_EQ(observer->removed.get_future().wait_for(support::LIMIT), std::future_status::ready);
     EXPECT_EQ(heard.waitFor(1), "-");
     EXPECT_EQ(forgotten->removed.get_future().wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+}
+
+TEST(DeviceHangAtTheEnd, ALookThatHangsIsLeftBehind) {
+    // With its thread, and static so that it does not count as a leak.
+    static auto &bus = *new Bus;
+    static auto &service = *new DeviceService([] {
+        DeviceService::Sources sources;
+        sources.push_back(std::make_unique<BusSource>(bus));
+        return sources;
+    });
+    EXPECT_EQ(service.list(DeviceKind::USB).size(), 0U);
+    bus.hold();
+    bus.awaitHeldLook();
+    EXPECT_FALSE(service.shutDown(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+    EXPECT_EQ(service.list(DeviceKind::USB).size(), 0U);
+}
+
+// An event waits for its device's sizes, and nothing waits for the event.
+TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
+    Bus bus;
+    std::promise<void> asked;
+    std::promise<void> answer;
+    std::atomic<int> questions = 0;
+    mrb::SizeGauge gauge([&, answered = answer.get_future().share()](Device &device) {
+        if (++questions == 1) {
+            asked.set_value();
+        }
+        answered.wait();
+        device.total = 77;
+        --questions;
+    });
+    bool isAnswered = false;
+    const auto release = [&] {
+        if (!std::exchange(isAnswered, true)) {
+            answer.set_value();
+        }
+    };
+    mrb::DeviceLimits limits;
+    limits.event = support::LIMIT;
+    {
+        DeviceService service(
+            [&bus] {
+                DeviceService::Sources sources;
+                sources.push_back(std::make_unique<BusSource>(bus));
+                return sources;
+            },
+            gauge, limits);
+        Heard heard(service);
+        ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+        bus.plug(true);
+        asked.get_future().wait();
+        const auto devices = whileHanging([&] { return service.list(DeviceKind::USB); }, release);
+        ASSERT_EQ(devices.size(), 1U);
+        EXPECT_EQ(devices[0].total, 0);
+        EXPECT_EQ(heard.events, "");
+        release();
+        EXPECT_EQ(heard.waitFor(1), "+");
+        EXPECT_EQ(heard.last.total, 77);
+    }
+    while (questions > 0) {
+        std::this_thread::yield();
+    }
 }
 
 // The table of mounts is a pipe into which nothing writes: already to open it hangs.
