@@ -286,7 +286,8 @@ int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating);
  * The id of the storage that holds the existing absolute path `mount_path`, usually
  * a mount point. It is the file system's UUID where the system knows one; else a
  * text made of the mount's type, source and place, which is the same as long as the
- * storage is mounted in the same way.
+ * storage is mounted in the same way. MRB_ERR_TIMEOUT: what holds the path does not answer
+ * within 100 ms.
  */
 int mrb_get_storage_id_v2(const char *mount_path, char **storage_id);
 

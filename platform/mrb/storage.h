@@ -88,7 +88,12 @@ typedef void (*mrb_dlna_state_cb)(mrb_asf_serviceconnector_state_e state, void *
 
 /* ---- lists -------------------------------------------------------------- */
 
-/* On success *list must be given back with mrb_storage_list_destory. */
+/*
+ * On success *list must be given back with mrb_storage_list_destory. The list has what was
+ * attached before the call, as far as the system and the devices say so within 100 ms (a
+ * process's first call: a second); else it is what was known before, and what is found later is
+ * an MRB_STORAGE_EVENT_ADDED.
+ */
 int mrb_get_usb_list(int kind, mrb_storage_list_h *list);
 int mrb_get_dlna_list(mrb_storage_list_h *list);
 
