@@ -26,8 +26,7 @@ pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp)
 # Cameras.
 pkg_check_modules(GPHOTO REQUIRED IMPORTED_TARGET libgphoto2)
 # The network's media servers.
-pkg_check_modules(GUPNP REQUIRED IMPORTED_TARGET gupnp-1.6 gupnp-av-1.0 gio-unix-2.0 libsoup-3.0
-                  libxml-2.0)
+pkg_check_modules(GUPNP REQUIRED IMPORTED_TARGET gupnp-1.6 gio-unix-2.0 libsoup-3.0 libxml-2.0)
 pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale)
 
 # Node's headers must be those of the node that will run, so look beside the

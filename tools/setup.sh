@@ -17,12 +17,12 @@ setup_run_packages=(
     libblkid-dev libudev-dev
     libsystemd-dev libexif-dev libheif-dev libtag1-dev libsqlite3-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libvips-dev libturbojpeg0-dev libwebp-dev
-    libgupnp-1.6-dev libgupnp-av-1.0-dev libgphoto2-dev libexpat1-dev
+    libgupnp-1.6-dev libgphoto2-dev libexpat1-dev
     ffmpeg libimage-exiftool-perl                                   # make the sample library
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
 setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
-    umockdev libumockdev-dev iproute2 dbus minidlna rygel libheif-examples)
+    umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples)
 # Other thumbnailers, with what they read WebP and HEIC by.
 setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer gphoto2)
 

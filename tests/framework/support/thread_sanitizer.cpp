@@ -24,7 +24,6 @@ extern "C" [[gnu::visibility("default")]] const char *__tsan_default_suppression
            "called_from_lib:libgio-2.0.so\n"
            "called_from_lib:libgssdp-1.6.so\n"
            "called_from_lib:libgupnp-1.6.so\n"
-           "called_from_lib:libgupnp-av-1.0.so\n"
            "called_from_lib:libsoup-3.0.so\n"
            "called_from_lib:libudev.so\n"
            "called_from_lib:libumockdev.so\n"
