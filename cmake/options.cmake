@@ -5,6 +5,10 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Programs too, so that they share precompiled headers with libraries.
+set(CMAKE_C_COMPILE_OPTIONS_PIE -fPIC)
+set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC)
+add_compile_options(-pthread) # which the flags of some libraries have, and targets share headers only when all have it
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
