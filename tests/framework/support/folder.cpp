@@ -1,10 +1,13 @@
 #include "support/folder.h"
 
 #include <fcntl.h>
-#include <sys/fsuid.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
@@ -12,8 +15,6 @@
 
 namespace support {
 namespace {
-
-constexpr uid_t NOBODY = 65534;
 
 // In memory where the machine offers that: the tests make tens of thousands of files.
 std::filesystem::path placeForFolders() {
@@ -26,6 +27,15 @@ void require(bool fact, const char *what) {
         throw std::system_error(errno, std::generic_category(), what);
     }
 }
+
+// The capabilities of this thread.
+struct Capabilities {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};
+
+    Capabilities() { require(syscall(SYS_capget, &header, sets.data()) == 0, "capget"); }
+    void apply() { require(syscall(SYS_capset, &header, sets.data()) == 0, "capset"); }
+};
 
 } // namespace
 
@@ -88,15 +98,17 @@ void Folder::chain(const std::string &name, int levels) const {
 }
 
 UnprivilegedFiles::UnprivilegedFiles() {
-    if (geteuid() == 0) {
-        setfsuid(NOBODY);
-        // An impossible id changes nothing and tells the one in force.
-        if (setfsuid(static_cast<uid_t>(-1)) != static_cast<int>(NOBODY)) {
-            throw std::runtime_error("this process may not give up root's access to files");
-        }
-    }
+    Capabilities capabilities;
+    const unsigned past = CAP_TO_MASK(CAP_DAC_OVERRIDE) | CAP_TO_MASK(CAP_DAC_READ_SEARCH);
+    taken_ = capabilities.sets[0].effective & past;
+    capabilities.sets[0].effective &= ~past;
+    capabilities.apply();
 }
 
-UnprivilegedFiles::~UnprivilegedFiles() { setfsuid(geteuid()); }
+UnprivilegedFiles::~UnprivilegedFiles() {
+    Capabilities capabilities;
+    capabilities.sets[0].effective |= taken_;
+    capabilities.apply();
+}
 
 } // namespace support

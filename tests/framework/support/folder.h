@@ -34,14 +34,17 @@ class Folder {
     std::filesystem::path path_;
 };
 
-// While it lives, this thread and those that it starts open files as somebody
-// whom permissions bind, also when the tests run as root.
+// While it lives, permissions bind this thread and those that it starts, also when the
+// tests run as root: it gives up the capabilities that go past them, where it has any.
 class UnprivilegedFiles {
   public:
     UnprivilegedFiles();
     ~UnprivilegedFiles();
     UnprivilegedFiles(const UnprivilegedFiles &) = delete;
     UnprivilegedFiles &operator=(const UnprivilegedFiles &) = delete;
+
+  private:
+    unsigned taken_ = 0;
 };
 
 } // namespace support
