@@ -17,3 +17,9 @@ export function needs(name) {
 
 /** `test` for a file whose tests need this. */
 export const testWith = (name) => (title, body) => test(title, needs(name), body);
+
+/**
+ * How often a test repeats an operation, or on how much: `usual`, or `complete` where the
+ * environment has QUILL_TEST_LONG=1, as it has under ./test --all.
+ */
+export const repetitions = (usual, complete) => (process.env.QUILL_TEST_LONG === '1' ? complete : usual);

@@ -21,9 +21,6 @@ const logs = join(root, 'build', 'test-logs');
 // The product's neighbours replaced by ones that tests steer and read.
 const recorded = (folder) => ({ LD_LIBRARY_PATH: join(folder, 'tests', 'recording') });
 const quill = (folder) => join(folder, 'bin', 'quill');
-// First uses at once, so often of each pair of modules; it says itself how often otherwise.
-const manyFirstUses = (folder) =>
-    (process.argv.includes('--all') && folder.endsWith('dev') ? { FIRST_USE_TRIALS: '200' } : {});
 
 /*
  * name     what ./test NAME calls it; one line runs in each of `builds`
@@ -31,32 +28,39 @@ const manyFirstUses = (folder) =>
  * builds   the presets it runs in; '' needs none
  * more     those that it runs in besides with --all, or when it is named
  * targets  what of the build it needs, all of it unless said; see `needed`
+ * first    files of tests that take long, started before the others
  * parts    so many processes share its tests, where these mostly wait
  * seconds  the limit, of one program or file, far above what it takes
  */
 // Usually one build has everything, and the sanitizers watch what they need little of a
 // second build for: the log, the bridge's document and its classes.
+const RECORDING = ['mrb-recording', 'systemlog-recording', 'recorder'];
 const TABLE = [
-    { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 60 },
+    { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
     { name: 'layout', kind: 'check', builds: [''], check: layout },
     { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['syslog_tests'],
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],
-      command: ['{build}/tests/framework_tests'], parts: 8, env: manyFirstUses, seconds: 1200 },
+      command: ['{build}/tests/framework_tests'], parts: 8, seconds: 1200 },
     { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], targets: ['json_tests'],
       command: ['{build}/tests/json_tests'], seconds: 300 },
     { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'], targets: ['unit_tests'],
       command: ['node', 'tests/unit/run.mjs', '{build}/tests/unit_tests.node'], seconds: 600 },
     { name: 'blackbox', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/blackbox', program: quill,
-      env: recorded, seconds: 600 },
+      env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
     // Once more as it ships: optimised, without a sanitizer.
     { name: 'blackbox', kind: 'node', builds: [], more: ['release'], folder: 'tests/blackbox', program: quill,
-      env: recorded, targets: ['product', 'mrb-recording', 'systemlog-recording', 'recorder'], seconds: 600 },
-    { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/host', seconds: 600 },
-    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', seconds: 1800 },
+      env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
+    // One of its tests looks at every kind of program that is built.
+    { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/host',
+      targets: ['product', 'test-bridges', 'framework_tests', 'unit_tests', 'recorder'], seconds: 600 },
+    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system',
+      targets: ['product', 'mrb-hanging'],
+      first: ['dlna_lists', 'cameras', 'browse', 'copy', 'dlna_share'], seconds: 1800 },
     // The other command, which builds the shipped program where nothing has yet.
     { name: 'run', kind: 'node', builds: [], more: ['release'], folder: 'tests/run', targets: ['product'], seconds: 1800 },
+    // Without targets: what no suite needs, the benchmarks, is compiled at least.
     { name: 'tidy', kind: 'check', builds: [], more: ['dev'], check: tidy },
 ];
 
@@ -87,6 +91,10 @@ function report(title, count, started) {
     if (count.failed) console.log(`${count.details.replace(/^/gm, '    ')}\n`);
 }
 
+// Tests that repeat an operation do so more often where everything runs, in the build that
+// is slowed by no sanitizer.
+const isLong = ({ build }) => process.argv.includes('--all') && build === 'dev';
+
 const names = process.argv.slice(2).filter((argument) => !argument.startsWith('--'));
 const chosen = chosenSuites(names, process.argv.includes('--all'));
 if (process.argv.includes('--list')) {
@@ -109,8 +117,6 @@ process.env.TMPDIR = mkdtempSync(join(tmpdir(), 'quill-test-'));
 chmodSync(process.env.TMPDIR, 0o755); // tests that give up root's rights go on reading here
 // What is learnt of test media is not for the user's programs.
 process.env.MRB_CACHE_FOLDER = join(process.env.TMPDIR, 'cache');
-// Tests that repeat an operation do so more often where everything runs.
-if (process.argv.includes('--all')) process.env.QUILL_TESTS_COMPLETE = '1';
 process.on('exit', () => {
     try {
         rmSync(process.env.TMPDIR, { recursive: true, force: true });
@@ -139,7 +145,7 @@ for (const preset of new Set(chosen.map((suite) => suite.build))) {
         const started = Date.now();
         const count = unbuilt
             ? { passed: 0, failed: 1, skipped: {}, details: `not run: build/${preset} failed` }
-            : await kinds[suite.kind](suite, root, missing);
+            : await kinds[suite.kind]({ ...suite, isLong: isLong(suite) }, root, missing);
         report(titleOf(suite), count, started);
         counts.push(count);
     }

@@ -59,7 +59,7 @@ class DlnaLeave : public support::DlnaTest {
                 "uuid:4d696e69-444c-164e-9d41-" + std::to_string(100'000'000'000 + number)));
         }
         support::expectNothingLeft(
-            support::roundsOf(40),
+            support::repetitions(40, 200),
             [&] {
                 const support::DlnaClient service;
                 for (const auto &server : all) {

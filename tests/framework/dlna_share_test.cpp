@@ -300,7 +300,7 @@ TEST_F(DlnaFetch, ManyLeaveNothingBehind) {
     Fetching fetching({"/0.jpg"}, 300'000,
                       [](const Asked & /*asked*/, const Wire &wire) { wire.send(fileOf(300'000)); });
     const std::string id = fetching.list();
-    support::expectNothingLeft(support::roundsOf(100), [&] {
+    support::expectNothingLeft(support::repetitions(100, 1000), [&] {
         Sharing sharing;
         ASSERT_EQ(sharing.fetch(fetching.client, id, fetching.to.path()), MRB_ERR_NONE);
         EXPECT_EQ(sharing.waitForEnd().event, MRB_EVENT_SHARE_DONE);
@@ -320,7 +320,7 @@ TEST_F(DlnaFetch, ManyThatAreStoppedLeaveNothingBehind) {
         wire.wait();
     });
     const std::string id = fetching.list();
-    support::expectNothingLeft(support::roundsOf(100), [&] {
+    support::expectNothingLeft(support::repetitions(100, 1000), [&] {
         const int before = sent;
         Sharing sharing;
         ASSERT_EQ(sharing.fetch(fetching.client, id, fetching.to.path()), MRB_ERR_NONE);

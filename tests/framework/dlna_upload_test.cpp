@@ -395,7 +395,7 @@ TEST_F(DlnaUpload, ManyLeaveNothingBehind) {
         const std::string id = service.server();
         Client client;
         select(client);
-        support::expectNothingLeft(support::roundsOf(40), [&] {
+        support::expectNothingLeft(support::repetitions(40, 350), [&] {
             server.forget();
             Sharing sharing;
             ASSERT_EQ(sharing.send(client, id), MRB_ERR_NONE);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <future>
 #include <map>
 #include <memory>
@@ -15,15 +14,9 @@
 
 #include "support/folder.h"
 #include "support/programs.h"
+#include "support/resources.h"
 
 namespace {
-
-// So many of each pair: few, unless the environment asks for more.
-int trials() {
-    constexpr int FEW = 8;
-    const char *wanted = std::getenv("FIRST_USE_TRIALS");
-    return wanted != nullptr ? std::atoi(wanted) : FEW;
-}
 
 class FirstUse : public testing::TestWithParam<std::pair<const char *, const char *>> {
   protected:
@@ -52,7 +45,7 @@ TEST_P(FirstUse, OfTwoAtOnceBothComeToTheirEnd) {
     constexpr unsigned LONGEST = 10'000; // microseconds between the two
     constexpr unsigned STEP = 7919;      // which has them differ from trial to trial
     const auto [one, other] = GetParam();
-    const int all = trials();
+    const int all = support::repetitions(8, 200); // of each pair
     std::vector<std::future<void>> lines;
     for (int line = 0; line < AT_ONCE; ++line) {
         lines.push_back(std::async(std::launch::async, [=, first = one, second = other] {

@@ -7,12 +7,14 @@
 #include <filesystem>
 #include <functional>
 #include <numeric>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "support/client.h"
 #include "support/folder.h"
 #include "support/programs.h"
+#include "support/resources.h"
 #include "support/thumbnails.h"
 
 using support::Bitmap;
@@ -145,8 +147,10 @@ TEST_F(Moments, OfEveryContainerAreAsManyAsAreAskedForInOrderAndNoneIsLate) {
         int seconds;
         int keyInterval;
     };
+    constexpr Length LENGTHS[] = {{2, 12}, {20, 250}, {1, 250}, {20, 12}};
+    const auto lengths = std::span(LENGTHS).first(static_cast<std::size_t>(support::repetitions(2, 4)));
     for (const Kind &kind : KINDS) {
-        for (const auto &[seconds, keyInterval] : {Length{1, 250}, {2, 12}, {20, 12}, {20, 250}}) {
+        for (const auto &[seconds, keyInterval] : lengths) {
             SCOPED_TRACE(kind.name + " of " + std::to_string(seconds) + " s with a key frame in " +
                          std::to_string(keyInterval));
             const int frames = seconds * RATE;

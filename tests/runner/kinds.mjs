@@ -20,6 +20,11 @@ function buildFolderOf(suite, root) {
     return suite.build ? join(root, 'build', suite.build) : '';
 }
 
+/** What a suite adds to the environment. */
+function settingsOf(suite, folder) {
+    return { ...(suite.isLong && { QUILL_TEST_LONG: '1' }), ...suite.env?.(folder) };
+}
+
 function logOf(suite, root, part = '') {
     return join(root, 'build', 'test-logs', `${[suite.name, suite.build, part].filter(Boolean).join('-')}.log`);
 }
@@ -53,7 +58,7 @@ async function gtestPart(suite, root, missing, number, parts) {
         ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
         QUILL_BUILD: folder,
         ...(part && { GTEST_TOTAL_SHARDS: `${parts}`, GTEST_SHARD_INDEX: `${number}` }),
-        ...suite.env?.(folder),
+        ...settingsOf(suite, folder),
     };
     const command = await withoutRandomAddresses(suite.build, words);
     const { output, ended } = await run(command[0], command.slice(1), {
@@ -80,8 +85,10 @@ async function node(suite, root, missing) {
     if (files.length === 0) {
         return { passed: 0, failed: 1, skipped: {}, details: `there is no file ${suite.folder}/*.test.mjs` };
     }
-    const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...suite.env?.(folder) };
+    const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...settingsOf(suite, folder) };
     const program = suite.program?.(folder) ?? NODE;
+    const isFirst = (file) => suite.first?.includes(basename(file, '.test.mjs')) ?? false;
+    files.sort((one, other) => isFirst(other) - isFirst(one));
     const counts = await inParallel(files, AT_ONCE, async (file) => {
         const words = [program, '--test-reporter=tap', join(root, file)];
         const command = await withoutRandomAddresses(suite.build, words);

@@ -4,7 +4,7 @@ import { execFileSync } from 'node:child_process';
 import { linkSync, statSync } from 'node:fs';
 import path from 'node:path';
 
-import { testWith } from '../needs.mjs';
+import { repetitions, testWith } from '../needs.mjs';
 import { folder } from './harness.mjs';
 import { run } from './dlna_script.mjs';
 import { configuration, rygelConfiguration } from './media_server.mjs';
@@ -53,7 +53,8 @@ test('five thousand items of a server are listed, paged, searched and sorted', a
   assert.deepEqual(backwards, ['picture 5000', 'picture 4999']);
 });
 
-test('a server of another kind shows five thousand items too', async () => {
+test('a server of another kind shows thousands of items too', async () => {
+  const total = repetitions(1000, COUNT); // it takes far longer to find them than we to list them
   const { whole, names, last, found } = await run(`
     const COUNT = Number(process.argv[3]);
     const { server, id } = await meet(() => serveRygel(process.argv[2]));
@@ -64,11 +65,11 @@ test('a server of another kind shows five thousand items too', async () => {
     const found = await list({ ...where, param_key_word: 'PICTURE 49' });
     process.kill(-server.pid);
     finish({ whole, names: all.map((item) => item.name), last: all.at(-1), found });`,
-  rygelConfiguration('Shelf', pictures(COUNT)), String(COUNT));
-  assert.deepEqual([whole.event, whole.item_count], [0, COUNT]);
-  assert.deepEqual(names, Array.from({ length: COUNT }, (_, index) => `picture ${index + 1}`));
+  rygelConfiguration('Shelf', pictures(total)), String(total));
+  assert.deepEqual([whole.event, whole.item_count], [0, total]);
+  assert.deepEqual(names, Array.from({ length: total }, (_, index) => `picture ${index + 1}`));
   assert.match(last.url, /^http:\/\/127\.0\.0\.1:\d+\//);
-  assert.deepEqual([found.event, found.item_count], [0, 111]);
+  assert.deepEqual([found.event, found.item_count], [0, names.filter((name) => name.startsWith('picture 49')).length]);
 });
 
 /** A song, a picture and a film, and what is in them. */

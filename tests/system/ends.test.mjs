@@ -6,10 +6,13 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { build, script, start } from '../host/harness.mjs';
+import { inParallel } from '../runner/process.mjs';
 import { folder } from './harness.mjs';
 
 // Two seconds are the bound; a machine that is busy with other things needs more for its own part.
 const LIMIT_MS = 15_000;
+// Programs that mostly wait for that bound.
+const AT_ONCE = 4;
 
 /** The libraries of the build in a folder, the named modules replaced by one that hangs. */
 function librariesWith(modules) {
@@ -79,14 +82,10 @@ async function end(modules, { name, before = '', asked = '', kill, status = null
 for (const module of Object.keys(USES)) {
   test(`a program ends while the loading of ${module} hangs`, async () => {
     const ends = /readers|cameras/.test(module) ? ENDS : [...ENDS, RELEASE];
-    for (const each of ends) {
-      await end([module], each);
-    }
+    await inParallel(ends, AT_ONCE, (each) => end([module], each));
   });
 }
 
 test('a program ends while all that it uses waits for what hangs', async () => {
-  for (const each of ENDS) {
-    await end(['decoders', 'dlna', 'cameras'], each);
-  }
+  await inParallel(ENDS, AT_ONCE, (each) => end(['decoders', 'dlna', 'cameras'], each));
 });

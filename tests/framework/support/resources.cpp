@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <string_view>
 #include <thread>
 
 #include "support/client.h"
@@ -33,9 +34,9 @@ Resources resourcesNow() {
 
 } // namespace
 
-int roundsOf(int usual) {
-    const char *wanted = std::getenv("QUILL_TEST_ROUNDS");
-    return wanted != nullptr ? std::max(1, std::atoi(wanted)) : usual;
+int repetitions(int usual, int complete) {
+    const char *isLong = std::getenv("QUILL_TEST_LONG");
+    return isLong != nullptr && std::string_view(isLong) == "1" ? complete : usual;
 }
 
 void expectNothingLeft(int rounds, const std::function<void()> &round, double bytesPerRound) {

@@ -4,9 +4,9 @@
 
 namespace support {
 
-// How often something is done that must leave nothing behind, unless the environment
-// variable QUILL_TEST_ROUNDS says otherwise.
-int roundsOf(int usual);
+// How often a test repeats an operation: `usual` times, `complete` times where the
+// environment has QUILL_TEST_LONG=1, as it has under ./test --all.
+int repetitions(int usual, int complete);
 
 // Does it again and again, after some rounds that fill caches and pools. A test failure
 // when descriptors or threads are more afterwards, and are not given back in a long time, or
