@@ -3,7 +3,7 @@
 // command line, the checks or clang-tidy itself change.
 
 import { createHash } from 'node:crypto';
-import { copyFileSync, existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { cpus } from 'node:os';
 import { join, resolve } from 'node:path';
 
@@ -24,18 +24,12 @@ async function dependencies(buildFolder) {
 }
 
 /**
- * g++'s precompiled headers mean nothing to clang, which refuses to find them
- * beside the header: the header is included from a copy.
+ * The command without what only g++ knows: its own parameters and precompiled headers.
+ * Without these each file is checked with its own includes alone, which shows besides
+ * that it has those that it needs.
  */
-function withoutPrecompiledHeaders(entry, folder) {
-    const command = entry.command
-        .replace(/ -Winvalid-pch/g, '')
-        .replace(/-include (\S+cmake_pch\.h\w*)/g, (_, header) => {
-            const copy = join(folder, `${createHash('sha256').update(header).digest('hex').slice(0, 16)}.hxx`);
-            copyFileSync(header, copy);
-            return `-include ${copy}`;
-        });
-    return { ...entry, command };
+function forClang(entry) {
+    return { ...entry, command: entry.command.replace(/ (-Winvalid-pch|--param=\S+|-include \S+cmake_pch\.h\w*)/g, '') };
 }
 
 /** A digest of all that decides what clang-tidy says of a file. */
@@ -55,7 +49,7 @@ export async function tidy(root) {
     if (version.ended) return `clang-tidy ${version.ended}`;
     const checks = readFileSync(join(root, '.clang-tidy'));
     const all = JSON.parse(readFileSync(join(buildFolder, 'compile_commands.json'), 'utf8'));
-    const commands = new Map(all.map((entry) => [entry.file, withoutPrecompiledHeaders(entry, folder)]));
+    const commands = new Map(all.map((entry) => [entry.file, forClang(entry)]));
     writeFileSync(join(folder, 'compile_commands.json'), JSON.stringify([...commands.values()]));
     const compiledFrom = await dependencies(buildFolder);
 
