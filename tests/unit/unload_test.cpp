@@ -27,7 +27,7 @@ size_t allocatedNow() {
 #endif
 }
 
-/// A copy of the shipped library, which no other part of this process has loaded.
+/// A copy of the library as it ships, which no other part of this process has loaded.
 class Unload : public EngineTest {
   protected:
     Unload() {
@@ -36,7 +36,7 @@ class Unload : public EngineTest {
         recording::setLogRecording(false);
         const char *const build = std::getenv("QUILL_BUILD");
         const std::filesystem::path shipped =
-            std::filesystem::path(build == nullptr ? "." : build) / "lib/libquillmrbbridge.so";
+            std::filesystem::path(build == nullptr ? "." : build) / "tests/unload/libquillmrbbridge.so";
         copy_ = testing::TempDir() + "libunload-" + std::to_string(getpid()) + ".so";
         std::filesystem::copy_file(shipped, copy_, std::filesystem::copy_options::overwrite_existing);
     }
