@@ -130,6 +130,7 @@ bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
     isFinished = workers_.finish(deadline) && isFinished;
     isFinished = shares_.finish(deadline) && isFinished;
     isFinished = watcher_.finish(deadline) && isFinished;
+    isFinished = library_.finish(deadline) && isFinished;
     // Who was left behind may be at work with the cache.
     if (isFinished) {
         library_.close();

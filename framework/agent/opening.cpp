@@ -44,6 +44,9 @@ void Opening::run() noexcept {
     try {
         begin_.wait();
         reportedAt_ = steady_clock::now();
+        if (!source_->watchedRoot().empty()) {
+            library_->prepare();
+        }
         beginWatch();
         result_ = fill();
         sort(result_.outcome);
@@ -69,6 +72,7 @@ void Opening::run() noexcept {
 // Somebody who sees the items asks about them next, and should not wait for libraries.
 void Opening::prepareFields() const {
     if (!stopped() && list_.passed() > 0 && hasFiles()) {
+        library_->prepare();
         loadReaders();
     }
 }

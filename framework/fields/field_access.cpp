@@ -100,6 +100,10 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
     }
     const FactValue found = fieldValue(*field, *entry, isPlaced ? opening.locate(*entry) : ItemLocation(),
                                        record ? *record : noRecord());
+    if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
+        (record->written.empty() || isNothing(found))) {
+        return {MRB_ERR_TIMEOUT, "The metadata cache does not answer in time."};
+    }
     if (isNothing(found)) {
         if (reading.code != MRB_ERR_NONE) {
             return reading;

@@ -9,73 +9,42 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include "base/log.h"
-#include "metadata/cache_layout.h"
-#include "metadata/database.h"
+#include "metadata/cache_connection.h"
 
 namespace mrb {
 namespace {
 
+using std::chrono::steady_clock;
+
 constexpr std::size_t MOST_RECENT = 1024;
+// How long another process may have its turn, and how often it is looked whether it still has.
+constexpr auto LONGEST_TURN = std::chrono::seconds(2);
+constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(5);
+// When a file that another process held is tried again.
+constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 
 std::string variable(const char *name) {
     const char *value = std::getenv(name);
     return value != nullptr ? value : "";
 }
 
-// One text for a key, for looking it up in memory.
+Outcome failed(const DatabaseError &failure) {
+    return {failure.isBusy() ? MRB_ERR_BUSY : MRB_ERR_IO,
+            std::string("Something cannot be kept: ") + failure.what()};
+}
+
+} // namespace
+
 std::string textOf(const MediaKey &key) {
     std::string text = key.volume;
     text.append(1, '\0').append(key.path).append(1, '\0');
     return text.append(std::to_string(key.size)).append(1, '/').append(std::to_string(key.modified));
 }
 
-void bindKey(Statement &statement, const MediaKey &key) {
-    statement.bind(0, std::string_view(key.volume));
-    statement.bindBytes(1, key.path);
-    statement.bind(2, key.size);
-    statement.bind(3, key.modified);
-}
-
-// Ends a statement's run however the work with it ends.
-class Run {
-  public:
-    explicit Run(Statement &statement) : statement_(statement) {}
-    ~Run() { statement_.reset(); }
-    Run(const Run &) = delete;
-    Run &operator=(const Run &) = delete;
-
-  private:
-    Statement &statement_;
-};
-
-} // namespace
-
-struct MetadataCache::Connection {
-    explicit Connection(const std::string &path) : database(path) {
-        for (const char *setting : CACHE_SETTINGS) {
-            database.execute(setting);
-        }
-        database.execute(sqlOfTables().c_str());
-        findFacts.emplace(database, sqlOfFindFacts());
-        findWritten.emplace(database, sqlOfFindWritten());
-        storeFacts.emplace(database, sqlOfStoreFacts());
-        dropWritten.emplace(database, sqlOfDropWritten());
-        storeWritten.emplace(database, sqlOfStoreWritten());
-        fileVersion.emplace(database, "PRAGMA data_version");
-    }
-
-    Database database;
-    std::optional<Statement> findFacts;
-    std::optional<Statement> findWritten;
-    std::optional<Statement> storeFacts;
-    std::optional<Statement> dropWritten;
-    std::optional<Statement> storeWritten;
-    std::optional<Statement> fileVersion;
-};
-
-MetadataCache::MetadataCache(std::string folder) : folder_(std::move(folder)) {}
+MetadataCache::MetadataCache(std::string folder) : folder_(std::move(folder)), isInMemory_(folder_.empty()) {}
 
 MetadataCache::~MetadataCache() = default;
 
@@ -91,23 +60,31 @@ std::string MetadataCache::folderOfEnvironment() {
     return home.starts_with('/') ? home + "/.cache/mrb" : "";
 }
 
+// While another process holds the file, the database in memory stands in for it.
 void MetadataCache::open() {
-    if (connection_) {
+    if (connection_ && !(tryAgainAt_ && steady_clock::now() >= *tryAgainAt_)) {
         return;
     }
+    tryAgainAt_.reset();
     recent_.clear();
     isOnDisk_ = false;
     if (!folder_.empty()) {
         try {
             openFile();
             isOnDisk_ = true;
+            isInMemory_ = false;
+            ++openings_;
             return;
         } catch (const DatabaseError &failure) {
+            if (failure.isBusy()) {
+                tryAgainAt_ = steady_clock::now() + TIME_OF_ANOTHER;
+            }
             MRB_LOG_WARNING("Metadata are kept in memory only, %s cannot be used: %s", folder_.c_str(),
                             failure.what());
         }
     }
-    connection_ = std::make_unique<Connection>("");
+    connection_ = std::make_unique<CacheConnection>("", Database::Role::WRITER);
+    isInMemory_ = true;
 }
 
 // Of several processes, one at a time begins the file or sets it aside: SQLite does
@@ -115,8 +92,12 @@ void MetadataCache::open() {
 // to, there is nothing to be taken turns at.
 Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (turn) {
-        flock(turn.number(), LOCK_EX);
+    const auto last = steady_clock::now() + LONGEST_TURN;
+    while (turn && flock(turn.number(), LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
+        if (steady_clock::now() >= last) {
+            throw DatabaseError::busy("another process does not let go of its lock");
+        }
+        std::this_thread::sleep_for(BETWEEN_TRIES);
     }
     return turn;
 }
@@ -124,16 +105,16 @@ Descriptor MetadataCache::takeTurn() const {
 void MetadataCache::openFile() {
     std::error_code ignored;
     std::filesystem::create_directories(folder_, ignored);
-    const std::string path = folder_ + '/' + FILE_NAME;
+    const std::string path = file();
     const Descriptor turn = takeTurn();
     try {
-        connection_ = std::make_unique<Connection>(path);
+        connection_ = std::make_unique<CacheConnection>(path, Database::Role::WRITER);
     } catch (const DatabaseError &failure) {
         if (!failure.isDamage()) {
             throw;
         }
         setAside(failure.what());
-        connection_ = std::make_unique<Connection>(path);
+        connection_ = std::make_unique<CacheConnection>(path, Database::Role::WRITER);
     }
     // Tells who is trusted with the names of somebody's files.
     chmod(path.c_str(), S_IRUSR | S_IWUSR);
@@ -143,11 +124,9 @@ void MetadataCache::openFile() {
 // damaged, one does, and the others must not move the new one.
 void MetadataCache::setAside(const std::string &why) {
     connection_.reset();
-    const std::string path = folder_ + '/' + FILE_NAME;
+    const std::string path = file();
     try {
-        const Connection already(path);
-        Statement check(already.database, "PRAGMA quick_check(1)");
-        if (check.step() && std::get<std::string>(check.column(0)) == "ok") {
+        if (CacheConnection(path, Database::Role::WRITER).isSound()) {
             return;
         }
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): it is damaged, as we were told
@@ -186,9 +165,7 @@ void MetadataCache::forgetIfChanged() {
     if (!isOnDisk_) {
         return;
     }
-    Statement &statement = *connection_->fileVersion;
-    const Run run(statement);
-    const std::int64_t version = statement.step() ? statement.number(0) : 0;
+    const std::int64_t version = connection_->version();
     if (version != version_) {
         version_ = version;
         recent_.clear();
@@ -205,34 +182,41 @@ std::shared_ptr<const MediaRecord> MetadataCache::find(const MediaKey &key) {
     }
 }
 
+// Whatever the reader cannot do, but to wait, is left to the writer: it creates the file, and
+// sets a damaged one aside.
+CacheAnswer MetadataCache::lookUp(const MediaKey &key) {
+    const std::lock_guard guard(lookingUp_);
+    if (!isInMemory_) {
+        try {
+            CacheAnswer answer{nullptr, true, false};
+            const unsigned opening = openings_;
+            if (!reader_ || readerOpening_ != opening) {
+                reader_ = std::make_unique<CacheConnection>(file(), Database::Role::READER);
+                readerOpening_ = opening;
+                answer.othersChanged = true;
+            }
+            const std::int64_t version = reader_->version();
+            answer.othersChanged = answer.othersChanged || version != readerVersion_;
+            readerVersion_ = version;
+            answer.record = std::make_shared<MediaRecord>(reader_->read(key));
+            return answer;
+        } catch (const DatabaseError &failure) {
+            reader_.reset();
+            if (failure.isBusy()) {
+                return {nullptr, false, true};
+            }
+        }
+    }
+    return {find(key), false, true};
+}
+
 std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
     forgetIfChanged();
     const std::string text = textOf(key);
     if (const auto found = recent_.find(text); found != recent_.end()) {
         return found->second;
     }
-    auto record = std::make_shared<MediaRecord>();
-    {
-        Statement &statement = *connection_->findFacts;
-        const Run run(statement);
-        bindKey(statement, key);
-        if (statement.step()) {
-            record->isRead = true;
-            for (std::size_t fact = 0; fact < FACTS; ++fact) {
-                record->facts.set(static_cast<Fact>(fact), statement.column(static_cast<int>(fact)));
-            }
-        }
-    }
-    {
-        Statement &statement = *connection_->findWritten;
-        const Run run(statement);
-        bindKey(statement, key);
-        while (statement.step()) {
-            if (const FactValue name = statement.column(0); std::holds_alternative<std::string>(name)) {
-                record->written.insert_or_assign(std::get<std::string>(name), statement.column(1));
-            }
-        }
-    }
+    auto record = std::make_shared<MediaRecord>(connection_->read(key));
     if (recent_.size() >= MOST_RECENT) {
         recent_.clear();
     }
@@ -240,47 +224,32 @@ std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
     return record;
 }
 
-void MetadataCache::store(std::span<const std::pair<MediaKey, Metadata>> files) {
+Outcome MetadataCache::store(std::span<const FileFacts> files) {
     if (files.empty()) {
-        return;
+        return {};
     }
     const std::lock_guard guard(lock_);
     try {
         withConnection([&] {
-            connection_->database.execute("BEGIN IMMEDIATE");
-            try {
-                for (const auto &[key, facts] : files) {
-                    Statement &statement = *connection_->storeFacts;
-                    const Run run(statement);
-                    bindKey(statement, key);
-                    for (std::size_t fact = 0; fact < FACTS; ++fact) {
-                        statement.bind(static_cast<int>(fact) + KEY_COLUMNS, facts[static_cast<Fact>(fact)]);
-                    }
-                    statement.step();
-                    recent_.erase(textOf(key));
-                }
-                connection_->database.execute("COMMIT");
-            } catch (const DatabaseError &) {
-                // Some failures have rolled it back already.
-                try {
-                    connection_->database.execute("ROLLBACK");
-                } catch (const DatabaseError &) { // NOLINT(bugprone-empty-catch): the first one tells
-                }
-                throw;
+            connection_->store(files);
+            for (const auto &[key, facts] : files) {
+                recent_.erase(textOf(key));
             }
         });
+        return {};
     } catch (const DatabaseError &failure) {
         MRB_LOG_WARNING("Metadata of %zu files are not kept: %s", files.size(), failure.what());
         if (failure.isFull()) {
             dropFacts();
         }
+        return failed(failure);
     }
 }
 
 // All of them can be read again from the files; what clients wrote stays.
 void MetadataCache::dropFacts() noexcept {
     try {
-        connection_->database.execute(sqlOfDropFacts().c_str());
+        connection_->dropFacts();
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The metadata cache cannot be emptied: %s", failure.what());
     }
@@ -290,35 +259,25 @@ Outcome MetadataCache::write(const MediaKey &key, const WrittenFields &fields) {
     const std::lock_guard guard(lock_);
     try {
         return withConnection([&]() -> Outcome {
+            if (tryAgainAt_) {
+                return {MRB_ERR_BUSY, "Fields cannot be written: another process holds the cache."};
+            }
             if (!isOnDisk_) {
                 return {MRB_ERR_PERMISSION_DENIED,
                         "Fields are not written: there is no folder to keep them in."};
             }
-            {
-                // Of a file that was another one when they were written.
-                Statement &statement = *connection_->dropWritten;
-                const Run run(statement);
-                bindKey(statement, key);
-                statement.step();
-            }
-            for (const auto &[name, value] : fields) {
-                Statement &statement = *connection_->storeWritten;
-                const Run run(statement);
-                bindKey(statement, key);
-                statement.bind(KEY_COLUMNS, std::string_view(name));
-                statement.bind(KEY_COLUMNS + 1, value);
-                statement.step();
-            }
+            connection_->write(key, fields);
             recent_.erase(textOf(key));
             return {};
         });
     } catch (const DatabaseError &failure) {
-        return {MRB_ERR_IO, std::string("A field cannot be kept: ") + failure.what()};
+        return failed(failure);
     }
 }
 
 void MetadataCache::close() {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock guard(lookingUp_, lock_);
+    reader_.reset();
     connection_.reset();
     recent_.clear();
 }

@@ -1,65 +1,43 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
-#include <utility>
 
 #include "base/descriptor.h"
-#include "base/result.h"
-#include "metadata/facts.h"
+#include "metadata/cache_storage.h"
 
 namespace mrb {
 
-class Database;
-class Statement;
-
-// Names the contents of a file: another size or time, and it is another file.
-struct MediaKey {
-    std::string volume; // the storage's id
-    std::string path;   // below the storage's mount place; any bytes but zero
-    std::int64_t size = 0;
-    std::int64_t modified = 0; // seconds since 1970
-
-    bool operator==(const MediaKey &) const = default;
-};
-
-// The fields that a client wrote, by name.
-using WrittenFields = std::map<std::string, FactValue, std::less<>>;
-
-// What is known of a file: its metadata, once they were read, and the fields written.
-struct MediaRecord {
-    bool isRead = false;
-    Metadata facts;
-    WrittenFields written;
-};
+class CacheConnection;
 
 // Metadata and written fields on disk, shared by all processes of a user. When the
 // file is damaged it is set aside and a new one begun; when there is no place to
 // write to, metadata are kept in memory as long as the process lives, and fields
-// cannot be written. Any thread may call it; a call holds the lock for as long as
-// SQLite takes for one file, or for one batch of files.
-class MetadataCache {
+// cannot be written. Owned by the MediaLibrary. The framework's own threads call it, and
+// clients' calls never do: it holds its lock for as long as SQLite, the disk and other
+// processes take.
+class MetadataCache final : public CacheStorage {
   public:
     // `folder` is made when it is first needed; empty: no place on disk.
     explicit MetadataCache(std::string folder);
-    ~MetadataCache();
+    ~MetadataCache() override;
     MetadataCache(const MetadataCache &) = delete;
     MetadataCache &operator=(const MetadataCache &) = delete;
 
     // What is known of the file; nothing when it was never read nor written to.
     std::shared_ptr<const MediaRecord> find(const MediaKey &key);
 
-    // Keeps metadata. What cannot be kept on disk is no failure: they are read again.
-    void store(std::span<const std::pair<MediaKey, Metadata>> files);
-
-    // Keeps fields that a client wrote.
-    Outcome write(const MediaKey &key, const WrittenFields &fields);
+    // The same through a connection of its own, which no write holds up.
+    CacheAnswer lookUp(const MediaKey &key) override;
+    Outcome store(std::span<const FileFacts> files) override;
+    Outcome write(const MediaKey &key, const WrittenFields &fields) override;
 
     // Closes the file; the next call opens it again.
     void close();
@@ -72,10 +50,9 @@ class MetadataCache {
     static constexpr const char *FILE_NAME = "metadata-1.sqlite";
 
   private:
-    struct Connection;
-
     template <typename Work>
     auto withConnection(Work &&work);
+    [[nodiscard]] std::string file() const { return folder_ + '/' + FILE_NAME; }
     void open();
     [[nodiscard]] Descriptor takeTurn() const;
     void openFile();
@@ -85,13 +62,23 @@ class MetadataCache {
     void dropFacts() noexcept;
 
     const std::string folder_;
+    // How often the file was opened; another one may have taken its place.
+    std::atomic<unsigned> openings_ = 0;
+    std::atomic<bool> isInMemory_;
+
+    std::mutex lookingUp_; // guards what follows; comes before lock_
+    std::unique_ptr<CacheConnection> reader_;
+    unsigned readerOpening_ = 0; // of openings_, when the reader was opened
+    std::int64_t readerVersion_ = 0;
 
     std::mutex lock_; // guards what follows
-    std::unique_ptr<Connection> connection_;
+    std::unique_ptr<CacheConnection> connection_;
     bool isOnDisk_ = false;
-    // What was asked for last, since a script reads one field after the other.
+    // Another process held the file: then it is tried again.
+    std::optional<std::chrono::steady_clock::time_point> tryAgainAt_;
+    // What was asked for last, since a list is read through more than once.
     std::unordered_map<std::string, std::shared_ptr<const MediaRecord>> recent_;
-    std::int64_t version_ = 0; // of the file as other processes change it
+    std::int64_t version_ = 0; // of the file as other connections change it
 };
 
 } // namespace mrb

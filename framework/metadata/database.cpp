@@ -14,6 +14,8 @@ constexpr int PATIENCE_MS = 2000;
 
 } // namespace
 
+DatabaseError DatabaseError::busy(const std::string &text) { return {SQLITE_BUSY, text}; }
+
 bool DatabaseError::isDamage() const {
     const int primary = code_ & 0xff;
     // SQLITE_ERROR: the tables are not those that we made.
@@ -25,19 +27,27 @@ void Database::Close::operator()(sqlite3 *handle) const { sqlite3_close_v2(handl
 
 bool DatabaseError::isFull() const { return (code_ & 0xff) == SQLITE_FULL; }
 
-Database::Database(const std::string &path) {
+bool DatabaseError::isBusy() const { return (code_ & 0xff) == SQLITE_BUSY; }
+
+Database::Database(const std::string &path, Role role) {
     sqlite3 *opened = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const bool isReader = role == Role::READER;
+    // For writing too: readers of a write-ahead log note there how far they have come.
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (isReader ? 0 : SQLITE_OPEN_CREATE);
     const int code = sqlite3_open_v2(path.empty() ? ":memory:" : path.c_str(), &opened, flags, nullptr);
     handle_.reset(opened);
     if (code != SQLITE_OK) {
         fail(opened, code);
     }
     sqlite3_extended_result_codes(opened, 1);
-    sqlite3_busy_timeout(opened, PATIENCE_MS);
+    sqlite3_busy_timeout(opened, isReader ? 0 : PATIENCE_MS);
     // The file may have been made by somebody else to do us harm.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    if (isReader) {
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        execute("PRAGMA query_only = ON");
+    }
 }
 
 void Database::execute(const char *sql) {

@@ -17,8 +17,11 @@ namespace mrb {
 class DatabaseError : public std::runtime_error {
   public:
     DatabaseError(int code, const std::string &text) : std::runtime_error(text), code_(code) {}
+    // For a wait that is not SQLite's own.
+    static DatabaseError busy(const std::string &text);
     [[nodiscard]] bool isDamage() const; // the file's contents, not its surroundings, are at fault
     [[nodiscard]] bool isFull() const;   // the file is as large as it may be, or the disk is
+    [[nodiscard]] bool isBusy() const;   // another connection held the file for too long
 
   private:
     int code_;
@@ -28,7 +31,11 @@ class DatabaseError : public std::runtime_error {
 // which uses it on one thread at a time.
 class Database {
   public:
-    explicit Database(const std::string &path);
+    // A READER finds the file as it is: it neither creates nor changes it, and does not wait
+    // for a connection that holds it.
+    enum class Role : std::uint8_t { WRITER, READER };
+
+    explicit Database(const std::string &path, Role role = Role::WRITER);
 
     void execute(const char *sql);
     [[nodiscard]] sqlite3 *get() const { return handle_.get(); }

@@ -8,8 +8,6 @@
 namespace mrb {
 namespace {
 
-using Batch = std::vector<std::pair<MediaKey, Metadata>>;
-
 // The key of the file as it is now.
 MediaKey keyNow(const MediaItem &item, const MediaFile &file) {
     return {item.key.volume, item.key.path, file.size(), file.modified()};
@@ -35,7 +33,7 @@ std::shared_ptr<const MediaRecord> recordOfNoFile(const MediaItem &item) {
 } // namespace
 
 std::shared_ptr<const MediaRecord> MediaLibrary::known(const MediaItem &item) {
-    return item.path.empty() ? recordOfNoFile(item) : filled(cache_.find(item.key), item);
+    return item.path.empty() ? recordOfNoFile(item) : filled(promptly_.find(item.key), item);
 }
 
 Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
@@ -49,7 +47,7 @@ Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRec
 }
 
 Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
-    record = cache_.find(item.key);
+    record = promptly_.find(item.key);
     if (record->isRead) {
         return {};
     }
@@ -62,7 +60,7 @@ Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Medi
     auto fresh = std::make_shared<MediaRecord>(*record);
     if (!(key == item.key)) {
         // The file is not what the list saw; it may have been read since.
-        if (const auto now = cache_.find(key); now->isRead) {
+        if (const auto now = promptly_.find(key); now->isRead) {
             fresh->isRead = true;
             fresh->facts = now->facts;
             record = std::move(fresh);
@@ -72,18 +70,30 @@ Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Medi
     reader_(file, item.name, fresh->facts, outcome);
     if (outcome.code == MRB_ERR_NONE) {
         fresh->isRead = true;
-        cache_.store(Batch{{key, fresh->facts}});
+        promptly_.store(key, fresh->facts);
         record = std::move(fresh);
     }
     return outcome;
 }
 
+Outcome MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields) {
+    Outcome outcome = cache_.write(item.key, fields);
+    promptly_.storageChanged();
+    return outcome;
+}
+
+// What cannot be kept is read again.
+void MediaLibrary::store(std::span<const FileFacts> files) {
+    cache_.store(files);
+    promptly_.storageChanged();
+}
+
 bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
                            const std::function<bool()> &stopped,
                            const std::function<void(std::int32_t, const MediaRecord &)> &take) {
-    // A batch costs one write to the disk, and holds the lock for a few milliseconds.
+    // A batch costs one write to the disk.
     constexpr std::size_t AT_ONCE = 128;
-    Batch batch;
+    std::vector<FileFacts> batch;
     bool isWanted = true;
     for (std::int32_t index = 0; index < items && isWanted; ++index) {
         isWanted = !stopped();
@@ -118,11 +128,11 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         take(index, fresh);
         if (batch.size() >= AT_ONCE) {
-            cache_.store(batch);
+            store(batch);
             batch.clear();
         }
     }
-    cache_.store(batch);
+    store(batch);
     return isWanted;
 }
 

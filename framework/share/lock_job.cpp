@@ -13,7 +13,7 @@ Outcome LockJob::mark(const ItemFacts &facts) const {
     if (item.path.empty()) {
         return {MRB_ERR_NOT_SUPPORTED, "Only files can be locked."};
     }
-    return list_->library().write(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
+    return list_->library().writeNow(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
 }
 
 JobEnd LockJob::run(JobListener &listener) {

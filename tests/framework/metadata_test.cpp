@@ -14,6 +14,7 @@
 
 #include "metadata/media_library.h"
 #include "metadata/media_paths.h"
+#include "support/client.h"
 #include "support/fields.h"
 #include "support/media.h"
 
@@ -44,10 +45,11 @@ mrb::Metadata read(const std::string &path) {
     return facts;
 }
 
-// With the readers that this program is linked with.
+// With the readers that this program is linked with, and as patient as a test.
 class MediaLibrary : public mrb::MediaLibrary {
   public:
-    explicit MediaLibrary(const std::string &folder) : mrb::MediaLibrary(folder, mrb::mrb_read_metadata) {}
+    explicit MediaLibrary(const std::string &folder)
+        : mrb::MediaLibrary(folder, mrb::mrb_read_metadata, {support::LIMIT, std::chrono::milliseconds(0)}) {}
 };
 
 // Real media of all kinds, made once.

@@ -1,0 +1,355 @@
+#include "metadata/prompt_cache.h"
+
+#include <algorithm>
+#include <exception>
+#include <ranges>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr std::size_t MOST_RECENT = 1024;
+// Of different files at a time, while the storage hangs.
+constexpr std::size_t MOST_LOOKUPS = 64;
+// In one transaction.
+constexpr std::size_t MOST_AT_HAND = 128;
+// For a thread to begin, on a machine that has other things to do.
+constexpr auto LONGEST_WAIT = milliseconds(1000);
+// Between two attempts to write while another process holds the cache.
+constexpr auto PAUSE = milliseconds(100);
+
+} // namespace
+
+PromptCache::~PromptCache() { finish(steady_clock::time_point::max()); }
+
+void PromptCache::start(Worker &worker, const char *name, void (PromptCache::*work)()) {
+    if (!worker.isRunning) {
+        worker.thread = startThread(name, [this, &worker, work] {
+            (this->*work)();
+            const std::lock_guard guard(lock_);
+            worker.isRunning = false;
+            change_.notify_all();
+        });
+        worker.isRunning = true;
+    }
+}
+
+// Waits for a piece of work. False: it takes long, or the one before it does.
+bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
+    const auto last = steady_clock::now() + std::max(LONGEST_WAIT, limits_.patience);
+    while (!isDone && !isFinishing_) {
+        const auto now = steady_clock::now();
+        const auto end = std::min(last, worker.busySince.value_or(now) + limits_.patience);
+        if (end <= now) {
+            break;
+        }
+        change_.wait_until(guard, end);
+    }
+    return isDone;
+}
+
+PromptCache::Record PromptCache::find(const MediaKey &key) {
+    const std::string text = textOf(key);
+    Lock guard(lock_);
+    Record record = recent(text);
+    if (!record) {
+        if (const std::shared_ptr<Lookup> lookup = post(key)) {
+            await(guard, reader_, lookup->isDone);
+            record = lookup->record;
+        }
+    }
+    return withWrites(std::move(record), text);
+}
+
+void PromptCache::prepare() {
+    const std::lock_guard guard(lock_);
+    if (!isPrepared_) {
+        isPrepared_ = post({}) != nullptr;
+    }
+}
+
+PromptCache::Record PromptCache::recent(const std::string &text) const {
+    const auto found = steady_clock::now() < freshUntil_ ? recent_.find(text) : recent_.end();
+    return found == recent_.end() ? nullptr : found->second;
+}
+
+// Null: nothing more is looked up now.
+std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
+    const std::string text = textOf(key);
+    if (const auto found = lookups_.find(text); found != lookups_.end()) {
+        return found->second;
+    }
+    if (isFinishing_ || lookups_.size() >= MOST_LOOKUPS) {
+        return nullptr;
+    }
+    try {
+        start(reader_, "mrb-lookup", &PromptCache::lookUpAll);
+    } catch (const std::system_error &failure) {
+        MRB_LOG_WARNING("Nothing is looked up in the metadata cache: %s", failure.what());
+        return nullptr;
+    }
+    auto lookup = std::make_shared<Lookup>();
+    lookup->key = key;
+    lookups_.emplace(text, lookup);
+    reader_.wake.notify_one();
+    return lookup;
+}
+
+CacheAnswer PromptCache::ask(const MediaKey &key) {
+    try {
+        return storage_.lookUp(key);
+    } catch (const std::exception &failure) {
+        MRB_LOG_WARNING("The metadata cache cannot be read: %s", failure.what());
+        return {};
+    }
+}
+
+void PromptCache::lookUpAll() {
+    Lock guard(lock_);
+    while (true) {
+        reader_.wake.wait(guard, [this] { return isFinishing_ || !lookups_.empty(); });
+        if (isFinishing_) {
+            return;
+        }
+        const auto [text, lookup] = *lookups_.begin();
+        const auto began = steady_clock::now();
+        reader_.busySince = began;
+        lookup->isOutdated = false;
+        guard.unlock();
+        CacheAnswer answer = ask(lookup->key);
+        guard.lock();
+        reader_.busySince.reset();
+        if (answer.othersChanged) {
+            recent_.clear();
+        }
+        if (lookup->isOutdated) {
+            continue; // what was written since then must be found
+        }
+        if (answer.isLasting) {
+            freshUntil_ = began + limits_.freshness;
+            keep(text, answer.record);
+        }
+        lookup->record = std::move(answer.record);
+        lookup->isDone = true;
+        lookups_.erase(text);
+        change_.notify_all();
+    }
+}
+
+void PromptCache::keep(const std::string &text, const Record &record) {
+    if (recent_.size() >= MOST_RECENT) {
+        recent_.clear();
+    }
+    recent_.insert_or_assign(text, record);
+}
+
+void PromptCache::forget(const std::string &text) {
+    recent_.erase(text);
+    if (const auto found = lookups_.find(text); found != lookups_.end()) {
+        found->second->isOutdated = true;
+    }
+}
+
+void PromptCache::storageChanged() {
+    const std::lock_guard guard(lock_);
+    freshUntil_ = {};
+    for (const auto &[text, lookup] : lookups_) {
+        lookup->isOutdated = true;
+    }
+}
+
+// A null record is one that did not come in time.
+PromptCache::Record PromptCache::withWrites(Record record, const std::string &text) const {
+    std::shared_ptr<MediaRecord> changed;
+    if (!record) {
+        changed = std::make_shared<MediaRecord>();
+        changed->isLate = true;
+    }
+    for (const std::shared_ptr<Write> &write : writes_) {
+        if (write->text != text) {
+            continue;
+        }
+        if (!changed) {
+            changed = std::make_shared<MediaRecord>(*record);
+        }
+        if (write->facts) {
+            changed->isRead = true;
+            changed->facts = *write->facts;
+        }
+        for (const auto &[name, value] : write->fields) {
+            changed->written.insert_or_assign(name, value);
+        }
+    }
+    return changed ? std::move(changed) : std::move(record);
+}
+
+// The latest write of the file that has not been begun, or a new one. Null: `most` are due.
+std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::size_t most) {
+    std::string text = textOf(key);
+    const auto latest = std::ranges::find(writes_.rbegin(), writes_.rend(), text, &Write::text);
+    if (latest != writes_.rend() && !(*latest)->isAtHand) {
+        return *latest;
+    }
+    if (isFinishing_ || writes_.size() >= most) {
+        return nullptr;
+    }
+    start(writer_, "mrb-keep", &PromptCache::writeAll);
+    auto write = std::make_shared<Write>();
+    write->key = key;
+    write->text = std::move(text);
+    return writes_.emplace_back(std::move(write));
+}
+
+void PromptCache::store(const MediaKey &key, const Metadata &facts) {
+    const std::lock_guard guard(lock_);
+    try {
+        // These can be read again: there is room for what clients write.
+        if (const std::shared_ptr<Write> write = due(key, limits_.writes / 2)) {
+            write->facts = facts;
+            writer_.wake.notify_one();
+        }
+    } catch (const std::system_error &failure) {
+        MRB_LOG_WARNING("Metadata are not kept: %s", failure.what());
+    }
+}
+
+Outcome PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
+    Lock guard(lock_);
+    if (isFinishing_) {
+        return {MRB_ERR_NOT_INITIALIZED, "A field is not written: the program ends."};
+    }
+    const std::shared_ptr<Write> write = due(key, limits_.writes);
+    if (!write) {
+        return {MRB_ERR_BUSY, "A field is not written: too many wait for the cache already."};
+    }
+    for (const auto &[name, value] : fields) {
+        write->fields.insert_or_assign(name, value);
+    }
+    writer_.wake.notify_one();
+    if (writes_.size() > MOST_AT_HAND) {
+        return {}; // its turn does not come soon
+    }
+    write->isAwaited = true;
+    const bool isDone = await(guard, writer_, write->isDone);
+    write->isAwaited = false;
+    return isDone ? write->outcome : Outcome();
+}
+
+PromptCache::Writes PromptCache::take() const {
+    const auto end = writes_.begin() + static_cast<std::ptrdiff_t>(std::min(writes_.size(), MOST_AT_HAND));
+    Writes writes(writes_.begin(), end);
+    for (const std::shared_ptr<Write> &write : writes) {
+        write->isAtHand = true;
+    }
+    return writes;
+}
+
+// What came of each of them.
+std::vector<Outcome> PromptCache::perform(const Writes &writes) {
+    std::vector<Outcome> outcomes;
+    outcomes.reserve(writes.size());
+    try {
+        std::vector<FileFacts> files;
+        for (const std::shared_ptr<Write> &write : writes) {
+            if (write->facts) {
+                files.emplace_back(write->key, *write->facts);
+            }
+        }
+        const Outcome storing = files.empty() ? Outcome() : storage_.store(files);
+        const bool isBusy = storing.code == MRB_ERR_BUSY;
+        for (const std::shared_ptr<Write> &write : writes) {
+            // Of metadata that cannot be kept no client hears: they can be read again.
+            outcomes.push_back(isBusy                  ? storing
+                               : write->fields.empty() ? Outcome()
+                                                       : storage_.write(write->key, write->fields));
+        }
+    } catch (const std::exception &failure) {
+        outcomes.resize(writes.size(), Outcome{MRB_ERR_IO, failure.what()});
+    }
+    return outcomes;
+}
+
+// Ends what is done; the rest stays due. True: there is a rest.
+bool PromptCache::settle(const Writes &writes, const std::vector<Outcome> &outcomes) {
+    bool isBusy = false;
+    for (std::size_t index = 0; index < writes.size(); ++index) {
+        Write &write = *writes[index];
+        write.isAtHand = false;
+        if (outcomes[index].code == MRB_ERR_BUSY && !isFinishing_) {
+            isBusy = true;
+            continue;
+        }
+        write.isDone = true;
+        write.outcome = outcomes[index];
+        forget(write.text);
+    }
+    std::erase_if(writes_, [](const std::shared_ptr<Write> &write) { return write->isDone; });
+    change_.notify_all();
+    return isBusy;
+}
+
+void PromptCache::writeAll() {
+    Lock guard(lock_);
+    while (true) {
+        writer_.wake.wait(guard, [this] { return isFinishing_ || !writes_.empty(); });
+        if (writes_.empty()) {
+            return;
+        }
+        const Writes writes = take();
+        writer_.busySince = steady_clock::now();
+        guard.unlock();
+        const std::vector<Outcome> outcomes = perform(writes);
+        guard.lock();
+        writer_.busySince.reset();
+        const bool isBusy = settle(writes, outcomes);
+        std::size_t lost = 0;
+        std::string reason;
+        for (const std::shared_ptr<Write> &write : writes) {
+            if (write->isDone && write->outcome.code != MRB_ERR_NONE && !write->isAwaited) {
+                ++lost;
+                reason = write->outcome.message;
+            }
+        }
+        if (lost > 0) {
+            guard.unlock();
+            MRB_LOG_WARNING("What was written of %zu files is lost. %s", lost, reason.c_str());
+            guard.lock();
+        }
+        if (isBusy) {
+            writer_.wake.wait_for(guard, PAUSE, [this] { return isFinishing_; });
+        }
+    }
+}
+
+bool PromptCache::finish(steady_clock::time_point deadline) {
+    Lock guard(lock_);
+    isFinishing_ = true;
+    reader_.wake.notify_all();
+    writer_.wake.notify_all();
+    change_.notify_all();
+    bool isFinished = true;
+    for (Worker *worker : {&reader_, &writer_}) {
+        const bool hasEnded = change_.wait_until(guard, deadline, [&] { return !worker->isRunning; });
+        std::thread thread = std::move(worker->thread);
+        guard.unlock();
+        if (hasEnded && thread.joinable()) {
+            thread.join();
+        } else if (!hasEnded) {
+            MRB_LOG_WARNING("The metadata cache does not answer; the process ends without waiting for it.");
+            if (thread.joinable()) {
+                thread.detach();
+            }
+        }
+        guard.lock();
+        isFinished = hasEnded && isFinished;
+    }
+    return isFinished;
+}
+
+} // namespace mrb

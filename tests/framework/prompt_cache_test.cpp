@@ -1,0 +1,306 @@
+// Calls of clients against a storage that takes as long as the test wants.
+
+#include "metadata/prompt_cache.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/client.h"
+
+using mrb::CacheAnswer;
+using mrb::Fact;
+using mrb::FileFacts;
+using mrb::MediaKey;
+using mrb::MediaRecord;
+using mrb::Outcome;
+using mrb::PromptCache;
+using mrb::WrittenFields;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+// Where somebody comes to, and goes on when the test lets it.
+class Gate {
+  public:
+    void pass() {
+        entered_.set_value();
+        open_.get_future().wait();
+    }
+    void awaitEntry() { entered_.get_future().wait(); }
+    void open() { open_.set_value(); }
+
+  private:
+    std::promise<void> entered_;
+    std::promise<void> open_;
+};
+
+class Storage final : public mrb::CacheStorage {
+  public:
+    CacheAnswer lookUp(const MediaKey &key) override {
+        CacheAnswer answer{nullptr, true, false};
+        {
+            const std::lock_guard guard(lock_);
+            answer.record = std::make_shared<MediaRecord>(records_[key.path]);
+        }
+        if (onLookUp) {
+            onLookUp(key);
+        }
+        return answer;
+    }
+    Outcome store(std::span<const FileFacts> files) override {
+        const std::lock_guard guard(lock_);
+        for (const auto &[key, facts] : files) {
+            records_[key.path].isRead = true;
+            records_[key.path].facts = facts;
+        }
+        return {};
+    }
+    Outcome write(const MediaKey &key, const WrittenFields &fields) override {
+        Outcome outcome = onWrite ? onWrite(key) : Outcome();
+        if (outcome.code == MRB_ERR_NONE) {
+            const std::lock_guard guard(lock_);
+            for (const auto &[name, value] : fields) {
+                records_[key.path].written.insert_or_assign(name, value);
+            }
+        }
+        return outcome;
+    }
+    [[nodiscard]] std::string title(const std::string &path);
+
+    std::function<void(const MediaKey &)> onLookUp;
+    std::function<Outcome(const MediaKey &)> onWrite;
+
+  private:
+    std::mutex lock_; // guards what follows
+    std::map<std::string, MediaRecord> records_;
+};
+
+MediaKey file(const std::string &path) { return {"volume", path, 1, 1}; }
+
+WrittenFields title(const std::string &text) { return {{"TITLE", text}}; }
+
+std::string titleOf(const MediaRecord &record) {
+    const auto found = record.written.find("TITLE");
+    return found == record.written.end() ? "" : std::get<std::string>(found->second);
+}
+
+std::string Storage::title(const std::string &path) {
+    const std::lock_guard guard(lock_);
+    return titleOf(records_[path]);
+}
+
+// A call waits as long as a test does, or nearly not at all.
+constexpr PromptCache::Limits PATIENT{support::LIMIT, milliseconds(0), 1024};
+constexpr PromptCache::Limits IMPATIENT{milliseconds(1), milliseconds(0), 1024};
+
+// A function to be called each time, which the first time passes the gate.
+auto once(Gate &gate) {
+    return [&gate, isFirst = std::make_shared<bool>(true)] {
+        if (std::exchange(*isFirst, false)) {
+            gate.pass();
+        }
+    };
+}
+
+} // namespace
+
+TEST(PromptCache, FindsWhatWasWrittenAndStored) {
+    Storage storage;
+    PromptCache cache(storage, PATIENT);
+    EXPECT_FALSE(cache.find(file("a"))->isRead);
+    mrb::Metadata facts;
+    facts.setText(Fact::ARTIST, "Zoë");
+    cache.store(file("a"), facts);
+    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
+    EXPECT_EQ(storage.title("a"), "Mine");
+    const auto record = cache.find(file("a"));
+    EXPECT_FALSE(record->isLate);
+    EXPECT_EQ(record->facts.text(Fact::ARTIST), "Zoë");
+    EXPECT_EQ(titleOf(*record), "Mine");
+}
+
+TEST(PromptCache, ALookupThatHangsHoldsNoCallUp) {
+    Gate gate;
+    Storage storage;
+    storage.write(file("a"), title("Mine"));
+    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
+    PromptCache cache(storage, IMPATIENT);
+    cache.prepare();
+    gate.awaitEntry();
+    // While it hangs:
+    EXPECT_TRUE(cache.find(file("a"))->isLate);
+    EXPECT_TRUE(cache.find(file("b"))->isLate);
+    gate.open();
+    // The lookup goes on, and a later call finds what it found.
+    const auto end = steady_clock::now() + support::LIMIT;
+    while (cache.find(file("a"))->isLate && steady_clock::now() < end) {
+    }
+    EXPECT_TRUE(cache.finish(end));
+}
+
+TEST(PromptCache, ManyCallsWhileALookupHangsAreBounded) {
+    Gate gate;
+    Storage storage;
+    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
+    PromptCache cache(storage, IMPATIENT);
+    cache.prepare();
+    gate.awaitEntry();
+    for (int number = 0; number < 10'000; ++number) {
+        EXPECT_TRUE(cache.find(file(std::to_string(number)))->isLate);
+    }
+    gate.open();
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+}
+
+TEST(PromptCache, AWriteThatHangsHoldsNoCallUpAndIsReadFromMemory) {
+    Gate gate;
+    Storage storage;
+    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Outcome {
+        pass();
+        return {};
+    };
+    PromptCache cache(storage, {milliseconds(1), milliseconds(0), 1024});
+    EXPECT_EQ(cache.write(file("a"), title("1")).code, MRB_ERR_NONE);
+    gate.awaitEntry();
+    // While it hangs:
+    EXPECT_EQ(titleOf(*cache.find(file("a"))), "1");
+    EXPECT_EQ(cache.write(file("a"), title("2")).code, MRB_ERR_NONE);
+    EXPECT_EQ(cache.write(file("b"), title("3")).code, MRB_ERR_NONE);
+    EXPECT_EQ(titleOf(*cache.find(file("a"))), "2");
+    EXPECT_EQ(titleOf(*cache.find(file("b"))), "3");
+    EXPECT_EQ(cache.write(file("a"), title("4")).code, MRB_ERR_NONE);
+    EXPECT_EQ(titleOf(*cache.find(file("a"))), "4");
+    EXPECT_EQ(storage.title("a"), "");
+    gate.open();
+    // Nothing of it is lost at the end, and the last one counts.
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+    EXPECT_EQ(storage.title("a"), "4");
+    EXPECT_EQ(storage.title("b"), "3");
+}
+
+TEST(PromptCache, ALookupThatBeganBeforeAWriteFindsWhatWasWritten) {
+    Gate gate;
+    Storage storage;
+    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
+    PromptCache cache(storage, PATIENT);
+    auto found = std::async(std::launch::async, [&] { return cache.find(file("a")); });
+    gate.awaitEntry();
+    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
+    EXPECT_EQ(storage.title("a"), "Mine");
+    gate.open();
+    EXPECT_EQ(titleOf(*found.get()), "Mine");
+}
+
+TEST(PromptCache, ALookupThatBeganBeforeTheStorageChangedIsRepeated) {
+    Gate gate;
+    Storage storage;
+    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
+    PromptCache cache(storage, PATIENT);
+    auto found = std::async(std::launch::async, [&] { return cache.find(file("a")); });
+    gate.awaitEntry();
+    storage.write(file("a"), title("Mine"));
+    cache.storageChanged();
+    gate.open();
+    EXPECT_EQ(titleOf(*found.get()), "Mine");
+}
+
+TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
+    constexpr int TIMES = 2;
+    std::promise<void> refused;
+    Storage storage;
+    storage.onWrite = [&, times = 0](const MediaKey & /*key*/) mutable -> Outcome {
+        if (++times > TIMES) {
+            return {};
+        }
+        if (times == TIMES) {
+            refused.set_value();
+        }
+        return {MRB_ERR_BUSY, "Held."};
+    };
+    PromptCache cache(storage, IMPATIENT);
+    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
+    refused.get_future().wait();
+    EXPECT_EQ(titleOf(*cache.find(file("a"))), "Mine");
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+    EXPECT_EQ(storage.title("a"), "Mine");
+}
+
+TEST(PromptCache, AWriteThatFailsInTimeSaysSo) {
+    Storage storage;
+    storage.onWrite = [](const MediaKey & /*key*/) -> Outcome { return {MRB_ERR_NO_SPACE, "Full."}; };
+    PromptCache cache(storage, PATIENT);
+    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NO_SPACE);
+    EXPECT_EQ(titleOf(*cache.find(file("a"))), "");
+}
+
+TEST(PromptCache, OnlySoManyWritesAreDue) {
+    constexpr std::size_t MOST = 4;
+    Gate gate;
+    Storage storage;
+    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Outcome {
+        pass();
+        return {};
+    };
+    PromptCache cache(storage, {milliseconds(1), milliseconds(0), MOST});
+    EXPECT_EQ(cache.write(file("0"), title("0")).code, MRB_ERR_NONE);
+    gate.awaitEntry();
+    // What can be read again leaves room for what cannot.
+    for (std::size_t number = 0; number < 2 * MOST; ++number) {
+        cache.store(file("song " + std::to_string(number)), {});
+    }
+    for (std::size_t number = 2; number < MOST; ++number) {
+        EXPECT_EQ(cache.write(file(std::to_string(number)), title("1")).code, MRB_ERR_NONE) << number;
+    }
+    EXPECT_EQ(cache.write(file("one more"), title("1")).code, MRB_ERR_BUSY);
+    EXPECT_EQ(cache.write(file("2"), title("2")).code, MRB_ERR_NONE);
+    gate.open();
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+    EXPECT_EQ(storage.title("2"), "2");
+    EXPECT_EQ(storage.title("3"), "1");
+    EXPECT_EQ(storage.title("one more"), "");
+}
+
+TEST(PromptCache, TheEndDoesNotWaitForAStorageThatHangs) {
+    // Left behind with its threads, and static so that it does not count as a leak.
+    static Gate gate;
+    static Storage storage;
+    static auto &cache = *new PromptCache(storage, IMPATIENT);
+    storage.onLookUp = [](const MediaKey & /*key*/) { gate.pass(); };
+    cache.prepare();
+    gate.awaitEntry();
+    EXPECT_FALSE(cache.finish(steady_clock::now() + milliseconds(20)));
+    // Later calls fail at once.
+    EXPECT_TRUE(cache.find(file("a"))->isLate);
+    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NOT_INITIALIZED);
+}
+
+TEST(PromptCache, ManyThreadsReadWhatTheyWrote) {
+    constexpr int THREADS = 4;
+    constexpr int TURNS = 200;
+    Storage storage;
+    PromptCache cache(storage, {support::LIMIT, milliseconds(1), 1024});
+    std::vector<std::future<void>> threads;
+    threads.reserve(THREADS);
+    for (int thread = 0; thread < THREADS; ++thread) {
+        threads.push_back(std::async(std::launch::async, [&cache, thread] {
+            const MediaKey own = file(std::to_string(thread));
+            for (int turn = 0; turn < TURNS; ++turn) {
+                EXPECT_EQ(cache.write(own, title(std::to_string(turn))).code, MRB_ERR_NONE);
+                EXPECT_EQ(titleOf(*cache.find(own)), std::to_string(turn));
+                cache.store(file("shared"), {});
+            }
+        }));
+    }
+    for (std::future<void> &thread : threads) {
+        thread.wait();
+    }
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+    EXPECT_EQ(storage.title("3"), std::to_string(TURNS - 1));
+}
