@@ -136,9 +136,8 @@ int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param,
     mrb::guard([&] {
         mrb::thumbnail::FlashEntry entry = entryOf(*param, image);
         if (!entry.key.path.empty() && isSize(entry.width) && isSize(entry.height)) {
-            saved = ThumbnailService::instance().flashCache().save(std::move(entry), image, preset_buffer)
-                        ? 1
-                        : 0;
+            const auto cache = ThumbnailService::instance().flashCache().cache();
+            saved = cache && cache->save(std::move(entry), image, preset_buffer) ? 1 : 0;
         }
         return static_cast<int>(MRB_ERR_NONE);
     });

@@ -12,17 +12,13 @@
 namespace mrb {
 namespace {
 
-using std::chrono::milliseconds;
-
 constexpr std::size_t MOST_RECENT = 1024;
 // Of different files at a time, while the storage hangs.
 constexpr std::size_t MOST_LOOKUPS = 64;
 // In one transaction.
 constexpr std::size_t MOST_AT_HAND = 128;
-// For a thread to begin, on a machine that has other things to do.
-constexpr auto LONGEST_WAIT = milliseconds(1000);
 // Between two attempts to write while another process holds the cache.
-constexpr auto PAUSE = milliseconds(100);
+constexpr auto PAUSE = std::chrono::seconds(1);
 
 } // namespace
 
@@ -40,17 +36,9 @@ void PromptCache::start(Worker &worker, const char *name, void (PromptCache::*wo
     }
 }
 
-// Waits for a piece of work. False: it takes long, or the one before it does.
+// False: it takes long, or the one before it does.
 bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
-    const auto last = steady_clock::now() + std::max(LONGEST_WAIT, limits_.patience);
-    while (!isDone && !isFinishing_) {
-        const auto now = steady_clock::now();
-        const auto end = std::min(last, worker.busySince.value_or(now) + limits_.patience);
-        if (end <= now) {
-            break;
-        }
-        change_.wait_until(guard, end);
-    }
+    waitBriefly(guard, change_, worker.busySince, limits_.patience, [&] { return isDone || isFinishing_; });
     return isDone;
 }
 

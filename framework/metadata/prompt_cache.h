@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/brief_wait.h"
 #include "metadata/cache_storage.h"
 
 namespace mrb {
@@ -25,9 +26,8 @@ namespace mrb {
 class PromptCache {
   public:
     struct Limits {
-        // A call waits for no longer than until a thread has been at the same piece of work
-        // for this long; so of many calls while the storage hangs, only the first one waits.
-        std::chrono::milliseconds patience{90};
+        // How long a call waits, see waitBriefly.
+        std::chrono::milliseconds patience = CLIENT_PATIENCE;
         // As long as this no call asks whether other processes changed what is in memory.
         std::chrono::milliseconds freshness{5};
         std::size_t writes = 1024; // files whose writes may be due

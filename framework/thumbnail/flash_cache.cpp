@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <thread>
 #include <utility>
 
 #include "base/log.h"
@@ -18,6 +19,13 @@ namespace mrb::thumbnail {
 namespace {
 
 using Kind = FlashLine::Kind;
+using std::chrono::steady_clock;
+
+// How long another process may have its turn, and how often it is looked whether it still has;
+// after that, how long the cache is done without at once.
+constexpr auto LONGEST_TURN = std::chrono::seconds(1);
+constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(1);
+constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 
 // Lines that say nothing any more, as many as these and the entries, and the list is
 // written anew.
@@ -37,19 +45,34 @@ bool writeAt(int file, const std::string &text, std::int64_t offset) {
 
 } // namespace
 
-// While it lives it is this process's turn: no other one changes the cache.
+// While it lives it is this process's turn, if it came: no other one changes the cache.
 class FlashCache::Turn {
   public:
-    explicit Turn(const FlashCache &cache) : file_(cache.turns_.number()) {
-        while (flock(file_, LOCK_EX) != 0 && errno == EINTR) {
+    explicit Turn(FlashCache &cache) : file_(cache.turns_.number()) {
+        const auto began = steady_clock::now();
+        const auto last = began < cache.heldUntil_ ? began : began + LONGEST_TURN;
+        while (!(hasCome_ = flock(file_, LOCK_EX | LOCK_NB) == 0) &&
+               (errno == EWOULDBLOCK || errno == EINTR)) {
+            if (steady_clock::now() >= last) {
+                cache.heldUntil_ = steady_clock::now() + TIME_OF_ANOTHER;
+                return;
+            }
+            std::this_thread::sleep_for(BETWEEN_TRIES);
         }
     }
-    ~Turn() { flock(file_, LOCK_UN); }
+    ~Turn() {
+        if (hasCome_) {
+            flock(file_, LOCK_UN);
+        }
+    }
     Turn(const Turn &) = delete;
     Turn &operator=(const Turn &) = delete;
 
+    explicit operator bool() const { return hasCome_; }
+
   private:
     int file_;
+    bool hasCome_ = false;
 };
 
 Outcome FlashCache::open(const std::string &list) {
@@ -63,13 +86,17 @@ Outcome FlashCache::open(const std::string &list) {
     list_ = list;
     turns_ = std::move(turns);
     journal_ = Descriptor();
+    heldUntil_ = {};
     const Turn turn(*this);
+    if (!turn) {
+        turns_ = Descriptor();
+        return {MRB_ERR_BUSY, "\"" + list + "\" is held by another program."};
+    }
     if (!refresh()) {
         Outcome outcome = outcomeOfErrno(errno, list);
         turns_ = Descriptor();
         return outcome;
     }
-    dropStrangers();
     return {};
 }
 
@@ -208,8 +235,12 @@ bool FlashCache::rewriteWhenLong() {
     return true;
 }
 
-// Entries without their files, and files without entries, are what a crash leaves.
 void FlashCache::dropStrangers() {
+    const std::lock_guard guard(lock_);
+    const Turn turn(*this);
+    if (!turn || !refresh()) {
+        return;
+    }
     std::set<std::string> known;
     for (const auto &[id, entry] : Entries(entries_)) {
         std::error_code error;
@@ -235,6 +266,9 @@ bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char 
         return false;
     }
     const Turn turn(*this);
+    if (!turn) {
+        return false;
+    }
     entry.preset = preset != nullptr;
     if (entry.source == FileIdentity()) {
         entry.source = identityOf(entry.key.path);
@@ -261,7 +295,7 @@ bool FlashCache::find(const DecodeRequest &request, Decoded &decoded, const File
     }
     const Turn turn(*this);
     const FlashKey key{request.path, request.width, request.height, request.orientation, 1, 0};
-    if (!refresh() || ids_.count(key) == 0) {
+    if (!turn || !refresh() || ids_.count(key) == 0) {
         return false;
     }
     const FlashEntry entry = entries_[ids_[key]];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <string>
@@ -10,8 +11,9 @@
 namespace mrb::thumbnail {
 
 // The flash thumbnail cache: a list file and, in a folder beside it, one file for each
-// image. Owned by the thumbnail service; any thread may call it, and other processes
-// may use the same list.
+// image. Owned jointly by the FlashOpening and the threads that look into it; any thread of
+// the framework may call it, and other processes may use the same list. Its lock is held
+// while files are read and written, so a call that must not wait does not come here.
 //
 // The list is a journal that is only ever appended to, or replaced as a whole. An
 // image's file is complete before its line is written, so a crash at any moment costs
@@ -29,8 +31,12 @@ class FlashCache {
     FlashCache &operator=(const FlashCache &) = delete;
 
     // Opens the cache whose list is the file `list`, made with its folders when it is
-    // not there; the one that was open before is closed.
+    // not there; the one that was open before is closed. MRB_ERR_BUSY: another process holds
+    // it.
     Outcome open(const std::string &list);
+
+    // Drops entries without their files, and files without entries: what a crash leaves.
+    void dropStrangers();
 
     // Keeps an image in place of one with the same key; the least recently used ones
     // make room for it. `entry.id` is chosen here. `pixels` are the entry's width x
@@ -55,11 +61,12 @@ class FlashCache {
     bool remove(std::uint64_t id);
     bool makeRoom(std::int64_t bytes);
     bool rewriteWhenLong();
-    void dropStrangers();
 
     const Limits limits_{};
     std::mutex lock_; // guards what follows
     std::string list_;
+    // Until then nobody waits for another process, which held it for too long.
+    std::chrono::steady_clock::time_point heldUntil_;
     Descriptor turns_; // the file whose lock says which process's turn it is
     Descriptor journal_;
     std::uint64_t inode_ = 0; // of the journal

@@ -123,6 +123,7 @@ void ThumbnailService::work() {
 
 void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded) {
     job.stop.begin(DECODE_LIMIT);
+    const std::shared_ptr<FlashCache> cache = request.useCache ? flashCache_.cache() : nullptr;
     try {
         if (request.refusal != MRB_ERR_NONE) {
             decoded.outcome.code = request.refusal;
@@ -131,9 +132,8 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
         } else if (request.isRemote) {
             decodeRemotePicture(request.decode, job.stop, decoder_, decoded);
         } else if (isOnCamera(request.decode.path)) {
-            decodeCameraPicture(request.decode, job.stop, decoder_, request.useCache ? &flashCache_ : nullptr,
-                                decoded);
-        } else if (!request.useCache || !flashCache_.find(request.decode, decoded)) {
+            decodeCameraPicture(request.decode, job.stop, decoder_, cache.get(), decoded);
+        } else if (!cache || !cache->find(request.decode, decoded)) {
             decoder_(request.decode, job.stop, decoded);
         }
     } catch (const std::bad_alloc &) {
@@ -200,7 +200,7 @@ bool ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) 
     if (!ended) {
         MRB_LOG_WARNING("A thumbnail is still being decoded; the process ends without waiting for it.");
     }
-    return ended;
+    return flashCache_.finish(deadline) && ended;
 }
 
 } // namespace mrb::thumbnail

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "thumbnail/flash_cache.h"
+#include "thumbnail/flash_opening.h"
 #include "thumbnail/jobs.h"
 
 namespace mrb::thumbnail {
@@ -42,7 +42,7 @@ class ThumbnailService {
     // none of them is being decoded, or with MRB_ERR_TIMEOUT.
     int stopCameras();
 
-    [[nodiscard]] FlashCache &flashCache() { return flashCache_; }
+    [[nodiscard]] FlashOpening &flashCache() { return flashCache_; }
 
     // Ends the threads. What does not end until the deadline is left behind: false. Every
     // call from now on fails.
@@ -57,7 +57,7 @@ class ThumbnailService {
 
     const Decoder decoder_;
     const unsigned most_; // workers
-    FlashCache flashCache_;
+    FlashOpening flashCache_;
 
     std::mutex lock_; // guards what follows
     std::condition_variable wake_;

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "mrb/agent.h"
+#include "support/client.h"
 #include "support/folder.h"
 #include "support/programs.h"
 #include "support/thumbnails.h"
@@ -299,6 +300,7 @@ TEST_F(Flash, FilesThatNoLineNamesGoAndLinesWithoutTheirFileToo) {
     fs::resize_file(list() + ".d/1.bmp", 60);
     FlashCache cache;
     cache.open(list());
+    cache.dropStrangers();
     EXPECT_EQ(pictures(), 1U);
     EXPECT_EQ(find(cache, 1), -1);
     EXPECT_EQ(find(cache, 2), 2);
@@ -329,6 +331,7 @@ TEST_F(Flash, AProcessKilledWhileItWritesLeavesAWholeCache) {
         close(ends[1]);
         FlashCache cache({BYTES * 6, 100});
         ASSERT_EQ(cache.open(list()).code, MRB_ERR_NONE);
+        cache.dropStrangers();
         std::size_t found = 0;
         for (int number = 0; number < 20; ++number) {
             const int value = find(cache, number);
@@ -380,6 +383,16 @@ class Root {
 
 constexpr const char *LIST = "/opt/data/thumbCache.txt";
 
+// On a machine that is slow it is not open at once.
+int openFlashCache() {
+    int code = MRB_ERR_TIMEOUT;
+    const auto end = std::chrono::steady_clock::now() + support::LIMIT;
+    while (code == MRB_ERR_TIMEOUT && std::chrono::steady_clock::now() < end) {
+        code = mrb_thumbnail_flash_cache_init(LIST);
+    }
+    return code;
+}
+
 int keep(const char *name, const char *url, int width, int height, const unsigned char *image,
          const char *preset) {
     mrb_thumbnail_flash_cache_param_h param = nullptr;
@@ -401,14 +414,14 @@ TEST(FlashCacheOfTheService, TheListLiesBelowTheRoot) {
     EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("/opt/a.txt"), folder.path("opt/a.txt"));
     EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("/../../opt/a.txt"), folder.path("opt/a.txt"));
     EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("opt/a.txt"), "");
-    ASSERT_EQ(mrb_thumbnail_flash_cache_init(LIST), MRB_ERR_NONE);
+    ASSERT_EQ(openFlashCache(), MRB_ERR_NONE);
     EXPECT_TRUE(fs::exists(folder.path("opt/data/thumbCache.txt")));
 }
 
 TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     const Folder folder;
     const Root root(folder.path());
-    ASSERT_EQ(mrb_thumbnail_flash_cache_init(LIST), MRB_ERR_NONE);
+    ASSERT_EQ(openFlashCache(), MRB_ERR_NONE);
     const std::string path = folder.path("a.jpg");
     support::makePicture(path, 400, 300);
     support::Thumbnails client;
@@ -443,7 +456,7 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
 TEST(FlashCacheOfTheService, AnImageOfTheClientsOwnHasTheSizeThatItTells) {
     const Folder folder;
     const Root root(folder.path());
-    ASSERT_EQ(mrb_thumbnail_flash_cache_init(LIST), MRB_ERR_NONE);
+    ASSERT_EQ(openFlashCache(), MRB_ERR_NONE);
     folder.file("a.jpg", 5);
     const std::string pixels(4 * 3 * 2, 'p');
     const auto *image = reinterpret_cast<const unsigned char *>(pixels.data());

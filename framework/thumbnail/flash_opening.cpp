@@ -1,0 +1,112 @@
+#include "thumbnail/flash_opening.h"
+
+#include <exception>
+#include <utility>
+
+#include "base/log.h"
+#include "base/threads.h"
+#include "mrb/result.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+using std::chrono::steady_clock;
+
+Outcome openCache(FlashCache &cache, const std::string &list) {
+    try {
+        return cache.open(list);
+    } catch (const std::exception &failure) {
+        return {MRB_ERR_IO, failure.what()};
+    }
+}
+
+} // namespace
+
+FlashOpening::~FlashOpening() { finish(steady_clock::time_point::max()); }
+
+Outcome FlashOpening::open(const std::string &list) {
+    Lock guard(lock_);
+    if (isFinishing_) {
+        return {MRB_ERR_NOT_INITIALIZED, "The program ends."};
+    }
+    if (!isRunning_) {
+        thread_ = startThread("mrb-flash", [this] { work(); });
+        isRunning_ = true;
+    }
+    wanted_ = list;
+    const std::uint64_t number = ++asked_;
+    wake_.notify_one();
+    ++waiting_;
+    const bool isOver = waitBriefly(guard, change_, busySince_, patience_,
+                                    [&] { return answered_ >= number || isFinishing_; });
+    --waiting_;
+    if (isOver && answered_ >= number) {
+        return outcome_;
+    }
+    return {MRB_ERR_TIMEOUT, "\"" + list + "\" is still being opened."};
+}
+
+std::shared_ptr<FlashCache> FlashOpening::cache() {
+    const std::lock_guard guard(lock_);
+    return cache_;
+}
+
+void FlashOpening::work() {
+    Lock guard(lock_);
+    while (true) {
+        wake_.wait(guard, [this] { return isFinishing_ || wanted_; });
+        if (isFinishing_) {
+            break;
+        }
+        openWanted(guard);
+    }
+    isRunning_ = false;
+    change_.notify_all();
+}
+
+void FlashOpening::openWanted(Lock &guard) {
+    const std::string list = *std::exchange(wanted_, std::nullopt);
+    const std::uint64_t number = asked_;
+    busySince_ = busySince_.value_or(steady_clock::now());
+    guard.unlock();
+    const auto opened = std::make_shared<FlashCache>();
+    Outcome outcome = openCache(*opened, list);
+    guard.lock();
+    if (outcome.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
+        wanted_ = list; // tried again: whoever holds it will let go
+        return;
+    }
+    busySince_.reset();
+    const bool isOpen = outcome.code == MRB_ERR_NONE;
+    const std::shared_ptr<FlashCache> before = isOpen ? std::exchange(cache_, opened) : nullptr;
+    answered_ = number;
+    outcome_ = outcome;
+    const bool isHeard = waiting_ > 0;
+    change_.notify_all();
+    guard.unlock();
+    if (isOpen) {
+        opened->dropStrangers();
+    } else if (!isHeard) {
+        MRB_LOG_WARNING("No flash cache: %s", outcome.message.c_str());
+    }
+    guard.lock();
+}
+
+bool FlashOpening::finish(steady_clock::time_point deadline) {
+    Lock guard(lock_);
+    isFinishing_ = true;
+    wake_.notify_all();
+    change_.notify_all();
+    const bool hasEnded = change_.wait_until(guard, deadline, [this] { return !isRunning_; });
+    std::thread thread = std::move(thread_);
+    guard.unlock();
+    if (hasEnded && thread.joinable()) {
+        thread.join();
+    } else if (thread.joinable()) {
+        thread.detach();
+        MRB_LOG_WARNING("The flash cache does not open; the process ends without waiting for it.");
+    }
+    return hasEnded;
+}
+
+} // namespace mrb::thumbnail
