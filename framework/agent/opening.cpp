@@ -44,9 +44,7 @@ void Opening::run() noexcept {
     try {
         begin_.wait();
         reportedAt_ = steady_clock::now();
-        if (!source_->watchedRoot().empty()) {
-            library_->prepare();
-        }
+        prepareFiles();
         beginWatch();
         result_ = fill();
         sort(result_.outcome);
@@ -67,6 +65,20 @@ void Opening::run() noexcept {
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
     }
+}
+
+// Before there is an item: a client that asks for one finds this done, and does not wait for
+// the device.
+void Opening::prepareFiles() const {
+    if (const std::string root = source_->watchedRoot(); !root.empty()) {
+        library_->prepare();
+        paths(root);
+    }
+}
+
+const MediaPaths &Opening::paths(const std::string &root) const {
+    std::call_once(pathsMade_, [&] { paths_.emplace(root); });
+    return *paths_;
 }
 
 // Somebody who sees the items asks about them next, and should not wait for libraries.
@@ -174,10 +186,9 @@ MediaItem Opening::mediaOf(const ItemFacts &facts) const {
     if (!item.path.empty()) {
         // Files of a source that stands on no folder may lie anywhere.
         const std::string root = source_->watchedRoot();
-        std::call_once(pathsMade_, [&] { paths_.emplace(root.empty() ? "/" : root); });
         item.name = facts.name;
         item.mount = source_->mountOf(facts);
-        item.key = paths_->keyOf(item.path, facts.size, facts.modified);
+        item.key = paths(root.empty() ? "/" : root).keyOf(item.path, facts.size, facts.modified);
     }
     return item;
 }

@@ -133,6 +133,8 @@ class Opening final : public EventTarget,
     void beginWatch();
     void handOverWatch() noexcept;
     void endWatch();
+    void prepareFiles() const;
+    const MediaPaths &paths(const std::string &root) const;
     void prepareFields() const;
     [[nodiscard]] bool hasFiles() const;
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
@@ -153,7 +155,8 @@ class Opening final : public EventTarget,
     MediaLibrary *library_ = nullptr;
     Workers *workers_ = nullptr;
     mutable std::once_flag pathsMade_;
-    mutable std::optional<MediaPaths> paths_; // made when it is first needed
+    // Made on the worker, or when it is first needed where the source stands on no folder.
+    mutable std::optional<MediaPaths> paths_;
     std::latch begin_{1};
     std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;

@@ -9,6 +9,7 @@
 
 #include "agent/opening.h"
 #include "support/client.h"
+#include "support/folder.h"
 
 using std::chrono::steady_clock;
 
@@ -95,6 +96,50 @@ bool addImages(mrb::ItemSink &sink, int count) {
 }
 
 } // namespace
+
+namespace {
+
+// A source whose one picture lies in a folder.
+class OnePicture final : public mrb::Source {
+  public:
+    explicit OnePicture(std::string folder) : folder_(std::move(folder)) {}
+    mrb::FillResult fill(mrb::ItemSink &sink) override {
+        EXPECT_TRUE(addImages(sink, 1));
+        return {};
+    }
+    mrb::ItemLocation locate(const mrb::ItemFacts & /*item*/) const override { return {}; }
+    std::string filePath(const mrb::ItemFacts &item) const override { return folder_ + '/' + item.name; }
+    std::string watchedRoot() const override { return folder_; }
+    std::optional<mrb::ItemFacts> identify(const std::string & /*mediaId*/) const override {
+        return std::nullopt;
+    }
+
+  private:
+    const std::string folder_;
+};
+
+} // namespace
+
+// A call of a client would wait for the device, and for a thread that waits for it.
+TEST(Opening, WhereItsFilesLieIsNotLookedUpWhenAClientAsks) {
+    const support::Folder folder;
+    folder.folder("first");
+    folder.folder("second");
+    folder.link(folder.path("first"), "folder");
+    mrb::MediaLibrary library("");
+    mrb::EventThread events;
+    const auto ignore = [](void * /*userData*/, mrb_agent_handler_h /*agent*/, mrb_event_e /*event*/,
+                           int /*reserved*/, const char * /*data*/) { return true; };
+    const auto opening = std::make_shared<mrb::Opening>(events, 1, mrb::Listener{+ignore, nullptr},
+                                                        std::make_unique<OnePicture>(folder.path("folder")),
+                                                        mrb::ListWishes());
+    opening->readWith(library);
+    opening->begin();
+    opening->run();
+    std::filesystem::remove(folder.path("folder"));
+    folder.link(folder.path("second"), "folder");
+    EXPECT_TRUE(opening->mediaOf(opening->current()->facts).key.path.ends_with("/first/n"));
+}
 
 TEST(Opening, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
     Scripted scripted([](mrb::ItemSink &sink) {
