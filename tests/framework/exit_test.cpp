@@ -1,6 +1,9 @@
 // A process ends whatever its lists are doing. Each test's process is a child.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -102,6 +105,30 @@ TEST_F(Exit, AProcessMayEndInsideACallback) {
             forgotten().onEvent = [](const support::Event & /*event*/) { std::exit(7); };
             forgotten().list(path);
             std::promise<void>().get_future().wait_for(support::LIMIT);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+// As one that was stopped in the midst of creating the file.
+TEST_F(Exit, AProcessMayEndWhileAnotherOneHoldsItsCache) {
+    EXPECT_EXIT(
+        {
+            const std::string lock = std::string(std::getenv("MRB_CACHE_FOLDER")) + "/lock";
+            const int held = open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+            if (flock(held, LOCK_EX) != 0) {
+                std::_Exit(1);
+            }
+            support::Client &client = forgotten();
+            client.list(path);
+            const int picture = client.count() - 1;
+            // Neither call waits for the other process, and the program ends while it holds the cache.
+            const auto count = [&] {
+                return support::fieldOf(client, picture, mrb_get_item_value_int_v2, "PLAYED_COUNT", 0);
+            };
+            const bool isLate = count().first == MRB_ERR_TIMEOUT;
+            const int written = mrb_set_item_value_int_v2(client.handle, "PLAYED_COUNT", 3);
+            const bool isRead = count() == std::make_pair(int{MRB_ERR_NONE}, 3);
+            std::exit(isLate && written == MRB_ERR_NONE && isRead ? 7 : 2);
         },
         testing::ExitedWithCode(7), "");
 }
