@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <future>
+#include <list>
 #include <string>
 
 #include "base/descriptor.h"
@@ -126,8 +127,9 @@ TEST_F(FlashHoldup, ACacheThatIsHeldAfterItWasOpenedIsDoneWithout) {
 
 TEST_F(FlashHoldup, TheEndDoesNotWaitForAnOpeningThatHangs) {
     OtherProgram program(list());
-    // Left behind with its thread, and static so that it does not count as a leak.
-    static auto &opening = *new FlashOpening(milliseconds(1));
+    // Left behind with its thread, and reachable so that it does not count as a leak.
+    static auto &hanging = *new std::list<FlashOpening>;
+    FlashOpening &opening = hanging.emplace_back(milliseconds(1));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_TIMEOUT);
     EXPECT_FALSE(opening.finish(steady_clock::now() + milliseconds(20)));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_NOT_INITIALIZED);

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <future>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -268,11 +269,15 @@ TEST(PromptCache, OnlySoManyWritesAreDue) {
 }
 
 TEST(PromptCache, TheEndDoesNotWaitForAStorageThatHangs) {
-    // Left behind with its threads, and static so that it does not count as a leak.
-    static Gate gate;
-    static Storage storage;
-    static auto &cache = *new PromptCache(storage, IMPATIENT);
-    storage.onLookUp = [](const MediaKey & /*key*/) { gate.pass(); };
+    // Left behind with its threads, and reachable so that it does not count as a leak.
+    struct Hanging {
+        Gate gate;
+        Storage storage;
+        PromptCache cache{storage, IMPATIENT};
+    };
+    static auto &hanging = *new std::list<Hanging>;
+    auto &[gate, storage, cache] = hanging.emplace_back();
+    storage.onLookUp = [&entered = gate](const MediaKey & /*key*/) { entered.pass(); };
     cache.prepare();
     gate.awaitEntry();
     EXPECT_FALSE(cache.finish(steady_clock::now() + milliseconds(20)));
