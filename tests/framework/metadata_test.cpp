@@ -310,10 +310,12 @@ TEST_F(Cache, WhatEarlierReadersFoundIsReadAgainAndWhatWasWrittenStays) {
                                       " 'DROP TABLE IF EXISTS facts; CREATE TABLE facts AS SELECT * FROM "
                                       "facts_2; DELETE FROM facts_2;'\" UPDATE facts SET artist = "
                                       "'old'\"");
-    MediaLibrary library(cache_.path());
-    EXPECT_FALSE(library.known(item())->isRead);
-    EXPECT_EQ(artistBy(library), "Zoë");
-    EXPECT_EQ(std::get<std::string>(library.known(item())->written.at("TITLE")), "Mine");
+    {
+        MediaLibrary library(cache_.path());
+        EXPECT_FALSE(library.known(item())->isRead);
+        EXPECT_EQ(artistBy(library), "Zoë");
+        EXPECT_EQ(std::get<std::string>(library.known(item())->written.at("TITLE")), "Mine");
+    }
     EXPECT_EQ(support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
                                                 " \"SELECT count(*) FROM sqlite_master WHERE name = "
                                                 "'facts'\""),
