@@ -36,9 +36,10 @@ void PromptCache::start(Worker &worker, const char *name, void (PromptCache::*wo
     }
 }
 
-// False: it takes long, or the one before it does.
+// False: it takes long, or the one before it does, or another process holds the storage.
 bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
-    waitBriefly(guard, change_, worker.busySince, limits_.patience, [&] { return isDone || isFinishing_; });
+    waitBriefly(guard, change_, worker.busySince, limits_.patience,
+                [&] { return isDone || worker.isHeldUp || isFinishing_; });
     return isDone;
 }
 
@@ -278,7 +279,6 @@ bool PromptCache::settle(const Writes &writes, const std::vector<Outcome> &outco
         forget(write.text);
     }
     std::erase_if(writes_, [](const std::shared_ptr<Write> &write) { return write->isDone; });
-    change_.notify_all();
     return isBusy;
 }
 
@@ -295,7 +295,8 @@ void PromptCache::writeAll() {
         const std::vector<Outcome> outcomes = perform(writes);
         guard.lock();
         writer_.busySince.reset();
-        const bool isBusy = settle(writes, outcomes);
+        writer_.isHeldUp = settle(writes, outcomes);
+        change_.notify_all();
         std::size_t lost = 0;
         std::string reason;
         for (const std::shared_ptr<Write> &write : writes) {
@@ -309,7 +310,7 @@ void PromptCache::writeAll() {
             MRB_LOG_WARNING("What was written of %zu files is lost. %s", lost, reason.c_str());
             guard.lock();
         }
-        if (isBusy) {
+        if (writer_.isHeldUp) {
             writer_.wake.wait_for(guard, PAUSE, [this] { return isFinishing_; });
         }
     }

@@ -87,6 +87,7 @@ class PromptCache {
         bool isRunning = false;
         std::condition_variable wake;
         std::optional<steady_clock::time_point> busySince; // with the present piece of work
+        bool isHeldUp = false; // by another process; no call waits for what is due then
     };
 
     // With lock_ held:

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <list>
@@ -231,6 +232,25 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
     EXPECT_EQ(titleOf(*cache.find(file("a"))), "Mine");
     EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
     EXPECT_EQ(storage.title("a"), "Mine");
+}
+
+TEST(PromptCache, AStorageThatAnotherProcessHoldsHoldsNoWriteUp) {
+    std::atomic<bool> isHeld = true;
+    Storage storage;
+    storage.onWrite = [&](const MediaKey & /*key*/) {
+        return isHeld ? Outcome{MRB_ERR_BUSY, "Held."} : Outcome();
+    };
+    PromptCache cache(storage, PATIENT);
+    auto writes = std::async(std::launch::async, [&] {
+        // The first one meets the attempt, the others the pause after it.
+        for (const char *name : {"a", "b", "c"}) {
+            EXPECT_EQ(cache.write(file(name), title("Mine")).code, MRB_ERR_NONE);
+        }
+    });
+    EXPECT_EQ(writes.wait_for(support::LIMIT / 4), std::future_status::ready);
+    isHeld = false;
+    EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
+    EXPECT_EQ(storage.title("c"), "Mine");
 }
 
 TEST(PromptCache, AWriteThatFailsInTimeSaysSo) {
