@@ -124,7 +124,8 @@ void PromptCache::lookUpAll() {
             freshUntil_ = began + limits_.freshness;
             keep(text, answer.record);
         }
-        lookup->record = std::move(answer.record);
+        // With the writes that are due now: they may be done before the caller goes on.
+        lookup->record = answer.record ? withWrites(std::move(answer.record), text) : nullptr;
         lookup->isDone = true;
         lookups_.erase(text);
         change_.notify_all();

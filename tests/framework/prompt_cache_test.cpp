@@ -128,6 +128,18 @@ TEST(PromptCache, FindsWhatWasWrittenAndStored) {
     EXPECT_EQ(titleOf(*record), "Mine");
 }
 
+// The write may end at any moment of the lookup.
+TEST(PromptCache, WhatWasStoredIsKnownAtOnce) {
+    constexpr int FILES = 20'000;
+    Storage storage;
+    PromptCache cache(storage, PATIENT);
+    for (int number = 0; number < FILES; ++number) {
+        const MediaKey key = file(std::to_string(number));
+        cache.store(key, {});
+        ASSERT_TRUE(cache.find(key)->isRead) << number;
+    }
+}
+
 TEST(PromptCache, ALookupThatHangsHoldsNoCallUp) {
     Gate gate;
     Storage storage;
