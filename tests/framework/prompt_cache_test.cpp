@@ -130,10 +130,10 @@ TEST(PromptCache, FindsWhatWasWrittenAndStored) {
 
 // The write may end at any moment of the lookup.
 TEST(PromptCache, WhatWasStoredIsKnownAtOnce) {
-    constexpr int FILES = 20'000;
+    constexpr std::size_t FILES = 20'000;
     Storage storage;
-    PromptCache cache(storage, PATIENT);
-    for (int number = 0; number < FILES; ++number) {
+    PromptCache cache(storage, {support::LIMIT, milliseconds(0), 2 * FILES}); // all may be due
+    for (std::size_t number = 0; number < FILES; ++number) {
         const MediaKey key = file(std::to_string(number));
         cache.store(key, {});
         ASSERT_TRUE(cache.find(key)->isRead) << number;
