@@ -78,7 +78,7 @@ class PromptCache {
         WrittenFields fields;
         bool isAtHand = false; // the thread has begun with it: nothing is added
         bool isDone = false;
-        bool isAwaited = false; // somebody hears of the outcome
+        bool isAwaited = false; // a call returns the outcome
         Outcome outcome;
     };
     using Writes = std::vector<std::shared_ptr<Write>>;

@@ -74,7 +74,7 @@ class DeviceService {
     std::vector<Device> attached(DeviceKind kind);
 
     // Calls back from now on, instead of what it called before. What a look finds that this did
-    // not wait for is told. Throws std::system_error as list does.
+    // not wait for is reported. Throws std::system_error as list does.
     int listen(mrb_storage_notification_cb callback, void *userData);
 
     // Both return when the callback that was set before is not running and will not

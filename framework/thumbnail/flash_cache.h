@@ -65,7 +65,7 @@ class FlashCache {
     const Limits limits_{};
     std::mutex lock_; // guards what follows
     std::string list_;
-    // Until then nobody waits for another process, which held it for too long.
+    // Until then no call waits for another process, which held it for too long.
     std::chrono::steady_clock::time_point heldUntil_;
     Descriptor turns_; // the file whose lock says which process's turn it is
     Descriptor journal_;

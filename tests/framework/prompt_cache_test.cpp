@@ -28,7 +28,7 @@ using std::chrono::steady_clock;
 
 namespace {
 
-// Where somebody comes to, and goes on when the test lets it.
+// Holds a thread until the test opens it.
 class Gate {
   public:
     void pass() {

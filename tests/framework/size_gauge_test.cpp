@@ -150,7 +150,7 @@ TEST_F(Gauge, AThousandDevicesAreAllMeasured) {
 
 namespace {
 
-// Where the system lends nobody the device of such file systems, as in most containers,
+// Where the system does not give access to the device of such file systems, as in most containers,
 // there are none to try.
 std::vector<const char *> silentFileSystems() {
     const mrb::Descriptor device(open("/dev/fuse", O_RDWR | O_CLOEXEC));
