@@ -1,17 +1,23 @@
 // Media servers that come and go, in a network that nothing else is in.
 
+#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "base/descriptor.h"
 #include "dlna/network.h"
 #include "support/folder.h"
 #include "support/media_server.h"
@@ -27,6 +33,57 @@ using testing::StartsWith;
 namespace {
 
 constexpr auto LONG = std::chrono::seconds(60);
+
+// Leaves few of the ports that the system gives out: those from FIRST, of which TAKEN are in use
+// by connections on the loopback interface or at `address`.
+class PortShortage {
+  public:
+    explicit PortShortage(const char *address) {
+        std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << FIRST << ' ' << FIRST + COUNT - 1 << '\n';
+        for (int port = FIRST; port < FIRST + TAKEN; ++port) {
+            mrb::Descriptor &taken = taken_.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+            sockaddr_in name = {};
+            name.sin_family = AF_INET;
+            name.sin_port = htons(static_cast<in_port_t>(port));
+            EXPECT_EQ(inet_pton(AF_INET, address, &name.sin_addr), 1);
+            EXPECT_EQ(bind(taken.number(), reinterpret_cast<const sockaddr *>(&name), sizeof name), 0);
+            EXPECT_EQ(listen(taken.number(), 1), 0);
+        }
+    }
+
+  private:
+    static constexpr int FIRST = 40'000;
+    static constexpr int COUNT = 20;
+    static constexpr int TAKEN = 14;
+
+    std::vector<mrb::Descriptor> taken_;
+};
+
+// Whether a file of the kernel's tables has the text within the test's limit, or has it no more.
+bool waitForTable(const char *file, const std::string &text, bool isThere = true) {
+    const auto deadline = std::chrono::steady_clock::now() + LONG;
+    while (std::chrono::steady_clock::now() < deadline) {
+        std::ifstream table(file);
+        const std::string content((std::istreambuf_iterator<char>(table)), std::istreambuf_iterator<char>());
+        if ((content.find(text) != std::string::npos) == isThere) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
+constexpr const char *SOCKETS = "/proc/net/udp";
+constexpr const char *SOCKET = "0100090A:"; // at 10.9.0.1
+constexpr const char *GROUPS = "/proc/net/igmp";
+constexpr const char *GROUP = "FAFFFFEF"; // 239.255.255.250, where servers announce themselves
+
+// An interface besides loopback, with the address 10.9.0.1.
+void addInterface() {
+    EXPECT_EQ(std::system("ip link add near type veth peer name far && ip addr add 10.9.0.1/24 dev near && "
+                          "ip link set near up && ip link set far up"),
+              0);
+}
 
 // Remembers what it heard.
 class Listener final : public mrb::dlna::ServerListener {
@@ -176,4 +233,78 @@ TEST_F(DlnaNetwork, IsEmptyWithoutAnInterface) {
     ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
     network.reset();
     EXPECT_THAT(listener.arrived, IsEmpty());
+}
+
+// A port that the system gives out for the search may be one that a connection has.
+TEST_F(DlnaNetwork, FindsServersWhileMostPortsAreTaken) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
+    const PortShortage shortage("127.0.0.1");
+    for (std::size_t round = 1; round <= 8; ++round) {
+        start();
+        ASSERT_TRUE(listener.waitForArrivals(round));
+        network.reset();
+    }
+}
+
+TEST_F(DlnaNetwork, UsesAnInterfaceWhileMostPortsAreTaken) {
+    if (!insideNetwork()) {
+        return;
+    }
+    addInterface();
+    const PortShortage shortage("10.9.0.1");
+    for (int round = 0; round < 8; ++round) {
+        start();
+        ASSERT_TRUE(waitForTable(SOCKETS, SOCKET));
+        network.reset();
+    }
+}
+
+TEST_F(DlnaNetwork, UsesAnInterfaceThatComesUntilItGoes) {
+    if (!insideNetwork()) {
+        return;
+    }
+    start();
+    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    for (int round = 0; round < 3; ++round) {
+        addInterface();
+        ASSERT_TRUE(waitForTable(SOCKETS, SOCKET));
+        ASSERT_EQ(std::system("ip link set near down"), 0);
+        ASSERT_TRUE(waitForTable(SOCKETS, SOCKET, false));
+        ASSERT_EQ(std::system("ip link set near up"), 0);
+        ASSERT_TRUE(waitForTable(SOCKETS, SOCKET));
+        ASSERT_EQ(std::system("ip link delete near"), 0);
+        ASSERT_TRUE(waitForTable(SOCKETS, SOCKET, false));
+    }
+}
+
+// The kernel drops a socket's groups with the interface, and keeps the socket.
+TEST_F(DlnaNetwork, HearsAnInterfaceThatIsRecreatedAtOnce) {
+    if (!insideNetwork()) {
+        return;
+    }
+    ASSERT_EQ(std::system("ip link set lo down"), 0);
+    start();
+    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    addInterface();
+    for (int round = 0; round < 10; ++round) {
+        ASSERT_TRUE(waitForTable(GROUPS, GROUP));
+        ASSERT_EQ(std::system("ip link delete near"), 0);
+        ASSERT_TRUE(waitForTable(GROUPS, GROUP, false));
+        addInterface();
+    }
+}
+
+TEST_F(DlnaNetwork, UsesLoopbackWhenItComesUp) {
+    if (!inside(Surroundings::NETWORK)) {
+        return;
+    }
+    start();
+    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_EQ(std::system("ip link set lo up"), 0);
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Late", media.path());
+    ASSERT_TRUE(listener.waitForArrivals(1));
+    network.reset();
 }

@@ -5,12 +5,16 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
+#include <optional>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "base/log.h"
 #include "base/threads.h"
 #include "dlna/gupnp/description_guard.h"
+#include "dlna/gupnp/local_addresses.h"
 #include "dlna/gupnp/main_context.h"
 
 namespace mrb::dlna {
@@ -18,8 +22,13 @@ namespace {
 
 constexpr const char *MEDIA_SERVER = "urn:schemas-upnp-org:device:MediaServer:1"; // and its later versions
 
-// How long interfaces take to be enumerated on a machine that has any.
-constexpr guint ENUMERATION_SECONDS = 2;
+// How long a machine that has networks takes to bring one up.
+constexpr guint NETWORK_SECONDS = 2;
+
+// GUPnP listens for TCP connections at the port that the system gave it for UDP, where a
+// connection of this machine may be; another try gets another port.
+constexpr int PORT_ATTEMPTS = 20;
+constexpr guint RETRY_SECONDS = 5;
 
 // What is under way ends at once; an encrypted connection may take a while to close.
 constexpr auto LONGEST_LEAVE = std::chrono::seconds(3);
@@ -29,9 +38,9 @@ constexpr int ENOUGH_LOOKS = 10;
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
 constexpr const char *LIBRARY_DOMAINS[] = {
-    "gssdp-client",        "gssdp-net",         "gupnp-context",          "gupnp-context-manager",
-    "gupnp-control-point", "gupnp-device-info", "gupnp-resource-factory", "gupnp-service-info",
-    "gupnp-service-proxy", "gupnp-xml-doc"};
+    "gssdp-client",        "gssdp-net",           "gupnp-context",
+    "gupnp-control-point", "gupnp-device-info",   "gupnp-resource-factory",
+    "gupnp-service-info",  "gupnp-service-proxy", "gupnp-xml-doc"};
 
 // What the libraries complain of, servers' misbehaviour mostly, belongs in the system log.
 void logForLibrary(const char *domain, GLogLevelFlags /*level*/, const char *message, void * /*data*/) {
@@ -43,6 +52,21 @@ void takeLibraryLogs() {
     for (const char *domain : LIBRARY_DOMAINS) {
         g_log_set_handler(domain, SERIOUS, logForLibrary, nullptr);
     }
+}
+
+// None: every port that it tried is taken, or the address has gone.
+Object<GUPnPContext> contextAt(const std::string &ip) {
+    const Object<GInetAddress> address(g_inet_address_new_from_string(ip.c_str()));
+    for (int attempt = 0; attempt < PORT_ATTEMPTS; ++attempt) {
+        Object<GUPnPContext> context(
+            gupnp_context_new_for_address(address.get(), 0, GSSDP_UDA_VERSION_1_0, nullptr));
+        if (context) {
+            return context;
+        }
+    }
+    MRB_LOG_WARNING("DLNA servers at %s are not found for now: none of %d ports is free.", ip.c_str(),
+                    PORT_ATTEMPTS);
+    return nullptr;
 }
 
 struct FreeContext {
@@ -79,7 +103,7 @@ class GupnpNetwork::Watch {
 
   private:
     void watchNetwork();
-    void watchThisMachine();
+    void updatePoints();
     void letGo();
 
     // Looks for servers through one address of this machine, and loads their descriptions.
@@ -90,14 +114,14 @@ class GupnpNetwork::Watch {
     };
 
     Point watchContext(GUPnPContext *context);
+    void abandon(Point point);
     void leave(Point point);
     void forgetLeft(int looks);
 
-    static void onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
-    static void onContextGone(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch);
     static void onServer(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
     static void onServerGone(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
-    static gboolean onEnumerated(gpointer watch);
+    static gboolean onNetworkAwaited(gpointer watch);
+    static gboolean onRetry(gpointer watch);
     static gboolean onLeaving(gpointer watch);
 
     ServerListener &listener_;
@@ -105,9 +129,9 @@ class GupnpNetwork::Watch {
     const std::unique_ptr<GMainContext, FreeContext> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
     const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
-    Object<GUPnPContextManager> manager_;
-    Point ownPoint_; // on the loopback interface
-    std::map<GUPnPContext *, Point> points_;
+    std::optional<AddressMonitor> monitor_;
+    std::map<LocalAddress, Point> points_;
+    Source retryTimer_;          // while an address has no point
     std::vector<Point> leaving_; // until what they have under way has ended
     Source leavingTimer_;
 };
@@ -122,13 +146,10 @@ void GupnpNetwork::Watch::run() {
 }
 
 void GupnpNetwork::Watch::watchNetwork() {
-    // IPv4, as the guidelines of DLNA have it.
-    manager_.reset(gupnp_context_manager_create_full(GSSDP_UDA_VERSION_1_0, G_SOCKET_FAMILY_IPV4, 0));
-    g_signal_connect(manager_.get(), "context-available", G_CALLBACK(onContext), this);
-    g_signal_connect(manager_.get(), "context-unavailable", G_CALLBACK(onContextGone), this);
-    watchThisMachine();
-    GSource *timer = g_timeout_source_new_seconds(ENUMERATION_SECONDS);
-    g_source_set_callback(timer, onEnumerated, this, nullptr);
+    monitor_.emplace(context_.get(), [this] { updatePoints(); });
+    updatePoints();
+    GSource *timer = g_timeout_source_new_seconds(NETWORK_SECONDS);
+    g_source_set_callback(timer, onNetworkAwaited, this, nullptr);
     g_source_attach(timer, context_.get());
     g_source_unref(timer);
     directories_->open(servers_);
@@ -136,13 +157,11 @@ void GupnpNetwork::Watch::watchNetwork() {
 }
 
 void GupnpNetwork::Watch::letGo() {
-    g_signal_handlers_disconnect_by_data(manager_.get(), this);
+    monitor_.reset();
+    retryTimer_.reset();
     directories_->close();
     servers_.clear();
-    if (ownPoint_.control) {
-        leave(std::move(ownPoint_));
-    }
-    for (auto &[context, point] : points_) {
+    for (auto &[address, point] : points_) {
         leave(std::move(point));
     }
     points_.clear();
@@ -154,7 +173,6 @@ void GupnpNetwork::Watch::letGo() {
     forgetLeft(0); // all results were given
     leavingTimer_.reset();
     leaving_.clear();
-    manager_.reset();
     // What was begun and is cancelled by that ends here.
     runContext([] { return true; }, LONGEST_LEAVE);
 }
@@ -198,13 +216,37 @@ gboolean GupnpNetwork::Watch::onLeaving(gpointer data) {
     return G_SOURCE_CONTINUE; // unless it was destroyed
 }
 
-// The manager leaves the loopback interface out, where a server on this machine may be.
-void GupnpNetwork::Watch::watchThisMachine() {
-    const Object<GInetAddress> address(g_inet_address_new_loopback(G_SOCKET_FAMILY_IPV4));
-    const Object<GUPnPContext> context(
-        gupnp_context_new_for_address(address.get(), 0, GSSDP_UDA_VERSION_1_0, nullptr));
-    if (context) {
-        ownPoint_ = watchContext(context.get());
+void GupnpNetwork::Watch::updatePoints() {
+    const std::set<LocalAddress> addresses = localAddresses();
+    std::vector<Point> abandoned;
+    for (auto point = points_.begin(); point != points_.end();) {
+        if (addresses.contains(point->first)) {
+            ++point;
+        } else {
+            abandoned.push_back(std::move(point->second));
+            point = points_.erase(point);
+        }
+    }
+    for (Point &point : abandoned) {
+        abandon(std::move(point));
+    }
+    bool isComplete = true;
+    for (const LocalAddress &address : addresses) {
+        if (points_.contains(address)) {
+            continue;
+        }
+        if (const Object<GUPnPContext> context = contextAt(address.ip)) {
+            points_.emplace(address, watchContext(context.get()));
+        } else {
+            isComplete = false;
+        }
+    }
+    if (isComplete) {
+        retryTimer_.reset();
+    } else if (!retryTimer_) {
+        retryTimer_.reset(g_timeout_source_new_seconds(RETRY_SECONDS));
+        g_source_set_callback(retryTimer_.get(), onRetry, this, nullptr);
+        g_source_attach(retryTimer_.get(), context_.get());
     }
 }
 
@@ -219,27 +261,14 @@ GupnpNetwork::Watch::Point GupnpNetwork::Watch::watchContext(GUPnPContext *conte
     return point;
 }
 
-void GupnpNetwork::Watch::onContext(GUPnPContextManager *manager, GUPnPContext *context, Watch *watch) {
-    Point point = watch->watchContext(context);
-    gupnp_context_manager_manage_control_point(manager, point.control.get());
-    watch->points_[context] = std::move(point);
-}
-
-void GupnpNetwork::Watch::onContextGone(GUPnPContextManager * /*manager*/, GUPnPContext *context,
-                                        Watch *watch) {
-    const auto found = watch->points_.find(context);
-    if (found == watch->points_.end()) {
-        return;
-    }
-    Point point = std::move(found->second);
-    watch->points_.erase(found);
-    // They cannot be reached through it any more, and do not say so themselves.
+// Its servers cannot be reached through it any more, and do not say so themselves.
+void GupnpNetwork::Watch::abandon(Point point) {
     for (const GList *each = gupnp_control_point_list_device_proxies(point.control.get()); each != nullptr;
          each = each->next) {
-        watch->servers_.remove(GUPNP_DEVICE_INFO(each->data));
+        servers_.remove(GUPNP_DEVICE_INFO(each->data));
     }
-    watch->leave(std::move(point));
-    watch->directories_->serversLeft();
+    leave(std::move(point));
+    directories_->serversLeft();
 }
 
 void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device, Watch *watch) {
@@ -252,11 +281,17 @@ void GupnpNetwork::Watch::onServerGone(GUPnPControlPoint * /*point*/, GUPnPDevic
     watch->directories_->serversLeft();
 }
 
-gboolean GupnpNetwork::Watch::onEnumerated(gpointer watch) {
-    if (static_cast<Watch *>(watch)->points_.empty()) {
+gboolean GupnpNetwork::Watch::onNetworkAwaited(gpointer data) {
+    const auto &points = static_cast<Watch *>(data)->points_;
+    if (std::ranges::all_of(points, [](const auto &each) { return each.first.isLoopback(); })) {
         MRB_LOG_WARNING("No network: only DLNA servers of this machine are found until there is one.");
     }
     return G_SOURCE_REMOVE;
+}
+
+gboolean GupnpNetwork::Watch::onRetry(gpointer watch) {
+    static_cast<Watch *>(watch)->updatePoints();
+    return G_SOURCE_CONTINUE; // unless it was destroyed
 }
 
 GupnpNetwork::GupnpNetwork(ServerListener &listener)
