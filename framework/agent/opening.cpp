@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "base/log.h"
+#include "fields/description.h"
 #include "fields/sort_values.h"
-#include "list/description.h"
 #include "text/text.h"
 
 namespace mrb {

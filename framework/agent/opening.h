@@ -13,10 +13,10 @@
 
 #include "agent/group_reading.h"
 #include "events/event_thread.h"
+#include "library/media_library.h"
+#include "library/media_paths.h"
 #include "list/list.h"
 #include "list/wishes.h"
-#include "metadata/media_library.h"
-#include "metadata/media_paths.h"
 #include "mrb/agent.h"
 #include "sources/source.h"
 #include "storage/device_service.h"

@@ -1,7 +1,7 @@
 // The fields of the item under the cursor.
 
+#include "agent/field_access.h"
 #include "api/with_list.h"
-#include "fields/field_access.h"
 #include "mrb/agent.h"
 
 using mrb::FactValue;

@@ -1,6 +1,6 @@
 // Opening, reading and closing lists.
 
-#include "agent/framework.h"
+#include "api/framework.h"
 #include "api/general_param.h"
 #include "api/with_list.h"
 #include "media/media_types.h"

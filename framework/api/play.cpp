@@ -1,8 +1,8 @@
 // What a player asks of the item under the cursor.
 
+#include "agent/field_access.h"
 #include "api/with_list.h"
-#include "fields/field_access.h"
-#include "list/description.h"
+#include "fields/description.h"
 #include "mrb/agent.h"
 
 using mrb::ListEntry;

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "agent/framework.h"
 #include "api/entry.h"
+#include "api/framework.h"
 #include "share/shares.h"
 
 // The object behind mrb_share_param_h; owned by the client that created it.

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "agent/framework.h"
 #include "api/entry.h"
+#include "api/framework.h"
 #include "mrb/agent.h"
 
 namespace mrb {

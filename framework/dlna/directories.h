@@ -10,8 +10,8 @@
 
 #include "base/result.h"
 #include "dlna/transfers.h"
+#include "media/item.h"
 #include "metadata/facts.h"
-#include "sources/source.h"
 
 namespace mrb::dlna {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/result.h"
-#include "sources/source.h"
+#include "media/item.h"
 
 namespace mrb::dlna {
 

@@ -241,4 +241,19 @@ const Field *findField(std::string_view name) {
     return found == std::end(FIELDS) ? nullptr : found;
 }
 
+const FactValue *writtenValue(const Field &field, const MediaRecord &record) {
+    const auto found = field.isWritable ? record.written.find(field.name) : record.written.end();
+    if (found == record.written.end()) {
+        return nullptr;
+    }
+    const auto *text = std::get_if<std::string>(&found->second);
+    return text != nullptr && text->empty() ? nullptr : &found->second;
+}
+
+FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                     const MediaRecord &record) {
+    const FactValue *written = writtenValue(field, record);
+    return written != nullptr ? *written : field.value({entry, location, record});
+}
+
 } // namespace mrb

@@ -4,8 +4,8 @@
 #include <span>
 #include <string_view>
 
+#include "library/cache.h"
 #include "list/list.h"
-#include "metadata/cache.h"
 
 namespace mrb {
 
@@ -51,5 +51,13 @@ std::span<const Field> fields();
 
 // Null: there is no such field. The name counts letter by letter.
 const Field *findField(std::string_view name);
+
+// What a client wrote into the field; null: nothing. A written text that is empty counts as none.
+const FactValue *writtenValue(const Field &field, const MediaRecord &record);
+
+// The value of an entry that has `record`: what a client wrote, else its own; nothing
+// where there is none. It is not yet in the field's type.
+FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                     const MediaRecord &record);
 
 } // namespace mrb

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/stoppable_sort.h"
-#include "fields/field_access.h"
+#include "fields/field_table.h"
 #include "text/collation.h"
 
 namespace mrb {

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <functional>
 
+#include "library/media_library.h"
 #include "list/grouping.h"
 #include "list/item_store.h"
-#include "metadata/media_library.h"
 
 namespace mrb {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/stoppable_sort.h"
-#include "fields/field_access.h"
+#include "fields/field_table.h"
 #include "mrb/agent.h"
 #include "text/collation.h"
 

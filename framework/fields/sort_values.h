@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "library/media_library.h"
 #include "list/item_store.h"
 #include "list/sorting.h"
-#include "metadata/media_library.h"
 
 namespace mrb {
 

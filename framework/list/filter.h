@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "base/result.h"
-#include "sources/source.h"
+#include "list/list_request.h"
+#include "media/item.h"
+#include "media/media_types.h"
 #include "text/search.h"
 
 namespace mrb {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "base/chunks.h"
-#include "sources/source.h"
+#include "media/item.h"
 #include "text/first_letter.h"
 
 namespace mrb {

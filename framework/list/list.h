@@ -13,7 +13,7 @@
 #include "list/selection.h"
 #include "list/view.h"
 #include "list/wishes.h"
-#include "sources/source.h"
+#include "media/item.h"
 
 namespace mrb {
 

@@ -1,5 +1,7 @@
 #include "media/media_types.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 #include "media/mime_extension.h"
@@ -7,6 +9,8 @@
 
 namespace mrb {
 namespace {
+
+constexpr const char *SYSTEM_FOLDERS[] = {"$RECYCLE.BIN", "RECYCLER", "System Volume Information"};
 
 // Sorted by extension. MIME types are the registered ones where there is one,
 // else the ones that players and DLNA servers commonly use.
@@ -174,6 +178,15 @@ const char *itemTypeName(int itemType) {
     default:
         return nullptr;
     }
+}
+
+bool isSystemFolder(const char *name) {
+    for (const char *system : SYSTEM_FOLDERS) {
+        if (strcasecmp(name, system) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::optional<TypeMask> typesOfContent(std::string_view contentType) {

@@ -11,7 +11,6 @@
 
 #include "base/log.h"
 #include "media/media_types.h"
-#include "sources/folder/folder_reader.h"
 #include "watch/file_clock.h"
 #include "watch/inotify_events.h"
 

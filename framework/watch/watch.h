@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "sources/source.h"
+#include "media/item.h"
 
 namespace mrb {
 

@@ -14,7 +14,7 @@
 #include <string>
 
 #include "base/descriptor.h"
-#include "metadata/media_library.h"
+#include "library/media_library.h"
 #include "support/client.h"
 #include "support/folder.h"
 

@@ -12,8 +12,8 @@
 #include <random>
 #include <thread>
 
-#include "metadata/media_library.h"
-#include "metadata/media_paths.h"
+#include "library/media_library.h"
+#include "library/media_paths.h"
 #include "support/client.h"
 #include "support/fields.h"
 #include "support/media.h"

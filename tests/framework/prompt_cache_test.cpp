@@ -1,6 +1,6 @@
 // Calls of clients against a storage that takes as long as the test wants.
 
-#include "metadata/prompt_cache.h"
+#include "library/prompt_cache.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "agent/framework.h"
 #include "share/copy_plan.h"
 #include "share/file_copy.h"
 #include "share/file_names.h"

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -20,8 +19,6 @@ namespace {
 constexpr std::size_t BUFFER_BYTES = 64UL * 1024;
 
 constexpr unsigned WANTED = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
-
-constexpr const char *SYSTEM_FOLDERS[] = {"$RECYCLE.BIN", "RECYCLER", "System Volume Information"};
 
 int readStatus(int folder, const char *name, int flags, struct statx &status) {
     return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
@@ -47,15 +44,6 @@ FileFacts factsOf(const struct statx &status) {
 bool isGone(int error) { return error == ENOENT || error == ELOOP || error == ENOTDIR; }
 
 } // namespace
-
-bool isSystemFolder(const char *name) {
-    for (const char *system : SYSTEM_FOLDERS) {
-        if (strcasecmp(name, system) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
 
 int readFacts(int folder, const char *name, FileFacts &facts) {
     struct statx status {};

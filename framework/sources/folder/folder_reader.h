@@ -8,9 +8,6 @@
 
 namespace mrb {
 
-// Folders in which other systems keep deleted files and indexes. Nobody means those.
-bool isSystemFolder(const char *name);
-
 // Reads the facts of `name` in the open folder `folder`; with an empty name those
 // of the folder itself. Returns 0 or the system's error number.
 int readFacts(int folder, const char *name, FileFacts &facts);

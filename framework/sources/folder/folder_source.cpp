@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "media/media_types.h"
 #include "mrb/agent.h"
 #include "sources/folder/folder_scan.h"
 #include "text/text.h"

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <utility>
 
+#include "media/media_types.h"
 #include "mrb/agent.h"
 #include "sources/playlist/playlist_reader.h"
 #include "sources/playlist/playlist_search.h"

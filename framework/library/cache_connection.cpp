@@ -1,6 +1,6 @@
-#include "metadata/cache_connection.h"
+#include "library/cache_connection.h"
 
-#include "metadata/cache_layout.h"
+#include "library/cache_layout.h"
 
 namespace mrb {
 namespace {

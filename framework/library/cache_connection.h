@@ -5,8 +5,8 @@
 #include <span>
 #include <string>
 
-#include "metadata/cache_storage.h"
-#include "metadata/database.h"
+#include "library/cache_storage.h"
+#include "library/database.h"
 
 namespace mrb {
 

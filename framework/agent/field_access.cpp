@@ -1,4 +1,4 @@
-#include "fields/field_access.h"
+#include "agent/field_access.h"
 
 #include <algorithm>
 #include <chrono>
@@ -43,16 +43,6 @@ FactValue inType(const FactValue &value, FieldType type) {
     return {};
 }
 
-// A written text that is empty counts as none.
-const FactValue *writtenValue(const Field &field, const MediaRecord &record) {
-    const auto found = field.isWritable ? record.written.find(field.name) : record.written.end();
-    if (found == record.written.end()) {
-        return nullptr;
-    }
-    const auto *text = std::get_if<std::string>(&found->second);
-    return text != nullptr && text->empty() ? nullptr : &found->second;
-}
-
 bool isNothing(const FactValue &value) {
     const auto *text = std::get_if<std::string>(&value);
     return value.index() == 0 || (text != nullptr && text->empty());
@@ -66,12 +56,6 @@ const MediaRecord &noRecord() {
 bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
-
-FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
-                     const MediaRecord &record) {
-    const FactValue *written = writtenValue(field, record);
-    return written != nullptr ? *written : field.value({entry, location, record});
-}
 
 Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value) {
     const Field *field = findField(name);

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "metadata/cache.h"
+#include "library/cache.h"
 #include "storage/storage_id.h"
 
 namespace mrb {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "list/list.h"
+#include "sources/source.h"
 
 namespace mrb {
 

@@ -1,4 +1,4 @@
-#include "metadata/database.h"
+#include "library/database.h"
 
 #include <sqlite3.h>
 

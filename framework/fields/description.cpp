@@ -1,4 +1,4 @@
-#include "list/description.h"
+#include "fields/description.h"
 
 #include "media/media_types.h"
 #include "mrb/agent.h"

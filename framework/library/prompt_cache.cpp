@@ -1,4 +1,4 @@
-#include "metadata/prompt_cache.h"
+#include "library/prompt_cache.h"
 
 #include <algorithm>
 #include <exception>

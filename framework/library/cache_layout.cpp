@@ -1,4 +1,4 @@
-#include "metadata/cache_layout.h"
+#include "library/cache_layout.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "metadata/media_paths.h"
+#include "library/media_paths.h"
 
 #include <cstdlib>
 #include <memory>

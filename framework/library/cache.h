@@ -11,7 +11,7 @@
 #include <unordered_map>
 
 #include "base/descriptor.h"
-#include "metadata/cache_storage.h"
+#include "library/cache_storage.h"
 
 namespace mrb {
 

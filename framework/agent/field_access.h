@@ -9,11 +9,6 @@
 
 namespace mrb {
 
-// The value of an entry that has `record`: what a client wrote, else its own; nothing
-// where there is none. It is not yet in the field's type.
-FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
-                     const MediaRecord &record);
-
 // Reads a field of the entry under the list's cursor. `value` is then an integer, a
 // real number or a text as the type wants it, the empty one where the entry has none.
 Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value);

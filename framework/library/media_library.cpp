@@ -1,9 +1,9 @@
-#include "metadata/media_library.h"
+#include "library/media_library.h"
 
 #include <chrono>
 #include <utility>
 
-#include "metadata/media_opening.h"
+#include "library/media_opening.h"
 
 namespace mrb {
 namespace {

@@ -1,4 +1,4 @@
-#include "agent/framework.h"
+#include "api/framework.h"
 
 #include <limits>
 #include <utility>

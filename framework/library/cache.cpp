@@ -1,4 +1,4 @@
-#include "metadata/cache.h"
+#include "library/cache.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "base/log.h"
-#include "metadata/cache_connection.h"
+#include "library/cache_connection.h"
 
 namespace mrb {
 namespace {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/brief_wait.h"
-#include "metadata/cache_storage.h"
+#include "library/cache_storage.h"
 
 namespace mrb {
 

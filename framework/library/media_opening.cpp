@@ -1,4 +1,4 @@
-#include "metadata/media_opening.h"
+#include "library/media_opening.h"
 
 #include "ptp/attached_cameras.h"
 #include "ptp/camera_media.h"

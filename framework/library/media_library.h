@@ -11,8 +11,8 @@
 
 #include "base/mount_identity.h"
 #include "base/result.h"
-#include "metadata/cache.h"
-#include "metadata/prompt_cache.h"
+#include "library/cache.h"
+#include "library/prompt_cache.h"
 #include "metadata/read_metadata.h"
 
 namespace mrb {
