@@ -1,6 +1,6 @@
 #pragma once
 
-#include "thumbnail/decode/media_file.h"
+#include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 

@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "thumbnail/decode/exif.h"
-#include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
+#include "thumbnail/limits.h"
+#include "thumbnail/orientation.h"
 
 namespace mrb::thumbnail {
 namespace {

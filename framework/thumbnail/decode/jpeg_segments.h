@@ -3,7 +3,7 @@
 #include <optional>
 #include <span>
 
-#include "thumbnail/decode/media_file.h"
+#include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "thumbnail/decode/fit.h"
 #include "thumbnail/decode/jpeg_segments.h"
+#include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 

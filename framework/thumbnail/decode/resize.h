@@ -1,8 +1,8 @@
 #pragma once
 
-#include "thumbnail/decode/fit.h"
-#include "thumbnail/decode/media_file.h"
 #include "thumbnail/decoding.h"
+#include "thumbnail/fit.h"
+#include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 

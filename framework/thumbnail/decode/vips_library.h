@@ -6,8 +6,8 @@
 #include <string>
 
 #include "base/result.h"
-#include "thumbnail/decode/fit.h"
 #include "thumbnail/decoding.h"
+#include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 

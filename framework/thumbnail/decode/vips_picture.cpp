@@ -4,11 +4,11 @@
 #include <string_view>
 #include <utility>
 
-#include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/vips_library.h"
 #include "thumbnail/decode/webp.h"
 #include "thumbnail/films.h"
+#include "thumbnail/limits.h"
+#include "thumbnail/orientation.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -7,10 +7,10 @@
 #include <memory>
 #include <string_view>
 
-#include "thumbnail/decode/limits.h"
-#include "thumbnail/decode/orientation.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
+#include "thumbnail/limits.h"
+#include "thumbnail/orientation.h"
 
 namespace mrb::thumbnail {
 namespace {

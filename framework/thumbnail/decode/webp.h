@@ -1,8 +1,8 @@
 #pragma once
 
-#include "thumbnail/decode/fit.h"
 #include "thumbnail/decode/jpeg_segments.h"
 #include "thumbnail/decode/vips_library.h"
+#include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <new>
 
-#include "thumbnail/decode/limits.h"
+#include "thumbnail/limits.h"
 
 namespace mrb::thumbnail {
 namespace {

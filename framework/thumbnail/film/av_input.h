@@ -8,7 +8,7 @@ extern "C" {
 #include <cstdint>
 #include <memory>
 
-#include "thumbnail/decode/media_file.h"
+#include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "thumbnail/decode/media_file.h"
+#include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "thumbnail/decode/fit.h"
 #include "thumbnail/film/av_input.h"
+#include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 

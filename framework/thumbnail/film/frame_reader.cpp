@@ -4,7 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "thumbnail/decode/limits.h"
+#include "thumbnail/limits.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -12,8 +12,8 @@ extern "C" {
 #include <memory>
 #include <new>
 
-#include "thumbnail/decode/limits.h"
 #include "thumbnail/film/av_input.h"
+#include "thumbnail/limits.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -9,9 +9,9 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-#include "thumbnail/decode/orientation.h"
 #include "thumbnail/film/frame_image.h"
 #include "thumbnail/film/frame_reader.h"
+#include "thumbnail/orientation.h"
 
 namespace mrb::thumbnail {
 namespace {

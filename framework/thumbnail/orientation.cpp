@@ -1,4 +1,4 @@
-#include "thumbnail/decode/orientation.h"
+#include "thumbnail/orientation.h"
 
 #include <cstring>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "thumbnail/decode/fit.h"
+#include "thumbnail/fit.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "thumbnail/decode/media_file.h"
+#include "thumbnail/media_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "thumbnail/decode/limits.h"
+#include "thumbnail/limits.h"
 
 namespace mrb::thumbnail {
 namespace {
