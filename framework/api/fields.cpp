@@ -1,8 +1,8 @@
 // The fields of the item under the cursor.
 
-#include "agent/field_access.h"
 #include "api/with_list.h"
 #include "mrb/agent.h"
+#include "session/field_access.h"
 
 using mrb::FactValue;
 using mrb::FieldType;

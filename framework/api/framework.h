@@ -6,10 +6,10 @@
 #include <memory>
 #include <mutex>
 
-#include "agent/opening.h"
-#include "agent/workers.h"
 #include "events/event_thread.h"
 #include "mrb/agent.h"
+#include "session/opening.h"
+#include "session/workers.h"
 #include "share/shares.h"
 #include "sources/source.h"
 

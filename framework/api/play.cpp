@@ -1,9 +1,9 @@
 // What a player asks of the item under the cursor.
 
-#include "agent/field_access.h"
 #include "api/with_list.h"
 #include "fields/description.h"
 #include "mrb/agent.h"
+#include "session/field_access.h"
 
 using mrb::ListEntry;
 using mrb::Opening;

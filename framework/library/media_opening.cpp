@@ -1,7 +1,7 @@
 #include "library/media_opening.h"
 
-#include "ptp/attached_cameras.h"
-#include "ptp/camera_media.h"
+#include "camera_files/attached_cameras.h"
+#include "camera_files/camera_media.h"
 
 namespace mrb {
 

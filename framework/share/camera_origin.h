@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "agent/opening.h"
-#include "ptp/camera_download.h"
+#include "camera_files/camera_download.h"
+#include "session/opening.h"
 #include "share/origin.h"
 
 namespace mrb {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/opening.h"
+#include "session/opening.h"
 #include "share/copy_plan.h"
 #include "share/failures.h"
 #include "share/job.h"

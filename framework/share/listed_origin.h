@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "agent/opening.h"
+#include "session/opening.h"
 #include "share/local_origin.h"
 
 namespace mrb {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "agent/opening.h"
+#include "session/opening.h"
 #include "share/job.h"
 
 namespace mrb {

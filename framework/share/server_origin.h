@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
-#include "agent/opening.h"
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
+#include "session/opening.h"
 #include "share/origin.h"
 
 namespace mrb {

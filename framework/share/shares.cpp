@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "agent/opening.h"
 #include "base/log.h"
+#include "session/opening.h"
 #include "share/camera_origin.h"
 #include "share/copy_job.h"
 #include "share/folder_origin.h"

@@ -6,9 +6,9 @@
 #include <mutex>
 #include <string>
 
-#include "agent/workers.h"
 #include "base/result.h"
 #include "events/event_thread.h"
+#include "session/workers.h"
 #include "share/share.h"
 
 namespace mrb {

@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
+#include "camera_files/camera_exif.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
-#include "ptp/camera_exif.h"
 #include "thumbnail/memory_file.h"
 
 namespace mrb::thumbnail {

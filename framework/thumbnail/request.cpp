@@ -1,7 +1,7 @@
 #include "thumbnail/request.h"
 
 #include "base/log.h"
-#include "ptp/attached_cameras.h"
+#include "camera_files/attached_cameras.h"
 #include "text/text.h"
 #include "thumbnail/camera_picture.h"
 

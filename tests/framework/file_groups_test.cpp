@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-#include "agent/group_reading.h"
 #include "list/list.h"
 #include "mrb/agent.h"
+#include "session/group_reading.h"
 #include "support/client.h"
 #include "support/folder.h"
 #include "support/groups.h"

@@ -7,7 +7,7 @@
 #include <future>
 #include <thread>
 
-#include "agent/opening.h"
+#include "session/opening.h"
 #include "support/client.h"
 #include "support/folder.h"
 

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "base/log.h"
+#include "camera_files/camera_file.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
-#include "ptp/camera_file.h"
 #include "sources/folder/folder_reader.h"
 #include "text/text.h"
 

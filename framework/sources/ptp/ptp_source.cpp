@@ -3,9 +3,9 @@
 #include <string_view>
 #include <utility>
 
+#include "camera_files/camera_file.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
-#include "ptp/camera_file.h"
 #include "sources/ptp/camera_scan.h"
 #include "text/text.h"
 

@@ -1,4 +1,4 @@
-#include "agent/opening.h"
+#include "session/opening.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "agent/workers.h"
+#include "session/workers.h"
 
 #include <system_error>
 #include <utility>

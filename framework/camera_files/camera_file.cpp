@@ -1,4 +1,4 @@
-#include "ptp/camera_file.h"
+#include "camera_files/camera_file.h"
 
 #include <algorithm>
 #include <optional>

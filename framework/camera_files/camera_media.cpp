@@ -1,11 +1,11 @@
-#include "ptp/camera_media.h"
+#include "camera_files/camera_media.h"
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
-#include "ptp/bytes_in_memory.h"
-#include "ptp/camera_exif.h"
+#include "camera_files/bytes_in_memory.h"
+#include "camera_files/camera_exif.h"
 
 namespace mrb {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "ptp/camera_file.h"
+#include "camera_files/camera_file.h"
 
 namespace mrb {
 

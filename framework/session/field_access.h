@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "agent/opening.h"
 #include "base/result.h"
 #include "fields/field_table.h"
+#include "session/opening.h"
 
 namespace mrb {
 

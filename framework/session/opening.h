@@ -11,13 +11,13 @@
 #include <string>
 #include <string_view>
 
-#include "agent/group_reading.h"
 #include "events/event_thread.h"
 #include "library/media_library.h"
 #include "library/media_paths.h"
 #include "list/list.h"
 #include "list/wishes.h"
 #include "mrb/agent.h"
+#include "session/group_reading.h"
 #include "sources/source.h"
 #include "storage/device_service.h"
 #include "watch/watcher.h"

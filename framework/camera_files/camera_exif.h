@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "camera_files/camera_file.h"
 #include "metadata/facts.h"
-#include "ptp/camera_file.h"
 
 namespace mrb {
 

@@ -1,14 +1,14 @@
-#include "ptp/camera_exif.h"
+#include "camera_files/camera_exif.h"
 
 #include <algorithm>
 #include <cctype>
 #include <memory>
 #include <utility>
 
+#include "camera_files/bytes_in_memory.h"
 #include "metadata/byte_order.h"
 #include "metadata/media_file.h"
 #include "metadata/read_metadata.h"
-#include "ptp/bytes_in_memory.h"
 
 namespace mrb {
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "camera/camera_service.h"
-#include "ptp/attached_cameras.h"
+#include "camera_files/attached_cameras.h"
 
 namespace mrb {
 

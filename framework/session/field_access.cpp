@@ -1,4 +1,4 @@
-#include "agent/field_access.h"
+#include "session/field_access.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "ptp/camera_download.h"
+#include "camera_files/camera_download.h"
 
 #include <algorithm>
 #include <condition_variable>

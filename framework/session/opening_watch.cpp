@@ -3,8 +3,8 @@
 #include <exception>
 #include <utility>
 
-#include "agent/opening.h"
 #include "base/log.h"
+#include "session/opening.h"
 #include "watch/file_watch.h"
 #include "watch/folder_watch.h"
 

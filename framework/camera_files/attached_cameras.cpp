@@ -1,4 +1,4 @@
-#include "ptp/attached_cameras.h"
+#include "camera_files/attached_cameras.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "agent/group_reading.h"
+#include "session/group_reading.h"
 
 namespace mrb {
 

@@ -4,10 +4,10 @@
 #include <memory>
 #include <utility>
 
-#include "agent/opening.h"
-#include "agent/workers.h"
 #include "base/log.h"
 #include "fields/file_groups.h"
+#include "session/opening.h"
+#include "session/workers.h"
 
 namespace mrb {
 
