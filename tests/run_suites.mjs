@@ -9,8 +9,9 @@ import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 import { build } from './runner/build.mjs';
-import { format, layout } from './runner/checks.mjs';
+import { format, records } from './runner/checks.mjs';
 import { kinds } from './runner/kinds.mjs';
+import { layout } from './runner/layers.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
 import { missingHere } from './runner/surroundings.mjs';
 import { tidy } from './runner/tidy.mjs';
@@ -39,6 +40,7 @@ const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
     { name: 'layout', kind: 'check', builds: [''], check: layout },
+    { name: 'records', kind: 'check', builds: [''], check: records },
     { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['syslog_tests'],
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],

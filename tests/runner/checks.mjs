@@ -30,7 +30,7 @@ export async function format(root) {
  * The framework's records have the layout of the television's 32-bit ARM: the
  * compile-time checks in the headers hold there, in C and in C++.
  */
-export async function layout(root) {
+export async function records(root) {
     const trials = filesIn(root, ['platform/mrb'], /\.h$/).flatMap((header) => [
         { header, language: 'c', standard: 'c11' },
         { header, language: 'c++', standard: 'c++20' },
