@@ -14,7 +14,7 @@
 
 namespace {
 
-// As in exit_test.cpp: parent and child share the folder.
+// As in teardown_process_test.cpp: parent and child share the folder.
 class ThumbnailExit : public testing::Test {
   protected:
     ThumbnailExit() {
