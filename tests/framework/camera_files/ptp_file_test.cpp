@@ -24,8 +24,8 @@ using support::Client;
 using support::indexOf;
 using support::OfferedCamera;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::Wish;
 
 namespace {
 
@@ -34,7 +34,7 @@ class PtpFile : public testing::Test {
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
     // A list of all that is on the camera.
-    void open() { EXPECT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY); }
+    void open() { EXPECT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY); }
     [[nodiscard]] std::string urlOf(const std::string &name) const {
         return client.item(indexOf(client, name))["url"].asString();
     }
@@ -89,10 +89,10 @@ TEST_F(PtpFile, ItsFieldsAreThoseOfTheSameFileInAFolder) {
 
 TEST_F(PtpFile, AListIsSortedByWhatFilesSay) {
     support::makeMedia(camera.folder);
-    support::Wishes wishes = camera.wishes();
-    wishes.contentType = "IMAGE";
-    wishes.sortCategory = "DATE_TAKEN";
-    client.list(wishes);
+    support::ListOptions options = camera.listOptions();
+    options.contentType = "IMAGE";
+    options.sortCategory = "DATE_TAKEN";
+    client.list(options);
     EXPECT_EQ(client.item(0)["name"], "photo.jpg");
 }
 
@@ -102,7 +102,7 @@ TEST_F(PtpFile, AFieldThatIsWrittenIsKept) {
     EXPECT_EQ(mrb_move_to_index_v2(client.handle, 0), MRB_ERR_NONE);
     EXPECT_EQ(mrb_set_item_value_char_v2(client.handle, "TITLE", "Mine"), MRB_ERR_NONE);
     Client again;
-    again.list(camera.wishes());
+    again.list(camera.listOptions());
     EXPECT_EQ(support::text(again, 0, "TITLE"), "Mine");
 }
 
@@ -126,8 +126,8 @@ TEST_F(PtpFile, AThumbnailIsTheSmallPictureWhereThatIsLargeEnough) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     open();
     Thumbnails thumbnails;
-    const Thumbnail small =
-        thumbnails.get(Wish{.path = urlOf("a.jpg"), .sourceType = 2, .width = 160, .height = 160});
+    const Thumbnail small = thumbnails.get(
+        ThumbnailOptions{.path = urlOf("a.jpg"), .sourceType = 2, .width = 160, .height = 160});
     ASSERT_EQ(small.code, MRB_ERR_NONE);
     EXPECT_EQ(small.images[0].width, 160);
     EXPECT_EQ(small.images[0].height, 120);
@@ -169,7 +169,8 @@ TEST_F(PtpFile, ASmallPictureIsTurnedUpright) {
         {"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=6", camera.folder.path("a.jpg")});
     open();
     Thumbnails thumbnails;
-    const Thumbnail small = thumbnails.get(Wish{.path = urlOf("a.jpg"), .width = 160, .height = 160});
+    const Thumbnail small =
+        thumbnails.get(ThumbnailOptions{.path = urlOf("a.jpg"), .width = 160, .height = 160});
     ASSERT_EQ(small.code, MRB_ERR_NONE);
     EXPECT_EQ(small.images[0].width, 120);
     EXPECT_EQ(small.images[0].height, 160);
@@ -181,7 +182,7 @@ TEST_F(PtpFile, FilmsAndMusicHaveThumbnailsToo) {
     open();
     Thumbnails thumbnails;
     EXPECT_EQ(thumbnails.get(urlOf("film.mp4")).code, MRB_ERR_NONE);
-    EXPECT_EQ(thumbnails.get(Wish{.path = urlOf("film.mp4"), .frames = 3}).images.size(), 3U);
+    EXPECT_EQ(thumbnails.get(ThumbnailOptions{.path = urlOf("film.mp4"), .frames = 3}).images.size(), 3U);
     EXPECT_EQ(thumbnails.get(urlOf("covered.mp3")).code, MRB_ERR_NONE);
     EXPECT_EQ(thumbnails.get(urlOf("song.mp3")).code, MRB_ERR_NOT_FOUND);
 }
@@ -206,10 +207,10 @@ TEST_F(PtpFile, TheSyncReturnsAlsoWhenTheCameraHangs) {
     ASSERT_EQ(mkfifo(camera.folder.path("a.jpg").c_str(), 0600), 0);
     open();
     Thumbnails thumbnails;
-    const std::size_t asked = thumbnails.ask(Wish{.path = urlOf("a.jpg")});
+    const std::size_t asked = thumbnails.request(ThumbnailOptions{.path = urlOf("a.jpg")});
     EXPECT_EQ(thumbnail_stop_ptp_decode_sync(), MRB_ERR_NONE);
     ASSERT_TRUE(thumbnails.waitForAll());
-    EXPECT_EQ(thumbnails.answerTo(asked).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(thumbnails.resultOf(asked).code, MRB_ERR_CANCELLED);
     // A field is not waited for either.
     EXPECT_EQ(support::textField(client, 0, "MODEL").first, MRB_ERR_TIMEOUT);
     // It goes on: who waits for a writer finds one, and then the end.

@@ -11,19 +11,19 @@
 #include "support/fields.h"
 #include "support/own_process.h"
 #include "support/programs.h"
+#include "support/scripted_camera.h"
 #include "support/sharing.h"
 #include "support/thumbnails.h"
-#include "support/told_camera.h"
 
 using mrb::Outcome;
-using support::CameraQuestion;
+using support::CameraRequest;
 using support::Client;
 using support::Event;
 using support::Folder;
+using support::ScriptedFile;
 using support::ShareEvent;
 using support::Sharing;
 using support::Surroundings;
-using support::ToldFile;
 
 namespace {
 
@@ -35,19 +35,19 @@ class PtpLoss : public support::OwnProcess {
   protected:
     // A camera of its own for each way of saying it.
     struct Trial {
-        support::ToldCamera camera;
+        support::ScriptedCamera camera;
         Client client;
 
         // Pulls it out when that is asked.
         void pullOutAt(const std::string &about, const std::string &name, int answer) {
-            camera.onQuestion = [this, about, name, answer](const CameraQuestion &question) {
-                if (question.about == about && question.name == name) {
+            camera.onRequest = [this, about, name, answer](const CameraRequest &request) {
+                if (request.kind == about && request.name == name) {
                     camera.pullOut({answer, "The cable."});
                 }
                 return Outcome();
             };
         }
-        Event list() { return client.list(camera.place.wishes()); }
+        Event list() { return client.list(camera.place.listOptions()); }
         void expectLoss() {
             const Event last = list();
             EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
@@ -57,7 +57,7 @@ class PtpLoss : public support::OwnProcess {
 
     // Tries each of WORDS on a camera of its own.
     void forEachAnswer(const std::function<void(Trial &trial, int words)> &work) {
-        if (!inside(Surroundings::TOLD_CAMERA)) {
+        if (!inside(Surroundings::SCRIPTED_CAMERA)) {
             return;
         }
         for (const int words : WORDS) {
@@ -69,16 +69,16 @@ class PtpLoss : public support::OwnProcess {
 
     static void addPictures(Trial &trial, const std::string &folder, int number) {
         for (int index = 0; index < number; ++index) {
-            trial.camera.files[folder + std::to_string(1000 + index) + ".jpg"] = ToldFile::of("a");
+            trial.camera.files[folder + std::to_string(1000 + index) + ".jpg"] = ScriptedFile::of("a");
         }
     }
     void addNoise(Trial &trial, const std::string &name, std::size_t size) const {
         support::writeNoise(scratch.path(name), size, 1);
-        trial.camera.files[name] = ToldFile::of(support::bytesOf(scratch.path(name)));
+        trial.camera.files[name] = ScriptedFile::of(support::bytesOf(scratch.path(name)));
     }
     void addPicture(Trial &trial) const {
         support::makePicture(scratch.path("photo.jpg"), 600, 400);
-        trial.camera.files["photo.jpg"] = ToldFile::of(support::bytesOf(scratch.path("photo.jpg")));
+        trial.camera.files["photo.jpg"] = ScriptedFile::of(support::bytesOf(scratch.path("photo.jpg")));
     }
 
     const Folder scratch;
@@ -132,16 +132,16 @@ TEST_F(PtpLoss, AListSaysSoWhenItHappensBetweenTwoFolders) {
 }
 
 TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const int words : {MRB_ERR_NOT_FOUND, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT}) {
         SCOPED_TRACE(words);
         Trial trial;
         addPictures(trial, "", 5);
-        trial.camera.onQuestion = [words](const CameraQuestion &question) {
-            return question.about == "facts" && question.name == "1002.jpg" ? Outcome{words, "Not this one."}
-                                                                            : Outcome();
+        trial.camera.onRequest = [words](const CameraRequest &request) {
+            return request.kind == "facts" && request.name == "1002.jpg" ? Outcome{words, "Not this one."}
+                                                                         : Outcome();
         };
         EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(trial.client.count(), words == MRB_ERR_NOT_FOUND ? 4 : 5);
@@ -149,7 +149,7 @@ TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
 }
 
 TEST_F(PtpLoss, ACopySaysSo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const int words : WORDS) {
@@ -181,8 +181,8 @@ TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
         trial.camera.givesPieces = false;
         EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
         ASSERT_EQ(mrb_select_all_v2(trial.client.handle), MRB_ERR_NONE);
-        trial.camera.onQuestion = [&trial, words](const CameraQuestion &question) {
-            if (question.about == "whole" && question.offset > 500'000) {
+        trial.camera.onRequest = [&trial, words](const CameraRequest &request) {
+            if (request.kind == "whole" && request.offset > 500'000) {
                 trial.camera.pullOut({words, "The cable."});
             }
             return Outcome();
@@ -195,7 +195,7 @@ TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
 }
 
 TEST_F(PtpLoss, AThumbnailSaysSo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
@@ -212,7 +212,7 @@ TEST_F(PtpLoss, AThumbnailSaysSo) {
 }
 
 TEST_F(PtpLoss, AFieldSaysSo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
@@ -228,17 +228,17 @@ TEST_F(PtpLoss, AFieldSaysSo) {
 }
 
 TEST_F(PtpLoss, AFieldSaysSoAmidstTheFile) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     const std::string path = scratch.path("film.mp4");
     support::ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=10:duration=2", "-c:v", "libx264",
                      "-preset", "ultrafast", "-b:v", "8M", path});
     Trial trial;
-    trial.camera.files["film.mp4"] = ToldFile::of(support::bytesOf(path));
+    trial.camera.files["film.mp4"] = ScriptedFile::of(support::bytesOf(path));
     EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
-    trial.camera.onQuestion = [&trial](const CameraQuestion &question) {
-        if (question.about == "piece" && question.offset > 0) { // where it tells its duration
+    trial.camera.onRequest = [&trial](const CameraRequest &request) {
+        if (request.kind == "piece" && request.offset > 0) { // where it tells its duration
             trial.camera.pullOut({MRB_ERR_IO, "The cable."});
         }
         return Outcome();

@@ -10,17 +10,17 @@
 #include "support/fields.h"
 #include "support/own_process.h"
 #include "support/programs.h"
+#include "support/scripted_camera.h"
 #include "support/sharing.h"
-#include "support/told_camera.h"
 
 using mrb::Outcome;
-using support::CameraQuestion;
+using support::CameraRequest;
 using support::Client;
 using support::Folder;
+using support::ScriptedFile;
 using support::ShareEvent;
 using support::Sharing;
 using support::Surroundings;
-using support::ToldFile;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -34,9 +34,9 @@ constexpr std::size_t LONG = 3'500'000; // several pieces
 class PtpPieces : public support::OwnProcess {
   protected:
     void open() {
-        ASSERT_EQ(client.open(camera.place.wishes()), MRB_ERR_NONE);
+        ASSERT_EQ(client.open(camera.place.listOptions()), MRB_ERR_NONE);
         EXPECT_EQ(client.waitForEnd(++opened_).event, MRB_EVENT_LIST_READY);
-        camera.forgetAsked();
+        camera.clearRequests();
     }
     // Copies all that is on the camera.
     ShareEvent copy() {
@@ -50,7 +50,7 @@ class PtpPieces : public support::OwnProcess {
         const std::string path = scratch.path("film.mp4");
         support::ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=10:duration=2", "-c:v", "libx264",
                          "-preset", "ultrafast", "-b:v", "8M", path});
-        camera.files["film.mp4"] = ToldFile::of(support::bytesOf(path));
+        camera.files["film.mp4"] = ScriptedFile::of(support::bytesOf(path));
         ASSERT_GT(camera.files["film.mp4"].bytes.size(), 150'000U);
     }
     // What tells everything at its beginning.
@@ -58,11 +58,11 @@ class PtpPieces : public support::OwnProcess {
         const std::string path = scratch.path("photo.jpg");
         support::makePicture(path, 600, 400);
         support::run({"exiftool", "-q", "-overwrite_original", "-EXIF:Model=Told", path});
-        camera.files["photo.jpg"] = ToldFile::of(support::bytesOf(path));
+        camera.files["photo.jpg"] = ScriptedFile::of(support::bytesOf(path));
     }
     void addNoise(const std::string &name, std::size_t size) {
         support::writeNoise(scratch.path(name), size, 1);
-        camera.files[name] = ToldFile::of(support::bytesOf(scratch.path(name)));
+        camera.files[name] = ScriptedFile::of(support::bytesOf(scratch.path(name)));
     }
 
     int codeOfDuration() {
@@ -72,7 +72,7 @@ class PtpPieces : public support::OwnProcess {
 
     const Folder scratch;
     const Folder to;
-    support::ToldCamera camera;
+    support::ScriptedCamera camera;
     Client client;
     Sharing sharing;
 
@@ -82,26 +82,26 @@ class PtpPieces : public support::OwnProcess {
 
 // Fails with that outcome where a piece from behind the beginning is asked for.
 auto failingLater(Outcome outcome) {
-    return [outcome](const CameraQuestion &question) {
-        return question.about == "piece" && question.offset > 0 ? outcome : Outcome();
+    return [outcome](const CameraRequest &request) {
+        return request.kind == "piece" && request.offset > 0 ? outcome : Outcome();
     };
 }
 
 } // namespace
 
 TEST_F(PtpPieces, FieldsAreReadFromThem) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
     open();
     EXPECT_EQ(duration(), 2000);
-    EXPECT_THAT(camera.asked(), Contains("piece film.mp4").Times(testing::Ge(2U)));
-    EXPECT_THAT(camera.asked(), Not(Contains("whole film.mp4")));
+    EXPECT_THAT(camera.requests(), Contains("piece film.mp4").Times(testing::Ge(2U)));
+    EXPECT_THAT(camera.requests(), Not(Contains("whole film.mp4")));
 }
 
 TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
@@ -111,14 +111,14 @@ TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
 }
 
 TEST_F(PtpPieces, FieldsOfACameraThatFailsAmidstThemSayWhyAndAreReadAgainLater) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
     std::atomic<bool> fails = true;
-    camera.onQuestion = [&fails](const CameraQuestion &question) {
-        return fails && question.about == "piece" && question.offset > 0 ? Outcome{MRB_ERR_IO, "The cable."}
-                                                                         : Outcome();
+    camera.onRequest = [&fails](const CameraRequest &request) {
+        return fails && request.kind == "piece" && request.offset > 0 ? Outcome{MRB_ERR_IO, "The cable."}
+                                                                      : Outcome();
     };
     open();
     EXPECT_EQ(codeOfDuration(), MRB_ERR_IO);
@@ -127,25 +127,25 @@ TEST_F(PtpPieces, FieldsOfACameraThatFailsAmidstThemSayWhyAndAreReadAgainLater) 
 }
 
 TEST_F(PtpPieces, FieldsAreReadFromTheWholeFileWhereThereAreNone) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
     camera.givesPieces = false;
     open();
     EXPECT_EQ(duration(), 2000);
-    EXPECT_THAT(camera.asked(), Contains("whole film.mp4"));
+    EXPECT_THAT(camera.requests(), Contains("whole film.mp4"));
 }
 
 TEST_F(PtpPieces, FieldsOfAFileThatIsLongerThanTheCameraSaysAreThoseOfItsBeginning) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addPicture();
     camera.files["photo.jpg"].facts.size = 4000;
     std::atomic<std::uint64_t> furthest = 0;
-    camera.onQuestion = [&furthest](const CameraQuestion &question) {
-        furthest = std::max<std::uint64_t>(furthest, question.offset);
+    camera.onRequest = [&furthest](const CameraRequest &request) {
+        furthest = std::max<std::uint64_t>(furthest, request.offset);
         return Outcome();
     };
     open();
@@ -154,7 +154,7 @@ TEST_F(PtpPieces, FieldsOfAFileThatIsLongerThanTheCameraSaysAreThoseOfItsBeginni
 }
 
 TEST_F(PtpPieces, FieldsOfAFileThatIsShorterThanTheCameraSaysAreReadAllTheSame) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
@@ -164,18 +164,18 @@ TEST_F(PtpPieces, FieldsOfAFileThatIsShorterThanTheCameraSaysAreReadAllTheSame) 
 }
 
 TEST_F(PtpPieces, FieldsOfAFileWhoseSizeTheCameraDoesNotSayAreThoseOfItsBeginning) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addPicture();
     camera.files["photo.jpg"].facts.size = mrb::CameraFileFacts::UNSAID;
     open();
     EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
-    EXPECT_THAT(camera.asked(), Contains("piece photo.jpg").Times(1));
+    EXPECT_THAT(camera.requests(), Contains("piece photo.jpg").Times(1));
 }
 
 TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
@@ -187,7 +187,7 @@ TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
 
 // What a driver makes of a file is not all that the file has: a stub, nothing, a failure.
 TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreNoUse) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     const std::string path = scratch.path("photo.jpg");
@@ -195,15 +195,15 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreN
     support::run({"exiftool", "-q", "-n", "-overwrite_original", "-EXIF:Model=Told", "-EXIF:ISO=200",
                   "-EXIF:FNumber=2.8", "-EXIF:ExposureTime=0.008", "-EXIF:Orientation=6",
                   "-EXIF:DateTimeOriginal=2024:07:14 09:30:00", path});
-    ToldFile photo = ToldFile::of(support::bytesOf(path) + std::string(3'000'000, '\0'));
+    ScriptedFile photo = ScriptedFile::of(support::bytesOf(path) + std::string(3'000'000, '\0'));
     photo.facts.width = 600;
     photo.facts.height = 400;
     camera.givesPieces = false;
     std::atomic<std::uint64_t> furthest = 0;
-    camera.onQuestion = [&furthest](const CameraQuestion &question) {
-        furthest = std::max<std::uint64_t>(furthest, question.offset);
-        return question.about == "exif" && question.name == "failing.jpg" ? Outcome{MRB_ERR_PROTOCOL, "What?"}
-                                                                          : Outcome();
+    camera.onRequest = [&furthest](const CameraRequest &request) {
+        furthest = std::max<std::uint64_t>(furthest, request.offset);
+        return request.kind == "exif" && request.name == "failing.jpg" ? Outcome{MRB_ERR_PROTOCOL, "What?"}
+                                                                       : Outcome();
     };
     camera.files["failing.jpg"] = photo;
     camera.files["nothing.jpg"] = photo;
@@ -223,11 +223,11 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreN
 }
 
 TEST_F(PtpPieces, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThem) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addPicture();
-    ToldFile &photo = camera.files["photo.jpg"];
+    ScriptedFile &photo = camera.files["photo.jpg"];
     photo.facts.width = 600;
     photo.facts.height = 400;
     const std::size_t segment = photo.bytes.find("\xff\xe1");
@@ -236,34 +236,34 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThe
     camera.givesPieces = false;
     open();
     EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
-    EXPECT_THAT(camera.asked(), Not(Contains("whole photo.jpg")));
+    EXPECT_THAT(camera.requests(), Not(Contains("whole photo.jpg")));
 }
 
 // A list that is sorted by what files say reads them while it is made.
 TEST_F(PtpPieces, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addFilm();
     camera.longestPiece = 1000;
     std::promise<mrb_agent_handler_h> opened;
     std::atomic<int> pieces = 0;
-    camera.onQuestion = [&](const CameraQuestion &question) {
-        if (question.about == "piece" && ++pieces == 2) {
+    camera.onRequest = [&](const CameraRequest &request) {
+        if (request.kind == "piece" && ++pieces == 2) {
             EXPECT_EQ(mrb_cancel_request_list_v2(opened.get_future().get()), MRB_ERR_NONE);
         }
         return Outcome();
     };
-    support::Wishes wishes = camera.place.wishes();
-    wishes.sortCategory = "TITLE";
-    ASSERT_EQ(client.open(wishes), MRB_ERR_NONE);
+    support::ListOptions options = camera.place.listOptions();
+    options.sortCategory = "TITLE";
+    ASSERT_EQ(client.open(options), MRB_ERR_NONE);
     opened.set_value(client.handle);
     EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
     EXPECT_EQ(pieces, 2);
 }
 
 TEST_F(PtpPieces, ACopyIsMadeOfThem) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -272,14 +272,14 @@ TEST_F(PtpPieces, ACopyIsMadeOfThem) {
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
     // None behind an end.
-    EXPECT_THAT(camera.asked(), Contains("piece a.jpg").Times(4));
-    EXPECT_THAT(camera.asked(), Contains("piece round.jpg").Times(2));
-    EXPECT_THAT(camera.asked(), Not(Contains("piece empty.jpg")));
-    EXPECT_THAT(camera.asked(), Each(Not(testing::StartsWith("whole"))));
+    EXPECT_THAT(camera.requests(), Contains("piece a.jpg").Times(4));
+    EXPECT_THAT(camera.requests(), Contains("piece round.jpg").Times(2));
+    EXPECT_THAT(camera.requests(), Not(Contains("piece empty.jpg")));
+    EXPECT_THAT(camera.requests(), Each(Not(testing::StartsWith("whole"))));
 }
 
 TEST_F(PtpPieces, ACopyIsMadeOfShortOnes) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -289,7 +289,7 @@ TEST_F(PtpPieces, ACopyIsMadeOfShortOnes) {
 }
 
 TEST_F(PtpPieces, ACopyOfAFileWhoseSizeTheCameraDoesNotSayGoesToItsEnd) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -299,7 +299,7 @@ TEST_F(PtpPieces, ACopyOfAFileWhoseSizeTheCameraDoesNotSayGoesToItsEnd) {
 }
 
 TEST_F(PtpPieces, ACopyIsMadeOfTheWholeFileWhereThereAreNone) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -307,12 +307,12 @@ TEST_F(PtpPieces, ACopyIsMadeOfTheWholeFileWhereThereAreNone) {
     camera.givesPieces = false;
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
-    EXPECT_THAT(camera.asked(), Contains("whole a.jpg").Times(1));
+    EXPECT_THAT(camera.requests(), Contains("whole a.jpg").Times(1));
 }
 
 // The next file is copied: one fault is not the camera's end.
 TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const int code : {MRB_ERR_IO, MRB_ERR_NOT_SUPPORTED, MRB_ERR_PROTOCOL}) {
@@ -320,7 +320,7 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
         const Folder place;
         addNoise("a.jpg", LONG);
         addNoise("b.jpg", 1000);
-        camera.onQuestion = failingLater({code, "Amidst."});
+        camera.onRequest = failingLater({code, "Amidst."});
         open();
         ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
         const ShareEvent last = sharing.copyAll(client, place.path());
@@ -332,14 +332,14 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
 }
 
 TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstTheWhole) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
     camera.givesPieces = false;
-    camera.onQuestion = [](const CameraQuestion &question) {
-        return question.about == "whole" && question.offset > 1'000'000 ? Outcome{MRB_ERR_IO, "Amidst."}
-                                                                        : Outcome();
+    camera.onRequest = [](const CameraRequest &request) {
+        return request.kind == "whole" && request.offset > 1'000'000 ? Outcome{MRB_ERR_IO, "Amidst."}
+                                                                     : Outcome();
     };
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_FAILED);
     EXPECT_THAT(support::tree(to.path()), IsEmpty());
@@ -347,7 +347,7 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstTheWhole) {
 
 // Of pieces only those are asked for that should be there.
 TEST_F(PtpPieces, ACopyHasNoMoreThanTheCameraSays) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -357,7 +357,7 @@ TEST_F(PtpPieces, ACopyHasNoMoreThanTheCameraSays) {
 }
 
 TEST_F(PtpPieces, ACopyLeavesAFileOutThatIsNotAsLongAsTheCameraSays) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -377,7 +377,7 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatIsNotAsLongAsTheCameraSays) {
 }
 
 TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", LONG);
@@ -391,8 +391,8 @@ TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
                 started.set_value(event.share);
             }
         };
-        camera.onQuestion = [&](const CameraQuestion &question) {
-            if (question.offset >= 1'000'000 && ++later == 1) {
+        camera.onRequest = [&](const CameraRequest &request) {
+            if (request.offset >= 1'000'000 && ++later == 1) {
                 EXPECT_EQ(mrb_stop_batch_process_v2(started.get_future().get()), MRB_ERR_NONE);
             }
             return Outcome();
@@ -406,17 +406,17 @@ TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
 
 // What goes away file by file is still there when the first of them is missed.
 TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", 1000);
     addNoise("b.jpg", 1000);
-    camera.onQuestion = [this](const CameraQuestion &question) {
-        if (question.about == "piece" && question.name == "b.jpg") {
+    camera.onRequest = [this](const CameraRequest &request) {
+        if (request.kind == "piece" && request.name == "b.jpg") {
             camera.place.unplug();
         }
-        return question.about == "piece" && question.name == "a.jpg" ? Outcome{MRB_ERR_IO, "The cable."}
-                                                                     : Outcome();
+        return request.kind == "piece" && request.name == "a.jpg" ? Outcome{MRB_ERR_IO, "The cable."}
+                                                                  : Outcome();
     };
     const ShareEvent last = copy();
     EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
@@ -425,12 +425,12 @@ TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd
 }
 
 TEST_F(PtpPieces, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addNoise("a.jpg", 1000);
-    camera.onQuestion = [this](const CameraQuestion &question) {
-        if (question.about == "piece") {
+    camera.onRequest = [this](const CameraRequest &request) {
+        if (request.kind == "piece") {
             camera.place.unplug();
         }
         return Outcome();

@@ -18,16 +18,16 @@
 #include "dlna/network.h"
 #include "mrb/result.h"
 #include "support/dlna_client.h"
-#include "support/told_server.h"
+#include "support/scripted_server.h"
 
 using mrb::Fact;
 using mrb::Outcome;
 using mrb::dlna::Directories;
 using mrb::dlna::Page;
 using mrb::dlna::Question;
-using support::Asked;
-using support::ToldServer;
-using support::Wire;
+using support::Connection;
+using support::Request;
+using support::ScriptedServer;
 using testing::HasSubstr;
 using testing::SizeIs;
 
@@ -71,8 +71,8 @@ class Listener final : public mrb::dlna::ServerListener {
 class DlnaHostile : public support::DlnaTest {
   protected:
     // Has a server that answers like this found.
-    void serve(ToldServer::Answer answer, const std::string &control = "/control") {
-        server = std::make_unique<ToldServer>(std::move(answer), control);
+    void serve(ScriptedServer::Handler answer, const std::string &control = "/control") {
+        server = std::make_unique<ScriptedServer>(std::move(answer), control);
         network.reset(mrb::dlna::mrb_start_network(listener));
         directories = network->directories();
         ASSERT_TRUE(listener.waitForStart()); // until then an announcement is not heard
@@ -82,7 +82,7 @@ class DlnaHostile : public support::DlnaTest {
 
     Outcome browse(std::chrono::milliseconds patience = LONG) {
         Question question;
-        question.server = ToldServer::ID;
+        question.server = ScriptedServer::ID;
         question.container = "0";
         question.count = 500;
         question.patience = patience;
@@ -98,7 +98,7 @@ class DlnaHostile : public support::DlnaTest {
 
     Listener listener;
     std::string bytes;
-    std::unique_ptr<ToldServer> server;
+    std::unique_ptr<ScriptedServer> server;
     std::unique_ptr<mrb::dlna::Network> network; // ends before its server
     std::shared_ptr<Directories> directories;
     std::atomic<bool> stopped = false;
@@ -111,9 +111,9 @@ TEST_F(DlnaHostile, AnHonestAnswerIsRead) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked &asked, const Wire &wire) {
-        wire.send(answerOf(
-            asked, support::didlOf(support::imageOf("7", "seven") + support::containerOf("c", "more")), 2,
+    serve([](const Request &request, const Connection &connection) {
+        connection.send(browseResponse(
+            request, support::didlOf(support::imageOf("7", "seven") + support::containerOf("c", "more")), 2,
             9));
     });
     const Outcome outcome = browse();
@@ -139,17 +139,17 @@ TEST_F(DlnaHostile, ADescriptionWithoutEndIsGivenUp) {
     ASSERT_TRUE(listener.waitForStart());
     std::promise<std::size_t> given;
     std::once_flag once; // it may be asked for twice
-    const ToldServer endless([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
-                             [&](const Wire &wire) {
-                                 const std::string part(1UL << 16, ' ');
-                                 std::size_t sent = 0;
-                                 wire.send(
-                                     "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n<?xml version=\"1.0\"?>");
-                                 while (wire.send(part)) {
-                                     sent += part.size();
-                                 }
-                                 std::call_once(once, [&] { given.set_value(sent); });
-                             });
+    const ScriptedServer endless(
+        [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
+        [&](const Connection &connection) {
+            const std::string part(1UL << 16, ' ');
+            std::size_t sent = 0;
+            connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n<?xml version=\"1.0\"?>");
+            while (connection.send(part)) {
+                sent += part.size();
+            }
+            std::call_once(once, [&] { given.set_value(sent); });
+        });
     endless.announce();
     std::future<std::size_t> sent = given.get_future();
     ASSERT_EQ(sent.wait_for(LONG), std::future_status::ready);
@@ -161,14 +161,15 @@ TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
         return;
     }
     std::atomic<int> answered = 0;
-    serve([&](const Asked &asked, const Wire &wire) {
-        const std::string number = std::to_string(asked.start);
-        wire.send(answerOf(asked, support::didlOf(support::imageOf(number, "picture " + number)), 1, 3));
+    serve([&](const Request &request, const Connection &connection) {
+        const std::string number = std::to_string(request.start);
+        connection.send(
+            browseResponse(request, support::didlOf(support::imageOf(number, "picture " + number)), 1, 3));
         ++answered;
         answered.notify_all();
     });
     Question question;
-    question.server = ToldServer::ID;
+    question.server = ScriptedServer::ID;
     question.container = "0";
     question.count = 1;
     question.patience = LONG;
@@ -198,8 +199,9 @@ TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {
     if (!insideNetwork()) {
         return;
     }
-    serve(
-        [](const Asked &asked, const Wire &wire) { wire.send(answerOf(asked, support::didlOf(""), 0, 0)); });
+    serve([](const Request &request, const Connection &connection) {
+        connection.send(browseResponse(request, support::didlOf(""), 0, 0));
+    });
     EXPECT_EQ(browse().code, MRB_ERR_NONE);
     EXPECT_THAT(page.objects, SizeIs(0));
 }
@@ -208,9 +210,9 @@ TEST_F(DlnaHostile, BrokenXmlIsNamedAndWhatStandsBeforeIsKept) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked &asked, const Wire &wire) {
-        wire.send(answerOf(
-            asked, support::didlOf(support::imageOf("1", "one") + "<item id=\"2\"><dc:title>t</dc:tit"), 2,
+    serve([](const Request &request, const Connection &connection) {
+        connection.send(browseResponse(
+            request, support::didlOf(support::imageOf("1", "one") + "<item id=\"2\"><dc:title>t</dc:tit"), 2,
             2));
     });
     const Outcome outcome = browse();
@@ -224,7 +226,9 @@ TEST_F(DlnaHostile, AnEnvelopeThatIsNoXmlIsNamed) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire &wire) { wire.send(support::httpOf("200 OK", "hello")); });
+    serve([](const Request & /*request*/, const Connection &connection) {
+        connection.send(support::httpResponse("200 OK", "hello"));
+    });
     EXPECT_EQ(browse().code, MRB_ERR_PROTOCOL);
 }
 
@@ -249,10 +253,10 @@ TEST_F(DlnaHostile, EntitiesOfAnEnvelopeAreRefused) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire &wire) {
-        wire.send(support::httpOf("200 OK",
-                                  bomb("<s:Envelope xmlns:s=\"e\"><s:Body><u:BrowseResponse xmlns:u=\"u\">"
-                                       "<Result>&e10;</Result></u:BrowseResponse></s:Body></s:Envelope>")));
+    serve([](const Request & /*request*/, const Connection &connection) {
+        connection.send(support::httpResponse(
+            "200 OK", bomb("<s:Envelope xmlns:s=\"e\"><s:Body><u:BrowseResponse xmlns:u=\"u\">"
+                           "<Result>&e10;</Result></u:BrowseResponse></s:Body></s:Envelope>")));
     });
     const Outcome outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
@@ -263,8 +267,8 @@ TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked &asked, const Wire &wire) {
-        wire.send(answerOf(asked, bomb(support::didlOf(support::imageOf("1", "&e10;"))), 1, 1));
+    serve([](const Request &request, const Connection &connection) {
+        connection.send(browseResponse(request, bomb(support::didlOf(support::imageOf("1", "&e10;"))), 1, 1));
     });
     const Outcome outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
@@ -280,8 +284,9 @@ TEST_F(DlnaHostile, EntitiesThatHideAreRefused) {
     std::string hidden = bomb(support::didlOf(support::imageOf("1", "&e10;")));
     for (const std::string &start :
          {std::string("<?xml version='x'?>"), std::string("<?xml version='1.0' encoding='?'?>")}) {
-        serve(
-            [&](const Asked &asked, const Wire &wire) { wire.send(answerOf(asked, start + hidden, 1, 1)); });
+        serve([&](const Request &request, const Connection &connection) {
+            connection.send(browseResponse(request, start + hidden, 1, 1));
+        });
         EXPECT_EQ(browse().code, MRB_ERR_PROTOCOL);
         for (const auto &object : page.objects) {
             EXPECT_LE(object.title.size(), mrb::Metadata::LONGEST_TEXT);
@@ -297,10 +302,10 @@ TEST_F(DlnaHostile, AHundredMegabytesAreNotReadToTheirEnd) {
     }
     constexpr std::size_t PARTS = 100;
     std::atomic<std::size_t> sent = 0;
-    serve([&](const Asked & /*asked*/, const Wire &wire) {
-        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nConnection: close\r\n\r\n");
+    serve([&](const Request & /*request*/, const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nConnection: close\r\n\r\n");
         const std::string part(1UL << 20, 'x');
-        while (sent < PARTS && wire.send(part)) {
+        while (sent < PARTS && connection.send(part)) {
             ++sent;
         }
     });
@@ -316,9 +321,9 @@ TEST_F(DlnaHostile, AnAnswerThatDripsEndsWithThePatience) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire &wire) {
-        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n");
-        while (wire.send(" ")) {
+    serve([](const Request & /*request*/, const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n");
+        while (connection.send(" ")) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the drip, not a wait
         }
     });
@@ -329,7 +334,7 @@ TEST_F(DlnaHostile, ASilentServerEndsWithThePatience) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire &wire) { wire.wait(); });
+    serve([](const Request & /*request*/, const Connection &connection) { connection.wait(); });
     EXPECT_EQ(browse(std::chrono::milliseconds(200)).code, MRB_ERR_TIMEOUT);
 }
 
@@ -337,9 +342,9 @@ TEST_F(DlnaHostile, AQuestionThatIsStoppedEndsAtOnce) {
     if (!insideNetwork()) {
         return;
     }
-    serve([this](const Asked & /*asked*/, const Wire &wire) {
+    serve([this](const Request & /*request*/, const Connection &connection) {
         stopped = true;
-        wire.wait();
+        connection.wait();
     });
     EXPECT_EQ(browse().code, MRB_ERR_CANCELLED);
 }
@@ -350,17 +355,17 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
     }
     for (const char *status :
          {"301 Moved", "302 Found", "307 Temporary Redirect", "308 Permanent Redirect"}) {
-        std::atomic<int> asked = 0;
-        serve([&](const Asked & /*question*/, const Wire &wire) {
-            ++asked;
-            wire.send(support::httpOf(status, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
+        std::atomic<int> requestCount = 0;
+        serve([&](const Request & /*question*/, const Connection &connection) {
+            ++requestCount;
+            connection.send(support::httpResponse(status, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
         });
         const Outcome outcome = browse();
         EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << status;
         EXPECT_THAT(outcome.message, HasSubstr("elsewhere")) << status;
         network.reset();
         server.reset();
-        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(requestCount, 1);
     }
 }
 
@@ -368,7 +373,8 @@ TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotAsked) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire & /*wire*/) { ADD_FAILURE() << "it was asked"; },
+    serve([](const Request & /*request*/,
+             const Connection & /*connection*/) { ADD_FAILURE() << "it was asked"; },
           "http://127.0.0.2:80/control");
     const Outcome outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
@@ -379,8 +385,9 @@ TEST_F(DlnaHostile, AConnectionThatBreaksOffIsNamed) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire &wire) {
-        wire.send("HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n<s:Envelope");
+    serve([](const Request & /*request*/, const Connection &connection) {
+        connection.send(
+            "HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: 1000000\r\n\r\n<s:Envelope");
     });
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
 }
@@ -389,9 +396,9 @@ TEST_F(DlnaHostile, AServerThatLeavesEndsWhatItWasAsked) {
     if (!insideNetwork()) {
         return;
     }
-    serve([this](const Asked & /*asked*/, const Wire &wire) {
+    serve([this](const Request & /*request*/, const Connection &connection) {
         server->leave();
-        wire.wait();
+        connection.wait();
     });
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
@@ -401,14 +408,14 @@ TEST_F(DlnaHostile, ANetworkThatIsLetGoEndsWhatIsAsked) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<bool> isAsked = false;
-    serve([&](const Asked & /*asked*/, const Wire &wire) {
-        isAsked = true;
-        isAsked.notify_all();
-        wire.wait();
+    std::atomic<bool> isRequested = false;
+    serve([&](const Request & /*request*/, const Connection &connection) {
+        isRequested = true;
+        isRequested.notify_all();
+        connection.wait();
     });
     std::thread ending([&] {
-        isAsked.wait(false);
+        isRequested.wait(false);
         network.reset();
     });
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
@@ -421,8 +428,8 @@ TEST_F(DlnaHostile, RefusalsOfTheServerHaveTheirCodes) {
         return;
     }
     std::atomic<int> number = 0;
-    serve([&](const Asked & /*asked*/, const Wire &wire) {
-        wire.send(support::httpOf(
+    serve([&](const Request & /*request*/, const Connection &connection) {
+        connection.send(support::httpResponse(
             "500 Internal Server Error",
             R"(<s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/"><s:Body><s:Fault>)"
             "<faultcode>s:Client</faultcode><detail><UPnPError><errorCode>" +
@@ -442,8 +449,8 @@ TEST_F(DlnaHostile, AFileIsFetchedFromAServer) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked &asked, const Wire &wire) {
-        wire.send(support::httpOf("200 OK", "file " + asked.action));
+    serve([](const Request &request, const Connection &connection) {
+        connection.send(support::httpResponse("200 OK", "file " + request.action));
     });
     EXPECT_EQ(fetch(server->urlOf("/a.jpg")).code, MRB_ERR_NONE);
     EXPECT_EQ(bytes, "file /a.jpg");
@@ -453,7 +460,9 @@ TEST_F(DlnaHostile, FilesOfOtherHostsAreNotFetched) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked & /*asked*/, const Wire & /*wire*/) { ADD_FAILURE() << "it was asked"; });
+    serve([](const Request & /*request*/, const Connection & /*connection*/) {
+        ADD_FAILURE() << "it was asked";
+    });
     for (const char *url :
          {"http://127.0.0.2/a.jpg", "http://127.0.0.1@127.0.0.2/", "file:///etc/passwd", "", "http://"}) {
         EXPECT_EQ(fetch(url).code, MRB_ERR_PERMISSION_DENIED) << url;
@@ -464,15 +473,15 @@ TEST_F(DlnaHostile, AFileThatIsTooLongOrTooSlowOrElsewhereIsNotFetched) {
     if (!insideNetwork()) {
         return;
     }
-    serve([](const Asked &asked, const Wire &wire) {
-        if (asked.action == "/long") {
-            wire.send(support::httpOf("200 OK", std::string(1001, 'x')));
-        } else if (asked.action == "/slow") {
-            wire.wait();
-        } else if (asked.action == "/elsewhere") {
-            wire.send(support::httpOf("302 Found", "", "Location: http://127.0.0.2/\r\n"));
+    serve([](const Request &request, const Connection &connection) {
+        if (request.action == "/long") {
+            connection.send(support::httpResponse("200 OK", std::string(1001, 'x')));
+        } else if (request.action == "/slow") {
+            connection.wait();
+        } else if (request.action == "/elsewhere") {
+            connection.send(support::httpResponse("302 Found", "", "Location: http://127.0.0.2/\r\n"));
         } else {
-            wire.send(support::httpOf("404 Not Found", ""));
+            connection.send(support::httpResponse("404 Not Found", ""));
         }
     });
     EXPECT_EQ(fetch(server->urlOf("/long")).code, MRB_ERR_PROTOCOL);

@@ -79,13 +79,13 @@ class Diary {
 };
 
 // Says on a thread of its own that it runs; servers come as the test says.
-class ToldNetwork final : public Network {
+class ScriptedNetwork final : public Network {
   public:
-    explicit ToldNetwork(ServerListener &listener) : listener_(listener) {
+    explicit ScriptedNetwork(ServerListener &listener) : listener_(listener) {
         ++alive;
         std::thread([&] { listener_.networkStarted(); }).join();
     }
-    ~ToldNetwork() override {
+    ~ScriptedNetwork() override {
         if (beforeItEnds) {
             beforeItEnds();
         }
@@ -133,9 +133,9 @@ class DlnaServiceTest : public support::OwnProcess {
         ASSERT_TRUE(diary.waitFor(1));
     }
 
-    ToldNetwork *network = nullptr;
+    ScriptedNetwork *network = nullptr;
     DlnaService service{[this](ServerListener &listener) {
-        auto made = std::make_unique<ToldNetwork>(listener);
+        auto made = std::make_unique<ScriptedNetwork>(listener);
         network = made.get();
         return made;
     }};
@@ -148,7 +148,7 @@ TEST_F(DlnaServiceTest, TellsThatItRunsAndThatItStopped) {
     begin();
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
 TEST_F(DlnaServiceTest, ANetworkThatDoesNotEndHoldsUpNobodyWhoEndsTheService) {
@@ -158,7 +158,7 @@ TEST_F(DlnaServiceTest, ANetworkThatDoesNotEndHoldsUpNobodyWhoEndsTheService) {
     // On this thread, since the service's is busy.
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
-    EXPECT_EQ(ToldNetwork::alive, 1);
+    EXPECT_EQ(ScriptedNetwork::alive, 1);
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
     goOn.set_value();
 }
@@ -228,9 +228,9 @@ TEST_F(DlnaServiceTest, RunsUntilTheLastClientEndsIt) {
     service.begin(other.state());
     ASSERT_TRUE(other.waitFor(1));
     service.end(diary.state());
-    EXPECT_EQ(ToldNetwork::alive, 1);
+    EXPECT_EQ(ScriptedNetwork::alive, 1);
     service.end(other.state());
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
     EXPECT_THAT(other.lines(), ElementsAre("started", "stopped"));
 }
@@ -241,7 +241,7 @@ TEST_F(DlnaServiceTest, BegunTwiceItIsOneClientAndToldAgain) {
     ASSERT_TRUE(diary.waitFor(2));
     service.end(diary.state());
     EXPECT_THAT(diary.lines(), ElementsAre("started", "started", "stopped"));
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
 TEST_F(DlnaServiceTest, IsBegunAnew) {
@@ -252,7 +252,7 @@ TEST_F(DlnaServiceTest, IsBegunAnew) {
     begin();
     service.end(diary.state());
     EXPECT_EQ(diary.lines().back(), "stopped");
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
 TEST_F(DlnaServiceTest, IsEndedInsideItsCallback) {
@@ -266,7 +266,7 @@ TEST_F(DlnaServiceTest, IsEndedInsideItsCallback) {
     ASSERT_TRUE(diary.waitFor(3));
     EXPECT_EQ(code, MRB_ERR_NONE);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped", "ended"));
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
 TEST_F(DlnaServiceTest, AnotherListenerReplacesTheFirst) {
@@ -298,7 +298,7 @@ TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsTold) {
 TEST_F(DlnaServiceTest, NobodyIsCalledAfterShutDown) {
     begin();
     service.shutDown(std::chrono::steady_clock::time_point::max());
-    EXPECT_EQ(ToldNetwork::alive, 0);
+    EXPECT_EQ(ScriptedNetwork::alive, 0);
     EXPECT_EQ(service.begin(diary.state()), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(listen(diary), MRB_ERR_NOT_INITIALIZED);

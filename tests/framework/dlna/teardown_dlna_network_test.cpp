@@ -13,11 +13,11 @@
 
 #include "support/dlna_client.h"
 #include "support/resources.h"
-#include "support/told_server.h"
+#include "support/scripted_server.h"
 
-using support::Asked;
-using support::ToldServer;
-using support::Wire;
+using support::Connection;
+using support::Request;
+using support::ScriptedServer;
 
 namespace {
 
@@ -46,15 +46,16 @@ class DlnaLeave : public support::DlnaTest {
   protected:
     // Has the service run until `awaited` descriptions were asked for, and ends it then, again and
     // again. Each of the servers gives its description as `describe` does.
-    void repeat(int servers, int awaited, const ToldServer::Describe &describe, double bytesPerRound = 1024) {
+    void repeat(int servers, int awaited, const ScriptedServer::Describe &describe,
+                double bytesPerRound = 1024) {
         Asks asks;
-        std::vector<std::unique_ptr<ToldServer>> all;
+        std::vector<std::unique_ptr<ScriptedServer>> all;
         for (int number = 0; number < servers; ++number) {
-            all.push_back(std::make_unique<ToldServer>(
-                [](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
-                [&](const Wire &wire) {
+            all.push_back(std::make_unique<ScriptedServer>(
+                [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
+                [&](const Connection &connection) {
                     asks.add();
-                    describe(wire);
+                    describe(connection);
                 },
                 "uuid:4d696e69-444c-164e-9d41-" + std::to_string(100'000'000'000 + number)));
         }
@@ -77,16 +78,16 @@ TEST_F(DlnaLeave, NothingIsLeftOfSilentServers) {
     if (!insideNetwork()) {
         return;
     }
-    repeat(2, 2, [](const Wire &wire) { wire.wait(); });
+    repeat(2, 2, [](const Connection &connection) { connection.wait(); });
 }
 
 TEST_F(DlnaLeave, NothingIsLeftOfServersThatDripTheirDescriptions) {
     if (!insideNetwork()) {
         return;
     }
-    repeat(3, 3, [](const Wire &wire) {
-        wire.send("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n<?xml version=\"1.0\"?><root");
-        wire.wait();
+    repeat(3, 3, [](const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n<?xml version=\"1.0\"?><root");
+        connection.wait();
     });
 }
 
@@ -96,7 +97,10 @@ TEST_F(DlnaLeave, NothingIsLeftOfServersThatRefuseTheirDescriptions) {
         return;
     }
     repeat(
-        3, 3, [](const Wire &wire) { wire.send(support::httpOf("503 Service Unavailable", "later")); },
+        3, 3,
+        [](const Connection &connection) {
+            connection.send(support::httpResponse("503 Service Unavailable", "later"));
+        },
         16'000);
 }
 
@@ -105,7 +109,7 @@ TEST_F(DlnaLeave, NothingIsLeftOfAHundredServers) {
     if (!insideNetwork()) {
         return;
     }
-    repeat(100, 2, [](const Wire &wire) { wire.wait(); });
+    repeat(100, 2, [](const Connection &connection) { connection.wait(); });
 }
 
 // It could be that of a machine which only this one reaches.
@@ -113,26 +117,27 @@ TEST_F(DlnaLeave, ARedirectedDescriptionIsNotFollowed) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<int> asked = 0;
-    const ToldServer elsewhere([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
-                               [&](const Wire & /*wire*/) { ++asked; });
+    std::atomic<int> requestCount = 0;
+    const ScriptedServer elsewhere([](const Request & /*request*/, const Connection & /*connection*/) {},
+                                   "/control", [&](const Connection & /*connection*/) { ++requestCount; });
     for (const char *host : {"127.0.0.1", "127.0.0.2"}) {
         std::string url = elsewhere.urlOf("/description.xml");
         url.replace(url.find("127.0.0.1"), 9, host);
         Asks asks;
-        const ToldServer server([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control",
-                                [&](const Wire &wire) {
-                                    wire.send(support::httpOf("302 Found", "", "Location: " + url + "\r\n"));
-                                    asks.add();
-                                },
-                                "uuid:4d696e69-444c-164e-9d41-000000000002");
-        const ToldServer honest([](const Asked & /*asked*/, const Wire & /*wire*/) {}, "/control", {},
-                                "uuid:4d696e69-444c-164e-9d41-000000000003");
+        const ScriptedServer server(
+            [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
+            [&](const Connection &connection) {
+                connection.send(support::httpResponse("302 Found", "", "Location: " + url + "\r\n"));
+                asks.add();
+            },
+            "uuid:4d696e69-444c-164e-9d41-000000000002");
+        const ScriptedServer honest([](const Request & /*request*/, const Connection & /*connection*/) {},
+                                    "/control", {}, "uuid:4d696e69-444c-164e-9d41-000000000003");
         support::DlnaClient service;
         server.announce();
         asks.waitFor(1);
         honest.announce(); // what is asked elsewhere would be so before this one is there
         EXPECT_NE(service.server(), "");
     }
-    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(requestCount, 0);
 }

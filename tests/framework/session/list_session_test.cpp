@@ -45,11 +45,11 @@ struct Heard {
 // An opening filled by a scripted source, and what its listener heard.
 class Scripted {
   public:
-    explicit Scripted(ScriptedSource::Script script, mrb::ListWishes wishes = {}) {
+    explicit Scripted(ScriptedSource::Script script, mrb::ListWishes options = {}) {
         events_.start();
         opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{hear, this},
                                                  std::make_unique<ScriptedSource>(std::move(script)),
-                                                 std::move(wishes));
+                                                 std::move(options));
         worker_ = std::thread([this] { opening->run(); });
         opening->begin();
     }
@@ -278,8 +278,8 @@ TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
     // Stopped after the last item came, so that the sort is what is cancelled.
     std::shared_ptr<mrb::Opening> *stopping = nullptr;
     std::promise<void> ready;
-    mrb::ListWishes wishes;
-    wishes.sort = {mrb::SortKey::NAME, false};
+    mrb::ListWishes options;
+    options.sort = {mrb::SortKey::NAME, false};
     Scripted scripted(
         [&, isReady = ready.get_future().share()](mrb::ItemSink &sink) {
             const mrb::SourceItem items[] = {{.name = "b", .id = {}, .type = IMAGE},
@@ -289,7 +289,7 @@ TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
             (*stopping)->stop();
             return mrb::FillResult{};
         },
-        std::move(wishes));
+        std::move(options));
     stopping = &scripted.opening;
     ready.set_value();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
@@ -297,8 +297,8 @@ TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
 }
 
 TEST(Opening, WhatCameBeforeAFailureIsSorted) {
-    mrb::ListWishes wishes;
-    wishes.sort = {mrb::SortKey::NAME, false};
+    mrb::ListWishes options;
+    options.sort = {mrb::SortKey::NAME, false};
     Scripted scripted(
         [](mrb::ItemSink &sink) {
             const mrb::SourceItem items[] = {{.name = "b", .id = {}, .type = IMAGE},
@@ -307,7 +307,7 @@ TEST(Opening, WhatCameBeforeAFailureIsSorted) {
             EXPECT_FALSE(sink.stopped());
             return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
         },
-        std::move(wishes));
+        std::move(options));
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_FAILED);
     EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "a");
 }

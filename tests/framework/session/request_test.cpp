@@ -9,13 +9,13 @@
 
 using support::Client;
 using support::Folder;
-using support::Wishes;
+using support::ListOptions;
 
 namespace {
 
-void expectRefusal(const Wishes &wishes, int code) {
+void expectRefusal(const ListOptions &options, int code) {
     Client client;
-    EXPECT_EQ(client.open(wishes), code);
+    EXPECT_EQ(client.open(options), code);
     EXPECT_EQ(client.handle, 0);
     EXPECT_TRUE(client.events().empty());
 }
@@ -72,21 +72,21 @@ TEST(Request, WishesThatWouldBeIgnoredAreNotSupported) {
          {"RATING", "name", "NAME UP", "DESC", " DESC", "-", "NAME  DESC", "NAME-DESC"}) {
         expectRefusal({.path = "/tmp", .sortCategory = category}, MRB_ERR_NOT_SUPPORTED);
     }
-    const Wishes wishes[] = {
+    const ListOptions options[] = {
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_prepare_data(param, "all"); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_is_uhd_meta(param, true); }},
     };
-    for (const Wishes &wish : wishes) {
+    for (const ListOptions &wish : options) {
         expectRefusal(wish, MRB_ERR_NOT_SUPPORTED);
     }
 }
 
 TEST(Request, FiltersThatSayNothingAreInvalid) {
-    const Wishes wishes[] = {
+    const ListOptions options[] = {
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_extension(param, " ,;."); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_key_word(param, "\u0301"); }},
     };
-    for (const Wishes &wish : wishes) {
+    for (const ListOptions &wish : options) {
         expectRefusal(wish, MRB_ERR_INVALID_PARAMETER);
     }
 }

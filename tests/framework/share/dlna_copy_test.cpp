@@ -16,19 +16,19 @@
 #include "support/media.h"
 #include "support/media_server.h"
 #include "support/resources.h"
+#include "support/scripted_server.h"
 #include "support/sharing.h"
-#include "support/told_server.h"
 
-using support::Asked;
 using support::Client;
+using support::Connection;
 using support::DlnaClient;
 using support::Folder;
 using support::MediaServer;
+using support::Request;
+using support::ScriptedServer;
 using support::ShareEvent;
 using support::Sharing;
-using support::ToldServer;
 using support::tree;
-using support::Wire;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -36,25 +36,26 @@ namespace {
 
 class DlnaFetch : public support::DlnaTest {};
 
-std::string fileOf(std::size_t size) { return support::httpOf("200 OK", std::string(size, 'x')); }
+std::string fileOf(std::size_t size) { return support::httpResponse("200 OK", std::string(size, 'x')); }
 
 // A told server, a list of all that it has, everything in it selected, and a folder to
 // fetch that to. Used by one test thread, inside the network.
 class Fetching {
   public:
-    explicit Fetching(ToldServer::Answer answer) : server_(std::move(answer)) {}
+    explicit Fetching(ScriptedServer::Handler answer) : server_(std::move(answer)) {}
 
     // With pictures of that size, as the server says, at these addresses; those that begin
     // with a slash are its own, and `files` answers who asks there.
-    Fetching(const std::vector<std::string> &addresses, std::size_t size, const ToldServer::Answer &files)
-        : Fetching([this, size, files](const Asked &asked, const Wire &wire) {
+    Fetching(const std::vector<std::string> &addresses, std::size_t size,
+             const ScriptedServer::Handler &files)
+        : Fetching([this, size, files](const Request &request, const Connection &connection) {
               if (isDead) {
                   return; // every connection breaks
               }
-              if (asked.action.starts_with('/')) {
-                  files(asked, wire);
+              if (request.action.starts_with('/')) {
+                  files(request, connection);
               } else {
-                  tellItems(asked, wire, size);
+                  tellItems(request, connection, size);
               }
           }) {
         for (const std::string &address : addresses) {
@@ -84,9 +85,9 @@ class Fetching {
     std::atomic<bool> isDead = false;
 
   private:
-    void tellItems(const Asked &asked, const Wire &wire, std::size_t size) const {
-        if (asked.action == "GetSearchCapabilities") {
-            wire.send(support::responseOf(asked, "<SearchCaps></SearchCaps>"));
+    void tellItems(const Request &request, const Connection &connection, std::size_t size) const {
+        if (request.action == "GetSearchCapabilities") {
+            connection.send(support::soapResponse(request, "<SearchCaps></SearchCaps>"));
             return;
         }
         std::string objects;
@@ -98,12 +99,12 @@ class Fetching {
                        "</res></item>";
         }
         const int count = static_cast<int>(urls_.size());
-        wire.send(answerOf(asked, support::didlOf(objects), count, count));
+        connection.send(browseResponse(request, support::didlOf(objects), count, count));
     }
 
     DlnaClient service_;
     std::vector<std::string> urls_; // before the server is announced
-    const ToldServer server_;
+    const ScriptedServer server_;
 
   public:
     const Folder to;
@@ -148,20 +149,21 @@ TEST_F(DlnaFetch, FoldersAreKeptAndTitlesBecomeNames) {
         return;
     }
     std::string base;
-    Fetching fetching([&](const Asked &asked, const Wire &wire) {
-        if (asked.action != "Browse") {
-            wire.send(asked.action.starts_with("/f") ? fileOf(5) : support::refusalOf(401));
-        } else if (asked.container == "0") {
-            wire.send(answerOf(asked, support::didlOf(support::containerOf("a", "..")), 1, 1));
-        } else if (asked.container == "a") {
-            wire.send(answerOf(asked, support::didlOf(support::containerOf("b", "AC/DC")), 1, 1));
+    Fetching fetching([&](const Request &request, const Connection &connection) {
+        if (request.action != "Browse") {
+            connection.send(request.action.starts_with("/f") ? fileOf(5) : support::soapFault(401));
+        } else if (request.container == "0") {
+            connection.send(browseResponse(request, support::didlOf(support::containerOf("a", "..")), 1, 1));
+        } else if (request.container == "a") {
+            connection.send(
+                browseResponse(request, support::didlOf(support::containerOf("b", "AC/DC")), 1, 1));
         } else {
             const std::string song =
                 "<item id=\"s\" parentID=\"b\" restricted=\"1\"><dc:title>Who? ../x</dc:title>"
                 "<upnp:class>object.item.audioItem</upnp:class><res "
                 "protocolInfo=\"http-get:*:audio/mpeg:*\">" +
                 base + "/f.mp3</res></item>";
-            wire.send(answerOf(asked, support::didlOf(song), 1, 1));
+            connection.send(browseResponse(request, support::didlOf(song), 1, 1));
         }
     });
     base = fetching.url("");
@@ -173,8 +175,9 @@ TEST_F(DlnaFetch, AnAddressWithoutAnExtensionIsOfAFileOfItsType) {
     if (!insideNetwork()) {
         return;
     }
-    Fetching fetching({"/res", "/res.jpeg", "/res.php?f=a.png"}, 9,
-                      [](const Asked & /*asked*/, const Wire &wire) { wire.send(fileOf(9)); });
+    Fetching fetching(
+        {"/res", "/res.jpeg", "/res.php?f=a.png"}, 9,
+        [](const Request & /*request*/, const Connection &connection) { connection.send(fileOf(9)); });
     EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_DONE);
     EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 0.jpg", "picture 1.jpeg", "picture 2.jpg"));
 }
@@ -183,10 +186,11 @@ TEST_F(DlnaFetch, AServerThatIsKilledEndsIt) {
     if (!insideNetwork()) {
         return;
     }
-    Fetching fetching({"/0.jpg", "/1.jpg"}, 1UL << 20, [&](const Asked & /*asked*/, const Wire &wire) {
-        fetching.isDead = true;
-        wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
-    });
+    Fetching fetching({"/0.jpg", "/1.jpg"}, 1UL << 20,
+                      [&](const Request & /*request*/, const Connection &connection) {
+                          fetching.isDead = true;
+                          connection.send(fileOf(1UL << 20).substr(0, 1UL << 19));
+                      });
     const ShareEvent end = fetching.run();
     EXPECT_EQ(end.event, MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(end.name(), "picture 0");
@@ -197,13 +201,15 @@ TEST_F(DlnaFetch, AFileThatBreaksOffCostsThatFile) {
     if (!insideNetwork()) {
         return;
     }
-    Fetching fetching({"/0.jpg", "/1.jpg", "/2.jpg"}, 1000, [](const Asked &asked, const Wire &wire) {
-        if (asked.action == "/0.jpg") {
-            wire.send(fileOf(1000).substr(0, 700));
-        } else {
-            wire.send(asked.action == "/1.jpg" ? fileOf(1000) : support::httpOf("404 Not Found", ""));
-        }
-    });
+    Fetching fetching(
+        {"/0.jpg", "/1.jpg", "/2.jpg"}, 1000, [](const Request &request, const Connection &connection) {
+            if (request.action == "/0.jpg") {
+                connection.send(fileOf(1000).substr(0, 700));
+            } else {
+                connection.send(request.action == "/1.jpg" ? fileOf(1000)
+                                                           : support::httpResponse("404 Not Found", ""));
+            }
+        });
     const ShareEvent end = fetching.run();
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "picture 0");
@@ -215,16 +221,18 @@ TEST_F(DlnaFetch, OtherHostsAreNotAsked) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<int> asked = 0;
-    const ToldServer other([&](const Asked & /*asked*/, const Wire & /*wire*/) { ++asked; });
+    std::atomic<int> requestCount = 0;
+    const ScriptedServer other(
+        [&](const Request & /*request*/, const Connection & /*connection*/) { ++requestCount; });
     std::string elsewhere = other.urlOf("/0.jpg");
     elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
     Fetching fetching({elsewhere, "/1.jpg", "file:///etc/passwd"}, 1000,
-                      [&](const Asked & /*question*/, const Wire &wire) {
-                          wire.send(support::httpOf("302 Found", "", "Location: " + elsewhere + "\r\n"));
+                      [&](const Request & /*question*/, const Connection &connection) {
+                          connection.send(
+                              support::httpResponse("302 Found", "", "Location: " + elsewhere + "\r\n"));
                       });
     EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_FAILED);
-    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(requestCount, 0);
     EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 
@@ -232,13 +240,13 @@ TEST_F(DlnaFetch, AServerThatLiesAboutSizesGivesNoFile) {
     if (!insideNetwork()) {
         return;
     }
-    const auto answer = [](const Asked &asked, const Wire &wire) {
+    const auto answer = [](const Request &request, const Connection &connection) {
         const std::string body(1000, 'x');
-        const std::string length = asked.action == "/huge.jpg" ? "Content-Length: 999999999999999\r\n" : "";
+        const std::string length = request.action == "/huge.jpg" ? "Content-Length: 999999999999999\r\n" : "";
         // Without a length: as long as it likes.
-        wire.send(
-            "HTTP/1.1 200 OK\r\n" + length + "Connection: close\r\n\r\n" +
-            (asked.action == "/more.jpg" ? body + body : body.substr(asked.action == "/less.jpg" ? 1 : 0)));
+        connection.send("HTTP/1.1 200 OK\r\n" + length + "Connection: close\r\n\r\n" +
+                        (request.action == "/more.jpg" ? body + body
+                                                       : body.substr(request.action == "/less.jpg" ? 1 : 0)));
     };
     Fetching fetching({"/more.jpg", "/less.jpg", "/true.jpg", "/huge.jpg"}, 1000, answer);
     EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_FAILED);
@@ -249,9 +257,9 @@ TEST_F(DlnaFetch, IsStoppedAtOnceAndLeavesNothing) {
     if (!insideNetwork()) {
         return;
     }
-    Fetching fetching({"/0.jpg"}, 1UL << 20, [](const Asked & /*asked*/, const Wire &wire) {
-        wire.send(fileOf(1UL << 20).substr(0, 1UL << 19));
-        wire.wait();
+    Fetching fetching({"/0.jpg"}, 1UL << 20, [](const Request & /*request*/, const Connection &connection) {
+        connection.send(fileOf(1UL << 20).substr(0, 1UL << 19));
+        connection.wait();
     });
     fetching.begin();
     fetching.sharing.waitFor([](const auto &events) { return !events.empty(); });
@@ -265,24 +273,24 @@ TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
         return;
     }
     std::atomic<bool> isIdentityAsked = true;
-    const auto answerOf = [](const std::string &headers) {
+    const auto browseResponse = [](const std::string &headers) {
         return "HTTP/1.1 200 OK\r\n" + headers + "Connection: close\r\n\r\n" + std::string(19, 'x');
     };
     Fetching fetching({"/page.jpg", "/page2.jpg", "/gzip.jpg", "/true.jpg", "/short.jpg"}, 19,
-                      [&](const Asked &asked, const Wire &wire) {
-                          if (asked.head.find("Accept-Encoding: identity\r\n") == std::string::npos) {
+                      [&](const Request &request, const Connection &connection) {
+                          if (request.head.find("Accept-Encoding: identity\r\n") == std::string::npos) {
                               isIdentityAsked = false;
                           }
-                          if (asked.action == "/page.jpg") {
-                              wire.send(answerOf("Content-Type: text/html\r\n"));
-                          } else if (asked.action == "/page2.jpg") {
-                              wire.send(answerOf("Content-Type: Text/HTML; charset=utf-8\r\n"));
-                          } else if (asked.action == "/gzip.jpg") {
-                              wire.send(answerOf("Content-Encoding: gzip\r\n"));
-                          } else if (asked.action == "/short.jpg") {
-                              wire.send(support::httpOf("200 OK", std::string(18, 'x')));
+                          if (request.action == "/page.jpg") {
+                              connection.send(browseResponse("Content-Type: text/html\r\n"));
+                          } else if (request.action == "/page2.jpg") {
+                              connection.send(browseResponse("Content-Type: Text/HTML; charset=utf-8\r\n"));
+                          } else if (request.action == "/gzip.jpg") {
+                              connection.send(browseResponse("Content-Encoding: gzip\r\n"));
+                          } else if (request.action == "/short.jpg") {
+                              connection.send(support::httpResponse("200 OK", std::string(18, 'x')));
                           } else {
-                              wire.send(answerOf("Content-Encoding: identity\r\n"));
+                              connection.send(browseResponse("Content-Encoding: identity\r\n"));
                           }
                       });
     const ShareEvent end = fetching.run();
@@ -297,8 +305,9 @@ TEST_F(DlnaFetch, ManyLeaveNothingBehind) {
     if (!insideNetwork()) {
         return;
     }
-    Fetching fetching({"/0.jpg"}, 300'000,
-                      [](const Asked & /*asked*/, const Wire &wire) { wire.send(fileOf(300'000)); });
+    Fetching fetching({"/0.jpg"}, 300'000, [](const Request & /*request*/, const Connection &connection) {
+        connection.send(fileOf(300'000));
+    });
     const std::string id = fetching.list();
     support::expectNothingLeft(support::repetitions(100, 1000), [&] {
         Sharing sharing;
@@ -313,11 +322,11 @@ TEST_F(DlnaFetch, ManyThatAreStoppedLeaveNothingBehind) {
         return;
     }
     std::atomic<int> sent = 0;
-    Fetching fetching({"/0.jpg"}, 300'000, [&](const Asked & /*asked*/, const Wire &wire) {
-        wire.send(fileOf(300'000).substr(0, 200'000));
+    Fetching fetching({"/0.jpg"}, 300'000, [&](const Request & /*request*/, const Connection &connection) {
+        connection.send(fileOf(300'000).substr(0, 200'000));
         ++sent;
         sent.notify_all();
-        wire.wait();
+        connection.wait();
     });
     const std::string id = fetching.list();
     support::expectNothingLeft(support::repetitions(100, 1000), [&] {
@@ -341,10 +350,10 @@ TEST_F(DlnaFetch, WhatCannotWorkIsRefusedAtOnce) {
     Client local;
     support::selectEverything(local, files.path());
     Sharing sharing;
-    EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(sharing.fetch(local, ScriptedServer::ID, to.path()), MRB_ERR_NOT_INITIALIZED);
     Fetching fetching({"/0.jpg"}, 1, {});
     const Client &client = fetching.client;
-    EXPECT_EQ(sharing.fetch(local, ToldServer::ID, to.path()), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(sharing.fetch(local, ScriptedServer::ID, to.path()), MRB_ERR_NOT_FOUND);
     const std::string id = fetching.list();
     EXPECT_EQ(sharing.fetch(local, id, to.path()), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(sharing.fetch(client, id, to.path("none")), MRB_ERR_NOT_FOUND);

@@ -19,20 +19,20 @@
 #include "support/media_server.h"
 #include "support/playlists.h"
 #include "support/resources.h"
+#include "support/scripted_server.h"
 #include "support/sharing.h"
-#include "support/told_server.h"
 
 using support::argumentOf;
-using support::Asked;
 using support::Client;
+using support::Connection;
 using support::DlnaClient;
 using support::Folder;
 using support::MediaServer;
-using support::responseOf;
+using support::Request;
+using support::ScriptedServer;
 using support::ShareEvent;
 using support::Sharing;
-using support::ToldServer;
-using support::Wire;
+using support::soapResponse;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -49,7 +49,8 @@ class Taker {
 
     explicit Taker(Way way, std::string importUrl = {})
         : way_(way), importUrl_(std::move(importUrl)),
-          server_([this](const Asked &asked, const Wire &wire) { answer(asked, wire); }) {
+          server_(
+              [this](const Request &request, const Connection &connection) { answer(request, connection); }) {
         if (importUrl_.empty()) {
             importUrl_ = server_.urlOf("/import/1");
         }
@@ -76,13 +77,13 @@ class Taker {
     }
 
   private:
-    void answer(const Asked &asked, const Wire &wire) {
+    void answer(const Request &request, const Connection &connection) {
         std::unique_lock guard(lock_);
-        calls_.push_back(asked.action);
-        if (asked.action == "CreateObject") {
-            elements_ = argumentOf(asked, "Elements");
-            wire.send(responseOf(
-                asked,
+        calls_.push_back(request.action);
+        if (request.action == "CreateObject") {
+            elements_ = argumentOf(request, "Elements");
+            connection.send(soapResponse(
+                request,
                 "<ObjectID>7</ObjectID><Result>&lt;DIDL-Lite "
                 "xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
                 "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" "
@@ -91,14 +92,14 @@ class Taker {
                 "dc:title&gt;&lt;upnp:class&gt;object.item.imageItem"
                 "&lt;/upnp:class&gt;&lt;res protocolInfo=\"*:*:image/jpeg:*\" importUri=\"" +
                     importUrl_ + "\"&gt;&lt;/res&gt;&lt;/item&gt;&lt;/DIDL-Lite&gt;</Result>"));
-        } else if (asked.action == "ImportResource") {
+        } else if (request.action == "ImportResource") {
             if (way_ == Way::REFUSES_TO_FETCH) {
-                wire.send(support::refusalOf(602));
+                connection.send(support::soapFault(602));
                 return;
             }
-            source_ = argumentOf(asked, "SourceURI");
-            wire.send(responseOf(asked, "<TransferID>3</TransferID>"));
-        } else if (asked.action == "GetTransferProgress") {
+            source_ = argumentOf(request, "SourceURI");
+            connection.send(soapResponse(request, "<TransferID>3</TransferID>"));
+        } else if (request.action == "GetTransferProgress") {
             if (way_ == Way::BREAKS_OFF) {
                 return;
             }
@@ -109,14 +110,14 @@ class Taker {
                 taken_ = std::move(bytes);
             }
             const char *status = way_ == Way::NEVER_ENDS ? "IN_PROGRESS" : "COMPLETED";
-            wire.send(responseOf(asked, std::string("<TransferStatus>") + status +
-                                            "</TransferStatus><TransferLength>0</TransferLength>"
-                                            "<TransferTotal>0</TransferTotal>"));
-        } else if (asked.action == "/import/1") {
-            taken_ = asked.body;
-            wire.send(support::httpOf("200 OK", ""));
+            connection.send(soapResponse(request, std::string("<TransferStatus>") + status +
+                                                      "</TransferStatus><TransferLength>0</TransferLength>"
+                                                      "<TransferTotal>0</TransferTotal>"));
+        } else if (request.action == "/import/1") {
+            taken_ = request.body;
+            connection.send(support::httpResponse("200 OK", ""));
         } else if (way_ != Way::BREAKS_OFF) {
-            wire.send(responseOf(asked, ""));
+            connection.send(soapResponse(request, ""));
         }
     }
 
@@ -127,7 +128,7 @@ class Taker {
     std::string source_;
     std::string taken_;
     std::string elements_;
-    ToldServer server_;
+    ScriptedServer server_;
 };
 
 class DlnaUpload : public support::DlnaTest {
@@ -211,7 +212,7 @@ TEST_F(DlnaUpload, AServerGetsAFileOfACamera) {
     DlnaClient service;
     Taker server(Taker::Way::FETCHES);
     Client client;
-    ASSERT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY);
+    ASSERT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY);
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
     ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
     const ShareEvent end = sharing_.waitForEnd();
@@ -229,7 +230,7 @@ TEST_F(DlnaUpload, AFileOfACameraNeedsRoomOnTheWay) {
     DlnaClient service;
     const Taker server(Taker::Way::FETCHES);
     Client client;
-    ASSERT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY);
+    ASSERT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY);
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
     ASSERT_EQ(setenv("TMPDIR", "/nowhere", 1), 0);
     ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
@@ -291,8 +292,9 @@ TEST_F(DlnaUpload, NothingIsSentToAnotherHost) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<int> asked = 0;
-    const ToldServer other([&](const Asked & /*asked*/, const Wire & /*wire*/) { ++asked; });
+    std::atomic<int> requestCount = 0;
+    const ScriptedServer other(
+        [&](const Request & /*request*/, const Connection & /*connection*/) { ++requestCount; });
     std::string elsewhere = other.urlOf("/import/1");
     elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
     DlnaClient service;
@@ -301,7 +303,7 @@ TEST_F(DlnaUpload, NothingIsSentToAnotherHost) {
     select(client);
     ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
     EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
-    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(requestCount, 0);
     EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "DestroyObject"));
 }
 
@@ -378,9 +380,9 @@ TEST_F(DlnaUpload, NeedsAServerAndAListOfFiles) {
     }
     Client client;
     select(client);
-    EXPECT_EQ(sharing_.send(client, ToldServer::ID), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(sharing_.send(client, ScriptedServer::ID), MRB_ERR_NOT_INITIALIZED);
     DlnaClient service;
-    EXPECT_EQ(sharing_.send(client, ToldServer::ID), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(sharing_.send(client, ScriptedServer::ID), MRB_ERR_NOT_FOUND);
     EXPECT_EQ(sharing_.send(client, ""), MRB_ERR_NOT_FOUND);
     EXPECT_THAT(sharing_.events(), IsEmpty());
 }

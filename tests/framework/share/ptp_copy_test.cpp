@@ -24,7 +24,7 @@ class PtpCopy : public testing::Test {
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
     // A list of all that is on the camera.
-    void open() { EXPECT_EQ(client.list(camera.wishes()).event, MRB_EVENT_LIST_READY); }
+    void open() { EXPECT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY); }
 
     OfferedCamera camera;
     Client client;

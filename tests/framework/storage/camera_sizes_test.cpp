@@ -12,7 +12,7 @@
 
 #include "support/devices.h"
 #include "support/plugged_devices.h"
-#include "support/told_camera.h"
+#include "support/scripted_camera.h"
 
 using mrb::CameraSizes;
 using mrb::Outcome;
@@ -48,13 +48,13 @@ class CameraSizesTest : public support::PluggedDevices {
     // What it is called has nothing to do with it: libgphoto2 knows no such numbers.
     std::string addUnknown() { return addCamera("0000", "0000"); }
 
-    support::ToldCamera camera;
+    support::ScriptedCamera camera;
 };
 
 } // namespace
 
 TEST_F(CameraSizesTest, AreUnknownAtFirstAndNotifiedWhenTheyAreKnown) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     std::promise<void> listed;
@@ -83,7 +83,7 @@ TEST_F(CameraSizesTest, AreUnknownAtFirstAndNotifiedWhenTheyAreKnown) {
 }
 
 TEST_F(CameraSizesTest, AreKnownToLaterListsWhereNothingListens) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     camera.onSizes = answering({100, 200});
@@ -95,12 +95,12 @@ TEST_F(CameraSizesTest, AreKnownToLaterListsWhereNothingListens) {
 
 // A list may be made many times a second; each question claims the camera.
 TEST_F(CameraSizesTest, AreNotAskedForWithEachList) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
-    std::atomic<int> asked = 0;
-    camera.onSizes = [&asked](CameraSizes &sizes) {
-        ++asked;
+    std::atomic<int> requestCount = 0;
+    camera.onSizes = [&requestCount](CameraSizes &sizes) {
+        ++requestCount;
         sizes = {100, 200};
         return Outcome();
     };
@@ -110,12 +110,12 @@ TEST_F(CameraSizesTest, AreNotAskedForWithEachList) {
         cameras();
     }
     support::awaitCameraThreads();
-    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(requestCount, 1);
 }
 
 // It is another camera, however alike it is.
 TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     camera.onSizes = answering({100, 200});
@@ -135,14 +135,14 @@ TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
 
 // The one that left may answer late, or have answered before any list was made.
 TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     std::promise<void> answer;
     std::promise<void> reached;
-    std::atomic<int> asked = 0;
+    std::atomic<int> requestCount = 0;
     camera.onSizes = [&](CameraSizes &sizes) {
-        const bool isFirst = ++asked == 1;
+        const bool isFirst = ++requestCount == 1;
         if (isFirst) {
             reached.set_value();
             answer.get_future().wait();
@@ -173,14 +173,14 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
 // Not once, and not again after a while. Each of these cameras is new and hangs; on a machine
 // that is busy with other things some lists take long, but not all.
 TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     constexpr auto MOST = std::chrono::milliseconds(100); // that a script's call may take
     std::promise<void> end;
-    std::atomic<int> asked = 0;
-    camera.onSizes = [&asked, ended = end.get_future().share()](CameraSizes & /*sizes*/) {
-        ++asked;
+    std::atomic<int> requestCount = 0;
+    camera.onSizes = [&requestCount, ended = end.get_future().share()](CameraSizes & /*sizes*/) {
+        ++requestCount;
         ended.wait();
         return Outcome{MRB_ERR_IO, "Too late."};
     };
@@ -195,7 +195,7 @@ TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(cameras().at(0).total, 0);
         fastest = std::min(fastest, std::chrono::steady_clock::now() - begin);
-        while (asked < round) {
+        while (requestCount < round) {
             std::this_thread::yield();
         }
     }

@@ -45,7 +45,7 @@ std::string OfferedCamera::name() const {
 
 std::string OfferedCamera::id() const { return "ptp:folder:" + placeOf(number_); }
 
-Wishes OfferedCamera::wishes(const std::string &folderId) const {
+ListOptions OfferedCamera::listOptions(const std::string &folderId) const {
     return {.source = "SOURCE_PTP", .more = [this, folderId](mrb_general_param_h param) {
                 mrb_param_set_general_device_value(param, number_);
                 mrb_param_set_general_folder_id(param, folderId.c_str());

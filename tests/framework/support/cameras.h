@@ -28,7 +28,7 @@ class OfferedCamera {
     [[nodiscard]] int address() const { return number_; }
 
     // For a list of what is in the folder `id` on it.
-    [[nodiscard]] Wishes wishes(const std::string &folderId = {}) const;
+    [[nodiscard]] ListOptions listOptions(const std::string &folderId = {}) const;
 
     const Folder folder; // what is on it
 

@@ -30,25 +30,25 @@ Client::~Client() {
     }
 }
 
-int Client::open(const Wishes &wishes) {
+int Client::open(const ListOptions &options) {
     mrb_general_param_h param = nullptr;
     EXPECT_EQ(mrb_create_general_param(&param), MRB_ERR_NONE);
-    mrb_param_set_general_source(param, wishes.source.c_str());
-    mrb_param_set_general_path(param, wishes.path.c_str());
-    mrb_param_set_general_content_type(param, wishes.contentType.c_str());
-    mrb_param_set_general_sort_category(param, wishes.sortCategory.c_str());
-    mrb_param_set_general_extension(param, wishes.extension.c_str());
-    mrb_param_set_general_key_word(param, wishes.keyWord.c_str());
-    if (wishes.more) {
-        wishes.more(param);
+    mrb_param_set_general_source(param, options.source.c_str());
+    mrb_param_set_general_path(param, options.path.c_str());
+    mrb_param_set_general_content_type(param, options.contentType.c_str());
+    mrb_param_set_general_sort_category(param, options.sortCategory.c_str());
+    mrb_param_set_general_extension(param, options.extension.c_str());
+    mrb_param_set_general_key_word(param, options.keyWord.c_str());
+    if (options.more) {
+        options.more(param);
     }
-    const int code = mrb_request_list_v2(param, hear, this, &handle);
+    const int code = mrb_request_list_v2(param, receive, this, &handle);
     EXPECT_EQ(mrb_destroy_general_param(param), MRB_ERR_NONE);
     return code;
 }
 
-Event Client::list(const Wishes &wishes) {
-    EXPECT_EQ(open(wishes), MRB_ERR_NONE);
+Event Client::list(const ListOptions &options) {
+    EXPECT_EQ(open(options), MRB_ERR_NONE);
     return handle == 0 ? Event{} : waitForEnd();
 }
 
@@ -113,17 +113,17 @@ bool instanceIsFree() {
     return false;
 }
 
-bool Client::hear(void *self, mrb_agent_handler_h agent, mrb_event_e event, int /*reserved*/,
-                  const char *serverData) {
+bool Client::receive(void *self, mrb_agent_handler_h agent, mrb_event_e event, int /*reserved*/,
+                     const char *serverData) {
     auto &client = *static_cast<Client *>(self);
-    const Event heard{agent, event, parse(serverData), std::this_thread::get_id()};
+    const Event received{agent, event, parse(serverData), std::this_thread::get_id()};
     {
         const std::lock_guard guard(client.lock_);
-        client.events_.push_back(heard);
+        client.events_.push_back(received);
         client.arrived_.notify_all();
     }
     if (client.onEvent) {
-        client.onEvent(heard);
+        client.onEvent(received);
     }
     return true;
 }

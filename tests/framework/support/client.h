@@ -22,7 +22,7 @@ struct Event {
 
 bool isLast(mrb_event_e event);
 
-struct Wishes {
+struct ListOptions {
     std::string path = {};
     std::string contentType = {};
     std::string sortCategory = {};
@@ -43,12 +43,12 @@ class Client {
     Client &operator=(const Client &) = delete;
 
     // Opens a list under `handle`, anew when that is not 0. Returns the code.
-    int open(const Wishes &wishes);
-    int open(const std::string &path) { return open(Wishes{.path = path}); }
+    int open(const ListOptions &options);
+    int open(const std::string &path) { return open(ListOptions{.path = path}); }
 
     // Opens and waits for the list's end; the last event.
-    Event list(const Wishes &wishes);
-    Event list(const std::string &path) { return list(Wishes{.path = path}); }
+    Event list(const ListOptions &options);
+    Event list(const std::string &path) { return list(ListOptions{.path = path}); }
 
     // Waits for the nth event (from 1) that ends an opening. An Event with -1 and a
     // test failure when none comes.
@@ -66,8 +66,8 @@ class Client {
     std::function<void(const Event &)> onEvent;
 
   private:
-    static bool hear(void *self, mrb_agent_handler_h agent, mrb_event_e event, int reserved,
-                     const char *serverData);
+    static bool receive(void *self, mrb_agent_handler_h agent, mrb_event_e event, int reserved,
+                        const char *serverData);
 
     std::mutex lock_;
     std::condition_variable arrived_;

@@ -55,20 +55,20 @@ std::pair<int, std::string> storageId(const std::string &path) {
     return {code, id};
 }
 
-DeviceListener::DeviceListener() { EXPECT_EQ(mrb_set_usb_callback(hear, this), MRB_ERR_NONE); }
+DeviceListener::DeviceListener() { EXPECT_EQ(mrb_set_usb_callback(receive, this), MRB_ERR_NONE); }
 
 DeviceListener::~DeviceListener() { mrb_unset_usb_callback(); }
 
-void DeviceListener::hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+void DeviceListener::receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
     auto &listener = *static_cast<DeviceListener *>(self);
-    const DeviceEvent heard{event, Record(storage), std::this_thread::get_id()};
+    const DeviceEvent received{event, Record(storage), std::this_thread::get_id()};
     {
         const std::lock_guard guard(listener.lock_);
-        listener.events_.push_back(heard);
+        listener.events_.push_back(received);
         listener.arrived_.notify_all();
     }
     if (listener.onEvent) {
-        listener.onEvent(heard);
+        listener.onEvent(received);
     }
 }
 

@@ -55,7 +55,7 @@ class DeviceListener {
     std::function<void(const DeviceEvent &)> onEvent;
 
   private:
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage);
+    static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage);
 
     std::mutex lock_;
     std::condition_variable arrived_;

@@ -9,14 +9,14 @@
 namespace support {
 
 DlnaClient::DlnaClient() {
-    EXPECT_EQ(mrb_set_dlna_callback(hear, this), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_Init_dlna_service(hearState, this), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_set_dlna_callback(receive, this), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_Init_dlna_service(receiveState, this), MRB_ERR_NONE);
     std::unique_lock guard(lock_);
     EXPECT_TRUE(changed_.wait_for(guard, LIMIT, [&] { return started_; }));
 }
 
 DlnaClient::~DlnaClient() {
-    mrb_finalize_dlna_service(hearState, this);
+    mrb_finalize_dlna_service(receiveState, this);
     mrb_unset_dlna_callback();
 }
 
@@ -31,14 +31,14 @@ void DlnaClient::waitUntilItLeaves() {
     EXPECT_TRUE(changed_.wait_for(guard, LIMIT, [&] { return left_; }));
 }
 
-void DlnaClient::hearState(int state, void *self) {
+void DlnaClient::receiveState(int state, void *self) {
     auto &client = *static_cast<DlnaClient *>(self);
     const std::lock_guard guard(client.lock_);
     client.started_ = state == MRB_SERVICE_STATE_STARTED;
     client.changed_.notify_all();
 }
 
-void DlnaClient::hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+void DlnaClient::receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
     auto &client = *static_cast<DlnaClient *>(self);
     const std::lock_guard guard(client.lock_);
     client.id_ = mrb_storage_get_id(storage);
@@ -46,12 +46,12 @@ void DlnaClient::hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&st
     client.changed_.notify_all();
 }
 
-void DlnaTest::listAll(Client &client, const Wishes &wishes, int expected) {
+void DlnaTest::listAll(Client &client, const ListOptions &options, int expected) {
     const auto deadline = std::chrono::steady_clock::now() + LIMIT;
     std::size_t ends = 0;
     int count = -1;
     while (count != expected && std::chrono::steady_clock::now() < deadline) {
-        const int code = client.open(wishes);
+        const int code = client.open(options);
         if (code == MRB_ERR_NOT_FOUND) {
             std::this_thread::yield();
             continue;

@@ -24,8 +24,8 @@ class DlnaClient {
     void waitUntilItLeaves();
 
   private:
-    static void hearState(int state, void *self);
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage);
+    static void receiveState(int state, void *self);
+    static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage);
 
     std::mutex lock_;
     std::condition_variable changed_;
@@ -39,7 +39,7 @@ class DlnaTest : public OwnProcess {
   protected:
     // A list of the server when it has looked through its folder: until then it has less, and
     // one kind says goodbye meanwhile and comes again.
-    static void listAll(Client &client, const Wishes &wishes, int expected);
+    static void listAll(Client &client, const ListOptions &options, int expected);
     // See OwnProcess.
     static bool insideNetwork();
 };

@@ -53,10 +53,10 @@ void startDlna(const std::string & /*folder*/) {
 
 void listCamera(const std::string & /*folder*/) {
     support::Client &client = makeClient();
-    const support::Wishes wishes{.source = "SOURCE_PTP", .more = [](mrb_general_param_h param) {
-                                     mrb_param_set_general_device_value(param, 1);
-                                 }};
-    expect(client.list(wishes).event == MRB_EVENT_LIST_READY && client.count() > 0, "the camera's list");
+    const support::ListOptions options{.source = "SOURCE_PTP", .more = [](mrb_general_param_h param) {
+                                           mrb_param_set_general_device_value(param, 1);
+                                       }};
+    expect(client.list(options).event == MRB_EVENT_LIST_READY && client.count() > 0, "the camera's list");
 }
 
 using Use = void (*)(const std::string &folder);

@@ -36,7 +36,7 @@ constexpr Way NETWORKS[] = {
     {"unshare --net", "ip link set lo up", true},
 };
 
-constexpr const char *TOLD = "env LD_LIBRARY_PATH='" TOLD_FOLDER "'";
+constexpr const char *TOLD = "env LD_LIBRARY_PATH='" SCRIPTED_FOLDER "'";
 
 // Runs a command of the shell; its status, and what it said.
 int run(const std::string &command, std::string &said) {
@@ -116,9 +116,9 @@ std::string commandFor(Surroundings needed) {
         return commandFor(LOOPS, "mounts");
     case Surroundings::DEVICES:
         return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
-    case Surroundings::TOLD_CAMERA:
+    case Surroundings::SCRIPTED_CAMERA:
         return TOLD;
-    case Surroundings::TOLD_USB_CAMERA:
+    case Surroundings::SCRIPTED_USB_CAMERA:
         return TOLD + (' ' + commandFor(Surroundings::DEVICES));
     case Surroundings::PLAIN:
         break;

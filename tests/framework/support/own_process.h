@@ -8,14 +8,14 @@ namespace support {
 
 // What a test needs that other programs must not notice.
 enum class Surroundings {
-    PLAIN,           // a process without threads and lists, whose log goes to its standard error
-    MOUNTS,          // and in which it can mount and unmount, unseen from outside
-    NETWORK,         // and with a network of its own, whose loopback interface can be brought up
-    LOOPS,           // and in which root can mount files
-    DEVICES,         // a plain one whose devices are those of a UMockdevTestbed
-    LIMITS,          // and with limits of its own under /proc/sys/user
-    TOLD_CAMERA,     // a plain one that has a ToldCamera in place of libgphoto2
-    TOLD_USB_CAMERA, // and whose devices are those of a UMockdevTestbed
+    PLAIN,               // a process without threads and lists, whose log goes to its standard error
+    MOUNTS,              // and in which it can mount and unmount, unseen from outside
+    NETWORK,             // and with a network of its own, whose loopback interface can be brought up
+    LOOPS,               // and in which root can mount files
+    DEVICES,             // a plain one whose devices are those of a UMockdevTestbed
+    LIMITS,              // and with limits of its own under /proc/sys/user
+    SCRIPTED_CAMERA,     // a plain one that has a ScriptedCamera in place of libgphoto2
+    SCRIPTED_USB_CAMERA, // and whose devices are those of a UMockdevTestbed
 };
 
 // A test whose body runs in a process of its own:

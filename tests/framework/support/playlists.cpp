@@ -28,12 +28,12 @@ void writeText(const Folder &folder, const std::string &name, const std::string 
     std::ofstream(path, std::ios::binary) << text;
 }
 
-Wishes playlist(const std::string &path, Wishes wishes) {
-    wishes.source = "SOURCE_PLAYLIST";
-    wishes.more = [path](mrb_general_param_h param) {
+ListOptions playlist(const std::string &path, ListOptions options) {
+    options.source = "SOURCE_PLAYLIST";
+    options.more = [path](mrb_general_param_h param) {
         mrb_param_set_general_prepare_data(param, path.c_str());
     };
-    return wishes;
+    return options;
 }
 
 std::vector<std::string> missing(const Client &client) { return namesOf(client, true); }

@@ -12,7 +12,7 @@ namespace support {
 void writeText(const Folder &folder, const std::string &name, const std::string &text);
 
 // The wish for the list of one playlist; with an empty path for those of all that are found.
-Wishes playlist(const std::string &path, Wishes wishes = {});
+ListOptions playlist(const std::string &path, ListOptions options = {});
 
 // Those items of a list that are marked as missing, or are not, by their names.
 std::vector<std::string> missing(const Client &client);

@@ -51,7 +51,7 @@ int Sharing::start(int type, mrb_agent_handler_h list, const std::function<void(
     EXPECT_EQ(mrb_create_share_param(&param), MRB_ERR_NONE);
     EXPECT_EQ(mrb_create_share_user_data_param(&userData), MRB_ERR_NONE);
     EXPECT_EQ(mrb_param_set_share_user_data_udata(userData, this), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_param_set_share_user_data_cb(userData, hear), MRB_ERR_NONE);
+    EXPECT_EQ(mrb_param_set_share_user_data_cb(userData, receive), MRB_ERR_NONE);
     if (set) {
         set(param);
     }
@@ -84,16 +84,16 @@ std::vector<ShareEvent> Sharing::events() {
     return events_;
 }
 
-bool Sharing::hear(void *self, mrb_share_handler_h share, mrb_event_e event,
-                   mrb_share_status_info_s *status) {
+bool Sharing::receive(void *self, mrb_share_handler_h share, mrb_event_e event,
+                      mrb_share_status_info_s *status) {
     auto &sharing = *static_cast<Sharing *>(self);
-    const ShareEvent heard{share, event, *status, std::this_thread::get_id(),
-                           std::chrono::steady_clock::now()};
+    const ShareEvent received{share, event, *status, std::this_thread::get_id(),
+                              std::chrono::steady_clock::now()};
     if (sharing.onEvent) {
-        sharing.onEvent(heard);
+        sharing.onEvent(received);
     }
     const std::lock_guard guard(sharing.lock_);
-    sharing.events_.push_back(heard);
+    sharing.events_.push_back(received);
     sharing.arrived_.notify_all();
     return true;
 }

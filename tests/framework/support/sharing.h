@@ -57,8 +57,8 @@ class Sharing {
     std::function<void(const ShareEvent &)> onEvent;
 
   private:
-    static bool hear(void *self, mrb_share_handler_h share, mrb_event_e event,
-                     mrb_share_status_info_s *status);
+    static bool receive(void *self, mrb_share_handler_h share, mrb_event_e event,
+                        mrb_share_status_info_s *status);
 
     std::mutex lock_;
     std::condition_variable arrived_;

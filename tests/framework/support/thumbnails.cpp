@@ -16,92 +16,95 @@ Thumbnails::Thumbnails() { EXPECT_EQ(thumbnail_init(), MRB_ERR_NONE); }
 
 Thumbnails::~Thumbnails() { EXPECT_EQ(thumbnail_finalize(), MRB_ERR_NONE); }
 
-_thumb_request Thumbnails::recordOf(const Wish &wish, Asked *asked) {
+_thumb_request Thumbnails::recordOf(const ThumbnailOptions &options, PendingRequest *pending) {
     _thumb_request record{};
-    record.origin_path = wish.path.c_str();
-    record.media_type = wish.mediaType;
-    record.source_type = wish.sourceType;
-    record.orientation = wish.orientation;
-    record.thumb_width = wish.width;
-    record.thumb_height = wish.height;
-    record.used_cache = wish.usedCache;
-    record.video_frame_count = static_cast<std::uint8_t>(wish.frames);
-    record.callback = hear;
-    record.user_data = asked;
+    record.origin_path = options.path.c_str();
+    record.media_type = options.mediaType;
+    record.source_type = options.sourceType;
+    record.orientation = options.orientation;
+    record.thumb_width = options.width;
+    record.thumb_height = options.height;
+    record.used_cache = options.usedCache;
+    record.video_frame_count = static_cast<std::uint8_t>(options.frames);
+    record.callback = receive;
+    record.user_data = pending;
     return record;
 }
 
-std::size_t Thumbnails::ask(const Wish &wish) {
-    Asked *asked = nullptr;
+std::size_t Thumbnails::request(const ThumbnailOptions &options) {
+    PendingRequest *pending = nullptr;
     {
         const std::lock_guard guard(lock_);
-        asked = asked_.emplace_back(new Asked{this, asked_.size(), wish, false, 0, {}}).get();
+        pending =
+            requests_.emplace_back(new PendingRequest{this, requests_.size(), options, false, 0, {}}).get();
     }
-    EXPECT_EQ(thumbnail_request_async(recordOf(wish, asked)), MRB_ERR_NONE);
-    return asked->number;
+    EXPECT_EQ(thumbnail_request_async(recordOf(options, pending)), MRB_ERR_NONE);
+    return pending->number;
 }
 
 int Thumbnails::cancel(std::size_t number) {
-    Asked *asked = nullptr;
+    PendingRequest *pending = nullptr;
     {
         const std::lock_guard guard(lock_);
-        asked = asked_[number].get();
+        pending = requests_[number].get();
     }
-    const int code = thumbnail_request_cancel(recordOf(asked->wish, asked));
+    const int code = thumbnail_request_cancel(recordOf(pending->options, pending));
     const std::lock_guard guard(lock_);
-    asked->cancelled = asked->cancelled || code == MRB_ERR_NONE;
+    pending->cancelled = pending->cancelled || code == MRB_ERR_NONE;
     arrived_.notify_all();
     return code;
 }
 
-int Thumbnails::cancelLike(const Wish &wish) { return thumbnail_request_cancel(recordOf(wish, nullptr)); }
+int Thumbnails::cancelLike(const ThumbnailOptions &options) {
+    return thumbnail_request_cancel(recordOf(options, nullptr));
+}
 
-Thumbnail Thumbnails::get(const Wish &wish) {
-    const std::size_t number = ask(wish);
+Thumbnail Thumbnails::get(const ThumbnailOptions &options) {
+    const std::size_t number = request(options);
     waitForAll();
-    return answerTo(number);
+    return resultOf(number);
 }
 
 bool Thumbnails::waitForAll() {
     std::unique_lock guard(lock_);
     const bool came = arrived_.wait_for(guard, LIMIT, [this] {
-        return std::ranges::all_of(asked_,
-                                   [](const auto &asked) { return asked->cancelled || asked->answers > 0; });
+        return std::ranges::all_of(
+            requests_, [](const auto &pending) { return pending->cancelled || pending->results > 0; });
     });
     EXPECT_TRUE(came) << "a request was not answered";
     return came;
 }
 
-Thumbnail Thumbnails::answerTo(std::size_t number) {
+Thumbnail Thumbnails::resultOf(std::size_t number) {
     const std::lock_guard guard(lock_);
-    return asked_[number]->answer;
+    return requests_[number]->last;
 }
 
-int Thumbnails::answersTo(std::size_t number) {
+int Thumbnails::resultCount(std::size_t number) {
     const std::lock_guard guard(lock_);
-    return asked_[number]->answers;
+    return requests_[number]->results;
 }
 
 bool Thumbnails::wasCancelled(std::size_t number) {
     const std::lock_guard guard(lock_);
-    return asked_[number]->cancelled;
+    return requests_[number]->cancelled;
 }
 
-int Thumbnails::hear(int code, thumb_result_s *result, void *data) {
-    auto &asked = *static_cast<Asked *>(data);
-    Thumbnails &client = *asked.client;
+int Thumbnails::receive(int code, thumb_result_s *result, void *data) {
+    auto &pending = *static_cast<PendingRequest *>(data);
+    Thumbnails &client = *pending.client;
     if (client.onResult) {
-        client.onResult(asked.number, *result);
+        client.onResult(pending.number, *result);
     }
-    Thumbnail answer;
-    answer.code = code;
-    answer.origin = result->origin_path;
-    answer.bufferSize = result->buffer_size;
-    answer.depth = result->image_depth;
-    answer.whole = result->flag_origin_image;
-    answer.hadPreset = result->preset_buffer != nullptr;
-    if (answer.hadPreset) {
-        answer.preset = result->preset_buffer;
+    Thumbnail thumbnail;
+    thumbnail.code = code;
+    thumbnail.origin = result->origin_path;
+    thumbnail.bufferSize = result->buffer_size;
+    thumbnail.depth = result->image_depth;
+    thumbnail.whole = result->flag_origin_image;
+    thumbnail.hadPreset = result->preset_buffer != nullptr;
+    if (thumbnail.hadPreset) {
+        thumbnail.preset = result->preset_buffer;
     }
     for (int index = 0; index < result->image_count; ++index) {
         Bitmap image;
@@ -110,13 +113,13 @@ int Thumbnails::hear(int code, thumb_result_s *result, void *data) {
         image.timeStamp = result->time_stamp[index];
         image.pixels.assign(reinterpret_cast<const char *>(result->image_buffer[index]),
                             static_cast<std::size_t>(result->buffer_size));
-        answer.images.push_back(std::move(image));
+        thumbnail.images.push_back(std::move(image));
         std::free(result->image_buffer[index]);
     }
     std::free(result->preset_buffer);
     const std::lock_guard guard(client.lock_);
-    asked.answer = std::move(answer);
-    ++asked.answers;
+    pending.last = std::move(thumbnail);
+    ++pending.results;
     client.arrived_.notify_all();
     return 1;
 }

@@ -12,7 +12,7 @@
 
 namespace support {
 
-// A picture in memory: blue, green, red, alpha.
+// A picture in memory: blue, green, red and alpha, a byte each.
 struct Bitmap {
     int width = 0;
     int height = 0;
@@ -22,7 +22,7 @@ struct Bitmap {
 
 // A result, with its buffers copied and freed.
 struct Thumbnail {
-    int code = 1000; // none came
+    int code = 1000; // no result yet
     std::string origin;
     std::string preset;
     std::vector<Bitmap> images;
@@ -32,7 +32,7 @@ struct Thumbnail {
     bool hadPreset = false;
 };
 
-struct Wish {
+struct ThumbnailOptions {
     std::string path;
     int mediaType = 0;
     int sourceType = 0;
@@ -44,7 +44,7 @@ struct Wish {
 };
 
 // A client of the thumbnail service for one test, on its thread. It begins and ends
-// with the object; what was not answered until then is given up.
+// with the object, which drops the requests that are still pending.
 class Thumbnails {
   public:
     Thumbnails();
@@ -52,40 +52,40 @@ class Thumbnails {
     Thumbnails(const Thumbnails &) = delete;
     Thumbnails &operator=(const Thumbnails &) = delete;
 
-    // Asks, and gives the request's number, from 0.
-    std::size_t ask(const Wish &wish);
+    // Returns the request's number, from 0.
+    std::size_t request(const ThumbnailOptions &options);
     int cancel(std::size_t number);
-    int cancelLike(const Wish &wish);
+    int cancelLike(const ThumbnailOptions &options);
 
-    // Asks and waits for the answer.
-    Thumbnail get(const Wish &wish);
-    Thumbnail get(const std::string &path) { return get(Wish{.path = path}); }
+    // Requests and waits for the result.
+    Thumbnail get(const ThumbnailOptions &options);
+    Thumbnail get(const std::string &path) { return get(ThumbnailOptions{.path = path}); }
 
-    // Waits until all requests but the cancelled ones are answered; false: they are not.
+    // Waits until all requests but the cancelled ones have their results; false: timeout.
     bool waitForAll();
-    Thumbnail answerTo(std::size_t number);
-    int answersTo(std::size_t number);
+    Thumbnail resultOf(std::size_t number);
+    int resultCount(std::size_t number);
     bool wasCancelled(std::size_t number);
 
     // Called in the callback, before the images are freed.
     std::function<void(std::size_t number, thumb_result_s &result)> onResult;
 
   private:
-    struct Asked {
+    struct PendingRequest {
         Thumbnails *client;
         std::size_t number;
-        Wish wish;
+        ThumbnailOptions options;
         bool cancelled = false;
-        int answers = 0;
-        Thumbnail answer;
+        int results = 0;
+        Thumbnail last;
     };
 
-    static int hear(int code, thumb_result_s *result, void *data);
-    _thumb_request recordOf(const Wish &wish, Asked *asked);
+    static int receive(int code, thumb_result_s *result, void *data);
+    _thumb_request recordOf(const ThumbnailOptions &options, PendingRequest *request);
 
     std::mutex lock_;
     std::condition_variable arrived_;
-    std::vector<std::unique_ptr<Asked>> asked_;
+    std::vector<std::unique_ptr<PendingRequest>> requests_;
 };
 
 // The peak signal-to-noise ratio of two pictures in decibels, over colours as they

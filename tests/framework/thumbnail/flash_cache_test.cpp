@@ -431,13 +431,13 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
                        result.preset_buffer),
                   1);
     };
-    const support::Thumbnail first = client.get(support::Wish{.path = path, .usedCache = 1});
+    const support::Thumbnail first = client.get(support::ThumbnailOptions{.path = path, .usedCache = 1});
     client.onResult = nullptr;
     // The same file to look at, and nothing to decode in it.
     const auto modified = fs::last_write_time(path);
     write(path, std::string(fs::file_size(path), 'x'));
     fs::last_write_time(path, modified);
-    const support::Thumbnail second = client.get(support::Wish{.path = path, .usedCache = 1});
+    const support::Thumbnail second = client.get(support::ThumbnailOptions{.path = path, .usedCache = 1});
     EXPECT_EQ(second.code, MRB_ERR_NONE);
     ASSERT_EQ(second.images.size(), 1U);
     EXPECT_EQ(second.images[0].width, 256);
@@ -465,8 +465,8 @@ TEST(FlashCacheOfTheService, AnImageOfTheClientsOwnHasTheSizeThatItTells) {
     EXPECT_EQ(keep("n", "", 3, 2, image, nullptr), 0);
     EXPECT_EQ(keep("n", "/a", 3, 2, nullptr, nullptr), 0);
     support::Thumbnails client;
-    const support::Thumbnail found =
-        client.get(support::Wish{.path = folder.path("a.jpg"), .width = 3, .height = 2, .usedCache = 1});
+    const support::Thumbnail found = client.get(
+        support::ThumbnailOptions{.path = folder.path("a.jpg"), .width = 3, .height = 2, .usedCache = 1});
     EXPECT_EQ(found.code, MRB_ERR_NONE);
     EXPECT_EQ(found.images.at(0).pixels, pixels);
 }

@@ -68,7 +68,7 @@ TEST_F(FlashHoldup, NoCallWaitsForAProgramThatHoldsTheCache) {
         EXPECT_EQ(mrb_thumbnail_flash_cache_init("/opt/data/thumbCache.txt"), MRB_ERR_TIMEOUT);
         // A thumbnail comes without the cache.
         support::Thumbnails client;
-        EXPECT_EQ(client.get(support::Wish{.path = picture, .usedCache = 1}).code, MRB_ERR_NONE);
+        EXPECT_EQ(client.get(support::ThumbnailOptions{.path = picture, .usedCache = 1}).code, MRB_ERR_NONE);
     });
     EXPECT_EQ(calls.wait_for(support::LIMIT / 2), std::future_status::ready);
     unsetenv("MRB_ROOT");

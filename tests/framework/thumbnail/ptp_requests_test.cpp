@@ -9,20 +9,20 @@
 
 #include "support/own_process.h"
 #include "support/programs.h"
+#include "support/scripted_camera.h"
 #include "support/sharing.h"
 #include "support/thumbnails.h"
-#include "support/told_camera.h"
 
 using mrb::CameraFileFacts;
 using mrb::Outcome;
-using support::CameraQuestion;
+using support::CameraRequest;
 using support::Client;
 using support::Folder;
+using support::ScriptedFile;
 using support::Surroundings;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::ToldFile;
-using support::Wish;
 using testing::ElementsAre;
 
 namespace {
@@ -41,7 +41,7 @@ class PtpQuestions : public support::OwnProcess {
 
     // "a.jpg": a blue picture, and a red one for the small picture in its EXIF data and for
     // the camera's own. The camera says its size.
-    ToldFile &add(const Picture &picture) {
+    ScriptedFile &add(const Picture &picture) {
         const std::string path = scratch.path("a.jpg");
         const std::string small = scratch.path("small.jpg");
         support::run({"convert-im6.q16", "-size", sizeText(picture.width, picture.height), "xc:blue", path});
@@ -58,7 +58,7 @@ class PtpQuestions : public support::OwnProcess {
         }
         command.push_back(path);
         support::run(command);
-        ToldFile file = ToldFile::of(support::bytesOf(path));
+        ScriptedFile file = ScriptedFile::of(support::bytesOf(path));
         file.exif = exifOf(file.bytes);
         file.preview = support::bytesOf(small);
         file.facts.width = picture.width;
@@ -86,11 +86,11 @@ class PtpQuestions : public support::OwnProcess {
 
     Thumbnail thumbnail(int box = 160, const std::string &name = "a.jpg") {
         Client client;
-        client.list(camera.place.wishes());
-        camera.forgetAsked();
+        client.list(camera.place.listOptions());
+        camera.clearRequests();
         const std::string url = client.item(0)["url"].asString();
         EXPECT_TRUE(url.ends_with(name)) << url;
-        return thumbnails.get(Wish{.path = url, .sourceType = 2, .width = box, .height = box});
+        return thumbnails.get(ThumbnailOptions{.path = url, .sourceType = 2, .width = box, .height = box});
     }
 
     // Its pixels are blue, green, red, alpha.
@@ -103,147 +103,148 @@ class PtpQuestions : public support::OwnProcess {
     }
 
     const Folder scratch;
-    support::ToldCamera camera;
+    support::ScriptedCamera camera;
     Thumbnails thumbnails;
 };
 
 } // namespace
 
 TEST_F(PtpQuestions, AThumbnailIsMadeOfTheExifDataAlone) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({});
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x120");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
 TEST_F(PtpQuestions, TheyTellItsOrientationToo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({.orientation = 6});
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "120x160");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
 // Several forms of one thing.
 TEST_F(PtpQuestions, TheyMayHaveTheHeadOfTheirSegmentInFrontOfThem) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     const std::string exif = *add({.orientation = 6}).exif;
     for (const std::string &form :
          {segmentOf(exif), "\xff\xd8" + segmentOf(exif), exif.substr(std::string_view("Exif__").size())}) {
         for (const bool cameraSaysSize : {true, false}) {
-            ToldFile &file = add({.orientation = 6});
+            ScriptedFile &file = add({.orientation = 6});
             file.exif = form;
             file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
             const Thumbnail small = thumbnail();
             EXPECT_EQ(sizeOf(small), "120x160");
             EXPECT_TRUE(isRed(small));
-            EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+            EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
         }
     }
 }
 
 TEST_F(PtpQuestions, WhereTheyAreAStubTheFileItselfIsAsked) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const bool cameraSaysSize : {true, false}) {
-        ToldFile &file = add({.orientation = 6});
+        ScriptedFile &file = add({.orientation = 6});
         file.exif = stub();
         file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
         const Thumbnail small = thumbnail();
         EXPECT_EQ(sizeOf(small), "120x160");
         EXPECT_TRUE(isRed(small));
-        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg"));
+        EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg"));
     }
 }
 
 TEST_F(PtpQuestions, ACameraWithoutPiecesGivesTheBeginningOfTheFile) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    ToldFile &file = add({.orientation = 6});
+    ScriptedFile &file = add({.orientation = 6});
     file.exif = stub();
     file.bytes += std::string(3'000'000, '\0');
     file.facts.size = static_cast<std::int64_t>(file.bytes.size());
     camera.givesPieces = false;
     std::atomic<std::uint64_t> furthest = 0;
-    camera.onQuestion = [&furthest](const CameraQuestion &question) {
-        furthest = std::max<std::uint64_t>(furthest, question.offset);
+    camera.onRequest = [&furthest](const CameraRequest &request) {
+        furthest = std::max<std::uint64_t>(furthest, request.offset);
         return Outcome();
     };
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "120x160");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"));
     EXPECT_LE(furthest, 256U << 10);
 }
 
 // The camera's own picture does not say how the photograph is held.
 TEST_F(PtpQuestions, TheCamerasOwnIsTurnedAsTheFileItselfSays) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const bool hasStub : {true, false}) {
-        ToldFile &file = add({.orientation = 6, .exifHasSmall = false});
+        ScriptedFile &file = add({.orientation = 6, .exifHasSmall = false});
         file.exif = hasStub ? std::optional(stub()) : std::nullopt;
         const Thumbnail small = thumbnail();
         EXPECT_EQ(sizeOf(small), "120x160");
         EXPECT_TRUE(isRed(small));
-        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
+        EXPECT_THAT(camera.requests(),
+                    ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
     }
 }
 
 TEST_F(PtpQuestions, TheyTellItsSizeWhereTheCameraDoesNot) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({}).facts.width = CameraFileFacts::UNSAID;
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x120");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
 TEST_F(PtpQuestions, WithoutAPictureInThemTheCameraIsAskedForOne) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({.orientation = 6, .exifHasSmall = false});
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "120x160");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, WithoutExifDataTheCameraIsAskedForOne) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    ToldFile &file = add({});
+    ScriptedFile &file = add({});
     file.exif.reset();
     file.bytes.erase(2, file.bytes.find("\xff\xdb") - 2); // to the quantization tables
     file.facts.size = static_cast<std::int64_t>(file.bytes.size());
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x120");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const std::size_t length : {0UL, 6UL, 20UL, 400UL}) {
-        ToldFile &file = add({});
+        ScriptedFile &file = add({});
         file.exif->resize(length);
         const Thumbnail small = thumbnail();
         EXPECT_EQ(sizeOf(small), "160x120") << length;
@@ -252,49 +253,49 @@ TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
 }
 
 TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    ToldFile &file = add({});
+    ScriptedFile &file = add({});
     file.exif = "";
     file.preview = "";
     EXPECT_EQ(sizeOf(thumbnail(400)), "400x300");
-    EXPECT_THAT(camera.asked(),
+    EXPECT_THAT(camera.requests(),
                 ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
 // The camera may have a larger one.
 TEST_F(PtpQuestions, WithTooSmallAPictureInThemTheCameraIsAskedForOne) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    ToldFile &file = add({});
+    ScriptedFile &file = add({});
     const std::string large = scratch.path("large.jpg");
     support::run({"convert-im6.q16", "-size", "640x480", "xc:red", large});
     file.preview = support::bytesOf(large);
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "400x300");
     EXPECT_TRUE(isRed(made));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, TheWholeFileIsAskedForLast) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({});
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "400x300");
     EXPECT_FALSE(isRed(large));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
 TEST_F(PtpQuestions, ASmallPictureWithBarsIsNotThePictureWhoeverTellsItsSize) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const bool cameraSaysSize : {true, false}) {
-        ToldFile &file = add({.width = 1600, .height = 900});
+        ScriptedFile &file = add({.width = 1600, .height = 900});
         file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
         const Thumbnail made = thumbnail();
         EXPECT_EQ(sizeOf(made), "160x90") << cameraSaysSize;
@@ -303,21 +304,21 @@ TEST_F(PtpQuestions, ASmallPictureWithBarsIsNotThePictureWhoeverTellsItsSize) {
 }
 
 TEST_F(PtpQuestions, WhereNobodyTellsItsSizeItHasTheSmallPicturesShape) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).facts.width = CameraFileFacts::UNSAID;
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "90x160");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "300x400");
     EXPECT_FALSE(isRed(large));
 }
 
 TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).facts.width =
@@ -325,41 +326,41 @@ TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
     const Thumbnail small = thumbnail();
     EXPECT_EQ(sizeOf(small), "160x90");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, AFilmIsNotAskedForExifData) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     camera.files["film.mp4"] = add({});
     camera.files.erase("a.jpg");
     const Thumbnail small = thumbnail(160, "film.mp4");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts film.mp4", "preview film.mp4"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts film.mp4", "preview film.mp4"));
 }
 
 TEST_F(PtpQuestions, ACameraThatIsHeldByOthersIsNotAskedOn) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({});
     for (const int code : {MRB_ERR_BUSY, MRB_ERR_TIMEOUT}) {
-        camera.onQuestion = [code](const CameraQuestion &question) {
-            return question.about == "exif" ? Outcome{code, "Later."} : Outcome();
+        camera.onRequest = [code](const CameraRequest &request) {
+            return request.kind == "exif" ? Outcome{code, "Later."} : Outcome();
         };
         EXPECT_EQ(thumbnail().code, code);
-        EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg"));
+        EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
     }
 }
 
 TEST_F(PtpQuestions, AFailureOfOneIsNotTheEnd) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({});
-    camera.onQuestion = [](const CameraQuestion &question) {
-        const bool fails = question.about == "exif" || question.about == "preview";
+    camera.onRequest = [](const CameraRequest &request) {
+        const bool fails = request.kind == "exif" || request.kind == "preview";
         return fails ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
     };
     const Thumbnail made = thumbnail(400);
@@ -368,13 +369,13 @@ TEST_F(PtpQuestions, AFailureOfOneIsNotTheEnd) {
 }
 
 TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({}).bytes += std::string(1'000'000, '\0');
-    camera.onQuestion = [](const CameraQuestion &question) {
-        return question.about == "whole" && question.offset > 500'000 ? Outcome{MRB_ERR_IO, "Amidst."}
-                                                                      : Outcome();
+    camera.onRequest = [](const CameraRequest &request) {
+        return request.kind == "whole" && request.offset > 500'000 ? Outcome{MRB_ERR_IO, "Amidst."}
+                                                                   : Outcome();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
@@ -382,12 +383,12 @@ TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
 }
 
 TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({}).preview.reset();
-    camera.onQuestion = [](const CameraQuestion &question) {
-        return question.about == "whole" ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
+    camera.onRequest = [](const CameraRequest &request) {
+        return request.kind == "whole" ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
@@ -395,7 +396,7 @@ TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
 }
 
 TEST_F(PtpQuestions, WhateverSizeTheCameraSaysTheWholeFileIsWhatItGives) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     for (const std::int64_t said : {std::int64_t{10}, std::int64_t{60} << 20, CameraFileFacts::UNSAID}) {
@@ -407,39 +408,40 @@ TEST_F(PtpQuestions, WhateverSizeTheCameraSaysTheWholeFileIsWhatItGives) {
 }
 
 TEST_F(PtpQuestions, WhatIsSaidToBeTooLongIsNotFetched) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({}).facts.size = (std::int64_t{64} << 20) + 1;
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
     EXPECT_TRUE(isRed(made));
-    EXPECT_THAT(camera.asked(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpQuestions, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
-    if (!inside(Surroundings::TOLD_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     add({}).bytes += std::string(3'000'000, '\0');
     std::atomic<int> later = 0;
     std::promise<void> reached;
     std::promise<void> ended;
-    camera.onQuestion = [&](const CameraQuestion &question) {
-        if (question.about == "whole" && question.offset > 1'000'000 && ++later == 1) {
+    camera.onRequest = [&](const CameraRequest &request) {
+        if (request.kind == "whole" && request.offset > 1'000'000 && ++later == 1) {
             reached.set_value();
             ended.get_future().wait();
         }
         return Outcome();
     };
     Client client;
-    client.list(camera.place.wishes());
-    const std::size_t asked = thumbnails.ask(Wish{.path = client.item(0)["url"].asString(), .sourceType = 2});
+    client.list(camera.place.listOptions());
+    const std::size_t asked =
+        thumbnails.request(ThumbnailOptions{.path = client.item(0)["url"].asString(), .sourceType = 2});
     reached.get_future().wait();
     EXPECT_EQ(thumbnail_stop_ptp_decode_sync(), MRB_ERR_NONE);
     ended.set_value();
     ASSERT_TRUE(thumbnails.waitForAll());
-    EXPECT_EQ(thumbnails.answerTo(asked).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(thumbnails.resultOf(asked).code, MRB_ERR_CANCELLED);
     // What comes next finds the camera free, and nothing more was given.
     EXPECT_EQ(sizeOf(thumbnail()), "160x120");
     EXPECT_EQ(later, 1);

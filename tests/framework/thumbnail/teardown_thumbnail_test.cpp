@@ -38,7 +38,8 @@ class ThumbnailExit : public testing::Test {
         static auto &client = *new support::Thumbnails;
         for (int size = 20; size < 60; ++size) {
             for (const char *name : {"/a.jpg", "/a.heic", "/a.png", "/a.mp4"}) {
-                client.ask(support::Wish{.path = path + name, .width = size, .height = size, .frames = 5});
+                client.request(support::ThumbnailOptions{
+                    .path = path + name, .width = size, .height = size, .frames = 5});
             }
         }
         return client;
@@ -70,8 +71,9 @@ TEST_F(ThumbnailExit, AProcessMayEndDuringDecodes) {
                 support::Thumbnails &client = busy();
                 // One of each kind was decoded, so their libraries are in full use.
                 client.onResult = nullptr;
-                const std::size_t number = client.ask(support::Wish{.path = path + name, .frames = 5});
-                while (client.answersTo(number) == 0) {
+                const std::size_t number =
+                    client.request(support::ThumbnailOptions{.path = path + name, .frames = 5});
+                while (client.resultCount(number) == 0) {
                     std::this_thread::yield();
                 }
                 std::exit(7);
@@ -85,7 +87,7 @@ TEST_F(ThumbnailExit, AProcessMayEndInsideAnAnswer) {
         {
             static auto &client = *new support::Thumbnails;
             client.onResult = [](std::size_t, thumb_result_s &) { std::exit(7); };
-            client.ask(support::Wish{.path = path + "/a.jpg"});
+            client.request(support::ThumbnailOptions{.path = path + "/a.jpg"});
             std::promise<void>().get_future().wait_for(support::LIMIT);
         },
         testing::ExitedWithCode(7), "");
@@ -101,7 +103,7 @@ TEST_F(ThumbnailExit, AnAnswerThatNeverReturnsHoldsTheEndUpForABoundedTime) {
                 entered.set_value();
                 never.get_future().wait();
             };
-            client.ask(support::Wish{.path = path + "/a.jpg"});
+            client.request(support::ThumbnailOptions{.path = path + "/a.jpg"});
             entered.get_future().wait();
             std::exit(7);
         },

@@ -18,8 +18,8 @@
 
 using support::Folder;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::Wish;
 using testing::AnyOf;
 
 namespace {
@@ -27,7 +27,9 @@ namespace {
 class HostileThumbnails : public testing::Test {
   protected:
     int codeOf(const std::string &name, int mediaType = 0, int frames = 1) {
-        return client_.get(Wish{.path = folder_.path(name), .mediaType = mediaType, .frames = frames}).code;
+        return client_
+            .get(ThumbnailOptions{.path = folder_.path(name), .mediaType = mediaType, .frames = frames})
+            .code;
     }
     [[nodiscard]] std::string path(const std::string &name) const { return folder_.path(name); }
     [[nodiscard]] std::string read(const std::string &name) const {
@@ -337,7 +339,8 @@ TEST_F(HostileThumbnails, OfAThousandRequestsWithCancelsEachOtherIsAnsweredOnce)
         const int side = 32 + static_cast<int>(random() % 20);
         const std::string name = names[random() % 6];
         // A size of its own, so that a cancel means this request and no other.
-        client_.ask(Wish{.path = path(name), .width = side, .height = 40 + index, .frames = 1 + index % 3});
+        client_.request(ThumbnailOptions{
+            .path = path(name), .width = side, .height = 40 + index, .frames = 1 + index % 3});
         if (random() % 3 == 0) {
             client_.cancel(random() % static_cast<unsigned>(index + 1));
         }
@@ -345,6 +348,6 @@ TEST_F(HostileThumbnails, OfAThousandRequestsWithCancelsEachOtherIsAnsweredOnce)
     ASSERT_TRUE(client_.waitForAll());
     thumbnail_request_cancel_all();
     for (std::size_t index = 0; index < 1000; ++index) {
-        EXPECT_EQ(client_.answersTo(index), client_.wasCancelled(index) ? 0 : 1) << index;
+        EXPECT_EQ(client_.resultCount(index), client_.wasCancelled(index) ? 0 : 1) << index;
     }
 }

@@ -20,8 +20,8 @@
 using support::Bitmap;
 using support::Folder;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::Wish;
 using testing::SizeIs;
 
 namespace {
@@ -108,7 +108,7 @@ class Moments : public testing::Test {
     }
 
     Thumbnail ask(const std::string &path, int count) {
-        return client_.get(Wish{.path = path, .usedCache = 1, .frames = count});
+        return client_.get(ThumbnailOptions{.path = path, .usedCache = 1, .frames = count});
     }
 
     // That `count` are given, in order, none after its moment, each as bright as its time stamp says.

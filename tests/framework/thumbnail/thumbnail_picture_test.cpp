@@ -13,8 +13,8 @@
 using support::Bitmap;
 using support::Folder;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::Wish;
 
 namespace {
 
@@ -28,7 +28,7 @@ class Pictures : public testing::Test {
         support::makePicture(folder_.path(name), width, height, options);
         return folder_.path(name);
     }
-    Thumbnail get(const Wish &wish) { return client_.get(wish); }
+    Thumbnail get(const ThumbnailOptions &wish) { return client_.get(wish); }
     Thumbnail get(const std::string &path) { return client_.get(path); }
 
     // Expects one image of this size that looks like ImageMagick's.
@@ -213,7 +213,8 @@ TEST_F(Pictures, ALongPictureKeepsOnePixel) {
 
 TEST_F(Pictures, TheRecordTellsSizesDepthAndWhatItWasMadeFrom) {
     const std::string path = make("a.jpg", 1600, 1200);
-    const Thumbnail thumbnail = get(Wish{.path = path, .width = 160, .height = 160, .usedCache = 1});
+    const Thumbnail thumbnail =
+        get(ThumbnailOptions{.path = path, .width = 160, .height = 160, .usedCache = 1});
     EXPECT_EQ(thumbnail.origin, path);
     EXPECT_EQ(thumbnail.depth, 32);
     EXPECT_EQ(thumbnail.bufferSize, 160 * 120 * 4);
@@ -258,15 +259,17 @@ TEST_F(Pictures, ARequestsOrientationComesBeforeTheFiles) {
     const std::string turned = folder_.path("turned.png");
     support::convert({path, "-rotate", "90", turned});
     support::run({"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=3", path});
-    expectGood(get(Wish{.path = path, .orientation = 6}), turned, 160, 256);
+    expectGood(get(ThumbnailOptions{.path = path, .orientation = 6}), turned, 160, 256);
 }
 
 TEST_F(Pictures, ATurnedWebpFitsIntoABoxThatIsNotSquare) {
     const std::string path = make("a.webp", 800, 600, {"-quality", "90"});
     const std::string turned = folder_.path("turned.png");
     support::convert({path, "-rotate", "90", turned});
-    expectGood(get(Wish{.path = path, .orientation = 6, .width = 300, .height = 100}), turned, 75, 100);
-    expectGood(get(Wish{.path = path, .orientation = 6, .width = 100, .height = 300}), turned, 100, 133);
+    expectGood(get(ThumbnailOptions{.path = path, .orientation = 6, .width = 300, .height = 100}), turned, 75,
+               100);
+    expectGood(get(ThumbnailOptions{.path = path, .orientation = 6, .width = 100, .height = 300}), turned,
+               100, 133);
 }
 
 TEST_F(Pictures, TheOrientationOfAWebpIsApplied) {
@@ -285,8 +288,8 @@ TEST_F(Pictures, TheEmbeddedPictureServesWhenItIsLargeEnough) {
     support::convert({path, "-negate", "-resize", "160x120!", small});
     support::run({"exiftool", "-q", "-overwrite_original", "-ThumbnailImage<=" + small, path});
     // It is told from the picture by its colours, which are turned round.
-    expectGood(get(Wish{.path = path, .width = 128, .height = 128}), small, 128, 96);
-    expectGood(get(Wish{.path = path, .width = 256, .height = 256}), path, 256, 192);
+    expectGood(get(ThumbnailOptions{.path = path, .width = 128, .height = 128}), small, 128, 96);
+    expectGood(get(ThumbnailOptions{.path = path, .width = 256, .height = 256}), path, 256, 192);
 }
 
 TEST_F(Pictures, AnEmbeddedPictureOfOtherProportionsDoesNotServe) {
@@ -294,7 +297,7 @@ TEST_F(Pictures, AnEmbeddedPictureOfOtherProportionsDoesNotServe) {
     const std::string small = folder_.path("small.jpg");
     support::convert({path, "-negate", "-resize", "160x120!", small});
     support::run({"exiftool", "-q", "-overwrite_original", "-ThumbnailImage<=" + small, path});
-    expectGood(get(Wish{.path = path, .width = 96, .height = 96}), path, 96, 64);
+    expectGood(get(ThumbnailOptions{.path = path, .width = 96, .height = 96}), path, 96, 64);
 }
 
 TEST_F(Pictures, AnEmbeddedPictureIsTurnedLikeThePicture) {
@@ -303,7 +306,8 @@ TEST_F(Pictures, AnEmbeddedPictureIsTurnedLikeThePicture) {
     support::convert({path, "-resize", "160x120!", small});
     support::run(
         {"exiftool", "-q", "-n", "-overwrite_original", "-ThumbnailImage<=" + small, "-Orientation=8", path});
-    const Thumbnail thumbnail = get(Wish{.path = path, .width = 90, .height = 100, .usedCache = 1});
+    const Thumbnail thumbnail =
+        get(ThumbnailOptions{.path = path, .width = 90, .height = 100, .usedCache = 1});
     expectGood(thumbnail, path, 75, 100);
     EXPECT_THAT(thumbnail.preset, testing::HasSubstr(R"("embedded":true)"));
 }

@@ -552,7 +552,7 @@ TEST(ThumbnailRequest, WhatIsWrongWithARequestIsItsAnswer) {
     };
     support::Thumbnails client;
     for (const auto &one : cases) {
-        const support::Wish wish{
+        const support::ThumbnailOptions wish{
             .path = one.path, .orientation = one.orientation, .width = one.width, .frames = one.frames};
         const support::Thumbnail answer = client.get(wish);
         EXPECT_EQ(answer.code, one.code) << one.path;

@@ -12,8 +12,8 @@
 using support::Bitmap;
 using support::Folder;
 using support::Thumbnail;
+using support::ThumbnailOptions;
 using support::Thumbnails;
-using support::Wish;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -37,7 +37,7 @@ class Videos : public testing::Test {
         support::ffmpeg(arguments);
         return folder_.path(name);
     }
-    Thumbnail get(const Wish &wish) { return client_.get(wish); }
+    Thumbnail get(const ThumbnailOptions &wish) { return client_.get(wish); }
 
     // What ffmpeg shows at a moment, in seconds.
     std::string frameOf(const std::string &path, const std::string &moment) {
@@ -74,7 +74,7 @@ std::vector<std::string> with(std::vector<std::string> options, const std::vecto
 
 TEST_F(Videos, OneFrameIsTheKeyFrameATenthIn) {
     const std::string path = make("a.mp4", "640x360", H264);
-    const Thumbnail thumbnail = get(Wish{.path = path});
+    const Thumbnail thumbnail = get(ThumbnailOptions{.path = path});
     ASSERT_EQ(thumbnail.code, MRB_ERR_NONE);
     EXPECT_THAT(moments(thumbnail), ElementsAre(1000));
     expectLike(thumbnail.images[0], frameOf(path, "1"), 256, 144);
@@ -82,7 +82,7 @@ TEST_F(Videos, OneFrameIsTheKeyFrameATenthIn) {
 
 TEST_F(Videos, FiveFramesAreSpreadOverTheRunningTime) {
     const std::string path = make("a.mkv", "640x360", H264);
-    const Thumbnail thumbnail = get(Wish{.path = path, .usedCache = 1, .frames = 5});
+    const Thumbnail thumbnail = get(ThumbnailOptions{.path = path, .usedCache = 1, .frames = 5});
     ASSERT_EQ(thumbnail.code, MRB_ERR_NONE);
     EXPECT_THAT(moments(thumbnail), ElementsAre(1000, 3000, 5000, 7000, 9000));
     EXPECT_THAT(thumbnail.preset, HasSubstr(R"("duration":10000)"));
@@ -90,7 +90,7 @@ TEST_F(Videos, FiveFramesAreSpreadOverTheRunningTime) {
 
 TEST_F(Videos, EachFrameShowsItsOwnMoment) {
     const std::string path = make("a.mp4", "320x180", with({"-vf", "fade=in:0:100"}, H264));
-    const Thumbnail thumbnail = get(Wish{.path = path, .frames = 3});
+    const Thumbnail thumbnail = get(ThumbnailOptions{.path = path, .frames = 3});
     ASSERT_THAT(thumbnail.images, SizeIs(3));
     const char *const at[] = {"1", "5", "9"};
     for (std::size_t index = 0; index < 3; ++index) {
@@ -102,14 +102,14 @@ TEST_F(Videos, EachFrameShowsItsOwnMoment) {
 TEST_F(Videos, WhereThereIsOneKeyFrameOthersAreDecodedFromIt) {
     const std::string path =
         make("a.mp4", "320x180", with({"-vf", "fade=in:0:100"}, with(H264, {"-g", "1000", "-bf", "0"})));
-    const Thumbnail thumbnail = get(Wish{.path = path, .frames = 5});
+    const Thumbnail thumbnail = get(ThumbnailOptions{.path = path, .frames = 5});
     EXPECT_THAT(moments(thumbnail), ElementsAre(0, 3000, 5000, 7000, 9000));
     expectLike(thumbnail.images.at(4), frameOf(path, "9"), 256, 144);
 }
 
 TEST_F(Videos, AVideoOfOneFrameGivesOne) {
     const std::string path = make("a.mp4", "320x180", with(H264, {"-frames:v", "1"}));
-    EXPECT_THAT(get(Wish{.path = path, .frames = 5}).images, SizeIs(1));
+    EXPECT_THAT(get(ThumbnailOptions{.path = path, .frames = 5}).images, SizeIs(1));
 }
 
 TEST_F(Videos, TheRotationIsHonoured) {
@@ -118,7 +118,7 @@ TEST_F(Videos, TheRotationIsHonoured) {
         const std::string path = folder_.path("turned" + turn + ".mp4");
         support::ffmpeg({"-i", flat, "-c", "copy", "-metadata:s:v:0", "rotate=" + turn, path});
         SCOPED_TRACE(turn);
-        const Thumbnail thumbnail = get(Wish{.path = path});
+        const Thumbnail thumbnail = get(ThumbnailOptions{.path = path});
         ASSERT_THAT(thumbnail.images, SizeIs(1));
         const bool upright = turn == "180";
         expectLike(thumbnail.images[0], frameOf(path, "1"), upright ? 256 : 144, upright ? 144 : 256);
@@ -127,7 +127,7 @@ TEST_F(Videos, TheRotationIsHonoured) {
 
 TEST_F(Videos, PixelsThatAreNotSquareAreShownSquare) {
     const Thumbnail thumbnail =
-        get(Wish{.path = make("a.mp4", "360x288", with({"-vf", "setsar=2/1"}, H264))});
+        get(ThumbnailOptions{.path = make("a.mp4", "360x288", with({"-vf", "setsar=2/1"}, H264))});
     ASSERT_THAT(thumbnail.images, SizeIs(1));
     EXPECT_EQ(thumbnail.images[0].width, 256);
     EXPECT_EQ(thumbnail.images[0].height, 102);
@@ -153,7 +153,7 @@ TEST_F(Videos, OtherContainersAndCodecs) {
     for (const auto &kind : kinds) {
         SCOPED_TRACE(kind.name);
         const std::string path = make(kind.name, "320x240", kind.options);
-        const Thumbnail thumbnail = get(Wish{.path = path, .frames = 2});
+        const Thumbnail thumbnail = get(ThumbnailOptions{.path = path, .frames = 2});
         EXPECT_EQ(thumbnail.code, MRB_ERR_NONE);
         ASSERT_THAT(thumbnail.images, SizeIs(2));
         EXPECT_LT(thumbnail.images[0].timeStamp, 2000);
@@ -164,7 +164,7 @@ TEST_F(Videos, OtherContainersAndCodecs) {
 
 TEST_F(Videos, MusicInAVideosContainerHasNoFrame) {
     support::ffmpeg({"-f", "lavfi", "-i", "sine=d=1", folder_.path("a.mkv")});
-    EXPECT_EQ(get(Wish{.path = folder_.path("a.mkv")}).code, MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(get(ThumbnailOptions{.path = folder_.path("a.mkv")}).code, MRB_ERR_NOT_FOUND);
 }
 
 TEST_F(Videos, MusicGivesItsCover) {
@@ -176,7 +176,7 @@ TEST_F(Videos, MusicGivesItsCover) {
     for (const std::string name : {"a.mp3", "a.m4a", "a.flac"}) {
         SCOPED_TRACE(name);
         support::ffmpeg(with(sound, {folder_.path(name)}));
-        const Thumbnail thumbnail = get(Wish{.path = folder_.path(name)});
+        const Thumbnail thumbnail = get(ThumbnailOptions{.path = folder_.path(name)});
         EXPECT_EQ(thumbnail.code, MRB_ERR_NONE);
         ASSERT_THAT(thumbnail.images, SizeIs(1));
         expectLike(thumbnail.images[0], cover, 256, 256);
@@ -188,7 +188,7 @@ TEST_F(Videos, MusicThatTagLibDoesNotReadGivesItsCoverToo) {
     support::makePicture(cover, 500, 500);
     support::ffmpeg({"-f", "lavfi", "-i", "sine=d=1", "-c:a", "flac", "-attach", cover, "-metadata:s:t",
                      "mimetype=image/jpeg", folder_.path("a.mka")});
-    const Thumbnail thumbnail = get(Wish{.path = folder_.path("a.mka")});
+    const Thumbnail thumbnail = get(ThumbnailOptions{.path = folder_.path("a.mka")});
     ASSERT_THAT(thumbnail.images, SizeIs(1));
     expectLike(thumbnail.images[0], cover, 256, 256);
 }
@@ -196,6 +196,6 @@ TEST_F(Videos, MusicThatTagLibDoesNotReadGivesItsCoverToo) {
 TEST_F(Videos, MusicWithoutACoverAnswersNotFound) {
     for (const std::string name : {"a.mp3", "a.ogg", "a.wav"}) {
         support::ffmpeg({"-f", "lavfi", "-i", "sine=d=1", folder_.path(name)});
-        EXPECT_EQ(get(Wish{.path = folder_.path(name)}).code, MRB_ERR_NOT_FOUND) << name;
+        EXPECT_EQ(get(ThumbnailOptions{.path = folder_.path(name)}).code, MRB_ERR_NOT_FOUND) << name;
     }
 }

@@ -9,16 +9,16 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/change_events.h"
 #include "support/client.h"
 #include "support/folder.h"
-#include "support/news.h"
 
+using support::changeCount;
 using support::Client;
-using support::countOfNews;
 using support::Event;
 using support::Folder;
-using support::news;
-using support::waitForAllNews;
+using support::waitForAllChanges;
+using support::waitForChange;
 
 namespace fs = std::filesystem;
 
@@ -47,55 +47,55 @@ class Changes : public testing::Test {
 
 TEST_F(Changes, AnAddedFileIsTold) {
     file("new.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, ARemovedFileIsToldAndItsItemStillAnswers) {
     fs::remove(path("a.jpg"));
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     EXPECT_EQ(client.item(0)["name"], "a.jpg");
     EXPECT_EQ(client.item(0)["size"], 5);
 }
 
 TEST_F(Changes, ARenamedFileIsTold) {
     fs::rename(path("a.jpg"), path("z.jpg"));
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, AFileMovedInFromElsewhereIsTold) {
     library.file("elsewhere.jpg");
     fs::rename(library.path("elsewhere.jpg"), path("here.jpg"));
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, AnAddedFolderIsTold) {
     fs::create_directory(path("new"));
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, ARenamedFolderIsTold) {
     fs::rename(path("sub"), path("other"));
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, AChangeFarDownIsTold) {
     file("sub/deeper/e.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, ALongerFileIsTold) {
     std::ofstream(path("sub/c.jpg"), std::ios::app) << "more";
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, AFileRewrittenAtTheSameSizeIsTold) {
     std::ofstream(path("sub/c.jpg")) << "yyyyy";
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, TheEventHoldsTheNumberOfItems) {
     file("new.jpg");
-    news(client);
+    waitForChange(client);
     const Event event = client.events().back();
     EXPECT_EQ(event.data.getMemberNames(), std::vector<std::string>{"item_count"});
     EXPECT_EQ(event.data["item_count"], 6);
@@ -108,18 +108,18 @@ TEST_F(Changes, WhatTheListDoesNotShowIsNotTold) {
     fs::create_directory(path(".folder"));
     fs::create_directory(path("$RECYCLE.BIN"));
     fs::remove(path("notes.txt"));
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(client), 0U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(client), 0U);
 }
 
 TEST_F(Changes, AContentTypeIsToldOfItsOwnFilesOnly) {
     Client music;
     music.list({.path = path(), .contentType = "MUSIC"});
     file("new.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
-    EXPECT_EQ(countOfNews(music), 0U);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(changeCount(music), 0U);
     file("new.mp3");
-    EXPECT_EQ(news(music), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(music), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Changes, ReadingIsNotTold) {
@@ -130,8 +130,8 @@ TEST_F(Changes, ReadingIsNotTold) {
     }
     Client other;
     other.list(path());
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(client), 0U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(client), 0U);
 }
 
 TEST_F(Changes, PermissionsAndOpeningForWritingAreNotTold) {
@@ -143,31 +143,31 @@ TEST_F(Changes, PermissionsAndOpeningForWritingAreNotTold) {
     const int file = open(path("a.jpg").c_str(), O_WRONLY | O_CLOEXEC);
     ASSERT_GE(file, 0);
     close(file);
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(fresh), 0U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(fresh), 0U);
 }
 
 TEST_F(Changes, ManyChangesAreToldOnce) {
     for (int number = 0; number < 500; ++number) {
         file("sub/" + std::to_string(number) + ".jpg");
     }
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     file("sub/another.jpg");
     fs::remove(path("a.jpg"));
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(client), 1U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(client), 1U);
 }
 
 TEST_F(Changes, AListOpenedAnewIsToldAnew) {
     file("first.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     ASSERT_EQ(client.open(path()), MRB_ERR_NONE);
     EXPECT_EQ(client.waitForEnd(2).data["item_count"], 7);
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(client), 1U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(client), 1U);
     file("second.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
-    EXPECT_EQ(countOfNews(client), 2U);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(changeCount(client), 2U);
 }
 
 TEST_F(Changes, EveryListOfAFolderIsTold) {
@@ -177,30 +177,30 @@ TEST_F(Changes, EveryListOfAFolderIsTold) {
     inside.list(path("sub"));
     file("sub/new.jpg");
     for (Client *each : {&client, &second, &inside}) {
-        EXPECT_EQ(news(*each), MRB_EVENT_LIST_CHANGED);
+        EXPECT_EQ(waitForChange(*each), MRB_EVENT_LIST_CHANGED);
     }
 }
 
 TEST_F(Changes, TheScannedFoldersRemovalIsTold) {
     fs::remove_all(path());
-    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(client.events().back().data["item_count"], 6);
     EXPECT_EQ(client.item(5)["name"], "d.jpg");
-    waitForAllNews(library);
-    EXPECT_EQ(countOfNews(client), 1U);
+    waitForAllChanges(library);
+    EXPECT_EQ(changeCount(client), 1U);
 }
 
 TEST_F(Changes, TheScannedFoldersNewNameIsItsRemoval) {
     fs::rename(path(), library.path("elsewhere"));
-    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
 }
 
 TEST_F(Changes, ARemovalAfterAChangeIsToldToo) {
     file("new.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     fs::remove_all(path());
     client.waitFor([](const auto &events) { return events.back().event == MRB_EVENT_DEVICE_REMOVED; });
-    EXPECT_EQ(countOfNews(client), 2U);
+    EXPECT_EQ(changeCount(client), 2U);
 }
 
 TEST_F(Changes, ACancelledOrFailedListIsNotWatched) {
@@ -214,8 +214,8 @@ TEST_F(Changes, ACancelledOrFailedListIsNotWatched) {
         last = cancelled.waitForEnd();
         if (last.event == MRB_EVENT_LIST_CANCELLED) {
             library.file("1/new.jpg");
-            waitForAllNews(library);
-            EXPECT_EQ(countOfNews(cancelled), 0U);
+            waitForAllChanges(library);
+            EXPECT_EQ(changeCount(cancelled), 0U);
         }
     }
 }
@@ -226,13 +226,13 @@ TEST_F(Changes, NothingIsToldAfterADisconnect) {
         leaving.list(path());
         file("sub/" + std::to_string(round) + ".jpg");
         if (round % 4 == 0) {
-            news(leaving);
+            waitForChange(leaving);
         }
         EXPECT_EQ(mrb_disconnect_v2(std::exchange(leaving.handle, 0)), MRB_ERR_NONE);
         const std::size_t before = leaving.events().size();
         fs::remove(path("sub/" + std::to_string(round) + ".jpg"));
         if (round % 10 == 9) {
-            waitForAllNews(library);
+            waitForAllChanges(library);
         }
         EXPECT_EQ(leaving.events().size(), before);
     }
@@ -249,7 +249,7 @@ TEST_F(Changes, AChangeDuringTheScanIsToldAfterItsEnd) {
         }
         // The first folder's files are there, so it is read and watched.
         library.file("1/during" + std::to_string(round) + ".jpg");
-        EXPECT_EQ(news(scanning), MRB_EVENT_LIST_CHANGED);
+        EXPECT_EQ(waitForChange(scanning), MRB_EVENT_LIST_CHANGED);
         const std::vector<Event> heard = scanning.events();
         EXPECT_EQ(heard.at(heard.size() - 2).event, MRB_EVENT_LIST_READY);
     }

@@ -8,17 +8,17 @@
 #include <fstream>
 
 #include "base/descriptor.h"
+#include "support/change_events.h"
 #include "support/client.h"
 #include "support/devices.h"
 #include "support/folder.h"
-#include "support/news.h"
 #include "support/own_process.h"
 
+using support::changeCount;
 using support::Client;
-using support::countOfNews;
 using support::Folder;
-using support::news;
 using support::Surroundings;
+using support::waitForChange;
 
 namespace {
 
@@ -56,7 +56,7 @@ TEST_F(Removal, AnUnmountIsToldAndLaterCallsSayWhatIsGone) {
     EXPECT_EQ(playData(client), MRB_ERR_NONE);
     // Not detached: the list keeps nothing open that would be in the way.
     ASSERT_EQ(umount2(path().c_str(), 0), 0) << errno;
-    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(client.events().back().data["item_count"], 3);
     EXPECT_EQ(client.item(0)["name"], "a.jpg");
     EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
@@ -75,7 +75,7 @@ TEST_F(Removal, AnUnmountThatLeavesAFileOpenIsTold) {
     const mrb::Descriptor open(::open(path("/media/a.jpg").c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_TRUE(open);
     ASSERT_EQ(umount2(path().c_str(), MNT_DETACH), 0);
-    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
 }
 
@@ -86,7 +86,7 @@ TEST_F(Removal, AMountOverTheFolderIsItsRemoval) {
     plugIn();
     client.list(path());
     ASSERT_EQ(mount("tmpfs", path().c_str(), "tmpfs", 0, nullptr), 0);
-    EXPECT_EQ(news(client), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     umount2(path().c_str(), MNT_DETACH);
 }
 
@@ -97,7 +97,7 @@ TEST_F(Removal, AnUnmountBelowTheFolderIsAChange) {
     plugIn();
     client.list(folder.path());
     ASSERT_EQ(umount2(path().c_str(), 0), 0);
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Removal, OtherMountsAreNotTold) {
@@ -112,10 +112,10 @@ TEST_F(Removal, OtherMountsAreNotTold) {
     Client witness;
     witness.list(other.path());
     ASSERT_EQ(umount2(other.path().c_str(), 0), 0);
-    EXPECT_EQ(news(witness), MRB_EVENT_DEVICE_REMOVED);
-    EXPECT_EQ(countOfNews(client), 0U);
+    EXPECT_EQ(waitForChange(witness), MRB_EVENT_DEVICE_REMOVED);
+    EXPECT_EQ(changeCount(client), 0U);
     folder.file("usb/new.jpg");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(Removal, AFileThatIsGoneCannotBePlayed) {

@@ -65,7 +65,7 @@ class Limits : public support::OwnProcess {
 };
 
 // Waits until a list that can be watched has heard of a change made after all others.
-void waitForAllNews() {
+void waitForAllChanges() {
     const Folder folder;
     Client witness;
     witness.list(folder.path());
@@ -87,7 +87,7 @@ TEST_F(Limits, WithoutInstancesAListIsNotWatched) {
     limit(INSTANCES, 100);
     folder.file("new.jpg");
     folder.file("1/new.jpg");
-    waitForAllNews();
+    waitForAllChanges();
     EXPECT_EQ(client.events().size(), 1U);
 }
 
@@ -100,7 +100,7 @@ TEST_F(Limits, WithoutAnyWatchAListIsNotWatched) {
     EXPECT_EQ(lines(log, "Changes below"), 1U) << log;
     limit(WATCHES, 100);
     folder.file("new.jpg");
-    waitForAllNews();
+    waitForAllChanges();
     EXPECT_EQ(client.events().size(), 1U);
 }
 
@@ -113,7 +113,7 @@ TEST_F(Limits, WithoutWatchesForAllFoldersTheTopOneIsWatched) {
     EXPECT_EQ(lines(log, "Changes in the sub-folders of"), 1U) << log;
     limit(WATCHES, 100);
     folder.file("1/new.jpg");
-    waitForAllNews();
+    waitForAllChanges();
     EXPECT_EQ(client.events().size(), 1U);
     folder.file("new.jpg");
     EXPECT_EQ(client.waitFor([](const auto &events) { return events.size() > 1; }).event,

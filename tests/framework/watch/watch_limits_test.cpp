@@ -14,13 +14,13 @@
 #include <random>
 #include <thread>
 
+#include "support/accept_all.h"
 #include "support/client.h"
 #include "support/folder.h"
-#include "support/watched.h"
 #include "watch/folder_watch.h"
 
+using support::AcceptAll;
 using support::Client;
-using support::Everything;
 using support::Folder;
 
 namespace fs = std::filesystem;
@@ -123,18 +123,18 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
     }
     // The folders made for the purpose are changes too, also those told to the
     // instance that was given up.
-    EXPECT_EQ(watch.read(Everything()), mrb::Change::CHANGED);
+    EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::CHANGED);
     while (isReadable(watch.number())) {
-        static_cast<void>(watch.read(Everything()));
+        static_cast<void>(watch.read(AcceptAll()));
     }
     folder.file("sub/a.jpg");
     while (isReadable(watch.number())) {
-        EXPECT_EQ(watch.read(Everything()), mrb::Change::NONE);
+        EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::NONE);
     }
     folder.file("b.jpg");
     // The kernel may still be telling of the watches that were given up.
-    EXPECT_TRUE(comes(
-        [&] { return isReadable(watch.number()) && watch.read(Everything()) == mrb::Change::CHANGED; }));
+    EXPECT_TRUE(
+        comes([&] { return isReadable(watch.number()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
 }
 
 TEST(Follow, AnOverflowOfTheQueueIsAChange) {
@@ -153,7 +153,7 @@ TEST(Follow, AnOverflowOfTheQueueIsAChange) {
     mrb::Change change = mrb::Change::NONE;
     // A read takes part of a long queue only.
     while (change == mrb::Change::NONE && isReadable(watch.number())) {
-        change = watch.read(Everything());
+        change = watch.read(AcceptAll());
     }
     EXPECT_EQ(change, mrb::Change::CHANGED);
 }

@@ -25,12 +25,12 @@ struct List final : mrb::Watched {
 };
 
 // Nothing happens to its source; what the thread does with it the test hears of.
-struct ToldWatch final : mrb::Watch {
-    explicit ToldWatch(std::function<void()> onRead, std::function<void()> onClose)
+struct ScriptedWatch final : mrb::Watch {
+    explicit ScriptedWatch(std::function<void()> onRead, std::function<void()> onClose)
         : read_(std::move(onRead)), close_(std::move(onClose)) {}
-    ~ToldWatch() override { close_(); }
-    ToldWatch(const ToldWatch &) = delete;
-    ToldWatch &operator=(const ToldWatch &) = delete;
+    ~ScriptedWatch() override { close_(); }
+    ScriptedWatch(const ScriptedWatch &) = delete;
+    ScriptedWatch &operator=(const ScriptedWatch &) = delete;
 
     void follow(std::int32_t /*folder*/, int /*descriptor*/) override {}
     void awaitRemoval() override {}
@@ -65,14 +65,14 @@ TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
     bool hasReturned = false;
 
     // While the thread is busy, a list comes and goes that it has not seen yet.
-    watcher.watch(busy, std::make_unique<ToldWatch>(
+    watcher.watch(busy, std::make_unique<ScriptedWatch>(
                             [&] {
                                 reading.set_value();
                                 goOn.get_future().wait();
                             },
                             NOTHING));
     reading.get_future().wait();
-    watcher.watch(brief, std::make_unique<ToldWatch>(NOTHING, [&] {
+    watcher.watch(brief, std::make_unique<ScriptedWatch>(NOTHING, [&] {
                       closing.set_value();
                       const auto end = returned.get_future().wait_for(support::LIMIT / 4);
                       hasReturned = end == std::future_status::ready;
@@ -81,7 +81,7 @@ TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
     goOn.set_value();
     closing.get_future().wait();
 
-    watcher.watch(other, std::make_unique<ToldWatch>(NOTHING, NOTHING));
+    watcher.watch(other, std::make_unique<ScriptedWatch>(NOTHING, NOTHING));
     watcher.forget(*other);
     watcher.forget(*busy);
     returned.set_value();
@@ -95,7 +95,7 @@ TEST(Watcher, TheEndDoesNotWaitForACloseThatHangs) {
     static std::promise<void> closing;
     static std::promise<void> never;
     const auto list = std::make_shared<List>();
-    watcher.watch(list, std::make_unique<ToldWatch>(NOTHING, [] {
+    watcher.watch(list, std::make_unique<ScriptedWatch>(NOTHING, [] {
                       closing.set_value();
                       never.get_future().wait();
                   }));

@@ -18,18 +18,18 @@
 #include "support/media.h"
 #include "support/media_server.h"
 #include "support/own_process.h"
+#include "support/scripted_server.h"
 #include "support/thumbnails.h"
-#include "support/told_server.h"
 
-using support::Asked;
 using support::Client;
+using support::Connection;
 using support::DlnaClient;
 using support::Event;
+using support::ListOptions;
 using support::MediaServer;
+using support::Request;
+using support::ScriptedServer;
 using support::Surroundings;
-using support::ToldServer;
-using support::Wire;
-using support::Wishes;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -50,7 +50,7 @@ TEST_F(DlnaList, NeedsTheService) {
         return;
     }
     Client client;
-    EXPECT_EQ(client.open(Wishes{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(client.open(ListOptions{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_INITIALIZED);
 }
 
 TEST_F(DlnaList, OfAServerThatIsNotThereIsRefused) {
@@ -59,8 +59,8 @@ TEST_F(DlnaList, OfAServerThatIsNotThereIsRefused) {
     }
     ASSERT_EQ(mrb_Init_dlna_service(ignoreState, nullptr), MRB_ERR_NONE);
     Client client;
-    EXPECT_EQ(client.open(Wishes{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
-    EXPECT_EQ(client.open(Wishes{.path = "", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(client.open(ListOptions{.path = "uuid:1", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(client.open(ListOptions{.path = "", .source = "SOURCE_DLNA"}), MRB_ERR_NOT_FOUND);
     EXPECT_EQ(mrb_finalize_dlna_service(ignoreState, nullptr), MRB_ERR_NONE);
 }
 
@@ -101,13 +101,13 @@ TEST_F(DlnaList, IsSearchedAndSortedAndPlayed) {
     DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
     Client client;
-    const Wishes wishes{.path = "127.0.0.1",
-                        .contentType = "IMAGE",
-                        .sortCategory = "NAME DESC",
-                        .source = "SOURCE_DLNA",
-                        .keyWord = "PHO"};
+    const ListOptions options{.path = "127.0.0.1",
+                              .contentType = "IMAGE",
+                              .sortCategory = "NAME DESC",
+                              .source = "SOURCE_DLNA",
+                              .keyWord = "PHO"};
     service.server();
-    listAll(client, wishes, 1);
+    listAll(client, options, 1);
     ASSERT_EQ(client.count(), 1);
     EXPECT_EQ(client.item(0)["name"], "photo");
     EXPECT_EQ(support::text(client, 0, "MIME_TYPE"), "image/jpeg");
@@ -130,15 +130,15 @@ TEST_F(DlnaList, IsSortedAndGroupedByWhatTheServerSays) {
         return;
     }
     DlnaClient service;
-    const ToldServer server([](const Asked &asked, const Wire &wire) {
+    const ScriptedServer server([](const Request &request, const Connection &connection) {
         const std::string objects = support::songOf("1", "Un", "Zoë") + support::songOf("2", "Deux", "Anna") +
                                     support::songOf("3", "Trois") + support::songOf("4", "Quatre", "Anna");
-        wire.send(answerOf(asked, support::didlOf(objects), 4, 4));
+        connection.send(browseResponse(request, support::didlOf(objects), 4, 4));
     });
     server.announce();
     Client client;
-    const Wishes wishes{.path = service.server(), .sortCategory = "ARTIST", .source = "SOURCE_DLNA"};
-    ASSERT_EQ(client.list(wishes).event, MRB_EVENT_LIST_READY);
+    const ListOptions options{.path = service.server(), .sortCategory = "ARTIST", .source = "SOURCE_DLNA"};
+    ASSERT_EQ(client.list(options).event, MRB_EVENT_LIST_READY);
     EXPECT_THAT(client.all("name"), ElementsAre("Deux", "Quatre", "Un", "Trois"));
     ASSERT_EQ(support::groupBy(client, MRB_PAGE_STYLE_GROUP_ARTIST), MRB_ERR_NONE);
     support::waitForGroups(client);
@@ -196,15 +196,15 @@ TEST_F(DlnaList, ThatBreaksOffKeepsWhatCame) {
         return;
     }
     DlnaClient service;
-    const ToldServer server([](const Asked &asked, const Wire &wire) {
-        if (asked.start > 0) {
+    const ScriptedServer server([](const Request &request, const Connection &connection) {
+        if (request.start > 0) {
             return; // closes the connection
         }
         std::string objects;
-        for (int number = 0; number < asked.count; ++number) {
+        for (int number = 0; number < request.count; ++number) {
             objects += support::imageOf(std::to_string(number), "picture " + std::to_string(number));
         }
-        wire.send(answerOf(asked, support::didlOf(objects), asked.count, 5000));
+        connection.send(browseResponse(request, support::didlOf(objects), request.count, 5000));
     });
     server.announce();
     Client client;
@@ -220,17 +220,17 @@ TEST_F(DlnaList, OfASilentServerIsCancelledAtOnce) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<bool> isAsked = false;
+    std::atomic<bool> isRequested = false;
     DlnaClient service;
-    const ToldServer server([&](const Asked & /*asked*/, const Wire &wire) {
-        isAsked = true;
-        isAsked.notify_all();
-        wire.wait();
+    const ScriptedServer server([&](const Request & /*request*/, const Connection &connection) {
+        isRequested = true;
+        isRequested.notify_all();
+        connection.wait();
     });
     server.announce();
     Client client;
     ASSERT_EQ(client.open({.path = service.server(), .source = "SOURCE_DLNA"}), MRB_ERR_NONE);
-    isAsked.wait(false);
+    isRequested.wait(false);
     ASSERT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
     EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
 }
@@ -240,8 +240,8 @@ TEST_F(DlnaList, KnowsThatItsServerIsGone) {
         return;
     }
     DlnaClient service;
-    const ToldServer server([](const Asked &asked, const Wire &wire) {
-        wire.send(answerOf(asked, support::didlOf(support::imageOf("1", "one")), 1, 1));
+    const ScriptedServer server([](const Request &request, const Connection &connection) {
+        connection.send(browseResponse(request, support::didlOf(support::imageOf("1", "one")), 1, 1));
     });
     server.announce();
     Client client;
@@ -272,8 +272,8 @@ TEST_F(DlnaList, HasThumbnailsFromItsServer) {
     const std::string picture = support::text(client, 0, "THUMBNAIL_PATH");
     EXPECT_THAT(picture, StartsWith("http://127.0.0.1:8200/"));
     support::Thumbnails thumbnails;
-    const support::Thumbnail cover =
-        thumbnails.get(support::Wish{.path = picture, .sourceType = MRB_THUMB_SOURCE_DLNA, .width = 64});
+    const support::Thumbnail cover = thumbnails.get(
+        support::ThumbnailOptions{.path = picture, .sourceType = MRB_THUMB_SOURCE_DLNA, .width = 64});
     EXPECT_EQ(cover.code, MRB_ERR_NONE);
     ASSERT_EQ(cover.images.size(), 1U);
     EXPECT_EQ(cover.images[0].width, 64);
@@ -284,8 +284,9 @@ TEST_F(DlnaList, HasNoThumbnailsWithoutTheService) {
         return;
     }
     support::Thumbnails thumbnails;
-    EXPECT_EQ(
-        thumbnails.get(support::Wish{.path = "http://127.0.0.1/a.jpg", .sourceType = MRB_THUMB_SOURCE_DLNA})
-            .code,
-        MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(thumbnails
+                  .get(support::ThumbnailOptions{.path = "http://127.0.0.1/a.jpg",
+                                                 .sourceType = MRB_THUMB_SOURCE_DLNA})
+                  .code,
+              MRB_ERR_DEVICE_REMOVED);
 }

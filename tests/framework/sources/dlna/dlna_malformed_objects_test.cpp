@@ -10,14 +10,14 @@
 
 #include "support/dlna_client.h"
 #include "support/fields.h"
-#include "support/told_server.h"
+#include "support/scripted_server.h"
 
-using support::Asked;
 using support::Client;
+using support::Connection;
 using support::DlnaClient;
 using support::Event;
-using support::ToldServer;
-using support::Wire;
+using support::Request;
+using support::ScriptedServer;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -26,9 +26,9 @@ namespace {
 class DlnaOdd : public support::DlnaTest {
   protected:
     // A server, and the list of all that it has; the list's last event.
-    Event list(const std::function<std::string(const Asked &asked)> &browse) {
-        const ToldServer server([&](const Asked &asked, const Wire &wire) {
-            wire.send(asked.action == "Browse" ? browse(asked) : support::refusalOf(401));
+    Event list(const std::function<std::string(const Request &request)> &browse) {
+        const ScriptedServer server([&](const Request &request, const Connection &connection) {
+            connection.send(request.action == "Browse" ? browse(request) : support::soapFault(401));
         });
         DlnaClient service;
         server.announce();
@@ -37,8 +37,9 @@ class DlnaOdd : public support::DlnaTest {
     }
     // One that has these objects.
     Event list(const std::string &objects, int count) {
-        return list(
-            [=](const Asked &asked) { return answerOf(asked, support::didlOf(objects), count, count); });
+        return list([=](const Request &request) {
+            return browseResponse(request, support::didlOf(objects), count, count);
+        });
     }
 
     [[nodiscard]] std::vector<std::string> names() const { return client_.all("name"); }
@@ -155,8 +156,9 @@ TEST_F(DlnaOdd, NamespacesThatAreNotDeclaredDoNoHarm) {
     if (!insideNetwork()) {
         return;
     }
-    const Event end = list([](const Asked &asked) {
-        return answerOf(asked, "<DIDL-Lite>" + support::songOf("1", "one", "me") + "</DIDL-Lite>", 1, 1);
+    const Event end = list([](const Request &request) {
+        return browseResponse(request, "<DIDL-Lite>" + support::songOf("1", "one", "me") + "</DIDL-Lite>", 1,
+                              1);
     });
     EXPECT_EQ(end.event, MRB_EVENT_LIST_READY) << end.data.toStyledString();
     EXPECT_THAT(names(), ElementsAre("one"));
@@ -184,12 +186,12 @@ TEST_F(DlnaOdd, ABrokenPageCostsNoOtherPage) {
     for (int depth = 0; depth < 100'000; ++depth) {
         bomb += "<a>";
     }
-    const Event end = list([&](const Asked &asked) {
-        const std::string number = std::to_string(asked.start);
+    const Event end = list([&](const Request &request) {
+        const std::string number = std::to_string(request.start);
         const std::string first = support::imageOf(number, "picture " + number);
-        return answerOf(
-            asked,
-            support::didlOf(first + (asked.start == 2 ? bomb : support::imageOf(number + "x", "more"))), 2,
+        return browseResponse(
+            request,
+            support::didlOf(first + (request.start == 2 ? bomb : support::imageOf(number + "x", "more"))), 2,
             6);
     });
     EXPECT_EQ(end.event, MRB_EVENT_LIST_FAILED);
@@ -205,16 +207,16 @@ TEST_F(DlnaOdd, AContainerThatGrowsWhileItIsReadIsReadWhole) {
         return;
     }
     std::atomic<int> asks = 0;
-    const Event end = list([&](const Asked &asked) {
+    const Event end = list([&](const Request &request) {
         // In the order of their ids, newest first, 500 at a time.
         const int total = ++asks == 1 ? 600 : 900;
         std::string objects;
         int given = 0;
-        for (int place = asked.start; place < total && given < asked.count; ++place, ++given) {
+        for (int place = request.start; place < total && given < request.count; ++place, ++given) {
             const std::string id = std::to_string(total - place);
             objects += support::imageOf(id, id);
         }
-        return answerOf(asked, support::didlOf(objects), given, total);
+        return browseResponse(request, support::didlOf(objects), given, total);
     });
     EXPECT_EQ(end.event, MRB_EVENT_LIST_READY) << end.data.toStyledString();
     EXPECT_EQ(client_.count(), 900);

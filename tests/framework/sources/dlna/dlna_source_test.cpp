@@ -50,12 +50,12 @@ MediaObject container(const std::string &id, const std::string &title) {
 }
 
 // Answers as the test says.
-class ToldDirectories final : public mrb::dlna::Directories {
+class ScriptedDirectories final : public mrb::dlna::Directories {
   public:
     using Answer = std::function<Outcome(const Question &question, Page &page)>;
 
     Outcome ask(const Question &question, const std::function<bool()> & /*isStopped*/, Page &page) override {
-        asked.push_back(question);
+        requests.push_back(question);
         return answer(question, page);
     }
 
@@ -87,7 +87,7 @@ class ToldDirectories final : public mrb::dlna::Directories {
 
     std::map<std::string, std::vector<MediaObject>> contents;
     Answer answer = [this](const Question &question, Page &page) { return honest(question, page); };
-    std::vector<Question> asked;
+    std::vector<Question> requests;
 };
 
 class Sink final : public mrb::ItemSink {
@@ -129,7 +129,7 @@ class DlnaSource : public testing::Test {
         return DirectoryScan(sink, {directories, server, from, std::chrono::seconds(1)}).run(request);
     }
 
-    ToldDirectories directories;
+    ScriptedDirectories directories;
     Sink sink;
 };
 
@@ -149,7 +149,7 @@ TEST_F(DlnaSource, APageIsFollowedWhereTheOneBeforeSaysSo) {
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     std::vector<bool> followed;
-    for (const Question &question : directories.asked) {
+    for (const Question &question : directories.requests) {
         followed.push_back(question.isFollowed);
     }
     EXPECT_THAT(followed, ElementsAre(false, true, false));
@@ -161,9 +161,9 @@ TEST_F(DlnaSource, AContainerIsAskedForFiveHundredAtATime) {
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 1200);
-    ASSERT_EQ(directories.asked.size(), 3U);
-    EXPECT_EQ(directories.asked[2].start, 1000U);
-    EXPECT_EQ(directories.asked[2].count, 500U);
+    ASSERT_EQ(directories.requests.size(), 3U);
+    EXPECT_EQ(directories.requests[2].start, 1000U);
+    EXPECT_EQ(directories.requests[2].count, 500U);
 }
 
 TEST_F(DlnaSource, AServerThatGivesFewerThanItWasAskedForIsAskedOn) {
@@ -186,7 +186,7 @@ TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
     directories.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_EQ(directories.asked.size(), 2U);
+    EXPECT_EQ(directories.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
@@ -236,7 +236,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsLeft) {
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(result.outcome.message, HasSubstr("repeats objects"));
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_EQ(directories.asked.size(), 2U);
+    EXPECT_EQ(directories.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
@@ -247,7 +247,7 @@ TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
     };
     const FillResult result = scan();
     EXPECT_EQ(sink.store.size(), 0);
-    EXPECT_EQ(directories.asked.size(), DirectoryScan::MAX_BARREN_PAGES + 1U);
+    EXPECT_EQ(directories.requests.size(), DirectoryScan::MAX_BARREN_PAGES + 1U);
     EXPECT_EQ(result.leftOut, 500 * (DirectoryScan::MAX_BARREN_PAGES + 1));
     EXPECT_EQ(result.leftOutNames.size(), FillResult::MAX_NAMES);
 }
@@ -279,7 +279,7 @@ TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
     EXPECT_EQ(result.leftOut, 499);
     EXPECT_THAT(result.leftOutNames, ElementsAre(HasSubstr("499 of the objects from 0")));
     EXPECT_EQ(sink.store.size(), 201);
-    EXPECT_EQ(directories.asked.at(1).start, 500U);
+    EXPECT_EQ(directories.requests.at(1).start, 500U);
 }
 
 TEST_F(DlnaSource, AServerThatIsSlowIsAskedForLessAtATime) {
@@ -299,7 +299,7 @@ TEST_F(DlnaSource, AServerThatDoesNotAnswerAtAllIsNotAskedAgain) {
         return Outcome{MRB_ERR_TIMEOUT, "silent"};
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
-    EXPECT_EQ(directories.asked.size(), 1U);
+    EXPECT_EQ(directories.requests.size(), 1U);
 }
 
 // It adds what it finds at the front while it is asked.
@@ -309,7 +309,7 @@ TEST_F(DlnaSource, AServerThatFindsMoreMeanwhileIsReadAgainForWhatWasMissed) {
     }
     directories.answer = [this](const Question &question, Page &page) {
         Outcome outcome = directories.honest(question, page);
-        if (directories.asked.size() == 1) {
+        if (directories.requests.size() == 1) {
             auto &all = directories.contents["0"];
             for (int number = 600; number < 800; ++number) {
                 all.insert(all.begin(), image(std::to_string(number)));
@@ -338,12 +338,12 @@ TEST_F(DlnaSource, AServerThatChangesForeverIsLeft) {
     directories.answer = [this](const Question & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
-        page.total = 1'000'000 + static_cast<std::uint32_t>(directories.asked.size());
+        page.total = 1'000'000 + static_cast<std::uint32_t>(directories.requests.size());
         return Outcome{};
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_LT(directories.asked.size(), 200U);
+    EXPECT_LT(directories.requests.size(), 200U);
 }
 
 // As most servers do: by album, by date, by folder.
@@ -378,7 +378,7 @@ TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
     directories.contents["a"] = {container("0", "Root"), container("a", "A")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "A/Root", "A/A"));
-    EXPECT_EQ(directories.asked.size(), 2U);
+    EXPECT_EQ(directories.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
@@ -450,9 +450,9 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
     ListRequest request;
     request.contentType = "IMAGE";
     EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
-    ASSERT_EQ(directories.asked.size(), 2U);
-    EXPECT_EQ(directories.asked[1].kind, Question::Kind::SEARCH);
-    EXPECT_EQ(directories.asked[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
+    ASSERT_EQ(directories.requests.size(), 2U);
+    EXPECT_EQ(directories.requests[1].kind, Question::Kind::SEARCH);
+    EXPECT_EQ(directories.requests[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
     EXPECT_EQ(sink.announced, 2);
     EXPECT_EQ(sink.store.size(), 2);
 }

@@ -10,19 +10,19 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "support/accept_all.h"
+#include "support/change_events.h"
 #include "support/client.h"
 #include "support/folder.h"
-#include "support/news.h"
 #include "support/playlists.h"
-#include "support/watched.h"
 #include "watch/file_watch.h"
 
+using support::changeCount;
 using support::Client;
-using support::countOfNews;
 using support::Folder;
-using support::news;
 using support::playlist;
-using support::waitForAllNews;
+using support::waitForAllChanges;
+using support::waitForChange;
 using support::writeText;
 
 namespace fs = std::filesystem;
@@ -50,33 +50,33 @@ class PlaylistChanges : public testing::Test {
 
 TEST_F(PlaylistChanges, ARewrittenPlaylistIsToldAndOpenedAnewIsWhatItIsNow) {
     writeText(folder, "p.m3u", "a.mp3\nb.mp3\n");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     EXPECT_EQ(client.events().back().data["item_count"], 1);
     EXPECT_EQ(client.count(), 1);
     ASSERT_EQ(client.open(playlist(path())), MRB_ERR_NONE);
     EXPECT_EQ(client.waitForEnd(2).data["item_count"], 2);
     writeText(folder, "p.m3u", "b.mp3\n");
     client.waitFor([](const auto &events) { return events.back().event == MRB_EVENT_LIST_CHANGED; });
-    EXPECT_EQ(countOfNews(client), 2U);
+    EXPECT_EQ(changeCount(client), 2U);
 }
 
 TEST_F(PlaylistChanges, APlaylistOfTheSameSizeIsTold) {
     writeText(folder, "p.m3u", "b.mp3\n");
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(PlaylistChanges, APlaylistThatIsReplacedIsToldOnce) {
     writeText(folder, "p.m3u.new", "b.mp3\n");
     fs::rename(folder.path("p.m3u.new"), path());
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     writeText(folder, "p.m3u", "a.mp3\n");
-    waitForAllNews(folder);
-    EXPECT_EQ(countOfNews(client), 1U);
+    waitForAllChanges(folder);
+    EXPECT_EQ(changeCount(client), 1U);
 }
 
 TEST_F(PlaylistChanges, APlaylistThatIsGoneIsToldAndItsEntriesCanStillBePlayed) {
     fs::remove(path());
-    EXPECT_EQ(news(client), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     char *data = nullptr;
     EXPECT_EQ(mrb_prepare_play_data_v2(client.handle, &data), MRB_ERR_NONE);
     std::free(data);
@@ -88,7 +88,7 @@ TEST_F(PlaylistChanges, APlaylistThatGoesWithItsFolderIsTold) {
     Client inside;
     inside.list(playlist(other.path("in/p.m3u")));
     fs::rename(other.path("in"), other.path("out"));
-    EXPECT_EQ(news(inside), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(inside), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(PlaylistChanges, WhatHappensBesideAPlaylistIsNotTold) {
@@ -99,8 +99,8 @@ TEST_F(PlaylistChanges, WhatHappensBesideAPlaylistIsNotTold) {
     const int file = open(path().c_str(), O_WRONLY | O_CLOEXEC);
     ASSERT_GE(file, 0);
     close(file);
-    waitForAllNews(folder);
-    EXPECT_EQ(countOfNews(client), 0U);
+    waitForAllChanges(folder);
+    EXPECT_EQ(changeCount(client), 0U);
 }
 
 TEST_F(PlaylistChanges, APlaylistThatIsNamedByALinkIsWatchedWhereItIs) {
@@ -108,14 +108,14 @@ TEST_F(PlaylistChanges, APlaylistThatIsNamedByALinkIsWatchedWhereItIs) {
     Client linked;
     linked.list(playlist(folder.path("link.m3u")));
     writeText(folder, "p.m3u", "b.mp3\n");
-    EXPECT_EQ(news(linked), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(linked), MRB_EVENT_LIST_CHANGED);
 }
 
 TEST_F(PlaylistChanges, NothingIsToldAfterADisconnect) {
     EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
     writeText(folder, "p.m3u", "b.mp3\n");
-    waitForAllNews(folder);
-    EXPECT_EQ(countOfNews(client), 0U);
+    waitForAllChanges(folder);
+    EXPECT_EQ(changeCount(client), 0U);
 }
 
 TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
@@ -126,7 +126,7 @@ TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
     fs::rename(folder.path("q.m3u"), folder.path("p.m3u"));
     mrb::FileWatch watch(folder.path("p.m3u"));
     watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(support::Everything()), mrb::Change::CHANGED);
+    EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::CHANGED);
 }
 
 TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
@@ -135,7 +135,7 @@ TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
     const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
     mrb::FileWatch watch(folder.path("p.m3u"));
     watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(support::Everything()), mrb::Change::NONE);
+    EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::NONE);
     EXPECT_GE(watch.number(), 0);
     watch.awaitRemoval();
     EXPECT_LT(watch.number(), 0);

@@ -18,8 +18,8 @@
 
 using support::Client;
 using support::Folder;
+using support::ListOptions;
 using support::playlist;
-using support::Wishes;
 using support::writeText;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -205,16 +205,16 @@ TEST(Playlist, FiltersAndOrdersAreThoseOfOtherLists) {
         folder.file(name);
     }
     writeText(folder, "p.m3u", "#EXTINF:1,Z\nb.mp3\na.jpg\nc.flac\n#EXTINF:1,0\nhttp://h/x.mp3\n");
-    const std::pair<Wishes, std::vector<std::string>> lists[] = {
+    const std::pair<ListOptions, std::vector<std::string>> lists[] = {
         {{.contentType = "MUSIC"}, {"b.mp3", "c.flac", "x.mp3"}},
         {{.sortCategory = "NAME"}, {"a.jpg", "b.mp3", "c.flac", "x.mp3"}},
         {{.sortCategory = "TITLE"}, {"x.mp3", "a.jpg", "c.flac", "b.mp3"}},
         {{.extension = "mp3"}, {"b.mp3", "x.mp3"}},
         {{.keyWord = "A"}, {"a.jpg", "c.flac"}},
     };
-    for (const auto &[wishes, names] : lists) {
+    for (const auto &[options, names] : lists) {
         Client client;
-        client.list(playlist(folder.path("p.m3u"), wishes));
+        client.list(playlist(folder.path("p.m3u"), options));
         EXPECT_EQ(client.all("name"), names);
     }
 }
@@ -335,7 +335,7 @@ TEST_F(FoundPlaylists, AreThoseOfStoragesAndOfTheMusicFolder) {
     setenv("XDG_CONFIG_HOME", folder.path("config").c_str(), 1);
     setenv("MRB_DEVICES", folder.path("stick").c_str(), 1);
     Client client;
-    EXPECT_EQ(client.list(Wishes{.source = "SOURCE_PLAYLIST"}).event, MRB_EVENT_LIST_READY);
+    EXPECT_EQ(client.list(ListOptions{.source = "SOURCE_PLAYLIST"}).event, MRB_EVENT_LIST_READY);
     EXPECT_THAT(client.all("name"), ElementsAre("p.m3u", "a.mp3", "c.mp3", "q.pls", "b.mp3", "a.mp3"));
     EXPECT_THAT(support::missing(client), ElementsAre("c.mp3"));
     EXPECT_EQ(client.item(0)["type_name"], "playlist");
@@ -357,7 +357,7 @@ TEST_F(FoundPlaylists, AreThoseOfTheUsualMusicFolderWithoutSettings) {
     setenv("HOME", folder.path().c_str(), 1);
     setenv("XDG_CONFIG_HOME", folder.path("config").c_str(), 1);
     Client client;
-    client.list(Wishes{.contentType = "PLAYLIST", .source = "SOURCE_PLAYLIST"});
+    client.list(ListOptions{.contentType = "PLAYLIST", .source = "SOURCE_PLAYLIST"});
     EXPECT_THAT(client.all("name"), testing::Contains("p.m3u"));
 }
 
@@ -371,6 +371,6 @@ TEST_F(FoundPlaylists, MayBeNone) {
     writeText(folder, "p.m3u", "http://h/a.mp3\n");
     setenv("XDG_CONFIG_HOME", folder.path("config").c_str(), 1);
     Client client;
-    EXPECT_EQ(client.list(Wishes{.source = "SOURCE_PLAYLIST"}).event, MRB_EVENT_LIST_READY);
+    EXPECT_EQ(client.list(ListOptions{.source = "SOURCE_PLAYLIST"}).event, MRB_EVENT_LIST_READY);
     EXPECT_THAT(client.all("name"), testing::Not(testing::Contains("p.m3u")));
 }

@@ -16,8 +16,8 @@
 #include "support/plugged_devices.h"
 
 using support::Client;
+using support::ListOptions;
 using support::OfferedCamera;
-using support::Wishes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -46,15 +46,15 @@ class PtpList : public testing::Test {
   protected:
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
-    static std::vector<std::string> namesOf(const Wishes &wishes) {
+    static std::vector<std::string> namesOf(const ListOptions &options) {
         Client client;
-        client.list(wishes);
+        client.list(options);
         return client.all("name");
     }
     // The code of opening a list with these wishes.
-    static int codeOf(const Wishes &wishes) {
+    static int codeOf(const ListOptions &options) {
         Client client;
-        return client.open(wishes);
+        return client.open(options);
     }
     // The same for a request that names a camera.
     static int codeOf(const std::string &name, int bus, int device, const std::string &folderId = {}) {
@@ -81,7 +81,7 @@ class PtpList : public testing::Test {
 
 TEST_F(PtpList, OfAnEmptyCameraIsReadyWithNoItems) {
     Client client;
-    const support::Event last = client.list(camera.wishes());
+    const support::Event last = client.list(camera.listOptions());
     EXPECT_EQ(last.event, MRB_EVENT_LIST_READY) << last.data["message"].asString();
     EXPECT_EQ(client.count(), 0);
 }
@@ -89,7 +89,7 @@ TEST_F(PtpList, OfAnEmptyCameraIsReadyWithNoItems) {
 TEST_F(PtpList, HoldsItsFilesAndThenEachFolderWithItsContents) {
     takePictures();
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     EXPECT_THAT(client.all("name"), ElementsAre("top.jpg", "DCIM", "100CANON", "IMG_9.JPG", "IMG_10.JPG",
                                                 "101CANON", "MVI_1.MP4"));
     EXPECT_THAT(client.all("type_name"),
@@ -100,7 +100,7 @@ TEST_F(PtpList, AnItemTellsItsSizeTimeAndPlace) {
     takePictures();
     camera.folder.setModified("DCIM/100CANON/IMG_9.JPG", 1'700'000'000);
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     const Json::Value item = client.item(3);
     EXPECT_EQ(item["size"], 20);
     EXPECT_EQ(item["modified"], "2023-11-14T22:13:20Z");
@@ -116,7 +116,7 @@ TEST_F(PtpList, AnItemTellsItsSizeTimeAndPlace) {
 TEST_F(PtpList, IsWalkedFolderByFolder) {
     takePictures();
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_FOLDER), MRB_ERR_NONE);
     EXPECT_THAT(client.all("name"), ElementsAre("DCIM", "top.jpg"));
     ASSERT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_ENTER), MRB_ERR_NONE);
@@ -125,14 +125,14 @@ TEST_F(PtpList, IsWalkedFolderByFolder) {
 
 TEST_F(PtpList, IsFilteredAndSortedAsOthersAre) {
     takePictures();
-    Wishes wishes = camera.wishes();
-    wishes.contentType = "IMAGE";
-    wishes.sortCategory = "SIZE DESC";
-    EXPECT_THAT(namesOf(wishes), ElementsAre("IMG_9.JPG", "IMG_10.JPG", "top.jpg"));
-    wishes.keyWord = "img";
-    wishes.sortCategory = "NAME";
-    EXPECT_THAT(namesOf(wishes), ElementsAre("IMG_9.JPG", "IMG_10.JPG"));
-    Wishes films = camera.wishes();
+    ListOptions options = camera.listOptions();
+    options.contentType = "IMAGE";
+    options.sortCategory = "SIZE DESC";
+    EXPECT_THAT(namesOf(options), ElementsAre("IMG_9.JPG", "IMG_10.JPG", "top.jpg"));
+    options.keyWord = "img";
+    options.sortCategory = "NAME";
+    EXPECT_THAT(namesOf(options), ElementsAre("IMG_9.JPG", "IMG_10.JPG"));
+    ListOptions films = camera.listOptions();
     films.extension = "mp4";
     EXPECT_THAT(namesOf(films), ElementsAre("MVI_1.MP4"));
 }
@@ -140,12 +140,12 @@ TEST_F(PtpList, IsFilteredAndSortedAsOthersAre) {
 TEST_F(PtpList, OfAFolderIsOpenedByItsPathUrlOrMediaId) {
     takePictures();
     Client whole;
-    whole.list(camera.wishes());
+    whole.list(camera.listOptions());
     const Json::Value folder = whole.item(2);
     for (const std::string &id : {std::string("/DCIM/100CANON"), std::string("/DCIM/100CANON/"),
                                   folder["url"].asString(), folder["media_id"].asString()}) {
         Client client;
-        client.list(camera.wishes(id));
+        client.list(camera.listOptions(id));
         EXPECT_THAT(client.all("name"), ElementsAre("IMG_9.JPG", "IMG_10.JPG")) << id;
         EXPECT_EQ(client.item(0)["url"], whole.item(3)["url"]);
     }
@@ -154,10 +154,10 @@ TEST_F(PtpList, OfAFolderIsOpenedByItsPathUrlOrMediaId) {
 TEST_F(PtpList, AMediaIdNamesItsItemInEveryList) {
     takePictures();
     Client whole;
-    whole.list(camera.wishes());
+    whole.list(camera.listOptions());
     const std::string id = whole.item(4)["media_id"].asString();
     Client part;
-    part.list(camera.wishes("/DCIM"));
+    part.list(camera.listOptions("/DCIM"));
     int page = -1;
     EXPECT_EQ(mrb_get_page_index_v2(part.handle, id.c_str(), &page), MRB_ERR_NONE);
     EXPECT_EQ(part.item(page)["name"], "IMG_10.JPG");
@@ -184,7 +184,7 @@ TEST_F(PtpList, AFolderOfNoneOrAnotherCameraIsRefused) {
 
 TEST_F(PtpList, OfAFolderThatIsNotThereFails) {
     Client client;
-    const support::Event last = client.list(camera.wishes("/nowhere"));
+    const support::Event last = client.list(camera.listOptions("/nowhere"));
     EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
     EXPECT_EQ(last.data["error"], "MRB_ERR_NOT_FOUND") << last.data["message"].asString();
 }
@@ -194,7 +194,7 @@ TEST_F(PtpList, HoldsNoHiddenFilesAndNothingThatIsNoMedium) {
         camera.folder.file(name, 1);
     }
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     EXPECT_THAT(client.all("name"), IsEmpty());
 }
 
@@ -205,7 +205,7 @@ TEST_F(PtpList, NamesMayHoldAnyBytes) {
         camera.folder.file("new\nfolder/" + name, name.size());
     }
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     ASSERT_EQ(client.count(), 6);
     for (int index = 1; index < 6; ++index) {
         const std::string id = client.item(index)["media_id"].asString();
@@ -220,7 +220,7 @@ TEST_F(PtpList, NamesMayHoldAnyBytes) {
 TEST_F(PtpList, FoldersAreReadToAHundredLevels) {
     camera.folder.chain("d", 103);
     Client client;
-    const support::Event last = client.list(camera.wishes());
+    const support::Event last = client.list(camera.listOptions());
     EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
     EXPECT_EQ(client.count(), 101);
     EXPECT_EQ(last.data["too_deep"], 1);
@@ -229,7 +229,7 @@ TEST_F(PtpList, FoldersAreReadToAHundredLevels) {
 TEST_F(PtpList, HoldsFiveThousandFilesInOrder) {
     camera.folder.pictures(1, 5000);
     Client client;
-    const support::Event last = client.list(camera.wishes());
+    const support::Event last = client.list(camera.listOptions());
     EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
     EXPECT_EQ(client.count(MRB_ITEM_TYPE_IMAGE), 5000);
     EXPECT_EQ(client.item(1)["name"], "1.jpg");
@@ -240,7 +240,7 @@ TEST_F(PtpList, HoldsFiveThousandFilesInOrder) {
 TEST_F(PtpList, ACancelEndsIt) {
     camera.folder.pictures(50, 200);
     Client client;
-    ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+    ASSERT_EQ(client.open(camera.listOptions()), MRB_ERR_NONE);
     ASSERT_EQ(mrb_cancel_request_list_v2(client.handle), MRB_ERR_NONE);
     EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_CANCELLED);
 }
@@ -249,7 +249,7 @@ TEST_F(PtpList, MayBeClosedWhileItIsRead) {
     camera.folder.pictures(20, 200);
     for (int round = 0; round < 10; ++round) {
         Client client;
-        ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+        ASSERT_EQ(client.open(camera.listOptions()), MRB_ERR_NONE);
     }
 }
 
@@ -266,7 +266,7 @@ TEST_F(PtpList, FailsWhenTheCameraIsPulledOut) {
                 camera.unplug();
             }
         };
-        last = client.list(camera.wishes());
+        last = client.list(camera.listOptions());
         EXPECT_GT(client.count(), 0) << "what is there stays readable";
         if (isPulled) {
             camera.plug();
@@ -278,10 +278,10 @@ TEST_F(PtpList, FailsWhenTheCameraIsPulledOut) {
 TEST_F(PtpList, ThatIsOpenedAnewShowsWhatIsNew) {
     camera.folder.file("a.jpg", 1);
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     EXPECT_EQ(client.count(), 1);
     camera.folder.file("b.jpg", 1);
-    client.open(camera.wishes());
+    client.open(camera.listOptions());
     client.waitForEnd(2);
     EXPECT_THAT(client.all("name"), ElementsAre("a.jpg", "b.jpg"));
 }
@@ -289,7 +289,7 @@ TEST_F(PtpList, ThatIsOpenedAnewShowsWhatIsNew) {
 TEST_F(PtpList, PlayDataAreGivenAsLongAsTheCameraIsThere) {
     camera.folder.file("a.jpg", 7);
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     char *text = nullptr;
     ASSERT_EQ(mrb_prepare_play_data_v2(client.handle, &text), MRB_ERR_NONE);
     const Json::Value data = support::parse(text);
@@ -306,7 +306,7 @@ TEST_F(PtpList, SeveralOfOneCameraAreReadAtATime) {
     camera.folder.pictures(5, 100);
     Client clients[4];
     for (Client &client : clients) {
-        ASSERT_EQ(client.open(camera.wishes()), MRB_ERR_NONE);
+        ASSERT_EQ(client.open(camera.listOptions()), MRB_ERR_NONE);
     }
     for (Client &client : clients) {
         EXPECT_EQ(client.waitForEnd().event, MRB_EVENT_LIST_READY);
@@ -317,7 +317,7 @@ TEST_F(PtpList, SeveralOfOneCameraAreReadAtATime) {
 TEST_F(PtpList, IsToldThatItsCameraLeftAndKeepsWhatItHas) {
     camera.folder.file("a.jpg", 7);
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     camera.unplug();
     waitForRemoval(client);
     EXPECT_EQ(client.events().back().data["item_count"], 1);
@@ -332,10 +332,10 @@ TEST_F(PtpList, IsToldThatItsCameraLeftAndKeepsWhatItHas) {
 TEST_F(PtpList, IsToldOnceAndOfItsOwnCameraOnly) {
     OfferedCamera other(2);
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     const auto leave = [](OfferedCamera &leaving) {
         Client witness;
-        witness.list(leaving.wishes());
+        witness.list(leaving.listOptions());
         leaving.unplug();
         waitForRemoval(witness);
         leaving.plug();
@@ -351,11 +351,11 @@ TEST_F(PtpList, IsToldOnceAndOfItsOwnCameraOnly) {
 
 TEST_F(PtpList, ThatIsOpenedAnewIsToldAnew) {
     Client client;
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     camera.unplug();
     waitForRemoval(client);
     camera.plug();
-    client.open(camera.wishes());
+    client.open(camera.listOptions());
     client.waitForEnd(2);
     camera.unplug();
     client.waitFor([](const std::vector<support::Event> &events) {
@@ -372,7 +372,7 @@ TEST_F(PtpList, MayBeClosedWhenItIsToldThatItsCameraLeft) {
             closed.set_value(mrb_disconnect_v2(event.agent));
         }
     };
-    client.list(camera.wishes());
+    client.list(camera.listOptions());
     camera.unplug();
     EXPECT_EQ(closed.get_future().get(), MRB_ERR_NONE);
     client.handle = 0;
@@ -384,7 +384,7 @@ TEST_F(PtpList, MayBeClosedWhileItsCameraLeaves) {
     for (int round = 0; round < 20; ++round) {
         {
             Client client;
-            client.list(camera.wishes());
+            client.list(camera.listOptions());
             camera.unplug();
         }
         camera.plug();
@@ -393,9 +393,9 @@ TEST_F(PtpList, MayBeClosedWhileItsCameraLeaves) {
 
 TEST_F(PtpList, ThatFailedIsNotTold) {
     Client failed;
-    EXPECT_EQ(failed.list(camera.wishes("/nowhere")).event, MRB_EVENT_LIST_FAILED);
+    EXPECT_EQ(failed.list(camera.listOptions("/nowhere")).event, MRB_EVENT_LIST_FAILED);
     Client witness;
-    witness.list(camera.wishes());
+    witness.list(camera.listOptions());
     camera.unplug();
     waitForRemoval(witness);
     EXPECT_EQ(removals(failed), 0U);

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "support/plugged_devices.h"
-#include "support/told_camera.h"
+#include "support/scripted_camera.h"
 
 using support::Client;
 using support::Event;
@@ -20,7 +20,7 @@ bool isRemoval(const Event &event) { return event.event == MRB_EVENT_DEVICE_REMO
 
 class PtpUsb : public support::PluggedDevices {
   protected:
-    static support::Wishes wishes(int address) {
+    static support::ListOptions listOptions(int address) {
         return {.source = "SOURCE_PTP", .more = [address](mrb_general_param_h param) {
                     mrb_param_set_general_bus_value(param, 1);
                     mrb_param_set_general_device_value(param, address);
@@ -37,19 +37,19 @@ class PtpUsb : public support::PluggedDevices {
         return code;
     }
 
-    support::ToldCamera camera;
+    support::ScriptedCamera camera;
     Client client;
 };
 
 } // namespace
 
 TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
-    camera.files["a.jpg"] = support::ToldFile::of("a");
+    camera.files["a.jpg"] = support::ScriptedFile::of("a");
     const std::string usb = addCamera();
-    EXPECT_EQ(client.list(wishes(7)).event, MRB_EVENT_LIST_READY);
+    EXPECT_EQ(client.list(listOptions(7)).event, MRB_EVENT_LIST_READY);
     event(usb, "remove");
     waitForRemoval(client);
     EXPECT_EQ(client.item(0)["name"], "a.jpg");
@@ -58,19 +58,19 @@ TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
 
 // Its serial number tells that it is the same one.
 TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
-    camera.files["a.jpg"] = support::ToldFile::of("a");
+    camera.files["a.jpg"] = support::ScriptedFile::of("a");
     const std::string usb = addCamera();
-    client.list(wishes(7));
+    client.list(listOptions(7));
     event(usb, "remove");
     waitForRemoval(client);
     change(usb, "DEVNUM", "009");
     event(usb, "add");
     EXPECT_EQ(playData(client), MRB_ERR_NONE);
     Client again;
-    again.list(wishes(9));
+    again.list(listOptions(9));
     EXPECT_EQ(again.item(0)["url"], client.item(0)["url"]);
     event(usb, "remove");
     waitForRemoval(again);
@@ -79,16 +79,16 @@ TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
 }
 
 TEST_F(PtpUsb, AListIsNotToldThatAnotherCameraWithTheSameIdWasPulledOut) {
-    if (!inside(Surroundings::TOLD_USB_CAMERA)) {
+    if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
     const std::string usb = addCamera();
     const std::string twin =
         add("usb", "1-5", "", {"busnum", "1", "devnum", "8", "product", "Camera", "serial", "A1"},
             {"DEVTYPE", "usb_device", "ID_GPHOTO2", "1", "BUSNUM", "001", "DEVNUM", "008"});
-    client.list(wishes(7));
+    client.list(listOptions(7));
     Client other;
-    other.list(wishes(8));
+    other.list(listOptions(8));
     event(twin, "remove");
     waitForRemoval(other);
     EXPECT_EQ(client.events().back().event, MRB_EVENT_LIST_READY);

@@ -1,4 +1,4 @@
-#include "support/news.h"
+#include "support/change_events.h"
 
 #include <gtest/gtest.h>
 
@@ -9,30 +9,30 @@
 namespace support {
 namespace {
 
-bool isNews(const Event &event) {
+bool isChange(const Event &event) {
     return event.event == MRB_EVENT_LIST_CHANGED || event.event == MRB_EVENT_DEVICE_REMOVED;
 }
 
 } // namespace
 
-int news(Client &client) {
+int waitForChange(Client &client) {
     return client
-        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isNews(events.back()); })
+        .waitFor([](const std::vector<Event> &events) { return !events.empty() && isChange(events.back()); })
         .event;
 }
 
-std::size_t countOfNews(Client &client) {
+std::size_t changeCount(Client &client) {
     const std::vector<Event> events = client.events();
-    return static_cast<std::size_t>(std::ranges::count_if(events, isNews));
+    return static_cast<std::size_t>(std::ranges::count_if(events, isChange));
 }
 
-void waitForAllNews(const Folder &folder) {
+void waitForAllChanges(const Folder &folder) {
     static int round = 0;
     folder.folder("witness");
     Client witness;
     witness.list(folder.path("witness"));
     folder.file("witness/" + std::to_string(++round) + ".jpg");
-    EXPECT_EQ(news(witness), MRB_EVENT_LIST_CHANGED);
+    EXPECT_EQ(waitForChange(witness), MRB_EVENT_LIST_CHANGED);
 }
 
 } // namespace support

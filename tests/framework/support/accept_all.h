@@ -5,7 +5,7 @@
 namespace support {
 
 // A list that shows everything and holds nothing.
-class Everything final : public mrb::Watched {
+class AcceptAll final : public mrb::Watched {
   public:
     bool shows(std::uint8_t /*type*/) const override { return true; }
     std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {

@@ -1,4 +1,4 @@
-#include "support/told_camera.h"
+#include "support/scripted_camera.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,39 +11,39 @@ using mrb::Outcome;
 
 namespace support {
 
-struct ToldCamera::State {
+struct ScriptedCamera::State {
     std::mutex lock; // guards what follows
-    ToldCamera *camera = nullptr;
-    std::vector<std::string> asked;
-    std::optional<Outcome> pulledOut; // and what it answers since
+    ScriptedCamera *camera = nullptr;
+    std::vector<std::string> requests;
+    std::optional<Outcome> pulledOut; // the answer since then
 };
 
 namespace {
 
-// So much of a whole file is given at a time, as libgphoto2 does it.
-constexpr std::size_t PART = 64UL << 10;
+// A whole file is sent in parts of this size, as libgphoto2 does.
+constexpr std::size_t PART_SIZE = 64UL << 10;
 
-// The one that there is.
+// The one camera.
 struct Plug {
     std::mutex lock; // guards what follows
-    std::weak_ptr<ToldCamera::State> state;
+    std::weak_ptr<ScriptedCamera::State> state;
 };
 
 Plug &plug() {
-    static Plug &made = *new Plug; // Never destroyed: the library may be asked late.
+    static Plug &made = *new Plug; // Never destroyed: the library may be called late.
     return made;
 }
 
 Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "No such device."}; }
 
-// As ToldCamera::files has it.
+// As ScriptedCamera::files has it.
 std::string keyOf(const std::string &folder, const std::string &name) {
     return folder == "/" ? name : folder.substr(1) + '/' + name;
 }
 
-class Speaker final : public mrb::Camera {
+class ScriptedDriver final : public mrb::Camera {
   public:
-    explicit Speaker(std::shared_ptr<ToldCamera::State> state) : state_(std::move(state)) {}
+    explicit ScriptedDriver(std::shared_ptr<ScriptedCamera::State> state) : state_(std::move(state)) {}
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
     Outcome readSizes(mrb::CameraSizes &sizes) override {
@@ -51,22 +51,22 @@ class Speaker final : public mrb::Camera {
         std::function<Outcome(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
             return Outcome{MRB_ERR_IO, "The cable."};
         };
-        const Outcome outcome = withCamera([&](ToldCamera &camera) {
+        const Outcome outcome = withCamera([&](ScriptedCamera &camera) {
             onSizes = camera.onSizes;
             return Outcome();
         });
         return outcome.code == MRB_ERR_NONE && onSizes ? onSizes(sizes) : outcome;
     }
     Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override {
-        std::function<Outcome(const CameraQuestion &)> onQuestion;
-        Outcome outcome = withCamera([&](ToldCamera &camera) {
-            onQuestion = camera.onQuestion;
+        std::function<Outcome(const CameraRequest &)> onRequest;
+        Outcome outcome = withCamera([&](ScriptedCamera &camera) {
+            onRequest = camera.onRequest;
             return Outcome();
         });
-        if (outcome.code == MRB_ERR_NONE && onQuestion) {
-            outcome = onQuestion({"list", folder});
+        if (outcome.code == MRB_ERR_NONE && onRequest) {
+            outcome = onRequest({"list", folder});
         }
-        return outcome.code != MRB_ERR_NONE ? outcome : withCamera([&](ToldCamera &camera) {
+        return outcome.code != MRB_ERR_NONE ? outcome : withCamera([&](ScriptedCamera &camera) {
             const std::string start = keyOf(folder, "");
             for (const auto &[key, file] : camera.files) {
                 if (key.starts_with(start) && key.find('/', start.size()) == std::string::npos) {
@@ -77,7 +77,7 @@ class Speaker final : public mrb::Camera {
         });
     }
     Outcome listFolders(const std::string &folder, std::vector<std::string> &names) override {
-        return withCamera([&](ToldCamera &camera) {
+        return withCamera([&](ScriptedCamera &camera) {
             for (const auto &[key, file] : camera.files) {
                 const std::string name = key.substr(0, std::min(key.find('/'), key.size()));
                 if (folder == "/" && name.size() < key.size() &&
@@ -90,7 +90,7 @@ class Speaker final : public mrb::Camera {
     }
 
     Outcome readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
-        return withFile("facts", path, 0, [&](const ToldFile &file) {
+        return withFile("facts", path, 0, [&](const ScriptedFile &file) {
             facts = file.facts;
             return Outcome();
         });
@@ -99,8 +99,8 @@ class Speaker final : public mrb::Camera {
     Outcome readAt(const CameraPath &path, std::uint64_t offset, char *buffer, std::size_t length,
                    std::size_t &got) override {
         got = 0;
-        return withFile("piece", path, offset, [&](const ToldFile &file) {
-            ToldCamera &camera = *state_->camera;
+        return withFile("piece", path, offset, [&](const ScriptedFile &file) {
+            ScriptedCamera &camera = *state_->camera;
             if (!camera.givesPieces) {
                 return Outcome{MRB_ERR_NOT_SUPPORTED, "Whole files only."};
             }
@@ -117,7 +117,7 @@ class Speaker final : public mrb::Camera {
         }
         const bool isExif = part == mrb::CameraPart::EXIF;
         std::optional<std::string> bytes;
-        Outcome outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ToldFile &file) {
+        Outcome outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ScriptedFile &file) {
             bytes = isExif ? file.exif : file.preview;
             return bytes ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, "No such part."};
         });
@@ -130,8 +130,8 @@ class Speaker final : public mrb::Camera {
         std::string part;
         do {
             part.clear();
-            Outcome outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ToldFile &file) {
-                part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART);
+            Outcome outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
+                part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART_SIZE);
                 return Outcome();
             });
             if (outcome.code == MRB_ERR_NONE && ((isStopped_ && isStopped_()) || !take(part))) {
@@ -154,87 +154,87 @@ class Speaker final : public mrb::Camera {
         return state_->camera == nullptr ? gone() : work(*state_->camera);
     }
 
-    // `about` is kept as asked unless it is empty.
+    // `kind` is kept as asked unless it is empty.
     template <typename Work>
-    Outcome withFile(const std::string &about, const CameraPath &path, std::uint64_t offset,
+    Outcome withFile(const std::string &kind, const CameraPath &path, std::uint64_t offset,
                      const Work &work) {
         // Without the lock: what it does may make others ask.
-        std::function<Outcome(const CameraQuestion &)> onQuestion;
-        Outcome outcome = withCamera([&](ToldCamera &camera) {
-            if (!about.empty()) {
-                state_->asked.push_back(about + ' ' + path.name);
+        std::function<Outcome(const CameraRequest &)> onRequest;
+        Outcome outcome = withCamera([&](ScriptedCamera &camera) {
+            if (!kind.empty()) {
+                state_->requests.push_back(kind + ' ' + path.name);
             }
-            onQuestion = camera.onQuestion;
+            onRequest = camera.onRequest;
             return Outcome();
         });
-        if (outcome.code == MRB_ERR_NONE && onQuestion) {
-            outcome = onQuestion({about.empty() ? "whole" : about, path.name, offset});
+        if (outcome.code == MRB_ERR_NONE && onRequest) {
+            outcome = onRequest({kind.empty() ? "whole" : kind, path.name, offset});
         }
         if (outcome.code != MRB_ERR_NONE) {
             return outcome;
         }
-        return withCamera([&](ToldCamera &camera) {
+        return withCamera([&](ScriptedCamera &camera) {
             const auto file = camera.files.find(keyOf(path.folder, path.name));
             return file == camera.files.end() ? Outcome{MRB_ERR_NOT_FOUND, path.name} : work(file->second);
         });
     }
 
-    const std::shared_ptr<ToldCamera::State> state_;
+    const std::shared_ptr<ScriptedCamera::State> state_;
     IsStopped isStopped_;
 };
 
-class ToldLibrary final : public mrb::CameraLibrary {
+class ScriptedLibrary final : public mrb::CameraLibrary {
   public:
     mrb::CameraModel modelOf(const mrb::CameraAddress & /*address*/) override { return {}; }
     std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Outcome &outcome) override {
         const std::lock_guard guard(plug().lock);
-        std::shared_ptr<ToldCamera::State> state = plug().state.lock();
+        std::shared_ptr<ScriptedCamera::State> state = plug().state.lock();
         bool isThere = state != nullptr;
         if (state) {
             const std::lock_guard own(state->lock);
             isThere = !state->pulledOut;
         }
         outcome = isThere ? Outcome() : gone();
-        return isThere ? std::make_unique<Speaker>(std::move(state)) : nullptr;
+        return isThere ? std::make_unique<ScriptedDriver>(std::move(state)) : nullptr;
     }
 };
 
 } // namespace
 
-ToldFile ToldFile::of(std::string bytes) {
-    ToldFile file;
+ScriptedFile ScriptedFile::of(std::string bytes) {
+    ScriptedFile file;
     file.facts.size = static_cast<std::int64_t>(bytes.size());
     file.facts.modified = 1'700'000'000;
     file.bytes = std::move(bytes);
     return file;
 }
 
-ToldCamera::ToldCamera() : state_(std::make_shared<State>()) {
+ScriptedCamera::ScriptedCamera() : state_(std::make_shared<State>()) {
     state_->camera = this;
     const std::lock_guard guard(plug().lock);
     plug().state = state_;
 }
 
-ToldCamera::~ToldCamera() {
+ScriptedCamera::~ScriptedCamera() {
     const std::lock_guard guard(state_->lock);
     state_->camera = nullptr;
 }
 
-void ToldCamera::pullOut(Outcome answer) {
+void ScriptedCamera::pullOut(Outcome answer) {
     const std::lock_guard guard(state_->lock);
     state_->pulledOut = std::move(answer);
 }
 
-std::vector<std::string> ToldCamera::asked() const {
+std::vector<std::string> ScriptedCamera::requests() const {
     const std::lock_guard guard(state_->lock);
-    return state_->asked;
+    return state_->requests;
 }
 
-void ToldCamera::forgetAsked() {
+void ScriptedCamera::clearRequests() {
     const std::lock_guard guard(state_->lock);
-    state_->asked.clear();
+    state_->requests.clear();
 }
 
 } // namespace support
 
-mrb::CameraLibrary *told_camera_library() { return new support::ToldLibrary; }
+mrb::CameraLibrary *scripted_camera_library() { return new support::ScriptedLibrary; }

@@ -8,14 +8,14 @@
 namespace support {
 
 // Waits until the list told that something happened to its source; what it told.
-int news(Client &client);
+int waitForChange(Client &client);
 
 // How often it has.
-std::size_t countOfNews(Client &client);
+std::size_t changeCount(Client &client);
 
 // Waits until every change that was made before has been told, by a list of a sub-folder of
 // `folder`: a change is told once its source was quiet, and this witness's change is made
 // after those.
-void waitForAllNews(const Folder &folder);
+void waitForAllChanges(const Folder &folder);
 
 } // namespace support

@@ -1,4 +1,4 @@
-#include "support/told_server.h"
+#include "support/scripted_server.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 namespace support {
 namespace {
 
-constexpr int GLANCE = 20; // milliseconds
+constexpr int POLL_INTERVAL = 20; // milliseconds
 
 sockaddr_in addressOf(const char *host, int port) {
     sockaddr_in address{};
@@ -45,13 +45,13 @@ std::string between(const std::string &text, const std::string &begin, const std
     return text.substr(start, text.find(end, start) - start);
 }
 
-// The next request on a connection, with its body; empty: there is none any more.
+// The next request on a connection, with its body; empty: the client has closed it.
 std::string readRequest(int socket, const std::atomic<bool> &stopped) {
     std::string request;
     std::array<char, 4096> part{};
     while (!stopped) {
         pollfd waiting{socket, POLLIN, 0};
-        if (poll(&waiting, 1, GLANCE) == 0) {
+        if (poll(&waiting, 1, POLL_INTERVAL) == 0) {
             continue;
         }
         const ssize_t size = recv(socket, part.data(), part.size(), 0);
@@ -69,30 +69,30 @@ std::string readRequest(int socket, const std::atomic<bool> &stopped) {
     return {};
 }
 
-Asked readAsked(const std::string &request) {
-    Asked asked;
-    const std::string action = between(request, "SOAPAction: \"", "\"");
-    asked.action = action.empty() ? between(request, " ", " ") : action.substr(action.find('#') + 1);
-    asked.head = request.substr(0, request.find("\r\n\r\n") + 2);
-    asked.body = request.substr(request.find("\r\n\r\n") + 4);
-    asked.container =
-        between(request, "<ObjectID>", "</ObjectID>") + between(request, "<ContainerID>", "</ContainerID>");
-    asked.criteria = between(request, "<SearchCriteria>", "</SearchCriteria>");
-    asked.start = std::atoi(between(request, "<StartingIndex>", "<").c_str());
-    asked.count = std::atoi(between(request, "<RequestedCount>", "<").c_str());
-    return asked;
+Request parseRequest(const std::string &text) {
+    Request request;
+    const std::string action = between(text, "SOAPAction: \"", "\"");
+    request.action = action.empty() ? between(text, " ", " ") : action.substr(action.find('#') + 1);
+    request.head = text.substr(0, text.find("\r\n\r\n") + 2);
+    request.body = text.substr(text.find("\r\n\r\n") + 4);
+    request.container =
+        between(text, "<ObjectID>", "</ObjectID>") + between(text, "<ContainerID>", "</ContainerID>");
+    request.criteria = between(text, "<SearchCriteria>", "</SearchCriteria>");
+    request.start = std::atoi(between(text, "<StartingIndex>", "<").c_str());
+    request.count = std::atoi(between(text, "<RequestedCount>", "<").c_str());
+    return request;
 }
 
 } // namespace
 
-bool Wire::send(std::string_view bytes) const {
+bool Connection::send(std::string_view bytes) const {
     while (!bytes.empty() && !stopped_) {
         pollfd waiting{socket_, POLLOUT | POLLRDHUP, 0};
-        if (poll(&waiting, 1, GLANCE) == 0) {
+        if (poll(&waiting, 1, POLL_INTERVAL) == 0) {
             continue;
         }
         if ((waiting.revents & POLLRDHUP) != 0) {
-            return false; // and what was not read yet never will be
+            return false; // the client reads no further
         }
         const ssize_t size = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (size <= 0) {
@@ -103,17 +103,17 @@ bool Wire::send(std::string_view bytes) const {
     return !stopped_;
 }
 
-void Wire::wait() const {
+void Connection::wait() const {
     while (!stopped_) {
         pollfd waiting{socket_, POLLIN | POLLRDHUP, 0};
-        if (poll(&waiting, 1, GLANCE) > 0) {
+        if (poll(&waiting, 1, POLL_INTERVAL) > 0) {
             return;
         }
     }
 }
 
-ToldServer::ToldServer(Answer answer, std::string control, Describe describe, std::string id)
-    : answer_(std::move(answer)), control_(std::move(control)), describe_(std::move(describe)),
+ScriptedServer::ScriptedServer(Handler handler, std::string control, Describe describe, std::string id)
+    : handler_(std::move(handler)), control_(std::move(control)), describe_(std::move(describe)),
       id_(std::move(id)), listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address = addressOf("127.0.0.1", 0);
     socklen_t length = sizeof address;
@@ -124,55 +124,55 @@ ToldServer::ToldServer(Answer answer, std::string control, Describe describe, st
     thread_ = std::thread([this] { serve(); });
 }
 
-ToldServer::~ToldServer() {
+ScriptedServer::~ScriptedServer() {
     stopped_ = true;
     thread_.join();
     close(listening_);
 }
 
-void ToldServer::serve() {
-    struct Connection {
+void ScriptedServer::serve() {
+    struct Worker {
         std::thread thread;
         std::atomic<bool> isOver = false;
     };
-    std::list<Connection> connections;
+    std::list<Worker> workers;
     while (!stopped_) {
         pollfd waiting{listening_, POLLIN, 0};
-        if (poll(&waiting, 1, GLANCE) > 0) {
+        if (poll(&waiting, 1, POLL_INTERVAL) > 0) {
             const int socket = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
-            Connection &connection = connections.emplace_back();
-            connection.thread = std::thread([this, socket, &connection] {
+            Worker &worker = workers.emplace_back();
+            worker.thread = std::thread([this, socket, &worker] {
                 serve(socket);
-                connection.isOver = true;
+                worker.isOver = true;
             });
         }
-        connections.remove_if([](Connection &connection) {
-            const bool isOver = connection.isOver;
+        workers.remove_if([](Worker &worker) {
+            const bool isOver = worker.isOver;
             if (isOver) {
-                connection.thread.join();
+                worker.thread.join();
             }
             return isOver;
         });
     }
-    for (Connection &connection : connections) {
-        connection.thread.join();
+    for (Worker &worker : workers) {
+        worker.thread.join();
     }
 }
 
-void ToldServer::serve(int socket) {
-    for (std::string request; !(request = readRequest(socket, stopped_)).empty();) {
-        const Asked asked = readAsked(request);
-        const Wire wire(socket, stopped_);
-        if (asked.action == "/description.xml" && describe_) {
-            describe_(wire);
+void ScriptedServer::serve(int socket) {
+    for (std::string text; !(text = readRequest(socket, stopped_)).empty();) {
+        const Request request = parseRequest(text);
+        const Connection connection(socket, stopped_);
+        if (request.action == "/description.xml" && describe_) {
+            describe_(connection);
             break;
         }
-        if (asked.action == "/description.xml") {
-            wire.send(httpOf(
+        if (request.action == "/description.xml") {
+            connection.send(httpResponse(
                 "200 OK", std::string(R"(<?xml version="1.0"?><root xmlns="urn:schemas-upnp-org:device-1-0">)"
                                       R"(<specVersion><major>1</major><minor>0</minor></specVersion><device>)"
                                       "<deviceType>urn:schemas-upnp-org:device:MediaServer:1</"
-                                      "deviceType><friendlyName>Told</friendlyName>"
+                                      "deviceType><friendlyName>Scripted</friendlyName>"
                                       "<manufacturer>none</manufacturer><modelName>none</modelName><UDN>") +
                               id_ +
                               "</UDN><serviceList><service>"
@@ -183,14 +183,14 @@ void ToldServer::serve(int socket) {
                               "</controlURL><eventSubURL>/events</eventSubURL></service></serviceList></"
                               "device></root>"));
         } else {
-            answer_(asked, wire);
-            break; // whatever was sent ends here
+            handler_(request, connection);
+            break; // the handler may send less than a whole response
         }
     }
     close(socket);
 }
 
-void ToldServer::notify(const std::string &state) const {
+void ScriptedServer::notify(const std::string &state) const {
     const int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const sockaddr_in own = addressOf("127.0.0.1", 0);
     setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr, sizeof own.sin_addr);
@@ -207,22 +207,22 @@ void ToldServer::notify(const std::string &state) const {
     close(sender);
 }
 
-std::string httpOf(const std::string &status, const std::string &body, const std::string &more) {
+std::string httpResponse(const std::string &status, const std::string &body, const std::string &more) {
     return "HTTP/1.1 " + status + "\r\nContent-Type: text/xml; charset=\"utf-8\"\r\n" + more +
            "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
 }
 
-std::string responseOf(const Asked &asked, const std::string &arguments) {
-    const std::string name = "u:" + asked.action + "Response";
-    return httpOf("200 OK",
-                  R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
+std::string soapResponse(const Request &request, const std::string &arguments) {
+    const std::string name = "u:" + request.action + "Response";
+    return httpResponse(
+        "200 OK", R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
                   "<s:Body><" +
                       name + R"( xmlns:u="urn:schemas-upnp-org:service:ContentDirectory:1">)" + arguments +
                       "</" + name + "></s:Body></s:Envelope>");
 }
 
-std::string refusalOf(int number) {
-    return httpOf(
+std::string soapFault(int number) {
+    return httpResponse(
         "500 Internal Server Error",
         R"(<?xml version="1.0"?><s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/">)"
         "<s:Body><s:Fault><faultcode>s:Client</faultcode><faultstring>UPnPError</faultstring><detail>"
@@ -232,8 +232,8 @@ std::string refusalOf(int number) {
             "</s:Body></s:Envelope>");
 }
 
-std::string argumentOf(const Asked &asked, const std::string &name) {
-    return between(asked.body, "<" + name + ">", "</" + name + ">");
+std::string argumentOf(const Request &request, const std::string &name) {
+    return between(request.body, "<" + name + ">", "</" + name + ">");
 }
 
 std::string fetch(const std::string &url) {
@@ -258,10 +258,10 @@ std::string fetch(const std::string &url) {
     return answer.starts_with("HTTP/1.1 200") ? answer.substr(head + 4) : std::string();
 }
 
-std::string answerOf(const Asked &asked, const std::string &didl, int returned, int total) {
-    return responseOf(asked, "<Result>" + escaped(didl) + "</Result><NumberReturned>" +
-                                 std::to_string(returned) + "</NumberReturned><TotalMatches>" +
-                                 std::to_string(total) + "</TotalMatches><UpdateID>1</UpdateID>");
+std::string browseResponse(const Request &request, const std::string &didl, int returned, int total) {
+    return soapResponse(request, "<Result>" + escaped(didl) + "</Result><NumberReturned>" +
+                                     std::to_string(returned) + "</NumberReturned><TotalMatches>" +
+                                     std::to_string(total) + "</TotalMatches><UpdateID>1</UpdateID>");
 }
 
 std::string didlOf(const std::string &objects) {
