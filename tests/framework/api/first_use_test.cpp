@@ -1,6 +1,6 @@
 // Two parts of the framework that are used for the first time at once, each of which loads
-// libraries of its own: both come to their end, in whatever order they begin. Every trial is
-// a process of its own.
+// libraries of its own: both finish, in whatever order they begin. Every trial is a process of
+// its own.
 
 #include <gtest/gtest.h>
 
@@ -43,7 +43,7 @@ class FirstUse : public testing::TestWithParam<std::pair<const char *, const cha
 TEST_P(FirstUse, OfTwoAtOnceBothComeToTheirEnd) {
     constexpr int AT_ONCE = 4;
     constexpr unsigned LONGEST = 10'000; // microseconds between the two
-    constexpr unsigned STEP = 7919;      // which has them differ from trial to trial
+    constexpr unsigned STEP = 7919;      // so that the delays differ from trial to trial
     const auto [one, other] = GetParam();
     const int all = support::repetitions(8, 200); // of each pair
     std::vector<std::future<void>> lines;

@@ -12,7 +12,7 @@
 using support::Client;
 using support::Folder;
 
-TEST(Item, AFileTellsNamePathTypeSizeTimesAndMimeType) {
+TEST(Item, AFileHasNamePathTypeSizeTimesAndMimeType) {
     const Folder folder;
     folder.file("trip/beach.jpg", 1234);
     folder.setModified("trip/beach.jpg", 1'700'000'000);

@@ -21,7 +21,7 @@ using support::storageId;
 
 namespace {
 
-// Calls a function that hands out a text; the code and the text, or "" without one.
+// Calls a function that returns a text; the code and the text, or "" without one.
 template <typename Call>
 std::pair<int, std::string> textOf(Call &&call) {
     char *text = nullptr;

@@ -44,8 +44,8 @@ class Dice {
     std::minstd_rand random_;
 };
 
-// A library that a thread of its own turns over until it is told to stop. The
-// library is there in the end.
+// A library of media that a thread changes at random until it is stopped. The library
+// exists at the end.
 class Upheaval {
   public:
     Upheaval(const Folder &place, unsigned seed) : place_(place), dice_(seed) {
@@ -112,7 +112,7 @@ class Upheaval {
     std::thread thread_;
 };
 
-// One script's worth of lists, asked this and that by one thread.
+// One script's worth of lists, on which one thread calls functions.
 class Visitor {
   public:
     Visitor(std::string library, unsigned seed) : library_(std::move(library)), dice_(seed), clients_(3) {}
@@ -120,7 +120,7 @@ class Visitor {
     void command() {
         client_ = &*std::next(clients_.begin(), dice_(static_cast<int>(clients_.size())));
         static constexpr void (Visitor::*COMMANDS[])() = {
-            &Visitor::openAnew,    &Visitor::cancel,   &Visitor::close,    &Visitor::setStyle,
+            &Visitor::reopen,    &Visitor::cancel,   &Visitor::close,    &Visitor::setStyle,
             &Visitor::setStyle,    &Visitor::navigate, &Visitor::navigate, &Visitor::navigate,
             &Visitor::askNumbers,  &Visitor::readItem, &Visitor::readItem, &Visitor::moveCursor,
             &Visitor::findItem,    &Visitor::play,     &Visitor::rate,     &Visitor::identify,
@@ -130,7 +130,7 @@ class Visitor {
     }
 
   private:
-    // Every code is one that the functions are known to give.
+    // Every code is one that the functions are documented to return.
     static bool works(int code) {
         EXPECT_LE(code, MRB_ERR_NONE);
         EXPECT_GE(code, MRB_ERR_CORRUPT);
@@ -152,7 +152,7 @@ class Visitor {
 
     [[nodiscard]] mrb_agent_handler_h handle() const { return client_->handle; }
 
-    void openAnew() {
+    void reopen() {
         static const char *const TYPES[] = {"", "IMAGE", "FOLDER", "ALL"};
         static const char *const SORTS[] = {"", "NAME", "DATE DESC", "SIZE-", "TYPE"};
         static const char *const WORDS[] = {"", "", "1"};
@@ -288,9 +288,9 @@ bool watchesAreGone() {
 
 } // namespace
 
-class Random : public testing::TestWithParam<unsigned> {};
+class RandomCommands : public testing::TestWithParam<unsigned> {};
 
-TEST_P(Random, CommandsFromThreeThreadsWhileTheFolderChanges) {
+TEST_P(RandomCommands, CommandsFromThreeThreadsWhileTheFolderChanges) {
     constexpr int COMMANDS = 1000;
     const Folder place;
     place.pictures(1, FILES);
@@ -309,7 +309,7 @@ TEST_P(Random, CommandsFromThreeThreadsWhileTheFolderChanges) {
     upheaval.end();
     ASSERT_TRUE(watchesAreGone());
 
-    // Whatever happened, changes and removals are still announced.
+    // Changes and removals are still reported afterwards.
     Client client;
     EXPECT_EQ(client.list(place.path("library")).event, MRB_EVENT_LIST_READY);
     const auto until = [&](mrb_event_e wanted) {
@@ -321,5 +321,5 @@ TEST_P(Random, CommandsFromThreeThreadsWhileTheFolderChanges) {
     until(MRB_EVENT_DEVICE_REMOVED);
 }
 
-// A failing run names its seed; put that here to see it again.
-INSTANTIATE_TEST_SUITE_P(Seed, Random, testing::Values(1, 2, 3), testing::PrintToStringParamName());
+// A failing run prints its seed; put that here to repeat it.
+INSTANTIATE_TEST_SUITE_P(Seed, RandomCommands, testing::Values(1, 2, 3), testing::PrintToStringParamName());

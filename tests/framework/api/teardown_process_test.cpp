@@ -1,4 +1,4 @@
-// A process ends whatever its lists are doing. Each test's process is a child.
+// A process ends while its lists, copies and devices are under way. Each test's process is a child.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@
 
 namespace {
 
-// Lists that nobody closes: what a script leaves open when it ends.
+// Lists that are never closed: what a script leaves open when it ends.
 support::Client &forgotten() {
     static auto &client = *new support::Client;
     return client;
@@ -29,9 +29,9 @@ support::Client &forgotten() {
 
 // Each test with a folder that parent and child share: the child runs the test
 // from its beginning, and never reaches its end, where folders are removed.
-class Exit : public testing::Test {
+class TeardownProcess : public testing::Test {
   protected:
-    Exit() {
+    TeardownProcess() {
         const char *inherited = std::getenv(VARIABLE);
         if (inherited == nullptr) {
             owned_ = std::make_unique<support::Folder>();
@@ -39,10 +39,10 @@ class Exit : public testing::Test {
             setenv(VARIABLE, owned_->path().c_str(), 1);
         }
         path = std::getenv(VARIABLE);
-        // A child of a process with threads must begin anew, not continue as a copy.
+        // A child of a process with threads must start afresh, not continue as a copy.
         GTEST_FLAG_SET(death_test_style, "threadsafe");
     }
-    ~Exit() override { unsetenv(VARIABLE); }
+    ~TeardownProcess() override { unsetenv(VARIABLE); }
 
     std::string path;
 
@@ -53,7 +53,7 @@ class Exit : public testing::Test {
 
 } // namespace
 
-TEST_F(Exit, AProcessMayEndDuringAScan) {
+TEST_F(TeardownProcess, AProcessMayEndDuringAScan) {
     EXPECT_EXIT(
         {
             forgotten().open(path);
@@ -62,7 +62,7 @@ TEST_F(Exit, AProcessMayEndDuringAScan) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, AProcessMayEndWhileItsFoldersAreWatchedAndChange) {
+TEST_F(TeardownProcess, AProcessMayEndWhileItsFoldersAreWatchedAndChange) {
     EXPECT_EXIT(
         {
             forgotten().list(path);
@@ -75,7 +75,7 @@ TEST_F(Exit, AProcessMayEndWhileItsFoldersAreWatchedAndChange) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, AProcessMayEndDuringACopyAndLeavesWholeFilesOnly) {
+TEST_F(TeardownProcess, AProcessMayEndDuringACopyAndLeavesWholeFilesOnly) {
     const std::string media = path + "/media";
     const std::string copies = path + "/copies";
     if (std::filesystem::create_directory(copies)) {
@@ -99,7 +99,7 @@ TEST_F(Exit, AProcessMayEndDuringACopyAndLeavesWholeFilesOnly) {
     }
 }
 
-TEST_F(Exit, AProcessMayEndInsideACallback) {
+TEST_F(TeardownProcess, AProcessMayEndInsideACallback) {
     EXPECT_EXIT(
         {
             forgotten().onEvent = [](const support::Event & /*event*/) { std::exit(7); };
@@ -109,8 +109,8 @@ TEST_F(Exit, AProcessMayEndInsideACallback) {
         testing::ExitedWithCode(7), "");
 }
 
-// As one that was stopped in the midst of creating the file.
-TEST_F(Exit, AProcessMayEndWhileAnotherOneHoldsItsCache) {
+// As after a program that was stopped while it created the file.
+TEST_F(TeardownProcess, AProcessMayEndWhileAnotherOneHoldsItsCache) {
     EXPECT_EXIT(
         {
             const std::string lock = std::string(std::getenv("MRB_CACHE_FOLDER")) + "/lock";
@@ -133,7 +133,7 @@ TEST_F(Exit, AProcessMayEndWhileAnotherOneHoldsItsCache) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, ACallbackThatNeverReturnsHoldsTheEndUpForABoundedTime) {
+TEST_F(TeardownProcess, ACallbackThatNeverReturnsDelaysTheExitForABoundedTime) {
     EXPECT_EXIT(
         {
             std::promise<void> entered;
@@ -149,7 +149,7 @@ TEST_F(Exit, ACallbackThatNeverReturnsHoldsTheEndUpForABoundedTime) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, CallsAfterTheEndAreRefusedNotFatal) {
+TEST_F(TeardownProcess, CallsAfterTheEndAreRefusedNotFatal) {
     EXPECT_EXIT(
         {
             // Registered before the framework is first used, so it runs after its end.
@@ -166,7 +166,7 @@ TEST_F(Exit, CallsAfterTheEndAreRefusedNotFatal) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
+TEST_F(TeardownProcess, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
     for (const bool inside : {false, true}) {
         SCOPED_TRACE(inside);
         EXPECT_EXIT(
@@ -174,17 +174,17 @@ TEST_F(Exit, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
                 const std::string device = path + "/offered";
                 setenv("MRB_DEVICES", device.c_str(), 1);
                 static bool endsInside = inside;
-                static auto &told = *new std::promise<void>; // main waits on it to the end
+                static auto &notified = *new std::promise<void>; // main waits on it to the end
                 mrb_set_usb_callback(
                     [](void *, mrb_storage_event_e, _mrb_storage_s *&) {
                         if (endsInside) {
                             std::exit(7);
                         }
-                        told.set_value();
+                        notified.set_value();
                     },
                     nullptr);
                 std::filesystem::create_directory(device);
-                told.get_future().wait_for(support::LIMIT);
+                notified.get_future().wait_for(support::LIMIT);
                 std::exit(7);
             },
             testing::ExitedWithCode(7), "");
@@ -192,7 +192,7 @@ TEST_F(Exit, AProcessMayEndWhileItListensForDevicesAndInsideTheirCallback) {
     }
 }
 
-TEST_F(Exit, DeviceCallsAfterTheEndAreRefusedNotFatal) {
+TEST_F(TeardownProcess, DeviceCallsAfterTheEndAreRefusedNotFatal) {
     EXPECT_EXIT(
         {
             const auto set = [] {
@@ -207,11 +207,11 @@ TEST_F(Exit, DeviceCallsAfterTheEndAreRefusedNotFatal) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(Exit, EventsAreWholeToTheLast) {
+TEST_F(TeardownProcess, EventsAreWholeToTheLast) {
     EXPECT_EXIT(
         {
-            // The framework is there, and nothing yet that it makes when it is first
-            // needed: all of that would be destroyed before `late` is.
+            // The framework exists, but nothing that it creates on first use: all of that would
+            // be destroyed before `late` is.
             mrb_disconnect_v2(1);
             static const struct Late {
                 std::string path;
@@ -228,10 +228,10 @@ TEST_F(Exit, EventsAreWholeToTheLast) {
 
 // Sanitizers do not allow the modules to be loaded in the way that this takes.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(Exit, NothingThatAModuleBringsAlongIsTornDownUnderItsThreads) {
+TEST_F(TeardownProcess, NothingThatAModuleLinksIsTornDownUnderItsThreads) {
     const support::Folder work;
     work.folder("copies");
-    // The loader writes down what it finds where.
+    // The loader writes down where it finds which symbol.
     support::shell(work.path(), "env LD_DEBUG=bindings LD_DEBUG_OUTPUT=bindings " COPY_PROGRAM " " + path +
                                     " " + work.path("copies") + " look");
     std::size_t forgotten = 0;

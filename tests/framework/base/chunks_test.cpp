@@ -1,4 +1,4 @@
-// What keeps many things in little memory: chunks, keys of names, the order of a folder.
+// Containers that keep many things in little memory: chunks, name keys, the order of a folder.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -134,7 +134,7 @@ TEST(NameKeys, ALongNamesKeyIsCutOff) {
 TEST(FolderOrder, TheFirstAreThoseThatStandFirstInTheEnd) {
     mrb::NaturalOrder order;
     std::vector<std::string> names = someNames(5'000);
-    // As file systems tell them: at random, sorted, in reverse.
+    // As file systems return them: at random, sorted, in reverse.
     for (int turn = 0; turn < 3; ++turn) {
         if (turn > 0) {
             std::ranges::sort(names, {}, [&](const std::string &name) { return order.key(name); });

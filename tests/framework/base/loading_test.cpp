@@ -1,4 +1,4 @@
-// The turns in which libraries are loaded.
+// The lock under which libraries are loaded, one thread at a time.
 
 #include "base/loading.h"
 

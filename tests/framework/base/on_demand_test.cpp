@@ -1,4 +1,4 @@
-// What the process makes when it is first asked for.
+// Objects that the process creates on first use.
 
 #include "base/on_demand.h"
 
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-TEST(OnDemand, IsMadeOnce) {
+TEST(OnDemand, IsCreatedOnce) {
     mrb::OnDemand<int> number;
     int made = 0;
     int kept = 7;
@@ -23,7 +23,7 @@ TEST(OnDemand, IsMadeOnce) {
     EXPECT_EQ(made, 1);
 }
 
-TEST(OnDemand, AFailureIsToldAndTriedAgain) {
+TEST(OnDemand, AFailureIsReturnedAndRetried) {
     mrb::OnDemand<int> number;
     int kept = 7;
     EXPECT_THROW((void)number.get([]() -> int * { throw std::runtime_error("no more files"); }),
@@ -31,7 +31,7 @@ TEST(OnDemand, AFailureIsToldAndTriedAgain) {
     EXPECT_EQ(number.get([&] { return &kept; }), 7);
 }
 
-TEST(OnDemand, WhoWaitsWhileItFailsGoesOn) {
+TEST(OnDemand, WaitersContinueAfterAFailure) {
     constexpr int ROUNDS = 200;
     constexpr int THREADS = 4;
     for (int round = 0; round < ROUNDS; ++round) {

@@ -1,4 +1,4 @@
-// The end of a process in which something hangs. Each test's process is a child.
+// The exit of a process in which a thread or a handler hangs. Each test's process is a child.
 
 #include "base/process_exit.h"
 
@@ -26,7 +26,7 @@ bool finishNever(std::chrono::steady_clock::time_point /*deadline*/) {
     return true;
 }
 bool finishAtOnce(std::chrono::steady_clock::time_point /*deadline*/) { return true; }
-bool leaveBehind(std::chrono::steady_clock::time_point /*deadline*/) { return false; }
+bool failToFinish(std::chrono::steady_clock::time_point /*deadline*/) { return false; }
 
 } // namespace
 
@@ -39,11 +39,11 @@ TEST_F(ProcessExit, WhatDoesNotReturnIsCutOffWithTheStatusOfTheProcess) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ProcessExit, AHandlerOfOthersThatHangsIsCutOffWhereSomethingWasLeftBehind) {
+TEST_F(ProcessExit, AForeignHandlerThatHangsIsCutOffWhereAThreadWasDetached) {
     EXPECT_EXIT(
         {
             std::atexit(hang);
-            mrb::finishAtExit(leaveBehind);
+            mrb::finishAtExit(failToFinish);
             std::exit(7);
         },
         testing::ExitedWithCode(7), "");
@@ -66,7 +66,7 @@ TEST_F(ProcessExit, AProcessInWhichAThreadStillLoadsIsCutOff) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ProcessExit, TheHandlersOfOthersHaveTheirTimeWhereAllHasEnded) {
+TEST_F(ProcessExit, ForeignHandlersHaveTheirTimeWhereAllThreadsEnded) {
     EXPECT_EXIT(
         {
             std::atexit([] {

@@ -1,4 +1,4 @@
-// Calls that are left behind when they do not return in time.
+// Calls whose threads are detached when they do not return in time.
 
 #include "base/timed_calls.h"
 
@@ -70,7 +70,7 @@ TEST_F(TimedCallsTest, AreOverWhenTheyReturnInTime) {
     }
 }
 
-TEST_F(TimedCallsTest, ThatHangAreMadeOnceAndHoldNoOtherUp) {
+TEST_F(TimedCallsTest, ThatHangAreMadeOnceAndBlockNoOther) {
     for (int round = 0; round < 100; ++round) {
         EXPECT_FALSE(hang("a"));
     }

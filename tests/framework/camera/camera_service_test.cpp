@@ -1,5 +1,5 @@
-// The threads of cameras: turns, limits, and cameras that hang, fail or are held by others.
-// The cameras here are the tests' own, since no real one does such things when it should.
+// The threads of cameras: order, timeouts, and cameras that hang, fail or are claimed by others.
+// The cameras are scripted, since no real one does such things on request.
 
 #include <gtest/gtest.h>
 
@@ -48,7 +48,7 @@ class TestCamera final : public Camera {
         return {};
     }
 
-    // Works, and shows that it does, until it is told to stop.
+    // Works, and reports progress, until it is cancelled.
     Outcome workUntilStopped() const {
         while (!isStopped_()) {
             std::this_thread::yield();
@@ -84,7 +84,7 @@ class CameraServiceTest : public testing::Test {
   protected:
     static constexpr milliseconds LONG = support::LIMIT;
 
-    // True as soon as `fact` is; false when it does not come.
+    // True as soon as `fact` is; false at the timeout.
     template <typename Fact>
     static bool comes(Fact fact) {
         const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
@@ -131,7 +131,7 @@ TEST_F(CameraServiceTest, ACameraHasOneThreadAndIsOpenedOnce) {
     EXPECT_EQ(library.opened, 1);
 }
 
-TEST_F(CameraServiceTest, WhatIsAskedOfACameraWaitsForWhatWasAskedBefore) {
+TEST_F(CameraServiceTest, RequestsToACameraAreServedInOrder) {
     CameraService &cameras = service();
     std::latch go(1);
     std::string order;
@@ -152,7 +152,7 @@ TEST_F(CameraServiceTest, WhatIsAskedOfACameraWaitsForWhatWasAskedBefore) {
     EXPECT_EQ(order, "ab");
 }
 
-TEST_F(CameraServiceTest, ACameraIsLetGoSoonAfterItsLastWork) {
+TEST_F(CameraServiceTest, ACameraIsReleasedSoonAfterItsLastRequest) {
     CameraService &cameras = service(LONG, milliseconds(1));
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
     EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
@@ -160,9 +160,9 @@ TEST_F(CameraServiceTest, ACameraIsLetGoSoonAfterItsLastWork) {
     EXPECT_EQ(library.opened, 2);
 }
 
-TEST_F(CameraServiceTest, ARefreshOpensItAnew) {
+TEST_F(CameraServiceTest, ARefreshReopensIt) {
     CameraService &cameras = service();
-    cameras.refresh(one); // there is nothing to refresh
+    cameras.refresh(one); // no effect: the camera is not open
     cameras.run(one, nothing);
     cameras.refresh(one);
     cameras.run(one, nothing);
@@ -171,7 +171,7 @@ TEST_F(CameraServiceTest, ARefreshOpensItAnew) {
     EXPECT_EQ(library.nowOpen, 1);
 }
 
-TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsSaysSoToAllWhoAsk) {
+TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsIsBusyForAllCallers) {
     library.refusal = {MRB_ERR_BUSY, "Could not claim the USB device"};
     CameraService &cameras = service();
     for (int round = 0; round < 3; ++round) {
@@ -183,14 +183,14 @@ TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsSaysSoToAllWhoAsk) {
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE) << "it was given back";
 }
 
-TEST_F(CameraServiceTest, OneThatFailedIsOpenedAnew) {
+TEST_F(CameraServiceTest, OneThatFailedIsReopened) {
     CameraService &cameras = service();
     EXPECT_EQ(cameras.run(one, [](Camera &) { return Outcome{MRB_ERR_IO, "cable"}; }).message, "cable");
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
     EXPECT_EQ(library.opened, 2);
 }
 
-// Each driver has words of its own for a transfer to what is not there.
+// Each driver has an error of its own for a transfer to a missing camera.
 TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
     CameraService &cameras = service();
     for (const int words : {MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED}) {
@@ -204,7 +204,7 @@ TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
     }
 }
 
-// A file that is not there is asked for often; to open a camera takes long.
+// Requests for missing files are common; opening a camera is slow.
 TEST_F(CameraServiceTest, OneThatMissesAFileAndAnswersStaysOpen) {
     CameraService &cameras = service();
     EXPECT_EQ(cameras.run(one,
@@ -251,7 +251,7 @@ TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
     EXPECT_EQ(worked, notified);
 }
 
-TEST_F(CameraServiceTest, OneThatHangsIsWaitedForOnlySoLong) {
+TEST_F(CameraServiceTest, OneThatHangsIsWaitedForUntilTheTimeout) {
     CameraService &cameras = service(milliseconds(50));
     std::latch answer(1);
     const Outcome outcome = cameras.run(one, [&answer](Camera & /*camera*/) {
@@ -260,15 +260,15 @@ TEST_F(CameraServiceTest, OneThatHangsIsWaitedForOnlySoLong) {
     });
     EXPECT_EQ(outcome.code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(outcome.message, "The camera does not answer.");
-    // Who comes next does not wait again.
+    // The next caller does not wait again.
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_TIMEOUT);
-    // Another camera is not held up.
+    // Another camera is not blocked.
     EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
     answer.count_down();
     EXPECT_TRUE(comes([&] { return cameras.run(one, nothing).code == MRB_ERR_NONE; }));
 }
 
-TEST_F(CameraServiceTest, WhoHasLittlePatienceDoesNotFindOutAnewThatOneHangs) {
+TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
     CameraService &cameras = service(LONG);
     std::latch answer(1);
     const auto hangs = cameras.start(one, [&answer](Camera & /*camera*/) {
@@ -291,7 +291,7 @@ TEST_F(CameraServiceTest, OneThatWorksLongIsNotTakenForOneThatHangs) {
     EXPECT_EQ(outcome.code, MRB_ERR_CANCELLED);
 }
 
-TEST_F(CameraServiceTest, WhatIsNotWantedAnyMoreEndsAndWhatWaitsBehindItIsDone) {
+TEST_F(CameraServiceTest, ACancelledRequestEndsAndTheNextOneIsServed) {
     CameraService &cameras = service();
     std::atomic<bool> isStopped = false;
     std::latch begun(1);
@@ -311,7 +311,7 @@ TEST_F(CameraServiceTest, WhatIsNotWantedAnyMoreEndsAndWhatWaitsBehindItIsDone) 
     EXPECT_EQ(next.get().code, MRB_ERR_NONE);
 }
 
-TEST_F(CameraServiceTest, AShutDownEndsWhatIsUnderWayAndLetsCamerasGo) {
+TEST_F(CameraServiceTest, AShutdownCancelsRequestsAndReleasesCameras) {
     CameraService &cameras = service();
     const auto task = cameras.start(
         one, [](Camera &camera) { return dynamic_cast<TestCamera &>(camera).workUntilStopped(); });
@@ -321,7 +321,7 @@ TEST_F(CameraServiceTest, AShutDownEndsWhatIsUnderWayAndLetsCamerasGo) {
     EXPECT_EQ(library.nowOpen, 0);
 }
 
-TEST_F(CameraServiceTest, AShutDownLeavesOneThatHangsBehind) {
+TEST_F(CameraServiceTest, AShutdownDetachesTheThreadOfOneThatHangs) {
     std::latch answer(1);
     std::latch gone(1);
     struct AtEnd {
@@ -338,7 +338,7 @@ TEST_F(CameraServiceTest, AShutDownLeavesOneThatHangsBehind) {
         cameras.shutDown(std::chrono::steady_clock::now() + milliseconds(20));
     }
     answer.count_down();
-    gone.wait(); // what it used is released by whoever hung
+    gone.wait(); // the thread that hung releases what it used
     EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
 }
 

@@ -1,4 +1,4 @@
-// Cameras as libgphoto2 knows them: what they are called and what they have room for.
+// Cameras as libgphoto2 reports them: their names and sizes.
 
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
@@ -37,7 +37,7 @@ class CameraTest : public support::PluggedDevices {
     }
 };
 
-// What was written to the standard error meanwhile.
+// What was written to the standard error while it lives.
 template <typename Work>
 std::string logOf(Work work) {
     testing::internal::CaptureStderr();
@@ -55,7 +55,7 @@ std::size_t times(const std::string &text, const std::string &part) {
 
 } // namespace
 
-TEST_F(CameraTest, IsToldAtOnceAndThenCalledAsItsMakerDoes) {
+TEST_F(CameraTest, IsReportedAtOnceAndThenRenamedToItsModel) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -74,7 +74,7 @@ TEST_F(CameraTest, IsToldAtOnceAndThenCalledAsItsMakerDoes) {
     support::awaitCameraThreads();
 }
 
-// As a script that looks what is there and ends. Sanitizers do not allow the libraries of
+// As a script that lists the devices and ends. Sanitizers do not allow the libraries of
 // the drivers to be loaded in the way that this takes.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(CameraTest, MayBeLoadingItsDriversWhenTheProcessEnds) {
@@ -83,16 +83,16 @@ TEST_F(CameraTest, MayBeLoadingItsDriversWhenTheProcessEnds) {
     }
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     if (std::getenv("UMOCKDEV_DIR") == nullptr) {
-        addCamera(); // which the processes below inherit
+        addCamera(); // inherited by the processes below
     }
     for (int pause = 0; pause < 60; pause += 4) {
         SCOPED_TRACE(pause);
         EXPECT_EXIT(
             {
-                static const auto &listener = *new DeviceListener; // nobody stops listening
+                static const auto &listener = *new DeviceListener; // never stops listening
                 static_cast<void>(listener);
                 cameras();
-                // Not for luck: each moment of the loading is to be met.
+                // Not a wait for luck: the exits are spread over the time of the loading.
                 std::this_thread::sleep_for(std::chrono::milliseconds(pause));
                 std::exit(7);
             },
@@ -101,7 +101,7 @@ TEST_F(CameraTest, MayBeLoadingItsDriversWhenTheProcessEnds) {
 }
 #endif
 
-TEST_F(CameraTest, KeepsItsNameWhateverUdevSaysOfItLater) {
+TEST_F(CameraTest, KeepsItsNameWhateverUdevReportsLater) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -120,11 +120,11 @@ TEST_F(CameraTest, KeepsItsNameWhateverUdevSaysOfItLater) {
     EXPECT_EQ(events[2].record.name, "Canon Digital IXUS 132");
 }
 
-TEST_F(CameraTest, ThatNobodyCanSpeakWithIsAsUdevKnowsItAndALineInTheLog) {
+TEST_F(CameraTest, WithoutADriverHasItsNameOfUdevAndALineInTheLog) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
-    addCamera(); // which is not there for libgphoto2
+    addCamera(); // libgphoto2 does not find it
     const std::string log = logOf([] {
         for (int round = 0; round < 3; ++round) {
             const auto found = cameras();
@@ -138,12 +138,12 @@ TEST_F(CameraTest, ThatNobodyCanSpeakWithIsAsUdevKnowsItAndALineInTheLog) {
     EXPECT_EQ(times(log, "does not tell what it has room for: usb:001,007: "), 1U) << log;
 }
 
-TEST_F(CameraTest, AThousandArrivalsAndRemovalsAreEachToldOnce) {
+TEST_F(CameraTest, AThousandArrivalsAndRemovalsAreEachReportedOnce) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
     constexpr std::size_t NUMBER = 1000;
-    constexpr std::size_t AT_ONCE = 4; // The testbed holds no more, and gives up when it must.
+    constexpr std::size_t AT_ONCE = 4; // the testbed holds no more
     const std::string camera = addCamera("0000", "0000");
     event(camera, "add");
     DeviceListener listener;
@@ -170,7 +170,7 @@ TEST_F(CameraTest, ModelsAreKnownByTheirNumbers) {
     EXPECT_EQ(other.driver, "USB PTP Class Camera");
 }
 
-TEST_F(CameraTest, AFolderTellsWhatItsFileSystemHasRoomFor) {
+TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
     const support::Folder folder;
     mrb::Outcome outcome;
     const auto camera = library().open(folderCamera(folder), outcome);
@@ -186,7 +186,7 @@ TEST_F(CameraTest, AFolderTellsWhatItsFileSystemHasRoomFor) {
     EXPECT_LE(sizes.available, sizes.total);
 }
 
-TEST_F(CameraTest, IsOpenedAndLetGoAgainAndAgain) {
+TEST_F(CameraTest, IsOpenedAndReleasedManyTimes) {
     const support::Folder folder;
     for (int round = 0; round < 20; ++round) {
         mrb::Outcome outcome;
@@ -198,18 +198,18 @@ TEST_F(CameraTest, IsOpenedAndLetGoAgainAndAgain) {
     }
 }
 
-// Drivers are loaded and unloaded by a library that knows no threads.
-TEST_F(CameraTest, SeveralAreOpenedAndLetGoAtATime) {
+// libgphoto2 loads and unloads drivers with a library that is not thread-safe.
+TEST_F(CameraTest, SeveralAreOpenedAndReleasedAtATime) {
     const support::Folder folder;
     library();
-    const auto openAndLetGo = [&folder] {
+    const auto openAndRelease = [&folder] {
         for (int round = 0; round < 20; ++round) {
             mrb::Outcome outcome;
             EXPECT_NE(library().open(folderCamera(folder), outcome), nullptr) << outcome.message;
         }
     };
-    std::thread one(openAndLetGo);
-    std::thread other(openAndLetGo);
+    std::thread one(openAndRelease);
+    std::thread other(openAndRelease);
     one.join();
     other.join();
 }

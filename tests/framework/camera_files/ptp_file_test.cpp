@@ -1,4 +1,4 @@
-// Fields and thumbnails of what is on a camera. The camera is libgphoto2's own that
+// Fields and thumbnails of files on a camera. The camera is libgphoto2's own that
 // shows a folder.
 
 #include <fcntl.h>
@@ -33,13 +33,13 @@ class PtpFile : public testing::Test {
   protected:
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
-    // A list of all that is on the camera.
+    // A list of all files on the camera.
     void open() { EXPECT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY); }
     [[nodiscard]] std::string urlOf(const std::string &name) const {
         return client.item(indexOf(client, name))["url"].asString();
     }
 
-    // A picture with another small one, of another colour, in its EXIF data.
+    // A picture with an embedded thumbnail of another colour in its EXIF data.
     void makePicture(const std::string &name, int width, int height, int smallWidth, int smallHeight) const {
         const std::string path = camera.folder.path(name);
         const std::string small = camera.folder.path("small.jpg");
@@ -51,7 +51,7 @@ class PtpFile : public testing::Test {
     static std::string sizeText(int width, int height) {
         return std::to_string(width) + 'x' + std::to_string(height);
     }
-    // Its pixels are blue, green, red, alpha.
+    // Bytes a pixel: blue, green, red, alpha.
     static bool isRed(const Thumbnail &thumbnail) {
         return static_cast<unsigned char>(thumbnail.images.at(0).pixels.at(2)) > 200;
     }
@@ -106,7 +106,7 @@ TEST_F(PtpFile, AFieldThatIsWrittenIsKept) {
     EXPECT_EQ(support::text(again, 0, "TITLE"), "Mine");
 }
 
-TEST_F(PtpFile, FieldsOfOneThatWasPulledOutSayWhy) {
+TEST_F(PtpFile, FieldsOfOneThatWasPulledOutReturnTheReason) {
     camera.folder.file("a.jpg", 10);
     open();
     camera.unplug();
@@ -122,7 +122,7 @@ TEST_F(PtpFile, ItsThumbnailPathIsItsUrl) {
     EXPECT_EQ(support::text(client, 0, "FILE_PATH"), "");
 }
 
-TEST_F(PtpFile, AThumbnailIsTheSmallPictureWhereThatIsLargeEnough) {
+TEST_F(PtpFile, AThumbnailIsThePreviewWhereThatIsLargeEnough) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     open();
     Thumbnails thumbnails;
@@ -134,7 +134,7 @@ TEST_F(PtpFile, AThumbnailIsTheSmallPictureWhereThatIsLargeEnough) {
     EXPECT_TRUE(isRed(small));
 }
 
-TEST_F(PtpFile, AThumbnailIsMadeOfTheWholeFileWhereTheSmallPictureIsTooSmall) {
+TEST_F(PtpFile, AThumbnailIsMadeOfTheWholeFileWhereThePreviewIsTooSmall) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     open();
     Thumbnails thumbnails;
@@ -145,10 +145,10 @@ TEST_F(PtpFile, AThumbnailIsMadeOfTheWholeFileWhereTheSmallPictureIsTooSmall) {
     EXPECT_FALSE(isRed(large));
 }
 
-TEST_F(PtpFile, AThumbnailIsTheSmallPictureWhereTheRestIsDamaged) {
+TEST_F(PtpFile, AThumbnailIsThePreviewWhereTheRestIsDamaged) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     const std::string path = camera.folder.path("a.jpg");
-    // Behind the EXIF data there is nothing any more.
+    // The file ends after the EXIF data.
     std::string bytes(fs::file_size(path), '\0');
     std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const std::size_t exif = bytes.find("\xff\xe1");
@@ -163,7 +163,7 @@ TEST_F(PtpFile, AThumbnailIsTheSmallPictureWhereTheRestIsDamaged) {
     EXPECT_TRUE(isRed(small));
 }
 
-TEST_F(PtpFile, ASmallPictureIsTurnedUpright) {
+TEST_F(PtpFile, APreviewIsTurnedUpright) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     support::run(
         {"exiftool", "-q", "-n", "-overwrite_original", "-Orientation=6", camera.folder.path("a.jpg")});
@@ -177,7 +177,7 @@ TEST_F(PtpFile, ASmallPictureIsTurnedUpright) {
     EXPECT_TRUE(isRed(small));
 }
 
-TEST_F(PtpFile, FilmsAndMusicHaveThumbnailsToo) {
+TEST_F(PtpFile, VideosAndMusicHaveThumbnailsToo) {
     support::makeMedia(camera.folder);
     open();
     Thumbnails thumbnails;
@@ -187,12 +187,12 @@ TEST_F(PtpFile, FilmsAndMusicHaveThumbnailsToo) {
     EXPECT_EQ(thumbnails.get(urlOf("song.mp3")).code, MRB_ERR_NOT_FOUND);
 }
 
-TEST_F(PtpFile, AThumbnailOfWhatIsNotThereSaysWhy) {
+TEST_F(PtpFile, AThumbnailOfAMissingFileReturnsTheReason) {
     camera.folder.file("a.jpg", 10);
     open();
     const std::string url = urlOf("a.jpg");
     Thumbnails thumbnails;
-    EXPECT_EQ(thumbnails.get("ptp://nobody/a.jpg").code, MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(thumbnails.get("ptp://missing/a.jpg").code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(thumbnails.get("ptp://").code, MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(thumbnails.get("ptp://a%zz/a.jpg").code, MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(thumbnails.get("ptp://a/%00.jpg").code, MRB_ERR_INVALID_PARAMETER);
@@ -202,18 +202,18 @@ TEST_F(PtpFile, AThumbnailOfWhatIsNotThereSaysWhy) {
     camera.plug();
 }
 
-// A pipe holds whoever opens it, as a camera that hangs holds whoever asks it.
+// A pipe blocks the thread that opens it, as a camera that hangs does.
 TEST_F(PtpFile, TheSyncReturnsAlsoWhenTheCameraHangs) {
     ASSERT_EQ(mkfifo(camera.folder.path("a.jpg").c_str(), 0600), 0);
     open();
     Thumbnails thumbnails;
-    const std::size_t asked = thumbnails.request(ThumbnailOptions{.path = urlOf("a.jpg")});
+    const std::size_t request = thumbnails.request(ThumbnailOptions{.path = urlOf("a.jpg")});
     EXPECT_EQ(thumbnail_stop_ptp_decode_sync(), MRB_ERR_NONE);
     ASSERT_TRUE(thumbnails.waitForAll());
-    EXPECT_EQ(thumbnails.resultOf(asked).code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(thumbnails.resultOf(request).code, MRB_ERR_CANCELLED);
     // A field is not waited for either.
     EXPECT_EQ(support::textField(client, 0, "MODEL").first, MRB_ERR_TIMEOUT);
-    // It goes on: who waits for a writer finds one, and then the end.
+    // The thread that waits for a writer finds one, then the end of the file, and continues.
     const mrb::Descriptor writer(
         ::open(camera.folder.path("a.jpg").c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
     fs::remove(camera.folder.path("a.jpg"));

@@ -1,5 +1,5 @@
-// Cameras that leave while something is asked of them, and whose removal the system reports late:
-// here, never. Each driver has its own error for a camera that left.
+// Cameras that leave during a request, and whose removal the system reports late: here, never.
+// Each driver has its own error for a camera that left.
 
 #include <gmock/gmock.h>
 
@@ -27,18 +27,18 @@ using support::Surroundings;
 
 namespace {
 
-// Whatever a transfer to what is not there ends with.
+// The codes and messages that a transfer to a missing camera ends with.
 constexpr int WORDS[] = {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND,
                          MRB_ERR_NONE};
 
 class PtpLoss : public support::OwnProcess {
   protected:
-    // A camera of its own for each way of saying it.
+    // A camera of its own for each of the errors.
     struct Trial {
         support::ScriptedCamera camera;
         Client client;
 
-        // Pulls it out when that is asked.
+        // Pulls it out at such a request.
         void pullOutAt(const std::string &about, const std::string &name, int answer) {
             camera.onRequest = [this, about, name, answer](const CameraRequest &request) {
                 if (request.kind == about && request.name == name) {
@@ -86,7 +86,7 @@ class PtpLoss : public support::OwnProcess {
 
 } // namespace
 
-TEST_F(PtpLoss, AListOfACameraThatLeftBeforeItWasAskedAnythingSaysSo) {
+TEST_F(PtpLoss, AListReportsItBeforeTheFirstRequest) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 3);
         trial.camera.pullOut({words, "The cable."});
@@ -95,7 +95,7 @@ TEST_F(PtpLoss, AListOfACameraThatLeftBeforeItWasAskedAnythingSaysSo) {
     });
 }
 
-TEST_F(PtpLoss, AListSaysSoWhenItIsTheFirstTransferThatFails) {
+TEST_F(PtpLoss, AListReportsItWhenTheFirstTransferFails) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 3);
         trial.pullOutAt("list", "/", words);
@@ -103,7 +103,7 @@ TEST_F(PtpLoss, AListSaysSoWhenItIsTheFirstTransferThatFails) {
     });
 }
 
-TEST_F(PtpLoss, AListSaysSoWhenItHappensAmidstItsFiles) {
+TEST_F(PtpLoss, AListReportsItBetweenItsFiles) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 200);
         trial.pullOutAt("facts", "1100.jpg", words);
@@ -112,8 +112,8 @@ TEST_F(PtpLoss, AListSaysSoWhenItHappensAmidstItsFiles) {
     });
 }
 
-// One file that cannot be asked about is mostly its own fault.
-TEST_F(PtpLoss, AListSaysSoWhenItHappensAtItsLastFile) {
+// A failed request about one file is mostly the file's own fault.
+TEST_F(PtpLoss, AListReportsItAtItsLastFile) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 5);
         trial.pullOutAt("facts", "1004.jpg", words);
@@ -121,7 +121,7 @@ TEST_F(PtpLoss, AListSaysSoWhenItHappensAtItsLastFile) {
     });
 }
 
-TEST_F(PtpLoss, AListSaysSoWhenItHappensBetweenTwoFolders) {
+TEST_F(PtpLoss, AListReportsItBetweenTwoFolders) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "100CANON/", 3);
         addPictures(trial, "101CANON/", 3);
@@ -148,7 +148,7 @@ TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
     }
 }
 
-TEST_F(PtpLoss, ACopySaysSo) {
+TEST_F(PtpLoss, ACopyReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -157,7 +157,7 @@ TEST_F(PtpLoss, ACopySaysSo) {
             for (const std::string name : {"a.jpg", "b.jpg"}) {
                 SCOPED_TRACE(about + ' ' + name + ' ' + std::to_string(words));
                 if (words == MRB_ERR_NONE && about == "facts") {
-                    continue; // A file that may have any size has what it is said to have: nothing.
+                    continue; // A file whose size may be anything has the reported one: none.
                 }
                 Trial trial;
                 addNoise(trial, "a.jpg", 1000);
@@ -175,7 +175,7 @@ TEST_F(PtpLoss, ACopySaysSo) {
     }
 }
 
-TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
+TEST_F(PtpLoss, ACopyOfWholeFilesReportsIt) {
     forEachAnswer([&](Trial &trial, int words) {
         addNoise(trial, "a.jpg", 1'000'000);
         trial.camera.givesPieces = false;
@@ -194,7 +194,7 @@ TEST_F(PtpLoss, ACopyOfWholeFilesSaysSo) {
     });
 }
 
-TEST_F(PtpLoss, AThumbnailSaysSo) {
+TEST_F(PtpLoss, AThumbnailReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -211,7 +211,7 @@ TEST_F(PtpLoss, AThumbnailSaysSo) {
     }
 }
 
-TEST_F(PtpLoss, AFieldSaysSo) {
+TEST_F(PtpLoss, AFieldReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -227,7 +227,7 @@ TEST_F(PtpLoss, AFieldSaysSo) {
     }
 }
 
-TEST_F(PtpLoss, AFieldSaysSoAmidstTheFile) {
+TEST_F(PtpLoss, AFieldReportsItWithinTheFile) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -238,7 +238,7 @@ TEST_F(PtpLoss, AFieldSaysSoAmidstTheFile) {
     trial.camera.files["film.mp4"] = ScriptedFile::of(support::bytesOf(path));
     EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
     trial.camera.onRequest = [&trial](const CameraRequest &request) {
-        if (request.kind == "piece" && request.offset > 0) { // where it tells its duration
+        if (request.kind == "piece" && request.offset > 0) { // where its duration is
             trial.camera.pullOut({MRB_ERR_IO, "The cable."});
         }
         return Outcome();

@@ -1,4 +1,4 @@
-// Files that are read in pieces from a camera, and cameras that give them badly.
+// Partial reads of files on a camera, and cameras that serve them badly.
 
 #include <gmock/gmock.h>
 
@@ -29,23 +29,23 @@ using testing::Not;
 
 namespace {
 
-constexpr std::size_t LONG = 3'500'000; // several pieces
+constexpr std::size_t LONG = 3'500'000; // several partial reads
 
-class PtpPieces : public support::OwnProcess {
+class PtpPartialRead : public support::OwnProcess {
   protected:
     void open() {
         ASSERT_EQ(client.open(camera.place.listOptions()), MRB_ERR_NONE);
         EXPECT_EQ(client.waitForEnd(++opened_).event, MRB_EVENT_LIST_READY);
         camera.clearRequests();
     }
-    // Copies all that is on the camera.
+    // Copies all files of the camera.
     ShareEvent copy() {
         open();
         EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
         return sharing.copyAll(client, to.path());
     }
 
-    // What tells its duration at its end.
+    // A file whose duration is at its end.
     void addFilm() {
         const std::string path = scratch.path("film.mp4");
         support::ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=10:duration=2", "-c:v", "libx264",
@@ -53,11 +53,11 @@ class PtpPieces : public support::OwnProcess {
         camera.files["film.mp4"] = ScriptedFile::of(support::bytesOf(path));
         ASSERT_GT(camera.files["film.mp4"].bytes.size(), 150'000U);
     }
-    // What tells everything at its beginning.
+    // A file whose metadata are at its beginning.
     void addPicture() {
         const std::string path = scratch.path("photo.jpg");
         support::makePicture(path, 600, 400);
-        support::run({"exiftool", "-q", "-overwrite_original", "-EXIF:Model=Told", path});
+        support::run({"exiftool", "-q", "-overwrite_original", "-EXIF:Model=Tagged", path});
         camera.files["photo.jpg"] = ScriptedFile::of(support::bytesOf(path));
     }
     void addNoise(const std::string &name, std::size_t size) {
@@ -80,7 +80,7 @@ class PtpPieces : public support::OwnProcess {
     std::size_t opened_ = 0;
 };
 
-// Fails with that outcome where a piece from behind the beginning is asked for.
+// Fails with that outcome at a partial read after the beginning.
 auto failingLater(Outcome outcome) {
     return [outcome](const CameraRequest &request) {
         return request.kind == "piece" && request.offset > 0 ? outcome : Outcome();
@@ -89,7 +89,7 @@ auto failingLater(Outcome outcome) {
 
 } // namespace
 
-TEST_F(PtpPieces, FieldsAreReadFromThem) {
+TEST_F(PtpPartialRead, FieldsAreReadFromPartialReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -100,7 +100,7 @@ TEST_F(PtpPieces, FieldsAreReadFromThem) {
     EXPECT_THAT(camera.requests(), Not(Contains("whole film.mp4")));
 }
 
-TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
+TEST_F(PtpPartialRead, FieldsAreReadFromShortReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -110,7 +110,7 @@ TEST_F(PtpPieces, FieldsAreReadFromShortOnes) {
     EXPECT_EQ(duration(), 2000);
 }
 
-TEST_F(PtpPieces, FieldsOfACameraThatFailsAmidstThemSayWhyAndAreReadAgainLater) {
+TEST_F(PtpPartialRead, FieldsReturnTheErrorOfAReadAndAreReadAgainLater) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -126,7 +126,7 @@ TEST_F(PtpPieces, FieldsOfACameraThatFailsAmidstThemSayWhyAndAreReadAgainLater) 
     EXPECT_EQ(duration(), 2000);
 }
 
-TEST_F(PtpPieces, FieldsAreReadFromTheWholeFileWhereThereAreNone) {
+TEST_F(PtpPartialRead, FieldsAreReadFromTheWholeFileWithoutPartialReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -137,7 +137,7 @@ TEST_F(PtpPieces, FieldsAreReadFromTheWholeFileWhereThereAreNone) {
     EXPECT_THAT(camera.requests(), Contains("whole film.mp4"));
 }
 
-TEST_F(PtpPieces, FieldsOfAFileThatIsLongerThanTheCameraSaysAreThoseOfItsBeginning) {
+TEST_F(PtpPartialRead, FieldsOfAFileThatIsLongerThanReportedAreThoseOfItsBeginning) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -149,11 +149,11 @@ TEST_F(PtpPieces, FieldsOfAFileThatIsLongerThanTheCameraSaysAreThoseOfItsBeginni
         return Outcome();
     };
     open();
-    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Tagged");
     EXPECT_LT(furthest, 4000U);
 }
 
-TEST_F(PtpPieces, FieldsOfAFileThatIsShorterThanTheCameraSaysAreReadAllTheSame) {
+TEST_F(PtpPartialRead, FieldsOfAFileThatIsShorterThanReportedAreReadNevertheless) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -163,18 +163,18 @@ TEST_F(PtpPieces, FieldsOfAFileThatIsShorterThanTheCameraSaysAreReadAllTheSame) 
     EXPECT_EQ(duration(), 2000);
 }
 
-TEST_F(PtpPieces, FieldsOfAFileWhoseSizeTheCameraDoesNotSayAreThoseOfItsBeginning) {
+TEST_F(PtpPartialRead, FieldsOfAFileOfUnknownSizeAreThoseOfItsBeginning) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     addPicture();
     camera.files["photo.jpg"].facts.size = mrb::CameraFileFacts::UNSAID;
     open();
-    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Tagged");
     EXPECT_THAT(camera.requests(), Contains("piece photo.jpg").Times(1));
 }
 
-TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
+TEST_F(PtpPartialRead, FieldsOfAWholeFileOfUnknownSizeAreReadToo) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -185,14 +185,14 @@ TEST_F(PtpPieces, FieldsOfAWholeFileWhoseSizeTheCameraDoesNotSayAreReadToo) {
     EXPECT_EQ(duration(), 2000);
 }
 
-// What a driver makes of a file is not all that the file has: a stub, nothing, a failure.
-TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreNoUse) {
+// The EXIF data that a driver returns may be less than the file's: a stub, nothing, an error.
+TEST_F(PtpPartialRead, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreUseless) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
     const std::string path = scratch.path("photo.jpg");
     support::makePicture(path, 600, 400);
-    support::run({"exiftool", "-q", "-n", "-overwrite_original", "-EXIF:Model=Told", "-EXIF:ISO=200",
+    support::run({"exiftool", "-q", "-n", "-overwrite_original", "-EXIF:Model=Tagged", "-EXIF:ISO=200",
                   "-EXIF:FNumber=2.8", "-EXIF:ExposureTime=0.008", "-EXIF:Orientation=6",
                   "-EXIF:DateTimeOriginal=2024:07:14 09:30:00", path});
     ScriptedFile photo = ScriptedFile::of(support::bytesOf(path) + std::string(3'000'000, '\0'));
@@ -212,7 +212,7 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreN
     open();
     for (int index = 0; index < 3; ++index) {
         SCOPED_TRACE(client.item(index)["name"].asString());
-        EXPECT_EQ(support::text(client, index, "MODEL"), "Told");
+        EXPECT_EQ(support::text(client, index, "MODEL"), "Tagged");
         EXPECT_EQ(support::text(client, index, "DATE_TAKEN"), "2024-07-14T09:30:00");
         EXPECT_EQ(support::text(client, index, "EXPOSURE_TIME"), "1/125");
         EXPECT_EQ(support::text(client, index, "FNUMBER"), "2.8");
@@ -222,7 +222,7 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDataAreN
     EXPECT_LE(furthest, 256U << 10);
 }
 
-TEST_F(PtpPieces, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThem) {
+TEST_F(PtpPartialRead, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThem) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -235,12 +235,12 @@ TEST_F(PtpPieces, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFrontOfThe
     photo.exif = photo.bytes.substr(segment, 2000);
     camera.givesPieces = false;
     open();
-    EXPECT_EQ(support::text(client, 0, "MODEL"), "Told");
+    EXPECT_EQ(support::text(client, 0, "MODEL"), "Tagged");
     EXPECT_THAT(camera.requests(), Not(Contains("whole photo.jpg")));
 }
 
-// A list that is sorted by what files say reads them while it is made.
-TEST_F(PtpPieces, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwo) {
+// A list that is sorted by metadata reads them while it is filled.
+TEST_F(PtpPartialRead, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwoReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -262,7 +262,7 @@ TEST_F(PtpPieces, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwo) {
     EXPECT_EQ(pieces, 2);
 }
 
-TEST_F(PtpPieces, ACopyIsMadeOfThem) {
+TEST_F(PtpPartialRead, ACopyIsMadeOfPartialReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -271,14 +271,14 @@ TEST_F(PtpPieces, ACopyIsMadeOfThem) {
     addNoise("round.jpg", 2UL << 20);
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
-    // None behind an end.
+    // No read after an end of file.
     EXPECT_THAT(camera.requests(), Contains("piece a.jpg").Times(4));
     EXPECT_THAT(camera.requests(), Contains("piece round.jpg").Times(2));
     EXPECT_THAT(camera.requests(), Not(Contains("piece empty.jpg")));
     EXPECT_THAT(camera.requests(), Each(Not(testing::StartsWith("whole"))));
 }
 
-TEST_F(PtpPieces, ACopyIsMadeOfShortOnes) {
+TEST_F(PtpPartialRead, ACopyIsMadeOfShortReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -288,7 +288,7 @@ TEST_F(PtpPieces, ACopyIsMadeOfShortOnes) {
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
 }
 
-TEST_F(PtpPieces, ACopyOfAFileWhoseSizeTheCameraDoesNotSayGoesToItsEnd) {
+TEST_F(PtpPartialRead, ACopyOfAFileOfUnknownSizeGoesToItsEnd) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -298,7 +298,7 @@ TEST_F(PtpPieces, ACopyOfAFileWhoseSizeTheCameraDoesNotSayGoesToItsEnd) {
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
 }
 
-TEST_F(PtpPieces, ACopyIsMadeOfTheWholeFileWhereThereAreNone) {
+TEST_F(PtpPartialRead, ACopyIsMadeOfTheWholeFileWithoutPartialReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -310,8 +310,8 @@ TEST_F(PtpPieces, ACopyIsMadeOfTheWholeFileWhereThereAreNone) {
     EXPECT_THAT(camera.requests(), Contains("whole a.jpg").Times(1));
 }
 
-// The next file is copied: one fault is not the camera's end.
-TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
+// The next file is copied: one failure does not end the camera's copies.
+TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsBetweenReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -331,7 +331,7 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstThem) {
     }
 }
 
-TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstTheWhole) {
+TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsWithinTheWholeFile) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -345,8 +345,8 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatFailsAmidstTheWhole) {
     EXPECT_THAT(support::tree(to.path()), IsEmpty());
 }
 
-// Of pieces only those are asked for that should be there.
-TEST_F(PtpPieces, ACopyHasNoMoreThanTheCameraSays) {
+// Partial reads are requested only within the reported size.
+TEST_F(PtpPartialRead, ACopyHasNoMoreBytesThanReported) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -356,7 +356,7 @@ TEST_F(PtpPieces, ACopyHasNoMoreThanTheCameraSays) {
     EXPECT_EQ(support::bytesOf(to.path("a.jpg")), camera.files["a.jpg"].bytes.substr(0, 1'500'000));
 }
 
-TEST_F(PtpPieces, ACopyLeavesAFileOutThatIsNotAsLongAsTheCameraSays) {
+TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatIsShorterThanReported) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -376,7 +376,7 @@ TEST_F(PtpPieces, ACopyLeavesAFileOutThatIsNotAsLongAsTheCameraSays) {
     }
 }
 
-TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
+TEST_F(PtpPartialRead, ACopyThatIsStoppedBetweenTwoReadsRequestsNoOther) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -398,14 +398,14 @@ TEST_F(PtpPieces, ACopyThatIsStoppedBetweenTwoAsksForNoOther) {
             return Outcome();
         };
         EXPECT_EQ(copy().event, MRB_EVENT_SHARE_STOPPED);
-        // Of a whole file some parts are on their way already.
+        // Some parts of a whole file are in transfer already.
         EXPECT_LE(later, givesPieces ? 1 : 40);
         EXPECT_THAT(support::tree(to.path()), IsEmpty());
     }
 }
 
-// What goes away file by file is still there when the first of them is missed.
-TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd) {
+// A camera that loses its files one by one is still there when the first of them is missed.
+TEST_F(PtpPartialRead, ACopyThatMissesAFileReportsThatTheCameraLeft) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -424,7 +424,7 @@ TEST_F(PtpPieces, ACopyThatMissesAFileSaysThatTheCameraLeftWhereItDidUntilTheEnd
     EXPECT_THAT(support::tree(to.path()), ElementsAre("b.jpg"));
 }
 
-TEST_F(PtpPieces, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
+TEST_F(PtpPartialRead, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }

@@ -1,5 +1,5 @@
-// What comes from servers over the network is bounded, in size and in time, and ends with
-// a code that names what was wrong.
+// What servers send over the network is bounded, in size and in time, and ends with a code
+// that names what was wrong.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ class Listener final : public mrb::dlna::ServerListener {
         std::unique_lock guard(lock_);
         return changed_.wait_for(guard, LONG, [&] { return std::exchange(started_, false); });
     }
-    // False: not in a long time.
+    // False: timeout.
     bool waitFor(int servers) {
         std::unique_lock guard(lock_);
         return changed_.wait_for(guard, LONG, [&] { return servers_ == servers; });
@@ -70,12 +70,12 @@ class Listener final : public mrb::dlna::ServerListener {
 
 class DlnaHostile : public support::DlnaTest {
   protected:
-    // Has a server that answers like this found.
+    // Starts a server with that handler and waits until it is found.
     void serve(ScriptedServer::Handler answer, const std::string &control = "/control") {
         server = std::make_unique<ScriptedServer>(std::move(answer), control);
         network.reset(mrb::dlna::mrb_start_network(listener));
         directories = network->directories();
-        ASSERT_TRUE(listener.waitForStart()); // until then an announcement is not heard
+        ASSERT_TRUE(listener.waitForStart()); // announcements before that are lost
         server->announce();
         ASSERT_TRUE(listener.waitFor(1));
     }
@@ -107,7 +107,7 @@ class DlnaHostile : public support::DlnaTest {
 
 } // namespace
 
-TEST_F(DlnaHostile, AnHonestAnswerIsRead) {
+TEST_F(DlnaHostile, AValidResponseIsRead) {
     if (!insideNetwork()) {
         return;
     }
@@ -131,14 +131,14 @@ TEST_F(DlnaHostile, AnHonestAnswerIsRead) {
     EXPECT_TRUE(page.objects[1].isContainer);
 }
 
-TEST_F(DlnaHostile, ADescriptionWithoutEndIsGivenUp) {
+TEST_F(DlnaHostile, AnEndlessDescriptionIsAborted) {
     if (!insideNetwork()) {
         return;
     }
     network.reset(mrb::dlna::mrb_start_network(listener));
     ASSERT_TRUE(listener.waitForStart());
     std::promise<std::size_t> given;
-    std::once_flag once; // it may be asked for twice
+    std::once_flag once; // the client may request it twice
     const ScriptedServer endless(
         [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
         [&](const Connection &connection) {
@@ -153,10 +153,10 @@ TEST_F(DlnaHostile, ADescriptionWithoutEndIsGivenUp) {
     endless.announce();
     std::future<std::size_t> sent = given.get_future();
     ASSERT_EQ(sent.wait_for(LONG), std::future_status::ready);
-    EXPECT_LT(sent.get(), 1UL << 30); // what a network can bring between two looks
+    EXPECT_LT(sent.get(), 1UL << 30); // what a network can transfer between two checks
 }
 
-TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
+TEST_F(DlnaHostile, TheNextPageIsPrefetched) {
     if (!insideNetwork()) {
         return;
     }
@@ -184,7 +184,7 @@ TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
     ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
     EXPECT_EQ(page.objects.at(0).id, "1");
     EXPECT_EQ(answered, 2);
-    // What is asked for is another page after all.
+    // The caller requests another page than the prefetched one.
     question.ahead.reset();
     question.isFollowed = true;
     ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
@@ -195,7 +195,7 @@ TEST_F(DlnaHostile, APageThatIsFollowedIsOnItsWayBeforeItIsAskedFor) {
     EXPECT_EQ(page.objects.at(0).id, "7");
 }
 
-TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {
+TEST_F(DlnaHostile, AnEmptyContainerIsNotAnError) {
     if (!insideNetwork()) {
         return;
     }
@@ -206,7 +206,7 @@ TEST_F(DlnaHostile, AnEmptyContainerIsNoFault) {
     EXPECT_THAT(page.objects, SizeIs(0));
 }
 
-TEST_F(DlnaHostile, BrokenXmlIsNamedAndWhatStandsBeforeIsKept) {
+TEST_F(DlnaHostile, BrokenXmlIsReportedAndTheObjectsBeforeItAreKept) {
     if (!insideNetwork()) {
         return;
     }
@@ -222,7 +222,7 @@ TEST_F(DlnaHostile, BrokenXmlIsNamedAndWhatStandsBeforeIsKept) {
     EXPECT_EQ(page.objects[0].id, "1");
 }
 
-TEST_F(DlnaHostile, AnEnvelopeThatIsNoXmlIsNamed) {
+TEST_F(DlnaHostile, AnEnvelopeThatIsNotXmlIsReported) {
     if (!insideNetwork()) {
         return;
     }
@@ -234,7 +234,7 @@ TEST_F(DlnaHostile, AnEnvelopeThatIsNoXmlIsNamed) {
 
 namespace {
 
-// Entities that unfold to 10^10 letters.
+// Entities that expand to 10^10 letters.
 std::string bomb(const std::string &root) {
     std::string text = "<!DOCTYPE x [<!ENTITY e0 \"ha\">";
     for (int level = 1; level <= 10; ++level) {
@@ -276,7 +276,7 @@ TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
     EXPECT_THAT(page.objects, SizeIs(0));
 }
 
-// Behind a fault and in another encoding, where a glance at the text would not find them.
+// After a fault and in another encoding, where a search in the text would not find them.
 TEST_F(DlnaHostile, EntitiesThatHideAreRefused) {
     if (!insideNetwork()) {
         return;
@@ -292,7 +292,7 @@ TEST_F(DlnaHostile, EntitiesThatHideAreRefused) {
             EXPECT_LE(object.title.size(), mrb::Metadata::LONGEST_TEXT);
         }
         network.reset();
-        server.reset(); // its threads read what this test holds
+        server.reset(); // its threads read variables of this test
     }
 }
 
@@ -317,7 +317,7 @@ TEST_F(DlnaHostile, AHundredMegabytesAreNotReadToTheirEnd) {
     EXPECT_LT(sent, PARTS);
 }
 
-TEST_F(DlnaHostile, AnAnswerThatDripsEndsWithThePatience) {
+TEST_F(DlnaHostile, ADrippingResponseEndsAtTheTimeout) {
     if (!insideNetwork()) {
         return;
     }
@@ -330,7 +330,7 @@ TEST_F(DlnaHostile, AnAnswerThatDripsEndsWithThePatience) {
     EXPECT_EQ(browse(std::chrono::milliseconds(300)).code, MRB_ERR_TIMEOUT);
 }
 
-TEST_F(DlnaHostile, ASilentServerEndsWithThePatience) {
+TEST_F(DlnaHostile, ASilentServerEndsAtTheTimeout) {
     if (!insideNetwork()) {
         return;
     }
@@ -338,7 +338,7 @@ TEST_F(DlnaHostile, ASilentServerEndsWithThePatience) {
     EXPECT_EQ(browse(std::chrono::milliseconds(200)).code, MRB_ERR_TIMEOUT);
 }
 
-TEST_F(DlnaHostile, AQuestionThatIsStoppedEndsAtOnce) {
+TEST_F(DlnaHostile, ACancelledRequestEndsAtOnce) {
     if (!insideNetwork()) {
         return;
     }
@@ -369,19 +369,19 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
     }
 }
 
-TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotAsked) {
+TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotContacted) {
     if (!insideNetwork()) {
         return;
     }
     serve([](const Request & /*request*/,
-             const Connection & /*connection*/) { ADD_FAILURE() << "it was asked"; },
+             const Connection & /*connection*/) { ADD_FAILURE() << "it got a request"; },
           "http://127.0.0.2:80/control");
     const Outcome outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("another host"));
 }
 
-TEST_F(DlnaHostile, AConnectionThatBreaksOffIsNamed) {
+TEST_F(DlnaHostile, AConnectionThatBreaksOffIsReported) {
     if (!insideNetwork()) {
         return;
     }
@@ -392,7 +392,7 @@ TEST_F(DlnaHostile, AConnectionThatBreaksOffIsNamed) {
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
 }
 
-TEST_F(DlnaHostile, AServerThatLeavesEndsWhatItWasAsked) {
+TEST_F(DlnaHostile, AServerThatLeavesEndsItsRequests) {
     if (!insideNetwork()) {
         return;
     }
@@ -404,7 +404,7 @@ TEST_F(DlnaHostile, AServerThatLeavesEndsWhatItWasAsked) {
     EXPECT_EQ(browse().code, MRB_ERR_DEVICE_REMOVED);
 }
 
-TEST_F(DlnaHostile, ANetworkThatIsLetGoEndsWhatIsAsked) {
+TEST_F(DlnaHostile, ANetworkThatIsStoppedEndsItsRequests) {
     if (!insideNetwork()) {
         return;
     }
@@ -461,7 +461,7 @@ TEST_F(DlnaHostile, FilesOfOtherHostsAreNotFetched) {
         return;
     }
     serve([](const Request & /*request*/, const Connection & /*connection*/) {
-        ADD_FAILURE() << "it was asked";
+        ADD_FAILURE() << "it got a request";
     });
     for (const char *url :
          {"http://127.0.0.2/a.jpg", "http://127.0.0.1@127.0.0.2/", "file:///etc/passwd", "", "http://"}) {

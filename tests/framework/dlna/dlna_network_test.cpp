@@ -1,4 +1,4 @@
-// Media servers that come and go, in a network that nothing else is in.
+// Media servers that come and go, in a network namespace of the test's own.
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
@@ -85,7 +85,7 @@ void addInterface() {
               0);
 }
 
-// Remembers what it heard.
+// Keeps the events.
 class Listener final : public mrb::dlna::ServerListener {
   public:
     void networkStarted() override {
@@ -98,7 +98,7 @@ class Listener final : public mrb::dlna::ServerListener {
         change([&] { left.push_back(server); });
     }
 
-    // False: that did not become so in a long time.
+    // False: timeout.
     bool waitFor(const std::function<bool()> &condition) {
         std::unique_lock guard(lock);
         return changed.wait_for(guard, LONG, condition);
@@ -110,7 +110,7 @@ class Listener final : public mrb::dlna::ServerListener {
         return waitFor([&] { return left.size() >= count; });
     }
 
-    // To be read under the lock, or when the network is gone.
+    // Read under the lock, or after the network has ended.
     bool started = false;
     std::vector<Server> arrived;
     std::vector<Server> left;
@@ -201,7 +201,7 @@ TEST_F(DlnaNetwork, AServerThatIsKilledLeavesWhenItsAnnouncementExpires) {
     ASSERT_TRUE(listener.waitForLeaves(1));
 }
 
-TEST_F(DlnaNetwork, ServersLeaveWhenTheNetworkIsLetGo) {
+TEST_F(DlnaNetwork, ServersLeaveWhenTheNetworkIsStopped) {
     if (!insideNetwork()) {
         return;
     }
@@ -212,7 +212,7 @@ TEST_F(DlnaNetwork, ServersLeaveWhenTheNetworkIsLetGo) {
     EXPECT_EQ(listener.left, listener.arrived);
 }
 
-TEST_F(DlnaNetwork, IsWatchedAnew) {
+TEST_F(DlnaNetwork, IsWatchedAgain) {
     if (!insideNetwork()) {
         return;
     }
@@ -281,7 +281,7 @@ TEST_F(DlnaNetwork, UsesAnInterfaceThatComesUntilItGoes) {
 }
 
 // The kernel drops a socket's groups with the interface, and keeps the socket.
-TEST_F(DlnaNetwork, HearsAnInterfaceThatIsRecreatedAtOnce) {
+TEST_F(DlnaNetwork, JoinsTheGroupAgainOnARecreatedInterface) {
     if (!insideNetwork()) {
         return;
     }

@@ -1,4 +1,4 @@
-// The life of the DLNA service and who hears of what, on a network that does as told.
+// The life of the DLNA service and which clients are notified of what, on a scripted network.
 
 #include "dlna/dlna_service.h"
 
@@ -37,7 +37,7 @@ namespace {
 
 constexpr auto LONG = std::chrono::seconds(60);
 
-// What a client heard, in words: "started", "+Name", "-Name". Any thread.
+// The events of a client, as text: "started", "+Name", "-Name". Any thread.
 class Diary {
   public:
     void write(const std::string &line) {
@@ -49,7 +49,7 @@ class Diary {
         const std::lock_guard guard(lock_);
         return lines_;
     }
-    // False: it does not come to that many in a long time.
+    // False: timeout before that many.
     bool waitFor(std::size_t count) {
         std::unique_lock guard(lock_);
         return changed_.wait_for(guard, LONG, [&] { return lines_.size() >= count; });
@@ -78,7 +78,7 @@ class Diary {
     std::vector<std::string> lines_;
 };
 
-// Says on a thread of its own that it runs; servers come as the test says.
+// Reports its start on a thread of its own; the test adds servers.
 class ScriptedNetwork final : public Network {
   public:
     explicit ScriptedNetwork(ServerListener &listener) : listener_(listener) {
@@ -89,7 +89,7 @@ class ScriptedNetwork final : public Network {
         if (beforeItEnds) {
             beforeItEnds();
         }
-        // As the real one: every server leaves, told by the network's thread.
+        // As the real one: the network's thread reports that every server leaves.
         std::thread([&] {
             for (const Server &server : servers_) {
                 listener_.serverLeft(server);
@@ -139,19 +139,19 @@ class DlnaServiceTest : public support::OwnProcess {
         network = made.get();
         return made;
     }};
-    Diary diary; // outlives no callback: each test ends the service
+    Diary diary; // outlives its callbacks: each test ends the service
 };
 
 } // namespace
 
-TEST_F(DlnaServiceTest, TellsThatItRunsAndThatItStopped) {
+TEST_F(DlnaServiceTest, ReportsItsStartAndItsStop) {
     begin();
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NONE);
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
     EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
-TEST_F(DlnaServiceTest, ANetworkThatDoesNotEndHoldsUpNobodyWhoEndsTheService) {
+TEST_F(DlnaServiceTest, ANetworkThatDoesNotEndDoesNotBlockTheEndOfTheService) {
     begin();
     std::promise<void> goOn;
     network->beforeItEnds = [&] { goOn.get_future().wait_for(LONG); };
@@ -178,7 +178,7 @@ TEST_F(DlnaServiceTest, AClientWhoseCallbackDoesNotReturnIsNotWaitedForLong) {
     EXPECT_THAT(diary.lines(), ElementsAre("started"));
 }
 
-TEST_F(DlnaServiceTest, EndingWhatWasNotBegunIsAnError) {
+TEST_F(DlnaServiceTest, EndingAServiceThatWasNotStartedIsAnError) {
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
     begin();
     Diary other;
@@ -188,7 +188,7 @@ TEST_F(DlnaServiceTest, EndingWhatWasNotBegunIsAnError) {
     EXPECT_THAT(diary.lines(), ElementsAre("started", "stopped"));
 }
 
-TEST_F(DlnaServiceTest, TellsOfServersAndListsThem) {
+TEST_F(DlnaServiceTest, ReportsServersAndListsThem) {
     Diary servers;
     listen(servers);
     begin();
@@ -203,7 +203,7 @@ TEST_F(DlnaServiceTest, TellsOfServersAndListsThem) {
     service.unlisten();
 }
 
-TEST_F(DlnaServiceTest, ServersLeaveBeforeItIsSaidToHaveStopped) {
+TEST_F(DlnaServiceTest, ServersLeaveBeforeItsStopIsReported) {
     listen(diary);
     begin();
     network->arrive("One");
@@ -235,7 +235,7 @@ TEST_F(DlnaServiceTest, RunsUntilTheLastClientEndsIt) {
     EXPECT_THAT(other.lines(), ElementsAre("started", "stopped"));
 }
 
-TEST_F(DlnaServiceTest, BegunTwiceItIsOneClientAndToldAgain) {
+TEST_F(DlnaServiceTest, StartedTwiceItIsOneClientThatIsNotifiedAgain) {
     begin();
     service.begin(diary.state());
     ASSERT_TRUE(diary.waitFor(2));
@@ -244,7 +244,7 @@ TEST_F(DlnaServiceTest, BegunTwiceItIsOneClientAndToldAgain) {
     EXPECT_EQ(ScriptedNetwork::alive, 0);
 }
 
-TEST_F(DlnaServiceTest, IsBegunAnew) {
+TEST_F(DlnaServiceTest, IsStartedAgain) {
     for (int round = 0; round < 100; ++round) {
         service.begin(diary.state());
         service.end(diary.state());
@@ -286,7 +286,7 @@ TEST_F(DlnaServiceTest, AnotherListenerReplacesTheFirst) {
     EXPECT_THAT(second.lines(), ElementsAre("+Two"));
 }
 
-TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsTold) {
+TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsReported) {
     DlnaService broken{
         [](ServerListener &) -> std::unique_ptr<Network> { throw std::runtime_error("no library"); }};
     EXPECT_EQ(broken.begin(diary.state()), MRB_ERR_NONE);
@@ -295,7 +295,7 @@ TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsTold) {
     EXPECT_THAT(diary.lines(), ElementsAre("failed", "stopped"));
 }
 
-TEST_F(DlnaServiceTest, NobodyIsCalledAfterShutDown) {
+TEST_F(DlnaServiceTest, NoCallbackRunsAfterShutDown) {
     begin();
     service.shutDown(std::chrono::steady_clock::time_point::max());
     EXPECT_EQ(ScriptedNetwork::alive, 0);
@@ -315,7 +315,7 @@ TEST_F(DlnaServiceTest, ClientsComeAndGoInAStormOfServers) {
         }
     });
     for (int round = 0; round < 10'000; ++round) {
-        Diary brief; // gone at once: nothing may call it afterwards
+        Diary brief; // destroyed at once: no callback may run afterwards
         service.begin(brief.state());
         listen(brief);
         service.unlisten();

@@ -1,5 +1,5 @@
-// What is under way on the network ends with the service, and everything that it took is
-// given back.
+// The service ends with requests under way on the network: they end with it, and every
+// resource is released.
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,15 @@ using support::ScriptedServer;
 
 namespace {
 
-// Counts the descriptions that servers were asked for.
-class Asks {
+// Counts the requests for descriptions.
+class RequestCounter {
   public:
     void add() {
         const std::lock_guard guard(lock_);
         ++count_;
         changed_.notify_all();
     }
-    // Test failure: that many are not asked for in a long time.
+    // Test failure: fewer at the timeout.
     void waitFor(int count) {
         std::unique_lock guard(lock_);
         EXPECT_TRUE(changed_.wait_for(guard, support::LIMIT, [&] { return count_ >= count; }));
@@ -42,19 +42,19 @@ class Asks {
     int count_ = 0;
 };
 
-class DlnaLeave : public support::DlnaTest {
+class TeardownDlnaNetwork : public support::DlnaTest {
   protected:
-    // Has the service run until `awaited` descriptions were asked for, and ends it then, again and
-    // again. Each of the servers gives its description as `describe` does.
+    // Runs the service until `awaited` descriptions were requested, and ends it then, several
+    // times. Each of the servers sends its description as `describe` does.
     void repeat(int servers, int awaited, const ScriptedServer::Describe &describe,
                 double bytesPerRound = 1024) {
-        Asks asks;
+        RequestCounter requests;
         std::vector<std::unique_ptr<ScriptedServer>> all;
         for (int number = 0; number < servers; ++number) {
             all.push_back(std::make_unique<ScriptedServer>(
                 [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
                 [&](const Connection &connection) {
-                    asks.add();
+                    requests.add();
                     describe(connection);
                 },
                 "uuid:4d696e69-444c-164e-9d41-" + std::to_string(100'000'000'000 + number)));
@@ -66,7 +66,7 @@ class DlnaLeave : public support::DlnaTest {
                 for (const auto &server : all) {
                     server->announce();
                 }
-                asks.waitFor(awaited);
+                requests.waitFor(awaited);
             },
             bytesPerRound);
     }
@@ -74,14 +74,14 @@ class DlnaLeave : public support::DlnaTest {
 
 } // namespace
 
-TEST_F(DlnaLeave, NothingIsLeftOfSilentServers) {
+TEST_F(TeardownDlnaNetwork, NothingIsLeftOfSilentServers) {
     if (!insideNetwork()) {
         return;
     }
     repeat(2, 2, [](const Connection &connection) { connection.wait(); });
 }
 
-TEST_F(DlnaLeave, NothingIsLeftOfServersThatDripTheirDescriptions) {
+TEST_F(TeardownDlnaNetwork, NothingIsLeftOfServersThatDripTheirDescriptions) {
     if (!insideNetwork()) {
         return;
     }
@@ -91,8 +91,8 @@ TEST_F(DlnaLeave, NothingIsLeftOfServersThatDripTheirDescriptions) {
     });
 }
 
-// It is tried again some seconds later. GUPnP never gives back the message of such an attempt.
-TEST_F(DlnaLeave, NothingIsLeftOfServersThatRefuseTheirDescriptions) {
+// GUPnP retries some seconds later, and never releases the message of such an attempt.
+TEST_F(TeardownDlnaNetwork, NothingIsLeftOfServersThatRefuseTheirDescriptions) {
     if (!insideNetwork()) {
         return;
     }
@@ -104,16 +104,16 @@ TEST_F(DlnaLeave, NothingIsLeftOfServersThatRefuseTheirDescriptions) {
         16'000);
 }
 
-// More than are asked at a time.
-TEST_F(DlnaLeave, NothingIsLeftOfAHundredServers) {
+// More than the service requests at a time.
+TEST_F(TeardownDlnaNetwork, NothingIsLeftOfAHundredServers) {
     if (!insideNetwork()) {
         return;
     }
     repeat(100, 2, [](const Connection &connection) { connection.wait(); });
 }
 
-// It could be that of a machine which only this one reaches.
-TEST_F(DlnaLeave, ARedirectedDescriptionIsNotFollowed) {
+// It could be the address of a machine that only this one reaches.
+TEST_F(TeardownDlnaNetwork, ARedirectedDescriptionIsNotFollowed) {
     if (!insideNetwork()) {
         return;
     }
@@ -123,20 +123,20 @@ TEST_F(DlnaLeave, ARedirectedDescriptionIsNotFollowed) {
     for (const char *host : {"127.0.0.1", "127.0.0.2"}) {
         std::string url = elsewhere.urlOf("/description.xml");
         url.replace(url.find("127.0.0.1"), 9, host);
-        Asks asks;
+        RequestCounter requests;
         const ScriptedServer server(
             [](const Request & /*request*/, const Connection & /*connection*/) {}, "/control",
             [&](const Connection &connection) {
                 connection.send(support::httpResponse("302 Found", "", "Location: " + url + "\r\n"));
-                asks.add();
+                requests.add();
             },
             "uuid:4d696e69-444c-164e-9d41-000000000002");
         const ScriptedServer honest([](const Request & /*request*/, const Connection & /*connection*/) {},
                                     "/control", {}, "uuid:4d696e69-444c-164e-9d41-000000000003");
         support::DlnaClient service;
         server.announce();
-        asks.waitFor(1);
-        honest.announce(); // what is asked elsewhere would be so before this one is there
+        requests.waitFor(1);
+        honest.announce(); // requests to `elsewhere` would come before this one arrives
         EXPECT_NE(service.server(), "");
     }
     EXPECT_EQ(requestCount, 0);

@@ -22,7 +22,7 @@ std::size_t endsOf(const std::vector<Event> &events) {
         std::ranges::count_if(events, [](const Event &event) { return support::isLast(event.event); }));
 }
 
-// How many ends there were so far of openings with more than one item.
+// The number of events so far that ended a list with more than one item.
 std::size_t endsOfLarge(Client &client) {
     const std::vector<Event> events = client.events();
     return static_cast<std::size_t>(std::ranges::count_if(events, [](const Event &event) {
@@ -53,7 +53,7 @@ TEST(Events, TheHandleIsWrittenBeforeTheFirstCallback) {
     }
 }
 
-TEST(Events, EachOpeningEndsWithExactlyOneLastEvent) {
+TEST(Events, EachRequestEndsWithExactlyOneLastEvent) {
     const Folder folder;
     folder.pictures(3, 3);
     Client client;
@@ -68,8 +68,8 @@ TEST(Events, CancelEndsTheScanAndItsItemsStayReadable) {
     const Folder folder;
     folder.pictures(200, 100);
     Event last;
-    // A scan may be over before a busy machine lets the cancel through; that is no
-    // fault, so the first cancel that came in time is the one that is looked at.
+    // A scan may be over before a busy machine delivers the cancel; that is not a
+    // fault, so the first cancel that came in time is the one that is checked.
     for (int round = 0; round < 100 && last.event != MRB_EVENT_LIST_CANCELLED; ++round) {
         Client client;
         ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
@@ -160,7 +160,7 @@ TEST(Events, DisconnectDoesNotWaitLongForACallbackThatDoesNotReturn) {
     EXPECT_EQ(end.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     goOn.set_value();
     end.wait();
-    // What the callback used is gone only when it has returned.
+    // What the callback used is destroyed only after it has returned.
     Client later;
     later.list(folder.path());
 }
@@ -190,7 +190,7 @@ TEST(Events, ACallbackMayReadItsList) {
     EXPECT_EQ(name.get_future().get(), "a.jpg");
 }
 
-TEST(Events, AListOpensAnewUnderItsHandle) {
+TEST(Events, AListIsReopenedUnderItsHandle) {
     const Folder first;
     const Folder second;
     first.file("a.jpg");
@@ -205,7 +205,7 @@ TEST(Events, AListOpensAnewUnderItsHandle) {
     EXPECT_THAT(client.all("name"), testing::ElementsAre("b.jpg", "c.jpg"));
 }
 
-TEST(Events, AnOpeningReplacedDuringItsScanSaysNothingMore) {
+TEST(Events, AListReplacedDuringItsScanSendsNoMoreEvents) {
     const Folder large;
     const Folder small;
     large.pictures(100, 100);
@@ -215,7 +215,7 @@ TEST(Events, AnOpeningReplacedDuringItsScanSaysNothingMore) {
         ASSERT_EQ(client.open(large.path()), MRB_ERR_NONE);
         ASSERT_EQ(client.open(small.path()), MRB_ERR_NONE);
         // On a busy machine the scan may have ended before; what counts is that nothing
-        // of it comes from here on.
+        // of it arrives from here on.
         const std::size_t before = endsOfLarge(client);
         const Event last = client.waitForEnd(before + 1);
         EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
@@ -225,7 +225,7 @@ TEST(Events, AnOpeningReplacedDuringItsScanSaysNothingMore) {
     }
 }
 
-TEST(Events, AListOpensAnewInsideItsOwnCallback) {
+TEST(Events, AListIsReopenedInsideItsOwnCallback) {
     const Folder folder;
     folder.file("a.jpg");
     Client client;

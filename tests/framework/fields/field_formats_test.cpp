@@ -1,4 +1,4 @@
-// The fields of many formats, beside what exiftool and ffprobe read in the same files.
+// The fields of many formats, compared to what exiftool and ffprobe read in the same files.
 
 #include <gtest/gtest.h>
 
@@ -43,7 +43,7 @@ class FieldsOfFormats : public testing::Test {
             shell(folder_.path(), "ffprobe -v error -show_entries " + entry + " -of csv=p=0 '" + name + "'"));
         return lines.empty() ? "" : lines[0];
     }
-    // What ffprobe says of the sound in a file and of the whole, by name.
+    // What ffprobe reports of the audio stream and of the container, by name.
     [[nodiscard]] std::map<std::string, std::string> probeSound(const std::string &name) const {
         std::map<std::string, std::string> values;
         for (const std::string &line : linesOf(
@@ -106,7 +106,7 @@ TEST_F(FieldsOfFormats, TheCodecOfSoundIsTheOneThatFfprobeNames) {
         const auto probed = probeSound(name);
         EXPECT_EQ(text(client_, index, "AUDIO_CODEC"), probed.at("codec_name"));
         EXPECT_EQ(std::to_string(number(client_, index, "SAMPLERATE")), probed.at("sample_rate"));
-        // Some formats have a nominal one, which need not be that of so simple a sound.
+        // Some formats have a nominal bit rate, which may differ for such a simple sound.
         EXPECT_GT(number(client_, index, "BITRATE"), 0);
         EXPECT_NEAR(static_cast<double>(longNumber(client_, index, "DURATION")),
                     1000 * std::stod(probed.at("duration")), 100);
@@ -136,7 +136,7 @@ TEST_F(FieldsOfFormats, TheProportionsOfLongPicturesAndFilmsAreKnown) {
     list();
     EXPECT_EQ(number(client_, at("wide.png"), "ASPECTRATIO"), 3'000'000);
     EXPECT_EQ(number(client_, at("edge.png"), "ASPECTRATIO"), 1'000'000);
-    EXPECT_EQ(number(client_, at("high.png"), "ASPECTRATIO"), 1); // 0 is for what has none
+    EXPECT_EQ(number(client_, at("high.png"), "ASPECTRATIO"), 1); // 0 stands for unknown
     EXPECT_EQ(number(client_, at("wide.mkv"), "ASPECTRATIO"), 3'200'000);
 }
 
@@ -144,7 +144,7 @@ TEST_F(FieldsOfFormats, TheFormatIsThatOfTheBytes) {
     make("ff -f lavfi -i testsrc2=size=64x48:rate=10:duration=1 -pix_fmt yuv420p a.mkv; ff -i a.mkv a.webm; "
          "ff -i a.mkv -frames:v 1 a.png; convert-im6.q16 a.png a.heic; "
          "ff -i a.mkv -frames:v 1 -c:v libaom-av1 -cpu-used 8 a.avif; cp a.webm b.mkv; cp a.heic b.jpg; "
-         // The same pictures with a brand in front that leaves their kind to those behind it.
+         // The same pictures with a generic major brand, so that the compatible brands decide.
          "for name in heic avif; do cp a.$name generic.$name; "
          "printf mif1 | dd of=generic.$name bs=1 seek=8 conv=notrunc status=none; done");
     list();
@@ -162,7 +162,7 @@ TEST_F(FieldsOfFormats, TheFormatIsThatOfTheBytes) {
     }
 }
 
-// MODIFIED_TIME and ADDED_TIME have 32 bits; everything else tells the true time.
+// MODIFIED_TIME and ADDED_TIME have 32 bits; the other fields have the true time.
 TEST_F(FieldsOfFormats, TimesAfter2038AreTrueWhereThereIsRoomForThem) {
     make("ff -f lavfi -i testsrc2=size=32x32 -frames:v 1 a.jpg; cp a.jpg b.jpg; cp a.jpg c.jpg; "
          "exiftool -q -q -overwrite_original -EXIF:DateTimeOriginal='2101:02:03 04:05:06' a.jpg; "

@@ -154,7 +154,7 @@ TEST_F(Fields, OfMusicAreWhatWasWrittenAndWhatFfprobeReads) {
     EXPECT_EQ(number(client_, at("song.wav"), "BIT_RESOLUTION"), 16);
 }
 
-TEST_F(Fields, TellWhetherThereIsACover) {
+TEST_F(Fields, StateWhetherThereIsACover) {
     for (const std::string name : {"song.m4a", "covered.mp3", "covered.flac", "photo.jpg", "film.mp4"}) {
         EXPECT_FALSE(probe(name, "v", "stream=codec_name").empty()) << name;
         EXPECT_EQ(text(client_, at(name), "THUMBNAIL_PATH"), path(name));
@@ -180,7 +180,7 @@ TEST_F(Fields, OfFilmsAreWhatWasWrittenAndWhatFfprobeReads) {
         EXPECT_EQ(number(client_, film, "MEDIA_TYPE"), MRB_ITEM_TYPE_VIDEO);
     }
     const int film = at("film.mkv");
-    EXPECT_EQ(number(client_, film, "ASPECTRATIO"), 1778); // 320 by 240 dots that are wide
+    EXPECT_EQ(number(client_, film, "ASPECTRATIO"), 1778); // 320 by 240 pixels that are wider than high
     EXPECT_EQ(text(client_, film, "LANGUAGE"), "eng,deu");
     EXPECT_TRUE(flag(client_, film, "SUBTITLE"));
     EXPECT_EQ(number(client_, film, "HD"), 0);
@@ -200,19 +200,19 @@ TEST_F(Fields, AllOfThemAnswerInTheirType) {
         ASSERT_EQ(mrb_move_to_index_v2(list, at(name)), MRB_ERR_NONE);
         for (const mrb::Field &field : mrb::fields()) {
             SCOPED_TRACE(name + ' ' + std::string(field.name));
-            const char *asked = field.name.data();
+            const char *fieldName = field.name.data();
             long long large = 0;
             double fraction = 0;
             int whole = 0;
             bool truth = false;
             char *words = nullptr;
             const std::pair<mrb::FieldType, int> answers[] = {
-                {mrb::FieldType::LINT, mrb_get_item_value_lint_v2(list, asked, &large)},
-                {mrb::FieldType::DOUBLE, mrb_get_item_value_double_v2(list, asked, &fraction)},
-                {mrb::FieldType::TIME, mrb_get_item_value_time_v2(list, asked, &whole)},
-                {mrb::FieldType::INT, mrb_get_item_value_int_v2(list, asked, &whole)},
-                {mrb::FieldType::BOOL, mrb_get_item_value_bool_v2(list, asked, &truth)},
-                {mrb::FieldType::CHAR, mrb_get_item_value_char_v2(list, asked, &words)}};
+                {mrb::FieldType::LINT, mrb_get_item_value_lint_v2(list, fieldName, &large)},
+                {mrb::FieldType::DOUBLE, mrb_get_item_value_double_v2(list, fieldName, &fraction)},
+                {mrb::FieldType::TIME, mrb_get_item_value_time_v2(list, fieldName, &whole)},
+                {mrb::FieldType::INT, mrb_get_item_value_int_v2(list, fieldName, &whole)},
+                {mrb::FieldType::BOOL, mrb_get_item_value_bool_v2(list, fieldName, &truth)},
+                {mrb::FieldType::CHAR, mrb_get_item_value_char_v2(list, fieldName, &words)}};
             std::free(words);
             for (const auto &[type, code] : answers) {
                 const int expected = field.isRequired ? MRB_ERR_NOT_FOUND : MRB_ERR_NONE;
@@ -259,7 +259,7 @@ TEST(FieldsOf, AnEmptyListAreNotFound) {
     EXPECT_EQ(mrb_set_item_value_int_v2(client.handle, "PLAYED_COUNT", 1), MRB_ERR_NOT_FOUND);
 }
 
-TEST(FieldsOf, AFileThatCannotBeReadSayWhy) {
+TEST(FieldsOf, AFileThatCannotBeReadReturnTheReason) {
     const Folder folder;
     folder.file("gone.mp3");
     folder.file("closed.mp3");
@@ -268,9 +268,9 @@ TEST(FieldsOf, AFileThatCannotBeReadSayWhy) {
     client.list(folder.path());
     ASSERT_EQ(unlink(folder.path("gone.mp3").c_str()), 0);
     EXPECT_EQ(textField(client, 1, "ARTIST").first, MRB_ERR_NOT_FOUND);
-    const support::UnprivilegedFiles nobody;
+    const support::UnprivilegedFiles unprivileged;
     EXPECT_EQ(textField(client, 0, "ARTIST").first, MRB_ERR_PERMISSION_DENIED);
-    // What the name says needs no reading.
+    // What the name determines needs no reading.
     EXPECT_EQ(text(client, 0, "TITLE"), "closed");
     EXPECT_EQ(text(client, 0, "MIME_TYPE"), "audio/mpeg");
 }

@@ -1,4 +1,4 @@
-// Groups by what files say.
+// Groups by the files' metadata.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -72,7 +72,7 @@ TEST_F(FileGroupsOf, OneOfThemIsShownAlone) {
     EXPECT_EQ(client_.count(), 8 + 5);
 }
 
-TEST_F(FileGroupsOf, AStyleSetBeforeTheListIsReadyIsServedBehindIt) {
+TEST_F(FileGroupsOf, AStyleSetBeforeTheListIsReadyIsServedAfterwards) {
     ASSERT_EQ(client_.open(folder_.path()), MRB_ERR_NONE);
     ASSERT_EQ(groupBy(client_, MRB_PAGE_STYLE_GROUP_ARTIST), MRB_ERR_NONE);
     waitForGroups(client_);
@@ -94,7 +94,7 @@ TEST(FileGroupsOfAList, ItemsWhoseFilesWereNotReadYetHaveNoName) {
     ASSERT_EQ(list.groupCount(), 2);
     EXPECT_EQ(list.entry(0)->facts.name, "Zoë");
     EXPECT_EQ(list.entry(1)->groupItems, 1);
-    // What another field says does not matter.
+    // The value of another field does not matter.
     ASSERT_EQ(list.setStyle({.grouping = Grouping::ALBUM, .groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
     EXPECT_EQ(list.groupCount(), 1);
 }
@@ -155,9 +155,9 @@ TEST(FileGroupsOfMany, AreLeftAtAnyMoment) {
     EXPECT_EQ(client.count(), 11);
 }
 
-// ---- when is read -------------------------------------------------------------------
+// ---- when metadata are read ---------------------------------------------------------
 
-TEST(GroupReadings, BeginWhenTheListIsCompleteAndSomebodyWantsOne) {
+TEST(GroupReadings, BeginWhenTheListIsCompleteAndOneIsRequested) {
     GroupReading early;
     EXPECT_FALSE(early.want(Grouping::ARTIST));
     EXPECT_TRUE(early.listIsComplete());
@@ -169,7 +169,7 @@ TEST(GroupReadings, BeginWhenTheListIsCompleteAndSomebodyWantsOne) {
     EXPECT_FALSE(late.want(Grouping::ALBUM));
 }
 
-TEST(GroupReadings, GoOnWithWhatIsWantedMeanwhileAndDropWhatIsNot) {
+TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     GroupReading reading;
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));
@@ -190,7 +190,7 @@ TEST(GroupReadings, GoOnWithWhatIsWantedMeanwhileAndDropWhatIsNot) {
     EXPECT_TRUE(reading.want(Grouping::ARTIST));
 }
 
-TEST(GroupReadings, AreNotTakenUpAgainAfterAStop) {
+TEST(GroupReadings, AreNotResumedAfterAStop) {
     GroupReading reading;
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));

@@ -1,4 +1,4 @@
-// Orders by what files say of themselves.
+// Orders by the files' metadata.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 namespace {
 
-// Songs whose names are in another order than what they say, and one that says nothing.
+// Songs whose names are in another order than their metadata, and one without metadata.
 void makeSongs(const Folder &folder) {
     support::shell(folder.path(), R"(
 song() { ffmpeg -nostdin -loglevel error -y -f lavfi -i sine=duration=0.1 -bitexact -metadata title="$2" \
@@ -55,14 +55,14 @@ exiftool -q -q -overwrite_original -EXIF:DateTimeOriginal='1999:12:31 23:59:59' 
     EXPECT_THAT(sorted(folder, "DATE_TAKEN DESC"), ElementsAre("a.jpg", "c.jpg", "b.jpg"));
 }
 
-TEST(FileOrder, ASecondOpeningTouchesNoFile) {
+TEST(FileOrder, ASecondRequestTouchesNoFile) {
     const Folder folder;
     makeSongs(folder);
     const std::vector<std::string> first = sorted(folder, "ARTIST");
     for (const char *name : {"0.flac", "1.flac", "2.flac", "3.flac"}) {
         ASSERT_EQ(chmod(folder.path(name).c_str(), 0), 0);
     }
-    const support::UnprivilegedFiles nobody;
+    const support::UnprivilegedFiles unprivileged;
     EXPECT_EQ(sorted(folder, "ARTIST"), first);
     EXPECT_THAT(sorted(folder, "GENRE"), ElementsAre("sub", "2.flac", "1.flac", "3.flac", "0.flac"));
 }
@@ -71,7 +71,7 @@ TEST(FileOrder, AFileThatCannotBeReadComesLast) {
     const Folder folder;
     makeSongs(folder);
     ASSERT_EQ(chmod(folder.path("2.flac").c_str(), 0), 0);
-    const support::UnprivilegedFiles nobody;
+    const support::UnprivilegedFiles unprivileged;
     EXPECT_THAT(sorted(folder, "ARTIST"), ElementsAre("sub", "3.flac", "1.flac", "0.flac", "2.flac"));
 }
 

@@ -1,5 +1,5 @@
-// What clients' calls see of the metadata cache while another process, or another thread,
-// holds its database.
+// How clients' calls use the metadata cache while another process, or another thread, holds
+// its database.
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ void readSong(mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata 
     facts.setText(Fact::ARTIST, "The artist of " + name);
 }
 
-// A program of its own that uses the cache, as SQLite sees it.
+// Another program that uses the cache, as SQLite sees it.
 class OtherProgram {
   public:
     explicit OtherProgram(const std::string &file) {
@@ -50,7 +50,7 @@ class OtherProgram {
     sqlite3 *handle_ = nullptr;
 };
 
-class CacheHoldup : public testing::Test {
+class CacheContention : public testing::Test {
   protected:
     [[nodiscard]] MediaItem item(const std::string &name) const {
         std::ofstream(media_.path(name)) << "some bytes";
@@ -79,7 +79,7 @@ std::string title(const MediaRecord &record) {
 
 } // namespace
 
-TEST_F(CacheHoldup, AFieldIsReadWhileAThreadWaitsForAnotherProgramToWrite) {
+TEST_F(CacheContention, AFieldIsReadWhileAThreadWaitsForAnotherProgramToWrite) {
     constexpr int CALLS = 20'000;
     const MediaItem song = item("a.flac");
     const MediaItem other = item("b.flac");
@@ -106,7 +106,7 @@ TEST_F(CacheHoldup, AFieldIsReadWhileAThreadWaitsForAnotherProgramToWrite) {
     EXPECT_EQ(artist("a.flac"), "The artist of a.flac");
 }
 
-TEST_F(CacheHoldup, AFieldIsWrittenWhileAnotherProgramHoldsTheDatabaseAndKeptAfterwards) {
+TEST_F(CacheContention, AFieldIsWrittenWhileAnotherProgramHoldsTheDatabaseAndKeptAfterwards) {
     const MediaItem song = item("a.flac");
     {
         mrb::MediaLibrary library(cache_.path(), readSong);
@@ -122,7 +122,7 @@ TEST_F(CacheHoldup, AFieldIsWrittenWhileAnotherProgramHoldsTheDatabaseAndKeptAft
     EXPECT_EQ(title(*mrb::MediaLibrary(cache_.path(), readSong).known(song)), "Mine, again");
 }
 
-TEST_F(CacheHoldup, ADatabaseThatCannotBeReadIsReadLater) {
+TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
     const MediaItem song = item("a.flac");
     mrb::MediaLibrary(cache_.path(), readSong).write(song, {{"TITLE", "Mine"}});
     mrb::MediaLibrary library(cache_.path(), readSong);
@@ -130,7 +130,7 @@ TEST_F(CacheHoldup, ADatabaseThatCannotBeReadIsReadLater) {
         const OtherProgram program(file());
         program.run("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; CREATE TABLE other (a); COMMIT");
         EXPECT_TRUE(library.known(song)->isLate);
-        // Of which the file itself speaks as ever.
+        // The file still has its own artist.
         std::shared_ptr<const MediaRecord> record;
         EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
         EXPECT_EQ(record->facts.text(Fact::ARTIST), "The artist of a.flac");
@@ -143,8 +143,8 @@ TEST_F(CacheHoldup, ADatabaseThatCannotBeReadIsReadLater) {
     EXPECT_EQ(title(*record), "Mine");
 }
 
-// As one that was stopped in the midst of creating the file.
-TEST_F(CacheHoldup, NoCallWaitsForAProgramThatKeepsItsTurn) {
+// As after a program that was stopped while it created the file.
+TEST_F(CacheContention, NoCallWaitsForAProgramThatKeepsItsTurn) {
     const mrb::Descriptor turn(open(cache_.path("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     ASSERT_EQ(flock(turn.number(), LOCK_EX), 0);
     const MediaItem song = item("a.flac");

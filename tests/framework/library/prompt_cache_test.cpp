@@ -98,11 +98,11 @@ std::string Storage::title(const std::string &path) {
     return titleOf(records_[path]);
 }
 
-// A call waits as long as a test does, or nearly not at all.
+// Timeouts: as long as a test, or next to nothing.
 constexpr PromptCache::Limits PATIENT{support::LIMIT, milliseconds(0), 1024};
 constexpr PromptCache::Limits IMPATIENT{milliseconds(1), milliseconds(0), 1024};
 
-// A function to be called each time, which the first time passes the gate.
+// A function for each call, the first of which passes the gate.
 auto once(Gate &gate) {
     return [&gate, isFirst = std::make_shared<bool>(true)] {
         if (std::exchange(*isFirst, false)) {
@@ -140,7 +140,7 @@ TEST(PromptCache, WhatWasStoredIsKnownAtOnce) {
     }
 }
 
-TEST(PromptCache, ALookupThatHangsHoldsNoCallUp) {
+TEST(PromptCache, ALookupThatHangsBlocksNoCall) {
     Gate gate;
     Storage storage;
     storage.write(file("a"), title("Mine"));
@@ -152,7 +152,7 @@ TEST(PromptCache, ALookupThatHangsHoldsNoCallUp) {
     EXPECT_TRUE(cache.find(file("a"))->isLate);
     EXPECT_TRUE(cache.find(file("b"))->isLate);
     gate.open();
-    // The lookup goes on, and a later call finds what it found.
+    // The lookup continues, and a later call gets its result.
     const auto end = steady_clock::now() + support::LIMIT;
     while (cache.find(file("a"))->isLate && steady_clock::now() < end) {
     }
@@ -173,7 +173,7 @@ TEST(PromptCache, ManyCallsWhileALookupHangsAreBounded) {
     EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
 }
 
-TEST(PromptCache, AWriteThatHangsHoldsNoCallUpAndIsReadFromMemory) {
+TEST(PromptCache, AWriteThatHangsBlocksNoCallAndIsReadFromMemory) {
     Gate gate;
     Storage storage;
     storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Outcome {
@@ -193,7 +193,7 @@ TEST(PromptCache, AWriteThatHangsHoldsNoCallUpAndIsReadFromMemory) {
     EXPECT_EQ(titleOf(*cache.find(file("a"))), "4");
     EXPECT_EQ(storage.title("a"), "");
     gate.open();
-    // Nothing of it is lost at the end, and the last one counts.
+    // Nothing is lost at the end, and the last write counts.
     EXPECT_TRUE(cache.finish(steady_clock::now() + support::LIMIT));
     EXPECT_EQ(storage.title("a"), "4");
     EXPECT_EQ(storage.title("b"), "3");
@@ -246,7 +246,7 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
     EXPECT_EQ(storage.title("a"), "Mine");
 }
 
-TEST(PromptCache, AStorageThatAnotherProcessHoldsHoldsNoWriteUp) {
+TEST(PromptCache, AStorageThatAnotherProcessHoldsBlocksNoWrite) {
     std::atomic<bool> isHeld = true;
     Storage storage;
     storage.onWrite = [&](const MediaKey & /*key*/) {
@@ -254,7 +254,7 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsHoldsNoWriteUp) {
     };
     PromptCache cache(storage, PATIENT);
     auto writes = std::async(std::launch::async, [&] {
-        // The first one meets the attempt, the others the pause after it.
+        // The first one waits for the attempt, the others for the pause after it.
         for (const char *name : {"a", "b", "c"}) {
             EXPECT_EQ(cache.write(file(name), title("Mine")).code, MRB_ERR_NONE);
         }
@@ -265,7 +265,7 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsHoldsNoWriteUp) {
     EXPECT_EQ(storage.title("c"), "Mine");
 }
 
-TEST(PromptCache, AWriteThatFailsInTimeSaysSo) {
+TEST(PromptCache, AWriteThatFailsInTimeReturnsTheError) {
     Storage storage;
     storage.onWrite = [](const MediaKey & /*key*/) -> Outcome { return {MRB_ERR_NO_SPACE, "Full."}; };
     PromptCache cache(storage, PATIENT);
@@ -273,7 +273,7 @@ TEST(PromptCache, AWriteThatFailsInTimeSaysSo) {
     EXPECT_EQ(titleOf(*cache.find(file("a"))), "");
 }
 
-TEST(PromptCache, OnlySoManyWritesAreDue) {
+TEST(PromptCache, PendingWritesAreBounded) {
     constexpr std::size_t MOST = 4;
     Gate gate;
     Storage storage;
@@ -284,7 +284,7 @@ TEST(PromptCache, OnlySoManyWritesAreDue) {
     PromptCache cache(storage, {milliseconds(1), milliseconds(0), MOST});
     EXPECT_EQ(cache.write(file("0"), title("0")).code, MRB_ERR_NONE);
     gate.awaitEntry();
-    // What can be read again leaves room for what cannot.
+    // Reads are dropped before writes: they can be repeated.
     for (std::size_t number = 0; number < 2 * MOST; ++number) {
         cache.store(file("song " + std::to_string(number)), {});
     }
@@ -301,7 +301,7 @@ TEST(PromptCache, OnlySoManyWritesAreDue) {
 }
 
 TEST(PromptCache, TheEndDoesNotWaitForAStorageThatHangs) {
-    // Left behind with its threads, and reachable so that it does not count as a leak.
+    // Leaked with its threads, and reachable so that it does not count as a leak.
     struct Hanging {
         Gate gate;
         Storage storage;

@@ -1,4 +1,4 @@
-// Which files a list holds: extensions and words.
+// Which files a list holds: filters by extension and key word.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -46,7 +46,7 @@ TEST(Filter, FoldersHaveNoExtension) {
     EXPECT_THAT(names(client), ElementsAre("a.jpg"));
 }
 
-TEST(Filter, AnExtensionThatIsNoMediaListsNothing) {
+TEST(Filter, AnExtensionOfOtherFilesListsNothing) {
     const Folder folder;
     folder.file("a.jpg");
     folder.file("notes.txt");
@@ -74,7 +74,7 @@ TEST(Filter, AWordIsSoughtInNamesNotInPaths) {
     EXPECT_THAT(names(client), ElementsAre("sea.jpg", "sea"));
 }
 
-TEST(Filter, EventsAndCountsSpeakOfWhatPassed) {
+TEST(Filter, EventsAndCountsContainMatchesOnly) {
     const Folder folder;
     folder.file("sea/sea.jpg");
     folder.file("sea/b.jpg");

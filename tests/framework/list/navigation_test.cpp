@@ -1,4 +1,4 @@
-// Walking a list folder by folder, and the positions of its items.
+// Navigation from folder to folder, and the positions of items.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -70,7 +70,7 @@ TEST(Navigation, AFolderShowsItsFoldersThenItsFilesBehindAnUpFolderEntry) {
     EXPECT_EQ(client.count(), 7);
 }
 
-TEST(Navigation, AnUpFolderEntryTellsWhereItLeads) {
+TEST(Navigation, AnUpFolderEntryNamesItsTarget) {
     const Folder folder;
     folder.file("a/b/1.jpg");
     Client client;
@@ -101,7 +101,7 @@ TEST(Navigation, UpLeadsToTheEnclosingFolderWithTheCursorOnTheFolderLeft) {
     EXPECT_THAT(client.all("name"), ElementsAre("..", "c"));
     EXPECT_EQ(navigate(client, MRB_NAVIGATION_UP), MRB_ERR_NONE);
     EXPECT_THAT(client.all("name"), ElementsAre("a", "b"));
-    // The cursor is on "b" again, so that entering goes back.
+    // The cursor is on "b" again, so that entering returns there.
     EXPECT_EQ(navigate(client, MRB_NAVIGATION_ENTER), MRB_ERR_NONE);
     EXPECT_THAT(client.all("name"), ElementsAre("..", "c"));
 }
@@ -116,7 +116,7 @@ TEST(Navigation, AFolderOfAFlatListCanBeEntered) {
     EXPECT_THAT(client.all("name"), ElementsAre("..", "1.jpg"));
 }
 
-TEST(Navigation, WhatIsNoFolderIsNotEnteredAndTheTopIsNotLeft) {
+TEST(Navigation, OnlyFoldersAreEnteredAndTheTopIsNotLeft) {
     const Folder folder;
     folder.file("1.jpg");
     Client client;
@@ -178,7 +178,7 @@ TEST(Navigation, FoldersKeepTheListsOrder) {
 TEST(Navigation, TheTopOfTheFileSystemHasAnAddress) {
     const Folder folder;
     Client client;
-    // What is in it is of no matter, and it is large.
+    // Its contents do not matter, and it is large.
     ASSERT_EQ(client.open("/"), MRB_ERR_NONE);
     client.waitFor([&](const auto & /*events*/) { return client.count(MRB_ITEM_TYPE_FOLDER) > 0; });
     navigate(client, MRB_NAVIGATION_FOLDER);

@@ -226,7 +226,7 @@ TEST(Groups, AloneShowNoUpFolderEntry) {
     EXPECT_THAT(client.all("name"), ElementsAre("..", "image", "a.jpg", "music", "b.mp3"));
     ASSERT_EQ(setStyle(client, {.groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
     EXPECT_THAT(client.all("name"), ElementsAre("..", "a.jpg", "b.mp3"));
-    // The way back is there all the same.
+    // The up-folder entry is there nevertheless.
     ASSERT_EQ(setStyle(client, {.style = style, .groupIndex = 0}), MRB_ERR_NONE);
     EXPECT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_UP), MRB_ERR_NONE);
     EXPECT_THAT(client.all("name"), ElementsAre("sub"));
@@ -323,7 +323,7 @@ TEST(View, FollowsAGrowingListInEveryStyle) {
     }
 }
 
-// However entries are laid out, each item of the plain view is there once.
+// Each item of the plain view is there once, whatever the layout.
 TEST(View, PagesLoseNothing) {
     for (std::int32_t count = 0; count < 40; ++count) {
         mrb::List list{mrb::ListWishes{}};

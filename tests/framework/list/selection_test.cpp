@@ -1,4 +1,4 @@
-// The selection of a list: what selects which items, and what leaves it alone.
+// The selection of a list: which calls select which items.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -176,7 +176,7 @@ const std::vector<Case> &cases() {
          {"b.mp3", "f.mp3"}},
         {"TheWalkByTypeSelectsThoseTypes",
          [](const Client &client) {
-             // As the script command walks: clear, then toggle what has the type.
+             // As the script command does: clear, then toggle what has the type.
              mrb_select_all_v2(client.handle);
              mrb_deselect_all_v2(client.handle);
              for (int index = 0; index < client.count(); ++index) {
@@ -285,7 +285,7 @@ TEST(Selection, AnEmptyListHasNothingToSelect) {
     EXPECT_EQ(selectionCount(client), 0);
 }
 
-TEST(Selection, ANewOpeningBeginsWithNothingSelected) {
+TEST(Selection, AReopenedListBeginsWithNothingSelected) {
     const Folder folder;
     makeMedia(folder);
     Client client;
@@ -308,7 +308,7 @@ TEST(Selection, TwoListsOfOneFolderHaveSelectionsOfTheirOwn) {
     EXPECT_EQ(selectionCount(other), 0);
 }
 
-TEST(Selection, AHandleThatNamesNoListIsRefused) {
+TEST(Selection, AnUnknownHandleIsRefused) {
     int count = -1;
     bool state = false;
     EXPECT_EQ(mrb_select_all_v2(0), MRB_ERR_INVALID_HANDLE);

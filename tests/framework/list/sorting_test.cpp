@@ -118,7 +118,7 @@ TEST(Sort, EqualNamesKeepTheSourcesOrderEitherWay) {
     EXPECT_THAT(*mrb::sortItems(store, {mrb::SortKey::NAME, true}, never), ElementsAre(0, 1, 2));
 }
 
-TEST(Sort, AStopEndsTheShortestSort) {
+TEST(Sort, ACancelEndsTheShortestSort) {
     mrb::ItemStore store;
     ASSERT_TRUE(store.add(item("a"), true));
     EXPECT_FALSE(mrb::sortItems(store, {mrb::SortKey::NAME, false}, [] { return true; }));

@@ -91,7 +91,7 @@ TEST(MediaTypes, TheLastExtensionDecides) {
     EXPECT_EQ(mrb::mediaTypeOf("a.mp3.txt"), nullptr);
 }
 
-TEST(MediaTypes, NamesWithoutAnExtensionAreNoMedia) {
+TEST(MediaTypes, NamesWithoutAnExtensionAreNotMedia) {
     for (const char *name : {"", ".", "jpg", ".jpg", "a.", "a.jpgg", "a.verylong"}) {
         EXPECT_EQ(mrb::mediaTypeOf(name), nullptr) << name;
     }

@@ -1,4 +1,4 @@
-// Reading what hostile files say of themselves, and keeping it.
+// Metadata of hostile files, and the cache that keeps metadata.
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ void write(const std::string &path, const std::string &bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-// What the file says; a test failure when it could not be read.
+// The file's metadata; a test failure when it could not be read.
 mrb::Metadata read(const std::string &path) {
     mrb::MediaFile file;
     mrb::Metadata facts;
@@ -45,7 +45,7 @@ mrb::Metadata read(const std::string &path) {
     return facts;
 }
 
-// With the readers that this program is linked with, and as patient as a test.
+// With the readers that this program is linked with, and the timeouts of a test.
 class MediaLibrary : public mrb::MediaLibrary {
   public:
     explicit MediaLibrary(const std::string &folder)
@@ -74,7 +74,7 @@ class HostileMedia : public testing::Test {
 
 Folder *HostileMedia::media_ = nullptr;
 
-TEST_F(HostileMedia, TruncatedFilesSayLess) {
+TEST_F(HostileMedia, TruncatedFilesHaveLessMetadata) {
     for (const std::string name : NAMES) {
         const std::string whole = contents(media_->path(name));
         for (const std::size_t size :
@@ -95,7 +95,7 @@ TEST_F(HostileMedia, DamagedFilesDoNoHarm) {
         const std::string whole = contents(media_->path(name));
         for (int round = 0; round < 60; ++round) {
             std::string bytes = whole.substr(0, 64 << 10);
-            // Where the headers are, and anywhere.
+            // Damage in the headers, and anywhere.
             for (int flip = 0; flip < 12; ++flip) {
                 const std::size_t range =
                     flip % 2 == 0 ? std::min<std::size_t>(bytes.size(), 512) : bytes.size();
@@ -212,7 +212,7 @@ class Cache : public testing::Test {
             mrb::MediaPaths(media_.path()).keyOf(media_.path("a.flac"), facts.st_size, facts.st_mtim.tv_sec)};
     }
 
-    // What another process, or this one after a restart, knows.
+    // The view of another process, or of this one after a restart.
     [[nodiscard]] std::string artist() const {
         MediaLibrary library(cache_.path());
         return artistBy(library);
@@ -233,7 +233,7 @@ class Cache : public testing::Test {
 TEST_F(Cache, AFileIsReadOnce) {
     EXPECT_EQ(artist(), "Zoë");
     const off_t size = item().key.size;
-    // The same size and time, and nothing in it any more.
+    // The same size and time, but no metadata any more.
     write(media_.path("a.flac"), std::string(static_cast<std::size_t>(size), '\0'));
     media_.setModified("a.flac", 1'700'000'000);
     EXPECT_EQ(artist(), "Zoë");
@@ -244,21 +244,21 @@ TEST_F(Cache, AnotherTimeOrSizeIsAnotherFile) {
     makeSong("Eva");
     media_.setModified("a.flac", 1'700'000'001);
     EXPECT_EQ(artist(), "Eva");
-    makeSong("Somebody else");
+    makeSong("Another artist");
     media_.setModified("a.flac", 1'700'000'001);
-    EXPECT_EQ(artist(), "Somebody else");
+    EXPECT_EQ(artist(), "Another artist");
 }
 
-TEST_F(Cache, AFileThatChangedBehindTheListIsReadAsItIs) {
+TEST_F(Cache, AFileThatChangedAfterTheListIsReadAsItIs) {
     MediaLibrary library(cache_.path());
     const MediaItem before = item();
-    makeSong("Somebody else");
+    makeSong("Another artist");
     std::shared_ptr<const MediaRecord> record;
     for (int time = 0; time < 2; ++time) {
         ASSERT_EQ(library.read(before, record).code, MRB_ERR_NONE);
-        EXPECT_EQ(record->facts.text(Fact::ARTIST), "Somebody else");
+        EXPECT_EQ(record->facts.text(Fact::ARTIST), "Another artist");
     }
-    // What is kept is kept under the file's own size.
+    // Metadata are kept under the size of the file as read.
     EXPECT_FALSE(library.known(before)->isRead);
     EXPECT_TRUE(library.known(item())->isRead);
 }
@@ -271,12 +271,12 @@ TEST_F(Cache, WrittenFieldsSurviveARestart) {
     const auto record = library.known(item());
     EXPECT_EQ(std::get<std::int64_t>(record->written.at("PLAYED_COUNT")), 3);
     EXPECT_EQ(std::get<std::string>(record->written.at("TITLE")), "Ü");
-    // Those of another file are gone.
+    // The fields of another file are gone.
     media_.setModified("a.flac", 1'700'000'009);
     EXPECT_TRUE(library.known(item())->written.empty());
 }
 
-TEST_F(Cache, ADamagedFileIsSetAsideAndBegunAnew) {
+TEST_F(Cache, ADamagedFileIsSetAsideAndRecreated) {
     EXPECT_EQ(artist(), "Zoë");
     write(file(), "This is no database at all, whatever its name says. " + std::string(9000, 'x'));
     EXPECT_EQ(artist(), "Zoë");
@@ -325,7 +325,7 @@ TEST_F(Cache, WhatEarlierReadersFoundIsReadAgainAndWhatWasWrittenStays) {
 TEST_F(Cache, AFolderThatCannotBeWrittenToLeavesTheMemory) {
     ASSERT_EQ(chmod(cache_.path().c_str(), 0555), 0);
     {
-        const support::UnprivilegedFiles nobody;
+        const support::UnprivilegedFiles unprivileged;
         MediaLibrary library(cache_.path());
         EXPECT_EQ(artistBy(library), "Zoë");
         EXPECT_TRUE(library.known(item())->isRead);
@@ -366,7 +366,7 @@ TEST_F(Cache, ManyWritersAtATimeLoseNothing) {
     EXPECT_EQ(MediaLibrary(cache_.path()).known(song)->written.size(), std::size_t{WRITERS} * FIELDS);
 }
 
-TEST_F(Cache, ReadingAllGivesEachItemAndStopsWhenAsked) {
+TEST_F(Cache, ReadingAllReturnsEachItemAndStopsOnCancellation) {
     MediaLibrary library(cache_.path());
     const MediaItem song = item();
     int taken = 0;
@@ -385,13 +385,13 @@ TEST_F(Cache, ReadingAllGivesEachItemAndStopsWhenAsked) {
     EXPECT_TRUE(library.known(song)->isRead);
 }
 
-TEST_F(Cache, WhatTheSourceTellsFillsTheGapsOfWhatTheFileSays) {
+TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
     MediaLibrary library(cache_.path());
     MediaItem song = item();
     song.told.emplace();
-    song.told->setText(Fact::ARTIST, "Somebody");
+    song.told->setText(Fact::ARTIST, "An artist");
     song.told->setText(Fact::SYNOPSIS, "A song.");
-    EXPECT_EQ(library.known(song)->facts.text(Fact::ARTIST), "Somebody");
+    EXPECT_EQ(library.known(song)->facts.text(Fact::ARTIST), "An artist");
     const auto expectBoth = [](const MediaRecord &record) {
         EXPECT_EQ(record.facts.text(Fact::ARTIST), "Zoë");
         EXPECT_EQ(record.facts.text(Fact::SYNOPSIS), "A song.");
@@ -406,28 +406,28 @@ TEST_F(Cache, WhatTheSourceTellsFillsTheGapsOfWhatTheFileSays) {
     EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
     expectBoth(*record);
     expectBoth(*library.known(song));
-    // And is not taken for what the file says.
+    // And does not count as the file's own.
     EXPECT_FALSE(MediaLibrary(cache_.path()).known(item())->facts.has(Fact::SYNOPSIS));
 }
 
-TEST_F(Cache, AnItemWithoutAFileIsKnownByWhatTheSourceTellsAlone) {
+TEST_F(Cache, AnItemWithoutAFileHasTheSourceMetadataAlone) {
     const auto refuse = [](mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata & /*facts*/,
                            mrb::Outcome & /*outcome*/) { ADD_FAILURE() << name; };
     mrb::MediaLibrary library(cache_.path(), *+refuse);
     MediaItem song;
     EXPECT_FALSE(song.isKnown());
     song.told.emplace();
-    song.told->setText(Fact::ARTIST, "Somebody");
+    song.told->setText(Fact::ARTIST, "An artist");
     EXPECT_TRUE(song.isKnown());
     std::shared_ptr<const MediaRecord> record;
     EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
     EXPECT_TRUE(record->isRead);
-    EXPECT_EQ(record->facts.text(Fact::ARTIST), "Somebody");
+    EXPECT_EQ(record->facts.text(Fact::ARTIST), "An artist");
     int taken = 0;
     EXPECT_TRUE(library.readAll(
         1, [&](std::int32_t /*index*/) { return song; }, [] { return false; },
         [&](std::int32_t /*index*/, const MediaRecord &each) {
-            taken += each.facts.text(Fact::ARTIST) == "Somebody" ? 1 : 0;
+            taken += each.facts.text(Fact::ARTIST) == "An artist" ? 1 : 0;
         }));
     EXPECT_EQ(taken, 1);
     EXPECT_FALSE(std::filesystem::exists(file()));
@@ -436,11 +436,11 @@ TEST_F(Cache, AnItemWithoutAFileIsKnownByWhatTheSourceTellsAlone) {
 TEST_F(Cache, AFileThatWasBeingReadWhenItWasStoppedIsNotKept) {
     MediaLibrary library(cache_.path());
     const MediaItem song = item();
-    int asked = 0;
+    int checks = 0;
     EXPECT_FALSE(library.readAll(
-        1, [&](std::int32_t /*index*/) { return song; }, [&] { return ++asked > 1; },
+        1, [&](std::int32_t /*index*/) { return song; }, [&] { return ++checks > 1; },
         [](std::int32_t /*index*/, const MediaRecord & /*record*/) { ADD_FAILURE(); }));
-    EXPECT_GT(asked, 1);
+    EXPECT_GT(checks, 1);
     EXPECT_FALSE(library.known(song)->isRead);
 }
 

@@ -1,4 +1,4 @@
-// A list is of use before its scan has ended, and can be left at any moment.
+// A list can be read before its scan has ended, and cancelled or closed at any moment.
 
 #include <gtest/gtest.h>
 
@@ -33,10 +33,10 @@ void waitForMoment(std::minstd_rand &random, int mostMicroseconds) {
 }
 
 // A tree and a folder of 20,000 files each, scanned again and again.
-class Meanwhile : public testing::TestWithParam<std::pair<int, int>> {
+class GrowingList : public testing::TestWithParam<std::pair<int, int>> {
   protected:
     static constexpr int FILES = 20'000;
-    Meanwhile() { folder.pictures(GetParam().first, GetParam().second); }
+    GrowingList() { folder.pictures(GetParam().first, GetParam().second); }
     [[nodiscard]] int all() const { return FILES + GetParam().first; }
 
     const Folder folder;
@@ -45,9 +45,9 @@ class Meanwhile : public testing::TestWithParam<std::pair<int, int>> {
 
 } // namespace
 
-TEST_P(Meanwhile, TheFirstPageCanBeReadBeforeTheScanEnds) {
+TEST_P(GrowingList, TheFirstPageCanBeReadBeforeTheScanEnds) {
     bool inTime = false;
-    // On a busy machine the scan may win a race; that is no fault, but it may not always.
+    // On a busy machine the scan may win a race; that is not a fault, but it must not always win.
     for (int round = 0; round < 100 && !inTime; ++round) {
         Client client;
         ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
@@ -57,13 +57,13 @@ TEST_P(Meanwhile, TheFirstPageCanBeReadBeforeTheScanEnds) {
         inTime = first < all() && later < all();
         EXPECT_FALSE(item["name"].asString().empty());
         EXPECT_EQ(client.waitForEnd().data["item_count"], all());
-        // What could be read early is what stands there in the end.
+        // What was read early is in the same place at the end.
         EXPECT_EQ(client.item(19), item);
     }
     EXPECT_TRUE(inTime);
 }
 
-TEST_P(Meanwhile, EveryItemThatIsCountedCanBeRead) {
+TEST_P(GrowingList, EveryItemThatIsCountedCanBeRead) {
     Client client;
     ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
     int before = 0;
@@ -80,7 +80,7 @@ TEST_P(Meanwhile, EveryItemThatIsCountedCanBeRead) {
     client.waitForEnd();
 }
 
-TEST_P(Meanwhile, ACancelAtAnyMomentEndsTheListOnce) {
+TEST_P(GrowingList, ACancelAtAnyMomentEndsTheListOnce) {
     for (int round = 0; round < 50; ++round) {
         Client client;
         ASSERT_EQ(client.open(folder.path()), MRB_ERR_NONE);
@@ -96,7 +96,7 @@ TEST_P(Meanwhile, ACancelAtAnyMomentEndsTheListOnce) {
     }
 }
 
-TEST_P(Meanwhile, ADisconnectAtAnyMomentIsTheEnd) {
+TEST_P(GrowingList, ADisconnectAtAnyMomentIsTheEnd) {
     for (int round = 0; round < 50; ++round) {
         Client client;
         std::atomic<bool> closed = false;
@@ -106,12 +106,12 @@ TEST_P(Meanwhile, ADisconnectAtAnyMomentIsTheEnd) {
         waitForMoment(random, 60'000);
         EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
         closed = true;
-        // The callback thread has passed whatever was on its way.
+        // The callback thread has delivered all earlier events.
         Client later;
         later.list("/proc/self/fd");
         EXPECT_FALSE(late);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, Meanwhile, testing::Values(std::pair{1, 20'000}, std::pair{200, 100}),
+INSTANTIATE_TEST_SUITE_P(, GrowingList, testing::Values(std::pair{1, 20'000}, std::pair{200, 100}),
                          [](const auto &shape) { return shape.param.first == 1 ? "OneFolder" : "Tree"; });

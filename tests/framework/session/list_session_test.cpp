@@ -1,4 +1,4 @@
-// The list model under sources that tests steer: growth, failure, totals, bounds.
+// The state of one open list, filled by scripted sources: growth, failure, totals, bounds.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint8_t IMAGE = MRB_ITEM_TYPE_IMAGE;
 
-// A source that does what a test says.
+// A source that runs a test's script.
 class ScriptedSource final : public mrb::Source {
   public:
     using Script = std::function<mrb::FillResult(mrb::ItemSink &)>;
@@ -36,18 +36,18 @@ class ScriptedSource final : public mrb::Source {
     const Script script_;
 };
 
-struct Heard {
+struct ReceivedEvent {
     int event;
     Json::Value data;
     steady_clock::time_point at;
 };
 
-// An opening filled by a scripted source, and what its listener heard.
+// A list filled by a scripted source, and the events of its callback.
 class Scripted {
   public:
     explicit Scripted(ScriptedSource::Script script, mrb::ListWishes options = {}) {
         events_.start();
-        opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{hear, this},
+        opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{receive, this},
                                                  std::make_unique<ScriptedSource>(std::move(script)),
                                                  std::move(options));
         worker_ = std::thread([this] { opening->run(); });
@@ -58,24 +58,24 @@ class Scripted {
         worker_.join();
     }
 
-    std::vector<Heard> waitForEnd() {
+    std::vector<ReceivedEvent> waitForEnd() {
         std::unique_lock guard(lock_);
         EXPECT_TRUE(arrived_.wait_for(guard, support::LIMIT, [this] {
-            return !heard_.empty() && support::isLast(heard_.back().event);
+            return !received_.empty() && support::isLast(received_.back().event);
         }));
-        return heard_;
+        return received_;
     }
 
     std::shared_ptr<mrb::Opening> opening;
     std::function<void(int)> onEvent = [](int /*event*/) {};
 
   private:
-    static bool hear(void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
+    static bool receive(void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
                      const char *data) {
         auto &scripted = *static_cast<Scripted *>(self);
         {
             const std::lock_guard guard(scripted.lock_);
-            scripted.heard_.push_back({event, support::parse(data), steady_clock::now()});
+            scripted.received_.push_back({event, support::parse(data), steady_clock::now()});
             scripted.arrived_.notify_all();
         }
         scripted.onEvent(event);
@@ -84,7 +84,7 @@ class Scripted {
 
     std::mutex lock_;
     std::condition_variable arrived_;
-    std::vector<Heard> heard_;
+    std::vector<ReceivedEvent> received_;
     mrb::EventThread events_;
     std::thread worker_;
 };
@@ -99,7 +99,7 @@ bool addImages(mrb::ItemSink &sink, int count) {
 
 namespace {
 
-// A source whose one picture lies in a folder.
+// A source with one picture in a folder.
 class OnePicture final : public mrb::Source {
   public:
     explicit OnePicture(std::string folder) : folder_(std::move(folder)) {}
@@ -120,8 +120,8 @@ class OnePicture final : public mrb::Source {
 
 } // namespace
 
-// A call of a client would wait for the device, and for a thread that waits for it.
-TEST(Opening, WhereItsFilesLieIsNotLookedUpWhenAClientAsks) {
+// Otherwise a client's call would wait for the device, and for a thread that waits for it.
+TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
     const support::Folder folder;
     folder.folder("first");
     folder.folder("second");
@@ -141,12 +141,12 @@ TEST(Opening, WhereItsFilesLieIsNotLookedUpWhenAClientAsks) {
     EXPECT_TRUE(opening->mediaOf(opening->current()->facts).key.path.ends_with("/first/n"));
 }
 
-TEST(Opening, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
+TEST(ListSession, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
     Scripted scripted([](mrb::ItemSink &sink) {
         EXPECT_TRUE(addImages(sink, 3));
         return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
     });
-    const Heard last = scripted.waitForEnd().back();
+    const ReceivedEvent last = scripted.waitForEnd().back();
     EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
     EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED");
     EXPECT_EQ(last.data["message"], "The stick was pulled.");
@@ -154,12 +154,12 @@ TEST(Opening, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
     EXPECT_EQ(scripted.opening->list().size(), 3);
 }
 
-TEST(Opening, ASourceThatThrowsFailsTheListOnly) {
+TEST(ListSession, ASourceThatThrowsFailsTheListOnly) {
     Scripted scripted([](mrb::ItemSink & /*sink*/) -> mrb::FillResult { throw std::bad_alloc(); });
     EXPECT_EQ(scripted.waitForEnd().back().data["error"], "MRB_ERR_OUT_OF_MEMORY");
 }
 
-TEST(Opening, AGrowingListIsReportedAtMostTenTimesASecond) {
+TEST(ListSession, AGrowingListIsReportedAtMostTenTimesASecond) {
     std::atomic<int> grown = 0;
     Scripted scripted([&](mrb::ItemSink &sink) {
         while (grown < 4 && addImages(sink, 64)) {
@@ -168,16 +168,16 @@ TEST(Opening, AGrowingListIsReportedAtMostTenTimesASecond) {
         return mrb::FillResult{};
     });
     scripted.onEvent = [&](int event) { grown += event == MRB_EVENT_LIST_GROWN ? 1 : 0; };
-    const std::vector<Heard> heard = scripted.waitForEnd();
-    ASSERT_GE(heard.size(), 4U);
+    const std::vector<ReceivedEvent> received = scripted.waitForEnd();
+    ASSERT_GE(received.size(), 4U);
     // Four events span three pauses; delivery may lag, so only their sum is certain.
-    EXPECT_GE(heard.at(heard.size() - 2).at - heard.front().at, std::chrono::milliseconds(200));
-    for (std::size_t index = 1; index < heard.size(); ++index) {
-        EXPECT_GE(heard.at(index).data["item_count"].asInt(), heard.at(index - 1).data["item_count"].asInt());
+    EXPECT_GE(received.at(received.size() - 2).at - received.front().at, std::chrono::milliseconds(200));
+    for (std::size_t index = 1; index < received.size(); ++index) {
+        EXPECT_GE(received.at(index).data["item_count"].asInt(), received.at(index - 1).data["item_count"].asInt());
     }
 }
 
-TEST(Opening, AFewItemsOfASlowSourceAreReportedToo) {
+TEST(ListSession, AFewItemsOfASlowSourceAreReportedToo) {
     std::promise<void> grown;
     auto wasReported = grown.get_future();
     Scripted scripted([&](mrb::ItemSink &sink) {
@@ -197,7 +197,7 @@ TEST(Opening, AFewItemsOfASlowSourceAreReportedToo) {
     EXPECT_EQ(scripted.waitForEnd().size(), 2U);
 }
 
-TEST(Opening, ASlowListenerIsNotBuriedInGrowth) {
+TEST(ListSession, ASlowCallbackGetsNoBacklogOfGrowthEvents) {
     std::promise<void> filled;
     auto isFilled = filled.get_future();
     Scripted scripted([&](mrb::ItemSink &sink) {
@@ -216,7 +216,7 @@ TEST(Opening, ASlowListenerIsNotBuriedInGrowth) {
     EXPECT_LE(scripted.waitForEnd().size(), 3U);
 }
 
-TEST(Opening, AnAnnouncedTotalIsToldWithTheGrowth) {
+TEST(ListSession, AnExpectedTotalIsReportedWithTheGrowth) {
     std::promise<void> grown;
     auto wasReported = grown.get_future();
     Scripted scripted([&](mrb::ItemSink &sink) {
@@ -235,7 +235,7 @@ TEST(Opening, AnAnnouncedTotalIsToldWithTheGrowth) {
     EXPECT_EQ(scripted.waitForEnd().front().data["total_count"], 1'000'000);
 }
 
-TEST(Opening, AStoppedSourceIsToldAndTheListIsCancelled) {
+TEST(ListSession, ACancelledSourceIsNotifiedAndTheListIsCancelled) {
     Scripted scripted([](mrb::ItemSink &sink) {
         while (addImages(sink, 1)) {
             std::this_thread::yield();
@@ -247,7 +247,7 @@ TEST(Opening, AStoppedSourceIsToldAndTheListIsCancelled) {
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
 }
 
-TEST(Opening, ItemsOfARemoteSourceAreDescribedByTheirIds) {
+TEST(ListSession, ItemsOfARemoteSourceAreDescribedByTheirIds) {
     Scripted scripted([](mrb::ItemSink &sink) {
         const mrb::SourceItem item{.name = "Sunset", .id = "64$1", .type = IMAGE, .size = 9};
         EXPECT_TRUE(sink.add({&item, 1}));
@@ -262,7 +262,7 @@ TEST(Opening, ItemsOfARemoteSourceAreDescribedByTheirIds) {
     EXPECT_TRUE(item["modified"].isNull());
 }
 
-TEST(Opening, ItemsOfARemoteSourceAreFoundByTheirIds) {
+TEST(ListSession, ItemsOfARemoteSourceAreFoundByTheirIds) {
     Scripted scripted([](mrb::ItemSink &sink) {
         const mrb::SourceItem items[] = {{.name = "Sea", .id = "64$1", .type = IMAGE},
                                          {.name = "Sea", .id = "64$2", .type = IMAGE}};
@@ -274,8 +274,8 @@ TEST(Opening, ItemsOfARemoteSourceAreFoundByTheirIds) {
     EXPECT_EQ(scripted.opening->pageOf("64$3"), std::nullopt);
 }
 
-TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
-    // Stopped after the last item came, so that the sort is what is cancelled.
+TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
+    // Stopped after the last item, so that the sort is cancelled.
     std::shared_ptr<mrb::Opening> *stopping = nullptr;
     std::promise<void> ready;
     mrb::ListWishes options;
@@ -296,7 +296,7 @@ TEST(Opening, ACancelledSortLeavesTheSourcesOrder) {
     EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "b");
 }
 
-TEST(Opening, WhatCameBeforeAFailureIsSorted) {
+TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
     mrb::ListWishes options;
     options.sort = {mrb::SortKey::NAME, false};
     Scripted scripted(
@@ -312,7 +312,7 @@ TEST(Opening, WhatCameBeforeAFailureIsSorted) {
     EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "a");
 }
 
-TEST(Opening, UnwantedItemsAreDropped) {
+TEST(ListSession, UnwantedItemsAreDropped) {
     Scripted scripted(
         [](mrb::ItemSink &sink) {
             EXPECT_TRUE(addImages(sink, 5));
@@ -322,7 +322,7 @@ TEST(Opening, UnwantedItemsAreDropped) {
     EXPECT_EQ(scripted.waitForEnd().back().data["item_count"], 0);
 }
 
-TEST(Opening, AFullListFailsByName) {
+TEST(ListSession, AFullListFailsByName) {
     Scripted scripted([](mrb::ItemSink &sink) {
         const std::string name(mrb::ItemStore::LONGEST_TEXT, 'n');
         const std::vector<mrb::SourceItem> run(512, {.name = name, .id = {}, .type = IMAGE});
@@ -330,7 +330,7 @@ TEST(Opening, AFullListFailsByName) {
         }
         return mrb::FillResult{};
     });
-    const Heard last = scripted.waitForEnd().back();
+    const ReceivedEvent last = scripted.waitForEnd().back();
     EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
     EXPECT_EQ(last.data["error"], "MRB_ERR_OUT_OF_MEMORY");
 }

@@ -1,4 +1,4 @@
-// What a request for a list is refused for, and with which code.
+// Requests for lists that are refused, and with which code.
 
 #include <gtest/gtest.h>
 
@@ -65,7 +65,7 @@ TEST(Request, ACameraThatIsNotAttachedIsNotFound) {
     expectRefusal({.path = "/tmp", .source = "SOURCE_PTP"}, MRB_ERR_NOT_FOUND);
 }
 
-TEST(Request, WishesThatWouldBeIgnoredAreNotSupported) {
+TEST(Request, OptionsThatWouldBeIgnoredAreNotSupported) {
     expectRefusal({.path = "/tmp", .contentType = "image"}, MRB_ERR_NOT_SUPPORTED);
     expectRefusal({.path = "/tmp", .contentType = "BOOKS"}, MRB_ERR_NOT_SUPPORTED);
     for (const char *category :
@@ -76,18 +76,18 @@ TEST(Request, WishesThatWouldBeIgnoredAreNotSupported) {
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_prepare_data(param, "all"); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_is_uhd_meta(param, true); }},
     };
-    for (const ListOptions &wish : options) {
-        expectRefusal(wish, MRB_ERR_NOT_SUPPORTED);
+    for (const ListOptions &each : options) {
+        expectRefusal(each, MRB_ERR_NOT_SUPPORTED);
     }
 }
 
-TEST(Request, FiltersThatSayNothingAreInvalid) {
+TEST(Request, FiltersThatFilterNothingAreInvalid) {
     const ListOptions options[] = {
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_extension(param, " ,;."); }},
         {.path = "/tmp", .more = [](auto param) { mrb_param_set_general_key_word(param, "\u0301"); }},
     };
-    for (const ListOptions &wish : options) {
-        expectRefusal(wish, MRB_ERR_INVALID_PARAMETER);
+    for (const ListOptions &each : options) {
+        expectRefusal(each, MRB_ERR_INVALID_PARAMETER);
     }
 }
 
@@ -109,7 +109,7 @@ TEST(Request, NullArgumentsAreInvalid) {
     mrb_destroy_general_param(param);
 }
 
-TEST(Request, HandlesThatNameNoListAreInvalid) {
+TEST(Request, UnknownHandlesAreInvalid) {
     for (const mrb_agent_handler_h handle : {0, -1, 2'000'000'000}) {
         int count = -1;
         char *text = nullptr;
@@ -126,14 +126,14 @@ TEST(Request, HandlesThatNameNoListAreInvalid) {
     }
 }
 
-TEST(Request, AHandleThatNamesNoListCannotBeOpenedAnew) {
+TEST(Request, AnUnknownHandleCannotBeReopened) {
     Client client;
     client.handle = 2'000'000'000;
     EXPECT_EQ(client.open("/tmp"), MRB_ERR_INVALID_HANDLE);
     client.handle = 0;
 }
 
-TEST(Request, AClosedHandleNamesNothing) {
+TEST(Request, AClosedHandleIsUnknown) {
     const Folder folder;
     Client client;
     client.list(folder.path());

@@ -1,4 +1,4 @@
-// Files from DLNA servers to folders.
+// Copies of files from DLNA servers to folders.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -38,14 +38,14 @@ class DlnaFetch : public support::DlnaTest {};
 
 std::string fileOf(std::size_t size) { return support::httpResponse("200 OK", std::string(size, 'x')); }
 
-// A told server, a list of all that it has, everything in it selected, and a folder to
-// fetch that to. Used by one test thread, inside the network.
+// A scripted server, a list of all its items, all selected, and a folder to fetch them
+// to. Used by one test thread, inside the network.
 class Fetching {
   public:
     explicit Fetching(ScriptedServer::Handler answer) : server_(std::move(answer)) {}
 
-    // With pictures of that size, as the server says, at these addresses; those that begin
-    // with a slash are its own, and `files` answers who asks there.
+    // With pictures at these addresses, whose size the server states as `size`; addresses
+    // that begin with a slash are its own, and `files` handles the requests for them.
     Fetching(const std::vector<std::string> &addresses, std::size_t size,
              const ScriptedServer::Handler &files)
         : Fetching([this, size, files](const Request &request, const Connection &connection) {
@@ -65,7 +65,7 @@ class Fetching {
 
     [[nodiscard]] std::string url(const std::string &path) const { return server_.urlOf(path); }
 
-    // Has the server come; its id.
+    // Announces the server; its id.
     std::string list() {
         server_.announce();
         std::string id = service_.server();
@@ -217,7 +217,7 @@ TEST_F(DlnaFetch, AFileThatBreaksOffCostsThatFile) {
     EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 1.jpg"));
 }
 
-TEST_F(DlnaFetch, OtherHostsAreNotAsked) {
+TEST_F(DlnaFetch, OtherHostsAreNotContacted) {
     if (!insideNetwork()) {
         return;
     }
@@ -243,7 +243,7 @@ TEST_F(DlnaFetch, AServerThatLiesAboutSizesGivesNoFile) {
     const auto answer = [](const Request &request, const Connection &connection) {
         const std::string body(1000, 'x');
         const std::string length = request.action == "/huge.jpg" ? "Content-Length: 999999999999999\r\n" : "";
-        // Without a length: as long as it likes.
+        // Without a length: as many bytes as it sends.
         connection.send("HTTP/1.1 200 OK\r\n" + length + "Connection: close\r\n\r\n" +
                         (request.action == "/more.jpg" ? body + body
                                                        : body.substr(request.action == "/less.jpg" ? 1 : 0)));
@@ -272,14 +272,14 @@ TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<bool> isIdentityAsked = true;
+    std::atomic<bool> isIdentityRequested = true;
     const auto browseResponse = [](const std::string &headers) {
         return "HTTP/1.1 200 OK\r\n" + headers + "Connection: close\r\n\r\n" + std::string(19, 'x');
     };
     Fetching fetching({"/page.jpg", "/page2.jpg", "/gzip.jpg", "/true.jpg", "/short.jpg"}, 19,
                       [&](const Request &request, const Connection &connection) {
                           if (request.head.find("Accept-Encoding: identity\r\n") == std::string::npos) {
-                              isIdentityAsked = false;
+                              isIdentityRequested = false;
                           }
                           if (request.action == "/page.jpg") {
                               connection.send(browseResponse("Content-Type: text/html\r\n"));
@@ -297,11 +297,11 @@ TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "picture 0");
     EXPECT_EQ(end.status.done_file_count, 1U);
-    EXPECT_TRUE(isIdentityAsked);
+    EXPECT_TRUE(isIdentityRequested);
     EXPECT_THAT(tree(fetching.to.path()), ElementsAre("picture 3.jpg"));
 }
 
-TEST_F(DlnaFetch, ManyLeaveNothingBehind) {
+TEST_F(DlnaFetch, ManyLeakNothing) {
     if (!insideNetwork()) {
         return;
     }
@@ -317,7 +317,7 @@ TEST_F(DlnaFetch, ManyLeaveNothingBehind) {
     });
 }
 
-TEST_F(DlnaFetch, ManyThatAreStoppedLeaveNothingBehind) {
+TEST_F(DlnaFetch, ManyThatAreStoppedLeakNothing) {
     if (!insideNetwork()) {
         return;
     }

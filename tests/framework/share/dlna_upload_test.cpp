@@ -1,4 +1,4 @@
-// Files from folders and playlists to DLNA servers.
+// Uploads from folders and playlists to DLNA servers.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,10 +41,10 @@ using testing::Not;
 
 namespace {
 
-// A server that takes files as a test says.
+// A scripted server that receives files.
 class Taker {
   public:
-    // What it does when it is to fetch a file; and what it says of that.
+    // What it does when it shall import a file, and what it reports then.
     enum class Way { FETCHES, REFUSES_TO_FETCH, LIES, NEVER_ENDS, BREAKS_OFF };
 
     explicit Taker(Way way, std::string importUrl = {})
@@ -61,7 +61,7 @@ class Taker {
         const std::lock_guard guard(lock_);
         return calls_;
     }
-    // What it was asked, and took, so far.
+    // Forgets the requests and the received bytes.
     void forget() {
         const std::lock_guard guard(lock_);
         calls_.clear();
@@ -165,7 +165,7 @@ TEST_F(DlnaUpload, ARealServerGetsTheFileByteForByteAndGivesItBack) {
     EXPECT_EQ(end.status.done_file_count, 2U);
     Client remote;
     for (const char *type : {"IMAGE", "MUSIC"}) {
-        // It shows the object before it has looked into the file.
+        // It lists the object before it has read the file.
         const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
         do {
             listAll(remote, {.path = id, .contentType = type, .source = "SOURCE_DLNA"}, 1);
@@ -387,7 +387,7 @@ TEST_F(DlnaUpload, NeedsAServerAndAListOfFiles) {
     EXPECT_THAT(sharing_.events(), IsEmpty());
 }
 
-TEST_F(DlnaUpload, ManyLeaveNothingBehind) {
+TEST_F(DlnaUpload, ManyLeakNothing) {
     if (!insideNetwork()) {
         return;
     }

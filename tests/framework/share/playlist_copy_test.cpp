@@ -1,4 +1,4 @@
-// Copies of what playlists name, which lies in any folders of the machine.
+// Copies of the entries of playlists, which lie in any folders of the machine.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

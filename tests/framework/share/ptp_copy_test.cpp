@@ -1,4 +1,4 @@
-// Copies of what is on a camera to a folder. The camera is libgphoto2's own that shows a folder.
+// Copies from a camera to a folder. The camera is libgphoto2's own that shows a folder.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ class PtpCopy : public testing::Test {
   protected:
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
-    // A list of all that is on the camera.
+    // A list of all files on the camera.
     void open() { EXPECT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY); }
 
     OfferedCamera camera;

@@ -1,4 +1,4 @@
-// Another file system, or none, is mounted where a list found its items: they are not the list's.
+// Another file system, or none, is mounted where a list found its items: their files are not the list's.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,8 +26,8 @@ using testing::IsEmpty;
 
 namespace {
 
-// A stick at "usb", which gives way to another one with the same names on it.
-class Replaced : public support::OwnProcess {
+// A stick at "usb", which is replaced by another one with the same names on it.
+class ReplacedStorage : public support::OwnProcess {
   protected:
     void plugIn() const {
         folder.folder("usb");
@@ -50,7 +50,7 @@ class Replaced : public support::OwnProcess {
     }
     [[nodiscard]] std::string path(const std::string &name = "") const { return folder.path("usb" + name); }
 
-    // How a copy of everything in the list ends.
+    // The last event of a copy of everything in the list.
     int copyAll() {
         EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
         return sharing.copyAll(client, to.path()).event;
@@ -61,7 +61,7 @@ class Replaced : public support::OwnProcess {
         std::free(text);
         return code;
     }
-    ~Replaced() override { umount2(path().c_str(), MNT_DETACH); }
+    ~ReplacedStorage() override { umount2(path().c_str(), MNT_DETACH); }
 
     const Folder folder;
     const Folder to;
@@ -71,7 +71,7 @@ class Replaced : public support::OwnProcess {
 
 } // namespace
 
-TEST_F(Replaced, NothingIsCopiedFromAStickThatIsUnmountedAsTheCopyBegins) {
+TEST_F(ReplacedStorage, NothingIsCopiedFromAStickThatIsUnmountedAsTheCopyBegins) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -85,7 +85,7 @@ TEST_F(Replaced, NothingIsCopiedFromAStickThatIsUnmountedAsTheCopyBegins) {
     }
 }
 
-TEST_F(Replaced, NothingIsCopiedFromTheStickThatTookItsPlace) {
+TEST_F(ReplacedStorage, NothingIsCopiedFromTheStickThatTookItsPlace) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -98,7 +98,7 @@ TEST_F(Replaced, NothingIsCopiedFromTheStickThatTookItsPlace) {
     }
 }
 
-TEST_F(Replaced, NothingIsCopiedFromAStickBelowTheListsFolderThatTookAnothersPlace) {
+TEST_F(ReplacedStorage, NothingIsCopiedFromAStickBelowTheListsFolderThatTookAnothersPlace) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -110,7 +110,7 @@ TEST_F(Replaced, NothingIsCopiedFromAStickBelowTheListsFolderThatTookAnothersPla
     EXPECT_THAT(tree(to.path()), ElementsAre("c.jpg"));
 }
 
-TEST_F(Replaced, NothingThatAPlaylistNamesIsCopiedFromAnotherStick) {
+TEST_F(ReplacedStorage, NothingThatAPlaylistNamesIsCopiedFromAnotherStick) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -126,7 +126,7 @@ TEST_F(Replaced, NothingThatAPlaylistNamesIsCopiedFromAnotherStick) {
     EXPECT_EQ(playData(), MRB_ERR_DEVICE_REMOVED);
 }
 
-TEST_F(Replaced, ACopyThatCrossesMountsTakesThemAll) {
+TEST_F(ReplacedStorage, ACopyThatCrossesMountsTakesThemAll) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -140,7 +140,7 @@ TEST_F(Replaced, ACopyThatCrossesMountsTakesThemAll) {
     umount2(path("/DCIM/1/deep").c_str(), MNT_DETACH);
 }
 
-TEST_F(Replaced, FieldsAreNotReadFromAnotherStickAndNothingOfItIsRemembered) {
+TEST_F(ReplacedStorage, FieldsAreNotReadFromAnotherStickAndNothingOfItIsRemembered) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -162,7 +162,7 @@ TEST_F(Replaced, FieldsAreNotReadFromAnotherStickAndNothingOfItIsRemembered) {
                   MRB_ERR_DEVICE_REMOVED);
     }
     EXPECT_EQ(playData(), MRB_ERR_DEVICE_REMOVED);
-    // What is there now has a list of its own.
+    // The new file system has a list of its own.
     Client other;
     other.list(path());
     EXPECT_EQ(support::number(other, support::indexOf(other, "a.jpg"), "WIDTH"), 96);

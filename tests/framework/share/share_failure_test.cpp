@@ -1,4 +1,4 @@
-// Shares that are refused, and copies that meet what can go wrong with devices.
+// Shares that are refused, and copies during which a device or a file fails.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ class ShareFailure : public testing::Test {
             EXPECT_TRUE(support::areEqual(from.path(path), fs::path(destination) / path)) << path;
         }
     }
-    // Does `act` on the event thread as soon as the copy is under way, which then has
+    // Calls `act` on the event thread as soon as the copy is under way, which then has
     // hundreds of megabytes to go.
     void whenUnderWay(const std::function<void()> &act) {
         sharing.onEvent = [act](const ShareEvent &event) {
@@ -66,7 +66,7 @@ class ShareInOwnMounts : public ShareFailure {
     std::string ownMounts_;
 };
 
-// What the copying program says, run where `mountOptions` of a small file system are
+// The output of the copying program, run where `mountOptions` of a small file system are
 // mounted on the destination, unseen by other processes.
 std::string ShareInOwnMounts::copyInOwnMounts(const std::string &mountOptions,
                                               const std::string &action) const {
@@ -145,12 +145,12 @@ TEST_F(ShareFailure, NullArgumentsAreInvalidAndTheUserDataIsReleased) {
         EXPECT_EQ(mrb_create_share_user_data_param(&made), MRB_ERR_NONE);
         return made;
     };
-    // The leak checker of the sanitised build sees whether the objects went.
+    // The leak checker of the sanitised build checks that the objects were released.
     EXPECT_EQ(mrb_batch_process_v2(MRB_SHARE_COPY, nullptr, 1, userData(), &handle),
               MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_batch_process_v2(MRB_SHARE_COPY, param, 1, nullptr, &handle), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_batch_process_v2(MRB_SHARE_COPY, param, 1, userData(), nullptr), MRB_ERR_INVALID_PARAMETER);
-    // Without a callback nobody would hear of it.
+    // Without a callback the result could not be delivered.
     EXPECT_EQ(mrb_batch_process_v2(MRB_SHARE_COPY, param, 1, userData(), &handle), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(mrb_destroy_share_param(param), MRB_ERR_NONE);
 }
@@ -175,7 +175,7 @@ TEST_F(ShareInOwnMounts, ADestinationThatIsTooSmallIsNotWrittenTo) {
     }
 }
 
-TEST_F(ShareInOwnMounts, ADestinationThatFillsUpMeanwhileEndsItAndKeepsNothingHalf) {
+TEST_F(ShareInOwnMounts, ADestinationThatFillsUpDuringTheCopyEndsItWithoutPartialFiles) {
     makeFiles(3, 1000);
     // Larger than the list knows, so that the check of the space passes.
     EXPECT_EQ(copyInOwnMounts("size=1m", "grow 1.jpg"), said(MRB_EVENT_SHARE_FAILED, 0, 3, 0, "1.jpg"));
@@ -214,7 +214,7 @@ TEST_F(ShareFailure, ASourceThatIsRemovedEndsIt) {
         support::writeNoise(source + "/" + std::to_string(number) + ".jpg", 30'000'000, number);
     }
     support::selectEverything(client, source);
-    // The folder first, at once: what is missed before it is gone is a failure of files.
+    // The folder first, at once: files that are missing before it is gone count as failed.
     whenUnderWay([&] {
         fs::rename(source, from.path("gone"));
         fs::remove_all(from.path("gone"));

@@ -1,4 +1,4 @@
-// Shares that lock and unlock what is selected.
+// Shares that lock and unlock the selection.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ namespace {
 
 class ShareLock : public testing::Test {
   protected:
-    // Locks or unlocks items of these names; how that ended.
+    // Locks or unlocks items of these names; the last event.
     ShareEvent lock(const std::vector<std::string> &names, bool isLocked) {
         mrb_deselect_all_v2(client.handle);
         support::select(client, names);

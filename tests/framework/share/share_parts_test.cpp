@@ -1,4 +1,4 @@
-// The pieces behind a share that need file systems few machines have, or many cases.
+// The classes of a share, on file systems that few machines have, and with many cases.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -56,7 +56,7 @@ class Renames : public testing::TestWithParam<int (*)(int, const std::string &, 
 
 } // namespace
 
-TEST(FileNames, WhatLeadsElsewhereIsNoName) {
+TEST(FileNames, PathsThatLeadElsewhereAreNotNames) {
     using namespace std::string_view_literals;
     for (const std::string_view name : {""sv, "."sv, ".."sv, "/"sv, "a/b"sv, "../a"sv, "a\0b"sv, "\0"sv}) {
         EXPECT_FALSE(mrb::isPlainName(name)) << name;
@@ -238,7 +238,7 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
     }
 }
 
-TEST(FileCopier, TellsWhoseFaultItIs) {
+TEST(FileCopier, ReturnsTheSideThatFailed) {
     const Folder folder;
     folder.file("from", 1000);
     for (const auto way : {mrb::FileCopier::RANGE, mrb::FileCopier::SEND, mrb::FileCopier::READ_WRITE}) {
@@ -259,7 +259,7 @@ TEST(FileCopier, TellsWhoseFaultItIs) {
     }
 }
 
-TEST(FileCopier, StopsWhenItIsTold) {
+TEST(FileCopier, StopsOnCancellation) {
     const Folder folder;
     support::writeNoise(folder.path("from"), 5UL << 20, 1);
     const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));

@@ -1,4 +1,4 @@
-// Copies are on their device before they are told to be done.
+// Copies are on their device before they are reported as done.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// What went through fdatasync, and whether the device took it.
+// The files that were passed to fdatasync, and whether the device wrote them.
 struct Device {
     std::mutex lock;
     std::set<ino_t> saved;
@@ -51,7 +51,7 @@ class ShareSync : public testing::Test {
             support::writeNoise(from.path("in/" + std::to_string(number) + ".jpg"), 50'000, number);
         }
         support::selectEverything(client, from.path());
-        // Numbers of files come again once those are gone.
+        // The inode numbers of removed files are used again.
         const std::lock_guard guard(device().lock);
         device().saved.clear();
     }

@@ -1,4 +1,4 @@
-// Copying a selection: what arrives where, what is told on the way, and how it is stopped.
+// Copying a selection: what arrives where, what is reported on the way, and how it is stopped.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -141,7 +141,7 @@ TEST_F(Copy, TwoThousandSmallFilesArriveByteForByte) {
     EXPECT_TRUE(support::contents(from.path()) == support::contents(to.path()));
 }
 
-TEST_F(Copy, ALargeFileArrivesByteForByteAndItsProgressIsTold) {
+TEST_F(Copy, ALargeFileArrivesByteForByteAndItsProgressIsReported) {
     constexpr std::size_t SIZE = 300'000'007;
     support::writeNoise(from.path("film.mp4"), SIZE, 1);
     support::selectEverything(client, from.path());
@@ -166,7 +166,7 @@ TEST_F(Copy, TimeStampsAreKept) {
     EXPECT_EQ(modifiedOf(to.path("old.jpg")).tv_sec, 1'000'000'000);
 }
 
-TEST_F(Copy, ACopyIsReadByWhomItsOriginalIsReadAndIsNoProgram) {
+TEST_F(Copy, ACopyKeepsReadPermissionsAndIsNotExecutable) {
     from.file("open.jpg", 1);
     from.file("private.jpg", 1);
     chmod(from.path("open.jpg").c_str(), 0755);
@@ -236,7 +236,7 @@ TEST_F(Copy, NamesOfAnyBytesArrive) {
     }
 }
 
-TEST_F(Copy, IntoItsOwnFolderMakesCopiesBesideTheFiles) {
+TEST_F(Copy, IntoItsOwnFolderMakesCopiesNextToTheFiles) {
     from.file("a.jpg", 3);
     support::selectEverything(client, from.path());
     EXPECT_EQ(sharing.copyAll(client, from.path()).event, MRB_EVENT_SHARE_DONE);
@@ -266,7 +266,7 @@ TEST_F(Copy, EventsBeginWithTheStartAndEndWithOneEnd) {
     }
 }
 
-TEST_F(Copy, ProgressIsToldAtMostTenTimesASecondAndNeverGoesBack) {
+TEST_F(Copy, ProgressIsReportedAtMostTenTimesASecondAndNeverGoesBack) {
     // Enough to last for some tenths of a second anywhere.
     for (unsigned number = 0; number < 6; ++number) {
         support::writeNoise(from.path(std::to_string(number) + ".mp4"), 60'000'000, number);
@@ -303,7 +303,7 @@ TEST_F(Copy, AStopAtAnyMomentLeavesWholeFilesOnly) {
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
         const int code = mrb_stop_batch_process_v2(sharing.handle);
         const ShareEvent end = sharing.waitForEnd();
-        // One that came after the end is refused, or changes nothing.
+        // A stop after the end is refused, or changes nothing.
         EXPECT_TRUE(code == MRB_ERR_NONE || end.event == MRB_EVENT_SHARE_DONE);
         EXPECT_TRUE(end.event == MRB_EVENT_SHARE_STOPPED || end.event == MRB_EVENT_SHARE_DONE);
         stopped += end.event == MRB_EVENT_SHARE_STOPPED ? 1 : 0;
@@ -349,7 +349,7 @@ TEST_F(Copy, CallsFromInsideTheCallbackDoNotDeadlock) {
     EXPECT_THAT(tree(to.path()), ElementsAre("a (1).jpg", "a.jpg"));
 }
 
-TEST_F(Copy, GoesOnWhenItsListIsClosedOrOpenedAnew) {
+TEST_F(Copy, ContinuesWhenItsListIsClosedOrReopened) {
     makeSmallFiles(from);
     for (const bool isClosed : {true, false}) {
         const Folder target;
@@ -359,7 +359,7 @@ TEST_F(Copy, GoesOnWhenItsListIsClosedOrOpenedAnew) {
         ASSERT_EQ(sharing.copy(list, target.path()), MRB_ERR_NONE);
         held.waitUntilStarted();
         if (isClosed) {
-            // Not from its callback: returns although the share's callback still runs.
+            // Outside its callback: returns although the share's callback still runs.
             held.release();
             EXPECT_EQ(mrb_disconnect_v2(list.handle), MRB_ERR_NONE);
             list.handle = 0;
@@ -385,11 +385,11 @@ TEST_F(Copy, TheSelectionIsThatOfTheCall) {
     EXPECT_THAT(tree(to.path()), ElementsAre("a.jpg"));
 }
 
-TEST_F(Copy, AHandleNamesItsShareUntilTheLastEventWasHeard) {
+TEST_F(Copy, AHandleIsValidUntilTheLastEventWasDelivered) {
     from.file("a.jpg", 3);
     support::selectEverything(client, from.path());
     sharing.copyAll(client, to.path());
-    // The event thread goes on to the next list's event after it let go of the share.
+    // The event thread delivers the next list's event after it has released the share.
     Client barrier;
     barrier.list(to.path());
     EXPECT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_INVALID_HANDLE);
@@ -397,7 +397,7 @@ TEST_F(Copy, AHandleNamesItsShareUntilTheLastEventWasHeard) {
     EXPECT_EQ(mrb_stop_batch_process_v2(0), MRB_ERR_INVALID_HANDLE);
 }
 
-TEST_F(Copy, ManyAtATimeDoNotMindEachOther) {
+TEST_F(Copy, ManyAtATimeAreIndependent) {
     makeSmallFiles(from);
     support::selectEverything(client, from.path());
     std::array<Sharing, 4> shares;

@@ -1,5 +1,5 @@
-// What cameras have room for: asked without waiting, and notified when it is known. The cameras
-// are tests' own on a testbed's USB bus; what hears of both is the framework as it ships.
+// Capacity and free space of cameras: read in the background, and reported when they are known.
+// The cameras are scripted, on a testbed's USB bus; the framework is the one that ships.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ class CameraSizesTest : public support::PluggedDevices {
 
     static std::vector<Record> cameras() { return support::listDevices(MRB_STORAGE_KIND_PTP); }
 
-    // Lists until there is a camera that has told its sizes.
+    // Lists until there is a camera whose sizes are known.
     static Record known() {
         const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
         std::vector<Record> found = cameras();
@@ -45,7 +45,7 @@ class CameraSizesTest : public support::PluggedDevices {
             return Outcome();
         };
     }
-    // What it is called has nothing to do with it: libgphoto2 knows no such numbers.
+    // Its name does not matter: libgphoto2 has no such ids.
     std::string addUnknown() { return addCamera("0000", "0000"); }
 
     support::ScriptedCamera camera;
@@ -53,7 +53,7 @@ class CameraSizesTest : public support::PluggedDevices {
 
 } // namespace
 
-TEST_F(CameraSizesTest, AreUnknownAtFirstAndNotifiedWhenTheyAreKnown) {
+TEST_F(CameraSizesTest, AreUnknownAtFirstAndReportedWhenTheyAreKnown) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
@@ -93,8 +93,8 @@ TEST_F(CameraSizesTest, AreKnownToLaterListsWhereNothingListens) {
     EXPECT_EQ(record.total, 200);
 }
 
-// A list may be made many times a second; each question claims the camera.
-TEST_F(CameraSizesTest, AreNotAskedForWithEachList) {
+// Scripts may list devices many times a second; each request for sizes claims the camera.
+TEST_F(CameraSizesTest, AreNotRequestedWithEachList) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
@@ -113,7 +113,7 @@ TEST_F(CameraSizesTest, AreNotAskedForWithEachList) {
     EXPECT_EQ(requestCount, 1);
 }
 
-// It is another camera, however alike it is.
+// It is another camera, however similar.
 TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
@@ -133,7 +133,7 @@ TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
     EXPECT_EQ(known().total, 2);
 }
 
-// The one that left may answer late, or have answered before any list was made.
+// The one that left may answer late, or may have answered before the first list.
 TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
@@ -170,8 +170,8 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
     EXPECT_EQ(events[3].record.total, 2);
 }
 
-// Not once, and not again after a while. Each of these cameras is new and hangs; on a machine
-// that is busy with other things some lists take long, but not all.
+// Neither the first list nor a later one waits. Each of these cameras is new and hangs; on a
+// machine that is busy with other things some lists take long, but not all.
 TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
@@ -185,7 +185,7 @@ TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
         return Outcome{MRB_ERR_IO, "Too late."};
     };
     const std::string usb = addUnknown();
-    DeviceListener listener; // which the first one is there before
+    DeviceListener listener; // the first one arrives before it
     auto fastest = std::chrono::steady_clock::duration::max();
     for (int round = 1; round <= 10; ++round) {
         event(usb, "remove");

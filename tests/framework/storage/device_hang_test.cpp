@@ -1,5 +1,5 @@
-// A device, or the system's own table of devices, that does not answer: no call of an
-// application waits for it. What hangs here goes on when the test says so.
+// A device, or the system's device tables, do not answer: no call of an application waits
+// for them. What hangs here continues when the test releases it.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ using support::Surroundings;
 
 namespace {
 
-// A bus with one place, whose state nothing can read while it is held.
+// A bus with one device, whose state cannot be read while it is held.
 class Bus {
   public:
     void plug(bool isPlugged) {
@@ -48,7 +48,7 @@ class Bus {
     void hold() { setHeld(true); }
     void release() { setHeld(false); }
 
-    // Until a look hangs, which something that happens on the bus brings about.
+    // Waits until a scan hangs, which an event on the bus causes.
     void awaitHeldLook() {
         eventfd_write(news_.number(), 1);
         std::unique_lock guard(lock_);
@@ -79,7 +79,7 @@ class Bus {
     std::condition_variable change_;
     bool isPlugged_ = false;
     bool isHeld_ = false;
-    int looking_ = 0; // looks that hang
+    int looking_ = 0; // scans that hang
 };
 
 class BusSource final : public mrb::DeviceSource {
@@ -102,7 +102,7 @@ class BusSource final : public mrb::DeviceSource {
     Bus &bus_;
 };
 
-// The answer of a call, which returns before what hangs goes on.
+// The result of a call, which returns before what hangs is released.
 template <typename Call, typename Release>
 auto whileHanging(Call call, Release release) {
     auto answer = std::async(std::launch::async, call);
@@ -132,20 +132,20 @@ class DeviceHang : public testing::Test {
     }};
 };
 
-// Hears of the devices of a service.
-struct Heard {
-    explicit Heard(DeviceService &owner) : service(owner) {}
-    ~Heard() { service.unlisten(); }
-    Heard(const Heard &) = delete;
-    Heard &operator=(const Heard &) = delete;
+// Receives the device events of a service.
+struct DeviceEvents {
+    explicit DeviceEvents(DeviceService &owner) : service(owner) {}
+    ~DeviceEvents() { service.unlisten(); }
+    DeviceEvents(const DeviceEvents &) = delete;
+    DeviceEvents &operator=(const DeviceEvents &) = delete;
 
-    int listen() { return service.listen(hear, this); }
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
-        auto &heard = *static_cast<Heard *>(self);
-        const std::lock_guard guard(heard.lock);
-        heard.last = storage->device;
-        heard.events += "+-~"[event];
-        heard.arrived.notify_all();
+    int listen() { return service.listen(receive, this); }
+    static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+        auto &events = *static_cast<DeviceEvents *>(self);
+        const std::lock_guard guard(events.lock);
+        events.last = storage->device;
+        events.events += "+-~"[event];
+        events.arrived.notify_all();
     }
     std::string waitFor(std::size_t number) {
         std::unique_lock guard(lock);
@@ -157,7 +157,7 @@ struct Heard {
     std::mutex lock;
     std::condition_variable arrived;
     std::string events;
-    Device last; // that an event was about
+    Device last; // the device of the latest event
 };
 
 struct Observer final : mrb::RemovalObserver {
@@ -167,28 +167,28 @@ struct Observer final : mrb::RemovalObserver {
 
 } // namespace
 
-TEST_F(DeviceHang, TheFirstListDoesNotWaitForALookThatHangs) {
+TEST_F(DeviceHang, TheFirstListDoesNotWaitForAScanThatHangs) {
     bus.plug(true);
     bus.hold();
     EXPECT_EQ(whileHeld([this] { return count(); }), 0U);
 }
 
-TEST_F(DeviceHang, AListIsWhatWasKnownBeforeTheLookThatHangs) {
+TEST_F(DeviceHang, AListHasWhatWasKnownBeforeTheScanThatHangs) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);
-    Heard heard(service);
-    ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+    DeviceEvents events(service);
+    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
     bus.hold();
     bus.plug(false);
     bus.awaitHeldLook();
     EXPECT_EQ(whileHeld([this] { return count(); }), 1U);
     bus.release();
-    EXPECT_EQ(heard.waitFor(1), "-");
+    EXPECT_EQ(events.waitFor(1), "-");
     EXPECT_EQ(count(), 0U);
 }
 
-// A call waits for a look that hangs once at most: many wait no longer than one.
-TEST_F(DeviceHang, ALookThatHangsIsNotWaitedForAgain) {
+// A call waits for a scan that hangs once at most: many wait no longer than one.
+TEST_F(DeviceHang, AScanThatHangsIsNotWaitedForAgain) {
     bus.hold();
     EXPECT_EQ(whileHeld([this] {
                   std::size_t devices = 0;
@@ -200,22 +200,22 @@ TEST_F(DeviceHang, ALookThatHangsIsNotWaitedForAgain) {
               0U);
 }
 
-TEST_F(DeviceHang, WhatTheLookThatHungFindsIsAnEvent) {
+TEST_F(DeviceHang, WhatTheScanThatHungFindsIsAnEvent) {
     bus.plug(true);
     bus.hold();
-    Heard heard(service);
-    EXPECT_EQ(whileHeld([&] { return heard.listen(); }), MRB_ERR_NONE);
+    DeviceEvents events(service);
+    EXPECT_EQ(whileHeld([&] { return events.listen(); }), MRB_ERR_NONE);
     EXPECT_EQ(whileHeld([this] { return count(); }), 0U);
     bus.release();
-    EXPECT_EQ(heard.waitFor(1), "+");
+    EXPECT_EQ(events.waitFor(1), "+");
     EXPECT_EQ(count(), 1U);
     bus.plug(false);
-    EXPECT_EQ(heard.waitFor(2), "+-");
+    EXPECT_EQ(events.waitFor(2), "+-");
 }
 
-TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringALookThatHangs) {
-    Heard first(service);
-    Heard second(service);
+TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringAScanThatHangs) {
+    DeviceEvents first(service);
+    DeviceEvents second(service);
     ASSERT_EQ(first.listen(), MRB_ERR_NONE);
     bus.hold();
     bus.awaitHeldLook();
@@ -229,11 +229,11 @@ TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringALookThatHangs) {
     EXPECT_EQ(first.events, "");
 }
 
-TEST_F(DeviceHang, ARemovalIsAwaitedAndForgottenDuringALookThatHangs) {
+TEST_F(DeviceHang, ARemovalObserverIsAddedAndRemovedDuringAScanThatHangs) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);
-    Heard heard(service);
-    ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+    DeviceEvents events(service);
+    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
     bus.hold();
     bus.awaitHeldLook();
     const auto observer = std::make_shared<Observer>();
@@ -247,12 +247,12 @@ TEST_F(DeviceHang, ARemovalIsAwaitedAndForgottenDuringALookThatHangs) {
     bus.plug(false);
     bus.release();
     EXPECT_EQ(observer->removed.get_future().wait_for(support::LIMIT), std::future_status::ready);
-    EXPECT_EQ(heard.waitFor(1), "-");
+    EXPECT_EQ(events.waitFor(1), "-");
     EXPECT_EQ(forgotten->removed.get_future().wait_for(std::chrono::seconds(0)), std::future_status::timeout);
 }
 
-TEST(DeviceHangAtTheEnd, ALookThatHangsIsLeftBehind) {
-    // With its thread, and static so that it does not count as a leak.
+TEST(TeardownDeviceScan, AScanThatHangsIsDetached) {
+    // Leaked with its thread, and static so that it does not count as a leak.
     static auto &bus = *new Bus;
     static auto &service = *new DeviceService([] {
         DeviceService::Sources sources;
@@ -266,15 +266,15 @@ TEST(DeviceHangAtTheEnd, ALookThatHangsIsLeftBehind) {
     EXPECT_EQ(service.list(DeviceKind::USB).size(), 0U);
 }
 
-// An event waits for its device's sizes, and nothing waits for the event.
+// An event waits for its device's sizes, and no call waits for the event.
 TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
     Bus bus;
-    std::promise<void> asked;
+    std::promise<void> requested;
     std::promise<void> answer;
     std::atomic<int> questions = 0;
     mrb::SizeGauge gauge([&, answered = answer.get_future().share()](Device &device) {
         if (++questions == 1) {
-            asked.set_value();
+            requested.set_value();
         }
         answered.wait();
         device.total = 77;
@@ -296,24 +296,24 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
                 return sources;
             },
             gauge, limits);
-        Heard heard(service);
-        ASSERT_EQ(heard.listen(), MRB_ERR_NONE);
+        DeviceEvents events(service);
+        ASSERT_EQ(events.listen(), MRB_ERR_NONE);
         bus.plug(true);
-        asked.get_future().wait();
+        requested.get_future().wait();
         const auto devices = whileHanging([&] { return service.list(DeviceKind::USB); }, release);
         ASSERT_EQ(devices.size(), 1U);
         EXPECT_EQ(devices[0].total, 0);
-        EXPECT_EQ(heard.events, "");
+        EXPECT_EQ(events.events, "");
         release();
-        EXPECT_EQ(heard.waitFor(1), "+");
-        EXPECT_EQ(heard.last.total, 77);
+        EXPECT_EQ(events.waitFor(1), "+");
+        EXPECT_EQ(events.last.total, 77);
     }
     while (questions > 0) {
         std::this_thread::yield();
     }
 }
 
-// The table of mounts is a pipe into which nothing writes: already to open it hangs.
+// The table of mounts is a pipe without a writer: opening it hangs.
 TEST(DeviceHangOfMounts, NoListWaitsForTheTableOfMounts) {
     support::Folder folder;
     const std::string pipe = folder.path("mounts");
@@ -325,7 +325,7 @@ TEST(DeviceHangOfMounts, NoListWaitsForTheTableOfMounts) {
     });
     const auto list = [&service] { return service.list(DeviceKind::USB).size(); };
     mrb::Descriptor writer;
-    // It can be opened then, and read to its end; later it is an empty file.
+    // A reader finds it empty from then on; later it is an empty file.
     const auto release = [&] {
         writer = mrb::Descriptor(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
         std::ofstream(folder.path("empty")) << "";
@@ -350,13 +350,13 @@ std::vector<const char *> silentFileSystems() {
 class SilentFolder : public support::OwnProcess, public testing::WithParamInterface<const char *> {
   protected:
     ~SilentFolder() override { end(); }
-    // With one folder that answers beside it.
+    // With one folder that responds next to it.
     void begin() {
         const std::string options =
             "fd=" + std::to_string(program_.number()) + ",rootmode=40000,user_id=0,group_id=0";
         ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
     }
-    // Whoever waits for it goes on.
+    // Threads that wait for it continue.
     void end() {
         program_ = mrb::Descriptor();
         umount2(dead.path().c_str(), MNT_DETACH);
@@ -377,7 +377,7 @@ INSTANTIATE_TEST_SUITE_P(, SilentFolder, testing::ValuesIn(silentFileSystems()))
 
 } // namespace
 
-TEST_P(SilentFolder, HoldsNoListUpWhereAFolderInItIsOffered) {
+TEST_P(SilentFolder, DoesNotBlockListsWhereAFolderInItIsOffered) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -394,7 +394,7 @@ TEST_P(SilentFolder, HoldsNoListUpWhereAFolderInItIsOffered) {
     EXPECT_EQ(support::listDevices().size(), 1U);
 }
 
-TEST_P(SilentFolder, HoldsNobodyUpWhoAsksForItsStorage) {
+TEST_P(SilentFolder, DoesNotBlockStorageIdRequests) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }

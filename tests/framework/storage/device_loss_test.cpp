@@ -1,5 +1,5 @@
-// What udev told and nobody heard, because the system had to throw it away: the devices
-// are looked at anew, and nothing is lost or doubled.
+// Events of udev that the system had to drop: the devices are scanned again, and no
+// event is lost or doubled.
 
 #include <gtest/gtest.h>
 
@@ -17,17 +17,17 @@ namespace {
 
 class DeviceLoss : public support::PluggedDevices {
   protected:
-    // What the source finds: "+NAME ", "-NAME ", "~NAME ".
+    // The events of the source: "+NAME ", "-NAME ", "~NAME ".
     std::string look(mrb::DeviceSource &source) {
         source.look(table_);
-        std::string told;
+        std::string text;
         for (const mrb::Notice &notice : table_.takeNotices()) {
-            told += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+            text += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
         }
-        return told;
+        return text;
     }
 
-    // Events enough for none of them to be the only one.
+    // Many events, so that more than one is dropped.
     void loseEventsOf(const std::string &device) {
         for (const char *action : {"change", "remove", "add", "change"}) {
             event(device, action);
@@ -41,7 +41,7 @@ class DeviceLoss : public support::PluggedDevices {
 
 } // namespace
 
-TEST_F(DeviceLoss, AnArrivalThatWasNotHeardIsSeen) {
+TEST_F(DeviceLoss, ALostArrivalEventIsRecovered) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -53,7 +53,7 @@ TEST_F(DeviceLoss, AnArrivalThatWasNotHeardIsSeen) {
     EXPECT_EQ(look(storage), "");
 }
 
-TEST_F(DeviceLoss, ARemovalThatWasNotHeardIsSeen) {
+TEST_F(DeviceLoss, ALostRemovalEventIsRecovered) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -70,7 +70,7 @@ TEST_F(DeviceLoss, ARemovalThatWasNotHeardIsSeen) {
     EXPECT_EQ(look(storage), "");
 }
 
-TEST_F(DeviceLoss, WhatIsThereBeforeAndAfterwardsIsNoNews) {
+TEST_F(DeviceLoss, DevicesThatStayAreNotReported) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -100,7 +100,7 @@ TEST_F(DeviceLoss, AStickInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
     EXPECT_EQ(look(storage), "-HOLIDAYS 1 +WORK ");
 }
 
-TEST_F(DeviceLoss, AFileSystemThatWasMadeAnewIsAChange) {
+TEST_F(DeviceLoss, AReformattedFileSystemIsAChange) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }

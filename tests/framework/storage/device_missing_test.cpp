@@ -1,4 +1,4 @@
-// Machines that tell nothing of devices: the lists are empty, and the log says so once.
+// Machines without udev or its permissions: the lists are empty, and one log line says so.
 
 #include <gtest/gtest.h>
 #include <linux/capability.h>
@@ -23,13 +23,13 @@ namespace {
 
 class DeviceMissing : public support::OwnProcess {
   protected:
-    // In place of what tells of devices: file systems with nothing in them.
+    // Mounts empty file systems in place of udev's folders.
     static void hideDevices(const char *options) {
         for (const char *place : {"/sys", "/run", "/media"}) {
             ASSERT_EQ(mount("tmpfs", place, "tmpfs", 0, options), 0);
         }
     }
-    // From now on this thread, and those that it starts, heed permissions even as root.
+    // From now on permissions bind this thread, and those that it starts, even as root.
     static void loseRootsRights() {
         __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
         __user_cap_data_struct rights[2] = {};
@@ -63,7 +63,7 @@ TEST_F(DeviceMissing, WithoutUdevListsAreEmptyAndMountsAreStillDevices) {
         "udev tells nothing of devices, only mounts are known (/run/udev: No such file or directory).");
 }
 
-TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndTheLogSaysSoOnce) {
+TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndOneLogLineSaysSo) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -95,7 +95,7 @@ TEST_F(DeviceMissing, AMountThatMayNotBeEnteredIsADeviceOfUnknownSize) {
     EXPECT_EQ(devices[0].available, 0);
 }
 
-TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndTheLogSaysSoOnce) {
+TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndOneLogLineSaysSo) {
     if (!inside(Surroundings::PLAIN)) {
         return;
     }

@@ -1,5 +1,5 @@
-// How mounts and what udev tells of come together, with a table of mounts that the test
-// writes, and with real mounts that come and go unseen.
+// How mounts and udev's devices are joined, with a table of mounts that the test writes,
+// and with real mounts in a namespace of the test's own.
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
@@ -93,7 +93,7 @@ TEST_F(DeviceMountTable, WhatIsMountedByAProgramAndCannotBeReadIsWhatUdevSays) {
     EXPECT_EQ(notices[0].device.mountPath, "/media/stick");
 }
 
-TEST_F(DeviceMountTable, WhatAProgramShowsWithoutADeviceIsNone) {
+TEST_F(DeviceMountTable, MountsOfNetworkFileSystemsAreNotDevices) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -115,7 +115,7 @@ TEST_F(DeviceMountTable, OfSeveralMountsItIsTheOldest) {
     EXPECT_EQ(notices[0].device.mountPath, "/media/stick");
 }
 
-TEST_F(DeviceMountTable, AMountThatIsGoneBeforeTheLookIsNoNews) {
+TEST_F(DeviceMountTable, AMountThatIsGoneBeforeTheScanIsNotReported) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }

@@ -63,13 +63,13 @@ TEST_F(DeviceMount, WhatIsMountedBelowMediaIsADeviceUntilItIsUnmounted) {
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_REMOVED);
-    for (const auto &heard : events) {
-        EXPECT_EQ(heard.record.name, "stick");
-        EXPECT_EQ(heard.record.mountPath, path);
-        EXPECT_EQ(heard.record.fileSystem, MRB_FILE_SYSTEM_TMPFS);
-        EXPECT_EQ(heard.record.total, 1 << 20);
-        EXPECT_EQ(heard.record.available, 1 << 20);
-        EXPECT_EQ(heard.record.id, "tmpfs:stick:/media/stick");
+    for (const auto &each : events) {
+        EXPECT_EQ(each.record.name, "stick");
+        EXPECT_EQ(each.record.mountPath, path);
+        EXPECT_EQ(each.record.fileSystem, MRB_FILE_SYSTEM_TMPFS);
+        EXPECT_EQ(each.record.total, 1 << 20);
+        EXPECT_EQ(each.record.available, 1 << 20);
+        EXPECT_EQ(each.record.id, "tmpfs:stick:/media/stick");
     }
 }
 
@@ -90,7 +90,7 @@ TEST_F(DeviceMount, ListsFollowMountsAndShowWhatIsFreeNow) {
     EXPECT_EQ(listener.waitFor(100).size(), 100U);
 }
 
-TEST_F(DeviceMount, OtherMountsAreNoDevices) {
+TEST_F(DeviceMount, OtherMountsAreNotDevices) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -101,7 +101,7 @@ TEST_F(DeviceMount, OtherMountsAreNoDevices) {
     EXPECT_EQ(listDevices().size(), 0U);
 }
 
-TEST_F(DeviceMount, AThousandMountsAndUnmountsAreEachToldOnce) {
+TEST_F(DeviceMount, AThousandMountsAndUnmountsAreEachReportedOnce) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -187,7 +187,7 @@ class OfferedFolder : public support::OwnProcess {
 
 } // namespace
 
-TEST_F(OfferedFolder, IsADeviceThatSaysWhatItIs) {
+TEST_F(OfferedFolder, IsADeviceThatStatesWhatItIs) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -231,7 +231,7 @@ TEST_F(OfferedFolder, ComesAndGoesWithAnyFolderThatHoldsIt) {
     next(MRB_STORAGE_EVENT_ADDED);
 }
 
-TEST_F(OfferedFolder, MayBeSeveralAndARelativePathIsNone) {
+TEST_F(OfferedFolder, MayBeSeveralAndARelativePathIsIgnored) {
     if (!inside(Surroundings::PLAIN)) {
         return;
     }

@@ -1,4 +1,4 @@
-// Who is called back, when, and when not any more. The devices are the test's own.
+// Which callbacks and observers of devices run, when, and when not. The devices are scripted.
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
@@ -21,30 +21,30 @@ using mrb::DeviceTable;
 
 namespace {
 
-// What the test says of its one device.
+// The state of the one scripted device.
 struct World {
-    // Attached, or not; told to whoever looks.
+    // Attaches or detaches it, and wakes the service.
     void set(bool isThere) {
         const std::lock_guard guard(lock);
         steps.push_back(isThere);
-        eventfd_write(news.number(), 1);
+        eventfd_write(wakeUp.number(), 1);
     }
 
     std::mutex lock;
     std::vector<bool> steps;
-    mrb::Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    mrb::Descriptor wakeUp{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
 };
 
 class Source final : public mrb::DeviceSource {
   public:
     explicit Source(World &world) : world_(world) {}
     void addDescriptors(std::vector<pollfd> &waited) const override {
-        waited.push_back({world_.news.number(), POLLIN, 0});
+        waited.push_back({world_.wakeUp.number(), POLLIN, 0});
     }
     void look(DeviceTable &table) override {
         const std::lock_guard guard(world_.lock);
         eventfd_t ignored = 0;
-        eventfd_read(world_.news.number(), &ignored);
+        eventfd_read(world_.wakeUp.number(), &ignored);
         for (const bool isThere : std::exchange(world_.steps, {})) {
             if (isThere) {
                 table.set("own", Device{});
@@ -61,7 +61,7 @@ class Source final : public mrb::DeviceSource {
 class Services : public testing::Test {
   protected:
     World world;
-    // As busy as the machine is, what was done before a call is in its answer.
+    // However busy the machine is, a list contains what was done before the call.
     DeviceService service{[this] {
                               DeviceService::Sources sources;
                               sources.push_back(std::make_unique<Source>(world));
@@ -71,14 +71,14 @@ class Services : public testing::Test {
                           {support::LIMIT, support::LIMIT, support::LIMIT}};
 };
 
-// Counts what it hears, and does what the test says.
+// Counts its events, and runs the test's work.
 struct Listener {
     explicit Listener(DeviceService &owner) : service(owner) {}
     ~Listener() { service.unlisten(); }
     Listener(const Listener &) = delete;
     Listener &operator=(const Listener &) = delete;
 
-    static void hear(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
+    static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
         auto &listener = *static_cast<Listener *>(self);
         listener.balance += event == MRB_STORAGE_EVENT_ADDED ? 1 : -1;
         if (listener.work) {
@@ -88,8 +88,8 @@ struct Listener {
         listener.number.notify_all();
     }
     void waitFor(int wanted) {
-        for (int heard = number; heard < wanted; heard = number) {
-            number.wait(heard);
+        for (int seen = number; seen < wanted; seen = number) {
+            number.wait(seen);
         }
     }
 
@@ -120,26 +120,26 @@ TEST_F(Services, CallsBackFromItsOwnNamedThread) {
     Listener listener(service);
     std::string name(16, '\0');
     listener.work = [&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     listener.waitFor(1);
     service.unlisten();
     EXPECT_STREQ(name.c_str(), "mrb-devices");
 }
 
-TEST_F(Services, WhatWasThereBeforeIsListedAndNotTold) {
+TEST_F(Services, DevicesThatWereThereBeforeAreListedAndNotReported) {
     world.set(true);
     Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     world.set(false);
     listener.waitFor(1);
     EXPECT_EQ(listener.balance, -1);
 }
 
-TEST_F(Services, AListThatSeesAnEventFirstStillHasItTold) {
+TEST_F(Services, AnEventThatAListSeesFirstIsStillReported) {
     Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     for (int round = 1; round <= 1000; ++round) {
         world.set(round % 2 == 1);
         EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), round % 2);
@@ -156,7 +156,7 @@ TEST_F(Services, UnsetWaitsForTheCallbackThatIsRunning) {
         entered.set_value();
         release.get_future().wait();
     };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
     auto unset = std::async(std::launch::async, [this] { return service.unlisten(); });
@@ -174,7 +174,7 @@ TEST_F(Services, UnsetDoesNotWaitLongForACallbackThatDoesNotReturn) {
         entered.set_value();
         release.get_future().wait_for(support::LIMIT);
     };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
     EXPECT_EQ(service.unlisten(), MRB_ERR_TIMEOUT);
@@ -191,11 +191,11 @@ TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
         entered.set_value();
         release.get_future().wait();
     };
-    ASSERT_EQ(service.listen(Listener::hear, &before), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &before), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
     world.set(false);
-    auto set = std::async(std::launch::async, [&] { return service.listen(Listener::hear, &after); });
+    auto set = std::async(std::launch::async, [&] { return service.listen(Listener::receive, &after); });
     EXPECT_EQ(set.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     release.set_value();
     EXPECT_EQ(set.get(), MRB_ERR_NONE);
@@ -207,7 +207,7 @@ TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
 TEST_F(Services, ACallbackMayUnsetItself) {
     Listener listener(service);
     listener.work = [this] { service.unlisten(); };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     listener.waitFor(1);
     world.set(false);
@@ -221,9 +221,9 @@ TEST_F(Services, ACallbackMayListAndSetAnother) {
     Listener listener(service);
     listener.work = [&] {
         EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
-        EXPECT_EQ(service.listen(Listener::hear, &other), MRB_ERR_NONE);
+        EXPECT_EQ(service.listen(Listener::receive, &other), MRB_ERR_NONE);
     };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     listener.waitFor(1);
     world.set(false);
@@ -233,8 +233,8 @@ TEST_F(Services, ACallbackMayListAndSetAnother) {
     EXPECT_EQ(other.balance, -1);
 }
 
-// Registered and removed while devices come and go: the listener is gone at once after
-// its removal, which a sanitizer sees when it is called all the same.
+// Registered and removed while devices come and go: the listener is destroyed right after
+// its removal, which a sanitizer detects when a callback runs nevertheless.
 TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
     std::atomic<bool> stop = false;
     std::thread devices([&] {
@@ -243,31 +243,31 @@ TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
             std::this_thread::yield();
         }
     });
-    int heard = 0;
+    int seen = 0;
     for (int round = 0; round < 10'000; ++round) {
         auto listener = std::make_unique<Listener>(service);
         if (round % 3 == 0) {
             listener->work = [this] { service.unlisten(); };
         }
-        ASSERT_EQ(service.listen(Listener::hear, listener.get()), MRB_ERR_NONE);
+        ASSERT_EQ(service.listen(Listener::receive, listener.get()), MRB_ERR_NONE);
         if (round % 100 == 0) {
             listener->waitFor(1);
         }
         ASSERT_EQ(service.unlisten(), MRB_ERR_NONE);
-        heard += listener->number;
+        seen += listener->number;
     }
     stop = true;
     devices.join();
-    EXPECT_GE(heard, 100);
+    EXPECT_GE(seen, 100);
 }
 
-TEST_F(Services, AfterItsEndNobodyIsCalledBackAndListsAreWhatWasKnown) {
+TEST_F(Services, AfterItsShutdownNoCallbackRunsAndListsAreWhatWasKnown) {
     world.set(true);
     Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
     world.set(false);
-    EXPECT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     EXPECT_EQ(listener.number, 0);
 }
@@ -275,12 +275,12 @@ TEST_F(Services, AfterItsEndNobodyIsCalledBackAndListsAreWhatWasKnown) {
 TEST_F(Services, ACallbackMayEndIt) {
     Listener listener(service);
     listener.work = [this] { service.shutDown(std::chrono::steady_clock::now() + support::LIMIT); };
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     world.set(true);
     listener.waitFor(1);
 }
 
-TEST_F(Services, ARemovalIsToldOnceToWhoAwaitsIt) {
+TEST_F(Services, ARemovalIsReportedOnceToItsObserver) {
     world.set(true);
     const auto first = std::make_shared<Observer>();
     const auto second = std::make_shared<Observer>();
@@ -297,19 +297,19 @@ TEST_F(Services, ARemovalIsToldOnceToWhoAwaitsIt) {
     EXPECT_EQ(first->number, 1);
 }
 
-TEST_F(Services, TheRemovalOfWhatIsGoneIsToldAtOnce) {
+TEST_F(Services, TheRemovalOfAMissingDeviceIsReportedAtOnce) {
     const auto observer = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, observer);
     observer->wait();
 }
 
-TEST_F(Services, TheRemovalOfAnotherDeviceIsNotTold) {
+TEST_F(Services, TheRemovalOfAnotherDeviceIsNotReported) {
     world.set(true);
     Device other;
     other.camera.port = "usb:001,002";
     const auto observer = std::make_shared<Observer>();
     const auto own = std::make_shared<Observer>();
-    service.awaitRemoval(other, observer); // which is not there
+    service.awaitRemoval(other, observer); // the device is missing
     observer->wait();
     service.awaitRemoval(Device{}, own);
     EXPECT_EQ(own->number, 0);
@@ -318,10 +318,10 @@ TEST_F(Services, TheRemovalOfAnotherDeviceIsNotTold) {
     EXPECT_EQ(observer->number, 1);
 }
 
-TEST_F(Services, ARemovalIsToldBesideACallback) {
+TEST_F(Services, ARemovalIsReportedInAdditionToACallback) {
     world.set(true);
     Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::hear, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
     const auto observer = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, observer);
     world.set(false);
@@ -332,7 +332,7 @@ TEST_F(Services, ARemovalIsToldBesideACallback) {
     EXPECT_EQ(observer->number, 1);
 }
 
-TEST_F(Services, ARemovalThatAListSeesFirstIsStillTold) {
+TEST_F(Services, ARemovalThatAListSeesFirstIsStillReported) {
     for (int round = 0; round < 1000; ++round) {
         world.set(true);
         const auto observer = std::make_shared<Observer>();
@@ -343,7 +343,7 @@ TEST_F(Services, ARemovalThatAListSeesFirstIsStillTold) {
     }
 }
 
-TEST_F(Services, WhoIsForgottenOrGoneIsNotTold) {
+TEST_F(Services, RemovedAndDestroyedObserversAreNotNotified) {
     world.set(true);
     const auto forgotten = std::make_shared<Observer>();
     auto gone = std::make_shared<Observer>();
@@ -360,7 +360,7 @@ TEST_F(Services, WhoIsForgottenOrGoneIsNotTold) {
     EXPECT_EQ(forgotten->number, 0);
 }
 
-TEST_F(Services, WhoIsToldOfARemovalMayForgetAndAwaitTheNext) {
+TEST_F(Services, ANotifiedObserverMayRemoveItselfAndAddAnother) {
     world.set(true);
     const auto next = std::make_shared<Observer>();
     const auto observer = std::make_shared<Observer>();
@@ -400,7 +400,7 @@ TEST_F(Services, ObserversComeAndGoWhileDevicesDo) {
     devices.join();
 }
 
-TEST_F(Services, AfterItsEndNoRemovalIsTold) {
+TEST_F(Services, AfterItsShutdownNoRemovalIsReported) {
     world.set(true);
     const auto before = std::make_shared<Observer>();
     const auto after = std::make_shared<Observer>();

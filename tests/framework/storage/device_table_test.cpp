@@ -1,4 +1,4 @@
-// The table that makes events of what sources say.
+// The table that turns the devices of sources into events.
 
 #include <gtest/gtest.h>
 
@@ -18,16 +18,16 @@ Device named(const std::string &name, DeviceKind kind = DeviceKind::USB) {
 }
 
 std::string story(DeviceTable &table) {
-    std::string told;
+    std::string text;
     for (const mrb::Notice &notice : table.takeNotices()) {
-        told += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+        text += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
     }
-    return told;
+    return text;
 }
 
 } // namespace
 
-TEST(DeviceTable, TellsOfEachArrivalChangeAndRemovalOnce) {
+TEST(DeviceTable, ReportsEachArrivalChangeAndRemovalOnce) {
     DeviceTable table;
     table.set("a", named("A"));
     table.set("a", named("A"));
@@ -38,7 +38,7 @@ TEST(DeviceTable, TellsOfEachArrivalChangeAndRemovalOnce) {
     EXPECT_EQ(story(table), "");
 }
 
-TEST(DeviceTable, SizesAloneAreNoChange) {
+TEST(DeviceTable, SizesAloneAreNotAChange) {
     DeviceTable table;
     Device device = named("A");
     table.set("a", device);
@@ -55,7 +55,7 @@ TEST(DeviceTable, SizesThatWereMeasuredLeaveWithTheDevice) {
     Device measured = table.list(DeviceKind::USB).front();
     measured.total = 77;
     table.keepSizes(measured);
-    table.set("a", device); // as it is
+    table.set("a", device); // unchanged
     measured.mountPath = "/elsewhere";
     measured.total = 88;
     table.keepSizes(measured);

@@ -1,4 +1,4 @@
-// Devices that udev tells of, attached and pulled out through a testbed.
+// Devices that udev reports, attached and pulled out through a testbed.
 
 #include <gtest/gtest.h>
 
@@ -60,18 +60,18 @@ TEST_F(DeviceUdev, AStickArrivesAndLeavesWithTheRecordItHad) {
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_REMOVED);
-    for (const auto &heard : events) {
-        EXPECT_EQ(heard.record.id, "1234-ABCD");
-        EXPECT_EQ(heard.record.label, "HOLIDAYS 1");
-        EXPECT_EQ(heard.record.vendor, "ACME");
-        EXPECT_EQ(heard.record.serial, "0815");
-        EXPECT_EQ(heard.record.bus, 1);
-        EXPECT_EQ(heard.record.address, 7);
+    for (const auto &each : events) {
+        EXPECT_EQ(each.record.id, "1234-ABCD");
+        EXPECT_EQ(each.record.label, "HOLIDAYS 1");
+        EXPECT_EQ(each.record.vendor, "ACME");
+        EXPECT_EQ(each.record.serial, "0815");
+        EXPECT_EQ(each.record.bus, 1);
+        EXPECT_EQ(each.record.address, 7);
     }
     EXPECT_EQ(listDevices().size(), 0U);
 }
 
-TEST_F(DeviceUdev, WhatIsSaidTwiceHappensOnce) {
+TEST_F(DeviceUdev, AnEventThatIsSentTwiceIsReportedOnce) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -90,7 +90,7 @@ TEST_F(DeviceUdev, WhatIsSaidTwiceHappensOnce) {
     EXPECT_EQ(events[3].event, MRB_STORAGE_EVENT_REMOVED);
 }
 
-TEST_F(DeviceUdev, AFileSystemThatIsMadeAnewIsAChange) {
+TEST_F(DeviceUdev, AReformattedFileSystemIsAChange) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -104,7 +104,7 @@ TEST_F(DeviceUdev, AFileSystemThatIsMadeAnewIsAChange) {
     EXPECT_EQ(listDevices().at(0).fileSystem, MRB_FILE_SYSTEM_EXFAT);
 }
 
-TEST_F(DeviceUdev, DisksOfTheMachineAreNoDevices) {
+TEST_F(DeviceUdev, InternalDisksAreNotDevices) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -128,7 +128,7 @@ TEST_F(DeviceUdev, ACardInASlotIsADevice) {
     EXPECT_EQ(devices[0].deviceClass, MRB_STORAGE_CLASS_NONE);
 }
 
-TEST_F(DeviceUdev, ACameraIsInAListOfItsOwnAndToldToTheSameCallback) {
+TEST_F(DeviceUdev, ACameraIsInAListOfItsOwnAndReportedToTheSameCallback) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -155,12 +155,12 @@ TEST_F(DeviceUdev, ACameraIsInAListOfItsOwnAndToldToTheSameCallback) {
     EXPECT_EQ(events.at(1).record.id, "ptp:A1");
 }
 
-TEST_F(DeviceUdev, AThousandArrivalsAndRemovalsAreEachToldOnce) {
+TEST_F(DeviceUdev, AThousandArrivalsAndRemovalsAreEachReportedOnce) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
     constexpr std::size_t NUMBER = 1000;
-    constexpr std::size_t AT_ONCE = 4; // The testbed holds no more, and gives up when it must.
+    constexpr std::size_t AT_ONCE = 4; // the testbed holds no more
     const std::string partition = addPartition(addDisk(addUsb()));
     event(partition, "add");
     DeviceListener listener;

@@ -1,5 +1,5 @@
-// Sizes of devices that answer late or never. Who is asked is the test's own, and at
-// the end a file system whose program never answers.
+// Sizes of devices that respond late or never. The measured devices are scripted; the last
+// test has a file system whose program never responds.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ using support::Surroundings;
 
 namespace {
 
-// Answers with the length of a device's name, unless it is told to hold a device.
+// Returns the length of a device's name, unless the device is held.
 class Answers {
   public:
     void hold(const std::string &name) { set(name, true); }
@@ -100,20 +100,20 @@ using Totals = std::vector<long long>;
 
 } // namespace
 
-TEST_F(Gauge, AsksEachDeviceThatIsMounted) {
+TEST_F(Gauge, MeasuresEachMountedDevice) {
     auto devices = mounted({"a", "bb", "ccc"});
     devices[1].mountPath = "";
     EXPECT_EQ(totals(devices), (Totals{1, 0, 3}));
 }
 
-TEST_F(Gauge, ADeviceThatHangsKeepsItsSizesAndHoldsNoOtherUp) {
+TEST_F(Gauge, ADeviceThatHangsKeepsItsSizesAndBlocksNoOther) {
     auto devices = mounted({"a", "bb", "ccc", "dddd"});
     devices[1].total = 99;
     answers.hold("bb");
     EXPECT_EQ(totals(devices), (Totals{1, 99, 3, 4}));
 }
 
-TEST_F(Gauge, WhatHangsIsAskedOnce) {
+TEST_F(Gauge, AHangingDeviceIsMeasuredOnce) {
     const auto devices = mounted({"bb"});
     answers.hold("bb");
     for (int round = 0; round < 50; ++round) {
@@ -122,12 +122,12 @@ TEST_F(Gauge, WhatHangsIsAskedOnce) {
     EXPECT_EQ(answers.times("bb"), 1);
 }
 
-TEST_F(Gauge, AnAnswerThatCameLateIsNotLost) {
+TEST_F(Gauge, ALateResultIsNotLost) {
     const auto devices = mounted({"bb"});
     answers.hold("bb");
     EXPECT_EQ(totals(devices), (Totals{0}));
     answers.release("bb");
-    // It has answered before the gauge has noted that.
+    // It has returned before the gauge has noted that.
     const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
     while (totals(devices) != Totals{2}) {
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
@@ -163,18 +163,18 @@ INSTANTIATE_TEST_SUITE_P(, SilentFileSystem, testing::ValuesIn(silentFileSystems
 
 } // namespace
 
-TEST_P(SilentFileSystem, HoldsNoListUp) {
+TEST_P(SilentFileSystem, DoesNotBlockLists) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
     support::Folder dead;
     support::Folder living;
-    const mrb::Descriptor program(open("/dev/fuse", O_RDWR | O_CLOEXEC)); // nobody reads from it
+    const mrb::Descriptor program(open("/dev/fuse", O_RDWR | O_CLOEXEC)); // no program reads from it
     const std::string options =
         "fd=" + std::to_string(program.number()) + ",rootmode=40000,user_id=0,group_id=0";
     ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
     setenv(mrb::OFFERED_FOLDERS, (dead.path() + "\n" + living.path()).c_str(), 1);
-    // Once that of the living one is known.
+    // After the one that responds is known.
     support::listUntil([](const auto &devices) { return devices.size() == 2 && devices[1].total > 0; });
     for (int round = 0; round < 20; ++round) {
         const auto devices = support::listDevices();

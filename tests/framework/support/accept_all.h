@@ -4,7 +4,7 @@
 
 namespace support {
 
-// A list that shows everything and holds nothing.
+// A list that shows every item and holds none.
 class AcceptAll final : public mrb::Watched {
   public:
     bool shows(std::uint8_t /*type*/) const override { return true; }

@@ -7,7 +7,7 @@
 
 namespace support {
 
-// A folder that this process's framework is offered as a camera, plugged in with the object.
+// A folder that is offered as a camera to this process's framework, plugged in with the object.
 // One at a time of each number; used by one test thread.
 class OfferedCamera {
   public:
@@ -27,7 +27,7 @@ class OfferedCamera {
     [[nodiscard]] std::string id() const; // its storage id
     [[nodiscard]] int address() const { return number_; }
 
-    // For a list of what is in the folder `id` on it.
+    // The options for a list of the folder `id` on it.
     [[nodiscard]] ListOptions listOptions(const std::string &folderId = {}) const;
 
     const Folder folder; // what is on it

@@ -7,14 +7,14 @@
 
 namespace support {
 
-// Waits until the list told that something happened to its source; what it told.
+// Waits until the list reports a change or the removal of its source; that event.
 int waitForChange(Client &client);
 
-// How often it has.
+// The number of those events so far.
 std::size_t changeCount(Client &client);
 
-// Waits until every change that was made before has been told, by a list of a sub-folder of
-// `folder`: a change is told once its source was quiet, and this witness's change is made
+// Waits until every earlier change has been reported, by means of a list of a sub-folder of
+// `folder`: a change is reported once its source is quiet, and this witness's change is made
 // after those.
 void waitForAllChanges(const Folder &folder);
 

@@ -29,12 +29,12 @@ struct ListOptions {
     std::string source = "SOURCE_MSC";
     std::string extension = {};
     std::string keyWord = {};
-    // Sets whatever else a test wants.
+    // Sets further parameters.
     std::function<void(mrb_general_param_h)> more = {};
 };
 
 // A client of the framework: opens lists one after the other, keeps the events
-// that arrive, and closes what is open when it goes. Used by one test thread.
+// that arrive, and closes its open list at its end. Used by one test thread.
 class Client {
   public:
     Client() = default;
@@ -42,7 +42,7 @@ class Client {
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
 
-    // Opens a list under `handle`, anew when that is not 0. Returns the code.
+    // Opens a list, under `handle` when that is not 0. Returns the code.
     int open(const ListOptions &options);
     int open(const std::string &path) { return open(ListOptions{.path = path}); }
 
@@ -50,8 +50,8 @@ class Client {
     Event list(const ListOptions &options);
     Event list(const std::string &path) { return list(ListOptions{.path = path}); }
 
-    // Waits for the nth event (from 1) that ends an opening. An Event with -1 and a
-    // test failure when none comes.
+    // Waits for the nth event (from 1) that ends a request. An Event with -1 and a
+    // test failure at the timeout.
     Event waitForEnd(std::size_t nth = 1);
     Event waitFor(const std::function<bool(const std::vector<Event> &)> &isEnough);
 
@@ -77,11 +77,11 @@ class Client {
 // Parses a JSON text; a test failure when it is none.
 Json::Value parse(const char *text);
 
-// How long tests wait for what must come.
+// The timeout of tests.
 inline constexpr auto LIMIT = std::chrono::seconds(120);
 
 // Other programs of the same user hold inotify instances too, of which there are 128:
-// waits until one is free. A test failure when none comes.
+// waits until one is free. A test failure at the timeout.
 bool instanceIsFree();
 
 } // namespace support

@@ -1,5 +1,5 @@
-// Copies all files of a folder to another and says how that ended, for tests that
-// need a process of their own: one that has its own mounts, or that ends meanwhile.
+// Copies all files of a folder to another and prints how that ended, for tests that
+// need a process of their own: one that has its own mounts, or that ends during the copy.
 //
 //   copy_program FROM TO [grow FILE | unmount | look]
 //

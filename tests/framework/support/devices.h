@@ -30,15 +30,15 @@ struct DeviceEvent {
 // The devices of a list.
 std::vector<Record> listDevices(int kind = MRB_STORAGE_KIND_USB);
 
-// The first list that is as it should be: on a busy machine some may be made before that is
-// seen. A test failure when none is.
+// The first list for which `isRight` is true: a busy machine may return some before a change
+// is seen. A test failure at the timeout.
 std::vector<Record> listUntil(const std::function<bool(const std::vector<Record> &)> &isRight,
                               int kind = MRB_STORAGE_KIND_USB);
 
-// What mrb_get_storage_id_v2 answers, in time for once where the machine is busy.
+// The result of mrb_get_storage_id_v2, tried again while a busy machine makes it time out.
 std::pair<int, std::string> storageId(const std::string &path);
 
-// Hears of devices as long as it lives. Used by one test thread.
+// Receives device events as long as it lives. Used by one test thread.
 class DeviceListener {
   public:
     DeviceListener();
@@ -46,7 +46,7 @@ class DeviceListener {
     DeviceListener(const DeviceListener &) = delete;
     DeviceListener &operator=(const DeviceListener &) = delete;
 
-    // Waits until so many events came; all that did. A test failure when they do not.
+    // Waits until that many events came; all that did. A test failure at the timeout.
     std::vector<DeviceEvent> waitFor(std::size_t number);
     // Those that came until now.
     std::vector<DeviceEvent> events();

@@ -10,7 +10,7 @@
 
 namespace support {
 
-// The DLNA service as a client of the framework has it, and the servers that it told of.
+// A client of the DLNA service, and the servers that the service has reported.
 // Used by one test thread.
 class DlnaClient {
   public:
@@ -19,7 +19,7 @@ class DlnaClient {
     DlnaClient(const DlnaClient &) = delete;
     DlnaClient &operator=(const DlnaClient &) = delete;
 
-    // The id of the first server that came; a test failure when none comes.
+    // The id of the first server that came; a test failure at the timeout.
     std::string server();
     void waitUntilItLeaves();
 
@@ -34,11 +34,11 @@ class DlnaClient {
     bool started_ = false;
 };
 
-// A test in a network of its own, in which there are the servers that it starts.
+// A test in a network namespace of its own, in which there are the servers that it starts.
 class DlnaTest : public OwnProcess {
   protected:
-    // A list of the server when it has looked through its folder: until then it has less, and
-    // one kind says goodbye meanwhile and comes again.
+    // A list of the server after that has scanned its folder: until then it has fewer items, and
+    // one kind leaves and returns during the scan.
     static void listAll(Client &client, const ListOptions &options, int expected);
     // See OwnProcess.
     static bool insideNetwork();

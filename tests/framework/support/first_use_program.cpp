@@ -1,11 +1,11 @@
-// Has two parts of the framework used for the first time at once, each by a thread of its
+// Uses two parts of the framework for the first time at once, each on a thread of its
 // own, in a process in which nothing was used before.
 //
 //   first_use_program FOLDER ONE OTHER MICROSECONDS
 //
 // ONE and OTHER are readers, decoders, films, dlna or cameras; the second one begins so many
 // microseconds after the first. FOLDER holds photo.jpg, plain.png and film.mp4. Prints what
-// lacked, and ends with status 0 when both did what they should.
+// was missing, and ends with status 0 when both succeeded.
 
 #include <chrono>
 #include <cstdlib>

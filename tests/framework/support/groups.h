@@ -11,9 +11,9 @@ namespace support {
 // Lays a list out in groups. Returns the code.
 int groupBy(const Client &client, int style, int group = MRB_GROUP_HEADINGS);
 
-// How often it was told that the groups by what files say are all there.
+// The number of events that report that all groups by metadata are there.
 std::ptrdiff_t completions(const std::vector<Event> &events);
-// Returns when it was told that often.
+// Waits for that many of them.
 void waitForGroups(Client &client, std::ptrdiff_t times = 1);
 
 // Each heading and the number of its items: "Jazz: 2".

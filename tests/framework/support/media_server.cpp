@@ -92,7 +92,7 @@ MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &
 
 void MediaServer::stop() {
     if (process_ > 0) {
-        // Without its bus a server would end before it has said goodbye.
+        // Without its bus a server would end before it has sent its byebye.
         const pid_t below = childNamed(process_, "rygel");
         ::kill(below > 0 ? below : process_, SIGTERM);
         await();

@@ -8,8 +8,8 @@
 
 namespace support {
 
-// A DLNA server of another project's, serving the files of a folder on the loopback
-// interface, under the name that it was given.
+// A DLNA server of another project, serving the files of a folder on the loopback
+// interface, under a given name.
 class MediaServer {
   public:
     enum class Kind { MINIDLNA, RYGEL };
@@ -19,9 +19,9 @@ class MediaServer {
     MediaServer(const MediaServer &) = delete;
     MediaServer &operator=(const MediaServer &) = delete;
 
-    // Has it end in an orderly way: it says goodbye.
+    // Ends it in an orderly way: it sends byebye messages.
     void stop();
-    // Without a word.
+    // Kills it, without any message.
     void kill();
 
   private:

@@ -16,45 +16,45 @@ namespace {
 
 constexpr const char *VARIABLE = "FRAMEWORK_TEST_INSIDE";
 
-struct Way {
+struct Isolation {
     const char *unshare;
     const char *trial;
     bool rootOnly;
 };
 
-// Root of one's own namespace is allowed more than root on some machines, and less on others.
-constexpr Way MOUNTS[] = {
+// Root of an own namespace has more rights than root on some machines, and fewer on others.
+constexpr Isolation MOUNTS[] = {
     {"unshare --user --map-root-user --mount", "mount -t tmpfs tmpfs /tmp", false},
     {"unshare --mount", "mount -t tmpfs tmpfs /tmp", true},
 };
-constexpr Way LOOPS[] = {{"unshare --mount", "mount -t tmpfs tmpfs /tmp", true}};
-constexpr Way LIMITS[] = {
+constexpr Isolation LOOPS[] = {{"unshare --mount", "mount -t tmpfs tmpfs /tmp", true}};
+constexpr Isolation LIMITS[] = {
     {"unshare --user --map-root-user", "sh -c 'echo 99 >/proc/sys/user/max_inotify_watches'", false},
 };
-constexpr Way NETWORKS[] = {
+constexpr Isolation NETWORKS[] = {
     {"unshare --user --map-root-user --net", "ip link set lo up", false},
     {"unshare --net", "ip link set lo up", true},
 };
 
-constexpr const char *TOLD = "env LD_LIBRARY_PATH='" SCRIPTED_FOLDER "'";
+constexpr const char *SCRIPTED = "env LD_LIBRARY_PATH='" SCRIPTED_FOLDER "'";
 
-// Runs a command of the shell; its status, and what it said.
-int run(const std::string &command, std::string &said) {
+// Runs a command of the shell; its status, and its output.
+int run(const std::string &command, std::string &output) {
     // NOLINTNEXTLINE(bugprone-command-processor): a fixed command with the test's own name.
     FILE *pipe = popen((command + " 2>&1").c_str(), "r");
     if (pipe == nullptr) {
-        said = "popen failed";
+        output = "popen failed";
         return -1;
     }
     std::array<char, 4096> part{};
     for (std::size_t size = 0; (size = fread(part.data(), 1, part.size(), pipe)) > 0;) {
-        said.append(part.data(), size);
+        output.append(part.data(), size);
     }
     return pclose(pipe);
 }
 
-// A library to load first, behind the sanitizer's own where this program has one: that
-// insists on being the first.
+// A library to preload, after the sanitizer's own where this program has one: that must be
+// the first.
 std::string preloadedWithSanitizer(const std::string &library) {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
@@ -67,20 +67,20 @@ std::string preloadedWithSanitizer(const std::string &library) {
     return library;
 }
 
-// The command's beginning; empty when the machine refuses, and the test is skipped where
-// that was known of the need, or has failed.
-std::string commandFor(std::span<const Way> ways, const char *need) {
-    std::string said;
-    for (const Way &way : ways) {
-        if ((!way.rootOnly || geteuid() == 0) && run(std::string(way.unshare) + " " + way.trial, said) == 0) {
-            return way.unshare;
+// The command's beginning; empty when the machine refuses, and then the test is skipped
+// where the need is known to be missing, or has failed.
+std::string commandFor(std::span<const Isolation> choices, const char *need) {
+    std::string output;
+    for (const Isolation &choice : choices) {
+        if ((!choice.rootOnly || geteuid() == 0) && run(std::string(choice.unshare) + " " + choice.trial, output) == 0) {
+            return choice.unshare;
         }
     }
     if (isSkippedWithout(need)) {
         return {};
     }
     ADD_FAILURE() << "This test cannot run here:\n"
-                  << said
+                  << output
                   << "It needs namespaces. Let users have them (sysctl kernel.unprivileged_userns_clone=1 "
                      "kernel.apparmor_restrict_unprivileged_userns=0 user.max_user_namespaces=1000), or run "
                      "the tests as root outside of a container that forbids it.";
@@ -88,7 +88,7 @@ std::string commandFor(std::span<const Way> ways, const char *need) {
 }
 
 void skip(const std::string &need) {
-    testing::Test::RecordProperty("missing", need); // the runner asks for it
+    testing::Test::RecordProperty("missing", need); // read by the suites' runner
     GTEST_SKIP() << "missing: " << need;
 }
 
@@ -117,9 +117,9 @@ std::string commandFor(Surroundings needed) {
     case Surroundings::DEVICES:
         return "env LD_PRELOAD='" + preloadedWithSanitizer("libumockdev-preload.so.0") + "'";
     case Surroundings::SCRIPTED_CAMERA:
-        return TOLD;
+        return SCRIPTED;
     case Surroundings::SCRIPTED_USB_CAMERA:
-        return TOLD + (' ' + commandFor(Surroundings::DEVICES));
+        return SCRIPTED + (' ' + commandFor(Surroundings::DEVICES));
     case Surroundings::PLAIN:
         break;
     }
@@ -136,14 +136,14 @@ bool OwnProcess::inside(Surroundings needed) {
     }
     const testing::TestInfo &test = *testing::UnitTest::GetInstance()->current_test_info();
     const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-    std::string said;
-    // What of the environment splits or reports the tests is this process's.
+    std::string output;
+    // The parent reports the test, and its settings split the tests.
     const int status = run(command + " env -u GTEST_OUTPUT -u GTEST_TOTAL_SHARDS -u GTEST_SHARD_INDEX " +
                                VARIABLE + "=1 QUILL_LOG=stderr '" + program + "' --gtest_filter='" +
                                test.test_suite_name() + "." + test.name() + "'",
-                           said);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << said;
-    EXPECT_NE(said.find("[  PASSED  ] 1 test."), std::string::npos) << said;
+                           output);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << output;
+    EXPECT_NE(output.find("[  PASSED  ] 1 test."), std::string::npos) << output;
     return false;
 }
 

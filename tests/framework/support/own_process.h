@@ -6,7 +6,7 @@
 
 namespace support {
 
-// What a test needs that other programs must not notice.
+// Properties of a test's process that other programs must not notice.
 enum class Surroundings {
     PLAIN,               // a process without threads and lists, whose log goes to its standard error
     MOUNTS,              // and in which it can mount and unmount, unseen from outside
@@ -26,9 +26,9 @@ enum class Surroundings {
 //   }
 //
 // The first call of inside runs this one test in such a process, reports what failed
-// there, and answers false; there it answers true. A machine that refuses to give a
-// process what it needs fails the test with what to change; a machine of which the
-// suites' runner knows that it does has the test skipped.
+// there, and returns false; there it returns true. A machine that refuses to give a
+// process what it needs fails the test with what to change; the test is skipped where the
+// suites' runner has found that the machine lacks it.
 class OwnProcess : public testing::Test {
   protected:
     static bool inside(Surroundings needed);
@@ -38,7 +38,7 @@ class OwnProcess : public testing::Test {
 // refuses them it is empty, and the test is skipped or has failed.
 std::string commandFor(Surroundings needed);
 
-// Skips the test, and answers true, where the suites' runner found that this machine lacks
+// Skips the test, and returns true, where the suites' runner found that this machine lacks
 // what it needs: a name of tests/runner/surroundings.mjs.
 bool isSkippedWithout(const std::string &need);
 

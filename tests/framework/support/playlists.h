@@ -8,10 +8,10 @@
 
 namespace support {
 
-// Writes a file of a folder, with the folders that it lies in.
+// Writes a file in a folder, with the folders that it lies in.
 void writeText(const Folder &folder, const std::string &name, const std::string &text);
 
-// The wish for the list of one playlist; with an empty path for those of all that are found.
+// The options for the list of one playlist; of all playlists with an empty path.
 ListOptions playlist(const std::string &path, ListOptions options = {});
 
 // Those items of a list that are marked as missing, or are not, by their names.

@@ -11,11 +11,11 @@ namespace support {
 
 using Texts = std::vector<const char *>;
 
-// Until no thread works with a camera: what it loads must not meet the end of the process.
+// Until no camera thread runs: the libraries it loads must not meet the end of the process.
 void awaitCameraThreads();
 
 // Tests with sticks and cameras to plug in, inside of Surroundings::DEVICES. The testbed
-// keeps texts by name and value in turns.
+// takes texts by name and value in turns.
 class PluggedDevices : public OwnProcess {
   public:
     PluggedDevices() = default;
@@ -27,11 +27,11 @@ class PluggedDevices : public OwnProcess {
     std::string add(const char *subsystem, const char *name, const std::string &parent, Texts attributes,
                     Texts properties);
     std::string addUsb(const char *name = "1-2", Texts properties = {"DEVTYPE", "usb_device"});
-    // What is without a file system at first, as when the kernel has found it and udev
-    // is still looking.
+    // A disk has no file system at first, as when the kernel has found it and udev
+    // still probes it.
     std::string addDisk(const std::string &usb, const char *number = "8:16");
     std::string addPartition(const std::string &disk);
-    // A camera at address 7 of bus 1, with numbers that libgphoto2 knows.
+    // A camera at address 7 of bus 1, with ids that libgphoto2 has a driver for.
     std::string addCamera(const char *vendor = "04a9", const char *product = "327d");
 
     void event(const std::string &device, const char *action);

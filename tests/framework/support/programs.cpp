@@ -69,7 +69,7 @@ void makePicture(const std::string &path, int width, int height, const std::vect
     const std::string half = std::to_string(width / 2) + "," + std::to_string(height / 2);
     std::vector<std::string> words = {"-seed",   "7",       "-size", "100x75", "plasma:tomato-steelblue",
                                       "-resize", size + "!"};
-    // Nothing in it looks the same after a turn.
+    // It looks different after each rotation.
     words.insert(words.end(), {"-fill", "navy", "-draw", "rectangle 0,0 " + half, "-fill", "gold", "-draw",
                                "circle " + half + " " + std::to_string(width / 2 + height / 4) + "," +
                                    std::to_string(height / 2)});

@@ -54,7 +54,7 @@ void expectNothingLeft(int rounds, const std::function<void()> &round, double by
     const auto deadline = std::chrono::steady_clock::now() + LIMIT;
     while ((after.descriptors > before.descriptors || after.threads > before.threads) &&
            std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // between two looks
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // between two measurements
         after = resourcesNow();
     }
     EXPECT_LE(after.descriptors, before.descriptors);

@@ -154,11 +154,11 @@ class ScriptedDriver final : public mrb::Camera {
         return state_->camera == nullptr ? gone() : work(*state_->camera);
     }
 
-    // `kind` is kept as asked unless it is empty.
+    // Keeps the request unless `kind` is empty.
     template <typename Work>
     Outcome withFile(const std::string &kind, const CameraPath &path, std::uint64_t offset,
                      const Work &work) {
-        // Without the lock: what it does may make others ask.
+        // Without the lock: the function may cause other requests.
         std::function<Outcome(const CameraRequest &)> onRequest;
         Outcome outcome = withCamera([&](ScriptedCamera &camera) {
             if (!kind.empty()) {

@@ -10,8 +10,8 @@ struct Song {
     std::string genre = {};
 };
 
-// A FLAC file with these tags and no sound: the header that any program reads them from.
-// Made in no time, for tests that need thousands.
+// A FLAC file with these tags and no sound: the header, from which any program reads them.
+// Fast, for tests that need thousands.
 std::string songBytes(const Song &song);
 
 void writeSong(const std::string &path, const Song &song);

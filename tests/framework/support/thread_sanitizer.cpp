@@ -1,6 +1,6 @@
 // What ThreadSanitizer is not to report in these tests: libvips' threads wait for one
 // another with GLib's locks, which are made of bare futexes. It does not see those, and
-// takes whatever one thread hands to the next, in libvips and the libraries that it
+// takes what one thread hands over to the next, in libvips and the libraries that it
 // calls, for a race. The testbed for devices is built on the same locks, and it and
 // libudev keep what they make once in places that it does not see guarded. The
 // framework's own code is not among these.
@@ -10,7 +10,7 @@
 #include <dlfcn.h>
 
 // It ends the process when a library that is named below is unloaded, as libgphoto2 does
-// with the drivers that it has asked what they are. This is what they bring along.
+// with the drivers that it has queried. This is a dependency of those.
 [[gnu::constructor]] static void keepLibraries() { dlopen("libgd.so.3", RTLD_LAZY | RTLD_NODELETE); }
 
 extern "C" const char *__tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier): its name

@@ -92,7 +92,7 @@ class Thumbnails {
 // look on black; -1 when their sizes differ.
 double psnr(const Bitmap &one, const Bitmap &other);
 
-// What ImageMagick makes of a file at this very size.
+// The picture that ImageMagick makes of a file at this very size.
 Bitmap scaledByImageMagick(const std::string &path, int width, int height);
 
 } // namespace support

@@ -2,8 +2,8 @@
 
 namespace support {
 
-// From now on until the next time it is asked, what udev tells is thrown away, as the
-// system does when there is too much of it; then it says once that something is missing.
+// Drops the messages of udev from now on until the next receive, as the system does when
+// there are too many; that receive then reports the loss once.
 void loseUdevEvents();
 
 } // namespace support

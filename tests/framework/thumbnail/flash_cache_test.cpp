@@ -1,4 +1,4 @@
-// The flash thumbnail cache: what it keeps, for how long, and what a crash leaves.
+// The flash thumbnail cache: what it keeps, for how long, and its state after a crash.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -264,7 +264,7 @@ TEST_F(Flash, AListCutShortAnywhereKeepsTheEntriesBeforeTheCut) {
         ASSERT_EQ(cache.open(list()).code, MRB_ERR_NONE);
         EXPECT_EQ(find(cache, 1), length >= first ? 1 : -1) << length;
         EXPECT_EQ(find(cache, 2), length == whole.size() ? 2 : -1) << length;
-        // And it goes on from there.
+        // And it continues from there.
         EXPECT_TRUE(save(cache, 3));
         FlashCache again;
         again.open(list());
@@ -320,7 +320,7 @@ TEST_F(Flash, AProcessKilledWhileItWritesLeavesAWholeCache) {
                 }
             }
         }
-        // Some way into its work, at another place each time.
+        // After a while, at a different moment each time.
         char saved = 0;
         for (int count = 0; count < 3 + turn; ++count) {
             ASSERT_EQ(read(ends[0], &saved, 1), 1);
@@ -343,7 +343,7 @@ TEST_F(Flash, AProcessKilledWhileItWritesLeavesAWholeCache) {
     }
 }
 
-TEST_F(Flash, AListThatCannotBeWrittenIsSaid) {
+TEST_F(Flash, AListThatCannotBeWrittenIsLogged) {
     folder.file("data", 1);
     FlashCache cache;
     EXPECT_EQ(cache.open(list()).code, MRB_ERR_NOT_A_FOLDER);
@@ -372,7 +372,7 @@ TEST(FlashLineText, IsReadBackAsItWasWritten) {
 
 namespace {
 
-// The place of the cache in the environment, for as long as a test runs.
+// The path of the cache in the environment, for as long as a test runs.
 class Root {
   public:
     explicit Root(const std::string &folder) { setenv("MRB_ROOT", folder.c_str(), 1); }
@@ -425,7 +425,7 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     const std::string path = folder.path("a.jpg");
     support::makePicture(path, 400, 300);
     support::Thumbnails client;
-    // As clients do that tell the width twice; the picture is less high.
+    // As clients do that pass the width twice; the picture is less high.
     client.onResult = [&](std::size_t, thumb_result_s &result) {
         EXPECT_EQ(keep("/a.bmp", path.c_str(), result.image_width, result.image_width, result.image_buffer[0],
                        result.preset_buffer),
@@ -433,7 +433,7 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     };
     const support::Thumbnail first = client.get(support::ThumbnailOptions{.path = path, .usedCache = 1});
     client.onResult = nullptr;
-    // The same file to look at, and nothing to decode in it.
+    // A file of the same size and time, which cannot be decoded.
     const auto modified = fs::last_write_time(path);
     write(path, std::string(fs::file_size(path), 'x'));
     fs::last_write_time(path, modified);
@@ -444,8 +444,8 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     EXPECT_EQ(second.images[0].height, 192);
     EXPECT_EQ(second.images[0].pixels, first.images.at(0).pixels);
     EXPECT_EQ(second.preset, first.preset);
-    EXPECT_NE(client.get(path).code, MRB_ERR_NONE) << "the cache is not asked for";
-    // What is kept is a picture that others open.
+    EXPECT_NE(client.get(path).code, MRB_ERR_NONE) << "the cache was not requested";
+    // The cache keeps a picture that others open.
     std::string kept;
     for (const auto &file : fs::directory_iterator(folder.path("opt/data/thumbCache.txt.d"))) {
         kept = file.path();
@@ -453,7 +453,7 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     EXPECT_EQ(support::outputOf({"identify-im6.q16", "-format", "%m %w %h", kept}), "BMP3 256 192");
 }
 
-TEST(FlashCacheOfTheService, AnImageOfTheClientsOwnHasTheSizeThatItTells) {
+TEST(FlashCacheOfTheService, AnImageOfTheClientsOwnHasTheSizeThatItStates) {
     const Folder folder;
     const Root root(folder.path());
     ASSERT_EQ(openFlashCache(), MRB_ERR_NONE);

@@ -1,4 +1,4 @@
-// Opening the flash cache, and asking it, while another program holds it.
+// Opening and reading the flash cache while another program holds it.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ using support::Folder;
 
 namespace {
 
-// A program that was stopped while it was its turn.
+// A program that was stopped while it held the lock.
 class OtherProgram {
   public:
     explicit OtherProgram(const std::string &list) {
@@ -41,10 +41,10 @@ class OtherProgram {
     mrb::Descriptor turn_;
 };
 
-class FlashHoldup : public testing::Test {
+class FlashCacheContention : public testing::Test {
   protected:
     [[nodiscard]] std::string list() const { return folder_.path("opt/data/thumbCache.txt"); }
-    // Opens it as often as that is not over in time.
+    // Opens it again until that ends in time.
     [[nodiscard]] int openAtLast(FlashOpening &opening) const {
         int code = MRB_ERR_TIMEOUT;
         const auto end = steady_clock::now() + support::LIMIT;
@@ -59,14 +59,14 @@ class FlashHoldup : public testing::Test {
 
 } // namespace
 
-TEST_F(FlashHoldup, NoCallWaitsForAProgramThatHoldsTheCache) {
+TEST_F(FlashCacheContention, NoCallWaitsForAProgramThatHoldsTheCache) {
     OtherProgram program(list());
     setenv("MRB_ROOT", folder_.path().c_str(), 1);
     const std::string picture = folder_.path("a.jpg");
     support::makePicture(picture, 40, 30);
     auto calls = std::async(std::launch::async, [&] {
         EXPECT_EQ(mrb_thumbnail_flash_cache_init("/opt/data/thumbCache.txt"), MRB_ERR_TIMEOUT);
-        // A thumbnail comes without the cache.
+        // A thumbnail is made without the cache.
         support::Thumbnails client;
         EXPECT_EQ(client.get(support::ThumbnailOptions{.path = picture, .usedCache = 1}).code, MRB_ERR_NONE);
     });
@@ -75,7 +75,7 @@ TEST_F(FlashHoldup, NoCallWaitsForAProgramThatHoldsTheCache) {
     program.goOn();
 }
 
-TEST_F(FlashHoldup, WhatWasHeldIsOpenedWhenItIsFree) {
+TEST_F(FlashCacheContention, WhatWasHeldIsOpenedWhenItIsFree) {
     OtherProgram program(list());
     FlashOpening opening(milliseconds(1));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_TIMEOUT);
@@ -88,7 +88,7 @@ TEST_F(FlashHoldup, WhatWasHeldIsOpenedWhenItIsFree) {
     EXPECT_NE(opening.cache(), nullptr);
 }
 
-TEST_F(FlashHoldup, TheOpenCacheIsUsedWhileAnotherOneIsHeld) {
+TEST_F(FlashCacheContention, TheOpenCacheIsUsedWhileAnotherOneIsHeld) {
     FlashOpening opening(milliseconds(1));
     ASSERT_EQ(openAtLast(opening), MRB_ERR_NONE);
     const std::shared_ptr<FlashCache> first = opening.cache();
@@ -98,7 +98,7 @@ TEST_F(FlashHoldup, TheOpenCacheIsUsedWhileAnotherOneIsHeld) {
     program.goOn();
 }
 
-TEST_F(FlashHoldup, ACacheThatCannotBeOpenedLeavesTheOneThatIs) {
+TEST_F(FlashCacheContention, ACacheThatCannotBeOpenedLeavesTheOneThatIs) {
     FlashOpening opening(support::LIMIT);
     ASSERT_EQ(opening.open(list()).code, MRB_ERR_NONE);
     const std::shared_ptr<FlashCache> first = opening.cache();
@@ -107,7 +107,7 @@ TEST_F(FlashHoldup, ACacheThatCannotBeOpenedLeavesTheOneThatIs) {
     EXPECT_EQ(opening.cache(), first);
 }
 
-TEST_F(FlashHoldup, ACacheThatIsHeldAfterItWasOpenedIsDoneWithout) {
+TEST_F(FlashCacheContention, ACacheThatIsHeldAfterItWasOpenedIsBypassed) {
     FlashCache cache;
     ASSERT_EQ(cache.open(list()).code, MRB_ERR_NONE);
     OtherProgram program(list());
@@ -125,9 +125,9 @@ TEST_F(FlashHoldup, ACacheThatIsHeldAfterItWasOpenedIsDoneWithout) {
     program.goOn();
 }
 
-TEST_F(FlashHoldup, TheEndDoesNotWaitForAnOpeningThatHangs) {
+TEST_F(FlashCacheContention, TheEndDoesNotWaitForAnOpeningThatHangs) {
     OtherProgram program(list());
-    // Left behind with its thread, and reachable so that it does not count as a leak.
+    // Leaked with its thread, and reachable so that it does not count as a leak.
     static auto &hanging = *new std::list<FlashOpening>;
     FlashOpening &opening = hanging.emplace_back(milliseconds(1));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_TIMEOUT);

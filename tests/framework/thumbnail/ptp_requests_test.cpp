@@ -1,5 +1,5 @@
-// What cameras are asked for a thumbnail: each question takes time, and all of that from
-// others.
+// The requests to a camera for a thumbnail: each takes time, during which the camera serves no
+// other.
 
 #include <gmock/gmock.h>
 
@@ -27,7 +27,7 @@ using testing::ElementsAre;
 
 namespace {
 
-class PtpQuestions : public support::OwnProcess {
+class PtpRequests : public support::OwnProcess {
   protected:
     struct Picture {
         int width = 1600;
@@ -39,8 +39,8 @@ class PtpQuestions : public support::OwnProcess {
         bool exifHasSmall = true;
     };
 
-    // "a.jpg": a blue picture, and a red one for the small picture in its EXIF data and for
-    // the camera's own. The camera says its size.
+    // "a.jpg": a blue picture, with a red embedded EXIF thumbnail and a red preview of the
+    // camera. The camera reports its size.
     ScriptedFile &add(const Picture &picture) {
         const std::string path = scratch.path("a.jpg");
         const std::string small = scratch.path("small.jpg");
@@ -68,20 +68,20 @@ class PtpQuestions : public support::OwnProcess {
     static std::string sizeText(int width, int height) {
         return std::to_string(width) + 'x' + std::to_string(height);
     }
-    // What its first APP1 segment holds.
+    // The contents of its first APP1 segment.
     static std::string exifOf(const std::string &jpeg) {
         const std::size_t at = jpeg.find("\xff\xe1");
         const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(jpeg.at(index)); };
         return jpeg.substr(at + 4, byte(at + 2) * 256UL + byte(at + 3) - 2);
     }
 
-    // The same as PTP drivers give it: with the head of its segment, and two bytes too few.
+    // The same as PTP drivers return it: with the header of its segment, and two bytes too few.
     static std::string segmentOf(const std::string &exif) {
         const std::size_t length = exif.size() + 2;
         return std::string("\xff\xe1") + static_cast<char>(length / 256) + static_cast<char>(length % 256) +
                exif.substr(0, exif.size() - 2);
     }
-    // What a driver makes of a file in which it finds none: a directory without entries.
+    // What a driver returns for a file without EXIF data: a directory without entries.
     static std::string stub() { return {"Exif\0\0II*\0\x08\0\0\0\0\0\0\0\0\0", 20}; }
 
     Thumbnail thumbnail(int box = 160, const std::string &name = "a.jpg") {
@@ -93,7 +93,7 @@ class PtpQuestions : public support::OwnProcess {
         return thumbnails.get(ThumbnailOptions{.path = url, .sourceType = 2, .width = box, .height = box});
     }
 
-    // Its pixels are blue, green, red, alpha.
+    // Bytes a pixel: blue, green, red, alpha.
     static bool isRed(const Thumbnail &thumbnail) {
         return static_cast<unsigned char>(thumbnail.images.at(0).pixels.at(2)) > 200;
     }
@@ -109,7 +109,7 @@ class PtpQuestions : public support::OwnProcess {
 
 } // namespace
 
-TEST_F(PtpQuestions, AThumbnailIsMadeOfTheExifDataAlone) {
+TEST_F(PtpRequests, AThumbnailIsMadeOfTheExifDataAlone) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -120,7 +120,7 @@ TEST_F(PtpQuestions, AThumbnailIsMadeOfTheExifDataAlone) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
-TEST_F(PtpQuestions, TheyTellItsOrientationToo) {
+TEST_F(PtpRequests, TheExifDataStateItsOrientation) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -131,8 +131,8 @@ TEST_F(PtpQuestions, TheyTellItsOrientationToo) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
-// Several forms of one thing.
-TEST_F(PtpQuestions, TheyMayHaveTheHeadOfTheirSegmentInFrontOfThem) {
+// Several forms of the same EXIF data.
+TEST_F(PtpRequests, TheExifDataMayBeginWithTheirSegmentHeader) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -151,7 +151,7 @@ TEST_F(PtpQuestions, TheyMayHaveTheHeadOfTheirSegmentInFrontOfThem) {
     }
 }
 
-TEST_F(PtpQuestions, WhereTheyAreAStubTheFileItselfIsAsked) {
+TEST_F(PtpRequests, WhereTheExifDataAreAStubTheFileItselfIsRead) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -166,7 +166,7 @@ TEST_F(PtpQuestions, WhereTheyAreAStubTheFileItselfIsAsked) {
     }
 }
 
-TEST_F(PtpQuestions, ACameraWithoutPiecesGivesTheBeginningOfTheFile) {
+TEST_F(PtpRequests, ACameraWithoutPartialReadsSendsTheBeginningOfTheFile) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -187,8 +187,8 @@ TEST_F(PtpQuestions, ACameraWithoutPiecesGivesTheBeginningOfTheFile) {
     EXPECT_LE(furthest, 256U << 10);
 }
 
-// The camera's own picture does not say how the photograph is held.
-TEST_F(PtpQuestions, TheCamerasOwnIsTurnedAsTheFileItselfSays) {
+// The camera's preview has no orientation of its own.
+TEST_F(PtpRequests, TheCamerasPreviewIsTurnedAsTheFileStates) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -203,7 +203,7 @@ TEST_F(PtpQuestions, TheCamerasOwnIsTurnedAsTheFileItselfSays) {
     }
 }
 
-TEST_F(PtpQuestions, TheyTellItsSizeWhereTheCameraDoesNot) {
+TEST_F(PtpRequests, TheExifDataStateItsSizeWhereTheCameraDoesNot) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -214,7 +214,7 @@ TEST_F(PtpQuestions, TheyTellItsSizeWhereTheCameraDoesNot) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
 }
 
-TEST_F(PtpQuestions, WithoutAPictureInThemTheCameraIsAskedForOne) {
+TEST_F(PtpRequests, WithoutAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -225,7 +225,7 @@ TEST_F(PtpQuestions, WithoutAPictureInThemTheCameraIsAskedForOne) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
-TEST_F(PtpQuestions, WithoutExifDataTheCameraIsAskedForOne) {
+TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -239,7 +239,7 @@ TEST_F(PtpQuestions, WithoutExifDataTheCameraIsAskedForOne) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
 }
 
-TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
+TEST_F(PtpRequests, DamagedExifDataCountAsMissing) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -252,7 +252,7 @@ TEST_F(PtpQuestions, DamagedExifDataAreAsGoodAsNone) {
     }
 }
 
-TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
+TEST_F(PtpRequests, AnEmptyPreviewIsIgnored) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -265,7 +265,7 @@ TEST_F(PtpQuestions, AnEmptyAnswerIsNoPicture) {
 }
 
 // The camera may have a larger one.
-TEST_F(PtpQuestions, WithTooSmallAPictureInThemTheCameraIsAskedForOne) {
+TEST_F(PtpRequests, WithTooSmallAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -279,7 +279,7 @@ TEST_F(PtpQuestions, WithTooSmallAPictureInThemTheCameraIsAskedForOne) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
-TEST_F(PtpQuestions, TheWholeFileIsAskedForLast) {
+TEST_F(PtpRequests, TheWholeFileIsRequestedLast) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -290,7 +290,7 @@ TEST_F(PtpQuestions, TheWholeFileIsAskedForLast) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
-TEST_F(PtpQuestions, ASmallPictureWithBarsIsNotThePictureWhoeverTellsItsSize) {
+TEST_F(PtpRequests, AnEmbeddedThumbnailWithBarsIsCroppedWhateverStatesTheSize) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -303,7 +303,7 @@ TEST_F(PtpQuestions, ASmallPictureWithBarsIsNotThePictureWhoeverTellsItsSize) {
     }
 }
 
-TEST_F(PtpQuestions, WhereNobodyTellsItsSizeItHasTheSmallPicturesShape) {
+TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheEmbeddedThumbnail) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -317,7 +317,7 @@ TEST_F(PtpQuestions, WhereNobodyTellsItsSizeItHasTheSmallPicturesShape) {
     EXPECT_FALSE(isRed(large));
 }
 
-TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
+TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheCamerasPreview) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -329,7 +329,7 @@ TEST_F(PtpQuestions, WhereNothingTellsItsSizeItHasTheShapeOfTheCamerasOwn) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
-TEST_F(PtpQuestions, AFilmIsNotAskedForExifData) {
+TEST_F(PtpRequests, ExifDataOfAVideoAreNotRequested) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -340,7 +340,7 @@ TEST_F(PtpQuestions, AFilmIsNotAskedForExifData) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts film.mp4", "preview film.mp4"));
 }
 
-TEST_F(PtpQuestions, ACameraThatIsHeldByOthersIsNotAskedOn) {
+TEST_F(PtpRequests, ABusyCameraGetsNoFurtherRequests) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -354,7 +354,7 @@ TEST_F(PtpQuestions, ACameraThatIsHeldByOthersIsNotAskedOn) {
     }
 }
 
-TEST_F(PtpQuestions, AFailureOfOneIsNotTheEnd) {
+TEST_F(PtpRequests, AFailedRequestDoesNotEndTheOthers) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -368,7 +368,7 @@ TEST_F(PtpQuestions, AFailureOfOneIsNotTheEnd) {
     EXPECT_FALSE(isRed(made));
 }
 
-TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
+TEST_F(PtpRequests, AnErrorInTheWholeFileLeavesTheEmbeddedThumbnail) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -382,7 +382,7 @@ TEST_F(PtpQuestions, AnErrorAmidstTheWholeFileLeavesTheSmallPicture) {
     EXPECT_TRUE(isRed(made));
 }
 
-TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
+TEST_F(PtpRequests, WithoutAnythingElseATooSmallThumbnailIsUsed) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -395,7 +395,7 @@ TEST_F(PtpQuestions, WhereNothingElseCanBeHadTheSmallPictureInThemWillDo) {
     EXPECT_TRUE(isRed(made));
 }
 
-TEST_F(PtpQuestions, WhateverSizeTheCameraSaysTheWholeFileIsWhatItGives) {
+TEST_F(PtpRequests, TheWholeFileIsWhatTheCameraSendsWhateverSizeItReports) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -407,7 +407,7 @@ TEST_F(PtpQuestions, WhateverSizeTheCameraSaysTheWholeFileIsWhatItGives) {
     }
 }
 
-TEST_F(PtpQuestions, WhatIsSaidToBeTooLongIsNotFetched) {
+TEST_F(PtpRequests, AFileThatIsTooLongIsNotFetched) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -418,7 +418,7 @@ TEST_F(PtpQuestions, WhatIsSaidToBeTooLongIsNotFetched) {
     EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
-TEST_F(PtpQuestions, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
+TEST_F(PtpRequests, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
@@ -435,14 +435,14 @@ TEST_F(PtpQuestions, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
     };
     Client client;
     client.list(camera.place.listOptions());
-    const std::size_t asked =
+    const std::size_t request =
         thumbnails.request(ThumbnailOptions{.path = client.item(0)["url"].asString(), .sourceType = 2});
     reached.get_future().wait();
     EXPECT_EQ(thumbnail_stop_ptp_decode_sync(), MRB_ERR_NONE);
     ended.set_value();
     ASSERT_TRUE(thumbnails.waitForAll());
-    EXPECT_EQ(thumbnails.resultOf(asked).code, MRB_ERR_CANCELLED);
-    // What comes next finds the camera free, and nothing more was given.
+    EXPECT_EQ(thumbnails.resultOf(request).code, MRB_ERR_CANCELLED);
+    // The next request finds the camera free, and no further part was sent.
     EXPECT_EQ(sizeOf(thumbnail()), "160x120");
     EXPECT_EQ(later, 1);
 }

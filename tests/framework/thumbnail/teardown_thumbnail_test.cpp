@@ -1,4 +1,4 @@
-// A process ends whatever its thumbnails are doing. Each test's process is a child.
+// A process ends with thumbnail requests under way. Each test's process is a child.
 
 #include <gtest/gtest.h>
 
@@ -15,9 +15,9 @@
 namespace {
 
 // As in teardown_process_test.cpp: parent and child share the folder.
-class ThumbnailExit : public testing::Test {
+class TeardownThumbnail : public testing::Test {
   protected:
-    ThumbnailExit() {
+    TeardownThumbnail() {
         const char *inherited = std::getenv(VARIABLE);
         if (inherited == nullptr) {
             owned_ = std::make_unique<support::Folder>();
@@ -31,9 +31,9 @@ class ThumbnailExit : public testing::Test {
         path = std::getenv(VARIABLE);
         GTEST_FLAG_SET(death_test_style, "threadsafe");
     }
-    ~ThumbnailExit() override { unsetenv(VARIABLE); }
+    ~TeardownThumbnail() override { unsetenv(VARIABLE); }
 
-    // A client that nobody ends, with many requests of every kind.
+    // A client that is never ended, with many requests of every kind.
     support::Thumbnails &busy() const {
         static auto &client = *new support::Thumbnails;
         for (int size = 20; size < 60; ++size) {
@@ -54,7 +54,7 @@ class ThumbnailExit : public testing::Test {
 
 } // namespace
 
-TEST_F(ThumbnailExit, AProcessMayEndBeforeTheDecodersAreLoaded) {
+TEST_F(TeardownThumbnail, AProcessMayEndBeforeTheDecodersAreLoaded) {
     EXPECT_EXIT(
         {
             busy();
@@ -63,7 +63,7 @@ TEST_F(ThumbnailExit, AProcessMayEndBeforeTheDecodersAreLoaded) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ThumbnailExit, AProcessMayEndDuringDecodes) {
+TEST_F(TeardownThumbnail, AProcessMayEndDuringDecodes) {
     for (const char *name : {"/a.jpg", "/a.heic", "/a.png", "/a.mp4"}) {
         SCOPED_TRACE(name);
         EXPECT_EXIT(
@@ -82,7 +82,7 @@ TEST_F(ThumbnailExit, AProcessMayEndDuringDecodes) {
     }
 }
 
-TEST_F(ThumbnailExit, AProcessMayEndInsideAnAnswer) {
+TEST_F(TeardownThumbnail, AProcessMayEndInsideAResultCallback) {
     EXPECT_EXIT(
         {
             static auto &client = *new support::Thumbnails;
@@ -93,7 +93,7 @@ TEST_F(ThumbnailExit, AProcessMayEndInsideAnAnswer) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ThumbnailExit, AnAnswerThatNeverReturnsHoldsTheEndUpForABoundedTime) {
+TEST_F(TeardownThumbnail, AResultCallbackThatNeverReturnsDelaysTheExitForABoundedTime) {
     EXPECT_EXIT(
         {
             static auto &client = *new support::Thumbnails;
@@ -110,7 +110,7 @@ TEST_F(ThumbnailExit, AnAnswerThatNeverReturnsHoldsTheEndUpForABoundedTime) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ThumbnailExit, RequestsAfterTheEndAreRefusedNotFatal) {
+TEST_F(TeardownThumbnail, RequestsAfterTheEndAreRefusedNotFatal) {
     EXPECT_EXIT(
         {
             // Registered before the service is first used, so it runs after its end.

@@ -1,4 +1,4 @@
-// Media that are damaged, or made to do harm: an answer with a code, soon, and
+// Media that are damaged, or made to do harm: a result with a code, soon, and
 // without much memory.
 
 #include <gmock/gmock.h>
@@ -55,14 +55,14 @@ class HostileThumbnails : public testing::Test {
     Thumbnails client_;
 };
 
-// The most memory that this process ever had, in MiB.
+// The peak memory of this process, in MiB.
 long mostMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss / 1024;
 }
 
-// Writes a number of so many bytes.
+// Writes a number of that many bytes.
 void put(std::string &bytes, std::size_t at, unsigned number, int width, bool bigEndian) {
     for (int index = 0; index < width; ++index) {
         const int shift = 8 * (bigEndian ? width - 1 - index : index);
@@ -77,7 +77,7 @@ const std::vector<std::string> H264 = {"-c:v", "libx264", "-preset", "ultrafast"
 
 TEST_F(HostileThumbnails, AFileThatIsNotThere) { EXPECT_EQ(codeOf("none.jpg"), MRB_ERR_NOT_FOUND); }
 
-TEST_F(HostileThumbnails, AFolderAndAPipeAreNoPictures) {
+TEST_F(HostileThumbnails, AFolderAndAPipeAreNotPictures) {
     folder_.folder("folder.jpg");
     ASSERT_EQ(mkfifo(path("pipe.jpg").c_str(), 0644), 0);
     EXPECT_EQ(codeOf("folder.jpg"), MRB_ERR_NOT_SUPPORTED);
@@ -100,7 +100,7 @@ TEST_F(HostileThumbnails, EmptyFilesAndTexts) {
     }
 }
 
-TEST_F(HostileThumbnails, DocumentsThatNameOtherFilesAreNoPictures) {
+TEST_F(HostileThumbnails, DocumentsThatNameOtherFilesAreNotPictures) {
     write("a.svg",
           "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'><image href='/etc/passwd'/></svg>");
     write("a.m3u8", "#EXTM3U\n#EXTINF:1,\n/etc/passwd\n");
@@ -136,7 +136,7 @@ TEST_F(HostileThumbnails, RandomDamageIsAnswered) {
         for (int turn = 0; turn < 40; ++turn) {
             std::string damaged = whole;
             for (int byte = 0; byte < 8; ++byte) {
-                // Near the beginning, where sizes stand.
+                // Near the beginning, where the sizes are.
                 const std::size_t reach =
                     turn % 2 == 0 ? std::min<std::size_t>(200, whole.size()) : whole.size();
                 damaged[random() % reach] = static_cast<char>(random());
@@ -175,7 +175,7 @@ TEST_F(HostileThumbnails, APictureThatClaimsSixtyThousandPixelsEachWayIsRefused)
     std::string png = picture("a.png");
     put(png, 16, 60000, 4, true);
     put(png, 20, 60000, 4, true);
-    // With its checksum, as somebody would do who means harm.
+    // With its checksum, as an attacker would write it.
     std::uint32_t sum = 0xFFFFFFFF;
     for (std::size_t at = 12; at < 29; ++at) {
         sum ^= static_cast<unsigned char>(png[at]);
@@ -199,7 +199,7 @@ TEST_F(HostileThumbnails, APictureThatClaimsSixtyThousandPixelsEachWayIsRefused)
     for (const char *name : {"a.jpg", "a.png", "a.tif", "a.webp"}) {
         EXPECT_EQ(codeOf(name), MRB_ERR_OUT_OF_MEMORY) << name;
     }
-    // Its decoder finds out first.
+    // Its decoder detects that first.
     EXPECT_THAT(codeOf("a.bmp"), AnyOf(MRB_ERR_OUT_OF_MEMORY, MRB_ERR_CORRUPT));
     // The picture itself has another size than the screen that it claims, which is ignored.
     EXPECT_LE(codeOf("a.gif"), 0);
@@ -211,11 +211,11 @@ TEST_F(HostileThumbnails, AHeicOrAvifThatClaimsTooManyPixelsTakesNoMemory) {
     const long before = mostMemory();
     for (const char *name : {"a.heic", "a.avif"}) {
         const std::string whole = picture(name);
-        // What libheif lets through, and what it refuses by itself.
+        // A size that libheif accepts, and one that it refuses by itself.
         for (const unsigned length : {12000U, 20000U, 60000U}) {
             std::string claim = whole;
             std::size_t claims = 0;
-            // The boxes that say how large the picture, and each of its tiles, is.
+            // The boxes with the size of the picture, and of each of its tiles.
             for (std::size_t at = claim.find("ispe"); at != std::string::npos;
                  at = claim.find("ispe", at + 1)) {
                 put(claim, at + 8, length, 4, true);
@@ -230,7 +230,7 @@ TEST_F(HostileThumbnails, AHeicOrAvifThatClaimsTooManyPixelsTakesNoMemory) {
     EXPECT_LT(mostMemory() - before, 100);
 }
 
-// The largest that the format has, in each of its ways to say so: a gigabyte of pixels.
+// The largest size of the format, in each of its encodings: a gigabyte of pixels.
 TEST_F(HostileThumbnails, AWebpThatClaimsAsMuchAsItCanTakesNoMemory) {
     const std::string lossy = picture("a.webp");
     const std::size_t frame = lossy.find("\x9D\x01\x2A");

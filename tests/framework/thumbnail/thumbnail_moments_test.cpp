@@ -1,4 +1,4 @@
-// Which frames of a film are shown: as many as are asked for, in order, and none after its moment.
+// Which frames of a video are shown: as many as requested, in order, and none after its moment.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -66,7 +66,7 @@ class Moments : public testing::Test {
   protected:
     static constexpr int RATE = 25; // frames a second
 
-    // A film that brightens evenly from black to white. Sound goes with it, as in most films.
+    // A video that brightens evenly from black to white, with sound as most videos have it.
     [[nodiscard]] std::string make(const Kind &kind, int frames, int keyInterval,
                                    const Options &more = {}) const {
         const std::string count = std::to_string(frames);
@@ -102,19 +102,19 @@ class Moments : public testing::Test {
         const auto sum =
             std::accumulate(image.pixels.begin(), image.pixels.end(), 0.0,
                             [](double all, char byte) { return all + static_cast<unsigned char>(byte); });
-        // A byte in four is the alpha, which is full.
+        // One byte in four is the alpha, which is full.
         const double pixels = static_cast<double>(image.pixels.size()) / 4;
         return (sum / pixels - 255) / 3;
     }
 
-    Thumbnail ask(const std::string &path, int count) {
+    Thumbnail request(const std::string &path, int count) {
         return client_.get(ThumbnailOptions{.path = path, .usedCache = 1, .frames = count});
     }
 
-    // That `count` are given, in order, none after its moment, each as bright as its time stamp says.
+    // Expects `count` frames in order, none after its moment, each as bright as its time stamp demands.
     void expectFrames(const std::string &path, int count, double milliseconds) {
         SCOPED_TRACE(count);
-        const Thumbnail thumbnail = ask(path, count);
+        const Thumbnail thumbnail = request(path, count);
         ASSERT_EQ(thumbnail.code, MRB_ERR_NONE);
         ASSERT_THAT(thumbnail.images, SizeIs(static_cast<std::size_t>(count)));
         const auto duration = support::parse(thumbnail.preset.c_str())["duration"].asDouble();
@@ -142,7 +142,7 @@ class Moments : public testing::Test {
 
 } // namespace
 
-TEST_F(Moments, OfEveryContainerAreAsManyAsAreAskedForInOrderAndNoneIsLate) {
+TEST_F(Moments, OfEveryContainerAreAsManyAsRequestedInOrderAndNotLate) {
     struct Length {
         int seconds;
         int keyInterval;
@@ -173,7 +173,7 @@ TEST_F(Moments, OfAFilmWithAsManyPicturesAreAllOfThem) {
     for (const Kind &kind : KINDS) {
         SCOPED_TRACE(kind.name);
         const std::string path = make(kind, 5, 250, {"-an"});
-        const Thumbnail thumbnail = ask(path, 5);
+        const Thumbnail thumbnail = request(path, 5);
         EXPECT_THAT(thumbnail.images, SizeIs(5));
         EXPECT_TRUE(std::ranges::is_sorted(thumbnail.images, std::less_equal(), &Bitmap::timeStamp));
     }
@@ -183,7 +183,7 @@ TEST_F(Moments, OfAFilmThatIsShorterThanItSaysAreSpreadOverWhatItHas) {
     const std::string path = make({"a.mkv", H264}, 20 * RATE, 25);
     const std::uintmax_t size = std::filesystem::file_size(path);
     std::filesystem::resize_file(path, size * 3 / 10);
-    const Thumbnail thumbnail = ask(path, 5);
+    const Thumbnail thumbnail = request(path, 5);
     ASSERT_THAT(thumbnail.images, SizeIs(5));
     EXPECT_TRUE(std::ranges::is_sorted(thumbnail.images, std::less_equal(), &Bitmap::timeStamp));
 }
@@ -193,7 +193,7 @@ TEST_F(Moments, OfPicturesAtUnevenTimesAreThosePictures) {
     support::ffmpeg({"-f", "lavfi", "-i", "testsrc=s=64x48:r=10:d=10", "-vf",
                      "select='eq(n,0)+eq(n,90)+eq(n,95)'", "-vsync", "vfr", "-c:v", "libx264", "-pix_fmt",
                      "yuv420p", path});
-    const Thumbnail thumbnail = ask(path, 3);
+    const Thumbnail thumbnail = request(path, 3);
     ASSERT_THAT(thumbnail.images, SizeIs(3));
     EXPECT_EQ(thumbnail.images[0].timeStamp, 0);
     EXPECT_EQ(thumbnail.images[1].timeStamp, 9000);

@@ -1,4 +1,4 @@
-// Thumbnails of real pictures, compared with what ImageMagick makes of them.
+// Thumbnails of real pictures, compared with ImageMagick's.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ namespace {
 
 constexpr double GOOD = 35; // decibels
 
-// Pictures of a test, and how their thumbnails come out.
+// Pictures of a test, and expectations on their thumbnails.
 class Pictures : public testing::Test {
   protected:
     std::string make(const std::string &name, int width, int height,
@@ -28,7 +28,7 @@ class Pictures : public testing::Test {
         support::makePicture(folder_.path(name), width, height, options);
         return folder_.path(name);
     }
-    Thumbnail get(const ThumbnailOptions &wish) { return client_.get(wish); }
+    Thumbnail get(const ThumbnailOptions &options) { return client_.get(options); }
     Thumbnail get(const std::string &path) { return client_.get(path); }
 
     // Expects one image of this size that looks like ImageMagick's.
@@ -76,9 +76,9 @@ TEST_F(Pictures, AJpegWithBytesBetweenItsSegmentsThatMeanNothing) {
     expectGood(get(folder_.path("b.jpg")), path, 256, 192);
 }
 
-// The library that libvips has them compiled by does not bear two pictures at once; it
+// The library with which libvips compiles code does not support two pictures at once; it
 // keeps such code in a file of this name.
-TEST_F(Pictures, NoCodeIsMadeForThemOnTheWay) {
+TEST_F(Pictures, NoMachineCodeIsGeneratedForThem) {
     for (const char *name : {"a.png", "a.jpg", "a.tiff", "a.webp"}) {
         EXPECT_EQ(get(make(name, 800, 600)).code, MRB_ERR_NONE) << name;
     }
@@ -211,7 +211,7 @@ TEST_F(Pictures, ALongPictureKeepsOnePixel) {
     EXPECT_EQ(thumbnail.images[0].height, 1);
 }
 
-TEST_F(Pictures, TheRecordTellsSizesDepthAndWhatItWasMadeFrom) {
+TEST_F(Pictures, TheResultHasSizesDepthAndOrigin) {
     const std::string path = make("a.jpg", 1600, 1200);
     const Thumbnail thumbnail =
         get(ThumbnailOptions{.path = path, .width = 160, .height = 160, .usedCache = 1});
@@ -282,17 +282,17 @@ TEST_F(Pictures, TheOrientationOfAWebpIsApplied) {
 
 TEST_F(Pictures, AWebpOfItsOwnSize) { expectGood(make("a.webp", 200, 150, {"-quality", "90"}), 200, 150); }
 
-TEST_F(Pictures, TheEmbeddedPictureServesWhenItIsLargeEnough) {
+TEST_F(Pictures, TheEmbeddedThumbnailIsUsedWhenItIsLargeEnough) {
     const std::string path = make("a.jpg", 1600, 1200);
     const std::string small = folder_.path("small.jpg");
     support::convert({path, "-negate", "-resize", "160x120!", small});
     support::run({"exiftool", "-q", "-overwrite_original", "-ThumbnailImage<=" + small, path});
-    // It is told from the picture by its colours, which are turned round.
+    // Its colours are inverted, which distinguishes it from the picture.
     expectGood(get(ThumbnailOptions{.path = path, .width = 128, .height = 128}), small, 128, 96);
     expectGood(get(ThumbnailOptions{.path = path, .width = 256, .height = 256}), path, 256, 192);
 }
 
-TEST_F(Pictures, AnEmbeddedPictureOfOtherProportionsDoesNotServe) {
+TEST_F(Pictures, AnEmbeddedThumbnailOfOtherProportionsIsNotUsed) {
     const std::string path = make("a.jpg", 1500, 1000);
     const std::string small = folder_.path("small.jpg");
     support::convert({path, "-negate", "-resize", "160x120!", small});
@@ -300,7 +300,7 @@ TEST_F(Pictures, AnEmbeddedPictureOfOtherProportionsDoesNotServe) {
     expectGood(get(ThumbnailOptions{.path = path, .width = 96, .height = 96}), path, 96, 64);
 }
 
-TEST_F(Pictures, AnEmbeddedPictureIsTurnedLikeThePicture) {
+TEST_F(Pictures, AnEmbeddedThumbnailIsTurnedLikeThePicture) {
     const std::string path = make("a.jpg", 1600, 1200);
     const std::string small = folder_.path("small.jpg");
     support::convert({path, "-resize", "160x120!", small});

@@ -1,4 +1,4 @@
-// The thumbnail service on its own: decoders here do as a test tells them.
+// The thumbnail service with scripted decoders.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,7 +59,7 @@ class Gate {
     }
     void close() { set(true); }
     void open() { set(false); }
-    // Waits until so many decodes have begun.
+    // Waits until that many decodes have begun.
     void waitForBegun(std::size_t count) {
         std::unique_lock guard(lock_);
         ASSERT_TRUE(change_.wait_for(guard, LIMIT, [&] { return begun_.size() >= count; }));
@@ -86,7 +86,7 @@ class Gate {
     int stopped_ = 0;
 };
 
-// Those who wait, and what they were told.
+// Pending requests and their results.
 class Waiters {
   public:
     struct One {
@@ -102,7 +102,7 @@ class Waiters {
             one.all = this;
         }
     }
-    mrb::thumbnail::Waiter operator[](std::size_t index) { return {hear, &ones_[index]}; }
+    mrb::thumbnail::Waiter operator[](std::size_t index) { return {receive, &ones_[index]}; }
     One &at(std::size_t index) { return ones_[index]; }
     void waitFor(std::size_t answers) {
         std::unique_lock guard(lock_);
@@ -114,7 +114,7 @@ class Waiters {
     }
 
   private:
-    static int hear(int code, thumb_result_s *result, void *data) {
+    static int receive(int code, thumb_result_s *result, void *data) {
         auto &one = *static_cast<One *>(data);
         one.code = code;
         one.image = result->image_buffer[0];
@@ -171,7 +171,7 @@ TEST_F(Service, ARequestMadeAgainMovesToTheFrontAndIsDecodedOnce) {
     EXPECT_THAT(gate.begun(), ElementsAre("first", "a", "b"));
 }
 
-TEST_F(Service, ThoseWhoJoinARunningDecodeGetImagesOfTheirOwn) {
+TEST_F(Service, RequestsThatJoinARunningDecodeGetImagesOfTheirOwn) {
     gate.close();
     service.request(named("a"), waiters[0]);
     gate.waitForBegun(1);
@@ -245,7 +245,7 @@ TEST_F(Service, ACancelWithUnknownUserDataTakesTheOldest) {
     EXPECT_EQ(waiters.at(1).answers, 1);
 }
 
-TEST_F(Service, ACancelledRequestMadeAgainIsDecodedAnew) {
+TEST_F(Service, ACancelledRequestMadeAgainIsDecodedAgain) {
     gate.close();
     service.request(named("a"), waiters[0]);
     gate.waitForBegun(1);
@@ -256,14 +256,14 @@ TEST_F(Service, ACancelledRequestMadeAgainIsDecodedAnew) {
     EXPECT_EQ(waiters.at(1).code, MRB_ERR_NONE);
 }
 
-TEST_F(Service, ACancelOfWhatNobodyWaitsForSaysSo) {
+TEST_F(Service, ACancelOfNoPendingRequestIsNotFound) {
     EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NOT_FOUND);
     service.request(named("a"), waiters[0]);
     waiters.waitFor(1);
     EXPECT_EQ(service.cancel(named("a"), nullptr), MRB_ERR_NOT_FOUND);
 }
 
-TEST_F(Service, CancelAllTakesBackWaitingAndRunningRequests) {
+TEST_F(Service, CancelAllCancelsWaitingAndRunningRequests) {
     gate.close();
     service.request(named("a"), waiters[0]);
     gate.waitForBegun(1);
@@ -305,7 +305,7 @@ TEST_F(Service, TheEndWaitsForTheAnswerUnderWay) {
     std::atomic<bool> left{false};
     waiters.at(0).then = [&] {
         entered.set_value();
-        // The end is under way when nothing is accepted any more.
+        // The end is under way when no request is accepted any more.
         while (service.request(named("b"), waiters[1]) == MRB_ERR_NONE) {
             service.cancelAll();
         }
@@ -396,7 +396,7 @@ TEST_F(Service, TheEndOfOneClientAnswersWaitingAndRunningRequestsOfAll) {
     EXPECT_EQ(waiters.answers(), 4U);
 }
 
-TEST_F(Service, TheEndDoesNotAnswerWhatWasTakenBack) {
+TEST_F(Service, TheEndSendsNoResultsForCancelledRequests) {
     gate.close();
     service.request(named("running"), waiters[0]);
     gate.waitForBegun(1);
@@ -409,16 +409,16 @@ TEST_F(Service, TheEndDoesNotAnswerWhatWasTakenBack) {
 
 TEST_F(Service, AnEndInsideAnAnswerAnswersTheOthersThere) {
     service.begin();
-    std::promise<void> asked;
+    std::promise<void> requested;
     waiters.at(0).then = [&] {
-        asked.get_future().wait();
+        requested.get_future().wait();
         service.end();
         EXPECT_EQ(waiters.at(1).code, MRB_ERR_CANCELLED);
     };
     service.request(named("a"), waiters[0]);
     gate.waitForBegun(1);
     service.request(named("b"), waiters[1]);
-    asked.set_value();
+    requested.set_value();
     waiters.waitFor(2);
     EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
     EXPECT_EQ(service.end(), MRB_ERR_NONE);
@@ -446,7 +446,7 @@ TEST_F(Service, WhileClientsEndEveryRequestIsAnsweredOnce) {
     }
 }
 
-TEST_F(Service, WhatADecoderThrowsIsAnAnswer) {
+TEST_F(Service, WhatADecoderThrowsIsAResult) {
     ThumbnailService failing{[](const DecodeRequest &request, const StopSign &, Decoded &) {
                                  if (request.path == "/memory") {
                                      throw std::bad_alloc();
@@ -503,14 +503,14 @@ TEST_F(Service, OfAThousandRequestsEachIsAnsweredOnceOrCancelled) {
     busy.begin();
     std::mt19937 random(5);
     std::size_t taken = 0;
-    std::vector<Request> asked;
+    std::vector<Request> requests;
     for (std::size_t index = 0; index < 1000; ++index) {
-        asked.push_back(named(std::to_string(random() % 60), static_cast<int>(random() % 3)));
-        ASSERT_EQ(busy.request(asked.back(), waiters[index]), MRB_ERR_NONE);
+        requests.push_back(named(std::to_string(random() % 60), static_cast<int>(random() % 3)));
+        ASSERT_EQ(busy.request(requests.back(), waiters[index]), MRB_ERR_NONE);
         if (random() % 3 == 0) {
-            // Whoever of that kind is taken back, it is one that is not answered.
+            // Whichever request of that kind is cancelled, it gets no result.
             const std::size_t other = random() % (index + 1);
-            taken += busy.cancel(asked[other], &waiters.at(other)) == MRB_ERR_NONE ? 1 : 0;
+            taken += busy.cancel(requests[other], &waiters.at(other)) == MRB_ERR_NONE ? 1 : 0;
         }
         if (random() % 200 == 0) {
             busy.stopCameras();
@@ -552,9 +552,9 @@ TEST(ThumbnailRequest, WhatIsWrongWithARequestIsItsAnswer) {
     };
     support::Thumbnails client;
     for (const auto &one : cases) {
-        const support::ThumbnailOptions wish{
+        const support::ThumbnailOptions options{
             .path = one.path, .orientation = one.orientation, .width = one.width, .frames = one.frames};
-        const support::Thumbnail answer = client.get(wish);
+        const support::Thumbnail answer = client.get(options);
         EXPECT_EQ(answer.code, one.code) << one.path;
         EXPECT_EQ(answer.origin, one.path);
         EXPECT_FALSE(answer.hadPreset);

@@ -24,8 +24,8 @@ constexpr double GOOD = 35; // decibels
 
 class Videos : public testing::Test {
   protected:
-    // Ten seconds whose picture brightens from black to white, and a mark that tells
-    // the corners apart.
+    // Ten seconds whose picture brightens from black to white, and a mark that distinguishes
+    // the corners.
     std::string make(const std::string &name, const std::string &size,
                      const std::vector<std::string> &options) {
         std::vector<std::string> arguments = {
@@ -37,9 +37,9 @@ class Videos : public testing::Test {
         support::ffmpeg(arguments);
         return folder_.path(name);
     }
-    Thumbnail get(const ThumbnailOptions &wish) { return client_.get(wish); }
+    Thumbnail get(const ThumbnailOptions &options) { return client_.get(options); }
 
-    // What ffmpeg shows at a moment, in seconds.
+    // ffmpeg's frame at a moment, in seconds.
     std::string frameOf(const std::string &path, const std::string &moment) {
         const std::string frame = folder_.path("frame.png");
         support::ffmpeg({"-ss", moment, "-i", path, "-frames:v", "1", frame});

@@ -1,4 +1,4 @@
-// A folder that changes under its open list: what is told, how often, and what is not.
+// A folder that changes under its open list: what is reported, how often, and what is not.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The list of a folder with two levels, with room for a witness beside it.
+// The list of a folder with two levels, and room for a witness next to it.
 class Changes : public testing::Test {
   protected:
     Changes() {
@@ -45,50 +45,50 @@ class Changes : public testing::Test {
 
 } // namespace
 
-TEST_F(Changes, AnAddedFileIsTold) {
+TEST_F(Changes, AnAddedFileIsReported) {
     file("new.jpg");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, ARemovedFileIsToldAndItsItemStillAnswers) {
+TEST_F(Changes, ARemovedFileIsReportedAndItsItemCanStillBeRead) {
     fs::remove(path("a.jpg"));
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     EXPECT_EQ(client.item(0)["name"], "a.jpg");
     EXPECT_EQ(client.item(0)["size"], 5);
 }
 
-TEST_F(Changes, ARenamedFileIsTold) {
+TEST_F(Changes, ARenamedFileIsReported) {
     fs::rename(path("a.jpg"), path("z.jpg"));
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, AFileMovedInFromElsewhereIsTold) {
+TEST_F(Changes, AFileMovedInFromElsewhereIsReported) {
     library.file("elsewhere.jpg");
     fs::rename(library.path("elsewhere.jpg"), path("here.jpg"));
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, AnAddedFolderIsTold) {
+TEST_F(Changes, AnAddedFolderIsReported) {
     fs::create_directory(path("new"));
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, ARenamedFolderIsTold) {
+TEST_F(Changes, ARenamedFolderIsReported) {
     fs::rename(path("sub"), path("other"));
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, AChangeFarDownIsTold) {
+TEST_F(Changes, AChangeFarDownIsReported) {
     file("sub/deeper/e.jpg");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, ALongerFileIsTold) {
+TEST_F(Changes, ALongerFileIsReported) {
     std::ofstream(path("sub/c.jpg"), std::ios::app) << "more";
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, AFileRewrittenAtTheSameSizeIsTold) {
+TEST_F(Changes, AFileRewrittenAtTheSameSizeIsReported) {
     std::ofstream(path("sub/c.jpg")) << "yyyyy";
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
@@ -102,7 +102,7 @@ TEST_F(Changes, TheEventHoldsTheNumberOfItems) {
     EXPECT_EQ(event.agent, client.handle);
 }
 
-TEST_F(Changes, WhatTheListDoesNotShowIsNotTold) {
+TEST_F(Changes, ChangesThatTheListDoesNotShowAreNotReported) {
     file("more.txt");
     file(".hidden.jpg");
     fs::create_directory(path(".folder"));
@@ -112,7 +112,7 @@ TEST_F(Changes, WhatTheListDoesNotShowIsNotTold) {
     EXPECT_EQ(changeCount(client), 0U);
 }
 
-TEST_F(Changes, AContentTypeIsToldOfItsOwnFilesOnly) {
+TEST_F(Changes, AListOfAContentTypeReportsItsOwnFilesOnly) {
     Client music;
     music.list({.path = path(), .contentType = "MUSIC"});
     file("new.jpg");
@@ -122,7 +122,7 @@ TEST_F(Changes, AContentTypeIsToldOfItsOwnFilesOnly) {
     EXPECT_EQ(waitForChange(music), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Changes, ReadingIsNotTold) {
+TEST_F(Changes, ReadingIsNotReported) {
     for (const char *name : {"a.jpg", "sub/c.jpg", "sub/deeper/d.jpg"}) {
         std::ifstream file(path(name));
         std::string text;
@@ -134,8 +134,8 @@ TEST_F(Changes, ReadingIsNotTold) {
     EXPECT_EQ(changeCount(client), 0U);
 }
 
-TEST_F(Changes, PermissionsAndOpeningForWritingAreNotTold) {
-    // Within a few milliseconds a file's time cannot tell before from after.
+TEST_F(Changes, PermissionsAndOpeningForWritingAreNotReported) {
+    // Within a few milliseconds a file's time does not distinguish before from after.
     fs::last_write_time(path("a.jpg"), fs::file_time_type::clock::now() - std::chrono::hours(1));
     Client fresh;
     fresh.list(path());
@@ -147,7 +147,7 @@ TEST_F(Changes, PermissionsAndOpeningForWritingAreNotTold) {
     EXPECT_EQ(changeCount(fresh), 0U);
 }
 
-TEST_F(Changes, ManyChangesAreToldOnce) {
+TEST_F(Changes, ManyChangesAreReportedOnce) {
     for (int number = 0; number < 500; ++number) {
         file("sub/" + std::to_string(number) + ".jpg");
     }
@@ -158,7 +158,7 @@ TEST_F(Changes, ManyChangesAreToldOnce) {
     EXPECT_EQ(changeCount(client), 1U);
 }
 
-TEST_F(Changes, AListOpenedAnewIsToldAnew) {
+TEST_F(Changes, AReopenedListReportsChangesAgain) {
     file("first.jpg");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     ASSERT_EQ(client.open(path()), MRB_ERR_NONE);
@@ -170,7 +170,7 @@ TEST_F(Changes, AListOpenedAnewIsToldAnew) {
     EXPECT_EQ(changeCount(client), 2U);
 }
 
-TEST_F(Changes, EveryListOfAFolderIsTold) {
+TEST_F(Changes, EveryListOfAFolderIsNotified) {
     Client second;
     Client inside;
     second.list(path());
@@ -181,7 +181,7 @@ TEST_F(Changes, EveryListOfAFolderIsTold) {
     }
 }
 
-TEST_F(Changes, TheScannedFoldersRemovalIsTold) {
+TEST_F(Changes, TheScannedFoldersRemovalIsReported) {
     fs::remove_all(path());
     EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(client.events().back().data["item_count"], 6);
@@ -195,7 +195,7 @@ TEST_F(Changes, TheScannedFoldersNewNameIsItsRemoval) {
     EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
 }
 
-TEST_F(Changes, ARemovalAfterAChangeIsToldToo) {
+TEST_F(Changes, ARemovalAfterAChangeIsReportedToo) {
     file("new.jpg");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     fs::remove_all(path());
@@ -220,7 +220,7 @@ TEST_F(Changes, ACancelledOrFailedListIsNotWatched) {
     }
 }
 
-TEST_F(Changes, NothingIsToldAfterADisconnect) {
+TEST_F(Changes, NothingIsReportedAfterADisconnect) {
     for (int round = 0; round < 20; ++round) {
         Client leaving;
         leaving.list(path());
@@ -238,7 +238,7 @@ TEST_F(Changes, NothingIsToldAfterADisconnect) {
     }
 }
 
-TEST_F(Changes, AChangeDuringTheScanIsToldAfterItsEnd) {
+TEST_F(Changes, AChangeDuringTheScanIsReportedAfterItsEnd) {
     library.pictures(100, 50);
     for (int round = 0; round < 10; ++round) {
         Client scanning;
@@ -250,7 +250,7 @@ TEST_F(Changes, AChangeDuringTheScanIsToldAfterItsEnd) {
         // The first folder's files are there, so it is read and watched.
         library.file("1/during" + std::to_string(round) + ".jpg");
         EXPECT_EQ(waitForChange(scanning), MRB_EVENT_LIST_CHANGED);
-        const std::vector<Event> heard = scanning.events();
-        EXPECT_EQ(heard.at(heard.size() - 2).event, MRB_EVENT_LIST_READY);
+        const std::vector<Event> events = scanning.events();
+        EXPECT_EQ(events.at(events.size() - 2).event, MRB_EVENT_LIST_READY);
     }
 }

@@ -47,14 +47,14 @@ class Removal : public support::OwnProcess {
 
 } // namespace
 
-TEST_F(Removal, AnUnmountIsToldAndLaterCallsSayWhatIsGone) {
+TEST_F(Removal, AnUnmountIsReportedAndLaterCallsNameWhatIsGone) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
     plugIn();
     client.list(path("/media"));
     EXPECT_EQ(playData(client), MRB_ERR_NONE);
-    // Not detached: the list keeps nothing open that would be in the way.
+    // Not detached: the list keeps no file open that would block the unmount.
     ASSERT_EQ(umount2(path().c_str(), 0), 0) << errno;
     EXPECT_EQ(waitForChange(client), MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(client.events().back().data["item_count"], 3);
@@ -65,8 +65,8 @@ TEST_F(Removal, AnUnmountIsToldAndLaterCallsSayWhatIsGone) {
     EXPECT_EQ(support::storageId(path("/media")).first, MRB_ERR_NOT_FOUND);
 }
 
-// Here inotify is silent, since the file system lives on until the file is closed.
-TEST_F(Removal, AnUnmountThatLeavesAFileOpenIsTold) {
+// inotify sends no event here, since the file system lives on until the file is closed.
+TEST_F(Removal, AnUnmountThatLeavesAFileOpenIsReported) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -100,7 +100,7 @@ TEST_F(Removal, AnUnmountBelowTheFolderIsAChange) {
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(Removal, OtherMountsAreNotTold) {
+TEST_F(Removal, OtherMountsAreNotReported) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }

@@ -1,5 +1,5 @@
-// A system that has no more watches, instances or descriptors: lists work, one line
-// in the log says what will not be noticed.
+// A system without free watches, instances or descriptors: lists work, and one line
+// in the log says which changes will not be noticed.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -31,26 +31,26 @@ void limit(const char *what, int most) {
     ASSERT_TRUE(file) << what;
 }
 
-class Limits : public support::OwnProcess {
+class SystemLimits : public support::OwnProcess {
   protected:
-    Limits() {
+    SystemLimits() {
         for (const char *name : {"a.jpg", "1/b.jpg", "2/c.jpg", "3/d.jpg", "4/e.jpg"}) {
             folder.file(name);
         }
     }
 
-    // Opens the list, which has to be complete; what the log said meanwhile.
+    // Opens the list, which has to be complete; the log of that time.
     std::string listed() {
         testing::internal::CaptureStderr();
         EXPECT_EQ(client.list(folder.path()).event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(client.count(), 9);
-        // The watch is handed over after the event; what comes then is a fault as well.
+        // The watch is handed over after the event; a change reported by then is a fault as well.
         Client later;
         later.list("/proc/self/fd");
         return testing::internal::GetCapturedStderr();
     }
 
-    // The log's lines that begin the sentence; the other list's are not counted.
+    // The log's lines that begin with the sentence; the other list's are not counted.
     [[nodiscard]] std::size_t lines(const std::string &log, const std::string &sentence) const {
         std::size_t count = 0;
         const std::string wanted = sentence + " " + folder.path() + " will not be noticed";
@@ -64,7 +64,7 @@ class Limits : public support::OwnProcess {
     Client client;
 };
 
-// Waits until a list that can be watched has heard of a change made after all others.
+// Waits until a list that can be watched has reported a change made after all others.
 void waitForAllChanges() {
     const Folder folder;
     Client witness;
@@ -76,7 +76,7 @@ void waitForAllChanges() {
 
 } // namespace
 
-TEST_F(Limits, WithoutInstancesAListIsNotWatched) {
+TEST_F(SystemLimits, WithoutInstancesAListIsNotWatched) {
     if (!inside(Surroundings::LIMITS)) {
         return;
     }
@@ -91,7 +91,7 @@ TEST_F(Limits, WithoutInstancesAListIsNotWatched) {
     EXPECT_EQ(client.events().size(), 1U);
 }
 
-TEST_F(Limits, WithoutAnyWatchAListIsNotWatched) {
+TEST_F(SystemLimits, WithoutAnyWatchAListIsNotWatched) {
     if (!inside(Surroundings::LIMITS)) {
         return;
     }
@@ -104,7 +104,7 @@ TEST_F(Limits, WithoutAnyWatchAListIsNotWatched) {
     EXPECT_EQ(client.events().size(), 1U);
 }
 
-TEST_F(Limits, WithoutWatchesForAllFoldersTheTopOneIsWatched) {
+TEST_F(SystemLimits, WithoutWatchesForAllFoldersTheTopOneIsWatched) {
     if (!inside(Surroundings::LIMITS)) {
         return;
     }
@@ -121,12 +121,12 @@ TEST_F(Limits, WithoutWatchesForAllFoldersTheTopOneIsWatched) {
 }
 
 // Without a list, whose threads a sanitizer could not start then.
-TEST_F(Limits, WithoutDescriptorsNothingIsWatched) {
+TEST_F(SystemLimits, WithoutDescriptorsNothingIsWatched) {
     if (!inside(Surroundings::PLAIN)) {
         return;
     }
     testing::internal::CaptureStderr();
-    // The first line costs the log, and a sanitizer that looks at it, a descriptor.
+    // The first line costs the log, and a sanitizer that examines it, a descriptor.
     MRB_LOG_WARNING("Descriptors are about to run out.");
     const mrb::FolderWatch first(folder.path()); // so does the first object of a class with virtual functions
     const mrb::Descriptor opened(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -1,5 +1,5 @@
-// What following folders costs and withstands: bounds, descriptors, threads, and
-// commands while everything moves.
+// What watching folders costs and withstands: bounds, descriptors, threads, and
+// commands while everything changes.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -31,7 +31,7 @@ std::size_t entriesOf(const char *folder) {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
-// True as soon as `fact` is; false when it does not come.
+// True as soon as `fact` is; false at the timeout.
 template <typename Fact>
 bool comes(Fact fact) {
     const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
@@ -63,13 +63,13 @@ void follow(mrb::FolderWatch &watch, std::int32_t number, const std::string &pat
 
 } // namespace
 
-TEST(Follow, AHundredListsLeaveNoDescriptorAndNoThreadBehind) {
+TEST(WatchLimits, AHundredListsLeakNoDescriptorAndNoThread) {
     const Folder folder;
     folder.pictures(5, 5);
     Client().list(folder.path());
     std::size_t files = 0;
     std::size_t threads = 0;
-    // What the first list left is being cleaned up: wait until nothing moves any more.
+    // The first list is being cleaned up: wait until the counts are stable.
     ASSERT_TRUE(comes([&] {
         const std::size_t before = files;
         files = entriesOf("/proc/self/fd");
@@ -94,7 +94,7 @@ TEST(Follow, AHundredListsLeaveNoDescriptorAndNoThreadBehind) {
     }));
 }
 
-TEST(Follow, MoreListsThanAreWatchedWorkAllTheSame) {
+TEST(WatchLimits, MoreListsThanAreWatchedWorkAllTheSame) {
     const Folder folder;
     folder.file("a.jpg");
     ASSERT_TRUE(support::instanceIsFree());
@@ -107,7 +107,7 @@ TEST(Follow, MoreListsThanAreWatchedWorkAllTheSame) {
     EXPECT_EQ(clients.back().count(), 1);
 }
 
-TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
+TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     const Folder folder;
     folder.folder("sub");
     ASSERT_TRUE(support::instanceIsFree());
@@ -121,8 +121,8 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
         folder.folder(name);
         follow(watch, number, folder.path(name));
     }
-    // The folders made for the purpose are changes too, also those told to the
-    // instance that was given up.
+    // The folders made for the purpose are changes too, also those reported to the
+    // instance that was closed.
     EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::CHANGED);
     while (isReadable(watch.number())) {
         static_cast<void>(watch.read(AcceptAll()));
@@ -132,19 +132,19 @@ TEST(Follow, BeyondTheMostFoldersOnlyTheRootIsWatched) {
         EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::NONE);
     }
     folder.file("b.jpg");
-    // The kernel may still be telling of the watches that were given up.
+    // The kernel may still send events of the watches that were closed.
     EXPECT_TRUE(
         comes([&] { return isReadable(watch.number()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
 }
 
-TEST(Follow, AnOverflowOfTheQueueIsAChange) {
+TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {
     const Folder folder;
     folder.file("a.txt");
     ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
     ASSERT_GE(watch.number(), 0);
     follow(watch, mrb::ROOT_FOLDER, folder.path());
-    // Nothing of it is listed, so that only the overflow can be the change. Two names
+    // None of it is listed, so that only the overflow can be the change. Two names
     // in turn, since the kernel merges events that are alike.
     for (std::size_t number = 0; number <= queueLength(); ++number) {
         const bool back = number % 2 == 1;
@@ -158,7 +158,7 @@ TEST(Follow, AnOverflowOfTheQueueIsAChange) {
     EXPECT_EQ(change, mrb::Change::CHANGED);
 }
 
-TEST(Follow, AThousandRandomCommandsWhileTheFolderChanges) {
+TEST(WatchLimits, AThousandRandomCommandsWhileTheFolderChanges) {
     const Folder folder;
     folder.pictures(20, 20);
     std::atomic<bool> over = false;

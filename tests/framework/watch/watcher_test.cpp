@@ -1,4 +1,4 @@
-// Who waits for the watch thread, and who does not. The watches are the test's own.
+// Which calls wait for the watch thread, and which do not. The watches are scripted.
 
 #include "watch/watcher.h"
 
@@ -24,7 +24,7 @@ struct List final : mrb::Watched {
     void sourceRemoved() override {}
 };
 
-// Nothing happens to its source; what the thread does with it the test hears of.
+// A watch without events; it notifies the test of the thread's calls.
 struct ScriptedWatch final : mrb::Watch {
     explicit ScriptedWatch(std::function<void()> onRead, std::function<void()> onClose)
         : read_(std::move(onRead)), close_(std::move(onClose)) {}
@@ -53,7 +53,7 @@ constexpr auto NOTHING = [] {};
 
 // A close of an inotify instance takes the kernel long; here it does not end until the test
 // has made the calls that must not wait for it.
-TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
+TEST(Watcher, NoCallerWaitsForTheCloseOfARemovedWatch) {
     mrb::Watcher watcher;
     const auto busy = std::make_shared<List>();
     const auto brief = std::make_shared<List>();
@@ -64,7 +64,7 @@ TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
     std::promise<void> returned;
     bool hasReturned = false;
 
-    // While the thread is busy, a list comes and goes that it has not seen yet.
+    // While the thread is busy, a list comes and goes that the thread has not seen yet.
     watcher.watch(busy, std::make_unique<ScriptedWatch>(
                             [&] {
                                 reading.set_value();
@@ -90,7 +90,7 @@ TEST(Watcher, NobodyWaitsForTheCloseOfWhatIsForgotten) {
 }
 
 TEST(Watcher, TheEndDoesNotWaitForACloseThatHangs) {
-    // Left behind with its thread, and static so that it does not count as a leak.
+    // Leaked with its thread, and static so that it does not count as a leak.
     static auto &watcher = *new mrb::Watcher;
     static std::promise<void> closing;
     static std::promise<void> never;

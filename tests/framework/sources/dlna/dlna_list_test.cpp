@@ -143,7 +143,7 @@ TEST_F(DlnaList, IsSortedAndGroupedByWhatTheServerSays) {
     ASSERT_EQ(support::groupBy(client, MRB_PAGE_STYLE_GROUP_ARTIST), MRB_ERR_NONE);
     support::waitForGroups(client);
     EXPECT_THAT(support::headings(client), ElementsAre("Anna: 2", "Zoë: 1", ": 1"));
-    EXPECT_FALSE(support::isMapped("libmrb-readers.so")); // no file is read for that
+    EXPECT_FALSE(support::isMapped("libmrb-readers.so")); // no file is read
 }
 
 TEST_F(DlnaList, OfAFolderHoldsThatFolderOnly) {
@@ -163,7 +163,7 @@ TEST_F(DlnaList, OfAFolderHoldsThatFolderOnly) {
     Client client;
     listAll(client, {.path = id, .contentType = "VIDEO", .source = "SOURCE_DLNA"}, 1);
     Client whole;
-    // It may say goodbye and come again while it looks through its folder.
+    // It may leave and return while it scans its folder.
     const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
     Event end;
     for (std::size_t ends = 1; end.event != MRB_EVENT_LIST_READY; ++ends) {

@@ -1,4 +1,4 @@
-// What servers write wrongly costs what is wrong, and nothing else.
+// Malformed values and objects of servers: only what is malformed is lost.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,9 +23,9 @@ using testing::HasSubstr;
 
 namespace {
 
-class DlnaOdd : public support::DlnaTest {
+class DlnaMalformedObjects : public support::DlnaTest {
   protected:
-    // A server, and the list of all that it has; the list's last event.
+    // A server, and the list of all its items; the list's last event.
     Event list(const std::function<std::string(const Request &request)> &browse) {
         const ScriptedServer server([&](const Request &request, const Connection &connection) {
             connection.send(request.action == "Browse" ? browse(request) : support::soapFault(401));
@@ -35,7 +35,7 @@ class DlnaOdd : public support::DlnaTest {
         const Event end = client_.list({.path = service.server(), .source = "SOURCE_DLNA"});
         return end;
     }
-    // One that has these objects.
+    // A server with these objects.
     Event list(const std::string &objects, int count) {
         return list([=](const Request &request) {
             return browseResponse(request, support::didlOf(objects), count, count);
@@ -63,7 +63,7 @@ std::vector<std::string> textsOf(const Json::Value &array) {
 
 } // namespace
 
-TEST_F(DlnaOdd, ADateThatIsNoneCostsTheDate) {
+TEST_F(DlnaMalformedObjects, AnInvalidDateCostsTheDateOnly) {
     if (!insideNetwork()) {
         return;
     }
@@ -81,7 +81,7 @@ TEST_F(DlnaOdd, ADateThatIsNoneCostsTheDate) {
     EXPECT_EQ(client_.item(count - 1)["modified"], "2006-05-01T10:20:30Z");
 }
 
-TEST_F(DlnaOdd, OtherValuesThatAreNoneCostThemselves) {
+TEST_F(DlnaMalformedObjects, OtherInvalidValuesCostThemselvesOnly) {
     if (!insideNetwork()) {
         return;
     }
@@ -110,7 +110,7 @@ TEST_F(DlnaOdd, OtherValuesThatAreNoneCostThemselves) {
     EXPECT_EQ(client_.item(3)["duration"], 3'723'500);
 }
 
-TEST_F(DlnaOdd, ObjectsWithoutIdsAreLeftOutCountedAndNamed) {
+TEST_F(DlnaMalformedObjects, ObjectsWithoutIdsAreLeftOutCountedAndNamed) {
     if (!insideNetwork()) {
         return;
     }
@@ -124,7 +124,7 @@ TEST_F(DlnaOdd, ObjectsWithoutIdsAreLeftOutCountedAndNamed) {
     EXPECT_THAT(textsOf(end.data["left_out_names"]), ElementsAre("no id", HasSubstr("container \"0\"")));
 }
 
-TEST_F(DlnaOdd, AllThatIsLeftOutIsCountedAndTenAreNamed) {
+TEST_F(DlnaMalformedObjects, AllThatIsLeftOutIsCountedAndTenAreNamed) {
     if (!insideNetwork()) {
         return;
     }
@@ -138,7 +138,7 @@ TEST_F(DlnaOdd, AllThatIsLeftOutIsCountedAndTenAreNamed) {
     EXPECT_EQ(end.data["left_out_names"].size(), 10U);
 }
 
-TEST_F(DlnaOdd, BytesThatAreNoLettersCostThemselves) {
+TEST_F(DlnaMalformedObjects, BytesThatAreNotTextCostThemselvesOnly) {
     if (!insideNetwork()) {
         return;
     }
@@ -152,7 +152,7 @@ TEST_F(DlnaOdd, BytesThatAreNoLettersCostThemselves) {
     EXPECT_THAT(textsOf(end.data["left_out_names"]), ElementsAre("odd id"));
 }
 
-TEST_F(DlnaOdd, NamespacesThatAreNotDeclaredDoNoHarm) {
+TEST_F(DlnaMalformedObjects, UndeclaredNamespacesAreHarmless) {
     if (!insideNetwork()) {
         return;
     }
@@ -164,7 +164,7 @@ TEST_F(DlnaOdd, NamespacesThatAreNotDeclaredDoNoHarm) {
     EXPECT_THAT(names(), ElementsAre("one"));
 }
 
-TEST_F(DlnaOdd, AnEndTagThatIsMissingCostsNoNeighbour) {
+TEST_F(DlnaMalformedObjects, AnEndTagThatIsMissingCostsNoNeighbour) {
     if (!insideNetwork()) {
         return;
     }
@@ -178,7 +178,7 @@ TEST_F(DlnaOdd, AnEndTagThatIsMissingCostsNoNeighbour) {
     EXPECT_THAT(names(), ElementsAre("one", "two", "three", "four"));
 }
 
-TEST_F(DlnaOdd, ABrokenPageCostsNoOtherPage) {
+TEST_F(DlnaMalformedObjects, ABrokenPageCostsNoOtherPage) {
     if (!insideNetwork()) {
         return;
     }
@@ -201,15 +201,15 @@ TEST_F(DlnaOdd, ABrokenPageCostsNoOtherPage) {
     EXPECT_THAT(textsOf(end.data["left_out_names"]), ElementsAre("bomb"));
 }
 
-// A server that looks through its folders puts what it finds before what was read already.
-TEST_F(DlnaOdd, AContainerThatGrowsWhileItIsReadIsReadWhole) {
+// A server that scans its folders puts new objects before those that were read already.
+TEST_F(DlnaMalformedObjects, AContainerThatGrowsWhileItIsReadIsReadWhole) {
     if (!insideNetwork()) {
         return;
     }
-    std::atomic<int> asks = 0;
+    std::atomic<int> requestCount = 0;
     const Event end = list([&](const Request &request) {
         // In the order of their ids, newest first, 500 at a time.
-        const int total = ++asks == 1 ? 600 : 900;
+        const int total = ++requestCount == 1 ? 600 : 900;
         std::string objects;
         int given = 0;
         for (int place = request.start; place < total && given < request.count; ++place, ++given) {

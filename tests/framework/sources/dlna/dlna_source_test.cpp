@@ -1,5 +1,4 @@
-// How a server's content directory becomes a list, with servers that only tell what a
-// test has them tell.
+// How a server's content directory becomes a list, with scripted content directories.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,7 +48,7 @@ MediaObject container(const std::string &id, const std::string &title) {
     return object;
 }
 
-// Answers as the test says.
+// A client whose responses a test writes.
 class ScriptedDirectories final : public mrb::dlna::Directories {
   public:
     using Answer = std::function<Outcome(const Question &question, Page &page)>;
@@ -69,7 +68,7 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
         return {MRB_ERR_NOT_SUPPORTED, {}};
     }
 
-    // An honest server's answer out of what its containers hold.
+    // A valid server's response out of what its containers hold.
     Outcome honest(const Question &question, Page &page) const {
         const auto found = contents.find(question.container);
         if (found == contents.end()) {
@@ -143,7 +142,7 @@ TEST_F(DlnaSource, AContainerIsListedWithWhatIsBelowIt) {
     EXPECT_THAT(sink.names(), ElementsAre("A", "one", "A/B", "A/two", "A/B/three"));
 }
 
-TEST_F(DlnaSource, APageIsFollowedWhereTheOneBeforeSaysSo) {
+TEST_F(DlnaSource, APageIsFollowedWhereTheRequestBeforeStatesIt) {
     for (int number = 0; number < 1200; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number), "one"));
     }
@@ -155,7 +154,7 @@ TEST_F(DlnaSource, APageIsFollowedWhereTheOneBeforeSaysSo) {
     EXPECT_THAT(followed, ElementsAre(false, true, false));
 }
 
-TEST_F(DlnaSource, AContainerIsAskedForFiveHundredAtATime) {
+TEST_F(DlnaSource, AContainerIsRequestedInPagesOfFiveHundred) {
     for (int number = 0; number < 1200; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
@@ -166,7 +165,7 @@ TEST_F(DlnaSource, AContainerIsAskedForFiveHundredAtATime) {
     EXPECT_EQ(directories.requests[2].count, 500U);
 }
 
-TEST_F(DlnaSource, AServerThatGivesFewerThanItWasAskedForIsAskedOn) {
+TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
     directories.answer = [this](const Question &question, Page &page) {
         Question less = question;
         less.count = 2;
@@ -225,7 +224,7 @@ TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
     EXPECT_EQ(sink.store.size(), 2);
 }
 
-TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsLeft) {
+TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
     directories.answer = [](const Question & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
@@ -239,7 +238,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsLeft) {
     EXPECT_EQ(directories.requests.size(), 2U);
 }
 
-TEST_F(DlnaSource, ObjectsWithoutIdsForeverAreLeft) {
+TEST_F(DlnaSource, EndlessObjectsWithoutIdsAreAbandoned) {
     directories.answer = [](const Question & /*question*/, Page &page) {
         page.objects.resize(500);
         page.returned = 500;
@@ -265,7 +264,7 @@ TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
     directories.answer = [this](const Question &question, Page &page) {
         Outcome outcome = directories.honest(question, page);
         if (question.start == 0) {
-            page.objects.resize(1); // the others cannot be made out
+            page.objects.resize(1); // the others cannot be parsed
             outcome = {MRB_ERR_PROTOCOL, "broken"};
         }
         return outcome;
@@ -282,7 +281,7 @@ TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
     EXPECT_EQ(directories.requests.at(1).start, 500U);
 }
 
-TEST_F(DlnaSource, AServerThatIsSlowIsAskedForLessAtATime) {
+TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
     directories.answer = [this](const Question &question, Page &page) {
         return question.start > 0 && question.count > 100 ? Outcome{MRB_ERR_TIMEOUT, "too slow"}
                                                           : directories.honest(question, page);
@@ -294,7 +293,7 @@ TEST_F(DlnaSource, AServerThatIsSlowIsAskedForLessAtATime) {
     EXPECT_EQ(sink.store.size(), 700);
 }
 
-TEST_F(DlnaSource, AServerThatDoesNotAnswerAtAllIsNotAskedAgain) {
+TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
     directories.answer = [](const Question & /*question*/, Page & /*page*/) {
         return Outcome{MRB_ERR_TIMEOUT, "silent"};
     };
@@ -302,8 +301,8 @@ TEST_F(DlnaSource, AServerThatDoesNotAnswerAtAllIsNotAskedAgain) {
     EXPECT_EQ(directories.requests.size(), 1U);
 }
 
-// It adds what it finds at the front while it is asked.
-TEST_F(DlnaSource, AServerThatFindsMoreMeanwhileIsReadAgainForWhatWasMissed) {
+// It inserts new objects at the front while it is read.
+TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
     for (int number = 0; number < 600; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
@@ -321,7 +320,7 @@ TEST_F(DlnaSource, AServerThatFindsMoreMeanwhileIsReadAgainForWhatWasMissed) {
     EXPECT_EQ(sink.store.size(), 800);
 }
 
-TEST_F(DlnaSource, AServerThatLosesSomeMeanwhileIsNoFailure) {
+TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
     for (int number = 0; number < 600; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
@@ -334,7 +333,7 @@ TEST_F(DlnaSource, AServerThatLosesSomeMeanwhileIsNoFailure) {
     EXPECT_EQ(sink.store.size(), 550);
 }
 
-TEST_F(DlnaSource, AServerThatChangesForeverIsLeft) {
+TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
     directories.answer = [this](const Question & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
@@ -432,7 +431,7 @@ TEST_F(DlnaSource, AContainerThatDoesNotExistFails) {
     EXPECT_EQ(scan({}, "nowhere").outcome.code, MRB_ERR_NOT_FOUND);
 }
 
-TEST_F(DlnaSource, AListThatIsStoppedAsksNoMore) {
+TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
     directories.contents["0"] = {image("1")};
     sink.isStopped = true;
     EXPECT_EQ(scan().outcome.code, MRB_ERR_CANCELLED);
@@ -469,7 +468,7 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     EXPECT_EQ(sink.store.size(), 2);
 }
 
-TEST_F(DlnaSource, ASearchThatIsRefusedInPassingIsAskedForOnceMore) {
+TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     for (int number = 0; number < 700; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }

@@ -1,5 +1,5 @@
-// A list can be left at any moment: a scan and a sort look whether to go on after
-// every bounded piece of work, and do nothing more once they shall not.
+// A list can be cancelled at any moment: a scan and a sort check for that after every
+// bounded piece of work, and do nothing more afterwards.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::int64_t NEVER = INT64_MAX;
 
-// Counts the looks at whether to go on, and says no from a given one on.
+// Counts the checks for cancellation, and cancels at a given one.
 class CountingSink final : public mrb::ItemSink {
   public:
     explicit CountingSink(std::int64_t last) : last_(last) {}
@@ -53,9 +53,9 @@ int scan(const Folder &folder, mrb::ItemSink &sink) {
 }
 
 // A large folder, many small ones, and many in one.
-class Stop : public testing::TestWithParam<std::pair<int, int>> {
+class CancelScan : public testing::TestWithParam<std::pair<int, int>> {
   protected:
-    Stop() { folder.pictures(GetParam().first, GetParam().second); }
+    CancelScan() { folder.pictures(GetParam().first, GetParam().second); }
     const Folder folder;
 };
 
@@ -71,7 +71,7 @@ mrb::ItemStore storeOf(int items) {
 
 } // namespace
 
-TEST_P(Stop, AScanLooksForEachFileThatItReadsOrdersAndTells) {
+TEST_P(CancelScan, AScanChecksForEachFileThatItReadsOrdersAndReports) {
     CountingSink sink(NEVER);
     EXPECT_EQ(scan(folder, sink), MRB_ERR_NONE);
     const auto [folders, files] = GetParam();
@@ -80,7 +80,7 @@ TEST_P(Stop, AScanLooksForEachFileThatItReadsOrdersAndTells) {
     EXPECT_LE(sink.longestRun, 256U);
 }
 
-TEST_P(Stop, AScanDoesNothingMoreOnceItIsStopped) {
+TEST_P(CancelScan, AScanDoesNothingMoreOnceItIsCancelled) {
     CountingSink whole(NEVER);
     scan(folder, whole);
     std::minstd_rand random(5);
@@ -89,15 +89,15 @@ TEST_P(Stop, AScanDoesNothingMoreOnceItIsStopped) {
         CountingSink sink(last);
         EXPECT_EQ(scan(folder, sink), MRB_ERR_CANCELLED);
         EXPECT_FALSE(sink.late);
-        // The look that said no, and those of the calls on the way out.
+        // The check that returned true, and those of the calls on the way out.
         EXPECT_LE(sink.looks, last + 4);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, Stop,
+INSTANTIATE_TEST_SUITE_P(, CancelScan,
                          testing::Values(std::pair{1, 10'000}, std::pair{300, 20}, std::pair{6'000, 0}));
 
-TEST(StopSort, LooksForEachNameAndOftenWhileItCompares) {
+TEST(CancelSort, ChecksForEachNameAndOftenWhileItCompares) {
     const mrb::ItemStore store = storeOf(20'000);
     int looks = 0;
     const auto look = [&] {
@@ -109,7 +109,7 @@ TEST(StopSort, LooksForEachNameAndOftenWhileItCompares) {
     EXPECT_GE(looks, 20'000 + 200'000 / 256);
 }
 
-TEST(StopSort, DoesNothingMoreOnceItIsStopped) {
+TEST(CancelSort, DoesNothingMoreOnceItIsCancelled) {
     const mrb::ItemStore store = storeOf(20'000);
     int whole = 0;
     static_cast<void>(mrb::sortItems(store, {mrb::SortKey::NAME, false}, [&] { return ++whole < 0; }));

@@ -85,7 +85,7 @@ TEST(Scan, NumbersInNamesCountByTheirValue) {
     EXPECT_THAT(client.all("name"), ElementsAre("img1.jpg", "img2.jpg", "IMG3.jpg", "img10.jpg"));
 }
 
-TEST(Scan, AccentedLettersStandBesideTheirBaseLetter) {
+TEST(Scan, AccentedLettersStandNextToTheirBaseLetter) {
     const Folder folder;
     for (const char *name : {"zoo.jpg", "École.jpg", "ecole2.jpg", "abc.jpg"}) {
         folder.file(name);

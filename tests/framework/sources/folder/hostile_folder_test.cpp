@@ -1,4 +1,4 @@
-// Folders that change, refuse, or never seem to end.
+// Folders that change, cannot be read, or have no end.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// Takes what a scan finds, and lets a test change the disk at chosen moments.
+// Receives what a scan finds, and lets a test change the disk at chosen moments.
 class Meddler final : public mrb::ItemSink {
   public:
     std::function<void()> beforeFile = [] {};
@@ -57,7 +57,7 @@ mrb::FillResult scan(Meddler &meddler, const std::string &path) {
 
 } // namespace
 
-TEST(Hostile, AnUnreadableFolderIsListedAndCountedAndCostsOnlyItsContents) {
+TEST(HostileFolder, AnUnreadableFolderIsListedAndCountedAndCostsOnlyItsContents) {
     const Folder folder;
     folder.file("locked/inside.jpg");
     folder.file("open/inside.jpg");
@@ -74,7 +74,7 @@ TEST(Hostile, AnUnreadableFolderIsListedAndCountedAndCostsOnlyItsContents) {
     EXPECT_THAT(client.all("name"), ElementsAre("locked", "open", "inside.jpg"));
 }
 
-TEST(Hostile, AFolderWhoseFilesCannotBeReachedCountsAsUnreadableOnce) {
+TEST(HostileFolder, AFolderWhoseFilesCannotBeReachedCountsAsUnreadableOnce) {
     const Folder folder;
     folder.file("names/a.jpg");
     folder.file("names/b.jpg");
@@ -90,7 +90,7 @@ TEST(Hostile, AFolderWhoseFilesCannotBeReachedCountsAsUnreadableOnce) {
     EXPECT_THAT(client.all("name"), ElementsAre("names"));
 }
 
-TEST(Hostile, AFileThatVanishesAfterItsNameWasReadIsSkipped) {
+TEST(HostileFolder, AFileThatVanishesAfterItsNameWasReadIsSkipped) {
     const Folder folder;
     folder.file("gone.jpg");
     Meddler meddler;
@@ -101,7 +101,7 @@ TEST(Hostile, AFileThatVanishesAfterItsNameWasReadIsSkipped) {
     EXPECT_THAT(meddler.names, IsEmpty());
 }
 
-TEST(Hostile, AFolderThatVanishesBeforeItIsEnteredIsSkipped) {
+TEST(HostileFolder, AFolderThatVanishesBeforeItIsEnteredIsSkipped) {
     const Folder folder;
     folder.file("a.jpg");
     folder.folder("gone");
@@ -113,7 +113,7 @@ TEST(Hostile, AFolderThatVanishesBeforeItIsEnteredIsSkipped) {
     EXPECT_THAT(meddler.names, ElementsAre("a.jpg"));
 }
 
-TEST(Hostile, AFolderThatTurnsIntoALinkIsNotEntered) {
+TEST(HostileFolder, AFolderThatTurnsIntoALinkIsNotEntered) {
     const Folder folder;
     const Folder outside;
     outside.file("secret.jpg");
@@ -129,7 +129,7 @@ TEST(Hostile, AFolderThatTurnsIntoALinkIsNotEntered) {
     EXPECT_THAT(meddler.names, ElementsAre("a.jpg"));
 }
 
-TEST(Hostile, TheScannedFolderVanishingFailsTheScanByName) {
+TEST(HostileFolder, TheScannedFolderVanishingFailsTheScanByName) {
     Meddler meddler;
     std::string path;
     mrb::Descriptor opened;
@@ -143,7 +143,7 @@ TEST(Hostile, TheScannedFolderVanishingFailsTheScanByName) {
     EXPECT_THAT(result.outcome.message, testing::HasSubstr(path));
 }
 
-TEST(Hostile, FilesDeletedDuringTheScanNeverFailIt) {
+TEST(HostileFolder, FilesDeletedDuringTheScanNeverFailIt) {
     const Folder folder;
     folder.pictures(100, 50);
     std::thread deleter([&] {
@@ -162,7 +162,7 @@ TEST(Hostile, FilesDeletedDuringTheScanNeverFailIt) {
     EXPECT_EQ(again.count(), 0);
 }
 
-TEST(Hostile, AVeryDeepTreeIsReadToItsBoundAndTheRestIsCounted) {
+TEST(HostileFolder, AVeryDeepTreeIsReadToItsBoundAndTheRestIsCounted) {
     const Folder folder;
     folder.chain("d", 150);
     Client client;
@@ -172,7 +172,7 @@ TEST(Hostile, AVeryDeepTreeIsReadToItsBoundAndTheRestIsCounted) {
     EXPECT_EQ(client.count(MRB_ITEM_TYPE_FOLDER), mrb::FolderScan::DEEPEST_LEVEL + 1);
 }
 
-TEST(Hostile, PathsLongerThanTheSystemOpensAreListedWhole) {
+TEST(HostileFolder, PathsLongerThanTheSystemOpensAreListedWhole) {
     const Folder folder;
     const std::string name(200, 'n');
     folder.chain(name, 50);
@@ -182,7 +182,7 @@ TEST(Hostile, PathsLongerThanTheSystemOpensAreListedWhole) {
     EXPECT_EQ(client.item(49)["path"].asString().size(), folder.path().size() + 50 * 201);
 }
 
-TEST(Hostile, ADeepTreeNeedsFewDescriptors) {
+TEST(HostileFolder, ADeepTreeNeedsFewDescriptors) {
     const Folder folder;
     folder.chain("d", 90);
     Meddler meddler;

@@ -48,7 +48,7 @@ class PlaylistChanges : public testing::Test {
 
 } // namespace
 
-TEST_F(PlaylistChanges, ARewrittenPlaylistIsToldAndOpenedAnewIsWhatItIsNow) {
+TEST_F(PlaylistChanges, ARewrittenPlaylistIsReportedAndReopenedHasItsNewEntries) {
     writeText(folder, "p.m3u", "a.mp3\nb.mp3\n");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     EXPECT_EQ(client.events().back().data["item_count"], 1);
@@ -60,12 +60,12 @@ TEST_F(PlaylistChanges, ARewrittenPlaylistIsToldAndOpenedAnewIsWhatItIsNow) {
     EXPECT_EQ(changeCount(client), 2U);
 }
 
-TEST_F(PlaylistChanges, APlaylistOfTheSameSizeIsTold) {
+TEST_F(PlaylistChanges, APlaylistOfTheSameSizeIsReported) {
     writeText(folder, "p.m3u", "b.mp3\n");
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(PlaylistChanges, APlaylistThatIsReplacedIsToldOnce) {
+TEST_F(PlaylistChanges, APlaylistThatIsReplacedIsReportedOnce) {
     writeText(folder, "p.m3u.new", "b.mp3\n");
     fs::rename(folder.path("p.m3u.new"), path());
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
@@ -74,7 +74,7 @@ TEST_F(PlaylistChanges, APlaylistThatIsReplacedIsToldOnce) {
     EXPECT_EQ(changeCount(client), 1U);
 }
 
-TEST_F(PlaylistChanges, APlaylistThatIsGoneIsToldAndItsEntriesCanStillBePlayed) {
+TEST_F(PlaylistChanges, APlaylistThatIsGoneIsReportedAndItsEntriesCanStillBePlayed) {
     fs::remove(path());
     EXPECT_EQ(waitForChange(client), MRB_EVENT_LIST_CHANGED);
     char *data = nullptr;
@@ -82,7 +82,7 @@ TEST_F(PlaylistChanges, APlaylistThatIsGoneIsToldAndItsEntriesCanStillBePlayed) 
     std::free(data);
 }
 
-TEST_F(PlaylistChanges, APlaylistThatGoesWithItsFolderIsTold) {
+TEST_F(PlaylistChanges, APlaylistThatGoesWithItsFolderIsReported) {
     const Folder other;
     writeText(other, "in/p.m3u", "http://h/a.mp3\n");
     Client inside;
@@ -91,7 +91,7 @@ TEST_F(PlaylistChanges, APlaylistThatGoesWithItsFolderIsTold) {
     EXPECT_EQ(waitForChange(inside), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(PlaylistChanges, WhatHappensBesideAPlaylistIsNotTold) {
+TEST_F(PlaylistChanges, ChangesNextToAPlaylistAreNotReported) {
     writeText(folder, "q.m3u", "a.mp3\n");
     fs::remove(folder.path("a.mp3"));
     folder.file("c.mp3");
@@ -111,7 +111,7 @@ TEST_F(PlaylistChanges, APlaylistThatIsNamedByALinkIsWatchedWhereItIs) {
     EXPECT_EQ(waitForChange(linked), MRB_EVENT_LIST_CHANGED);
 }
 
-TEST_F(PlaylistChanges, NothingIsToldAfterADisconnect) {
+TEST_F(PlaylistChanges, NothingIsReportedAfterADisconnect) {
     EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
     writeText(folder, "p.m3u", "b.mp3\n");
     waitForAllChanges(folder);
@@ -129,7 +129,7 @@ TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
     EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::CHANGED);
 }
 
-TEST(FileWatch, NothingIsWatchedOnceAChangeWasTold) {
+TEST(FileWatch, NothingIsWatchedOnceAChangeWasReported) {
     const Folder folder;
     writeText(folder, "p.m3u", "a.mp3\n");
     const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));

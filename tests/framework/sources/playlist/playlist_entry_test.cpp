@@ -1,4 +1,4 @@
-// Where the entries of a playlist may lie, and how what it writes becomes a file.
+// Where the entries of a playlist may lie, and how an entry is resolved to a file.
 
 #include <gtest/gtest.h>
 
@@ -16,9 +16,9 @@ using Kind = mrb::EntryTarget::Kind;
 namespace {
 
 // A stick, another one and a music folder, each with a song of its own.
-class PlaylistPlace : public testing::Test {
+class PlaylistEntry : public testing::Test {
   protected:
-    PlaylistPlace() {
+    PlaylistEntry() {
         for (const char *name :
              {"stick/a.mp3", "stick/sub/b c.mp3", "stick/caf\u00e9.mp3", "stick/100%25.mp3", "other/o.mp3",
               "music/m.mp3", "secret/s.mp3", "stick2/x.mp3"}) {
@@ -41,18 +41,18 @@ class PlaylistPlace : public testing::Test {
 
 } // namespace
 
-TEST_F(PlaylistPlace, ARelativePathBeginsAtThePlaylist) {
+TEST_F(PlaylistEntry, ARelativePathBeginsAtThePlaylist) {
     expectFile(find("stick/p.m3u", "a.mp3"), "stick/a.mp3");
     expectFile(find("stick/p.m3u", "./sub/b c.mp3"), "stick/sub/b c.mp3");
     expectFile(find("stick/sub/p.m3u", "../a.mp3"), "stick/a.mp3");
 }
 
-TEST_F(PlaylistPlace, AnAbsolutePathIsTheMachinesOrElseTheStorages) {
+TEST_F(PlaylistEntry, AnAbsolutePathIsTheMachinesOrElseTheStorages) {
     expectFile(find("stick/p.m3u", folder.path("stick/a.mp3")), "stick/a.mp3");
     expectFile(find("stick/sub/p.m3u", "/sub/b c.mp3"), "stick/sub/b c.mp3");
 }
 
-TEST_F(PlaylistPlace, BackslashesAndDrivesAreUnderstood) {
+TEST_F(PlaylistEntry, BackslashesAndDrivesAreUnderstood) {
     expectFile(find("stick/p.m3u", "sub\\b c.mp3"), "stick/sub/b c.mp3");
     expectFile(find("stick/p.m3u", "\\sub\\b c.mp3"), "stick/sub/b c.mp3");
     expectFile(find("stick/p.m3u", "E:\\sub\\b c.mp3"), "stick/sub/b c.mp3");
@@ -61,7 +61,7 @@ TEST_F(PlaylistPlace, BackslashesAndDrivesAreUnderstood) {
     expectFile(find("stick/p.m3u", "back\\slash.mp3"), "stick/back\\slash.mp3");
 }
 
-TEST_F(PlaylistPlace, FileUrlsAreUnderstood) {
+TEST_F(PlaylistEntry, FileUrlsAreUnderstood) {
     const std::string song = "stick/sub/b c.mp3";
     const std::string path = folder.path("stick/sub/b%20c.mp3");
     for (const std::string &url :
@@ -75,7 +75,7 @@ TEST_F(PlaylistPlace, FileUrlsAreUnderstood) {
     EXPECT_EQ(find("stick/p.m3u", "file:///a%00.mp3").kind, Kind::MISSING);
 }
 
-TEST_F(PlaylistPlace, PercentSignsAreDecodedWhereThatLeadsSomewhere) {
+TEST_F(PlaylistEntry, PercentSignsAreDecodedWhereThatLeadsSomewhere) {
     expectFile(find("stick/p.m3u", "sub/b%20c.mp3"), "stick/sub/b c.mp3");
     expectFile(find("stick/p.xspf", "sub/b%20c.mp3", true), "stick/sub/b c.mp3");
     expectFile(find("stick/p.xspf", "sub/b c.mp3", true), "stick/sub/b c.mp3");
@@ -83,13 +83,13 @@ TEST_F(PlaylistPlace, PercentSignsAreDecodedWhereThatLeadsSomewhere) {
     expectFile(find("stick/p.xspf", "100%2525.mp3", true), "stick/100%25.mp3");
 }
 
-TEST_F(PlaylistPlace, NamesThatAreNotUtf8AreTakenAsTheyAreAndAsLatin1) {
+TEST_F(PlaylistEntry, NamesThatAreNotUtf8AreTakenAsTheyAreAndAsLatin1) {
     expectFile(find("stick/p.m3u", "caf\xe9.mp3"), "stick/caf\u00e9.mp3");
     folder.file("stick/na\xefve.mp3", 5);
     expectFile(find("stick/p.m3u", "na\xefve.mp3"), "stick/na\xefve.mp3");
 }
 
-TEST_F(PlaylistPlace, APlaylistOnAStorageNamesOnlyWhatIsOnThatStorage) {
+TEST_F(PlaylistEntry, APlaylistOnAStorageNamesOnlyWhatIsOnThatStorage) {
     for (const std::string &target :
          {std::string("../secret/s.mp3"), std::string("../other/o.mp3"), std::string("../stick2/x.mp3"),
           std::string("../../../../../../../../../../etc/passwd.mp3"), folder.path("secret/s.mp3"),
@@ -102,20 +102,20 @@ TEST_F(PlaylistPlace, APlaylistOnAStorageNamesOnlyWhatIsOnThatStorage) {
     }
 }
 
-TEST_F(PlaylistPlace, ThePlaylistsOfTheUserNameWhatIsInAnyRoot) {
+TEST_F(PlaylistEntry, ThePlaylistsOfTheUserNameWhatIsInAnyRoot) {
     expectFile(find("music/p.m3u", "m.mp3"), "music/m.mp3");
     expectFile(find("music/p.m3u", folder.path("stick/a.mp3")), "stick/a.mp3");
     expectFile(find("music/p.m3u", "../other/o.mp3"), "other/o.mp3");
     EXPECT_EQ(find("music/p.m3u", folder.path("secret/s.mp3")).kind, Kind::MISSING);
 }
 
-TEST_F(PlaylistPlace, APlaylistElsewhereNamesWhatIsBesideItAndInTheRoots) {
+TEST_F(PlaylistEntry, APlaylistElsewhereNamesWhatIsNextToItAndInTheRoots) {
     expectFile(find("secret/p.m3u", "s.mp3"), "secret/s.mp3");
     expectFile(find("secret/p.m3u", "../music/m.mp3"), "music/m.mp3");
     EXPECT_EQ(find("secret/p.m3u", "../stick2/x.mp3").kind, Kind::MISSING);
 }
 
-TEST_F(PlaylistPlace, LinksDoNotLeadOutOfTheRoots) {
+TEST_F(PlaylistEntry, LinksDoNotLeadOutOfTheRoots) {
     folder.link(folder.path("secret/s.mp3"), "stick/link.mp3");
     folder.link(folder.path("secret"), "stick/way");
     folder.link(folder.path("stick/a.mp3"), "stick/good.mp3");
@@ -126,7 +126,7 @@ TEST_F(PlaylistPlace, LinksDoNotLeadOutOfTheRoots) {
     expectFile(find("stick/p.m3u", "good/b c.mp3"), "stick/sub/b c.mp3");
 }
 
-TEST_F(PlaylistPlace, ARootMayBeReachedByALink) {
+TEST_F(PlaylistEntry, ARootMayBeReachedByALink) {
     folder.link(folder.path("stick"), "mounted");
     const PlaylistRoots roots({folder.path("mounted") + "/"}, "");
     const std::string path = folder.path("stick/p.m3u");
@@ -134,14 +134,14 @@ TEST_F(PlaylistPlace, ARootMayBeReachedByALink) {
                "stick/a.mp3");
 }
 
-TEST_F(PlaylistPlace, AMissingEntryIsCalledAsAPersonReadsIt) {
+TEST_F(PlaylistEntry, AMissingEntryHasAReadableName) {
     const EntryTarget found = find("stick/p.m3u", "sub/../gone/caf\xe9.mp3");
     EXPECT_EQ(found.kind, Kind::MISSING);
     EXPECT_EQ(found.name, "caf\u00e9.mp3");
     EXPECT_EQ(found.place, folder.path("stick/gone/caf\u00e9.mp3"));
 }
 
-TEST_F(PlaylistPlace, FoldersPipesAndOtherFilesAreNoEntries) {
+TEST_F(PlaylistEntry, FoldersPipesAndOtherFilesAreNotEntries) {
     folder.folder("stick/folder.mp3");
     EXPECT_EQ(find("stick/p.m3u", "folder.mp3").kind, Kind::MISSING);
     folder.file("stick/notes.txt");
@@ -151,7 +151,7 @@ TEST_F(PlaylistPlace, FoldersPipesAndOtherFilesAreNoEntries) {
     }
 }
 
-TEST_F(PlaylistPlace, UrlsOfOtherMachinesStayAsTheyAre) {
+TEST_F(PlaylistEntry, UrlsOfOtherMachinesStayAsTheyAre) {
     const EntryTarget file = find("stick/p.m3u", "https://host/a/b%20c.mp3?x=/y#z");
     EXPECT_EQ(file.kind, Kind::URL);
     EXPECT_EQ(file.place, "https://host/a/b%20c.mp3?x=/y#z");
@@ -164,7 +164,7 @@ TEST_F(PlaylistPlace, UrlsOfOtherMachinesStayAsTheyAre) {
     }
 }
 
-TEST_F(PlaylistPlace, RootsThatLieInOthersAreNotSearchedTwice) {
+TEST_F(PlaylistEntry, RootsThatLieInOthersAreNotSearchedTwice) {
     const PlaylistRoots roots(
         {folder.path("stick/sub"), folder.path("stick"), folder.path("stick") + "/", folder.path("gone")},
         folder.path("music"));

@@ -1,4 +1,4 @@
-// Playlists come from anybody: whatever is in one, reading it ends, within bounds.
+// Playlists are untrusted: reading one ends, within bounds, whatever it contains.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,7 +31,7 @@ Event listOf(Client &client, const Folder &folder, const std::string &name) {
     return end;
 }
 
-// Counts the looks at whether to go on, and says no from a given one on.
+// Counts the checks for cancellation, and cancels at a given one.
 class CountingSink final : public mrb::ItemSink {
   public:
     explicit CountingSink(std::int64_t last) : last_(last) {}
@@ -126,7 +126,7 @@ TEST(HostilePlaylist, AMillionLinesAreReadToANumber) {
     EXPECT_EQ(end.data["unreadable"], 1);
 }
 
-TEST(HostilePlaylist, AMillionLinesThatSayNothingAreReadToTheEnd) {
+TEST(HostilePlaylist, AMillionLinesWithoutEntriesAreReadToTheEnd) {
     const Folder folder;
     folder.file("a.mp3");
     std::string text;
@@ -259,7 +259,7 @@ TEST(HostilePlaylist, RandomBytesAreHarmless) {
     }
 }
 
-TEST(HostilePlaylist, ReadingLooksForEachEntryAndDoesNothingMoreOnceItIsStopped) {
+TEST(HostilePlaylist, ReadingChecksForEachEntryAndDoesNothingMoreOnceItIsCancelled) {
     const Folder folder;
     for (const std::string format : {"m3u", "pls", "xspf"}) {
         std::string text = format == "xspf" ? "<playlist><trackList>" : "";

@@ -1,4 +1,4 @@
-// What the formats say of their entries.
+// What the formats state about their entries.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -84,7 +84,7 @@ TEST(PlaylistParser, IsChosenByTheExtension) {
     }
 }
 
-TEST(M3u, EveryLineThatIsNoCommentIsAnEntry) {
+TEST(M3u, EveryLineOtherThanACommentIsAnEntry) {
     const Read m3u = read("a.m3u", "#EXTM3U\n a.mp3 \n\n# said\nb/c d.mp3\nhttp://h/x\n");
     EXPECT_THAT(m3u.targets, ElementsAre("a.mp3", "b/c d.mp3", "http://h/x"));
     EXPECT_FALSE(m3u.isUri);
@@ -94,11 +94,11 @@ TEST(M3u, LinesEndWithALineFeedACarriageReturnBothOrTheFile) {
     EXPECT_THAT(read("a.m3u", "a\r\nb\rc\n\r\nd").targets, ElementsAre("a", "b", "c", "d"));
 }
 
-TEST(M3u, AByteOrderMarkIsNoPartOfTheFirstLine) {
+TEST(M3u, AByteOrderMarkIsNotPartOfTheFirstLine) {
     EXPECT_THAT(read("a.m3u8", "\xef\xbb\xbfé.mp3\n").targets, ElementsAre("é.mp3"));
 }
 
-TEST(M3u, AnExtendedLineTellsTitleAndDurationOfTheNextEntry) {
+TEST(M3u, AnExtendedLineHasTitleAndDurationOfTheNextEntry) {
     const Read m3u =
         read("a.m3u", "#EXTINF:123,Artist - Title\n#EXTVLCOPT:x\na.mp3\nb.mp3\n#EXTINF:1.5, C\nc.mp3\n");
     EXPECT_THAT(m3u.titles, ElementsAre("Artist - Title", "", " C"));
@@ -198,7 +198,7 @@ TEST(Pls, AnEntryHasItsEqualsSigns) {
     EXPECT_THAT(read("a.pls", "File1=http://h/?a=b\n").targets, ElementsAre("http://h/?a=b"));
 }
 
-TEST(Xspf, TracksTellLocationTitleAndDuration) {
+TEST(Xspf, TracksHaveLocationTitleAndDuration) {
     const Read list =
         read("a.xspf", xspf("<track><location> a%20b.mp3 </location><title>A &amp; <![CDATA[B]]></title>"
                             "<duration>61500</duration></track><track><location>c</location></track>"));
@@ -223,7 +223,7 @@ TEST(Xspf, TheFirstOfSeveralLocationsCounts) {
                 ElementsAre("a", "c"));
 }
 
-TEST(Xspf, ElementsOutsideOfATrackSayNothing) {
+TEST(Xspf, ElementsOutsideOfATrackAreIgnored) {
     EXPECT_THAT(read("a.xspf", xspf("<location>x</location><track><extension><location>y</location><track>"
                                     "<location>z</location></track></extension><title>t</title></track>"))
                     .targets,
@@ -316,7 +316,7 @@ TEST(Xspf, AnAddressThatIsTooLongWithItsBaseIsLeftOut) {
     EXPECT_FALSE(list.isBroken);
 }
 
-TEST(Xspf, AnAddressThatIsNoneWithItsBaseIsLeftOut) {
+TEST(Xspf, AnAddressThatIsInvalidWithItsBaseIsLeftOut) {
     EXPECT_THAT(
         read("a.xspf", xspf("<track xml:base='http://h:port/'><location>a</location></track>")).targets,
         IsEmpty());

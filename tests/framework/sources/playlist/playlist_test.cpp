@@ -1,4 +1,4 @@
-// Lists of playlists as clients see them.
+// Lists of playlists through the C functions.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -77,7 +77,7 @@ TEST(Playlist, AFileUriNamesAPlaylistToo) {
     EXPECT_THAT(client.all("name"), ElementsAre("a.mp3"));
 }
 
-TEST(Playlist, WhatIsNoPlaylistIsRefusedAtOnce) {
+TEST(Playlist, OtherFilesAreRefusedAtOnce) {
     const Folder folder;
     folder.file("a.mp3");
     folder.folder("b.m3u");
@@ -93,7 +93,7 @@ TEST(Playlist, WhatIsNoPlaylistIsRefusedAtOnce) {
     }
 }
 
-TEST(Playlist, AnEntryTellsWhereItIsAndWhatThePlaylistSays) {
+TEST(Playlist, AnEntryHasItsPlaceAndTheMetadataOfThePlaylist) {
     const Folder folder;
     folder.file("a.mp3", 7);
     folder.setModified("a.mp3", 1'700'000'000);
@@ -170,13 +170,13 @@ TEST(Playlist, TheFieldsOfFilesAreThoseOfTheFilesThemselves) {
     const Folder folder;
     support::writeSong(folder.path("tagged.flac"), {.artist = "Singer"});
     folder.file("plain.mp3", 10);
-    writeText(folder, "p.m3u", "#EXTINF:9,Told\ntagged.flac\n#EXTINF:9,Told\nplain.mp3\nplain.mp3\n");
+    writeText(folder, "p.m3u", "#EXTINF:9,Listed\ntagged.flac\n#EXTINF:9,Listed\nplain.mp3\nplain.mp3\n");
     Client client;
     client.list(playlist(folder.path("p.m3u")));
-    EXPECT_EQ(support::text(client, 0, "TITLE"), "Told");
+    EXPECT_EQ(support::text(client, 0, "TITLE"), "Listed");
     EXPECT_EQ(support::text(client, 0, "ARTIST"), "Singer");
     EXPECT_EQ(support::text(client, 0, "MIME_TYPE"), "audio/flac");
-    EXPECT_EQ(support::text(client, 1, "TITLE"), "Told");
+    EXPECT_EQ(support::text(client, 1, "TITLE"), "Listed");
     EXPECT_EQ(support::longNumber(client, 1, "DURATION"), 9000);
     EXPECT_EQ(support::text(client, 2, "TITLE"), "plain");
     EXPECT_EQ(support::text(client, 0, "FILE_PATH"), folder.path("tagged.flac"));

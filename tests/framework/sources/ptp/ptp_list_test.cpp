@@ -1,4 +1,4 @@
-// Lists of what is on a camera. The camera is libgphoto2's own that shows a folder.
+// Lists of files on a camera. The camera is libgphoto2's own that shows a folder.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ class PtpList : public testing::Test {
         client.list(options);
         return client.all("name");
     }
-    // The code of opening a list with these wishes.
+    // The code of opening a list with these options.
     static int codeOf(const ListOptions &options) {
         Client client;
         return client.open(options);
@@ -66,7 +66,7 @@ class PtpList : public testing::Test {
                        }});
     }
 
-    // Some pictures as cameras keep them.
+    // Some pictures as cameras store them.
     void takePictures() const {
         camera.folder.file("DCIM/100CANON/IMG_10.JPG", 10);
         camera.folder.file("DCIM/100CANON/IMG_9.JPG", 20);
@@ -96,7 +96,7 @@ TEST_F(PtpList, HoldsItsFilesAndThenEachFolderWithItsContents) {
                 ElementsAre("image", "folder", "folder", "image", "image", "folder", "video"));
 }
 
-TEST_F(PtpList, AnItemTellsItsSizeTimeAndPlace) {
+TEST_F(PtpList, AnItemHasItsSizeTimeAndPlace) {
     takePictures();
     camera.folder.setModified("DCIM/100CANON/IMG_9.JPG", 1'700'000'000);
     Client client;
@@ -175,7 +175,7 @@ TEST_F(PtpList, ACameraIsNamedByItsPlaceOrItsName) {
     EXPECT_EQ(codeOf("No such camera", 0, 0), MRB_ERR_NOT_FOUND);
 }
 
-TEST_F(PtpList, AFolderOfNoneOrAnotherCameraIsRefused) {
+TEST_F(PtpList, AFolderOfAnotherOrMissingCameraIsRefused) {
     const OfferedCamera other(2);
     EXPECT_EQ(codeOf("", 0, 1, "DCIM"), MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(codeOf("", 0, 1, "ptp:" + other.id() + "/DCIM"), MRB_ERR_INVALID_PARAMETER);
@@ -189,7 +189,7 @@ TEST_F(PtpList, OfAFolderThatIsNotThereFails) {
     EXPECT_EQ(last.data["error"], "MRB_ERR_NOT_FOUND") << last.data["message"].asString();
 }
 
-TEST_F(PtpList, HoldsNoHiddenFilesAndNothingThatIsNoMedium) {
+TEST_F(PtpList, HoldsMediaOnlyAndNoHiddenFiles) {
     for (const char *name : {".a.jpg", "a.txt", ".trash/b.jpg", "$RECYCLE.BIN/c.jpg", "notes"}) {
         camera.folder.file(name, 1);
     }
@@ -255,7 +255,7 @@ TEST_F(PtpList, MayBeClosedWhileItIsRead) {
 
 TEST_F(PtpList, FailsWhenTheCameraIsPulledOut) {
     camera.folder.pictures(200, 100);
-    // A fast machine may be at the list's end before it hears that the list grows.
+    // On a fast machine the list may be complete before its first growth event arrives.
     support::Event last;
     const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
     while (last.event != MRB_EVENT_LIST_FAILED && std::chrono::steady_clock::now() < limit) {
@@ -275,7 +275,7 @@ TEST_F(PtpList, FailsWhenTheCameraIsPulledOut) {
     EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED");
 }
 
-TEST_F(PtpList, ThatIsOpenedAnewShowsWhatIsNew) {
+TEST_F(PtpList, ThatIsReopenedShowsNewFiles) {
     camera.folder.file("a.jpg", 1);
     Client client;
     client.list(camera.listOptions());
@@ -286,7 +286,7 @@ TEST_F(PtpList, ThatIsOpenedAnewShowsWhatIsNew) {
     EXPECT_THAT(client.all("name"), ElementsAre("a.jpg", "b.jpg"));
 }
 
-TEST_F(PtpList, PlayDataAreGivenAsLongAsTheCameraIsThere) {
+TEST_F(PtpList, PlayDataAreReturnedAsLongAsTheCameraIsThere) {
     camera.folder.file("a.jpg", 7);
     Client client;
     client.list(camera.listOptions());
@@ -314,7 +314,7 @@ TEST_F(PtpList, SeveralOfOneCameraAreReadAtATime) {
     }
 }
 
-TEST_F(PtpList, IsToldThatItsCameraLeftAndKeepsWhatItHas) {
+TEST_F(PtpList, IsNotifiedThatItsCameraLeftAndKeepsItsItems) {
     camera.folder.file("a.jpg", 7);
     Client client;
     client.list(camera.listOptions());
@@ -323,13 +323,13 @@ TEST_F(PtpList, IsToldThatItsCameraLeftAndKeepsWhatItHas) {
     EXPECT_EQ(client.events().back().data["item_count"], 1);
     EXPECT_EQ(client.item(0)["name"], "a.jpg");
     EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
-    // It is known by its id.
+    // The camera is found by its id.
     camera.plug();
     EXPECT_EQ(playData(client), MRB_ERR_NONE);
 }
 
-// Observers are told in the order in which they came.
-TEST_F(PtpList, IsToldOnceAndOfItsOwnCameraOnly) {
+// Observers are notified in the order in which they were added.
+TEST_F(PtpList, IsNotifiedOnceAndOfItsOwnCameraOnly) {
     OfferedCamera other(2);
     Client client;
     client.list(camera.listOptions());
@@ -349,7 +349,7 @@ TEST_F(PtpList, IsToldOnceAndOfItsOwnCameraOnly) {
     EXPECT_TRUE(isRemoval(client.events().back()));
 }
 
-TEST_F(PtpList, ThatIsOpenedAnewIsToldAnew) {
+TEST_F(PtpList, ThatIsReopenedIsNotifiedAgain) {
     Client client;
     client.list(camera.listOptions());
     camera.unplug();
@@ -364,7 +364,7 @@ TEST_F(PtpList, ThatIsOpenedAnewIsToldAnew) {
     camera.plug();
 }
 
-TEST_F(PtpList, MayBeClosedWhenItIsToldThatItsCameraLeft) {
+TEST_F(PtpList, MayBeClosedWhenItIsNotifiedThatItsCameraLeft) {
     std::promise<int> closed;
     Client client;
     client.onEvent = [&closed](const support::Event &event) {
@@ -391,7 +391,7 @@ TEST_F(PtpList, MayBeClosedWhileItsCameraLeaves) {
     }
 }
 
-TEST_F(PtpList, ThatFailedIsNotTold) {
+TEST_F(PtpList, ThatFailedIsNotNotified) {
     Client failed;
     EXPECT_EQ(failed.list(camera.listOptions("/nowhere")).event, MRB_EVENT_LIST_FAILED);
     Client witness;

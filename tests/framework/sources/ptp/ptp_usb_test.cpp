@@ -1,5 +1,5 @@
 // Lists of a camera on a USB bus that is pulled out and plugged in again. The bus is a
-// testbed's and the camera a test's; what hears of both is the framework as it ships.
+// testbed's and the camera a scripted one; the framework is the one that ships.
 
 #include <gmock/gmock.h>
 
@@ -43,7 +43,7 @@ class PtpUsb : public support::PluggedDevices {
 
 } // namespace
 
-TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
+TEST_F(PtpUsb, AListIsNotifiedThatItsCameraWasPulledOut) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
@@ -56,7 +56,7 @@ TEST_F(PtpUsb, AListIsToldThatItsCameraWasPulledOut) {
     EXPECT_EQ(playData(client), MRB_ERR_DEVICE_REMOVED);
 }
 
-// Its serial number tells that it is the same one.
+// Its serial number identifies it as the same one.
 TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
@@ -78,7 +78,7 @@ TEST_F(PtpUsb, OneThatIsPluggedInElsewhereIsKnownByTheListOfBefore) {
     EXPECT_EQ(std::ranges::count_if(events, isRemoval), 1);
 }
 
-TEST_F(PtpUsb, AListIsNotToldThatAnotherCameraWithTheSameIdWasPulledOut) {
+TEST_F(PtpUsb, AListIsNotNotifiedThatAnotherCameraWithTheSameIdWasPulledOut) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }
