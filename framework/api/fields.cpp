@@ -6,7 +6,7 @@
 
 using mrb::FactValue;
 using mrb::FieldType;
-using mrb::Opening;
+using mrb::ListSession;
 using mrb::Outcome;
 
 namespace {
@@ -24,9 +24,9 @@ int readField(mrb_agent_handler_h agent, const char *field, FieldType type, Valu
     if (field == nullptr || value == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return mrb::withList(agent, [&](const Opening &opening) {
+    return mrb::withList(agent, [&](const ListSession &session) {
         FactValue found;
-        const int code = report(mrb::readField(opening, field, type, found));
+        const int code = report(mrb::readField(session, field, type, found));
         return code == MRB_ERR_NONE ? keep(std::get<Stored>(found)) : code;
     });
 }
@@ -45,7 +45,7 @@ int writeField(mrb_agent_handler_h agent, const char *field, Make &&make) {
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::withList(
-        agent, [&](const Opening &opening) { return report(mrb::writeField(opening, field, make())); });
+        agent, [&](const ListSession &session) { return report(mrb::writeField(session, field, make())); });
 }
 
 } // namespace

@@ -20,7 +20,7 @@ Framework &Framework::instance() {
 }
 
 int Framework::open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle) {
-    const std::shared_ptr<Opening> before = find(*handle);
+    const std::shared_ptr<ListSession> before = find(*handle);
     if (*handle != 0 && !before) {
         return MRB_ERR_INVALID_HANDLE;
     }
@@ -38,14 +38,12 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     if (number == 0) {
         return MRB_ERR_NOT_INITIALIZED;
     }
-    std::shared_ptr<Opening> opening;
+    std::shared_ptr<ListSession> session;
     try {
-        opening = std::make_shared<Opening>(events_, number, listener, std::move(source), std::move(wishes));
-        opening->watchWith(watcher_);
-        opening->readWith(library_);
-        opening->workWith(workers_);
+        session =
+            std::make_shared<ListSession>(services_, number, listener, std::move(source), std::move(wishes));
         events_.start();
-        workers_.start([opening] { opening->run(); });
+        workers_.start([session] { session->run(); });
     } catch (...) {
         if (!before) {
             releaseHandle(number);
@@ -58,39 +56,39 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     }
     {
         const std::lock_guard guard(lock_);
-        openings_[number] = opening;
+        sessions_[number] = session;
         if (down_) {
-            opening->stop();
+            session->stop();
         }
     }
     *handle = number;
-    opening->begin();
+    session->begin();
     return MRB_ERR_NONE;
 }
 
 int Framework::cancel(mrb_agent_handler_h handle) {
-    const std::shared_ptr<Opening> opening = find(handle);
-    if (!opening) {
+    const std::shared_ptr<ListSession> session = find(handle);
+    if (!session) {
         return MRB_ERR_INVALID_HANDLE;
     }
-    opening->stop();
+    session->stop();
     return MRB_ERR_NONE;
 }
 
 int Framework::disconnect(mrb_agent_handler_h handle) {
-    const std::shared_ptr<Opening> opening = find(handle);
-    if (!opening) {
+    const std::shared_ptr<ListSession> session = find(handle);
+    if (!session) {
         return MRB_ERR_INVALID_HANDLE;
     }
-    opening->close();
+    session->close();
     releaseHandle(handle);
     return MRB_ERR_NONE;
 }
 
-std::shared_ptr<Opening> Framework::find(mrb_agent_handler_h handle) {
+std::shared_ptr<ListSession> Framework::find(mrb_agent_handler_h handle) {
     const std::lock_guard guard(lock_);
-    const auto found = openings_.find(handle);
-    return found == openings_.end() ? nullptr : found->second;
+    const auto found = sessions_.find(handle);
+    return found == sessions_.end() ? nullptr : found->second;
 }
 
 mrb_agent_handler_h Framework::reserveHandle() {
@@ -101,13 +99,13 @@ mrb_agent_handler_h Framework::reserveHandle() {
     do {
         const bool last = lastHandle_ == std::numeric_limits<mrb_agent_handler_h>::max();
         lastHandle_ = last ? 1 : lastHandle_ + 1;
-    } while (!openings_.try_emplace(lastHandle_).second);
+    } while (!sessions_.try_emplace(lastHandle_).second);
     return lastHandle_;
 }
 
 void Framework::releaseHandle(mrb_agent_handler_h handle) {
     const std::lock_guard guard(lock_);
-    openings_.erase(handle);
+    sessions_.erase(handle);
 }
 
 bool Framework::finish(std::chrono::steady_clock::time_point deadline) {
@@ -118,9 +116,9 @@ bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
     {
         const std::lock_guard guard(lock_);
         down_ = true;
-        for (const auto &[handle, opening] : openings_) {
-            if (opening) {
-                opening->stop();
+        for (const auto &[handle, session] : sessions_) {
+            if (session) {
+                session->stop();
             }
         }
     }

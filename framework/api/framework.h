@@ -7,11 +7,12 @@
 #include <mutex>
 
 #include "events/event_thread.h"
+#include "library/media_library.h"
 #include "mrb/agent.h"
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "session/workers.h"
 #include "share/shares.h"
-#include "sources/source.h"
+#include "watch/watcher.h"
 
 namespace mrb {
 
@@ -29,7 +30,7 @@ class Framework {
     int disconnect(mrb_agent_handler_h handle);
 
     // Null: the handle names no open list.
-    [[nodiscard]] std::shared_ptr<Opening> find(mrb_agent_handler_h handle);
+    [[nodiscard]] std::shared_ptr<ListSession> find(mrb_agent_handler_h handle);
 
     [[nodiscard]] Shares &shares() { return shares_; }
 
@@ -49,11 +50,12 @@ class Framework {
     MediaLibrary library_;
     Watcher watcher_;
     Workers workers_{"mrb-list"};
+    const ListServices services_{events_, watcher_, library_, workers_};
     Shares shares_{events_};
 
     std::mutex lock_; // guards what follows
     // Null under a handle that is being opened for the first time.
-    std::map<mrb_agent_handler_h, std::shared_ptr<Opening>> openings_;
+    std::map<mrb_agent_handler_h, std::shared_ptr<ListSession>> sessions_;
     mrb_agent_handler_h lastHandle_ = 0;
     bool down_ = false;
 };

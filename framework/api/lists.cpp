@@ -7,7 +7,7 @@
 #include "mrb/agent.h"
 
 using mrb::Framework;
-using mrb::Opening;
+using mrb::ListSession;
 using mrb::withList;
 
 int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
@@ -30,8 +30,8 @@ int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count) {
     if (count == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        *count = opening.list().size();
+    return withList(agent, [&](ListSession &session) {
+        *count = session.list().size();
         return MRB_ERR_NONE;
     });
 }
@@ -40,8 +40,8 @@ int mrb_get_item_count_by_type_v2(mrb_agent_handler_h agent, int type, int *coun
     if (count == nullptr || mrb::itemTypeName(type) == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        *count = opening.list().count(static_cast<unsigned>(type));
+    return withList(agent, [&](ListSession &session) {
+        *count = session.list().count(static_cast<unsigned>(type));
         return MRB_ERR_NONE;
     });
 }
@@ -50,14 +50,14 @@ int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item) {
     if (item == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](const Opening &opening) {
-        const std::optional<std::string> text = opening.describe(index);
+    return withList(agent, [&](const ListSession &session) {
+        const std::optional<std::string> text = session.describe(index);
         return text ? mrb::handOver(*text, item) : MRB_ERR_OUT_OF_RANGE;
     });
 }
 
 int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index) {
-    return withList(agent, [&](Opening &opening) {
-        return opening.list().moveTo(index) ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
+    return withList(agent, [&](ListSession &session) {
+        return session.list().moveTo(index) ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
     });
 }

@@ -5,7 +5,7 @@
 #include "list/page_style.h"
 #include "mrb/agent.h"
 
-using mrb::Opening;
+using mrb::ListSession;
 using mrb::withList;
 
 // The object behind mrb_page_param_h; owned by the client that created it.
@@ -52,27 +52,27 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param) {
     if (param == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
+    return withList(agent, [&](ListSession &session) {
         mrb::PageStyle style;
         const mrb::Outcome outcome = mrb::readPageStyle(*param, style);
         if (outcome.code != MRB_ERR_NONE) {
             MRB_LOG_WARNING("Page style not set: %s", outcome.message.c_str());
             return outcome.code;
         }
-        return opening.setStyle(style);
+        return session.setStyle(style);
     });
 }
 
 int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation) {
-    return withList(agent, [&](Opening &opening) { return opening.list().navigate(navigation); });
+    return withList(agent, [&](ListSession &session) { return session.list().navigate(navigation); });
 }
 
 int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation) {
     if (navigation == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        *navigation = opening.list().navigation();
+    return withList(agent, [&](ListSession &session) {
+        *navigation = session.list().navigation();
         return MRB_ERR_NONE;
     });
 }
@@ -81,8 +81,8 @@ int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count) {
     if (count == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        *count = opening.list().groupCount();
+    return withList(agent, [&](ListSession &session) {
+        *count = session.list().groupCount();
         return MRB_ERR_NONE;
     });
 }
@@ -91,8 +91,8 @@ int mrb_get_page_index_v2(mrb_agent_handler_h agent, const char *media_id, int *
     if (media_id == nullptr || page_index == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](const Opening &opening) {
-        const std::optional<std::int32_t> page = opening.pageOf(media_id);
+    return withList(agent, [&](const ListSession &session) {
+        const std::optional<std::int32_t> page = session.pageOf(media_id);
         *page_index = page.value_or(*page_index);
         return page ? MRB_ERR_NONE : MRB_ERR_NOT_FOUND;
     });

@@ -6,7 +6,7 @@
 #include "session/field_access.h"
 
 using mrb::ListEntry;
-using mrb::Opening;
+using mrb::ListSession;
 
 namespace {
 
@@ -24,38 +24,39 @@ bool isPlayed(const ListEntry &entry) {
 
 // Hands over what `describe` says of the item under the cursor, if `check` lets it.
 template <typename Describe>
-int describeCurrent(mrb_agent_handler_h agent, char **text, int (Opening::*check)(const ListEntry &) const,
-                    Describe &&describe) {
+int describeCurrent(mrb_agent_handler_h agent, char **text,
+                    int (ListSession::*check)(const ListEntry &) const, Describe &&describe) {
     if (text == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return mrb::withList(agent, [&](const Opening &opening) {
-        const std::optional<ListEntry> entry = opening.current();
+    return mrb::withList(agent, [&](const ListSession &session) {
+        const std::optional<ListEntry> entry = session.current();
         if (!entry) {
             return static_cast<int>(MRB_ERR_NOT_FOUND);
         }
         if (!isPlayed(*entry)) {
             return static_cast<int>(MRB_ERR_NOT_SUPPORTED);
         }
-        const int code = check == nullptr ? MRB_ERR_NONE : (opening.*check)(*entry);
+        const int code = check == nullptr ? MRB_ERR_NONE : (session.*check)(*entry);
         if (code != MRB_ERR_NONE) {
             return code;
         }
-        return mrb::handOver(describe(opening, *entry), text);
+        return mrb::handOver(describe(session, *entry), text);
     });
 }
 
 } // namespace
 
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
-    return describeCurrent(
-        agent, play_data, &Opening::reach, [](const Opening &opening, const ListEntry &entry) {
-            return mrb::describePlayback(entry, opening.locate(entry), mrb::resumePosition(opening, entry));
-        });
+    return describeCurrent(agent, play_data, &ListSession::reach,
+                           [](const ListSession &session, const ListEntry &entry) {
+                               return mrb::describePlayback(entry, session.items().locate(entry.facts),
+                                                            mrb::resumePosition(session, entry));
+                           });
 }
 
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
-    return describeCurrent(agent, rating, nullptr, [](const Opening &opening, const ListEntry &entry) {
-        return mrb::describeRating(opening.locate(entry));
+    return describeCurrent(agent, rating, nullptr, [](const ListSession &session, const ListEntry &entry) {
+        return mrb::describeRating(session.items().locate(entry.facts));
     });
 }

@@ -3,37 +3,39 @@
 #include "api/with_list.h"
 #include "mrb/agent.h"
 
-using mrb::Opening;
+using mrb::ListSession;
 using mrb::withList;
 
 int mrb_select_all_v2(mrb_agent_handler_h agent) {
-    return withList(agent, [](Opening &opening) {
-        opening.list().selectAll();
+    return withList(agent, [](ListSession &session) {
+        session.list().selectAll();
         return MRB_ERR_NONE;
     });
 }
 
 int mrb_deselect_all_v2(mrb_agent_handler_h agent) {
-    return withList(agent, [](Opening &opening) {
-        opening.list().deselectAll();
+    return withList(agent, [](ListSession &session) {
+        session.list().deselectAll();
         return MRB_ERR_NONE;
     });
 }
 
 int mrb_select_group_v2(mrb_agent_handler_h agent, int group_index) {
-    return withList(agent, [&](Opening &opening) { return opening.list().selectGroup(group_index, true); });
+    return withList(agent,
+                    [&](ListSession &session) { return session.list().selectGroup(group_index, true); });
 }
 
 int mrb_deselect_group_v2(mrb_agent_handler_h agent, int group_index) {
-    return withList(agent, [&](Opening &opening) { return opening.list().selectGroup(group_index, false); });
+    return withList(agent,
+                    [&](ListSession &session) { return session.list().selectGroup(group_index, false); });
 }
 
 int mrb_get_selected_state_v2(mrb_agent_handler_h agent, int index, bool *selected) {
     if (selected == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        const std::optional<bool> state = opening.list().isSelected(index);
+    return withList(agent, [&](ListSession &session) {
+        const std::optional<bool> state = session.list().isSelected(index);
         *selected = state.value_or(*selected);
         return state ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
     });
@@ -43,12 +45,12 @@ int mrb_get_selection_count_v2(mrb_agent_handler_h agent, int *count) {
     if (count == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return withList(agent, [&](Opening &opening) {
-        *count = opening.list().selectionCount();
+    return withList(agent, [&](ListSession &session) {
+        *count = session.list().selectionCount();
         return MRB_ERR_NONE;
     });
 }
 
 int mrb_toggle_select_v2(mrb_agent_handler_h agent, int index) {
-    return withList(agent, [&](Opening &opening) { return opening.list().toggleSelect(index); });
+    return withList(agent, [&](ListSession &session) { return session.list().toggleSelect(index); });
 }

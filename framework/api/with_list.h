@@ -12,8 +12,8 @@ namespace mrb {
 template <typename Body>
 int withList(mrb_agent_handler_h agent, Body &&body) {
     return guard([&] {
-        const std::shared_ptr<Opening> opening = Framework::instance().find(agent);
-        return opening ? body(*opening) : MRB_ERR_INVALID_HANDLE;
+        const std::shared_ptr<ListSession> session = Framework::instance().find(agent);
+        return session ? body(*session) : MRB_ERR_INVALID_HANDLE;
     });
 }
 

@@ -9,7 +9,7 @@
 namespace mrb {
 
 // Tells on which storage the files below one folder lie, wherever that is mounted.
-// Made once for an opening, and then read by any thread; a mount that comes later
+// Made once for an open list, and then read by any thread; a mount that comes later
 // is not noticed.
 class MediaPaths {
   public:

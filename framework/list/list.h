@@ -27,8 +27,8 @@ struct ListEntry {
     std::int32_t groupItems = 0;
 };
 
-// The items of one opening, growing while it is filled, and the view of them that
-// indexes speak of. Owned by its Opening; one thread adds and sorts, any thread
+// The items of one open list, growing while it is filled, and the view of them that
+// indexes speak of. Owned by its session and that session's events; one thread adds and sorts, any thread
 // does the rest, and nobody holds the lock for longer than it takes to add a run
 // of items or to lay the view out anew.
 class List {

@@ -57,14 +57,14 @@ bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
 
-Outcome readField(const Opening &opening, const char *name, FieldType type, FactValue &value) {
+Outcome readField(const ListSession &session, const char *name, FieldType type, FactValue &value) {
     const Field *field = findField(name);
     if (field == nullptr || field->type != type) {
         return noSuchField(name, "read with that type");
     }
     // A client may walk through a whole list for one field: only what that takes.
     const std::optional<ListEntry> entry =
-        field->needs == FieldNeeds::NUMBERS ? opening.list().currentNumbers() : opening.current();
+        field->needs == FieldNeeds::NUMBERS ? session.list().currentNumbers() : session.current();
     if (!entry) {
         return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
     }
@@ -73,17 +73,18 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
     Outcome reading;
     std::shared_ptr<const MediaRecord> record;
     if (isOfFile) {
-        const MediaItem item = opening.mediaOf(entry->facts);
+        const MediaItem item = session.items().mediaOf(entry->facts);
         if (item.isKnown()) {
-            record = opening.library().known(item);
+            record = session.library().known(item);
             const bool isWritten = writtenValue(*field, *record) != nullptr;
             if (field->needs == FieldNeeds::FILE && !record->isRead && !isWritten) {
-                reading = opening.library().read(item, record);
+                reading = session.library().read(item, record);
             }
         }
     }
-    const FactValue found = fieldValue(*field, *entry, isPlaced ? opening.locate(*entry) : ItemLocation(),
-                                       record ? *record : noRecord());
+    const FactValue found =
+        fieldValue(*field, *entry, isPlaced ? session.items().locate(entry->facts) : ItemLocation(),
+                   record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {
         return {MRB_ERR_TIMEOUT, "The metadata cache does not answer in time."};
@@ -100,7 +101,7 @@ Outcome readField(const Opening &opening, const char *name, FieldType type, Fact
     return {};
 }
 
-Outcome writeField(const Opening &opening, const char *name, FactValue value) {
+Outcome writeField(const ListSession &session, const char *name, FactValue value) {
     const Field *field = findField(name);
     const auto *number = std::get_if<std::int64_t>(&value);
     const auto *text = std::get_if<std::string>(&value);
@@ -122,11 +123,11 @@ Outcome writeField(const Opening &opening, const char *name, FactValue value) {
                     std::to_string(Metadata::LONGEST_TEXT) +
                     " bytes, is not UTF-8, or has control characters or spaces around it."};
     }
-    const std::optional<ListEntry> entry = opening.current();
+    const std::optional<ListEntry> entry = session.current();
     if (!entry) {
         return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
     }
-    const MediaItem item = opening.mediaOf(entry->facts);
+    const MediaItem item = session.items().mediaOf(entry->facts);
     if (item.path.empty()) {
         return {MRB_ERR_NOT_SUPPORTED, "Only the fields of files can be written."};
     }
@@ -136,15 +137,15 @@ Outcome writeField(const Opening &opening, const char *name, FactValue value) {
         written[PLAYED_TIME] = std::int64_t{std::chrono::duration_cast<std::chrono::seconds>(now).count()};
     }
     written[name] = std::move(value);
-    return opening.library().write(item, written);
+    return session.library().write(item, written);
 }
 
-std::int64_t resumePosition(const Opening &opening, const ListEntry &entry) {
-    const MediaItem item = opening.mediaOf(entry.facts);
+std::int64_t resumePosition(const ListSession &session, const ListEntry &entry) {
+    const MediaItem item = session.items().mediaOf(entry.facts);
     if (item.path.empty()) {
         return 0;
     }
-    const std::shared_ptr<const MediaRecord> record = opening.library().known(item);
+    const std::shared_ptr<const MediaRecord> record = session.library().known(item);
     const FactValue *written = writtenValue(*findField(PLAYED_POSITION), *record);
     return written == nullptr ? 0 : std::get<std::int64_t>(inType(*written, FieldType::INT));
 }

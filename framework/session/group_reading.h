@@ -10,7 +10,7 @@
 namespace mrb {
 
 // Whether the files of a list are being read for the groups of its view, by which field,
-// and on which thread. Owned by an Opening; each member function says which thread calls
+// and on which thread. Owned by a ListSession; each member function says which thread calls
 // it.
 class GroupReading {
   public:

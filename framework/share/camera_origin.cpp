@@ -24,8 +24,8 @@ Outcome about(const std::string &name, Outcome outcome) {
 
 } // namespace
 
-std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<Opening> list) {
-    const std::optional<CameraItem> folder = readCameraUrl(list->locate(ListEntry{}).url);
+std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<ListSession> list) {
+    const std::optional<CameraItem> folder = readCameraUrl(list->items().locate(ItemFacts()).url);
     return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
 }
 
@@ -48,7 +48,7 @@ Outcome CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File
     }
     name_ = displayText(item.name);
     Outcome outcome;
-    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->locate(ListEntry{item}).url, outcome);
+    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locate(item).url, outcome);
     CameraFileFacts facts;
     if (source) {
         outcome = source->readFacts({isStopped}, facts);

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "camera_files/camera_download.h"
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/origin.h"
 
 namespace mrb {
@@ -13,9 +13,9 @@ namespace mrb {
 class CameraOrigin final : public Origin {
   public:
     // Null: the list is none of a camera.
-    static std::unique_ptr<Origin> make(std::shared_ptr<Opening> list);
+    static std::unique_ptr<Origin> make(std::shared_ptr<ListSession> list);
 
-    CameraOrigin(std::shared_ptr<Opening> list, std::string device)
+    CameraOrigin(std::shared_ptr<ListSession> list, std::string device)
         : list_(std::move(list)), device_(std::move(device)) {}
 
     Outcome begin(const Stopped &isStopped) override;
@@ -24,7 +24,7 @@ class CameraOrigin final : public Origin {
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
   private:
-    const std::shared_ptr<Opening> list_;
+    const std::shared_ptr<ListSession> list_;
     const std::string device_; // the camera's storage id
     Stopped stopped_;
     // Of the file that was opened last.

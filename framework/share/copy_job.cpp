@@ -38,12 +38,12 @@ Outcome outcomeOfWriting(int error, const std::string &name) {
 
 } // namespace
 
-CopyJob::CopyJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
                  Place destination)
     : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
       destination_(std::move(destination)), way_(destination_.folder(), makeSubfolder) {}
 
-Outcome CopyJob::make(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+Outcome CopyJob::make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
                       const std::string &destination, std::unique_ptr<Job> &job) {
     const std::string path =
         destination.starts_with("file://") ? pathOfFileUri(destination).value_or("") : destination;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/copy_plan.h"
 #include "share/failures.h"
 #include "share/job.h"
@@ -23,8 +23,9 @@ class CopyJob final : public Job {
   public:
     // Checks what can be checked at once, and opens the destination: the absolute path or
     // file:// URI of a folder.
-    static Outcome make(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
-                        const std::string &destination, std::unique_ptr<Job> &job);
+    static Outcome make(std::shared_ptr<ListSession> list, Selection selection,
+                        std::unique_ptr<Origin> origin, const std::string &destination,
+                        std::unique_ptr<Job> &job);
 
     JobEnd run(JobListener &listener) override;
 
@@ -39,7 +40,7 @@ class CopyJob final : public Job {
     // Whether there is a point in going on; if not, end_ says why.
     enum class Step { GO_ON, END };
 
-    CopyJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+    CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
             Place destination);
 
     bool begin(JobListener &listener, CopyPlan &plan);
@@ -61,7 +62,7 @@ class CopyJob final : public Job {
     [[nodiscard]] int lastEvent();
     [[nodiscard]] bool isDestinationThere();
 
-    std::shared_ptr<Opening> list_;
+    std::shared_ptr<ListSession> list_;
     Selection selection_;
     const std::unique_ptr<Origin> origin_;
     Place destination_;

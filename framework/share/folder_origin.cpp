@@ -8,13 +8,13 @@ Outcome FolderOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/,
     std::string path = item.folder;
     path.append(path.empty() ? "" : "/").append(item.name);
     if (item.type != MRB_ITEM_TYPE_FOLDER) {
-        return openFile(path, LastLink::FOLLOWED, list_->mountOf(item), item.name, file);
+        return openFile(path, LastLink::FOLLOWED, list_->source().mountOf(item), item.name, file);
     }
     ItemFacts inside;
     inside.folder = path;
-    return openFolder(path, list_->mountOf(inside), item.name);
+    return openFolder(path, list_->source().mountOf(inside), item.name);
 }
 
-MountIdentity FolderOrigin::mountOfRoot() const { return list_->mountOf(ItemFacts()); }
+MountIdentity FolderOrigin::mountOfRoot() const { return list_->source().mountOf(ItemFacts()); }
 
 } // namespace mrb

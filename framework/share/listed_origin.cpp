@@ -34,13 +34,13 @@ std::string folderNameOf(std::string_view playlist) {
 } // namespace
 
 Outcome ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
-    const std::string path = list_->filePath(item);
+    const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
-        return notHere(item, list_->locate(ListEntry{item}));
+        return notHere(item, list_->items().locate(item));
     }
     // The list knows it without links: one that is there now leads somewhere else.
-    return ofThisFile(
-        openFile(std::string_view(path).substr(1), LastLink::REFUSED, list_->mountOf(item), item.name, file));
+    return ofThisFile(openFile(std::string_view(path).substr(1), LastLink::REFUSED,
+                               list_->source().mountOf(item), item.name, file));
 }
 
 Origin::End ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/local_origin.h"
 
 namespace mrb {
@@ -13,7 +13,7 @@ namespace mrb {
 // every Origin is.
 class ListedOrigin final : public LocalOrigin {
   public:
-    explicit ListedOrigin(std::shared_ptr<Opening> list) : LocalOrigin("/"), list_(std::move(list)) {}
+    explicit ListedOrigin(std::shared_ptr<ListSession> list) : LocalOrigin("/"), list_(std::move(list)) {}
 
     Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
@@ -23,7 +23,7 @@ class ListedOrigin final : public LocalOrigin {
     [[nodiscard]] std::string pathOf(std::string path) const override;
 
   private:
-    const std::shared_ptr<Opening> list_;
+    const std::shared_ptr<ListSession> list_;
 };
 
 } // namespace mrb

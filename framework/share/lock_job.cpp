@@ -9,7 +9,7 @@
 namespace mrb {
 
 Outcome LockJob::mark(const ItemFacts &facts) const {
-    const MediaItem item = list_->mediaOf(facts);
+    const MediaItem item = list_->items().mediaOf(facts);
     if (item.path.empty()) {
         return {MRB_ERR_NOT_SUPPORTED, "Only files can be locked."};
     }

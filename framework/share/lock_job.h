@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/job.h"
 
 namespace mrb {
@@ -12,7 +12,7 @@ namespace mrb {
 // Owned and called as every Job is.
 class LockJob final : public Job {
   public:
-    LockJob(std::shared_ptr<Opening> list, Selection selection, bool lock)
+    LockJob(std::shared_ptr<ListSession> list, Selection selection, bool lock)
         : list_(std::move(list)), selection_(std::move(selection)), lock_(lock) {}
 
     JobEnd run(JobListener &listener) override;
@@ -20,7 +20,7 @@ class LockJob final : public Job {
   private:
     [[nodiscard]] Outcome mark(const ItemFacts &facts) const;
 
-    std::shared_ptr<Opening> list_;
+    std::shared_ptr<ListSession> list_;
     Selection selection_;
     bool lock_;
 };

@@ -63,7 +63,7 @@ Outcome ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File
         return {};
     }
     name_ = displayText(item.name);
-    const ItemLocation location = list_->locate(ListEntry{item});
+    const ItemLocation location = list_->items().locate(item);
     if (location.url.empty()) {
         return {MRB_ERR_NOT_SUPPORTED, name_ + ": the server says no address of it."};
     }
@@ -126,7 +126,7 @@ std::string ServerOrigin::pathOf(std::string path) const { return renamedPath(pa
 
 // A title is no file name: what it is of is known by its address, or else by its type.
 std::string ServerOrigin::nameOf(const ItemFacts &item) const {
-    const ItemLocation location = list_->locate(ListEntry{item});
+    const ItemLocation location = list_->items().locate(item);
     std::string_view extension = extensionOfUrl(location.url);
     if (mediaTypeOf("x." + std::string(extension)) == nullptr) {
         extension = extensionOfMime(location.mimeType);

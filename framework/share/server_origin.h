@@ -5,7 +5,7 @@
 
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/origin.h"
 
 namespace mrb {
@@ -17,7 +17,7 @@ class ServerOrigin final : public Origin {
     // A file whose size nobody says is not read any further.
     static constexpr std::uint64_t MOST_BYTES = 4ULL << 30;
 
-    ServerOrigin(std::shared_ptr<Opening> list, dlna::DlnaService::Found server)
+    ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
         : list_(std::move(list)), server_(std::move(server)) {}
 
     Outcome begin(const Stopped &isStopped) override;
@@ -32,7 +32,7 @@ class ServerOrigin final : public Origin {
   private:
     [[nodiscard]] Outcome judged(Outcome outcome) const;
 
-    const std::shared_ptr<Opening> list_;
+    const std::shared_ptr<ListSession> list_;
     const dlna::DlnaService::Found server_;
     std::unique_ptr<dlna::Transfers> transfers_;
     Stopped isStopped_;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/log.h"
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/camera_origin.h"
 #include "share/copy_job.h"
 #include "share/folder_origin.h"
@@ -19,18 +19,18 @@ namespace mrb {
 namespace {
 
 // Null: the items of the list are on a media server.
-std::unique_ptr<Origin> originOf(const std::shared_ptr<Opening> &list) {
-    if (!list->filesRoot().empty()) {
+std::unique_ptr<Origin> originOf(const std::shared_ptr<ListSession> &list) {
+    if (!list->source().watchedRoot().empty()) {
         return std::make_unique<FolderOrigin>(list);
     }
-    if (list->namesFiles()) {
+    if (list->source().namesFiles()) {
         return std::make_unique<ListedOrigin>(list);
     }
     return CameraOrigin::make(list);
 }
 
-Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
-                     std::unique_ptr<Job> &job) {
+Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<ListSession> &list,
+                     Selection selection, std::unique_ptr<Job> &job) {
     dlna::DlnaService::Found server;
     Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
     if (outcome.code != MRB_ERR_NONE) {
@@ -38,14 +38,14 @@ Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<Opening>
     }
     const std::vector<std::int32_t> items = list->list().expand(selection);
     const ItemFacts first = items.empty() ? ItemFacts() : list->list().factsOf(items.front());
-    if (!DlnaSource::isMediaId(server.id, list->locate(ListEntry{first}).mediaId)) {
+    if (!DlnaSource::isMediaId(server.id, list->items().locate(first).mediaId)) {
         return {MRB_ERR_INVALID_PARAMETER, "The list is none of the DLNA server \"" + server.name + "\"."};
     }
     auto origin = std::make_unique<ServerOrigin>(list, std::move(server));
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }
 
-Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<Opening> &list, Selection selection,
+Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession> &list, Selection selection,
                    std::unique_ptr<Job> &job) {
     std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
@@ -63,7 +63,7 @@ Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<Opening> &
 
 } // namespace
 
-int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                   ShareListener listener, mrb_share_handler_h *handle) {
     std::unique_ptr<Job> job;
     const Outcome outcome = makeJob(type, request, list, job);
@@ -88,7 +88,7 @@ int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<O
     return MRB_ERR_NONE;
 }
 
-Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                         std::unique_ptr<Job> &job) {
     switch (type) {
     case MRB_SHARE_COPY:

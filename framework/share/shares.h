@@ -13,7 +13,7 @@
 
 namespace mrb {
 
-class Opening;
+class ListSession;
 
 // What a share shall do, as a share parameter object holds it. See mrb/share.h.
 struct ShareRequest {
@@ -36,7 +36,7 @@ class Shares {
 
     // Starts a share of the list's selection; the first event comes after *handle
     // was written. A code of mrb/result.h.
-    int start(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+    int start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
               ShareListener listener, mrb_share_handler_h *handle);
 
     int stop(mrb_share_handler_h handle);
@@ -47,7 +47,7 @@ class Shares {
     bool finish(std::chrono::steady_clock::time_point deadline) { return workers_.finish(deadline); }
 
   private:
-    static Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<Opening> &list,
+    static Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                            std::unique_ptr<Job> &job);
     std::shared_ptr<Share> add(ShareListener listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
     void remove(mrb_share_handler_h handle);

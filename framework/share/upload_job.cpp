@@ -27,7 +27,7 @@ const char *classOf(int itemType) {
 
 } // namespace
 
-UploadJob::UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
                      dlna::DlnaService::Found server, std::string container)
     : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
       server_(std::move(server)), container_(std::move(container)) {}

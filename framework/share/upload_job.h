@@ -5,7 +5,7 @@
 
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
-#include "session/opening.h"
+#include "session/list_session.h"
 #include "share/copy_plan.h"
 #include "share/failures.h"
 #include "share/job.h"
@@ -21,7 +21,7 @@ class UploadJob final : public Job {
   public:
     // `container` is the id of that on the server in which the files shall be; empty: the
     // server chooses.
-    UploadJob(std::shared_ptr<Opening> list, Selection selection, std::unique_ptr<Origin> origin,
+    UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
               dlna::DlnaService::Found server, std::string container);
 
     JobEnd run(JobListener &listener) override;
@@ -37,7 +37,7 @@ class UploadJob final : public Job {
     Step failed(const Outcome &outcome, const std::string &name);
     Step end(int event);
 
-    const std::shared_ptr<Opening> list_;
+    const std::shared_ptr<ListSession> list_;
     const Selection selection_;
     const std::unique_ptr<Origin> origin_;
     const dlna::DlnaService::Found server_;

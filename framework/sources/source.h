@@ -75,7 +75,7 @@ struct ToldFacts {
 };
 
 // Something that a list can be filled from: a folder, a server, a camera, a
-// playlist. Owned by one opening of a list. `fill` is called once, on a thread
+// playlist. Owned by the session of one list. `fill` is called once, on a thread
 // that may wait for devices; `locate`, `reach` and `identify` on any thread, also while
 // `fill` runs, so they may only use what never changes after construction, or is behind a lock.
 class Source {

@@ -7,9 +7,11 @@
 #include <future>
 #include <thread>
 
-#include "session/opening.h"
+#include "session/list_session.h"
+#include "session/workers.h"
 #include "support/client.h"
 #include "support/folder.h"
+#include "watch/watcher.h"
 
 using std::chrono::steady_clock;
 
@@ -36,6 +38,15 @@ class ScriptedSource final : public mrb::Source {
     const Script script_;
 };
 
+// What a session needs besides its source.
+struct Services {
+    mrb::ListServices of(mrb::EventThread &events) { return {events, watcher, library, workers}; }
+
+    mrb::MediaLibrary library{""};
+    mrb::Watcher watcher;
+    mrb::Workers workers{"test-list"};
+};
+
 struct ReceivedEvent {
     int event;
     Json::Value data;
@@ -47,14 +58,14 @@ class Scripted {
   public:
     explicit Scripted(ScriptedSource::Script script, mrb::ListWishes options = {}) {
         events_.start();
-        opening = std::make_shared<mrb::Opening>(events_, 1, mrb::Listener{receive, this},
-                                                 std::make_unique<ScriptedSource>(std::move(script)),
-                                                 std::move(options));
-        worker_ = std::thread([this] { opening->run(); });
-        opening->begin();
+        session = std::make_shared<mrb::ListSession>(services_.of(events_), 1, mrb::Listener{receive, this},
+                                                     std::make_unique<ScriptedSource>(std::move(script)),
+                                                     std::move(options));
+        worker_ = std::thread([this] { session->run(); });
+        session->begin();
     }
     ~Scripted() {
-        opening->close();
+        session->close();
         worker_.join();
     }
 
@@ -66,12 +77,12 @@ class Scripted {
         return received_;
     }
 
-    std::shared_ptr<mrb::Opening> opening;
+    std::shared_ptr<mrb::ListSession> session;
     std::function<void(int)> onEvent = [](int /*event*/) {};
 
   private:
     static bool receive(void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
-                     const char *data) {
+                        const char *data) {
         auto &scripted = *static_cast<Scripted *>(self);
         {
             const std::lock_guard guard(scripted.lock_);
@@ -86,6 +97,7 @@ class Scripted {
     std::condition_variable arrived_;
     std::vector<ReceivedEvent> received_;
     mrb::EventThread events_;
+    Services services_;
     std::thread worker_;
 };
 
@@ -126,19 +138,18 @@ TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
     folder.folder("first");
     folder.folder("second");
     folder.link(folder.path("first"), "folder");
-    mrb::MediaLibrary library("");
     mrb::EventThread events;
+    Services services;
     const auto ignore = [](void * /*userData*/, mrb_agent_handler_h /*agent*/, mrb_event_e /*event*/,
                            int /*reserved*/, const char * /*data*/) { return true; };
-    const auto opening = std::make_shared<mrb::Opening>(events, 1, mrb::Listener{+ignore, nullptr},
-                                                        std::make_unique<OnePicture>(folder.path("folder")),
-                                                        mrb::ListWishes());
-    opening->readWith(library);
-    opening->begin();
-    opening->run();
+    const auto session = std::make_shared<mrb::ListSession>(
+        services.of(events), 1, mrb::Listener{+ignore, nullptr},
+        std::make_unique<OnePicture>(folder.path("folder")), mrb::ListWishes());
+    session->begin();
+    session->run();
     std::filesystem::remove(folder.path("folder"));
     folder.link(folder.path("second"), "folder");
-    EXPECT_TRUE(opening->mediaOf(opening->current()->facts).key.path.ends_with("/first/n"));
+    EXPECT_TRUE(session->items().mediaOf(session->current()->facts).key.path.ends_with("/first/n"));
 }
 
 TEST(ListSession, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
@@ -151,7 +162,7 @@ TEST(ListSession, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
     EXPECT_EQ(last.data["error"], "MRB_ERR_DEVICE_REMOVED");
     EXPECT_EQ(last.data["message"], "The stick was pulled.");
     EXPECT_EQ(last.data["item_count"], 3);
-    EXPECT_EQ(scripted.opening->list().size(), 3);
+    EXPECT_EQ(scripted.session->list().size(), 3);
 }
 
 TEST(ListSession, ASourceThatThrowsFailsTheListOnly) {
@@ -173,7 +184,8 @@ TEST(ListSession, AGrowingListIsReportedAtMostTenTimesASecond) {
     // Four events span three pauses; delivery may lag, so only their sum is certain.
     EXPECT_GE(received.at(received.size() - 2).at - received.front().at, std::chrono::milliseconds(200));
     for (std::size_t index = 1; index < received.size(); ++index) {
-        EXPECT_GE(received.at(index).data["item_count"].asInt(), received.at(index - 1).data["item_count"].asInt());
+        EXPECT_GE(received.at(index).data["item_count"].asInt(),
+                  received.at(index - 1).data["item_count"].asInt());
     }
 }
 
@@ -243,7 +255,7 @@ TEST(ListSession, ACancelledSourceIsNotifiedAndTheListIsCancelled) {
         EXPECT_TRUE(sink.stopped());
         return mrb::FillResult{{MRB_ERR_CANCELLED, {}}};
     });
-    scripted.opening->stop();
+    scripted.session->stop();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
 }
 
@@ -254,7 +266,7 @@ TEST(ListSession, ItemsOfARemoteSourceAreDescribedByTheirIds) {
         return mrb::FillResult{};
     });
     scripted.waitForEnd();
-    const Json::Value item = support::parse(scripted.opening->describe(0)->c_str());
+    const Json::Value item = support::parse(scripted.session->describe(0)->c_str());
     EXPECT_EQ(item["name"], "Sunset");
     EXPECT_EQ(item["media_id"], "64$1");
     EXPECT_EQ(item["url"], "http://server/64$1");
@@ -270,13 +282,13 @@ TEST(ListSession, ItemsOfARemoteSourceAreFoundByTheirIds) {
         return mrb::FillResult{};
     });
     scripted.waitForEnd();
-    EXPECT_EQ(scripted.opening->pageOf("64$2"), 1);
-    EXPECT_EQ(scripted.opening->pageOf("64$3"), std::nullopt);
+    EXPECT_EQ(scripted.session->pageOf("64$2"), 1);
+    EXPECT_EQ(scripted.session->pageOf("64$3"), std::nullopt);
 }
 
 TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
     // Stopped after the last item, so that the sort is cancelled.
-    std::shared_ptr<mrb::Opening> *stopping = nullptr;
+    std::shared_ptr<mrb::ListSession> *stopping = nullptr;
     std::promise<void> ready;
     mrb::ListWishes options;
     options.sort = {mrb::SortKey::NAME, false};
@@ -290,10 +302,10 @@ TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
             return mrb::FillResult{};
         },
         std::move(options));
-    stopping = &scripted.opening;
+    stopping = &scripted.session;
     ready.set_value();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
-    EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "b");
+    EXPECT_EQ(scripted.session->list().entry(0)->facts.name, "b");
 }
 
 TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
@@ -309,7 +321,7 @@ TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
         },
         std::move(options));
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_FAILED);
-    EXPECT_EQ(scripted.opening->list().entry(0)->facts.name, "a");
+    EXPECT_EQ(scripted.session->list().entry(0)->facts.name, "a");
 }
 
 TEST(ListSession, UnwantedItemsAreDropped) {

@@ -1,0 +1,89 @@
+#include "session/list_events.h"
+
+#include <exception>
+#include <utility>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "text/text.h"
+
+namespace mrb {
+namespace {
+
+int lastEventOf(const Outcome &outcome) {
+    switch (outcome.code) {
+    case MRB_ERR_NONE:
+        return MRB_EVENT_LIST_READY;
+    case MRB_ERR_CANCELLED:
+        return MRB_EVENT_LIST_CANCELLED;
+    default:
+        return MRB_EVENT_LIST_FAILED;
+    }
+}
+
+} // namespace
+
+ListEvents::ListEvents(EventThread &thread, mrb_agent_handler_h handle, Listener listener,
+                       std::shared_ptr<const List> list)
+    : thread_(thread), handle_(handle), listener_(listener), list_(std::move(list)) {}
+
+void ListEvents::postGrowth() {
+    if (!growthQueued_.exchange(true)) {
+        post(MRB_EVENT_LIST_GROWN);
+    }
+}
+
+int ListEvents::postEnd(FillResult result) {
+    result_ = std::move(result);
+    const int event = lastEventOf(result_.outcome);
+    if (event == MRB_EVENT_LIST_FAILED) {
+        MRB_LOG_ERROR("List %d failed: %s", handle_, result_.outcome.message.c_str());
+    }
+    post(event);
+    return event;
+}
+
+void ListEvents::deliver(int event) noexcept {
+    try {
+        // Before the count is taken: what arrives from now on deserves an event of its own.
+        if (event == MRB_EVENT_LIST_GROWN) {
+            growthQueued_ = false;
+        }
+        const std::string data = serverData(event);
+        listener_.callback(listener_.userData, handle_, event, 0, data.c_str());
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("Event %d of list %d was not delivered: %s", event, handle_, failure.what());
+    }
+}
+
+std::string ListEvents::serverData(int event) const {
+    Json::Value data(Json::objectValue);
+    data["item_count"] = list_->passed();
+    if (event == MRB_EVENT_LIST_GROWN) {
+        const std::int64_t total = expectedTotal_;
+        if (total != UNKNOWN) {
+            data["total_count"] = Json::Int64{total};
+        }
+        if (const std::int64_t grouped = grouped_; grouped != UNKNOWN) {
+            data["grouped_count"] = Json::Int64{grouped};
+        }
+        return jsonText(data);
+    }
+    if (event == MRB_EVENT_LIST_CHANGED || event == MRB_EVENT_DEVICE_REMOVED) {
+        return jsonText(data);
+    }
+    data["unreadable"] = Json::Int64{result_.unreadable};
+    data["too_deep"] = Json::Int64{result_.tooDeep};
+    data["left_out"] = Json::Int64{result_.leftOut};
+    data["left_out_names"] = Json::Value(Json::arrayValue);
+    for (const std::string &name : result_.leftOutNames) {
+        data["left_out_names"].append(name);
+    }
+    if (event == MRB_EVENT_LIST_FAILED) {
+        data["error"] = resultName(result_.outcome.code);
+        data["message"] = displayText(result_.outcome.message);
+    }
+    return jsonText(data);
+}
+
+} // namespace mrb

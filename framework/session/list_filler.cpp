@@ -1,0 +1,145 @@
+#include "session/list_filler.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "fields/sort_values.h"
+#include "watch/file_watch.h"
+#include "watch/folder_watch.h"
+
+namespace mrb {
+namespace {
+
+using std::chrono::steady_clock;
+
+// Growth is worth an event when a screenful of new items is there, but not more
+// than ten times a second; a slow source is reported once a second whatever came.
+constexpr std::int32_t GROWTH_ITEMS = 256;
+constexpr auto GROWTH_PAUSE = std::chrono::milliseconds(100);
+constexpr auto LONGEST_SILENCE = std::chrono::seconds(1);
+
+} // namespace
+
+FillResult ListFiller::run() {
+    prepareFiles();
+    beginWatch();
+    FillResult result = fill();
+    sort(result.outcome);
+    return result;
+}
+
+// Before there is an item: a client that asks for one finds this done, and does not wait for
+// the device.
+void ListFiller::prepareFiles() const {
+    if (!items_.source().watchedRoot().empty()) {
+        library_.prepare();
+        items_.prepare();
+    }
+}
+
+void ListFiller::beginWatch() {
+    const Source &source = items_.source();
+    if (const std::string root = source.watchedRoot(); !root.empty()) {
+        watch_ = std::make_unique<FolderWatch>(root);
+    } else if (const std::string file = source.watchedFile(); !file.empty()) {
+        watch_ = std::make_unique<FileWatch>(file);
+    }
+}
+
+FillResult ListFiller::fill() {
+    FillResult result;
+    try {
+        result = items_.source().fill(*this);
+    } catch (const std::bad_alloc &) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+    } catch (const std::length_error &) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+    } catch (const std::exception &failure) {
+        result.outcome = {MRB_ERR_IO, failure.what()};
+    }
+    if (full_) {
+        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "The list is full: the source holds more than " +
+                                                     std::to_string(ItemStore::MOST_ITEMS) +
+                                                     " items, or too much text."};
+    }
+    return result;
+}
+
+// What a source gave before it failed is sorted too; a list that was cancelled is
+// left as it is, since whoever cancelled does not want to wait.
+void ListFiller::sort(Outcome &outcome) {
+    try {
+        const auto isStopped = [this] { return stopped(); };
+        const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
+        const auto valuesOf = [&](const ItemStore &store, SortKey key) {
+            return sortValues(store, key, library_, fileOf, isStopped);
+        };
+        if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
+            outcome = {MRB_ERR_CANCELLED, {}};
+        }
+    } catch (const std::bad_alloc &) {
+        outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to sort the list."};
+    }
+}
+
+void ListFiller::preloadReaders() const {
+    if (!stopped() && list_.passed() > 0 && hasFiles()) {
+        library_.prepare();
+        loadReaders();
+    }
+}
+
+// Whether the items are files of this machine, as far as the first ones show.
+bool ListFiller::hasFiles() const {
+    constexpr std::int32_t ENOUGH = 100;
+    if (!items_.source().watchedRoot().empty()) {
+        return true;
+    }
+    const std::int32_t end = std::min(list_.passed(), ENOUGH);
+    for (std::int32_t item = 0; item < end; ++item) {
+        if (!items_.mediaOf(list_.factsOf(item)).path.empty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::int32_t ListFiller::addFolder(std::int32_t parent, std::string_view name) {
+    const std::int32_t number = list_.addFolder(parent, name);
+    full_ = full_ || number < 0;
+    return number;
+}
+
+void ListFiller::follow(std::int32_t folder, int descriptor) {
+    if (watch_) {
+        watch_->follow(folder, descriptor);
+    }
+}
+
+bool ListFiller::add(std::span<const SourceItem> items) {
+    full_ = full_ || !list_.add(items);
+    if (full_ || stopped()) {
+        return false;
+    }
+    reportGrowth();
+    return true;
+}
+
+void ListFiller::reportGrowth() {
+    const std::int32_t size = list_.passed();
+    const std::int32_t grown = size - reportedSize_;
+    const auto now = steady_clock::now();
+    const auto silence = now - reportedAt_;
+    const bool due =
+        grown >= GROWTH_ITEMS ? silence >= GROWTH_PAUSE : grown > 0 && silence >= LONGEST_SILENCE;
+    if (due) {
+        reportedSize_ = size;
+        reportedAt_ = now;
+        events_.postGrowth();
+    }
+}
+
+} // namespace mrb

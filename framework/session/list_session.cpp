@@ -1,0 +1,150 @@
+#include "session/list_session.h"
+
+#include <exception>
+#include <utility>
+
+#include "base/log.h"
+#include "fields/description.h"
+#include "fields/file_groups.h"
+#include "library/media_library.h"
+#include "session/list_filler.h"
+#include "session/workers.h"
+#include "watch/watcher.h"
+
+namespace mrb {
+
+ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
+                         std::unique_ptr<Source> source, ListWishes wishes)
+    : services_(services), handle_(handle), list_(std::make_shared<List>(std::move(wishes))),
+      events_(std::make_shared<ListEvents>(services.events, handle, listener, list_)),
+      items_(std::move(source)) {}
+
+// ---- the worker ----
+
+void ListSession::run() noexcept {
+    try {
+        begin_.wait();
+        fill();
+        if (groupReading_.listIsComplete()) {
+            readGroups();
+        }
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("List %d ended without an event: %s", handle_, failure.what());
+    }
+}
+
+void ListSession::fill() {
+    ListFiller filler(*list_, items_, library(), *events_, stopped_);
+    if (events_->postEnd(filler.run()) == MRB_EVENT_LIST_READY) {
+        startWatching(filler.takeWatch());
+        filler.preloadReaders();
+    }
+}
+
+void ListSession::close() {
+    closed_ = true;
+    stopWatching();
+    // In this order: a worker that stops at once would have its cancelled event
+    // delivered before the withdrawal.
+    events_->withdraw();
+    stop();
+}
+
+// ---- what clients ask ----
+
+std::optional<std::string> ListSession::describe(std::int32_t index) const {
+    const std::optional<ListEntry> entry = list_->entry(index);
+    if (!entry) {
+        return std::nullopt;
+    }
+    return describeEntry(*entry, items_.locate(entry->facts), items_.told(entry->facts));
+}
+
+int ListSession::reach(const ListEntry &entry) const {
+    // A folder's path may lead to another one by now; a device that comes back is known by its id.
+    const bool isGone = removed_ && source().device() == nullptr;
+    const Outcome outcome = isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, {}} : source().reach(entry.facts);
+    return outcome.code;
+}
+
+std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) const {
+    const std::optional<ItemFacts> item = source().identify(mediaId);
+    return item ? list_->pageOf(*item) : std::nullopt;
+}
+
+// ---- groups by what files say ----
+
+int ListSession::setStyle(const PageStyle &style) {
+    const int code = list_->setStyle(style);
+    if (code != MRB_ERR_NONE || !groupReading_.want(style.grouping)) {
+        return code;
+    }
+    try {
+        services_.workers.start([self = shared_from_this()] { self->readGroups(); });
+    } catch (...) {
+        groupReading_.cannotRun();
+        throw;
+    }
+    return code;
+}
+
+void ListSession::readGroups() noexcept {
+    try {
+        groupReading_.run([this](Grouping grouping, const std::function<bool()> &isStopped) {
+            events_->setGrouped(0);
+            const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
+            const auto publish = [this](FileGroups groups, std::int32_t known) {
+                list_->setFileGroups(std::make_shared<const FileGroups>(std::move(groups)));
+                events_->setGrouped(known);
+                if (!removed_) {
+                    events_->postGrowth();
+                }
+            };
+            // Without the lock: nobody changes the store of a complete list.
+            return readFileGroups(list_->store(), grouping, library(), fileOf, isStopped, publish);
+        });
+    } catch (const std::exception &failure) {
+        MRB_LOG_ERROR("The groups of list %d were not read: %s", handle_, failure.what());
+        groupReading_.cannotRun();
+    }
+}
+
+// ---- what the list was read from, once the list is ready ----
+
+void ListSession::startWatching(std::unique_ptr<Watch> watch) noexcept {
+    try {
+        if (watch) {
+            services_.watcher.watch({shared_from_this(), static_cast<Watched *>(this)}, std::move(watch));
+        }
+        if (const Device *device = source().device()) {
+            DeviceService::instance().awaitRemoval(
+                *device, {shared_from_this(), static_cast<RemovalObserver *>(this)});
+        }
+        // One that was closed meanwhile had nothing to forget yet.
+        if (closed_) {
+            stopWatching();
+        }
+    } catch (const std::exception &failure) {
+        MRB_LOG_WARNING("List %d is not watched for changes: %s", handle_, failure.what());
+    }
+}
+
+void ListSession::stopWatching() {
+    services_.watcher.forget(*this);
+    if (source().device() != nullptr) {
+        DeviceService::instance().forget(*this);
+    }
+}
+
+std::optional<ItemFacts> ListSession::listed(std::int32_t folder, std::string_view name) const {
+    return list_->find(folder, name);
+}
+
+void ListSession::sourceChanged() { events_->post(MRB_EVENT_LIST_CHANGED); }
+
+void ListSession::sourceRemoved() {
+    removed_ = true;
+    events_->post(MRB_EVENT_DEVICE_REMOVED);
+}
+
+} // namespace mrb

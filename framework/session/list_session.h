@@ -1,0 +1,105 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "list/list.h"
+#include "list/wishes.h"
+#include "mrb/agent.h"
+#include "session/group_reading.h"
+#include "session/item_resolver.h"
+#include "session/list_events.h"
+#include "session/list_services.h"
+#include "sources/source.h"
+#include "storage/device_service.h"
+#include "watch/watch.h"
+
+namespace mrb {
+
+// One open list, from the request until it is disconnected or the handle is opened for another
+// one: its life, and what clients ask of it. Owned jointly by the table of open lists, the
+// worker that fills it, and those who work on its items. Each member function says which
+// thread calls it.
+class ListSession final : public std::enable_shared_from_this<ListSession>,
+                          private Watched,
+                          private RemovalObserver {
+  public:
+    ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
+                std::unique_ptr<Source> source, ListWishes wishes);
+
+    // The worker's whole life: waits for begin, has the list filled, and posts exactly one of
+    // the ready, failed and cancelled events.
+    void run() noexcept;
+
+    // Lets the worker begin. Any thread, once.
+    void begin() { begin_.count_down(); }
+
+    // Makes the source stop soon; the cancelled event follows unless the end was
+    // reached before. Ends a reading of files for groups. Any thread.
+    void stop() {
+        stopped_.store(true, std::memory_order_relaxed);
+        groupReading_.stop();
+    }
+
+    // Makes the source stop soon, and returns when no callback of this list is
+    // running or will run, save one that this is called from. Any thread.
+    void close();
+
+    [[nodiscard]] List &list() { return *list_; }
+    [[nodiscard]] const List &list() const { return *list_; }
+
+    // What the items are outside of the list, their source, and their metadata. Any thread.
+    [[nodiscard]] const ItemResolver &items() const { return items_; }
+    [[nodiscard]] const Source &source() const { return items_.source(); }
+    [[nodiscard]] MediaLibrary &library() const { return services_.library; }
+
+    // Lays the view out, and has the files read when it is grouped by what they say; a
+    // code of mrb/result.h. Any thread.
+    int setStyle(const PageStyle &style);
+
+    // The description of an entry as JSON text; no value: no such index. Any thread.
+    [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
+
+    // Whether an entry's file is still there; a code of mrb/result.h. Any thread.
+    [[nodiscard]] int reach(const ListEntry &entry) const;
+
+    // The entry under the cursor; no value: the view is empty. Any thread.
+    [[nodiscard]] std::optional<ListEntry> current() const { return list_->current(); }
+
+    // The page of the item with that media id; no value: not in the view. Any thread.
+    [[nodiscard]] std::optional<std::int32_t> pageOf(const std::string &mediaId) const;
+
+  private:
+    // Watched, on the watch thread.
+    [[nodiscard]] bool shows(std::uint8_t type) const override { return list_->wants(type); }
+    [[nodiscard]] std::optional<ItemFacts> listed(std::int32_t folder, std::string_view name) const override;
+    void sourceChanged() override;
+    void sourceRemoved() override;
+
+    // RemovalObserver, on the devices' thread.
+    void deviceRemoved() override { sourceRemoved(); }
+
+    void fill();
+    void startWatching(std::unique_ptr<Watch> watch) noexcept;
+    void stopWatching();
+    void readGroups() noexcept;
+
+    const ListServices services_;
+    const mrb_agent_handler_h handle_;
+    const std::shared_ptr<List> list_;
+    const std::shared_ptr<ListEvents> events_;
+    ItemResolver items_;
+
+    std::latch begin_{1};
+    std::atomic<bool> closed_ = false;
+    std::atomic<bool> stopped_ = false;
+    std::atomic<bool> removed_ = false; // the source is not there any more
+    GroupReading groupReading_;
+};
+
+} // namespace mrb
