@@ -10,8 +10,7 @@
 #include "base/threads.h"
 #include "events/event_thread.h"
 #include "thumbnail/answer.h"
-#include "thumbnail/camera_picture.h"
-#include "thumbnail/remote_picture.h"
+#include "thumbnail/picture_providers.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -125,17 +124,7 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
     job.stop.begin(DECODE_LIMIT);
     const std::shared_ptr<FlashCache> cache = request.useCache ? flashCache_.cache() : nullptr;
     try {
-        if (request.refusal != MRB_ERR_NONE) {
-            decoded.outcome.code = request.refusal;
-        } else if (job.stop.raised()) {
-            decoded.outcome = job.stop.outcome();
-        } else if (request.isRemote) {
-            decodeRemotePicture(request.decode, job.stop, decoder_, decoded);
-        } else if (isOnCamera(request.decode.path)) {
-            decodeCameraPicture(request.decode, job.stop, decoder_, cache.get(), decoded);
-        } else if (!cache || !cache->find(request.decode, decoded)) {
-            decoder_(request.decode, job.stop, decoded);
-        }
+        providePicture(request, job.stop, {decoder_, cache.get()}, decoded);
     } catch (const std::bad_alloc &) {
         decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory."};
     } catch (const std::exception &failure) {

@@ -1,0 +1,78 @@
+#include "thumbnail/picture_providers.h"
+
+#include "thumbnail/camera_picture.h"
+#include "thumbnail/remote_picture.h"
+
+namespace mrb::thumbnail {
+namespace {
+
+using Provide = bool(const Request &request, const StopSign &stop, const PictureTools &tools,
+                     Decoded &decoded);
+
+// One way to a picture.
+struct Provider {
+    bool (*applies)(const Request &request);
+    Provide *provide; // false: it has no answer, ask the next one
+};
+
+bool isRefused(const Request &request) { return request.refusal != MRB_ERR_NONE; }
+bool isOnServer(const Request &request) { return request.isRemote; }
+bool isOfCamera(const Request &request) { return isOnCamera(request.decode.path); }
+bool isAny(const Request & /*request*/) { return true; }
+
+bool refuse(const Request &request, const StopSign & /*stop*/, const PictureTools & /*tools*/,
+            Decoded &decoded) {
+    decoded.outcome.code = request.refusal;
+    return true;
+}
+
+bool endStopped(const Request & /*request*/, const StopSign &stop, const PictureTools & /*tools*/,
+                Decoded &decoded) {
+    if (stop.raised()) {
+        decoded.outcome = stop.outcome();
+    }
+    return stop.raised();
+}
+
+bool fetchFromServer(const Request &request, const StopSign &stop, const PictureTools &tools,
+                     Decoded &decoded) {
+    decodeRemotePicture(request.decode, stop, tools.decode, decoded);
+    return true;
+}
+
+bool readFromCamera(const Request &request, const StopSign &stop, const PictureTools &tools,
+                    Decoded &decoded) {
+    decodeCameraPicture(request.decode, stop, tools.decode, tools.cache, decoded);
+    return true;
+}
+
+bool findInCache(const Request &request, const StopSign & /*stop*/, const PictureTools &tools,
+                 Decoded &decoded) {
+    return tools.cache != nullptr && tools.cache->find(request.decode, decoded);
+}
+
+bool decodeFile(const Request &request, const StopSign &stop, const PictureTools &tools, Decoded &decoded) {
+    tools.decode(request.decode, stop, decoded);
+    return true;
+}
+
+// In the order in which they are asked.
+constexpr Provider PROVIDERS[] = {
+    {isRefused, refuse},           {isAny, endStopped},
+    {isOnServer, fetchFromServer}, // whose pictures are not cached: they have no identity
+    {isOfCamera, readFromCamera},  // which looks into the cache with what the camera says of the file
+    {isAny, findInCache},          {isAny, decodeFile},
+};
+
+} // namespace
+
+void providePicture(const Request &request, const StopSign &stop, const PictureTools &tools,
+                    Decoded &decoded) {
+    for (const Provider &provider : PROVIDERS) {
+        if (provider.applies(request) && provider.provide(request, stop, tools, decoded)) {
+            return;
+        }
+    }
+}
+
+} // namespace mrb::thumbnail

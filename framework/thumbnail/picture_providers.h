@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+
+#include "thumbnail/decoding.h"
+#include "thumbnail/flash_cache.h"
+#include "thumbnail/request.h"
+
+namespace mrb::thumbnail {
+
+// What providers of pictures work with. Both outlive the call.
+struct PictureTools {
+    const std::function<Decode> &decode;
+    FlashCache *cache; // null: the request wants none, or none is open
+};
+
+// Serves a request by the first provider that can: see the table. Waits for devices and
+// servers until `stop` is up; whatever happens is in the outcome. Throws nothing but what
+// `tools.decode` does, and std::bad_alloc. A thread of the service.
+void providePicture(const Request &request, const StopSign &stop, const PictureTools &tools,
+                    Decoded &decoded);
+
+} // namespace mrb::thumbnail
