@@ -120,7 +120,7 @@ class Visitor {
     void command() {
         client_ = &*std::next(clients_.begin(), dice_(static_cast<int>(clients_.size())));
         static constexpr void (Visitor::*COMMANDS[])() = {
-            &Visitor::reopen,    &Visitor::cancel,   &Visitor::close,    &Visitor::setStyle,
+            &Visitor::reopen,      &Visitor::cancel,   &Visitor::close,    &Visitor::setStyle,
             &Visitor::setStyle,    &Visitor::navigate, &Visitor::navigate, &Visitor::navigate,
             &Visitor::askNumbers,  &Visitor::readItem, &Visitor::readItem, &Visitor::moveCursor,
             &Visitor::findItem,    &Visitor::play,     &Visitor::rate,     &Visitor::identify,

@@ -84,19 +84,6 @@ class CameraServiceTest : public testing::Test {
   protected:
     static constexpr milliseconds LONG = support::LIMIT;
 
-    // True as soon as `fact` is; false at the timeout.
-    template <typename Fact>
-    static bool comes(Fact fact) {
-        const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
-        while (!fact()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
-    }
-
     CameraService &service(milliseconds silence = LONG, milliseconds linger = LONG) {
         service_ = std::make_unique<CameraService>([this]() -> mrb::CameraLibrary & { return library; },
                                                    CameraService::Limits{silence, linger});
@@ -155,7 +142,7 @@ TEST_F(CameraServiceTest, RequestsToACameraAreServedInOrder) {
 TEST_F(CameraServiceTest, ACameraIsReleasedSoonAfterItsLastRequest) {
     CameraService &cameras = service(LONG, milliseconds(1));
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
-    EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
+    EXPECT_TRUE(support::waitUntil([this] { return library.nowOpen == 0; }));
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
     EXPECT_EQ(library.opened, 2);
 }
@@ -265,7 +252,7 @@ TEST_F(CameraServiceTest, OneThatHangsIsWaitedForUntilTheTimeout) {
     // Another camera is not blocked.
     EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
     answer.count_down();
-    EXPECT_TRUE(comes([&] { return cameras.run(one, nothing).code == MRB_ERR_NONE; }));
+    EXPECT_TRUE(support::waitUntil([&] { return cameras.run(one, nothing).code == MRB_ERR_NONE; }));
 }
 
 TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
@@ -339,7 +326,7 @@ TEST_F(CameraServiceTest, AShutdownDetachesTheThreadOfOneThatHangs) {
     }
     answer.count_down();
     gone.wait(); // the thread that hung releases what it used
-    EXPECT_TRUE(comes([this] { return library.nowOpen == 0; }));
+    EXPECT_TRUE(support::waitUntil([this] { return library.nowOpen == 0; }));
 }
 
 TEST_F(CameraServiceTest, WithoutDriversNothingIsSupported) {

@@ -28,17 +28,8 @@ using support::textField;
 
 namespace {
 
-class Fields : public testing::Test {
+class Fields : public support::MediaTest {
   protected:
-    static void SetUpTestSuite() {
-        media_ = new Folder;
-        support::makeMedia(*media_);
-    }
-    static void TearDownTestSuite() {
-        delete media_;
-        media_ = nullptr;
-    }
-
     void SetUp() override { client_.list(media_->path()); }
 
     [[nodiscard]] int at(const std::string &name) const { return support::indexOf(client_, name); }
@@ -63,11 +54,7 @@ class Fields : public testing::Test {
         const std::size_t end = text.find_last_not_of(" \n\r,");
         return end == std::string::npos ? "" : text.substr(0, end + 1);
     }
-
-    static Folder *media_;
 };
-
-Folder *Fields::media_ = nullptr;
 
 TEST_F(Fields, OfTheFileSystemAreThoseOfTheFile) {
     struct stat facts {};

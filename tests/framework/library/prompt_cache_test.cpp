@@ -111,6 +111,19 @@ auto once(Gate &gate) {
     };
 }
 
+// The title that a lookup of "a" finds when `act` runs while it reads the storage.
+std::string titleFoundDuring(const std::function<void(Storage &storage, PromptCache &cache)> &act) {
+    Gate gate;
+    Storage storage;
+    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
+    PromptCache cache(storage, PATIENT);
+    auto found = std::async(std::launch::async, [&] { return cache.find(file("a")); });
+    gate.awaitEntry();
+    act(storage, cache);
+    gate.open();
+    return titleOf(*found.get());
+}
+
 } // namespace
 
 TEST(PromptCache, FindsWhatWasWrittenAndStored) {
@@ -200,29 +213,19 @@ TEST(PromptCache, AWriteThatHangsBlocksNoCallAndIsReadFromMemory) {
 }
 
 TEST(PromptCache, ALookupThatBeganBeforeAWriteFindsWhatWasWritten) {
-    Gate gate;
-    Storage storage;
-    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
-    PromptCache cache(storage, PATIENT);
-    auto found = std::async(std::launch::async, [&] { return cache.find(file("a")); });
-    gate.awaitEntry();
-    EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
-    EXPECT_EQ(storage.title("a"), "Mine");
-    gate.open();
-    EXPECT_EQ(titleOf(*found.get()), "Mine");
+    const std::string found = titleFoundDuring([](Storage &storage, PromptCache &cache) {
+        EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
+        EXPECT_EQ(storage.title("a"), "Mine");
+    });
+    EXPECT_EQ(found, "Mine");
 }
 
 TEST(PromptCache, ALookupThatBeganBeforeTheStorageChangedIsRepeated) {
-    Gate gate;
-    Storage storage;
-    storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
-    PromptCache cache(storage, PATIENT);
-    auto found = std::async(std::launch::async, [&] { return cache.find(file("a")); });
-    gate.awaitEntry();
-    storage.write(file("a"), title("Mine"));
-    cache.storageChanged();
-    gate.open();
-    EXPECT_EQ(titleOf(*found.get()), "Mine");
+    const std::string found = titleFoundDuring([](Storage &storage, PromptCache &cache) {
+        storage.write(file("a"), title("Mine"));
+        cache.storageChanged();
+    });
+    EXPECT_EQ(found, "Mine");
 }
 
 TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {

@@ -42,13 +42,13 @@ using testing::Not;
 namespace {
 
 // A scripted server that receives files.
-class Taker {
+class UploadServer {
   public:
     // What it does when it shall import a file, and what it reports then.
-    enum class Way { FETCHES, REFUSES_TO_FETCH, LIES, NEVER_ENDS, BREAKS_OFF };
+    enum class Behaviour { FETCHES, REFUSES_TO_FETCH, LIES, NEVER_ENDS, BREAKS_OFF };
 
-    explicit Taker(Way way, std::string importUrl = {})
-        : way_(way), importUrl_(std::move(importUrl)),
+    explicit UploadServer(Behaviour behaviour, std::string importUrl = {})
+        : behaviour_(behaviour), importUrl_(std::move(importUrl)),
           server_(
               [this](const Request &request, const Connection &connection) { answer(request, connection); }) {
         if (importUrl_.empty()) {
@@ -93,35 +93,35 @@ class Taker {
                 "&lt;/upnp:class&gt;&lt;res protocolInfo=\"*:*:image/jpeg:*\" importUri=\"" +
                     importUrl_ + "\"&gt;&lt;/res&gt;&lt;/item&gt;&lt;/DIDL-Lite&gt;</Result>"));
         } else if (request.action == "ImportResource") {
-            if (way_ == Way::REFUSES_TO_FETCH) {
+            if (behaviour_ == Behaviour::REFUSES_TO_FETCH) {
                 connection.send(support::soapFault(602));
                 return;
             }
             source_ = argumentOf(request, "SourceURI");
             connection.send(soapResponse(request, "<TransferID>3</TransferID>"));
         } else if (request.action == "GetTransferProgress") {
-            if (way_ == Way::BREAKS_OFF) {
+            if (behaviour_ == Behaviour::BREAKS_OFF) {
                 return;
             }
-            if (way_ == Way::FETCHES && taken_.empty()) {
+            if (behaviour_ == Behaviour::FETCHES && taken_.empty()) {
                 guard.unlock();
                 std::string bytes = support::fetch(source_);
                 guard.lock();
                 taken_ = std::move(bytes);
             }
-            const char *status = way_ == Way::NEVER_ENDS ? "IN_PROGRESS" : "COMPLETED";
+            const char *status = behaviour_ == Behaviour::NEVER_ENDS ? "IN_PROGRESS" : "COMPLETED";
             connection.send(soapResponse(request, std::string("<TransferStatus>") + status +
                                                       "</TransferStatus><TransferLength>0</TransferLength>"
                                                       "<TransferTotal>0</TransferTotal>"));
         } else if (request.action == "/import/1") {
             taken_ = request.body;
             connection.send(support::httpResponse("200 OK", ""));
-        } else if (way_ != Way::BREAKS_OFF) {
+        } else if (behaviour_ != Behaviour::BREAKS_OFF) {
             connection.send(soapResponse(request, ""));
         }
     }
 
-    const Way way_;
+    const Behaviour behaviour_;
     std::mutex lock_; // guards what follows
     std::string importUrl_;
     std::vector<std::string> calls_;
@@ -136,6 +136,19 @@ class DlnaUpload : public support::DlnaTest {
     DlnaUpload() { support::writeNoise(from_.path("sub/a & b.jpg"), SIZE, 1); }
 
     void select(Client &client) const { support::selectEverything(client, from_.path()); }
+
+    // Sends the selection to the server that the service finds; the last event.
+    ShareEvent send(const Client &client, DlnaClient &service) {
+        const int code = sharing_.send(client, service.server());
+        EXPECT_EQ(code, MRB_ERR_NONE);
+        return code == MRB_ERR_NONE ? sharing_.waitForEnd() : ShareEvent{};
+    }
+    // The same with everything in `from_`.
+    ShareEvent sendAll(DlnaClient &service) {
+        Client client;
+        select(client);
+        return send(client, service);
+    }
 
     static constexpr std::size_t SIZE = 700'001;
     const Folder from_;
@@ -188,11 +201,8 @@ TEST_F(DlnaUpload, AServerFetchesTheFile) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::FETCHES);
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    UploadServer server(UploadServer::Behaviour::FETCHES);
+    const ShareEvent end = sendAll(service);
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(end.status.total_file_count, 1U);
     EXPECT_EQ(end.status.success_file_size, SIZE);
@@ -210,12 +220,11 @@ TEST_F(DlnaUpload, AServerGetsAFileOfACamera) {
     camera.folder.folder("DCIM/100");
     support::writeNoise(camera.folder.path("DCIM/100/b.jpg"), SIZE, 2);
     DlnaClient service;
-    Taker server(Taker::Way::FETCHES);
+    UploadServer server(UploadServer::Behaviour::FETCHES);
     Client client;
     ASSERT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY);
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    const ShareEvent end = send(client, service);
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE) << end.name();
     EXPECT_EQ(end.status.success_file_size, SIZE);
     EXPECT_TRUE(server.taken() == support::bytesOf(camera.folder.path("DCIM/100/b.jpg")));
@@ -228,13 +237,12 @@ TEST_F(DlnaUpload, AFileOfACameraNeedsRoomOnTheWay) {
     const support::OfferedCamera camera;
     support::writeNoise(camera.folder.path("b.jpg"), SIZE, 2);
     DlnaClient service;
-    const Taker server(Taker::Way::FETCHES);
+    const UploadServer server(UploadServer::Behaviour::FETCHES);
     Client client;
     ASSERT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY);
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
     ASSERT_EQ(setenv("TMPDIR", "/nowhere", 1), 0);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    const ShareEvent end = send(client, service);
     ASSERT_EQ(unsetenv("TMPDIR"), 0); // others here have files in it
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "b.jpg");
@@ -245,7 +253,7 @@ TEST_F(DlnaUpload, AFolderOfTheServerCanBeNamed) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::FETCHES);
+    UploadServer server(UploadServer::Behaviour::FETCHES);
     Client client;
     select(client);
     const std::string id = service.server();
@@ -263,11 +271,8 @@ TEST_F(DlnaUpload, AServerThatDoesNotFetchIsSentTheFile) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::REFUSES_TO_FETCH);
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_DONE);
+    UploadServer server(UploadServer::Behaviour::REFUSES_TO_FETCH);
+    EXPECT_EQ(sendAll(service).event, MRB_EVENT_SHARE_DONE);
     EXPECT_TRUE(server.taken() == support::bytesOf(from_.path("sub/a & b.jpg")));
     EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "ImportResource", "/import/1"));
 }
@@ -277,11 +282,8 @@ TEST_F(DlnaUpload, AServerThatSaysThatItHasAFileButDidNotFetchItIsNotBelieved) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::LIES);
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    UploadServer server(UploadServer::Behaviour::LIES);
+    const ShareEvent end = sendAll(service);
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "a & b.jpg");
     EXPECT_EQ(end.status.done_file_count, 0U);
@@ -298,11 +300,8 @@ TEST_F(DlnaUpload, NothingIsSentToAnotherHost) {
     std::string elsewhere = other.urlOf("/import/1");
     elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
     DlnaClient service;
-    Taker server(Taker::Way::REFUSES_TO_FETCH, elsewhere);
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+    UploadServer server(UploadServer::Behaviour::REFUSES_TO_FETCH, elsewhere);
+    EXPECT_EQ(sendAll(service).event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(requestCount, 0);
     EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "DestroyObject"));
 }
@@ -312,7 +311,7 @@ TEST_F(DlnaUpload, IsStoppedAtOnceAndTakesItsObjectBack) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::NEVER_ENDS);
+    UploadServer server(UploadServer::Behaviour::NEVER_ENDS);
     Client client;
     select(client);
     ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
@@ -333,11 +332,8 @@ TEST_F(DlnaUpload, AServerThatIsKilledEndsIt) {
         return;
     }
     DlnaClient service;
-    Taker server(Taker::Way::BREAKS_OFF);
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    UploadServer server(UploadServer::Behaviour::BREAKS_OFF);
+    const ShareEvent end = sendAll(service);
     EXPECT_EQ(end.event, MRB_EVENT_DEVICE_REMOVED);
     EXPECT_EQ(end.name(), "a & b.jpg");
 }
@@ -349,10 +345,7 @@ TEST_F(DlnaUpload, ARealServerThatTakesNothingSaysSo) {
     const Folder media;
     DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
-    Client client;
-    select(client);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    EXPECT_EQ(sharing_.waitForEnd().event, MRB_EVENT_SHARE_FAILED);
+    EXPECT_EQ(sendAll(service).event, MRB_EVENT_SHARE_FAILED);
 }
 
 TEST_F(DlnaUpload, EntriesOfAPlaylistAreSentWhereverTheyLie) {
@@ -361,12 +354,11 @@ TEST_F(DlnaUpload, EntriesOfAPlaylistAreSentWhereverTheyLie) {
     }
     support::writeText(from_, "p.m3u", "gone.mp3\nhttp://host/b.mp3\nsub/a & b.jpg\n");
     DlnaClient service;
-    Taker server(Taker::Way::FETCHES);
+    UploadServer server(UploadServer::Behaviour::FETCHES);
     Client client;
     client.list(support::playlist(from_.path("p.m3u")));
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
-    ASSERT_EQ(sharing_.send(client, service.server()), MRB_ERR_NONE);
-    const ShareEvent end = sharing_.waitForEnd();
+    const ShareEvent end = send(client, service);
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(end.name(), "gone.mp3");
     EXPECT_EQ(end.status.total_file_count, 3U);
@@ -391,9 +383,11 @@ TEST_F(DlnaUpload, ManyLeakNothing) {
     if (!insideNetwork()) {
         return;
     }
-    for (const Taker::Way way : {Taker::Way::FETCHES, Taker::Way::REFUSES_TO_FETCH, Taker::Way::NEVER_ENDS}) {
+    for (const UploadServer::Behaviour behaviour :
+         {UploadServer::Behaviour::FETCHES, UploadServer::Behaviour::REFUSES_TO_FETCH,
+          UploadServer::Behaviour::NEVER_ENDS}) {
         DlnaClient service;
-        Taker server(way);
+        UploadServer server(behaviour);
         const std::string id = service.server();
         Client client;
         select(client);
@@ -401,12 +395,12 @@ TEST_F(DlnaUpload, ManyLeakNothing) {
             server.forget();
             Sharing sharing;
             ASSERT_EQ(sharing.send(client, id), MRB_ERR_NONE);
-            if (way == Taker::Way::NEVER_ENDS) {
+            if (behaviour == UploadServer::Behaviour::NEVER_ENDS) {
                 sharing.waitFor([](const auto &events) { return !events.empty(); });
                 ASSERT_EQ(mrb_stop_batch_process_v2(sharing.handle), MRB_ERR_NONE);
             }
-            const mrb_event_e end =
-                way == Taker::Way::NEVER_ENDS ? MRB_EVENT_SHARE_STOPPED : MRB_EVENT_SHARE_DONE;
+            const mrb_event_e end = behaviour == UploadServer::Behaviour::NEVER_ENDS ? MRB_EVENT_SHARE_STOPPED
+                                                                                     : MRB_EVENT_SHARE_DONE;
             EXPECT_EQ(sharing.waitForEnd().event, end);
         });
     }

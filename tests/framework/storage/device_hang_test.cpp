@@ -14,6 +14,7 @@
 #include <fstream>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -28,6 +29,7 @@
 #include "support/devices.h"
 #include "support/folder.h"
 #include "support/own_process.h"
+#include "support/silent_file_system.h"
 
 using mrb::Device;
 using mrb::DeviceKind;
@@ -339,41 +341,19 @@ TEST(DeviceHangOfMounts, NoListWaitsForTheTableOfMounts) {
 
 namespace {
 
-// Where the system does not give access to the device of such file systems, as in most containers,
-// there are none to try.
-std::vector<const char *> silentFileSystems() {
-    const mrb::Descriptor device(open("/dev/fuse", O_RDWR | O_CLOEXEC));
-    return device ? std::vector{"fuse"} : std::vector<const char *>();
-}
-
-// A file system whose program answers nothing, not even where a file is, until it is ended.
+// A folder on a file system that does not respond, and one that does.
 class SilentFolder : public support::OwnProcess, public testing::WithParamInterface<const char *> {
   protected:
-    ~SilentFolder() override { end(); }
-    // With one folder that responds next to it.
-    void begin() {
-        const std::string options =
-            "fd=" + std::to_string(program_.number()) + ",rootmode=40000,user_id=0,group_id=0";
-        ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
-    }
-    // Threads that wait for it continue.
-    void end() {
-        program_ = mrb::Descriptor();
-        umount2(dead.path().c_str(), MNT_DETACH);
-    }
     template <typename Call>
     auto whileSilent(Call call) {
-        return whileHanging(call, [this] { end(); });
+        return whileHanging(call, [this] { dead->end(); });
     }
 
-    support::Folder dead;
-    support::Folder living;
-
-  private:
-    mrb::Descriptor program_{open("/dev/fuse", O_RDWR | O_CLOEXEC)}; // nothing reads from it
+    std::optional<support::SilentFileSystem> dead; // made inside of the surroundings
+    const support::Folder living;
 };
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SilentFolder);
-INSTANTIATE_TEST_SUITE_P(, SilentFolder, testing::ValuesIn(silentFileSystems()));
+INSTANTIATE_TEST_SUITE_P(, SilentFolder, testing::ValuesIn(support::silentFileSystems()));
 
 } // namespace
 
@@ -381,15 +361,15 @@ TEST_P(SilentFolder, DoesNotBlockListsWhereAFolderInItIsOffered) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
-    begin();
-    setenv(mrb::OFFERED_FOLDERS, (living.path() + "\n" + dead.path("inside")).c_str(), 1);
+    dead.emplace(GetParam());
+    setenv(mrb::OFFERED_FOLDERS, (living.path() + "\n" + dead->path("inside")).c_str(), 1);
     for (int round = 0; round < 3; ++round) {
         whileSilent([] { return support::listDevices().size(); });
     }
     EXPECT_EQ(whileSilent([] { return support::listDevices(MRB_STORAGE_KIND_PTP).size(); }), 0U);
     EXPECT_EQ(whileSilent([] { return mrb_unset_usb_callback(); }), MRB_ERR_NONE);
     support::DeviceListener listener;
-    end();
+    dead->end();
     EXPECT_EQ(listener.waitFor(1).at(0).record.mountPath, living.path());
     EXPECT_EQ(support::listDevices().size(), 1U);
 }
@@ -398,13 +378,13 @@ TEST_P(SilentFolder, DoesNotBlockStorageIdRequests) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
-    begin();
+    dead.emplace(GetParam());
     char *id = nullptr;
     for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(whileSilent([&] { return mrb_get_storage_id_v2(dead.path("inside").c_str(), &id); }),
+        EXPECT_EQ(whileSilent([&] { return mrb_get_storage_id_v2(dead->path("inside").c_str(), &id); }),
                   MRB_ERR_TIMEOUT);
     }
     EXPECT_EQ(mrb_get_storage_id_v2(living.path().c_str(), &id), MRB_ERR_NONE);
     std::free(id);
-    end();
+    dead->end();
 }

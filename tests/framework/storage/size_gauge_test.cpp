@@ -21,6 +21,7 @@
 #include "support/devices.h"
 #include "support/folder.h"
 #include "support/own_process.h"
+#include "support/silent_file_system.h"
 
 using mrb::Device;
 using mrb::SizeGauge;
@@ -150,29 +151,18 @@ TEST_F(Gauge, AThousandDevicesAreAllMeasured) {
 
 namespace {
 
-// Where the system does not give access to the device of such file systems, as in most containers,
-// there are none to try.
-std::vector<const char *> silentFileSystems() {
-    const mrb::Descriptor device(open("/dev/fuse", O_RDWR | O_CLOEXEC));
-    return device ? std::vector{"fuse"} : std::vector<const char *>();
-}
-
-class SilentFileSystem : public support::OwnProcess, public testing::WithParamInterface<const char *> {};
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SilentFileSystem);
-INSTANTIATE_TEST_SUITE_P(, SilentFileSystem, testing::ValuesIn(silentFileSystems()));
+class SilentMount : public support::OwnProcess, public testing::WithParamInterface<const char *> {};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SilentMount);
+INSTANTIATE_TEST_SUITE_P(, SilentMount, testing::ValuesIn(support::silentFileSystems()));
 
 } // namespace
 
-TEST_P(SilentFileSystem, DoesNotBlockLists) {
+TEST_P(SilentMount, DoesNotBlockLists) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
-    support::Folder dead;
-    support::Folder living;
-    const mrb::Descriptor program(open("/dev/fuse", O_RDWR | O_CLOEXEC)); // no program reads from it
-    const std::string options =
-        "fd=" + std::to_string(program.number()) + ",rootmode=40000,user_id=0,group_id=0";
-    ASSERT_EQ(mount("dead", dead.path().c_str(), GetParam(), 0, options.c_str()), 0);
+    const support::SilentFileSystem dead(GetParam());
+    const support::Folder living;
     setenv(mrb::OFFERED_FOLDERS, (dead.path() + "\n" + living.path()).c_str(), 1);
     // After the one that responds is known.
     support::listUntil([](const auto &devices) { return devices.size() == 2 && devices[1].total > 0; });
@@ -183,5 +173,4 @@ TEST_P(SilentFileSystem, DoesNotBlockLists) {
         EXPECT_EQ(devices[0].total, 0);
         EXPECT_GT(devices[1].total, 0);
     }
-    umount2(dead.path().c_str(), MNT_DETACH);
 }

@@ -2,6 +2,7 @@
 
 #include <json/value.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -79,6 +80,19 @@ Json::Value parse(const char *text);
 
 // The timeout of tests.
 inline constexpr auto LIMIT = std::chrono::seconds(120);
+
+// True as soon as `isMet` returns true; false at the timeout.
+template <typename Condition>
+bool waitUntil(Condition isMet) {
+    const auto limit = std::chrono::steady_clock::now() + LIMIT;
+    while (!isMet()) {
+        if (std::chrono::steady_clock::now() > limit) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 // Other programs of the same user hold inotify instances too, of which there are 128:
 // waits until one is free. A test failure at the timeout.

@@ -40,4 +40,17 @@ ff -f lavfi -i testsrc2=size=160x120:rate=10:duration=2 -c:v mpeg4 silent.avi &&
 
 void makeMedia(const Folder &folder) { shell(folder.path(), MAKE); }
 
+const Folder *MediaTest::media_ = nullptr;
+
+void MediaTest::SetUpTestSuite() {
+    const auto *folder = new Folder;
+    makeMedia(*folder);
+    media_ = folder;
+}
+
+void MediaTest::TearDownTestSuite() {
+    delete media_;
+    media_ = nullptr;
+}
+
 } // namespace support

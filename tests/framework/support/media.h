@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include "support/folder.h"
 
 namespace support {
@@ -9,5 +11,15 @@ namespace support {
 // song.flac, song.ogg, song.m4a, song.wav, covered.mp3, covered.flac, film.mp4, film.mkv, film.ts,
 // silent.avi.
 void makeMedia(const Folder &folder);
+
+// A test of the media that makeMedia makes, which it makes once for the suite and which the
+// tests do not change.
+class MediaTest : public testing::Test {
+  protected:
+    static void SetUpTestSuite();
+    static void TearDownTestSuite();
+
+    static const Folder *media_;
+};
 
 } // namespace support

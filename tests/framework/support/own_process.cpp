@@ -72,7 +72,8 @@ std::string preloadedWithSanitizer(const std::string &library) {
 std::string commandFor(std::span<const Isolation> choices, const char *need) {
     std::string output;
     for (const Isolation &choice : choices) {
-        if ((!choice.rootOnly || geteuid() == 0) && run(std::string(choice.unshare) + " " + choice.trial, output) == 0) {
+        if ((!choice.rootOnly || geteuid() == 0) &&
+            run(std::string(choice.unshare) + " " + choice.trial, output) == 0) {
             return choice.unshare;
         }
     }

@@ -39,6 +39,10 @@ class PluggedDevices : public OwnProcess {
     void change(const std::string &device, const char *property, const char *value);
     void changeAttribute(const std::string &device, const char *attribute, const char *value);
 
+    // Removes and adds a device that is there a thousand times. A test failure unless each of
+    // these is reported once, in order.
+    void expectReplugsReported(const std::string &device);
+
     // Made in the child process only.
     UMockdevTestbed *testbed();
     // The folder that holds what the testbed shows as /sys and /dev.

@@ -97,6 +97,13 @@ class PtpRequests : public support::OwnProcess {
     static bool isRed(const Thumbnail &thumbnail) {
         return static_cast<unsigned char>(thumbnail.images.at(0).pixels.at(2)) > 200;
     }
+    // Expects a thumbnail of that size from one of the red pictures, after these requests.
+    void expectRed(const std::string &size, const std::vector<std::string> &requests) {
+        const Thumbnail made = thumbnail();
+        EXPECT_EQ(sizeOf(made), size);
+        EXPECT_TRUE(isRed(made));
+        EXPECT_EQ(camera.requests(), requests);
+    }
     static std::string sizeOf(const Thumbnail &thumbnail) {
         return thumbnail.images.empty() ? "code " + std::to_string(thumbnail.code)
                                         : sizeText(thumbnail.images[0].width, thumbnail.images[0].height);
@@ -114,10 +121,7 @@ TEST_F(PtpRequests, AThumbnailIsMadeOfTheExifDataAlone) {
         return;
     }
     add({});
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "160x120");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    expectRed("160x120", {"facts a.jpg", "exif a.jpg"});
 }
 
 TEST_F(PtpRequests, TheExifDataStateItsOrientation) {
@@ -125,10 +129,7 @@ TEST_F(PtpRequests, TheExifDataStateItsOrientation) {
         return;
     }
     add({.orientation = 6});
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "120x160");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    expectRed("120x160", {"facts a.jpg", "exif a.jpg"});
 }
 
 // Several forms of the same EXIF data.
@@ -143,10 +144,7 @@ TEST_F(PtpRequests, TheExifDataMayBeginWithTheirSegmentHeader) {
             ScriptedFile &file = add({.orientation = 6});
             file.exif = form;
             file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
-            const Thumbnail small = thumbnail();
-            EXPECT_EQ(sizeOf(small), "120x160");
-            EXPECT_TRUE(isRed(small));
-            EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+            expectRed("120x160", {"facts a.jpg", "exif a.jpg"});
         }
     }
 }
@@ -159,10 +157,7 @@ TEST_F(PtpRequests, WhereTheExifDataAreAStubTheFileItselfIsRead) {
         ScriptedFile &file = add({.orientation = 6});
         file.exif = stub();
         file.facts.width = cameraSaysSize ? file.facts.width : CameraFileFacts::UNSAID;
-        const Thumbnail small = thumbnail();
-        EXPECT_EQ(sizeOf(small), "120x160");
-        EXPECT_TRUE(isRed(small));
-        EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg"));
+        expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg"});
     }
 }
 
@@ -180,10 +175,7 @@ TEST_F(PtpRequests, ACameraWithoutPartialReadsSendsTheBeginningOfTheFile) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
         return Outcome();
     };
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "120x160");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"));
+    expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"});
     EXPECT_LE(furthest, 256U << 10);
 }
 
@@ -195,11 +187,7 @@ TEST_F(PtpRequests, TheCamerasPreviewIsTurnedAsTheFileStates) {
     for (const bool hasStub : {true, false}) {
         ScriptedFile &file = add({.orientation = 6, .exifHasSmall = false});
         file.exif = hasStub ? std::optional(stub()) : std::nullopt;
-        const Thumbnail small = thumbnail();
-        EXPECT_EQ(sizeOf(small), "120x160");
-        EXPECT_TRUE(isRed(small));
-        EXPECT_THAT(camera.requests(),
-                    ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
+        expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
     }
 }
 
@@ -208,10 +196,7 @@ TEST_F(PtpRequests, TheExifDataStateItsSizeWhereTheCameraDoesNot) {
         return;
     }
     add({}).facts.width = CameraFileFacts::UNSAID;
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "160x120");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    expectRed("160x120", {"facts a.jpg", "exif a.jpg"});
 }
 
 TEST_F(PtpRequests, WithoutAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
@@ -219,10 +204,7 @@ TEST_F(PtpRequests, WithoutAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
         return;
     }
     add({.orientation = 6, .exifHasSmall = false});
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "120x160");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    expectRed("120x160", {"facts a.jpg", "exif a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
@@ -233,10 +215,7 @@ TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
     file.exif.reset();
     file.bytes.erase(2, file.bytes.find("\xff\xdb") - 2); // to the quantization tables
     file.facts.size = static_cast<std::int64_t>(file.bytes.size());
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "160x120");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"));
+    expectRed("160x120", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, DamagedExifDataCountAsMissing) {
@@ -308,10 +287,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheEmbeddedThumbnail) {
         return;
     }
     add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).facts.width = CameraFileFacts::UNSAID;
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "90x160");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+    expectRed("90x160", {"facts a.jpg", "exif a.jpg"});
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "300x400");
     EXPECT_FALSE(isRed(large));
@@ -323,10 +299,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheCamerasPreview) {
     }
     add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).facts.width =
         CameraFileFacts::UNSAID;
-    const Thumbnail small = thumbnail();
-    EXPECT_EQ(sizeOf(small), "160x90");
-    EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    expectRed("160x90", {"facts a.jpg", "exif a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, ExifDataOfAVideoAreNotRequested) {

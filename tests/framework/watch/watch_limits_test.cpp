@@ -31,19 +31,6 @@ std::size_t entriesOf(const char *folder) {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
-// True as soon as `fact` is; false at the timeout.
-template <typename Fact>
-bool comes(Fact fact) {
-    const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
-    while (!fact()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 // How many events the kernel keeps for a watch.
 std::size_t queueLength() {
     std::size_t length = 0;
@@ -70,7 +57,7 @@ TEST(WatchLimits, AHundredListsLeakNoDescriptorAndNoThread) {
     std::size_t files = 0;
     std::size_t threads = 0;
     // The first list is being cleaned up: wait until the counts are stable.
-    ASSERT_TRUE(comes([&] {
+    ASSERT_TRUE(support::waitUntil([&] {
         const std::size_t before = files;
         files = entriesOf("/proc/self/fd");
         threads = entriesOf("/proc/self/task");
@@ -85,10 +72,10 @@ TEST(WatchLimits, AHundredListsLeakNoDescriptorAndNoThread) {
             client.waitForEnd();
         }
     }
-    EXPECT_TRUE(comes([&] { return entriesOf("/proc/self/fd") <= files; }));
+    EXPECT_TRUE(support::waitUntil([&] { return entriesOf("/proc/self/fd") <= files; }));
     // A worker that is done is joined when the next one starts, and the kernel may
     // still show for a moment what was joined.
-    EXPECT_TRUE(comes([&] {
+    EXPECT_TRUE(support::waitUntil([&] {
         Client().list(folder.path());
         return entriesOf("/proc/self/task") <= threads + 1;
     }));
@@ -133,8 +120,8 @@ TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     }
     folder.file("b.jpg");
     // The kernel may still send events of the watches that were closed.
-    EXPECT_TRUE(
-        comes([&] { return isReadable(watch.number()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
+    EXPECT_TRUE(support::waitUntil(
+        [&] { return isReadable(watch.number()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
 }
 
 TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {

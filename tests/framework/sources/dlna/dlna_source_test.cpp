@@ -7,13 +7,12 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "list/item_store.h"
 #include "mrb/agent.h"
 #include "sources/dlna/directory_scan.h"
-#include "sources/dlna/object_record.h"
-#include "sources/dlna/search_criteria.h"
 
 using mrb::DirectoryScan;
 using mrb::Fact;
@@ -69,7 +68,7 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
     }
 
     // A valid server's response out of what its containers hold.
-    Outcome honest(const Question &question, Page &page) const {
+    Outcome validPage(const Question &question, Page &page) const {
         const auto found = contents.find(question.container);
         if (found == contents.end()) {
             return {MRB_ERR_NOT_FOUND, "no such container"};
@@ -85,7 +84,7 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
     }
 
     std::map<std::string, std::vector<MediaObject>> contents;
-    Answer answer = [this](const Question &question, Page &page) { return honest(question, page); };
+    Answer answer = [this](const Question &question, Page &page) { return validPage(question, page); };
     std::vector<Question> requests;
 };
 
@@ -126,6 +125,15 @@ class DlnaSource : public testing::Test {
     FillResult scan(const ListRequest &request = {}, const std::string &from = "0") {
         const std::string server = "uuid:1";
         return DirectoryScan(sink, {directories, server, from, std::chrono::seconds(1)}).run(request);
+    }
+
+    // Has each valid response changed before it is returned.
+    void answerChanged(std::function<void(Page &page)> change) {
+        directories.answer = [this, change = std::move(change)](const Question &question, Page &page) {
+            const Outcome outcome = directories.validPage(question, page);
+            change(page);
+            return outcome;
+        };
     }
 
     ScriptedDirectories directories;
@@ -169,7 +177,7 @@ TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
     directories.answer = [this](const Question &question, Page &page) {
         Question less = question;
         less.count = 2;
-        return directories.honest(less, page);
+        return directories.validPage(less, page);
     };
     directories.contents["0"] = {image("1"), image("2"), image("3"), image("4"), image("5")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
@@ -177,11 +185,7 @@ TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
-    directories.answer = [this](const Question &question, Page &page) {
-        const Outcome outcome = directories.honest(question, page);
-        page.total = 0;
-        return outcome;
-    };
+    answerChanged([](Page &page) { page.total = 0; });
     directories.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
@@ -189,11 +193,7 @@ TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
 }
 
 TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
-    directories.answer = [this](const Question &question, Page &page) {
-        const Outcome outcome = directories.honest(question, page);
-        page.total = 4'000'000'000;
-        return outcome;
-    };
+    answerChanged([](Page &page) { page.total = 4'000'000'000; });
     directories.contents["0"] = {image("1"), container("a", "A")};
     directories.contents["a"] = {image("2")};
     const FillResult result = scan();
@@ -203,22 +203,14 @@ TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
 }
 
 TEST_F(DlnaSource, ATotalThatIsTooSmallIsAFault) {
-    directories.answer = [this](const Question &question, Page &page) {
-        const Outcome outcome = directories.honest(question, page);
-        page.total = 1;
-        return outcome;
-    };
+    answerChanged([](Page &page) { page.total = 1; });
     directories.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
 TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
-    directories.answer = [this](const Question &question, Page &page) {
-        const Outcome outcome = directories.honest(question, page);
-        page.returned = 77;
-        return outcome;
-    };
+    answerChanged([](Page &page) { page.returned = 77; });
     directories.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
@@ -262,7 +254,7 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
 
 TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.honest(question, page);
+        Outcome outcome = directories.validPage(question, page);
         if (question.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
             outcome = {MRB_ERR_PROTOCOL, "broken"};
@@ -284,7 +276,7 @@ TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
 TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
     directories.answer = [this](const Question &question, Page &page) {
         return question.start > 0 && question.count > 100 ? Outcome{MRB_ERR_TIMEOUT, "too slow"}
-                                                          : directories.honest(question, page);
+                                                          : directories.validPage(question, page);
     };
     for (int number = 0; number < 700; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
@@ -307,7 +299,7 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.honest(question, page);
+        Outcome outcome = directories.validPage(question, page);
         if (directories.requests.size() == 1) {
             auto &all = directories.contents["0"];
             for (int number = 600; number < 800; ++number) {
@@ -325,7 +317,7 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.honest(question, page);
+        Outcome outcome = directories.validPage(question, page);
         directories.contents["0"].resize(550);
         return outcome;
     };
@@ -397,7 +389,7 @@ TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
     directories.contents["a"] = {image("2")};
     directories.answer = [this](const Question &question, Page &page) {
         return question.container == "b" ? Outcome{MRB_ERR_DEVICE_REMOVED, "gone"}
-                                         : directories.honest(question, page);
+                                         : directories.validPage(question, page);
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(sink.store.size(), 4);
@@ -420,7 +412,7 @@ TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
             page.objects = {image("1")};
             return Outcome{MRB_ERR_PROTOCOL, "broken"};
         }
-        return directories.honest(question, page);
+        return directories.validPage(question, page);
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
@@ -444,7 +436,7 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
             page.capabilities = "dc:title,upnp:class";
             return Outcome{};
         }
-        return directories.honest(question, page);
+        return directories.validPage(question, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
@@ -460,7 +452,8 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     directories.contents["0"] = {container("a", "A")};
     directories.contents["a"] = {image("1")};
     directories.answer = [this](const Question &question, Page &page) {
-        return question.kind == Question::Kind::CAPABILITIES ? Outcome{} : directories.honest(question, page);
+        return question.kind == Question::Kind::CAPABILITIES ? Outcome{}
+                                                             : directories.validPage(question, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
@@ -481,7 +474,7 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
         // Each page once.
         const bool isRefused = refused <= static_cast<int>(question.start);
         refused = isRefused ? static_cast<int>(question.start) + 1 : refused;
-        return isRefused ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"} : directories.honest(question, page);
+        return isRefused ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"} : directories.validPage(question, page);
     };
     ListRequest request;
     request.keyWord = "picture";
@@ -494,91 +487,11 @@ TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     directories.answer = [this](const Question &question, Page &page) {
         page.capabilities = "*";
         return question.kind == Question::Kind::SEARCH     ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"}
-               : question.kind == Question::Kind::CHILDREN ? directories.honest(question, page)
+               : question.kind == Question::Kind::CHILDREN ? directories.validPage(question, page)
                                                            : Outcome{};
     };
     ListRequest request;
     request.keyWord = "picture";
     EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 1);
-}
-
-TEST(DlnaCriteria, HoldTheContentTypeAndTheKeyWordInQuotes) {
-    ListRequest request;
-    request.contentType = "MUSIC";
-    request.keyWord = R"(say "hi" \o/)";
-    EXPECT_EQ(mrb::searchCriteria(request, "upnp:class, dc:title"),
-              R"(upnp:class derivedfrom "object.item.audioItem" and dc:title contains "say \"hi\" \\o/")");
-    EXPECT_EQ(mrb::searchCriteria(request, "dc:titles,upnp:class"),
-              R"(upnp:class derivedfrom "object.item.audioItem")");
-    EXPECT_EQ(mrb::searchCriteria(request, ""), "");
-}
-
-TEST(DlnaRecord, ComesBackAsItWasFromAList) {
-    MediaObject object = image("object 7");
-    object.url = "http://10.0.0.1/7.jpg";
-    object.thumbnail = "http://10.0.0.1/7-small.jpg";
-    object.facts.setText(Fact::ARTIST, "Ünal");
-    object.facts.setNumber(Fact::DURATION, 123'456'789'012);
-    object.facts.setReal(Fact::LATITUDE, 48.5);
-    const std::string packed = mrb::packRecord(object);
-    mrb::SourceItem item;
-    item.name = "seven";
-    item.id = object.id;
-    item.record = packed;
-    ItemStore store;
-    ASSERT_TRUE(store.add(item, true));
-    const ItemFacts facts = store.facts(0);
-    EXPECT_EQ(facts.id, "object 7");
-    const mrb::ObjectRecord record = mrb::unpackRecord(facts.record);
-    EXPECT_EQ(record.url, object.url);
-    EXPECT_EQ(record.thumbnail, object.thumbnail);
-    EXPECT_EQ(record.facts.text(Fact::ARTIST), "Ünal");
-    EXPECT_EQ(record.facts.number(Fact::DURATION), 123'456'789'012);
-    EXPECT_EQ(record.facts[Fact::LATITUDE], mrb::FactValue(48.5));
-    EXPECT_FALSE(record.facts.has(Fact::ALBUM));
-    ItemFacts wanted;
-    wanted.id = "object 7";
-    EXPECT_TRUE(store.isItem(0, wanted));
-}
-
-TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
-    ItemStore store;
-    mrb::SourceItem item;
-    item.name = "file";
-    ASSERT_TRUE(store.add(item, true));
-    EXPECT_THAT(store.facts(0).record, IsEmpty());
-}
-
-TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
-    MediaObject object = image("1");
-    for (std::size_t fact = 0; fact < mrb::FACTS; ++fact) {
-        object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::LONGEST_TEXT, 'x'));
-    }
-    object.id = std::string(mrb::Metadata::LONGEST_TEXT, 'i');
-    const std::string packed = mrb::packRecord(object);
-    mrb::SourceItem item;
-    item.id = object.id;
-    item.record = packed;
-    ItemStore store;
-    ASSERT_TRUE(store.add(item, true));
-    EXPECT_EQ(store.facts(0).record, packed);
-}
-
-TEST(DlnaRecord, TimesAreThoseOfTheServersDates) {
-    EXPECT_EQ(mrb::secondsOfDate("1970-01-02"), 86400);
-    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00"), 3600);
-    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00Z"), 3600);
-    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T01:00:00+01:00"), 0);
-    EXPECT_EQ(mrb::secondsOfDate("1970-01-01T00:00:00.5-0130"), 5400);
-    for (const char *none : {"", "x", "2026", "2026-02-30", "2026-13-01", "-026-01-01", "aaaa-bb-cc"}) {
-        EXPECT_EQ(mrb::secondsOfDate(none), mrb::UNKNOWN) << none;
-    }
-}
-
-TEST(DlnaRecord, ExtensionsAreThoseOfTheUrlsPath) {
-    EXPECT_EQ(mrb::extensionOfUrl("http://h:8200/MediaItems/22.jpg?a.b/c.d"), "jpg");
-    EXPECT_EQ(mrb::extensionOfUrl("http://host.example"), "");
-    EXPECT_EQ(mrb::extensionOfUrl("http://host.example/"), "");
-    EXPECT_EQ(mrb::extensionOfUrl(""), "");
 }

@@ -11,41 +11,13 @@
 #include "list/sorting.h"
 #include "mrb/agent.h"
 #include "sources/folder/folder_scan.h"
+#include "support/counting_sink.h"
 #include "support/folder.h"
 
+using support::CountingSink;
 using support::Folder;
 
 namespace {
-
-constexpr std::int64_t NEVER = INT64_MAX;
-
-// Counts the checks for cancellation, and cancels at a given one.
-class CountingSink final : public mrb::ItemSink {
-  public:
-    explicit CountingSink(std::int64_t last) : last_(last) {}
-    bool wants(std::uint8_t /*type*/) const override { return true; }
-    bool stopped() const override { return ++looks > last_; }
-    void announce(std::int64_t /*total*/) override {}
-    std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override {
-        late = late || looks > last_;
-        return ++folders;
-    }
-    bool add(std::span<const mrb::SourceItem> run) override {
-        late = late || looks > last_;
-        items += static_cast<std::int64_t>(run.size());
-        longestRun = std::max(longestRun, run.size());
-        return true;
-    }
-
-    mutable std::int64_t looks = 0;
-    std::int32_t folders = 0;
-    std::int64_t items = 0;
-    std::size_t longestRun = 0;
-    bool late = false;
-
-  private:
-    const std::int64_t last_;
-};
 
 int scan(const Folder &folder, mrb::ItemSink &sink) {
     mrb::Descriptor top(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -72,25 +44,25 @@ mrb::ItemStore storeOf(int items) {
 } // namespace
 
 TEST_P(CancelScan, AScanChecksForEachFileThatItReadsOrdersAndReports) {
-    CountingSink sink(NEVER);
+    CountingSink sink(CountingSink::NEVER);
     EXPECT_EQ(scan(folder, sink), MRB_ERR_NONE);
     const auto [folders, files] = GetParam();
     EXPECT_EQ(sink.items, folders + folders * files);
-    EXPECT_GE(sink.looks, 3 * sink.items);
+    EXPECT_GE(sink.checks, 3 * sink.items);
     EXPECT_LE(sink.longestRun, 256U);
 }
 
 TEST_P(CancelScan, AScanDoesNothingMoreOnceItIsCancelled) {
-    CountingSink whole(NEVER);
+    CountingSink whole(CountingSink::NEVER);
     scan(folder, whole);
     std::minstd_rand random(5);
     for (int round = 0; round < 60; ++round) {
-        const std::int64_t last = random() % static_cast<std::uint64_t>(whole.looks);
+        const std::int64_t last = random() % static_cast<std::uint64_t>(whole.checks);
         CountingSink sink(last);
         EXPECT_EQ(scan(folder, sink), MRB_ERR_CANCELLED);
         EXPECT_FALSE(sink.late);
         // The check that returned true, and those of the calls on the way out.
-        EXPECT_LE(sink.looks, last + 4);
+        EXPECT_LE(sink.checks, last + 4);
     }
 }
 

@@ -10,12 +10,10 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "support/accept_all.h"
 #include "support/change_events.h"
 #include "support/client.h"
 #include "support/folder.h"
 #include "support/playlists.h"
-#include "watch/file_watch.h"
 
 using support::changeCount;
 using support::Client;
@@ -116,28 +114,4 @@ TEST_F(PlaylistChanges, NothingIsReportedAfterADisconnect) {
     writeText(folder, "p.m3u", "b.mp3\n");
     waitForAllChanges(folder);
     EXPECT_EQ(changeCount(client), 0U);
-}
-
-TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
-    const Folder folder;
-    writeText(folder, "p.m3u", "a.mp3\n");
-    writeText(folder, "q.m3u", "a.mp3\n");
-    const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
-    fs::rename(folder.path("q.m3u"), folder.path("p.m3u"));
-    mrb::FileWatch watch(folder.path("p.m3u"));
-    watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::CHANGED);
-}
-
-TEST(FileWatch, NothingIsWatchedOnceAChangeWasReported) {
-    const Folder folder;
-    writeText(folder, "p.m3u", "a.mp3\n");
-    const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
-    mrb::FileWatch watch(folder.path("p.m3u"));
-    watch.follow(mrb::ROOT_FOLDER, file.number());
-    EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::NONE);
-    EXPECT_GE(watch.number(), 0);
-    watch.awaitRemoval();
-    EXPECT_LT(watch.number(), 0);
-    EXPECT_TRUE(watch.sourceIsThere());
 }

@@ -11,11 +11,13 @@
 #include "sources/playlist/xspf_parser.h"
 #include "sources/source.h"
 #include "support/client.h"
+#include "support/counting_sink.h"
 #include "support/folder.h"
 #include "support/playlists.h"
 
 using mrb::PlaylistReader;
 using support::Client;
+using support::CountingSink;
 using support::Event;
 using support::Folder;
 using support::playlist;
@@ -30,29 +32,6 @@ Event listOf(Client &client, const Folder &folder, const std::string &name) {
     EXPECT_EQ(end.event, MRB_EVENT_LIST_READY) << end.data.toStyledString();
     return end;
 }
-
-// Counts the checks for cancellation, and cancels at a given one.
-class CountingSink final : public mrb::ItemSink {
-  public:
-    explicit CountingSink(std::int64_t last) : last_(last) {}
-    bool wants(std::uint8_t /*type*/) const override { return true; }
-    bool stopped() const override { return ++looks > last_; }
-    void announce(std::int64_t /*total*/) override {}
-    std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override { return ++folders; }
-    bool add(std::span<const mrb::SourceItem> run) override {
-        late = late || looks > last_;
-        items += static_cast<std::int64_t>(run.size());
-        return true;
-    }
-
-    mutable std::int64_t looks = 0;
-    std::int32_t folders = 0;
-    std::int64_t items = 0;
-    bool late = false;
-
-  private:
-    const std::int64_t last_;
-};
 
 int fill(const std::string &path, mrb::ItemSink &sink) {
     mrb::ListRequest request;
@@ -274,14 +253,14 @@ TEST(HostilePlaylist, ReadingChecksForEachEntryAndDoesNothingMoreOnceItIsCancell
         CountingSink whole(INT64_MAX);
         EXPECT_EQ(fill(folder.path(path), whole), MRB_ERR_NONE);
         EXPECT_EQ(whole.items, 2000);
-        EXPECT_GE(whole.looks, whole.items);
+        EXPECT_GE(whole.checks, whole.items);
         std::minstd_rand random(5);
         for (int round = 0; round < 20; ++round) {
-            const std::int64_t last = random() % static_cast<std::uint64_t>(whole.looks);
+            const std::int64_t last = random() % static_cast<std::uint64_t>(whole.checks);
             CountingSink sink(last);
             EXPECT_EQ(fill(folder.path(path), sink), MRB_ERR_CANCELLED);
             EXPECT_FALSE(sink.late);
-            EXPECT_LE(sink.looks, last + 4);
+            EXPECT_LE(sink.checks, last + 4);
         }
     }
 }

@@ -1,22 +1,25 @@
-// Metadata of hostile files, and the cache that keeps metadata.
+// The library that keeps the metadata of files, and its cache on the disk.
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
-#include <random>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "library/media_library.h"
 #include "library/media_paths.h"
 #include "support/client.h"
 #include "support/fields.h"
-#include "support/media.h"
+#include "support/folder.h"
+#include "support/sharing.h"
 
 using mrb::Fact;
 using mrb::MediaItem;
@@ -25,24 +28,8 @@ using support::Folder;
 
 namespace {
 
-std::string contents(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 void write(const std::string &path, const std::string &bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
-// The file's metadata; a test failure when it could not be read.
-mrb::Metadata read(const std::string &path) {
-    mrb::MediaFile file;
-    mrb::Metadata facts;
-    EXPECT_EQ(file.open(path).code, MRB_ERR_NONE) << path;
-    mrb::Outcome outcome{MRB_ERR_IO, {}};
-    mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), facts, outcome);
-    EXPECT_EQ(outcome.code, MRB_ERR_NONE) << path;
-    return facts;
 }
 
 // With the readers that this program is linked with, and the timeouts of a test.
@@ -51,145 +38,6 @@ class MediaLibrary : public mrb::MediaLibrary {
     explicit MediaLibrary(const std::string &folder)
         : mrb::MediaLibrary(folder, mrb::mrb_read_metadata, {support::LIMIT, std::chrono::milliseconds(0)}) {}
 };
-
-// Real media of all kinds, made once.
-class HostileMedia : public testing::Test {
-  protected:
-    static void SetUpTestSuite() {
-        media_ = new Folder;
-        support::makeMedia(*media_);
-    }
-    static void TearDownTestSuite() {
-        delete media_;
-        media_ = nullptr;
-    }
-    static constexpr const char *NAMES[] = {
-        "photo.jpg", "photo.webp", "photo.avif", "photo.heic", "plain.png", "plain.gif",
-        "plain.bmp", "plain.tiff", "song.mp3",   "song.flac",  "song.ogg",  "song.m4a",
-        "song.wav",  "film.mp4",   "film.mkv",   "film.ts",    "silent.avi"};
-
-    static Folder *media_;
-    Folder folder_;
-};
-
-Folder *HostileMedia::media_ = nullptr;
-
-TEST_F(HostileMedia, TruncatedFilesHaveLessMetadata) {
-    for (const std::string name : NAMES) {
-        const std::string whole = contents(media_->path(name));
-        for (const std::size_t size :
-             {std::size_t{0}, std::size_t{1}, std::size_t{11}, std::size_t{40}, std::size_t{200},
-              std::size_t{1000}, whole.size() / 2, whole.size() - 1}) {
-            write(folder_.path(name), whole.substr(0, size));
-            const mrb::Metadata facts = read(folder_.path(name));
-            if (size == 0) {
-                EXPECT_FALSE(facts.has(Fact::MIME_TYPE)) << name;
-            }
-        }
-    }
-}
-
-TEST_F(HostileMedia, DamagedFilesDoNoHarm) {
-    std::mt19937 random(7);
-    for (const std::string name : NAMES) {
-        const std::string whole = contents(media_->path(name));
-        for (int round = 0; round < 60; ++round) {
-            std::string bytes = whole.substr(0, 64 << 10);
-            // Damage in the headers, and anywhere.
-            for (int flip = 0; flip < 12; ++flip) {
-                const std::size_t range =
-                    flip % 2 == 0 ? std::min<std::size_t>(bytes.size(), 512) : bytes.size();
-                bytes[random() % range] = static_cast<char>(flip % 3 == 0 ? 0xff : random());
-            }
-            write(folder_.path(name), bytes);
-            read(folder_.path(name));
-        }
-    }
-}
-
-TEST_F(HostileMedia, AWrongExtensionIsFoundOut) {
-    write(folder_.path("a.mp3"), contents(media_->path("photo.jpg")));
-    write(folder_.path("a.jpg"), contents(media_->path("song.flac")));
-    write(folder_.path("a.mp4"), contents(media_->path("song.ogg")));
-    const mrb::Metadata picture = read(folder_.path("a.mp3"));
-    EXPECT_EQ(picture.text(Fact::MIME_TYPE), "image/jpeg");
-    EXPECT_EQ(picture.number(Fact::WIDTH), 320);
-    const mrb::Metadata music = read(folder_.path("a.jpg"));
-    EXPECT_EQ(music.text(Fact::MIME_TYPE), "audio/flac");
-    EXPECT_EQ(music.text(Fact::ARTIST), "東京トリオ");
-    EXPECT_EQ(read(folder_.path("a.mp4")).text(Fact::ARTIST), "東京トリオ");
-}
-
-TEST_F(HostileMedia, ExifThatPointsOutsideItselfIsLeftOut) {
-    using namespace std::string_literals;
-    // One directory of two entries: a model far outside, and an endless count of rationals.
-    const std::string tiff = "II*\0\x08\0\0\0"s + "\x02\0"s + "\x10\x01\x02\0\xff\xff\0\0\0\0\0\x7f"s +
-                             "\x9a\x82\x05\0\xff\xff\xff\xff\xf0\xff\xff\xff"s + "\xf0\xff\xff\xff"s;
-    const std::string exif = "Exif\0\0"s + tiff;
-    const std::string app1 = "\xff\xe1"s + '\0' + static_cast<char>(exif.size() + 2) + exif;
-    const std::string jpeg = contents(media_->path("plain.jpg"));
-    write(folder_.path("a.jpg"), jpeg.substr(0, 2) + app1 + jpeg.substr(2));
-    const mrb::Metadata facts = read(folder_.path("a.jpg"));
-    EXPECT_FALSE(facts.has(Fact::MODEL));
-    EXPECT_FALSE(facts.has(Fact::EXPOSURE_TIME));
-    EXPECT_EQ(facts.number(Fact::WIDTH), 320);
-}
-
-TEST_F(HostileMedia, ImpossibleExifValuesAreLeftOut) {
-    const std::string name = "a.jpg";
-    write(folder_.path(name), contents(media_->path("plain.jpg")));
-    support::shell(folder_.path(), "exiftool -q -q -overwrite_original -n -EXIF:Orientation=0 "
-                                   "-EXIF:ExposureTime=0/0 -EXIF:FNumber=0/0 -EXIF:ISO=0 "
-                                   "-EXIF:DateTimeOriginal='2024:13:45 99:00:00' -EXIF:GPSLatitude=0/0 "
-                                   "-EXIF:GPSLongitude=0/0 -EXIF:Model='Lens\t\x01 ' a.jpg");
-    const mrb::Metadata facts = read(folder_.path(name));
-    for (const Fact fact : {Fact::ORIENTATION, Fact::EXPOSURE_TIME, Fact::F_NUMBER, Fact::ISO,
-                            Fact::DATE_TAKEN, Fact::LATITUDE}) {
-        EXPECT_FALSE(facts.has(fact)) << static_cast<int>(fact);
-    }
-    EXPECT_EQ(facts.text(Fact::MODEL), "Lens");
-}
-
-TEST_F(HostileMedia, TagsOfMegabytesAreCut) {
-    // A title of 8 MB: 'TIT2', sizes with seven bits a byte.
-    const auto sevens = [](std::size_t size) {
-        std::string bytes;
-        for (const unsigned shift : {21U, 14U, 7U, 0U}) {
-            bytes += static_cast<char>(size >> shift & 0x7fU);
-        }
-        return bytes;
-    };
-    constexpr std::size_t SIZE = 8U << 20;
-    const std::string frame =
-        "TIT2" + sevens(SIZE) + std::string(2, '\0') + '\x03' + std::string(SIZE - 1, 'a');
-    const std::string song = contents(media_->path("song.mp3"));
-    write(folder_.path("a.mp3"), "ID3\x04" + std::string(2, '\0') + sevens(frame.size()) + frame + song);
-    EXPECT_EQ(read(folder_.path("a.mp3")).text(Fact::TITLE), std::string(mrb::Metadata::LONGEST_TEXT, 'a'));
-}
-
-TEST_F(HostileMedia, APlaylistInAFilmsClothesOpensNoOtherFile) {
-    write(folder_.path("a.ts"),
-          "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + media_->path("film.ts") + "\n");
-    write(folder_.path("b.mkv"), "ffconcat version 1.0\nfile '" + media_->path("film.mkv") + "'\n");
-    EXPECT_FALSE(read(folder_.path("a.ts")).has(Fact::WIDTH));
-    EXPECT_FALSE(read(folder_.path("b.mkv")).has(Fact::WIDTH));
-}
-
-TEST(CleanText, IsUtf8OnOneLineOfBoundedLength) {
-    EXPECT_EQ(mrb::cleanText("  a\tb\n "), "a b");
-    EXPECT_EQ(mrb::cleanText(std::string_view("a\0b", 3)), "a");
-    EXPECT_EQ(mrb::cleanText("\xff"), "\uFFFD");
-    EXPECT_EQ(mrb::cleanText(" \n"), "");
-    std::string wide;
-    while (wide.size() < 3 * mrb::Metadata::LONGEST_TEXT) {
-        wide += "山";
-    }
-    const std::string cut = mrb::cleanText(wide);
-    EXPECT_LE(cut.size(), mrb::Metadata::LONGEST_TEXT);
-    EXPECT_GT(cut.size(), mrb::Metadata::LONGEST_TEXT - 12);
-    EXPECT_EQ(cut, wide.substr(0, cut.size()));
-    EXPECT_EQ(cut.size() % 3, 0U);
-}
 
 // One song and a cache, both in folders of their own.
 class Cache : public testing::Test {
@@ -229,6 +77,8 @@ class Cache : public testing::Test {
     Folder media_;
     Folder cache_;
 };
+
+} // namespace
 
 TEST_F(Cache, AFileIsReadOnce) {
     EXPECT_EQ(artist(), "Zoë");
@@ -280,26 +130,26 @@ TEST_F(Cache, ADamagedFileIsSetAsideAndRecreated) {
     EXPECT_EQ(artist(), "Zoë");
     write(file(), "This is no database at all, whatever its name says. " + std::string(9000, 'x'));
     EXPECT_EQ(artist(), "Zoë");
-    EXPECT_TRUE(contents(file() + ".damaged").starts_with("This is no database"));
-    EXPECT_TRUE(contents(file()).starts_with("SQLite format 3"));
+    EXPECT_TRUE(support::bytesOf(file() + ".damaged").starts_with("This is no database"));
+    EXPECT_TRUE(support::bytesOf(file()).starts_with("SQLite format 3"));
 }
 
 TEST_F(Cache, AFileThatIsDamagedInsideIsSetAsideToo) {
     EXPECT_EQ(artist(), "Zoë");
-    std::string bytes = contents(file());
+    std::string bytes = support::bytesOf(file());
     ASSERT_GT(bytes.size(), 8192U);
     std::fill(bytes.begin() + 4096, bytes.end(), '\xa5');
     write(file(), bytes);
     EXPECT_EQ(artist(), "Zoë");
     EXPECT_EQ(artist(), "Zoë");
-    EXPECT_FALSE(contents(file() + ".damaged").empty());
+    EXPECT_FALSE(support::bytesOf(file() + ".damaged").empty());
 }
 
 TEST_F(Cache, TablesOfAnotherShapeAreSetAside) {
     support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
                                       " 'CREATE TABLE facts_2 (a); CREATE VIEW written AS SELECT 1'");
     EXPECT_EQ(artist(), "Zoë");
-    EXPECT_FALSE(contents(file() + ".damaged").empty());
+    EXPECT_FALSE(support::bytesOf(file() + ".damaged").empty());
 }
 
 // An earlier table held "1/1" for an exposure of 0.8 s, and the like.
@@ -444,20 +294,6 @@ TEST_F(Cache, AFileThatWasBeingReadWhenItWasStoppedIsNotKept) {
     EXPECT_FALSE(library.known(song)->isRead);
 }
 
-TEST(MediaPaths, NameAFileByItsStorageAndThePathOnIt) {
-    const Folder folder;
-    folder.folder("real");
-    folder.link(folder.path("real"), "link");
-    const auto key = mrb::MediaPaths(folder.path("real")).keyOf(folder.path("real/a.jpg"), 1, 2);
-    EXPECT_EQ(mrb::MediaPaths(folder.path("link")).keyOf(folder.path("link/a.jpg"), 1, 2), key);
-    EXPECT_EQ(mrb::MediaPaths("/").keyOf(folder.path("real/a.jpg"), 1, 2), key);
-    EXPECT_FALSE(key.volume.empty());
-    EXPECT_TRUE(folder.path("real/a.jpg").ends_with(key.path));
-    const auto other = mrb::MediaPaths("/proc").keyOf("/proc/a.jpg", 1, 2);
-    EXPECT_EQ(other.path, "/a.jpg");
-    EXPECT_NE(other.volume, key.volume);
-}
-
 TEST(CacheFolder, IsTheOneThatTheEnvironmentNames) {
     const auto with = [](const char *own, const char *caches, const char *home) {
         const std::pair<const char *, const char *> variables[] = {
@@ -480,5 +316,3 @@ TEST(CacheFolder, IsTheOneThatTheEnvironmentNames) {
     EXPECT_EQ(with("", "relative", "/home/me"), "/home/me/.cache/mrb");
     EXPECT_EQ(with("", "", ""), "");
 }
-
-} // namespace
