@@ -301,6 +301,7 @@ TEST_F(Services, TheRemovalOfAMissingDeviceIsReportedAtOnce) {
     const auto observer = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, observer);
     observer->wait();
+    EXPECT_EQ(observer->number, 1);
 }
 
 TEST_F(Services, TheRemovalOfAnotherDeviceIsNotReported) {

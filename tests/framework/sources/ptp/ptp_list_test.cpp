@@ -9,7 +9,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <future>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "support/cameras.h"
 #include "support/client.h"
@@ -361,6 +364,7 @@ TEST_F(PtpList, ThatIsReopenedIsNotifiedAgain) {
     client.waitFor([](const std::vector<support::Event> &events) {
         return std::ranges::count_if(events, isRemoval) == 2;
     });
+    EXPECT_EQ(removals(client), 2U);
     camera.plug();
 }
 
@@ -379,15 +383,25 @@ TEST_F(PtpList, MayBeClosedWhenItIsNotifiedThatItsCameraLeft) {
     camera.plug();
 }
 
-// What is told after the end would be told to a client that is gone.
 TEST_F(PtpList, MayBeClosedWhileItsCameraLeaves) {
+    std::vector<std::unique_ptr<Client>> closed; // they would receive late events
+    std::vector<std::size_t> counts;
     for (int round = 0; round < 20; ++round) {
-        {
-            Client client;
-            client.list(camera.listOptions());
-            camera.unplug();
-        }
+        Client &client = *closed.emplace_back(std::make_unique<Client>());
+        client.list(camera.listOptions());
+        camera.unplug();
+        EXPECT_EQ(mrb_disconnect_v2(std::exchange(client.handle, 0)), MRB_ERR_NONE);
+        counts.push_back(client.events().size());
         camera.plug();
+    }
+    // A later event passes the same thread.
+    Client witness;
+    witness.list(camera.listOptions());
+    camera.unplug();
+    waitForRemoval(witness);
+    camera.plug();
+    for (std::size_t index = 0; index < closed.size(); ++index) {
+        EXPECT_EQ(closed[index]->events().size(), counts[index]) << index;
     }
 }
 
