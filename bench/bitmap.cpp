@@ -12,31 +12,19 @@
 #include <vector>
 
 #include "MRBThumbnailAdapter.h"
+#include "timing.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::median;
+using bench::milliseconds;
+using bench::require;
 using Bytes = std::vector<unsigned char>;
 
 constexpr int TURNS = 101;
 constexpr std::size_t HEADER_BYTES = 54;
 constexpr mode_t MODE = 0644;
-
-double milliseconds(Clock::time_point since) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
-}
-
-void require(bool fact, const char *what) {
-    if (!fact) {
-        std::fprintf(stderr, "%s\n", what);
-        std::_Exit(1);
-    }
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
 
 double bitmapTime(const Bytes &pixels, int width, int height, const std::string &path) {
     const auto began = Clock::now();

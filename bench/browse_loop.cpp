@@ -1,8 +1,8 @@
-// Browses a container of a media server as little as can be with GUPnP: page after page,
+// Browses a container of a media server with the least that GUPnP needs: page after page,
 // each parsed. For dlna.mjs, in a network whose one server is on the loopback interface.
 //
-//   browse_loop CONTAINER   waits for a server; then reads a line for each round and answers
-//                           with how long it took in milliseconds, and how many objects came
+//   browse_loop CONTAINER   waits for a server; then reads a line for each round and prints
+//                           its time in milliseconds and the number of objects
 
 #include <libgupnp-av/gupnp-av.h>
 #include <libgupnp/gupnp.h>
@@ -30,7 +30,7 @@ void count(GUPnPDIDLLiteParser * /*parser*/, GUPnPDIDLLiteObject * /*object*/, u
     ++*objects;
 }
 
-// One page; false: the server did not answer.
+// Reads one page; false: no response.
 bool browse(GUPnPServiceProxy *service, const char *container, unsigned start, unsigned &objects,
             unsigned &total) {
     GUPnPServiceProxyAction *action = gupnp_service_proxy_action_new(

@@ -1,7 +1,7 @@
 // A camera of 1,000 pictures against gphoto2's own command, on the folder that libgphoto2
-// shows as a camera: listing them, and their small pictures. Every turn starts both
-// programs anew. Ours writes its thumbnails as bitmap files, decoded and upright; gphoto2
-// writes the small JPEGs as they are.
+// shows as a camera: listing them, and their thumbnails. Every turn starts both
+// programs again. Ours writes its thumbnails as bitmap files, decoded and upright; gphoto2
+// writes the embedded JPEGs as they are.
 //
 //     node bench/cameras.mjs [--small]
 import { spawnSync } from 'node:child_process';
@@ -41,12 +41,12 @@ function makeCard() {
 
 const PRELUDE = `
 const bridge = new MRBBridge();
-const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request))).return_data;
+const invoke = (method, request) => JSON.parse(bridge[method](JSON.stringify(request))).return_data;
 bridge.mrb_request_list_v2((text) => {
   const { param_event, param_agent } = JSON.parse(text);
   if (![0, 1].includes(param_event)) return;
-  const param_count = ask('mrb_get_item_count_v2', { param_agent });
-  const items = JSON.parse(ask('mrb_get_item_list_v2', { param_agent, param_index: 0, param_count }))
+  const param_count = invoke('mrb_get_item_count_v2', { param_agent });
+  const items = JSON.parse(invoke('mrb_get_item_list_v2', { param_agent, param_index: 0, param_count }))
     .param_item_list.map((item) => (typeof item === 'string' ? JSON.parse(item) : item))
     .filter(({ type }) => type === 2);
   if (items.length !== ${PICTURES}) throw new Error('pictures: ' + items.length);

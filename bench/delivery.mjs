@@ -17,14 +17,14 @@ const floor = require(`${build}/bench/floor.node`);
 
 let left = 0;
 let done;
-const hear = () => {
+const receive = () => {
   left -= 1;
   if (left === 0) {
     done(performance.now());
   }
 };
 const bridge = new MRBBridge();
-const register = () => bridge.mrb_request_list_v2(hear, '{"param_source_name":"SOURCE_MSC"}');
+const register = () => bridge.mrb_request_list_v2(receive, '{"param_source_name":"SOURCE_MSC"}');
 register();
 recorder.setRecording(false);
 recorder.setLogRecording(false);
@@ -48,7 +48,7 @@ const run = (start, join, held) => async () => {
 
 const bulk = { threads: THREADS, perThread: PER_THREAD, agent: 1, event: 0 };
 const subject = (held) => run(() => recorder.startBulk(bulk), recorder.joinBulk, held);
-const least = (held) => run(() => floor.startBulk(THREADS, PER_THREAD, hear), floor.joinBulk, held);
+const least = (held) => run(() => floor.startBulk(THREADS, PER_THREAD, receive), floor.joinBulk, held);
 
 const perResult = ({ subject: time, floor: floorTime, ...rest }) =>
   ({ subject: time * 1e3 / RESULTS, floor: floorTime * 1e3 / RESULTS, ...rest });

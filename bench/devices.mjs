@@ -13,9 +13,9 @@ const SERVERS = 5;
 const QUIET_SECONDS = 10;
 const bridge = new MRBBridge();
 
-let hear = () => {};
-const next = () => new Promise((resolve) => { hear = resolve; });
-const arrivesNow = () => hear(process.hrtime.bigint());
+let onEvent = () => {};
+const next = () => new Promise((resolve) => { onEvent = resolve; });
+const arrivesNow = () => onEvent(process.hrtime.bigint());
 
 const milliseconds = (nanoseconds) => Number(nanoseconds) / 1e6;
 const part = (values, share) => [...values].sort((a, b) => a - b)[Math.min(values.length - 1, Math.floor(values.length * share))];
@@ -31,10 +31,10 @@ async function mounts() {
   bridge.mrb_set_usb_callback(arrivesNow);
   const times = [];
   for (let step = 0; step < STEPS; step += 1) {
-    const told = next();
+    const event = next();
     clock.stdin.write('\n');
     const began = BigInt((await answers.next()).value);
-    times.push(milliseconds(await told - began));
+    times.push(milliseconds(await event - began));
   }
   clock.stdin.end();
   report('mount or unmount to the script', times);
@@ -51,14 +51,14 @@ async function servers() {
                                 'port=8200', 'inotify=no', ''].join('\n'));
   const [starts, stops] = [[], []];
   for (let round = 0; round < SERVERS; round += 1) {
-    let told = next();
+    let event = next();
     let began = process.hrtime.bigint();
     const server = spawn('minidlnad', ['-S', '-f', configuration, '-P', path.join(home, 'pid')], { stdio: 'ignore' });
-    starts.push(milliseconds(await told - began));
-    told = next();
+    starts.push(milliseconds(await event - began));
+    event = next();
     began = process.hrtime.bigint();
     server.kill();
-    stops.push(milliseconds(await told - began));
+    stops.push(milliseconds(await event - began));
     await new Promise((resolve) => { server.exitCode === null && server.signalCode === null ? server.on('exit', resolve) : resolve(); });
   }
   report("a server's start to its arrival", starts);

@@ -15,7 +15,7 @@ const PAGE = 20;
 const FOLDERS = '64'; // where this server shows its folders as they are
 const LARGE = 200 * 2 ** 20;
 const bridge = new MRBBridge();
-const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const invoke = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
 const ENDS = [0, 1, 13];
 
 const opened = (request) => new Promise((resolve, reject) => {
@@ -25,7 +25,7 @@ const opened = (request) => new Promise((resolve, reject) => {
   }, JSON.stringify({ param_source_name: 'SOURCE_DLNA', ...request })));
   if (answer.return_ecode !== 0) reject(new Error(`${JSON.stringify(request)}: ${answer.return_ecode}`));
 });
-const close = (agent) => ask('mrb_disconnect_v2', { param_agent: agent });
+const close = (agent) => invoke('mrb_disconnect_v2', { param_agent: agent });
 
 async function openingTime(request, expected) {
   const began = performance.now();
@@ -36,22 +36,22 @@ async function openingTime(request, expected) {
   return took;
 }
 
-/** From the request to when a page of items has been read, by a script that looks again and again. */
+/** From the request to when a page of items has been read, by a script that polls. */
 function firstPageTime(request) {
   const began = performance.now();
   const { return_data: agent } = JSON.parse(bridge.mrb_request_list_v2(() => {}, JSON.stringify({
     param_source_name: 'SOURCE_DLNA', ...request })));
   return new Promise((resolve) => {
-    const look = () => {
-      if (ask('mrb_get_item_count_v2', { param_agent: agent }).return_data < PAGE) {
-        setTimeout(look, 1);
+    const poll = () => {
+      if (invoke('mrb_get_item_count_v2', { param_agent: agent }).return_data < PAGE) {
+        setTimeout(poll, 1);
         return;
       }
-      ask('mrb_get_item_list_v2', { param_agent: agent, param_index: 0, param_count: PAGE });
+      invoke('mrb_get_item_list_v2', { param_agent: agent, param_index: 0, param_count: PAGE });
       resolve(performance.now() - began);
       close(agent);
     };
-    look();
+    poll();
   });
 }
 
@@ -94,13 +94,13 @@ try {
     server = spawn('minidlnad', ['-S', '-f', configuration, '-P', path.join(home, 'pid')], { stdio: 'ignore' });
   });
   const everything = { param_scan_path: id, param_content_type: 'IMAGE' };
-  for (let count = 0; count !== ITEMS + 1;) { // it looks through its folders first
+  for (let count = 0; count !== ITEMS + 1;) { // it scans its folders first
     const { agent, item_count } = await opened(everything);
     count = item_count;
     close(agent);
   }
   const folders = await opened({ param_scan_path: id, param_folder_id: FOLDERS, param_content_type: 'FOLDER' });
-  const { param_item_list: list } = JSON.parse(ask('mrb_get_item_list_v2',
+  const { param_item_list: list } = JSON.parse(invoke('mrb_get_item_list_v2',
     { param_agent: folders.agent, param_index: 0, param_count: 10 }).return_data);
   const folder = list.map((item) => JSON.parse(item)).find(({ name }) => name === 'media').media_id;
   close(folders.agent);
@@ -123,7 +123,7 @@ try {
   console.log(`  the first page: ${median(pages).toPrecision(3)} ms`);
 
   const found = await opened({ ...everything, param_key_word: 'large' });
-  ask('mrb_select_all_v2', { param_agent: found.agent, param_selected_item_type_arr: [2] });
+  invoke('mrb_select_all_v2', { param_agent: found.agent, param_selected_item_type_arr: [2] });
   const copies = [];
   while (copies.length < 3) {
     const to = mkdtempSync(path.join('/dev/shm', 'dlna-'));

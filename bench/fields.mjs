@@ -1,7 +1,7 @@
 // The fields of real media against the tools that are used to read them: exiftool, one
 // process for all pictures and music, and ffprobe, one process for each file of music
-// and video. Each program is started anew and its whole time counts; the bridge's once
-// with an empty cache and once with what an earlier program left there.
+// and video. Each program is started again each time and its whole time counts; the bridge's once
+// with an empty cache and once with what an earlier program stored.
 //
 //     node bench/fields.mjs
 import assert from 'node:assert/strict';
@@ -27,17 +27,17 @@ const READ = '--read';
 /** In quill: reads the fields of all files below a folder; how many, and in how many milliseconds. */
 function read(where) {
   const bridge = new MRBBridge();
-  const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+  const invoke = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
   bridge.mrb_request_list_v2((text) => {
     const { param_event, param_agent } = JSON.parse(text);
     if (param_event !== 0) return;
     const began = performance.now();
     let fields = 0;
-    const { return_data: count } = ask('mrb_get_item_count_v2', { param_agent });
+    const { return_data: count } = invoke('mrb_get_item_count_v2', { param_agent });
     for (let param_index = 0; param_index < count; param_index += 1) {
-      const { return_data: type } = ask('mrb_get_item_value_v2', { param_agent, param_index, param_field: 'MEDIA_TYPE' });
+      const { return_data: type } = invoke('mrb_get_item_value_v2', { param_agent, param_index, param_field: 'MEDIA_TYPE' });
       for (const param_field of Object.values(KINDS).find((kind) => kind.type === type)?.fields ?? []) {
-        fields += ask('mrb_get_item_value_v2', { param_agent, param_index, param_field }).return_ecode === 0 ? 1 : 0;
+        fields += invoke('mrb_get_item_value_v2', { param_agent, param_index, param_field }).return_ecode === 0 ? 1 : 0;
       }
     }
     console.log(JSON.stringify({ fields, took: performance.now() - began }));
@@ -51,7 +51,7 @@ function must(command, args, options = {}) {
   return stdout;
 }
 const ffmpeg = (...args) => must('ffmpeg', ['-nostdin', '-loglevel', 'error', '-y', ...args]);
-const TAGS = ['title=A piece', 'artist=Somebody', 'album=An album', 'genre=Jazz', 'date=2015', 'track=3/12']
+const TAGS = ['title=A piece', 'artist=An artist', 'album=An album', 'genre=Jazz', 'date=2015', 'track=3/12']
   .flatMap((tag) => ['-metadata', tag]);
 
 /** One of each, and as many copies of it as are wanted. */

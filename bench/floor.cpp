@@ -1,12 +1,12 @@
 // The floors of the benchmarks, as a Node.js addon:
 //
-//   answerCode(text)    parses a request, reads an int, answers one key
+//   answerCode(text)    parses a request, reads an int, returns an object of one key
 //   answerData(text)    the same with three keys
-//   answerList(text)    reads index, count and list, asks the framework for those
-//                       items, answers their texts as a document inside the answer,
-//                       written by hand: the same framework calls and the same text
+//   answerList(text)    reads index, count and list, fetches those items from the
+//                       framework, and returns their texts as a document inside the
+//                       answer, without a JSON library: the same framework calls and text
 //   selectAll(text)     selects all items of the types in the request, one by one, and
-//                       answers the sum of their sizes: the same framework calls
+//                       returns the sum of their sizes: the same framework calls
 //   startBulk(threads, perThread, function)
 //                       each thread queues texts for a script function on the main
 //                       loop, with clutter_threads_add_idle_full and no more
@@ -26,7 +26,7 @@
 
 #include "mrb/agent.h"
 
-// The same classes as the bridge uses: only they compare.
+// The same classes as the bridge uses, so that only its own work is compared.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace {
@@ -39,23 +39,28 @@ v8::Local<v8::String> toScript(v8::Isolate *isolate, const std::string &text) {
         .ToLocalChecked();
 }
 
+/// Parses the text of the first argument; false: it is not JSON.
+bool readRequest(const Info &info, Json::Value &request) {
+    const v8::String::Utf8Value text(info.GetIsolate(), info[0]);
+    Json::Reader reader;
+    return reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true);
+}
+
 template <bool WithData>
 void answer(const Info &info) {
     v8::Isolate *isolate = info.GetIsolate();
-    const v8::String::Utf8Value text(isolate, info[0]);
     Json::Value request;
-    Json::Reader reader;
-    if (!reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true)) {
+    if (!readRequest(info, request)) {
         return;
     }
     const int agent = request["param_agent"].asInt();
-    Json::Value answered;
-    answered["return_ecode"] = 0;
+    Json::Value response;
+    response["return_ecode"] = 0;
     if (WithData) {
-        answered["return_type"] = 1;
-        answered["return_data"] = agent;
+        response["return_type"] = 1;
+        response["return_data"] = agent;
     }
-    info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(answered)));
+    info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(response)));
 }
 
 /// Appends a text as a JSON string. Enough for texts of ASCII.
@@ -76,10 +81,8 @@ void appendQuoted(std::string &to, const char *text, size_t length) {
 
 void answerList(const Info &info) {
     v8::Isolate *isolate = info.GetIsolate();
-    const v8::String::Utf8Value text(isolate, info[0]);
     Json::Value request;
-    Json::Reader reader;
-    if (!reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true)) {
+    if (!readRequest(info, request)) {
         return;
     }
     const int index = request["param_index"].asInt();
@@ -111,10 +114,8 @@ void answerList(const Info &info) {
 
 void selectAll(const Info &info) {
     v8::Isolate *isolate = info.GetIsolate();
-    const v8::String::Utf8Value text(isolate, info[0]);
     Json::Value request;
-    Json::Reader reader;
-    if (!reader.parse(std::string(*text, static_cast<size_t>(text.length())), request, true)) {
+    if (!readRequest(info, request)) {
         return;
     }
     const int agent = request["param_agent"].asInt();
@@ -143,11 +144,11 @@ void selectAll(const Info &info) {
         }
         total += static_cast<unsigned long long>(size);
     }
-    Json::Value answered;
-    answered["return_ecode"] = 0;
-    answered["return_type"] = 1;
-    answered["return_data"] = Json::UInt64{total};
-    info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(answered)));
+    Json::Value response;
+    response["return_ecode"] = 0;
+    response["return_type"] = 1;
+    response["return_data"] = Json::UInt64{total};
+    info.GetReturnValue().Set(toScript(isolate, Json::FastWriter().write(response)));
 }
 
 /// A text on its way to the script function.
@@ -157,7 +158,7 @@ struct Record {
     std::string text;
 };
 
-v8::Global<v8::Function> *listener = nullptr; // leaked: V8 is gone before it would be destroyed
+v8::Global<v8::Function> *listener = nullptr; // leaked: V8 ends before it would be destroyed
 std::vector<std::thread> *threads = new std::vector<std::thread>;
 
 gboolean deliver(void *data) {

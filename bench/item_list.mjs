@@ -1,6 +1,6 @@
 // 200 item descriptions in one answer, against a hand-written V8 callback that makes
 // the same framework calls and writes the same text without a JSON library. Run in
-// quill on the recording framework; nobody listens to the log.
+// quill on the recording framework; the log is off.
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
 

@@ -1,6 +1,6 @@
-// Opening the lists of real folders against what `find` takes to ask for the same
-// files, and what that costs the program meanwhile. Run in quill on the framework
-// for Linux; nobody listens to the log.
+// Opening the lists of real folders against what `find` takes for the same files,
+// and what that costs the program in the meantime. Run in quill on the framework
+// for Linux; the log is off.
 import { spawnSync } from 'node:child_process';
 import { closeSync, mkdirSync, mkdtempSync, openSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
@@ -15,9 +15,9 @@ const READY = 0;
 const GROWN = 25;
 const MEMORY = '--memory-of';
 const bridge = new MRBBridge();
-const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
-const count = (agent) => ask('mrb_get_item_count_v2', { param_agent: agent }).return_data;
-const close = (agent) => ask('mrb_disconnect_v2', { param_agent: agent });
+const invoke = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const count = (agent) => invoke('mrb_get_item_count_v2', { param_agent: agent }).return_data;
+const close = (agent) => invoke('mrb_disconnect_v2', { param_agent: agent });
 
 /** Makes `folders` folders, one in another in groups of ten, and `files` pictures in them. */
 function make(root, files, folders) {
@@ -27,9 +27,9 @@ function make(root, files, folders) {
     mkdirSync(places.at(-1), { recursive: true });
   }
   for (let number = 0; number < files; number += 1) {
-    // Names such as cameras give, in an order that is not the sorted one.
+    // Names as cameras write them, in an order that is not the sorted one.
     const name = `DSC_${String((number * 7919) % files).padStart(6, '0')}.jpg`;
-    // As a picture begins: other programs look into files for their type.
+    // The first bytes of a picture: other programs read the type from them.
     writeFileSync(path.join(places[number % places.length], name), Buffer.from([0xff, 0xd8, 0xff, 0xe0]));
   }
 }
@@ -44,17 +44,17 @@ function makeMusic(root, files) {
   }
 }
 
-/** Opens a list and calls `hear` with its events. */
-function open(where, hear, wishes = {}) {
-  const answer = JSON.parse(bridge.mrb_request_list_v2((text) => hear(JSON.parse(text)),
-    JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where, ...wishes })));
+/** Opens a list and calls `onEvent` with its events. */
+function open(where, onEvent, options = {}) {
+  const answer = JSON.parse(bridge.mrb_request_list_v2((text) => onEvent(JSON.parse(text)),
+    JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where, ...options })));
   if (answer.return_ecode !== 0) throw new Error(`${where}: ${answer.return_ecode}`);
   return answer.return_data;
 }
 
-/** Opens a list with wishes; resolves to its handle when it is ready. */
-const wished = (where, wishes) => new Promise((resolve) => {
-  const agent = open(where, ({ param_event }) => { if (param_event === READY) resolve(agent); }, wishes);
+/** Opens a list with options; resolves to its handle when it is ready. */
+const openReady = (where, options) => new Promise((resolve) => {
+  const agent = open(where, ({ param_event }) => { if (param_event === READY) resolve(agent); }, options);
 });
 
 /** Opens a list; resolves to its handle once an event with one of the numbers came. */
@@ -64,9 +64,9 @@ const opened = (where, ...numbers) => new Promise((resolve) => {
   });
 });
 
-async function openingTime(where, wishes) {
+async function openingTime(where, options) {
   const began = performance.now();
-  const agent = await wished(where, wishes);
+  const agent = await openReady(where, options);
   const took = performance.now() - began;
   close(agent);
   return took;
@@ -82,7 +82,7 @@ function findTime(where) {
   return took;
 }
 
-/** Grilo's file-system source, which finds the same files and tells the same of them. */
+/** Grilo's file-system source, which finds the same files and the same metadata. */
 function grilo(...args) {
   const { status, stdout } = spawnSync('gjs', [path.join(path.dirname(fileURLToPath(import.meta.url)), 'grilo_list.js'),
     ...args], { encoding: 'utf8' });
@@ -96,26 +96,26 @@ function griloTime(where, files) {
   return took;
 }
 
-/** How long until twenty items can be read, asked every millisecond. */
+/** How long until twenty items can be read, polled every millisecond. */
 async function firstPageTime(where) {
   const began = performance.now();
   const agent = open(where, () => {});
   while (count(agent) < 20) await new Promise((resolve) => setTimeout(resolve, 1));
-  ask('mrb_get_item_v2', { param_agent: agent, param_index: 19 });
+  invoke('mrb_get_item_v2', { param_agent: agent, param_index: 19 });
   const took = performance.now() - began;
   close(agent);
   return took;
 }
 
-/** What pages of twenty items at random places take, each item asked for and parsed. */
+/** What pages of twenty items at random places take, each item read and parsed. */
 async function pageTimes(where, turns) {
-  const agent = await wished(where, { param_sort_category: 'NAME' });
+  const agent = await openReady(where, { param_sort_category: 'NAME' });
   const pages = Math.floor(count(agent) / 20);
   const took = await times(turns, () => {
     const first = Math.floor(Math.random() * pages) * 20;
     const began = performance.now();
     for (let index = first; index < first + 20; index += 1) {
-      JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+      JSON.parse(invoke('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
     }
     return performance.now() - began;
   });
@@ -144,14 +144,14 @@ async function latency(where, whole, work) {
   return performance.now() - began;
 }
 
-/** From the cancel to the event that it is over. */
+/** From the cancel to the event that ends the list. */
 async function cancelTime(where, whole) {
   let over;
   const isOver = new Promise((resolve) => { over = resolve; });
   const agent = open(where, ({ param_event }) => { if (param_event !== GROWN) over(); });
   await new Promise((resolve) => setTimeout(resolve, Math.random() * whole));
   const began = performance.now();
-  ask('mrb_cancel_request_list_v2', { param_agent: agent });
+  invoke('mrb_cancel_request_list_v2', { param_agent: agent });
   await isOver;
   const took = performance.now() - began;
   close(agent);
@@ -168,25 +168,25 @@ async function longestCall(where) {
     if (took > longest[0]) longest = [took, name];
     return answer;
   };
-  for (const wishes of [{}, ...['NAME', 'NAME DESC', 'DATE', 'SIZE', 'TYPE', 'FOLDER DESC'].map((category) => (
+  for (const options of [{}, ...['NAME', 'NAME DESC', 'DATE', 'SIZE', 'TYPE', 'FOLDER DESC'].map((category) => (
     { param_sort_category: category })), { param_key_word: '99' }, { param_media_extension: 'jpg' }]) {
-    const agent = await wished(where, wishes);
-    const what = JSON.stringify(wishes);
+    const agent = await openReady(where, options);
+    const what = JSON.stringify(options);
     timed(`count ${what}`, () => count(agent));
-    const last = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: count(agent) - 1 }).return_data);
+    const last = JSON.parse(invoke('mrb_get_item_v2', { param_agent: agent, param_index: count(agent) - 1 }).return_data);
     for (const group of [0, 16, 32, 48, 64, 80, 96, 112]) {
       for (const order of [0, 1]) {
-        timed(`page style ${group}, order ${order}, ${what}`, () => ask('mrb_set_page_style_v2', { param_agent: agent,
+        timed(`page style ${group}, order ${order}, ${what}`, () => invoke('mrb_set_page_style_v2', { param_agent: agent,
           param_page_style: 1 + group, param_page_order: order, param_group_index: -1, param_row: 4,
           param_column: 5, param_need_padding: true }));
         timed(`count of style ${group}, ${what}`, () => count(agent));
-        timed(`item of style ${group}, ${what}`, () => ask('mrb_get_item_v2', { param_agent: agent, param_index: 99 }));
-        timed(`page index of style ${group}, ${what}`, () => ask('mrb_get_page_index_v2', { param_agent: agent,
+        timed(`item of style ${group}, ${what}`, () => invoke('mrb_get_item_v2', { param_agent: agent, param_index: 99 }));
+        timed(`page index of style ${group}, ${what}`, () => invoke('mrb_get_page_index_v2', { param_agent: agent,
           param_media_id: last.media_id }));
       }
     }
     for (const navigation of [1, 0]) {
-      timed(`navigation ${navigation}, ${what}`, () => ask('mrb_set_navigation_v2', { param_agent: agent,
+      timed(`navigation ${navigation}, ${what}`, () => invoke('mrb_set_navigation_v2', { param_agent: agent,
         param_navigation: navigation }));
       timed(`count in navigation ${navigation}, ${what}`, () => count(agent));
     }
@@ -217,22 +217,22 @@ async function whileFilesAreRead(where) {
   const began = performance.now();
   const timed = (method, request) => {
     const started = performance.now();
-    ask(method, { param_agent: agent, ...request });
+    invoke(method, { param_agent: agent, ...request });
     longest = Math.max(longest, performance.now() - started);
   };
-  const look = () => timed('mrb_get_item_v2', { param_index: 99 });
+  const poll = () => timed('mrb_get_item_v2', { param_index: 99 });
   const group = (order) => timed('mrb_set_page_style_v2', { param_page_style: 81, param_page_order: order,
     param_group_index: -1, param_row: 4, param_column: 5, param_need_padding: true });
   group(0);
-  const timer = setInterval(look, 1);
+  const timer = setInterval(poll, 1);
   await isRead;
   clearInterval(timer);
   const took = performance.now() - began;
   for (const order of [0, 1, 0, 1]) {
-    look();
+    poll();
     group(order);
   }
-  look();
+  poll();
   delay.disable();
   close(agent);
   return { took, longest, stall: Math.max(delay.max / 1e6 - 1, 0) };
@@ -248,7 +248,7 @@ function bytesPerItem(where) {
 
 async function printBytesPerItem(where) {
   const resident = () => Number(readFileSync('/proc/self/smaps_rollup', 'utf8').match(/^Pss_Anon:\s+(\d+)/m)[1]) * 1024;
-  // What the first opening needs once is no item's.
+  // Memory that is allocated once for the first list does not count.
   await opened('/proc/self/fd');
   const before = resident();
   let items = 0;

@@ -1,7 +1,7 @@
-// Mounts and unmounts an empty file system again and again and prints when, for
+// Mounts and unmounts an empty file system repeatedly and prints when, for
 // devices.mjs. Needs a mount namespace in which that is allowed.
 //
-//   mount_clock FOLDER     reads a line for each step and answers with the time before
+//   mount_clock FOLDER     reads a line for each step and prints the time before
 //                          it in nanoseconds of the monotonic clock: mount, unmount, mount ...
 
 #include <sys/mount.h>

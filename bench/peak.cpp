@@ -1,4 +1,4 @@
-// Runs a command and writes the most memory in KiB that it, or any one process that it
+// Runs a command and writes the peak memory in KiB that it, or any one process that it
 // waited for, had at a time, and the processors' time in milliseconds of all of them:
 //
 //     peak FILE COMMAND [ARGUMENT...]

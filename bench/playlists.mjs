@@ -1,6 +1,6 @@
 // Opening playlists of a thousand entries against what it takes to list a folder of the
 // same files, and how soon a cancel takes effect. Run in quill on the framework for Linux;
-// nobody listens to the log.
+// the log is off.
 import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
@@ -11,40 +11,40 @@ const ENTRIES = 1_000;
 const MANY = 100_000;
 const CANCELLED = 13;
 const bridge = new MRBBridge();
-const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const invoke = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
 
-const opened = (request, hear = () => {}) => new Promise((resolve, reject) => {
+const opened = (request, onStarted = () => {}) => new Promise((resolve, reject) => {
   const answer = JSON.parse(bridge.mrb_request_list_v2((text) => {
     const { param_event, param_agent } = JSON.parse(text);
     if ([0, 1, 13].includes(param_event)) resolve({ agent: param_agent, event: param_event });
   }, JSON.stringify(request)));
   if (answer.return_ecode !== 0) reject(new Error(`${JSON.stringify(request)}: ${answer.return_ecode}`));
-  hear(answer.return_data);
+  onStarted(answer.return_data);
 });
 
 async function openingTime(request, expected) {
   const began = performance.now();
   const { agent } = await opened(request);
   const took = performance.now() - began;
-  const { return_data: count } = ask('mrb_get_item_count_v2', { param_agent: agent });
+  const { return_data: count } = invoke('mrb_get_item_count_v2', { param_agent: agent });
   if (count !== expected) throw new Error(`${JSON.stringify(request)}: ${count} items`);
-  ask('mrb_disconnect_v2', { param_agent: agent });
+  invoke('mrb_disconnect_v2', { param_agent: agent });
   return took;
 }
 
-/** From the cancel at a random moment to the event that it is over; undefined when it came too late. */
+/** From the cancel at a random moment to the event that ends the list; undefined when the list was ready before. */
 async function cancelTime(request, whole) {
   let began;
   let timer;
   const { agent, event } = await opened(request, (agent) => {
     timer = setTimeout(() => {
       began = performance.now();
-      ask('mrb_cancel_request_list_v2', { param_agent: agent });
+      invoke('mrb_cancel_request_list_v2', { param_agent: agent });
     }, Math.random() * whole);
   });
   const took = performance.now() - began;
   clearTimeout(timer);
-  ask('mrb_disconnect_v2', { param_agent: agent });
+  invoke('mrb_disconnect_v2', { param_agent: agent });
   return event === CANCELLED ? took : undefined;
 }
 

@@ -1,6 +1,6 @@
 // A short command from script to framework and back, against a hand-written V8
 // callback that parses the same request and writes the same answer. Run in quill
-// on the recording framework; nobody listens to the log.
+// on the recording framework; the log is off.
 import { createRequire } from 'node:module';
 
 import { compare, report, time } from './measure.mjs';

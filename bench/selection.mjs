@@ -1,7 +1,7 @@
 // Selecting in a list of 100,000 files by script calls: the walk of
 // mrb_select_all_v2 against the same framework calls in a hand-written V8 callback,
 // and for how long the other calls hold the main loop up. Run in quill on the
-// framework for Linux; nobody listens to the log.
+// framework for Linux; the log is off.
 import assert from 'node:assert/strict';
 import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
@@ -15,7 +15,7 @@ const TURNS = 9;
 const [GROUPS_BY_TYPE, GROUP_ALL] = [16, -1];
 const floor = createRequire(import.meta.url)(`${process.env.QUILL_BUILD}/bench/floor.node`);
 const bridge = new MRBBridge();
-const ask = (method, request) => {
+const invoke = (method, request) => {
   const { return_ecode, return_data } = JSON.parse(bridge[method](JSON.stringify(request)));
   assert.equal(return_ecode, 0, method);
   return return_data;
@@ -47,7 +47,7 @@ try {
     writeFileSync(path.join(where, `DSC_${file}.${file % 10 === 0 ? 'mp4' : 'jpg'}`), 'x');
   }
   const param_agent = await opened(home);
-  const count = ask('mrb_get_item_count_v2', { param_agent });
+  const count = invoke('mrb_get_item_count_v2', { param_agent });
 
   for (const [what, types] of [['all types', [1, 2, 3]], ['one in ten', [3]]]) {
     const request = JSON.stringify({ param_agent, param_selected_item_type_arr: types });
@@ -58,20 +58,20 @@ try {
   }
 
   console.log('one call on a list of 100,000 items');
-  const selectAll = () => ask('mrb_select_all_v2', { param_agent, param_selected_item_type_arr: [1, 2, 3] });
-  const deselectAll = () => ask('mrb_deselect_all_v2', { param_agent });
+  const selectAll = () => invoke('mrb_select_all_v2', { param_agent, param_selected_item_type_arr: [1, 2, 3] });
+  const deselectAll = () => invoke('mrb_deselect_all_v2', { param_agent });
   deselectAll();
-  measure('mrb_toggle_select_v2 of 1,000 items', () => ask('mrb_toggle_select_v2', { param_agent,
+  measure('mrb_toggle_select_v2 of 1,000 items', () => invoke('mrb_toggle_select_v2', { param_agent,
     param_item_list: Array.from({ length: 1000 }, (_, index) => index * 100) }), deselectAll);
   selectAll();
   measure('mrb_deselect_all_v2, all selected', deselectAll, selectAll);
-  measure('mrb_get_selection_count_v2', () => ask('mrb_get_selection_count_v2', { param_agent }));
-  measure('mrb_get_selected_state_v2', () => ask('mrb_get_selected_state_v2', { param_agent, param_index: count - 1 }));
-  ask('mrb_set_page_style_v2', { param_agent, param_page_style: 1 + GROUPS_BY_TYPE, param_page_order: 0,
+  measure('mrb_get_selection_count_v2', () => invoke('mrb_get_selection_count_v2', { param_agent }));
+  measure('mrb_get_selected_state_v2', () => invoke('mrb_get_selected_state_v2', { param_agent, param_index: count - 1 }));
+  invoke('mrb_set_page_style_v2', { param_agent, param_page_style: 1 + GROUPS_BY_TYPE, param_page_order: 0,
     param_group_index: GROUP_ALL, param_row: 4, param_column: 5, param_need_padding: false });
-  measure('the state of a heading over 90,000', () => ask('mrb_get_selected_state_v2', { param_agent,
+  measure('the state of a heading over 90,000', () => invoke('mrb_get_selected_state_v2', { param_agent,
     param_index: 101 }));
-  const group = (method) => () => ask(method, { param_agent, param_index: 1 });
+  const group = (method) => () => invoke(method, { param_agent, param_index: 1 });
   const [select, deselect] = [group('mrb_select_group_v2'), group('mrb_deselect_group_v2')];
   deselectAll();
   measure('mrb_select_group_v2 of 90,000', select, deselect);

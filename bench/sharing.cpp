@@ -19,29 +19,17 @@
 #include <vector>
 
 #include "mrb/share.h"
+#include "timing.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::median;
+using bench::milliseconds;
+using bench::require;
 
 constexpr int TURNS = 9;
-
-double milliseconds(Clock::time_point since) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
-}
-
-void require(bool fact, const char *what) {
-    if (!fact) {
-        std::fprintf(stderr, "%s\n", what);
-        std::_Exit(1);
-    }
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
 
 void writeNoise(const fs::path &file, std::size_t size) {
     static auto &random = *new std::mt19937_64(1);
@@ -51,7 +39,7 @@ void writeNoise(const fs::path &file, std::size_t size) {
         .write(reinterpret_cast<const char *>(words.data()), static_cast<std::streamsize>(size / 8 * 8));
 }
 
-// Both kinds of event end at a promise of theirs.
+// The callbacks of a list and of a share, each with a promise.
 bool onList(void *ready, mrb_agent_handler_h /*list*/, mrb_event_e event, int /*reserved*/,
             const char * /*data*/) {
     if (event == MRB_EVENT_LIST_READY) {

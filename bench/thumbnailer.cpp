@@ -1,13 +1,12 @@
 // A program that makes thumbnails with the framework's service, so that it can be timed
-// beside others:
+// like others:
 //
 //     thumbnailer SIZE FRAMES FOLDER FILE...
 //
-// asks for all files at once, in boxes SIZE pixels wide and somewhat higher, and writes
-// each image as a bitmap into FOLDER. With a
-// FOLDER of "-" nothing is written. Prints a JSON object: the seconds for all, those from
-// the last request to the first result (with all others waiting), the failures, and the
-// most memory in KiB that the process had.
+// requests all files at once, in boxes SIZE pixels wide and somewhat higher, and writes
+// each image as a bitmap into FOLDER. With a FOLDER of "-" nothing is written. Prints a JSON
+// object: the seconds for all, those from the last request to the first result (with all
+// others pending), the failures, and the peak memory of the process in KiB.
 
 #include <sys/resource.h>
 
@@ -63,7 +62,7 @@ void write(const One &one, const thumb_result_s &result, int index) {
     }
 }
 
-int hear(int code, thumb_result_s *result, void *data) {
+int receive(int code, thumb_result_s *result, void *data) {
     const auto &one = *static_cast<One *>(data);
     for (int index = 0; index < result->image_count; ++index) {
         if (one.run->folder != "-") {
@@ -104,13 +103,13 @@ int main(int count, char **arguments) {
         // No two requests are the same, also when a file is named twice.
         request.thumb_height = std::atoi(arguments[1]) + static_cast<int>(all.size());
         request.video_frame_count = static_cast<std::uint8_t>(std::atoi(arguments[2]));
-        request.callback = hear;
+        request.callback = receive;
         request.user_data = &all.back();
         if (thumbnail_request_async(request) != MRB_ERR_NONE) {
             return 1;
         }
     }
-    const auto asked = Clock::now();
+    const auto requested = Clock::now();
     {
         std::unique_lock guard(run.lock);
         run.done.wait(guard, [&] { return run.answers == all.size(); });
@@ -121,6 +120,6 @@ int main(int count, char **arguments) {
     getrusage(RUSAGE_SELF, &usage);
     std::printf(R"({"seconds":%.4f,"first":%.4f,"failures":%zu,"kibibytes":%ld})"
                 "\n",
-                seconds(ended - began), seconds(run.first - asked), run.failures, usage.ru_maxrss);
+                seconds(ended - began), seconds(run.first - requested), run.failures, usage.ru_maxrss);
     return 0;
 }

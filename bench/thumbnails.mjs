@@ -2,7 +2,7 @@
 // turns, on one core and on two; how good the images are; the most memory; and how long
 // the first result takes while 500 others wait.
 //
-// Every program is started anew and writes its images, and ours loads its decoders each
+// Every program is started again each time and writes its images, and ours loads its decoders each
 // time. A rival that decodes several files in one process gets them all at once, or half
 // of them in each of two; the others are started for each file, two at a time. A rival
 // that is not installed, or does not read a format, is named.
@@ -41,7 +41,7 @@ const imageMagick = (name) => (isInstalled(`${name}-im6.q16`) ? `${name}-im6.q16
 const convert = (...args) => must(imageMagick('convert'), args);
 const ffmpeg = (...args) => must('ffmpeg', ['-nostdin', '-loglevel', 'error', '-y', ...args]);
 
-// ---- what is decoded ----------------------------------------------------------------
+// ---- the files ---------------------------------------------------------------------
 
 /** `count` files; `make` makes those that differ. */
 function files(extension, count, make) {
@@ -63,7 +63,7 @@ const clip = (file, number) => ffmpeg('-f', 'lavfi', '-i',
   `mandelbrot=s=1920x1080:r=25:start_scale=${3 - number / 10}`, '-t', String(CLIP_SECONDS), '-c:v', 'libx264',
   '-preset', 'veryfast', '-g', String(25 * KEY_SECONDS), '-pix_fmt', 'yuv420p', file);
 
-// ---- who decodes it -----------------------------------------------------------------
+// ---- the programs -------------------------------------------------------------------
 
 /** A command for each file, as many at a time as there are cores. */
 const each = (cores, all, command) =>
@@ -109,7 +109,7 @@ function costOf(cores, command) {
   return { kibibytes, milliseconds };
 }
 
-/** On one core the work counts, whatever else the machine does meanwhile; on two how soon it is done. */
+/** On one core the work counts, whatever else the machine does; on two how soon it is done. */
 function timeOf(cores, command) {
   const began = performance.now();
   const { milliseconds } = costOf(cores, command);
@@ -176,7 +176,7 @@ if (isWanted('mp4')) {
   const clips = files('mp4', 10, clip);
   const shown = path.join(folder, 'frame.png'); // the key frame in front of a tenth of the time
   ffmpeg('-ss', String(Math.floor(CLIP_SECONDS / 10 / KEY_SECONDS) * KEY_SECONDS), '-i', clips[0], '-frames:v', '1',
-    '-vf', 'scale=in_color_matrix=bt709', shown); // what a film of this size is taken for
+    '-vf', 'scale=in_color_matrix=bt709', shown); // the standard colours of a video of this size
   against('full HD clip, one frame', clips, 1, [RIVALS.ffmpeg], shown);
   against('full HD clip, five frames', clips, 5, [RIVALS.ffmpeg], shown);
 }
