@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -16,45 +17,6 @@
 
 namespace MRBBridge {
 namespace {
-
-using AgentOperation = std::string (CMRBAgentAdapter::*)(const std::string &);
-
-/// The agent's operation for a command whose request is argument 0; null where
-/// another way of dispatch serves the command.
-constexpr std::array<AgentOperation, FUNC_GET_STORAGE_ID + 1> agent_operations = {
-    nullptr, // FUNC_REQUEST_LIST comes with a callback
-    &CMRBAgentAdapter::CancelRequestList,
-    &CMRBAgentAdapter::DisConnect,
-    nullptr, // FUNC_BATCH_PROCESS comes with a callback
-    &CMRBAgentAdapter::StopBatchProcess,
-    &CMRBAgentAdapter::SetPageStyle,
-    &CMRBAgentAdapter::SetNavigation,
-    &CMRBAgentAdapter::GetNavigation,
-    &CMRBAgentAdapter::SelectAll,
-    &CMRBAgentAdapter::DeselectAll,
-    &CMRBAgentAdapter::SelectGroup,
-    &CMRBAgentAdapter::DeSelectGroup,
-    &CMRBAgentAdapter::GetSelectState,
-    &CMRBAgentAdapter::GetSelectCount,
-    &CMRBAgentAdapter::ToggleSelect,
-    &CMRBAgentAdapter::GetGroupCount,
-    &CMRBAgentAdapter::GetItemCount,
-    &CMRBAgentAdapter::GetItem,
-    &CMRBAgentAdapter::GetItemList,
-    &CMRBAgentAdapter::MoveToIndex,
-    &CMRBAgentAdapter::GetPageIndex,
-    &CMRBAgentAdapter::PreparePlayData,
-    &CMRBAgentAdapter::SetItemValue,
-    &CMRBAgentAdapter::GetItemValue,
-    &CMRBAgentAdapter::GetRatingInfo,
-    &CMRBAgentAdapter::GetStorageId,
-};
-
-AgentOperation AgentOperationOf(int func) {
-    return func < 0 || func >= static_cast<int>(agent_operations.size())
-               ? nullptr
-               : agent_operations[static_cast<size_t>(func)];
-}
 
 /// Priority of deliveries on the main loop: that of a redraw, after high-idle work
 /// and before default-idle work.
@@ -89,6 +51,8 @@ void NoteGone(CMRBAdapterProvider *provider) {
 
 } // namespace
 
+// ---- life -------------------------------------------------------------------
+
 CMRBAdapterProvider::CMRBAdapterProvider() {
     slots_.fill(Bridge::ScriptObject::Null());
     MRB_LOG(LogTag::Common, "create CMRBAdapterProvider.");
@@ -122,42 +86,54 @@ void CMRBAdapterProvider::operator delete(void *storage) noexcept {
         storage);
 }
 
-Bridge::ScriptObject CMRBAdapterProvider::Execute(int func) {
-    std::string answer;
-    switch (func) {
-    case FUNC_THUMBNAIL_REQUEST_CANCEL_ALL:
-        answer = thumbnail_->ThumbnailRequestCancelAll();
-        break;
-    case FUNC_THUMBNAIL_STOP_PTP_DECODE_SYNC:
-        answer = thumbnail_->ThumbnailStopPtpDecodeSync();
-        break;
-    case FUNC_THUMBNAIL_FLASH_CACHE_INIT:
-        answer = thumbnail_->ThumbnailFlashCacheInit();
-        break;
-    case FUNC_UNSET_USB_CALLBACK:
-        answer = storage_->UnsetUSBCallback();
-        break;
-    case FUNC_GET_USB_LIST:
-        answer = storage_->GetUSBList();
-        break;
-    case FUNC_GET_PTP_LIST:
-        answer = storage_->GetPTPList();
-        break;
-    case FUNC_FINALIZE_DLNA_SERVICE:
-        answer = storage_->FinalizeDLNAService();
-        break;
-    case FUNC_UNSET_DLNA_CALLBACK:
-        answer = storage_->UnsetDLNACallback();
-        break;
-    case FUNC_GET_DLNA_LIST:
-        answer = storage_->GetDLNAList();
-        break;
-    default:
-        MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
-        answer = Answer(RETURN_ECODE_REFUSED);
-        break;
+// ---- dispatch ---------------------------------------------------------------
+
+/// A row of the method table as the provider runs it.
+struct CMRBAdapterProvider::Command {
+    MethodArguments takes;
+    std::string (*run)(const CMRBAdapterProvider &provider, const std::string &request);
+
+    /// Runs an adapter's operation; one that takes no request ignores `request`.
+    template <typename Adapter, auto Operation, bool TakesRequest>
+    static std::string Run(const CMRBAdapterProvider &provider, const std::string &request) {
+        auto *const adapter =
+            std::get<Adapter *>(std::make_tuple(provider.agent_, provider.thumbnail_, provider.storage_));
+        if constexpr (TakesRequest) {
+            return (adapter->*Operation)(request);
+        } else {
+            return (adapter->*Operation)();
+        }
     }
-    return Bridge::ScriptObject(answer);
+};
+
+const CMRBAdapterProvider::Command *CMRBAdapterProvider::FindCommand(int func) {
+    static constexpr std::array<Command, FUNC_COUNT> commands = {{
+#define MRB_COMMAND(name, func, adapter, operation, arguments)                                               \
+    {Takes::arguments,                                                                                       \
+     &Command::Run<CMRB##adapter##Adapter, &CMRB##adapter##Adapter::operation, Takes::arguments.request>},
+        MRB_METHODS(MRB_COMMAND)
+#undef MRB_COMMAND
+    }};
+    // Each slot belongs to one command, in the commands' order.
+    static_assert([] {
+        int next = 0;
+        for (const Command &command : commands) {
+            if (command.takes.slot != NO_SLOT && command.takes.slot != next++) {
+                return false;
+            }
+        }
+        return next == int{std::tuple_size_v<Slots>};
+    }());
+    return func < 0 || func >= FUNC_COUNT ? nullptr : &commands[static_cast<size_t>(func)];
+}
+
+Bridge::ScriptObject CMRBAdapterProvider::Execute(int func) {
+    const Command *const command = FindCommand(func);
+    if (command == nullptr || command->takes != Takes::Nothing) {
+        MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
+    }
+    return Bridge::ScriptObject(command->run(*this, {}));
 }
 
 Bridge::ScriptObject CMRBAdapterProvider::Execute(int func, const Bridge::ScriptArray &arguments) {
@@ -166,14 +142,12 @@ Bridge::ScriptObject CMRBAdapterProvider::Execute(int func, const Bridge::Script
         MRB_LOG(LogTag::Common, "Invalid js string.");
         return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
-    if (const AgentOperation operation = AgentOperationOf(func); operation != nullptr) {
-        return Bridge::ScriptObject((agent_->*operation)(request.asString()));
+    const Command *const command = FindCommand(func);
+    if (command == nullptr || command->takes != Takes::Request) {
+        MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
+        return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
-    if (func == FUNC_THUMBNAIL_REQUEST_CANCEL) {
-        return Bridge::ScriptObject(thumbnail_->ThumbnailRequestCancel(request.asString()));
-    }
-    MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
-    return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
+    return Bridge::ScriptObject(command->run(*this, request.asString()));
 }
 
 Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
@@ -183,56 +157,32 @@ Bridge::ScriptObject CMRBAdapterProvider::ExecuteWithCallback(int func,
         MRB_LOG(LogTag::Common, "Invalid js callback.");
         return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
-    Bridge::ScriptFunction *slot = SlotOf(func);
+    Bridge::ScriptFunction *const slot = SlotOf(func);
     if (slot == nullptr) {
         MRB_LOG(LogTag::Common, "Invalid func[%d].", func);
         return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
     *slot = callback.asFunction();
 
-    switch (func) {
-    case FUNC_SET_USB_CALLBACK:
-        return Bridge::ScriptObject(storage_->SetUSBCallback());
-    case FUNC_INIT_DLNA_SERVICE:
-        return Bridge::ScriptObject(storage_->InitDLNAService());
-    case FUNC_SET_DLNA_CALLBACK:
-        return Bridge::ScriptObject(storage_->SetDLNACallback());
-    default:
-        break;
+    const Command *const command = FindCommand(func);
+    if (!command->takes.request) {
+        return Bridge::ScriptObject(command->run(*this, {}));
     }
-
     const Bridge::ScriptObject request = arguments.get(1);
     if (!request.isString()) {
         MRB_LOG(LogTag::Common, "Invalid js string.");
         return Bridge::ScriptObject(Answer(RETURN_ECODE_REFUSED));
     }
-    switch (func) {
-    case FUNC_REQUEST_LIST:
-        return Bridge::ScriptObject(agent_->RequestList(request.asString()));
-    case FUNC_BATCH_PROCESS:
-        return Bridge::ScriptObject(agent_->BatchProcess(request.asString()));
-    default: // FUNC_THUMBNAIL_REQUEST_ASYNC: SlotOf knows no other
-        return Bridge::ScriptObject(thumbnail_->ThumbnailRequestAsync(request.asString()));
-    }
+    return Bridge::ScriptObject(command->run(*this, request.asString()));
 }
 
+// ---- delivery ---------------------------------------------------------------
+
 Bridge::ScriptFunction *CMRBAdapterProvider::SlotOf(int func) {
-    switch (func) {
-    case FUNC_REQUEST_LIST:
-        return &slots_[0];
-    case FUNC_BATCH_PROCESS:
-        return &slots_[1];
-    case FUNC_THUMBNAIL_REQUEST_ASYNC:
-        return &slots_[2];
-    case FUNC_SET_USB_CALLBACK:
-        return &slots_[3];
-    case FUNC_INIT_DLNA_SERVICE:
-        return &slots_[4];
-    case FUNC_SET_DLNA_CALLBACK:
-        return &slots_[5];
-    default:
-        return nullptr;
-    }
+    const Command *const command = FindCommand(func);
+    return command == nullptr || command->takes.slot == NO_SLOT
+               ? nullptr
+               : &slots_[static_cast<size_t>(command->takes.slot)];
 }
 
 bool CMRBAdapterProvider::IsLiveSlot(const Bridge::ScriptFunction *slot) {
@@ -243,8 +193,6 @@ bool CMRBAdapterProvider::IsLiveSlot(const Bridge::ScriptFunction *slot) {
                                   slot < provider->slots_.data() + provider->slots_.size();
                        });
 }
-
-// ---- delivery ---------------------------------------------------------------
 
 void CMRBAdapterProvider::FireOnCallbacks(int func, std::string data, void *self) {
     MRB_LOG(LogTag::Common, "FUNC[%d], data[%s], self[%p].", func, data.c_str(), self);

@@ -56,6 +56,11 @@ class CMRBAdapterProvider {
     /// The functions of the six asynchronous commands, in the commands' order.
     using Slots = std::array<Bridge::ScriptFunction, 6>;
 
+    struct Command;
+
+    /// The command of a FunctionId; null when there is none. Any thread.
+    static const Command *FindCommand(int func);
+
     /// The slot of a command; null when it has none. Any thread.
     Bridge::ScriptFunction *SlotOf(int func);
 

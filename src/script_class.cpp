@@ -11,58 +11,39 @@ namespace {
 /// do. Main thread only, so that no other needs it when the process ends.
 std::vector<Bridge::ScriptBridge *> bridge_list; // NOLINT(clang-diagnostic-exit-time-destructors)
 
-// The three ways in which a handler calls the provider, by the table's last column.
-Bridge::ScriptObject callPlain(CMRBAdapterProvider *provider, int func,
-                               const Bridge::ScriptArray & /*unused*/) {
-    return provider->Execute(func);
-}
-Bridge::ScriptObject callRequest(CMRBAdapterProvider *provider, int func,
-                                 const Bridge::ScriptArray &arguments) {
-    return provider->Execute(func, arguments);
-}
-Bridge::ScriptObject callCallback(CMRBAdapterProvider *provider, int func,
-                                  const Bridge::ScriptArray &arguments) {
-    return provider->ExecuteWithCallback(func, arguments);
+/// Runs a method on the provider, by the operation for the arguments that it takes.
+Bridge::ScriptObject Call(CMRBAdapterProvider *provider, int func, const MethodArguments &takes,
+                          const Bridge::ScriptArray &arguments) {
+    if (takes.slot != NO_SLOT) {
+        return provider->ExecuteWithCallback(func, arguments);
+    }
+    return takes.request ? provider->Execute(func, arguments) : provider->Execute(func);
 }
 
 using Router = v8::FunctionCallback;
 constexpr std::array<Router, METHOD_COUNT> routers = {
-#define MRB_ROUTER(name, handler, func, variant)                                                             \
-    &Bridge::ScriptBridge::functionCallRouter<CMRBAdapterProvider, &MRBBridge::handler, CMRBAdapterProvider>,
+#define MRB_ROUTER(name, func, adapter, operation, arguments)                                                \
+    &Bridge::ScriptBridge::functionCallRouter<CMRBAdapterProvider, &MRBBridge::Handle##operation,            \
+                                              CMRBAdapterProvider>,
     MRB_METHODS(MRB_ROUTER)
 #undef MRB_ROUTER
 };
 
-constexpr std::array<int, METHOD_COUNT> function_ids = {
-#define MRB_FUNCTION_ID(name, handler, func, variant) func,
-    MRB_METHODS(MRB_FUNCTION_ID)
-#undef MRB_FUNCTION_ID
-};
-
-/// Whether the table's rows stand in the order of their FunctionIds.
-consteval bool inOrder() {
-    for (size_t index = 0; index < METHOD_COUNT; ++index) {
-        if (function_ids[index] != static_cast<int>(index)) {
-            return false;
-        }
-    }
-    return FUNC_COUNT == METHOD_COUNT;
-}
-static_assert(inOrder());
+static_assert(FUNC_COUNT == METHOD_COUNT);
 
 } // namespace
 
 // NOLINTNEXTLINE(*-avoid-c-arrays): a fixed layout
 char func_list[METHOD_COUNT][METHOD_NAME_BYTES] = {
-#define MRB_NAME(name, handler, func, variant) name,
+#define MRB_NAME(name, func, adapter, operation, arguments) name,
     MRB_METHODS(MRB_NAME)
 #undef MRB_NAME
 };
 
-#define MRB_DEFINE_HANDLER(name, handler, func, variant)                                                     \
-    Bridge::ScriptObject MRBBridge::handler(CMRBAdapterProvider *provider,                                   \
-                                            const Bridge::ScriptArray &arguments) {                          \
-        return call##variant(provider, func, arguments);                                                     \
+#define MRB_DEFINE_HANDLER(name, func, adapter, operation, method_arguments)                                 \
+    Bridge::ScriptObject MRBBridge::Handle##operation(CMRBAdapterProvider *provider,                         \
+                                                      const Bridge::ScriptArray &arguments) {                \
+        return Call(provider, func, Takes::method_arguments, arguments);                                     \
     }
 MRB_METHODS(MRB_DEFINE_HANDLER)
 #undef MRB_DEFINE_HANDLER
