@@ -13,11 +13,11 @@ enum FunctionId : int { MRB_METHODS(MRB_FUNCTION_ID) FUNC_COUNT };
 #undef MRB_FUNCTION_ID
 
 /// Base of the three adapters. Owned by the provider, which sets both members
-/// right after it made the adapter; they never change afterwards, so framework
+/// right after it creates the adapter; they never change afterwards, so framework
 /// threads may read them.
 class CMRBAdapter {
   public:
-    /// Takes a result to the script function registered for a command: the
+    /// Delivers a result to the script function registered for a command: the
     /// command's FunctionId, the JSON text, the provider. Any thread.
     using CallbackEntry = void (*)(int func, std::string data, void *provider);
 

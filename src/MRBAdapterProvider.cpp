@@ -29,19 +29,19 @@ void QueueOnMainLoop(GSourceFunc function, void *data) {
     clutter_threads_add_idle_full(DELIVERY_PRIORITY, function, data, nullptr);
 }
 
-/// All providers that live; null while none does, so that nothing is left when the
-/// library is unloaded, nor destroyed when a program ends with objects in use. Main
-/// thread only.
+/// All existing providers; null while there is none, so that nothing leaks when the
+/// library is unloaded, and nothing is destroyed when a program ends with objects in
+/// use. Main thread only.
 std::vector<CMRBAdapterProvider *> *live_providers = nullptr;
 
-void NoteLive(CMRBAdapterProvider *provider) {
+void RegisterProvider(CMRBAdapterProvider *provider) {
     if (live_providers == nullptr) {
         live_providers = new std::vector<CMRBAdapterProvider *>;
     }
     live_providers->push_back(provider);
 }
 
-void NoteGone(CMRBAdapterProvider *provider) {
+void UnregisterProvider(CMRBAdapterProvider *provider) {
     live_providers->erase(std::remove(live_providers->begin(), live_providers->end(), provider),
                           live_providers->end());
     if (live_providers->empty()) {
@@ -63,7 +63,7 @@ CMRBAdapterProvider::CMRBAdapterProvider() {
     for (CMRBAdapter *adapter : std::initializer_list<CMRBAdapter *>{thumbnail_, agent_, storage_}) {
         adapter->SetDelivery(this, &CMRBAdapterProvider::FireOnCallbacks);
     }
-    NoteLive(this);
+    RegisterProvider(this);
 }
 
 CMRBAdapterProvider::~CMRBAdapterProvider() {
@@ -72,7 +72,7 @@ CMRBAdapterProvider::~CMRBAdapterProvider() {
     delete std::exchange(agent_, nullptr);
     delete std::exchange(storage_, nullptr);
 
-    NoteGone(this);
+    UnregisterProvider(this);
 }
 
 void *CMRBAdapterProvider::operator new(std::size_t size) { return ::operator new(size); }
@@ -218,7 +218,7 @@ gboolean OnCallbackData::FireOnCallbacks(void *record) {
 }
 
 void OnCallbackData::Deliver() const {
-    // The provider may be gone by now, and the slot with it.
+    // The provider may have been destroyed since, and the slot with it.
     if (!CMRBAdapterProvider::IsLiveSlot(slot_)) {
         return;
     }

@@ -1,6 +1,6 @@
 #pragma once
-// The native part of a script object: its adapters, its script functions, the way from
-// a command's number to the operation that serves it, and the way of a result from a
+// The native part of a script object: its adapters, its script functions, the dispatch
+// of a command's number to an adapter's operation, and the delivery of a result from a
 // framework thread to a script function.
 
 #include <array>
@@ -21,8 +21,8 @@ class CMRBStorageMgrAdapter;
 
 /// Owned by its script object; main thread only, except for FireOnCallbacks.
 ///
-/// Every operation answers a JSON text as a script string. A call that cannot be
-/// dispatched is logged and answered with {"return_ecode":2}; none throws.
+/// Every operation returns a JSON text as a script string. A call that cannot be
+/// dispatched is logged and returns {"return_ecode":2}; no operation throws.
 class CMRBAdapterProvider {
   public:
     CMRBAdapterProvider();
@@ -30,25 +30,25 @@ class CMRBAdapterProvider {
     CMRBAdapterProvider &operator=(const CMRBAdapterProvider &) = delete;
     virtual ~CMRBAdapterProvider();
 
-    /// Runs a command that takes nothing.
+    /// Runs a command without arguments.
     Bridge::ScriptObject Execute(int func);
 
     /// Runs a command whose request is the string in argument 0.
     Bridge::ScriptObject Execute(int func, const Bridge::ScriptArray &arguments);
 
     /// Runs an asynchronous command: a function in argument 0, and for most of them
-    /// a request string in argument 1. The function is kept whatever the request.
+    /// a request string in argument 1. The function is kept even if the request is refused.
     Bridge::ScriptObject ExecuteWithCallback(int func, const Bridge::ScriptArray &arguments);
 
-    /// Takes an adapter's result to the main loop. Any thread; `self` is the
+    /// Queues an adapter's result on the main loop. Any thread; `self` is the
     /// provider, of which only a slot's address is computed.
     static void FireOnCallbacks(int func, std::string data, void *self);
 
-    /// Whether a slot belongs to a provider that still lives. Main thread.
+    /// Whether a slot belongs to a provider that still exists. Main thread.
     static bool IsLiveSlot(const Bridge::ScriptFunction *slot);
 
-    /// Deleting gives the storage back only after every result that was queued for this
-    /// provider has run, so that none of them finds another provider there.
+    /// Deleting frees the storage only after every result that was queued for this
+    /// provider has run, so that no such result finds another provider at its address.
     static void *operator new(std::size_t size);
     static void operator delete(void *storage) noexcept;
 
@@ -70,12 +70,12 @@ class CMRBAdapterProvider {
     Slots slots_;
 };
 
-/// A queued result. Made on any thread; owned by the main loop until it runs
+/// A queued result. Created on any thread; owned by the main loop until it runs
 /// FireOnCallbacks, which frees it.
 class OnCallbackData {
   public:
-    /// `slot` is where the provider keeps the function: the function that stands
-    /// there at the time of delivery is the one that hears of the result.
+    /// `slot` is where the provider keeps the function: the function that it holds at
+    /// the time of delivery receives the result.
     OnCallbackData(const Bridge::ScriptFunction *slot, std::string data);
 
     /// Calls the slot's function with the text, or without an argument when it is

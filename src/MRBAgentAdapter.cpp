@@ -44,9 +44,9 @@ CMRBAgentAdapter::~CMRBAgentAdapter() {
 void CMRBAgentAdapter::m_DestroyHandler() {
     std::vector<int> send;
     std::vector<int> agent;
-    // The walk looks at the first entry again in every turn. That is how the
-    // platform's applications know it: an object that opened a list stays until
-    // its application ends, and none is disconnected behind a script's back.
+    // Every turn of the walk examines the first entry again. The platform's
+    // applications rely on it: an object that opened a list stays until its
+    // application ends, and no list is disconnected that a script did not close.
     for (const auto entry = handles_.begin(); entry != handles_.end();) {
         const auto [handle, command] = *entry;
         if (command == REQUEST_LIST) {
@@ -178,7 +178,7 @@ std::string CMRBAgentAdapter::BatchProcess(const std::string &request) {
     mrb_share_param_h param = nullptr;
     mrb_create_share_param(&param);
     SetShareParams(param, share_type, json);
-    mrb_share_user_data_param_h user_data = nullptr; // the framework's from the start of the share on
+    mrb_share_user_data_param_h user_data = nullptr; // owned by the framework once it is passed on
     mrb_create_share_user_data_param(&user_data);
     mrb_param_set_share_user_data_udata(user_data, this);
     mrb_param_set_share_user_data_cb(user_data, &CMRBAgentAdapter::cb_batch_process);
@@ -270,11 +270,11 @@ std::string CMRBAgentAdapter::GetNavigation(const std::string &request) {
 std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
     BEGIN_COMMAND("mrb_select_all_v2");
     const mrb_agent_handler_h agent = Int(json, "param_agent");
-    const std::vector<int> wanted = Ints(json, "param_selected_item_type_arr");
+    const std::vector<int> requested = Ints(json, "param_selected_item_type_arr");
     MRB_LOG(LogTag::Agent,
-            "You want to select[%d] types of file, they are: ", static_cast<int>(wanted.size()));
+            "You want to select[%d] types of file, they are: ", static_cast<int>(requested.size()));
     std::set<int> types;
-    for (const int type : wanted) {
+    for (const int type : requested) {
         types.insert(type);
         MRB_LOG(LogTag::Agent, "[%d]", type);
     }
@@ -293,8 +293,8 @@ std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
     }
     MRB_LOG(LogTag::Agent, "nItemCount[%d]", count);
 
-    // The framework's own select-all knows no types: with nothing selected, toggling
-    // an item selects it. What was selected stays so when a later item fails.
+    // The framework's own select-all cannot filter by type. With nothing selected,
+    // toggling an item selects it; items selected before a failure stay selected.
     unsigned long long total_size = 0;
     for (int index = 0; index < count; ++index) {
         int type = -1;
@@ -335,8 +335,8 @@ std::string CMRBAgentAdapter::DeselectAll(const std::string &request) {
 }
 
 std::string CMRBAgentAdapter::SelectGroup(const std::string &request) {
-    // The log knows this command by the name of its opposite, and who reads logs
-    // looks for it there.
+    // Log lines name this command after its opposite, and tools that read logs rely
+    // on it.
     BEGIN_COMMAND("mrb_deselect_group_v2");
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     const int index = Int(json, "param_index");
@@ -449,7 +449,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
         MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_count.");
         RETURN_ANSWER(LogTag::Agent, command, result);
     }
-    // Wider than what a request holds, so that no sum leaves the range.
+    // 64 bits, so that the sum of two 32-bit integers cannot overflow.
     long long end = static_cast<long long>(index) + count;
     long long reported = count;
     if (end > total) {
@@ -460,17 +460,17 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
     for (long long position = index; position < end; ++position) {
         char *item = nullptr;
         result = mrb_get_item_v2(agent, static_cast<int>(position), &item);
-        const bool given = item != nullptr;
+        const bool has_text = item != nullptr;
         std::string text = TakeText(item);
         if (result != MRB_ERR_NONE) {
             MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_v2.");
             RETURN_ANSWER(LogTag::Agent, command, result);
         }
-        if (given) {
+        if (has_text) {
             items.push_back(std::move(text));
         }
     }
-    // The array is there before its texts: without any, setting them writes nothing.
+    // The array exists before its texts are set: setting none would not create it.
     CMRBBridgeJson list(R"({"param_item_list":[]})");
     list.Set("param_index", index);
     list.Set("param_count", static_cast<int>(reported));
@@ -551,7 +551,7 @@ std::string CMRBAgentAdapter::GetItemValue(const std::string &request) {
     }
     const FieldGetter *const getter = FindFieldGetter(m_GetFieldType(field));
     if (getter == nullptr) {
-        // A success without data: applications ask for fields of newer systems too.
+        // A success without data: applications also request fields of newer systems.
         MRB_LOG(LogTag::Agent, "Dealing error field.");
         RETURN_ANSWER(LogTag::Agent, command, MRB_ERR_NONE);
     }

@@ -51,7 +51,7 @@ class CMRBAgentAdapter final : public CMRBAdapter {
     std::string GetStorageId(const std::string &request);
 
   private:
-    friend struct AgentAdapterProbe; // the white-box tests' way in
+    friend struct AgentAdapterProbe; // gives the white-box tests access
 
     using HandleRegistry = std::map<int, std::string>;
     using FieldTypes = std::map<std::string, _eMRBFieldType>;

@@ -12,8 +12,7 @@
 #include "json_text.h"
 #include "log.h"
 
-// Scripts have come to rely on the reader's tolerance; the library's newer class
-// differs in it.
+// Scripts rely on what this reader tolerates; the library's newer class differs in it.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace MRBBridge {
@@ -42,15 +41,15 @@ CMRBBridgeJson::CMRBBridgeJson(const std::string &text) : valid_(false) {
             Json::Reader reader;
             parsed = reader.parse(text, root_, true);
         } catch (const std::exception &) {
-            // Nested deeper than the reader goes: a text that does not parse.
+            // Nested deeper than the reader's limit: a text that does not parse.
             parsed = false;
         }
         if (!parsed) {
             MRB_LOG(LogTag::Common, "Json::Reader parse string[%s] faild.", text.c_str());
         }
     }
-    // The reader fills the root as it goes: an object that broke off half-way has
-    // members to read, so the root's type alone decides.
+    // The reader fills the root as it goes: an object that ends half-way has members
+    // to read, so the root's type alone decides.
     valid_ = root_.type() == Json::objectValue;
 }
 
@@ -222,7 +221,7 @@ bool CMRBBridgeJson::Get(const std::string &key, std::vector<int> &out) const {
 }
 
 const Json::Value *CMRBBridgeJson::Find(const std::string &key) const {
-    // Asking a root that is neither an object nor null would throw.
+    // find() of a root that is neither an object nor null would throw.
     return root_.isObject() ? root_.find(key.data(), key.data() + key.size()) : nullptr;
 }
 

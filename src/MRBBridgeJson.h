@@ -8,13 +8,13 @@
 
 namespace MRBBridge {
 
-/// A JSON object under construction or under reading. Stands on the stack of the
-/// operation that handles one command; never shared between threads.
+/// A JSON object that is being built or read. Lives on the stack of the operation
+/// that handles one command; never shared between threads.
 ///
 /// Valid when default-constructed or built from a text that holds a JSON object.
-/// Nothing throws: what does not work is logged and answered with false.
+/// Nothing throws: a failure is logged and returned as false.
 ///
-/// 64-bit integers travel as JSON numbers in floating form, since scripts know no
+/// 64-bit integers travel as JSON numbers in floating form, since scripts have no
 /// others: values beyond 2^53 lose their low bits.
 class CMRBBridgeJson {
   public:
@@ -37,7 +37,7 @@ class CMRBBridgeJson {
     bool Set(const std::string &key, const std::string &value);
     bool Set(const std::string &key, const char *value); ///< null: the empty string
 
-    /// Appends the texts to the array `key`. No texts: nothing is written.
+    /// Appends the texts to the array `key`. Without texts nothing is written.
     bool Set(const std::string &key, const std::vector<std::string> &value);
 
     /// Reads a member into `out`. False, with `out` untouched, when the document
@@ -54,7 +54,7 @@ class CMRBBridgeJson {
     bool Get(const std::string &key, std::vector<std::string> &out) const;
     bool Get(const std::string &key, std::vector<int> &out) const;
 
-    /// Questions that log nothing and may be asked of any document.
+    /// Queries that log nothing and work on any document, also one that is not valid.
     bool Has(const std::string &key) const;
     bool IsInt(const std::string &key) const;
     bool IsString(const std::string &key) const;
@@ -74,14 +74,14 @@ class CMRBBridgeJson {
              T (Json::Value::*convert)() const) const;
     bool Set(const std::string &key, Json::Value &&value, std::nullptr_t /*any type*/);
 
-    /// The member, looked up once; null where there is none.
+    /// The member; null where there is none.
     const Json::Value *Find(const std::string &key) const;
 
     Json::Value root_;
     bool valid_;
 };
 
-/// Plain signed decimal, whatever the locale. Made for long long.
+/// Plain signed decimal, whatever the locale. Instantiated for long long.
 template <typename T>
 std::string ConvertNumberToString(T value);
 extern template std::string ConvertNumberToString<long long>(long long value);

@@ -14,9 +14,9 @@ namespace {
 constexpr int SCRIPT_EVENT_DLNA_STARTED = 20;
 constexpr int SCRIPT_EVENT_DLNA_NOT_STARTED = 21;
 
-/// The answer of a list command, from the framework's result and the list that came
-/// with it on success, which is given back here. A list without devices is the text
-/// of a null value: scripts know it so.
+/// The answer of a list command, from the framework's result and, on success, the list,
+/// which is released here. A list without devices is written as a null value: scripts
+/// rely on it.
 std::string ListAnswer(int result, mrb_storage_list_h list, WriteRecord write) {
     if (result != MRB_ERR_NONE) {
         return Answer(result);
@@ -32,7 +32,7 @@ std::string ListAnswer(int result, mrb_storage_list_h list, WriteRecord write) {
     return Answer(result, RETURN_TYPE_TEXT, document.toStyledString());
 }
 
-/// What a script hears of an arrival, a removal or a change.
+/// The document that reports an arrival, a removal or a change to a script.
 std::string Notification(mrb_storage_event_e event, _mrb_storage_s *device, WriteRecord write) {
     Json::Value record;
     record["storage_event"] = event;
@@ -55,7 +55,7 @@ CMRBStorageMgrAdapter::~CMRBStorageMgrAdapter() {
 
 // ---- commands ---------------------------------------------------------------
 
-/// Defines a command that is one call of the framework's, whose name it has.
+/// Defines a command that calls one framework function and is logged under its name.
 #define COMMAND(operation, function, ...)                                                                    \
     std::string CMRBStorageMgrAdapter::operation() {                                                         \
         RETURN_ANSWER(LogTag::StorageMgr, #function, function(__VA_ARGS__));                                 \
@@ -82,7 +82,7 @@ std::string CMRBStorageMgrAdapter::GetPTPList() {
 }
 
 COMMAND(InitDLNAService, mrb_Init_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
-// What the service reports while it stops goes the way of its other states.
+// The states that the service reports while it stops are delivered like all others.
 COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
 COMMAND(SetDLNACallback, mrb_set_dlna_callback, &CMRBStorageMgrAdapter::cb_dlna_notification, this)
 COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback)

@@ -17,12 +17,12 @@
 namespace MRBBridge {
 namespace {
 
-// "return_ecode" of a thumbnail command, besides RETURN_ECODE_REFUSED. What the service
-// makes of a call is told by a request's result alone.
+// "return_ecode" of a thumbnail command, besides RETURN_ECODE_REFUSED. Failures of the
+// service are reported by a request's result only.
 constexpr int RETURN_ECODE_CALLED = 0;
 constexpr int RETURN_ECODE_NOT_INITIALISED = 1;
 
-/// Where the flash cache has its list.
+/// The list file of the flash cache.
 constexpr const char *FLASH_CACHE_LIST = "/opt/usr/apps/media-resource-broker/data/thumbCache.txt";
 
 /// "param_thumb_type" of a request whose images go into the flash cache.
@@ -31,12 +31,11 @@ constexpr int THUMB_TYPE_FLASH_CACHE = 1;
 /// "thumb_error_code" of a result.
 enum ThumbCode : int {
     THUMB_STORED = 100,
-    THUMB_NOT_STORED = 101,     ///< no images, or nowhere to store them
+    THUMB_NOT_STORED = 101,     ///< no images, no paths for them, or a path that failed
     THUMB_SERVICE_FAILED = 102, ///< the service itself failed
 };
 
-/// Takes over what a result needs to know of its request, and releases the record that
-/// it came in.
+/// Moves the contents out of a request's context and deletes it.
 ThumbRequestContext TakeContext(void *user_data) {
     const std::unique_ptr<ThumbRequestContext> context(static_cast<ThumbRequestContext *>(user_data));
     return std::move(*context);
@@ -72,7 +71,7 @@ void ReleaseBuffers(thumb_result_s &result) {
 }
 // NOLINTEND(*-no-malloc)
 
-/// Adds what a script hears of images that were stored.
+/// Adds the members that report stored images.
 void Describe(const thumb_result_s &result, const std::vector<std::string> &stored, Json::Value &document) {
     for (const std::string &path : stored) {
         document["save_path"].append(path);
@@ -89,8 +88,8 @@ void Describe(const thumb_result_s &result, const std::vector<std::string> &stor
     document["thumb_error_code"] = THUMB_STORED;
 }
 
-/// Rows are gathered to this size, since a write of each costs more than copying it.
-constexpr size_t GATHERED_BYTES = size_t{256} * 1024;
+/// The buffer of a bitmap file: a system call for each row would cost more than copying it.
+constexpr size_t WRITE_BUFFER_BYTES = size_t{256} * 1024;
 
 struct Close {
     void operator()(std::FILE *file) const { static_cast<void>(std::fclose(file)); }
@@ -114,7 +113,8 @@ CMRBThumbnailAdapter::~CMRBThumbnailAdapter() {
 
 // ---- commands ---------------------------------------------------------------
 
-/// Defines a command with a request that is one call of the framework's, whose name it has.
+/// Defines a command with a request that calls one framework function and is logged under
+/// its name.
 #define REQUEST_COMMAND(operation, function)                                                                 \
     std::string CMRBThumbnailAdapter::operation(const std::string &strParam) {                               \
         int code = RETURN_ECODE_CALLED;                                                                      \
@@ -212,7 +212,7 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
     MRB_LOG(LogTag::Thumbnail, "mrb_thumbnail_cache_recv...\n");
     MRB_ASSERT(user_data != nullptr, "user_data != __null");
     MRB_ASSERT(thumb_result != nullptr, "thumb_result != __null");
-    // The record goes before any image is stored, which may take long.
+    // The context is deleted before any image is stored, which may take long.
     const ThumbRequestContext context = TakeContext(user_data);
     const CMRBThumbnailAdapter *const self = context.adapter;
     MRB_ASSERT(self != nullptr, "self != __null");
@@ -227,7 +227,7 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
         cb(FUNC_THUMBNAIL_REQUEST_ASYNC, value.toStyledString(), self->provider_);
     };
 
-    // A result without images, or without a place for them, leaves its buffers alone.
+    // Without images, or without paths for them, the buffers are not freed.
     const std::vector<std::string> &save_paths = context.save_paths;
     if (request_result < 0 || save_paths.empty()) {
         MRB_LOG(LogTag::Thumbnail, "vSavePath empty err_no < 0...\n");
@@ -242,7 +242,7 @@ int CMRBThumbnailAdapter::m_MrbThumbnailRecv(int request_result, thumb_result_s 
         return 0;
     }
 
-    // The count is the framework's promise: MRB_THUMB_IMAGES at most.
+    // The framework guarantees a count of at most MRB_THUMB_IMAGES.
     bool all_stored = true;
     std::vector<std::string> stored;
     for (int i = 0; i < thumb_result->image_count && static_cast<size_t>(i) < save_paths.size(); ++i) {
@@ -292,20 +292,20 @@ int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bu
         MRB_LOG(LogTag::Thumbnail, "fail to access dir path:%s", directory.c_str());
         return -1;
     }
-    // Nothing is begun, and no file of that name is lost, for an image that is none.
+    // Before the file is opened: an invalid image must not truncate an existing file.
     if (buffer == nullptr || width < 0 || height < 0) {
         MRB_LOG(LogTag::Thumbnail, "fwrite error");
         return -1;
     }
     const BitmapHeader header = MakeBitmapHeader(width, height);
-    const auto gathered = std::make_unique_for_overwrite<char[]>(GATHERED_BYTES); // outlives the file
+    const auto write_buffer = std::make_unique_for_overwrite<char[]>(WRITE_BUFFER_BYTES); // outlives the file
     const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "wb"));
     if (!file) {
         MRB_LOG(LogTag::Thumbnail, "fopen fail");
         return -1;
     }
-    static_cast<void>(std::setvbuf(file.get(), gathered.get(), _IOFBF, GATHERED_BYTES));
-    // The header does not wait in the buffer: a medium that takes nothing is noticed here.
+    static_cast<void>(std::setvbuf(file.get(), write_buffer.get(), _IOFBF, WRITE_BUFFER_BYTES));
+    // The header is flushed at once: a medium that accepts no data is detected here.
     if (std::fwrite(header.data(), 1, header.size(), file.get()) < header.size() ||
         std::fflush(file.get()) != 0) {
         MRB_LOG(LogTag::Thumbnail, "fwrite error");
@@ -319,7 +319,7 @@ int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bu
     if (bufferPreset != nullptr) {
         static_assert(MRB_THUMB_PRESET_BYTES == 4096);
         MRB_LOG(LogTag::Thumbnail, "bmp_write bufferPreset : [%.4096s]###\n",
-                bufferPreset); // may lack a zero
+                bufferPreset); // may lack its terminating zero
         static_cast<void>(std::fwrite(bufferPreset, 1, MRB_THUMB_PRESET_BYTES, file.get()));
     }
     static_cast<void>(std::fflush(file.get()));

@@ -12,10 +12,10 @@ namespace MRBBridge {
 
 class CMRBThumbnailAdapter;
 
-/// What a request's result needs to know of the request: the user data of its record.
-/// Made on the main thread, the framework's from the call on; the result callback takes
-/// its contents and deletes it before it does anything else. The framework keeps that of
-/// a request that it took back, and that of the cancel, to itself.
+/// The data of a request that its result needs: the user data of the request's record.
+/// Created on the main thread, owned by the framework from the call on; the result
+/// callback takes its contents and deletes it before it does anything else. The framework
+/// never passes on that of a cancelled request, nor that of the cancel.
 struct ThumbRequestContext {
     CMRBThumbnailAdapter *adapter; ///< outlives all callbacks of the framework
     int32_t user_data;             ///< the script's own number
@@ -24,8 +24,8 @@ struct ThumbRequestContext {
 };
 
 /// Owned by the provider; commands run on the main thread, m_MrbThumbnailRecv on
-/// framework threads. The service is started once, by the constructor, and stopped by
-/// the destructor whatever came of that.
+/// framework threads. The constructor starts the service, once; the destructor stops it,
+/// even if it did not start.
 class CMRBThumbnailAdapter final : public CMRBAdapter {
   public:
     CMRBThumbnailAdapter();
@@ -42,14 +42,14 @@ class CMRBThumbnailAdapter final : public CMRBAdapter {
     /// False, with nothing allocated and `strPath` as it was, when there is no path.
     bool m_GetThumbRequest(const std::string &strParam, _thumb_request &request, std::string &strPath);
 
-    /// Stores a result's images, releases the framework's buffers where the images were
-    /// worked on, and delivers a document. Returns 1 for a success, 0 for a failure.
+    /// Stores a result's images, releases the framework's buffers if it tried to store
+    /// any, and delivers a document. Returns 1 for a success, 0 for a failure.
     static int m_MrbThumbnailRecv(int request_result, thumb_result_s *thumb_result, void *user_data);
 
     /// Writes a 32-bit bitmap file of width x height pixels, rows top to bottom in
     /// `buffer`, followed by the MRB_THUMB_PRESET_BYTES of `bufferPreset` where that is
-    /// not null. 0, or -1 when the file could not be begun, or was not since `buffer` is
-    /// null or the size negative. Any thread.
+    /// not null. Returns 0, or -1 when `buffer` is null, the size is negative, or the file
+    /// or its header cannot be written. Any thread.
     static int m_BmpWrite(const unsigned char *buffer, const char *bufferPreset, int width, int height,
                           const char *path);
 

@@ -6,8 +6,8 @@ namespace MRBBridge {
 namespace {
 
 // The file header and the information header of a bitmap (BITMAPFILEHEADER and
-// BITMAPINFOHEADER of the Windows bitmap format): what is not set stays 0, which is
-// no compression and nothing said of resolution and colours. Little-endian.
+// BITMAPINFOHEADER of the Windows bitmap format): fields that are not set stay 0, which
+// means no compression, and neither resolution nor colours. Little-endian.
 constexpr uint32_t INFORMATION_BYTES = 40;
 
 void Put16(BitmapHeader &header, size_t offset, uint16_t value) {
@@ -30,7 +30,7 @@ BitmapHeader MakeBitmapHeader(int width, int height) {
     Put32(header, 10, BITMAP_HEADER_BYTES);
     Put32(header, 14, INFORMATION_BYTES);
     Put32(header, 18, columns);
-    Put32(header, 22, rows); // positive: the rows stand bottom-up
+    Put32(header, 22, rows); // positive: the rows are stored bottom-up
     Put16(header, 26, 1);    // planes
     Put16(header, 28, 8 * BITMAP_PIXEL_BYTES);
     return header;

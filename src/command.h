@@ -11,9 +11,9 @@
 #define LOG_ANSWER(tag, command, result, answer)                                                             \
     MRB_LOG(tag, "strCmd[%s] eResult[%d] strReturnJson[%s].", command, result, (answer).c_str())
 
-/// Ends a command: makes the answer of the result, and of the type and the data that a
-/// success has, writes the last log line and returns the answer. `result` is evaluated
-/// once, and before the data.
+/// Ends a command: builds the answer from the result and, for a success, the type and the
+/// data, writes the last log line and returns the answer. `result` is evaluated once, and
+/// before the data.
 #define RETURN_ANSWER(tag, command, result, ...)                                                             \
     do {                                                                                                     \
         const int return_ecode = result;                                                                     \

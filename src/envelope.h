@@ -1,6 +1,6 @@
 #pragma once
-// The answer that every command gives: a JSON object with "return_ecode" and, on
-// success, what the command has to say.
+// The answer of every command: a JSON object with "return_ecode" and, on success, the
+// command's data.
 
 #include <string>
 
@@ -23,8 +23,8 @@ enum ReturnType : int {
 /// The answer of a command without data, or of one that failed.
 std::string Answer(int result);
 
-/// The answer of a command with data, which goes along on success (0) only. `T` is
-/// a type that CMRBBridgeJson writes.
+/// The answer of a command with data, which it holds on success (0) only. `T` is a
+/// type that CMRBBridgeJson writes.
 template <typename T>
 std::string Answer(int result, ReturnType type, const T &data) {
     if (result != 0) {

@@ -15,7 +15,7 @@ FieldValue Read(mrb_agent_handler_h agent, const char *field) {
     return {result, Answer(result, Type, value)};
 }
 
-/// Of a 64-bit integer scripts get the low 32 bits.
+/// Scripts receive the low 32 bits of a 64-bit integer.
 FieldValue ReadWide(mrb_agent_handler_h agent, const char *field) {
     long long value = 0;
     const int result = mrb_get_item_value_lint_v2(agent, field, &value);

@@ -8,7 +8,7 @@
 
 namespace MRBBridge {
 
-/// What one of the framework's getters gave: its result, and the answer made of it.
+/// The result of one of the framework's getters, and the answer built from it.
 struct FieldValue {
     int result;
     std::string answer;
@@ -17,7 +17,7 @@ struct FieldValue {
 /// How the fields of one value type are read.
 struct FieldGetter {
     const char *type; ///< its name in log lines
-    /// Asks for a field of the item under the cursor of a list.
+    /// Reads a field of the item under a list's cursor.
     FieldValue (*read)(mrb_agent_handler_h agent, const char *field);
 };
 

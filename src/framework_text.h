@@ -1,12 +1,12 @@
 #pragma once
-// Texts that the framework gives away.
+// Texts that the framework allocates and its caller frees.
 
 #include <cstdlib>
 #include <string>
 
 namespace MRBBridge {
 
-/// Copies a text of the framework's and releases it. Null gives an empty text.
+/// Copies a text of the framework's and frees it. Returns an empty text for null.
 inline std::string TakeText(char *text) {
     if (text == nullptr) {
         return {};

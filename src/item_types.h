@@ -1,5 +1,5 @@
 #pragma once
-// The types of items that are counted one by one.
+// The item types that have a count of their own.
 
 #include <array>
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace MRBBridge {
 
-/// The order in which the framework is asked for its counts. That in which they are
-/// written is another, as applications know it.
+/// The order in which the counts are read from the framework. item_count_keys has the
+/// order in which they are written; applications rely on both.
 inline constexpr std::array<int, 11> counted_item_types = {
     MRB_ITEM_TYPE_FOLDER, MRB_ITEM_TYPE_IMAGE, MRB_ITEM_TYPE_VIDEO,   MRB_ITEM_TYPE_MUSIC,
     MRB_ITEM_TYPE_RECORD, MRB_ITEM_TYPE_UHD,   MRB_ITEM_TYPE_SCSA,    MRB_ITEM_TYPE_M3U,
@@ -18,7 +18,7 @@ inline constexpr std::array<int, 11> counted_item_types = {
 /// Counts by item type.
 using ItemCounts = std::array<int, MRB_ITEM_TYPE_EMPTY + 1>;
 
-/// The key under which scripts find the count of a type.
+/// The key of a type's count in the answer.
 struct ItemCountKey {
     const char *name;
     size_t type;

@@ -5,7 +5,7 @@
 
 #include <json/writer.h>
 
-// Scripts have come to rely on its form; the library's newer class differs in it.
+// Scripts rely on the texts of this class; those of the library's newer one differ.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace MRBBridge {
@@ -15,7 +15,7 @@ constexpr char PLAIN = 0;
 constexpr char FOREIGN = 1;
 
 /// For each byte of a text: PLAIN, or the letter behind a backslash that stands for it.
-/// FOREIGN are those that the versions of the library write in different ways.
+/// FOREIGN are those that versions of the library write in different ways.
 constexpr std::array<char, 256> escapes = [] {
     std::array<char, 256> table{};
     for (size_t byte = 0; byte < table.size(); ++byte) {
@@ -31,7 +31,7 @@ constexpr std::array<char, 256> escapes = [] {
 
 char EscapeOf(char byte) { return escapes[static_cast<unsigned char>(byte)]; }
 
-/// False, with `to` as it was, when a foreign byte is among them.
+/// False, with `to` unchanged, when the text holds a foreign byte.
 bool AppendPlainText(std::string &to, const char *text, const char *end) {
     const size_t start = to.size();
     to += '"';

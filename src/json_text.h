@@ -7,8 +7,8 @@
 
 namespace MRBBridge {
 
-/// The value on one line, ended by a line feed: byte for byte what Json::FastWriter
-/// of the library at hand gives, but texts of plain letters take a fraction of its time.
+/// The value on one line, ended by a line feed: byte for byte what Json::FastWriter of
+/// the installed library writes, but texts of plain letters take a fraction of its time.
 std::string JsonText(const Json::Value &value);
 
 } // namespace MRBBridge

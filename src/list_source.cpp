@@ -34,7 +34,7 @@ void SetDlnaParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
     const std::string key_word = Text(request, "param_key_word");
     mrb_param_set_general_path(param, scan_path.c_str());
     mrb_param_set_general_folder_id(param, folder_id.c_str());
-    // Even an empty one: a server's search takes exactly this word.
+    // Even an empty one: a server's search takes exactly this key word.
     mrb_param_set_general_key_word(param, key_word.c_str());
     mrb_param_set_general_source(param, "SOURCE_DLNA");
 }
@@ -52,8 +52,8 @@ void SetPtpParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
 }
 
 void SetPlaylistParams(mrb_general_param_h param, const CMRBBridgeJson &request) {
-    // Read, so that a missing name is logged, and not handed on: the framework
-    // lists every playlist.
+    // Read, so that a missing name is logged, but not passed on: the framework lists
+    // every playlist.
     Text(request, "param_playlist_name");
     mrb_param_set_general_source(param, "SOURCE_PLAYLIST");
 }

@@ -1,6 +1,7 @@
 #pragma once
-// The sources that a list can be opened on, and what each of them adds to the
-// framework's parameters.
+// The sources that a list can be opened on, and the framework's parameters that each
+// of them sets. The framework has a table of the same names of its own: on a television
+// it is another program's.
 
 #include <string>
 

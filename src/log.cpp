@@ -7,9 +7,9 @@
 namespace MRBBridge {
 namespace {
 
-thread_local int thread_id = 0; ///< 0: not asked yet
+thread_local int thread_id = 0; ///< 0: not read yet
 
-/// The thread that forked goes on in the child under another id.
+/// The thread that calls fork() has another id in the child.
 const int registered = pthread_atfork(nullptr, nullptr, [] { thread_id = 0; });
 
 } // namespace

@@ -28,9 +28,9 @@ consteval const char *BaseName(const char *path) {
     return name;
 }
 
-/// The calling thread's kernel thread id. Asked of the kernel once a thread, and
-/// once more in a forked child: a system call for every line would cost more than
-/// the rest of a line that nobody reads.
+/// The calling thread's kernel thread id. Read from the kernel once per thread, and
+/// again in a forked child: a system call for every line would cost more than the
+/// rest of a line that no sink takes.
 int ThreadId();
 
 /// A framework handle as "%p" prints it: the pointer made of its 32 bits,
@@ -52,8 +52,8 @@ inline void *HandlePointer(int32_t handle) {
                      ::MRBBridge::ThreadId() __VA_OPT__(, ) __VA_ARGS__)
 
 /// Ends the process with `text` when a condition does not hold that only a
-/// programming error breaks. In force in every build: going on would run with
-/// a null pointer on a thread that no script can hear from.
+/// programming error breaks. In force in every build: without it the process would
+/// go on with a null pointer on a thread that no script can observe.
 #define MRB_ASSERT(condition, text)                                                                          \
     do {                                                                                                     \
         if (!(condition)) {                                                                                  \

@@ -15,7 +15,7 @@ inline std::string Text(const CMRBBridgeJson &request, const char *key) {
     return value;
 }
 
-/// The same for a member whose absence is nothing to log.
+/// The same for an optional member, whose absence is not logged.
 inline std::string OptionalText(const CMRBBridgeJson &request, const char *key) {
     return request.Has(key) ? Text(request, key) : std::string();
 }

@@ -7,8 +7,8 @@
 namespace MRBBridge {
 namespace {
 
-/// Every bridge that loadBridges made. The list ends with the library, the bridges never
-/// do. Main thread only, so that no other needs it when the process ends.
+/// Every bridge that loadBridges created. The list is destroyed with the library, the
+/// bridges never are. Main thread only, so that no other thread uses it at exit.
 std::vector<Bridge::ScriptBridge *> bridge_list; // NOLINT(clang-diagnostic-exit-time-destructors)
 
 /// Runs a method on the provider, by the operation for the arguments that it takes.

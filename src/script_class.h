@@ -16,7 +16,7 @@ inline constexpr size_t METHOD_NAME_BYTES = 40;
 /// The methods' script names by FunctionId, each padded with zeros.
 extern char func_list[METHOD_COUNT][METHOD_NAME_BYTES]; // NOLINT(*-avoid-c-arrays): a fixed layout
 
-/// The script class. Made by loadBridges and never deleted; main thread only.
+/// The script class. Created by loadBridges and never deleted; main thread only.
 class MRBBridge : public Bridge::ScriptBridge {
   public:
     MRBBridge() = default;
@@ -35,5 +35,5 @@ class MRBBridge : public Bridge::ScriptBridge {
 
 } // namespace MRBBridge
 
-/// The library's entry: makes one more MRBBridge and returns all made so far.
+/// The library's entry: creates one more MRBBridge and returns all created so far.
 extern "C" std::vector<Bridge::ScriptBridge *> loadBridges();

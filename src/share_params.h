@@ -1,13 +1,13 @@
 #pragma once
-// What each type of share adds to the framework's parameters.
+// The framework's parameters that each type of share sets.
 
 #include "MRBBridgeJson.h"
 #include "mrb/share.h"
 
 namespace MRBBridge {
 
-/// Reads the keys that a share type has in a request, and sets its parameters. A type
-/// without any is the framework's to judge.
+/// Reads the keys of a share type in a request, and sets its parameters. For any other
+/// type nothing is set, and the framework accepts or refuses it.
 void SetShareParams(mrb_share_param_h param, int share_type, const CMRBBridgeJson &request);
 
 } // namespace MRBBridge

@@ -19,7 +19,7 @@ Json::Value Read(_mrb_storage_s *device) {
     if constexpr (std::is_pointer_v<decltype(value)>) {
         return value == nullptr ? "" : value;
     } else if constexpr (sizeof(value) > sizeof(int)) {
-        // Sizes travel as texts: scripts' numbers lose their low bits.
+        // Sizes are written as texts: a script's numbers would lose their low bits.
         return ConvertNumberToString(static_cast<long long>(value));
     } else {
         return value;

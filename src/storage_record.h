@@ -1,5 +1,5 @@
 #pragma once
-// Storage devices as scripts know them: one JSON object for each, the same in lists
+// Storage devices as scripts see them: one JSON object for each, the same in lists
 // and in notifications.
 
 #include <json/value.h>
@@ -8,9 +8,8 @@
 
 namespace MRBBridge {
 
-/// Sets a device's keys in `record`, behind what stands there already. Asks the
-/// framework for one field after the other, in the order of the table; the device is
-/// only read. Any thread.
+/// Adds a device's keys to `record`. Calls the framework's getters one after the other,
+/// in the order of the table; the device is only read. Any thread.
 using WriteRecord = void (*)(_mrb_storage_s *device, Json::Value &record);
 
 /// A USB stick or a camera.
