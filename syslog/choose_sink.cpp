@@ -8,22 +8,22 @@
 namespace systemlog {
 namespace {
 
-std::unique_ptr<Sink> systemSink(const Places &places) {
-    if (access(places.journal, W_OK) == 0) {
+std::unique_ptr<Sink> systemSink(const LogSockets &sockets) {
+    if (access(sockets.journal, W_OK) == 0) {
         return std::make_unique<JournalSink>();
     }
-    return SyslogSink::open(places.syslog);
+    return SyslogSink::open(sockets.syslog);
 }
 
 void warnOfUnknown(std::string_view choice) {
     const std::string text = "QUILL_LOG is \"" + std::string(choice) +
-                             "\", which is none of \"system\", \"stderr\" and \"off\"; taken as \"system\".";
+                             "\"; expected \"system\", \"stderr\" or \"off\". Using \"system\".";
     StderrSink().write(4, "quill", text);
 }
 
 } // namespace
 
-std::unique_ptr<Sink> chooseSink(const char *choice, const Places &places) {
+std::unique_ptr<Sink> chooseSink(const char *choice, const LogSockets &sockets) {
     const std::string_view chosen = choice == nullptr ? "" : choice;
     if (chosen == "off") {
         return nullptr;
@@ -34,7 +34,7 @@ std::unique_ptr<Sink> chooseSink(const char *choice, const Places &places) {
     if (!chosen.empty() && chosen != "system") {
         warnOfUnknown(chosen);
     }
-    return systemSink(places);
+    return systemSink(sockets);
 }
 
 } // namespace systemlog

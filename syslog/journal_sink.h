@@ -4,8 +4,8 @@
 
 namespace systemlog {
 
-/// The path whose presence says that the systemd journal is there (sd_booted's
-/// counterpart for the journal, and the address that libsystemd sends to).
+/// The path that exists while the systemd journal runs (sd_booted's counterpart
+/// for the journal, and the address that libsystemd sends to).
 inline constexpr const char *journalSocket = "/run/systemd/journal/socket";
 
 /// Writes entries with SYSLOG_IDENTIFIER, PRIORITY and MESSAGE to the systemd

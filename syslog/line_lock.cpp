@@ -12,8 +12,8 @@ pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 void lock() { pthread_mutex_lock(&mutex); }
 void unlock() { pthread_mutex_unlock(&mutex); }
 
-// A fork in the middle of another thread's line would leave the child a lock
-// that nobody opens.
+// A fork in the middle of another thread's line would leave the child with a lock
+// that no thread of it releases.
 const int atForkResult = pthread_atfork(lock, unlock, unlock);
 
 } // namespace

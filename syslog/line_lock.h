@@ -3,8 +3,8 @@
 namespace systemlog {
 
 /// Held while one line is written, so that lines of different threads never
-/// mix. One lock serves the process, which writes to one sink; any thread may
-/// take it, and a child made by fork() never inherits it taken.
+/// mix. There is one lock per process, which writes to one sink; any thread may
+/// take it, and a child process of fork() never inherits it locked.
 class LineLock {
   public:
     LineLock() noexcept;

@@ -18,9 +18,9 @@ class Sink {
     /// syslog(3); `tag` ends with a zero; `text` may hold any bytes.
     virtual void write(int priority, const char *tag, std::string_view text) noexcept = 0;
 
-    /// Whether a reader of it sees colours. Of other sinks' texts the sequences that set
-    /// them are taken out: a file would hold them as they are, and journalctl shows an
-    /// entry with an escape in it as binary data.
+    /// Whether the sink displays colours. From the texts for other sinks the sequences
+    /// that set them are removed: a file would hold them as they are, and journalctl shows
+    /// an entry with an escape in it as binary data.
     [[nodiscard]] virtual bool showsColours() const noexcept { return false; }
 };
 

@@ -13,7 +13,7 @@
 namespace systemlog {
 namespace {
 
-/// Takes `written` bytes off the front of the pieces still to be written.
+/// Removes `written` bytes from the front of the pieces that remain to be written.
 void advance(iovec *&pieces, int &count, size_t written) {
     while (count > 0 && written >= pieces->iov_len) {
         written -= pieces->iov_len;
@@ -26,7 +26,7 @@ void advance(iovec *&pieces, int &count, size_t written) {
     }
 }
 
-/// Waits until the descriptor takes more; false when it never will.
+/// Waits until the descriptor can be written to; false when it never will be.
 bool waitUntilWritable(int descriptor) {
     pollfd waiting{descriptor, POLLOUT, 0};
     return poll(&waiting, 1, -1) >= 0 || errno == EINTR;
@@ -38,8 +38,8 @@ iovec pieceOf(const char *text, size_t length) {
 }
 
 bool refusesColours() {
-    const char *wish = getenv("NO_COLOR");
-    return wish != nullptr && *wish != '\0';
+    const char *no_color = getenv("NO_COLOR");
+    return no_color != nullptr && *no_color != '\0';
 }
 
 } // namespace

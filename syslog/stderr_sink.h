@@ -11,7 +11,7 @@ class StderrSink final : public Sink {
     explicit StderrSink(int descriptor = 2);
     void write(int priority, const char *tag, std::string_view text) noexcept override;
 
-    /// On a terminal, unless its user wants none: https://no-color.org
+    /// On a terminal, unless NO_COLOR turns them off: https://no-color.org
     [[nodiscard]] bool showsColours() const noexcept override { return colours_; }
 
   private:

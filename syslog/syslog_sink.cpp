@@ -55,18 +55,18 @@ Header numbered(Header header, size_t piece, size_t pieces) {
     return header;
 }
 
-/// The front of `text`, at most `room` bytes, not ending inside a UTF-8
+/// The front of `text`, at most `limit` bytes, not ending inside a UTF-8
 /// character. Text that is not UTF-8 is cut anywhere.
-std::string_view firstPiece(std::string_view text, size_t room) {
-    if (text.size() <= room) {
+std::string_view firstPiece(std::string_view text, size_t limit) {
+    if (text.size() <= limit) {
         return text;
     }
     const auto continues = [&](size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U; };
-    size_t end = room;
-    while (end > room - 3 && continues(end)) {
+    size_t end = limit;
+    while (end > limit - 3 && continues(end)) {
         --end;
     }
-    return text.substr(0, continues(end) ? room : end);
+    return text.substr(0, continues(end) ? limit : end);
 }
 
 } // namespace
@@ -99,10 +99,10 @@ bool SyslogSink::connectTo(int type) noexcept {
     if (::connect(socket_, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) {
         return true;
     }
-    const int why = errno;
+    const int connectErrno = errno;
     close(socket_);
     socket_ = -1;
-    errno = why;
+    errno = connectErrno;
     return false;
 }
 
@@ -151,19 +151,19 @@ bool SyslogSink::sendPiece(std::string_view header, std::string_view text) noexc
 void SyslogSink::write(int priority, const char *tag, std::string_view text) noexcept {
     const int savedErrno = errno;
     const Header header = lineHeader(priority, tag);
-    size_t room = packetLimit - header.length;
+    size_t limit = packetLimit - header.length;
     const LineLock lock;
-    if (text.size() <= room) {
+    if (text.size() <= limit) {
         sendPiece(header.view(), text);
     } else {
-        room -= strlen("(18446744073709551615/18446744073709551615) ");
+        limit -= strlen("(18446744073709551615/18446744073709551615) ");
         size_t pieces = 0;
         for (std::string_view rest = text; !rest.empty(); ++pieces) {
-            rest.remove_prefix(firstPiece(rest, room).size());
+            rest.remove_prefix(firstPiece(rest, limit).size());
         }
         std::string_view rest = text;
         for (size_t number = 1; number <= pieces; ++number) {
-            const std::string_view piece = firstPiece(rest, room);
+            const std::string_view piece = firstPiece(rest, limit);
             if (!sendPiece(numbered(header, number, pieces).view(), piece)) {
                 break;
             }

@@ -15,7 +15,7 @@ inline constexpr const char *syslogSocket = "/dev/log";
 /// again when the daemon was restarted.
 class SyslogSink final : public Sink {
   public:
-    /// Null when nobody listens at `path`.
+    /// Null when no daemon listens at `path`.
     static std::unique_ptr<SyslogSink> open(const char *path);
     ~SyslogSink() override;
     void write(int priority, const char *tag, std::string_view text) noexcept override;

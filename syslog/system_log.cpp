@@ -17,16 +17,16 @@ namespace {
 
 systemlog::Sink *openSink() noexcept {
     try {
-        // Leaked on purpose: the bridge and its neighbours still log from the
-        // destructors of their static objects, after any of ours would be gone.
+        // Leaked on purpose: the bridge and the framework still log from the destructors
+        // of their static objects, after any of ours would be destroyed.
         return systemlog::chooseSink(getenv("QUILL_LOG")).release();
     } catch (const std::bad_alloc &) {
         return nullptr;
     }
 }
 
-// Chosen as the library is loaded, which is before anything that is linked with
-// it can call; so a line costs one test of a pointer when nobody listens.
+// Chosen when the library is loaded, which is before anything that is linked with
+// it can call; so a line costs one test of a pointer when there is no sink.
 systemlog::Sink *const sink = openSink();
 
 const systemlog::TagFilter *openFilter() noexcept {
@@ -42,8 +42,8 @@ const systemlog::TagFilter *const filter = openFilter();
 
 const char *printedTag(const char *tag) { return tag == nullptr ? "-" : tag; }
 
-/// Puts the text into `shortText`, or into `longText` when it needs more room,
-/// and gives its length: negative when the text cannot be formatted.
+/// Formats the text into `shortText`, or into `longText` when it is longer, and
+/// returns its length: negative when the text cannot be formatted.
 __attribute__((format(printf, 3, 0))) int formatText(std::array<char, 1024> &shortText,
                                                      std::unique_ptr<char[]> &longText, const char *format,
                                                      va_list arguments) noexcept {
@@ -67,7 +67,7 @@ __attribute__((format(printf, 3, 0))) int formatText(std::array<char, 1024> &sho
 /// saves no registers and needs no large frame.
 __attribute__((noinline, format(printf, 3, 0))) int
 formatAndWrite(int priority, const char *tag, const char *format, va_list arguments) noexcept {
-    // A caller that logs a failure still wants to know its errno.
+    // A caller that logs a failure may read errno afterwards.
     const int savedErrno = errno;
     std::array<char, 1024> shortText; // NOLINT(cppcoreguidelines-pro-type-member-init): written by vsnprintf
     std::unique_ptr<char[]> longText;

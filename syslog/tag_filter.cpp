@@ -5,7 +5,7 @@
 namespace systemlog {
 namespace {
 
-// The locale has no say in tags.
+// Tags are compared independently of the locale.
 char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
@@ -38,8 +38,8 @@ TagFilter::TagFilter(const char *list) {
 bool TagFilter::admits(std::string_view tag) const noexcept {
     const size_t hyphen = tag.rfind('-');
     const std::string_view last = hyphen == std::string_view::npos ? tag : tag.substr(hyphen + 1);
-    return tags_.empty() || std::any_of(tags_.begin(), tags_.end(), [&](const std::string &wanted) {
-               return isSame(wanted, tag) || isSame(wanted, last);
+    return tags_.empty() || std::any_of(tags_.begin(), tags_.end(), [&](const std::string &listed) {
+               return isSame(listed, tag) || isSame(listed, last);
            });
 }
 

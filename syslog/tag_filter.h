@@ -6,7 +6,8 @@
 
 namespace systemlog {
 
-/// Which tags' lines are written. Never changes once it is made; any thread may ask.
+/// Which tags' lines are written. Never changes after its construction; any thread may
+/// call it.
 class TagFilter {
   public:
     /// `list` holds tags with commas between them, each a whole tag or what follows

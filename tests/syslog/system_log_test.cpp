@@ -39,8 +39,8 @@ TEST(SystemLog, formatsNothingWhenNobodyListens) {
 TEST(SystemLog, namesAnUnknownChoiceOnce) {
     const Outcome outcome = speak("loud", {"last words"});
     EXPECT_EQ(outcome.error,
-              "quill: QUILL_LOG is \"loud\", which is none of \"system\", \"stderr\" and \"off\"; "
-              "taken as \"system\".\n");
+              "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
+              "Using \"system\".\n");
     EXPECT_EQ(outcome.status, 0);
 }
 
