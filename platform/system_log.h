@@ -4,7 +4,7 @@
  *
  * Threads. May be called from any thread at any time; lines never mix.
  *
- * Errors. A line that cannot be delivered is dropped; the caller is not told.
+ * Errors. A line that cannot be delivered is dropped without a report.
  */
 
 #ifdef __cplusplus
@@ -25,10 +25,10 @@ enum {
 
 /*
  * Writes one line: `format` and what follows are those of printf. `tag` names
- * the part of the program that speaks. A line of any length is delivered whole.
- * Formats nothing and returns at once when no sink listens, or not to this tag.
- * The result is the length of the text in bytes, 0 when no sink listens, -1 when
- * it cannot be formatted.
+ * the part of the program that logs. A line of any length is delivered whole.
+ * Formats nothing and returns at once when no sink takes the log, or this tag.
+ * Returns the length of the text in bytes, 0 when no sink takes it, -1 when it
+ * cannot be formatted.
  */
 int system_log_print(int log_id, int priority, const char *tag, const char *format, ...)
     __attribute__((format(printf, 4, 5)));

@@ -5,15 +5,15 @@
  *
  * A list is opened with a general parameter object and named from then on by
  * its agent handle. Opening is asynchronous: mrb_request_list_v2 returns as soon
- * as the list exists, and what becomes of it is reported through the callback.
+ * as the list exists, and its progress is reported through the callback.
  *
  * Threads. All functions may be called from any thread, but calls that name one
  * handle must not overlap each other. Callbacks run on a thread of the
- * framework's, never inside a call of the caller's; the callbacks of one list
+ * framework, never inside a call of the caller; the callbacks of one list
  * never overlap and keep their order. Once mrb_disconnect_v2 has returned, no
- * callback of that list is running or will run, except that a call made from
- * inside that list's own callback returns while it still runs, and that one which
- * does not return is waited for no longer than two seconds: it is the last one.
+ * callback of that list is running or will run, with two exceptions: a call from
+ * inside that list's own callback returns while it still runs, and the call waits
+ * two seconds at most for a running callback, which then is the last one.
  *
  * Ownership. Texts that come in are copied. Texts that go out through a
  * `char **` are allocated with the C library's malloc and become the caller's,
@@ -22,8 +22,8 @@
  * Texts are UTF-8 and end with a zero.
  *
  * Errors. Every function returns a code of result.h. An out-argument is written
- * on success; on failure its value is whatever the caller preset, or a text as
- * said above.
+ * on success; on failure it keeps the value that the caller preset, or holds a
+ * text as said above.
  */
 
 #include <stdbool.h>
@@ -40,10 +40,10 @@ extern "C" {
 /* An open list. Positive while open; 0 names no list. 32 bits on every machine. */
 typedef int32_t mrb_agent_handler_h;
 
-/* The wishes for a list to open; made by mrb_create_general_param. */
+/* The options of a list to open; created by mrb_create_general_param. */
 typedef struct mrb_general_param_s *mrb_general_param_h;
 
-/* A page layout; made by mrb_create_page_param. */
+/* A page layout; created by mrb_create_page_param. */
 typedef struct mrb_page_param_s *mrb_page_param_h;
 
 /* ---- list events -------------------------------------------------------- */
@@ -58,7 +58,7 @@ typedef int mrb_event_e;
 enum {
     MRB_EVENT_LIST_READY = 0,      /* 0: complete; every item is there */
     MRB_EVENT_LIST_FAILED = 1,     /* 1: ended early; the server data names the error */
-    MRB_EVENT_SHARE_PROGRESS = 2,  /* 8: a share moved on */
+    MRB_EVENT_SHARE_PROGRESS = 2,  /* 8: a share made progress */
     MRB_EVENT_LIST_GROWN = 3,      /* 25: more items, or the groups of more items, can be read */
     MRB_EVENT_LIST_CANCELLED = 14, /* 13: ended by mrb_cancel_request_list_v2 */
     MRB_EVENT_SHARE_STARTED = 18,  /* 17: the first event of a share */
@@ -73,9 +73,9 @@ enum {
 /*
  * Reports a list event. `user_data` is what mrb_request_list_v2 was given,
  * `reserved` has no meaning, `server_data` is a JSON object as text (or null)
- * that lives until the callback returns. The result is ignored. With the events
+ * that is valid until the callback returns. The result is ignored. With the events
  * that end a list it holds "item_count", "unreadable" and "too_deep" (folders),
- * "left_out" (the number of items that the source gave and that cannot be used)
+ * "left_out" (the number of items of the source that cannot be used)
  * and "left_out_names" (an array of texts that name the first ten of those); with
  * MRB_EVENT_LIST_FAILED also "error" and "message".
  */
@@ -95,13 +95,13 @@ enum {
     MRB_ITEM_TYPE_GROUP = 9,     /* a heading that stands for a group of items */
     MRB_ITEM_TYPE_UHD = 10,      /* an ultra-high-definition package */
     MRB_ITEM_TYPE_SCSA = 11,     /* a secure-content package */
-    MRB_ITEM_TYPE_UPFOLDER = 13, /* the way back to the enclosing folder */
-    MRB_ITEM_TYPE_EMPTY = 14     /* a blank that fills up a page */
+    MRB_ITEM_TYPE_UPFOLDER = 13, /* leads to the enclosing folder */
+    MRB_ITEM_TYPE_EMPTY = 14     /* a blank that pads a page */
 };
 
 /* ---- opening a list ----------------------------------------------------- */
 
-/* Makes an empty parameter object in *param; released with mrb_destroy_general_param. */
+/* Creates an empty parameter object in *param; released with mrb_destroy_general_param. */
 int mrb_create_general_param(mrb_general_param_h *param);
 int mrb_destroy_general_param(mrb_general_param_h param);
 
@@ -147,8 +147,8 @@ int mrb_param_set_general_access_token(mrb_general_param_h param, const char *ac
 int mrb_param_set_general_country(mrb_general_param_h param, const char *country);
 
 /*
- * Opens a list. *agent is 0 for a new list, or an open list's handle to open
- * that list anew under the same handle; on success it holds the list's handle.
+ * Opens a list. *agent is 0 for a new list, or an open list's handle to reopen
+ * that list under the same handle; on success it holds the list's handle.
  * The parameter object is read before the call returns. `callback` must not be
  * null; it is first called after the handle was written.
  */
@@ -156,8 +156,8 @@ int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback,
                         mrb_agent_handler_h *agent);
 
 /*
- * Stops filling the list. What is there stays readable; MRB_EVENT_LIST_CANCELLED follows,
- * unless the list's end was told before. Reading files for groups stops as well.
+ * Stops filling the list. Its items stay readable; MRB_EVENT_LIST_CANCELLED follows,
+ * unless the list's end was reported before. Reading files for groups stops as well.
  */
 int mrb_cancel_request_list_v2(mrb_agent_handler_h agent);
 
@@ -168,7 +168,7 @@ int mrb_disconnect_v2(mrb_agent_handler_h agent);
 
 /*
  * A list is read through a view: its entries have the indexes from 0 on, and
- * counts, positions and the cursor speak of them. The view of a new list is flat
+ * counts, positions and the cursor refer to them. The view of a new list is flat
  * and holds every item that passed the filters, without pages or groups.
  */
 
@@ -181,7 +181,7 @@ enum {
     MRB_NAVIGATION_UP = 3 /* to be set only: into the enclosing folder, the cursor on the folder left */
 };
 
-/* A page style: MRB_PAGE_STYLE_LIST or _PAGED, with one way of grouping or none. */
+/* A page style: MRB_PAGE_STYLE_LIST or _PAGED, with or without a grouping. */
 enum {
     MRB_PAGE_STYLE_LIST = 0x00,       /* one entry after the other */
     MRB_PAGE_STYLE_PAGED = 0x01,      /* pages of rows and columns */
@@ -191,10 +191,10 @@ enum {
     MRB_PAGE_STYLE_GROUP_DATE = 0x30,   /* for each month of last change (UTC), newest first */
     MRB_PAGE_STYLE_GROUP_FOLDER = 0x40, /* for each folder that holds items, in the source's order */
     /*
-     * For each text of the field of that name, alphabetically; what has none comes last,
-     * in a group without a name. The files are read in the background once the list is
-     * complete, and until an item's is, the item is in that last group too;
-     * MRB_EVENT_LIST_GROWN tells how far that is, also behind MRB_EVENT_LIST_READY.
+     * For each text of the field of that name, alphabetically; items without a text come
+     * last, in a group without a name. The files are read in the background once the list
+     * is complete, and until an item's file is read, the item is in that last group too;
+     * MRB_EVENT_LIST_GROWN reports the progress, also after MRB_EVENT_LIST_READY.
      */
     MRB_PAGE_STYLE_GROUP_ARTIST = 0x50,
     MRB_PAGE_STYLE_GROUP_ALBUM = 0x60,
@@ -204,11 +204,11 @@ enum {
 /* How the entries of a page run. Indexes count its cells row by row either way. */
 enum {
     MRB_PAGE_ORDER_ROWS = 0,   /* along the rows */
-    MRB_PAGE_ORDER_COLUMNS = 1 /* down the columns, which on the last page are as even as can be */
+    MRB_PAGE_ORDER_COLUMNS = 1 /* down the columns, which are balanced on the last page */
 };
 
-/* Group indexes beside those of single groups, which are shown without a heading.
- * Single groups and the headings stand alone, without an up-folder entry. */
+/* Group indexes besides those of single groups, which are shown without a heading.
+ * Single groups and the headings are shown alone, without an up-folder entry. */
 enum {
     MRB_GROUP_ALL = -1,     /* all groups, each behind a heading (MRB_ITEM_TYPE_GROUP) */
     MRB_GROUP_HEADINGS = -2 /* the headings alone */
@@ -230,9 +230,9 @@ int mrb_param_set_page_style_padding(mrb_page_param_h param, bool need_padding);
  * Lays the view out; the parameter object is read before the call returns. Rows,
  * columns, order and padding matter to MRB_PAGE_STYLE_PAGED only, where padding
  * fills the last page with entries of MRB_ITEM_TYPE_EMPTY. The group index matters
- * with a way of grouping; without one it must be 0 or negative. A style, order or
+ * with a grouping; without one it must be 0 or negative. A style, order or
  * size that does not exist is MRB_ERR_INVALID_PARAMETER, a group that does not
- * exist, as none does in an empty view, MRB_ERR_OUT_OF_RANGE; the view then stays as it
+ * exist (an empty view has no groups) MRB_ERR_OUT_OF_RANGE; the view then stays as it
  * was.
  */
 int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
@@ -240,10 +240,10 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
 /*
  * Moves the view through the folders, see MRB_NAVIGATION_. A folder's view holds
  * its sub-folders, then its files, behind an entry of MRB_ITEM_TYPE_UPFOLDER
- * unless it is the source's own or shows groups alone. A sub-folder is shown when it passes the filters
- * or something below it does. Entering what is no folder is MRB_ERR_NOT_A_FOLDER;
- * entering from an empty view, and leaving the source's own folder or a flat view,
- * is MRB_ERR_NOT_FOUND. The page style stays.
+ * unless it is the source's own or shows groups alone. A sub-folder is shown when it
+ * passes the filters or something below it does. Entering an entry that is not a folder
+ * is MRB_ERR_NOT_A_FOLDER; entering from an empty view, and leaving the source's own
+ * folder or a flat view, is MRB_ERR_NOT_FOUND. The page style stays.
  */
 int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation);
 /* MRB_NAVIGATION_FLAT or MRB_NAVIGATION_FOLDER. */
@@ -255,16 +255,16 @@ int mrb_get_group_count_v2(mrb_agent_handler_h agent, int *count);
 /* The number of entries that can be read now; grows until MRB_EVENT_LIST_READY. */
 int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count);
 
-/* The same for one MRB_ITEM_TYPE_. A type that the list holds none of counts 0. */
+/* The same for one MRB_ITEM_TYPE_: 0 for a type without items in the list. */
 int mrb_get_item_count_by_type_v2(mrb_agent_handler_h agent, int type, int *count);
 
 /* The description of the entry at `index` (from 0): a JSON object as text. */
 int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item);
 
 /*
- * Puts the list's cursor on the entry at `index`; field calls speak of that item.
- * The cursor stays on its entry when the view changes; when the view shows it no
- * more, and at first, it is on the first entry.
+ * Moves the list's cursor to the entry at `index`; field calls refer to that item.
+ * The cursor stays on its entry when the view changes; when the view does not show
+ * that entry any more, and initially, it is on the first entry.
  */
 int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index);
 
@@ -275,19 +275,19 @@ int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index);
 int mrb_get_page_index_v2(mrb_agent_handler_h agent, const char *media_id, int *page_index);
 
 /*
- * What a player needs to play the item under the cursor, and what is known of its
- * rating: JSON objects as text. MRB_ERR_NOT_SUPPORTED: a folder, heading or blank is
- * not played; MRB_ERR_NOT_FOUND: the view is empty.
+ * What a player needs to play the item under the cursor, and the item's rating: JSON
+ * objects as text. MRB_ERR_NOT_SUPPORTED: a folder, heading or blank cannot be
+ * played; MRB_ERR_NOT_FOUND: the view is empty.
  */
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data);
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating);
 
 /*
  * The id of the storage that holds the existing absolute path `mount_path`, usually
- * a mount point. It is the file system's UUID where the system knows one; else a
- * text made of the mount's type, source and place, which is the same as long as the
- * storage is mounted in the same way. MRB_ERR_TIMEOUT: what holds the path does not answer
- * within 100 ms.
+ * a mount point. It is the file system's UUID if the system has one; else a text
+ * built from the mount's type, source and mount point, which is the same as long as the
+ * storage is mounted in the same way. MRB_ERR_TIMEOUT: the storage that holds the path
+ * does not respond within 100 ms.
  */
 int mrb_get_storage_id_v2(const char *mount_path, char **storage_id);
 
@@ -306,13 +306,13 @@ int mrb_set_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int 
 /* ---- selection ---------------------------------------------------------- */
 
 /*
- * An item is selected or not, whichever view shows it: paging, grouping, walking
- * through folders and the sorting at a list's end leave the selection as it is, and
- * items that the view does not show stay selected. A new opening begins with
- * nothing selected, also one under the same handle. Indexes are those of the view.
+ * An item is selected or not, whichever view shows it: paging, grouping, navigation
+ * and the sorting at a list's end leave the selection as it is, and items that the
+ * view does not show stay selected. A list begins with nothing selected, also one
+ * that is reopened under the same handle. Indexes are those of the view.
  */
 
-/* Selects every item that the view shows, beside what is selected already. */
+/* Selects every item that the view shows, in addition to those selected already. */
 int mrb_select_all_v2(mrb_agent_handler_h agent);
 /* Empties the selection, of items that the view does not show as well. */
 int mrb_deselect_all_v2(mrb_agent_handler_h agent);
@@ -325,7 +325,7 @@ int mrb_select_group_v2(mrb_agent_handler_h agent, int group_index);
 int mrb_deselect_group_v2(mrb_agent_handler_h agent, int group_index);
 
 /*
- * Of a heading: whether all items of its group are selected. Up-folder entries and
+ * For a heading: whether all items of its group are selected. Up-folder entries and
  * blanks never are.
  */
 int mrb_get_selected_state_v2(mrb_agent_handler_h agent, int index, bool *selected);

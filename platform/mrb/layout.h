@@ -17,7 +17,7 @@
 
 #define MRB_CHECK_SIZE(type, size) MRB_STATIC_ASSERT(sizeof(type) == (size), #type " has another size")
 #define MRB_CHECK_OFFSET(type, member, offset)                                                               \
-    MRB_STATIC_ASSERT(offsetof(type, member) == (offset), #type "." #member " stands elsewhere")
+    MRB_STATIC_ASSERT(offsetof(type, member) == (offset), #type "." #member " has another offset")
 
 #if UINTPTR_MAX == 0xffffffffU
 #define MRB_CHECK_SIZE_32(type, size) MRB_CHECK_SIZE(type, size)
@@ -25,5 +25,5 @@
 #else
 #define MRB_CHECK_SIZE_32(type, size) MRB_STATIC_ASSERT(sizeof(type) >= (size), #type " lost a member")
 #define MRB_CHECK_OFFSET_32(type, member, offset)                                                            \
-    MRB_STATIC_ASSERT(offsetof(type, member) >= (offset), #type "." #member " stands too early")
+    MRB_STATIC_ASSERT(offsetof(type, member) >= (offset), #type "." #member " has too low an offset")
 #endif

@@ -4,19 +4,19 @@
  * selected items of an open list.
  *
  * A share is started with a share parameter object and a user-data parameter
- * object (who hears of it), runs in the background under a share handle, and
+ * object (its callback), runs in the background under a share handle, and
  * reports its progress through the callback. It begins with MRB_EVENT_SHARE_STARTED,
- * tells MRB_EVENT_SHARE_PROGRESS at most ten times a second, and ends with exactly
+ * reports MRB_EVENT_SHARE_PROGRESS at most ten times a second, and ends with exactly
  * one of MRB_EVENT_SHARE_DONE, _FAILED, _STOPPED, _NO_SPACE and
- * MRB_EVENT_DEVICE_REMOVED. It works on the selection as that was at the start, and
- * goes on when its list is changed, opened anew or closed.
+ * MRB_EVENT_DEVICE_REMOVED. It works on the selection at its start, and continues
+ * when its list is changed, reopened or closed.
  *
  * Threads. As in agent.h: functions on any thread, callbacks on a thread of the
- * framework's, in order and never overlapping for one share.
+ * framework, in order and never overlapping for one share.
  *
  * Ownership. The caller destroys the share parameter object after the start. The
  * user-data parameter object passes to the framework with mrb_batch_process_v2,
- * whatever that call returns; nobody else may release it.
+ * whatever that call returns; the caller must not release it.
  */
 
 #include "mrb/agent.h"
@@ -27,29 +27,29 @@ extern "C" {
 #endif
 
 /*
- * A running share, until its last event was heard. Positive; 0 names none, and no
- * list has the same number. 32 bits on every machine.
+ * A running share, until its last event was delivered. Positive; 0 is not a share,
+ * and no list has the same number. 32 bits on every machine.
  */
 typedef int32_t mrb_share_handler_h;
 
 typedef struct mrb_share_param_s *mrb_share_param_h;
 typedef struct mrb_share_user_data_param_s *mrb_share_user_data_param_h;
 
-/* What a share does with the selection. Other numbers answer MRB_ERR_NOT_SUPPORTED. */
+/* What a share does with the selection. Other numbers return MRB_ERR_NOT_SUPPORTED. */
 enum {
-    MRB_SHARE_DELETE = 1, /* refused by this framework: it deletes nothing of a user's */
+    MRB_SHARE_DELETE = 1, /* refused by this framework: it never deletes a user's files */
     MRB_SHARE_COPY = 2,   /* to a folder of another device */
     MRB_SHARE_DLNA = 4,   /* to a DLNA server, or from one when the source device type is 4 */
     MRB_SHARE_LOCK = 32   /* marks or unmarks the items as locked, until the process ends */
 };
 
 /*
- * A share with a DLNA server names it by its id, or by its address where one server only
+ * A share with a DLNA server names it by its id, or by its address if only one server
  * has that. From a server, the selected items of its list go to the destination path; to
- * one, the selected files of a folder's list go to the container of the server that the
- * service provider names, or to that which the server chooses.
- * MRB_ERR_NOT_INITIALIZED: the DLNA service does not run; MRB_ERR_NOT_FOUND: it has not
- * seen the server; MRB_ERR_INVALID_PARAMETER: the list is not the server's.
+ * a server, the selected files of a folder's list go to the container that the service
+ * provider names, or to one that the server chooses.
+ * MRB_ERR_NOT_INITIALIZED: the DLNA service does not run; MRB_ERR_NOT_FOUND: it does not
+ * know the server; MRB_ERR_INVALID_PARAMETER: the list does not belong to the server.
  */
 
 /* Device types named in share parameters. */
@@ -59,11 +59,11 @@ enum { MRB_SHARE_DEVICE_DLNA = 4 };
 enum { MRB_SHARE_FILE_NAME_BYTES = 1024 };
 
 /*
- * Progress of a share. Counts are files, sizes are bytes. Until the last event, what
- * is done is what was written; in the last one, what arrived for good, and the name is
+ * Progress of a share. Counts are files, sizes are bytes. Until the last event, done
+ * counts what was written; in the last one, what arrived permanently, and the name is
  * that of the first file that did not arrive, if any. Names are UTF-8, cut off when
- * they are too long. Bytes done in all are the sum of
- * success_file_size and progress_file_size.
+ * they are too long. The total of bytes done is the sum of success_file_size and
+ * progress_file_size.
  */
 typedef struct mrb_share_status_info_s {
     uint32_t total_file_count;
@@ -83,7 +83,7 @@ MRB_CHECK_OFFSET(mrb_share_status_info_s, current_file_size, 24);
 MRB_CHECK_OFFSET(mrb_share_status_info_s, progress_file_size, 32);
 MRB_CHECK_OFFSET(mrb_share_status_info_s, current_file_name, 40);
 
-/* Reports progress; `status` lives until the callback returns. The result is ignored. */
+/* Reports progress; `status` is valid until the callback returns. The result is ignored. */
 typedef bool (*mrb_batch_process_cb)(void *user_data, mrb_share_handler_h share, mrb_event_e event,
                                      mrb_share_status_info_s *status);
 
@@ -109,9 +109,9 @@ int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_hand
                          mrb_share_user_data_param_h user_data_param, mrb_share_handler_h *share);
 
 /*
- * Stops a share; MRB_EVENT_SHARE_STOPPED follows and nothing half-written stays. One
- * that has done its work meanwhile ends as it would have. May be called from inside
- * the share's callback.
+ * Stops a share; MRB_EVENT_SHARE_STOPPED follows and no half-written file stays. A
+ * share that has completed its work by then ends as without the stop. May be called
+ * from inside the share's callback.
  */
 int mrb_stop_batch_process_v2(mrb_share_handler_h share);
 

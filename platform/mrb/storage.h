@@ -4,15 +4,15 @@
  * DLNA servers, their arrival and removal, and the DLNA service's life.
  *
  * Threads. Functions may be called from any thread. Callbacks run on threads of
- * the framework's, or inside mrb_finalize_dlna_service on its caller's where
- * these are busy. Once an unset or finalize call has returned, no callback that
- * it removed is running or will run; made from inside that very callback, it
- * returns while the callback still runs. It waits two seconds for one that is
- * running: MRB_ERR_TIMEOUT says that it still runs, so that its user data must stay.
+ * the framework, or inside mrb_finalize_dlna_service on its caller's thread when
+ * those are busy. Once an unset or finalize call has returned, no callback that
+ * it removed is running or will run; a call from inside that very callback returns
+ * while the callback still runs. It waits two seconds for a running callback:
+ * MRB_ERR_TIMEOUT says that it still runs, so that its user data must stay.
  *
- * Ownership. A list and its records are the framework's until
- * mrb_storage_list_destory; texts that getters return live as long as their
- * record. A record passed to a callback lives until the callback returns.
+ * Ownership. A list and its records belong to the framework until
+ * mrb_storage_list_destory; texts that getters return are valid as long as their
+ * record. A record passed to a callback is valid until the callback returns.
  * Getters never return a null text: a device that lacks a field has an empty
  * one, and 0 for a number.
  */
@@ -24,7 +24,7 @@
 
 #ifdef __cplusplus
 extern "C" {
-/* A record is handed to callbacks by reference; C sees the same bits as a pointer. */
+/* A record is passed to callbacks by reference, which is a pointer to C. */
 #define MRB_REFERENCE &/* NOLINT(bugprone-macro-parentheses): part of a declaration */
 #else
 #define MRB_REFERENCE * /* NOLINT(bugprone-macro-parentheses): part of a declaration */
@@ -45,8 +45,8 @@ typedef int mrb_storage_event_e;
 enum {
     MRB_STORAGE_EVENT_ADDED = 0,   /* it is in the list from now on */
     MRB_STORAGE_EVENT_REMOVED = 1, /* it is not any more; the record is the last one known */
-    MRB_STORAGE_EVENT_CHANGED = 2  /* its record is another, as when it is mounted or unmounted,
-                                      or when a camera has answered what it has room for */
+    MRB_STORAGE_EVENT_CHANGED = 2  /* its record changed, as when it is mounted or unmounted,
+                                      or when a camera has reported its capacity */
 };
 
 /* mrb_storage_get_filesystem. */
@@ -68,7 +68,7 @@ enum {
     MRB_FILE_SYSTEM_TMPFS = 14
 };
 
-/* mrb_storage_get_class: the class code of a USB interface, or one beyond those. */
+/* mrb_storage_get_class: the class code of a USB interface, or one above 255. */
 enum {
     MRB_STORAGE_CLASS_NONE = 0,         /* not attached by USB */
     MRB_STORAGE_CLASS_CAMERA = 6,       /* still image */
@@ -89,10 +89,10 @@ typedef void (*mrb_dlna_state_cb)(mrb_asf_serviceconnector_state_e state, void *
 /* ---- lists -------------------------------------------------------------- */
 
 /*
- * On success *list must be given back with mrb_storage_list_destory. The list has what was
- * attached before the call, as far as the system and the devices say so within 100 ms (a
- * process's first call: a second); else it is what was known before, and what is found later is
- * an MRB_STORAGE_EVENT_ADDED.
+ * On success *list must be released with mrb_storage_list_destory. The list holds the devices
+ * attached before the call, as far as the system and the devices report them within 100 ms (in
+ * a process's first call: a second); else it holds those known before, and a device that is
+ * found later causes an MRB_STORAGE_EVENT_ADDED.
  */
 int mrb_get_usb_list(int kind, mrb_storage_list_h *list);
 int mrb_get_dlna_list(mrb_storage_list_h *list);
@@ -109,7 +109,7 @@ int mrb_storage_list_destory(mrb_storage_list_h list);
 const char *mrb_storage_get_id(_mrb_storage_s *storage);
 const char *mrb_storage_get_name(_mrb_storage_s *storage);
 /* In bytes. Both 0: not known. A list does not wait for a camera: its sizes are not known until
- * it has answered, which is an MRB_STORAGE_EVENT_CHANGED. */
+ * it has reported them, which causes an MRB_STORAGE_EVENT_CHANGED. */
 long long mrb_storage_get_availablesize(_mrb_storage_s *storage);
 long long mrb_storage_get_totalsize(_mrb_storage_s *storage);
 const char *mrb_storage_get_mountpath(_mrb_storage_s *storage); /* empty: not mounted */
@@ -128,9 +128,9 @@ bool mrb_storage_get_bOrvaneDevice(_mrb_storage_s *storage);
 
 /*
  * One callback each; setting another replaces it, and returns when the one before
- * is not running any more. A callback hears what happens from its registration on:
- * set it first and list afterwards, and no device is missed. To unset what is not
- * set succeeds.
+ * is not running any more. A callback receives the events from its registration on:
+ * set it first and list afterwards, and no device is missed. Unsetting a callback that
+ * is not set succeeds.
  */
 int mrb_set_usb_callback(mrb_storage_notification_cb callback, void *user_data);
 int mrb_unset_usb_callback(void);
@@ -139,9 +139,10 @@ int mrb_unset_dlna_callback(void);
 
 /*
  * The service runs from the first client's init to the last one's finalize; a client is
- * a callback with its user data. Its callback hears every change of state, its own
- * finalize included, which returns when the callback was told MRB_SERVICE_STATE_STOPPED;
- * MRB_ERR_NOT_INITIALIZED when it is no client. A list of servers needs the service too.
+ * a callback with its user data. Its callback receives every change of state, also that of
+ * its own finalize, which returns when the callback has received MRB_SERVICE_STATE_STOPPED;
+ * MRB_ERR_NOT_INITIALIZED when there is no such client. A list of servers needs the service
+ * too.
  */
 int mrb_Init_dlna_service(mrb_dlna_state_cb callback, void *user_data);
 int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data);

@@ -3,17 +3,17 @@
  * The media framework's thumbnail service and its flash thumbnail cache.
  *
  * Threads. Functions may be called from any thread. Result callbacks run on
- * threads of the framework's, or inside thumbnail_finalize on its caller's, and
- * may overlap one another. Once thumbnail_finalize has returned, no callback of a
- * request made before it was called is running or will run; MRB_ERR_TIMEOUT says
- * that one did not return within two seconds, so that its user data must stay.
+ * threads of the framework, or inside thumbnail_finalize on its caller's thread, and
+ * may overlap one another. Once thumbnail_finalize has returned, no callback of an
+ * earlier request is running or will run; MRB_ERR_TIMEOUT says that one did not return
+ * within two seconds, so that its user data must stay.
  *
- * Ownership. A request record is handed over by value; its path must live until
+ * Ownership. A request record is passed by value; its path must exist until
  * the call returns, its user data belongs to the framework until it is passed to
  * the callback. Each thumbnail_request_async that returned MRB_ERR_NONE leads to
  * exactly one callback, unless it was cancelled. The result record belongs to
- * the framework and lives until the callback returns; its image buffers and its
- * preset buffer are allocated with malloc and become the callee's.
+ * the framework and is valid until the callback returns; its image buffers and its
+ * preset buffer are allocated with malloc, and the callback frees them.
  */
 
 #include "mrb/layout.h"
@@ -24,14 +24,14 @@ extern "C" {
 #endif
 
 enum {
-    MRB_THUMB_PATH_BYTES = 4352,   /* room for the origin path of a result */
-    MRB_THUMB_IMAGES = 5,          /* most images in one result */
+    MRB_THUMB_PATH_BYTES = 4352,   /* size of the origin path of a result, its zero included */
+    MRB_THUMB_IMAGES = 5,          /* maximum of images in one result */
     MRB_THUMB_PRESET_BYTES = 4096, /* size of a preset buffer */
     MRB_THUMB_MOST_PIXELS = 4096,  /* largest width and height of a request */
     MRB_THUMB_SERVICE_FAILED = 1   /* the result when the service itself failed */
 };
 
-/* The source types of a request. Only those of a camera are treated apart. */
+/* The source types of a request. Only that of a camera makes a difference. */
 enum {
     MRB_THUMB_SOURCE_ANY = 0,
     MRB_THUMB_SOURCE_MSC = 1,
@@ -71,9 +71,9 @@ MRB_CHECK_OFFSET_32(thumb_result_s, flag_origin_image, 4456);
 MRB_CHECK_OFFSET_32(thumb_result_s, preset_buffer, 4460);
 
 /*
- * Hands over a result. `request_result` is 0 when `thumb_result` holds images, a
- * negative code of result.h when the file gave none, positive when the service
- * itself failed. Returns 1 when the callee stored the images, else 0.
+ * Delivers a result. `request_result` is 0 when `thumb_result` holds images, a
+ * negative code of result.h when there is no image of the file, positive when the
+ * service itself failed. Returns 1 when the callback stored the images, else 0.
  */
 typedef int (*thumbnail_result_cb)(int request_result, thumb_result_s *thumb_result, void *user_data);
 
@@ -108,31 +108,30 @@ MRB_CHECK_OFFSET_32(_thumb_request, user_data, 36);
 int thumbnail_init(void);
 
 /*
- * Answers all requests of the process with MRB_ERR_CANCELLED, those of other clients too:
+ * Ends all requests of the process with MRB_ERR_CANCELLED, those of other clients too:
  * neither this call nor a request names its client, and the callbacks of the client that
- * ends must not run later. The other clients may ask again.
+ * ends must not run later. The other clients may request again.
  */
 int thumbnail_finalize(void);
 
 /*
  * MRB_ERR_INVALID_PARAMETER when the path or the callback is null, and
- * MRB_ERR_NOT_INITIALIZED when no client has begun, without a callback. Whatever else
- * is wrong with a request is told through its callback.
+ * MRB_ERR_NOT_INITIALIZED when there is no client, without a callback. Every other error
+ * of a request is reported through its callback.
  */
 int thumbnail_request_async(_thumb_request request);
 
 /*
- * Takes one request back: among those with the same record the one with the same user
+ * Cancels one request: among those with the same record the one with the same user
  * data, or else the oldest. MRB_ERR_NOT_FOUND when there is none, or its callback has
- * begun. The user data of a request that was taken back are not passed on any more.
+ * begun. The user data of a cancelled request are never passed on.
  */
 int thumbnail_request_cancel(_thumb_request request);
 int thumbnail_request_cancel_all(void);
 
 /*
- * Has the requests of MRB_THUMB_SOURCE_PTP answered with MRB_ERR_CANCELLED, and
- * returns when no camera decode is running; MRB_ERR_TIMEOUT when one still is after
- * two seconds.
+ * Ends the requests of MRB_THUMB_SOURCE_PTP with MRB_ERR_CANCELLED, and returns when no
+ * camera decode is running; MRB_ERR_TIMEOUT when one still is after two seconds.
  */
 int thumbnail_stop_ptp_decode_sync(void);
 
@@ -154,7 +153,7 @@ int mrb_set_thumbnail_flash_cache_ysize(mrb_thumbnail_flash_cache_param_h param,
 /*
  * Stores one image: of the result whose callback is running on this thread, in its own
  * size; any other has the width and height set in `param`. Returns non-zero on success,
- * 0 on failure; the buffers stay the caller's. The preset buffer may be null.
+ * 0 on failure; the caller keeps the buffers. The preset buffer may be null.
  */
 int mrb_thumbnail_flash_cache_save_file(mrb_thumbnail_flash_cache_param_h param, const unsigned char *image,
                                         const char *preset_buffer);

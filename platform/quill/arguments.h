@@ -5,7 +5,7 @@
 
 namespace Bridge {
 
-/// What a ScriptArray reads from: values by index. Owned by whoever makes it;
+/// What a ScriptArray reads from: values by index. Owned by the code that creates it;
 /// main thread only.
 class Arguments {
   public:

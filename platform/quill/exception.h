@@ -1,6 +1,6 @@
 #pragma once
-// The exceptions that the bridge API throws. A callback of V8's that the API
-// provides catches QuillJsRuntimeException and turns it into a script Error.
+// The exceptions that the bridge API throws. The API's V8 callbacks catch
+// QuillJsRuntimeException and turn it into a script Error.
 
 #include <exception>
 #include <string>

@@ -37,7 +37,7 @@ class QUILL_API ScriptArray {
 
     const Arguments *arguments_ = nullptr;
     int length_ = 0; ///< number of values of its own
-    // Callbacks take few values: these need no allocation. More stand in many_.
+    // Callbacks take few values: these need no allocation. many_ holds more.
     std::array<v8::Local<v8::Value>, 4> few_;
     std::vector<v8::Local<v8::Value>> many_;
 };

@@ -6,9 +6,9 @@
  *
  *     extern "C" std::vector<Bridge::ScriptBridge *> loadBridges();
  *
- * The host calls it once after opening the library. For each bridge it asks for
- * the class name, makes a constructor whose instances have one internal field,
- * has the bridge set its methods (mapScriptInterface), and announces the script
+ * The host calls it once after opening the library. For each bridge it reads
+ * the class name, creates a constructor whose instances have one internal field,
+ * lets the bridge set its methods (mapScriptInterface), and announces the script
  * context (bridgeTo, contextReady). Constructing the class in a script calls
  * constructFromScript, and the pointer it returns goes into the internal field,
  * as a v8::External; releasing the script object calls destroyFromScript and
@@ -32,8 +32,8 @@
 
 namespace Bridge {
 
-/// Says, while it lives, on which script object's behalf native code runs, so
-/// that functions kept meanwhile belong to that object.
+/// Sets, for as long as it exists, the script object that native code runs for:
+/// functions kept in this time belong to that object.
 class QUILL_API ActiveObject {
   public:
     explicit ActiveObject(void *native) noexcept;
@@ -45,7 +45,7 @@ class QUILL_API ActiveObject {
     void *previous_;
 };
 
-/// Base of all bridges. Owned by the library that made it.
+/// Base of all bridges. Owned by the library that created it.
 class QUILL_API ScriptBridge {
   public:
     ScriptBridge() = default;
@@ -53,7 +53,7 @@ class QUILL_API ScriptBridge {
     ScriptBridge &operator=(const ScriptBridge &) = delete;
     virtual ~ScriptBridge();
 
-    /// Called before a script context is made, with the template of its global
+    /// Called before a script context is created, with the template of its global
     /// object (a host whose context exists already skips it), and with the global
     /// object of an existing context. Both do nothing here.
     virtual void bridgeTo(v8::Local<v8::ObjectTemplate> global);
@@ -68,7 +68,7 @@ class QUILL_API ScriptBridge {
     /// Sets the class's methods on the context's template.
     virtual void mapScriptInterface(ScriptContext &context) = 0;
 
-    /// Makes the native part of a new script object.
+    /// Creates the native part of a new script object.
     virtual void *constructFromScript(const ScriptArray &arguments) = 0;
 
     /// Destroys a native part. A null pointer is ignored.

@@ -5,7 +5,7 @@
 
 namespace Bridge {
 
-/// Handed to ScriptBridge::mapScriptInterface; lives for that call. Main thread.
+/// Passed to ScriptBridge::mapScriptInterface; exists for that call. Main thread.
 class ScriptContext {
   public:
     explicit ScriptContext(v8::Local<v8::ObjectTemplate> object_template) : template_(object_template) {}

@@ -10,10 +10,10 @@
 namespace Bridge {
 
 /// Keeps a script value, as a rule a function, for as long as it or a copy of it
-/// lives; copies are cheap and share one reference. Main thread only.
+/// exists; copies are cheap and share one reference. Main thread only.
 ///
-/// A function kept since a call of a script object's method belongs to that
-/// object and keeps the program alive, as a timer does, until it is let go.
+/// A function that is first kept during a call of a script object's method belongs to
+/// that object and keeps the program alive, as a timer does, until it is released.
 class QUILL_API ScriptFunction {
   public:
     ScriptFunction() noexcept = default;       ///< holds no value
@@ -29,9 +29,8 @@ class QUILL_API ScriptFunction {
     /// invoke() does.
     v8::Local<v8::Value> getValue() const;
 
-    /// Calls the function and returns what it returned, or an empty ScriptObject
-    /// when this holds no function or the function threw. What it threw is
-    /// reported by the host.
+    /// Calls the function and returns its result, or an empty ScriptObject when this
+    /// holds no function or the function threw. The host reports what it threw.
     ScriptObject invoke(const ScriptArray &arguments) const;
 
   private:

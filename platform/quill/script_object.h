@@ -12,7 +12,7 @@ namespace Bridge {
 class ScriptFunction;
 
 /// A script value. Lives on the stack of the main thread, no longer than the
-/// handle scope it was made in; ScriptFunction keeps a function for longer.
+/// handle scope it was created in; ScriptFunction keeps a function for longer.
 class QUILL_API ScriptObject {
   public:
     ScriptObject() noexcept = default; ///< holds no value at all
