@@ -24,12 +24,12 @@ Usage: quill [options] SCRIPT [arguments]    run a script
 Scripts see the class MRBBridge and the object quill:
   quill.release(object)   destroy the native part of an MRBBridge object
   quill.unref(object)     let the program end although the object has functions
-                          registered; quill.ref(object) takes that back
+                          registered; quill.ref(object) undoes that
 
 Options:
   --bridge FILE     open a bridge library; one named as the default bridge
                     replaces it (may be given several times)
-  --device FOLDER   let a folder stand for an attached device while it is there
+  --device FOLDER   let a folder stand for an attached device while it exists
                     (may be given several times)
   --camera FOLDER   the same for a camera, of which the folder is the memory card
   --log             print the system log to standard error
@@ -43,7 +43,7 @@ Environment:
   QUILL_NODE        the node program to run
   QUILL_LOG         where the system log goes: system (the default), stderr or off
   QUILL_LOG_TAGS    the tags of the lines that go there, as for --log=; empty: all
-  NO_COLOR          where it is not empty, a log in a terminal has no colours
+  NO_COLOR          if it is not empty, a log in a terminal has no colours
   MRB_DEVICES       folders as for --device, absolute, with line feeds between them
   MRB_CAMERAS       the same for --camera
 END
@@ -60,7 +60,7 @@ file_exists() {
 find_node() {
     [ -n "$node" ] || node=$(command -v node || command -v nodejs) ||
         fail 'no Node.js: install it, or name the program in QUILL_NODE'
-    command -v -- "$node" >/dev/null 2>&1 || fail "QUILL_NODE names '$node', which is no program"
+    command -v -- "$node" >/dev/null 2>&1 || fail "QUILL_NODE names '$node', which is not a program"
 }
 
 # The debugger starts the program to debug with this command, and these bridges.
@@ -92,7 +92,7 @@ set_log_tags() {
 # Bridges that --bridge opens may have tags of their own.
 check_log_tags() {
     [ -n "$log_tags" ] && [ -z "$bridges" ] || return 0
-    set -f # a tag is no pattern of files
+    set -f # no file name patterns in tags
     for tag in $(printf '%s' "$log_tags" | tr '[:upper:],' '[:lower:] '); do
         for known in $LOG_TAGS; do
             [ "$tag" != "$known" ] || continue 2
@@ -110,8 +110,8 @@ add_device() {
         /*) ;;
         *) set -- "$1" "$PWD/$2" ;;
     esac
-    # One that is not there may come; a file is a mistake.
-    [ ! -e "$2" ] || [ -d "$2" ] || fail "$1 $2: that is no folder"
+    # A folder that does not exist may appear later; a file is a mistake.
+    [ ! -e "$2" ] || [ -d "$2" ] || fail "$1 $2: not a folder"
     case $1 in
         --camera) export MRB_CAMERAS="${MRB_CAMERAS:+$MRB_CAMERAS$newline}$2" ;;
         *) export MRB_DEVICES="${MRB_DEVICES:+$MRB_DEVICES$newline}$2" ;;
@@ -119,7 +119,7 @@ add_device() {
 }
 
 # Our own options may stand among those of Node.js; the rest keeps its order.
-# Every argument is looked at once: what stays goes to the end of the list.
+# Each argument is examined once: those to keep move to the end of the list.
 left=$#
 runs_text=no
 debugs=no
@@ -181,7 +181,7 @@ while [ "$left" -gt 0 ]; do
             ;;
     esac
 done
-# What was not looked at stands first now: turn the list until it stands last.
+# The arguments not examined are first now: rotate the list until they are last.
 while [ "$left" -gt 0 ]; do
     set -- "$@" "$1"
     shift

@@ -61,7 +61,7 @@ void setReferenced(const Arguments &arguments) {
 
 } // namespace
 
-// Node.js loads the addon on the main thread only (host/js sees to that), once.
+// Node.js loads the addon on the main thread only (host/js ensures it), once.
 // The loop and the host are never destroyed: libuv and kept functions refer to
 // them until the process is gone.
 NODE_MODULE_INIT(/* exports, module, context */) {
@@ -82,7 +82,7 @@ NODE_MODULE_INIT(/* exports, module, context */) {
     NODE_SET_METHOD(exports, "ref", setReferenced<true>);
     NODE_SET_METHOD(exports, "unref", setReferenced<false>);
 
-    // setErrorReporter(function): who hears of errors in asynchronous callbacks.
+    // setErrorReporter(function): it receives the errors of asynchronous callbacks.
     const auto set_reporter = [](const Arguments &arguments) {
         auto *node_host = static_cast<NodeHost *>(Bridge::Host::current());
         if (arguments[0]->IsFunction()) {

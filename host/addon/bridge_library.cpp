@@ -32,7 +32,7 @@ BridgeLibrary openBridgeLibrary(const std::string &path) {
     }
     auto *load_bridges = reinterpret_cast<LoadBridges>(dlsym(library, "loadBridges"));
     if (load_bridges == nullptr) {
-        return {{}, "it is no bridge library: it exports no loadBridges"};
+        return {{}, "it is not a bridge library: it does not export loadBridges"};
     }
     BridgeLibrary opened;
     try {
@@ -42,7 +42,7 @@ BridgeLibrary openBridgeLibrary(const std::string &path) {
     }
     if (opened.bridges.empty() ||
         std::find(opened.bridges.begin(), opened.bridges.end(), nullptr) != opened.bridges.end()) {
-        return {{}, "loadBridges brought no script class"};
+        return {{}, "loadBridges returned no script class"};
     }
     return opened;
 }

@@ -6,12 +6,12 @@
 
 #include "quill/script_bridge.h"
 
-/// What a library brought, or why it brought nothing.
+/// The bridges of a library, or why it could not be opened.
 struct BridgeLibrary {
     std::vector<Bridge::ScriptBridge *> bridges;
     std::string error; ///< empty on success
 };
 
-/// Opens the library at `path` and asks it for its bridges. It stays open to the
-/// end of the program. Main thread only.
+/// Opens the library at `path` and calls its loadBridges. It stays open to the end of
+/// the program. Main thread only.
 BridgeLibrary openBridgeLibrary(const std::string &path);

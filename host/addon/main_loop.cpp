@@ -9,7 +9,7 @@ int toUv(gushort events) {
     uv_events |= (events & G_IO_IN) != 0 ? UV_READABLE : 0;
     uv_events |= (events & G_IO_OUT) != 0 ? UV_WRITABLE : 0;
     uv_events |= (events & G_IO_PRI) != 0 ? UV_PRIORITIZED : 0;
-    // Errors and hang-ups come unasked; libuv wants some event to watch for.
+    // Errors and hang-ups are always reported; libuv needs some event to watch for.
     return uv_events != 0 ? uv_events : UV_DISCONNECT;
 }
 
@@ -40,7 +40,7 @@ MainLoop::MainLoop(uv_loop_t *loop) : loop_(loop), context_(g_main_context_defau
 }
 
 bool MainLoop::start() {
-    // Owning the context lets attaching on this thread do without a wake-up.
+    // While this thread owns the context, attaching a source on it needs no wake-up.
     if (g_main_context_acquire(context_) == FALSE) {
         return false;
     }
@@ -69,12 +69,12 @@ void MainLoop::keepAlive(bool alive) {
 void MainLoop::prepare() {
     g_main_context_prepare(context_, &priority_);
     query();
-    watchWanted();
+    updateWatches();
     if (timeout_ms_ < 0) {
         uv_timer_stop(&timer_);
         return;
     }
-    // The timer only bounds libuv's wait; check() finds what has become due.
+    // The timer only bounds libuv's wait; check() finds the sources that are due.
     uv_update_time(loop_);
     uv_timer_start(
         &timer_, [](uv_timer_t *) {}, static_cast<uint64_t>(timeout_ms_), 0);
@@ -83,19 +83,19 @@ void MainLoop::prepare() {
 void MainLoop::query() {
     fds_.resize(std::max<size_t>(fds_.size(), 4));
     for (;;) {
-        const int room = static_cast<int>(fds_.size());
-        const int needed = g_main_context_query(context_, priority_, &timeout_ms_, fds_.data(), room);
+        const int capacity = static_cast<int>(fds_.size());
+        const int needed = g_main_context_query(context_, priority_, &timeout_ms_, fds_.data(), capacity);
         fds_.resize(static_cast<size_t>(needed));
-        if (needed <= room) {
+        if (needed <= capacity) {
             return;
         }
     }
 }
 
-void MainLoop::watchWanted() {
+void MainLoop::updateWatches() {
     for (auto &[fd, watch] : watches_) {
-        watch->wanted = 0;
-        watch->seen = 0;
+        watch->requested = 0;
+        watch->received = 0;
     }
     for (const GPollFD &fd : fds_) {
         if (!watch(fd.fd, toUv(fd.events))) {
@@ -104,49 +104,49 @@ void MainLoop::watchWanted() {
     }
     for (auto entry = watches_.begin(); entry != watches_.end();) {
         Watch &watch = *entry->second;
-        if (watch.wanted == 0) {
+        if (watch.requested == 0) {
             entry = watches_.erase(entry);
             continue;
         }
-        if (watch.wanted != watch.active) {
-            watch.active = watch.wanted;
-            uv_poll_start(&watch.handle, watch.wanted, [](uv_poll_t *handle, int status, int events) {
-                auto *seen_watch = static_cast<Watch *>(handle->data);
-                seen_watch->seen |= status < 0 ? seen_watch->wanted | UV_DISCONNECT : events;
+        if (watch.requested != watch.active) {
+            watch.active = watch.requested;
+            uv_poll_start(&watch.handle, watch.requested, [](uv_poll_t *handle, int status, int events) {
+                auto *polled = static_cast<Watch *>(handle->data);
+                polled->received |= status < 0 ? polled->requested | UV_DISCONNECT : events;
             });
         }
         ++entry;
     }
 }
 
-/// Notes that `events` of `fd` are wanted. False where libuv cannot watch it: a
+/// Adds `events` to those requested of `fd`. False when libuv cannot watch it: a
 /// plain file, which counts as always ready.
 bool MainLoop::watch(int fd, int events) {
     auto found = watches_.find(fd);
     if (found == watches_.end()) {
-        std::unique_ptr<Watch> fresh = std::make_unique<Watch>();
-        if (uv_poll_init(loop_, &fresh->handle, fd) != 0) {
+        std::unique_ptr<Watch> added = std::make_unique<Watch>();
+        if (uv_poll_init(loop_, &added->handle, fd) != 0) {
             return false;
         }
-        fresh->handle.data = fresh.get();
-        uv_unref(base(fresh->handle));
-        found = watches_.emplace(fd, std::unique_ptr<Watch, CloseWatch>(fresh.release())).first;
+        added->handle.data = added.get();
+        uv_unref(base(added->handle));
+        found = watches_.emplace(fd, std::unique_ptr<Watch, CloseWatch>(added.release())).first;
     }
-    found->second->wanted |= events;
+    found->second->requested |= events;
     return true;
 }
 
 void MainLoop::check() {
     for (GPollFD &fd : fds_) {
         const auto found = watches_.find(fd.fd);
-        fd.revents = found == watches_.end() ? fd.events : toGlib(found->second->seen);
+        fd.revents = found == watches_.end() ? fd.events : toGlib(found->second->received);
     }
     if (g_main_context_check(context_, priority_, fds_.data(), static_cast<int>(fds_.size())) == FALSE) {
         return;
     }
     g_main_context_dispatch(context_);
-    // A source may have closed its descriptor and another opened one of the same
-    // number: make libuv look at each of them anew.
+    // A source may have closed its descriptor, and another opened one with the same
+    // number: each watch is started again.
     for (auto &[fd, watch] : watches_) {
         watch->active = 0;
     }

@@ -10,8 +10,8 @@
 
 /// Runs the sources of GLib's default main context inside a libuv loop: a source
 /// that becomes ready, on whatever thread it was attached, wakes the loop at
-/// once, and nothing spins while none is. Owned by the addon, for as long as the
-/// program runs; the loop's thread only.
+/// once; the loop sleeps while no source is ready. Owned by the addon, for as long as
+/// the program runs; the loop's thread only.
 class MainLoop {
   public:
     explicit MainLoop(uv_loop_t *loop);
@@ -22,21 +22,21 @@ class MainLoop {
     /// Begins to run sources. False when another thread runs the context.
     bool start();
 
-    /// Stops running sources, for good.
+    /// Stops running sources, permanently.
     void stop();
 
-    /// Whether waiting for sources is a reason for the loop to go on.
+    /// Sets whether waiting for sources keeps the loop running.
     void keepAlive(bool alive);
 
   private:
-    /// One file descriptor that GLib wants watched.
+    /// One file descriptor that GLib polls.
     struct Watch {
         uv_poll_t handle{};
-        int wanted = 0; ///< UV_READABLE and so on, asked for in this turn
-        int active = 0; ///< those that libuv watches now
-        int seen = 0;   ///< those that came since the last check
+        int requested = 0; ///< UV_READABLE and so on, as GLib requests in this turn
+        int active = 0;    ///< those that libuv watches now
+        int received = 0;  ///< those that arrived since the last check
     };
-    /// libuv lets go of a handle in its own time; the watch goes with it.
+    /// Closes the handle; libuv's callback deletes the watch later.
     struct CloseWatch {
         void operator()(Watch *watch) const;
     };
@@ -44,7 +44,7 @@ class MainLoop {
     void prepare();
     void check();
     void query();
-    void watchWanted();
+    void updateWatches();
     bool watch(int fd, int events);
 
     uv_loop_t *loop_;

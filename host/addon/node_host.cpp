@@ -47,7 +47,7 @@ class FunctionContext final : public Bridge::AsyncContext {
     node::async_context ids_;
 };
 
-/// Puts a context frame in place, inside of a callback scope, for as long as it lives.
+/// Sets a context frame, inside a callback scope, for as long as this object exists.
 class FrameScope {
   public:
     FrameScope(v8::Isolate *isolate, v8::Local<v8::Value> frame)
@@ -85,8 +85,8 @@ std::string describePlace(v8::Isolate *isolate, v8::Local<v8::Context> context,
 NodeHost::NodeHost(v8::Isolate *isolate, v8::Local<v8::Context> context, MainLoop &loop)
     : isolate_(isolate), loop_(loop), context_(isolate, context),
       environment_(node::GetCurrentEnvironment(context)),
-      nothing_(isolate, v8::Function::New(context, [](const v8::FunctionCallbackInfo<v8::Value> &) {
-                        }).ToLocalChecked()) {}
+      no_op_(isolate, v8::Function::New(context, [](const v8::FunctionCallbackInfo<v8::Value> &) {
+                      }).ToLocalChecked()) {}
 
 std::unique_ptr<Bridge::AsyncContext> NodeHost::currentContext() {
     const v8::Context::Scope entered(context_.Get(isolate_));
@@ -99,8 +99,8 @@ v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8:
     const v8::Local<v8::Context> context = context_.Get(isolate_);
     const v8::Context::Scope entered(context);
     {
-        // At its end Node.js runs the callbacks of process.nextTick and of promises. What
-        // they throw is no business of ours: nothing may be caught around it.
+        // At its end Node.js runs the callbacks of process.nextTick and of promises, and
+        // handles what they throw itself: no TryCatch may enclose it.
         const node::CallbackScope scope(environment_, function_context.resource(isolate_),
                                         function_context.ids());
         const FrameScope frame(isolate_, function_context.frame(isolate_));
@@ -115,8 +115,8 @@ v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8:
             return {};
         }
         node::FatalException(isolate_, caught);
-        // It returns when the script handled the error, with what Node.js keeps of this
-        // call cleared away: the scope has to see a failed call, which it leaves alone.
+        // It returns when the script handled the error, after Node.js discarded its state
+        // of this call: the scope must see a failed call, for which it runs nothing.
         caught.ReThrow();
     }
     // After a failed call ticks and promises wait for the next one: an empty one follows.
@@ -125,9 +125,8 @@ v8::MaybeLocal<v8::Value> NodeHost::call(Bridge::AsyncContext &kept_context, v8:
 }
 
 bool NodeHost::canRunScripts() const {
-    // Node.js has no function that says so, but makes no callback then.
-    return !node::MakeCallback(isolate_, v8::Object::New(isolate_), nothing_.Get(isolate_), 0, nullptr,
-                               {0, 0})
+    // Node.js has no query for it, but makes no callback then.
+    return !node::MakeCallback(isolate_, v8::Object::New(isolate_), no_op_.Get(isolate_), 0, nullptr, {0, 0})
                 .IsEmpty();
 }
 
@@ -140,7 +139,7 @@ bool NodeHost::report(const v8::TryCatch &caught) {
     if (!reporter_.Get(isolate_)
              ->Call(context, v8::Undefined(isolate_), static_cast<int>(arguments.size()), arguments.data())
              .ToLocal(&reported)) {
-        // An 'uncaughtException' listener that throws in its turn: nothing else listens.
+        // An 'uncaughtException' listener threw in its turn: nothing else handles that.
         const v8::String::Utf8Value text(isolate_, reporter_caught.Exception());
         std::fprintf(stderr, "%s\nUncaught in the listener for uncaught errors: %s\n", place.c_str(),
                      *text != nullptr ? *text : "");

@@ -1,5 +1,5 @@
 #pragma once
-// Calls from the main loop into scripts, the way Node.js wants them made.
+// Calls from the main loop into scripts, as Node.js requires them to be made.
 
 #include <memory>
 
@@ -25,16 +25,16 @@ class NodeHost final : public Bridge::Host {
     void setErrorReporter(v8::Local<v8::Function> reporter) { reporter_.Reset(isolate_, reporter); }
 
   private:
-    /// False while Node.js ends: its loop turns once more then, and results that are
-    /// delivered in that turn reach no script.
+    /// False while Node.js exits: its loop runs one more turn then, and results that
+    /// are delivered in that turn reach no script.
     [[nodiscard]] bool canRunScripts() const;
-    /// False where the error is left to Node.js.
+    /// Passes the error to the reporter. False when it is left to Node.js.
     bool report(const v8::TryCatch &caught);
 
     v8::Isolate *isolate_;
     MainLoop &loop_;
     v8::Global<v8::Context> context_;
     node::Environment *environment_;
-    v8::Global<v8::Function> nothing_; // a function that does nothing
+    v8::Global<v8::Function> no_op_; ///< a function that does nothing
     v8::Global<v8::Function> reporter_;
 };

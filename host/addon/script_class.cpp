@@ -12,14 +12,14 @@ using Bridge::ScriptBridge;
 
 /// One live script object. The handle keeps it from the garbage collector: a
 /// native part may hold what cannot be torn down at a moment of V8's choosing,
-/// so only a script's own word releases it.
+/// so only an explicit release destroys it.
 struct Instance {
     v8::Global<v8::Object> object;
     ScriptBridge *bridge = nullptr;
 };
 
-/// Every live script object by its native part. Never destroyed: leaving the
-/// program destroys no instance. Main thread only.
+/// Every live script object by its native part. Never destroyed: no instance is
+/// destroyed at exit. Main thread only.
 std::unordered_map<void *, Instance> &instances() {
     static auto *all = new std::unordered_map<void *, Instance>;
     return *all;
@@ -53,8 +53,8 @@ void construct(const v8::FunctionCallbackInfo<v8::Value> &info) {
     }
 }
 
-/// The native part in a value's internal field: null where it was cleared.
-/// False where the value is no object of a script class.
+/// The native part in a value's internal field: null when it was cleared.
+/// False when the value is not an object of a script class.
 bool nativeOf(v8::Local<v8::Value> value, void *&native) {
     if (!value->IsObject() || value.As<v8::Object>()->InternalFieldCount() != 1) {
         return false;
@@ -95,7 +95,7 @@ Release releaseObject(v8::Isolate *isolate, v8::Local<v8::Value> value) {
     if (native == nullptr) {
         return Release::AlreadyReleased;
     }
-    // The field goes first: whatever the teardown reaches finds a destroyed object.
+    // The field is cleared first: a script that the teardown calls finds a destroyed object.
     value.As<v8::Object>()->SetInternalField(0, v8::Undefined(isolate));
     ScriptBridge *bridge = instances()[native].bridge;
     instances().erase(native);

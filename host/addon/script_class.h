@@ -7,9 +7,9 @@
 
 #include "quill/script_bridge.h"
 
-/// Makes the constructor of the bridge's class in the isolate's current context
-/// and tells the bridge of that context. Empty, with a script error pending,
-/// when V8 cannot. The bridge must stay to the end of the program.
+/// Creates the constructor of the bridge's class in the isolate's current context
+/// and announces that context to the bridge. Empty, with a script error pending,
+/// when V8 fails. The bridge must exist to the end of the program.
 v8::MaybeLocal<v8::Function> makeScriptClass(v8::Isolate *isolate, v8::Local<v8::Context> context,
                                              Bridge::ScriptBridge *bridge);
 
@@ -18,5 +18,5 @@ enum class Release { Done, AlreadyReleased, NotOurs };
 /// Destroys the native part of a script object and clears its internal field.
 Release releaseObject(v8::Isolate *isolate, v8::Local<v8::Value> value);
 
-/// Says whether the functions kept for a script object keep the program alive.
+/// Sets whether the functions kept for a script object keep the program alive.
 Release setObjectReferenced(v8::Isolate *isolate, v8::Local<v8::Value> value, bool referenced);

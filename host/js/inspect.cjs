@@ -1,7 +1,7 @@
 'use strict';
-// Loaded by Node.js before its command line debugger, which starts the program that it
-// debugs with this process's own executable: that is to be `quill`, so that the program
-// has the bridges. The debugger itself has none.
+// Loaded by Node.js before its command line debugger, which starts the program to debug
+// with this process's own executable: that must be `quill`, so that the program has the
+// bridges. The debugger itself opens no bridge.
 
 const path = require('node:path');
 

@@ -1,6 +1,6 @@
 'use strict';
-// Loaded by Node.js before the script: opens the bridges and makes their classes,
-// and `quill`, globals of the main thread.
+// Loaded by Node.js before the script: opens the bridges and defines their classes,
+// and `quill`, as globals of the main thread.
 
 const { isMainThread } = require('node:worker_threads');
 const os = require('node:os');
@@ -11,7 +11,7 @@ const build = require('./build.json');
 const LIBRARIES = path.join(__dirname, '..');
 const DEFAULT_BRIDGE = path.join(LIBRARIES, 'libquillmrbbridge.so');
 
-/** Ends the program with one line that says what is wrong. */
+/** Ends the program with one line that says what failed. */
 function fail(message) {
   process.stderr.write(`quill: ${message.trim()}\n`);
   process.exit(1);
@@ -26,7 +26,7 @@ function loadAddon() {
     process.dlopen(addon, file, build.deepBind ? RTLD_NOW | RTLD_DEEPBIND : RTLD_NOW);
   } catch (error) {
     const [reason] = error.message.split('\n');
-    fail(`cannot load its engine part ${file} into Node.js ${process.version} ` +
+    fail(`cannot load the addon ${file} into Node.js ${process.version} ` +
          `(it was built for ${build.node}): ${reason}`);
   }
   return addon.exports;
@@ -34,9 +34,9 @@ function loadAddon() {
 
 /** The bridges to open: the one that comes with quill, unless one of the same file name replaces it. */
 function bridgeFiles() {
-  const asked = (process.env.QUILL_BRIDGES ?? '').split('\n').filter(Boolean);
-  const replaced = asked.some((file) => path.basename(file) === path.basename(DEFAULT_BRIDGE));
-  return replaced ? asked : [DEFAULT_BRIDGE, ...asked];
+  const requested = (process.env.QUILL_BRIDGES ?? '').split('\n').filter(Boolean);
+  const replaced = requested.some((file) => path.basename(file) === path.basename(DEFAULT_BRIDGE));
+  return replaced ? requested : [DEFAULT_BRIDGE, ...requested];
 }
 
 function defineGlobal(name, value) {
@@ -44,12 +44,12 @@ function defineGlobal(name, value) {
 }
 
 /**
- * Reports what an asynchronous callback threw as an uncaught error is reported,
- * except that the program goes on: later deliveries must not be lost. Its exit
- * status is 1 in the end, unless the script sets one. Returns false where Node.js
- * is to hand the error to the script: to a domain, as that of the prompt.
+ * Reports what an asynchronous callback threw in the way of an uncaught error,
+ * except that the program continues: later deliveries must not be lost. Its exit
+ * status is 1 in the end, unless the script sets one. Returns false when Node.js
+ * is to pass the error to the script: to a domain, such as that of the prompt.
  */
-function reportCallbackError(error, where) {
+function reportCallbackError(error, place) {
   if (process.hasUncaughtExceptionCaptureCallback()) {
     return false;
   }
@@ -59,7 +59,7 @@ function reportCallbackError(error, where) {
     return true;
   }
   const text = util.types.isNativeError(error) && error.stack ? error.stack : `Uncaught ${util.inspect(error)}`;
-  process.stderr.write(`${where}\n\n${text}\n\nNode.js ${process.version}\n`);
+  process.stderr.write(`${place}\n\n${text}\n\nNode.js ${process.version}\n`);
   process.exitCode ??= 1;
   return true;
 }
@@ -82,7 +82,7 @@ function start() {
     release: (object) => addon.release(object),
     /** Lets the program end although the object has functions registered. */
     unref: (object) => addon.unref(object),
-    /** Takes unref back. */
+    /** Undoes unref. */
     ref: (object) => addon.ref(object),
   }));
 }

@@ -9,9 +9,9 @@
 
 namespace Bridge {
 
-/// The asynchronous context of the place where a function was kept, in the host's own
-/// terms: its calls run in it. Owned by the function's ScriptFunctions together; main
-/// thread only.
+/// The asynchronous context of the code that kept a function, as the host represents
+/// it; calls of the function run in it. Shared by the function's ScriptFunctions, which
+/// own it together; main thread only.
 class QUILL_API AsyncContext {
   public:
     AsyncContext() = default;
@@ -20,7 +20,7 @@ class QUILL_API AsyncContext {
     virtual ~AsyncContext();
 };
 
-/// The program around the bridges. Owned by whoever installs it; it must outlive
+/// The program around the bridges. Owned by the code that installs it; it must outlive
 /// every ScriptFunction. Main thread only.
 class QUILL_API Host {
   public:
@@ -29,7 +29,7 @@ class QUILL_API Host {
     Host &operator=(const Host &) = delete;
     virtual ~Host();
 
-    /// The asynchronous context of what runs now, for a function that is kept now.
+    /// The current asynchronous context, for a function that is being kept.
     virtual std::unique_ptr<AsyncContext> currentContext() = 0;
 
     /// Calls a script function from the main loop in the context that
@@ -38,7 +38,7 @@ class QUILL_API Host {
     virtual v8::MaybeLocal<v8::Value> call(AsyncContext &context, v8::Local<v8::Function> function, int count,
                                            const v8::Local<v8::Value> *arguments) = 0;
 
-    /// Whether kept functions are a reason for the program to go on.
+    /// Sets whether kept functions keep the program running.
     virtual void keepAlive(bool alive) = 0;
 
     /// The installed host; null before install().

@@ -21,16 +21,16 @@ FunctionOwner *Owners::ownerOf(void *native) {
 
 template <typename Change>
 void Owners::apply(FunctionOwner &owner, Change change) {
-    const bool held_before = owner.holdsProgram();
+    const bool kept_before = owner.keepsAlive();
     change(owner);
-    const int difference = static_cast<int>(owner.holdsProgram()) - static_cast<int>(held_before);
+    const int difference = static_cast<int>(owner.keepsAlive()) - static_cast<int>(kept_before);
     if (difference == 0) {
         return;
     }
-    const bool alive_before = holding_ > 0;
-    holding_ += difference;
-    if (Host *host = Host::current(); host != nullptr && alive_before != (holding_ > 0)) {
-        host->keepAlive(holding_ > 0);
+    const bool alive_before = keeping_alive_ > 0;
+    keeping_alive_ += difference;
+    if (Host *host = Host::current(); host != nullptr && alive_before != (keeping_alive_ > 0)) {
+        host->keepAlive(keeping_alive_ > 0);
     }
 }
 

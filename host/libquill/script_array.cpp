@@ -18,12 +18,12 @@ void ScriptArray::set(int index, const ScriptObject &value) {
     while (length_ < index) {
         append(ScriptObject::Undefined().getValue());
     }
-    const v8::Local<v8::Value> given =
+    const v8::Local<v8::Value> element =
         value.getValue().IsEmpty() ? ScriptObject::Undefined().getValue() : value.getValue();
     if (index == length_) {
-        append(given);
+        append(element);
     } else {
-        (many_.empty() ? few_.data() : many_.data())[index] = given;
+        (many_.empty() ? few_.data() : many_.data())[index] = element;
     }
 }
 

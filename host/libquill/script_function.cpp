@@ -9,12 +9,12 @@
 
 namespace Bridge {
 
-/// What a ScriptFunction and its copies share. Owned by them together.
+/// The state that a ScriptFunction and its copies share and own together.
 struct ScriptFunction::Kept {
     v8::Isolate *isolate;
     v8::Global<v8::Value> value;
     bool is_function;
-    FunctionOwner *owner;                  ///< null: kept on no object's behalf
+    FunctionOwner *owner;                  ///< null: the function belongs to no object
     std::unique_ptr<AsyncContext> context; ///< null: no function, or no host
     int references;
 };
@@ -23,7 +23,7 @@ ScriptFunction::ScriptFunction(const ScriptObject &value) {
     if (value.getValue().IsEmpty()) {
         return;
     }
-    // Only functions are a reason for the program to go on, and are called.
+    // Only functions keep the program running, and are called.
     const bool is_function = value.isFunction();
     FunctionOwner *owner = is_function ? Owners::instance().active() : nullptr;
     Host *host = is_function ? Host::current() : nullptr;

@@ -41,7 +41,7 @@ v8::Local<v8::String> StringToV8(const std::string &text) {
 
 std::string StringFromV8(v8::Local<v8::String> text) {
     v8::Isolate *isolate = v8::Isolate::GetCurrent();
-    // A UTF-16 unit takes three bytes at most: a text that surely fits is written
+    // A UTF-16 unit takes three bytes at most: a text that certainly fits is written
     // in one pass, a longer one is measured first.
     std::array<char, 1536> buffer; // NOLINT(*-member-init): written before it is read
     if (static_cast<size_t>(text->Length()) * 3 <= buffer.size()) {

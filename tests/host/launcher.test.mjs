@@ -87,7 +87,7 @@ test('a bridge that is no library is one clear line', async () => {
 
 test('a library without loadBridges is one clear line', async () => {
   assertRefused(await quill(['--bridge', path.join(bridges, 'libbroken-bridge-1.so'), '-e', '0']),
-    /it is no bridge library: it exports no loadBridges$/m);
+    /it is not a bridge library: it does not export loadBridges$/m);
 });
 
 test('a bridge library that throws is one clear line', async () => {
@@ -97,7 +97,7 @@ test('a bridge library that throws is one clear line', async () => {
 
 test('a bridge library without classes is one clear line', async () => {
   assertRefused(await quill(['--bridge', path.join(bridges, 'libbroken-bridge-3.so'), '-e', '0']),
-    /loadBridges brought no script class$/m);
+    /loadBridges returned no script class$/m);
 });
 
 test('options that lack their value are one clear line', async () => {
@@ -107,7 +107,7 @@ test('options that lack their value are one clear line', async () => {
 
 test('QUILL_NODE that names no program is one clear line', async () => {
   assertRefused(await quill(['-e', '0'], { env: { QUILL_NODE: '/no/such/node' } }),
-    /QUILL_NODE names '\/no\/such\/node', which is no program$/m);
+    /QUILL_NODE names '\/no\/such\/node', which is not a program$/m);
 });
 
 test('--bridge adds a class beside that of the default bridge', async () => {

@@ -167,7 +167,7 @@ test('the promise layer opens cameras', async () => {
 
 test('a file, or nothing, cannot be offered as a camera', async () => {
   const file = path.join(card(), 'clip.mp4');
-  for (const [options, message] of [[['--camera', file], `quill: --camera ${file}: that is no folder\n`],
+  for (const [options, message] of [[['--camera', file], `quill: --camera ${file}: not a folder\n`],
                                     [['--camera'], 'quill: --camera needs a folder\n'],
                                     [['--camera='], 'quill: --camera needs a folder\n']]) {
     const { status, stderr } = await quill(options);

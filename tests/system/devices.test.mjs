@@ -79,7 +79,7 @@ test('a folder that is not there yet may be offered; a file, or nothing, is a mi
   const where = path.join(folder(), 'later');
   assert.deepEqual(await run('finish(list());', '--device', where), []);
   writeFileSync(where, '');
-  for (const [options, message] of [[['--device', where], `quill: --device ${where}: that is no folder\n`],
+  for (const [options, message] of [[['--device', where], `quill: --device ${where}: not a folder\n`],
                                     [['--device'], 'quill: --device needs a folder\n'],
                                     [['--device='], 'quill: --device needs a folder\n']]) {
     const { status, stderr } = await quill(options);
