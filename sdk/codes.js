@@ -1,16 +1,16 @@
 'use strict';
-// The numbers that scripts meet, by name. The framework's headers define them.
+// The numbers in answers and events, by name. The framework's headers define them.
 
 /** "return_ecode": 0 is success, 2 (and 1 for thumbnails) the bridge's own refusal, the rest the framework's. */
 const RESULTS = {
   0: ['MRB_ERR_NONE', 'success'],
   1: ['NOT_INITIALISED', 'the thumbnail service did not start'],
-  2: ['REFUSED', 'the bridge cannot use the call: wrong arguments, or a source or command it does not know'],
+  2: ['REFUSED', 'the bridge cannot use the call: wrong arguments, or an unknown source or command'],
   [-1]: ['MRB_ERR_INVALID_PARAMETER', 'an argument is missing, empty or malformed'],
   [-2]: ['MRB_ERR_INVALID_HANDLE', 'no open list has this handle'],
   [-3]: ['MRB_ERR_OUT_OF_RANGE', 'the index is negative or past the end'],
   [-4]: ['MRB_ERR_NOT_FOUND', 'it does not exist'],
-  [-5]: ['MRB_ERR_NOT_SUPPORTED', 'the media framework does not do this'],
+  [-5]: ['MRB_ERR_NOT_SUPPORTED', 'the media framework does not support this'],
   [-6]: ['MRB_ERR_PERMISSION_DENIED', 'the system does not let this program read it'],
   [-7]: ['MRB_ERR_NOT_A_FOLDER', 'it is not a folder'],
   [-8]: ['MRB_ERR_IO', 'the device failed while reading or writing'],
@@ -18,8 +18,8 @@ const RESULTS = {
   [-10]: ['MRB_ERR_CANCELLED', 'it was cancelled'],
   [-11]: ['MRB_ERR_DEVICE_REMOVED', 'the device or server went away'],
   [-12]: ['MRB_ERR_NO_SPACE', 'the destination has too little free space'],
-  [-13]: ['MRB_ERR_TIMEOUT', 'the device or server did not answer in time'],
-  [-14]: ['MRB_ERR_PROTOCOL', 'the device or server answered something malformed'],
+  [-13]: ['MRB_ERR_TIMEOUT', 'the device or server did not respond in time'],
+  [-14]: ['MRB_ERR_PROTOCOL', 'the device or server sent a malformed response'],
   [-15]: ['MRB_ERR_BUSY', 'another program holds the device'],
   [-16]: ['MRB_ERR_NOT_INITIALIZED', 'the service was not started'],
   [-17]: ['MRB_ERR_CORRUPT', 'the media file is damaged'],
@@ -57,9 +57,9 @@ const STORAGE_EVENTS = { ADDED: 0, REMOVED: 1, CHANGED: 2 };
 /** "param_event" of the DLNA service. */
 const SERVICE_EVENTS = { STARTED: 20, NOT_STARTED: 21 };
 
-/** What a "return_ecode" says, for a person. */
+/** The meaning of a "return_ecode", as text for a person. */
 function describeResult(code) {
-  const [name, meaning] = RESULTS[code] ?? ['UNKNOWN', 'a code this table does not know'];
+  const [name, meaning] = RESULTS[code] ?? ['UNKNOWN', 'an unknown code'];
   return `${meaning} (${name}, ${code})`;
 }
 

@@ -1,11 +1,11 @@
-// Devices as scripts see them: the methods of MRBBridge and the JSON texts that go
-// through them. docs/script-api.md tells the rest.
+// Devices as scripts see them: the methods of MRBBridge and their JSON texts.
+// docs/script-api.md has the details.
 
 /** A USB stick or a camera: an element of a list, and part of a notification. */
 interface UsbDevice {
   storage_id: string;
   storage_name: string;
-  /** Bytes, in decimal; BigInt() holds every size. Both "0": not known, of a camera not yet: see STORAGE_EVENTS.CHANGED. */
+  /** Bytes, in decimal; BigInt() holds every size. Both "0": not known, or for a camera not known yet: see STORAGE_EVENTS.CHANGED. */
   storage_availablesize: string;
   storage_totalsize: string;
   storage_mountpath: string;
@@ -42,7 +42,7 @@ interface ServiceNotification {
   param_event: 20 | 21;
 }
 
-/** What a method answers, parsed. */
+/** What a method returns, parsed. */
 interface DeviceAnswer {
   /** 0 is success, 2 the bridge's own refusal, anything else the framework's code. */
   return_ecode: number;
@@ -55,11 +55,11 @@ interface DeviceAnswer {
 declare var MRBBridge: { prototype: MRBBridge; new (): MRBBridge };
 
 interface MRBBridge {
-  /** Answers a DeviceAnswer with a DeviceList of UsbDevice: sticks. */
+  /** Returns a DeviceAnswer with a DeviceList of UsbDevice: sticks. */
   mrb_get_usb_list(): string;
-  /** The same of cameras. */
+  /** The same for cameras. */
   mrb_get_ptp_list(): string;
-  /** Answers a DeviceAnswer with a DeviceList of DlnaServer. */
+  /** Returns a DeviceAnswer with a DeviceList of DlnaServer. */
   mrb_get_dlna_list(): string;
 
   /** The function receives a DeviceNotification of UsbDevice for each stick and camera. */

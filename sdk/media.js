@@ -3,7 +3,7 @@
 
 const { LIST_EVENTS, SHARE_EVENTS, describeResult } = require('./codes.js');
 
-/** A refusal, with the code that the bridge or the framework gave. */
+/** A refusal, with the code of the bridge or the framework. */
 class MediaError extends Error {
   constructor(method, code, message = describeResult(code)) {
     super(`${method}: ${message}`);
@@ -12,7 +12,7 @@ class MediaError extends Error {
   }
 }
 
-/** The lists of one MRBBridge object. Made once by a program. */
+/** The lists of one MRBBridge object. A program needs one. */
 class Media {
   constructor() {
     this.bridge = new MRBBridge();
@@ -21,7 +21,7 @@ class Media {
   }
 
   /** Sends a command and returns its "return_data"; throws a MediaError when it fails. */
-  ask(method, request = {}, ...callback) {
+  call(method, request = {}, ...callback) {
     const answer = JSON.parse(this.bridge[method](...callback, JSON.stringify(request)));
     if (answer.return_ecode !== 0) {
       throw new MediaError(method, answer.return_ecode);
@@ -29,46 +29,46 @@ class Media {
     return answer.return_data;
   }
 
-  /** Opens a list of a folder. `wishes`: {contentType, sort, extension, search}. */
-  open(folder, wishes = {}) {
-    return new MediaList(this, { param_source_name: 'SOURCE_MSC', param_scan_path: folder }, wishes);
+  /** Opens a list of a folder. `options`: {contentType, sort, extension, search}. */
+  open(folder, options = {}) {
+    return new MediaList(this, { param_source_name: 'SOURCE_MSC', param_scan_path: folder }, options);
   }
 
-  /** Opens a list of the entries of one playlist, by its path or URL; without one, of all that are found. */
-  openPlaylists(playlist = '', wishes = {}) {
+  /** Opens a list of the entries of one playlist, by its path or URL; without one, of all playlists that are found. */
+  openPlaylists(playlist = '', options = {}) {
     const named = playlist === '' ? {} : { param_prepare_data: playlist };
-    return new MediaList(this, { param_source_name: 'SOURCE_PLAYLIST', ...named }, wishes);
+    return new MediaList(this, { param_source_name: 'SOURCE_PLAYLIST', ...named }, options);
   }
 
   /**
    * Opens a list of a media server, by its "storage_id"; while the DLNA service runs.
    * `folder`: the "media_id" of one of its folders; empty: all of it.
    */
-  openServer(server, wishes = {}, folder = '') {
-    return new MediaList(this, { param_source_name: 'SOURCE_DLNA', param_scan_path: server, param_folder_id: folder }, wishes);
+  openServer(server, options = {}, folder = '') {
+    return new MediaList(this, { param_source_name: 'SOURCE_DLNA', param_scan_path: server, param_folder_id: folder }, options);
   }
 
-  /** Opens a list of what is on a camera, an element of mrb_get_ptp_list; without one, on the first that there is. */
-  openCamera({ storage_name, storage_bus, storage_address } = {}, wishes = {}) {
+  /** Opens a list of the files on a camera, an element of mrb_get_ptp_list; without one, on the first camera. */
+  openCamera({ storage_name, storage_bus, storage_address } = {}, options = {}) {
     return new MediaList(this, { param_source_name: 'SOURCE_PTP', param_model_name: storage_name ?? '',
-                                 param_bus_value: storage_bus ?? 0, param_device_value: storage_address ?? 0 }, wishes);
+                                 param_bus_value: storage_bus ?? 0, param_device_value: storage_address ?? 0 }, options);
   }
 
-  /** Nothing more to wait for: lets the program end. */
+  /** Lets the program end: it waits for no more events. */
   finish() {
     quill.unref(this.bridge);
   }
 
-  /** Every share's events come here. */
-  hearShare(text) {
+  /** Receives the events of all shares. */
+  dispatchShareEvent(text) {
     const event = JSON.parse(text);
-    this.shares.get(event.param_share_handle)?.hear(event.param_event, progressFrom(event));
+    this.shares.get(event.param_share_handle)?.handleEvent(event.param_event, progressFrom(event));
   }
 
-  /** Every list's events come here: a function belongs to the object, not to a list. */
-  hear(text) {
+  /** Receives the events of all lists: a function belongs to the object, not to a list. */
+  dispatchListEvent(text) {
     const event = JSON.parse(text);
-    this.lists.get(event.param_agent)?.hear(event.param_event, JSON.parse(event.param_server_data || '{}'));
+    this.lists.get(event.param_agent)?.handleEvent(event.param_event, JSON.parse(event.param_server_data || '{}'));
   }
 }
 
@@ -81,9 +81,9 @@ function progressFrom(event) {
 }
 
 /**
- * A running share. `onProgress` hears of every step; `done` is resolved with
- * {event, ...progress} when it ended (SHARE_EVENTS.DONE or STOPPED) and rejected with an
- * Error that has both when it failed.
+ * A running share. `onProgress` receives every step; `done` is resolved with
+ * {event, ...progress} when the share ended (SHARE_EVENTS.DONE or STOPPED) and rejected
+ * with an Error that has both when it failed.
  */
 class Share {
   constructor(media, handle, onProgress) {
@@ -91,11 +91,11 @@ class Share {
     this.handle = handle;
     this.onProgress = onProgress;
     this.done = new Promise((resolve, reject) => { this.settle = { resolve, reject }; });
-    this.done.catch(() => {}); // whoever waits for it hears of it
+    this.done.catch(() => {}); // a rejection that no caller awaits is not an error
     media.shares.set(handle, this);
   }
 
-  hear(event, progress) {
+  handleEvent(event, progress) {
     this.onProgress(progress, event);
     if (event === SHARE_EVENTS.STARTED || event === SHARE_EVENTS.PROGRESS) return;
     this.media.shares.delete(this.handle);
@@ -107,13 +107,13 @@ class Share {
     }
   }
 
-  stop() { this.media.ask('mrb_stop_batch_process_v2', { param_share_handle: this.handle }); }
+  stop() { this.media.call('mrb_stop_batch_process_v2', { param_share_handle: this.handle }); }
 }
 
 /**
- * One list. `ready` is resolved with the framework's summary when every item is
- * there. To see a folder in another way, close its list and open another one: events
- * of an earlier opening that are still on their way then belong to no list.
+ * One list. `ready` is resolved with the framework's summary when the list is complete.
+ * To see a folder in another way, close its list and open another one: late events of
+ * the closed list are then ignored.
  */
 class MediaList {
   constructor(media, place, { contentType = '', sort = '', extension, search } = {}) {
@@ -128,12 +128,12 @@ class MediaList {
       ...(search ? { param_key_word: search } : {}),
     };
     this.ready = new Promise((resolve, reject) => { this.settle = { resolve, reject }; });
-    this.ready.catch(() => {}); // whoever waits for it hears of it
-    this.handle = this.media.ask('mrb_request_list_v2', request, (text) => this.media.hear(text));
+    this.ready.catch(() => {}); // a rejection that no caller awaits is not an error
+    this.handle = this.media.call('mrb_request_list_v2', request, (text) => this.media.dispatchListEvent(text));
     this.media.lists.set(this.handle, this);
   }
 
-  hear(event, data) {
+  handleEvent(event, data) {
     switch (event) {
       case LIST_EVENTS.READY:
       case LIST_EVENTS.CANCELLED:
@@ -154,59 +154,59 @@ class MediaList {
     }
   }
 
-  ask(method, request = {}) {
-    return this.media.ask(method, { param_agent: this.handle, ...request });
+  call(method, request = {}) {
+    return this.media.call(method, { param_agent: this.handle, ...request });
   }
 
-  count() { return this.ask('mrb_get_item_count_v2'); }
+  count() { return this.call('mrb_get_item_count_v2'); }
 
-  item(index) { return JSON.parse(this.ask('mrb_get_item_v2', { param_index: index })); }
+  item(index) { return JSON.parse(this.call('mrb_get_item_v2', { param_index: index })); }
 
   /** The descriptions of up to `count` items from `index` on. */
   items(index, count) {
-    const run = JSON.parse(this.ask('mrb_get_item_list_v2', { param_index: index, param_count: count }));
+    const run = JSON.parse(this.call('mrb_get_item_list_v2', { param_index: index, param_count: count }));
     return run.param_item_list.map((item) => JSON.parse(item));
   }
 
   /** A field of an item; undefined when there is no field of that name. SIZE and DURATION: the low 32 bits. */
-  field(index, name) { return this.ask('mrb_get_item_value_v2', { param_index: index, param_field: name }); }
+  field(index, name) { return this.call('mrb_get_item_value_v2', { param_index: index, param_field: name }); }
 
   /** Writes a text or integer field; others stay as they are. */
   setField(index, name, value) {
-    this.ask('mrb_set_item_value_v2', { param_index: index, param_field: name, param_value: value });
+    this.call('mrb_set_item_value_v2', { param_index: index, param_field: name, param_value: value });
   }
 
-  /** Selects the items of these types and no others; the size of all of them in bytes. */
-  selectTypes(types) { return this.ask('mrb_select_all_v2', { param_selected_item_type_arr: types }); }
+  /** Selects the items of these types and no others; returns their total size in bytes. */
+  selectTypes(types) { return this.call('mrb_select_all_v2', { param_selected_item_type_arr: types }); }
 
-  deselectAll() { this.ask('mrb_deselect_all_v2'); }
+  deselectAll() { this.call('mrb_deselect_all_v2'); }
 
-  selectGroup(index) { this.ask('mrb_select_group_v2', { param_index: index }); }
+  selectGroup(index) { this.call('mrb_select_group_v2', { param_index: index }); }
 
-  deselectGroup(index) { this.ask('mrb_deselect_group_v2', { param_index: index }); }
+  deselectGroup(index) { this.call('mrb_deselect_group_v2', { param_index: index }); }
 
-  toggle(...indexes) { this.ask('mrb_toggle_select_v2', { param_item_list: indexes }); }
+  toggle(...indexes) { this.call('mrb_toggle_select_v2', { param_item_list: indexes }); }
 
-  isSelected(index) { return this.ask('mrb_get_selected_state_v2', { param_index: index }); }
+  isSelected(index) { return this.call('mrb_get_selected_state_v2', { param_index: index }); }
 
-  selectionCount() { return this.ask('mrb_get_selection_count_v2'); }
+  selectionCount() { return this.call('mrb_get_selection_count_v2'); }
 
-  /** Starts a share of the selection. `parameters`: the request's keys beside "param_agent" and the type. */
+  /** Starts a share of the selection. `parameters`: the request's keys besides "param_agent" and the type. */
   share(type, parameters = {}, onProgress = () => {}) {
     const request = { param_agent: this.handle, param_share_type: type, ...parameters };
-    const handle = this.media.ask('mrb_batch_process_v2', request, (text) => this.media.hearShare(text));
+    const handle = this.media.call('mrb_batch_process_v2', request, (text) => this.media.dispatchShareEvent(text));
     return new Share(this.media, handle, onProgress);
   }
 
-  moveTo(index) { this.ask('mrb_move_to_index_v2', { param_index: index }); }
+  moveTo(index) { this.call('mrb_move_to_index_v2', { param_index: index }); }
 
-  pageOf(mediaId) { return this.ask('mrb_get_page_index_v2', { param_media: mediaId }); }
+  pageOf(mediaId) { return this.call('mrb_get_page_index_v2', { param_media: mediaId }); }
 
-  navigate(mode) { this.ask('mrb_set_navigation_v2', { param_navigation: mode }); }
+  navigate(mode) { this.call('mrb_set_navigation_v2', { param_navigation: mode }); }
 
   close() {
     this.media.lists.delete(this.handle);
-    this.ask('mrb_disconnect_v2');
+    this.call('mrb_disconnect_v2');
   }
 }
 

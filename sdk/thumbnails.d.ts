@@ -1,11 +1,11 @@
-// Thumbnails as scripts see them: the methods of MRBBridge and the JSON texts that go
-// through them. docs/script-api.md tells the rest.
+// Thumbnails as scripts see them: the methods of MRBBridge and their JSON texts.
+// docs/script-api.md has the details.
 
-/** A request. What is missing, or of another type, counts as 0 or as no path. */
+/** A request. A key that is missing, or has another type, counts as 0 or as no path. */
 interface ThumbnailRequest {
   /** An absolute path; a request without one is refused. */
   param_origin_path: string;
-  /** Where the images go, one path each: in a folder that exists. In the flash cache: names. */
+  /** Where the images are stored, one path each, in a folder that exists. For the flash cache: names. */
   param_save_path?: string[];
   /** An ITEM_TYPES number; 0: as the file's name says. */
   param_media_type?: number;
@@ -22,7 +22,7 @@ interface ThumbnailRequest {
   param_thumb_type?: number;
   /** 1 to 5 frames of a video; the low byte counts. */
   param_video_frame_count?: number;
-  /** Comes back as "user_data". */
+  /** Returned as "user_data". */
   param_thumb_user_data?: number;
 }
 
@@ -47,21 +47,21 @@ interface ThumbnailStored {
   flag_origin_image: number;
 }
 
-/** There is no thumbnail, or no place for it. */
+/** The file has no thumbnail, or it could not be stored. */
 interface ThumbnailNotStored {
   thumb_error_code: 101;
   origin_path: string;
   user_data: number;
 }
 
-/** The service itself failed, at whichever request. */
+/** The service itself failed, at any of the requests. */
 interface ThumbnailServiceFailed {
   thumb_error_code: 102;
 }
 
 type ThumbnailResult = ThumbnailStored | ThumbnailNotStored | ThumbnailServiceFailed;
 
-/** What a method answers, parsed. */
+/** What a method returns, parsed. */
 interface ThumbnailAnswer {
   /** 0: the service was called. 1: it did not start. 2: no path, or wrong arguments. */
   return_ecode: 0 | 1 | 2;
@@ -72,11 +72,11 @@ declare var MRBBridge: { prototype: MRBBridge; new (): MRBBridge };
 interface MRBBridge {
   /** The function receives a ThumbnailResult for this and earlier requests; the request is a ThumbnailRequest. */
   thumbnail_request_async(notify: (result: string) => void, request: string): string;
-  /** Takes back the oldest request with the same values; it is not answered unless that is on its way. */
+  /** Cancels the oldest request with the same values; it has no result unless that is already queued. */
   thumbnail_request_cancel(request: string): string;
-  /** Takes back all requests of the program. */
+  /** Cancels all requests of the program. */
   thumbnail_request_cancel_all(): string;
-  /** Ends requests of cameras, and returns when none is being decoded. */
+  /** Ends the requests of cameras, and returns when no camera file is being decoded. */
   thumbnail_stop_ptp_decode_sync(): string;
   /** Opens the flash cache. */
   thumbnail_flash_cache_init(): string;

@@ -21,12 +21,12 @@ const HELP = [
   'up, down              one item back or on',
   'left, right, PgUp/Dn  one page back or on',
   'Home, End             the first or the last item',
-  'Enter                 into a folder; details of anything else',
+  'Enter                 opens a folder; shows the details of anything else',
   'Backspace, u          to the enclosing folder',
   'd                     details of the item',
-  's, r                  sort by something else; the other way round',
+  's, r                  the next sort order; the reverse order',
   'R                     read the folder again',
-  't                     another kind of media',
+  't                     the next media type',
   '/                     search in all folders; Escape ends it',
   'q, Ctrl-C             leave',
 ];
@@ -36,7 +36,7 @@ function fail(message) {
   process.exit(1);
 }
 
-/** What the screen shows, and what the keys do to it. */
+/** The state of the screen, and the actions of the keys. */
 class Browser {
   constructor(folder) {
     this.folder = folder;
@@ -49,13 +49,13 @@ class Browser {
     this.prompt = null; // a search being typed
     this.message = '';
     this.place = []; // the folders entered: {name, id, cursor}
-    this.back = null; // where a list that is opened anew leads: {place, item}
+    this.returnTo = null; // the place to show in a reopened list: {place, item}
     this.cursor = 0;
-    this.list = this.media.open(folder, this.wishes());
-    this.begin();
+    this.list = this.media.open(folder, this.options());
+    this.watchList();
   }
 
-  wishes() {
+  options() {
     return {
       contentType: TYPES[this.type],
       sort: SORTS[this.sort] + (this.descending ? ' DESC' : ''),
@@ -63,8 +63,8 @@ class Browser {
     };
   }
 
-  /** A list was opened: waits for it and shows it as it grows. */
-  begin() {
+  /** Shows a list that was just opened while it grows, and when it is complete. */
+  watchList() {
     this.cursor = 0;
     this.place = [];
     this.message = 'reading…';
@@ -72,44 +72,44 @@ class Browser {
       this.list.navigate(NAVIGATION.FOLDER);
     }
     this.list.onGrowth = () => this.draw();
-    this.list.onChange = () => this.note('the folder has changed; R reads it again');
+    this.list.onChange = () => this.showMessage('the folder has changed; R reads it again');
     this.list.ready.then(({ unreadable = 0 }) => {
-      this.goBack();
-      this.note(unreadable > 0 ? `${count(unreadable, 'folder')} could not be read` : '');
-    }, (error) => this.note(error.message));
+      this.restorePlace();
+      this.showMessage(unreadable > 0 ? `${count(unreadable, 'folder')} could not be read` : '');
+    }, (error) => this.showMessage(error.message));
   }
 
   reopen() {
     try {
-      const back = this.back ?? { place: this.place, item: this.item()?.media_id };
-      const list = this.media.open(this.folder, this.wishes());
+      const returnTo = this.returnTo ?? { place: this.place, item: this.item()?.media_id };
+      const list = this.media.open(this.folder, this.options());
       this.list.close();
       this.list = list;
-      this.back = back;
-      this.begin();
+      this.returnTo = returnTo;
+      this.watchList();
     } catch (error) {
-      this.note(error.message);
+      this.showMessage(error.message);
     }
   }
 
-  /** Into the folder and to the item that were shown before, as far as they are there. */
-  goBack() {
-    if (this.back === null || this.search !== '') {
-      return; // a search goes back at its end
+  /** Shows the folder and the item that were shown before, as far as they exist. */
+  restorePlace() {
+    if (this.returnTo === null || this.search !== '') {
+      return; // the place is restored when the search ends
     }
-    const { place, item } = this.back;
-    this.back = null;
+    const { place, item } = this.returnTo;
+    this.returnTo = null;
     try {
       for (const { name, id } of place) {
         this.enterAt(this.list.pageOf(id), name, id);
       }
       this.cursor = this.list.pageOf(item);
     } catch {
-      // It is not there any more, or not with these wishes.
+      // It does not exist any more, or not with these options.
     }
   }
 
-  note(message) {
+  showMessage(message) {
     this.message = message;
     this.draw();
   }
@@ -119,13 +119,13 @@ class Browser {
   columns() { return Math.max(20, process.stdout.columns || 80); }
 
   move(to) {
-    this.stay();
+    this.cancelReturn();
     this.cursor = Math.max(0, Math.min(to, this.list.count() - 1));
   }
 
-  /** Who moves about does not want to be taken back. */
-  stay() {
-    this.back = this.search === '' ? null : this.back;
+  /** Once the user has moved the cursor, the place before is not restored any more. */
+  cancelReturn() {
+    this.returnTo = this.search === '' ? null : this.returnTo;
   }
 
   /** The item under the cursor; null in an empty list. */
@@ -141,7 +141,7 @@ class Browser {
     if (item.type === ITEM_TYPES.UPFOLDER) {
       this.up();
     } else if (item.type === ITEM_TYPES.FOLDER && this.search === '') {
-      this.stay();
+      this.cancelReturn();
       this.enterAt(this.cursor, item.name, item.media_id);
     } else {
       this.details();
@@ -176,7 +176,7 @@ class Browser {
     if (key.ctrl && key.name === 'c') {
       this.leave();
     } else if (this.prompt !== null) {
-      this.typed(text, key);
+      this.editPrompt(text, key);
     } else if (this.overlay !== null) {
       this.overlay = null;
     } else {
@@ -185,8 +185,8 @@ class Browser {
     this.draw();
   }
 
-  // Keys that come at once after an Escape arrive as one key with it: as Alt and the
-  // key, or as one Escape of several. No key here goes with Alt, so they are parted.
+  // A key pressed right after Escape arrives together with it: as Alt and the key, or as
+  // several Escapes in one. No command here uses Alt, so they are split.
   keypress(text, key) {
     const escapes = /^\x1b*/.exec(key.sequence)[0].length;
     const own = key.name === 'escape' || key.code ? 1 : 0;
@@ -196,7 +196,7 @@ class Browser {
     this.key(escapes > own ? key.sequence.slice(escapes) : text, key);
   }
 
-  typed(text, key) {
+  editPrompt(text, key) {
     if (key.name === 'return') {
       this.search = this.prompt;
       this.prompt = null;
@@ -260,9 +260,9 @@ class Browser {
     const item = this.list.item(index);
     const name = item.type === ITEM_TYPES.UPFOLDER ? '..'
       : printable(item.name) + (item.type === ITEM_TYPES.FOLDER ? '/' : '');
-    const facts = item.size === null || item.type === ITEM_TYPES.UPFOLDER ? ''
+    const attributes = item.size === null || item.type === ITEM_TYPES.UPFOLDER ? ''
       : `${size(item.size).padStart(9)}  ${(item.modified ?? '').slice(0, 10).padEnd(10)}`;
-    return `${fit(` ${name}`, this.columns() - width(facts) - 1)}${facts} `;
+    return `${fit(` ${name}`, this.columns() - width(attributes) - 1)}${attributes} `;
   }
 
   body(total) {
@@ -322,7 +322,7 @@ function main() {
     fail('this needs a terminal; list.js prints a folder to a file or a pipe');
   }
   if (!fs.statSync(folder, { throwIfNoEntry: false })?.isDirectory()) {
-    fail(`${printable(folder)} is no folder`);
+    fail(`${printable(folder)} is not a folder`);
   }
   try {
     new Browser(path.resolve(folder)).start();

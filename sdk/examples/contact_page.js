@@ -16,7 +16,7 @@ const STYLE = `body { margin: 2em; font: 15px/1.4 system-ui, sans-serif; backgro
 
 const ENTITIES = { '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&#39;' };
 
-/** A text as a page shows it: a file's name may hold what a browser obeys. */
+/** A text as a page shows it: a file's name may hold markup and control characters. */
 const escaped = (text) => text.replace(/[&<>"']/g, (letter) => ENTITIES[letter])
   .replace(/[\p{Cc}\u202a-\u202e\u2066-\u2069]/gu, '\ufffd');
 
@@ -49,11 +49,11 @@ function figure({ output, size }, { file, bitmaps, width, height, times }) {
       </figure>`;
 }
 
-/** What is shown of one folder, under its name unless it is the one that was asked for. */
-function section(wishes, where, shown) {
-  const heading = where === wishes.folder ? '' : `<h2>${escaped(path.relative(wishes.folder, where))}</h2>\n    `;
+/** The entries of one folder, under its name unless it is the top folder. */
+function section(options, folder, shown) {
+  const heading = folder === options.folder ? '' : `<h2>${escaped(path.relative(options.folder, folder))}</h2>\n    `;
   return `${heading}<section>
-      ${shown.map((entry) => figure(wishes, entry)).join('\n      ')}
+      ${shown.map((entry) => figure(options, entry)).join('\n      ')}
     </section>`;
 }
 
@@ -61,29 +61,29 @@ function section(wishes, where, shown) {
 function byFolder(shown) {
   const folders = new Map();
   for (const entry of shown) {
-    const where = path.dirname(entry.file.path);
-    folders.set(where, [...(folders.get(where) ?? []), entry]);
+    const folder = path.dirname(entry.file.path);
+    folders.set(folder, [...(folders.get(folder) ?? []), entry]);
   }
   return [...folders];
 }
 
 /**
  * The page for `shown`, a list of {file, bitmaps, width, height, times}, the last in milliseconds.
- * `wishes`: {folder, output, size}.
+ * `options`: {folder, output, size}.
  */
-const page = (wishes, shown) => `<!doctype html>
+const page = (options, shown) => `<!doctype html>
 <html lang="en">
   <head>
     <meta charset="utf-8">
     <meta name="viewport" content="width=device-width">
-    <title>${escaped(path.basename(wishes.folder))}</title>
+    <title>${escaped(path.basename(options.folder))}</title>
     <style>
     ${STYLE}
     </style>
   </head>
   <body>
-    <h1>${escaped(wishes.folder)}</h1>
-    ${byFolder(shown).map(([where, entries]) => section(wishes, where, entries)).join('\n    ')}
+    <h1>${escaped(options.folder)}</h1>
+    ${byFolder(shown).map(([folder, entries]) => section(options, folder, entries)).join('\n    ')}
   </body>
 </html>
 `;

@@ -12,24 +12,24 @@ const { page } = require('./contact_page.js');
 const { count, printable } = require('./terminal.js');
 
 const SHOWN = [ITEM_TYPES.IMAGE, ITEM_TYPES.VIDEO, ITEM_TYPES.MUSIC];
-const AT_A_TIME = 32; // requests that wait or run
-const ITEMS_AT_A_TIME = 500;
-const OPTIONS = { '--size': { least: 16, most: 4096, usual: 256 }, '--frames': { least: 1, most: 5, usual: 1 } };
+const CONCURRENCY = 32; // requests that wait or run
+const BATCH_SIZE = 500;
+const OPTIONS = { '--size': { min: 16, max: 4096, default: 256 }, '--frames': { min: 1, max: 5, default: 1 } };
 
 const USAGE = `Usage: quill contact_sheet.js FOLDER OUTPUT [--size N] [--frames N]
 
 Makes thumbnails of all pictures, videos and music in FOLDER and the folders below
 it, as bitmap files in OUTPUT, and a page OUTPUT/index.html that shows them.
-OUTPUT is made if it does not exist; if it does, it must be empty.
+OUTPUT is created if it does not exist; if it does, it must be empty.
   --size N     the longer side of a thumbnail in pixels, 16 to 4096 (256)
   --frames N   frames of a video, 1 to 5 (1)
 `;
 
 class UsageError extends Error {}
 
-/** {folder, output, size, frames} from the words of the command line. */
-function wishesFrom(words) {
-  const wishes = { size: OPTIONS['--size'].usual, frames: OPTIONS['--frames'].usual };
+/** {folder, output, size, frames} from the arguments of the command line. */
+function parseArguments(words) {
+  const options = { size: OPTIONS['--size'].default, frames: OPTIONS['--frames'].default };
   const folders = [];
   for (let index = 0; index < words.length; index += 1) {
     const [option, joined] = words[index].split(/=(.*)/s);
@@ -37,10 +37,10 @@ function wishesFrom(words) {
     if (range) {
       const text = joined ?? words[index += 1] ?? '';
       const number = /^\d+$/.test(text) ? Number(text) : NaN;
-      if (!(number >= range.least && number <= range.most)) {
-        throw new UsageError(`${option} takes a number from ${range.least} to ${range.most}, not '${text}'`);
+      if (!(number >= range.min && number <= range.max)) {
+        throw new UsageError(`${option} takes a number from ${range.min} to ${range.max}, not '${text}'`);
       }
-      wishes[option.slice(2)] = number;
+      options[option.slice(2)] = number;
     } else if (option.startsWith('-')) {
       throw new UsageError(`unknown option ${option}`);
     } else {
@@ -51,10 +51,10 @@ function wishesFrom(words) {
     throw new UsageError('give one folder to show and one to write to');
   }
   const [folder, output] = folders.map((name) => path.resolve(name));
-  return { ...wishes, folder, output };
+  return { ...options, folder, output };
 }
 
-/** Makes the folder, or sees that nothing in it can be overwritten. */
+/** Creates the folder, or checks that it is empty. */
 function prepare(output) {
   fs.mkdirSync(output, { recursive: true });
   if (fs.readdirSync(output).length > 0) {
@@ -67,19 +67,19 @@ async function filesOf(media, folder) {
   const list = media.open(folder, { contentType: 'ALL', sort: 'FOLDER' });
   await list.ready.catch((error) => { throw new Error(`${printable(folder)}: ${error.message}`); });
   const files = [];
-  for (let index = 0, total = list.count(); index < total; index += ITEMS_AT_A_TIME) {
-    files.push(...list.items(index, ITEMS_AT_A_TIME).filter(({ type }) => SHOWN.includes(type)));
+  for (let index = 0, total = list.count(); index < total; index += BATCH_SIZE) {
+    files.push(...list.items(index, BATCH_SIZE).filter(({ type }) => SHOWN.includes(type)));
   }
   list.close();
   return files;
 }
 
-/** Has the thumbnails of one file made; what the page says of it. */
+/** Requests the thumbnails of one file; resolves to the entry of the page. */
 async function show(thumbnails, file, number, { output, size, frames }) {
   const name = String(number).padStart(5, '0');
-  const wanted = file.type === ITEM_TYPES.VIDEO ? frames : 1;
-  const paths = Array.from({ length: wanted }, (_, frame) =>
-    path.join(output, wanted === 1 ? `${name}.bmp` : `${name}-${frame + 1}.bmp`));
+  const images = file.type === ITEM_TYPES.VIDEO ? frames : 1;
+  const paths = Array.from({ length: images }, (_, frame) =>
+    path.join(output, images === 1 ? `${name}.bmp` : `${name}-${frame + 1}.bmp`));
   try {
     const request = thumbnails.request(file.path, paths, { width: size, height: size, mediaType: file.type });
     const result = await request.done;
@@ -90,8 +90,8 @@ async function show(thumbnails, file, number, { output, size, frames }) {
   }
 }
 
-/** All files' thumbnails, some at a time, in the order of the files. */
-async function showAll(thumbnails, files, wishes) {
+/** The entries of all files, CONCURRENCY at a time, in the order of the files. */
+async function showAll(thumbnails, files, options) {
   const shown = new Array(files.length);
   let next = 0;
   let done = 0;
@@ -99,14 +99,14 @@ async function showAll(thumbnails, files, wishes) {
     while (next < files.length) {
       const number = next;
       next += 1;
-      shown[number] = await show(thumbnails, files[number], number + 1, wishes);
+      shown[number] = await show(thumbnails, files[number], number + 1, options);
       done += 1;
       if (process.stderr.isTTY) {
         process.stderr.write(`\r${done} of ${count(files.length, 'file')} … `);
       }
     }
   };
-  await Promise.all(Array.from({ length: AT_A_TIME }, work));
+  await Promise.all(Array.from({ length: CONCURRENCY }, work));
   if (process.stderr.isTTY) {
     process.stderr.write('\r\x1b[K');
   }
@@ -118,22 +118,22 @@ async function main(words) {
     process.stdout.write(USAGE);
     return;
   }
-  const wishes = wishesFrom(words);
+  const options = parseArguments(words);
   const media = new Media();
-  // Nothing keeps the program alive once this is over, however it ends.
+  // However this ends, nothing keeps the program alive afterwards.
   try {
-    const files = await filesOf(media, wishes.folder);
+    const files = await filesOf(media, options.folder);
     if (files.length === 0) {
-      throw new Error(`${printable(wishes.folder)}: no pictures, videos or music in it`);
+      throw new Error(`${printable(options.folder)}: no pictures, videos or music in it`);
     }
-    prepare(wishes.output);
-    const shown = await showAll(new Thumbnailer(media.bridge), files, wishes);
-    const index = path.join(wishes.output, 'index.html');
-    fs.writeFileSync(index, page(wishes, shown));
+    prepare(options.output);
+    const shown = await showAll(new Thumbnailer(media.bridge), files, options);
+    const index = path.join(options.output, 'index.html');
+    fs.writeFileSync(index, page(options, shown));
     const without = shown.filter(({ bitmaps }) => bitmaps.length === 0);
     console.log(`${count(shown.length - without.length, 'file')} shown in ${printable(index)}`);
     for (const { file, reason } of without) {
-      console.log(`  without a thumbnail: ${printable(path.relative(wishes.folder, file.path))} (${reason})`);
+      console.log(`  without a thumbnail: ${printable(path.relative(options.folder, file.path))} (${reason})`);
     }
   } finally {
     media.finish();

@@ -1,5 +1,5 @@
 'use strict';
-// Copies the pictures, music and videos of a folder, or what a playlist names, to a folder.
+// Copies the pictures, music and videos of a folder, or the entries of a playlist, to a folder.
 //
 //     quill sdk/examples/copy.js [--type picture|music|video|all] FROM TO
 
@@ -19,15 +19,16 @@ const TYPES = {
 
 const USAGE = `Usage: quill copy.js [--type picture|music|video|all] FROM TO
 
-Copies the media in FROM and the folders below it, or what the playlist FROM (m3u,
-m3u8, pls or xspf) names, to the folder TO, which must exist. Nothing in TO is overwritten: a name that is taken gets a number.
+Copies the media in FROM and the folders below it, or the entries of the playlist
+FROM (m3u, m3u8, pls or xspf), to the folder TO, which must exist. Nothing in TO is
+overwritten: if a name exists, the copy gets a number.
   --type T   only pictures, only music or only videos (all, with playlists)
 
 Ctrl-C stops: the files that were copied until then stay, and are whole. The exit
 status is 0 when everything was copied, 130 after Ctrl-C, else 1.
 `;
 
-/** Of a destination that is refused before anything is copied, by the framework's code. */
+/** Why a destination is refused before anything is copied, by the framework's code. */
 const REFUSALS = {
   [-4]: 'it does not exist; make the folder first',
   [-6]: 'it is read-only, or this user may not write to it',
@@ -38,8 +39,8 @@ const SIGNALS = { SIGINT: 130, SIGTERM: 143 }; // and the exit status after them
 
 class UsageError extends Error {}
 
-/** {type, from, to} from the words of the command line. */
-function wishesFrom(words) {
+/** {type, from, to} from the arguments of the command line. */
+function parseArguments(words) {
   let type = 'all';
   const folders = [];
   for (let index = 0; index < words.length; index += 1) {
@@ -68,7 +69,7 @@ function wishesFrom(words) {
 const PLAYLIST = /\.(m3u8?|pls|xspf)$/i;
 const isPlaylist = (from) => PLAYLIST.test(from) && fs.statSync(from, { throwIfNoEntry: false })?.isFile() === true;
 
-/** Opens the folder or playlist and selects what is wanted: {list, files, bytes}. */
+/** Opens the folder or playlist and selects the files to copy: {list, files, bytes}. */
 async function select(media, { type, from }) {
   const { types, named } = TYPES[type];
   const list = isPlaylist(from) ? media.openPlaylists(from)
@@ -84,7 +85,7 @@ async function select(media, { type, from }) {
   return { list, files, bytes };
 }
 
-/** What a share has done so far, for one line. */
+/** The progress of a share, as one line. */
 function progressText({ totalFiles, doneFiles, totalSize, successSize, progressSize, currentName }, seconds) {
   const done = successSize + progressSize;
   const fraction = totalSize > 0 ? done / totalSize : doneFiles / Math.max(1, totalFiles);
@@ -94,12 +95,12 @@ function progressText({ totalFiles, doneFiles, totalSize, successSize, progressS
          `${size(done)} of ${size(totalSize)}  ${size(Math.round(rate))}/s  ${left}  ${printable(currentName)}`;
 }
 
-/** How much arrived, for the sentence about an end before its time. */
+/** How much was copied, for the message about an early end. */
 const arrived = ({ doneFiles, totalFiles, successSize }) =>
   (doneFiles === 0 ? 'nothing was copied'
     : `${doneFiles} of ${count(totalFiles, 'file')} copied (${size(successSize)})`);
 
-/** Why a share ended before its time. */
+/** Why a share ended early. */
 function reasonOf(end, to) {
   switch (end.event) {
     case SHARE_EVENTS.NO_SPACE:
@@ -121,7 +122,7 @@ function start(list, to, onProgress) {
   }
 }
 
-/** How the program is ended by a signal: `stop` is called at the first one, a second one ends it at once. */
+/** Handles the signals that end the program: the first calls `stop`, a second ends it at once. */
 function onSignals() {
   const ending = {
     // Until a copy is under way there is nothing to stop.
@@ -153,7 +154,7 @@ async function copy(list, to, ending) {
     try {
       share.stop();
     } catch {
-      // It has ended already, and its last event is on its way.
+      // It has ended already, and its last event is queued.
     }
   };
   const end = await share.done.catch((failure) => {
@@ -179,23 +180,23 @@ async function main(words) {
     process.stdout.write(USAGE);
     return;
   }
-  const wishes = wishesFrom(words);
-  const ending = onSignals(); // before there is anything to leave behind
+  const options = parseArguments(words);
+  const ending = onSignals(); // before anything is written
   const media = new Media();
-  // Nothing keeps the program alive once this is over, however it ends.
+  // However this ends, nothing keeps the program alive afterwards.
   try {
-    const { list, files, bytes } = await select(media, wishes);
+    const { list, files, bytes } = await select(media, options);
     if (process.stdout.isTTY) {
-      console.log(`${count(files, 'file')}, ${size(bytes)}, from ${printable(wishes.from)} to ${printable(wishes.to)}`);
+      console.log(`${count(files, 'file')}, ${size(bytes)}, from ${printable(options.from)} to ${printable(options.to)}`);
     }
-    process.exitCode = await copy(list, wishes.to, ending);
+    process.exitCode = await copy(list, options.to, ending);
   } finally {
     ending.release();
     media.finish();
   }
 }
 
-// A reader such as head that has seen enough is no fault.
+// A reader such as head may close the pipe early: that is not an error.
 process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main(process.argv.slice(2)).catch((error) => {
   statusLine.clear();

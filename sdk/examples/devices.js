@@ -1,6 +1,6 @@
 'use strict';
-// Shows the attached storage devices and cameras, the media servers of the network, and
-// what comes and goes.
+// Shows the attached storage devices and cameras and the media servers of the network,
+// and follows their arrivals and removals.
 //
 //     quill [--device FOLDER] sdk/examples/devices.js [--once]
 
@@ -11,12 +11,12 @@ const { count, fit, printable, size } = require('./terminal.js');
 const USAGE = `Usage: quill [--device FOLDER] devices.js [--once]
 
 Shows the attached storage devices and cameras and the media servers of the network in a
-table that follows what comes and goes; q or Ctrl-C ends it. Without a terminal it prints
-a line for each event.
-  --once   print what is attached, and end
+table that follows arrivals and removals; q or Ctrl-C ends it. Without a terminal it
+prints a line for each event.
+  --once   print the attached devices, and end
 `;
 
-const MOST_EVENTS = 100; // remembered
+const MAX_EVENTS = 100; // that the screen keeps
 const EVENT_NAMES = Object.fromEntries(Object.entries(STORAGE_EVENTS).map(([name, number]) => [number, name.toLowerCase()]));
 
 function fail(message) {
@@ -26,8 +26,8 @@ function fail(message) {
 
 const bridge = new MRBBridge();
 
-/** Sends a command; its data, parsed, or the program's end with what went wrong. */
-function ask(method, ...callback) {
+/** Sends a command and returns its data, parsed; ends the program with a message when it fails. */
+function call(method, ...callback) {
   const answer = JSON.parse(bridge[method](...callback));
   if (answer.return_ecode !== 0) {
     fail(`${method}: ${describeResult(answer.return_ecode)}`);
@@ -35,9 +35,9 @@ function ask(method, ...callback) {
   return answer.return_data === undefined ? null : JSON.parse(answer.return_data);
 }
 
-const listed = (method) => ask(method)?.storage_devices ?? [];
+const listed = (method) => call(method)?.storage_devices ?? [];
 
-/** What is attached to this machine, in the order of the indexes. */
+/** The devices attached to this machine, in the order of their indexes. */
 const devices = () => [...listed('mrb_get_usb_list'), ...listed('mrb_get_ptp_list')]
   .sort((one, other) => one.storage_index - other.storage_index);
 
@@ -48,13 +48,13 @@ const isServer = (device) => device.storage_ip !== undefined;
 const kindOf = (device) => (isServer(device) ? 'server' : isCamera(device) ? 'camera'
   : FILE_SYSTEMS[device.storage_filesystem] ?? String(device.storage_filesystem));
 
-const placeOf = (device) => (isServer(device) ? device.storage_ip
+const locationOf = (device) => (isServer(device) ? device.storage_ip
   : device.storage_mountpath || (isCamera(device) ? '' : 'not mounted'));
 
 const bytes = (text) => size(Number(BigInt(text)));
 
 /** "12.0 GB of 16.0 GB free", as far as that is known. */
-function roomOf(device) {
+function capacityOf(device) {
   if (isServer(device) || device.storage_totalsize === '0') {
     return '';
   }
@@ -65,36 +65,36 @@ function roomOf(device) {
 const usbOf = (device) => (isServer(device) || device.storage_bus === 0 ? '' : `USB ${device.storage_bus}:${device.storage_address}`);
 
 /** One device in one line, for a file or a pipe. */
-const inALine = (what, device) => [what.padEnd(8), device.storage_name, placeOf(device), kindOf(device), roomOf(device),
+const lineOf = (what, device) => [what.padEnd(8), device.storage_name, locationOf(device), kindOf(device), capacityOf(device),
   usbOf(device)].map(printable).filter((part) => part.trim() !== '').join('  ');
 
 /** The DLNA service, from its start to its end. */
 class Service {
-  constructor(say) {
-    this.say = say;
+  constructor(report) {
+    this.report = report;
     this.runs = false;
-    this.atEnd = () => {};
+    this.onStopped = () => {};
   }
 
   start() {
-    ask('mrb_Init_dlna_service', (text) => {
+    call('mrb_Init_dlna_service', (text) => {
       const { param_event: state } = JSON.parse(text);
       this.runs = state === SERVICE_EVENTS.STARTED;
-      this.say(this.runs ? 'looking for media servers' : 'not looking for media servers');
-      if (!this.runs) this.atEnd();
+      this.report(this.runs ? 'looking for media servers' : 'not looking for media servers');
+      if (!this.runs) this.onStopped();
     });
   }
 
   servers() { return this.runs ? listed('mrb_get_dlna_list') : []; }
 
-  /** Stops it; the program ends when that is said. */
-  end() {
-    this.atEnd = () => process.exit(0);
-    ask('mrb_finalize_dlna_service');
+  /** Stops the service; the program ends when the stop is reported. */
+  stop() {
+    this.onStopped = () => process.exit(0);
+    call('mrb_finalize_dlna_service');
   }
 }
 
-/** What the screen shows; drawn anew whenever that changes. */
+/** The screen, which is redrawn whenever its contents change. */
 class Screen {
   constructor() {
     this.events = [];
@@ -110,20 +110,20 @@ class Screen {
       process.stdout.write('\x1b[?25h\x1b[?1049l');
       process.stdin.setRawMode(false);
     });
-    process.on('SIGTERM', () => service.end());
+    process.on('SIGTERM', () => service.stop());
     process.stdout.on('resize', () => this.draw());
     process.stdin.on('keypress', (_, key) => {
       if (key.name === 'q' || (key.ctrl && key.name === 'c')) {
-        service.end();
+        service.stop();
       }
     });
     this.draw();
   }
 
-  hear(event, name) {
+  addEvent(event, name) {
     const time = new Date().toTimeString().slice(0, 8);
     this.events.unshift(`${time} ${event.padEnd(8)} ${name}`);
-    this.events.length = Math.min(this.events.length, MOST_EVENTS);
+    this.events.length = Math.min(this.events.length, MAX_EVENTS);
     this.draw();
   }
 
@@ -138,8 +138,8 @@ class Screen {
     const columns = Math.max(20, process.stdout.columns || 80);
     const rows = Math.max(4, process.stdout.rows || 24);
     const attached = [...devices(), ...(this.service?.servers() ?? [])];
-    const table = attached.map((device) => this.row(columns, device.storage_name, placeOf(device), kindOf(device),
-      roomOf(device), usbOf(device)));
+    const table = attached.map((device) => this.row(columns, device.storage_name, locationOf(device), kindOf(device),
+      capacityOf(device), usbOf(device)));
     const lines = [
       `\x1b[1m${fit(` ${count(attached.length, 'device')}`, columns)}\x1b[0m`,
       `\x1b[4m${this.row(columns, 'name', 'mounted at', 'holds', 'room', 'where')}\x1b[0m`,
@@ -154,16 +154,16 @@ class Screen {
   }
 }
 
-/** Resolves when each camera has said what it has room for, or after a second: no list waits for that. */
-function roomsKnown() {
+/** Resolves when each camera has reported its capacity, or after a second: no list waits for that. */
+function capacitiesKnown() {
   return new Promise((resolve) => {
-    const look = () => {
+    const check = () => {
       if (listed('mrb_get_ptp_list').every((camera) => camera.storage_totalsize !== '0')) {
         resolve();
       }
     };
-    ask('mrb_set_usb_callback', look); // before the first look, so that nothing is missed in between
-    look();
+    call('mrb_set_usb_callback', check); // before the first check, so that no event is missed in between
+    check();
     setTimeout(resolve, 1000).unref();
   });
 }
@@ -177,31 +177,31 @@ async function main() {
   if (options.some((option) => option !== '--once')) {
     fail(`this takes no arguments but --once\n\n${USAGE}`);
   }
-  const print = (what, device) => process.stdout.write(`${inALine(what, device)}\n`);
+  const print = (what, device) => process.stdout.write(`${lineOf(what, device)}\n`);
   if (options.includes('--once')) {
-    await roomsKnown();
+    await capacitiesKnown();
     devices().forEach((device) => print('attached', device));
     quill.unref(bridge);
     return;
   }
   const screen = process.stdin.isTTY && process.stdout.isTTY ? new Screen() : null;
-  const service = new Service((words) => {
-    screen === null ? process.stdout.write(`${words}\n`) : screen.hear('network', words);
+  const service = new Service((message) => {
+    screen === null ? process.stdout.write(`${message}\n`) : screen.addEvent('network', message);
   });
-  const hear = (text) => {
+  const onNotification = (text) => {
     const [{ storage_event: number, ...device }] = JSON.parse(text).storage_devices;
     const event = EVENT_NAMES[number] ?? `event ${number}`;
-    screen === null ? print(event, device) : screen.hear(event, device.storage_name);
+    screen === null ? print(event, device) : screen.addEvent(event, device.storage_name);
   };
-  // Before the lists, so that nothing is missed in between.
-  ask('mrb_set_usb_callback', hear);
-  ask('mrb_set_dlna_callback', hear);
+  // Before the lists, so that no event is missed in between.
+  call('mrb_set_usb_callback', onNotification);
+  call('mrb_set_dlna_callback', onNotification);
   if (screen !== null) {
     screen.start(service);
   } else {
-    process.stdout.on('error', () => process.exit(0)); // nobody reads any more
+    process.stdout.on('error', () => process.exit(0)); // the reader closed the pipe
     for (const signal of ['SIGINT', 'SIGTERM']) {
-      process.on(signal, () => service.end());
+      process.on(signal, () => service.stop());
     }
     devices().forEach((device) => print('attached', device));
   }

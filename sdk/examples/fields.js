@@ -1,5 +1,5 @@
 'use strict';
-// Prints what is known of pictures, music and videos: the fields of their items.
+// Prints the metadata of pictures, music and videos: the fields of their items.
 //
 //     quill sdk/examples/fields.js [--all] FILE|FOLDER ...
 
@@ -15,15 +15,15 @@ const SHOWN = [ITEM_TYPES.IMAGE, ITEM_TYPES.MUSIC, ITEM_TYPES.VIDEO];
 
 const USAGE = `Usage: quill fields.js [--all] FILE|FOLDER ...
 
-Prints the fields of pictures, music and videos; of a folder, those of all in it and
-the folders below it.
+Prints the fields of pictures, music and videos; for a folder, of all files in it and
+in the folders below it.
   --all   all ${FIELDS.length} fields, the empty ones too (as -)
 `;
 
 class UsageError extends Error {}
 
-/** {isAll, places} from the words of the command line. */
-function wishesFrom(words) {
+/** {isAll, places} from the arguments of the command line. */
+function parseArguments(words) {
   const unknown = words.find((word) => word.startsWith('-') && word !== '--all');
   if (unknown !== undefined) {
     throw new UsageError(`unknown option ${printable(unknown)}`);
@@ -63,7 +63,7 @@ function print(list, index, item, isAll) {
     }
   }
   console.log();
-  // What keeps one field of a file from being read keeps the others too: said once.
+  // The cause is the same for all fields of a file: it is reported once.
   const refused = fields.filter(({ code }) => code !== undefined);
   if (refused.length > 0) {
     process.stderr.write(`fields: ${printable(item.path)}: ${refused.map(({ name }) => name).join(', ')}: ` +
@@ -81,20 +81,20 @@ async function printPlace(media, place, isAll) {
   const list = media.open(found.isDirectory() ? place : path.dirname(place), { contentType: 'ALL', sort: 'FOLDER' });
   try {
     await list.ready;
-    const isWanted = (item) => SHOWN.includes(item.type) && (found.isDirectory() || item.path === place);
+    const isShown = (item) => SHOWN.includes(item.type) && (found.isDirectory() || item.path === place);
     let shown = 0;
-    let good = true;
+    let allRead = true;
     for (let index = 0, total = list.count(); index < total; index += 1) {
       const item = list.item(index);
-      if (isWanted(item)) {
+      if (isShown(item)) {
         shown += 1;
-        good = print(list, index, item, isAll) && good;
+        allRead = print(list, index, item, isAll) && allRead;
       }
     }
     if (shown === 0) {
-      throw new Error(found.isDirectory() ? 'no pictures, music or videos in it' : 'it is no picture, music or video');
+      throw new Error(found.isDirectory() ? 'no pictures, music or videos in it' : 'it is not a picture, music or video file');
     }
-    return good;
+    return allRead;
   } finally {
     list.close();
   }
@@ -105,9 +105,9 @@ async function main(words) {
     process.stdout.write(USAGE);
     return;
   }
-  const { isAll, places } = wishesFrom(words);
+  const { isAll, places } = parseArguments(words);
   const media = new Media();
-  // Nothing keeps the program alive once this is over, however it ends.
+  // However this ends, nothing keeps the program alive afterwards.
   try {
     for (const place of places) {
       try {
@@ -124,7 +124,7 @@ async function main(words) {
   }
 }
 
-// A reader such as head that has seen enough is no fault.
+// A reader such as head may close the pipe early: that is not an error.
 process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main(process.argv.slice(2)).catch((error) => {
   process.stderr.write(`fields: ${error.message}\n${error instanceof UsageError ? `\n${USAGE}` : ''}`);

@@ -1,5 +1,5 @@
 'use strict';
-// Opens a folder of media, waits until its list is ready, and prints what is there.
+// Opens a folder of media, waits until its list is ready, and prints its items.
 //
 //     quill sdk/examples/list.js FOLDER [--all] [--json]
 
@@ -13,7 +13,7 @@ const USAGE = `Usage: quill list.js FOLDER [--all] [--json]
 
 Opens FOLDER as a media list and prints the items in it.
   --all    print every item, not the first ${SHOWN} only
-  --json   print one line of JSON an item, as the framework describes it
+  --json   print one line of JSON per item, as the framework describes it
 `;
 
 function fail(message) {
@@ -23,8 +23,8 @@ function fail(message) {
 
 const bridge = new MRBBridge();
 
-/** Sends a command; returns its data, or ends the program with what went wrong. */
-function ask(method, request, ...callback) {
+/** Sends a command and returns its data; throws when it fails. */
+function call(method, request, ...callback) {
   const answer = JSON.parse(bridge[method](...callback, JSON.stringify(request)));
   if (answer.return_ecode !== 0) {
     throw Object.assign(new Error(`${method}: ${describeResult(answer.return_ecode)}`), { code: answer.return_ecode });
@@ -53,17 +53,17 @@ function openFolder(folder) {
       param_sort_category: 'FOLDER',
     };
     try {
-      ask('mrb_request_list_v2', request, onEvent);
+      call('mrb_request_list_v2', request, onEvent);
     } catch (error) {
       reject(error);
     }
   });
 }
 
-const item = (agent, index) => JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }));
+const item = (agent, index) => JSON.parse(call('mrb_get_item_v2', { param_agent: agent, param_index: index }));
 
 function printSummary(folder, agent, summary, milliseconds) {
-  const counts = JSON.parse(ask('mrb_get_item_count_v2', { param_agent: agent, get_item_count_for_each_type: true }));
+  const counts = JSON.parse(call('mrb_get_item_count_v2', { param_agent: agent, get_item_count_for_each_type: true }));
   const kinds = [
     [counts.item_count_folder, 'folder'],
     [counts.item_count_image, 'picture'],
@@ -116,7 +116,7 @@ async function main() {
   }
 
   if (flags.includes('--json')) {
-    const total = ask('mrb_get_item_count_v2', { param_agent: agent });
+    const total = call('mrb_get_item_count_v2', { param_agent: agent });
     for (let index = 0; index < total; index += 1) {
       console.log(JSON.stringify(item(agent, index)));
     }
@@ -139,10 +139,10 @@ async function main() {
     }
   }
   // The function registered for the list would keep the program alive. Not
-  // process.exit(): what was printed may still be on its way.
+  // process.exit(): buffered output may still have to be written.
   quill.unref(bridge);
 }
 
-// A reader such as head that has seen enough is no fault.
+// A reader such as head may close the pipe early: that is not an error.
 process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main();

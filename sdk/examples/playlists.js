@@ -1,5 +1,5 @@
 'use strict';
-// Prints the playlists of the machine, or what is in one of them.
+// Prints the playlists of the machine, or the entries of one of them.
 //
 //     quill sdk/examples/playlists.js [PLAYLIST]
 
@@ -10,8 +10,8 @@ const { clock, count, fit, printable } = require('./terminal.js');
 
 const USAGE = `Usage: quill playlists.js [PLAYLIST]
 
-Prints the entries of PLAYLIST (m3u, m3u8, pls or xspf), or without one all playlists
-on attached storage and in the music folder, with where they are.
+Prints the entries of PLAYLIST (m3u, m3u8, pls or xspf), or without it the paths of all
+playlists on attached storage and in the music folder.
 `;
 
 function fail(message) {
@@ -63,6 +63,6 @@ async function main() {
   media.finish();
 }
 
-// A reader such as head that has seen enough is no fault.
+// A reader such as head may close the pipe early: that is not an error.
 process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main();

@@ -1,6 +1,6 @@
 'use strict';
-// Shows the media servers of the network and what is on them, and moves files from them
-// and to them.
+// Shows the media servers of the network and their items, and copies files from and to
+// them.
 //
 //     quill sdk/examples/servers.js [SERVER [get FOLDER | put FOLDER]]
 
@@ -11,13 +11,13 @@ const { bar, clock, count, fit, printable, size, statusLine } = require('./termi
 
 const USAGE = `Usage: quill servers.js [SERVER [get FOLDER | put FOLDER]]
 
-Without arguments, prints the media servers that say within three seconds that they are there.
+Without arguments, prints the media servers that announce themselves within three seconds.
 SERVER is the name, address or id of one: prints the pictures, video and music on it, each
-thing once, in however many folders the server shows it.
+item once, in however many folders the server shows it.
 get copies all of these into FOLDER, put sends those of FOLDER to the server.
 `;
 
-const PATIENCE = 3000; // ms
+const DISCOVERY_TIMEOUT = 3000; // ms
 const DLNA = 4; // a device type
 const CONTENT_TYPES = ['IMAGE', 'VIDEO', 'MUSIC'];
 const MEDIA = [ITEM_TYPES.IMAGE, ITEM_TYPES.VIDEO, ITEM_TYPES.MUSIC];
@@ -28,21 +28,21 @@ function fail(message) {
   process.exit(1);
 }
 
-const servers = (media) => JSON.parse(media.ask('mrb_get_dlna_list'))?.storage_devices ?? [];
+const servers = (media) => JSON.parse(media.call('mrb_get_dlna_list'))?.storage_devices ?? [];
 const isNamed = (name) => (server) => [server.storage_name, server.storage_ip, server.storage_id].includes(name);
 
-/** Starts the DLNA service; resolved when it looks for servers. */
+/** Starts the DLNA service; resolved when it searches for servers. */
 const begin = (media) => new Promise((resolve, reject) => {
-  media.ask('mrb_Init_dlna_service', {}, (text) => {
+  media.call('mrb_Init_dlna_service', {}, (text) => {
     const { param_event: event } = JSON.parse(text);
     if (event === SERVICE_EVENTS.STARTED) resolve();
-    else reject(new Error('the network cannot be watched')); // once it was, its end changes nothing
+    else reject(new Error('the DLNA service did not start')); // after its start this changes nothing
   });
 });
 
-/** The server of that name, as soon as it is there. */
+/** The server of that name, as soon as it is discovered. */
 async function find(media, name) {
-  for (const began = Date.now(); Date.now() - began < PATIENCE;) {
+  for (const began = Date.now(); Date.now() - began < DISCOVERY_TIMEOUT;) {
     const server = servers(media).find(isNamed(name));
     if (server) return server;
     await new Promise((resolve) => { setTimeout(resolve, 50); });
@@ -51,15 +51,15 @@ async function find(media, name) {
 }
 
 async function print(media) {
-  await new Promise((resolve) => { setTimeout(resolve, PATIENCE); });
+  await new Promise((resolve) => { setTimeout(resolve, DISCOVERY_TIMEOUT); });
   const found = servers(media);
   console.log(count(found.length, 'media server'));
   found.forEach((server) => console.log(`  ${fit(printable(server.storage_name), 30)} ${server.storage_ip}  ${server.storage_id}`));
 }
 
 /**
- * What is on a server, once all of it is known. Servers show a thing in several folders, by
- * date, by album and by name: a list of one content type holds it once.
+ * The complete lists of a server. Servers show an item in several folders, by date, by album
+ * and by name: a list of one content type holds it once.
  */
 async function open(media, server) {
   const lists = [];
@@ -86,18 +86,18 @@ function printItems(lists) {
   }
 }
 
-/** Moves the media of some lists, one list after the other; prints what came. */
-async function move(lists, parameters) {
+/** Copies the media of some lists, one list after the other; prints how much arrived. */
+async function copy(lists, parameters) {
   lists.forEach((list) => list.selectTypes(MEDIA));
   const full = lists.filter((list) => list.selectionCount() > 0);
-  if (full.length === 0) throw new Error('there is nothing to move');
+  if (full.length === 0) throw new Error('there is nothing to copy');
   let current;
   let isStopped = false;
   process.once('SIGINT', () => {
     isStopped = true;
     current.stop();
   });
-  const moved = { doneFiles: 0, totalFiles: 0, successSize: 0 };
+  const copied = { doneFiles: 0, totalFiles: 0, successSize: 0 };
   let failure; // the first one
   for (const list of full) {
     if (isStopped) break;
@@ -107,12 +107,12 @@ async function move(lists, parameters) {
     });
     const end = await current.done.catch((error) => {
       failure ??= error;
-      return error; // with the numbers of what was moved
+      return error; // with the numbers of what was copied
     });
-    for (const key of Object.keys(moved)) moved[key] += end[key] ?? 0;
+    for (const key of Object.keys(copied)) copied[key] += end[key] ?? 0;
   }
   statusLine.clear();
-  console.log(`${moved.doneFiles} of ${count(moved.totalFiles, 'file')} (${size(moved.successSize)})`);
+  console.log(`${copied.doneFiles} of ${count(copied.totalFiles, 'file')} (${size(copied.successSize)})`);
   if (failure) throw failure;
 }
 
@@ -137,21 +137,21 @@ async function main() {
       if (action === 'put') {
         const list = media.open(path.resolve(folder));
         await list.ready;
-        await move([list], { ...where, param_dest_device_type: DLNA });
+        await copy([list], { ...where, param_dest_device_type: DLNA });
       } else if (action === 'get') {
-        await move(await open(media, server), { ...where, param_source_device_type: DLNA,
+        await copy(await open(media, server), { ...where, param_source_device_type: DLNA,
                                                param_dest_device_path: path.resolve(folder) });
       } else {
         printItems(await open(media, server));
       }
     }
-    media.ask('mrb_finalize_dlna_service');
+    media.call('mrb_finalize_dlna_service');
   } catch (error) {
     fail(error instanceof MediaError ? describeResult(error.code) : error.message);
   }
   media.finish();
 }
 
-// A reader such as head that has seen enough is no fault.
+// A reader such as head may close the pipe early: that is not an error.
 process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : 1));
 main();

@@ -1,10 +1,10 @@
 'use strict';
-// Printing for a person: widths, sizes, and names that cannot disturb the terminal.
+// Output for a person: widths, sizes, and names without control characters.
 
 const WIDE = /[\u1100-\u115f\u2e80-\ua4cf\uac00-\ud7a3\uf900-\ufaff\ufe30-\ufe6f\uff00-\uff60\uffe0-\uffe6]|\p{Emoji_Presentation}/u;
 const ZERO_WIDTH = /[\p{M}\u200b-\u200f\ufe0f]/u;
 
-/** Replaces control characters: a file's name may hold what a terminal obeys. */
+/** Replaces control characters: a file's name may hold a terminal's commands. */
 const printable = (text) => text.replace(/[\p{Cc}\u202a-\u202e\u2066-\u2069]/gu, '\ufffd');
 
 /** How many columns a text takes. */
@@ -31,7 +31,7 @@ function fit(text, columns) {
   return fit(`${cut}…`, columns);
 }
 
-/** A number of bytes in the unit that suits it: "34.2 kB". */
+/** A number of bytes in the largest unit of which it has at least one: "34.2 kB". */
 function size(bytes) {
   const units = ['B', 'kB', 'MB', 'GB', 'TB', 'PB'];
   let unit = 0;
@@ -60,7 +60,7 @@ function bar(fraction, columns) {
   return `[${'#'.repeat(filled)}${'-'.repeat(columns - filled)}]`;
 }
 
-/** One line of standard output that is written over again and again; nothing where that is no terminal. */
+/** One line of standard output that is overwritten; nothing unless standard output is a terminal. */
 const statusLine = {
   show(text) {
     if (process.stdout.isTTY) {

@@ -105,7 +105,7 @@ test('what is not there, and what is no media, is named; the others are shown', 
   const text = path.join(library, 'Read me.txt');
   const { status, stdout, stderr } = await quill([program, none, text, path.join(library, 'Welcome.jpg')]);
   assert.equal(status, 1);
-  assert.equal(stderr, `fields: ${none}: it does not exist\nfields: ${text}: it is no picture, music or video\n`);
+  assert.equal(stderr, `fields: ${none}: it does not exist\nfields: ${text}: it is not a picture, music or video file\n`);
   assert.equal(parse(stdout).size, 1);
 });
 
