@@ -1,6 +1,6 @@
 // Runs GoogleTest inside a Node.js process.
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 #include <variant>
 
@@ -69,11 +69,11 @@ void drainMainLoop() {
     }
 }
 
-Heard::Heard()
+ReceivedCalls::ReceivedCalls()
     : function_(evaluate("(() => { const calls = []; const note = (...all) => { calls.push(all); };"
                          " note.calls = calls; return note; })()")) {}
 
-std::string Heard::calls() const {
+std::string ReceivedCalls::calls() const {
     const v8::Local<v8::Value> noted =
         function_.As<v8::Object>()->Get(testContext(), Bridge::StringToV8("calls")).ToLocalChecked();
     return Bridge::StringFromV8(v8::JSON::Stringify(testContext(), noted).ToLocalChecked());

@@ -1,6 +1,6 @@
 // The engine's bridge API: arrays, functions and texts between C++ and scripts.
 
-#include "engine.h"
+#include "engine_fixture.h"
 #include "quill/bridge.h"
 
 namespace {
@@ -52,8 +52,8 @@ TEST_F(BridgeApi, ArraysOverACallsArgumentsCannotBeSet) {
 }
 
 TEST_F(BridgeApi, FunctionsAreCalledWithEveryValueOfAnArray) {
-    const Heard heard;
-    const ScriptFunction function = ScriptObject(heard.function()).asFunction();
+    const ReceivedCalls received;
+    const ScriptFunction function = ScriptObject(received.function()).asFunction();
     for (const int count : {0, 1, 4, 5, 9}) {
         ScriptArray array;
         for (int index = 0; index < count; ++index) {
@@ -61,15 +61,15 @@ TEST_F(BridgeApi, FunctionsAreCalledWithEveryValueOfAnArray) {
         }
         function.invoke(array);
     }
-    EXPECT_EQ(heard.calls(), R"([[],["0"],["0","1","2","3"],["0","1","2","3","4"],)"
-                             R"(["0","1","2","3","4","5","6","7","8"]])");
+    EXPECT_EQ(received.calls(), R"([[],["0"],["0","1","2","3"],["0","1","2","3","4"],)"
+                                R"(["0","1","2","3","4","5","6","7","8"]])");
 }
 
 TEST_F(BridgeApi, FunctionsAreCalledWithTheArgumentsOfAnotherCall) {
-    const Heard heard;
+    const ReceivedCalls received;
     const Values arguments = {evaluate("1"), evaluate("'two'")};
-    ScriptObject(heard.function()).asFunction().invoke(ScriptArray(arguments));
-    EXPECT_EQ(heard.calls(), R"([[1,"two"]])");
+    ScriptObject(received.function()).asFunction().invoke(ScriptArray(arguments));
+    EXPECT_EQ(received.calls(), R"([[1,"two"]])");
 }
 
 TEST_F(BridgeApi, WhatIsNoFunctionIsNotCalled) {
@@ -87,10 +87,10 @@ TEST_F(BridgeApi, ResultsOfFunctionsComeBackAndThrownOnesDoNot) {
 }
 
 TEST_F(BridgeApi, CopiesOfAFunctionOutliveIt) {
-    const Heard heard;
+    const ReceivedCalls received;
     ScriptFunction copy;
     {
-        const ScriptFunction first = ScriptObject(heard.function()).asFunction();
+        const ScriptFunction first = ScriptObject(received.function()).asFunction();
         copy = first;
         ScriptFunction moved = std::move(copy);
         copy = moved;
@@ -98,7 +98,7 @@ TEST_F(BridgeApi, CopiesOfAFunctionOutliveIt) {
     ScriptFunction &itself = copy;
     copy = itself;
     copy.invoke(ScriptArray());
-    EXPECT_EQ(heard.calls(), "[[]]");
+    EXPECT_EQ(received.calls(), "[[]]");
 }
 
 TEST_F(BridgeApi, TextsOfEveryLengthAreReadWhole) {

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "MRBAdapterProvider.h"
-#include "engine.h"
-#include "neighbours.h"
+#include "engine_fixture.h"
+#include "intercepted_calls.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ class Delivery : public EngineTest {
     Delivery() { forget(); }
 
     /// Registers a function as a script does.
-    static void listen(CMRBAdapterProvider &provider, int func, const Heard &heard) {
-        const Values arguments = {heard.function()};
+    static void registerFunction(CMRBAdapterProvider &provider, int func, const ReceivedCalls &received) {
+        const Values arguments = {received.function()};
         provider.ExecuteWithCallback(func, ScriptArray(arguments));
         forget();
     }
@@ -34,7 +34,7 @@ class Delivery : public EngineTest {
     CMRBAdapterProvider *provider_ = new CMRBAdapterProvider;
 };
 
-TEST_F(Delivery, IsLoggedOnTheWayIn) {
+TEST_F(Delivery, IsLoggedWhenItIsQueued) {
     fire(0, "{}%s", provider_);
     const Lines lines = takeLog();
     ASSERT_EQ(lines.size(), 2U);
@@ -85,43 +85,43 @@ TEST_F(Delivery, RunsAfterHighIdleWorkAndBeforeDefaultIdleWork) {
 }
 
 TEST_F(Delivery, TextIsTheFunctionsOneArgument) {
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     fire(0, "{\"a\":1}\n", provider_);
-    EXPECT_EQ(heard.calls(), "[]");
+    EXPECT_EQ(received.calls(), "[]");
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), R"([["{\"a\":1}\n"]])");
+    EXPECT_EQ(received.calls(), R"([["{\"a\":1}\n"]])");
 }
 
 TEST_F(Delivery, EmptyTextGivesNoArgument) {
-    const Heard heard;
-    listen(*provider_, 3, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 3, received);
     fire(3, "", provider_);
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), "[[]]");
+    EXPECT_EQ(received.calls(), "[[]]");
 }
 
 TEST_F(Delivery, ResultsComeInOrderEachWithItsText) {
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     fire(0, "first", provider_);
     fire(0, "second", provider_);
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), R"([["first"],["second"]])");
+    EXPECT_EQ(received.calls(), R"([["first"],["second"]])");
 }
 
 TEST_F(Delivery, EachCommandHasAFunctionOfItsOwn) {
     const std::vector<int> commands = {0, 3, 26, 31, 35, 37};
-    std::vector<Heard> heard(commands.size());
+    std::vector<ReceivedCalls> received(commands.size());
     for (size_t index = 0; index < commands.size(); ++index) {
-        listen(*provider_, commands[index], heard[index]);
+        registerFunction(*provider_, commands[index], received[index]);
     }
     for (const int func : commands) {
         fire(func, std::to_string(func), provider_);
     }
     drainMainLoop();
     for (size_t index = 0; index < commands.size(); ++index) {
-        EXPECT_EQ(heard[index].calls(), "[[\"" + std::to_string(commands[index]) + "\"]]");
+        EXPECT_EQ(received[index].calls(), "[[\"" + std::to_string(commands[index]) + "\"]]");
     }
 }
 
@@ -142,42 +142,42 @@ TEST_F(Delivery, CommandsWithoutAFunctionAreLoggedAndDropped) {
 }
 
 TEST_F(Delivery, ResultWithoutARegisteredFunctionIsFreedWithoutACall) {
-    fire(31, "nobody listens", provider_);
+    fire(31, "no function", provider_);
     drainMainLoop();
     EXPECT_EQ(takeLog().back(), PROVIDER + "FireOnCallbacks: callback done.");
 }
 
-TEST_F(Delivery, FunctionRegisteredAtDeliveryTimeHears) {
-    const Heard first;
-    const Heard second;
-    listen(*provider_, 0, first);
+TEST_F(Delivery, FunctionRegisteredAtDeliveryTimeReceivesTheResult) {
+    const ReceivedCalls first;
+    const ReceivedCalls second;
+    registerFunction(*provider_, 0, first);
     fire(0, "queued before", provider_);
-    listen(*provider_, 0, second);
+    registerFunction(*provider_, 0, second);
     drainMainLoop();
     EXPECT_EQ(first.calls(), "[]");
     EXPECT_EQ(second.calls(), R"([["queued before"]])");
 }
 
 TEST_F(Delivery, BytesThatAreNotUtf8ReachTheScriptAsReplacementCharacters) {
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     fire(0, "a\xff", provider_);
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), "[[\"a\xef\xbf\xbd\"]]");
+    EXPECT_EQ(received.calls(), "[[\"a\xef\xbf\xbd\"]]");
 }
 
 TEST_F(Delivery, RecordsOfADestroyedProviderReachNothing) {
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     fire(0, "too late", provider_);
     delete provider_;
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), "[]");
+    EXPECT_EQ(received.calls(), "[]");
 }
 
 TEST_F(Delivery, RecordsOfADestroyedProviderReachNoLaterProvider) {
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     // As many as it takes for an allocator to hand the same storage out again.
     for (int round = 0; round < 100; ++round) {
         auto *gone = new CMRBAdapterProvider;
@@ -185,17 +185,17 @@ TEST_F(Delivery, RecordsOfADestroyedProviderReachNoLaterProvider) {
         delete gone;
         auto *later = new CMRBAdapterProvider;
         EXPECT_NE(later, gone);
-        listen(*later, 0, heard);
+        registerFunction(*later, 0, received);
     }
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), "[]");
+    EXPECT_EQ(received.calls(), "[]");
 }
 
 TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
     constexpr int threads = 4;
     constexpr int results = 2000;
-    const Heard heard;
-    listen(*provider_, 0, heard);
+    const ReceivedCalls received;
+    registerFunction(*provider_, 0, received);
     std::vector<std::thread> running;
     running.reserve(threads);
     for (int thread = 0; thread < threads; ++thread) {
@@ -215,7 +215,7 @@ TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
                  " for (const [text] of function_.calls) { const n = Number(text), t = Math.floor(n / 2000);"
                  "   if (n !== last[t] + 1) return 'out of order: ' + n; last[t] = n; count += 1; }"
                  " return String(count); })");
-    v8::Local<v8::Value> function = heard.function();
+    v8::Local<v8::Value> function = received.function();
     const v8::Local<v8::Value> verdict = check.As<v8::Function>()
                                              ->Call(testContext(), v8::Undefined(testIsolate()), 1, &function)
                                              .ToLocalChecked();

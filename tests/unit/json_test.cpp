@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "take_log.h"
+#include "bridge_log.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ TEST_F(Json, ArrayTextParsesWithoutMessageButIsInvalid) {
     EXPECT_EQ(takeLog(), Lines{JSON + "Get: Get fail. jsonvalue is invalid type[6]."});
 }
 
-/// A text that is no JSON object, the root's type code, and whether it parses.
+/// A text that is not a JSON object, the root's type code, and whether it parses.
 struct Invalid {
     const char *text;
     int type;

@@ -10,9 +10,9 @@
 #include "MRBAgentAdapter.h"
 #include "MRBStorageMgrAdapter.h"
 #include "MRBThumbnailAdapter.h"
-#include "engine.h"
+#include "engine_fixture.h"
 #include "function.h"
-#include "neighbours.h"
+#include "intercepted_calls.h"
 #include "script_class.h"
 
 namespace {

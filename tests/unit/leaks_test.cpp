@@ -9,8 +9,8 @@
 #include "MRBAdapterProvider.h"
 #include "MRBThumbnailAdapter.h"
 #include "callbacks.h"
-#include "engine.h"
-#include "neighbours.h"
+#include "engine_fixture.h"
+#include "intercepted_calls.h"
 #include "script_class.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 

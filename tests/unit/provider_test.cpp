@@ -7,7 +7,7 @@
 #include <set>
 
 #include "MRBAdapter.h"
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 
@@ -190,8 +190,8 @@ TEST_P(Provider, ExecuteWithCallbackRefusesWhatIsNoFunctionBeforeAWrongCommand) 
 
 TEST_P(Provider, ExecuteWithCallbackKeepsTheFunctionWhateverTheRequest) {
     const int func = GetParam();
-    const Heard heard;
-    const Values arguments = {heard.function(), evaluate("12")};
+    const ReceivedCalls received;
+    const Values arguments = {received.function(), evaluate("12")};
     const std::string answer = textOf(provider_.ExecuteWithCallback(func, ScriptArray(arguments)));
     const bool needs_request = func == 0 || func == 3 || func == 26;
     if (needs_request) {
@@ -200,7 +200,7 @@ TEST_P(Provider, ExecuteWithCallbackKeepsTheFunctionWhateverTheRequest) {
     }
     CMRBAdapterProvider::FireOnCallbacks(func, "later", &provider_);
     drainMainLoop();
-    EXPECT_EQ(heard.calls(), with_callback.count(func) != 0 ? R"([["later"]])" : "[]");
+    EXPECT_EQ(received.calls(), with_callback.count(func) != 0 ? R"([["later"]])" : "[]");
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryFunctionId, Provider, testing::Range(-1, 42));

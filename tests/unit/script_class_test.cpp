@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <functional>
 
 #include "MRBThumbnailAdapter.h"
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // The sanitizer's runtime has it; the header that declares it does not come with gcc.

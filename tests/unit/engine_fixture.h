@@ -1,5 +1,5 @@
 #pragma once
-// What white-box tests need of the script engine around them.
+// The script engine for white-box tests: the fixture, and helpers for script values.
 
 #include <functional>
 #include <string>
@@ -8,15 +8,15 @@
 #include <gtest/gtest.h>
 #include <v8.h>
 
+#include "bridge_log.h"
 #include "quill/bridge.h"
 #include "recorder.h"
-#include "take_log.h"
 
 /// The isolate and context that the tests run in; set by the addon.
 v8::Isolate *testIsolate();
 v8::Local<v8::Context> testContext();
 
-/// A text as a script value, and what a script text is worth.
+/// Runs `code` and returns its value; returns the text of a script string.
 v8::Local<v8::Value> evaluate(const std::string &code);
 std::string textOf(const Bridge::ScriptObject &value);
 
@@ -38,10 +38,10 @@ class Values final : public Bridge::Arguments {
     std::vector<v8::Local<v8::Value>> values_;
 };
 
-/// A script function that notes the arguments of its calls, as JSON text.
-class Heard {
+/// A script function that records the arguments of its calls, as JSON text.
+class ReceivedCalls {
   public:
-    Heard();
+    ReceivedCalls();
     v8::Local<v8::Value> function() const { return function_; }
     std::string calls() const; ///< "[[\"text\"],[]]"
 

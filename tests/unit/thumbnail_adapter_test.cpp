@@ -11,7 +11,7 @@
 #include <iterator>
 #include <memory>
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 

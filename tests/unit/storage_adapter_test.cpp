@@ -4,7 +4,7 @@
 #include "MRBStorageMgrAdapter.h"
 
 #include "callbacks.h"
-#include "engine.h"
+#include "engine_fixture.h"
 #include "function.h"
 #include "storage_record.h"
 

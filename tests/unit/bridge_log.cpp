@@ -1,4 +1,4 @@
-#include "take_log.h"
+#include "bridge_log.h"
 
 #include <regex.h> // std::regex takes much longer to compile
 

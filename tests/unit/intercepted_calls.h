@@ -1,6 +1,6 @@
 #pragma once
-// What the bridge asks of the libraries around it and of the allocator, seen and steered
-// by white-box tests. Objects of these classes are made on the main thread, one of each
+// The bridge's calls of Clutter, of the engine and of the allocator, intercepted for
+// white-box tests. Objects of these classes are created on the main thread, one of each
 // class at a time.
 
 #include <cstddef>
@@ -20,7 +20,7 @@ struct QueuedFunction {
     GDestroyNotify notify;
 };
 
-/// Notes, while it lives, what the main thread queues.
+/// Records, while it exists, what the main thread queues.
 class QueuedFunctions {
   public:
     QueuedFunctions();
@@ -31,7 +31,7 @@ class QueuedFunctions {
     std::vector<QueuedFunction> all;
 };
 
-/// Notes, while it lives, the names of the script functions whose keepers are destroyed.
+/// Records, while it exists, the names of the script functions whose keepers are destroyed.
 class DestroyedFunctions {
   public:
     DestroyedFunctions();
@@ -43,7 +43,7 @@ class DestroyedFunctions {
     size_t events_before = 0; ///< how long the trace was when the first was destroyed
 };
 
-/// While it lives, the bridge's allocation of an object of `size` bytes throws
+/// While it exists, the bridge's allocation of an object of `size` bytes throws
 /// std::bad_alloc.
 class FailingAllocation {
   public:

@@ -3,7 +3,7 @@
 #include "MRBAgentAdapter.h"
 
 #include "callbacks.h"
-#include "engine.h"
+#include "engine_fixture.h"
 #include "function.h"
 
 namespace MRBBridge {

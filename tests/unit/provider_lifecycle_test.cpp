@@ -1,4 +1,5 @@
-// The provider's birth and end when something goes wrong, and the order of its end.
+// The provider's construction and destruction when they fail, and the order of its
+// destruction.
 
 #include <stdexcept>
 
@@ -6,9 +7,9 @@
 #include "MRBAgentAdapter.h"
 #include "MRBStorageMgrAdapter.h"
 #include "MRBThumbnailAdapter.h"
-#include "engine.h"
+#include "engine_fixture.h"
 #include "function.h"
-#include "neighbours.h"
+#include "intercepted_calls.h"
 #include "script_class.h"
 
 namespace {
@@ -27,7 +28,7 @@ class ProviderLife : public EngineTest {
 
     static void *construct() { return MRBBridge::MRBBridge().constructFromScript(ScriptArray()); }
 
-    /// Storage that was queued to be given back when all results before it have run.
+    /// Storage that was queued to be freed when all results before it have run.
     static void *queuedStorage(const QueuedFunctions &queued) {
         return queued.all.size() == 1 ? queued.all[0].data : nullptr;
     }
@@ -42,7 +43,7 @@ TEST_F(ProviderLife, ExceptionOfAnAdaptersConstructorReachesTheCaller) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, StorageOfAProviderThatCouldNotBeMadeIsGivenBack) {
+TEST_F(ProviderLife, StorageOfAProviderThatCouldNotBeCreatedIsFreed) {
     const QueuedFunctions queued;
     throwNext("thumbnail_init");
     EXPECT_THROW(construct(), std::runtime_error);
@@ -50,7 +51,7 @@ TEST_F(ProviderLife, StorageOfAProviderThatCouldNotBeMadeIsGivenBack) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, AdaptersMadeBeforeTheOneThatThrowsAreNotReleased) {
+TEST_F(ProviderLife, AdaptersCreatedBeforeTheOneThatThrowsAreNotReleased) {
     for (const size_t size :
          {sizeof(MRBBridge::CMRBAgentAdapter), sizeof(MRBBridge::CMRBStorageMgrAdapter)}) {
         forget();

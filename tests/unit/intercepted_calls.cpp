@@ -1,4 +1,4 @@
-#include "neighbours.h"
+#include "intercepted_calls.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 
 #include <dlfcn.h>
 
-#include "engine.h"
+#include "engine_fixture.h"
 
 namespace {
 

@@ -13,8 +13,8 @@ inline const std::string AGENT = "MRB-BRIDGE-AGENT MRBAgentAdapter.cpp ";
 inline const std::string THUMBNAIL = "MRB-BRIDGE-THUMBNAIL MRBThumbnailAdapter.cpp ";
 inline const std::string STORAGE = "MRB-BRIDGE-STORAGEMGR MRBStorageMgrAdapter.cpp ";
 
-/// "Tag File Function: message" of a line whose form is right; the whole line, marked, of
-/// any other.
+/// "Tag File Function: message" of a well-formed line; the whole line, marked, of any
+/// other.
 std::string messageOf(const recording::LogLine &line);
 
 /// The messages of every line so far. Forgets them.
