@@ -19,7 +19,7 @@ class ChooseSink : public testing::Test {
     std::string syslog = folder.path("log");
 };
 
-TEST_F(ChooseSink, isNobodyOnAMachineWithoutALog) { EXPECT_EQ(choose(nullptr), nullptr); }
+TEST_F(ChooseSink, isNullOnAMachineWithoutALog) { EXPECT_EQ(choose(nullptr), nullptr); }
 
 TEST_F(ChooseSink, prefersTheJournal) {
     const Listener first(journal, SOCK_DGRAM);
@@ -46,7 +46,7 @@ TEST_F(ChooseSink, isStandardErrorWhateverElseListens) {
     EXPECT_NE(dynamic_cast<StderrSink *>(choose("stderr").get()), nullptr);
 }
 
-TEST_F(ChooseSink, isNobodyWhenSwitchedOff) {
+TEST_F(ChooseSink, isNullWhenSwitchedOff) {
     const Listener daemon(syslog, SOCK_DGRAM);
     EXPECT_EQ(choose("off"), nullptr);
 }

@@ -10,12 +10,12 @@ std::string without(std::string text) {
     return text;
 }
 
-TEST(Colours, areTakenOut) {
+TEST(Colours, areRemoved) {
     EXPECT_EQ(without("a.cpp: f(1) > \033[31m[f:1] text\033[0m"), "a.cpp: f(1) > [f:1] text");
     EXPECT_EQ(without("\033[m\033[1;31mx\033[38:5:9my"), "xy");
 }
 
-TEST(Colours, areTakenOutWhereverTheyStand) {
+TEST(Colours, areRemovedAtEveryPosition) {
     EXPECT_EQ(without("\033[31m"), "");
     EXPECT_EQ(without("\033[31m\033[0m\033[1m"), "");
     EXPECT_EQ(without("a\033[31m"), "a");

@@ -18,17 +18,17 @@ namespace {
 
 int say(const char *text) { return system_log_print(SYSTEM_LOG_MAIN, SYSTEM_LOG_NOTICE, "TEST", "%s", text); }
 
-/// Destroyed after main, and after every static object that was made later.
+/// Destroyed after main, and after every static object that was constructed later.
 struct LastWords {
     LastWords() = default;
     LastWords(const LastWords &) = delete;
     LastWords &operator=(const LastWords &) = delete;
     ~LastWords() {
-        if (spoken) {
+        if (enabled) {
             say("last words");
         }
     }
-    bool spoken = false;
+    bool enabled = false;
 } lastWords;
 
 std::string pattern(size_t count) {
@@ -115,7 +115,7 @@ int main(int argc, char **argv) {
         say("keeps errno");
         printf("%d\n", errno == ENOTTY ? 1 : 0);
     } else if (what == "last words") {
-        lastWords.spoken = true;
+        lastWords.enabled = true;
     } else {
         return 2;
     }

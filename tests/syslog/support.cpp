@@ -99,7 +99,7 @@ std::string Listener::passedFile() {
 
 std::string Listener::wholeStream() {
     if (!readable(socket_)) {
-        ADD_FAILURE() << "nobody connected";
+        ADD_FAILURE() << "no client connected";
         return "";
     }
     const int client = accept(socket_, nullptr, nullptr);
@@ -153,12 +153,12 @@ void setVariable(const char *name, const char *value) {
 
 } // namespace
 
-Outcome speak(const char *log, const std::vector<std::string> &arguments, const char *tags) {
+Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments, const char *tags) {
     std::array<int, 2> out{};
     std::array<int, 2> error{};
     EXPECT_EQ(pipe(out.data()), 0);
     EXPECT_EQ(pipe(error.data()), 0);
-    std::vector<const char *> words{SPEAKER};
+    std::vector<const char *> words{LOGGING_CHILD};
     for (const std::string &argument : arguments) {
         words.push_back(argument.c_str());
     }
@@ -172,7 +172,7 @@ Outcome speak(const char *log, const std::vector<std::string> &arguments, const 
         }
         setVariable("QUILL_LOG", log);
         setVariable("QUILL_LOG_TAGS", tags);
-        execv(SPEAKER, const_cast<char **>(words.data()));
+        execv(LOGGING_CHILD, const_cast<char **>(words.data()));
         _exit(127);
     }
     close(out[1]);

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// A folder of the test's own, gone with everything in it at the end of the test.
+/// A folder of the test's own, removed with everything in it at the end of the test.
 class TemporaryFolder {
   public:
     TemporaryFolder();
@@ -27,9 +27,9 @@ class Listener {
     Listener(const Listener &) = delete;
     Listener &operator=(const Listener &) = delete;
 
-    /// The next datagram. Fails the test and gives "" when none comes.
+    /// The next datagram. Fails the test and returns "" when none arrives.
     std::string datagram();
-    /// The next datagram that brings a file descriptor: what the file holds.
+    /// The next datagram that passes a file descriptor: the contents of the file.
     std::string passedFile();
     /// What the next client sends until it closes the connection.
     std::string wholeStream();
@@ -41,19 +41,20 @@ class Listener {
     int socket_;
 };
 
-/// What a child process said and how it ended.
+/// The output of a child process, and how it ended.
 struct Outcome {
     std::string out;
     std::string error;
     int status = -1; // exit status, or 128 + signal
 };
 
-/// Runs the speaker with QUILL_LOG set to `log`, or unset when null, and so
+/// Runs the logging child with QUILL_LOG set to `log`, or unset when null, and so
 /// QUILL_LOG_TAGS to `tags`.
-Outcome speak(const char *log, const std::vector<std::string> &arguments, const char *tags = nullptr);
+Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments,
+                        const char *tags = nullptr);
 
 /// Everything that can be read from `descriptor` until its writers close it.
 std::string readAll(int descriptor);
-/// `count` bytes that tell their own place, so that a loss or a swap shows.
+/// `count` bytes that encode their position, so that a loss or a swap shows.
 std::string pattern(size_t count);
 std::vector<std::string> linesOf(std::string_view text);

@@ -19,7 +19,7 @@ std::string bare(const std::string &packet) {
     return match.suffix();
 }
 
-TEST(SyslogSink, isNullWhenNobodyListens) {
+TEST(SyslogSink, isNullWhenNoDaemonListens) {
     const TemporaryFolder folder;
     EXPECT_EQ(SyslogSink::open(folder.path("log").c_str()), nullptr);
 }
@@ -47,7 +47,7 @@ TEST(SyslogSink, keepsOnlyTheTagsFirst32Characters) {
     EXPECT_NE(daemon.datagram().find(" " + std::string(32, 't') + "["), std::string::npos);
 }
 
-TEST(SyslogSink, sendsALongLineInNumberedPiecesThatGiveTheWholeText) {
+TEST(SyslogSink, sendsALongLineInNumberedPiecesThatMakeUpTheWholeText) {
     const TemporaryFolder folder;
     Listener daemon(folder.path("log"), SOCK_DGRAM);
     const std::string text = pattern(1'000'000);
@@ -81,7 +81,7 @@ TEST(SyslogSink, doesNotCutInsideACharacter) {
     EXPECT_EQ(whole, text);
 }
 
-TEST(SyslogSink, cutsBytesThatAreNoCharactersAnywhere) {
+TEST(SyslogSink, cutsBytesThatAreNotCharactersAnywhere) {
     const TemporaryFolder folder;
     Listener daemon(folder.path("log"), SOCK_DGRAM);
     const std::string text(5000, '\x80');
@@ -107,7 +107,7 @@ TEST(SyslogSink, endsEachMessageOfAStreamWithAZero) {
     EXPECT_EQ(bare(stream.substr(end + 1)), std::string("two\0", 4));
 }
 
-TEST(SyslogSink, findsADaemonThatWasRestarted) {
+TEST(SyslogSink, reconnectsToADaemonThatWasRestarted) {
     const TemporaryFolder folder;
     Listener daemon(folder.path("log"), SOCK_DGRAM);
     const auto sink = SyslogSink::open(folder.path("log").c_str());

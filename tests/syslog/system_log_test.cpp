@@ -18,82 +18,86 @@ TEST(SystemLog, exportsOnlyThePrintCall) {
     EXPECT_NE(text.find(" T system_log_print\n"), std::string::npos) << text;
 }
 
-TEST(SystemLog, writesToStandardErrorWhenAskedTo) {
-    const Outcome outcome = speak("stderr", {"say", "hello"});
+TEST(SystemLog, writesToStandardErrorWhenSelected) {
+    const Outcome outcome = runLoggingChild("stderr", {"say", "hello"});
     EXPECT_EQ(outcome.error, "TEST: hello\n");
 }
 
-TEST(SystemLog, answersTheLengthOfTheText) { EXPECT_EQ(speak("stderr", {"say", "hello"}).out, "5\n"); }
+TEST(SystemLog, returnsTheLengthOfTheText) {
+    EXPECT_EQ(runLoggingChild("stderr", {"say", "hello"}).out, "5\n");
+}
 
 TEST(SystemLog, writesNothingWhenSwitchedOff) {
-    const Outcome outcome = speak("off", {"say", "hello"});
+    const Outcome outcome = runLoggingChild("off", {"say", "hello"});
     EXPECT_EQ(outcome.error, "");
     EXPECT_EQ(outcome.out, "0\n");
 }
 
-TEST(SystemLog, formatsNothingWhenNobodyListens) {
-    EXPECT_EQ(speak("off", {"written"}).out, "-77\n");
-    EXPECT_EQ(speak("stderr", {"written"}).out, "4\n");
+TEST(SystemLog, formatsNothingWithoutASink) {
+    EXPECT_EQ(runLoggingChild("off", {"written"}).out, "-77\n");
+    EXPECT_EQ(runLoggingChild("stderr", {"written"}).out, "4\n");
 }
 
 TEST(SystemLog, namesAnUnknownChoiceOnce) {
-    const Outcome outcome = speak("loud", {"last words"});
-    EXPECT_EQ(outcome.error,
-              "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
-              "Using \"system\".\n");
+    const Outcome outcome = runLoggingChild("loud", {"last words"});
+    EXPECT_EQ(outcome.error, "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
+                             "Using \"system\".\n");
     EXPECT_EQ(outcome.status, 0);
 }
 
-TEST(SystemLog, saysNothingOfTheDefault) {
-    EXPECT_EQ(speak(nullptr, {"say", "hello"}).error, "");
-    EXPECT_EQ(speak("", {"say", "hello"}).error, "");
-    EXPECT_EQ(speak("system", {"say", "hello"}).error, "");
+TEST(SystemLog, reportsNothingForTheDefault) {
+    EXPECT_EQ(runLoggingChild(nullptr, {"say", "hello"}).error, "");
+    EXPECT_EQ(runLoggingChild("", {"say", "hello"}).error, "");
+    EXPECT_EQ(runLoggingChild("system", {"say", "hello"}).error, "");
 }
 
 TEST(SystemLog, deliversTenMegabytesWhole) {
     constexpr size_t size = 10'000'000;
-    const Outcome outcome = speak("stderr", {"long", std::to_string(size)});
+    const Outcome outcome = runLoggingChild("stderr", {"long", std::to_string(size)});
     EXPECT_EQ(outcome.out, "10000000\n");
     EXPECT_TRUE(outcome.error == "TEST: " + pattern(size) + "\n");
 }
 
 TEST(SystemLog, deliversTextsAroundItsBuffersSize) {
     for (const size_t size : {1022U, 1023U, 1024U, 1025U}) {
-        EXPECT_EQ(speak("stderr", {"long", std::to_string(size)}).error, "TEST: " + pattern(size) + "\n");
+        EXPECT_EQ(runLoggingChild("stderr", {"long", std::to_string(size)}).error,
+                  "TEST: " + pattern(size) + "\n");
     }
 }
 
 TEST(SystemLog, refusesATextThatCannotBeFormatted) {
-    const Outcome outcome = speak("stderr", {"unprintable"});
+    const Outcome outcome = runLoggingChild("stderr", {"unprintable"});
     EXPECT_EQ(outcome.out, "-1\n");
     EXPECT_EQ(outcome.error, "");
 }
 
-TEST(SystemLog, takesALineWithoutATag) { EXPECT_EQ(speak("stderr", {"no tag"}).error, "-: text\n"); }
+TEST(SystemLog, acceptsALineWithoutATag) {
+    EXPECT_EQ(runLoggingChild("stderr", {"no tag"}).error, "-: text\n");
+}
 
-TEST(SystemLog, writesOnlyTheTagsThatAreAskedFor) {
-    const Outcome outcome = speak("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
+TEST(SystemLog, writesOnlyTheSelectedTags) {
+    const Outcome outcome = runLoggingChild("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
     EXPECT_EQ(outcome.error, "MRB-BRIDGE-AGENT: text\n");
     EXPECT_EQ(outcome.out, "4\n");
-    EXPECT_EQ(speak("stderr", {"as", "MRB-BRIDGE-THUMBNAIL", "text"}, "common,agent").error, "");
-    EXPECT_EQ(speak("stderr", {"no tag"}, "common,agent").error, "");
+    EXPECT_EQ(runLoggingChild("stderr", {"as", "MRB-BRIDGE-THUMBNAIL", "text"}, "common,agent").error, "");
+    EXPECT_EQ(runLoggingChild("stderr", {"no tag"}, "common,agent").error, "");
 }
 
-TEST(SystemLog, formatsNothingForATagThatIsNotAskedFor) {
-    EXPECT_EQ(speak("stderr", {"written"}, "agent").out, "-77\n");
-    EXPECT_EQ(speak("stderr", {"as", "OTHER", "text"}, "agent").out, "0\n");
+TEST(SystemLog, formatsNothingForATagThatIsNotSelected) {
+    EXPECT_EQ(runLoggingChild("stderr", {"written"}, "agent").out, "-77\n");
+    EXPECT_EQ(runLoggingChild("stderr", {"as", "OTHER", "text"}, "agent").out, "0\n");
 }
 
-TEST(SystemLog, takesColoursOutWhereTheOutputIsNoTerminal) {
-    const Outcome outcome = speak("stderr", {"say", "f(1) > \033[31mred\033[0m"});
+TEST(SystemLog, removesColoursWhenTheOutputIsNotATerminal) {
+    const Outcome outcome = runLoggingChild("stderr", {"say", "f(1) > \033[31mred\033[0m"});
     EXPECT_EQ(outcome.error, "TEST: f(1) > red\n");
     EXPECT_EQ(outcome.out, "19\n"); // of the text as it was given
 }
 
-TEST(SystemLog, keepsErrno) { EXPECT_EQ(speak("stderr", {"errno"}).out, "1\n"); }
+TEST(SystemLog, keepsErrno) { EXPECT_EQ(runLoggingChild("stderr", {"errno"}).out, "1\n"); }
 
 TEST(SystemLog, linesOfThreadsNeverMixAndKeepTheirOrder) {
-    const Outcome outcome = speak("stderr", {"chorus", "500"});
+    const Outcome outcome = runLoggingChild("stderr", {"chorus", "500"});
     std::map<int, int> next;
     for (const std::string &line : linesOf(outcome.error)) {
         int thread = -1;
@@ -107,11 +111,11 @@ TEST(SystemLog, linesOfThreadsNeverMixAndKeepTheirOrder) {
 }
 
 TEST(SystemLog, isUsableFromStaticDestructors) {
-    EXPECT_EQ(speak("stderr", {"last words"}).error, "TEST: last words\n");
+    EXPECT_EQ(runLoggingChild("stderr", {"last words"}).error, "TEST: last words\n");
 }
 
 TEST(SystemLog, aChildForkedInTheMiddleOfALineStillLogs) {
-    const Outcome outcome = speak("stderr", {"fork", "100"});
+    const Outcome outcome = runLoggingChild("stderr", {"fork", "100"});
     EXPECT_EQ(outcome.out, "0\n");
     size_t children = 0;
     for (const std::string &line : linesOf(outcome.error)) {

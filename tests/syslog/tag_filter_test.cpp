@@ -22,7 +22,7 @@ TEST(TagFilter, admitsTheTagsOfItsList) {
     EXPECT_FALSE(filter.admits(""));
 }
 
-TEST(TagFilter, takesTheLastWordOfATagForTheTag) {
+TEST(TagFilter, matchesTheLastWordOfATag) {
     const TagFilter filter("agent");
     EXPECT_TRUE(filter.admits("MRB-BRIDGE-AGENT"));
     EXPECT_TRUE(filter.admits("agent"));
@@ -32,7 +32,7 @@ TEST(TagFilter, takesTheLastWordOfATagForTheTag) {
     EXPECT_FALSE(TagFilter("mrb").admits("MRB-BRIDGE-AGENT"));
 }
 
-TEST(TagFilter, takesNoNoticeOfCaseAndSpaces) {
+TEST(TagFilter, ignoresCaseAndSpaces) {
     const TagFilter filter(" Common , mrb-bridge-THUMBNAIL,");
     EXPECT_TRUE(filter.admits("MRB-BRIDGE-COMMON"));
     EXPECT_TRUE(filter.admits("MRB-BRIDGE-THUMBNAIL"));
