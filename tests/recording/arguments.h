@@ -19,7 +19,7 @@ struct UserData {
     void *pointer;
 };
 
-/// A pointer to bytes that are no text.
+/// A pointer to bytes that are not a text.
 struct Bytes {
     const void *pointer;
 };

@@ -5,7 +5,7 @@
 // A block is an ordinary block of the C library. Its release is seen because this
 // library exports a `free` of its own, which a library that is opened to search
 // its own dependencies first finds before the C library's; under a sanitizer,
-// whose allocator goes before everything, the sanitizer's own hook tells.
+// whose allocator goes before everything, the sanitizer's own hook reports them.
 
 #include <cstddef>
 #include <string>

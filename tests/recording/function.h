@@ -29,7 +29,7 @@ class Function {
     explicit Function(const char *name, Reply usual = {}, Numbering numbering = Numbering::PerTrace);
 
     /// Records the call, writes the out-argument, returns the result. While recording
-    /// is off the default is read without a lock: it must not be set meanwhile.
+    /// is off the default is read without a lock: it must not be set at the same time.
     template <typename Result, typename... Arguments>
     Result call(Arguments... arguments) {
         if (!isRecording()) {

@@ -7,7 +7,7 @@
 
 namespace recording {
 
-/// While off, the log formats nothing and answers 0, as when nobody listens.
+/// While off, the log formats nothing and returns 0, as without a sink.
 void setLogRecording(bool on);
 
 /// The lines so far, in the order of their arrival.

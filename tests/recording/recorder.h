@@ -51,7 +51,7 @@ Value nameOf(const char *kind, const void *pointer);
 /// Makes a device that lives until the process ends; its number.
 int64_t addDevice(std::map<std::string, Value> values);
 
-/// The device with that number; null where there is none.
+/// The device with that number; null when there is none.
 _mrb_storage_s *deviceOf(int64_t number);
 
 /// What `device` answers to `getter`; null where it has nothing to say.

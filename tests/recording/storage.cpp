@@ -60,7 +60,7 @@ REGISTERS(mrb_set_dlna_callback, mrb_storage_notification_cb, addDlna, setStormD
 UNREGISTERS(mrb_unset_dlna_callback, setStormDlna)
 REGISTERS(mrb_Init_dlna_service, mrb_dlna_state_cb, addDlnaState, setStormState)
 
-// The callback hears of the stop, and of nothing when the call has returned.
+// The callback receives the stop, and nothing once the call has returned.
 static recording::Function mrb_finalize_dlna_service_recorded("mrb_finalize_dlna_service");
 extern "C" int mrb_finalize_dlna_service(mrb_dlna_state_cb callback, void *user_data) {
     recording::addDlnaState(callback, user_data);

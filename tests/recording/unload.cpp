@@ -3,7 +3,7 @@
 //
 // Prints one line of JSON: how many bridges each call answered, whether both began with
 // the same one, whether the library is gone, and how many blocks of memory that it
-// allocated are left beside the bridges themselves.
+// allocated remain besides the bridges themselves.
 
 #include <dlfcn.h>
 
@@ -48,7 +48,7 @@ void release(void *start) noexcept {
     std::free(start);
 }
 
-/// Whether an address lies in a library: asked while that is loaded.
+/// Whether an address lies in a library, which must be loaded.
 bool isIn(const void *address, const char *file) {
     Dl_info info{};
     return dladdr(address, &info) != 0 && std::strcmp(info.dli_fname, file) == 0;

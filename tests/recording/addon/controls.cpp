@@ -15,7 +15,7 @@
 //   logs(), clearLogs()      [{logId, priority, tag, text, thread}, ...]
 //   echoLogs(descriptor)     also writes each line there, -1 stops that
 //   setRecording(on)         everything off, for benchmarks
-//   setLogRecording(on)      only the log: as if nobody listened
+//   setLogRecording(on)      only the log: as without a sink
 //
 // A reply is {result, out, throws}: `result` defaults to the function's usual one; an
 // absent `out` hands out a handle where the function usually does and it

@@ -133,7 +133,7 @@ napi_value countRegistrations(napi_env env, napi_callback_info info) {
     const std::string kind = asText(env, argumentsOf<1>(env, info)[0]);
     const int64_t count = registrations(kind);
     if (count < 0) {
-        throw Misuse("there are no registrations of a kind " + kind);
+        throw Misuse("unknown kind of registration: " + kind);
     }
     return number(env, count);
 }
