@@ -1,12 +1,12 @@
-// The order in which commands log, read their keys and call the framework: who reads a log
-// of a call that never came back sees in it what was about to be called, and with what.
+// The order in which commands log, read their keys and call the framework: the log of a
+// call that never returned shows which function was about to be called, and with what.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { call, methodsThatTake, openBridge, rec } from './harness.mjs';
-import { assertEvents, assertOrder } from './events.mjs';
-import { COMMANDS, requestOf, valuesOf } from './list_requests.mjs';
+import { assertEvents, assertOrder } from './event_trace.mjs';
+import { COMMANDS, requestOf, valuesOf } from './list_command_table.mjs';
 import { agent, json, missingKey, provider, storage, thumbnail } from './log_lines.mjs';
 
 // Never released: an object that opened a list cannot be.
@@ -132,7 +132,7 @@ for (const [method, fn] of [['thumbnail_request_async', 'ThumbnailRequestAsync']
 
 // ---- commands without a request -----------------------------------------------------
 
-const plain = (speaker, fn, method) => speaker(fn, `strCmd[${method}] eResult[0] strReturnJson[{"return_ecode":0}\n].`);
+const plain = (logLine, fn, method) => logLine(fn, `strCmd[${method}] eResult[0] strReturnJson[{"return_ecode":0}\n].`);
 
 for (const [method, fn] of [['thumbnail_request_cancel_all', 'ThumbnailRequestCancelAll'],
                             ['thumbnail_stop_ptp_decode_sync', 'ThumbnailStopPtpDecodeSync']]) {
@@ -165,7 +165,7 @@ for (const [method, fn, args] of [['mrb_set_usb_callback', 'SetUSBCallback', ['c
 for (const [method, fn, list, args] of [['mrb_get_usb_list', 'GetUSBList', 'mrb_get_usb_list', [1, 0]],
                                         ['mrb_get_ptp_list', 'GetPTPList', 'mrb_get_usb_list', [2, 0]],
                                         ['mrb_get_dlna_list', 'GetDLNAList', 'mrb_get_dlna_list', [0]]]) {
-    test(`${method} logs when the list has been read and given back`, () => {
+    test(`${method} logs when the list has been read and released`, () => {
         call(bridge, method);
         const answer = '{"return_data":"null\\n","return_ecode":0,"return_type":4}\n';
         assertEvents([[list, ...args], ['mrb_storage_get_list_count', 1], ['mrb_storage_list_destory', 1],

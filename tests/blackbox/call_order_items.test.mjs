@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { forget, openBridge, rec } from './harness.mjs';
-import { assertOrder } from './events.mjs';
+import { assertOrder } from './event_trace.mjs';
 import { agent, missingKey } from './log_lines.mjs';
 
 const bridge = openBridge();

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { call, forget, openBridge, rec, REFUSED } from './harness.mjs';
-import { assertEvents, assertOrder } from './events.mjs';
+import { assertEvents, assertOrder } from './event_trace.mjs';
 import { agent, missingKey, mistypedKey } from './log_lines.mjs';
 
 // Never released: an object that opened a list cannot be.
@@ -19,9 +19,9 @@ const OPEN = { method: REQUEST_LIST, fn: 'RequestList' };
 const created = [['mrb_create_general_param', 0], set('content_type', ''), set('sort_category', '')];
 const unread = (...keys) => keys.map((key) => missingKey(`param_${key}`));
 const common = unread('content_type', 'sort_category');
-const asked = [[REQUEST_LIST, 1, 'cb1', 'user1', 0], ['mrb_destroy_general_param', 1]];
+const requested = [[REQUEST_LIST, 1, 'cb1', 'user1', 0], ['mrb_destroy_general_param', 1]];
 
-/** What the requests of each source read and set when nothing but the source is given. */
+/** The keys and parameters that the requests of each source read and set with the source name alone. */
 const SOURCES = [
     { source: 'SOURCE_MSC', own: [...unread('scan_path', 'is_uhd'), set('path', ''), set('is_uhd_meta', false),
                                   set('source', 'SOURCE_MSC')] },
@@ -42,7 +42,7 @@ for (const { source, more = {}, own } of SOURCES) {
     test(`a list of ${what} reads and sets the common keys, then those of the source, and is opened`, () => {
         rec.queue(REQUEST_LIST, { result: -4 });
         assertOrder(bridge, { ...OPEN, request: { param_source_name: source, ...more },
-                              between: [...common, ...created, ...own, ...asked] });
+                              between: [...common, ...created, ...own, ...requested] });
     });
 }
 
@@ -71,7 +71,7 @@ test('the keys that every list has are missed in their order, and the optional o
 });
 
 for (const name of ['SOURCE_MSC\0', 'SOURCE_DLNA\0x', 'SOURCE_PTP\0\0', '\0SOURCE_PLAYLIST', 'SOURCE_PLAYLIST\0']) {
-    test(`the source name ${JSON.stringify(name)} is none: a zero belongs to a name`, () => {
+    test(`the source name ${JSON.stringify(name)} is unknown: a zero belongs to a name`, () => {
         const [printed] = name.split('\0');
         const answer = assertOrder(bridge, { ...OPEN, request: { param_source_name: name },
                                      between: [...common, ...created,

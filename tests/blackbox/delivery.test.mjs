@@ -1,5 +1,5 @@
-// Results on their way from framework threads to script functions, in bulk and
-// while scripts do unusual things.
+// Delivery of results from framework threads to script functions, in bulk and while
+// scripts do unusual things.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
@@ -27,7 +27,7 @@ test('100,000 results from four threads arrive while a script runs: none lost, t
     rec.setLogRecording(false);
     try {
         rec.startBulk({ threads: THREADS, perThread: PER_THREAD, event: 3 });
-        // A script that is busy with calls of its own meanwhile.
+        // A script that makes calls of its own at the same time.
         const busy = setInterval(() => {
             for (let i = 0; i < 50; ++i) call(bridge, 'mrb_get_group_count_v2', { param_agent: i });
         }, 0);
@@ -86,7 +86,7 @@ test('a function may call any command of its object', async () => {
     assert.equal(answer.return_data, 'item');
 });
 
-test('a function that fires more results gets them after it has returned', async () => {
+test('a function that fires more results receives them after it has returned', async () => {
     const { receive, delivered } = inbox();
     let depth = 0;
     bridgeWithListCallback((text) => {

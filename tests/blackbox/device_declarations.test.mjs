@@ -1,10 +1,10 @@
-// The declarations for editors and TypeScript say what scripts really receive.
+// The declarations for editors and TypeScript match what scripts receive.
 
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 
-import { dlna, usb } from './devices.mjs';
+import { dlna, usb } from './sample_devices.mjs';
 import { call, inbox, METHODS, openBridge, rec } from './harness.mjs';
 
 const text = readFileSync(new URL('../../sdk/devices.d.ts', import.meta.url), 'utf8');

@@ -1,11 +1,11 @@
-// Arrivals, removals and changes of devices, and the DLNA service's states, on their
-// way from the framework's threads to the script.
+// Delivery of arrivals, removals and changes of devices, and of the DLNA service's
+// states, from the framework's threads to the script.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { dlna, styled, usb } from './devices.mjs';
-import { assertEvents, returned } from './events.mjs';
+import { dlna, styled, usb } from './sample_devices.mjs';
+import { assertEvents, returned } from './event_trace.mjs';
 import { call, inbox, openBridge, rec, requestRefusedList } from './harness.mjs';
 import { assertLogs, deliveryLines, storage } from './log_lines.mjs';
 
@@ -48,7 +48,7 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
         assert.deepEqual(JSON.parse(text), { storage_devices: [{ storage_event: 0, ...kind.record }] });
     });
 
-    test(`${register}: the device is read by its getters in order, and nothing else is asked`, () => {
+    test(`${register}: the device is read by its getters in order, with no other call`, () => {
         listening(register);
         const device = kind.device();
         fire({ event: 0, device });
@@ -94,7 +94,7 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
         });
     }
 
-    test(`${register}: a device that says nothing of itself still has every key`, async () => {
+    test(`${register}: a device without any values still has every key`, async () => {
         const { delivered } = listening(register);
         fire({ event: 1, device: rec.device({}) });
         assert.equal((await delivered())[0], notification(1, kind.emptyRecord));
@@ -108,7 +108,7 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
                          [[0, 'first'], [1, 'second']]);
     });
 
-    test(`${register}: another function replaces the first, also for what is on its way`, async () => {
+    test(`${register}: another function replaces the first, also for queued results`, async () => {
         const { bridge, calls } = listening(register);
         const second = inbox();
         fire({ event: 0, device: kind.device() });
@@ -117,7 +117,7 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
         assert.deepEqual(calls, []);
     });
 
-    test(`${register}: the function is kept although the framework refuses, and hears what it reports`, async () => {
+    test(`${register}: the function is kept although the framework refuses, and receives what it reports`, async () => {
         const bridge = openBridge();
         const { receive, delivered } = inbox();
         rec.queue(register, { result: -16 });
@@ -126,12 +126,12 @@ for (const { register, func, kind, fire, logs } of NOTIFICATIONS) {
         await delivered();
     });
 
-    test(`${register}: what waits when its object is released reaches nothing`, async () => {
+    test(`${register}: results queued when their object is released reach no function`, async () => {
         const bridge = openBridge();
         call(bridge, register, never('the function of a released object'));
         fire({ event: 0, device: kind.device() });
         quill.release(bridge);
-        const { delivered } = listening(register); // what this one hears comes behind
+        const { delivered } = listening(register); // its result comes after the others
         fire({ event: 0, device: kind.device() });
         await delivered();
     });
@@ -152,7 +152,7 @@ test('sticks, servers and states reach the function registered for them and no o
     assert.deepEqual([sticks.calls.length, servers.calls.length, states.calls.length, lists.calls.length], [1, 1, 1, 1]);
 });
 
-test('each object hears what is reported to it', async () => {
+test('each object receives its own reports', async () => {
     const one = listening('mrb_set_usb_callback');
     const two = listening('mrb_set_usb_callback');
     rec.fireUsb({ event: 1, device: usb.device(), registration: -2 });

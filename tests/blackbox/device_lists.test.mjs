@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { dlna, styled, usb } from './devices.mjs';
+import { dlna, styled, usb } from './sample_devices.mjs';
 import { call, callsOf, openBridge, rec } from './harness.mjs';
 import { assertLogs, storage } from './log_lines.mjs';
 
@@ -15,13 +15,13 @@ const DESTROY = 'mrb_storage_list_destory';
 /*
  * name   the method, and what its log line calls the command
  * fn     the operation, which the log line names
- * asks   the framework's list call with its arguments: a list handle preset to null comes last
+ * listCall  the framework's list call with its arguments: a list handle preset to null comes last
  * kind   what its devices are
  */
 const LISTS = [
-    { name: 'mrb_get_usb_list', fn: 'GetUSBList', asks: ['mrb_get_usb_list', 1, 0], kind: usb },
-    { name: 'mrb_get_ptp_list', fn: 'GetPTPList', asks: ['mrb_get_usb_list', 2, 0], kind: usb },
-    { name: 'mrb_get_dlna_list', fn: 'GetDLNAList', asks: ['mrb_get_dlna_list', 0], kind: dlna },
+    { name: 'mrb_get_usb_list', fn: 'GetUSBList', listCall: ['mrb_get_usb_list', 1, 0], kind: usb },
+    { name: 'mrb_get_ptp_list', fn: 'GetPTPList', listCall: ['mrb_get_usb_list', 2, 0], kind: usb },
+    { name: 'mrb_get_dlna_list', fn: 'GetDLNAList', listCall: ['mrb_get_dlna_list', 0], kind: dlna },
 ];
 const LIST_HANDLE = 1; // the first that the recording framework hands out
 
@@ -37,14 +37,14 @@ const devicesIn = (answer) => JSON.parse(answer.return_data).storage_devices;
 /** A successful answer as its text. */
 const successText = (data) => `${JSON.stringify({ return_data: data, return_ecode: 0, return_type: 4 })}\n`;
 
-for (const { name, fn, asks, kind } of LISTS) {
+for (const { name, fn, listCall, kind } of LISTS) {
     const lastLine = (code, answer) => storage(fn, `strCmd[${name}] eResult[${code}] strReturnJson[${answer}].`);
 
     for (const count of [0, -1]) {
         test(`${name}: a list of ${count} devices is the text of null, and is destroyed`, () => {
             rec.queue(COUNT, { result: count });
             assert.equal(bridge[name](), successText('null\n'));
-            assert.deepEqual(rec.trace(), [asks, [COUNT, LIST_HANDLE], [DESTROY, LIST_HANDLE]]);
+            assert.deepEqual(rec.trace(), [listCall, [COUNT, LIST_HANDLE], [DESTROY, LIST_HANDLE]]);
             assertLogs([lastLine(0, successText('null\n'))], { onMainThread: true });
         });
     }
@@ -56,7 +56,7 @@ for (const { name, fn, asks, kind } of LISTS) {
             attach(devices);
             const answer = call(bridge, name);
             const reads = devices.flatMap((device, index) => [[AT, index, LIST_HANDLE], ...kind.reads(device)]);
-            assert.deepEqual(rec.trace(), [asks, [COUNT, LIST_HANDLE], ...reads, [DESTROY, LIST_HANDLE]]);
+            assert.deepEqual(rec.trace(), [listCall, [COUNT, LIST_HANDLE], ...reads, [DESTROY, LIST_HANDLE]]);
             const records = devices.map((_, index) => ({ ...kind.record, storage_name: `Device ${index}` }));
             assert.deepEqual(answer, { return_data: styled({ storage_devices: records }), return_ecode: 0,
                                        return_type: 4 });
@@ -67,18 +67,18 @@ for (const { name, fn, asks, kind } of LISTS) {
     for (const code of [-16, 1, 2, 2147483647, -2147483648]) {
         test(`${name} answers a failing list call's ${code} alone, and leaves the list untouched`, () => {
             rec.setDefault(COUNT, { result: 3 });
-            rec.queue(asks[0], { result: code });
+            rec.queue(listCall[0], { result: code });
             const text = `{"return_ecode":${code}}\n`;
             assert.equal(bridge[name](), text);
-            assert.deepEqual(rec.trace(), [asks]);
+            assert.deepEqual(rec.trace(), [listCall]);
             assertLogs([lastLine(code, text)], { onMainThread: true });
         });
     }
 
     test(`${name} leaves a list that comes with a failure untouched`, () => {
-        rec.queue(asks[0], { result: -8, out: 77 });
+        rec.queue(listCall[0], { result: -8, out: 77 });
         assert.deepEqual(call(bridge, name), { return_ecode: -8 });
-        assert.deepEqual(rec.trace(), [asks]);
+        assert.deepEqual(rec.trace(), [listCall]);
     });
 
     test(`${name} succeeds whatever the destruction of the list says`, () => {
@@ -150,7 +150,7 @@ for (const value of [true, false]) {
     });
 }
 
-test('sticks and cameras are told apart by the kind asked for: 1 and 2 of the same list call', () => {
+test('sticks and cameras are distinguished by the kind: 1 and 2 of the same list call', () => {
     call(bridge, 'mrb_get_usb_list');
     call(bridge, 'mrb_get_ptp_list');
     assert.deepEqual(callsOf('mrb_get_usb_list'), [[1, 0], [2, 0]]);

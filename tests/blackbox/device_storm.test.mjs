@@ -18,15 +18,15 @@ const rainOf = (round) => (Math.floor(round / 8) % 8 === 0 ? () => rec.awaitStor
 
 /**
  * Runs `rounds` rounds in a storm, each on a new Listener. Nothing is recorded
- * meanwhile. Answers how many texts arrived, and those that should not have.
+ * in the meantime. Returns how many texts arrived, and those that should not have.
  */
 async function inStorm(rounds, play) {
-    const heard = { usb: 0, dlna: 0, state: 0, wrong: [] };
+    const received = { usb: 0, dlna: 0, state: 0, wrong: [] };
     rec.setRecording(false);
     rec.startStorm();
     try {
         for (let round = 0; round < rounds; ++round) {
-            await play(() => new Listener(heard), rainOf(round), round);
+            await play(() => new Listener(received), rainOf(round), round);
             if (round % 8 === 0) await turn(); // what waits is delivered, or finds its object gone
         }
     } finally {
@@ -34,15 +34,15 @@ async function inStorm(rounds, play) {
         rec.setRecording(true);
     }
     await turn();
-    return heard;
+    return received;
 }
 
-/** An object whose functions hear only what was reported to it, and nothing when it is gone. */
+/** An object whose functions receive only its own reports, and nothing after its release. */
 class Listener {
-    constructor(heard) {
+    constructor(received) {
         this.bridge = new MRBBridge();
         quill.unref(this.bridge);
-        this.heard = heard;
+        this.received = received;
         this.released = false;
         this.born = rec.stormEvent(); // what is reported to it is newer
     }
@@ -81,8 +81,8 @@ class Listener {
 
     answer(name, ...args) { assert.equal(this.bridge[name](...args), '{"return_ecode":0}\n'); }
     note(kind, right, event) {
-        this.heard[kind] += 1;
-        if (!right) this.heard.wrong.push({ kind, event, born: this.born, released: this.released });
+        this.received[kind] += 1;
+        if (!right) this.received.wrong.push({ kind, event, born: this.born, released: this.released });
     }
 }
 
@@ -157,10 +157,10 @@ const PLAYS = {
 test('10,000 rounds of registering, replacing, removing and releasing: nothing comes late or to another', async () => {
     const plays = Object.values(PLAYS);
     const before = rec.stormEvent();
-    const heard = await inStorm(10_000, (open, rain, round) => plays[round % plays.length](open, rain));
-    assert.deepEqual(heard.wrong, []);
+    const received = await inStorm(10_000, (open, rain, round) => plays[round % plays.length](open, rain));
+    assert.deepEqual(received.wrong, []);
     assert.ok(rec.stormEvent() - before > 4_000, `only ${rec.stormEvent() - before} events were fired`);
-    assert.ok(heard.usb + heard.dlna > 0, 'no event arrived');
+    assert.ok(received.usb + received.dlna > 0, 'no event arrived');
 });
 
 for (const [name, play] of Object.entries(PLAYS)) {

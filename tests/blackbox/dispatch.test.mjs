@@ -1,5 +1,5 @@
-// How a call is checked before it reaches a command, and what is answered and
-// logged when it does not.
+// How a call is checked before it reaches a command, and the answer and log line of a
+// call that is refused.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';

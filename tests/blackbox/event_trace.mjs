@@ -1,5 +1,4 @@
-// Comparing calls of the framework, log lines and what callbacks return as they follow
-// each other. An expected call is an array, [name, ...arguments]; an expected line is made
+// Comparing the order of framework calls, log lines and callbacks' returns. An expected call is an array, [name, ...arguments]; an expected line is made
 // by log_lines.mjs; what a callback returns is made by `returned`.
 
 import assert from 'node:assert/strict';

@@ -10,7 +10,7 @@ import { bridgeWithListCallback, call, inbox, openBridge, rec, requestRefusedLis
 v8.setFlagsFromString('--expose-gc');
 const collectGarbage = vm.runInNewContext('gc');
 
-/** Collects until `weak` has lost its object; garbage needs the main loop to turn now and then. */
+/** Collects until `weak` has lost its object; collection needs turns of the main loop. */
 async function isCollected(weak) {
     for (let i = 0; i < 50 && weak.deref() !== undefined; ++i) {
         await new Promise(setImmediate);

@@ -10,7 +10,7 @@ const bridge = openBridge();
 const COMMAND = 'mrb_get_item_count_v2';
 const BY_TYPE = 'mrb_get_item_count_by_type_v2';
 
-/** The types in the order in which the framework is asked, and the key of each count. */
+/** The types in the order in which their counts are read, and the key of each count. */
 const TYPES = [[1, 'folder'], [2, 'image'], [3, 'video'], [5, 'music'], [6, 'record'], [10, 'uhd'], [11, 'scsa'],
                [7, 'm3u'], [9, 'group'], [14, 'empty'], [13, 'upfolder']];
 
@@ -19,12 +19,12 @@ const ownLines = (handle, flag) => [agent('GetItemCount', `Agent[${handle}]`),
                                     agent('GetItemCount', `PARAM_GET_ITEM_COUNT_FOR_EACH_TYPE[${flag}].`)];
 const FAILED = agent('GetItemCount', 'GetItemCount By Type faild.');
 
-/** Has every type count 100 more than its number. */
+/** Sets the count of every type to its number plus 100. */
 const queueTypes = (count = TYPES.length) => {
     for (const [type] of TYPES.slice(0, count)) rec.queue(BY_TYPE, { out: 100 + type });
 };
 
-test('without the flag the total is answered as an integer and no type is asked for', () => {
+test('without the flag the total is returned as an integer and no type is counted', () => {
     const request = { param_agent: 16, get_item_count_for_each_type: false };
     rec.queue(COMMAND, { out: 250 });
     assert.deepEqual(call(bridge, COMMAND, request), { return_ecode: 0, return_type: 1, return_data: 250 });
@@ -101,8 +101,8 @@ TYPES.forEach(([type, key], position) => {
         queueTypes(position);
         rec.queue(BY_TYPE, { result: -8, out: 1 });
         assert.deepEqual(call(bridge, COMMAND, each(9)), { return_ecode: -8 });
-        assert.deepEqual(callsOf(BY_TYPE).map(([, asked]) => asked),
-                         TYPES.slice(0, position + 1).map(([asked]) => asked));
+        assert.deepEqual(callsOf(BY_TYPE).map(([, type]) => type),
+                         TYPES.slice(0, position + 1).map(([type]) => type));
         assertLogs(agentCommand('GetItemCount', COMMAND, each(9), { return_ecode: -8 },
                                 [...ownLines('0x9', 1), FAILED]));
     });

@@ -44,7 +44,7 @@ const TYPES = {
 };
 const getterOf = (kind) => `mrb_get_item_value_${kind}_v2`;
 
-const asked = (field, index = 7) => ({ param_agent: 18, param_index: index, param_field: field });
+const fieldRequest = (field, index = 7) => ({ param_agent: 18, param_index: index, param_field: field });
 const readLines = (request, answer, handle, index, field, between, before = [], text = undefined) =>
     agentCommand('GetItemValue', GET, request, answer,
                  [...before, agent('GetItemValue', `Agent[${printedHandle(handle)}],index[${index}], field[${field}]`),
@@ -62,7 +62,7 @@ for (const [kind, { type, preset, fields, out }] of Object.entries(TYPES)) {
     for (const field of fields) {
         test(`the field ${field} is read as ${kind}`, () => {
             rec.queue(getter, { out: given });
-            assert.deepEqual(call(bridge, GET, asked(field)), { return_ecode: 0, return_type: type, return_data: got });
+            assert.deepEqual(call(bridge, GET, fieldRequest(field)), { return_ecode: 0, return_type: type, return_data: got });
             assert.deepEqual(rec.trace(), [[MOVE, 18, 7], [getter, 18, field, preset]]);
         });
     }
@@ -70,7 +70,7 @@ for (const [kind, { type, preset, fields, out }] of Object.entries(TYPES)) {
     for (const [value, data, written = JSON.stringify(data)] of out) {
         test(`a ${kind} value ${value} is answered as ${written}, logged in order`, () => {
             rec.queue(getter, { out: value });
-            const request = asked(fields[0]);
+            const request = fieldRequest(fields[0]);
             const answer = { return_ecode: 0, return_type: type, return_data: data };
             assert.deepEqual(call(bridge, GET, request), answer);
             assertLogs(readLines(request, answer, 18, 7, fields[0], [`Dealing get ${kind} value.`], [],
@@ -81,7 +81,7 @@ for (const [kind, { type, preset, fields, out }] of Object.entries(TYPES)) {
 
     test(`a ${kind} value that cannot be read answers the code alone, whatever came with it`, () => {
         rec.queue(getter, { result: -17, out: given });
-        const request = asked(fields[0]);
+        const request = fieldRequest(fields[0]);
         assert.deepEqual(call(bridge, GET, request), { return_ecode: -17 });
         assertLogs(readLines(request, { return_ecode: -17 }, 18, 7, fields[0], [`Dealing get ${kind} value.`]));
     });
@@ -90,24 +90,24 @@ for (const [kind, { type, preset, fields, out }] of Object.entries(TYPES)) {
 for (const result of [0, -17]) {
     test(`a text field that comes with ${result} is released exactly once`, () => {
         rec.queue(getterOf('char'), { result, out: 'text' });
-        call(bridge, GET, asked('TITLE'));
+        call(bridge, GET, fieldRequest('TITLE'));
         assert.deepEqual(rec.blocks(), [{ giver: getterOf('char'), released: true }]);
     });
 }
 
 test('a text field whose pointer was left untouched answers an empty text', () => {
-    assert.equal(call(bridge, GET, asked('TITLE')).return_data, '');
+    assert.equal(call(bridge, GET, fieldRequest('TITLE')).return_data, '');
     assert.deepEqual(rec.blocks(), []);
 });
 
 test('SIZE of 5,000,000,000 bytes answers its low 32 bits', () => {
     rec.queue(getterOf('lint'), { out: 5_000_000_000 });
-    assert.deepEqual(call(bridge, GET, asked('SIZE')), { return_ecode: 0, return_type: 1, return_data: 705032704 });
+    assert.deepEqual(call(bridge, GET, fieldRequest('SIZE')), { return_ecode: 0, return_type: 1, return_data: 705032704 });
 });
 
 for (const field of ['title', 'TITLE ', 'Title', '', 'NO_SUCH_FIELD']) {
     test(`the unknown field "${field}" is a success without data`, () => {
-        const request = asked(field);
+        const request = fieldRequest(field);
         assert.deepEqual(call(bridge, GET, request), { return_ecode: 0 });
         assert.deepEqual(rec.trace(), [[MOVE, 18, 7]]);
         assertLogs(readLines(request, { return_ecode: 0 }, 18, 7, field, ['Dealing error field.']));
@@ -115,26 +115,26 @@ for (const field of ['title', 'TITLE ', 'Title', '', 'NO_SUCH_FIELD']) {
 }
 
 test('reading moves the cursor to the index before anything else', () => {
-    call(bridge, GET, asked('WIDTH', -3));
+    call(bridge, GET, fieldRequest('WIDTH', -3));
     assert.deepEqual(rec.trace()[0], [MOVE, 18, -3]);
 });
 
 test('an index that the cursor cannot move to ends the reading', () => {
     rec.queue(MOVE, { result: -3 });
-    const request = asked('TITLE', 99);
+    const request = fieldRequest('TITLE', 99);
     assert.deepEqual(call(bridge, GET, request), { return_ecode: -3 });
     assert.deepEqual(rec.trace(), [[MOVE, 18, 99]]);
     assertLogs(readLines(request, { return_ecode: -3 }, 18, 99, 'TITLE', []));
 });
 
-test('reading without keys asks for no field of item 0', () => {
+test('reading without keys reads a field without a name of item 0', () => {
     assert.deepEqual(call(bridge, GET, {}), { return_ecode: 0 });
     assert.deepEqual(rec.trace(), [[MOVE, 0, 0]]);
     assertLogs(readLines({}, { return_ecode: 0 }, 0, 0, '', ['Dealing error field.'],
                          ['param_agent', 'param_index', 'param_field'].map(missingKey)));
 });
 
-test('reading with mistyped keys asks for no field of item 0', () => {
+test('reading with mistyped keys reads a field without a name of item 0', () => {
     const request = { param_agent: '18', param_index: true, param_field: 5 };
     assert.deepEqual(call(bridge, GET, request), { return_ecode: 0 });
     assert.deepEqual(rec.trace(), [[MOVE, 0, 0]]);
@@ -146,7 +146,7 @@ test('reading with mistyped keys asks for no field of item 0', () => {
 
 const SET_CHAR = 'mrb_set_item_value_char_v2';
 const SET_INT = 'mrb_set_item_value_int_v2';
-const writing = (field, value) => ({ ...asked(field), param_value: value });
+const writing = (field, value) => ({ ...fieldRequest(field), param_value: value });
 const writeLines = (request, answer, between) => agentCommand('SetItemValue', SET, request, answer, between);
 const says = (line) => agent('SetItemValue', line);
 
@@ -206,8 +206,8 @@ test('an index that the cursor cannot move to ends the writing', () => {
 });
 
 test('writing without a value writes an empty text or 0', () => {
-    call(bridge, SET, asked('TITLE'));
-    call(bridge, SET, asked('PLAYED_COUNT'));
+    call(bridge, SET, fieldRequest('TITLE'));
+    call(bridge, SET, fieldRequest('PLAYED_COUNT'));
     assert.deepEqual(rec.trace(), [[MOVE, 18, 7], [SET_CHAR, 18, 'TITLE', ''],
                                    [MOVE, 18, 7], [SET_INT, 18, 'PLAYED_COUNT', 0]]);
 });

@@ -1,5 +1,5 @@
-// Requests that are odd as JSON, and the form of answers. Commands use presets for
-// what they cannot read; the log says what was wrong.
+// Unusual JSON requests, and the form of answers. Commands use presets for the keys
+// that they cannot read; the log names the cause.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';

@@ -1,5 +1,5 @@
-// What calls of the shipped library leave allocated, over so many of them that the smallest
-// block would show. The engine's own garbage is collected before each look.
+// Memory that calls of the shipped library leave allocated, measured over so many calls
+// that the smallest leaked block would show. The engine's own garbage is collected before each look.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';

@@ -6,7 +6,7 @@ import { test } from 'node:test';
 
 import { runChild } from './child.mjs';
 import { call, callsOf, openBridge, rec } from './harness.mjs';
-import { COMMANDS, requestOf, valuesOf } from './list_requests.mjs';
+import { COMMANDS, requestOf, valuesOf } from './list_command_table.mjs';
 import { agentCommand, assertLogs, json } from './log_lines.mjs';
 
 const bridge = openBridge();
@@ -46,7 +46,7 @@ for (const command of COMMANDS) {
                         keys.map((key) => json('Get', `NO strKey[${key.name}] in josn.`)));
     });
 
-    test(`${name} with a text that is no object says so for each key in order`, () => {
+    test(`${name} with a text that is not an object logs it for each key in order`, () => {
         assertWorksWith(command, '[]', keys.map(({ preset }) => preset),
                         keys.map(() => json('Get', 'Get fail. jsonvalue is invalid type[6].')));
     });
@@ -168,7 +168,7 @@ test('a page style that failed releases its parameter object and logs as one tha
                             STYLE.log(...valuesOf(STYLE))));
 });
 
-test('a setter of a page parameter that fails changes nothing: the style is asked for all the same', () => {
+test('a setter of a page parameter that fails changes nothing: the style is set all the same', () => {
     for (const setter of STYLE.calls(18).map(([called]) => called).filter((called) => called.includes('_param_set_'))) {
         rec.clear();
         rec.queue(setter, { result: -1 });

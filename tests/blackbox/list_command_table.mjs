@@ -1,5 +1,5 @@
-// The commands that shape, walk and ask an open list, as a table: what a request of
-// each holds, what reaches the framework, and what the log says.
+// The commands on an open list, as a table: the keys of each request, the framework's
+// calls, and the log lines.
 
 import { agent } from './log_lines.mjs';
 
@@ -34,7 +34,7 @@ const NO_COUNTS = '{"item_count_all":0,"item_count_empty":0,"item_count_folder":
  * keys     what the request holds, in the order in which it is read
  * calls    what reaches the framework, from the keys' values
  * log      the command's own lines, from the values
- * answer   what a success answers beside "return_ecode" while the framework gives
+ * answer   the members of a success besides "return_ecode" while the framework returns
  *          nothing, from the values; none for commands without data
  */
 export const COMMANDS = [

@@ -21,7 +21,7 @@ const COMMANDS = [
 ];
 
 for (const { name, fn, own } of COMMANDS) {
-    test(`${name} asks the framework about the list and answers its result`, () => {
+    test(`${name} calls the framework with the list and returns its result`, () => {
         const request = { param_agent: 18 };
         const answer = call(bridge, name, request);
         assert.equal(answer.return_ecode, 0);
@@ -30,7 +30,7 @@ for (const { name, fn, own } of COMMANDS) {
         assertLogs(agentCommand(fn, name, request, sorted(answer), own('0x12')), { onMainThread: true });
     });
 
-    test(`${name} without a handle asks about handle 0`, () => {
+    test(`${name} without a handle names handle 0`, () => {
         const answer = call(bridge, name, {});
         assert.deepEqual(callsOf(name).map(([handle]) => handle), [0]);
         assertLogs(agentCommand(fn, name, {}, sorted(answer),
@@ -70,7 +70,7 @@ test('a group count that came with an error is not answered', () => {
 
 const itemLog = (request, answer, between) => agentCommand('GetItem', ITEM, request, answer, between);
 
-test('an item is asked for by handle and index and answered as a text', () => {
+test('an item is read by handle and index and returned as a text', () => {
     const request = { param_agent: 31, param_index: 4 };
     rec.queue(ITEM, { out: '{"name":"a"}' });
     assert.deepEqual(call(bridge, ITEM, request), { return_ecode: 0, return_type: 4, return_data: '{"name":"a"}' });
@@ -108,7 +108,7 @@ test('an empty item text is answered and released', () => {
     assert.deepEqual(rec.blocks(), [{ giver: ITEM, released: true }]);
 });
 
-test('an item request without its keys asks for item 0 of handle 0', () => {
+test('an item request without its keys reads item 0 of handle 0', () => {
     call(bridge, ITEM, {});
     assert.deepEqual(rec.trace(), [[ITEM, 0, 0, null]]);
     assertLogs(itemLog({}, { return_data: '', return_ecode: 0, return_type: 4 },
@@ -116,7 +116,7 @@ test('an item request without its keys asks for item 0 of handle 0', () => {
                         agent('GetItem', 'Agent[(nil)] Index[0]')]));
 });
 
-test('an item request with mistyped keys asks for item 0 of handle 0', () => {
+test('an item request with mistyped keys reads item 0 of handle 0', () => {
     const request = { param_agent: '1', param_index: [2] };
     call(bridge, ITEM, request);
     assert.deepEqual(rec.trace(), [[ITEM, 0, 0, null]]);

@@ -1,16 +1,16 @@
-// Events of an open list, on their way from the framework's thread to the script.
+// Delivery of an open list's events from the framework's thread to the script.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { bridgeWithListCallback, call, inbox, openBridge, rec } from './harness.mjs';
-import { assertEvents, returned } from './events.mjs';
+import { assertEvents, returned } from './event_trace.mjs';
 import { assertLogs, deliveryLines } from './log_lines.mjs';
 
 const SCRIPT_EVENTS = new Map([[0, 0], [1, 1], [2, 8], [3, 25], [14, 13], [18, 17], [19, 18], [20, 19], [21, 26],
                                [22, 27], [23, 28], [28, 29]]);
 
-/** Fires one list event at an object of its own; answers the arguments of the script function. */
+/** Fires one list event at an object of its own; returns the arguments of the script function. */
 async function deliver(event) {
     const { receive, calls, delivered } = inbox();
     const bridge = bridgeWithListCallback(receive);

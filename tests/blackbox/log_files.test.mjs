@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { call, forget, METHODS, openBridge, rec } from './harness.mjs';
-import { bitmapFolder } from './thumbnails.mjs';
+import { bitmapFolder } from './thumbnail_records.mjs';
 
 /** The files that may stand at the beginning of the lines of a tag. */
 const FILES = {

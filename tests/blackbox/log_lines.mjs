@@ -1,18 +1,18 @@
-// Comparing log lines byte for byte. An expected line is made by the function
-// named after the source file that speaks; its text is the message alone, in which
-// %p stands for any address. Line numbers and thread ids are only checked for form,
-// and for being the same where they stand twice.
+// Comparing log lines byte for byte. An expected line is built by the function
+// named after the source file that logs it; its text is the message alone, in which
+// %p stands for any address. Of line numbers and thread ids only the form is checked,
+// and that both occurrences are equal.
 
 import assert from 'node:assert/strict';
 
 import { rec, requestText } from './harness.mjs';
 
-const speaker = (file, tag) => (fn, text) => ({ file, tag, fn, text });
-export const provider = speaker('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
-export const json = speaker('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
-export const storage = speaker('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
-export const thumbnail = speaker('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
-export const agent = speaker('MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT');
+const lineOf = (file, tag) => (fn, text) => ({ file, tag, fn, text });
+export const provider = lineOf('MRBAdapterProvider.cpp', 'MRB-BRIDGE-COMMON');
+export const json = lineOf('MRBBridgeJson.cpp', 'MRB-BRIDGE-COMMON');
+export const storage = lineOf('MRBStorageMgrAdapter.cpp', 'MRB-BRIDGE-STORAGEMGR');
+export const thumbnail = lineOf('MRBThumbnailAdapter.cpp', 'MRB-BRIDGE-THUMBNAIL');
+export const agent = lineOf('MRBAgentAdapter.cpp', 'MRB-BRIDGE-AGENT');
 
 /** A handle as a log line prints it. */
 export const printedHandle = (handle) => (handle === 0 ? '(nil)' : `0x${(handle >>> 0).toString(16)}`);

@@ -1,5 +1,5 @@
-// The life of an object: what its construction and its release do in the framework,
-// in which order, and what they log.
+// An object's construction and release: their framework calls in order, and their log
+// lines.
 
 import assert from 'node:assert/strict';
 import { describe, test } from 'node:test';
@@ -50,7 +50,7 @@ test('a thumbnail service that does not start is logged as 0, whatever its code,
     assert.equal(call(bridge, 'mrb_get_group_count_v2', '{}').return_ecode, 0);
 });
 
-test('a thumbnail service that did not start is not asked again, and finalised all the same', () => {
+test('a thumbnail service that did not start is not started again, and finalised all the same', () => {
     rec.queue('thumbnail_init', { result: -16 });
     const bridge = openBridge();
     assert.deepEqual(call(bridge, 'thumbnail_request_cancel_all'), { return_ecode: 1 });

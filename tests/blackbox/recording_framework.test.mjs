@@ -1,4 +1,4 @@
-// The recording framework itself: what the other tests rest on.
+// The recording framework itself, on which the other tests rely.
 
 import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
@@ -34,7 +34,7 @@ test('a function that does not exist cannot be steered', () => {
     assert.throws(() => rec.queue('mrb_no_such_function', {}), /there is no function mrb_no_such_function/);
 });
 
-test('a callback that nobody registered cannot be fired', () => {
+test('a callback that is not registered cannot be fired', () => {
     assert.throws(() => rec.fireUsb({ device: rec.device({}) }), /nothing is registered/);
 });
 

@@ -40,7 +40,7 @@ test('a folder is opened with its path, the plain-metadata flag and its source',
 const uhdKeys = { param_update_flag: true, param_lang_id: 'en', param_duid: 'D1', param_access_token: 'T2',
                   param_country: 'KR' };
 
-test('without the UHD flag none of the UHD keys is read or set', () => {
+test('without the UHD flag no UHD key is read or set', () => {
     const request = { ...common, ...uhdKeys, param_source_name: 'SOURCE_MSC', param_scan_path: '/a',
                       param_is_uhd: false };
     rec.queue(COMMAND, { out: 22 });
@@ -62,7 +62,7 @@ test('with the UHD flag the UHD keys are set after the source', () => {
     assertLogs(agentCommand('RequestList', COMMAND, request, success(23)));
 });
 
-test('with the UHD flag and none of its keys the presets are set and the log names each', () => {
+test('with the UHD flag but without its keys the presets are set and the log names each', () => {
     const request = { ...common, param_source_name: 'SOURCE_MSC', param_scan_path: '/a', param_is_uhd: true };
     rec.queue(COMMAND, { out: 24 });
     open(request);
@@ -161,7 +161,7 @@ for (const [key, setter] of [['param_media_extension', 'extension'], ['param_key
         assert.deepEqual(callsOf(`mrb_param_set_general_${setter}`), []);
     });
 
-    test(`a ${key} that is no text is logged and not set`, () => {
+    test(`a ${key} that is not a text is logged and not set`, () => {
         const request = { ...common, param_source_name: 'SOURCE_PLAYLIST', param_playlist_name: '', [key]: 5 };
         rec.queue(COMMAND, { out: 31 });
         open(request);
@@ -201,7 +201,7 @@ for (const name of ['source_msc', 'Source_MSC', 'SOURCE_MSC ', '', 'SOURCE_']) {
     });
 }
 
-test('a request that is no document is refused for its missing source name', () => {
+test('a request that is not a JSON object is refused for its missing source name', () => {
     assert.deepEqual(open('[]'), { return_ecode: REFUSED });
     const unread = Array(3).fill(json('Get', 'Get fail. jsonvalue is invalid type[6].'));
     assertLogs(agentCommand('RequestList', COMMAND, '[]', { return_ecode: REFUSED },

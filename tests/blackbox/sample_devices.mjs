@@ -1,9 +1,9 @@
-// Made-up storage devices, and how they look from both sides: which getters the
-// bridge calls, and what a script receives.
+// Sample storage devices: the getters that the bridge calls for each, and the record
+// that a script receives.
 
 import { rec } from './harness.mjs';
 
-/** Key of a record, getter of the framework (mrb_storage_get_...), a value, how it looks in the record. */
+/** Key of a record, getter of the framework (mrb_storage_get_...), a value, the value in the record. */
 const USB = [
     ['storage_id', 'id', 'usb-7', 'usb-7'],
     ['storage_name', 'name', 'Stick', 'Stick'],
@@ -31,7 +31,7 @@ const getter = (name) => `mrb_storage_get_${name}`;
 
 /** A kind of device: its record's fields, and what tests do with them. */
 const kind = (fields) => ({
-    /** The getters in the order in which they are asked. */
+    /** The getters in the order in which they are called. */
     getters: fields.map(([, name]) => getter(name)),
 
     /** The number of a new device; `values` by the getter's short name replace those of the table. */

@@ -1,4 +1,4 @@
-// What the sdk makes of fields, selection and shares, on the recording framework.
+// Fields, selection and shares of the sdk, on the recording framework.
 
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
@@ -10,21 +10,21 @@ const require = createRequire(import.meta.url);
 const { Media, MediaError } = require('../../sdk/media.js');
 const { SHARE_EVENTS, SHARE_TYPES } = require('../../sdk/codes.js');
 
-/** The event code with which the framework reports what scripts know by another number. */
+/** The framework's codes of the events, which scripts receive under other numbers. */
 const FRAMEWORK = { STARTED: 18, PROGRESS: 2, DONE: 19, FAILED: 20, STOPPED: 21, NO_SPACE: 22, DEVICE_REMOVED: 23 };
 
 const media = new Media();
 after(() => media.finish());
 const list = media.open('/media/stick');
 
-test('a run of items comes as objects', () => {
+test('a run of items is returned as objects', () => {
     rec.queue('mrb_get_item_count_v2', { out: 2 });
     rec.queue('mrb_get_item_v2', { out: '{"name":"a"}' });
     rec.queue('mrb_get_item_v2', { out: '{"name":"b"}' });
     assert.deepEqual(list.items(0, 9), [{ name: 'a' }, { name: 'b' }]);
 });
 
-test('a field has its value, and an unknown one none', () => {
+test('a field is returned with its value, and an unknown field as undefined', () => {
     rec.queue('mrb_get_item_value_char_v2', { out: 'Sunset' });
     assert.equal(list.field(3, 'TITLE'), 'Sunset');
     assert.equal(list.field(3, 'title'), undefined);
@@ -51,7 +51,7 @@ test('selection methods reach the framework with the list and their arguments', 
 const copy = (onProgress) => list.share(SHARE_TYPES.COPY, { param_dest_device_path: '/media/other' }, onProgress);
 
 for (const ending of ['DONE', 'STOPPED']) {
-    test(`a share hears its steps and is resolved when it is ${ending}`, async () => {
+    test(`a share receives its steps and is resolved when it is ${ending}`, async () => {
         const steps = [];
         const share = copy((progress, event) => steps.push([event, progress.doneFiles]));
         ['STARTED', 'PROGRESS', ending].forEach((name, doneFileCount) =>
@@ -70,7 +70,7 @@ for (const ending of ['FAILED', 'NO_SPACE', 'DEVICE_REMOVED']) {
     });
 }
 
-test('events of two shares reach each its own', async () => {
+test('events of two shares reach the share that they belong to', async () => {
     const [first, second] = [copy(), copy()];
     rec.fireShare({ share: second.handle, event: FRAMEWORK.DONE, doneFileCount: 2 });
     rec.fireShare({ share: first.handle, event: FRAMEWORK.DONE, doneFileCount: 1 });

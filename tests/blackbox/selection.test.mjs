@@ -35,10 +35,10 @@ for (const { name, fn, label = name, keys, own, out, preset, type } of THIN) {
     const success = (data) =>
         (out === undefined ? { return_ecode: 0 } : { return_data: data, return_ecode: 0, return_type: type });
     const trace = (of) => [[name, ...of, ...(out === undefined ? [] : [preset])]];
-    const lines = (asked, of, answer, before = []) =>
-        agentCommand(fn, label, asked, answer, [...before, agent(fn, own(printedHandle(of[0]), of[1]))]);
+    const lines = (request, of, answer, before = []) =>
+        agentCommand(fn, label, request, answer, [...before, agent(fn, own(printedHandle(of[0]), of[1]))]);
 
-    test(`${name} asks the framework and answers what it gives`, () => {
+    test(`${name} calls the framework and returns its result`, () => {
         if (out !== undefined) rec.queue(name, { out });
         assert.deepEqual(call(bridge, name, request), success(out));
         assert.deepEqual(rec.trace(), trace(values));
@@ -65,7 +65,7 @@ for (const { name, fn, label = name, keys, own, out, preset, type } of THIN) {
     });
 }
 
-test('the log knows the selection of a group under the name of its opposite', () => {
+test('the log names the selection of a group after its opposite', () => {
     call(bridge, 'mrb_select_group_v2', { param_agent: 1, param_index: 2 });
     const lines = rec.logs().map(({ text }) => text);
     assert.match(lines.at(0), /ReqCmd\[mrb_deselect_group_v2\]/);
@@ -100,7 +100,7 @@ test('toggling ends at the first item that fails and names its position', () => 
     assertLogs(toggleLines(request, { return_ecode: -3 }, [agent('ToggleSelect', 'Toggle [1] faild.')]));
 });
 
-test('toggling no item asks the framework nothing and succeeds', () => {
+test('toggling no item does not call the framework and succeeds', () => {
     assert.deepEqual(call(bridge, TOGGLE, { param_agent: 4, param_item_list: [] }), { return_ecode: 0 });
     assert.deepEqual(rec.trace(), []);
 });
@@ -137,7 +137,7 @@ function putItems(types, sizes = []) {
     sizes.forEach((size) => rec.queue(SIZE, { out: size }));
 }
 
-/** What the walk asks about an item: its type, and for one to select also the rest. */
+/** The calls of the walk for an item: its type, and for one to select also the rest. */
 const skipped = (handle, index) => [[MOVE, handle, index], [TYPE, handle, 'MEDIA_TYPE', -1]];
 const selected = (handle, index) => [...skipped(handle, index), [TOGGLE, handle, index], [SIZE, handle, 'SIZE', 0]];
 
@@ -154,7 +154,7 @@ const totalText = (text) => `{"return_data":${text},"return_ecode":0,"return_typ
 const wanting = (types, handle = 6) => ({ param_agent: handle, param_selected_item_type_arr: types });
 const total = (size) => ({ return_ecode: 0, return_type: 1, return_data: size });
 
-test('items of the wanted types are selected one by one, and their sizes are added up', () => {
+test('items of the requested types are selected one by one, and their sizes are added up', () => {
     putItems([2, 3, 5, 2], [100, 20, 3]);
     const request = wanting([2, 5], -2);
     assert.deepEqual(call(bridge, ALL, request), total(123));
@@ -164,7 +164,7 @@ test('items of the wanted types are selected one by one, and their sizes are add
                { onMainThread: true });
 });
 
-test('selecting all never asks the framework to select all', () => {
+test('selecting all never calls the framework\'s select-all', () => {
     putItems([2], [1]);
     call(bridge, ALL, wanting([2]));
     assert.ok(!rec.trace().some(([name]) => name === ALL));
@@ -215,7 +215,7 @@ test('a total beyond 32 bits is answered whole', () => {
     assert.deepEqual(call(bridge, ALL, wanting([3])), total(11_000_000_000));
 });
 
-test('a total of negative sizes wraps like the unsigned number it is', () => {
+test('a total of negative sizes wraps as an unsigned number', () => {
     putItems([3, 3], [-5, 7]);
     assert.deepEqual(call(bridge, ALL, wanting([3])), total(2));
 });

@@ -1,11 +1,11 @@
-// Sharing what is selected: starting, stopping, and the progress on its way.
+// Sharing the selection: starting, stopping, and the delivery of its progress.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { assertAborted, runChild } from './child.mjs';
 import { call, callsOf, forget, inbox, openBridge, rec } from './harness.mjs';
-import { assertEvents, returned } from './events.mjs';
+import { assertEvents, returned } from './event_trace.mjs';
 import { agentCommand, assertLogs, deliveryLines, missingKey, mistypedKey } from './log_lines.mjs';
 
 // Kept to the end: the teardown of an object that started a share does not end.
@@ -248,7 +248,7 @@ test('progress goes to the function of shares and to no other', async () => {
     rec.queue('mrb_request_list_v2', { result: -1 });
     call(object, 'mrb_request_list_v2', () => assert.fail('of lists'), { param_source_name: 'SOURCE_MSC' });
     const { receive, delivered } = inbox();
-    rec.fireShare({ share: 1, event: 2 }); // on its way when its function is replaced
+    rec.fireShare({ share: 1, event: 2 }); // queued when its function is replaced
     rec.queue(START, { result: -1 });
     call(object, START, receive, {});
     const [text] = await delivered();

@@ -45,7 +45,7 @@ for (const { name, fn, args, takes } of COMMANDS) {
 
 for (const { name } of COMMANDS.filter(({ takes }) => takes.length > 0)) {
     for (const [what, argument] of [['nothing', []], ['a request', ['{}']], ['null', [null]]]) {
-        test(`${name} with ${what} for a function is refused and asks the framework nothing`, () => {
+        test(`${name} with ${what} for a function is refused and does not call the framework`, () => {
             assert.deepEqual(call(bridge, name, ...argument), { return_ecode: REFUSED });
             assert.deepEqual(rec.trace(), []);
             assertLogs([provider('ExecuteWithCallback', 'Invalid js callback.')], { onMainThread: true });

@@ -1,5 +1,5 @@
-// Results that are still on their way when their object is released: they reach
-// nothing and touch nothing. Worth running under AddressSanitizer.
+// Results that are still queued when their object is released: they reach no
+// function and touch no memory of it. Worth running under AddressSanitizer.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
@@ -18,21 +18,21 @@ async function queueDrained() {
     quill.release(other);
 }
 
-test('a result that waits when its object is released reaches nothing', async () => {
+test('a result that is queued when its object is released reaches no function', async () => {
     const bridge = bridgeWithListCallback(never('the function of a released object'));
     rec.fireList({});
     quill.release(bridge);
     await queueDrained();
 });
 
-test('a thousand results that wait when their object is released reach nothing', async () => {
+test('a thousand results that are queued when their object is released reach no function', async () => {
     const bridge = bridgeWithListCallback(never('the function of a released object'));
     for (let i = 0; i < 1000; ++i) rec.fireList({});
     quill.release(bridge);
     await queueDrained();
 });
 
-test('an object made right after a release does not receive the results of the released one', async () => {
+test('an object created right after a release does not receive the results of the released one', async () => {
     for (let round = 0; round < 50; ++round) {
         const released = bridgeWithListCallback(never('the function of a released object'));
         rec.fireList({ serverData: 'stale' });
@@ -45,7 +45,7 @@ test('an object made right after a release does not receive the results of the r
     }
 });
 
-test('many objects made right after a release do not receive its results either', async () => {
+test('many objects created right after a release do not receive its results either', async () => {
     const released = bridgeWithListCallback(never('the function of a released object'));
     for (let i = 0; i < 10; ++i) rec.fireList({ serverData: 'stale' });
     quill.release(released);
@@ -54,7 +54,7 @@ test('many objects made right after a release do not receive its results either'
     objects.forEach((object) => quill.release(object));
 });
 
-test('a function may release its own object, and the results behind it reach nothing', async () => {
+test('a function may release its own object, and later results reach no function', async () => {
     const { receive, calls, delivered } = inbox();
     const bridge = bridgeWithListCallback((text) => {
         quill.release(bridge);
@@ -66,7 +66,7 @@ test('a function may release its own object, and the results behind it reach not
     assert.equal(calls.length, 1);
 });
 
-test('a function may release its object and open another, which gets only its own results', async () => {
+test('a function may release its object and open another, which receives only its own results', async () => {
     const second = inbox();
     const bridge = bridgeWithListCallback(() => {
         quill.release(bridge);
@@ -81,7 +81,7 @@ test('a function may release its object and open another, which gets only its ow
     assert.equal(second.calls.length, 1);
 });
 
-test('a function may release another object, whose results reach nothing', async () => {
+test('a function may release another object, whose results reach no function', async () => {
     const victim = bridgeWithListCallback(never('the function of a released object'));
     const { receive, delivered } = inbox();
     bridgeWithListCallback((text) => {
@@ -94,7 +94,7 @@ test('a function may release another object, whose results reach nothing', async
     await queueDrained();
 });
 
-test('a function of a released object can be called by the script and thrown away', async () => {
+test('the script can call and discard a function of a released object', async () => {
     const bridge = bridgeWithListCallback(() => {});
     rec.fireList({});
     quill.release(bridge);

@@ -8,13 +8,13 @@ import { test } from 'node:test';
 
 import { openBridge } from './harness.mjs';
 import { assertLogs, thumbnail } from './log_lines.mjs';
-import { answered, bitmapFile, bitmapFolder, imageBytes, NOT_STORED, resultLines } from './thumbnails.mjs';
+import { answered, bitmapFile, bitmapFolder, imageBytes, NOT_STORED, resultLines } from './thumbnail_records.mjs';
 
 const bridge = openBridge();
 const folder = bitmapFolder();
 const code = ({ text }) => JSON.parse(text).thumb_error_code;
 
-/** Has an image written to a file of this name; what came of it. */
+/** Writes an image to a file of this name; returns the result. */
 const write = (file, width, height, more = {}) =>
     answered(bridge, { param_save_path: [file] }, { images: 1, width, height, ...more });
 
@@ -83,7 +83,7 @@ test('a preset buffer without a zero is logged to its end, and written whole', a
     assert.deepEqual(readFileSync(file), bitmapFile(0, 1, 1, ''));
 });
 
-test('a file that is there is overwritten, and none of it is left', async () => {
+test('an existing file is overwritten completely', async () => {
     const file = path.join(folder, 'old.bmp');
     writeFileSync(file, Buffer.alloc(10_000, 1));
     assert.equal(code(await write(file, 1, 1)), 100);
@@ -121,7 +121,7 @@ for (const [what, file, message] of [
     ['below a file', `${folder}/a file/thumb.bmp`, 'fopen fail'],
     ['on a medium that is full', full, 'fwrite error'],
 ]) {
-    test(`a save path ${what} is told as 101 and logged`, async () => {
+    test(`a save path ${what} is reported as 101 and logged`, async () => {
         const result = await write(file, 2, 2, { preset: true });
         assert.equal(result.text, '{\n\t"origin_path" : "/media/a.jpg",\n\t"thumb_error_code" : 101,\n\t"user_data" : 0\n}\n');
         assert.equal(result.returned, 0);

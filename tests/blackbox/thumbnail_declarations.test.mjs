@@ -1,11 +1,11 @@
-// The declarations for editors and TypeScript say what scripts really send and receive.
+// The declarations for editors and TypeScript match what scripts send and receive.
 
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 
 import { METHODS, openBridge } from './harness.mjs';
-import { answered, FULL } from './thumbnails.mjs';
+import { answered, FULL } from './thumbnail_records.mjs';
 
 const text = readFileSync(new URL('../../sdk/thumbnails.d.ts', import.meta.url), 'utf8');
 

@@ -1,5 +1,5 @@
-// Results whose image is none: a buffer that is missing, or a size below zero, is a
-// write that failed, and nothing that was there is lost for it.
+// Results with an invalid image: a missing buffer, or a size below zero, is a failed
+// write, and an existing file is not overwritten for it.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
@@ -8,7 +8,7 @@ import { test } from 'node:test';
 
 import { call, callsOf, forget, inbox, openBridge, rec } from './harness.mjs';
 import { assertLogs, thumbnail } from './log_lines.mjs';
-import { answered, ASYNC, bitmapFolder, NOT_STORED, resultLines } from './thumbnails.mjs';
+import { answered, ASYNC, bitmapFolder, NOT_STORED, resultLines } from './thumbnail_records.mjs';
 
 const bridge = openBridge();
 const folder = bitmapFolder();
@@ -37,7 +37,7 @@ for (const [what, result] of Object.entries(RESULTS)) {
     });
 }
 
-test('a file that is there stays as it was when its image is none', async () => {
+test('an existing file stays as it was when the image is invalid', async () => {
     const file = path.join(folder, 'there.bmp');
     writeFileSync(file, 'of before');
     assert.equal(code(await answered(bridge, { param_save_path: [file] }, RESULTS['with a negative width'])), 101);
@@ -57,7 +57,7 @@ test('what is wrong with a save path is logged before what is wrong with the ima
     assertLogs(resultLines([thumbnail('m_BmpWrite', 'can not find / in path:none.bmp')], NOT_STORED), { lines });
 });
 
-test('the flash cache is asked about a missing image, and what it does not save is 101', async () => {
+test('a missing image is passed to the flash cache, and is 101 when that does not save it', async () => {
     const { receive, delivered } = inbox();
     call(bridge, ASYNC, receive, { param_origin_path: '/media/a.jpg', param_save_path: ['/a'], param_thumb_type: 1 });
     forget();

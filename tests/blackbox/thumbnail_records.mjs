@@ -1,5 +1,5 @@
-// Thumbnail requests and results of the recording framework, and how both look from
-// the other side.
+// Thumbnail requests and results of the recording framework, and the records and
+// documents that belong to them.
 
 import assert from 'node:assert/strict';
 import { mkdtempSync, rmSync } from 'node:fs';

@@ -1,4 +1,5 @@
-// From a thumbnail request's text to the framework's record, and the commands around it.
+// Conversion of a thumbnail request's text to the framework's record, and the other
+// thumbnail commands.
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
@@ -6,13 +7,13 @@ import { test } from 'node:test';
 import { call, inbox, openBridge, rec, REFUSED } from './harness.mjs';
 import { assertLogs, json, missingKey, mistypedKey, thumbnail } from './log_lines.mjs';
 import { answered, ASYNC, CANCEL, commandLine, FULL, NUMBER_KEYS, OPTIONAL_KEYS, recordOf,
-         requestLines } from './thumbnails.mjs';
+         requestLines } from './thumbnail_records.mjs';
 
 const bridge = openBridge();
 const ignore = () => {};
 const INT = 1, STRING = 4, BOOL = 5, ARRAY = 6, NULL = 0; // the JSON library's numbers of types
 
-/** The two commands with a request: what the script gives beside it, and the operation. */
+/** The two commands with a request: the script's arguments before it, and the operation. */
 const REQUESTS = [{ name: ASYNC, fn: 'ThumbnailRequestAsync', takes: [ignore] },
                   { name: CANCEL, fn: 'ThumbnailRequestCancel', takes: [] }];
 const PLAIN = [{ name: 'thumbnail_request_cancel_all', fn: 'ThumbnailRequestCancelAll' },
@@ -22,10 +23,10 @@ const LIST_FILE = '/opt/usr/apps/media-resource-broker/data/thumbCache.txt';
 const without = (request, key) => Object.fromEntries(Object.entries(request).filter(([name]) => name !== key));
 
 for (const { name, fn, takes } of REQUESTS) {
-    const ask = (request) => call(bridge, name, ...takes, request);
+    const send = (request) => call(bridge, name, ...takes, request);
 
-    test(`${name} with every key hands each over in its place`, () => {
-        assert.deepEqual(ask(FULL), { return_ecode: 0 });
+    test(`${name} with every key sets each field of the record`, () => {
+        assert.deepEqual(send(FULL), { return_ecode: 0 });
         assert.deepEqual(rec.trace(), [[name, ...recordOf(FULL)]]);
         assertLogs(requestLines(fn, name, { flashCache: true }), { onMainThread: true });
     });
@@ -40,7 +41,7 @@ for (const { name, fn, takes } of REQUESTS) {
     for (const key of OPTIONAL_KEYS) {
         test(`${name} without ${key} says so and takes the rest`, () => {
             const request = without(FULL, key);
-            assert.deepEqual(ask(request), { return_ecode: 0 });
+            assert.deepEqual(send(request), { return_ecode: 0 });
             assert.deepEqual(rec.trace(), [[name, ...recordOf(request)]]);
             assertLogs(requestLines(fn, name, { missing: [key], flashCache: key !== 'param_thumb_type' }));
         });
@@ -49,7 +50,7 @@ for (const { name, fn, takes } of REQUESTS) {
             : [['7', STRING], [true, BOOL], [[7], ARRAY], [null, NULL]];
         for (const [value, type] of wrong) {
             test(`${name} with ${JSON.stringify(value)} as ${key} says so and takes the rest`, () => {
-                assert.deepEqual(ask({ ...FULL, [key]: value }), { return_ecode: 0 });
+                assert.deepEqual(send({ ...FULL, [key]: value }), { return_ecode: 0 });
                 assert.deepEqual(rec.trace(), [[name, ...recordOf(without(FULL, key))]]);
                 assertLogs([mistypedKey(type), ...requestLines(fn, name, { flashCache: key !== 'param_thumb_type' })]);
             });
@@ -59,27 +60,27 @@ for (const { name, fn, takes } of REQUESTS) {
     for (const number of [0, -1, 2147483647, -2147483648]) {
         test(`${name} hands ${number} over unchanged in every number`, () => {
             const request = { param_origin_path: '/a', ...Object.fromEntries(NUMBER_KEYS.map((key) => [key, number])) };
-            ask(request);
+            send(request);
             assert.deepEqual(rec.trace(), [[name, ...recordOf(request)]]);
         });
     }
 
     for (const [count, low] of [[300, 44], [255, 255], [256, 0], [-1, 255], [2147483647, 255]]) {
         test(`${name} with ${count} video frames hands over the low byte, ${low}`, () => {
-            ask({ ...FULL, param_video_frame_count: count });
+            send({ ...FULL, param_video_frame_count: count });
             assert.equal(rec.trace()[0][8], low);
         });
     }
 
     for (const type of [0, 2, -1, 257]) {
         test(`${name} with thumbnails of type ${type} uses no flash cache`, () => {
-            assert.deepEqual(ask({ ...FULL, param_thumb_type: type }), { return_ecode: 0 });
+            assert.deepEqual(send({ ...FULL, param_thumb_type: type }), { return_ecode: 0 });
             assertLogs(requestLines(fn, name));
         });
     }
 
     const refused = (request, lines) => {
-        assert.deepEqual(ask(request), { return_ecode: REFUSED });
+        assert.deepEqual(send(request), { return_ecode: REFUSED });
         assert.deepEqual(rec.trace(), []);
         assertLogs([...lines, commandLine(fn, name, REFUSED)], { onMainThread: true });
     };
@@ -109,14 +110,14 @@ for (const { name, fn, takes } of REQUESTS) {
         });
     }
 
-    test(`${name} reads a request that breaks off behind the path`, () => {
-        assert.deepEqual(ask('{"param_origin_path":"/a",'), { return_ecode: 0 });
+    test(`${name} reads a request that ends right after the path`, () => {
+        assert.deepEqual(send('{"param_origin_path":"/a",'), { return_ecode: 0 });
         assert.deepEqual(rec.trace(), [[name, ...recordOf({ param_origin_path: '/a' })]]);
     });
 
-    test(`${name} hands over a path of any length and letters`, () => {
+    test(`${name} passes a path of any length and letters`, () => {
         const long = `/media/%s %n/${'ä'.repeat(3000)}\n.jpg`;
-        ask({ ...FULL, param_origin_path: long });
+        send({ ...FULL, param_origin_path: long });
         assert.equal(rec.trace()[0][1], long);
     });
 }
@@ -144,7 +145,7 @@ const INIT = 'thumbnail_flash_cache_init';
 const initLine = thumbnail('ThumbnailFlashCacheInit', `strCmd is :${INIT} \n`);
 
 for (const code of [0, -1, 1]) {
-    test(`${INIT} names the list file and answers 0 when the framework says ${code}`, () => {
+    test(`${INIT} names the list file and answers 0 when the framework returns ${code}`, () => {
         rec.queue('mrb_thumbnail_flash_cache_init', { result: code });
         assert.deepEqual(call(bridge, INIT), { return_ecode: 0 });
         assert.deepEqual(rec.trace(), [['mrb_thumbnail_flash_cache_init', LIST_FILE]]);
@@ -152,7 +153,7 @@ for (const code of [0, -1, 1]) {
     });
 }
 
-test('the flash cache is opened by its command alone', async () => {
+test('only its command opens the flash cache', async () => {
     await answered(bridge, { param_thumb_type: 1, param_save_path: ['a'] }, { width: 1, height: 1, images: 1 });
     assert.ok(!rec.trace().some(([name]) => name === 'mrb_thumbnail_flash_cache_init'));
 });
@@ -178,7 +179,7 @@ for (const { name, fn, takes, first = [] } of [
     });
 }
 
-test('a service that did not start is not asked for again, and finalised with the object all the same', () => {
+test('a service that did not start is not started again, and finalised with the object all the same', () => {
     const object = bridgeWithoutService();
     assert.deepEqual(call(object, 'thumbnail_request_cancel_all'), { return_ecode: 1 });
     assert.deepEqual(call(object, 'thumbnail_request_cancel_all'), { return_ecode: 1 });
@@ -196,7 +197,7 @@ test('each request has user data of its own and the same callback', () => {
     assert.deepEqual(rec.trace().map((args) => args.slice(-2)), [['cb1', 'user1'], ['cb1', 'user2'], ['cb1', 'user3']]);
 });
 
-test('a request without a save path is answered with 101', async () => {
+test('a request without a save path has the result 101', async () => {
     const { text } = await answered(bridge, {}, { width: 1, height: 1 });
     assert.equal(JSON.parse(text).thumb_error_code, 101);
 });

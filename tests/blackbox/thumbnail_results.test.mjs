@@ -1,16 +1,16 @@
-// From the framework's result to the document that a script receives: what is stored,
-// released and told, and in which order it is decided.
+// Conversion of the framework's result to the document that a script receives: which
+// images are stored, released and reported, and in which order this is decided.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
 
-import { styled } from './devices.mjs';
+import { styled } from './sample_devices.mjs';
 import { call, inbox, openBridge, rec } from './harness.mjs';
-import { assertEvents, returned } from './events.mjs';
+import { assertEvents, returned } from './event_trace.mjs';
 import { assertLogs, deliveryLines, thumbnail } from './log_lines.mjs';
-import { answered, ASYNC, bitmapFile, bitmapFolder, EMPTY, NOT_STORED, resultLines, STORED } from './thumbnails.mjs';
+import { answered, ASYNC, bitmapFile, bitmapFolder, EMPTY, NOT_STORED, resultLines, STORED } from './thumbnail_records.mjs';
 
 const bridge = openBridge();
 const folder = bitmapFolder();
@@ -35,7 +35,7 @@ const failure = styled({ origin_path: ORIGIN, user_data: 0, thumb_error_code: CO
 
 // ---- files ------------------------------------------------------------------------
 
-test('an image that was written is told with everything that belongs to it', async () => {
+test('a written image is reported with all of its members', async () => {
     const save_path = newPaths();
     const result = { ...ONE, depth: 24, bufferSize: 99, flagOriginImage: 1, timeStamps: [1500] };
     const { text, returned, lines, trace } = await answered(
@@ -48,14 +48,14 @@ test('an image that was written is told with everything that belongs to it', asy
     assert.deepEqual(readFileSync(save_path[0]), bitmapFile(0, 2, 2));
 });
 
-test('two save paths and one image store one, and tell one path and one time stamp', async () => {
+test('two save paths and one image store one, and report one path and one time stamp', async () => {
     const [first, second] = newPaths(2);
     const { text } = await answered(bridge, { param_save_path: [first, second] }, ONE);
     assert.equal(text, success(ONE, { save_path: [first], time_stamp: ['0'] }));
     assert.deepEqual([existsSync(first), existsSync(second)], [true, false]);
 });
 
-test('one save path and three images store the first, tell of three and release all', async () => {
+test('one save path and three images store the first, report three and release all', async () => {
     const save_path = newPaths();
     const result = { ...ONE, images: 3, timeStamps: [0, 5000, 10000] };
     const { text, blocks } = await answered(bridge, { param_save_path: save_path }, result);
@@ -83,7 +83,7 @@ test('no images are a success without paths and time stamps, and release the pre
     assert.equal(existsSync(save_path), false);
 });
 
-test('a negative count is told as it is and counts as none', async () => {
+test('a negative count is reported as it is and counts as 0', async () => {
     const result = { ...ONE, imageCount: -1 };
     const { text, blocks } = await answered(bridge, { param_save_path: newPaths() }, result);
     assert.equal(text, success(result, {}));
@@ -103,7 +103,7 @@ test('the images and the preset buffer of a success are released once', async ()
     assert.deepEqual(blocks, released('image', 'image', 'preset'));
 });
 
-test('what was stored before a failure stays, and is not told', async () => {
+test('images stored before a failure stay, and are not reported', async () => {
     const [first] = newPaths();
     const { text, returned, blocks, lines } = await answered(
         bridge, { param_save_path: [first, 'none.bmp', ...newPaths()] }, { ...ONE, images: 3, preset: true });
@@ -119,7 +119,7 @@ test('what was stored before a failure stays, and is not told', async () => {
 // ---- no images, or no place for them --------------------------------------------------
 
 for (const code of [-1, -13, -2147483648]) {
-    test(`the framework's ${code} is told as 101 with the path and the user data`, async () => {
+    test(`the framework's ${code} is reported as 101 with the path and the user data`, async () => {
         const [file] = newPaths();
         const { text, returned, lines, blocks } = await answered(
             bridge, { param_save_path: [file], param_thumb_user_data: 7 }, { ...ONE, result: code, preset: true });
@@ -148,7 +148,7 @@ for (const [what, request] of [['no save path', {}], ['no element in the save pa
 }
 
 for (const code of [1, 2147483647]) {
-    test(`the framework's ${code} is told as 102 and nothing else, and its buffers stay`, async () => {
+    test(`the framework's ${code} is reported as 102 and nothing else, and its buffers stay`, async () => {
         const { text, returned, lines, blocks } = await answered(bridge, { param_save_path: newPaths() },
                                                                  { ...ONE, result: code, preset: true });
         assert.equal(text, '{\n\t"thumb_error_code" : 102\n}\n');
@@ -199,7 +199,7 @@ test('an image for the flash cache without a preset buffer is saved with none', 
     assert.deepEqual(trace, cacheTrace(1, 'key', 2, 1, null));
 });
 
-test('parameters that the flash cache does not make end the storing', async () => {
+test('parameters that the flash cache does not create end the storing', async () => {
     rec.queue('mrb_create_thumbnail_flash_cache_param', { result: 1 });
     rec.queue('mrb_create_thumbnail_flash_cache_param', { result: 0 });
     const { receive, delivered } = inbox();
@@ -231,7 +231,7 @@ test('an image that the flash cache does not save ends the storing, with its par
 });
 
 for (const name of ['filename', 'url', 'xsize', 'ysize']) {
-    test(`what the flash cache says to its ${name} is ignored`, async () => {
+    test(`the flash cache's result of its ${name} is ignored`, async () => {
         const { receive, delivered } = inbox();
         call(bridge, ASYNC, receive, { param_origin_path: ORIGIN, param_thumb_type: 1, param_save_path: ['a'] });
         rec.queue(`mrb_set_thumbnail_flash_cache_${name}`, { result: -1 });
@@ -260,7 +260,7 @@ test('a path of 4,351 bytes arrives whole', async () => {
     assert.equal(JSON.parse(text).origin_path, long);
 });
 
-test('a result for an object that was released meanwhile reaches no function', async () => {
+test('a result for a released object reaches no function', async () => {
     const object = openBridge();
     const { receive, calls } = inbox();
     call(object, ASYNC, receive, { param_origin_path: ORIGIN });

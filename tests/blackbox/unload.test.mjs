@@ -21,7 +21,7 @@ function unload() {
     return JSON.parse(execFileSync(`${build}/tests/recording/unload`, [copy], { env, encoding: 'utf8' }));
 }
 
-test('two calls of loadBridges answer one and two bridges, the older first', () => {
+test('two calls of loadBridges return one and two bridges, the older first', () => {
     const { answered, sameFirst } = unload();
     assert.deepEqual(answered, [1, 2]);
     assert.ok(sameFirst);
