@@ -1,11 +1,11 @@
-// A delivery runs in the asynchronous context of the place where its function was
-// registered, as a callback of Node.js's own does.
+// A delivery runs in the asynchronous context in which its function was registered, as
+// Node.js's own callbacks do.
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
 import { quill, script } from './harness.mjs';
 
-/** What a script prints; it must end well. */
+/** The output of a script, which must succeed. */
 async function printed(body) {
   const file = script('app.js', `
     const { AsyncLocalStorage, AsyncResource, createHook, executionAsyncId, executionAsyncResource } = require('node:async_hooks');
@@ -17,7 +17,7 @@ async function printed(body) {
   return stdout.trimEnd();
 }
 
-test('the store of the registration is there in every delivery', async () => {
+test('the store of the registration is set in every delivery', async () => {
   assert.equal(await printed(`
     const e = new Echo();
     let n = 0;
@@ -29,7 +29,7 @@ test('the store of the registration is there in every delivery', async () => {
     e.fire('b');`), 'a registered\nb registered');
 });
 
-test('the store is there in what a delivery queues and awaits', async () => {
+test('the store is set in what a delivery queues and awaits', async () => {
   assert.equal(await printed(`
     const e = new Echo();
     store.run('registered', () => e.on(async () => {
@@ -49,15 +49,15 @@ test('a function registered outside of any store has none', async () => {
     store.run('fired', () => e.fire('a'));`), 'undefined');
 });
 
-test('a function that replaces another brings its own store', async () => {
+test('a function that replaces another has its own store', async () => {
   assert.equal(await printed(`
     const e = new Echo();
-    const replace = () => { store.run(2, () => e.on(hear)); e.fire('b'); };
-    const hear = (t) => {
+    const replace = () => { store.run(2, () => e.on(receive)); e.fire('b'); };
+    const receive = (t) => {
       console.log(t, store.getStore());
       if (t === 'b') quill.release(e); else setImmediate(replace);
     };
-    store.run(1, () => e.on(hear));
+    store.run(1, () => e.on(receive));
     e.fire('a');`), 'a 1\nb 2');
 });
 
@@ -83,7 +83,7 @@ test('deliveries of two objects keep their stores apart', async () => {
   'a a one\nb b one\na a end\nb b end');
 });
 
-test('a store does not stay behind after a delivery', async () => {
+test('a store is not set any more after a delivery', async () => {
   assert.equal(await printed(`
     const a = new Echo();
     const b = new Echo();
@@ -131,7 +131,7 @@ test('a function bound to another context runs in that one', async () => {
     e.fire('');`), 'bound');
 });
 
-test('functions that were replaced give their stores back', async () => {
+test('functions that were replaced release their stores', async () => {
   assert.equal(await printed(`
     require('node:v8').setFlagsFromString('--expose-gc');
     const gc = require('node:vm').runInNewContext('gc');

@@ -1,12 +1,12 @@
-// Every way in which an error can come out of a delivery: what the function itself
-// throws is reported and the program goes on; anything else ends as in Node.js.
+// Every way in which an error can leave a delivery: what the function itself throws is
+// reported and the program goes on; anything else ends as in Node.js.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import test from 'node:test';
 
 import { quill, script, start, echoBridge } from './harness.mjs';
 
-/** Stands in for Echo where plain Node.js shows what is to be expected. */
+/** Replaces Echo in plain Node.js, whose behaviour is the expected one. */
 const NODE_ECHO = `
 class Echo {
   on(called) { this.called = called; }
@@ -26,7 +26,7 @@ function node(file) {
   });
 }
 
-/** A script that gets two deliveries and runs `body` at the first of them. */
+/** A script that receives two deliveries and runs `body` in the first of them. */
 const twice = (body, before = '') => `${before}
 const e = new Echo();
 let count = 0;
@@ -39,7 +39,7 @@ e.fire('one');
 e.fire('two');
 `;
 
-// What a delivery does, how it ends, and what the program prints of that.
+// [where the error is thrown, the code of the delivery].
 const FATAL = [
   ['process.nextTick', 'process.nextTick(() => { throw new Error("out"); });'],
   ['process.nextTick, after an exit code was set',
@@ -68,11 +68,11 @@ for (const [what, body] of FATAL) {
 }
 
 const HANDLED = [
-  ['an uncaughtException listener', 'process.on("uncaughtException", (e, origin) => console.log("heard:", e.message, origin));'],
+  ['an uncaughtException listener', 'process.on("uncaughtException", (e, origin) => console.log("received:", e.message, origin));'],
   ['a capture callback', 'process.setUncaughtExceptionCaptureCallback((e) => console.log("captured:", e.message));'],
   ['an unhandledRejection listener',
     'process.on("unhandledRejection", (e) => console.log("rejected:", e.message));'
-    + 'process.on("uncaughtException", (e) => console.log("heard:", e.message));'],
+    + 'process.on("uncaughtException", (e) => console.log("received:", e.message));'],
   ['a monitor', 'process.on("uncaughtExceptionMonitor", (e, origin) => console.log("watched:", e.message, origin));'],
   ['a domain', 'const d = require("node:domain").create(); d.on("error", (e) => console.log("domain:", e.message)); d.enter();'],
   ['a domain that is loaded only', 'require("node:domain");'],
@@ -123,7 +123,7 @@ test('what the function itself throws goes to a capture callback', async () => {
   assert.equal(status, 0);
 });
 
-test('ticks and promises run after an error that a domain or a capture callback took', async () => {
+test('ticks and promises run after an error that a domain or a capture callback handled', async () => {
   for (const before of ['process.setUncaughtExceptionCaptureCallback((e) => console.log("took:", e.message));',
     'const d = require("node:domain").create(); d.on("error", (e) => console.log("took:", e.message)); d.enter();']) {
     const { stdout } = await quill([script('app.js', twice(`
@@ -134,7 +134,7 @@ test('ticks and promises run after an error that a domain or a capture callback 
   }
 });
 
-test('hooks see each delivery end once, whoever took its error', async () => {
+test('hooks see each delivery end once, whatever handled its error', async () => {
   for (const before of ['', 'process.on("uncaughtException", () => {});',
     'process.setUncaughtExceptionCaptureCallback(() => {});',
     'const d = require("node:domain").create(); d.on("error", () => {}); d.enter();']) {
@@ -185,7 +185,7 @@ test('errors of a text that -e runs end as those of a script', async () => {
   assert.equal(status, 1);
 });
 
-test('a program whose reader went away ends at the first EPIPE', async () => {
+test('a program whose reader closed the pipe ends at the first EPIPE', async () => {
   const file = script('app.js', `
     const e = new Echo();
     e.on((text) => { console.log(text); e.fire('more'); });
@@ -200,7 +200,7 @@ test('a program whose reader went away ends at the first EPIPE', async () => {
   assert.match(stderr, /the end\n/);
 });
 
-test('an error that is no object leaves a tick as in Node.js', async () => {
+test('an error that is not an object leaves a tick as in Node.js', async () => {
   for (const what of ['undefined', 'null', '"text"', '{ code: 12 }']) {
     const body = `process.nextTick(() => { throw ${what}; });`;
     const expected = await node(script('node.js', NODE_ECHO + twice(body)));

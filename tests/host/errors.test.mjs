@@ -41,21 +41,21 @@ test('an error in a callback gives status 1 in the end', async () => {
   assert.equal((await quill([throwing('new Error("thrown")')])).status, 1);
 });
 
-test('a status that the script set stands after an error in a callback', async () => {
+test('a status that the script set is kept after an error in a callback', async () => {
   assert.equal((await quill([throwing('new Error("thrown")', 'process.exitCode = 4;')])).status, 4);
 });
 
-test('what is thrown need not be an Error', async () => {
+test('a thrown value need not be an Error', async () => {
   const { stderr, stdout } = await quill([throwing('{ code: 12 }')]);
   assert.match(stderr, /app\.js:5\n[^]*Uncaught \{ code: 12 \}/);
   assert.equal(stdout, 'later: two\n');
 });
 
-test('a listener for uncaught errors hears of an error in a callback', async () => {
+test('a listener for uncaught errors receives an error in a callback', async () => {
   const file = throwing('new Error("thrown")',
-    'process.on("uncaughtException", (error, origin) => console.log("heard:", error.message, origin));');
+    'process.on("uncaughtException", (error, origin) => console.log("received:", error.message, origin));');
   const { status, stdout, stderr } = await quill([file]);
-  assert.equal(stdout, 'heard: thrown uncaughtException\nlater: two\n');
+  assert.equal(stdout, 'received: thrown uncaughtException\nlater: two\n');
   assert.equal(stderr, '');
   assert.equal(status, 0);
 });

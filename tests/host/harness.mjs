@@ -23,18 +23,18 @@ export function script(name, text) {
   return file;
 }
 
-// Permissions do not bind root: without its capabilities they do.
-const POWERLESS = ['setpriv', '--bounding-set=-all', '--inh-caps=-all', '--'];
+// Permissions apply to root only without its capabilities.
+const WITHOUT_CAPABILITIES = ['setpriv', '--bounding-set=-all', '--inh-caps=-all', '--'];
 
 /**
- * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as one
- * whom the permissions of files bind. `inside`: the words of a command that starts it.
- * `program`: another one than that of the build under test.
+ * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as a user
+ * to whom file permissions apply. `inside`: a command that starts quill, as a list of
+ * words. `program`: another one than that of the build under test.
  */
 export function start(args, {
   env = {}, cwd, input, ordinary = false, inside = [], program: command = path.join(build, 'bin', 'quill'),
 } = {}) {
-  const prefix = ordinary && process.getuid() === 0 ? POWERLESS : inside;
+  const prefix = ordinary && process.getuid() === 0 ? WITHOUT_CAPABILITIES : inside;
   const [program, ...rest] = [...prefix, command, ...args];
   const child = spawn(program, rest, {
     env: { ...process.env, ...env },

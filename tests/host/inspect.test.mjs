@@ -53,7 +53,7 @@ test('a missing script is named in the debugger', async () => {
   assert.match(screen, /quill: no such script/);
 });
 
-test('inspect without a script explains itself', async () => {
+test('inspect without a script prints its usage', async () => {
   const { status, stderr } = await start(['inspect'], { input: '' }).finished;
   assert.notEqual(status, 0);
   assert.match(stderr, /inspect (\[--port|script\.js)/);
@@ -65,7 +65,7 @@ test('a script of the name inspect runs by its path', async () => {
   assert.equal(stdout, 'ran 2\n');
 });
 
-test('the environment of the debugged program does not hand its bridges on', async () => {
+test('the environment of the debugged program does not pass its bridges on', async () => {
   const file = script('app.js', 'console.log(Object.keys(process.env).filter((n) => /INSPECTED/.test(n)).length, "left");\n');
   await debugging(['--bridge', echoBridge, ...INSPECT, file], [
     ['', /Break on start/],

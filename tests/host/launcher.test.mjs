@@ -33,7 +33,7 @@ test('-e runs a text with arguments', async () => {
   assert.equal(stdout, "hi [ 'a', 'b c' ]\n");
 });
 
-test('-p prints what a text is worth', async () => {
+test('-p prints the value of a text', async () => {
   assert.equal((await quill(['-p', 'new Echo().echo("hi")'])).stdout, 'hi\n');
 });
 
@@ -42,7 +42,7 @@ test('a prompt reads lines and sees the classes', async () => {
   assert.match(stdout, /'at the prompt'/);
 });
 
-test('standard input is a script when it is no terminal', async () => {
+test('standard input is a script when it is not a terminal', async () => {
   assert.equal((await quill([], { input: 'console.log(typeof Echo)' })).stdout, 'function\n');
 });
 
@@ -79,7 +79,7 @@ test('a missing bridge library is one clear line', async () => {
     /^quill: cannot load the bridge \/no\/such\/bridge\.so: no such file$/m);
 });
 
-test('a bridge that is no library is one clear line', async () => {
+test('a bridge that is not a library is one clear line', async () => {
   const file = script('text.so', 'this is text');
   assertRefused(await quill(['--bridge', file, '-e', '0']),
     new RegExp(`^quill: cannot load the bridge ${file}: .+$`, 'm'));
@@ -105,12 +105,12 @@ test('options that lack their value are one clear line', async () => {
   assertRefused(await quill(['-e']), /-e needs the text to run$/m);
 });
 
-test('QUILL_NODE that names no program is one clear line', async () => {
+test('QUILL_NODE that is not a program is one clear line', async () => {
   assertRefused(await quill(['-e', '0'], { env: { QUILL_NODE: '/no/such/node' } }),
     /QUILL_NODE names '\/no\/such\/node', which is not a program$/m);
 });
 
-test('--bridge adds a class beside that of the default bridge', async () => {
+test('--bridge adds a class to that of the default bridge', async () => {
   const { stdout } = await quill(
     ['--bridge', path.join(bridges, 'libsymbols-bridge.so'), '-p', 'typeof Echo + typeof Symbols']);
   assert.equal(stdout, 'functionfunction\n');

@@ -71,14 +71,14 @@ test('--log= without a tag is refused', async () => {
   }
 });
 
-test('of bridges that --bridge opens any tag is taken', async () => {
+test('with --bridge any tag is accepted', async () => {
   for (const args of [['--log=echo', '--bridge', echoBridge], ['--bridge', echoBridge, '--log=echo']]) {
     const { status, stderr } = await start([...args, '-e', '0'], { input: '' }).finished;
     assert.deepEqual([status, stderr], [0, '']);
   }
 });
 
-test('every tag that the sources log under can be asked for', async () => {
+test('every tag of the sources is accepted', async () => {
   const files = readdirSync(path.join(root, 'src')).map((name) => path.join(root, 'src', name));
   const text = [...files, path.join(root, 'framework', 'base', 'log.h')].map((file) => readFileSync(file, 'utf8')).join('');
   const tags = [...new Set([...text.matchAll(/"(MRB(?:-BRIDGE-[A-Z]+)?)"/g)].map((found) => found[1]))];
@@ -87,7 +87,7 @@ test('every tag that the sources log under can be asked for', async () => {
   assert.equal(status, 0, stderr);
 });
 
-test('the log has no colours where standard error is no terminal', async () => {
+test('the log has no colours when standard error is not a terminal', async () => {
   const { stderr } = await start(['--log', speaking()], { input: '' }).finished;
   assert.match(stderr, /^MRB-BRIDGE-COMMON: MRBAdapterProvider\.cpp: \w+\(\d+\) > \[\w+:\d+\] \[Thread Id:\[\d+\]\] /m);
   assert.doesNotMatch(stderr, /\x1b/);
@@ -108,7 +108,7 @@ test('the log has its colours in a terminal', async () => {
   assert.match(await shownIn(speaking()), /\x1b\[31m\[\w+:\d+\]/);
 });
 
-test('NO_COLOR takes the colours of the log away in a terminal too', async () => {
+test('NO_COLOR removes the colours of the log in a terminal too', async () => {
   const shown = await shownIn(speaking(), ['NO_COLOR=1']);
   assert.match(shown, /MRB-BRIDGE-COMMON: /);
   assert.doesNotMatch(shown, /\x1b\[31m/);

@@ -31,7 +31,7 @@ test('a watched file descriptor runs its source', async () => {
   assert.equal(stdout, 'from a pipe\n');
 });
 
-test('file descriptors that are closed and reused are watched anew', async () => {
+test('file descriptors that are closed and reused are watched again', async () => {
   const { stdout } = await evaluate(`
     const e = new Echo(); let n = 0;
     e.on((t) => { if (++n === 20) { console.log(n, t); quill.release(e); } else e.fireFromPipe(); });
@@ -79,7 +79,7 @@ test('unref before the function is registered counts too', async () => {
   assert.equal((await evaluate('const e = new Echo(); quill.unref(e); e.on(() => {})')).status, 0);
 });
 
-test('ref takes unref back', async () => {
+test('ref undoes unref', async () => {
   const { stdout } = await evaluate(`
     const e = new Echo(); e.on((t) => { console.log(t); quill.release(e); });
     quill.unref(e); quill.ref(e); e.fireFromThread()`);

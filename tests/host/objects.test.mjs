@@ -4,7 +4,7 @@ import test from 'node:test';
 
 import { evaluate } from './harness.mjs';
 
-/** What a text prints, and that it printed it without fault. */
+/** The output of a text, which must succeed. */
 async function printed(code) {
   const { status, stdout, stderr } = await evaluate(code);
   assert.equal(stderr, '');
@@ -29,7 +29,7 @@ test('a long text passes whole', async () => {
   assert.equal(await printed('const t = "é".repeat(5e6); console.log(new Echo().echo(t) === t)'), 'true');
 });
 
-test('what is no string has an empty text and runs no script code', async () => {
+test('a value that is not a string has an empty text and runs no script code', async () => {
   assert.equal(await printed(`
     const e = new Echo();
     const spy = { toString() { throw new Error('ran'); } };
@@ -40,7 +40,7 @@ test('all arguments arrive', async () => {
   assert.equal(await printed('console.log(new Echo().count(1, 2, 3), new Echo().count())'), '3 0');
 });
 
-test('a handler without a value gives undefined', async () => {
+test('a handler without a value returns undefined', async () => {
   assert.equal(await printed('console.log(new Echo().nothing())'), 'undefined');
 });
 
@@ -53,7 +53,7 @@ test('a class needs new', async () => {
 });
 
 test('an exception of a constructor becomes a script Error', async () => {
-  assert.equal(await thrown('new Echo("throw")'), 'Error: cannot construct Echo: the echo was asked to');
+  assert.equal(await thrown('new Echo("throw")'), 'Error: cannot construct Echo: the argument is "throw"');
 });
 
 test('a class can be extended', async () => {
@@ -63,7 +63,7 @@ test('a class can be extended', async () => {
     console.log(louder.echo('hi'), louder instanceof Echo, louder.count(1))`), 'HI true 1');
 });
 
-test('methods stand on the prototype and objects have no own properties', async () => {
+test('methods belong to the prototype and objects have no own properties', async () => {
   assert.equal(await printed(`
     const e = new Echo();
     console.log(Object.getOwnPropertyNames(e).length, Object.hasOwn(Echo.prototype, 'echo'), Echo.name)`),
@@ -97,7 +97,7 @@ test('releasing an object twice does nothing more', async () => {
     quill.release(a); quill.release(a); console.log(b.live())`), '1');
 });
 
-test('release, ref and unref refuse what is no object of a class', async () => {
+test('release, ref and unref refuse a value that is not an object of a class', async () => {
   for (const call of ['release', 'unref', 'ref']) {
     for (const value of ['{}', 'null', '1', '', 'Echo', 'Echo.prototype']) {
       assert.equal(await thrown(`quill.${call}(${value})`),

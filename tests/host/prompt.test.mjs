@@ -1,21 +1,21 @@
-// The prompt, in a terminal as its user sees it.
+// The prompt in a terminal.
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
 import { dialogue } from '../system/terminal.mjs';
 import { echoBridge } from './harness.mjs';
 
-/** Takes steps at a prompt; see dialogue(). */
+/** Runs steps at a prompt; see dialogue(). */
 const atPrompt = (steps, { args = [] } = {}) =>
   dialogue(['--bridge', echoBridge, ...args], { columns: 100, rows: 40 }, [{ shows: /^>$/m }, ...steps]);
 
-const ECHO = { type: 'const e = new Echo(); let n = 0; e.on((t) => console.log("heard", ++n, t))', shows: /undefined\n>$/m };
+const ECHO = { type: 'const e = new Echo(); let n = 0; e.on((t) => console.log("received", ++n, t))', shows: /undefined\n>$/m };
 
 test('results arrive at a prompt', async () => {
   const screen = await atPrompt([
     ECHO,
-    { type: 'e.fire("a"); e.fire("b")', shows: /heard 2 b/ },
-    { type: 'e.fireFromThread()', shows: /heard 3 from a thread/ },
+    { type: 'e.fire("a"); e.fire("b")', shows: /received 2 b/ },
+    { type: 'e.fireFromThread()', shows: /received 3 from a thread/ },
   ]);
   assert.doesNotMatch(screen, /TypeError/);
 });
@@ -28,7 +28,7 @@ test('promises, ticks and timers of a delivery run at a prompt', async () => {
   ]);
 });
 
-test('what a function throws at a prompt is shown there, and the prompt goes on', async () => {
+test('an error of a function is shown at the prompt, which goes on', async () => {
   const screen = await atPrompt([
     { type: 'const e = new Echo(); e.on((t) => { throw new Error("out of " + t); })', shows: /undefined\n>$/m },
     { type: 'e.fire("one")', shows: /Uncaught Error: out of one[^]*>$/m },
@@ -47,11 +47,11 @@ test('an error on a tick of a delivery is shown at the prompt, which goes on', a
   ]);
 });
 
-test('a prompt with a registered function ends when its user asks for it', async () => {
+test('a prompt with a registered function ends at .exit', async () => {
   await atPrompt([ECHO, { type: '.exit', shows: /ended with 0/ }]);
 });
 
 test('results arrive at a prompt that -i opens after a text', async () => {
-  await atPrompt([{ type: 'e.fire("a")', shows: /heard a/ }],
-    { args: ['-i', '-e', 'globalThis.e = new Echo(); e.on((t) => console.log("heard", t))'] });
+  await atPrompt([{ type: 'e.fire("a")', shows: /received a/ }],
+    { args: ['-i', '-e', 'globalThis.e = new Echo(); e.on((t) => console.log("received", t))'] });
 });

@@ -1,5 +1,5 @@
-// Where the loader looks for the libraries of what is built and installed: in the
-// product's own folders, never in the folder that the user happens to stand in.
+// Where the loader searches for the libraries of built and installed files: in the
+// product's own folders, never in the current folder.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { copyFileSync, mkdtempSync, openSync, readSync, closeSync, readdirSync, readFileSync } from 'node:fs';
@@ -13,7 +13,7 @@ import { build, echoBridge, script, start } from './harness.mjs';
 const root = path.dirname(path.dirname(path.dirname(fileURLToPath(import.meta.url))));
 const folder = () => mkdtempSync(path.join(os.tmpdir(), 'quill-host-'));
 
-/** Runs a tool that is no part of what is tested, without a sanitizer's runtime in it. */
+/** Runs a tool that is not under test, without a sanitizer's runtime in it. */
 const tool = (program, args, options = {}) => execFileSync(program, args, {
   encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'], env: { ...process.env, LD_PRELOAD: '' }, ...options,
 });
@@ -33,14 +33,14 @@ const linkedFiles = (below) => readdirSync(below, { recursive: true, withFileTyp
   .map((entry) => path.join(entry.parentPath ?? entry.path, entry.name))
   .filter(isLinked);
 
-/** What an ELF file says to the loader: {needed: [name], paths: [element of a search path]}. */
+/** An ELF file's entries for the loader: {needed: [name], paths: [element of a search path]}. */
 function dynamicEntries(file) {
   const text = tool('readelf', ['-dW', file]);
   const values = (name) => [...text.matchAll(new RegExp(`\\(${name}\\).*\\[(.*)\\]$`, 'gm'))].map((found) => found[1]);
   return { needed: values('NEEDED'), paths: ['RPATH', 'RUNPATH'].flatMap(values).flatMap((list) => list.split(':')) };
 }
 
-/** The elements that are no place relative to the file itself. An empty one means the current folder. */
+/** The elements that are not relative to the file itself. An empty one means the current folder. */
 function strangePaths(files) {
   return files.flatMap((file) => dynamicEntries(file).paths
     .filter((element) => !/^\$ORIGIN(\/|$)/.test(element))

@@ -1,4 +1,4 @@
-// Libraries that are no working bridge, one by each value of BROKEN.
+// Libraries that are not a working bridge, one for each value of BROKEN.
 
 #include <stdexcept>
 #include <vector>

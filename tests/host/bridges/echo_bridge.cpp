@@ -1,5 +1,5 @@
-// A script class without a media framework behind it, for tests of the engine:
-// it echoes, throws, and calls back from GLib's main context and other threads.
+// A script class without a media framework, for tests of the engine: it echoes,
+// throws, and calls back from GLib's main context and other threads.
 
 #include <chrono>
 #include <memory>
@@ -34,12 +34,12 @@ void callFunction(Echo *echo, const std::string &text) {
     static_cast<void>(function.invoke(arguments));
 }
 
-// echo(value): the text of a string, "" of anything else.
+// echo(value): the text of a string, "" for anything else.
 ScriptObject echoText(Echo * /*echo*/, const ScriptArray &arguments) {
     return ScriptObject(arguments.get(0).asString());
 }
 
-// count(...): how many arguments came, as a text.
+// count(...): the number of arguments, as a text.
 ScriptObject count(Echo * /*echo*/, const ScriptArray &arguments) {
     return ScriptObject(std::to_string(arguments.length()));
 }
@@ -50,7 +50,7 @@ ScriptObject fail(Echo * /*echo*/, const ScriptArray & /*arguments*/) {
     throw Bridge::QuillJsRuntimeException("refused by the echo");
 }
 
-// on(function): keeps the function; on(anything else) lets it go.
+// on(function): keeps the function; on(anything else) releases it.
 ScriptObject on(Echo *echo, const ScriptArray &arguments) {
     echo->function =
         arguments.get(0).isFunction() ? arguments.get(0).asFunction() : ScriptFunction(ScriptObject::Null());
@@ -100,7 +100,7 @@ ScriptObject fireAfter(Echo *echo, const ScriptArray &arguments) {
     return {};
 }
 
-// fireFromPipe(): calls the function when a pipe's other end was written to.
+// fireFromPipe(): calls the function when a byte arrives in a pipe.
 ScriptObject fireFromPipe(Echo *echo, const ScriptArray & /*arguments*/) {
     int ends[2]; // NOLINT(*-avoid-c-arrays): what pipe() fills
     if (pipe(ends) != 0) {
@@ -150,7 +150,7 @@ class EchoBridge final : public Bridge::ScriptBridge {
 
     void *constructFromScript(const ScriptArray &arguments) override {
         if (arguments.get(0).asString() == "throw") {
-            throw std::runtime_error("the echo was asked to");
+            throw std::runtime_error("the argument is \"throw\"");
         }
         ++live_objects;
         return new Echo;

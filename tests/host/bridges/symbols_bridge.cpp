@@ -1,4 +1,4 @@
-// A script class that says which library a symbol resolves into, for a test that
+// A script class that returns the library into which a symbol resolves, for a test that
 // bridges bind to the system's libraries and not to what node exports.
 
 #include <string>
