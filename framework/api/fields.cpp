@@ -7,12 +7,12 @@
 using mrb::FactValue;
 using mrb::FieldType;
 using mrb::ListSession;
-using mrb::Outcome;
+using mrb::Status;
 
 namespace {
 
-int report(const Outcome &outcome) {
-    if (outcome.code != MRB_ERR_NONE && !outcome.message.empty()) {
+int report(const Status &outcome) {
+    if (!outcome.ok() && !outcome.message.empty()) {
         MRB_LOG_WARNING("%s", outcome.message.c_str());
     }
     return outcome.code;

@@ -26,11 +26,11 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     }
     std::unique_ptr<Source> source;
     ListWishes wishes;
-    Outcome outcome = readWishes(request, wishes);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = readWishes(request, wishes);
+    if (outcome.ok()) {
         outcome = makeSource(request, source);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         MRB_LOG_WARNING("List not opened: %s", outcome.message.c_str());
         return outcome.code;
     }

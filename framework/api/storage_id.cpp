@@ -11,8 +11,8 @@ int mrb_get_storage_id_v2(const char *mount_path, char **storage_id) {
     }
     return mrb::guard([&] {
         std::string id;
-        const mrb::Outcome outcome = mrb::readStorageIdInTime(mount_path, id);
-        if (outcome.code != MRB_ERR_NONE) {
+        const mrb::Status outcome = mrb::readStorageIdInTime(mount_path, id);
+        if (!outcome.ok()) {
             MRB_LOG_WARNING("No storage id: %s", outcome.message.c_str());
             return outcome.code;
         }

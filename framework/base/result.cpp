@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace mrb {
 namespace {
@@ -84,7 +85,41 @@ int resultOfErrno(int number) {
     return MRB_ERR_IO;
 }
 
-Outcome outcomeOfErrno(int number, const std::string &about) {
+Status Status::invalidParameter(std::string message) {
+    return {MRB_ERR_INVALID_PARAMETER, std::move(message)};
+}
+
+Status Status::invalidHandle(std::string message) { return {MRB_ERR_INVALID_HANDLE, std::move(message)}; }
+
+Status Status::notFound(std::string message) { return {MRB_ERR_NOT_FOUND, std::move(message)}; }
+
+Status Status::notSupported(std::string message) { return {MRB_ERR_NOT_SUPPORTED, std::move(message)}; }
+
+Status Status::permissionDenied(std::string message) {
+    return {MRB_ERR_PERMISSION_DENIED, std::move(message)};
+}
+
+Status Status::ioError(std::string message) { return {MRB_ERR_IO, std::move(message)}; }
+
+Status Status::outOfMemory(std::string message) { return {MRB_ERR_OUT_OF_MEMORY, std::move(message)}; }
+
+Status Status::cancelled(std::string message) { return {MRB_ERR_CANCELLED, std::move(message)}; }
+
+Status Status::deviceRemoved(std::string message) { return {MRB_ERR_DEVICE_REMOVED, std::move(message)}; }
+
+Status Status::noSpace(std::string message) { return {MRB_ERR_NO_SPACE, std::move(message)}; }
+
+Status Status::timedOut(std::string message) { return {MRB_ERR_TIMEOUT, std::move(message)}; }
+
+Status Status::protocolError(std::string message) { return {MRB_ERR_PROTOCOL, std::move(message)}; }
+
+Status Status::busy(std::string message) { return {MRB_ERR_BUSY, std::move(message)}; }
+
+Status Status::notInitialized(std::string message) { return {MRB_ERR_NOT_INITIALIZED, std::move(message)}; }
+
+Status Status::corrupt(std::string message) { return {MRB_ERR_CORRUPT, std::move(message)}; }
+
+Status Status::ofErrno(int number, const std::string &about) {
     return {resultOfErrno(number), about + ": " + std::generic_category().message(number)};
 }
 

@@ -13,13 +13,32 @@ const char *resultName(int code);
 int resultOfErrno(int number);
 
 // How something that can fail ended: a code of mrb/result.h and, when it is not
-// MRB_ERR_NONE, a sentence for a person that names what was wrong.
-struct Outcome {
+// MRB_ERR_NONE, a sentence for a person that names what was wrong. A plain value.
+struct [[nodiscard]] Status {
     int code = MRB_ERR_NONE;
     std::string message;
-};
 
-// What the system said, with the thing it was said about in front: "DCIM: Permission denied".
-Outcome outcomeOfErrno(int number, const std::string &about);
+    [[nodiscard]] bool ok() const { return code == MRB_ERR_NONE; }
+
+    // A failure with the code of the same name; without a message where no person sees it.
+    static Status invalidParameter(std::string message = {});
+    static Status invalidHandle(std::string message = {});
+    static Status notFound(std::string message = {});
+    static Status notSupported(std::string message = {});
+    static Status permissionDenied(std::string message = {});
+    static Status ioError(std::string message = {});
+    static Status outOfMemory(std::string message = {});
+    static Status cancelled(std::string message = {});
+    static Status deviceRemoved(std::string message = {});
+    static Status noSpace(std::string message = {});
+    static Status timedOut(std::string message = {});
+    static Status protocolError(std::string message = {});
+    static Status busy(std::string message = {});
+    static Status notInitialized(std::string message = {});
+    static Status corrupt(std::string message = {});
+
+    // What the system said, with the thing it was said about in front: "DCIM: Permission denied".
+    static Status ofErrno(int number, const std::string &about);
+};
 
 } // namespace mrb

@@ -83,23 +83,23 @@ class Camera {
     using IsStopped = std::function<bool()>;
     virtual void heed(IsStopped isStopped) = 0;
 
-    virtual Outcome readSizes(CameraSizes &sizes) = 0;
+    virtual Status readSizes(CameraSizes &sizes) = 0;
 
     // The names of all files, or of all folders, in a folder; exact bytes.
-    virtual Outcome listFiles(const std::string &folder, std::vector<std::string> &names) = 0;
-    virtual Outcome listFolders(const std::string &folder, std::vector<std::string> &names) = 0;
+    virtual Status listFiles(const std::string &folder, std::vector<std::string> &names) = 0;
+    virtual Status listFolders(const std::string &folder, std::vector<std::string> &names) = 0;
 
-    virtual Outcome readFacts(const CameraPath &file, CameraFileFacts &facts) = 0;
+    virtual Status readFacts(const CameraPath &file, CameraFileFacts &facts) = 0;
 
     // Reads up to `length` bytes from `offset` on; `got` is how many there were.
     // MRB_ERR_NOT_SUPPORTED: this camera gives whole files only.
-    virtual Outcome readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
-                           std::size_t &got) = 0;
+    virtual Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                          std::size_t &got) = 0;
 
     // Hands the bytes of a part to `take` in pieces; false: no more of them, which is
     // MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: there is no such part.
     using Take = std::function<bool(std::string_view piece)>;
-    virtual Outcome read(const CameraPath &file, CameraPart part, const Take &take) = 0;
+    virtual Status read(const CameraPath &file, CameraPart part, const Take &take) = 0;
 };
 
 // The drivers for cameras. Any thread.
@@ -115,7 +115,7 @@ class CameraLibrary {
 
     // Claims the camera. Null, with the reason in `outcome`: MRB_ERR_BUSY when another
     // program has it, MRB_ERR_DEVICE_REMOVED when there is none.
-    virtual std::unique_ptr<Camera> open(const CameraAddress &address, Outcome &outcome) = 0;
+    virtual std::unique_ptr<Camera> open(const CameraAddress &address, Status &outcome) = 0;
 };
 
 // The process's, loaded when it is first asked for: that takes long, so not on a

@@ -41,9 +41,9 @@ bool answers(Camera &camera) {
     return code == MRB_ERR_NONE || code == MRB_ERR_TIMEOUT || code == MRB_ERR_CANCELLED;
 }
 
-Outcome cancelled() { return {MRB_ERR_CANCELLED, "What was asked of the camera was taken back."}; }
+Status cancelled() { return Status::cancelled("What was asked of the camera was taken back."); }
 
-Outcome silent() { return {MRB_ERR_TIMEOUT, "The camera does not answer."}; }
+Status silent() { return Status::timedOut("The camera does not answer."); }
 
 } // namespace
 
@@ -62,7 +62,7 @@ class CameraService::Task {
     std::atomic<bool> isUnwanted_ = false;
     // Guarded by the state's lock.
     bool isDone_ = false;
-    Outcome outcome_;
+    Status outcome_;
 };
 
 struct CameraService::Line {
@@ -112,8 +112,8 @@ CameraService &CameraService::instance() {
 
 bool CameraService::finish(Clock::time_point deadline) { return instance().shutDown(deadline); }
 
-Outcome CameraService::run(const CameraAddress &address, Work work, const IsStopped &stopped,
-                           std::chrono::milliseconds limit) {
+Status CameraService::run(const CameraAddress &address, Work work, const IsStopped &stopped,
+                          std::chrono::milliseconds limit) {
     return wait(start(address, std::move(work)), stopped, limit);
 }
 
@@ -138,8 +138,8 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
     return task;
 }
 
-Outcome CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &stopped,
-                            std::chrono::milliseconds limit) {
+Status CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &stopped,
+                           std::chrono::milliseconds limit) {
     const auto deadline = Clock::now() + limit;
     std::unique_lock guard(state_->lock);
     while (!state_->change.wait_for(guard, GLANCE, [&] { return task->isDone_; })) {
@@ -147,15 +147,15 @@ Outcome CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &
         const bool isSilent =
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
         guard.unlock();
-        Outcome outcome;
+        Status outcome;
         if (stopped && stopped()) {
             outcome = cancelled();
         } else if (isSilent) {
             outcome = silent();
         } else if (Clock::now() >= deadline) {
-            outcome = {MRB_ERR_TIMEOUT, "The camera is at work on something else, or slow."};
+            outcome = Status::timedOut("The camera is at work on something else, or slow.");
         }
-        if (outcome.code != MRB_ERR_NONE) {
+        if (!outcome.ok()) {
             giveUp(task);
             return outcome;
         }
@@ -164,7 +164,7 @@ Outcome CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &
     return task->outcome_;
 }
 
-bool CameraService::isOver(const std::shared_ptr<Task> &task, Outcome &outcome) {
+bool CameraService::isOver(const std::shared_ptr<Task> &task, Status &outcome) {
     const std::lock_guard guard(state_->lock);
     if (task->isDone_) {
         outcome = task->outcome_;
@@ -216,7 +216,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         if (isStale) {
             camera.reset();
         }
-        Outcome outcome = work(*state, *line, *task, camera);
+        Status outcome = work(*state, *line, *task, camera);
         if (task->ended_) {
             task->ended_(outcome);
         }
@@ -232,7 +232,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
     state->change.notify_all();
 }
 
-Outcome CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
+Status CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
     const auto isStopped = [&state, &line, &task] {
         line.sign();
         return task.isUnwanted_ || state.isDown;
@@ -240,7 +240,7 @@ Outcome CameraService::work(const State &state, Line &line, Task &task, std::uni
     if (isStopped()) {
         return cancelled();
     }
-    Outcome outcome;
+    Status outcome;
     try {
         if (!camera) {
             camera = state.library().open(line.address, outcome);
@@ -259,7 +259,7 @@ Outcome CameraService::work(const State &state, Line &line, Task &task, std::uni
         }
     } catch (const std::exception &failure) {
         camera.reset(); // which may still ask whether this task is stopped
-        outcome = {MRB_ERR_NOT_SUPPORTED, failure.what()};
+        outcome = Status::notSupported(failure.what());
     }
     return outcome;
 }
@@ -267,12 +267,12 @@ Outcome CameraService::work(const State &state, Line &line, Task &task, std::uni
 // Whether a failure is that the camera has left shows when it is reopened, however late the
 // system reports the removal.
 void CameraService::checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
-                                  Outcome &outcome) {
+                                  Status &outcome) {
     if (!isBroken(outcome.code) && answers(*camera)) {
         return;
     }
     camera.reset();
-    Outcome opened;
+    Status opened;
     camera = state.library().open(line.address, opened);
     if (opened.code == MRB_ERR_DEVICE_REMOVED) {
         outcome = std::move(opened);

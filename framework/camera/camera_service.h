@@ -34,24 +34,24 @@ class CameraService {
     // any more, so it owns what it uses; the camera's calls then end soon. When it fails because
     // the camera has left, in whatever words the driver says that, its outcome is
     // MRB_ERR_DEVICE_REMOVED.
-    using Work = std::function<Outcome(Camera &camera)>;
+    using Work = std::function<Status(Camera &camera)>;
     using IsStopped = std::function<bool()>;
 
     // Does `work` behind what waits for the camera already, and returns how that ended; or
     // before, when `stopped` becomes true (MRB_ERR_CANCELLED), when the limit is over or the
     // camera does not answer (MRB_ERR_TIMEOUT). `stopped` is asked on the calling thread.
-    Outcome run(const CameraAddress &address, Work work, const IsStopped &stopped = {},
-                std::chrono::milliseconds limit = NO_LIMIT);
+    Status run(const CameraAddress &address, Work work, const IsStopped &stopped = {},
+               std::chrono::milliseconds limit = NO_LIMIT);
 
     // Something that is done while the caller does something else. `ended`, if any, is called on
     // the camera's thread with how it ended, unless this was shut down before.
     class Task;
-    using Ended = std::function<void(const Outcome &outcome)>;
+    using Ended = std::function<void(const Status &outcome)>;
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
-    Outcome wait(const std::shared_ptr<Task> &task, const IsStopped &stopped = {},
-                 std::chrono::milliseconds limit = NO_LIMIT);
+    Status wait(const std::shared_ptr<Task> &task, const IsStopped &stopped = {},
+                std::chrono::milliseconds limit = NO_LIMIT);
     // Whether it has ended, and how; or its camera does not answer (MRB_ERR_TIMEOUT).
-    bool isOver(const std::shared_ptr<Task> &task, Outcome &outcome);
+    bool isOver(const std::shared_ptr<Task> &task, Status &outcome);
     // Nobody will wait for it: it ends soon, or does not begin. Null: nothing.
     static void giveUp(const std::shared_ptr<Task> &task);
 
@@ -70,9 +70,9 @@ class CameraService {
     struct State;
 
     static void serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line);
-    static Outcome work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera);
+    static Status work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera);
     static void checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
-                              Outcome &outcome);
+                              Status &outcome);
 
     const std::shared_ptr<State> state_; // shared with threads that are left behind
 };

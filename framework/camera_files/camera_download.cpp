@@ -51,9 +51,9 @@ CameraDownload::~CameraDownload() {
     }
 }
 
-Outcome CameraDownload::next(const std::function<void(std::string_view bytes)> &take) {
+Status CameraDownload::next(const std::function<void(std::string_view bytes)> &take) {
     std::string bytes;
-    Outcome outcome;
+    Status outcome;
     if (!task_) {
         outcome = readPiece(bytes);
         // Whether a camera gives pieces shows with the first one.
@@ -64,18 +64,18 @@ Outcome CameraDownload::next(const std::function<void(std::string_view bytes)> &
     if (task_) {
         outcome = takeFromFlow(bytes);
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         done_ += bytes.size();
         take(bytes);
     }
     return outcome;
 }
 
-Outcome CameraDownload::readPiece(std::string &bytes) const {
+Status CameraDownload::readPiece(std::string &bytes) const {
     // A camera may take a read behind the end for a mistake.
     const std::uint64_t left = size_ < 0 ? PIECE : static_cast<std::uint64_t>(size_) - done_;
     const auto length = static_cast<std::size_t>(std::min(PIECE, left));
-    return length == 0 ? Outcome() : file_.readAt({stopped_}, done_, length, bytes);
+    return length == 0 ? Status() : file_.readAt({stopped_}, done_, length, bytes);
 }
 
 void CameraDownload::startFlow() {
@@ -86,8 +86,8 @@ void CameraDownload::startFlow() {
     });
 }
 
-Outcome CameraDownload::takeFromFlow(std::string &bytes) {
-    Outcome outcome;
+Status CameraDownload::takeFromFlow(std::string &bytes) {
+    Status outcome;
     bool isOver = false;
     std::unique_lock guard(flow_->lock);
     const auto isMore = [this] { return !flow_->pieces.empty(); };
@@ -97,7 +97,7 @@ Outcome CameraDownload::takeFromFlow(std::string &bytes) {
         }
         guard.unlock();
         if (stopped_ && stopped_()) {
-            return {MRB_ERR_CANCELLED, {}};
+            return Status::cancelled();
         }
         isOver = file_.isOver(task_, outcome);
         guard.lock();

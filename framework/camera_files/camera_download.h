@@ -22,14 +22,14 @@ class CameraDownload {
 
     // Hands the next bytes to `take`, to whom none are handed at the end.
     // MRB_ERR_CANCELLED: it was stopped.
-    Outcome next(const std::function<void(std::string_view bytes)> &take);
+    Status next(const std::function<void(std::string_view bytes)> &take);
 
   private:
     struct Flow;
 
-    Outcome readPiece(std::string &bytes) const;
+    Status readPiece(std::string &bytes) const;
     void startFlow();
-    Outcome takeFromFlow(std::string &bytes);
+    Status takeFromFlow(std::string &bytes);
 
     const CameraFile file_;
     const std::int64_t size_; // CameraFileFacts::UNSAID: that shows at the end

@@ -53,27 +53,27 @@ bool hasExif(const CameraFile &file) {
     return name.ends_with(".jpg") || name.ends_with(".jpeg") || name.ends_with(".jpe");
 }
 
-Outcome readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
+Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
     std::string given;
-    Outcome outcome = file.read(patience, CameraPart::EXIF, MOST_EXIF, given);
-    exif = outcome.code == MRB_ERR_NONE ? exifIn(given) : std::string();
+    Status outcome = file.read(patience, CameraPart::EXIF, MOST_EXIF, given);
+    exif = outcome.ok() ? exifIn(given) : std::string();
     if (!exif.empty() && !saysAnything(exif)) {
         exif.clear();
     }
     // A file without them fails in as many ways as there are drivers.
-    return endsAll(outcome) ? outcome : Outcome();
+    return endsAll(outcome) ? outcome : Status();
 }
 
-Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
-                       std::string &exif) {
-    Outcome outcome = readDriversExif(file, patience, exif);
-    if (outcome.code != MRB_ERR_NONE || !exif.empty() || !hasExif(file)) {
+Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
+                      std::string &exif) {
+    Status outcome = readDriversExif(file, patience, exif);
+    if (!outcome.ok() || !exif.empty() || !hasExif(file)) {
         return outcome;
     }
     std::string head;
     outcome = file.readBeginning(patience, size, HEAD_BYTES, head);
     exif = exifIn(head);
-    return endsAll(outcome) ? outcome : Outcome();
+    return endsAll(outcome) ? outcome : Status();
 }
 
 // ISO/IEC 10918-1, annex B, and Exif 2.32, 4.7.2.
@@ -105,7 +105,7 @@ Metadata factsOfExif(const std::string &exif) {
     MediaFile file;
     file.open(std::make_unique<BytesInMemory>(std::move(jpeg), size, 0));
     Metadata facts;
-    Outcome ignored; // there is nothing that it would be the end of
+    Status ignored; // there is nothing that it would be the end of
     readMetadata(file, "exif.jpg", facts, ignored);
     return facts;
 }

@@ -16,12 +16,12 @@ bool hasExif(const CameraFile &file);
 
 // Reads what a driver gives of them, from "Exif\0\0" on, in whatever form it does; they are
 // hostile. Empty: it gives none that say anything. Fails only where endsAll is true.
-Outcome readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif);
+Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif);
 
 // The same, and where the driver gives none, of the beginning of a file that hasExif. `size`: the file's,
 // or CameraFileFacts::UNSAID.
-Outcome readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
-                       std::string &exif);
+Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
+                      std::string &exif);
 
 // So much of a file's beginning has mostly all that it says of itself: a segment of a JPEG has
 // 64 KiB at most.

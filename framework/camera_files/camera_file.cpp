@@ -11,38 +11,38 @@ namespace {
 constexpr auto PRESENCE_LIMIT = std::chrono::seconds(5);
 
 // A camera may give less than is asked for, and take a read behind the end for a mistake.
-Outcome beginningOfPieces(Camera &camera, const CameraPath &path, std::size_t length, bool isSizeKnown,
-                          std::string &bytes) {
-    Outcome outcome;
+Status beginningOfPieces(Camera &camera, const CameraPath &path, std::size_t length, bool isSizeKnown,
+                         std::string &bytes) {
+    Status outcome;
     std::size_t got = 0;
     do {
         const std::size_t done = bytes.size();
         bytes.resize(length);
         outcome = camera.readAt(path, done, bytes.data() + done, length - done, got);
-        bytes.resize(done + (outcome.code == MRB_ERR_NONE ? got : 0));
-    } while (isSizeKnown && outcome.code == MRB_ERR_NONE && got > 0 && bytes.size() < length);
+        bytes.resize(done + (outcome.ok() ? got : 0));
+    } while (isSizeKnown && outcome.ok() && got > 0 && bytes.size() < length);
     return outcome;
 }
 
-Outcome beginningOfWhole(Camera &camera, const CameraPath &path, std::size_t length, std::string &bytes) {
-    Outcome outcome = camera.read(path, CameraPart::WHOLE, [&](std::string_view piece) {
+Status beginningOfWhole(Camera &camera, const CameraPath &path, std::size_t length, std::string &bytes) {
+    Status outcome = camera.read(path, CameraPart::WHOLE, [&](std::string_view piece) {
         bytes += piece.substr(0, length - bytes.size());
         return bytes.size() < length;
     });
-    return bytes.size() == length ? Outcome() : outcome;
+    return bytes.size() == length ? Status() : outcome;
 }
 
 } // namespace
 
-bool endsAll(const Outcome &outcome) {
+bool endsAll(const Status &outcome) {
     return outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
            outcome.code == MRB_ERR_BUSY || outcome.code == MRB_ERR_TIMEOUT;
 }
 
-Outcome unlessRemoved(Outcome outcome, const std::string &device) {
-    const bool isOfCamera = outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED;
+Status unlessRemoved(Status outcome, const std::string &device) {
+    const bool isOfCamera = !outcome.ok() && outcome.code != MRB_ERR_CANCELLED;
     if (isOfCamera && !attachedCamera(device)) {
-        return {MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+        return Status::deviceRemoved("The camera is not attached any more.");
     }
     return outcome;
 }
@@ -56,87 +56,86 @@ bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopp
                MRB_ERR_DEVICE_REMOVED;
 }
 
-std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Outcome &outcome) {
+std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Status &outcome) {
     const std::optional<CameraItem> item = readCameraUrl(url);
     if (!item) {
-        outcome = {MRB_ERR_INVALID_PARAMETER, "\"" + url + "\" names no file on a camera."};
+        outcome = Status::invalidParameter("\"" + url + "\" names no file on a camera.");
         return nullptr;
     }
     const std::optional<Device> camera = attachedCamera(item->device);
     if (!camera) {
-        outcome = {MRB_ERR_DEVICE_REMOVED, "The camera is not attached."};
+        outcome = Status::deviceRemoved("The camera is not attached.");
         return nullptr;
     }
     return std::make_unique<CameraFile>(item->device, camera->camera, cameraPathOf(item->path));
 }
 
-Outcome CameraFile::run(const CameraPatience &patience, CameraService::Work work) const {
+Status CameraFile::run(const CameraPatience &patience, CameraService::Work work) const {
     return unlessRemoved(
         CameraService::instance().run(address_, std::move(work), patience.stopped, patience.limit), device_);
 }
 
-Outcome CameraFile::readFacts(const CameraPatience &patience, CameraFileFacts &facts) const {
+Status CameraFile::readFacts(const CameraPatience &patience, CameraFileFacts &facts) const {
     const auto told = std::make_shared<CameraFileFacts>();
-    Outcome outcome =
+    Status outcome =
         run(patience, [told, path = path_](Camera &camera) { return camera.readFacts(path, *told); });
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         facts = *told;
     }
     return outcome;
 }
 
-Outcome CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
-                           std::string &bytes) const {
+Status CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+                          std::string &bytes) const {
     const auto told = std::make_shared<std::string>();
-    Outcome outcome = run(patience, [told, path = path_, offset, length](Camera &camera) {
+    Status outcome = run(patience, [told, path = path_, offset, length](Camera &camera) {
         told->resize(length);
         std::size_t got = 0;
-        Outcome read = camera.readAt(path, offset, told->data(), length, got);
+        Status read = camera.readAt(path, offset, told->data(), length, got);
         told->resize(got);
         return read;
     });
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         bytes += *told;
     }
     return outcome;
 }
 
-Outcome CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
-                                  std::string &bytes) const {
+Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+                                 std::string &bytes) const {
     const bool isSizeKnown = size >= 0;
     const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), most) : most;
     if (length == 0) {
         return {};
     }
     const auto read = std::make_shared<std::string>();
-    Outcome outcome = run(patience, [read, path = path_, length, isSizeKnown](Camera &camera) {
-        Outcome pieces = beginningOfPieces(camera, path, length, isSizeKnown, *read);
+    Status outcome = run(patience, [read, path = path_, length, isSizeKnown](Camera &camera) {
+        Status pieces = beginningOfPieces(camera, path, length, isSizeKnown, *read);
         return pieces.code == MRB_ERR_NOT_SUPPORTED && read->empty()
                    ? beginningOfWhole(camera, path, length, *read)
                    : pieces;
     });
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         bytes = std::move(*read);
     }
     return outcome;
 }
 
-Outcome CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t most,
-                         std::string &bytes) const {
+Status CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t most,
+                        std::string &bytes) const {
     const auto told = std::make_shared<std::string>();
-    Outcome outcome = run(patience, [told, path = path_, part, most](Camera &camera) {
+    Status outcome = run(patience, [told, path = path_, part, most](Camera &camera) {
         bool isTooLong = false;
-        Outcome read = camera.read(path, part, [&](std::string_view piece) {
+        Status read = camera.read(path, part, [&](std::string_view piece) {
             isTooLong = piece.size() > most - told->size();
             if (!isTooLong) {
                 told->append(piece);
             }
             return !isTooLong;
         });
-        return isTooLong ? Outcome{MRB_ERR_OUT_OF_MEMORY, path.name + " is larger than what is fetched."}
-                         : read;
+        return isTooLong ? Status::outOfMemory(path.name + " is larger than what is fetched.") : read;
     });
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         bytes = std::move(*told);
     }
     return outcome;
@@ -147,7 +146,7 @@ std::shared_ptr<CameraService::Task> CameraFile::start(FileWork work) const {
         address_, [path = path_, work = std::move(work)](Camera &camera) { return work(camera, path); });
 }
 
-bool CameraFile::isOver(const std::shared_ptr<CameraService::Task> &task, Outcome &outcome) const {
+bool CameraFile::isOver(const std::shared_ptr<CameraService::Task> &task, Status &outcome) const {
     const bool isOver = CameraService::instance().isOver(task, outcome);
     if (isOver) {
         outcome = unlessRemoved(std::move(outcome), device_);

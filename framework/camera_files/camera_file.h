@@ -27,32 +27,32 @@ class CameraFile {
         : device_(std::move(device)), address_(std::move(address)), path_(std::move(path)) {}
 
     // The file that a URL names; null with the reason in `outcome`.
-    static std::unique_ptr<CameraFile> find(const std::string &url, Outcome &outcome);
+    static std::unique_ptr<CameraFile> find(const std::string &url, Status &outcome);
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
 
-    Outcome readFacts(const CameraPatience &patience, CameraFileFacts &facts) const;
+    Status readFacts(const CameraPatience &patience, CameraFileFacts &facts) const;
 
     // Appends up to `length` bytes from `offset` on.
-    Outcome readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
-                   std::string &bytes) const;
+    Status readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+                  std::string &bytes) const;
 
     // The first `most` bytes of a file of `size` bytes, or all where there are fewer; where its
     // size is CameraFileFacts::UNSAID, what one piece has of them. Also of a camera that gives
     // whole files only, whose transfer ends there.
-    Outcome readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
-                          std::string &bytes) const;
+    Status readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+                         std::string &bytes) const;
 
     // A part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
-    Outcome read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
+    Status read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
 
     // Something that is done while the caller does something else, see CameraService.
-    using FileWork = std::function<Outcome(Camera &camera, const CameraPath &path)>;
+    using FileWork = std::function<Status(Camera &camera, const CameraPath &path)>;
     [[nodiscard]] std::shared_ptr<CameraService::Task> start(FileWork work) const;
-    bool isOver(const std::shared_ptr<CameraService::Task> &task, Outcome &outcome) const;
+    bool isOver(const std::shared_ptr<CameraService::Task> &task, Status &outcome) const;
 
   private:
-    Outcome run(const CameraPatience &patience, CameraService::Work work) const;
+    Status run(const CameraPatience &patience, CameraService::Work work) const;
 
     std::string device_; // storage id
     CameraAddress address_;
@@ -61,7 +61,7 @@ class CameraFile {
 
 // Whether nothing more can be had of the camera for now, so that there is no use in asking for
 // something else: it is gone, held by others or silent, or nobody wants it any more.
-bool endsAll(const Outcome &outcome);
+bool endsAll(const Status &outcome);
 
 // Whether the camera at that address is attached: one that has left is noticed before the system
 // reports it. Takes a transfer; one that hangs is there.
@@ -69,6 +69,6 @@ bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopp
 
 // `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
 // there any more fails in many ways.
-Outcome unlessRemoved(Outcome outcome, const std::string &device);
+Status unlessRemoved(Status outcome, const std::string &device);
 
 } // namespace mrb

@@ -41,13 +41,12 @@ class CameraBytes final : public MediaBytes {
         pieceAt_ = offset;
         const auto rest = static_cast<std::uint64_t>(size() - std::min(offset, size()));
         const std::size_t wanted = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
-        const Outcome outcome = wanted == 0
-                                    ? Outcome()
-                                    : file_.readAt({stopped_, timeUntil(deadline_)},
-                                                   static_cast<std::uint64_t>(offset), wanted, piece_);
+        const Status outcome = wanted == 0 ? Status()
+                                           : file_.readAt({stopped_, timeUntil(deadline_)},
+                                                          static_cast<std::uint64_t>(offset), wanted, piece_);
         take(piece_, pieceAt_, offset, buffer, length, got);
         failure_ = outcome.code;
-        return outcome.code == MRB_ERR_NONE;
+        return outcome.ok();
     }
 
   private:
@@ -75,15 +74,15 @@ class CameraBytes final : public MediaBytes {
 };
 
 // For a camera that gives whole files only.
-Outcome readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
-                          const CameraFileFacts &facts, std::string &bytes) {
+Status readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
+                         const CameraFileFacts &facts, std::string &bytes) {
     const bool isLong = facts.size > static_cast<std::int64_t>(MOST_FETCHED_FOR_FACTS);
     if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
         return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);
     }
     std::string exif;
-    Outcome outcome = readDriversExif(source, patience, exif);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = readDriversExif(source, patience, exif);
+    if (!outcome.ok()) {
         return outcome;
     }
     std::string head;
@@ -93,14 +92,14 @@ Outcome readWithoutPieces(const CameraFile &source, const CameraPatience &patien
     }
     bytes = facts.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, facts.width, facts.height);
     // With its size in pixels a JPEG says something without EXIF data too.
-    return endsAll(outcome) ? outcome : Outcome();
+    return endsAll(outcome) ? outcome : Status();
 }
 
 } // namespace
 
-Outcome openCameraMedia(const std::string &url, MediaFile &file) {
+Status openCameraMedia(const std::string &url, MediaFile &file) {
     const auto deadline = Clock::now() + MediaFile::LONGEST_TIME;
-    Outcome outcome;
+    Status outcome;
     const std::unique_ptr<CameraFile> source = CameraFile::find(url, outcome);
     if (!source) {
         return outcome;
@@ -110,19 +109,19 @@ Outcome openCameraMedia(const std::string &url, MediaFile &file) {
     CameraFileFacts facts;
     outcome = source->readFacts(patience(), facts);
     std::string bytes;
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         const auto size = static_cast<std::uint64_t>(facts.size < 0 ? HEAD_BYTES : facts.size);
         outcome = source->readAt(patience(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
-    if (outcome.code == MRB_ERR_NONE && facts.size < 0) {
+    if (outcome.ok() && facts.size < 0) {
         // Where it ends is not known, and behind its end a camera may take a read for a mistake.
         file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
-    } else if (outcome.code == MRB_ERR_NONE) {
+    } else if (outcome.ok()) {
         file.open(std::make_unique<CameraBytes>(*source, facts, stopped, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
         outcome = readWithoutPieces(*source, patience(), facts, bytes);
-        if (outcome.code == MRB_ERR_NONE) {
+        if (outcome.ok()) {
             const auto size = facts.size < 0 ? static_cast<std::int64_t>(bytes.size()) : facts.size;
             file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, facts.modified));
         }

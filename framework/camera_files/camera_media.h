@@ -11,7 +11,7 @@ namespace mrb {
 // read. Of others the EXIF data of a JPEG whose size in pixels the camera says, or its beginning
 // where the driver gives none, or else the whole file, unless it is larger than
 // MOST_FETCHED_FOR_FACTS: then what EXIF data it has.
-Outcome openCameraMedia(const std::string &url, MediaFile &file);
+Status openCameraMedia(const std::string &url, MediaFile &file);
 inline constexpr std::size_t MOST_FETCHED_FOR_FACTS = 32UL << 20;
 
 } // namespace mrb

@@ -88,18 +88,18 @@ class Directories {
     // broke off; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: what it said is no answer;
     // MRB_ERR_NOT_FOUND: it has no such container; MRB_ERR_NOT_SUPPORTED: it does not search
     // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
-    virtual Outcome ask(const Question &question, const std::function<bool()> &isStopped, Page &page) = 0;
+    virtual Status ask(const Question &question, const std::function<bool()> &isStopped, Page &page) = 0;
 
     // The file at an address on the host of one of the servers, such as a small picture
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
     // MRB_ERR_PERMISSION_DENIED also for the addresses of others, MRB_ERR_NOT_FOUND when
     // there is none.
-    virtual Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                          const std::function<bool()> &isStopped, std::string &bytes) = 0;
+    virtual Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                         const std::function<bool()> &isStopped, std::string &bytes) = 0;
 
     // Has files moved to and from a server by the calling thread. The codes are those of ask.
-    virtual Outcome connect(const std::string &server, const std::function<bool()> &isStopped,
-                            std::unique_ptr<Transfers> &transfers) = 0;
+    virtual Status connect(const std::string &server, const std::function<bool()> &isStopped,
+                           std::unique_ptr<Transfers> &transfers) = 0;
 };
 
 } // namespace mrb::dlna

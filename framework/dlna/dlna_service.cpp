@@ -140,26 +140,26 @@ int DlnaService::list(std::vector<Device> &servers) {
     return isWanted() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
-Outcome DlnaService::find(const std::string &idOrAddress, Found &found) {
+Status DlnaService::find(const std::string &idOrAddress, Found &found) {
     const std::lock_guard guard(lock_);
     if (!isWanted() || down_) {
-        return {MRB_ERR_NOT_INITIALIZED, "The DLNA service is not started."};
+        return Status::notInitialized("The DLNA service is not started.");
     }
     std::vector<Device> servers = servers_.list(DeviceKind::SERVER);
     std::erase_if(servers,
                   [&](const Device &server) { return server.id != idOrAddress && server.ip != idOrAddress; });
     if (servers.size() > 1) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "There are several DLNA servers at " + idOrAddress + ": say the id of one."};
+        return Status::invalidParameter("There are several DLNA servers at " + idOrAddress +
+                                        ": say the id of one.");
     }
     if (servers.empty() || idOrAddress.empty() || !network_) {
-        return {MRB_ERR_NOT_FOUND, "There is no DLNA server \"" + idOrAddress + "\", or not yet."};
+        return Status::notFound("There is no DLNA server \"" + idOrAddress + "\", or not yet.");
     }
     found.id = servers.front().id;
     found.name = servers.front().name;
     found.directories = network_->directories();
     if (!found.directories) {
-        return {MRB_ERR_NOT_SUPPORTED, "The servers of this network cannot be asked."};
+        return Status::notSupported("The servers of this network cannot be asked.");
     }
     return {};
 }

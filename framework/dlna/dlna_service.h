@@ -61,7 +61,7 @@ class DlnaService final : private ServerListener {
     };
     // The server with that id, or the only one with that address. MRB_ERR_NOT_INITIALIZED:
     // nobody has begun the service; MRB_ERR_NOT_FOUND: it has not been seen, or not yet.
-    Outcome find(const std::string &idOrAddress, Found &found);
+    Status find(const std::string &idOrAddress, Found &found);
     [[nodiscard]] bool isThere(const std::string &id);
     // Whom to ask for files of the servers; null: the service does not run.
     [[nodiscard]] std::shared_ptr<Directories> directories();

@@ -4,8 +4,8 @@
 
 namespace mrb::dlna {
 
-Outcome judgeBreak(Directories &directories, const std::string &server, Outcome outcome,
-                   const std::function<bool()> &isStopped) {
+Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
+                  const std::function<bool()> &isStopped) {
     if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
         return outcome;
     }

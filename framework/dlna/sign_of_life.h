@@ -11,7 +11,7 @@ namespace mrb::dlna {
 // What it means that a server broke off, or refused a connection: that it is gone, or a
 // whim of it that costs one file (MRB_ERR_IO). It is asked for that; any other outcome
 // stays what it is.
-Outcome judgeBreak(Directories &directories, const std::string &server, Outcome outcome,
-                   const std::function<bool()> &isStopped);
+Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
+                  const std::function<bool()> &isStopped);
 
 } // namespace mrb::dlna

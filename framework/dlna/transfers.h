@@ -42,18 +42,18 @@ class Transfers {
 
     // Asks for the file at an address. MRB_ERR_PERMISSION_DENIED: it is the address of another
     // host; MRB_ERR_PROTOCOL: also an answer that is encoded (compressed), which is refused.
-    virtual Outcome beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) = 0;
+    virtual Status beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) = 0;
 
     // Gives `take` the bytes of that file as they come; when that answers false, no more.
     // A success: the file is whole, or `take` wanted no more.
     using Take = std::function<bool(std::span<const char> bytes)>;
-    virtual Outcome finishDownload(const Take &take, const Stopped &isStopped) = 0;
+    virtual Status finishDownload(const Take &take, const Stopped &isStopped) = 0;
 
     // Has the server make an object for the file and get its bytes; `moved` hears how many
     // it has. The object is taken back when that fails. MRB_ERR_NOT_SUPPORTED: it takes
     // none; MRB_ERR_CORRUPT: the file could not be read to its end.
     using Moved = std::function<void(std::uint64_t bytes)>;
-    virtual Outcome upload(const Upload &file, const Moved &moved, const Stopped &isStopped) = 0;
+    virtual Status upload(const Upload &file, const Moved &moved, const Stopped &isStopped) = 0;
 };
 
 } // namespace mrb::dlna

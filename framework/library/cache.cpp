@@ -31,7 +31,7 @@ std::string variable(const char *name) {
     return value != nullptr ? value : "";
 }
 
-Outcome failed(const DatabaseError &failure) {
+Status failed(const DatabaseError &failure) {
     return {failure.isBusy() ? MRB_ERR_BUSY : MRB_ERR_IO,
             std::string("Something cannot be kept: ") + failure.what()};
 }
@@ -224,7 +224,7 @@ std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
     return record;
 }
 
-Outcome MetadataCache::store(std::span<const FileFacts> files) {
+Status MetadataCache::store(std::span<const FileFacts> files) {
     if (files.empty()) {
         return {};
     }
@@ -255,16 +255,16 @@ void MetadataCache::dropFacts() noexcept {
     }
 }
 
-Outcome MetadataCache::write(const MediaKey &key, const WrittenFields &fields) {
+Status MetadataCache::write(const MediaKey &key, const WrittenFields &fields) {
     const std::lock_guard guard(lock_);
     try {
-        return withConnection([&]() -> Outcome {
+        return withConnection([&]() -> Status {
             if (tryAgainAt_) {
-                return {MRB_ERR_BUSY, "Fields cannot be written: another process holds the cache."};
+                return Status::busy("Fields cannot be written: another process holds the cache.");
             }
             if (!isOnDisk_) {
-                return {MRB_ERR_PERMISSION_DENIED,
-                        "Fields are not written: there is no folder to keep them in."};
+                return Status::permissionDenied(
+                    "Fields are not written: there is no folder to keep them in.");
             }
             connection_->write(key, fields);
             recent_.erase(textOf(key));

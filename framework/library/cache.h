@@ -36,8 +36,8 @@ class MetadataCache final : public CacheStorage {
 
     // The same through a connection of its own, which no write holds up.
     CacheAnswer lookUp(const MediaKey &key) override;
-    Outcome store(std::span<const FileFacts> files) override;
-    Outcome write(const MediaKey &key, const WrittenFields &fields) override;
+    Status store(std::span<const FileFacts> files) override;
+    Status write(const MediaKey &key, const WrittenFields &fields) override;
 
     // Closes the file; the next call opens it again.
     void close();

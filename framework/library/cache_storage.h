@@ -57,10 +57,10 @@ class CacheStorage {
 
     // Keeps metadata, all or none. MRB_ERR_BUSY here and below: another process holds the
     // cache, and the same may succeed later. Any thread.
-    virtual Outcome store(std::span<const FileFacts> files) = 0;
+    virtual Status store(std::span<const FileFacts> files) = 0;
 
     // Keeps fields that a client wrote. Any thread.
-    virtual Outcome write(const MediaKey &key, const WrittenFields &fields) = 0;
+    virtual Status write(const MediaKey &key, const WrittenFields &fields) = 0;
 };
 
 } // namespace mrb

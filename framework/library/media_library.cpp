@@ -36,24 +36,24 @@ std::shared_ptr<const MediaRecord> MediaLibrary::known(const MediaItem &item) {
     return item.path.empty() ? recordOfNoFile(item) : filled(promptly_.find(item.key), item);
 }
 
-Outcome MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
+Status MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
     if (item.path.empty()) {
         record = recordOfNoFile(item);
         return {};
     }
-    Outcome outcome = readFile(item, record);
+    Status outcome = readFile(item, record);
     record = filled(std::move(record), item);
     return outcome;
 }
 
-Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
+Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
     record = promptly_.find(item.key);
     if (record->isRead) {
         return {};
     }
     MediaFile file;
-    Outcome outcome = openMedia(item.path, item.mount, file);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = openMedia(item.path, item.mount, file);
+    if (!outcome.ok()) {
         return outcome;
     }
     const MediaKey key = keyNow(item, file);
@@ -68,7 +68,7 @@ Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Medi
         }
     }
     reader_(file, item.name, fresh->facts, outcome);
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         fresh->isRead = true;
         promptly_.store(key, fresh->facts);
         record = std::move(fresh);
@@ -76,15 +76,14 @@ Outcome MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Medi
     return outcome;
 }
 
-Outcome MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields) {
-    Outcome outcome = cache_.write(item.key, fields);
+Status MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields) {
+    Status outcome = cache_.write(item.key, fields);
     promptly_.storageChanged();
     return outcome;
 }
 
-// What cannot be kept is read again.
 void MediaLibrary::store(std::span<const FileFacts> files) {
-    cache_.store(files);
+    static_cast<void>(cache_.store(files)); // what cannot be kept is read again
     promptly_.storageChanged();
 }
 
@@ -112,15 +111,15 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         MediaFile file(&stopped);
         MediaRecord fresh = *record;
-        Outcome outcome = openMedia(item.path, item.mount, file);
-        if (outcome.code == MRB_ERR_NONE) {
+        Status outcome = openMedia(item.path, item.mount, file);
+        if (outcome.ok()) {
             reader_(file, item.name, fresh.facts, outcome);
         }
         isWanted = !stopped();
         if (!isWanted) {
             continue; // and that may not be all there is
         }
-        if (outcome.code == MRB_ERR_NONE) {
+        if (outcome.ok()) {
             batch.emplace_back(keyNow(item, file), fresh.facts);
         }
         if (item.told) {

@@ -45,7 +45,7 @@ class MediaLibrary {
     void prepare() { promptly_.prepare(); }
 
     // What is known of the item, whose file is read when it was not before. Any thread.
-    Outcome read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
+    Status read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
 
     // The same without reading the file. Any thread.
     std::shared_ptr<const MediaRecord> known(const MediaItem &item);
@@ -58,12 +58,12 @@ class MediaLibrary {
                  const std::function<void(std::int32_t, const MediaRecord &)> &take);
 
     // Keeps fields that a client wrote, later if the cache cannot do it now. Any thread.
-    Outcome write(const MediaItem &item, const WrittenFields &fields) {
+    Status write(const MediaItem &item, const WrittenFields &fields) {
         return promptly_.write(item.key, fields);
     }
 
     // The same at once, however long that takes. A thread of the framework.
-    Outcome writeNow(const MediaItem &item, const WrittenFields &fields);
+    Status writeNow(const MediaItem &item, const WrittenFields &fields);
 
     // Keeps what is still to be kept. False: that was not over at the deadline. Later calls
     // of clients find nothing.
@@ -72,7 +72,7 @@ class MediaLibrary {
     void close() { cache_.close(); }
 
   private:
-    Outcome readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
+    Status readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
     void store(std::span<const FileFacts> files);
 
     MetadataCache cache_;

@@ -5,14 +5,14 @@
 
 namespace mrb {
 
-Outcome openMedia(const std::string &path, const MountIdentity &mount, MediaFile &file) {
+Status openMedia(const std::string &path, const MountIdentity &mount, MediaFile &file) {
     if (path.starts_with(CAMERA_URL_SCHEME)) {
         return openCameraMedia(path, file);
     }
     // Held open, the folder is the one that was looked at, whatever is mounted there now.
     Descriptor folder;
     const int error = openFolderOf(path, mount, folder);
-    return error == 0 ? file.openIn(folder.number(), lastNameOf(path), path) : outcomeOfErrno(error, path);
+    return error == 0 ? file.openIn(folder.number(), lastNameOf(path), path) : Status::ofErrno(error, path);
 }
 
 } // namespace mrb

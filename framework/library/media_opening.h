@@ -11,6 +11,6 @@ namespace mrb {
 // one on a camera, for which it waits no longer than MediaFile::LONGEST_TIME. Apart from
 // MediaFile, since that is part of the readers' library too, which knows no cameras.
 // MRB_ERR_DEVICE_REMOVED: the folder of the file is on another mount than `mount`.
-Outcome openMedia(const std::string &path, const MountIdentity &mount, MediaFile &file);
+Status openMedia(const std::string &path, const MountIdentity &mount, MediaFile &file);
 
 } // namespace mrb

@@ -209,14 +209,14 @@ void PromptCache::store(const MediaKey &key, const Metadata &facts) {
     }
 }
 
-Outcome PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
+Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
     Lock guard(lock_);
     if (isFinishing_) {
-        return {MRB_ERR_NOT_INITIALIZED, "A field is not written: the program ends."};
+        return Status::notInitialized("A field is not written: the program ends.");
     }
     const std::shared_ptr<Write> write = due(key, limits_.writes);
     if (!write) {
-        return {MRB_ERR_BUSY, "A field is not written: too many wait for the cache already."};
+        return Status::busy("A field is not written: too many wait for the cache already.");
     }
     for (const auto &[name, value] : fields) {
         write->fields.insert_or_assign(name, value);
@@ -228,7 +228,7 @@ Outcome PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
     write->isAwaited = true;
     const bool isDone = await(guard, writer_, write->isDone);
     write->isAwaited = false;
-    return isDone ? write->outcome : Outcome();
+    return isDone ? write->outcome : Status();
 }
 
 PromptCache::Writes PromptCache::take() const {
@@ -241,8 +241,8 @@ PromptCache::Writes PromptCache::take() const {
 }
 
 // What came of each of them.
-std::vector<Outcome> PromptCache::perform(const Writes &writes) {
-    std::vector<Outcome> outcomes;
+std::vector<Status> PromptCache::perform(const Writes &writes) {
+    std::vector<Status> outcomes;
     outcomes.reserve(writes.size());
     try {
         std::vector<FileFacts> files;
@@ -251,22 +251,22 @@ std::vector<Outcome> PromptCache::perform(const Writes &writes) {
                 files.emplace_back(write->key, *write->facts);
             }
         }
-        const Outcome storing = files.empty() ? Outcome() : storage_.store(files);
+        const Status storing = files.empty() ? Status() : storage_.store(files);
         const bool isBusy = storing.code == MRB_ERR_BUSY;
         for (const std::shared_ptr<Write> &write : writes) {
             // Of metadata that cannot be kept no client hears: they can be read again.
             outcomes.push_back(isBusy                  ? storing
-                               : write->fields.empty() ? Outcome()
+                               : write->fields.empty() ? Status()
                                                        : storage_.write(write->key, write->fields));
         }
     } catch (const std::exception &failure) {
-        outcomes.resize(writes.size(), Outcome{MRB_ERR_IO, failure.what()});
+        outcomes.resize(writes.size(), Status::ioError(failure.what()));
     }
     return outcomes;
 }
 
 // Ends what is done; the rest stays due. True: there is a rest.
-bool PromptCache::settle(const Writes &writes, const std::vector<Outcome> &outcomes) {
+bool PromptCache::settle(const Writes &writes, const std::vector<Status> &outcomes) {
     bool isBusy = false;
     for (std::size_t index = 0; index < writes.size(); ++index) {
         Write &write = *writes[index];
@@ -293,7 +293,7 @@ void PromptCache::writeAll() {
         const Writes writes = take();
         writer_.busySince = steady_clock::now();
         guard.unlock();
-        const std::vector<Outcome> outcomes = perform(writes);
+        const std::vector<Status> outcomes = perform(writes);
         guard.lock();
         writer_.busySince.reset();
         writer_.isHeldUp = settle(writes, outcomes);
@@ -301,7 +301,7 @@ void PromptCache::writeAll() {
         std::size_t lost = 0;
         std::string reason;
         for (const std::shared_ptr<Write> &write : writes) {
-            if (write->isDone && write->outcome.code != MRB_ERR_NONE && !write->isAwaited) {
+            if (write->isDone && !write->outcome.ok() && !write->isAwaited) {
                 ++lost;
                 reason = write->outcome.message;
             }

@@ -50,7 +50,7 @@ class PromptCache {
     void store(const MediaKey &key, const Metadata &facts);
 
     // Keeps fields that a client wrote. MRB_ERR_BUSY: too many writes are due already.
-    Outcome write(const MediaKey &key, const WrittenFields &fields);
+    Status write(const MediaKey &key, const WrittenFields &fields);
 
     // Says that this process changed the storage by another way.
     void storageChanged();
@@ -79,7 +79,7 @@ class PromptCache {
         bool isAtHand = false; // the thread has begun with it: nothing is added
         bool isDone = false;
         bool isAwaited = false; // a call returns the outcome
-        Outcome outcome;
+        Status outcome;
     };
     using Writes = std::vector<std::shared_ptr<Write>>;
     struct Worker {
@@ -100,12 +100,12 @@ class PromptCache {
     [[nodiscard]] Record withWrites(Record record, const std::string &text) const;
     std::shared_ptr<Write> due(const MediaKey &key, std::size_t most);
     [[nodiscard]] Writes take() const;
-    bool settle(const Writes &writes, const std::vector<Outcome> &outcomes);
+    bool settle(const Writes &writes, const std::vector<Status> &outcomes);
 
     void lookUpAll(); // the life of the one thread
     void writeAll();  // and of the other
     CacheAnswer ask(const MediaKey &key);
-    [[nodiscard]] std::vector<Outcome> perform(const Writes &writes);
+    [[nodiscard]] std::vector<Status> perform(const Writes &writes);
 
     CacheStorage &storage_;
     const Limits limits_;

@@ -28,21 +28,20 @@ std::vector<std::string> readExtensions(std::string_view list) {
 
 } // namespace
 
-Outcome Filter::make(const ListRequest &request, Filter &filter) {
+Status Filter::make(const ListRequest &request, Filter &filter) {
     const std::optional<TypeMask> types = typesOfContent(request.contentType);
     if (!types) {
-        return {MRB_ERR_NOT_SUPPORTED, "The content type \"" + request.contentType + "\" is not supported."};
+        return Status::notSupported("The content type \"" + request.contentType + "\" is not supported.");
     }
     filter.types_ = *types;
     filter.extensions_ = readExtensions(request.extension);
     if (!request.extension.empty() && filter.extensions_.empty()) {
-        return {MRB_ERR_INVALID_PARAMETER, "\"" + request.extension + "\" names no file name extension."};
+        return Status::invalidParameter("\"" + request.extension + "\" names no file name extension.");
     }
     if (!request.keyWord.empty()) {
         filter.search_ = std::make_unique<NameSearch>(request.keyWord);
         if (!filter.search_->isMeaningful()) {
-            return {MRB_ERR_INVALID_PARAMETER,
-                    "There is nothing to search for in \"" + request.keyWord + "\"."};
+            return Status::invalidParameter("There is nothing to search for in \"" + request.keyWord + "\".");
         }
     }
     return {};

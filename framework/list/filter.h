@@ -24,7 +24,7 @@ class Filter {
     explicit Filter(TypeMask types) : types_(types) {}
 
     // Reads the content type, the extensions and the key word of a request.
-    static Outcome make(const ListRequest &request, Filter &filter);
+    static Status make(const ListRequest &request, Filter &filter);
 
     // True for item types of which some may pass.
     [[nodiscard]] bool wants(std::uint8_t type) const;

@@ -33,16 +33,16 @@ bool readGrouping(int value, Grouping &grouping) {
 
 bool isSide(int cells) { return cells >= 1 && cells <= MRB_PAGE_MOST_ROWS; }
 
-Outcome invalid(const char *what, int value) {
-    return {MRB_ERR_INVALID_PARAMETER,
-            "A page style has no " + std::string(what) + " " + std::to_string(value) + "."};
+Status invalid(const char *what, int value) {
+    return Status::invalidParameter("A page style has no " + std::string(what) + " " + std::to_string(value) +
+                                    ".");
 }
 
 } // namespace
 
 bool PageStyle::isOfGroupsAlone() const { return grouping != Grouping::NONE && groupIndex != MRB_GROUP_ALL; }
 
-Outcome readPageStyle(const PageRequest &request, PageStyle &style) {
+Status readPageStyle(const PageRequest &request, PageStyle &style) {
     const bool paged = (request.style & MRB_PAGE_STYLE_PAGED) != 0;
     if (!readGrouping(request.style & ~MRB_PAGE_STYLE_PAGED, style.grouping)) {
         return invalid("style", request.style);
@@ -56,10 +56,9 @@ Outcome readPageStyle(const PageRequest &request, PageStyle &style) {
     style.groupIndex = request.groupIndex;
     if (paged) {
         if (!isSide(request.rows) || !isSide(request.columns)) {
-            return {MRB_ERR_INVALID_PARAMETER, "A page has 1 to " + std::to_string(MRB_PAGE_MOST_ROWS) +
-                                                   " rows and as many columns, not " +
-                                                   std::to_string(request.rows) + " by " +
-                                                   std::to_string(request.columns) + "."};
+            return Status::invalidParameter("A page has 1 to " + std::to_string(MRB_PAGE_MOST_ROWS) +
+                                            " rows and as many columns, not " + std::to_string(request.rows) +
+                                            " by " + std::to_string(request.columns) + ".");
         }
         style.rows = request.rows;
         style.columns = request.columns;

@@ -34,6 +34,6 @@ struct PageStyle {
     [[nodiscard]] bool isPlain() const { return grouping == Grouping::NONE && !byColumns && !padded; }
 };
 
-Outcome readPageStyle(const PageRequest &request, PageStyle &style);
+Status readPageStyle(const PageRequest &request, PageStyle &style);
 
 } // namespace mrb

@@ -97,7 +97,7 @@ PagedVector<std::int32_t> sourceOrder(std::int32_t size, bool descending) {
 
 } // namespace
 
-Outcome readSortCategory(std::string_view category, SortOrder &order) {
+Status readSortCategory(std::string_view category, SortOrder &order) {
     std::string_view name = category;
     for (const Direction &direction : DIRECTIONS) {
         if (name.ends_with(direction.suffix)) {
@@ -112,7 +112,7 @@ Outcome readSortCategory(std::string_view category, SortOrder &order) {
             return {};
         }
     }
-    return {MRB_ERR_NOT_SUPPORTED, "Sorting by \"" + std::string(category) + "\" is not supported."};
+    return Status::notSupported("Sorting by \"" + std::string(category) + "\" is not supported.");
 }
 
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,

@@ -21,7 +21,7 @@ struct SortOrder {
 };
 
 // Reads a sort category as mrb/agent.h describes it, such as "DATE DESC".
-Outcome readSortCategory(std::string_view category, SortOrder &order);
+Status readSortCategory(std::string_view category, SortOrder &order);
 
 // The numbers of all items of the store in the given order; folders first unless
 // it is the source's own, equals by name and then as the source has them. No value

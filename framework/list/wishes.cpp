@@ -2,9 +2,9 @@
 
 namespace mrb {
 
-Outcome readWishes(const ListRequest &request, ListWishes &wishes) {
-    Outcome outcome = readSortCategory(request.sortCategory, wishes.sort);
-    return outcome.code == MRB_ERR_NONE ? Filter::make(request, wishes.filter) : outcome;
+Status readWishes(const ListRequest &request, ListWishes &wishes) {
+    Status outcome = readSortCategory(request.sortCategory, wishes.sort);
+    return outcome.ok() ? Filter::make(request, wishes.filter) : outcome;
 }
 
 } // namespace mrb

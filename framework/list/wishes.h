@@ -12,6 +12,6 @@ struct ListWishes {
 };
 
 // Reads them from a request. A wish that would be ignored is refused.
-Outcome readWishes(const ListRequest &request, ListWishes &wishes);
+Status readWishes(const ListRequest &request, ListWishes &wishes);
 
 } // namespace mrb

@@ -10,17 +10,17 @@
 
 namespace mrb {
 
-Outcome MediaFile::open(const std::string &path) { return openIn(AT_FDCWD, path.c_str(), path); }
+Status MediaFile::open(const std::string &path) { return openIn(AT_FDCWD, path.c_str(), path); }
 
-Outcome MediaFile::openIn(int folder, const char *name, const std::string &path) {
+Status MediaFile::openIn(int folder, const char *name, const std::string &path) {
     // Without blocking: a pipe under a media file's name must not hold us.
     file_ = Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat facts {};
     if (!file_ || fstat(file_.number(), &facts) != 0) {
-        return outcomeOfErrno(errno, path);
+        return Status::ofErrno(errno, path);
     }
     if (!S_ISREG(facts.st_mode)) {
-        return {MRB_ERR_NOT_SUPPORTED, "\"" + path + "\" is not a regular file."};
+        return Status::notSupported("\"" + path + "\" is not a regular file.");
     }
     begin(facts.st_size, facts.st_mtim.tv_sec);
     return {};

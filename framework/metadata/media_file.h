@@ -27,9 +27,9 @@ class MediaFile {
     explicit MediaFile(const IsStopped *isStopped = nullptr) : isStopped_(isStopped) {}
 
     // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
-    Outcome open(const std::string &path);
+    Status open(const std::string &path);
     // The same of a file in an open folder; a failure speaks of `path`.
-    Outcome openIn(int folder, const char *name, const std::string &path);
+    Status openIn(int folder, const char *name, const std::string &path);
 
     // Opens what lies elsewhere.
     void open(std::unique_ptr<MediaBytes> bytes);

@@ -29,11 +29,11 @@ ReadMetadata *readers() {
 
 } // namespace
 
-void readMetadata(MediaFile &file, const std::string &name, Metadata &facts, Outcome &outcome) {
+void readMetadata(MediaFile &file, const std::string &name, Metadata &facts, Status &outcome) {
     if (ReadMetadata *const read = readers()) {
         read(file, name, facts, outcome);
     } else {
-        outcome = {MRB_ERR_NOT_SUPPORTED, "The library that reads media files is not there."};
+        outcome = Status::notSupported("The library that reads media files is not there.");
     }
 }
 

@@ -12,7 +12,7 @@ namespace mrb {
 // the bytes leave open what they are. A file that is damaged, empty or something else
 // says less, or nothing, and that is a success; a code other than MRB_ERR_NONE in
 // `outcome` means that it could not be read. Any thread.
-using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &facts, Outcome &outcome);
+using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &facts, Status &outcome);
 
 // What the library of the readers exports.
 extern "C" [[gnu::visibility("default")]] ReadMetadata mrb_read_metadata;

@@ -13,8 +13,8 @@ constexpr const char *PLAYED_COUNT = "PLAYED_COUNT";
 constexpr const char *PLAYED_POSITION = "PLAYED_POSITION";
 constexpr const char *PLAYED_TIME = "PLAYED_TIME";
 
-Outcome noSuchField(const char *name, const char *how) {
-    return {MRB_ERR_INVALID_PARAMETER, "There is no field \"" + std::string(name) + "\" to be " + how + "."};
+Status noSuchField(const char *name, const char *how) {
+    return Status::invalidParameter("There is no field \"" + std::string(name) + "\" to be " + how + ".");
 }
 
 std::int64_t within(std::int64_t number, std::int64_t least, std::int64_t most) {
@@ -57,7 +57,7 @@ bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
 
-Outcome readField(const ListSession &session, const char *name, FieldType type, FactValue &value) {
+Status readField(const ListSession &session, const char *name, FieldType type, FactValue &value) {
     const Field *field = findField(name);
     if (field == nullptr || field->type != type) {
         return noSuchField(name, "read with that type");
@@ -66,11 +66,11 @@ Outcome readField(const ListSession &session, const char *name, FieldType type, 
     const std::optional<ListEntry> entry =
         field->needs == FieldNeeds::NUMBERS ? session.list().currentNumbers() : session.current();
     if (!entry) {
-        return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
+        return Status::notFound("An empty list has no fields.");
     }
     const bool isPlaced = field->needs == FieldNeeds::PLACE || field->needs == FieldNeeds::FILE;
     const bool isOfFile = field->needs == FieldNeeds::WRITTEN || field->needs == FieldNeeds::FILE;
-    Outcome reading;
+    Status reading;
     std::shared_ptr<const MediaRecord> record;
     if (isOfFile) {
         const MediaItem item = session.items().mediaOf(entry->facts);
@@ -87,21 +87,21 @@ Outcome readField(const ListSession &session, const char *name, FieldType type, 
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {
-        return {MRB_ERR_TIMEOUT, "The metadata cache does not answer in time."};
+        return Status::timedOut("The metadata cache does not answer in time.");
     }
     if (isNothing(found)) {
-        if (reading.code != MRB_ERR_NONE) {
+        if (!reading.ok()) {
             return reading;
         }
         if (field->isRequired) {
-            return {MRB_ERR_NOT_FOUND, {}};
+            return Status::notFound();
         }
     }
     value = inType(found, type);
     return {};
 }
 
-Outcome writeField(const ListSession &session, const char *name, FactValue value) {
+Status writeField(const ListSession &session, const char *name, FactValue value) {
     const Field *field = findField(name);
     const auto *number = std::get_if<std::int64_t>(&value);
     const auto *text = std::get_if<std::string>(&value);
@@ -110,26 +110,26 @@ Outcome writeField(const ListSession &session, const char *name, FactValue value
         return noSuchField(name, "written with that type");
     }
     if (!field->isWritable) {
-        return {MRB_ERR_NOT_SUPPORTED, "The field \"" + std::string(name) + "\" cannot be written."};
+        return Status::notSupported("The field \"" + std::string(name) + "\" cannot be written.");
     }
     if (number != nullptr && (*number < field->least || *number > field->most)) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "The field \"" + std::string(name) + "\" cannot be " + std::to_string(*number) + "; it is " +
-                    std::to_string(field->least) + " to " + std::to_string(field->most) + "."};
+        return Status::invalidParameter("The field \"" + std::string(name) + "\" cannot be " +
+                                        std::to_string(*number) + "; it is " + std::to_string(field->least) +
+                                        " to " + std::to_string(field->most) + ".");
     }
     if (text != nullptr && (text->size() > Metadata::LONGEST_TEXT || !isUtf8(*text))) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "The text for the field \"" + std::string(name) + "\" is longer than " +
-                    std::to_string(Metadata::LONGEST_TEXT) +
-                    " bytes, is not UTF-8, or has control characters or spaces around it."};
+        return Status::invalidParameter(
+            "The text for the field \"" + std::string(name) + "\" is longer than " +
+            std::to_string(Metadata::LONGEST_TEXT) +
+            " bytes, is not UTF-8, or has control characters or spaces around it.");
     }
     const std::optional<ListEntry> entry = session.current();
     if (!entry) {
-        return {MRB_ERR_NOT_FOUND, "An empty list has no fields."};
+        return Status::notFound("An empty list has no fields.");
     }
     const MediaItem item = session.items().mediaOf(entry->facts);
     if (item.path.empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only the fields of files can be written."};
+        return Status::notSupported("Only the fields of files can be written.");
     }
     WrittenFields written;
     if (field->name == PLAYED_COUNT || field->name == PLAYED_POSITION) {

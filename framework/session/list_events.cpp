@@ -10,7 +10,7 @@
 namespace mrb {
 namespace {
 
-int lastEventOf(const Outcome &outcome) {
+int lastEventOf(const Status &outcome) {
     switch (outcome.code) {
     case MRB_ERR_NONE:
         return MRB_EVENT_LIST_READY;

@@ -54,34 +54,34 @@ FillResult ListFiller::fill() {
     try {
         result = items_.source().fill(*this);
     } catch (const std::bad_alloc &) {
-        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+        result.outcome = Status::outOfMemory("There is not enough memory for the list.");
     } catch (const std::length_error &) {
-        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the list."};
+        result.outcome = Status::outOfMemory("There is not enough memory for the list.");
     } catch (const std::exception &failure) {
-        result.outcome = {MRB_ERR_IO, failure.what()};
+        result.outcome = Status::ioError(failure.what());
     }
     if (full_) {
-        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "The list is full: the source holds more than " +
-                                                     std::to_string(ItemStore::MOST_ITEMS) +
-                                                     " items, or too much text."};
+        result.outcome =
+            Status::outOfMemory("The list is full: the source holds more than " +
+                                std::to_string(ItemStore::MOST_ITEMS) + " items, or too much text.");
     }
     return result;
 }
 
 // What a source gave before it failed is sorted too; a list that was cancelled is
 // left as it is, since whoever cancelled does not want to wait.
-void ListFiller::sort(Outcome &outcome) {
+void ListFiller::sort(Status &outcome) {
     try {
         const auto isStopped = [this] { return stopped(); };
         const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
             return sortValues(store, key, library_, fileOf, isStopped);
         };
-        if (!list_.sort(isStopped, valuesOf) && outcome.code == MRB_ERR_NONE) {
-            outcome = {MRB_ERR_CANCELLED, {}};
+        if (!list_.sort(isStopped, valuesOf) && outcome.ok()) {
+            outcome = Status::cancelled();
         }
     } catch (const std::bad_alloc &) {
-        outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to sort the list."};
+        outcome = Status::outOfMemory("There is not enough memory to sort the list.");
     }
 }
 

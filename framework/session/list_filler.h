@@ -50,7 +50,7 @@ class ListFiller final : private ItemSink {
     void prepareFiles() const;
     void beginWatch();
     FillResult fill();
-    void sort(Outcome &outcome);
+    void sort(Status &outcome);
     void reportGrowth();
     [[nodiscard]] bool hasFiles() const;
 

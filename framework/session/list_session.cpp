@@ -63,7 +63,7 @@ std::optional<std::string> ListSession::describe(std::int32_t index) const {
 int ListSession::reach(const ListEntry &entry) const {
     // A folder's path may lead to another one by now; a device that comes back is known by its id.
     const bool isGone = removed_ && source().device() == nullptr;
-    const Outcome outcome = isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, {}} : source().reach(entry.facts);
+    const Status outcome = isGone ? Status::deviceRemoved() : source().reach(entry.facts);
     return outcome.code;
 }
 

@@ -15,8 +15,8 @@ namespace {
 
 constexpr mode_t COPIED_MODE = 0666;
 
-Outcome about(const std::string &name, Outcome outcome) {
-    if (outcome.code != MRB_ERR_NONE) {
+Status about(const std::string &name, Status outcome) {
+    if (!outcome.ok()) {
         outcome.message = name + ": " + outcome.message;
     }
     return outcome;
@@ -29,10 +29,9 @@ std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<ListSession> list) {
     return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
 }
 
-Outcome CameraOrigin::begin(const Stopped &isStopped) {
+Status CameraOrigin::begin(const Stopped &isStopped) {
     stopped_ = isStopped;
-    return attachedCamera(device_) ? Outcome()
-                                   : Outcome{MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+    return attachedCamera(device_) ? Status() : Status::deviceRemoved("The camera is not attached any more.");
 }
 
 bool CameraOrigin::isThere() {
@@ -40,20 +39,20 @@ bool CameraOrigin::isThere() {
     return camera && mrb::isThere(camera->camera, stopped_);
 }
 
-Outcome CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+Status CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
     download_.reset();
     stopped_ = isStopped;
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
     name_ = displayText(item.name);
-    Outcome outcome;
+    Status outcome;
     const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locate(item).url, outcome);
     CameraFileFacts facts;
     if (source) {
         outcome = source->readFacts({isStopped}, facts);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return about(name_, std::move(outcome));
     }
     size_ = facts.size;
@@ -75,21 +74,21 @@ Origin::End CameraOrigin::copy(int destination, const std::function<bool(std::ui
     const auto take = [&](std::string_view bytes) {
         isOver = bytes.empty();
         if (isKnown && bytes.size() > size - end.bytes) {
-            end.outcome = {MRB_ERR_PROTOCOL, "The camera sends more than it says."};
+            end.outcome = Status::protocolError("The camera sends more than it says.");
             return;
         }
         end.destinationError = writer.write(bytes);
         end.bytes += end.destinationError == 0 ? bytes.size() : 0;
     };
-    while (!isOver && !end.stopped && end.destinationError == 0 && end.outcome.code == MRB_ERR_NONE) {
-        Outcome outcome = download_->next(take);
-        if (outcome.code != MRB_ERR_NONE) {
+    while (!isOver && !end.stopped && end.destinationError == 0 && end.outcome.ok()) {
+        Status outcome = download_->next(take);
+        if (!outcome.ok()) {
             end.outcome = std::move(outcome);
         }
         end.stopped = end.outcome.code == MRB_ERR_CANCELLED || (!isOver && !moved(end.bytes));
     }
     if (isOver && isKnown && end.bytes < size) {
-        end.outcome = {MRB_ERR_PROTOCOL, "The camera sends less than it says."};
+        end.outcome = Status::protocolError("The camera sends less than it says.");
     }
     download_.reset();
     end.outcome = about(name_, std::move(end.outcome));

@@ -18,9 +18,9 @@ class CameraOrigin final : public Origin {
     CameraOrigin(std::shared_ptr<ListSession> list, std::string device)
         : list_(std::move(list)), device_(std::move(device)) {}
 
-    Outcome begin(const Stopped &isStopped) override;
+    Status begin(const Stopped &isStopped) override;
     [[nodiscard]] bool isThere() override;
-    Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
   private:

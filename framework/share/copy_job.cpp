@@ -28,12 +28,11 @@ constexpr std::uint64_t LEAST_BLOCK = 512;
 
 bool isRemoved(int error) { return resultOfErrno(error) == MRB_ERR_DEVICE_REMOVED; }
 
-Outcome outcomeOfWriting(int error, const std::string &name) {
+Status outcomeOfWriting(int error, const std::string &name) {
     if (error == EFBIG) {
-        return {MRB_ERR_NO_SPACE,
-                "Writing " + name + ": the destination cannot hold files as large as this."};
+        return Status::noSpace("Writing " + name + ": the destination cannot hold files as large as this.");
     }
-    return outcomeOfErrno(error, "Writing " + name);
+    return Status::ofErrno(error, "Writing " + name);
 }
 
 } // namespace
@@ -43,20 +42,20 @@ CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::un
     : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
       destination_(std::move(destination)), way_(destination_.folder(), makeSubfolder) {}
 
-Outcome CopyJob::make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
-                      const std::string &destination, std::unique_ptr<Job> &job) {
+Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
+                     const std::string &destination, std::unique_ptr<Job> &job) {
     const std::string path =
         destination.starts_with("file://") ? pathOfFileUri(destination).value_or("") : destination;
     if (!path.starts_with('/')) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "The destination \"" + destination + "\" is neither an absolute path nor a file:// URI."};
+        return Status::invalidParameter("The destination \"" + destination +
+                                        "\" is neither an absolute path nor a file:// URI.");
     }
     Place place;
     if (const int error = Place::open(path, O_RDONLY, place); error != 0) {
-        return outcomeOfErrno(error, path);
+        return Status::ofErrno(error, path);
     }
     if (faccessat(place.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
-        return outcomeOfErrno(errno, path);
+        return Status::ofErrno(errno, path);
     }
     job.reset(new CopyJob(std::move(list), std::move(selection), std::move(origin), std::move(place)));
     return {};
@@ -75,7 +74,7 @@ JobEnd CopyJob::run(JobListener &listener) {
 }
 
 int CopyJob::lastEvent() {
-    if (end_.outcome.code == MRB_ERR_NONE) {
+    if (end_.outcome.ok()) {
         return MRB_EVENT_SHARE_DONE;
     }
     // What goes away file by file is still there when the first of them is missed.
@@ -97,14 +96,14 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     const std::uint64_t free = std::uint64_t{space.f_bavail} * block;
     const bool hasNames = space.f_files == 0 || space.f_favail >= plan.files;
     if (isKnown && (plan.needed > free || !hasNames)) {
-        failures_.add({MRB_ERR_NO_SPACE, "The copy needs " + std::to_string(plan.needed) + " bytes; " +
-                                             std::to_string(free) + " are free."},
+        failures_.add(Status::noSpace("The copy needs " + std::to_string(plan.needed) + " bytes; " +
+                                      std::to_string(free) + " are free."),
                       "", end_);
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    const Outcome outcome = origin_->begin([&] { return listener.stopped(); });
-    if (outcome.code == MRB_ERR_NONE) {
+    const Status outcome = origin_->begin([&] { return listener.stopped(); });
+    if (outcome.ok()) {
         return true;
     }
     if (outcome.code == MRB_ERR_CANCELLED) {
@@ -141,9 +140,9 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
     }
     // The source first: a folder that is gone is not made anew.
     Origin::File source;
-    const Outcome opened = origin_->open(
+    const Status opened = origin_->open(
         item, [&] { return listener.stopped(); }, source);
-    if (opened.code != MRB_ERR_NONE) {
+    if (!opened.ok()) {
         return sourceFailed(opened, item.name);
     }
     path.erase(0, common.empty() ? 0 : common.size() + 1);
@@ -177,8 +176,7 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &ite
         isThere = isThere && isDestinationThere();
         return isThere && !listener.stopped();
     });
-    const bool isWhole =
-        copied.outcome.code == MRB_ERR_NONE && copied.destinationError == 0 && !copied.stopped;
+    const bool isWhole = copied.outcome.ok() && copied.destinationError == 0 && !copied.stopped;
     const int timesError = isWhole && futimens(file.number(), source.times.data()) != 0 ? errno : 0;
     // A file system without time stamps may say so; the copy is whole all the same.
     if (timesError != 0 && timesError != EPERM && timesError != EOPNOTSUPP && timesError != EINVAL) {
@@ -195,7 +193,7 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &ite
     if (copied.destinationError != 0) {
         return destinationFailed(copied.destinationError, item.name);
     }
-    if (copied.outcome.code != MRB_ERR_NONE) {
+    if (!copied.outcome.ok()) {
         return sourceFailed(copied.outcome, item.name);
     }
     // So that the device works while the next file is read.
@@ -255,7 +253,7 @@ CopyJob::Step CopyJob::saveFolders() {
     return destination_.isThere() ? Step::GO_ON : destinationFailed(ENODEV, "");
 }
 
-CopyJob::Step CopyJob::sourceFailed(const Outcome &outcome, const std::string &name) {
+CopyJob::Step CopyJob::sourceFailed(const Status &outcome, const std::string &name) {
     if (outcome.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
@@ -270,7 +268,7 @@ CopyJob::Step CopyJob::sourceFailed(const Outcome &outcome, const std::string &n
 CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
     const bool isGone = isRemoved(error) || !destination_.isThere();
     const bool isOfThisFile = error == EFBIG || error == EINVAL || error == EILSEQ || error == ENAMETOOLONG;
-    failures_.add(isGone ? Outcome{MRB_ERR_DEVICE_REMOVED, "The destination is gone."}
+    failures_.add(isGone ? Status::deviceRemoved("The destination is gone.")
                          : outcomeOfWriting(error, displayText(name)),
                   name, end_);
     if (isGone) {

@@ -23,9 +23,8 @@ class CopyJob final : public Job {
   public:
     // Checks what can be checked at once, and opens the destination: the absolute path or
     // file:// URI of a folder.
-    static Outcome make(std::shared_ptr<ListSession> list, Selection selection,
-                        std::unique_ptr<Origin> origin, const std::string &destination,
-                        std::unique_ptr<Job> &job);
+    static Status make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
+                       const std::string &destination, std::unique_ptr<Job> &job);
 
     JobEnd run(JobListener &listener) override;
 
@@ -55,7 +54,7 @@ class CopyJob final : public Job {
 
     // The source's failures cost a file, the destination's the whole share, unless
     // it is the file that it cannot hold.
-    Step sourceFailed(const Outcome &outcome, const std::string &name);
+    Step sourceFailed(const Status &outcome, const std::string &name);
     Step destinationFailed(int error, const std::string &name);
     Step end(int event);
     // Of a copy that looked at every item.

@@ -4,11 +4,11 @@
 
 namespace mrb {
 
-void Failures::add(const Outcome &outcome, const std::string &name, JobEnd &end) {
+void Failures::add(const Status &outcome, const std::string &name, JobEnd &end) {
     if (++count_ <= MOST_LOGGED) {
         MRB_LOG_WARNING("%s: %s (%s)", what_, outcome.message.c_str(), resultName(outcome.code));
     }
-    if (end.outcome.code == MRB_ERR_NONE) {
+    if (end.outcome.ok()) {
         end.outcome = outcome;
         end.name = name;
     }

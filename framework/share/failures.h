@@ -15,7 +15,7 @@ class Failures {
     explicit Failures(const char *what) : what_(what) {}
 
     // `name` is that of the file with which it failed; empty: with none.
-    void add(const Outcome &outcome, const std::string &name, JobEnd &end);
+    void add(const Status &outcome, const std::string &name, JobEnd &end);
     // Logs how many were not named.
     void conclude() const;
 

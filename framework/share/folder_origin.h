@@ -13,7 +13,7 @@ class FolderOrigin final : public LocalOrigin {
     explicit FolderOrigin(std::shared_ptr<ListSession> list)
         : LocalOrigin(list->source().watchedRoot()), list_(std::move(list)) {}
 
-    Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
 
   private:
     [[nodiscard]] MountIdentity mountOfRoot() const override;

@@ -27,7 +27,7 @@ class JobListener {
 // How a job ended.
 struct JobEnd {
     int event = 0;    // one of the MRB_EVENT_SHARE_ that end a share, or MRB_EVENT_DEVICE_REMOVED
-    Outcome outcome;  // what went wrong first
+    Status outcome;   // what went wrong first
     std::string name; // of the file with which it did; empty: with none
     // What arrived for good.
     std::uint32_t files = 0;

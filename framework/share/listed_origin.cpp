@@ -11,17 +11,17 @@ namespace mrb {
 namespace {
 
 // The next file may lie on another device, and is tried whatever became of this one's.
-Outcome ofThisFile(Outcome outcome) {
+Status ofThisFile(Status outcome) {
     const bool isOfDevice = outcome.code == MRB_ERR_DEVICE_REMOVED || outcome.code == MRB_ERR_TIMEOUT;
     outcome.code = isOfDevice ? MRB_ERR_NOT_FOUND : outcome.code;
     return outcome;
 }
 
-Outcome notHere(const ItemFacts &item, const ItemLocation &location) {
-    return {MRB_ERR_NOT_FOUND, displayText(item.name) +
-                                   (location.path.empty() ? ": it lies on another machine, and only files of "
+Status notHere(const ItemFacts &item, const ItemLocation &location) {
+    return Status::notFound(displayText(item.name) + (location.path.empty()
+                                                          ? ": it lies on another machine, and only files of "
                                                             "this one are taken."
-                                                          : ": there is no file " + location.path + ".")};
+                                                          : ": there is no file " + location.path + "."));
 }
 
 std::string folderNameOf(std::string_view playlist) {
@@ -33,7 +33,7 @@ std::string folderNameOf(std::string_view playlist) {
 
 } // namespace
 
-Outcome ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
+Status ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
     const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
         return notHere(item, list_->items().locate(item));

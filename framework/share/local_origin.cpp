@@ -15,16 +15,16 @@ namespace {
 // mask allows; pictures are no programs.
 constexpr mode_t COPIED_MODE = 0666;
 
-Outcome outcomeOfFile(int error, const std::string &name) {
+Status outcomeOfFile(int error, const std::string &name) {
     if (error == ENODATA) {
-        return {MRB_ERR_IO, displayText(name) + ": the file became shorter while it was copied."};
+        return Status::ioError(displayText(name) + ": the file became shorter while it was copied.");
     }
-    return error == 0 ? Outcome() : outcomeOfErrno(error, displayText(name));
+    return error == 0 ? Status() : Status::ofErrno(error, displayText(name));
 }
 
 } // namespace
 
-Outcome LocalOrigin::begin(const Stopped & /*isStopped*/) {
+Status LocalOrigin::begin(const Stopped & /*isStopped*/) {
     int error = Place::open(root_, O_PATH, place_);
     const MountIdentity listed = mountOfRoot();
     if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {
@@ -34,7 +34,7 @@ Outcome LocalOrigin::begin(const Stopped & /*isStopped*/) {
         way_.emplace(place_.folder(), openSubfolder);
         return {};
     }
-    Outcome outcome = outcomeOfErrno(error, root_);
+    Status outcome = Status::ofErrno(error, root_);
     outcome.code = error == ENOENT ? MRB_ERR_DEVICE_REMOVED : outcome.code;
     return outcome;
 }
@@ -46,8 +46,8 @@ int LocalOrigin::goTo(std::string_view path, const MountIdentity &mount, OpenFol
     return isOther ? ENOENT : error;
 }
 
-Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const MountIdentity &mount,
-                              const std::string &name, File &file) {
+Status LocalOrigin::openFile(std::string_view path, LastLink link, const MountIdentity &mount,
+                             const std::string &name, File &file) {
     const std::size_t slash = path.rfind('/');
     const std::string last(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
     OpenFolderPtr from;
@@ -72,7 +72,7 @@ Outcome LocalOrigin::openFile(std::string_view path, LastLink link, const MountI
     return {};
 }
 
-Outcome LocalOrigin::openFolder(std::string_view path, const MountIdentity &mount, const std::string &name) {
+Status LocalOrigin::openFolder(std::string_view path, const MountIdentity &mount, const std::string &name) {
     OpenFolderPtr folder;
     return outcomeOfFile(goTo(path, mount, folder), name);
 }

@@ -18,7 +18,7 @@ namespace mrb {
 // Origin is.
 class LocalOrigin : public Origin {
   public:
-    Outcome begin(const Stopped &isStopped) override;
+    Status begin(const Stopped &isStopped) override;
     [[nodiscard]] bool isThere() override { return place_.isThere(); }
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
@@ -33,9 +33,9 @@ class LocalOrigin : public Origin {
     // Both take a path below the root, names joined with '/', on which no folder may be a
     // link, the mount on which the folder there was when it was listed, and the name by which a
     // failure speaks of what is there. Nothing of another mount is opened.
-    Outcome openFile(std::string_view path, LastLink link, const MountIdentity &mount,
-                     const std::string &name, File &file);
-    Outcome openFolder(std::string_view path, const MountIdentity &mount, const std::string &name);
+    Status openFile(std::string_view path, LastLink link, const MountIdentity &mount, const std::string &name,
+                    File &file);
+    Status openFolder(std::string_view path, const MountIdentity &mount, const std::string &name);
 
     // On which mount the root was when it was listed; not known: it does not matter.
     [[nodiscard]] virtual MountIdentity mountOfRoot() const { return {}; }

@@ -8,10 +8,10 @@
 
 namespace mrb {
 
-Outcome LockJob::mark(const ItemFacts &facts) const {
+Status LockJob::mark(const ItemFacts &facts) const {
     const MediaItem item = list_->items().mediaOf(facts);
     if (item.path.empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only files can be locked."};
+        return Status::notSupported("Only files can be locked.");
     }
     return list_->library().writeNow(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
 }
@@ -29,12 +29,12 @@ JobEnd LockJob::run(JobListener &listener) {
             const ItemFacts facts = list_->list().factsOf(item);
             const std::string name = displayText(facts.name);
             listener.fileBegins(name, 0, 0);
-            Outcome outcome = mark(facts);
-            listener.fileEnds(outcome.code == MRB_ERR_NONE);
+            Status outcome = mark(facts);
+            listener.fileEnds(outcome.ok());
             --left;
-            if (outcome.code == MRB_ERR_NONE) {
+            if (outcome.ok()) {
                 ++end.files;
-            } else if (end.outcome.code == MRB_ERR_NONE) {
+            } else if (end.outcome.ok()) {
                 end = {MRB_EVENT_SHARE_FAILED, std::move(outcome), name, end.files, 0};
             }
         }

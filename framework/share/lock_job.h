@@ -18,7 +18,7 @@ class LockJob final : public Job {
     JobEnd run(JobListener &listener) override;
 
   private:
-    [[nodiscard]] Outcome mark(const ItemFacts &facts) const;
+    [[nodiscard]] Status mark(const ItemFacts &facts) const;
 
     std::shared_ptr<ListSession> list_;
     Selection selection_;

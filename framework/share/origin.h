@@ -30,7 +30,7 @@ class Origin {
     // How copying a file's bytes ended: they are all there when the code is MRB_ERR_NONE,
     // nothing was stopped, and the destination met no error.
     struct End {
-        Outcome outcome;
+        Status outcome;
         int destinationError = 0; // an errno
         bool stopped = false;
         std::uint64_t bytes = 0; // that were written
@@ -42,12 +42,12 @@ class Origin {
     Origin &operator=(const Origin &) = delete;
 
     // Called once, before the others. MRB_ERR_DEVICE_REMOVED: it is gone.
-    virtual Outcome begin(const Stopped &isStopped) = 0;
+    virtual Status begin(const Stopped &isStopped) = 0;
     // Whether it is there as a whole, whatever became of one file.
     [[nodiscard]] virtual bool isThere() = 0;
 
     // Opens an item of the list; of a folder nothing is known but that it is there.
-    virtual Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) = 0;
+    virtual Status open(const ItemFacts &item, const Stopped &isStopped, File &file) = 0;
     // Copies the file that was opened last to an empty one. `moved` hears how many bytes
     // are there, again and again; false: stop.
     virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;

@@ -31,13 +31,13 @@ bool isMedia(std::uint8_t type) {
 }
 
 // Whether a server is about to send what it has in its list.
-Outcome compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) {
+Status compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) {
     if (isMedia(item.type) && isPage(promise.mimeType)) {
-        return {MRB_ERR_PROTOCOL, "The server sends " + promise.mimeType + " in its place."};
+        return Status::protocolError("The server sends " + promise.mimeType + " in its place.");
     }
     if (promise.size != UNKNOWN && item.size != UNKNOWN && promise.size != item.size) {
-        return {MRB_ERR_PROTOCOL, "The server lists " + std::to_string(item.size) + " bytes and sends " +
-                                      std::to_string(promise.size) + "."};
+        return Status::protocolError("The server lists " + std::to_string(item.size) + " bytes and sends " +
+                                     std::to_string(promise.size) + ".");
     }
     return {};
 }
@@ -51,28 +51,28 @@ std::string plainName(std::string_view title) {
 
 } // namespace
 
-Outcome ServerOrigin::begin(const Stopped &isStopped) {
+Status ServerOrigin::begin(const Stopped &isStopped) {
     isStopped_ = isStopped;
     return server_.directories->connect(server_.id, isStopped, transfers_);
 }
 
 bool ServerOrigin::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
 
-Outcome ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+Status ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
     name_ = displayText(item.name);
     const ItemLocation location = list_->items().locate(item);
     if (location.url.empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, name_ + ": the server says no address of it."};
+        return Status::notSupported(name_ + ": the server says no address of it.");
     }
     dlna::Transfers::Promise promise;
-    Outcome outcome = transfers_->beginDownload(location.url, isStopped, promise);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = transfers_->beginDownload(location.url, isStopped, promise);
+    if (outcome.ok()) {
         outcome = compared(promise, item);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return judged(std::move(outcome));
     }
     const std::int64_t size = promise.size != UNKNOWN ? promise.size : item.size;
@@ -91,7 +91,7 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
     FileWriter writer(destination);
     const auto take = [&](std::span<const char> bytes) {
         if (bytes.size() > most_ - end.bytes) {
-            end.outcome = {MRB_ERR_PROTOCOL, name_ + ": the server sends more than it says."};
+            end.outcome = Status::protocolError(name_ + ": the server sends more than it says.");
             return false;
         }
         end.destinationError = writer.write(bytes);
@@ -102,21 +102,21 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
         end.stopped = !moved(end.bytes);
         return !end.stopped;
     };
-    Outcome outcome = transfers_->finishDownload(take, isStopped_);
+    Status outcome = transfers_->finishDownload(take, isStopped_);
     end.stopped = end.stopped || outcome.code == MRB_ERR_CANCELLED;
-    if (end.stopped || end.destinationError != 0 || end.outcome.code != MRB_ERR_NONE) {
+    if (end.stopped || end.destinationError != 0 || !end.outcome.ok()) {
         return end;
     }
-    if (outcome.code == MRB_ERR_NONE && isExact_ && end.bytes < most_) {
-        outcome = {MRB_ERR_PROTOCOL, "The server sends less than it says."};
+    if (outcome.ok() && isExact_ && end.bytes < most_) {
+        outcome = Status::protocolError("The server sends less than it says.");
     }
     end.outcome = judged(std::move(outcome));
     return end;
 }
 
-Outcome ServerOrigin::judged(Outcome outcome) const {
+Status ServerOrigin::judged(Status outcome) const {
     outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped_);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         outcome.message = name_ + ": " + outcome.message;
     }
     return outcome;

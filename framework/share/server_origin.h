@@ -20,9 +20,9 @@ class ServerOrigin final : public Origin {
     ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
         : list_(std::move(list)), server_(std::move(server)) {}
 
-    Outcome begin(const Stopped &isStopped) override;
+    Status begin(const Stopped &isStopped) override;
     [[nodiscard]] bool isThere() override;
-    Outcome open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // Titles as names that any file system takes.
@@ -30,7 +30,7 @@ class ServerOrigin final : public Origin {
     [[nodiscard]] std::string nameOf(const ItemFacts &item) const override;
 
   private:
-    [[nodiscard]] Outcome judged(Outcome outcome) const;
+    [[nodiscard]] Status judged(Status outcome) const;
 
     const std::shared_ptr<ListSession> list_;
     const dlna::DlnaService::Found server_;

@@ -43,15 +43,15 @@ JobEnd Share::work() {
     try {
         end = job_->run(*this);
     } catch (const std::bad_alloc &) {
-        end.outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the share."};
+        end.outcome = Status::outOfMemory("There is not enough memory for the share.");
     } catch (const std::exception &failure) {
-        end.outcome = {MRB_ERR_IO, failure.what()};
+        end.outcome = Status::ioError(failure.what());
     }
     return end;
 }
 
 void Share::conclude(const JobEnd &end) {
-    if (end.outcome.code != MRB_ERR_NONE) {
+    if (!end.outcome.ok()) {
         MRB_LOG_ERROR("Share %d did not do all: %s", handle_, end.outcome.message.c_str());
     }
     const std::lock_guard guard(lock_);

@@ -29,31 +29,31 @@ std::unique_ptr<Origin> originOf(const std::shared_ptr<ListSession> &list) {
     return CameraOrigin::make(list);
 }
 
-Outcome makeDownload(const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-                     Selection selection, std::unique_ptr<Job> &job) {
+Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSession> &list,
+                    Selection selection, std::unique_ptr<Job> &job) {
     dlna::DlnaService::Found server;
-    Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (!outcome.ok()) {
         return outcome;
     }
     const std::vector<std::int32_t> items = list->list().expand(selection);
     const ItemFacts first = items.empty() ? ItemFacts() : list->list().factsOf(items.front());
     if (!DlnaSource::isMediaId(server.id, list->items().locate(first).mediaId)) {
-        return {MRB_ERR_INVALID_PARAMETER, "The list is none of the DLNA server \"" + server.name + "\"."};
+        return Status::invalidParameter("The list is none of the DLNA server \"" + server.name + "\".");
     }
     auto origin = std::make_unique<ServerOrigin>(list, std::move(server));
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }
 
-Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession> &list, Selection selection,
-                   std::unique_ptr<Job> &job) {
+Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession> &list, Selection selection,
+                  std::unique_ptr<Job> &job) {
     std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
-        return {MRB_ERR_NOT_SUPPORTED, "Items of DLNA servers can only be fetched from there."};
+        return Status::notSupported("Items of DLNA servers can only be fetched from there.");
     }
     dlna::DlnaService::Found server;
-    Outcome outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (outcome.ok()) {
         std::string container = DlnaSource::objectId(server.id, request.dlnaServiceProvider);
         job = std::make_unique<UploadJob>(list, std::move(selection), std::move(origin), std::move(server),
                                           std::move(container));
@@ -66,8 +66,8 @@ Outcome makeUpload(const ShareRequest &request, const std::shared_ptr<ListSessio
 int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                   ShareListener listener, mrb_share_handler_h *handle) {
     std::unique_ptr<Job> job;
-    const Outcome outcome = makeJob(type, request, list, job);
-    if (outcome.code != MRB_ERR_NONE) {
+    const Status outcome = makeJob(type, request, list, job);
+    if (!outcome.ok()) {
         MRB_LOG_WARNING("Share not started: %s", outcome.message.c_str());
         return outcome.code;
     }
@@ -88,24 +88,24 @@ int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<L
     return MRB_ERR_NONE;
 }
 
-Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-                        std::unique_ptr<Job> &job) {
+Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
+                       std::unique_ptr<Job> &job) {
     switch (type) {
     case MRB_SHARE_COPY:
     case MRB_SHARE_DLNA:
     case MRB_SHARE_LOCK:
         break;
     case MRB_SHARE_DELETE:
-        return {MRB_ERR_NOT_SUPPORTED, "This framework deletes nothing of a user's."};
+        return Status::notSupported("This framework deletes nothing of a user's.");
     default:
-        return {MRB_ERR_NOT_SUPPORTED, "There is no share of type " + std::to_string(type) + "."};
+        return Status::notSupported("There is no share of type " + std::to_string(type) + ".");
     }
     if (!list) {
-        return {MRB_ERR_INVALID_HANDLE, "Its handle names no open list."};
+        return Status::invalidHandle("Its handle names no open list.");
     }
     Selection selection = list->list().selection();
     if (selection.count() == 0) {
-        return {MRB_ERR_NOT_FOUND, "No item of the list is selected."};
+        return Status::notFound("No item of the list is selected.");
     }
     if (type == MRB_SHARE_LOCK) {
         job = std::make_unique<LockJob>(list, std::move(selection), request.lock);
@@ -118,11 +118,11 @@ Outcome Shares::makeJob(int type, const ShareRequest &request, const std::shared
     }
     if (request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA ||
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
-        return {MRB_ERR_NOT_SUPPORTED, "To and from DLNA servers files are shared with the type 4."};
+        return Status::notSupported("To and from DLNA servers files are shared with the type 4.");
     }
     std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
-        return {MRB_ERR_NOT_SUPPORTED, "Only lists of folders, playlists and cameras can be copied."};
+        return Status::notSupported("Only lists of folders, playlists and cameras can be copied.");
     }
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
 }

@@ -47,8 +47,8 @@ class Shares {
     bool finish(std::chrono::steady_clock::time_point deadline) { return workers_.finish(deadline); }
 
   private:
-    static Outcome makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-                           std::unique_ptr<Job> &job);
+    static Status makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
+                          std::unique_ptr<Job> &job);
     std::shared_ptr<Share> add(ShareListener listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
     void remove(mrb_share_handler_h handle);
 

@@ -21,7 +21,7 @@ std::string temporaryFolder() {
 
 } // namespace
 
-Outcome SpooledFile::fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped) {
+Status SpooledFile::fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped) {
     const std::string folder = temporaryFolder();
     const std::string about = name + ": a temporary file in " + folder;
     Place place;
@@ -30,14 +30,14 @@ Outcome SpooledFile::fill(Origin &origin, const std::string &name, const Origin:
         error = NewFile::make(place.folder(), MODE, file_);
     }
     if (error != 0) {
-        return outcomeOfErrno(error, about);
+        return Status::ofErrno(error, about);
     }
     Origin::End end = origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !isStopped(); });
     size_ = end.bytes;
     if (end.stopped) {
-        return {MRB_ERR_CANCELLED, {}};
+        return Status::cancelled();
     }
-    return end.destinationError != 0 ? outcomeOfErrno(end.destinationError, about) : std::move(end.outcome);
+    return end.destinationError != 0 ? Status::ofErrno(end.destinationError, about) : std::move(end.outcome);
 }
 
 } // namespace mrb

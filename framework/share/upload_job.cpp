@@ -46,9 +46,9 @@ JobEnd UploadJob::run(JobListener &listener) {
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
     if (step == Step::GO_ON) {
-        const bool isGone = end_.outcome.code != MRB_ERR_NONE && !origin_->isThere();
+        const bool isGone = !end_.outcome.ok() && !origin_->isThere();
         const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
-        end(end_.outcome.code == MRB_ERR_NONE ? MRB_EVENT_SHARE_DONE : failure);
+        end(end_.outcome.ok() ? MRB_EVENT_SHARE_DONE : failure);
     }
     failures_.conclude();
     transfers_.reset();
@@ -62,14 +62,14 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     if (listener.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    Outcome outcome = origin_->begin(isStopped);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = origin_->begin(isStopped);
+    if (outcome.ok()) {
         outcome = server_.directories->connect(server_.id, isStopped, transfers_);
     }
-    if (outcome.code != MRB_ERR_NONE && failed(outcome, "") == Step::GO_ON) {
+    if (!outcome.ok() && failed(outcome, "") == Step::GO_ON) {
         return end(MRB_EVENT_SHARE_FAILED);
     }
-    return outcome.code == MRB_ERR_NONE ? Step::GO_ON : Step::END;
+    return outcome.ok() ? Step::GO_ON : Step::END;
 }
 
 UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
@@ -78,10 +78,10 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     const char *upnpClass = classOf(item.type);
     const std::string name = displayText(item.name);
     if (upnpClass == nullptr || type == nullptr) {
-        return failed({MRB_ERR_INVALID_PARAMETER, name + " is nothing that DLNA servers take."}, item.name);
+        return failed(Status::invalidParameter(name + " is nothing that DLNA servers take."), item.name);
     }
     Origin::File source;
-    if (Outcome outcome = origin_->open(item, isStopped, source); outcome.code != MRB_ERR_NONE) {
+    if (Status outcome = origin_->open(item, isStopped, source); !outcome.ok()) {
         return failed(outcome, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
@@ -90,7 +90,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     file.descriptor = origin_->number();
     file.size = source.size;
     SpooledFile spooled;
-    Outcome outcome = file.descriptor < 0 ? fetch(name, isStopped, spooled, file) : Outcome();
+    Status outcome = file.descriptor < 0 ? fetch(name, isStopped, spooled, file) : Status();
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
         file.title.resize(dot); // servers tell titles, not names
@@ -99,14 +99,14 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     file.mimeType = type->mimeType;
     file.upnpClass = upnpClass;
     file.container = container_;
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         outcome = transfers_->upload(
             file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, isStopped);
         outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped);
         outcome.message.insert(0, name + ": ");
     }
-    listener.fileEnds(outcome.code == MRB_ERR_NONE);
-    if (outcome.code != MRB_ERR_NONE) {
+    listener.fileEnds(outcome.ok());
+    if (!outcome.ok()) {
         return failed(outcome, item.name);
     }
     ++end_.files;
@@ -115,15 +115,15 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
 }
 
 // A server reads a file in any order and again, a camera gives it once and slowly.
-Outcome UploadJob::fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
-                         dlna::Upload &file) {
-    Outcome outcome = spooled.fill(*origin_, name, isStopped);
+Status UploadJob::fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+                        dlna::Upload &file) {
+    Status outcome = spooled.fill(*origin_, name, isStopped);
     file.descriptor = spooled.number();
     file.size = spooled.size();
     return outcome;
 }
 
-UploadJob::Step UploadJob::failed(const Outcome &outcome, const std::string &name) {
+UploadJob::Step UploadJob::failed(const Status &outcome, const std::string &name) {
     if (outcome.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }

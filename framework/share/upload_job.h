@@ -32,9 +32,9 @@ class UploadJob final : public Job {
 
     Step begin(JobListener &listener);
     Step send(const ItemFacts &item, JobListener &listener);
-    Outcome fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
-                  dlna::Upload &file);
-    Step failed(const Outcome &outcome, const std::string &name);
+    Status fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+                 dlna::Upload &file);
+    Step failed(const Status &outcome, const std::string &name);
     Step end(int event);
 
     const std::shared_ptr<ListSession> list_;

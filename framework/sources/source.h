@@ -60,7 +60,7 @@ struct FillResult {
         }
     }
 
-    Outcome outcome;
+    Status outcome;
     std::int64_t unreadable = 0;                // folders that could not be read, or not to their end
     std::int64_t tooDeep = 0;                   // folders too far down to be read
     std::int64_t leftOut = 0;                   // items that the source gave and that cannot be used
@@ -90,7 +90,7 @@ class Source {
 
     // Whether the item is still there, as far as that can be said without waiting for
     // another machine. MRB_ERR_NOT_FOUND: it is gone.
-    [[nodiscard]] virtual Outcome reach(const ItemFacts & /*item*/) const { return {}; }
+    [[nodiscard]] virtual Status reach(const ItemFacts & /*item*/) const { return {}; }
     // The exact bytes of the path under which this machine has the item as a file, or its URL
     // where that lies on a camera, see MediaFile; empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
@@ -124,6 +124,6 @@ class Source {
 };
 
 // Makes the source that `request` names and checks that it can be reached.
-Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source);
+Status makeSource(const ListRequest &request, std::unique_ptr<Source> &source);
 
 } // namespace mrb

@@ -11,7 +11,7 @@ namespace {
 
 struct Entry {
     const char *name;
-    Outcome (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
+    Status (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
     bool readsPrepareData = false; // else a request with some is refused
 };
 
@@ -24,16 +24,16 @@ constexpr Entry SOURCES[] = {
 
 } // namespace
 
-Outcome makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
+Status makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
     for (const Entry &entry : SOURCES) {
         if (request.source == entry.name) {
             if (!request.prepareData.empty() && !entry.readsPrepareData) {
-                return {MRB_ERR_NOT_SUPPORTED, "Play data is not prepared while a list is opened."};
+                return Status::notSupported("Play data is not prepared while a list is opened.");
             }
             return entry.make(request, source);
         }
     }
-    return {MRB_ERR_INVALID_PARAMETER, "There is no source \"" + request.source + "\"."};
+    return Status::invalidParameter("There is no source \"" + request.source + "\".");
 }
 
 } // namespace mrb

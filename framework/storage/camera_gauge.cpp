@@ -28,7 +28,7 @@ struct Asked {
     bool isWarned = false; // since its last answer
 };
 
-void warn(Asked &asked, const std::string &name, const Outcome &outcome) {
+void warn(Asked &asked, const std::string &name, const Status &outcome) {
     if (!std::exchange(asked.isWarned, true)) {
         MRB_LOG_WARNING("The camera \"%s\" does not tell what it has room for: %s (%s)", name.c_str(),
                         outcome.message.c_str(), resultName(outcome.code));
@@ -56,12 +56,12 @@ void CameraGauge::ask(std::span<const Device> cameras) {
     for (const Device &camera : cameras) {
         const auto [known, isNew] = mailbox_->cameras.try_emplace(camera.camera);
         Asked &asked = known->second;
-        Outcome outcome;
+        Status outcome;
         if (!asked.task && (isNew || Clock::now() - asked.ended >= FRESH)) {
             try {
                 start(mailbox_, camera);
             } catch (const std::exception &failure) {
-                warn(asked, camera.name, {MRB_ERR_OUT_OF_MEMORY, failure.what()});
+                warn(asked, camera.name, Status::outOfMemory(failure.what()));
             }
         } else if (asked.task && CameraService::instance().isOver(asked.task, outcome) &&
                    outcome.code == MRB_ERR_TIMEOUT) {
@@ -74,7 +74,7 @@ void CameraGauge::ask(std::span<const Device> cameras) {
 void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
     const auto sizes = std::make_shared<CameraSizes>();
     const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
-    const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Outcome &outcome) {
+    const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Status &outcome) {
         const std::lock_guard guard(mailbox->lock);
         const auto known = mailbox->cameras.find(address);
         if (known == mailbox->cameras.end()) {
@@ -82,7 +82,7 @@ void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &c
         }
         known->second.task = nullptr;
         known->second.ended = Clock::now();
-        if (outcome.code != MRB_ERR_NONE) {
+        if (!outcome.ok()) {
             if (outcome.code != MRB_ERR_CANCELLED) { // The process ends.
                 warn(known->second, name, outcome);
             }

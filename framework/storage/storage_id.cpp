@@ -48,30 +48,30 @@ bool isWithin(const std::string &path, const std::string &folder) {
 
 } // namespace
 
-Outcome readStorageId(const std::string &path, std::string &id) {
+Status readStorageId(const std::string &path, std::string &id) {
     if (!path.starts_with('/')) {
-        return {MRB_ERR_INVALID_PARAMETER, "The mount path \"" + path + "\" is not absolute."};
+        return Status::invalidParameter("The mount path \"" + path + "\" is not absolute.");
     }
     const std::unique_ptr<char, Release> real(realpath(path.c_str(), nullptr));
     if (!real) {
-        return outcomeOfErrno(errno, path);
+        return Status::ofErrno(errno, path);
     }
     const MountTable table = readMountTable();
     if (!table) {
-        return {MRB_ERR_IO, "The table of mounts cannot be read."};
+        return Status::ioError("The table of mounts cannot be read.");
     }
     // Backwards: of several mounts at one place, the last one covers the others.
     libmnt_fs *mount = mnt_table_find_mountpoint(table.get(), real.get(), MNT_ITER_BACKWARD);
     if (mount == nullptr) {
-        return {MRB_ERR_NOT_FOUND, "No mount holds \"" + path + "\"."};
+        return Status::notFound("No mount holds \"" + path + "\".");
     }
     id = storageIdOf(entryOf(mount));
     return {};
 }
 
-Outcome readStorageIdInTime(const std::string &path, std::string &id) {
+Status readStorageIdInTime(const std::string &path, std::string &id) {
     struct Answer {
-        Outcome outcome;
+        Status outcome;
         std::string id;
     };
     // Never destroyed: calls that are left behind still use it.
@@ -81,11 +81,11 @@ Outcome readStorageIdInTime(const std::string &path, std::string &id) {
         try {
             answer->outcome = readStorageId(path, answer->id);
         } catch (const std::exception &failure) {
-            answer->outcome = {MRB_ERR_OUT_OF_MEMORY, failure.what()};
+            answer->outcome = Status::outOfMemory(failure.what());
         }
     };
     if (!calls.run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
-        return {MRB_ERR_TIMEOUT, "What holds \"" + path + "\" does not answer in time."};
+        return Status::timedOut("What holds \"" + path + "\" does not answer in time.");
     }
     id = answer->id;
     return answer->outcome;

@@ -10,12 +10,12 @@ namespace mrb {
 // The id of the storage that holds the existing absolute `path`: the UUID of its
 // file system where the system knows one, else "TYPE:SOURCE:PLACE" of its mount,
 // as in "tmpfs:tmpfs:/run". Any thread.
-Outcome readStorageId(const std::string &path, std::string &id);
+Status readStorageId(const std::string &path, std::string &id);
 
 // The same for a call that must not wait: the path may lead through a file system that hangs.
 // MRB_ERR_TIMEOUT: it has not answered within 100 ms. As long as it does not, that path is
 // MRB_ERR_TIMEOUT at once. Throws std::system_error when the system has no room for a thread.
-Outcome readStorageIdInTime(const std::string &path, std::string &id);
+Status readStorageIdInTime(const std::string &path, std::string &id);
 
 // The folder in which the system keeps a link from each UUID to its device.
 inline constexpr const char *UUID_FOLDER = "/dev/disk/by-uuid";

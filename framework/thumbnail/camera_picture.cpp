@@ -20,7 +20,7 @@ constexpr std::size_t MOST_PREVIEW = 4UL << 20;
 
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
-bool isPicture(const Decoded &decoded) { return decoded.outcome.code == MRB_ERR_NONE; }
+bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
 
 // One file on its way to a thumbnail. Each question takes a camera some milliseconds, and
 // all of that from others, so none is asked before its answer matters.
@@ -33,7 +33,7 @@ class CameraPicture {
 
     void make(Decoded &decoded) {
         Decoded small;
-        small.outcome = {MRB_ERR_NOT_FOUND, "The camera has no small picture of it."};
+        small.outcome = Status::notFound("The camera has no small picture of it.");
         if (request_.frames == 1 && makeSmall(small)) {
             decoded = std::move(small);
             return;
@@ -60,7 +60,7 @@ class CameraPicture {
     void decodeBytes(const std::string &bytes, int mediaType, int orientation, Decoded &decoded) const {
         MemoryFile local;
         decoded.outcome = local.write(bytes);
-        if (decoded.outcome.code == MRB_ERR_NONE) {
+        if (decoded.outcome.ok()) {
             DecodeRequest request = request_;
             request.path = local.path();
             request.mediaType = mediaType;
@@ -114,7 +114,7 @@ class CameraPicture {
     }
 
     // Once; empty: there are none.
-    const std::string &readExif(Outcome &outcome) {
+    const std::string &readExif(Status &outcome) {
         if (!exif_) {
             exif_.emplace();
             outcome = readCameraExif(file_, patience(), size_, *exif_);
@@ -131,11 +131,11 @@ class CameraPicture {
     void decodePreview(bool isImage, Decoded &small) {
         std::string bytes;
         small.outcome = file_.read(patience(), CameraPart::PREVIEW, MOST_PREVIEW, bytes);
-        if (small.outcome.code != MRB_ERR_NONE) {
+        if (!small.outcome.ok()) {
             return;
         }
         if (request_.orientation == 0 && isImage) {
-            Outcome outcome;
+            Status outcome;
             readExif(outcome);
             if (endsAll(outcome)) { // how it is held is not known
                 small.outcome = outcome;
@@ -177,12 +177,12 @@ class CameraPicture {
 
     void decodeWhole(Decoded &decoded) const {
         if (size_ > static_cast<std::int64_t>(MOST_FETCHED)) {
-            decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "The file is larger than those that are fetched."};
+            decoded.outcome = Status::outOfMemory("The file is larger than those that are fetched.");
             return;
         }
         std::string bytes;
         decoded.outcome = file_.read(patience(), CameraPart::WHOLE, MOST_FETCHED, bytes);
-        if (decoded.outcome.code == MRB_ERR_NONE) {
+        if (decoded.outcome.ok()) {
             decodeBytes(bytes, type(), request_.orientation, decoded);
         }
     }
@@ -210,7 +210,7 @@ void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
     if (file) {
         decoded.outcome = file->readFacts({[&stop] { return stop.isUp(); }}, facts);
     }
-    if (decoded.outcome.code == MRB_ERR_NONE) {
+    if (decoded.outcome.ok()) {
         const bool isKnown = facts.size >= 0 && facts.modified >= 0;
         const FileIdentity identity =
             isKnown ? FileIdentity{facts.size, facts.modified * NANOSECONDS} : FileIdentity{};
@@ -220,7 +220,7 @@ void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
         CameraPicture(request, stop, decode, *file, facts).make(decoded);
         decoded.source = identity;
     }
-    if (decoded.outcome.code != MRB_ERR_NONE && stop.isUp()) {
+    if (!decoded.outcome.ok() && stop.isUp()) {
         decoded.outcome = stop.outcome();
     }
 }

@@ -38,9 +38,9 @@ class StopSign {
     [[nodiscard]] bool raised() const { return raised_.load(std::memory_order_relaxed); }
     // Asked often, so it must be cheap: a look at the clock.
     [[nodiscard]] bool isUp() const { return raised() || Clock::now() >= deadline_; }
-    [[nodiscard]] Outcome outcome() const {
-        return raised() ? Outcome{MRB_ERR_CANCELLED, "The request was cancelled."}
-                        : Outcome{MRB_ERR_TIMEOUT, "Decoding took too long."};
+    [[nodiscard]] Status outcome() const {
+        return raised() ? Status::cancelled("The request was cancelled.")
+                        : Status::timedOut("Decoding took too long.");
     }
 
   private:
@@ -74,7 +74,7 @@ struct FileIdentity {
 };
 
 struct Decoded {
-    Outcome outcome;
+    Status outcome;
     std::vector<Image> images; // all of one size; empty unless the outcome is MRB_ERR_NONE
     int originalWidth = 0;     // pixels of the original as it is shown, turned upright
     int originalHeight = 0;

@@ -9,15 +9,15 @@ namespace mrb::thumbnail {
 // Its functions may be called from any thread.
 struct Films {
     // Frames of a video, spread over its running time.
-    Outcome (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                           Decoded &decoded);
+    Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                          Decoded &decoded);
 
     // A picture in a format that libav alone knows, such as BMP.
-    Outcome (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                           Decoded &decoded);
+    Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                          Decoded &decoded);
 
     // The picture file that a music file carries as its cover. MRB_ERR_NOT_FOUND: it has none.
-    Outcome (*readCover)(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
+    Status (*readCover)(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
 
     // Has libheif, which libvips reads HEIC files with, decode their pictures by libav: that
     // takes a fifth less time than libheif's usual decoder. For the whole process, as soon

@@ -75,13 +75,13 @@ class FlashCache::Turn {
     bool hasCome_ = false;
 };
 
-Outcome FlashCache::open(const std::string &list) {
+Status FlashCache::open(const std::string &list) {
     const std::lock_guard guard(lock_);
     std::error_code error;
     std::filesystem::create_directories(list + ".d", error);
     Descriptor turns(::open((list + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
     if (error || !turns) {
-        return outcomeOfErrno(error ? error.value() : errno, list);
+        return Status::ofErrno(error ? error.value() : errno, list);
     }
     list_ = list;
     turns_ = std::move(turns);
@@ -90,10 +90,10 @@ Outcome FlashCache::open(const std::string &list) {
     const Turn turn(*this);
     if (!turn) {
         turns_ = Descriptor();
-        return {MRB_ERR_BUSY, "\"" + list + "\" is held by another program."};
+        return Status::busy("\"" + list + "\" is held by another program.");
     }
     if (!refresh()) {
-        Outcome outcome = outcomeOfErrno(errno, list);
+        Status outcome = Status::ofErrno(errno, list);
         turns_ = Descriptor();
         return outcome;
     }

@@ -33,7 +33,7 @@ class FlashCache {
     // Opens the cache whose list is the file `list`, made with its folders when it is
     // not there; the one that was open before is closed. MRB_ERR_BUSY: another process holds
     // it.
-    Outcome open(const std::string &list);
+    Status open(const std::string &list);
 
     // Drops entries without their files, and files without entries: what a crash leaves.
     void dropStrangers();

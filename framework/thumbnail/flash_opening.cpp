@@ -12,11 +12,11 @@ namespace {
 
 using std::chrono::steady_clock;
 
-Outcome openCache(FlashCache &cache, const std::string &list) {
+Status openCache(FlashCache &cache, const std::string &list) {
     try {
         return cache.open(list);
     } catch (const std::exception &failure) {
-        return {MRB_ERR_IO, failure.what()};
+        return Status::ioError(failure.what());
     }
 }
 
@@ -24,10 +24,10 @@ Outcome openCache(FlashCache &cache, const std::string &list) {
 
 FlashOpening::~FlashOpening() { finish(steady_clock::time_point::max()); }
 
-Outcome FlashOpening::open(const std::string &list) {
+Status FlashOpening::open(const std::string &list) {
     Lock guard(lock_);
     if (isFinishing_) {
-        return {MRB_ERR_NOT_INITIALIZED, "The program ends."};
+        return Status::notInitialized("The program ends.");
     }
     if (!isRunning_) {
         thread_ = startThread("mrb-flash", [this] { work(); });
@@ -43,7 +43,7 @@ Outcome FlashOpening::open(const std::string &list) {
     if (isOver && answered_ >= number) {
         return outcome_;
     }
-    return {MRB_ERR_TIMEOUT, "\"" + list + "\" is still being opened."};
+    return Status::timedOut("\"" + list + "\" is still being opened.");
 }
 
 std::shared_ptr<FlashCache> FlashOpening::cache() {
@@ -70,14 +70,14 @@ void FlashOpening::openWanted(Lock &guard) {
     busySince_ = busySince_.value_or(steady_clock::now());
     guard.unlock();
     const auto opened = std::make_shared<FlashCache>();
-    Outcome outcome = openCache(*opened, list);
+    Status outcome = openCache(*opened, list);
     guard.lock();
     if (outcome.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
         wanted_ = list; // tried again: whoever holds it will let go
         return;
     }
     busySince_.reset();
-    const bool isOpen = outcome.code == MRB_ERR_NONE;
+    const bool isOpen = outcome.ok();
     const std::shared_ptr<FlashCache> before = isOpen ? std::exchange(cache_, opened) : nullptr;
     answered_ = number;
     outcome_ = outcome;

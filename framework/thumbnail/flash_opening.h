@@ -29,7 +29,7 @@ class FlashOpening {
     // Opens the cache whose list is the file `list` in place of the one that is open, which
     // stays when this fails. MRB_ERR_TIMEOUT: that takes longer than the call waits, and goes
     // on. Throws std::system_error when there is no room for the thread.
-    Outcome open(const std::string &list);
+    Status open(const std::string &list);
 
     // Null: none is open.
     [[nodiscard]] std::shared_ptr<FlashCache> cache();
@@ -52,7 +52,7 @@ class FlashOpening {
     std::optional<std::string> wanted_; // the list that is to be opened next
     std::uint64_t asked_ = 0;           // calls so far
     std::uint64_t answered_ = 0;        // the last of those that the outcome answers
-    Outcome outcome_;
+    Status outcome_;
     std::optional<std::chrono::steady_clock::time_point> busySince_;
     unsigned waiting_ = 0; // calls
     std::thread thread_;

@@ -28,14 +28,14 @@ inline constexpr std::int64_t MOST_PACKET_BYTES = std::int64_t{96} << 20;
 inline constexpr int MOST_FRAMES_FORWARD = 250;
 
 // Whether a picture of this size may be decoded.
-inline Outcome checkPictureSize(std::int64_t width, std::int64_t height, std::int64_t bytesPerPixel) {
+inline Status checkPictureSize(std::int64_t width, std::int64_t height, std::int64_t bytesPerPixel) {
     if (width < 1 || height < 1) {
-        return {MRB_ERR_CORRUPT, "The picture has no pixels."};
+        return Status::corrupt("The picture has no pixels.");
     }
     // Neither product overflows: sizes are of 32 bits, and so few bytes a pixel.
     if (width * height > MOST_PIXELS || width * height * bytesPerPixel > MOST_DECODED_BYTES) {
-        return {MRB_ERR_OUT_OF_MEMORY, "The picture claims " + std::to_string(width) + " x " +
-                                           std::to_string(height) + " pixels, more than are decoded."};
+        return Status::outOfMemory("The picture claims " + std::to_string(width) + " x " +
+                                   std::to_string(height) + " pixels, more than are decoded.");
     }
     return {};
 }

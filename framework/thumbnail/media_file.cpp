@@ -17,24 +17,24 @@ constexpr std::int64_t PIECE = 1 << 20;
 
 } // namespace
 
-Outcome MediaFile::open(const std::string &path) {
+Status MediaFile::open(const std::string &path) {
     // Without O_NONBLOCK a pipe that nobody writes to would be waited for.
     file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file_) {
-        return outcomeOfErrno(errno, path);
+        return Status::ofErrno(errno, path);
     }
     struct stat facts {};
     if (fstat(file_.number(), &facts) != 0) {
-        return outcomeOfErrno(errno, path);
+        return Status::ofErrno(errno, path);
     }
     if (!S_ISREG(facts.st_mode)) {
-        return {MRB_ERR_NOT_SUPPORTED, path + ": not a file"};
+        return Status::notSupported(path + ": not a file");
     }
     identity_ = {facts.st_size, std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec};
     return {};
 }
 
-Outcome MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) const {
+Status MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) const {
     // The file's size is a hint: it may shrink meanwhile.
     count = std::min(count, identity_.size);
     auto have = static_cast<std::int64_t>(bytes.size());
@@ -43,7 +43,7 @@ Outcome MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) 
         const auto piece = static_cast<std::size_t>(std::min(PIECE, count - have));
         const ssize_t got = pread(file_.number(), bytes.data() + have, piece, have);
         if (got < 0 && errno != EINTR) {
-            return outcomeOfErrno(errno, "reading");
+            return Status::ofErrno(errno, "reading");
         }
         if (got == 0) {
             bytes.resize(static_cast<std::size_t>(have));
@@ -57,9 +57,9 @@ Outcome MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) 
     return {};
 }
 
-Outcome MediaFile::readAll(const StopSign &stop, Bytes &bytes) const {
+Status MediaFile::readAll(const StopSign &stop, Bytes &bytes) const {
     if (identity_.size > MOST_FILE_BYTES) {
-        return {MRB_ERR_OUT_OF_MEMORY, "The picture's file is larger than those that are decoded."};
+        return Status::outOfMemory("The picture's file is larger than those that are decoded.");
     }
     return read(identity_.size, stop, bytes);
 }

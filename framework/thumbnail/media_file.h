@@ -35,16 +35,16 @@ using Bytes = std::vector<unsigned char, LeaveUnset<unsigned char>>;
 class MediaFile {
   public:
     // Opens what `path` names unless it is something else than a file.
-    Outcome open(const std::string &path);
+    Status open(const std::string &path);
 
     [[nodiscard]] const FileIdentity &identity() const { return identity_; }
     [[nodiscard]] int number() const { return file_.number(); }
 
     // Appends the file's bytes to `bytes` until it holds the first `count` of them, or all.
-    Outcome read(std::int64_t count, const StopSign &stop, Bytes &bytes) const;
+    Status read(std::int64_t count, const StopSign &stop, Bytes &bytes) const;
 
     // The whole file, unless it is larger than pictures are.
-    Outcome readAll(const StopSign &stop, Bytes &bytes) const;
+    Status readAll(const StopSign &stop, Bytes &bytes) const;
 
   private:
     Descriptor file_;

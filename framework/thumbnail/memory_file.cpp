@@ -7,7 +7,7 @@
 
 namespace mrb::thumbnail {
 
-Outcome MemoryFile::write(const std::string &bytes) {
+Status MemoryFile::write(const std::string &bytes) {
     file_ = Descriptor(memfd_create("mrb-picture", MFD_CLOEXEC));
     std::size_t written = 0;
     while (file_ && written < bytes.size()) {
@@ -17,7 +17,7 @@ Outcome MemoryFile::write(const std::string &bytes) {
         }
         written += size > 0 ? static_cast<std::size_t>(size) : 0;
     }
-    return file_ && written == bytes.size() ? Outcome() : outcomeOfErrno(errno, "a fetched picture");
+    return file_ && written == bytes.size() ? Status() : Status::ofErrno(errno, "a fetched picture");
 }
 
 } // namespace mrb::thumbnail

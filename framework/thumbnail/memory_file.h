@@ -11,7 +11,7 @@ namespace mrb::thumbnail {
 // decoding; it is gone with the object.
 class MemoryFile {
   public:
-    Outcome write(const std::string &bytes);
+    Status write(const std::string &bytes);
     [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(file_.number()); }
 
   private:

@@ -12,17 +12,17 @@ void decodeRemotePicture(const DecodeRequest &request, const StopSign &stop,
                          const std::function<Decode> &decode, Decoded &decoded) {
     const std::shared_ptr<dlna::Directories> directories = dlna::DlnaService::instance().directories();
     if (!directories) {
-        decoded.outcome = {MRB_ERR_DEVICE_REMOVED, "The DLNA service is not started."};
+        decoded.outcome = Status::deviceRemoved("The DLNA service is not started.");
         return;
     }
     std::string bytes;
     decoded.outcome = directories->fetch(
         request.path, MOST_REMOTE_BYTES, REMOTE_PATIENCE, [&stop] { return stop.isUp(); }, bytes);
     MemoryFile file;
-    if (decoded.outcome.code == MRB_ERR_NONE) {
+    if (decoded.outcome.ok()) {
         decoded.outcome = file.write(bytes);
     }
-    if (decoded.outcome.code == MRB_ERR_NONE) {
+    if (decoded.outcome.ok()) {
         DecodeRequest local = request;
         local.path = file.path();
         local.mediaType = MRB_ITEM_TYPE_IMAGE; // also of a film: the server's picture of it

@@ -16,7 +16,7 @@ bool isOfWeb(const std::string &origin) {
     return origin.starts_with("http://") || origin.starts_with("https://");
 }
 
-Outcome readPath(const std::string &origin, std::string &path) {
+Status readPath(const std::string &origin, std::string &path) {
     if (origin.starts_with('/')) {
         path = origin;
     } else if (origin.starts_with("file://")) {
@@ -24,24 +24,24 @@ Outcome readPath(const std::string &origin, std::string &path) {
     } else if (isOnCamera(origin)) {
         path = readCameraUrl(origin) ? origin : "";
     } else if (origin.find("://") != std::string::npos) {
-        return {MRB_ERR_NOT_SUPPORTED, "only files of this machine and on cameras are decoded"};
+        return Status::notSupported("only files of this machine and on cameras are decoded");
     }
     return path.empty()
-               ? Outcome{MRB_ERR_INVALID_PARAMETER,
-                         "the path is neither absolute, nor a file:// URI, nor the URL of a camera's file"}
-               : Outcome{};
+               ? Status::invalidParameter(
+                     "the path is neither absolute, nor a file:// URI, nor the URL of a camera's file")
+               : Status{};
 }
 
-Outcome readNumbers(const _thumb_request &record, Request &request) {
+Status readNumbers(const _thumb_request &record, Request &request) {
     if (!isSize(record.thumb_width) || !isSize(record.thumb_height)) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "the width and height are not from 0 to " + std::to_string(MRB_THUMB_MOST_PIXELS)};
+        return Status::invalidParameter("the width and height are not from 0 to " +
+                                        std::to_string(MRB_THUMB_MOST_PIXELS));
     }
     if (record.orientation < 0 || record.orientation > 8) {
-        return {MRB_ERR_INVALID_PARAMETER, "the orientation is not from 0 to 8"};
+        return Status::invalidParameter("the orientation is not from 0 to 8");
     }
     if (record.video_frame_count > MRB_THUMB_IMAGES) {
-        return {MRB_ERR_INVALID_PARAMETER, "the number of frames is not from 0 to 5"};
+        return Status::invalidParameter("the number of frames is not from 0 to 5");
     }
     request.decode.mediaType = record.media_type;
     request.decode.orientation = record.orientation;
@@ -60,11 +60,11 @@ Request readRequest(const _thumb_request &record) {
     request.useCache = record.used_cache != 0;
     request.isRemote = request.sourceType == MRB_THUMB_SOURCE_DLNA && isOfWeb(request.origin);
     request.decode.path = request.isRemote ? request.origin : std::string();
-    Outcome outcome = request.isRemote ? Outcome() : readPath(request.origin, request.decode.path);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = request.isRemote ? Status() : readPath(request.origin, request.decode.path);
+    if (outcome.ok()) {
         outcome = readNumbers(record, request);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         MRB_LOG_WARNING("No thumbnail of \"%s\": %s.", record.origin_path, outcome.message.c_str());
         request.refusal = outcome.code;
     }

@@ -126,12 +126,12 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
     try {
         providePicture(request, job.stop, {decoder_, cache.get()}, decoded);
     } catch (const std::bad_alloc &) {
-        decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory."};
+        decoded.outcome = Status::outOfMemory("Not enough memory.");
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The thumbnail service failed: %s", failure.what());
-        decoded.outcome = {MRB_ERR_NOT_INITIALIZED, failure.what()};
+        decoded.outcome = Status::notInitialized(failure.what());
     }
-    if (decoded.outcome.code != MRB_ERR_NONE && !decoded.outcome.message.empty() && !job.stop.raised()) {
+    if (!decoded.outcome.ok() && !decoded.outcome.message.empty() && !job.stop.raised()) {
         MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(),
                         decoded.outcome.message.c_str());
     }
@@ -158,7 +158,7 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
 
 void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
     Decoded nothing;
-    nothing.outcome = {MRB_ERR_CANCELLED, "A client of the service ended."};
+    nothing.outcome = Status::cancelled("A client of the service ended.");
     while (!down_) {
         const std::shared_ptr<Job> job = jobs_.endedWithWaiters();
         if (!job) {

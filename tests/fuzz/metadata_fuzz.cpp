@@ -46,10 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size));
     mrb::MediaFile media;
     mrb::Metadata facts;
-    require(media.open("/proc/self/fd/" + std::to_string(file)).code == MRB_ERR_NONE);
-    mrb::Outcome outcome;
+    require(media.open("/proc/self/fd/" + std::to_string(file)).ok());
+    mrb::Status outcome;
     mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], facts, outcome);
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         expectPresentable(facts);
     }
     close(file);

@@ -60,7 +60,7 @@ int meaningOf(int code) {
 
 } // namespace
 
-Outcome outcomeOfGphoto(int code, const std::string &about) {
+Status outcomeOfGphoto(int code, const std::string &about) {
     if (code >= GP_OK) {
         return {};
     }
@@ -89,7 +89,7 @@ GphotoCamera::~GphotoCamera() {
     camera_.reset();
 }
 
-Outcome GphotoCamera::readSizes(CameraSizes &sizes) {
+Status GphotoCamera::readSizes(CameraSizes &sizes) {
     CameraStorageInformation *found = nullptr;
     int number = 0;
     const int code = gp_camera_get_storageinfo(camera_.get(), &found, &number, context_.get());
@@ -109,7 +109,7 @@ Outcome GphotoCamera::readSizes(CameraSizes &sizes) {
     return {};
 }
 
-Outcome GphotoCamera::list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names) {
+Status GphotoCamera::list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names) {
     CameraList *made = nullptr;
     int code = gp_list_new(&made);
     const std::unique_ptr<CameraList, GphotoRelease> list(made);
@@ -126,15 +126,15 @@ Outcome GphotoCamera::list(ListNames &listNames, const std::string &folder, std:
     return outcomeOfGphoto(number, folder);
 }
 
-Outcome GphotoCamera::listFiles(const std::string &folder, std::vector<std::string> &names) {
+Status GphotoCamera::listFiles(const std::string &folder, std::vector<std::string> &names) {
     return list(gp_camera_folder_list_files, folder, names);
 }
 
-Outcome GphotoCamera::listFolders(const std::string &folder, std::vector<std::string> &names) {
+Status GphotoCamera::listFolders(const std::string &folder, std::vector<std::string> &names) {
     return list(gp_camera_folder_list_folders, folder, names);
 }
 
-Outcome GphotoCamera::readFacts(const CameraPath &file, CameraFileFacts &facts) {
+Status GphotoCamera::readFacts(const CameraPath &file, CameraFileFacts &facts) {
     CameraFileInfo info{};
     const int code =
         gp_camera_file_get_info(camera_.get(), file.folder.c_str(), file.name.c_str(), &info, context_.get());
@@ -156,8 +156,8 @@ Outcome GphotoCamera::readFacts(const CameraPath &file, CameraFileFacts &facts) 
     return {};
 }
 
-Outcome GphotoCamera::readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
-                             std::size_t &got) {
+Status GphotoCamera::readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                            std::size_t &got) {
     std::uint64_t size = length;
     const int code = gp_camera_file_read(camera_.get(), file.folder.c_str(), file.name.c_str(),
                                          GP_FILE_TYPE_NORMAL, offset, buffer, &size, context_.get());
@@ -165,47 +165,47 @@ Outcome GphotoCamera::readAt(const CameraPath &file, std::uint64_t offset, char 
     return outcomeOfGphoto(code, file.name);
 }
 
-Outcome GphotoCamera::get(const CameraPath &file, CameraFileType type, CameraFile *given) {
+Status GphotoCamera::get(const CameraPath &file, CameraFileType type, CameraFile *given) {
     const int code = gp_camera_file_get(camera_.get(), file.folder.c_str(), file.name.c_str(), type, given,
                                         context_.get());
     return outcomeOfGphoto(code, file.name);
 }
 
-Outcome GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &take) {
+Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &take) {
     return part == CameraPart::WHOLE
                ? readWhole(file, take)
                : readSmall(file, part == CameraPart::EXIF ? GP_FILE_TYPE_EXIF : GP_FILE_TYPE_PREVIEW, take);
 }
 
 // The library keeps what is small until the camera is let go, so it is in its memory anyway.
-Outcome GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
+Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
     CameraFile *made = nullptr;
     int code = gp_file_new(&made);
     const std::unique_ptr<CameraFile, GphotoRelease> given(made);
-    Outcome outcome = code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, type, given.get());
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, type, given.get());
+    if (!outcome.ok()) {
         return outcome;
     }
     const char *bytes = nullptr;
     unsigned long size = 0;
     code = gp_file_get_data_and_size(given.get(), &bytes, &size);
     if (code < GP_OK || bytes == nullptr || size == 0) {
-        return {MRB_ERR_NOT_SUPPORTED, displayText(file.name) + ": the camera has no such part of it."};
+        return Status::notSupported(displayText(file.name) + ": the camera has no such part of it.");
     }
-    return take({bytes, size}) ? Outcome() : Outcome{MRB_ERR_CANCELLED, "No more of it was wanted."};
+    return take({bytes, size}) ? Status() : Status::cancelled("No more of it was wanted.");
 }
 
-Outcome GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
+Status GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
     // Lives as long as the camera, since the library may keep the file that leads to it.
     receiver_ = {&take, 0, false};
     CameraFileHandler handler{Receiver::size, Receiver::read, Receiver::write};
     CameraFile *made = nullptr;
     const int code = gp_file_new_from_handler(&made, &handler, &receiver_);
     const std::unique_ptr<CameraFile, GphotoRelease> given(made);
-    Outcome outcome =
+    Status outcome =
         code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
     receiver_.take = nullptr;
-    return receiver_.isRefused ? Outcome{MRB_ERR_CANCELLED, "No more of it was wanted."} : outcome;
+    return receiver_.isRefused ? Status::cancelled("No more of it was wanted.") : outcome;
 }
 
 int GphotoCamera::Receiver::size(void *self, std::uint64_t *size) {

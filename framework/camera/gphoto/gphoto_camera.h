@@ -7,7 +7,7 @@
 namespace mrb {
 
 // What a code of libgphoto2's means, and its own words about `about`.
-Outcome outcomeOfGphoto(int code, const std::string &about);
+Status outcomeOfGphoto(int code, const std::string &about);
 
 // A camera that libgphoto2 has claimed. Owned by who opened it; one thread at a time.
 class GphotoCamera final : public Camera {
@@ -19,13 +19,13 @@ class GphotoCamera final : public Camera {
     ~GphotoCamera() override;
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
-    Outcome readSizes(CameraSizes &sizes) override;
-    Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override;
-    Outcome listFolders(const std::string &folder, std::vector<std::string> &names) override;
-    Outcome readFacts(const CameraPath &file, CameraFileFacts &facts) override;
-    Outcome readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
-                   std::size_t &got) override;
-    Outcome read(const CameraPath &file, CameraPart part, const Take &take) override;
+    Status readSizes(CameraSizes &sizes) override;
+    Status listFiles(const std::string &folder, std::vector<std::string> &names) override;
+    Status listFolders(const std::string &folder, std::vector<std::string> &names) override;
+    Status readFacts(const CameraPath &file, CameraFileFacts &facts) override;
+    Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
+                  std::size_t &got) override;
+    Status read(const CameraPath &file, CameraPart part, const Take &take) override;
 
   private:
     // What the library writes a file into, piece by piece.
@@ -39,11 +39,11 @@ class GphotoCamera final : public Camera {
         static int write(void *self, unsigned char *bytes, std::uint64_t *length);
     };
 
-    Outcome get(const CameraPath &file, CameraFileType type, CameraFile *given);
-    Outcome readSmall(const CameraPath &file, CameraFileType type, const Take &take);
-    Outcome readWhole(const CameraPath &file, const Take &take);
+    Status get(const CameraPath &file, CameraFileType type, CameraFile *given);
+    Status readSmall(const CameraPath &file, CameraFileType type, const Take &take);
+    Status readWhole(const CameraPath &file, const Take &take);
     using ListNames = int(::Camera *, const char *, CameraList *, GPContext *);
-    Outcome list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names);
+    Status list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names);
     bool isStopped() { return isStopped_ && isStopped_(); }
 
     IsStopped isStopped_;

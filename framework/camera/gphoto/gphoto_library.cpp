@@ -95,16 +95,16 @@ bool GphotoLibrary::findDriver(const std::string &driver, CameraAbilities &abili
     return index >= 0 && gp_abilities_list_get_abilities(drivers_.get(), index, &abilities) >= GP_OK;
 }
 
-std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Outcome &outcome) {
+std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status &outcome) {
     if (!isThere(address.port)) {
-        outcome = {MRB_ERR_DEVICE_REMOVED, displayText(address.port) + ": there is no such folder."};
+        outcome = Status::deviceRemoved(displayText(address.port) + ": there is no such folder.");
         return nullptr;
     }
     const std::string driver = modelOf(address).driver;
     const std::lock_guard guard(loading_);
     CameraAbilities abilities{};
     if (!findDriver(driver, abilities)) {
-        outcome = {MRB_ERR_NOT_SUPPORTED, "libgphoto2 has no driver \"" + driver + "\"."};
+        outcome = Status::notSupported("libgphoto2 has no driver \"" + driver + "\".");
         return nullptr;
     }
     ::Camera *made = nullptr;

@@ -36,7 +36,7 @@ class GphotoLibrary final : public CameraLibrary {
     GphotoLibrary();
 
     CameraModel modelOf(const CameraAddress &address) override;
-    std::unique_ptr<Camera> open(const CameraAddress &address, Outcome &outcome) override;
+    std::unique_ptr<Camera> open(const CameraAddress &address, Status &outcome) override;
 
   private:
     bool findDriver(const std::string &driver, CameraAbilities &abilities);

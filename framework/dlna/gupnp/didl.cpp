@@ -344,9 +344,9 @@ MediaObject describe(const RawObject &source, bool isRepaired) {
 
 } // namespace
 
-Outcome readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects) {
+Status readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects) {
     ObjectReader reader;
-    Outcome outcome = walkXml(didl, reader);
+    Status outcome = walkXml(didl, reader);
     for (const RawObject &object : reader.take()) {
         objects.push_back(describe(object, isRepaired));
     }
@@ -355,7 +355,7 @@ Outcome readObjects(const std::string &didl, bool isRepaired, std::vector<MediaO
 
 std::string importUrlOf(const std::string &didl) {
     ObjectReader reader;
-    walkXml(didl, reader);
+    static_cast<void>(walkXml(didl, reader)); // what broken XML holds in front of its fault is used
     for (const RawObject &object : reader.take()) {
         for (const Resource &resource : object.resources) {
             if (std::string url = webAddress(resource.attributes[IMPORT_URI]); !url.empty()) {

@@ -13,7 +13,7 @@ namespace mrb::dlna {
 // whole, comes without an id. `isRepaired`: letters of the document were replaced with
 // U+FFFD before. Of a broken document, the objects that can be made out and
 // MRB_ERR_PROTOCOL.
-Outcome readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects);
+Status readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects);
 
 // Where the bytes of an object of a document shall be sent, as a server says that
 // has made it; empty: it does not say.

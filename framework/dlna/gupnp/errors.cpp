@@ -34,7 +34,7 @@ int codeOf(const GError &error) {
 
 } // namespace
 
-Outcome outcomeOfError(const GError &error) {
+Status outcomeOfError(const GError &error) {
     return {codeOf(error), std::string("The server does not answer: ") + error.message};
 }
 

@@ -14,6 +14,6 @@ struct FreeError {
 using Error = std::unique_ptr<GError, FreeError>;
 
 // What an error of a connection means for whom it leads to.
-Outcome outcomeOfError(const GError &error);
+Status outcomeOfError(const GError &error);
 
 } // namespace mrb::dlna

@@ -27,7 +27,7 @@ struct Exchanges::Running {
     Object<GInputStream> stream;
     std::vector<char> part = std::vector<char>(PART_BYTES);
     std::string body;
-    Outcome why; // it was cancelled
+    Status why; // it was cancelled
 };
 
 Exchanges::Exchanges() = default;
@@ -46,7 +46,7 @@ void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
     const bool isCall = !call.action.empty();
     Object<SoupMessage> message = Session::request(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url);
     if (!message) {
-        pending->finish({{MRB_ERR_PROTOCOL, "\"" + call.url + "\" is no address of the web."}, 0, {}});
+        pending->finish({Status::protocolError("\"" + call.url + "\" is no address of the web."), 0, {}});
         return;
     }
     if (isCall) {
@@ -65,12 +65,12 @@ void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
 void Exchanges::abandon(const Pending &pending) {
     for (const auto &each : running_) {
         if (each->pending.get() == &pending) {
-            cancel(*each, {MRB_ERR_CANCELLED, {}});
+            cancel(*each, Status::cancelled());
         }
     }
 }
 
-void Exchanges::cancel(Running &running, Outcome why) {
+void Exchanges::cancel(Running &running, Status why) {
     running.why = std::move(why);
     g_cancellable_cancel(running.cancellable.get());
 }
@@ -83,7 +83,7 @@ void Exchanges::onSent(GObject *session, GAsyncResult *result, void *data) {
         fail(running, *Error(error));
         return;
     }
-    if (Outcome outcome = checkEncoding(running.message.get()); outcome.code != MRB_ERR_NONE) {
+    if (Status outcome = checkEncoding(running.message.get()); !outcome.ok()) {
         end(running, std::move(outcome));
         return;
     }
@@ -108,8 +108,8 @@ void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
         return;
     }
     if (running.body.size() + static_cast<std::size_t>(size) > running.most) {
-        end(running, {MRB_ERR_PROTOCOL,
-                      "The server's answer is longer than " + std::to_string(running.most) + " bytes."});
+        end(running, Status::protocolError("The server's answer is longer than " +
+                                           std::to_string(running.most) + " bytes."));
         return;
     }
     running.body.append(running.part.data(), static_cast<std::size_t>(size));
@@ -117,7 +117,7 @@ void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
 }
 
 void Exchanges::fail(Running &running, const GError &error) {
-    if (running.why.code != MRB_ERR_NONE) {
+    if (!running.why.ok()) {
         end(running, running.why);
     } else {
         end(running, outcomeOfError(error));
@@ -125,7 +125,7 @@ void Exchanges::fail(Running &running, const GError &error) {
 }
 
 // The connection of an answer that was not read to its end is closed with the stream.
-void Exchanges::end(Running &running, Outcome outcome) {
+void Exchanges::end(Running &running, Status outcome) {
     const unsigned status = soup_message_get_status(running.message.get());
     running.pending->finish({std::move(outcome), status, std::move(running.body)});
     auto &all = running.owner.running_;

@@ -45,7 +45,7 @@ class Exchanges {
     void keep(IsThere isThere) {
         for (const auto &each : running_) {
             if (!isThere(serverOf(*each))) {
-                cancel(*each, {MRB_ERR_DEVICE_REMOVED, "The server is gone."});
+                cancel(*each, Status::deviceRemoved("The server is gone."));
             }
         }
     }
@@ -54,12 +54,12 @@ class Exchanges {
     struct Running;
 
     static const std::string &serverOf(const Running &running);
-    static void cancel(Running &running, Outcome why);
+    static void cancel(Running &running, Status why);
     static void onSent(GObject *session, GAsyncResult *result, void *running);
     static void onRead(GObject *stream, GAsyncResult *result, void *running);
     static void readOn(Running &running);
     static void fail(Running &running, const GError &error);
-    static void end(Running &running, Outcome outcome);
+    static void end(Running &running, Status outcome);
 
     const Session session_;
     std::list<std::unique_ptr<Running>> running_;

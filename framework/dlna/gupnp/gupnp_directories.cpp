@@ -17,7 +17,7 @@ constexpr const char *CONTENT_DIRECTORY = "urn:schemas-upnp-org:service:ContentD
 struct FreeServices {
     void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
 };
-Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "The server is gone."}; }
+Status gone() { return Status::deviceRemoved("The server is gone."); }
 
 } // namespace
 
@@ -56,37 +56,37 @@ class GupnpDirectories::NextPage final : public Ahead {
     std::shared_ptr<Pending> pending_;
 };
 
-Outcome GupnpDirectories::ask(const Question &question, const std::function<bool()> &isStopped, Page &page) {
+Status GupnpDirectories::ask(const Question &question, const std::function<bool()> &isStopped, Page &page) {
     // Whatever came with a page of these directories is one of theirs.
     const auto next = std::static_pointer_cast<NextPage>(question.ahead);
     std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
     const Reply reply = await(pending ? std::move(pending) : begin(question), question.patience, isStopped);
-    if (question.isFollowed && reply.outcome.code == MRB_ERR_NONE) {
+    if (question.isFollowed && reply.outcome.ok()) {
         page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // while this one is read
     }
     return readReply(reply, question, page);
 }
 
-Outcome GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                                const std::function<bool()> &isStopped, std::string &bytes) {
+Status GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                               const std::function<bool()> &isStopped, std::string &bytes) {
     const auto begin = [this, url, most](std::shared_ptr<Pending> pending) {
         beginFetch(url, most, std::move(pending));
     };
     Reply reply = await(this->begin(begin), patience, isStopped);
     bytes = std::move(reply.body);
-    return reply.outcome.code == MRB_ERR_NONE ? outcomeOfStatus(reply.status) : reply.outcome;
+    return reply.outcome.ok() ? outcomeOfStatus(reply.status) : reply.outcome;
 }
 
-Outcome GupnpDirectories::connect(const std::string &server, const std::function<bool()> &isStopped,
-                                  std::unique_ptr<Transfers> &transfers) {
+Status GupnpDirectories::connect(const std::string &server, const std::function<bool()> &isStopped,
+                                 std::unique_ptr<Transfers> &transfers) {
     // Nobody is asked for that: it is there at once, unless the network's thread is busy.
     constexpr auto LONGEST = std::chrono::seconds(10);
     const auto place = std::make_shared<ServicePlace>();
     const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
         pending->finish({findService(server, *place), 0, {}});
     };
-    Outcome outcome = await(this->begin(begin), LONGEST, isStopped).outcome;
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = await(this->begin(begin), LONGEST, isStopped).outcome;
+    if (outcome.ok()) {
         transfers = std::make_unique<GupnpTransfers>(server, *place);
     }
     return outcome;
@@ -158,7 +158,7 @@ void GupnpDirectories::runTasks() {
 }
 
 // Where the content directory of a server takes calls, and of what type it is.
-Outcome GupnpDirectories::findService(const std::string &server, ServicePlace &place) {
+Status GupnpDirectories::findService(const std::string &server, ServicePlace &place) {
     GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(server) : nullptr;
     if (device == nullptr) {
         return gone();
@@ -174,21 +174,21 @@ Outcome GupnpDirectories::findService(const std::string &server, ServicePlace &p
         const std::string host = hostOf(url.get());
         // A server must not make this machine call others.
         if (host.empty() || host != hostOf(gupnp_device_info_get_location(device))) {
-            return {MRB_ERR_PROTOCOL,
-                    "The server's content directory is on another host, which is not asked."};
+            return Status::protocolError(
+                "The server's content directory is on another host, which is not asked.");
         }
         GSSDPClient *client = GSSDP_CLIENT(gupnp_device_info_get_context(device));
         const char *here = gssdp_client_get_host_ip(client);
         place = {url.get(), name, host, here != nullptr ? here : ""};
         return {};
     }
-    return {MRB_ERR_NOT_SUPPORTED, "The server has no content directory."};
+    return Status::notSupported("The server has no content directory.");
 }
 
 void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pending> pending) {
     ServicePlace place;
-    Outcome outcome = findService(question.server, place);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = findService(question.server, place);
+    if (!outcome.ok()) {
         pending->finish({std::move(outcome), 0, {}});
         return;
     }
@@ -202,7 +202,7 @@ void GupnpDirectories::beginFetch(const std::string &url, std::size_t most,
     const std::string host = hostOf(url.c_str());
     const std::optional<std::string> server = servers_ != nullptr ? servers_->at(host) : std::nullopt;
     if (!server) {
-        pending->finish({{MRB_ERR_PERMISSION_DENIED, "There is no DLNA server at \"" + host + "\"."}, 0, {}});
+        pending->finish({Status::permissionDenied("There is no DLNA server at \"" + host + "\"."), 0, {}});
         return;
     }
     exchanges_->begin({*server, url, {}, {}, most}, std::move(pending));

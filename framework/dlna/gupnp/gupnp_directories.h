@@ -24,11 +24,11 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     ~GupnpDirectories() override { g_main_context_unref(context_); }
 
     // Any thread but the network's.
-    Outcome ask(const Question &question, const std::function<bool()> &isStopped, Page &page) override;
-    Outcome fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                  const std::function<bool()> &isStopped, std::string &bytes) override;
-    Outcome connect(const std::string &server, const std::function<bool()> &isStopped,
-                    std::unique_ptr<Transfers> &transfers) override;
+    Status ask(const Question &question, const std::function<bool()> &isStopped, Page &page) override;
+    Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+                 const std::function<bool()> &isStopped, std::string &bytes) override;
+    Status connect(const std::string &server, const std::function<bool()> &isStopped,
+                   std::unique_ptr<Transfers> &transfers) override;
 
     // The network's thread: from now on servers can be asked, as long as the table lives.
     void open(const ServerTable &servers);
@@ -54,7 +54,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
                 const std::function<bool()> &isStopped);
     void abandon(std::shared_ptr<Pending> pending);
     // These on the network's thread.
-    Outcome findService(const std::string &server, ServicePlace &place);
+    Status findService(const std::string &server, ServicePlace &place);
     void beginCall(const Question &question, std::shared_ptr<Pending> pending);
     void beginFetch(const std::string &url, std::size_t most, std::shared_ptr<Pending> pending);
 

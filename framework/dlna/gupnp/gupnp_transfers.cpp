@@ -32,47 +32,47 @@ bool GupnpTransfers::isOfServer(const std::string &url) const {
     return isWebAddress(url) && hostOf(url.c_str()) == place_.host;
 }
 
-Outcome GupnpTransfers::makeRequest(const char *method, const std::string &url, Request &request) const {
+Status GupnpTransfers::makeRequest(const char *method, const std::string &url, Request &request) const {
     if (!isOfServer(url)) {
-        return {MRB_ERR_PERMISSION_DENIED, "\"" + url + "\" is not on the server's own host, and not asked."};
+        return Status::permissionDenied("\"" + url + "\" is not on the server's own host, and not asked.");
     }
     request.message = Session::request(method, url);
     request.cancellable.reset(g_cancellable_new());
     if (!request.message) {
-        return {MRB_ERR_PROTOCOL, "\"" + url + "\" is no address of the web."};
+        return Status::protocolError("\"" + url + "\" is no address of the web.");
     }
     return {};
 }
 
-Outcome GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pace &pace) {
+Status GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pace &pace) {
     Object<GAsyncResult> result;
     soup_session_send_async(session_->get(), request.message.get(), G_PRIORITY_DEFAULT,
                             request.cancellable.get(), OwnLoop::onReady, &result);
-    Outcome outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+    Status outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
     GError *error = nullptr;
     request.stream.reset(soup_session_send_finish(session_->get(), result.get(), &error));
     const Error owned(error);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
-    return request.stream ? Outcome() : outcomeOfError(*error);
+    return request.stream ? Status() : outcomeOfError(*error);
 }
 
-Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) {
+Status GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) {
     const OwnLoop::Turn turn(loop_);
     download_.reset();
     Request request;
-    Outcome outcome = makeRequest(SOUP_METHOD_GET, url, request);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = makeRequest(SOUP_METHOD_GET, url, request);
+    if (outcome.ok()) {
         outcome = send(request, isStopped, Pace());
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         outcome = outcomeOfStatus(soup_message_get_status(request.message.get()));
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         outcome = checkEncoding(request.message.get());
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         SoupMessageHeaders *headers = soup_message_get_response_headers(request.message.get());
         const bool isSaid = soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH;
         promise.size = isSaid ? soup_message_headers_get_content_length(headers) : UNKNOWN;
@@ -84,10 +84,10 @@ Outcome GupnpTransfers::beginDownload(const std::string &url, const Stopped &isS
     return outcome;
 }
 
-Outcome GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped) {
+Status GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped) {
     const OwnLoop::Turn turn(loop_);
     if (!download_) {
-        return {MRB_ERR_NOT_FOUND, "No download was begun."};
+        return Status::notFound("No download was begun.");
     }
     // Whatever is left of the answer is closed with it.
     const Request request = *std::exchange(download_, std::nullopt);
@@ -98,12 +98,12 @@ Outcome GupnpTransfers::finishDownload(const Take &take, const Stopped &isStoppe
         Object<GAsyncResult> result;
         g_input_stream_read_async(request.stream.get(), part.data(), part.size(), G_PRIORITY_DEFAULT,
                                   request.cancellable.get(), OwnLoop::onReady, &result);
-        Outcome outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+        Status outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
         GError *error = nullptr;
         const gssize size = g_input_stream_read_finish(request.stream.get(), result.get(), &error);
         const Error owned(error);
-        if (outcome.code != MRB_ERR_NONE || size < 0) {
-            return outcome.code != MRB_ERR_NONE ? outcome : outcomeOfError(*error);
+        if (!outcome.ok() || size < 0) {
+            return !outcome.ok() ? outcome : outcomeOfError(*error);
         }
         bytes += static_cast<std::uint64_t>(size);
         pace.moved(bytes);
@@ -115,15 +115,15 @@ Outcome GupnpTransfers::finishDownload(const Take &take, const Stopped &isStoppe
     }
 }
 
-Outcome GupnpTransfers::call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
-                             Answer &answer) {
+Status GupnpTransfers::call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
+                            Answer &answer) {
     const auto pending = std::make_shared<Pending>();
     exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
                        envelopeOf(action, arguments, place_.type), Directories::MOST_BYTES},
                       pending);
     const auto isFinished = [&] { return pending->isFinished(); };
-    Outcome outcome = loop_.runUntil(isFinished, isStopped, Pace());
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = loop_.runUntil(isFinished, isStopped, Pace());
+    if (!outcome.ok()) {
         exchanges_->abandon(*pending);
         return outcome;
     }

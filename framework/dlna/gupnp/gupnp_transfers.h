@@ -35,9 +35,9 @@ class GupnpTransfers final : public Transfers {
     GupnpTransfers(std::string server, ServicePlace place);
     ~GupnpTransfers() override;
 
-    Outcome beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) override;
-    Outcome finishDownload(const Take &take, const Stopped &isStopped) override;
-    Outcome upload(const Upload &file, const Moved &moved, const Stopped &isStopped) override;
+    Status beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) override;
+    Status finishDownload(const Take &take, const Stopped &isStopped) override;
+    Status upload(const Upload &file, const Moved &moved, const Stopped &isStopped) override;
 
   private:
     // An object that the server made for a file.
@@ -52,15 +52,15 @@ class GupnpTransfers final : public Transfers {
         Object<GInputStream> stream; // of the answer
     };
 
-    Outcome makeRequest(const char *method, const std::string &url, Request &request) const;
-    Outcome send(Request &request, const Stopped &isStopped, const Pace &pace);
-    Outcome call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
-                 Answer &answer);
-    Outcome create(const Upload &file, const Stopped &isStopped, Created &created);
-    Outcome import(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
-    Outcome follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
-                   const Stopped &isStopped);
-    Outcome post(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+    Status makeRequest(const char *method, const std::string &url, Request &request) const;
+    Status send(Request &request, const Stopped &isStopped, const Pace &pace);
+    Status call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
+                Answer &answer);
+    Status create(const Upload &file, const Stopped &isStopped, Created &created);
+    Status import(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+    Status follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
+                  const Stopped &isStopped);
+    Status post(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
     void destroy(const Created &created);
     [[nodiscard]] bool isOfServer(const std::string &url) const;
 

@@ -18,23 +18,23 @@ void Pace::moved(std::uint64_t bytes) {
 
 void Pace::excuse(steady_clock::time_point since) { since_ += steady_clock::now() - since; }
 
-Outcome OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace) {
+Status OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace) {
     const Source timer = wakeUps(context_);
     while (!isDone()) {
         if (isStopped()) {
-            return {MRB_ERR_CANCELLED, {}};
+            return Status::cancelled();
         }
         if (pace.isTooSlow()) {
-            return {MRB_ERR_TIMEOUT, "The server does not go on."};
+            return Status::timedOut("The server does not go on.");
         }
         g_main_context_iteration(context_, TRUE);
     }
     return {};
 }
 
-Outcome OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
-                       const Condition &isStopped, const Pace &pace) {
-    Outcome outcome = runUntil([&] { return result != nullptr; }, isStopped, pace);
+Status OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
+                      const Condition &isStopped, const Pace &pace) {
+    Status outcome = runUntil([&] { return result != nullptr; }, isStopped, pace);
     if (!result) {
         g_cancellable_cancel(cancellable);
         while (!result) {

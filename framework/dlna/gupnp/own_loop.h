@@ -55,11 +55,11 @@ class OwnLoop {
 
     // These in a turn. Runs until `isDone`, or soon after `isStopped` with MRB_ERR_CANCELLED,
     // or with MRB_ERR_TIMEOUT when it goes on too slowly.
-    Outcome runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace);
+    Status runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace);
     // Waits for an operation that was begun with onReady and `result`. One that is given up
     // is cancelled, and has ended all the same.
-    Outcome await(const Object<GAsyncResult> &result, GCancellable *cancellable, const Condition &isStopped,
-                  const Pace &pace);
+    Status await(const Object<GAsyncResult> &result, GCancellable *cancellable, const Condition &isStopped,
+                 const Pace &pace);
     static void onReady(GObject *source, GAsyncResult *result, void *holder);
 
   private:

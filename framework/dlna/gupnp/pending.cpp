@@ -24,11 +24,11 @@ Reply Pending::await(std::chrono::milliseconds patience, const std::function<boo
     std::unique_lock guard(lock_);
     while (!reply_) {
         if (isStopped()) {
-            return {{MRB_ERR_CANCELLED, {}}, 0, {}};
+            return {Status::cancelled(), 0, {}};
         }
         const auto now = steady_clock::now();
         if (now >= deadline) {
-            return {{MRB_ERR_TIMEOUT, "The server did not answer in time."}, 0, {}};
+            return {Status::timedOut("The server did not answer in time."), 0, {}};
         }
         finished_.wait_until(guard, std::min<steady_clock::time_point>(deadline, now + GLANCE));
     }

@@ -13,7 +13,7 @@ namespace mrb::dlna {
 
 // The answer to a request, or why there is none.
 struct Reply {
-    Outcome outcome;
+    Status outcome;
     unsigned status = 0; // of HTTP
     std::string body;
 };

@@ -50,15 +50,15 @@ void restrictSession(SoupSession *session) {
     soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
 }
 
-Outcome checkEncoding(SoupMessage *message) {
+Status checkEncoding(SoupMessage *message) {
     SoupMessageHeaders *headers = soup_message_get_response_headers(message);
     const char *encoding = soup_message_headers_get_list(headers, "Content-Encoding");
     if (encoding == nullptr || *encoding == '\0' || g_ascii_strcasecmp(encoding, "identity") == 0) {
         return {};
     }
     const Text valid(g_utf8_make_valid(encoding, -1));
-    return {MRB_ERR_PROTOCOL, std::string("The server sends its answer encoded as \"") + valid.get() +
-                                  "\", which it was not asked for."};
+    return Status::protocolError(std::string("The server sends its answer encoded as \"") + valid.get() +
+                                 "\", which it was not asked for.");
 }
 
 Session::Session() : session_(soup_session_new()) {

@@ -46,7 +46,7 @@ void restrictRequest(SoupMessage *message);
 void restrictSession(SoupSession *session);
 
 // Whether the body of an answer is what it stands for, and is not compressed after all.
-Outcome checkEncoding(SoupMessage *message);
+Status checkEncoding(SoupMessage *message);
 
 // A session with servers. Owned and used by one thread, with the same default main context
 // from beginning to end; once it is destroyed its connections are closed.

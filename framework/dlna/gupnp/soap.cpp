@@ -42,7 +42,7 @@ std::uint32_t numberOf(const xmlNode *parent, const char *name) {
     return number;
 }
 
-Outcome outcomeOfFault(const xmlNode *fault) {
+Status outcomeOfFault(const xmlNode *fault) {
     const xmlNode *detail = childOf(childOf(fault, "detail"), "UPnPError");
     const auto number = static_cast<int>(numberOf(detail, "errorCode"));
     std::string message = "The server refuses: " + std::to_string(number) + ' ' +
@@ -52,7 +52,7 @@ Outcome outcomeOfFault(const xmlNode *fault) {
             return {known.code, std::move(message)};
         }
     }
-    return {MRB_ERR_PROTOCOL, std::move(message)};
+    return Status::protocolError(std::move(message));
 }
 
 } // namespace
@@ -98,7 +98,7 @@ std::string envelopeOf(const std::string &action, const Arguments &arguments,
            action + " xmlns:u=\"" + type.get() + "\">" + all + "</u:" + action + "></s:Body></s:Envelope>";
 }
 
-Outcome outcomeOfStatus(unsigned status) {
+Status outcomeOfStatus(unsigned status) {
     constexpr unsigned OK = 200;
     constexpr unsigned UNAUTHORIZED = 401;
     constexpr unsigned FORBIDDEN = 403;
@@ -109,7 +109,7 @@ Outcome outcomeOfStatus(unsigned status) {
         return {};
     }
     if (status / CLASS == REDIRECTIONS) {
-        return {MRB_ERR_PROTOCOL, "The server sends elsewhere, where it is not followed."};
+        return Status::protocolError("The server sends elsewhere, where it is not followed.");
     }
     const bool isRefusal = status == UNAUTHORIZED || status == FORBIDDEN;
     const int other = status == NOT_FOUND ? MRB_ERR_NOT_FOUND : MRB_ERR_PROTOCOL;
@@ -117,37 +117,37 @@ Outcome outcomeOfStatus(unsigned status) {
             "The server answers with the HTTP status " + std::to_string(status) + "."};
 }
 
-Outcome readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
+Status readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
     answer = {};
-    if (reply.outcome.code != MRB_ERR_NONE) {
+    if (!reply.outcome.ok()) {
         return reply.outcome;
     }
-    Outcome form = readXml(reply.body, answer.xml);
+    Status form = readXml(reply.body, answer.xml);
     const xmlDoc *document = answer.xml.document.get();
     const xmlNode *body = document != nullptr ? childOf(xmlDocGetRootElement(document), "Body") : nullptr;
     if (const xmlNode *fault = childOf(body, "Fault")) {
         answer.isRefusal = true;
         return outcomeOfFault(fault);
     }
-    if (Outcome outcome = outcomeOfStatus(reply.status); outcome.code != MRB_ERR_NONE) {
+    if (Status outcome = outcomeOfStatus(reply.status); !outcome.ok()) {
         answer.isRefusal = true;
         // That is no word on what was asked for.
         outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;
         return outcome;
     }
-    if (form.code != MRB_ERR_NONE) {
+    if (!form.ok()) {
         return form;
     }
     answer.response = childOf(body, (action + "Response").c_str());
     if (answer.response == nullptr) {
-        return {MRB_ERR_PROTOCOL, "The server's answer is none to " + action + "."};
+        return Status::protocolError("The server's answer is none to " + action + ".");
     }
     return {};
 }
 
-Outcome readReply(const Reply &reply, const Question &question, Page &page) {
+Status readReply(const Reply &reply, const Question &question, Page &page) {
     Answer answer;
-    if (Outcome outcome = readAnswer(reply, actionOf(question), answer); outcome.code != MRB_ERR_NONE) {
+    if (Status outcome = readAnswer(reply, actionOf(question), answer); !outcome.ok()) {
         return outcome;
     }
     if (question.kind == Question::Kind::CAPABILITIES) {

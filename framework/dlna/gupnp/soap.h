@@ -22,7 +22,7 @@ using Arguments = std::vector<std::pair<const char *, std::string>>;
 std::string envelopeOf(const std::string &action, const Arguments &arguments, const std::string &serviceType);
 
 // What a status of HTTP means.
-Outcome outcomeOfStatus(unsigned status);
+Status outcomeOfStatus(unsigned status);
 
 // What a service answered.
 struct Answer {
@@ -35,9 +35,9 @@ struct Answer {
 };
 
 // Reads the reply to a call of that action. The codes are those of Directories::ask.
-Outcome readAnswer(const Reply &reply, const std::string &action, Answer &answer);
+Status readAnswer(const Reply &reply, const std::string &action, Answer &answer);
 
 // What the reply to a question says. See Directories::ask for the codes.
-Outcome readReply(const Reply &reply, const Question &question, Page &page);
+Status readReply(const Reply &reply, const Question &question, Page &page);
 
 } // namespace mrb::dlna

@@ -43,25 +43,23 @@ std::string didlOf(const Upload &file, const std::string &container) {
            escaped(file.mimeType) + R"(:*" size=")" + std::to_string(file.size) + R"("/></item></DIDL-Lite>)";
 }
 
-Outcome unreadable(const std::string &title) {
-    return {MRB_ERR_CORRUPT, title + " cannot be read to its end."};
-}
+Status unreadable(const std::string &title) { return Status::corrupt(title + " cannot be read to its end."); }
 
 void countPosted(SoupMessage * /*message*/, guint bytes, std::uint64_t *posted) { *posted += bytes; }
 
 } // namespace
 
-Outcome GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stopped &isStopped) {
+Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stopped &isStopped) {
     const OwnLoop::Turn turn(loop_);
     Created created;
-    Outcome outcome = create(file, isStopped, created);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = create(file, isStopped, created);
+    if (!outcome.ok()) {
         return outcome;
     }
     if (!isOfServer(created.importUrl)) {
-        outcome = {MRB_ERR_PERMISSION_DENIED,
-                   "The server wants \"" + file.title + "\" at \"" + created.importUrl +
-                       "\", which is not on its own host, and gets nothing there."};
+        outcome =
+            Status::permissionDenied("The server wants \"" + file.title + "\" at \"" + created.importUrl +
+                                     "\", which is not on its own host, and gets nothing there.");
     } else {
         // A second attempt begins anew; what is told does not.
         std::uint64_t most = 0;
@@ -74,65 +72,65 @@ Outcome GupnpTransfers::upload(const Upload &file, const Moved &moved, const Sto
             outcome = post(file, created, forward, isStopped);
         }
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         destroy(created);
     }
     return outcome;
 }
 
-Outcome GupnpTransfers::create(const Upload &file, const Stopped &isStopped, Created &created) {
+Status GupnpTransfers::create(const Upload &file, const Stopped &isStopped, Created &created) {
     const std::string container = file.container.empty() ? ANY_CONTAINER : file.container;
     Answer answer;
-    Outcome outcome =
-        call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}}, isStopped,
-             answer);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}},
+                          isStopped, answer);
+    if (!outcome.ok()) {
         return outcome;
     }
     created.id = answer.text("ObjectID");
     created.importUrl = importUrlOf(answer.text("Result"));
     if (created.id.empty() || created.importUrl.empty()) {
         destroy(created);
-        return {MRB_ERR_PROTOCOL, "The server does not say where it wants \"" + file.title + "\"."};
+        return Status::protocolError("The server does not say where it wants \"" + file.title + "\".");
     }
     return {};
 }
 
-Outcome GupnpTransfers::import(const Upload &file, const Created &created, const Moved &moved,
-                               const Stopped &isStopped) {
+Status GupnpTransfers::import(const Upload &file, const Created &created, const Moved &moved,
+                              const Stopped &isStopped) {
     OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, place_.here,
                         place_.host);
     if (offered.url().empty()) {
-        return {MRB_ERR_NOT_SUPPORTED, "Nothing can be offered at " + place_.here + "."};
+        return Status::notSupported("Nothing can be offered at " + place_.here + ".");
     }
     Answer answer;
-    Outcome outcome =
+    Status outcome =
         call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
              isStopped, answer);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         // One that refuses that may still have the file sent to it.
-        return answer.isRefusal ? Outcome{MRB_ERR_NOT_SUPPORTED, std::move(outcome.message)} : outcome;
+        return answer.isRefusal ? Status::notSupported(std::move(outcome.message)) : outcome;
     }
     const std::string transfer = answer.text("TransferID");
     outcome = follow(transfer, offered, moved, isStopped);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         const auto until = steady_clock::now() + CLEANING;
-        call(
+        // The transfer has failed; whether the server cleans up changes nothing in that.
+        static_cast<void>(call(
             "StopTransferResource", {{"TransferID", transfer}}, [&] { return steady_clock::now() > until; },
-            answer);
+            answer));
     }
     return offered.isBroken() ? unreadable(file.title) : outcome;
 }
 
 // A server may say whatever it likes: it has the file when it says so and has fetched it.
-Outcome GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
-                               const Stopped &isStopped) {
+Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
+                              const Stopped &isStopped) {
     Pace pace;
     for (;;) {
         const auto until = steady_clock::now() + POLL_PAUSE;
         const auto isOver = [&] { return offered.isBroken() || steady_clock::now() >= until; };
-        Outcome outcome = loop_.runUntil(isOver, isStopped, pace);
-        if (outcome.code != MRB_ERR_NONE || offered.isBroken()) {
+        Status outcome = loop_.runUntil(isOver, isStopped, pace);
+        if (!outcome.ok() || offered.isBroken()) {
             return outcome;
         }
         moved(offered.sent());
@@ -142,7 +140,7 @@ Outcome GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered
         if (answer.isRefusal && offered.isFetched()) {
             return {}; // it does not tell, or has forgotten what is over
         }
-        if (outcome.code != MRB_ERR_NONE && !answer.isRefusal) {
+        if (!outcome.ok() && !answer.isRefusal) {
             return outcome;
         }
         const std::string status = answer.text("TransferStatus");
@@ -150,25 +148,26 @@ Outcome GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered
             // Its last bytes may be news here.
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
-            loop_.runUntil(isKnown, isStopped, pace);
-            return offered.isFetched() ? Outcome()
-                                       : Outcome{MRB_ERR_PROTOCOL,
-                                                 "The server says that it has a file that it did not fetch."};
+            // Only what was fetched counts, also where this is stopped.
+            static_cast<void>(loop_.runUntil(isKnown, isStopped, pace));
+            return offered.isFetched()
+                       ? Status()
+                       : Status::protocolError("The server says that it has a file that it did not fetch.");
         }
         if (status == "ERROR" || status == "STOPPED") {
-            return {MRB_ERR_IO, "The server did not take the file: its transfer ended as " + status + "."};
+            return Status::ioError("The server did not take the file: its transfer ended as " + status + ".");
         }
     }
 }
 
-Outcome GupnpTransfers::post(const Upload &file, const Created &created, const Moved &moved,
-                             const Stopped &isStopped) {
+Status GupnpTransfers::post(const Upload &file, const Created &created, const Moved &moved,
+                            const Stopped &isStopped) {
     if (lseek(file.descriptor, 0, SEEK_SET) != 0) {
         return unreadable(file.title);
     }
     Request request;
-    Outcome outcome = makeRequest(SOUP_METHOD_POST, created.importUrl, request);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = makeRequest(SOUP_METHOD_POST, created.importUrl, request);
+    if (!outcome.ok()) {
         return outcome;
     }
     const Object<GInputStream> bytes(g_unix_input_stream_new(file.descriptor, FALSE));
@@ -185,17 +184,17 @@ Outcome GupnpTransfers::post(const Upload &file, const Created &created, const M
     outcome = send(request, look, pace);
     g_signal_handlers_disconnect_by_data(request.message.get(), &posted);
     struct stat now {};
-    if (outcome.code != MRB_ERR_NONE && outcome.code != MRB_ERR_CANCELLED &&
-        fstat(file.descriptor, &now) == 0 && static_cast<std::uint64_t>(now.st_size) < file.size) {
+    if (!outcome.ok() && outcome.code != MRB_ERR_CANCELLED && fstat(file.descriptor, &now) == 0 &&
+        static_cast<std::uint64_t>(now.st_size) < file.size) {
         return unreadable(file.title);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
     const unsigned status = soup_message_get_status(request.message.get());
-    outcome = SOUP_STATUS_IS_SUCCESSFUL(status) ? Outcome() : outcomeOfStatus(status);
-    if (outcome.code == MRB_ERR_NONE && posted < file.size) {
-        return {MRB_ERR_PROTOCOL, "The server says that it has a file that it did not take."};
+    outcome = SOUP_STATUS_IS_SUCCESSFUL(status) ? Status() : outcomeOfStatus(status);
+    if (outcome.ok() && posted < file.size) {
+        return Status::protocolError("The server says that it has a file that it did not take.");
     }
     moved(posted);
     return outcome;
@@ -208,9 +207,9 @@ void GupnpTransfers::destroy(const Created &created) {
     if (created.id.empty()) {
         return;
     }
-    const Outcome outcome = call(
+    const Status outcome = call(
         "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, answer);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         MRB_LOG_WARNING("A server keeps the object \"%s\", which it has no file for.", created.id.c_str());
     }
 }

@@ -123,11 +123,11 @@ bool repair(const std::string &text, std::string &repaired) {
     return true;
 }
 
-Outcome parse(const std::string &text, Seen &seen, Xml &xml) {
+Status parse(const std::string &text, Seen &seen, Xml &xml) {
     xml.document.reset();
     const Parser parser(xmlNewParserCtxt());
     if (!parser) {
-        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read an answer."};
+        return Status::outOfMemory("There is not enough memory to read an answer.");
     }
     if (seen.elements != nullptr) {
         *parser->sax = {};
@@ -155,26 +155,26 @@ Outcome parse(const std::string &text, Seen &seen, Xml &xml) {
     xml.document.reset(xmlCtxtReadMemory(parser.get(), whole.data(), static_cast<int>(whole.size()), nullptr,
                                          nullptr, OPTIONS));
     if (seen.isOutOfMemory) {
-        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read an answer."};
+        return Status::outOfMemory("There is not enough memory to read an answer.");
     }
     if (seen.hasDefinitions) {
         xml.document.reset();
-        return {MRB_ERR_PROTOCOL, "The server's answer defines entities, which is refused."};
+        return Status::protocolError("The server's answer defines entities, which is refused.");
     }
     if (seen.isBroken) {
-        return {MRB_ERR_PROTOCOL, "The server's answer is broken XML."};
+        return Status::protocolError("The server's answer is broken XML.");
     }
     return {};
 }
 
 } // namespace
 
-Outcome readXml(const std::string &text, Xml &xml) {
+Status readXml(const std::string &text, Xml &xml) {
     Seen seen;
     return parse(text, seen, xml);
 }
 
-Outcome walkXml(const std::string &text, XmlElements &elements) {
+Status walkXml(const std::string &text, XmlElements &elements) {
     Seen seen;
     seen.elements = &elements;
     Xml nothing;

@@ -24,7 +24,7 @@ struct Xml {
 // '&', cost those letters. MRB_ERR_PROTOCOL: it is broken beyond that, and the document
 // holds what could be made out, or it defines entities, which can be made to fill the
 // memory, and there is none.
-Outcome readXml(const std::string &text, Xml &xml);
+Status readXml(const std::string &text, Xml &xml);
 
 struct XmlAttribute {
     std::string_view name; // without a prefix
@@ -50,7 +50,7 @@ class XmlElements {
 
 // The same without a document, for what is long. No more than 256 elements are open at a time:
 // deeper ones break the document.
-Outcome walkXml(const std::string &text, XmlElements &elements);
+Status walkXml(const std::string &text, XmlElements &elements);
 
 // The first element of that name in an element, in any namespace. Null: there is none.
 const xmlNode *childOf(const xmlNode *parent, const char *name);

@@ -77,7 +77,7 @@ void setPictureRatio(Metadata &facts) {
 
 void mrb_start_readers() { loadHeifPlugins(); }
 
-void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts, Outcome &outcome) {
+void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts, Status &outcome) {
     const std::string head = file.read(0, SIGNATURE_BYTES);
     const Signature signature = signatureOf(head, name);
     facts.setText(Fact::MIME_TYPE, signature.mimeType);
@@ -86,7 +86,7 @@ void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts
     try {
         readMedium(file, signature, facts);
     } catch (const std::bad_alloc &) {
-        outcome = {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory to read \"" + name + "\"."};
+        outcome = Status::outOfMemory("There is not enough memory to read \"" + name + "\".");
         return;
     } catch (const std::exception &failure) {
         // A reader's way of saying that the file is damaged; what came before stays.

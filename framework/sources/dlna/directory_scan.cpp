@@ -28,7 +28,7 @@ FillResult DirectoryScan::run(const ListRequest &request) {
     if (step == Step::GO_ON && !isDone) {
         step = walk();
     }
-    if (step == Step::GO_ON && result_.outcome.code == MRB_ERR_NONE) {
+    if (step == Step::GO_ON && result_.outcome.ok()) {
         result_.outcome = std::move(fault_);
     }
     return std::move(result_);
@@ -39,7 +39,7 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
     Question question;
     question.kind = Question::Kind::CAPABILITIES;
     Page page;
-    const Outcome outcome = ask(question, page);
+    const Status outcome = ask(question, page);
     if (outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
         outcome.code == MRB_ERR_TIMEOUT) {
         return end(outcome);
@@ -109,10 +109,10 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
     for (;;) {
         Page page;
         question.isFollowed = total > question.start + question.count;
-        Outcome outcome = ask(question, page);
+        Status outcome = ask(question, page);
         const std::optional<Taken> taken = take(page, container, reading);
         if (!taken) {
-            return end({MRB_ERR_CANCELLED, {}});
+            return end(Status::cancelled());
         }
         reading.found += static_cast<std::int64_t>(taken->fresh);
         const auto given = static_cast<std::uint32_t>(page.objects.size());
@@ -123,7 +123,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
             question.ahead.reset();
             continue;
         }
-        if (outcome.code != MRB_ERR_NONE && !isBroken) {
+        if (!outcome.ok() && !isBroken) {
             return failed(std::move(outcome), container);
         }
         hasAnswered_ = true;
@@ -228,19 +228,18 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
 
 // A server that is still looking through its own folders refuses a search now and then, as
 // if it could not be done, and does it when it is asked once more.
-Outcome DirectoryScan::ask(const Question &question, Page &page) {
+Status DirectoryScan::ask(const Question &question, Page &page) {
     Question whole = question;
     whole.server = place_.server;
     whole.patience = place_.patience;
     const auto isStopped = [this] { return sink_.stopped(); };
-    Outcome outcome = place_.directories.ask(whole, isStopped, page);
+    Status outcome = place_.directories.ask(whole, isStopped, page);
     whole.ahead.reset();
     const bool isSearch = question.kind == Question::Kind::SEARCH;
     for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
         rest();
         page = {};
-        outcome =
-            isStopped() ? Outcome{MRB_ERR_CANCELLED, {}} : place_.directories.ask(whole, isStopped, page);
+        outcome = isStopped() ? Status::cancelled() : place_.directories.ask(whole, isStopped, page);
     }
     return outcome;
 }
@@ -255,7 +254,7 @@ void DirectoryScan::rest() const {
 
 // A container that cannot be read costs its own contents only, unless it is the one that
 // the list was opened on, or nobody is there any more to tell more.
-DirectoryScan::Step DirectoryScan::failed(Outcome outcome, const Pending &container) {
+DirectoryScan::Step DirectoryScan::failed(Status outcome, const Pending &container) {
     const bool isOver = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
                         outcome.code == MRB_ERR_TIMEOUT;
     if (isOver || container.level == 0) {
@@ -270,14 +269,14 @@ DirectoryScan::Step DirectoryScan::failed(Outcome outcome, const Pending &contai
 }
 
 // What a server did wrong that does not keep it from being read on.
-void DirectoryScan::note(Outcome fault) {
-    if (fault_.code == MRB_ERR_NONE) {
+void DirectoryScan::note(Status fault) {
+    if (fault_.ok()) {
         fault_ = std::move(fault);
     }
 }
 
 void DirectoryScan::note(const Pending &container, const std::string &fault) {
-    note({MRB_ERR_PROTOCOL, "The server " + fault + " in its container \"" + container.id + "\"."});
+    note(Status::protocolError("The server " + fault + " in its container \"" + container.id + "\"."));
 }
 
 // An object that could not be asked for again.
@@ -292,7 +291,7 @@ void DirectoryScan::leaveOut(const MediaObject &object, const Pending &container
     result_.leaveOut(1, std::move(name));
 }
 
-DirectoryScan::Step DirectoryScan::end(Outcome outcome) {
+DirectoryScan::Step DirectoryScan::end(Status outcome) {
     result_.outcome = std::move(outcome);
     return Step::END;
 }

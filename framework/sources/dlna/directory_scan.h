@@ -83,13 +83,13 @@ class DirectoryScan {
     Step readOnce(dlna::Question &question, const Pending &container, Reading &reading);
     // No value: the list takes no more.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
-    Outcome ask(const dlna::Question &question, dlna::Page &page);
+    Status ask(const dlna::Question &question, dlna::Page &page);
     void rest() const;
-    Step failed(Outcome outcome, const Pending &container);
-    void note(Outcome fault);
+    Step failed(Status outcome, const Pending &container);
+    void note(Status fault);
     void note(const Pending &container, const std::string &fault);
     void leaveOut(const dlna::MediaObject &object, const Pending &container);
-    Step end(Outcome outcome);
+    Step end(Status outcome);
 
     ItemSink &sink_;
     const Place place_;
@@ -100,7 +100,7 @@ class DirectoryScan {
     bool isForSearch_ = false;
     Seen urls_; // of the items, if so
     bool hasAnswered_ = false;
-    Outcome fault_; // the first that did not end the scan
+    Status fault_; // the first that did not end the scan
     FillResult result_;
 };
 

@@ -31,13 +31,13 @@ std::optional<std::string> objectOf(const std::string &server, const std::string
 
 } // namespace
 
-Outcome DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+Status DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
     if (request.folderId != cleanText(request.folderId)) {
-        return {MRB_ERR_INVALID_PARAMETER, "The folder id is no text that a server could have given."};
+        return Status::invalidParameter("The folder id is no text that a server could have given.");
     }
     dlna::DlnaService::Found server;
-    Outcome outcome = dlna::DlnaService::instance().find(request.path, server);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = dlna::DlnaService::instance().find(request.path, server);
+    if (!outcome.ok()) {
         return outcome;
     }
     std::string container = objectId(server.id, request.folderId);
@@ -74,11 +74,11 @@ ItemLocation DlnaSource::locate(const ItemFacts &item) const {
     return location;
 }
 
-Outcome DlnaSource::reach(const ItemFacts & /*item*/) const {
+Status DlnaSource::reach(const ItemFacts & /*item*/) const {
     if (dlna::DlnaService::instance().isThere(server_.id)) {
         return {};
     }
-    return {MRB_ERR_DEVICE_REMOVED, "The DLNA server \"" + server_.name + "\" is gone."};
+    return Status::deviceRemoved("The DLNA server \"" + server_.name + "\" is gone.");
 }
 
 std::optional<ToldFacts> DlnaSource::told(const ItemFacts &item) const {

@@ -17,7 +17,7 @@ class DlnaSource final : public Source {
 
     // `request.path` is the server's id, or its address where there is one server only;
     // `request.folderId` the id of one of its objects or the media id of one of its folders; empty: the root.
-    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+    static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     // Whether it is that of an item of the server.
     static bool isMediaId(const std::string &server, const std::string &mediaId);
@@ -28,7 +28,7 @@ class DlnaSource final : public Source {
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] Status reach(const ItemFacts &item) const override;
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
 

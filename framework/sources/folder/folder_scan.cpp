@@ -30,7 +30,7 @@ FillResult FolderScan::run(Descriptor folder) {
     const auto root = std::make_shared<Descriptor>(std::move(folder));
     Step step = readContents(root, ROOT_FOLDER, 0, "");
     while (step == Step::GO_ON && !pending_.empty()) {
-        step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visitNext();
+        step = sink_.stopped() ? end(Status::cancelled()) : visitNext();
     }
     return std::move(result_);
 }
@@ -61,7 +61,7 @@ FolderScan::Step FolderScan::visitNext() {
                           .created = facts.created,
                           .opens = number};
     if (number < 0 || !sink_.add({&item, 1})) {
-        return end({MRB_ERR_CANCELLED, {}});
+        return end(Status::cancelled());
     }
     if (!folder) {
         return failed(error, pending.level, name);
@@ -83,18 +83,18 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
     }
     int error = reader_.read(folder->number(), files_, folders_);
     if (!addFiles(*folder, number, error)) {
-        return end({MRB_ERR_CANCELLED, {}});
+        return end(Status::cancelled());
     }
     if (error != 0 && failed(error, level, name) == Step::END) {
         return Step::END;
     }
-    return awaitFolders(folder, number, level + 1) ? Step::GO_ON : end({MRB_ERR_CANCELLED, {}});
+    return awaitFolders(folder, number, level + 1) ? Step::GO_ON : end(Status::cancelled());
 }
 
 // A folder that cannot be read costs its own contents only, unless it is the one
 // that the list was opened on, or the whole device is gone.
 FolderScan::Step FolderScan::failed(int error, int level, const std::string &name) {
-    const Outcome outcome = outcomeOfErrno(error, level == 0 ? path_ : name);
+    const Status outcome = Status::ofErrno(error, level == 0 ? path_ : name);
     if (level == 0 || outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED) {
         return end(outcome);
     }
@@ -155,7 +155,7 @@ bool FolderScan::awaitFolders(const std::shared_ptr<Descriptor> &folder, std::in
     return true;
 }
 
-FolderScan::Step FolderScan::end(Outcome outcome) {
+FolderScan::Step FolderScan::end(Status outcome) {
     result_.outcome = std::move(outcome);
     return Step::END;
 }

@@ -59,7 +59,7 @@ class FolderScan {
     // unless there was one.
     [[nodiscard]] bool add(const Descriptor &folder, std::span<const std::uint32_t> files,
                            std::int32_t number, int &failure);
-    Step end(Outcome outcome);
+    Step end(Status outcome);
 
     ItemSink &sink_;
     const std::string &path_;

@@ -33,17 +33,17 @@ std::string withoutRepeatedSlashes(const std::string &path) {
 
 } // namespace
 
-Outcome FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+Status FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
     if (request.isUhdMeta) {
-        return {MRB_ERR_NOT_SUPPORTED, "Metadata of ultra-high-definition packages is not supported."};
+        return Status::notSupported("Metadata of ultra-high-definition packages is not supported.");
     }
     std::string path = request.path;
     if (path.starts_with(URI_SCHEME)) {
         path = pathOfFileUri(path).value_or("");
     }
     if (!path.starts_with('/')) {
-        return {MRB_ERR_INVALID_PARAMETER,
-                "The scan path \"" + request.path + "\" is neither an absolute path nor a file:// URI."};
+        return Status::invalidParameter("The scan path \"" + request.path +
+                                        "\" is neither an absolute path nor a file:// URI.");
     }
     path = withoutRepeatedSlashes(path);
     // Opened here, so that the caller learns at once when there is nothing to
@@ -51,7 +51,7 @@ Outcome FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &
     const char *opened = path.empty() ? "/" : path.c_str();
     Descriptor folder(open(opened, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
     if (!folder) {
-        return outcomeOfErrno(errno, opened);
+        return Status::ofErrno(errno, opened);
     }
     source.reset(new FolderSource(std::move(path), std::move(folder)));
     return {};
@@ -80,9 +80,9 @@ std::string FolderSource::filePath(const ItemFacts &item) const {
     return bytes;
 }
 
-Outcome FolderSource::reach(const ItemFacts &item) const {
+Status FolderSource::reach(const ItemFacts &item) const {
     const std::string path = filePath(item);
-    return outcomeOfErrno(lookUp(path, mountOf(item)), path);
+    return Status::ofErrno(lookUp(path, mountOf(item)), path);
 }
 
 ItemLocation FolderSource::locate(const ItemFacts &item) const {

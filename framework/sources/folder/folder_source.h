@@ -11,11 +11,11 @@ namespace mrb {
 class FolderSource final : public Source {
   public:
     // `request.path` is an absolute path, or a file:// URI where the path is not UTF-8.
-    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+    static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] Status reach(const ItemFacts &item) const override;
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const override;
     [[nodiscard]] std::string watchedRoot() const override { return path_.empty() ? "/" : path_; }

@@ -69,7 +69,7 @@ bool PlaylistReader::addOpening(SourceItem item, const PlaylistRow &row, const s
     }
     Reading reading(real, roots_.scopeOf(real), item.opens);
     if (const int error = read(file, reading); error != 0 && error != ECANCELED) {
-        leaveOut(real, outcomeOfErrno(error, "").message.c_str());
+        leaveOut(real, Status::ofErrno(error, "").message.c_str());
     }
     return !isFull_;
 }
@@ -91,7 +91,7 @@ bool PlaylistReader::isWorthOpening() {
 
 bool PlaylistReader::open(const std::string &real, Descriptor &file) {
     if (const int error = openPlaylist(real, file); error != 0) {
-        leaveOut(real, outcomeOfErrno(error, "").message.c_str());
+        leaveOut(real, Status::ofErrno(error, "").message.c_str());
         return false;
     }
     // One that stands in itself is listed, and does not open once more.

@@ -19,9 +19,9 @@ FillResult PlaylistSearch::run() {
     if (folder) {
         result = FolderScan(*this, path).run(std::move(folder));
     } else {
-        result.outcome = outcomeOfErrno(errno, path);
+        result.outcome = Status::ofErrno(errno, path);
     }
-    if (result.outcome.code != MRB_ERR_NONE && !stopped()) {
+    if (!result.outcome.ok() && !stopped()) {
         ++result.unreadable;
         MRB_LOG_WARNING("Not searched for playlists: %s", result.outcome.message.c_str());
     }

@@ -21,7 +21,7 @@ constexpr std::string_view MEDIA_ID_SCHEME = "playlist:";
 
 } // namespace
 
-Outcome PlaylistSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+Status PlaylistSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
     if (request.prepareData.empty()) {
         source.reset(new PlaylistSource({}, Descriptor()));
         return {};
@@ -31,18 +31,17 @@ Outcome PlaylistSource::make(const ListRequest &request, std::unique_ptr<Source>
         path = pathOfFileUri(path).value_or("");
     }
     if (!path.starts_with('/')) {
-        return {MRB_ERR_INVALID_PARAMETER, "The playlist \"" + request.prepareData +
-                                               "\" is neither an absolute path nor a file:// URI."};
+        return Status::invalidParameter("The playlist \"" + request.prepareData +
+                                        "\" is neither an absolute path nor a file:// URI.");
     }
     Descriptor file;
     if (const int error = openPlaylist(path, file); error != 0) {
-        return error == EINVAL ? Outcome{MRB_ERR_NOT_SUPPORTED, path + " is no file."}
-                               : outcomeOfErrno(error, path);
+        return error == EINVAL ? Status::notSupported(path + " is no file.") : Status::ofErrno(error, path);
     }
     std::string real = realPath(path);
     if (makePlaylistParser(real, {}) == nullptr) {
-        return {MRB_ERR_NOT_SUPPORTED,
-                real + " is no playlist: its name ends in none of .m3u, .m3u8, .pls and .xspf."};
+        return Status::notSupported(real +
+                                    " is no playlist: its name ends in none of .m3u, .m3u8, .pls and .xspf.");
     }
     source.reset(new PlaylistSource(std::move(real), std::move(file)));
     return {};
@@ -68,15 +67,15 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
         const Descriptor file = std::exchange(file_, Descriptor());
         sink.follow(ROOT_FOLDER, file.number());
         if (const int error = reader.addEntries(file, path_); error != 0 && !reader.isFull()) {
-            result.outcome = outcomeOfErrno(error, path_);
+            result.outcome = Status::ofErrno(error, path_);
         }
     }
     result.unreadable += reader.result().unreadable;
     result.tooDeep += reader.result().tooDeep;
     if (sink.stopped()) {
-        result.outcome = {MRB_ERR_CANCELLED, {}};
+        result.outcome = Status::cancelled();
     } else if (reader.isFull()) {
-        result.outcome = {MRB_ERR_OUT_OF_MEMORY, "The list is full: the playlists hold too many entries."};
+        result.outcome = Status::outOfMemory("The list is full: the playlists hold too many entries.");
     }
     return result;
 }
@@ -98,16 +97,16 @@ MountIdentity PlaylistSource::mountOf(const ItemFacts &item) const {
     return row ? row->mount : MountIdentity();
 }
 
-Outcome PlaylistSource::reach(const ItemFacts &item) const {
+Status PlaylistSource::reach(const ItemFacts &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     if (!row || row->kind == EntryTarget::Kind::URL) {
         return {};
     }
     const std::string path(row->place);
     if (row->kind == EntryTarget::Kind::MISSING) {
-        return {MRB_ERR_NOT_FOUND, path + " is not there."};
+        return Status::notFound(path + " is not there.");
     }
-    return outcomeOfErrno(lookUp(path, row->mount), path);
+    return Status::ofErrno(lookUp(path, row->mount), path);
 }
 
 ItemLocation PlaylistSource::locate(const ItemFacts &item) const {

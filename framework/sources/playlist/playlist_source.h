@@ -15,11 +15,11 @@ namespace mrb {
 class PlaylistSource final : public Source {
   public:
     // `request.prepareData` is empty, or the absolute path or file:// URI of a playlist.
-    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+    static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] Status reach(const ItemFacts &item) const override;
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const override;
     [[nodiscard]] bool namesFiles() const override { return true; }

@@ -50,11 +50,11 @@ FillResult CameraScan::run(const std::string &root) {
     while (step == Step::GO_ON && !pending_.empty()) {
         const Pending next = std::move(pending_.back());
         pending_.pop_back();
-        step = sink_.stopped() ? end({MRB_ERR_CANCELLED, {}}) : visit(next);
+        step = sink_.stopped() ? end(Status::cancelled()) : visit(next);
     }
     // One that is pulled out may look like one that is empty.
     if (step == Step::GO_ON && !isThere(address_, stopped_)) {
-        end({MRB_ERR_DEVICE_REMOVED, "The camera was removed while it was read."});
+        end(Status::deviceRemoved("The camera was removed while it was read."));
     }
     return std::move(result_);
 }
@@ -65,7 +65,7 @@ CameraScan::Step CameraScan::visit(const Pending &pending) {
     const SourceItem item{
         .name = name, .folder = pending.parent, .type = MRB_ITEM_TYPE_FOLDER, .opens = number};
     if (number < 0 || !sink_.add({&item, 1})) {
-        return end({MRB_ERR_CANCELLED, {}});
+        return end(Status::cancelled());
     }
     if (pending.level > DEEPEST_LEVEL) {
         ++result_.tooDeep;
@@ -77,26 +77,26 @@ CameraScan::Step CameraScan::visit(const Pending &pending) {
 CameraScan::Step CameraScan::readContents(const std::string &path, std::int32_t number, int level) {
     files_.clear();
     folders_.clear();
-    if (const Outcome outcome = readNames(path); outcome.code != MRB_ERR_NONE) {
+    if (const Status outcome = readNames(path); !outcome.ok()) {
         return failed(outcome, path, level);
     }
     return addFiles(path, number, level) == Step::END ? Step::END : awaitFolders(path, number, level + 1);
 }
 
-Outcome CameraScan::readNames(const std::string &path) {
+Status CameraScan::readNames(const std::string &path) {
     struct Names {
         std::vector<std::string> files;
         std::vector<std::string> folders;
     };
     const auto names = std::make_shared<Names>();
-    Outcome outcome = CameraService::instance().run(
+    Status outcome = CameraService::instance().run(
         address_,
         [names, path](Camera &camera) {
-            Outcome listed = camera.listFiles(path, names->files);
-            return listed.code == MRB_ERR_NONE ? camera.listFolders(path, names->folders) : listed;
+            Status listed = camera.listFiles(path, names->files);
+            return listed.ok() ? camera.listFolders(path, names->folders) : listed;
         },
         stopped_);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
     for (const std::string &name : names->files) {
@@ -114,27 +114,27 @@ Outcome CameraScan::readNames(const std::string &path) {
     return {};
 }
 
-Outcome CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
+Status CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
     struct Told {
         Facts facts;
         std::atomic<bool> isComplete = false; // and does not change any more
     };
     const auto told = std::make_shared<Told>();
-    Outcome outcome = CameraService::instance().run(
+    Status outcome = CameraService::instance().run(
         address_,
         [told, path, names](Camera &camera) {
             int failures = 0;
-            Outcome last;
+            Status last;
             for (const std::string &name : names) {
                 CameraFileFacts each;
-                Outcome asked = camera.readFacts({path, name}, each);
-                failures = asked.code == MRB_ERR_NONE ? 0 : failures + 1;
+                Status asked = camera.readFacts({path, name}, each);
+                failures = asked.ok() ? 0 : failures + 1;
                 if (asked.code == MRB_ERR_CANCELLED || asked.code == MRB_ERR_DEVICE_REMOVED ||
                     failures == MOST_FAILURES) {
                     return asked;
                 }
                 told->facts.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
-                last = asked.code == MRB_ERR_NONE ? std::move(last) : std::move(asked);
+                last = asked.ok() ? std::move(last) : std::move(asked);
             }
             told->isComplete = true;
             return last; // which may be that the camera leaves
@@ -151,7 +151,7 @@ Outcome CameraScan::readFacts(const std::string &path, const std::vector<std::st
 CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t number, int level) {
     PagedVector<std::uint32_t> order;
     if (!order_.rest(files_, order)) {
-        return end({MRB_ERR_CANCELLED, {}});
+        return end(Status::cancelled());
     }
     for (std::size_t first = 0; first < order.size(); first += AT_ONCE) {
         const std::size_t last = std::min(order.size(), first + AT_ONCE);
@@ -160,7 +160,7 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
             names.emplace_back(files_.name(order[at]));
         }
         Facts facts;
-        if (const Outcome outcome = readFacts(path, names, facts); outcome.code != MRB_ERR_NONE) {
+        if (const Status outcome = readFacts(path, names, facts); !outcome.ok()) {
             return failed(outcome, path, level);
         }
         std::vector<SourceItem> run;
@@ -174,7 +174,7 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
             }
         }
         if (!run.empty() && !sink_.add(run)) {
-            return end({MRB_ERR_CANCELLED, {}});
+            return end(Status::cancelled());
         }
     }
     return Step::GO_ON;
@@ -183,7 +183,7 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
 CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t number, int level) {
     PagedVector<std::uint32_t> order;
     if (!order_.rest(folders_, order)) {
-        return end({MRB_ERR_CANCELLED, {}});
+        return end(Status::cancelled());
     }
     for (auto next = order.rbegin(); next != order.rend(); ++next) {
         pending_.push_back({below(path, folders_.name(*next)), number, level});
@@ -193,8 +193,8 @@ CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t 
 
 // A folder that cannot be read costs its own contents only, unless it is the one that the
 // list was opened on, or nothing can be had of the camera.
-CameraScan::Step CameraScan::failed(const Outcome &outcome, const std::string &path, int level) {
-    const Outcome why = unlessRemoved(outcome, device_);
+CameraScan::Step CameraScan::failed(const Status &outcome, const std::string &path, int level) {
+    const Status why = unlessRemoved(outcome, device_);
     if (level == 0 || endsAll(why)) {
         return end(why);
     }
@@ -203,7 +203,7 @@ CameraScan::Step CameraScan::failed(const Outcome &outcome, const std::string &p
     return Step::GO_ON;
 }
 
-CameraScan::Step CameraScan::end(Outcome outcome) {
+CameraScan::Step CameraScan::end(Status outcome) {
     result_.outcome = std::move(outcome);
     return Step::END;
 }

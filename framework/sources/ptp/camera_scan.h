@@ -40,12 +40,12 @@ class CameraScan {
     Step addFiles(const std::string &path, std::int32_t number, int level);
     Step awaitFolders(const std::string &path, std::int32_t number, int level);
     // The names in a folder that a list may hold.
-    Outcome readNames(const std::string &path);
+    Status readNames(const std::string &path);
     // The facts of these files of a folder, one each; no value: the file is gone.
     using Facts = std::vector<std::optional<CameraFileFacts>>;
-    Outcome readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts);
-    Step failed(const Outcome &outcome, const std::string &path, int level);
-    Step end(Outcome outcome);
+    Status readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts);
+    Step failed(const Status &outcome, const std::string &path, int level);
+    Step end(Status outcome);
 
     ItemSink &sink_;
     const CameraAddress address_;

@@ -38,18 +38,18 @@ std::optional<std::string> folderOf(const std::string &folderId, const Device &c
 
 } // namespace
 
-Outcome PtpSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
+Status PtpSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
     std::optional<Device> camera = attachedCamera(request.modelName, request.bus, request.device);
     if (!camera) {
-        return {MRB_ERR_NOT_FOUND, "No camera \"" + request.modelName + "\" is attached at bus " +
-                                       std::to_string(request.bus) + ", device " +
-                                       std::to_string(request.device) + "."};
+        return Status::notFound("No camera \"" + request.modelName + "\" is attached at bus " +
+                                std::to_string(request.bus) + ", device " + std::to_string(request.device) +
+                                ".");
     }
     std::optional<std::string> folder = folderOf(request.folderId, *camera);
     if (!folder) {
-        return {MRB_ERR_INVALID_PARAMETER, "The folder \"" + request.folderId +
-                                               "\" is neither an absolute path on the camera nor the URL or "
-                                               "media id of a folder on it."};
+        return Status::invalidParameter("The folder \"" + request.folderId +
+                                        "\" is neither an absolute path on the camera nor the URL or "
+                                        "media id of a folder on it.");
     }
     while (folder->ends_with('/')) {
         folder->pop_back();
@@ -77,10 +77,9 @@ std::string PtpSource::pathOf(const ItemFacts &item) const {
 
 std::string PtpSource::filePath(const ItemFacts &item) const { return cameraUrl({camera_.id, pathOf(item)}); }
 
-Outcome PtpSource::reach(const ItemFacts & /*item*/) const {
-    return attachedCamera(camera_.id)
-               ? Outcome()
-               : Outcome{MRB_ERR_DEVICE_REMOVED, "The camera is not attached any more."};
+Status PtpSource::reach(const ItemFacts & /*item*/) const {
+    return attachedCamera(camera_.id) ? Status()
+                                      : Status::deviceRemoved("The camera is not attached any more.");
 }
 
 ItemLocation PtpSource::locate(const ItemFacts &item) const {

@@ -15,11 +15,11 @@ class PtpSource final : public Source {
   public:
     // The camera is named by `request.bus` and `request.device`, or by `request.modelName`;
     // the folder by `request.folderId`: its path on the camera, or its URL or media id.
-    static Outcome make(const ListRequest &request, std::unique_ptr<Source> &source);
+    static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Outcome reach(const ItemFacts &item) const override;
+    [[nodiscard]] Status reach(const ItemFacts &item) const override;
     [[nodiscard]] const Device *device() const override { return &camera_; }
     [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
     [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;

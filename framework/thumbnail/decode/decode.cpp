@@ -22,18 +22,18 @@ int typeOf(const DecodeRequest &request) {
     return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
 }
 
-Outcome decodeCover(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded) {
+Status decodeCover(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                   Decoded &decoded) {
     Bytes cover;
-    Outcome outcome = films().readCover(file, request.path, stop, cover);
-    return outcome.code == MRB_ERR_NONE ? decodePicture(cover, request, stop, decoded) : outcome;
+    Status outcome = films().readCover(file, request.path, stop, cover);
+    return outcome.ok() ? decodePicture(cover, request, stop, decoded) : outcome;
 }
 
-Outcome decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     MediaFile file;
-    Outcome opened = file.open(request.path);
+    Status opened = file.open(request.path);
     decoded.source = file.identity();
-    if (opened.code != MRB_ERR_NONE) {
+    if (!opened.ok()) {
         return opened;
     }
     switch (typeOf(request)) {
@@ -46,26 +46,28 @@ Outcome decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &
     case MRB_ITEM_TYPE_MUSIC:
         return decodeCover(file, request, stop, decoded);
     default:
-        return {MRB_ERR_NOT_SUPPORTED, "Items of this type have no picture."};
+        return Status::notSupported("Items of this type have no picture.");
     }
 }
 
 } // namespace
 
-void mrb_start_decoders() { useVips(); }
+void mrb_start_decoders() {
+    static_cast<void>(useVips()); // each picture gets the same failure again
+}
 
 void mrb_decode_thumbnail(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     decoded = {};
     try {
         decoded.outcome = decodeFile(request, stop, decoded);
     } catch (const std::bad_alloc &) {
-        decoded.outcome = {MRB_ERR_OUT_OF_MEMORY, "Not enough memory for the picture."};
+        decoded.outcome = Status::outOfMemory("Not enough memory for the picture.");
     } catch (const MissingModule &failure) {
-        decoded.outcome = {MRB_ERR_NOT_SUPPORTED, failure.what()};
+        decoded.outcome = Status::notSupported(failure.what());
     } catch (const std::exception &failure) {
-        decoded.outcome = {MRB_ERR_CORRUPT, failure.what()};
+        decoded.outcome = Status::corrupt(failure.what());
     }
-    if (decoded.outcome.code != MRB_ERR_NONE) {
+    if (!decoded.outcome.ok()) {
         decoded.images.clear();
     }
 }

@@ -33,7 +33,7 @@ class Decoder {
 
     // The picture at no less than twice the size of `target` where it has that many
     // pixels, so that the resizing that follows decides on the quality.
-    Outcome decode(Size target, Pixels &pixels);
+    Status decode(Size target, Pixels &pixels);
 
   private:
     bool decompress(Size scaled, int format, int flags, Bytes &pixels);
@@ -78,7 +78,7 @@ bool Decoder::decompress(Size scaled, int format, int flags, Bytes &pixels) {
                          scaled.height, format, flags | TJFLAG_LIMITSCANS) == 0;
 }
 
-Outcome Decoder::decode(Size target, Pixels &pixels) {
+Status Decoder::decode(Size target, Pixels &pixels) {
     const Size scaled = scaledSize(size_, target);
     int format = TJPF_RGB;
     int channels = 3;
@@ -97,7 +97,7 @@ Outcome Decoder::decode(Size target, Pixels &pixels) {
         whole = decompress(scaled, format, 0, bytes) || isHarmless();
     }
     if (!whole) {
-        return {MRB_ERR_CORRUPT, std::string("The picture is damaged: ") + tjGetErrorStr2(handle_.get())};
+        return Status::corrupt(std::string("The picture is damaged: ") + tjGetErrorStr2(handle_.get()));
     }
     if (format == TJPF_CMYK) {
         toScreenColours(bytes);
@@ -109,24 +109,24 @@ Outcome Decoder::decode(Size target, Pixels &pixels) {
 }
 
 // Decodes to the size that a picture of `original` pixels has in the box.
-Outcome decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
-                 const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
+                const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     const int applied = request.orientation != 0 ? request.orientation : orientation;
     const Size target = fit(original, turned({request.width, request.height}, applied));
     Scratch memory;
     Pixels pixels{*memory};
-    Outcome outcome = decoder.decode(target, pixels);
-    if (outcome.code == MRB_ERR_NONE && stop.isUp()) {
+    Status outcome = decoder.decode(target, pixels);
+    if (outcome.ok() && stop.isUp()) {
         outcome = stop.outcome();
     }
     Image image;
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         if (pixels.channels == 3) {
             pixels.profile = profile;
         }
         outcome = resize(pixels, target, stop, image);
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         addImage(std::move(image), original, orientation, request, decoded);
     }
     return outcome;
@@ -140,17 +140,17 @@ bool sameProportions(Size small, Size large) {
 
 } // namespace
 
-Outcome decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     Decoder decoder(data);
     const JpegSegments segments = readJpegSegments(data);
     if (!decoder.readHeader()) {
-        return {MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."};
+        return Status::corrupt("The picture is damaged: its header cannot be read.");
     }
     // A progressive picture is kept whole, as coefficients of two bytes. So it may be
     // when the decoder skips what the segments were lost at.
     const bool kept = segments.progressive || !segments.complete;
-    Outcome allowed = checkPictureSize(decoder.size().width, decoder.size().height, kept ? 6 : 3);
-    if (allowed.code != MRB_ERR_NONE) {
+    Status allowed = checkPictureSize(decoder.size().width, decoder.size().height, kept ? 6 : 3);
+    if (!allowed.ok()) {
         return allowed;
     }
     return decodeTo(decoder.size(), decoder, segments.profile, readExif(segments.exif).orientation, request,
@@ -165,8 +165,7 @@ bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const StopSign 
         return false;
     }
     Decoder small(exif.picture);
-    if (!small.readHeader() ||
-        checkPictureSize(small.size().width, small.size().height, 3).code != MRB_ERR_NONE) {
+    if (!small.readHeader() || !checkPictureSize(small.size().width, small.size().height, 3).ok()) {
         return false;
     }
     const int orientation = request.orientation != 0 ? request.orientation : exif.orientation;
@@ -177,8 +176,7 @@ bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const StopSign 
         return false;
     }
     decoded.embedded =
-        decodeTo(whole.size(), small, segments.profile, exif.orientation, request, stop, decoded).code ==
-        MRB_ERR_NONE;
+        decodeTo(whole.size(), small, segments.profile, exif.orientation, request, stop, decoded).ok();
     return decoded.embedded;
 }
 

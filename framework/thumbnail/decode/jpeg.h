@@ -5,7 +5,7 @@
 namespace mrb::thumbnail {
 
 // Decodes a whole JPEG file.
-Outcome decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
 
 // Takes the small picture in the EXIF data of a JPEG whose beginning is `head`.
 // False when there is none, or it is too small, or does not show the whole

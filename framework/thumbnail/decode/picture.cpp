@@ -14,7 +14,7 @@ constexpr std::int64_t HEAD_BYTES = 128 << 10;
 
 } // namespace
 
-Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     if (isJpeg(data)) {
         return decodeJpeg(data, request, stop, decoded);
     }
@@ -22,19 +22,19 @@ Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSig
                              : decodeWithVips(data, request, stop, decoded);
 }
 
-Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                          Decoded &decoded) {
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                         Decoded &decoded) {
     Scratch memory;
     Bytes &data = *memory;
-    Outcome outcome = file.read(HEAD_BYTES, stop, data);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = file.read(HEAD_BYTES, stop, data);
+    if (!outcome.ok()) {
         return outcome;
     }
     if (isJpeg(data) && decodeEmbedded(data, request, stop, decoded)) {
         return {};
     }
     outcome = file.readAll(stop, data);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
     outcome = decodePicture(data, request, stop, decoded);

@@ -6,10 +6,10 @@
 namespace mrb::thumbnail {
 
 // Decodes a picture file to one image.
-Outcome decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                          Decoded &decoded);
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                         Decoded &decoded);
 
 // The same for a picture in memory, such as the cover in a piece of music.
-Outcome decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
 
 } // namespace mrb::thumbnail

@@ -44,8 +44,8 @@ bool scale(VipsPicture &picture, bool hasAlpha, double width, double height) {
 
 } // namespace
 
-Outcome resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image) {
-    if (Outcome ready = useVips(); ready.code != MRB_ERR_NONE) {
+Status resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image) {
+    if (Status ready = useVips(); !ready.ok()) {
         return ready;
     }
     VipsPicture picture = pictureOf(pixels);

@@ -16,6 +16,6 @@ struct Pixels {
 
 // Makes the image of exactly this size, whose proportions may differ by a rounded pixel
 // from the picture's.
-Outcome resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image);
+Status resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image);
 
 } // namespace mrb::thumbnail

@@ -76,12 +76,12 @@ bool toScreenColours(VipsPicture &picture) {
 
 } // namespace
 
-Outcome useVips() {
+Status useVips() {
     static std::once_flag once;
     static bool started = false;
     std::call_once(once, [] { started = startVips(); });
     if (!started) {
-        return {MRB_ERR_NOT_INITIALIZED, "libvips cannot be started."};
+        return Status::notInitialized("libvips cannot be started.");
     }
     // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): it ends with its thread, a worker
     static thread_local const ThreadEnd threadEnd;
@@ -90,18 +90,18 @@ Outcome useVips() {
     return {};
 }
 
-Outcome vipsFailure() {
+Status vipsFailure() {
     std::string text = vips_error_buffer();
     vips_error_clear();
     std::ranges::replace(text, '\n', ' ');
     // libheif's bounds on what a file may claim, in the words of all its versions.
     if (text.find("ecurity limit") != std::string::npos) {
-        return {MRB_ERR_OUT_OF_MEMORY, "The picture claims more than is decoded: " + text};
+        return Status::outOfMemory("The picture claims more than is decoded: " + text);
     }
-    return {MRB_ERR_CORRUPT, "The picture is damaged: " + text};
+    return Status::corrupt("The picture is damaged: " + text);
 }
 
-Outcome render(VipsPicture picture, const StopSign &stop, Image &image) {
+Status render(VipsPicture picture, const StopSign &stop, Image &image) {
     if (!toScreenColours(picture)) {
         return vipsFailure();
     }
@@ -112,12 +112,12 @@ Outcome render(VipsPicture picture, const StopSign &stop, Image &image) {
     const std::unique_ptr<unsigned char, decltype(&g_free)> memory(
         static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)), g_free);
     if (!memory) {
-        const Outcome failure = vipsFailure();
+        const Status failure = vipsFailure();
         return stop.isUp() ? stop.outcome() : failure;
     }
     const int bands = vips_image_get_bands(picture.get());
     if (bands < 3) {
-        return {MRB_ERR_NOT_SUPPORTED, "The picture has no colours that a screen shows."};
+        return Status::notSupported("The picture has no colours that a screen shows.");
     }
     image = makeImage(vips_image_get_width(picture.get()), vips_image_get_height(picture.get()));
     const unsigned char *from = memory.get();

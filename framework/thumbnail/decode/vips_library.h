@@ -18,14 +18,14 @@ using VipsPicture = std::unique_ptr<VipsImage, Unref>;
 
 // Makes libvips ready for the calling thread: quiet, without threads or a cache of
 // its own making.
-Outcome useVips();
+Status useVips();
 
 // What libvips last complained of on this thread, as the reason why a picture is damaged,
 // or too large.
-Outcome vipsFailure();
+Status vipsFailure();
 
 // Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its
 // colours were. Throws std::bad_alloc.
-Outcome render(VipsPicture picture, const StopSign &stop, Image &image);
+Status render(VipsPicture picture, const StopSign &stop, Image &image);
 
 } // namespace mrb::thumbnail

@@ -55,16 +55,15 @@ VipsPicture readScaled(ByteSpan data, Size target) {
 
 } // namespace
 
-Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
-    if (Outcome ready = useVips(); ready.code != MRB_ERR_NONE) {
+Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    if (Status ready = useVips(); !ready.ok()) {
         return ready;
     }
     const char *found = vips_foreign_find_load_buffer(data.data(), data.size());
     if (found == nullptr || std::ranges::find(LOADERS, found) == std::end(LOADERS)) {
         vips_error_clear();
-        return beginsLikePicture(data)
-                   ? Outcome{MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."}
-                   : Outcome{MRB_ERR_NOT_SUPPORTED, "The file is no picture of a known format."};
+        return beginsLikePicture(data) ? Status::corrupt("The picture is damaged: its header cannot be read.")
+                                       : Status::notSupported("The file is no picture of a known format.");
     }
     const bool isWebp = found == WEBP;
     if (found == HEIF) {
@@ -80,13 +79,13 @@ Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSi
         }
         size = {vips_image_get_width(picture.get()), vips_image_get_height(picture.get())};
     }
-    Outcome outcome =
+    Status outcome =
         checkPictureSize(size.width, size.height,
                          isWebp ? 4 : static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_PEL(picture.get())));
-    if (outcome.code == MRB_ERR_NONE && isWebp) {
+    if (outcome.ok() && isWebp) {
         outcome = openWebp(data, size, {request.width, request.height}, picture);
     }
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
     const int stored = found == HEIF ? 1 : vips_image_get_orientation(picture.get());
@@ -98,7 +97,7 @@ Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSi
     }
     Image image;
     outcome = render(std::move(picture), stop, image);
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         addImage(std::move(image), size, stored, request, decoded);
     }
     return outcome;

@@ -6,6 +6,6 @@ namespace mrb::thumbnail {
 
 // Decodes a PNG, WebP, GIF, TIFF, HEIC, AVIF or JPEG XL file; of several pictures the
 // first. MRB_ERR_NOT_SUPPORTED: the data are none of these.
-Outcome decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
 
 } // namespace mrb::thumbnail

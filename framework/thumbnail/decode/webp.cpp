@@ -42,7 +42,7 @@ Size marginSize(Size size, Size target) {
 }
 
 // In steps, between which the sign is looked at.
-Outcome decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &stop) {
+Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &stop) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
     const std::unique_ptr<WebPIDecoder, decltype(&WebPIDelete)> decoder(WebPIDecode(nullptr, 0, &config),
                                                                         WebPIDelete);
@@ -58,11 +58,11 @@ Outcome decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &st
     case VP8_STATUS_OK:
         return {};
     case VP8_STATUS_OUT_OF_MEMORY:
-        return {MRB_ERR_OUT_OF_MEMORY, "There is not enough memory for the picture."};
+        return Status::outOfMemory("There is not enough memory for the picture.");
     case VP8_STATUS_SUSPENDED:
-        return {MRB_ERR_CORRUPT, "The picture is damaged: it ends too early."};
+        return Status::corrupt("The picture is damaged: it ends too early.");
     default:
-        return {MRB_ERR_CORRUPT, "The picture is damaged: libwebp cannot read it."};
+        return Status::corrupt("The picture is damaged: libwebp cannot read it.");
     }
 }
 
@@ -77,16 +77,16 @@ bool isPlainWebp(ByteSpan data) {
     return text.substr(12, 4) != "VP8X" || (data[FLAGS_AT] & (HAS_PROFILE | HAS_EXIF | IS_ANIMATED)) == 0;
 }
 
-Outcome decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
     WebPDecoderConfig config;
     if (WebPInitDecoderConfig(&config) == 0 ||
         WebPGetFeatures(data.data(), data.size(), &config.input) != VP8_STATUS_OK) {
-        return {MRB_ERR_CORRUPT, "The picture is damaged: its header cannot be read."};
+        return Status::corrupt("The picture is damaged: its header cannot be read.");
     }
     const Size size{config.input.width, config.input.height};
     const int channels = config.input.has_alpha != 0 ? 4 : 3;
-    Outcome outcome = checkPictureSize(size.width, size.height, 4);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = checkPictureSize(size.width, size.height, 4);
+    if (!outcome.ok()) {
         return outcome;
     }
     const Size target = fit(size, turned({request.width, request.height}, request.orientation));
@@ -102,10 +102,10 @@ Outcome decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopS
     config.output.u.RGBA = {pixels.bytes.data(), stride, pixels.bytes.size()};
     outcome = decodeSteps(data, config, stop);
     Image image;
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         outcome = resize(pixels, target, stop, image);
     }
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         addImage(std::move(image), size, 1, request, decoded);
     }
     return outcome;
@@ -130,7 +130,7 @@ Size sizeOfWebp(ByteSpan data) {
     return sizeOf(littleEndian(data, 26, 2) & 0x3FFFU, littleEndian(data, 28, 2) & 0x3FFFU);
 }
 
-Outcome openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture) {
+Status openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture) {
     // Whichever way the picture turns out to lie.
     const int width = std::max(fit(size, box).width, fit(size, {box.height, box.width}).width);
     VipsImage *opened = nullptr;
@@ -138,7 +138,7 @@ Outcome openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture) {
                          std::min(1.0, MARGIN * width / size.width), "access", VIPS_ACCESS_SEQUENTIAL,
                          "fail_on", VIPS_FAIL_ON_TRUNCATED, nullptr);
     picture.reset(opened);
-    return picture ? Outcome{} : vipsFailure();
+    return picture ? Status{} : vipsFailure();
 }
 
 } // namespace mrb::thumbnail

@@ -16,10 +16,10 @@ Size sizeOfWebp(ByteSpan data);
 bool isPlainWebp(ByteSpan data);
 
 // Decodes such a file.
-Outcome decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
 
 // Opens any other WebP file of this size, scaled down while it is decoded, to no less than it has
 // in the box.
-Outcome openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture);
+Status openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture);
 
 } // namespace mrb::thumbnail

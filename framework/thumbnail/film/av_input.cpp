@@ -51,7 +51,7 @@ AvInput::~AvInput() {
     }
 }
 
-Outcome AvInput::open(const char *formats) {
+Status AvInput::open(const char *formats) {
     quiet();
     auto *buffer = static_cast<unsigned char *>(av_malloc(BUFFER_BYTES));
     io_ =
@@ -73,17 +73,17 @@ Outcome AvInput::open(const char *formats) {
     // Frees and clears the context when it fails.
     const int code = avformat_open_input(&context_, nullptr, nullptr, nullptr);
     if (code == AVERROR_INVALIDDATA && io_->pos == 0) {
-        return {MRB_ERR_NOT_SUPPORTED, "The file's format is not known."};
+        return Status::notSupported("The file's format is not known.");
     }
-    return code < 0 ? failure("its container cannot be read") : Outcome{};
+    return code < 0 ? failure("its container cannot be read") : Status{};
 }
 
-Outcome AvInput::failure(const char *what) const {
+Status AvInput::failure(const char *what) const {
     if (stop_.isUp()) {
         return stop_.outcome();
     }
-    return error_ != 0 ? outcomeOfErrno(error_, "reading")
-                       : Outcome{MRB_ERR_CORRUPT, std::string("The file is damaged: ") + what + "."};
+    return error_ != 0 ? Status::ofErrno(error_, "reading")
+                       : Status::corrupt(std::string("The file is damaged: ") + what + ".");
 }
 
 int AvInput::read(void *self, std::uint8_t *buffer, int size) {

@@ -39,11 +39,11 @@ class AvInput {
     AvInput &operator=(const AvInput &) = delete;
 
     // `formats` are libav's names, separated by commas: no other is recognised.
-    Outcome open(const char *formats);
+    Status open(const char *formats);
     [[nodiscard]] AVFormatContext *context() const { return context_; }
 
     // Why something that libav did failed: the stop sign, the device, or else the file itself.
-    [[nodiscard]] Outcome failure(const char *what) const;
+    [[nodiscard]] Status failure(const char *what) const;
 
   private:
     static int read(void *self, std::uint8_t *buffer, int size);

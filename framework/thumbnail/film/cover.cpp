@@ -10,10 +10,10 @@ constexpr const char *MUSIC_FORMATS =
     "mp3,mov,flac,ogg,asf,wav,aiff,ape,dsf,mpc,mpc8,wv,matroska,aac,ac3,eac3,amr,tta,w64";
 
 // Of the pictures that libav finds in the file the first; empty when there is none.
-Outcome coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cover) {
+Status coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cover) {
     AvInput input(file, stop);
-    Outcome outcome = input.open(MUSIC_FORMATS);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = input.open(MUSIC_FORMATS);
+    if (!outcome.ok()) {
         return outcome;
     }
     for (unsigned index = 0; index < input.context()->nb_streams; ++index) {
@@ -28,14 +28,14 @@ Outcome coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cov
 
 } // namespace
 
-Outcome readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover) {
+Status readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover) {
     cover = coverOfTags(path);
     if (stop.isUp()) {
         return stop.outcome();
     }
-    Outcome outcome = cover.empty() ? coverOfContainer(file, stop, cover) : Outcome{};
-    if (outcome.code == MRB_ERR_NONE && cover.empty()) {
-        outcome = {MRB_ERR_NOT_FOUND, "The music has no cover."};
+    Status outcome = cover.empty() ? coverOfContainer(file, stop, cover) : Status{};
+    if (outcome.ok() && cover.empty()) {
+        outcome = Status::notFound("The music has no cover.");
     }
     return outcome;
 }

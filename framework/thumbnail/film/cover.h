@@ -7,6 +7,6 @@
 namespace mrb::thumbnail {
 
 // As Films::readCover.
-Outcome readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
+Status readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
 
 } // namespace mrb::thumbnail

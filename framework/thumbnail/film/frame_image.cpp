@@ -58,12 +58,12 @@ Size displaySize(int width, int height, AVRational aspect) {
                : Size{static_cast<int>(wide), height};
 }
 
-Outcome imageOf(const AVFrame &frame, Size size, Image &image) {
+Status imageOf(const AVFrame &frame, Size size, Image &image) {
     const std::unique_ptr<SwsContext, FreeScaler> scaler(
         sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), size.width,
                        size.height, AV_PIX_FMT_BGRA, QUALITY, nullptr, nullptr, nullptr));
     if (!scaler) {
-        return {MRB_ERR_NOT_SUPPORTED, "The video's colours cannot be converted."};
+        return Status::notSupported("The video's colours cannot be converted.");
     }
     const int *matrix = sws_getCoefficients(matrixOf(frame));
     sws_setColorspaceDetails(scaler.get(), matrix, hasFullRange(frame) ? 1 : 0, matrix, 1, 0, 1 << 16,
@@ -78,7 +78,7 @@ Outcome imageOf(const AVFrame &frame, Size size, Image &image) {
     }
     if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, scaled->data,
                   scaled->linesize) != size.height) {
-        return {MRB_ERR_CORRUPT, "The video is damaged: a frame cannot be scaled."};
+        return Status::corrupt("The video is damaged: a frame cannot be scaled.");
     }
     image = makeImage(size.width, size.height);
     for (int row = 0; row < size.height; ++row) {

@@ -9,6 +9,6 @@ namespace mrb::thumbnail {
 Size displaySize(int width, int height, AVRational aspect);
 
 // Converts a frame to an image of this size, by the frame's own colour matrix and range.
-Outcome imageOf(const AVFrame &frame, Size size, Image &image);
+Status imageOf(const AVFrame &frame, Size size, Image &image);
 
 } // namespace mrb::thumbnail

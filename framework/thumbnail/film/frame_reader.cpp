@@ -22,7 +22,7 @@ bool isVideo(const AVStream &stream) {
 
 } // namespace
 
-Outcome FrameReader::open(bool needsDuration) {
+Status FrameReader::open(bool needsDuration) {
     AVFormatContext *context = input_.context();
     const auto known = [&](const AVStream &stream) {
         return isVideo(stream) && stream.codecpar->codec_id != AV_CODEC_ID_NONE &&
@@ -36,7 +36,7 @@ Outcome FrameReader::open(bool needsDuration) {
     }
     const int chosen = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (chosen < 0 || !isVideo(*context->streams[chosen])) {
-        return stop_.isUp() ? stop_.outcome() : Outcome{MRB_ERR_NOT_FOUND, "The file has no video stream."};
+        return stop_.isUp() ? stop_.outcome() : Status::notFound("The file has no video stream.");
     }
     stream_ = context->streams[chosen];
     for (unsigned index = 0; index < context->nb_streams; ++index) {
@@ -46,13 +46,13 @@ Outcome FrameReader::open(bool needsDuration) {
     const AVCodec *decoder = avcodec_find_decoder(stream_->codecpar->codec_id);
     codec_.reset(decoder != nullptr ? avcodec_alloc_context3(decoder) : nullptr);
     if (!codec_ || avcodec_parameters_to_context(codec_.get(), stream_->codecpar) < 0) {
-        return {MRB_ERR_NOT_SUPPORTED, "No decoder for the video's codec."};
+        return Status::notSupported("No decoder for the video's codec.");
     }
     codec_->pkt_timebase = stream_->time_base;
     codec_->thread_count = 1;
     codec_->max_pixels = MOST_FRAME_PIXELS;
     if (std::int64_t{codec_->width} * codec_->height > MOST_FRAME_PIXELS) {
-        return {MRB_ERR_OUT_OF_MEMORY, "The video's frames have more pixels than are decoded."};
+        return Status::outOfMemory("The video's frames have more pixels than are decoded.");
     }
     if (avcodec_open2(codec_.get(), decoder, nullptr) < 0) {
         return input_.failure("its codec cannot be opened");
@@ -101,7 +101,7 @@ int FrameReader::mostFramesForward(std::span<const std::int64_t> moments) const 
     return std::max(isEnough ? left : left / wanted, 1);
 }
 
-Outcome FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&frame) {
+Status FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&frame) {
     frame = nullptr;
     packets_ = 0;
     packetBytes_ = 0;
@@ -168,11 +168,11 @@ std::int64_t FrameReader::momentOf(const AVFrame &frame) const {
 }
 
 // What it means that there is no frame: nothing was ever found, or there are no more.
-Outcome FrameReader::nothing() const {
+Status FrameReader::nothing() const {
     if (stop_.isUp()) {
         return stop_.outcome();
     }
-    return last_ == AV_NOPTS_VALUE ? input_.failure("it has no key frame that can be decoded") : Outcome{};
+    return last_ == AV_NOPTS_VALUE ? input_.failure("it has no key frame that can be decoded") : Status{};
 }
 
 bool FrameReader::readPacket(bool key) {
@@ -268,7 +268,7 @@ void FrameReader::send(const AVPacket *packet) {
     }
 }
 
-Outcome FrameReader::readKeyFrame(const AVFrame *&frame) {
+Status FrameReader::readKeyFrame(const AVFrame *&frame) {
     // Damage inside one key frame does not rule out the next one.
     do {
         reset();
@@ -336,7 +336,7 @@ FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
     return Step::NONE;
 }
 
-Outcome FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&frame) {
+Status FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&frame) {
     // Errors would add up over the frames, so nothing that others refer to is left out.
     codec_->skip_loop_filter = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
     codec_->skip_frame = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
@@ -353,7 +353,7 @@ Outcome FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&
     while (last_ < moment && (frame == nullptr || forward_ < end) && receiveNext(moment) == Step::TAKEN) {
         frame = frame_.get();
     }
-    return frame == nullptr ? nothing() : Outcome{};
+    return frame == nullptr ? nothing() : Status{};
 }
 
 std::vector<std::int64_t> FrameReader::momentsOfPictures(std::size_t count) {

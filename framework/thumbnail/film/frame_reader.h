@@ -20,7 +20,7 @@ class FrameReader {
 
     // Chooses the stream and opens its decoder. `lossy` leaves out the smoothing of
     // block edges, which does not show in an image of half the size.
-    Outcome open(bool needsDuration);
+    Status open(bool needsDuration);
     void setLossy(bool lossy) { lossy_ = lossy; }
 
     [[nodiscard]] const AVStream &stream() const { return *stream_; }
@@ -37,7 +37,7 @@ class FrameReader {
     // ascend: one at or before it and after the frame given last. The others are those that
     // will be asked for next. The frame can be used until the next call. Null with
     // MRB_ERR_NONE: there is none but those already given.
-    Outcome read(std::span<const std::int64_t> moments, const AVFrame *&frame);
+    Status read(std::span<const std::int64_t> moments, const AVFrame *&frame);
 
     // The moments of `count` pictures, evenly spread over those that the file turns out to
     // have, or of all where they are fewer. Reading begins again, and no picture is passed
@@ -55,8 +55,8 @@ class FrameReader {
     [[nodiscard]] bool isShownBy(const AVPacket &packet, std::int64_t moment) const;
     [[nodiscard]] bool isKnownToHaveNoKeyAfterLast(std::int64_t moment) const;
     void learnStart();
-    Outcome readKeyFrame(const AVFrame *&frame);
-    Outcome readForward(std::int64_t moment, int most, const AVFrame *&frame);
+    Status readKeyFrame(const AVFrame *&frame);
+    Status readForward(std::int64_t moment, int most, const AVFrame *&frame);
     [[nodiscard]] std::int64_t pictureTime() const;
     [[nodiscard]] int mostFramesForward(std::span<const std::int64_t> moments) const;
     bool feed();
@@ -67,7 +67,7 @@ class FrameReader {
     static std::int64_t orderOf(const AVPacket &packet);
     [[nodiscard]] std::int64_t momentOf(const AVFrame &frame) const;
     void reset();
-    [[nodiscard]] Outcome nothing() const;
+    [[nodiscard]] Status nothing() const;
 
     AvInput &input_;
     const StopSign &stop_;

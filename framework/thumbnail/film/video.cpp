@@ -63,8 +63,8 @@ AVRational aspectOf(const AVFrame &frame, const AVStream &stream) {
     return stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : frame.sample_aspect_ratio;
 }
 
-Outcome addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeRequest &request,
-                 Decoded &decoded) {
+Status addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeRequest &request,
+                Decoded &decoded) {
     const AVStream &stream = reader.stream();
     const int stored = orientationOf(stream);
     const int applied = request.orientation != 0 ? request.orientation : stored;
@@ -75,8 +75,8 @@ Outcome addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeRe
         target = turned({decoded.images[0].width, decoded.images[0].height}, applied);
     }
     Image image;
-    Outcome outcome = imageOf(frame, target, image);
-    if (outcome.code == MRB_ERR_NONE) {
+    Status outcome = imageOf(frame, target, image);
+    if (outcome.ok()) {
         image.timeStamp = reader.lastMilliseconds();
         addImage(std::move(image), shown, stored, request, decoded);
     }
@@ -101,15 +101,15 @@ std::vector<std::int64_t> evenMoments(const FrameReader &reader, int count) {
 }
 
 // A frame for each moment that has one.
-Outcome takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, const DecodeRequest &request,
-                   Decoded &decoded) {
+Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, const DecodeRequest &request,
+                  Decoded &decoded) {
     for (; !moments.empty(); moments = moments.subspan(1)) {
         const AVFrame *frame = nullptr;
-        Outcome outcome = reader.read(moments, frame);
-        if (outcome.code == MRB_ERR_NONE && frame != nullptr) {
+        Status outcome = reader.read(moments, frame);
+        if (outcome.ok() && frame != nullptr) {
             outcome = addFrame(*frame, reader, request, decoded);
         }
-        if (outcome.code != MRB_ERR_NONE) {
+        if (!outcome.ok()) {
             return outcome;
         }
     }
@@ -118,16 +118,16 @@ Outcome takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, c
 
 } // namespace
 
-Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded) {
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                   Decoded &decoded) {
     AvInput input(file, stop);
-    Outcome outcome = input.open(VIDEO_FORMATS);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = input.open(VIDEO_FORMATS);
+    if (!outcome.ok()) {
         return outcome;
     }
     FrameReader reader(input, stop);
     outcome = reader.open(true);
-    if (outcome.code != MRB_ERR_NONE) {
+    if (!outcome.ok()) {
         return outcome;
     }
     reader.setLossy(isSmallFor(reader.stream(), request));
@@ -135,39 +135,38 @@ Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const S
     decoded.duration = duration > 0 ? reader.milliseconds(reader.start() + duration) : -1;
     outcome = takeFrames(reader, evenMoments(reader, request.frames), request, decoded);
     const auto wanted = static_cast<std::size_t>(request.frames);
-    const bool isDecodable = outcome.code == MRB_ERR_NONE || outcome.code == MRB_ERR_CORRUPT;
+    const bool isDecodable = outcome.ok() || outcome.code == MRB_ERR_CORRUPT;
     if (isDecodable && !decoded.images.empty() && decoded.images.size() < wanted) {
         // The pictures do not lie as the running time has it: a film that is shorter than
         // it says, or has few of them. So they are gone by themselves.
         const std::vector<std::int64_t> moments = reader.momentsOfPictures(wanted);
         Decoded other;
-        if (moments.size() > decoded.images.size() &&
-            takeFrames(reader, moments, request, other).code == MRB_ERR_NONE &&
+        if (moments.size() > decoded.images.size() && takeFrames(reader, moments, request, other).ok() &&
             other.images.size() > decoded.images.size()) {
             decoded.images = std::move(other.images);
         }
     }
     // A file that is damaged further on still has the frames in front of that.
-    return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Outcome{} : outcome;
+    return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : outcome;
 }
 
-Outcome decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded) {
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                   Decoded &decoded) {
     AvInput input(file, stop);
-    Outcome outcome = input.open(STILL_FORMATS);
-    if (outcome.code != MRB_ERR_NONE) {
+    Status outcome = input.open(STILL_FORMATS);
+    if (!outcome.ok()) {
         return outcome.code == MRB_ERR_CORRUPT
-                   ? Outcome{MRB_ERR_NOT_SUPPORTED, "The file is no picture of a known format."}
+                   ? Status::notSupported("The file is no picture of a known format.")
                    : outcome;
     }
     FrameReader reader(input, stop);
     outcome = reader.open(false);
     const AVFrame *frame = nullptr;
-    if (outcome.code == MRB_ERR_NONE) {
+    if (outcome.ok()) {
         constexpr std::int64_t MOMENTS[] = {0};
         outcome = reader.read(MOMENTS, frame);
     }
-    return outcome.code == MRB_ERR_NONE ? addFrame(*frame, reader, request, decoded) : outcome;
+    return outcome.ok() ? addFrame(*frame, reader, request, decoded) : outcome;
 }
 
 } // namespace mrb::thumbnail

@@ -5,9 +5,9 @@
 namespace mrb::thumbnail {
 
 // As Films::decodeVideo and Films::decodeStill.
-Outcome decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded);
-Outcome decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
-                    Decoded &decoded);
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                   Decoded &decoded);
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+                   Decoded &decoded);
 
 } // namespace mrb::thumbnail

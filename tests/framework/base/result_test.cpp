@@ -17,5 +17,5 @@ TEST(Results, ErrorsOfTheSystemKeepTheirMeaning) {
     EXPECT_EQ(mrb::resultOfErrno(ENODEV), MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(mrb::resultOfErrno(EIO), MRB_ERR_IO);
     EXPECT_EQ(mrb::resultOfErrno(EPROTO), MRB_ERR_IO);
-    EXPECT_EQ(mrb::outcomeOfErrno(ENOENT, "/x").message, "/x: No such file or directory");
+    EXPECT_EQ(mrb::Status::ofErrno(ENOENT, "/x").message, "/x: No such file or directory");
 }

@@ -17,7 +17,7 @@
 using mrb::Camera;
 using mrb::CameraAddress;
 using mrb::CameraService;
-using mrb::Outcome;
+using mrb::Status;
 using std::chrono::milliseconds;
 
 namespace {
@@ -30,30 +30,30 @@ class TestCamera final : public Camera {
     TestCamera &operator=(const TestCamera &) = delete;
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
-    Outcome readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
-    Outcome listFiles(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
+    Status readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
+    Status listFiles(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
         return {};
     }
-    Outcome listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
+    Status listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
         return {};
     }
-    Outcome readFacts(const mrb::CameraPath & /*file*/, mrb::CameraFileFacts & /*facts*/) override {
+    Status readFacts(const mrb::CameraPath & /*file*/, mrb::CameraFileFacts & /*facts*/) override {
         return {};
     }
-    Outcome readAt(const mrb::CameraPath & /*file*/, std::uint64_t /*offset*/, char * /*buffer*/,
-                   std::size_t /*length*/, std::size_t & /*got*/) override {
+    Status readAt(const mrb::CameraPath & /*file*/, std::uint64_t /*offset*/, char * /*buffer*/,
+                  std::size_t /*length*/, std::size_t & /*got*/) override {
         return {};
     }
-    Outcome read(const mrb::CameraPath & /*file*/, mrb::CameraPart /*part*/, const Take & /*take*/) override {
+    Status read(const mrb::CameraPath & /*file*/, mrb::CameraPart /*part*/, const Take & /*take*/) override {
         return {};
     }
 
     // Works, and reports progress, until it is cancelled.
-    Outcome workUntilStopped() const {
+    Status workUntilStopped() const {
         while (!isStopped_()) {
             std::this_thread::yield();
         }
-        return {MRB_ERR_CANCELLED, {}};
+        return Status::cancelled();
     }
 
   private:
@@ -64,21 +64,21 @@ class TestCamera final : public Camera {
 class TestLibrary final : public mrb::CameraLibrary {
   public:
     mrb::CameraModel modelOf(const CameraAddress & /*address*/) override { return {}; }
-    std::unique_ptr<Camera> open(const CameraAddress & /*address*/, Outcome &outcome) override {
+    std::unique_ptr<Camera> open(const CameraAddress & /*address*/, Status &outcome) override {
         ++opened;
-        if (refusal.code != MRB_ERR_NONE) {
+        if (!refusal.ok()) {
             outcome = refusal;
             return nullptr;
         }
         return std::make_unique<TestCamera>(nowOpen);
     }
 
-    Outcome refusal;
+    Status refusal;
     std::atomic<int> opened = 0;
     std::atomic<int> nowOpen = 0;
 };
 
-Outcome nothing(Camera & /*camera*/) { return {}; }
+Status nothing(Camera & /*camera*/) { return {}; }
 
 class CameraServiceTest : public testing::Test {
   protected:
@@ -108,7 +108,7 @@ TEST_F(CameraServiceTest, ACameraHasOneThreadAndIsOpenedOnce) {
                       .run(one,
                            [&](Camera & /*camera*/) {
                                threads.insert(std::this_thread::get_id());
-                               return Outcome();
+                               return Status();
                            })
                       .code,
                   MRB_ERR_NONE);
@@ -125,11 +125,11 @@ TEST_F(CameraServiceTest, RequestsToACameraAreServedInOrder) {
     const auto first = cameras.start(one, [&](Camera & /*camera*/) {
         go.wait();
         order += 'a';
-        return Outcome();
+        return Status();
     });
     const auto second = cameras.start(one, [&](Camera & /*camera*/) {
         order += 'b';
-        return Outcome();
+        return Status();
     });
     // Another camera does not wait.
     EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
@@ -152,17 +152,17 @@ TEST_F(CameraServiceTest, ARefreshReopensIt) {
     cameras.refresh(one); // no effect: the camera is not open
     cameras.run(one, nothing);
     cameras.refresh(one);
-    cameras.run(one, nothing);
-    cameras.run(one, nothing);
+    EXPECT_TRUE(cameras.run(one, nothing).ok());
+    EXPECT_TRUE(cameras.run(one, nothing).ok());
     EXPECT_EQ(library.opened, 2);
     EXPECT_EQ(library.nowOpen, 1);
 }
 
 TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsIsBusyForAllCallers) {
-    library.refusal = {MRB_ERR_BUSY, "Could not claim the USB device"};
+    library.refusal = Status::busy("Could not claim the USB device");
     CameraService &cameras = service();
     for (int round = 0; round < 3; ++round) {
-        const Outcome outcome = cameras.run(one, nothing);
+        const Status outcome = cameras.run(one, nothing);
         EXPECT_EQ(outcome.code, MRB_ERR_BUSY);
         EXPECT_EQ(outcome.message, "Could not claim the USB device");
     }
@@ -172,7 +172,7 @@ TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsIsBusyForAllCallers) {
 
 TEST_F(CameraServiceTest, OneThatFailedIsReopened) {
     CameraService &cameras = service();
-    EXPECT_EQ(cameras.run(one, [](Camera &) { return Outcome{MRB_ERR_IO, "cable"}; }).message, "cable");
+    EXPECT_EQ(cameras.run(one, [](Camera &) { return Status::ioError("cable"); }).message, "cable");
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
     EXPECT_EQ(library.opened, 2);
 }
@@ -180,11 +180,11 @@ TEST_F(CameraServiceTest, OneThatFailedIsReopened) {
 // Each driver has an error of its own for a transfer to a missing camera.
 TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
     CameraService &cameras = service();
-    for (const int words : {MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED}) {
+    for (const int words : Status::ioError(MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED)) {
         library.refusal = {};
-        const Outcome outcome = cameras.run(one, [&](Camera & /*camera*/) {
-            library.refusal = {MRB_ERR_DEVICE_REMOVED, "No such device"};
-            return Outcome{words, "cable"};
+        const Status outcome = cameras.run(one, [&](Camera & /*camera*/) {
+            library.refusal = Status::deviceRemoved("No such device");
+            return Status{words, "cable"};
         });
         EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED) << words;
         EXPECT_EQ(library.nowOpen, 0);
@@ -194,12 +194,7 @@ TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
 // Requests for missing files are common; opening a camera is slow.
 TEST_F(CameraServiceTest, OneThatMissesAFileAndAnswersStaysOpen) {
     CameraService &cameras = service();
-    EXPECT_EQ(cameras.run(one,
-                          [](Camera &) {
-                              return Outcome{MRB_ERR_NOT_FOUND, "a.jpg"};
-                          })
-                  .message,
-              "a.jpg");
+    EXPECT_EQ(cameras.run(one, [](Camera &) { return Status::notFound("a.jpg"); }).message, "a.jpg");
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE);
     EXPECT_EQ(library.opened, 1);
 }
@@ -211,7 +206,7 @@ TEST_F(CameraServiceTest, ANewOneAtTheSamePortIsAnother) {
     std::latch answer(1);
     const auto hangs = cameras.start(one, [&answer](Camera & /*camera*/) {
         answer.wait();
-        return Outcome();
+        return Status();
     });
     EXPECT_EQ(cameras.run(next, nothing).code, MRB_ERR_NONE) << "it waits for no other camera";
     answer.count_down();
@@ -221,16 +216,16 @@ TEST_F(CameraServiceTest, ANewOneAtTheSamePortIsAnother) {
 
 TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
     CameraService &cameras = service();
-    std::promise<Outcome> ended;
+    std::promise<Status> ended;
     std::thread::id worked;
     std::thread::id notified;
     cameras.start(
         one,
         [&worked](Camera & /*camera*/) {
             worked = std::this_thread::get_id();
-            return Outcome{MRB_ERR_NOT_SUPPORTED, "Not this one."};
+            return Status::notSupported("Not this one.");
         },
-        [&](const Outcome &outcome) {
+        [&](const Status &outcome) {
             notified = std::this_thread::get_id();
             ended.set_value(outcome);
         });
@@ -241,9 +236,9 @@ TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
 TEST_F(CameraServiceTest, OneThatHangsIsWaitedForUntilTheTimeout) {
     CameraService &cameras = service(milliseconds(50));
     std::latch answer(1);
-    const Outcome outcome = cameras.run(one, [&answer](Camera & /*camera*/) {
+    const Status outcome = cameras.run(one, [&answer](Camera & /*camera*/) {
         answer.wait();
-        return Outcome();
+        return Status();
     });
     EXPECT_EQ(outcome.code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(outcome.message, "The camera does not answer.");
@@ -252,7 +247,7 @@ TEST_F(CameraServiceTest, OneThatHangsIsWaitedForUntilTheTimeout) {
     // Another camera is not blocked.
     EXPECT_EQ(cameras.run(two, nothing).code, MRB_ERR_NONE);
     answer.count_down();
-    EXPECT_TRUE(support::waitUntil([&] { return cameras.run(one, nothing).code == MRB_ERR_NONE; }));
+    EXPECT_TRUE(support::waitUntil([&] { return cameras.run(one, nothing).ok(); }));
 }
 
 TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
@@ -260,10 +255,10 @@ TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
     std::latch answer(1);
     const auto hangs = cameras.start(one, [&answer](Camera & /*camera*/) {
         answer.wait();
-        return Outcome();
+        return Status();
     });
     EXPECT_EQ(cameras.run(one, nothing, {}, milliseconds(30)).code, MRB_ERR_TIMEOUT);
-    const Outcome outcome = cameras.run(one, nothing, {}, milliseconds(30));
+    const Status outcome = cameras.run(one, nothing, {}, milliseconds(30));
     EXPECT_EQ(outcome.message, "The camera does not answer.");
     answer.count_down();
     EXPECT_EQ(cameras.wait(hangs).code, MRB_ERR_NONE);
@@ -272,7 +267,7 @@ TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
 TEST_F(CameraServiceTest, OneThatWorksLongIsNotTakenForOneThatHangs) {
     CameraService &cameras = service(milliseconds(100));
     const auto begun = std::chrono::steady_clock::now();
-    const Outcome outcome = cameras.run(
+    const Status outcome = cameras.run(
         one, [](Camera &camera) { return dynamic_cast<TestCamera &>(camera).workUntilStopped(); },
         [begun] { return std::chrono::steady_clock::now() - begun > milliseconds(400); });
     EXPECT_EQ(outcome.code, MRB_ERR_CANCELLED);
@@ -320,7 +315,7 @@ TEST_F(CameraServiceTest, AShutdownDetachesTheThreadOfOneThatHangs) {
         const auto owned = std::shared_ptr<AtEnd>(new AtEnd{gone});
         cameras.start(one, [&answer, owned](Camera & /*camera*/) {
             answer.wait();
-            return Outcome();
+            return Status();
         });
         cameras.shutDown(std::chrono::steady_clock::now() + milliseconds(20));
     }
@@ -332,7 +327,7 @@ TEST_F(CameraServiceTest, AShutdownDetachesTheThreadOfOneThatHangs) {
 TEST_F(CameraServiceTest, WithoutDriversNothingIsSupported) {
     CameraService cameras([]() -> mrb::CameraLibrary & { throw std::runtime_error("no drivers"); },
                           CameraService::Limits{});
-    const Outcome outcome = cameras.run(one, nothing);
+    const Status outcome = cameras.run(one, nothing);
     EXPECT_EQ(outcome.code, MRB_ERR_NOT_SUPPORTED);
     EXPECT_EQ(outcome.message, "no drivers");
     cameras.shutDown(std::chrono::steady_clock::now() + LONG);

@@ -157,7 +157,7 @@ TEST_F(CameraTest, ModelsAreKnownByTheirNumbers) {
 
 TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
     const support::Folder folder;
-    mrb::Outcome outcome;
+    mrb::Status outcome;
     const auto camera = library().open(folderCamera(folder), outcome);
     ASSERT_NE(camera, nullptr) << outcome.message;
     mrb::CameraSizes sizes;
@@ -174,7 +174,7 @@ TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
 TEST_F(CameraTest, IsOpenedAndReleasedManyTimes) {
     const support::Folder folder;
     for (int round = 0; round < 20; ++round) {
-        mrb::Outcome outcome;
+        mrb::Status outcome;
         const auto camera = library().open(folderCamera(folder), outcome);
         ASSERT_NE(camera, nullptr) << outcome.message;
         EXPECT_EQ(outcome.code, MRB_ERR_NONE);
@@ -189,7 +189,7 @@ TEST_F(CameraTest, SeveralAreOpenedAndReleasedAtATime) {
     library();
     const auto openAndRelease = [&folder] {
         for (int round = 0; round < 20; ++round) {
-            mrb::Outcome outcome;
+            mrb::Status outcome;
             EXPECT_NE(library().open(folderCamera(folder), outcome), nullptr) << outcome.message;
         }
     };
@@ -200,7 +200,7 @@ TEST_F(CameraTest, SeveralAreOpenedAndReleasedAtATime) {
 }
 
 TEST_F(CameraTest, OneThatIsNotThereIsNotOpened) {
-    mrb::Outcome outcome;
+    mrb::Status outcome;
     EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, outcome), nullptr);
     EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_NE(outcome.message.find("usb:254,254: "), std::string::npos) << outcome.message;

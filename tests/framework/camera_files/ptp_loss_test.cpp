@@ -15,7 +15,7 @@
 #include "support/sharing.h"
 #include "support/thumbnails.h"
 
-using mrb::Outcome;
+using mrb::Status;
 using support::CameraRequest;
 using support::Client;
 using support::Event;
@@ -28,8 +28,7 @@ using support::Surroundings;
 namespace {
 
 // The codes and messages that a transfer to a missing camera ends with.
-constexpr int WORDS[] = {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND,
-                         MRB_ERR_NONE};
+constexpr int WORDS[] = Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND, MRB_ERR_NONE);
 
 class PtpLoss : public support::OwnProcess {
   protected:
@@ -44,7 +43,7 @@ class PtpLoss : public support::OwnProcess {
                 if (request.kind == about && request.name == name) {
                     camera.pullOut({answer, "The cable."});
                 }
-                return Outcome();
+                return Status();
             };
         }
         Event list() { return client.list(camera.place.listOptions()); }
@@ -135,13 +134,13 @@ TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : {MRB_ERR_NOT_FOUND, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT}) {
+    for (const int words : Status::notFound(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT)) {
         SCOPED_TRACE(words);
         Trial trial;
         addPictures(trial, "", 5);
         trial.camera.onRequest = [words](const CameraRequest &request) {
-            return request.kind == "facts" && request.name == "1002.jpg" ? Outcome{words, "Not this one."}
-                                                                         : Outcome();
+            return request.kind == "facts" && request.name == "1002.jpg" ? Status{words, "Not this one."}
+                                                                         : Status();
         };
         EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(trial.client.count(), words == MRB_ERR_NOT_FOUND ? 4 : 5);
@@ -185,7 +184,7 @@ TEST_F(PtpLoss, ACopyOfWholeFilesReportsIt) {
             if (request.kind == "whole" && request.offset > 500'000) {
                 trial.camera.pullOut({words, "The cable."});
             }
-            return Outcome();
+            return Status();
         };
         const Folder to;
         Sharing sharing;
@@ -198,7 +197,7 @@ TEST_F(PtpLoss, AThumbnailReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
+    for (const int words : Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND)) {
         for (const std::string about : {"facts", "exif", "piece", "preview", "whole"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;
@@ -215,7 +214,7 @@ TEST_F(PtpLoss, AFieldReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
+    for (const int words : Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND)) {
         for (const std::string about : {"facts", "piece"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;
@@ -239,9 +238,9 @@ TEST_F(PtpLoss, AFieldReportsItWithinTheFile) {
     EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
     trial.camera.onRequest = [&trial](const CameraRequest &request) {
         if (request.kind == "piece" && request.offset > 0) { // where its duration is
-            trial.camera.pullOut({MRB_ERR_IO, "The cable."});
+            trial.camera.pullOut(Status::ioError("The cable."));
         }
-        return Outcome();
+        return Status();
     };
     EXPECT_EQ(support::fieldOf(trial.client, 0, mrb_get_item_value_lint_v2, "DURATION", -1LL).first,
               MRB_ERR_DEVICE_REMOVED);

@@ -13,7 +13,7 @@
 #include "support/scripted_camera.h"
 #include "support/sharing.h"
 
-using mrb::Outcome;
+using mrb::Status;
 using support::CameraRequest;
 using support::Client;
 using support::Folder;
@@ -81,9 +81,9 @@ class PtpPartialRead : public support::OwnProcess {
 };
 
 // Fails with that outcome at a partial read after the beginning.
-auto failingLater(Outcome outcome) {
+auto failingLater(Status outcome) {
     return [outcome](const CameraRequest &request) {
-        return request.kind == "piece" && request.offset > 0 ? outcome : Outcome();
+        return request.kind == "piece" && request.offset > 0 ? outcome : Status();
     };
 }
 
@@ -117,8 +117,8 @@ TEST_F(PtpPartialRead, FieldsReturnTheErrorOfAReadAndAreReadAgainLater) {
     addFilm();
     std::atomic<bool> fails = true;
     camera.onRequest = [&fails](const CameraRequest &request) {
-        return fails && request.kind == "piece" && request.offset > 0 ? Outcome{MRB_ERR_IO, "The cable."}
-                                                                      : Outcome();
+        return fails && request.kind == "piece" && request.offset > 0 ? Status::ioError("The cable.")
+                                                                      : Status();
     };
     open();
     EXPECT_EQ(codeOfDuration(), MRB_ERR_IO);
@@ -146,7 +146,7 @@ TEST_F(PtpPartialRead, FieldsOfAFileThatIsLongerThanReportedAreThoseOfItsBeginni
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
-        return Outcome();
+        return Status();
     };
     open();
     EXPECT_EQ(support::text(client, 0, "MODEL"), "Tagged");
@@ -202,8 +202,8 @@ TEST_F(PtpPartialRead, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDat
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
-        return request.kind == "exif" && request.name == "failing.jpg" ? Outcome{MRB_ERR_PROTOCOL, "What?"}
-                                                                       : Outcome();
+        return request.kind == "exif" && request.name == "failing.jpg" ? Status::protocolError("What?")
+                                                                       : Status();
     };
     camera.files["failing.jpg"] = photo;
     camera.files["nothing.jpg"] = photo;
@@ -252,7 +252,7 @@ TEST_F(PtpPartialRead, FieldsAreReadNoFurtherWhenAListIsCancelledBetweenTwoReads
         if (request.kind == "piece" && ++pieces == 2) {
             EXPECT_EQ(mrb_cancel_request_list_v2(opened.get_future().get()), MRB_ERR_NONE);
         }
-        return Outcome();
+        return Status();
     };
     support::ListOptions options = camera.place.listOptions();
     options.sortCategory = "TITLE";
@@ -315,7 +315,7 @@ TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsBetweenReads) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int code : {MRB_ERR_IO, MRB_ERR_NOT_SUPPORTED, MRB_ERR_PROTOCOL}) {
+    for (const int code : Status::ioError(MRB_ERR_NOT_SUPPORTED, MRB_ERR_PROTOCOL)) {
         SCOPED_TRACE(code);
         const Folder place;
         addNoise("a.jpg", LONG);
@@ -338,8 +338,7 @@ TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsWithinTheWholeFile) {
     addNoise("a.jpg", LONG);
     camera.givesPieces = false;
     camera.onRequest = [](const CameraRequest &request) {
-        return request.kind == "whole" && request.offset > 1'000'000 ? Outcome{MRB_ERR_IO, "Amidst."}
-                                                                     : Outcome();
+        return request.kind == "whole" && request.offset > 1'000'000 ? Status::ioError("Amidst.") : Status();
     };
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_FAILED);
     EXPECT_THAT(support::tree(to.path()), IsEmpty());
@@ -395,7 +394,7 @@ TEST_F(PtpPartialRead, ACopyThatIsStoppedBetweenTwoReadsRequestsNoOther) {
             if (request.offset >= 1'000'000 && ++later == 1) {
                 EXPECT_EQ(mrb_stop_batch_process_v2(started.get_future().get()), MRB_ERR_NONE);
             }
-            return Outcome();
+            return Status();
         };
         EXPECT_EQ(copy().event, MRB_EVENT_SHARE_STOPPED);
         // Some parts of a whole file are in transfer already.
@@ -415,8 +414,7 @@ TEST_F(PtpPartialRead, ACopyThatMissesAFileReportsThatTheCameraLeft) {
         if (request.kind == "piece" && request.name == "b.jpg") {
             camera.place.unplug();
         }
-        return request.kind == "piece" && request.name == "a.jpg" ? Outcome{MRB_ERR_IO, "The cable."}
-                                                                  : Outcome();
+        return request.kind == "piece" && request.name == "a.jpg" ? Status::ioError("The cable.") : Status();
     };
     const ShareEvent last = copy();
     EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
@@ -433,7 +431,7 @@ TEST_F(PtpPartialRead, ACopyThatHasEverythingIsDoneWhereverTheCameraIs) {
         if (request.kind == "piece") {
             camera.place.unplug();
         }
-        return Outcome();
+        return Status();
     };
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_THAT(support::tree(to.path()), ElementsAre("a.jpg"));

@@ -21,7 +21,7 @@
 #include "support/scripted_server.h"
 
 using mrb::Fact;
-using mrb::Outcome;
+using mrb::Status;
 using mrb::dlna::Directories;
 using mrb::dlna::Page;
 using mrb::dlna::Question;
@@ -80,7 +80,7 @@ class DlnaHostile : public support::DlnaTest {
         ASSERT_TRUE(listener.waitFor(1));
     }
 
-    Outcome browse(std::chrono::milliseconds patience = LONG) {
+    Status browse(std::chrono::milliseconds patience = LONG) {
         Question question;
         question.server = ScriptedServer::ID;
         question.container = "0";
@@ -90,8 +90,7 @@ class DlnaHostile : public support::DlnaTest {
             question, [this] { return stopped.load(); }, page);
     }
 
-    Outcome fetch(const std::string &url, std::size_t most = 1000,
-                  std::chrono::milliseconds patience = LONG) {
+    Status fetch(const std::string &url, std::size_t most = 1000, std::chrono::milliseconds patience = LONG) {
         return directories->fetch(
             url, most, patience, [] { return false; }, bytes);
     }
@@ -116,7 +115,7 @@ TEST_F(DlnaHostile, AValidResponseIsRead) {
             request, support::didlOf(support::imageOf("7", "seven") + support::containerOf("c", "more")), 2,
             9));
     });
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     ASSERT_EQ(outcome.code, MRB_ERR_NONE) << outcome.message;
     ASSERT_THAT(page.objects, SizeIs(2));
     EXPECT_EQ(page.total, 9U);
@@ -215,7 +214,7 @@ TEST_F(DlnaHostile, BrokenXmlIsReportedAndTheObjectsBeforeItAreKept) {
             request, support::didlOf(support::imageOf("1", "one") + "<item id=\"2\"><dc:title>t</dc:tit"), 2,
             2));
     });
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("broken XML"));
     ASSERT_GE(page.objects.size(), 1U);
@@ -258,7 +257,7 @@ TEST_F(DlnaHostile, EntitiesOfAnEnvelopeAreRefused) {
             "200 OK", bomb("<s:Envelope xmlns:s=\"e\"><s:Body><u:BrowseResponse xmlns:u=\"u\">"
                            "<Result>&e10;</Result></u:BrowseResponse></s:Body></s:Envelope>")));
     });
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("entities"));
 }
@@ -270,7 +269,7 @@ TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
     serve([](const Request &request, const Connection &connection) {
         connection.send(browseResponse(request, bomb(support::didlOf(support::imageOf("1", "&e10;"))), 1, 1));
     });
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("entities"));
     EXPECT_THAT(page.objects, SizeIs(0));
@@ -309,7 +308,7 @@ TEST_F(DlnaHostile, AHundredMegabytesAreNotReadToTheirEnd) {
             ++sent;
         }
     });
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("longer than"));
     network.reset();
@@ -360,7 +359,7 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
             ++requestCount;
             connection.send(support::httpResponse(status, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
         });
-        const Outcome outcome = browse();
+        const Status outcome = browse();
         EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << status;
         EXPECT_THAT(outcome.message, HasSubstr("elsewhere")) << status;
         network.reset();
@@ -376,7 +375,7 @@ TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotContacted) {
     serve([](const Request & /*request*/,
              const Connection & /*connection*/) { ADD_FAILURE() << "it got a request"; },
           "http://127.0.0.2:80/control");
-    const Outcome outcome = browse();
+    const Status outcome = browse();
     EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(outcome.message, HasSubstr("another host"));
 }

@@ -26,7 +26,7 @@ using support::Folder;
 namespace {
 
 void readSong(mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata &facts,
-              mrb::Outcome & /*outcome*/) {
+              mrb::Status & /*outcome*/) {
     facts.setText(Fact::ARTIST, "The artist of " + name);
 }
 
@@ -124,7 +124,7 @@ TEST_F(CacheContention, AFieldIsWrittenWhileAnotherProgramHoldsTheDatabaseAndKep
 
 TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
     const MediaItem song = item("a.flac");
-    mrb::MediaLibrary(cache_.path(), readSong).write(song, {{"TITLE", "Mine"}});
+    EXPECT_TRUE(mrb::MediaLibrary(cache_.path(), readSong).write(song, {{"TITLE", "Mine"}}).ok());
     mrb::MediaLibrary library(cache_.path(), readSong);
     {
         const OtherProgram program(file());

@@ -262,7 +262,7 @@ TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
 
 TEST_F(Cache, AnItemWithoutAFileHasTheSourceMetadataAlone) {
     const auto refuse = [](mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata & /*facts*/,
-                           mrb::Outcome & /*outcome*/) { ADD_FAILURE() << name; };
+                           mrb::Status & /*outcome*/) { ADD_FAILURE() << name; };
     mrb::MediaLibrary library(cache_.path(), *+refuse);
     MediaItem song;
     EXPECT_FALSE(song.isKnown());

@@ -20,8 +20,8 @@ using mrb::Fact;
 using mrb::FileFacts;
 using mrb::MediaKey;
 using mrb::MediaRecord;
-using mrb::Outcome;
 using mrb::PromptCache;
+using mrb::Status;
 using mrb::WrittenFields;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -56,7 +56,7 @@ class Storage final : public mrb::CacheStorage {
         }
         return answer;
     }
-    Outcome store(std::span<const FileFacts> files) override {
+    Status store(std::span<const FileFacts> files) override {
         const std::lock_guard guard(lock_);
         for (const auto &[key, facts] : files) {
             records_[key.path].isRead = true;
@@ -64,9 +64,9 @@ class Storage final : public mrb::CacheStorage {
         }
         return {};
     }
-    Outcome write(const MediaKey &key, const WrittenFields &fields) override {
-        Outcome outcome = onWrite ? onWrite(key) : Outcome();
-        if (outcome.code == MRB_ERR_NONE) {
+    Status write(const MediaKey &key, const WrittenFields &fields) override {
+        Status outcome = onWrite ? onWrite(key) : Status();
+        if (outcome.ok()) {
             const std::lock_guard guard(lock_);
             for (const auto &[name, value] : fields) {
                 records_[key.path].written.insert_or_assign(name, value);
@@ -77,7 +77,7 @@ class Storage final : public mrb::CacheStorage {
     [[nodiscard]] std::string title(const std::string &path);
 
     std::function<void(const MediaKey &)> onLookUp;
-    std::function<Outcome(const MediaKey &)> onWrite;
+    std::function<Status(const MediaKey &)> onWrite;
 
   private:
     std::mutex lock_; // guards what follows
@@ -156,7 +156,7 @@ TEST(PromptCache, WhatWasStoredIsKnownAtOnce) {
 TEST(PromptCache, ALookupThatHangsBlocksNoCall) {
     Gate gate;
     Storage storage;
-    storage.write(file("a"), title("Mine"));
+    EXPECT_TRUE(storage.write(file("a"), title("Mine")).ok());
     storage.onLookUp = [pass = once(gate)](const MediaKey & /*key*/) { pass(); };
     PromptCache cache(storage, IMPATIENT);
     cache.prepare();
@@ -189,7 +189,7 @@ TEST(PromptCache, ManyCallsWhileALookupHangsAreBounded) {
 TEST(PromptCache, AWriteThatHangsBlocksNoCallAndIsReadFromMemory) {
     Gate gate;
     Storage storage;
-    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Outcome {
+    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Status {
         pass();
         return {};
     };
@@ -232,14 +232,14 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
     constexpr int TIMES = 2;
     std::promise<void> refused;
     Storage storage;
-    storage.onWrite = [&, times = 0](const MediaKey & /*key*/) mutable -> Outcome {
+    storage.onWrite = [&, times = 0](const MediaKey & /*key*/) mutable -> Status {
         if (++times > TIMES) {
             return {};
         }
         if (times == TIMES) {
             refused.set_value();
         }
-        return {MRB_ERR_BUSY, "Held."};
+        return Status::busy("Held.");
     };
     PromptCache cache(storage, IMPATIENT);
     EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
@@ -252,9 +252,7 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
 TEST(PromptCache, AStorageThatAnotherProcessHoldsBlocksNoWrite) {
     std::atomic<bool> isHeld = true;
     Storage storage;
-    storage.onWrite = [&](const MediaKey & /*key*/) {
-        return isHeld ? Outcome{MRB_ERR_BUSY, "Held."} : Outcome();
-    };
+    storage.onWrite = [&](const MediaKey & /*key*/) { return isHeld ? Status::busy("Held.") : Status(); };
     PromptCache cache(storage, PATIENT);
     auto writes = std::async(std::launch::async, [&] {
         // The first one waits for the attempt, the others for the pause after it.
@@ -270,7 +268,7 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsBlocksNoWrite) {
 
 TEST(PromptCache, AWriteThatFailsInTimeReturnsTheError) {
     Storage storage;
-    storage.onWrite = [](const MediaKey & /*key*/) -> Outcome { return {MRB_ERR_NO_SPACE, "Full."}; };
+    storage.onWrite = [](const MediaKey & /*key*/) -> Status { return Status::noSpace("Full."); };
     PromptCache cache(storage, PATIENT);
     EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NO_SPACE);
     EXPECT_EQ(titleOf(*cache.find(file("a"))), "");
@@ -280,7 +278,7 @@ TEST(PromptCache, PendingWritesAreBounded) {
     constexpr std::size_t MOST = 4;
     Gate gate;
     Storage storage;
-    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Outcome {
+    storage.onWrite = [pass = once(gate)](const MediaKey & /*key*/) -> Status {
         pass();
         return {};
     };

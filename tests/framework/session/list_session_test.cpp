@@ -155,7 +155,7 @@ TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
 TEST(ListSession, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
     Scripted scripted([](mrb::ItemSink &sink) {
         EXPECT_TRUE(addImages(sink, 3));
-        return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
+        return mrb::FillResult{mrb::Status::deviceRemoved("The stick was pulled.")};
     });
     const ReceivedEvent last = scripted.waitForEnd().back();
     EXPECT_EQ(last.event, MRB_EVENT_LIST_FAILED);
@@ -253,7 +253,7 @@ TEST(ListSession, ACancelledSourceIsNotifiedAndTheListIsCancelled) {
             std::this_thread::yield();
         }
         EXPECT_TRUE(sink.stopped());
-        return mrb::FillResult{{MRB_ERR_CANCELLED, {}}};
+        return mrb::FillResult{mrb::Status::cancelled()};
     });
     scripted.session->stop();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
@@ -317,7 +317,7 @@ TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
                                              {.name = "a", .id = {}, .type = IMAGE}};
             EXPECT_TRUE(sink.add(items));
             EXPECT_FALSE(sink.stopped());
-            return mrb::FillResult{{MRB_ERR_DEVICE_REMOVED, "The stick was pulled."}};
+            return mrb::FillResult{mrb::Status::deviceRemoved("The stick was pulled.")};
         },
         std::move(options));
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_FAILED);

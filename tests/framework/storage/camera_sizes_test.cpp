@@ -15,7 +15,7 @@
 #include "support/scripted_camera.h"
 
 using mrb::CameraSizes;
-using mrb::Outcome;
+using mrb::Status;
 using support::DeviceEvent;
 using support::DeviceListener;
 using support::Record;
@@ -42,7 +42,7 @@ class CameraSizesTest : public support::PluggedDevices {
     static auto answering(const CameraSizes &answer) {
         return [answer](CameraSizes &sizes) {
             sizes = answer;
-            return Outcome();
+            return Status();
         };
     }
     // Its name does not matter: libgphoto2 has no such ids.
@@ -61,7 +61,7 @@ TEST_F(CameraSizesTest, AreUnknownAtFirstAndReportedWhenTheyAreKnown) {
     camera.onSizes = [&listed](CameraSizes &sizes) {
         listed.get_future().wait();
         sizes = {100, 200};
-        return Outcome();
+        return Status();
     };
     testbed();
     DeviceListener listener;
@@ -102,7 +102,7 @@ TEST_F(CameraSizesTest, AreNotRequestedWithEachList) {
     camera.onSizes = [&requestCount](CameraSizes &sizes) {
         ++requestCount;
         sizes = {100, 200};
-        return Outcome();
+        return Status();
     };
     event(addUnknown(), "add");
     known();
@@ -148,7 +148,7 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
             answer.get_future().wait();
         }
         sizes = isFirst ? CameraSizes{100, 200} : CameraSizes{1, 2};
-        return Outcome();
+        return Status();
     };
     testbed();
     DeviceListener listener;
@@ -182,7 +182,7 @@ TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
     camera.onSizes = [&requestCount, ended = end.get_future().share()](CameraSizes & /*sizes*/) {
         ++requestCount;
         ended.wait();
-        return Outcome{MRB_ERR_IO, "Too late."};
+        return Status::ioError("Too late.");
     };
     const std::string usb = addUnknown();
     DeviceListener listener; // the first one arrives before it

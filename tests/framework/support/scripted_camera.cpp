@@ -7,7 +7,7 @@
 #include <utility>
 
 using mrb::CameraPath;
-using mrb::Outcome;
+using mrb::Status;
 
 namespace support {
 
@@ -15,7 +15,7 @@ struct ScriptedCamera::State {
     std::mutex lock; // guards what follows
     ScriptedCamera *camera = nullptr;
     std::vector<std::string> requests;
-    std::optional<Outcome> pulledOut; // the answer since then
+    std::optional<Status> pulledOut; // the answer since then
 };
 
 namespace {
@@ -34,7 +34,7 @@ Plug &plug() {
     return made;
 }
 
-Outcome gone() { return {MRB_ERR_DEVICE_REMOVED, "No such device."}; }
+Status gone() { return Status::deviceRemoved("No such device."); }
 
 // As ScriptedCamera::files has it.
 std::string keyOf(const std::string &folder, const std::string &name) {
@@ -46,37 +46,37 @@ class ScriptedDriver final : public mrb::Camera {
     explicit ScriptedDriver(std::shared_ptr<ScriptedCamera::State> state) : state_(std::move(state)) {}
 
     void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
-    Outcome readSizes(mrb::CameraSizes &sizes) override {
+    Status readSizes(mrb::CameraSizes &sizes) override {
         // Without the lock: it may wait for the test.
-        std::function<Outcome(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
-            return Outcome{MRB_ERR_IO, "The cable."};
+        std::function<Status(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
+            return Status::ioError("The cable.");
         };
-        const Outcome outcome = withCamera([&](ScriptedCamera &camera) {
+        const Status outcome = withCamera([&](ScriptedCamera &camera) {
             onSizes = camera.onSizes;
-            return Outcome();
+            return Status();
         });
-        return outcome.code == MRB_ERR_NONE && onSizes ? onSizes(sizes) : outcome;
+        return outcome.ok() && onSizes ? onSizes(sizes) : outcome;
     }
-    Outcome listFiles(const std::string &folder, std::vector<std::string> &names) override {
-        std::function<Outcome(const CameraRequest &)> onRequest;
-        Outcome outcome = withCamera([&](ScriptedCamera &camera) {
+    Status listFiles(const std::string &folder, std::vector<std::string> &names) override {
+        std::function<Status(const CameraRequest &)> onRequest;
+        Status outcome = withCamera([&](ScriptedCamera &camera) {
             onRequest = camera.onRequest;
-            return Outcome();
+            return Status();
         });
-        if (outcome.code == MRB_ERR_NONE && onRequest) {
+        if (outcome.ok() && onRequest) {
             outcome = onRequest({"list", folder});
         }
-        return outcome.code != MRB_ERR_NONE ? outcome : withCamera([&](ScriptedCamera &camera) {
+        return !outcome.ok() ? outcome : withCamera([&](ScriptedCamera &camera) {
             const std::string start = keyOf(folder, "");
             for (const auto &[key, file] : camera.files) {
                 if (key.starts_with(start) && key.find('/', start.size()) == std::string::npos) {
                     names.push_back(key.substr(start.size()));
                 }
             }
-            return folder == "/" || !names.empty() ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, folder};
+            return folder == "/" || !names.empty() ? Status() : Status::notFound(folder);
         });
     }
-    Outcome listFolders(const std::string &folder, std::vector<std::string> &names) override {
+    Status listFolders(const std::string &folder, std::vector<std::string> &names) override {
         return withCamera([&](ScriptedCamera &camera) {
             for (const auto &[key, file] : camera.files) {
                 const std::string name = key.substr(0, std::min(key.find('/'), key.size()));
@@ -85,59 +85,59 @@ class ScriptedDriver final : public mrb::Camera {
                     names.push_back(name);
                 }
             }
-            return Outcome();
+            return Status();
         });
     }
 
-    Outcome readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
+    Status readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
         return withFile("facts", path, 0, [&](const ScriptedFile &file) {
             facts = file.facts;
-            return Outcome();
+            return Status();
         });
     }
 
-    Outcome readAt(const CameraPath &path, std::uint64_t offset, char *buffer, std::size_t length,
-                   std::size_t &got) override {
+    Status readAt(const CameraPath &path, std::uint64_t offset, char *buffer, std::size_t length,
+                  std::size_t &got) override {
         got = 0;
         return withFile("piece", path, offset, [&](const ScriptedFile &file) {
             ScriptedCamera &camera = *state_->camera;
             if (!camera.givesPieces) {
-                return Outcome{MRB_ERR_NOT_SUPPORTED, "Whole files only."};
+                return Status::notSupported("Whole files only.");
             }
             const auto start = static_cast<std::size_t>(std::min<std::uint64_t>(offset, file.bytes.size()));
             got = std::min({length, file.bytes.size() - start, camera.longestPiece});
             std::memcpy(buffer, file.bytes.data() + start, got);
-            return Outcome();
+            return Status();
         });
     }
 
-    Outcome read(const CameraPath &path, mrb::CameraPart part, const Take &take) override {
+    Status read(const CameraPath &path, mrb::CameraPart part, const Take &take) override {
         if (part == mrb::CameraPart::WHOLE) {
             return readWhole(path, take);
         }
         const bool isExif = part == mrb::CameraPart::EXIF;
         std::optional<std::string> bytes;
-        Outcome outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ScriptedFile &file) {
+        Status outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ScriptedFile &file) {
             bytes = isExif ? file.exif : file.preview;
-            return bytes ? Outcome() : Outcome{MRB_ERR_NOT_FOUND, "No such part."};
+            return bytes ? Status() : Status::notFound("No such part.");
         });
-        return outcome.code == MRB_ERR_NONE && !take(*bytes) ? Outcome{MRB_ERR_CANCELLED, {}} : outcome;
+        return outcome.ok() && !take(*bytes) ? Status::cancelled() : outcome;
     }
 
   private:
-    Outcome readWhole(const CameraPath &path, const Take &take) {
+    Status readWhole(const CameraPath &path, const Take &take) {
         std::uint64_t done = 0;
         std::string part;
         do {
             part.clear();
-            Outcome outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
+            Status outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
                 part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART_SIZE);
-                return Outcome();
+                return Status();
             });
-            if (outcome.code == MRB_ERR_NONE && ((isStopped_ && isStopped_()) || !take(part))) {
-                outcome = {MRB_ERR_CANCELLED, {}};
+            if (outcome.ok() && ((isStopped_ && isStopped_()) || !take(part))) {
+                outcome = Status::cancelled();
             }
-            if (outcome.code != MRB_ERR_NONE) {
+            if (!outcome.ok()) {
                 return outcome;
             }
             done += part.size();
@@ -146,7 +146,7 @@ class ScriptedDriver final : public mrb::Camera {
     }
 
     template <typename Work>
-    Outcome withCamera(const Work &work) {
+    Status withCamera(const Work &work) {
         const std::lock_guard guard(state_->lock);
         if (state_->pulledOut) {
             return *state_->pulledOut;
@@ -156,26 +156,25 @@ class ScriptedDriver final : public mrb::Camera {
 
     // Keeps the request unless `kind` is empty.
     template <typename Work>
-    Outcome withFile(const std::string &kind, const CameraPath &path, std::uint64_t offset,
-                     const Work &work) {
+    Status withFile(const std::string &kind, const CameraPath &path, std::uint64_t offset, const Work &work) {
         // Without the lock: the function may cause other requests.
-        std::function<Outcome(const CameraRequest &)> onRequest;
-        Outcome outcome = withCamera([&](ScriptedCamera &camera) {
+        std::function<Status(const CameraRequest &)> onRequest;
+        Status outcome = withCamera([&](ScriptedCamera &camera) {
             if (!kind.empty()) {
                 state_->requests.push_back(kind + ' ' + path.name);
             }
             onRequest = camera.onRequest;
-            return Outcome();
+            return Status();
         });
-        if (outcome.code == MRB_ERR_NONE && onRequest) {
+        if (outcome.ok() && onRequest) {
             outcome = onRequest({kind.empty() ? "whole" : kind, path.name, offset});
         }
-        if (outcome.code != MRB_ERR_NONE) {
+        if (!outcome.ok()) {
             return outcome;
         }
         return withCamera([&](ScriptedCamera &camera) {
             const auto file = camera.files.find(keyOf(path.folder, path.name));
-            return file == camera.files.end() ? Outcome{MRB_ERR_NOT_FOUND, path.name} : work(file->second);
+            return file == camera.files.end() ? Status::notFound(path.name) : work(file->second);
         });
     }
 
@@ -186,7 +185,7 @@ class ScriptedDriver final : public mrb::Camera {
 class ScriptedLibrary final : public mrb::CameraLibrary {
   public:
     mrb::CameraModel modelOf(const mrb::CameraAddress & /*address*/) override { return {}; }
-    std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Outcome &outcome) override {
+    std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Status &outcome) override {
         const std::lock_guard guard(plug().lock);
         std::shared_ptr<ScriptedCamera::State> state = plug().state.lock();
         bool isThere = state != nullptr;
@@ -194,7 +193,7 @@ class ScriptedLibrary final : public mrb::CameraLibrary {
             const std::lock_guard own(state->lock);
             isThere = !state->pulledOut;
         }
-        outcome = isThere ? Outcome() : gone();
+        outcome = isThere ? Status() : gone();
         return isThere ? std::make_unique<ScriptedDriver>(std::move(state)) : nullptr;
     }
 };
@@ -220,7 +219,7 @@ ScriptedCamera::~ScriptedCamera() {
     state_->camera = nullptr;
 }
 
-void ScriptedCamera::pullOut(Outcome answer) {
+void ScriptedCamera::pullOut(Status answer) {
     const std::lock_guard guard(state_->lock);
     state_->pulledOut = std::move(answer);
 }

@@ -47,15 +47,15 @@ class ScriptedCamera {
     std::size_t longestPiece = std::size_t{1} << 30; // at most, whatever length is requested
     // Called for each request, and again for each part of a whole file, on the camera's
     // thread; anything but MRB_ERR_NONE is returned to the driver's caller.
-    std::function<mrb::Outcome(const CameraRequest &request)> onRequest;
+    std::function<mrb::Status(const CameraRequest &request)> onRequest;
 
     // Called on the camera's thread when its sizes are requested. Empty: it returns none.
-    std::function<mrb::Outcome(mrb::CameraSizes &sizes)> onSizes;
+    std::function<mrb::Status(mrb::CameraSizes &sizes)> onSizes;
 
     // Pulls it out before the system reports that: it cannot be opened any more, and a driver
     // that has it open returns `answer` for every request. MRB_ERR_NONE: empty results, and an
     // error for the sizes only.
-    void pullOut(mrb::Outcome answer);
+    void pullOut(mrb::Status answer);
 
     OfferedCamera place; // where it is plugged in
 

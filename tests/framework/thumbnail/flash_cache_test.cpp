@@ -99,19 +99,19 @@ TEST_F(Flash, NothingIsKeptBeforeItIsOpen) {
 TEST_F(Flash, EntriesSurviveARestart) {
     {
         FlashCache cache;
-        cache.open(list());
+        EXPECT_TRUE(cache.open(list()).ok());
         save(cache, 1);
         save(cache, 2);
     }
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     EXPECT_EQ(find(cache, 1), 1);
     EXPECT_EQ(find(cache, 2), 2);
 }
 
 TEST_F(Flash, ThePresetBufferComesBack) {
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     std::string preset(MRB_THUMB_PRESET_BYTES, '\0');
     preset.replace(0, 4, "text");
     save(cache, 1, preset.data());
@@ -125,7 +125,7 @@ TEST_F(Flash, ThePresetBufferComesBack) {
 
 TEST_F(Flash, AnotherSizeOrOrientationIsAnotherPicture) {
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     save(cache, 1);
     Decoded decoded;
     DecodeRequest request;
@@ -140,7 +140,7 @@ TEST_F(Flash, AnotherSizeOrOrientationIsAnotherPicture) {
 
 TEST_F(Flash, AFileThatChangedIsNotAnsweredFromTheCache) {
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     save(cache, 1);
     folder.setModified("1", 1000);
     EXPECT_EQ(find(cache, 1), -1);
@@ -149,7 +149,7 @@ TEST_F(Flash, AFileThatChangedIsNotAnsweredFromTheCache) {
 
 TEST_F(Flash, ASecondPictureWithTheSameKeyTakesThePlaceOfTheFirst) {
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     save(cache, 1);
     save(cache, 1);
     EXPECT_EQ(pictures(), 1U);
@@ -158,7 +158,7 @@ TEST_F(Flash, ASecondPictureWithTheSameKeyTakesThePlaceOfTheFirst) {
 
 TEST_F(Flash, TheLeastRecentlyUsedMakesRoom) {
     FlashCache cache({BYTES * 3, 100});
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     for (const int number : {1, 2, 3}) {
         save(cache, number);
     }
@@ -173,7 +173,7 @@ TEST_F(Flash, TheLeastRecentlyUsedMakesRoom) {
 
 TEST_F(Flash, TheNumberOfEntriesIsBounded) {
     FlashCache cache({BYTES * 100, 2});
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     for (const int number : {1, 2, 3}) {
         save(cache, number);
     }
@@ -184,13 +184,13 @@ TEST_F(Flash, TheNumberOfEntriesIsBounded) {
 TEST_F(Flash, UseIsRememberedAcrossARestart) {
     {
         FlashCache cache({BYTES * 2, 100});
-        cache.open(list());
+        EXPECT_TRUE(cache.open(list()).ok());
         save(cache, 1);
         save(cache, 2);
         find(cache, 1);
     }
     FlashCache cache({BYTES * 2, 100});
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     save(cache, 3);
     EXPECT_EQ(find(cache, 2), -1);
     EXPECT_EQ(find(cache, 1), 1);
@@ -198,14 +198,14 @@ TEST_F(Flash, UseIsRememberedAcrossARestart) {
 
 TEST_F(Flash, APictureLargerThanTheCacheIsNotKept) {
     FlashCache cache({BYTES - 1, 100});
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     EXPECT_FALSE(save(cache, 1));
     EXPECT_EQ(pictures(), 0U);
 }
 
 TEST_F(Flash, TheListStaysShort) {
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     save(cache, 1);
     save(cache, 2);
     for (int turn = 0; turn < 3000; ++turn) {
@@ -218,8 +218,8 @@ TEST_F(Flash, TheListStaysShort) {
 TEST_F(Flash, TwoCachesOnOneListSeeEachOthersPictures) {
     FlashCache one;
     FlashCache other;
-    one.open(list());
-    other.open(list());
+    EXPECT_TRUE(one.open(list()).ok());
+    EXPECT_TRUE(other.open(list()).ok());
     save(one, 1);
     EXPECT_EQ(find(other, 1), 1);
     save(other, 2);
@@ -228,7 +228,7 @@ TEST_F(Flash, TwoCachesOnOneListSeeEachOthersPictures) {
 
 TEST_F(Flash, ThreadsMayUseItTogether) {
     FlashCache cache({BYTES * 5, 100});
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([&, thread] {
@@ -248,7 +248,7 @@ TEST_F(Flash, ThreadsMayUseItTogether) {
 TEST_F(Flash, AListCutShortAnywhereKeepsTheEntriesBeforeTheCut) {
     {
         FlashCache cache;
-        cache.open(list());
+        EXPECT_TRUE(cache.open(list()).ok());
         save(cache, 1);
         save(cache, 2);
     }
@@ -267,7 +267,7 @@ TEST_F(Flash, AListCutShortAnywhereKeepsTheEntriesBeforeTheCut) {
         // And it continues from there.
         EXPECT_TRUE(save(cache, 3));
         FlashCache again;
-        again.open(list());
+        EXPECT_TRUE(again.open(list()).ok());
         EXPECT_EQ(find(again, 3), 3) << length;
     }
 }
@@ -275,7 +275,7 @@ TEST_F(Flash, AListCutShortAnywhereKeepsTheEntriesBeforeTheCut) {
 TEST_F(Flash, DamagedLinesAreSkipped) {
     {
         FlashCache cache;
-        cache.open(list());
+        EXPECT_TRUE(cache.open(list()).ok());
         save(cache, 1);
         save(cache, 2);
     }
@@ -291,7 +291,7 @@ TEST_F(Flash, DamagedLinesAreSkipped) {
 TEST_F(Flash, FilesThatNoLineNamesGoAndLinesWithoutTheirFileToo) {
     {
         FlashCache cache;
-        cache.open(list());
+        EXPECT_TRUE(cache.open(list()).ok());
         save(cache, 1);
         save(cache, 2);
     }
@@ -299,7 +299,7 @@ TEST_F(Flash, FilesThatNoLineNamesGoAndLinesWithoutTheirFileToo) {
     write(list() + ".d/98.bmp", "stranger");
     fs::resize_file(list() + ".d/1.bmp", 60);
     FlashCache cache;
-    cache.open(list());
+    EXPECT_TRUE(cache.open(list()).ok());
     cache.dropStrangers();
     EXPECT_EQ(pictures(), 1U);
     EXPECT_EQ(find(cache, 1), -1);
@@ -313,7 +313,9 @@ TEST_F(Flash, AProcessKilledWhileItWritesLeavesAWholeCache) {
         const pid_t child = fork();
         if (child == 0) {
             FlashCache cache({BYTES * 6, 100});
-            cache.open(list());
+            if (!cache.open(list()).ok()) {
+                _exit(1);
+            }
             for (int number = 0;; number = (number + 1) % 20) {
                 if (!save(cache, number) || ::write(ends[1], "", 1) != 1) {
                     _exit(1);

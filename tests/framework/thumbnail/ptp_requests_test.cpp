@@ -14,7 +14,7 @@
 #include "support/thumbnails.h"
 
 using mrb::CameraFileFacts;
-using mrb::Outcome;
+using mrb::Status;
 using support::CameraRequest;
 using support::Client;
 using support::Folder;
@@ -173,7 +173,7 @@ TEST_F(PtpRequests, ACameraWithoutPartialReadsSendsTheBeginningOfTheFile) {
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
-        return Outcome();
+        return Status();
     };
     expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"});
     EXPECT_LE(furthest, 256U << 10);
@@ -318,9 +318,9 @@ TEST_F(PtpRequests, ABusyCameraGetsNoFurtherRequests) {
         return;
     }
     add({});
-    for (const int code : {MRB_ERR_BUSY, MRB_ERR_TIMEOUT}) {
+    for (const int code : Status::busy(MRB_ERR_TIMEOUT)) {
         camera.onRequest = [code](const CameraRequest &request) {
-            return request.kind == "exif" ? Outcome{code, "Later."} : Outcome();
+            return request.kind == "exif" ? Status{code, "Later."} : Status();
         };
         EXPECT_EQ(thumbnail().code, code);
         EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
@@ -334,7 +334,7 @@ TEST_F(PtpRequests, AFailedRequestDoesNotEndTheOthers) {
     add({});
     camera.onRequest = [](const CameraRequest &request) {
         const bool fails = request.kind == "exif" || request.kind == "preview";
-        return fails ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
+        return fails ? Status::protocolError("What?") : Status();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "400x300");
@@ -347,8 +347,7 @@ TEST_F(PtpRequests, AnErrorInTheWholeFileLeavesTheEmbeddedThumbnail) {
     }
     add({}).bytes += std::string(1'000'000, '\0');
     camera.onRequest = [](const CameraRequest &request) {
-        return request.kind == "whole" && request.offset > 500'000 ? Outcome{MRB_ERR_IO, "Amidst."}
-                                                                   : Outcome();
+        return request.kind == "whole" && request.offset > 500'000 ? Status::ioError("Amidst.") : Status();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
@@ -361,7 +360,7 @@ TEST_F(PtpRequests, WithoutAnythingElseATooSmallThumbnailIsUsed) {
     }
     add({}).preview.reset();
     camera.onRequest = [](const CameraRequest &request) {
-        return request.kind == "whole" ? Outcome{MRB_ERR_PROTOCOL, "What?"} : Outcome();
+        return request.kind == "whole" ? Status::protocolError("What?") : Status();
     };
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
@@ -404,7 +403,7 @@ TEST_F(PtpRequests, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {
             reached.set_value();
             ended.get_future().wait();
         }
-        return Outcome();
+        return Status();
     };
     Client client;
     client.list(camera.place.listOptions());

@@ -20,7 +20,7 @@ using mrb::FillResult;
 using mrb::ItemFacts;
 using mrb::ItemStore;
 using mrb::ListRequest;
-using mrb::Outcome;
+using mrb::Status;
 using mrb::dlna::MediaObject;
 using mrb::dlna::Page;
 using mrb::dlna::Question;
@@ -50,28 +50,28 @@ MediaObject container(const std::string &id, const std::string &title) {
 // A client whose responses a test writes.
 class ScriptedDirectories final : public mrb::dlna::Directories {
   public:
-    using Answer = std::function<Outcome(const Question &question, Page &page)>;
+    using Answer = std::function<Status(const Question &question, Page &page)>;
 
-    Outcome ask(const Question &question, const std::function<bool()> & /*isStopped*/, Page &page) override {
+    Status ask(const Question &question, const std::function<bool()> & /*isStopped*/, Page &page) override {
         requests.push_back(question);
         return answer(question, page);
     }
 
-    Outcome fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
-                  const std::function<bool()> & /*isStopped*/, std::string & /*bytes*/) override {
-        return {MRB_ERR_NOT_FOUND, {}};
+    Status fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
+                 const std::function<bool()> & /*isStopped*/, std::string & /*bytes*/) override {
+        return Status::notFound();
     }
 
-    Outcome connect(const std::string & /*server*/, const std::function<bool()> & /*isStopped*/,
-                    std::unique_ptr<mrb::dlna::Transfers> & /*transfers*/) override {
-        return {MRB_ERR_NOT_SUPPORTED, {}};
+    Status connect(const std::string & /*server*/, const std::function<bool()> & /*isStopped*/,
+                   std::unique_ptr<mrb::dlna::Transfers> & /*transfers*/) override {
+        return Status::notSupported();
     }
 
     // A valid server's response out of what its containers hold.
-    Outcome validPage(const Question &question, Page &page) const {
+    Status validPage(const Question &question, Page &page) const {
         const auto found = contents.find(question.container);
         if (found == contents.end()) {
-            return {MRB_ERR_NOT_FOUND, "no such container"};
+            return Status::notFound("no such container");
         }
         const std::vector<MediaObject> &all = found->second;
         for (std::size_t index = question.start; index < all.size() && page.objects.size() < question.count;
@@ -130,7 +130,7 @@ class DlnaSource : public testing::Test {
     // Has each valid response changed before it is returned.
     void answerChanged(std::function<void(Page &page)> change) {
         directories.answer = [this, change = std::move(change)](const Question &question, Page &page) {
-            const Outcome outcome = directories.validPage(question, page);
+            const Status outcome = directories.validPage(question, page);
             change(page);
             return outcome;
         };
@@ -221,7 +221,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 0;
-        return Outcome{};
+        return Status{};
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
@@ -234,7 +234,7 @@ TEST_F(DlnaSource, EndlessObjectsWithoutIdsAreAbandoned) {
     directories.answer = [](const Question & /*question*/, Page &page) {
         page.objects.resize(500);
         page.returned = 500;
-        return Outcome{};
+        return Status{};
     };
     const FillResult result = scan();
     EXPECT_EQ(sink.store.size(), 0);
@@ -254,10 +254,10 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
 
 TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.validPage(question, page);
+        Status outcome = directories.validPage(question, page);
         if (question.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
-            outcome = {MRB_ERR_PROTOCOL, "broken"};
+            outcome = Status::protocolError("broken");
         }
         return outcome;
     };
@@ -275,7 +275,7 @@ TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
 
 TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
     directories.answer = [this](const Question &question, Page &page) {
-        return question.start > 0 && question.count > 100 ? Outcome{MRB_ERR_TIMEOUT, "too slow"}
+        return question.start > 0 && question.count > 100 ? Status::timedOut("too slow")
                                                           : directories.validPage(question, page);
     };
     for (int number = 0; number < 700; ++number) {
@@ -287,7 +287,7 @@ TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
 
 TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
     directories.answer = [](const Question & /*question*/, Page & /*page*/) {
-        return Outcome{MRB_ERR_TIMEOUT, "silent"};
+        return Status::timedOut("silent");
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(directories.requests.size(), 1U);
@@ -299,7 +299,7 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.validPage(question, page);
+        Status outcome = directories.validPage(question, page);
         if (directories.requests.size() == 1) {
             auto &all = directories.contents["0"];
             for (int number = 600; number < 800; ++number) {
@@ -317,7 +317,7 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
     directories.answer = [this](const Question &question, Page &page) {
-        Outcome outcome = directories.validPage(question, page);
+        Status outcome = directories.validPage(question, page);
         directories.contents["0"].resize(550);
         return outcome;
     };
@@ -330,7 +330,7 @@ TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 1'000'000 + static_cast<std::uint32_t>(directories.requests.size());
-        return Outcome{};
+        return Status{};
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
@@ -376,7 +376,7 @@ TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
     directories.answer = [](const Question &question, Page &page) {
         page.objects = {container(question.container + "x", "deeper")};
         page.returned = page.total = 1;
-        return Outcome{};
+        return Status{};
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
@@ -388,7 +388,7 @@ TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
     directories.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
     directories.contents["a"] = {image("2")};
     directories.answer = [this](const Question &question, Page &page) {
-        return question.container == "b" ? Outcome{MRB_ERR_DEVICE_REMOVED, "gone"}
+        return question.container == "b" ? Status::deviceRemoved("gone")
                                          : directories.validPage(question, page);
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
@@ -410,7 +410,7 @@ TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
     directories.answer = [this](const Question &question, Page &page) {
         if (question.container == "a") {
             page.objects = {image("1")};
-            return Outcome{MRB_ERR_PROTOCOL, "broken"};
+            return Status::protocolError("broken");
         }
         return directories.validPage(question, page);
     };
@@ -434,7 +434,7 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
     directories.answer = [this](const Question &question, Page &page) {
         if (question.kind == Question::Kind::CAPABILITIES) {
             page.capabilities = "dc:title,upnp:class";
-            return Outcome{};
+            return Status{};
         }
         return directories.validPage(question, page);
     };
@@ -452,7 +452,7 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     directories.contents["0"] = {container("a", "A")};
     directories.contents["a"] = {image("1")};
     directories.answer = [this](const Question &question, Page &page) {
-        return question.kind == Question::Kind::CAPABILITIES ? Outcome{}
+        return question.kind == Question::Kind::CAPABILITIES ? Status{}
                                                              : directories.validPage(question, page);
     };
     ListRequest request;
@@ -468,13 +468,13 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     directories.answer = [this, refused = 0](const Question &question, Page &page) mutable {
         page.capabilities = "*";
         if (question.kind == Question::Kind::CAPABILITIES) {
-            return Outcome{};
+            return Status{};
         }
         EXPECT_EQ(question.kind, Question::Kind::SEARCH);
         // Each page once.
         const bool isRefused = refused <= static_cast<int>(question.start);
         refused = isRefused ? static_cast<int>(question.start) + 1 : refused;
-        return isRefused ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"} : directories.validPage(question, page);
+        return isRefused ? Status::notSupported("708") : directories.validPage(question, page);
     };
     ListRequest request;
     request.keyWord = "picture";
@@ -486,9 +486,9 @@ TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     directories.contents["0"] = {image("1")};
     directories.answer = [this](const Question &question, Page &page) {
         page.capabilities = "*";
-        return question.kind == Question::Kind::SEARCH     ? Outcome{MRB_ERR_NOT_SUPPORTED, "708"}
+        return question.kind == Question::Kind::SEARCH     ? Status::notSupported("708")
                : question.kind == Question::Kind::CHILDREN ? directories.validPage(question, page)
-                                                           : Outcome{};
+                                                           : Status{};
     };
     ListRequest request;
     request.keyWord = "picture";
