@@ -23,7 +23,7 @@ bool DatabaseError::isDamage() const {
            primary == SQLITE_MISMATCH;
 }
 
-void Database::Close::operator()(sqlite3 *handle) const { sqlite3_close_v2(handle); }
+void Database::close(sqlite3 *handle) { sqlite3_close_v2(handle); }
 
 bool DatabaseError::isFull() const { return (code_ & 0xff) == SQLITE_FULL; }
 
@@ -57,7 +57,7 @@ void Database::execute(const char *sql) {
     }
 }
 
-void Statement::Finalize::operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
+void Statement::finalize(sqlite3_stmt *statement) { sqlite3_finalize(statement); }
 
 Statement::Statement(const Database &database, const std::string &sql) {
     sqlite3_stmt *made = nullptr;

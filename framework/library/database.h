@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/deleter.h"
 #include "metadata/facts.h"
 
 struct sqlite3;
@@ -41,10 +42,8 @@ class Database {
     [[nodiscard]] sqlite3 *get() const { return handle_.get(); }
 
   private:
-    struct Close {
-        void operator()(sqlite3 *handle) const;
-    };
-    std::unique_ptr<sqlite3, Close> handle_;
+    static void close(sqlite3 *handle);
+    std::unique_ptr<sqlite3, Deleter<close>> handle_;
 };
 
 // A statement of one database, to be run any number of times. Parameters and
@@ -68,11 +67,9 @@ class Statement {
     void reset();
 
   private:
-    struct Finalize {
-        void operator()(sqlite3_stmt *statement) const;
-    };
+    static void finalize(sqlite3_stmt *statement);
     void check(int code) const;
-    std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+    std::unique_ptr<sqlite3_stmt, Deleter<finalize>> statement_;
 };
 
 } // namespace mrb

@@ -3,17 +3,13 @@
 #include <cstdlib>
 #include <memory>
 
+#include "base/deleter.h"
+
 namespace mrb {
-namespace {
-
-struct Free {
-    void operator()(char *text) const { std::free(text); }
-};
-
-} // namespace
+namespace {} // namespace
 
 MediaPaths::MediaPaths(std::string root) : root_(std::move(root)) {
-    const std::unique_ptr<char, Free> real(realpath(root_.c_str(), nullptr));
+    const MallocPtr<char> real(realpath(root_.c_str(), nullptr));
     realRoot_ = real ? real.get() : root_;
     mounts_ = mountsOf(realRoot_);
     realRoot_ = realRoot_ == "/" ? "" : realRoot_;

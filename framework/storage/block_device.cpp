@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 
+#include "base/deleter.h"
 #include "storage/file_systems.h"
 #include "storage/udev.h"
 #include "text/text.h"
@@ -58,10 +59,7 @@ struct Probed {
 };
 
 Probed probe(const std::string &node) {
-    struct Release {
-        void operator()(blkid_probe probe) const { blkid_free_probe(probe); }
-    };
-    const std::unique_ptr<blkid_struct_probe, Release> probe(
+    const std::unique_ptr<blkid_struct_probe, Deleter<blkid_free_probe>> probe(
         node.empty() ? nullptr : blkid_new_probe_from_filename(node.c_str()));
     if (!probe) {
         return {};

@@ -43,7 +43,7 @@ std::string storageIdOf(const MountEntry &mount) {
 
 bool readMountEntries(std::vector<MountEntry> &entries, const char *file) {
     const MountTable table = readMountTable(file);
-    const std::unique_ptr<libmnt_iter, MountRelease> each(mnt_new_iter(MNT_ITER_FORWARD));
+    const MountIterator each(mnt_new_iter(MNT_ITER_FORWARD));
     if (!table || !each) {
         return false;
     }

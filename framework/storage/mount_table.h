@@ -7,13 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "base/deleter.h"
+
 namespace mrb {
 
-struct MountRelease {
-    void operator()(libmnt_table *table) const { mnt_unref_table(table); }
-    void operator()(libmnt_iter *each) const { mnt_free_iter(each); }
-};
-using MountTable = std::unique_ptr<libmnt_table, MountRelease>;
+using MountTable = std::unique_ptr<libmnt_table, Deleter<mnt_unref_table>>;
+using MountIterator = std::unique_ptr<libmnt_iter, Deleter<mnt_free_iter>>;
 
 inline constexpr const char *MOUNT_TABLE_FILE = "/proc/self/mountinfo";
 

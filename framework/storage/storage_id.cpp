@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/deleter.h"
 #include "base/timed_calls.h"
 #include "storage/mount_table.h"
 
@@ -37,10 +38,6 @@ namespace {
 // So long a call of an application may wait.
 constexpr auto CALL_LIMIT = std::chrono::milliseconds(100);
 
-struct Release {
-    void operator()(char *text) const { std::free(text); }
-};
-
 // True: `path` is `folder` or lies below it; both without a slash at the end.
 bool isWithin(const std::string &path, const std::string &folder) {
     return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
@@ -52,7 +49,7 @@ Status readStorageId(const std::string &path, std::string &id) {
     if (!path.starts_with('/')) {
         return Status::invalidParameter("The mount path \"" + path + "\" is not absolute.");
     }
-    const std::unique_ptr<char, Release> real(realpath(path.c_str(), nullptr));
+    const MallocPtr<char> real(realpath(path.c_str(), nullptr));
     if (!real) {
         return Status::ofErrno(errno, path);
     }
@@ -97,7 +94,7 @@ std::vector<Mount> mountsOf(const std::string &folder) {
     const MountTable table = readMountTable();
     libmnt_fs *holder =
         table ? mnt_table_find_mountpoint(table.get(), folder.c_str(), MNT_ITER_BACKWARD) : nullptr;
-    const std::unique_ptr<libmnt_iter, MountRelease> each(mnt_new_iter(MNT_ITER_BACKWARD));
+    const MountIterator each(mnt_new_iter(MNT_ITER_BACKWARD));
     libmnt_fs *mount = nullptr;
     while (holder != nullptr && each && mnt_table_next_fs(table.get(), each.get(), &mount) == 0) {
         const MountEntry entry = entryOf(mount);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "base/deleter.h"
 #include "base/log.h"
 #include "text/text.h"
 
@@ -103,8 +104,8 @@ Udev::Udev(const char *subsystem, const char *type)
 
 std::vector<UdevDevice> Udev::devices() const {
     std::vector<UdevDevice> found;
-    const std::unique_ptr<udev_enumerate, UdevRelease> search(context_ ? udev_enumerate_new(context_.get())
-                                                                       : nullptr);
+    const std::unique_ptr<udev_enumerate, Deleter<udev_enumerate_unref>> search(
+        context_ ? udev_enumerate_new(context_.get()) : nullptr);
     if (!search || udev_enumerate_add_match_subsystem(search.get(), subsystem_) < 0 ||
         udev_enumerate_scan_devices(search.get()) < 0) {
         return found;

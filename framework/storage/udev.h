@@ -6,15 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "base/deleter.h"
+
 namespace mrb {
 
-struct UdevRelease {
-    void operator()(udev *context) const { udev_unref(context); }
-    void operator()(udev_monitor *monitor) const { udev_monitor_unref(monitor); }
-    void operator()(udev_device *device) const { udev_device_unref(device); }
-    void operator()(udev_enumerate *search) const { udev_enumerate_unref(search); }
-};
-using UdevDevice = std::unique_ptr<udev_device, UdevRelease>;
+using UdevDevice = std::unique_ptr<udev_device, Deleter<udev_device_unref>>;
 
 // A property or attribute as text that can be shown; empty when there is none.
 std::string udevProperty(udev_device *device, const char *name);
@@ -53,8 +49,8 @@ class Udev {
   private:
     const char *subsystem_;
     const char *type_;
-    std::unique_ptr<udev, UdevRelease> context_;
-    std::unique_ptr<udev_monitor, UdevRelease> monitor_;
+    std::unique_ptr<udev, Deleter<udev_unref>> context_;
+    std::unique_ptr<udev_monitor, Deleter<udev_monitor_unref>> monitor_;
     int number_ = -1;
 };
 

@@ -25,7 +25,7 @@ NaturalOrder::NaturalOrder() {
 
 NaturalOrder::~NaturalOrder() = default;
 
-void NaturalOrder::Close::operator()(UCollator *collator) const { ucol_close(collator); }
+void NaturalOrder::close(UCollator *collator) { ucol_close(collator); }
 
 std::string_view NaturalOrder::transientKey(std::string_view name) {
     std::size_t length = 0;

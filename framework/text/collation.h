@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/deleter.h"
+
 struct UCollator;
 
 namespace mrb {
@@ -31,10 +33,8 @@ class NaturalOrder {
     int compare(std::string_view left, std::string_view right) const;
 
   private:
-    struct Close {
-        void operator()(UCollator *collator) const;
-    };
-    std::unique_ptr<UCollator, Close> collator_;
+    static void close(UCollator *collator);
+    std::unique_ptr<UCollator, Deleter<close>> collator_;
     std::u16string utf16_;
     std::string key_; // never shrinks
 };

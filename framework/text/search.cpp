@@ -29,9 +29,9 @@ NameSearch::NameSearch(std::string_view wanted) {
 
 NameSearch::~NameSearch() = default;
 
-void NameSearch::Close::operator()(UCollator *collator) const { ucol_close(collator); }
+void NameSearch::close(UCollator *collator) { ucol_close(collator); }
 
-void NameSearch::Close::operator()(UCollationElements *elements) const { ucol_closeElements(elements); }
+void NameSearch::closeElements(UCollationElements *elements) { ucol_closeElements(elements); }
 
 bool NameSearch::isIn(std::string_view name) {
     readWeights(name, name_);

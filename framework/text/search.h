@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/deleter.h"
+
 struct UCollator;
 struct UCollationElements;
 
@@ -32,12 +34,10 @@ class NameSearch {
   private:
     void readWeights(std::string_view text, std::vector<std::int32_t> &weights);
 
-    struct Close {
-        void operator()(UCollator *collator) const;
-        void operator()(UCollationElements *elements) const;
-    };
-    std::unique_ptr<UCollator, Close> collator_;
-    std::unique_ptr<UCollationElements, Close> elements_;
+    static void close(UCollator *collator);
+    static void closeElements(UCollationElements *elements);
+    std::unique_ptr<UCollator, Deleter<close>> collator_;
+    std::unique_ptr<UCollationElements, Deleter<closeElements>> elements_;
     std::u16string text_;
     std::vector<std::int32_t> wanted_;
     std::vector<std::int32_t> name_;

@@ -8,13 +8,12 @@
 #include <memory>
 #include <new>
 
+#include "base/deleter.h"
+
 namespace mrb {
 namespace {
 
-struct Free {
-    void operator()(char *text) const { g_free(text); }
-};
-using GlibText = std::unique_ptr<char, Free>;
+using GlibText = std::unique_ptr<char, Deleter<g_free>>;
 
 Json::StreamWriterBuilder compactWriter() {
     Json::StreamWriterBuilder builder;

@@ -23,7 +23,7 @@ Image copyOf(const Image &image) {
 void fill(thumb_result_s &result, const Request &request, Decoded &decoded, bool last) {
     // For the flash cache only: in the bitmap files that clients write of images without
     // it, it would be bytes that some viewers refuse.
-    std::unique_ptr<char, Free> preset = request.useCache ? makePreset(decoded) : nullptr;
+    MallocPtr<char> preset = request.useCache ? makePreset(decoded) : nullptr;
     std::vector<Image> images;
     images.reserve(decoded.images.size());
     for (Image &image : decoded.images) {

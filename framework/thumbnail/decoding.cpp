@@ -1,5 +1,6 @@
 #include "thumbnail/decoding.h"
 
+#include <cstdlib>
 #include <new>
 
 namespace mrb::thumbnail {

@@ -3,12 +3,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "base/deleter.h"
 #include "base/result.h"
 
 namespace mrb::thumbnail {
@@ -48,14 +48,10 @@ class StopSign {
     Clock::time_point deadline_ = Clock::time_point::max();
 };
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
 // Rows from top to bottom without gaps, four bytes a pixel: blue, green, red, alpha
 // (not multiplied in). From malloc, since clients free it.
 struct Image {
-    std::unique_ptr<unsigned char, Free> pixels;
+    MallocPtr<unsigned char> pixels;
     int width = 0;
     int height = 0;
     std::int64_t timeStamp = 0; // milliseconds from the start of a video

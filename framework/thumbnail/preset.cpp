@@ -9,8 +9,8 @@
 
 namespace mrb::thumbnail {
 
-std::unique_ptr<char, Free> makePreset(const Decoded &decoded) {
-    std::unique_ptr<char, Free> preset(static_cast<char *>(std::calloc(1, MRB_THUMB_PRESET_BYTES)));
+MallocPtr<char> makePreset(const Decoded &decoded) {
+    MallocPtr<char> preset(static_cast<char *>(std::calloc(1, MRB_THUMB_PRESET_BYTES)));
     if (!preset) {
         throw std::bad_alloc();
     }

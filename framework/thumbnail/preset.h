@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "base/deleter.h"
 #include "thumbnail/decoding.h"
 
 namespace mrb::thumbnail {
@@ -14,6 +15,6 @@ namespace mrb::thumbnail {
 // the original's size in pixels as it is shown, the EXIF orientation applied, whether
 // the small picture in the EXIF data was used, and a video's milliseconds, null where
 // there are none; or else, for an image that was kept, the bytes kept with it. Throws std::bad_alloc.
-std::unique_ptr<char, Free> makePreset(const Decoded &decoded);
+MallocPtr<char> makePreset(const Decoded &decoded);
 
 } // namespace mrb::thumbnail

@@ -2,18 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <span>
 
+#include "base/deleter.h"
 #include "text/text.h"
 
 namespace mrb {
 namespace {
-
-struct Free {
-    void operator()(CameraStorageInformation *storages) const { std::free(storages); }
-};
 
 constexpr std::uint64_t KILOBYTE = 1024;
 
@@ -93,7 +89,7 @@ Status GphotoCamera::readSizes(CameraSizes &sizes) {
     CameraStorageInformation *found = nullptr;
     int number = 0;
     const int code = gp_camera_get_storageinfo(camera_.get(), &found, &number, context_.get());
-    const std::unique_ptr<CameraStorageInformation, Free> owned(found);
+    const MallocPtr<CameraStorageInformation> owned(found);
     if (code < GP_OK || found == nullptr) {
         return outcomeOfGphoto(std::min(code, GP_ERROR), "What the camera keeps its files on");
     }
@@ -112,7 +108,7 @@ Status GphotoCamera::readSizes(CameraSizes &sizes) {
 Status GphotoCamera::list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names) {
     CameraList *made = nullptr;
     int code = gp_list_new(&made);
-    const std::unique_ptr<CameraList, GphotoRelease> list(made);
+    const GphotoList list(made);
     if (code >= GP_OK) {
         code = listNames(camera_.get(), folder.c_str(), list.get(), context_.get());
     }
@@ -181,7 +177,7 @@ Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &t
 Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
     CameraFile *made = nullptr;
     int code = gp_file_new(&made);
-    const std::unique_ptr<CameraFile, GphotoRelease> given(made);
+    const GphotoFile given(made);
     Status outcome = code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, type, given.get());
     if (!outcome.ok()) {
         return outcome;
@@ -201,7 +197,7 @@ Status GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
     CameraFileHandler handler{Receiver::size, Receiver::read, Receiver::write};
     CameraFile *made = nullptr;
     const int code = gp_file_new_from_handler(&made, &handler, &receiver_);
-    const std::unique_ptr<CameraFile, GphotoRelease> given(made);
+    const GphotoFile given(made);
     Status outcome =
         code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
     receiver_.take = nullptr;

@@ -12,7 +12,7 @@ Status outcomeOfGphoto(int code, const std::string &about);
 // A camera that libgphoto2 has claimed. Owned by who opened it; one thread at a time.
 class GphotoCamera final : public Camera {
   public:
-    using Handle = std::unique_ptr<::Camera, GphotoRelease>;
+    using Handle = GphotoHandle;
 
     // `loading` is locked while its driver is unloaded, and outlives it.
     GphotoCamera(Handle camera, std::mutex &loading);
@@ -48,7 +48,7 @@ class GphotoCamera final : public Camera {
 
     IsStopped isStopped_;
     Receiver receiver_;
-    const std::unique_ptr<GPContext, GphotoRelease> context_{gp_context_new()};
+    const GphotoContext context_{gp_context_new()};
     std::mutex &loading_;
     Handle camera_; // open
 };

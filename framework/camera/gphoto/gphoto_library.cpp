@@ -28,7 +28,7 @@ bool isThere(const std::string &port) {
 
 CameraAbilitiesList *loadDrivers() {
     CameraAbilitiesList *list = nullptr;
-    const std::unique_ptr<GPContext, GphotoRelease> context(gp_context_new());
+    const GphotoContext context(gp_context_new());
     if (gp_abilities_list_new(&list) < GP_OK || gp_abilities_list_load(list, context.get()) < GP_OK ||
         gp_abilities_list_count(list) <= 0) {
         throw std::runtime_error("libgphoto2 has no drivers");
@@ -54,7 +54,7 @@ int equip(::Camera *camera, const CameraAbilities &abilities, const std::string 
     gp_camera_set_abilities(camera, abilities);
     GPPortInfoList *found = nullptr;
     int code = gp_port_info_list_new(&found);
-    const std::unique_ptr<GPPortInfoList, GphotoRelease> ports(found);
+    const GphotoPorts ports(found);
     if (code >= GP_OK) {
         code = gp_port_info_list_load(ports.get());
     }
@@ -114,7 +114,7 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status
         code = equip(camera.get(), abilities, address.port);
     }
     if (code >= GP_OK) {
-        const std::unique_ptr<GPContext, GphotoRelease> context(gp_context_new());
+        const GphotoContext context(gp_context_new());
         code = gp_camera_init(camera.get(), context.get());
     }
     outcome = outcomeOfGphoto(code, address.port);

@@ -6,20 +6,19 @@
 #include <mutex>
 #include <string>
 
+#include "base/deleter.h"
 #include "camera/camera_library.h"
 
 namespace mrb {
 
-struct GphotoRelease {
-    // Not gp_camera_unref: that keeps a camera whose opening failed for ever.
-    void operator()(::Camera *camera) const { gp_camera_free(camera); }
-    void operator()(CameraAbilitiesList *list) const { gp_abilities_list_free(list); }
-    void operator()(GPPortInfoList *list) const { gp_port_info_list_free(list); }
-    void operator()(GPContext *context) const { gp_context_unref(context); }
-    void operator()(CameraList *list) const { gp_list_free(list); }
-    // The library may keep it for the next time.
-    void operator()(CameraFile *file) const { gp_file_unref(file); }
-};
+// Not gp_camera_unref: that keeps a camera whose opening failed for ever.
+using GphotoHandle = std::unique_ptr<::Camera, Deleter<gp_camera_free>>;
+using GphotoDrivers = std::unique_ptr<CameraAbilitiesList, Deleter<gp_abilities_list_free>>;
+using GphotoPorts = std::unique_ptr<GPPortInfoList, Deleter<gp_port_info_list_free>>;
+using GphotoContext = std::unique_ptr<GPContext, Deleter<gp_context_unref>>;
+using GphotoList = std::unique_ptr<CameraList, Deleter<gp_list_free>>;
+// The library may keep it for the next time.
+using GphotoFile = std::unique_ptr<CameraFile, Deleter<gp_file_unref>>;
 
 // libgphoto2's drivers. It loads them by a library (libltdl) that has one state for the whole
 // process, so all that may load or unload one is done by one thread at a time.
@@ -42,7 +41,7 @@ class GphotoLibrary final : public CameraLibrary {
     bool findDriver(const std::string &driver, CameraAbilities &abilities);
 
     // Only looked up in, which changes nothing in it: any thread, without a lock.
-    const std::unique_ptr<CameraAbilitiesList, GphotoRelease> drivers_;
+    const GphotoDrivers drivers_;
     std::mutex loading_; // see above
 };
 

@@ -4,14 +4,12 @@
 
 #include <memory>
 
+#include "base/deleter.h"
 #include "base/result.h"
 
 namespace mrb::dlna {
 
-struct FreeError {
-    void operator()(GError *error) const { g_error_free(error); }
-};
-using Error = std::unique_ptr<GError, FreeError>;
+using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
 
 // What an error of a connection means for whom it leads to.
 Status outcomeOfError(const GError &error);

@@ -4,15 +4,13 @@
 
 #include <memory>
 
-namespace mrb::dlna {
+#include "base/deleter.h"
 
-struct Unref {
-    void operator()(void *object) const { g_object_unref(object); }
-};
+namespace mrb::dlna {
 
 // One reference to a GObject.
 template <typename Type>
-using Object = std::unique_ptr<Type, Unref>;
+using Object = std::unique_ptr<Type, Deleter<g_object_unref>>;
 
 // A further reference to an object that somebody else owns.
 template <typename Type>
@@ -20,10 +18,6 @@ Object<Type> share(Type *object) {
     return Object<Type>(static_cast<Type *>(g_object_ref(object)));
 }
 
-struct FreeText {
-    void operator()(char *text) const { g_free(text); }
-};
-
-using Text = std::unique_ptr<char, FreeText>;
+using Text = std::unique_ptr<char, Deleter<g_free>>;
 
 } // namespace mrb::dlna

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/deleter.h"
 #include "dlna/gupnp/soap.h"
 #include "dlna/gupnp/uri.h"
 
@@ -14,9 +15,8 @@ namespace {
 
 constexpr const char *CONTENT_DIRECTORY = "urn:schemas-upnp-org:service:ContentDirectory:"; // and its version
 
-struct FreeServices {
-    void operator()(GList *list) const { g_list_free_full(list, g_object_unref); }
-};
+void freeServices(GList *list) { g_list_free_full(list, g_object_unref); }
+
 Status gone() { return Status::deviceRemoved("The server is gone."); }
 
 } // namespace
@@ -163,7 +163,7 @@ Status GupnpDirectories::findService(const std::string &server, ServicePlace &pl
     if (device == nullptr) {
         return gone();
     }
-    const std::unique_ptr<GList, FreeServices> services(gupnp_device_info_list_services(device));
+    const std::unique_ptr<GList, Deleter<freeServices>> services(gupnp_device_info_list_services(device));
     for (const GList *each = services.get(); each != nullptr; each = each->next) {
         auto *service = GUPNP_SERVICE_INFO(each->data);
         const char *name = gupnp_service_info_get_service_type(service);

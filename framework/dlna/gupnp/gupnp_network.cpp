@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/deleter.h"
 #include "base/log.h"
 #include "base/threads.h"
 #include "dlna/gupnp/description_guard.h"
@@ -69,13 +70,6 @@ Object<GUPnPContext> contextAt(const std::string &ip) {
     return nullptr;
 }
 
-struct FreeContext {
-    void operator()(GMainContext *context) const { g_main_context_unref(context); }
-};
-struct FreeLoop {
-    void operator()(GMainLoop *loop) const { g_main_loop_unref(loop); }
-};
-
 } // namespace
 
 class GupnpNetwork::Watch {
@@ -126,8 +120,9 @@ class GupnpNetwork::Watch {
 
     ServerListener &listener_;
     ServerTable servers_;
-    const std::unique_ptr<GMainContext, FreeContext> context_{g_main_context_new()};
-    const std::unique_ptr<GMainLoop, FreeLoop> loop_{g_main_loop_new(context_.get(), FALSE)};
+    const std::unique_ptr<GMainContext, Deleter<g_main_context_unref>> context_{g_main_context_new()};
+    const std::unique_ptr<GMainLoop, Deleter<g_main_loop_unref>> loop_{
+        g_main_loop_new(context_.get(), FALSE)};
     const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
     std::optional<AddressMonitor> monitor_;
     std::map<LocalAddress, Point> points_;

@@ -14,14 +14,11 @@
 #include <memory>
 #include <utility>
 
+#include "base/deleter.h"
 #include "base/log.h"
 
 namespace mrb::dlna {
 namespace {
-
-struct FreeAddresses {
-    void operator()(ifaddrs *first) const { freeifaddrs(first); }
-};
 
 bool reachesServers(const ifaddrs &entry, const in_addr &address) {
     if ((entry.ifa_flags & IFF_UP) == 0) {
@@ -41,7 +38,7 @@ std::set<LocalAddress> localAddresses() {
         MRB_LOG_WARNING("The addresses of this machine cannot be read: %s.", std::strerror(errno));
         return {};
     }
-    const std::unique_ptr<ifaddrs, FreeAddresses> all(first);
+    const std::unique_ptr<ifaddrs, Deleter<freeifaddrs>> all(first);
     std::set<LocalAddress> addresses;
     for (const ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
         if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) {

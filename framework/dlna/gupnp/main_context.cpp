@@ -10,6 +10,11 @@ gboolean wakeUp(gpointer /*data*/) { return G_SOURCE_CONTINUE; }
 
 } // namespace
 
+void removeSource(GSource *source) {
+    g_source_destroy(source);
+    g_source_unref(source);
+}
+
 Source wakeUps(GMainContext *context) {
     Source timer(g_timeout_source_new(WAKE_UP_MILLISECONDS));
     g_source_set_callback(timer.get(), wakeUp, nullptr, nullptr);

@@ -6,16 +6,14 @@
 #include <functional>
 #include <memory>
 
+#include "base/deleter.h"
+
 namespace mrb::dlna {
 
-struct RemoveSource {
-    void operator()(GSource *source) const {
-        g_source_destroy(source);
-        g_source_unref(source);
-    }
-};
+void removeSource(GSource *source);
+
 // A source of a main context, as long as it is wanted.
-using Source = std::unique_ptr<GSource, RemoveSource>;
+using Source = std::unique_ptr<GSource, Deleter<removeSource>>;
 
 // One that wakes the context up again and again, for conditions that change without an event of it.
 Source wakeUps(GMainContext *context);

@@ -8,16 +8,16 @@
 #include <memory>
 #include <utility>
 
+#include "base/deleter.h"
+
 namespace mrb::dlna {
 namespace {
 
 constexpr std::size_t PART_BYTES = 256UL << 10;
 
-struct FreeUris {
-    void operator()(GSList *list) const {
-        g_slist_free_full(list, [](gpointer uri) { g_uri_unref(static_cast<GUri *>(uri)); });
-    }
-};
+void freeUris(GSList *list) {
+    g_slist_free_full(list, [](gpointer uri) { g_uri_unref(static_cast<GUri *>(uri)); });
+}
 
 // "/5f2c….jpg": servers choose by the extension how they take a file.
 std::string secretPath(const std::string &extension) {
@@ -47,7 +47,7 @@ OfferedFile::OfferedFile(What what, const std::string &here, std::string host)
     if (soup_server_listen(server_.get(), place.get(), SoupServerListenOptions(0), nullptr) == FALSE) {
         return;
     }
-    const std::unique_ptr<GSList, FreeUris> uris(soup_server_get_uris(server_.get()));
+    const std::unique_ptr<GSList, Deleter<freeUris>> uris(soup_server_get_uris(server_.get()));
     if (uris) {
         url_ =
             "http://" + here + ":" + std::to_string(g_uri_get_port(static_cast<GUri *>(uris->data))) + path_;

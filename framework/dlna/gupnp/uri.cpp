@@ -5,17 +5,12 @@
 #include <memory>
 #include <string_view>
 
+#include "base/deleter.h"
+
 namespace mrb::dlna {
-namespace {
-
-struct FreeUri {
-    void operator()(GUri *uri) const { g_uri_unref(uri); }
-};
-
-} // namespace
 
 std::string hostOf(const char *address) {
-    const std::unique_ptr<GUri, FreeUri> uri(
+    const std::unique_ptr<GUri, Deleter<g_uri_unref>> uri(
         address != nullptr ? g_uri_parse(address, G_URI_FLAGS_NONE, nullptr) : nullptr);
     const char *host = uri ? g_uri_get_host(uri.get()) : nullptr;
     return host != nullptr ? host : "";

@@ -9,18 +9,14 @@
 #include <iterator>
 #include <vector>
 
+#include "base/deleter.h"
 #include "dlna/gupnp/gobject.h"
 
 namespace mrb::dlna {
 namespace {
 
-struct FreeParser {
-    void operator()(xmlParserCtxt *parser) const { xmlFreeParserCtxt(parser); }
-};
-
-struct FreeXmlText {
-    void operator()(xmlChar *text) const { xmlFree(text); }
-};
+// xmlFree is a variable.
+void freeXmlText(xmlChar *text) { xmlFree(text); }
 
 // Faults that cost no more than the letters in which they are.
 constexpr int LETTER_FAULTS[] = {
@@ -91,7 +87,7 @@ void addText(void *context, const xmlChar *text, int length) {
     });
 }
 
-using Parser = std::unique_ptr<xmlParserCtxt, FreeParser>;
+using Parser = std::unique_ptr<xmlParserCtxt, Deleter<xmlFreeParserCtxt>>;
 
 bool isForbidden(unsigned char letter) {
     constexpr unsigned char BLANK = ' ';
@@ -196,7 +192,7 @@ std::string textOf(const xmlNode *element) {
     if (element == nullptr) {
         return {};
     }
-    const std::unique_ptr<xmlChar, FreeXmlText> text(xmlNodeGetContent(element));
+    const std::unique_ptr<xmlChar, Deleter<freeXmlText>> text(xmlNodeGetContent(element));
     return text ? reinterpret_cast<const char *>(text.get()) : std::string();
 }
 

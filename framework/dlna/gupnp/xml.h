@@ -7,17 +7,14 @@
 #include <string>
 #include <string_view>
 
+#include "base/deleter.h"
 #include "base/result.h"
 
 namespace mrb::dlna {
 
-struct FreeDocument {
-    void operator()(xmlDoc *document) const { xmlFreeDoc(document); }
-};
-
 struct Xml {
-    std::unique_ptr<xmlDoc, FreeDocument> document; // null: it could be dangerous to read any of it
-    bool isRepaired = false;                        // bytes that are no letters became U+FFFD
+    std::unique_ptr<xmlDoc, Deleter<xmlFreeDoc>> document; // null: it could be dangerous to read any of it
+    bool isRepaired = false;                               // bytes that are no letters became U+FFFD
 };
 
 // Reads XML from a server. Faults of single letters, such as bytes that are not UTF-8 or a bare

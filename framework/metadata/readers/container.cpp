@@ -14,6 +14,7 @@ extern "C" {
 #include <memory>
 #include <mutex>
 
+#include "base/deleter.h"
 #include "media/media_types.h"
 #include "metadata/formats.h"
 #include "metadata/readers/readers.h"
@@ -74,15 +75,12 @@ int openNothing(AVFormatContext * /*context*/, AVIOContext ** /*io*/, const char
     return AVERROR(EPERM);
 }
 
-struct Release {
-    void operator()(AVIOContext *io) const {
-        av_freep(static_cast<void *>(&io->buffer));
-        avio_context_free(&io);
-    }
-    void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-};
-using Input = std::unique_ptr<AVIOContext, Release>;
-using Container = std::unique_ptr<AVFormatContext, Release>;
+void freeInput(AVIOContext *io) {
+    av_freep(static_cast<void *>(&io->buffer));
+    avio_context_free(&io);
+}
+using Input = std::unique_ptr<AVIOContext, Deleter<freeInput>>;
+using Container = std::unique_ptr<AVFormatContext, Deleter<avformat_close_input>>;
 
 Input makeInput(Stream &stream) {
     auto *buffer = static_cast<unsigned char *>(av_malloc(BLOCK));

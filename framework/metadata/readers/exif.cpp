@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "base/deleter.h"
 #include "metadata/formats.h"
 
 namespace mrb {
@@ -16,10 +17,7 @@ namespace {
 
 constexpr std::string_view HEADER("Exif\0\0", 6);
 
-struct Release {
-    void operator()(ExifData *data) const { exif_data_unref(data); }
-};
-using Data = std::unique_ptr<ExifData, Release>;
+using Data = std::unique_ptr<ExifData, Deleter<exif_data_unref>>;
 
 Data parse(const std::string &bytes) {
     Data data(exif_data_new());

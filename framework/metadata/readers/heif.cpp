@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/deleter.h"
 #include "metadata/readers/exif.h"
 #include "metadata/readers/readers.h"
 
@@ -12,11 +13,6 @@ namespace mrb {
 namespace {
 
 constexpr std::size_t MOST_EXIF = 8U << 20;
-
-struct Release {
-    void operator()(heif_context *context) const { heif_context_free(context); }
-    void operator()(heif_image_handle *handle) const { heif_image_handle_release(handle); }
-};
 
 // A media file as libheif wants to read it.
 struct Stream {
@@ -70,7 +66,7 @@ void readExifOf(heif_image_handle *picture, Metadata &facts) {
 } // namespace
 
 void readHeif(MediaFile &file, Metadata &facts) {
-    const std::unique_ptr<heif_context, Release> context(heif_context_alloc());
+    const std::unique_ptr<heif_context, Deleter<heif_context_free>> context(heif_context_alloc());
     if (!context) {
         return;
     }
@@ -88,7 +84,7 @@ void readHeif(MediaFile &file, Metadata &facts) {
     if (heif_context_get_primary_image_handle(context.get(), &found).code != heif_error_Ok) {
         return;
     }
-    const std::unique_ptr<heif_image_handle, Release> picture(found);
+    const std::unique_ptr<heif_image_handle, Deleter<heif_image_handle_release>> picture(found);
     readExifOf(found, facts);
     const int width = heif_image_handle_get_ispe_width(found);
     const int height = heif_image_handle_get_ispe_height(found);

@@ -7,14 +7,11 @@
 #include <memory>
 #include <utility>
 
+#include "base/deleter.h"
 #include "storage/device_service.h"
 
 namespace mrb {
 namespace {
-
-struct Free {
-    void operator()(char *text) const { std::free(text); }
-};
 
 std::string withoutSlash(std::string path) {
     while (path.ends_with('/')) {
@@ -30,7 +27,7 @@ bool isWithin(std::string_view path, std::string_view folder) {
 } // namespace
 
 std::string realPath(const std::string &path) {
-    const std::unique_ptr<char, Free> real(realpath(path.c_str(), nullptr));
+    const MallocPtr<char> real(realpath(path.c_str(), nullptr));
     return real ? real.get() : "";
 }
 

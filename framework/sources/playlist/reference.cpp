@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/deleter.h"
 #include "media/media_types.h"
 
 namespace mrb {
@@ -19,10 +20,6 @@ constexpr bool isOfScheme(char c) {
     return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
 }
 
-struct Release {
-    void operator()(char *text) const { g_free(text); }
-};
-
 bool isSeparator(char letter) { return letter == '/' || letter == '\\'; }
 
 // Where the path begins in a path or file URL.
@@ -36,7 +33,7 @@ std::size_t startOfPath(std::string_view text) {
 
 std::string resolvedUrl(const std::string &base, const std::string &reference) {
     constexpr auto FLAGS = static_cast<GUriFlags>(G_URI_FLAGS_PARSE_RELAXED | G_URI_FLAGS_ENCODED);
-    const std::unique_ptr<char, Release> url(
+    const std::unique_ptr<char, Deleter<g_free>> url(
         g_uri_resolve_relative(base.c_str(), reference.c_str(), FLAGS, nullptr));
     return url ? url.get() : "";
 }
@@ -99,7 +96,7 @@ std::optional<std::string> percentDecoded(std::string_view text, const char *ill
     if (text.find('%') == std::string_view::npos) {
         return std::nullopt;
     }
-    const std::unique_ptr<char, Release> decoded(
+    const std::unique_ptr<char, Deleter<g_free>> decoded(
         g_uri_unescape_segment(text.data(), text.data() + text.size(), illegal));
     return decoded ? std::optional<std::string>(decoded.get()) : std::nullopt;
 }

@@ -74,7 +74,7 @@ struct XspfParser::Handlers {
     }
 };
 
-void XspfParser::Free::operator()(XML_ParserStruct *parser) const { XML_ParserFree(parser); }
+void XspfParser::free(XML_ParserStruct *parser) { XML_ParserFree(parser); }
 
 XspfParser::XspfParser(Take take) : take_(std::move(take)), parser_(XML_ParserCreate(nullptr)) {
     if (!parser_) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "base/deleter.h"
 #include "sources/playlist/playlist_parser.h"
 
 struct XML_ParserStruct;
@@ -41,12 +42,10 @@ class XspfParser final : public PlaylistParser {
     void stop(bool isBroken);
     [[nodiscard]] bool parse(std::string_view bytes, bool isLast);
 
-    struct Free {
-        void operator()(XML_ParserStruct *parser) const;
-    };
+    static void free(XML_ParserStruct *parser);
 
     const Take take_;
-    const std::unique_ptr<XML_ParserStruct, Free> parser_;
+    const std::unique_ptr<XML_ParserStruct, Deleter<free>> parser_;
     bool isBroken_ = false;
     bool isEnough_ = false;
     std::exception_ptr failure_; // of a handler; must not pass through expat

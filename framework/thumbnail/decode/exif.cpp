@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "base/deleter.h"
+
 namespace mrb::thumbnail {
 
 ExifFacts readExif(ByteSpan exif) {
@@ -11,8 +13,8 @@ ExifFacts readExif(ByteSpan exif) {
     if (exif.empty()) {
         return facts;
     }
-    const std::unique_ptr<ExifData, decltype(&exif_data_unref)> data(
-        exif_data_new_from_data(exif.data(), static_cast<unsigned>(exif.size())), exif_data_unref);
+    const std::unique_ptr<ExifData, Deleter<exif_data_unref>> data(
+        exif_data_new_from_data(exif.data(), static_cast<unsigned>(exif.size())));
     if (!data) {
         return facts;
     }

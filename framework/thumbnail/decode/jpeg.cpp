@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/deleter.h"
 #include "thumbnail/decode/exif.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
@@ -19,7 +20,7 @@ namespace {
 // One JPEG being decoded; lives on the stack of the decoding thread.
 class Decoder {
   public:
-    explicit Decoder(ByteSpan data) : data_(data), handle_(tjInitDecompress(), tjDestroy) {}
+    explicit Decoder(ByteSpan data) : data_(data), handle_(tjInitDecompress()) {}
 
     bool readHeader() {
         int subsampling = 0;
@@ -40,7 +41,7 @@ class Decoder {
     [[nodiscard]] bool isHarmless() const;
 
     ByteSpan data_;
-    std::unique_ptr<void, decltype(&tjDestroy)> handle_;
+    std::unique_ptr<void, Deleter<tjDestroy>> handle_;
     Size size_;
     int colours_ = TJCS_RGB;
 };

@@ -109,8 +109,8 @@ Status render(VipsPicture picture, const StopSign &stop, Image &image) {
     // The handler goes with the picture, which ends here; the sign is only read.
     g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked), const_cast<StopSign *>(&stop));
     std::size_t size = 0;
-    const std::unique_ptr<unsigned char, decltype(&g_free)> memory(
-        static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)), g_free);
+    const std::unique_ptr<unsigned char, Deleter<g_free>> memory(
+        static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)));
     if (!memory) {
         const Status failure = vipsFailure();
         return stop.isUp() ? stop.outcome() : failure;

@@ -5,16 +5,14 @@
 #include <memory>
 #include <string>
 
+#include "base/deleter.h"
 #include "base/result.h"
 #include "thumbnail/decoding.h"
 #include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 
-struct Unref {
-    void operator()(void *object) const { g_object_unref(object); }
-};
-using VipsPicture = std::unique_ptr<VipsImage, Unref>;
+using VipsPicture = std::unique_ptr<VipsImage, Deleter<g_object_unref>>;
 
 // Makes libvips ready for the calling thread: quiet, without threads or a cache of
 // its own making.

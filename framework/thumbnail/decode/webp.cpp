@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 
+#include "base/deleter.h"
 #include "thumbnail/decode/resize.h"
 #include "thumbnail/decode/scratch.h"
 #include "thumbnail/limits.h"
@@ -44,8 +45,7 @@ Size marginSize(Size size, Size target) {
 // In steps, between which the sign is looked at.
 Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &stop) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
-    const std::unique_ptr<WebPIDecoder, decltype(&WebPIDelete)> decoder(WebPIDecode(nullptr, 0, &config),
-                                                                        WebPIDelete);
+    const std::unique_ptr<WebPIDecoder, Deleter<WebPIDelete>> decoder(WebPIDecode(nullptr, 0, &config));
     VP8StatusCode status = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
     for (std::size_t known = 0; status == VP8_STATUS_SUSPENDED && known < data.size();) {
         if (stop.isUp()) {

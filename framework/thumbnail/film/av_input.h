@@ -8,22 +8,14 @@ extern "C" {
 #include <cstdint>
 #include <memory>
 
+#include "base/deleter.h"
 #include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 
-struct FreeFrame {
-    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
-};
-struct FreePacket {
-    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
-};
-struct FreeCodec {
-    void operator()(AVCodecContext *codec) const { avcodec_free_context(&codec); }
-};
-using Frame = std::unique_ptr<AVFrame, FreeFrame>;
-using Packet = std::unique_ptr<AVPacket, FreePacket>;
-using Codec = std::unique_ptr<AVCodecContext, FreeCodec>;
+using Frame = std::unique_ptr<AVFrame, Deleter<av_frame_free>>;
+using Packet = std::unique_ptr<AVPacket, Deleter<av_packet_free>>;
+using Codec = std::unique_ptr<AVCodecContext, Deleter<avcodec_free_context>>;
 
 // Neither is null. Throw std::bad_alloc.
 Frame makeFrame();

@@ -8,12 +8,10 @@ extern "C" {
 #include <cstring>
 #include <new>
 
+#include "base/deleter.h"
+
 namespace mrb::thumbnail {
 namespace {
-
-struct FreeScaler {
-    void operator()(SwsContext *scaler) const { sws_freeContext(scaler); }
-};
 
 constexpr int QUALITY = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
 constexpr int FIRST_HIGH_DEFINITION_HEIGHT = 720;
@@ -59,7 +57,7 @@ Size displaySize(int width, int height, AVRational aspect) {
 }
 
 Status imageOf(const AVFrame &frame, Size size, Image &image) {
-    const std::unique_ptr<SwsContext, FreeScaler> scaler(
+    const std::unique_ptr<SwsContext, Deleter<sws_freeContext>> scaler(
         sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), size.width,
                        size.height, AV_PIX_FMT_BGRA, QUALITY, nullptr, nullptr, nullptr));
     if (!scaler) {

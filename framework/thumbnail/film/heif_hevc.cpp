@@ -12,6 +12,7 @@ extern "C" {
 #include <memory>
 #include <new>
 
+#include "base/deleter.h"
 #include "thumbnail/film/av_input.h"
 #include "thumbnail/limits.h"
 
@@ -32,11 +33,7 @@ constexpr heif_error unsupported(const char *why) {
     return {heif_error_Unsupported_feature, heif_suberror_Unspecified, why};
 }
 
-struct ReleaseImage {
-    void operator()(heif_image *image) const { heif_image_release(image); }
-    void operator()(heif_color_profile_nclx *profile) const { heif_nclx_color_profile_free(profile); }
-};
-using HeifImage = std::unique_ptr<heif_image, ReleaseImage>;
+using HeifImage = std::unique_ptr<heif_image, Deleter<heif_image_release>>;
 
 // libheif hands over units (NAL, ITU-T H.265) with their lengths in four bytes in front.
 // The codec wants a start code there instead, which has four bytes too. False: the lengths
@@ -99,7 +96,8 @@ heif_chroma chromaOf(const AVPixFmtDescriptor &format) {
 
 // How the colours are meant, unless the file says otherwise outside of the picture.
 void describeColours(const AVFrame &frame, heif_image *image) {
-    const std::unique_ptr<heif_color_profile_nclx, ReleaseImage> profile(heif_nclx_color_profile_alloc());
+    const std::unique_ptr<heif_color_profile_nclx, Deleter<heif_nclx_color_profile_free>> profile(
+        heif_nclx_color_profile_alloc());
     if (!profile) {
         return;
     }
