@@ -6,11 +6,11 @@
 #include <memory>
 #include <mutex>
 
+#include "base/thread_group.h"
 #include "events/event_thread.h"
 #include "library/media_library.h"
 #include "mrb/agent.h"
 #include "session/list_session.h"
-#include "session/workers.h"
 #include "share/shares.h"
 #include "watch/watcher.h"
 
@@ -49,7 +49,7 @@ class Framework {
     EventThread events_;
     MediaLibrary library_;
     Watcher watcher_;
-    Workers workers_{"mrb-list"};
+    ThreadGroup workers_{"mrb-list", "What its list is read from does not answer."};
     const ListServices services_{events_, watcher_, library_, workers_};
     Shares shares_{events_};
 

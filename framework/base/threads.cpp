@@ -5,6 +5,8 @@
 #include <csignal>
 #include <utility>
 
+#include "base/log.h"
+
 namespace mrb {
 namespace {
 
@@ -36,6 +38,10 @@ std::thread startThread(const char *name, std::function<void()> work) {
     // Here, so that whoever looks through the process's threads finds it by its name from now on.
     pthread_setname_np(thread.native_handle(), name);
     return thread;
+}
+
+void warnDetached(const char *name, const char *blocker) {
+    MRB_LOG_WARNING("%s still blocked: detached at exit. %s", name, blocker);
 }
 
 } // namespace mrb

@@ -11,4 +11,8 @@ namespace mrb {
 // room for another thread.
 std::thread startThread(const char *name, std::function<void()> work);
 
+// Says in the log that the thread `name` is detached at its deadline, and what may have kept it
+// from ending: "A device does not answer."
+void warnDetached(const char *name, const char *blocker);
+
 } // namespace mrb

@@ -12,7 +12,6 @@
 
 #include "base/log.h"
 #include "base/process_exit.h"
-#include "base/threads.h"
 
 namespace mrb {
 namespace {
@@ -131,7 +130,7 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
     }
     line->waiting.push_back(task);
     if (isNew) {
-        startThread("mrb-camera-io", [state = state_, line] { serve(state, line); }).detach();
+        threads_.start([state = state_, line] { serve(state, line); });
         state_->lines[address] = line;
     }
     state_->wake.notify_all();
@@ -229,7 +228,6 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         state->change.notify_all();
     }
     state->lines.erase(line->address);
-    state->change.notify_all();
 }
 
 Status CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
@@ -280,15 +278,12 @@ void CameraService::checkPresence(const State &state, const Line &line, std::uni
 }
 
 bool CameraService::shutDown(Clock::time_point deadline) {
-    std::unique_lock guard(state_->lock);
-    state_->isDown = true;
-    state_->wake.notify_all();
-    if (state_->change.wait_until(guard, deadline, [this] { return state_->lines.empty(); })) {
-        return true;
+    {
+        const std::lock_guard guard(state_->lock);
+        state_->isDown = true;
+        state_->wake.notify_all();
     }
-    guard.unlock();
-    MRB_LOG_WARNING("A camera does not answer; the process ends without letting it go.");
-    return false;
+    return threads_.finish(deadline);
 }
 
 } // namespace mrb

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/thread_group.h"
 #include "camera/camera_library.h"
 
 namespace mrb {
@@ -75,6 +76,7 @@ class CameraService {
                               Status &outcome);
 
     const std::shared_ptr<State> state_; // shared with threads that are left behind
+    ThreadGroup threads_{"mrb-camera-io", "A camera does not answer."};
 };
 
 } // namespace mrb

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 
 namespace mrb {
 
@@ -11,9 +10,8 @@ EventThread::~EventThread() { finish(std::chrono::steady_clock::time_point::max(
 
 void EventThread::start() {
     const std::lock_guard guard(lock_);
-    if (!thread_.joinable() && !finishing_) {
-        thread_ = startThread(name_, [this] { run(); });
-        id_ = thread_.get_id();
+    if (!finishing_) {
+        thread_.start([this] { run(); });
     }
 }
 
@@ -29,7 +27,7 @@ bool EventThread::withdraw(EventTarget &target, std::chrono::steady_clock::time_
     std::unique_lock guard(lock_);
     target.withdrawn_ = true;
     std::erase_if(queue_, [&target](const Event &event) { return event.target.get() == &target; });
-    if (std::this_thread::get_id() == id_ ||
+    if (thread_.isCurrent() ||
         idle_.wait_until(guard, deadline, [this, &target] { return running_ != &target; })) {
         return true;
     }
@@ -38,33 +36,15 @@ bool EventThread::withdraw(EventTarget &target, std::chrono::steady_clock::time_
     return false;
 }
 
-bool EventThread::isOwnThread() {
-    const std::lock_guard guard(lock_);
-    return std::this_thread::get_id() == id_;
-}
-
 bool EventThread::finish(std::chrono::steady_clock::time_point deadline) {
     std::deque<Event> dropped; // outlives the lock: a target may end with it
-    std::unique_lock guard(lock_);
-    finishing_ = true;
-    dropped.swap(queue_);
-    wake_.notify_one();
-    if (!thread_.joinable()) {
-        return id_ == std::thread::id() || ended_;
+    {
+        const std::lock_guard guard(lock_);
+        finishing_ = true;
+        dropped.swap(queue_);
+        wake_.notify_one();
     }
-    std::thread thread = std::move(thread_);
-    const bool inside = std::this_thread::get_id() == id_;
-    const bool ended = !inside && idle_.wait_until(guard, deadline, [this] { return ended_; });
-    guard.unlock();
-    if (ended) {
-        thread.join();
-        return true;
-    }
-    thread.detach();
-    if (!inside) {
-        MRB_LOG_WARNING("A callback did not return in time; the process ends without it.");
-    }
-    return inside;
+    return thread_.finish(deadline);
 }
 
 void EventThread::run() {
@@ -72,7 +52,7 @@ void EventThread::run() {
     while (true) {
         wake_.wait(guard, [this] { return finishing_ || !queue_.empty(); });
         if (finishing_) {
-            break;
+            return;
         }
         Event event = std::move(queue_.front());
         queue_.pop_front();
@@ -84,8 +64,6 @@ void EventThread::run() {
         running_ = nullptr;
         idle_.notify_all();
     }
-    ended_ = true;
-    idle_.notify_all();
 }
 
 } // namespace mrb

@@ -5,7 +5,8 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <thread>
+
+#include "base/joinable_thread.h"
 
 namespace mrb {
 
@@ -31,7 +32,7 @@ inline constexpr auto CALLBACK_LIMIT = std::chrono::seconds(2);
 class EventThread {
   public:
     // `name` is the thread's, as startThread takes it.
-    explicit EventThread(const char *name = "mrb-events") : name_(name) {}
+    explicit EventThread(const char *name = "mrb-events") : thread_(name, "A callback does not return.") {}
     ~EventThread();
     EventThread(const EventThread &) = delete;
     EventThread &operator=(const EventThread &) = delete;
@@ -50,10 +51,10 @@ class EventThread {
                                                                    CALLBACK_LIMIT);
 
     // Whether the caller is being called back by this.
-    [[nodiscard]] bool isOwnThread();
+    [[nodiscard]] bool isOwnThread() const { return thread_.isCurrent(); }
 
     // Ends the thread, dropping what is queued. A delivery that does not return
-    // until the deadline is left behind: false. Afterwards every post is dropped.
+    // by the deadline is left behind with the thread: false. Afterwards every post is dropped.
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -64,16 +65,14 @@ class EventThread {
 
     void run();
 
-    const char *const name_;
     std::mutex lock_; // guards what follows
     std::condition_variable wake_;
     std::condition_variable idle_;
     std::deque<Event> queue_;
-    std::thread thread_;
-    std::thread::id id_;
     const EventTarget *running_ = nullptr;
     bool finishing_ = false;
-    bool ended_ = false;
+
+    JoinableThread thread_;
 };
 
 } // namespace mrb

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 
 namespace mrb {
 namespace {
@@ -23,18 +22,6 @@ constexpr auto PAUSE = std::chrono::seconds(1);
 } // namespace
 
 PromptCache::~PromptCache() { finish(steady_clock::time_point::max()); }
-
-void PromptCache::start(Worker &worker, const char *name, void (PromptCache::*work)()) {
-    if (!worker.isRunning) {
-        worker.thread = startThread(name, [this, &worker, work] {
-            (this->*work)();
-            const std::lock_guard guard(lock_);
-            worker.isRunning = false;
-            change_.notify_all();
-        });
-        worker.isRunning = true;
-    }
-}
 
 // False: it takes long, or the one before it does, or another process holds the storage.
 bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
@@ -78,7 +65,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
         return nullptr;
     }
     try {
-        start(reader_, "mrb-lookup", &PromptCache::lookUpAll);
+        reader_.thread.start([this] { lookUpAll(); });
     } catch (const std::system_error &failure) {
         MRB_LOG_WARNING("Nothing is looked up in the metadata cache: %s", failure.what());
         return nullptr;
@@ -189,7 +176,7 @@ std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::s
     if (isFinishing_ || writes_.size() >= most) {
         return nullptr;
     }
-    start(writer_, "mrb-keep", &PromptCache::writeAll);
+    writer_.thread.start([this] { writeAll(); });
     auto write = std::make_shared<Write>();
     write->key = key;
     write->text = std::move(text);
@@ -323,23 +310,9 @@ bool PromptCache::finish(steady_clock::time_point deadline) {
     reader_.wake.notify_all();
     writer_.wake.notify_all();
     change_.notify_all();
-    bool isFinished = true;
-    for (Worker *worker : {&reader_, &writer_}) {
-        const bool hasEnded = change_.wait_until(guard, deadline, [&] { return !worker->isRunning; });
-        std::thread thread = std::move(worker->thread);
-        guard.unlock();
-        if (hasEnded && thread.joinable()) {
-            thread.join();
-        } else if (!hasEnded) {
-            MRB_LOG_WARNING("The metadata cache does not answer; the process ends without waiting for it.");
-            if (thread.joinable()) {
-                thread.detach();
-            }
-        }
-        guard.lock();
-        isFinished = hasEnded && isFinished;
-    }
-    return isFinished;
+    guard.unlock();
+    const bool isFinished = reader_.thread.finish(deadline);
+    return writer_.thread.finish(deadline) && isFinished;
 }
 
 } // namespace mrb

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
 #include "base/brief_wait.h"
+#include "base/joinable_thread.h"
 #include "library/cache_storage.h"
 
 namespace mrb {
@@ -83,15 +83,15 @@ class PromptCache {
     };
     using Writes = std::vector<std::shared_ptr<Write>>;
     struct Worker {
-        std::thread thread;
-        bool isRunning = false;
+        explicit Worker(const char *name) : thread(name, "The metadata cache does not answer.") {}
+
+        JoinableThread thread;
         std::condition_variable wake;
         std::optional<steady_clock::time_point> busySince; // with the present piece of work
         bool isHeldUp = false; // by another process; no call waits for what is due then
     };
 
     // With lock_ held:
-    void start(Worker &worker, const char *name, void (PromptCache::*work)());
     bool await(Lock &guard, const Worker &worker, const bool &isDone);
     [[nodiscard]] Record recent(const std::string &text) const;
     std::shared_ptr<Lookup> post(const MediaKey &key);
@@ -112,8 +112,6 @@ class PromptCache {
 
     std::mutex lock_; // guards what follows
     std::condition_variable change_;
-    Worker reader_;
-    Worker writer_;
     std::map<std::string, std::shared_ptr<Lookup>> lookups_; // not done yet
     Writes writes_;                                          // the same, in their order
     // What was asked for last, since a client reads one field after the other.
@@ -121,6 +119,8 @@ class PromptCache {
     steady_clock::time_point freshUntil_;
     bool isPrepared_ = false;
     bool isFinishing_ = false;
+    Worker reader_{"mrb-lookup"};
+    Worker writer_{"mrb-keep"};
 };
 
 } // namespace mrb

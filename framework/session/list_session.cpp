@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/thread_group.h"
 #include "fields/description.h"
 #include "fields/file_groups.h"
 #include "library/media_library.h"
 #include "session/list_filler.h"
-#include "session/workers.h"
 #include "watch/watcher.h"
 
 namespace mrb {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "base/result.h"
+#include "base/thread_group.h"
 #include "events/event_thread.h"
-#include "session/workers.h"
 #include "share/share.h"
 
 namespace mrb {
@@ -53,7 +53,7 @@ class Shares {
     void remove(mrb_share_handler_h handle);
 
     EventThread &events_;
-    Workers workers_{"mrb-share"};
+    ThreadGroup workers_{"mrb-share", "A device or server of its share does not answer."};
 
     std::mutex lock_; // guards what follows
     std::map<mrb_share_handler_h, std::shared_ptr<Share>> shares_;

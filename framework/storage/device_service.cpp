@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 #include "events/event_thread.h"
 #include "mrb/result.h"
 
@@ -95,7 +94,7 @@ void DeviceService::forget(const RemovalObserver &observer) {
 
 int DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
     const auto isOver = [this, running = deliveries_] { return !delivering_ || deliveries_ != running; };
-    const bool isIts = std::this_thread::get_id() == id_;
+    const bool isIts = thread_.isCurrent();
     if (isIts || change_.wait_for(guard, CALLBACK_LIMIT, isOver)) {
         return MRB_ERR_NONE;
     }
@@ -112,38 +111,22 @@ bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     awaited_.clear();
     departed_.clear();
     change_.notify_all(); // whoever waits for a look
-    if (!wake_) {
-        return true; // It never ran.
+    if (thread_.isStarted()) {
+        wake();
     }
-    wake();
-    std::thread thread = std::move(thread_);
-    const bool inside = std::this_thread::get_id() == id_;
-    const bool ended = !inside && change_.wait_until(guard, deadline, [this] { return ended_; });
     guard.unlock();
-    if (!inside && !ended) {
-        MRB_LOG_WARNING("A callback or a device does not answer; the process ends without it.");
-    }
-    if (thread.joinable()) { // and not ended from inside a callback before
-        ended ? thread.join() : thread.detach();
-    }
-    return inside || ended;
+    return thread_.finish(deadline);
 }
 
 void DeviceService::start() {
-    if (wake_) {
+    if (thread_.isStarted()) {
         return;
     }
     wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wake_) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    try {
-        thread_ = startThread("mrb-devices", [this] { run(); });
-    } catch (...) {
-        wake_ = Descriptor();
-        throw;
-    }
-    id_ = thread_.get_id();
+    thread_.start([this] { run(); });
 }
 
 void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
@@ -157,7 +140,7 @@ DeviceService::Time DeviceService::awaitLook() {
         return deadline;
     }
     start();
-    if (std::this_thread::get_id() == id_) {
+    if (thread_.isCurrent()) {
         guard.unlock();
         look();
         return deadline;
@@ -289,9 +272,6 @@ void DeviceService::run() {
         eventfd_read(wake_.number(), &ignored);
         look();
     }
-    const std::lock_guard guard(lock_);
-    ended_ = true;
-    change_.notify_all();
 }
 
 // Tells until nothing is left to tell. False: the thread shall end.

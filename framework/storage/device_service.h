@@ -7,10 +7,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "base/descriptor.h"
+#include "base/joinable_thread.h"
 #include "storage/camera_gauge.h"
 #include "storage/device_source.h"
 #include "storage/device_table.h"
@@ -140,15 +140,13 @@ class DeviceService {
     void *userData_ = nullptr;
     std::deque<Notice> notices_;
     std::vector<Awaited> awaited_;
-    std::vector<Awaited> departed_; // and not yet told
-    std::thread thread_;
-    std::thread::id id_;
+    std::vector<Awaited> departed_;     // and not yet told
     unsigned long long deliveries_ = 0; // begun so far
     bool delivering_ = false;
     bool down_ = false;
-    bool ended_ = false;
 
     Descriptor wake_; // set before the thread starts
+    JoinableThread thread_{"mrb-devices", "A callback or a device does not answer."};
 };
 
 } // namespace mrb

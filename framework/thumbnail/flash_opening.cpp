@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 #include "mrb/result.h"
 
 namespace mrb::thumbnail {
@@ -29,10 +28,7 @@ Status FlashOpening::open(const std::string &list) {
     if (isFinishing_) {
         return Status::notInitialized("The program ends.");
     }
-    if (!isRunning_) {
-        thread_ = startThread("mrb-flash", [this] { work(); });
-        isRunning_ = true;
-    }
+    thread_.start([this] { work(); });
     wanted_ = list;
     const std::uint64_t number = ++asked_;
     wake_.notify_one();
@@ -56,12 +52,10 @@ void FlashOpening::work() {
     while (true) {
         wake_.wait(guard, [this] { return isFinishing_ || wanted_; });
         if (isFinishing_) {
-            break;
+            return;
         }
         openWanted(guard);
     }
-    isRunning_ = false;
-    change_.notify_all();
 }
 
 void FlashOpening::openWanted(Lock &guard) {
@@ -93,20 +87,13 @@ void FlashOpening::openWanted(Lock &guard) {
 }
 
 bool FlashOpening::finish(steady_clock::time_point deadline) {
-    Lock guard(lock_);
-    isFinishing_ = true;
-    wake_.notify_all();
-    change_.notify_all();
-    const bool hasEnded = change_.wait_until(guard, deadline, [this] { return !isRunning_; });
-    std::thread thread = std::move(thread_);
-    guard.unlock();
-    if (hasEnded && thread.joinable()) {
-        thread.join();
-    } else if (thread.joinable()) {
-        thread.detach();
-        MRB_LOG_WARNING("The flash cache does not open; the process ends without waiting for it.");
+    {
+        const Lock guard(lock_);
+        isFinishing_ = true;
+        wake_.notify_all();
+        change_.notify_all();
     }
-    return hasEnded;
+    return thread_.finish(deadline);
 }
 
 } // namespace mrb::thumbnail

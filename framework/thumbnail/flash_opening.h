@@ -7,9 +7,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "base/brief_wait.h"
+#include "base/joinable_thread.h"
 #include "base/result.h"
 #include "thumbnail/flash_cache.h"
 
@@ -55,9 +55,8 @@ class FlashOpening {
     Status outcome_;
     std::optional<std::chrono::steady_clock::time_point> busySince_;
     unsigned waiting_ = 0; // calls
-    std::thread thread_;
-    bool isRunning_ = false;
     bool isFinishing_ = false;
+    JoinableThread thread_{"mrb-flash", "The flash cache does not open."};
 };
 
 } // namespace mrb::thumbnail

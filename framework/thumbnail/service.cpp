@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 #include "events/event_thread.h"
 #include "thumbnail/answer.h"
 #include "thumbnail/picture_providers.h"
@@ -85,12 +84,12 @@ int ThumbnailService::stopCameras() {
 void ThumbnailService::startWorkers() {
     while (workers_.size() < most_) {
         const std::size_t index = workers_.size();
+        workers_.emplace_back(index < std::size(NAMES) ? NAMES[index] : FURTHER_NAME,
+                              "A thumbnail is still being decoded.");
         try {
-            workers_.reserve(most_);
-            workers_.push_back(
-                startThread(index < std::size(NAMES) ? NAMES[index] : FURTHER_NAME, [this] { work(); }));
-            ++running_;
+            workers_.back().start([this] { work(); });
         } catch (const std::system_error &) {
+            workers_.pop_back();
             if (workers_.empty()) {
                 throw;
             }
@@ -104,7 +103,7 @@ void ThumbnailService::work() {
     while (true) {
         wake_.wait(guard, [this] { return down_ || jobs_.isAnyWaiting(); });
         if (down_) {
-            break;
+            return;
         }
         const std::shared_ptr<Job> job = jobs_.take();
         guard.unlock();
@@ -116,8 +115,6 @@ void ThumbnailService::work() {
         answer(guard, job, decoded);
         jobs_.remove(job);
     }
-    --running_;
-    change_.notify_all();
 }
 
 void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded) {
@@ -174,22 +171,13 @@ bool ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) 
     down_ = true;
     jobs_.cancelAll();
     wake_.notify_all();
-    // Inside an answer this thread is one of them, and does not end.
-    const unsigned own = answeringFor == this ? 1 : 0;
-    const bool ended = change_.wait_until(guard, deadline, [&] { return running_ <= own; });
-    std::vector<std::thread> workers = std::move(workers_);
     guard.unlock();
-    for (std::thread &worker : workers) {
-        if (ended && own == 0) {
-            worker.join();
-        } else {
-            worker.detach();
-        }
+    // None is added from now on. Each is ended, however the one before did.
+    bool isFinished = true;
+    for (JoinableThread &worker : workers_) {
+        isFinished = worker.finish(deadline) && isFinished;
     }
-    if (!ended) {
-        MRB_LOG_WARNING("A thumbnail is still being decoded; the process ends without waiting for it.");
-    }
-    return flashCache_.finish(deadline) && ended;
+    return flashCache_.finish(deadline) && isFinished;
 }
 
 } // namespace mrb::thumbnail

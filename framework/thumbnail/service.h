@@ -2,12 +2,12 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
-#include <vector>
 
+#include "base/joinable_thread.h"
 #include "thumbnail/flash_opening.h"
 #include "thumbnail/jobs.h"
 
@@ -63,8 +63,7 @@ class ThumbnailService {
     std::condition_variable wake_;
     std::condition_variable change_;
     Jobs jobs_;
-    std::vector<std::thread> workers_;
-    unsigned running_ = 0; // workers
+    std::deque<JoinableThread> workers_;
     unsigned answers_ = 0; // being given
     unsigned clients_ = 0;
     bool down_ = false;

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/threads.h"
 
 namespace mrb {
 namespace {
@@ -65,26 +64,18 @@ void Watcher::forget(const Watched &list) {
 }
 
 bool Watcher::finish(Time deadline) {
-    std::unique_lock guard(lock_);
-    finishing_ = true;
-    if (!thread_.joinable()) {
-        return !wake_ || ended_;
+    {
+        const std::lock_guard guard(lock_);
+        finishing_ = true;
+        if (thread_.isStarted()) {
+            wake();
+        }
     }
-    wake();
-    std::thread thread = std::move(thread_);
-    const bool ended = endedNow_.wait_until(guard, deadline, [this] { return ended_; });
-    guard.unlock();
-    if (ended) {
-        thread.join();
-        return true;
-    }
-    thread.detach();
-    MRB_LOG_WARNING("A watched device does not answer; the process ends without waiting for it.");
-    return false;
+    return thread_.finish(deadline);
 }
 
 void Watcher::start() {
-    if (thread_.joinable()) {
+    if (thread_.isStarted()) {
         return;
     }
     wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -94,7 +85,7 @@ void Watcher::start() {
     // Tells of mounts by POLLPRI. Without it, those unmounts that leave an open file
     // behind are noticed late; nothing else needs it.
     mounts_ = Descriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
-    thread_ = startThread("mrb-watch", [this] { run(); });
+    thread_.start([this] { run(); });
 }
 
 void Watcher::wake() const { eventfd_write(wake_.number(), 1); }
@@ -126,9 +117,6 @@ void Watcher::run() {
             }
         }
     }
-    const std::lock_guard guard(lock_);
-    ended_ = true;
-    endedNow_.notify_all();
 }
 
 // The lists to watch now. Those forgotten close with the last copy of their entry: here,

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "base/descriptor.h"
+#include "base/joinable_thread.h"
 #include "watch/watch.h"
 
 namespace mrb {
@@ -63,15 +62,14 @@ class Watcher {
     void attend(Entry &entry, bool readable, bool mountsChanged);
 
     std::mutex lock_; // guards what follows
-    std::condition_variable endedNow_;
     Entries entries_;
-    std::thread thread_;
     bool finishing_ = false;
-    bool ended_ = false;
 
     // Set before the thread starts.
     Descriptor wake_;
     Descriptor mounts_;
+
+    JoinableThread thread_{"mrb-watch", "A watched device does not answer."};
 };
 
 } // namespace mrb

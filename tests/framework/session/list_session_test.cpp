@@ -7,8 +7,8 @@
 #include <future>
 #include <thread>
 
+#include "base/thread_group.h"
 #include "session/list_session.h"
-#include "session/workers.h"
 #include "support/client.h"
 #include "support/folder.h"
 #include "watch/watcher.h"
@@ -44,7 +44,7 @@ struct Services {
 
     mrb::MediaLibrary library{""};
     mrb::Watcher watcher;
-    mrb::Workers workers{"test-list"};
+    mrb::ThreadGroup workers{"test-list", "A device does not answer."};
 };
 
 struct ReceivedEvent {
