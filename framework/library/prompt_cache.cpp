@@ -252,13 +252,13 @@ std::vector<Status> PromptCache::perform(const Writes &writes) {
     return outcomes;
 }
 
-// Ends what is done; the rest stays due. True: there is a rest.
-bool PromptCache::settle(const Writes &writes, const std::vector<Status> &outcomes) {
+// Ends what is done; the rest stays due. True: there is a rest. The last attempt leaves none.
+bool PromptCache::settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast) {
     bool isBusy = false;
     for (std::size_t index = 0; index < writes.size(); ++index) {
         Write &write = *writes[index];
         write.isAtHand = false;
-        if (outcomes[index].code == MRB_ERR_BUSY && !isFinishing_) {
+        if (outcomes[index].code == MRB_ERR_BUSY && !isLast) {
             isBusy = true;
             continue;
         }
@@ -279,11 +279,13 @@ void PromptCache::writeAll() {
         }
         const Writes writes = take();
         writer_.busySince = steady_clock::now();
+        // One that is refused while the end begins is made once more.
+        const bool isLast = isFinishing_;
         guard.unlock();
         const std::vector<Status> outcomes = perform(writes);
         guard.lock();
         writer_.busySince.reset();
-        writer_.isHeldUp = settle(writes, outcomes);
+        writer_.isHeldUp = settle(writes, outcomes, isLast);
         change_.notify_all();
         std::size_t lost = 0;
         std::string reason;

@@ -100,7 +100,7 @@ class PromptCache {
     [[nodiscard]] Record withWrites(Record record, const std::string &text) const;
     std::shared_ptr<Write> due(const MediaKey &key, std::size_t most);
     [[nodiscard]] Writes take() const;
-    bool settle(const Writes &writes, const std::vector<Status> &outcomes);
+    bool settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast);
 
     void lookUpAll(); // the life of the one thread
     void writeAll();  // and of the other

@@ -249,6 +249,31 @@ TEST(PromptCache, AStorageThatAnotherProcessHoldsIsWrittenToLater) {
     EXPECT_EQ(storage.title("a"), "Mine");
 }
 
+TEST(PromptCache, AWriteThatIsRefusedWhileTheEndBeginsIsMadeOnceMore) {
+    std::promise<void> begun;
+    std::promise<void> ending;
+    Storage storage;
+    storage.onWrite = [&, times = 0](const MediaKey & /*key*/) mutable -> Status {
+        if (++times > 1) {
+            return {};
+        }
+        begun.set_value();
+        ending.get_future().wait();
+        return Status::busy("Held.");
+    };
+    PromptCache cache(storage, IMPATIENT);
+    EXPECT_TRUE(cache.write(file("a"), title("Mine")).ok());
+    begun.get_future().wait();
+    auto end =
+        std::async(std::launch::async, [&] { return cache.finish(steady_clock::now() + support::LIMIT); });
+    // From its beginning on writes fail.
+    while (cache.write(file("b"), title("Mine")).code != MRB_ERR_NOT_INITIALIZED) {
+    }
+    ending.set_value();
+    EXPECT_TRUE(end.get());
+    EXPECT_EQ(storage.title("a"), "Mine");
+}
+
 TEST(PromptCache, AStorageThatAnotherProcessHoldsBlocksNoWrite) {
     std::atomic<bool> isHeld = true;
     Storage storage;
