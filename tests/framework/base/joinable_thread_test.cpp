@@ -12,6 +12,7 @@
 #include <string>
 
 #include "support/client.h"
+#include "support/own_process.h"
 
 namespace {
 
@@ -22,6 +23,8 @@ constexpr const char *BLOCKER = "A test does not let it go.";
 
 steady_clock::time_point inTime() { return steady_clock::now() + support::LIMIT; }
 steady_clock::time_point soon() { return steady_clock::now() + std::chrono::milliseconds(20); }
+
+class JoinableThreadLog : public support::OwnProcess {};
 
 TEST(JoinableThread, DoesItsWorkUnderItsName) {
     std::string name(16, '\0');
@@ -67,7 +70,10 @@ TEST(JoinableThread, KnowsWhetherTheCallerIsIt) {
     EXPECT_FALSE(thread.isCurrent());
 }
 
-TEST(JoinableThread, IsDetachedWhenItIsBlockedAtTheDeadlineAndTheLogNamesIt) {
+TEST_F(JoinableThreadLog, IsDetachedWhenItIsBlockedAtTheDeadlineAndTheLogNamesIt) {
+    if (!inside(support::Surroundings::PLAIN)) {
+        return;
+    }
     std::promise<void> end;
     JoinableThread thread("test-thread", BLOCKER);
     thread.start([&end] { end.get_future().wait(); });
@@ -80,7 +86,10 @@ TEST(JoinableThread, IsDetachedWhenItIsBlockedAtTheDeadlineAndTheLogNamesIt) {
     end.set_value();
 }
 
-TEST(JoinableThread, ThatWasDetachedIsWaitedForAgainWithoutAnotherWarning) {
+TEST_F(JoinableThreadLog, ThatWasDetachedIsWaitedForAgainWithoutAnotherWarning) {
+    if (!inside(support::Surroundings::PLAIN)) {
+        return;
+    }
     std::promise<void> end;
     JoinableThread thread("test-thread", BLOCKER);
     thread.start([&end] { end.get_future().wait(); });
