@@ -1,7 +1,6 @@
 #include "library/cache.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -9,8 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <thread>
 
+#include "base/file_lock.h"
 #include "base/log.h"
 #include "library/cache_connection.h"
 
@@ -93,11 +92,8 @@ void MetadataCache::open() {
 Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto last = steady_clock::now() + LONGEST_TURN;
-    while (turn && flock(turn.number(), LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
-        if (steady_clock::now() >= last) {
-            throw DatabaseError::busy("another process does not let go of its lock");
-        }
-        std::this_thread::sleep_for(BETWEEN_TRIES);
+    if (turn && lockFile(turn.number(), last, BETWEEN_TRIES) == EWOULDBLOCK) {
+        throw DatabaseError::busy("another process does not let go of its lock");
     }
     return turn;
 }

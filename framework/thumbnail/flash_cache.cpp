@@ -1,7 +1,6 @@
 #include "thumbnail/flash_cache.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,9 +8,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
-#include <thread>
 #include <utility>
 
+#include "base/file_lock.h"
 #include "base/log.h"
 #include "thumbnail/flash_picture.h"
 
@@ -51,18 +50,15 @@ class FlashCache::Turn {
     explicit Turn(FlashCache &cache) : file_(cache.turns_.number()) {
         const auto began = steady_clock::now();
         const auto last = began < cache.heldUntil_ ? began : began + LONGEST_TURN;
-        while (!(hasCome_ = flock(file_, LOCK_EX | LOCK_NB) == 0) &&
-               (errno == EWOULDBLOCK || errno == EINTR)) {
-            if (steady_clock::now() >= last) {
-                cache.heldUntil_ = steady_clock::now() + TIME_OF_ANOTHER;
-                return;
-            }
-            std::this_thread::sleep_for(BETWEEN_TRIES);
+        const int error = lockFile(file_, last, BETWEEN_TRIES);
+        hasCome_ = error == 0;
+        if (error == EWOULDBLOCK) {
+            cache.heldUntil_ = steady_clock::now() + TIME_OF_ANOTHER;
         }
     }
     ~Turn() {
         if (hasCome_) {
-            flock(file_, LOCK_UN);
+            unlockFile(file_);
         }
     }
     Turn(const Turn &) = delete;
