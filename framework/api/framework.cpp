@@ -4,19 +4,20 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/on_demand.h"
 #include "base/process_exit.h"
 
 namespace mrb {
 
 Framework &Framework::instance() {
-    // Never destroyed: objects that outlive this library's static ones may still
-    // close their lists. What must end with the process is its threads.
-    static Framework &framework = []() -> Framework & {
-        auto &made = *new Framework;
+    // Objects that outlive this library's static ones may still close their lists. What must
+    // end with the process is its threads.
+    static OnDemand<Framework> framework;
+    return framework.get([] {
+        auto *made = new Framework;
         finishAtExit(finish);
         return made;
-    }();
-    return framework;
+    });
 }
 
 int Framework::open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle) {

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "base/on_demand.h"
+
 namespace mrb {
 namespace {
 
@@ -33,9 +35,8 @@ LoadingLock &LoadingLock::instance() {
     if (LoadingLock *shared = shared_lock) {
         return *shared;
     }
-    // Never destroyed: a thread may load something while the process ends.
-    static LoadingLock &own = *new LoadingLock;
-    return own;
+    static OnDemand<LoadingLock> own;
+    return own.get();
 }
 
 void LoadingLock::share(LoadingLock &shared) { shared_lock = &shared; }

@@ -11,6 +11,7 @@
 
 #include "base/loading.h"
 #include "base/log.h"
+#include "base/on_demand.h"
 #include "base/threads.h"
 
 namespace mrb {
@@ -28,8 +29,8 @@ struct Exit {
 };
 
 Exit &theExit() {
-    static Exit &state = *new Exit; // Never destroyed: the watchdog uses it to the last.
-    return state;
+    static OnDemand<Exit> state; // which the watchdog uses to the last
+    return state.get();
 }
 
 // The life of the watchdog's thread.

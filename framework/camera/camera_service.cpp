@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/on_demand.h"
 #include "base/process_exit.h"
 
 namespace mrb {
@@ -100,13 +101,12 @@ CameraService::CameraService(std::function<CameraLibrary &()> library, Limits li
 CameraService::~CameraService() { shutDown(Clock::time_point::max()); }
 
 CameraService &CameraService::instance() {
-    // Never destroyed: a thread that is left behind, and clients that come late, still use it.
-    static CameraService &service = []() -> CameraService & {
-        auto &made = *new CameraService(cameraLibrary, {});
+    static OnDemand<CameraService> service;
+    return service.get([] {
+        auto *made = new CameraService(cameraLibrary, {});
         finishAtExit(finish);
         return made;
-    }();
-    return service;
+    });
 }
 
 bool CameraService::finish(Clock::time_point deadline) { return instance().shutDown(deadline); }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/on_demand.h"
 #include "base/process_exit.h"
 
 namespace mrb::dlna {
@@ -40,13 +41,12 @@ DlnaService::DlnaService(Start start) : start_(std::move(start)), task_(std::mak
 DlnaService::~DlnaService() { shutDown(std::chrono::steady_clock::time_point::max()); }
 
 DlnaService &DlnaService::instance() {
-    // Never destroyed: a thread that is left behind, and clients that come late, still use it.
-    static DlnaService &service = []() -> DlnaService & {
-        auto &made = *new DlnaService(dlna::startNetwork);
+    static OnDemand<DlnaService> service;
+    return service.get([] {
+        auto *made = new DlnaService(dlna::startNetwork);
         finishAtExit(finish);
         return made;
-    }();
-    return service;
+    });
 }
 
 bool DlnaService::finish(Time deadline) { return instance().shutDown(deadline); }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/on_demand.h"
 #include "text/text.h"
 
 namespace mrb {
@@ -60,10 +61,9 @@ void Metadata::setReal(Fact fact, double number) {
 }
 
 const std::string &Metadata::text(Fact fact) const {
-    // Never destroyed: threads that outlive the static objects may ask.
-    static const std::string &nothing = *new std::string;
+    static OnDemand<std::string> nothing;
     const auto *text = std::get_if<std::string>(&(*this)[fact]);
-    return text != nullptr ? *text : nothing;
+    return text != nullptr ? *text : nothing.get();
 }
 
 std::int64_t Metadata::number(Fact fact) const {

@@ -6,6 +6,8 @@
 #include <limits>
 #include <string_view>
 
+#include "base/on_demand.h"
+
 namespace mrb {
 namespace {
 
@@ -49,8 +51,8 @@ bool isNothing(const FactValue &value) {
 }
 
 const MediaRecord &noRecord() {
-    static const auto &none = *new MediaRecord;
-    return none;
+    static OnDemand<MediaRecord> none;
+    return none.get();
 }
 
 bool isUtf8(std::string_view text) { return cleanText(text) == text; }

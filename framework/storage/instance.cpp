@@ -1,5 +1,6 @@
 // The process's device service, and its end.
 
+#include "base/on_demand.h"
 #include "base/process_exit.h"
 #include "storage/device_service.h"
 
@@ -13,13 +14,12 @@ bool finish(std::chrono::steady_clock::time_point deadline) {
 } // namespace
 
 DeviceService &DeviceService::instance() {
-    // Never destroyed: a thread that is left behind, and clients that come late, still use it.
-    static DeviceService &service = []() -> DeviceService & {
-        auto &made = *new DeviceService(makeDeviceSources);
+    static OnDemand<DeviceService> service;
+    return service.get([] {
+        auto *made = new DeviceService(makeDeviceSources);
         finishAtExit(finish);
         return made;
-    }();
-    return service;
+    });
 }
 
 } // namespace mrb

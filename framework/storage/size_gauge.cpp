@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "base/on_demand.h"
 #include "base/threads.h"
 
 namespace mrb {
@@ -55,9 +56,8 @@ struct SizeGauge::State {
 SizeGauge::SizeGauge(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
 
 SizeGauge &SizeGauge::instance() {
-    // Never destroyed: clients that come late still use it.
-    static SizeGauge &gauge = *new SizeGauge(mrb::measure);
-    return gauge;
+    static OnDemand<SizeGauge> gauge;
+    return gauge.get([] { return new SizeGauge(mrb::measure); });
 }
 
 void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {

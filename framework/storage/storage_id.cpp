@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "base/deleter.h"
+#include "base/on_demand.h"
 #include "base/timed_calls.h"
 #include "storage/mount_table.h"
 
@@ -71,8 +72,7 @@ Status readStorageIdInTime(const std::string &path, std::string &id) {
         Status outcome;
         std::string id;
     };
-    // Never destroyed: calls that are left behind still use it.
-    static TimedCalls &calls = *new TimedCalls;
+    static OnDemand<TimedCalls> calls;
     const auto answer = std::make_shared<Answer>();
     const auto read = [answer, path] {
         try {
@@ -81,7 +81,7 @@ Status readStorageIdInTime(const std::string &path, std::string &id) {
             answer->outcome = Status::outOfMemory(failure.what());
         }
     };
-    if (!calls.run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
+    if (!calls.get().run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
         return Status::timedOut("What holds \"" + path + "\" does not answer in time.");
     }
     id = answer->id;

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "base/deleter.h"
+#include "base/on_demand.h"
 
 namespace mrb {
 namespace {
@@ -58,9 +59,9 @@ Json::Value isoTime(std::int64_t seconds) {
 }
 
 std::string jsonText(const Json::Value &value) {
-    // Never destroyed: the threads that need it may outlive the static objects.
-    static const auto &builder = *new Json::StreamWriterBuilder(compactWriter());
-    return Json::writeString(builder, value);
+    static OnDemand<Json::StreamWriterBuilder> builder;
+    return Json::writeString(builder.get([] { return new Json::StreamWriterBuilder(compactWriter()); }),
+                             value);
 }
 
 } // namespace mrb

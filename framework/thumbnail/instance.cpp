@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "base/on_demand.h"
 #include "base/process_exit.h"
 #include "thumbnail/decoders.h"
 #include "thumbnail/service.h"
@@ -44,14 +45,13 @@ void decodeForReal(const DecodeRequest &request, const StopSign &stop, Decoded &
 } // namespace
 
 ThumbnailService &ThumbnailService::instance() {
-    // Never destroyed: threads that are left behind, and clients that come late, still use it.
-    static ThumbnailService &service = []() -> ThumbnailService & {
+    static OnDemand<ThumbnailService> service;
+    return service.get([] {
         const unsigned cores = std::thread::hardware_concurrency();
-        auto &made = *new ThumbnailService(decodeForReal, cores > 0 ? cores : 1);
+        auto *made = new ThumbnailService(decodeForReal, cores > 0 ? cores : 1);
         finishAtExit(endService);
         return made;
-    }();
-    return service;
+    });
 }
 
 } // namespace mrb::thumbnail

@@ -23,6 +23,12 @@ TEST(OnDemand, IsCreatedOnce) {
     EXPECT_EQ(made, 1);
 }
 
+TEST(OnDemand, IsMadeByItsDefaultConstructorUnlessSaidOtherwise) {
+    static mrb::OnDemand<std::vector<int>> numbers; // which stays reachable
+    numbers.get().push_back(7);
+    EXPECT_EQ(numbers.get().size(), 1U);
+}
+
 TEST(OnDemand, AFailureIsReturnedAndRetried) {
     mrb::OnDemand<int> number;
     int kept = 7;
