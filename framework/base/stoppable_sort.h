@@ -2,21 +2,23 @@
 
 #include <algorithm>
 
+#include "base/cancellation.h"
+
 namespace mrb {
 
-// Sorts like std::sort, but gives up when `stopped` becomes true; then the order is
+// Sorts like std::sort, but gives up when `cancellation` is cancelled; then the order is
 // any. It is asked once in MOST_COMPARISONS, which is far below a millisecond.
 inline constexpr unsigned MOST_COMPARISONS = 256;
 
-template <typename Iterator, typename Before, typename Stopped>
+template <typename Iterator, typename Before>
 [[nodiscard]] bool sortUnlessStopped(Iterator begin, Iterator end, const Before &before,
-                                     const Stopped &stopped) {
+                                     const CancellationToken &cancellation) {
     // A standard sort cannot be left but by an exception.
     struct GivenUp {};
     unsigned comparisons = 0;
     try {
         std::sort(begin, end, [&](const auto &left, const auto &right) {
-            if (++comparisons % MOST_COMPARISONS == 0 && stopped()) {
+            if (++comparisons % MOST_COMPARISONS == 0 && cancellation.isCancelled()) {
                 throw GivenUp();
             }
             return before(left, right);

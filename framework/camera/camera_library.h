@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 
 namespace mrb {
@@ -80,8 +81,7 @@ class Camera {
 
     // Has every later call ask, as often as the camera shows that it is alive, whether to
     // end with MRB_ERR_CANCELLED.
-    using IsStopped = std::function<bool()>;
-    virtual void heed(IsStopped isStopped) = 0;
+    virtual void cancelWith(CancellationToken cancellation) = 0;
 
     virtual Status readSizes(CameraSizes &sizes) = 0;
 

@@ -111,9 +111,9 @@ CameraService &CameraService::instance() {
 
 bool CameraService::finish(Clock::time_point deadline) { return instance().shutDown(deadline); }
 
-Status CameraService::run(const CameraAddress &address, Work work, const IsStopped &stopped,
+Status CameraService::run(const CameraAddress &address, Work work, const CancellationToken &cancellation,
                           std::chrono::milliseconds limit) {
-    return wait(start(address, std::move(work)), stopped, limit);
+    return wait(start(address, std::move(work)), cancellation, limit);
 }
 
 std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &address, Work work,
@@ -137,7 +137,7 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
     return task;
 }
 
-Status CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &stopped,
+Status CameraService::wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation,
                            std::chrono::milliseconds limit) {
     const auto deadline = Clock::now() + limit;
     std::unique_lock guard(state_->lock);
@@ -147,7 +147,7 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const IsStopped &s
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
         guard.unlock();
         Status outcome;
-        if (stopped && stopped()) {
+        if (cancellation.isCancelled()) {
             outcome = cancelled();
         } else if (isSilent) {
             outcome = silent();
@@ -231,11 +231,11 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
 }
 
 Status CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
-    const auto isStopped = [&state, &line, &task] {
+    const CancellationToken cancellation = [&state, &line, &task] {
         line.sign();
         return task.isUnwanted_ || state.isDown;
     };
-    if (isStopped()) {
+    if (cancellation.isCancelled()) {
         return cancelled();
     }
     Status outcome;
@@ -244,16 +244,16 @@ Status CameraService::work(const State &state, Line &line, Task &task, std::uniq
             camera = state.library().open(line.address, outcome);
         }
         if (camera) {
-            camera->heed(isStopped);
+            camera->cancelWith(cancellation);
             outcome = task.work_(*camera);
-            if (mayHaveLeft(outcome.code) && !isStopped()) {
+            if (mayHaveLeft(outcome.code) && !cancellation.isCancelled()) {
                 checkPresence(state, line, camera, outcome);
             } else if (isBroken(outcome.code)) {
                 camera.reset();
             }
         }
         if (camera) {
-            camera->heed({});
+            camera->cancelWith({});
         }
     } catch (const std::exception &failure) {
         camera.reset(); // which may still ask whether this task is stopped

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/cancellation.h"
 #include "base/thread_group.h"
 #include "camera/camera_library.h"
 
@@ -36,12 +37,11 @@ class CameraService {
     // the camera has left, in whatever words the driver says that, its outcome is
     // MRB_ERR_DEVICE_REMOVED.
     using Work = std::function<Status(Camera &camera)>;
-    using IsStopped = std::function<bool()>;
 
     // Does `work` behind what waits for the camera already, and returns how that ended; or
-    // before, when `stopped` becomes true (MRB_ERR_CANCELLED), when the limit is over or the
-    // camera does not answer (MRB_ERR_TIMEOUT). `stopped` is asked on the calling thread.
-    Status run(const CameraAddress &address, Work work, const IsStopped &stopped = {},
+    // before, when `cancellation` is cancelled (MRB_ERR_CANCELLED), when the limit is over or the
+    // camera does not answer (MRB_ERR_TIMEOUT). `cancellation` is asked on the calling thread.
+    Status run(const CameraAddress &address, Work work, const CancellationToken &cancellation = {},
                std::chrono::milliseconds limit = NO_LIMIT);
 
     // Something that is done while the caller does something else. `ended`, if any, is called on
@@ -49,7 +49,7 @@ class CameraService {
     class Task;
     using Ended = std::function<void(const Status &outcome)>;
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
-    Status wait(const std::shared_ptr<Task> &task, const IsStopped &stopped = {},
+    Status wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation = {},
                 std::chrono::milliseconds limit = NO_LIMIT);
     // Whether it has ended, and how; or its camera does not answer (MRB_ERR_TIMEOUT).
     bool isOver(const std::shared_ptr<Task> &task, Status &outcome);

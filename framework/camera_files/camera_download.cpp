@@ -39,8 +39,8 @@ struct CameraDownload::Flow {
     }
 };
 
-CameraDownload::CameraDownload(CameraFile file, std::int64_t size, CameraService::IsStopped stopped)
-    : file_(std::move(file)), size_(size), stopped_(std::move(stopped)) {}
+CameraDownload::CameraDownload(CameraFile file, std::int64_t size, CancellationToken cancellation)
+    : file_(std::move(file)), size_(size), cancellation_(std::move(cancellation)) {}
 
 CameraDownload::~CameraDownload() {
     if (task_) {
@@ -75,7 +75,7 @@ Status CameraDownload::readPiece(std::string &bytes) const {
     // A camera may take a read behind the end for a mistake.
     const std::uint64_t left = size_ < 0 ? PIECE : static_cast<std::uint64_t>(size_) - done_;
     const auto length = static_cast<std::size_t>(std::min(PIECE, left));
-    return length == 0 ? Status() : file_.readAt({stopped_}, done_, length, bytes);
+    return length == 0 ? Status() : file_.readAt({cancellation_}, done_, length, bytes);
 }
 
 void CameraDownload::startFlow() {
@@ -96,7 +96,7 @@ Status CameraDownload::takeFromFlow(std::string &bytes) {
             return outcome; // and the last piece was taken
         }
         guard.unlock();
-        if (stopped_ && stopped_()) {
+        if (cancellation_.isCancelled()) {
             return Status::cancelled();
         }
         isOver = file_.isOver(task_, outcome);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string_view>
 
+#include "base/cancellation.h"
 #include "camera_files/camera_file.h"
 
 namespace mrb {
@@ -14,8 +15,8 @@ namespace mrb {
 // so long. Owned and used by one thread, which waits for the camera.
 class CameraDownload {
   public:
-    // `stopped` is asked by that thread only.
-    CameraDownload(CameraFile file, std::int64_t size, CameraService::IsStopped stopped);
+    // `cancellation` is asked by that thread only.
+    CameraDownload(CameraFile file, std::int64_t size, CancellationToken cancellation);
     ~CameraDownload();
     CameraDownload(const CameraDownload &) = delete;
     CameraDownload &operator=(const CameraDownload &) = delete;
@@ -33,7 +34,7 @@ class CameraDownload {
 
     const CameraFile file_;
     const std::int64_t size_; // CameraFileFacts::UNSAID: that shows at the end
-    const CameraService::IsStopped stopped_;
+    const CancellationToken cancellation_;
     std::uint64_t done_ = 0;
     std::shared_ptr<Flow> flow_;
     std::shared_ptr<CameraService::Task> task_;

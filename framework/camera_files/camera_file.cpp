@@ -47,12 +47,12 @@ Status unlessRemoved(Status outcome, const std::string &device) {
     return outcome;
 }
 
-bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopped) {
+bool isThere(const CameraAddress &address, const CancellationToken &cancellation) {
     const auto readSizes = [sizes = std::make_shared<CameraSizes>()](Camera &camera) {
         return camera.readSizes(*sizes);
     };
     return isAttached(address) &&
-           CameraService::instance().run(address, readSizes, stopped, PRESENCE_LIMIT).code !=
+           CameraService::instance().run(address, readSizes, cancellation, PRESENCE_LIMIT).code !=
                MRB_ERR_DEVICE_REMOVED;
 }
 
@@ -72,7 +72,8 @@ std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Status &out
 
 Status CameraFile::run(const CameraPatience &patience, CameraService::Work work) const {
     return unlessRemoved(
-        CameraService::instance().run(address_, std::move(work), patience.stopped, patience.limit), device_);
+        CameraService::instance().run(address_, std::move(work), patience.cancellation, patience.limit),
+        device_);
 }
 
 Status CameraFile::readFacts(const CameraPatience &patience, CameraFileFacts &facts) const {

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "base/cancellation.h"
 #include "camera/camera_service.h"
 #include "camera_files/attached_cameras.h"
 
@@ -14,7 +15,7 @@ namespace mrb {
 
 // How long somebody waits for a camera.
 struct CameraPatience {
-    CameraService::IsStopped stopped = {};
+    CancellationToken cancellation = {};
     std::chrono::milliseconds limit = CameraService::NO_LIMIT;
 };
 
@@ -65,7 +66,7 @@ bool endsAll(const Status &outcome);
 
 // Whether the camera at that address is attached: one that has left is noticed before the system
 // reports it. Takes a transfer; one that hangs is there.
-bool isThere(const CameraAddress &address, const CameraService::IsStopped &stopped);
+bool isThere(const CameraAddress &address, const CancellationToken &cancellation);
 
 // `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
 // there any more fails in many ways.

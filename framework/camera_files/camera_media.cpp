@@ -22,9 +22,9 @@ std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
 // The first bytes of a file, and others as they are asked for.
 class CameraBytes final : public MediaBytes {
   public:
-    CameraBytes(CameraFile file, CameraFileFacts facts, CameraService::IsStopped stopped,
+    CameraBytes(CameraFile file, CameraFileFacts facts, CancellationToken cancellation,
                 Clock::time_point deadline, std::string head)
-        : file_(std::move(file)), facts_(facts), stopped_(std::move(stopped)), deadline_(deadline),
+        : file_(std::move(file)), facts_(facts), cancellation_(std::move(cancellation)), deadline_(deadline),
           head_(std::move(head)) {}
 
     [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(facts_.size, 0); }
@@ -42,7 +42,7 @@ class CameraBytes final : public MediaBytes {
         const auto rest = static_cast<std::uint64_t>(size() - std::min(offset, size()));
         const std::size_t wanted = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
         const Status outcome = wanted == 0 ? Status()
-                                           : file_.readAt({stopped_, timeUntil(deadline_)},
+                                           : file_.readAt({cancellation_, timeUntil(deadline_)},
                                                           static_cast<std::uint64_t>(offset), wanted, piece_);
         take(piece_, pieceAt_, offset, buffer, length, got);
         failure_ = outcome.code;
@@ -65,7 +65,7 @@ class CameraBytes final : public MediaBytes {
 
     const CameraFile file_;
     const CameraFileFacts facts_;
-    const CameraService::IsStopped stopped_;
+    const CancellationToken cancellation_;
     const Clock::time_point deadline_;
     const std::string head_;
     std::string piece_;
@@ -104,8 +104,8 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     if (!source) {
         return outcome;
     }
-    const CameraService::IsStopped stopped = [&file] { return file.isStopped(); };
-    const auto patience = [&] { return CameraPatience{stopped, timeUntil(deadline)}; };
+    const CancellationToken cancellation = [&file] { return file.isCancelled(); };
+    const auto patience = [&] { return CameraPatience{cancellation, timeUntil(deadline)}; };
     CameraFileFacts facts;
     outcome = source->readFacts(patience(), facts);
     std::string bytes;
@@ -118,7 +118,7 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
         // Where it ends is not known, and behind its end a camera may take a read for a mistake.
         file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
     } else if (outcome.ok()) {
-        file.open(std::make_unique<CameraBytes>(*source, facts, stopped, deadline, std::move(bytes)));
+        file.open(std::make_unique<CameraBytes>(*source, facts, cancellation, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
         outcome = readWithoutPieces(*source, patience(), facts, bytes);
         if (outcome.ok()) {

@@ -2,12 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 #include "dlna/transfers.h"
 #include "media/item.h"
@@ -82,23 +82,23 @@ class Directories {
     Directories &operator=(const Directories &) = delete;
 
     // Returns with the answer, or when there will be none, at the end of the patience at
-    // the latest; soon after `isStopped` became true. A page whose objects are broken XML
+    // the latest; soon after `cancellation` is cancelled. A page whose objects are broken XML
     // holds those that can be made out, with MRB_ERR_PROTOCOL, and the numbers of what was
     // given. MRB_ERR_DEVICE_REMOVED: the server is not there, or
     // broke off; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: what it said is no answer;
     // MRB_ERR_NOT_FOUND: it has no such container; MRB_ERR_NOT_SUPPORTED: it does not search
     // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
-    virtual Status ask(const Question &question, const std::function<bool()> &isStopped, Page &page) = 0;
+    virtual Status ask(const Question &question, const CancellationToken &cancellation, Page &page) = 0;
 
     // The file at an address on the host of one of the servers, such as a small picture
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
     // MRB_ERR_PERMISSION_DENIED also for the addresses of others, MRB_ERR_NOT_FOUND when
     // there is none.
     virtual Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                         const std::function<bool()> &isStopped, std::string &bytes) = 0;
+                         const CancellationToken &cancellation, std::string &bytes) = 0;
 
     // Has files moved to and from a server by the calling thread. The codes are those of ask.
-    virtual Status connect(const std::string &server, const std::function<bool()> &isStopped,
+    virtual Status connect(const std::string &server, const CancellationToken &cancellation,
                            std::unique_ptr<Transfers> &transfers) = 0;
 };
 

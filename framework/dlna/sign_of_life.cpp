@@ -5,7 +5,7 @@
 namespace mrb::dlna {
 
 Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
-                  const std::function<bool()> &isStopped) {
+                  const CancellationToken &cancellation) {
     if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
         return outcome;
     }
@@ -14,7 +14,7 @@ Status judgeBreak(Directories &directories, const std::string &server, Status ou
     question.server = server;
     question.patience = std::chrono::seconds(3);
     Page page;
-    const int code = directories.ask(question, isStopped, page).code;
+    const int code = directories.ask(question, cancellation, page).code;
     const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;
     outcome.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
     return outcome;

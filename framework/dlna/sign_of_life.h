@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 #include "dlna/directories.h"
 
@@ -12,6 +12,6 @@ namespace mrb::dlna {
 // whim of it that costs one file (MRB_ERR_IO). It is asked for that; any other outcome
 // stays what it is.
 Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
-                  const std::function<bool()> &isStopped);
+                  const CancellationToken &cancellation);
 
 } // namespace mrb::dlna

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 #include "media/item.h"
 
@@ -23,12 +24,10 @@ struct Upload {
 
 // Moves files to and from one server, asking no host but the server's. Made, used and
 // destroyed by one thread, which waits meanwhile. What takes longer than PATIENCE for a few
-// bytes is given up with MRB_ERR_TIMEOUT; soon after `isStopped` became true everything
+// bytes is given up with MRB_ERR_TIMEOUT; soon after `cancellation` is cancelled everything
 // ends with MRB_ERR_CANCELLED. Other codes are those of Directories::ask.
 class Transfers {
   public:
-    using Stopped = std::function<bool()>;
-
     Transfers() = default;
     virtual ~Transfers() = default;
     Transfers(const Transfers &) = delete;
@@ -42,18 +41,19 @@ class Transfers {
 
     // Asks for the file at an address. MRB_ERR_PERMISSION_DENIED: it is the address of another
     // host; MRB_ERR_PROTOCOL: also an answer that is encoded (compressed), which is refused.
-    virtual Status beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) = 0;
+    virtual Status beginDownload(const std::string &url, const CancellationToken &cancellation,
+                                 Promise &promise) = 0;
 
     // Gives `take` the bytes of that file as they come; when that answers false, no more.
     // A success: the file is whole, or `take` wanted no more.
     using Take = std::function<bool(std::span<const char> bytes)>;
-    virtual Status finishDownload(const Take &take, const Stopped &isStopped) = 0;
+    virtual Status finishDownload(const Take &take, const CancellationToken &cancellation) = 0;
 
     // Has the server make an object for the file and get its bytes; `moved` hears how many
     // it has. The object is taken back when that fails. MRB_ERR_NOT_SUPPORTED: it takes
     // none; MRB_ERR_CORRUPT: the file could not be read to its end.
     using Moved = std::function<void(std::uint64_t bytes)>;
-    virtual Status upload(const Upload &file, const Moved &moved, const Stopped &isStopped) = 0;
+    virtual Status upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) = 0;
 };
 
 } // namespace mrb::dlna

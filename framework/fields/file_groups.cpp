@@ -46,13 +46,13 @@ class Texts {
 
     // Puts the names into their order, and numbers that point to them in `places` with
     // them. False: stopped.
-    bool arrange(FileGroups &groups, const std::function<bool()> &stopped) const {
+    bool arrange(FileGroups &groups, const CancellationToken &cancellation) const {
         std::vector<std::int32_t> numbers(texts_.size());
         std::iota(numbers.begin(), numbers.end(), 0);
         const auto before = [this](std::int32_t left, std::int32_t right) {
             return keys_[static_cast<std::size_t>(left)] < keys_[static_cast<std::size_t>(right)];
         };
-        if (!sortUnlessStopped(numbers.begin(), numbers.end(), before, stopped)) {
+        if (!sortUnlessStopped(numbers.begin(), numbers.end(), before, cancellation)) {
             return false;
         }
         std::vector<std::int32_t> placeOfNumber(numbers.size());
@@ -77,7 +77,7 @@ class Texts {
 
 bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
                     const std::function<MediaItem(const ItemFacts &)> &fileOf,
-                    const std::function<bool()> &stopped,
+                    const CancellationToken &cancellation,
                     const std::function<void(FileGroups groups, std::int32_t known)> &publish) {
     using std::chrono::steady_clock;
     constexpr auto PAUSE = std::chrono::milliseconds(250);
@@ -88,7 +88,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
     auto publishedAt = steady_clock::now();
     const auto tell = [&] {
         FileGroups groups{grouping, {}, numbers};
-        const bool isArranged = texts.arrange(groups, stopped);
+        const bool isArranged = texts.arrange(groups, cancellation);
         if (isArranged) {
             publish(std::move(groups), known);
         }
@@ -109,7 +109,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
             numbers[static_cast<std::size_t>(item)] = texts.numberOf(std::move(*text));
         }
     };
-    return library.readAll(store.size(), itemAt, stopped, take) && tell();
+    return library.readAll(store.size(), itemAt, cancellation, take) && tell();
 }
 
 } // namespace mrb

@@ -33,18 +33,18 @@ const char *fieldOf(SortKey key) {
 // The places of the texts in their natural order, equals at one place; UNKNOWN for
 // those that are empty. No value: stopped.
 std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &texts,
-                                                const std::function<bool()> &stopped) {
+                                                const CancellationToken &cancellation) {
     NaturalOrder order;
     std::vector<std::pair<std::string, std::size_t>> keyed;
     for (std::size_t index = 0; index < texts.size(); ++index) {
-        if (stopped()) {
+        if (cancellation.isCancelled()) {
             return std::nullopt;
         }
         if (!texts[index].empty()) {
             keyed.emplace_back(order.key(texts[index]), index);
         }
     }
-    if (!sortUnlessStopped(keyed.begin(), keyed.end(), std::less<>(), stopped)) {
+    if (!sortUnlessStopped(keyed.begin(), keyed.end(), std::less<>(), cancellation)) {
         return std::nullopt;
     }
     std::vector<std::int64_t> numbers(texts.size(), UNKNOWN);
@@ -61,7 +61,7 @@ std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &
 std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
                                                     MediaLibrary &library,
                                                     const std::function<MediaItem(const ItemFacts &)> &fileOf,
-                                                    const std::function<bool()> &stopped) {
+                                                    const CancellationToken &cancellation) {
     constexpr std::int64_t MOST_TRACKS = 1 << 20;
     const auto size = static_cast<std::size_t>(store.size());
     const Field &field = *findField(fieldOf(key));
@@ -85,10 +85,10 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
         }
         return file;
     };
-    if (!library.readAll(store.size(), itemAt, stopped, take)) {
+    if (!library.readAll(store.size(), itemAt, cancellation, take)) {
         return std::nullopt;
     }
-    std::optional<std::vector<std::int64_t>> values = places(texts, stopped);
+    std::optional<std::vector<std::int64_t>> values = places(texts, cancellation);
     for (std::size_t index = 0; values && index < tracks.size(); ++index) {
         std::int64_t &value = (*values)[index];
         value = value == UNKNOWN ? UNKNOWN : value * MOST_TRACKS + tracks[index];

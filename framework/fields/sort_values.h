@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "library/media_library.h"
 #include "list/item_store.h"
 #include "list/sorting.h"
@@ -13,11 +14,11 @@ namespace mrb {
 
 // For an order by what items say: a number for each item of the store, by which to
 // sort; UNKNOWN where the item says nothing. Reads the metadata of all items that
-// `fileOf` gives a path. No value when `stopped` became true. Called by the thread
+// `fileOf` gives a path. No value when `cancellation` is cancelled. Called by the thread
 // that fills the list.
 std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
                                                     MediaLibrary &library,
                                                     const std::function<MediaItem(const ItemFacts &)> &fileOf,
-                                                    const std::function<bool()> &stopped);
+                                                    const CancellationToken &cancellation);
 
 } // namespace mrb

@@ -88,14 +88,14 @@ void MediaLibrary::store(std::span<const FileFacts> files) {
 }
 
 bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
-                           const std::function<bool()> &stopped,
+                           const CancellationToken &cancellation,
                            const std::function<void(std::int32_t, const MediaRecord &)> &take) {
     // A batch costs one write to the disk.
     constexpr std::size_t AT_ONCE = 128;
     std::vector<FileFacts> batch;
     bool isWanted = true;
     for (std::int32_t index = 0; index < items && isWanted; ++index) {
-        isWanted = !stopped();
+        isWanted = !cancellation.isCancelled();
         const MediaItem item = isWanted ? itemAt(index) : MediaItem{};
         if (!isWanted || !item.isKnown()) {
             continue;
@@ -109,13 +109,13 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
             take(index, *filled(record, item));
             continue;
         }
-        MediaFile file(&stopped);
+        MediaFile file(cancellation);
         MediaRecord fresh = *record;
         Status outcome = openMedia(item.path, item.mount, file);
         if (outcome.ok()) {
             reader_(file, item.name, fresh.facts, outcome);
         }
-        isWanted = !stopped();
+        isWanted = !cancellation.isCancelled();
         if (!isWanted) {
             continue; // and that may not be all there is
         }

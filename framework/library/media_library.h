@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/mount_identity.h"
 #include "base/result.h"
 #include "library/cache.h"
@@ -51,10 +52,10 @@ class MediaLibrary {
     std::shared_ptr<const MediaRecord> known(const MediaItem &item);
 
     // Calls `take` with the record of each item of which something can be known, in order; of a file that
-    // cannot be read, with what is known of it. What is read is kept in batches. False: `stopped`, which is
-    // asked while each item is read, became true. A thread of the framework.
+    // cannot be read, with what is known of it. What is read is kept in batches. False: it was
+    // cancelled, which is asked while each item is read. A thread of the framework.
     bool readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
-                 const std::function<bool()> &stopped,
+                 const CancellationToken &cancellation,
                  const std::function<void(std::int32_t, const MediaRecord &)> &take);
 
     // Keeps fields that a client wrote, later if the cache cannot do it now. Any thread.

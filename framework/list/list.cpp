@@ -32,7 +32,7 @@ bool List::add(std::span<const SourceItem> items) {
     return true;
 }
 
-bool List::sort(const std::function<bool()> &stopped, const FileValues &valuesOf) {
+bool List::sort(const CancellationToken &cancellation, const FileValues &valuesOf) {
     const SortOrder order = wishes_.sort;
     if (order.key == SortKey::SOURCE && !order.descending) {
         return true;
@@ -43,7 +43,7 @@ bool List::sort(const std::function<bool()> &stopped, const FileValues &valuesOf
         return false;
     }
     std::optional<PagedVector<std::int32_t>> items =
-        sortItems(store_, order, stopped, values.value_or(std::vector<std::int64_t>()));
+        sortItems(store_, order, cancellation, values.value_or(std::vector<std::int64_t>()));
     if (!items) {
         return false;
     }

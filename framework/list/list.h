@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "list/item_store.h"
 #include "list/selection.h"
 #include "list/view.h"
@@ -48,9 +49,9 @@ class List {
         std::function<std::optional<std::vector<std::int64_t>>(const ItemStore &store, SortKey key)>;
 
     // Puts the items into the order that was wished for, after the last was added.
-    // False: `stopped` became true before that was done. `valuesOf` is called without
+    // False: `cancellation` is cancelled before that was done. `valuesOf` is called without
     // the lock, and only where the order is one of files.
-    [[nodiscard]] bool sort(const std::function<bool()> &stopped, const FileValues &valuesOf);
+    [[nodiscard]] bool sort(const CancellationToken &cancellation, const FileValues &valuesOf);
 
     // For the thread that adds, and for others once no more is added.
     [[nodiscard]] const ItemStore &store() const { return store_; }

@@ -116,14 +116,14 @@ Status readSortCategory(std::string_view category, SortOrder &order) {
 }
 
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
-                                                   const std::function<bool()> &stopped,
+                                                   const CancellationToken &cancellation,
                                                    const std::vector<std::int64_t> &values) {
     if (order.key == SortKey::SOURCE) {
         return sourceOrder(store.size(), order.descending);
     }
     NameKeys names;
     for (std::int32_t item = 0; item < store.size(); ++item) {
-        if (stopped()) {
+        if (cancellation.isCancelled()) {
             return std::nullopt;
         }
         names.add(store.name(item));
@@ -131,14 +131,14 @@ std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortO
     PagedVector<Ranked> ranked;
     ranked.reserve(names.size());
     for (std::int32_t item = 0; item < store.size(); ++item) {
-        if (stopped()) {
+        if (cancellation.isCancelled()) {
             return std::nullopt;
         }
         const auto place = static_cast<std::size_t>(item);
         const std::int64_t value = isOfFiles(order.key) ? values.at(place) : valueOf(store, item, order.key);
         ranked.push_back({value, names.prefix(place), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
     }
-    if (!sortUnlessStopped(ranked.begin(), ranked.end(), Before(order, names), stopped)) {
+    if (!sortUnlessStopped(ranked.begin(), ranked.end(), Before(order, names), cancellation)) {
         return std::nullopt;
     }
     PagedVector<std::int32_t> items(ranked.size());

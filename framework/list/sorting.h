@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string_view>
 
+#include "base/cancellation.h"
 #include "base/pages.h"
 #include "base/result.h"
 #include "list/item_store.h"
@@ -25,11 +25,11 @@ Status readSortCategory(std::string_view category, SortOrder &order);
 
 // The numbers of all items of the store in the given order; folders first unless
 // it is the source's own, equals by name and then as the source has them. No value
-// when `stopped` became true, which is asked for every name and at every bounded
+// when `cancellation` is cancelled, which is asked for every name and at every bounded
 // number of comparisons. Where the key is of files, `values` has a number for each
 // item to sort by, or UNKNOWN.
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
-                                                   const std::function<bool()> &stopped,
+                                                   const CancellationToken &cancellation,
                                                    const std::vector<std::int64_t> &values = {});
 
 } // namespace mrb

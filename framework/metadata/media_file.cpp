@@ -39,7 +39,7 @@ void MediaFile::begin(std::int64_t size, std::int64_t modified) {
 }
 
 bool MediaFile::isExhausted() const {
-    return left_ <= 0 || failed_ || isStopped() || std::chrono::steady_clock::now() >= deadline_;
+    return left_ <= 0 || failed_ || isCancelled() || std::chrono::steady_clock::now() >= deadline_;
 }
 
 std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t length) {

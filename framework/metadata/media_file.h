@@ -2,10 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "base/cancellation.h"
 #include "base/descriptor.h"
 #include "base/result.h"
 #include "metadata/media_bytes.h"
@@ -14,17 +15,15 @@ namespace mrb {
 
 // A media file open for its metadata. However its contents are made up, it gives
 // no more than MOST_BYTES and nothing later than LONGEST_TIME after it was opened, or
-// once it was stopped: a reader then finds the file at its end. Owned and used by one
+// once it is cancelled: a reader then finds the file at its end. Owned and used by one
 // thread.
 class MediaFile {
   public:
     static constexpr std::int64_t MOST_BYTES = 64LL << 20;
     static constexpr auto LONGEST_TIME = std::chrono::seconds(3);
 
-    // `isStopped` becomes true when nobody wants the metadata any more. It must outlive
-    // the file.
-    using IsStopped = std::function<bool()>;
-    explicit MediaFile(const IsStopped *isStopped = nullptr) : isStopped_(isStopped) {}
+    // It is cancelled when the metadata are not wanted any more.
+    explicit MediaFile(CancellationToken cancellation = {}) : cancellation_(std::move(cancellation)) {}
 
     // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
     Status open(const std::string &path);
@@ -45,14 +44,14 @@ class MediaFile {
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] int failure() const { return bytes_ ? bytes_->failure() : int{MRB_ERR_IO}; }
     [[nodiscard]] bool isExhausted() const;
-    [[nodiscard]] bool isStopped() const { return isStopped_ != nullptr && (*isStopped_)(); }
+    [[nodiscard]] bool isCancelled() const { return cancellation_.isCancelled(); }
 
   private:
     void begin(std::int64_t size, std::int64_t modified);
     // How many bytes came, or below 0 when the device failed.
     std::int64_t readPiece(std::int64_t offset, char *buffer, std::size_t length);
 
-    const IsStopped *isStopped_;
+    const CancellationToken cancellation_;
     Descriptor file_;                   // or
     std::unique_ptr<MediaBytes> bytes_; // this
     std::int64_t size_ = 0;

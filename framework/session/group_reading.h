@@ -5,6 +5,7 @@
 #include <functional>
 #include <mutex>
 
+#include "base/cancellation.h"
 #include "list/grouping.h"
 
 namespace mrb {
@@ -14,8 +15,8 @@ namespace mrb {
 // it.
 class GroupReading {
   public:
-    // Reads for a grouping until `stopped` is true; true: to the end.
-    using Read = std::function<bool(Grouping grouping, const std::function<bool()> &stopped)>;
+    // Reads for a grouping until it is cancelled; true: to the end.
+    using Read = std::function<bool(Grouping grouping, const CancellationToken &cancellation)>;
 
     // Says what the view is grouped by now. True: `run` is to be called on a thread of its
     // own. Any thread.

@@ -72,12 +72,12 @@ FillResult ListFiller::fill() {
 // left as it is, since whoever cancelled does not want to wait.
 void ListFiller::sort(Status &outcome) {
     try {
-        const auto isStopped = [this] { return stopped(); };
+        const CancellationToken cancellation = [this] { return stopped(); };
         const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
-            return sortValues(store, key, library_, fileOf, isStopped);
+            return sortValues(store, key, library_, fileOf, cancellation);
         };
-        if (!list_.sort(isStopped, valuesOf) && outcome.ok()) {
+        if (!list_.sort(cancellation, valuesOf) && outcome.ok()) {
             outcome = Status::cancelled();
         }
     } catch (const std::bad_alloc &) {

@@ -90,7 +90,7 @@ int ListSession::setStyle(const PageStyle &style) {
 
 void ListSession::readGroups() noexcept {
     try {
-        groupReading_.run([this](Grouping grouping, const std::function<bool()> &isStopped) {
+        groupReading_.run([this](Grouping grouping, const CancellationToken &cancellation) {
             events_->setGrouped(0);
             const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
             const auto publish = [this](FileGroups groups, std::int32_t known) {
@@ -101,7 +101,7 @@ void ListSession::readGroups() noexcept {
                 }
             };
             // Without the lock: nobody changes the store of a complete list.
-            return readFileGroups(list_->store(), grouping, library(), fileOf, isStopped, publish);
+            return readFileGroups(list_->store(), grouping, library(), fileOf, cancellation, publish);
         });
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The groups of list %d were not read: %s", handle_, failure.what());

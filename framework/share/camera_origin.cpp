@@ -29,19 +29,19 @@ std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<ListSession> list) {
     return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
 }
 
-Status CameraOrigin::begin(const Stopped &isStopped) {
-    stopped_ = isStopped;
+Status CameraOrigin::begin(const CancellationToken &cancellation) {
+    cancellation_ = cancellation;
     return attachedCamera(device_) ? Status() : Status::deviceRemoved("The camera is not attached any more.");
 }
 
 bool CameraOrigin::isThere() {
     const std::optional<Device> camera = attachedCamera(device_);
-    return camera && mrb::isThere(camera->camera, stopped_);
+    return camera && mrb::isThere(camera->camera, cancellation_);
 }
 
-Status CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+Status CameraOrigin::open(const ItemFacts &item, const CancellationToken &cancellation, File &file) {
     download_.reset();
-    stopped_ = isStopped;
+    cancellation_ = cancellation;
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
@@ -50,7 +50,7 @@ Status CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File 
     const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locate(item).url, outcome);
     CameraFileFacts facts;
     if (source) {
-        outcome = source->readFacts({isStopped}, facts);
+        outcome = source->readFacts({cancellation}, facts);
     }
     if (!outcome.ok()) {
         return about(name_, std::move(outcome));
@@ -61,7 +61,7 @@ Status CameraOrigin::open(const ItemFacts &item, const Stopped &isStopped, File 
     file.times[0].tv_nsec = UTIME_NOW;
     file.times[1].tv_nsec = facts.modified < 0 ? UTIME_NOW : 0;
     file.times[1].tv_sec = std::max<std::int64_t>(facts.modified, 0);
-    download_ = std::make_unique<CameraDownload>(*source, size_, isStopped);
+    download_ = std::make_unique<CameraDownload>(*source, size_, cancellation);
     return {};
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/cancellation.h"
 #include "camera_files/camera_download.h"
 #include "session/list_session.h"
 #include "share/origin.h"
@@ -18,15 +19,15 @@ class CameraOrigin final : public Origin {
     CameraOrigin(std::shared_ptr<ListSession> list, std::string device)
         : list_(std::move(list)), device_(std::move(device)) {}
 
-    Status begin(const Stopped &isStopped) override;
+    Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
-    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
   private:
     const std::shared_ptr<ListSession> list_;
     const std::string device_; // the camera's storage id
-    Stopped stopped_;
+    CancellationToken cancellation_;
     // Of the file that was opened last.
     std::unique_ptr<CameraDownload> download_;
     std::string name_;

@@ -25,12 +25,12 @@ std::string commonFolder(const std::string &one, const std::string &other) {
 }
 
 CopyPlan planCopy(const List &list, const Selection &selection, std::uint64_t block,
-                  const std::function<bool()> &stopped) {
+                  const CancellationToken &cancellation) {
     CopyPlan plan;
     plan.items = list.expand(selection);
     bool isFirst = true;
     for (const std::int32_t item : plan.items) {
-        if (stopped()) {
+        if (cancellation.isCancelled()) {
             break;
         }
         const ItemFacts facts = list.factsOf(item);

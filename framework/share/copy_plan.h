@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "list/list.h"
 
 namespace mrb {
@@ -19,9 +19,9 @@ struct CopyPlan {
 };
 
 // Plans the copy of a selection: of a folder with everything that the list holds in
-// it. `block` is the destination's, in bytes. Ends early when `stopped` becomes true.
+// it. `block` is the destination's, in bytes. Ends early when `cancellation` is cancelled.
 CopyPlan planCopy(const List &list, const Selection &selection, std::uint64_t block,
-                  const std::function<bool()> &stopped);
+                  const CancellationToken &cancellation);
 
 // The part of the path `folder` that both have; whole names only.
 std::string commonFolder(const std::string &one, const std::string &other);

@@ -4,7 +4,7 @@
 
 namespace mrb {
 
-Status FolderOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
+Status FolderOrigin::open(const ItemFacts &item, const CancellationToken & /*cancellation*/, File &file) {
     std::string path = item.folder;
     path.append(path.empty() ? "" : "/").append(item.name);
     if (item.type != MRB_ITEM_TYPE_FOLDER) {

@@ -33,7 +33,7 @@ std::string folderNameOf(std::string_view playlist) {
 
 } // namespace
 
-Status ListedOrigin::open(const ItemFacts &item, const Stopped & /*isStopped*/, File &file) {
+Status ListedOrigin::open(const ItemFacts &item, const CancellationToken & /*cancellation*/, File &file) {
     const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
         return notHere(item, list_->items().locate(item));

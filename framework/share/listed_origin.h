@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/cancellation.h"
 #include "session/list_session.h"
 #include "share/local_origin.h"
 
@@ -15,7 +16,7 @@ class ListedOrigin final : public LocalOrigin {
   public:
     explicit ListedOrigin(std::shared_ptr<ListSession> list) : LocalOrigin("/"), list_(std::move(list)) {}
 
-    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // Below playlists, the entries of one lie in a folder that is called as it is, without

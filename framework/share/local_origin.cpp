@@ -24,7 +24,7 @@ Status outcomeOfFile(int error, const std::string &name) {
 
 } // namespace
 
-Status LocalOrigin::begin(const Stopped & /*isStopped*/) {
+Status LocalOrigin::begin(const CancellationToken & /*cancellation*/) {
     int error = Place::open(root_, O_PATH, place_);
     const MountIdentity listed = mountOfRoot();
     if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {

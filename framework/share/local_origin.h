@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/cancellation.h"
 #include "base/mount_identity.h"
 #include "share/file_copy.h"
 #include "share/open_folders.h"
@@ -18,7 +19,7 @@ namespace mrb {
 // Origin is.
 class LocalOrigin : public Origin {
   public:
-    Status begin(const Stopped &isStopped) override;
+    Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override { return place_.isThere(); }
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 

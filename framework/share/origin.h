@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 #include "media/item.h"
 
@@ -18,8 +19,6 @@ namespace mrb {
 // called by its thread.
 class Origin {
   public:
-    using Stopped = std::function<bool()>;
-
     // What is known of a file that was opened.
     struct File {
         std::uint64_t size = 0; // bytes
@@ -42,12 +41,12 @@ class Origin {
     Origin &operator=(const Origin &) = delete;
 
     // Called once, before the others. MRB_ERR_DEVICE_REMOVED: it is gone.
-    virtual Status begin(const Stopped &isStopped) = 0;
+    virtual Status begin(const CancellationToken &cancellation) = 0;
     // Whether it is there as a whole, whatever became of one file.
     [[nodiscard]] virtual bool isThere() = 0;
 
     // Opens an item of the list; of a folder nothing is known but that it is there.
-    virtual Status open(const ItemFacts &item, const Stopped &isStopped, File &file) = 0;
+    virtual Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) = 0;
     // Copies the file that was opened last to an empty one. `moved` hears how many bytes
     // are there, again and again; false: stop.
     virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;

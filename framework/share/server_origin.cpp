@@ -51,14 +51,14 @@ std::string plainName(std::string_view title) {
 
 } // namespace
 
-Status ServerOrigin::begin(const Stopped &isStopped) {
-    isStopped_ = isStopped;
-    return server_.directories->connect(server_.id, isStopped, transfers_);
+Status ServerOrigin::begin(const CancellationToken &cancellation) {
+    cancellation_ = cancellation;
+    return server_.directories->connect(server_.id, cancellation, transfers_);
 }
 
 bool ServerOrigin::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
 
-Status ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File &file) {
+Status ServerOrigin::open(const ItemFacts &item, const CancellationToken &cancellation, File &file) {
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
@@ -68,7 +68,7 @@ Status ServerOrigin::open(const ItemFacts &item, const Stopped &isStopped, File 
         return Status::notSupported(name_ + ": the server says no address of it.");
     }
     dlna::Transfers::Promise promise;
-    Status outcome = transfers_->beginDownload(location.url, isStopped, promise);
+    Status outcome = transfers_->beginDownload(location.url, cancellation, promise);
     if (outcome.ok()) {
         outcome = compared(promise, item);
     }
@@ -102,7 +102,7 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
         end.stopped = !moved(end.bytes);
         return !end.stopped;
     };
-    Status outcome = transfers_->finishDownload(take, isStopped_);
+    Status outcome = transfers_->finishDownload(take, cancellation_);
     end.stopped = end.stopped || outcome.code == MRB_ERR_CANCELLED;
     if (end.stopped || end.destinationError != 0 || !end.outcome.ok()) {
         return end;
@@ -115,7 +115,7 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
 }
 
 Status ServerOrigin::judged(Status outcome) const {
-    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped_);
+    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), cancellation_);
     if (!outcome.ok()) {
         outcome.message = name_ + ": " + outcome.message;
     }

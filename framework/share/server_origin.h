@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/cancellation.h"
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
 #include "session/list_session.h"
@@ -20,9 +21,9 @@ class ServerOrigin final : public Origin {
     ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
         : list_(std::move(list)), server_(std::move(server)) {}
 
-    Status begin(const Stopped &isStopped) override;
+    Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
-    Status open(const ItemFacts &item, const Stopped &isStopped, File &file) override;
+    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // Titles as names that any file system takes.
@@ -35,7 +36,7 @@ class ServerOrigin final : public Origin {
     const std::shared_ptr<ListSession> list_;
     const dlna::DlnaService::Found server_;
     std::unique_ptr<dlna::Transfers> transfers_;
-    Stopped isStopped_;
+    CancellationToken cancellation_;
     // Of the file that was opened last.
     std::string name_;
     std::uint64_t most_ = 0; // bytes

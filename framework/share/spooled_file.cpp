@@ -21,7 +21,7 @@ std::string temporaryFolder() {
 
 } // namespace
 
-Status SpooledFile::fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped) {
+Status SpooledFile::fill(Origin &origin, const std::string &name, const CancellationToken &cancellation) {
     const std::string folder = temporaryFolder();
     const std::string about = name + ": a temporary file in " + folder;
     Place place;
@@ -32,7 +32,8 @@ Status SpooledFile::fill(Origin &origin, const std::string &name, const Origin::
     if (error != 0) {
         return Status::ofErrno(error, about);
     }
-    Origin::End end = origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !isStopped(); });
+    Origin::End end =
+        origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
     size_ = end.bytes;
     if (end.stopped) {
         return Status::cancelled();

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/cancellation.h"
 #include "share/new_file.h"
 #include "share/origin.h"
 
@@ -15,7 +16,7 @@ class SpooledFile {
   public:
     // Takes what `origin` opened last, which errors call `name`. MRB_ERR_CANCELLED: it was stopped;
     // MRB_ERR_NO_SPACE: the folder for temporary files (TMPDIR, else /var/tmp) has no room for it.
-    Status fill(Origin &origin, const std::string &name, const Origin::Stopped &isStopped);
+    Status fill(Origin &origin, const std::string &name, const CancellationToken &cancellation);
 
     [[nodiscard]] int number() const { return file_.number(); }
     [[nodiscard]] std::uint64_t size() const { return size_; } // bytes

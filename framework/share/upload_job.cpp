@@ -56,15 +56,15 @@ JobEnd UploadJob::run(JobListener &listener) {
 }
 
 UploadJob::Step UploadJob::begin(JobListener &listener) {
-    const auto isStopped = [&] { return listener.stopped(); };
-    plan_ = planCopy(list_->list(), selection_, 1, isStopped);
+    const CancellationToken cancellation = [&] { return listener.stopped(); };
+    plan_ = planCopy(list_->list(), selection_, 1, cancellation);
     listener.begins(plan_.files, plan_.bytes);
     if (listener.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    Status outcome = origin_->begin(isStopped);
+    Status outcome = origin_->begin(cancellation);
     if (outcome.ok()) {
-        outcome = server_.directories->connect(server_.id, isStopped, transfers_);
+        outcome = server_.directories->connect(server_.id, cancellation, transfers_);
     }
     if (!outcome.ok() && failed(outcome, "") == Step::GO_ON) {
         return end(MRB_EVENT_SHARE_FAILED);
@@ -73,7 +73,7 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
 }
 
 UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
-    const auto isStopped = [&] { return listener.stopped(); };
+    const CancellationToken cancellation = [&] { return listener.stopped(); };
     const MediaType *type = mediaTypeOf(item.name);
     const char *upnpClass = classOf(item.type);
     const std::string name = displayText(item.name);
@@ -81,7 +81,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
         return failed(Status::invalidParameter(name + " is nothing that DLNA servers take."), item.name);
     }
     Origin::File source;
-    if (Status outcome = origin_->open(item, isStopped, source); !outcome.ok()) {
+    if (Status outcome = origin_->open(item, cancellation, source); !outcome.ok()) {
         return failed(outcome, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
@@ -90,7 +90,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     file.descriptor = origin_->number();
     file.size = source.size;
     SpooledFile spooled;
-    Status outcome = file.descriptor < 0 ? fetch(name, isStopped, spooled, file) : Status();
+    Status outcome = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
         file.title.resize(dot); // servers tell titles, not names
@@ -101,8 +101,8 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     file.container = container_;
     if (outcome.ok()) {
         outcome = transfers_->upload(
-            file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, isStopped);
-        outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), isStopped);
+            file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, cancellation);
+        outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), cancellation);
         outcome.message.insert(0, name + ": ");
     }
     listener.fileEnds(outcome.ok());
@@ -115,9 +115,9 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
 }
 
 // A server reads a file in any order and again, a camera gives it once and slowly.
-Status UploadJob::fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+Status UploadJob::fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                         dlna::Upload &file) {
-    Status outcome = spooled.fill(*origin_, name, isStopped);
+    Status outcome = spooled.fill(*origin_, name, cancellation);
     file.descriptor = spooled.number();
     file.size = spooled.size();
     return outcome;

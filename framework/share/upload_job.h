@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/cancellation.h"
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
 #include "session/list_session.h"
@@ -32,7 +33,7 @@ class UploadJob final : public Job {
 
     Step begin(JobListener &listener);
     Step send(const ItemFacts &item, JobListener &listener);
-    Status fetch(const std::string &name, const Origin::Stopped &isStopped, SpooledFile &spooled,
+    Status fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                  dlna::Upload &file);
     Step failed(const Status &outcome, const std::string &name);
     Step end(int event);

@@ -26,8 +26,8 @@ bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
 // all of that from others, so none is asked before its answer matters.
 class CameraPicture {
   public:
-    CameraPicture(const DecodeRequest &request, const StopSign &stop, const std::function<Decode> &decode,
-                  const CameraFile &file, const CameraFileFacts &facts)
+    CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
+                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileFacts &facts)
         : request_(request), stop_(stop), decode_(decode), file_(file), size_(facts.size),
           width_(facts.width), height_(facts.height) {}
 
@@ -42,14 +42,14 @@ class CameraPicture {
         if (!endsAll(small.outcome)) {
             decodeWhole(decoded);
         }
-        if (!isPicture(decoded) && isPicture(small) && !stop_.isUp()) {
+        if (!isPicture(decoded) && isPicture(small) && !stop_.isCancelled()) {
             decoded = std::move(small);
         }
     }
 
   private:
     [[nodiscard]] CameraPatience patience() const {
-        return {[this] { return stop_.isUp(); }};
+        return {[this] { return stop_.isCancelled(); }};
     }
     [[nodiscard]] int type() const {
         const MediaType *named = mediaTypeOf(file_.name());
@@ -188,7 +188,7 @@ class CameraPicture {
     }
 
     const DecodeRequest &request_;
-    const StopSign &stop_;
+    const CancellationToken &stop_;
     const std::function<Decode> &decode_;
     const CameraFile &file_;
     const std::int64_t size_;
@@ -203,12 +203,12 @@ class CameraPicture {
 
 bool isOnCamera(const std::string &path) { return path.starts_with(CAMERA_URL_SCHEME); }
 
-void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
+void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded) {
     const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.outcome);
     CameraFileFacts facts;
     if (file) {
-        decoded.outcome = file->readFacts({[&stop] { return stop.isUp(); }}, facts);
+        decoded.outcome = file->readFacts({[&stop] { return stop.isCancelled(); }}, facts);
     }
     if (decoded.outcome.ok()) {
         const bool isKnown = facts.size >= 0 && facts.modified >= 0;
@@ -220,8 +220,8 @@ void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
         CameraPicture(request, stop, decode, *file, facts).make(decoded);
         decoded.source = identity;
     }
-    if (!decoded.outcome.ok() && stop.isUp()) {
-        decoded.outcome = stop.outcome();
+    if (!decoded.outcome.ok() && stop.isCancelled()) {
+        decoded.outcome = endOf(stop);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "base/cancellation.h"
 #include "thumbnail/decoding.h"
 #include "thumbnail/flash_cache.h"
 
@@ -15,7 +16,7 @@ bool isOnCamera(const std::string &path);
 // enough; else of the whole file, which is fetched when it is no longer than MOST_FETCHED;
 // and of the small picture all the same when that cannot be. `cache`, if any, is looked into first. Throws
 // nothing but what `decode` does, and std::bad_alloc.
-void decodeCameraPicture(const DecodeRequest &request, const StopSign &stop,
+void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded);
 
 inline constexpr std::size_t MOST_FETCHED = std::size_t{64} << 20;

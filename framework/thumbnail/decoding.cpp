@@ -5,6 +5,11 @@
 
 namespace mrb::thumbnail {
 
+Status endOf(const CancellationToken &cancellation) {
+    return cancellation.isTimedOut() ? Status::timedOut("Decoding took too long.")
+                                     : Status::cancelled("The request was cancelled.");
+}
+
 Image makeImage(int width, int height) {
     Image image;
     image.width = width;

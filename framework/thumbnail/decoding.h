@@ -1,13 +1,12 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/deleter.h"
 #include "base/result.h"
 
@@ -27,26 +26,8 @@ struct DecodeRequest {
     bool operator<(const DecodeRequest &other) const { return order() < other.order(); }
 };
 
-// Tells a decoder that nobody wants its work any more, or that it took too long.
-// Shared by the decoding thread, which alone calls begin, and any thread that raises it.
-class StopSign {
-  public:
-    using Clock = std::chrono::steady_clock;
-
-    void begin(Clock::duration limit) { deadline_ = Clock::now() + limit; }
-    void raise() { raised_.store(true, std::memory_order_relaxed); }
-    [[nodiscard]] bool raised() const { return raised_.load(std::memory_order_relaxed); }
-    // Asked often, so it must be cheap: a look at the clock.
-    [[nodiscard]] bool isUp() const { return raised() || Clock::now() >= deadline_; }
-    [[nodiscard]] Status outcome() const {
-        return raised() ? Status::cancelled("The request was cancelled.")
-                        : Status::timedOut("Decoding took too long.");
-    }
-
-  private:
-    std::atomic<bool> raised_{false};
-    Clock::time_point deadline_ = Clock::time_point::max();
-};
+// Why decoding ends early: the request was cancelled, or its time is over.
+Status endOf(const CancellationToken &cancellation);
 
 // Rows from top to bottom without gaps, four bytes a pixel: blue, green, red, alpha
 // (not multiplied in). From malloc, since clients free it.
@@ -82,7 +63,7 @@ struct Decoded {
 };
 
 // Decodes on the calling thread. Never throws; whatever happens is in the outcome.
-using Decode = void(const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+using Decode = void(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded);
 
 // Loads what the decoders would load with their first picture. Never throws.
 using StartDecoders = void();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
@@ -9,15 +10,16 @@ namespace mrb::thumbnail {
 // Its functions may be called from any thread.
 struct Films {
     // Frames of a video, spread over its running time.
-    Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+    Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                           Decoded &decoded);
 
     // A picture in a format that libav alone knows, such as BMP.
-    Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+    Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                           Decoded &decoded);
 
     // The picture file that a music file carries as its cover. MRB_ERR_NOT_FOUND: it has none.
-    Status (*readCover)(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
+    Status (*readCover)(const MediaFile &file, const std::string &path, const CancellationToken &stop,
+                        Bytes &cover);
 
     // Has libheif, which libvips reads HEIC files with, decode their pictures by libav: that
     // takes a fifth less time than libheif's usual decoder. For the whole process, as soon

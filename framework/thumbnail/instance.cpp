@@ -35,7 +35,7 @@ void endBeforeLibraries() {
     }
 }
 
-void decodeForReal(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+void decodeForReal(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     Decode &work = decoders();
     endBeforeLibraries();
     work(request, stop, decoded);

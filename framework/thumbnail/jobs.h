@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "thumbnail/request.h"
 
 namespace mrb::thumbnail {
@@ -18,7 +19,7 @@ struct Waiter {
 // The work for all those who want the same thing.
 struct Job {
     Request request;
-    StopSign stop;
+    CancellationSource stop;
     std::vector<Waiter> waiters; // the first who asked comes first
 };
 

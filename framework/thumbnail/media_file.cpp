@@ -34,7 +34,7 @@ Status MediaFile::open(const std::string &path) {
     return {};
 }
 
-Status MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) const {
+Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const {
     // The file's size is a hint: it may shrink meanwhile.
     count = std::min(count, identity_.size);
     auto have = static_cast<std::int64_t>(bytes.size());
@@ -50,14 +50,14 @@ Status MediaFile::read(std::int64_t count, const StopSign &stop, Bytes &bytes) c
             break;
         }
         have += std::max<ssize_t>(got, 0);
-        if (stop.isUp()) {
-            return stop.outcome();
+        if (stop.isCancelled()) {
+            return endOf(stop);
         }
     }
     return {};
 }
 
-Status MediaFile::readAll(const StopSign &stop, Bytes &bytes) const {
+Status MediaFile::readAll(const CancellationToken &stop, Bytes &bytes) const {
     if (identity_.size > MOST_FILE_BYTES) {
         return Status::outOfMemory("The picture's file is larger than those that are decoded.");
     }

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/descriptor.h"
 #include "thumbnail/decoding.h"
 
@@ -41,10 +42,10 @@ class MediaFile {
     [[nodiscard]] int number() const { return file_.number(); }
 
     // Appends the file's bytes to `bytes` until it holds the first `count` of them, or all.
-    Status read(std::int64_t count, const StopSign &stop, Bytes &bytes) const;
+    Status read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const;
 
     // The whole file, unless it is larger than pictures are.
-    Status readAll(const StopSign &stop, Bytes &bytes) const;
+    Status readAll(const CancellationToken &stop, Bytes &bytes) const;
 
   private:
     Descriptor file_;

@@ -6,7 +6,7 @@
 namespace mrb::thumbnail {
 namespace {
 
-using Provide = bool(const Request &request, const StopSign &stop, const PictureTools &tools,
+using Provide = bool(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                      Decoded &decoded);
 
 // One way to a picture.
@@ -20,38 +20,40 @@ bool isOnServer(const Request &request) { return request.isRemote; }
 bool isOfCamera(const Request &request) { return isOnCamera(request.decode.path); }
 bool isAny(const Request & /*request*/) { return true; }
 
-bool refuse(const Request &request, const StopSign & /*stop*/, const PictureTools & /*tools*/,
+bool refuse(const Request &request, const CancellationToken & /*stop*/, const PictureTools & /*tools*/,
             Decoded &decoded) {
     decoded.outcome.code = request.refusal;
     return true;
 }
 
-bool endStopped(const Request & /*request*/, const StopSign &stop, const PictureTools & /*tools*/,
+bool endStopped(const Request & /*request*/, const CancellationToken &stop, const PictureTools & /*tools*/,
                 Decoded &decoded) {
-    if (stop.raised()) {
-        decoded.outcome = stop.outcome();
+    if (!stop.isCancelled()) {
+        return false;
     }
-    return stop.raised();
+    decoded.outcome = endOf(stop);
+    return true;
 }
 
-bool fetchFromServer(const Request &request, const StopSign &stop, const PictureTools &tools,
+bool fetchFromServer(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                      Decoded &decoded) {
     decodeRemotePicture(request.decode, stop, tools.decode, decoded);
     return true;
 }
 
-bool readFromCamera(const Request &request, const StopSign &stop, const PictureTools &tools,
+bool readFromCamera(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                     Decoded &decoded) {
     decodeCameraPicture(request.decode, stop, tools.decode, tools.cache, decoded);
     return true;
 }
 
-bool findInCache(const Request &request, const StopSign & /*stop*/, const PictureTools &tools,
+bool findInCache(const Request &request, const CancellationToken & /*stop*/, const PictureTools &tools,
                  Decoded &decoded) {
     return tools.cache != nullptr && tools.cache->find(request.decode, decoded);
 }
 
-bool decodeFile(const Request &request, const StopSign &stop, const PictureTools &tools, Decoded &decoded) {
+bool decodeFile(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+                Decoded &decoded) {
     tools.decode(request.decode, stop, decoded);
     return true;
 }
@@ -66,7 +68,7 @@ constexpr Provider PROVIDERS[] = {
 
 } // namespace
 
-void providePicture(const Request &request, const StopSign &stop, const PictureTools &tools,
+void providePicture(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                     Decoded &decoded) {
     for (const Provider &provider : PROVIDERS) {
         if (provider.applies(request) && provider.provide(request, stop, tools, decoded)) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "base/cancellation.h"
 #include "thumbnail/decoding.h"
 #include "thumbnail/flash_cache.h"
 #include "thumbnail/request.h"
@@ -17,7 +18,7 @@ struct PictureTools {
 // Serves a request by the first provider that can: see the table. Waits for devices and
 // servers until `stop` is up; whatever happens is in the outcome. Throws nothing but what
 // `tools.decode` does, and std::bad_alloc. A thread of the service.
-void providePicture(const Request &request, const StopSign &stop, const PictureTools &tools,
+void providePicture(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                     Decoded &decoded);
 
 } // namespace mrb::thumbnail

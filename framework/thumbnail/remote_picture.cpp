@@ -8,7 +8,7 @@
 
 namespace mrb::thumbnail {
 
-void decodeRemotePicture(const DecodeRequest &request, const StopSign &stop,
+void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, Decoded &decoded) {
     const std::shared_ptr<dlna::Directories> directories = dlna::DlnaService::instance().directories();
     if (!directories) {
@@ -17,7 +17,7 @@ void decodeRemotePicture(const DecodeRequest &request, const StopSign &stop,
     }
     std::string bytes;
     decoded.outcome = directories->fetch(
-        request.path, MOST_REMOTE_BYTES, REMOTE_PATIENCE, [&stop] { return stop.isUp(); }, bytes);
+        request.path, MOST_REMOTE_BYTES, REMOTE_PATIENCE, [&stop] { return stop.isCancelled(); }, bytes);
     MemoryFile file;
     if (decoded.outcome.ok()) {
         decoded.outcome = file.write(bytes);

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "base/cancellation.h"
 #include "thumbnail/decoding.h"
 
 namespace mrb::thumbnail {
@@ -9,7 +10,7 @@ namespace mrb::thumbnail {
 // Fetches the picture whose URL is the request's path from a DLNA server, and has it
 // decoded. Waits for the server, but no longer than REMOTE_PATIENCE. Never throws
 // anything but what `decode` does, and std::bad_alloc.
-void decodeRemotePicture(const DecodeRequest &request, const StopSign &stop,
+void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, Decoded &decoded);
 
 inline constexpr auto REMOTE_PATIENCE = std::chrono::seconds(10);

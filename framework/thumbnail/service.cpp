@@ -118,7 +118,7 @@ void ThumbnailService::work() {
 }
 
 void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded) {
-    job.stop.begin(DECODE_LIMIT);
+    job.stop.cancelAfter(DECODE_LIMIT);
     const std::shared_ptr<FlashCache> cache = request.useCache ? flashCache_.cache() : nullptr;
     try {
         providePicture(request, job.stop, {decoder_, cache.get()}, decoded);
@@ -128,7 +128,7 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
         MRB_LOG_ERROR("The thumbnail service failed: %s", failure.what());
         decoded.outcome = Status::notInitialized(failure.what());
     }
-    if (!decoded.outcome.ok() && !decoded.outcome.message.empty() && !job.stop.raised()) {
+    if (!decoded.outcome.ok() && !decoded.outcome.message.empty() && !job.stop.isCancelled()) {
         MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(),
                         decoded.outcome.message.c_str());
     }

@@ -69,13 +69,15 @@ GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
     gp_context_set_cancel_func(
         context_.get(),
         [](GPContext *, void *self) {
-            return static_cast<GphotoCamera *>(self)->isStopped() ? GP_CONTEXT_FEEDBACK_CANCEL
-                                                                  : GP_CONTEXT_FEEDBACK_OK;
+            return static_cast<GphotoCamera *>(self)->cancellation_.isCancelled() ? GP_CONTEXT_FEEDBACK_CANCEL
+                                                                                  : GP_CONTEXT_FEEDBACK_OK;
         },
         this);
     gp_context_set_progress_funcs(
         context_.get(), [](GPContext *, float, const char *, void *) { return 0U; },
-        [](GPContext *, unsigned, float, void *self) { static_cast<GphotoCamera *>(self)->isStopped(); },
+        [](GPContext *, unsigned, float, void *self) { // Asked for itself: that is the sign.
+            static_cast<void>(static_cast<GphotoCamera *>(self)->cancellation_.isCancelled());
+        },
         [](GPContext *, unsigned, void *) {}, this);
 }
 

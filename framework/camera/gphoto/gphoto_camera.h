@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/cancellation.h"
 #include "camera/gphoto/gphoto_library.h"
 
 namespace mrb {
@@ -18,7 +19,7 @@ class GphotoCamera final : public Camera {
     GphotoCamera(Handle camera, std::mutex &loading);
     ~GphotoCamera() override;
 
-    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
+    void cancelWith(CancellationToken cancellation) override { cancellation_ = std::move(cancellation); }
     Status readSizes(CameraSizes &sizes) override;
     Status listFiles(const std::string &folder, std::vector<std::string> &names) override;
     Status listFolders(const std::string &folder, std::vector<std::string> &names) override;
@@ -44,9 +45,8 @@ class GphotoCamera final : public Camera {
     Status readWhole(const CameraPath &file, const Take &take);
     using ListNames = int(::Camera *, const char *, CameraList *, GPContext *);
     Status list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names);
-    bool isStopped() { return isStopped_ && isStopped_(); }
 
-    IsStopped isStopped_;
+    CancellationToken cancellation_;
     Receiver receiver_;
     const GphotoContext context_{gp_context_new()};
     std::mutex &loading_;

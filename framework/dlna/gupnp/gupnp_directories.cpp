@@ -56,11 +56,12 @@ class GupnpDirectories::NextPage final : public Ahead {
     std::shared_ptr<Pending> pending_;
 };
 
-Status GupnpDirectories::ask(const Question &question, const std::function<bool()> &isStopped, Page &page) {
+Status GupnpDirectories::ask(const Question &question, const CancellationToken &cancellation, Page &page) {
     // Whatever came with a page of these directories is one of theirs.
     const auto next = std::static_pointer_cast<NextPage>(question.ahead);
     std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
-    const Reply reply = await(pending ? std::move(pending) : begin(question), question.patience, isStopped);
+    const Reply reply =
+        await(pending ? std::move(pending) : begin(question), question.patience, cancellation);
     if (question.isFollowed && reply.outcome.ok()) {
         page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // while this one is read
     }
@@ -68,16 +69,16 @@ Status GupnpDirectories::ask(const Question &question, const std::function<bool(
 }
 
 Status GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                               const std::function<bool()> &isStopped, std::string &bytes) {
+                               const CancellationToken &cancellation, std::string &bytes) {
     const auto begin = [this, url, most](std::shared_ptr<Pending> pending) {
         beginFetch(url, most, std::move(pending));
     };
-    Reply reply = await(this->begin(begin), patience, isStopped);
+    Reply reply = await(this->begin(begin), patience, cancellation);
     bytes = std::move(reply.body);
     return reply.outcome.ok() ? outcomeOfStatus(reply.status) : reply.outcome;
 }
 
-Status GupnpDirectories::connect(const std::string &server, const std::function<bool()> &isStopped,
+Status GupnpDirectories::connect(const std::string &server, const CancellationToken &cancellation,
                                  std::unique_ptr<Transfers> &transfers) {
     // Nobody is asked for that: it is there at once, unless the network's thread is busy.
     constexpr auto LONGEST = std::chrono::seconds(10);
@@ -85,7 +86,7 @@ Status GupnpDirectories::connect(const std::string &server, const std::function<
     const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
         pending->finish({findService(server, *place), 0, {}});
     };
-    Status outcome = await(this->begin(begin), LONGEST, isStopped).outcome;
+    Status outcome = await(this->begin(begin), LONGEST, cancellation).outcome;
     if (outcome.ok()) {
         transfers = std::make_unique<GupnpTransfers>(server, *place);
     }
@@ -105,11 +106,11 @@ std::shared_ptr<Pending> GupnpDirectories::begin(const Question &question) {
 }
 
 Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
-                              const std::function<bool()> &isStopped) {
+                              const CancellationToken &cancellation) {
     if (!pending) {
         return {gone(), 0, {}};
     }
-    Reply reply = pending->await(patience, isStopped);
+    Reply reply = pending->await(patience, cancellation);
     if (reply.outcome.code == MRB_ERR_CANCELLED || reply.outcome.code == MRB_ERR_TIMEOUT) {
         abandon(pending);
     }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/cancellation.h"
 #include "dlna/directories.h"
 #include "dlna/gupnp/exchanges.h"
 #include "dlna/gupnp/gupnp_transfers.h"
@@ -24,10 +25,10 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     ~GupnpDirectories() override { g_main_context_unref(context_); }
 
     // Any thread but the network's.
-    Status ask(const Question &question, const std::function<bool()> &isStopped, Page &page) override;
+    Status ask(const Question &question, const CancellationToken &cancellation, Page &page) override;
     Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                 const std::function<bool()> &isStopped, std::string &bytes) override;
-    Status connect(const std::string &server, const std::function<bool()> &isStopped,
+                 const CancellationToken &cancellation, std::string &bytes) override;
+    Status connect(const std::string &server, const CancellationToken &cancellation,
                    std::unique_ptr<Transfers> &transfers) override;
 
     // The network's thread: from now on servers can be asked, as long as the table lives.
@@ -51,7 +52,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     std::shared_ptr<Pending> begin(const Question &question);
     // Waits for the reply to that.
     Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
-                const std::function<bool()> &isStopped);
+                const CancellationToken &cancellation);
     void abandon(std::shared_ptr<Pending> pending);
     // These on the network's thread.
     Status findService(const std::string &server, ServicePlace &place);

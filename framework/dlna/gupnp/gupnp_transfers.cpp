@@ -44,11 +44,11 @@ Status GupnpTransfers::makeRequest(const char *method, const std::string &url, R
     return {};
 }
 
-Status GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pace &pace) {
+Status GupnpTransfers::send(Request &request, const CancellationToken &cancellation, const Pace &pace) {
     Object<GAsyncResult> result;
     soup_session_send_async(session_->get(), request.message.get(), G_PRIORITY_DEFAULT,
                             request.cancellable.get(), OwnLoop::onReady, &result);
-    Status outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+    Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
     GError *error = nullptr;
     request.stream.reset(soup_session_send_finish(session_->get(), result.get(), &error));
     const Error owned(error);
@@ -58,13 +58,14 @@ Status GupnpTransfers::send(Request &request, const Stopped &isStopped, const Pa
     return request.stream ? Status() : outcomeOfError(*error);
 }
 
-Status GupnpTransfers::beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) {
+Status GupnpTransfers::beginDownload(const std::string &url, const CancellationToken &cancellation,
+                                     Promise &promise) {
     const OwnLoop::Turn turn(loop_);
     download_.reset();
     Request request;
     Status outcome = makeRequest(SOUP_METHOD_GET, url, request);
     if (outcome.ok()) {
-        outcome = send(request, isStopped, Pace());
+        outcome = send(request, cancellation, Pace());
     }
     if (outcome.ok()) {
         outcome = outcomeOfStatus(soup_message_get_status(request.message.get()));
@@ -84,7 +85,7 @@ Status GupnpTransfers::beginDownload(const std::string &url, const Stopped &isSt
     return outcome;
 }
 
-Status GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped) {
+Status GupnpTransfers::finishDownload(const Take &take, const CancellationToken &cancellation) {
     const OwnLoop::Turn turn(loop_);
     if (!download_) {
         return Status::notFound("No download was begun.");
@@ -98,7 +99,7 @@ Status GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped
         Object<GAsyncResult> result;
         g_input_stream_read_async(request.stream.get(), part.data(), part.size(), G_PRIORITY_DEFAULT,
                                   request.cancellable.get(), OwnLoop::onReady, &result);
-        Status outcome = loop_.await(result, request.cancellable.get(), isStopped, pace);
+        Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
         GError *error = nullptr;
         const gssize size = g_input_stream_read_finish(request.stream.get(), result.get(), &error);
         const Error owned(error);
@@ -115,14 +116,14 @@ Status GupnpTransfers::finishDownload(const Take &take, const Stopped &isStopped
     }
 }
 
-Status GupnpTransfers::call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
-                            Answer &answer) {
+Status GupnpTransfers::call(const std::string &action, const Arguments &arguments,
+                            const CancellationToken &cancellation, Answer &answer) {
     const auto pending = std::make_shared<Pending>();
     exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
                        envelopeOf(action, arguments, place_.type), Directories::MOST_BYTES},
                       pending);
     const auto isFinished = [&] { return pending->isFinished(); };
-    Status outcome = loop_.runUntil(isFinished, isStopped, Pace());
+    Status outcome = loop_.runUntil(isFinished, cancellation, Pace());
     if (!outcome.ok()) {
         exchanges_->abandon(*pending);
         return outcome;

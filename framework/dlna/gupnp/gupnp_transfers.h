@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "dlna/gupnp/exchanges.h"
 #include "dlna/gupnp/own_loop.h"
 #include "dlna/gupnp/session.h"
@@ -35,9 +36,10 @@ class GupnpTransfers final : public Transfers {
     GupnpTransfers(std::string server, ServicePlace place);
     ~GupnpTransfers() override;
 
-    Status beginDownload(const std::string &url, const Stopped &isStopped, Promise &promise) override;
-    Status finishDownload(const Take &take, const Stopped &isStopped) override;
-    Status upload(const Upload &file, const Moved &moved, const Stopped &isStopped) override;
+    Status beginDownload(const std::string &url, const CancellationToken &cancellation,
+                         Promise &promise) override;
+    Status finishDownload(const Take &take, const CancellationToken &cancellation) override;
+    Status upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) override;
 
   private:
     // An object that the server made for a file.
@@ -53,14 +55,16 @@ class GupnpTransfers final : public Transfers {
     };
 
     Status makeRequest(const char *method, const std::string &url, Request &request) const;
-    Status send(Request &request, const Stopped &isStopped, const Pace &pace);
-    Status call(const std::string &action, const Arguments &arguments, const Stopped &isStopped,
+    Status send(Request &request, const CancellationToken &cancellation, const Pace &pace);
+    Status call(const std::string &action, const Arguments &arguments, const CancellationToken &cancellation,
                 Answer &answer);
-    Status create(const Upload &file, const Stopped &isStopped, Created &created);
-    Status import(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+    Status create(const Upload &file, const CancellationToken &cancellation, Created &created);
+    Status import(const Upload &file, const Created &created, const Moved &moved,
+                  const CancellationToken &cancellation);
     Status follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
-                  const Stopped &isStopped);
-    Status post(const Upload &file, const Created &created, const Moved &moved, const Stopped &isStopped);
+                  const CancellationToken &cancellation);
+    Status post(const Upload &file, const Created &created, const Moved &moved,
+                const CancellationToken &cancellation);
     void destroy(const Created &created);
     [[nodiscard]] bool isOfServer(const std::string &url) const;
 

@@ -18,10 +18,10 @@ void Pace::moved(std::uint64_t bytes) {
 
 void Pace::excuse(steady_clock::time_point since) { since_ += steady_clock::now() - since; }
 
-Status OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace) {
+Status OwnLoop::runUntil(const Condition &isDone, const CancellationToken &cancellation, const Pace &pace) {
     const Source timer = wakeUps(context_);
     while (!isDone()) {
-        if (isStopped()) {
+        if (cancellation.isCancelled()) {
             return Status::cancelled();
         }
         if (pace.isTooSlow()) {
@@ -33,8 +33,8 @@ Status OwnLoop::runUntil(const Condition &isDone, const Condition &isStopped, co
 }
 
 Status OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
-                      const Condition &isStopped, const Pace &pace) {
-    Status outcome = runUntil([&] { return result != nullptr; }, isStopped, pace);
+                      const CancellationToken &cancellation, const Pace &pace) {
+    Status outcome = runUntil([&] { return result != nullptr; }, cancellation, pace);
     if (!result) {
         g_cancellable_cancel(cancellable);
         while (!result) {

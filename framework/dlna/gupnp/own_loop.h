@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 #include "dlna/gupnp/gobject.h"
 
@@ -53,13 +54,13 @@ class OwnLoop {
 
     using Condition = std::function<bool()>;
 
-    // These in a turn. Runs until `isDone`, or soon after `isStopped` with MRB_ERR_CANCELLED,
+    // These in a turn. Runs until `isDone`, or soon after it is cancelled with MRB_ERR_CANCELLED,
     // or with MRB_ERR_TIMEOUT when it goes on too slowly.
-    Status runUntil(const Condition &isDone, const Condition &isStopped, const Pace &pace);
+    Status runUntil(const Condition &isDone, const CancellationToken &cancellation, const Pace &pace);
     // Waits for an operation that was begun with onReady and `result`. One that is given up
     // is cancelled, and has ended all the same.
-    Status await(const Object<GAsyncResult> &result, GCancellable *cancellable, const Condition &isStopped,
-                 const Pace &pace);
+    Status await(const Object<GAsyncResult> &result, GCancellable *cancellable,
+                 const CancellationToken &cancellation, const Pace &pace);
     static void onReady(GObject *source, GAsyncResult *result, void *holder);
 
   private:

@@ -16,14 +16,14 @@ bool Pending::isFinished() const {
     return reply_.has_value();
 }
 
-Reply Pending::await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped) {
+Reply Pending::await(std::chrono::milliseconds patience, const CancellationToken &cancellation) {
     using std::chrono::steady_clock;
     // Whoever stops does not say so here.
     constexpr auto GLANCE = std::chrono::milliseconds(15);
     const auto deadline = steady_clock::now() + patience;
     std::unique_lock guard(lock_);
     while (!reply_) {
-        if (isStopped()) {
+        if (cancellation.isCancelled()) {
             return {Status::cancelled(), 0, {}};
         }
         const auto now = steady_clock::now();

@@ -2,11 +2,11 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 
 namespace mrb::dlna {
@@ -28,8 +28,8 @@ class Pending {
     [[nodiscard]] bool isFinished() const;
 
     // Returns with the reply, with MRB_ERR_TIMEOUT at the end of the patience, or soon
-    // after `isStopped` became true with MRB_ERR_CANCELLED. One thread, once.
-    Reply await(std::chrono::milliseconds patience, const std::function<bool()> &isStopped);
+    // after `cancellation` is cancelled with MRB_ERR_CANCELLED. One thread, once.
+    Reply await(std::chrono::milliseconds patience, const CancellationToken &cancellation);
 
   private:
     mutable std::mutex lock_; // guards what follows

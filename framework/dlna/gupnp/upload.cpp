@@ -49,10 +49,10 @@ void countPosted(SoupMessage * /*message*/, guint bytes, std::uint64_t *posted) 
 
 } // namespace
 
-Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stopped &isStopped) {
+Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) {
     const OwnLoop::Turn turn(loop_);
     Created created;
-    Status outcome = create(file, isStopped, created);
+    Status outcome = create(file, cancellation, created);
     if (!outcome.ok()) {
         return outcome;
     }
@@ -67,9 +67,9 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stop
             most = std::max(most, bytes);
             moved(most);
         };
-        outcome = import(file, created, forward, isStopped);
+        outcome = import(file, created, forward, cancellation);
         if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-            outcome = post(file, created, forward, isStopped);
+            outcome = post(file, created, forward, cancellation);
         }
     }
     if (!outcome.ok()) {
@@ -78,11 +78,11 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Stop
     return outcome;
 }
 
-Status GupnpTransfers::create(const Upload &file, const Stopped &isStopped, Created &created) {
+Status GupnpTransfers::create(const Upload &file, const CancellationToken &cancellation, Created &created) {
     const std::string container = file.container.empty() ? ANY_CONTAINER : file.container;
     Answer answer;
     Status outcome = call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}},
-                          isStopped, answer);
+                          cancellation, answer);
     if (!outcome.ok()) {
         return outcome;
     }
@@ -96,7 +96,7 @@ Status GupnpTransfers::create(const Upload &file, const Stopped &isStopped, Crea
 }
 
 Status GupnpTransfers::import(const Upload &file, const Created &created, const Moved &moved,
-                              const Stopped &isStopped) {
+                              const CancellationToken &cancellation) {
     OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, place_.here,
                         place_.host);
     if (offered.url().empty()) {
@@ -105,13 +105,13 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
     Answer answer;
     Status outcome =
         call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
-             isStopped, answer);
+             cancellation, answer);
     if (!outcome.ok()) {
         // One that refuses that may still have the file sent to it.
         return answer.isRefusal ? Status::notSupported(std::move(outcome.message)) : outcome;
     }
     const std::string transfer = answer.text("TransferID");
-    outcome = follow(transfer, offered, moved, isStopped);
+    outcome = follow(transfer, offered, moved, cancellation);
     if (!outcome.ok()) {
         const auto until = steady_clock::now() + CLEANING;
         // The transfer has failed; whether the server cleans up changes nothing in that.
@@ -124,19 +124,19 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
 
 // A server may say whatever it likes: it has the file when it says so and has fetched it.
 Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
-                              const Stopped &isStopped) {
+                              const CancellationToken &cancellation) {
     Pace pace;
     for (;;) {
         const auto until = steady_clock::now() + POLL_PAUSE;
         const auto isOver = [&] { return offered.isBroken() || steady_clock::now() >= until; };
-        Status outcome = loop_.runUntil(isOver, isStopped, pace);
+        Status outcome = loop_.runUntil(isOver, cancellation, pace);
         if (!outcome.ok() || offered.isBroken()) {
             return outcome;
         }
         moved(offered.sent());
         pace.moved(offered.sent());
         Answer answer;
-        outcome = call("GetTransferProgress", {{"TransferID", transfer}}, isStopped, answer);
+        outcome = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, answer);
         if (answer.isRefusal && offered.isFetched()) {
             return {}; // it does not tell, or has forgotten what is over
         }
@@ -149,7 +149,7 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
             // Only what was fetched counts, also where this is stopped.
-            static_cast<void>(loop_.runUntil(isKnown, isStopped, pace));
+            static_cast<void>(loop_.runUntil(isKnown, cancellation, pace));
             return offered.isFetched()
                        ? Status()
                        : Status::protocolError("The server says that it has a file that it did not fetch.");
@@ -161,7 +161,7 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
 }
 
 Status GupnpTransfers::post(const Upload &file, const Created &created, const Moved &moved,
-                            const Stopped &isStopped) {
+                            const CancellationToken &cancellation) {
     if (lseek(file.descriptor, 0, SEEK_SET) != 0) {
         return unreadable(file.title);
     }
@@ -179,7 +179,7 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
     const auto look = [&] {
         moved(posted);
         pace.moved(posted);
-        return isStopped();
+        return cancellation.isCancelled();
     };
     outcome = send(request, look, pace);
     g_signal_handlers_disconnect_by_data(request.message.get(), &posted);

@@ -232,14 +232,15 @@ Status DirectoryScan::ask(const Question &question, Page &page) {
     Question whole = question;
     whole.server = place_.server;
     whole.patience = place_.patience;
-    const auto isStopped = [this] { return sink_.stopped(); };
-    Status outcome = place_.directories.ask(whole, isStopped, page);
+    const CancellationToken cancellation = [this] { return sink_.stopped(); };
+    Status outcome = place_.directories.ask(whole, cancellation, page);
     whole.ahead.reset();
     const bool isSearch = question.kind == Question::Kind::SEARCH;
     for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
         rest();
         page = {};
-        outcome = isStopped() ? Status::cancelled() : place_.directories.ask(whole, isStopped, page);
+        outcome = cancellation.isCancelled() ? Status::cancelled()
+                                             : place_.directories.ask(whole, cancellation, page);
     }
     return outcome;
 }

@@ -42,7 +42,7 @@ std::int64_t orUnknown(std::int64_t number) { return number == CameraFileFacts::
 
 CameraScan::CameraScan(ItemSink &sink, CameraAddress address, std::string device)
     : sink_(sink), address_(std::move(address)), device_(std::move(device)),
-      stopped_([&sink] { return sink.stopped(); }), order_(sink) {}
+      cancellation_([&sink] { return sink.stopped(); }), order_(sink) {}
 
 FillResult CameraScan::run(const std::string &root) {
     CameraService::instance().refresh(address_);
@@ -53,7 +53,7 @@ FillResult CameraScan::run(const std::string &root) {
         step = sink_.stopped() ? end(Status::cancelled()) : visit(next);
     }
     // One that is pulled out may look like one that is empty.
-    if (step == Step::GO_ON && !isThere(address_, stopped_)) {
+    if (step == Step::GO_ON && !isThere(address_, cancellation_)) {
         end(Status::deviceRemoved("The camera was removed while it was read."));
     }
     return std::move(result_);
@@ -95,7 +95,7 @@ Status CameraScan::readNames(const std::string &path) {
             Status listed = camera.listFiles(path, names->files);
             return listed.ok() ? camera.listFolders(path, names->folders) : listed;
         },
-        stopped_);
+        cancellation_);
     if (!outcome.ok()) {
         return outcome;
     }
@@ -139,7 +139,7 @@ Status CameraScan::readFacts(const std::string &path, const std::vector<std::str
             told->isComplete = true;
             return last; // which may be that the camera leaves
         },
-        stopped_);
+        cancellation_);
     const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
     if (told->isComplete && !isEnd) {
         facts = std::move(told->facts);

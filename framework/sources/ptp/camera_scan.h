@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "camera/camera_service.h"
 #include "sources/folder/folder_contents.h"
 #include "sources/folder/folder_order.h"
@@ -50,7 +51,7 @@ class CameraScan {
     ItemSink &sink_;
     const CameraAddress address_;
     const std::string device_;
-    const CameraService::IsStopped stopped_;
+    const CancellationToken cancellation_;
     FolderOrder order_;
     // Of the folder that is being read.
     FolderContents files_;

@@ -22,14 +22,14 @@ int typeOf(const DecodeRequest &request) {
     return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
 }
 
-Status decodeCover(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodeCover(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     Bytes cover;
     Status outcome = films().readCover(file, request.path, stop, cover);
     return outcome.ok() ? decodePicture(cover, request, stop, decoded) : outcome;
 }
 
-Status decodeFile(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeFile(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     MediaFile file;
     Status opened = file.open(request.path);
     decoded.source = file.identity();
@@ -56,7 +56,7 @@ void mrb_start_decoders() {
     static_cast<void>(useVips()); // each picture gets the same failure again
 }
 
-void mrb_decode_thumbnail(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+void mrb_decode_thumbnail(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     decoded = {};
     try {
         decoded.outcome = decodeFile(request, stop, decoded);

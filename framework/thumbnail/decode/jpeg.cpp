@@ -111,14 +111,14 @@ Status Decoder::decode(Size target, Pixels &pixels) {
 
 // Decodes to the size that a picture of `original` pixels has in the box.
 Status decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
-                const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+                const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     const int applied = request.orientation != 0 ? request.orientation : orientation;
     const Size target = fit(original, turned({request.width, request.height}, applied));
     Scratch memory;
     Pixels pixels{*memory};
     Status outcome = decoder.decode(target, pixels);
-    if (outcome.ok() && stop.isUp()) {
-        outcome = stop.outcome();
+    if (outcome.ok() && stop.isCancelled()) {
+        outcome = endOf(stop);
     }
     Image image;
     if (outcome.ok()) {
@@ -141,7 +141,8 @@ bool sameProportions(Size small, Size large) {
 
 } // namespace
 
-Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                  Decoded &decoded) {
     Decoder decoder(data);
     const JpegSegments segments = readJpegSegments(data);
     if (!decoder.readHeader()) {
@@ -158,7 +159,8 @@ Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const StopSign &s
                     stop, decoded);
 }
 
-bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const CancellationToken &stop,
+                    Decoded &decoded) {
     const JpegSegments segments = readJpegSegments(head);
     const ExifFacts exif = readExif(segments.exif);
     Decoder whole(head);

@@ -14,7 +14,8 @@ constexpr std::int64_t HEAD_BYTES = 128 << 10;
 
 } // namespace
 
-Status decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                     Decoded &decoded) {
     if (isJpeg(data)) {
         return decodeJpeg(data, request, stop, decoded);
     }
@@ -22,7 +23,7 @@ Status decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign
                              : decodeWithVips(data, request, stop, decoded);
 }
 
-Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                          Decoded &decoded) {
     Scratch memory;
     Bytes &data = *memory;

@@ -1,15 +1,17 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/decode/jpeg_segments.h"
 #include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {
 
 // Decodes a picture file to one image.
-Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                          Decoded &decoded);
 
 // The same for a picture in memory, such as the cover in a piece of music.
-Status decodePicture(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                     Decoded &decoded);
 
 } // namespace mrb::thumbnail

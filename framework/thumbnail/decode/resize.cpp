@@ -44,7 +44,7 @@ bool scale(VipsPicture &picture, bool hasAlpha, double width, double height) {
 
 } // namespace
 
-Status resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image) {
+Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, Image &image) {
     if (Status ready = useVips(); !ready.ok()) {
         return ready;
     }

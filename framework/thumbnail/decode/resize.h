@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/decoding.h"
 #include "thumbnail/fit.h"
 #include "thumbnail/media_file.h"
@@ -16,6 +17,6 @@ struct Pixels {
 
 // Makes the image of exactly this size, whose proportions may differ by a rounded pixel
 // from the picture's.
-Status resize(const Pixels &pixels, Size target, const StopSign &stop, Image &image);
+Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, Image &image);
 
 } // namespace mrb::thumbnail

@@ -44,7 +44,7 @@ struct ThreadEnd {
 };
 
 void stopWhenAsked(VipsImage *image, VipsProgress * /*progress*/, gpointer data) {
-    if (static_cast<const StopSign *>(data)->isUp()) {
+    if (static_cast<const CancellationToken *>(data)->isCancelled()) {
         vips_image_set_kill(image, TRUE);
     }
 }
@@ -101,19 +101,20 @@ Status vipsFailure() {
     return Status::corrupt("The picture is damaged: " + text);
 }
 
-Status render(VipsPicture picture, const StopSign &stop, Image &image) {
+Status render(VipsPicture picture, const CancellationToken &stop, Image &image) {
     if (!toScreenColours(picture)) {
         return vipsFailure();
     }
     vips_image_set_progress(picture.get(), TRUE);
     // The handler goes with the picture, which ends here; the sign is only read.
-    g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked), const_cast<StopSign *>(&stop));
+    g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked),
+                     const_cast<CancellationToken *>(&stop));
     std::size_t size = 0;
     const std::unique_ptr<unsigned char, Deleter<g_free>> memory(
         static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)));
     if (!memory) {
         const Status failure = vipsFailure();
-        return stop.isUp() ? stop.outcome() : failure;
+        return stop.isCancelled() ? endOf(stop) : failure;
     }
     const int bands = vips_image_get_bands(picture.get());
     if (bands < 3) {

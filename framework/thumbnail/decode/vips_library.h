@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/deleter.h"
 #include "base/result.h"
 #include "thumbnail/decoding.h"
@@ -24,6 +25,6 @@ Status vipsFailure();
 
 // Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its
 // colours were. Throws std::bad_alloc.
-Status render(VipsPicture picture, const StopSign &stop, Image &image);
+Status render(VipsPicture picture, const CancellationToken &stop, Image &image);
 
 } // namespace mrb::thumbnail

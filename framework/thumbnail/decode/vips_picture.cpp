@@ -55,7 +55,8 @@ VipsPicture readScaled(ByteSpan data, Size target) {
 
 } // namespace
 
-Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                      Decoded &decoded) {
     if (Status ready = useVips(); !ready.ok()) {
         return ready;
     }

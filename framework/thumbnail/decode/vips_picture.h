@@ -1,11 +1,13 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/decode/jpeg_segments.h"
 
 namespace mrb::thumbnail {
 
 // Decodes a PNG, WebP, GIF, TIFF, HEIC, AVIF or JPEG XL file; of several pictures the
 // first. MRB_ERR_NOT_SUPPORTED: the data are none of these.
-Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                      Decoded &decoded);
 
 } // namespace mrb::thumbnail

@@ -43,13 +43,13 @@ Size marginSize(Size size, Size target) {
 }
 
 // In steps, between which the sign is looked at.
-Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const StopSign &stop) {
+Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const CancellationToken &stop) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
     const std::unique_ptr<WebPIDecoder, Deleter<WebPIDelete>> decoder(WebPIDecode(nullptr, 0, &config));
     VP8StatusCode status = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
     for (std::size_t known = 0; status == VP8_STATUS_SUSPENDED && known < data.size();) {
-        if (stop.isUp()) {
-            return stop.outcome();
+        if (stop.isCancelled()) {
+            return endOf(stop);
         }
         known = std::min(data.size(), known + STEP_BYTES);
         status = WebPIUpdate(decoder.get(), data.data(), known);
@@ -77,7 +77,8 @@ bool isPlainWebp(ByteSpan data) {
     return text.substr(12, 4) != "VP8X" || (data[FLAGS_AT] & (HAS_PROFILE | HAS_EXIF | IS_ANIMATED)) == 0;
 }
 
-Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                       Decoded &decoded) {
     WebPDecoderConfig config;
     if (WebPInitDecoderConfig(&config) == 0 ||
         WebPGetFeatures(data.data(), data.size(), &config.input) != VP8_STATUS_OK) {

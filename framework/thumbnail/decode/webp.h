@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/decode/jpeg_segments.h"
 #include "thumbnail/decode/vips_library.h"
 #include "thumbnail/fit.h"
@@ -16,7 +17,8 @@ Size sizeOfWebp(ByteSpan data);
 bool isPlainWebp(ByteSpan data);
 
 // Decodes such a file.
-Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const StopSign &stop, Decoded &decoded);
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+                       Decoded &decoded);
 
 // Opens any other WebP file of this size, scaled down while it is decoded, to no less than it has
 // in the box.

@@ -79,8 +79,8 @@ Status AvInput::open(const char *formats) {
 }
 
 Status AvInput::failure(const char *what) const {
-    if (stop_.isUp()) {
-        return stop_.outcome();
+    if (stop_.isCancelled()) {
+        return endOf(stop_);
     }
     return error_ != 0 ? Status::ofErrno(error_, "reading")
                        : Status::corrupt(std::string("The file is damaged: ") + what + ".");
@@ -88,7 +88,7 @@ Status AvInput::failure(const char *what) const {
 
 int AvInput::read(void *self, std::uint8_t *buffer, int size) {
     auto &input = *static_cast<AvInput *>(self);
-    if (input.stop_.isUp()) {
+    if (input.stop_.isCancelled()) {
         return AVERROR_EXIT;
     }
     const ssize_t got = pread(input.file_.number(), buffer, static_cast<std::size_t>(size), input.at_);
@@ -124,6 +124,6 @@ std::int64_t AvInput::seek(void *self, std::int64_t offset, int whence) {
     return offset;
 }
 
-int AvInput::isStopped(void *self) { return static_cast<AvInput *>(self)->stop_.isUp() ? 1 : 0; }
+int AvInput::isStopped(void *self) { return static_cast<AvInput *>(self)->stop_.isCancelled() ? 1 : 0; }
 
 } // namespace mrb::thumbnail

@@ -8,6 +8,7 @@ extern "C" {
 #include <cstdint>
 #include <memory>
 
+#include "base/cancellation.h"
 #include "base/deleter.h"
 #include "thumbnail/media_file.h"
 
@@ -25,7 +26,7 @@ Packet makePacket();
 // may refer to. Lives on the stack of the decoding thread; file and sign outlive it.
 class AvInput {
   public:
-    AvInput(const MediaFile &file, const StopSign &stop) : file_(file), stop_(stop) {}
+    AvInput(const MediaFile &file, const CancellationToken &stop) : file_(file), stop_(stop) {}
     ~AvInput();
     AvInput(const AvInput &) = delete;
     AvInput &operator=(const AvInput &) = delete;
@@ -43,7 +44,7 @@ class AvInput {
     static int isStopped(void *self);
 
     const MediaFile &file_;
-    const StopSign &stop_;
+    const CancellationToken &stop_;
     std::int64_t at_ = 0;
     int error_ = 0; // the errno of a read that failed
     AVIOContext *io_ = nullptr;

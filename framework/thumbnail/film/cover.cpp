@@ -10,7 +10,7 @@ constexpr const char *MUSIC_FORMATS =
     "mp3,mov,flac,ogg,asf,wav,aiff,ape,dsf,mpc,mpc8,wv,matroska,aac,ac3,eac3,amr,tta,w64";
 
 // Of the pictures that libav finds in the file the first; empty when there is none.
-Status coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cover) {
+Status coverOfContainer(const MediaFile &file, const CancellationToken &stop, Bytes &cover) {
     AvInput input(file, stop);
     Status outcome = input.open(MUSIC_FORMATS);
     if (!outcome.ok()) {
@@ -28,10 +28,11 @@ Status coverOfContainer(const MediaFile &file, const StopSign &stop, Bytes &cove
 
 } // namespace
 
-Status readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover) {
+Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &stop,
+                 Bytes &cover) {
     cover = coverOfTags(path);
-    if (stop.isUp()) {
-        return stop.outcome();
+    if (stop.isCancelled()) {
+        return endOf(stop);
     }
     Status outcome = cover.empty() ? coverOfContainer(file, stop, cover) : Status{};
     if (outcome.ok() && cover.empty()) {

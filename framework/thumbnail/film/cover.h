@@ -2,11 +2,12 @@
 
 #include <string>
 
+#include "base/cancellation.h"
 #include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 
 // As Films::readCover.
-Status readCover(const MediaFile &file, const std::string &path, const StopSign &stop, Bytes &cover);
+Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &stop, Bytes &cover);
 
 } // namespace mrb::thumbnail

@@ -36,7 +36,7 @@ Status FrameReader::open(bool needsDuration) {
     }
     const int chosen = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (chosen < 0 || !isVideo(*context->streams[chosen])) {
-        return stop_.isUp() ? stop_.outcome() : Status::notFound("The file has no video stream.");
+        return stop_.isCancelled() ? endOf(stop_) : Status::notFound("The file has no video stream.");
     }
     stream_ = context->streams[chosen];
     for (unsigned index = 0; index < context->nb_streams; ++index) {
@@ -169,15 +169,15 @@ std::int64_t FrameReader::momentOf(const AVFrame &frame) const {
 
 // What it means that there is no frame: nothing was ever found, or there are no more.
 Status FrameReader::nothing() const {
-    if (stop_.isUp()) {
-        return stop_.outcome();
+    if (stop_.isCancelled()) {
+        return endOf(stop_);
     }
     return last_ == AV_NOPTS_VALUE ? input_.failure("it has no key frame that can be decoded") : Status{};
 }
 
 bool FrameReader::readPacket(bool key) {
     isAtEnd_ = false;
-    while (packets_ < MOST_PACKETS && packetBytes_ < MOST_PACKET_BYTES && !stop_.isUp()) {
+    while (packets_ < MOST_PACKETS && packetBytes_ < MOST_PACKET_BYTES && !stop_.isCancelled()) {
         av_packet_unref(packet_.get());
         isAtEnd_ = av_read_frame(input_.context(), packet_.get()) < 0;
         if (isAtEnd_) {

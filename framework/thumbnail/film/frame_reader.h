@@ -3,6 +3,7 @@
 #include <span>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "thumbnail/film/av_input.h"
 
 namespace mrb::thumbnail {
@@ -14,7 +15,7 @@ namespace mrb::thumbnail {
 // no other key frame than one already taken, frames are decoded from it onwards.
 class FrameReader {
   public:
-    FrameReader(AvInput &input, const StopSign &stop)
+    FrameReader(AvInput &input, const CancellationToken &stop)
         : input_(input), stop_(stop), packet_(makePacket()), received_(makeFrame()), frame_(makeFrame()),
           ahead_(makeFrame()) {}
 
@@ -70,7 +71,7 @@ class FrameReader {
     [[nodiscard]] Status nothing() const;
 
     AvInput &input_;
-    const StopSign &stop_;
+    const CancellationToken &stop_;
     Packet packet_;
     Frame received_;
     Frame frame_; // given last

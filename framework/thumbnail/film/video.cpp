@@ -118,7 +118,7 @@ Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, co
 
 } // namespace
 
-Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     AvInput input(file, stop);
     Status outcome = input.open(VIDEO_FORMATS);
@@ -150,7 +150,7 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const St
     return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : outcome;
 }
 
-Status decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     AvInput input(file, stop);
     Status outcome = input.open(STILL_FORMATS);

@@ -1,13 +1,14 @@
 #pragma once
 
+#include "base/cancellation.h"
 #include "thumbnail/media_file.h"
 
 namespace mrb::thumbnail {
 
 // As Films::decodeVideo and Films::decodeStill.
-Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded);
-Status decodeStill(const MediaFile &file, const DecodeRequest &request, const StopSign &stop,
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded);
 
 } // namespace mrb::thumbnail

@@ -17,6 +17,7 @@
 using mrb::Camera;
 using mrb::CameraAddress;
 using mrb::CameraService;
+using mrb::CancellationToken;
 using mrb::Status;
 using std::chrono::milliseconds;
 
@@ -29,7 +30,7 @@ class TestCamera final : public Camera {
     TestCamera(const TestCamera &) = delete;
     TestCamera &operator=(const TestCamera &) = delete;
 
-    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
+    void cancelWith(CancellationToken cancellation) override { cancellation_ = std::move(cancellation); }
     Status readSizes(mrb::CameraSizes & /*sizes*/) override { return {}; }
     Status listFiles(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
         return {};
@@ -50,7 +51,7 @@ class TestCamera final : public Camera {
 
     // Works, and reports progress, until it is cancelled.
     Status workUntilStopped() const {
-        while (!isStopped_()) {
+        while (!cancellation_.isCancelled()) {
             std::this_thread::yield();
         }
         return Status::cancelled();
@@ -58,7 +59,7 @@ class TestCamera final : public Camera {
 
   private:
     std::atomic<int> &open_;
-    IsStopped isStopped_;
+    CancellationToken cancellation_;
 };
 
 class TestLibrary final : public mrb::CameraLibrary {

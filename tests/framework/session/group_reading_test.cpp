@@ -29,12 +29,12 @@ TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));
     std::vector<Grouping> read;
-    reading.run([&](Grouping grouping, const std::function<bool()> &stopped) {
+    reading.run([&](Grouping grouping, const CancellationToken &cancellation) {
         read.push_back(grouping);
-        EXPECT_FALSE(stopped());
+        EXPECT_FALSE(cancellation.isCancelled());
         if (grouping == Grouping::ARTIST) {
             EXPECT_FALSE(reading.want(Grouping::GENRE));
-            EXPECT_TRUE(stopped());
+            EXPECT_TRUE(cancellation.isCancelled());
             return false;
         }
         return true;
@@ -50,10 +50,10 @@ TEST(GroupReadings, AreNotResumedAfterAStop) {
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));
     int times = 0;
-    reading.run([&](Grouping, const std::function<bool()> &stopped) {
+    reading.run([&](Grouping, const CancellationToken &cancellation) {
         ++times;
         reading.stop();
-        return !stopped();
+        return !cancellation.isCancelled();
     });
     EXPECT_EQ(times, 1);
     EXPECT_TRUE(reading.want(Grouping::ARTIST));

@@ -7,6 +7,7 @@
 #include <utility>
 
 using mrb::CameraPath;
+using mrb::CancellationToken;
 using mrb::Status;
 
 namespace support {
@@ -45,7 +46,7 @@ class ScriptedDriver final : public mrb::Camera {
   public:
     explicit ScriptedDriver(std::shared_ptr<ScriptedCamera::State> state) : state_(std::move(state)) {}
 
-    void heed(IsStopped isStopped) override { isStopped_ = std::move(isStopped); }
+    void cancelWith(CancellationToken cancellation) override { cancellation_ = std::move(cancellation); }
     Status readSizes(mrb::CameraSizes &sizes) override {
         // Without the lock: it may wait for the test.
         std::function<Status(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
@@ -134,7 +135,7 @@ class ScriptedDriver final : public mrb::Camera {
                 part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART_SIZE);
                 return Status();
             });
-            if (outcome.ok() && ((isStopped_ && isStopped_()) || !take(part))) {
+            if (outcome.ok() && (cancellation_.isCancelled() || !take(part))) {
                 outcome = Status::cancelled();
             }
             if (!outcome.ok()) {
@@ -179,7 +180,7 @@ class ScriptedDriver final : public mrb::Camera {
     }
 
     const std::shared_ptr<ScriptedCamera::State> state_;
-    IsStopped isStopped_;
+    CancellationToken cancellation_;
 };
 
 class ScriptedLibrary final : public mrb::CameraLibrary {

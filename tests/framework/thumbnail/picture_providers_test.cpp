@@ -13,7 +13,6 @@ using mrb::thumbnail::Decoded;
 using mrb::thumbnail::DecodeRequest;
 using mrb::thumbnail::FlashCache;
 using mrb::thumbnail::Request;
-using mrb::thumbnail::StopSign;
 
 namespace {
 
@@ -28,11 +27,11 @@ struct Providers {
     }
 
     std::vector<std::string> paths;
-    std::function<mrb::thumbnail::Decode> decode = [this](const DecodeRequest &request,
-                                                          const StopSign & /*stop*/, Decoded & /*decoded*/) {
-        paths.push_back(request.path);
-    };
-    StopSign stop;
+    std::function<mrb::thumbnail::Decode> decode =
+        [this](const DecodeRequest &request, const mrb::CancellationToken & /*stop*/, Decoded & /*decoded*/) {
+            paths.push_back(request.path);
+        };
+    mrb::CancellationSource stop;
 };
 
 Request requestOf(const std::string &path) {
@@ -83,7 +82,7 @@ TEST(PictureProviders, ARefusedRequestIsAnsweredWithItsCodeAlone) {
     Providers providers;
     Request request = requestOf("/pictures/a.jpg");
     request.refusal = MRB_ERR_INVALID_PARAMETER;
-    providers.stop.raise();
+    providers.stop.cancel();
     const Decoded decoded = providers.provide(request);
     EXPECT_EQ(decoded.outcome.code, MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(decoded.outcome.message, "");
@@ -95,7 +94,7 @@ TEST(PictureProviders, AStoppedRequestIsNotServedAnyMore) {
     FlashCache cache;
     fillCache(cache, folder);
     Providers providers;
-    providers.stop.raise();
+    providers.stop.cancel();
     EXPECT_EQ(providers.provide(requestOf(folder.path("a")), &cache).outcome.code, MRB_ERR_CANCELLED);
     EXPECT_TRUE(providers.paths.empty());
 }

@@ -23,7 +23,6 @@
 using mrb::thumbnail::Decoded;
 using mrb::thumbnail::DecodeRequest;
 using mrb::thumbnail::Request;
-using mrb::thumbnail::StopSign;
 using mrb::thumbnail::ThumbnailService;
 using support::LIMIT;
 using testing::AnyOf;
@@ -41,15 +40,15 @@ Request named(const std::string &name, int sourceType = MRB_THUMB_SOURCE_ANY) {
 // A decoder that a test holds at a gate.
 class Gate {
   public:
-    void operator()(const DecodeRequest &request, const StopSign &stop, Decoded &decoded) {
+    void operator()(const DecodeRequest &request, const mrb::CancellationToken &stop, Decoded &decoded) {
         std::unique_lock guard(lock_);
         begun_.push_back(request.path.substr(1));
         change_.notify_all();
-        while (closed_ && !stop.isUp()) {
+        while (closed_ && !stop.isCancelled()) {
             change_.wait_for(guard, std::chrono::milliseconds(1));
         }
-        if (stop.isUp()) {
-            decoded.outcome = stop.outcome();
+        if (stop.isCancelled()) {
+            decoded.outcome = mrb::thumbnail::endOf(stop);
             ++stopped_;
             change_.notify_all();
             return;
@@ -334,7 +333,7 @@ TEST_F(Service, StoppingTheCamerasDoesNotWaitLongForADecodeThatDoesNotEnd) {
     std::promise<void> begun;
     std::promise<void> release;
     ThumbnailService stuck(
-        [&](const DecodeRequest & /*request*/, const StopSign & /*stop*/, Decoded &decoded) {
+        [&](const DecodeRequest & /*request*/, const mrb::CancellationToken & /*stop*/, Decoded &decoded) {
             begun.set_value();
             release.get_future().wait_for(LIMIT);
             decoded.outcome.code = MRB_ERR_IO;
@@ -447,7 +446,7 @@ TEST_F(Service, WhileClientsEndEveryRequestIsAnsweredOnce) {
 }
 
 TEST_F(Service, WhatADecoderThrowsIsAResult) {
-    ThumbnailService failing{[](const DecodeRequest &request, const StopSign &, Decoded &) {
+    ThumbnailService failing{[](const DecodeRequest &request, const mrb::CancellationToken &, Decoded &) {
                                  if (request.path == "/memory") {
                                      throw std::bad_alloc();
                                  }
@@ -474,16 +473,12 @@ TEST_F(Service, ItsThreadsHaveNames) {
     EXPECT_EQ(names.count("mrb-thumb-1"), 1U);
 }
 
-TEST(ThumbnailStopSign, IsUpWhenItsTimeIsOver) {
-    StopSign stop;
-    EXPECT_FALSE(stop.isUp());
-    stop.begin(std::chrono::hours(1));
-    EXPECT_FALSE(stop.isUp());
-    stop.begin(std::chrono::seconds(0));
-    EXPECT_TRUE(stop.isUp());
-    EXPECT_EQ(stop.outcome().code, MRB_ERR_TIMEOUT);
-    stop.raise();
-    EXPECT_EQ(stop.outcome().code, MRB_ERR_CANCELLED);
+TEST(ThumbnailDecoding, EndsAsCancelledUnlessItsTimeIsOver) {
+    mrb::CancellationSource stop;
+    stop.cancelAfter(mrb::CancellationSource::Clock::duration(-1));
+    EXPECT_EQ(mrb::thumbnail::endOf(stop).code, MRB_ERR_TIMEOUT);
+    stop.cancel();
+    EXPECT_EQ(mrb::thumbnail::endOf(stop).code, MRB_ERR_CANCELLED);
 }
 
 TEST(ThumbnailWorkers, AreAsManyAsTheMachineHasCores) {

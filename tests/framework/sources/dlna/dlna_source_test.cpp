@@ -14,6 +14,7 @@
 #include "mrb/agent.h"
 #include "sources/dlna/directory_scan.h"
 
+using mrb::CancellationToken;
 using mrb::DirectoryScan;
 using mrb::Fact;
 using mrb::FillResult;
@@ -52,17 +53,17 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
   public:
     using Answer = std::function<Status(const Question &question, Page &page)>;
 
-    Status ask(const Question &question, const std::function<bool()> & /*isStopped*/, Page &page) override {
+    Status ask(const Question &question, const CancellationToken & /*cancellation*/, Page &page) override {
         requests.push_back(question);
         return answer(question, page);
     }
 
     Status fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
-                 const std::function<bool()> & /*isStopped*/, std::string & /*bytes*/) override {
+                 const CancellationToken & /*cancellation*/, std::string & /*bytes*/) override {
         return Status::notFound();
     }
 
-    Status connect(const std::string & /*server*/, const std::function<bool()> & /*isStopped*/,
+    Status connect(const std::string & /*server*/, const CancellationToken & /*cancellation*/,
                    std::unique_ptr<mrb::dlna::Transfers> & /*transfers*/) override {
         return Status::notSupported();
     }
