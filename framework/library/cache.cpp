@@ -19,10 +19,10 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr std::size_t MOST_RECENT = 1024;
-// How long another process may have its turn, and how often it is looked whether it still has.
+// The timeout for the lock that another process holds, and the interval at which it is tried.
 constexpr auto LONGEST_TURN = std::chrono::seconds(2);
 constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(5);
-// When a file that another process held is tried again.
+// The delay before a file that another process held is tried again.
 constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 
 std::string variable(const char *name) {
@@ -32,7 +32,7 @@ std::string variable(const char *name) {
 
 Status failed(const DatabaseError &failure) {
     return {failure.isBusy() ? MRB_ERR_BUSY : MRB_ERR_IO,
-            std::string("Something cannot be kept: ") + failure.what()};
+            std::string("The metadata cache cannot be written: ") + failure.what()};
 }
 
 } // namespace
@@ -51,7 +51,7 @@ std::string MetadataCache::folderOfEnvironment() {
     if (std::string folder = variable("MRB_CACHE_FOLDER"); !folder.empty()) {
         return folder;
     }
-    // A relative path there is to be ignored, says the XDG base directory standard.
+    // The XDG base directory standard says that a relative path is to be ignored.
     if (const std::string folder = variable("XDG_CACHE_HOME"); folder.starts_with('/')) {
         return folder + "/mrb";
     }
@@ -59,7 +59,7 @@ std::string MetadataCache::folderOfEnvironment() {
     return home.starts_with('/') ? home + "/.cache/mrb" : "";
 }
 
-// While another process holds the file, the database in memory stands in for it.
+// While another process holds the file, a database in memory replaces it.
 void MetadataCache::open() {
     if (connection_ && !(tryAgainAt_ && steady_clock::now() >= *tryAgainAt_)) {
         return;
@@ -86,9 +86,9 @@ void MetadataCache::open() {
     isInMemory_ = true;
 }
 
-// Of several processes, one at a time begins the file or sets it aside: SQLite does
-// not wait for the others there. Let go with the descriptor; without a place to write
-// to, there is nothing to be taken turns at.
+// One process at a time creates the file or sets it aside: SQLite does not wait for other
+// processes while that happens. The lock is released with the descriptor. Where no file can be
+// written, there is nothing to lock.
 Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto last = steady_clock::now() + LONGEST_TURN;
@@ -112,12 +112,12 @@ void MetadataCache::openFile() {
         setAside(failure.what());
         connection_ = std::make_unique<CacheConnection>(path, Database::Role::WRITER);
     }
-    // Tells who is trusted with the names of somebody's files.
+    // Only the user may read it: it holds the names of the user's files.
     chmod(path.c_str(), S_IRUSR | S_IWUSR);
 }
 
-// Moves the file out of the way, in this process's turn. Of several that find it
-// damaged, one does, and the others must not move the new one.
+// Renames the damaged file, with the lock held. Of several processes that find it damaged, one
+// renames it, and the others must not rename the new one.
 void MetadataCache::setAside(const std::string &why) {
     connection_.reset();
     const std::string path = file();
@@ -125,11 +125,11 @@ void MetadataCache::setAside(const std::string &why) {
         if (CacheConnection(path, Database::Role::WRITER).isSound()) {
             return;
         }
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): it is damaged, as we were told
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): the damage is known already
     }
     const std::string aside = path + ".damaged";
     if (std::rename(path.c_str(), aside.c_str()) == 0) {
-        MRB_LOG_WARNING("The metadata cache %s is damaged (%s); it is now %s, and a new one is begun.",
+        MRB_LOG_WARNING("The metadata cache %s is damaged (%s); it is now %s, and a new one is created.",
                         path.c_str(), why.c_str(), aside.c_str());
     }
     for (const char *companion : {"-wal", "-shm", "-journal"}) {
@@ -137,8 +137,8 @@ void MetadataCache::setAside(const std::string &why) {
     }
 }
 
-// Runs `work` with the database open; once more with a new one when the old turns
-// out to be damaged. With the lock held.
+// Runs `work` with the database open; once more with a new one when the old one turns out to be
+// damaged. Called with the lock held.
 template <typename Work>
 auto MetadataCache::withConnection(Work &&work) {
     open();
@@ -178,8 +178,8 @@ std::shared_ptr<const MediaRecord> MetadataCache::find(const MediaKey &key) {
     }
 }
 
-// Whatever the reader cannot do, but to wait, is left to the writer: it creates the file, and
-// sets a damaged one aside.
+// Any failure of the reader other than a timeout is handled by the writer, which creates the file
+// and sets a damaged one aside.
 CacheAnswer MetadataCache::lookUp(const MediaKey &key) {
     const std::lock_guard guard(lookingUp_);
     if (!isInMemory_) {
@@ -242,7 +242,7 @@ Status MetadataCache::store(std::span<const FileFacts> files) {
     }
 }
 
-// All of them can be read again from the files; what clients wrote stays.
+// Metadata can be read from the files again; fields that clients wrote stay.
 void MetadataCache::dropFacts() noexcept {
     try {
         connection_->dropFacts();

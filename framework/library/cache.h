@@ -17,24 +17,23 @@ namespace mrb {
 
 class CacheConnection;
 
-// Metadata and written fields on disk, shared by all processes of a user. When the
-// file is damaged it is set aside and a new one begun; when there is no place to
-// write to, metadata are kept in memory as long as the process lives, and fields
-// cannot be written. Owned by the MediaLibrary. The framework's own threads call it, and
-// clients' calls never do: it holds its lock for as long as SQLite, the disk and other
-// processes take.
+// Metadata and written fields on disk, shared by all processes of a user. A damaged file is set
+// aside and replaced by a new one. Where no file can be written, metadata are kept in memory as
+// long as the process lives, and fields cannot be written. Owned by the MediaLibrary. Only the
+// framework's own threads call it, never clients' calls: it holds its lock for as long as SQLite,
+// the disk and other processes take.
 class MetadataCache final : public CacheStorage {
   public:
-    // `folder` is made when it is first needed; empty: no place on disk.
+    // `folder` is created on first use; empty: no cache on disk.
     explicit MetadataCache(std::string folder);
     ~MetadataCache() override;
     MetadataCache(const MetadataCache &) = delete;
     MetadataCache &operator=(const MetadataCache &) = delete;
 
-    // What is known of the file; nothing when it was never read nor written to.
+    // What is known of the file; an empty record when it was neither read nor written before.
     std::shared_ptr<const MediaRecord> find(const MediaKey &key);
 
-    // The same through a connection of its own, which no write holds up.
+    // The same through a connection of its own, which does not wait for writes.
     CacheAnswer lookUp(const MediaKey &key) override;
     Status store(std::span<const FileFacts> files) override;
     Status write(const MediaKey &key, const WrittenFields &fields) override;
@@ -42,11 +41,11 @@ class MetadataCache final : public CacheStorage {
     // Closes the file; the next call opens it again.
     void close();
 
-    // The folder that the environment names: MRB_CACHE_FOLDER, or mrb in
-    // XDG_CACHE_HOME or ~/.cache. Empty when it names none.
+    // The folder from the environment: MRB_CACHE_FOLDER, or mrb in XDG_CACHE_HOME or ~/.cache.
+    // Empty when none of them is set.
     static std::string folderOfEnvironment();
 
-    // The file's name in its folder; another layout has another name.
+    // The file's name in its folder; another layout gets another name.
     static constexpr const char *FILE_NAME = "metadata-1.sqlite";
 
   private:
@@ -62,23 +61,23 @@ class MetadataCache final : public CacheStorage {
     void dropFacts() noexcept;
 
     const std::string folder_;
-    // How often the file was opened; another one may have taken its place.
+    // How often the file was opened; another file may have replaced it.
     std::atomic<unsigned> openings_ = 0;
     std::atomic<bool> isInMemory_;
 
     std::mutex lookingUp_; // guards what follows; comes before lock_
     std::unique_ptr<CacheConnection> reader_;
-    unsigned readerOpening_ = 0; // of openings_, when the reader was opened
+    unsigned readerOpening_ = 0; // the value of openings_ when the reader was opened
     std::int64_t readerVersion_ = 0;
 
     std::mutex lock_; // guards what follows
     std::unique_ptr<CacheConnection> connection_;
     bool isOnDisk_ = false;
-    // Another process held the file: then it is tried again.
+    // Set when another process held the file.
     std::optional<std::chrono::steady_clock::time_point> tryAgainAt_;
-    // What was asked for last, since a list is read through more than once.
+    // The most recently used records, since a list is read through more than once.
     std::unordered_map<std::string, std::shared_ptr<const MediaRecord>> recent_;
-    std::int64_t version_ = 0; // of the file as other connections change it
+    std::int64_t version_ = 0; // the file's data version, which other connections change
 };
 
 } // namespace mrb

@@ -12,7 +12,7 @@ void bindKey(Statement &statement, const MediaKey &key) {
     statement.bind(3, key.modified);
 }
 
-// Ends a statement's run however the work with it ends.
+// Resets a statement at the end of its scope.
 class Run {
   public:
     explicit Run(Statement &statement) : statement_(statement) {}
@@ -78,7 +78,7 @@ void CacheConnection::inTransaction(Work &&work) {
         work();
         database_.execute("COMMIT");
     } catch (const DatabaseError &) {
-        // Some failures have rolled it back already.
+        // Some failures have rolled the transaction back already.
         try {
             database_.execute("ROLLBACK");
         } catch (const DatabaseError &) { // NOLINT(bugprone-empty-catch): the first one is reported
@@ -104,7 +104,7 @@ void CacheConnection::store(std::span<const FileFacts> files) {
 void CacheConnection::write(const MediaKey &key, const WrittenFields &fields) {
     inTransaction([&] {
         {
-            // Of a file that was another one when they were written.
+            // Written for an earlier version of the file.
             Statement &statement = *dropWritten_;
             const Run run(statement);
             bindKey(statement, key);

@@ -10,26 +10,25 @@
 
 namespace mrb {
 
-// The cache's database, opened, with the statements that run on it. Owned by the
-// MetadataCache, which uses it on one thread at a time. What SQLite cannot do is thrown as
-// DatabaseError.
+// The open database of the cache, with its prepared statements. Owned by the MetadataCache, which
+// uses it on one thread at a time. Failures of SQLite are thrown as DatabaseError.
 class CacheConnection {
   public:
-    // A writer makes the tables where they are missing; for an empty path the database is in
-    // memory. To a reader a file without them is an error.
+    // A writer creates missing tables; for an empty path the database is in memory. For a reader
+    // a file without them is an error.
     CacheConnection(const std::string &path, Database::Role role);
 
-    // Another number than before: another connection has changed the file.
+    // Changes when another connection has changed the file.
     std::int64_t version();
 
     MediaRecord read(const MediaKey &key);
 
-    // For writers. Each keeps all of it or nothing.
+    // For writers. Each is one transaction.
     void store(std::span<const FileFacts> files);
     void write(const MediaKey &key, const WrittenFields &fields);
     void dropFacts();
 
-    // What quick_check says of the file's contents.
+    // The result of quick_check on the file's contents.
     bool isSound();
 
   private:
@@ -40,7 +39,7 @@ class CacheConnection {
     std::optional<Statement> findFacts_;
     std::optional<Statement> findWritten_;
     std::optional<Statement> fileVersion_;
-    // Of a writer.
+    // For writers.
     std::optional<Statement> storeFacts_;
     std::optional<Statement> dropWritten_;
     std::optional<Statement> storeWritten_;

@@ -7,9 +7,9 @@
 namespace mrb {
 namespace {
 
-// The table of the facts. Other columns, another order of them or readers that give other
-// values for the same files need another name, and the old one among those that go. What
-// clients wrote is not theirs and stays.
+// The table of the metadata. When columns are added, removed or reordered, or when the readers
+// return other values for the same files, it gets another name, and the old table is dropped.
+// What clients wrote is in another table and stays.
 constexpr const char *TABLE = "facts_2";
 constexpr const char *EARLIER_FACTS = "DROP TABLE IF EXISTS facts;";
 
@@ -21,7 +21,7 @@ constexpr std::array<const char *, FACTS> COLUMNS = {
     "iso",       "model",    "latitude",      "longitude",      "altitude",    "video_codec",   "audio_codec",
     "language",  "synopsis", "has_subtitles", "has_only_sound", "is_encrypted"};
 
-// Without a type, so that SQLite gives back what it was given.
+// Without a type, so that SQLite returns values unconverted.
 std::string columns(const char *separator) {
     std::string list;
     for (const char *column : COLUMNS) {

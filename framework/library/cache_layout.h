@@ -4,13 +4,13 @@
 
 namespace mrb {
 
-// The tables of the metadata cache, and what is done with them.
+// The tables of the metadata cache, and the statements on them.
 
-// Volume, path, size and time of change come first everywhere.
+// Volume, path, size and time of change are the first columns of every table.
 inline constexpr int KEY_COLUMNS = 4;
 
-// Another process may read while one writes; a power cut may cost the last writes,
-// never the file. 256 MiB are the facts of a million files.
+// WAL: another process may read while one writes, and a power cut may cost the last writes but
+// never the file. 256 MiB hold the metadata of a million files.
 inline constexpr const char *CACHE_SETTINGS[] = {
     "PRAGMA journal_mode = WAL",
     "PRAGMA synchronous = NORMAL",
@@ -18,9 +18,8 @@ inline constexpr const char *CACHE_SETTINGS[] = {
     "PRAGMA cell_size_check = ON",
 };
 
-// Makes them where they are missing. What earlier readers found goes: its table has
-// another name, so that a program with those readers, running at the same time, neither
-// takes nor leaves anything here.
+// Creates missing tables and drops that of earlier readers. That table has another name, so that
+// a program with those readers, running at the same time, neither reads nor writes this one.
 std::string sqlOfTables();
 std::string sqlOfDropFacts();
 std::string sqlOfFindFacts();

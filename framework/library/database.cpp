@@ -5,7 +5,7 @@
 namespace mrb {
 namespace {
 
-// How long another process may hold the file before we do without it.
+// The timeout for a file that another process holds.
 constexpr int PATIENCE_MS = 2000;
 
 [[noreturn]] void fail(sqlite3 *handle, int code) {
@@ -18,7 +18,7 @@ DatabaseError DatabaseError::busy(const std::string &text) { return {SQLITE_BUSY
 
 bool DatabaseError::isDamage() const {
     const int primary = code_ & 0xff;
-    // SQLITE_ERROR: the tables are not those that we made.
+    // SQLITE_ERROR: the tables are not ours.
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_ERROR ||
            primary == SQLITE_MISMATCH;
 }
@@ -32,7 +32,8 @@ bool DatabaseError::isBusy() const { return (code_ & 0xff) == SQLITE_BUSY; }
 Database::Database(const std::string &path, Role role) {
     sqlite3 *opened = nullptr;
     const bool isReader = role == Role::READER;
-    // For writing too: readers of a write-ahead log note there how far they have come.
+    // A reader opens it for writing too: readers of a write-ahead log record their position
+    // there.
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (isReader ? 0 : SQLITE_OPEN_CREATE);
     const int code = sqlite3_open_v2(path.empty() ? ":memory:" : path.c_str(), &opened, flags, nullptr);
     handle_.reset(opened);
@@ -41,7 +42,7 @@ Database::Database(const std::string &path, Role role) {
     }
     sqlite3_extended_result_codes(opened, 1);
     sqlite3_busy_timeout(opened, isReader ? 0 : PATIENCE_MS);
-    // The file may have been made by somebody else to do us harm.
+    // The file may have been crafted to attack us.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     if (isReader) {

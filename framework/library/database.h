@@ -14,15 +14,15 @@ struct sqlite3_stmt;
 
 namespace mrb {
 
-// What SQLite said when it could not do something; thrown, and caught by the cache.
+// An error of SQLite; thrown here, and caught by the cache.
 class DatabaseError : public std::runtime_error {
   public:
     DatabaseError(int code, const std::string &text) : std::runtime_error(text), code_(code) {}
-    // For a wait that is not SQLite's own.
+    // For a timeout that is not SQLite's own.
     static DatabaseError busy(const std::string &text);
     [[nodiscard]] bool isDamage() const; // the file's contents, not its surroundings, are at fault
-    [[nodiscard]] bool isFull() const;   // the file is as large as it may be, or the disk is
-    [[nodiscard]] bool isBusy() const;   // another connection held the file for too long
+    [[nodiscard]] bool isFull() const;   // the file has reached its maximum size, or the disk is full
+    [[nodiscard]] bool isBusy() const;   // another connection held the file until the timeout
 
   private:
     int code_;
@@ -46,7 +46,7 @@ class Database {
     std::unique_ptr<sqlite3, Deleter<close>> handle_;
 };
 
-// A statement of one database, to be run any number of times. Parameters and
+// A prepared statement of one database, which can be run any number of times. Parameters and
 // columns count from 0.
 class Statement {
   public:

@@ -8,12 +8,12 @@
 namespace mrb {
 namespace {
 
-// The key of the file as it is now.
+// The key of the file at this moment.
 MediaKey keyNow(const MediaItem &item, const MediaFile &file) {
     return {item.key.volume, item.key.path, file.size(), file.modified()};
 }
 
-// The file itself knows best.
+// The file's own metadata take precedence over the source's.
 std::shared_ptr<const MediaRecord> filled(std::shared_ptr<const MediaRecord> record, const MediaItem &item) {
     if (!item.told) {
         return record;
@@ -23,7 +23,7 @@ std::shared_ptr<const MediaRecord> filled(std::shared_ptr<const MediaRecord> rec
     return all;
 }
 
-// Of what is no file nothing will ever be read.
+// An item that is not a file is never read.
 std::shared_ptr<const MediaRecord> recordOfNoFile(const MediaItem &item) {
     auto record = std::make_shared<MediaRecord>();
     record->isRead = true;
@@ -59,7 +59,8 @@ Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Media
     const MediaKey key = keyNow(item, file);
     auto fresh = std::make_shared<MediaRecord>(*record);
     if (!(key == item.key)) {
-        // The file is not what the list saw; it may have been read since.
+        // The file has changed since the list saw it; its new contents may have been read
+        // already.
         if (const auto now = promptly_.find(key); now->isRead) {
             fresh->isRead = true;
             fresh->facts = now->facts;
@@ -83,14 +84,14 @@ Status MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields
 }
 
 void MediaLibrary::store(std::span<const FileFacts> files) {
-    static_cast<void>(cache_.store(files)); // what cannot be kept is read again
+    static_cast<void>(cache_.store(files)); // what cannot be stored is read again later
     promptly_.storageChanged();
 }
 
 bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
                            const CancellationToken &cancellation,
                            const std::function<void(std::int32_t, const MediaRecord &)> &take) {
-    // A batch costs one write to the disk.
+    // A batch costs one transaction.
     constexpr std::size_t AT_ONCE = 128;
     std::vector<FileFacts> batch;
     bool isWanted = true;
@@ -117,7 +118,7 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         isWanted = !cancellation.isCancelled();
         if (!isWanted) {
-            continue; // and that may not be all there is
+            continue; // the metadata may be incomplete
         }
         if (outcome.ok()) {
             batch.emplace_back(keyNow(item, file), fresh.facts);

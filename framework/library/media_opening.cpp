@@ -9,7 +9,7 @@ Status openMedia(const std::string &path, const MountIdentity &mount, MediaFile 
     if (path.starts_with(CAMERA_URL_SCHEME)) {
         return openCameraMedia(path, file);
     }
-    // Held open, the folder is the one that was looked at, whatever is mounted there now.
+    // Held open, so that it stays the folder that was checked, whatever is mounted there later.
     Descriptor folder;
     const int error = openFolderOf(path, mount, folder);
     return error == 0 ? file.openIn(folder.number(), lastNameOf(path), path) : Status::ofErrno(error, path);

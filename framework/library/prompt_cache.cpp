@@ -12,11 +12,11 @@ namespace mrb {
 namespace {
 
 constexpr std::size_t MOST_RECENT = 1024;
-// Of different files at a time, while the storage hangs.
+// The maximum of pending lookups, which are of different files, while the storage hangs.
 constexpr std::size_t MOST_LOOKUPS = 64;
-// In one transaction.
+// The maximum of writes in one transaction.
 constexpr std::size_t MOST_AT_HAND = 128;
-// Between two attempts to write while another process holds the cache.
+// The interval between attempts to write while another process holds the cache.
 constexpr auto PAUSE = std::chrono::seconds(1);
 
 } // namespace
@@ -55,7 +55,7 @@ PromptCache::Record PromptCache::recent(const std::string &text) const {
     return found == recent_.end() ? nullptr : found->second;
 }
 
-// Null: nothing more is looked up now.
+// Null: no more lookups are accepted.
 std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
     const std::string text = textOf(key);
     if (const auto found = lookups_.find(text); found != lookups_.end()) {
@@ -67,7 +67,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
     try {
         reader_.thread.start([this] { lookUpAll(); });
     } catch (const std::system_error &failure) {
-        MRB_LOG_WARNING("Nothing is looked up in the metadata cache: %s", failure.what());
+        MRB_LOG_WARNING("The metadata cache is not read, no thread can be started: %s", failure.what());
         return nullptr;
     }
     auto lookup = std::make_shared<Lookup>();
@@ -105,13 +105,13 @@ void PromptCache::lookUpAll() {
             recent_.clear();
         }
         if (lookup->isOutdated) {
-            continue; // what was written since then must be found
+            continue; // the lookup must find what was written since then
         }
         if (answer.isLasting) {
             freshUntil_ = began + limits_.freshness;
             keep(text, answer.record);
         }
-        // With the writes that are due now: they may be done before the caller goes on.
+        // With the writes that are pending now: they may complete before the caller goes on.
         lookup->record = answer.record ? withWrites(std::move(answer.record), text) : nullptr;
         lookup->isDone = true;
         lookups_.erase(text);
@@ -141,7 +141,7 @@ void PromptCache::storageChanged() {
     }
 }
 
-// A null record is one that did not come in time.
+// A null record is one that did not arrive in time.
 PromptCache::Record PromptCache::withWrites(Record record, const std::string &text) const {
     std::shared_ptr<MediaRecord> changed;
     if (!record) {
@@ -166,7 +166,8 @@ PromptCache::Record PromptCache::withWrites(Record record, const std::string &te
     return changed ? std::move(changed) : std::move(record);
 }
 
-// The latest write of the file that has not been begun, or a new one. Null: `most` are due.
+// The latest write of the file that the worker has not taken, or a new one. Null: `most` are
+// pending.
 std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::size_t most) {
     std::string text = textOf(key);
     const auto latest = std::ranges::find(writes_.rbegin(), writes_.rend(), text, &Write::text);
@@ -186,13 +187,13 @@ std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::s
 void PromptCache::store(const MediaKey &key, const Metadata &facts) {
     const std::lock_guard guard(lock_);
     try {
-        // These can be read again: there is room for what clients write.
+        // Metadata can be read again: half of the queue is reserved for clients' writes.
         if (const std::shared_ptr<Write> write = due(key, limits_.writes / 2)) {
             write->facts = facts;
             writer_.wake.notify_one();
         }
     } catch (const std::system_error &failure) {
-        MRB_LOG_WARNING("Metadata are not kept: %s", failure.what());
+        MRB_LOG_WARNING("Metadata are not stored, no thread can be started: %s", failure.what());
     }
 }
 
@@ -227,7 +228,7 @@ PromptCache::Writes PromptCache::take() const {
     return writes;
 }
 
-// What came of each of them.
+// Returns the result of each write.
 std::vector<Status> PromptCache::perform(const Writes &writes) {
     std::vector<Status> outcomes;
     outcomes.reserve(writes.size());
@@ -241,7 +242,7 @@ std::vector<Status> PromptCache::perform(const Writes &writes) {
         const Status storing = files.empty() ? Status() : storage_.store(files);
         const bool isBusy = storing.code == MRB_ERR_BUSY;
         for (const std::shared_ptr<Write> &write : writes) {
-            // Of metadata that cannot be kept no client hears: they can be read again.
+            // Clients do not get errors of metadata writes: metadata can be read again.
             outcomes.push_back(isBusy                  ? storing
                                : write->fields.empty() ? Status()
                                                        : storage_.write(write->key, write->fields));
@@ -252,7 +253,8 @@ std::vector<Status> PromptCache::perform(const Writes &writes) {
     return outcomes;
 }
 
-// Ends what is done; the rest stays due. True: there is a rest. The last attempt leaves none.
+// Removes completed writes; those that met a busy cache stay pending, except in the last attempt.
+// True: some are pending.
 bool PromptCache::settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast) {
     bool isBusy = false;
     for (std::size_t index = 0; index < writes.size(); ++index) {
@@ -279,7 +281,7 @@ void PromptCache::writeAll() {
         }
         const Writes writes = take();
         writer_.busySince = steady_clock::now();
-        // One that is refused while the end begins is made once more.
+        // A write that is refused while the shutdown begins is tried once more.
         const bool isLast = isFinishing_;
         guard.unlock();
         const std::vector<Status> outcomes = perform(writes);
@@ -297,7 +299,7 @@ void PromptCache::writeAll() {
         }
         if (lost > 0) {
             guard.unlock();
-            MRB_LOG_WARNING("What was written of %zu files is lost. %s", lost, reason.c_str());
+            MRB_LOG_WARNING("The writes of %zu files are lost. %s", lost, reason.c_str());
             guard.lock();
         }
         if (writer_.isHeldUp) {

@@ -17,20 +17,19 @@
 
 namespace mrb {
 
-// The metadata cache as clients' calls see it, which never wait for the disk, for a write of
-// another thread or for another process: a thread of its own looks up what is not in memory,
-// another one writes, and a call waits for either for a limited time. What is not known by
-// then is not known; what is not written by then is written later, and can be read at once.
-// Owned by the MediaLibrary; any thread may call it, and its lock is never held while the
-// storage is at work.
+// The metadata cache for clients' calls, which never wait for the disk, for a write of another
+// thread or for another process: one thread looks up what is not in memory, another one writes,
+// and a call waits for either with a timeout. A lookup that has not completed by then returns no
+// record; a write that has not completed is done later, and can be read at once. Owned by the
+// MediaLibrary; any thread may call it, and its lock is never held during a call of the storage.
 class PromptCache {
   public:
     struct Limits {
         // How long a call waits, see waitBriefly.
         std::chrono::milliseconds patience = CLIENT_PATIENCE;
-        // As long as this no call asks whether other processes changed what is in memory.
+        // How long a record in memory is valid without a check for changes by other processes.
         std::chrono::milliseconds freshness{5};
-        std::size_t writes = 1024; // files whose writes may be due
+        std::size_t writes = 1024; // maximum number of files with pending writes
     };
 
     // The storage outlives it.
@@ -43,20 +42,20 @@ class PromptCache {
     // What is known of the file; `isLate`: the storage did not answer in time.
     std::shared_ptr<const MediaRecord> find(const MediaKey &key);
 
-    // Has the storage opened, so that the first call of a client finds it ready; does not wait.
+    // Opens the storage, so that the first call of a client finds it ready; does not wait.
     void prepare();
 
-    // Keeps what was just read from the file; does not wait.
+    // Stores what was just read from the file; does not wait.
     void store(const MediaKey &key, const Metadata &facts);
 
-    // Keeps fields that a client wrote. MRB_ERR_BUSY: too many writes are due already.
+    // Stores fields that a client wrote. MRB_ERR_BUSY: too many writes are pending already.
     Status write(const MediaKey &key, const WrittenFields &fields);
 
-    // Says that this process changed the storage by another way.
+    // Invalidates the records in memory after a write that did not go through this object.
     void storageChanged();
 
-    // Writes what is due, and ends the threads; those still at work at the deadline are left
-    // behind: false. From the beginning of it on nothing is looked up, and writes fail.
+    // Completes pending writes, and ends the threads; those still busy at the deadline are
+    // detached: false. As soon as it is called, lookups return nothing and writes fail.
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -67,18 +66,18 @@ class PromptCache {
     struct Lookup {
         MediaKey key;
         Record record;
-        bool isOutdated = false; // the storage may have changed since it was begun
+        bool isOutdated = false; // the storage may have changed since the lookup began
         bool isDone = false;
     };
-    // What is due for one file.
+    // The pending write of one file.
     struct Write {
         MediaKey key;
         std::string text; // of the key
         std::optional<Metadata> facts;
         WrittenFields fields;
-        bool isAtHand = false; // the thread has begun with it: nothing is added
+        bool isAtHand = false; // the worker has taken it: no fields are added
         bool isDone = false;
-        bool isAwaited = false; // a call returns the outcome
+        bool isAwaited = false; // a call returns its result
         Status outcome;
     };
     using Writes = std::vector<std::shared_ptr<Write>>;
@@ -87,8 +86,8 @@ class PromptCache {
 
         JoinableThread thread;
         std::condition_variable wake;
-        std::optional<steady_clock::time_point> busySince; // with the present piece of work
-        bool isHeldUp = false; // by another process; no call waits for what is due then
+        std::optional<steady_clock::time_point> busySince; // since when it works on the present task
+        bool isHeldUp = false; // by another process; no call waits for pending writes then
     };
 
     // With lock_ held:
@@ -102,8 +101,8 @@ class PromptCache {
     [[nodiscard]] Writes take() const;
     bool settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast);
 
-    void lookUpAll(); // the life of the one thread
-    void writeAll();  // and of the other
+    void lookUpAll(); // the lookup thread
+    void writeAll();  // the write thread
     CacheAnswer ask(const MediaKey &key);
     [[nodiscard]] std::vector<Status> perform(const Writes &writes);
 
@@ -112,9 +111,9 @@ class PromptCache {
 
     std::mutex lock_; // guards what follows
     std::condition_variable change_;
-    std::map<std::string, std::shared_ptr<Lookup>> lookups_; // not done yet
-    Writes writes_;                                          // the same, in their order
-    // What was asked for last, since a client reads one field after the other.
+    std::map<std::string, std::shared_ptr<Lookup>> lookups_; // pending
+    Writes writes_;                                          // pending, in order
+    // The most recently used records, since a client reads one field after the other.
     std::unordered_map<std::string, Record> recent_;
     steady_clock::time_point freshUntil_;
     bool isPrepared_ = false;

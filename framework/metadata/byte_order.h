@@ -5,7 +5,7 @@
 
 namespace mrb {
 
-// Unsigned numbers out of bytes, wherever they lie; 0 when there are too few bytes.
+// Reads unsigned integers at any alignment; 0 when there are too few bytes.
 
 constexpr std::uint32_t bigEndian(std::string_view bytes, std::size_t offset, std::size_t length) {
     std::uint32_t number = 0;

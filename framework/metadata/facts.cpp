@@ -15,12 +15,12 @@ constexpr bool isContinuation(char letter) { return (static_cast<unsigned char>(
 } // namespace
 
 std::string cleanText(std::string_view bytes) {
-    // A fixed-size field is filled up with zeros, and what follows one is not meant to be read.
+    // A fixed-size field is padded with zeros, and what follows a zero is not part of the text.
     bytes = bytes.substr(0, bytes.find('\0'));
     std::string text = displayText(std::string(bytes.substr(0, Metadata::LONGEST_TEXT)));
     if (text.size() > Metadata::LONGEST_TEXT || bytes.size() > Metadata::LONGEST_TEXT) {
         std::size_t end = std::min(text.size(), Metadata::LONGEST_TEXT);
-        // The cut may have gone through a letter, which then became U+FFFD's three bytes.
+        // The cut may have split a character, which then became U+FFFD's three bytes.
         const std::size_t broken = text.find("\uFFFD", end < 12 ? 0 : end - 12);
         end = std::min(end, broken);
         while (end > 0 && end < text.size() && isContinuation(text[end])) {

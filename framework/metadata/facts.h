@@ -8,17 +8,17 @@
 
 namespace mrb {
 
-// What a media file says of itself. The comment gives the unit of a number; all else is text.
+// The metadata of a media file. The comment gives the unit of a number; everything else is text.
 enum class Fact : std::uint8_t {
     MIME_TYPE,
-    FORMAT, // a short name of the file's format, such as "jpeg"
+    FORMAT, // the short name of the file's format, such as "jpeg"
     TITLE,
     ARTIST,
     ALBUM,
     GENRE,
     YEAR,
     TRACK,         // number on the album, from 1
-    TRACKS,        // number of pieces on the album
+    TRACKS,        // number of tracks on the album
     HAS_COVER,     // 0 or 1
     DURATION,      // milliseconds
     BITRATE,       // bits per second
@@ -28,14 +28,14 @@ enum class Fact : std::uint8_t {
     HEIGHT,        // likewise
     ASPECT_RATIO,  // a thousand times width by height, as shown
     ORIENTATION,   // 1 to 8, as in EXIF
-    DATE_TAKEN,    // "2026-11-21T10:20:30"; with "Z" behind it in UTC, else in local time
+    DATE_TAKEN,    // "2026-11-21T10:20:30"; in UTC with a "Z" at the end, else in local time
     EXPOSURE_TIME, // seconds: "1/125", "2.5"
     F_NUMBER,      // "2.8"
     ISO,
     MODEL,
     LATITUDE,  // degrees, north positive (real)
     LONGITUDE, // degrees, east positive (real)
-    ALTITUDE,  // metres above the sea (real)
+    ALTITUDE,  // metres above sea level (real)
     VIDEO_CODEC,
     AUDIO_CODEC,
     LANGUAGE, // of the sound tracks, ISO 639-2, separated by commas
@@ -46,12 +46,12 @@ enum class Fact : std::uint8_t {
 };
 inline constexpr std::size_t FACTS = static_cast<std::size_t>(Fact::IS_ENCRYPTED) + 1;
 
-// Nothing; an integer; a real number; a text.
+// No value, an integer, a real number or a text.
 using FactValue = std::variant<std::monostate, std::int64_t, double, std::string>;
 
-// All facts of one file. What comes in may be hostile: texts are made valid UTF-8
-// without control characters and cut at LONGEST_TEXT, and what is empty or not
-// finite is left out. A plain value; whoever holds it owns it.
+// The metadata of one file. Input may be hostile: texts are made valid UTF-8 without control
+// characters and cut at LONGEST_TEXT, and values that are empty or not finite are left out. A
+// plain value without a lock.
 class Metadata {
   public:
     static constexpr std::size_t LONGEST_TEXT = 4096; // bytes
@@ -60,14 +60,14 @@ class Metadata {
     void setNumber(Fact fact, std::int64_t number) { at(fact) = number; }
     void setReal(Fact fact, double number);
     void set(Fact fact, FactValue value) { at(fact) = std::move(value); }
-    // Takes what is missing here from the other one.
+    // Takes the values that are missing here from `other`.
     void fillGaps(const Metadata &other);
 
     [[nodiscard]] const FactValue &operator[](Fact fact) const {
         return values_[static_cast<std::size_t>(fact)];
     }
     [[nodiscard]] bool has(Fact fact) const { return (*this)[fact].index() != 0; }
-    // What is not there, or is of another kind, is empty or 0.
+    // A value that is missing or of another type is empty or 0.
     [[nodiscard]] const std::string &text(Fact fact) const;
     [[nodiscard]] std::int64_t number(Fact fact) const;
 
@@ -77,7 +77,7 @@ class Metadata {
     std::array<FactValue, FACTS> values_;
 };
 
-// `bytes` as a text that can be shown on one line, at most Metadata::LONGEST_TEXT long.
+// `bytes` as a text for one line, at most Metadata::LONGEST_TEXT long.
 std::string cleanText(std::string_view bytes);
 
 } // namespace mrb

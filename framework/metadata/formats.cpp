@@ -47,7 +47,7 @@ std::string date(std::string_view text) {
     return written.data();
 }
 
-// Takes a number with a sign in front off the start of `text`.
+// Takes a number with a leading sign off the start of `text`.
 std::optional<double> signedNumber(std::string_view &text) {
     if (!text.starts_with('+') && !text.starts_with('-')) {
         return std::nullopt;
@@ -79,7 +79,7 @@ std::string decimalText(double number, int decimals) {
     std::array<char, 400> written{};
     std::snprintf(written.data(), written.size(), "%.*f", decimals, number);
     std::string text = written.data();
-    // A process may run with a decimal comma.
+    // The locale of the process may have a decimal comma.
     for (char &letter : text) {
         letter = letter == ',' ? '.' : letter;
     }

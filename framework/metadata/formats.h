@@ -6,23 +6,23 @@
 
 namespace mrb {
 
-// The forms that metadata have in this framework.
+// The text forms of metadata in this framework.
 
-// EXIF's "2026:11:21 10:20:30" as "2026-11-21T10:20:30"; empty when it is no date.
+// EXIF's "2026:11:21 10:20:30" as "2026-11-21T10:20:30"; empty when it is not a date.
 std::string dateOfExif(std::string_view date);
 
-// The start of an ISO 8601 time such as "2026-11-21T10:20:30.000000Z", without
-// fractions of a second; a "Z" stays. Empty when it is none.
+// The start of an ISO 8601 time such as "2026-11-21T10:20:30.000000Z", without fractions of a
+// second; a "Z" stays. Empty when it is not such a time.
 std::string dateOfIso(std::string_view date);
 
-// Rounded to so many decimals, without zeros at the end: "2.8", "4".
+// Rounded to `decimals` decimals, without trailing zeros: "2.8", "4".
 std::string decimalText(double number, int decimals);
 
-// A quotient to ten significant digits, as exiftool reads EXIF's rational numbers; what is
-// then rounded to a text is rounded the same way. The divisor is not 0.
+// A quotient to ten significant digits, as exiftool reads EXIF's rational numbers; a later
+// rounding to a text then gives exiftool's result. The divisor is not 0.
 double quotientOf(std::uint32_t number, std::uint32_t divisor);
 
-// The four digits of a year that "2021" or "2021-05-03" begins with; empty when it does not.
+// The four digits of the year at the start of "2021" or "2021-05-03"; empty when there is none.
 std::string yearOf(std::string_view date);
 
 // A place in degrees and metres.

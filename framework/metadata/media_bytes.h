@@ -7,8 +7,8 @@
 
 namespace mrb {
 
-// The bytes of a media file that is not on this machine. Owned by the MediaFile that was
-// opened with it, and used by its thread.
+// The bytes of a media file on a remote device. Owned by the MediaFile that was opened with it,
+// and used by its thread.
 class MediaBytes {
   public:
     MediaBytes() = default;
@@ -19,8 +19,8 @@ class MediaBytes {
     [[nodiscard]] virtual std::int64_t size() const = 0;     // bytes
     [[nodiscard]] virtual std::int64_t modified() const = 0; // seconds since 1970
 
-    // Reads up to `length` bytes from `offset` on, as many as come at once; `got` is how many,
-    // 0 where there are none. False: the device failed.
+    // Reads up to `length` bytes from `offset` on, as many as arrive at once; `got` is their
+    // number, 0 at the end. False: the device failed.
     virtual bool read(std::int64_t offset, char *buffer, std::size_t length, std::size_t &got) = 0;
 
     // Why read() failed: a code of mrb/result.h.

@@ -13,7 +13,7 @@ namespace mrb {
 Status MediaFile::open(const std::string &path) { return openIn(AT_FDCWD, path.c_str(), path); }
 
 Status MediaFile::openIn(int folder, const char *name, const std::string &path) {
-    // Without blocking: a pipe under a media file's name must not hold us.
+    // Non-blocking: a pipe with a media file's name must not block us.
     file_ = Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat facts {};
     if (!file_ || fstat(file_.number(), &facts) != 0) {
@@ -78,7 +78,7 @@ std::string MediaFile::read(std::int64_t offset, std::size_t length) {
     if (offset < 0 || offset >= size_) {
         return {};
     }
-    // Never more memory than the file has bytes, whatever it claims.
+    // Never more memory than the file has bytes, whatever length it claims.
     length =
         static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(length), size_ - offset));
     std::string bytes(length, '\0');

@@ -13,10 +13,9 @@
 
 namespace mrb {
 
-// A media file open for its metadata. However its contents are made up, it gives
-// no more than MOST_BYTES and nothing later than LONGEST_TIME after it was opened, or
-// once it is cancelled: a reader then finds the file at its end. Owned and used by one
-// thread.
+// A media file open for its metadata. Whatever its contents, it gives no more than MOST_BYTES,
+// and nothing later than LONGEST_TIME after it was opened or after its reading was cancelled: a
+// reader then finds the file at its end. Owned and used by one thread.
 class MediaFile {
   public:
     static constexpr std::int64_t MOST_BYTES = 64LL << 20;
@@ -25,22 +24,22 @@ class MediaFile {
     // It is cancelled when the metadata are not wanted any more.
     explicit MediaFile(CancellationToken cancellation = {}) : cancellation_(std::move(cancellation)) {}
 
-    // Opens a regular file; what else lies under `path` is MRB_ERR_NOT_SUPPORTED.
+    // Opens a regular file; anything else under `path` is MRB_ERR_NOT_SUPPORTED.
     Status open(const std::string &path);
-    // The same of a file in an open folder; a failure speaks of `path`.
+    // The same for a file in an open folder; an error message names `path`.
     Status openIn(int folder, const char *name, const std::string &path);
 
-    // Opens what lies elsewhere.
+    // Opens a file on a remote device.
     void open(std::unique_ptr<MediaBytes> bytes);
 
     [[nodiscard]] std::int64_t size() const { return size_; }
     [[nodiscard]] std::int64_t modified() const { return modified_; } // seconds since 1970
 
-    // Reads up to `length` bytes from `offset` on; how many there were.
+    // Reads up to `length` bytes from `offset` on; returns how many were read.
     std::size_t read(std::int64_t offset, void *buffer, std::size_t length);
     std::string read(std::int64_t offset, std::size_t length);
 
-    // True: the device failed; what was read is not all there is.
+    // True: the device failed; the bytes read are incomplete.
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] int failure() const { return bytes_ ? bytes_->failure() : int{MRB_ERR_IO}; }
     [[nodiscard]] bool isExhausted() const;
@@ -48,7 +47,7 @@ class MediaFile {
 
   private:
     void begin(std::int64_t size, std::int64_t modified);
-    // How many bytes came, or below 0 when the device failed.
+    // Returns the number of bytes read, or below 0 when the device failed.
     std::int64_t readPiece(std::int64_t offset, char *buffer, std::size_t length);
 
     const CancellationToken cancellation_;

@@ -17,7 +17,7 @@ ReadMetadata *load() {
         module.function<StartReaders>(START_READERS_SYMBOL)();
         return read;
     } catch (const std::exception &failure) {
-        MRB_LOG_ERROR("What media files say of themselves cannot be read: %s", failure.what());
+        MRB_LOG_ERROR("The metadata readers cannot be loaded: %s", failure.what());
         return nullptr;
     }
 }
@@ -33,7 +33,7 @@ void readMetadata(MediaFile &file, const std::string &name, Metadata &facts, Sta
     if (ReadMetadata *const read = readers()) {
         read(file, name, facts, outcome);
     } else {
-        outcome = Status::notSupported("The library that reads media files is not there.");
+        outcome = Status::notSupported("The metadata readers cannot be loaded.");
     }
 }
 

@@ -4,11 +4,11 @@
 
 namespace mrb {
 
-// Reads by the readers, whose library is loaded when they are first asked for: that takes
-// some ten milliseconds. MRB_ERR_NOT_SUPPORTED when it cannot be. Any thread.
+// Calls the readers, whose library is loaded on first use: that takes some ten milliseconds.
+// MRB_ERR_NOT_SUPPORTED when it cannot be loaded. Any thread.
 ReadMetadata readMetadata;
 
-// Loads them, so that nobody waits for that later. Never throws; any thread.
+// Loads the readers, so that no later call waits for that. Never throws; any thread.
 void loadReaders() noexcept;
 
 } // namespace mrb

@@ -1,4 +1,4 @@
-// What programs remember of media: across restarts, among each other, and after damage.
+// The metadata cache of programs: across restarts, between processes, and after damage.
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync, statSync, utimesSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -11,13 +11,13 @@ import { pictureBytes, songBytes } from './small_media.mjs';
 const CHANGED = 1_700_000_000;
 const FILE = 'metadata-1.sqlite';
 
-/** Writes a file with the same time of change, whatever is in it. */
+/** Writes a file with the same time of change, whatever its contents. */
 function write(file, bytes) {
   writeFileSync(file, bytes);
   utimesSync(file, CHANGED, CHANGED);
 }
 
-/** Runs a script with a folder of metadata of its own. */
+/** Runs a script with a cache folder of its own. */
 const runWith = (cache, body, ...args) => runIn({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'off' } }, body, ...args)
   .then(({ value }) => value);
 
@@ -37,13 +37,13 @@ const ORDER = `
   }
   finish(orders);`;
 
-test('a second program sorts thousands of files by artist and by date taken without looking into them', async () => {
+test('a second program sorts thousands of files by artist and by date taken without reading them', async () => {
   const where = folder();
   const cache = folder();
   const HALF = repetitions(1_000, 5_000);
   const four = (number) => String(number).padStart(4, '0');
   const names = Array.from({ length: HALF }, (_, number) => four((number * 7919) % HALF));
-  // The way round in which the numbers of the artists and the minutes of the dates go.
+  // `place` gives the order of the artists' numbers and of the dates' minutes.
   const make = (place) => names.forEach((name, number) => {
     write(path.join(where, `${name}.flac`), songBytes({ ARTIST: `Artist ${four(place(number))}` }));
     const [hour, minute] = [Math.floor(place(number) / 60), place(number) % 60];
@@ -62,7 +62,8 @@ test('a second program sorts thousands of files by artist and by date taken with
   assert.deepEqual(first(byArtist, '.flac'), names);
   assert.deepEqual(first(byDate, '.jpg'), names);
 
-  // Other bytes of the same number and time: who reads them finds the other way round.
+  // Other bytes of the same size and time: only a program that reads them finds the reverse
+  // order.
   const size = statSync(path.join(where, `${names[0]}.flac`)).size;
   make((number) => HALF - 1 - number);
   assert.equal(statSync(path.join(where, `${names[0]}.flac`)).size, size);
@@ -71,7 +72,7 @@ test('a second program sorts thousands of files by artist and by date taken with
   assert.deepEqual(first(anew, '.flac'), [...names].reverse());
 });
 
-test('what a script wrote is there after a restart, and not for another file of the name', async () => {
+test('written fields are there after a restart, and not for another file of that name', async () => {
   const where = folder();
   const cache = folder();
   const file = path.join(where, 'a.flac');
@@ -127,7 +128,7 @@ test('two programs read and write at the same time, and a third finds all', asyn
   assert.deepEqual(values, artists.map((artist, number) => [artist, number + 1]));
 });
 
-test('a damaged cache is set aside, with a line in the log, and begun anew', async () => {
+test('a damaged cache is set aside, with a line in the log, and recreated', async () => {
   const where = folder();
   const cache = folder();
   write(path.join(where, 'a.flac'), songBytes({ ARTIST: 'Somebody' }));
@@ -147,12 +148,12 @@ test('a damaged cache is set aside, with a line in the log, and begun anew', asy
   assert.equal(lines.length, 1, lines.join('\n'));
   const aside = path.join(cache, `${FILE}.damaged`);
   assert.ok(lines[0].includes(`The metadata cache ${path.join(cache, FILE)} is damaged (`), lines[0]);
-  assert.ok(lines[0].includes(`it is now ${aside}, and a new one is begun.`), lines[0]);
+  assert.ok(lines[0].includes(`it is now ${aside}, and a new one is created.`), lines[0]);
   assert.ok(readFileSync(aside).equals(damaged));
   assert.deepEqual(await read(), []);
 });
 
-test('programs that find the same damaged cache at a time all go on', async () => {
+test('programs that find the same damaged cache at the same time all continue', async () => {
   const where = folder();
   const cache = folder();
   write(path.join(where, 'a.flac'), songBytes({ ARTIST: 'Somebody' }));

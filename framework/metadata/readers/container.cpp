@@ -1,4 +1,4 @@
-// Films, and whatever else only libav reads.
+// Video, and all formats that only libav reads.
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -22,12 +22,12 @@ extern "C" {
 namespace mrb {
 namespace {
 
-// Nothing that opens other files or the network: a film is one file.
+// Only formats that do not open other files or the network.
 constexpr const char *FORMATS = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts,mpeg,mpegvideo,m4v,asf,flv,"
                                 "ogg,rm,mp3,aac,ac3,eac3,amr,wav,aiff,flac,ape,mpc,mpc8,wv,dsf,tiff_pipe,"
                                 "jpegxl_pipe,jpegxl_anim";
 constexpr std::int64_t MOST_PROBED = 2LL << 20;
-// Where the container's head does not say all, its streams are looked into so long.
+// The maximum time for analysing streams, where the container's header is incomplete.
 constexpr std::int64_t LONGEST_ANALYSIS = 2LL * AV_TIME_BASE;
 constexpr int BLOCK = 64 << 10;
 
@@ -60,7 +60,7 @@ std::int64_t seek(void *user, std::int64_t offset, int whence) {
     default:
         return AVERROR(EINVAL);
     }
-    // The numbers may be a hostile file's.
+    // The numbers may come from a hostile file.
     if (__builtin_add_overflow(start, offset, &offset) || offset < 0) {
         return AVERROR(EINVAL);
     }
@@ -154,7 +154,7 @@ const std::uint8_t *sideData(const AVStream &stream, AVPacketSideDataType type, 
 #endif
 }
 
-// The turn that shows the picture upright, as EXIF counts it.
+// The rotation that shows the picture upright, as EXIF counts it.
 int orientationOf(const AVStream &stream) {
     constexpr std::size_t MATRIX = 9 * sizeof(std::int32_t);
     const std::uint8_t *data = sideData(stream, AV_PKT_DATA_DISPLAYMATRIX, MATRIX);
@@ -190,7 +190,7 @@ void readPicture(const AVStream &stream, Metadata &facts) {
     ratio = orientation >= 5 ? 1 / ratio : ratio;
     constexpr double THOUSAND = 1000;
     constexpr double MOST = std::numeric_limits<std::int32_t>::max();
-    // A film that has one has no ratio of 0.
+    // A video with an aspect ratio never gets 0.
     facts.setNumber(Fact::ASPECT_RATIO, std::llround(std::clamp(ratio * THOUSAND, 1.0, MOST)));
 }
 
@@ -283,11 +283,11 @@ void readTags(const AVFormatContext &container, Metadata &facts) {
     readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), facts);
 }
 
-// Opens a container for as long as `work` runs with it; not at all where it is none.
+// Opens a container while `work` runs with it; does nothing where the file is not a container.
 template <typename Work>
 void withContainer(MediaFile &file, const Signature &signature, Work &&work) {
     static std::once_flag silenced;
-    // What is wrong with a user's film is no news for the application's terminal.
+    // Damage in a user's video must not be logged to the application's terminal.
     std::call_once(silenced, [] { av_log_set_level(AV_LOG_QUIET); });
     Stream stream{file};
     const Input input = makeInput(stream);
@@ -300,7 +300,7 @@ void withContainer(MediaFile &file, const Signature &signature, Work &&work) {
     }
 }
 
-// As libav counts it once it has looked into the streams: all bytes by the running time.
+// As libav computes it after analysing the streams: all bytes by the duration.
 void readTimes(const AVFormatContext &container, std::int64_t size, Metadata &facts) {
     constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
     constexpr double BITS = 8;

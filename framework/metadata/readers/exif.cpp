@@ -22,7 +22,7 @@ using Data = std::unique_ptr<ExifData, Deleter<exif_data_unref>>;
 Data parse(const std::string &bytes) {
     Data data(exif_data_new());
     if (data) {
-        // Else the library adds what a picture should say and does not.
+        // Otherwise the library adds mandatory tags that the picture lacks.
         exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
         exif_data_load_data(data.get(), reinterpret_cast<const unsigned char *>(bytes.data()),
                             static_cast<unsigned>(bytes.size()));
@@ -94,10 +94,10 @@ std::string exposureText(ExifRational time) {
                                       : decimalText(seconds, 1);
 }
 
-// Below 1 a lens is known by two decimals: 0.95.
+// An aperture below 1 has two decimals: 0.95.
 std::string apertureText(double aperture) { return decimalText(aperture, aperture < 1 ? 2 : 1); }
 
-// Degrees, minutes and seconds; no value when they are no angle up to `most` degrees.
+// Degrees, minutes and seconds; no value when they are not an angle of at most `most` degrees.
 std::optional<double> angle(const Directory &gps, int tag, double most) {
     constexpr double MINUTES = 60;
     const auto degrees = gps.real(tag, 0);
@@ -147,7 +147,7 @@ void readExif(std::string bytes, Metadata &facts) {
     if (orientation >= 1 && orientation <= 8) {
         facts.setNumber(Fact::ORIENTATION, orientation);
     }
-    // What holds the picture knows better, where it says so.
+    // The size in the picture's own header takes precedence over that in EXIF.
     const auto width = exif.number(EXIF_TAG_PIXEL_X_DIMENSION).value_or(0);
     const auto height = exif.number(EXIF_TAG_PIXEL_Y_DIMENSION).value_or(0);
     if (width > 0 && height > 0 && !facts.has(Fact::WIDTH)) {

@@ -1,4 +1,4 @@
-// HEIC and AVIF by libheif, which reads the boxes and leaves the picture alone.
+// HEIC and AVIF by libheif, which parses the boxes and does not decode the picture.
 
 #include <libheif/heif.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t MOST_EXIF = 8U << 20;
 
-// A media file as libheif wants to read it.
+// A media file as the reader interface of libheif.
 struct Stream {
     MediaFile &file;
     std::int64_t position = 0;
@@ -45,7 +45,7 @@ void readExifOf(heif_image_handle *picture, Metadata &facts) {
         return;
     }
     const std::size_t size = heif_image_handle_get_metadata_size(picture, id);
-    // Four bytes in front say where the TIFF structure begins.
+    // Four bytes in front give the offset of the TIFF structure.
     constexpr std::size_t OFFSET_BYTES = 4;
     if (size <= OFFSET_BYTES || size > MOST_EXIF) {
         return;

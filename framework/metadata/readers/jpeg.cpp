@@ -1,4 +1,4 @@
-// JPEG: the markers in front of the picture, ISO/IEC 10918-1, annex B.
+// JPEG: the markers before the image data, ISO/IEC 10918-1, annex B.
 
 #include "metadata/byte_order.h"
 #include "metadata/readers/exif.h"
@@ -7,9 +7,9 @@
 namespace mrb {
 namespace {
 
-// What a picture has in front of its frame header: thumbnails and colour profiles.
+// The maximum of segments before the frame header: thumbnails and colour profiles.
 constexpr int MOST_SEGMENTS = 4096;
-// Mostly all of that comes with one read.
+// One read usually covers all of them.
 constexpr std::size_t AT_ONCE = 128UL << 10;
 
 // Frame headers are C0 to CF without C4, C8 and CC.
@@ -17,7 +17,7 @@ constexpr bool isFrameHeader(unsigned marker) {
     return marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
 }
 
-// Without a length behind it: TEM, RST0 to RST7, SOI and EOI.
+// Markers without a length: TEM, RST0 to RST7, SOI and EOI.
 constexpr bool isAlone(unsigned marker) { return marker == 0x01 || (marker >= 0xd0 && marker <= 0xd9); }
 
 } // namespace

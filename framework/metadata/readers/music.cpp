@@ -1,4 +1,4 @@
-// Music by TagLib.
+// Audio by TagLib.
 
 #include <aifffile.h>
 #include <apefile.h>
@@ -29,7 +29,7 @@ namespace mrb {
 namespace {
 
 std::string utf8(const TagLib::String &text) {
-    // A tag may hold megabytes; the start is all that is shown.
+    // A tag may hold megabytes; only its start is shown.
     return text.substr(0, Metadata::LONGEST_TEXT).to8Bit(true);
 }
 
@@ -46,7 +46,7 @@ void setPositive(Metadata &facts, Fact fact, std::int64_t number) {
     }
 }
 
-// "3/12", or "3" and the other number elsewhere.
+// "3/12", or "3" and the total in another tag.
 void readTracks(const TagLib::PropertyMap &properties, Metadata &facts) {
     const auto first = [&](const char *name) {
         const auto found = properties.find(name);
@@ -72,7 +72,7 @@ bool hasPicture(const TagLib::APE::Tag *tag) {
 
 bool hasPicture(TagLib::Ogg::XiphComment *tag) { return tag != nullptr && !tag->pictureList().isEmpty(); }
 
-// What only the single formats know: the codec, the bits of a sample, and a cover.
+// Values that TagLib has only in the class of each format: codec, bits per sample, cover.
 struct Details {
     const char *codec = "";
     int sampleBits = 0;
@@ -118,7 +118,7 @@ const char *codecOf(const TagLib::ASF::Properties &properties) {
     }
 }
 
-// The names are those that libav gives the codecs.
+// The names are libav's codec names.
 Details detailsOf(TagLib::File *file) {
     if (auto *mpeg = dynamic_cast<TagLib::MPEG::File *>(file)) {
         return {codecOf(*mpeg->audioProperties()), 0, hasPicture(mpeg->ID3v2Tag())};
@@ -172,7 +172,7 @@ void readTag(const TagLib::Tag &tag, Metadata &facts) {
     }
 }
 
-// Of a WAV file TagLib gives the ID3 tag, and most have an INFO chunk instead.
+// Of a WAV file TagLib returns the ID3 tag, but most have an INFO chunk instead.
 const TagLib::Tag *tagOf(const TagLib::FileRef &reference) {
     if (auto *wav = dynamic_cast<TagLib::RIFF::WAV::File *>(reference.file())) {
         if (wav->hasInfoTag() && !wav->hasID3v2Tag()) {
@@ -192,7 +192,7 @@ void readSound(const TagLib::AudioProperties &sound, Metadata &facts) {
 } // namespace
 
 bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts) {
-    // TagLib goes by the name's extension first.
+    // TagLib prefers the extension of the name.
     MusicStream stream(file, std::string("file.") + signature.format);
     const TagLib::FileRef reference(&stream);
     if (reference.isNull() || !reference.file()->isValid()) {

@@ -5,7 +5,7 @@
 namespace mrb {
 
 TagLib::ByteVector MusicStream::readBlock(Length length) {
-    // What a tag claims to hold: covers are the largest things in them.
+    // The maximum that a tag may claim to hold: covers are the largest things in them.
     constexpr Length MOST_AT_ONCE = 16UL << 20;
     const std::string bytes = file_.read(position_, std::min<std::size_t>(length, MOST_AT_ONCE));
     position_ += static_cast<std::int64_t>(bytes.size());
@@ -13,7 +13,7 @@ TagLib::ByteVector MusicStream::readBlock(Length length) {
 }
 
 void MusicStream::seek(Offset offset, Position from) {
-    // There is nothing outside the file, and sums of hostile numbers must not overflow.
+    // Positions stay inside the file, and sums of hostile numbers must not overflow.
     const std::int64_t step = std::clamp<std::int64_t>(offset, -file_.size(), file_.size());
     switch (from) {
     case Beginning:

@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-// A media file as TagLib reads it, with the file's bounds. It cannot be written.
-// Used by one thread, and no longer than its file.
+// A media file as a read-only stream of TagLib, bounded by the file. Used by one thread, and no
+// longer than its file.
 class MusicStream final : public TagLib::IOStream {
   public:
 #if TAGLIB_MAJOR_VERSION >= 2
@@ -22,7 +22,7 @@ class MusicStream final : public TagLib::IOStream {
     using Start = unsigned long;
 #endif
 
-    // `name` tells TagLib what kind of file to expect.
+    // From `name` TagLib guesses the file's format.
     MusicStream(MediaFile &file, std::string name) : file_(file), name_(std::move(name)) {}
 
     [[nodiscard]] TagLib::FileName name() const override { return name_.c_str(); }

@@ -1,4 +1,4 @@
-// PNG, GIF, BMP and WebP: the sizes in their headers, and EXIF where they hold it.
+// PNG, GIF, BMP and WebP: the sizes in their headers, and EXIF where present.
 
 #include <limits>
 
@@ -51,7 +51,7 @@ void readGif(MediaFile &file, Metadata &facts) {
     setSize(facts, littleEndian(header, 0, 2), littleEndian(header, 2, 2));
 }
 
-// BITMAPINFOHEADER; a height below 0 means that the rows run downwards.
+// BITMAPINFOHEADER; a negative height means rows from top to bottom.
 void readBmp(MediaFile &file, Metadata &facts) {
     const std::string header = file.read(0, 26);
     if (!header.starts_with("BM")) {
@@ -62,7 +62,7 @@ void readBmp(MediaFile &file, Metadata &facts) {
     setSize(facts, littleEndian(header, 18, 4), height < 0 ? 0U - rows : rows);
 }
 
-// RFC 9649: the size lies in the first chunk, whichever of three it is.
+// RFC 9649: the size lies in the first chunk, of which there are three types.
 void readWebp(MediaFile &file, Metadata &facts) {
     const std::string first = file.read(12, 18);
     const std::string_view data = std::string_view(first).substr(std::min<std::size_t>(first.size(), 8));

@@ -10,7 +10,7 @@
 namespace mrb {
 namespace {
 
-// TagLib first; what it does not know of the sound of its own files, libav does.
+// TagLib first; libav for what TagLib does not know of the audio in its own formats.
 void readSound(MediaFile &file, const Signature &signature, Metadata &facts) {
     if (!readMusic(file, signature, facts)) {
         readContainer(file, signature, facts);
@@ -59,7 +59,7 @@ bool isPicture(Medium medium) {
     return medium != Medium::NONE && medium != Medium::MUSIC && medium != Medium::FILM;
 }
 
-// As it is shown: turned upright. A picture that has one has no ratio of 0.
+// The ratio as displayed, turned upright. A picture that has one never gets 0.
 void setPictureRatio(Metadata &facts) {
     constexpr std::int64_t THOUSAND = 1000;
     std::int64_t width = facts.number(Fact::WIDTH);
@@ -89,7 +89,7 @@ void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts
         outcome = Status::outOfMemory("There is not enough memory to read \"" + name + "\".");
         return;
     } catch (const std::exception &failure) {
-        // A reader's way of saying that the file is damaged; what came before stays.
+        // A reader reports a damaged file by this exception; metadata read before it stay.
         MRB_LOG_WARNING("The metadata of \"%s\" are damaged: %s", name.c_str(), failure.what());
     }
     if (isPicture(signature.medium)) {

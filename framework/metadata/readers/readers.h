@@ -6,8 +6,8 @@
 
 namespace mrb {
 
-// One reader for each kind of file. The bytes may be anything: a reader takes what
-// it understands and leaves the rest. Called on any thread, each with a file of its own.
+// One reader for each kind of file. The bytes may be hostile: a reader takes what it can parse
+// and leaves the rest. Called on any thread, each with a file of its own.
 
 void readJpeg(MediaFile &file, Metadata &facts);
 void readPng(MediaFile &file, Metadata &facts);
@@ -16,15 +16,15 @@ void readBmp(MediaFile &file, Metadata &facts);
 void readWebp(MediaFile &file, Metadata &facts);
 void readHeif(MediaFile &file, Metadata &facts);
 
-// Has libheif load its plug-ins, which it would otherwise do with the first file. Once.
+// Makes libheif load its plug-ins, which it would otherwise do with the first file. Called once.
 void loadHeifPlugins();
 
-// By TagLib, as `signature` says. False: it does not know such files.
+// By TagLib, as `signature` says. False: TagLib does not know such files.
 bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts);
 
-// By libav. `signature` says which way it is to be opened.
+// By libav. `signature` gives the demuxer.
 void readContainer(MediaFile &file, const Signature &signature, Metadata &facts);
-// The codec of the sound alone, from the container's head.
+// Only the audio codec, from the container's header.
 void readSoundCodec(MediaFile &file, const Signature &signature, Metadata &facts);
 
 } // namespace mrb

@@ -17,7 +17,7 @@ struct Mark {
     Signature means;
 };
 
-// In this order: the first that fits holds.
+// The first match counts.
 constexpr Mark MARKS[] = {
     {0, "\xff\xd8\xff"sv, {Medium::JPEG, "jpeg", "image/jpeg"}},
     {0, "\x89PNG\r\n\x1a\n"sv, {Medium::PNG, "png", "image/png"}},
@@ -61,7 +61,7 @@ constexpr Mark MARKS[] = {
     {0, "\0\0\x01\xb3"sv, {Medium::FILM, "mpeg", "video/mpeg"}},
 };
 
-// Formats without a mark of their own, or with one that other bytes often look like.
+// Formats without a signature of their own, or with one that is often found in other bytes.
 struct Named {
     std::string_view extension;
     Signature means;
@@ -74,7 +74,7 @@ constexpr Named NAMED[] = {
     {"tp", {Medium::FILM, "mpegts", "video/mp2t"}},   {"trp", {Medium::FILM, "mpegts", "video/mp2t"}},
 };
 
-// The same container may hold sound or film, and then the file's name knows better.
+// The same container may hold audio or video; then the file's name decides.
 bool isSame(const Signature &found, const MediaType &named) {
     const std::string_view format = found.format;
     if (format == "mp4" || format == "mov") {
@@ -93,8 +93,8 @@ bool isSame(const Signature &found, const MediaType &named) {
     return (format == "heif" || format == "heic") && named.extension.starts_with("hei");
 }
 
-// ISO/IEC 14496-12, 4.3: "mif1" in front says only that it is a picture; the compatible
-// brands behind it say of which kind.
+// ISO/IEC 14496-12, 4.3: "mif1" in front says only that it is a picture; the compatible brands
+// after it say of which kind.
 Signature ofBrands(std::string_view head, Signature found) {
     constexpr std::size_t FIRST = 16;
     constexpr std::size_t LENGTH = 4;
@@ -111,13 +111,13 @@ Signature ofBrands(std::string_view head, Signature found) {
     return found;
 }
 
-// RFC 8794, 11.2.4: an EBML file names its type in its header.
+// RFC 8794, 11.2.4: an EBML file gives its type in its header.
 Signature ofDocumentType(std::string_view head, Signature found) {
     constexpr std::string_view WEBM = "\x42\x82\x84webm";
     return head.find(WEBM) == std::string_view::npos ? found : Signature{found.medium, "webm", "video/webm"};
 }
 
-// Where the first bytes leave a choice, others among the head's make it.
+// Where the first bytes are ambiguous, later bytes of the header decide.
 Signature refined(std::string_view head, Signature found) {
     const std::string_view format = found.format;
     if (format == "heif") {

@@ -5,20 +5,20 @@
 
 namespace mrb {
 
-// What reads a file.
+// The reader for a file.
 enum class Medium : std::uint8_t { NONE, JPEG, PNG, GIF, BMP, WEBP, HEIF, PICTURE, MUSIC, FILM };
 
-// What a file's first bytes, and where these leave it open its name, say it is.
+// The file's format by its first bytes, and by its name where these are ambiguous.
 struct Signature {
     Medium medium = Medium::NONE;
     const char *format = "";
     const char *mimeType = "";
 };
 
-// How many first bytes a signature needs.
+// The number of first bytes that a signature needs.
 inline constexpr std::size_t SIGNATURE_BYTES = 64;
 
-// `head` may be shorter, and may be anything.
+// `head` may be shorter, and may be hostile.
 Signature signatureOf(std::string_view head, std::string_view fileName);
 
 } // namespace mrb
