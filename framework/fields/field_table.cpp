@@ -23,13 +23,13 @@ FactValue fact(const FieldSubject &subject) {
     return subject.record.facts[FACT];
 }
 
-// ---- what the list knows ----
+// ---- from the list ----
 
 FactValue size(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.size); }
 
 FactValue modifiedTime(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.modified); }
 
-// File systems that keep no time of creation have the last change at least.
+// File systems without a time of creation have at least that of the last change.
 FactValue addedTime(const FieldSubject &subject) {
     const ItemFacts &facts = subject.entry.facts;
     return numberOrNothing(facts.created == UNKNOWN ? facts.modified : facts.created);
@@ -54,14 +54,14 @@ FactValue mediaId(const FieldSubject &subject) { return subject.location.mediaId
 
 FactValue displayName(const FieldSubject &subject) { return displayText(subject.entry.facts.name); }
 
-// ---- what the file says, in the form that fields have ----
+// ---- from the file's metadata, converted to the fields' forms ----
 
 bool isFile(const FieldSubject &subject) {
     const auto type = subject.entry.facts.type;
     return type != MRB_ITEM_TYPE_FOLDER && type != MRB_ITEM_TYPE_UPFOLDER && type != MRB_ITEM_TYPE_GROUP;
 }
 
-// The file's own, else its name without the extension.
+// The title in the metadata, else the file's name without the extension.
 FactValue title(const FieldSubject &subject) {
     if (subject.record.facts.has(Fact::TITLE)) {
         return subject.record.facts[Fact::TITLE];
@@ -72,7 +72,7 @@ FactValue title(const FieldSubject &subject) {
     return displayText(name.substr(0, end));
 }
 
-// What the bytes are; what the name says where they tell nothing.
+// The MIME type by the bytes, else by the name.
 FactValue mimeType(const FieldSubject &subject) {
     const std::string &found = subject.record.facts.text(Fact::MIME_TYPE);
     return found.empty() ? subject.location.mimeType : found;
@@ -92,7 +92,7 @@ FactValue pixelsText(const FieldSubject &subject) {
     return std::to_string(facts.number(Fact::WIDTH)) + 'x' + std::to_string(facts.number(Fact::HEIGHT));
 }
 
-// Of a film, by the shorter side, so that upright ones count as well.
+// For video, by the shorter side, so that portrait video counts as well.
 FactValue highDefinition(const FieldSubject &subject) {
     constexpr std::int64_t LINES[] = {720, 1080, 2160};
     const Metadata &facts = subject.record.facts;
@@ -102,8 +102,8 @@ FactValue highDefinition(const FieldSubject &subject) {
                   : FactValue();
 }
 
-// The file itself is what a thumbnail is made of, where it holds a picture: music has a
-// cover or none.
+// The thumbnail is made from the file itself, where it holds a picture: music has a cover or no
+// picture.
 FactValue thumbnailPath(const FieldSubject &subject) {
     if (!subject.location.thumbnail.empty()) {
         return subject.location.thumbnail;
@@ -124,7 +124,7 @@ FactValue placeText(const FieldSubject &subject) {
     return decimalText(*latitude, DECIMALS) + ',' + decimalText(*longitude, DECIMALS);
 }
 
-// ---- what clients wrote ----
+// ---- written by clients ----
 
 template <const char *const &NAME>
 FactValue written(const FieldSubject &subject) {
@@ -197,9 +197,9 @@ constexpr Field FIELDS[] = {
     {"MODIFIED_MONTH", CHAR, NUMBERS, modifiedMonth},
     {"FORMAT", CHAR, FILE, fact<Fact::FORMAT>},
     {"THUMBNAIL_PATH", CHAR, FILE, thumbnailPath},
-    // Of the focus of another application, which nobody keeps here.
+    // Belongs to the focus of another application, which this framework does not keep.
     {"MRB_MEDIA_FOCUS_ID", CHAR, NUMBERS, nothing},
-    // Of broadcasts that a television recorded. Files that anybody made have none of it.
+    // Set for recordings that a television made; a user's own files do not have it.
     {"TIMER_RECORD", BOOL, NUMBERS, nothing},
     {"SERIES_RECORD", BOOL, NUMBERS, nothing},
     {"TTX", BOOL, NUMBERS, nothing},
@@ -208,7 +208,7 @@ constexpr Field FIELDS[] = {
     {"DATA_SERVICE", BOOL, NUMBERS, nothing},
     {"IS_LOCAL_RECORD", BOOL, NUMBERS, nothing},
     {"CHANNEL", INT, NUMBERS, nothing},
-    // 0 is the time of Greenwich.
+    // Required: 0 would mean Greenwich time.
     {"TIMEZONE", INT, NUMBERS, nothing, false, 0, 0, true},
     {"PTC", INT, NUMBERS, nothing},
     {"MAJOR", INT, NUMBERS, nothing},

@@ -28,7 +28,7 @@ const char *fieldOf(Grouping grouping) {
     }
 }
 
-// The texts that were read, each under a number in the order in which they came.
+// Numbers texts in the order of their arrival.
 class Texts {
   public:
     std::int32_t numberOf(std::string text) {

@@ -30,8 +30,8 @@ const char *fieldOf(SortKey key) {
     }
 }
 
-// The places of the texts in their natural order, equals at one place; UNKNOWN for
-// those that are empty. No value: stopped.
+// The positions of the texts in natural order, the same for equal texts; UNKNOWN for empty ones.
+// No value: stopped.
 std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &texts,
                                                 const CancellationToken &cancellation) {
     NaturalOrder order;

@@ -23,7 +23,7 @@ std::int64_t within(std::int64_t number, std::int64_t least, std::int64_t most) 
     return std::clamp(number, least, most);
 }
 
-// The value in its type; the empty one where there is none or one of another kind.
+// The value in the field's type; empty or 0 where there is none or one of another type.
 FactValue inType(const FactValue &value, FieldType type) {
     const auto *number = std::get_if<std::int64_t>(&value);
     const auto *real = std::get_if<double>(&value);
@@ -64,7 +64,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
     if (field == nullptr || field->type != type) {
         return noSuchField(name, "read with that type");
     }
-    // A client may walk through a whole list for one field: only what that takes.
+    // A client may read one field of each item of a long list: read only what the field needs.
     const std::optional<ListEntry> entry =
         field->needs == FieldNeeds::NUMBERS ? session.list().currentNumbers() : session.current();
     if (!entry) {
@@ -89,7 +89,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {
-        return Status::timedOut("The metadata cache does not answer in time.");
+        return Status::timedOut("The metadata cache did not respond in time.");
     }
     if (isNothing(found)) {
         if (!reading.ok()) {
