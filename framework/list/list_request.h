@@ -4,7 +4,7 @@
 
 namespace mrb {
 
-// The wishes for a list, as a general parameter object holds them. See mrb/agent.h.
+// The options of a list, from a general parameter object. See mrb/agent.h.
 struct ListRequest {
     std::string contentType;
     std::string sortCategory;

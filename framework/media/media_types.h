@@ -32,7 +32,8 @@ const MediaType *mediaTypeOf(std::string_view fileName);
 // The name of an item type ("image"), or null when no MRB_ITEM_TYPE_ has that number.
 const char *itemTypeName(int itemType);
 
-// Folders in which other systems keep deleted files and indexes. Lists leave them out.
+// Whether it is a folder in which another system keeps deleted files or indexes. Lists leave such
+// folders out.
 bool isSystemFolder(const char *name);
 
 // Every MRB_ITEM_TYPE_ is smaller.

@@ -1,4 +1,4 @@
-// The table of sources. A new source is a folder beside this file and a line here.
+// The table of sources. A new source is a folder next to this file and a line here.
 
 #include "sources/dlna/dlna_source.h"
 #include "sources/folder/folder_source.h"
@@ -12,7 +12,7 @@ namespace {
 struct Entry {
     const char *name;
     Status (*make)(const ListRequest &request, std::unique_ptr<Source> &source);
-    bool readsPrepareData = false; // else a request with some is refused
+    bool readsPrepareData = false; // else a request with prepare data is refused
 };
 
 constexpr Entry SOURCES[] = {
@@ -28,7 +28,7 @@ Status makeSource(const ListRequest &request, std::unique_ptr<Source> &source) {
     for (const Entry &entry : SOURCES) {
         if (request.source == entry.name) {
             if (!request.prepareData.empty() && !entry.readsPrepareData) {
-                return Status::notSupported("Play data is not prepared while a list is opened.");
+                return Status::notSupported("The source does not support prepare data.");
             }
             return entry.make(request, source);
         }

@@ -34,7 +34,7 @@ FillResult DirectoryScan::run(const ListRequest &request) {
     return std::move(result_);
 }
 
-// A server that will not search after all is walked through, unless it gave something.
+// When the search fails before it returned an object, the containers are walked instead.
 DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDone) {
     Question question;
     question.kind = Question::Kind::CAPABILITIES;
@@ -54,7 +54,8 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
     const int code = result_.outcome.code;
     isDone = found > 0 || step == Step::GO_ON;
     if (!isDone && (code == MRB_ERR_NOT_SUPPORTED || code == MRB_ERR_PROTOCOL || code == MRB_ERR_IO)) {
-        MRB_LOG_WARNING("A DLNA server does not search: %s", result_.outcome.message.c_str());
+        MRB_LOG_WARNING("DLNA search failed, reading containers instead: %s",
+                        result_.outcome.message.c_str());
         result_.outcome = {};
         fault_ = {};
         return Step::GO_ON;
@@ -79,8 +80,8 @@ DirectoryScan::Step DirectoryScan::walk() {
     return step;
 }
 
-// A server that still looks through its own folders changes a container while that is read:
-// what stands at a place moves on. It is read once more then, for what was missed.
+// A server that is still indexing its files changes a container while it is read, and objects
+// move to other positions. The container is then read again, for the objects that were missed.
 DirectoryScan::Step DirectoryScan::readPages(dlna::Question question, const Pending &container,
                                              std::int64_t &found) {
     question.container = container.id;
@@ -102,9 +103,9 @@ DirectoryScan::Step DirectoryScan::readPages(dlna::Question question, const Pend
 
 DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pending &container,
                                             Reading &reading) {
-    std::uint32_t total = 0; // as the page before said
+    std::uint32_t total = 0; // of the previous page
     std::uint32_t updateId = 0;
-    int barren = 0; // pages in a row that brought nothing
+    int barren = 0; // consecutive pages without a new object
     bool isFirst = true;
     for (;;) {
         Page page;
@@ -116,10 +117,11 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
         }
         reading.found += static_cast<std::int64_t>(taken->fresh);
         const auto given = static_cast<std::uint32_t>(page.objects.size());
-        // The objects of a page are broken XML: that costs no more than what cannot be made out.
+        // The objects' XML of a page is malformed: only the objects that cannot be parsed are
+        // lost.
         const bool isBroken = outcome.code == MRB_ERR_PROTOCOL && page.returned > 0;
         if (outcome.code == MRB_ERR_TIMEOUT && hasAnswered_ && question.count > SHORT_PAGE_LENGTH) {
-            question.count = SHORT_PAGE_LENGTH; // of which a slow server gives some in time
+            question.count = SHORT_PAGE_LENGTH; // a slow server can return so many in time
             question.ahead.reset();
             continue;
         }
@@ -136,7 +138,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
         total = page.total;
         updateId = page.updateId;
         question.ahead = std::move(page.ahead);
-        // What it says that it gives, unless that cannot be.
+        // The number that the server reports, unless it is impossible.
         const std::uint32_t said = page.returned <= std::max(question.count, given) ? page.returned : 0;
         if (isBroken) {
             note(outcome);
@@ -146,12 +148,12 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
                                                    container.id + "\"");
             }
         } else if (page.returned != given) {
-            note(container, "says that it gives " + std::to_string(page.returned) + " objects and gives " +
+            note(container, "reports " + std::to_string(page.returned) + " objects on a page and returns " +
                                 std::to_string(given));
         }
         question.start += std::max(said, given);
         if (taken->repeated > 0 && !reading.hasChanged && !reading.isAgain) {
-            note(container, "repeats objects");
+            note(container, "returns objects twice");
         }
         const bool isNews = taken->fresh > 0 || (reading.isAgain && question.start <= reading.end);
         barren = isNews ? 0 : barren + 1;
@@ -161,7 +163,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
                             question.start > MOST_OBJECTS;
         if (page.total > 0 && (isOver || question.start >= page.total)) {
             if (question.start != page.total && !reading.hasChanged && !reading.isAgain) {
-                note(container, "says that there are " + std::to_string(page.total) + " objects and gives " +
+                note(container, "reports a total of " + std::to_string(page.total) + " objects and returns " +
                                     std::to_string(question.start));
             }
             return Step::GO_ON;
@@ -176,7 +178,7 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
                                                         Reading &reading) {
     Taken taken;
     std::vector<SourceItem> run;
-    std::vector<std::string> records; // the run's; never moved
+    std::vector<std::string> records; // of `run`; never reallocated
     run.reserve(page.objects.size());
     records.reserve(page.objects.size());
     for (const MediaObject &object : page.objects) {
@@ -226,8 +228,8 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
     return taken;
 }
 
-// A server that is still looking through its own folders refuses a search now and then, as
-// if it could not be done, and does it when it is asked once more.
+// A server that is still indexing its files occasionally refuses a search as unsupported, and
+// accepts it when it is repeated.
 Status DirectoryScan::ask(const Question &question, Page &page) {
     Question whole = question;
     whole.server = place_.server;
@@ -245,7 +247,7 @@ Status DirectoryScan::ask(const Question &question, Page &page) {
     return outcome;
 }
 
-// Between two turns, in pieces after which a list may be stopped.
+// The pause before a retry, in slices after which a list may be stopped.
 void DirectoryScan::rest() const {
     constexpr auto PIECE = std::chrono::milliseconds(5);
     for (auto left = PAUSE; left.count() > 0 && !sink_.stopped(); left -= PIECE) {
@@ -253,8 +255,8 @@ void DirectoryScan::rest() const {
     }
 }
 
-// A container that cannot be read costs its own contents only, unless it is the one that
-// the list was opened on, or nobody is there any more to tell more.
+// A container that cannot be read costs only its own contents, unless it is the one on which the
+// list was opened, or the server is gone.
 DirectoryScan::Step DirectoryScan::failed(Status outcome, const Pending &container) {
     const bool isOver = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
                         outcome.code == MRB_ERR_TIMEOUT;
@@ -269,7 +271,7 @@ DirectoryScan::Step DirectoryScan::failed(Status outcome, const Pending &contain
     return Step::GO_ON;
 }
 
-// What a server did wrong that does not keep it from being read on.
+// Remembers a server's fault that does not end the scan.
 void DirectoryScan::note(Status fault) {
     if (fault_.ok()) {
         fault_ = std::move(fault);
@@ -280,14 +282,14 @@ void DirectoryScan::note(const Pending &container, const std::string &fault) {
     note(Status::protocolError("The server " + fault + " in its container \"" + container.id + "\"."));
 }
 
-// An object that could not be asked for again.
+// An object without a usable id, which could not be requested again.
 void DirectoryScan::leaveOut(const MediaObject &object, const Pending &container) {
     std::string name = object.title;
     if (name.empty()) {
         name = "an object of the container \"" + container.id + "\"";
     }
     if (result_.leftOutNames.size() < FillResult::MAX_NAMES) {
-        MRB_LOG_WARNING("An object of a DLNA server cannot be used, and is left out: %s", name.c_str());
+        MRB_LOG_WARNING("An object of a DLNA server has no usable id and is left out: %s", name.c_str());
     }
     result_.leaveOut(1, std::move(name));
 }

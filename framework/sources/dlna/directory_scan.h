@@ -13,39 +13,39 @@
 
 namespace mrb {
 
-// One reading of a server's content directory into a list: by a search where the server
-// can look for what the list wants, else container by container, those nearer to the top
-// first. The server may lie, repeat itself and never end: what it gave is kept, no
-// container is read twice, and every page must bring something new. Owned and used by
-// the thread that fills the list.
+// Reads a server's content directory into a list once: by a search where the server can search
+// for the list's items, else container by container in breadth-first order. The server may be
+// wrong, repeat itself and never end: objects that it returned are kept, no container is read
+// twice, and reading ends after too many pages without a new object. Owned and used by the thread
+// that fills the list.
 class DirectoryScan {
   public:
     static constexpr std::uint32_t PAGE_LENGTH = 500;
     // The deepest container that is read, counted from the scanned one (level 0).
     static constexpr int DEEPEST_LEVEL = 50;
 
-    // No container holds more; one that does is not read further.
+    // The maximum of objects in a container; a larger one is not read further.
     static constexpr std::uint32_t MOST_OBJECTS = 2'000'000;
 
-    // Of a server that has answered before and is too slow for that many.
+    // For a server that has answered before and is too slow for PAGE_LENGTH objects.
     static constexpr std::uint32_t SHORT_PAGE_LENGTH = 50;
 
-    // A container that changes while it is read is read so often.
+    // How often a container that changes while it is read is read.
     static constexpr int MAX_TURNS = 3;
 
-    // So many pages in a row may hold nothing that can be used.
+    // How many consecutive pages may be without a new object.
     static constexpr int MAX_BARREN_PAGES = 20;
 
-    // A search that is refused is asked for so often again, with so long between.
+    // How often a refused search is retried, and the pause before each retry.
     static constexpr int MORE_TURNS = 3;
     static constexpr auto PAUSE = std::chrono::milliseconds(150);
 
-    // Where to read: a container of a server. All must outlive the scan.
+    // The container to be read. All members must outlive the scan.
     struct Place {
         dlna::Directories &directories;
         const std::string &server;
         const std::string &container;
-        std::chrono::milliseconds patience; // for one page
+        std::chrono::milliseconds patience; // the timeout of one page
     };
 
     DirectoryScan(ItemSink &sink, const Place &place) : sink_(sink), place_(place) {}
@@ -53,35 +53,35 @@ class DirectoryScan {
     FillResult run(const ListRequest &request);
 
   private:
-    // A container that is still to be read.
+    // A container to be read.
     struct Pending {
         std::string id;
         std::int32_t folder;
         int level;
     };
 
-    // What became of a step: go on, or end the scan with result_.outcome.
+    // The result of a step: go on, or end the scan with result_.outcome.
     enum class Step { GO_ON, END };
 
     Step search(const ListRequest &request, bool &isDone);
     Step walk();
     Step readPages(dlna::Question question, const Pending &container, std::int64_t &found);
-    // What a page brought.
+    // The objects of a page.
     struct Taken {
         std::size_t fresh = 0;    // objects that were not seen before
-        std::size_t repeated = 0; // and that were
+        std::size_t repeated = 0; // objects that were
     };
     using Seen = std::unordered_set<std::size_t>; // hashes of ids, or of URLs
-    // How far a container is read.
+    // The progress in a container.
     struct Reading {
         Seen seen; // ids
         std::int64_t found = 0;
-        std::uint32_t end = 0;   // where it ended before
-        bool hasChanged = false; // since it was begun
-        bool isAgain = false;    // for what was missed
+        std::uint32_t end = 0;   // the largest position reached before
+        bool hasChanged = false; // since reading began
+        bool isAgain = false;    // a further turn, for objects that were missed
     };
     Step readOnce(dlna::Question &question, const Pending &container, Reading &reading);
-    // No value: the list takes no more.
+    // No value: the list is full or was stopped.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
     Status ask(const dlna::Question &question, dlna::Page &page);
     void rest() const;
@@ -94,13 +94,13 @@ class DirectoryScan {
     ItemSink &sink_;
     const Place place_;
     std::deque<Pending> pending_;
-    std::unordered_set<std::string> visited_; // ids of containers, also of those pending
-    // A walk in place of a search finds each thing once, though a server shows it by album,
-    // by date and by folder, each time under another id.
+    std::unordered_set<std::string> visited_; // ids of containers, including pending ones
+    // Set when containers are walked in place of a search: an item counts once, although a server
+    // shows it by album, by date and by folder, each time with another id.
     bool isForSearch_ = false;
-    Seen urls_; // of the items, if so
+    Seen urls_; // URLs of the items in that case
     bool hasAnswered_ = false;
-    Status fault_; // the first that did not end the scan
+    Status fault_; // the first fault that did not end the scan
     FillResult result_;
 };
 

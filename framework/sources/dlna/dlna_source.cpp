@@ -13,14 +13,14 @@ namespace {
 
 constexpr const char *ROOT_CONTAINER = "0";
 
-// A media id is this, the server's id, '/', and the object's id.
+// A media id is the scheme, the server's id, '/', and the object's id.
 constexpr std::string_view MEDIA_ID_SCHEME = "dlna:";
 
 std::string mediaIdOf(const std::string &server, const std::string &object) {
     return std::string(MEDIA_ID_SCHEME).append(server).append("/").append(object);
 }
 
-// The object's id in a media id; no value: it is none of that server.
+// The object's id in a media id; no value: it is not a media id of that server.
 std::optional<std::string> objectOf(const std::string &server, const std::string &mediaId) {
     const std::string start = mediaIdOf(server, "");
     if (!mediaId.starts_with(start) || mediaId.size() == start.size()) {
@@ -33,7 +33,7 @@ std::optional<std::string> objectOf(const std::string &server, const std::string
 
 Status DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &source) {
     if (request.folderId != cleanText(request.folderId)) {
-        return Status::invalidParameter("The folder id is no text that a server could have given.");
+        return Status::invalidParameter("The folder id is not a text that a server could have returned.");
     }
     dlna::DlnaService::Found server;
     Status outcome = dlna::DlnaService::instance().find(request.path, server);
@@ -78,7 +78,7 @@ Status DlnaSource::reach(const ItemFacts & /*item*/) const {
     if (dlna::DlnaService::instance().isThere(server_.id)) {
         return {};
     }
-    return Status::deviceRemoved("The DLNA server \"" + server_.name + "\" is gone.");
+    return Status::deviceRemoved("The DLNA server \"" + server_.name + "\" is not available any more.");
 }
 
 std::optional<ToldFacts> DlnaSource::told(const ItemFacts &item) const {

@@ -8,20 +8,20 @@
 
 namespace mrb {
 
-// A DLNA server: a container of its content directory with everything in it. Owned and
-// called as every Source is.
+// A list source: a container of a DLNA server's content directory with everything in it. Owned
+// and called as every Source is.
 class DlnaSource final : public Source {
   public:
-    // How long a server may take for one page.
+    // The timeout for one page.
     static constexpr auto PATIENCE = std::chrono::seconds(15);
 
-    // `request.path` is the server's id, or its address where there is one server only;
-    // `request.folderId` the id of one of its objects or the media id of one of its folders; empty: the root.
+    // `request.path` is the server's id, or its address if that is unique; `request.folderId` is
+    // the id of one of its objects or the media id of one of its folders; empty: the root.
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
-    // Whether it is that of an item of the server.
+    // Whether it is the media id of an item of the server.
     static bool isMediaId(const std::string &server, const std::string &mediaId);
-    // The id of an object of the server in a media id of it; what is none is an id itself.
+    // The object id in a media id of the server; any other text is returned as an object id.
     static std::string objectId(const std::string &server, const std::string &idOrMediaId);
 
     DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request);

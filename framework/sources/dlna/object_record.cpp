@@ -11,14 +11,14 @@
 namespace mrb {
 namespace {
 
-// Each entry is a tag, a letter for the kind of its value, the value's length in two
-// bytes, the lower first, and the value; numbers as this machine has them.
+// Each entry is a tag, a letter for the type of its value, the value's length in two bytes
+// (little-endian), and the value; numbers in this machine's byte order.
 constexpr unsigned char URL = 254;
 constexpr unsigned char THUMBNAIL = 255;
 static_assert(FACTS < URL);
 constexpr std::size_t HEADER_BYTES = 4;
 
-// A list keeps 65,535 bytes of an item, with its id.
+// A list stores at most 65,535 bytes of an item, including its id.
 constexpr std::size_t MOST_BYTES = 56'000;
 
 void append(std::string &packed, unsigned char tag, char kind, std::string_view value) {
@@ -70,7 +70,7 @@ constexpr Class MIME_TYPES[] = {
     {"video/", MRB_ITEM_TYPE_VIDEO},
 };
 
-// The number in exactly these digits; negative: there is none.
+// The number in exactly these digits; negative: they are not a number.
 int digits(std::string_view text, std::size_t start, std::size_t length) {
     if (text.size() < start + length) {
         return -1;
@@ -168,7 +168,7 @@ std::int64_t secondsOfDate(std::string_view date) {
         return seconds.count();
     }
     seconds += chrono::hours(hour) + chrono::minutes(minute) + chrono::seconds(second);
-    // Of "+01:00" or "-0800", which stand at the end.
+    // "+01:00" or "-0800" at the end.
     const std::size_t sign = date.find_first_of("+-", TIME_LENGTH);
     if (sign != std::string_view::npos) {
         const int hours = digits(date, sign + 1, 2);

@@ -9,26 +9,26 @@
 
 namespace mrb {
 
-// What a list keeps of a server's object beside its name and numbers.
+// What a list stores of a server's object besides its name and numbers.
 struct ObjectRecord {
     std::string url;
     std::string thumbnail; // URL
     Metadata facts;
 };
 
-// The record in few bytes; texts that make it longer than a list keeps are left out.
+// Serializes the record; texts that exceed a list's maximum are left out.
 std::string packRecord(const dlna::MediaObject &object);
-// What packRecord made.
+// Parses a record of packRecord.
 ObjectRecord unpackRecord(std::string_view packed);
 
-// The MRB_ITEM_TYPE_ of an object; no media: negative.
+// The MRB_ITEM_TYPE_ of an object; negative: it is not a medium.
 int itemTypeOf(const dlna::MediaObject &object);
 
-// "jpg" of "http://10.0.0.1:8200/MediaItems/22.jpg?small"; empty when there is none.
+// "jpg" for "http://10.0.0.1:8200/MediaItems/22.jpg?small"; empty when there is no extension.
 std::string_view extensionOfUrl(std::string_view url);
 
-// Seconds since 1970 of "2026-11-21" or "2026-11-21T10:20:30", with "Z" or "+01:00" behind
-// it; without one as if in UTC. UNKNOWN: it is none.
+// Seconds since 1970 for "2026-11-21" or "2026-11-21T10:20:30", with "Z" or "+01:00" at its end,
+// else in UTC. UNKNOWN: it is not a date.
 std::int64_t secondsOfDate(std::string_view date);
 
 } // namespace mrb

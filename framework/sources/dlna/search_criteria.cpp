@@ -14,7 +14,7 @@ struct ContentClass {
     std::string_view contentType;
     std::string_view upnpClass;
 };
-// Not of folders and playlists: what those are differs from server to server.
+// Without folders and playlists: their classes differ from server to server.
 constexpr ContentClass CLASSES[] = {
     {"IMAGE", "object.item.imageItem"},
     {"MUSIC", "object.item.audioItem"},
@@ -30,7 +30,7 @@ std::string_view classOf(const ListRequest &request) {
     return {};
 }
 
-// In a list such as "dc:title, upnp:class".
+// For lists such as "dc:title, upnp:class".
 bool isIn(std::string_view capabilities, std::string_view wanted) {
     constexpr std::string_view SEPARATORS = ", \t\r\n";
     while (!capabilities.empty()) {

@@ -7,12 +7,12 @@
 
 namespace mrb {
 
-// What a server can be asked to look for on behalf of a list, in the language of content
-// directories; empty: nothing, all has to be walked through. `capabilities` are the
-// server's own words. What the criteria leave open, the list filters.
+// The UPnP search criteria that a server can evaluate for a list; empty: none, and the containers
+// have to be walked. `capabilities` is the server's own list of search capabilities. Filters that
+// the criteria cannot express are applied by the list.
 std::string searchCriteria(const ListRequest &request, std::string_view capabilities);
 
-// Whether a search could do anything for that list at all.
+// Whether searching could narrow that list at all.
 bool isWorthSearching(const ListRequest &request);
 
 } // namespace mrb

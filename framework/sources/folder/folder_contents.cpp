@@ -14,7 +14,7 @@ void FolderContents::add(std::string_view name, std::uint8_t type, const std::op
     if (facts) {
         facts_.push_back(*facts);
     }
-    // A record of a folder, which the kernel bounds by 16 bits, holds more than a name.
+    // The kernel limits a directory entry, which holds more than the name, to 16 bits of length.
     entries_.push_back(
         {text_.add(name, {ZERO, sizeof ZERO}), place, static_cast<std::uint16_t>(name.size()), type});
 }

@@ -17,12 +17,12 @@ struct FileFacts {
     std::int64_t created = UNKNOWN;
 };
 
-// The files, or the sub-folders, found in one folder, in the order in which they
-// were found; packed, since there may be a hundred thousand, which have to be gone
-// in no time when a scan is cancelled. Owned and used by one scan, on its thread.
+// The files, or the sub-folders, of one folder, in the order in which they were found; packed,
+// since there may be a hundred thousand, which have to be freed quickly when a scan is cancelled.
+// Owned and used by one scan, on its thread.
 class FolderContents {
   public:
-    // More than a list can hold; no folder is read further.
+    // More than a list can hold; a larger folder is not read further.
     static constexpr std::size_t MOST_ENTRIES = 6'000'000;
 
     // `facts`: those that are known already, if any.
@@ -30,7 +30,7 @@ class FolderContents {
 
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
 
-    // Exact bytes, followed by a zero.
+    // The exact bytes, followed by a zero byte.
     [[nodiscard]] std::string_view name(std::size_t number) const {
         return text_.at(entries_[number].text, entries_[number].nameLength);
     }
@@ -42,7 +42,7 @@ class FolderContents {
   private:
     struct Entry {
         std::uint32_t text;
-        std::uint32_t facts; // a place in facts_, or NO_FACTS
+        std::uint32_t facts; // an index of facts_, or NO_FACTS
         std::uint16_t nameLength;
         std::uint8_t type;
     };

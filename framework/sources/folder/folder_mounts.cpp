@@ -8,7 +8,7 @@
 namespace mrb {
 namespace {
 
-// Empty where the system does not tell.
+// Empty when the system does not return it.
 std::string pathOf(int descriptor) {
     std::array<char, PATH_MAX> path{};
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
@@ -27,7 +27,7 @@ void FolderMounts::add(int descriptor) {
         mounts_.emplace("", mount);
         return;
     }
-    // Nothing but the first one's so far, and this one is on it too.
+    // Only the root's mount so far, and this folder is on it too.
     if (mounts_.size() == 1 && mounts_.begin()->second == mount) {
         return;
     }

@@ -9,14 +9,15 @@
 
 namespace mrb {
 
-// On which mounts a folder and those below it were when they were listed. Owned by a source;
-// the thread that fills the list adds, any thread may ask.
+// Remembers on which mounts a folder and its sub-folders were when they were listed. Owned by a
+// source; the thread that fills the list adds folders, any thread may query it.
 class FolderMounts {
   public:
-    // The first is the folder that the list is opened on.
+    // The first folder is the one on which the list is opened.
     void add(int descriptor);
 
-    // Of a folder by its path below the first, names joined with '/'; empty: the first.
+    // The mount of a folder, by its path below the first, names joined with '/'; empty: the
+    // first.
     [[nodiscard]] MountIdentity of(std::string_view folder) const;
 
   private:
@@ -24,8 +25,8 @@ class FolderMounts {
     [[nodiscard]] MountIdentity find(std::string_view folder) const;
 
     mutable std::mutex lock_; // guards what follows
-    std::string root_;        // its path as the kernel has it
-    // By the path of the folder from which on it holds; almost always the first one's alone.
+    std::string root_;        // its path in the kernel's spelling
+    // By the path of the topmost folder on the mount; almost always the first folder only.
     std::map<std::string, MountIdentity, std::less<>> mounts_;
 };
 

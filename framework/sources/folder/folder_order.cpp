@@ -30,9 +30,9 @@ bool FolderOrder::first(const FolderContents &contents, std::size_t count,
     if (size == 0) {
         return true;
     }
-    // A heap of the first so far, the last of them on top. Visited crosswise: many
-    // file systems tell files in an order of names, and where that is the reverse,
-    // each one would come before all that came before it.
+    // A heap of the first entries so far, the last of them on top. Visited with a stride: many
+    // file systems list files in an order of names, and if that is the reverse, each file would
+    // come before all files visited earlier.
     for (std::uint64_t visit = 0; visit < size; ++visit) {
         if (sink_.stopped()) {
             return false;

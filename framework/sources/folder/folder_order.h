@@ -10,15 +10,15 @@
 
 namespace mrb {
 
-// The natural order of what is in a folder. Owned and used by one scan, on its
-// thread. Both functions ask the sink whether to go on after every bounded piece
-// of work, and return false when not.
+// Sorts the contents of a folder in natural order. Owned and used by one scan, on its thread.
+// Both functions check after every bounded piece of work whether the sink was stopped, and return
+// false then.
 class FolderOrder {
   public:
     explicit FolderOrder(const ItemSink &sink) : sink_(sink) {}
 
-    // Puts the numbers of the first `count` entries into `order`: long before the
-    // others could be sorted.
+    // Puts the numbers of the first `count` entries into `order`, much sooner than the others can
+    // be sorted.
     [[nodiscard]] bool first(const FolderContents &contents, std::size_t count,
                              PagedVector<std::uint32_t> &order) const;
 

@@ -15,7 +15,7 @@
 namespace mrb {
 namespace {
 
-// As many entries in one call as is worth while; larger reads are no faster.
+// The buffer for directory entries; larger reads are not faster.
 constexpr std::size_t BUFFER_BYTES = 64UL * 1024;
 
 constexpr unsigned WANTED = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
@@ -33,14 +33,14 @@ FileFacts factsOf(const struct statx &status) {
     if ((status.stx_mask & STATX_MTIME) != 0) {
         facts.modified = status.stx_mtime.tv_sec;
     }
-    // Some file systems claim to know it and say 1970.
+    // Some file systems report a time of creation, and it is 1970.
     if ((status.stx_mask & STATX_BTIME) != 0 && status.stx_btime.tv_sec != 0) {
         facts.created = status.stx_btime.tv_sec;
     }
     return facts;
 }
 
-// Errors that mean that the entry is not there any more, or never led anywhere.
+// Errors for an entry that does not exist any more, or a link without a target.
 bool isGone(int error) { return error == ENOENT || error == ELOOP || error == ENOTDIR; }
 
 } // namespace
@@ -84,7 +84,7 @@ int FolderReader::read(int folder, FolderContents &files, FolderContents &folder
 
 int FolderReader::examine(int folder, const char *name, unsigned char kind, FolderContents &files,
                           FolderContents &folders) {
-    // A slash in a name can only come from a damaged disk and would lead elsewhere.
+    // Only a damaged disk has a name with a slash, which would lead to another folder.
     if (name[0] == '.' || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return 0;
     }
@@ -112,7 +112,7 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, Fold
     if (haveStatus) {
         facts = factsOf(status);
     } else if (kind == DT_LNK) {
-        // Only now is it known whether the link leads to a file.
+        // Only now is it known whether the link's target is a file.
         const int error = readFile(folder, name, facts.emplace());
         if (error != 0) {
             return isGone(error) ? 0 : error;

@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-// Reads the facts of `name` in the open folder `folder`; with an empty name those
-// of the folder itself. Returns 0 or the system's error number.
+// Reads size and times of `name` in the open folder `folder`; with an empty name those of the
+// folder itself. Returns 0 or the system's error number.
 int readFacts(int folder, const char *name, FileFacts &facts);
 
 // Reads one folder after the other. Owned and used by one scan, on its thread.
@@ -20,17 +20,16 @@ class FolderReader {
     FolderReader(const FolderReader &) = delete;
     FolderReader &operator=(const FolderReader &) = delete;
 
-    // Collects the media files and the folders in the open folder `folder`, in
-    // the order in which the system has them. Hidden entries, other files,
-    // dangling links and links to folders are left out, as is what vanishes
-    // meanwhile. Returns 0, ECANCELED when the sink stopped, ENOMEM when there are
-    // too many, or the system's error number; what was collected before stays.
+    // Collects the media files and the folders in the open folder `folder`, in the order in which
+    // the system lists them. Hidden entries, other files, dangling links, links to folders, and
+    // entries that vanish during the call are left out. Returns 0, ECANCELED when the sink was
+    // stopped, ENOMEM when there are too many, or the system's error number; what was collected
+    // before stays.
     int read(int folder, FolderContents &files, FolderContents &folders);
 
-    // Reads the facts of the file `name` in the open folder `folder`. Apart from
-    // `read`, so that a large folder's first files can be shown before the facts of
-    // its last are known. Returns 0, ENOENT when there is no such file any more, or
-    // the system's error number.
+    // Reads size and times of the file `name` in the open folder `folder`. Apart from `read`, so
+    // that a large folder's first files can be shown before the last ones are read. Returns 0,
+    // ENOENT when the file does not exist any more, or the system's error number.
     static int readFile(int folder, const char *name, FileFacts &facts);
 
   private:

@@ -13,12 +13,12 @@
 namespace mrb {
 namespace {
 
-// Items handed over under one lock: enough that locking costs nothing, few enough
-// that a script asking for an item never waits.
+// The number of items added under one lock: large enough that locking costs nothing, small enough
+// that a script that reads an item never waits.
 constexpr std::size_t RUN_LENGTH = 256;
 
-// Folders with more files show their first ones before the others are sorted. In
-// smaller ones that takes no time.
+// Folders with more files show their first ones before the others are sorted. Smaller ones are
+// sorted at once.
 constexpr std::size_t LARGE_FOLDER = 4096;
 
 } // namespace
@@ -40,7 +40,7 @@ FolderScan::Step FolderScan::visitNext() {
     pending_.pop_back();
     const std::string name(names_.begin() + static_cast<std::ptrdiff_t>(pending.name), names_.end());
     names_.resize(pending.name);
-    // Never through a link: what was a folder a moment ago may be a link by now.
+    // Without following a link: the folder may have been replaced by a link.
     Descriptor folder(openat(pending.parent->number(), name.c_str(),
                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     const int error = folder ? 0 : errno;
@@ -91,8 +91,8 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
     return awaitFolders(folder, number, level + 1) ? Step::GO_ON : end(Status::cancelled());
 }
 
-// A folder that cannot be read costs its own contents only, unless it is the one
-// that the list was opened on, or the whole device is gone.
+// A folder that cannot be read costs only its own contents, unless it is the one on which the
+// list was opened, or the whole device is gone.
 FolderScan::Step FolderScan::failed(int error, int level, const std::string &name) {
     const Status outcome = Status::ofErrno(error, level == 0 ? path_ : name);
     if (level == 0 || outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED) {

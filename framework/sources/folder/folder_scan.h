@@ -17,46 +17,45 @@
 
 namespace mrb {
 
-// One walk through a folder and everything below it. A folder's own files come
-// first, in natural order, then its sub-folders in natural order, each followed
-// by its contents. Files first, because so a scan holds no more than the folders
-// still to visit, the top folder's files can be shown at once, and the files of
-// one folder stand together. Owned and used by the thread that fills the list.
+// Walks a folder and everything below it once. A folder's own files come first, in natural order,
+// then its sub-folders in natural order, each followed by its contents. Files first, because the
+// scan then holds only the folders still to be visited, the top folder's files can be shown at
+// once, and the files of one folder are adjacent. Owned and used by the thread that fills the
+// list.
 class FolderScan {
   public:
     // The deepest folder that is read, counted from the scanned one (level 0).
     // Cameras and players make a handful of levels; only a damaged disk has more.
     static constexpr int DEEPEST_LEVEL = 100;
 
-    // `path` is the scanned folder's, for messages. `mounts` hears of each folder that is read.
+    // `path` is the scanned folder's, for messages. `mounts` gets each folder that is read.
     FolderScan(ItemSink &sink, const std::string &path, FolderMounts *mounts = nullptr);
 
     FillResult run(Descriptor folder);
 
   private:
-    // A folder that is still to be visited. All sub-folders of one folder share
-    // its descriptor, which closes with the last of them: a chain of folders, how
-    // long ever, needs two descriptors.
+    // A folder to be visited. All sub-folders of one folder share its descriptor, which is closed
+    // with the last of them: a chain of folders of any length needs two descriptors.
     struct Pending {
         std::shared_ptr<Descriptor> parent;
-        std::size_t name = 0; // where in names_ it begins; it ends at the end, or at the next one
+        std::size_t name = 0; // where in names_ it begins; it ends at the next one, or at the end
         std::int32_t parentFolder = ROOT_FOLDER;
         int level = 0;
     };
 
-    // What became of a step: go on, or end the scan with result_.outcome.
+    // The result of a step: go on, or end the scan with result_.outcome.
     enum class Step { GO_ON, END };
 
     Step visitNext();
     Step readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level,
                       const std::string &name);
     Step failed(int error, int level, const std::string &name);
-    // These two: false when the sink stopped or is full.
+    // Both return false when the sink was stopped or is full.
     [[nodiscard]] bool addFiles(const Descriptor &folder, std::int32_t number, int &failure);
     [[nodiscard]] bool awaitFolders(const std::shared_ptr<Descriptor> &folder, std::int32_t number,
                                     int level);
-    // Adds those files that the span names. A failure of a file is put into `failure`
-    // unless there was one.
+    // Adds the files in the span. The error of a file is put into `failure` unless that holds
+    // one.
     [[nodiscard]] bool add(const Descriptor &folder, std::span<const std::uint32_t> files,
                            std::int32_t number, int &failure);
     Step end(Status outcome);
@@ -66,11 +65,11 @@ class FolderScan {
     FolderMounts *mounts_;
     FolderReader reader_;
     FolderOrder order_;
-    // Of the folder that is being read; reused for the next one.
+    // The folder that is being read; reused for the next one.
     FolderContents files_;
     FolderContents folders_;
     PagedVector<Pending> pending_; // the next one last
-    PagedVector<char> names_;      // of those, in the same order
+    PagedVector<char> names_;      // their names, in the same order
     FillResult result_;
 };
 

@@ -46,8 +46,8 @@ Status FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &s
                                         "\" is neither an absolute path nor a file:// URI.");
     }
     path = withoutRepeatedSlashes(path);
-    // Opened here, so that the caller learns at once when there is nothing to
-    // scan, and so that the folder scanned is the folder that was checked.
+    // Opened here, so that a failure is returned to the caller, and so that the folder scanned is
+    // the folder that was checked.
     const char *opened = path.empty() ? "/" : path.c_str();
     Descriptor folder(open(opened, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
     if (!folder) {
@@ -66,7 +66,7 @@ FillResult FolderSource::fill(ItemSink &sink) {
     return FolderScan(sink, path_, &mounts_).run(std::move(folder_));
 }
 
-// A folder that is mounted counts for what is in it, and not for itself.
+// A mounted folder belongs to the mount of its contents only, not to that of the folder itself.
 MountIdentity FolderSource::mountOf(const ItemFacts &item) const { return mounts_.of(item.folder); }
 
 std::string FolderSource::filePath(const ItemFacts &item) const {

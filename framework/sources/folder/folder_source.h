@@ -6,7 +6,7 @@
 
 namespace mrb {
 
-// Mass storage: a folder with everything in it, sub-folders included. Owned and
+// A list source: a folder of mass storage with everything in it, sub-folders included. Owned and
 // called as every Source is.
 class FolderSource final : public Source {
   public:
@@ -24,8 +24,8 @@ class FolderSource final : public Source {
   private:
     FolderSource(std::string path, Descriptor folder);
 
-    const std::string path_; // without a slash at its end; empty for "/"
-    Descriptor folder_;      // used up by fill
+    const std::string path_; // without a trailing slash; empty for "/"
+    Descriptor folder_;      // consumed by fill
     FolderMounts mounts_;
 };
 

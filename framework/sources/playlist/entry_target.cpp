@@ -18,10 +18,10 @@
 namespace mrb {
 namespace {
 
-// Entries of one playlist rarely lie in more folders; beyond that, they are looked up anew.
+// The maximum of folders in the cache; entries of one playlist rarely lie in more.
 constexpr std::size_t MOST_FOLDERS = 4096;
 
-// Longer ones are nothing that a player takes.
+// Players do not accept longer ones.
 constexpr std::size_t LONGEST_URL = 8192;
 
 std::string withSlashes(std::string_view path) {
@@ -34,7 +34,7 @@ std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('
 
 EntryTarget targetOfUrl(const PlaylistEntry &entry) {
     EntryTarget target{EntryTarget::Kind::URL, utf8Of(entry.target)};
-    // A line that a player would read otherwise than a person is none.
+    // A line that players and people would read differently is not a URL.
     if (!isUrl(target.place) || target.place.size() > LONGEST_URL ||
         std::ranges::any_of(target.place,
                             [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; })) {
@@ -75,7 +75,7 @@ EntryTarget EntryTargets::findFile(std::string_view written, bool isUri) {
             continue;
         }
         if (target.kind == EntryTarget::Kind::NOTHING) {
-            // What it is called when it is nowhere to be found.
+            // The result when the file is not found under any path.
             target = {EntryTarget::Kind::MISSING, utf8Of(normalPath(path)), utf8Of(name)};
         }
         if (look(path, target)) {
@@ -85,7 +85,7 @@ EntryTarget EntryTargets::findFile(std::string_view written, bool isUri) {
     return target;
 }
 
-// The paths that the words may stand for, the most likely first.
+// The paths that the text may stand for, the most likely first.
 std::vector<std::string> EntryTargets::meanings(std::string_view written, bool isUri) const {
     std::vector<std::string> spellings;
     const auto spell = [&spellings](std::string text) {
@@ -113,7 +113,7 @@ std::vector<std::string> EntryTargets::meanings(std::string_view written, bool i
     for (const std::string &spelling : spellings) {
         const std::string slashed = withSlashes(spelling);
         if (hasDrive(spelling)) {
-            // The drive is whatever the playlist came on.
+            // A drive letter stands for the storage of the playlist.
             mean(scope_.own() + slashed.substr(2));
             continue;
         }

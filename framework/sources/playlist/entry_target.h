@@ -11,29 +11,29 @@
 
 namespace mrb {
 
-// What an entry of a playlist leads to.
+// The target of a playlist's entry.
 struct EntryTarget {
     enum class Kind {
-        NOTHING, // that a list could show
+        NOTHING, // not a medium
         FILE,
-        MISSING, // a file that is not there, or may not be named
-        URL      // of another machine
+        MISSING, // a file that does not exist, or that the playlist may not name
+        URL      // on another machine
     };
     Kind kind = Kind::NOTHING;
-    std::string place = {}; // the absolute path, exact bytes, without links where it is there; the URL
-    std::string name = {};  // to show
-    FileFacts facts = {};   // of a file
+    std::string place = {}; // the absolute path, exact bytes, with links resolved where it exists; or the URL
+    std::string name = {};  // to be shown
+    FileFacts facts = {};   // for a file
 };
 
-// Finds what the entries of one playlist lead to. Owned and used by one thread, which
-// may wait for the playlist's device.
+// Resolves the entries of one playlist. Owned and used by one thread, which may wait for the
+// playlist's device.
 class EntryTargets {
   public:
-    // `realPlaylist`: the playlist's path without links.
+    // `realPlaylist`: the playlist's path with links resolved.
     EntryTargets(const std::string &realPlaylist, PlaylistScope scope);
 
-    // A path is taken as it stands, relative to the playlist's folder, and then, since
-    // playlists come from other machines, as those may have meant it.
+    // A path is first taken literally, relative to the playlist's folder, and then, since
+    // playlists come from other machines, in the spellings of other systems.
     EntryTarget find(const PlaylistEntry &entry);
 
   private:
@@ -44,7 +44,7 @@ class EntryTargets {
 
     const std::string folder_;
     const PlaylistScope scope_;
-    std::unordered_map<std::string, std::string> realFolders_; // empty: there is none
+    std::unordered_map<std::string, std::string> realFolders_; // empty: the folder does not exist
 };
 
 } // namespace mrb

@@ -8,8 +8,8 @@ namespace {
 constexpr std::string_view EXTENDED = "#EXTINF:";
 constexpr double SECOND = 1000;
 
-// The comma in front of the title: behind the seconds there may be attributes, in whose
-// quoted values commas mean nothing.
+// The comma before the title: after the seconds there may be attributes, whose quoted values may
+// contain commas.
 std::size_t titleComma(std::string_view text) {
     bool isQuoted = false;
     for (std::size_t place = 0; place < text.size(); ++place) {
@@ -18,7 +18,7 @@ std::size_t titleComma(std::string_view text) {
             return place;
         }
     }
-    // A quote that never ends was none.
+    // An unterminated quote does not count.
     return text.find(',');
 }
 

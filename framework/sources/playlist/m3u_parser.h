@@ -7,9 +7,9 @@
 
 namespace mrb {
 
-// m3u and m3u8: an entry on each line; "#EXTINF:SECONDS,TITLE" in front of one says more
-// of it, and other lines that begin with "#" say nothing. The lines before the first
-// "#EXTM3U" count too, since many programs write none.
+// m3u and m3u8: an entry on each line; "#EXTINF:SECONDS,TITLE" before an entry gives its duration
+// and title, and other lines that begin with "#" are comments. "#EXTM3U" is not required, since
+// many programs do not write it.
 class M3uParser final : public PlaylistParser {
   public:
     explicit M3uParser(Take take);

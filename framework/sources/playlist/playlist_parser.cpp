@@ -49,7 +49,7 @@ std::int64_t durationOf(std::string_view text, double millisecondsEach) {
     double number = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
     const double milliseconds = number * millisecondsEach;
-    // Not a number, and what is infinite, fails both comparisons.
+    // NaN and infinity fail one of the comparisons.
     const bool isSane = milliseconds >= 0 && milliseconds <= LONGEST_DURATION;
     return read.ec == std::errc() && isSane ? static_cast<std::int64_t>(milliseconds) : UNKNOWN;
 }

@@ -17,13 +17,13 @@
 namespace mrb {
 namespace {
 
-// As much as may come between two looks at whether to go on.
+// The maximum of bytes read between two checks for cancellation.
 constexpr std::size_t PIECE = 64UL << 10;
 
 } // namespace
 
 int openPlaylist(const std::string &path, Descriptor &file) {
-    // What is a pipe would wait for its writer.
+    // Non-blocking, since opening a pipe would wait for its writer.
     Descriptor opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
     if (!opened || fstat(opened.number(), &status) != 0) {
@@ -94,7 +94,7 @@ bool PlaylistReader::open(const std::string &real, Descriptor &file) {
         leaveOut(real, Status::ofErrno(error, "").message.c_str());
         return false;
     }
-    // One that stands in itself is listed, and does not open once more.
+    // A playlist that contains itself is listed, and not opened again.
     return std::ranges::find(way_, identityOf(file)) == way_.end();
 }
 
@@ -161,7 +161,7 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
     if (target.kind == EntryTarget::Kind::NOTHING) {
         return true;
     }
-    // A stream whose name tells nothing is most likely a radio station's.
+    // A stream without a known extension is most likely a radio station.
     const MediaType *type = mediaTypeOf(target.name);
     const auto itemType = type != nullptr ? type->itemType : std::uint8_t{MRB_ITEM_TYPE_MUSIC};
     const bool opens = itemType == MRB_ITEM_TYPE_M3U && target.kind == EntryTarget::Kind::FILE;

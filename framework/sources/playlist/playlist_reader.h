@@ -13,37 +13,36 @@
 
 namespace mrb {
 
-// Opens the playlist of that path for reading; an error number of the system's, EINVAL
-// for what is no file.
+// Opens the playlist of that path for reading; returns 0 or an error number of the system, EINVAL
+// for what is not a file.
 int openPlaylist(const std::string &path, Descriptor &file);
 
-// Reads playlists into a list: each is an item that opens as a folder, with its entries
-// in their order, and a playlist that stands in another is one in turn. Owned and used
-// by the thread that fills the list.
+// Reads playlists into a list: each is an item that opens as a folder, with its entries in their
+// order, and so is a playlist in a playlist. Owned and used by the thread that fills the list.
 class PlaylistReader {
   public:
-    // Bounds on what a list takes from playlists, which anybody can write.
+    // Limits of playlists, whose contents are untrusted.
     static constexpr std::int64_t MOST_BYTES = 64L << 20;  // of one playlist
     static constexpr std::int32_t MOST_ENTRIES = 100'000;  // of one playlist, listed or not
     static constexpr std::int32_t MOST_PLAYLISTS = 10'000; // of one list
-    static constexpr std::int32_t MOST_NESTED = 1'000;     // of those, in others
+    static constexpr std::int32_t MOST_NESTED = 1'000;     // of those, nested in others
     static constexpr std::size_t DEEPEST_LEVEL = 8;        // a playlist in a playlist has level 1
 
     PlaylistReader(ItemSink &sink, PlaylistTable &table, const PlaylistRoots &roots)
         : sink_(sink), table_(table), roots_(roots) {}
 
-    // Adds a playlist with its entries. `real`: its path without links. False: nothing
-    // more is wanted.
+    // Adds a playlist with its entries. `real`: its path with links resolved. False: the list is
+    // full, or was stopped.
     bool addPlaylist(const std::string &real, const SourceItem &item);
 
-    // Adds the entries of an open playlist to the list's own folder; an error number of
-    // the system's. The caller asks the sink whether it was stopped.
+    // Adds the entries of an open playlist to the list's own folder; returns 0 or an error number
+    // of the system. The caller checks whether the sink was stopped.
     int addEntries(const Descriptor &file, const std::string &real);
 
-    // Nothing more is wanted: the list is full, or was stopped.
+    // The list is full, or was stopped.
     [[nodiscard]] bool isFull() const { return isFull_; }
 
-    // Playlists that could not be read, or not to their end, and those too far down.
+    // Counts playlists that could not be read, or not to their end, and those nested too deep.
     [[nodiscard]] const FillResult &result() const { return result_; }
 
   private:
@@ -69,7 +68,7 @@ class PlaylistReader {
     PlaylistTable &table_;
     const PlaylistRoots &roots_;
     FillResult result_;
-    std::vector<Identity> way_; // the playlists that are being read, each in the one before
+    std::vector<Identity> way_; // the stack of playlists that are being read, the outermost first
     std::int32_t playlists_ = 0;
     std::int32_t nested_ = 0;
     bool isFull_ = false; // or stopped

@@ -53,7 +53,7 @@ std::string musicFolder() {
         return {};
     }
     const std::string folder = withoutSlash(known != nullptr ? known : std::string(home) + "/Music");
-    // The whole home stands for none.
+    // The home folder itself means that no music folder is set.
     return folder == withoutSlash(home) ? "" : folder;
 }
 

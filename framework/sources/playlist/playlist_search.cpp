@@ -23,7 +23,7 @@ FillResult PlaylistSearch::run() {
     }
     if (!result.outcome.ok() && !stopped()) {
         ++result.unreadable;
-        MRB_LOG_WARNING("Not searched for playlists: %s", result.outcome.message.c_str());
+        MRB_LOG_WARNING("The search for playlists failed: %s", result.outcome.message.c_str());
     }
     return result;
 }
@@ -43,7 +43,7 @@ bool PlaylistSearch::add(std::span<const SourceItem> items) {
         if (item.folder != ROOT_FOLDER) {
             path.append(folders_.folderPath(item.folder)).append(1, '/');
         }
-        // A link may lead anywhere.
+        // The target of a link may lie anywhere.
         path = realPath(path.append(item.name));
         item.folder = ROOT_FOLDER;
         const bool isInside = path.starts_with(root_.real + '/');

@@ -12,14 +12,14 @@
 
 namespace mrb {
 
-// Looks for playlists in a folder and everything below it, and has each read as it is
-// found. Owned and used by the thread that fills the list.
+// Searches a folder and everything below it for playlists, and reads each when it is found. Owned
+// and used by the thread that fills the list.
 class PlaylistSearch final : private ItemSink {
   public:
     PlaylistSearch(ItemSink &sink, PlaylistReader &reader, PlaylistRoot root)
         : sink_(sink), reader_(reader), root_(std::move(root)) {}
 
-    // What was left out on the way; a folder that cannot be searched counts so.
+    // Returns what was left out; a folder that cannot be searched is counted.
     FillResult run();
 
   private:
@@ -32,7 +32,7 @@ class PlaylistSearch final : private ItemSink {
     ItemSink &sink_;
     PlaylistReader &reader_;
     const PlaylistRoot root_;
-    ItemStore folders_; // those that were passed through
+    ItemStore folders_; // the folders visited so far
 };
 
 } // namespace mrb

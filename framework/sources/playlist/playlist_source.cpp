@@ -36,12 +36,13 @@ Status PlaylistSource::make(const ListRequest &request, std::unique_ptr<Source> 
     }
     Descriptor file;
     if (const int error = openPlaylist(path, file); error != 0) {
-        return error == EINVAL ? Status::notSupported(path + " is no file.") : Status::ofErrno(error, path);
+        return error == EINVAL ? Status::notSupported(path + " is not a file.")
+                               : Status::ofErrno(error, path);
     }
     std::string real = realPath(path);
     if (makePlaylistParser(real, {}) == nullptr) {
-        return Status::notSupported(real +
-                                    " is no playlist: its name ends in none of .m3u, .m3u8, .pls and .xspf.");
+        return Status::notSupported(
+            real + " is not a playlist: its name does not end in .m3u, .m3u8, .pls or .xspf.");
     }
     source.reset(new PlaylistSource(std::move(real), std::move(file)));
     return {};
@@ -104,7 +105,7 @@ Status PlaylistSource::reach(const ItemFacts &item) const {
     }
     const std::string path(row->place);
     if (row->kind == EntryTarget::Kind::MISSING) {
-        return Status::notFound(path + " is not there.");
+        return Status::notFound(path + " does not exist.");
     }
     return Status::ofErrno(lookUp(path, row->mount), path);
 }

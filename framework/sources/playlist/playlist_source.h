@@ -10,8 +10,8 @@
 
 namespace mrb {
 
-// Playlists: one that the request names, or all that are found on attached storage and
-// in the user's music folder. Owned and called as every Source is.
+// A list source: one playlist that the request names, or all that are found on attached storages
+// and in the user's music folder. Owned and called as every Source is.
 class PlaylistSource final : public Source {
   public:
     // `request.prepareData` is empty, or the absolute path or file:// URI of a playlist.
@@ -30,12 +30,12 @@ class PlaylistSource final : public Source {
   private:
     PlaylistSource(std::string path, Descriptor file);
 
-    // The row of an item; that of the source itself is the playlist that was named.
+    // The row of an item; that of the source itself is the playlist in the request.
     [[nodiscard]] std::optional<PlaylistRow> rowOf(const ItemFacts &item) const;
     [[nodiscard]] FillResult fillFromAll(ItemSink &sink);
 
-    const std::string path_; // of the playlist that was named, without links; else empty
-    Descriptor file_;        // the same, used up by fill
+    const std::string path_; // of the playlist in the request, with links resolved; else empty
+    Descriptor file_;        // the same, consumed by fill
     PlaylistTable table_;
 };
 

@@ -16,30 +16,30 @@ namespace mrb {
 
 // A playlist in a list, or an entry of one.
 struct PlaylistRow {
-    std::string_view playlist = {}; // its path, exact bytes; of an entry that of the one it stands in
-    std::int32_t position = 0;      // of an entry, from 1
+    std::string_view playlist = {}; // its path, exact bytes; for an entry that of its playlist
+    std::int32_t position = 0;      // of an entry, counted from 1
     EntryTarget::Kind kind = EntryTarget::Kind::FILE;
     std::string_view place = {};     // see EntryTarget
-    std::string_view title = {};     // as the playlist says
+    std::string_view title = {};     // as written in the playlist
     std::int64_t duration = UNKNOWN; // milliseconds, likewise
-    MountIdentity mount = {};        // of a file that is there: see Source
+    MountIdentity mount = {};        // of a file that exists: see Source
 };
 
-// What a list of playlists remembers of its items beside what every list does, under the
-// ids that it gives them. It only grows. Owned by a PlaylistSource; one thread adds, any
-// thread may look up.
+// What a list of playlists remembers of its items besides the columns of every list, by the ids
+// that it gives them. It only grows. Owned by a PlaylistSource; one thread adds, any thread may
+// look up.
 class PlaylistTable {
   public:
     static constexpr std::size_t MOST_TEXT = 1UL << 28; // bytes of all texts
 
-    // The new row's id; empty when the table is full. Rows of one playlist come in one
-    // run, apart from those of playlists in it.
+    // The new row's id; empty when the table is full. The rows of one playlist are adjacent,
+    // apart from those of playlists in it.
     std::string add(const PlaylistRow &row);
 
     // No value: no row has that id. Its texts live as long as the table.
     [[nodiscard]] std::optional<PlaylistRow> find(std::string_view id) const;
 
-    // The id of the first row with that playlist and position. Takes as long as the table is.
+    // The id of the first row with that playlist and position. Linear in the size of the table.
     [[nodiscard]] std::optional<std::string> idOf(std::string_view playlist, std::int32_t position) const;
 
   private:

@@ -27,7 +27,7 @@ PlsParser::PlsParser(Take take)
 bool PlsParser::read(std::string_view line) {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
-        return true; // "[playlist]", or anything else
+        return true; // "[playlist]", or any other line
     }
     const std::string_view written = trimmed(line.substr(0, equals));
     const std::string_view value = trimmed(line.substr(equals + 1));

@@ -9,11 +9,11 @@
 
 namespace mrb {
 
-// pls: lines "File1=...", "Title1=..." and "Length1=..." (seconds) in any order, which is
-// why the entries come at the end, in the order of their numbers.
+// pls: lines "File1=...", "Title1=..." and "Length1=..." (seconds) in any order, so the entries
+// are passed on at the end, in the order of their numbers.
 class PlsParser final : public PlaylistParser {
   public:
-    // Of more entries the rest is left out. More than anybody takes, who then knows.
+    // More entries are left out. It is above PlaylistReader's maximum, which reports the excess.
     static constexpr std::size_t MOST_ENTRIES = 150'000;
 
     explicit PlsParser(Take take);

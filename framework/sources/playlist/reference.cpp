@@ -22,7 +22,7 @@ constexpr bool isOfScheme(char c) {
 
 bool isSeparator(char letter) { return letter == '/' || letter == '\\'; }
 
-// Where the path begins in a path or file URL.
+// The offset of the path in a path or file URL.
 std::size_t startOfPath(std::string_view text) {
     if (!isFileUrl(text)) {
         return hasDrive(text) ? std::size_t{2} : std::size_t{0};
@@ -42,7 +42,7 @@ std::string resolvedUrl(const std::string &base, const std::string &reference) {
 
 bool isUrl(std::string_view text) {
     const std::size_t colon = text.find("://");
-    // One letter is a drive.
+    // A scheme of one letter is a drive.
     return colon != std::string_view::npos && colon > 1 && isLetter(text.front()) &&
            std::ranges::all_of(text.substr(0, colon), isOfScheme);
 }

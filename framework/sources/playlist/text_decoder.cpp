@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view LITTLE_ENDIAN_MARK = "\xff\xfe";
 constexpr std::string_view BIG_ENDIAN_MARK = "\xfe\xff";
-constexpr char32_t REPLACEMENT = U'\uFFFD'; // of half a pair
+constexpr char32_t REPLACEMENT = U'\uFFFD'; // for half of a surrogate pair
 
 void appendUtf8(std::string &text, char32_t letter) {
     std::array<char, U8_MAX_LENGTH> bytes{};

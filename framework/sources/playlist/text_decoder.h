@@ -6,11 +6,11 @@
 
 namespace mrb {
 
-// Text that comes in pieces: UTF-8 of what a byte order mark says is UTF-16, and any other
-// as it is. Owned and used by one thread.
+// Decodes text incrementally: UTF-16, if a byte order mark says so, becomes UTF-8, and any other
+// text is passed through. Owned and used by one thread.
 class TextDecoder {
   public:
-    // What the next bytes say. It lives until the next call, and as long as they do.
+    // The text of the next bytes. It is valid until the next call, and as long as they are.
     std::string_view decode(std::string_view bytes);
 
     // The rest, after the last bytes.
@@ -23,9 +23,9 @@ class TextDecoder {
     void append(char16_t unit);
 
     Encoding encoding_ = Encoding::NOT_KNOWN_YET;
-    std::string beginning_;    // up to the first piece with which a mark would be whole
-    std::optional<char> half_; // of a unit
-    char16_t lead_ = 0;        // of a pair; 0: none waits for its other unit
+    std::string beginning_;    // the first bytes, until there are enough for a byte order mark
+    std::optional<char> half_; // the first byte of a UTF-16 unit
+    char16_t lead_ = 0;        // a high surrogate that waits for its low one; 0: none
     std::string text_;
 };
 

@@ -65,7 +65,7 @@ std::string utf8Of(std::string_view bytes) {
     if (g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr) != FALSE) {
         return std::string(bytes);
     }
-    // Three bytes for each at most.
+    // UTF-8 needs at most three bytes for each.
     std::string text(bytes.size() * 3 + 1, '\0');
     UErrorCode error = U_ZERO_ERROR;
     const std::int32_t length =

@@ -8,19 +8,19 @@
 
 namespace mrb {
 
-// Cuts text that comes in pieces, see TextDecoder, into lines, which end with a line feed, a carriage
-// return or both. Blanks around a line and a byte order mark are taken off; empty lines,
-// and those that are too long or hold a zero, are left out. Owned and used by one thread.
+// Splits text into lines incrementally, see TextDecoder. A line ends with a line feed, a carriage
+// return or both. Blanks around a line and a byte order mark are removed; lines that are empty,
+// too long or hold a zero byte are left out. Owned and used by one thread.
 class TextLines {
   public:
-    // False: no more lines are wanted.
+    // Takes a line; false: splitting ends.
     using Take = std::function<bool(std::string_view line)>;
 
     explicit TextLines(Take take) : take_(std::move(take)) {}
 
-    // False: no more lines are wanted.
+    // False: a callback returned false.
     [[nodiscard]] bool feed(std::string_view bytes) { return cut(decoder_.decode(bytes)); }
-    // The last line may have no end.
+    // The last line may be unterminated.
     void finish() { static_cast<void>(cut(decoder_.finish()) && end({})); }
 
   private:
@@ -29,13 +29,13 @@ class TextLines {
 
     const Take take_;
     TextDecoder decoder_;
-    std::string begun_; // of a line whose end has not come yet
+    std::string begun_; // of a line whose end has not arrived yet
     bool isTooLong_ = false;
     bool isFirst_ = true;
 };
 
-// `bytes` as UTF-8: as they are where they are UTF-8, else as Windows writes Western
-// European letters, which holds all that Latin-1 does.
+// `bytes` as UTF-8: unchanged where they are UTF-8, else converted from Windows-1252, which
+// includes all letters of Latin-1.
 std::string utf8Of(std::string_view bytes);
 
 } // namespace mrb

@@ -11,16 +11,16 @@
 namespace mrb {
 namespace {
 
-// The elements around a track's, from the outermost one on.
+// The elements that enclose a track, the outermost first.
 constexpr std::string_view WAY[] = {"playlist", "trackList", "track"};
 constexpr int TRACK_LEVEL = 3;
 
-// Extensions of the format may nest as they like; this is deeper than any does.
+// Extensions of the format may nest elements; this is deeper than any does.
 constexpr int DEEPEST_LEVEL = 64;
 
 constexpr double MILLISECOND = 1;
 
-// Expat gets no more at a time, so that a token that does not end is noticed early.
+// The maximum passed to expat at a time, so that a token without an end is noticed early.
 constexpr std::size_t PIECE = 16UL << 10;
 
 std::string_view localName(std::string_view name) {
@@ -34,7 +34,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(0, text.find_last_not_of(BLANKS) + 1);
 }
 
-// Attributes come as names and values in turn, with a null at the end.
+// Attributes alternate names and values, with a null at the end.
 std::string_view baseIn(const char *const *attributes) {
     for (; *attributes != nullptr; attributes += 2) {
         if (attributes[0] == std::string_view("xml:base")) {
@@ -46,7 +46,7 @@ std::string_view baseIn(const char *const *attributes) {
 
 } // namespace
 
-// The functions that expat calls.
+// The callbacks of expat.
 struct XspfParser::Handlers {
     template <typename Work>
     static void guarded(void *self, Work work) {
@@ -108,8 +108,8 @@ bool XspfParser::parse(std::string_view bytes, bool isLast) {
         std::rethrow_exception(std::exchange(failure_, nullptr));
     }
     isBroken_ = isBroken_ || (!isRead && !isEnough_);
-    // Expat keeps the beginning of a token, such as a tag, until its end comes, and may
-    // look at it from the beginning each time.
+    // Expat keeps the beginning of a token, such as a tag, until its end arrives, and may scan it
+    // again from the beginning each time.
     fed_ += static_cast<std::int64_t>(bytes.size());
     const std::int64_t understood = std::max<std::int64_t>(XML_GetCurrentByteIndex(parser_.get()), 0);
     isBroken_ = isBroken_ || fed_ - understood > static_cast<std::int64_t>(LONGEST_TEXT + PIECE);
@@ -129,7 +129,7 @@ void XspfParser::begin(std::string_view element, const char *const *attributes) 
         if (name == WAY[level]) {
             bases_.at(static_cast<std::size_t>(known_++)) = base;
         } else if (level == 0) {
-            stop(true); // another kind of document
+            stop(true); // a document of another format
         }
     } else if (level == TRACK_LEVEL && known_ == TRACK_LEVEL) {
         if (name == "location" && isFirstLocation_) {
@@ -144,7 +144,7 @@ void XspfParser::begin(std::string_view element, const char *const *attributes) 
 void XspfParser::end() {
     --level_;
     if (text_ == &location_) {
-        isFirstLocation_ = false; // others are the same somewhere else
+        isFirstLocation_ = false; // further locations are alternatives for the same track
     }
     text_ = nullptr;
     if (known_ > level_) {
@@ -156,14 +156,14 @@ void XspfParser::end() {
 }
 
 void XspfParser::append(std::string_view text) {
-    // One byte more, by which takeTrack knows that it was too long.
+    // One byte above the maximum, by which takeTrack detects a text that is too long.
     if (text_ != nullptr && text_->size() <= LONGEST_TEXT) {
         text_->append(text.substr(0, LONGEST_TEXT + 1 - text_->size()));
     }
 }
 
 void XspfParser::takeTrack() {
-    // Expat may end the element that stopped it.
+    // Expat may report the end of the element that stopped it.
     const std::string location = isEnough_ ? std::string() : target();
     if (!location.empty() && location.size() <= LONGEST_TEXT &&
         !take_({location, trimmed(title_), durationOf(duration_, MILLISECOND), true})) {
@@ -175,7 +175,7 @@ void XspfParser::takeTrack() {
     isFirstLocation_ = true;
 }
 
-// Put together for entries only: a document may hold a million bases and nothing else.
+// Resolved for entries only: a document may hold a million bases and no track.
 std::string XspfParser::target() const {
     const std::string_view location = trimmed(location_);
     if (location.empty() || location.size() > LONGEST_TEXT) {

@@ -14,13 +14,13 @@ struct XML_ParserStruct;
 
 namespace mrb {
 
-// XSPF (xspf.org): tracks with location, title and duration (milliseconds) in XML. Locations
-// are relative to what the elements around them say (xml:base, w3.org/TR/xmlbase). A document
-// type, without which there are no entities, is refused, as are elements that
-// are nested deeper than any playlist, and tags longer than an entry may be.
+// XSPF (xspf.org): tracks with location, title and duration (milliseconds) in XML. Locations are
+// relative to the xml:base of the elements around them (w3.org/TR/xmlbase). A document type,
+// without which there are no entities, is refused, as are elements that are nested deeper than
+// any playlist, and tags longer than an entry may be.
 class XspfParser final : public PlaylistParser {
   public:
-    // Longer bases are no paths of any system, and are refused too.
+    // A longer base is not a path of any system, and is refused too.
     static constexpr std::size_t LONGEST_BASE = 4096;
 
     // Throws std::bad_alloc.
@@ -48,14 +48,14 @@ class XspfParser final : public PlaylistParser {
     const std::unique_ptr<XML_ParserStruct, Deleter<free>> parser_;
     bool isBroken_ = false;
     bool isEnough_ = false;
-    std::exception_ptr failure_; // of a handler; must not pass through expat
+    std::exception_ptr failure_; // of a callback; must not pass through expat
     std::int64_t fed_ = 0;       // bytes
 
-    int level_ = 0;               // elements that are open
-    int known_ = 0;               // as many of those, from the outermost one on, are of the way to a track
-    std::string *text_ = nullptr; // which of the following is being read
+    int level_ = 0;               // depth of open elements
+    int known_ = 0;               // how many of those, from the outermost on, enclose tracks
+    std::string *text_ = nullptr; // the member below that collects text; null: none
     bool isFirstLocation_ = true;
-    std::array<std::string, 4> bases_; // of the way to a track, and of its location; empty: none
+    std::array<std::string, 4> bases_; // of the enclosing elements and the location; empty: none
     std::string location_;
     std::string title_;
     std::string duration_;

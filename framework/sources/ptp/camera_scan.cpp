@@ -16,14 +16,14 @@
 namespace mrb {
 namespace {
 
-// So many files are asked about at a time: enough that handing over costs nothing, few
-// enough that a thumbnail need not wait.
+// The number of files per request: large enough that the overhead is negligible, small enough
+// that a thumbnail need not wait.
 constexpr std::size_t AT_ONCE = 64;
 
-// One file that cannot be asked about is its own fault; so many in a row are the camera's.
+// A single file may fail by itself; this many consecutive failures are the camera's.
 constexpr int MOST_FAILURES = 3;
 
-// No camera and no file system has longer ones.
+// Longer than the names of any camera or file system.
 constexpr std::size_t LONGEST_NAME = 1024;
 
 bool isShown(const std::string &name) {
@@ -117,7 +117,7 @@ Status CameraScan::readNames(const std::string &path) {
 Status CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
     struct Told {
         Facts facts;
-        std::atomic<bool> isComplete = false; // and does not change any more
+        std::atomic<bool> isComplete = false; // and is not written any more
     };
     const auto told = std::make_shared<Told>();
     Status outcome = CameraService::instance().run(
@@ -137,7 +137,7 @@ Status CameraScan::readFacts(const std::string &path, const std::vector<std::str
                 last = asked.ok() ? std::move(last) : std::move(asked);
             }
             told->isComplete = true;
-            return last; // which may be that the camera leaves
+            return last; // may be an error of the camera
         },
         cancellation_);
     const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
@@ -191,15 +191,15 @@ CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t 
     return Step::GO_ON;
 }
 
-// A folder that cannot be read costs its own contents only, unless it is the one that the
-// list was opened on, or nothing can be had of the camera.
+// A folder that cannot be read costs only its own contents, unless it is the one on which the
+// list was opened, or the camera itself failed.
 CameraScan::Step CameraScan::failed(const Status &outcome, const std::string &path, int level) {
     const Status why = unlessRemoved(outcome, device_);
     if (level == 0 || endsAll(why)) {
         return end(why);
     }
     ++result_.unreadable;
-    MRB_LOG_WARNING("Folder of a camera not read: %s: %s", displayText(path).c_str(), why.message.c_str());
+    MRB_LOG_WARNING("Folder on a camera not read: %s: %s", displayText(path).c_str(), why.message.c_str());
     return Step::GO_ON;
 }
 

@@ -12,13 +12,13 @@
 
 namespace mrb {
 
-// One walk through a camera's folders, in the order in which a folder of this machine is
-// walked: a folder's own files in natural order, then its sub-folders in natural order, each
-// followed by its contents. The camera is asked in small pieces, between which others have
-// their turn. Owned and used by the thread that fills the list.
+// Walks a camera's folders once, in the order in which folders of this machine are walked: a
+// folder's own files in natural order, then its sub-folders in natural order, each followed by
+// its contents. Requests to the camera are small, so that other clients get their turn between
+// them. Owned and used by the thread that fills the list.
 class CameraScan {
   public:
-    // As deep as folders of this machine are read.
+    // The same depth as for folders of this machine.
     static constexpr int DEEPEST_LEVEL = 100;
 
     // `device` is the camera's storage id.
@@ -28,7 +28,7 @@ class CameraScan {
     FillResult run(const std::string &root);
 
   private:
-    // A folder that is still to be visited.
+    // A folder to be visited.
     struct Pending {
         std::string path; // on the camera
         std::int32_t parent = ROOT_FOLDER;
@@ -40,9 +40,9 @@ class CameraScan {
     Step readContents(const std::string &path, std::int32_t number, int level);
     Step addFiles(const std::string &path, std::int32_t number, int level);
     Step awaitFolders(const std::string &path, std::int32_t number, int level);
-    // The names in a folder that a list may hold.
+    // Collects the names in a folder that a list may hold.
     Status readNames(const std::string &path);
-    // The facts of these files of a folder, one each; no value: the file is gone.
+    // Size and time of files of a folder, in order; no value: the file is gone.
     using Facts = std::vector<std::optional<CameraFileFacts>>;
     Status readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts);
     Step failed(const Status &outcome, const std::string &path, int level);
@@ -53,7 +53,7 @@ class CameraScan {
     const std::string device_;
     const CancellationToken cancellation_;
     FolderOrder order_;
-    // Of the folder that is being read.
+    // The folder that is being read.
     FolderContents files_;
     FolderContents folders_;
     std::vector<Pending> pending_; // the next one last

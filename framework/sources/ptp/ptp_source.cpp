@@ -24,7 +24,7 @@ std::string urlOf(const std::string &mediaId) {
     return isId ? CAMERA_URL_SCHEME + mediaId.substr(MEDIA_ID_SCHEME.size()) : mediaId;
 }
 
-// The folder that a request names on this camera; no value: none.
+// The path of the requested folder on this camera; no value: it is on another device.
 std::optional<std::string> folderOf(const std::string &folderId, const Device &camera) {
     std::string path = folderId.empty() ? "/" : folderId;
     if (const std::optional<CameraItem> item = readCameraUrl(urlOf(folderId))) {

@@ -9,12 +9,12 @@
 
 namespace mrb {
 
-// A camera that speaks PTP: a folder on it with everything in it. Owned and called as every
-// Source is.
+// A list source: a folder on a PTP camera with everything in it. Owned and called as every Source
+// is.
 class PtpSource final : public Source {
   public:
-    // The camera is named by `request.bus` and `request.device`, or by `request.modelName`;
-    // the folder by `request.folderId`: its path on the camera, or its URL or media id.
+    // `request.bus` and `request.device`, or `request.modelName`, identify the camera, and
+    // `request.folderId` the folder: its path on the camera, or its URL or media id.
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
@@ -27,11 +27,11 @@ class PtpSource final : public Source {
   private:
     PtpSource(Device camera, std::string root);
 
-    // On the camera; absolute.
+    // The absolute path on the camera.
     [[nodiscard]] std::string pathOf(const ItemFacts &item) const;
 
     const Device camera_;
-    const std::string root_; // without a slash at its end; empty for "/"
+    const std::string root_; // without a trailing slash; empty for "/"
 };
 
 } // namespace mrb

@@ -226,7 +226,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(result.outcome.message, HasSubstr("repeats objects"));
+    EXPECT_THAT(result.outcome.message, HasSubstr("returns objects twice"));
     EXPECT_EQ(sink.store.size(), 2);
     EXPECT_EQ(directories.requests.size(), 2U);
 }
