@@ -21,8 +21,8 @@ Image copyOf(const Image &image) {
 
 // Everything that can fail comes first, so that no image is lost.
 void fill(thumb_result_s &result, const Request &request, Decoded &decoded, bool last) {
-    // For the flash cache only: in the bitmap files that clients write of images without
-    // it, it would be bytes that some viewers refuse.
+    // With the flash cache only: without it, clients write images into bitmap files, where these
+    // bytes would make some viewers refuse the file.
     MallocPtr<char> preset = request.useCache ? makePreset(decoded) : nullptr;
     std::vector<Image> images;
     images.reserve(decoded.images.size());
@@ -59,7 +59,7 @@ void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waite
             code = MRB_ERR_OUT_OF_MEMORY;
         }
     }
-    // Without its decoders it is the service that failed, not the file.
+    // Without decoders the service has failed, not the file.
     code = code == MRB_ERR_NOT_INITIALIZED ? int{MRB_THUMB_SERVICE_FAILED} : code;
     Answer answer{&request, decoded.source, &result, {}};
     std::ranges::copy(result.image_buffer, answer.images);

@@ -4,20 +4,20 @@
 
 namespace mrb::thumbnail {
 
-// What the answer that a thread is giving was made from.
+// The origin of the result that a thread is delivering.
 struct Answer {
     const Request *request = nullptr;
     FileIdentity source;
     const thumb_result_s *result = nullptr;
-    // The images as they were handed over; the client may have freed them meanwhile.
+    // the images as delivered; the client may have freed them since
     const unsigned char *images[MRB_THUMB_IMAGES] = {};
 };
 
-// The answer that the calling thread is giving; null outside of a callback.
+// The result that the calling thread is delivering; null outside of a callback.
 const Answer *currentAnswer();
 
-// Calls the waiter back with what was decoded. Its images go along with the last
-// answer of a job; others get copies.
+// Calls the waiter's callback with the decoded images. The last waiter of a job gets the images
+// themselves, the others get copies.
 void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waiter &waiter) noexcept;
 
 } // namespace mrb::thumbnail

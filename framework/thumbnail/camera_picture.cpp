@@ -15,15 +15,15 @@
 namespace mrb::thumbnail {
 namespace {
 
-// Far more than the small pictures that cameras make.
+// Far more than the previews of cameras.
 constexpr std::size_t MOST_PREVIEW = 4UL << 20;
 
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
 bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
 
-// One file on its way to a thumbnail. Each question takes a camera some milliseconds, and
-// all of that from others, so none is asked before its answer matters.
+// Makes the thumbnail of one file. Each request takes a camera some milliseconds, during which it
+// serves no other client, so none is sent before its result is needed.
 class CameraPicture {
   public:
     CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
@@ -33,7 +33,7 @@ class CameraPicture {
 
     void make(Decoded &decoded) {
         Decoded small;
-        small.outcome = Status::notFound("The camera has no small picture of it.");
+        small.outcome = Status::notFound("The camera has no preview of the file.");
         if (request_.frames == 1 && makeSmall(small)) {
             decoded = std::move(small);
             return;
@@ -69,24 +69,24 @@ class CameraPicture {
         }
     }
 
-    // Of a small picture; false: it is none, or not enough of one.
+    // From a preview; false: there is none, or it is too small.
     bool makeSmall(Decoded &small) {
         const bool isImage = type() == MRB_ITEM_TYPE_IMAGE;
         if (!isImage && type() != MRB_ITEM_TYPE_VIDEO) {
             return false;
         }
-        // With a picture in them, and its orientation, they are all that is needed.
+        // If EXIF data have a thumbnail and its orientation, nothing else is needed.
         if (isImage && hasExif(file_) && (decodeExif(small) || endsAll(small.outcome))) {
             return isPicture(small);
         }
         decodePreview(isImage, small);
         if (!isPicture(small) && !endsAll(small.outcome) && exif_ && !pictureIn(*exif_).empty()) {
-            decodeSmall(pictureIn(*exif_), small); // for want of another
+            decodeSmall(pictureIn(*exif_), small); // in the absence of another
         }
         return isPicture(small) && isLargeEnough(small);
     }
 
-    // From where a JPEG begins in EXIF data; what it is shows when it is decoded.
+    // The rest of EXIF data from the first JPEG on; decoding shows what it is.
     static std::string pictureIn(const std::string &exif) {
         return exif.substr(std::min(exif.find("\xff\xd8\xff"), exif.size()));
     }
@@ -100,7 +100,8 @@ class CameraPicture {
         Decoded decoded;
         bool isGood = false;
         if (knowsPixels()) {
-            // The decoder takes what is large enough and has the picture's shape.
+            // The decoder uses the embedded thumbnail if it is large enough and has the picture's
+            // proportions.
             decodeBytes(jpegOf(exif, width_, height_), MRB_ITEM_TYPE_IMAGE, request_.orientation, decoded);
             isGood = isPicture(decoded) && decoded.embedded;
         } else {
@@ -113,7 +114,7 @@ class CameraPicture {
         return isGood;
     }
 
-    // Once; empty: there are none.
+    // Reads them once; empty: there are none.
     const std::string &readExif(Status &outcome) {
         if (!exif_) {
             exif_.emplace();
@@ -137,7 +138,7 @@ class CameraPicture {
         if (request_.orientation == 0 && isImage) {
             Status outcome;
             readExif(outcome);
-            if (endsAll(outcome)) { // how it is held is not known
+            if (endsAll(outcome)) { // the orientation is unknown
                 small.outcome = outcome;
                 return;
             }
@@ -145,7 +146,7 @@ class CameraPicture {
         decodeSmall(bytes, small);
     }
 
-    // A small picture is stored as the large one is, and does not say how.
+    // A preview has the orientation of the whole picture, without a tag of its own.
     void decodeSmall(const std::string &bytes, Decoded &small) {
         orientation_ = request_.orientation != 0 ? request_.orientation : exifOrientation_;
         decodeBytes(bytes, MRB_ITEM_TYPE_IMAGE, orientation_, small);
@@ -154,9 +155,10 @@ class CameraPicture {
 
     [[nodiscard]] bool knowsPixels() const { return width_ > 0 && height_ > 0; }
 
-    // As large as the whole file would be in this box, and not another shape: some cameras
-    // put bars beside it. Where nobody says how large the file is, it is taken to have the
-    // small picture's shape, and whatever fills the box will do.
+    // Whether the preview is as large as the whole picture would be in this box, and has the same
+    // proportions: some cameras add bars at its sides. When the size of the picture is unknown,
+    // it is taken to have the preview's proportions, and any preview that fills the box is large
+    // enough.
     [[nodiscard]] bool isLargeEnough(Decoded &preview) const {
         const bool isTurned = orientation_ >= 5;
         const std::int64_t width = isTurned ? height_ : width_;
@@ -170,14 +172,14 @@ class CameraPicture {
         if (!knowsPixels()) {
             return fillsBox;
         }
-        // As the sizes of both allow, which are whole pixels.
+        // Up to rounding to whole pixels.
         const bool isSameShape = std::abs(width * ownHeight - height * ownWidth) <= std::max(width, height);
         return isSameShape && (fillsBox || (ownWidth >= width && ownHeight >= height));
     }
 
     void decodeWhole(Decoded &decoded) const {
         if (size_ > static_cast<std::int64_t>(MOST_FETCHED)) {
-            decoded.outcome = Status::outOfMemory("The file is larger than those that are fetched.");
+            decoded.outcome = Status::outOfMemory("The file is too large to be fetched from the camera.");
             return;
         }
         std::string bytes;
@@ -192,11 +194,11 @@ class CameraPicture {
     const std::function<Decode> &decode_;
     const CameraFile &file_;
     const std::int64_t size_;
-    std::int64_t width_; // pixels as stored; 0 or below: nobody said
+    std::int64_t width_; // pixels as stored; 0 or below: unknown
     std::int64_t height_;
-    std::optional<std::string> exif_; // once they were asked for
+    std::optional<std::string> exif_; // once they were read
     int exifOrientation_ = 0;
-    int orientation_ = 0; // that the small picture is turned by
+    int orientation_ = 0; // the orientation applied to the preview
 };
 
 } // namespace

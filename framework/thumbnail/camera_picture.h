@@ -8,7 +8,7 @@
 
 namespace mrb::thumbnail {
 
-// The URL of a file on a camera.
+// Whether it is the URL of a file on a camera.
 bool isOnCamera(const std::string &path);
 
 // Makes the thumbnail of a file on a camera, whose URL is the request's path: of the small

@@ -6,8 +6,8 @@
 namespace mrb::thumbnail {
 namespace {
 
-// An absolute path out of the environment; relative ones count as unset, as the XDG
-// Base Directory rules have it.
+// An absolute path from the environment; relative ones count as unset, as the XDG Base Directory
+// specification requires.
 std::filesystem::path folderOf(const char *variable) {
     const char *value = std::getenv(variable);
     return value != nullptr && value[0] == '/' ? value : "";
@@ -31,7 +31,7 @@ std::string placeOnThisMachine(const std::string &path) {
     if (!path.starts_with('/') || below.empty()) {
         return {};
     }
-    // Normal, it cannot lead out of the root: the ".." of an absolute path end at "/".
+    // A normalized path cannot lead out of the root: the ".." of an absolute path end at "/".
     const auto normal = std::filesystem::path(path).lexically_normal();
     return normal.has_filename() ? (below / normal.relative_path()).string() : std::string();
 }

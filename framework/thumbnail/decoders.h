@@ -4,8 +4,8 @@
 
 namespace mrb::thumbnail {
 
-// The decoders, whose library is loaded and started when they are first asked for.
-// Throws std::runtime_error when it cannot be. Any thread may call it.
+// The decoders, whose library is loaded and initialized on first use. Throws std::runtime_error
+// when it cannot be loaded. Any thread may call it.
 Decode &decoders();
 
 } // namespace mrb::thumbnail

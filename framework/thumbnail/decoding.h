@@ -12,11 +12,11 @@
 
 namespace mrb::thumbnail {
 
-// What is to be made of a file.
+// The parameters of decoding a file.
 struct DecodeRequest {
     std::string path;    // absolute, or the URL of a file on a camera
-    int mediaType = 0;   // an MRB_ITEM_TYPE_ of mrb/agent.h; 0: as the file's name says
-    int orientation = 0; // an EXIF orientation from 1 to 8; 0: as the file says
+    int mediaType = 0;   // an MRB_ITEM_TYPE_ of mrb/agent.h; 0: by the file's name
+    int orientation = 0; // an EXIF orientation from 1 to 8; 0: the file's own
     int width = 0;       // pixels of the box that the images fit into, at least 1
     int height = 0;
     int frames = 1; // 1 to 5; only videos have more than one
@@ -29,8 +29,8 @@ struct DecodeRequest {
 // Why decoding ends early: the request was cancelled, or its time is over.
 Status endOf(const CancellationToken &cancellation);
 
-// Rows from top to bottom without gaps, four bytes a pixel: blue, green, red, alpha
-// (not multiplied in). From malloc, since clients free it.
+// Rows from top to bottom without gaps, four bytes per pixel: blue, green, red, alpha (not
+// premultiplied). From malloc, since clients free it.
 struct Image {
     MallocPtr<unsigned char> pixels;
     int width = 0;
@@ -40,10 +40,10 @@ struct Image {
     [[nodiscard]] std::size_t bytes() const { return std::size_t{4} * width * height; }
 };
 
-// An image of unset pixels. Throws std::bad_alloc.
+// An image with uninitialized pixels. Throws std::bad_alloc.
 Image makeImage(int width, int height);
 
-// Which state of a file was decoded.
+// Identifies the version of a file that was decoded.
 struct FileIdentity {
     std::int64_t size = 0;     // bytes
     std::int64_t modified = 0; // nanoseconds since 1970
@@ -56,19 +56,19 @@ struct Decoded {
     int originalWidth = 0;     // pixels of the original as it is shown, turned upright
     int originalHeight = 0;
     int orientation = 1;        // the EXIF orientation that was applied
-    bool embedded = false;      // the small picture in the file's EXIF data was used
+    bool embedded = false;      // the embedded EXIF thumbnail was used
     std::int64_t duration = -1; // milliseconds of a video; -1: unknown, or none
-    std::string preset;         // the preset buffer of an image out of the flash cache
+    std::string preset;         // the preset buffer of an image from the flash cache
     FileIdentity source;
 };
 
 // Decodes on the calling thread. Never throws; whatever happens is in the outcome.
 using Decode = void(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded);
 
-// Loads what the decoders would load with their first picture. Never throws.
+// Loads libraries that the decoders would load with their first picture. Never throws.
 using StartDecoders = void();
 
-// What the decoders' library exports.
+// The functions that the decoders' library exports.
 extern "C" [[gnu::visibility("default")]] Decode mrb_decode_thumbnail;
 extern "C" [[gnu::visibility("default")]] StartDecoders mrb_start_decoders;
 inline constexpr const char *DECODE_SYMBOL = "mrb_decode_thumbnail";

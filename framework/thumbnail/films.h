@@ -5,9 +5,9 @@
 
 namespace mrb::thumbnail {
 
-// What takes libav and TagLib: films, covers in music, and pictures that only they know.
-// They take a third of the time to load the decoders, so they are a library of their own.
-// Its functions may be called from any thread.
+// The decoders that need libav and TagLib: video, covers of music files, and rare picture
+// formats. They take a third of the time to load the decoders, so they are a library of their
+// own. Its functions may be called from any thread.
 struct Films {
     // Frames of a video, spread over its running time.
     Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
@@ -21,16 +21,16 @@ struct Films {
     Status (*readCover)(const MediaFile &file, const std::string &path, const CancellationToken &stop,
                         Bytes &cover);
 
-    // Has libheif, which libvips reads HEIC files with, decode their pictures by libav: that
-    // takes a fifth less time than libheif's usual decoder. For the whole process, as soon
-    // as one asks for it.
+    // Makes libheif, with which libvips reads HEIC files, decode their pictures by libav: that
+    // takes a fifth less time than libheif's usual decoder. Applies to the whole process after
+    // the first call.
     void (*preferLibavForHevc)();
 };
 
-// Loaded when they are first asked for. Throws MissingModule when they cannot be.
+// Loaded on first use. Throws MissingModule when it cannot be loaded.
 const Films &films();
 
-// What that library exports. Called in a LoadingTurn, once.
+// The function that the library exports. Called once, in a LoadingTurn.
 using FindFilms = const Films *();
 extern "C" [[gnu::visibility("default")]] FindFilms mrb_films;
 inline constexpr const char *FILMS_SYMBOL = "mrb_films";

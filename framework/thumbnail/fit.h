@@ -8,11 +8,11 @@ struct Size {
     bool operator==(const Size &) const = default;
 };
 
-// The largest size with the proportions of `original` within `box`, at least one
-// pixel each way, never larger than the original.
+// The largest size with the proportions of `original` within `box`, at least one pixel in each
+// dimension, never larger than the original.
 Size fit(Size original, Size box);
 
-// Whether an EXIF orientation lays a picture on its side, so that width and height change places.
+// Whether an EXIF orientation rotates a picture by 90 degrees, which exchanges width and height.
 constexpr bool liesOnItsSide(int orientation) { return orientation >= 5; }
 
 constexpr Size turned(Size size, int orientation) {

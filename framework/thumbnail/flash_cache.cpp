@@ -20,14 +20,13 @@ namespace {
 using Kind = FlashLine::Kind;
 using std::chrono::steady_clock;
 
-// How long another process may have its turn, and how often it is looked whether it still has;
-// after that, how long the cache is done without at once.
+// The timeout for the lock that another process holds, the interval at which it is tried, and how
+// long later calls do not wait for it after a timeout.
 constexpr auto LONGEST_TURN = std::chrono::seconds(1);
 constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(1);
 constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 
-// Lines that say nothing any more, as many as these and the entries, and the list is
-// written anew.
+// The list is rewritten when it has this many obsolete lines more than entries.
 constexpr std::size_t SPARE_LINES = 256;
 
 FileIdentity identityOf(const std::string &path) {
@@ -44,7 +43,7 @@ bool writeAt(int file, const std::string &text, std::int64_t offset) {
 
 } // namespace
 
-// While it lives it is this process's turn, if it came: no other one changes the cache.
+// Holds the lock that all processes use; other processes do not change the cache during its life.
 class FlashCache::Turn {
   public:
     explicit Turn(FlashCache &cache) : file_(cache.turns_.number()) {
@@ -86,7 +85,7 @@ Status FlashCache::open(const std::string &list) {
     const Turn turn(*this);
     if (!turn) {
         turns_ = Descriptor();
-        return Status::busy("\"" + list + "\" is held by another program.");
+        return Status::busy("\"" + list + "\" is locked by another program.");
     }
     if (!refresh()) {
         Status outcome = Status::ofErrno(errno, list);
@@ -100,7 +99,7 @@ std::string FlashCache::pictureOf(std::uint64_t id) const {
     return list_ + ".d/" + std::to_string(id) + ".bmp";
 }
 
-// Catches up with what other processes wrote since the last turn.
+// Reads the lines that other processes wrote since this process last held the lock.
 bool FlashCache::refresh() {
     struct stat facts {};
     const bool there = stat(list_.c_str(), &facts) == 0;
@@ -132,7 +131,7 @@ bool FlashCache::readFrom(std::int64_t offset) {
     if (got < 0) {
         return false;
     }
-    // What follows the last line feed was cut short by a crash; the next line goes there.
+    // A crash truncated what follows the last line feed; the next line overwrites it.
     std::size_t at = 0;
     for (std::size_t end = 0; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
         ++lines_;
@@ -222,7 +221,7 @@ bool FlashCache::rewriteWhenLong() {
     struct stat facts {};
     if (!file || !writeAt(file.number(), text, 0) || fdatasync(file.number()) != 0 ||
         fstat(file.number(), &facts) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
-        return true; // the long list is as good
+        return true; // the long list is still valid
     }
     journal_ = std::move(file);
     inode_ = facts.st_ino;
@@ -278,7 +277,7 @@ bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char 
     entry.id = lastId_ + 1;
     if (!makeRoom(entry.bytes()) ||
         !writeFlashPicture(pictureOf(entry.id), pixels, entry.width, entry.height, preset)) {
-        MRB_LOG_WARNING("No thumbnail of \"%s\" is kept in %s.", entry.key.path.c_str(), list_.c_str());
+        MRB_LOG_WARNING("Thumbnail of \"%s\" not stored in %s.", entry.key.path.c_str(), list_.c_str());
         return false;
     }
     return append({Kind::ADDED, std::move(entry)});

@@ -10,14 +10,12 @@
 
 namespace mrb::thumbnail {
 
-// The flash thumbnail cache: a list file and, in a folder beside it, one file for each
-// image. Owned jointly by the FlashOpening and the threads that look into it; any thread of
-// the framework may call it, and other processes may use the same list. Its lock is held
-// while files are read and written, so a call that must not wait does not come here.
-//
-// The list is a journal that is only ever appended to, or replaced as a whole. An
-// image's file is complete before its line is written, so a crash at any moment costs
-// at most what was being added.
+// The flash thumbnail cache: a list file and, in a folder next to it, one file for each image.
+// Owned jointly by the FlashOpening and the threads that use it; any thread of the framework may
+// call it, and other processes may use the same list. Its lock is held while files are read and
+// written, so a call that must not wait does not use it.  The list is a journal that is only
+// appended to, or replaced as a whole. An image's file is complete before its line is written, so
+// a crash at any moment loses at most the image that was being added.
 class FlashCache {
   public:
     struct Limits {
@@ -30,22 +28,22 @@ class FlashCache {
     FlashCache(const FlashCache &) = delete;
     FlashCache &operator=(const FlashCache &) = delete;
 
-    // Opens the cache whose list is the file `list`, made with its folders when it is
-    // not there; the one that was open before is closed. MRB_ERR_BUSY: another process holds
-    // it.
+    // Opens the cache whose list is the file `list`, which is created with its folders when it
+    // does not exist; a cache that was open before is closed. MRB_ERR_BUSY: another process holds
+    // its lock.
     Status open(const std::string &list);
 
-    // Drops entries without their files, and files without entries: what a crash leaves.
+    // Removes entries without files, and files without entries: the leftovers of a crash.
     void dropStrangers();
 
-    // Keeps an image in place of one with the same key; the least recently used ones
-    // make room for it. `entry.id` is chosen here. `pixels` are the entry's width x
-    // height x 4 bytes, `preset` null or MRB_THUMB_PRESET_BYTES bytes. False: no cache
-    // is open, or the image could not be written or is larger than the cache.
+    // Stores an image in place of one with the same key; the least recently used ones are evicted
+    // for it. `entry.id` is assigned here. `pixels` are the entry's width x height x 4 bytes,
+    // `preset` null or MRB_THUMB_PRESET_BYTES bytes. False: no cache is open, or the image could
+    // not be written or is larger than the cache.
     bool save(FlashEntry entry, const unsigned char *pixels, const char *preset);
 
-    // The image that answers a request for a single one, unless the file is another
-    // one by now. `now`: what it is by now, where it is no file of this machine.
+    // Finds the image for a request for a single one, unless the file has changed. `now`: the
+    // file's current identity, where it is not a file of this machine.
     bool find(const DecodeRequest &request, Decoded &decoded, const FileIdentity *now = nullptr);
 
   private:
@@ -67,18 +65,18 @@ class FlashCache {
     std::string list_;
     // Until then no call waits for another process, which held it for too long.
     std::chrono::steady_clock::time_point heldUntil_;
-    Descriptor turns_; // the file whose lock says which process's turn it is
+    Descriptor turns_; // the file whose lock synchronizes processes
     Descriptor journal_;
     std::uint64_t inode_ = 0; // of the journal
-    std::int64_t read_ = 0;   // bytes of the journal that are known
+    std::int64_t read_ = 0;   // bytes of the journal that were read
     std::size_t lines_ = 0;
     std::int64_t bytes_ = 0; // of all images
     std::uint64_t lastId_ = 0;
     std::uint64_t lastUse_ = 0;
     Entries entries_;
     std::map<FlashKey, std::uint64_t> ids_;
-    std::map<std::uint64_t, std::uint64_t> uses_;   // the ids by their last use, the oldest first
-    std::map<std::uint64_t, std::uint64_t> usedAt_; // and back
+    std::map<std::uint64_t, std::uint64_t> uses_;   // ids by last use, the oldest first
+    std::map<std::uint64_t, std::uint64_t> usedAt_; // the inverse of uses_
 };
 
 } // namespace mrb::thumbnail

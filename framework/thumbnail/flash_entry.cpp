@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t CHECKSUM_DIGITS = 8;
 
-// FNV-1a (32 bits): against accidents, not against anybody's intent.
+// FNV-1a (32 bits): detects accidents, not attacks.
 std::uint32_t checksum(std::string_view text) {
     std::uint32_t sum = 2166136261U;
     for (const char letter : text) {
@@ -26,7 +26,7 @@ std::string hexadecimal(std::uint32_t number) {
     return digits;
 }
 
-// A word without spaces, controls and line feeds, which paths may have; never empty.
+// Encodes spaces, control characters and line feeds, which paths may have; never empty.
 std::string wordOf(std::string_view text) {
     std::string word = "@";
     for (const char letter : text) {
@@ -42,7 +42,7 @@ std::string wordOf(std::string_view text) {
     return word;
 }
 
-// Takes the words of a line one after the other; after a wrong one all are wrong.
+// Reads the words of a line in order; after an invalid one all are invalid.
 class Words {
   public:
     explicit Words(std::string_view text) : rest_(text) {}

@@ -10,7 +10,7 @@
 
 namespace mrb::thumbnail {
 
-// What an image in the flash cache shows: the same key asks for the same image.
+// The key of an image in the flash cache: the parameters of its request.
 struct FlashKey {
     std::string path;
     int boxWidth = 0; // as requested
@@ -27,16 +27,16 @@ struct FlashKey {
 };
 
 struct FlashEntry {
-    std::uint64_t id = 0; // also names the picture's file
+    std::uint64_t id = 0; // also part of the image file's name
     FlashKey key;
-    std::string name; // the file name that the client gave
+    std::string name; // the client's file name
     int width = 0;    // pixels
     int height = 0;
     bool whole = false;  // it has the original's size
-    bool preset = false; // a preset buffer is kept with it
+    bool preset = false; // a preset buffer is stored with it
     FileIdentity source;
 
-    // Of the picture's file.
+    // The size of the image's file.
     [[nodiscard]] std::int64_t bytes() const;
 };
 
@@ -47,11 +47,11 @@ struct FlashLine {
     FlashEntry entry; // only the id unless it was added
 };
 
-// The line's text with its line feed. It begins with a checksum of the rest, so that
-// a line that a crash cut short is known as such.
+// The line's text with its line feed. It begins with a checksum of the rest, by which a line that
+// a crash truncated is detected.
 std::string textOf(const FlashLine &line);
 
-// Reads a line without its line feed; no value when it is none.
+// Parses a line without its line feed; no value when it is invalid.
 std::optional<FlashLine> readLine(std::string_view text);
 
 } // namespace mrb::thumbnail

@@ -67,7 +67,7 @@ void FlashOpening::openWanted(Lock &guard) {
     Status outcome = openCache(*opened, list);
     guard.lock();
     if (outcome.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
-        wanted_ = list; // tried again: whoever holds it will let go
+        wanted_ = list; // tried again, until the other process releases it
         return;
     }
     busySince_.reset();

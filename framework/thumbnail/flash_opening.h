@@ -15,9 +15,10 @@
 
 namespace mrb::thumbnail {
 
-// Opens the flash cache on a thread of its own, since its disk may hang and other processes
-// may hold it: a call that wants it opened waits for a limited time, and who looks into the
-// one that is open for none. Owned by the thumbnail service; any thread may call it.
+// Opens the flash cache on a thread of its own, since its disk may hang and other processes may
+// lock it: a call that opens it waits with a timeout, and a call that uses the open one does not
+// wait. Owned by the thumbnail service; any thread may call it. one that is open for none. Owned
+// by the thumbnail service; any thread may call it.
 class FlashOpening {
   public:
     // How long a call waits, see waitBriefly.
@@ -26,15 +27,15 @@ class FlashOpening {
     FlashOpening(const FlashOpening &) = delete;
     FlashOpening &operator=(const FlashOpening &) = delete;
 
-    // Opens the cache whose list is the file `list` in place of the one that is open, which
-    // stays when this fails. MRB_ERR_TIMEOUT: that takes longer than the call waits, and goes
-    // on. Throws std::system_error when there is no room for the thread.
+    // Opens the cache whose list is the file `list` in place of the one that is open, which stays
+    // open when this fails. MRB_ERR_TIMEOUT: the call does not wait any longer, and opening goes
+    // on. Throws std::system_error when no thread can be created.
     Status open(const std::string &list);
 
     // Null: none is open.
     [[nodiscard]] std::shared_ptr<FlashCache> cache();
 
-    // Ends the thread; one that is at work at the deadline is left behind: false.
+    // Ends the thread; if it is busy at the deadline, it is detached: false.
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -49,12 +50,12 @@ class FlashOpening {
     std::condition_variable wake_;
     std::condition_variable change_;
     std::shared_ptr<FlashCache> cache_;
-    std::optional<std::string> wanted_; // the list that is to be opened next
-    std::uint64_t asked_ = 0;           // calls so far
-    std::uint64_t answered_ = 0;        // the last of those that the outcome answers
+    std::optional<std::string> wanted_; // the list to be opened next
+    std::uint64_t asked_ = 0;           // number of calls so far
+    std::uint64_t answered_ = 0;        // the number of the last call with a result
     Status outcome_;
     std::optional<std::chrono::steady_clock::time_point> busySince_;
-    unsigned waiting_ = 0; // calls
+    unsigned waiting_ = 0; // number of waiting calls
     bool isFinishing_ = false;
     JoinableThread thread_{"mrb-flash", "The flash cache does not open."};
 };

@@ -1,4 +1,4 @@
-// The process's thumbnail service, and its end.
+// The process's thumbnail service, and its shutdown.
 
 #include <link.h>
 
@@ -19,13 +19,13 @@ bool endService(std::chrono::steady_clock::time_point deadline) {
 
 int readAdditions(dl_phdr_info *info, std::size_t /*size*/, void *additions) {
     *static_cast<unsigned long long *>(additions) = info->dlpi_adds;
-    return 1; // every library would say the same
+    return 1; // the count is the same for every library
 }
 
-// Handlers run in the reverse order of their registration, and a library's objects are
-// destroyed among them. Our threads must end before any library that they use, so the
-// handler is registered again whenever libraries were loaded: some are loaded late, with
-// the first picture of a kind. To end twice does no harm.
+// Exit handlers run in the reverse order of their registration, and a library's objects are
+// destroyed in between. Our threads must end before any library that they use, so the handler is
+// registered again whenever libraries were loaded: some are loaded late, with the first picture
+// of a format. Shutting down twice is harmless.
 void endBeforeLibraries() {
     static std::atomic<unsigned long long> known{0};
     unsigned long long additions = 0;

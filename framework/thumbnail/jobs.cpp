@@ -18,7 +18,7 @@ void Jobs::add(const Request &request, Waiter waiter) {
     const auto found = open_.find(request);
     if (found != open_.end()) {
         found->second->waiters.push_back(waiter);
-        // Moved to the front when it waits; the list is no longer than what was asked for.
+        // Moved to the front if it waits; the list is no longer than the number of requests.
         const auto place = std::ranges::find(waiting_, found->second);
         if (place != waiting_.end()) {
             waiting_.splice(waiting_.begin(), waiting_, place);
@@ -49,7 +49,7 @@ void Jobs::finish(const std::shared_ptr<Job> &job) {
 
 void Jobs::remove(const std::shared_ptr<Job> &job) { answering_.remove(job); }
 
-// Nobody joins it any more.
+// No further waiter can join it.
 void Jobs::forget(const std::shared_ptr<Job> &job) {
     const auto found = open_.find(job->request);
     if (found != open_.end() && found->second == job) {

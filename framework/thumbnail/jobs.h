@@ -10,50 +10,50 @@
 
 namespace mrb::thumbnail {
 
-// Somebody who asked, and has not been answered yet.
+// A request that has no result yet.
 struct Waiter {
     thumbnail_result_cb callback = nullptr;
     void *userData = nullptr;
 };
 
-// The work for all those who want the same thing.
+// The work for all equal requests.
 struct Job {
     Request request;
     CancellationSource stop;
     std::vector<Waiter> waiters; // the first who asked comes first
 };
 
-// The jobs of the thumbnail service: waiting, being worked on, and being answered.
-// Owned by the service, which calls it with its lock held.
+// The jobs of the thumbnail service: waiting, decoding, and delivering results. Owned by the
+// service, which calls it with its lock held.
 class Jobs {
   public:
-    // Adds a waiter to the job that does the same already, or to a new one. Either
-    // is then the next to be taken, unless it is under way.
+    // Adds a waiter to the job of an equal request, or to a new one. The job is then the next to
+    // be taken, unless it is being decoded.
     void add(const Request &request, Waiter waiter);
 
     [[nodiscard]] bool isAnyWaiting() const { return !waiting_.empty(); }
 
-    // The job asked for last; it is under way from now on.
+    // The most recently requested job, which is being decoded from now on.
     std::shared_ptr<Job> take();
 
-    // The work is done; what follows is the answers. Whoever asks from now on is not
-    // answered with it.
+    // The job is decoded, and its results are to be delivered. Later requests do not join it.
     void finish(const std::shared_ptr<Job> &job);
-    // The last answer was given.
+    // The last result was delivered.
     void remove(const std::shared_ptr<Job> &job);
 
-    // Takes back one waiter: the one with this user data, or else the one who has
-    // waited longest. False: nobody waits for this.
+    // Removes one waiter: the one with this user data, or else the oldest one. False: there is no
+    // such waiter.
     bool cancel(const Request &request, const void *userData);
     void cancelAll();
 
-    // Ends the work for everybody who waits; nobody joins it any more. The waiters stay,
-    // to be answered.
+    // Cancels all jobs, which no further waiter can join. The waiters stay, so that they get a
+    // result.
     void closeAll();
-    // A job that was ended and still has waiters; null: there is none.
+    // A cancelled job that still has waiters; null: there is none.
     [[nodiscard]] std::shared_ptr<Job> endedWithWaiters() const;
 
-    // Has the jobs of cameras answered with MRB_ERR_CANCELLED, the waiting ones next.
+    // Cancels the jobs of cameras; waiting ones move to the front, so that they get their
+    // results.
     void refuseCameras();
     [[nodiscard]] bool isCameraDecoding() const;
 
@@ -63,10 +63,10 @@ class Jobs {
     bool cancelWaiter(const std::shared_ptr<Job> &job, const void *userData);
     void forget(const std::shared_ptr<Job> &job);
 
-    List waiting_; // the one asked for last comes first
+    List waiting_; // the most recently requested job first
     List decoding_;
     List answering_;
-    // The jobs among the first two that others may still join.
+    // The jobs among the first two that further waiters may join.
     std::map<Request, std::shared_ptr<Job>> open_;
 };
 

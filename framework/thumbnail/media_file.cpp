@@ -12,13 +12,13 @@
 namespace mrb::thumbnail {
 namespace {
 
-// Between two pieces a reader asks whether it is still wanted.
+// Between two pieces a reader checks for cancellation.
 constexpr std::int64_t PIECE = 1 << 20;
 
 } // namespace
 
 Status MediaFile::open(const std::string &path) {
-    // Without O_NONBLOCK a pipe that nobody writes to would be waited for.
+    // With O_NONBLOCK, since opening a pipe without a writer would block.
     file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file_) {
         return Status::ofErrno(errno, path);
@@ -59,7 +59,7 @@ Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes 
 
 Status MediaFile::readAll(const CancellationToken &stop, Bytes &bytes) const {
     if (identity_.size > MOST_FILE_BYTES) {
-        return Status::outOfMemory("The picture's file is larger than those that are decoded.");
+        return Status::outOfMemory("The picture's file is too large to be decoded.");
     }
     return read(identity_.size, stop, bytes);
 }

@@ -12,7 +12,7 @@
 
 namespace mrb::thumbnail {
 
-// Leaves what a resize adds as it is: all of it is written next.
+// Leaves new elements uninitialized on a resize: all of them are written next.
 template <typename Value>
 struct LeaveUnset : std::allocator<Value> {
     template <typename Other>
@@ -30,12 +30,11 @@ struct LeaveUnset : std::allocator<Value> {
 };
 using Bytes = std::vector<unsigned char, LeaveUnset<unsigned char>>;
 
-// An open media file. Owned by the decoding of one request, used by its thread.
-// It is read, never mapped: a stick that is pulled out must be an error, not a
-// signal.
+// An open media file. Owned by the decoding of one request, used by its thread. It is read, never
+// mapped: the removal of its storage must be an error, not a signal.
 class MediaFile {
   public:
-    // Opens what `path` names unless it is something else than a file.
+    // Opens `path` unless it is not a regular file.
     Status open(const std::string &path);
 
     [[nodiscard]] const FileIdentity &identity() const { return identity_; }

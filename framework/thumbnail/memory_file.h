@@ -8,7 +8,7 @@
 namespace mrb::thumbnail {
 
 // A file in memory, which decoders open by its path like any other. Owned and used by one
-// decoding; it is gone with the object.
+// decoding; removed with the object.
 class MemoryFile {
   public:
     Status write(const std::string &bytes);

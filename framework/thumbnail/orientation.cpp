@@ -6,8 +6,8 @@
 namespace mrb::thumbnail {
 namespace {
 
-// Where the pixels of an upright row come from: the first one, and how far on the
-// next one in the row and the row below are, in pixels of the stored picture.
+// The position of an upright row's pixels in the stored picture: the first one, and the distances
+// to the next pixel in the row and to the row below.
 struct Walk {
     std::ptrdiff_t first, right, down;
 };

@@ -9,8 +9,8 @@ namespace mrb::thumbnail {
 // tag 0x0112) upright. Throws std::bad_alloc.
 Image turnUpright(Image image, int orientation);
 
-// Completes `decoded` with an image as it is stored in the file: `original` is the
-// stored size, `orientation` the file's own unless the request names one.
+// Completes `decoded` with an image in the file's orientation: `original` is the stored size,
+// `orientation` the file's own, which the request may override.
 void addImage(Image image, Size original, int orientation, const DecodeRequest &request, Decoded &decoded);
 
 } // namespace mrb::thumbnail

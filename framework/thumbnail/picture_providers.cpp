@@ -9,10 +9,10 @@ namespace {
 using Provide = bool(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                      Decoded &decoded);
 
-// One way to a picture.
+// One provider of pictures.
 struct Provider {
     bool (*applies)(const Request &request);
-    Provide *provide; // false: it has no answer, ask the next one
+    Provide *provide; // false: it has no result, try the next one
 };
 
 bool isRefused(const Request &request) { return request.refusal != MRB_ERR_NONE; }
@@ -58,11 +58,11 @@ bool decodeFile(const Request &request, const CancellationToken &stop, const Pic
     return true;
 }
 
-// In the order in which they are asked.
+// In the order in which they are tried.
 constexpr Provider PROVIDERS[] = {
     {isRefused, refuse},           {isAny, endStopped},
     {isOnServer, fetchFromServer}, // whose pictures are not cached: they have no identity
-    {isOfCamera, readFromCamera},  // which looks into the cache with what the camera says of the file
+    {isOfCamera, readFromCamera},  // it looks into the cache with the camera's size and time of the file
     {isAny, findInCache},          {isAny, decodeFile},
 };
 

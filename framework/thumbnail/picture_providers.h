@@ -9,10 +9,10 @@
 
 namespace mrb::thumbnail {
 
-// What providers of pictures work with. Both outlive the call.
+// The tools of the providers. Both outlive the call.
 struct PictureTools {
     const std::function<Decode> &decode;
-    FlashCache *cache; // null: the request wants none, or none is open
+    FlashCache *cache; // null: the request does not use it, or none is open
 };
 
 // Serves a request by the first provider that can: see the table. Waits for devices and

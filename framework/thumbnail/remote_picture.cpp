@@ -25,7 +25,7 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
     if (decoded.outcome.ok()) {
         DecodeRequest local = request;
         local.path = file.path();
-        local.mediaType = MRB_ITEM_TYPE_IMAGE; // also of a film: the server's picture of it
+        local.mediaType = MRB_ITEM_TYPE_IMAGE; // also for a video: the server's picture of it
         local.frames = 1;
         decode(local, stop, decoded);
         decoded.source = {};

@@ -8,14 +8,14 @@
 
 namespace mrb::thumbnail {
 
-// A request as the service keeps it. Two that are equal want the same thing.
+// A request as the service stores it. Equal requests get the same result.
 struct Request {
-    std::string origin; // the path as the client wrote it
+    std::string origin; // the path as given by the client
     DecodeRequest decode;
     int sourceType = MRB_THUMB_SOURCE_ANY;
     bool useCache = false;
     bool isRemote = false; // the path is the URL of a picture on a DLNA server
-    // What it is answered with instead of being served; MRB_ERR_NONE: it is served.
+    // The error code that is its result without decoding; MRB_ERR_NONE: it is decoded.
     int refusal = MRB_ERR_NONE;
 
     bool operator==(const Request &) const = default;
@@ -23,7 +23,7 @@ struct Request {
     bool operator<(const Request &other) const { return order() < other.order(); }
 };
 
-// Reads a client's record, whose path is not null. Wrong values become a refusal.
+// Parses a client's record, whose path is not null. Invalid values become a refusal.
 Request readRequest(const _thumb_request &record);
 
 } // namespace mrb::thumbnail

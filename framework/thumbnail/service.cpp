@@ -14,14 +14,14 @@
 namespace mrb::thumbnail {
 namespace {
 
-// Far more than any picture takes on a machine that does something else as well.
+// Far longer than any picture takes, even on a busy machine.
 constexpr auto DECODE_LIMIT = std::chrono::seconds(30);
 
 constexpr const char *NAMES[] = {"mrb-thumb-1", "mrb-thumb-2", "mrb-thumb-3", "mrb-thumb-4",
                                  "mrb-thumb-5", "mrb-thumb-6", "mrb-thumb-7", "mrb-thumb-8"};
 constexpr const char *FURTHER_NAME = "mrb-thumb-n";
 
-// The service whose answer this thread is giving.
+// The service whose result this thread is delivering.
 thread_local const ThumbnailService *answeringFor = nullptr;
 
 } // namespace
@@ -46,7 +46,7 @@ int ThumbnailService::end() {
     if (answeringFor != this &&
         !change_.wait_for(guard, CALLBACK_LIMIT, [this] { return answers_ == 0 || down_; })) {
         guard.unlock();
-        MRB_LOG_WARNING("The callback of a thumbnail does not return; it is not waited for any longer.");
+        MRB_LOG_WARNING("The callback of a thumbnail has not returned in time.");
         return MRB_ERR_TIMEOUT;
     }
     return begun ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
@@ -93,7 +93,7 @@ void ThumbnailService::startWorkers() {
             if (workers_.empty()) {
                 throw;
             }
-            return; // those that there are do the work
+            return; // the workers that exist do the work
         }
     }
 }
@@ -136,14 +136,14 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
 
 void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job,
                               Decoded &decoded) {
-    // One at a time: a cancel may take those away who have not been answered yet.
+    // One at a time: the client may cancel the requests of waiters without a result.
     while (!job->waiters.empty() && !down_) {
         const Waiter waiter = job->waiters.front();
         job->waiters.erase(job->waiters.begin());
         const bool last = job->waiters.empty();
         ++answers_;
         guard.unlock();
-        // An answer may be given inside another one, by a client that ends.
+        // Nested when the client calls end() in its callback.
         const ThumbnailService *const outer = std::exchange(answeringFor, this);
         giveAnswer(job->request, decoded, last, waiter);
         answeringFor = outer;
@@ -155,7 +155,7 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
 
 void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
     Decoded nothing;
-    nothing.outcome = Status::cancelled("A client of the service ended.");
+    nothing.outcome = Status::cancelled("A client ended the service.");
     while (!down_) {
         const std::shared_ptr<Job> job = jobs_.endedWithWaiters();
         if (!job) {
@@ -172,7 +172,7 @@ bool ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) 
     jobs_.cancelAll();
     wake_.notify_all();
     guard.unlock();
-    // None is added from now on. Each is ended, however the one before did.
+    // No thread is added from now on. Each is ended, even if the one before was not in time.
     bool isFinished = true;
     for (JoinableThread &worker : workers_) {
         isFinished = worker.finish(deadline) && isFinished;

@@ -13,9 +13,9 @@
 
 namespace mrb::thumbnail {
 
-// The thumbnail service: takes requests, decodes on worker threads, the latest request
-// first, and answers from these threads. The process has one, see instance(); any
-// thread may call it, also from inside an answer.
+// The thumbnail service: queues requests, decodes on worker threads, the latest request first,
+// and calls back on these threads. The process has one, see instance(); any thread may call it,
+// also inside a callback.
 class ThumbnailService {
   public:
     using Decoder = std::function<Decode>;
@@ -25,27 +25,27 @@ class ThumbnailService {
     ThumbnailService(const ThumbnailService &) = delete;
     ThumbnailService &operator=(const ThumbnailService &) = delete;
 
-    // The process's service, made when it is first asked for.
+    // The process's service, created on first use.
     static ThumbnailService &instance();
 
     int begin();
-    // Answers every request with MRB_ERR_CANCELLED, on this thread, since it cannot be told
-    // whose they are. Returns when no answer is being given, or at once when called from
-    // inside one. MRB_ERR_TIMEOUT: one does not return.
+    // Ends all requests with MRB_ERR_CANCELLED, on this thread, since the client of a request is
+    // not known. Returns when no callback is running, or at once when called inside one.
+    // MRB_ERR_TIMEOUT: a callback does not return.
     int end();
 
-    // Leads to one answer unless it fails or the request is cancelled.
+    // Causes one callback unless it fails or the request is cancelled.
     int request(const Request &request, Waiter waiter);
     int cancel(const Request &request, const void *userData);
     int cancelAll();
-    // Answers the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when
-    // none of them is being decoded, or with MRB_ERR_TIMEOUT.
+    // Ends the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when none of them
+    // is being decoded, or with MRB_ERR_TIMEOUT.
     int stopCameras();
 
     [[nodiscard]] FlashOpening &flashCache() { return flashCache_; }
 
-    // Ends the threads. What does not end until the deadline is left behind: false. Every
-    // call from now on fails.
+    // Ends the threads. Threads that are busy at the deadline are detached: false. Later calls
+    // fail.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -56,7 +56,7 @@ class ThumbnailService {
     void answerAllEnded(std::unique_lock<std::mutex> &guard);
 
     const Decoder decoder_;
-    const unsigned most_; // workers
+    const unsigned most_; // number of workers
     FlashOpening flashCache_;
 
     std::mutex lock_; // guards what follows
@@ -64,7 +64,7 @@ class ThumbnailService {
     std::condition_variable change_;
     Jobs jobs_;
     std::deque<JoinableThread> workers_;
-    unsigned answers_ = 0; // being given
+    unsigned answers_ = 0; // callbacks that are running
     unsigned clients_ = 0;
     bool down_ = false;
 };

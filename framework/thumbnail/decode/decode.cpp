@@ -1,4 +1,4 @@
-// What the decoders' library exports.
+// The functions that the decoders' library exports.
 
 #include <exception>
 #include <new>
@@ -18,7 +18,7 @@ int typeOf(const DecodeRequest &request) {
         return request.mediaType;
     }
     const MediaType *type = mediaTypeOf(request.path.substr(request.path.rfind('/') + 1));
-    // What a picture is shows in its first bytes, whatever its name.
+    // A picture's format is detected from its first bytes, whatever its name.
     return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
 }
 

@@ -6,10 +6,10 @@ namespace mrb::thumbnail {
 
 struct ExifFacts {
     int orientation = 1; // 1 to 8
-    Bytes picture;       // the small JPEG in it; empty: none
+    Bytes picture;       // the embedded JPEG thumbnail; empty: none
 };
 
-// Reads EXIF data, from "Exif\0\0" on. Damaged data have no facts.
+// Reads EXIF data, from "Exif\0\0" on. Damaged data yield the defaults.
 ExifFacts readExif(ByteSpan exif);
 
 } // namespace mrb::thumbnail

@@ -27,13 +27,13 @@ class Decoder {
         const bool clean =
             handle_ && tjDecompressHeader3(handle_.get(), data_.data(), data_.size(), &size_.width,
                                            &size_.height, &subsampling, &colours_) == 0;
-        // It says so of skipped bytes as well.
+        // It fails for skipped bytes as well.
         return clean || (handle_ && tjGetErrorCode(handle_.get()) == TJERR_WARNING && size_.width > 0);
     }
     [[nodiscard]] Size size() const { return size_; }
 
-    // The picture at no less than twice the size of `target` where it has that many
-    // pixels, so that the resizing that follows decides on the quality.
+    // The picture at no less than twice the size of `target` where it has that many pixels, so
+    // that the subsequent resizing determines the quality.
     Status decode(Size target, Pixels &pixels);
 
   private:
@@ -47,7 +47,7 @@ class Decoder {
 };
 
 Size scaledSize(Size size, Size target) {
-    // Only these are decoded with a shorter transform written for the processor.
+    // Only for these factors TurboJPEG has SIMD transforms.
     for (const int part : {8, 4, 2}) {
         const tjscalingfactor factor{1, part};
         const Size scaled{TJSCALED(size.width, factor), TJSCALED(size.height, factor)};
@@ -58,7 +58,7 @@ Size scaledSize(Size size, Size target) {
     return size;
 }
 
-// Printing colours as TurboJPEG gives them, which is as files hold them: turned round.
+// Converts CMYK to RGB. TurboJPEG returns the values as stored, which is inverted.
 void toScreenColours(Bytes &pixels) {
     unsigned char *to = pixels.data();
     for (std::size_t at = 0; at + 4 <= pixels.size(); at += 4) {
@@ -69,7 +69,7 @@ void toScreenColours(Bytes &pixels) {
     pixels.resize(pixels.size() / 4 * 3);
 }
 
-// Whether the decoder's last complaint is about bytes that it skipped without loss.
+// Whether the decoder's last warning is about bytes that it skipped without loss.
 bool Decoder::isHarmless() const {
     return std::string_view(tjGetErrorStr2(handle_.get())).find("extraneous bytes") != std::string_view::npos;
 }
@@ -92,7 +92,7 @@ Status Decoder::decode(Size target, Pixels &pixels) {
     }
     Bytes &bytes = pixels.bytes;
     bytes.resize(std::size_t{1} * scaled.width * scaled.height * channels);
-    // Its warnings tell of missing and damaged data; the first that matters ends the work.
+    // Warnings are about missing and damaged data; the first that matters stops decoding.
     bool whole = decompress(scaled, format, TJFLAG_STOPONWARNING, bytes);
     if (!whole && isHarmless()) {
         whole = decompress(scaled, format, 0, bytes) || isHarmless();
@@ -109,7 +109,7 @@ Status Decoder::decode(Size target, Pixels &pixels) {
     return {};
 }
 
-// Decodes to the size that a picture of `original` pixels has in the box.
+// Decodes to the size of a picture of `original` pixels in the box.
 Status decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
                 const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     const int applied = request.orientation != 0 ? request.orientation : orientation;
@@ -148,8 +148,8 @@ Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const Cancellatio
     if (!decoder.readHeader()) {
         return Status::corrupt("The picture is damaged: its header cannot be read.");
     }
-    // A progressive picture is kept whole, as coefficients of two bytes. So it may be
-    // when the decoder skips what the segments were lost at.
+    // A progressive picture is held in memory as coefficients of two bytes. It may be
+    // progressive, too, when the segments could not be read completely.
     const bool kept = segments.progressive || !segments.complete;
     Status allowed = checkPictureSize(decoder.size().width, decoder.size().height, kept ? 6 : 3);
     if (!allowed.ok()) {
@@ -173,7 +173,7 @@ bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const Cancellat
     }
     const int orientation = request.orientation != 0 ? request.orientation : exif.orientation;
     const Size target = fit(whole.size(), turned({request.width, request.height}, orientation));
-    // Some cameras put bars beside it; then it is not the picture.
+    // Some cameras add bars at the sides; then it does not show the whole picture only.
     if (small.size().width < target.width || small.size().height < target.height ||
         !sameProportions(small.size(), whole.size())) {
         return false;

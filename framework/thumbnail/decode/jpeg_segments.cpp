@@ -17,7 +17,7 @@ bool beginsWith(ByteSpan data, std::string_view start) {
     return data.size() >= start.size() && std::memcmp(data.data(), start.data(), start.size()) == 0;
 }
 
-// The pieces of an ICC profile (ICC.1 annex B.4), each with its number from 1.
+// The chunks of an ICC profile (ICC.1 annex B.4), each with its number, from 1.
 class ProfilePieces {
   public:
     void add(ByteSpan contents) {

@@ -9,7 +9,7 @@
 namespace mrb::thumbnail {
 namespace {
 
-// Where a camera's EXIF data and the frame header behind them end, as a rule.
+// A camera's EXIF data and the frame header after them usually end before this offset.
 constexpr std::int64_t HEAD_BYTES = 128 << 10;
 
 } // namespace
@@ -39,7 +39,7 @@ Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, co
         return outcome;
     }
     outcome = decodePicture(data, request, stop, decoded);
-    // A format that is no everyday picture's may still be one that players know.
+    // libav may know a format that libvips does not.
     return outcome.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, stop, decoded)
                                                  : outcome;
 }

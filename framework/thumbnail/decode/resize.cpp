@@ -24,7 +24,7 @@ VipsPicture pictureOf(const Pixels &pixels) {
     return picture;
 }
 
-// Calls a function of libvips that makes one picture of another. False: it failed.
+// Calls a function of libvips that creates one picture from another. False: it failed.
 template <typename Make, typename... Arguments>
 bool change(VipsPicture &picture, Make make, Arguments... arguments) {
     VipsImage *made = nullptr;
@@ -35,7 +35,7 @@ bool change(VipsPicture &picture, Make make, Arguments... arguments) {
     return true;
 }
 
-// The colours of transparent pixels must not bleed into those beside them.
+// The colours of transparent pixels must not bleed into their neighbours.
 bool scale(VipsPicture &picture, bool hasAlpha, double width, double height) {
     const bool multiplied = !hasAlpha || change(picture, vips_premultiply);
     const bool scaled = multiplied && change(picture, vips_resize, width, "vscale", height);

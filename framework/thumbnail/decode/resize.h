@@ -7,11 +7,11 @@
 
 namespace mrb::thumbnail {
 
-// What a decoder wrote: rows from top to bottom without gaps. Owned by the decoding thread.
+// The output of a decoder: rows from top to bottom without gaps. Owned by the decoding thread.
 struct Pixels {
     Bytes &bytes;
     Size size = {};
-    int channels = 0;   // 1: grey, 3: red, green, blue; 4: and alpha, not multiplied in
+    int channels = 0;   // 1: grey, 3: red, green, blue; 4: and alpha, not premultiplied
     Bytes profile = {}; // the ICC profile of the colours; empty: sRGB
 };
 

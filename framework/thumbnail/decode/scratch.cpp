@@ -6,14 +6,14 @@
 namespace mrb::thumbnail {
 namespace {
 
-// A camera's picture as a file, or at the scale at which it is decoded, fits in.
+// Large enough for a camera's picture as a file, or at the scale at which it is decoded.
 constexpr std::size_t MOST_KEPT = 8 << 20;
 
-// As many as a picture needs at once.
+// The maximum that one picture needs at once.
 using Kept = std::array<Bytes, 2>;
 
 Kept &kept() {
-    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): it ends with its thread, a worker
+    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): destroyed with its thread, a worker
     static thread_local Kept buffers;
     return buffers;
 }

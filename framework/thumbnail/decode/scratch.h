@@ -4,9 +4,9 @@
 
 namespace mrb::thumbnail {
 
-// Memory for the decoding of one picture, empty at first. Lives on the stack of the
-// decoding thread, which keeps what is not too large for its next picture: asking the
-// system for fresh pages takes as long as some of the work that is done in them.
+// A buffer for the decoding of one picture, empty at first. Lives on the stack of the decoding
+// thread, which caches it for its next picture unless it is too large: allocating fresh pages
+// takes as long as some of the work on them.
 class Scratch {
   public:
     Scratch() noexcept;

@@ -11,9 +11,9 @@ namespace {
 void ignoreLogLine(const gchar * /*domain*/, GLogLevelFlags /*level*/, const gchar * /*text*/,
                    gpointer /*data*/) {}
 
-// Before 8.15 libvips has its inner loops compiled by liborc, which up to 0.4.33 shares out the
-// memory for their code without a lock: two pictures begun at the same moment end the
-// process, or one's code is another's. Without, thumbnails take some hundredths longer.
+// Before 8.15 libvips has its inner loops compiled by liborc, which up to 0.4.33 allocates the
+// memory for code without a lock: two pictures started at the same moment crash the process or
+// run each other's code. Without liborc, thumbnails take a few percent longer.
 bool usesLiborc() {
     constexpr int MAJOR = 8;
     constexpr int FIRST_WITHOUT = 15;
@@ -21,7 +21,7 @@ bool usesLiborc() {
 }
 
 bool startVips() {
-    // What is wrong with a picture goes into its result, not to standard error.
+    // Errors of a picture are returned in its result, not printed to standard error.
     for (const char *domain : {"VIPS", "GLib-GObject"}) {
         const auto levels = domain[0] == 'V' ? G_LOG_LEVEL_MASK : G_LOG_LEVEL_INFO;
         g_log_set_handler(domain, static_cast<GLogLevelFlags>(levels), ignoreLogLine, nullptr);
@@ -32,13 +32,13 @@ bool startVips() {
     if (usesLiborc()) {
         vips_vector_set_enabled(FALSE);
     }
-    // Pictures are decoded side by side, one to a core, and none of them twice.
+    // Worker threads decode one picture each, and no picture is decoded twice.
     vips_concurrency_set(1);
     vips_cache_set_max(0);
     return true;
 }
 
-// What libvips keeps for a thread goes with the thread.
+// libvips frees its data of a thread at the thread's end.
 struct ThreadEnd {
     ~ThreadEnd() { vips_thread_shutdown(); }
 };
@@ -49,7 +49,7 @@ void stopWhenAsked(VipsImage *image, VipsProgress * /*progress*/, gpointer data)
     }
 }
 
-// To sRGB: by the picture's own profile, or by what its colours usually mean.
+// To sRGB: by the picture's own profile, or by the default of its colour space.
 bool toScreenColours(VipsPicture &picture) {
     const bool profiled = vips_image_get_typeof(picture.get(), VIPS_META_ICC_NAME) != 0;
     const bool printed = vips_image_get_interpretation(picture.get()) == VIPS_INTERPRETATION_CMYK;
@@ -59,7 +59,7 @@ bool toScreenColours(VipsPicture &picture) {
             0) {
             picture.reset(converted);
         } else {
-            // A damaged profile does not spoil the picture.
+            // A damaged profile does not make the picture unusable.
             vips_error_clear();
         }
     }
@@ -83,7 +83,7 @@ Status useVips() {
     if (!started) {
         return Status::notInitialized("libvips cannot be started.");
     }
-    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): it ends with its thread, a worker
+    // NOLINTNEXTLINE(clang-diagnostic-exit-time-destructors): destroyed with its thread, a worker
     static thread_local const ThreadEnd threadEnd;
     static_cast<void>(&threadEnd);
     vips_error_clear();
@@ -94,9 +94,9 @@ Status vipsFailure() {
     std::string text = vips_error_buffer();
     vips_error_clear();
     std::ranges::replace(text, '\n', ' ');
-    // libheif's bounds on what a file may claim, in the words of all its versions.
+    // The limits of libheif, whose messages have this part in all versions.
     if (text.find("ecurity limit") != std::string::npos) {
-        return Status::outOfMemory("The picture claims more than is decoded: " + text);
+        return Status::outOfMemory("The picture exceeds a limit of its decoder: " + text);
     }
     return Status::corrupt("The picture is damaged: " + text);
 }
@@ -118,7 +118,7 @@ Status render(VipsPicture picture, const CancellationToken &stop, Image &image) 
     }
     const int bands = vips_image_get_bands(picture.get());
     if (bands < 3) {
-        return Status::notSupported("The picture has no colours that a screen shows.");
+        return Status::notSupported("The picture's colours cannot be converted to sRGB.");
     }
     image = makeImage(vips_image_get_width(picture.get()), vips_image_get_height(picture.get()));
     const unsigned char *from = memory.get();

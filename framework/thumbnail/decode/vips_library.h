@@ -15,12 +15,10 @@ namespace mrb::thumbnail {
 
 using VipsPicture = std::unique_ptr<VipsImage, Deleter<g_object_unref>>;
 
-// Makes libvips ready for the calling thread: quiet, without threads or a cache of
-// its own making.
+// Initializes libvips for the calling thread: without log output, threads and a cache of its own.
 Status useVips();
 
-// What libvips last complained of on this thread, as the reason why a picture is damaged,
-// or too large.
+// The last error of libvips on this thread, as the reason why a picture is damaged, or too large.
 Status vipsFailure();
 
 // Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its

@@ -15,14 +15,14 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// The loaders that may see a stranger's bytes. libvips has many more, for documents
-// and laboratories.
+// The loaders that may parse untrusted bytes. libvips has many more, for documents and scientific
+// formats.
 constexpr std::string_view LOADERS[] = {
     "VipsForeignLoadPngBuffer",  "VipsForeignLoadWebpBuffer", "VipsForeignLoadNsgifBuffer",
     "VipsForeignLoadTiffBuffer", "VipsForeignLoadHeifBuffer", "VipsForeignLoadJxlBuffer",
 };
 
-// How the files of these formats begin, also those that are too damaged for a loader.
+// The first bytes of these formats, also of files that are too damaged for a loader.
 constexpr std::string_view BEGINNINGS[] = {"\x89PNG"sv, "GIF8"sv, "II*\0"sv, "MM\0*"sv, "RIFF"sv};
 
 bool beginsLikePicture(ByteSpan data) {
@@ -31,10 +31,10 @@ bool beginsLikePicture(ByteSpan data) {
                                [text](std::string_view beginning) { return text.starts_with(beginning); });
 }
 
-constexpr std::string_view HEIF = "VipsForeignLoadHeifBuffer"; // turns its pictures by itself
+constexpr std::string_view HEIF = "VipsForeignLoadHeifBuffer"; // applies the orientation itself
 constexpr std::string_view WEBP = "VipsForeignLoadWebpBuffer";
 
-// Both make a picture of exactly this size, whose proportions may differ by a rounded pixel
+// Both create a picture of exactly this size, whose proportions may differ by a rounded pixel
 // from the original's. Null when they fail.
 VipsPicture scale(VipsImage *picture, Size target) {
     VipsImage *small = nullptr;
@@ -43,10 +43,10 @@ VipsPicture scale(VipsImage *picture, Size target) {
     return VipsPicture(small);
 }
 
-// Where the format lets it, with a smaller picture that is in the file.
+// Uses a smaller picture in the file where the format allows it.
 VipsPicture readScaled(ByteSpan data, Size target) {
     VipsImage *small = nullptr;
-    // What to fail on is said twice, since libvips 8.14 forgets it on the way to some loaders.
+    // "fail_on" is passed twice, since libvips 8.14 does not pass it on to some loaders.
     vips_thumbnail_buffer(const_cast<unsigned char *>(data.data()), data.size(), &small, target.width,
                           "height", target.height, "size", VIPS_SIZE_FORCE, "no_rotate", TRUE, "fail_on",
                           VIPS_FAIL_ON_TRUNCATED, "option_string", "fail_on=truncated", nullptr);
@@ -64,7 +64,7 @@ Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const Cancell
     if (found == nullptr || std::ranges::find(LOADERS, found) == std::end(LOADERS)) {
         vips_error_clear();
         return beginsLikePicture(data) ? Status::corrupt("The picture is damaged: its header cannot be read.")
-                                       : Status::notSupported("The file is no picture of a known format.");
+                                       : Status::notSupported("The file is not a picture of a known format.");
     }
     const bool isWebp = found == WEBP;
     if (found == HEIF) {

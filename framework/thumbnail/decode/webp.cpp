@@ -16,8 +16,8 @@
 namespace mrb::thumbnail {
 namespace {
 
-// How much larger than wanted a picture is decoded. libwebp's own scaling is coarse, so
-// that the resizing that follows decides on the quality.
+// How much larger than requested a picture is decoded. libwebp's own scaling is coarse, so the
+// subsequent resizing determines the quality.
 constexpr double MARGIN = 1.5;
 
 std::uint32_t littleEndian(ByteSpan data, std::size_t at, std::size_t bytes) {
@@ -28,12 +28,12 @@ std::uint32_t littleEndian(ByteSpan data, std::size_t at, std::size_t bytes) {
     return number;
 }
 
-// What the first chunk of a file of several chunks says of the others.
+// Flags in the first chunk about later chunks.
 constexpr unsigned char HAS_PROFILE = 0x20;
 constexpr unsigned char HAS_EXIF = 0x08;
 constexpr unsigned char IS_ANIMATED = 0x02;
 
-// The size to decode to for a picture that is to have the size of `target`.
+// The size at which a picture is decoded for the size of `target`.
 Size marginSize(Size size, Size target) {
     const double scale = std::min(1.0, MARGIN * target.width / size.width);
     const auto part = [scale](int length) {
@@ -132,7 +132,7 @@ Size sizeOfWebp(ByteSpan data) {
 }
 
 Status openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture) {
-    // Whichever way the picture turns out to lie.
+    // Large enough for both orientations.
     const int width = std::max(fit(size, box).width, fit(size, {box.height, box.width}).width);
     VipsImage *opened = nullptr;
     vips_webpload_buffer(const_cast<unsigned char *>(data.data()), data.size(), &opened, "scale",

@@ -8,19 +8,18 @@
 namespace mrb::thumbnail {
 
 // The size in a WebP file's first chunk (RFC 9649); no pixels when the data end before it.
-// libvips makes room for the whole picture as soon as it opens one, so it must not see
-// those that are too large.
+// libvips allocates memory for the whole picture as soon as it opens one, so pictures that are
+// too large must not reach it.
 Size sizeOfWebp(ByteSpan data);
 
-// Whether the data are a WebP file of one picture that is shown as its pixels are: not
-// turned, in the usual colours.
+// Whether the data are a WebP file of one still picture without EXIF and ICC profile.
 bool isPlainWebp(ByteSpan data);
 
 // Decodes such a file.
 Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
                        Decoded &decoded);
 
-// Opens any other WebP file of this size, scaled down while it is decoded, to no less than it has
+// Opens any other WebP file of this size, scaled down during decoding, to no less than its size
 // in the box.
 Status openWebp(ByteSpan data, Size size, Size box, VipsPicture &picture);
 

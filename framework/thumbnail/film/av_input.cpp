@@ -14,7 +14,7 @@ namespace {
 constexpr int BUFFER_BYTES = 64 << 10;
 constexpr std::int64_t PROBE_BYTES = 5 << 20;
 
-// A file that names others (playlists, references in a container) gets none of them.
+// Other files that a file names (playlists, references in a container) are not opened.
 int refuse(AVFormatContext * /*context*/, AVIOContext ** /*io*/, const char * /*url*/, int /*flags*/,
            AVDictionary ** /*options*/) {
     return AVERROR(EACCES);
@@ -70,7 +70,7 @@ Status AvInput::open(const char *formats) {
     context_->interrupt_callback = {isStopped, this};
     context_->probesize = PROBE_BYTES;
     context_->format_whitelist = av_strdup(formats);
-    // Frees and clears the context when it fails.
+    // It frees and clears the context on failure.
     const int code = avformat_open_input(&context_, nullptr, nullptr, nullptr);
     if (code == AVERROR_INVALIDDATA && io_->pos == 0) {
         return Status::notSupported("The file's format is not known.");

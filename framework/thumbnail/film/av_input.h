@@ -18,12 +18,12 @@ using Frame = std::unique_ptr<AVFrame, Deleter<av_frame_free>>;
 using Packet = std::unique_ptr<AVPacket, Deleter<av_packet_free>>;
 using Codec = std::unique_ptr<AVCodecContext, Deleter<avcodec_free_context>>;
 
-// Neither is null. Throw std::bad_alloc.
+// Never null. Both throw std::bad_alloc.
 Frame makeFrame();
 Packet makePacket();
 
-// A container opened by libav, which reads this one file and nothing that the file
-// may refer to. Lives on the stack of the decoding thread; file and sign outlive it.
+// A container opened by libav, which reads only this file, and none that the file refers to.
+// Lives on the stack of the decoding thread; file and stop sign outlive it.
 class AvInput {
   public:
     AvInput(const MediaFile &file, const CancellationToken &stop) : file_(file), stop_(stop) {}
@@ -31,11 +31,11 @@ class AvInput {
     AvInput(const AvInput &) = delete;
     AvInput &operator=(const AvInput &) = delete;
 
-    // `formats` are libav's names, separated by commas: no other is recognised.
+    // `formats`: libav's names, separated by commas; other formats are not detected.
     Status open(const char *formats);
     [[nodiscard]] AVFormatContext *context() const { return context_; }
 
-    // Why something that libav did failed: the stop sign, the device, or else the file itself.
+    // The reason why a call of libav failed: cancellation, the device, or else the file itself.
     [[nodiscard]] Status failure(const char *what) const;
 
   private:

@@ -21,10 +21,10 @@
 namespace mrb::thumbnail {
 namespace {
 
-// No cover is as large as this, and tags may claim any size.
+// Larger than any cover; tags may claim any size.
 constexpr unsigned long MOST_BLOCK_BYTES = 64UL << 20;
 
-// Reads a file for TagLib, and nothing that would fill the memory.
+// A file stream of TagLib with a maximum for each read.
 class BoundedStream final : public TagLib::FileStream {
   public:
     using TagLib::FileStream::FileStream;
@@ -33,7 +33,7 @@ class BoundedStream final : public TagLib::FileStream {
     }
 };
 
-// Collects pictures and keeps the one to show.
+// Collects pictures and chooses the best one.
 class Choice {
   public:
     void add(const TagLib::ByteVector &picture, bool front) {
@@ -68,7 +68,7 @@ void addFrom(const TagLib::List<TagLib::FLAC::Picture *> &pictures, Choice &choi
     }
 }
 
-// "Cover Art (Front)": a file name, a zero, the picture.
+// "Cover Art (Front)": a file name, a zero byte, the picture.
 void addFrom(const TagLib::APE::Tag *tag, Choice &choice) {
     if (tag == nullptr) {
         return;

@@ -1,4 +1,4 @@
-// What the films' library exports.
+// The functions that the video library exports.
 
 #include "thumbnail/films.h"
 

@@ -16,7 +16,7 @@ namespace {
 constexpr int QUALITY = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
 constexpr int FIRST_HIGH_DEFINITION_HEIGHT = 720;
 
-// ITU-T H.273 matrix coefficients; where a video does not say, by what it was made for.
+// ITU-T H.273 matrix coefficients; a default by the size where the video has none.
 int matrixOf(const AVFrame &frame) {
     switch (frame.colorspace) {
     case AVCOL_SPC_BT709:
@@ -36,7 +36,7 @@ int matrixOf(const AVFrame &frame) {
     }
 }
 
-// The formats with a J in their names have the full range by that name.
+// The pixel formats with a J in their names imply full range.
 bool hasFullRange(const AVFrame &frame) {
     const char *name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame.format));
     return frame.color_range == AVCOL_RANGE_JPEG || (frame.color_range == AVCOL_RANGE_UNSPECIFIED &&
@@ -50,7 +50,7 @@ Size displaySize(int width, int height, AVRational aspect) {
         return {width, height};
     }
     const std::int64_t wide = av_rescale(width, aspect.num, aspect.den);
-    // A shape that cannot be is no shape.
+    // An impossible aspect ratio is ignored.
     return wide < 1 || wide > std::int64_t{16} * width || wide * 16 < width
                ? Size{width, height}
                : Size{static_cast<int>(wide), height};
@@ -66,7 +66,7 @@ Status imageOf(const AVFrame &frame, Size size, Image &image) {
     const int *matrix = sws_getCoefficients(matrixOf(frame));
     sws_setColorspaceDetails(scaler.get(), matrix, hasFullRange(frame) ? 1 : 0, matrix, 1, 0, 1 << 16,
                              1 << 16);
-    // The scaler may write past the end of a row, so it gets rows with room behind them.
+    // The scaler may write past the end of a row, so rows get padding.
     const Frame scaled = makeFrame();
     scaled->format = AV_PIX_FMT_BGRA;
     scaled->width = size.width;

@@ -5,7 +5,7 @@
 
 namespace mrb::thumbnail {
 
-// A frame's size with square pixels. `aspect` is the shape of its pixels, 0: square.
+// A frame's size with square pixels. `aspect` is its pixels' aspect ratio, 0: square.
 Size displaySize(int width, int height, AVRational aspect);
 
 // Converts a frame to an image of this size, by the frame's own colour matrix and range.

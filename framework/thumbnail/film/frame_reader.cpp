@@ -11,8 +11,8 @@ namespace {
 
 constexpr AVRational MILLISECOND{1, 1000};
 constexpr AVRational LIBAV_TIME{1, AV_TIME_BASE};
-// Far more than any film, and little enough that a few of it can be added: what a file says
-// may be anything.
+// Far longer than any video, and small enough that sums of a few do not overflow: a file may
+// claim any time.
 constexpr std::int64_t MOST_TIME = std::int64_t{1} << 58;
 
 bool isVideo(const AVStream &stream) {
@@ -29,7 +29,7 @@ Status FrameReader::open(bool needsDuration) {
                stream.codecpar->width > 0 && (!needsDuration || stream.duration > 0 || context->duration > 0);
     };
     AVStream **const first = context->streams;
-    // Looking into the stream takes long, and a container's header usually says all.
+    // Analysing streams takes long, and a container's header is usually sufficient.
     if (std::none_of(first, first + context->nb_streams, [&](const AVStream *s) { return known(*s); }) &&
         avformat_find_stream_info(context, nullptr) < 0) {
         return input_.failure("its streams cannot be read");
@@ -70,7 +70,7 @@ std::int64_t FrameReader::duration() const {
     return std::clamp<std::int64_t>(either, 0, MOST_TIME);
 }
 
-// Some containers do not say when their pictures begin; the first one does.
+// Some containers have no start time; then that of the first packet is used.
 void FrameReader::learnStart() {
     start_ = stream_->start_time;
     if (start_ == AV_NOPTS_VALUE) {
@@ -84,14 +84,14 @@ std::int64_t FrameReader::milliseconds(std::int64_t moment) const {
         0, av_rescale_q(av_sat_sub64(moment, start_), stream_->time_base, MILLISECOND));
 }
 
-// From one picture to the next; 0: unknown.
+// The time between frames; 0: unknown.
 std::int64_t FrameReader::pictureTime() const {
     const AVRational rate = stream_->avg_frame_rate.num > 0 ? stream_->avg_frame_rate : stream_->r_frame_rate;
     return rate.num > 0 && rate.den > 0 ? av_rescale_q(1, av_inv_q(rate), stream_->time_base) : 0;
 }
 
-// How many frames may be decoded onwards for the next moment: as many as it takes when
-// the bound serves for the last one too, else its part of what is left.
+// The maximum of frames decoded forward for the next position: all that are left of the limit
+// when these suffice for the last position too, else its share of them.
 int FrameReader::mostFramesForward(std::span<const std::int64_t> moments) const {
     const int left = std::max(MOST_FRAMES_FORWARD - forward_, 0);
     const std::int64_t way = av_sat_sub64(moments.back(), last_ == AV_NOPTS_VALUE ? start_ : last_);
@@ -130,8 +130,8 @@ Status FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&
     return readForward(moment, most, frame);
 }
 
-// The container may know it without looking. Those of broadcasts do not: libav marks
-// whatever it came across.
+// The container's index may show it without a search. Not that of broadcasts: libav indexes only
+// what it has read.
 bool FrameReader::isKnownToHaveNoKeyAfterLast(std::int64_t moment) const {
     const bool isIndexed = (input_.context()->iformat->flags & AVFMT_TS_DISCONT) == 0;
     const AVIndexEntry *entry =
@@ -149,7 +149,7 @@ void FrameReader::reset() {
     hasAhead_ = false;
 }
 
-// Some containers give their packets no time of showing, or none of decoding.
+// Some containers lack the presentation time of packets, or the decoding time.
 std::int64_t FrameReader::momentOf(const AVPacket &packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
@@ -167,7 +167,7 @@ std::int64_t FrameReader::momentOf(const AVFrame &frame) const {
     return start_;
 }
 
-// What it means that there is no frame: nothing was ever found, or there are no more.
+// The result without a frame: an error if none was found at all, else the end.
 Status FrameReader::nothing() const {
     if (stop_.isCancelled()) {
         return endOf(stop_);
@@ -192,7 +192,7 @@ bool FrameReader::readPacket(bool key) {
     return false;
 }
 
-// To the first packet. Not every container finds a moment in front of it, or at it.
+// Seeks to the first packet. Not every container can seek before the start time, or to it.
 void FrameReader::rewind() {
     AVFormatContext *context = input_.context();
     const std::int64_t margin = av_rescale_q(10, {1, 1}, stream_->time_base);
@@ -202,16 +202,16 @@ void FrameReader::rewind() {
     }
 }
 
-// Among frames that are shown in another order than they come in, one without a time of
-// its own may be shown later than it seems.
+// When frames are reordered, a packet without a presentation time may be shown later than its
+// decoding time.
 bool FrameReader::isShownBy(const AVPacket &packet, std::int64_t moment) const {
     const bool isReordered = stream_->codecpar->video_delay > 0;
     return (packet.pts != AV_NOPTS_VALUE || !isReordered) && momentOf(packet) <= moment;
 }
 
-// Reads packets up to a key frame to show at `moment` that comes after the packet `after`.
-// False: there is none from here on to the moment, or to `seen`, from where on there was
-// none before; that becomes here.
+// Reads packets up to a key frame that is shown at `moment` or before and comes after the packet
+// `after`. False: there is none from the current position to the moment, or to `seen`, the start
+// of the range that was searched before, which is then extended to the current position.
 bool FrameReader::scanForKey(std::int64_t moment, std::int64_t after, std::int64_t &seen) {
     std::int64_t first = seen;
     while (readPacket(false)) {
@@ -231,14 +231,14 @@ bool FrameReader::scanForKey(std::int64_t moment, std::int64_t after, std::int64
     return false;
 }
 
-// Reads the packet of a key frame at or before `moment` and after the packet `after`. A
-// container with an index has it at once; in others the way back is looked through in
-// pieces, each twice as long as the one before.
+// Reads the packet of a key frame at or before `moment` and after the packet `after`. A container
+// with an index finds it by one seek; others are searched backwards in ranges, each twice as long
+// as the one before.
 bool FrameReader::findKey(std::int64_t moment, std::int64_t after) {
     std::int64_t step = av_rescale_q(1, {1, 1}, stream_->time_base);
     std::int64_t seen = std::numeric_limits<std::int64_t>::max();
     for (std::int64_t at = moment; at > start_ && seen > after; at -= step, step *= 2) {
-        // A container without an index is read from where it stands.
+        // Without an index a container is read from its current position.
         av_seek_frame(input_.context(), stream_->index, at, AVSEEK_FLAG_BACKWARD);
         if (scanForKey(moment, after, seen)) {
             return true;
@@ -251,7 +251,7 @@ bool FrameReader::findKey(std::int64_t moment, std::int64_t after) {
     return scanForKey(moment, after, seen);
 }
 
-// Of a film that begins in the middle of what another key frame began.
+// For a video that begins between two key frames.
 bool FrameReader::findFirstKey() {
     packets_ = 0;
     packetBytes_ = 0;
@@ -269,12 +269,12 @@ void FrameReader::send(const AVPacket *packet) {
 }
 
 Status FrameReader::readKeyFrame(const AVFrame *&frame) {
-    // Damage inside one key frame does not rule out the next one.
+    // Damage in one key frame does not rule out the next one.
     do {
         reset();
         codec_->skip_loop_filter = lossy_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
         codec_->skip_frame = AVDISCARD_DEFAULT;
-        // Nothing follows it as far as the decoder knows, so it holds nothing back.
+        // A drained decoder returns the frame at once.
         send(packet_.get());
         send(nullptr);
         if (receive(*frame_)) {
@@ -289,7 +289,7 @@ Status FrameReader::readKeyFrame(const AVFrame *&frame) {
     return nothing();
 }
 
-// Gives the decoder the next packet, or the end. False: there is no more to be given.
+// Sends the decoder the next packet, or the end of the stream. False: both were sent already.
 bool FrameReader::feed() {
     if (draining_) {
         ended_ = true;
@@ -310,12 +310,12 @@ bool FrameReader::feed() {
     return draining_;
 }
 
-// Takes the frame that comes next, for the moment or for a later one.
+// Receives the next frame, for the position or for a later one.
 FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
     do {
         while (receive(*received_)) {
             ++forward_;
-            // The last ones come without a packet whose time they could have.
+            // The last frames come without a packet that could have their time.
             const bool isKnown = !draining_ || received_->best_effort_timestamp != AV_NOPTS_VALUE;
             const std::int64_t at = isKnown ? momentOf(*received_)
                                             : av_sat_add64(newest_, std::max<std::int64_t>(pictureTime(), 1));
@@ -337,7 +337,8 @@ FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
 }
 
 Status FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&frame) {
-    // Errors would add up over the frames, so nothing that others refer to is left out.
+    // Errors would accumulate over the frames, so only frames without references to them are
+    // skipped.
     codec_->skip_loop_filter = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
     codec_->skip_frame = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
     if (hasAhead_ && aheadAt_ > moment) {
@@ -380,7 +381,7 @@ std::vector<std::int64_t> FrameReader::momentsOfPictures(std::size_t count) {
     std::ranges::sort(all);
     all.erase(std::unique(all.begin(), all.end()), all.end());
     if (!areKnown && !all.empty()) {
-        // They are shown as far apart as they are read.
+        // Presentation times have the same intervals as decoding times.
         const std::int64_t delay = av_sat_sub64(start_, all.front());
         std::ranges::for_each(all, [delay](std::int64_t &moment) { moment = av_sat_add64(moment, delay); });
     }

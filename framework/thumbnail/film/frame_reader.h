@@ -8,41 +8,39 @@
 
 namespace mrb::thumbnail {
 
-// Finds frames of one video stream. Lives on the stack of the decoding thread, as
-// its input does.
-//
-// A key frame is decoded alone, which is what makes this fast. Only when a moment has
-// no other key frame than one already taken, frames are decoded from it onwards.
+// Finds frames of one video stream. Lives on the stack of the decoding thread, as its input does.
+// A key frame is decoded alone, which makes this fast. Only when the nearest key frame of a
+// position was returned before, frames are decoded forward from it.
 class FrameReader {
   public:
     FrameReader(AvInput &input, const CancellationToken &stop)
         : input_(input), stop_(stop), packet_(makePacket()), received_(makeFrame()), frame_(makeFrame()),
           ahead_(makeFrame()) {}
 
-    // Chooses the stream and opens its decoder. `lossy` leaves out the smoothing of
-    // block edges, which does not show in an image of half the size.
+    // Chooses the stream and opens its decoder. `lossy` omits the deblocking filter, which does
+    // not show in an image of half the size.
     Status open(bool needsDuration);
     void setLossy(bool lossy) { lossy_ = lossy; }
 
     [[nodiscard]] const AVStream &stream() const { return *stream_; }
-    // The running time in the stream's units; 0: unknown.
+    // The duration in the stream's time base; 0: unknown.
     [[nodiscard]] std::int64_t duration() const;
-    // The moment of the first picture.
+    // The time of the first frame.
     [[nodiscard]] std::int64_t start() const { return start_; }
-    // A moment of the stream in milliseconds from its start.
+    // A time of the stream in milliseconds from its start.
     [[nodiscard]] std::int64_t milliseconds(std::int64_t moment) const;
-    // The same of the frame given last.
+    // The same for the frame returned last.
     [[nodiscard]] std::int64_t lastMilliseconds() const { return milliseconds(last_); }
 
-    // A frame to show for the first of `moments`, which are in the stream's units and
-    // ascend: one at or before it and after the frame given last. The others are those that
-    // will be asked for next. The frame can be used until the next call. Null with
-    // MRB_ERR_NONE: there is none but those already given.
+    // The frame for the first of `moments`, which are in the stream's time base and ascend: one
+    // at or before it and after the frame returned last. The others are the positions of the next
+    // calls. The frame is valid until the next call. Null with MRB_ERR_NONE: there are no frames
+    // other than those already returned.
     Status read(std::span<const std::int64_t> moments, const AVFrame *&frame);
 
-    // The moments of `count` pictures, evenly spread over those that the file turns out to
-    // have, or of all where they are fewer. Reading begins again, and no picture is passed
-    // over any more because others do not need it.
+    // `count` positions, evenly spread over the frames that the file really has, or all of them
+    // where they are fewer. Reading restarts, and from then on frames without references to them
+    // are decoded as well.
     std::vector<std::int64_t> momentsOfPictures(std::size_t count);
 
   private:
@@ -74,25 +72,25 @@ class FrameReader {
     const CancellationToken &stop_;
     Packet packet_;
     Frame received_;
-    Frame frame_; // given last
-    Frame ahead_; // decoded, and for a later moment, where hasAhead_
+    Frame frame_; // returned last
+    Frame ahead_; // decoded for a later position, where hasAhead_
     Codec codec_;
     AVStream *stream_ = nullptr;
     std::int64_t start_ = 0;
     bool lossy_ = true;
-    bool every_ = false;      // decode frames that no other needs as well
-    bool going_ = false;      // the decoder is in the middle of the stream and can go on
-    bool catchingUp_ = false; // packets are read that it has had already
-    bool draining_ = false;   // it has had all there are
-    bool ended_ = false;      // it has given all there are
-    bool isAtEnd_ = false;    // of the file, as the last packet was asked for
+    bool every_ = false;      // decode frames without references to them as well
+    bool going_ = false;      // the decoder is in the middle of the stream and can continue
+    bool catchingUp_ = false; // packets are read that it got before
+    bool draining_ = false;   // it got all packets
+    bool ended_ = false;      // it returned all frames
+    bool isAtEnd_ = false;    // of the file, at the last packet read
     bool hasAhead_ = false;
-    int forward_ = 0; // frames decoded onwards so far
+    int forward_ = 0; // frames decoded forward so far
     int packets_ = 0;
     std::int64_t packetBytes_ = 0;
     std::int64_t fed_ = AV_NOPTS_VALUE;  // the order of the last packet decoded
-    std::int64_t last_ = AV_NOPTS_VALUE; // the moment of the frame given last
-    std::int64_t newest_ = 0;            // the moment of the frame decoded onwards last
+    std::int64_t last_ = AV_NOPTS_VALUE; // the time of the frame returned last
+    std::int64_t newest_ = 0;            // the time of the frame decoded forward last
     std::int64_t aheadAt_ = AV_NOPTS_VALUE;
 };
 

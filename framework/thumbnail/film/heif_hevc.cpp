@@ -19,7 +19,7 @@ extern "C" {
 namespace mrb::thumbnail {
 namespace {
 
-constexpr int API_VERSION = 3;  // the oldest that knows a plugin by a name
+constexpr int API_VERSION = 3;  // the oldest version with plug-in names
 constexpr int PREFERENCE = 200; // libheif's own decoders have 100
 
 constexpr heif_error OK{heif_error_Ok, heif_suberror_Unspecified, "Success"};
@@ -35,9 +35,8 @@ constexpr heif_error unsupported(const char *why) {
 
 using HeifImage = std::unique_ptr<heif_image, Deleter<heif_image_release>>;
 
-// libheif hands over units (NAL, ITU-T H.265) with their lengths in four bytes in front.
-// The codec wants a start code there instead, which has four bytes too. False: the lengths
-// do not add up.
+// libheif passes units (NAL, ITU-T H.265) with their lengths in the four bytes before each. The
+// codec needs a start code there, which has four bytes too. False: the lengths are inconsistent.
 bool putStartCodes(Bytes &units) {
     constexpr std::size_t LENGTH_BYTES = 4;
     std::size_t at = 0;
@@ -64,7 +63,7 @@ heif_error decodeUnits(Bytes &units, Frame &frame) {
     codec->thread_count = 1;
     codec->max_pixels = MOST_PIXELS;
     if (!putStartCodes(units)) {
-        return damaged("the picture's units are cut short");
+        return damaged("the picture's units are truncated");
     }
     const Packet packet = makePacket();
     if (avcodec_open2(codec.get(), decoder, nullptr) < 0 ||
@@ -82,7 +81,7 @@ heif_error decodeUnits(Bytes &units, Frame &frame) {
     return OK;
 }
 
-// What of libheif's is like the frame's format; undefined when nothing is.
+// libheif's equivalent of the frame's chroma format; undefined when there is none.
 heif_chroma chromaOf(const AVPixFmtDescriptor &format) {
     if (format.nb_components == 1) {
         return heif_chroma_monochrome;
@@ -94,14 +93,14 @@ heif_chroma chromaOf(const AVPixFmtDescriptor &format) {
     return halfWide ? (format.log2_chroma_h == 1 ? heif_chroma_420 : heif_chroma_422) : heif_chroma_444;
 }
 
-// How the colours are meant, unless the file says otherwise outside of the picture.
+// The colour description, unless the file has one outside of the picture.
 void describeColours(const AVFrame &frame, heif_image *image) {
     const std::unique_ptr<heif_color_profile_nclx, Deleter<heif_nclx_color_profile_free>> profile(
         heif_nclx_color_profile_alloc());
     if (!profile) {
         return;
     }
-    // What libheif does not know stays unspecified. The numbers are the same, of ITU-T H.273.
+    // Values that libheif does not know stay unspecified. Both use the numbers of ITU-T H.273.
     heif_nclx_color_profile_set_color_primaries(profile.get(),
                                                 static_cast<std::uint16_t>(frame.color_primaries));
     heif_nclx_color_profile_set_transfer_characteristics(profile.get(),
@@ -137,7 +136,7 @@ heif_error toHeif(const AVFrame &frame, heif_image **out) {
     const AVPixFmtDescriptor *format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
     const heif_chroma chroma = format != nullptr ? chromaOf(*format) : heif_chroma_undefined;
     if (chroma == heif_chroma_undefined) {
-        return unsupported("the picture's colours are laid out in an unknown way");
+        return unsupported("the picture's pixel format is not known");
     }
     heif_image *made = nullptr;
     heif_error error = heif_image_create(
@@ -154,7 +153,7 @@ heif_error toHeif(const AVFrame &frame, heif_image **out) {
     return error;
 }
 
-// ---- what libheif calls -------------------------------------------------------------
+// ---- the callbacks of libheif ---------------------------------------------------------
 
 const char *name() { return "libav"; }
 

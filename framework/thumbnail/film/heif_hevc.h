@@ -2,11 +2,11 @@
 
 namespace mrb::thumbnail {
 
-// As Films::preferLibavForHevc.
+// See Films::preferLibavForHevc.
 void preferLibavForHevc();
 
-// Has libheif load its plug-ins, which it would otherwise do with the first file. Once, and
-// before the above: some versions begin with no other decoders than these.
+// Makes libheif load its plug-ins, which it would otherwise do with the first file. Called once,
+// before preferLibavForHevc: some versions begin without any other decoders.
 void loadHeifPlugins();
 
 } // namespace mrb::thumbnail

@@ -16,13 +16,13 @@ extern "C" {
 namespace mrb::thumbnail {
 namespace {
 
-// The formats that broadcasters, cameras and phones use. libav knows many more, some
-// of which fetch what a file names.
+// The formats that broadcasters, cameras and phones use. libav knows many more, some of which
+// open other files.
 constexpr const char *VIDEO_FORMATS = "mov,matroska,avi,mpeg,mpegts,mpegvideo,asf,flv,ogg,rm,h264,hevc,m4v";
 constexpr const char *STILL_FORMATS = "bmp_pipe";
 
-// The first frame shown lies at this part of the running time, past black beginnings
-// and studios' marks; the last one as far from the end.
+// The first frame shown lies at this part of the duration, past black frames and studio logos;
+// the last one as far from the end.
 constexpr double EDGE = 0.1;
 
 const std::int32_t *displayMatrix(const AVStream &stream) {
@@ -40,7 +40,7 @@ const std::int32_t *displayMatrix(const AVStream &stream) {
 #endif
 }
 
-// The EXIF orientation that says the same as the stream's rotation.
+// The EXIF orientation for the stream's rotation.
 int orientationOf(const AVStream &stream) {
     const std::int32_t *matrix = displayMatrix(stream);
     const double counterClockwise = matrix != nullptr ? av_display_rotation_get(matrix) : 0;
@@ -71,7 +71,7 @@ Status addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeReq
     const Size shown = displaySize(frame.width, frame.height, aspectOf(frame, stream));
     Size target = fit(shown, turned({request.width, request.height}, applied));
     if (!decoded.images.empty()) {
-        // A stream may change its size; the images of one result do not.
+        // A stream may change its size; the images of one result may not.
         target = turned({decoded.images[0].width, decoded.images[0].height}, applied);
     }
     Image image;
@@ -83,13 +83,13 @@ Status addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeReq
     return outcome;
 }
 
-// Whether images of this size are small enough for a coarse decoding not to show.
+// Whether images of this size are small enough for lossy decoding.
 bool isSmallFor(const AVStream &stream, const DecodeRequest &request) {
     const Size size{stream.codecpar->width, stream.codecpar->height};
     return size.width >= 2 * request.width && size.height >= 2 * request.height;
 }
 
-// The moments to show, in the stream's units. Rounded down, so that no frame is late.
+// The positions to show, in the stream's time base. Rounded down, so that no frame is late.
 std::vector<std::int64_t> evenMoments(const FrameReader &reader, int count) {
     std::vector<std::int64_t> moments;
     for (int index = 0; index < count; ++index) {
@@ -100,7 +100,7 @@ std::vector<std::int64_t> evenMoments(const FrameReader &reader, int count) {
     return moments;
 }
 
-// A frame for each moment that has one.
+// Adds a frame for each position that has one.
 Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, const DecodeRequest &request,
                   Decoded &decoded) {
     for (; !moments.empty(); moments = moments.subspan(1)) {
@@ -137,8 +137,8 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const Ca
     const auto wanted = static_cast<std::size_t>(request.frames);
     const bool isDecodable = outcome.ok() || outcome.code == MRB_ERR_CORRUPT;
     if (isDecodable && !decoded.images.empty() && decoded.images.size() < wanted) {
-        // The pictures do not lie as the running time has it: a film that is shorter than
-        // it says, or has few of them. So they are gone by themselves.
+        // The frames do not match the duration: the video is shorter, or has few frames. So the
+        // positions are taken from the frames themselves.
         const std::vector<std::int64_t> moments = reader.momentsOfPictures(wanted);
         Decoded other;
         if (moments.size() > decoded.images.size() && takeFrames(reader, moments, request, other).ok() &&
@@ -146,7 +146,7 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const Ca
             decoded.images = std::move(other.images);
         }
     }
-    // A file that is damaged further on still has the frames in front of that.
+    // In a damaged file, the frames before the damage can be used.
     return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : outcome;
 }
 
@@ -156,7 +156,7 @@ Status decodeStill(const MediaFile &file, const DecodeRequest &request, const Ca
     Status outcome = input.open(STILL_FORMATS);
     if (!outcome.ok()) {
         return outcome.code == MRB_ERR_CORRUPT
-                   ? Status::notSupported("The file is no picture of a known format.")
+                   ? Status::notSupported("The file is not a picture of a known format.")
                    : outcome;
     }
     FrameReader reader(input, stop);
