@@ -74,7 +74,7 @@ Origin::End CameraOrigin::copy(int destination, const std::function<bool(std::ui
     const auto take = [&](std::string_view bytes) {
         isOver = bytes.empty();
         if (isKnown && bytes.size() > size - end.bytes) {
-            end.outcome = Status::protocolError("The camera sends more than it says.");
+            end.outcome = Status::protocolError("The camera sent more bytes than it reported.");
             return;
         }
         end.destinationError = writer.write(bytes);
@@ -88,7 +88,7 @@ Origin::End CameraOrigin::copy(int destination, const std::function<bool(std::ui
         end.stopped = end.outcome.code == MRB_ERR_CANCELLED || (!isOver && !moved(end.bytes));
     }
     if (isOver && isKnown && end.bytes < size) {
-        end.outcome = Status::protocolError("The camera sends less than it says.");
+        end.outcome = Status::protocolError("The camera sent fewer bytes than it reported.");
     }
     download_.reset();
     end.outcome = about(name_, std::move(end.outcome));

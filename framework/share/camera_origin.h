@@ -10,10 +10,10 @@
 
 namespace mrb {
 
-// The items of a list of a camera. Owned and called as every Origin is.
+// The items of a camera's list. Owned and called as every Origin is.
 class CameraOrigin final : public Origin {
   public:
-    // Null: the list is none of a camera.
+    // Null: the list is not one of a camera.
     static std::unique_ptr<Origin> make(std::shared_ptr<ListSession> list);
 
     CameraOrigin(std::shared_ptr<ListSession> list, std::string device)

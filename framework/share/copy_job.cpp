@@ -17,11 +17,11 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// As many files wait for their names as make one flush of the device worth while.
+// The maximum of files that wait for their names: enough for one flush of the device to pay off.
 constexpr std::size_t MOST_WAITING = 64;
 constexpr std::uint64_t MOST_WAITING_BYTES = 32UL << 20;
 
-// How often it is asked whether the destination is still there.
+// The interval at which the destination is checked to exist.
 constexpr auto LOOK_PAUSE = std::chrono::milliseconds(200);
 
 constexpr std::uint64_t LEAST_BLOCK = 512;
@@ -67,7 +67,7 @@ JobEnd CopyJob::run(JobListener &listener) {
         finishWaiting(listener) == Step::GO_ON) {
         end(lastEvent());
     }
-    // Before the last event is heard: whoever hears it finds nothing left behind.
+    // Before the last event is posted: a client that receives it finds no temporary files.
     waiting_.clear();
     failures_.conclude();
     return std::move(end_);
@@ -77,13 +77,14 @@ int CopyJob::lastEvent() {
     if (end_.outcome.ok()) {
         return MRB_EVENT_SHARE_DONE;
     }
-    // What goes away file by file is still there when the first of them is missed.
+    // While a removal deletes file by file, the source still exists when the first of them is
+    // missed.
     return origin_->isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
 }
 
 bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     struct statvfs space {};
-    // A file system that does not tell its size has no limit that could be known.
+    // A file system that does not report its size has no known limit.
     const bool isKnown =
         fstatvfs(destination_.folder()->descriptor.number(), &space) == 0 && space.f_blocks > 0;
     const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, LEAST_BLOCK);
@@ -138,7 +139,7 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
     if (isFolder) {
         path.append(path.empty() ? "" : "/").append(item.name);
     }
-    // The source first: a folder that is gone is not made anew.
+    // The source first: for a folder that is gone, none is created.
     Origin::File source;
     const Status opened = origin_->open(
         item, [&] { return listener.stopped(); }, source);
@@ -160,7 +161,7 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
 CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &item, OpenFolderPtr folder,
                                 JobListener &listener) {
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
-    // What is larger than the list knew was not in the comparison at the beginning.
+    // The list had a smaller size, so the check before the copy did not cover this file.
     if (source.size > planned && !hasRoom(source.size)) {
         return destinationFailed(ENOSPC, item.name);
     }
@@ -178,7 +179,7 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &ite
     });
     const bool isWhole = copied.outcome.ok() && copied.destinationError == 0 && !copied.stopped;
     const int timesError = isWhole && futimens(file.number(), source.times.data()) != 0 ? errno : 0;
-    // A file system without time stamps may say so; the copy is whole all the same.
+    // A file system may not support time stamps; the copy is complete all the same.
     if (timesError != 0 && timesError != EPERM && timesError != EOPNOTSUPP && timesError != EINVAL) {
         listener.fileEnds(false);
         return destinationFailed(timesError, item.name);
@@ -196,15 +197,15 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &ite
     if (!copied.outcome.ok()) {
         return sourceFailed(copied.outcome, item.name);
     }
-    // So that the device works while the next file is read.
+    // The device writes while the next file is read.
     sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
     waiting_.push_back({std::move(file), name, copied.bytes});
     waitingBytes_ += copied.bytes;
     return Step::GO_ON;
 }
 
-// Bytes before names, names before the next batch: whatever happens, a name stands
-// for a whole file.
+// The bytes are flushed before the names, and the names before the next batch, so that a name
+// never stands for an incomplete file, even after a crash.
 CopyJob::Step CopyJob::finishWaiting(const JobListener &listener) {
     for (Waiting &waiting : waiting_) {
         if (listener.stopped()) {
@@ -242,14 +243,14 @@ CopyJob::Step CopyJob::nameWaiting(Waiting &waiting) {
 CopyJob::Step CopyJob::saveFolders() {
     for (OpenFolderPtr folder : std::exchange(folders_, {})) {
         for (; folder; folder = folder->parent) {
-            // Some file systems have nothing to save of a folder, and say so.
+            // Some file systems cannot flush a folder, and fail with these errors.
             if (std::exchange(folder->changed, false) && fsync(folder->descriptor.number()) != 0 &&
                 errno != EINVAL && errno != ENOSYS) {
                 return destinationFailed(errno, "");
             }
         }
     }
-    // A folder that is gone took what was put into it along.
+    // With a removed folder, the files in it are gone.
     return destination_.isThere() ? Step::GO_ON : destinationFailed(ENODEV, "");
 }
 
@@ -261,7 +262,7 @@ CopyJob::Step CopyJob::sourceFailed(const Status &outcome, const std::string &na
     if (outcome.code == MRB_ERR_DEVICE_REMOVED || !origin_->isThere()) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
-    // What is silent now would be so for every file.
+    // After a timeout, every other file would time out too.
     return outcome.code == MRB_ERR_TIMEOUT ? end(MRB_EVENT_SHARE_FAILED) : Step::GO_ON;
 }
 
@@ -277,7 +278,7 @@ CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
     return isOfThisFile ? Step::GO_ON : end(MRB_EVENT_SHARE_FAILED);
 }
 
-// Of a file system that does not tell its size nothing is known.
+// A file system that does not report its size has no known limit.
 bool CopyJob::hasRoom(std::uint64_t bytes) const {
     struct statvfs space {};
     return fstatvfs(destination_.folder()->descriptor.number(), &space) != 0 || space.f_blocks == 0 ||

@@ -15,14 +15,14 @@
 
 namespace mrb {
 
-// Copies the selected files of a list into a folder, from wherever they are. Files get their names in small
-// batches, each file after its bytes are on the device; a file that cannot be read,
-// or that the destination cannot hold, is left out and the others go on. Owned and
-// called as every Job is.
+// Copies the selected files of a list into a folder, from any source. Files get their names in
+// small batches, each file after its bytes are on the device; a file that cannot be read, or that
+// the destination cannot hold, is left out and the others go on. Owned and called as every Job
+// is.
 class CopyJob final : public Job {
   public:
-    // Checks what can be checked at once, and opens the destination: the absolute path or
-    // file:// URI of a folder.
+    // Validates the parameters, and opens the destination: the absolute path or file:// URI of a
+    // folder.
     static Status make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
                        const std::string &destination, std::unique_ptr<Job> &job);
 
@@ -36,7 +36,7 @@ class CopyJob final : public Job {
         std::uint64_t size;
     };
 
-    // Whether there is a point in going on; if not, end_ says why.
+    // Whether the copy goes on; if not, end_ has the reason.
     enum class Step { GO_ON, END };
 
     CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
@@ -52,12 +52,12 @@ class CopyJob final : public Job {
     Step nameWaiting(Waiting &waiting);
     Step saveFolders();
 
-    // The source's failures cost a file, the destination's the whole share, unless
-    // it is the file that it cannot hold.
+    // A failure of the source skips a file, one of the destination ends the share, unless the
+    // destination cannot hold that file only.
     Step sourceFailed(const Status &outcome, const std::string &name);
     Step destinationFailed(int error, const std::string &name);
     Step end(int event);
-    // Of a copy that looked at every item.
+    // The last event of a copy that has handled every item.
     [[nodiscard]] int lastEvent();
     [[nodiscard]] bool isDestinationThere();
 
@@ -68,7 +68,7 @@ class CopyJob final : public Job {
     FolderWay way_; // from there
     std::vector<Waiting> waiting_;
     std::uint64_t waitingBytes_ = 0;
-    std::vector<OpenFolderPtr> folders_; // which names were added to, or which are new
+    std::vector<OpenFolderPtr> folders_; // new ones, and those in which names were added
     std::chrono::steady_clock::time_point lookedAt_;
     Failures failures_{"Not copied"};
     JobEnd end_;

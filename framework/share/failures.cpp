@@ -16,7 +16,7 @@ void Failures::add(const Status &outcome, const std::string &name, JobEnd &end) 
 
 void Failures::conclude() const {
     if (count_ > MOST_LOGGED) {
-        MRB_LOG_WARNING("%s: %llu files more.", what_, static_cast<unsigned long long>(count_ - MOST_LOGGED));
+        MRB_LOG_WARNING("%s: %llu more files.", what_, static_cast<unsigned long long>(count_ - MOST_LOGGED));
     }
 }
 

@@ -7,20 +7,20 @@
 
 namespace mrb {
 
-// What went wrong in a job that goes on after failures: the first is its end's, and the
-// log names some. Owned and used by the job.
+// The failures of a job that goes on after them: the first is reported with its end, and some are
+// logged. Owned and used by the job.
 class Failures {
   public:
-    // `what` begins the log's lines: "Not copied".
+    // `what` is the prefix of log lines: "Not copied".
     explicit Failures(const char *what) : what_(what) {}
 
-    // `name` is that of the file with which it failed; empty: with none.
+    // `name` is that of the file that failed; empty: none.
     void add(const Status &outcome, const std::string &name, JobEnd &end);
-    // Logs how many were not named.
+    // Logs the number of failures that were not logged.
     void conclude() const;
 
   private:
-    // A thousand lines more help nobody.
+    // Further lines would only flood the log.
     static constexpr std::uint64_t MOST_LOGGED = 20;
 
     const char *const what_;

@@ -10,11 +10,11 @@
 namespace mrb {
 namespace {
 
-// How many bytes wait in memory for a slow device: few enough that progress is what
-// the device has done, that a stop need not wait, and that the end is near at the end.
+// The maximum of bytes in memory for a slow device: small enough that progress is what the device
+// has written, that a stop need not wait, and that little is left to flush at the end.
 constexpr std::uint64_t WINDOW = 8UL << 20;
 
-// What says that a way never works between these two, rather than now and here.
+// Whether a call is not supported between these two files, rather than failed this time.
 bool isUnknownCall(int error) {
     return error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EBADF ||
            error == EPERM;
@@ -25,7 +25,7 @@ ssize_t moveFast(unsigned way, int source, int destination, std::size_t size) {
                                     : sendfile(destination, source, nullptr, size);
 }
 
-// Has the last full window written, and waits for the one before it.
+// Starts writing the last full window, and waits for the one before it.
 void writeBehind(int destination, std::uint64_t before, std::uint64_t now) {
     if (now / WINDOW == before / WINDOW) {
         return;
@@ -80,7 +80,7 @@ CopyEnd FileCopier::copy(int source, int destination, std::uint64_t size,
         } else {
             const ssize_t result = moveFast(way, source, destination, piece);
             if (result <= 0) {
-                // Whatever it is, a slower way does it, or tells whose fault it was.
+                // A slower way either succeeds or shows which side failed.
                 const int error = result < 0 ? errno : 0;
                 if (error != EINTR) {
                     way = isUnknownCall(error) ? way + 1 : READ_WRITE;

@@ -8,15 +8,15 @@
 
 namespace mrb {
 
-// How copying a file's bytes ended: all zero and false when they are all there.
+// How copying a file's bytes ended: all zero and false when all bytes were copied.
 struct CopyEnd {
     int sourceError = 0;      // an errno; ENODATA: the file ended before its size
     int destinationError = 0; // an errno
     bool stopped = false;
 };
 
-// Writes bytes that come from elsewhere to an empty file, at the speed of its device. Owned
-// and used by one thread.
+// Writes bytes from memory to an empty file, at the speed of its device. Owned and used by one
+// thread.
 class FileWriter {
   public:
     explicit FileWriter(int file) : file_(file) {}
@@ -29,11 +29,11 @@ class FileWriter {
     std::uint64_t done_ = 0; // bytes
 };
 
-// Copies the bytes of files, in the fastest way that both file systems know. Owned
-// and used by one thread; it remembers from file to file what did not work.
+// Copies the bytes of files, in the fastest way that both file systems support. Owned and used by
+// one thread; it remembers from file to file which ways failed.
 class FileCopier {
   public:
-    // So many bytes go at once: small enough to stop between two on a slow device.
+    // Bytes per call: small enough to stop between two on a slow device.
     static constexpr std::size_t PIECE = 1UL << 20;
 
     FileCopier();
@@ -41,12 +41,12 @@ class FileCopier {
     FileCopier(const FileCopier &) = delete;
     FileCopier &operator=(const FileCopier &) = delete;
 
-    // Copies `size` bytes from the beginning of one open file to another, which is
-    // empty. `moved` hears how many are there after each piece; false: stop.
+    // Copies `size` bytes from the beginning of one open file to another, which is empty. `moved`
+    // gets the number of bytes copied so far after each piece; false: stop.
     CopyEnd copy(int source, int destination, std::uint64_t size,
                  const std::function<bool(std::uint64_t)> &moved);
 
-    // Has it begin with a slower way, as on file systems that know no faster one.
+    // Starts with a slower way, as on file systems that do not support a faster one.
     enum Way : unsigned { RANGE, SEND, READ_WRITE };
     void beginWith(Way way) { way_ = way; }
 
@@ -54,7 +54,7 @@ class FileCopier {
     std::size_t readAndWrite(int source, int destination, std::size_t size, CopyEnd &end);
 
     unsigned way_ = RANGE;
-    std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): a vector would fill it with zeros
+    std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): a vector would zero it
 };
 
 } // namespace mrb

@@ -12,12 +12,11 @@ constexpr std::string_view REFUSED = "\\:*?\"<>|";
 constexpr std::string_view REFUSED_AT_END = ". ";
 constexpr std::string_view REPLACEMENT_CHARACTER = "\xEF\xBF\xBD";
 
-// What a name may at most have in bytes on most file systems, and on those that
-// encrypt names.
+// The maximum length of a name in bytes on most file systems, and on those that encrypt names.
 constexpr std::size_t LONGEST = 255;
 constexpr std::size_t LONGEST_ENCRYPTED = 143;
 
-// Longer ones are no extensions but sentences with a full stop.
+// A longer one is the end of a sentence rather than an extension.
 constexpr std::size_t LONGEST_EXTENSION = 16;
 
 bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }

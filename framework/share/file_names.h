@@ -6,8 +6,8 @@
 
 namespace mrb {
 
-// False for what must never reach the file system as a name: nothing, ".", "..",
-// and anything with a slash or a zero in it.
+// False for names that must never reach the file system: an empty one, ".", "..", and any with a
+// slash or a zero byte.
 bool isPlainName(std::string_view name);
 
 // `name` with everything replaced by '_' that Windows' file systems refuse: control
@@ -15,17 +15,15 @@ bool isPlainName(std::string_view name);
 // the end.
 std::string portableName(std::string_view name);
 
-// `path`, names joined with '/', with every name as `rename` makes it.
+// `path`, names joined with '/', with `rename` applied to every name.
 std::string renamedPath(std::string_view path, std::string (*rename)(std::string_view name));
 
-// `name` with " (number)" before its extension, or at the end of a folder's name; as
-// it is for 0. At most `mostBytes` long: what is too much is cut off before that,
-// between characters.
+// `name` with " (number)" before its extension, or at the end of a folder's name; unchanged for
+// 0. At most `mostBytes` long: a longer name is cut before the number, between characters.
 std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes);
 
-// The names under which something is tried at its destination, one after the other:
-// its own; with a number when that is taken; portable or shorter when the file
-// system refuses it. Owned and used by one thread.
+// The names that are tried at the destination in order: the item's own; with a number when that
+// is taken; portable or shorter when the file system refuses it. Owned and used by one thread.
 class NameCandidates {
   public:
     static constexpr unsigned MOST_NUMBERS = 10'000;
@@ -34,8 +32,8 @@ class NameCandidates {
 
     [[nodiscard]] std::string current() const { return numberedName(name_, number_, isFolder_, mostBytes_); }
 
-    // Goes on to the next one after the current one met `error`; false: there is no
-    // point in trying another.
+    // Advances to the next name after the current one failed with `error`; false: another name
+    // would fail too.
     [[nodiscard]] bool next(int error);
 
   private:

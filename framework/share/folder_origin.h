@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// The files below the folder that a list was opened on. Owned and called as every Origin is.
+// The files below a list's folder. Owned and called as every Origin is.
 class FolderOrigin final : public LocalOrigin {
   public:
     explicit FolderOrigin(std::shared_ptr<ListSession> list)

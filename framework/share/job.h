@@ -7,7 +7,7 @@
 
 namespace mrb {
 
-// Whom a job tells how far it is. Called by the job's own thread.
+// Receives a job's progress. Called by the job's own thread.
 class JobListener {
   public:
     virtual ~JobListener() = default;
@@ -15,21 +15,21 @@ class JobListener {
     // True as soon as the job should end.
     [[nodiscard]] virtual bool stopped() const = 0;
 
-    // Says what there is to do, before anything is done.
+    // The totals, before anything is done.
     virtual void begins(std::uint32_t files, std::uint64_t bytes) = 0;
 
-    // A file begins; `planned` bytes of it are in the total, `size` there are.
+    // A file begins; `planned` bytes of it are in the total, `size` is its real size.
     virtual void fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) = 0;
-    virtual void fileMoves(std::uint64_t bytes) = 0; // so many of its bytes are done
+    virtual void fileMoves(std::uint64_t bytes) = 0; // bytes of it done so far
     virtual void fileEnds(bool isDone) = 0;
 };
 
 // How a job ended.
 struct JobEnd {
     int event = 0;    // one of the MRB_EVENT_SHARE_ that end a share, or MRB_EVENT_DEVICE_REMOVED
-    Status outcome;   // what went wrong first
-    std::string name; // of the file with which it did; empty: with none
-    // What arrived for good.
+    Status outcome;   // the first failure
+    std::string name; // of the file that failed; empty: none
+    // Files that were completed.
     std::uint32_t files = 0;
     std::uint64_t bytes = 0;
 };

@@ -10,7 +10,7 @@
 namespace mrb {
 namespace {
 
-// The next file may lie on another device, and is tried whatever became of this one's.
+// The next file may lie on another device, so it is tried even if this one's device is gone.
 Status ofThisFile(Status outcome) {
     const bool isOfDevice = outcome.code == MRB_ERR_DEVICE_REMOVED || outcome.code == MRB_ERR_TIMEOUT;
     outcome.code = isOfDevice ? MRB_ERR_NOT_FOUND : outcome.code;
@@ -20,7 +20,7 @@ Status ofThisFile(Status outcome) {
 Status notHere(const ItemFacts &item, const ItemLocation &location) {
     return Status::notFound(displayText(item.name) + (location.path.empty()
                                                           ? ": it lies on another machine, and only files of "
-                                                            "this one are taken."
+                                                            "this one are copied."
                                                           : ": there is no file " + location.path + "."));
 }
 
@@ -38,7 +38,7 @@ Status ListedOrigin::open(const ItemFacts &item, const CancellationToken & /*can
     if (!path.starts_with('/')) {
         return notHere(item, list_->items().locate(item));
     }
-    // The list knows it without links: one that is there now leads somewhere else.
+    // The list's path has no links: a link that is there now has another target.
     return ofThisFile(openFile(std::string_view(path).substr(1), LastLink::REFUSED,
                                list_->source().mountOf(item), item.name, file));
 }

@@ -9,9 +9,8 @@
 
 namespace mrb {
 
-// The files that a list names wherever on this machine they lie, as one of playlists does.
-// Those that are not there, or on another machine, fail one by one. Owned and called as
-// every Origin is.
+// The files of a list that may lie anywhere on this machine, as those of playlists do. Those that
+// do not exist, or lie on another machine, fail one by one. Owned and called as every Origin is.
 class ListedOrigin final : public LocalOrigin {
   public:
     explicit ListedOrigin(std::shared_ptr<ListSession> list) : LocalOrigin("/"), list_(std::move(list)) {}
@@ -19,8 +18,8 @@ class ListedOrigin final : public LocalOrigin {
     Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
-    // Below playlists, the entries of one lie in a folder that is called as it is, without
-    // its extension: the playlist itself has the whole name.
+    // The entries of a playlist lie in a folder with its name, but without the extension: the
+    // copied playlist itself has the whole name.
     [[nodiscard]] std::string pathOf(std::string path) const override;
 
   private:

@@ -11,8 +11,8 @@
 namespace mrb {
 namespace {
 
-// A copy may be read and written by whom its original may, as far as the process's
-// mask allows; pictures are no programs.
+// The permissions to read and write are copied, as far as the process's mask allows; the one to
+// execute is not, since media are not programs.
 constexpr mode_t COPIED_MODE = 0666;
 
 Status outcomeOfFile(int error, const std::string &name) {
@@ -28,7 +28,7 @@ Status LocalOrigin::begin(const CancellationToken & /*cancellation*/) {
     int error = Place::open(root_, O_PATH, place_);
     const MountIdentity listed = mountOfRoot();
     if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {
-        error = ENODEV; // what is mounted there now, or the empty place of what was
+        error = ENODEV; // another mount, or the folder on which it was mounted
     }
     if (error == 0) {
         way_.emplace(place_.folder(), openSubfolder);
@@ -39,7 +39,7 @@ Status LocalOrigin::begin(const CancellationToken & /*cancellation*/) {
     return outcome;
 }
 
-// Another file system may be mounted below the root by now, and then it is not gone as a whole.
+// Another file system may be mounted below the root now; then the source as a whole is not gone.
 int LocalOrigin::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
     const int error = way_->go(path, folder);
     const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.number()) != mount;
@@ -55,7 +55,7 @@ Status LocalOrigin::openFile(std::string_view path, LastLink link, const MountId
     if (error != 0 || !isPlainName(last)) {
         return outcomeOfFile(error != 0 ? error : EINVAL, name);
     }
-    // What was a file when it was listed may be a pipe by now, which would wait.
+    // A file that was listed may be a pipe now, which would block.
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     file_ = Descriptor(openat(from->descriptor.number(), last.c_str(),
                               link == LastLink::FOLLOWED ? flags : flags | O_NOFOLLOW));

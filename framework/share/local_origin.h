@@ -14,9 +14,8 @@
 
 namespace mrb {
 
-// Files of this machine below one folder, each opened as the regular file that it has to be.
-// Which of them an item is, the classes derived from it say. Owned and called as every
-// Origin is.
+// Files of this machine below one folder; only regular files are opened. Derived classes
+// determine an item's file. Owned and called as every Origin is.
 class LocalOrigin : public Origin {
   public:
     Status begin(const CancellationToken &cancellation) override;
@@ -31,14 +30,14 @@ class LocalOrigin : public Origin {
     // `root` is the folder's absolute path.
     explicit LocalOrigin(std::string root) : root_(std::move(root)) {}
 
-    // Both take a path below the root, names joined with '/', on which no folder may be a
-    // link, the mount on which the folder there was when it was listed, and the name by which a
-    // failure speaks of what is there. Nothing of another mount is opened.
+    // Both get a path below the root, names joined with '/', on which no folder may be a link,
+    // the mount on which the folder was when it was listed, and the name for error messages.
+    // Nothing on another mount is opened.
     Status openFile(std::string_view path, LastLink link, const MountIdentity &mount, const std::string &name,
                     File &file);
     Status openFolder(std::string_view path, const MountIdentity &mount, const std::string &name);
 
-    // On which mount the root was when it was listed; not known: it does not matter.
+    // The mount on which the root was when it was listed; unknown: any mount.
     [[nodiscard]] virtual MountIdentity mountOfRoot() const { return {}; }
 
   private:
@@ -48,7 +47,7 @@ class LocalOrigin : public Origin {
     Place place_;
     std::optional<FolderWay> way_;
     FileCopier copier_;
-    // Of the file that was opened last.
+    // Of the most recently opened file.
     Descriptor file_;
     std::string name_;
     std::uint64_t size_ = 0; // bytes

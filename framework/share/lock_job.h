@@ -7,9 +7,8 @@
 
 namespace mrb {
 
-// Marks the selected files as locked or not: their field CONTENT_LOCK says so, in every
-// list and after a restart. Folders cannot be marked.
-// Owned and called as every Job is.
+// Locks or unlocks the selected files: sets their field CONTENT_LOCK, which every list shows,
+// also after a restart. Folders cannot be locked. Owned and called as every Job is.
 class LockJob final : public Job {
   public:
     LockJob(std::shared_ptr<ListSession> list, Selection selection, bool lock)

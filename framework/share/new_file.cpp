@@ -29,7 +29,7 @@ std::string temporaryName() {
     return name.data();
 }
 
-// What a file system answers that does not do what was asked, whatever the name.
+// Whether the file system does not support the call, whatever the name.
 bool isUnknownCall(int error) {
     return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EISDIR;
 }
@@ -56,7 +56,7 @@ int renameByReservation(int folder, const std::string &from, const std::string &
     if (!reserved || fstat(reserved.number(), &ours) != 0) {
         return errno;
     }
-    // Somebody may have put another file there; that one stays.
+    // Another program may have put another file there; that one stays.
     const bool isOurs = fstatat(folder, to.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
                         there.st_dev == ours.st_dev && there.st_ino == ours.st_ino && there.st_size == 0;
     if (!isOurs) {

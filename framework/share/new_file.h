@@ -9,13 +9,12 @@
 
 namespace mrb {
 
-// A file that is being written and does not have its name yet. Where the file system
-// can, it has none at all, so that not even a crash leaves anything; elsewhere a
-// hidden temporary one. It is gone with the object unless it was given its name.
-// Owned and used by one thread.
+// A file that is being written and does not have its name yet. Where the file system supports it,
+// it has no name at all, so that not even a crash leaves a file; elsewhere a hidden temporary
+// one. It is deleted with the object unless it was given its name. Owned and used by one thread.
 class NewFile {
   public:
-    // How the file waits for its name.
+    // The state of the file before it gets its name.
     enum class Kind { UNNAMED, TEMPORARY };
 
     NewFile() = default;
@@ -25,18 +24,19 @@ class NewFile {
     NewFile &operator=(const NewFile &) = delete;
     ~NewFile() { discard(); }
 
-    // Makes one in `folder`; an errno. `mode` is its permissions before the process's
-    // mask. `kind` is tried first; what has no unnamed files gets a temporary one.
+    // Creates one in `folder`; returns 0 or an errno. `mode` is its permissions before the
+    // process's mask. `kind` is tried first; a file system without unnamed files gets a temporary
+    // one.
     static int make(OpenFolderPtr folder, mode_t mode, NewFile &file, Kind kind = Kind::UNNAMED);
 
     [[nodiscard]] int number() const { return descriptor_.number(); }
     [[nodiscard]] const OpenFolderPtr &folder() const { return folder_; }
 
-    // Gives it its name: an errno, EEXIST when that is taken, by whatever. Nobody
-    // ever sees less than the whole file under it, and nothing is replaced.
+    // Gives it its name; returns 0 or an errno, EEXIST when the name is taken. Only the complete
+    // file is ever visible under it, and nothing is replaced.
     int giveName(const std::string &name);
 
-    // Has it keep `name` or another that will do, see NameCandidates; an errno.
+    // Gives it `name` or the next possible one, see NameCandidates; returns 0 or an errno.
     int giveNameLike(const std::string &name);
 
   private:
@@ -45,12 +45,12 @@ class NewFile {
 
     OpenFolderPtr folder_;
     Descriptor descriptor_;
-    std::string temporary_; // its name meanwhile; empty: it has none
+    std::string temporary_; // its temporary name; empty: none
 };
 
-// The ways to rename a file in its folder without replacing another; each answers an
-// errno. The first needs a file system that has such a call; the second one that has
-// links; the third takes the name with an empty file, and then replaces that.
+// The ways to rename a file in its folder without replacing another; each returns 0 or an errno.
+// The first needs a file system with that call; the second one with hard links; the third creates
+// an empty file with the new name, and then replaces that.
 int renameByFlag(int folder, const std::string &from, const std::string &to);
 int renameByLink(int folder, const std::string &from, const std::string &to);
 int renameByReservation(int folder, const std::string &from, const std::string &to);

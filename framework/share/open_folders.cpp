@@ -12,7 +12,7 @@
 namespace mrb {
 namespace {
 
-constexpr mode_t FOLDER_MODE = 0777; // less what the process's mask takes away
+constexpr mode_t FOLDER_MODE = 0777; // minus the process's mask
 constexpr int FOLDER_FLAGS = O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
 int openAt(const OpenFolderPtr &parent, const std::string &name, int flags, OpenFolderPtr &folder) {
@@ -64,7 +64,7 @@ int openSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFold
 int makeSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFolderPtr &folder) {
     for (NameCandidates names(name, true);;) {
         const int error = openOrMake(parent, names.current(), folder);
-        // A file or a link in the way is as good as a name that is taken.
+        // A file or a link with that name means that the name is taken.
         const bool isTaken = error == ENOTDIR || error == ELOOP;
         if (error == 0 || !names.next(isTaken ? EEXIST : error)) {
             return error;

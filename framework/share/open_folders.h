@@ -10,21 +10,21 @@
 
 namespace mrb {
 
-// A folder held open, with those that it lies in. Owned by whoever works in it.
+// An open folder and its open parents. Owned by the jobs that use it.
 struct OpenFolder {
     Descriptor descriptor;
     std::shared_ptr<OpenFolder> parent;
-    bool changed = false; // a name was added that is not on the disk yet
+    bool changed = false; // a name was added and is not flushed yet
 };
 using OpenFolderPtr = std::shared_ptr<OpenFolder>;
 
-// The folder on which a share stands, and whether its path still leads to it: it may
-// be removed, unmounted, or hidden by another mount. Owned and used by one thread.
+// The root folder of a share, and whether its path still leads to it: it may be removed,
+// unmounted, or hidden by another mount. Owned and used by one thread.
 class Place {
   public:
     Place() = default;
 
-    // Opens it; an errno. `flags` beside O_DIRECTORY and O_CLOEXEC.
+    // Opens it; returns 0 or an errno. `flags` in addition to O_DIRECTORY and O_CLOEXEC.
     static int open(const std::string &path, int flags, Place &place);
 
     [[nodiscard]] const OpenFolderPtr &folder() const { return folder_; }
@@ -37,24 +37,24 @@ class Place {
     std::uint64_t file_ = 0;
 };
 
-// Opens a sub-folder of an open one; an errno. A symbolic link is never followed.
+// Opens a sub-folder of an open one; returns 0 or an errno. A symbolic link is never followed.
 using SubfolderOpener = int (*)(const OpenFolderPtr &parent, const std::string &name, OpenFolderPtr &folder);
 
-// Opens what is there, to look files up in it.
+// Opens an existing folder to open files in it.
 int openSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFolderPtr &folder);
 
-// The same to write in it; makes it when it is not there. When something else has
-// its name, or the file system refuses that, it gets the next name that will do.
+// Opens a folder for writing, which is created when it does not exist. When the name is taken by
+// a file, or refused by the file system, the next possible name is used.
 int makeSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFolderPtr &folder);
 
-// The way from a place down to the folder that is worked in, held open, since
-// neighbours lie in the same one. Owned and used by one thread.
+// Opens folders below a start folder, and caches the open path, since consecutive files lie in
+// the same folder. Owned and used by one thread.
 class FolderWay {
   public:
     FolderWay(OpenFolderPtr start, SubfolderOpener open) : start_(std::move(start)), open_(open) {}
 
-    // Opens the folder `path`, names joined with '/' (empty: the place); an errno,
-    // EINVAL for a path that would lead elsewhere.
+    // Opens the folder `path`, names joined with '/' (empty: the start folder); returns 0 or an
+    // errno, EINVAL for a path with names such as "..".
     int go(std::string_view path, OpenFolderPtr &folder);
 
   private:

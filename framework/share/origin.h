@@ -14,9 +14,8 @@
 
 namespace mrb {
 
-// Where the files of a copy come from: a folder, wherever a list says, a camera, or a DLNA
-// server. Owned by a job and
-// called by its thread.
+// The source of a copy's files: a folder, paths in a list, a camera, or a DLNA server. Owned by a
+// job and called by its thread.
 class Origin {
   public:
     // What is known of a file that was opened.
@@ -26,13 +25,13 @@ class Origin {
         std::array<timespec, 2> times{}; // of last access and change, as futimens takes them
     };
 
-    // How copying a file's bytes ended: they are all there when the code is MRB_ERR_NONE,
-    // nothing was stopped, and the destination met no error.
+    // How copying a file's bytes ended: complete when the code is MRB_ERR_NONE, `stopped` is
+    // false, and there is no error of the destination.
     struct End {
         Status outcome;
         int destinationError = 0; // an errno
         bool stopped = false;
-        std::uint64_t bytes = 0; // that were written
+        std::uint64_t bytes = 0; // written
     };
 
     Origin() = default;
@@ -51,11 +50,11 @@ class Origin {
     // are there, again and again; false: stop.
     virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
 
-    // The file that was opened last, where it can be read as any other: a descriptor, owned by
-    // this; negative: only copy() gives its bytes.
+    // A descriptor of the most recently opened file, owned by this, if it can be read like any
+    // other file; negative: only copy() provides its bytes.
     [[nodiscard]] virtual int number() const { return -1; }
 
-    // What a path below the list's folder is called at the destination: names joined with '/'.
+    // The path at the destination for a path below the list's folder: names joined with '/'.
     [[nodiscard]] virtual std::string pathOf(std::string path) const { return path; }
     [[nodiscard]] virtual std::string nameOf(const ItemFacts &item) const { return item.name; }
 };

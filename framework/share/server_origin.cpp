@@ -21,7 +21,7 @@ namespace {
 
 constexpr mode_t COPIED_MODE = 0666;
 
-// Pages for people, such as those that say that something went wrong.
+// HTML pages, such as error pages.
 bool isPage(std::string_view mimeType) {
     return mimeType == "text/html" || mimeType == "application/xhtml+xml";
 }
@@ -30,7 +30,7 @@ bool isMedia(std::uint8_t type) {
     return type == MRB_ITEM_TYPE_IMAGE || type == MRB_ITEM_TYPE_MUSIC || type == MRB_ITEM_TYPE_VIDEO;
 }
 
-// Whether a server is about to send what it has in its list.
+// Whether the announced response matches the item of the list.
 Status compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) {
     if (isMedia(item.type) && isPage(promise.mimeType)) {
         return Status::protocolError("The server sends " + promise.mimeType + " in its place.");
@@ -42,7 +42,7 @@ Status compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) 
     return {};
 }
 
-// One name, and none that leads elsewhere.
+// A single name of a file.
 std::string plainName(std::string_view title) {
     std::string name = portableName(title);
     std::ranges::replace(name, '/', '_');
@@ -65,7 +65,7 @@ Status ServerOrigin::open(const ItemFacts &item, const CancellationToken &cancel
     name_ = displayText(item.name);
     const ItemLocation location = list_->items().locate(item);
     if (location.url.empty()) {
-        return Status::notSupported(name_ + ": the server says no address of it.");
+        return Status::notSupported(name_ + ": the server has no URL of it.");
     }
     dlna::Transfers::Promise promise;
     Status outcome = transfers_->beginDownload(location.url, cancellation, promise);
@@ -91,7 +91,7 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
     FileWriter writer(destination);
     const auto take = [&](std::span<const char> bytes) {
         if (bytes.size() > most_ - end.bytes) {
-            end.outcome = Status::protocolError(name_ + ": the server sends more than it says.");
+            end.outcome = Status::protocolError(name_ + ": the server sent more bytes than it reported.");
             return false;
         }
         end.destinationError = writer.write(bytes);
@@ -108,7 +108,7 @@ Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::ui
         return end;
     }
     if (outcome.ok() && isExact_ && end.bytes < most_) {
-        outcome = Status::protocolError("The server sends less than it says.");
+        outcome = Status::protocolError("The server sent fewer bytes than it reported.");
     }
     end.outcome = judged(std::move(outcome));
     return end;
@@ -124,7 +124,7 @@ Status ServerOrigin::judged(Status outcome) const {
 
 std::string ServerOrigin::pathOf(std::string path) const { return renamedPath(path, plainName); }
 
-// A title is no file name: what it is of is known by its address, or else by its type.
+// A title is not a file name: the extension comes from the URL, or else from the MIME type.
 std::string ServerOrigin::nameOf(const ItemFacts &item) const {
     const ItemLocation location = list_->items().locate(item);
     std::string_view extension = extensionOfUrl(location.url);

@@ -11,11 +11,11 @@
 
 namespace mrb {
 
-// The items of a list of a DLNA server, which are files only once they are here. Owned and
+// The items of a DLNA server's list, which become files when they are downloaded. Owned and
 // called as every Origin is.
 class ServerOrigin final : public Origin {
   public:
-    // A file whose size nobody says is not read any further.
+    // The maximum that is read of a file of unknown size.
     static constexpr std::uint64_t MOST_BYTES = 4ULL << 30;
 
     ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
@@ -26,7 +26,7 @@ class ServerOrigin final : public Origin {
     Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
     End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
-    // Titles as names that any file system takes.
+    // Converts titles to names that any file system accepts.
     [[nodiscard]] std::string pathOf(std::string path) const override;
     [[nodiscard]] std::string nameOf(const ItemFacts &item) const override;
 
@@ -40,7 +40,7 @@ class ServerOrigin final : public Origin {
     // Of the file that was opened last.
     std::string name_;
     std::uint64_t most_ = 0; // bytes
-    bool isExact_ = false;   // it has so many
+    bool isExact_ = false;   // most_ is its exact size
 };
 
 } // namespace mrb

@@ -14,8 +14,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Between the end of one callback and the next that tells of progress: so a client
-// sees at most ten in any second, and a slow one sees fewer.
+// The minimum between the end of one callback and the next progress event: a client gets at most
+// ten a second, and a slow client fewer.
 constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(100);
 
 bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
@@ -30,7 +30,8 @@ void Share::run() noexcept {
     try {
         begin_.wait();
         const JobEnd end = work();
-        // What it held, such as open files and the list, is released before the end is told.
+        // The job's resources, such as open files and the list, are released before the last
+        // event is posted.
         job_.reset();
         conclude(end);
     } catch (const std::exception &failure) {
@@ -52,7 +53,7 @@ JobEnd Share::work() {
 
 void Share::conclude(const JobEnd &end) {
     if (!end.outcome.ok()) {
-        MRB_LOG_ERROR("Share %d did not do all: %s", handle_, end.outcome.message.c_str());
+        MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, end.outcome.message.c_str());
     }
     const std::lock_guard guard(lock_);
     if (!std::exchange(started_, true)) {
@@ -68,7 +69,7 @@ void Share::conclude(const JobEnd &end) {
 
 void Share::deliver(int event) noexcept {
     std::unique_lock guard(lock_);
-    // A copy: the job goes on meanwhile.
+    // A copy, since the job continues concurrently.
     mrb_share_status_info_s status = status_;
     const bool isLast = event == lastEvent_;
     guard.unlock();
@@ -94,7 +95,7 @@ void Share::begins(std::uint32_t files, std::uint64_t bytes) {
 
 void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) {
     const std::lock_guard guard(lock_);
-    // The list may be older than the file.
+    // The size in the list may be outdated.
     status_.total_file_size += size - planned;
     setFile(name, size);
     tellProgress();

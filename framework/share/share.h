@@ -14,30 +14,30 @@
 
 namespace mrb {
 
-// Who hears of a share.
+// The callback of a share.
 struct ShareListener {
     mrb_batch_process_cb callback = nullptr;
     void *userData = nullptr;
 };
 
-// One running share: its job, how far that is, and the events on the way. Owned
-// jointly by the table of shares, the worker that runs the job and its queued
-// events. Each member function says which thread calls it.
+// One running share: its job, its progress, and its events. Owned jointly by the table of shares,
+// the worker that runs the job and its queued events. Each member function says which thread
+// calls it.
 class Share final : public EventTarget, public std::enable_shared_from_this<Share>, private JobListener {
   public:
-    // `ended` is called on the event thread after the last event was heard.
+    // `ended` is called on the event thread after the last event was delivered.
     Share(EventThread &events, mrb_share_handler_h handle, ShareListener listener, std::unique_ptr<Job> job,
           std::function<void()> ended);
 
-    // The worker's whole life: waits for begin, runs the job, and posts the started
-    // event and exactly one of those that end a share.
+    // The worker's main function: waits for begin, runs the job, and posts the started event and
+    // exactly one of those that end a share.
     void run() noexcept;
 
     // Lets the worker begin. Any thread, once.
     void begin() { begin_.count_down(); }
 
-    // Makes the job end soon; the stopped event follows unless the end was reached
-    // before. Any thread.
+    // Makes the job end soon; the stopped event follows unless the job had ended before. Any
+    // thread.
     void stop() { stopped_.store(true, std::memory_order_relaxed); }
 
   private:
@@ -59,7 +59,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     EventThread &events_;
     const mrb_share_handler_h handle_;
     const ShareListener listener_;
-    std::unique_ptr<Job> job_; // the worker's
+    std::unique_ptr<Job> job_; // used by the worker only
     const std::function<void()> ended_;
 
     std::latch begin_{1};
@@ -70,7 +70,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     int lastEvent_ = -1;
     bool started_ = false;
     bool progressQueued_ = false;
-    // When the last callback returned; no value: none has.
+    // When the last callback returned; no value: none was called yet.
     std::optional<std::chrono::steady_clock::time_point> toldAt_;
 };
 

@@ -39,7 +39,8 @@ Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSessi
     const std::vector<std::int32_t> items = list->list().expand(selection);
     const ItemFacts first = items.empty() ? ItemFacts() : list->list().factsOf(items.front());
     if (!DlnaSource::isMediaId(server.id, list->items().locate(first).mediaId)) {
-        return Status::invalidParameter("The list is none of the DLNA server \"" + server.name + "\".");
+        return Status::invalidParameter("The list does not belong to the DLNA server \"" + server.name +
+                                        "\".");
     }
     auto origin = std::make_unique<ServerOrigin>(list, std::move(server));
     return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
@@ -49,7 +50,7 @@ Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession
                   std::unique_ptr<Job> &job) {
     std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
-        return Status::notSupported("Items of DLNA servers can only be fetched from there.");
+        return Status::notSupported("Items of DLNA servers can only be downloaded.");
     }
     dlna::DlnaService::Found server;
     Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
@@ -96,12 +97,12 @@ Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_
     case MRB_SHARE_LOCK:
         break;
     case MRB_SHARE_DELETE:
-        return Status::notSupported("This framework deletes nothing of a user's.");
+        return Status::notSupported("This framework does not delete a user's files.");
     default:
         return Status::notSupported("There is no share of type " + std::to_string(type) + ".");
     }
     if (!list) {
-        return Status::invalidHandle("Its handle names no open list.");
+        return Status::invalidHandle("The handle is not one of an open list.");
     }
     Selection selection = list->list().selection();
     if (selection.count() == 0) {
@@ -118,7 +119,7 @@ Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_
     }
     if (request.sourceDeviceType == MRB_SHARE_DEVICE_DLNA ||
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
-        return Status::notSupported("To and from DLNA servers files are shared with the type 4.");
+        return Status::notSupported("Shares from and to DLNA servers have the type 4.");
     }
     std::unique_ptr<Origin> origin = originOf(list);
     if (!origin) {
@@ -165,7 +166,7 @@ std::shared_ptr<Share> Shares::add(ShareListener listener, std::unique_ptr<Job> 
 }
 
 void Shares::remove(mrb_share_handler_h handle) {
-    std::shared_ptr<Share> removed; // outlives the lock, and is released without it
+    std::shared_ptr<Share> removed; // declared before the lock, so that it is released after it
     const std::lock_guard guard(lock_);
     if (const auto found = shares_.find(handle); found != shares_.end()) {
         removed = std::move(found->second);

@@ -15,7 +15,7 @@ namespace mrb {
 
 class ListSession;
 
-// What a share shall do, as a share parameter object holds it. See mrb/share.h.
+// The parameters of a share, from a share parameter object. See mrb/share.h.
 struct ShareRequest {
     int sourceDeviceType = 0;
     int destinationDeviceType = 0;
@@ -25,25 +25,25 @@ struct ShareRequest {
     bool lock = false;
 };
 
-// All running shares of the process under their handles, and the items that are
-// locked. Owned by the Framework; any thread may call it.
+// All running shares of the process by their handles, and the items that are locked. Owned by the
+// Framework; any thread may call it.
 class Shares {
   public:
-    // Far above what lists count to, so that a list's handle names no share.
+    // Far above the handles of lists, so that a list's handle is never a share's.
     static constexpr mrb_share_handler_h FIRST_HANDLE = 1 << 30;
 
     explicit Shares(EventThread &events) : events_(events) {}
 
-    // Starts a share of the list's selection; the first event comes after *handle
-    // was written. A code of mrb/result.h.
+    // Starts a share of the list's selection; the first event is delivered after *handle was
+    // written. Returns a code of mrb/result.h.
     int start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
               ShareListener listener, mrb_share_handler_h *handle);
 
     int stop(mrb_share_handler_h handle);
 
-    // Stops all of them and starts no more.
+    // Stops all shares; no more can be started.
     void shutDown();
-    // Waits for their threads; those still busy at the deadline are left behind: false.
+    // Waits for their threads; those still busy at the deadline are detached: false.
     bool finish(std::chrono::steady_clock::time_point deadline) { return workers_.finish(deadline); }
 
   private:

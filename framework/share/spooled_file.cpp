@@ -10,10 +10,10 @@
 namespace mrb {
 namespace {
 
-// Nobody else's business.
+// Only the user may read it.
 constexpr mode_t MODE = 0600;
 
-// Not /tmp by itself, which is memory on many machines: films are large.
+// Not /tmp, which is in memory on many machines: videos are large.
 std::string temporaryFolder() {
     const char *named = std::getenv("TMPDIR");
     return named != nullptr && *named == '/' ? named : "/var/tmp";

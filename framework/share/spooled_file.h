@@ -9,9 +9,8 @@
 
 namespace mrb {
 
-// The bytes of an item that is no file of this machine, in one without a name, for who
-// wants to read them in any order and again. The space is free again when this goes. Owned
-// and used by one thread.
+// Buffers an item that is not a local file in an unnamed temporary file, so that it can be read
+// in any order and repeatedly. The space is freed with the object. Owned and used by one thread.
 class SpooledFile {
   public:
     // Takes what `origin` opened last, which errors call `name`. MRB_ERR_CANCELLED: it was stopped;

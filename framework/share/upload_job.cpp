@@ -11,7 +11,7 @@
 namespace mrb {
 namespace {
 
-// What kind of object a server makes of a file; null: none.
+// The UPnP class of an object for a file; null: none.
 const char *classOf(int itemType) {
     switch (itemType) {
     case MRB_ITEM_TYPE_IMAGE:
@@ -42,7 +42,7 @@ JobEnd UploadJob::run(JobListener &listener) {
             break;
         }
         const ItemFacts item = list_->list().factsOf(number);
-        // A server has folders of its own.
+        // Folders are skipped, a server has its own.
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
     if (step == Step::GO_ON) {
@@ -78,7 +78,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     const char *upnpClass = classOf(item.type);
     const std::string name = displayText(item.name);
     if (upnpClass == nullptr || type == nullptr) {
-        return failed(Status::invalidParameter(name + " is nothing that DLNA servers take."), item.name);
+        return failed(Status::invalidParameter(name + " is not a picture, music or video."), item.name);
     }
     Origin::File source;
     if (Status outcome = origin_->open(item, cancellation, source); !outcome.ok()) {
@@ -93,7 +93,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     Status outcome = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
-        file.title.resize(dot); // servers tell titles, not names
+        file.title.resize(dot); // servers show titles without extensions
     }
     file.extension = type->extension;
     file.mimeType = type->mimeType;
@@ -133,7 +133,7 @@ UploadJob::Step UploadJob::failed(const Status &outcome, const std::string &name
         return end(MRB_EVENT_DEVICE_REMOVED);
     case MRB_ERR_TIMEOUT:
     case MRB_ERR_NOT_SUPPORTED:
-        return end(MRB_EVENT_SHARE_FAILED); // of this server nothing else is to be had
+        return end(MRB_EVENT_SHARE_FAILED); // other files would fail on this server too
     default:
         return Step::GO_ON;
     }

@@ -15,20 +15,20 @@
 
 namespace mrb {
 
-// Sends the selected files of a list to a DLNA server, one after the other. A file
-// that cannot be read, or that the server refuses, is left out and the others go on. Owned
-// and called as every Job is.
+// Uploads the selected files of a list to a DLNA server, one after the other. A file that cannot
+// be read, or that the server refuses, is left out and the others go on. Owned and called as
+// every Job is.
 class UploadJob final : public Job {
   public:
-    // `container` is the id of that on the server in which the files shall be; empty: the
-    // server chooses.
+    // `container` is the id of the container on the server for the files; empty: the server
+    // chooses.
     UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
               dlna::DlnaService::Found server, std::string container);
 
     JobEnd run(JobListener &listener) override;
 
   private:
-    // Whether there is a point in going on; if not, end_ says why.
+    // Whether the upload goes on; if not, end_ has the reason.
     enum class Step { GO_ON, END };
 
     Step begin(JobListener &listener);
