@@ -39,7 +39,7 @@ void ThreadGroup::start(std::function<void()> work) {
     try {
         startThread(name_, [state = state_, work = std::move(work)]() mutable {
             work();
-            // What the work held is released before it counts as done.
+            // The task's resources are released before it counts as done.
             work = nullptr;
             state->done();
         }).detach();

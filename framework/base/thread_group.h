@@ -31,7 +31,7 @@ class ThreadGroup {
 
     const char *const name_;
     const char *const blocker_;
-    // Shared with the threads, none of which is waited for but by its last act.
+    // Shared with the threads, since detached ones outlive this object.
     const std::shared_ptr<State> state_;
 };
 

@@ -47,7 +47,7 @@ Grouping GroupReading::next() {
 
 void GroupReading::run(const Read &read) {
     for (;;) {
-        // In this order: what is wanted after it was asked for is another turn.
+        // In this order: a request that arrives after next() changes the turn.
         const std::uint32_t turn = turn_;
         const Grouping grouping = next();
         if (grouping == Grouping::NONE) {

@@ -47,7 +47,7 @@ MediaItem ItemResolver::mediaOf(const ItemFacts &facts) const {
     }
     item.path = source_->filePath(facts);
     if (!item.path.empty()) {
-        // Files of a source that stands on no folder may lie anywhere.
+        // Files of a source without a root folder may lie anywhere.
         const std::string root = source_->watchedRoot();
         item.name = facts.name;
         item.mount = source_->mountOf(facts);

@@ -13,9 +13,9 @@
 
 namespace mrb {
 
-// What an item of a list is outside of the list: where it lies, which file it is, and what
-// its source says of it. Blanks and headings are nothing there. Owned by the list's session;
-// any thread may call it, also while the list is filled.
+// Resolves the items of a list to their location, their file and their source's metadata. Blanks
+// and headings have none of these. Owned by the list's session; any thread may call it, also
+// while the list is filled.
 class ItemResolver {
   public:
     explicit ItemResolver(std::unique_ptr<Source> source) : source_(std::move(source)) {}
@@ -23,18 +23,17 @@ class ItemResolver {
     [[nodiscard]] Source &source() { return *source_; }
     [[nodiscard]] const Source &source() const { return *source_; }
 
-    // Looks up on which storage the files of a source lie that stands on a folder, so that no
-    // other call waits for its device.
+    // Looks up the storage of the source's root folder, if it has one, so that no other call
+    // waits for its device.
     void prepare() const;
 
-    // How the item can be reached.
+    // The locations of the item.
     [[nodiscard]] ItemLocation locate(const ItemFacts &facts) const;
 
-    // What the source says of the item; no value: nothing.
+    // The source's metadata of the item; no value: it has none.
     [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
 
-    // The file that the item is, without a path where it is none, and what its source says of
-    // it.
+    // The file of the item, without a path where it is not a file, and its source's metadata.
     [[nodiscard]] MediaItem mediaOf(const ItemFacts &facts) const;
 
   private:
@@ -42,7 +41,7 @@ class ItemResolver {
 
     const std::unique_ptr<Source> source_;
     mutable std::once_flag pathsMade_;
-    // Made by prepare, or when it is first needed where the source stands on no folder.
+    // Created by prepare, or on first use where the source has no root folder.
     mutable std::optional<MediaPaths> paths_;
 };
 

@@ -45,7 +45,7 @@ int ListEvents::postEnd(FillResult result) {
 
 void ListEvents::deliver(int event) noexcept {
     try {
-        // Before the count is taken: what arrives from now on deserves an event of its own.
+        // Before the count is read: items added from now on cause another event.
         if (event == MRB_EVENT_LIST_GROWN) {
             growthQueued_ = false;
         }

@@ -19,31 +19,32 @@ struct Listener {
     void *userData;
 };
 
-// The events of one list on their way to its callback, each with what is to be said of the
-// list when it is delivered. Owned jointly by the list's session and the queued events; any
-// thread may call it, unless a member function says otherwise.
+// The events of one list, each with the list's status at the time of its delivery. Owned jointly
+// by the list's session and the queued events; any thread may call it, unless a member function
+// says otherwise.
 class ListEvents final : public EventTarget, public std::enable_shared_from_this<ListEvents> {
   public:
     ListEvents(EventThread &thread, mrb_agent_handler_h handle, Listener listener,
                std::shared_ptr<const List> list);
 
-    // So many items there will be, as the source says.
+    // Sets the number of items that the source expects.
     void setExpectedTotal(std::int64_t items) { expectedTotal_ = items; }
-    // Of so many items the files were read for groups.
+    // Sets the number of items whose files were read for groups.
     void setGrouped(std::int64_t items) { grouped_ = items; }
 
-    // Posts that there are more items, or groups. While such an event waits for a slow
-    // callback, it stands for those after it: it reports the newest count.
+    // Posts that there are more items, or groups. At most one such event is queued: it reports
+    // the latest count.
     void postGrowth();
 
-    // Posts a change or the removal of what the list was read from.
+    // Posts a change of the source, or its removal.
     void post(int event) { thread_.post(shared_from_this(), event); }
 
-    // Posts the one event that says how the list was filled, and returns it. The worker, once.
+    // Posts the one event that reports the result of filling the list, and returns it. The
+    // worker, once.
     int postEnd(FillResult result);
 
-    // Drops what is queued and all that follows, and returns when no callback is running,
-    // save one that this is called from.
+    // Drops queued and later events, and returns when no callback is running, except one that
+    // calls this.
     void withdraw() { thread_.withdraw(*this); }
 
   private:
@@ -60,7 +61,7 @@ class ListEvents final : public EventTarget, public std::enable_shared_from_this
     std::atomic<bool> growthQueued_ = false;
     std::atomic<std::int64_t> expectedTotal_ = UNKNOWN;
     std::atomic<std::int64_t> grouped_ = UNKNOWN;
-    FillResult result_; // the worker's alone, until it posts the last event, which reads it
+    FillResult result_; // used by the worker only, until it posts the last event, which reads it
 };
 
 } // namespace mrb

@@ -15,8 +15,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Growth is worth an event when a screenful of new items is there, but not more
-// than ten times a second; a slow source is reported once a second whatever came.
+// A growth event is posted for 256 new items, but at most ten times a second; for fewer, once a
+// second.
 constexpr std::int32_t GROWTH_ITEMS = 256;
 constexpr auto GROWTH_PAUSE = std::chrono::milliseconds(100);
 constexpr auto LONGEST_SILENCE = std::chrono::seconds(1);
@@ -31,8 +31,7 @@ FillResult ListFiller::run() {
     return result;
 }
 
-// Before there is an item: a client that asks for one finds this done, and does not wait for
-// the device.
+// Before the first item is added: a client that requests one then does not wait for the device.
 void ListFiller::prepareFiles() const {
     if (!items_.source().watchedRoot().empty()) {
         library_.prepare();
@@ -68,8 +67,8 @@ FillResult ListFiller::fill() {
     return result;
 }
 
-// What a source gave before it failed is sorted too; a list that was cancelled is
-// left as it is, since whoever cancelled does not want to wait.
+// Items of a source that failed are sorted too; a cancelled list stays unsorted, since its client
+// does not wait for it.
 void ListFiller::sort(Status &outcome) {
     try {
         const CancellationToken cancellation = [this] { return stopped(); };
@@ -92,7 +91,7 @@ void ListFiller::preloadReaders() const {
     }
 }
 
-// Whether the items are files of this machine, as far as the first ones show.
+// Whether the items are files of this machine, judged by the first ones.
 bool ListFiller::hasFiles() const {
     constexpr std::int32_t ENOUGH = 100;
     if (!items_.source().watchedRoot().empty()) {

@@ -16,26 +16,25 @@
 
 namespace mrb {
 
-// Fills one list: hands what the source finds to the list, has growth reported, watches what
-// is read from the moment on when it is read, and sorts what came. Owned and used by the
-// worker of the list's session.
+// Fills one list: adds the source's items to the list, reports growth, watches the folders and
+// files from the moment they are read, and sorts the items. Owned and used by the worker of the
+// list's session.
 class ListFiller final : private ItemSink {
   public:
     // All of these outlive the filler. `stopped` may become true at any time: the source then
-    // stops soon, and nothing is sorted any more.
+    // stops soon, and the items stay unsorted.
     ListFiller(List &list, ItemResolver &items, MediaLibrary &library, ListEvents &events,
                const std::atomic<bool> &stopped)
         : list_(list), items_(items), library_(library), events_(events), stopped_(stopped) {}
 
-    // Fills the list and sorts it; how that ended. What a source gave before it failed stays.
-    // Once.
+    // Fills the list and sorts it; returns the result. Items of a source that failed stay. Once.
     FillResult run();
 
-    // The watch on what was read, which run began; null: there is nothing to watch.
+    // The watch that run started; null: there is nothing to watch.
     std::unique_ptr<Watch> takeWatch() { return std::move(watch_); }
 
-    // Loads what reads the items' files, if they are files: a client that sees the items
-    // asks about them next, and should not wait for libraries.
+    // Loads the metadata readers, if the items are files: a client that displays the items reads
+    // their fields next, and should not wait for libraries.
     void preloadReaders() const;
 
   private:

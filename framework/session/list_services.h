@@ -7,11 +7,11 @@ class MediaLibrary;
 class Watcher;
 class ThreadGroup;
 
-// What the process has for its open lists. Owned by the Framework; all of it outlives every
-// session, and may be called by any thread.
+// The services of the process for its open lists. Owned by the Framework; all of them outlive
+// every session, and may be called by any thread.
 struct ListServices {
     EventThread &events;   // calls the lists' callbacks
-    Watcher &watcher;      // waits for changes of what lists were read from
+    Watcher &watcher;      // reports changes of the lists' sources
     MediaLibrary &library; // the metadata of their items
     ThreadGroup &workers;  // threads that may wait for devices
 };

@@ -50,7 +50,7 @@ void ListSession::close() {
     stop();
 }
 
-// ---- what clients ask ----
+// ---- the functions for clients ----
 
 std::optional<std::string> ListSession::describe(std::int32_t index) const {
     const std::optional<ListEntry> entry = list_->entry(index);
@@ -61,7 +61,8 @@ std::optional<std::string> ListSession::describe(std::int32_t index) const {
 }
 
 int ListSession::reach(const ListEntry &entry) const {
-    // A folder's path may lead to another one by now; a device that comes back is known by its id.
+    // A folder's path may now be that of another folder; a device that returns is identified by
+    // its id.
     const bool isGone = removed_ && source().device() == nullptr;
     const Status outcome = isGone ? Status::deviceRemoved() : source().reach(entry.facts);
     return outcome.code;
@@ -72,7 +73,7 @@ std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) cons
     return item ? list_->pageOf(*item) : std::nullopt;
 }
 
-// ---- groups by what files say ----
+// ---- groups by metadata ----
 
 int ListSession::setStyle(const PageStyle &style) {
     const int code = list_->setStyle(style);
@@ -109,7 +110,7 @@ void ListSession::readGroups() noexcept {
     }
 }
 
-// ---- what the list was read from, once the list is ready ----
+// ---- the source, once the list is ready ----
 
 void ListSession::startWatching(std::unique_ptr<Watch> watch) noexcept {
     try {
@@ -120,7 +121,7 @@ void ListSession::startWatching(std::unique_ptr<Watch> watch) noexcept {
             DeviceService::instance().awaitRemoval(
                 *device, {shared_from_this(), static_cast<RemovalObserver *>(this)});
         }
-        // One that was closed meanwhile had nothing to forget yet.
+        // When the list was closed before, that could not end a watch which had not begun yet.
         if (closed_) {
             stopWatching();
         }

@@ -21,10 +21,9 @@
 
 namespace mrb {
 
-// One open list, from the request until it is disconnected or the handle is opened for another
-// one: its life, and what clients ask of it. Owned jointly by the table of open lists, the
-// worker that fills it, and those who work on its items. Each member function says which
-// thread calls it.
+// One open list, from the request until it is disconnected or reopened: its life cycle, and the
+// functions for clients. Owned jointly by the table of open lists, the worker that fills it, and
+// the threads that work on its items. Each member function says which thread calls it.
 class ListSession final : public std::enable_shared_from_this<ListSession>,
                           private Watched,
                           private RemovalObserver {
@@ -32,40 +31,40 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
                 std::unique_ptr<Source> source, ListWishes wishes);
 
-    // The worker's whole life: waits for begin, has the list filled, and posts exactly one of
-    // the ready, failed and cancelled events.
+    // The worker's main function: waits for begin, fills the list, and posts exactly one of the
+    // ready, failed and cancelled events.
     void run() noexcept;
 
     // Lets the worker begin. Any thread, once.
     void begin() { begin_.count_down(); }
 
-    // Makes the source stop soon; the cancelled event follows unless the end was
-    // reached before. Ends a reading of files for groups. Any thread.
+    // Makes the source stop soon; the cancelled event follows unless the list had ended before.
+    // Cancels the reading of files for groups. Any thread.
     void stop() {
         stopped_.store(true, std::memory_order_relaxed);
         groupReading_.stop();
     }
 
-    // Makes the source stop soon, and returns when no callback of this list is
-    // running or will run, save one that this is called from. Any thread.
+    // Makes the source stop soon, and returns when no callback of this list is running or will
+    // run, except one that calls this. Any thread.
     void close();
 
     [[nodiscard]] List &list() { return *list_; }
     [[nodiscard]] const List &list() const { return *list_; }
 
-    // What the items are outside of the list, their source, and their metadata. Any thread.
+    // Locations, source and metadata of the items. Any thread.
     [[nodiscard]] const ItemResolver &items() const { return items_; }
     [[nodiscard]] const Source &source() const { return items_.source(); }
     [[nodiscard]] MediaLibrary &library() const { return services_.library; }
 
-    // Lays the view out, and has the files read when it is grouped by what they say; a
-    // code of mrb/result.h. Any thread.
+    // Sets the layout of the view, and reads the files' metadata when it is grouped by them;
+    // returns a code of mrb/result.h. Any thread.
     int setStyle(const PageStyle &style);
 
     // The description of an entry as JSON text; no value: no such index. Any thread.
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
 
-    // Whether an entry's file is still there; a code of mrb/result.h. Any thread.
+    // Whether an entry's file still exists; returns a code of mrb/result.h. Any thread.
     [[nodiscard]] int reach(const ListEntry &entry) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
@@ -98,7 +97,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     std::latch begin_{1};
     std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;
-    std::atomic<bool> removed_ = false; // the source is not there any more
+    std::atomic<bool> removed_ = false; // the source does not exist any more
     GroupReading groupReading_;
 };
 
