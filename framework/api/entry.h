@@ -1,6 +1,6 @@
 #pragma once
-// What every C entry point needs: nothing thrown crosses the seam, and texts go
-// out as the C library's own.
+// Common to all C functions: exceptions do not cross the C interface, and texts are returned in
+// memory of malloc.
 
 #include <cstdlib>
 #include <cstring>
@@ -14,7 +14,7 @@
 
 namespace mrb {
 
-// Runs the body of a C function and turns whatever it throws into a code.
+// Runs the body of a C function and converts exceptions to a code.
 template <typename Body>
 int guard(Body &&body) noexcept {
     try {
@@ -30,7 +30,7 @@ int guard(Body &&body) noexcept {
     }
 }
 
-// Hands `text` to a caller who will free it.
+// Copies `text` for a caller, who will free it.
 inline int handOver(const std::string &text, char **out) {
     auto *copy = static_cast<char *>(std::malloc(text.size() + 1));
     if (copy == nullptr) {
@@ -41,7 +41,7 @@ inline int handOver(const std::string &text, char **out) {
     return MRB_ERR_NONE;
 }
 
-// Makes a parameter object in *out.
+// Creates a parameter object in *out.
 template <typename Object>
 int createObject(Object **out) noexcept {
     if (out == nullptr) {

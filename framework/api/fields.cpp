@@ -18,7 +18,7 @@ int report(const Status &outcome) {
     return outcome.code;
 }
 
-// Reads a field and gives its value, a Stored, to `keep`, whose code is the answer.
+// Reads a field and passes its value, a Stored, to `keep`, whose code is returned.
 template <typename Stored, typename Value, typename Keep>
 int readField(mrb_agent_handler_h agent, const char *field, FieldType type, Value *value, Keep &&keep) {
     if (field == nullptr || value == nullptr) {

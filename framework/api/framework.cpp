@@ -124,13 +124,13 @@ bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
         }
     }
     shares_.shutDown();
-    // Each is ended, however the one before did.
+    // Each is ended, even if the one before was not in time.
     bool isFinished = events_.finish(deadline);
     isFinished = workers_.finish(deadline) && isFinished;
     isFinished = shares_.finish(deadline) && isFinished;
     isFinished = watcher_.finish(deadline) && isFinished;
     isFinished = library_.finish(deadline) && isFinished;
-    // Who was left behind may be at work with the cache.
+    // Detached threads may still use the cache.
     if (isFinished) {
         library_.close();
     }

@@ -16,20 +16,20 @@
 
 namespace mrb {
 
-// All open lists of the process under their handles, their shares, and the threads
-// that serve them. There is one, made when it is first asked for; any thread may call it.
+// All open lists of the process by their handles, their shares, and the threads that serve them.
+// There is one, created on first use; any thread may call it.
 class Framework {
   public:
     static Framework &instance();
 
-    // Opens a list, or the list *handle anew. On failure a list that was open
-    // under *handle stays as it was.
+    // Opens a list, or reopens the list *handle. On failure a list that was open under *handle
+    // stays as it was.
     int open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle);
 
     int cancel(mrb_agent_handler_h handle);
     int disconnect(mrb_agent_handler_h handle);
 
-    // Null: the handle names no open list.
+    // Null: the handle is not one of an open list.
     [[nodiscard]] std::shared_ptr<ListSession> find(mrb_agent_handler_h handle);
 
     [[nodiscard]] Shares &shares() { return shares_; }
@@ -49,12 +49,12 @@ class Framework {
     EventThread events_;
     MediaLibrary library_;
     Watcher watcher_;
-    ThreadGroup workers_{"mrb-list", "What its list is read from does not answer."};
+    ThreadGroup workers_{"mrb-list", "The source of a list does not respond."};
     const ListServices services_{events_, watcher_, library_, workers_};
     Shares shares_{events_};
 
     std::mutex lock_; // guards what follows
-    // Null under a handle that is being opened for the first time.
+    // Null for a handle whose list is being opened for the first time.
     std::map<mrb_agent_handler_h, std::shared_ptr<ListSession>> sessions_;
     mrb_agent_handler_h lastHandle_ = 0;
     bool down_ = false;

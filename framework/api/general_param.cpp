@@ -1,4 +1,4 @@
-// The general parameter object: the wishes for a list to open.
+// The general parameter object: the options of a list.
 
 #include "api/general_param.h"
 

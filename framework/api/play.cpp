@@ -1,4 +1,4 @@
-// What a player asks of the item under the cursor.
+// The functions of players for the item under the cursor.
 
 #include "api/with_list.h"
 #include "fields/description.h"
@@ -22,7 +22,7 @@ bool isPlayed(const ListEntry &entry) {
     }
 }
 
-// Hands over what `describe` says of the item under the cursor, if `check` lets it.
+// Returns the text of `describe` for the item under the cursor, if `check` permits it.
 template <typename Describe>
 int describeCurrent(mrb_agent_handler_h agent, char **text,
                     int (ListSession::*check)(const ListEntry &) const, Describe &&describe) {

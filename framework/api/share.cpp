@@ -11,8 +11,8 @@
 // The object behind mrb_share_param_h; owned by the client that created it.
 struct mrb_share_param_s : mrb::ShareRequest {};
 
-// The object behind mrb_share_user_data_param_h; the client's until it is handed
-// to mrb_batch_process_v2, the framework's from then on.
+// The object behind mrb_share_user_data_param_h; the client's until it is passed to
+// mrb_batch_process_v2, the framework's from then on.
 struct mrb_share_user_data_param_s : mrb::ShareListener {};
 
 using mrb::Framework;
@@ -72,7 +72,7 @@ int mrb_param_set_share_user_data_cb(mrb_share_user_data_param_h param, mrb_batc
 
 int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_handler_h agent,
                          mrb_share_user_data_param_h user_data_param, mrb_share_handler_h *share) {
-    // Handed over with the call, so nobody else would release it.
+    // The call takes ownership, so it has to release it.
     const std::unique_ptr<mrb_share_user_data_param_s> listener(user_data_param);
     if (param == nullptr || share == nullptr || !listener || listener->callback == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;

@@ -62,7 +62,7 @@ int mrb_storage_list_destory(mrb_storage_list_h list) { return mrb::destroyObjec
 
 // ---- a record's fields ------------------------------------------------------
 
-// Defines a getter of a text, and of a number. Nothing is what no record has.
+// Defines a getter of a text, and of a number. Without a record they return "" and 0.
 #define TEXT(name, member)                                                                                   \
     const char *mrb_storage_get_##name(_mrb_storage_s *storage) {                                            \
         return storage != nullptr ? storage->device.member.c_str() : "";                                     \
@@ -89,7 +89,7 @@ TEXT(ip, ip)
 #undef TEXT
 #undef NUMBER
 
-// What makes such a device is not known outside of televisions, so none is one.
+// Which devices these are is known only to televisions, so there are none here.
 bool mrb_storage_get_bOrvaneDevice(_mrb_storage_s * /*storage*/) { return false; }
 
 // ---- notifications ----------------------------------------------------------

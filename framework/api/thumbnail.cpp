@@ -23,7 +23,8 @@ namespace {
 using FlashCache = mrb_thumbnail_flash_cache_param_s;
 using mrb::thumbnail::ThumbnailService;
 
-// What is kept of an image, by the answer it belongs to: clients do not tell its height.
+// The cache entry of an image, from the result to which it belongs: clients do not pass its
+// height.
 mrb::thumbnail::FlashEntry entryOf(const FlashCache &param, const unsigned char *image) {
     mrb::thumbnail::FlashEntry entry;
     entry.name = param.fileName;

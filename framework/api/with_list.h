@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// Runs `body` with the open list that `agent` names; its code, or why it did not run.
+// Runs `body` with the open list of the handle `agent`; returns its code, or why it did not run.
 template <typename Body>
 int withList(mrb_agent_handler_h agent, Body &&body) {
     return guard([&] {
