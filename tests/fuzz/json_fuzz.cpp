@@ -1,5 +1,5 @@
-// Requests are texts of a script's choosing: whatever they are, the document
-// neither throws nor touches what is not its own, and what it writes it can read.
+// Requests are untrusted text: whatever it is, the document neither throws nor accesses memory
+// that is not its own, and it can parse what it serializes.
 
 #include "MRBBridgeJson.h"
 

@@ -1,5 +1,5 @@
-// Media files come from anybody: whatever is in one, its metadata are read without
-// harm, and what is said of it can be shown.
+// Media files are untrusted: whatever their bytes, their metadata are read without harm, and all
+// texts can be displayed.
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@ void require(bool fact) {
     }
 }
 
-// A name counts where the bytes leave open what a file is.
+// The name decides where the bytes are ambiguous.
 constexpr const char *NAMES[] = {"a.jpg", "a.mp3", "a.mp4", "a.ts", "a.heic", "a.wav", "a.m4a"};
 
 void expectPresentable(const mrb::Metadata &facts) {

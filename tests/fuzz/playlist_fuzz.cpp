@@ -1,5 +1,5 @@
-// Playlists come from anybody: whatever is in one, its entries are read without harm,
-// the same ones however the bytes are cut into pieces.
+// Playlists are untrusted: whatever their bytes, the entries are read without harm, and they are
+// the same however the bytes are split.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// The terminal browser, by keys and by what the screen shows.
+// The terminal browser, by keys and the screen.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { cpSync, mkdirSync, readdirSync, rmSync, statSync, writeFileSync } from 'node:fs';
@@ -35,14 +35,14 @@ function manyPictures() {
   return where;
 }
 
-screenTest('it shows the folder, its sub-folders first, and where one is', async (terminal) => {
+screenTest('it shows the folder, its sub-folders first, and the position', async (terminal) => {
   const lines = await terminal.shows(/ 1\/11 {2}page 1\/1 {2}ALL {2}NAME {2}\?: help *$/m);
   assert.equal(lines[0], ` ${library}`);
   assert.equal(lines[1], ' Empty folder/');
   assert.match(lines[11], /^ Welcome\.jpg +[\d.]+ kB {2}\d{4}-\d\d-\d\d$/);
 });
 
-screenTest('Enter goes into a folder and Backspace comes back to where one was', async (terminal) => {
+screenTest('Enter opens a folder and Backspace returns to the previous position', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('Down', 'Down', 'Enter');
   const lines = await terminal.shows(/Holiday\n \.\.\n/);
@@ -79,7 +79,7 @@ screenTest('a search goes through all folders, and Escape ends it', async (termi
   await terminal.shows(/^ 1\/11 /m);
 });
 
-screenTest('sorting changes what it goes by and its direction', async (terminal) => {
+screenTest('sorting can be changed in key and direction', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('s', 's');
   await terminal.shows(/ 1\/11 .*ALL {2}SIZE {2}\?: help *$/m);
@@ -87,7 +87,7 @@ screenTest('sorting changes what it goes by and its direction', async (terminal)
   await terminal.shows(/SIZE descending/);
 });
 
-screenTest('music is sorted by what its files say', async (terminal) => {
+screenTest('music is sorted by its metadata', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('/', 'flac', 'Enter');
   await terminal.shows(/^ 1\/\d+ .*ALL {2}NAME {2}/m);
@@ -119,7 +119,7 @@ screenTest('no line is wider than the terminal, in any script', async (terminal)
   assert.equal(lines.filter((line) => line !== '').length, 4);
 }, { columns: 40, rows: 12 });
 
-screenTest('a long folder is walked page by page', async (terminal) => {
+screenTest('a long folder is paged through', async (terminal) => {
   await terminal.shows(/ 1\/1000 {2}page 1\/46 /);
   terminal.keys('Right', 'Right', 'Down');
   await terminal.shows(/ 46\/1000 {2}page 3\/46 /);
@@ -147,7 +147,7 @@ screenTest('Page Down, Page Up, Home and the ends of a list', async (terminal) =
   }
 }, { where: manyPictures });
 
-screenTest('the help names the keys until the next one', async (terminal) => {
+screenTest('the help shows the keys until the next key', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('?');
   const lines = await terminal.shows(/Home, End +the first or the last item/);
@@ -156,7 +156,7 @@ screenTest('the help names the keys until the next one', async (terminal) => {
   await terminal.shows(/^ Empty folder\//m);
 });
 
-screenTest('each sort order shows what it says, both ways', async (terminal) => {
+screenTest('each sort order names its key, in both directions', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('Down', 'Down', 'Enter');
   await terminal.shows(/Holiday\n \.\.\n/);
@@ -171,7 +171,7 @@ screenTest('each sort order shows what it says, both ways', async (terminal) => 
     bySize.map(([, name]) => name).reverse());
 });
 
-screenTest('sorting, another kind of media and reading again keep the folder and the item', async (terminal) => {
+screenTest('sorting, another kind of media and a reload keep the folder and the item', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('Down', 'Down', 'Enter', 'Down', 'Down');
   await terminal.shows(/Holiday\n \.\.\n[^]*^ 3\/9 /m);
@@ -187,7 +187,7 @@ screenTest('sorting, another kind of media and reading again keep the folder and
   await terminal.shows(new RegExp(`^ ${library}$[^]*Holiday/`, 'm'));
 });
 
-screenTest('the end of a search is where it was begun', async (terminal) => {
+screenTest('the end of a search returns to where it was started', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('Down', 'Down', 'Enter', 'Down', 'Down', 'Down');
   await terminal.shows(/Holiday\n \.\.\n[^]*^ 4\/9 /m);
@@ -199,7 +199,7 @@ screenTest('the end of a search is where it was begun', async (terminal) => {
   await terminal.shows(/name +IMG 2\.jpg/);
 });
 
-screenTest('a search without a find shows nothing, and no key disturbs it', async (terminal) => {
+screenTest('a search without a match shows nothing, and accepts all keys', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   terminal.keys('/', 'nothing like it', 'Enter');
   await terminal.shows(/^ nothing here$[^]*^ 0\/0 {2}page 1\/1 /m);
@@ -211,9 +211,9 @@ screenTest('a search without a find shows nothing, and no key disturbs it', asyn
   await terminal.shows(/^ 1\/11 /m);
 });
 
-screenTest('keys that follow an Escape at once are heard one by one', async (terminal) => {
+screenTest('keys that follow an Escape at once are read one by one', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
-  // The order is what the first screen does not show already.
+  // An order that the first screen does not show.
   terminal.keys('/', 'nothing like it', 'Enter', '/', 'x', 'Escape', 'Escape', 's');
   await terminal.shows(/^ \d+\/11 .* DATE {2}\?: help *$/m);
   terminal.keys('/', 'x', 'Escape', 'Down', '/', 'y', 'Escape', 'd');
@@ -222,7 +222,7 @@ screenTest('keys that follow an Escape at once are heard one by one', async (ter
   await terminal.shows(/^ search: é_/m);
 });
 
-screenTest('a terminal that grows shows more at once, also of the details', async (terminal) => {
+screenTest('a terminal that grows shows more at once, also in the details', async (terminal) => {
   await terminal.shows(/^ 1\/1000 {2}page 1\/125 /m);
   terminal.tmux('resize-window', '-t', 'quill', '-x', 100, '-y', 52);
   const lines = await terminal.shows(/^ 1\/1000 {2}page 1\/20 /m);
@@ -236,7 +236,7 @@ screenTest('a terminal that grows shows more at once, also of the details', asyn
 }, { where: manyPictures, columns: 60, rows: 10 });
 
 let changing;
-screenTest('a change is told, R shows it, and so is the end of the folder', async (terminal) => {
+screenTest('a change is announced, R shows it, and so is the removal of the folder', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   writeFileSync(path.join(changing, 'zzz.jpg'), '');
   await terminal.shows(/the folder has changed; R reads it again/);
@@ -255,7 +255,7 @@ screenTest('a change is told, R shows it, and so is the end of the folder', asyn
   columns: 100,
 });
 
-screenTest('Ctrl-C leaves from a search and gives cursor and screen back', async (terminal) => {
+screenTest('Ctrl-C quits during a search and restores cursor and screen', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   const state = () => terminal.tmux('display-message', '-p', '-t', 'quill', '#{alternate_on} #{cursor_flag}').trim();
   assert.equal(state(), '1 0');
@@ -265,7 +265,7 @@ screenTest('Ctrl-C leaves from a search and gives cursor and screen back', async
 });
 
 for (const key of ['q', 'C-c']) {
-  screenTest(`${key} leaves and gives the terminal back`, async (terminal) => {
+  screenTest(`${key} quits and restores the terminal`, async (terminal) => {
     await terminal.shows(/^ 1\/11 /m);
     terminal.keys(key);
     await terminal.shows(/^ended with 0$/m);
@@ -273,7 +273,7 @@ for (const key of ['q', 'C-c']) {
   });
 }
 
-test('without a terminal, or without a folder, it says so in a line', async () => {
+test('without a terminal, or without a folder, it prints a one-line error', async () => {
   for (const [args, message] of [[[library], 'browse: this needs a terminal; list.js prints a folder'],
                                  [[], 'browse: give one folder'], [['a', 'b'], 'browse: give one folder']]) {
     const { status, stderr } = await quill([browser, ...args]);

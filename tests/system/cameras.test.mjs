@@ -1,4 +1,5 @@
-// Cameras as scripts see them: a folder that is offered as one is listed, read, shown and copied.
+// Cameras as scripts see them: a folder that is offered as a camera is listed, read, shown and
+// copied.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
@@ -8,7 +9,7 @@ import test from 'node:test';
 import { script } from '../host/harness.mjs';
 import { folder, quill, root, runIn } from './harness.mjs';
 
-/** A memory card with two pictures and a clip; `small` is the picture in the EXIF data. */
+/** A memory card with two pictures and a clip; `small` is the EXIF thumbnail. */
 function card() {
   const where = folder();
   const pictures = path.join(where, 'DCIM', '100TEST');
@@ -39,7 +40,7 @@ const camera = async (request) => {
 };
 `;
 
-test('an offered camera is in the list of cameras and not in that of sticks', async () => {
+test('an offered camera is in the list of cameras and not in that of USB storages', async () => {
   const where = card();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } },
     `${LIST} finish([cameras(), JSON.parse(JSON.parse(bridge.mrb_get_usb_list()).return_data)]);`);
@@ -51,7 +52,7 @@ test('an offered camera is in the list of cameras and not in that of sticks', as
   assert.ok(!JSON.stringify(sticks).includes(where));
 });
 
-test('a list does not wait for what a camera has room for; an event brings it', async () => {
+test('a list does not wait for the capacity of a camera, which an event reports', async () => {
   const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
     const events = [];
     let heard = () => {};
@@ -69,7 +70,7 @@ test('a list does not wait for what a camera has room for; an event brings it', 
   assert.deepEqual({ ...change, storage_availablesize: '0' }, { ...after, storage_availablesize: '0' });
 });
 
-test('a script lists what is on a camera, and the fields of it', async () => {
+test('a script lists the files of a camera, and their fields', async () => {
   const where = card();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
     const list = await camera({ param_device_value: cameras()[0].storage_address });
@@ -95,7 +96,7 @@ test('a folder of a camera is opened by its media id', async () => {
   assert.deepEqual(part.items.map(({ url }) => url), [all.items[4].url, all.items[3].url]);
 });
 
-test('a camera that is not there, and one that is pulled out, are told by their codes', async () => {
+test('a missing camera, and one that is removed, are reported by their codes', async () => {
   const where = card();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
     const none = await camera({ param_bus_value: 9, param_device_value: 9 });
@@ -109,7 +110,7 @@ test('a camera that is not there, and one that is pulled out, are told by their 
   assert.deepEqual(value, [-4, -4, -11, 5]);
 });
 
-test('a thumbnail is made of the small picture, or of the whole one, and a sync ends camera requests', async () => {
+test('a thumbnail is made of the EXIF thumbnail, or of the whole picture, and a sync ends camera requests', async () => {
   const output = folder();
   const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
     const list = await camera({});
@@ -130,7 +131,7 @@ test('a thumbnail is made of the small picture, or of the whole one, and a sync 
   assert.deepEqual([size('small.bmp'), size('large.bmp')], ['160x120', '400x300']);
 });
 
-test('what is selected on a camera is copied to a folder', async () => {
+test('the selected files of a camera are copied to a folder', async () => {
   const where = card();
   const to = folder();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
@@ -165,7 +166,7 @@ test('the promise layer opens cameras', async () => {
   assert.equal(stdout, '2\n');
 });
 
-test('a file, or nothing, cannot be offered as a camera', async () => {
+test('a file, or no folder, cannot be offered as a camera', async () => {
   const file = path.join(card(), 'clip.mp4');
   for (const [options, message] of [[['--camera', file], `quill: --camera ${file}: not a folder\n`],
                                     [['--camera'], 'quill: --camera needs a folder\n'],
@@ -175,9 +176,9 @@ test('a file, or nothing, cannot be offered as a camera', async () => {
   }
 });
 
-test('a camera that hangs keeps neither a script waiting nor the program from ending', async () => {
+test('a camera that hangs blocks neither a script nor the end of the program', async () => {
   const where = card();
-  // Whoever opens a pipe waits for its writer, and so does libgphoto2.
+  // Opening a pipe blocks until it has a writer, also in libgphoto2.
   execFileSync('mkfifo', [path.join(where, 'hangs.jpg')]);
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
     const list = await camera({});
@@ -190,7 +191,7 @@ test('a camera that hangs keeps neither a script waiting nor the program from en
   assert.deepEqual(value, [-13, -13, true]);
 });
 
-test('a list is told once that its camera left, and keeps what it has', async () => {
+test('the removal of the camera of a list is reported once, and the list keeps its items', async () => {
   const where = card();
   const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
     const fs = require('node:fs');

@@ -26,7 +26,7 @@ const item = (agent, index) => JSON.parse(
   ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).name;
 const numbers = () => events.map((event) => event.param_event).filter((number) => number !== 25);`;
 
-test('a file that is added, removed or renamed is told, and a reload shows it', async () => {
+test('a file that is added, removed or renamed causes an event, and a reload shows it', async () => {
   const result = await run(`${AWAIT}
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
@@ -48,7 +48,7 @@ test('a file that is added, removed or renamed is told, and a reload shows it', 
   assert.deepEqual(result, [[true, 4, 5], [true, 5, 4], [true, 4, 4]]);
 });
 
-test('many changes are told once, and what is gone still answers', async () => {
+test('many changes cause one event, and removed items can still be read', async () => {
   const result = await run(`${AWAIT}
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
@@ -56,7 +56,7 @@ test('many changes are told once, and what is gone still answers', async () => {
     await told(29);
     fs.rmSync(where + '/1.jpg');
     fs.rmSync(where + '/sub', { recursive: true });
-    // A second list hears of a change that was made after those.
+    // A second list gets an event for a change after those.
     fs.mkdirSync(where + '/witness');
     const { return_data: witness } = open({ param_scan_path: where + '/witness' });
     await ended(witness);
@@ -66,7 +66,7 @@ test('many changes are told once, and what is gone still answers', async () => {
   assert.deepEqual(result, { numbers: [0, 29, 0, 29], first: '1.jpg', last: '3.jpg' });
 });
 
-test('the end of the scanned folder is told as a removed device', async () => {
+test('the removal of the scanned folder is reported as a removed device', async () => {
   const result = await run(`${AWAIT}
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
@@ -77,7 +77,7 @@ test('the end of the scanned folder is told as a removed device', async () => {
   assert.deepEqual(result, { numbers: [0, 28], again: -4, last: '3.jpg' });
 });
 
-test('a program that watches ends when it wants to', async () => {
+test('a program with a watched list ends as usual', async () => {
   const file = script('app.js', `
     const bridge = new MRBBridge();
     bridge.mrb_request_list_v2((text) => {

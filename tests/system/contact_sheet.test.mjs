@@ -11,7 +11,7 @@ const sheet = path.join(root, 'sdk', 'examples', 'contact_sheet.js');
 const library = path.join(folder(), 'library');
 before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' }));
 
-/** Makes a sheet; how the program ended, and the page and bitmaps it made. */
+/** Makes a sheet; returns the program's result, and the page and bitmaps. */
 async function make(where, ...options) {
   const output = path.join(folder(), 'sheet');
   const result = await quill([sheet, where, output, ...options]);
@@ -46,7 +46,7 @@ test('a library becomes bitmaps that ImageMagick opens, and a page that shows ea
   }
 });
 
-test('files without a thumbnail are named, on the page as well', async () => {
+test('files without a thumbnail are listed, on the page as well', async () => {
   const { stdout, page } = await make(library);
   const named = [...stdout.matchAll(/^ {2}without a thumbnail: (.*) \(.*\)$/gm)].map(([, name]) => name);
   assert.ok(named.includes('Music/Beep.wav'), stdout);
@@ -55,7 +55,7 @@ test('files without a thumbnail are named, on the page as well', async () => {
     assert.ok(page.includes(`<figcaption title="${name}">${name}</figcaption>`), name));
 });
 
-test('files stand under the names of their folders, those of the folder itself first', async () => {
+test('files are under the names of their folders, those of the folder itself first', async () => {
   const { page } = await make(library);
   const folders = [...page.matchAll(/<h2>([^<]*)<\/h2>/g)].map(([, name]) => name);
   assert.equal(new Set(folders).size, folders.length, 'a folder has two headings');
@@ -65,7 +65,7 @@ test('files stand under the names of their folders, those of the folder itself f
   assert.match(holiday.split('<h2>')[0], />IMG 2\.jpg<[^]*>IMG 10\.jpg</);
 });
 
-test('the frames of a video tell their moments', async () => {
+test('the frames of a video show their times', async () => {
   const { page } = await make(path.join(library, 'Video'), '--size', '64', '--frames=3');
   const countdown = page.match(/<figure(?:(?!<\/figure>)[^])*Countdown\.mp4/)[0];
   const moments = [...countdown.matchAll(/title="(\d+:\d\d\.\d)"/g)].map(([, moment]) => moment);
@@ -95,7 +95,7 @@ test('names cannot become markup or other links', async () => {
   }
 });
 
-test('an output folder that is not empty is left alone', async () => {
+test('an output folder that is not empty is not changed', async () => {
   const output = folder();
   writeFileSync(path.join(output, 'mine'), 'mine');
   const { status, stdout, stderr } = await quill([sheet, pictures('a.jpg'), output]);
@@ -104,7 +104,7 @@ test('an output folder that is not empty is left alone', async () => {
   assert.deepEqual(readdirSync(output), ['mine']);
 });
 
-test('a damaged picture costs its own thumbnail and no other', async () => {
+test('a damaged picture lacks a thumbnail, the others have theirs', async () => {
   const where = pictures('a.jpg', 'c.jpg');
   writeFileSync(path.join(where, 'b.jpg'), 'no picture');
   const { status, stdout, bitmaps } = await make(where);

@@ -1,4 +1,4 @@
-// The copying example, by what it says and by what arrives.
+// The copying example, by its output and by the files that arrive.
 import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
 import { chmodSync, cpSync, mkdirSync, readdirSync, readFileSync, readlinkSync, renameSync, rmSync,
@@ -24,7 +24,7 @@ const PICTURE = /\.(jpg|png|webp|bmp|tiff|gif)$/;
 const PLAYLIST = /\.m3u8?$/;
 const bytesOf = (where, names) => names.reduce((sum, name) => sum + statSync(path.join(where, name)).size, 0);
 
-/** A folder with a small picture and a video of this size that takes no room. */
+/** A folder with a picture and a sparse video of this size. */
 function largeFilm(bytes) {
   const where = folder();
   cpSync(path.join(library, 'Welcome.jpg'), path.join(where, 'a.jpg'));
@@ -36,8 +36,8 @@ function largeFilm(bytes) {
 const quoted = (word) => `'${word.replaceAll("'", "'\\''")}'`;
 
 /**
- * Copies in a terminal; calls `act` with the terminal's keyboard when the copy
- * of the large film is under way. How the program ended, and everything the terminal was sent.
+ * Copies in a terminal; calls `act` with the terminal's keyboard while the copy of the large film
+ * is running. Resolves to the program's status and the terminal's whole output.
  */
 function inTerminal(from, to, act) {
   const command = [path.join(process.env.QUILL_BUILD, 'bin', 'quill'), copy, from, to].map(quoted).join(' ');
@@ -62,12 +62,12 @@ function inTerminal(from, to, act) {
   });
 }
 
-/** The last line that the terminal was left with. */
+/** The last line on the terminal. */
 const lastLine = (screen) => screen.trimEnd().split('\n').at(-1).split('\r').at(-1).replace('\x1b[K', '');
 
 for (const [type, wanted] of [['all', [MUSIC, VIDEO, PICTURE, PLAYLIST]], ['picture', [PICTURE]], ['music', [MUSIC]],
                               ['video', [VIDEO]]]) {
-  test(`--type ${type} copies those files, byte for byte, and says how many`, async () => {
+  test(`--type ${type} copies those files, byte for byte, and prints how many`, async () => {
     const to = folder();
     const { status, stdout, stderr } = await quill([copy, '--type', type, library, to]);
     assert.deepEqual([status, stderr], [0, '']);
@@ -94,7 +94,7 @@ test('everything is copied where no type is given, and nothing is overwritten', 
   assert.ok(readFileSync(path.join(to, 'Welcome (1).jpg')).equals(readFileSync(path.join(library, 'Welcome.jpg'))));
 });
 
-test('a terminal shows what is to come, how far it is, and what was done', needs('terminals'), async () => {
+test('a terminal shows the total, the progress, and the result', needs('terminals'), async () => {
   const to = folder();
   const { status, screen, acted } = await inTerminal(largeFilm(500_000_000), to, () => {});
   const arrived = filesIn(to);
@@ -107,7 +107,7 @@ test('a terminal shows what is to come, how far it is, and what was done', needs
   assert.deepEqual(arrived, ['a.jpg', 'b.mp4']);
 });
 
-test('Ctrl-C leaves whole files only, and says what was copied', needs('terminals'), async () => {
+test('Ctrl-C leaves only complete files, and prints what was copied', needs('terminals'), async () => {
   const from = largeFilm(2_000_000_000);
   const to = folder();
   const { status, screen, acted } = await inTerminal(from, to, (keyboard) => keyboard.write('\x03'));
@@ -126,7 +126,7 @@ async function hasFileOpen(pid, where) {
       try {
         return readlinkSync(`/proc/${pid}/fd/${number}`);
       } catch {
-        return ''; // closed meanwhile
+        return ''; // closed since
       }
     });
     if (open.some((file) => file.startsWith(`${where}/`))) {
@@ -138,7 +138,7 @@ async function hasFileOpen(pid, where) {
 }
 
 for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
-  test(`${signal} at the first moment at which it is handled: one line, whole files only, status ${expected}`, async () => {
+  test(`${signal} as soon as it is handled: one line, only complete files, status ${expected}`, async () => {
     const to = folder();
     const program = start(['--require', script('first.cjs', `
       process.on('newListener', (name) => {
@@ -154,7 +154,7 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
     const to = folder();
     const from = folder();
     const program = start(['--require', script('early.cjs', `
-      // The first event of a list comes when the signal has been handled, or long after.
+      // Events of a list arrive long after the signal has been handled.
       const request = MRBBridge.prototype.mrb_request_list_v2;
       MRBBridge.prototype.mrb_request_list_v2 = function (hear, text) {
         process.kill(process.pid, '${signal}');
@@ -165,7 +165,7 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
     assert.deepEqual(readdirSync(to), []);
   });
 
-  test(`${signal} without a terminal: one line, whole files only, status ${expected}`, async () => {
+  test(`${signal} without a terminal: one line, only complete files, status ${expected}`, async () => {
     const to = folder();
     const program = start([copy, largeFilm(2_000_000_000), to], { input: '' });
     await hasFileOpen(program.pid, to);
@@ -177,7 +177,7 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
   });
 }
 
-test('a destination that goes away ends the copy and is told', needs('terminals'), async () => {
+test('the removal of the destination ends the copy and is reported', needs('terminals'), async () => {
   const to = path.join(folder(), 'stick');
   mkdirSync(to);
   const { status, screen, acted } = await inTerminal(largeFilm(2_000_000_000), to, () => renameSync(to, `${to}-gone`));
@@ -187,7 +187,7 @@ test('a destination that goes away ends the copy and is told', needs('terminals'
   assert.deepEqual(filesIn(`${to}-gone`).filter((name) => name !== 'a.jpg'), []);
 });
 
-test('too little free space is told before anything is copied', async () => {
+test('too little free space is reported before anything is copied', async () => {
   const to = folder();
   const { status, stdout, stderr } = await quill([copy, largeFilm(10_000_000_000_000), to]);
   assert.deepEqual([status, stdout], [1, '']);
@@ -195,7 +195,7 @@ test('too little free space is told before anything is copied', async () => {
   assert.deepEqual(readdirSync(to), []);
 });
 
-test('a file that cannot be read is named, and the others are copied', async () => {
+test('a file that cannot be read is reported, and the others are copied', async () => {
   const from = folder();
   const to = folder();
   for (const name of ['a.jpg', 'b.jpg', 'c.jpg']) {
@@ -208,7 +208,7 @@ test('a file that cannot be read is named, and the others are copied', async () 
   assert.deepEqual(filesIn(to), ['a.jpg', 'c.jpg']);
 });
 
-test('what a playlist names is copied from wherever it lies, and what is missing is named', async () => {
+test('the files of a playlist are copied from any folder, and missing ones are reported', async () => {
   const from = folder();
   const to = folder();
   for (const name of ['1/a.jpg', '2/a.jpg', '2/other.jpg']) {
@@ -232,14 +232,14 @@ for (const [what, prepare, message] of [
   ['is a file', (where) => { writeFileSync(path.join(where, 'f'), ''); return path.join(where, 'f'); }, 'it is not a folder'],
   ['is read-only', (where) => { chmodSync(where, 0o555); return where; }, 'it is read-only, or this user may not write to it'],
 ]) {
-  test(`a destination that ${what} is refused by name`, async () => {
+  test(`a destination that ${what} is refused with the reason`, async () => {
     const to = prepare(folder());
     const { status, stdout, stderr } = await quill([copy, library, to], { ordinary: true });
     assert.deepEqual([status, stdout, stderr], [1, '', `copy: ${to}: ${message}\n`]);
   });
 }
 
-test('a folder without what is wanted is an error', async () => {
+test('a folder without files of the type is an error', async () => {
   const from = folder();
   const { status, stderr } = await quill([copy, '--type=video', from, folder()]);
   assert.deepEqual([status, stderr], [1, `copy: ${from}: no videos in it\n`]);

@@ -1,4 +1,4 @@
-// Devices as scripts see them: offered folders and mounts, told, listed and shown.
+// Devices as scripts see them: offered folders and mounts are reported, listed and shown.
 import assert from 'node:assert/strict';
 import { mkdirSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -34,14 +34,14 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 (async () => {
 `;
 
-/** Runs a script's body with the prelude; what it gave to finish(). */
+/** Runs a script's body with the prelude; returns the argument of its finish(). */
 async function run(body, ...options) {
   const { stdout, ...rest } = await quill([...options, script('app.js', `${WATCH}${body}\n})();`)]);
   assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
   return JSON.parse(stdout);
 }
 
-test('an offered folder is a device that says what it is', async () => {
+test('an offered folder is a device with all its values', async () => {
   const where = folder();
   const [device, ...others] = await run('finish(list());', '--device', where);
   assert.deepEqual(others, []);
@@ -58,7 +58,7 @@ test('several folders may be offered, relative ones too', async () => {
   assert.deepEqual(devices.map((device) => device.storage_mountpath), [one, two]);
 });
 
-test('a script hears that the folder goes and comes', async () => {
+test('a script gets events when the folder is removed and created', async () => {
   const where = path.join(folder(), 'stick');
   mkdirSync(where);
   const events = await run(`
@@ -75,7 +75,7 @@ test('a script hears that the folder goes and comes', async () => {
   assert.equal(events[1].storage_mountpath, where);
 });
 
-test('a folder that is not there yet may be offered; a file, or nothing, is a mistake', async () => {
+test('a folder that does not exist yet may be offered; a file, or no folder, is an error', async () => {
   const where = path.join(folder(), 'later');
   assert.deepEqual(await run('finish(list());', '--device', where), []);
   writeFileSync(where, '');
@@ -114,7 +114,7 @@ test('registrations, releases and lists race with ten thousand arrivals and remo
   assert.equal(stdout, '0\n');
 });
 
-/** Waits until a program has printed something that matches. */
+/** Waits until a program has printed a line that matches. */
 const printed = (child, pattern) => new Promise((resolve, reject) => {
   let text = '';
   child.stdout.on('data', (more) => {
@@ -133,7 +133,7 @@ test('the watcher prints what is attached', async () => {
   assert.match(stdout, new RegExp(`^attached {2}${path.basename(where)} \\(folder offered as a device\\) {2}${where} {2}`));
 });
 
-test('the watcher prints what a camera has room for, which no list waits for', async () => {
+test('the watcher prints the capacity of a camera, for which no list waits', async () => {
   const where = folder();
   const { status, stdout } = await quill(['--camera', where, watcher, '--once']);
   assert.equal(status, 0);
@@ -166,7 +166,7 @@ test('without a terminal the watcher prints a line for each event, until it is i
   assert.equal((await running.finished).status, 0);
 });
 
-test('on a terminal it is a table that follows, and Ctrl-C gives the terminal back', needs('terminals'), async () => {
+test('on a terminal it is a table that is updated, and Ctrl-C restores the terminal', needs('terminals'), async () => {
   const where = path.join(folder(), 'stick');
   mkdirSync(where);
   const terminal = new Terminal(['--device', where, watcher], { columns: 120 });
@@ -187,7 +187,7 @@ test('on a terminal it is a table that follows, and Ctrl-C gives the terminal ba
   }
 });
 
-test('the watcher takes nothing but --once', async () => {
+test('the watcher accepts no option but --once', async () => {
   const { status, stderr } = await quill([watcher, 'x']);
   assert.equal(status, 1);
   assert.match(stderr, /^devices: this takes no arguments but --once\n/);

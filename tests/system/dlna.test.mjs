@@ -1,4 +1,4 @@
-// Media servers of the network as scripts see them, in a network that nothing else is in.
+// DLNA servers as scripts see them, in a network of their own.
 import assert from 'node:assert/strict';
 
 import { script, start } from '../host/harness.mjs';
@@ -8,7 +8,7 @@ import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.m
 
 const test = testWith('user-networks');
 
-test('a server is seen when it starts, and is gone when it stops', async () => {
+test('a server is found when it starts, and removed when it stops', async () => {
   const { codes, listed, told, after } = await run(`
     const codes = [watch(), begin()];
     await until(1);
@@ -29,7 +29,7 @@ test('a server is seen when it starts, and is gone when it stops', async () => {
   assert.equal(after, -16);
 });
 
-test('a server that was there before the service is seen too', async () => {
+test('a server that was running before the service is found too', async () => {
   const told = await run(`
     const server = serve(process.argv[2]);
     watch();
@@ -42,7 +42,7 @@ test('a server that was there before the service is seen too', async () => {
   assert.deepEqual(told, [20, 'Steady', 'Steady', 21]);
 });
 
-test('a server of another kind is seen when it starts, and is gone when it stops', async () => {
+test('a server of another implementation is found when it starts, and removed when it stops', async () => {
   const file = rygelConfiguration('Shelf');
   const told = await run(`
     watch();
@@ -50,7 +50,7 @@ test('a server of another kind is seen when it starts, and is gone when it stops
     await until(1);
     const session = serveRygel(process.argv[2]);
     await until(2);
-    // Without its bus it would end before it has said goodbye.
+    // Without its bus it would end before it has sent its byebye.
     const children = readFileSync('/proc/' + session.pid + '/task/' + session.pid + '/children', 'utf8').trim();
     for (const child of children.split(' ')) {
       if (readFileSync('/proc/' + child + '/comm', 'utf8') === 'rygel\\n') process.kill(Number(child));
@@ -62,7 +62,7 @@ test('a server of another kind is seen when it starts, and is gone when it stops
   assert.deepEqual(told, [20, [0, 'Shelf', '127.0.0.1'], [1, 'Shelf', '127.0.0.1'], 21]);
 });
 
-test('a server that cannot be reached goes to the log, and nowhere else', async () => {
+test('a server that cannot be reached is logged, and reported nowhere else', async () => {
   const running = start([script('app.js', `${PRELUDE}
     begin();
     await until(1);
@@ -88,7 +88,7 @@ test('a server that cannot be reached goes to the log, and nowhere else', async 
   assert.doesNotMatch(log, /WARNING \*\*/);
 });
 
-test('an object that never started the service is refused to stop it', async () => {
+test('an object that never started the service gets an error when it stops it', async () => {
   const [code, told] = await run(`
     begin();
     await until(1);

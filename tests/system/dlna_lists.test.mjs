@@ -15,7 +15,7 @@ const COUNT = 5000;
 
 const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'error', ...args]);
 
-/** A folder of so many pictures, which are one. */
+/** A folder of `count` pictures, which are links to one. */
 function pictures(count) {
   const media = folder();
   const first = path.join(media, 'picture 1.jpg');
@@ -53,8 +53,8 @@ test('five thousand items of a server are listed, paged, searched and sorted', a
   assert.deepEqual(backwards, ['picture 5000', 'picture 4999']);
 });
 
-test('a server of another kind shows thousands of items too', async () => {
-  const total = repetitions(1000, COUNT); // it takes far longer to find them than we to list them
+test('a server of another implementation lists thousands of items too', async () => {
+  const total = repetitions(1000, COUNT); // the server takes far longer to index them than we to list them
   const { whole, names, last, found } = await run(`
     const COUNT = Number(process.argv[3]);
     const { server, id } = await meet(() => serveRygel(process.argv[2]));
@@ -72,7 +72,7 @@ test('a server of another kind shows thousands of items too', async () => {
   assert.deepEqual([found.event, found.item_count], [0, names.filter((name) => name.startsWith('picture 49')).length]);
 });
 
-/** A song, a picture and a film, and what is in them. */
+/** A song, a picture and a film, and their metadata. */
 function library() {
   const media = folder();
   ffmpeg('-f', 'lavfi', '-i', 'sine=duration=3:sample_rate=44100', '-metadata', 'title=夜想曲', '-metadata', 'artist=Zoë',
@@ -92,7 +92,7 @@ for (const [kind, configure, start] of [['minidlna', configuration, 'serve'], ['
         const request = { param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: type };
         let fields = {};
         let agent = 0;
-        // It shows an item before it has looked into the file.
+        // It lists an item before it has read the file.
         while (!fields.URL || !fields.SIZE) {
           ({ agent } = await listAll({ ...request, ...(agent && { param_agent: agent }) }, 1));
           fields = Object.fromEntries(['TITLE', 'ARTIST', 'ALBUM', 'GENRE', 'DURATION', 'SAMPLERATE', 'WIDTH', 'HEIGHT',
@@ -106,7 +106,7 @@ for (const [kind, configure, start] of [['minidlna', configuration, 'serve'], ['
     const size = (name) => statSync(path.join(media, name)).size;
     assert.equal(found.MUSIC.SIZE, size('song.flac'));
     assert.equal(found.MUSIC.FILE_PATH, '');
-    if (kind === 'minidlna') { // the other one's engine does not look into files
+    if (kind === 'minidlna') { // Rygel's engine does not read files
       const { TITLE, ARTIST, ALBUM, GENRE, SAMPLERATE } = found.MUSIC;
       assert.deepEqual({ TITLE, ARTIST, ALBUM, GENRE, SAMPLERATE },
         { TITLE: '夜想曲', ARTIST: 'Zoë', ALBUM: 'Été', GENRE: 'Jazz', SAMPLERATE: 44100 });
@@ -122,13 +122,13 @@ for (const [kind, configure, start] of [['minidlna', configuration, 'serve'], ['
   });
 }
 
-test('a server that is killed while it is listed ends the list, which keeps what came', async () => {
+test('a server that is killed while it is listed ends the list, which keeps its items', async () => {
   const { end, count } = await run(`
     const { server, id } = await meet(() => serve(process.argv[2]));
     const request = { param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: 'IMAGE' };
     const { agent } = await listAll(request, Number(process.argv[3]));
     const ended = list({ ...request, param_agent: agent });
-    server.kill('SIGKILL'); // it has had time for a page or two, at most
+    server.kill('SIGKILL'); // it has had time for two pages at most
     const end = await ended;
     finish({ end, count: ask('mrb_get_item_count_v2', { param_agent: agent }).return_data });`,
   configuration('Shelf', pictures(COUNT)), String(COUNT));

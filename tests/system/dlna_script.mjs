@@ -1,4 +1,4 @@
-// Scripts that use the media servers of a network that nothing else is in.
+// Scripts that use DLNA servers in a network of their own.
 import assert from 'node:assert/strict';
 
 import { script } from '../host/harness.mjs';
@@ -12,7 +12,7 @@ const path = require('node:path');
 const bridge = new MRBBridge();
 const call = (method, ...args) => JSON.parse(bridge[method](...args));
 const ask = (method, request) => call(method, JSON.stringify(request));
-const told = []; // what happened, in order
+const told = []; // events in order
 let wake = () => {};
 const hear = (line) => { told.push(line); wake(); };
 const until = (number) => new Promise((resolve) => {
@@ -27,19 +27,19 @@ const servers = () => {
   const { return_ecode, return_data } = call('mrb_get_dlna_list');
   return return_ecode === 0 ? JSON.parse(return_data)?.storage_devices ?? [] : return_ecode;
 };
-// A server of another project's; the sanitizer's runtime must not go into it. It ends with
-// the script, however that does.
+// A server of another project; the sanitizer's runtime must not be loaded into it. It ends with
+// the script, whatever the script's exit.
 const WITH_US = ['--pdeathsig', 'KILL', '--'];
 const serve = (configuration) => spawn('setpriv', [...WITH_US, 'minidlnad', '-S', '-f', configuration, '-P', configuration + '.pid'],
   { stdio: 'ignore', env: { ...process.env, LD_PRELOAD: '', PATH: process.env.PATH + ':/usr/sbin' } });
-// One of another kind, which needs a bus; its group ends as one.
+// One of another implementation, which needs a bus; its process group is ended at once.
 const serveRygel = (configuration) => {
   const home = path.dirname(configuration);
   return spawn('setpriv', [...WITH_US, 'dbus-run-session', '--', 'rygel', '-n', 'lo', '-c', configuration], { stdio: 'ignore', detached: true,
     env: { ...process.env, LD_PRELOAD: '', HOME: home, XDG_RUNTIME_DIR: home, XDG_CONFIG_HOME: home,
            XDG_CACHE_HOME: home, XDG_DATA_HOME: home } });
 };
-// The service, one server, and how its lists are asked for.
+// The service, one server, and requests for its lists.
 const meet = async (start) => {
   watch();
   begin();
@@ -58,11 +58,11 @@ const list = (request) => new Promise((resolve) => {
   const { return_ecode } = call('mrb_request_list_v2', hearList, JSON.stringify(request));
   if (return_ecode !== 0) resolve({ event: return_ecode });
 });
-// A server looks through its folder while it is asked.
+// A server indexes its folder while it serves requests.
 const listAll = async (request, count) => {
   let whole = await list(request);
   while (whole.item_count !== count) {
-    await new Promise((resolve) => setTimeout(resolve, 200)); // all the processor is the server's
+    await new Promise((resolve) => setTimeout(resolve, 200)); // leave the processor to the server
     whole = await list({ ...request, param_agent: whole.agent });
   }
   return whole;
@@ -84,7 +84,7 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 (async () => {
 `;
 
-/** Runs a script's body with the prelude; what it gave to finish(). */
+/** Runs a script's body with the prelude; returns the argument of its finish(). */
 export async function run(body, ...args) {
   const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
     { inside: OWN_NETWORK });

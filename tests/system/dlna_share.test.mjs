@@ -1,4 +1,4 @@
-// Files to real media servers, and from them.
+// Uploads to real DLNA servers, and downloads from them.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdirSync, readFileSync, readdirSync } from 'node:fs';
@@ -15,7 +15,7 @@ const ffmpeg = (...args) => execFileSync('ffmpeg', ['-nostdin', '-loglevel', 'er
 const picture = (file, width = 640) =>
   ffmpeg('-f', 'lavfi', '-i', `testsrc2=size=${width}x360:rate=1`, '-frames:v', '1', file);
 
-test('files are sent to a server, and come back byte for byte', needs('user-networks'), async () => {
+test('files are uploaded to a server, and downloaded byte for byte', needs('user-networks'), async () => {
   const from = folder();
   const to = folder();
   picture(path.join(from, 'photo.jpg'));
@@ -30,7 +30,7 @@ test('files are sent to a server, and come back byte for byte', needs('user-netw
     for (const type of ['IMAGE', 'MUSIC', 'VIDEO']) {
       const request = { param_source_name: 'SOURCE_DLNA', param_scan_path: id, param_content_type: type };
       let there = await listAll(request, 1);
-      // It shows the object before it has looked into the file.
+      // It lists the object before it has read the file.
       while (!items(there.agent, 0, 1)[0].url) there = await listAll({ ...request, param_agent: there.agent }, 1);
       select(there.agent);
       back.push(await share({ param_agent: there.agent, param_dlna_device_id: id, param_source_device_type: 4,
@@ -43,13 +43,13 @@ test('files are sent to a server, and come back byte for byte', needs('user-netw
   assert.equal(sent.status.param_share_success_file_size, sent.status.param_share_total_file_size);
   assert.deepEqual(back.map(({ events }) => events.at(-1)), [18, 18, 18]);
   const came = readdirSync(to).sort();
-  assert.deepEqual(came, ['film.mp4', 'photo.jpeg', 'song.flac']); // as the server calls them
+  assert.deepEqual(came, ['film.mp4', 'photo.jpeg', 'song.flac']); // the server's names
   for (const [index, name] of ['film.mp4', 'photo.jpg', 'song.flac'].entries()) {
     assert.ok(readFileSync(path.join(to, came[index])).equals(readFileSync(path.join(from, name))), name);
   }
 });
 
-test('a server that takes no files refuses them', needs('user-networks'), async () => {
+test('a server that accepts no files refuses them', needs('user-networks'), async () => {
   const from = folder();
   picture(path.join(from, 'photo.jpg'));
   const { events, status } = await run(`
@@ -63,7 +63,7 @@ test('a server that takes no files refuses them', needs('user-networks'), async 
   assert.equal(status.param_share_current_file_name, 'photo.jpg');
 });
 
-/** The end of a copy of a file of which half never comes, with which something is done when the other has. */
+/** Copies a file whose second half never arrives, and runs `doing` when the first half has; returns the end of the copy. */
 const copyHeld = (doing) => {
   const to = folder();
   return run(`
@@ -81,7 +81,7 @@ const copyHeld = (doing) => {
     .then((end) => ({ end, left: readdirSync(to) }));
 };
 
-test('a server that is killed while a file comes from it ends the copy, and nothing is left', needs('user-networks'), async () => {
+test('a server that is killed during a download ends the copy, and no file is left', needs('user-networks'), async () => {
   const { end, left } = await copyHeld("server.kill('SIGKILL');");
   assert.equal(end.events.at(-1), 28);
   assert.equal(end.status.param_share_done_file_count, 0);
@@ -89,7 +89,7 @@ test('a server that is killed while a file comes from it ends the copy, and noth
   assert.deepEqual(left, []);
 });
 
-test('a copy from a server is stopped, and nothing is left', needs('user-networks'), async () => {
+test('a download from a server is stopped, and no file is left', needs('user-networks'), async () => {
   const { end, left } = await copyHeld("ask('mrb_stop_batch_process_v2', { param_share_handle: handle });");
   assert.equal(end.events.at(-1), 26);
   assert.deepEqual(left, []);
@@ -117,7 +117,7 @@ const besides = (configuration, ...commands) => quill([script('app.js', `
     return JSON.parse(stdout);
   });
 
-test('the example shows what is on a server, and copies it', needs('user-networks'), async () => {
+test('the example lists the items of a server, and copies them', needs('user-networks'), async () => {
   const media = folder();
   const to = folder();
   picture(path.join(media, 'photo.jpg'));
@@ -132,7 +132,7 @@ test('the example shows what is on a server, and copies it', needs('user-network
   assert.deepEqual([none.status, none.stderr], [1, 'servers: there is no media server "Nobody"\n']);
 });
 
-test('the example copies each thing once, in however many folders the server shows it', needs('user-networks'), async () => {
+test('the example copies each file once, in however many folders the server lists it', needs('user-networks'), async () => {
   const media = folder();
   const to = folder();
   mkdirSync(path.join(media, 'trip'));
@@ -146,7 +146,7 @@ test('the example copies each thing once, in however many folders the server sho
   assert.equal(new Set(contents).size, contents.length);
 });
 
-test('the example says how it is used', async () => {
+test('the example prints its usage', async () => {
   const { status, stderr } = await quill([example, 'Shelf', 'take', '/tmp']);
   assert.equal(status, 1);
   assert.match(stderr, /^servers: give a server, and get or put with a folder\n\nUsage: quill servers\.js/);

@@ -18,7 +18,7 @@ const TYPES = new Map(rows('script-api.md').filter((row) => /^[1456]$/.test(row[
   .flatMap((row) => names(row[1]).map((name) => [name, Number(row[3])])));
 const VALUES = { 1: 'number', 4: 'string', 5: 'boolean', 6: 'number' };
 
-/** Of these 0 is a real value: where they are missing they answer -4. */
+/** For these, 0 is a real value: where it is missing they return -4. */
 const WITHOUT_EMPTY_VALUE = ['LATITUDE', 'LONGITUDE', 'ALTITUDE', 'TIMEZONE'];
 
 // ---- real media -------------------------------------------------------------
@@ -28,7 +28,7 @@ const of = (name) => path.join(media, name);
 
 before(() => makeTaggedMedia(media));
 
-/** The raw values of all fields of a file: {name: answer}. */
+/** The raw results of all fields of a file: {name: result}. */
 const answers = (name) => run(`
   const { return_data: agent } = open({ param_scan_path: ${JSON.stringify(media)} });
   await ended(agent);
@@ -68,7 +68,7 @@ test('music and videos: ffprobe reads the same', async () => {
     assert.ok(Math.abs(fields.DURATION.return_data - Number(format.duration) * 1000) < 60, name);
     assert.equal(fields.SIZE.return_data, Number(format.size));
     if (!kinds.includes('video')) {
-      // One counts the bytes of the whole stream, the other those of its frames.
+      // One uses the bytes of the whole stream, the other those of its frames.
       assert.ok(Math.abs(fields.BITRATE.return_data / Number(stream('audio').bit_rate) - 1) < 0.03);
     } else {
       assert.equal(fields.WIDTH.return_data, stream('video').width);
@@ -80,7 +80,7 @@ test('music and videos: ffprobe reads the same', async () => {
 test('the script API names eighty fields', () => assert.equal(TYPES.size, 80));
 
 for (const [name, kind] of [['photo.jpg', 'P'], ['song.mp3', 'M'], ['film.mp4', 'V']]) {
-  test(`${name}: every field answers as the page about fields says`, async () => {
+  test(`${name}: every field has the value that the page about fields documents`, async () => {
     const fields = await answers(name);
     const foreign = rows('fields.md').filter((row) => /^[PMV ]+$/.test(row[3]) && row[3] !== '' && !row[3].includes(kind))
       .flatMap((row) => names(row[1]));
@@ -105,7 +105,7 @@ for (const [name, kind] of [['photo.jpg', 'P'], ['song.mp3', 'M'], ['film.mp4', 
   });
 }
 
-test('files that are damaged, empty or something else answer every field', async () => {
+test('every field of files that are damaged, empty or something else can be read', async () => {
   const damaged = folder();
   for (const name of ['photo.jpg', 'song.mp3', 'film.mp4']) {
     const whole = readFileSync(of(name));
@@ -134,7 +134,7 @@ test('files that are damaged, empty or something else answer every field', async
       assert.ok(isRefused || (code === 0 && typeof value === VALUES[TYPES.get(field)]), `${name}: ${field} ${code}`);
     }
   }
-  // The bytes count, not the name.
+  // The bytes decide, not the name.
   assert.equal(items['picture.mp3'].MODEL.return_data, 'Desk Camera 1');
   assert.equal(items['song.mp4'].ARTIST.return_data, '東京トリオ');
   assert.equal(items['film.jpg'].WIDTH.return_data, 1280);

@@ -1,4 +1,4 @@
-// The fields example, against what ffmpeg and exiftool say of the same files.
+// The fields example, against the output of ffmpeg and exiftool for the same files.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { chmodSync, cpSync, readdirSync, readFileSync, statSync } from 'node:fs';
@@ -16,7 +16,7 @@ const outside = (command, args) =>
 const exif = (file) => outside('exiftool', ['-json', '-n', file])[0];
 const probe = (file) => outside('ffprobe', ['-v', 'error', '-of', 'json', '-show_format', '-show_streams', file]);
 
-/** What is printed, as a map of fields for each file by its path. */
+/** The printed fields, as a map for each file by its path. */
 function parse(stdout) {
   const files = new Map();
   for (const block of stdout.split('\n\n').filter(Boolean)) {
@@ -77,7 +77,7 @@ test('a video has what ffmpeg wrote', async () => {
   assert.equal(fields.get('DURATION'), `0:04 (${Number(format.duration).toFixed(3)} s)`);
 });
 
-test('without --all no field is empty; with it each field of the manual is there once', async () => {
+test('without --all no field is empty; with it each field of the manual is printed once', async () => {
   const some = await fieldsOf('Welcome.jpg');
   assert.ok([...some.fields.values()].every((value) => value !== '-' && value !== ''));
   assert.ok(!some.fields.has('ARTIST'));
@@ -100,7 +100,7 @@ test('a folder shows every picture, song and video in it', async () => {
   assert.deepEqual([...parse(stdout).keys()].sort(), expected.sort());
 });
 
-test('what is not there, and what is no media, is named; the others are shown', async () => {
+test('a missing file, and one that is not a medium, is reported; the others are shown', async () => {
   const none = path.join(library, 'none.jpg');
   const text = path.join(library, 'Read me.txt');
   const { status, stdout, stderr } = await quill([program, none, text, path.join(library, 'Welcome.jpg')]);
@@ -109,7 +109,7 @@ test('what is not there, and what is no media, is named; the others are shown', 
   assert.equal(parse(stdout).size, 1);
 });
 
-test('a file that may not be read is named with the reason, and shows what its folder says', async () => {
+test('a file that cannot be read is reported with the reason, and shows the values of the list', async () => {
   const where = folder();
   const file = path.join(where, 'a.jpg');
   cpSync(path.join(library, 'Welcome.jpg'), file);

@@ -1,5 +1,4 @@
-// A list of real music grouped by what its files say, as a script reads it, against what
-// ffprobe reads.
+// A list of real music grouped by metadata, as a script reads it, against ffprobe.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readdirSync } from 'node:fs';
@@ -12,7 +11,7 @@ import { byName } from './model.mjs';
 const library = path.join(folder(), 'library');
 let songs = [];
 
-/** A song's tags, whatever the case of their names; those of Ogg files are the stream's. */
+/** A song's tags, with names in any case; Ogg files have them in the stream. */
 function tagsOf(file) {
   const { format, streams } = JSON.parse(execFileSync('ffprobe',
     ['-v', 'error', '-show_entries', 'format_tags:stream_tags', '-of', 'json', file], { encoding: 'utf8' }));

@@ -10,7 +10,7 @@ import { script, start } from '../host/harness.mjs';
 export const root = path.dirname(path.dirname(path.dirname(fileURLToPath(import.meta.url))));
 export const example = path.join(root, 'sdk', 'examples', 'list.js');
 
-/** A new folder for a test. */
+/** Creates a new folder for a test. */
 export const folder = () => mkdtempSync(path.join(os.tmpdir(), 'quill-system-'));
 
 /** Runs quill and waits for its end. */
@@ -24,7 +24,7 @@ export async function list(where) {
   return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
 }
 
-/** What a script needs to open a list and wait for its events. */
+/** The functions of a script that opens a list and waits for its events. */
 const PRELUDE = `
 const bridge = new MRBBridge();
 const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
@@ -46,8 +46,8 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 `;
 
 /**
- * Runs a script's body with the prelude, in surroundings that start() knows; what it
- * gave to finish(), and what stood in its standard error.
+ * Runs a script's body with the prelude, with the options of start(); returns the argument of its
+ * finish(), and its standard error.
  */
 export async function runIn(surroundings, body, ...args) {
   const { stdout, stderr, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args], surroundings);
@@ -55,7 +55,7 @@ export async function runIn(surroundings, body, ...args) {
   return { value: JSON.parse(stdout), stderr };
 }
 
-/** The same without surroundings; what it gave to finish(). */
+/** The same without options; returns the argument of finish(). */
 export async function run(body, ...args) {
   const { value, stderr } = await runIn({}, body, ...args);
   assert.equal(stderr, '');

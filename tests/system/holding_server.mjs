@@ -1,7 +1,6 @@
-// A program: a DLNA server on the loopback interface with one picture, of which it gives the
-// first half and keeps the other to its end. Says on its standard output when that half is out.
-//
-//   node holding_server.mjs BYTES
+// A program: a DLNA server on the loopback interface with one picture, of which it sends the
+// first half and never the second. Prints a line on its standard output when the first half is
+// sent.  node holding_server.mjs BYTES
 import dgram from 'node:dgram';
 import http from 'node:http';
 

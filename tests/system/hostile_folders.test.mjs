@@ -1,4 +1,4 @@
-// Folders that give trouble, through the shipped bridge and the real framework.
+// Difficult folders, through the shipped bridge and the real framework.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import {
@@ -31,7 +31,7 @@ test('the example shows the beginning of a long list and counts the rest', async
   assert.doesNotMatch((await quill([example, where, '--all'])).stdout, /more items/);
 });
 
-test('a reader that has seen enough does not disturb the example', async () => {
+test('a closed pipe does not disturb the example', async () => {
   const where = folder();
   for (let number = 0; number < 5_000; number += 1) {
     writeFileSync(path.join(where, `${number}.png`), '');
@@ -57,7 +57,7 @@ test('dangling links are left out, links to files are listed, links to folders a
   assert.deepEqual((await list(where)).map((item) => item.name), ['link.jpg', 'real.jpg']);
 });
 
-test('names that are not UTF-8 are shown with replacement characters and reached by their url', async () => {
+test('names that are not UTF-8 are shown with replacement characters and opened by their url', async () => {
   const where = folder();
   const bytes = Buffer.concat([Buffer.from(`${where}/caf`), Buffer.from([0xe9]), Buffer.from('.jpg')]);
   writeFileSync(bytes, 'x');
@@ -102,7 +102,7 @@ test('files that vanish during the scan are left out and the list is completed',
   }
 });
 
-test('a folder that vanishes altogether ends with an event', async () => {
+test('a list whose folder vanishes ends with an event', async () => {
   const where = folder();
   writeFileSync(path.join(where, 'a.jpg'), '');
   const result = await run(`
@@ -130,7 +130,7 @@ test('a folder that cannot be read is listed and counted, its neighbours are rea
   assert.match(stdout, /^ {2}closed\/\n {2}open\/\n {4}seen\.jpg /m);
 });
 
-test('a folder that may not be opened is refused with the reason', async (t) => {
+test('a folder that cannot be opened is refused with the reason', async (t) => {
   const where = folder();
   chmodSync(where, 0);
   t.after(() => rmSync(where, { recursive: true }));

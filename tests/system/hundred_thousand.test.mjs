@@ -16,7 +16,7 @@ const ROWS = 6;
 const COLUMNS = 7;
 const PAGE = ROWS * COLUMNS;
 
-/** In memory where the machine offers that. */
+/** In memory where the machine supports that. */
 function folderInMemory() {
   let place = '/dev/shm';
   try {
@@ -109,14 +109,14 @@ for (const [what, { folders, make }] of Object.entries(SHAPES)) {
 
     before(async () => {
       make(where);
-      // Folders first, all by their names; equals as they come in the tree.
+      // Folders first, all by their names; equal names in the order of the tree.
       const byPath = (a, b) => byName(path.basename(a), path.basename(b));
       expected = [...found(where, 'd').sort(byPath), ...found(where, 'f').sort(byPath)];
       seen = await run(SCRIPT, where, JSON.stringify(numbers), `${ROWS}`, `${COLUMNS}`);
     });
     after(() => rmSync(where, { recursive: true }));
 
-    test('the last event tells how many there are', () => {
+    test('the last event has the number of items', () => {
       assert.deepEqual([seen.end.param_event, seen.end.data.item_count, seen.end.data.unreadable,
         seen.end.data.too_deep], [0, total, 0, 0]);
     });
@@ -135,7 +135,7 @@ for (const [what, { folders, make }] of Object.entries(SHAPES)) {
       });
     });
 
-    test('with padding the last page is full and nothing comes after it', () => {
+    test('with padding the last page is full and followed by none', () => {
       assert.equal(seen.padded.count, pageCount * PAGE);
       assert.equal(seen.padded.beyond, -3);
     });

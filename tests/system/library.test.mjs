@@ -1,4 +1,4 @@
-// The made library of real media, through the example.
+// The generated library of real media, through the example.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { lstatSync, readdirSync, statSync } from 'node:fs';
@@ -17,7 +17,7 @@ const MEDIA = {
 };
 let items;
 
-/** Every folder and file below a folder, as the file system has it. */
+/** Every folder and file below a folder, from the file system. */
 function walk(where) {
   return readdirSync(where, { withFileTypes: true }).flatMap((entry) => {
     const file = path.join(where, entry.name);
@@ -43,7 +43,7 @@ test('every folder and media file is listed once, and nothing else', () => {
   assert.deepEqual(items.map((item) => item.path).sort(), expected.sort());
 });
 
-test('the library has a file that is no media, which is not listed', () => {
+test('the library has a file that is not a medium, which is not listed', () => {
   assert.ok(walk(library).some((file) => !path.basename(file).startsWith('.') && !kindOf(file)));
 });
 
@@ -61,7 +61,7 @@ test('sizes and times are those of the file system', () => {
   }
 });
 
-test('the mime types are those that the file tool finds, in kind', () => {
+test('the mime types are of the same kind as those of the file tool', () => {
   for (const item of items.filter(({ type_name: type }) => ['image', 'video'].includes(type))) {
     assert.ok(item.mime_type.startsWith(`${item.type_name}/`), item.path);
   }
@@ -73,17 +73,17 @@ test('urls name the files', () => {
   }
 });
 
-test('media ids are all different', () => {
+test('media ids are unique', () => {
   assert.equal(new Set(items.map((item) => item.media_id)).size, items.length);
 });
 
-test('numbered names stand in natural order', () => {
+test('numbered names are in natural order', () => {
   const names = items.map((item) => item.name).filter((name) => /^IMG \d+\.jpg$/.test(name));
   assert.deepEqual(names, [...names].sort((a, b) => parseInt(a.slice(4), 10) - parseInt(b.slice(4), 10)));
   assert.ok(names.indexOf('IMG 2.jpg') < names.indexOf('IMG 10.jpg'));
 });
 
-test('names of several scripts come through', () => {
+test('names in several scripts are listed unchanged', () => {
   const names = items.map((item) => item.name).join(' ');
   for (const script of [/\p{Script=Cyrillic}/u, /\p{Script=Greek}/u, /\p{Script=Han}/u, /\p{Script=Hangul}/u,
                         /\p{Script=Arabic}/u, /\p{Emoji_Presentation}/u, /é/]) {
@@ -130,7 +130,7 @@ for (const [content, types] of [['IMAGE', ['image']], ['MUSIC', ['music']], ['VI
   });
 }
 
-test('the example prints the list for a person', async () => {
+test('the example prints a readable list', async () => {
   const { status, stdout, stderr } = await quill([example, library]);
   assert.equal(status, 0);
   assert.equal(stderr, '');
@@ -139,7 +139,7 @@ test('the example prints the list for a person', async () => {
   assert.match(stdout, /"media_id": "msc:/);
 });
 
-test('the example explains itself and wrong arguments', async () => {
+test('the example prints its usage and rejects wrong arguments', async () => {
   assert.match((await quill([example, '--help'])).stdout, /^Usage: quill list\.js FOLDER/);
   for (const [args, message] of [[[], 'give one folder'], [['a', 'b'], 'give one folder'],
                                  [[library, '--bogus'], 'unknown option --bogus'],

@@ -1,4 +1,4 @@
-// Lists on real folders as a script sees them: several at once, cancel, disconnect.
+// Lists of real folders as a script sees them: several at once, cancelled, disconnected.
 import assert from 'node:assert/strict';
 import { mkdirSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -17,7 +17,7 @@ before(() => {
   }
 });
 
-test('the answer comes with a handle before the list is there', async () => {
+test('a request returns a handle before the list is ready', async () => {
   const [answer, before] = await run(`
     const answer = open({ param_scan_path: process.argv[2] });
     const before = events.length;
@@ -28,7 +28,7 @@ test('the answer comes with a handle before the list is there', async () => {
   assert.ok(answer.return_data > 0);
 });
 
-test('the last event of a list is that it is ready, with the number of its items', async () => {
+test('the last event of a list is ready, with the number of its items', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     const end = await ended(agent);
@@ -49,7 +49,7 @@ test('several lists are open at once, each with a handle of its own', async () =
   assert.deepEqual(result.counts, [50, 50, 50]);
 });
 
-test('a list is opened anew under its handle', async () => {
+test('a list is reopened under its handle', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: process.argv[2] + '/1' });
     await ended(agent);
@@ -60,7 +60,7 @@ test('a list is opened anew under its handle', async () => {
   assert.deepEqual(result, { same: true, count: 5100 });
 });
 
-test('a cancelled list says so once and keeps what it had', async () => {
+test('a cancelled list reports it once and keeps its items', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: '/' });
     const answer = ask('mrb_cancel_request_list_v2', { param_agent: agent });
@@ -81,7 +81,7 @@ test('a disconnected list is unknown afterwards', async () => {
   assert.deepEqual(result, [0, -2, -2, -2]);
 });
 
-test('errors of the framework reach the script by their code', async () => {
+test('errors of the framework are returned to the script as codes', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     await ended(agent);
@@ -93,7 +93,7 @@ test('errors of the framework reach the script by their code', async () => {
       ask('mrb_get_item_v2', { param_agent: agent, param_index: 5100 }),
       ask('mrb_get_item_v2', { param_agent: 999 }),
     ].map((answer) => answer.return_ecode));`, where);
-  assert.deepEqual(result, [-4, -1, -1, -7, -16, 2, -3, -3, -2]); // -16: nobody began the DLNA service
+  assert.deepEqual(result, [-4, -1, -1, -7, -16, 2, -3, -3, -2]); // -16: the DLNA service was not started
 });
 
 test('a program that ends while its lists are being filled ends at once', async () => {

@@ -1,15 +1,15 @@
-// A DLNA server of another project's, and a network of its own for it and its clients.
+// A DLNA server of another project, and a separate network for it and its clients.
 import { spawn } from 'node:child_process';
 import { writeFileSync } from 'node:fs';
 import path from 'node:path';
 
 import { folder } from './harness.mjs';
 
-/** Starts a command in a network that nothing else is in. */
+/** Starts a command in a network of its own. */
 export const OWN_NETWORK = ['unshare', '--user', '--map-root-user', '--net',
                      'sh', '-c', 'ip link set lo up && exec "$@"', 'sh'];
 
-/** The configuration of a server under this name, with the media of a folder. */
+/** The configuration of a server with this name and the media of a folder. */
 export function configuration(name, media = folder()) {
   const home = folder();
   const file = path.join(home, 'minidlna.conf');
@@ -18,7 +18,7 @@ export function configuration(name, media = folder()) {
   return file;
 }
 
-/** The configuration of a server of another kind, which takes files, in a home of its own. */
+/** The configuration of a server of another implementation, which accepts files, in a home folder of its own. */
 export function rygelConfiguration(name, media = folder()) {
   const file = path.join(folder(), 'rygel.conf');
   writeFileSync(file, ['[general]', 'ipv6=false', 'interface=lo', 'upnp-enabled=true', 'allow-upload=true',

@@ -1,8 +1,8 @@
-// Trees of files for tests, the same for the same seed.
+// Generates trees of files for tests, the same for the same seed.
 import { mkdirSync, utimesSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 
-/** Numbers from 0 up to, not including, a limit: xorshift, so that a seed can be tried again. */
+/** Numbers from 0 up to, not including, a limit: xorshift, so that a seed is repeatable. */
 export function randomFrom(seed) {
   let state = seed >>> 0 || 1;
   return (limit) => {
@@ -15,7 +15,7 @@ export function randomFrom(seed) {
   };
 }
 
-/** Beginnings of names in several scripts, each with the letter of an index that it stands under. */
+/** Beginnings of names in several scripts, each with its letter in an index. */
 const STEMS = [
   ['apple', 'A'], ['Äpfel', 'A'], ['APPLE', 'A'], ['élan', 'E'], ['Élan', 'E'], ['Zoë', 'Z'], ['straße', 'S'],
   ['Strasse', 'S'], ['żółw', 'Z'], ['ñandú', 'N'], ['Ёж', 'Е'], ['ель', 'Е'], ['Жук', 'Ж'], ['Άλφα', 'Α'],
@@ -29,7 +29,7 @@ const MONTHS = [1_000_000_000, 1_400_000_000, 1_400_000_001, 1_700_000_000];
 /** The letter under which an index has one of these names. */
 export const letterOf = (name) => STEMS.find(([stem]) => name.startsWith(stem))[1];
 
-/** Makes a tree of about `count` files, three folders wide and deep, with many equal sizes, times and names. */
+/** Creates a tree of about `count` files, three folders wide and deep, with many equal sizes, times and names. */
 export function makeTree(where, { seed, count }) {
   const random = randomFrom(seed);
   const pick = (from) => from[random(from.length)];

@@ -1,13 +1,13 @@
-// What a folder's list and its views hold, worked out once more with other means:
-// Node's file functions, and its own Unicode collation, which is not the framework's.
+// The expected contents of a folder's list and its views, computed independently: with Node's
+// file functions, and its own Unicode collation, which is not the framework's.
 import { lstatSync, readdirSync, statSync } from 'node:fs';
 import path from 'node:path';
 
-/** Names in natural order. English has the root's collation, and no rules of its own. */
+/** Compares names in natural order. English has the root's collation, and no rules of its own. */
 const natural = new Intl.Collator('en', { numeric: true });
 const letters = new Intl.Collator('en', { sensitivity: 'base' });
 
-/** Equal for the collation ("01" and "1", one letter written in two ways): then by their bytes. */
+/** Compares names that the collation takes as equal ("01" and "1", one letter written in two ways) by their bytes. */
 export const byName = (a, b) => natural.compare(a, b) || Buffer.compare(Buffer.from(a), Buffer.from(b));
 
 export const TYPE = { folder: 1, image: 2, video: 3, music: 5, playlist: 7, group: 9, upfolder: 13, empty: 14 };
@@ -22,7 +22,7 @@ const CONTENT = {
 const extensionOf = (name) => path.extname(name).slice(1).toLowerCase();
 const seconds = (file) => Math.floor(statSync(file).mtimeMs / 1000);
 
-/** Every item below a folder, in the source's order. `folder` is the path of the one it lies in. */
+/** Every item below a folder, in the source's order. `folder` is the path of its folder. */
 export function scan(folder) {
   const all = readdirSync(folder).sort(byName).map((name) => ({ name, folder, path: path.join(folder, name) }));
   const isFolder = (item) => lstatSync(item.path).isDirectory();
@@ -34,7 +34,7 @@ export function scan(folder) {
   return [...files, ...folders];
 }
 
-/** Whether some part of a name is equal to the word, but for case, accents and width. */
+/** Whether some part of a name equals the word, ignoring case, accents and width. */
 function holds(name, word) {
   const units = [...name.normalize('NFD')];
   for (let from = 0; from < units.length; from += 1) {
@@ -52,7 +52,7 @@ const passes = (item, { type = '', extension = '', word = '' }) =>
   (extension === '' || (item.type !== TYPE.folder && extension.split(',').includes(extensionOf(item.name)))) &&
   (word === '' || holds(item.name, word));
 
-// Empty files tell no title of their own.
+// Empty files have no title in metadata.
 const titleOf = ({ name, type }) => (type === TYPE.folder ? name : path.parse(name).name);
 
 /** Items in the order of a sort category such as "DATE DESC". */
@@ -74,10 +74,10 @@ export function sorted(items, category) {
     place.get(a) - place.get(b));
 }
 
-/** The items of a list that is opened with these wishes, {type, extension, word, sort}, in its order. */
+/** The items of a list that is opened with these options, {type, extension, word, sort}, in its order. */
 export const listed = (items, wishes) => sorted(items, wishes.sort ?? '').filter((item) => passes(item, wishes));
 
-/** What is shown of a folder: the sub-folders that lead somewhere, then the files. */
+/** The entries of a folder: the sub-folders with matches, then the files. */
 function shownIn(folder, root, items, wishes) {
   const passing = items.filter((item) => passes(item, wishes));
   const leads = (item) => passing.includes(item) || passing.some(({ path: at }) => at.startsWith(`${item.path}/`));
@@ -89,7 +89,7 @@ function shownIn(folder, root, items, wishes) {
 
 const monthOf = ({ modified }) => new Date(modified * 1000).toISOString().slice(0, 7);
 
-/** The groups of items: [name, items], in order. `letterOf` tells a name's first letter. */
+/** The groups of items: [name, items], in order. `letterOf` returns a name's first letter. */
 function groupsOf(items, grouping, root, all, letterOf) {
   const nameOf = { type: (item) => TYPE_NAMES[item.type], letter: (item) => letterOf(item.name), month: monthOf,
     folder: (item) => path.relative(root, item.folder) }[grouping];
@@ -112,12 +112,12 @@ const MASKS = { type: 16, letter: 32, month: 48, folder: 64 };
 /** The "param_page_style" of a view. */
 export const maskOf = ({ rows, grouping }) => (rows ? 1 : 0) + (MASKS[grouping] ?? 0);
 
-/** The entries of pages that are filled column by column, as their rows are read. */
+/** The entries of pages that are filled column by column, in the order of their rows. */
 function byColumns(entries, columns, pageSize) {
   const cells = [];
   for (let start = 0; start < entries.length; start += pageSize) {
     const page = entries.slice(start, start + pageSize);
-    const longer = page.length % columns || columns; // so many columns reach the last row
+    const longer = page.length % columns || columns; // the number of columns that reach the last row
     const height = Math.ceil(page.length / columns);
     const stacks = Array.from({ length: columns }, (_, column) => page.splice(0, column < longer ? height : height - 1));
     for (let row = 0; row < height; row += 1) {
@@ -128,8 +128,8 @@ function byColumns(entries, columns, pageSize) {
 }
 
 /**
- * A view: {entries, groups}. `view` is {folder: its path, or nothing for a flat one,
- * grouping, group, rows, columns, downColumns, padding}.
+ * A view: {entries, groups}. `view` is {folder: its path, or undefined for a flat one, grouping,
+ * group, rows, columns, downColumns, padding}.
  */
 export function viewOf(root, items, wishes, view, letterOf) {
   const shown = view.folder ? shownIn(view.folder, root, items, wishes) : listed(items, wishes);
@@ -139,7 +139,7 @@ export function viewOf(root, items, wishes, view, letterOf) {
   if (view.grouping) {
     groups = groupsOf(shown.slice(up.length), view.grouping, root, items, letterOf);
     const group = view.group ?? 0;
-    // One group, or the headings, stand alone.
+    // One group, or the headings, are shown alone.
     entries = [...(group === -1 ? up : []), ...groups.flatMap(([name, members], index) => [
       ...(group < 0 ? [{ type: TYPE.group, name, path: '', group_index: index, item_count: members.length }] : []),
       ...(group === -1 || group === index ? members : []),
@@ -155,6 +155,6 @@ export function viewOf(root, items, wishes, view, letterOf) {
   return { entries, groups: groups.length };
 }
 
-/** What two entries have to have in common. */
+/** The values in which two entries have to be equal. */
 export const factsOf = ({ type, name, path: where, group_index: index, item_count: count }) =>
   [type, name, where, ...(type === TYPE.group ? [index, count] : [])].join(' | ');

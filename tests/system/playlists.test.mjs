@@ -1,4 +1,4 @@
-// Playlists as a script sees them: one that it names, and all that are found.
+// Playlists as a script sees them: one in its request, and all that are found.
 import assert from 'node:assert/strict';
 import { randomBytes } from 'node:crypto';
 import { mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
@@ -8,7 +8,7 @@ import { pathToFileURL } from 'node:url';
 
 import { folder, quill, root, run, runIn } from './harness.mjs';
 
-/** Writes files by their names, below a new folder; the folder. */
+/** Writes files by their names into a new folder; returns the folder. */
 function tree(files) {
   const where = folder();
   for (const [name, text] of Object.entries(files)) {
@@ -30,7 +30,7 @@ const playlists = async (request) => {
 };
 `;
 
-test('a script names one playlist by its path or its URL', async () => {
+test('a script opens one playlist by its path or its URL', async () => {
   const where = tree({ 'party.m3u': '#EXTM3U\n#EXTINF:61,Über alles\nb.mp3\ngone.mp3\nhttp://host/radio\n', 'b.mp3': 'x' });
   const file = path.join(where, 'party.m3u');
   const [byPath, byUrl] = await run(`${LIST}
@@ -46,7 +46,7 @@ test('a script names one playlist by its path or its URL', async () => {
   assert.deepEqual(byUrl.items, byPath.items);
 });
 
-test('the name of a playlist has no effect, and what is no playlist is refused', async () => {
+test('the name of a playlist has no effect, and a file that is not a playlist is refused', async () => {
   const where = tree({ 'a.mp3': 'x', 'p.m3u': 'a.mp3\n' });
   const result = await run(`${LIST}
     const where = process.argv[2];
@@ -58,7 +58,7 @@ test('the name of a playlist has no effect, and what is no playlist is refused',
   assert.deepEqual(result, [0, -4, -5, -5, -1, -5]);
 });
 
-test('all playlists of an offered folder and of the music folder are found and walked through', async () => {
+test('all playlists of an offered folder and of the music folder are found and browsed', async () => {
   const stick = tree({ 'sets/one.pls': '[playlist]\nFile1=..\\songs\\a.mp3\nTitle1=A\nLength1=5\n',
     'songs/a.mp3': 'x', 'songs/b.mp3': 'y' });
   const home = tree({ 'Music/two.xspf': `<?xml version="1.0"?><playlist version="1" xmlns="http://xspf.org/ns/0/">
@@ -85,14 +85,14 @@ test('all playlists of an offered folder and of the music folder are found and w
   assert.equal(b.missing, false);
 });
 
-test('a playlist on a device names nothing outside of the device', async () => {
+test('a playlist on a device lists no file outside of the device', async () => {
   const where = tree({ 'secret.mp3': 'x', 'stick/p.m3u': '../secret.mp3\n/etc/passwd.mp3\nfile:///etc/passwd.mp3\n' });
   const { value } = await runIn({ env: { MRB_DEVICES: path.join(where, 'stick') } }, `${LIST}
     finish(await playlists({ param_prepare_data: process.argv[2] }));`, path.join(where, 'stick', 'p.m3u'));
   assert.deepEqual(value.items.map((item) => [item.missing, item.size]), [[true, null], [true, null], [true, null]]);
 });
 
-test('a playlist that holds itself ends', async () => {
+test('a playlist that contains itself ends', async () => {
   const where = tree({ 'p.m3u': 'p.m3u\nq.pls\n', 'q.pls': 'File1=p.m3u\n' });
   const list = await run(`${LIST} finish(await playlists({ param_prepare_data: process.argv[2] }));`,
     path.join(where, 'p.m3u'));
@@ -100,7 +100,7 @@ test('a playlist that holds itself ends', async () => {
   assert.deepEqual(list.items.map(({ name }) => name), ['p.m3u', 'q.pls', 'p.m3u']);
 });
 
-test('a cancel ends the reading of a large playlist', async () => {
+test('a cancellation ends the reading of a large playlist', async () => {
   const where = tree({ 'p.m3u': Array.from({ length: 100_000 }, (_, n) => `folder ${n}/${n}.mp3\n`).join('') });
   const event = await run(`${LIST}
     const { return_data: agent } = open({ param_source_name: 'SOURCE_PLAYLIST', param_prepare_data: process.argv[2] });
@@ -111,7 +111,7 @@ test('a cancel ends the reading of a large playlist', async () => {
 
 // ---- copies ----------------------------------------------------------------
 
-test('selected entries of a playlist are copied byte for byte, and those that cannot be are named', async () => {
+test('selected entries of a playlist are copied byte for byte, and those that cannot be are reported', async () => {
   const noise = (size) => randomBytes(size).toString('latin1');
   const where = tree({ 'deep/er/a.mp3': noise(1_500_000), 'b.flac': noise(40_000), 'other/b.flac': noise(50_000),
     'unwanted.mp3': 'x', 'sets/party.m3u': [['..', 'deep', 'er', 'a.mp3'].join('\\'), '../unwanted.mp3', '../gone.mp3',
@@ -149,7 +149,7 @@ test('selected entries of a playlist are copied byte for byte, and those that ca
   assert.match(stderr, /Not copied: radio\.mp3: it lies on another machine/);
 });
 
-test('a playlist in UTF-16 is read, and bases of XSPF hold', async () => {
+test('a playlist in UTF-16 is read, and xml:base of XSPF is applied', async () => {
   const where = tree({ 'songs/Übung 音.mp3': 'x', 'win.m3u': '',
     'based.xspf': `<playlist version="1" xmlns="http://xspf.org/ns/0/" xml:base="songs/"><trackList>
       <track><location>${encodeURIComponent('Übung 音.mp3')}</location></track></trackList></playlist>` });
@@ -168,7 +168,7 @@ test('a playlist in UTF-16 is read, and bases of XSPF hold', async () => {
 
 const example = path.join(root, 'sdk', 'examples', 'playlists.js');
 
-test('the example prints what is in a playlist', async () => {
+test('the example prints the entries of a playlist', async () => {
   const where = tree({ 'p.m3u': '#EXTINF:61,Title\nb.mp3\ngone.mp3\nhttp://host/radio\n', 'b.mp3': 'x' });
   const { status, stdout, stderr } = await quill([example, path.join(where, 'p.m3u')]);
   assert.deepEqual([status, stderr], [0, '']);
@@ -176,7 +176,7 @@ test('the example prints what is in a playlist', async () => {
     ['3 entries, 1 not there', `Title 1:01 ${path.join(where, 'b.mp3')}`, 'gone.mp3 not there', 'radio http://host/radio', '']);
 });
 
-test('the example prints the playlists that are found, and what was wrong', async () => {
+test('the example prints the playlists that are found, and the failures', async () => {
   const where = tree({ 'sets/p.m3u': '' });
   const found = await quill([example], { env: { MRB_DEVICES: where } });
   assert.deepEqual([found.status, found.stderr], [0, '']);

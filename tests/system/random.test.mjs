@@ -1,5 +1,5 @@
-// Commands in random order while the folder changes: every answer is well formed,
-// nothing breaks, and the script hears that a reload is due.
+// Commands in random order while the folder changes: every result is well-formed, the program
+// does not crash, and the script is notified that a reload is due.
 import assert from 'node:assert/strict';
 import { cpSync, mkdirSync, renameSync, rmSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -14,8 +14,8 @@ const dice = fileURLToPath(new URL('media_tree.mjs', import.meta.url));
 const ENOUGH_CHANGES = 100;
 
 /**
- * Adds, removes, renames and moves things in the library until `isOver` says so. Creates
- * the file `enough` when so many changes were made that the commands may end.
+ * Adds, removes, renames and moves files in the library until `isOver` returns true. Creates the
+ * file `enough` when so many changes were made that the commands may end.
  */
 async function turnOver(library, seed, enough, isOver) {
   const random = randomFrom(seed);
@@ -44,7 +44,7 @@ async function turnOver(library, seed, enough, isOver) {
       made += 1;
       if (made === ENOUGH_CHANGES) writeFileSync(enough, '');
     } catch (error) {
-      // What is not there cannot be changed.
+      // A file that does not exist cannot be changed.
       assert.ok(['ENOENT', 'ENOTEMPTY', 'EINVAL', 'EEXIST', 'ENOTDIR', 'EISDIR'].includes(error.code), error);
     }
     await new Promise(setImmediate);
@@ -65,7 +65,7 @@ let media = 'msc:' + library;
 const agent = () => (random(10) === 0 ? random(2000) - 5 : pick(handles));
 const index = () => (random(4) === 0 ? pick([-1, 2147483647, -2147483648, 0]) : random(300));
 
-// [method, what to send, the "return_type" of a success]
+// [method, its request, the "return_type" of a success]
 const TABLE = [
   ['mrb_request_list_v2', () => ({ param_source_name: 'SOURCE_MSC', param_scan_path: library,
     param_content_type: pick(['', 'ALL', 'IMAGE', 'FOLDER', 'X']),
@@ -158,7 +158,7 @@ function command() {
 
 let commands = 0;
 while (commands < 1000 || !fs.existsSync(enough)) {
-  if (commands < 1000 || random(100) < 20) command(); // the rest is for what happens meanwhile
+  if (commands < 1000 || random(100) < 20) command(); // the rest leaves time for events
   commands += 1;
   if (random(5) === 0) await new Promise((resolve) => setTimeout(resolve, random(3)));
 }
@@ -171,7 +171,7 @@ const told = (handle, ...numbers) => new Promise((resolve) => {
   wake();
 });
 const listOf = async (where) => {
-  for (;;) { // the library comes and goes
+  for (;;) { // the library is removed and restored
     const { return_ecode: code, return_data: handle } = JSON.parse(bridge.mrb_request_list_v2(hear,
       JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where })));
     if (code === 0 && await told(handle, 0, 1) === 0) return handle;

@@ -1,4 +1,4 @@
-// The README's first script does what the README says.
+// The README's first script prints what the README shows.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';
@@ -10,7 +10,7 @@ import { folder, quill, root } from './harness.mjs';
 
 const readme = readFileSync(path.join(root, 'README.md'), 'utf8');
 
-test('the first script prints what is printed below it', async () => {
+test('the first script prints the output that is shown below it', async () => {
   const library = path.join(folder(), 'library');
   execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' });
   const [, code] = readme.match(/```js\n([^]*?)```/);

@@ -10,14 +10,14 @@ import { folder, root, run } from './harness.mjs';
 const large = [];
 after(() => large.forEach((where) => rmSync(where, { recursive: true, force: true })));
 
-/** A folder that goes at the end, because much is copied into it. */
+/** A folder that is removed at the end, because much is copied into it. */
 function largeFolder() {
   large.push(folder());
   return large.at(-1);
 }
 
 const MANY = 60;
-const MANY_BYTES = 10_000_000; // each, all zero: they take no room themselves
+const MANY_BYTES = 10_000_000; // each; sparse, so that they take no space
 
 /** A folder with many films. */
 function many() {
@@ -30,7 +30,7 @@ function many() {
   return where;
 }
 
-/** Every file of many() that is there is whole, and nothing else is; how many there are. */
+/** Checks that every file of many() is complete, and that there are no others; returns their number. */
 function assertWhole(where) {
   const found = readdirSync(where);
   for (const name of found) {
@@ -40,7 +40,7 @@ function assertWhole(where) {
   return found.length;
 }
 
-/** The paths of all files below a folder, hidden ones too, from it on. */
+/** The paths of all files below a folder, including hidden ones, relative to it. */
 const filesBelow = (where) => readdirSync(where, { withFileTypes: true }).flatMap((entry) => (entry.isDirectory()
   ? filesBelow(path.join(where, entry.name)).map((name) => path.join(entry.name, name)) : [entry.name]));
 
@@ -89,7 +89,7 @@ test('pictures are selected with their total size, copied, and arrive byte for b
   }
 });
 
-test('a copy that is stopped half-way leaves whole files only', async () => {
+test('a copy that is stopped half-way leaves only complete files', async () => {
   const [from, to] = [many(), largeFolder()];
   const { stopped, steps, selected } = await run(`${SHARING}
     const selected = select([3]).return_data;
@@ -115,7 +115,7 @@ test('a copy that is stopped half-way leaves whole files only', async () => {
   assert.equal(end.param_share_success_file_size, end.param_share_done_file_count * MANY_BYTES);
 });
 
-test('a source that is renamed meanwhile is copied all the same', async () => {
+test('a source that is renamed during the copy is copied all the same', async () => {
   const [from, to] = [many(), largeFolder()];
   large.push(`${from}2`);
   const { end, isRenamed } = await run(`${SHARING}

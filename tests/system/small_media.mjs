@@ -1,4 +1,4 @@
-// Files with tags and hardly anything else, made in no time for tests that need thousands.
+// Minimal files with tags, generated quickly for tests that need thousands.
 
 function bigEndian(number, bytes) {
   const buffer = Buffer.alloc(bytes);
@@ -26,12 +26,12 @@ export function songBytes(tags) {
     bigEndian(comments.length, 3), comments]);
 }
 
-/** A JPEG file without a picture: EXIF with the date, as in "2024:07:14 09:30:00", and a frame of 16 by 9. */
+/** A JPEG file without image data: EXIF with the date, as in "2024:07:14 09:30:00", and a frame of 16 by 9. */
 export function pictureBytes(taken) {
   const entry = (tag, type, count, value) => Buffer.concat([bigEndian(tag, 2), bigEndian(type, 2), bigEndian(count, 4), bigEndian(value, 4)]);
   const directory = (only) => Buffer.concat([bigEndian(1, 2), only, bigEndian(0, 4)]);
   const [LONG, ASCII] = [4, 2];
-  const [SUB, DATA] = [26, 44]; // behind the header of 8 bytes directories of 18 each
+  const [SUB, DATA] = [26, 44]; // after the header of 8 bytes, directories of 18 each
   const tiff = Buffer.concat([Buffer.from('MM\0*'), bigEndian(8, 4), directory(entry(0x8769, LONG, 1, SUB)),
     directory(entry(0x9003, ASCII, taken.length + 1, DATA)), Buffer.from(`${taken}\0`)]);
   const exif = Buffer.concat([Buffer.from('Exif\0\0'), tiff]);

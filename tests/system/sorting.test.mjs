@@ -1,5 +1,5 @@
-// The order of names: fixed tables in several scripts, and thousands of made names
-// against the collation of Node's own ICU.
+// The order of names: fixed tables in several scripts, and thousands of generated names against
+// the collation of Node's own ICU.
 import assert from 'node:assert/strict';
 import { mkdirSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -9,7 +9,7 @@ import { folder, run } from './harness.mjs';
 import { randomFrom } from './media_tree.mjs';
 import { byName } from './model.mjs';
 
-/** The stems of the files of a folder, as lists with these sort categories have them. */
+/** The stems of a folder's files, in the order of lists with these sort categories. */
 async function orders(stems, categories) {
   const where = folder();
   for (const stem of stems) {
@@ -27,7 +27,7 @@ async function orders(stems, categories) {
     finish(orders);`, where, JSON.stringify(categories));
 }
 
-/** The same names in an order that has nothing to do with any other. */
+/** The same names in a pseudo-random order. */
 function shuffled(names, seed) {
   const random = randomFrom(seed);
   const rest = [...names];
@@ -40,7 +40,7 @@ const TABLES = {
   'equal numbers with more zeros come first': ['001', '01', '1', '002', '2'],
   'case decides last, small letters first': ['a', 'A', 'ab', 'aB', 'Ab', 'AB', 'b', 'B'],
   'signs come before numbers, numbers before letters': ['_', '-', ',', ';', '!', '(', '[', '{', '@', '#', '%', '+', '=', '$', '0', '9', 'a'],
-  'Latin letters with accents stand beside those without': [
+  'Latin letters with accents are next to those without': [
     'cafe', 'Cafe', 'café', 'Café', 'cafés', 'cote', 'coté', 'côte', 'côté', 'e', 'é', 'è', 'ê', 'ë', 'f', 'n', 'ñ', 'naif', 'naïf', 'o'],
   'German': ['Apfel', 'Äpfel', 'Arm', 'Ärmel', 'Mueller', 'Muller', 'Müller', 'ofen', 'Öfen', 'Strasse', 'Straße', 'über', 'ufer'],
   'Polish, Czech and Turkish letters': ['cas', 'čas', 'cis', 'i', 'ị', 'ı', 'lak', 'łąk', 'zab', 'ząb', 'žab', 'żab'],
@@ -68,13 +68,13 @@ test('one letter written in two ways is one letter', async () => {
   assert.deepEqual((await orders(shuffled(names, 9), ['NAME']))[0], names);
 });
 
-/** Letters of which names are made. */
+/** The letters of generated names. */
 const LETTERS = [...'aAbBeEzZ0123459 _-.()&', ...'àáâäæçèéêëîïñòóôöøœùúüÿßąćęłńśźżčďěňřšťůžğışőű', ...'абвгдеёжзийклмАБВ',
   ...'αβγδεζηθάέήίΑΒΓ', ...'אבגדהו', ...'ابتثجحخأإ', ...'あいうえおかがきぎアイウカガ', ...'가각간나다라', ...'一二三人山川日本',
   ...'กขคงจ', ...'अआइकखग', '🎞', '🎵', 'e\u0301', 'o\u0308', 'ｱ', 'Ａ', '１', '²', 'ﬁ'];
 
 for (const seed of [1, 2, 3]) {
-  test(`names made with seed ${seed} stand in the order of Node's own collation`, async () => {
+  test(`names generated with seed ${seed} are in the order of the collation of Node`, async () => {
     const random = randomFrom(seed);
     const names = new Set();
     while (names.size < 2000) {
@@ -91,7 +91,7 @@ for (const seed of [1, 2, 3]) {
 
 for (const locale of ['sv_SE.UTF-8', 'tr_TR.UTF-8', 'ja_JP.UTF-8', 'cs_CZ.UTF-8', 'C']) {
   test(`a machine set to ${locale} has the same order and finds the same`, async () => {
-    // Each has a place of its own in one of these languages.
+    // Each is sorted differently in one of these languages.
     const table = ['ang', 'ång', 'ch', 'cx', 'hz', 'i', 'I', 'İ', 'ı', 'zebra', 'ö', 'あ', '一'].sort(byName);
     const before = process.env.LC_ALL;
     process.env.LC_ALL = locale;

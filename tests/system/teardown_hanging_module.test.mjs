@@ -1,5 +1,5 @@
-// A program that is asked to end does so, whatever its framework is at: here one of the
-// libraries that it loads never comes to its end.
+// A program ends when it is requested to, whatever the framework is waiting for: here, the
+// loading of a library never returns.
 import assert from 'node:assert/strict';
 import { mkdirSync, readdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -9,12 +9,12 @@ import { build, script, start } from '../host/harness.mjs';
 import { inParallel } from '../runner/process.mjs';
 import { folder } from './harness.mjs';
 
-// Two seconds are the bound; a machine that is busy with other things needs more for its own part.
+// The bound is two seconds; a busy machine needs more for the program itself.
 const LIMIT_MS = 15_000;
-// Programs that mostly wait for that bound.
+// The number of programs at once, which mostly wait for that bound.
 const AT_ONCE = 4;
 
-/** The libraries of the build in a folder, the named modules replaced by one that hangs. */
+/** A folder with the libraries of the build, the named modules replaced by one that hangs. */
 function librariesWith(modules) {
   const where = folder();
   const libraries = path.join(build, 'lib');
@@ -33,7 +33,7 @@ const thumbnailOf = (name) => `bridge.thumbnail_request_async(() => {}, JSON.str
   param_origin_path: ${JSON.stringify(path.join(media, name))}, param_thumb_width: 64, param_thumb_height: 64 }));`;
 const listOf = (request) => `bridge.mrb_request_list_v2(() => {}, ${JSON.stringify(JSON.stringify(request))});`;
 
-/** What has each module loaded. */
+/** What makes the framework load each module. */
 const USES = {
   readers: listOf({ param_source_name: 'SOURCE_MSC', param_scan_path: media }),
   decoders: thumbnailOf('a.jpg'),
@@ -42,7 +42,7 @@ const USES = {
   cameras: listOf({ param_source_name: 'SOURCE_PTP' }),
 };
 
-/** The ways to end: what the script does when it is asked to, or a signal; and the status and signal after it. */
+/** The ways to end: the statement that the script runs on request, or a signal; and the resulting status and signal. */
 const ENDS = [
   { name: 'process.exit', asked: 'process.exit(7);', status: 7 },
   { name: 'the end of the script', asked: 'quill.unref(bridge);', status: 0 },
@@ -52,11 +52,11 @@ const ENDS = [
   { name: 'SIGTERM that the script handles', before: "process.on('SIGTERM', () => process.exit(7));", kill: 'SIGTERM', status: 7 },
   { name: 'SIGINT that the script handles', before: "process.on('SIGINT', () => process.exit(7));", kill: 'SIGINT', status: 7 },
 ];
-// A bridge with an open list is not released, see the agent's teardown.
+// A bridge with an open list cannot be released at once, see the agent's teardown.
 const RELEASE = { name: 'a release', asked: "quill.release(bridge); console.log('released'); process.exit(7);", status: 7,
                   stdout: 'released\n' };
 
-/** Starts a program that uses the modules, and ends it so once all hang. */
+/** Starts a program that uses the modules, and ends it when all hang. */
 async function end(modules, { name, before = '', asked = '', kill, status = null, signal = null, stdout = '' }) {
   const program = start([script('app.js', `
     const bridge = new MRBBridge();
@@ -86,6 +86,6 @@ for (const module of Object.keys(USES)) {
   });
 }
 
-test('a program ends while all that it uses waits for what hangs', async () => {
+test('a program ends while everything that it uses waits for hanging modules', async () => {
   await inParallel(ENDS, AT_ONCE, (each) => end(['decoders', 'dlna', 'cameras'], each));
 });

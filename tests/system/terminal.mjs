@@ -6,7 +6,7 @@ import path from 'node:path';
 import { LIMIT_MS } from '../limits.mjs';
 import { folder } from './harness.mjs';
 
-/** A terminal of a server of its own, in which quill runs. */
+/** A terminal with its own tmux server, in which quill runs. */
 export class Terminal {
   constructor(args, { columns = 80, rows = 24, env = [] } = {}) {
     this.socket = path.join(folder(), 'tmux');
@@ -24,7 +24,7 @@ export class Terminal {
 
   screen() { return this.tmux('capture-pane', '-p', '-t', 'quill'); }
 
-  /** Waits until the screen shows what it should; returns its lines. */
+  /** Waits until the screen matches; returns its lines. */
   async shows(pattern) {
     for (const end = Date.now() + LIMIT_MS; ;) {
       const screen = this.screen();
@@ -43,7 +43,7 @@ export class Terminal {
 
 /**
  * Runs quill in a terminal and takes steps there: {type: a line to enter, if any; shows: the
- * pattern to wait for}. Returns what its screen shows at the end.
+ * pattern to wait for}. Returns the screen at the end.
  */
 export async function dialogue(args, shape, steps) {
   const terminal = new Terminal(args, shape);

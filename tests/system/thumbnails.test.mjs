@@ -1,4 +1,4 @@
-// Thumbnails that scripts ask for: real media, real files, real cancels.
+// Thumbnails that scripts request: real media, real files, real cancellations.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readdirSync, readFileSync, statSync, truncateSync } from 'node:fs';
@@ -11,13 +11,13 @@ import { folder, quill, root } from './harness.mjs';
 const media = folder();
 const of = (name) => path.join(media, name);
 
-// The sanitizer's runtime must not go into programs of others.
+// The sanitizer's runtime must not be loaded into other programs.
 const tool = (program, ...args) => execFileSync(program, args, {
   env: { ...process.env, LD_PRELOAD: '' }, maxBuffer: 1 << 28, stdio: ['ignore', 'pipe', 'pipe'] });
 const ffmpeg = (...args) => tool('ffmpeg', '-nostdin', '-v', 'error', '-y', ...args);
 
 before(() => {
-  // Four quarters of one colour each, which scaling leaves alone away from their borders.
+  // Four quarters of one colour each, which scaling changes only near their borders.
   tool('convert', '(', 'xc:red', 'xc:lime', '+append', ')', '(', 'xc:blue', 'xc:white', '+append', ')', '-append',
     '-filter', 'point', '-resize', '800x600!', '-quality', '95', of('picture.jpg'));
   ffmpeg('-i', of('picture.jpg'), '-vf', 'scale=300:300', of('cover.jpg'));
@@ -45,7 +45,7 @@ const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(brid
 (async () => {
 `;
 
-/** Runs a script's body with the prelude; what it gave to finish(). */
+/** Runs a script's body with the prelude; returns the argument of its finish(). */
 async function run(body, ...args) {
   const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
     { env: { ...process.env, MRB_ROOT: folder() } });
@@ -53,7 +53,7 @@ async function run(body, ...args) {
   return JSON.parse(stdout);
 }
 
-/** The results of requests, asked by a script in this order, sorted by their user data. */
+/** The results of requests that a script makes in this order, sorted by their user data. */
 const thumbnails = async (...wishes) => (await run(`
   const wishes = JSON.parse(process.argv[2]);
   wishes.forEach((wish, index) => request({ ...wish, param_thumb_user_data: index }));
@@ -63,12 +63,12 @@ const thumbnails = async (...wishes) => (await run(`
 const colour = (file, x, y) =>
   [...tool('convert', file, '-crop', `1x1+${x}+${y}`, '-depth', '8', 'rgb:-')];
 
-/** Every channel is as it should be, but for what encoding and scaling take. */
+/** Asserts that every channel is as expected, within the error of encoding and scaling. */
 function assertColour(actual, expected) {
   assert.ok(actual.every((value, channel) => Math.abs(value - expected[channel]) < 12), `${actual} is not ${expected}`);
 }
 
-/** The quarters of the picture, from the upper left. */
+/** Checks the quarters of the picture, from the upper left. */
 const QUARTERS = [[0.25, 0.25, [255, 0, 0]], [0.75, 0.25, [0, 255, 0]], [0.25, 0.75, [0, 0, 255]],
                   [0.75, 0.75, [255, 255, 255]]];
 function assertQuarters(file, width, height) {
@@ -78,7 +78,7 @@ function assertQuarters(file, width, height) {
   }
 }
 
-test('a picture becomes a bitmap in the wanted box, which ImageMagick opens the right way up', async () => {
+test('a picture becomes a bitmap within the requested box, which ImageMagick opens upright', async () => {
   const file = path.join(folder(), 'picture.bmp');
   const [result] = await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [file],
     param_thumb_width: 160, param_thumb_height: 160 });
@@ -88,14 +88,14 @@ test('a picture becomes a bitmap in the wanted box, which ImageMagick opens the 
   assertQuarters(file, 160, 120);
 });
 
-test('a bitmap is as long as it says', async () => {
+test('a bitmap has the length in its header', async () => {
   const file = path.join(folder(), 'picture.bmp');
   await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [file] });
   const bytes = readFileSync(file);
   assert.equal(bytes.length, bytes.readUInt32LE(2));
 });
 
-test('where the cache may serve, the facts about the original stand behind the pixels', async () => {
+test('with the cache allowed, the metadata of the original follow the pixels', async () => {
   const file = path.join(folder(), 'picture.bmp');
   await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [file], param_used_cache: 1 });
   const bytes = readFileSync(file);
@@ -113,7 +113,7 @@ test('a song shows its cover', async () => {
   assertQuarters(file, 100, 100);
 });
 
-test('a video gives as many frames as are wanted, each in its file with its time', async () => {
+test('a video has as many frames as requested, each in its file with its time', async () => {
   const where = folder();
   const files = [1, 2, 3, 4, 5].map((number) => path.join(where, `${number}.bmp`));
   const [result] = await thumbnails({ param_origin_path: of('clip.mp4'), param_save_path: files,
@@ -132,7 +132,7 @@ test('a video gives as many frames as are wanted, each in its file with its time
   });
 });
 
-/** How alike two pictures are, in decibels. ImageMagick's compare ends with 1 when they differ. */
+/** The similarity of two pictures in decibels. ImageMagick's compare exits with 1 when they differ. */
 function likeness(one, other) {
   try {
     return decibels(tool('compare', '-metric', 'PSNR', one, other, 'null:'));
@@ -143,7 +143,7 @@ function likeness(one, other) {
 }
 const decibels = (output) => (/inf/.test(output) ? Infinity : Number.parseFloat(String(output)));
 
-test('what has no thumbnail is told as 101, and writes nothing', async () => {
+test('a file without a thumbnail is reported as 101, and nothing is written', async () => {
   const where = folder();
   const wishes = ['none.jpg', 'bare.mp3', '.'].map((name, index) =>
     ({ param_origin_path: of(name), param_save_path: [path.join(where, `${index}.bmp`)] }));
@@ -153,13 +153,13 @@ test('what has no thumbnail is told as 101, and writes nothing', async () => {
   assert.deepEqual(readdirSync(where), []);
 });
 
-test('a folder that is not there is told as 101', async () => {
+test('a folder that does not exist is reported as 101', async () => {
   const [result] = await thumbnails({ param_origin_path: of('picture.jpg'), param_save_path: [of('none/a.bmp')] });
   assert.equal(result.thumb_error_code, 101);
   assert.equal(existsSync(of('none')), false);
 });
 
-test('the flash cache keeps thumbnails and answers with them', async () => {
+test('the flash cache stores thumbnails and serves requests with them', async () => {
   const wish = { param_origin_path: of('picture.jpg'), param_save_path: ['name in the cache'],
                  param_thumb_width: 64, param_thumb_height: 64 };
   const file = path.join(folder(), 'picture.bmp');
@@ -175,18 +175,18 @@ test('the flash cache keeps thumbnails and answers with them', async () => {
   assert.deepEqual(results.slice(0, 2).map(({ thumb_error_code: code, save_path: paths, image_width: width, image_height: height }) =>
     [code, paths, width, height]), [[100, wish.param_save_path, 64, 48], [100, [file], 64, 48]]);
   assert.equal(results[2], true);
-  truncateSync(file, readFileSync(file).readUInt32LE(2)); // what stands behind the pixels
+  truncateSync(file, readFileSync(file).readUInt32LE(2)); // removes what follows the pixels
   assertQuarters(file, 64, 48);
 });
 
-// ---- cancels --------------------------------------------------------------------------
+// ---- cancellations --------------------------------------------------------------------
 
-test('requests that were taken back are not answered, and the others are', async () => {
+test('cancelled requests get no result, and the others do', async () => {
   const { kept, taken } = await run(`
     const [video, origin, where] = process.argv.slice(2);
     const wish = (number, path) => ({ param_origin_path: path, param_save_path: [where + '/' + number + '.bmp'],
                                       param_thumb_width: 100 + number, param_thumb_user_data: number });
-    for (let number = 0; number < 20; ++number) request(wish(number, video)); // to be busy with
+    for (let number = 0; number < 20; ++number) request(wish(number, video)); // keeps the decoders busy
     for (let number = 20; number < 70; ++number) {
       request(wish(number, origin));
       ask('thumbnail_request_cancel', JSON.stringify(wish(number, origin)));
@@ -201,10 +201,10 @@ test('requests that were taken back are not answered, and the others are', async
     finish({ kept: numbers(results.filter(isKept)), taken: results.filter((result) => !isKept(result)).length });`,
     of('clip.mp4'), of('picture.jpg'), folder());
   assert.deepEqual(kept, Array.from({ length: 20 }, (_, index) => index));
-  assert.ok(taken < 25, `${taken} of 50 requests were answered although they were taken back at once`);
+  assert.ok(taken < 25, `${taken} of 50 requests got a result although they were cancelled at once`);
 });
 
-test('after all were taken back nothing comes that was not on its way, and new requests are answered', async () => {
+test('after all were cancelled no result arrives that was not queued before, and new requests get theirs', async () => {
   const { before: early, after } = await run(`
     const [origin, where] = process.argv.slice(2);
     const wish = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
@@ -220,17 +220,17 @@ test('after all were taken back nothing comes that was not on its way, and new r
     request(wish(1001));
     await answered(before + 1);
     finish({ before, after: results.at(-1).user_data });`, of('picture.jpg'), folder());
-  assert.ok(early < 400, `${early} results of 500 requests that were taken back`);
+  assert.ok(early < 400, `${early} results of 500 requests that were cancelled`);
   assert.equal(after, 1001);
 });
 
-test('when an object is released, the requests of the others are answered all the same', async () => {
+test('when an object is released, the requests of the others get their results all the same', async () => {
   const { codes, again } = await run(`
     const [origin, where] = process.argv.slice(2);
     const wish = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
                                 param_thumb_width: 100 + number, param_thumb_user_data: number });
     const other = new MRBBridge();
-    other.thumbnail_request_async(() => { throw new Error('a released object heard something'); },
+    other.thumbnail_request_async(() => { throw new Error('a released object got an event'); },
       JSON.stringify(wish(500)));
     for (let number = 0; number < 100; ++number) request(wish(number));
     quill.release(other);
@@ -239,11 +239,11 @@ test('when an object is released, the requests of the others are answered all th
     finish({ codes, again: (await answered(101)).at(-1).thumb_error_code });`, of('picture.jpg'), folder());
   assert.equal(codes.length, 100);
   assert.ok(codes.every((code) => code === 100 || code === 101), codes);
-  assert.ok(codes.includes(101), 'all were answered before the other object was released');
+  assert.ok(codes.includes(101), 'all results came before the other object was released');
   assert.equal(again, 100);
 });
 
-test('1,000 requests with random cancels: each that was not taken back answers once', async () => {
+test('1,000 requests with random cancellations: each that was not cancelled gets one result', async () => {
   const where = folder();
   mkdirSync(path.join(where, 'bitmaps'));
   const names = ['picture.jpg', 'song.mp3', 'clip.mp4', 'none.jpg', 'bare.mp3'].map(of);
@@ -261,7 +261,7 @@ test('1,000 requests with random cancels: each that was not taken back answers o
       answers[JSON.parse(text).user_data] += 1;
       done();
     };
-    // A width of its own makes each request one that no cancel of another one meets.
+    // A unique width, so that the cancellation of another request never matches.
     const wish = (number) => JSON.stringify({
       param_origin_path: names[number % names.length], param_save_path: [where + '/' + number + '.bmp'],
       param_thumb_width: 16 + number, param_thumb_height: 48, param_thumb_user_data: number });
@@ -273,7 +273,7 @@ test('1,000 requests with random cancels: each that was not taken back answers o
         ask('thumbnail_request_cancel', wish(other));
         cancelled.add(other);
       }
-      if (random(20) === 0) await new Promise(setImmediate); // some are answered meanwhile
+      if (random(20) === 0) await new Promise(setImmediate); // some get their results in between
     }
     ask('thumbnail_request_async', hear, wish(1000));
     await new Promise((resolve) => {
@@ -285,9 +285,9 @@ test('1,000 requests with random cancels: each that was not taken back answers o
     path.join(where, 'bitmaps'), ...names);
   const kept = answers.filter((count, number) => !cancelled.includes(number));
   assert.ok(cancelled.length > 200 && kept.length > 500, `${cancelled.length} cancelled, ${kept.length} kept`);
-  assert.ok(kept.every((count) => count === 1), 'a request that was kept answered not exactly once');
-  assert.ok(answers.every((count) => count <= 1), 'a request answered twice');
-  assert.ok(late < cancelled.length, 'no cancel had an effect');
+  assert.ok(kept.every((count) => count === 1), 'a request that was kept did not get exactly one result');
+  assert.ok(answers.every((count) => count <= 1), 'a request got two results');
+  assert.ok(late < cancelled.length, 'no cancellation had an effect');
 });
 
 // ---- the promise layer -----------------------------------------------------------------
@@ -313,7 +313,7 @@ test('the promise layer refuses a file without a name at once', async () => {
     }`), 2);
 });
 
-test('of two like requests in the promise layer the one that was cancelled is rejected, the other answered', async () => {
+test('of two equal requests in the promise layer the cancelled one is rejected, the other fulfilled', async () => {
   const where = folder();
   const codes = await run(`
     const [picture, where] = process.argv.slice(2);
@@ -321,13 +321,13 @@ test('of two like requests in the promise layer the one that was cancelled is re
     for (let number = 0; number < 20; ++number) thumbnails.request(picture, [where + '/' + number], { width: 20 + number });
     const [first, second] = ['a', 'b'].map((name) => thumbnails.request(picture, [where + '/' + name], { width: 10 }));
     second.cancel();
-    second.cancel(); // changes nothing more
+    second.cancel(); // has no further effect
     finish([(await first.done).thumb_error_code, (await second.done.catch((error) => error)).code]);`,
     of('picture.jpg'), where);
   assert.deepEqual(codes, [100, 0]);
 });
 
-test('the promise layer takes all back', async () => {
+test('the promise layer cancels all requests', async () => {
   const codes = await run(`
     const [picture, where] = process.argv.slice(2);
     const thumbnails = new Thumbnailer(bridge);

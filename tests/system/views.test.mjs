@@ -18,7 +18,7 @@ const inside = items.map((item) => item.path).find((at) => {
   return here.length > 3 && here.some((item) => item.type === TYPE.folder);
 });
 
-/** The views to try: [what, the wishes of the list, the view]. */
+/** The views to test: [description, the options of the list, the view]. */
 const cases = [];
 
 for (const key of ['', 'FOLDER', 'NAME', 'TITLE', 'DATE', 'SIZE', 'TYPE']) {
@@ -62,13 +62,13 @@ for (const where of [undefined, root, inside]) {
 }
 
 const expected = cases.map(([, wishes, view]) => viewOf(root, items, wishes, view, letterOf));
-let seen; // by the script, for each case
+let seen; // read by the script, for each case
 
 before(async () => {
   const file = path.join(folder(), 'cases.json');
   writeFileSync(file, JSON.stringify(cases.map(([, wishes, view]) => ({
     wishes,
-    // The way down to a folder, by names.
+    // The names of the folders on the path to a folder.
     way: view.folder && path.relative(root, view.folder).split('/').filter(Boolean),
     style: { param_page_style: maskOf(view), param_page_order: view.downColumns ? 1 : 0,
       param_group_index: view.group ?? 0, param_row: view.rows ?? 0, param_column: view.columns ?? 0,
@@ -133,7 +133,7 @@ const countsOf = (entries) => ({ item_count_all: entries.length,
   ...Object.fromEntries(Object.entries(KEYS).map(([key, type]) =>
     [`item_count_${key}`, entries.filter((entry) => entry.type === type).length])) });
 
-test('the tree is worth looking at', () => {
+test('the tree has enough variety', () => {
   assert.ok(items.length > 100 && expected.some(({ entries }) => entries.length === 0));
   for (const type of [1, 2, 3, 5, 7]) {
     assert.ok(items.some((item) => item.type === type));
