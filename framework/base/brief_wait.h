@@ -8,15 +8,15 @@
 
 namespace mrb {
 
-// No call of a client waits for longer than this for what another thread reads or writes.
+// A client's call waits at most this long for what another thread reads or writes.
 inline constexpr std::chrono::milliseconds CLIENT_PATIENCE{90};
 
-// Waits until `isDone` is true of a piece of work that another thread has been asked for, and
-// notifies `change` of. `busySince` says since when that thread has been at its present piece
-// of work, which may be an earlier one: so long as it has not begun, a busy machine is given a
-// second; once it has been at it for `patience`, nothing is waited for, so that of many calls
-// while a device hangs only the first one waits. The answer is that of `isDone`. With the lock
-// that guards all of them.
+// Waits until `isDone` returns true for a request that another thread processes; that thread
+// notifies `change`. `busySince` is when the thread began its current request, which may be an
+// earlier one. While it has no value, the timeout is a second, since a busy machine may be slow
+// to schedule the thread; a thread that has been busy for `patience` is not waited for, so that
+// of many calls while a device hangs only the first one waits. Returns the last result of
+// `isDone`. The caller holds the lock that guards all of them.
 template <typename IsDone>
 bool waitBriefly(std::unique_lock<std::mutex> &guard, std::condition_variable &change,
                  const std::optional<std::chrono::steady_clock::time_point> &busySince,

@@ -12,12 +12,12 @@
 
 namespace mrb {
 
-// Memory of one piece of the two containers below: a few pages are touched of it
-// for a short list, and few pieces are freed for a long one.
+// The size of one chunk of the two containers below: a short list touches only a few
+// pages of it, and a long one frees few chunks.
 inline constexpr std::size_t CHUNK_BYTES = 256UL << 10;
 
-// Many small values, one after the other. What is there never moves, so adding one
-// takes as long with the first as with the millionth.
+// A sequence of many small values. Elements never move, so appending the millionth takes
+// as long as the first.
 template <typename Value>
 class ChunkedArray {
     static_assert(std::is_trivially_destructible_v<Value>, "clearing frees whole chunks");
@@ -44,7 +44,7 @@ class ChunkedArray {
         chunks_.back().push_back(value);
     }
 
-    // Keeps the first chunk for what comes next.
+    // Keeps the first chunk for reuse.
     void clear() {
         if (!chunks_.empty()) {
             chunks_.erase(chunks_.begin() + 1, chunks_.end());
@@ -57,18 +57,18 @@ class ChunkedArray {
     std::vector<PagedVector<Value>> chunks_;
 };
 
-// Many short texts, one after the other, known by where they begin. Views of them
-// live until `clear`.
+// A sequence of many short strings, each identified by its offset. Views of them are
+// valid until `clear`.
 class ChunkedText {
   public:
-    static constexpr std::size_t LONGEST = CHUNK_BYTES; // bytes of one text
+    static constexpr std::size_t LONGEST = CHUNK_BYTES; // bytes of one string
 
-    // Where the next text that is added would end, gaps at the ends of chunks included.
+    // The end offset that the next string would have, gaps at the ends of chunks included.
     [[nodiscard]] std::size_t endWith(std::size_t length) const {
         return (fits(length) ? size() : chunks_.size() * CHUNK_BYTES) + length;
     }
 
-    // Where the text begins; `tail` follows it. Both are at most LONGEST bytes long.
+    // Returns the offset of the string; `tail` follows it. Together they are at most LONGEST bytes long.
     std::uint32_t add(std::string_view text, std::string_view tail = {}) {
         if (!fits(text.size() + tail.size())) {
             PagedVector<char> chunk;
@@ -88,7 +88,7 @@ class ChunkedText {
                    : std::string_view(chunks_[start / CHUNK_BYTES].data() + start % CHUNK_BYTES, length);
     }
 
-    // Keeps the first chunk for what comes next.
+    // Keeps the first chunk for reuse.
     void clear() {
         if (!chunks_.empty()) {
             chunks_.erase(chunks_.begin() + 1, chunks_.end());

@@ -6,7 +6,7 @@
 
 namespace mrb {
 
-// An open file; owned by whoever holds the object, closed with it. Moves, never copies.
+// Owns an open file descriptor and closes it. Movable, not copyable.
 class Descriptor {
   public:
     Descriptor() = default;

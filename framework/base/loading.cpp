@@ -7,7 +7,7 @@
 namespace mrb {
 namespace {
 
-// Of the library that loaded this one, once that has shared it.
+// The lock of the library that loaded this one, once it was shared.
 constinit std::atomic<LoadingLock *> shared_lock{nullptr};
 
 } // namespace

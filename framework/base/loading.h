@@ -7,15 +7,14 @@
 
 namespace mrb {
 
-// Held by the one thread that loads libraries, or starts one that loads others by itself. Any
-// thread may call it; the thread that holds it may take it again.
+// Held by the thread that loads libraries, or that starts one which loads others by itself.
+// Recursive. Any thread may call it.
 //
 // The dynamic loader runs initialisers of libraries with its own lock held, and some of these
 // wait for another library's lock (libsoup's for GModule's); other threads hold that one while
-// they wait for the loader (vips_init). Whichever began first, neither would go on. So each
-// such call stands in a LoadingTurn, and no lock that others need is waited for in one. Nothing
-// is asked of a device or of the network in one either: a call of the application may wait
-// for its turn.
+// they wait for the loader (vips_init): a deadlock. So each such call is made in a LoadingTurn,
+// and a turn waits for no lock that other threads need. Nor does a turn send requests to a
+// device or to the network: a call of the application may wait for its turn.
 class LoadingLock {
   public:
     void lock();
@@ -24,7 +23,7 @@ class LoadingLock {
     // Waits until no thread loads; false: at the deadline a thread still does.
     bool isFreeBy(std::chrono::steady_clock::time_point deadline);
 
-    // The process's. Every module uses that of the library that loaded it.
+    // The lock of the process. Every module uses the lock of the library that loaded it.
     static LoadingLock &instance();
     static void share(LoadingLock &shared);
 
@@ -32,10 +31,10 @@ class LoadingLock {
     std::mutex lock_; // guards what follows
     std::condition_variable released_;
     std::thread::id owner_;
-    unsigned depth_ = 0; // turns that the owner has; 0: there is no owner
+    unsigned depth_ = 0; // turns that the owner holds; 0: no owner
 };
 
-// The lock is this thread's as long as it lives.
+// Holds the lock for its lifetime.
 class LoadingTurn {
   public:
     LoadingTurn() { LoadingLock::instance().lock(); }
@@ -44,7 +43,7 @@ class LoadingTurn {
     LoadingTurn &operator=(const LoadingTurn &) = delete;
 };
 
-// What every module exports, called when it was loaded.
+// Exported by every module; called after the module was loaded.
 using ShareLoading = void(LoadingLock &shared);
 extern "C" [[gnu::visibility("default")]] ShareLoading mrb_share_loading;
 inline constexpr const char *SHARE_LOADING_SYMBOL = "mrb_share_loading";

@@ -19,8 +19,8 @@ constexpr int OWN_LIBRARIES_FIRST = RTLD_DEEPBIND;
 
 const char OWN_ADDRESS = 0;
 
-// It is opened by its path, since under a sanitizer that runtime is who opens it, and
-// looks elsewhere.
+// By its path: under a sanitizer its runtime is the caller of dlopen, and the loader searches
+// the runtime's folders.
 std::string besideThisLibrary(const char *file) {
     Dl_info own{};
     if (dladdr(&OWN_ADDRESS, &own) == 0 || own.dli_fname == nullptr) {
@@ -37,8 +37,8 @@ MissingModule failure(const char *what) {
 
 } // namespace
 
-// Lazily: most of what a library refers to is never called, and finding it takes half of
-// the time to load the decoders.
+// Lazily: most functions that a library refers to are never called, and resolving them takes
+// half of the time to load the decoders.
 Module::Module(const char *file) {
     const LoadingTurn turn;
     library_ = dlopen(besideThisLibrary(file).c_str(), RTLD_LAZY | RTLD_LOCAL | OWN_LIBRARIES_FIRST);

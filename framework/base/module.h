@@ -4,18 +4,18 @@
 
 namespace mrb {
 
-// A module, or a function of it, is not there.
+// A module, or a function of it, is missing.
 struct MissingModule : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// A library of the framework's own that is loaded when it is first needed, since it
-// brings many others along. Never closed, nor torn down at the end of the process
-// (module_end.cpp): these have threads and handlers that cannot be taken back. Any thread may use it.
+// A library of the framework that is loaded on first use, since it links many others.
+// Never closed, nor torn down at the end of the process (module_end.cpp): these have
+// threads and handlers that cannot be stopped. Any thread may use it.
 class Module {
   public:
-    // Opens the file of this name beside the library that this is part of, in a LoadingTurn.
-    // Whoever starts what it has loaded takes a turn around both.
+    // Loads the file of this name from the folder of the library that this is part of, in a
+    // LoadingTurn. A caller that also starts what it has loaded takes a turn around both.
     // Throws MissingModule when it cannot be loaded.
     explicit Module(const char *file);
 

@@ -1,4 +1,4 @@
-// Part of every module: each has a copy of what loads libraries, and all load in turn.
+// Part of every module: each has a copy of LoadingLock, and all use the same instance.
 
 #include "base/loading.h"
 

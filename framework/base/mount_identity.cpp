@@ -9,8 +9,8 @@
 namespace mrb {
 namespace {
 
-// Of Linux 6.8, which an older C library's headers do not have. The number stands where the
-// older kind of it would.
+// STATX_MNT_ID_UNIQUE (Linux 6.8) and STATX_MNT_ID (5.8), which the headers of an older C
+// library lack. Both ids are returned in the same field.
 constexpr unsigned UNIQUE_MOUNT = 0x4000;
 constexpr unsigned ANY_MOUNT = 0x1000;
 

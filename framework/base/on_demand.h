@@ -5,16 +5,14 @@
 
 namespace mrb {
 
-// Something that the process makes when it is first asked for and keeps to its end: it is never
-// destroyed, since detached threads and clients that come late may still use it. Unlike
-// with a function's static, failing is a result like any other: what lacked then, as
-// open files or memory, may be there the next time, and who waits for it goes on
-// (ThreadSanitizer's runtime leaves those asleep whose static throws). A static object itself.
-// Any thread.
+// An object that the process creates on first use and keeps until its end. Unlike with a
+// function's static, a failure is an ordinary result: what was missing, as open files or
+// memory, may be available the next time, and other waiting threads continue (under
+// ThreadSanitizer's runtime they sleep for ever when a static throws). Any thread.
 template <typename Made>
 class OnDemand {
   public:
-    // `make` returns what is never destroyed, and never null; what it throws, this throws.
+    // `make` returns an object that is never destroyed, and never null; this throws what it throws.
     template <typename Make>
     Made &get(Make make) {
         if (Made *const made = made_.load(std::memory_order_acquire)) {

@@ -10,10 +10,10 @@
 
 namespace mrb {
 
-// Takes large pieces of memory from the system and gives them back at once, when they
-// are freed. The C library keeps much of what is freed for later, between small
-// things that are still in use: a list of a hundred thousand files would go on
-// costing what its scan needed.
+// Maps large blocks of memory and returns them to the system as soon as they are freed.
+// The C library keeps much of what is freed for later, between small blocks that are
+// still in use: a list of a hundred thousand files would keep the memory that its scan
+// needed.
 template <typename Value>
 class PageAllocator {
   public:
@@ -53,7 +53,7 @@ class PageAllocator {
     static constexpr bool isLarge(std::size_t count) { return count >= (64UL << 10) / sizeof(Value); }
 };
 
-// For many small values whose memory shall go back to the system with them.
+// For many small values whose memory is returned to the system with them.
 template <typename Value>
 using PagedVector = std::vector<Value, PageAllocator<Value>>;
 

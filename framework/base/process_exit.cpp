@@ -25,7 +25,7 @@ struct Exit {
     std::optional<steady_clock::time_point> began;
     unsigned waiting = 0; // calls that are still to come
     bool leftBehind = false;
-    bool isOver = false; // all were called, and nothing was left behind
+    bool isOver = false; // all were called, and no thread was detached
 };
 
 Exit &theExit() {
@@ -33,7 +33,7 @@ Exit &theExit() {
     return state.get();
 }
 
-// The life of the watchdog's thread.
+// The body of the watchdog thread.
 void endInTime(steady_clock::time_point deadline, int status) {
     Exit &state = theExit();
     std::unique_lock guard(state.lock);
@@ -46,7 +46,7 @@ void startWatchdog(steady_clock::time_point deadline, int status) {
     try {
         startThread("mrb-exit", [deadline, status] { endInTime(deadline, status); }).detach();
     } catch (const std::system_error &) {
-        alarm(2); // Without room for a thread: by a signal, then.
+        alarm(2); // No room for a thread: a signal ends the process.
     }
 }
 
@@ -84,7 +84,7 @@ void finishAtExit(FinishAtExit &finish) {
         const std::lock_guard guard(theExit().lock);
         ++theExit().waiting;
     }
-    // It alone is given the status. The library is never unloaded, so it may be called.
+    // on_exit, unlike atexit, passes the status. The library is never unloaded, so `call` stays valid.
     const auto call = [](int status, void *function) {
         const auto deadline = begin(status);
         end(reinterpret_cast<FinishAtExit *>(function)(deadline), deadline);

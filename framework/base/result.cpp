@@ -49,7 +49,7 @@ constexpr Meaning MEANINGS[] = {
     {ENAMETOOLONG, MRB_ERR_INVALID_PARAMETER},
     {EINVAL, MRB_ERR_INVALID_PARAMETER},
     {ENOMEM, MRB_ERR_OUT_OF_MEMORY},
-    // Too many open files is a bound on memory as far as a caller can help it: close something.
+    // For a caller, too many open files are like too little memory: closing something helps.
     {EMFILE, MRB_ERR_OUT_OF_MEMORY},
     {ENFILE, MRB_ERR_OUT_OF_MEMORY},
     {EAGAIN, MRB_ERR_OUT_OF_MEMORY},

@@ -9,7 +9,7 @@ namespace mrb {
 // The name of a code of mrb/result.h as it stands there; "MRB_ERR_UNKNOWN" for any other number.
 const char *resultName(int code);
 
-// The code that tells a caller best what the system's error number means.
+// The code that corresponds to an errno; MRB_ERR_IO for any other number.
 int resultOfErrno(int number);
 
 // How something that can fail ended: a code of mrb/result.h and, when it is not

@@ -6,8 +6,8 @@
 
 namespace mrb {
 
-// Sorts like std::sort, but gives up when `cancellation` is cancelled; then the order is
-// any. It is asked once in MOST_COMPARISONS, which is far below a millisecond.
+// Sorts like std::sort, but gives up when `stopped` returns true; the order is then
+// unspecified. It is called once in MOST_COMPARISONS, which is far below a millisecond.
 inline constexpr unsigned MOST_COMPARISONS = 256;
 
 template <typename Iterator, typename Before>

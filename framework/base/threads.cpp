@@ -10,13 +10,13 @@
 namespace mrb {
 namespace {
 
-// Blocks the process's signals while it lives; a thread started meanwhile inherits that.
+// Blocks the process's signals while it lives; a thread that is started then inherits the mask.
 class BlockedSignals {
   public:
     BlockedSignals() {
         sigset_t blocked;
         sigfillset(&blocked);
-        // A fault of the thread's own must still reach whoever reports crashes.
+        // The thread's own faults must still reach a crash handler.
         for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, SIGPROF}) {
             sigdelset(&blocked, fault);
         }
@@ -35,7 +35,7 @@ class BlockedSignals {
 std::thread startThread(const char *name, std::function<void()> work) {
     const BlockedSignals blocked;
     std::thread thread(std::move(work));
-    // Here, so that whoever looks through the process's threads finds it by its name from now on.
+    // Set by the caller, so that the thread is listed under its name as soon as this returns.
     pthread_setname_np(thread.native_handle(), name);
     return thread;
 }
