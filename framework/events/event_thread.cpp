@@ -32,7 +32,7 @@ bool EventThread::withdraw(EventTarget &target, std::chrono::steady_clock::time_
         return true;
     }
     guard.unlock();
-    MRB_LOG_WARNING("A callback that was removed does not return; it is not waited for any longer.");
+    MRB_LOG_WARNING("A callback that is being removed has not returned by the deadline.");
     return false;
 }
 
@@ -59,7 +59,7 @@ void EventThread::run() {
         running_ = event.target.get();
         guard.unlock();
         event.target->deliver(event.event);
-        event.target = nullptr; // which may be its end, and takes its time
+        event.target = nullptr; // which may destroy it, and that takes time
         guard.lock();
         running_ = nullptr;
         idle_.notify_all();

@@ -10,8 +10,8 @@
 
 namespace mrb {
 
-// Somebody who has events delivered. Delivery happens on the event thread, one
-// event at a time; the target stays alive until it is over.
+// An object that receives events. The event thread delivers them, one event at a time;
+// the target stays alive until its delivery is over.
 class EventTarget {
   public:
     virtual ~EventTarget() = default;
@@ -22,13 +22,13 @@ class EventTarget {
     bool withdrawn_ = false; // guarded by the EventThread's lock
 };
 
-// So long a call that removes a callback waits for one that is running: the caller may be the
+// A call that removes a callback waits this long for one that is running: the caller may be the
 // application's main thread, and the callback may never return.
 inline constexpr auto CALLBACK_LIMIT = std::chrono::seconds(2);
 
-// A thread on which clients are called back, with the queue that leads to it. The
-// Framework owns one for its lists, the DlnaService one for its own; any thread may
-// call it, the event thread included.
+// A thread that calls clients back, with its event queue. The Framework owns one for
+// its lists, the DlnaService one for its own; any thread may call it, the event thread
+// included.
 class EventThread {
   public:
     // `name` is the thread's, as startThread takes it.
@@ -43,9 +43,9 @@ class EventThread {
     // Queues an event; order is kept. Events of a withdrawn target are dropped.
     void post(std::shared_ptr<EventTarget> target, int event);
 
-    // Ends the target's events for good: drops the queued ones and returns when
-    // none is being delivered, or at once when called from inside that delivery. False: one
-    // still is at the deadline.
+    // Ends the target's events permanently: drops the queued ones and returns when none
+    // is being delivered, or at once when called from inside that delivery. False: one
+    // is still being delivered at the deadline.
     bool withdraw(EventTarget &target,
                   std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() +
                                                                    CALLBACK_LIMIT);
