@@ -16,7 +16,7 @@ namespace {
 
 constexpr char32_t HAN = U'漢';
 
-// The first letter of each row of the kana table; small letters stand before their large ones.
+// The first letter of each row of the kana table; small letters precede their large ones.
 constexpr char32_t KANA_ROWS[] = {U'ぁ', U'か', U'さ', U'た', U'な', U'は', U'ま', U'ゃ', U'ら', U'ゎ'};
 constexpr char32_t KANA_NAMES[] = {U'あ', U'か', U'さ', U'た', U'な', U'は', U'ま', U'や', U'ら', U'わ'};
 constexpr char32_t LAST_KANA = U'ゖ';
@@ -48,7 +48,7 @@ char32_t baseLetter(char32_t letter) {
     return static_cast<char32_t>(base);
 }
 
-// As it is compared whatever its case: ß and ẞ begin a double s.
+// The case-folded letter: ß and ẞ fold to a double s, of which this is the first.
 char32_t foldedLetter(char32_t letter) {
     std::array<char16_t, 2> units{};
     std::int32_t length = 0;
@@ -105,7 +105,7 @@ char32_t firstLetter(std::string_view name) {
     if (u_isalpha(point) == 0) {
         return NO_LETTER;
     }
-    // Up there are nothing but more of them.
+    // All letters above this are Han characters.
     if (letter >= LETTER_LIMIT) {
         return HAN;
     }

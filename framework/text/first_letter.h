@@ -5,7 +5,7 @@
 
 namespace mrb {
 
-// What stands for names that begin with a digit, a sign or nothing.
+// The index entry of names that begin with a digit, a sign or nothing.
 inline constexpr char32_t NO_LETTER = U'#';
 
 // Above every letter that an index can have.

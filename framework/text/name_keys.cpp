@@ -15,7 +15,7 @@ void NameKeys::add(std::string_view name) {
     keys_.push_back({text_.add(made), static_cast<std::uint32_t>(made.size())});
 }
 
-// A key that ends early counts as if zeros followed, which nothing is smaller than.
+// A key that is shorter counts as if zeros followed, the smallest byte.
 std::uint64_t NameKeys::prefix(std::size_t number) const {
     const std::string_view rest = key(number).substr(common_);
     std::uint64_t prefix = 0;

@@ -9,19 +9,19 @@
 
 namespace mrb {
 
-// The places of many names in natural order: one key for each, made once, packed,
+// The sort keys of many names in natural order: one key for each, made once, packed,
 // and compared without the names. Owned and used by one thread.
 class NameKeys {
   public:
-    // Longer keys are cut off: so much of two names has to be alike before they count
-    // as equal.
+    // Longer keys are truncated: names count as equal when this many bytes of their keys
+    // are.
     static constexpr std::size_t LONGEST_KEY = 64UL << 10;
 
     void add(std::string_view name);
     [[nodiscard]] std::size_t size() const { return keys_.size(); }
 
     // The first bytes in which the keys may differ, as a number that compares as they
-    // do. Equal ones have to be compared. Valid when the last name was added.
+    // do. Where two are equal, `compare` decides. Valid once all names were added.
     [[nodiscard]] std::uint64_t prefix(std::size_t number) const;
 
     // By the whole keys, as std::string_view::compare.
@@ -43,7 +43,7 @@ class NameKeys {
     NaturalOrder order_;
     ChunkedArray<Key> keys_;
     ChunkedText text_;
-    std::size_t common_ = 0; // as many bytes are the same at the beginning of all keys
+    std::size_t common_ = 0; // bytes of the prefix that all keys share
 };
 
 } // namespace mrb

@@ -20,7 +20,7 @@ NameSearch::NameSearch(std::string_view wanted) {
         elements_.reset(ucol_openElements(collator_.get(), text_.data(), 0, &status));
     }
     if (U_FAILURE(status)) {
-        MRB_LOG_WARNING("Names are searched by their letters as they stand: ICU has no collation (%s).",
+        MRB_LOG_WARNING("Names are searched by their exact letters: ICU has no collation (%s).",
                         u_errorName(status));
         elements_.reset();
     }

@@ -24,8 +24,8 @@ class NameSearch {
     NameSearch(const NameSearch &) = delete;
     NameSearch &operator=(const NameSearch &) = delete;
 
-    // False: the wanted text holds nothing that can be told apart from nothing,
-    // as an accent alone.
+    // False: the wanted text has no primary weight, as an accent alone, and would match
+    // every name.
     [[nodiscard]] bool isMeaningful() const { return !wanted_.empty(); }
 
     // `name` may hold any bytes; what is not UTF-8 matches U+FFFD.
