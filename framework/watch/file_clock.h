@@ -9,8 +9,8 @@ constexpr std::int64_t nanoseconds(std::int64_t seconds, std::int64_t rest) {
     return seconds * 1'000'000'000 + rest;
 }
 
-// The clock by which the kernel dates changes of files, in nanoseconds since 1970: never
-// ahead of it.
+// The clock of the kernel's file timestamps, in nanoseconds since 1970: never ahead of
+// them.
 inline std::int64_t fileTime() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME_COARSE, &now);

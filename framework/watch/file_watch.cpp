@@ -16,7 +16,7 @@
 namespace mrb {
 namespace {
 
-// Of the folder: programs mostly replace a file by another of its name.
+// On the folder: programs mostly replace a file by another one of its name.
 constexpr std::uint32_t WATCHED = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
                                   IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
@@ -38,17 +38,17 @@ void FileWatch::follow(std::int32_t folder, int descriptor) {
     }
 }
 
-// It is looked at for the first time without any event: it may have been replaced between
-// its opening and the watch.
+// The first read needs no event: the file may have been replaced between its opening and
+// the start of the watch.
 Change FileWatch::read(const Watched & /*list*/) {
     const bool written = isWritten();
     const std::optional<State> now = stateOf(AT_FDCWD, path_.c_str());
-    // What is written within one tick of the clock has the same time.
+    // Writes within one tick of the clock have the same time.
     const bool isYoung = now && now->modified >= began_;
     return now == followed_ && !(written && isYoung) ? Change::NONE : Change::CHANGED;
 }
 
-// Whether it was among the files that the events that have arrived say were written.
+// Whether an event that has arrived reports that the file was written.
 bool FileWatch::isWritten() {
     const std::string_view name = std::string_view(path_).substr(path_.rfind('/') + 1);
     bool found = false;

@@ -9,15 +9,15 @@
 
 namespace mrb {
 
-// The watch on the one file that a list was read from: whether it is written to, replaced by
-// another, or gone. See Watch.
+// Watches the one file that a list was read from: whether it is written to, replaced by
+// another, or removed. See Watch.
 class FileWatch final : public Watch {
   public:
     // `path` is absolute and without links.
     explicit FileWatch(std::string path);
 
     void follow(std::int32_t folder, int descriptor) override;
-    // Nothing more is to be told: a list of what a file named is not gone with the file.
+    // Nothing more is reported: a playlist's items do not disappear with the playlist file.
     void awaitRemoval() override { events_ = Descriptor(); }
     [[nodiscard]] int number() const override { return events_.number(); }
     Change read(const Watched &list) override;
@@ -37,7 +37,7 @@ class FileWatch final : public Watch {
     const std::string path_;
     Descriptor events_;
     std::optional<State> followed_;
-    std::int64_t began_ = 0; // nanoseconds since 1970, by the files' clock
+    std::int64_t began_ = 0; // nanoseconds since 1970, see fileTime
 };
 
 } // namespace mrb

@@ -53,7 +53,7 @@ void FolderWatch::follow(std::int32_t folder, int descriptor) {
         return;
     }
     const int error = errno;
-    // A folder that is gone again, or may not be watched, costs its own events only.
+    // A folder that was removed again, or may not be watched, loses its own events only.
     if (!isRoot && !full && error != ENOSPC && error != ENOMEM) {
         return;
     }
@@ -70,9 +70,9 @@ void FolderWatch::follow(std::int32_t folder, int descriptor) {
 
 void FolderWatch::awaitRemoval() { watchRootOnly(ITSELF); }
 
-// A new instance, because each watch that is removed one by one puts an event into
-// the queue, and so many may overflow it. One is removed: where there were no more,
-// the new one takes its place.
+// Replaces the instance, because each watch that is removed one by one puts an event into
+// the queue, and so many may overflow it. One is removed from the old instance: where the
+// limit of watches was reached, the new watch takes its place.
 void FolderWatch::watchRootOnly(std::uint32_t mask) {
     rootOnly_ = true;
     int expected = 0; // bytes in the old queue
@@ -86,7 +86,7 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
     Descriptor events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     const int watch = events ? inotify_add_watch(events.number(), root_.c_str(), mask) : -1;
     if (watch < 0) {
-        return; // The instance that is there does too.
+        return; // The old instance serves as well.
     }
     int waiting = 0;
     lost_ = ioctl(number(), FIONREAD, &waiting) != 0 || waiting > expected;
@@ -98,7 +98,7 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
 Change FolderWatch::read(const Watched &list) {
     Change change = std::exchange(lost_, false) ? Change::CHANGED : Change::NONE;
     takeEvents(number(), [&](const inotify_event &event) {
-        // One change is as good as many.
+        // Several changes count as one.
         const bool asksRoot = event.wd == rootWatch_ && (event.mask & ENDED) != 0;
         if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {
             const Change next = meaningOf(list, event.wd, event.mask, event.len > 0 ? event.name : "");
@@ -109,7 +109,7 @@ Change FolderWatch::read(const Watched &list) {
 }
 
 Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask, const char *name) const {
-    // Events were lost, any of them may have mattered.
+    // Events were lost, and any of them may have mattered.
     if ((mask & IN_Q_OVERFLOW) != 0) {
         return Change::CHANGED;
     }
@@ -117,7 +117,7 @@ Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask
         if (watch == rootWatch_) {
             return sourceIsThere() ? Change::CHANGED : Change::REMOVED;
         }
-        // A sub-folder's own end is told by the folder that it is in, save one:
+        // The parent folder's watch reports the end of a sub-folder, except for an unmount:
         return (mask & IN_UNMOUNT) != 0 ? Change::CHANGED : Change::NONE;
     }
     const auto folder = folders_.find(watch);
@@ -146,8 +146,8 @@ bool FolderWatch::isRewritten(const Watched &list, std::int32_t folder, const ch
     if (statx(AT_FDCWD, path.c_str(), AT_NO_AUTOMOUNT, STATX_SIZE | STATX_MTIME, &now) != 0) {
         return true;
     }
-    // The list knows the time in seconds; within one, it counts whether the file is
-    // younger than the opening.
+    // The list has the time in seconds; within one second, a file counts as rewritten if it
+    // is younger than the opening.
     return listed->size != static_cast<std::int64_t>(now.stx_size) ||
            listed->modified != now.stx_mtime.tv_sec ||
            nanoseconds(now.stx_mtime.tv_sec, now.stx_mtime.tv_nsec) >= began_;

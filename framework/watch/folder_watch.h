@@ -11,18 +11,18 @@
 
 namespace mrb {
 
-// The watch on the folders of one list, each of which is followed before it is read. See Watch.
+// Watches the folders of one list; each watch is added before the folder is read. See Watch.
 class FolderWatch final : public Watch {
   public:
     // Every watched folder costs about a kilobyte of the kernel's memory and counts
-    // against a limit of the user's that other programs share.
+    // against a limit per user that other programs share.
     static constexpr std::size_t MOST_FOLDERS = 8192;
 
     // `root` is the path of the folder that the list was opened on.
     explicit FolderWatch(std::string root);
 
     // Beyond MOST_FOLDERS, or when the system has no more watches, only the root is
-    // watched, and the log says so.
+    // watched, and a warning is logged.
     void follow(std::int32_t folder, int descriptor) override;
     void awaitRemoval() override;
     [[nodiscard]] int number() const override { return events_.number(); }
@@ -46,10 +46,10 @@ class FolderWatch final : public Watch {
     Descriptor events_;
     int rootWatch_ = -1;
     Identity identity_;
-    std::int64_t began_ = 0;                        // nanoseconds since 1970, by the files' clock
-    std::unordered_map<int, std::int32_t> folders_; // the list's numbers under inotify's
+    std::int64_t began_ = 0;                        // nanoseconds since 1970, see fileTime
+    std::unordered_map<int, std::int32_t> folders_; // the list's folder numbers by inotify's watch
     bool rootOnly_ = false;
-    bool lost_ = false; // events, when the instance was exchanged
+    bool lost_ = false; // events were lost when the instance was replaced
 };
 
 } // namespace mrb

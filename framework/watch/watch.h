@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// What a watch asks of the list that it watches for. Called on the watch thread.
+// The list of a watch: it returns what it shows and is notified of changes. Called on the watch thread.
 class Watched {
   public:
     virtual ~Watched() = default;
@@ -21,18 +21,18 @@ class Watched {
     [[nodiscard]] virtual std::optional<ItemFacts> listed(std::int32_t folder,
                                                           std::string_view name) const = 0;
 
-    // The source is not any more what the list says, or not there any more.
+    // The source differs from the list's content now, or is gone.
     virtual void sourceChanged() = 0;
     virtual void sourceRemoved() = 0;
 };
 
 enum class Change { NONE, CHANGED, REMOVED };
 
-// The watch on what one list was read from, an inotify instance of its own: what happens to
-// one list's source neither fills another list's queue nor ends its watches, and closing it
-// ends all of them at once. It is filled by the worker while that reads; from then on it is
-// owned and called by the watch thread. It keeps nothing open, so a device can be unmounted
-// under it.
+// Watches what one list was read from, with an inotify instance of its own: events of one
+// list's source neither fill another list's queue nor end its watches, and closing the instance
+// ends all of them at once. The worker adds to it while it reads; from then on the watch thread
+// owns and calls it. It keeps no file open, so that a device can be unmounted while it is
+// watched.
 class Watch {
   public:
     Watch() = default;
@@ -40,21 +40,21 @@ class Watch {
     Watch(const Watch &) = delete;
     Watch &operator=(const Watch &) = delete;
 
-    // Watches the open folder or file `descriptor`, known to the list by its number, which is
-    // about to be read, so that no change falls between. That of the source itself comes first.
+    // Watches the open folder or file `descriptor`, which the list knows by its number. Called
+    // before it is read, so that no change is missed. The source itself comes first.
     virtual void follow(std::int32_t folder, int descriptor) = 0;
 
-    // From now on only the end of the source is of interest.
+    // From now on only the removal of the source is reported.
     virtual void awaitRemoval() = 0;
 
     // The descriptor to poll; negative: nothing is watched.
     [[nodiscard]] virtual int number() const = 0;
 
-    // What the events that have arrived mean for `list`, lost ones included, which
-    // count as a change. Never waits for more.
+    // What the events that have arrived mean for `list`; lost events count as a change.
+    // Never waits for more.
     virtual Change read(const Watched &list) = 0;
 
-    // True as long as the source's path leads to what was read.
+    // True as long as the source's path leads to the folder or file that was read.
     [[nodiscard]] virtual bool sourceIsThere() const = 0;
 };
 

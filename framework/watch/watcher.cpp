@@ -18,11 +18,11 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Told when nothing more came for so long, or so long after the first change.
+// A change is reported when no other has followed for QUIET, at the latest LONGEST_WAIT after the first.
 constexpr auto QUIET = std::chrono::milliseconds(200);
 constexpr auto LONGEST_WAIT = std::chrono::seconds(2);
 
-// The poll entries that are no list's.
+// The poll entries that do not belong to lists.
 enum { WAKE, MOUNTS, LISTS };
 
 } // namespace
@@ -33,7 +33,7 @@ Watcher::~Watcher() { finish(Time::max()); }
 
 void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source) {
     if (source->number() < 0) {
-        return; // It has said so itself.
+        return; // The watch has logged why.
     }
     std::unique_lock guard(lock_);
     if (finishing_) {
@@ -82,8 +82,8 @@ void Watcher::start() {
     if (!wake_) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    // Tells of mounts by POLLPRI. Without it, those unmounts that leave an open file
-    // behind are noticed late; nothing else needs it.
+    // Signals mounts by POLLPRI. Without it, unmounts while a file is still open (lazy ones) are
+    // noticed late; nothing else needs it.
     mounts_ = Descriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
     thread_.start([this] { run(); });
 }
@@ -119,9 +119,9 @@ void Watcher::run() {
     }
 }
 
-// The lists to watch now. Those forgotten close with the last copy of their entry: here,
-// since one that came and was forgotten in the meantime is in no other place. False: the
-// thread shall end.
+// Collects the lists to watch now. Forgotten ones close with the last copy of their entry: here,
+// since one that was added and forgotten since the last call is held nowhere else. False: the
+// thread has to end.
 bool Watcher::collect(Entries &entries) {
     Entries dropped;
     Entries next;
@@ -136,8 +136,8 @@ bool Watcher::collect(Entries &entries) {
         entries_.erase(firstDropped, entries_.end());
         next = entries_;
     }
-    // Not under the lock, for which the application's calls wait: to close an instance of
-    // inotify takes the kernel up to some tens of milliseconds.
+    // Not under the lock, for which the application's calls wait: the kernel takes up to some
+    // tens of milliseconds to close an inotify instance.
     entries = std::move(next);
     return !isEnd;
 }
@@ -157,7 +157,7 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
     }
     const bool due = entry.changed && now >= entry.due();
     if (due) {
-        // Before the check: from now on its end is told.
+        // Before the check: from now on the removal is reported.
         entry.source->awaitRemoval();
     }
     if ((due || mountsChanged || isNew) && !entry.source->sourceIsThere()) {

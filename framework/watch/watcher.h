@@ -14,11 +14,11 @@ namespace mrb {
 // The one thread that watches what all lists were read from. Owned by the Framework;
 // any thread may call it.
 //
-// A change is told once a source has been quiet for a moment, since files rarely
-// come alone; a list hears of it once, and then only of its source's removal.
+// A change is reported once a source has been quiet for a moment, since changes rarely
+// come alone; a list is notified once, and afterwards only of its source's removal.
 class Watcher {
   public:
-    // Every watched list holds an inotify instance; users have 128 of them.
+    // Every watched list holds an inotify instance; the limit per user is 128.
     static constexpr std::size_t MOST_LISTS = 64;
 
     Watcher() = default;
@@ -30,10 +30,10 @@ class Watcher {
     // no room for the thread.
     void watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source);
 
-    // Ends that soon; the thread cleans up. Nothing happens when it is not watched.
+    // Ends that soon; the watch thread cleans up. Does nothing when the list is not watched.
     void forget(const Watched &list);
 
-    // Ends the thread. One that waits for a device at the deadline is left behind: false.
+    // Ends the thread. If it is still blocked by a device at the deadline, it is detached: false.
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -43,10 +43,10 @@ class Watcher {
         const Watched *key;
         std::weak_ptr<Watched> list;
         bool forgotten = false; // guarded by lock_
-        // The thread's alone:
+        // Used by the watch thread alone:
         std::unique_ptr<Watch> source;
-        bool isNew = true;    // and may have missed a mount before it was here
-        bool changed = false; // and not yet told
+        bool isNew = true;    // and may have missed a mount before it was added
+        bool changed = false; // and not yet reported
         bool told = false;
         Time firstChange{};
         Time lastChange{};
