@@ -85,7 +85,7 @@ static_assert(std::ranges::all_of(TYPES, [](const MediaType &type) {
     return type.extension.size() <= LONGEST_EXTENSION;
 }));
 
-// Of MIME types that have several, or that are also known by another name.
+// For MIME types that have several extensions, or that have several names.
 struct UsualExtension {
     std::string_view mimeType;
     std::string_view extension;

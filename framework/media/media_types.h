@@ -7,7 +7,7 @@
 
 namespace mrb {
 
-// What a file name's extension says about the file.
+// What the extension of a file name says about the file.
 struct MediaType {
     std::string_view extension; // lower case, without the dot
     std::uint8_t itemType;      // an MRB_ITEM_TYPE_ of mrb/agent.h
@@ -17,15 +17,15 @@ struct MediaType {
 // The MIME type of a folder.
 inline constexpr const char *FOLDER_MIME_TYPE = "inode/directory";
 
-// What follows the last dot of a file name, or nothing. A name that is nothing but
-// an extension has none.
+// The part after the last dot of a file name; empty: there is none. A dot at the beginning
+// starts no extension.
 std::string_view extensionOf(std::string_view fileName);
 
-// ASCII letters in lower case: no known extension has others, and the answer must
+// ASCII letters in lower case: no known extension has others, and the result must
 // not depend on the process's locale.
 std::string lowerCase(std::string_view text);
 
-// Looks the extension of `fileName` up, ignoring the case of its letters. Null:
+// Looks up the extension of `fileName`, ignoring the case of its letters. Null:
 // not a media file.
 const MediaType *mediaTypeOf(std::string_view fileName);
 
@@ -44,8 +44,8 @@ using TypeMask = std::uint32_t;
 inline constexpr TypeMask ALL_TYPES = ~TypeMask{0};
 constexpr TypeMask maskOf(unsigned itemType) { return TypeMask{1} << itemType; }
 
-// The item types that a content type such as "IMAGE" asks for; empty text and
-// "ALL" ask for every type. No value: no such content type.
+// The item types that a content type such as "IMAGE" selects; an empty string and
+// "ALL" select every type. No value: unknown content type.
 std::optional<TypeMask> typesOfContent(std::string_view contentType);
 
 } // namespace mrb
