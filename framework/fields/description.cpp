@@ -63,7 +63,7 @@ std::string describePlayback(const ListEntry &entry, const ItemLocation &locatio
 std::string describeRating(const ItemLocation &location) {
     Json::Value data(Json::objectValue);
     data["media_id"] = location.mediaId;
-    // No source so far knows either.
+    // No source supplies either yet.
     data["rating"] = Json::nullValue;
     data["minimum_age"] = Json::nullValue;
     return jsonText(data);

@@ -12,8 +12,8 @@ namespace mrb {
 std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
                           const std::optional<ToldFacts> &told = {});
 
-// What a player needs to play an item from `resumePosition` seconds on, and what is
-// known of its rating: likewise.
+// What a player needs to play an item from `resumePosition` seconds on, and what is known
+// of the item's rating: likewise JSON text.
 std::string describePlayback(const ListEntry &entry, const ItemLocation &location,
                              std::int64_t resumePosition);
 std::string describeRating(const ItemLocation &location);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view SEPARATORS = ",; \t";
 
-// What people put in front of an extension: ".jpg", "*.jpg".
+// What users put in front of an extension: ".jpg", "*.jpg".
 constexpr std::string_view PREFIX = "*.";
 
 std::vector<std::string> readExtensions(std::string_view list) {
@@ -36,7 +36,7 @@ Status Filter::make(const ListRequest &request, Filter &filter) {
     filter.types_ = *types;
     filter.extensions_ = readExtensions(request.extension);
     if (!request.extension.empty() && filter.extensions_.empty()) {
-        return Status::invalidParameter("\"" + request.extension + "\" names no file name extension.");
+        return Status::invalidParameter("\"" + request.extension + "\" contains no file name extension.");
     }
     if (!request.keyWord.empty()) {
         filter.search_ = std::make_unique<NameSearch>(request.keyWord);

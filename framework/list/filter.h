@@ -15,18 +15,18 @@
 namespace mrb {
 
 // Which items of a source a list shows: by type, by file name extension and by a
-// text in the name. Made where a list is opened, then owned and used by the thread
+// text in the name. Created when a list is opened, then owned and used by the thread
 // that fills it; `wants` may be called on any thread.
 class Filter {
   public:
-    // Everything passes.
+    // Shows everything.
     Filter() = default;
     explicit Filter(TypeMask types) : types_(types) {}
 
     // Reads the content type, the extensions and the key word of a request.
     static Status make(const ListRequest &request, Filter &filter);
 
-    // True for item types of which some may pass.
+    // False: no item of this type passes.
     [[nodiscard]] bool wants(std::uint8_t type) const;
 
     [[nodiscard]] bool passes(const SourceItem &item);

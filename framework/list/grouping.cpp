@@ -16,7 +16,7 @@ namespace {
 
 constexpr int MONTHS = 12;
 constexpr std::int64_t SECONDS_A_DAY = 86'400;
-// Days that four digits can show: 1 January 0 to 31 December 9999, counted from 1970.
+// Days whose year has four digits: 1 January 0 to 31 December 9999, counted from 1970.
 constexpr std::int64_t FIRST_DAY = -719'528;
 constexpr std::int64_t LAST_DAY = 2'932'896;
 
@@ -32,7 +32,7 @@ std::int64_t monthOf(std::int64_t seconds) {
 
 constexpr std::int64_t MOST_MONTHS = std::int64_t{10'000} * MONTHS;
 
-// Every key of a grouping as a small number of its own, from 0.
+// Maps every key of a grouping to a small number of its own, from 0.
 std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping,
                      const FileGroups &ofFiles) {
     switch (grouping) {
@@ -41,7 +41,7 @@ std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping groupin
     case Grouping::FIRST_LETTER:
         return store.letter(item);
     case Grouping::DATE: {
-        // From the newest, and without a date last.
+        // From the newest month on, items without a date last.
         const std::int64_t month = monthOf(store.modified(item));
         return month == UNKNOWN ? MOST_MONTHS : MOST_MONTHS - 1 - month;
     }
@@ -106,7 +106,7 @@ std::int32_t FileGroups::placeOf(std::int32_t item) const {
 
 Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping,
               const FileGroups &ofFiles) {
-    // How many items stand at each place.
+    // The number of items at each place.
     std::vector<std::int32_t> counts(placesOf(store, grouping, ofFiles));
     PagedVector<std::int32_t> placeOfItem;
     placeOfItem.reserve(items.size());
@@ -115,7 +115,7 @@ Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Gr
         placeOfItem.push_back(static_cast<std::int32_t>(place));
         ++counts[static_cast<std::size_t>(place)];
     }
-    PagedVector<std::int64_t> places; // that are used
+    PagedVector<std::int64_t> places; // that have items
     places.reserve(std::min(items.size(), counts.size()));
     for (std::size_t place = 0; place < counts.size(); ++place) {
         if (counts[place] > 0) {
@@ -133,7 +133,7 @@ Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Gr
         divided.groups.push_back({keyAt(place, grouping), start, count});
         start += count;
     }
-    // Now each count is where its group's next item goes.
+    // From here on each count is the index of its group's next item.
     divided.items.resize(items.size());
     for (std::size_t index = 0; index < items.size(); ++index) {
         divided.items[static_cast<std::size_t>(counts[static_cast<std::size_t>(placeOfItem[index])]++)] =

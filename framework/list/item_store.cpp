@@ -9,7 +9,7 @@ constexpr std::int32_t NO_ITEM = -1;
 
 std::string_view cut(std::string_view text) { return text.substr(0, ItemStore::LONGEST_TEXT); }
 
-// An id with a record: the id's length in two bytes, the lower first, both, one after the other.
+// An id with a record: the id's length in two bytes (little-endian), then the id, then the record.
 constexpr std::size_t LENGTH_BYTES = 2;
 
 std::string packed(std::string_view id, std::string_view record) {
@@ -40,7 +40,7 @@ std::int32_t ItemStore::addFolder(std::int32_t parent, std::string_view name) {
 
 bool ItemStore::add(const SourceItem &item, bool passes) {
     const std::string_view name = cut(item.name);
-    // A record that does not fit is left out: the item is still itself.
+    // A record that does not fit is dropped: the id alone identifies the item.
     const bool hasRecord =
         !item.record.empty() && LENGTH_BYTES + item.id.size() + item.record.size() <= LONGEST_TEXT;
     const std::string behind = hasRecord ? packed(item.id, item.record) : std::string();
@@ -64,12 +64,12 @@ bool ItemStore::add(const SourceItem &item, bool passes) {
     return true;
 }
 
-// A source that names a folder which it never told means the folder itself.
+// A folder that the source has not added counts as the source's root folder.
 std::int32_t ItemStore::known(std::int32_t folder) const {
     return folder > ROOT_FOLDER && folder < folders() ? folder : ROOT_FOLDER;
 }
 
-// Stops at the first folder that is marked, whose parents are too, so that each
+// Stops at the first folder that is marked, whose parents are marked too, so that each
 // folder is marked once however many items it holds.
 void ItemStore::markWorthEntering(std::int32_t folder) {
     while (folder > ROOT_FOLDER) {
@@ -173,7 +173,7 @@ std::string_view ItemStore::nameOfFolder(std::int32_t folder) const {
     return text_.at(entry.text, entry.nameLength);
 }
 
-// From the end, where most paths differ at once.
+// Compares from the end, where most paths differ at once.
 bool ItemStore::isFolder(std::int32_t folder, std::string_view path) const {
     while (folder > ROOT_FOLDER) {
         const std::string_view name = nameOfFolder(folder);

@@ -12,7 +12,7 @@
 namespace mrb {
 
 // The items of a list in the source's order, packed: 40 bytes and its name for
-// each, and its folder's number instead of a path. It only ever grows. Owned by a
+// each, and its folder's number instead of a path. Append-only. Owned by a
 // List, which holds its lock around every call; only the thread that adds may read
 // without it.
 class ItemStore {
@@ -20,8 +20,8 @@ class ItemStore {
     // Bounds on what a damaged or hostile source can make the process hold.
     static constexpr std::int32_t MOST_ITEMS = 5'000'000;
     static constexpr std::size_t MOST_TEXT = 1UL << 28;     // bytes of all names
-    static constexpr std::size_t LONGEST_TEXT = UINT16_MAX; // bytes of one name or id; the rest is cut off
-    static_assert(2 * LONGEST_TEXT <= ChunkedText::LONGEST, "an item's name and id stand together");
+    static constexpr std::size_t LONGEST_TEXT = UINT16_MAX; // bytes of one name or id; longer: truncated
+    static_assert(2 * LONGEST_TEXT <= ChunkedText::LONGEST, "an item's name and id are stored together");
 
     ItemStore();
 
@@ -36,15 +36,15 @@ class ItemStore {
     // How many items passed the filters.
     [[nodiscard]] std::int32_t passed() const { return passed_; }
 
-    // Items have the numbers from 0 to size() - 1; folders have their own. What is
-    // returned as a view lives as long as the store.
+    // Items have the numbers from 0 to size() - 1; folders have their own. Views that are
+    // returned are valid as long as the store.
     [[nodiscard]] std::int32_t folders() const { return static_cast<std::int32_t>(folders_.size()); }
     [[nodiscard]] std::int32_t parent(std::int32_t folder) const;
     [[nodiscard]] std::string
     folderPath(std::int32_t folder) const; // the names below the source, joined with '/'
     // True: the folder, or something in it or below, passed the filters.
     [[nodiscard]] bool isWorthEntering(std::int32_t folder) const;
-    // The item that a folder is, and the folder that an item is; negative where there is none.
+    // The item that is a folder's entry, and the folder of an item; negative where there is none.
     [[nodiscard]] std::int32_t itemOfFolder(std::int32_t folder) const;
     [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
 
@@ -73,8 +73,8 @@ class ItemStore {
         std::uint32_t text; // where in text_ the name begins; the id follows it
         std::int32_t folder;
         std::uint16_t nameLength;
-        std::uint16_t idLength; // of all that follows the name
-        // Found out when the item comes, since a list is grouped while somebody waits.
+        std::uint16_t idLength; // of everything after the name
+        // Determined when the item is added, since a call of the application waits for grouping.
         std::uint32_t letter : 17;
         std::uint32_t type : 8;
         bool passes : 1;
@@ -99,12 +99,12 @@ class ItemStore {
     [[nodiscard]] const Item &at(std::int32_t number) const {
         return items_[static_cast<std::size_t>(number)];
     }
-    // What stands behind an item's name: its id, and the record that the source gave.
+    // What follows an item's name in text_: its id, and the record that the source supplied.
     [[nodiscard]] std::string_view idOf(const Item &item) const;
     [[nodiscard]] std::string_view recordOf(const Item &item) const;
     [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MOST_TEXT; }
 
-    // In chunks: they grow without copying what is there, and go as a whole.
+    // In chunks: they grow without copying their elements, and are freed as a whole.
     ChunkedArray<Item> items_;
     ChunkedArray<Folder> folders_;
     ChunkedText text_;

@@ -14,7 +14,7 @@ std::int32_t List::addFolder(std::int32_t parent, std::string_view name) {
 }
 
 bool List::add(std::span<const SourceItem> items) {
-    // Searching in names takes its time, and needs no lock.
+    // Searching in names takes time, and needs no lock.
     std::vector<bool> passes;
     passes.reserve(items.size());
     for (const SourceItem &item : items) {
@@ -84,8 +84,8 @@ std::optional<ListEntry> List::entry(std::int32_t index) const {
 std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
     const std::lock_guard guard(lock_);
     const PagedVector<ViewEntry> &entries = view_.entries();
-    // First the item, then its place: in the order of the store both stand in memory,
-    // while a sorted view would jump about in it.
+    // First the item, then its place: items are scanned in the store's order, which is their
+    // order in memory; a sorted view would access memory at random.
     for (std::int32_t item = 0; item < store_.size(); ++item) {
         if (store_.isItem(item, wanted)) {
             if (const auto found = std::ranges::find(entries, item); found != entries.end()) {

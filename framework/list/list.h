@@ -18,7 +18,7 @@
 
 namespace mrb {
 
-// What a list tells of one of its entries.
+// What a list reports of one of its entries.
 struct ListEntry {
     // Of an item; of an up-folder entry those of the folder that it leads to; of a
     // heading its name. The type is the entry's own.
@@ -28,10 +28,10 @@ struct ListEntry {
     std::int32_t groupItems = 0;
 };
 
-// The items of one open list, growing while it is filled, and the view of them that
-// indexes speak of. Owned by its session and that session's events; one thread adds and sorts, any thread
-// does the rest, and nobody holds the lock for longer than it takes to add a run
-// of items or to lay the view out anew.
+// The items of one opening, growing while it is filled, and the view of them to which
+// indexes refer. Owned by its Opening; one thread adds and sorts, any thread may make the
+// other calls, and no thread holds the lock for longer than it takes to add a run of items
+// or to lay out the view again.
 class List {
   public:
     explicit List(ListWishes wishes) : wishes_(std::move(wishes)) {}
@@ -44,7 +44,7 @@ class List {
     // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 
-    // Gives a number for each item by which to sort by what files say; no value: stopped.
+    // Returns a number for each item by which to sort by metadata; no value: stopped.
     using FileValues =
         std::function<std::optional<std::vector<std::int64_t>>(const ItemStore &store, SortKey key)>;
 
@@ -53,10 +53,10 @@ class List {
     // the lock, and only where the order is one of files.
     [[nodiscard]] bool sort(const CancellationToken &cancellation, const FileValues &valuesOf);
 
-    // For the thread that adds, and for others once no more is added.
+    // For the thread that adds, and for other threads once no more items are added.
     [[nodiscard]] const ItemStore &store() const { return store_; }
 
-    // How many items passed the filters, wherever they lie.
+    // The number of items that passed the filters, in all folders.
     [[nodiscard]] std::int32_t passed() const;
 
     // Of the view.
@@ -64,50 +64,50 @@ class List {
     [[nodiscard]] std::int32_t count(unsigned type) const;
     [[nodiscard]] std::int32_t groupCount() const;
 
-    // No value: nothing has that index.
+    // No value: the index is out of range.
     [[nodiscard]] std::optional<ListEntry> entry(std::int32_t index) const;
 
     // The item of that name in the folder with that number; no value: there is none.
-    // Takes as long as the list is, but never holds the lock for long.
+    // Takes time proportional to the list's size, but never holds the lock for long.
     [[nodiscard]] std::optional<ItemFacts> find(std::int32_t folder, std::string_view name) const;
 
     // The page that holds the item with the name, folder and id of `wanted`; no
     // value: the view does not show it.
     [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemFacts &wanted) const;
 
-    // Puts the cursor on an entry; false when nothing has that index. At first, and
-    // when the view loses its entry, the cursor is on the first one.
+    // Puts the cursor on an entry; false when the index is out of range. Initially, and
+    // when its entry leaves the view, the cursor is on the first one.
     bool moveTo(std::int32_t index);
 
     // The entry under the cursor; no value: the view is empty.
     [[nodiscard]] std::optional<ListEntry> current() const;
-    // The same, of an item without its name, id and folder, which cost more than the rest.
+    // The same without the name, id and folder of an item, which cost more than the rest.
     [[nodiscard]] std::optional<ListEntry> currentNumbers() const;
 
     // Lays the view out; a code of mrb/result.h.
     int setStyle(const PageStyle &style);
-    // Gives what files say to a view that is grouped by that, now or later.
+    // Passes the groups of the files' metadata to a view that is grouped by it, now or later.
     void setFileGroups(std::shared_ptr<const FileGroups> groups);
 
     // One of the MRB_NAVIGATION_ values; a code of mrb/result.h.
     int navigate(int navigation);
     [[nodiscard]] int navigation() const;
 
-    // The selection; see mrb/agent.h for what its calls mean. They take an index of
-    // the view or of its groups, and answer a code of mrb/result.h.
+    // The selection; see mrb/agent.h for the meaning of its calls. They take an index of
+    // the view or of its groups, and return a code of mrb/result.h.
     int toggleSelect(std::int32_t index);
     int selectGroup(std::int32_t index, bool selected);
     void selectAll();
     void deselectAll();
-    // No value: nothing has that index.
+    // No value: the index is out of range.
     [[nodiscard]] std::optional<bool> isSelected(std::int32_t index) const;
     [[nodiscard]] std::int32_t selectionCount() const;
     [[nodiscard]] Selection selection() const;
 
-    // The items that a selection stands for, in the source's order: those selected,
-    // and all that passed the filters in or below a selected folder.
+    // Expands a selection to items, in the source's order: those selected, and all that
+    // passed the filters in or below a selected folder.
     [[nodiscard]] std::vector<std::int32_t> expand(const Selection &selection) const;
-    // Of an item by its number, as `expand` gives it.
+    // Of an item by its number, as returned by `expand`.
     [[nodiscard]] ItemFacts factsOf(std::int32_t item) const;
 
   private:
@@ -118,11 +118,11 @@ class List {
     int leaveFolder();
     void keepCursor();
 
-    ListWishes wishes_; // the filter is the adding thread's
+    ListWishes wishes_; // the adding thread alone uses the filter
 
     mutable std::mutex lock_; // guards what follows
     ItemStore store_;
-    mutable View view_{store_}; // brings itself up to date when it is read
+    mutable View view_{store_}; // updates itself when it is read
     std::optional<ViewEntry> cursor_;
     Selection selection_;
 };

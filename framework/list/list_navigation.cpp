@@ -38,7 +38,7 @@ int List::setStyle(const PageStyle &style) {
     const std::lock_guard guard(lock_);
     const PageStyle before = view_.style();
     view_.setStyle(style);
-    // Without groups 0 stands for everything, and no other can be.
+    // Without groups, index 0 stands for everything, and no other index is valid.
     const std::size_t groups = style.grouping == Grouping::NONE ? 1 : view_.groups().size();
     const bool isThere = style.groupIndex < 0 || std::cmp_less(style.groupIndex, groups);
     if (!isThere) {
@@ -50,7 +50,7 @@ int List::setStyle(const PageStyle &style) {
 }
 
 void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
-    std::shared_ptr<const FileGroups> before; // ends without the lock
+    std::shared_ptr<const FileGroups> before; // is destroyed after the lock is released
     const std::lock_guard guard(lock_);
     before = view_.setFileGroups(std::move(groups));
 }
@@ -110,7 +110,7 @@ int List::enterFolder() {
     return MRB_ERR_NONE;
 }
 
-// The cursor goes to the folder that is left, so that a walk goes on from there.
+// The cursor goes to the folder that is left, so that navigation continues from there.
 int List::leaveFolder() {
     const std::optional<std::int32_t> folder = view_.folder();
     if (!folder || *folder == ROOT_FOLDER) {

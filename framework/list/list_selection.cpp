@@ -73,7 +73,7 @@ Selection List::selection() const {
 std::vector<std::int32_t> List::expand(const Selection &selection) const {
     constexpr std::int32_t AT_ONCE = 65'536;
     std::vector<std::int32_t> items;
-    std::vector<bool> inside; // of each folder: it is selected, or lies in one that is
+    std::vector<bool> inside; // for each folder: it is selected, or lies in a selected one
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
         const std::lock_guard guard(lock_);
         for (auto folder = static_cast<std::int32_t>(inside.size()); folder < store_.folders(); ++folder) {

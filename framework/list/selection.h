@@ -6,9 +6,9 @@
 
 namespace mrb {
 
-// Which items of a store are selected, known by their numbers, so that no view and
-// no sorting changes it: a bit an item, and a count that is always there. Owned by a
-// List, which holds its lock around every call; copies are their owners' own.
+// The selected items of a store, by their numbers, so that no view and no sorting changes
+// the selection: one bit per item, and the count. Owned by a List, which holds its lock
+// around every call; a copy belongs to the caller.
 class Selection {
   public:
     [[nodiscard]] bool contains(std::int32_t item) const {

@@ -38,7 +38,7 @@ constexpr Direction DIRECTIONS[] = {{" DESC", true}, {"-", true}, {" ASC", false
 
 struct Ranked {
     std::int64_t value;
-    std::uint64_t prefix; // of the name's key
+    std::uint64_t prefix; // of the name's sort key
     std::int32_t item;
     bool isFolder;
 };

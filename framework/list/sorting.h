@@ -11,7 +11,7 @@
 
 namespace mrb {
 
-// By what a list is sorted; from TITLE on by what the files say.
+// The key by which a list is sorted; from TITLE on it comes from the files' metadata.
 enum class SortKey : std::uint8_t { SOURCE, NAME, DATE, SIZE, TYPE, TITLE, ARTIST, ALBUM, GENRE, DATE_TAKEN };
 constexpr bool isOfFiles(SortKey key) { return key >= SortKey::TITLE; }
 
@@ -20,14 +20,14 @@ struct SortOrder {
     bool descending = false;
 };
 
-// Reads a sort category as mrb/agent.h describes it, such as "DATE DESC".
+// Parses a sort category as specified in mrb/agent.h, such as "DATE DESC".
 Status readSortCategory(std::string_view category, SortOrder &order);
 
-// The numbers of all items of the store in the given order; folders first unless
-// it is the source's own, equals by name and then as the source has them. No value
-// when `cancellation` is cancelled, which is asked for every name and at every bounded
-// number of comparisons. Where the key is of files, `values` has a number for each
-// item to sort by, or UNKNOWN.
+// The numbers of all items of the store in the given order; folders first unless it is
+// the source's order, equal items by name and then in the source's order. No value when
+// `stopped` returned true; it is called for every name and once per bounded number of
+// comparisons. Where the key comes from metadata, `values` has a number for each item to
+// sort by, or UNKNOWN.
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,
                                                    const CancellationToken &cancellation,
                                                    const std::vector<std::int64_t> &values = {});

@@ -81,7 +81,7 @@ void View::update() {
     if (!stale_ && seen_ == store_.size()) {
         return;
     }
-    // A growing list is mostly read as it comes, and then only the new items matter.
+    // A growing list is mostly read in the source's order, and then only the new items matter.
     if (!stale_ && !folder_ && style_.isPlain() && order_.empty()) {
         for (; seen_ < store_.size(); ++seen_) {
             if (store_.passes(seen_)) {
@@ -94,7 +94,7 @@ void View::update() {
     groups_.clear();
     itemsOfGroups_.clear();
     counts_.fill(0);
-    // Should memory run out below, the next call tries again.
+    // If memory runs out below, the next call tries again.
     stale_ = true;
     if (folder_ && *folder_ != ROOT_FOLDER && !style_.isOfGroupsAlone()) {
         append(UPFOLDER_ENTRY);
@@ -139,7 +139,7 @@ PagedVector<std::int32_t> View::itemsOfTree() const {
 PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
     PagedVector<std::int32_t> folders;
     PagedVector<std::int32_t> files;
-    // Which folders are worth showing is known by their numbers, not their items.
+    // Folders are known as visible by their folder numbers, not by their items' numbers.
     std::vector<bool> shown;
     for (std::int32_t number = 0; number < store_.folders(); ++number) {
         const std::int32_t item = store_.itemOfFolder(number);
@@ -154,7 +154,7 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
             continue;
         }
         if (store_.passes(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
-            // A playlist opens as a folder does, and has its place among the files.
+            // A playlist opens like a folder, but is listed among the files.
             const bool isFolder = store_.type(item) == MRB_ITEM_TYPE_FOLDER;
             (isFolder ? folders : files).push_back(item);
         }
@@ -177,9 +177,9 @@ void View::layOutGroups(const PagedVector<std::int32_t> &items) {
     }
 }
 
-// The entries of each page go down its columns and stand here row by row. The
-// last page's columns are as even as they can be, so that its free cells are at
-// its end either way.
+// The entries of each page run down its columns and are stored here row by row. The
+// last page's columns are as even as possible, so that its free cells are at its end
+// in either order.
 void View::layOutByColumns() {
     const PagedVector<ViewEntry> inOrder = entries_;
     const auto pageSize = static_cast<std::size_t>(style_.pageSize());

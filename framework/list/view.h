@@ -15,7 +15,7 @@
 
 namespace mrb {
 
-// What stands at one index of a view: the number of an item, or one of these.
+// The content of one index of a view: the number of an item, or one of these.
 using ViewEntry = std::int32_t;
 inline constexpr ViewEntry UPFOLDER_ENTRY = -1;
 inline constexpr ViewEntry EMPTY_ENTRY = -2;
@@ -23,12 +23,11 @@ inline constexpr ViewEntry FIRST_HEADING = -3; // of group 0; those of later gro
 constexpr bool isHeading(ViewEntry entry) { return entry <= FIRST_HEADING; }
 constexpr std::int32_t groupOfHeading(ViewEntry entry) { return FIRST_HEADING - entry; }
 
-// What of a store's items can be seen, and in which order: the whole tree or one
-// folder, sorted, grouped and laid out in pages. It follows the store as that
-// grows, bringing itself up to date when it is read: four bytes an entry, and four
-// more an item once a list is sorted, and again while it is grouped, twice by what
-// files say. Owned by a
-// List, which holds its lock around every call.
+// The items of a store that can be seen, and their order: the whole tree or one
+// folder, sorted, grouped and laid out in pages. It follows the store as that grows
+// and updates itself when it is read. Memory: four bytes per entry; four more per item
+// once a list is sorted; four more while it is grouped, eight while it is grouped by
+// metadata. Owned by a List, which holds its lock around every call.
 class View {
   public:
     explicit View(const ItemStore &store) : store_(store) {}
@@ -36,8 +35,8 @@ class View {
     // The order of all items; without one, the source's.
     void setOrder(PagedVector<std::int32_t> order);
     void setStyle(const PageStyle &style);
-    // What the files say, for a grouping by that. What was there before is handed back,
-    // since its end takes a while.
+    // The groups of the files' metadata, for a grouping by it. Returns the previous ones,
+    // since freeing them takes a while.
     [[nodiscard]] std::shared_ptr<const FileGroups> setFileGroups(std::shared_ptr<const FileGroups> groups);
     void showAll();
     void showFolder(std::int32_t folder);
@@ -50,10 +49,10 @@ class View {
     [[nodiscard]] std::int32_t count(unsigned type);
     // Empty while the view is not grouped.
     [[nodiscard]] const PagedVector<Group> &groups();
-    // The items of one of them, laid out or not; empty: there is no such group.
+    // The items of one of them, laid out or not; empty: no such group.
     [[nodiscard]] std::span<const std::int32_t> itemsOfGroup(std::int32_t group);
     [[nodiscard]] unsigned typeOf(ViewEntry entry) const;
-    // What the heading of a group says.
+    // The text of a group's heading.
     [[nodiscard]] std::string nameOf(const Group &group) const;
 
   private:
@@ -63,7 +62,7 @@ class View {
     [[nodiscard]] std::int32_t itemAt(std::int32_t place) const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfTree() const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfFolder(std::int32_t folder) const;
-    [[nodiscard]] std::span<const std::int32_t> itemsOf(std::int32_t group) const; // one that is there
+    [[nodiscard]] std::span<const std::int32_t> itemsOf(std::int32_t group) const; // an existing one
     void layOutGroups(const PagedVector<std::int32_t> &items);
     void layOutByColumns();
     void pad();
@@ -71,16 +70,16 @@ class View {
     const ItemStore &store_;
     PagedVector<std::int32_t> order_; // empty: the source's
     PageStyle style_;
-    std::shared_ptr<const FileGroups> fileGroups_; // null: nothing is known yet
+    std::shared_ptr<const FileGroups> fileGroups_; // null: not known yet
     const FileGroups noFileGroups_;
     std::optional<std::int32_t> folder_;
 
-    std::int32_t seen_ = 0; // as many items of the store are worked into what follows
-    bool stale_ = false;    // what follows is to be made anew
+    std::int32_t seen_ = 0; // number of the store's items that what follows includes
+    bool stale_ = false;    // what follows has to be rebuilt
     PagedVector<ViewEntry> entries_;
     std::array<std::int32_t, ITEM_TYPE_LIMIT> counts_{};
     PagedVector<Group> groups_;
-    PagedVector<std::int32_t> itemsOfGroups_; // those of one after those of the other
+    PagedVector<std::int32_t> itemsOfGroups_; // group by group
 };
 
 } // namespace mrb

@@ -11,7 +11,7 @@ struct ListWishes {
     SortOrder sort = {};
 };
 
-// Reads them from a request. A wish that would be ignored is refused.
+// Reads them from a request. An option that would be ignored is refused.
 Status readWishes(const ListRequest &request, ListWishes &wishes);
 
 } // namespace mrb
