@@ -16,7 +16,7 @@
 namespace mrb {
 namespace {
 
-// The kernel counts a device's size in these, whatever its own sectors are.
+// The unit of a device's size in sysfs, whatever its own sectors are.
 constexpr long long SECTOR_BYTES = 512;
 
 udev_device *diskOf(udev_device *block) {
@@ -26,7 +26,7 @@ udev_device *diskOf(udev_device *block) {
 
 bool isCard(udev_device *block) {
     udev_device *card = udev_device_get_parent_with_subsystem_devtype(block, "mmc", nullptr);
-    // Those soldered in say "MMC".
+    // Soldered-in memory has the type "MMC".
     return card != nullptr && udevAttribute(card, "type") == "SD";
 }
 
@@ -80,7 +80,7 @@ Probed probe(const std::string &node) {
     return {value("TYPE"), value("LABEL"), value("UUID")};
 }
 
-// Udev has looked at the device: what it does not say is not there.
+// Whether udev has processed the device: then a property that is not set does not exist.
 bool isKnownToUdev(udev_device *block) {
     return !udevProperty(block, "ID_FS_TYPE").empty() || udev_device_get_is_initialized(block) > 0;
 }

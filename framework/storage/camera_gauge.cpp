@@ -21,16 +21,16 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto FRESH = std::chrono::seconds(10);
 
-// One camera, from the first time that it was asked.
+// The requests to one camera.
 struct Asked {
     std::shared_ptr<CameraService::Task> task; // null: it has ended
     Clock::time_point ended;
-    bool isWarned = false; // since its last answer
+    bool isWarned = false; // since its last result
 };
 
 void warn(Asked &asked, const std::string &name, const Status &outcome) {
     if (!std::exchange(asked.isWarned, true)) {
-        MRB_LOG_WARNING("The camera \"%s\" does not tell what it has room for: %s (%s)", name.c_str(),
+        MRB_LOG_WARNING("The camera \"%s\" does not report its capacity: %s (%s)", name.c_str(),
                         outcome.message.c_str(), resultName(outcome.code));
     }
 }
@@ -65,12 +65,12 @@ void CameraGauge::ask(std::span<const Device> cameras) {
             }
         } else if (asked.task && CameraService::instance().isOver(asked.task, outcome) &&
                    outcome.code == MRB_ERR_TIMEOUT) {
-            warn(asked, camera.name, outcome); // It is silent, and may answer all the same.
+            warn(asked, camera.name, outcome); // Late so far; a result may still arrive.
         }
     }
 }
 
-// With the lock held, which an end therefore waits for.
+// Called with the lock held, so that the end of the request waits for it.
 void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
     const auto sizes = std::make_shared<CameraSizes>();
     const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
@@ -78,12 +78,12 @@ void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &c
         const std::lock_guard guard(mailbox->lock);
         const auto known = mailbox->cameras.find(address);
         if (known == mailbox->cameras.end()) {
-            return; // It has left.
+            return; // The camera was removed.
         }
         known->second.task = nullptr;
         known->second.ended = Clock::now();
         if (!outcome.ok()) {
-            if (outcome.code != MRB_ERR_CANCELLED) { // The process ends.
+            if (outcome.code != MRB_ERR_CANCELLED) { // Otherwise the process exits.
                 warn(known->second, name, outcome);
             }
             return;

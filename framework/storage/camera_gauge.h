@@ -9,8 +9,8 @@
 
 namespace mrb {
 
-// Asks cameras what they have room for, on the cameras' own threads: nothing waits for the
-// answers, which come when they come. Owned by the DeviceService; any thread.
+// Requests the capacities of cameras on the cameras' own threads, without waiting for the
+// results. Owned by the DeviceService; any thread.
 class CameraGauge {
   public:
     struct Answer {
@@ -20,22 +20,22 @@ class CameraGauge {
 
     CameraGauge();
 
-    // Becomes readable when there are answers; -1 when the system had no descriptor left.
+    // Becomes readable when there are results; -1 when the system had no descriptor left.
     [[nodiscard]] int number() const;
 
-    // Asks those of the cameras, which are all that are attached, whose last answer was some time
-    // ago: asking claims a camera, and lists may be made many times a second. One that has not
-    // answered yet is not asked again. A failure is a line in the log.
+    // Sends a request to each of the cameras (all that are attached) whose last request ended some
+    // time ago, since it claims the camera, and lists may be created many times a second. A camera
+    // with a request under way gets no second one. A failure is logged.
     void ask(std::span<const Device> cameras);
 
-    // Those that came since the last call.
+    // The results since the last call.
     std::vector<Answer> answers();
 
   private:
     struct Mailbox;
     static void start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera);
 
-    const std::shared_ptr<Mailbox> mailbox_; // shared with what is asked of cameras
+    const std::shared_ptr<Mailbox> mailbox_; // shared with the requests under way
 };
 
 } // namespace mrb

@@ -28,7 +28,7 @@ void CameraNames::ask(const std::string &key, const CameraAddress &address, cons
             look(*mailbox, key, address, name);
         }).detach();
     } catch (const std::exception &failure) {
-        MRB_LOG_WARNING("The camera \"%s\" is shown as udev calls it: %s", name.c_str(), failure.what());
+        MRB_LOG_WARNING("The camera \"%s\" is shown under its udev name: %s", name.c_str(), failure.what());
     }
 }
 
@@ -37,7 +37,7 @@ void CameraNames::look(Mailbox &mailbox, const std::string &key, const CameraAdd
     try {
         const CameraModel model = cameraLibrary().modelOf(address);
         if (model.driver.empty()) {
-            MRB_LOG_WARNING("Nothing speaks with the camera \"%s\"; it is shown as udev knows it.",
+            MRB_LOG_WARNING("No libgphoto2 driver for the camera \"%s\"; it is shown under its udev name.",
                             name.c_str());
         }
         if (!model.name.empty()) {
@@ -46,7 +46,7 @@ void CameraNames::look(Mailbox &mailbox, const std::string &key, const CameraAdd
             eventfd_write(mailbox.news.number(), 1);
         }
     } catch (const std::exception &failure) {
-        MRB_LOG_WARNING("The camera \"%s\" is shown as udev knows it: %s", name.c_str(), failure.what());
+        MRB_LOG_WARNING("The camera \"%s\" is shown under its udev name: %s", name.c_str(), failure.what());
     }
 }
 

@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-// Finds out how cameras are called, on threads that end with the answer: the library
-// that knows is loaded with the first camera. Owned by Cameras; one thread at a time.
+// Looks up the names of cameras, on threads that end with the result: libgphoto2, which
+// knows the names, is loaded with the first camera. Owned by Cameras; one thread at a time.
 class CameraNames {
   public:
     struct Answer {
@@ -20,13 +20,13 @@ class CameraNames {
 
     CameraNames();
 
-    // Becomes readable when there are answers; -1 when there will be none.
+    // Becomes readable when there are results; -1 when there will be none.
     [[nodiscard]] int number() const;
 
-    // `name` is for the log. What the library does not know has no answer.
+    // `name` is for the log. A camera that the library does not know has no result.
     void ask(const std::string &key, const CameraAddress &address, const std::string &name);
 
-    // Those that came since the last call.
+    // The results since the last call.
     std::vector<Answer> answers();
 
   private:
@@ -34,7 +34,7 @@ class CameraNames {
     static void look(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
                      const std::string &name);
 
-    const std::shared_ptr<Mailbox> mailbox_; // shared with those that still look
+    const std::shared_ptr<Mailbox> mailbox_; // shared with the look-ups under way
 };
 
 } // namespace mrb

@@ -22,14 +22,14 @@ std::string firstOf(const std::string &first, const std::string &second) {
     return first.empty() ? second : first;
 }
 
-// "04a9" as a number; 0 when it is none.
+// "04a9" as a number; 0 when it is not one.
 int hexadecimal(const std::string &text) {
     int number = 0;
     std::from_chars(text.data(), text.data() + text.size(), number, 16);
     return number;
 }
 
-// As libgphoto2 writes it.
+// In libgphoto2's format.
 std::string portOf(int bus, int address) {
     const auto three = [](int number) {
         const std::string digits = std::to_string(number);
@@ -95,7 +95,7 @@ void Cameras::attach(DeviceTable &table, udev_device *usb) {
     if (known != cameras_.end() && known->second.camera == device.camera) {
         device.name = known->second.name;
     } else {
-        detach(table, key); // one that was there before, and whose removal was not heard of
+        detach(table, key); // a previous one whose removal event was lost
         names_.ask(key, device.camera, device.name);
     }
     table.set(key, device);
@@ -115,7 +115,7 @@ void Cameras::lookAtAll(DeviceTable &table) {
             there.insert(keyOf(usb.get()));
         }
     }
-    // First what has left: another may be in its place.
+    // Removals first: another camera may be attached in the same place.
     const auto isThere = [&there](const std::string &key) { return there.contains(key); };
     table.keep(WORD, isThere);
     std::erase_if(cameras_, [&isThere](const auto &camera) { return !isThere(camera.first); });

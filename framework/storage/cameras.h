@@ -9,8 +9,8 @@
 
 namespace mrb {
 
-// Cameras and players that speak PTP, known by the mark that gphoto's rules give them,
-// and called as libgphoto2 calls them as soon as that is known. Owned by the
+// PTP cameras and players, recognised by the property that gphoto's udev rules set, and
+// named as libgphoto2 names them as soon as the name is known. Owned by the
 // DeviceService; one thread at a time.
 class Cameras final : public DeviceSource {
   public:

@@ -13,7 +13,7 @@
 namespace mrb {
 namespace {
 
-// Whether `folder` still belongs to the device: unmounted, it would be that of another.
+// Whether `folder` still belongs to the device: after an unmount it is on another file system.
 bool isMountedStill(int folder, const Device &device) {
     struct statx facts {};
     return device.mountId == 0 ||
@@ -22,7 +22,7 @@ bool isMountedStill(int folder, const Device &device) {
              facts.stx_mnt_id == static_cast<std::uint64_t>(device.mountId)));
 }
 
-// Their product, as far as the signed range goes.
+// Their product, limited to the signed range.
 long long bytes(std::uint64_t blocks, std::uint64_t size) {
     constexpr auto MOST = static_cast<std::uint64_t>(std::numeric_limits<long long>::max());
     return static_cast<long long>(size == 0 ? 0 : std::min(blocks, MOST / size) * size);

@@ -7,10 +7,10 @@
 
 namespace mrb {
 
-// What a device is, and with that which list it is in.
+// The kind of a device, which decides the list that it is in.
 enum class DeviceKind { USB, CAMERA, SERVER };
 
-// What is known of one device. A plain value; texts are UTF-8 that can be shown.
+// What is known of one device. A plain value; texts are displayable UTF-8.
 struct Device {
     DeviceKind kind = DeviceKind::USB;
     std::string id;
@@ -23,9 +23,9 @@ struct Device {
     CameraAddress camera;    // of a camera
     long long available = 0; // bytes
     long long total = 0;     // bytes; both 0: not known, or not yet
-    int mountId = 0;         // of mountPath, to know it from what is mounted there later; 0: none
+    int mountId = 0;         // of mountPath, distinguishes it from later mounts there; 0: none
     int fileSystem = MRB_FILE_SYSTEM_UNKNOWN;
-    int index = 0; // the DeviceTable's
+    int index = 0; // assigned by the DeviceTable
     int address = 0;
     int bus = 0;
     int deviceClass = MRB_STORAGE_CLASS_NONE;
@@ -33,21 +33,21 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
-// Two cameras of one maker may have the same id; they are at different places.
+// Two cameras of one maker may have the same id; their addresses differ.
 bool isSame(const Device &one, const Device &other);
 
-// Gives a device of the DeviceTable the sizes that were measured of it, if it is still the same
-// that is mounted at the same place.
+// Copies measured sizes to a device of the DeviceTable, if it is still the same device,
+// mounted at the same place.
 void keepSizes(Device &device, const Device &measured);
 
-// Asks the file system that the device is mounted with for its sizes;
-// what it does not answer stays as it was. May wait for the device, for ever when it is dying: a
-// SizeGauge asks in time. Any thread.
+// Reads the sizes of the file system that is mounted from the device; on a failure they stay
+// as they were. May block for ever on a device that hangs: a SizeGauge adds the deadline.
+// Any thread.
 void measure(Device &device);
 
 } // namespace mrb
 
-// What clients hold: the same under the name that C knows.
+// The handle of clients: the same under the C interface's name.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the framework's own name
 struct _mrb_storage_s {
     mrb::Device device;

@@ -23,7 +23,7 @@ std::vector<Device> DeviceService::attached(DeviceKind kind) {
     try {
         awaitLook();
     } catch (const std::system_error &failure) {
-        MRB_LOG_ERROR("Devices are not looked at: %s", failure.what());
+        MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
     const std::lock_guard guard(lock_);
     return known_.list(kind);
@@ -42,7 +42,7 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
     gauge_.measure(measured, std::min(deadline, Clock::now() + limits_.call));
     guard.lock();
     for (std::size_t each = 0; each < devices.size(); ++each) {
-        // What has not answered has no news of its own, and the thread may have some.
+        // An unchanged entry may be older than what the thread has stored in the meantime.
         if (measured[each] != devices[each]) {
             known_.keepSizes(measured[each]);
             measured_[measured[each].index] = measured[each];
@@ -54,8 +54,8 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
 int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) {
     std::unique_lock guard(lock_);
     if (callback_ == nullptr) {
-        // What is there before the registration is no news after it. Another callback has
-        // heard of that, and what is about to be told is this one's.
+        // Devices attached before the first registration are not reported as new after it. The
+        // previous callback has reported them, and pending events go to the new one.
         guard.unlock();
         awaitLook();
         guard.lock();
@@ -99,7 +99,7 @@ int DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
         return MRB_ERR_NONE;
     }
     guard.unlock();
-    MRB_LOG_WARNING("A callback for devices does not return; it is not waited for any longer.");
+    MRB_LOG_WARNING("A device callback that is being replaced or removed has not returned by the deadline.");
     return MRB_ERR_TIMEOUT;
 }
 
@@ -131,8 +131,8 @@ void DeviceService::start() {
 
 void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
 
-// Waits until what happened before this call is known, or until its limit is over; inside a
-// callback it looks by itself. Returns when the call is to be over.
+// Waits until a scan that began after this call has ended, or until the timeout; scans itself
+// when called inside a callback. Returns the deadline of the whole call.
 DeviceService::Time DeviceService::awaitLook() {
     std::unique_lock guard(lock_);
     const Time deadline = Clock::now() + (hasLooked_ || isOverdue_ ? limits_.call : limits_.firstCall);
@@ -154,11 +154,11 @@ DeviceService::Time DeviceService::awaitLook() {
     isOverdue_ = true;
     guard.unlock();
     MRB_LOG_WARNING(
-        "A device, or what the system says of devices, does not answer; what was known is shown.");
+        "The device scan has not ended in time: a device or the system hangs. Last known devices are used.");
     return deadline;
 }
 
-// Lets the sources say what happened, and queues that for what it concerns.
+// Scans all sources and queues the changes for the listener and the observers.
 void DeviceService::look() {
     unsigned long long request = 0;
     {
@@ -173,7 +173,7 @@ void DeviceService::look() {
         try {
             source->look(table_);
         } catch (const std::exception &failure) {
-            MRB_LOG_ERROR("Devices were not looked at: %s", failure.what());
+            MRB_LOG_ERROR("The device scan failed: %s", failure.what());
         }
         publish(mounted);
     }
@@ -185,8 +185,8 @@ void DeviceService::look() {
     measure(std::move(mounted));
 }
 
-// What the table has done from now on is what calls see, and is queued with it: an event is
-// told behind that. Adds the devices of events that are waiting for their sizes.
+// Publishes the table's changes to calls and queues their events under one lock, so that a call
+// never sees less than an event has reported. Adds the devices of events that need sizes.
 void DeviceService::publish(std::vector<Device> &mounted) {
     std::vector<Notice> notices = table_.takeNotices();
     if (notices.empty()) {
@@ -209,7 +209,7 @@ void DeviceService::publish(std::vector<Device> &mounted) {
     }
 }
 
-// All that was asked for before the look began is answered.
+// Completes all requests that were made before the scan began.
 void DeviceService::endLook(unsigned long long request) {
     const std::lock_guard guard(lock_);
     depart([this, request](const Awaited &each) {
@@ -221,8 +221,8 @@ void DeviceService::endLook(unsigned long long request) {
     change_.notify_all();
 }
 
-// Gives events the sizes of their devices: not before the look has ended, since calls wait for
-// that, and a device may be slow.
+// Adds the sizes of their devices to events: only after the scan has ended, since calls wait for
+// its end, and a device may be slow.
 void DeviceService::measure(std::vector<Device> mounted) {
     if (mounted.empty()) {
         return;
@@ -252,7 +252,7 @@ void DeviceService::run() {
     try {
         sources_ = make_();
     } catch (const std::exception &failure) {
-        MRB_LOG_ERROR("Devices are not looked at: %s", failure.what());
+        MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
     std::vector<pollfd> waited{{wake_.number(), POLLIN, 0}, {cameraGauge_.number(), POLLIN, 0}};
     for (const auto &source : sources_) {
@@ -262,9 +262,9 @@ void DeviceService::run() {
     while (deliver()) {
         poll(waited.data(), waited.size(), -1);
         for (pollfd &each : waited) {
-            // What has ended would wake the thread for ever.
+            // A closed descriptor would wake the thread for ever.
             if ((each.revents & (POLLNVAL | POLLHUP)) != 0) {
-                MRB_LOG_WARNING("A source of devices has ended; nothing more is heard from it.");
+                MRB_LOG_WARNING("A device source was closed by the system; its events are lost from now on.");
                 each.fd = -1;
             }
         }
@@ -274,7 +274,7 @@ void DeviceService::run() {
     }
 }
 
-// Tells until nothing is left to tell. False: the thread shall end.
+// Delivers until the queues are empty. False: the thread has to end.
 bool DeviceService::deliver() {
     std::unique_lock guard(lock_);
     while (!down_ && (tellDeparture(guard) || tellNotice(guard))) {
@@ -291,7 +291,7 @@ bool DeviceService::tellDeparture(std::unique_lock<std::mutex> &guard) {
     guard.unlock();
     if (observer) {
         observer->deviceRemoved();
-        observer.reset(); // which may be its end
+        observer.reset(); // which may destroy it
     }
     guard.lock();
     return true;

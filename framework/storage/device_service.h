@@ -19,35 +19,35 @@
 
 namespace mrb {
 
-// Somebody to whom it matters that a device is there. Called on the DeviceService's thread,
-// with nothing locked; returns soon.
+// An observer of a device's removal. Called on the DeviceService's thread without locks held;
+// must return soon.
 class RemovalObserver {
   public:
     virtual ~RemovalObserver() = default;
     virtual void deviceRemoved() = 0;
 };
 
-// How long devices that do not answer are waited for.
+// Timeouts for devices that do not respond.
 struct DeviceLimits {
-    // A call, for the thread's look and for sizes together: the call may come from the
-    // application's main thread. A look that takes longer is not waited for again.
+    // A call, for the scan and for sizes together: the call may come from the application's
+    // main thread. Later calls do not wait for a scan that takes longer.
     std::chrono::milliseconds call = std::chrono::milliseconds(100);
-    // The same until a look has ended. A program that lists once and never listens has no other
-    // answer than the first one, and on a busy machine the first look takes its time.
+    // The same until the first scan has ended. For a program that lists once and never listens the
+    // first result is the only one, and on a busy machine the first scan takes its time.
     std::chrono::milliseconds firstCall = std::chrono::seconds(1);
     // An event, for the sizes in its record.
     std::chrono::milliseconds event = std::chrono::milliseconds(300);
 };
 
-// Knows the devices of this machine, and tells one listener what happens to them, and
-// others that one of them has left, from a thread of its own that sleeps while nothing
-// happens. The process has one, see instance(); any thread may call it, also from inside a
+// Knows the devices of this machine, notifies one listener of changes and observers of
+// removals, from a thread of its own that sleeps while nothing changes. The process has one,
+// see instance(); any thread may call it, also from inside a
 // callback.
 //
-// That thread alone looks at devices, which may take as long as they like; no lock is held
-// while it does. A call asks it to look, so that what happened before the call is in the
-// answer, and waits for that no longer than its limit: then the answer is what was known, and
-// what the look finds is an event.
+// Only that thread scans devices, which may take any time; no lock is held while it does. A
+// call requests a scan, so that its result includes what happened before the call, and waits
+// for the scan until the call's timeout: then the result is the last known state, and what the
+// scan finds is posted as an event.
 class DeviceService {
   public:
     using Sources = std::vector<std::unique_ptr<DeviceSource>>;
@@ -60,36 +60,36 @@ class DeviceService {
     DeviceService(const DeviceService &) = delete;
     DeviceService &operator=(const DeviceService &) = delete;
 
-    // The process's service, made when it is first asked for.
+    // The process's service, created on first use.
     static DeviceService &instance();
 
-    // The devices that are there now, with their sizes now. Cameras have those that they answered
-    // last, zeros before; they are asked without waiting, and an answer that is another is
-    // MRB_STORAGE_EVENT_CHANGED. Throws std::system_error when the system has no room for the
-    // thread.
+    // The devices that are attached now, with their current sizes. Cameras have the sizes of their
+    // last report, zeros before the first; new sizes are requested without waiting, and a result
+    // that differs is MRB_STORAGE_EVENT_CHANGED. Throws std::system_error when the system has no
+    // room for the thread.
     std::vector<Device> list(DeviceKind kind);
 
-    // The same with the sizes that were known last, for whoever needs none. Where the thread
-    // cannot start there are none, and the log says so.
+    // The same with the last known sizes, for callers that need none. When the thread cannot
+    // start, the list is empty and an error is logged.
     std::vector<Device> attached(DeviceKind kind);
 
-    // Calls back from now on, instead of what it called before. What a look finds that this did
-    // not wait for is reported. Throws std::system_error as list does.
+    // Replaces the callback. What a scan finds after this has stopped waiting for it is reported.
+    // Throws std::system_error as list does.
     int listen(mrb_storage_notification_cb callback, void *userData);
 
-    // Both return when the callback that was set before is not running and will not
-    // run; made from inside it, at once. MRB_ERR_TIMEOUT: it does not return.
+    // Both return when the previous callback is not running and will not run; at once when
+    // called from inside it. MRB_ERR_TIMEOUT: it has not returned.
     int unlisten();
 
-    // Tells the observer when the device leaves, once; soon when it is not there any more. One
-    // that comes back is another. Waits for nothing. Throws std::system_error as list does.
+    // Notifies the observer once when the device is removed; soon when it is gone already. A device
+    // that comes back is another one. Does not wait. Throws std::system_error as list does.
     void awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer);
 
-    // Nothing is begun to be told to the observer any more. From inside its call as well.
+    // Starts no further notification of the observer. May be called from inside one.
     void forget(const RemovalObserver &observer);
 
-    // Ends the thread. A callback or a look that does not return until the deadline is left
-    // behind: false. No observer is notified from now on, and lists are what was known.
+    // Ends the thread. If a callback or a scan does not return by the deadline, the thread is
+    // detached: false. No observer is notified from now on, and lists are the last known state.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -99,7 +99,7 @@ class DeviceService {
         Device device;
         const RemovalObserver *key;
         std::weak_ptr<RemovalObserver> observer;
-        unsigned long long request; // the look that finds out whether the device is there
+        unsigned long long request; // the scan that finds out whether the device is attached
     };
 
     Time awaitLook();
@@ -124,18 +124,18 @@ class DeviceService {
     const DeviceLimits limits_;
     CameraGauge cameraGauge_;
 
-    // The thread's alone:
+    // Used by the thread alone:
     Sources sources_;
     DeviceTable table_;
 
-    std::mutex lock_; // guards what follows; never held while something is waited for
+    std::mutex lock_; // guards what follows; never held during a scan or a callback
     std::condition_variable change_;
     KnownDevices known_;
-    std::map<int, Device> measured_;  // for lists, since the last look; by their indexes
-    unsigned long long requests_ = 0; // for a look
-    unsigned long long answered_ = 0; // those that were made before the last look began
+    std::map<int, Device> measured_;  // for lists, since the last scan; by their indexes
+    unsigned long long requests_ = 0; // number of scans requested
+    unsigned long long answered_ = 0; // those made before the last scan began
     bool hasLooked_ = false;
-    bool isOverdue_ = false; // a call has waited its limit for the look that is due
+    bool isOverdue_ = false; // a call has timed out waiting for the pending scan
     mrb_storage_notification_cb callback_ = nullptr;
     void *userData_ = nullptr;
     std::deque<Notice> notices_;

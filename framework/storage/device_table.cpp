@@ -7,7 +7,7 @@
 namespace mrb {
 namespace {
 
-// Of cameras, in all tables of the process.
+// Arrival numbers of cameras, unique over all tables of the process.
 std::atomic<std::uint64_t> arrivals = 0;
 
 } // namespace

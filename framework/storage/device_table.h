@@ -10,24 +10,24 @@
 
 namespace mrb {
 
-// Something that happened to a device.
+// A change of a device.
 struct Notice {
     mrb_storage_event_e event;
     Device device;
 };
 
-// The devices that are there, each under a key that its source chooses, and what
-// happened to them. However often a source says the same, it happens once. Owned by
+// The attached devices, each under a key that its source chooses, and their changes.
+// A source may set the same state repeatedly; only differences are changes. Owned by
 // the DeviceService; one thread at a time.
 class DeviceTable {
   public:
-    // The device is there, and like this. Where it is mounted as before it keeps the sizes that
-    // are known: that sizes differ is no change. A new camera has an arrival of its own.
+    // Adds or updates a device. While it is mounted as before it keeps its known sizes: different
+    // sizes alone are no change. A new camera gets an arrival number of its own.
     void set(const std::string &key, Device device);
 
     [[nodiscard]] bool contains(const std::string &key) const { return devices_.contains(key); }
 
-    // It is not there any more.
+    // The device is gone.
     void remove(const std::string &key);
 
     // Removes every device whose key begins with `word` and does not satisfy `isThere`.
@@ -42,17 +42,17 @@ class DeviceTable {
         }
     }
 
-    // What was measured of a device, if it is still mounted there.
+    // Stores the measured sizes of a device, if it is still mounted there.
     void keepSizes(const Device &measured);
 
-    // What a camera answered, if it is still there; which is a change where nothing, or something
-    // else, was known of it.
+    // Stores the sizes that a camera reported, if it is still attached. A change if they differ
+    // from the known ones.
     void setSizes(const CameraAddress &camera, const CameraSizes &sizes);
 
-    // Those of a kind, in the order of their indexes.
+    // The devices of a kind, in the order of their indexes.
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;
 
-    // What happened since the last call, in order.
+    // The changes since the last call, in order.
     [[nodiscard]] std::vector<Notice> takeNotices() { return std::exchange(notices_, {}); }
 
   private:

@@ -1,4 +1,4 @@
-// The process's device service, and its end.
+// The process's device service, and its shutdown.
 
 #include "base/on_demand.h"
 #include "base/process_exit.h"

@@ -8,19 +8,19 @@
 
 namespace mrb {
 
-// The devices as the DeviceTable last had them: what calls are answered from while a look goes
-// on. Owned by the DeviceService, under its lock; nothing here waits.
+// The devices as last published by the DeviceTable: calls are answered from it during a
+// scan. Owned by the DeviceService, under its lock; nothing here blocks.
 class KnownDevices {
   public:
-    // Does what the table did, which is the same table afterwards.
+    // Applies the table's changes, after which the content is the same as the table's.
     void apply(std::span<const Notice> notices);
 
-    // Those of a kind, in the order of their indexes.
+    // The devices of a kind, in the order of their indexes.
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;
 
     [[nodiscard]] bool contains(const Device &device) const;
 
-    // What was measured of one of them, if it is still mounted there.
+    // Stores the measured sizes of a device, if it is still mounted there.
     void keepSizes(const Device &measured);
 
   private:

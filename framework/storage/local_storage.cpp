@@ -20,25 +20,25 @@ namespace {
 constexpr const char *BLOCK = "block:";
 constexpr const char *MOUNT = "mount:";
 
-// Below these, desktops mount what users plug in.
+// Desktops mount removable media below these.
 constexpr const char *PLACES[] = {"/media/", "/run/media/"};
 
-// So many devices' last words are kept; more are long gone.
+// Maximum of sequence numbers kept; beyond it most are of devices long removed.
 constexpr std::size_t MOST_WORDS = 4096;
 
 std::string keyOf(dev_t number) {
     return BLOCK + std::to_string(major(number)) + ':' + std::to_string(minor(number));
 }
 
-// Another device when something else was mounted there meanwhile; the kernel gives the
-// number of a mount that is gone to the next one, so that is not enough.
+// Distinguishes a mount from a later one at the same place; the mount id is not enough, since
+// the kernel reuses it.
 std::string keyOf(const MountEntry &mount) {
     return MOUNT + std::to_string(mount.id) + ':' + std::to_string(mount.device) + ':' + mount.type + ':' +
            mount.source + ':' + mount.place;
 }
 
-// The number of the block device that is mounted; 0 when it is none. Some file systems
-// have a number of their own, and only their source leads to the device.
+// The number of the mounted block device; 0 when it is not one. Some file systems have a
+// device number of their own, and only their source leads to the block device.
 dev_t deviceOf(const MountEntry &mount) {
     if (major(mount.device) != 0) {
         return mount.device;
@@ -50,7 +50,7 @@ dev_t deviceOf(const MountEntry &mount) {
                : 0;
 }
 
-// Not its file system, which may be made anew. Attached again it has another address.
+// Does not compare the file system, which may be reformatted. A new attachment changes the address.
 bool isSameStick(const Device &one, const Device &other) {
     return one.bus == other.bus && one.address == other.address && one.serial == other.serial &&
            one.vendor == other.vendor;
@@ -61,7 +61,7 @@ bool isInAPlaceForMedia(const MountEntry &mount) {
                                [&mount](const char *place) { return mount.place.starts_with(place); });
 }
 
-// A file system of FUSE's says what it is for only on its device.
+// The type of a FUSE mount does not say which file system it is; the device does.
 int fileSystemOf(const MountEntry &mount) {
     return fileSystemNumber(mount.type == "fuseblk" ? probeFileSystem(mount.source) : mount.type);
 }
@@ -92,7 +92,7 @@ LocalStorage::LocalStorage(std::string mounts)
     : mountTable_(std::move(mounts)), mountsToWaitFor_(openMounts(mountTable_)),
       mountsToAsk_(openMounts(mountTable_)) {
     if (!mountsToWaitFor_ || !mountsToAsk_) {
-        MRB_LOG_WARNING("The system does not tell what is mounted: %s.", std::strerror(errno));
+        MRB_LOG_WARNING("The table of mounts cannot be opened: %s.", std::strerror(errno));
     }
 }
 
@@ -102,7 +102,7 @@ void LocalStorage::addDescriptors(std::vector<pollfd> &waited) const {
 }
 
 void LocalStorage::look(DeviceTable &table) {
-    // In this order: whatever is mounted was attached before, and udev has told so.
+    // In this order: a mounted device was attached before, and udev has reported that.
     const bool mountsChanged = readMounts();
     bool lost = !hasLooked_;
     const std::vector<UdevDevice> events = udev_.events(lost);
@@ -159,7 +159,7 @@ void LocalStorage::hear(DeviceTable &table, udev_device *block) {
 void LocalStorage::attach(DeviceTable &table, udev_device *block) {
     const dev_t number = udev_device_get_devnum(block);
     Device device = describeBlock(block);
-    // Its removal may not have been heard, when there was too much to hear.
+    // Its removal event may have been lost, when the buffer was full.
     if (const auto known = blocks_.find(number);
         known != blocks_.end() && !isSameStick(known->second, device)) {
         table.remove(keyOf(number));
@@ -177,7 +177,7 @@ void LocalStorage::lookAtAll(DeviceTable &table) {
     for (const UdevDevice &block : devices) {
         there.insert(udev_device_get_devnum(block.get()));
     }
-    // First what has left, as it happened.
+    // Removals first, as they happened.
     for (auto each = blocks_.begin(); each != blocks_.end();) {
         if (const dev_t number = (each++)->first; !there.contains(number)) {
             table.remove(keyOf(number));
@@ -196,21 +196,21 @@ void LocalStorage::setBlock(DeviceTable &table, dev_t number, Device device) con
     table.set(keyOf(number), std::move(device));
 }
 
-// Brings what is mounted into the table: where the devices are that udev told of, and
-// what it did not tell of.
+// Updates the table from the mounts: the mount points of udev's devices, and mounts of
+// devices that udev does not report.
 void LocalStorage::setMounts(DeviceTable &table) {
     std::set<std::string> there;
     for (const auto &[number, device] : blocks_) {
         there.insert(keyOf(number));
         setBlock(table, number, device);
     }
-    std::vector<std::pair<std::string, Device>> found; // besides
+    std::vector<std::pair<std::string, Device>> found; // mounts beyond udev's devices
     for (const MountEntry &mount : mounts_) {
         const dev_t number = deviceOf(mount);
         if (number == 0) {
             if (isInAPlaceForMedia(mount) && fileSystemNumber(mount.type) != MRB_FILE_SYSTEM_UNKNOWN) {
                 const std::string key = keyOf(mount);
-                // Nothing of one that is known can have changed.
+                // The entry of a known mount cannot have changed.
                 if (there.insert(key).second && !table.contains(key)) {
                     found.emplace_back(key, deviceOfPlace(mount));
                 }
@@ -220,7 +220,7 @@ void LocalStorage::setMounts(DeviceTable &table) {
         if (there.contains(keyOf(number))) {
             continue;
         }
-        // A device that was pulled out stays mounted, but is no more.
+        // A device that was pulled out stays mounted, but udev has no entry for it.
         const UdevDevice block = udev_.block(number);
         if (block && (isInAPlaceForMedia(mount) || isRemovable(block.get()))) {
             there.insert(keyOf(number));
@@ -229,7 +229,7 @@ void LocalStorage::setMounts(DeviceTable &table) {
             found.emplace_back(keyOf(number), std::move(device));
         }
     }
-    // First what has left: another may be in its place.
+    // Removals first: another device may be in the same place.
     const auto isThere = [&there](const std::string &key) { return there.contains(key); };
     table.keep(BLOCK, isThere);
     table.keep(MOUNT, isThere);

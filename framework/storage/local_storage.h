@@ -12,12 +12,12 @@
 
 namespace mrb {
 
-// Storage that can be carried away: the block devices that udev tells of, with the
-// place where they are mounted, and what else is mounted where removable media are.
-// Owned by the DeviceService; one thread at a time.
+// Removable storage: the block devices that udev reports, with their mount points, and
+// other file systems that are mounted where removable media are. Owned by the
+// DeviceService; one thread at a time.
 class LocalStorage final : public DeviceSource {
   public:
-    // `mounts` names the table of mounts, of the form that the kernel gives it.
+    // `mounts` is the path of the table of mounts, in the kernel's format.
     explicit LocalStorage(std::string mounts = MOUNT_TABLE_FILE);
     void addDescriptors(std::vector<pollfd> &waited) const override;
     void look(DeviceTable &table) override;
@@ -35,12 +35,12 @@ class LocalStorage final : public DeviceSource {
     const std::string mountTable_;
     Udev udev_{"block"};
     bool hasLooked_ = false;
-    Blocks blocks_; // those of udev's that are in the table
-    // When udev last said something of a device; its words may overtake each other.
+    Blocks blocks_; // udev's devices that are in the table
+    // The last event's sequence number by device path: events may arrive out of order.
     std::map<std::string, unsigned long long> lastWords_;
 
-    // Two, because each tells of a change once, to whoever asks: one for those who
-    // wait and one for look().
+    // Two, because each descriptor reports a change once, to the first that polls it: one
+    // for the service's poll and one for look().
     Descriptor mountsToWaitFor_;
     Descriptor mountsToAsk_;
     std::vector<MountEntry> mounts_;

@@ -22,7 +22,7 @@ MountTable readMountTable(const char *file) {
 
 libmnt_fs *mountHolding(libmnt_table *table, std::string path) {
     for (;;) {
-        // Backwards: of several mounts at one place, the last one covers the others.
+        // Backwards: of several mounts at one place, the last one hides the others.
         libmnt_fs *mount = mnt_table_find_target(table, path.c_str(), MNT_ITER_BACKWARD);
         if (mount != nullptr || path.size() <= 1) {
             return mount;

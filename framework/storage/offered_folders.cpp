@@ -24,7 +24,7 @@ namespace {
 constexpr std::uint32_t CHANGES =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
-// As the kernel knows it, which does not wait for a file system that hangs.
+// Cached by the kernel, so that a file system that hangs does not block it.
 bool isFolder(const std::string &path) {
     struct statx facts {};
     return statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE, &facts) == 0 &&
@@ -49,7 +49,7 @@ Device describeStorage(const std::string &folder) {
     return device;
 }
 
-// `number`, from 1, tells it from others of the same name, as an address on a bus would.
+// `number`, from 1, distinguishes cameras of the same name, like an address on a bus.
 Device describeCamera(const std::string &folder, int number) {
     Device device;
     device.kind = DeviceKind::CAMERA;
@@ -71,7 +71,7 @@ std::vector<std::string> offeredFolders(const char *variable) {
     for (std::string line; std::getline(lines, line);) {
         if (!line.starts_with('/')) {
             if (!line.empty()) {
-                MRB_LOG_WARNING("\"%s\" in %s is not an absolute path; it is no device.",
+                MRB_LOG_WARNING("\"%s\" in %s is not an absolute path; it is ignored.",
                                 displayText(line).c_str(), variable);
             }
             continue;
@@ -92,7 +92,7 @@ OfferedFolders::OfferedFolders(std::vector<std::string> folders, DeviceKind kind
     }
     changes_ = Descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!changes_) {
-        MRB_LOG_WARNING("Offered folders that come and go are noticed late: %s.", std::strerror(errno));
+        MRB_LOG_WARNING("Changes of the offered folders will be noticed late: %s.", std::strerror(errno));
     }
 }
 
@@ -104,8 +104,8 @@ void OfferedFolders::look(DeviceTable &table) {
     alignas(inotify_event) std::array<char, 16 << 10> events{};
     while (changes_ && read(changes_.number(), events.data(), events.size()) > 0) {
     }
-    // Before the look, so that what happens after it is told. To watch a folder once
-    // more changes nothing; those that are gone are not watched any more.
+    // Before the check, so that later changes are reported. Watching a folder again has no
+    // effect; watches of deleted folders are gone.
     watch();
     int number = 0;
     for (const std::string &folder : folders_) {
@@ -120,12 +120,12 @@ void OfferedFolders::look(DeviceTable &table) {
     }
 }
 
-// Watches what holds the folders, from the root on: any of it may come and go.
+// Watches the parents of the folders, from the root on: each of them may be created or removed.
 void OfferedFolders::watch() {
     for (const std::string &folder : folders_) {
         std::filesystem::path level;
         for (const auto &part : std::filesystem::path(folder)) {
-            // A watch on the folder itself would tell of its files.
+            // A watch on the folder itself would report its files.
             if (changes_ && !level.empty() &&
                 inotify_add_watch(changes_.number(), level.c_str(), CHANGES) < 0) {
                 break;

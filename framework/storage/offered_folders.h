@@ -8,16 +8,16 @@
 
 namespace mrb {
 
-// The environment variables that name the offered folders, absolute paths with a line
-// feed between them: those that stand for storage, and those that stand for cameras.
+// The environment variables with the offered folders, absolute paths separated by line
+// feeds: one for folders that stand for storage, one for those that stand for cameras.
 inline constexpr const char *OFFERED_FOLDERS = "MRB_DEVICES";
 inline constexpr const char *OFFERED_CAMERAS = "MRB_CAMERAS";
 
-// Those that a variable names; what is not absolute is left out, and the log says so.
+// The folders of a variable; paths that are not absolute are ignored with a warning.
 std::vector<std::string> offeredFolders(const char *variable = OFFERED_FOLDERS);
 
-// Folders that stand for devices of a kind, for trying a script without one: attached while
-// the folder is there. Owned by the DeviceService; one thread at a time.
+// Folders that stand for devices of a kind, for trying a script without a device: attached
+// while the folder exists. Owned by the DeviceService; one thread at a time.
 class OfferedFolders final : public DeviceSource {
   public:
     explicit OfferedFolders(std::vector<std::string> folders, DeviceKind kind = DeviceKind::USB);

@@ -16,10 +16,10 @@
 namespace mrb {
 namespace {
 
-// After so long without an answer the next device is asked on another thread.
+// When a device has not answered for this long, the next one is read on another thread.
 constexpr auto PATIENCE = std::chrono::milliseconds(20);
 
-// So many late answers are kept for who asks again; more are of devices that are gone.
+// Maximum of late results kept for later calls; beyond it most are of removed devices.
 constexpr std::size_t MOST_LATE = 256;
 
 std::string keyOf(const Device &device) {
@@ -33,13 +33,13 @@ void takeSizes(Device &device, const Device &answer) {
 
 } // namespace
 
-// A question, and then its answer.
+// A request, and then its result.
 struct SizeGauge::Asked {
     Device device;
     bool isAnswered = false;
 };
 
-// The questions of one call, taken by its workers in turn.
+// The requests of one call, processed by its workers in turn.
 struct SizeGauge::Round {
     std::vector<std::shared_ptr<Asked>> questions;
     std::size_t taken = 0;
@@ -50,7 +50,7 @@ struct SizeGauge::State {
     Ask ask;
     std::mutex lock; // guards what follows, and all rounds
     std::condition_variable change;
-    std::map<std::string, std::shared_ptr<Asked>> late; // those that nobody waited for
+    std::map<std::string, std::shared_ptr<Asked>> late; // requests that exceeded their deadline
 };
 
 SizeGauge::SizeGauge(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
@@ -79,13 +79,13 @@ void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::ti
     }
     const std::size_t number = waiting.size();
     while (round->answered < number && std::chrono::steady_clock::now() < deadline) {
-        if (round->taken < number) { // or those that were asked are slow
+        if (round->taken < number) { // otherwise all are started and slow
             startWorker(round);
         }
         state_->change.wait_until(guard, std::min(deadline, std::chrono::steady_clock::now() + PATIENCE),
                                   [&] { return round->answered == number; });
     }
-    const std::size_t taken = std::exchange(round->taken, number); // The rest is asked another time.
+    const std::size_t taken = std::exchange(round->taken, number); // The rest is left to a later call.
     if (state_->late.size() > MOST_LATE) {
         std::erase_if(state_->late, [](const auto &each) { return each.second->isAnswered; });
     }
@@ -94,19 +94,19 @@ void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::ti
         if (asked->isAnswered) {
             takeSizes(*waiting[index], asked->device);
         } else {
-            MRB_LOG_WARNING("\"%s\" does not tell its size; what was known of it is shown.",
+            MRB_LOG_WARNING("\"%s\" does not report its size in time; its last known size is used.",
                             waiting[index]->name.c_str());
             state_->late[keyOf(*waiting[index])] = asked;
         }
     }
 }
 
-// With the lock held.
+// Call with the lock held.
 void SizeGauge::startWorker(const std::shared_ptr<Round> &round) {
     try {
         startThread("mrb-sizes", [state = state_, round] { work(*state, *round); }).detach();
     } catch (const std::system_error &failure) {
-        MRB_LOG_WARNING("Sizes are not asked for: %s", failure.what());
+        MRB_LOG_WARNING("The sizes of devices are not read: %s", failure.what());
     }
 }
 

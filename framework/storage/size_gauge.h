@@ -9,21 +9,21 @@
 
 namespace mrb {
 
-// Asks mounted devices for their sizes on threads that may be left behind: a device that is
-// dying, or a file system whose program hangs, answers late or never. The process has
-// one, see instance(); any thread may call it.
+// Reads the sizes of mounted devices on threads that may be detached: a device that fails,
+// or a FUSE file system whose program hangs, answers late or never. The process has one,
+// see instance(); any thread may call it.
 class SizeGauge {
   public:
     using Ask = std::function<void(Device &)>;
 
-    // `ask` fills in the sizes of one device, from any thread, and outlives all answers.
+    // `ask` fills in the sizes of one device, is called on any thread, and outlives all requests.
     explicit SizeGauge(Ask ask);
 
     static SizeGauge &instance();
 
-    // Brings the sizes of each device up to date. One that does not answer by the deadline
-    // keeps those that it has; until it has answered it is not asked again, and nothing
-    // waits for it.
+    // Updates the sizes of each device. A device that does not answer by the deadline keeps
+    // the sizes that it has; until it has answered, no further request is sent to it, and
+    // no call waits for it.
     void measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline);
 
   private:
@@ -34,7 +34,7 @@ class SizeGauge {
     static void work(State &state, Round &round);
     void startWorker(const std::shared_ptr<Round> &round);
 
-    const std::shared_ptr<State> state_; // shared with those that are left behind
+    const std::shared_ptr<State> state_; // shared with detached threads
 };
 
 } // namespace mrb

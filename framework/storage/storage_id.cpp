@@ -36,7 +36,7 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder) {
 
 namespace {
 
-// So long a call of an application may wait.
+// The timeout of a client's call.
 constexpr auto CALL_LIMIT = std::chrono::milliseconds(100);
 
 // True: `path` is `folder` or lies below it; both without a slash at the end.
@@ -58,10 +58,10 @@ Status readStorageId(const std::string &path, std::string &id) {
     if (!table) {
         return Status::ioError("The table of mounts cannot be read.");
     }
-    // Backwards: of several mounts at one place, the last one covers the others.
+    // Backwards: of several mounts at one place, the last one hides the others.
     libmnt_fs *mount = mnt_table_find_mountpoint(table.get(), real.get(), MNT_ITER_BACKWARD);
     if (mount == nullptr) {
-        return Status::notFound("No mount holds \"" + path + "\".");
+        return Status::notFound("No mount contains \"" + path + "\".");
     }
     id = storageIdOf(entryOf(mount));
     return {};

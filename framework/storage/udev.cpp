@@ -15,24 +15,24 @@
 namespace mrb {
 namespace {
 
-// What a burst of events may take until it is read. The system may grant less.
+// The size of a burst of events until it is read. The system may grant less.
 constexpr int BUFFER_BYTES = 8 << 20;
 
-// The folder in which udev keeps what it knows.
+// The folder of udev's database.
 constexpr const char *UDEV_FOLDER = "/run/udev";
 
-// Without udev, as in many containers, nothing fails: there is just never a device.
+// Without udev, as in many containers, nothing fails: the device lists are empty.
 void sayOnceWhatIsMissing() {
     static std::once_flag said;
     std::call_once(said, [] {
         if (faccessat(AT_FDCWD, UDEV_FOLDER, R_OK | X_OK, AT_EACCESS) != 0) {
-            MRB_LOG_WARNING("udev tells nothing of devices, only mounts are known (%s: %s).", UDEV_FOLDER,
+            MRB_LOG_WARNING("udev reports no devices, only mounts are known (%s: %s).", UDEV_FOLDER,
                             std::strerror(errno));
         }
     });
 }
 
-// Takes the "\x20" out of a text that udev has encoded.
+// Replaces the "\x20" escapes of a text that udev has encoded.
 std::string decoded(const std::string &text) {
     std::string bytes;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -49,7 +49,7 @@ std::string decoded(const std::string &text) {
     return bytes;
 }
 
-// Some devices fill their texts up with zeros.
+// Some devices pad their texts with zeros.
 std::string untilZero(const std::string &text) { return text.substr(0, text.find('\0')); }
 
 std::string trimmed(const std::string &text) {
@@ -97,7 +97,7 @@ Udev::Udev(const char *subsystem, const char *type)
         }
     }
     if (number_ < 0) {
-        MRB_LOG_WARNING("The system does not tell of devices (%s) that come and go: %s.", subsystem,
+        MRB_LOG_WARNING("Devices (%s) that are added or removed will not be noticed: %s.", subsystem,
                         std::strerror(errno));
     }
 }
@@ -129,7 +129,7 @@ std::vector<UdevDevice> Udev::events(bool &lost) const {
         if (device) {
             found.push_back(std::move(device));
         } else if (errno == ENOBUFS) {
-            lost = true; // and said once; what follows can be read
+            lost = true; // reported once; later events can be read
         } else if (errno != EINTR) {
             break;
         }

@@ -12,35 +12,35 @@ namespace mrb {
 
 using UdevDevice = std::unique_ptr<udev_device, Deleter<udev_device_unref>>;
 
-// A property or attribute as text that can be shown; empty when there is none.
+// A property or attribute as displayable text; empty when the device has none.
 std::string udevProperty(udev_device *device, const char *name);
 std::string udevAttribute(udev_device *device, const char *name);
 
-// A text of the device's own maker: its exact form NAME_ENC where there is one, without
+// A text that the device's maker set: its exact form NAME_ENC where there is one, without
 // blanks at its ends.
 std::string udevMakersText(udev_device *device, const std::string &name);
 
-// A decimal text as a number; 0 when it is none.
+// A decimal text as a number; 0 when it is not one.
 int udevNumber(const std::string &text);
 
-// The USB device that the device belongs to, or null; lives as long as `device`.
+// The USB device that the device belongs to, or null; valid as long as `device`.
 udev_device *usbDeviceOf(udev_device *device);
 
-// What udev says of the devices of one subsystem. Owned by a DeviceSource; one thread
-// at a time. Where the system has no udev there are no devices, and the log says so.
+// udev's devices and events of one subsystem. Owned by a DeviceSource; one thread at a
+// time. Where the system has no udev there are no devices, and a warning is logged.
 class Udev {
   public:
     // Of the type only, such as "usb_device", when one is given.
     explicit Udev(const char *subsystem, const char *type = nullptr);
 
-    // Becomes readable when something happens; -1 when nothing can be heard.
+    // Becomes readable when an event arrives; -1 when the monitor could not be started.
     [[nodiscard]] int number() const { return number_; }
 
-    // Those that are there.
+    // The devices that exist now.
     [[nodiscard]] std::vector<UdevDevice> devices() const;
 
-    // Those that something happened to since the last call, each as it was then and in
-    // order. `lost` tells that some are missing because there were too many.
+    // The devices with events since the last call, each in its state at the event, in order.
+    // `lost` is set when events were dropped because the buffer was full.
     [[nodiscard]] std::vector<UdevDevice> events(bool &lost) const;
 
     // The block device with that number, or null.

@@ -135,7 +135,7 @@ TEST_F(CameraTest, WithoutADriverHasItsNameOfUdevAndALineInTheLog) {
         }
         support::awaitCameraThreads();
     });
-    EXPECT_EQ(times(log, "does not tell what it has room for: usb:001,007: "), 1U) << log;
+    EXPECT_EQ(times(log, "does not report its capacity: usb:001,007: "), 1U) << log;
 }
 
 TEST_F(CameraTest, AThousandArrivalsAndRemovalsAreEachReportedOnce) {

@@ -58,9 +58,8 @@ TEST_F(DeviceMissing, WithoutUdevListsAreEmptyAndMountsAreStillDevices) {
     ASSERT_EQ(mount("stick", "/media/stick", "tmpfs", 0, nullptr), 0);
     listener.waitFor(1);
     EXPECT_EQ(listDevices().size(), 1U);
-    expectOnce(
-        testing::internal::GetCapturedStderr(),
-        "udev tells nothing of devices, only mounts are known (/run/udev: No such file or directory).");
+    expectOnce(testing::internal::GetCapturedStderr(),
+               "udev reports no devices, only mounts are known (/run/udev: No such file or directory).");
 }
 
 TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndOneLogLineSaysSo) {
@@ -76,7 +75,7 @@ TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndOneLogLineSaysSo) {
         EXPECT_EQ(listDevices(MRB_STORAGE_KIND_PTP).size(), 0U);
     }
     expectOnce(testing::internal::GetCapturedStderr(),
-               "udev tells nothing of devices, only mounts are known (/run/udev: Permission denied).");
+               "udev reports no devices, only mounts are known (/run/udev: Permission denied).");
 }
 
 TEST_F(DeviceMissing, AMountThatMayNotBeEnteredIsADeviceOfUnknownSize) {
@@ -106,7 +105,7 @@ TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndOneLogLineSaysSo) 
         storage.look(table);
     }
     const std::string log = testing::internal::GetCapturedStderr();
-    const std::string line = "The system does not tell what is mounted: No such file or directory.";
+    const std::string line = "The table of mounts cannot be opened: No such file or directory.";
     expectOnce(log, line);
     for (const mrb::Notice &notice : table.takeNotices()) {
         EXPECT_EQ(notice.device.mountPath, "");
