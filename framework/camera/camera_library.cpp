@@ -10,8 +10,8 @@ namespace mrb {
 CameraLibrary &cameraLibrary() {
     static OnDemand<CameraLibrary> library;
     return library.get([] {
-        // libgphoto2 loads its drivers by itself, and some bring libheif and its encoders
-        // along. The readers load these as a module is to (base/module_end.cpp).
+        // libgphoto2 loads its drivers by itself, and some link libheif and its encoders. The
+        // readers load these first, as a module's libraries (base/module_end.cpp).
         loadReaders();
         const LoadingTurn turn;
         const Module module("libmrb-cameras.so");

@@ -14,14 +14,14 @@
 
 namespace mrb {
 
-// Where a camera is, and what it says it is.
+// The port of a camera, and its USB identity.
 struct CameraAddress {
     std::string port; // "usb:BUS,ADDRESS" with three decimal digits each; or "disk:/FOLDER", a
                       // folder that libgphoto2 shows as a camera; empty: no camera
-    int vendor = 0;   // the numbers of the USB device; 0: it has none
+    int vendor = 0;   // the ids of the USB device; 0: it has none
     int product = 0;
-    // Which of those that were at that port: no two in the life of a process are the same, however
-    // alike they are. 0: that does not matter.
+    // Distinguishes the cameras that were attached to that port: unique in the life of a process,
+    // even for identical cameras. 0: any of them.
     std::uint64_t arrival = 0;
 
     bool operator==(const CameraAddress &) const = default;
@@ -31,13 +31,13 @@ struct CameraAddress {
     }
 };
 
-// How a camera's model is called; texts are UTF-8.
+// The model of a camera; texts are UTF-8.
 struct CameraModel {
-    std::string driver; // the library's own name of what speaks with it; empty: nothing does
-    std::string name;   // empty: of no particular name
+    std::string driver; // libgphoto2's name of its driver; empty: no driver
+    std::string name;   // empty: unknown
 };
 
-// Free and whole space of what a camera keeps its pictures on, in bytes.
+// Free and total bytes of a camera's storage.
 struct CameraSizes {
     long long available = 0;
     long long total = 0;
@@ -51,7 +51,7 @@ struct CameraPath {
     bool operator==(const CameraPath &) const = default;
 };
 
-// What a camera says of a file without giving it.
+// What a camera reports of a file without transferring it.
 struct CameraFileFacts {
     static constexpr std::int64_t UNSAID = -1;
 
@@ -61,17 +61,17 @@ struct CameraFileFacts {
     std::int64_t height = UNSAID;
 };
 
-// The parts of a file that a camera can give apart from it.
+// The parts of a file that a camera may transfer separately.
 enum class CameraPart : std::uint8_t {
-    EXIF,    // its EXIF data, with or without what a JPEG has in front of them
-    PREVIEW, // a small picture of it, mostly a JPEG of 160 x 120 pixels
-    WHOLE    // all of it
+    EXIF,    // its EXIF data, with or without the header of the JPEG segment
+    PREVIEW, // its thumbnail, mostly a JPEG of 160 x 120 pixels
+    WHOLE    // the whole file
 };
 
-// A camera that is claimed for this process as long as this lives. Owned by who opened
-// it; one thread at a time, and each call may take seconds. Whatever a camera says may be
-// wrong or hostile. MRB_ERR_DEVICE_REMOVED: it has left; but a driver may also call that a
-// failed transfer, or a file or folder that is not there.
+// A camera, claimed for this process during the object's life. Owned by its opener; one
+// thread at a time, and each call may take seconds. All data of a camera may be wrong or
+// hostile. MRB_ERR_DEVICE_REMOVED: it was removed; but a driver may also report that as a
+// failed transfer, or as a missing file or folder.
 class Camera {
   public:
     Camera() = default;
@@ -91,13 +91,13 @@ class Camera {
 
     virtual Status readFacts(const CameraPath &file, CameraFileFacts &facts) = 0;
 
-    // Reads up to `length` bytes from `offset` on; `got` is how many there were.
-    // MRB_ERR_NOT_SUPPORTED: this camera gives whole files only.
+    // Reads up to `length` bytes from `offset` on; `got` is the number of bytes read.
+    // MRB_ERR_NOT_SUPPORTED: this camera transfers whole files only.
     virtual Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
-                          std::size_t &got) = 0;
+                           std::size_t &got) = 0;
 
-    // Hands the bytes of a part to `take` in pieces; false: no more of them, which is
-    // MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: there is no such part.
+    // Passes the bytes of a part to `take` in pieces; when it returns false, the transfer ends
+    // with MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: no such part.
     using Take = std::function<bool(std::string_view piece)>;
     virtual Status read(const CameraPath &file, CameraPart part, const Take &take) = 0;
 };
@@ -110,19 +110,19 @@ class CameraLibrary {
     CameraLibrary(const CameraLibrary &) = delete;
     CameraLibrary &operator=(const CameraLibrary &) = delete;
 
-    // By its numbers; what they do not tell is taken for one of no particular name.
+    // Looked up by the USB ids; unknown ids are those of a generic PTP camera without a name.
     virtual CameraModel modelOf(const CameraAddress &address) = 0;
 
     // Claims the camera. Null, with the reason in `outcome`: MRB_ERR_BUSY when another
-    // program has it, MRB_ERR_DEVICE_REMOVED when there is none.
+    // program has claimed it, MRB_ERR_DEVICE_REMOVED when it is not attached.
     virtual std::unique_ptr<Camera> open(const CameraAddress &address, Status &outcome) = 0;
 };
 
-// The process's, loaded when it is first asked for: that takes long, so not on a
-// client's thread. Throws std::runtime_error when it cannot be loaded.
+// The library of the process, loaded on first use: that takes long, so not on a client's
+// thread. Throws std::runtime_error when it cannot be loaded.
 CameraLibrary &cameraLibrary();
 
-// What that library exports: makes the one that is never destroyed.
+// Exported by that library: creates the one that is never destroyed.
 using MakeCameraLibrary = CameraLibrary *();
 extern "C" [[gnu::visibility("default")]] MakeCameraLibrary mrb_make_camera_library;
 inline constexpr const char *MAKE_CAMERA_LIBRARY_SYMBOL = "mrb_make_camera_library";

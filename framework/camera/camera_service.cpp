@@ -19,29 +19,29 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How often who waits looks whether to go on. An end is told at once.
+// How often a waiting caller polls `stopped`. The end of a request wakes it at once.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
 
-// After these it is not known what the camera is at.
+// Errors after which the state of the connection to the camera is unknown.
 bool isBroken(int code) {
     return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_TIMEOUT ||
            code == MRB_ERR_BUSY || code == MRB_ERR_DEVICE_REMOVED;
 }
 
-// What drivers make of a transfer that failed: one whose camera has left among others. A camera
-// that is silent or held by others is there.
+// The errors that drivers return for a failed transfer, a removed camera among the causes. A
+// camera that does not respond or is claimed by another program is attached.
 bool mayHaveLeft(int code) {
     return code == MRB_ERR_IO || code == MRB_ERR_PROTOCOL || code == MRB_ERR_NOT_FOUND;
 }
 
-// Whether a transfer succeeds, or is none that tells of the camera.
+// Whether a transfer succeeds, or fails in a way that does not mean a removal.
 bool answers(Camera &camera) {
     CameraSizes ignored;
     const int code = camera.readSizes(ignored).code;
     return code == MRB_ERR_NONE || code == MRB_ERR_TIMEOUT || code == MRB_ERR_CANCELLED;
 }
 
-Status cancelled() { return Status::cancelled("What was asked of the camera was taken back."); }
+Status cancelled() { return Status::cancelled("The request to the camera was cancelled."); }
 
 Status silent() { return Status::timedOut("The camera does not answer."); }
 
@@ -55,7 +55,7 @@ class CameraService::Task {
   private:
     friend class CameraService;
 
-    // Of the camera's thread, once it began.
+    // Used by the camera's thread, once it has begun.
     Work work_;
     Ended ended_;
     const std::shared_ptr<Line> line_;
@@ -69,7 +69,7 @@ struct CameraService::Line {
     explicit Line(CameraAddress where) : address(std::move(where)) {}
 
     const CameraAddress address;
-    std::atomic<Clock::rep> lastSign = 0; // of the camera's life, by Clock
+    std::atomic<Clock::rep> lastSign = 0; // of life of the camera, by Clock
     // Guarded by the state's lock.
     std::deque<std::shared_ptr<Task>> waiting;
     bool isAtWork = false;
@@ -88,7 +88,7 @@ struct CameraService::State {
 
     std::mutex lock;                                      // guards what follows, and all lines
     std::condition_variable wake;                         // the threads
-    std::condition_variable change;                       // who waits
+    std::condition_variable change;                       // waiting callers
     std::map<CameraAddress, std::shared_ptr<Line>> lines; // each has a thread
 };
 
@@ -142,7 +142,7 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
     const auto deadline = Clock::now() + limit;
     std::unique_lock guard(state_->lock);
     while (!state_->change.wait_for(guard, GLANCE, [&] { return task->isDone_; })) {
-        // Who has less patience need not find out anew what others did.
+        // A caller with a shorter timeout need not wait again for what earlier callers found out.
         const bool isSilent =
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
         guard.unlock();
@@ -152,7 +152,7 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
         } else if (isSilent) {
             outcome = silent();
         } else if (Clock::now() >= deadline) {
-            outcome = Status::timedOut("The camera is at work on something else, or slow.");
+            outcome = Status::timedOut("The camera is busy with another request, or slow.");
         }
         if (!outcome.ok()) {
             giveUp(task);
@@ -187,7 +187,7 @@ void CameraService::refresh(const CameraAddress &address) {
     }
 }
 
-// The life of a camera's thread.
+// The body of a camera's thread.
 void CameraService::serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line) {
     std::unique_ptr<Camera> camera;
     std::unique_lock guard(state->lock);
@@ -195,7 +195,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         const bool isMore = state->wake.wait_for(guard, state->limits.linger,
                                                  [&] { return !line->waiting.empty() || state->isDown; });
         if (line->waiting.empty() && camera && (!isMore || state->isDown)) {
-            // Letting it go takes time, in which somebody may come: this stays its thread.
+            // Releasing it takes time; requests that arrive in that time stay with this thread.
             guard.unlock();
             camera.reset();
             guard.lock();
@@ -219,7 +219,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         if (task->ended_) {
             task->ended_(outcome);
         }
-        task->work_ = nullptr; // and what it owns, on this thread
+        task->work_ = nullptr; // destroys what it owns on this thread
         task->ended_ = nullptr;
         guard.lock();
         line->isAtWork = false;
@@ -256,14 +256,14 @@ Status CameraService::work(const State &state, Line &line, Task &task, std::uniq
             camera->cancelWith({});
         }
     } catch (const std::exception &failure) {
-        camera.reset(); // which may still ask whether this task is stopped
+        camera.reset(); // which may still poll this task's isStopped
         outcome = Status::notSupported(failure.what());
     }
     return outcome;
 }
 
-// Whether a failure is that the camera has left shows when it is reopened, however late the
-// system reports the removal.
+// Whether a failure is due to the removal of the camera shows when it is reopened, however late
+// the system reports the removal.
 void CameraService::checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
                                   Status &outcome) {
     if (!isBroken(outcome.code) && answers(*camera)) {

@@ -10,21 +10,21 @@
 
 namespace mrb {
 
-// All that is done with cameras: each has a thread of its own, on which every call for it
-// runs, one after the other, and is claimed for this process only as long as there is
-// something to do, and a moment longer. The process has one, see instance(); any thread
+// All requests to cameras: each camera has a thread of its own that runs the requests to it,
+// one after the other, and claims the camera only as long as there are requests, and a moment
+// longer. The process has one service, see instance(); any thread
 // may call it.
 class CameraService {
   public:
     struct Limits {
-        // A camera that shows no sign of life for so long does not answer.
+        // A camera that shows no sign of life for so long counts as not responding.
         std::chrono::milliseconds silence = std::chrono::seconds(30);
-        // So long a camera is kept for who comes next.
+        // A camera is kept open for the next request for so long.
         std::chrono::milliseconds linger = std::chrono::seconds(1);
     };
     static constexpr std::chrono::milliseconds NO_LIMIT = std::chrono::hours(24 * 365);
 
-    // `library` may throw std::exception, which is MRB_ERR_NOT_SUPPORTED to all who ask.
+    // `library` may throw std::exception, which every request returns as MRB_ERR_NOT_SUPPORTED.
     CameraService(std::function<CameraLibrary &()> library, Limits limits);
     ~CameraService();
     CameraService(const CameraService &) = delete;
@@ -32,9 +32,9 @@ class CameraService {
 
     static CameraService &instance();
 
-    // What is done with a camera, on its thread. It may still be at it when nobody waits
-    // any more, so it owns what it uses; the camera's calls then end soon. When it fails because
-    // the camera has left, in whatever words the driver says that, its outcome is
+    // A request, which runs on the camera's thread. It may still be running when the caller has
+    // stopped waiting, so it owns what it uses; the camera's calls then end soon. When it fails
+    // because the camera was removed, whatever error the driver returns, its outcome is
     // MRB_ERR_DEVICE_REMOVED.
     using Work = std::function<Status(Camera &camera)>;
 
@@ -44,8 +44,8 @@ class CameraService {
     Status run(const CameraAddress &address, Work work, const CancellationToken &cancellation = {},
                std::chrono::milliseconds limit = NO_LIMIT);
 
-    // Something that is done while the caller does something else. `ended`, if any, is called on
-    // the camera's thread with how it ended, unless this was shut down before.
+    // An asynchronous request. `ended`, if any, is called on the camera's thread with the outcome,
+    // unless the service was shut down before.
     class Task;
     using Ended = std::function<void(const Status &outcome)>;
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
@@ -56,18 +56,18 @@ class CameraService {
     // Nobody will wait for it: it ends soon, or does not begin. Null: nothing.
     static void giveUp(const std::shared_ptr<Task> &task);
 
-    // Has the camera opened anew for what is asked next: a camera that is open says what
-    // was there when it was asked first.
+    // Reopens the camera before the next request: an open camera keeps returning what it listed
+    // first.
     void refresh(const CameraAddress &address);
 
-    // Ends all work and lets the cameras go; what does not end until the deadline is left
-    // behind: false. From now on everything is MRB_ERR_CANCELLED.
+    // Cancels all requests and releases the cameras; threads that have not ended by the deadline
+    // are detached: false. From now on every request returns MRB_ERR_CANCELLED.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
     static bool finish(std::chrono::steady_clock::time_point deadline);
 
-    struct Line; // of one camera
+    struct Line; // the queue of one camera
     struct State;
 
     static void serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line);

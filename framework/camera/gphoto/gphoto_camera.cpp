@@ -13,14 +13,14 @@ namespace {
 
 constexpr std::uint64_t KILOBYTE = 1024;
 
-// `sum` and so many kilobytes more, as far as the signed range goes.
+// `sum` plus so many kilobytes, limited to the signed range.
 long long added(long long sum, std::uint64_t kilobytes) {
     constexpr auto MOST = static_cast<std::uint64_t>(std::numeric_limits<long long>::max());
     const auto room = MOST - static_cast<std::uint64_t>(sum);
     return sum + static_cast<long long>(std::min(kilobytes, room / KILOBYTE) * KILOBYTE);
 }
 
-// PTP has no more bits for it: what is as long, or longer, does not tell its size.
+// The maximum of PTP's 32-bit size, which stands for every file that is as long or longer.
 constexpr std::uint64_t SIZE_UNSAID = 0xffff'ffff;
 
 int meaningOf(int code) {
@@ -29,9 +29,9 @@ int meaningOf(int code) {
     case GP_ERROR_IO_LOCK:
     case GP_ERROR_CAMERA_BUSY:
         return MRB_ERR_BUSY;
-    case GP_ERROR_IO_USB_FIND: // what every transfer to a device that has left ends with
+    case GP_ERROR_IO_USB_FIND: // the error of every transfer to a removed device
         return MRB_ERR_DEVICE_REMOVED;
-    case GP_ERROR_BAD_PARAMETERS: // mostly of a path
+    case GP_ERROR_BAD_PARAMETERS: // mostly an invalid path
     case GP_ERROR_UNKNOWN_PORT:
     case GP_ERROR_MODEL_NOT_FOUND:
     case GP_ERROR_DIRECTORY_NOT_FOUND:
@@ -65,7 +65,7 @@ Status outcomeOfGphoto(int code, const std::string &about) {
 
 GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
     : loading_(loading), camera_(std::move(camera)) {
-    // Both are called while the camera works, which is the only sign that it does.
+    // libgphoto2 calls both during a transfer: the only sign that the camera is alive.
     gp_context_set_cancel_func(
         context_.get(),
         [](GPContext *, void *self) {
@@ -93,7 +93,7 @@ Status GphotoCamera::readSizes(CameraSizes &sizes) {
     const int code = gp_camera_get_storageinfo(camera_.get(), &found, &number, context_.get());
     const MallocPtr<CameraStorageInformation> owned(found);
     if (code < GP_OK || found == nullptr) {
-        return outcomeOfGphoto(std::min(code, GP_ERROR), "What the camera keeps its files on");
+        return outcomeOfGphoto(std::min(code, GP_ERROR), "The camera's storage");
     }
     sizes = {};
     for (const auto &storage : std::span(found, static_cast<std::size_t>(std::max(number, 0)))) {
@@ -175,7 +175,7 @@ Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &t
                : readSmall(file, part == CameraPart::EXIF ? GP_FILE_TYPE_EXIF : GP_FILE_TYPE_PREVIEW, take);
 }
 
-// The library keeps what is small until the camera is let go, so it is in its memory anyway.
+// The library keeps small parts in memory until the camera is released: reading in pieces saves nothing.
 Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
     CameraFile *made = nullptr;
     int code = gp_file_new(&made);
@@ -188,13 +188,13 @@ Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, cons
     unsigned long size = 0;
     code = gp_file_get_data_and_size(given.get(), &bytes, &size);
     if (code < GP_OK || bytes == nullptr || size == 0) {
-        return Status::notSupported(displayText(file.name) + ": the camera has no such part of it.");
+        return Status::notSupported(displayText(file.name) + ": the camera does not supply this part.");
     }
-    return take({bytes, size}) ? Status() : Status::cancelled("No more of it was wanted.");
+    return take({bytes, size}) ? Status() : Status::cancelled("The transfer was cancelled.");
 }
 
 Status GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
-    // Lives as long as the camera, since the library may keep the file that leads to it.
+    // A member, because the library may keep the CameraFile that refers to it.
     receiver_ = {&take, 0, false};
     CameraFileHandler handler{Receiver::size, Receiver::read, Receiver::write};
     CameraFile *made = nullptr;
@@ -203,7 +203,7 @@ Status GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
     Status outcome =
         code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
     receiver_.take = nullptr;
-    return receiver_.isRefused ? Status::cancelled("No more of it was wanted.") : outcome;
+    return receiver_.isRefused ? Status::cancelled("The transfer was cancelled.") : outcome;
 }
 
 int GphotoCamera::Receiver::size(void *self, std::uint64_t *size) {
@@ -211,7 +211,7 @@ int GphotoCamera::Receiver::size(void *self, std::uint64_t *size) {
     return GP_OK;
 }
 
-// What was taken is gone.
+// Bytes that were passed on are not kept.
 int GphotoCamera::Receiver::read(void * /*self*/, unsigned char * /*bytes*/, std::uint64_t *length) {
     *length = 0;
     return GP_ERROR_NOT_SUPPORTED;

@@ -7,10 +7,10 @@
 
 namespace mrb {
 
-// What a code of libgphoto2's means, and its own words about `about`.
+// The outcome of a libgphoto2 code; the message is libgphoto2's text, preceded by `about`.
 Status outcomeOfGphoto(int code, const std::string &about);
 
-// A camera that libgphoto2 has claimed. Owned by who opened it; one thread at a time.
+// A camera that libgphoto2 has claimed. Owned by its opener; one thread at a time.
 class GphotoCamera final : public Camera {
   public:
     using Handle = GphotoHandle;
@@ -29,7 +29,7 @@ class GphotoCamera final : public Camera {
     Status read(const CameraPath &file, CameraPart part, const Take &take) override;
 
   private:
-    // What the library writes a file into, piece by piece.
+    // Receives a file from the library, piece by piece.
     struct Receiver {
         const Take *take = nullptr;
         std::uint64_t taken = 0;

@@ -13,13 +13,13 @@
 namespace mrb {
 namespace {
 
-// What libgphoto2 calls all that say they speak PTP, and nothing more of themselves.
+// libgphoto2's model name for every camera of the PTP class that it does not know.
 constexpr const char *ANY_CAMERA = "USB PTP Class Camera";
 
 constexpr const char *A_FOLDER = "Directory Browse";
 constexpr std::string_view FOLDER_PORT = "disk:";
 
-// Whether there is a folder to show; its driver opens whatever it is given.
+// Whether the folder exists; the driver of folders opens any path.
 bool isThere(const std::string &port) {
     struct stat facts {};
     return !port.starts_with(FOLDER_PORT) ||
@@ -36,8 +36,8 @@ CameraAbilitiesList *loadDrivers() {
     return list;
 }
 
-// Keeps the library of a driver loaded: what gp_camera_init loads by itself, outside of a
-// turn since it waits for the camera, is there already. One that cannot be loaded fails there.
+// Keeps the library of a driver loaded: gp_camera_init, which waits for the camera and so runs
+// outside of a turn, finds it loaded. A library that cannot be loaded makes it fail.
 void keepLoaded(const CameraAbilities &abilities) {
     const std::string library = abilities.library;
     if (library.starts_with('/')) {
@@ -46,8 +46,8 @@ void keepLoaded(const CameraAbilities &abilities) {
     }
 }
 
-// Gives the camera its driver and the port at `path`, whose libraries are loaded for that; a
-// code of libgphoto2's.
+// Sets the camera's driver and the port at `path`, which loads their libraries; returns a
+// code of libgphoto2.
 int equip(::Camera *camera, const CameraAbilities &abilities, const std::string &path) {
     const LoadingTurn turn;
     keepLoaded(abilities);
@@ -118,7 +118,7 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status
         code = gp_camera_init(camera.get(), context.get());
     }
     outcome = outcomeOfGphoto(code, address.port);
-    if (outcome.code == MRB_ERR_NOT_FOUND) { // the port, or what should be at it
+    if (outcome.code == MRB_ERR_NOT_FOUND) { // no such port, or no device at it
         outcome.code = MRB_ERR_DEVICE_REMOVED;
     }
     return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera), loading_) : nullptr;

@@ -21,17 +21,17 @@ using GphotoList = std::unique_ptr<CameraList, Deleter<gp_list_free>>;
 using GphotoFile = std::unique_ptr<CameraFile, Deleter<gp_file_unref>>;
 
 // libgphoto2's drivers. It loads them by a library (libltdl) that has one state for the whole
-// process, so all that may load or unload one is done by one thread at a time.
+// process, so every call that may load or unload one holds loading_.
 //
-// A camera that is slow to open or to let go therefore holds up others that are to be opened.
-// That cannot be had apart: to load a driver and to speak with the camera is one call
-// (gp_camera_init), and while drivers open a camera they read libgphoto2's settings, which
-// are a table of the process filled from a file with strtok, and have no lock either. What
-// is asked of a camera that is open holds up nobody.
+// A camera that is slow to open or to close therefore delays the opening of others. The two
+// cannot be separated: one call (gp_camera_init) loads the driver and connects to the camera,
+// and while drivers open a camera they read libgphoto2's settings, which are a table of the
+// process filled from a file with strtok, and have no lock either. Requests to an open camera
+// delay no other.
 class GphotoLibrary final : public CameraLibrary {
   public:
-    // Loads what all drivers say of themselves: some ten milliseconds. Throws
-    // std::runtime_error when that fails.
+    // Loads the descriptions of all drivers: some ten milliseconds. Throws std::runtime_error
+    // when that fails.
     GphotoLibrary();
 
     CameraModel modelOf(const CameraAddress &address) override;
