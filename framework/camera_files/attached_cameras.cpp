@@ -20,7 +20,7 @@ std::optional<Device> find(IsWanted isWanted) {
     return found == cameras.end() ? std::nullopt : std::optional(*found);
 }
 
-// One part of a path, in which a slash is a letter like others.
+// Encodes one component of the URL; a slash in it is encoded as well.
 std::string encoded(const std::string &text) {
     std::string all = fileUri('/' + text).substr(FILE_SCHEME.size() + 1);
     for (std::size_t slash = 0; (slash = all.find('/', slash)) != std::string::npos;) {
@@ -29,7 +29,7 @@ std::string encoded(const std::string &text) {
     return all;
 }
 
-// No value: not percent-encoded, or with a zero in it.
+// No value: invalid percent-encoding, or a zero byte.
 std::optional<std::string> decoded(std::string_view text) {
     std::string bytes;
     while (!text.empty()) {

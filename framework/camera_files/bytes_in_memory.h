@@ -9,10 +9,10 @@
 
 namespace mrb {
 
-// The first bytes of a file, where no others can be had. Owned and used as every MediaBytes is.
+// The first bytes of a file, where no others are available. Owned and used like every MediaBytes.
 class BytesInMemory final : public MediaBytes {
   public:
-    // `size` and `modified` are the file's, whatever of it is here.
+    // `size` and `modified` are those of the whole file.
     BytesInMemory(std::string bytes, std::int64_t size, std::int64_t modified)
         : bytes_(std::move(bytes)), size_(size), modified_(modified) {}
 

@@ -10,24 +10,24 @@
 namespace mrb {
 namespace {
 
-// So many bytes are asked for at once: enough to be fast, few enough that others wait briefly.
+// Bytes per request: enough to be fast, few enough that other requests wait only briefly.
 constexpr std::uint64_t PIECE = 1UL << 20;
 
-// So many wait for a slow destination.
+// Maximum of bytes that are buffered for a slow destination.
 constexpr std::size_t MOST_WAITING = 4UL << 20;
 
-// How often it is looked whether it was stopped, or the camera is silent.
+// How often to check whether the download was stopped, or the camera has stopped responding.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
 
 } // namespace
 
-// What the camera's thread puts in and the download takes out.
+// Filled by the camera's thread, drained by the download.
 struct CameraDownload::Flow {
     std::mutex lock; // guards what follows
     std::condition_variable change;
     std::deque<std::string> pieces;
     std::size_t bytes = 0;
-    bool isClosed = false; // nobody takes any more
+    bool isClosed = false; // the download has ended
 
     bool put(std::string_view piece) {
         std::unique_lock guard(lock);
@@ -56,7 +56,7 @@ Status CameraDownload::next(const std::function<void(std::string_view bytes)> &t
     Status outcome;
     if (!task_) {
         outcome = readPiece(bytes);
-        // Whether a camera gives pieces shows with the first one.
+        // The first request shows whether a camera supports partial reads.
         if (outcome.code == MRB_ERR_NOT_SUPPORTED && done_ == 0) {
             startFlow();
         }
@@ -72,7 +72,7 @@ Status CameraDownload::next(const std::function<void(std::string_view bytes)> &t
 }
 
 Status CameraDownload::readPiece(std::string &bytes) const {
-    // A camera may take a read behind the end for a mistake.
+    // Some cameras take a read beyond the end for an error.
     const std::uint64_t left = size_ < 0 ? PIECE : static_cast<std::uint64_t>(size_) - done_;
     const auto length = static_cast<std::size_t>(std::min(PIECE, left));
     return length == 0 ? Status() : file_.readAt({cancellation_}, done_, length, bytes);
@@ -93,7 +93,7 @@ Status CameraDownload::takeFromFlow(std::string &bytes) {
     const auto isMore = [this] { return !flow_->pieces.empty(); };
     while (!flow_->change.wait_for(guard, GLANCE, isMore)) {
         if (isOver) {
-            return outcome; // and the last piece was taken
+            return outcome; // the last piece was taken before
         }
         guard.unlock();
         if (cancellation_.isCancelled()) {

@@ -11,8 +11,8 @@
 namespace mrb {
 
 // The bytes of a file on a camera, from its beginning to its end: in pieces, between which
-// others have their turn, where the camera gives pieces; else by one call that holds it for
-// so long. Owned and used by one thread, which waits for the camera.
+// other requests take turns, if the camera supports partial reads; else by one request that
+// occupies the camera until its end. Owned and used by one thread, which waits for the camera.
 class CameraDownload {
   public:
     // `cancellation` is asked by that thread only.
@@ -21,7 +21,7 @@ class CameraDownload {
     CameraDownload(const CameraDownload &) = delete;
     CameraDownload &operator=(const CameraDownload &) = delete;
 
-    // Hands the next bytes to `take`, to whom none are handed at the end.
+    // Passes the next bytes to `take`; no bytes: the end of the file.
     // MRB_ERR_CANCELLED: it was stopped.
     Status next(const std::function<void(std::string_view bytes)> &take);
 

@@ -21,7 +21,7 @@ constexpr std::string_view BIG_ENDIAN_TIFF("MM\0*", 4);
 constexpr std::string_view START_OF_IMAGE("\xff\xd8");
 constexpr char START_OF_SCAN = '\xda';
 
-// Some drivers give a directory without entries where they find no EXIF data.
+// Some drivers supply an IFD without entries where they find no EXIF data.
 bool saysAnything(const std::string &exif) {
     const Metadata facts = factsOfExif(exif);
     const auto isSaid = [&facts](Fact fact) { return facts.has(fact); };
@@ -30,9 +30,9 @@ bool saysAnything(const std::string &exif) {
     return std::ranges::any_of(SAID, isSaid) || exif.find("\xff\xd8\xff") != std::string::npos;
 }
 
-// PTP drivers ask for as many bytes as the length of the segment says, which does not count its
-// marker, and so miss the last two. Mostly they end the small picture, or fill it up to an even
-// number of bytes.
+// PTP drivers request as many bytes as the length of the segment, which does not count its
+// marker, and so miss the last two. Mostly these end the embedded thumbnail, or pad it to an
+// even number of bytes.
 std::string withLastTwoBytes(std::string_view contents) {
     constexpr std::string_view END_OF_IMAGE("\xff\xd9");
     const bool hasHalf = contents.ends_with(END_OF_IMAGE[0]);
@@ -60,7 +60,7 @@ Status readDriversExif(const CameraFile &file, const CameraPatience &patience, s
     if (!exif.empty() && !saysAnything(exif)) {
         exif.clear();
     }
-    // A file without them fails in as many ways as there are drivers.
+    // A file without EXIF data fails in as many ways as there are drivers.
     return endsAll(outcome) ? outcome : Status();
 }
 
@@ -105,7 +105,7 @@ Metadata factsOfExif(const std::string &exif) {
     MediaFile file;
     file.open(std::make_unique<BytesInMemory>(std::move(jpeg), size, 0));
     Metadata facts;
-    Status ignored; // there is nothing that it would be the end of
+    Status ignored; // in memory, nothing can fail permanently
     readMetadata(file, "exif.jpg", facts, ignored);
     return facts;
 }
@@ -120,7 +120,7 @@ std::string jpegOf(const std::string &exif, std::int64_t width, std::int64_t hei
     if (width > 0 && height > 0 && width <= std::int64_t{MOST} && height <= std::int64_t{MOST}) {
         const std::string size =
             bigEndian16(static_cast<std::size_t>(height)) + bigEndian16(static_cast<std::size_t>(width));
-        // One plane, and the beginning of a scan, without which readers see no picture at all.
+        // One component, and the beginning of a scan, without which readers reject the picture.
         jpeg.append("\xff\xc0\0\x0b\x08", 5).append(size).append("\x01\x01\x11\0", 4);
         jpeg.append("\xff\xda\0\x08\x01\x01\0\0\x3f\0", 10);
     }

@@ -10,32 +10,32 @@
 
 namespace mrb {
 
-// Whether the file's name says that it may have EXIF data, which most cameras give apart
-// from it.
+// Whether a file of this name may have EXIF data, which most cameras transfer
+// separately.
 bool hasExif(const CameraFile &file);
 
-// Reads what a driver gives of them, from "Exif\0\0" on, in whatever form it does; they are
-// hostile. Empty: it gives none that say anything. Fails only where endsAll is true.
+// Reads the EXIF data that a driver supplies, in whatever form, from "Exif\0\0" on; they are
+// hostile. Empty: it supplies none with any content. Fails only where endsAll is true.
 Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif);
 
-// The same, and where the driver gives none, of the beginning of a file that hasExif. `size`: the file's,
-// or CameraFileFacts::UNSAID.
+// The same; when the driver supplies none, reads them from the beginning of a file that
+// hasExif. `size`: the file's, or CameraFileFacts::UNSAID.
 Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
-                      std::string &exif);
+                       std::string &exif);
 
-// So much of a file's beginning has mostly all that it says of itself: a segment of a JPEG has
+// The beginning of a file, which mostly holds all of its metadata: a segment of a JPEG has
 // 64 KiB at most.
 inline constexpr std::size_t HEAD_BYTES = 128UL << 10;
 
-// What EXIF data say, of the picture's size too.
+// The metadata in EXIF data, including the picture's size.
 Metadata factsOfExif(const std::string &exif);
 
-// EXIF data from "Exif\0\0" on out of what may be they, their segment, what they have in them or
-// the beginning of a JPEG. Empty: there are none.
+// Finds EXIF data in `bytes` and returns them from "Exif\0\0" on: they may be EXIF data, their
+// JPEG segment, their TIFF part or the beginning of a JPEG. Empty: none found.
 std::string exifIn(std::string_view bytes);
 
-// A JPEG that has these EXIF data and says that it has so many pixels, but has none. What is
-// empty, not above 0 or has no room in a JPEG is left out.
+// A JPEG header with these EXIF data and this size in pixels, but without a picture. Omits
+// what is empty, not above 0 or too large for a JPEG.
 std::string jpegOf(const std::string &exif, std::int64_t width, std::int64_t height);
 
 } // namespace mrb

@@ -7,12 +7,12 @@
 namespace mrb {
 namespace {
 
-// One that is at work on something long, or hangs, is not waited for.
+// The timeout for a camera that is busy with a long request, or hangs.
 constexpr auto PRESENCE_LIMIT = std::chrono::seconds(5);
 
-// A camera may give less than is asked for, and take a read behind the end for a mistake.
+// A camera may return less than requested, and take a read beyond the end for an error.
 Status beginningOfPieces(Camera &camera, const CameraPath &path, std::size_t length, bool isSizeKnown,
-                         std::string &bytes) {
+                          std::string &bytes) {
     Status outcome;
     std::size_t got = 0;
     do {
@@ -59,7 +59,7 @@ bool isThere(const CameraAddress &address, const CancellationToken &cancellation
 std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Status &outcome) {
     const std::optional<CameraItem> item = readCameraUrl(url);
     if (!item) {
-        outcome = Status::invalidParameter("\"" + url + "\" names no file on a camera.");
+        outcome = Status::invalidParameter("\"" + url + "\" is not the URL of a file on a camera.");
         return nullptr;
     }
     const std::optional<Device> camera = attachedCamera(item->device);
@@ -134,7 +134,7 @@ Status CameraFile::read(const CameraPatience &patience, CameraPart part, std::si
             }
             return !isTooLong;
         });
-        return isTooLong ? Status::outOfMemory(path.name + " is larger than what is fetched.") : read;
+        return isTooLong ? Status::outOfMemory(path.name + " is too large to be fetched.") : read;
     });
     if (outcome.ok()) {
         bytes = std::move(*told);

@@ -13,21 +13,21 @@
 
 namespace mrb {
 
-// How long somebody waits for a camera.
+// How long a caller waits for a camera.
 struct CameraPatience {
     CancellationToken cancellation = {};
     std::chrono::milliseconds limit = CameraService::NO_LIMIT;
 };
 
-// A file on an attached camera, which may be gone by now: everything waits for the camera's
-// turn, and answers MRB_ERR_DEVICE_REMOVED when it is not attached any more. A plain value;
-// any thread.
+// A file on an attached camera, which may have been removed since: every call waits for its
+// turn at the camera, and returns MRB_ERR_DEVICE_REMOVED when it is not attached any more. A
+// plain value; any thread.
 class CameraFile {
   public:
     CameraFile(std::string device, CameraAddress address, CameraPath path)
         : device_(std::move(device)), address_(std::move(address)), path_(std::move(path)) {}
 
-    // The file that a URL names; null with the reason in `outcome`.
+    // The file of a URL; null with the reason in `outcome`.
     static std::unique_ptr<CameraFile> find(const std::string &url, Status &outcome);
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
@@ -38,16 +38,16 @@ class CameraFile {
     Status readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
                   std::string &bytes) const;
 
-    // The first `most` bytes of a file of `size` bytes, or all where there are fewer; where its
-    // size is CameraFileFacts::UNSAID, what one piece has of them. Also of a camera that gives
-    // whole files only, whose transfer ends there.
+    // Reads the first `most` bytes of a file of `size` bytes, or all where there are fewer; where
+    // the size is CameraFileFacts::UNSAID, what one piece has of them. Also from a camera that
+    // transfers whole files only: the transfer is cancelled after these bytes.
     Status readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
-                         std::string &bytes) const;
+                          std::string &bytes) const;
 
-    // A part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
+    // Reads a part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
     Status read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
 
-    // Something that is done while the caller does something else, see CameraService.
+    // An asynchronous request, see CameraService.
     using FileWork = std::function<Status(Camera &camera, const CameraPath &path)>;
     [[nodiscard]] std::shared_ptr<CameraService::Task> start(FileWork work) const;
     bool isOver(const std::shared_ptr<CameraService::Task> &task, Status &outcome) const;

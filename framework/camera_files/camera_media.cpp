@@ -19,7 +19,7 @@ std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
     return std::max(std::chrono::duration_cast<milliseconds>(deadline - Clock::now()), milliseconds(0));
 }
 
-// The first bytes of a file, and others as they are asked for.
+// The first bytes of a file from memory, others by requests to the camera.
 class CameraBytes final : public MediaBytes {
   public:
     CameraBytes(CameraFile file, CameraFileFacts facts, CancellationToken cancellation,
@@ -50,7 +50,7 @@ class CameraBytes final : public MediaBytes {
     }
 
   private:
-    // What of `bytes`, which begin at `start`, is wanted; false: nothing.
+    // Copies the requested bytes as far as `bytes`, which begin at `start`, hold them; false: none.
     static bool take(const std::string &bytes, std::int64_t start, std::int64_t offset, char *buffer,
                      std::size_t length, std::size_t &got) {
         const std::int64_t end = start + static_cast<std::int64_t>(bytes.size());
@@ -73,9 +73,9 @@ class CameraBytes final : public MediaBytes {
     int failure_ = MRB_ERR_NONE;
 };
 
-// For a camera that gives whole files only.
+// For a camera that transfers whole files only.
 Status readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
-                         const CameraFileFacts &facts, std::string &bytes) {
+                          const CameraFileFacts &facts, std::string &bytes) {
     const bool isLong = facts.size > static_cast<std::int64_t>(MOST_FETCHED_FOR_FACTS);
     if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
         return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);
@@ -91,7 +91,7 @@ Status readWithoutPieces(const CameraFile &source, const CameraPatience &patienc
         exif = exifIn(head);
     }
     bytes = facts.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, facts.width, facts.height);
-    // With its size in pixels a JPEG says something without EXIF data too.
+    // A JPEG header with its size in pixels is metadata without EXIF data too.
     return endsAll(outcome) ? outcome : Status();
 }
 
@@ -115,7 +115,7 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
     if (outcome.ok() && facts.size < 0) {
-        // Where it ends is not known, and behind its end a camera may take a read for a mistake.
+        // The end of the file is unknown, and some cameras take a read beyond it for an error.
         file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
     } else if (outcome.ok()) {
         file.open(std::make_unique<CameraBytes>(*source, facts, cancellation, deadline, std::move(bytes)));
