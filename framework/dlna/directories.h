@@ -15,22 +15,22 @@
 
 namespace mrb::dlna {
 
-// An object of a server's content directory as the server describes it. A server may say
-// anything: texts are valid UTF-8 without control characters and at most
-// Metadata::LONGEST_TEXT bytes long, and what is missing, too long, or no number is left out.
+// An object of a server's content directory as the server describes it. All data are
+// untrusted: texts are valid UTF-8 without control characters and at most
+// Metadata::LONGEST_TEXT bytes long; what is missing, too long or not a number is omitted.
 struct MediaObject {
-    std::string id;              // empty: it has none that could be asked for again, and cannot be used
+    std::string id;              // empty: it has none that a request could use
     std::string title;           // may be empty
     std::string upnpClass;       // "object.item.imageItem.photo"
-    std::string url;             // of the item itself, http or https
-    std::string thumbnail;       // URL of a picture of it, http or https
-    std::string date;            // as it stands: "2026-11-21", "2026-11-21T10:20:30Z"
+    std::string url;             // of the file itself, http or https
+    std::string thumbnail;       // URL of its thumbnail, http or https
+    std::string date;            // as the server sent it: "2026-11-21", "2026-11-21T10:20:30Z"
     std::int64_t size = UNKNOWN; // bytes
     bool isContainer = false;
     Metadata facts;
 };
 
-// An answer that is on its way before it is asked for; given up when nobody holds it any more.
+// A prefetched page: its request is under way; cancelled when the last reference is gone.
 class Ahead {
   public:
     Ahead() = default;
@@ -39,41 +39,41 @@ class Ahead {
     Ahead &operator=(const Ahead &) = delete;
 };
 
-// What a server is asked.
+// A request to a server's content directory.
 struct Question {
     enum class Kind {
-        CHILDREN,    // what is in a container
-        SEARCH,      // what is in it and below, and meets the criteria
-        CAPABILITIES // by what can be searched
+        CHILDREN,    // the objects in a container
+        SEARCH,      // the objects in and below it that meet the criteria
+        CAPABILITIES // the properties that can be searched
     };
 
     Kind kind = Kind::CHILDREN;
     std::string server;    // its id
     std::string container; // its id; "0" is the root
-    std::string criteria;  // in the content directory's language
+    std::string criteria;  // a UPnP search expression
     std::uint32_t start = 0;
     std::uint32_t count = 0;
-    std::chrono::milliseconds patience{0}; // how long the whole answer may take
-    bool isFollowed = false;               // the next page will be asked for as well, most likely
-    std::shared_ptr<Ahead> ahead = {};     // what came with the page before, if anything did
+    std::chrono::milliseconds patience{0}; // timeout of the whole response
+    bool isFollowed = false;               // the next page will most likely be requested as well
+    std::shared_ptr<Ahead> ahead = {};     // the prefetch that the previous page returned, if any
 };
 
-// What it answered. All numbers are what the server claims.
+// The result of a request. All numbers are the server's claims.
 struct Page {
     std::vector<MediaObject> objects;
-    std::uint32_t returned = 0;   // of this page
-    std::uint32_t total = 0;      // of all pages; 0: the server does not know
-    std::uint32_t updateId = 0;   // changes with the contents, where the server keeps count
-    std::string capabilities;     // of a question for those: "dc:title,upnp:class", or "*"
-    std::shared_ptr<Ahead> ahead; // for the question that follows
+    std::uint32_t returned = 0;   // objects in this page
+    std::uint32_t total = 0;      // objects in all pages; 0: unknown to the server
+    std::uint32_t updateId = 0;   // changes with the content, if the server maintains it
+    std::string capabilities;     // of CAPABILITIES: "dc:title,upnp:class", or "*"
+    std::shared_ptr<Ahead> ahead; // for the next request
 };
 
-// The content directories of the servers on a network. Shared by the network and those
-// who read from servers, and outlives the network: then every server is gone. Any thread
-// may call it but the network's own.
+// The content directories of the servers on a network. Shared by the network and its
+// clients, and outlives the network: then every server is gone. Any thread but the
+// network's own may call it.
 class Directories {
   public:
-    // More of an answer than this is not read.
+    // The maximum size of a response; longer ones are not read.
     static constexpr std::size_t MOST_BYTES = 4UL << 20;
 
     Directories() = default;
@@ -90,7 +90,7 @@ class Directories {
     // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
     virtual Status ask(const Question &question, const CancellationToken &cancellation, Page &page) = 0;
 
-    // The file at an address on the host of one of the servers, such as a small picture
+    // Fetches the file of a URL on the host of one of the servers, such as the thumbnail
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
     // MRB_ERR_PERMISSION_DENIED also for the addresses of others, MRB_ERR_NOT_FOUND when
     // there is none.

@@ -11,7 +11,7 @@
 namespace mrb::dlna {
 namespace {
 
-// So long a client that ends leaves it to the service's thread to be told so.
+// How long a client's end() leaves the final notification to the event thread.
 constexpr auto PATIENCE = std::chrono::seconds(1);
 
 Device deviceOf(const Server &server) {
@@ -25,7 +25,7 @@ Device deviceOf(const Server &server) {
 
 } // namespace
 
-// What the event thread does for the service itself.
+// Runs update() on the event thread.
 class DlnaService::Task final : public EventTarget {
   public:
     explicit Task(DlnaService &service) : service_(service) {}
@@ -80,7 +80,7 @@ int DlnaService::end(const StateListener &listener) {
         return std::ranges::find(clients_, client, &Client::target) == clients_.end();
     };
     if (events_.isOwnThread()) {
-        // Nobody else could do it meanwhile.
+        // This is the event thread: no other thread could run update().
         guard.unlock();
         for (bool gone = false; !gone;) {
             update();
@@ -96,13 +96,13 @@ int DlnaService::end(const StateListener &listener) {
     return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
 }
 
-// The same for a client that is still ending after its patience: by the thread that ends it.
+// Ends a client after PATIENCE: on the calling thread.
 int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
                              const std::shared_ptr<ServiceClient> &client, Time deadline) {
     const auto isIts = [&client](const Client &each) { return each.target == client; };
     const auto known = std::ranges::find_if(clients_, isIts);
     if (known != clients_.end() && !known->ending) {
-        // It is being told, there.
+        // The event thread is notifying it.
         const bool isTold =
             dismissed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
         return isTold ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
@@ -159,7 +159,7 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
     found.name = servers.front().name;
     found.directories = network_->directories();
     if (!found.directories) {
-        return Status::notSupported("The servers of this network cannot be asked.");
+        return Status::notSupported("Requests to the servers of this network are not supported.");
     }
     return {};
 }
@@ -174,14 +174,14 @@ bool DlnaService::isThere(const std::string &id) {
     return isWanted() && servers_.contains(id);
 }
 
-// Brings the network and the clients to where they should be, a step at a time: what a
-// step makes known is queued before the next one's.
+// Brings the network and the clients into the wanted state, one step at a time: the events of
+// a step are queued before the next step's.
 void DlnaService::update() {
     std::unique_lock guard(lock_);
     if (isWanted() && !network_ && !down_) {
         startNetwork(guard);
     }
-    // Also of one that nobody wants any more since it was begun to be started.
+    // Also a network that the last client ended while it was being started.
     if ((!isWanted() || down_) && network_) {
         letNetworkGo(guard);
         events_.post(task_, 0);
@@ -196,7 +196,7 @@ void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
     try {
         network = start_(*this);
     } catch (const std::exception &failure) {
-        MRB_LOG_ERROR("The DLNA service does not start: %s", failure.what());
+        MRB_LOG_ERROR("The DLNA service cannot be started: %s", failure.what());
     }
     guard.lock();
     network_ = std::move(network);
@@ -209,12 +209,12 @@ void DlnaService::letNetworkGo(std::unique_lock<std::mutex> &guard) {
     std::unique_ptr<Network> network = std::move(network_);
     guard.unlock();
     dismissed_.notify_all();
-    network.reset(); // its last words come meanwhile
+    network.reset(); // its last events arrive during this
     guard.lock();
     running_ = false;
 }
 
-// Has those who are ending told so, and forgets them.
+// Notifies the ending clients of the end, and removes them.
 void DlnaService::dismiss(std::unique_lock<std::mutex> &guard) {
     while (true) {
         const auto ending = std::ranges::find(clients_, true, &Client::ending);
@@ -222,7 +222,7 @@ void DlnaService::dismiss(std::unique_lock<std::mutex> &guard) {
             return;
         }
         const std::shared_ptr<ServiceClient> client = ending->target;
-        ending->ending = false; // told once, whatever it does then
+        ending->ending = false; // notified once, whatever its callback does
         guard.unlock();
         events_.withdraw(*client);
         client->deliver(MRB_SERVICE_STATE_STOPPED);
@@ -279,7 +279,7 @@ bool DlnaService::shutDown(Time deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
     dismissed_.notify_all();
-    // The network is let go by the service's thread: that waits for the network's.
+    // The event thread destroys the network, since that waits for the network's thread.
     if (events_.isOwnThread()) {
         guard.unlock();
         update();

@@ -17,10 +17,10 @@
 
 namespace mrb::dlna {
 
-// The DLNA service: watches the network from when the first client begins it until the
-// last one ends it, and tells who listens what media servers come and go. The network
-// is started and let go on the service's event thread, where all callbacks run, since
-// loading what that takes is slow. The process has one, see instance(); any thread may
+// The DLNA service: watches the network from its first client's begin to its last client's
+// end, and notifies the listener of media servers. The event thread, on which all callbacks
+// run, starts and stops the network, since loading the libraries for it is slow. The
+// process has one, see instance(); any thread may
 // call it, also from inside a callback.
 class DlnaService final : private ServerListener {
   public:
@@ -31,42 +31,42 @@ class DlnaService final : private ServerListener {
     DlnaService(const DlnaService &) = delete;
     DlnaService &operator=(const DlnaService &) = delete;
 
-    // The process's service, made when it is first asked for.
+    // The process's service, created on first use.
     static DlnaService &instance();
 
-    // A client that has begun already is told the state once more. Throws
+    // Notifies a client that has begun already of the state again. Throws
     // std::system_error when the system has no room for the thread.
     int begin(const StateListener &listener);
 
-    // Returns when the client was told that the service has stopped, for it at least,
-    // and will not be called back any more. Where the service's thread is busy for long, with
-    // a network that does not end, this thread reports that. MRB_ERR_NOT_INITIALIZED: it has
-    // not begun; MRB_ERR_TIMEOUT: its callback does not return.
+    // Returns when the client was notified that the service has stopped, for this client at
+    // least, and will not be called back any more. If the event thread is busy for long, with a
+    // network that does not end, the calling thread makes that callback. MRB_ERR_NOT_INITIALIZED:
+    // it has not begun; MRB_ERR_TIMEOUT: its callback has not returned.
     int end(const StateListener &listener);
 
-    // Calls back from now on, instead of whom it called before.
+    // Replaces the callback.
     int listen(mrb_storage_notification_cb callback, void *userData);
     // Returns when the callback is not running and will not run; inside it, at once.
-    // MRB_ERR_TIMEOUT: it does not return.
+    // MRB_ERR_TIMEOUT: it has not returned.
     int unlisten();
 
-    // The servers that are there. MRB_ERR_NOT_INITIALIZED: nobody has begun the service.
+    // The known servers. MRB_ERR_NOT_INITIALIZED: no client has begun the service.
     int list(std::vector<Device> &servers);
 
-    // A server, and whom to ask what it has.
+    // A server, and the client for its content directory.
     struct Found {
         std::string id;
         std::string name;
         std::shared_ptr<Directories> directories;
     };
-    // The server with that id, or the only one with that address. MRB_ERR_NOT_INITIALIZED:
-    // nobody has begun the service; MRB_ERR_NOT_FOUND: it has not been seen, or not yet.
+    // The server with that id, or the only one with that address. MRB_ERR_NOT_INITIALIZED: no
+    // client has begun the service; MRB_ERR_NOT_FOUND: no such server has been found yet.
     Status find(const std::string &idOrAddress, Found &found);
     [[nodiscard]] bool isThere(const std::string &id);
-    // Whom to ask for files of the servers; null: the service does not run.
+    // The client for the servers' files; null: the service does not run.
     [[nodiscard]] std::shared_ptr<Directories> directories();
 
-    // Ends the threads. What does not end until the deadline is left behind: false. Every
+    // Ends the threads. A thread that has not ended by the deadline is detached: false. Every
     // call from now on fails.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 

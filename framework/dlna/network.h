@@ -16,20 +16,20 @@ struct Server {
     bool operator==(const Server &) const = default;
 };
 
-// Hears of media servers. The network calls it from its own thread, one call at a time.
+// An observer of media servers. The network calls it from its own thread, one call at a time.
 class ServerListener {
   public:
     virtual ~ServerListener() = default;
 
-    // Once: the network is being watched.
+    // Called once, when the network is being watched.
     virtual void networkStarted() = 0;
     virtual void serverArrived(const Server &server) = 0;
-    // Every arrival is followed by one of these, when the network is let go at the latest.
+    // Every arrival is followed by one of these, at the latest when the network is destroyed.
     virtual void serverLeft(const Server &server) = 0;
 };
 
 // Watches the network for media servers on a thread of its own, as long as it lives.
-// Owned by who started it. Once the destructor has returned, no call to the listener
+// Owned by its starter. Once the destructor has returned, no call to the listener
 // is running or will run, so it must not be destroyed in one.
 class Network {
   public:
@@ -38,20 +38,20 @@ class Network {
     Network(const Network &) = delete;
     Network &operator=(const Network &) = delete;
 
-    // What its servers offer; null: it cannot ask them.
+    // The client for the servers' content directories; null: not supported.
     [[nodiscard]] virtual std::shared_ptr<Directories> directories() { return nullptr; }
 };
 
-// Loads the library that does it when it is first called. The listener must outlive the
+// Loads the library that implements it on first use. The listener must outlive the
 // network. Throws std::runtime_error and std::system_error.
 std::unique_ptr<Network> startNetwork(ServerListener &listener);
 
-// What that library exports.
+// Exported by that library.
 using StartNetwork = Network *(ServerListener &listener);
 extern "C" [[gnu::visibility("default")]] StartNetwork mrb_start_network;
 inline constexpr const char *START_SYMBOL = "mrb_start_network";
 
-// Has what the network needs loaded, in a LoadingTurn, before the first one is started.
+// Loads what the network needs, in a LoadingTurn, before the first one is started.
 using PrepareNetwork = void();
 extern "C" [[gnu::visibility("default")]] PrepareNetwork mrb_prepare_network;
 inline constexpr const char *PREPARE_SYMBOL = "mrb_prepare_network";

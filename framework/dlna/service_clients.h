@@ -10,7 +10,7 @@
 
 namespace mrb::dlna {
 
-// Whom the service's state is told to.
+// The callback of a client for the service's state.
 struct StateListener {
     mrb_dlna_state_cb callback = nullptr;
     void *userData = nullptr;
@@ -18,8 +18,8 @@ struct StateListener {
     bool operator==(const StateListener &) const = default;
 };
 
-// One who began the service. Events are states. Owned by the DlnaService; the service's
-// event thread alone calls back.
+// A client that began the service. Events are states. Owned by the DlnaService; the
+// service's event thread alone calls back.
 class ServiceClient final : public EventTarget {
   public:
     explicit ServiceClient(StateListener listener) : listener_(listener) {}
@@ -32,7 +32,7 @@ class ServiceClient final : public EventTarget {
     const StateListener listener_;
 };
 
-// One who hears of servers. Each event is the next notice. Owned by the DlnaService;
+// The observer of servers. Each event delivers the next notice. Owned by the DlnaService;
 // any thread may add notices.
 class ServerAudience final : public EventTarget {
   public:

@@ -11,7 +11,7 @@
 
 namespace mrb::dlna {
 
-// A file of this machine that a server shall have.
+// A file of this machine to be uploaded to a server.
 struct Upload {
     int descriptor = -1;    // read from its beginning
     std::uint64_t size = 0; // bytes
@@ -19,12 +19,12 @@ struct Upload {
     std::string extension; // "jpg"; may be empty
     std::string mimeType;
     std::string upnpClass; // "object.item.imageItem.photo"
-    std::string container; // the id of that in which it shall be; empty: the server chooses
+    std::string container; // the id of the container for it; empty: the server chooses
 };
 
-// Moves files to and from one server, asking no host but the server's. Made, used and
-// destroyed by one thread, which waits meanwhile. What takes longer than PATIENCE for a few
-// bytes is given up with MRB_ERR_TIMEOUT; soon after `cancellation` is cancelled everything
+// Transfers files to and from one server, without requests to any other host. Created, used and
+// destroyed by one thread, which waits for the server. A transfer of fewer than a few bytes within
+// PATIENCE ends with MRB_ERR_TIMEOUT; soon after `isStopped` returned true everything
 // ends with MRB_ERR_CANCELLED. Other codes are those of Directories::ask.
 class Transfers {
   public:
@@ -33,10 +33,10 @@ class Transfers {
     Transfers(const Transfers &) = delete;
     Transfers &operator=(const Transfers &) = delete;
 
-    // What a server says of a file that it is about to send.
+    // The response headers of a file that the server is about to send.
     struct Promise {
         std::int64_t size = UNKNOWN; // bytes
-        std::string mimeType;        // without parameters, in lower case; empty: it says none
+        std::string mimeType;        // without parameters, in lower case; empty: not in the headers
     };
 
     // Asks for the file at an address. MRB_ERR_PERMISSION_DENIED: it is the address of another
@@ -44,14 +44,14 @@ class Transfers {
     virtual Status beginDownload(const std::string &url, const CancellationToken &cancellation,
                                  Promise &promise) = 0;
 
-    // Gives `take` the bytes of that file as they come; when that answers false, no more.
-    // A success: the file is whole, or `take` wanted no more.
+    // Passes the bytes of that file to `take` as they arrive, until it returns false.
+    // MRB_ERR_NONE: the file is complete, or `take` returned false.
     using Take = std::function<bool(std::span<const char> bytes)>;
     virtual Status finishDownload(const Take &take, const CancellationToken &cancellation) = 0;
 
-    // Has the server make an object for the file and get its bytes; `moved` hears how many
-    // it has. The object is taken back when that fails. MRB_ERR_NOT_SUPPORTED: it takes
-    // none; MRB_ERR_CORRUPT: the file could not be read to its end.
+    // Creates an object for the file on the server and transfers the bytes; `moved` is called
+    // with the number sent so far. On a failure the object is destroyed. MRB_ERR_NOT_SUPPORTED:
+    // the server accepts no uploads; MRB_ERR_CORRUPT: the file could not be read to its end.
     using Moved = std::function<void(std::uint64_t bytes)>;
     virtual Status upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) = 0;
 };

@@ -13,7 +13,7 @@ using std::chrono::steady_clock;
 
 constexpr guint LOOK_MILLISECONDS = 50;
 
-// What came over the connection so far, as the kernel counts it.
+// Bytes received over the connection so far, as counted by the kernel.
 std::uint64_t bytesReceived(GSocket *socket) {
     tcp_info info{};
     socklen_t length = sizeof info;
@@ -25,7 +25,7 @@ std::uint64_t bytesReceived(GSocket *socket) {
 
 DescriptionGuard::DescriptionGuard(SoupSession *session) : session_(share(session)), connections_(session) {
     restrictSession(session);
-    // One connection each, so that what came over it is the description's.
+    // One connection per request, so that its byte count is that of the description.
     g_signal_connect(session, "request-queued", G_CALLBACK(onQueued), this);
 }
 
@@ -67,7 +67,7 @@ gboolean DescriptionGuard::look(void *data) {
     auto &request = *static_cast<Request *>(data);
     const bool isTooLong = request.socket && bytesReceived(request.socket.get()) > MOST_BYTES;
     if (request.socket && (isTooLong || steady_clock::now() - request.began > PATIENCE)) {
-        MRB_LOG_WARNING("The description of a device of the network is too %s.", isTooLong ? "long" : "slow");
+        MRB_LOG_WARNING("The description of a network device is too %s.", isTooLong ? "long" : "slow");
         g_socket_shutdown(request.socket.get(), TRUE, TRUE, nullptr);
     }
     return G_SOURCE_CONTINUE;

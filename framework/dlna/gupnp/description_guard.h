@@ -11,28 +11,28 @@
 
 namespace mrb::dlna {
 
-// Keeps descriptions of devices short. GUPnP reads each of them whole, however long it is
-// and however slowly it comes, and from any host that it is redirected to: a connection
-// that brings too much, or takes too long, is shut, and no redirection is followed. Owned by
-// the watch of the network; its thread alone uses it.
+// Limits the descriptions of devices. GUPnP reads each of them whole, however long it is
+// and however slowly it arrives, and from any host that it is redirected to: a connection
+// that delivers too much, or takes too long, is shut down, and no redirection is followed.
+// Owned by the watch of the network; its thread alone uses it.
 class DescriptionGuard {
   public:
     static constexpr std::size_t MOST_BYTES = 1UL << 20;
     static constexpr auto PATIENCE = std::chrono::seconds(20);
 
-    // `session` is that of a GUPnP context, before it is used.
+    // `session` is that of a GUPnP context, before its first use.
     explicit DescriptionGuard(SoupSession *session);
     ~DescriptionGuard();
     DescriptionGuard(const DescriptionGuard &) = delete;
     DescriptionGuard &operator=(const DescriptionGuard &) = delete;
 
-    // Cancels what is under way; the main context has to run until isIdle().
+    // Cancels the requests under way; the main context has to run until isIdle().
     void cancel();
-    // Nothing is under way, and every connection is closed.
+    // No request is under way, and every connection is closed.
     [[nodiscard]] bool isIdle() const { return requests_.empty() && connections_.areClosed(); }
 
   private:
-    // A request that is under way.
+    // A request under way.
     struct Request {
         DescriptionGuard &owner;
         Object<SoupMessage> message;

@@ -14,7 +14,7 @@
 namespace mrb::dlna {
 namespace {
 
-// The texts and resources of one object that are kept; what is more is left out.
+// Limits for the texts and resources of one object; whatever exceeds them is omitted.
 constexpr std::size_t MAX_TEXT = 16UL << 10; // bytes
 constexpr std::size_t MAX_RESOURCES = 64;
 
@@ -64,13 +64,13 @@ struct Resource {
 struct RawObject {
     std::string id;
     bool isContainer = false;
-    bool isWhole = false; // it ended before the document did
+    bool isWhole = false; // its end tag was read
     std::array<std::string, PROPERTIES> properties;
     std::vector<Resource> resources;
 };
 
-// Takes apart the objects of a document, those of any namespace: servers forget to declare
-// theirs. Whatever stands where an object should counts as one.
+// Collects the objects of a document, in any namespace: some servers forget to declare theirs.
+// Every element in the place of an object counts as one.
 class ObjectReader final : public XmlElements {
   public:
     [[nodiscard]] std::vector<RawObject> take() { return std::move(objects_); }
@@ -80,7 +80,7 @@ class ObjectReader final : public XmlElements {
         const bool isObject = name == "item" || name == "container";
         const bool isInside = objectDepth_ > 0;
         const bool isNext = isInside && depth_ == objectDepth_ + 1;
-        // An object right in another one: the end tag of that is missing.
+        // An object directly inside another one: the end tag of the outer one is missing.
         if ((depth_ == 2 && name != "desc") || (isObject && depth_ > 2 && (isNext || !isInside))) {
             beginObject(isObject ? name : std::string_view(), attributes);
         } else if (isNext) {
@@ -146,8 +146,8 @@ class ObjectReader final : public XmlElements {
 
     std::vector<RawObject> objects_;
     int depth_ = 0;               // elements that are open
-    int objectDepth_ = 0;         // that of the object that is open; 0: none is
-    std::string *text_ = nullptr; // where the text of the open element goes; null: nowhere
+    int objectDepth_ = 0;         // depth of the open object; 0: no open object
+    std::string *text_ = nullptr; // receives the text of the open element; null: ignored
 };
 
 std::string_view trimmed(std::string_view text) {
@@ -157,7 +157,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(0, text.find_last_not_of(BLANKS) + 1);
 }
 
-// A number that is all of the text, and not negative.
+// A number that makes up the whole text, and is not negative.
 std::optional<std::int64_t> numberOf(std::string_view text) {
     text = trimmed(text);
     std::int64_t number = 0;
@@ -166,13 +166,13 @@ std::optional<std::int64_t> numberOf(std::string_view text) {
     return error == std::errc() && end == last && number >= 0 ? std::optional(number) : std::nullopt;
 }
 
-// An address that can be asked, whole; else nothing.
+// The whole text as a URL that can be requested; else empty.
 std::string webAddress(std::string_view text) {
     std::string address = cleanText(text);
     return trimmed(text).size() <= Metadata::LONGEST_TEXT && isWebAddress(address) ? address : std::string();
 }
 
-// What stands before the separator, which is taken off the text with it.
+// Removes the text up to the separator from `text`, with the separator, and returns it.
 std::string_view next(std::string_view &text, char separator) {
     const std::size_t end = std::min(text.find(separator), text.size());
     const std::string_view part = text.substr(0, end);
@@ -180,8 +180,8 @@ std::string_view next(std::string_view &text, char separator) {
     return part;
 }
 
-// "http-get:*:image/jpeg:DLNA.ORG_PN=JPEG_TN;DLNA.ORG_CI=1", as UPnP's ConnectionManager and
-// the guidelines of DLNA have it.
+// "http-get:*:image/jpeg:DLNA.ORG_PN=JPEG_TN;DLNA.ORG_CI=1", as specified by UPnP's
+// ConnectionManager and the DLNA guidelines.
 struct ProtocolInfo {
     explicit ProtocolInfo(std::string_view text) {
         isOfWeb = trimmed(next(text, ':')) == "http-get";
@@ -204,7 +204,7 @@ struct ProtocolInfo {
     std::string_view profile;
 };
 
-// Milliseconds of "H+:MM:SS[.F+]" or "H+:MM:SS[.F0/F1]". 0: it is none.
+// Milliseconds of "H+:MM:SS[.F+]" or "H+:MM:SS[.F0/F1]". 0: not a duration.
 std::int64_t durationOf(std::string_view text) {
     constexpr std::int64_t MILLISECONDS = 1000;
     constexpr std::int64_t MAX_HOURS = 100'000;
@@ -249,8 +249,8 @@ void setResolution(Metadata &facts, std::string_view text) {
     }
 }
 
-// The item itself, and not what the server makes of it for small screens: the first one
-// that is not converted; else the first. Null: it has none that can be asked for.
+// The file itself, rather than the server's conversions for small screens: the first resource
+// that is not converted; else the first. Null: none can be requested.
 const Resource *mainResource(const std::vector<Resource> &resources) {
     const Resource *first = nullptr;
     for (const Resource &resource : resources) {
@@ -266,7 +266,7 @@ const Resource *mainResource(const std::vector<Resource> &resources) {
     return first;
 }
 
-// What a picture has in place of album art: the server's own small one.
+// The server's own thumbnail of a picture, which has no album art.
 std::string smallPicture(const std::vector<Resource> &resources) {
     for (const Resource &resource : resources) {
         const ProtocolInfo info(resource.attributes[PROTOCOL_INFO]);
@@ -278,7 +278,7 @@ std::string smallPicture(const std::vector<Resource> &resources) {
 }
 
 void readResource(const Resource &resource, MediaObject &object) {
-    constexpr std::int64_t BITS = 8; // UPnP counts bytes a second
+    constexpr std::int64_t BITS = 8; // UPnP's bit rate is in bytes per second
     const auto &attributes = resource.attributes;
     object.url = webAddress(resource.uri);
     object.size = numberOf(attributes[SIZE]).value_or(UNKNOWN);
@@ -319,7 +319,7 @@ void readTexts(const RawObject &source, MediaObject &object) {
 
 MediaObject describe(const RawObject &source, bool isRepaired) {
     MediaObject object;
-    // An id has to come back to the server as it is.
+    // An id has to be sent back to the server unchanged.
     const bool isDamaged = isRepaired && source.id.find("\uFFFD") != std::string::npos;
     if (source.isWhole && !isDamaged && source.id == cleanText(source.id)) {
         object.id = source.id;

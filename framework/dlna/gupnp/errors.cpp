@@ -35,7 +35,7 @@ int codeOf(const GError &error) {
 } // namespace
 
 Status outcomeOfError(const GError &error) {
-    return {codeOf(error), std::string("The server does not answer: ") + error.message};
+    return {codeOf(error), std::string("The request to the server failed: ") + error.message};
 }
 
 } // namespace mrb::dlna

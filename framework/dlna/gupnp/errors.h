@@ -11,7 +11,7 @@ namespace mrb::dlna {
 
 using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
 
-// What an error of a connection means for whom it leads to.
+// The outcome of a request to a server whose connection failed with this error.
 Status outcomeOfError(const GError &error);
 
 } // namespace mrb::dlna

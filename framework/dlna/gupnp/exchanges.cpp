@@ -21,13 +21,13 @@ struct Exchanges::Running {
     Exchanges &owner;
     const std::shared_ptr<Pending> pending;
     const std::string server;
-    const std::size_t most; // bytes of the answer
+    const std::size_t most; // maximum bytes of the response
     const Object<SoupMessage> message;
     const Object<GCancellable> cancellable{g_cancellable_new()};
     Object<GInputStream> stream;
     std::vector<char> part = std::vector<char>(PART_BYTES);
     std::string body;
-    Status why; // it was cancelled
+    Status why; // of the cancellation
 };
 
 Exchanges::Exchanges() = default;
@@ -36,7 +36,7 @@ Exchanges::~Exchanges() {
     keep([](const std::string & /*server*/) { return false; });
     GMainContext *context = g_main_context_get_thread_default();
     while (!running_.empty()) {
-        g_main_context_iteration(context, TRUE); // a call that is cancelled ends at once
+        g_main_context_iteration(context, TRUE); // a cancelled call ends at once
     }
 }
 
@@ -46,7 +46,7 @@ void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
     const bool isCall = !call.action.empty();
     Object<SoupMessage> message = Session::request(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url);
     if (!message) {
-        pending->finish({Status::protocolError("\"" + call.url + "\" is no address of the web."), 0, {}});
+        pending->finish({Status::protocolError("\"" + call.url + "\" is not an HTTP URL."), 0, {}});
         return;
     }
     if (isCall) {
@@ -124,7 +124,7 @@ void Exchanges::fail(Running &running, const GError &error) {
     }
 }
 
-// The connection of an answer that was not read to its end is closed with the stream.
+// The connection of a response that was not read to its end is closed with the stream.
 void Exchanges::end(Running &running, Status outcome) {
     const unsigned status = soup_message_get_status(running.message.get());
     running.pending->finish({std::move(outcome), status, std::move(running.body)});

@@ -14,19 +14,19 @@
 
 namespace mrb::dlna {
 
-// A call of an action or a request for a file, ready to be sent.
+// A SOAP call or a request for a file, ready to be sent.
 struct Call {
     std::string server; // its id
-    std::string url;    // where the service takes calls, or the file's
-    std::string action; // "urn:...:1#Browse"; empty: no call
+    std::string url;    // the service's control URL, or the file's
+    std::string action; // "urn:...:1#Browse"; empty: a file
     std::string envelope;
-    std::size_t most; // bytes of the answer
+    std::size_t most; // maximum bytes of the response
 };
 
-// The calls that are under way. GUPnP's own calls would take whatever a server sends,
-// however long it is, wherever it comes from: these read no more than they should,
-// follow no redirect and unpack nothing. Owned and called by one thread, in whose main
-// context they go on.
+// The HTTP requests under way. GUPnP's own calls would read whatever a server sends, of any
+// length and from any host: these read no more than `most` bytes,
+// follow no redirect and decode nothing. Owned and called by one thread, whose main
+// context processes them.
 class Exchanges {
   public:
     Exchanges();
@@ -34,13 +34,13 @@ class Exchanges {
     Exchanges(const Exchanges &) = delete;
     Exchanges &operator=(const Exchanges &) = delete;
 
-    // `pending` will be finished, if not before, when this is destroyed.
+    // `pending` is finished when this is destroyed at the latest.
     void begin(const Call &call, std::shared_ptr<Pending> pending);
 
-    // Gives a call up, whose reply nobody waits for any more.
+    // Cancels a call whose reply is not needed any more.
     void abandon(const Pending &pending);
 
-    // Gives up those to servers that do not satisfy `isThere`: these are gone.
+    // Cancels the calls to servers that do not satisfy `isThere`: these are gone.
     template <typename IsThere>
     void keep(IsThere isThere) {
         for (const auto &each : running_) {

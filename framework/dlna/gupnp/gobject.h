@@ -12,7 +12,7 @@ namespace mrb::dlna {
 template <typename Type>
 using Object = std::unique_ptr<Type, Deleter<g_object_unref>>;
 
-// A further reference to an object that somebody else owns.
+// A further reference to an object with another owner.
 template <typename Type>
 Object<Type> share(Type *object) {
     return Object<Type>(static_cast<Type *>(g_object_ref(object)));

@@ -21,7 +21,7 @@ Status gone() { return Status::deviceRemoved("The server is gone."); }
 
 } // namespace
 
-// The page after one that was asked for.
+// The prefetch of the page after a requested one.
 class GupnpDirectories::NextPage final : public Ahead {
   public:
     NextPage(std::shared_ptr<GupnpDirectories> directories, const Question &before)
@@ -34,14 +34,14 @@ class GupnpDirectories::NextPage final : public Ahead {
         try {
             directories_->abandon(pending_);
         } catch (...) {
-            // Without memory it goes on, and nobody looks at what comes.
+            // Out of memory: the call continues, and its reply is dropped.
             pending_ = nullptr;
         }
     }
     NextPage(const NextPage &) = delete;
     NextPage &operator=(const NextPage &) = delete;
 
-    // Null: it is not the page that the question asks for.
+    // Null: another page was prefetched than the requested one.
     [[nodiscard]] std::shared_ptr<Pending> of(const Question &question) const {
         const bool isSame = question.kind == question_.kind && question.server == question_.server &&
                             question.container == question_.container &&
@@ -134,7 +134,7 @@ bool GupnpDirectories::post(Task task) {
         return false;
     }
     tasks_.push_back(std::move(task));
-    // It has run, or never will, when this goes: close() is called before.
+    // The source has run, or never will, when this is destroyed: close() is called before.
     GSource *source = g_idle_source_new();
     g_source_set_priority(source, G_PRIORITY_DEFAULT);
     g_source_set_callback(
@@ -158,7 +158,7 @@ void GupnpDirectories::runTasks() {
     }
 }
 
-// Where the content directory of a server takes calls, and of what type it is.
+// Looks up the control URL and the service type of a server's content directory.
 Status GupnpDirectories::findService(const std::string &server, ServicePlace &place) {
     GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(server) : nullptr;
     if (device == nullptr) {
@@ -173,10 +173,9 @@ Status GupnpDirectories::findService(const std::string &server, ServicePlace &pl
         }
         const Text url(gupnp_service_info_get_control_url(service));
         const std::string host = hostOf(url.get());
-        // A server must not make this machine call others.
+        // A server must not make this machine send requests to other hosts.
         if (host.empty() || host != hostOf(gupnp_device_info_get_location(device))) {
-            return Status::protocolError(
-                "The server's content directory is on another host, which is not asked.");
+            return Status::protocolError("The server's content directory is on another host: refused.");
         }
         GSSDPClient *client = GSSDP_CLIENT(gupnp_device_info_get_context(device));
         const char *here = gssdp_client_get_host_ip(client);
@@ -225,7 +224,7 @@ void GupnpDirectories::close() {
         const std::lock_guard guard(lock_);
         closed_ = true;
     }
-    servers_ = nullptr; // what was posted finds nobody any more
+    servers_ = nullptr; // posted tasks find no server any more
     runTasks();
     exchanges_.reset();
 }

@@ -16,8 +16,8 @@
 
 namespace mrb::dlna {
 
-// Asks servers from the network's thread on behalf of others. Shared by the GupnpNetwork
-// and those who ask; each member function says which thread calls it.
+// Sends requests to servers from the network's thread on behalf of other threads. Shared by
+// the GupnpNetwork and its clients; each member function states the thread that calls it.
 class GupnpDirectories final : public Directories, public std::enable_shared_from_this<GupnpDirectories> {
   public:
     // `context`: of the network's thread.
@@ -31,11 +31,11 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     Status connect(const std::string &server, const CancellationToken &cancellation,
                    std::unique_ptr<Transfers> &transfers) override;
 
-    // The network's thread: from now on servers can be asked, as long as the table lives.
+    // The network's thread: from now on requests can be sent, as long as the table lives.
     void open(const ServerTable &servers);
-    // The network's thread: servers may have left the table.
+    // The network's thread: servers may have been removed from the table.
     void serversLeft();
-    // The network's thread: every question, also those to come, is answered with
+    // The network's thread: every request, also later ones, ends with
     // MRB_ERR_DEVICE_REMOVED.
     void close();
 
@@ -44,17 +44,17 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     using Task = std::function<void()>;
     using Begin = std::function<void(std::shared_ptr<Pending> pending)>;
 
-    // Has the network's thread do it; false: that has ended.
+    // Runs the task on the network's thread; false: the thread has ended.
     bool post(Task task);
     void runTasks();
-    // Has the network's thread begin something; null: that has ended.
+    // Begins a request on the network's thread; null: the thread has ended.
     std::shared_ptr<Pending> begin(Begin begin);
     std::shared_ptr<Pending> begin(const Question &question);
-    // Waits for the reply to that.
+    // Waits for the reply to that request.
     Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
                 const CancellationToken &cancellation);
     void abandon(std::shared_ptr<Pending> pending);
-    // These on the network's thread.
+    // On the network's thread:
     Status findService(const std::string &server, ServicePlace &place);
     void beginCall(const Question &question, std::shared_ptr<Pending> pending);
     void beginFetch(const std::string &url, std::size_t most, std::shared_ptr<Pending> pending);

@@ -31,11 +31,11 @@ constexpr guint NETWORK_SECONDS = 2;
 constexpr int PORT_ATTEMPTS = 20;
 constexpr guint RETRY_SECONDS = 5;
 
-// What is under way ends at once; an encrypted connection may take a while to close.
+// Requests under way end at once; an encrypted connection may take a while to close.
 constexpr auto LONGEST_LEAVE = std::chrono::seconds(3);
 constexpr int ENOUGH_LOOKS = 10;
 
-// Servers that write malformed XML are no business of standard error's.
+// Malformed XML of servers is not reported on standard error.
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
 
 constexpr const char *LIBRARY_DOMAINS[] = {
@@ -43,7 +43,7 @@ constexpr const char *LIBRARY_DOMAINS[] = {
     "gupnp-control-point", "gupnp-device-info",   "gupnp-resource-factory",
     "gupnp-service-info",  "gupnp-service-proxy", "gupnp-xml-doc"};
 
-// What the libraries complain of, servers' misbehaviour mostly, belongs in the system log.
+// Warnings of the libraries, mostly about misbehaving servers, go to the system log.
 void logForLibrary(const char *domain, GLogLevelFlags /*level*/, const char *message, void * /*data*/) {
     MRB_LOG_WARNING("%s: %s", domain, message);
 }
@@ -82,7 +82,7 @@ class GupnpNetwork::Watch {
 
     // From any thread.
     void quit() {
-        // Not invoked: as long as the loop does not run, that would be done at once and in vain.
+        // Not g_main_context_invoke: before the loop runs, that would quit at once, without effect.
         GSource *source = g_idle_source_new();
         g_source_set_callback(
             source,
@@ -100,11 +100,11 @@ class GupnpNetwork::Watch {
     void updatePoints();
     void letGo();
 
-    // Looks for servers through one address of this machine, and loads their descriptions.
+    // The search for servers through one address of this machine, which loads their descriptions.
     struct Point {
         Object<GUPnPControlPoint> control;
         std::unique_ptr<DescriptionGuard> guard; // of its context
-        int idleLooks = 0;                       // while it leaves: looks in a row that found it idle
+        int idleLooks = 0;                       // while it leaves: checks in a row that found it idle
     };
 
     Point watchContext(GUPnPContext *context);
@@ -165,15 +165,15 @@ void GupnpNetwork::Watch::letGo() {
             return std::ranges::all_of(leaving_, [](const Point &point) { return point.guard->isIdle(); });
         },
         LONGEST_LEAVE);
-    forgetLeft(0); // all results were given
+    forgetLeft(0); // all results were delivered
     leavingTimer_.reset();
     leaving_.clear();
     // What was begun and is cancelled by that ends here.
     runContext([] { return true; }, LONGEST_LEAVE);
 }
 
-// A control point lives on while it loads a description, or waits to try that again, and with
-// it its sockets.
+// A control point stays alive while it loads a description, or waits for a retry, and keeps
+// its sockets open.
 void GupnpNetwork::Watch::leave(Point point) {
     g_signal_handlers_disconnect_by_data(point.control.get(), this);
     gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(point.control.get()), FALSE);
@@ -185,8 +185,8 @@ void GupnpNetwork::Watch::leave(Point point) {
     }
 }
 
-// A request that has ended gives its result a few turns of the main context later: those that
-// so many looks, each in a turn of its own, found idle have given theirs.
+// A request that has ended delivers its result a few turns of the main context later: requests
+// found idle by that many checks, each in a turn of its own, have delivered theirs.
 void GupnpNetwork::Watch::forgetLeft(int looks) {
     std::erase_if(leaving_, [&](Point &point) {
         if (!point.guard->isIdle()) {
@@ -196,7 +196,7 @@ void GupnpNetwork::Watch::forgetLeft(int looks) {
         if (++point.idleLooks < looks) {
             return false;
         }
-        // Now only those attempts hold it that it would make again later.
+        // Only its pending retries still hold references, which this cancels.
         g_object_run_dispose(G_OBJECT(point.control.get()));
         return true;
     });
@@ -302,7 +302,7 @@ GupnpNetwork::~GupnpNetwork() {
 
 void mrb_prepare_network() {
     takeLibraryLogs();
-    // GIO loads that for the first server by https, without a turn.
+    // GIO would load it for the first https server, outside of a turn.
     g_tls_backend_get_default();
 }
 

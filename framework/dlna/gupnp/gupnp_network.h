@@ -14,7 +14,7 @@
 namespace mrb::dlna {
 
 // Finds media servers with GUPnP, whose objects all live on one thread with a main
-// context of its own. Made and destroyed by any one thread.
+// context of its own. Created and destroyed by any one thread.
 class GupnpNetwork final : public Network {
   public:
     explicit GupnpNetwork(ServerListener &listener);
@@ -23,7 +23,7 @@ class GupnpNetwork final : public Network {
     [[nodiscard]] std::shared_ptr<Directories> directories() override;
 
   private:
-    class Watch; // what the thread works with
+    class Watch; // the state of the thread
 
     const std::unique_ptr<Watch> watch_;
     std::thread thread_;

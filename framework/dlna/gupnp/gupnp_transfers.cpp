@@ -27,19 +27,19 @@ GupnpTransfers::~GupnpTransfers() {
     session_.reset();
 }
 
-// A server must not make this machine call others.
+// A server must not make this machine send requests to other hosts.
 bool GupnpTransfers::isOfServer(const std::string &url) const {
     return isWebAddress(url) && hostOf(url.c_str()) == place_.host;
 }
 
 Status GupnpTransfers::makeRequest(const char *method, const std::string &url, Request &request) const {
     if (!isOfServer(url)) {
-        return Status::permissionDenied("\"" + url + "\" is not on the server's own host, and not asked.");
+        return Status::permissionDenied("\"" + url + "\" is not on the server's own host: refused.");
     }
     request.message = Session::request(method, url);
     request.cancellable.reset(g_cancellable_new());
     if (!request.message) {
-        return Status::protocolError("\"" + url + "\" is no address of the web.");
+        return Status::protocolError("\"" + url + "\" is not an HTTP URL.");
     }
     return {};
 }
@@ -88,9 +88,9 @@ Status GupnpTransfers::beginDownload(const std::string &url, const CancellationT
 Status GupnpTransfers::finishDownload(const Take &take, const CancellationToken &cancellation) {
     const OwnLoop::Turn turn(loop_);
     if (!download_) {
-        return Status::notFound("No download was begun.");
+        return Status::notFound("No download has been started.");
     }
-    // Whatever is left of the answer is closed with it.
+    // The rest of the response is closed with the request.
     const Request request = *std::exchange(download_, std::nullopt);
     std::vector<char> part(PART_BYTES);
     Pace pace;

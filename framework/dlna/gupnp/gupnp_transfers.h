@@ -21,16 +21,16 @@ namespace mrb::dlna {
 
 class OfferedFile;
 
-// Where a server's content directory takes calls.
+// The control URL of a server's content directory, and its addresses.
 struct ServicePlace {
     std::string controlUrl;
     std::string type; // "urn:schemas-upnp-org:service:ContentDirectory:1"
     std::string host; // the server's
-    std::string here; // the address of this machine at which it was seen
+    std::string here; // the address of this machine through which it was found
 };
 
 // Transfers over connections of their own, in a main context of the calling thread. Owned
-// and used as every Transfers is.
+// and used like every Transfers.
 class GupnpTransfers final : public Transfers {
   public:
     GupnpTransfers(std::string server, ServicePlace place);
@@ -42,16 +42,16 @@ class GupnpTransfers final : public Transfers {
     Status upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) override;
 
   private:
-    // An object that the server made for a file.
+    // An object that the server created for a file.
     struct Created {
         std::string id;
         std::string importUrl;
     };
-    // A request for a file, or with one.
+    // A download or an upload.
     struct Request {
         Object<SoupMessage> message;
         Object<GCancellable> cancellable;
-        Object<GInputStream> stream; // of the answer
+        Object<GInputStream> stream; // of the response
     };
 
     Status makeRequest(const char *method, const std::string &url, Request &request) const;
@@ -73,7 +73,7 @@ class GupnpTransfers final : public Transfers {
     OwnLoop loop_;
     std::unique_ptr<Session> session_;
     std::unique_ptr<Exchanges> exchanges_;
-    std::optional<Request> download_; // that was begun
+    std::optional<Request> download_; // begun and not yet finished
 };
 
 } // namespace mrb::dlna

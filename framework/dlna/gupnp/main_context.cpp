@@ -3,7 +3,7 @@
 namespace mrb::dlna {
 namespace {
 
-// Whoever stops something, and threads that close connections, do not wake the context up.
+// Interval for conditions that other threads change without waking up the context.
 constexpr guint WAKE_UP_MILLISECONDS = 15;
 
 gboolean wakeUp(gpointer /*data*/) { return G_SOURCE_CONTINUE; }

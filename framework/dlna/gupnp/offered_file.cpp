@@ -19,7 +19,7 @@ void freeUris(GSList *list) {
     g_slist_free_full(list, [](gpointer uri) { g_uri_unref(static_cast<GUri *>(uri)); });
 }
 
-// "/5f2c….jpg": servers choose by the extension how they take a file.
+// "/5f2c….jpg": servers derive the file's type from the extension.
 std::string secretPath(const std::string &extension) {
     const Text secret(g_uuid_string_random());
     const bool isPlain = !extension.empty() && std::ranges::all_of(extension, [](unsigned char letter) {
@@ -106,7 +106,7 @@ void OfferedFile::giveMore(Serving &serving) {
     if (size <= 0) {
         g_free(part);
         isBroken_ = true;
-        // Less than was promised: whoever fetches it must not take that for the end.
+        // Fewer bytes than announced: the client must not take this for the end.
         if (GSocket *socket = soup_server_message_get_socket(serving.message.get())) {
             g_socket_shutdown(socket, TRUE, TRUE, nullptr);
         }
@@ -119,7 +119,7 @@ void OfferedFile::giveMore(Serving &serving) {
 void OfferedFile::onChunk(SoupServerMessage * /*message*/, void *data) {
     auto &serving = *static_cast<Serving *>(data);
     OfferedFile &file = serving.owner;
-    // What was given before this one has been written.
+    // All bytes passed on so far have been written.
     file.most_ = std::max(file.most_, serving.offset);
     file.giveMore(serving);
 }

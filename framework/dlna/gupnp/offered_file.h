@@ -10,8 +10,8 @@
 
 namespace mrb::dlna {
 
-// A file that one host may fetch over HTTP, under an address that nobody can guess. Owned
-// by the transfer that offers it; works in the main context that was its thread's default.
+// A file that one host may fetch over HTTP, at a URL that cannot be guessed. Owned by the
+// transfer that offers it; runs in the default main context of the thread that created it.
 class OfferedFile {
   public:
     struct What {
@@ -21,27 +21,27 @@ class OfferedFile {
         std::string extension; // of the address; may be empty
     };
 
-    // `here` is the address of this machine that the host can reach. Where nothing can be
-    // offered, url() is empty.
+    // `here` is an address of this machine that the host can reach. If the file cannot be
+    // served, url() is empty.
     OfferedFile(What what, const std::string &here, std::string host);
     ~OfferedFile();
     OfferedFile(const OfferedFile &) = delete;
     OfferedFile &operator=(const OfferedFile &) = delete;
 
     [[nodiscard]] const std::string &url() const { return url_; }
-    // Bytes that were sent, of the request that got most.
+    // Bytes sent, of the request that received most.
     [[nodiscard]] std::uint64_t sent() const { return most_; }
-    // Whether somebody got all of it.
+    // Whether one request received all of it.
     [[nodiscard]] bool isFetched() const { return isFetched_; }
     // Whether it could not be read to its end.
     [[nodiscard]] bool isBroken() const { return isBroken_; }
 
   private:
-    // A request that is being answered.
+    // A request that is being served.
     struct Serving {
         OfferedFile &owner;
         Object<SoupServerMessage> message;
-        std::uint64_t offset = 0; // what was given to the connection
+        std::uint64_t offset = 0; // bytes passed to the connection
     };
 
     static void onRequest(SoupServer *server, SoupServerMessage *message, const char *path, GHashTable *query,

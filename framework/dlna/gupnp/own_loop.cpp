@@ -25,7 +25,7 @@ Status OwnLoop::runUntil(const Condition &isDone, const CancellationToken &cance
             return Status::cancelled();
         }
         if (pace.isTooSlow()) {
-            return Status::timedOut("The server does not go on.");
+            return Status::timedOut("The transfer has stalled.");
         }
         g_main_context_iteration(context_, TRUE);
     }

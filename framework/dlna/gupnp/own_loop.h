@@ -12,16 +12,16 @@
 
 namespace mrb::dlna {
 
-// Whether what should go on does: a few bytes in every span of time. Used by one thread.
+// Detects a stalled transfer: a minimum of bytes per timeout. Used by one thread.
 class Pace {
   public:
-    // How long a server may take for so many bytes.
+    // The timeout for LEAST_BYTES.
     static constexpr auto PATIENCE = std::chrono::seconds(20);
     static constexpr std::uint64_t LEAST_BYTES = 16UL << 10;
 
-    // So many bytes were moved in all.
+    // `bytes` were transferred in all.
     void moved(std::uint64_t bytes);
-    // The time since then is not the server's.
+    // Excludes the time since then from the server's.
     void excuse(std::chrono::steady_clock::time_point since);
     [[nodiscard]] bool isTooSlow() const { return std::chrono::steady_clock::now() - since_ > PATIENCE; }
 
@@ -30,7 +30,7 @@ class Pace {
     std::uint64_t bytes_ = 0; // at that time
 };
 
-// A main context of a thread that waits for what it begins. Owned and used by that thread.
+// A main context of a thread that waits for its own operations. Owned and used by that thread.
 class OwnLoop {
   public:
     OwnLoop() : context_(g_main_context_new()) {}
@@ -38,7 +38,7 @@ class OwnLoop {
     OwnLoop(const OwnLoop &) = delete;
     OwnLoop &operator=(const OwnLoop &) = delete;
 
-    // As long as it lives, what is begun ends in this loop.
+    // During its life, operations that are begun end in this loop.
     class Turn {
       public:
         explicit Turn(const OwnLoop &loop) : context_(loop.context_) {

@@ -18,7 +18,7 @@ bool Pending::isFinished() const {
 
 Reply Pending::await(std::chrono::milliseconds patience, const CancellationToken &cancellation) {
     using std::chrono::steady_clock;
-    // Whoever stops does not say so here.
+    // A cancellation does not notify this condition variable, so it is polled.
     constexpr auto GLANCE = std::chrono::milliseconds(15);
     const auto deadline = steady_clock::now() + patience;
     std::unique_lock guard(lock_);

@@ -11,17 +11,17 @@
 
 namespace mrb::dlna {
 
-// The answer to a request, or why there is none.
+// The response to a request, or the error.
 struct Reply {
     Status outcome;
-    unsigned status = 0; // of HTTP
+    unsigned status = 0; // the HTTP status code
     std::string body;
 };
 
-// A reply that somebody waits for. Shared by the one who waits and the network's thread.
+// A reply that a thread waits for. Shared by that thread and the network's thread.
 class Pending {
   public:
-    // The network's thread, once.
+    // Called by the network's thread, once.
     void finish(Reply reply);
 
     // Whether there is a reply.

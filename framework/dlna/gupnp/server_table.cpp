@@ -40,7 +40,7 @@ Server describe(GUPnPDeviceInfo *device) {
 void ServerTable::add(GUPnPDeviceInfo *device) {
     const Server server = describe(device);
     if (server.id.empty()) {
-        return; // nothing to know it by again
+        return; // it could not be identified again
     }
     const auto found = entries_.find(server.id);
     if (found != entries_.end()) {
@@ -49,7 +49,7 @@ void ServerTable::add(GUPnPDeviceInfo *device) {
     }
     if (entries_.size() >= MOST_SERVERS) {
         if (!std::exchange(full_, true)) {
-            MRB_LOG_WARNING("Further DLNA servers are left out: %zu are known.", entries_.size());
+            MRB_LOG_WARNING("Further DLNA servers are ignored: %zu are known.", entries_.size());
         }
         return;
     }

@@ -12,11 +12,11 @@
 
 namespace mrb::dlna {
 
-// The media servers on the network. One that is seen through several of this machine's
-// addresses is one server. Owned by the GupnpNetwork; the network's thread alone calls it.
+// The media servers on the network. A server found through several addresses of this
+// machine is one server. Owned by the GupnpNetwork; the network's thread alone calls it.
 class ServerTable {
   public:
-    // What a network of this size or a liar may have us remember.
+    // Limits for a large network or hostile servers.
     static constexpr std::size_t MOST_SERVERS = 1000;
     static constexpr std::size_t MOST_BYTES = 512; // of a text
 
@@ -24,25 +24,25 @@ class ServerTable {
 
     void add(GUPnPDeviceInfo *device);
     void remove(GUPnPDeviceInfo *device);
-    // The device of that id; null: it is not there. Lives until it is removed.
+    // The device of that id; null: unknown. Valid until it is removed.
     [[nodiscard]] GUPnPDeviceInfo *find(const std::string &id) const {
         const auto found = entries_.find(id);
         return found == entries_.end() ? nullptr : found->second.devices.front().get();
     }
-    // The id of a server with that address; no value: none has it.
+    // The id of a server with that address; no value: no such server.
     [[nodiscard]] std::optional<std::string> at(const std::string &address) const;
-    // Tells of every server that it left.
+    // Notifies the listener that every server left.
     void clear();
 
   private:
     struct Entry {
         Server server;
-        std::vector<Object<GUPnPDeviceInfo>> devices; // by the address it was seen through
+        std::vector<Object<GUPnPDeviceInfo>> devices; // one per address of this machine
     };
 
     ServerListener &listener_;
     std::map<std::string, Entry> entries_;
-    bool full_ = false; // and that was said
+    bool full_ = false; // and that was logged
 };
 
 } // namespace mrb::dlna

@@ -45,7 +45,7 @@ void restrictRequest(SoupMessage *message) {
 }
 
 void restrictSession(SoupSession *session) {
-    // What is in this network is reached without a proxy.
+    // Servers of the local network are reached without a proxy.
     g_object_set(session, "proxy-resolver", nullptr, nullptr);
     soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
 }
@@ -57,8 +57,8 @@ Status checkEncoding(SoupMessage *message) {
         return {};
     }
     const Text valid(g_utf8_make_valid(encoding, -1));
-    return Status::protocolError(std::string("The server sends its answer encoded as \"") + valid.get() +
-                                 "\", which it was not asked for.");
+    return Status::protocolError(std::string("The server's response is encoded as \"") + valid.get() +
+                                  "\", which was not requested.");
 }
 
 Session::Session() : session_(soup_session_new()) {

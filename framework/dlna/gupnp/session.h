@@ -12,7 +12,7 @@
 namespace mrb::dlna {
 
 // Counts the open connections of a session. A session closes them asynchronously, also after
-// it is destroyed: each takes a descriptor until its main context was run. Owned and
+// its destruction: each keeps its descriptor until its main context has run. Owned and
 // used by the thread of the session.
 class Connections {
   public:
@@ -24,9 +24,9 @@ class Connections {
 
     [[nodiscard]] bool areClosed() const { return *open_ == 0; }
 
-    // Runs the thread's default main context until all of them are closed. Nothing of the
-    // session may be in use any more. Returns at the latest after a few seconds, since
-    // the end of an encrypted connection is a dialogue.
+    // Runs the thread's default main context until all of them are closed. The session must
+    // not be in use any more. Returns after a few seconds at the latest, since closing an
+    // encrypted connection takes round trips.
     void awaitClosed() const;
 
   private:
@@ -40,16 +40,16 @@ class Connections {
     const Count open_ = std::make_shared<std::atomic<int>>(0);
 };
 
-// What a request to a server must not cause: that another host is asked, or that the answer is
-// compressed, since a small answer could become a large one.
+// Prevents requests from being redirected to another host and responses from being compressed,
+// since a small response could become a large one.
 void restrictRequest(SoupMessage *message);
 void restrictSession(SoupSession *session);
 
-// Whether the body of an answer is what it stands for, and is not compressed after all.
+// Checks that the body of a response is not compressed nevertheless.
 Status checkEncoding(SoupMessage *message);
 
-// A session with servers. Owned and used by one thread, with the same default main context
-// from beginning to end; once it is destroyed its connections are closed.
+// An HTTP session with servers. Owned and used by one thread, with the same default main
+// context throughout; after its destruction its connections are closed.
 class Session {
   public:
     Session();
@@ -59,7 +59,7 @@ class Session {
 
     [[nodiscard]] SoupSession *get() const { return session_.get(); }
 
-    // A request that asks no other host; null: that is no address of the web.
+    // A request that follows no redirection to another host; null: not an HTTP URL.
     [[nodiscard]] static Object<SoupMessage> request(const char *method, const std::string &url);
 
   private:

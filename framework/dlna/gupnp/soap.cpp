@@ -17,7 +17,7 @@ std::string argument(const char *name, const std::string &value) {
     return std::string("<") + name + ">" + escaped.get() + "</" + name + ">";
 }
 
-// Errors of UPnP actions that say something about the question.
+// Error codes of UPnP actions that have a meaning for the request.
 struct Fault {
     int number;
     int code;
@@ -45,7 +45,7 @@ std::uint32_t numberOf(const xmlNode *parent, const char *name) {
 Status outcomeOfFault(const xmlNode *fault) {
     const xmlNode *detail = childOf(childOf(fault, "detail"), "UPnPError");
     const auto number = static_cast<int>(numberOf(detail, "errorCode"));
-    std::string message = "The server refuses: " + std::to_string(number) + ' ' +
+    std::string message = "The server returned the UPnP error " + std::to_string(number) + ' ' +
                           cleanText(textOf(childOf(detail, "errorDescription")));
     for (const Fault &known : FAULTS) {
         if (known.number == number) {
@@ -109,12 +109,12 @@ Status outcomeOfStatus(unsigned status) {
         return {};
     }
     if (status / CLASS == REDIRECTIONS) {
-        return Status::protocolError("The server sends elsewhere, where it is not followed.");
+        return Status::protocolError("The server redirects the request, which is not followed.");
     }
     const bool isRefusal = status == UNAUTHORIZED || status == FORBIDDEN;
     const int other = status == NOT_FOUND ? MRB_ERR_NOT_FOUND : MRB_ERR_PROTOCOL;
     return {isRefusal ? MRB_ERR_PERMISSION_DENIED : other,
-            "The server answers with the HTTP status " + std::to_string(status) + "."};
+            "The server returned the HTTP status " + std::to_string(status) + "."};
 }
 
 Status readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
@@ -131,7 +131,7 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
     }
     if (Status outcome = outcomeOfStatus(reply.status); !outcome.ok()) {
         answer.isRefusal = true;
-        // That is no word on what was asked for.
+        // 404 is then about the control URL, not about the requested object.
         outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;
         return outcome;
     }
@@ -140,7 +140,7 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
     }
     answer.response = childOf(body, (action + "Response").c_str());
     if (answer.response == nullptr) {
-        return Status::protocolError("The server's answer is none to " + action + ".");
+        return Status::protocolError("The server's response does not match " + action + ".");
     }
     return {};
 }

@@ -11,33 +11,33 @@
 
 namespace mrb::dlna {
 
-// The call of a content directory that a question is, in the words of UPnP's
+// The SOAP action of a request, as named by UPnP's
 // ContentDirectory service.
 std::string actionOf(const Question &question); // "Browse"
 // Its body; `serviceType` is the service's own, "urn:schemas-upnp-org:service:ContentDirectory:1".
 std::string envelopeOf(const Question &question, const std::string &serviceType);
 
-// The same of any action.
+// The same for any action.
 using Arguments = std::vector<std::pair<const char *, std::string>>;
 std::string envelopeOf(const std::string &action, const Arguments &arguments, const std::string &serviceType);
 
-// What a status of HTTP means.
+// The outcome of an HTTP status.
 Status outcomeOfStatus(unsigned status);
 
-// What a service answered.
+// The parsed response to an action.
 struct Answer {
     Xml xml;
-    const xmlNode *response = nullptr; // in it; null: it answered something else
-    bool isRefusal = false;            // it heard the call and did not do it
+    const xmlNode *response = nullptr; // the response element in it; null: missing
+    bool isRefusal = false;            // the server received the call and refused it
 
     // An argument of the response; empty where there is none.
     [[nodiscard]] std::string text(const char *name) const { return textOf(childOf(response, name)); }
 };
 
-// Reads the reply to a call of that action. The codes are those of Directories::ask.
+// Parses the reply to a call of that action. The codes are those of Directories::ask.
 Status readAnswer(const Reply &reply, const std::string &action, Answer &answer);
 
-// What the reply to a question says. See Directories::ask for the codes.
+// Parses the reply to a request. See Directories::ask for the codes.
 Status readReply(const Reply &reply, const Question &question, Page &page);
 
 } // namespace mrb::dlna

@@ -1,5 +1,5 @@
-// How a file comes to a server: it makes an object, and then fetches the bytes from here, or
-// has them sent where it does not fetch.
+// The upload of a file to a server: the server creates an object, and then fetches the bytes
+// from here; if it does not support that, the bytes are posted to it.
 
 #include <fcntl.h>
 #include <gio/gunixinputstream.h>
@@ -23,10 +23,10 @@ constexpr const char *ANY_CONTAINER = "DLNA.ORG_AnyContainer";
 
 constexpr auto POLL_PAUSE = std::chrono::milliseconds(50);
 
-// How long the end of a file may be on its way when the server already says that it has it.
+// How long the last bytes may still be under way when the server reports a complete transfer.
 constexpr auto LAST_NEWS = std::chrono::seconds(1);
 
-// How long it is tried to take an object back.
+// The timeout for destroying an object after a failure.
 constexpr auto CLEANING = std::chrono::seconds(3);
 
 std::string escaped(const std::string &text) {
@@ -57,11 +57,11 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Canc
         return outcome;
     }
     if (!isOfServer(created.importUrl)) {
-        outcome =
-            Status::permissionDenied("The server wants \"" + file.title + "\" at \"" + created.importUrl +
-                                     "\", which is not on its own host, and gets nothing there.");
+        outcome = Status::permissionDenied("The server requests \"" + file.title + "\" at \"" +
+                                                  created.importUrl +
+                                                  "\", which is not on its own host and is refused.");
     } else {
-        // A second attempt begins anew; what is told does not.
+        // A second attempt starts from the first byte again; the reported progress does not.
         std::uint64_t most = 0;
         const auto forward = [&](std::uint64_t bytes) {
             most = std::max(most, bytes);
@@ -90,7 +90,7 @@ Status GupnpTransfers::create(const Upload &file, const CancellationToken &cance
     created.importUrl = importUrlOf(answer.text("Result"));
     if (created.id.empty() || created.importUrl.empty()) {
         destroy(created);
-        return Status::protocolError("The server does not say where it wants \"" + file.title + "\".");
+        return Status::protocolError("The server returned no import URL for \"" + file.title + "\".");
     }
     return {};
 }
@@ -100,7 +100,7 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
     OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, place_.here,
                         place_.host);
     if (offered.url().empty()) {
-        return Status::notSupported("Nothing can be offered at " + place_.here + ".");
+        return Status::notSupported("No file can be served at " + place_.here + ".");
     }
     Answer answer;
     Status outcome =
@@ -138,14 +138,14 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
         Answer answer;
         outcome = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, answer);
         if (answer.isRefusal && offered.isFetched()) {
-            return {}; // it does not tell, or has forgotten what is over
+            return {}; // it does not report progress, or has forgotten the transfer
         }
         if (!outcome.ok() && !answer.isRefusal) {
             return outcome;
         }
         const std::string status = answer.text("TransferStatus");
         if (status == "COMPLETED") {
-            // Its last bytes may be news here.
+            // The last bytes may not have been counted here yet.
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
             // Only what was fetched counts, also where this is stopped.
@@ -194,13 +194,13 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
     const unsigned status = soup_message_get_status(request.message.get());
     outcome = SOUP_STATUS_IS_SUCCESSFUL(status) ? Status() : outcomeOfStatus(status);
     if (outcome.ok() && posted < file.size) {
-        return Status::protocolError("The server says that it has a file that it did not take.");
+        return Status::protocolError("The server reports success for a file that it did not read.");
     }
     moved(posted);
     return outcome;
 }
 
-// As far as that can be done: nobody waits long for a server that took nothing.
+// Best effort, with a timeout: the server did not take the file.
 void GupnpTransfers::destroy(const Created &created) {
     const auto until = steady_clock::now() + CLEANING;
     Answer answer;
@@ -210,7 +210,7 @@ void GupnpTransfers::destroy(const Created &created) {
     const Status outcome = call(
         "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, answer);
     if (!outcome.ok()) {
-        MRB_LOG_WARNING("A server keeps the object \"%s\", which it has no file for.", created.id.c_str());
+        MRB_LOG_WARNING("The empty object \"%s\" stays on the server.", created.id.c_str());
     }
 }
 

@@ -4,11 +4,11 @@
 
 namespace mrb::dlna {
 
-// The host of an address; empty: it has none.
+// The host of a URL; empty: it has none.
 std::string hostOf(const char *address);
 
-// Whether it is one of the web that can be asked, http or https; others, such as those of
-// files, could be anything.
+// Whether it is an HTTP or HTTPS URL, which can be requested; other schemes, such as file,
+// are refused.
 bool isWebAddress(const std::string &address);
 
 } // namespace mrb::dlna

@@ -18,7 +18,7 @@ namespace {
 // xmlFree is a variable.
 void freeXmlText(xmlChar *text) { xmlFree(text); }
 
-// Faults that cost no more than the letters in which they are.
+// Errors that affect only the characters where they occur.
 constexpr int LETTER_FAULTS[] = {
     XML_ERR_INVALID_CHAR,        XML_ERR_INVALID_CHARREF,     XML_ERR_INVALID_HEX_CHARREF,
     XML_ERR_INVALID_DEC_CHARREF, XML_ERR_UNDECLARED_ENTITY,   XML_ERR_NAME_REQUIRED,
@@ -26,13 +26,13 @@ constexpr int LETTER_FAULTS[] = {
     XML_ERR_ATTRIBUTE_REDEFINED,
 };
 
-// What is learnt of a text while it is parsed.
+// State of a parser run.
 struct Seen {
-    XmlElements *elements = nullptr; // that are called; null: there is a document
+    XmlElements *elements = nullptr; // receives the elements; null: a document is built
     bool hasDefinitions = false;
     bool isBroken = false;
     bool isOutOfMemory = false;
-    std::vector<XmlAttribute> attributes; // of the element that begins
+    std::vector<XmlAttribute> attributes; // of the current start tag
 };
 
 Seen &seenBy(void *context) { return *static_cast<Seen *>(static_cast<xmlParserCtxt *>(context)->_private); }
@@ -41,7 +41,7 @@ std::string_view viewOf(const xmlChar *text) {
     return text != nullptr ? reinterpret_cast<const char *>(text) : std::string_view();
 }
 
-// Before a definition is read that the parser would act upon.
+// Called before a definition that the parser would act upon.
 void refuseDefinitions(void *context, const xmlChar * /*name*/, const xmlChar * /*id*/,
                        const xmlChar * /*system*/) {
     seenBy(context).hasDefinitions = true;
@@ -64,7 +64,7 @@ void beginElement(void *context, const xmlChar *name, const xmlChar * /*prefix*/
                   int /*namespaces*/, const xmlChar ** /*namespaceTexts*/, int attributes, int /*defaulted*/,
                   const xmlChar **texts) {
     guarded(context, [&](Seen &seen) {
-        constexpr int TEXTS = 5; // of each: name, prefix, address, begin and end of the value
+        constexpr int TEXTS = 5; // per attribute: name, prefix, URI, begin and end of the value
         seen.attributes.clear();
         for (const xmlChar **each = texts; each != texts + std::ptrdiff_t{TEXTS} * attributes;
              each += TEXTS) {
@@ -94,7 +94,7 @@ bool isForbidden(unsigned char letter) {
     return letter < BLANK && letter != '\t' && letter != '\n' && letter != '\r';
 }
 
-// Whether the text is in UTF-8, as servers must write it, or says nothing else.
+// Whether the text declares UTF-8, which servers must use, or no encoding at all.
 bool claimsUtf8(std::string_view text) {
     constexpr std::size_t LONGEST_DECLARATION = 200;
     if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff") || text.find('\0') < 4) {
@@ -106,7 +106,7 @@ bool claimsUtf8(std::string_view text) {
            start.find("utf-8") != std::string::npos;
 }
 
-// The text without what no XML may hold; false: it may.
+// Removes characters that no XML document may contain; false: there are none.
 bool repair(const std::string &text, std::string &repaired) {
     const bool isUtf8 = g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
     if ((isUtf8 && std::ranges::none_of(text, isForbidden)) || !claimsUtf8(text)) {
@@ -123,7 +123,7 @@ Status parse(const std::string &text, Seen &seen, Xml &xml) {
     xml.document.reset();
     const Parser parser(xmlNewParserCtxt());
     if (!parser) {
-        return Status::outOfMemory("There is not enough memory to read an answer.");
+        return Status::outOfMemory("There is not enough memory to parse a response.");
     }
     if (seen.elements != nullptr) {
         *parser->sax = {};
@@ -135,14 +135,14 @@ Status parse(const std::string &text, Seen &seen, Xml &xml) {
     }
     parser->_private = &seen;
     parser->sax->internalSubset = refuseDefinitions;
-    // The type of the error differs among versions of the library.
+    // The type of `error` differs between versions of libxml2.
     parser->sax->serror = [](void *context, auto *error) {
         const bool isOfLetters = std::ranges::find(LETTER_FAULTS, error->code) != std::end(LETTER_FAULTS);
         if (error->level == XML_ERR_FATAL && !isOfLetters) {
             seenBy(context).isBroken = true;
         }
     };
-    // Going on after a fault. Entities are put in place, since there are none but XML's own.
+    // Continues after an error. Entities are substituted, since only XML's predefined ones exist.
     constexpr int OPTIONS =
         XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_NOENT;
     std::string repaired;
@@ -151,14 +151,14 @@ Status parse(const std::string &text, Seen &seen, Xml &xml) {
     xml.document.reset(xmlCtxtReadMemory(parser.get(), whole.data(), static_cast<int>(whole.size()), nullptr,
                                          nullptr, OPTIONS));
     if (seen.isOutOfMemory) {
-        return Status::outOfMemory("There is not enough memory to read an answer.");
+        return Status::outOfMemory("There is not enough memory to parse a response.");
     }
     if (seen.hasDefinitions) {
         xml.document.reset();
-        return Status::protocolError("The server's answer defines entities, which is refused.");
+        return Status::protocolError("The server's response defines entities, which is refused.");
     }
     if (seen.isBroken) {
-        return Status::protocolError("The server's answer is broken XML.");
+        return Status::protocolError("The server's response is broken XML.");
     }
     return {};
 }

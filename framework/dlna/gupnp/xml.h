@@ -28,8 +28,8 @@ struct XmlAttribute {
     std::string_view value;
 };
 
-// Is called with what a document holds, in its order. The texts are UTF-8, and live
-// until the call returns.
+// Receives the elements of a document, in its order. The texts are UTF-8, and valid until
+// the call returns.
 class XmlElements {
   public:
     XmlElements() = default;
@@ -39,20 +39,20 @@ class XmlElements {
 
     // `name` is without a prefix.
     virtual void begin(std::string_view name, std::span<const XmlAttribute> attributes) = 0;
-    // Part of the text of the element that is open.
+    // Part of the text of the open element.
     virtual void text(std::string_view bytes) = 0;
-    // Of the element that is open. Those of a broken document may have none.
+    // Of the open element. Not called for every element of a broken document.
     virtual void end() = 0;
 };
 
-// The same without a document, for what is long. No more than 256 elements are open at a time:
-// deeper ones break the document.
+// The same without a document, for long texts. No more than 256 elements are open at a time:
+// deeper ones count as broken.
 Status walkXml(const std::string &text, XmlElements &elements);
 
-// The first element of that name in an element, in any namespace. Null: there is none.
+// The first child element of that name, in any namespace. Null: no such element.
 const xmlNode *childOf(const xmlNode *parent, const char *name);
 
-// The text in an element; empty where there is no element.
+// The text in an element; empty when `element` is null.
 std::string textOf(const xmlNode *element);
 
 } // namespace mrb::dlna
