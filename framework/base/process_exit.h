@@ -6,7 +6,7 @@ namespace mrb {
 
 // Registers `finish` to be called when the process exits: by exit(3), or when main has returned.
 // It ends what runs and waits for that until the deadline at most, which all share; true: no
-// thread was detached. Called in reverse order of registration. Any thread; never destroyed.
+// thread was detached. Called in reverse order of registration. Any thread.
 //
 // A process that exits is gone within two seconds, whatever hangs: where a thread was detached,
 // or a `finish` does not return, later exit handlers may hang as well (the loader's own waits for

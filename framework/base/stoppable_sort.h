@@ -7,7 +7,7 @@
 namespace mrb {
 
 // Sorts like std::sort, but gives up when `stopped` returns true; the order is then
-// unspecified. It is called once in MOST_COMPARISONS, which is far below a millisecond.
+// unspecified. It is called once per MOST_COMPARISONS, which take far below a millisecond.
 inline constexpr unsigned MOST_COMPARISONS = 256;
 
 template <typename Iterator, typename Before>

@@ -10,10 +10,9 @@
 
 namespace mrb {
 
-// All requests to cameras: each camera has a thread of its own that runs the requests to it,
-// one after the other, and claims the camera only as long as there are requests, and a moment
-// longer. The process has one service, see instance(); any thread
-// may call it.
+// Runs all requests to cameras: each camera has a thread of its own that runs the requests to
+// it, one after the other, and claims the camera only as long as there are requests, and a
+// moment longer. The process has one service, see instance(); any thread may call it.
 class CameraService {
   public:
     struct Limits {

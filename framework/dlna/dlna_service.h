@@ -20,8 +20,7 @@ namespace mrb::dlna {
 // The DLNA service: watches the network from its first client's begin to its last client's
 // end, and notifies the listener of media servers. The event thread, on which all callbacks
 // run, starts and stops the network, since loading the libraries for it is slow. The
-// process has one, see instance(); any thread may
-// call it, also from inside a callback.
+// process has one, see instance(); any thread may call it, also from inside a callback.
 class DlnaService final : private ServerListener {
   public:
     using Start = std::function<std::unique_ptr<Network>(ServerListener &)>;
@@ -34,7 +33,7 @@ class DlnaService final : private ServerListener {
     // The process's service, created on first use.
     static DlnaService &instance();
 
-    // Notifies a client that has begun already of the state again. Throws
+    // Adds a client; one that has begun already is notified of the state again. Throws
     // std::system_error when the system has no room for the thread.
     int begin(const StateListener &listener);
 

@@ -80,7 +80,7 @@ constexpr MediaType TYPES[] = {
 
 constexpr std::size_t LONGEST_EXTENSION = 4;
 
-static_assert(std::ranges::is_sorted(TYPES, {}, &MediaType::extension), "the look-up halves the table");
+static_assert(std::ranges::is_sorted(TYPES, {}, &MediaType::extension), "the look-up is a binary search");
 static_assert(std::ranges::all_of(TYPES, [](const MediaType &type) {
     return type.extension.size() <= LONGEST_EXTENSION;
 }));

@@ -41,8 +41,7 @@ struct DeviceLimits {
 
 // Knows the devices of this machine, notifies one listener of changes and observers of
 // removals, from a thread of its own that sleeps while nothing changes. The process has one,
-// see instance(); any thread may call it, also from inside a
-// callback.
+// see instance(); any thread may call it, also from inside a callback.
 //
 // Only that thread scans devices, which may take any time; no lock is held while it does. A
 // call requests a scan, so that its result includes what happened before the call, and waits

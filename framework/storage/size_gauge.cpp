@@ -62,7 +62,7 @@ SizeGauge &SizeGauge::instance() {
 
 void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {
     const auto round = std::make_shared<Round>();
-    std::vector<Device *> waiting; // for the round's questions, one each
+    std::vector<Device *> waiting; // one for each of the round's requests
     std::unique_lock guard(state_->lock);
     for (Device &device : devices) {
         if (const auto late = state_->late.find(keyOf(device)); late != state_->late.end()) {

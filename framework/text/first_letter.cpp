@@ -48,7 +48,7 @@ char32_t baseLetter(char32_t letter) {
     return static_cast<char32_t>(base);
 }
 
-// The case-folded letter: ß and ẞ fold to a double s, of which this is the first.
+// The first letter of the case folding: ß and ẞ fold to "ss".
 char32_t foldedLetter(char32_t letter) {
     std::array<char16_t, 2> units{};
     std::int32_t length = 0;

@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// The list of a watch: it returns what it shows and is notified of changes. Called on the watch thread.
+// The list of a watch: supplies what is listed and observes changes. Called on the watch thread.
 class Watched {
   public:
     virtual ~Watched() = default;

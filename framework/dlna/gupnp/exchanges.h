@@ -24,9 +24,8 @@ struct Call {
 };
 
 // The HTTP requests under way. GUPnP's own calls would read whatever a server sends, of any
-// length and from any host: these read no more than `most` bytes,
-// follow no redirect and decode nothing. Owned and called by one thread, whose main
-// context processes them.
+// length and from any host: these read no more than `most` bytes, follow no redirect and
+// decode nothing. Owned and called by one thread, whose main context processes them.
 class Exchanges {
   public:
     Exchanges();

@@ -11,8 +11,7 @@
 
 namespace mrb::dlna {
 
-// The SOAP action of a request, as named by UPnP's
-// ContentDirectory service.
+// The SOAP action of a request, as UPnP's ContentDirectory service names it.
 std::string actionOf(const Question &question); // "Browse"
 // Its body; `serviceType` is the service's own, "urn:schemas-upnp-org:service:ContentDirectory:1".
 std::string envelopeOf(const Question &question, const std::string &serviceType);
