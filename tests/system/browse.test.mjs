@@ -211,7 +211,7 @@ screenTest('a search without a match shows nothing, and accepts all keys', async
   await terminal.shows(/^ 1\/11 /m);
 });
 
-screenTest('keys that follow an Escape at once are read one by one', async (terminal) => {
+screenTest('keys that follow an Escape at once are handled one by one', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   // An order that the first screen does not show.
   terminal.keys('/', 'nothing like it', 'Enter', '/', 'x', 'Escape', 'Escape', 's');
@@ -236,7 +236,7 @@ screenTest('a terminal that grows shows more at once, also in the details', asyn
 }, { where: manyPictures, columns: 60, rows: 10 });
 
 let changing;
-screenTest('a change is announced, R shows it, and so is the removal of the folder', async (terminal) => {
+screenTest('a change is shown as a message, R shows it, and so is the removal of the folder', async (terminal) => {
   await terminal.shows(/^ 1\/11 /m);
   writeFileSync(path.join(changing, 'zzz.jpg'), '');
   await terminal.shows(/the folder has changed; R reads it again/);

@@ -7,7 +7,7 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { script } from '../host/harness.mjs';
-import { folder, quill, root, runIn } from './harness.mjs';
+import { folder, quill, root, runWith } from './harness.mjs';
 
 /** A memory card with two pictures and a clip; `small` is the EXIF thumbnail. */
 function card() {
@@ -30,7 +30,7 @@ function card() {
 const LIST = `
 const parsed = (answer) => JSON.parse(answer.return_data);
 const items = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
-  parsed(ask('mrb_get_item_v2', { param_agent: agent, param_index })));
+  parsed(send('mrb_get_item_v2', { param_agent: agent, param_index })));
 const cameras = () => JSON.parse(JSON.parse(bridge.mrb_get_ptp_list()).return_data)?.storage_devices ?? [];
 const camera = async (request) => {
   const { return_ecode, return_data: agent } = open({ param_source_name: 'SOURCE_PTP', ...request });
@@ -42,7 +42,7 @@ const camera = async (request) => {
 
 test('an offered camera is in the list of cameras and not in that of USB storages', async () => {
   const where = card();
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } },
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } },
     `${LIST} finish([cameras(), JSON.parse(JSON.parse(bridge.mrb_get_usb_list()).return_data)]);`);
   const [[device, ...others], sticks] = value;
   assert.deepEqual(others, []);
@@ -52,13 +52,13 @@ test('an offered camera is in the list of cameras and not in that of USB storage
   assert.ok(!JSON.stringify(sticks).includes(where));
 });
 
-test('a list does not wait for the capacity of a camera, which an event reports', async () => {
-  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+test('a list does not wait for a camera\'s capacity; an event reports it', async () => {
+  const { value } = await runWith({ env: { MRB_CAMERAS: card() } }, `${LIST}
     const events = [];
-    let heard = () => {};
-    bridge.mrb_set_usb_callback((text) => { events.push(...JSON.parse(text).storage_devices); heard(); });
+    let onEvent = () => {};
+    bridge.mrb_set_usb_callback((text) => { events.push(...JSON.parse(text).storage_devices); onEvent(); });
     const [before] = cameras();
-    await new Promise((resolve) => { heard = () => events.length > 0 && resolve(); heard(); });
+    await new Promise((resolve) => { onEvent = () => events.length > 0 && resolve(); onEvent(); });
     const [after] = cameras();
     finish([before, events, after]);`);
   const [before, [{ storage_event: event, ...change }, ...others], after] = value;
@@ -70,12 +70,12 @@ test('a list does not wait for the capacity of a camera, which an event reports'
   assert.deepEqual({ ...change, storage_availablesize: '0' }, { ...after, storage_availablesize: '0' });
 });
 
-test('a script lists the files of a camera, and their fields', async () => {
+test('a script lists the files on a camera, and reads their fields', async () => {
   const where = card();
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } }, `${LIST}
     const list = await camera({ param_device_value: cameras()[0].storage_address });
     const field = (param_index, param_field) =>
-      ask('mrb_get_item_value_v2', { param_agent: list.agent, param_index, param_field }).return_data;
+      send('mrb_get_item_value_v2', { param_agent: list.agent, param_index, param_field }).return_data;
     finish({ ...list, model: field(3, 'MODEL'), width: field(3, 'WIDTH'), taken: field(3, 'DATE_TAKEN'),
              thumbnail: field(3, 'THUMBNAIL_PATH') });`);
   assert.equal(value.event, 0);
@@ -88,7 +88,7 @@ test('a script lists the files of a camera, and their fields', async () => {
 });
 
 test('a folder of a camera is opened by its media id', async () => {
-  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: card() } }, `${LIST}
     const all = await camera({});
     const part = await camera({ param_folder_id: all.items[2].media_id, param_sort_category: 'NAME DESC' });
     finish([all, part]);`);
@@ -96,32 +96,32 @@ test('a folder of a camera is opened by its media id', async () => {
   assert.deepEqual(part.items.map(({ url }) => url), [all.items[4].url, all.items[3].url]);
 });
 
-test('a missing camera, and one that is removed, are reported by their codes', async () => {
+test('a camera that does not exist, and one that is removed, are reported by their codes', async () => {
   const where = card();
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } }, `${LIST}
     const none = await camera({ param_bus_value: 9, param_device_value: 9 });
     const list = await camera({});
     const fs = require('node:fs');
     fs.renameSync(process.argv[2], process.argv[2] + '2');
     const again = await camera({});
-    ask('mrb_move_to_index_v2', { param_agent: list.agent, param_index: 3 });
-    finish([none.code, again.code, ask('mrb_prepare_play_data_v2', { param_agent: list.agent }).return_ecode,
+    send('mrb_move_to_index_v2', { param_agent: list.agent, param_index: 3 });
+    finish([none.code, again.code, send('mrb_prepare_play_data_v2', { param_agent: list.agent }).return_ecode,
             count(list.agent)]);`, where);
   assert.deepEqual(value, [-4, -4, -11, 5]);
 });
 
-test('a thumbnail is made of the EXIF thumbnail, or of the whole picture, and a sync ends camera requests', async () => {
+test('a thumbnail is decoded from the EXIF thumbnail, or from the whole picture, and a sync ends camera requests', async () => {
   const output = folder();
-  const { value } = await runIn({ env: { MRB_CAMERAS: card() } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: card() } }, `${LIST}
     const list = await camera({});
     const results = [];
-    let heard = () => {};
-    const request = (more) => bridge.thumbnail_request_async((text) => { results.push(JSON.parse(text)); heard(); },
+    let onEvent = () => {};
+    const request = (more) => bridge.thumbnail_request_async((text) => { results.push(JSON.parse(text)); onEvent(); },
       JSON.stringify({ param_origin_path: list.items[3].url, param_source_type: 2, ...more }));
     request({ param_thumb_width: 160, param_thumb_height: 160, param_save_path: [process.argv[2] + '/small.bmp'] });
-    await new Promise((resolve) => { heard = () => results.length === 1 && resolve(); heard(); });
+    await new Promise((resolve) => { onEvent = () => results.length === 1 && resolve(); onEvent(); });
     request({ param_thumb_width: 400, param_thumb_height: 400, param_save_path: [process.argv[2] + '/large.bmp'] });
-    await new Promise((resolve) => { heard = () => results.length === 2 && resolve(); heard(); });
+    await new Promise((resolve) => { onEvent = () => results.length === 2 && resolve(); onEvent(); });
     finish([results, JSON.parse(bridge.thumbnail_stop_ptp_decode_sync())]);`, output);
   const [results, sync] = value;
   assert.equal(results.length, 2, JSON.stringify(results));
@@ -131,19 +131,19 @@ test('a thumbnail is made of the EXIF thumbnail, or of the whole picture, and a 
   assert.deepEqual([size('small.bmp'), size('large.bmp')], ['160x120', '400x300']);
 });
 
-test('the selected files of a camera are copied to a folder', async () => {
+test('the selection of a camera\'s list is copied to a folder', async () => {
   const where = card();
   const to = folder();
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } }, `${LIST}
     const list = await camera({});
-    ask('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: [2] });
-    const told = [];
+    send('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: [2] });
+    const events = [];
     await new Promise((resolve) => bridge.mrb_batch_process_v2((text) => {
       const event = JSON.parse(text);
-      told.push(event);
+      events.push(event);
       if ([18, 19, 26, 27, 28].includes(event.param_event)) resolve();
     }, JSON.stringify({ param_agent: list.agent, param_share_type: 2, param_dest_device_path: process.argv[2] })));
-    finish(told.at(-1));`, to);
+    finish(events.at(-1));`, to);
   assert.equal(value.param_event, 18, JSON.stringify(value));
   assert.equal(value.param_share_done_file_count, 2);
   for (const name of ['IMG_0001.JPG', 'IMG_0002.JPG']) {
@@ -180,20 +180,20 @@ test('a camera that hangs blocks neither a script nor the end of the program', a
   const where = card();
   // Opening a pipe blocks until it has a writer, also in libgphoto2.
   execFileSync('mkfifo', [path.join(where, 'hangs.jpg')]);
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } }, `${LIST}
     const list = await camera({});
     const index = list.items.findIndex(({ name }) => name === 'hangs.jpg');
     bridge.thumbnail_request_async(() => {}, JSON.stringify({ param_origin_path: list.items[index].url }));
     const field = (param_field) =>
-      ask('mrb_get_item_value_v2', { param_agent: list.agent, param_index: index, param_field }).return_ecode;
+      send('mrb_get_item_value_v2', { param_agent: list.agent, param_index: index, param_field }).return_ecode;
     console.log(JSON.stringify([field('MODEL'), field('MODEL'), bridge.thumbnail_stop_ptp_decode_sync() !== '']));
     process.exit();`);
   assert.deepEqual(value, [-13, -13, true]);
 });
 
-test('the removal of the camera of a list is reported once, and the list keeps its items', async () => {
+test('a list is notified once of its camera\'s removal, and keeps its items', async () => {
   const where = card();
-  const { value } = await runIn({ env: { MRB_CAMERAS: where } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_CAMERAS: where } }, `${LIST}
     const fs = require('node:fs');
     const list = await camera({});
     const left = () => events.filter(({ param_event }) => param_event === 28);

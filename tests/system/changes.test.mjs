@@ -18,15 +18,15 @@ beforeEach(() => {
 const AWAIT = `
 const fs = require('node:fs');
 const where = process.argv[2];
-const told = (number) => new Promise((resolve) => {
+const nextEvent = (number) => new Promise((resolve) => {
   wake = () => { if (events.at(-1)?.param_event === number) resolve(events.at(-1)); };
   wake();
 });
 const item = (agent, index) => JSON.parse(
-  ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).name;
+  send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).name;
 const numbers = () => events.map((event) => event.param_event).filter((number) => number !== 25);`;
 
-test('a file that is added, removed or renamed causes an event, and a reload shows it', async () => {
+test('a file that is added, removed or renamed is reported, and a reload shows it', async () => {
   const result = await run(`${AWAIT}
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
@@ -38,7 +38,7 @@ test('a file that is added, removed or renamed causes an event, and a reload sho
     ]) {
       events.length = 0;
       change();
-      const { param_agent, data } = await told(29);
+      const { param_agent, data } = await nextEvent(29);
       events.length = 0;
       open({ param_scan_path: where, param_agent: agent });
       await ended(agent);
@@ -48,20 +48,20 @@ test('a file that is added, removed or renamed causes an event, and a reload sho
   assert.deepEqual(result, [[true, 4, 5], [true, 5, 4], [true, 4, 4]]);
 });
 
-test('many changes cause one event, and removed items can still be read', async () => {
+test('many changes are reported once, and removed items can still be read', async () => {
   const result = await run(`${AWAIT}
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
     for (let number = 10; number < 200; number += 1) fs.writeFileSync(where + '/' + number + '.jpg', '');
-    await told(29);
+    await nextEvent(29);
     fs.rmSync(where + '/1.jpg');
     fs.rmSync(where + '/sub', { recursive: true });
-    // A second list gets an event for a change after those.
+    // A second list is notified of a change that was made after those.
     fs.mkdirSync(where + '/witness');
     const { return_data: witness } = open({ param_scan_path: where + '/witness' });
     await ended(witness);
     fs.writeFileSync(where + '/witness/1.jpg', '');
-    while ((await told(29)).param_agent !== witness) await new Promise((resolve) => setTimeout(resolve, 10));
+    while ((await nextEvent(29)).param_agent !== witness) await new Promise((resolve) => setTimeout(resolve, 10));
     finish({ numbers: numbers(), first: item(agent, 0), last: item(agent, 3) });`, where);
   assert.deepEqual(result, { numbers: [0, 29, 0, 29], first: '1.jpg', last: '3.jpg' });
 });
@@ -71,13 +71,13 @@ test('the removal of the scanned folder is reported as a removed device', async 
     const { return_data: agent } = open({ param_scan_path: where });
     await ended(agent);
     fs.rmSync(where, { recursive: true });
-    await told(28);
+    await nextEvent(28);
     const again = open({ param_scan_path: where, param_agent: agent }).return_ecode;
     finish({ numbers: numbers(), again, last: item(agent, 3) });`, where);
   assert.deepEqual(result, { numbers: [0, 28], again: -4, last: '3.jpg' });
 });
 
-test('a program with a watched list ends as usual', async () => {
+test('a program that watches can end at any time', async () => {
   const file = script('app.js', `
     const bridge = new MRBBridge();
     bridge.mrb_request_list_v2((text) => {

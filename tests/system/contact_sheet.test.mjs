@@ -11,7 +11,7 @@ const sheet = path.join(root, 'sdk', 'examples', 'contact_sheet.js');
 const library = path.join(folder(), 'library');
 before(() => execFileSync(path.join(root, 'tools', 'make-library'), [library], { stdio: 'ignore' }));
 
-/** Makes a sheet; returns the program's result, and the page and bitmaps. */
+/** Creates a sheet; returns how the program ended, and the page and bitmaps. */
 async function make(where, ...options) {
   const output = path.join(folder(), 'sheet');
   const result = await quill([sheet, where, output, ...options]);
@@ -65,7 +65,7 @@ test('files are under the names of their folders, those of the folder itself fir
   assert.match(holiday.split('<h2>')[0], />IMG 2\.jpg<[^]*>IMG 10\.jpg</);
 });
 
-test('the frames of a video show their times', async () => {
+test('the frames of a video have their times', async () => {
   const { page } = await make(path.join(library, 'Video'), '--size', '64', '--frames=3');
   const countdown = page.match(/<figure(?:(?!<\/figure>)[^])*Countdown\.mp4/)[0];
   const moments = [...countdown.matchAll(/title="(\d+:\d\d\.\d)"/g)].map(([, moment]) => moment);

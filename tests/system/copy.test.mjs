@@ -1,4 +1,4 @@
-// The copying example, by its output and by the files that arrive.
+// The copying example, by its output and by the copied files.
 import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
 import { chmodSync, cpSync, mkdirSync, readdirSync, readFileSync, readlinkSync, renameSync, rmSync,
@@ -126,7 +126,7 @@ async function hasFileOpen(pid, where) {
       try {
         return readlinkSync(`/proc/${pid}/fd/${number}`);
       } catch {
-        return ''; // closed since
+        return ''; // closed in the meantime
       }
     });
     if (open.some((file) => file.startsWith(`${where}/`))) {
@@ -156,9 +156,9 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
     const program = start(['--require', script('early.cjs', `
       // Events of a list arrive long after the signal has been handled.
       const request = MRBBridge.prototype.mrb_request_list_v2;
-      MRBBridge.prototype.mrb_request_list_v2 = function (hear, text) {
+      MRBBridge.prototype.mrb_request_list_v2 = function (onEvent, text) {
         process.kill(process.pid, '${signal}');
-        return request.call(this, (...event) => setTimeout(() => hear(...event), 20_000), text);
+        return request.call(this, (...event) => setTimeout(() => onEvent(...event), 20_000), text);
       };`), copy, from, to], { input: '' });
     const { status, stdout, stderr } = await program.finished;
     assert.deepEqual([status, stdout, stderr], [expected, 'stopped: nothing was copied\n', '']);
@@ -177,7 +177,7 @@ for (const [signal, expected] of [['SIGINT', 130], ['SIGTERM', 143]]) {
   });
 }
 
-test('the removal of the destination ends the copy and is reported', needs('terminals'), async () => {
+test('a destination that is removed ends the copy and is reported', needs('terminals'), async () => {
   const to = path.join(folder(), 'stick');
   mkdirSync(to);
   const { status, screen, acted } = await inTerminal(largeFilm(2_000_000_000), to, () => renameSync(to, `${to}-gone`));

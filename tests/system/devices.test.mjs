@@ -26,7 +26,7 @@ const watch = () => JSON.parse(bridge.mrb_set_usb_callback((text) => {
   events.push(...JSON.parse(text).storage_devices);
   wake();
 })).return_ecode;
-const told = (number) => new Promise((resolve) => {
+const received = (number) => new Promise((resolve) => {
   wake = () => { if (events.length >= number) resolve(events); };
   wake();
 });
@@ -41,7 +41,7 @@ async function run(body, ...options) {
   return JSON.parse(stdout);
 }
 
-test('an offered folder is a device with all its values', async () => {
+test('an offered folder is a device with a name that says so', async () => {
   const where = folder();
   const [device, ...others] = await run('finish(list());', '--device', where);
   assert.deepEqual(others, []);
@@ -58,17 +58,17 @@ test('several folders may be offered, relative ones too', async () => {
   assert.deepEqual(devices.map((device) => device.storage_mountpath), [one, two]);
 });
 
-test('a script gets events when the folder is removed and created', async () => {
+test('a script is notified when the folder is removed and appears again', async () => {
   const where = path.join(folder(), 'stick');
   mkdirSync(where);
   const events = await run(`
     const where = ${JSON.stringify(where)};
     watch();
     fs.renameSync(where, where + '2');
-    await told(1);
+    await received(1);
     const without = list();
     fs.renameSync(where + '2', where);
-    await told(2);
+    await received(2);
     finish([...events, without, list().length]);`, '--device', where);
   assert.deepEqual(events.map((event) => event.storage_event ?? event), [1, 0, [], 1]);
   assert.equal(events[0].storage_mountpath, where);

@@ -1,4 +1,4 @@
-// DLNA servers as scripts see them, in a network of their own.
+// Media servers of the network as scripts see them, in a network of their own.
 import assert from 'node:assert/strict';
 
 import { script, start } from '../host/harness.mjs';
@@ -8,8 +8,8 @@ import { OWN_NETWORK, configuration, rygelConfiguration } from './media_server.m
 
 const test = testWith('user-networks');
 
-test('a server is found when it starts, and removed when it stops', async () => {
-  const { codes, listed, told, after } = await run(`
+test('a server is reported when it starts and when it stops', async () => {
+  const { codes, listed, notifications, after } = await run(`
     const codes = [watch(), begin()];
     await until(1);
     const server = serve(process.argv[2]);
@@ -19,18 +19,18 @@ test('a server is found when it starts, and removed when it stops', async () => 
     await until(3);
     codes.push(call('mrb_finalize_dlna_service').return_ecode, call('mrb_unset_dlna_callback').return_ecode);
     await until(4);
-    finish({ codes, listed, told, after: servers() });`, configuration('Desk'));
+    finish({ codes, listed, notifications, after: servers() });`, configuration('Desk'));
   assert.deepEqual(codes, [0, 0, 0, 0]);
   assert.equal(listed.length, 1);
   assert.match(listed[0].storage_id, /^uuid:/);
   assert.deepEqual({ ...listed[0], storage_id: '' },
     { storage_id: '', storage_name: 'Desk', storage_ip: '127.0.0.1', storage_bOrvaneDev: false });
-  assert.deepEqual(told, [20, [0, listed[0]], [1, listed[0]], 21]);
+  assert.deepEqual(notifications, [20, [0, listed[0]], [1, listed[0]], 21]);
   assert.equal(after, -16);
 });
 
-test('a server that was running before the service is found too', async () => {
-  const told = await run(`
+test('a server that started before the service is reported too', async () => {
+  const notifications = await run(`
     const server = serve(process.argv[2]);
     watch();
     begin();
@@ -38,19 +38,19 @@ test('a server that was running before the service is found too', async () => {
     call('mrb_finalize_dlna_service');
     server.kill();
     await until(4);
-    finish(told.map((each) => each[1]?.storage_name ?? each));`, configuration('Steady'));
-  assert.deepEqual(told, [20, 'Steady', 'Steady', 21]);
+    finish(notifications.map((each) => each[1]?.storage_name ?? each));`, configuration('Steady'));
+  assert.deepEqual(notifications, [20, 'Steady', 'Steady', 21]);
 });
 
-test('a server of another implementation is found when it starts, and removed when it stops', async () => {
+test('a server of another kind is reported when it starts and when it stops', async () => {
   const file = rygelConfiguration('Shelf');
-  const told = await run(`
+  const notifications = await run(`
     watch();
     begin();
     await until(1);
     const session = serveRygel(process.argv[2]);
     await until(2);
-    // Without its bus it would end before it has sent its byebye.
+    // Without its bus it would end before it has announced its end.
     const children = readFileSync('/proc/' + session.pid + '/task/' + session.pid + '/children', 'utf8').trim();
     for (const child of children.split(' ')) {
       if (readFileSync('/proc/' + child + '/comm', 'utf8') === 'rygel\\n') process.kill(Number(child));
@@ -58,8 +58,8 @@ test('a server of another implementation is found when it starts, and removed wh
     await until(3);
     call('mrb_finalize_dlna_service');
     await until(4);
-    finish(told.map((each) => (each.length ? [each[0], each[1].storage_name, each[1].storage_ip] : each)));`, file);
-  assert.deepEqual(told, [20, [0, 'Shelf', '127.0.0.1'], [1, 'Shelf', '127.0.0.1'], 21]);
+    finish(notifications.map((each) => (each.length ? [each[0], each[1].storage_name, each[1].storage_ip] : each)));`, file);
+  assert.deepEqual(notifications, [20, [0, 'Shelf', '127.0.0.1'], [1, 'Shelf', '127.0.0.1'], 21]);
 });
 
 test('a server that cannot be reached is logged, and reported nowhere else', async () => {
@@ -88,16 +88,16 @@ test('a server that cannot be reached is logged, and reported nowhere else', asy
   assert.doesNotMatch(log, /WARNING \*\*/);
 });
 
-test('an object that never started the service gets an error when it stops it', async () => {
-  const [code, told] = await run(`
+test('an object that never started the service is refused to stop it', async () => {
+  const [code, notifications] = await run(`
     begin();
     await until(1);
     const other = new MRBBridge();
     const { return_ecode } = JSON.parse(other.mrb_finalize_dlna_service());
     quill.release(other);
-    finish([return_ecode, told, servers()]);`);
+    finish([return_ecode, notifications, servers()]);`);
   assert.equal(code, -16);
-  assert.deepEqual(told, [20]);
+  assert.deepEqual(notifications, [20]);
 });
 
 test('an object is released while its service runs', async () => {

@@ -34,7 +34,7 @@ test('five thousand items of a server are listed, paged, searched and sorted', a
     const whole = await listAll(sorted, COUNT);
     const all = items(whole.agent, 0, COUNT);
     const page = items(whole.agent, 2480, 20).map((item) => item.name);
-    const width = ask('mrb_get_item_value_v2', { param_agent: whole.agent, param_index: 4321, param_field: 'WIDTH' });
+    const width = send('mrb_get_item_value_v2', { param_agent: whole.agent, param_index: 4321, param_field: 'WIDTH' });
     const found = await list({ ...sorted, param_key_word: 'PICTURE 49' });
     const down = await list({ ...where, param_sort_category: 'NAME DESC' });
     const backwards = items(down.agent, 0, 2).map((item) => item.name);
@@ -96,7 +96,7 @@ for (const [kind, configure, start] of [['minidlna', configuration, 'serve'], ['
         while (!fields.URL || !fields.SIZE) {
           ({ agent } = await listAll({ ...request, ...(agent && { param_agent: agent }) }, 1));
           fields = Object.fromEntries(['TITLE', 'ARTIST', 'ALBUM', 'GENRE', 'DURATION', 'SAMPLERATE', 'WIDTH', 'HEIGHT',
-            'MIME_TYPE', 'SIZE', 'URL', 'FILE_PATH'].map((field) => [field, ask('mrb_get_item_value_v2',
+            'MIME_TYPE', 'SIZE', 'URL', 'FILE_PATH'].map((field) => [field, send('mrb_get_item_value_v2',
               { param_agent: agent, param_index: 0, param_field: field }).return_data]));
         }
         found[type] = fields;
@@ -130,7 +130,7 @@ test('a server that is killed while it is listed ends the list, which keeps its 
     const ended = list({ ...request, param_agent: agent });
     server.kill('SIGKILL'); // it has had time for two pages at most
     const end = await ended;
-    finish({ end, count: ask('mrb_get_item_count_v2', { param_agent: agent }).return_data });`,
+    finish({ end, count: send('mrb_get_item_count_v2', { param_agent: agent }).return_data });`,
   configuration('Shelf', pictures(COUNT)), String(COUNT));
   assert.deepEqual([end.event, end.error], [1, 'MRB_ERR_DEVICE_REMOVED']);
   assert.equal(end.item_count, count);

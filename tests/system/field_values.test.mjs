@@ -34,10 +34,10 @@ const answers = (name) => run(`
   await ended(agent);
   const fields = {};
   for (let index = 0; index < count(agent); index += 1) {
-    const { name } = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+    const { name } = JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
     if (name !== ${JSON.stringify(name)}) continue;
     for (const field of ${JSON.stringify([...TYPES.keys()])}) {
-      fields[field] = ask('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field });
+      fields[field] = send('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field });
     }
   }
   finish(fields);`);
@@ -122,9 +122,9 @@ test('every field of files that are damaged, empty or something else can be read
     await ended(agent);
     const items = {};
     for (let index = 0; index < count(agent); index += 1) {
-      const { name } = JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
+      const { name } = JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data);
       items[name] = Object.fromEntries(JSON.parse(process.argv[3]).map((field) => [field,
-        ask('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field })]));
+        send('mrb_get_item_value_v2', { param_agent: agent, param_index: index, param_field: field })]));
     }
     finish(items);`, damaged, JSON.stringify([...TYPES.keys()]));
   assert.equal(Object.keys(items).length, 24);

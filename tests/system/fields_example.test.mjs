@@ -1,4 +1,4 @@
-// The fields example, against the output of ffmpeg and exiftool for the same files.
+// The fields example, against the values that ffmpeg and exiftool read from the same files.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { chmodSync, cpSync, readdirSync, readFileSync, statSync } from 'node:fs';
@@ -100,7 +100,7 @@ test('a folder shows every picture, song and video in it', async () => {
   assert.deepEqual([...parse(stdout).keys()].sort(), expected.sort());
 });
 
-test('a missing file, and one that is not a medium, is reported; the others are shown', async () => {
+test('a file that does not exist, and one that is not media, is named; the others are shown', async () => {
   const none = path.join(library, 'none.jpg');
   const text = path.join(library, 'Read me.txt');
   const { status, stdout, stderr } = await quill([program, none, text, path.join(library, 'Welcome.jpg')]);

@@ -41,13 +41,13 @@ for (const [tag, style] of [['artist', 0x50], ['album', 0x60], ['genre', 0x70]])
     const seen = await run(`
       const [, , where, style] = process.argv;
       const { return_data: agent } = open({ param_scan_path: where, param_content_type: 'MUSIC' });
-      const { return_ecode } = ask('mrb_set_page_style_v2', { param_agent: agent, param_page_style: Number(style),
+      const { return_ecode } = send('mrb_set_page_style_v2', { param_agent: agent, param_page_style: Number(style),
         param_page_order: 0, param_group_index: -2, param_row: 1, param_column: 1, param_need_padding: false });
       const isGrouped = ({ param_event, data }) => param_event === 25 && data.grouped_count === data.item_count;
       await new Promise((resolve) => { wake = () => { if (events.some(isGrouped)) resolve(); }; wake(); });
       const groups = Array.from({ length: count(agent) }, (_, index) =>
-        JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data));
-      finish({ return_ecode, total: ask('mrb_get_group_count_v2', { param_agent: agent }).return_data,
+        JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data));
+      finish({ return_ecode, total: send('mrb_get_group_count_v2', { param_agent: agent }).return_data,
         groups: groups.map((group) => [group.name, group.item_count]) });`, library, String(style));
     assert.equal(seen.return_ecode, 0);
     assert.deepEqual(seen.groups, expected(tag));

@@ -27,7 +27,7 @@ export async function list(where) {
 /** The functions of a script that opens a list and waits for its events. */
 const PRELUDE = `
 const bridge = new MRBBridge();
-const ask = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
+const send = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
 const events = [];
 let wake = () => {};
 const open = (request) => JSON.parse(bridge.mrb_request_list_v2((text) => {
@@ -40,24 +40,24 @@ const ended = (agent) => new Promise((resolve) => {
   wake = () => { if (events.some(isEnd)) resolve(events.find(isEnd)); };
   wake();
 });
-const count = (agent) => ask('mrb_get_item_count_v2', { param_agent: agent }).return_data;
+const count = (agent) => send('mrb_get_item_count_v2', { param_agent: agent }).return_data;
 const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
 (async () => {
 `;
 
 /**
- * Runs a script's body with the prelude, with the options of start(); returns the argument of its
- * finish(), and its standard error.
+ * Runs a script's body with the prelude, with the options of start(); returns the value
+ * that it passed to finish(), and its standard error.
  */
-export async function runIn(surroundings, body, ...args) {
-  const { stdout, stderr, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args], surroundings);
+export async function runWith(options, body, ...args) {
+  const { stdout, stderr, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args], options);
   assert.deepEqual(rest, { status: 0, signal: null }, stderr);
   return { value: JSON.parse(stdout), stderr };
 }
 
-/** The same without options; returns the argument of finish(). */
+/** The same without options, and without standard error; returns the value. */
 export async function run(body, ...args) {
-  const { value, stderr } = await runIn({}, body, ...args);
+  const { value, stderr } = await runWith({}, body, ...args);
   assert.equal(stderr, '');
   return value;
 }

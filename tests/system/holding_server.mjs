@@ -1,6 +1,7 @@
 // A program: a DLNA server on the loopback interface with one picture, of which it sends the
-// first half and never the second. Prints a line on its standard output when the first half is
-// sent.  node holding_server.mjs BYTES
+// first half and never the other. Prints a line when the first half is sent.
+//
+//   node holding_server.mjs BYTES
 import dgram from 'node:dgram';
 import http from 'node:http';
 
@@ -27,7 +28,7 @@ const response = (action, text) => `<?xml version="1.0"?>
 <s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/"><s:Body>
 <u:${action}Response xmlns:u="${SERVICE}">${text}</u:${action}Response></s:Body></s:Envelope>`;
 
-const answers = {
+const actions = {
   GetSearchCapabilities: () => '<SearchCaps></SearchCaps>',
   Browse: (body, host) => {
     const isThere = /<StartingIndex>0</.test(body) ? 1 : 0;
@@ -51,7 +52,7 @@ const server = http.createServer((request, to) => {
   request.setEncoding('utf8').on('data', (text) => { body += text; }).on('end', () => {
     const action = /#(\w+)/.exec(request.headers.soapaction ?? '')?.[1];
     const text = request.url === '/description.xml' ? description
-      : answers[action] && response(action, answers[action](body, request.headers.host));
+      : actions[action] && response(action, actions[action](body, request.headers.host));
     to.writeHead(text ? 200 : 500, { 'Content-Type': 'text/xml; charset="utf-8"' });
     to.end(text ?? '');
   });

@@ -92,7 +92,7 @@ test('files that vanish during the scan are left out and the list is completed',
     for (let number = 199; number >= 0; number -= 2) fs.rmSync(where + '/folder ' + number, { recursive: true });
     const end = await ended(agent);
     const all = Array.from({ length: count(agent) }, (_, index) =>
-      JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path);
+      JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path);
     finish({ event: end.param_event, all });`, where);
   assert.equal(result.event, 0);
   for (let number = 0; number < 200; number += 2) {

@@ -65,7 +65,7 @@ const SCRIPT = `
   const { return_data: agent } = open({ param_scan_path: where, param_sort_category: 'NAME' });
   const end = await ended(agent);
   const must = (method, request = {}) => {
-    const { return_ecode: code, return_data: data } = ask(method, { param_agent: agent, ...request });
+    const { return_ecode: code, return_data: data } = send(method, { param_agent: agent, ...request });
     if (code !== 0) throw new Error(method + ' answers ' + code);
     return data;
   };
@@ -82,11 +82,11 @@ const SCRIPT = `
   padded.places = pages.map((items) => items.filter((item) => item.type !== 14)
     .filter((item, index, all) => index === 0 || index === all.length - 1)
     .map((item) => must('mrb_get_page_index_v2', { param_media: item.media_id })));
-  padded.beyond = ask('mrb_get_item_v2', { param_agent: agent, param_index: padded.count }).return_ecode;
+  padded.beyond = send('mrb_get_item_v2', { param_agent: agent, param_index: padded.count }).return_ecode;
   style(false);
   const plain = { count: must('mrb_get_item_count_v2') };
   plain.last = JSON.parse(must('mrb_get_item_v2', { param_index: plain.count - 1 })).path;
-  plain.beyond = ask('mrb_get_item_v2', { param_agent: agent, param_index: plain.count }).return_ecode;
+  plain.beyond = send('mrb_get_item_v2', { param_agent: agent, param_index: plain.count }).return_ecode;
   must('mrb_move_to_index_v2', { param_index: plain.count - 1 });
   const playing = JSON.parse(must('mrb_prepare_play_data_v2')).path;
   must('mrb_set_page_style_v2', { param_page_style: 16, param_group_index: -2 });

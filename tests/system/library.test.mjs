@@ -43,7 +43,7 @@ test('every folder and media file is listed once, and nothing else', () => {
   assert.deepEqual(items.map((item) => item.path).sort(), expected.sort());
 });
 
-test('the library has a file that is not a medium, which is not listed', () => {
+test('the library has a file that is not media, which is not listed', () => {
   assert.ok(walk(library).some((file) => !path.basename(file).startsWith('.') && !kindOf(file)));
 });
 
@@ -107,7 +107,7 @@ test('the counts by type add up to the items', async () => {
   const counts = await run(`
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     await ended(agent);
-    finish(JSON.parse(ask('mrb_get_item_count_v2',
+    finish(JSON.parse(send('mrb_get_item_count_v2',
       { param_agent: agent, get_item_count_for_each_type: true }).return_data));`, library);
   const of = (type) => items.filter((item) => item.type_name === type).length;
   assert.deepEqual(counts, {
@@ -125,7 +125,7 @@ for (const [content, types] of [['IMAGE', ['image']], ['MUSIC', ['music']], ['VI
       const { return_data: agent } = open({ param_scan_path: process.argv[2], param_content_type: '${content}' });
       await ended(agent);
       finish(Array.from({ length: count(agent) }, (_, index) =>
-        JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path));`, library);
+        JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path));`, library);
     assert.deepEqual(names, items.filter((item) => types.includes(item.type_name)).map((item) => item.path));
   });
 }

@@ -63,11 +63,11 @@ test('a list is reopened under its handle', async () => {
 test('a cancelled list reports it once and keeps its items', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: '/' });
-    const answer = ask('mrb_cancel_request_list_v2', { param_agent: agent });
+    const answer = send('mrb_cancel_request_list_v2', { param_agent: agent });
     const end = await ended(agent);
     const had = count(agent);
     finish({ answer, event: end.param_event, had,
-             item: had === 0 || ask('mrb_get_item_v2', { param_agent: agent, param_index: had - 1 }).return_ecode });`);
+             item: had === 0 || send('mrb_get_item_v2', { param_agent: agent, param_index: had - 1 }).return_ecode });`);
   assert.deepEqual(result.answer, { return_ecode: 0 });
   assert.equal(result.event, 13);
   assert.ok(result.item === true || result.item === 0);
@@ -77,7 +77,7 @@ test('a disconnected list is unknown afterwards', async () => {
   const result = await run(`
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     finish(['mrb_disconnect_v2', 'mrb_get_item_count_v2', 'mrb_disconnect_v2', 'mrb_cancel_request_list_v2']
-      .map((method) => ask(method, { param_agent: agent }).return_ecode));`, where);
+      .map((method) => send(method, { param_agent: agent }).return_ecode));`, where);
   assert.deepEqual(result, [0, -2, -2, -2]);
 });
 
@@ -89,9 +89,9 @@ test('errors of the framework are returned to the script as codes', async () => 
       open({ param_scan_path: '/no/such' }), open({ param_scan_path: 'relative' }), open({ param_scan_path: '' }),
       open({ param_scan_path: '/etc/passwd' }),
       open({ param_source_name: 'SOURCE_DLNA', param_scan_path: '' }), open({ param_source_name: 'SOURCE_X' }),
-      ask('mrb_get_item_v2', { param_agent: agent, param_index: -1 }),
-      ask('mrb_get_item_v2', { param_agent: agent, param_index: 5100 }),
-      ask('mrb_get_item_v2', { param_agent: 999 }),
+      send('mrb_get_item_v2', { param_agent: agent, param_index: -1 }),
+      send('mrb_get_item_v2', { param_agent: agent, param_index: 5100 }),
+      send('mrb_get_item_v2', { param_agent: 999 }),
     ].map((answer) => answer.return_ecode));`, where);
   assert.deepEqual(result, [-4, -1, -1, -7, -16, 2, -3, -3, -2]); // -16: the DLNA service was not started
 });

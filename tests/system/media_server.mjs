@@ -1,4 +1,4 @@
-// A DLNA server of another project, and a separate network for it and its clients.
+// A DLNA server of another project, and a network of its own for it and its clients.
 import { spawn } from 'node:child_process';
 import { writeFileSync } from 'node:fs';
 import path from 'node:path';

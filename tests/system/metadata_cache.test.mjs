@@ -5,7 +5,7 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { repetitions } from '../needs.mjs';
-import { folder, runIn } from './harness.mjs';
+import { folder, runWith } from './harness.mjs';
 import { pictureBytes, songBytes } from './small_media.mjs';
 
 const CHANGED = 1_700_000_000;
@@ -17,8 +17,8 @@ function write(file, bytes) {
   utimesSync(file, CHANGED, CHANGED);
 }
 
-/** Runs a script with a cache folder of its own. */
-const runWith = (cache, body, ...args) => runIn({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'off' } }, body, ...args)
+/** Runs a script with a folder of metadata of its own. */
+const runWithCache = (cache, body, ...args) => runWith({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'off' } }, body, ...args)
   .then(({ value }) => value);
 
 const ORDER = `
@@ -29,7 +29,7 @@ const ORDER = `
     const names = [];
     const total = count(agent);
     for (let index = 0; index < total; index += 500) {
-      const { param_item_list } = JSON.parse(ask('mrb_get_item_list_v2', { param_agent: agent, param_index: index,
+      const { param_item_list } = JSON.parse(send('mrb_get_item_list_v2', { param_agent: agent, param_index: index,
         param_count: 500 }).return_data);
       names.push(...param_item_list.map((item) => JSON.parse(item).name));
     }
@@ -50,7 +50,7 @@ test('a second program sorts thousands of files by artist and by date taken with
     write(path.join(where, `${name}.jpg`), pictureBytes(
       `2024:07:${String(1 + Math.floor(hour / 24)).padStart(2, '0')} ${String(hour % 24).padStart(2, '0')}:${String(minute).padStart(2, '0')}:00`));
   });
-  const order = (remembered) => runWith(remembered, ORDER, where, JSON.stringify(['ARTIST', 'DATE_TAKEN']));
+  const order = (remembered) => runWithCache(remembered, ORDER, where, JSON.stringify(['ARTIST', 'DATE_TAKEN']));
   const first = (list, extension) => list.slice(0, HALF).map((name) => {
     assert.ok(name.endsWith(extension), name);
     return name.slice(0, -extension.length);
@@ -62,14 +62,13 @@ test('a second program sorts thousands of files by artist and by date taken with
   assert.deepEqual(first(byArtist, '.flac'), names);
   assert.deepEqual(first(byDate, '.jpg'), names);
 
-  // Other bytes of the same size and time: only a program that reads them finds the reverse
-  // order.
+  // Other contents of the same size and time: a program that reads them finds the reverse.
   const size = statSync(path.join(where, `${names[0]}.flac`)).size;
   make((number) => HALF - 1 - number);
   assert.equal(statSync(path.join(where, `${names[0]}.flac`)).size, size);
   assert.deepEqual(await order(cache), [byArtist, byDate]);
-  const [anew] = await order(folder());
-  assert.deepEqual(first(anew, '.flac'), [...names].reverse());
+  const [rebuilt] = await order(folder());
+  assert.deepEqual(first(rebuilt, '.flac'), [...names].reverse());
 });
 
 test('written fields are there after a restart, and not for another file of that name', async () => {
@@ -83,10 +82,10 @@ test('written fields are there after a restart, and not for another file of that
     await ended(agent);
     const request = { param_agent: agent, param_index: 0 };
     const codes = Object.entries(JSON.parse(process.argv[3])).map(([param_field, param_value]) =>
-      ask('mrb_set_item_value_v2', { ...request, param_field, param_value }).return_ecode);
+      send('mrb_set_item_value_v2', { ...request, param_field, param_value }).return_ecode);
     finish({ codes, values: ${JSON.stringify(FIELDS)}.map((param_field) =>
-      ask('mrb_get_item_value_v2', { ...request, param_field }).return_data) });`;
-  const visit = (written) => runWith(cache, READ, where, JSON.stringify(written));
+      send('mrb_get_item_value_v2', { ...request, param_field }).return_data) });`;
+  const visit = (written) => runWithCache(cache, READ, where, JSON.stringify(written));
 
   assert.deepEqual((await visit({})).values, ['Its own', 'Somebody', 0, 0, false]);
   const written = ['Ein Stück', 'Somebody', 3, 95, true];
@@ -112,19 +111,19 @@ test('two programs read and write at the same time, and a third finds all', asyn
     const values = [];
     for (let index = 0; index < count(agent); index += 1) {
       const request = { param_agent: agent, param_index: index };
-      values.push(['ARTIST', 'PLAYED_COUNT'].map((param_field) => ask('mrb_get_item_value_v2', { ...request, param_field }).return_data));
+      values.push(['ARTIST', 'PLAYED_COUNT'].map((param_field) => send('mrb_get_item_value_v2', { ...request, param_field }).return_data));
       if (index % 2 === Number(process.argv[3])) {
-        codes.add(ask('mrb_set_item_value_v2', { ...request, param_field: 'PLAYED_COUNT', param_value: index + 1 }).return_ecode);
+        codes.add(send('mrb_set_item_value_v2', { ...request, param_field: 'PLAYED_COUNT', param_value: index + 1 }).return_ecode);
       }
     }
     finish({ codes: [...codes], values });`;
   const artists = Array.from({ length: SONGS }, (_, number) => `Artist ${number}`);
-  const both = await Promise.all(['0', '1'].map((share) => runWith(cache, VISIT, where, share)));
+  const both = await Promise.all(['0', '1'].map((share) => runWithCache(cache, VISIT, where, share)));
   for (const { codes, values } of both) {
     assert.deepEqual(codes, [0]);
     assert.deepEqual(values.map(([artist]) => artist), artists);
   }
-  const { values } = await runWith(cache, VISIT, where, 'neither');
+  const { values } = await runWithCache(cache, VISIT, where, 'neither');
   assert.deepEqual(values, artists.map((artist, number) => [artist, number + 1]));
 });
 
@@ -135,9 +134,9 @@ test('a damaged cache is set aside, with a line in the log, and recreated', asyn
   const READ = `
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     await ended(agent);
-    finish(ask('mrb_get_item_value_v2', { param_agent: agent, param_index: 0, param_field: 'ARTIST' }).return_data);`;
+    finish(send('mrb_get_item_value_v2', { param_agent: agent, param_index: 0, param_field: 'ARTIST' }).return_data);`;
   const read = async () => {
-    const { value, stderr } = await runIn({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'stderr' } }, READ, where);
+    const { value, stderr } = await runWith({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'stderr' } }, READ, where);
     assert.equal(value, 'Somebody');
     return stderr.split('\n').filter((line) => line.includes('metadata cache'));
   };
@@ -161,8 +160,8 @@ test('programs that find the same damaged cache at the same time all continue', 
   const READ = `
     const { return_data: agent } = open({ param_scan_path: process.argv[2] });
     await ended(agent);
-    finish(['ARTIST', 'TITLE'].map((param_field) => ask('mrb_get_item_value_v2', { param_agent: agent, param_index: 0, param_field }).return_data));`;
-  const all = await Promise.all(Array.from({ length: 4 }, () => runWith(cache, READ, where)));
+    finish(['ARTIST', 'TITLE'].map((param_field) => send('mrb_get_item_value_v2', { param_agent: agent, param_index: 0, param_field }).return_data));`;
+  const all = await Promise.all(Array.from({ length: 4 }, () => runWithCache(cache, READ, where)));
   all.forEach((fields) => assert.deepEqual(fields, ['Somebody', 'a']));
   assert.ok(existsSync(path.join(cache, `${FILE}.damaged`)));
   assert.equal(readFileSync(path.join(cache, FILE)).subarray(0, 15).toString(), 'SQLite format 3');

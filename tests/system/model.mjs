@@ -52,7 +52,7 @@ const passes = (item, { type = '', extension = '', word = '' }) =>
   (extension === '' || (item.type !== TYPE.folder && extension.split(',').includes(extensionOf(item.name)))) &&
   (word === '' || holds(item.name, word));
 
-// Empty files have no title in metadata.
+// Empty files have no title of their own.
 const titleOf = ({ name, type }) => (type === TYPE.folder ? name : path.parse(name).name);
 
 /** Items in the order of a sort category such as "DATE DESC". */
@@ -75,13 +75,13 @@ export function sorted(items, category) {
 }
 
 /** The items of a list that is opened with these options, {type, extension, word, sort}, in its order. */
-export const listed = (items, wishes) => sorted(items, wishes.sort ?? '').filter((item) => passes(item, wishes));
+export const listed = (items, options) => sorted(items, options.sort ?? '').filter((item) => passes(item, options));
 
-/** The entries of a folder: the sub-folders with matches, then the files. */
-function shownIn(folder, root, items, wishes) {
-  const passing = items.filter((item) => passes(item, wishes));
+/** What is shown of a folder: the sub-folders that lead somewhere, then the files. */
+function shownIn(folder, root, items, options) {
+  const passing = items.filter((item) => passes(item, options));
   const leads = (item) => passing.includes(item) || passing.some(({ path: at }) => at.startsWith(`${item.path}/`));
-  const here = sorted(items, wishes.sort ?? '').filter((item) => item.folder === folder);
+  const here = sorted(items, options.sort ?? '').filter((item) => item.folder === folder);
   return [...(folder === root ? [] : [{ type: TYPE.upfolder, name: '..', path: path.dirname(folder) }]),
     ...here.filter((item) => item.type === TYPE.folder && leads(item)),
     ...here.filter((item) => item.type !== TYPE.folder && passing.includes(item))];
@@ -131,8 +131,8 @@ function byColumns(entries, columns, pageSize) {
  * A view: {entries, groups}. `view` is {folder: its path, or undefined for a flat one, grouping,
  * group, rows, columns, downColumns, padding}.
  */
-export function viewOf(root, items, wishes, view, letterOf) {
-  const shown = view.folder ? shownIn(view.folder, root, items, wishes) : listed(items, wishes);
+export function viewOf(root, items, options, view, letterOf) {
+  const shown = view.folder ? shownIn(view.folder, root, items, options) : listed(items, options);
   const up = shown.filter(({ type }) => type === TYPE.upfolder);
   let entries = shown;
   let groups = [];

@@ -6,7 +6,7 @@ import path from 'node:path';
 import test from 'node:test';
 import { pathToFileURL } from 'node:url';
 
-import { folder, quill, root, run, runIn } from './harness.mjs';
+import { folder, quill, root, run, runWith } from './harness.mjs';
 
 /** Writes files by their names into a new folder; returns the folder. */
 function tree(files) {
@@ -21,7 +21,7 @@ function tree(files) {
 
 const LIST = `
 const items = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
-  JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index }).return_data));
+  JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index }).return_data));
 const playlists = async (request) => {
   const { return_ecode, return_data: agent } = open({ param_source_name: 'SOURCE_PLAYLIST', ...request });
   if (return_ecode !== 0) return { code: return_ecode };
@@ -64,16 +64,16 @@ test('all playlists of an offered folder and of the music folder are found and b
   const home = tree({ 'Music/two.xspf': `<?xml version="1.0"?><playlist version="1" xmlns="http://xspf.org/ns/0/">
     <trackList><track><location>${pathToFileURL(path.join(stick, 'songs', 'b.mp3')).href}</location></track>
     <track><location>../.ssh/key.mp3</location></track></trackList></playlist>`, '.ssh/key.mp3': 'z' });
-  const { value } = await runIn({ env: { HOME: home, XDG_CONFIG_HOME: path.join(home, 'none'), MRB_DEVICES: stick } }, `${LIST}
+  const { value } = await runWith({ env: { HOME: home, XDG_CONFIG_HOME: path.join(home, 'none'), MRB_DEVICES: stick } }, `${LIST}
     const list = await playlists({});
-    const at = (method, more) => ask(method, { param_agent: list.agent, ...more }).return_ecode;
+    const at = (method, more) => send(method, { param_agent: list.agent, ...more }).return_ecode;
     at('mrb_set_navigation_v2', { param_navigation: 1 });
     const top = items(list.agent).map((item) => item.name);
     at('mrb_move_to_index_v2', { param_index: 0 });
     at('mrb_set_navigation_v2', { param_navigation: 2 });
     const inside = items(list.agent).map((item) => item.name);
     at('mrb_move_to_index_v2', { param_index: 1 });
-    const title = ask('mrb_get_item_value_v2', { param_agent: list.agent, param_index: 1, param_field: 'TITLE' }).return_data;
+    const title = send('mrb_get_item_value_v2', { param_agent: list.agent, param_index: 1, param_field: 'TITLE' }).return_data;
     finish({ ...list, top, inside, title });`);
   assert.deepEqual(value.top.filter((name) => ['one.pls', 'two.xspf'].includes(name)), ['one.pls', 'two.xspf']);
   assert.deepEqual(value.inside, ['..', 'a.mp3']);
@@ -87,7 +87,7 @@ test('all playlists of an offered folder and of the music folder are found and b
 
 test('a playlist on a device lists no file outside of the device', async () => {
   const where = tree({ 'secret.mp3': 'x', 'stick/p.m3u': '../secret.mp3\n/etc/passwd.mp3\nfile:///etc/passwd.mp3\n' });
-  const { value } = await runIn({ env: { MRB_DEVICES: path.join(where, 'stick') } }, `${LIST}
+  const { value } = await runWith({ env: { MRB_DEVICES: path.join(where, 'stick') } }, `${LIST}
     finish(await playlists({ param_prepare_data: process.argv[2] }));`, path.join(where, 'stick', 'p.m3u'));
   assert.deepEqual(value.items.map((item) => [item.missing, item.size]), [[true, null], [true, null], [true, null]]);
 });
@@ -104,7 +104,7 @@ test('a cancellation ends the reading of a large playlist', async () => {
   const where = tree({ 'p.m3u': Array.from({ length: 100_000 }, (_, n) => `folder ${n}/${n}.mp3\n`).join('') });
   const event = await run(`${LIST}
     const { return_data: agent } = open({ param_source_name: 'SOURCE_PLAYLIST', param_prepare_data: process.argv[2] });
-    ask('mrb_cancel_request_list_v2', { param_agent: agent });
+    send('mrb_cancel_request_list_v2', { param_agent: agent });
     finish((await ended(agent)).param_event);`, path.join(where, 'p.m3u'));
   assert.equal(event, 13);
 });
@@ -118,11 +118,11 @@ test('selected entries of a playlist are copied byte for byte, and those that ca
       '../b.flac', 'http://host/radio.mp3', '../other/b.flac', ''].join('\n') });
   const to = folder();
   const file = path.join(where, 'sets', 'party.m3u');
-  const { value, stderr } = await runIn({ env: { HOME: where, MRB_DEVICES: where, QUILL_LOG: 'stderr' } }, `${LIST}
+  const { value, stderr } = await runWith({ env: { HOME: where, MRB_DEVICES: where, QUILL_LOG: 'stderr' } }, `${LIST}
     const [playlist, to] = process.argv.slice(2);
     const list = await playlists({ param_prepare_data: playlist });
     const wanted = list.items.flatMap(({ name }, index) => (name === 'unwanted.mp3' ? [] : [index]));
-    const selected = ask('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: wanted }).return_ecode;
+    const selected = send('mrb_toggle_select_v2', { param_agent: list.agent, param_item_list: wanted }).return_ecode;
     const steps = [];
     const last = await new Promise((resolve) => {
       const answer = JSON.parse(bridge.mrb_batch_process_v2((text) => {

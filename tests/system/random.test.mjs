@@ -1,5 +1,5 @@
-// Commands in random order while the folder changes: every result is well-formed, the program
-// does not crash, and the script is notified that a reload is due.
+// Commands in random order while the folder changes: every answer is well formed,
+// nothing breaks, and the script is notified that a reload is due.
 import assert from 'node:assert/strict';
 import { cpSync, mkdirSync, renameSync, rmSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -111,7 +111,7 @@ const TABLE = [
 ];
 
 let succeeded = 0;
-const hear = (text) => {
+const onListEvent = (text) => {
   const event = JSON.parse(text);
   if (![0, 1, 13, 25, 28, 29].includes(event.param_event) || !isObject(JSON.parse(event.param_server_data))) {
     fault('a strange event', text);
@@ -120,7 +120,7 @@ const hear = (text) => {
   wake();
 };
 
-const hearShare = (text) => {
+const onShareEvent = (text) => {
   if (![17, 8, 18, 19, 26, 27].includes(JSON.parse(text).param_event)) fault('a strange share event', text);
 };
 
@@ -129,8 +129,8 @@ function command() {
   const method = row[0] ?? pick(TABLE)[0] ?? 'mrb_get_item_v2';
   const request = row[1]();
   const text = typeof request === 'string' ? request : JSON.stringify(request);
-  const answer = method === 'mrb_request_list_v2' ? bridge[method](hear, text)
-    : method === 'mrb_batch_process_v2' ? bridge[method](hearShare, text)
+  const answer = method === 'mrb_request_list_v2' ? bridge[method](onListEvent, text)
+    : method === 'mrb_batch_process_v2' ? bridge[method](onShareEvent, text)
     : /usb/.test(method) ? bridge[method]() : bridge[method](text);
   const parsed = JSON.parse(answer);
   const { return_ecode: code, return_type: type, return_data: data } = parsed;
@@ -158,12 +158,12 @@ function command() {
 
 let commands = 0;
 while (commands < 1000 || !fs.existsSync(enough)) {
-  if (commands < 1000 || random(100) < 20) command(); // the rest leaves time for events
+  if (commands < 1000 || random(100) < 20) command(); // the rest waits for events
   commands += 1;
   if (random(5) === 0) await new Promise((resolve) => setTimeout(resolve, random(3)));
 }
 
-const told = (handle, ...numbers) => new Promise((resolve) => {
+const eventOf = (handle, ...numbers) => new Promise((resolve) => {
   wake = () => {
     const event = events.find(({ param_agent: of, param_event: number }) => of === handle && numbers.includes(number));
     if (event) resolve(event.param_event);
@@ -171,19 +171,19 @@ const told = (handle, ...numbers) => new Promise((resolve) => {
   wake();
 });
 const listOf = async (where) => {
-  for (;;) { // the library is removed and restored
-    const { return_ecode: code, return_data: handle } = JSON.parse(bridge.mrb_request_list_v2(hear,
+  for (;;) { // the library comes and goes
+    const { return_ecode: code, return_data: handle } = JSON.parse(bridge.mrb_request_list_v2(onListEvent,
       JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where })));
-    if (code === 0 && await told(handle, 0, 1) === 0) return handle;
+    if (code === 0 && await eventOf(handle, 0, 1) === 0) return handle;
     await new Promise(setImmediate);
   }
 };
-const due = await told(await listOf(library), 28, 29);
+const due = await eventOf(await listOf(library), 28, 29);
 const calm = await listOf(quiet);
 fs.writeFileSync(quiet + '/new.jpg', '');
-await told(calm, 29);
+await eventOf(calm, 29);
 fs.rmSync(quiet, { recursive: true });
-await told(calm, 28);
+await eventOf(calm, 28);
 finish({ succeeded, due });
 `;
 

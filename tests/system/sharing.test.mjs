@@ -46,21 +46,21 @@ const filesBelow = (where) => readdirSync(where, { withFileTypes: true }).flatMa
 
 const SHARING = `
 const steps = [];
-let heard = () => {};
+let onStep = () => {};
 const copy = (agent, to) => JSON.parse(bridge.mrb_batch_process_v2((text) => {
   steps.push(JSON.parse(text));
-  heard(steps.at(-1));
+  onStep(steps.at(-1));
 }, JSON.stringify({ param_agent: agent, param_share_type: 2, param_source_device_type: 0, param_dest_device_type: 0,
                     param_dest_device_path: to })));
 const isLast = ({ param_event }) => ![17, 8].includes(param_event);
 const over = () => new Promise((resolve) => {
-  heard = (step) => { if (isLast(step)) resolve(); };
+  onStep = (step) => { if (isLast(step)) resolve(); };
   if (steps.some(isLast)) resolve();
 });
 const [from, to] = process.argv.slice(2);
 const { return_data: agent } = open({ param_scan_path: from });
 await ended(agent);
-const select = (types) => ask('mrb_select_all_v2', { param_agent: agent, param_selected_item_type_arr: types });
+const select = (types) => send('mrb_select_all_v2', { param_agent: agent, param_selected_item_type_arr: types });
 `;
 
 test('pictures are selected with their total size, copied, and arrive byte for byte', async () => {
@@ -71,7 +71,7 @@ test('pictures are selected with their total size, copied, and arrive byte for b
 
   const { selected, number, started, steps } = await run(`${SHARING}
     const selected = select([2]);
-    const number = ask('mrb_get_selection_count_v2', { param_agent: agent });
+    const number = send('mrb_get_selection_count_v2', { param_agent: agent });
     const started = copy(agent, to);
     await over();
     finish({ selected, number, started, steps });`, library, to);
@@ -96,10 +96,10 @@ test('a copy that is stopped half-way leaves only complete files', async () => {
     const { return_data: share } = copy(agent, to);
     let stopped;
     await new Promise((resolve) => {
-      heard = (step) => {
+      onStep = (step) => {
         const isHalf = step.param_share_done_file_count >= ${MANY / 2};
         if (isHalf && stopped === undefined) {
-          stopped = ask('mrb_stop_batch_process_v2', { param_share_handle: share });
+          stopped = send('mrb_stop_batch_process_v2', { param_share_handle: share });
         }
         if (isLast(step)) resolve();
       };
@@ -123,7 +123,7 @@ test('a source that is renamed during the copy is copied all the same', async ()
     let isRenamed = false;
     copy(agent, to);
     await new Promise((resolve) => {
-      heard = (step) => {
+      onStep = (step) => {
         if (!isRenamed && step.param_share_done_file_count > 0 && !isLast(step)) {
           require('node:fs').renameSync(from, from + '2');
           isRenamed = true;

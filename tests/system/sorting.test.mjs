@@ -22,7 +22,7 @@ async function orders(stems, categories) {
       const { return_data: agent } = open({ param_scan_path: where, param_sort_category });
       await ended(agent);
       orders.push(Array.from({ length: count(agent) }, (_, index) =>
-        JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).name.slice(0, -4)));
+        JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).name.slice(0, -4)));
     }
     finish(orders);`, where, JSON.stringify(categories));
 }
@@ -121,7 +121,7 @@ test('files of one name in several folders stay in the order of their folders, w
       const { return_data: agent } = open({ param_scan_path: process.argv[2], param_sort_category, param_content_type: 'IMAGE' });
       await ended(agent);
       orders[param_sort_category] = [0, 1, 2].map((index) => require('node:path').basename(require('node:path').dirname(
-        JSON.parse(ask('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path))).join('');
+        JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index: index }).return_data).path))).join('');
     }
     finish(orders);`, where);
   for (const category of ['NAME', 'NAME DESC', 'SIZE', 'SIZE DESC', 'TYPE-']) {

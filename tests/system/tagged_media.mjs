@@ -8,7 +8,7 @@ export const tool = (program, ...args) => execFileSync(program, args, {
   env: { ...process.env, LD_PRELOAD: '' }, encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
 const ffmpeg = (...args) => tool('ffmpeg', '-nostdin', '-v', 'error', '-y', '-bitexact', ...args);
 
-/** Creates photo.jpg, song.mp3, film.mp4, and notes.txt, which is not a medium. */
+/** Creates photo.jpg, song.mp3, film.mp4, and notes.txt, which is not media. */
 export function makeTaggedMedia(folder) {
   const of = (name) => path.join(folder, name);
   ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=640x480', '-frames:v', '1', of('photo.jpg'));

@@ -1,5 +1,5 @@
-// A program ends when it is requested to, whatever the framework is waiting for: here, the
-// loading of a library never returns.
+// A program ends when it is to, whatever its framework is doing: here the loading of one
+// of its libraries never returns.
 import assert from 'node:assert/strict';
 import { mkdirSync, readdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -9,10 +9,10 @@ import { build, script, start } from '../host/harness.mjs';
 import { inParallel } from '../runner/process.mjs';
 import { folder } from './harness.mjs';
 
-// The bound is two seconds; a busy machine needs more for the program itself.
+// Two seconds are the bound; a busy machine needs more.
 const LIMIT_MS = 15_000;
-// The number of programs at once, which mostly wait for that bound.
-const AT_ONCE = 4;
+// Programs that run at the same time; they mostly wait for that bound.
+const CONCURRENCY = 4;
 
 /** A folder with the libraries of the build, the named modules replaced by one that hangs. */
 function librariesWith(modules) {
@@ -33,7 +33,7 @@ const thumbnailOf = (name) => `bridge.thumbnail_request_async(() => {}, JSON.str
   param_origin_path: ${JSON.stringify(path.join(media, name))}, param_thumb_width: 64, param_thumb_height: 64 }));`;
 const listOf = (request) => `bridge.mrb_request_list_v2(() => {}, ${JSON.stringify(JSON.stringify(request))});`;
 
-/** What makes the framework load each module. */
+/** Calls that load each of the modules. */
 const USES = {
   readers: listOf({ param_source_name: 'SOURCE_MSC', param_scan_path: media }),
   decoders: thumbnailOf('a.jpg'),
@@ -42,33 +42,33 @@ const USES = {
   cameras: listOf({ param_source_name: 'SOURCE_PTP' }),
 };
 
-/** The ways to end: the statement that the script runs on request, or a signal; and the resulting status and signal. */
+/** The ways to end: an action of the script, or a signal; and the status and signal of the ended process. */
 const ENDS = [
-  { name: 'process.exit', asked: 'process.exit(7);', status: 7 },
-  { name: 'the end of the script', asked: 'quill.unref(bridge);', status: 0 },
-  { name: 'an uncaught error', asked: "throw new Error('uncaught');", status: 1 },
+  { name: 'process.exit', action: 'process.exit(7);', status: 7 },
+  { name: 'the end of the script', action: 'quill.unref(bridge);', status: 0 },
+  { name: 'an uncaught error', action: "throw new Error('uncaught');", status: 1 },
   { name: 'SIGINT', kill: 'SIGINT', signal: 'SIGINT' },
   { name: 'SIGTERM', kill: 'SIGTERM', signal: 'SIGTERM' },
   { name: 'SIGTERM that the script handles', before: "process.on('SIGTERM', () => process.exit(7));", kill: 'SIGTERM', status: 7 },
   { name: 'SIGINT that the script handles', before: "process.on('SIGINT', () => process.exit(7));", kill: 'SIGINT', status: 7 },
 ];
-// A bridge with an open list cannot be released at once, see the agent's teardown.
-const RELEASE = { name: 'a release', asked: "quill.release(bridge); console.log('released'); process.exit(7);", status: 7,
+// A bridge with an open list is not released, see the agent's teardown.
+const RELEASE = { name: 'a release', action: "quill.release(bridge); console.log('released'); process.exit(7);", status: 7,
                   stdout: 'released\n' };
 
-/** Starts a program that uses the modules, and ends it when all hang. */
-async function end(modules, { name, before = '', asked = '', kill, status = null, signal = null, stdout = '' }) {
+/** Starts a program that uses the modules, and ends it so once all hang. */
+async function end(modules, { name, before = '', action = '', kill, status = null, signal = null, stdout = '' }) {
   const program = start([script('app.js', `
     const bridge = new MRBBridge();
     ${before}
-    process.stdin.once('data', () => { process.stdin.destroy(); ${asked} });
+    process.stdin.once('data', () => { process.stdin.destroy(); ${action} });
     ${modules.map((module) => USES[module]).join('\n')}`)],
     { env: { LD_LIBRARY_PATH: librariesWith(modules), MRB_CAMERAS: media, QUILL_LOG: 'off' } });
-  let said = '';
+  let errors = '';
   await new Promise((resolve, reject) => {
     program.stderr.on('data', (text) => {
-      said += text;
-      if (said.includes('hanging\n')) resolve();
+      errors += text;
+      if (errors.includes('hanging\n')) resolve();
     });
     program.finished.then((end) => reject(new Error(`${name}: ended before: ${JSON.stringify(end)}`)));
   });
@@ -82,10 +82,10 @@ async function end(modules, { name, before = '', asked = '', kill, status = null
 for (const module of Object.keys(USES)) {
   test(`a program ends while the loading of ${module} hangs`, async () => {
     const ends = /readers|cameras/.test(module) ? ENDS : [...ENDS, RELEASE];
-    await inParallel(ends, AT_ONCE, (each) => end([module], each));
+    await inParallel(ends, CONCURRENCY, (each) => end([module], each));
   });
 }
 
-test('a program ends while everything that it uses waits for hanging modules', async () => {
-  await inParallel(ENDS, AT_ONCE, (each) => end(['decoders', 'dlna', 'cameras'], each));
+test('a program ends while several modules hang', async () => {
+  await inParallel(ENDS, CONCURRENCY, (each) => end(['decoders', 'dlna', 'cameras'], each));
 });

@@ -1,4 +1,4 @@
-// Thumbnails that scripts request: real media, real files, real cancellations.
+// Thumbnails that scripts request: real media, real files, real cancels.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readdirSync, readFileSync, statSync, truncateSync } from 'node:fs';
@@ -30,13 +30,13 @@ before(() => {
 const PRELUDE = `
 const { Thumbnailer } = require(${JSON.stringify(path.join(root, 'sdk', 'thumbnailer.js'))});
 const bridge = new MRBBridge();
-const ask = (method, ...args) => JSON.parse(bridge[method](...args));
+const call = (method, ...args) => JSON.parse(bridge[method](...args));
 const results = [];
 let wake = () => {};
-const request = (wish) => ask('thumbnail_request_async', (text) => {
+const request = (parameters) => call('thumbnail_request_async', (text) => {
   results.push(JSON.parse(text));
   wake();
-}, JSON.stringify(wish));
+}, JSON.stringify(parameters));
 const answered = (count) => new Promise((resolve) => {
   wake = () => { if (results.length >= count) resolve(results); };
   wake();
@@ -53,11 +53,11 @@ async function run(body, ...args) {
   return JSON.parse(stdout);
 }
 
-/** The results of requests that a script makes in this order, sorted by their user data. */
-const thumbnails = async (...wishes) => (await run(`
-  const wishes = JSON.parse(process.argv[2]);
-  wishes.forEach((wish, index) => request({ ...wish, param_thumb_user_data: index }));
-  finish(await answered(wishes.length));`, JSON.stringify(wishes))).sort((a, b) => a.user_data - b.user_data);
+/** The results of requests that a script sends in this order, sorted by their user data. */
+const thumbnails = async (...requests) => (await run(`
+  const requests = JSON.parse(process.argv[2]);
+  requests.forEach((each, index) => request({ ...each, param_thumb_user_data: index }));
+  finish(await answered(requests.length));`, JSON.stringify(requests))).sort((a, b) => a.user_data - b.user_data);
 
 /** The colour of a bitmap's pixel as ImageMagick reads it, from 0 to 255. */
 const colour = (file, x, y) =>
@@ -143,12 +143,12 @@ function likeness(one, other) {
 }
 const decibels = (output) => (/inf/.test(output) ? Infinity : Number.parseFloat(String(output)));
 
-test('a file without a thumbnail is reported as 101, and nothing is written', async () => {
+test('a file without a thumbnail is reported as 101, and writes nothing', async () => {
   const where = folder();
-  const wishes = ['none.jpg', 'bare.mp3', '.'].map((name, index) =>
+  const requests = ['none.jpg', 'bare.mp3', '.'].map((name, index) =>
     ({ param_origin_path: of(name), param_save_path: [path.join(where, `${index}.bmp`)] }));
-  const results = await thumbnails(...wishes);
-  assert.deepEqual(results, wishes.map(({ param_origin_path: origin }, index) =>
+  const results = await thumbnails(...requests);
+  assert.deepEqual(results, requests.map(({ param_origin_path: origin }, index) =>
     ({ origin_path: origin, thumb_error_code: 101, user_data: index })));
   assert.deepEqual(readdirSync(where), []);
 });
@@ -159,21 +159,21 @@ test('a folder that does not exist is reported as 101', async () => {
   assert.equal(existsSync(of('none')), false);
 });
 
-test('the flash cache stores thumbnails and serves requests with them', async () => {
-  const wish = { param_origin_path: of('picture.jpg'), param_save_path: ['name in the cache'],
-                 param_thumb_width: 64, param_thumb_height: 64 };
+test('the flash cache keeps thumbnails and answers with them', async () => {
+  const parameters = { param_origin_path: of('picture.jpg'), param_save_path: ['name in the cache'],
+                       param_thumb_width: 64, param_thumb_height: 64 };
   const file = path.join(folder(), 'picture.bmp');
   const results = await run(`
-    const [wish, file] = process.argv.slice(2);
-    ask('thumbnail_flash_cache_init');
-    request({ ...JSON.parse(wish), param_thumb_type: 1 });
+    const [parameters, file] = process.argv.slice(2);
+    call('thumbnail_flash_cache_init');
+    request({ ...JSON.parse(parameters), param_thumb_type: 1 });
     await answered(1);
-    request({ ...JSON.parse(wish), param_used_cache: 1, param_save_path: [file] });
+    request({ ...JSON.parse(parameters), param_used_cache: 1, param_save_path: [file] });
     const list = process.env.MRB_ROOT + '/opt/usr/apps/media-resource-broker/data/thumbCache.txt';
     finish([...await answered(2), require('node:fs').readFileSync(list, 'utf8').length > 0]);`,
-    JSON.stringify(wish), file);
+    JSON.stringify(parameters), file);
   assert.deepEqual(results.slice(0, 2).map(({ thumb_error_code: code, save_path: paths, image_width: width, image_height: height }) =>
-    [code, paths, width, height]), [[100, wish.param_save_path, 64, 48], [100, [file], 64, 48]]);
+    [code, paths, width, height]), [[100, parameters.param_save_path, 64, 48], [100, [file], 64, 48]]);
   assert.equal(results[2], true);
   truncateSync(file, readFileSync(file).readUInt32LE(2)); // removes what follows the pixels
   assertQuarters(file, 64, 48);
@@ -181,15 +181,15 @@ test('the flash cache stores thumbnails and serves requests with them', async ()
 
 // ---- cancellations --------------------------------------------------------------------
 
-test('cancelled requests get no result, and the others do', async () => {
-  const { kept, taken } = await run(`
+test('cancelled requests have no result, and the others have', async () => {
+  const { kept, late } = await run(`
     const [video, origin, where] = process.argv.slice(2);
-    const wish = (number, path) => ({ param_origin_path: path, param_save_path: [where + '/' + number + '.bmp'],
+    const parametersOf = (number, path) => ({ param_origin_path: path, param_save_path: [where + '/' + number + '.bmp'],
                                       param_thumb_width: 100 + number, param_thumb_user_data: number });
-    for (let number = 0; number < 20; ++number) request(wish(number, video)); // keeps the decoders busy
+    for (let number = 0; number < 20; ++number) request(parametersOf(number, video)); // to be busy with
     for (let number = 20; number < 70; ++number) {
-      request(wish(number, origin));
-      ask('thumbnail_request_cancel', JSON.stringify(wish(number, origin)));
+      request(parametersOf(number, origin));
+      call('thumbnail_request_cancel', JSON.stringify(parametersOf(number, origin)));
     }
     const isKept = ({ user_data: number }) => number < 20;
     await new Promise((resolve) => {
@@ -198,26 +198,26 @@ test('cancelled requests get no result, and the others do', async () => {
     });
     await new Promise(setImmediate);
     const numbers = (of) => of.map(({ user_data: number }) => number).sort((a, b) => a - b);
-    finish({ kept: numbers(results.filter(isKept)), taken: results.filter((result) => !isKept(result)).length });`,
+    finish({ kept: numbers(results.filter(isKept)), late: results.filter((result) => !isKept(result)).length });`,
     of('clip.mp4'), of('picture.jpg'), folder());
   assert.deepEqual(kept, Array.from({ length: 20 }, (_, index) => index));
-  assert.ok(taken < 25, `${taken} of 50 requests got a result although they were cancelled at once`);
+  assert.ok(late < 25, `${late} of 50 requests had a result although they were cancelled at once`);
 });
 
-test('after all were cancelled no result arrives that was not queued before, and new requests get theirs', async () => {
+test('after all requests were cancelled only queued results arrive, and new requests have results', async () => {
   const { before: early, after } = await run(`
     const [origin, where] = process.argv.slice(2);
-    const wish = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
+    const parametersOf = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
                                 param_thumb_width: 100 + number, param_thumb_user_data: number });
-    for (let number = 0; number < 500; ++number) request(wish(number));
-    ask('thumbnail_request_cancel_all');
-    request(wish(1000));
+    for (let number = 0; number < 500; ++number) request(parametersOf(number));
+    call('thumbnail_request_cancel_all');
+    request(parametersOf(1000));
     await new Promise((resolve) => {
       wake = () => { if (results.some(({ user_data: number }) => number === 1000)) resolve(); };
       wake();
     });
     const before = results.length;
-    request(wish(1001));
+    request(parametersOf(1001));
     await answered(before + 1);
     finish({ before, after: results.at(-1).user_data });`, of('picture.jpg'), folder());
   assert.ok(early < 400, `${early} results of 500 requests that were cancelled`);
@@ -227,15 +227,15 @@ test('after all were cancelled no result arrives that was not queued before, and
 test('when an object is released, the requests of the others get their results all the same', async () => {
   const { codes, again } = await run(`
     const [origin, where] = process.argv.slice(2);
-    const wish = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
+    const parametersOf = (number) => ({ param_origin_path: origin, param_save_path: [where + '/' + number + '.bmp'],
                                 param_thumb_width: 100 + number, param_thumb_user_data: number });
     const other = new MRBBridge();
-    other.thumbnail_request_async(() => { throw new Error('a released object got an event'); },
-      JSON.stringify(wish(500)));
-    for (let number = 0; number < 100; ++number) request(wish(number));
+    other.thumbnail_request_async(() => { throw new Error('a released object received a result'); },
+      JSON.stringify(parametersOf(500)));
+    for (let number = 0; number < 100; ++number) request(parametersOf(number));
     quill.release(other);
     const codes = (await answered(100)).map(({ thumb_error_code: code }) => code);
-    request(wish(1000));
+    request(parametersOf(1000));
     finish({ codes, again: (await answered(101)).at(-1).thumb_error_code });`, of('picture.jpg'), folder());
   assert.equal(codes.length, 100);
   assert.ok(codes.every((code) => code === 100 || code === 101), codes);
@@ -243,7 +243,7 @@ test('when an object is released, the requests of the others get their results a
   assert.equal(again, 100);
 });
 
-test('1,000 requests with random cancellations: each that was not cancelled gets one result', async () => {
+test('1,000 requests with random cancels: each that was not cancelled has one result', async () => {
   const where = folder();
   mkdirSync(path.join(where, 'bitmaps'));
   const names = ['picture.jpg', 'song.mp3', 'clip.mp4', 'none.jpg', 'bare.mp3'].map(of);
@@ -257,25 +257,25 @@ test('1,000 requests with random cancellations: each that was not cancelled gets
     const answers = new Array(1001).fill(0);
     const cancelled = new Set();
     let done = () => {};
-    const hear = (text) => {
+    const onResult = (text) => {
       answers[JSON.parse(text).user_data] += 1;
       done();
     };
-    // A unique width, so that the cancellation of another request never matches.
-    const wish = (number) => JSON.stringify({
+    // A width of its own makes each request one that no cancel of another one meets.
+    const parametersOf = (number) => JSON.stringify({
       param_origin_path: names[number % names.length], param_save_path: [where + '/' + number + '.bmp'],
       param_thumb_width: 16 + number, param_thumb_height: 48, param_thumb_user_data: number });
     const waiting = () => answers.findIndex((count, number) => count === 0 && !cancelled.has(number)) >= 0;
     for (let number = 0; number < 1000; ++number) {
-      ask('thumbnail_request_async', hear, wish(number));
+      call('thumbnail_request_async', onResult, parametersOf(number));
       if (random(2) === 0) {
         const other = random(number + 1);
-        ask('thumbnail_request_cancel', wish(other));
+        call('thumbnail_request_cancel', parametersOf(other));
         cancelled.add(other);
       }
-      if (random(20) === 0) await new Promise(setImmediate); // some get their results in between
+      if (random(20) === 0) await new Promise(setImmediate); // some results arrive in between
     }
-    ask('thumbnail_request_async', hear, wish(1000));
+    call('thumbnail_request_async', onResult, parametersOf(1000));
     await new Promise((resolve) => {
       done = () => { if (!waiting()) resolve(); };
       done();

@@ -18,7 +18,7 @@ const inside = items.map((item) => item.path).find((at) => {
   return here.length > 3 && here.some((item) => item.type === TYPE.folder);
 });
 
-/** The views to test: [description, the options of the list, the view]. */
+/** The views to test: [what, the options of the list, the view]. */
 const cases = [];
 
 for (const key of ['', 'FOLDER', 'NAME', 'TITLE', 'DATE', 'SIZE', 'TYPE']) {
@@ -29,16 +29,16 @@ for (const key of ['', 'FOLDER', 'NAME', 'TITLE', 'DATE', 'SIZE', 'TYPE']) {
   }
 }
 
-for (const wishes of [
+for (const options of [
   { type: 'ALL' }, { type: 'IMAGE' }, { type: 'MUSIC' }, { type: 'VIDEO' }, { type: 'PLAYLIST' }, { type: 'FOLDER' },
   { extension: 'jpg' }, { extension: 'png,mp3' }, { extension: 'png,mp3', type: 'MUSIC' }, { extension: 'txt' },
   ...['apfel', 'ELAN', 'Élan', 'strasse', 'Straße', 'zo', 'Ñ', 'ель', 'ЁЖ', 'αλφα', 'ΒΗΤΑ', 'がく', 'ガク', '가', '山',
     'مرحبا', '１０', '10', 'nothing at all'].map((word) => ({ word })),
   { word: 'a', type: 'IMAGE', extension: 'jpg', sort: 'NAME DESC' },
 ]) {
-  const what = `with ${JSON.stringify(wishes)}`;
-  cases.push([`flat ${what}`, wishes, {}]);
-  cases.push([`the folder ${what}`, wishes, { folder: root }]);
+  const what = `with ${JSON.stringify(options)}`;
+  cases.push([`flat ${what}`, options, {}]);
+  cases.push([`the folder ${what}`, options, { folder: root }]);
 }
 
 const PAGES = [{}, { rows: 3, columns: 4 }, { rows: 3, columns: 4, padding: true },
@@ -61,14 +61,14 @@ for (const where of [undefined, root, inside]) {
   }
 }
 
-const expected = cases.map(([, wishes, view]) => viewOf(root, items, wishes, view, letterOf));
-let seen; // read by the script, for each case
+const expected = cases.map(([, options, view]) => viewOf(root, items, options, view, letterOf));
+let seen; // by the script, for each case
 
 before(async () => {
   const file = path.join(folder(), 'cases.json');
-  writeFileSync(file, JSON.stringify(cases.map(([, wishes, view]) => ({
-    wishes,
-    // The names of the folders on the path to a folder.
+  writeFileSync(file, JSON.stringify(cases.map(([, options, view]) => ({
+    options,
+    // The way down to a folder, by names.
     way: view.folder && path.relative(root, view.folder).split('/').filter(Boolean),
     style: { param_page_style: maskOf(view), param_page_order: view.downColumns ? 1 : 0,
       param_group_index: view.group ?? 0, param_row: view.rows ?? 0, param_column: view.columns ?? 0,
@@ -78,26 +78,26 @@ before(async () => {
     const [, , where, file] = process.argv;
     const answers = [];
     const lists = new Map();
-    const listOf = async (wishes) => {
-      const key = JSON.stringify(wishes);
+    const listOf = async (options) => {
+      const key = JSON.stringify(options);
       if (!lists.has(key)) {
-        const { return_data: agent } = open({ param_scan_path: where, param_content_type: wishes.type ?? '',
-          param_sort_category: wishes.sort ?? '', param_media_extension: wishes.extension ?? '',
-          param_key_word: wishes.word ?? '' });
+        const { return_data: agent } = open({ param_scan_path: where, param_content_type: options.type ?? '',
+          param_sort_category: options.sort ?? '', param_media_extension: options.extension ?? '',
+          param_key_word: options.word ?? '' });
         await ended(agent);
         lists.set(key, agent);
       }
       return lists.get(key);
     };
     const must = (method, request) => {
-      const answer = ask(method, request);
+      const answer = send(method, request);
       if (answer.return_ecode !== 0) throw new Error(method + JSON.stringify([request, answer]));
       return answer.return_data;
     };
     const entry = (agent, index) => JSON.parse(must('mrb_get_item_v2', { param_agent: agent, param_index: index }));
     const entries = (agent) => Array.from({ length: count(agent) }, (_, index) => entry(agent, index));
-    for (const { wishes, way, style } of JSON.parse(require('node:fs').readFileSync(file))) {
-      const agent = await listOf(wishes);
+    for (const { options, way, style } of JSON.parse(require('node:fs').readFileSync(file))) {
+      const agent = await listOf(options);
       must('mrb_set_page_style_v2', { param_agent: agent });
       must('mrb_set_navigation_v2', { param_agent: agent, param_navigation: way ? 1 : 0 });
       for (const name of way ?? []) {
@@ -107,7 +107,7 @@ before(async () => {
       }
       must('mrb_set_page_style_v2', { param_agent: agent, ...style });
       const shown = entries(agent);
-      const code = (method, index) => ask(method, { param_agent: agent, param_index: index }).return_ecode;
+      const code = (method, index) => send(method, { param_agent: agent, param_index: index }).return_ecode;
       answers.push({
         shown: shown.map(({ type, name, path, group_index, item_count }) =>
           ({ type, name, path, group_index, item_count })),
@@ -118,7 +118,7 @@ before(async () => {
           ? must('mrb_get_page_index_v2', { param_agent: agent, param_media: id }) : null),
         beyond: ['mrb_get_item_v2', 'mrb_move_to_index_v2'].flatMap((method) =>
           [-1, shown.length, shown.length + 1, 2147483647].map((index) => code(method, index))),
-        noGroup: [ask('mrb_set_page_style_v2', { param_agent: agent, ...style,
+        noGroup: [send('mrb_set_page_style_v2', { param_agent: agent, ...style,
           param_group_index: must('mrb_get_group_count_v2', { param_agent: agent }) || 1 }).return_ecode, count(agent)],
       });
     }
