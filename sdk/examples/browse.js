@@ -5,10 +5,9 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const readline = require('node:readline');
 const { ITEM_TYPES, NAVIGATION } = require('../codes.js');
 const { Media } = require('../media.js');
-const { count, fit, printable, size, width } = require('./terminal.js');
+const { count, enterFullScreen, fit, printable, size, width } = require('./terminal.js');
 
 const USAGE = `Usage: quill browse.js FOLDER
 
@@ -239,16 +238,9 @@ class Browser {
   // ---- the screen -------------------------------------------------------------
 
   start() {
-    readline.emitKeypressEvents(process.stdin);
-    process.stdin.setRawMode(true);
-    process.stdout.write('\x1b[?1049h\x1b[?25l'); // another screen, without cursor
-    process.on('exit', () => {
-      process.stdout.write('\x1b[?25h\x1b[?1049l');
-      process.stdin.setRawMode(false);
-    });
+    enterFullScreen((text, key) => this.keypress(text, key));
     process.stdout.on('resize', () => this.draw());
     process.on('SIGTERM', () => this.leave());
-    process.stdin.on('keypress', (text, key) => this.keypress(text, key));
     this.draw();
   }
 

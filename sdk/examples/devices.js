@@ -4,9 +4,8 @@
 //
 //     quill [--device FOLDER] sdk/examples/devices.js [--once]
 
-const readline = require('node:readline');
 const { FILE_SYSTEMS, SERVICE_EVENTS, STORAGE_CLASSES, STORAGE_EVENTS, describeResult } = require('../codes.js');
-const { count, fit, printable, size } = require('./terminal.js');
+const { count, enterFullScreen, fit, printable, size } = require('./terminal.js');
 
 const USAGE = `Usage: quill [--device FOLDER] devices.js [--once]
 
@@ -103,20 +102,13 @@ class Screen {
 
   start(service) {
     this.service = service;
-    readline.emitKeypressEvents(process.stdin);
-    process.stdin.setRawMode(true);
-    process.stdout.write('\x1b[?1049h\x1b[?25l'); // another screen, without cursor
-    process.on('exit', () => {
-      process.stdout.write('\x1b[?25h\x1b[?1049l');
-      process.stdin.setRawMode(false);
-    });
-    process.on('SIGTERM', () => service.stop());
-    process.stdout.on('resize', () => this.draw());
-    process.stdin.on('keypress', (_, key) => {
+    enterFullScreen((_, key) => {
       if (key.name === 'q' || (key.ctrl && key.name === 'c')) {
         service.stop();
       }
     });
+    process.on('SIGTERM', () => service.stop());
+    process.stdout.on('resize', () => this.draw());
     this.draw();
   }
 

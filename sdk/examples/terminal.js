@@ -1,6 +1,8 @@
 'use strict';
 // Output for a person: widths, sizes, and names without control characters.
 
+const readline = require('node:readline');
+
 const WIDE = /[\u1100-\u115f\u2e80-\ua4cf\uac00-\ud7a3\uf900-\ufaff\ufe30-\ufe6f\uff00-\uff60\uffe0-\uffe6]|\p{Emoji_Presentation}/u;
 const ZERO_WIDTH = /[\p{M}\u200b-\u200f\ufe0f]/u;
 
@@ -74,4 +76,16 @@ const statusLine = {
   },
 };
 
-module.exports = { bar, clock, count, fit, printable, size, statusLine, width };
+/** Switches to a second screen without cursor until the program ends, and calls onKey(text, key) for each key. */
+function enterFullScreen(onKey) {
+  readline.emitKeypressEvents(process.stdin);
+  process.stdin.setRawMode(true);
+  process.stdout.write('\x1b[?1049h\x1b[?25l');
+  process.on('exit', () => {
+    process.stdout.write('\x1b[?25h\x1b[?1049l');
+    process.stdin.setRawMode(false);
+  });
+  process.stdin.on('keypress', onKey);
+}
+
+module.exports = { bar, clock, count, enterFullScreen, fit, printable, size, statusLine, width };
