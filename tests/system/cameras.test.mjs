@@ -28,16 +28,8 @@ function card() {
 }
 
 const LIST = `
-const parsed = (answer) => JSON.parse(answer.return_data);
-const items = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
-  parsed(send('mrb_get_item_v2', { param_agent: agent, param_index })));
 const cameras = () => JSON.parse(JSON.parse(bridge.mrb_get_ptp_list()).return_data)?.storage_devices ?? [];
-const camera = async (request) => {
-  const { return_ecode, return_data: agent } = open({ param_source_name: 'SOURCE_PTP', ...request });
-  if (return_ecode !== 0) return { code: return_ecode };
-  const { param_event, data } = await ended(agent);
-  return { agent, event: param_event, data, items: items(agent) };
-};
+const camera = (request) => opened({ param_source_name: 'SOURCE_PTP', ...request });
 `;
 
 test('an offered camera is in the list of cameras and not in that of USB storages', async () => {

@@ -6,6 +6,7 @@ import path from 'node:path';
 import test, { before } from 'node:test';
 
 import { folder, quill, root } from './harness.mjs';
+import { testUsage } from './usage_tests.mjs';
 
 const sheet = path.join(root, 'sdk', 'examples', 'contact_sheet.js');
 const library = path.join(folder(), 'library');
@@ -114,7 +115,7 @@ test('a damaged picture lacks a thumbnail, the others have theirs', async () => 
   assert.equal(bitmaps.length, 2);
 });
 
-for (const [what, words, message] of [
+testUsage(sheet, 'contact_sheet.js FOLDER OUTPUT [--size N] [--frames N]', [
   ['no folders', [], 'give one folder to show and one to write to'],
   ['one folder', ['a'], 'give one folder to show and one to write to'],
   ['three folders', ['a', 'b', 'c'], 'give one folder to show and one to write to'],
@@ -122,19 +123,7 @@ for (const [what, words, message] of [
   ['a size of no number', ['a', 'b', '--size', 'big'], "--size takes a number from 16 to 4096, not 'big'"],
   ['a size that is too large', ['a', 'b', '--size=4097'], "--size takes a number from 16 to 4096, not '4097'"],
   ['frames without a number', ['a', 'b', '--frames'], "--frames takes a number from 1 to 5, not ''"],
-]) {
-  test(`${what} is a usage error`, async () => {
-    const { status, stdout, stderr } = await quill([sheet, ...words]);
-    assert.deepEqual([status, stdout], [1, '']);
-    assert.ok(stderr.startsWith(`contact_sheet: ${message}\n\nUsage: quill contact_sheet.js`), stderr);
-  });
-}
-
-test('--help prints the usage', async () => {
-  const { status, stdout, stderr } = await quill([sheet, '--help']);
-  assert.deepEqual([status, stderr], [0, '']);
-  assert.match(stdout, /^Usage: quill contact_sheet\.js FOLDER OUTPUT/);
-});
+]);
 
 for (const [what, prepare, message] of [
   ['that does not exist', (where) => rmSync(where, { recursive: true }), /^contact_sheet: .*: .+\n$/],

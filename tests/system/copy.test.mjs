@@ -10,6 +10,7 @@ import { script, start } from '../host/harness.mjs';
 import { LIMIT_MS } from '../limits.mjs';
 import { needs } from '../needs.mjs';
 import { folder, quill, root } from './harness.mjs';
+import { testUsage } from './usage_tests.mjs';
 
 const copy = path.join(root, 'sdk', 'examples', 'copy.js');
 const library = path.join(folder(), 'library');
@@ -245,7 +246,7 @@ test('a folder without files of the type is an error', async () => {
   assert.deepEqual([status, stderr], [1, `copy: ${from}: no videos in it\n`]);
 });
 
-for (const [what, words, message] of [
+testUsage(copy, 'copy.js [--type picture|music|video|all] FROM TO', [
   ['no folder', [], 'give one folder to copy from and one to copy to'],
   ['one folder', ['a'], 'give one folder to copy from and one to copy to'],
   ['three folders', ['a', 'b', 'c'], 'give one folder to copy from and one to copy to'],
@@ -254,16 +255,4 @@ for (const [what, words, message] of [
   ['an unknown type', ['a', 'b', '--type', 'book'], "--type takes picture, music, video, all, not 'book'"],
   ['a type that objects have by nature', ['a', 'b', '--type=toString'],
    "--type takes picture, music, video, all, not 'toString'"],
-]) {
-  test(`${what} is a usage error`, async () => {
-    const { status, stdout, stderr } = await quill([copy, ...words]);
-    assert.deepEqual([status, stdout], [1, '']);
-    assert.ok(stderr.startsWith(`copy: ${message}\n\nUsage: quill copy.js`), stderr);
-  });
-}
-
-test('--help prints the usage', async () => {
-  const { status, stdout, stderr } = await quill([copy, '--help']);
-  assert.deepEqual([status, stderr], [0, '']);
-  assert.match(stdout, /^Usage: quill copy\.js \[--type picture\|music\|video\|all\] FROM TO\n/);
-});
+]);

@@ -6,7 +6,7 @@ import test from 'node:test';
 
 import { script, start } from '../host/harness.mjs';
 import { needs } from '../needs.mjs';
-import { folder, quill, root } from './harness.mjs';
+import { folder, quill, root, valueOf } from './harness.mjs';
 import { OWN_NETWORK, configuration, serve } from './media_server.mjs';
 import { Terminal } from './terminal.mjs';
 
@@ -30,16 +30,10 @@ const received = (number) => new Promise((resolve) => {
   wake = () => { if (events.length >= number) resolve(events); };
   wake();
 });
-const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
-(async () => {
 `;
 
-/** Runs a script's body with the prelude; returns the argument of its finish(). */
-async function run(body, ...options) {
-  const { stdout, ...rest } = await quill([...options, script('app.js', `${WATCH}${body}\n})();`)]);
-  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
-  return JSON.parse(stdout);
-}
+/** Runs a script's body with the prelude; returns the value that it passes to finish(). */
+const run = (body, ...options) => valueOf(WATCH, body, { before: options });
 
 test('an offered folder is a device with a name that says so', async () => {
   const where = folder();

@@ -1,11 +1,8 @@
-// Scripts that use DLNA servers in a network of their own.
-import assert from 'node:assert/strict';
-
-import { script } from '../host/harness.mjs';
-import { quill } from './harness.mjs';
+// Scripts that use the media servers of a network that nothing else is in.
+import { FINISH, valueOf } from './harness.mjs';
 import { OWN_NETWORK } from './media_server.mjs';
 
-export const PRELUDE = `
+const DEFINITIONS = `
 const { spawn } = require('node:child_process');
 const { readFileSync } = require('node:fs');
 const path = require('node:path');
@@ -80,14 +77,10 @@ const share = (request, began = () => {}) => new Promise((resolve) => {
   }, JSON.stringify({ param_share_type: 4, ...request }));
   if (return_ecode !== 0) resolve({ return_ecode });
 });
-const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
-(async () => {
 `;
 
-/** Runs a script's body with the prelude; returns the argument of its finish(). */
-export async function run(body, ...args) {
-  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
-    { inside: OWN_NETWORK });
-  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
-  return JSON.parse(stdout);
-}
+/** The beginning of a script; its body and "})();" follow. */
+export const PRELUDE = `${DEFINITIONS}${FINISH}`;
+
+/** Runs a script's body with the prelude; returns the value that it passes to finish(). */
+export const run = (body, ...args) => valueOf(DEFINITIONS, body, { inside: OWN_NETWORK, args });

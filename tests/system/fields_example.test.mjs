@@ -6,6 +6,7 @@ import path from 'node:path';
 import test, { before } from 'node:test';
 
 import { folder, quill, root } from './harness.mjs';
+import { testUsage } from './usage_tests.mjs';
 
 const program = path.join(root, 'sdk', 'examples', 'fields.js');
 const library = path.join(folder(), 'library');
@@ -120,17 +121,7 @@ test('a file that cannot be read is reported with the reason, and shows the valu
   assert.match(parse(stdout).get(file).get('SIZE'), /^15\.\d kB /);
 });
 
-for (const [what, words, message] of [['nothing', [], 'give files or folders'],
-                                      ['an unknown option', ['a', '--json'], 'unknown option --json']]) {
-  test(`${what} is a usage error`, async () => {
-    const { status, stdout, stderr } = await quill([program, ...words]);
-    assert.deepEqual([status, stdout], [1, '']);
-    assert.ok(stderr.startsWith(`fields: ${message}\n\nUsage: quill fields.js`), stderr);
-  });
-}
-
-test('--help prints the usage', async () => {
-  const { status, stdout, stderr } = await quill([program, '--help']);
-  assert.deepEqual([status, stderr], [0, '']);
-  assert.match(stdout, /^Usage: quill fields\.js \[--all\] FILE\|FOLDER \.\.\.\n/);
-});
+testUsage(program, 'fields.js [--all] FILE|FOLDER ...', [
+  ['nothing', [], 'give files or folders'],
+  ['an unknown option', ['a', '--json'], 'unknown option --json'],
+]);

@@ -24,7 +24,33 @@ export async function list(where) {
   return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
 }
 
-/** The functions of a script that opens a list and waits for its events. */
+/** The end of a script's prelude: finish(value) prints the value, and lets the program end. */
+export const FINISH = `
+const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
+(async () => {
+`;
+
+/**
+ * Runs a script that consists of a prelude, which defines `bridge`, and a body, which may
+ * await. `before` and `args` are the arguments of quill before and after the script, the
+ * other options those of start(). Returns the value that the body passes to finish(), and
+ * the program's standard error.
+ */
+export async function runScript(prelude, body, { before = [], args = [], ...options } = {}) {
+  const file = script('app.js', `${prelude}${FINISH}${body}\n})();`);
+  const { stdout, stderr, ...rest } = await quill([...before, file, ...args], options);
+  assert.deepEqual(rest, { status: 0, signal: null }, stderr);
+  return { value: JSON.parse(stdout), stderr };
+}
+
+/** The same for a script that writes nothing to standard error; returns the value. */
+export async function valueOf(prelude, body, options) {
+  const { value, stderr } = await runScript(prelude, body, options);
+  assert.equal(stderr, '');
+  return value;
+}
+
+/** What a script needs to open a list and wait for its events. */
 const PRELUDE = `
 const bridge = new MRBBridge();
 const send = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));
@@ -41,23 +67,19 @@ const ended = (agent) => new Promise((resolve) => {
   wake();
 });
 const count = (agent) => send('mrb_get_item_count_v2', { param_agent: agent }).return_data;
-const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
-(async () => {
+const itemsOf = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
+  JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index }).return_data));
+// A list that is complete, {agent, event, data, items}, or refused, {code}.
+const opened = async (request) => {
+  const { return_ecode, return_data: agent } = open(request);
+  if (return_ecode !== 0) return { code: return_ecode };
+  const { param_event, data } = await ended(agent);
+  return { agent, event: param_event, data, items: itemsOf(agent) };
+};
 `;
 
-/**
- * Runs a script's body with the prelude, with the options of start(); returns the value
- * that it passed to finish(), and its standard error.
- */
-export async function runWith(options, body, ...args) {
-  const { stdout, stderr, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args], options);
-  assert.deepEqual(rest, { status: 0, signal: null }, stderr);
-  return { value: JSON.parse(stdout), stderr };
-}
+/** Runs a script's body with the prelude, with the options of start(); returns {value, stderr}. */
+export const runWith = (options, body, ...args) => runScript(PRELUDE, body, { ...options, args });
 
 /** The same without options, and without standard error; returns the value. */
-export async function run(body, ...args) {
-  const { value, stderr } = await runWith({}, body, ...args);
-  assert.equal(stderr, '');
-  return value;
-}
+export const run = (body, ...args) => valueOf(PRELUDE, body, { args });

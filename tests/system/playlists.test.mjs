@@ -20,14 +20,7 @@ function tree(files) {
 }
 
 const LIST = `
-const items = (agent) => Array.from({ length: count(agent) }, (_, param_index) =>
-  JSON.parse(send('mrb_get_item_v2', { param_agent: agent, param_index }).return_data));
-const playlists = async (request) => {
-  const { return_ecode, return_data: agent } = open({ param_source_name: 'SOURCE_PLAYLIST', ...request });
-  if (return_ecode !== 0) return { code: return_ecode };
-  const { param_event, data } = await ended(agent);
-  return { agent, event: param_event, data, items: items(agent) };
-};
+const playlists = (request) => opened({ param_source_name: 'SOURCE_PLAYLIST', ...request });
 `;
 
 test('a script opens one playlist by its path or its URL', async () => {
@@ -68,10 +61,10 @@ test('all playlists of an offered folder and of the music folder are found and b
     const list = await playlists({});
     const at = (method, more) => send(method, { param_agent: list.agent, ...more }).return_ecode;
     at('mrb_set_navigation_v2', { param_navigation: 1 });
-    const top = items(list.agent).map((item) => item.name);
+    const top = itemsOf(list.agent).map((item) => item.name);
     at('mrb_move_to_index_v2', { param_index: 0 });
     at('mrb_set_navigation_v2', { param_navigation: 2 });
-    const inside = items(list.agent).map((item) => item.name);
+    const inside = itemsOf(list.agent).map((item) => item.name);
     at('mrb_move_to_index_v2', { param_index: 1 });
     const title = send('mrb_get_item_value_v2', { param_agent: list.agent, param_index: 1, param_field: 'TITLE' }).return_data;
     finish({ ...list, top, inside, title });`);

@@ -5,8 +5,7 @@ import { existsSync, mkdirSync, readdirSync, readFileSync, statSync, truncateSyn
 import path from 'node:path';
 import test, { before } from 'node:test';
 
-import { script } from '../host/harness.mjs';
-import { folder, quill, root } from './harness.mjs';
+import { folder, root, valueOf } from './harness.mjs';
 
 const media = folder();
 const of = (name) => path.join(media, name);
@@ -41,17 +40,10 @@ const answered = (count) => new Promise((resolve) => {
   wake = () => { if (results.length >= count) resolve(results); };
   wake();
 });
-const finish = (value) => { console.log(JSON.stringify(value)); quill.unref(bridge); };
-(async () => {
 `;
 
-/** Runs a script's body with the prelude; returns the argument of its finish(). */
-async function run(body, ...args) {
-  const { stdout, ...rest } = await quill([script('app.js', `${PRELUDE}${body}\n})();`), ...args],
-    { env: { ...process.env, MRB_ROOT: folder() } });
-  assert.deepEqual(rest, { status: 0, signal: null, stderr: '' });
-  return JSON.parse(stdout);
-}
+/** Runs a script's body with the prelude; returns the value that it passes to finish(). */
+const run = (body, ...args) => valueOf(PRELUDE, body, { env: { MRB_ROOT: folder() }, args });
 
 /** The results of requests that a script sends in this order, sorted by their user data. */
 const thumbnails = async (...requests) => (await run(`
