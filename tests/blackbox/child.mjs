@@ -18,7 +18,7 @@ function residentBytes(pid) {
     }
 }
 
-/** What the children see of the environment. */
+/** The environment of the children. */
 function environment() {
     // A sanitizer keeps released memory for a while, which would look like growth.
     const options = [process.env.ASAN_OPTIONS, 'quarantine_size_mb=16'];
@@ -28,10 +28,10 @@ function environment() {
 /**
  * Runs CODE with `rec` and `openBridge` defined, and everything logged echoed to
  * standard error. Resolves to {status, signal, stdout, stderr, killedFor}, where
- * killedFor is 'time', 'memory' or undefined. The child may have `memoryMiB`, and
- * may grow by `growth.MiB` after it has logged `growth.after`. A cap on the address
- * space cannot be used, since V8 reserves far more than it uses; so the resident
- * memory is watched.
+ * killedFor is 'time', 'memory' or undefined. The child may use `memoryMiB`, and
+ * may grow by `growth.MiB` after it has logged `growth.after`. The address space cannot
+ * be limited, since V8 reserves far more than it uses; so the resident memory is
+ * monitored.
  */
 export function runChild(code, { seconds = 60, memoryMiB = 1024, growth } = {}) {
     const prelude = `

@@ -9,10 +9,10 @@ import { rec } from './harness.mjs';
 const turn = () => new Promise(setImmediate);
 
 /**
- * What a round calls between its steps. In every eighth run of a play it returns in
- * the midst of events: three more are under way, so that one of the two threads that
- * make them has queued one. In the others the steps follow each other as fast as they
- * can, which takes a busy machine less long.
+ * The function that a round calls between its steps. In every eighth run of a play it
+ * returns while events are being reported: three more have begun, so that one of the two
+ * threads that report them has queued one. In the others the steps follow each other as
+ * fast as they can, which takes less time on a busy machine.
  */
 const rainOf = (round) => (Math.floor(round / 8) % 8 === 0 ? () => rec.awaitStormEvents(3) : () => {});
 
@@ -27,7 +27,7 @@ async function inStorm(rounds, play) {
     try {
         for (let round = 0; round < rounds; ++round) {
             await play(() => new Listener(received), rainOf(round), round);
-            if (round % 8 === 0) await turn(); // what waits is delivered, or finds its object gone
+            if (round % 8 === 0) await turn(); // queued results are delivered, or dropped with their object
         }
     } finally {
         rec.stopStorm();
@@ -44,20 +44,20 @@ class Listener {
         quill.unref(this.bridge);
         this.received = received;
         this.released = false;
-        this.born = rec.stormEvent(); // what is reported to it is newer
+        this.created = rec.stormEvent(); // its events are newer
     }
 
     /** A function for `kind` of device events. */
-    hearing(kind) {
+    receiver(kind) {
         return (text, ...more) => {
             const [{ storage_event: event, storage_id: id }, ...others] = JSON.parse(text).storage_devices;
-            const right = event > this.born && id === '' && others.length === 0 && more.length === 0;
+            const right = event > this.created && id === '' && others.length === 0 && more.length === 0;
             this.note(kind, right && !this.released, event);
         };
     }
 
-    watchSticks() { this.answer('mrb_set_usb_callback', this.hearing('usb')); }
-    watchServers() { this.answer('mrb_set_dlna_callback', this.hearing('dlna')); }
+    watchSticks() { this.answer('mrb_set_usb_callback', this.receiver('usb')); }
+    watchServers() { this.answer('mrb_set_dlna_callback', this.receiver('dlna')); }
     start() {
         this.answer('mrb_Init_dlna_service', (text) => {
             const event = JSON.parse(text).param_event;
@@ -82,7 +82,7 @@ class Listener {
     answer(name, ...args) { assert.equal(this.bridge[name](...args), '{"return_ecode":0}\n'); }
     note(kind, right, event) {
         this.received[kind] += 1;
-        if (!right) this.received.wrong.push({ kind, event, born: this.born, released: this.released });
+        if (!right) this.received.wrong.push({ kind, event, created: this.created, released: this.released });
     }
 }
 

@@ -1,5 +1,5 @@
-// What every test of the shipped bridge uses. Each file runs in `quill`, on the
-// recording framework and log that LD_LIBRARY_PATH puts under the bridge:
+// Helpers of all tests of the shipped bridge. Each file runs in `quill`, with the
+// recording framework and log, which LD_LIBRARY_PATH selects:
 //
 //   QUILL_BUILD=build/dev LD_LIBRARY_PATH=build/dev/tests/recording \
 //     build/dev/bin/quill tests/blackbox/FILE.test.mjs
@@ -14,20 +14,20 @@ import { LIMIT_MS } from '../limits.mjs';
 assert.ok(process.env.QUILL_BUILD, 'QUILL_BUILD names the build folder to test');
 export const build = path.resolve(process.env.QUILL_BUILD);
 
-/** The recorder: tests/recording/addon says what it can do. */
+/** The recorder; tests/recording/addon documents its functions. */
 export const rec = createRequire(import.meta.url)(`${build}/tests/recording/recorder.node`);
 
-/** The code of an answer by which the bridge itself refuses a call. */
+/** The "return_ecode" with which the bridge itself refuses a call. */
 export const REFUSED = 2;
 
-/** Makes the recorder forget calls, replies, blocks and lines; every test starts so. */
+/** Clears the recorder's calls, replies, blocks and lines; runs before every test. */
 export function forget() {
     rec.clear();
     rec.clearLogs();
 }
 beforeEach(forget);
 
-/** Opens a bridge object that does not keep the program alive; its construction leaves no trace. */
+/** Opens a bridge object that does not keep the program alive; its construction is not in the trace. */
 export function openBridge() {
     const bridge = new MRBBridge();
     quill.unref(bridge);
@@ -35,7 +35,7 @@ export function openBridge() {
     return bridge;
 }
 
-/** A request's text: what is not a text yet becomes JSON. */
+/** A request's text: other values than texts are converted to JSON. */
 export const requestText = (request) => (typeof request === 'string' ? request : JSON.stringify(request));
 
 /**
@@ -60,8 +60,8 @@ export const callsOf = (name) =>
 export const calledNames = () => rec.trace().map(([name]) => name);
 
 /**
- * A script function that remembers its calls. `calls` are the argument lists,
- * `delivered(n)` waits until there are n and answers the texts; a wait for longer
+ * A script function that records its calls. `calls` are the argument lists,
+ * `delivered(n)` waits until there are n and resolves to the texts; a wait for longer
  * than LIMIT_MS fails.
  */
 export function inbox() {
@@ -86,8 +86,8 @@ export function inbox() {
 }
 
 /**
- * Opens a bridge whose list callback is known to the recorder although no list is
- * open, since the framework refused it: such an object can be released. `receive`
+ * Opens a bridge whose list callback is registered with the recorder although no list
+ * is open, since the framework refused it: such an object can be released. `receive`
  * becomes the function for list results.
  */
 export function bridgeWithListCallback(receive) {
@@ -104,7 +104,7 @@ export function requestRefusedList(bridge, receive) {
     assert.deepEqual(answer, { return_ecode: -1 });
 }
 
-/** The forty methods in order, with what they take: E0 nothing, E1 a request, EC a function first. */
+/** The forty methods in order, with their arguments: E0 none, E1 a request, EC a function first. */
 export const METHODS = [
     ['mrb_request_list_v2', 'EC'],
     ['mrb_cancel_request_list_v2', 'E1'],

@@ -91,7 +91,7 @@ for (const result of [0, -17]) {
     test(`a text field that comes with ${result} is released exactly once`, () => {
         rec.queue(getterOf('char'), { result, out: 'text' });
         call(bridge, GET, fieldRequest('TITLE'));
-        assert.deepEqual(rec.blocks(), [{ giver: getterOf('char'), released: true }]);
+        assert.deepEqual(rec.blocks(), [{ allocatedBy: getterOf('char'), released: true }]);
     });
 }
 

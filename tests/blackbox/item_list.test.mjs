@@ -45,7 +45,7 @@ test('an item list is logged in order', () => {
 
 test('every text of an item list is released exactly once', () => {
     getItems(listRequest(0, 3), 3, ['a', '', 'c']);
-    assert.deepEqual(rec.blocks(), Array(3).fill({ giver: ITEM, released: true }));
+    assert.deepEqual(rec.blocks(), Array(3).fill({ allocatedBy: ITEM, released: true }));
 });
 
 test('a run past the end is cut, and so is the count: index 8, count 5, 10 items', () => {
@@ -111,7 +111,7 @@ test('an item that cannot be fetched ends the command without a partial list, an
     const request = listRequest(0, 5);
     assert.deepEqual(call(bridge, LIST, request), { return_ecode: -17 });
     assert.deepEqual(indexes(), [0, 1]);
-    assert.deepEqual(rec.blocks(), Array(2).fill({ giver: ITEM, released: true }));
+    assert.deepEqual(rec.blocks(), Array(2).fill({ allocatedBy: ITEM, released: true }));
     assertLogs(lines(request, { return_ecode: -17 }, [18, 0, 5], { failed: 'Dealing Fail: fail mrb_get_item_v2.' }));
 });
 

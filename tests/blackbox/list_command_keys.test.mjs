@@ -124,7 +124,7 @@ for (const command of COMMANDS.filter(({ answer }) => answer(18, false).return_t
     test(`${name} answers an empty text for an empty one, and releases it`, () => {
         rec.queue(name, { out: '' });
         assert.equal(bridge[name]('{}'), '{"return_data":"","return_ecode":0,"return_type":4}\n');
-        assert.deepEqual(rec.blocks(), [{ giver: name, released: true }]);
+        assert.deepEqual(rec.blocks(), [{ allocatedBy: name, released: true }]);
     });
 
     test(`${name} fails without a text as with one`, () => {
@@ -140,13 +140,13 @@ for (const command of COMMANDS.filter(({ answer }) => answer(18, false).return_t
         const request = requestOf(command);
         assert.deepEqual(call(bridge, name, request), { return_ecode: -4 });
         assertLogs(agentCommand(fn, name, request, { return_ecode: -4 }, command.log(...valuesOf(command))));
-        assert.deepEqual(rec.blocks(), [{ giver: name, released: true }]);
+        assert.deepEqual(rec.blocks(), [{ allocatedBy: name, released: true }]);
     });
 
     test(`${name} answers a text of a million letters whole`, () => {
         rec.queue(name, { out: 'ж'.repeat(500_000) });
         assert.equal(call(bridge, name, '{}').return_data, 'ж'.repeat(500_000));
-        assert.deepEqual(rec.blocks(), [{ giver: name, released: true }]);
+        assert.deepEqual(rec.blocks(), [{ allocatedBy: name, released: true }]);
     });
 
     test(`${name} answers a JSON document as a text, not as an object`, () => {

@@ -82,14 +82,14 @@ test('an item is read by handle and index and returned as a text', () => {
 test('the text of an item is released once', () => {
     rec.queue(ITEM, { out: 'text' });
     call(bridge, ITEM, {});
-    assert.deepEqual(rec.blocks(), [{ giver: ITEM, released: true }]);
+    assert.deepEqual(rec.blocks(), [{ allocatedBy: ITEM, released: true }]);
 });
 
 test('a text that comes with an error is released and not answered', () => {
     rec.queue(ITEM, { result: -3, out: 'text' });
     const request = { param_agent: 1, param_index: 9 };
     assert.deepEqual(call(bridge, ITEM, request), { return_ecode: -3 });
-    assert.deepEqual(rec.blocks(), [{ giver: ITEM, released: true }]);
+    assert.deepEqual(rec.blocks(), [{ allocatedBy: ITEM, released: true }]);
     assertLogs(itemLog(request, { return_ecode: -3 }, [agent('GetItem', 'Agent[0x1] Index[9]')]));
 });
 
@@ -105,7 +105,7 @@ for (const [what, out] of [['left untouched', undefined], ['set to null', null]]
 test('an empty item text is answered and released', () => {
     rec.queue(ITEM, { out: '' });
     assert.deepEqual(call(bridge, ITEM, {}), { return_ecode: 0, return_type: 4, return_data: '' });
-    assert.deepEqual(rec.blocks(), [{ giver: ITEM, released: true }]);
+    assert.deepEqual(rec.blocks(), [{ allocatedBy: ITEM, released: true }]);
 });
 
 test('an item request without its keys reads item 0 of handle 0', () => {

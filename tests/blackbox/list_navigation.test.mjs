@@ -95,7 +95,7 @@ for (const { name, fn, keys, args, log, out, type } of COMMANDS) {
             test(`${name} releases a text that comes with ${result} exactly once`, () => {
                 rec.queue(name, { result, out });
                 call(bridge, name, request);
-                assert.deepEqual(rec.blocks(), [{ giver: name, released: true }]);
+                assert.deepEqual(rec.blocks(), [{ allocatedBy: name, released: true }]);
             });
         }
     }

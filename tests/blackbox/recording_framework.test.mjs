@@ -42,7 +42,7 @@ test('the release of a text that was handed out is seen', () => {
     const bridge = openBridge();
     rec.queue('mrb_get_item_v2', { out: 'text' });
     call(bridge, 'mrb_get_item_v2', '{}');
-    assert.deepEqual(rec.blocks(), [{ giver: 'mrb_get_item_v2', released: true }]);
+    assert.deepEqual(rec.blocks(), [{ allocatedBy: 'mrb_get_item_v2', released: true }]);
 });
 
 test('queued replies go before the default, in their order', () => {

@@ -22,8 +22,8 @@ const newPaths = (count = 1) => Array.from({ length: count }, () => path.join(fo
 const ORIGIN = '/media/a.jpg';
 const CODES = { stored: 100, notStored: 101, serviceFailed: 102 };
 const ONE = { images: 1, width: 2, height: 2 };
-const held = (...givers) => givers.map((giver) => ({ giver, released: false }));
-const released = (...givers) => givers.map((giver) => ({ giver, released: true }));
+const held = (...functions) => functions.map((allocatedBy) => ({ allocatedBy, released: false }));
+const released = (...functions) => functions.map((allocatedBy) => ({ allocatedBy, released: true }));
 
 /** The document of images that were stored. */
 const success = (result, members) => styled({

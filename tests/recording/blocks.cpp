@@ -66,7 +66,7 @@ const int hook_installed = __sanitizer_install_malloc_and_free_hooks(
 
 } // namespace
 
-void *newBlock(size_t size, const char *giver) {
+void *newBlock(size_t size, const char *function) {
     void *block = std::malloc(size);
     if (block == nullptr) {
         std::abort();
@@ -75,7 +75,7 @@ void *newBlock(size_t size, const char *giver) {
     {
         Ledger &book = ledger();
         const std::lock_guard<std::mutex> lock(book.mutex);
-        book.all.push_back({giver, false});
+        book.all.push_back({function, false});
         if (book.held.insert_or_assign(block, book.all.size()).second) {
             held_count.fetch_add(1, std::memory_order_relaxed);
         }

@@ -1,9 +1,9 @@
 #pragma once
-// The callbacks that were registered with the recording framework, and firing
-// them. Each kind keeps every registration made while recording is on, so that a
-// test can fire that of an object of its choice; a negative index counts from the newest. Fire functions
-// run the callback on the thread that calls them and answer whether there was a
-// registration of that index. Any thread.
+// The callbacks that were registered with the recording framework, and firing them. Each
+// kind keeps every registration made while recording is on, so that a test can fire that
+// of an object of its choice; a negative index counts from the newest. Fire functions run
+// the callback on the calling thread and return whether there was a registration of that
+// index. Any thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +18,7 @@
 
 namespace recording {
 
-/// Whose callback to fire, and whether its user data is to be a null pointer.
+/// The registration to fire, and whether its user data is to be a null pointer.
 struct Target {
     int64_t registration = -1;
     bool null_user_data = false;

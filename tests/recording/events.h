@@ -1,7 +1,7 @@
 #pragma once
-// The one trace of the recording framework and the recording log: what happened, in
-// the order in which it happened, and on which thread. The calls of the framework's
-// functions, the lines that went to the log, and what callbacks returned. Any thread.
+// The one trace of the recording framework and the recording log, in order and with
+// threads: the calls of the framework's functions, the lines that went to the log, and
+// what callbacks returned. Any thread.
 
 #include <string>
 #include <variant>
@@ -38,7 +38,7 @@ struct Event {
     std::variant<Call, LogLine, Returned> what;
 };
 
-/// Adds what happened just now on the calling thread.
+/// Adds an event of the calling thread.
 void addEvent(std::variant<Call, LogLine, Returned> what);
 
 /// Everything so far.

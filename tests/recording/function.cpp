@@ -9,8 +9,8 @@
 
 namespace recording {
 
-Function::Function(const char *name, Reply usual, Numbering numbering)
-    : name_(name), usual_(std::move(usual)), numbering_(numbering), default_(usual_),
+Function::Function(const char *name, Reply initial, Numbering numbering)
+    : name_(name), initial_(std::move(initial)), numbering_(numbering), default_(initial_),
       handles_(numbering == Numbering::PerProcess ? 1000 : 0) {
     registerFunction(this);
 }
@@ -27,7 +27,7 @@ void Function::queue(Reply reply) {
 
 void Function::reset() {
     const std::lock_guard<std::mutex> lock(recorderMutex());
-    default_ = usual_;
+    default_ = initial_;
     queued_.clear();
     if (numbering_ == Numbering::PerTrace) {
         handles_ = 0;

@@ -15,18 +15,18 @@
 
 namespace recording {
 
-/// When the numbers of handed-out handles start again.
+/// When the numbers of new handles start again.
 enum class Numbering {
     PerTrace,  // from 1 at every clear: parameter objects, which live for one command
     PerProcess // never, and from 1001: lists and shares, which live on
 };
 
-/// A recorded function. Lives for the whole process; any thread may call it. Its
+/// A recorded function. Exists for the whole process; any thread may call it. Its
 /// replies are guarded by the recorder's mutex.
 class Function {
   public:
-    /// `usual` is the reply of a function that no test has steered.
-    explicit Function(const char *name, Reply usual = {}, Numbering numbering = Numbering::PerTrace);
+    /// `initial` is the reply of a function for which no test has set one.
+    explicit Function(const char *name, Reply initial = {}, Numbering numbering = Numbering::PerTrace);
 
     /// Records the call, writes the out-argument, returns the result. While recording
     /// is off the default is read without a lock: it must not be set at the same time.
@@ -41,7 +41,7 @@ class Function {
         return resultAs<Result>(reply.result);
     }
 
-    /// A getter of a device: the device's own value goes before any reply.
+    /// A getter of a device: the device's own value takes precedence over any reply.
     template <typename Result>
     Result callGetter(_mrb_storage_s *device) {
         if (!isRecording()) {
@@ -53,14 +53,14 @@ class Function {
     }
 
     const char *name() const { return name_; }
-    const Reply &usual() const { return usual_; }
+    const Reply &initial() const { return initial_; }
 
     // For tests, between calls.
     void setDefault(Reply reply);
     void queue(Reply reply);
     void reset();
 
-    /// The number of the next handle that this function hands out.
+    /// The number of the next handle that this function returns.
     int64_t nextHandle();
 
   private:
@@ -68,7 +68,7 @@ class Function {
     Reply record(std::vector<Value> arguments);
 
     const char *name_;
-    const Reply usual_;
+    const Reply initial_;
     const Numbering numbering_;
     Reply default_;
     std::deque<Reply> queued_;

@@ -1,5 +1,5 @@
 #pragma once
-// How much the process has allocated: what shows that something is not released.
+// How much memory the process has allocated, to detect what is not released.
 
 #include <cstddef>
 

@@ -38,7 +38,7 @@ GETTER(int, class)
 GETTER(const char *, ip)
 GETTER(bool, bOrvaneDevice)
 
-// A registration is kept for tests to fire at (`add`), and is the storm's from now on.
+// Records a registration for tests to fire at (`add`), and passes it to the storm.
 #define REGISTERS(name, type, add, set_storm)                                                                \
     static recording::Function name##_recorded(#name);                                                       \
     extern "C" int name(type callback, void *user_data) {                                                    \

@@ -30,7 +30,7 @@ class Target {
         stopped_ = stopped;
     }
 
-    /// Calls `fire` with the registration again and again, until stopped.
+    /// Calls `fire` with the registration repeatedly, until stopped.
     template <typename Fire>
     void run(Fire fire) {
         std::unique_lock<std::mutex> lock(mutex_);

@@ -1,8 +1,8 @@
 // Loads a bridge library into a process of its own, where nothing else has it loaded,
 // calls loadBridges twice and unloads the library: unload FILE
 //
-// Prints one line of JSON: how many bridges each call answered, whether both began with
-// the same one, whether the library is gone, and how many blocks of memory that it
+// Prints one line of JSON: how many bridges each call returned, whether both began with
+// the same one, whether the library is unloaded, and how many blocks of memory that it
 // allocated remain besides the bridges themselves.
 
 #include <dlfcn.h>
@@ -109,7 +109,7 @@ int main(int argc, char **argv) {
             is_bridge = is_bridge || (start != nullptr && start == bridge);
         }
         bridges_left += is_bridge ? 1 : 0;
-        // The answer was allocated there too, and is this program's.
+        // The result was allocated there too, and belongs to this program.
         left += start != nullptr && !is_bridge && start != bridges.data() ? 1 : 0;
     }
     std::printf(

@@ -1,15 +1,15 @@
-// Steering replies and reading what happened.
+// Setting replies and reading the trace.
 //
 //   functions()              the names of all recorded functions
 //   setDefault(name, reply)  the reply to every call, until clear()
 //   queue(name, reply)       the reply to one call; queued ones come first
-//   device(values)           makes a device; values by getter name; its number
+//   device(values)           adds a device, values by getter name; returns its number
 //   trace()                  [[name, ...arguments], ...]
 //   events()                 calls, log lines and what callbacks returned, in one order:
 //                            [{thread, call} or {thread, line} or {thread, returned}, ...]
 //                            with call as in trace(), line as in logs(), and returned
 //                            [kind of registration, value]; `thread` is the kernel's id
-//   blocks()                 [{giver, released}, ...]
+//   blocks()                 [{allocatedBy, released}, ...]
 //   allocatedBytes()         what the whole process has allocated and not released
 //   clear()                  forgets trace, replies and blocks
 //   logs(), clearLogs()      [{logId, priority, tag, text, thread}, ...]
@@ -17,10 +17,10 @@
 //   setRecording(on)         everything off, for benchmarks
 //   setLogRecording(on)      only the log: as without a sink
 //
-// A reply is {result, out, throws}: `result` defaults to the function's usual one; an
-// absent `out` hands out a handle where the function usually does and it
-// succeeds, and touches nothing otherwise; null writes a null text. A text that is
-// not UTF-8 is given as a Buffer. `throws` true: the call throws a C++ exception.
+// A reply is {result, out, throws}: `result` defaults to the function's initial one; an
+// absent `out` writes a new handle if the function does so initially and succeeds, and
+// writes nothing otherwise; null writes a null text. A text that is not UTF-8 is passed
+// as a Buffer. `throws` true: the call throws a C++ exception.
 
 #include <utility>
 
@@ -46,7 +46,7 @@ Function &functionOf(const std::string &name) {
 
 Reply replyFrom(napi_env env, napi_value value, const Function &function) {
     const Options options(env, value, {"result", "out", "throws"});
-    Reply reply = function.usual();
+    Reply reply = function.initial();
     if (const auto result = options.value("result")) {
         if (recording::asInteger(*result) != recording::asInteger(reply.result)) {
             reply.out = Untouched{};
@@ -139,7 +139,7 @@ napi_value readBlocks(napi_env env, napi_callback_info /*info*/) {
     napi_value result = array(env);
     for (const Block &block : blocks()) {
         napi_value entry = object(env);
-        put(env, entry, "giver", text(env, block.giver));
+        put(env, entry, "allocatedBy", text(env, block.allocated_by));
         put(env, entry, "released", flag(env, block.released));
         append(env, result, entry);
     }

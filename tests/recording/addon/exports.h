@@ -1,5 +1,5 @@
 #pragma once
-// What the addon gives to scripts, by subject.
+// The functions that the addon exports to scripts, by subject.
 
 #include <node_api.h>
 
@@ -11,6 +11,6 @@ void addFunction(napi_env env, napi_value exports, const char *name, napi_callba
 void addControls(napi_env env, napi_value exports); // replies, trace, blocks, log lines, devices
 void addFire(napi_env env, napi_value exports);     // callbacks, one at a time
 void addBulk(napi_env env, napi_value exports);     // list events by the thousand
-void addStorm(napi_env env, napi_value exports);    // device events without end
+void addStorm(napi_env env, napi_value exports);    // device events as fast as possible
 
 } // namespace recording::addon

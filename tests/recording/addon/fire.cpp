@@ -10,8 +10,8 @@
 //   fireDlnaState({state})
 //   fireThumbnail({result, nullRecord, originPath, images, width, height, depth,
 //                  imageCount, bufferSize, timeStamps, flagOriginImage, preset,
-//                  presetText})                        answers the callback's result
-//   registrations(kind)                                how many there were so far
+//                  presetText})                        returns the callback's result
+//   registrations(kind)                                the number of registrations so far
 
 #include <algorithm>
 #include <thread>

@@ -1,5 +1,5 @@
 #pragma once
-// Script values and C++ values, both ways, over Node-API. Main thread only.
+// Conversion between script values and C++ values over Node-API. Main thread only.
 
 #include <cstdint>
 #include <map>
@@ -14,7 +14,7 @@
 
 namespace recording::addon {
 
-/// What a test did wrong; becomes a script TypeError.
+/// A test's wrong use of the addon; becomes a script TypeError.
 struct Misuse : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -1,10 +1,10 @@
-// Device events and service states as fast as threads can make them.
+// Device events and service states as fast as threads can report them.
 //
 //   startStorm()   a thread each for USB events, DLNA events and service states
 //                  calls whatever is registered at the moment; what was removed or
 //                  replaced is not called any more. Best with setRecording(false).
 //   stormEvent()   the number of the newest USB or DLNA event, which is its code
-//   awaitStormEvents(count)   returns when so many more are under way
+//   awaitStormEvents(count)   returns when so many more have begun
 //   stopStorm()    ends the threads
 
 #include <utility>
