@@ -16,11 +16,11 @@
 
 namespace {
 
-constexpr int patience = 60'000; // milliseconds; only a failing test waits that long
+constexpr int TIMEOUT_MS = 60'000; // only a failing test waits that long
 
 bool readable(int descriptor) {
     pollfd waiting{descriptor, POLLIN, 0};
-    return poll(&waiting, 1, patience) == 1;
+    return poll(&waiting, 1, TIMEOUT_MS) == 1;
 }
 
 } // namespace

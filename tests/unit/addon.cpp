@@ -14,7 +14,7 @@ namespace {
 v8::Isolate *test_isolate = nullptr;
 v8::Global<v8::Context> *test_context = nullptr; // leaked: a global handle must not outlive V8
 
-/// Calls functions plainly; what they throw is dropped.
+/// Calls functions directly; what they throw is dropped.
 class TestHost final : public Bridge::Host {
   public:
     std::unique_ptr<Bridge::AsyncContext> currentContext() override {

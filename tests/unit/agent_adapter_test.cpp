@@ -1,4 +1,4 @@
-// The agent adapter's inside: event table, registry, teardown.
+// White-box tests of the agent adapter: event table, registry, teardown.
 
 #include "MRBAgentAdapter.h"
 
@@ -8,7 +8,7 @@
 
 namespace MRBBridge {
 
-/// The way into the adapter's private parts.
+/// Gives access to the adapter's private members.
 struct AgentAdapterProbe {
     static int convert(int event) { return CMRBAgentAdapter::m_ConvertEvent(event); }
     static std::map<int, std::string> &registry(CMRBAgentAdapter &adapter) { return adapter.handles_; }
@@ -48,7 +48,7 @@ class Agent : public EngineTest {
     }
 };
 
-TEST_F(Agent, EventTableIsAsScriptsKnowIt) {
+TEST_F(Agent, EventTableHasTheNumbersOfScripts) {
     const std::map<int, int> known = {{0, 0},   {1, 1},   {2, 8},   {3, 25},  {14, 13}, {18, 17},
                                       {19, 18}, {20, 19}, {21, 26}, {22, 27}, {23, 28}, {28, 29}};
     for (int event = -3; event <= 40; ++event) {
@@ -214,7 +214,7 @@ TEST_F(Agent, FieldsAreLookedUpByTheirExactName) {
 // Each of these ends a copy of this process.
 
 TEST_F(Agent, ListEventWithoutACallbackEntryEndsTheProcess) {
-    auto &adapter = *new CMRBAgentAdapter; // no provider has set it up
+    auto &adapter = *new CMRBAgentAdapter; // without a provider
     answerNext("mrb_request_list_v2", -1);
     adapter.RequestList(R"({"param_source_name":"SOURCE_MSC"})");
     EXPECT_DEATH(recording::fireList({}, {}), "cb_requestList: Assertion `cb != __null' failed");

@@ -35,7 +35,7 @@ TEST_F(BridgeApi, ArraysGrowToAnyLengthAndFillGapsWithUndefined) {
     EXPECT_EQ(json(array), "0,B,undefined,3,4,undefined,undefined,undefined");
 }
 
-TEST_F(BridgeApi, ArraysAnswerUndefinedOutsideTheirLength) {
+TEST_F(BridgeApi, ArraysReturnUndefinedOutsideTheirLength) {
     ScriptArray array;
     array.set(-1, ScriptObject("a"));
     EXPECT_EQ(array.length(), 0);
@@ -72,7 +72,7 @@ TEST_F(BridgeApi, FunctionsAreCalledWithTheArgumentsOfAnotherCall) {
     EXPECT_EQ(received.calls(), R"([[1,"two"]])");
 }
 
-TEST_F(BridgeApi, WhatIsNoFunctionIsNotCalled) {
+TEST_F(BridgeApi, ValueThatIsNotAFunctionIsNotCalled) {
     EXPECT_TRUE(ScriptFunction().invoke(ScriptArray()).getValue().IsEmpty());
     const ScriptFunction null = ScriptObject::Null();
     EXPECT_FALSE(null.isFunction());
@@ -80,7 +80,7 @@ TEST_F(BridgeApi, WhatIsNoFunctionIsNotCalled) {
     EXPECT_TRUE(null.invoke(ScriptArray()).getValue().IsEmpty());
 }
 
-TEST_F(BridgeApi, ResultsOfFunctionsComeBackAndThrownOnesDoNot) {
+TEST_F(BridgeApi, ResultsOfFunctionsAreReturnedAndThrownValuesAreNot) {
     EXPECT_EQ(textOf(ScriptObject(evaluate("() => 'result'")).asFunction().invoke(ScriptArray())), "result");
     const ScriptFunction throws = ScriptObject(evaluate("() => { throw new Error('x'); }")).asFunction();
     EXPECT_TRUE(throws.invoke(ScriptArray()).getValue().IsEmpty());

@@ -6,7 +6,7 @@
 
 #include "log_lines.h"
 
-/// What the lines of each part of the bridge begin with: their tag and their file.
+/// The beginnings of the lines of each part of the bridge: their tag and their file.
 inline const std::string PROVIDER = "MRB-BRIDGE-COMMON MRBAdapterProvider.cpp ";
 inline const std::string JSON = "MRB-BRIDGE-COMMON MRBBridgeJson.cpp ";
 inline const std::string AGENT = "MRB-BRIDGE-AGENT MRBAgentAdapter.cpp ";

@@ -166,7 +166,7 @@ TEST_F(Delivery, BytesThatAreNotUtf8ReachTheScriptAsReplacementCharacters) {
     EXPECT_EQ(received.calls(), "[[\"a\xef\xbf\xbd\"]]");
 }
 
-TEST_F(Delivery, RecordsOfADestroyedProviderReachNothing) {
+TEST_F(Delivery, RecordsOfADestroyedProviderReachNoFunction) {
     const ReceivedCalls received;
     registerFunction(*provider_, 0, received);
     fire(0, "too late", provider_);
@@ -178,7 +178,7 @@ TEST_F(Delivery, RecordsOfADestroyedProviderReachNothing) {
 TEST_F(Delivery, RecordsOfADestroyedProviderReachNoLaterProvider) {
     const ReceivedCalls received;
     registerFunction(*provider_, 0, received);
-    // As many as it takes for an allocator to hand the same storage out again.
+    // Enough for an allocator to return the same storage again.
     for (int round = 0; round < 100; ++round) {
         auto *gone = new CMRBAdapterProvider;
         fire(0, "for the one that is gone", gone);
@@ -209,7 +209,7 @@ TEST_F(Delivery, ResultsOfSeveralThreadsAllArriveInEachThreadsOrder) {
         thread.join();
     }
     drainMainLoop();
-    // Sorted by thread, the numbers must stand in order without a gap.
+    // Sorted by thread, the numbers must be in order without a gap.
     const v8::Local<v8::Value> check =
         evaluate("((function_) => { const last = [-1, 1999, 3999, 5999]; let count = 0;"
                  " for (const [text] of function_.calls) { const n = Number(text), t = Math.floor(n / 2000);"

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// The definition of a function in the library that is known by `library`, which this
-/// module's own definition stands in front of.
+/// The definition of a function in the library `library`, which this module's own
+/// definition intercepts.
 template <typename Function>
 Function *definitionIn(const char *library, const char *symbol) {
     void *const opened = dlopen(library, RTLD_LAZY);
@@ -63,7 +63,7 @@ DestroyedFunctions::~DestroyedFunctions() { destroyed = nullptr; }
 
 // ---- memory -----------------------------------------------------------------------
 
-// The linker has the objects of this module call __wrap_X for X.
+// The linker makes the objects of this module call __wrap_X for X.
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" void *__real__Znwm(size_t size);
 extern "C" void *__wrap__Znwm(size_t size) {

@@ -40,7 +40,7 @@ class DestroyedFunctions {
     ~DestroyedFunctions();
 
     std::vector<std::string> names;
-    size_t events_before = 0; ///< how long the trace was when the first was destroyed
+    size_t events_before = 0; ///< the length of the trace when the first was destroyed
 };
 
 /// While it exists, the bridge's allocation of an object of `size` bytes throws

@@ -148,7 +148,7 @@ TEST_F(Json, NestedObjectsDeeperThanTheReaderGoesDoNotThrow) {
     EXPECT_EQ(out, 9);
 }
 
-/// Texts on which some of the library's calls throw; none may come through.
+/// Texts on which some of the library's calls throw; no exception may leave the wrapper.
 class JsonHostile : public Json, public testing::WithParamInterface<const char *> {};
 
 TEST_P(JsonHostile, NothingThrows) {
@@ -412,7 +412,7 @@ TEST_F(Json, TwoVectorsUnderOneKeyMakeOneArray) {
     EXPECT_EQ(json.ToString(), "{\"k\":[\"a\",\"b\",\"c\"]}\n");
 }
 
-TEST_F(Json, VectorReplacesAMemberThatIsNoArray) {
+TEST_F(Json, VectorReplacesAMemberThatIsNotAnArray) {
     CMRBBridgeJson json;
     json.Set("k", 1);
     EXPECT_TRUE(json.Set("k", Texts{"a"}));
@@ -436,7 +436,7 @@ TEST_F(Json, UnsignedWideIntegerWrittenAndReadBackIsRefusedBeyond32Bits) {
 
 // ---- the other operations ---------------------------------------------------
 
-TEST_F(Json, HasIsIntAndIsStringTellAndLogNothing) {
+TEST_F(Json, HasIsIntAndIsStringLogNothing) {
     const CMRBBridgeJson json(R"({"i":1,"s":"x","n":null})");
     recording::clearLogLines();
     EXPECT_TRUE(json.Has("i"));
@@ -451,7 +451,7 @@ TEST_F(Json, HasIsIntAndIsStringTellAndLogNothing) {
     EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST_F(Json, RemoveTakesAMemberAway) {
+TEST_F(Json, RemoveRemovesAMember) {
     CMRBBridgeJson json(R"({"a":1,"b":2})");
     json.Remove("a");
     EXPECT_EQ(json.ToString(), "{\"b\":2}\n");
@@ -482,7 +482,7 @@ TEST_F(Json, GetKeysAppendsTheNamesInTheLibrarysOrder) {
 
 // ---- layout -----------------------------------------------------------------
 
-TEST_F(Json, TreeStandsBeforeTheFlag) {
+TEST_F(Json, TreeIsStoredBeforeTheFlag) {
     const CMRBBridgeJson valid(R"({"a":1})");
     const CMRBBridgeJson invalid("[1,2]");
     const auto tree = [](const CMRBBridgeJson &json) {

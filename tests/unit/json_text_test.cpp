@@ -1,4 +1,4 @@
-// The texts of JSON values are those that the library's own writer gives.
+// The texts of JSON values are those that the library's own writer produces.
 
 #include "json_text.h"
 
@@ -82,7 +82,7 @@ TEST(JsonText, RandomBytesAreWrittenAsTheLibraryDoes) {
     }
 }
 
-TEST(JsonText, NumbersThatAreNoneAreWrittenAsTheLibraryDoes) {
+TEST(JsonText, NanAndInfinityAreWrittenAsTheLibraryDoes) {
     using Limits = std::numeric_limits<double>;
     for (const double number : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity()}) {
         EXPECT_EQ(JsonText(number), writtenByTheLibrary(number));

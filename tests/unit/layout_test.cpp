@@ -48,7 +48,7 @@ size_t offsetIn(const void *object, const void *member) {
     return static_cast<size_t>(static_cast<const char *>(member) - static_cast<const char *>(object));
 }
 
-TEST(Layout, OperationsOfTheScriptClassStandInOrder) {
+TEST(Layout, OperationsOfTheScriptClassAreInOrder) {
     using Class = MRBBridge::MRBBridge;
     using Template = void (Class::*)(v8::Local<v8::ObjectTemplate>);
     using Object = void (Class::*)(v8::Local<v8::Object>);

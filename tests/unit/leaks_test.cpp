@@ -1,5 +1,5 @@
-// What the bridge allocates it releases, measured over ten thousand runs: the process
-// must not grow. AddressSanitizer cannot say so, since the engine keeps what it leaks.
+// The bridge releases what it allocates, measured over ten thousand runs: the process
+// must not grow. AddressSanitizer cannot detect it, since the engine keeps references.
 
 #include <cstdlib>
 #include <cstring>
@@ -94,7 +94,7 @@ TEST_F(Leaks, ResultWithoutASlotLeavesNothing) {
               LEAKS_NOTHING);
 }
 
-TEST_F(Leaks, DeliveryToAProviderThatIsGoneLeavesNothing) {
+TEST_F(Leaks, DeliveryToADestroyedProviderLeavesNothing) {
     EXPECT_LT(growthPerRun(
                   [] {
                       auto *const provider = new CMRBAdapterProvider;
@@ -139,7 +139,7 @@ TEST_F(Leaks, ProviderWithFunctionsLeavesNothing) {
               LEAKS_NOTHING);
 }
 
-TEST_F(Leaks, ProviderThatCouldNotBeMadeLeavesNothing) {
+TEST_F(Leaks, ProviderThatCouldNotBeCreatedLeavesNothing) {
     MRBBridge::MRBBridge bridge;
     const FailingAllocation failing(sizeof(CMRBThumbnailAdapter));
     EXPECT_LT(growthPerRun([&] {

@@ -25,7 +25,7 @@ TEST_F(EngineTest, LogLineNamesFileFunctionLineAndThread) {
                                  "]] text[a%s] number[5]\033[0m");
 }
 
-TEST_F(EngineTest, LogLineNamesTheThreadThatSpeaks) {
+TEST_F(EngineTest, LogLineNamesTheThreadThatLogs) {
     int other = 0;
     std::thread([&other] {
         other = MRBBridge::ThreadId();

@@ -18,7 +18,7 @@ using Bridge::ScriptArray;
 using MRBBridge::CMRBAdapterProvider;
 using Lines = std::vector<std::string>;
 
-class ProviderLife : public EngineTest {
+class ProviderLifecycle : public EngineTest {
   protected:
     static void throwNext(const char *function) {
         recording::Reply reply;
@@ -34,7 +34,7 @@ class ProviderLife : public EngineTest {
     }
 };
 
-TEST_F(ProviderLife, ExceptionOfAnAdaptersConstructorReachesTheCaller) {
+TEST_F(ProviderLifecycle, ExceptionOfAnAdaptersConstructorReachesTheCaller) {
     throwNext("thumbnail_init");
     EXPECT_THROW(construct(), std::runtime_error);
     EXPECT_EQ(calls(), Lines{"thumbnail_init()"});
@@ -43,7 +43,7 @@ TEST_F(ProviderLife, ExceptionOfAnAdaptersConstructorReachesTheCaller) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, StorageOfAProviderThatCouldNotBeCreatedIsFreed) {
+TEST_F(ProviderLifecycle, StorageOfAProviderThatCouldNotBeCreatedIsFreed) {
     const QueuedFunctions queued;
     throwNext("thumbnail_init");
     EXPECT_THROW(construct(), std::runtime_error);
@@ -51,7 +51,7 @@ TEST_F(ProviderLife, StorageOfAProviderThatCouldNotBeCreatedIsFreed) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, AdaptersCreatedBeforeTheOneThatThrowsAreNotReleased) {
+TEST_F(ProviderLifecycle, AdaptersCreatedBeforeTheOneThatThrowsAreNotReleased) {
     for (const size_t size :
          {sizeof(MRBBridge::CMRBAgentAdapter), sizeof(MRBBridge::CMRBStorageMgrAdapter)}) {
         forget();
@@ -67,7 +67,7 @@ TEST_F(ProviderLife, AdaptersCreatedBeforeTheOneThatThrowsAreNotReleased) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, ThumbnailAdapterThatCannotBeAllocatedCallsNothing) {
+TEST_F(ProviderLifecycle, ThumbnailAdapterThatCannotBeAllocatedCallsNothing) {
     {
         const FailingAllocation failing(sizeof(MRBBridge::CMRBThumbnailAdapter));
         EXPECT_THROW(construct(), std::bad_alloc);
@@ -76,7 +76,7 @@ TEST_F(ProviderLife, ThumbnailAdapterThatCannotBeAllocatedCallsNothing) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, ProvidersAreMadeAfterOneThatCouldNotBe) {
+TEST_F(ProviderLifecycle, ProvidersAreCreatedAfterOneThatFailed) {
     throwNext("thumbnail_init");
     EXPECT_THROW(construct(), std::runtime_error);
     drainMainLoop();
@@ -86,7 +86,7 @@ TEST_F(ProviderLife, ProvidersAreMadeAfterOneThatCouldNotBe) {
     drainMainLoop();
 }
 
-TEST_F(ProviderLife, FunctionsAreLetGoOfFromTheLastToTheFirstWhenTheAdaptersAreGone) {
+TEST_F(ProviderLifecycle, FunctionsAreReleasedFromTheLastToTheFirstAfterTheAdapters) {
     auto *const provider = new CMRBAdapterProvider;
     for (const int func : {0, 3, 26, 31, 35, 37}) {
         const Values arguments = {evaluate("(function f" + std::to_string(func) + "() {})")};
@@ -103,7 +103,7 @@ TEST_F(ProviderLife, FunctionsAreLetGoOfFromTheLastToTheFirstWhenTheAdaptersAreG
 
 // Each of these ends a copy of this process.
 
-TEST_F(ProviderLife, ExceptionThatLeavesAnAdaptersDestructorEndsTheProcess) {
+TEST_F(ProviderLifecycle, ExceptionThatLeavesAnAdaptersDestructorEndsTheProcess) {
     for (const char *function : {"thumbnail_finalize", "mrb_unset_usb_callback", "mrb_unset_dlna_callback",
                                  "mrb_finalize_dlna_service"}) {
         auto *const provider = new CMRBAdapterProvider;

@@ -17,7 +17,7 @@ using Lines = std::vector<std::string>;
 
 constexpr const char *REFUSED = "{\"return_ecode\":2}\n";
 
-/// What each command calls itself in its log lines; two of them share one name.
+/// The commands' names in their log lines; two of them share one name.
 const std::map<int, std::string> command_names = {
     {0, "mrb_request_list_v2"},
     {1, "mrb_cancel_request_list_v2"},
@@ -61,7 +61,7 @@ const std::map<int, std::string> command_names = {
     {39, "mrb_get_dlna_list"},
 };
 
-/// The function names that the adapters' operations carry in the log.
+/// The function names of the adapters' operations in the log.
 const std::map<int, std::string> operation_names = {
     {0, "RequestList"},
     {1, "CancelRequestList"},
@@ -154,7 +154,7 @@ TEST_P(Provider, ExecuteServesCommandsWithARequest) {
     }
 }
 
-TEST_P(Provider, ExecuteRefusesWhatIsNoStringBeforeAWrongCommand) {
+TEST_P(Provider, ExecuteRefusesANonStringBeforeAWrongCommand) {
     const Values arguments = {evaluate("12")};
     EXPECT_EQ(textOf(provider_.Execute(GetParam(), ScriptArray(arguments))), REFUSED);
     EXPECT_EQ(takeLog(), Lines{PROVIDER + "Execute: Invalid js string."});
@@ -181,7 +181,7 @@ TEST_P(Provider, ExecuteWithCallbackServesAsynchronousCommands) {
     }
 }
 
-TEST_P(Provider, ExecuteWithCallbackRefusesWhatIsNoFunctionBeforeAWrongCommand) {
+TEST_P(Provider, ExecuteWithCallbackRefusesANonFunctionBeforeAWrongCommand) {
     const Values arguments = {evaluate("'{}'"), evaluate("'{}'")};
     EXPECT_EQ(textOf(provider_.ExecuteWithCallback(GetParam(), ScriptArray(arguments))), REFUSED);
     EXPECT_EQ(takeLog(), Lines{PROVIDER + "ExecuteWithCallback: Invalid js callback."});

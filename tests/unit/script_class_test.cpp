@@ -18,7 +18,7 @@ TEST_F(EngineTest, LoadBridgesReturnsOneBridgeMoreEachTime) {
     EXPECT_STREQ(second[1]->getScriptClassName(), "MRBBridge");
 }
 
-TEST_F(EngineTest, MethodNamesStandInRowsOfFortyPaddedWithZeros) {
+TEST_F(EngineTest, MethodNamesAreRowsOfFortyPaddedWithZeros) {
     static_assert(sizeof(MRBBridge::func_list) == 1600);
     EXPECT_STREQ(MRBBridge::func_list[0], "mrb_request_list_v2");
     EXPECT_STREQ(MRBBridge::func_list[35], "mrb_Init_dlna_service");

@@ -1,5 +1,5 @@
-// The storage manager's adapter from inside: its record writers, and what only
-// happens to an adapter that no provider has set up.
+// White-box tests of the storage manager's adapter: its record writers, and an adapter
+// without a provider.
 
 #include "MRBStorageMgrAdapter.h"
 
@@ -20,7 +20,7 @@ _mrb_storage_s *device(std::map<std::string, Value> values) {
 
 class Storage : public EngineTest {
   protected:
-    /// An adapter without provider and callback entry, known to the framework.
+    /// An adapter without provider and callback entry, registered with the framework.
     Storage() : adapter_(*new CMRBStorageMgrAdapter) { // the framework may keep it as user data
         adapter_.SetUSBCallback();
         adapter_.SetDLNACallback();
@@ -45,7 +45,7 @@ TEST_F(Storage, DlnaRecordHasFourKeys) {
     EXPECT_EQ(calls().size(), 4U);
 }
 
-TEST_F(Storage, RecordIsWrittenBehindWhatStandsThere) {
+TEST_F(Storage, RecordIsAppendedToExistingKeys) {
     Json::Value record;
     record["storage_event"] = 7;
     MRBBridge::WriteDLNARecord(device({}), record);

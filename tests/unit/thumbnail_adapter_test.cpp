@@ -1,5 +1,5 @@
-// The thumbnail adapter from inside: the request's record and context, the bitmap
-// writer's answer, and what only happens to an adapter that no provider has set up.
+// White-box tests of the thumbnail adapter: the request's record and context, the bitmap
+// writer's result, and an adapter without a provider.
 
 #include "MRBThumbnailAdapter.h"
 
@@ -19,7 +19,7 @@ using MRBBridge::CMRBThumbnailAdapter;
 using MRBBridge::ThumbRequestContext;
 using Lines = std::vector<std::string>;
 
-/// What the delivery was given last.
+/// The arguments of the last delivery.
 struct Delivered {
     int func = -1;
     std::string text;
@@ -106,7 +106,7 @@ TEST_F(Thumbnail, RequestWithoutAPathHasNoContext) {
     EXPECT_EQ(record_.callback, nullptr);
 }
 
-TEST_F(Thumbnail, BitmapWriterAnswersZeroOrMinusOne) {
+TEST_F(Thumbnail, BitmapWriterReturnsZeroOrMinusOne) {
     const std::string file = testing::TempDir() + "thumbnail_test.bmp";
     const std::array<unsigned char, 4> pixel{1, 2, 3, 4};
     EXPECT_EQ(CMRBThumbnailAdapter::m_BmpWrite(pixel.data(), nullptr, 1, 1, file.c_str()), 0);
@@ -140,7 +140,7 @@ TEST_F(Thumbnail, PointersOfReleasedBuffersAreCleared) {
     EXPECT_EQ(result.preset_buffer, nullptr);
 }
 
-TEST_F(Thumbnail, PathOfAResultThatFillsItsRoomIsReadToItsEnd) {
+TEST_F(Thumbnail, PathOfAResultThatFillsItsBufferIsReadToItsEnd) {
     deliverHere();
     thumb_result_s result{};
     std::fill(std::begin(result.origin_path), std::end(result.origin_path) - 1, 'x');

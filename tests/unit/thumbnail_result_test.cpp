@@ -1,4 +1,4 @@
-// The result of a thumbnail request from inside: when its context is released.
+// White-box tests of thumbnail results: when the request's context is released.
 
 #include <array>
 #include <climits>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A block whose release is noted.
+/// A block whose release is recorded.
 struct Watched {
     const void *block = nullptr;
     std::function<void()> released;
@@ -70,7 +70,7 @@ class ThumbnailResult : public EngineTest {
     CMRBThumbnailAdapter adapter_;
 };
 
-TEST_F(ThumbnailResult, ContextIsReleasedBeforeTheFlashCacheIsAsked) {
+TEST_F(ThumbnailResult, ContextIsReleasedBeforeTheFlashCacheIsCalled) {
     int calls_before = -1;
     thumb_result_s result = onePixel();
     ThumbRequestContext *const context =

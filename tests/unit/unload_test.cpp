@@ -1,5 +1,5 @@
-// Loading and unloading the library again and again, as a host does that keeps bridges
-// only for as long as it needs them: nothing but the bridges may be left.
+// Loading and unloading the library repeatedly, as a host does that keeps bridges only
+// for as long as it needs them: nothing but the bridges may remain allocated.
 
 #include <dlfcn.h>
 #include <malloc.h>
@@ -48,8 +48,8 @@ class Unload : public EngineTest {
     Unload(const Unload &) = delete;
     Unload &operator=(const Unload &) = delete;
 
-    /// Loads the copy, has it make a bridge, makes and destroys so many native parts of
-    /// it at once, and unloads the copy.
+    /// Loads the copy, creates a bridge, creates and destroys so many native parts of it
+    /// at once, and unloads the copy.
     void cycle(size_t parts) {
         const v8::HandleScope scope(testIsolate());
         void *const library = dlopen(copy_.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -70,8 +70,8 @@ class Unload : public EngineTest {
         ASSERT_EQ(dlopen(copy_.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
     }
 
-    /// By how much a cycle makes the process grow, in bytes: the median, since the engine
-    /// and the C library enlarge their own stores now and then.
+    /// By how many bytes a cycle makes the process grow: the median, since the engine
+    /// and the C library occasionally enlarge their own stores.
     long growthPerCycle(size_t parts) {
         constexpr int cycles = 9;
         std::vector<long> growths;
@@ -88,7 +88,7 @@ class Unload : public EngineTest {
     std::string copy_;
 };
 
-TEST_F(Unload, NativePartsThatWereMadeAndDestroyedLeaveNothingMoreThanTheBridge) {
+TEST_F(Unload, NativePartsThatWereCreatedAndDestroyedLeaveNothingMoreThanTheBridge) {
     // A pointer kept for each of them would be 4,000 bytes.
     const long of_bridge = growthPerCycle(0);
     EXPECT_LT(growthPerCycle(500) - of_bridge, 2000);
