@@ -5,7 +5,7 @@ import { test } from 'node:test';
 
 import { assertAborted, runChild } from './child.mjs';
 
-test('a general parameter object that cannot be made ends the process', async () => {
+test('a general parameter object that cannot be created ends the process', async () => {
     const result = await runChild(`
         const bridge = openBridge();
         rec.queue('mrb_create_general_param', { result: -9 });

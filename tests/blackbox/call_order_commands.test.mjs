@@ -21,7 +21,7 @@ const UNREADABLE = '{nonsense';
 for (const command of COMMANDS) {
     const { name: method, fn, keys } = command;
 
-    test(`${method} logs what it works on before it calls the framework`, () => {
+    test(`${method} logs its parameters before it calls the framework`, () => {
         const values = valuesOf(command);
         assertOrder(bridge, { method, fn, request: requestOf(command),
                               between: [...command.log(...values), ...command.calls(...values)] });
@@ -35,7 +35,7 @@ for (const command of COMMANDS) {
     });
 }
 
-/** The commands that the table above has not: what they do between their first and last line. */
+/** The commands that are not in the table above: their calls and lines between the first and the last line. */
 const OTHERS = [
     { method: 'mrb_cancel_request_list_v2', fn: 'CancelRequestList', own: [], calls: [[]] },
     { method: 'mrb_disconnect_v2', fn: 'DisConnect', own: ['Agent[0x12]'], calls: [[]] },
@@ -52,7 +52,7 @@ const OTHERS = [
 ];
 
 for (const { method, fn, label, keys = {}, own, calls } of OTHERS) {
-    test(`${method} logs what it works on before it calls the framework`, () => {
+    test(`${method} logs its parameters before it calls the framework`, () => {
         assertOrder(bridge, { method, fn, label, request: { param_agent: 18, ...keys },
                               between: [...own.map((line) => agent(fn, line)),
                                         ...calls.map((args) => [method, 18, ...args])] });
@@ -98,7 +98,7 @@ test('twenty-six commands are the agent\'s', () => {
 });
 
 for (const [method, fn, label = method] of AGENT) {
-    test(`${method} logs its request before it says that it cannot be parsed`, () => {
+    test(`${method} logs its request before the parse failure`, () => {
         call(bridge, method, ...([REQUEST_LIST, BATCH].includes(method) ? [ignore] : []), UNREADABLE);
         assertEvents([agent(fn, `ReqCmd[${label}], ReqParam[${UNREADABLE}].`),
                       json('CMRBBridgeJson', `Json::Reader parse string[${UNREADABLE}] faild.`)],
@@ -113,7 +113,7 @@ for (const [method, fn] of [['thumbnail_request_async', 'ThumbnailRequestAsync']
         thumbnail(fn, `strCmd[${method}] eResult[${code}] strReturnJson[{"return_ecode":${code}}\n].`);
     const run = (request) => call(bridge, method, ...(method.endsWith('async') ? [ignore] : []), request);
 
-    test(`${method} that cannot be parsed says so, then that it has no path`, () => {
+    test(`${method} that cannot be parsed logs it, then that it has no path`, () => {
         run(UNREADABLE);
         assertEvents([json('CMRBBridgeJson', `Json::Reader parse string[${UNREADABLE}] faild.`),
                       missingKey('param_origin_path'), thumbnail('m_GetThumbRequest', 'strPath empth!!!'),
@@ -175,7 +175,7 @@ for (const [method, fn, list, args] of [['mrb_get_usb_list', 'GetUSBList', 'mrb_
 
 // ---- the life of an object ------------------------------------------------------------
 
-test('an object is made between its lines', () => {
+test('an object is created between its log lines', () => {
     quill.unref(new MRBBridge());
     assertEvents([provider('CMRBAdapterProvider', 'create CMRBAdapterProvider.'),
                   thumbnail('CMRBThumbnailAdapter', 'create CMRBThumbnailAdapter...'), ['thumbnail_init'],

@@ -20,7 +20,7 @@ const reading = (name) => agent('GetItemValue', `Agent[0x12],index[7], field[${n
 
 for (const [name, kind, preset] of [['SIZE', 'lint', 0], ['LONGITUDE', 'double', 0], ['ADDED_TIME', 'time', 0],
                                     ['TITLE', 'char', null], ['WIDTH', 'int', 0], ['IS_DRM', 'bool', false]]) {
-    test(`a ${kind} field is read after the cursor has moved and the log has said which kind`, () => {
+    test(`a ${kind} field is read after the cursor has moved and its kind was logged`, () => {
         const text = kind === 'double' ? '{"return_data":0.0,"return_ecode":0,"return_type":6}\n' : undefined;
         assertOrder(bridge, { ...GET, request: field(name), text,
                       between: [reading(name), MOVE, agent('GetItemValue', `Dealing get ${kind} value.`),

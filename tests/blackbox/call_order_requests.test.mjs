@@ -111,7 +111,7 @@ for (const { type, more = {}, own } of SHARES) {
     });
 }
 
-test('a share reads its list and its type, in this order, before it makes anything', () => {
+test('a share reads its list and its type, in this order, before it creates anything', () => {
     rec.queue(BATCH, { result: -4 });
     call(bridge, BATCH, () => {}, {});
     const [, first, second, third] = rec.events();

@@ -81,7 +81,7 @@ for (const { name, fn, listCall, kind } of LISTS) {
         assert.deepEqual(rec.trace(), [listCall]);
     });
 
-    test(`${name} succeeds whatever the destruction of the list says`, () => {
+    test(`${name} succeeds whatever the destruction of the list returns`, () => {
         rec.queue(COUNT, { result: 0 });
         rec.queue(DESTROY, { result: -8 });
         assert.equal(call(bridge, name).return_ecode, 0);
@@ -122,7 +122,7 @@ for (const { name, fn, listCall, kind } of LISTS) {
                          ['写真 🎞 "%s\\n" \n\u0001', 'M\ufffdll']);
     });
 
-    test(`${name}: a device that says nothing of itself still has every key`, () => {
+    test(`${name}: a device without any values still has every key`, () => {
         attach([rec.device({})]);
         assert.deepEqual(devicesIn(call(bridge, name)), [kind.emptyRecord]);
     });

@@ -154,7 +154,7 @@ const PLAYS = {
     },
 };
 
-test('10,000 rounds of registering, replacing, removing and releasing: nothing comes late or to another', async () => {
+test('10,000 rounds of registering, replacing, removing and releasing: no event comes late or to another object', async () => {
     const plays = Object.values(PLAYS);
     const before = rec.stormEvent();
     const received = await inStorm(10_000, (open, rain, round) => plays[round % plays.length](open, rain));

@@ -1,5 +1,6 @@
-// Comparing the order of framework calls, log lines and callbacks' returns. An expected call is an array, [name, ...arguments]; an expected line is made
-// by log_lines.mjs; what a callback returns is made by `returned`.
+// Comparing the order of framework calls, log lines and callbacks' returns. An expected
+// call is an array, [name, ...arguments]; an expected line is built by log_lines.mjs; an
+// expected return by `returned`.
 
 import assert from 'node:assert/strict';
 
@@ -42,7 +43,7 @@ const sorted = (answer) => Object.fromEntries(Object.entries(answer).sort(([a], 
 /**
  * Calls an agent command, which must do exactly what `between` says, in this order, between
  * its first and its last line. `label` is its name in the log where it is another one, and
- * `text` the answer's where it is not the shortest. Answers the parsed answer.
+ * `text` the answer's where it is not the shortest. Returns the parsed answer.
  */
 export function assertOrder(bridge, { method, fn, label = method, request, between, text }) {
     const takesFunction = ['mrb_request_list_v2', 'mrb_batch_process_v2'].includes(method);

@@ -28,7 +28,7 @@ async function drained() {
     quill.release(bridge);
 }
 
-test('a registered function and its object live on when the script has forgotten both', async () => {
+test('a registered function and its object stay alive without a reference in the script', async () => {
     const { receive, delivered } = inbox();
     const registration = rec.registrations('list');
     (() => { bridgeWithListCallback((text) => receive(text)); })();
@@ -73,7 +73,7 @@ test('an object that was released is not held', async () => {
     assert.ok(await isCollected(weak));
 });
 
-test('a thousand objects made and released leave no function held', async () => {
+test('a thousand objects created and released leave no function held', async () => {
     const functions = [];
     for (let i = 0; i < 1000; ++i) {
         const receive = () => i;

@@ -14,8 +14,8 @@ const MOVE = 'mrb_move_to_index_v2';
 
 /*
  * fields  every field of the type
- * getter  the framework's function that reads it, and what it finds preset
- * out     values: what the framework gives, what the script gets, and how it is written
+ * getter  the framework's function that reads it, and the value that it finds preset
+ * out     values: what the framework returns, what the script gets, and how it is written
  */
 const TYPES = {
     lint: { type: 1, preset: 0, fields: ['SIZE', 'DURATION'],

@@ -18,7 +18,7 @@ const groupCountLog = (request, between) =>
 const invalid = (type) => json('Get', `Get fail. jsonvalue is invalid type[${type}].`);
 const unparsed = (text) => json('CMRBBridgeJson', `Json::Reader parse string[${text}] faild.`);
 
-/** Counts groups with a request text; answers the handle that reached the framework. */
+/** Counts groups with a request text; returns the handle that reached the framework. */
 function handleOf(text) {
     const answer = call(bridge, GROUPS, text);
     assert.equal(answer.return_ecode, 0);
@@ -26,19 +26,19 @@ function handleOf(text) {
     return handle;
 }
 
-test('an empty text is no document: the preset is used and the log says type 0', () => {
+test('an empty text is not a document: the preset is used and the log says type 0', () => {
     assert.equal(handleOf(''), 0);
     assertLogs(groupCountLog('', [invalid(0)]), { onMainThread: true });
 });
 
-test('an array of two elements parses but is no document: the log says type 6', () => {
+test('an array of two elements parses but is not a document: the log says type 6', () => {
     assert.equal(handleOf('[1,2]'), 0);
     assertLogs(groupCountLog('[1,2]', [invalid(6)]));
 });
 
 for (const [text, type] of [['null', 0], ['7', 1], ['-2147483649', 1], ['18446744073709551615', 2], ['1.5', 3],
                             ['"text"', 4], ['true', 5], ['[]', 6]]) {
-    test(`the text ${text} is no document: the log says type ${type}`, () => {
+    test(`the text ${text} is not a document: the log says type ${type}`, () => {
         assert.equal(handleOf(text), 0);
         assert.ok(rec.logs().some((line) => line.text.includes(`Get fail. jsonvalue is invalid type[${type}].`)));
     });
@@ -50,7 +50,7 @@ test('a text that does not parse is logged whole', () => {
     assertLogs([unparsed('{nonsense')], { lines: [line] });
 });
 
-test('a text that breaks off after some members is read as far as it goes', () => {
+test('a text that ends after some members is read up to there', () => {
     const text = '{"param_agent":5,';
     assert.equal(handleOf(text), 5);
     assertLogs(groupCountLog(text, [unparsed(text)]));
@@ -71,14 +71,14 @@ test('a missing key is logged with its name and the preset used', () => {
     assertLogs(groupCountLog('{}', [json('Get', 'NO strKey[param_agent] in josn.')]));
 });
 
-test('a text where an integer is wanted is logged as type 4 and the preset used', () => {
+test('a text where an integer is expected is logged as type 4 and the preset used', () => {
     assert.equal(handleOf('{"param_agent":"5"}'), 0);
     assertLogs(groupCountLog('{"param_agent":"5"}', [json('Get', 'value.type[4].')]));
 });
 
 for (const [value, type] of [['null', 0], ['2147483648', 2], ['-2147483649', 1], ['18446744073709551615', 2],
                              ['1.5', 3], ['true', 5], ['[5]', 6], ['{"a":5}', 7]]) {
-    test(`the value ${value} where an integer is wanted is logged as type ${type}`, () => {
+    test(`the value ${value} where an integer is expected is logged as type ${type}`, () => {
         const text = `{"param_agent":${value}}`;
         assert.equal(handleOf(text), 0);
         assertLogs(groupCountLog(text, [json('Get', `value.type[${type}].`)]));
@@ -98,7 +98,7 @@ test('the last of two equal keys is read', () => {
     assert.equal(handleOf('{"param_agent":1,"param_agent":2}'), 2);
 });
 
-test('a number where a bool is wanted is logged and the preset used', () => {
+test('a number where a bool is expected is logged and the preset used', () => {
     rec.queue('mrb_get_item_count_v2', { out: 3 });
     const text = '{"param_agent":1,"get_item_count_for_each_type":1}';
     assert.deepEqual(call(bridge, 'mrb_get_item_count_v2', text),

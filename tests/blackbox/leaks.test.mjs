@@ -107,7 +107,7 @@ test('20,000 deliveries to a function leave nothing', async () => {
     });
 });
 
-test('2,000 objects that are made and released leave nothing', async () => {
+test('2,000 objects that are created and released leave nothing', async () => {
     await assertLeavesNothing(2_000, async (count) => {
         for (let i = 0; i < count; ++i) {
             const object = new MRBBridge();

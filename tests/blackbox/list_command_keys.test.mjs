@@ -11,7 +11,7 @@ import { agentCommand, assertLogs, json } from './log_lines.mjs';
 
 const bridge = openBridge();
 
-/** A value of each JSON type, with the number by which the log knows the type, and what else it is good for. */
+/** A value of each JSON type, with the type's number in the log, and the types that accept the value. */
 const JSON_VALUES = [
     { text: 'null', type: 0 }, { text: '5', type: 1, fits: 'int' }, { text: '-2147483649', type: 1 },
     { text: '4294967296', type: 2 }, { text: '1.5', type: 3 }, { text: '"5"', type: 4, fits: 'text' },
@@ -36,7 +36,7 @@ for (const command of COMMANDS) {
         assertWorksWith(command, JSON.stringify(requestOf(command)), valuesOf(command), []);
     });
 
-    test(`${name} reads its keys in whatever order they stand, and no others`, () => {
+    test(`${name} reads its keys in any order, and no others`, () => {
         const entries = Object.entries({ zzz: [{}], ...requestOf(command), param_unknown: null }).reverse();
         assertWorksWith(command, JSON.stringify(Object.fromEntries(entries)), valuesOf(command), []);
     });
@@ -94,17 +94,17 @@ function shown(value) {
     return text.length > 40 ? `${value.length} letters` : text;
 }
 
-// ---- what the framework gives ---------------------------------------------------
+// ---- what the framework returns ---------------------------------------------------
 
 for (const { name, answer } of COMMANDS.filter((command) => command.answer(18, false).return_type === 1)) {
     for (const value of [2147483647, -2147483648, -1]) {
-        test(`${name} answers ${value} as it came`, () => {
+        test(`${name} answers ${value} unchanged`, () => {
             rec.queue(name, { out: value });
             assert.deepEqual(call(bridge, name, { param_agent: 1 }), { ...answer(1, false), return_data: value });
         });
     }
 
-    test(`${name} answers no number that came with an error`, () => {
+    test(`${name} answers no number for an error`, () => {
         rec.queue(name, { result: -8, out: 77 });
         assert.equal(bridge[name]('{"param_agent":1}'), '{"return_ecode":-8}\n');
     });
@@ -135,7 +135,7 @@ for (const command of COMMANDS.filter(({ answer }) => answer(18, false).return_t
         assert.deepEqual(rec.blocks(), []);
     });
 
-    test(`${name} releases a text that came with an error, and says nothing of it`, () => {
+    test(`${name} releases a text that came with an error, and does not return it`, () => {
         rec.queue(name, { result: -4, out: 'secret' });
         const request = requestOf(command);
         assert.deepEqual(call(bridge, name, request), { return_ecode: -4 });

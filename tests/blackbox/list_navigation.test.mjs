@@ -15,7 +15,7 @@ const bridge = openBridge();
  * keys    request key, value, and what it is when it is missing
  * args    the framework's arguments, from the values
  * log     the command's own line, from the values; none for some
- * out     what the framework gives, and its "return_type"
+ * out     what the framework returns, and its "return_type"
  */
 const COMMANDS = [
     { name: 'mrb_set_navigation_v2', fn: 'SetNavigation', keys: [['param_agent', 18, 0], ['param_navigation', 3, 0]],
@@ -49,7 +49,7 @@ for (const { name, fn, keys, args, log, out, type } of COMMANDS) {
     const own = (of) => (log ? [agent(fn, log(...printed(of, keys)))] : []);
     const success = out === undefined ? { return_ecode: 0 } : { return_data: out, return_ecode: 0, return_type: type };
 
-    test(`${name} hands the request on and answers what the framework gives`, () => {
+    test(`${name} passes the request on and answers what the framework returns`, () => {
         if (out !== undefined) rec.queue(name, { out });
         assert.deepEqual(call(bridge, name, request), success);
         assert.deepEqual(rec.trace(), [[name, ...args(...values)]]);
@@ -145,7 +145,7 @@ test('a page style with keys of another type presets them', () => {
     assert.deepEqual(rec.trace(), pagesTrace(0, 0, 0, 0, 0, 0, false));
 });
 
-test('a page parameter object that cannot be made ends the process', async () => {
+test('a page parameter object that cannot be created ends the process', async () => {
     const result = await runChild(`
         const bridge = openBridge();
         rec.queue('mrb_create_page_param', { result: -9 });

@@ -7,7 +7,7 @@ import { test } from 'node:test';
 import { call, forget, METHODS, openBridge, rec } from './harness.mjs';
 import { bitmapFolder } from './thumbnail_records.mjs';
 
-/** The files that may stand at the beginning of the lines of a tag. */
+/** The files that may begin the lines of a tag. */
 const FILES = {
     'MRB-BRIDGE-COMMON': ['MRBAdapterProvider.cpp', 'MRBBridgeJson.cpp'],
     'MRB-BRIDGE-AGENT': ['MRBAgentAdapter.cpp'],

@@ -70,10 +70,10 @@ export function assertLine(line, wanted, what = 'the line') {
     assert.equal(parsed.thread, line.thread, `the thread that ${shown(line.text)} names`);
 }
 
-/** A text for a message: as JSON, and not longer than a reader wants. */
+/** A text for a message: as JSON, shortened. */
 export const shown = (text) => JSON.stringify(text.length > 400 ? `${text.slice(0, 400)}...` : text);
 
-/** The recorded lines must be exactly these; `onMainThread` says on which thread all were written. */
+/** The recorded lines must be exactly these; `onMainThread` names the thread that wrote all. */
 export function assertLogs(expected, { onMainThread, lines = rec.logs() } = {}) {
     lines.forEach((line, index) => {
         const wanted = expected[index];

@@ -54,7 +54,7 @@ test('queued replies go before the default, in their order', () => {
     assert.deepEqual(results, [-2, -3, -1]);
 });
 
-test('calls and log lines stand in one trace, each with its thread', () => {
+test('calls and log lines are in one trace, each with its thread', () => {
     const bridge = openBridge();
     call(bridge, 'mrb_disconnect_v2', { param_agent: 5 });
     const events = rec.events();
@@ -64,7 +64,7 @@ test('calls and log lines stand in one trace, each with its thread', () => {
     assert.deepEqual(rec.logs(), events.flatMap(({ line }) => line ?? []));
 });
 
-test('what a callback returned stands in the trace, with the thread that it ran on', () => {
+test('the result of a callback is in the trace, with the thread that it ran on', () => {
     const bridge = openBridge();
     call(bridge, 'thumbnail_request_async', () => {}, { param_origin_path: '/a' });
     rec.fireThumbnail({ result: -1 });
@@ -86,13 +86,13 @@ test('clearing the lines leaves the calls, and the other way round', () => {
     assert.ok(rec.logs().length > 0);
 });
 
-test('what is allocated and not released is counted', () => {
+test('memory that is allocated and not released is counted', () => {
     const before = rec.allocatedBytes();
     const buffer = Buffer.alloc(10_000_000);
     assert.ok(rec.allocatedBytes() - before >= buffer.length);
 });
 
-test('with recording switched off calls answer their defaults and leave no trace', () => {
+test('with recording switched off calls return their defaults and leave no trace', () => {
     const bridge = openBridge();
     rec.setDefault('mrb_get_group_count_v2', { out: 7 });
     rec.setRecording(false);

@@ -43,7 +43,7 @@ const kind = (fields) => ({
     /** The record of a device from the table. */
     record: Object.fromEntries(fields.map(([key, , , seen]) => [key, seen])),
 
-    /** What a device is that says nothing of itself. */
+    /** The record of a device without any values. */
     emptyRecord: Object.fromEntries(fields.map(([key, , value, seen]) =>
         [key, typeof value === 'bigint' ? '0' : { string: '', number: 0, boolean: false }[typeof seen]])),
 

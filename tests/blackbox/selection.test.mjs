@@ -14,7 +14,7 @@ const bridge = openBridge();
  * label   the command's name in the log, where it is another one
  * keys    the request's keys in the order in which they are read
  * own     the command's own line
- * out     what the framework gives; `preset` what it finds before; `type` of the answer
+ * out     what the framework returns; `preset` what it finds before; `type` of the answer
  */
 const THIN = [
     { name: 'mrb_deselect_all_v2', fn: 'DeselectAll', keys: ['param_agent'], own: (handle) => `Agent[${handle}]` },

@@ -45,7 +45,7 @@ const SHARES = [
 ];
 
 for (const { type, source = 3, set } of SHARES) {
-    test(`a share of type ${type} from a device of type ${source} sets what belongs to it, in order, and starts`, () => {
+    test(`a share of type ${type} from a device of type ${source} sets its parameters in order, and starts`, () => {
         const request = { ...FULL, param_share_type: type, param_source_device_type: source };
         rec.queue(START, { out: 77 });
         const answer = { return_data: 77, return_ecode: 0, return_type: 1 };
@@ -112,7 +112,7 @@ test('a share that fails answers the code alone, and its parameters are destroye
     assertLogs(agentCommand('BatchProcess', START, request, { return_ecode: -12 }));
 });
 
-test('parameter objects that cannot be made are the framework\'s to judge', () => {
+test('parameter objects that cannot be created are passed on all the same', () => {
     rec.queue('mrb_create_share_param', { result: -9 });
     rec.queue('mrb_create_share_user_data_param', { result: -9 });
     rec.queue(START, { result: -1 });
@@ -150,7 +150,7 @@ for (const [what, request, line] of [['without', {}, missingKey('param_share_han
 
 // ---- progress ---------------------------------------------------------------------
 
-/** An object whose share the framework refused: its callback is known, and it can be released. */
+/** An object whose share the framework refused: its callback is registered, and it can be released. */
 function bridgeWithShareCallback(receive) {
     const object = openBridge();
     rec.queue(START, { result: -1 });
@@ -159,7 +159,7 @@ function bridgeWithShareCallback(receive) {
     return object;
 }
 
-/** Fires one share event at an object of its own; answers the arguments of the script function. */
+/** Fires one share event at an object of its own; returns the arguments of the script function. */
 async function deliver(event) {
     const { receive, calls, delivered } = inbox();
     const object = bridgeWithShareCallback(receive);
@@ -256,7 +256,7 @@ test('progress goes to the function of shares and to no other', async () => {
     quill.release(object);
 });
 
-test('progress that waits when its object is released reaches nothing, nor an object made after it', async () => {
+test('progress that is queued when its object is released reaches no function, nor an object created after it', async () => {
     for (let round = 0; round < 50; ++round) {
         const released = bridgeWithShareCallback(() => assert.fail('of a released object'));
         for (let share = 0; share < 10; ++share) rec.fireShare({ share: 1, event: 2 });

@@ -12,8 +12,8 @@ const bridge = openBridge();
 /*
  * name    the method, the framework's function, and what the log line calls the command
  * fn      the operation, which the log line names
- * args    what the framework gets: a callback and the adapter as its user data, or nothing
- * takes   what the script gives
+ * args    the arguments of the framework: a callback and the adapter as its user data, or nothing
+ * takes   the arguments of the script
  */
 const COMMANDS = [
     { name: 'mrb_set_usb_callback', fn: 'SetUSBCallback', args: ['cb1', 'user1'], takes: [() => {}] },

@@ -24,7 +24,7 @@ const run = (program, ...args) => execFileSync(program, args, {
 
 /**
  * What other programs make of a file: its size, and its pixels from the top, three
- * bytes each. ImageMagick reads no bitmap that is longer than it says.
+ * bytes each. ImageMagick refuses a bitmap that is longer than its header says.
  */
 const READERS = {
     ImageMagick: (file) => ({
@@ -61,7 +61,7 @@ for (const [width, height] of [[1, 1], [2, 2], [3, 5], [5, 3], [257, 1], [1, 300
     }
 }
 
-test('a bitmap of 2x2 has 70 bytes, 4,166 with a preset buffer, and says 70 in both', async () => {
+test('a bitmap of 2x2 has 70 bytes, 4,166 with a preset buffer, and its header has 70 in both', async () => {
     const [plain, trailed] = ['plain.bmp', 'trailed.bmp'].map((name) => path.join(folder, name));
     await write(plain, 2, 2);
     await write(trailed, 2, 2, { preset: true });
@@ -96,7 +96,7 @@ test('a bitmap of no pixels is a header', async () => {
     assert.deepEqual(readFileSync(file), bitmapFile(0, 0, 0));
 });
 
-test('a bitmap goes to where a path with spaces, letters and a dot says', async () => {
+test('a path may hold spaces, letters and dots', async () => {
     const file = path.join(folder, './%s ä b');
     assert.equal(code(await write(file, 1, 1)), 100);
     assert.deepEqual(readFileSync(file), bitmapFile(0, 1, 1));
@@ -130,7 +130,7 @@ for (const [what, file, message] of [
     });
 }
 
-test('a missing folder is not made', () => assert.equal(existsSync(path.join(folder, 'none')), false));
+test('a missing folder is not created', () => assert.equal(existsSync(path.join(folder, 'none')), false));
 
 test('no file stays open', async () => {
     const open = () => new Set(Array.from({ length: 100 }, (_, number) => number)

@@ -25,7 +25,7 @@ const RESULTS = {
 };
 
 for (const [what, result] of Object.entries(RESULTS)) {
-    test(`a result ${what} is 101, logged as a failed write, and makes no file`, async () => {
+    test(`a result ${what} is 101, logged as a failed write, and creates no file`, async () => {
         const file = path.join(folder, `${what}.bmp`);
         const { text, returned, lines, blocks } = await answered(bridge, { param_save_path: [file] },
                                                                  { ...result, preset: true });
@@ -52,7 +52,7 @@ test('an image that is missing after one that is there leaves the first stored a
     assert.deepEqual([existsSync(first), existsSync(second)], [true, false]);
 });
 
-test('what is wrong with a save path is logged before what is wrong with the image', async () => {
+test('an error of the save path is logged before one of the image', async () => {
     const { lines } = await answered(bridge, { param_save_path: ['none.bmp'] }, RESULTS['without an image buffer']);
     assertLogs(resultLines([thumbnail('m_BmpWrite', 'can not find / in path:none.bmp')], NOT_STORED), { lines });
 });

@@ -27,7 +27,7 @@ export const FULL = { param_origin_path: '/media/a.jpg', param_save_path: ['/tmp
                       param_used_cache: 1, param_thumb_type: 1, param_video_frame_count: 5,
                       param_thumb_user_data: -77 };
 
-/** What the framework gets of a request: the record's fields in their order. */
+/** The framework's view of a request: the record's fields in their order. */
 export const recordOf = (request) =>
     [request.param_origin_path, request.param_media_type ?? 0, request.param_source_type ?? 0,
      request.param_orientation ?? 0, request.param_thumb_width ?? 0, request.param_thumb_height ?? 0,
@@ -67,7 +67,7 @@ export function bitmapFile(index, width, height, preset) {
     return Buffer.concat([header, ...rows.reverse(), ...(preset === undefined ? [] : [presetBytes(preset)])]);
 }
 
-/** A folder for this file's bitmaps, which goes with the process. */
+/** A folder for this file's bitmaps, removed when the process ends. */
 export function bitmapFolder() {
     const folder = mkdtempSync(path.join(os.tmpdir(), 'bitmaps-'));
     after(() => rmSync(folder, { recursive: true, force: true }));

@@ -39,7 +39,7 @@ for (const { name, fn, takes } of REQUESTS) {
     });
 
     for (const key of OPTIONAL_KEYS) {
-        test(`${name} without ${key} says so and takes the rest`, () => {
+        test(`${name} without ${key} logs it and uses the rest`, () => {
             const request = without(FULL, key);
             assert.deepEqual(send(request), { return_ecode: 0 });
             assert.deepEqual(rec.trace(), [[name, ...recordOf(request)]]);
@@ -49,7 +49,7 @@ for (const { name, fn, takes } of REQUESTS) {
         const wrong = key === 'param_save_path' ? [['/a.bmp', STRING], [7, INT], [null, NULL]]
             : [['7', STRING], [true, BOOL], [[7], ARRAY], [null, NULL]];
         for (const [value, type] of wrong) {
-            test(`${name} with ${JSON.stringify(value)} as ${key} says so and takes the rest`, () => {
+            test(`${name} with ${JSON.stringify(value)} as ${key} logs it and uses the rest`, () => {
                 assert.deepEqual(send({ ...FULL, [key]: value }), { return_ecode: 0 });
                 assert.deepEqual(rec.trace(), [[name, ...recordOf(without(FULL, key))]]);
                 assertLogs([mistypedKey(type), ...requestLines(fn, name, { flashCache: key !== 'param_thumb_type' })]);
@@ -125,7 +125,7 @@ for (const { name, fn, takes } of REQUESTS) {
 for (const { name, takes } of [...REQUESTS.map((entry) => ({ ...entry, takes: [...entry.takes, FULL] })),
                                    ...PLAIN.map((entry) => ({ ...entry, takes: [] }))]) {
     for (const code of [-1, -2147483648, 1, 2]) {
-        test(`${name} answers 0 when the framework says ${code}`, () => {
+        test(`${name} answers 0 when the framework returns ${code}`, () => {
             rec.queue(name, { result: code });
             assert.deepEqual(call(bridge, name, ...takes), { return_ecode: 0 });
             assert.equal(rec.trace().length, 1);

@@ -135,7 +135,7 @@ for (const [what, request] of [['no save path', {}], ['no element in the save pa
                                ['a number among the save paths', { param_save_path: ['/tmp/a', {}] }],
                                ['no save path for the flash cache', { param_thumb_type: 1 }]]) {
     for (const code of [0, 1, -1]) {
-        test(`${what} is 101 when the framework says ${code}, and its buffers stay`, async () => {
+        test(`${what} is 101 when the framework returns ${code}, and its buffers stay`, async () => {
             const { text, returned, lines, trace, blocks } = await answered(bridge, request,
                                                                             { ...ONE, result: code, preset: true });
             assert.equal(text, failure);

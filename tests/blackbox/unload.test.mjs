@@ -12,7 +12,7 @@ import { build } from './harness.mjs';
 const folder = mkdtempSync(path.join(os.tmpdir(), 'unload-'));
 after(() => rmSync(folder, { recursive: true, force: true }));
 
-/** What tests/recording/unload.cpp says of a copy. */
+/** The output of tests/recording/unload.cpp for a copy. */
 function unload() {
     const copy = path.join(folder, 'libcopy.so');
     copyFileSync(`${build}/lib/libquillmrbbridge.so`, copy);
