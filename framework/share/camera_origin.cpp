@@ -65,34 +65,34 @@ Status CameraOrigin::open(const ItemFacts &item, const CancellationToken &cancel
     return {};
 }
 
-Origin::End CameraOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    End end;
+CopyResult CameraOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    CopyResult result;
     FileWriter writer(destination);
     bool isOver = false;
     const bool isKnown = size_ >= 0;
     const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
     const auto take = [&](std::string_view bytes) {
         isOver = bytes.empty();
-        if (isKnown && bytes.size() > size - end.bytes) {
-            end.outcome = Status::protocolError("The camera sent more bytes than it reported.");
+        if (isKnown && bytes.size() > size - result.bytes) {
+            result.source = Status::protocolError("The camera sent more bytes than it reported.");
             return;
         }
-        end.destinationError = writer.write(bytes);
-        end.bytes += end.destinationError == 0 ? bytes.size() : 0;
+        result.destinationError = writer.write(bytes);
+        result.bytes += result.destinationError == 0 ? bytes.size() : 0;
     };
-    while (!isOver && !end.stopped && end.destinationError == 0 && end.outcome.ok()) {
+    while (!isOver && !result.stopped && result.destinationError == 0 && result.source.ok()) {
         Status outcome = download_->next(take);
         if (!outcome.ok()) {
-            end.outcome = std::move(outcome);
+            result.source = std::move(outcome);
         }
-        end.stopped = end.outcome.code == MRB_ERR_CANCELLED || (!isOver && !moved(end.bytes));
+        result.stopped = result.source.code == MRB_ERR_CANCELLED || (!isOver && !moved(result.bytes));
     }
-    if (isOver && isKnown && end.bytes < size) {
-        end.outcome = Status::protocolError("The camera sent fewer bytes than it reported.");
+    if (isOver && isKnown && result.bytes < size) {
+        result.source = Status::protocolError("The camera sent fewer bytes than it reported.");
     }
     download_.reset();
-    end.outcome = about(name_, std::move(end.outcome));
-    return end;
+    result.source = about(name_, std::move(result.source));
+    return result;
 }
 
 } // namespace mrb

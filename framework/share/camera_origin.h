@@ -22,7 +22,7 @@ class CameraOrigin final : public Origin {
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
     Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
-    End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
+    CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
   private:
     const std::shared_ptr<ListSession> list_;

@@ -35,6 +35,13 @@ Status outcomeOfWriting(int error, const std::string &name) {
     return Status::ofErrno(error, "Writing " + name);
 }
 
+// An errno.
+int setTimes(int file, const std::array<timespec, 2> &times) {
+    // A file system may not support time stamps; the copy is complete all the same.
+    const int error = futimens(file, times.data()) == 0 ? 0 : errno;
+    return error == EPERM || error == EOPNOTSUPP || error == EINVAL ? 0 : error;
+}
+
 } // namespace
 
 CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
@@ -172,30 +179,17 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &ite
     const std::string name = origin_->nameOf(item);
     listener.fileBegins(displayText(name), source.size, planned);
     bool isThere = true;
-    const Origin::End copied = origin_->copy(file.number(), [&](std::uint64_t bytes) {
+    CopyResult copied = origin_->copy(file.number(), [&](std::uint64_t bytes) {
         listener.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
         return isThere && !listener.stopped();
     });
-    const bool isWhole = copied.outcome.ok() && copied.destinationError == 0 && !copied.stopped;
-    const int timesError = isWhole && futimens(file.number(), source.times.data()) != 0 ? errno : 0;
-    // A file system may not support time stamps; the copy is complete all the same.
-    if (timesError != 0 && timesError != EPERM && timesError != EOPNOTSUPP && timesError != EINVAL) {
-        listener.fileEnds(false);
-        return destinationFailed(timesError, item.name);
+    if (copied.isWhole()) {
+        copied.destinationError = setTimes(file.number(), source.times);
     }
-    listener.fileEnds(isWhole);
-    if (!isThere) {
-        return destinationFailed(ENODEV, item.name);
-    }
-    if (copied.stopped) {
-        return end(MRB_EVENT_SHARE_STOPPED);
-    }
-    if (copied.destinationError != 0) {
-        return destinationFailed(copied.destinationError, item.name);
-    }
-    if (!copied.outcome.ok()) {
-        return sourceFailed(copied.outcome, item.name);
+    listener.fileEnds(copied.isWhole());
+    if (!copied.isWhole()) {
+        return isThere ? copyFailed(copied, item.name) : destinationFailed(ENODEV, item.name);
     }
     // The device writes while the next file is read.
     sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
@@ -252,6 +246,14 @@ CopyJob::Step CopyJob::saveFolders() {
     }
     // With a removed folder, the files in it are gone.
     return destination_.isThere() ? Step::GO_ON : destinationFailed(ENODEV, "");
+}
+
+CopyJob::Step CopyJob::copyFailed(const CopyResult &copied, const std::string &name) {
+    if (copied.stopped) {
+        return end(MRB_EVENT_SHARE_STOPPED);
+    }
+    return copied.destinationError != 0 ? destinationFailed(copied.destinationError, name)
+                                        : sourceFailed(copied.source, name);
 }
 
 CopyJob::Step CopyJob::sourceFailed(const Status &outcome, const std::string &name) {

@@ -64,43 +64,44 @@ int FileWriter::write(std::span<const char> bytes) {
 FileCopier::FileCopier() = default;
 FileCopier::~FileCopier() = default;
 
-CopyEnd FileCopier::copy(int source, int destination, std::uint64_t size,
-                         const std::function<bool(std::uint64_t)> &moved) {
-    CopyEnd end;
+CopyResult FileCopier::copy(int source, const std::string &name, int destination, std::uint64_t size,
+                            const std::function<bool(std::uint64_t)> &moved) {
+    CopyResult result;
     unsigned way = way_;
-    std::uint64_t done = 0;
+    std::uint64_t &done = result.bytes;
     while (done < size) {
         const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(PIECE, size - done));
         std::size_t count = 0;
         if (way == READ_WRITE) {
-            count = readAndWrite(source, destination, piece, end);
+            count = readAndWrite(source, name, destination, piece, result);
             if (count == 0) {
-                return end;
+                return result;
             }
         } else {
-            const ssize_t result = moveFast(way, source, destination, piece);
-            if (result <= 0) {
+            const ssize_t got = moveFast(way, source, destination, piece);
+            if (got <= 0) {
                 // A slower way either succeeds or shows which side failed.
-                const int error = result < 0 ? errno : 0;
+                const int error = got < 0 ? errno : 0;
                 if (error != EINTR) {
                     way = isUnknownCall(error) ? way + 1 : READ_WRITE;
                     way_ = isUnknownCall(error) ? way : way_;
                 }
                 continue;
             }
-            count = static_cast<std::size_t>(result);
+            count = static_cast<std::size_t>(got);
         }
         writeBehind(destination, done, done + count);
         done += count;
         if (!moved(done)) {
-            end.stopped = true;
-            return end;
+            result.stopped = true;
+            return result;
         }
     }
-    return end;
+    return result;
 }
 
-std::size_t FileCopier::readAndWrite(int source, int destination, std::size_t size, CopyEnd &end) {
+std::size_t FileCopier::readAndWrite(int source, const std::string &name, int destination, std::size_t size,
+                                     CopyResult &result) {
     if (!buffer_) {
         buffer_.reset(new char[PIECE]);
     }
@@ -109,11 +110,12 @@ std::size_t FileCopier::readAndWrite(int source, int destination, std::size_t si
         count = read(source, buffer_.get(), size);
     } while (count < 0 && errno == EINTR);
     if (count <= 0) {
-        end.sourceError = count < 0 ? errno : ENODATA;
+        result.source = count < 0 ? Status::ofErrno(errno, name)
+                                  : Status::ioError(name + ": the file became shorter while it was copied.");
         return 0;
     }
-    end.destinationError = writeAll(destination, {buffer_.get(), static_cast<std::size_t>(count)});
-    return end.destinationError == 0 ? static_cast<std::size_t>(count) : 0;
+    result.destinationError = writeAll(destination, {buffer_.get(), static_cast<std::size_t>(count)});
+    return result.destinationError == 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 } // namespace mrb

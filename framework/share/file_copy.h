@@ -5,15 +5,11 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
+
+#include "share/copy_result.h"
 
 namespace mrb {
-
-// How copying a file's bytes ended: all zero and false when all bytes were copied.
-struct CopyEnd {
-    int sourceError = 0;      // an errno; ENODATA: the file ended before its size
-    int destinationError = 0; // an errno
-    bool stopped = false;
-};
 
 // Writes bytes from memory to an empty file, at the speed of its device. Owned and used by one
 // thread.
@@ -41,17 +37,19 @@ class FileCopier {
     FileCopier(const FileCopier &) = delete;
     FileCopier &operator=(const FileCopier &) = delete;
 
-    // Copies `size` bytes from the beginning of one open file to another, which is empty. `moved`
-    // gets the number of bytes copied so far after each piece; false: stop.
-    CopyEnd copy(int source, int destination, std::uint64_t size,
-                 const std::function<bool(std::uint64_t)> &moved);
+    // Copies `size` bytes from the beginning of one open file, which errors call `name`, to
+    // another, which is empty. `moved` gets the number of bytes copied so far after each
+    // piece; false: stop.
+    CopyResult copy(int source, const std::string &name, int destination, std::uint64_t size,
+                    const std::function<bool(std::uint64_t)> &moved);
 
     // Starts with a slower way, as on file systems that do not support a faster one.
     enum Way : unsigned { RANGE, SEND, READ_WRITE };
     void beginWith(Way way) { way_ = way; }
 
   private:
-    std::size_t readAndWrite(int source, int destination, std::size_t size, CopyEnd &end);
+    std::size_t readAndWrite(int source, const std::string &name, int destination, std::size_t size,
+                             CopyResult &result);
 
     unsigned way_ = RANGE;
     std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): a vector would zero it

@@ -43,10 +43,10 @@ Status ListedOrigin::open(const ItemFacts &item, const CancellationToken & /*can
                                list_->source().mountOf(item), item.name, file));
 }
 
-Origin::End ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    End end = LocalOrigin::copy(destination, moved);
-    end.outcome = ofThisFile(std::move(end.outcome));
-    return end;
+CopyResult ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    CopyResult result = LocalOrigin::copy(destination, moved);
+    result.source = ofThisFile(std::move(result.source));
+    return result;
 }
 
 std::string ListedOrigin::pathOf(std::string path) const { return renamedPath(path, folderNameOf); }

@@ -16,9 +16,6 @@ namespace {
 constexpr mode_t COPIED_MODE = 0666;
 
 Status outcomeOfFile(int error, const std::string &name) {
-    if (error == ENODATA) {
-        return Status::ioError(displayText(name) + ": the file became shorter while it was copied.");
-    }
     return error == 0 ? Status() : Status::ofErrno(error, displayText(name));
 }
 
@@ -77,9 +74,8 @@ Status LocalOrigin::openFolder(std::string_view path, const MountIdentity &mount
     return outcomeOfFile(goTo(path, mount, folder), name);
 }
 
-Origin::End LocalOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    const CopyEnd copied = copier_.copy(file_.number(), destination, size_, moved);
-    return {outcomeOfFile(copied.sourceError, name_), copied.destinationError, copied.stopped, size_};
+CopyResult LocalOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    return copier_.copy(file_.number(), displayText(name_), destination, size_, moved);
 }
 
 } // namespace mrb

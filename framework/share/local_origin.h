@@ -20,7 +20,7 @@ class LocalOrigin : public Origin {
   public:
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override { return place_.isThere(); }
-    End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
+    CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     [[nodiscard]] int number() const override { return file_.number(); }
 

@@ -11,6 +11,7 @@
 #include "base/cancellation.h"
 #include "base/result.h"
 #include "media/item.h"
+#include "share/copy_result.h"
 
 namespace mrb {
 
@@ -23,15 +24,6 @@ class Origin {
         std::uint64_t size = 0; // bytes
         mode_t mode = 0;
         std::array<timespec, 2> times{}; // of last access and change, as futimens takes them
-    };
-
-    // How copying a file's bytes ended: complete when the code is MRB_ERR_NONE, `stopped` is
-    // false, and there is no error of the destination.
-    struct End {
-        Status outcome;
-        int destinationError = 0; // an errno
-        bool stopped = false;
-        std::uint64_t bytes = 0; // written
     };
 
     Origin() = default;
@@ -48,7 +40,7 @@ class Origin {
     virtual Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) = 0;
     // Copies the file that was opened last to an empty one. `moved` hears how many bytes
     // are there, again and again; false: stop.
-    virtual End copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
+    virtual CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
 
     // A descriptor of the most recently opened file, owned by this, if it can be read like any
     // other file; negative: only copy() provides its bytes.

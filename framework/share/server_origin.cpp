@@ -86,32 +86,32 @@ Status ServerOrigin::open(const ItemFacts &item, const CancellationToken &cancel
     return {};
 }
 
-Origin::End ServerOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    End end;
+CopyResult ServerOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    CopyResult result;
     FileWriter writer(destination);
     const auto take = [&](std::span<const char> bytes) {
-        if (bytes.size() > most_ - end.bytes) {
-            end.outcome = Status::protocolError(name_ + ": the server sent more bytes than it reported.");
+        if (bytes.size() > most_ - result.bytes) {
+            result.source = Status::protocolError(name_ + ": the server sent more bytes than it reported.");
             return false;
         }
-        end.destinationError = writer.write(bytes);
-        if (end.destinationError != 0) {
+        result.destinationError = writer.write(bytes);
+        if (result.destinationError != 0) {
             return false;
         }
-        end.bytes += bytes.size();
-        end.stopped = !moved(end.bytes);
-        return !end.stopped;
+        result.bytes += bytes.size();
+        result.stopped = !moved(result.bytes);
+        return !result.stopped;
     };
     Status outcome = transfers_->finishDownload(take, cancellation_);
-    end.stopped = end.stopped || outcome.code == MRB_ERR_CANCELLED;
-    if (end.stopped || end.destinationError != 0 || !end.outcome.ok()) {
-        return end;
+    result.stopped = result.stopped || outcome.code == MRB_ERR_CANCELLED;
+    if (result.stopped || result.destinationError != 0 || !result.source.ok()) {
+        return result;
     }
-    if (outcome.ok() && isExact_ && end.bytes < most_) {
+    if (outcome.ok() && isExact_ && result.bytes < most_) {
         outcome = Status::protocolError("The server sent fewer bytes than it reported.");
     }
-    end.outcome = judged(std::move(outcome));
-    return end;
+    result.source = judged(std::move(outcome));
+    return result;
 }
 
 Status ServerOrigin::judged(Status outcome) const {

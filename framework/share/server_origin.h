@@ -24,7 +24,7 @@ class ServerOrigin final : public Origin {
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
     Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
-    End copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
+    CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // Converts titles to names that any file system accepts.
     [[nodiscard]] std::string pathOf(std::string path) const override;

@@ -32,13 +32,13 @@ Status SpooledFile::fill(Origin &origin, const std::string &name, const Cancella
     if (error != 0) {
         return Status::ofErrno(error, about);
     }
-    Origin::End end =
-        origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
-    size_ = end.bytes;
-    if (end.stopped) {
-        return Status::cancelled();
+    CopyResult result = origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !isStopped(); });
+    size_ = result.bytes;
+    if (result.stopped) {
+        return {MRB_ERR_CANCELLED, {}};
     }
-    return end.destinationError != 0 ? Status::ofErrno(end.destinationError, about) : std::move(end.outcome);
+    return result.destinationError != 0 ? Status::ofErrno(result.destinationError, about)
+                                        : std::move(result.source);
 }
 
 } // namespace mrb

@@ -26,13 +26,14 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
             mrb::FileCopier copier;
             copier.beginWith(way);
             std::uint64_t last = 0;
-            const mrb::CopyEnd end = copier.copy(from.number(), to.number(), size, [&](std::uint64_t bytes) {
-                EXPECT_GT(bytes, last);
-                last = bytes;
-                return true;
-            });
-            EXPECT_EQ(end.sourceError, 0);
-            EXPECT_EQ(end.destinationError, 0);
+            const mrb::CopyResult end =
+                copier.copy(from.number(), "from", to.number(), size, [&](std::uint64_t bytes) {
+                    EXPECT_GT(bytes, last);
+                    last = bytes;
+                    return true;
+                });
+            EXPECT_TRUE(end.isWhole());
+            EXPECT_EQ(end.bytes, size);
             EXPECT_EQ(last, size);
             EXPECT_TRUE(support::areEqual(folder.path("from"), folder.path("to"))) << way << " " << size;
         }
@@ -46,17 +47,23 @@ TEST(FileCopier, ReturnsTheSideThatFailed) {
         const auto copy = [&](int from, int to, std::uint64_t size) {
             mrb::FileCopier copier;
             copier.beginWith(way);
-            return copier.copy(from, to, size, [](std::uint64_t /*bytes*/) { return true; });
+            return copier.copy(from, "from", to, size, [](std::uint64_t /*bytes*/) { return true; });
         };
         const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));
         const mrb::Descriptor to(
             ::open(folder.path("to").c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0600));
         const mrb::Descriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-        EXPECT_EQ(copy(from.number(), to.number(), 1001).sourceError, ENODATA);
+        const mrb::CopyResult shorter = copy(from.number(), to.number(), 1001);
+        EXPECT_EQ(shorter.source.code, MRB_ERR_IO);
+        EXPECT_EQ(shorter.source.message, "from: the file became shorter while it was copied.");
+        EXPECT_EQ(shorter.destinationError, 0);
+        EXPECT_EQ(shorter.bytes, 1000U);
         lseek(from.number(), 0, SEEK_SET);
-        EXPECT_EQ(copy(from.number(), full.number(), 1000).destinationError, ENOSPC);
+        const mrb::CopyResult tooLarge = copy(from.number(), full.number(), 1000);
+        EXPECT_EQ(tooLarge.destinationError, ENOSPC);
+        EXPECT_TRUE(tooLarge.source.ok());
         const mrb::Descriptor directory(::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC));
-        EXPECT_EQ(copy(directory.number(), to.number(), 1000).sourceError, EISDIR);
+        EXPECT_EQ(copy(directory.number(), to.number(), 1000).source.code, mrb::resultOfErrno(EISDIR));
     }
 }
 
@@ -65,8 +72,8 @@ TEST(FileCopier, StopsOnCancellation) {
     support::writeNoise(folder.path("from"), 5UL << 20, 1);
     const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));
     const mrb::Descriptor to(::open(folder.path("to").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
-    const mrb::CopyEnd end = mrb::FileCopier().copy(from.number(), to.number(), 5UL << 20,
-                                                    [](std::uint64_t bytes) { return bytes < 2UL << 20; });
+    const mrb::CopyResult end = mrb::FileCopier().copy(from.number(), "from", to.number(), 5UL << 20,
+                                                       [](std::uint64_t bytes) { return bytes < 2UL << 20; });
     EXPECT_TRUE(end.stopped);
     EXPECT_EQ(std::filesystem::file_size(folder.path("to")), 2UL << 20);
 }
