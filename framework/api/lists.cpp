@@ -58,6 +58,6 @@ int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item) {
 
 int mrb_move_to_index_v2(mrb_agent_handler_h agent, int index) {
     return withList(agent, [&](ListSession &session) {
-        return session.list().moveTo(index) ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
+        return session.list().cursor().moveTo(index) ? MRB_ERR_NONE : MRB_ERR_OUT_OF_RANGE;
     });
 }

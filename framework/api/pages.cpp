@@ -64,7 +64,8 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param) {
 }
 
 int mrb_set_navigation_v2(mrb_agent_handler_h agent, int navigation) {
-    return withList(agent, [&](ListSession &session) { return session.list().navigate(navigation); });
+    return withList(agent,
+                    [&](ListSession &session) { return session.list().cursor().navigate(navigation); });
 }
 
 int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation) {
@@ -72,7 +73,7 @@ int mrb_get_navigation_v2(mrb_agent_handler_h agent, int *navigation) {
         return MRB_ERR_INVALID_PARAMETER;
     }
     return withList(agent, [&](ListSession &session) {
-        *navigation = session.list().navigation();
+        *navigation = session.list().cursor().navigation();
         return MRB_ERR_NONE;
     });
 }

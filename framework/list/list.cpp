@@ -9,8 +9,8 @@
 namespace mrb {
 
 std::int32_t List::addFolder(std::int32_t parent, std::string_view name) {
-    const std::lock_guard guard(lock_);
-    return store_.addFolder(parent, name);
+    const std::lock_guard guard(state_.lock);
+    return state_.store.addFolder(parent, name);
 }
 
 bool List::add(std::span<const SourceItem> items) {
@@ -20,12 +20,12 @@ bool List::add(std::span<const SourceItem> items) {
     for (const SourceItem &item : items) {
         passes.push_back(wishes_.filter.passes(item));
     }
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(state_.lock);
     for (std::size_t index = 0; index < items.size(); ++index) {
         const SourceItem &item = items[index];
         const bool opens = item.type == MRB_ITEM_TYPE_FOLDER || item.opens > ROOT_FOLDER;
         const bool kept = passes[index] || opens;
-        if (kept && !store_.add(item, passes[index])) {
+        if (kept && !state_.store.add(item, passes[index])) {
             return false;
         }
     }
@@ -39,57 +39,57 @@ bool List::sort(const CancellationToken &cancellation, const FileValues &valuesO
     }
     // Without the lock: only this thread ever changes the store.
     std::optional<std::vector<std::int64_t>> values;
-    if (isOfFiles(order.key) && !(values = valuesOf(store_, order.key))) {
+    if (isOfFiles(order.key) && !(values = valuesOf(state_.store, order.key))) {
         return false;
     }
     std::optional<PagedVector<std::int32_t>> items =
-        sortItems(store_, order, cancellation, values.value_or(std::vector<std::int64_t>()));
+        sortItems(state_.store, order, cancellation, values.value_or(std::vector<std::int64_t>()));
     if (!items) {
         return false;
     }
-    const std::lock_guard guard(lock_);
-    view_.setOrder(*std::move(items));
+    const std::lock_guard guard(state_.lock);
+    state_.view.setOrder(*std::move(items));
     return true;
 }
 
 std::int32_t List::passed() const {
-    const std::lock_guard guard(lock_);
-    return store_.passed();
+    const std::lock_guard guard(state_.lock);
+    return state_.store.passed();
 }
 
 std::int32_t List::size() const {
-    const std::lock_guard guard(lock_);
-    return static_cast<std::int32_t>(view_.entries().size());
+    const std::lock_guard guard(state_.lock);
+    return static_cast<std::int32_t>(state_.view.entries().size());
 }
 
 std::int32_t List::count(unsigned type) const {
-    const std::lock_guard guard(lock_);
-    return view_.count(type);
+    const std::lock_guard guard(state_.lock);
+    return state_.view.count(type);
 }
 
 std::int32_t List::groupCount() const {
-    const std::lock_guard guard(lock_);
-    return static_cast<std::int32_t>(view_.groups().size());
+    const std::lock_guard guard(state_.lock);
+    return static_cast<std::int32_t>(state_.view.groups().size());
 }
 
 std::optional<ListEntry> List::entry(std::int32_t index) const {
-    const std::lock_guard guard(lock_);
-    const PagedVector<ViewEntry> &entries = view_.entries();
+    const std::lock_guard guard(state_.lock);
+    const PagedVector<ViewEntry> &entries = state_.view.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return std::nullopt;
     }
-    return describe(entries[static_cast<std::size_t>(index)]);
+    return state_.describe(entries[static_cast<std::size_t>(index)]);
 }
 
 std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
-    const std::lock_guard guard(lock_);
-    const PagedVector<ViewEntry> &entries = view_.entries();
+    const std::lock_guard guard(state_.lock);
+    const PagedVector<ViewEntry> &entries = state_.view.entries();
     // First the item, then its place: items are scanned in the store's order, which is their
     // order in memory; a sorted view would access memory at random.
-    for (std::int32_t item = 0; item < store_.size(); ++item) {
-        if (store_.isItem(item, wanted)) {
+    for (std::int32_t item = 0; item < state_.store.size(); ++item) {
+        if (state_.store.isItem(item, wanted)) {
             if (const auto found = std::ranges::find(entries, item); found != entries.end()) {
-                return static_cast<std::int32_t>(found - entries.begin()) / view_.style().pageSize();
+                return static_cast<std::int32_t>(found - entries.begin()) / state_.view.style().pageSize();
             }
         }
     }
@@ -99,37 +99,56 @@ std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
 std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) const {
     constexpr std::int32_t AT_ONCE = 4096;
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
-        const std::lock_guard guard(lock_);
-        if (begin >= store_.size()) {
+        const std::lock_guard guard(state_.lock);
+        if (begin >= state_.store.size()) {
             return std::nullopt;
         }
-        const std::int32_t end = std::min(begin + AT_ONCE, store_.size());
+        const std::int32_t end = std::min(begin + AT_ONCE, state_.store.size());
         for (std::int32_t index = begin; index < end; ++index) {
-            if (store_.is(index, folder, name)) {
-                return store_.facts(index);
+            if (state_.store.is(index, folder, name)) {
+                return state_.store.facts(index);
             }
         }
     }
 }
 
-ListEntry List::describe(ViewEntry entry) const {
-    ListEntry described;
-    if (entry >= 0) {
-        described.facts = store_.facts(entry);
-    } else if (isHeading(entry)) {
-        described.group = groupOfHeading(entry);
-        // The view may have changed since the cursor was put on a heading.
-        const PagedVector<Group> &groups = view_.groups();
-        if (std::cmp_less(described.group, groups.size())) {
-            const Group &group = groups[static_cast<std::size_t>(described.group)];
-            described.groupItems = group.items;
-            described.facts.name = view_.nameOf(group);
+void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
+    std::shared_ptr<const FileGroups> before; // ends without the lock
+    const std::lock_guard guard(state_.lock);
+    before = state_.view.setFileGroups(std::move(groups));
+}
+
+std::vector<std::int32_t> List::expand(const Selection &selection) const {
+    constexpr std::int32_t AT_ONCE = 65'536;
+    std::vector<std::int32_t> items;
+    std::vector<bool> inside; // of each folder: it is selected, or lies in one that is
+    for (std::int32_t begin = 0;; begin += AT_ONCE) {
+        const std::lock_guard guard(state_.lock);
+        for (auto folder = static_cast<std::int32_t>(inside.size()); folder < state_.store.folders();
+             ++folder) {
+            const std::int32_t parent = folder > ROOT_FOLDER ? state_.store.parent(folder) : NO_FOLDER;
+            const std::int32_t item = state_.store.itemOfFolder(folder);
+            inside.push_back((item >= 0 && selection.contains(item)) ||
+                             (parent >= 0 && inside[static_cast<std::size_t>(parent)]));
         }
-    } else if (entry == UPFOLDER_ENTRY) {
-        described.facts = store_.folderFacts(store_.parent(view_.folder().value_or(ROOT_FOLDER)));
+        const std::int32_t end = std::min(begin + AT_ONCE, state_.store.size());
+        for (std::int32_t item = begin; item < end; ++item) {
+            const std::int32_t folder = state_.store.folder(item);
+            const bool isInside = folder >= 0 && std::cmp_less(folder, inside.size()) &&
+                                  inside[static_cast<std::size_t>(folder)];
+            if (selection.contains(item) || (isInside && state_.store.passes(item))) {
+                items.push_back(item);
+            }
+        }
+        if (end == state_.store.size()) {
+            return items;
+        }
     }
-    described.facts.type = static_cast<std::uint8_t>(view_.typeOf(entry));
-    return described;
+}
+
+ItemFacts List::factsOf(std::int32_t item) const {
+    const std::lock_guard guard(state_.lock);
+    return state_.store.facts(item);
 }
 
 } // namespace mrb

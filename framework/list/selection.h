@@ -7,8 +7,8 @@
 namespace mrb {
 
 // The selected items of a store, by their numbers, so that no view and no sorting changes
-// the selection: one bit per item, and the count. Owned by a List, which holds its lock
-// around every call; a copy belongs to the caller.
+// the selection: one bit per item, and the count. Owned by a ListSelection, which holds the
+// list's lock around every call; a copy belongs to the caller.
 class Selection {
   public:
     [[nodiscard]] bool contains(std::int32_t item) const {

@@ -66,7 +66,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
     }
     // A client may read one field of each item of a long list: read only what the field needs.
     const std::optional<ListEntry> entry =
-        field->needs == FieldNeeds::NUMBERS ? session.list().currentNumbers() : session.current();
+        field->needs == FieldNeeds::NUMBERS ? session.list().cursor().currentNumbers() : session.current();
     if (!entry) {
         return Status::notFound("An empty list has no fields.");
     }

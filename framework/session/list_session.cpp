@@ -76,7 +76,7 @@ std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) cons
 // ---- groups by metadata ----
 
 int ListSession::setStyle(const PageStyle &style) {
-    const int code = list_->setStyle(style);
+    const int code = list_->cursor().setStyle(style);
     if (code != MRB_ERR_NONE || !groupReading_.want(style.grouping)) {
         return code;
     }

@@ -68,7 +68,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     [[nodiscard]] int reach(const ListEntry &entry) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
-    [[nodiscard]] std::optional<ListEntry> current() const { return list_->current(); }
+    [[nodiscard]] std::optional<ListEntry> current() const { return list_->cursor().current(); }
 
     // The page of the item with that media id; no value: not in the view. Any thread.
     [[nodiscard]] std::optional<std::int32_t> pageOf(const std::string &mediaId) const;

@@ -104,7 +104,7 @@ Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_
     if (!list) {
         return Status::invalidHandle("The handle is not one of an open list.");
     }
-    Selection selection = list->list().selection();
+    Selection selection = list->list().selection().copy();
     if (selection.count() == 0) {
         return Status::notFound("No item of the list is selected.");
     }

@@ -84,7 +84,8 @@ TEST(FileGroupsOfAList, ItemsWhoseFilesWereNotReadYetHaveNoName) {
     mrb::List list{{}};
     const mrb::SourceItem item{.name = "1.flac", .id = {}, .type = MRB_ITEM_TYPE_MUSIC};
     ASSERT_TRUE(list.add(std::vector{item, item}));
-    ASSERT_EQ(list.setStyle({.grouping = Grouping::ARTIST, .groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
+    ASSERT_EQ(list.cursor().setStyle({.grouping = Grouping::ARTIST, .groupIndex = MRB_GROUP_HEADINGS}),
+              MRB_ERR_NONE);
     ASSERT_EQ(list.groupCount(), 1);
     EXPECT_EQ(list.entry(0)->facts.name, "");
     EXPECT_EQ(list.entry(0)->groupItems, 2);
@@ -94,7 +95,8 @@ TEST(FileGroupsOfAList, ItemsWhoseFilesWereNotReadYetHaveNoName) {
     EXPECT_EQ(list.entry(0)->facts.name, "Zoë");
     EXPECT_EQ(list.entry(1)->groupItems, 1);
     // The value of another field does not matter.
-    ASSERT_EQ(list.setStyle({.grouping = Grouping::ALBUM, .groupIndex = MRB_GROUP_HEADINGS}), MRB_ERR_NONE);
+    ASSERT_EQ(list.cursor().setStyle({.grouping = Grouping::ALBUM, .groupIndex = MRB_GROUP_HEADINGS}),
+              MRB_ERR_NONE);
     EXPECT_EQ(list.groupCount(), 1);
 }
 

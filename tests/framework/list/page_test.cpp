@@ -290,12 +290,12 @@ TEST(View, FollowsAGrowingListInEveryStyle) {
         // A list without a group cannot show its first one, so that style comes with the first item.
         const bool isOfOneGroup = style.grouping != mrb::Grouping::NONE && style.groupIndex == 0;
         const int firstStep = isOfOneGroup ? 1 : 0;
-        ASSERT_EQ(growing.setStyle(style), isOfOneGroup ? MRB_ERR_OUT_OF_RANGE : MRB_ERR_NONE);
-        ASSERT_EQ(growing.navigate(navigation), MRB_ERR_NONE);
+        ASSERT_EQ(growing.cursor().setStyle(style), isOfOneGroup ? MRB_ERR_OUT_OF_RANGE : MRB_ERR_NONE);
+        ASSERT_EQ(growing.cursor().navigate(navigation), MRB_ERR_NONE);
         std::int32_t folders = 1;
         for (int step = 0; step < 40; ++step) {
             if (step == firstStep) {
-                ASSERT_EQ(growing.setStyle(style), MRB_ERR_NONE);
+                ASSERT_EQ(growing.cursor().setStyle(style), MRB_ERR_NONE);
             }
             const auto parent = static_cast<std::int32_t>(random() % static_cast<unsigned>(folders));
             const std::string name(1, static_cast<char>('a' + random() % 26));
@@ -310,8 +310,8 @@ TEST(View, FollowsAGrowingListInEveryStyle) {
             ASSERT_TRUE(growing.add({&item, 1}) && complete.add({&item, 1}));
             static_cast<void>(growing.size()); // brings the view up to date
         }
-        ASSERT_EQ(complete.setStyle(style), MRB_ERR_NONE);
-        ASSERT_EQ(complete.navigate(navigation), MRB_ERR_NONE);
+        ASSERT_EQ(complete.cursor().setStyle(style), MRB_ERR_NONE);
+        ASSERT_EQ(complete.cursor().navigate(navigation), MRB_ERR_NONE);
         ASSERT_EQ(growing.size(), complete.size());
         for (std::int32_t index = 0; index < complete.size(); ++index) {
             const mrb::ListEntry left = *growing.entry(index);
@@ -338,7 +338,7 @@ TEST(View, PagesLoseNothing) {
             style.columns = columns;
             style.byColumns = true;
             style.padded = true;
-            ASSERT_EQ(list.setStyle(style), MRB_ERR_NONE);
+            ASSERT_EQ(list.cursor().setStyle(style), MRB_ERR_NONE);
             ASSERT_EQ(list.size() % (rows * columns), 0);
             ASSERT_LT(list.size(), count + rows * columns);
             ASSERT_EQ(list.count(MRB_ITEM_TYPE_IMAGE), count);

@@ -216,14 +216,14 @@ TEST(Selection, IsKeptWhenTheListGrowsAndWhenItIsSortedAtItsEnd) {
                                      {.name = "b.jpg", .type = MRB_ITEM_TYPE_IMAGE}};
     const mrb::SourceItem second[] = {{.name = "c.jpg", .type = MRB_ITEM_TYPE_IMAGE}};
     ASSERT_TRUE(list.add(first));
-    EXPECT_EQ(list.toggleSelect(0), MRB_ERR_NONE);
+    EXPECT_EQ(list.selection().toggle(0), MRB_ERR_NONE);
     ASSERT_TRUE(list.add(second));
-    EXPECT_EQ(list.isSelected(0), true);
+    EXPECT_EQ(list.selection().isSelected(0), true);
     ASSERT_TRUE(list.sort([] { return false; }, nullptr));
     EXPECT_EQ(list.entry(2)->facts.name, "a.jpg");
-    EXPECT_EQ(list.isSelected(2), true);
-    EXPECT_EQ(list.isSelected(0), false);
-    EXPECT_EQ(list.selectionCount(), 1);
+    EXPECT_EQ(list.selection().isSelected(2), true);
+    EXPECT_EQ(list.selection().isSelected(0), false);
+    EXPECT_EQ(list.selection().count(), 1);
 }
 
 TEST(Selection, AHeadingIsSelectedWhenItsWholeGroupIs) {

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "list/list_state.h"
+
+namespace mrb {
+
+// Where a client stands in a list: how its pages are laid out, which folder is shown, and
+// the entry under the cursor. At first, and when the view loses its entry, the cursor is on
+// the first one. Owned by the List; any thread may call it.
+class ListCursor {
+  public:
+    explicit ListCursor(ListState &state) : state_(state) {}
+
+    // Puts the cursor on an entry; false when nothing has that index.
+    bool moveTo(std::int32_t index);
+
+    // The entry under the cursor; no value: the view is empty.
+    [[nodiscard]] std::optional<ListEntry> current() const;
+    // The same, of an item without its name, id and folder, which cost more than the rest.
+    [[nodiscard]] std::optional<ListEntry> currentNumbers() const;
+
+    // Lays the view out; a code of mrb/result.h.
+    int setStyle(const PageStyle &style);
+
+    // One of the MRB_NAVIGATION_ values; a code of mrb/result.h.
+    int navigate(int navigation);
+    [[nodiscard]] int navigation() const;
+
+  private:
+    // All with the state's lock held.
+    [[nodiscard]] std::optional<ViewEntry> underCursor() const;
+    int enterFolder();
+    int leaveFolder();
+    void keepCursor();
+
+    ListState &state_;
+    std::optional<ViewEntry> cursor_; // guarded by the state's lock
+};
+
+} // namespace mrb
