@@ -14,7 +14,7 @@
 #include "share_params.h"
 
 /// How every command begins: it logs its name and the request, and parses the request.
-/// RETURN_ANSWER ends it, wherever it stands.
+/// RETURN_ANSWER ends it at every return.
 #define BEGIN_COMMAND(name)                                                                                  \
     const char *const command = name;                                                                        \
     MRB_LOG(LogTag::Agent, "ReqCmd[%s], ReqParam[%s].", command, request.c_str());                           \

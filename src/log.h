@@ -33,7 +33,7 @@ consteval const char *BaseName(const char *path) {
 /// rest of a line that no sink takes.
 int ThreadId();
 
-/// A framework handle as "%p" prints it: the pointer made of its 32 bits,
+/// A framework handle as "%p" prints it: the pointer made from its 32 bits,
 /// unsigned, so that it reads the same whatever the size of a pointer.
 inline void *HandlePointer(int32_t handle) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it

@@ -1,5 +1,5 @@
 #pragma once
-// The method table: one row holds everything that makes a script method.
+// The method table: one row defines one script method.
 
 /// The script methods, in the order of their FunctionIds, which are the rows' indexes.
 /// A row names

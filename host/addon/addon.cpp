@@ -63,7 +63,7 @@ void setReferenced(const Arguments &arguments) {
 
 // Node.js loads the addon on the main thread only (host/js ensures it), once.
 // The loop and the host are never destroyed: libuv and kept functions refer to
-// them until the process is gone.
+// them until the process ends.
 NODE_MODULE_INIT(/* exports, module, context */) {
     v8::Isolate *isolate = context->GetIsolate();
     auto *loop = new MainLoop(node::GetCurrentEventLoop(isolate));

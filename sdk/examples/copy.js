@@ -125,7 +125,7 @@ function start(list, to, onProgress) {
 /** Handles the signals that end the program: the first calls `stop`, a second ends it at once. */
 function onSignals() {
   const ending = {
-    // Until a copy is under way there is nothing to stop.
+    // Before the copy has begun there is nothing to stop.
     stop(status) {
       statusLine.clear();
       console.log('stopped: nothing was copied');
