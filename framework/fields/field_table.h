@@ -52,7 +52,8 @@ std::span<const Field> fields();
 // Null: there is no such field. The name is case-sensitive.
 const Field *findField(std::string_view name);
 
-// The value that a client wrote into the field; null: none. A written text that is empty counts as no value.
+// The value that a client wrote into the field; null: none. A written text that is empty
+// counts as no value.
 const FactValue *writtenValue(const Field &field, const MediaRecord &record);
 
 // The value of an entry that has `record`: what a client wrote, else the entry's own; no value

@@ -13,9 +13,11 @@ namespace mrb::thumbnail {
 // The flash thumbnail cache: a list file and, in a folder next to it, one file for each image.
 // Owned jointly by the FlashOpening and the threads that use it; any thread of the framework may
 // call it, and other processes may use the same list. Its lock is held while files are read and
-// written, so a call that must not wait does not use it.  The list is a journal that is only
-// appended to, or replaced as a whole. An image's file is complete before its line is written, so
-// a crash at any moment loses at most the image that was being added.
+// written, so a call that must not wait does not use it.
+//
+// The list is a journal that is only appended to, or replaced as a whole. An image's file is
+// complete before its line is written, so a crash at any moment loses at most the image that was
+// being added.
 class FlashCache {
   public:
     struct Limits {

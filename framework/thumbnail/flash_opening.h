@@ -17,8 +17,7 @@ namespace mrb::thumbnail {
 
 // Opens the flash cache on a thread of its own, since its disk may hang and other processes may
 // lock it: a call that opens it waits with a timeout, and a call that uses the open one does not
-// wait. Owned by the thumbnail service; any thread may call it. one that is open for none. Owned
-// by the thumbnail service; any thread may call it.
+// wait. Owned by the thumbnail service; any thread may call it.
 class FlashOpening {
   public:
     // How long a call waits, see waitBriefly.

@@ -9,6 +9,7 @@
 namespace mrb::thumbnail {
 
 // Finds frames of one video stream. Lives on the stack of the decoding thread, as its input does.
+//
 // A key frame is decoded alone, which makes this fast. Only when the nearest key frame of a
 // position was returned before, frames are decoded forward from it.
 class FrameReader {
