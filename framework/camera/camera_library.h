@@ -94,7 +94,7 @@ class Camera {
     // Reads up to `length` bytes from `offset` on; `got` is the number of bytes read.
     // MRB_ERR_NOT_SUPPORTED: this camera transfers whole files only.
     virtual Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
-                           std::size_t &got) = 0;
+                          std::size_t &got) = 0;
 
     // Passes the bytes of a part to `take` in pieces; when it returns false, the transfer ends
     // with MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: no such part.

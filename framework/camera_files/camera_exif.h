@@ -21,7 +21,7 @@ Status readDriversExif(const CameraFile &file, const CameraPatience &patience, s
 // The same; when the driver supplies none, reads them from the beginning of a file that
 // hasExif. `size`: the file's, or CameraFileFacts::UNSAID.
 Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
-                       std::string &exif);
+                      std::string &exif);
 
 // The beginning of a file, which mostly holds all of its metadata: a segment of a JPEG has
 // 64 KiB at most.

@@ -12,7 +12,7 @@ constexpr auto PRESENCE_LIMIT = std::chrono::seconds(5);
 
 // A camera may return less than requested, and take a read beyond the end for an error.
 Status beginningOfPieces(Camera &camera, const CameraPath &path, std::size_t length, bool isSizeKnown,
-                          std::string &bytes) {
+                         std::string &bytes) {
     Status outcome;
     std::size_t got = 0;
     do {

@@ -75,7 +75,7 @@ class CameraBytes final : public MediaBytes {
 
 // For a camera that transfers whole files only.
 Status readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
-                          const CameraFileFacts &facts, std::string &bytes) {
+                         const CameraFileFacts &facts, std::string &bytes) {
     const bool isLong = facts.size > static_cast<std::int64_t>(MOST_FETCHED_FOR_FACTS);
     if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
         return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);

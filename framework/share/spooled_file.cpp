@@ -32,7 +32,8 @@ Status SpooledFile::fill(Origin &origin, const std::string &name, const Cancella
     if (error != 0) {
         return Status::ofErrno(error, about);
     }
-    CopyResult result = origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
+    CopyResult result =
+        origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
     size_ = result.bytes;
     if (result.stopped) {
         return {MRB_ERR_CANCELLED, {}};

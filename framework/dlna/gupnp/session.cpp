@@ -58,7 +58,7 @@ Status checkEncoding(SoupMessage *message) {
     }
     const Text valid(g_utf8_make_valid(encoding, -1));
     return Status::protocolError(std::string("The server's response is encoded as \"") + valid.get() +
-                                  "\", which was not requested.");
+                                 "\", which was not requested.");
 }
 
 Session::Session() : session_(soup_session_new()) {

@@ -57,9 +57,9 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Canc
         return outcome;
     }
     if (!isOfServer(created.importUrl)) {
-        outcome = Status::permissionDenied("The server requests \"" + file.title + "\" at \"" +
-                                                  created.importUrl +
-                                                  "\", which is not on its own host and is refused.");
+        outcome =
+            Status::permissionDenied("The server requests \"" + file.title + "\" at \"" + created.importUrl +
+                                     "\", which is not on its own host and is refused.");
     } else {
         // A second attempt starts from the first byte again; the reported progress does not.
         std::uint64_t most = 0;
