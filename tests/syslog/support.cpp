@@ -153,7 +153,7 @@ void setVariable(const char *name, const char *value) {
 
 } // namespace
 
-Status runLoggingChild(const char *log, const std::vector<std::string> &arguments, const char *tags) {
+Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments, const char *tags) {
     std::array<int, 2> out{};
     std::array<int, 2> error{};
     EXPECT_EQ(pipe(out.data()), 0);
@@ -177,7 +177,7 @@ Status runLoggingChild(const char *log, const std::vector<std::string> &argument
     }
     close(out[1]);
     close(error[1]);
-    Status outcome;
+    Outcome outcome;
     std::thread drain([&] { outcome.error = readAll(error[0]); });
     outcome.out = readAll(out[0]);
     drain.join();

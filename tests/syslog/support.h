@@ -42,7 +42,7 @@ class Listener {
 };
 
 /// The output of a child process, and how it ended.
-struct Status {
+struct Outcome {
     std::string out;
     std::string error;
     int status = -1; // exit status, or 128 + signal
@@ -50,7 +50,7 @@ struct Status {
 
 /// Runs the logging child with QUILL_LOG set to `log`, or unset when null, and so
 /// QUILL_LOG_TAGS to `tags`.
-Status runLoggingChild(const char *log, const std::vector<std::string> &arguments,
+Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments,
                        const char *tags = nullptr);
 
 /// Everything that can be read from `descriptor` until its writers close it.

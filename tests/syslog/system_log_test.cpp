@@ -19,7 +19,7 @@ TEST(SystemLog, exportsOnlyThePrintCall) {
 }
 
 TEST(SystemLog, writesToStandardErrorWhenSelected) {
-    const Status outcome = runLoggingChild("stderr", {"say", "hello"});
+    const Outcome outcome = runLoggingChild("stderr", {"say", "hello"});
     EXPECT_EQ(outcome.error, "TEST: hello\n");
 }
 
@@ -28,7 +28,7 @@ TEST(SystemLog, returnsTheLengthOfTheText) {
 }
 
 TEST(SystemLog, writesNothingWhenSwitchedOff) {
-    const Status outcome = runLoggingChild("off", {"say", "hello"});
+    const Outcome outcome = runLoggingChild("off", {"say", "hello"});
     EXPECT_EQ(outcome.error, "");
     EXPECT_EQ(outcome.out, "0\n");
 }
@@ -39,7 +39,7 @@ TEST(SystemLog, formatsNothingWithoutASink) {
 }
 
 TEST(SystemLog, namesAnUnknownChoiceOnce) {
-    const Status outcome = runLoggingChild("loud", {"last words"});
+    const Outcome outcome = runLoggingChild("loud", {"last words"});
     EXPECT_EQ(outcome.error, "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
                              "Using \"system\".\n");
     EXPECT_EQ(outcome.status, 0);
@@ -53,7 +53,7 @@ TEST(SystemLog, reportsNothingForTheDefault) {
 
 TEST(SystemLog, deliversTenMegabytesWhole) {
     constexpr size_t size = 10'000'000;
-    const Status outcome = runLoggingChild("stderr", {"long", std::to_string(size)});
+    const Outcome outcome = runLoggingChild("stderr", {"long", std::to_string(size)});
     EXPECT_EQ(outcome.out, "10000000\n");
     EXPECT_TRUE(outcome.error == "TEST: " + pattern(size) + "\n");
 }
@@ -66,7 +66,7 @@ TEST(SystemLog, deliversTextsAroundItsBuffersSize) {
 }
 
 TEST(SystemLog, refusesATextThatCannotBeFormatted) {
-    const Status outcome = runLoggingChild("stderr", {"unprintable"});
+    const Outcome outcome = runLoggingChild("stderr", {"unprintable"});
     EXPECT_EQ(outcome.out, "-1\n");
     EXPECT_EQ(outcome.error, "");
 }
@@ -76,7 +76,7 @@ TEST(SystemLog, acceptsALineWithoutATag) {
 }
 
 TEST(SystemLog, writesOnlyTheSelectedTags) {
-    const Status outcome = runLoggingChild("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
+    const Outcome outcome = runLoggingChild("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
     EXPECT_EQ(outcome.error, "MRB-BRIDGE-AGENT: text\n");
     EXPECT_EQ(outcome.out, "4\n");
     EXPECT_EQ(runLoggingChild("stderr", {"as", "MRB-BRIDGE-THUMBNAIL", "text"}, "common,agent").error, "");
@@ -89,7 +89,7 @@ TEST(SystemLog, formatsNothingForATagThatIsNotSelected) {
 }
 
 TEST(SystemLog, removesColoursWhenTheOutputIsNotATerminal) {
-    const Status outcome = runLoggingChild("stderr", {"say", "f(1) > \033[31mred\033[0m"});
+    const Outcome outcome = runLoggingChild("stderr", {"say", "f(1) > \033[31mred\033[0m"});
     EXPECT_EQ(outcome.error, "TEST: f(1) > red\n");
     EXPECT_EQ(outcome.out, "19\n"); // of the text as it was given
 }
@@ -97,7 +97,7 @@ TEST(SystemLog, removesColoursWhenTheOutputIsNotATerminal) {
 TEST(SystemLog, keepsErrno) { EXPECT_EQ(runLoggingChild("stderr", {"errno"}).out, "1\n"); }
 
 TEST(SystemLog, linesOfThreadsNeverMixAndKeepTheirOrder) {
-    const Status outcome = runLoggingChild("stderr", {"chorus", "500"});
+    const Outcome outcome = runLoggingChild("stderr", {"chorus", "500"});
     std::map<int, int> next;
     for (const std::string &line : linesOf(outcome.error)) {
         int thread = -1;
@@ -115,7 +115,7 @@ TEST(SystemLog, isUsableFromStaticDestructors) {
 }
 
 TEST(SystemLog, aChildForkedInTheMiddleOfALineStillLogs) {
-    const Status outcome = runLoggingChild("stderr", {"fork", "100"});
+    const Outcome outcome = runLoggingChild("stderr", {"fork", "100"});
     EXPECT_EQ(outcome.out, "0\n");
     size_t children = 0;
     for (const std::string &line : linesOf(outcome.error)) {

@@ -201,14 +201,14 @@ TEST_F(Leaks, EventOfEachKindLeavesNothing) {
 
 // ---- thumbnails -------------------------------------------------------------------
 
-struct Status {
+struct Outcome {
     const char *name;
     const char *request;
     int result;
     int images;
 };
 
-class ThumbnailLeaks : public Leaks, public testing::WithParamInterface<Status> {};
+class ThumbnailLeaks : public Leaks, public testing::WithParamInterface<Outcome> {};
 
 TEST_P(ThumbnailLeaks, ResultLeavesNothing) {
     CMRBThumbnailAdapter adapter;
@@ -238,13 +238,13 @@ TEST_P(ThumbnailLeaks, ResultLeavesNothing) {
     R"({"param_origin_path":"/media/a folder/of some length/a.jpg","param_save_path":)" paths "}"
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, ThumbnailLeaks,
-    testing::Values(Status{"NoPlace", PATHS("[]"), 0, 0},
-                    Status{"Negative", PATHS(R"(["/tmp/none such folder/a.bmp"])"), -1, 0},
-                    Status{"Positive", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 1, 0},
-                    Status{"NoImages", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 0, 0},
-                    Status{"NotStored", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 0, 2},
-                    Status{"Stored", PATHS(R"(["/dev/null"])"), 0, 2},
-                    Status{"Cached", PATHS(R"(["/a name of some length/a","b"],"param_thumb_type":1)"), 0,
+    testing::Values(Outcome{"NoPlace", PATHS("[]"), 0, 0},
+                    Outcome{"Negative", PATHS(R"(["/tmp/none such folder/a.bmp"])"), -1, 0},
+                    Outcome{"Positive", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 1, 0},
+                    Outcome{"NoImages", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 0, 0},
+                    Outcome{"NotStored", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 0, 2},
+                    Outcome{"Stored", PATHS(R"(["/dev/null"])"), 0, 2},
+                    Outcome{"Cached", PATHS(R"(["/a name of some length/a","b"],"param_thumb_type":1)"), 0,
                            2}),
     [](const auto &outcome) { return std::string(outcome.param.name); });
 
