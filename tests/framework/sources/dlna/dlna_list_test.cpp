@@ -31,10 +31,7 @@ using support::Request;
 using support::ScriptedServer;
 using support::Surroundings;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {

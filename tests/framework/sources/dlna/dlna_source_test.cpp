@@ -16,7 +16,6 @@
 
 using mrb::CancellationToken;
 using mrb::DirectoryScan;
-using mrb::Fact;
 using mrb::FillResult;
 using mrb::ItemFacts;
 using mrb::ItemStore;
@@ -27,7 +26,6 @@ using mrb::dlna::Page;
 using mrb::dlna::Question;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 

@@ -15,7 +15,8 @@ using mrb::dlna::MediaObject;
 using testing::IsEmpty;
 
 TEST(DlnaRecord, ComesBackAsItWasFromAList) {
-    MediaObject object = image("object 7");
+    MediaObject object;
+    object.id = "object 7";
     object.url = "http://10.0.0.1/7.jpg";
     object.thumbnail = "http://10.0.0.1/7-small.jpg";
     object.facts.setText(Fact::ARTIST, "Ünal");
@@ -51,7 +52,7 @@ TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
 }
 
 TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
-    MediaObject object = image("1");
+    MediaObject object;
     for (std::size_t fact = 0; fact < mrb::FACTS; ++fact) {
         object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::LONGEST_TEXT, 'x'));
     }
