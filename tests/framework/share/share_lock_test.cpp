@@ -15,7 +15,6 @@ using support::Client;
 using support::Folder;
 using support::ShareEvent;
 using support::Sharing;
-using testing::ElementsAre;
 
 namespace {
 

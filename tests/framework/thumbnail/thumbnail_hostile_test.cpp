@@ -17,7 +17,6 @@
 #include "support/thumbnails.h"
 
 using support::Folder;
-using support::Thumbnail;
 using support::ThumbnailOptions;
 using support::Thumbnails;
 using testing::AnyOf;

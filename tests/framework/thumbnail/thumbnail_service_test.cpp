@@ -25,7 +25,6 @@ using mrb::thumbnail::DecodeRequest;
 using mrb::thumbnail::Request;
 using mrb::thumbnail::ThumbnailService;
 using support::LIMIT;
-using testing::AnyOf;
 using testing::ElementsAre;
 
 namespace {
