@@ -38,7 +38,7 @@ TEST(Deleter, CallsAFunctionThatTakesThePointersAddress) {
     EXPECT_EQ(endings, 1);
 }
 
-TEST(Deleter, GivesTheObjectToAFunctionThatTakesAnyPointer) {
+TEST(Deleter, PassesTheObjectToAFunctionThatTakesAnyPointer) {
     Thing thing;
     { const std::unique_ptr<Thing, mrb::Deleter<endAny>> owner(&thing); }
     EXPECT_EQ(ended, &thing);

@@ -55,7 +55,7 @@ TEST_F(FileLock, IsTakenOnceTheOtherUnlocksIt) {
     EXPECT_EQ(waiting.get(), 0);
 }
 
-TEST_F(FileLock, IsLetGoWithItsDescriptor) {
+TEST_F(FileLock, IsReleasedWithItsDescriptor) {
     const Descriptor file = openFile();
     {
         const Descriptor holder = openFile();
@@ -64,6 +64,6 @@ TEST_F(FileLock, IsLetGoWithItsDescriptor) {
     EXPECT_EQ(lockFile(file.number(), steady_clock::now(), INTERVAL), 0);
 }
 
-TEST_F(FileLock, SaysWhyAFileCannotBeLocked) { EXPECT_EQ(lockFile(-1, inTime(), INTERVAL), EBADF); }
+TEST_F(FileLock, ReturnsWhyAFileCannotBeLocked) { EXPECT_EQ(lockFile(-1, inTime(), INTERVAL), EBADF); }
 
 } // namespace

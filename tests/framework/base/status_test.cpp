@@ -1,4 +1,4 @@
-// The values by which the framework says how something ended.
+// The values by which the framework reports how something ended.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ TEST(Status, IsASuccessUnlessMadeAsAFailure) {
     EXPECT_EQ(status.message, "");
 }
 
-TEST(Status, IsNoSuccessWithAnyOtherCode) {
+TEST(Status, IsNotOkWithAnyOtherCode) {
     EXPECT_FALSE((Status{MRB_ERR_OUT_OF_RANGE, {}}).ok());
     EXPECT_FALSE((Status{1, {}}).ok());
 }
@@ -29,7 +29,7 @@ TEST(Status, KeepsTheMessageOfAFailure) {
     EXPECT_EQ(Status::busy().message, "");
 }
 
-TEST(Status, SaysWhatTheSystemSaidOfAThing) {
+TEST(Status, NamesTheObjectAndTheSystemsError) {
     const Status status = Status::ofErrno(EACCES, "DCIM");
 
     EXPECT_EQ(status.code, MRB_ERR_PERMISSION_DENIED);
@@ -44,7 +44,7 @@ struct Factory {
 
 class StatusFactories : public testing::TestWithParam<Factory> {};
 
-TEST_P(StatusFactories, GiveTheCodeOfTheirName) {
+TEST_P(StatusFactories, ReturnTheCodeOfTheirName) {
     const Status status = GetParam().make("why");
 
     EXPECT_EQ(status.code, GetParam().code);

@@ -179,7 +179,7 @@ TEST_F(CameraServiceTest, OneThatFailedIsReopened) {
 }
 
 // Each driver has an error of its own for a transfer to a missing camera.
-TEST_F(CameraServiceTest, OneThatLeftIsKnownByThatWhateverItsDriverSays) {
+TEST_F(CameraServiceTest, OneThatLeftIsReportedAsRemovedWhateverItsDriverReturns) {
     CameraService &cameras = service();
     for (const int words : Status::ioError(MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED)) {
         library.refusal = {};

@@ -87,7 +87,7 @@ TEST_F(PtpFile, ItsFieldsAreThoseOfTheSameFileInAFolder) {
     EXPECT_EQ(support::text(client, indexOf(client, "photo.jpg"), "MODEL"), "Desk Camera 1");
 }
 
-TEST_F(PtpFile, AListIsSortedByWhatFilesSay) {
+TEST_F(PtpFile, AListIsSortedByTheFilesMetadata) {
     support::makeMedia(camera.folder);
     support::ListOptions options = camera.listOptions();
     options.contentType = "IMAGE";

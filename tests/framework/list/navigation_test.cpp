@@ -48,7 +48,7 @@ TEST(Navigation, AListIsFlatAtFirst) {
     EXPECT_THAT(client.all("name"), ElementsAre("a", "b.jpg"));
 }
 
-TEST(Navigation, AFolderShowsItsFoldersThenItsFilesBehindAnUpFolderEntry) {
+TEST(Navigation, AFolderShowsItsFoldersThenItsFilesAfterAnUpFolderEntry) {
     const Folder folder;
     for (const char *name : {"1.jpg", "b/2.jpg", "b/c/3.jpg", "a/4.jpg"}) {
         folder.file(name);

@@ -143,7 +143,7 @@ TEST(Groups, AListWithoutGroupsHasNone) {
     EXPECT_EQ(pictures.client.count(), 3);
 }
 
-TEST(Groups, StandBehindTheirHeadings) {
+TEST(Groups, StandAfterTheirHeadings) {
     const Folder folder;
     for (const char *name : {"1.mp3", "2.jpg", "3.mp3", "4.mp4"}) {
         folder.file(name);

@@ -173,13 +173,13 @@ TEST(ItemResolver, AFolderHasAPlaceAndNoMetadata) {
 }
 
 TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {
-    struct Heard {
+    struct ReceivedEvents {
         std::vector<Json::Value> data;
         std::promise<void> end;
-    } heard;
-    const auto hear = [](void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
-                         const char *data) {
-        auto &all = *static_cast<Heard *>(self);
+    } received;
+    const auto receive = [](void *self, mrb_agent_handler_h /*agent*/, mrb_event_e event, int /*reserved*/,
+                            const char *data) {
+        auto &all = *static_cast<ReceivedEvents *>(self);
         all.data.push_back(support::parse(data));
         if (support::isLast(event)) {
             all.end.set_value();
@@ -189,15 +189,16 @@ TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {
     mrb::EventThread thread;
     {
         const auto list = std::make_shared<mrb::List>(mrb::ListWishes());
-        const auto events = std::make_shared<mrb::ListEvents>(thread, 1, mrb::Listener{+hear, &heard}, list);
+        const auto events =
+            std::make_shared<mrb::ListEvents>(thread, 1, mrb::Listener{+receive, &received}, list);
         events->postGrowth();
         events->setExpectedTotal(7);
         events->postGrowth();
         EXPECT_EQ(events->postEnd({.outcome = {MRB_ERR_CANCELLED, {}}}), MRB_EVENT_LIST_CANCELLED);
     }
     thread.start();
-    ASSERT_EQ(heard.end.get_future().wait_for(support::LIMIT), std::future_status::ready);
-    ASSERT_EQ(heard.data.size(), 2U);
-    EXPECT_EQ(heard.data[0]["total_count"], 7);
-    EXPECT_EQ(heard.data[1]["item_count"], 0);
+    ASSERT_EQ(received.end.get_future().wait_for(support::LIMIT), std::future_status::ready);
+    ASSERT_EQ(received.data.size(), 2U);
+    EXPECT_EQ(received.data[0]["total_count"], 7);
+    EXPECT_EQ(received.data[1]["item_count"], 0);
 }

@@ -236,7 +236,7 @@ TEST_F(DlnaFetch, OtherHostsAreNotContacted) {
     EXPECT_THAT(tree(fetching.to.path()), IsEmpty());
 }
 
-TEST_F(DlnaFetch, AServerThatLiesAboutSizesGivesNoFile) {
+TEST_F(DlnaFetch, AServerWithWrongSizesLeavesNoFile) {
     if (!insideNetwork()) {
         return;
     }

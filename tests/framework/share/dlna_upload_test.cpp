@@ -277,7 +277,7 @@ TEST_F(DlnaUpload, AServerThatDoesNotFetchIsSentTheFile) {
     EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "ImportResource", "/import/1"));
 }
 
-TEST_F(DlnaUpload, AServerThatSaysThatItHasAFileButDidNotFetchItIsNotBelieved) {
+TEST_F(DlnaUpload, AFileThatTheServerReportsButDidNotFetchCountsAsFailed) {
     if (!insideNetwork()) {
         return;
     }
@@ -306,7 +306,7 @@ TEST_F(DlnaUpload, NothingIsSentToAnotherHost) {
     EXPECT_THAT(server.calls(), ElementsAre("CreateObject", "DestroyObject"));
 }
 
-TEST_F(DlnaUpload, IsStoppedAtOnceAndTakesItsObjectBack) {
+TEST_F(DlnaUpload, IsStoppedAtOnceAndDestroysItsObject) {
     if (!insideNetwork()) {
         return;
     }
@@ -338,7 +338,7 @@ TEST_F(DlnaUpload, AServerThatIsKilledEndsIt) {
     EXPECT_EQ(end.name(), "a & b.jpg");
 }
 
-TEST_F(DlnaUpload, ARealServerThatTakesNothingSaysSo) {
+TEST_F(DlnaUpload, ARealServerWithoutUploadsFailsTheShare) {
     if (!insideNetwork()) {
         return;
     }

@@ -57,7 +57,7 @@ TEST(FileNames, WhatWindowsRefusesIsReplaced) {
     EXPECT_EQ(portableName("end. "), "end._");
 }
 
-TEST(FileNames, CandidatesFollowWhatTheFileSystemSays) {
+TEST(FileNames, CandidatesFollowTheErrorsOfTheFileSystem) {
     NameCandidates names("what?.jpg", false);
     EXPECT_EQ(names.current(), "what?.jpg");
     EXPECT_TRUE(names.next(EINVAL));

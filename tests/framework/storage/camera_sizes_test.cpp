@@ -82,7 +82,7 @@ TEST_F(CameraSizesTest, AreUnknownAtFirstAndReportedWhenTheyAreKnown) {
     EXPECT_EQ(after.total, 200);
 }
 
-TEST_F(CameraSizesTest, AreKnownToLaterListsWhereNothingListens) {
+TEST_F(CameraSizesTest, AreKnownToLaterListsWithoutAListener) {
     if (!inside(Surroundings::SCRIPTED_USB_CAMERA)) {
         return;
     }

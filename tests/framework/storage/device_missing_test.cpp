@@ -62,7 +62,7 @@ TEST_F(DeviceMissing, WithoutUdevListsAreEmptyAndMountsAreStillDevices) {
                "udev reports no devices, only mounts are known (/run/udev: No such file or directory).");
 }
 
-TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndOneLogLineSaysSo) {
+TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndThereIsOneLogLine) {
     if (!inside(Surroundings::MOUNTS)) {
         return;
     }
@@ -94,7 +94,7 @@ TEST_F(DeviceMissing, AMountThatMayNotBeEnteredIsADeviceOfUnknownSize) {
     EXPECT_EQ(devices[0].available, 0);
 }
 
-TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndOneLogLineSaysSo) {
+TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndThereIsOneLogLine) {
     if (!inside(Surroundings::PLAIN)) {
         return;
     }

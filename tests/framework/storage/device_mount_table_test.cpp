@@ -65,7 +65,7 @@ TEST_F(DeviceMountTable, AStickIsPulledOutWhileItIsMounted) {
     EXPECT_EQ(look(storage).size(), 0U);
 }
 
-TEST_F(DeviceMountTable, WhatIsMountedByAProgramHasTheFileSystemOfItsDevice) {
+TEST_F(DeviceMountTable, AFuseMountHasTheFileSystemOfItsDevice) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }
@@ -81,7 +81,7 @@ TEST_F(DeviceMountTable, WhatIsMountedByAProgramHasTheFileSystemOfItsDevice) {
     EXPECT_EQ(notices[0].device.fileSystem, MRB_FILE_SYSTEM_EXT4);
 }
 
-TEST_F(DeviceMountTable, WhatIsMountedByAProgramAndCannotBeReadIsWhatUdevSays) {
+TEST_F(DeviceMountTable, AFuseMountThatCannotBeReadHasTheFileSystemOfUdev) {
     if (!inside(Surroundings::DEVICES)) {
         return;
     }

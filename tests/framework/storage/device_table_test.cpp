@@ -65,7 +65,7 @@ TEST(DeviceTable, SizesThatWereMeasuredLeaveWithTheDevice) {
     EXPECT_EQ(notices[1].device.total, 77);
 }
 
-TEST(DeviceTable, AnIndexStaysADevicesOwnAndIsGivenAgainAfterwards) {
+TEST(DeviceTable, AnIndexIsADevicesOwnAndIsReusedAfterwards) {
     DeviceTable table;
     table.set("a", named("A"));
     table.set("b", named("B"));

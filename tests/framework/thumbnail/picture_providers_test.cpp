@@ -18,7 +18,7 @@ namespace {
 
 constexpr int SIDE = 10;
 
-// The providers with a decoder that remembers what it was asked for.
+// The providers, with a decoder that keeps its requests.
 struct Providers {
     Decoded provide(const Request &request, FlashCache *cache = nullptr) {
         Decoded decoded;
@@ -100,7 +100,7 @@ TEST(PictureProviders, AStoppedRequestIsNotServedAnyMore) {
 }
 
 // The cache would look for a file of this name.
-TEST(PictureProviders, APictureOfAServerIsNotLookedForInTheCache) {
+TEST(PictureProviders, APictureOfAServerIsNotSearchedInTheCache) {
     const support::Folder folder;
     FlashCache cache;
     fillCache(cache, folder);

@@ -159,7 +159,7 @@ TEST_F(Moments, OfEveryContainerAreAsManyAsRequestedInOrderAndNotLate) {
     }
 }
 
-TEST_F(Moments, OfAFilmThatDoesNotBeginAtZeroAreThoseFromItsBeginning) {
+TEST_F(Moments, OfAVideoThatDoesNotBeginAtZeroAreThoseFromItsBeginning) {
     for (const char *name :
          {"h264.mp4", "h264.mov", "h264.mkv", "vp8.webm", "h264.ts", "mpeg2.mpg", "h264.flv"}) {
         SCOPED_TRACE(name);
@@ -169,7 +169,7 @@ TEST_F(Moments, OfAFilmThatDoesNotBeginAtZeroAreThoseFromItsBeginning) {
     }
 }
 
-TEST_F(Moments, OfAFilmWithAsManyPicturesAreAllOfThem) {
+TEST_F(Moments, OfAVideoWithAsManyFramesAreAllOfThem) {
     for (const Kind &kind : KINDS) {
         SCOPED_TRACE(kind.name);
         const std::string path = make(kind, 5, 250, {"-an"});
@@ -179,7 +179,7 @@ TEST_F(Moments, OfAFilmWithAsManyPicturesAreAllOfThem) {
     }
 }
 
-TEST_F(Moments, OfAFilmThatIsShorterThanItSaysAreSpreadOverWhatItHas) {
+TEST_F(Moments, OfAVideoThatIsShorterThanStatedAreSpreadOverItsFrames) {
     const std::string path = make({"a.mkv", H264}, 20 * RATE, 25);
     const std::uintmax_t size = std::filesystem::file_size(path);
     std::filesystem::resize_file(path, size * 3 / 10);

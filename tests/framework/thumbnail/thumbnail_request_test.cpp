@@ -25,7 +25,7 @@ TEST(ThumbnailRequest, AFileUriNamesItsFile) {
     EXPECT_EQ(mrb::thumbnail::readRequest(record).decode.path, "/a b.jpg");
 }
 
-TEST(ThumbnailRequest, WhatIsWrongWithARequestIsItsAnswer) {
+TEST(ThumbnailRequest, WhatIsWrongWithARequestIsItsResult) {
     const struct {
         const char *path;
         int width, orientation, frames, code;

@@ -298,7 +298,7 @@ TEST_F(Service, StoppingTheCamerasLeavesOtherSourcesAlone) {
     EXPECT_EQ(waiters.at(0).code, MRB_ERR_NONE);
 }
 
-TEST_F(Service, TheEndWaitsForTheAnswerUnderWay) {
+TEST_F(Service, TheEndWaitsForTheResultCallbackUnderWay) {
     std::promise<void> entered;
     std::atomic<bool> left{false};
     waiters.at(0).then = [&] {
@@ -315,7 +315,7 @@ TEST_F(Service, TheEndWaitsForTheAnswerUnderWay) {
     EXPECT_TRUE(left);
 }
 
-TEST_F(Service, TheEndDoesNotWaitLongForAnAnswerThatDoesNotReturn) {
+TEST_F(Service, TheEndDoesNotWaitLongForAResultCallbackThatDoesNotReturn) {
     std::promise<void> entered;
     std::promise<void> release;
     waiters.at(0).then = [&] {
@@ -346,7 +346,7 @@ TEST_F(Service, StoppingTheCamerasDoesNotWaitLongForADecodeThatDoesNotEnd) {
     waiters.waitFor(1);
 }
 
-TEST_F(Service, AnAnswerMayAskCancelAndEnd) {
+TEST_F(Service, AResultCallbackMayRequestCancelAndEnd) {
     waiters.at(0).then = [&] {
         service.request(named("b"), waiters[1]);
         service.cancel(named("b"), nullptr);
@@ -405,7 +405,7 @@ TEST_F(Service, TheEndSendsNoResultsForCancelledRequests) {
     EXPECT_EQ(waiters.answers(), 0U);
 }
 
-TEST_F(Service, AnEndInsideAnAnswerAnswersTheOthersThere) {
+TEST_F(Service, AnEndInsideAResultCallbackDeliversTheOthersThere) {
     service.begin();
     std::promise<void> requested;
     waiters.at(0).then = [&] {
@@ -422,7 +422,7 @@ TEST_F(Service, AnEndInsideAnAnswerAnswersTheOthersThere) {
     EXPECT_EQ(service.end(), MRB_ERR_NONE);
 }
 
-TEST_F(Service, WhileClientsEndEveryRequestIsAnsweredOnce) {
+TEST_F(Service, WhileClientsEndEveryRequestGetsOneResult) {
     std::atomic<bool> over{false};
     service.begin();
     std::thread other([&] {
@@ -492,7 +492,7 @@ TEST(ThumbnailWorkers, AreAsManyAsTheMachineHasCores) {
     EXPECT_EQ(workers, std::thread::hardware_concurrency());
 }
 
-TEST_F(Service, OfAThousandRequestsEachIsAnsweredOnceOrCancelled) {
+TEST_F(Service, OfAThousandRequestsEachGetsOneResultOrIsCancelled) {
     ThumbnailService busy{std::ref(gate), 4};
     busy.begin();
     std::mt19937 random(5);

@@ -107,7 +107,7 @@ TEST_F(Videos, WhereThereIsOneKeyFrameOthersAreDecodedFromIt) {
     expectLike(thumbnail.images.at(4), frameOf(path, "9"), 256, 144);
 }
 
-TEST_F(Videos, AVideoOfOneFrameGivesOne) {
+TEST_F(Videos, AVideoOfOneFrameHasOneImage) {
     const std::string path = make("a.mp4", "320x180", with(H264, {"-frames:v", "1"}));
     EXPECT_THAT(get(ThumbnailOptions{.path = path, .frames = 5}).images, SizeIs(1));
 }
@@ -167,7 +167,7 @@ TEST_F(Videos, MusicInAVideosContainerHasNoFrame) {
     EXPECT_EQ(get(ThumbnailOptions{.path = folder_.path("a.mkv")}).code, MRB_ERR_NOT_FOUND);
 }
 
-TEST_F(Videos, MusicGivesItsCover) {
+TEST_F(Videos, MusicHasItsCover) {
     const std::string cover = folder_.path("cover.jpg");
     support::makePicture(cover, 500, 500);
     const std::vector<std::string> sound = {
@@ -183,7 +183,7 @@ TEST_F(Videos, MusicGivesItsCover) {
     }
 }
 
-TEST_F(Videos, MusicThatTagLibDoesNotReadGivesItsCoverToo) {
+TEST_F(Videos, MusicThatTagLibDoesNotReadHasItsCoverToo) {
     const std::string cover = folder_.path("cover.jpg");
     support::makePicture(cover, 500, 500);
     support::ffmpeg({"-f", "lavfi", "-i", "sine=d=1", "-c:a", "flac", "-attach", cover, "-metadata:s:t",
@@ -193,7 +193,7 @@ TEST_F(Videos, MusicThatTagLibDoesNotReadGivesItsCoverToo) {
     expectLike(thumbnail.images[0], cover, 256, 256);
 }
 
-TEST_F(Videos, MusicWithoutACoverAnswersNotFound) {
+TEST_F(Videos, MusicWithoutACoverReturnsNotFound) {
     for (const std::string name : {"a.mp3", "a.ogg", "a.wav"}) {
         support::ffmpeg({"-f", "lavfi", "-i", "sine=d=1", folder_.path(name)});
         EXPECT_EQ(get(ThumbnailOptions{.path = folder_.path(name)}).code, MRB_ERR_NOT_FOUND) << name;

@@ -61,7 +61,7 @@ TEST_F(DlnaList, OfAServerThatIsNotThereIsRefused) {
     EXPECT_EQ(mrb_finalize_dlna_service(ignoreState, nullptr), MRB_ERR_NONE);
 }
 
-TEST_F(DlnaList, HoldsWhatTheFilesSay) {
+TEST_F(DlnaList, HoldsTheFilesMetadata) {
     if (!insideNetwork()) {
         return;
     }
@@ -122,7 +122,7 @@ TEST_F(DlnaList, IsSearchedAndSortedAndPlayed) {
     EXPECT_EQ(page, 0);
 }
 
-TEST_F(DlnaList, IsSortedAndGroupedByWhatTheServerSays) {
+TEST_F(DlnaList, IsSortedAndGroupedByTheServersMetadata) {
     if (!insideNetwork()) {
         return;
     }

@@ -251,7 +251,7 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
     EXPECT_EQ(sink.store.size(), 1);
 }
 
-TEST_F(DlnaSource, TheNextPageBeginsWhereTheServerSaysThatThisOneEnds) {
+TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
     directories.answer = [this](const Question &question, Page &page) {
         Status outcome = directories.validPage(question, page);
         if (question.start == 0) {

@@ -219,7 +219,7 @@ TEST(Playlist, FiltersAndOrdersAreThoseOfOtherLists) {
     }
 }
 
-TEST(Playlist, GroupsAreThoseOfWhatItsFilesSay) {
+TEST(Playlist, GroupsAreThoseOfTheFilesMetadata) {
     const Folder folder;
     support::writeSong(folder.path("1.flac"), {"Zoë", "Été", "Jazz"});
     support::writeSong(folder.path("2.flac"), {"Anna", "Album", "Pop"});
