@@ -28,7 +28,8 @@ using support::Surroundings;
 namespace {
 
 // The codes and messages that a transfer to a missing camera ends with.
-constexpr int WORDS[] = Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND, MRB_ERR_NONE);
+constexpr int WORDS[] = {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND,
+                         MRB_ERR_NONE};
 
 class PtpLoss : public support::OwnProcess {
   protected:
@@ -134,7 +135,7 @@ TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : Status::notFound(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT)) {
+    for (const int words : {MRB_ERR_NOT_FOUND, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_TIMEOUT}) {
         SCOPED_TRACE(words);
         Trial trial;
         addPictures(trial, "", 5);
@@ -197,7 +198,7 @@ TEST_F(PtpLoss, AThumbnailReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND)) {
+    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
         for (const std::string about : {"facts", "exif", "piece", "preview", "whole"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;
@@ -214,7 +215,7 @@ TEST_F(PtpLoss, AFieldReportsIt) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    for (const int words : Status::deviceRemoved(MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND)) {
+    for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
         for (const std::string about : {"facts", "piece"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;

@@ -222,7 +222,7 @@ TEST(PromptCache, ALookupThatBeganBeforeAWriteFindsWhatWasWritten) {
 
 TEST(PromptCache, ALookupThatBeganBeforeTheStorageChangedIsRepeated) {
     const std::string found = titleFoundDuring([](Storage &storage, PromptCache &cache) {
-        storage.write(file("a"), title("Mine"));
+        EXPECT_TRUE(storage.write(file("a"), title("Mine")).ok());
         cache.storageChanged();
     });
     EXPECT_EQ(found, "Mine");

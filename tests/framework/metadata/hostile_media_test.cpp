@@ -28,7 +28,7 @@ mrb::Metadata read(const std::string &path) {
     mrb::MediaFile file;
     mrb::Metadata facts;
     EXPECT_EQ(file.open(path).code, MRB_ERR_NONE) << path;
-    mrb::Status outcomeStatus::ioError();
+    mrb::Status outcome = mrb::Status::ioError();
     mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), facts, outcome);
     EXPECT_EQ(outcome.code, MRB_ERR_NONE) << path;
     return facts;

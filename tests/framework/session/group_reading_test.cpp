@@ -6,8 +6,10 @@
 #include <functional>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "session/group_reading.h"
 
+using mrb::CancellationToken;
 using mrb::Grouping;
 using mrb::GroupReading;
 using testing::ElementsAre;

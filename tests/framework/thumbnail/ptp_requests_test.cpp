@@ -318,7 +318,7 @@ TEST_F(PtpRequests, ABusyCameraGetsNoFurtherRequests) {
         return;
     }
     add({});
-    for (const int code : Status::busy(MRB_ERR_TIMEOUT)) {
+    for (const int code : {MRB_ERR_BUSY, MRB_ERR_TIMEOUT}) {
         camera.onRequest = [code](const CameraRequest &request) {
             return request.kind == "exif" ? Status{code, "Later."} : Status();
         };
