@@ -28,8 +28,13 @@ class JoinableThreadLog : public support::OwnProcess {};
 
 TEST(JoinableThread, DoesItsWorkUnderItsName) {
     std::string name(16, '\0');
+    std::promise<void> started;
     JoinableThread thread("test-thread", BLOCKER);
-    thread.start([&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); });
+    thread.start([&] {
+        started.get_future().wait(); // it has its name when start() returns
+        pthread_getname_np(pthread_self(), name.data(), name.size());
+    });
+    started.set_value();
     EXPECT_TRUE(thread.finish(inTime()));
     EXPECT_STREQ(name.c_str(), "test-thread");
 }

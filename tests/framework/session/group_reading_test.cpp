@@ -31,7 +31,7 @@ TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));
     std::vector<Grouping> read;
-    reading.run([&](Grouping grouping, const CancellationToken &cancellation) {
+    reading.run([&](Grouping grouping, const mrb::CancellationToken &cancellation) {
         read.push_back(grouping);
         EXPECT_FALSE(cancellation.isCancelled());
         if (grouping == Grouping::ARTIST) {
@@ -52,7 +52,7 @@ TEST(GroupReadings, AreNotResumedAfterAStop) {
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.want(Grouping::ARTIST));
     int times = 0;
-    reading.run([&](Grouping, const CancellationToken &cancellation) {
+    reading.run([&](Grouping, const mrb::CancellationToken &cancellation) {
         ++times;
         reading.stop();
         return !cancellation.isCancelled();
