@@ -44,8 +44,8 @@ class Texts {
         return found->second;
     }
 
-    // Puts the names into their order, and numbers that point to them in `places` with
-    // them. False: stopped.
+    // Sorts the names, and replaces the numbers in `places` by positions among them. False:
+    // stopped.
     bool arrange(FileGroups &groups, const CancellationToken &cancellation) const {
         std::vector<std::int32_t> numbers(texts_.size());
         std::iota(numbers.begin(), numbers.end(), 0);

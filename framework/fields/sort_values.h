@@ -14,7 +14,7 @@ namespace mrb {
 
 // For an order by metadata: a number for each item of the store by which to sort; UNKNOWN where
 // the item has no such value. Reads the metadata of all items for which `fileOf` returns a path.
-// No value when `stopped` became true. Called by the thread that fills the list.
+// No value when it was cancelled. Called by the thread that fills the list.
 std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
                                                     MediaLibrary &library,
                                                     const std::function<MediaItem(const ItemFacts &)> &fileOf,

@@ -93,7 +93,7 @@ Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto last = steady_clock::now() + LONGEST_TURN;
     if (turn && lockFile(turn.number(), last, BETWEEN_TRIES) == EWOULDBLOCK) {
-        throw DatabaseError::busy("another process does not let go of its lock");
+        throw DatabaseError::busy("another process does not release its lock");
     }
     return turn;
 }

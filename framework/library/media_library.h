@@ -53,7 +53,7 @@ class MediaLibrary {
 
     // Calls `take` with the record of each item that can have metadata, in order; for a file that
     // cannot be read, with what is known of it. New metadata are stored in batches. False:
-    // `stopped`, which is polled while each item is read, became true. A thread of the framework.
+    // it was cancelled, which is checked while each item is read. A thread of the framework.
     bool readAll(std::int32_t items, const std::function<MediaItem(std::int32_t)> &itemAt,
                  const CancellationToken &cancellation,
                  const std::function<void(std::int32_t, const MediaRecord &)> &take);

@@ -101,7 +101,7 @@ void ListSession::readGroups() noexcept {
                     events_->postGrowth();
                 }
             };
-            // Without the lock: nobody changes the store of a complete list.
+            // Without the lock: the store of a complete list does not change.
             return readFileGroups(list_->store(), grouping, library(), fileOf, cancellation, publish);
         });
     } catch (const std::exception &failure) {

@@ -28,7 +28,7 @@ class CameraOrigin final : public Origin {
     const std::shared_ptr<ListSession> list_;
     const std::string device_; // the camera's storage id
     CancellationToken cancellation_;
-    // Of the file that was opened last.
+    // Of the most recently opened file.
     std::unique_ptr<CameraDownload> download_;
     std::string name_;
     std::int64_t size_ = 0; // CameraFileFacts::UNSAID: not known

@@ -19,7 +19,7 @@ struct CopyPlan {
 };
 
 // Plans the copy of a selection: a folder is copied with everything in it that the list holds.
-// `block` is the destination's block size in bytes. Returns early when `stopped` becomes true.
+// `block` is the destination's block size in bytes. Returns early when it is cancelled.
 CopyPlan planCopy(const List &list, const Selection &selection, std::uint64_t block,
                   const CancellationToken &cancellation);
 

@@ -19,7 +19,7 @@ namespace mrb {
 // job and called by its thread.
 class Origin {
   public:
-    // What is known of a file that was opened.
+    // The attributes of an opened file.
     struct File {
         std::uint64_t size = 0; // bytes
         mode_t mode = 0;
@@ -31,15 +31,15 @@ class Origin {
     Origin(const Origin &) = delete;
     Origin &operator=(const Origin &) = delete;
 
-    // Called once, before the others. MRB_ERR_DEVICE_REMOVED: it is gone.
+    // Called once, before the others. MRB_ERR_DEVICE_REMOVED: the source is gone.
     virtual Status begin(const CancellationToken &cancellation) = 0;
-    // Whether it is there as a whole, whatever became of one file.
+    // Whether the source as a whole exists, independent of single files.
     [[nodiscard]] virtual bool isThere() = 0;
 
-    // Opens an item of the list; of a folder nothing is known but that it is there.
+    // Opens an item of the list; for a folder it only checks that it exists.
     virtual Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) = 0;
-    // Copies the file that was opened last to an empty one. `moved` hears how many bytes
-    // are there, again and again; false: stop.
+    // Copies the most recently opened file to an empty one. `moved` is called repeatedly with the
+    // number of bytes copied so far; false: stop.
     virtual CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
 
     // A descriptor of the most recently opened file, owned by this, if it can be read like any

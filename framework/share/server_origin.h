@@ -37,7 +37,7 @@ class ServerOrigin final : public Origin {
     const dlna::DlnaService::Found server_;
     std::unique_ptr<dlna::Transfers> transfers_;
     CancellationToken cancellation_;
-    // Of the file that was opened last.
+    // Of the most recently opened file.
     std::string name_;
     std::uint64_t most_ = 0; // bytes
     bool isExact_ = false;   // most_ is its exact size

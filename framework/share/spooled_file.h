@@ -13,8 +13,9 @@ namespace mrb {
 // in any order and repeatedly. The space is freed with the object. Owned and used by one thread.
 class SpooledFile {
   public:
-    // Takes what `origin` opened last, which errors call `name`. MRB_ERR_CANCELLED: it was stopped;
-    // MRB_ERR_NO_SPACE: the folder for temporary files (TMPDIR, else /var/tmp) has no room for it.
+    // Reads the most recently opened file of `origin`; `name` is for error messages.
+    // MRB_ERR_CANCELLED: it was stopped; MRB_ERR_NO_SPACE: the folder for temporary files
+    // (TMPDIR, else /var/tmp) is full.
     Status fill(Origin &origin, const std::string &name, const CancellationToken &cancellation);
 
     [[nodiscard]] int number() const { return file_.number(); }

@@ -114,7 +114,7 @@ UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
     return Step::GO_ON;
 }
 
-// A server reads a file in any order and again, a camera gives it once and slowly.
+// A server may read a file in any order and repeatedly, while a camera sends it once, slowly.
 Status UploadJob::fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                         dlna::Upload &file) {
     Status outcome = spooled.fill(*origin_, name, cancellation);

@@ -26,7 +26,7 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder = 
 
 // A mount point, and the id of the storage that is mounted there.
 struct Mount {
-    std::string place; // absolute, without a slash at its end; empty for "/"
+    std::string place; // absolute, without a trailing slash; empty for "/"
     std::string id;
 };
 

@@ -11,11 +11,11 @@ namespace mrb::thumbnail {
 // Whether it is the URL of a file on a camera.
 bool isOnCamera(const std::string &path);
 
-// Makes the thumbnail of a file on a camera, whose URL is the request's path: of the small
-// picture in its EXIF data, or the one that the camera gives of it, when that is large
-// enough; else of the whole file, which is fetched when it is no longer than MOST_FETCHED;
-// and of the small picture all the same when that cannot be. `cache`, if any, is looked into first. Throws
-// nothing but what `decode` does, and std::bad_alloc.
+// Makes the thumbnail of a file on a camera, whose URL is the request's path: from the EXIF
+// thumbnail, or the camera's preview, if that is large enough; else from the whole file, which is
+// fetched when it is no longer than MOST_FETCHED; and from the preview after all when the file
+// cannot be used. `cache`, if any, is searched first. Throws only what `decode` throws, and
+// std::bad_alloc.
 void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded);
 

@@ -62,7 +62,7 @@ struct Decoded {
     FileIdentity source;
 };
 
-// Decodes on the calling thread. Never throws; whatever happens is in the outcome.
+// Decodes on the calling thread. Never throws; errors are returned in the outcome.
 using Decode = void(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded);
 
 // Loads libraries that the decoders would load with their first picture. Never throws.

@@ -9,15 +9,15 @@ namespace mrb::thumbnail {
 // formats. They take a third of the time to load the decoders, so they are a library of their
 // own. Its functions may be called from any thread.
 struct Films {
-    // Frames of a video, spread over its running time.
+    // Frames of a video, spread over its duration.
     Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                           Decoded &decoded);
 
-    // A picture in a format that libav alone knows, such as BMP.
+    // A picture in a format that only libav knows, such as BMP.
     Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                           Decoded &decoded);
 
-    // The picture file that a music file carries as its cover. MRB_ERR_NOT_FOUND: it has none.
+    // The picture file embedded in a music file as its cover. MRB_ERR_NOT_FOUND: there is none.
     Status (*readCover)(const MediaFile &file, const std::string &path, const CancellationToken &stop,
                         Bytes &cover);
 

@@ -20,7 +20,7 @@ struct Waiter {
 struct Job {
     Request request;
     CancellationSource stop;
-    std::vector<Waiter> waiters; // the first who asked comes first
+    std::vector<Waiter> waiters; // in the order of their requests
 };
 
 // The jobs of the thumbnail service: waiting, decoding, and delivering results. Owned by the

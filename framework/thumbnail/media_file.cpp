@@ -35,7 +35,7 @@ Status MediaFile::open(const std::string &path) {
 }
 
 Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const {
-    // The file's size is a hint: it may shrink meanwhile.
+    // The file's size is a hint: the file may shrink.
     count = std::min(count, identity_.size);
     auto have = static_cast<std::int64_t>(bytes.size());
     bytes.resize(static_cast<std::size_t>(std::max(count, have)));

@@ -15,9 +15,9 @@ struct PictureTools {
     FlashCache *cache; // null: the request does not use it, or none is open
 };
 
-// Serves a request by the first provider that can: see the table. Waits for devices and
-// servers until `stop` is up; whatever happens is in the outcome. Throws nothing but what
-// `tools.decode` does, and std::bad_alloc. A thread of the service.
+// Serves a request by the first provider that has a result, see the table. Waits for devices and
+// servers until `stop` is cancelled; errors are returned in the outcome. Throws only what
+// `tools.decode` throws, and std::bad_alloc. A thread of the service.
 void providePicture(const Request &request, const CancellationToken &stop, const PictureTools &tools,
                     Decoded &decoded);
 

@@ -7,9 +7,9 @@
 
 namespace mrb::thumbnail {
 
-// Fetches the picture whose URL is the request's path from a DLNA server, and has it
-// decoded. Waits for the server, but no longer than REMOTE_PATIENCE. Never throws
-// anything but what `decode` does, and std::bad_alloc.
+// Fetches the picture whose URL is the request's path from a DLNA server, and decodes it. Waits
+// for the server no longer than REMOTE_PATIENCE. Throws only what `decode` throws, and
+// std::bad_alloc.
 void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, Decoded &decoded);
 

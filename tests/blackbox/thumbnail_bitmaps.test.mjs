@@ -18,7 +18,7 @@ const code = ({ text }) => JSON.parse(text).thumb_error_code;
 const write = (file, width, height, more = {}) =>
     answered(bridge, { param_save_path: [file] }, { images: 1, width, height, ...more });
 
-// The sanitizer's runtime must not go into programs of others.
+// The sanitizer's runtime must not be loaded into other programs.
 const run = (program, ...args) => execFileSync(program, args, {
     env: { ...process.env, LD_PRELOAD: '', LD_LIBRARY_PATH: '' }, stdio: ['ignore', 'pipe', 'pipe'] });
 

@@ -88,7 +88,7 @@ test('a server that cannot be reached is logged, and reported nowhere else', asy
   assert.doesNotMatch(log, /WARNING \*\*/);
 });
 
-test('an object that never started the service is refused to stop it', async () => {
+test('an object that never started the service gets an error when it stops it', async () => {
   const [code, notifications] = await run(`
     begin();
     await until(1);

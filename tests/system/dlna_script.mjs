@@ -1,4 +1,4 @@
-// Scripts that use the media servers of a network that nothing else is in.
+// Scripts that use DLNA servers in a network of their own.
 import { FINISH, valueOf } from './harness.mjs';
 import { OWN_NETWORK } from './media_server.mjs';
 

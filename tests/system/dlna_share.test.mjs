@@ -89,7 +89,7 @@ test('a server that is killed during a download ends the copy, and no file is le
   assert.deepEqual(left, []);
 });
 
-test('a copy from a server is stopped, and nothing is left', needs('user-networks'), async () => {
+test('a download from a server is stopped, and no file is left', needs('user-networks'), async () => {
   const { end, left } = await copyHeld("send('mrb_stop_batch_process_v2', { param_share_handle: handle });");
   assert.equal(end.events.at(-1), 26);
   assert.deepEqual(left, []);

@@ -50,7 +50,7 @@ export async function valueOf(prelude, body, options) {
   return value;
 }
 
-/** What a script needs to open a list and wait for its events. */
+/** The functions of a script that opens a list and waits for its events. */
 const PRELUDE = `
 const bridge = new MRBBridge();
 const send = (method, request) => JSON.parse(bridge[method](JSON.stringify(request)));

@@ -17,7 +17,7 @@ function write(file, bytes) {
   utimesSync(file, CHANGED, CHANGED);
 }
 
-/** Runs a script with a folder of metadata of its own. */
+/** Runs a script with a cache folder of its own. */
 const runWithCache = (cache, body, ...args) => runWith({ env: { MRB_CACHE_FOLDER: cache, QUILL_LOG: 'off' } }, body, ...args)
   .then(({ value }) => value);
 

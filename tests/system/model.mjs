@@ -77,7 +77,7 @@ export function sorted(items, category) {
 /** The items of a list that is opened with these options, {type, extension, word, sort}, in its order. */
 export const listed = (items, options) => sorted(items, options.sort ?? '').filter((item) => passes(item, options));
 
-/** What is shown of a folder: the sub-folders that lead somewhere, then the files. */
+/** The entries of a folder: the sub-folders with matches, then the files. */
 function shownIn(folder, root, items, options) {
   const passing = items.filter((item) => passes(item, options));
   const leads = (item) => passing.includes(item) || passing.some(({ path: at }) => at.startsWith(`${item.path}/`));

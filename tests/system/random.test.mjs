@@ -171,7 +171,7 @@ const eventOf = (handle, ...numbers) => new Promise((resolve) => {
   wake();
 });
 const listOf = async (where) => {
-  for (;;) { // the library comes and goes
+  for (;;) { // the library is removed and restored
     const { return_ecode: code, return_data: handle } = JSON.parse(bridge.mrb_request_list_v2(onListEvent,
       JSON.stringify({ param_source_name: 'SOURCE_MSC', param_scan_path: where })));
     if (code === 0 && await eventOf(handle, 0, 1) === 0) return handle;

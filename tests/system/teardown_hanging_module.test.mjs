@@ -52,11 +52,11 @@ const ENDS = [
   { name: 'SIGTERM that the script handles', before: "process.on('SIGTERM', () => process.exit(7));", kill: 'SIGTERM', status: 7 },
   { name: 'SIGINT that the script handles', before: "process.on('SIGINT', () => process.exit(7));", kill: 'SIGINT', status: 7 },
 ];
-// A bridge with an open list is not released, see the agent's teardown.
+// A bridge with an open list cannot be released at once, see the agent's teardown.
 const RELEASE = { name: 'a release', action: "quill.release(bridge); console.log('released'); process.exit(7);", status: 7,
                   stdout: 'released\n' };
 
-/** Starts a program that uses the modules, and ends it so once all hang. */
+/** Starts a program that uses the modules, and ends it when all hang. */
 async function end(modules, { name, before = '', action = '', kill, status = null, signal = null, stdout = '' }) {
   const program = start([script('app.js', `
     const bridge = new MRBBridge();

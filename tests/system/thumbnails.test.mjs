@@ -151,7 +151,7 @@ test('a folder that does not exist is reported as 101', async () => {
   assert.equal(existsSync(of('none')), false);
 });
 
-test('the flash cache keeps thumbnails and answers with them', async () => {
+test('the flash cache stores thumbnails and serves requests with them', async () => {
   const parameters = { param_origin_path: of('picture.jpg'), param_save_path: ['name in the cache'],
                        param_thumb_width: 64, param_thumb_height: 64 };
   const file = path.join(folder(), 'picture.bmp');
@@ -178,7 +178,7 @@ test('cancelled requests have no result, and the others have', async () => {
     const [video, origin, where] = process.argv.slice(2);
     const parametersOf = (number, path) => ({ param_origin_path: path, param_save_path: [where + '/' + number + '.bmp'],
                                       param_thumb_width: 100 + number, param_thumb_user_data: number });
-    for (let number = 0; number < 20; ++number) request(parametersOf(number, video)); // to be busy with
+    for (let number = 0; number < 20; ++number) request(parametersOf(number, video)); // keeps the decoders busy
     for (let number = 20; number < 70; ++number) {
       request(parametersOf(number, origin));
       call('thumbnail_request_cancel', JSON.stringify(parametersOf(number, origin)));
@@ -253,7 +253,7 @@ test('1,000 requests with random cancels: each that was not cancelled has one re
       answers[JSON.parse(text).user_data] += 1;
       done();
     };
-    // A width of its own makes each request one that no cancel of another one meets.
+    // A unique width, so that the cancellation of another request never matches.
     const parametersOf = (number) => JSON.stringify({
       param_origin_path: names[number % names.length], param_save_path: [where + '/' + number + '.bmp'],
       param_thumb_width: 16 + number, param_thumb_height: 48, param_thumb_user_data: number });

@@ -62,13 +62,13 @@ for (const where of [undefined, root, inside]) {
 }
 
 const expected = cases.map(([, options, view]) => viewOf(root, items, options, view, letterOf));
-let seen; // by the script, for each case
+let seen; // read by the script, for each case
 
 before(async () => {
   const file = path.join(folder(), 'cases.json');
   writeFileSync(file, JSON.stringify(cases.map(([, options, view]) => ({
     options,
-    // The way down to a folder, by names.
+    // The names of the folders on the path to a folder.
     way: view.folder && path.relative(root, view.folder).split('/').filter(Boolean),
     style: { param_page_style: maskOf(view), param_page_order: view.downColumns ? 1 : 0,
       param_group_index: view.group ?? 0, param_row: view.rows ?? 0, param_column: view.columns ?? 0,

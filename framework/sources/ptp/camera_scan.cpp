@@ -52,7 +52,7 @@ FillResult CameraScan::run(const std::string &root) {
         pending_.pop_back();
         step = sink_.stopped() ? end(Status::cancelled()) : visit(next);
     }
-    // One that is pulled out may look like one that is empty.
+    // A camera that was removed may look like an empty one.
     if (step == Step::GO_ON && !isThere(address_, cancellation_)) {
         end(Status::deviceRemoved("The camera was removed while it was read."));
     }

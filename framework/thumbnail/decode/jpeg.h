@@ -9,9 +9,8 @@ namespace mrb::thumbnail {
 Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
                   Decoded &decoded);
 
-// Takes the small picture in the EXIF data of a JPEG whose beginning is `head`.
-// False when there is none, or it is too small, or does not show the whole
-// picture; `decoded` is then as it was.
+// Decodes the EXIF thumbnail of a JPEG whose beginning is `head`. False when there is none, or it
+// is too small, or has other proportions than the picture; `decoded` is then unchanged.
 bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const CancellationToken &stop,
                     Decoded &decoded);
 

@@ -10,7 +10,7 @@ namespace mrb::thumbnail {
 Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                          Decoded &decoded);
 
-// The same for a picture in memory, such as the cover in a piece of music.
+// The same for a picture in memory, such as the cover of a music file.
 Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
                      Decoded &decoded);
 

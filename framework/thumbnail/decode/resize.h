@@ -15,8 +15,8 @@ struct Pixels {
     Bytes profile = {}; // the ICC profile of the colours; empty: sRGB
 };
 
-// Makes the image of exactly this size, whose proportions may differ by a rounded pixel
-// from the picture's.
+// Creates an image of exactly this size, whose proportions may differ from the picture's by a
+// rounded pixel.
 Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, Image &image);
 
 } // namespace mrb::thumbnail

@@ -106,7 +106,7 @@ Status render(VipsPicture picture, const CancellationToken &stop, Image &image) 
         return vipsFailure();
     }
     vips_image_set_progress(picture.get(), TRUE);
-    // The handler goes with the picture, which ends here; the sign is only read.
+    // The handler is removed with the picture, at the end of this function; the token is only read.
     g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked),
                      const_cast<CancellationToken *>(&stop));
     std::size_t size = 0;

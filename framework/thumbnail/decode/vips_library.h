@@ -21,8 +21,8 @@ Status useVips();
 // The last error of libvips on this thread, as the reason why a picture is damaged, or too large.
 Status vipsFailure();
 
-// Computes a picture that has the size of a thumbnail, as 8-bit sRGB, whatever its
-// colours were. Throws std::bad_alloc.
+// Computes a picture that has the size of a thumbnail, as 8-bit sRGB, converted from any colours.
+// Throws std::bad_alloc.
 Status render(VipsPicture picture, const CancellationToken &stop, Image &image);
 
 } // namespace mrb::thumbnail

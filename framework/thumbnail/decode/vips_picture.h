@@ -5,8 +5,8 @@
 
 namespace mrb::thumbnail {
 
-// Decodes a PNG, WebP, GIF, TIFF, HEIC, AVIF or JPEG XL file; of several pictures the
-// first. MRB_ERR_NOT_SUPPORTED: the data are none of these.
+// Decodes a PNG, WebP, GIF, TIFF, HEIC, AVIF or JPEG XL file; of several pictures the first.
+// MRB_ERR_NOT_SUPPORTED: the data have another format.
 Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
                       Decoded &decoded);
 

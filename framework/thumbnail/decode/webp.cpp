@@ -42,7 +42,7 @@ Size marginSize(Size size, Size target) {
     return {part(size.width), part(size.height)};
 }
 
-// In steps, between which the sign is looked at.
+// In steps, between which cancellation is checked.
 Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const CancellationToken &stop) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
     const std::unique_ptr<WebPIDecoder, Deleter<WebPIDelete>> decoder(WebPIDecode(nullptr, 0, &config));

@@ -23,7 +23,7 @@ Frame makeFrame();
 Packet makePacket();
 
 // A container opened by libav, which reads only this file, and none that the file refers to.
-// Lives on the stack of the decoding thread; file and stop sign outlive it.
+// Lives on the stack of the decoding thread; file and token outlive it.
 class AvInput {
   public:
     AvInput(const MediaFile &file, const CancellationToken &stop) : file_(file), stop_(stop) {}

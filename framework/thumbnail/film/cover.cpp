@@ -9,7 +9,7 @@ namespace {
 constexpr const char *MUSIC_FORMATS =
     "mp3,mov,flac,ogg,asf,wav,aiff,ape,dsf,mpc,mpc8,wv,matroska,aac,ac3,eac3,amr,tta,w64";
 
-// Of the pictures that libav finds in the file the first; empty when there is none.
+// The first picture that libav finds in the file; empty when there is none.
 Status coverOfContainer(const MediaFile &file, const CancellationToken &stop, Bytes &cover) {
     AvInput input(file, stop);
     Status outcome = input.open(MUSIC_FORMATS);

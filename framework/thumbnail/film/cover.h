@@ -7,7 +7,7 @@
 
 namespace mrb::thumbnail {
 
-// As Films::readCover.
+// See Films::readCover.
 Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &stop, Bytes &cover);
 
 } // namespace mrb::thumbnail

@@ -5,7 +5,7 @@
 
 namespace mrb::thumbnail {
 
-// As Films::decodeVideo and Films::decodeStill.
+// See Films::decodeVideo and Films::decodeStill.
 Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded);
 Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
