@@ -197,7 +197,7 @@ TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
     directories.contents["a"] = {image("2")};
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(result.outcome.message, HasSubstr("4000000000 objects and gives 2"));
+    EXPECT_THAT(result.outcome.message, HasSubstr("4000000000 objects and returns 2"));
     EXPECT_EQ(sink.store.size(), 3);
 }
 
