@@ -9,19 +9,19 @@
 
 namespace mrb {
 
-// Cancels a task of another thread: by a call, or at a deadline. Owned by the object that
-// represents the task, and outlives its tokens. Any thread may call it.
+// Ends the work of another thread early: by a cancellation, or a timeout. Owned by what
+// represents the work, and outlives its tokens. Any thread may call it.
 class CancellationSource {
   public:
     using Clock = std::chrono::steady_clock;
 
-    // Sets the deadline to `limit` from now. By the thread of the task, before it begins.
+    // Sets the timeout of the work. Called by the thread that does the work, before it begins.
     void cancelAfter(Clock::duration limit) { deadline_ = Clock::now() + limit; }
     void cancel() { isCancelled_.store(true, std::memory_order_relaxed); }
 
     // Cancelled by cancel().
     [[nodiscard]] bool isCancelled() const { return isCancelled_.load(std::memory_order_relaxed); }
-    // Cancelled by its deadline.
+    // By the timeout.
     [[nodiscard]] bool isTimedOut() const { return Clock::now() >= deadline_; }
 
   private:
@@ -29,16 +29,16 @@ class CancellationSource {
     Clock::time_point deadline_ = Clock::time_point::max();
 };
 
-// Whether a task is cancelled, by a CancellationSource or by a condition. A value; it is polled
-// often, so the condition must be cheap.
+// Whether work has to end early: by a CancellationSource, or by a condition. A value; it is
+// polled often, so the condition must be cheap.
 class CancellationToken {
   public:
     // Never cancelled.
     CancellationToken() = default;
     // NOLINTNEXTLINE(google-explicit-constructor): a source is passed where a token is wanted
     CancellationToken(const CancellationSource &source) : source_(&source) {}
-    // Cancelled when the condition is true, which is evaluated on the thread that polls the
-    // token. Objects that it refers to outlive the token.
+    // Cancelled when the condition is true, which is evaluated on the thread that polls the token.
+    // What it refers to outlives the token.
     template <typename Condition>
     requires(std::predicate<Condition &> && !std::same_as<std::remove_cvref_t<Condition>, CancellationToken>)
         // NOLINTNEXTLINE(bugprone-forwarding-reference-overload,google-explicit-constructor): as above
@@ -49,14 +49,14 @@ class CancellationToken {
         return source_ != nullptr ? source_->isCancelled() || source_->isTimedOut()
                                   : condition_ && condition_();
     }
-    // Whether it is cancelled because the deadline of its source has passed.
+    // Whether it is cancelled by the timeout of its source.
     [[nodiscard]] bool isTimedOut() const {
         return source_ != nullptr && !source_->isCancelled() && source_->isTimedOut();
     }
 
   private:
     const CancellationSource *source_ = nullptr;
-    std::function<bool()> condition_; // where there is no source
+    std::function<bool()> condition_; // without a source
 };
 
 } // namespace mrb

@@ -6,8 +6,8 @@
 
 namespace mrb {
 
-// For std::unique_ptr: ends what a C library made with that library's own function, which
-// takes the object or, where it also clears it, the pointer's address.
+// For std::unique_ptr: releases an object of a C library with the library's own function, which
+// takes the object or, if it also clears the pointer, the pointer's address.
 template <auto end>
 struct Deleter {
     template <typename Object>
@@ -20,7 +20,7 @@ struct Deleter {
     }
 };
 
-// Memory of malloc.
+// Memory from malloc.
 template <typename Value>
 using MallocPtr = std::unique_ptr<Value, Deleter<std::free>>;
 

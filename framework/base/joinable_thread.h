@@ -12,8 +12,8 @@ namespace mrb {
 // may call it.
 class JoinableThread {
   public:
-    // `name` is the thread's, as startThread takes it; `blocker` says in the log what may keep it
-    // from ending: "A device does not answer." Both outlive it.
+    // `name` is the thread's, as startThread takes it; `blocker` is the reason that the warning
+    // gives for a detached thread: "A device does not answer." Both outlive it.
     JoinableThread(const char *name, const char *blocker);
     // Waits without a deadline, also for a thread that was detached before.
     ~JoinableThread();
@@ -28,7 +28,7 @@ class JoinableThread {
     // Whether the caller is this thread.
     [[nodiscard]] bool isCurrent() const;
 
-    // Returns when the thread has ended, after its owner has asked for that: true. False: it has
+    // Returns true when the thread has ended, after its owner has requested that. False: it has
     // not by the deadline; it is detached, with a warning. Called on the thread itself this
     // detaches it and returns true at once. A thread that was never started has ended.
     bool finish(std::chrono::steady_clock::time_point deadline);

@@ -12,15 +12,15 @@ const char *resultName(int code);
 // The code that corresponds to an errno; MRB_ERR_IO for any other number.
 int resultOfErrno(int number);
 
-// How something that can fail ended: a code of mrb/result.h and, when it is not
-// MRB_ERR_NONE, a sentence for a person that names what was wrong. A plain value.
+// The result of an operation that can fail: a code of mrb/result.h and, when it is not
+// MRB_ERR_NONE, a message for a person that names what was wrong. A plain value.
 struct [[nodiscard]] Status {
     int code = MRB_ERR_NONE;
     std::string message;
 
     [[nodiscard]] bool ok() const { return code == MRB_ERR_NONE; }
 
-    // A failure with the code of the same name; without a message where no person sees it.
+    // A failure with the code of the same name; without a message where no person reads it.
     static Status invalidParameter(std::string message = {});
     static Status invalidHandle(std::string message = {});
     static Status notFound(std::string message = {});
@@ -37,7 +37,7 @@ struct [[nodiscard]] Status {
     static Status notInitialized(std::string message = {});
     static Status corrupt(std::string message = {});
 
-    // What the system said, with the thing it was said about in front: "DCIM: Permission denied".
+    // The system's message, preceded by what it is about: "DCIM: Permission denied".
     static Status ofErrno(int number, const std::string &about);
 };
 

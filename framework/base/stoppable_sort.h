@@ -6,14 +6,14 @@
 
 namespace mrb {
 
-// Sorts like std::sort, but gives up when `stopped` returns true; the order is then
-// unspecified. It is called once per MOST_COMPARISONS, which take far below a millisecond.
+// Sorts like std::sort, but gives up on a cancellation; the order is then unspecified. The
+// token is polled once per MOST_COMPARISONS, which take far below a millisecond.
 inline constexpr unsigned MOST_COMPARISONS = 256;
 
 template <typename Iterator, typename Before>
 [[nodiscard]] bool sortUnlessStopped(Iterator begin, Iterator end, const Before &before,
                                      const CancellationToken &cancellation) {
-    // A standard sort cannot be left but by an exception.
+    // Only an exception can leave a standard sort.
     struct GivenUp {};
     unsigned comparisons = 0;
     try {

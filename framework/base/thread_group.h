@@ -6,12 +6,12 @@
 
 namespace mrb {
 
-// Threads that each do one piece of work, since any of it may wait long for its device, and
-// that are waited for together at the end. Any thread may call it.
+// Threads that each run one task, since any task may wait long for its device, and that are
+// joined together at the end. Any thread may call it.
 class ThreadGroup {
   public:
-    // `name` is that of its threads, as startThread takes it; `blocker` says in the log what may
-    // keep one from ending: "A device does not answer." Both outlive it.
+    // `name` is that of its threads, as startThread takes it; `blocker` is the reason that the
+    // warning gives for a detached one: "A device does not answer." Both outlive it.
     ThreadGroup(const char *name, const char *blocker);
     // Waits without a deadline.
     ~ThreadGroup();

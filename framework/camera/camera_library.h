@@ -79,8 +79,8 @@ class Camera {
     Camera(const Camera &) = delete;
     Camera &operator=(const Camera &) = delete;
 
-    // Has every later call ask, as often as the camera shows that it is alive, whether to
-    // end with MRB_ERR_CANCELLED.
+    // Sets the token that every later call polls, as often as the camera shows that it is alive;
+    // a cancellation ends the call with MRB_ERR_CANCELLED.
     virtual void cancelWith(CancellationToken cancellation) = 0;
 
     virtual Status readSizes(CameraSizes &sizes) = 0;

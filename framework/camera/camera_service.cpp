@@ -19,7 +19,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How often a waiting caller polls `stopped`. The end of a request wakes it at once.
+// How often a waiting caller polls its token. The end of a request wakes it at once.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
 
 // Errors after which the state of the connection to the camera is unknown.
@@ -256,7 +256,7 @@ Status CameraService::work(const State &state, Line &line, Task &task, std::uniq
             camera->cancelWith({});
         }
     } catch (const std::exception &failure) {
-        camera.reset(); // which may still poll this task's isStopped
+        camera.reset(); // which may still poll this task's token
         outcome = Status::notSupported(failure.what());
     }
     return outcome;

@@ -37,9 +37,9 @@ class CameraService {
     // MRB_ERR_DEVICE_REMOVED.
     using Work = std::function<Status(Camera &camera)>;
 
-    // Does `work` behind what waits for the camera already, and returns how that ended; or
-    // before, when `cancellation` is cancelled (MRB_ERR_CANCELLED), when the limit is over or the
-    // camera does not answer (MRB_ERR_TIMEOUT). `cancellation` is asked on the calling thread.
+    // Runs `work` after the camera's pending requests and returns its outcome; returns earlier on
+    // a cancellation (MRB_ERR_CANCELLED), and at the timeout `limit` or when the camera does not
+    // respond (MRB_ERR_TIMEOUT). `cancellation` is polled on the calling thread.
     Status run(const CameraAddress &address, Work work, const CancellationToken &cancellation = {},
                std::chrono::milliseconds limit = NO_LIMIT);
 
@@ -50,9 +50,9 @@ class CameraService {
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
     Status wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation = {},
                 std::chrono::milliseconds limit = NO_LIMIT);
-    // Whether it has ended, and how; or its camera does not answer (MRB_ERR_TIMEOUT).
+    // Whether it has ended, and its outcome; or its camera does not respond (MRB_ERR_TIMEOUT).
     bool isOver(const std::shared_ptr<Task> &task, Status &outcome);
-    // Nobody will wait for it: it ends soon, or does not begin. Null: nothing.
+    // Cancels a request without waiting: it ends soon, or does not begin. Null: does nothing.
     static void giveUp(const std::shared_ptr<Task> &task);
 
     // Reopens the camera before the next request: an open camera keeps returning what it listed
@@ -74,7 +74,7 @@ class CameraService {
     static void checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
                               Status &outcome);
 
-    const std::shared_ptr<State> state_; // shared with threads that are left behind
+    const std::shared_ptr<State> state_; // shared with detached threads
     ThreadGroup threads_{"mrb-camera-io", "A camera does not answer."};
 };
 

@@ -16,7 +16,7 @@ constexpr std::uint64_t PIECE = 1UL << 20;
 // Maximum of bytes that are buffered for a slow destination.
 constexpr std::size_t MOST_WAITING = 4UL << 20;
 
-// How often to check whether the download was stopped, or the camera has stopped responding.
+// How often to check whether the download was cancelled, or the camera has stopped responding.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
 
 } // namespace

@@ -15,14 +15,14 @@ namespace mrb {
 // occupies the camera until its end. Owned and used by one thread, which waits for the camera.
 class CameraDownload {
   public:
-    // `cancellation` is asked by that thread only.
+    // `cancellation` is polled by that thread only.
     CameraDownload(CameraFile file, std::int64_t size, CancellationToken cancellation);
     ~CameraDownload();
     CameraDownload(const CameraDownload &) = delete;
     CameraDownload &operator=(const CameraDownload &) = delete;
 
     // Passes the next bytes to `take`; no bytes: the end of the file.
-    // MRB_ERR_CANCELLED: it was stopped.
+    // MRB_ERR_CANCELLED: it was cancelled.
     Status next(const std::function<void(std::string_view bytes)> &take);
 
   private:
@@ -33,7 +33,7 @@ class CameraDownload {
     Status takeFromFlow(std::string &bytes);
 
     const CameraFile file_;
-    const std::int64_t size_; // CameraFileFacts::UNSAID: that shows at the end
+    const std::int64_t size_; // CameraFileFacts::UNSAID: unknown until the end
     const CancellationToken cancellation_;
     std::uint64_t done_ = 0;
     std::shared_ptr<Flow> flow_;

@@ -60,16 +60,16 @@ class CameraFile {
     CameraPath path_;
 };
 
-// Whether nothing more can be had of the camera for now, so that there is no use in asking for
-// something else: it is gone, held by others or silent, or nobody wants it any more.
+// Whether further requests to the camera would fail as well for now: it is removed, busy or does
+// not respond, or the caller has cancelled.
 bool endsAll(const Status &outcome);
 
-// Whether the camera at that address is attached: one that has left is noticed before the system
-// reports it. Takes a transfer; one that hangs is there.
+// Whether the camera at that address is attached: a removal is noticed before the system
+// reports it. Makes a transfer; a camera that hangs is attached.
 bool isThere(const CameraAddress &address, const CancellationToken &cancellation);
 
-// `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: a camera that is not
-// there any more fails in many ways.
+// `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: requests to a removed
+// camera fail in many ways.
 Status unlessRemoved(Status outcome, const std::string &device);
 
 } // namespace mrb

@@ -81,23 +81,22 @@ class Directories {
     Directories(const Directories &) = delete;
     Directories &operator=(const Directories &) = delete;
 
-    // Returns with the answer, or when there will be none, at the end of the patience at
-    // the latest; soon after `cancellation` is cancelled. A page whose objects are broken XML
-    // holds those that can be made out, with MRB_ERR_PROTOCOL, and the numbers of what was
-    // given. MRB_ERR_DEVICE_REMOVED: the server is not there, or
-    // broke off; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: what it said is no answer;
-    // MRB_ERR_NOT_FOUND: it has no such container; MRB_ERR_NOT_SUPPORTED: it does not search
-    // like that; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
+    // Returns the result, or an error, at the timeout at the latest; soon after a cancellation.
+    // A page whose objects are broken XML holds those that could be parsed, with
+    // MRB_ERR_PROTOCOL, and the numbers of the response. MRB_ERR_DEVICE_REMOVED: the server is
+    // gone, or closed the connection; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: the response is
+    // invalid; MRB_ERR_NOT_FOUND: no such container; MRB_ERR_NOT_SUPPORTED: the server does
+    // not support this search; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
     virtual Status ask(const Question &question, const CancellationToken &cancellation, Page &page) = 0;
 
     // Fetches the file of a URL on the host of one of the servers, such as the thumbnail
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
-    // MRB_ERR_PERMISSION_DENIED also for the addresses of others, MRB_ERR_NOT_FOUND when
-    // there is none.
+    // MRB_ERR_PERMISSION_DENIED also for URLs on other hosts, MRB_ERR_NOT_FOUND when
+    // there is no such file.
     virtual Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
                          const CancellationToken &cancellation, std::string &bytes) = 0;
 
-    // Has files moved to and from a server by the calling thread. The codes are those of ask.
+    // Opens transfers of files to and from a server by the calling thread. Codes as of ask.
     virtual Status connect(const std::string &server, const CancellationToken &cancellation,
                            std::unique_ptr<Transfers> &transfers) = 0;
 };

@@ -150,10 +150,10 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
                   [&](const Device &server) { return server.id != idOrAddress && server.ip != idOrAddress; });
     if (servers.size() > 1) {
         return Status::invalidParameter("There are several DLNA servers at " + idOrAddress +
-                                        ": say the id of one.");
+                                        ": use the id of one.");
     }
     if (servers.empty() || idOrAddress.empty() || !network_) {
-        return Status::notFound("There is no DLNA server \"" + idOrAddress + "\", or not yet.");
+        return Status::notFound("No DLNA server \"" + idOrAddress + "\" has been found yet.");
     }
     found.id = servers.front().id;
     found.name = servers.front().name;

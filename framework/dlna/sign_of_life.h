@@ -8,9 +8,9 @@
 
 namespace mrb::dlna {
 
-// What it means that a server broke off, or refused a connection: that it is gone, or a
-// whim of it that costs one file (MRB_ERR_IO). It is asked for that; any other outcome
-// stays what it is.
+// Classifies a closed or refused connection: the server is gone, or refused a single file
+// (MRB_ERR_IO). Sends the server a request to find out. Any other outcome is returned
+// unchanged.
 Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
                   const CancellationToken &cancellation);
 

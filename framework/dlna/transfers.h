@@ -24,7 +24,7 @@ struct Upload {
 
 // Transfers files to and from one server, without requests to any other host. Created, used and
 // destroyed by one thread, which waits for the server. A transfer of fewer than a few bytes within
-// PATIENCE ends with MRB_ERR_TIMEOUT; soon after `isStopped` returned true everything
+// PATIENCE ends with MRB_ERR_TIMEOUT; soon after a cancellation everything
 // ends with MRB_ERR_CANCELLED. Other codes are those of Directories::ask.
 class Transfers {
   public:
@@ -39,8 +39,8 @@ class Transfers {
         std::string mimeType;        // without parameters, in lower case; empty: not in the headers
     };
 
-    // Asks for the file at an address. MRB_ERR_PERMISSION_DENIED: it is the address of another
-    // host; MRB_ERR_PROTOCOL: also an answer that is encoded (compressed), which is refused.
+    // Requests the file of a URL. MRB_ERR_PERMISSION_DENIED: the URL is on another host;
+    // MRB_ERR_PROTOCOL: also a response that is encoded (compressed), which is refused.
     virtual Status beginDownload(const std::string &url, const CancellationToken &cancellation,
                                  Promise &promise) = 0;
 

@@ -50,11 +50,11 @@ class EventThread {
                   std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() +
                                                                    CALLBACK_LIMIT);
 
-    // Whether the caller is being called back by this.
+    // Whether the caller runs on this event thread.
     [[nodiscard]] bool isOwnThread() const { return thread_.isCurrent(); }
 
-    // Ends the thread, dropping what is queued. A delivery that does not return
-    // by the deadline is left behind with the thread: false. Afterwards every post is dropped.
+    // Ends the thread, dropping what is queued. A thread whose delivery does not return
+    // by the deadline is detached: false. Afterwards every post is dropped.
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:

@@ -113,7 +113,7 @@ std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) 
 }
 
 void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
-    std::shared_ptr<const FileGroups> before; // ends without the lock
+    std::shared_ptr<const FileGroups> before; // destroyed after the unlock
     const std::lock_guard guard(state_.lock);
     before = state_.view.setFileGroups(std::move(groups));
 }
@@ -121,7 +121,7 @@ void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
 std::vector<std::int32_t> List::expand(const Selection &selection) const {
     constexpr std::int32_t AT_ONCE = 65'536;
     std::vector<std::int32_t> items;
-    std::vector<bool> inside; // of each folder: it is selected, or lies in one that is
+    std::vector<bool> inside; // for each folder: it is selected, or lies in a selected one
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
         const std::lock_guard guard(state_.lock);
         for (auto folder = static_cast<std::int32_t>(inside.size()); folder < state_.store.folders();

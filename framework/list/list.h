@@ -35,13 +35,13 @@ class List {
     // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 
-    // Returns a number for each item by which to sort by metadata; no value: stopped.
+    // Returns a number for each item by which to sort by metadata; no value: cancelled.
     using FileValues =
         std::function<std::optional<std::vector<std::int64_t>>(const ItemStore &store, SortKey key)>;
 
-    // Puts the items into the order that was wished for, after the last was added.
-    // False: `cancellation` is cancelled before that was done. `valuesOf` is called without
-    // the lock, and only where the order is one of files.
+    // Sorts the items in the requested order, after the last was added. False: a cancellation
+    // came before that was done. `valuesOf` is called without the lock, and only where the
+    // order depends on metadata.
     [[nodiscard]] bool sort(const CancellationToken &cancellation, const FileValues &valuesOf);
 
     // For the thread that adds, and for other threads once no more items are added.
@@ -69,7 +69,7 @@ class List {
     // Passes the groups of the files' metadata to a view that is grouped by it, now or later.
     void setFileGroups(std::shared_ptr<const FileGroups> groups);
 
-    // Where a client stands in the view, and what it has selected.
+    // The client's position in the view, and its selection.
     [[nodiscard]] ListCursor &cursor() { return cursor_; }
     [[nodiscard]] const ListCursor &cursor() const { return cursor_; }
     [[nodiscard]] ListSelection &selection() { return selection_; }
@@ -81,7 +81,7 @@ class List {
     [[nodiscard]] ItemFacts factsOf(std::int32_t item) const;
 
   private:
-    ListWishes wishes_; // the filter is the adding thread's
+    ListWishes wishes_; // the adding thread alone uses the filter
     ListState state_;
     ListCursor cursor_{state_};
     ListSelection selection_{state_};

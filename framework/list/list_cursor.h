@@ -7,19 +7,19 @@
 
 namespace mrb {
 
-// Where a client stands in a list: how its pages are laid out, which folder is shown, and
-// the entry under the cursor. At first, and when the view loses its entry, the cursor is on
+// A client's position in a list: the layout of its pages, the folder that is shown, and the
+// entry under the cursor. Initially, and when its entry leaves the view, the cursor is on
 // the first one. Owned by the List; any thread may call it.
 class ListCursor {
   public:
     explicit ListCursor(ListState &state) : state_(state) {}
 
-    // Puts the cursor on an entry; false when nothing has that index.
+    // Puts the cursor on an entry; false when the index is out of range.
     bool moveTo(std::int32_t index);
 
     // The entry under the cursor; no value: the view is empty.
     [[nodiscard]] std::optional<ListEntry> current() const;
-    // The same, of an item without its name, id and folder, which cost more than the rest.
+    // The same without the name, id and folder of an item, which cost more than the rest.
     [[nodiscard]] std::optional<ListEntry> currentNumbers() const;
 
     // Lays the view out; a code of mrb/result.h.

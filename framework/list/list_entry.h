@@ -6,7 +6,7 @@
 
 namespace mrb {
 
-// What a list tells of one of its entries.
+// What a list reports of one of its entries.
 struct ListEntry {
     // Of an item; of an up-folder entry those of the folder that it leads to; of a
     // heading its name. The type is the entry's own.

@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-// The selected items of a list; see mrb/agent.h for what its calls mean. They take an index
-// of the view or of its groups, and answer a code of mrb/result.h. Owned by the List; any
+// The selected items of a list; see mrb/agent.h for the meaning of its calls. They take an index
+// of the view or of its groups, and return a code of mrb/result.h. Owned by the List; any
 // thread may call it.
 class ListSelection {
   public:
@@ -19,7 +19,7 @@ class ListSelection {
     int selectGroup(std::int32_t index, bool selected);
     void selectAll();
     void deselectAll();
-    // No value: nothing has that index.
+    // No value: the index is out of range.
     [[nodiscard]] std::optional<bool> isSelected(std::int32_t index) const;
     [[nodiscard]] std::int32_t count() const;
     [[nodiscard]] Selection copy() const;

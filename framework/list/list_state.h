@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-// What the parts of one list share: its items and the view of them, under one lock, which
-// no part holds for longer than it takes to add a run of items or to lay the view out. Owned by
+// Shared by the parts of one list: its items and the view of them, under one lock, which no
+// part holds for longer than it takes to add a run of items or to lay out the view. Owned by
 // the List.
 struct ListState {
     // With the lock held.
@@ -17,7 +17,7 @@ struct ListState {
 
     mutable std::mutex lock; // guards what follows
     ItemStore store;
-    mutable View view{store}; // brings itself up to date when it is read
+    mutable View view{store}; // updates itself when it is read
 };
 
 } // namespace mrb

@@ -25,7 +25,7 @@ Status readSortCategory(std::string_view category, SortOrder &order);
 
 // The numbers of all items of the store in the given order; folders first unless it is
 // the source's order, equal items by name and then in the source's order. No value when
-// `stopped` returned true; it is called for every name and once per bounded number of
+// after a cancellation; `cancellation` is polled for every name and once per bounded number of
 // comparisons. Where the key comes from metadata, `values` has a number for each item to
 // sort by, or UNKNOWN.
 std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortOrder order,

@@ -49,7 +49,7 @@ struct ItemLocation {
     std::string url = {};
     std::string mediaId = {};
     std::string mimeType = {};
-    std::string thumbnail = {}; // URL of a picture of it
+    std::string thumbnail = {}; // URL of its thumbnail
 };
 
 } // namespace mrb

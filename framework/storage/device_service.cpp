@@ -110,7 +110,7 @@ bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     notices_.clear();
     awaited_.clear();
     departed_.clear();
-    change_.notify_all(); // whoever waits for a look
+    change_.notify_all(); // calls that wait for a scan
     if (thread_.isStarted()) {
         wake();
     }

@@ -139,8 +139,8 @@ class DeviceService {
     void *userData_ = nullptr;
     std::deque<Notice> notices_;
     std::vector<Awaited> awaited_;
-    std::vector<Awaited> departed_;     // and not yet told
-    unsigned long long deliveries_ = 0; // begun so far
+    std::vector<Awaited> departed_;     // whose observers are not yet notified
+    unsigned long long deliveries_ = 0; // callbacks started so far
     bool delivering_ = false;
     bool down_ = false;
 

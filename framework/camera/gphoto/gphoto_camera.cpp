@@ -75,7 +75,7 @@ GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
         this);
     gp_context_set_progress_funcs(
         context_.get(), [](GPContext *, float, const char *, void *) { return 0U; },
-        [](GPContext *, unsigned, float, void *self) { // Asked for itself: that is the sign.
+        [](GPContext *, unsigned, float, void *self) { // Polling it is the sign of life.
             static_cast<void>(static_cast<GphotoCamera *>(self)->cancellation_.isCancelled());
         },
         [](GPContext *, unsigned, void *) {}, this);

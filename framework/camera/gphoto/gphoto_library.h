@@ -11,13 +11,13 @@
 
 namespace mrb {
 
-// Not gp_camera_unref: that keeps a camera whose opening failed for ever.
+// Not gp_camera_unref: that leaks a camera whose opening has failed.
 using GphotoHandle = std::unique_ptr<::Camera, Deleter<gp_camera_free>>;
 using GphotoDrivers = std::unique_ptr<CameraAbilitiesList, Deleter<gp_abilities_list_free>>;
 using GphotoPorts = std::unique_ptr<GPPortInfoList, Deleter<gp_port_info_list_free>>;
 using GphotoContext = std::unique_ptr<GPContext, Deleter<gp_context_unref>>;
 using GphotoList = std::unique_ptr<CameraList, Deleter<gp_list_free>>;
-// The library may keep it for the next time.
+// The library may hold a further reference.
 using GphotoFile = std::unique_ptr<CameraFile, Deleter<gp_file_unref>>;
 
 // libgphoto2's drivers. It loads them by a library (libltdl) that has one state for the whole
@@ -40,7 +40,7 @@ class GphotoLibrary final : public CameraLibrary {
   private:
     bool findDriver(const std::string &driver, CameraAbilities &abilities);
 
-    // Only looked up in, which changes nothing in it: any thread, without a lock.
+    // Look-ups only, which do not change it: any thread, without a lock.
     const GphotoDrivers drivers_;
     std::mutex loading_; // see above
 };

@@ -108,7 +108,7 @@ void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
         return;
     }
     if (running.body.size() + static_cast<std::size_t>(size) > running.most) {
-        end(running, Status::protocolError("The server's answer is longer than " +
+        end(running, Status::protocolError("The server's response is longer than " +
                                            std::to_string(running.most) + " bytes."));
         return;
     }

@@ -57,13 +57,13 @@ class GupnpDirectories::NextPage final : public Ahead {
 };
 
 Status GupnpDirectories::ask(const Question &question, const CancellationToken &cancellation, Page &page) {
-    // Whatever came with a page of these directories is one of theirs.
+    // The `ahead` of a page of these directories is always a NextPage.
     const auto next = std::static_pointer_cast<NextPage>(question.ahead);
     std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
     const Reply reply =
         await(pending ? std::move(pending) : begin(question), question.patience, cancellation);
     if (question.isFollowed && reply.outcome.ok()) {
-        page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // while this one is read
+        page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // overlaps parsing
     }
     return readReply(reply, question, page);
 }
@@ -80,7 +80,7 @@ Status GupnpDirectories::fetch(const std::string &url, std::size_t most, std::ch
 
 Status GupnpDirectories::connect(const std::string &server, const CancellationToken &cancellation,
                                  std::unique_ptr<Transfers> &transfers) {
-    // Nobody is asked for that: it is there at once, unless the network's thread is busy.
+    // Sends no request: returns at once, unless the network's thread is busy.
     constexpr auto LONGEST = std::chrono::seconds(10);
     const auto place = std::make_shared<ServicePlace>();
     const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {

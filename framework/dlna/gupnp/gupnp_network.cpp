@@ -127,7 +127,7 @@ class GupnpNetwork::Watch {
     std::optional<AddressMonitor> monitor_;
     std::map<LocalAddress, Point> points_;
     Source retryTimer_;          // while an address has no point
-    std::vector<Point> leaving_; // until what they have under way has ended
+    std::vector<Point> leaving_; // until their requests have ended
     Source leavingTimer_;
 };
 
@@ -168,7 +168,7 @@ void GupnpNetwork::Watch::letGo() {
     forgetLeft(0); // all results were delivered
     leavingTimer_.reset();
     leaving_.clear();
-    // What was begun and is cancelled by that ends here.
+    // Operations that this destruction cancelled end here.
     runContext([] { return true; }, LONGEST_LEAVE);
 }
 
@@ -256,7 +256,7 @@ GupnpNetwork::Watch::Point GupnpNetwork::Watch::watchContext(GUPnPContext *conte
     return point;
 }
 
-// Its servers cannot be reached through it any more, and do not say so themselves.
+// Its servers cannot be reached through it any more, and will not announce that.
 void GupnpNetwork::Watch::abandon(Point point) {
     for (const GList *each = gupnp_control_point_list_device_proxies(point.control.get()); each != nullptr;
          each = each->next) {

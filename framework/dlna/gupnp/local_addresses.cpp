@@ -62,7 +62,7 @@ AddressMonitor::AddressMonitor(GMainContext *context, std::function<void()> onCh
     name.nl_family = AF_NETLINK;
     name.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR;
     if (!socket_ || bind(socket_.number(), reinterpret_cast<const sockaddr *>(&name), sizeof name) != 0) {
-        MRB_LOG_WARNING("Networks that come or go are not noticed: %s.", std::strerror(errno));
+        MRB_LOG_WARNING("Added and removed networks will not be noticed: %s.", std::strerror(errno));
         return;
     }
     source_.reset(g_unix_fd_source_new(socket_.number(), G_IO_IN));
@@ -71,7 +71,7 @@ AddressMonitor::AddressMonitor(GMainContext *context, std::function<void()> onCh
     g_source_attach(source_.get(), context);
 }
 
-// What they say is read from the system afterwards: messages may be lost (ENOBUFS).
+// Drains the messages; the system is queried afterwards, since some may be lost (ENOBUFS).
 gboolean AddressMonitor::onMessages(gint fd, GIOCondition /*condition*/, gpointer self) {
     std::array<char, 8192> messages = {};
     while (recv(fd, messages.data(), messages.size(), 0) > 0 || errno == ENOBUFS || errno == EINTR) {

@@ -14,19 +14,19 @@ namespace mrb::dlna {
 
 // An address of this machine through which servers can be found.
 struct LocalAddress {
-    std::string ip;         // IPv4, as the guidelines of DLNA have it
+    std::string ip;         // IPv4, as specified by the DLNA guidelines
     unsigned interface = 0; // the kernel's index: a recreated interface has another one
 
     [[nodiscard]] bool isLoopback() const { return ip == "127.0.0.1"; }
     auto operator<=>(const LocalAddress &) const = default;
 };
 
-// 127.0.0.1, where a server on this machine may be, and those of all interfaces that are up and
-// reach a group of machines. From any thread.
+// 127.0.0.1, where a server on this machine may be, and the addresses of all interfaces that are
+// up, support multicast and are not point-to-point. From any thread.
 std::set<LocalAddress> localAddresses();
 
-// Calls `onChange` in a main context when an interface or an address of this machine may have come
-// or gone. Owned and used by the thread that runs the context.
+// Calls `onChange` in a main context when an interface or an address of this machine may have been
+// added or removed. Owned and used by the thread that runs the context.
 class AddressMonitor {
   public:
     AddressMonitor(GMainContext *context, std::function<void()> onChange);

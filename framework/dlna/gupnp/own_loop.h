@@ -54,11 +54,11 @@ class OwnLoop {
 
     using Condition = std::function<bool()>;
 
-    // These in a turn. Runs until `isDone`, or soon after it is cancelled with MRB_ERR_CANCELLED,
-    // or with MRB_ERR_TIMEOUT when it goes on too slowly.
+    // Both in a turn. Runs until `isDone`, or ends soon after a cancellation with
+    // MRB_ERR_CANCELLED, or with MRB_ERR_TIMEOUT when the transfer stalls.
     Status runUntil(const Condition &isDone, const CancellationToken &cancellation, const Pace &pace);
-    // Waits for an operation that was begun with onReady and `result`. One that is given up
-    // is cancelled, and has ended all the same.
+    // Waits for an operation that was started with onReady and `result`. After a
+    // cancellation or timeout it cancels the operation and waits for its end.
     Status await(const Object<GAsyncResult> &result, GCancellable *cancellable,
                  const CancellationToken &cancellation, const Pace &pace);
     static void onReady(GObject *source, GAsyncResult *result, void *holder);

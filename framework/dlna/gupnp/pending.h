@@ -27,8 +27,8 @@ class Pending {
     // Whether there is a reply.
     [[nodiscard]] bool isFinished() const;
 
-    // Returns with the reply, with MRB_ERR_TIMEOUT at the end of the patience, or soon
-    // after `cancellation` is cancelled with MRB_ERR_CANCELLED. One thread, once.
+    // Returns the reply, or MRB_ERR_TIMEOUT at the timeout, or MRB_ERR_CANCELLED soon after a
+    // cancellation. One thread, once.
     Reply await(std::chrono::milliseconds patience, const CancellationToken &cancellation);
 
   private:

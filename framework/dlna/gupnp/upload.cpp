@@ -107,7 +107,7 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
         call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
              cancellation, answer);
     if (!outcome.ok()) {
-        // One that refuses that may still have the file sent to it.
+        // If it refuses to import, the file may still be posted to it.
         return answer.isRefusal ? Status::notSupported(std::move(outcome.message)) : outcome;
     }
     const std::string transfer = answer.text("TransferID");
@@ -122,7 +122,7 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
     return offered.isBroken() ? unreadable(file.title) : outcome;
 }
 
-// A server may say whatever it likes: it has the file when it says so and has fetched it.
+// Does not rely on the server: the file is uploaded when the server reports that and has fetched it.
 Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered, const Moved &moved,
                               const CancellationToken &cancellation) {
     Pace pace;
@@ -148,14 +148,14 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
             // The last bytes may not have been counted here yet.
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
-            // Only what was fetched counts, also where this is stopped.
+            // Only what was fetched counts, also after a cancellation.
             static_cast<void>(loop_.runUntil(isKnown, cancellation, pace));
             return offered.isFetched()
                        ? Status()
-                       : Status::protocolError("The server says that it has a file that it did not fetch.");
+                       : Status::protocolError("The server reports a complete file that it did not fetch.");
         }
         if (status == "ERROR" || status == "STOPPED") {
-            return Status::ioError("The server did not take the file: its transfer ended as " + status + ".");
+            return Status::ioError("The server did not receive it: its transfer ended as " + status + ".");
         }
     }
 }

@@ -13,14 +13,14 @@
 namespace mrb::dlna {
 
 struct Xml {
-    std::unique_ptr<xmlDoc, Deleter<xmlFreeDoc>> document; // null: it could be dangerous to read any of it
-    bool isRepaired = false;                               // bytes that are no letters became U+FFFD
+    std::unique_ptr<xmlDoc, Deleter<xmlFreeDoc>> document; // null: it was refused as dangerous
+    bool isRepaired = false;                               // invalid bytes became U+FFFD
 };
 
-// Reads XML from a server. Faults of single letters, such as bytes that are not UTF-8 or a bare
-// '&', cost those letters. MRB_ERR_PROTOCOL: it is broken beyond that, and the document
-// holds what could be made out, or it defines entities, which can be made to fill the
-// memory, and there is none.
+// Parses XML from a server. Errors in single characters, such as bytes that are not UTF-8 or a
+// bare '&', affect only those. MRB_ERR_PROTOCOL: the document is broken beyond that and holds
+// what could be parsed; or it defines entities, which could be made to fill the memory, and
+// is null.
 Status readXml(const std::string &text, Xml &xml);
 
 struct XmlAttribute {

@@ -361,7 +361,7 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
         });
         const Status outcome = browse();
         EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << status;
-        EXPECT_THAT(outcome.message, HasSubstr("redirects the request")) << status;
+        EXPECT_THAT(outcome.message, HasSubstr("redirects")) << status;
         network.reset();
         server.reset();
         EXPECT_EQ(requestCount, 1);
