@@ -14,18 +14,6 @@ using mrb::ItemStore;
 using mrb::dlna::MediaObject;
 using testing::IsEmpty;
 
-namespace {
-
-MediaObject image(const std::string &id) {
-    MediaObject object;
-    object.id = id;
-    object.title = "picture " + id;
-    object.upnpClass = "object.item.imageItem.photo";
-    return object;
-}
-
-} // namespace
-
 TEST(DlnaRecord, ComesBackAsItWasFromAList) {
     MediaObject object;
     object.id = "object 7";
