@@ -51,7 +51,7 @@ struct Outcome {
 /// Runs the logging child with QUILL_LOG set to `log`, or unset when null, and so
 /// QUILL_LOG_TAGS to `tags`.
 Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments,
-                       const char *tags = nullptr);
+                        const char *tags = nullptr);
 
 /// Everything that can be read from `descriptor` until its writers close it.
 std::string readAll(int descriptor);

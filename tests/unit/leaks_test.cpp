@@ -245,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Outcome{"NotStored", PATHS(R"(["/tmp/none such folder/a.bmp"])"), 0, 2},
                     Outcome{"Stored", PATHS(R"(["/dev/null"])"), 0, 2},
                     Outcome{"Cached", PATHS(R"(["/a name of some length/a","b"],"param_thumb_type":1)"), 0,
-                           2}),
+                            2}),
     [](const auto &outcome) { return std::string(outcome.param.name); });
 
 TEST_F(Leaks, ThumbnailRequestThatIsRefusedLeavesNothing) {
