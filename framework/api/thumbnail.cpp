@@ -46,7 +46,7 @@ mrb::thumbnail::FlashEntry entryOf(const FlashCache &param, const unsigned char 
     return entry;
 }
 
-bool isSize(int length) { return length >= 1 && length <= MRB_THUMB_MOST_PIXELS; }
+bool isSize(int length) { return length >= 1 && length <= MRB_THUMB_MAX_PIXELS; }
 
 } // namespace
 

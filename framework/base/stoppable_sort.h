@@ -7,8 +7,8 @@
 namespace mrb {
 
 // Sorts like std::sort, but gives up on a cancellation; the order is then unspecified. The
-// token is polled once per MOST_COMPARISONS, which take far below a millisecond.
-inline constexpr unsigned MOST_COMPARISONS = 256;
+// token is polled once per COMPARISONS_PER_CHECK, which take far below a millisecond.
+inline constexpr unsigned COMPARISONS_PER_CHECK = 256;
 
 template <typename Iterator, typename Before>
 [[nodiscard]] bool sortUnlessStopped(Iterator begin, Iterator end, const Before &before,
@@ -18,7 +18,7 @@ template <typename Iterator, typename Before>
     unsigned comparisons = 0;
     try {
         std::sort(begin, end, [&](const auto &left, const auto &right) {
-            if (++comparisons % MOST_COMPARISONS == 0 && cancellation.isCancelled()) {
+            if (++comparisons % COMPARISONS_PER_CHECK == 0 && cancellation.isCancelled()) {
                 throw GivenUp();
             }
             return before(left, right);

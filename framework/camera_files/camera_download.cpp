@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint64_t PIECE = 1UL << 20;
 
 // Maximum of bytes that are buffered for a slow destination.
-constexpr std::size_t MOST_WAITING = 4UL << 20;
+constexpr std::size_t MAX_QUEUED = 4UL << 20;
 
 // How often to check whether the download was cancelled, or the camera has stopped responding.
 constexpr auto GLANCE = std::chrono::milliseconds(20);
@@ -31,7 +31,7 @@ struct CameraDownload::Flow {
 
     bool put(std::string_view piece) {
         std::unique_lock guard(lock);
-        change.wait(guard, [this] { return bytes < MOST_WAITING || isClosed; });
+        change.wait(guard, [this] { return bytes < MAX_QUEUED || isClosed; });
         pieces.emplace_back(piece);
         bytes += piece.size();
         change.notify_all();

@@ -13,7 +13,7 @@
 namespace mrb {
 namespace {
 
-constexpr std::size_t MOST_EXIF = 1UL << 20;
+constexpr std::size_t MAX_EXIF_BYTES = 1UL << 20;
 
 constexpr std::string_view EXIF("Exif\0\0", 6);
 constexpr std::string_view LITTLE_ENDIAN_TIFF("II*\0", 4);
@@ -55,7 +55,7 @@ bool hasExif(const CameraFile &file) {
 
 Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
     std::string given;
-    Status outcome = file.read(patience, CameraPart::EXIF, MOST_EXIF, given);
+    Status outcome = file.read(patience, CameraPart::EXIF, MAX_EXIF_BYTES, given);
     exif = outcome.ok() ? exifIn(given) : std::string();
     if (!exif.empty() && !saysAnything(exif)) {
         exif.clear();

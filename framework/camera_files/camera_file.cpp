@@ -102,10 +102,10 @@ Status CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, 
     return outcome;
 }
 
-Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t maximum,
                                  std::string &bytes) const {
     const bool isSizeKnown = size >= 0;
-    const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), most) : most;
+    const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), maximum) : maximum;
     if (length == 0) {
         return {};
     }
@@ -122,13 +122,13 @@ Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t si
     return outcome;
 }
 
-Status CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t most,
+Status CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t maximum,
                         std::string &bytes) const {
     const auto told = std::make_shared<std::string>();
-    Status outcome = run(patience, [told, path = path_, part, most](Camera &camera) {
+    Status outcome = run(patience, [told, path = path_, part, maximum](Camera &camera) {
         bool isTooLong = false;
         Status read = camera.read(path, part, [&](std::string_view piece) {
-            isTooLong = piece.size() > most - told->size();
+            isTooLong = piece.size() > maximum - told->size();
             if (!isTooLong) {
                 told->append(piece);
             }

@@ -41,11 +41,12 @@ class CameraFile {
     // Reads the first `most` bytes of a file of `size` bytes, or all where there are fewer; where
     // the size is CameraFileFacts::UNSAID, what one piece has of them. Also from a camera that
     // transfers whole files only: the transfer is cancelled after these bytes.
-    Status readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t most,
+    Status readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t maximum,
                          std::string &bytes) const;
 
     // Reads a part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
-    Status read(const CameraPatience &patience, CameraPart part, std::size_t most, std::string &bytes) const;
+    Status read(const CameraPatience &patience, CameraPart part, std::size_t maximum,
+                std::string &bytes) const;
 
     // An asynchronous request, see CameraService.
     using FileWork = std::function<Status(Camera &camera, const CameraPath &path)>;

@@ -76,9 +76,9 @@ class CameraBytes final : public MediaBytes {
 // For a camera that transfers whole files only.
 Status readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
                          const CameraFileFacts &facts, std::string &bytes) {
-    const bool isLong = facts.size > static_cast<std::int64_t>(MOST_FETCHED_FOR_FACTS);
+    const bool isLong = facts.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
     if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
-        return source.read(patience, CameraPart::WHOLE, MOST_FETCHED_FOR_FACTS, bytes);
+        return source.read(patience, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
     }
     std::string exif;
     Status outcome = readDriversExif(source, patience, exif);
@@ -98,7 +98,7 @@ Status readWithoutPieces(const CameraFile &source, const CameraPatience &patienc
 } // namespace
 
 Status openCameraMedia(const std::string &url, MediaFile &file) {
-    const auto deadline = Clock::now() + MediaFile::LONGEST_TIME;
+    const auto deadline = Clock::now() + MediaFile::TIMEOUT;
     Status outcome;
     const std::unique_ptr<CameraFile> source = CameraFile::find(url, outcome);
     if (!source) {

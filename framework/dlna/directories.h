@@ -17,7 +17,7 @@ namespace mrb::dlna {
 
 // An object of a server's content directory as the server describes it. All data are
 // untrusted: texts are valid UTF-8 without control characters and at most
-// Metadata::LONGEST_TEXT bytes long; what is missing, too long or not a number is omitted.
+// Metadata::MAX_TEXT_LENGTH bytes long; what is missing, too long or not a number is omitted.
 struct MediaObject {
     std::string id;              // empty: it has none that a request could use
     std::string title;           // may be empty
@@ -74,7 +74,7 @@ struct Page {
 class Directories {
   public:
     // The maximum size of a response; longer ones are not read.
-    static constexpr std::size_t MOST_BYTES = 4UL << 20;
+    static constexpr std::size_t MAX_BYTES = 4UL << 20;
 
     Directories() = default;
     virtual ~Directories() = default;
@@ -93,7 +93,7 @@ class Directories {
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
     // MRB_ERR_PERMISSION_DENIED also for URLs on other hosts, MRB_ERR_NOT_FOUND when
     // there is no such file.
-    virtual Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+    virtual Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds patience,
                          const CancellationToken &cancellation, std::string &bytes) = 0;
 
     // Opens transfers of files to and from a server by the calling thread. Codes as of ask.

@@ -40,8 +40,8 @@ struct Field { // NOLINT(clang-analyzer-optin.performance.Padding): said above
     FactValue (*value)(const FieldSubject &subject);
     // A client may write it: whole numbers in this range, or texts.
     bool isWritable = false;
-    int least = 0;
-    int most = 0;
+    int minimum = 0;
+    int maximum = 0;
     // A missing value is an error, since the empty value would be mistaken for a real one.
     bool isRequired = false;
 };

@@ -62,7 +62,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
                                                     MediaLibrary &library,
                                                     const std::function<MediaItem(const ItemFacts &)> &fileOf,
                                                     const CancellationToken &cancellation) {
-    constexpr std::int64_t MOST_TRACKS = 1 << 20;
+    constexpr std::int64_t MAX_TRACKS = 1 << 20;
     const auto size = static_cast<std::size_t>(store.size());
     const Field &field = *findField(fieldOf(key));
     std::vector<std::string> texts(size);
@@ -75,7 +75,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
             texts[index] = *text;
         }
         if (!tracks.empty()) {
-            tracks[index] = std::clamp<std::int64_t>(record.facts.number(Fact::TRACK), 0, MOST_TRACKS - 1);
+            tracks[index] = std::clamp<std::int64_t>(record.facts.number(Fact::TRACK), 0, MAX_TRACKS - 1);
         }
     };
     const auto itemAt = [&](std::int32_t item) {
@@ -91,7 +91,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
     std::optional<std::vector<std::int64_t>> values = places(texts, cancellation);
     for (std::size_t index = 0; values && index < tracks.size(); ++index) {
         std::int64_t &value = (*values)[index];
-        value = value == UNKNOWN ? UNKNOWN : value * MOST_TRACKS + tracks[index];
+        value = value == UNKNOWN ? UNKNOWN : value * MAX_TRACKS + tracks[index];
     }
     return values;
 }

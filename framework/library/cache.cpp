@@ -18,9 +18,9 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t MOST_RECENT = 1024;
+constexpr std::size_t MAX_RECENT = 1024;
 // The timeout for the lock that another process holds, and the interval at which it is tried.
-constexpr auto LONGEST_TURN = std::chrono::seconds(2);
+constexpr auto LOCK_TIMEOUT = std::chrono::seconds(2);
 constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(5);
 // The delay before a file that another process held is tried again.
 constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
@@ -91,7 +91,7 @@ void MetadataCache::open() {
 // written, there is nothing to lock.
 Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    const auto last = steady_clock::now() + LONGEST_TURN;
+    const auto last = steady_clock::now() + LOCK_TIMEOUT;
     if (turn && lockFile(turn.number(), last, BETWEEN_TRIES) == EWOULDBLOCK) {
         throw DatabaseError::busy("another process does not release its lock");
     }
@@ -213,7 +213,7 @@ std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
         return found->second;
     }
     auto record = std::make_shared<MediaRecord>(connection_->read(key));
-    if (recent_.size() >= MOST_RECENT) {
+    if (recent_.size() >= MAX_RECENT) {
         recent_.clear();
     }
     recent_.insert_or_assign(text, record);

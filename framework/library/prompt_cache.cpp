@@ -11,11 +11,11 @@
 namespace mrb {
 namespace {
 
-constexpr std::size_t MOST_RECENT = 1024;
+constexpr std::size_t MAX_RECENT = 1024;
 // The maximum of pending lookups, which are of different files, while the storage hangs.
-constexpr std::size_t MOST_LOOKUPS = 64;
+constexpr std::size_t MAX_LOOKUPS = 64;
 // The maximum of writes in one transaction.
-constexpr std::size_t MOST_AT_HAND = 128;
+constexpr std::size_t MAX_READY = 128;
 // The interval between attempts to write while another process holds the cache.
 constexpr auto PAUSE = std::chrono::seconds(1);
 
@@ -61,7 +61,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
     if (const auto found = lookups_.find(text); found != lookups_.end()) {
         return found->second;
     }
-    if (isFinishing_ || lookups_.size() >= MOST_LOOKUPS) {
+    if (isFinishing_ || lookups_.size() >= MAX_LOOKUPS) {
         return nullptr;
     }
     try {
@@ -120,7 +120,7 @@ void PromptCache::lookUpAll() {
 }
 
 void PromptCache::keep(const std::string &text, const Record &record) {
-    if (recent_.size() >= MOST_RECENT) {
+    if (recent_.size() >= MAX_RECENT) {
         recent_.clear();
     }
     recent_.insert_or_assign(text, record);
@@ -168,13 +168,13 @@ PromptCache::Record PromptCache::withWrites(Record record, const std::string &te
 
 // The latest write of the file that the worker has not taken, or a new one. Null: `most` are
 // pending.
-std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::size_t most) {
+std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::size_t maximum) {
     std::string text = textOf(key);
     const auto latest = std::ranges::find(writes_.rbegin(), writes_.rend(), text, &Write::text);
     if (latest != writes_.rend() && !(*latest)->isAtHand) {
         return *latest;
     }
-    if (isFinishing_ || writes_.size() >= most) {
+    if (isFinishing_ || writes_.size() >= maximum) {
         return nullptr;
     }
     writer_.thread.start([this] { writeAll(); });
@@ -210,7 +210,7 @@ Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
         write->fields.insert_or_assign(name, value);
     }
     writer_.wake.notify_one();
-    if (writes_.size() > MOST_AT_HAND) {
+    if (writes_.size() > MAX_READY) {
         return {}; // its turn does not come soon
     }
     write->isAwaited = true;
@@ -220,7 +220,7 @@ Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
 }
 
 PromptCache::Writes PromptCache::take() const {
-    const auto end = writes_.begin() + static_cast<std::ptrdiff_t>(std::min(writes_.size(), MOST_AT_HAND));
+    const auto end = writes_.begin() + static_cast<std::ptrdiff_t>(std::min(writes_.size(), MAX_READY));
     Writes writes(writes_.begin(), end);
     for (const std::shared_ptr<Write> &write : writes) {
         write->isAtHand = true;

@@ -97,7 +97,7 @@ class PromptCache {
     void keep(const std::string &text, const Record &record);
     void forget(const std::string &text);
     [[nodiscard]] Record withWrites(Record record, const std::string &text) const;
-    std::shared_ptr<Write> due(const MediaKey &key, std::size_t most);
+    std::shared_ptr<Write> due(const MediaKey &key, std::size_t maximum);
     [[nodiscard]] Writes take() const;
     bool settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast);
 

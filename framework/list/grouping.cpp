@@ -30,7 +30,7 @@ std::int64_t monthOf(std::int64_t seconds) {
     return std::int64_t{int{date.year()}} * MONTHS + unsigned{date.month()} - 1;
 }
 
-constexpr std::int64_t MOST_MONTHS = std::int64_t{10'000} * MONTHS;
+constexpr std::int64_t MAX_MONTHS = std::int64_t{10'000} * MONTHS;
 
 // Maps every key of a grouping to a small number of its own, from 0.
 std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping,
@@ -43,7 +43,7 @@ std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping groupin
     case Grouping::DATE: {
         // From the newest month on, items without a date last.
         const std::int64_t month = monthOf(store.modified(item));
-        return month == UNKNOWN ? MOST_MONTHS : MOST_MONTHS - 1 - month;
+        return month == UNKNOWN ? MAX_MONTHS : MAX_MONTHS - 1 - month;
     }
     case Grouping::FOLDER:
         return store.folder(item);
@@ -61,7 +61,7 @@ std::int64_t keyAt(std::int64_t place, Grouping grouping) {
     if (grouping != Grouping::DATE) {
         return place;
     }
-    return place == MOST_MONTHS ? UNKNOWN : MOST_MONTHS - 1 - place;
+    return place == MAX_MONTHS ? UNKNOWN : MAX_MONTHS - 1 - place;
 }
 
 std::size_t placesOf(const ItemStore &store, Grouping grouping, const FileGroups &ofFiles) {
@@ -71,7 +71,7 @@ std::size_t placesOf(const ItemStore &store, Grouping grouping, const FileGroups
     case Grouping::FIRST_LETTER:
         return LETTER_LIMIT;
     case Grouping::DATE:
-        return std::size_t{MOST_MONTHS} + 1;
+        return std::size_t{MAX_MONTHS} + 1;
     case Grouping::FOLDER:
         return static_cast<std::size_t>(store.folders());
     case Grouping::ARTIST:

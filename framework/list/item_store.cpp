@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::int32_t NO_ITEM = -1;
 
-std::string_view cut(std::string_view text) { return text.substr(0, ItemStore::LONGEST_TEXT); }
+std::string_view cut(std::string_view text) { return text.substr(0, ItemStore::MAX_TEXT_LENGTH); }
 
 // An id with a record: the id's length in two bytes (little-endian), then the id, then the record.
 constexpr std::size_t LENGTH_BYTES = 2;
@@ -30,7 +30,7 @@ ItemStore::ItemStore() { folders_.push_back({NO_FOLDER, 0, 0, false, NO_ITEM}); 
 
 std::int32_t ItemStore::addFolder(std::int32_t parent, std::string_view name) {
     name = cut(name);
-    if (folders_.size() >= MOST_ITEMS || !hasRoom(name.size())) {
+    if (folders_.size() >= MAX_ITEMS || !hasRoom(name.size())) {
         return -1;
     }
     folders_.push_back(
@@ -42,10 +42,10 @@ bool ItemStore::add(const SourceItem &item, bool passes) {
     const std::string_view name = cut(item.name);
     // A record that does not fit is dropped: the id alone identifies the item.
     const bool hasRecord =
-        !item.record.empty() && LENGTH_BYTES + item.id.size() + item.record.size() <= LONGEST_TEXT;
+        !item.record.empty() && LENGTH_BYTES + item.id.size() + item.record.size() <= MAX_TEXT_LENGTH;
     const std::string behind = hasRecord ? packed(item.id, item.record) : std::string();
     const std::string_view id = hasRecord ? behind : cut(item.id);
-    if (items_.size() >= MOST_ITEMS || !hasRoom(name.size() + id.size())) {
+    if (items_.size() >= MAX_ITEMS || !hasRoom(name.size() + id.size())) {
         return false;
     }
     items_.push_back({item.size, item.modified, item.created, text_.add(name, id), known(item.folder),

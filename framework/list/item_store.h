@@ -18,10 +18,10 @@ namespace mrb {
 class ItemStore {
   public:
     // Bounds on what a damaged or hostile source can make the process hold.
-    static constexpr std::int32_t MOST_ITEMS = 5'000'000;
-    static constexpr std::size_t MOST_TEXT = 1UL << 28;     // bytes of all names
-    static constexpr std::size_t LONGEST_TEXT = UINT16_MAX; // bytes of one name or id; longer: truncated
-    static_assert(2 * LONGEST_TEXT <= ChunkedText::LONGEST, "an item's name and id are stored together");
+    static constexpr std::int32_t MAX_ITEMS = 5'000'000;
+    static constexpr std::size_t MAX_TEXT_BYTES = 1UL << 28;   // bytes of all names
+    static constexpr std::size_t MAX_TEXT_LENGTH = UINT16_MAX; // bytes of one name or id; longer: truncated
+    static_assert(2 * MAX_TEXT_LENGTH <= ChunkedText::LONGEST, "an item's name and id are stored together");
 
     ItemStore();
 
@@ -102,7 +102,7 @@ class ItemStore {
     // What follows an item's name in text_: its id, and the record that the source supplied.
     [[nodiscard]] std::string_view idOf(const Item &item) const;
     [[nodiscard]] std::string_view recordOf(const Item &item) const;
-    [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MOST_TEXT; }
+    [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MAX_TEXT_BYTES; }
 
     // In chunks: they grow without copying their elements, and are freed as a whole.
     ChunkedArray<Item> items_;

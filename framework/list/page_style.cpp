@@ -31,7 +31,7 @@ bool readGrouping(int value, Grouping &grouping) {
     return false;
 }
 
-bool isSide(int cells) { return cells >= 1 && cells <= MRB_PAGE_MOST_ROWS; }
+bool isSide(int cells) { return cells >= 1 && cells <= MRB_PAGE_MAX_ROWS; }
 
 Status invalid(const char *what, int value) {
     return Status::invalidParameter("A page style has no " + std::string(what) + " " + std::to_string(value) +
@@ -56,7 +56,7 @@ Status readPageStyle(const PageRequest &request, PageStyle &style) {
     style.groupIndex = request.groupIndex;
     if (paged) {
         if (!isSide(request.rows) || !isSide(request.columns)) {
-            return Status::invalidParameter("A page has 1 to " + std::to_string(MRB_PAGE_MOST_ROWS) +
+            return Status::invalidParameter("A page has 1 to " + std::to_string(MRB_PAGE_MAX_ROWS) +
                                             " rows and as many columns, not " + std::to_string(request.rows) +
                                             " by " + std::to_string(request.columns) + ".");
         }

@@ -78,11 +78,11 @@ constexpr MediaType TYPES[] = {
     {"xspf", MRB_ITEM_TYPE_M3U, "application/xspf+xml"},
 };
 
-constexpr std::size_t LONGEST_EXTENSION = 4;
+constexpr std::size_t MAX_EXTENSION_LENGTH = 4;
 
 static_assert(std::ranges::is_sorted(TYPES, {}, &MediaType::extension), "the look-up is a binary search");
 static_assert(std::ranges::all_of(TYPES, [](const MediaType &type) {
-    return type.extension.size() <= LONGEST_EXTENSION;
+    return type.extension.size() <= MAX_EXTENSION_LENGTH;
 }));
 
 // For MIME types that have several extensions, or that have several names.
@@ -143,7 +143,7 @@ std::string lowerCase(std::string_view text) {
 
 const MediaType *mediaTypeOf(std::string_view fileName) {
     const std::string_view written = extensionOf(fileName);
-    if (written.empty() || written.size() > LONGEST_EXTENSION) {
+    if (written.empty() || written.size() > MAX_EXTENSION_LENGTH) {
         return nullptr;
     }
     const std::string extension = lowerCase(written);

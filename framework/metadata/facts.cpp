@@ -17,9 +17,9 @@ constexpr bool isContinuation(char letter) { return (static_cast<unsigned char>(
 std::string cleanText(std::string_view bytes) {
     // A fixed-size field is padded with zeros, and what follows a zero is not part of the text.
     bytes = bytes.substr(0, bytes.find('\0'));
-    std::string text = displayText(std::string(bytes.substr(0, Metadata::LONGEST_TEXT)));
-    if (text.size() > Metadata::LONGEST_TEXT || bytes.size() > Metadata::LONGEST_TEXT) {
-        std::size_t end = std::min(text.size(), Metadata::LONGEST_TEXT);
+    std::string text = displayText(std::string(bytes.substr(0, Metadata::MAX_TEXT_LENGTH)));
+    if (text.size() > Metadata::MAX_TEXT_LENGTH || bytes.size() > Metadata::MAX_TEXT_LENGTH) {
+        std::size_t end = std::min(text.size(), Metadata::MAX_TEXT_LENGTH);
         // The cut may have split a character, which then became U+FFFD's three bytes.
         const std::size_t broken = text.find("\uFFFD", end < 12 ? 0 : end - 12);
         end = std::min(end, broken);

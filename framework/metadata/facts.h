@@ -50,11 +50,11 @@ inline constexpr std::size_t FACTS = static_cast<std::size_t>(Fact::IS_ENCRYPTED
 using FactValue = std::variant<std::monostate, std::int64_t, double, std::string>;
 
 // The metadata of one file. Input may be hostile: texts are made valid UTF-8 without control
-// characters and cut at LONGEST_TEXT, and values that are empty or not finite are left out. A
+// characters and cut at MAX_TEXT_LENGTH, and values that are empty or not finite are left out. A
 // plain value without a lock.
 class Metadata {
   public:
-    static constexpr std::size_t LONGEST_TEXT = 4096; // bytes
+    static constexpr std::size_t MAX_TEXT_LENGTH = 4096; // bytes
 
     void setText(Fact fact, std::string_view bytes);
     void setNumber(Fact fact, std::int64_t number) { at(fact) = number; }
@@ -77,7 +77,7 @@ class Metadata {
     std::array<FactValue, FACTS> values_;
 };
 
-// `bytes` as a text for one line, at most Metadata::LONGEST_TEXT long.
+// `bytes` as a text for one line, at most Metadata::MAX_TEXT_LENGTH long.
 std::string cleanText(std::string_view bytes);
 
 } // namespace mrb

@@ -111,13 +111,13 @@ std::string yearOf(std::string_view date) {
 }
 
 PlaceText placeOfIso(std::string_view text) {
-    constexpr double MOST_LATITUDE = 90;
-    constexpr double MOST_LONGITUDE = 180;
+    constexpr double MAX_LATITUDE = 90;
+    constexpr double MAX_LONGITUDE = 180;
     PlaceText place;
     const auto latitude = signedNumber(text);
     const auto longitude = signedNumber(text);
-    if (!latitude || !longitude || std::abs(*latitude) > MOST_LATITUDE ||
-        std::abs(*longitude) > MOST_LONGITUDE) {
+    if (!latitude || !longitude || std::abs(*latitude) > MAX_LATITUDE ||
+        std::abs(*longitude) > MAX_LONGITUDE) {
         return place;
     }
     place.isKnown = true;

@@ -34,8 +34,8 @@ void MediaFile::open(std::unique_ptr<MediaBytes> bytes) {
 void MediaFile::begin(std::int64_t size, std::int64_t modified) {
     size_ = size;
     modified_ = modified;
-    left_ = MOST_BYTES;
-    deadline_ = std::chrono::steady_clock::now() + LONGEST_TIME;
+    left_ = MAX_BYTES;
+    deadline_ = std::chrono::steady_clock::now() + TIMEOUT;
 }
 
 bool MediaFile::isExhausted() const {
@@ -46,8 +46,8 @@ std::size_t MediaFile::read(std::int64_t offset, void *buffer, std::size_t lengt
     if (offset < 0 || offset >= size_ || left_ <= 0) {
         return 0;
     }
-    const auto most = static_cast<std::size_t>(std::min(left_, size_ - offset));
-    length = std::min(length, most);
+    const auto maximum = static_cast<std::size_t>(std::min(left_, size_ - offset));
+    length = std::min(length, maximum);
     std::size_t have = 0;
     while (have < length && !isExhausted()) {
         const std::int64_t got = readPiece(offset + static_cast<std::int64_t>(have),

@@ -13,13 +13,13 @@
 
 namespace mrb {
 
-// A media file open for its metadata. Whatever its contents, it gives no more than MOST_BYTES,
-// and nothing later than LONGEST_TIME after it was opened or after its reading was cancelled: a
+// A media file open for its metadata. Whatever its contents, it gives no more than MAX_BYTES,
+// and nothing later than TIMEOUT after it was opened or after its reading was cancelled: a
 // reader then finds the file at its end. Owned and used by one thread.
 class MediaFile {
   public:
-    static constexpr std::int64_t MOST_BYTES = 64LL << 20;
-    static constexpr auto LONGEST_TIME = std::chrono::seconds(3);
+    static constexpr std::int64_t MAX_BYTES = 64LL << 20;
+    static constexpr auto TIMEOUT = std::chrono::seconds(3);
 
     // It is cancelled when the metadata are not wanted any more.
     explicit MediaFile(CancellationToken cancellation = {}) : cancellation_(std::move(cancellation)) {}
@@ -55,7 +55,7 @@ class MediaFile {
     std::unique_ptr<MediaBytes> bytes_; // this
     std::int64_t size_ = 0;
     std::int64_t modified_ = 0;
-    std::int64_t left_ = MOST_BYTES;
+    std::int64_t left_ = MAX_BYTES;
     std::chrono::steady_clock::time_point deadline_;
     bool failed_ = false;
 };

@@ -19,8 +19,8 @@ Status noSuchField(const char *name, const char *how) {
     return Status::invalidParameter("There is no field \"" + std::string(name) + "\" to be " + how + ".");
 }
 
-std::int64_t within(std::int64_t number, std::int64_t least, std::int64_t most) {
-    return std::clamp(number, least, most);
+std::int64_t within(std::int64_t number, std::int64_t minimum, std::int64_t maximum) {
+    return std::clamp(number, minimum, maximum);
 }
 
 // The value in the field's type; empty or 0 where there is none or one of another type.
@@ -114,15 +114,15 @@ Status writeField(const ListSession &session, const char *name, FactValue value)
     if (!field->isWritable) {
         return Status::notSupported("The field \"" + std::string(name) + "\" cannot be written.");
     }
-    if (number != nullptr && (*number < field->least || *number > field->most)) {
-        return Status::invalidParameter("The field \"" + std::string(name) + "\" cannot be " +
-                                        std::to_string(*number) + "; it is " + std::to_string(field->least) +
-                                        " to " + std::to_string(field->most) + ".");
+    if (number != nullptr && (*number < field->minimum || *number > field->maximum)) {
+        return Status::invalidParameter(
+            "The field \"" + std::string(name) + "\" cannot be " + std::to_string(*number) + "; it is " +
+            std::to_string(field->minimum) + " to " + std::to_string(field->maximum) + ".");
     }
-    if (text != nullptr && (text->size() > Metadata::LONGEST_TEXT || !isUtf8(*text))) {
+    if (text != nullptr && (text->size() > Metadata::MAX_TEXT_LENGTH || !isUtf8(*text))) {
         return Status::invalidParameter(
             "The text for the field \"" + std::string(name) + "\" is longer than " +
-            std::to_string(Metadata::LONGEST_TEXT) +
+            std::to_string(Metadata::MAX_TEXT_LENGTH) +
             " bytes, is not UTF-8, or has control characters or spaces around it.");
     }
     const std::optional<ListEntry> entry = session.current();

@@ -19,7 +19,7 @@ using std::chrono::steady_clock;
 // second.
 constexpr std::int32_t GROWTH_ITEMS = 256;
 constexpr auto GROWTH_PAUSE = std::chrono::milliseconds(100);
-constexpr auto LONGEST_SILENCE = std::chrono::seconds(1);
+constexpr auto MAX_SILENCE = std::chrono::seconds(1);
 
 } // namespace
 
@@ -62,7 +62,7 @@ FillResult ListFiller::fill() {
     if (full_) {
         result.outcome =
             Status::outOfMemory("The list is full: the source holds more than " +
-                                std::to_string(ItemStore::MOST_ITEMS) + " items, or too much text.");
+                                std::to_string(ItemStore::MAX_ITEMS) + " items, or too much text.");
     }
     return result;
 }
@@ -132,8 +132,7 @@ void ListFiller::reportGrowth() {
     const std::int32_t grown = size - reportedSize_;
     const auto now = steady_clock::now();
     const auto silence = now - reportedAt_;
-    const bool due =
-        grown >= GROWTH_ITEMS ? silence >= GROWTH_PAUSE : grown > 0 && silence >= LONGEST_SILENCE;
+    const bool due = grown >= GROWTH_ITEMS ? silence >= GROWTH_PAUSE : grown > 0 && silence >= MAX_SILENCE;
     if (due) {
         reportedSize_ = size;
         reportedAt_ = now;

@@ -18,13 +18,13 @@ namespace {
 using std::chrono::steady_clock;
 
 // The maximum of files that wait for their names: enough for one flush of the device to pay off.
-constexpr std::size_t MOST_WAITING = 64;
-constexpr std::uint64_t MOST_WAITING_BYTES = 32UL << 20;
+constexpr std::size_t MAX_QUEUED = 64;
+constexpr std::uint64_t MAX_QUEUED_BYTES = 32UL << 20;
 
 // The interval at which the destination is checked to exist.
 constexpr auto LOOK_PAUSE = std::chrono::milliseconds(200);
 
-constexpr std::uint64_t LEAST_BLOCK = 512;
+constexpr std::uint64_t MIN_BLOCK_BYTES = 512;
 
 bool isRemoved(int error) { return resultOfErrno(error) == MRB_ERR_DEVICE_REMOVED; }
 
@@ -94,7 +94,7 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     // A file system that does not report its size has no known limit.
     const bool isKnown =
         fstatvfs(destination_.folder()->descriptor.number(), &space) == 0 && space.f_blocks > 0;
-    const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, LEAST_BLOCK);
+    const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
     plan = planCopy(list_->list(), selection_, block, [&] { return listener.stopped(); });
     listener.begins(plan.files, plan.bytes);
     if (listener.stopped()) {
@@ -132,7 +132,7 @@ CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
             return Step::END;
         }
         const bool isEnough =
-            waiting_.size() + folders_.size() >= MOST_WAITING || waitingBytes_ >= MOST_WAITING_BYTES;
+            waiting_.size() + folders_.size() >= MAX_QUEUED || waitingBytes_ >= MAX_QUEUED_BYTES;
         if (isEnough && finishWaiting(listener) == Step::END) {
             return Step::END;
         }
@@ -284,7 +284,7 @@ CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
 bool CopyJob::hasRoom(std::uint64_t bytes) const {
     struct statvfs space {};
     return fstatvfs(destination_.folder()->descriptor.number(), &space) != 0 || space.f_blocks == 0 ||
-           bytes <= std::uint64_t{space.f_bavail} * std::max<std::uint64_t>(space.f_frsize, LEAST_BLOCK);
+           bytes <= std::uint64_t{space.f_bavail} * std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
 }
 
 CopyJob::Step CopyJob::end(int event) {

@@ -5,7 +5,7 @@
 namespace mrb {
 
 void Failures::add(const Status &outcome, const std::string &name, JobEnd &end) {
-    if (++count_ <= MOST_LOGGED) {
+    if (++count_ <= MAX_LOGGED) {
         MRB_LOG_WARNING("%s: %s (%s)", what_, outcome.message.c_str(), resultName(outcome.code));
     }
     if (end.outcome.ok()) {
@@ -15,8 +15,8 @@ void Failures::add(const Status &outcome, const std::string &name, JobEnd &end) 
 }
 
 void Failures::conclude() const {
-    if (count_ > MOST_LOGGED) {
-        MRB_LOG_WARNING("%s: %llu more files.", what_, static_cast<unsigned long long>(count_ - MOST_LOGGED));
+    if (count_ > MAX_LOGGED) {
+        MRB_LOG_WARNING("%s: %llu more files.", what_, static_cast<unsigned long long>(count_ - MAX_LOGGED));
     }
 }
 

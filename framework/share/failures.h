@@ -21,7 +21,7 @@ class Failures {
 
   private:
     // Further lines would only flood the log.
-    static constexpr std::uint64_t MOST_LOGGED = 20;
+    static constexpr std::uint64_t MAX_LOGGED = 20;
 
     const char *const what_;
     std::uint64_t count_ = 0;

@@ -14,17 +14,17 @@ constexpr std::string_view REPLACEMENT_CHARACTER = "\xEF\xBF\xBD";
 
 // The maximum length of a name in bytes on most file systems, and on those that encrypt names.
 constexpr std::size_t LONGEST = 255;
-constexpr std::size_t LONGEST_ENCRYPTED = 143;
+constexpr std::size_t MAX_ENCRYPTED_LENGTH = 143;
 
 // A longer one is the end of a sentence rather than an extension.
-constexpr std::size_t LONGEST_EXTENSION = 16;
+constexpr std::size_t MAX_EXTENSION_LENGTH = 16;
 
 bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 std::size_t stemOf(std::string_view name, bool isFolder) {
     const std::size_t dot = name.rfind('.');
     const bool hasExtension =
-        !isFolder && dot != std::string_view::npos && dot > 0 && name.size() - dot <= LONGEST_EXTENSION;
+        !isFolder && dot != std::string_view::npos && dot > 0 && name.size() - dot <= MAX_EXTENSION_LENGTH;
     return hasExtension ? dot : name.size();
 }
 
@@ -65,11 +65,11 @@ std::string renamedPath(std::string_view path, std::string (*rename)(std::string
     return renamed;
 }
 
-std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes) {
+std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t maxBytes) {
     const std::size_t stem = stemOf(name, isFolder);
     std::string end = number == 0 ? "" : " (" + std::to_string(number) + ")";
     end += name.substr(stem);
-    std::size_t kept = std::min(stem, mostBytes - std::min(mostBytes, end.size()));
+    std::size_t kept = std::min(stem, maxBytes - std::min(maxBytes, end.size()));
     while (kept > 0 && kept < stem && continuesCharacter(name[kept])) {
         --kept;
     }
@@ -79,7 +79,7 @@ std::string numberedName(std::string_view name, unsigned number, bool isFolder, 
 bool NameCandidates::next(int error) {
     switch (error) {
     case EEXIST:
-        return ++number_ < MOST_NUMBERS;
+        return ++number_ < MAX_NUMBERS;
     case EINVAL:
     case EILSEQ:
         if (isPortable_) {
@@ -89,10 +89,10 @@ bool NameCandidates::next(int error) {
         name_ = portableName(name_);
         return true;
     case ENAMETOOLONG:
-        if (mostBytes_ == LONGEST_ENCRYPTED) {
+        if (mostBytes_ == MAX_ENCRYPTED_LENGTH) {
             return false;
         }
-        mostBytes_ = mostBytes_ > LONGEST ? LONGEST : LONGEST_ENCRYPTED;
+        mostBytes_ = mostBytes_ > LONGEST ? LONGEST : MAX_ENCRYPTED_LENGTH;
         return true;
     default:
         return false;

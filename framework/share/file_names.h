@@ -20,13 +20,13 @@ std::string renamedPath(std::string_view path, std::string (*rename)(std::string
 
 // `name` with " (number)" before its extension, or at the end of a folder's name; unchanged for
 // 0. At most `mostBytes` long: a longer name is cut before the number, between characters.
-std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t mostBytes);
+std::string numberedName(std::string_view name, unsigned number, bool isFolder, std::size_t maxBytes);
 
 // The names that are tried at the destination in order: the item's own; with a number when that
 // is taken; portable or shorter when the file system refuses it. Owned and used by one thread.
 class NameCandidates {
   public:
-    static constexpr unsigned MOST_NUMBERS = 10'000;
+    static constexpr unsigned MAX_NUMBERS = 10'000;
 
     NameCandidates(std::string_view name, bool isFolder) : name_(name), isFolder_(isFolder) {}
 

@@ -16,7 +16,7 @@
 namespace mrb {
 namespace {
 
-constexpr int MOST_TEMPORARY_NAMES = 100;
+constexpr int MAX_TEMPORARY_NAMES = 100;
 
 // Hidden, so that lists of the folder do not show it.
 std::string temporaryName() {
@@ -101,7 +101,7 @@ int NewFile::make(OpenFolderPtr folder, mode_t mode, NewFile &file, Kind kind) {
 
 int NewFile::makeTemporary(mode_t mode) {
     int error = EEXIST;
-    for (int tries = 0; error == EEXIST && tries < MOST_TEMPORARY_NAMES; ++tries) {
+    for (int tries = 0; error == EEXIST && tries < MAX_TEMPORARY_NAMES; ++tries) {
         const std::string name = temporaryName();
         descriptor_ = Descriptor(openat(folder_->descriptor.number(), name.c_str(),
                                         O_CREAT | O_EXCL | O_RDWR | O_NOFOLLOW | O_CLOEXEC, mode));

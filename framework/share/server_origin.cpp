@@ -77,7 +77,7 @@ Status ServerOrigin::open(const ItemFacts &item, const CancellationToken &cancel
     }
     const std::int64_t size = promise.size != UNKNOWN ? promise.size : item.size;
     isExact_ = size != UNKNOWN;
-    most_ = isExact_ ? static_cast<std::uint64_t>(size) : MOST_BYTES;
+    most_ = isExact_ ? static_cast<std::uint64_t>(size) : MAX_BYTES;
     file.size = isExact_ ? most_ : 0;
     file.mode = COPIED_MODE;
     file.times[0].tv_nsec = UTIME_NOW;

@@ -16,7 +16,7 @@ namespace mrb {
 class ServerOrigin final : public Origin {
   public:
     // The maximum that is read of a file of unknown size.
-    static constexpr std::uint64_t MOST_BYTES = 4ULL << 30;
+    static constexpr std::uint64_t MAX_BYTES = 4ULL << 30;
 
     ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
         : list_(std::move(list)), server_(std::move(server)) {}

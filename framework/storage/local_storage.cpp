@@ -24,7 +24,7 @@ constexpr const char *MOUNT = "mount:";
 constexpr const char *PLACES[] = {"/media/", "/run/media/"};
 
 // Maximum of sequence numbers kept; beyond it most are of devices long removed.
-constexpr std::size_t MOST_WORDS = 4096;
+constexpr std::size_t MAX_WORDS = 4096;
 
 std::string keyOf(dev_t number) {
     return BLOCK + std::to_string(major(number)) + ':' + std::to_string(minor(number));
@@ -139,7 +139,7 @@ void LocalStorage::hear(DeviceTable &table, udev_device *block) {
     if (path == nullptr || action == nullptr) {
         return;
     }
-    if (lastWords_.size() >= MOST_WORDS) {
+    if (lastWords_.size() >= MAX_WORDS) {
         lastWords_.clear();
     }
     const unsigned long long word = udev_device_get_seqnum(block);

@@ -20,7 +20,7 @@ namespace {
 constexpr auto PATIENCE = std::chrono::milliseconds(20);
 
 // Maximum of late results kept for later calls; beyond it most are of removed devices.
-constexpr std::size_t MOST_LATE = 256;
+constexpr std::size_t MAX_LATE = 256;
 
 std::string keyOf(const Device &device) {
     return std::to_string(device.mountId) + '\n' + device.id + '\n' + device.mountPath;
@@ -86,7 +86,7 @@ void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::ti
                                   [&] { return round->answered == number; });
     }
     const std::size_t taken = std::exchange(round->taken, number); // The rest is left to a later call.
-    if (state_->late.size() > MOST_LATE) {
+    if (state_->late.size() > MAX_LATE) {
         std::erase_if(state_->late, [](const auto &each) { return each.second->isAnswered; });
     }
     for (std::size_t index = 0; index < taken; ++index) {

@@ -5,7 +5,7 @@
 namespace mrb {
 
 void NameKeys::add(std::string_view name) {
-    const std::string_view made = order_.transientKey(name).substr(0, LONGEST_KEY);
+    const std::string_view made = order_.transientKey(name).substr(0, MAX_KEY_LENGTH);
     if (keys_.empty()) {
         common_ = made.size();
     } else {

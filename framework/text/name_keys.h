@@ -15,7 +15,7 @@ class NameKeys {
   public:
     // Longer keys are truncated: names count as equal when this many bytes of their keys
     // are.
-    static constexpr std::size_t LONGEST_KEY = 64UL << 10;
+    static constexpr std::size_t MAX_KEY_LENGTH = 64UL << 10;
 
     void add(std::string_view name);
     [[nodiscard]] std::size_t size() const { return keys_.size(); }

@@ -16,7 +16,7 @@ namespace mrb::thumbnail {
 namespace {
 
 // Far more than the previews of cameras.
-constexpr std::size_t MOST_PREVIEW = 4UL << 20;
+constexpr std::size_t MAX_PREVIEW_BYTES = 4UL << 20;
 
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
@@ -131,7 +131,7 @@ class CameraPicture {
 
     void decodePreview(bool isImage, Decoded &small) {
         std::string bytes;
-        small.outcome = file_.read(patience(), CameraPart::PREVIEW, MOST_PREVIEW, bytes);
+        small.outcome = file_.read(patience(), CameraPart::PREVIEW, MAX_PREVIEW_BYTES, bytes);
         if (!small.outcome.ok()) {
             return;
         }
@@ -178,12 +178,12 @@ class CameraPicture {
     }
 
     void decodeWhole(Decoded &decoded) const {
-        if (size_ > static_cast<std::int64_t>(MOST_FETCHED)) {
+        if (size_ > static_cast<std::int64_t>(MAX_FETCHED_BYTES)) {
             decoded.outcome = Status::outOfMemory("The file is too large to be fetched from the camera.");
             return;
         }
         std::string bytes;
-        decoded.outcome = file_.read(patience(), CameraPart::WHOLE, MOST_FETCHED, bytes);
+        decoded.outcome = file_.read(patience(), CameraPart::WHOLE, MAX_FETCHED_BYTES, bytes);
         if (decoded.outcome.ok()) {
             decodeBytes(bytes, type(), request_.orientation, decoded);
         }

@@ -13,12 +13,12 @@ bool isOnCamera(const std::string &path);
 
 // Makes the thumbnail of a file on a camera, whose URL is the request's path: from the EXIF
 // thumbnail, or the camera's preview, if that is large enough; else from the whole file, which is
-// fetched when it is no longer than MOST_FETCHED; and from the preview after all when the file
+// fetched when it is no longer than MAX_FETCHED_BYTES; and from the preview after all when the file
 // cannot be used. `cache`, if any, is searched first. Throws only what `decode` throws, and
 // std::bad_alloc.
 void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded);
 
-inline constexpr std::size_t MOST_FETCHED = std::size_t{64} << 20;
+inline constexpr std::size_t MAX_FETCHED_BYTES = std::size_t{64} << 20;
 
 } // namespace mrb::thumbnail

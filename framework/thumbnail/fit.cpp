@@ -8,8 +8,8 @@ namespace mrb::thumbnail {
 Size fit(Size original, Size box) {
     const double scale = std::min({1.0, static_cast<double>(box.width) / original.width,
                                    static_cast<double>(box.height) / original.height});
-    const auto scaled = [scale](int length, int most) {
-        return std::clamp(static_cast<int>(std::lround(length * scale)), 1, most);
+    const auto scaled = [scale](int length, int maximum) {
+        return std::clamp(static_cast<int>(std::lround(length * scale)), 1, maximum);
     };
     return {scaled(original.width, box.width), scaled(original.height, box.height)};
 }

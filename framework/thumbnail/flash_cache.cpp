@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 
 // The timeout for the lock that another process holds, the interval at which it is tried, and how
 // long later calls do not wait for it after a timeout.
-constexpr auto LONGEST_TURN = std::chrono::seconds(1);
+constexpr auto LOCK_TIMEOUT = std::chrono::seconds(1);
 constexpr auto BETWEEN_TRIES = std::chrono::milliseconds(1);
 constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 
@@ -48,7 +48,7 @@ class FlashCache::Turn {
   public:
     explicit Turn(FlashCache &cache) : file_(cache.turns_.number()) {
         const auto began = steady_clock::now();
-        const auto last = began < cache.heldUntil_ ? began : began + LONGEST_TURN;
+        const auto last = began < cache.heldUntil_ ? began : began + LOCK_TIMEOUT;
         const int error = lockFile(file_, last, BETWEEN_TRIES);
         hasCome_ = error == 0;
         if (error == EWOULDBLOCK) {

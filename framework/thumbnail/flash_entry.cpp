@@ -88,8 +88,8 @@ class Words {
 };
 
 bool isPossible(const FlashEntry &entry) {
-    return entry.width >= 1 && entry.width <= MRB_THUMB_MOST_PIXELS && entry.height >= 1 &&
-           entry.height <= MRB_THUMB_MOST_PIXELS;
+    return entry.width >= 1 && entry.width <= MRB_THUMB_MAX_PIXELS && entry.height >= 1 &&
+           entry.height <= MRB_THUMB_MAX_PIXELS;
 }
 
 } // namespace

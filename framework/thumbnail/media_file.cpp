@@ -58,7 +58,7 @@ Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes 
 }
 
 Status MediaFile::readAll(const CancellationToken &stop, Bytes &bytes) const {
-    if (identity_.size > MOST_FILE_BYTES) {
+    if (identity_.size > MAX_FILE_BYTES) {
         return Status::outOfMemory("The picture's file is too large to be decoded.");
     }
     return read(identity_.size, stop, bytes);

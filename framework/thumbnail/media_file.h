@@ -43,7 +43,7 @@ class MediaFile {
     // Appends the file's bytes to `bytes` until it holds the first `count` of them, or all.
     Status read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const;
 
-    // Reads the whole file, unless it is larger than MOST_FILE_BYTES.
+    // Reads the whole file, unless it is larger than MAX_FILE_BYTES.
     Status readAll(const CancellationToken &stop, Bytes &bytes) const;
 
   private:

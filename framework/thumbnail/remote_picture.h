@@ -14,6 +14,6 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
                          const std::function<Decode> &decode, Decoded &decoded);
 
 inline constexpr auto REMOTE_PATIENCE = std::chrono::seconds(10);
-inline constexpr std::size_t MOST_REMOTE_BYTES = std::size_t{16} << 20;
+inline constexpr std::size_t MAX_REMOTE_BYTES = std::size_t{16} << 20;
 
 } // namespace mrb::thumbnail

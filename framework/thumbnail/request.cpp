@@ -10,7 +10,7 @@ namespace {
 
 constexpr int DEFAULT_SIZE = 256;
 
-bool isSize(int length) { return length >= 0 && length <= MRB_THUMB_MOST_PIXELS; }
+bool isSize(int length) { return length >= 0 && length <= MRB_THUMB_MAX_PIXELS; }
 
 bool isOfWeb(const std::string &origin) {
     return origin.starts_with("http://") || origin.starts_with("https://");
@@ -35,7 +35,7 @@ Status readPath(const std::string &origin, std::string &path) {
 Status readNumbers(const _thumb_request &record, Request &request) {
     if (!isSize(record.thumb_width) || !isSize(record.thumb_height)) {
         return Status::invalidParameter("the width and height are not from 0 to " +
-                                        std::to_string(MRB_THUMB_MOST_PIXELS));
+                                        std::to_string(MRB_THUMB_MAX_PIXELS));
     }
     if (record.orientation < 0 || record.orientation > 8) {
         return Status::invalidParameter("the orientation is not from 0 to 8");

@@ -41,7 +41,7 @@ void FolderWatch::follow(std::int32_t folder, int descriptor) {
     // By its descriptor: the path may lead elsewhere by now.
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
     const bool isRoot = folder == ROOT_FOLDER;
-    const bool full = folders_.size() >= MOST_FOLDERS;
+    const bool full = folders_.size() >= MAX_FOLDERS;
     const int watch =
         full ? -1 : inotify_add_watch(number(), path.c_str(), isRoot ? CONTENTS | ITSELF : CONTENTS);
     if (watch >= 0) {

@@ -16,12 +16,12 @@ class FolderWatch final : public Watch {
   public:
     // Every watched folder costs about a kilobyte of the kernel's memory and counts
     // against a limit per user that other programs share.
-    static constexpr std::size_t MOST_FOLDERS = 8192;
+    static constexpr std::size_t MAX_FOLDERS = 8192;
 
     // `root` is the path of the folder that the list was opened on.
     explicit FolderWatch(std::string root);
 
-    // Beyond MOST_FOLDERS, or when the system has no more watches, only the root is
+    // Beyond MAX_FOLDERS, or when the system has no more watches, only the root is
     // watched, and a warning is logged.
     void follow(std::int32_t folder, int descriptor) override;
     void awaitRemoval() override;

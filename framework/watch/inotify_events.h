@@ -9,14 +9,14 @@
 namespace mrb {
 
 // Passes the events that have arrived at an inotify instance to `take`, a function of an
-// inotify_event. Never waits for more, and stops after MOST_READS, so that a busy source does
+// inotify_event. Never waits for more, and stops after MAX_READS, so that a busy source does
 // not keep the thread from other lists; the rest is read by the next call.
 template <typename Take>
 void takeEvents(int instance, Take take) {
-    constexpr int MOST_READS = 16;
+    constexpr int MAX_READS = 16;
     // Large enough to read a hundred events or more at once.
     alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};
-    for (int reads = 0; reads < MOST_READS; ++reads) {
+    for (int reads = 0; reads < MAX_READS; ++reads) {
         const ssize_t size = ::read(instance, buffer.data(), buffer.size());
         if (size <= 0) {
             return;

@@ -18,16 +18,18 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// A change is reported when no other has followed for QUIET, at the latest LONGEST_WAIT after the first.
+// A change is reported when no other has followed for QUIET, at the latest SHUTDOWN_TIMEOUT after the first.
 constexpr auto QUIET = std::chrono::milliseconds(200);
-constexpr auto LONGEST_WAIT = std::chrono::seconds(2);
+constexpr auto SHUTDOWN_TIMEOUT = std::chrono::seconds(2);
 
 // The poll entries that do not belong to lists.
 enum { WAKE, MOUNTS, LISTS };
 
 } // namespace
 
-Watcher::Time Watcher::Entry::due() const { return std::min(lastChange + QUIET, firstChange + LONGEST_WAIT); }
+Watcher::Time Watcher::Entry::due() const {
+    return std::min(lastChange + QUIET, firstChange + SHUTDOWN_TIMEOUT);
+}
 
 Watcher::~Watcher() { finish(Time::max()); }
 
@@ -39,9 +41,9 @@ void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch>
     if (finishing_) {
         return;
     }
-    if (entries_.size() >= MOST_LISTS) {
+    if (entries_.size() >= MAX_LISTS) {
         guard.unlock();
-        MRB_LOG_WARNING("A list is not watched for changes: %zu others are.", MOST_LISTS);
+        MRB_LOG_WARNING("A list is not watched for changes: %zu others are.", MAX_LISTS);
         return;
     }
     start();

@@ -19,7 +19,7 @@ namespace mrb {
 class Watcher {
   public:
     // Every watched list holds an inotify instance; the limit per user is 128.
-    static constexpr std::size_t MOST_LISTS = 64;
+    static constexpr std::size_t MAX_LISTS = 64;
 
     Watcher() = default;
     ~Watcher();

@@ -215,7 +215,7 @@ enum {
 };
 
 /* The most rows of a page, and the most columns. */
-enum { MRB_PAGE_MOST_ROWS = 1000 };
+enum { MRB_PAGE_MAX_ROWS = 1000 };
 
 int mrb_create_page_param(mrb_page_param_h *param);
 int mrb_destroy_page_param(mrb_page_param_h param);

@@ -27,7 +27,7 @@ enum {
     MRB_THUMB_PATH_BYTES = 4352,   /* size of the origin path of a result, its zero included */
     MRB_THUMB_IMAGES = 5,          /* maximum of images in one result */
     MRB_THUMB_PRESET_BYTES = 4096, /* size of a preset buffer */
-    MRB_THUMB_MOST_PIXELS = 4096,  /* largest width and height of a request */
+    MRB_THUMB_MAX_PIXELS = 4096,   /* largest width and height of a request */
     MRB_THUMB_SERVICE_FAILED = 1   /* the result when the service itself failed */
 };
 

@@ -28,7 +28,7 @@ void expectPresentable(const mrb::Metadata &facts) {
     for (std::size_t number = 0; number < mrb::FACTS; ++number) {
         const mrb::FactValue &value = facts[static_cast<mrb::Fact>(number)];
         if (const auto *text = std::get_if<std::string>(&value)) {
-            require(!text->empty() && text->size() <= mrb::Metadata::LONGEST_TEXT);
+            require(!text->empty() && text->size() <= mrb::Metadata::MAX_TEXT_LENGTH);
             require(mrb::cleanText(*text) == *text);
         } else if (const auto *real = std::get_if<double>(&value)) {
             require(std::isfinite(*real));

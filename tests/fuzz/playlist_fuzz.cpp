@@ -23,7 +23,7 @@ std::vector<std::string> read(const char *name, std::string_view text, std::size
     std::vector<std::string> entries;
     const auto parser = mrb::makePlaylistParser(name, [&](const mrb::PlaylistEntry &entry) {
         require(!entry.target.empty() && entry.target.find('\0') == std::string_view::npos);
-        require(entry.target.size() <= mrb::PlaylistParser::LONGEST_TEXT);
+        require(entry.target.size() <= mrb::PlaylistParser::MAX_TEXT_LENGTH);
         require(entry.duration >= 0 || entry.duration == mrb::UNKNOWN);
         entries.push_back(std::string(entry.target) + '\n' + std::string(entry.title));
         return true;

@@ -17,7 +17,7 @@ namespace mrb::dlna {
 // Owned by the watch of the network; its thread alone uses it.
 class DescriptionGuard {
   public:
-    static constexpr std::size_t MOST_BYTES = 1UL << 20;
+    static constexpr std::size_t MAX_BYTES = 1UL << 20;
     static constexpr auto PATIENCE = std::chrono::seconds(20);
 
     // `session` is that of a GUPnP context, before its first use.

@@ -169,7 +169,8 @@ std::optional<std::int64_t> numberOf(std::string_view text) {
 // The whole text as a URL that can be requested; else empty.
 std::string webAddress(std::string_view text) {
     std::string address = cleanText(text);
-    return trimmed(text).size() <= Metadata::LONGEST_TEXT && isWebAddress(address) ? address : std::string();
+    return trimmed(text).size() <= Metadata::MAX_TEXT_LENGTH && isWebAddress(address) ? address
+                                                                                      : std::string();
 }
 
 // Removes the text up to the separator from `text`, with the separator, and returns it.
@@ -238,11 +239,11 @@ void setPositive(Metadata &facts, Fact fact, std::optional<std::int64_t> number,
 }
 
 void setResolution(Metadata &facts, std::string_view text) {
-    constexpr std::int64_t MOST_LINES = 1 << 20;
+    constexpr std::int64_t MAX_LINES = 1 << 20;
     constexpr std::int64_t THOUSAND = 1000;
     const std::int64_t width = numberOf(next(text, 'x')).value_or(0);
     const std::int64_t height = numberOf(text).value_or(0);
-    if (width > 0 && height > 0 && width < MOST_LINES && height < MOST_LINES) {
+    if (width > 0 && height > 0 && width < MAX_LINES && height < MAX_LINES) {
         facts.setNumber(Fact::WIDTH, width);
         facts.setNumber(Fact::HEIGHT, height);
         facts.setNumber(Fact::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);

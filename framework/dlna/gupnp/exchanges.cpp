@@ -15,13 +15,13 @@ constexpr std::size_t PART_BYTES = 64UL << 10;
 struct Exchanges::Running {
     Running(Exchanges &exchanges, std::shared_ptr<Pending> reply, const Call &call,
             Object<SoupMessage> request)
-        : owner(exchanges), pending(std::move(reply)), server(call.server), most(call.most),
+        : owner(exchanges), pending(std::move(reply)), server(call.server), maximum(call.maximum),
           message(std::move(request)) {}
 
     Exchanges &owner;
     const std::shared_ptr<Pending> pending;
     const std::string server;
-    const std::size_t most; // maximum bytes of the response
+    const std::size_t maximum; // maximum bytes of the response
     const Object<SoupMessage> message;
     const Object<GCancellable> cancellable{g_cancellable_new()};
     Object<GInputStream> stream;
@@ -107,9 +107,9 @@ void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
         end(running, {});
         return;
     }
-    if (running.body.size() + static_cast<std::size_t>(size) > running.most) {
+    if (running.body.size() + static_cast<std::size_t>(size) > running.maximum) {
         end(running, Status::protocolError("The server's response is longer than " +
-                                           std::to_string(running.most) + " bytes."));
+                                           std::to_string(running.maximum) + " bytes."));
         return;
     }
     running.body.append(running.part.data(), static_cast<std::size_t>(size));

@@ -20,7 +20,7 @@ struct Call {
     std::string url;    // the service's control URL, or the file's
     std::string action; // "urn:...:1#Browse"; empty: a file
     std::string envelope;
-    std::size_t most; // maximum bytes of the response
+    std::size_t maximum; // maximum bytes of the response
 };
 
 // The HTTP requests under way. GUPnP's own calls would read whatever a server sends, of any

@@ -68,10 +68,11 @@ Status GupnpDirectories::ask(const Question &question, const CancellationToken &
     return readReply(reply, question, page);
 }
 
-Status GupnpDirectories::fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
-                               const CancellationToken &cancellation, std::string &bytes) {
-    const auto begin = [this, url, most](std::shared_ptr<Pending> pending) {
-        beginFetch(url, most, std::move(pending));
+Status GupnpDirectories::fetch(const std::string &url, std::size_t maximum,
+                               std::chrono::milliseconds patience, const CancellationToken &cancellation,
+                               std::string &bytes) {
+    const auto begin = [this, url, maximum](std::shared_ptr<Pending> pending) {
+        beginFetch(url, maximum, std::move(pending));
     };
     Reply reply = await(this->begin(begin), patience, cancellation);
     bytes = std::move(reply.body);
@@ -193,11 +194,11 @@ void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pendi
         return;
     }
     exchanges_->begin({question.server, place.controlUrl, place.type + '#' + actionOf(question),
-                       envelopeOf(question, place.type), MOST_BYTES},
+                       envelopeOf(question, place.type), MAX_BYTES},
                       std::move(pending));
 }
 
-void GupnpDirectories::beginFetch(const std::string &url, std::size_t most,
+void GupnpDirectories::beginFetch(const std::string &url, std::size_t maximum,
                                   std::shared_ptr<Pending> pending) {
     const std::string host = hostOf(url.c_str());
     const std::optional<std::string> server = servers_ != nullptr ? servers_->at(host) : std::nullopt;
@@ -205,7 +206,7 @@ void GupnpDirectories::beginFetch(const std::string &url, std::size_t most,
         pending->finish({Status::permissionDenied("There is no DLNA server at \"" + host + "\"."), 0, {}});
         return;
     }
-    exchanges_->begin({*server, url, {}, {}, most}, std::move(pending));
+    exchanges_->begin({*server, url, {}, {}, maximum}, std::move(pending));
 }
 
 void GupnpDirectories::open(const ServerTable &servers) {

@@ -26,7 +26,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
 
     // Any thread but the network's.
     Status ask(const Question &question, const CancellationToken &cancellation, Page &page) override;
-    Status fetch(const std::string &url, std::size_t most, std::chrono::milliseconds patience,
+    Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds patience,
                  const CancellationToken &cancellation, std::string &bytes) override;
     Status connect(const std::string &server, const CancellationToken &cancellation,
                    std::unique_ptr<Transfers> &transfers) override;
@@ -57,7 +57,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     // On the network's thread:
     Status findService(const std::string &server, ServicePlace &place);
     void beginCall(const Question &question, std::shared_ptr<Pending> pending);
-    void beginFetch(const std::string &url, std::size_t most, std::shared_ptr<Pending> pending);
+    void beginFetch(const std::string &url, std::size_t maximum, std::shared_ptr<Pending> pending);
 
     GMainContext *const context_;
 

@@ -32,7 +32,7 @@ constexpr int PORT_ATTEMPTS = 20;
 constexpr guint RETRY_SECONDS = 5;
 
 // Requests under way end at once; an encrypted connection may take a while to close.
-constexpr auto LONGEST_LEAVE = std::chrono::seconds(3);
+constexpr auto SHUTDOWN_TIMEOUT = std::chrono::seconds(3);
 constexpr int ENOUGH_LOOKS = 10;
 
 // Malformed XML of servers is not reported on standard error.
@@ -164,12 +164,12 @@ void GupnpNetwork::Watch::letGo() {
         [this] {
             return std::ranges::all_of(leaving_, [](const Point &point) { return point.guard->isIdle(); });
         },
-        LONGEST_LEAVE);
+        SHUTDOWN_TIMEOUT);
     forgetLeft(0); // all results were delivered
     leavingTimer_.reset();
     leaving_.clear();
     // Operations that this destruction cancelled end here.
-    runContext([] { return true; }, LONGEST_LEAVE);
+    runContext([] { return true; }, SHUTDOWN_TIMEOUT);
 }
 
 // A control point stays alive while it loads a description, or waits for a retry, and keeps

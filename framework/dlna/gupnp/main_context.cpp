@@ -22,9 +22,9 @@ Source wakeUps(GMainContext *context) {
     return timer;
 }
 
-void runContext(const std::function<bool()> &isDone, std::chrono::milliseconds longest) {
+void runContext(const std::function<bool()> &isDone, std::chrono::milliseconds timeout) {
     GMainContext *context = g_main_context_get_thread_default();
-    const auto deadline = std::chrono::steady_clock::now() + longest;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     {
         const Source timer = wakeUps(context);
         while (!isDone() && std::chrono::steady_clock::now() < deadline) {

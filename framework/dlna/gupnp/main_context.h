@@ -20,6 +20,6 @@ Source wakeUps(GMainContext *context);
 
 // Runs the calling thread's default main context until `isDone` returns true, or the timeout;
 // then until no source is ready.
-void runContext(const std::function<bool()> &isDone, std::chrono::milliseconds longest);
+void runContext(const std::function<bool()> &isDone, std::chrono::milliseconds timeout);
 
 } // namespace mrb::dlna

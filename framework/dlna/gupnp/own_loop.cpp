@@ -10,7 +10,7 @@ using std::chrono::steady_clock;
 } // namespace
 
 void Pace::moved(std::uint64_t bytes) {
-    if (bytes >= bytes_ + LEAST_BYTES) {
+    if (bytes >= bytes_ + MIN_BYTES) {
         bytes_ = bytes;
         since_ = steady_clock::now();
     }

@@ -15,9 +15,9 @@ namespace mrb::dlna {
 // Detects a stalled transfer: a minimum of bytes per timeout. Used by one thread.
 class Pace {
   public:
-    // The timeout for LEAST_BYTES.
+    // The timeout for MIN_BYTES.
     static constexpr auto PATIENCE = std::chrono::seconds(20);
-    static constexpr std::uint64_t LEAST_BYTES = 16UL << 10;
+    static constexpr std::uint64_t MIN_BYTES = 16UL << 10;
 
     // `bytes` were transferred in all.
     void moved(std::uint64_t bytes);

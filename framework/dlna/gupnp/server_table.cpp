@@ -9,15 +9,15 @@
 namespace mrb::dlna {
 namespace {
 
-// At most MOST_BYTES of whole characters.
+// At most MAX_BYTES of whole characters.
 std::string bounded(const char *text) {
     if (text == nullptr) {
         return {};
     }
     const Text valid(g_utf8_make_valid(text, -1));
     std::string all = g_strstrip(valid.get());
-    if (all.size() > ServerTable::MOST_BYTES) {
-        const char *end = g_utf8_find_prev_char(all.c_str(), all.c_str() + ServerTable::MOST_BYTES + 1);
+    if (all.size() > ServerTable::MAX_BYTES) {
+        const char *end = g_utf8_find_prev_char(all.c_str(), all.c_str() + ServerTable::MAX_BYTES + 1);
         all.resize(end != nullptr ? end - all.c_str() : 0);
     }
     return all;
@@ -47,7 +47,7 @@ void ServerTable::add(GUPnPDeviceInfo *device) {
         found->second.devices.push_back(share(device));
         return;
     }
-    if (entries_.size() >= MOST_SERVERS) {
+    if (entries_.size() >= MAX_SERVERS) {
         if (!std::exchange(full_, true)) {
             MRB_LOG_WARNING("Further DLNA servers are ignored: %zu are known.", entries_.size());
         }

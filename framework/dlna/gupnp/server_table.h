@@ -17,8 +17,8 @@ namespace mrb::dlna {
 class ServerTable {
   public:
     // Limits for a large network or hostile servers.
-    static constexpr std::size_t MOST_SERVERS = 1000;
-    static constexpr std::size_t MOST_BYTES = 512; // of a text
+    static constexpr std::size_t MAX_SERVERS = 1000;
+    static constexpr std::size_t MAX_BYTES = 512; // of a text
 
     explicit ServerTable(ServerListener &listener) : listener_(listener) {}
 

@@ -62,10 +62,10 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Canc
                                      "\", which is not on its own host and is refused.");
     } else {
         // A second attempt starts from the first byte again; the reported progress does not.
-        std::uint64_t most = 0;
+        std::uint64_t maximum = 0;
         const auto forward = [&](std::uint64_t bytes) {
-            most = std::max(most, bytes);
-            moved(most);
+            maximum = std::max(maximum, bytes);
+            moved(maximum);
         };
         outcome = import(file, created, forward, cancellation);
         if (outcome.code == MRB_ERR_NOT_SUPPORTED) {

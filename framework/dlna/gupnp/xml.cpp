@@ -96,11 +96,11 @@ bool isForbidden(unsigned char letter) {
 
 // Whether the text declares UTF-8, which servers must use, or no encoding at all.
 bool claimsUtf8(std::string_view text) {
-    constexpr std::size_t LONGEST_DECLARATION = 200;
+    constexpr std::size_t MAX_DECLARATION_LENGTH = 200;
     if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff") || text.find('\0') < 4) {
         return false;
     }
-    std::string start(text.substr(0, std::min(text.find("?>"), LONGEST_DECLARATION)));
+    std::string start(text.substr(0, std::min(text.find("?>"), MAX_DECLARATION_LENGTH)));
     std::ranges::transform(start, start.begin(), [](char letter) { return g_ascii_tolower(letter); });
     return !start.starts_with("<?xml") || start.find("encoding") == std::string::npos ||
            start.find("utf-8") != std::string::npos;

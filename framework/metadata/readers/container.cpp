@@ -26,9 +26,9 @@ namespace {
 constexpr const char *FORMATS = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts,mpeg,mpegvideo,m4v,asf,flv,"
                                 "ogg,rm,mp3,aac,ac3,eac3,amr,wav,aiff,flac,ape,mpc,mpc8,wv,dsf,tiff_pipe,"
                                 "jpegxl_pipe,jpegxl_anim";
-constexpr std::int64_t MOST_PROBED = 2LL << 20;
+constexpr std::int64_t MAX_PROBE_BYTES = 2LL << 20;
 // The maximum time for analysing streams, where the container's header is incomplete.
-constexpr std::int64_t LONGEST_ANALYSIS = 2LL * AV_TIME_BASE;
+constexpr std::int64_t MAX_ANALYSIS_TIME = 2LL * AV_TIME_BASE;
 constexpr int BLOCK = 64 << 10;
 
 struct Stream {
@@ -100,8 +100,8 @@ Container openContainer(Stream &stream, AVIOContext *input, const char *name) {
     context->pb = input;
     context->io_open = openNothing;
     context->interrupt_callback = {isOver, &stream};
-    context->probesize = MOST_PROBED;
-    context->max_analyze_duration = LONGEST_ANALYSIS;
+    context->probesize = MAX_PROBE_BYTES;
+    context->max_analyze_duration = MAX_ANALYSIS_TIME;
     context->format_whitelist = av_strdup(FORMATS);
     // On failure it frees the context itself.
     return Container(avformat_open_input(&context, name, nullptr, nullptr) == 0 ? context : nullptr);
@@ -142,15 +142,15 @@ std::string_view firstTag(const AVDictionary *tags, std::initializer_list<const 
     return {};
 }
 
-const std::uint8_t *sideData(const AVStream &stream, AVPacketSideDataType type, std::size_t least) {
+const std::uint8_t *sideData(const AVStream &stream, AVPacketSideDataType type, std::size_t minimum) {
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 30, 100)
     const AVPacketSideData *found =
         av_packet_side_data_get(stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, type);
-    return found != nullptr && found->size >= least ? found->data : nullptr;
+    return found != nullptr && found->size >= minimum ? found->data : nullptr;
 #else
     std::size_t size = 0;
     const std::uint8_t *data = av_stream_get_side_data(&stream, type, &size);
-    return data != nullptr && size >= least ? data : nullptr;
+    return data != nullptr && size >= minimum ? data : nullptr;
 #endif
 }
 
@@ -226,7 +226,7 @@ void readStreams(const AVFormatContext &container, Metadata &facts) {
             const std::string language = cleanText(tag(stream.metadata, "language").substr(0, 16));
             const bool isNew = !language.empty() && language != "und" &&
                                (',' + languages + ',').find(',' + language + ',') == std::string::npos;
-            if (isNew && languages.size() < Metadata::LONGEST_TEXT) {
+            if (isNew && languages.size() < Metadata::MAX_TEXT_LENGTH) {
                 languages += (languages.empty() ? "" : ",") + language;
             }
             break;

@@ -88,17 +88,17 @@ class Directory {
 // As exiftool shows it: up to a quarter of a second as 1/n, as cameras do, else in seconds
 // with one decimal. 10/1250 is 1/125, and 4/5 is 0.8.
 std::string exposureText(ExifRational time) {
-    constexpr double LONGEST_FRACTION = 0.25001;
+    constexpr double MAX_FRACTION = 0.25001;
     const double seconds = quotientOf(time.numerator, time.denominator);
-    return seconds < LONGEST_FRACTION ? "1/" + std::to_string(std::llround(1 / seconds))
-                                      : decimalText(seconds, 1);
+    return seconds < MAX_FRACTION ? "1/" + std::to_string(std::llround(1 / seconds))
+                                  : decimalText(seconds, 1);
 }
 
 // An aperture below 1 has two decimals: 0.95.
 std::string apertureText(double aperture) { return decimalText(aperture, aperture < 1 ? 2 : 1); }
 
 // Degrees, minutes and seconds; no value when they are not an angle of at most `most` degrees.
-std::optional<double> angle(const Directory &gps, int tag, double most) {
+std::optional<double> angle(const Directory &gps, int tag, double maximum) {
     constexpr double MINUTES = 60;
     const auto degrees = gps.real(tag, 0);
     if (!degrees) {
@@ -107,7 +107,7 @@ std::optional<double> angle(const Directory &gps, int tag, double most) {
     // Some cameras write degrees with decimals and leave the rest out, or 0/0.
     const double value = *degrees + gps.real(tag, 1).value_or(0) / MINUTES +
                          gps.real(tag, 2).value_or(0) / (MINUTES * MINUTES);
-    return value <= most ? std::optional(value) : std::nullopt;
+    return value <= maximum ? std::optional(value) : std::nullopt;
 }
 
 void readPlace(const Directory &gps, Metadata &facts) {
@@ -131,11 +131,11 @@ void readPlace(const Directory &gps, Metadata &facts) {
 } // namespace
 
 void readExif(std::string bytes, Metadata &facts) {
-    constexpr std::size_t MOST_BYTES = 8U << 20;
+    constexpr std::size_t MAX_BYTES = 8U << 20;
     if (!bytes.starts_with(HEADER)) {
         bytes.insert(0, HEADER);
     }
-    bytes.resize(std::min(bytes.size(), MOST_BYTES));
+    bytes.resize(std::min(bytes.size(), MAX_BYTES));
     const Data data = parse(bytes);
     if (!data) {
         return;

@@ -12,7 +12,7 @@
 namespace mrb {
 namespace {
 
-constexpr std::size_t MOST_EXIF = 8U << 20;
+constexpr std::size_t MAX_EXIF_BYTES = 8U << 20;
 
 // A media file as the reader interface of libheif.
 struct Stream {
@@ -47,7 +47,7 @@ void readExifOf(heif_image_handle *picture, Metadata &facts) {
     const std::size_t size = heif_image_handle_get_metadata_size(picture, id);
     // Four bytes in front give the offset of the TIFF structure.
     constexpr std::size_t OFFSET_BYTES = 4;
-    if (size <= OFFSET_BYTES || size > MOST_EXIF) {
+    if (size <= OFFSET_BYTES || size > MAX_EXIF_BYTES) {
         return;
     }
     std::string bytes(size, '\0');

@@ -8,7 +8,7 @@ namespace mrb {
 namespace {
 
 // The maximum of segments before the frame header: thumbnails and colour profiles.
-constexpr int MOST_SEGMENTS = 4096;
+constexpr int MAX_SEGMENTS = 4096;
 // One read usually covers all of them.
 constexpr std::size_t AT_ONCE = 128UL << 10;
 
@@ -32,7 +32,7 @@ void readJpeg(MediaFile &file, Metadata &facts) {
     };
     bool hasExif = false;
     std::int64_t offset = 2;
-    for (int segment = 0; segment < MOST_SEGMENTS; ++segment) {
+    for (int segment = 0; segment < MAX_SEGMENTS; ++segment) {
         const std::string front = bytes(offset, 4);
         if (front.size() < 2 || front[0] != '\xff') {
             return;

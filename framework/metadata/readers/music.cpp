@@ -30,7 +30,7 @@ namespace {
 
 std::string utf8(const TagLib::String &text) {
     // A tag may hold megabytes; only its start is shown.
-    return text.substr(0, Metadata::LONGEST_TEXT).to8Bit(true);
+    return text.substr(0, Metadata::MAX_TEXT_LENGTH).to8Bit(true);
 }
 
 // A number at the start of `text`; 0 when there is none.

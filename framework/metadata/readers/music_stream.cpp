@@ -6,8 +6,8 @@ namespace mrb {
 
 TagLib::ByteVector MusicStream::readBlock(Length length) {
     // The maximum that a tag may claim to hold: covers are the largest things in them.
-    constexpr Length MOST_AT_ONCE = 16UL << 20;
-    const std::string bytes = file_.read(position_, std::min<std::size_t>(length, MOST_AT_ONCE));
+    constexpr Length MAX_READ_BYTES = 16UL << 20;
+    const std::string bytes = file_.read(position_, std::min<std::size_t>(length, MAX_READ_BYTES));
     position_ += static_cast<std::int64_t>(bytes.size());
     return {bytes.data(), static_cast<unsigned>(bytes.size())};
 }

@@ -9,8 +9,8 @@
 namespace mrb {
 namespace {
 
-constexpr int MOST_CHUNKS = 4096;
-constexpr std::size_t MOST_EXIF = 8U << 20;
+constexpr int MAX_CHUNKS = 4096;
+constexpr std::size_t MAX_EXIF_BYTES = 8U << 20;
 
 void setSize(Metadata &facts, std::uint32_t width, std::uint32_t height) {
     constexpr auto MOST = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
@@ -31,14 +31,14 @@ void readPng(MediaFile &file, Metadata &facts) {
     const std::string header = file.read(16, 8);
     setSize(facts, bigEndian(header, 0, 4), bigEndian(header, 4, 4));
     std::int64_t offset = 8;
-    for (int chunk = 0; chunk < MOST_CHUNKS; ++chunk) {
+    for (int chunk = 0; chunk < MAX_CHUNKS; ++chunk) {
         const std::string front = file.read(offset, 8);
         if (front.size() < 8 || front.ends_with("IEND")) {
             return;
         }
         const std::uint32_t length = bigEndian(front, 0, 4);
         if (front.ends_with("eXIf")) {
-            readExif(file.read(offset + 8, std::min<std::size_t>(length, MOST_EXIF)), facts);
+            readExif(file.read(offset + 8, std::min<std::size_t>(length, MAX_EXIF_BYTES)), facts);
             return;
         }
         offset += AROUND_DATA + length;
@@ -76,14 +76,14 @@ void readWebp(MediaFile &file, Metadata &facts) {
         setSize(facts, littleEndian(data, 6, 2) & FOURTEEN_BITS, littleEndian(data, 8, 2) & FOURTEEN_BITS);
     }
     std::int64_t offset = 12;
-    for (int chunk = 0; chunk < MOST_CHUNKS; ++chunk) {
+    for (int chunk = 0; chunk < MAX_CHUNKS; ++chunk) {
         const std::string front = file.read(offset, 8);
         if (front.size() < 8) {
             return;
         }
         const std::uint32_t length = littleEndian(front, 4, 4);
         if (front.starts_with("EXIF")) {
-            readExif(file.read(offset + 8, std::min<std::size_t>(length, MOST_EXIF)), facts);
+            readExif(file.read(offset + 8, std::min<std::size_t>(length, MAX_EXIF_BYTES)), facts);
             return;
         }
         offset += 8 + even(length);

@@ -160,7 +160,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
         const bool isRepetition =
             taken->repeated > 0 && taken->fresh == 0 && !reading.hasChanged && !reading.isAgain;
         const bool isOver = std::max(said, given) == 0 || isRepetition || barren > MAX_BARREN_PAGES ||
-                            question.start > MOST_OBJECTS;
+                            question.start > MAX_OBJECTS;
         if (page.total > 0 && (isOver || question.start >= page.total)) {
             if (question.start != page.total && !reading.hasChanged && !reading.isAgain) {
                 note(container, "reports a total of " + std::to_string(page.total) + " objects and returns " +

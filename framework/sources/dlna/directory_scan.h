@@ -25,7 +25,7 @@ class DirectoryScan {
     static constexpr int DEEPEST_LEVEL = 50;
 
     // The maximum of objects in a container; a larger one is not read further.
-    static constexpr std::uint32_t MOST_OBJECTS = 2'000'000;
+    static constexpr std::uint32_t MAX_OBJECTS = 2'000'000;
 
     // For a server that has answered before and is too slow for PAGE_LENGTH objects.
     static constexpr std::uint32_t SHORT_PAGE_LENGTH = 50;

@@ -19,10 +19,10 @@ static_assert(FACTS < URL);
 constexpr std::size_t HEADER_BYTES = 4;
 
 // A list stores at most 65,535 bytes of an item, including its id.
-constexpr std::size_t MOST_BYTES = 56'000;
+constexpr std::size_t MAX_BYTES = 56'000;
 
 void append(std::string &packed, unsigned char tag, char kind, std::string_view value) {
-    if (packed.size() + HEADER_BYTES + value.size() > MOST_BYTES) {
+    if (packed.size() + HEADER_BYTES + value.size() > MAX_BYTES) {
         return;
     }
     packed += static_cast<char>(tag);

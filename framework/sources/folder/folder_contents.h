@@ -23,7 +23,7 @@ struct FileFacts {
 class FolderContents {
   public:
     // More than a list can hold; a larger folder is not read further.
-    static constexpr std::size_t MOST_ENTRIES = 6'000'000;
+    static constexpr std::size_t MAX_ENTRIES = 6'000'000;
 
     // `facts`: those that are known already, if any.
     void add(std::string_view name, std::uint8_t type, const std::optional<FileFacts> &facts = {});

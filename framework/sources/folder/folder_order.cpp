@@ -11,7 +11,7 @@ namespace {
 
 // A prime above the number of entries that a folder may have.
 constexpr std::uint64_t STRIDE = 7'368'787;
-static_assert(STRIDE > FolderContents::MOST_ENTRIES, "every entry is visited once");
+static_assert(STRIDE > FolderContents::MAX_ENTRIES, "every entry is visited once");
 
 struct Ranked {
     std::uint64_t prefix;

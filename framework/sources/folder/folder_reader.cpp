@@ -70,7 +70,7 @@ int FolderReader::read(int folder, FolderContents &files, FolderContents &folder
             if (sink_.stopped()) {
                 return ECANCELED;
             }
-            if (files.size() + folders.size() == FolderContents::MOST_ENTRIES) {
+            if (files.size() + folders.size() == FolderContents::MAX_ENTRIES) {
                 return ENOMEM;
             }
             // The kernel aligns every record for this type.

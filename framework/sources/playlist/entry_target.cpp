@@ -19,10 +19,10 @@ namespace mrb {
 namespace {
 
 // The maximum of folders in the cache; entries of one playlist rarely lie in more.
-constexpr std::size_t MOST_FOLDERS = 4096;
+constexpr std::size_t MAX_FOLDERS = 4096;
 
 // Players do not accept longer ones.
-constexpr std::size_t LONGEST_URL = 8192;
+constexpr std::size_t MAX_URL_LENGTH = 8192;
 
 std::string withSlashes(std::string_view path) {
     std::string text(path);
@@ -35,7 +35,7 @@ std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('
 EntryTarget targetOfUrl(const PlaylistEntry &entry) {
     EntryTarget target{EntryTarget::Kind::URL, utf8Of(entry.target)};
     // A line that players and people would read differently is not a URL.
-    if (!isUrl(target.place) || target.place.size() > LONGEST_URL ||
+    if (!isUrl(target.place) || target.place.size() > MAX_URL_LENGTH ||
         std::ranges::any_of(target.place,
                             [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; })) {
         return {};
@@ -163,7 +163,7 @@ const std::string &EntryTargets::realFolder(const std::string &folder) {
     if (known != realFolders_.end()) {
         return known->second;
     }
-    if (realFolders_.size() >= MOST_FOLDERS) {
+    if (realFolders_.size() >= MAX_FOLDERS) {
         realFolders_.clear();
     }
     return realFolders_[folder] = realPath(folder.empty() ? "/" : folder);

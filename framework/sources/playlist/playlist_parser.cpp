@@ -30,7 +30,7 @@ constexpr Format FORMATS[] = {
     {"xspf", make<XspfParser>},
 };
 
-constexpr double LONGEST_DURATION = 366.0 * 24 * 3600 * 1000;
+constexpr double MAX_DURATION = 366.0 * 24 * 3600 * 1000;
 
 } // namespace
 
@@ -50,7 +50,7 @@ std::int64_t durationOf(std::string_view text, double millisecondsEach) {
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
     const double milliseconds = number * millisecondsEach;
     // NaN and infinity fail one of the comparisons.
-    const bool isSane = milliseconds >= 0 && milliseconds <= LONGEST_DURATION;
+    const bool isSane = milliseconds >= 0 && milliseconds <= MAX_DURATION;
     return read.ec == std::errc() && isSane ? static_cast<std::int64_t>(milliseconds) : UNKNOWN;
 }
 

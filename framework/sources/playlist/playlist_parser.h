@@ -27,7 +27,7 @@ class PlaylistParser {
     using Take = std::function<bool(const PlaylistEntry &entry)>;
 
     // A longer line or element is not an entry and is left out.
-    static constexpr std::size_t LONGEST_TEXT = 64UL << 10;
+    static constexpr std::size_t MAX_TEXT_LENGTH = 64UL << 10;
 
     PlaylistParser() = default;
     virtual ~PlaylistParser() = default;

@@ -80,7 +80,7 @@ bool PlaylistReader::isWorthOpening() {
         ++result_.tooDeep;
         return false;
     }
-    if (playlists_ >= MOST_PLAYLISTS || (isNested && nested_ >= MOST_NESTED)) {
+    if (playlists_ >= MAX_PLAYLISTS || (isNested && nested_ >= MAX_NESTED)) {
         ++result_.unreadable;
         return false;
     }
@@ -133,10 +133,10 @@ int PlaylistReader::feed(const Descriptor &file, PlaylistParser &parser, Reading
             return errno;
         }
         done += std::max<ssize_t>(size, 0);
-        if (done > MOST_BYTES) {
+        if (done > MAX_BYTES) {
             reading.leftOut = "It is too long.";
         }
-        if (size == 0 || done > MOST_BYTES) {
+        if (size == 0 || done > MAX_BYTES) {
             parser.finish();
             break;
         }
@@ -152,7 +152,7 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
         isFull_ = true;
         return false;
     }
-    if (reading.position == MOST_ENTRIES) {
+    if (reading.position == MAX_ENTRIES) {
         reading.leftOut = "It has too many entries.";
         return false;
     }

@@ -30,7 +30,7 @@ struct PlaylistRow {
 // look up.
 class PlaylistTable {
   public:
-    static constexpr std::size_t MOST_TEXT = 1UL << 28; // bytes of all texts
+    static constexpr std::size_t MAX_TEXT_BYTES = 1UL << 28; // bytes of all texts
 
     // The new row's id; empty when the table is full. The rows of one playlist are adjacent,
     // apart from those of playlists in it.

@@ -40,7 +40,7 @@ bool PlsParser::read(std::string_view line) {
     if (!isOfEntry || read.ec != std::errc() || read.ptr != end || value.empty()) {
         return true;
     }
-    if (entries_.size() >= MOST_ENTRIES && !entries_.contains(number)) {
+    if (entries_.size() >= MAX_ENTRIES && !entries_.contains(number)) {
         return true;
     }
     Entry &entry = entries_[number];

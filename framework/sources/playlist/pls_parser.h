@@ -14,7 +14,7 @@ namespace mrb {
 class PlsParser final : public PlaylistParser {
   public:
     // More entries are left out. It is above PlaylistReader's maximum, which reports the excess.
-    static constexpr std::size_t MOST_ENTRIES = 150'000;
+    static constexpr std::size_t MAX_ENTRIES = 150'000;
 
     explicit PlsParser(Take take);
     [[nodiscard]] bool feed(std::string_view bytes) override { return lines_.feed(bytes); }

@@ -29,7 +29,7 @@ bool TextLines::cut(std::string_view text) {
     while (!text.empty()) {
         const auto length = static_cast<std::size_t>(std::ranges::find_if(text, isEnd) - text.begin());
         const std::string_view part = text.substr(0, length);
-        if (begun_.size() + part.size() > PlaylistParser::LONGEST_TEXT) {
+        if (begun_.size() + part.size() > PlaylistParser::MAX_TEXT_LENGTH) {
             isTooLong_ = true;
             begun_.clear();
         }

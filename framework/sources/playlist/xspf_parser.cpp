@@ -112,7 +112,7 @@ bool XspfParser::parse(std::string_view bytes, bool isLast) {
     // again from the beginning each time.
     fed_ += static_cast<std::int64_t>(bytes.size());
     const std::int64_t understood = std::max<std::int64_t>(XML_GetCurrentByteIndex(parser_.get()), 0);
-    isBroken_ = isBroken_ || fed_ - understood > static_cast<std::int64_t>(LONGEST_TEXT + PIECE);
+    isBroken_ = isBroken_ || fed_ - understood > static_cast<std::int64_t>(MAX_TEXT_LENGTH + PIECE);
     return !isBroken_ && !isEnough_;
 }
 
@@ -120,7 +120,7 @@ void XspfParser::begin(std::string_view element, const char *const *attributes) 
     const std::string_view name = localName(element);
     const std::string_view base = baseIn(attributes);
     const int level = level_++;
-    if (level >= DEEPEST_LEVEL || base.size() > LONGEST_BASE) {
+    if (level >= DEEPEST_LEVEL || base.size() > MAX_BASE_LENGTH) {
         stop(true);
         return;
     }
@@ -157,15 +157,15 @@ void XspfParser::end() {
 
 void XspfParser::append(std::string_view text) {
     // One byte above the maximum, by which takeTrack detects a text that is too long.
-    if (text_ != nullptr && text_->size() <= LONGEST_TEXT) {
-        text_->append(text.substr(0, LONGEST_TEXT + 1 - text_->size()));
+    if (text_ != nullptr && text_->size() <= MAX_TEXT_LENGTH) {
+        text_->append(text.substr(0, MAX_TEXT_LENGTH + 1 - text_->size()));
     }
 }
 
 void XspfParser::takeTrack() {
     // Expat may report the end of the element that stopped it.
     const std::string location = isEnough_ ? std::string() : target();
-    if (!location.empty() && location.size() <= LONGEST_TEXT &&
+    if (!location.empty() && location.size() <= MAX_TEXT_LENGTH &&
         !take_({location, trimmed(title_), durationOf(duration_, MILLISECOND), true})) {
         stop(false);
     }
@@ -178,7 +178,7 @@ void XspfParser::takeTrack() {
 // Resolved for entries only: a document may hold a million bases and no track.
 std::string XspfParser::target() const {
     const std::string_view location = trimmed(location_);
-    if (location.empty() || location.size() > LONGEST_TEXT) {
+    if (location.empty() || location.size() > MAX_TEXT_LENGTH) {
         return {};
     }
     std::string base;

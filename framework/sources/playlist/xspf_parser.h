@@ -21,7 +21,7 @@ namespace mrb {
 class XspfParser final : public PlaylistParser {
   public:
     // A longer base is not a path of any system, and is refused too.
-    static constexpr std::size_t LONGEST_BASE = 4096;
+    static constexpr std::size_t MAX_BASE_LENGTH = 4096;
 
     // Throws std::bad_alloc.
     explicit XspfParser(Take take);

@@ -21,13 +21,13 @@ namespace {
 constexpr std::size_t AT_ONCE = 64;
 
 // A single file may fail by itself; this many consecutive failures are the camera's.
-constexpr int MOST_FAILURES = 3;
+constexpr int MAX_FAILURES = 3;
 
 // Longer than the names of any camera or file system.
-constexpr std::size_t LONGEST_NAME = 1024;
+constexpr std::size_t MAX_NAME_LENGTH = 1024;
 
 bool isShown(const std::string &name) {
-    return !name.empty() && name[0] != '.' && name.size() <= LONGEST_NAME &&
+    return !name.empty() && name[0] != '.' && name.size() <= MAX_NAME_LENGTH &&
            name.find('/') == std::string::npos;
 }
 
@@ -101,13 +101,12 @@ Status CameraScan::readNames(const std::string &path) {
     }
     for (const std::string &name : names->files) {
         const MediaType *type = isShown(name) ? mediaTypeOf(name) : nullptr;
-        if (type != nullptr && sink_.wants(type->itemType) && files_.size() < FolderContents::MOST_ENTRIES) {
+        if (type != nullptr && sink_.wants(type->itemType) && files_.size() < FolderContents::MAX_ENTRIES) {
             files_.add(name, type->itemType);
         }
     }
     for (const std::string &name : names->folders) {
-        if (isShown(name) && !isSystemFolder(name.c_str()) &&
-            folders_.size() < FolderContents::MOST_ENTRIES) {
+        if (isShown(name) && !isSystemFolder(name.c_str()) && folders_.size() < FolderContents::MAX_ENTRIES) {
             folders_.add(name, MRB_ITEM_TYPE_FOLDER);
         }
     }
@@ -130,7 +129,7 @@ Status CameraScan::readFacts(const std::string &path, const std::vector<std::str
                 Status asked = camera.readFacts({path, name}, each);
                 failures = asked.ok() ? 0 : failures + 1;
                 if (asked.code == MRB_ERR_CANCELLED || asked.code == MRB_ERR_DEVICE_REMOVED ||
-                    failures == MOST_FAILURES) {
+                    failures == MAX_FAILURES) {
                     return asked;
                 }
                 told->facts.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));

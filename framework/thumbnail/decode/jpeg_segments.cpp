@@ -11,7 +11,7 @@ using namespace std::string_view_literals;
 
 constexpr auto EXIF = "Exif\0\0"sv;
 constexpr auto ICC = "ICC_PROFILE\0"sv;
-constexpr std::size_t MOST_PIECES = 255;
+constexpr std::size_t MAX_PIECES = 255;
 
 bool beginsWith(ByteSpan data, std::string_view start) {
     return data.size() >= start.size() && std::memcmp(data.data(), start.data(), start.size()) == 0;
@@ -21,7 +21,7 @@ bool beginsWith(ByteSpan data, std::string_view start) {
 class ProfilePieces {
   public:
     void add(ByteSpan contents) {
-        if (contents.size() < 2 || contents[0] == 0 || contents[0] > MOST_PIECES) {
+        if (contents.size() < 2 || contents[0] == 0 || contents[0] > MAX_PIECES) {
             return;
         }
         pieces_[contents[0] - 1U] = contents.subspan(2);
@@ -39,7 +39,7 @@ class ProfilePieces {
     }
 
   private:
-    std::array<ByteSpan, MOST_PIECES> pieces_;
+    std::array<ByteSpan, MAX_PIECES> pieces_;
     std::size_t count_ = 0;
 };
 

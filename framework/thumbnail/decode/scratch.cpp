@@ -7,7 +7,7 @@ namespace mrb::thumbnail {
 namespace {
 
 // Large enough for a camera's picture as a file, or at the scale at which it is decoded.
-constexpr std::size_t MOST_KEPT = 8 << 20;
+constexpr std::size_t MAX_KEPT_BYTES = 8 << 20;
 
 // The maximum that one picture needs at once.
 using Kept = std::array<Bytes, 2>;
@@ -31,7 +31,7 @@ Scratch::Scratch() noexcept {
 Scratch::~Scratch() {
     bytes_.clear();
     for (Bytes &buffer : kept()) {
-        if (bytes_.capacity() <= MOST_KEPT && bytes_.capacity() > buffer.capacity()) {
+        if (bytes_.capacity() <= MAX_KEPT_BYTES && bytes_.capacity() > buffer.capacity()) {
             std::swap(buffer, bytes_);
         }
     }

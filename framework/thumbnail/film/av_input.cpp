@@ -24,7 +24,7 @@ void quiet() {
     static std::once_flag once;
     std::call_once(once, [] {
         av_log_set_level(AV_LOG_QUIET);
-        av_max_alloc(MOST_DECODED_BYTES);
+        av_max_alloc(MAX_DECODED_BYTES);
     });
 }
 

@@ -22,14 +22,14 @@ namespace mrb::thumbnail {
 namespace {
 
 // Larger than any cover; tags may claim any size.
-constexpr unsigned long MOST_BLOCK_BYTES = 64UL << 20;
+constexpr unsigned long MAX_BLOCK_BYTES = 64UL << 20;
 
 // A file stream of TagLib with a maximum for each read.
 class BoundedStream final : public TagLib::FileStream {
   public:
     using TagLib::FileStream::FileStream;
     TagLib::ByteVector readBlock(unsigned long length) override {
-        return length > MOST_BLOCK_BYTES ? TagLib::ByteVector() : TagLib::FileStream::readBlock(length);
+        return length > MAX_BLOCK_BYTES ? TagLib::ByteVector() : TagLib::FileStream::readBlock(length);
     }
 };
 

@@ -13,7 +13,7 @@ constexpr AVRational MILLISECOND{1, 1000};
 constexpr AVRational LIBAV_TIME{1, AV_TIME_BASE};
 // Far longer than any video, and small enough that sums of a few do not overflow: a file may
 // claim any time.
-constexpr std::int64_t MOST_TIME = std::int64_t{1} << 58;
+constexpr std::int64_t MAX_TIME = std::int64_t{1} << 58;
 
 bool isVideo(const AVStream &stream) {
     return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
@@ -50,8 +50,8 @@ Status FrameReader::open(bool needsDuration) {
     }
     codec_->pkt_timebase = stream_->time_base;
     codec_->thread_count = 1;
-    codec_->max_pixels = MOST_FRAME_PIXELS;
-    if (std::int64_t{codec_->width} * codec_->height > MOST_FRAME_PIXELS) {
+    codec_->max_pixels = MAX_FRAME_PIXELS;
+    if (std::int64_t{codec_->width} * codec_->height > MAX_FRAME_PIXELS) {
         return Status::outOfMemory("The video's frames have more pixels than are decoded.");
     }
     if (avcodec_open2(codec_.get(), decoder, nullptr) < 0) {
@@ -67,7 +67,7 @@ std::int64_t FrameReader::duration() const {
     const std::int64_t whole = input_.context()->duration;
     const std::int64_t own = stream_->duration;
     const std::int64_t either = own > 0 ? own : av_rescale_q(whole, LIBAV_TIME, stream_->time_base);
-    return std::clamp<std::int64_t>(either, 0, MOST_TIME);
+    return std::clamp<std::int64_t>(either, 0, MAX_TIME);
 }
 
 // Some containers have no start time; then that of the first packet is used.
@@ -76,7 +76,7 @@ void FrameReader::learnStart() {
     if (start_ == AV_NOPTS_VALUE) {
         start_ = readPacket(false) ? momentOf(*packet_) : AV_NOPTS_VALUE;
     }
-    start_ = start_ == AV_NOPTS_VALUE ? 0 : std::clamp(start_, -MOST_TIME, MOST_TIME);
+    start_ = start_ == AV_NOPTS_VALUE ? 0 : std::clamp(start_, -MAX_TIME, MAX_TIME);
 }
 
 std::int64_t FrameReader::milliseconds(std::int64_t moment) const {
@@ -92,8 +92,8 @@ std::int64_t FrameReader::pictureTime() const {
 
 // The maximum of frames decoded forward for the next position: all that are left of the limit
 // when these suffice for the last position too, else its share of them.
-int FrameReader::mostFramesForward(std::span<const std::int64_t> moments) const {
-    const int left = std::max(MOST_FRAMES_FORWARD - forward_, 0);
+int FrameReader::maxFramesForward(std::span<const std::int64_t> moments) const {
+    const int left = std::max(MAX_FRAMES_FORWARD - forward_, 0);
     const std::int64_t way = av_sat_sub64(moments.back(), last_ == AV_NOPTS_VALUE ? start_ : last_);
     const std::int64_t each = pictureTime();
     const bool isEnough = each > 0 && way / each <= left;
@@ -109,7 +109,7 @@ Status FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&
         return {};
     }
     const std::int64_t moment = moments.front();
-    const int most = mostFramesForward(moments);
+    const int maximum = maxFramesForward(moments);
     if (!isKnownToHaveNoKeyAfterLast(moment)) {
         if (findKey(moment, fed_) || (last_ == AV_NOPTS_VALUE && findFirstKey())) {
             return readKeyFrame(frame);
@@ -127,7 +127,7 @@ Status FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&
         going_ = true;
         send(packet_.get());
     }
-    return readForward(moment, most, frame);
+    return readForward(moment, maximum, frame);
 }
 
 // The container's index may show it without a search. Not that of broadcasts: libav indexes only
@@ -177,7 +177,7 @@ Status FrameReader::nothing() const {
 
 bool FrameReader::readPacket(bool key) {
     isAtEnd_ = false;
-    while (packets_ < MOST_PACKETS && packetBytes_ < MOST_PACKET_BYTES && !stop_.isCancelled()) {
+    while (packets_ < MAX_PACKETS && packetBytes_ < MAX_PACKET_BYTES && !stop_.isCancelled()) {
         av_packet_unref(packet_.get());
         isAtEnd_ = av_read_frame(input_.context(), packet_.get()) < 0;
         if (isAtEnd_) {
@@ -336,7 +336,7 @@ FrameReader::Step FrameReader::receiveNext(std::int64_t moment) {
     return Step::NONE;
 }
 
-Status FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&frame) {
+Status FrameReader::readForward(std::int64_t moment, int maximum, const AVFrame *&frame) {
     // Errors would accumulate over the frames, so only frames without references to them are
     // skipped.
     codec_->skip_loop_filter = every_ ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
@@ -350,7 +350,7 @@ Status FrameReader::readForward(std::int64_t moment, int most, const AVFrame *&f
         last_ = aheadAt_;
         frame = frame_.get();
     }
-    const int end = forward_ + most;
+    const int end = forward_ + maximum;
     while (last_ < moment && (frame == nullptr || forward_ < end) && receiveNext(moment) == Step::TAKEN) {
         frame = frame_.get();
     }

@@ -56,9 +56,9 @@ class FrameReader {
     [[nodiscard]] bool isKnownToHaveNoKeyAfterLast(std::int64_t moment) const;
     void learnStart();
     Status readKeyFrame(const AVFrame *&frame);
-    Status readForward(std::int64_t moment, int most, const AVFrame *&frame);
+    Status readForward(std::int64_t moment, int maximum, const AVFrame *&frame);
     [[nodiscard]] std::int64_t pictureTime() const;
-    [[nodiscard]] int mostFramesForward(std::span<const std::int64_t> moments) const;
+    [[nodiscard]] int maxFramesForward(std::span<const std::int64_t> moments) const;
     bool feed();
     Step receiveNext(std::int64_t moment);
     bool receive(AVFrame &frame);

@@ -61,7 +61,7 @@ heif_error decodeUnits(Bytes &units, Frame &frame) {
         return unsupported("libav has no HEVC decoder");
     }
     codec->thread_count = 1;
-    codec->max_pixels = MOST_PIXELS;
+    codec->max_pixels = MAX_PIXELS;
     if (!putStartCodes(units)) {
         return damaged("the picture's units are truncated");
     }

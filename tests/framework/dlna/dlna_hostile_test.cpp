@@ -288,7 +288,7 @@ TEST_F(DlnaHostile, EntitiesThatHideAreRefused) {
         });
         EXPECT_EQ(browse().code, MRB_ERR_PROTOCOL);
         for (const auto &object : page.objects) {
-            EXPECT_LE(object.title.size(), mrb::Metadata::LONGEST_TEXT);
+            EXPECT_LE(object.title.size(), mrb::Metadata::MAX_TEXT_LENGTH);
         }
         network.reset();
         server.reset(); // its threads read variables of this test

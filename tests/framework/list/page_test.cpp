@@ -120,7 +120,7 @@ TEST(Pages, ImpossibleStylesAreInvalidAndChangeNothing) {
         {.style = PAGED, .rows = 0, .columns = 2},
         {.style = PAGED, .rows = 2, .columns = 0},
         {.style = PAGED, .rows = -1, .columns = -4},
-        {.style = PAGED, .rows = 1, .columns = MRB_PAGE_MOST_ROWS + 1},
+        {.style = PAGED, .rows = 1, .columns = MRB_PAGE_MAX_ROWS + 1},
         {.style = PAGED, .rows = INT32_MAX, .columns = INT32_MAX},
         {.style = PAGED, .order = 2, .rows = 2, .columns = 2},
         {.order = -1},

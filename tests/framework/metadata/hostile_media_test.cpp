@@ -75,7 +75,7 @@ TEST_F(HostileMedia, DamagedFilesDoNoHarm) {
             }
             write(folder_.path(name), bytes);
             const mrb::Metadata facts = read(folder_.path(name));
-            EXPECT_LE(facts.text(Fact::TITLE).size(), mrb::Metadata::LONGEST_TEXT);
+            EXPECT_LE(facts.text(Fact::TITLE).size(), mrb::Metadata::MAX_TEXT_LENGTH);
             EXPECT_GE(facts.number(Fact::WIDTH), 0) << name;
             EXPECT_GE(facts.number(Fact::DURATION), 0) << name;
         }
@@ -140,7 +140,8 @@ TEST_F(HostileMedia, TagsOfMegabytesAreCut) {
         "TIT2" + sevens(SIZE) + std::string(2, '\0') + '\x03' + std::string(SIZE - 1, 'a');
     const std::string song = support::bytesOf(media_->path("song.mp3"));
     write(folder_.path("a.mp3"), "ID3\x04" + std::string(2, '\0') + sevens(frame.size()) + frame + song);
-    EXPECT_EQ(read(folder_.path("a.mp3")).text(Fact::TITLE), std::string(mrb::Metadata::LONGEST_TEXT, 'a'));
+    EXPECT_EQ(read(folder_.path("a.mp3")).text(Fact::TITLE),
+              std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'a'));
 }
 
 TEST_F(HostileMedia, APlaylistInAFilmsClothesOpensNoOtherFile) {

@@ -336,7 +336,7 @@ TEST(ListSession, UnwantedItemsAreDropped) {
 
 TEST(ListSession, AFullListFailsByName) {
     Scripted scripted([](mrb::ItemSink &sink) {
-        const std::string name(mrb::ItemStore::LONGEST_TEXT, 'n');
+        const std::string name(mrb::ItemStore::MAX_TEXT_LENGTH, 'n');
         const std::vector<mrb::SourceItem> run(512, {.name = name, .id = {}, .type = IMAGE});
         while (sink.add(run)) {
         }

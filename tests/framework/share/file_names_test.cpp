@@ -82,5 +82,5 @@ TEST(FileNames, CandidatesEnd) {
     while (names.next(EEXIST)) {
         ++count;
     }
-    EXPECT_EQ(count, NameCandidates::MOST_NUMBERS);
+    EXPECT_EQ(count, NameCandidates::MAX_NUMBERS);
 }

@@ -102,7 +102,7 @@ TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     ASSERT_GE(watch.number(), 0);
     follow(watch, mrb::ROOT_FOLDER, folder.path());
     follow(watch, 1, folder.path("sub"));
-    for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MOST_FOLDERS);
+    for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MAX_FOLDERS);
          ++number) {
         const std::string name = std::to_string(number);
         folder.folder(name);

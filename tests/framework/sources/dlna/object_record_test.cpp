@@ -54,9 +54,9 @@ TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
 TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
     MediaObject object;
     for (std::size_t fact = 0; fact < mrb::FACTS; ++fact) {
-        object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::LONGEST_TEXT, 'x'));
+        object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'x'));
     }
-    object.id = std::string(mrb::Metadata::LONGEST_TEXT, 'i');
+    object.id = std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'i');
     const std::string packed = mrb::packRecord(object);
     mrb::SourceItem item;
     item.id = object.id;

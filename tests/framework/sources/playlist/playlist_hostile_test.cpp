@@ -88,7 +88,7 @@ TEST(HostilePlaylist, PlaylistsThatMultiplyEachOtherAreReadToANumber) {
     folder.file("8.m3u");
     Client client;
     const Event end = listOf(client, folder, "0.m3u");
-    EXPECT_LE(client.count(), 100 * (PlaylistReader::MOST_NESTED + 1));
+    EXPECT_LE(client.count(), 100 * (PlaylistReader::MAX_NESTED + 1));
     EXPECT_GT(end.data["unreadable"].asInt(), 0);
 }
 
@@ -101,7 +101,7 @@ TEST(HostilePlaylist, AMillionLinesAreReadToANumber) {
     writeText(folder, "p.m3u", text);
     Client client;
     const Event end = listOf(client, folder, "p.m3u");
-    EXPECT_EQ(client.count(), PlaylistReader::MOST_ENTRIES);
+    EXPECT_EQ(client.count(), PlaylistReader::MAX_ENTRIES);
     EXPECT_EQ(end.data["unreadable"], 1);
 }
 
@@ -121,7 +121,7 @@ TEST(HostilePlaylist, AMillionLinesWithoutEntriesAreReadToTheEnd) {
 TEST(HostilePlaylist, AFileThatIsTooLongIsReadToALength) {
     const Folder folder;
     writeText(folder, "p.pls", "File1=http://h/a.mp3\n");
-    std::filesystem::resize_file(folder.path("p.pls"), PlaylistReader::MOST_BYTES + 1);
+    std::filesystem::resize_file(folder.path("p.pls"), PlaylistReader::MAX_BYTES + 1);
     Client client;
     EXPECT_EQ(listOf(client, folder, "p.pls").data["unreadable"], 1);
     EXPECT_EQ(client.count(), 1);
@@ -203,7 +203,7 @@ TEST(HostilePlaylist, BasesLeadNoFurtherThanPathsDo) {
 TEST(HostilePlaylist, AHundredThousandLongBasesAreRead) {
     const Folder folder;
     folder.file("a.mp3");
-    const std::string base(mrb::XspfParser::LONGEST_BASE - 1, 'x');
+    const std::string base(mrb::XspfParser::MAX_BASE_LENGTH - 1, 'x');
     std::string text = "<playlist xml:base='" + base + "/'><trackList xml:base='" + base + "/'>";
     for (int number = 0; number < 100'000; ++number) {
         text += "<track xml:base='b/'/>";

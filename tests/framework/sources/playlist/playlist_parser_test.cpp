@@ -155,7 +155,7 @@ TEST(M3u, HalvesOfUtf16AreReplacedAndZerosLeaveALineOut) {
 
 TEST(M3u, LinesOfUtf16AreBoundedAsOthers) {
     const std::string bytes = utf16(
-        u"\uFEFFa\n" + std::u16string(PlaylistParser::LONGEST_TEXT / 3 + 1, u'\u97f3') + u"\nb\n", true);
+        u"\uFEFFa\n" + std::u16string(PlaylistParser::MAX_TEXT_LENGTH / 3 + 1, u'\u97f3') + u"\nb\n", true);
     EXPECT_THAT(readIn("a.m3u", bytes, 1000).targets, ElementsAre("a", "b"));
 }
 
@@ -168,7 +168,7 @@ TEST(M3u, TextsThatAreShorterThanAMarkAreRead) {
 }
 
 TEST(M3u, LinesWithZerosAndEndlessLinesAreLeftOut) {
-    const std::string tooLong(PlaylistParser::LONGEST_TEXT + 1, 'x');
+    const std::string tooLong(PlaylistParser::MAX_TEXT_LENGTH + 1, 'x');
     const std::string text = std::string("a\nb\0c\nd\n", 8) + tooLong + "\n" + "e\n" + tooLong + tooLong;
     EXPECT_THAT(readIn("a.m3u", text, 1000).targets, ElementsAre("a", "d", "e"));
     EXPECT_THAT(readIn("a.m3u", text, 1 << 20).targets, ElementsAre("a", "d", "e"));
@@ -297,7 +297,7 @@ TEST(Xspf, ATrackWithoutALocationHasNoneByItsBase) {
 }
 
 TEST(Xspf, ABaseThatIsLongerThanAnyPathIsRefused) {
-    const std::string longest(mrb::XspfParser::LONGEST_BASE - 1, 'x');
+    const std::string longest(mrb::XspfParser::MAX_BASE_LENGTH - 1, 'x');
     const std::string location = "<location>a</location></track>";
     EXPECT_THAT(read("a.xspf", xspf("<track xml:base='" + longest + "/'>" + location)).targets,
                 ElementsAre(longest + "/a"));
@@ -307,7 +307,7 @@ TEST(Xspf, ABaseThatIsLongerThanAnyPathIsRefused) {
 }
 
 TEST(Xspf, AnAddressThatIsTooLongWithItsBaseIsLeftOut) {
-    const std::string tooLong(PlaylistParser::LONGEST_TEXT - 1, 'x');
+    const std::string tooLong(PlaylistParser::MAX_TEXT_LENGTH - 1, 'x');
     const Read list = readIn("a.xspf",
                              xspf("<track xml:base='bb/'><location>" + tooLong +
                                   "</location></track><track><location>a</location></track>"),
@@ -356,7 +356,7 @@ TEST(Xspf, DeepNestingAndEndlessTagsAreRefused) {
 }
 
 TEST(Xspf, ALocationThatIsTooLongIsLeftOut) {
-    const std::string tooLong(PlaylistParser::LONGEST_TEXT + 1, 'x');
+    const std::string tooLong(PlaylistParser::MAX_TEXT_LENGTH + 1, 'x');
     EXPECT_THAT(readIn("a.xspf",
                        xspf("<track><location>" + tooLong +
                             "</location></track><track><location>a"
