@@ -9,7 +9,7 @@
 namespace mrb {
 
 // A client's call waits at most this long for what another thread reads or writes.
-inline constexpr std::chrono::milliseconds CLIENT_PATIENCE{90};
+inline constexpr std::chrono::milliseconds CLIENT_TIMEOUT{90};
 
 // Waits until `isDone` returns true for a request that another thread processes; that thread
 // notifies `change`. `busySince` is when the thread began its current request, which may be an
@@ -20,13 +20,13 @@ inline constexpr std::chrono::milliseconds CLIENT_PATIENCE{90};
 template <typename IsDone>
 bool waitBriefly(std::unique_lock<std::mutex> &guard, std::condition_variable &change,
                  const std::optional<std::chrono::steady_clock::time_point> &busySince,
-                 std::chrono::milliseconds patience, IsDone &&isDone) {
+                 std::chrono::milliseconds timeout, IsDone &&isDone) {
     using std::chrono::steady_clock;
     constexpr std::chrono::milliseconds TO_BEGIN{1000};
-    const auto last = steady_clock::now() + std::max(TO_BEGIN, patience);
+    const auto last = steady_clock::now() + std::max(TO_BEGIN, timeout);
     while (!isDone()) {
         const auto now = steady_clock::now();
-        const auto end = std::min(last, busySince.value_or(now) + patience);
+        const auto end = std::min(last, busySince.value_or(now) + timeout);
         if (end <= now) {
             return false;
         }

@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // How often a waiting caller polls its token. The end of a request wakes it at once.
-constexpr auto GLANCE = std::chrono::milliseconds(20);
+constexpr auto POLL_INTERVAL = std::chrono::milliseconds(20);
 
 // Errors after which the state of the connection to the camera is unknown.
 bool isBroken(int code) {
@@ -141,7 +141,7 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
                            std::chrono::milliseconds limit) {
     const auto deadline = Clock::now() + limit;
     std::unique_lock guard(state_->lock);
-    while (!state_->change.wait_for(guard, GLANCE, [&] { return task->isDone_; })) {
+    while (!state_->change.wait_for(guard, POLL_INTERVAL, [&] { return task->isDone_; })) {
         // A caller with a shorter timeout need not wait again for what earlier callers found out.
         const bool isSilent =
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));

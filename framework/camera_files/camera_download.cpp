@@ -17,7 +17,7 @@ constexpr std::uint64_t PIECE = 1UL << 20;
 constexpr std::size_t MAX_QUEUED = 4UL << 20;
 
 // How often to check whether the download was cancelled, or the camera has stopped responding.
-constexpr auto GLANCE = std::chrono::milliseconds(20);
+constexpr auto POLL_INTERVAL = std::chrono::milliseconds(20);
 
 } // namespace
 
@@ -91,7 +91,7 @@ Status CameraDownload::takeFromFlow(std::string &bytes) {
     bool isOver = false;
     std::unique_lock guard(flow_->lock);
     const auto isMore = [this] { return !flow_->pieces.empty(); };
-    while (!flow_->change.wait_for(guard, GLANCE, isMore)) {
+    while (!flow_->change.wait_for(guard, POLL_INTERVAL, isMore)) {
         if (isOver) {
             return outcome; // the last piece was taken before
         }

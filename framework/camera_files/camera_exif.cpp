@@ -53,9 +53,9 @@ bool hasExif(const CameraFile &file) {
     return name.ends_with(".jpg") || name.ends_with(".jpeg") || name.ends_with(".jpe");
 }
 
-Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif) {
+Status readDriversExif(const CameraFile &file, const CameraTimeout &timeout, std::string &exif) {
     std::string given;
-    Status outcome = file.read(patience, CameraPart::EXIF, MAX_EXIF_BYTES, given);
+    Status outcome = file.read(timeout, CameraPart::EXIF, MAX_EXIF_BYTES, given);
     exif = outcome.ok() ? exifIn(given) : std::string();
     if (!exif.empty() && !saysAnything(exif)) {
         exif.clear();
@@ -64,14 +64,14 @@ Status readDriversExif(const CameraFile &file, const CameraPatience &patience, s
     return endsAll(outcome) ? outcome : Status();
 }
 
-Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
+Status readCameraExif(const CameraFile &file, const CameraTimeout &timeout, std::int64_t size,
                       std::string &exif) {
-    Status outcome = readDriversExif(file, patience, exif);
+    Status outcome = readDriversExif(file, timeout, exif);
     if (!outcome.ok() || !exif.empty() || !hasExif(file)) {
         return outcome;
     }
     std::string head;
-    outcome = file.readBeginning(patience, size, HEAD_BYTES, head);
+    outcome = file.readBeginning(timeout, size, HEAD_BYTES, head);
     exif = exifIn(head);
     return endsAll(outcome) ? outcome : Status();
 }

@@ -16,11 +16,11 @@ bool hasExif(const CameraFile &file);
 
 // Reads the EXIF data that a driver supplies, in whatever form, from "Exif\0\0" on; they are
 // hostile. Empty: it supplies none with any content. Fails only where endsAll is true.
-Status readDriversExif(const CameraFile &file, const CameraPatience &patience, std::string &exif);
+Status readDriversExif(const CameraFile &file, const CameraTimeout &timeout, std::string &exif);
 
 // The same; when the driver supplies none, reads them from the beginning of a file that
 // hasExif. `size`: the file's, or CameraFileFacts::UNSAID.
-Status readCameraExif(const CameraFile &file, const CameraPatience &patience, std::int64_t size,
+Status readCameraExif(const CameraFile &file, const CameraTimeout &timeout, std::int64_t size,
                       std::string &exif);
 
 // The beginning of a file, which mostly holds all of its metadata: a segment of a JPEG has

@@ -70,26 +70,26 @@ std::unique_ptr<CameraFile> CameraFile::find(const std::string &url, Status &out
     return std::make_unique<CameraFile>(item->device, camera->camera, cameraPathOf(item->path));
 }
 
-Status CameraFile::run(const CameraPatience &patience, CameraService::Work work) const {
+Status CameraFile::run(const CameraTimeout &timeout, CameraService::Work work) const {
     return unlessRemoved(
-        CameraService::instance().run(address_, std::move(work), patience.cancellation, patience.limit),
+        CameraService::instance().run(address_, std::move(work), timeout.cancellation, timeout.limit),
         device_);
 }
 
-Status CameraFile::readFacts(const CameraPatience &patience, CameraFileFacts &facts) const {
+Status CameraFile::readFacts(const CameraTimeout &timeout, CameraFileFacts &facts) const {
     const auto told = std::make_shared<CameraFileFacts>();
     Status outcome =
-        run(patience, [told, path = path_](Camera &camera) { return camera.readFacts(path, *told); });
+        run(timeout, [told, path = path_](Camera &camera) { return camera.readFacts(path, *told); });
     if (outcome.ok()) {
         facts = *told;
     }
     return outcome;
 }
 
-Status CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+Status CameraFile::readAt(const CameraTimeout &timeout, std::uint64_t offset, std::size_t length,
                           std::string &bytes) const {
     const auto told = std::make_shared<std::string>();
-    Status outcome = run(patience, [told, path = path_, offset, length](Camera &camera) {
+    Status outcome = run(timeout, [told, path = path_, offset, length](Camera &camera) {
         told->resize(length);
         std::size_t got = 0;
         Status read = camera.readAt(path, offset, told->data(), length, got);
@@ -102,7 +102,7 @@ Status CameraFile::readAt(const CameraPatience &patience, std::uint64_t offset, 
     return outcome;
 }
 
-Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t maximum,
+Status CameraFile::readBeginning(const CameraTimeout &timeout, std::int64_t size, std::size_t maximum,
                                  std::string &bytes) const {
     const bool isSizeKnown = size >= 0;
     const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), maximum) : maximum;
@@ -110,7 +110,7 @@ Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t si
         return {};
     }
     const auto read = std::make_shared<std::string>();
-    Status outcome = run(patience, [read, path = path_, length, isSizeKnown](Camera &camera) {
+    Status outcome = run(timeout, [read, path = path_, length, isSizeKnown](Camera &camera) {
         Status pieces = beginningOfPieces(camera, path, length, isSizeKnown, *read);
         return pieces.code == MRB_ERR_NOT_SUPPORTED && read->empty()
                    ? beginningOfWhole(camera, path, length, *read)
@@ -122,10 +122,10 @@ Status CameraFile::readBeginning(const CameraPatience &patience, std::int64_t si
     return outcome;
 }
 
-Status CameraFile::read(const CameraPatience &patience, CameraPart part, std::size_t maximum,
+Status CameraFile::read(const CameraTimeout &timeout, CameraPart part, std::size_t maximum,
                         std::string &bytes) const {
     const auto told = std::make_shared<std::string>();
-    Status outcome = run(patience, [told, path = path_, part, maximum](Camera &camera) {
+    Status outcome = run(timeout, [told, path = path_, part, maximum](Camera &camera) {
         bool isTooLong = false;
         Status read = camera.read(path, part, [&](std::string_view piece) {
             isTooLong = piece.size() > maximum - told->size();

@@ -14,7 +14,7 @@
 namespace mrb {
 
 // How long a caller waits for a camera.
-struct CameraPatience {
+struct CameraTimeout {
     CancellationToken cancellation = {};
     std::chrono::milliseconds limit = CameraService::NO_LIMIT;
 };
@@ -32,21 +32,20 @@ class CameraFile {
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
 
-    Status readFacts(const CameraPatience &patience, CameraFileFacts &facts) const;
+    Status readFacts(const CameraTimeout &timeout, CameraFileFacts &facts) const;
 
     // Appends up to `length` bytes from `offset` on.
-    Status readAt(const CameraPatience &patience, std::uint64_t offset, std::size_t length,
+    Status readAt(const CameraTimeout &timeout, std::uint64_t offset, std::size_t length,
                   std::string &bytes) const;
 
     // Reads the first `most` bytes of a file of `size` bytes, or all where there are fewer; where
     // the size is CameraFileFacts::UNSAID, what one piece has of them. Also from a camera that
     // transfers whole files only: the transfer is cancelled after these bytes.
-    Status readBeginning(const CameraPatience &patience, std::int64_t size, std::size_t maximum,
+    Status readBeginning(const CameraTimeout &timeout, std::int64_t size, std::size_t maximum,
                          std::string &bytes) const;
 
     // Reads a part of no more than `most` bytes; MRB_ERR_OUT_OF_MEMORY: it is longer.
-    Status read(const CameraPatience &patience, CameraPart part, std::size_t maximum,
-                std::string &bytes) const;
+    Status read(const CameraTimeout &timeout, CameraPart part, std::size_t maximum, std::string &bytes) const;
 
     // An asynchronous request, see CameraService.
     using FileWork = std::function<Status(Camera &camera, const CameraPath &path)>;
@@ -54,7 +53,7 @@ class CameraFile {
     bool isOver(const std::shared_ptr<CameraService::Task> &task, Status &outcome) const;
 
   private:
-    Status run(const CameraPatience &patience, CameraService::Work work) const;
+    Status run(const CameraTimeout &timeout, CameraService::Work work) const;
 
     std::string device_; // storage id
     CameraAddress address_;

@@ -74,20 +74,20 @@ class CameraBytes final : public MediaBytes {
 };
 
 // For a camera that transfers whole files only.
-Status readWithoutPieces(const CameraFile &source, const CameraPatience &patience,
-                         const CameraFileFacts &facts, std::string &bytes) {
+Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout, const CameraFileFacts &facts,
+                         std::string &bytes) {
     const bool isLong = facts.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
     if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
-        return source.read(patience, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
+        return source.read(timeout, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
     }
     std::string exif;
-    Status outcome = readDriversExif(source, patience, exif);
+    Status outcome = readDriversExif(source, timeout, exif);
     if (!outcome.ok()) {
         return outcome;
     }
     std::string head;
     if (exif.empty()) {
-        outcome = source.readBeginning(patience, facts.size, HEAD_BYTES, head);
+        outcome = source.readBeginning(timeout, facts.size, HEAD_BYTES, head);
         exif = exifIn(head);
     }
     bytes = facts.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, facts.width, facts.height);
@@ -105,13 +105,13 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
         return outcome;
     }
     const CancellationToken cancellation = [&file] { return file.isCancelled(); };
-    const auto patience = [&] { return CameraPatience{cancellation, timeUntil(deadline)}; };
+    const auto timeout = [&] { return CameraTimeout{cancellation, timeUntil(deadline)}; };
     CameraFileFacts facts;
-    outcome = source->readFacts(patience(), facts);
+    outcome = source->readFacts(timeout(), facts);
     std::string bytes;
     if (outcome.ok()) {
         const auto size = static_cast<std::uint64_t>(facts.size < 0 ? HEAD_BYTES : facts.size);
-        outcome = source->readAt(patience(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
+        outcome = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
     if (outcome.ok() && facts.size < 0) {
@@ -120,7 +120,7 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     } else if (outcome.ok()) {
         file.open(std::make_unique<CameraBytes>(*source, facts, cancellation, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-        outcome = readWithoutPieces(*source, patience(), facts, bytes);
+        outcome = readWithoutPieces(*source, timeout(), facts, bytes);
         if (outcome.ok()) {
             const auto size = facts.size < 0 ? static_cast<std::int64_t>(bytes.size()) : facts.size;
             file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, facts.modified));

@@ -53,9 +53,9 @@ struct Question {
     std::string criteria;  // a UPnP search expression
     std::uint32_t start = 0;
     std::uint32_t count = 0;
-    std::chrono::milliseconds patience{0}; // timeout of the whole response
-    bool isFollowed = false;               // the next page will most likely be requested as well
-    std::shared_ptr<Ahead> ahead = {};     // the prefetch that the previous page returned, if any
+    std::chrono::milliseconds timeout{0}; // timeout of the whole response
+    bool isFollowed = false;              // the next page will most likely be requested as well
+    std::shared_ptr<Ahead> ahead = {};    // the prefetch that the previous page returned, if any
 };
 
 // The result of a request. All numbers are the server's claims.
@@ -93,7 +93,7 @@ class Directories {
     // of an item, if it has no more than `most` bytes. The codes are those of ask;
     // MRB_ERR_PERMISSION_DENIED also for URLs on other hosts, MRB_ERR_NOT_FOUND when
     // there is no such file.
-    virtual Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds patience,
+    virtual Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds timeout,
                          const CancellationToken &cancellation, std::string &bytes) = 0;
 
     // Opens transfers of files to and from a server by the calling thread. Codes as of ask.

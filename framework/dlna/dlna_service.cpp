@@ -12,7 +12,7 @@ namespace mrb::dlna {
 namespace {
 
 // How long a client's end() leaves the final notification to the event thread.
-constexpr auto PATIENCE = std::chrono::seconds(1);
+constexpr auto TIMEOUT = std::chrono::seconds(1);
 
 Device deviceOf(const Server &server) {
     Device device;
@@ -92,11 +92,11 @@ int DlnaService::end(const StateListener &listener) {
     }
     events_.post(task_, 0);
     const auto now = std::chrono::steady_clock::now();
-    const bool isOver = dismissed_.wait_until(guard, now + PATIENCE, [&] { return isGone() || down_; });
+    const bool isOver = dismissed_.wait_until(guard, now + TIMEOUT, [&] { return isGone() || down_; });
     return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
 }
 
-// Ends a client after PATIENCE: on the calling thread.
+// Ends a client after TIMEOUT: on the calling thread.
 int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
                              const std::shared_ptr<ServiceClient> &client, Time deadline) {
     const auto isIts = [&client](const Client &each) { return each.target == client; };

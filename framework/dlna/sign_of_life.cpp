@@ -12,7 +12,7 @@ Status judgeBreak(Directories &directories, const std::string &server, Status ou
     Question question;
     question.kind = Question::Kind::CAPABILITIES;
     question.server = server;
-    question.patience = std::chrono::seconds(3);
+    question.timeout = std::chrono::seconds(3);
     Page page;
     const int code = directories.ask(question, cancellation, page).code;
     const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;

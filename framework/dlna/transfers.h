@@ -24,7 +24,7 @@ struct Upload {
 
 // Transfers files to and from one server, without requests to any other host. Created, used and
 // destroyed by one thread, which waits for the server. A transfer of fewer than a few bytes within
-// PATIENCE ends with MRB_ERR_TIMEOUT; soon after a cancellation everything
+// TIMEOUT ends with MRB_ERR_TIMEOUT; soon after a cancellation everything
 // ends with MRB_ERR_CANCELLED. Other codes are those of Directories::ask.
 class Transfers {
   public:

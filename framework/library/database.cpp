@@ -6,7 +6,7 @@ namespace mrb {
 namespace {
 
 // The timeout for a file that another process holds.
-constexpr int PATIENCE_MS = 2000;
+constexpr int TIMEOUT_MS = 2000;
 
 [[noreturn]] void fail(sqlite3 *handle, int code) {
     throw DatabaseError(code, handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
@@ -41,7 +41,7 @@ Database::Database(const std::string &path, Role role) {
         fail(opened, code);
     }
     sqlite3_extended_result_codes(opened, 1);
-    sqlite3_busy_timeout(opened, isReader ? 0 : PATIENCE_MS);
+    sqlite3_busy_timeout(opened, isReader ? 0 : TIMEOUT_MS);
     // The file may have been crafted to attack us.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);

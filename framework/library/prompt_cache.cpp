@@ -25,7 +25,7 @@ PromptCache::~PromptCache() { finish(steady_clock::time_point::max()); }
 
 // False: it takes long, or the one before it does, or another process holds the storage.
 bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
-    waitBriefly(guard, change_, worker.busySince, limits_.patience,
+    waitBriefly(guard, change_, worker.busySince, limits_.timeout,
                 [&] { return isDone || worker.isHeldUp || isFinishing_; });
     return isDone;
 }

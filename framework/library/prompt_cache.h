@@ -26,7 +26,7 @@ class PromptCache {
   public:
     struct Limits {
         // How long a call waits, see waitBriefly.
-        std::chrono::milliseconds patience = CLIENT_PATIENCE;
+        std::chrono::milliseconds timeout = CLIENT_TIMEOUT;
         // How long a record in memory is valid without a check for changes by other processes.
         std::chrono::milliseconds freshness{5};
         std::size_t writes = 1024; // maximum number of files with pending writes

@@ -18,7 +18,7 @@ using std::chrono::steady_clock;
 // A growth event is posted for 256 new items, but at most ten times a second; for fewer, once a
 // second.
 constexpr std::int32_t GROWTH_ITEMS = 256;
-constexpr auto GROWTH_PAUSE = std::chrono::milliseconds(100);
+constexpr auto GROWTH_INTERVAL = std::chrono::milliseconds(100);
 constexpr auto MAX_SILENCE = std::chrono::seconds(1);
 
 } // namespace
@@ -132,7 +132,7 @@ void ListFiller::reportGrowth() {
     const std::int32_t grown = size - reportedSize_;
     const auto now = steady_clock::now();
     const auto silence = now - reportedAt_;
-    const bool due = grown >= GROWTH_ITEMS ? silence >= GROWTH_PAUSE : grown > 0 && silence >= MAX_SILENCE;
+    const bool due = grown >= GROWTH_ITEMS ? silence >= GROWTH_INTERVAL : grown > 0 && silence >= MAX_SILENCE;
     if (due) {
         reportedSize_ = size;
         reportedAt_ = now;

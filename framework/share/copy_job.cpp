@@ -22,7 +22,7 @@ constexpr std::size_t MAX_QUEUED = 64;
 constexpr std::uint64_t MAX_QUEUED_BYTES = 32UL << 20;
 
 // The interval at which the destination is checked to exist.
-constexpr auto LOOK_PAUSE = std::chrono::milliseconds(200);
+constexpr auto POLL_INTERVAL = std::chrono::milliseconds(200);
 
 constexpr std::uint64_t MIN_BLOCK_BYTES = 512;
 
@@ -294,7 +294,7 @@ CopyJob::Step CopyJob::end(int event) {
 
 bool CopyJob::isDestinationThere() {
     const auto now = steady_clock::now();
-    if (now - lookedAt_ < LOOK_PAUSE) {
+    if (now - lookedAt_ < POLL_INTERVAL) {
         return true;
     }
     lookedAt_ = now;

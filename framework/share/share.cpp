@@ -16,7 +16,7 @@ using std::chrono::steady_clock;
 
 // The minimum between the end of one callback and the next progress event: a client gets at most
 // ten a second, and a slow client fewer.
-constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(100);
+constexpr auto PROGRESS_INTERVAL = std::chrono::milliseconds(100);
 
 bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
@@ -129,7 +129,7 @@ void Share::setFile(const std::string &name, std::uint64_t size) {
 }
 
 void Share::tellProgress() {
-    if (toldAt_ && !progressQueued_ && steady_clock::now() - *toldAt_ >= PROGRESS_PAUSE) {
+    if (toldAt_ && !progressQueued_ && steady_clock::now() - *toldAt_ >= PROGRESS_INTERVAL) {
         progressQueued_ = true;
         events_.post(shared_from_this(), MRB_EVENT_SHARE_PROGRESS);
     }

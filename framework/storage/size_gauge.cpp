@@ -17,7 +17,7 @@ namespace mrb {
 namespace {
 
 // When a device has not answered for this long, the next one is read on another thread.
-constexpr auto PATIENCE = std::chrono::milliseconds(20);
+constexpr auto TIMEOUT = std::chrono::milliseconds(20);
 
 // Maximum of late results kept for later calls; beyond it most are of removed devices.
 constexpr std::size_t MAX_LATE = 256;
@@ -82,7 +82,7 @@ void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::ti
         if (round->taken < number) { // otherwise all are started and slow
             startWorker(round);
         }
-        state_->change.wait_until(guard, std::min(deadline, std::chrono::steady_clock::now() + PATIENCE),
+        state_->change.wait_until(guard, std::min(deadline, std::chrono::steady_clock::now() + TIMEOUT),
                                   [&] { return round->answered == number; });
     }
     const std::size_t taken = std::exchange(round->taken, number); // The rest is left to a later call.

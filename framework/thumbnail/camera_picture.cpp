@@ -48,7 +48,7 @@ class CameraPicture {
     }
 
   private:
-    [[nodiscard]] CameraPatience patience() const {
+    [[nodiscard]] CameraTimeout timeout() const {
         return {[this] { return stop_.isCancelled(); }};
     }
     [[nodiscard]] int type() const {
@@ -118,7 +118,7 @@ class CameraPicture {
     const std::string &readExif(Status &outcome) {
         if (!exif_) {
             exif_.emplace();
-            outcome = readCameraExif(file_, patience(), size_, *exif_);
+            outcome = readCameraExif(file_, timeout(), size_, *exif_);
             const Metadata facts = exif_->empty() ? Metadata() : factsOfExif(*exif_);
             exifOrientation_ = static_cast<int>(facts.number(Fact::ORIENTATION));
             if (!knowsPixels()) {
@@ -131,7 +131,7 @@ class CameraPicture {
 
     void decodePreview(bool isImage, Decoded &small) {
         std::string bytes;
-        small.outcome = file_.read(patience(), CameraPart::PREVIEW, MAX_PREVIEW_BYTES, bytes);
+        small.outcome = file_.read(timeout(), CameraPart::PREVIEW, MAX_PREVIEW_BYTES, bytes);
         if (!small.outcome.ok()) {
             return;
         }
@@ -183,7 +183,7 @@ class CameraPicture {
             return;
         }
         std::string bytes;
-        decoded.outcome = file_.read(patience(), CameraPart::WHOLE, MAX_FETCHED_BYTES, bytes);
+        decoded.outcome = file_.read(timeout(), CameraPart::WHOLE, MAX_FETCHED_BYTES, bytes);
         if (decoded.outcome.ok()) {
             decodeBytes(bytes, type(), request_.orientation, decoded);
         }

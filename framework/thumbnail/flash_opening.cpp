@@ -33,7 +33,7 @@ Status FlashOpening::open(const std::string &list) {
     const std::uint64_t number = ++asked_;
     wake_.notify_one();
     ++waiting_;
-    const bool isOver = waitBriefly(guard, change_, busySince_, patience_,
+    const bool isOver = waitBriefly(guard, change_, busySince_, timeout_,
                                     [&] { return answered_ >= number || isFinishing_; });
     --waiting_;
     if (isOver && answered_ >= number) {

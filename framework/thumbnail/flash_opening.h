@@ -21,7 +21,7 @@ namespace mrb::thumbnail {
 class FlashOpening {
   public:
     // How long a call waits, see waitBriefly.
-    explicit FlashOpening(std::chrono::milliseconds patience = CLIENT_PATIENCE) : patience_(patience) {}
+    explicit FlashOpening(std::chrono::milliseconds timeout = CLIENT_TIMEOUT) : timeout_(timeout) {}
     ~FlashOpening();
     FlashOpening(const FlashOpening &) = delete;
     FlashOpening &operator=(const FlashOpening &) = delete;
@@ -43,7 +43,7 @@ class FlashOpening {
     void work();
     void openWanted(Lock &guard);
 
-    const std::chrono::milliseconds patience_;
+    const std::chrono::milliseconds timeout_;
 
     std::mutex lock_; // guards what follows; never held while a file is read or written
     std::condition_variable wake_;

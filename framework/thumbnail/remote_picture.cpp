@@ -17,7 +17,7 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
     }
     std::string bytes;
     decoded.outcome = directories->fetch(
-        request.path, MAX_REMOTE_BYTES, REMOTE_PATIENCE, [&stop] { return stop.isCancelled(); }, bytes);
+        request.path, MAX_REMOTE_BYTES, REMOTE_TIMEOUT, [&stop] { return stop.isCancelled(); }, bytes);
     MemoryFile file;
     if (decoded.outcome.ok()) {
         decoded.outcome = file.write(bytes);

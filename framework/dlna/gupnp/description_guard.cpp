@@ -66,7 +66,7 @@ void DescriptionGuard::onFinished(SoupMessage * /*message*/, void *data) {
 gboolean DescriptionGuard::look(void *data) {
     auto &request = *static_cast<Request *>(data);
     const bool isTooLong = request.socket && bytesReceived(request.socket.get()) > MAX_BYTES;
-    if (request.socket && (isTooLong || steady_clock::now() - request.began > PATIENCE)) {
+    if (request.socket && (isTooLong || steady_clock::now() - request.began > TIMEOUT)) {
         MRB_LOG_WARNING("The description of a network device is too %s.", isTooLong ? "long" : "slow");
         g_socket_shutdown(request.socket.get(), TRUE, TRUE, nullptr);
     }

@@ -18,7 +18,7 @@ namespace mrb::dlna {
 class DescriptionGuard {
   public:
     static constexpr std::size_t MAX_BYTES = 1UL << 20;
-    static constexpr auto PATIENCE = std::chrono::seconds(20);
+    static constexpr auto TIMEOUT = std::chrono::seconds(20);
 
     // `session` is that of a GUPnP context, before its first use.
     explicit DescriptionGuard(SoupSession *session);

@@ -60,21 +60,19 @@ Status GupnpDirectories::ask(const Question &question, const CancellationToken &
     // The `ahead` of a page of these directories is always a NextPage.
     const auto next = std::static_pointer_cast<NextPage>(question.ahead);
     std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
-    const Reply reply =
-        await(pending ? std::move(pending) : begin(question), question.patience, cancellation);
+    const Reply reply = await(pending ? std::move(pending) : begin(question), question.timeout, cancellation);
     if (question.isFollowed && reply.outcome.ok()) {
         page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // overlaps parsing
     }
     return readReply(reply, question, page);
 }
 
-Status GupnpDirectories::fetch(const std::string &url, std::size_t maximum,
-                               std::chrono::milliseconds patience, const CancellationToken &cancellation,
-                               std::string &bytes) {
+Status GupnpDirectories::fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds timeout,
+                               const CancellationToken &cancellation, std::string &bytes) {
     const auto begin = [this, url, maximum](std::shared_ptr<Pending> pending) {
         beginFetch(url, maximum, std::move(pending));
     };
-    Reply reply = await(this->begin(begin), patience, cancellation);
+    Reply reply = await(this->begin(begin), timeout, cancellation);
     bytes = std::move(reply.body);
     return reply.outcome.ok() ? outcomeOfStatus(reply.status) : reply.outcome;
 }
@@ -106,12 +104,12 @@ std::shared_ptr<Pending> GupnpDirectories::begin(const Question &question) {
         [this, question](std::shared_ptr<Pending> pending) { beginCall(question, std::move(pending)); });
 }
 
-Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
+Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds timeout,
                               const CancellationToken &cancellation) {
     if (!pending) {
         return {gone(), 0, {}};
     }
-    Reply reply = pending->await(patience, cancellation);
+    Reply reply = pending->await(timeout, cancellation);
     if (reply.outcome.code == MRB_ERR_CANCELLED || reply.outcome.code == MRB_ERR_TIMEOUT) {
         abandon(pending);
     }

@@ -26,7 +26,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
 
     // Any thread but the network's.
     Status ask(const Question &question, const CancellationToken &cancellation, Page &page) override;
-    Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds patience,
+    Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds timeout,
                  const CancellationToken &cancellation, std::string &bytes) override;
     Status connect(const std::string &server, const CancellationToken &cancellation,
                    std::unique_ptr<Transfers> &transfers) override;
@@ -51,7 +51,7 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     std::shared_ptr<Pending> begin(Begin begin);
     std::shared_ptr<Pending> begin(const Question &question);
     // Waits for the reply to that request.
-    Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds patience,
+    Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds timeout,
                 const CancellationToken &cancellation);
     void abandon(std::shared_ptr<Pending> pending);
     // On the network's thread:

@@ -16,14 +16,14 @@ namespace mrb::dlna {
 class Pace {
   public:
     // The timeout for MIN_BYTES.
-    static constexpr auto PATIENCE = std::chrono::seconds(20);
+    static constexpr auto TIMEOUT = std::chrono::seconds(20);
     static constexpr std::uint64_t MIN_BYTES = 16UL << 10;
 
     // `bytes` were transferred in all.
     void moved(std::uint64_t bytes);
     // Excludes the time since then from the server's.
     void excuse(std::chrono::steady_clock::time_point since);
-    [[nodiscard]] bool isTooSlow() const { return std::chrono::steady_clock::now() - since_ > PATIENCE; }
+    [[nodiscard]] bool isTooSlow() const { return std::chrono::steady_clock::now() - since_ > TIMEOUT; }
 
   private:
     std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();

@@ -16,11 +16,11 @@ bool Pending::isFinished() const {
     return reply_.has_value();
 }
 
-Reply Pending::await(std::chrono::milliseconds patience, const CancellationToken &cancellation) {
+Reply Pending::await(std::chrono::milliseconds timeout, const CancellationToken &cancellation) {
     using std::chrono::steady_clock;
     // A cancellation does not notify this condition variable, so it is polled.
-    constexpr auto GLANCE = std::chrono::milliseconds(15);
-    const auto deadline = steady_clock::now() + patience;
+    constexpr auto POLL_INTERVAL = std::chrono::milliseconds(15);
+    const auto deadline = steady_clock::now() + timeout;
     std::unique_lock guard(lock_);
     while (!reply_) {
         if (cancellation.isCancelled()) {
@@ -30,7 +30,7 @@ Reply Pending::await(std::chrono::milliseconds patience, const CancellationToken
         if (now >= deadline) {
             return {Status::timedOut("The server did not answer in time."), 0, {}};
         }
-        finished_.wait_until(guard, std::min<steady_clock::time_point>(deadline, now + GLANCE));
+        finished_.wait_until(guard, std::min<steady_clock::time_point>(deadline, now + POLL_INTERVAL));
     }
     return *std::move(reply_);
 }

@@ -29,7 +29,7 @@ class Pending {
 
     // Returns the reply, or MRB_ERR_TIMEOUT at the timeout, or MRB_ERR_CANCELLED soon after a
     // cancellation. One thread, once.
-    Reply await(std::chrono::milliseconds patience, const CancellationToken &cancellation);
+    Reply await(std::chrono::milliseconds timeout, const CancellationToken &cancellation);
 
   private:
     mutable std::mutex lock_; // guards what follows

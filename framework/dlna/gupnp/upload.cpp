@@ -21,7 +21,7 @@ using std::chrono::steady_clock;
 // The container of a server that chooses where a file goes, by its kind.
 constexpr const char *ANY_CONTAINER = "DLNA.ORG_AnyContainer";
 
-constexpr auto POLL_PAUSE = std::chrono::milliseconds(50);
+constexpr auto POLL_INTERVAL = std::chrono::milliseconds(50);
 
 // How long the last bytes may still be under way when the server reports a complete transfer.
 constexpr auto LAST_NEWS = std::chrono::seconds(1);
@@ -127,7 +127,7 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
                               const CancellationToken &cancellation) {
     Pace pace;
     for (;;) {
-        const auto until = steady_clock::now() + POLL_PAUSE;
+        const auto until = steady_clock::now() + POLL_INTERVAL;
         const auto isOver = [&] { return offered.isBroken() || steady_clock::now() >= until; };
         Status outcome = loop_.runUntil(isOver, cancellation, pace);
         if (!outcome.ok() || offered.isBroken()) {

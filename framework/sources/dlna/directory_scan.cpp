@@ -233,7 +233,7 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
 Status DirectoryScan::ask(const Question &question, Page &page) {
     Question whole = question;
     whole.server = place_.server;
-    whole.patience = place_.patience;
+    whole.timeout = place_.timeout;
     const CancellationToken cancellation = [this] { return sink_.stopped(); };
     Status outcome = place_.directories.ask(whole, cancellation, page);
     whole.ahead.reset();

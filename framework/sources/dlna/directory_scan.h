@@ -45,7 +45,7 @@ class DirectoryScan {
         dlna::Directories &directories;
         const std::string &server;
         const std::string &container;
-        std::chrono::milliseconds patience; // the timeout of one page
+        std::chrono::milliseconds timeout; // the timeout of one page
     };
 
     DirectoryScan(ItemSink &sink, const Place &place) : sink_(sink), place_(place) {}

@@ -13,7 +13,7 @@ namespace mrb {
 class DlnaSource final : public Source {
   public:
     // The timeout for one page.
-    static constexpr auto PATIENCE = std::chrono::seconds(15);
+    static constexpr auto TIMEOUT = std::chrono::seconds(15);
 
     // `request.path` is the server's id, or its address if that is unique; `request.folderId` is
     // the id of one of its objects or the media id of one of its folders; empty: the root.

@@ -80,19 +80,19 @@ class DlnaHostile : public support::DlnaTest {
         ASSERT_TRUE(listener.waitFor(1));
     }
 
-    Status browse(std::chrono::milliseconds patience = LONG) {
+    Status browse(std::chrono::milliseconds timeout = LONG) {
         Question question;
         question.server = ScriptedServer::ID;
         question.container = "0";
         question.count = 500;
-        question.patience = patience;
+        question.timeout = timeout;
         return directories->ask(
             question, [this] { return stopped.load(); }, page);
     }
 
-    Status fetch(const std::string &url, std::size_t most = 1000, std::chrono::milliseconds patience = LONG) {
+    Status fetch(const std::string &url, std::size_t most = 1000, std::chrono::milliseconds timeout = LONG) {
         return directories->fetch(
-            url, most, patience, [] { return false; }, bytes);
+            url, most, timeout, [] { return false; }, bytes);
     }
 
     Listener listener;
@@ -171,7 +171,7 @@ TEST_F(DlnaHostile, TheNextPageIsPrefetched) {
     question.server = ScriptedServer::ID;
     question.container = "0";
     question.count = 1;
-    question.patience = LONG;
+    question.timeout = LONG;
     question.isFollowed = true;
     const auto isStopped = [] { return false; };
     ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
