@@ -15,14 +15,14 @@ Status MediaFile::open(const std::string &path) { return openIn(AT_FDCWD, path.c
 Status MediaFile::openIn(int folder, const char *name, const std::string &path) {
     // Non-blocking: a pipe with a media file's name must not block us.
     file_ = Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat facts {};
-    if (!file_ || fstat(file_.number(), &facts) != 0) {
+    struct stat status {};
+    if (!file_ || fstat(file_.number(), &status) != 0) {
         return Status::ofErrno(errno, path);
     }
-    if (!S_ISREG(facts.st_mode)) {
+    if (!S_ISREG(status.st_mode)) {
         return Status::notSupported("\"" + path + "\" is not a regular file.");
     }
-    begin(facts.st_size, facts.st_mtim.tv_sec);
+    begin(status.st_size, status.st_mtim.tv_sec);
     return {};
 }
 

@@ -15,11 +15,11 @@ namespace {
 
 // Whether `folder` still belongs to the device: after an unmount it is on another file system.
 bool isMountedStill(int folder, const Device &device) {
-    struct statx facts {};
+    struct statx status {};
     return device.mountId == 0 ||
-           (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &facts) == 0 &&
-            ((facts.stx_mask & STATX_MNT_ID) == 0 ||
-             facts.stx_mnt_id == static_cast<std::uint64_t>(device.mountId)));
+           (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &status) == 0 &&
+            ((status.stx_mask & STATX_MNT_ID) == 0 ||
+             status.stx_mnt_id == static_cast<std::uint64_t>(device.mountId)));
 }
 
 // Their product, limited to the signed range.

@@ -26,9 +26,9 @@ constexpr std::uint32_t CHANGES =
 
 // Cached by the kernel, so that a file system that hangs does not block it.
 bool isFolder(const std::string &path) {
-    struct statx facts {};
-    return statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE, &facts) == 0 &&
-           S_ISDIR(facts.stx_mode);
+    struct statx status {};
+    return statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
+           S_ISDIR(status.stx_mode);
 }
 
 int fileSystemOf(const std::string &folder) {

@@ -87,10 +87,10 @@ bool writeFlashPicture(const std::string &path, const unsigned char *pixels, int
 
 bool readFlashPicture(const std::string &path, Image &image, std::string *preset) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat facts {};
+    struct stat status {};
     Header header{};
-    if (!file || fstat(file.number(), &facts) != 0 ||
-        facts.st_size != flashPictureBytes(image.width, image.height, preset != nullptr) ||
+    if (!file || fstat(file.number(), &status) != 0 ||
+        status.st_size != flashPictureBytes(image.width, image.height, preset != nullptr) ||
         !readWhole(file.number(), header.data(), header.size()) ||
         header != headerOf(image.width, image.height, preset != nullptr)) {
         return false;

@@ -23,14 +23,15 @@ Status MediaFile::open(const std::string &path) {
     if (!file_) {
         return Status::ofErrno(errno, path);
     }
-    struct stat facts {};
-    if (fstat(file_.number(), &facts) != 0) {
+    struct stat status {};
+    if (fstat(file_.number(), &status) != 0) {
         return Status::ofErrno(errno, path);
     }
-    if (!S_ISREG(facts.st_mode)) {
+    if (!S_ISREG(status.st_mode)) {
         return Status::notSupported(path + ": not a file");
     }
-    identity_ = {facts.st_size, std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec};
+    identity_ = {status.st_size,
+                 std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
     return {};
 }
 

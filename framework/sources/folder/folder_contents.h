@@ -11,7 +11,7 @@
 namespace mrb {
 
 // Sizes and times of one file or folder.
-struct FileFacts {
+struct FileStat {
     std::int64_t size = UNKNOWN;
     std::int64_t modified = UNKNOWN;
     std::int64_t created = UNKNOWN;
@@ -26,7 +26,7 @@ class FolderContents {
     static constexpr std::size_t MAX_ENTRIES = 6'000'000;
 
     // `facts`: those that are known already, if any.
-    void add(std::string_view name, std::uint8_t type, const std::optional<FileFacts> &facts = {});
+    void add(std::string_view name, std::uint8_t type, const std::optional<FileStat> &stat = {});
 
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
 
@@ -35,20 +35,20 @@ class FolderContents {
         return text_.at(entries_[number].text, entries_[number].nameLength);
     }
     [[nodiscard]] std::uint8_t type(std::size_t number) const { return entries_[number].type; }
-    [[nodiscard]] std::optional<FileFacts> facts(std::size_t number) const;
+    [[nodiscard]] std::optional<FileStat> stat(std::size_t number) const;
 
     void clear();
 
   private:
     struct Entry {
         std::uint32_t text;
-        std::uint32_t facts; // an index of facts_, or NO_FACTS
+        std::uint32_t stat; // an index of stats_, or NO_STAT
         std::uint16_t nameLength;
         std::uint8_t type;
     };
 
     ChunkedArray<Entry> entries_;
-    ChunkedArray<FileFacts> facts_;
+    ChunkedArray<FileStat> stats_;
     ChunkedText text_;
 };
 

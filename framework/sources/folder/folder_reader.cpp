@@ -24,20 +24,20 @@ int readStatus(int folder, const char *name, int flags, struct statx &status) {
     return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
 }
 
-FileFacts factsOf(const struct statx &status) {
-    FileFacts facts;
+FileStat factsOf(const struct statx &status) {
+    FileStat stat;
     // A damaged disk may report any 64 bits.
     if ((status.stx_mask & STATX_SIZE) != 0 && std::in_range<std::int64_t>(status.stx_size)) {
-        facts.size = static_cast<std::int64_t>(status.stx_size);
+        stat.size = static_cast<std::int64_t>(status.stx_size);
     }
     if ((status.stx_mask & STATX_MTIME) != 0) {
-        facts.modified = status.stx_mtime.tv_sec;
+        stat.modified = status.stx_mtime.tv_sec;
     }
     // Some file systems report a time of creation, and it is 1970.
     if ((status.stx_mask & STATX_BTIME) != 0 && status.stx_btime.tv_sec != 0) {
-        facts.created = status.stx_btime.tv_sec;
+        stat.created = status.stx_btime.tv_sec;
     }
-    return facts;
+    return stat;
 }
 
 // Errors for an entry that does not exist any more, or a link without a target.
@@ -45,12 +45,12 @@ bool isGone(int error) { return error == ENOENT || error == ELOOP || error == EN
 
 } // namespace
 
-int readFacts(int folder, const char *name, FileFacts &facts) {
+int statFile(int folder, const char *name, FileStat &stat) {
     struct statx status {};
     const int flags = *name == '\0' ? AT_EMPTY_PATH : AT_SYMLINK_NOFOLLOW;
     const int error = readStatus(folder, name, flags, status);
     if (error == 0) {
-        facts = factsOf(status);
+        stat = factsOf(status);
     }
     return error;
 }
@@ -108,21 +108,21 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, Fold
     if (type == nullptr || !sink_.wants(type->itemType)) {
         return 0;
     }
-    std::optional<FileFacts> facts;
+    std::optional<FileStat> stat;
     if (haveStatus) {
-        facts = factsOf(status);
+        stat = factsOf(status);
     } else if (kind == DT_LNK) {
         // Only now is it known whether the link's target is a file.
-        const int error = readFile(folder, name, facts.emplace());
+        const int error = readFile(folder, name, stat.emplace());
         if (error != 0) {
             return isGone(error) ? 0 : error;
         }
     }
-    files.add(name, type->itemType, facts);
+    files.add(name, type->itemType, stat);
     return 0;
 }
 
-int FolderReader::readFile(int folder, const char *name, FileFacts &facts) {
+int FolderReader::readFile(int folder, const char *name, FileStat &stat) {
     struct statx status {};
     const int error = readStatus(folder, name, 0, status);
     if (error != 0) {
@@ -131,7 +131,7 @@ int FolderReader::readFile(int folder, const char *name, FileFacts &facts) {
     if (!S_ISREG(status.stx_mode)) {
         return ENOENT;
     }
-    facts = factsOf(status);
+    stat = factsOf(status);
     return 0;
 }
 

@@ -10,7 +10,7 @@ namespace mrb {
 
 // Reads size and times of `name` in the open folder `folder`; with an empty name those of the
 // folder itself. Returns 0 or the system's error number.
-int readFacts(int folder, const char *name, FileFacts &facts);
+int statFile(int folder, const char *name, FileStat &stat);
 
 // Reads one folder after the other. Owned and used by one scan, on its thread.
 class FolderReader {
@@ -30,7 +30,7 @@ class FolderReader {
     // Reads size and times of the file `name` in the open folder `folder`. Apart from `read`, so
     // that a large folder's first files can be shown before the last ones are read. Returns 0,
     // ENOENT when the file does not exist any more, or the system's error number.
-    static int readFile(int folder, const char *name, FileFacts &facts);
+    static int readFile(int folder, const char *name, FileStat &stat);
 
   private:
     int examine(int folder, const char *name, unsigned char kind, FolderContents &files,

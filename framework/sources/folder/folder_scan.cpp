@@ -47,18 +47,18 @@ FolderScan::Step FolderScan::visitNext() {
     if (error == ENOENT || error == ENOTDIR || error == ELOOP) {
         return Step::GO_ON;
     }
-    FileFacts facts;
+    FileStat stat;
     if (folder) {
-        readFacts(folder.number(), "", facts);
+        statFile(folder.number(), "", stat);
     } else {
-        readFacts(pending.parent->number(), name.c_str(), facts);
+        statFile(pending.parent->number(), name.c_str(), stat);
     }
     const std::int32_t number = sink_.addFolder(pending.parentFolder, name);
     const SourceItem item{.name = name,
                           .folder = pending.parentFolder,
                           .type = MRB_ITEM_TYPE_FOLDER,
-                          .modified = facts.modified,
-                          .created = facts.created,
+                          .modified = stat.modified,
+                          .created = stat.created,
                           .opens = number};
     if (number < 0 || !sink_.add({&item, 1})) {
         return end(Status::cancelled());
@@ -124,11 +124,10 @@ bool FolderScan::add(const Descriptor &folder, std::span<const std::uint32_t> fi
             return false;
         }
         const std::string_view name = files_.name(file);
-        FileFacts facts = files_.facts(file).value_or(FileFacts{});
-        const int error =
-            files_.facts(file) ? 0 : FolderReader::readFile(folder.number(), name.data(), facts);
+        FileStat stat = files_.stat(file).value_or(FileStat{});
+        const int error = files_.stat(file) ? 0 : FolderReader::readFile(folder.number(), name.data(), stat);
         if (error == 0) {
-            run.push_back({name, {}, number, files_.type(file), facts.size, facts.modified, facts.created});
+            run.push_back({name, {}, number, files_.type(file), stat.size, stat.modified, stat.created});
         } else if (error != ENOENT && failure == 0) {
             failure = error;
         }

@@ -150,11 +150,11 @@ bool EntryTargets::look(const std::string &path, EntryTarget &target) {
             return false;
         }
     }
-    FileFacts facts;
-    if (FolderReader::readFile(AT_FDCWD, real.c_str(), facts) != 0) {
+    FileStat stat;
+    if (FolderReader::readFile(AT_FDCWD, real.c_str(), stat) != 0) {
         return false;
     }
-    target = {EntryTarget::Kind::FILE, real, std::string(nameIn(place)), facts};
+    target = {EntryTarget::Kind::FILE, real, std::string(nameIn(place)), stat};
     return true;
 }
 

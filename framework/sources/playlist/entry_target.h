@@ -22,7 +22,7 @@ struct EntryTarget {
     Kind kind = Kind::NOTHING;
     std::string place = {}; // the absolute path, exact bytes, with links resolved where it exists; or the URL
     std::string name = {};  // to be shown
-    FileFacts facts = {};   // for a file
+    FileStat stat = {};     // for a file
 };
 
 // Resolves the entries of one playlist. Owned and used by one thread, which may wait for the

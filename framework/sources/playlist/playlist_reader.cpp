@@ -172,9 +172,9 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
     const SourceItem item{.name = target.name,
                           .folder = reading.folder,
                           .type = itemType,
-                          .size = target.facts.size,
-                          .modified = target.facts.modified,
-                          .created = target.facts.created};
+                          .size = target.stat.size,
+                          .modified = target.stat.modified,
+                          .created = target.stat.created};
     const PlaylistRow row{reading.real, reading.position, target.kind, target.place,
                           title,        entry.duration,   {}};
     return opens ? addOpening(item, row, target.place) : add(item, row);

@@ -68,9 +68,9 @@ TEST(FolderOrder, ASmallFoldersFirstAreAll) {
 TEST(FolderContents, KeepsNamesAndWhatIsKnownOfThem) {
     mrb::FolderContents contents;
     contents.add("a.jpg", MRB_ITEM_TYPE_IMAGE);
-    contents.add("b.mp3", MRB_ITEM_TYPE_MUSIC, mrb::FileFacts{.size = 5});
-    EXPECT_FALSE(contents.facts(0));
-    EXPECT_EQ(contents.facts(1)->size, 5);
+    contents.add("b.mp3", MRB_ITEM_TYPE_MUSIC, mrb::FileStat{.size = 5});
+    EXPECT_FALSE(contents.stat(0));
+    EXPECT_EQ(contents.stat(1)->size, 5);
     EXPECT_EQ(contents.type(1), MRB_ITEM_TYPE_MUSIC);
     EXPECT_STREQ(contents.name(0).data(), "a.jpg");
     contents.clear();

@@ -34,7 +34,7 @@ class PlaylistEntry : public testing::Test {
     void expectFile(const EntryTarget &found, const std::string &name) const {
         EXPECT_EQ(found.kind, Kind::FILE) << found.place;
         EXPECT_EQ(found.place, folder.path(name));
-        EXPECT_EQ(found.facts.size, 5);
+        EXPECT_EQ(found.stat.size, 5);
     }
     const Folder folder;
 };
@@ -98,7 +98,7 @@ TEST_F(PlaylistEntry, APlaylistOnAStorageNamesOnlyWhatIsOnThatStorage) {
           std::string("..\\secret\\s.mp3"), std::string("%2e%2e/secret/s.mp3")}) {
         const EntryTarget found = find("stick/p.m3u", target);
         EXPECT_EQ(found.kind, Kind::MISSING) << target;
-        EXPECT_EQ(found.facts.size, mrb::UNKNOWN) << target;
+        EXPECT_EQ(found.stat.size, mrb::UNKNOWN) << target;
     }
 }
 
