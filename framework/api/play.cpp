@@ -11,7 +11,7 @@ using mrb::ListSession;
 namespace {
 
 bool isPlayed(const ListEntry &entry) {
-    switch (entry.facts.type) {
+    switch (entry.info.type) {
     case MRB_ITEM_TYPE_FOLDER:
     case MRB_ITEM_TYPE_UPFOLDER:
     case MRB_ITEM_TYPE_GROUP:
@@ -50,13 +50,13 @@ int describeCurrent(mrb_agent_handler_h agent, char **text,
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
     return describeCurrent(agent, play_data, &ListSession::reach,
                            [](const ListSession &session, const ListEntry &entry) {
-                               return mrb::describePlayback(entry, session.items().locate(entry.facts),
+                               return mrb::describePlayback(entry, session.items().locate(entry.info),
                                                             mrb::resumePosition(session, entry));
                            });
 }
 
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
     return describeCurrent(agent, rating, nullptr, [](const ListSession &session, const ListEntry &entry) {
-        return mrb::describeRating(session.items().locate(entry.facts));
+        return mrb::describeRating(session.items().locate(entry.info));
     });
 }

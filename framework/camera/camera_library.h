@@ -52,7 +52,7 @@ struct CameraPath {
 };
 
 // What a camera reports of a file without transferring it.
-struct CameraFileFacts {
+struct CameraFileStatus {
     static constexpr std::int64_t UNSAID = -1;
 
     std::int64_t size = UNSAID;     // bytes
@@ -89,7 +89,7 @@ class Camera {
     virtual Status listFiles(const std::string &folder, std::vector<std::string> &names) = 0;
     virtual Status listFolders(const std::string &folder, std::vector<std::string> &names) = 0;
 
-    virtual Status readFacts(const CameraPath &file, CameraFileFacts &facts) = 0;
+    virtual Status readStatus(const CameraPath &file, CameraFileStatus &status) = 0;
 
     // Reads up to `length` bytes from `offset` on; `got` is the number of bytes read.
     // MRB_ERR_NOT_SUPPORTED: this camera transfers whole files only.

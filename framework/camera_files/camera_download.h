@@ -33,7 +33,7 @@ class CameraDownload {
     Status takeFromFlow(std::string &bytes);
 
     const CameraFile file_;
-    const std::int64_t size_; // CameraFileFacts::UNSAID: unknown until the end
+    const std::int64_t size_; // CameraFileStatus::UNSAID: unknown until the end
     const CancellationToken cancellation_;
     std::uint64_t done_ = 0;
     std::shared_ptr<Flow> flow_;

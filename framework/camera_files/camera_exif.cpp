@@ -23,8 +23,8 @@ constexpr char START_OF_SCAN = '\xda';
 
 // Some drivers supply an IFD without entries where they find no EXIF data.
 bool saysAnything(const std::string &exif) {
-    const Metadata facts = factsOfExif(exif);
-    const auto isSaid = [&facts](Fact fact) { return facts.has(fact); };
+    const Metadata status = factsOfExif(exif);
+    const auto isSaid = [&status](Fact fact) { return status.has(fact); };
     constexpr Fact SAID[] = {Fact::ORIENTATION, Fact::MODEL, Fact::DATE_TAKEN, Fact::EXPOSURE_TIME,
                              Fact::F_NUMBER,    Fact::ISO,   Fact::LATITUDE,   Fact::WIDTH};
     return std::ranges::any_of(SAID, isSaid) || exif.find("\xff\xd8\xff") != std::string::npos;
@@ -104,10 +104,10 @@ Metadata factsOfExif(const std::string &exif) {
     const auto size = static_cast<std::int64_t>(jpeg.size());
     MediaFile file;
     file.open(std::make_unique<BytesInMemory>(std::move(jpeg), size, 0));
-    Metadata facts;
+    Metadata status;
     Status ignored; // in memory, nothing can fail permanently
-    readMetadata(file, "exif.jpg", facts, ignored);
-    return facts;
+    readMetadata(file, "exif.jpg", status, ignored);
+    return status;
 }
 
 // ISO/IEC 10918-1, annex B.

@@ -19,7 +19,7 @@ bool hasExif(const CameraFile &file);
 Status readDriversExif(const CameraFile &file, const CameraTimeout &timeout, std::string &exif);
 
 // The same; when the driver supplies none, reads them from the beginning of a file that
-// hasExif. `size`: the file's, or CameraFileFacts::UNSAID.
+// hasExif. `size`: the file's, or CameraFileStatus::UNSAID.
 Status readCameraExif(const CameraFile &file, const CameraTimeout &timeout, std::int64_t size,
                       std::string &exif);
 

@@ -76,12 +76,12 @@ Status CameraFile::run(const CameraTimeout &timeout, CameraService::Work work) c
         device_);
 }
 
-Status CameraFile::readFacts(const CameraTimeout &timeout, CameraFileFacts &facts) const {
-    const auto told = std::make_shared<CameraFileFacts>();
+Status CameraFile::readStatus(const CameraTimeout &timeout, CameraFileStatus &status) const {
+    const auto told = std::make_shared<CameraFileStatus>();
     Status outcome =
-        run(timeout, [told, path = path_](Camera &camera) { return camera.readFacts(path, *told); });
+        run(timeout, [told, path = path_](Camera &camera) { return camera.readStatus(path, *told); });
     if (outcome.ok()) {
-        facts = *told;
+        status = *told;
     }
     return outcome;
 }

@@ -32,14 +32,14 @@ class CameraFile {
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
 
-    Status readFacts(const CameraTimeout &timeout, CameraFileFacts &facts) const;
+    Status readStatus(const CameraTimeout &timeout, CameraFileStatus &status) const;
 
     // Appends up to `length` bytes from `offset` on.
     Status readAt(const CameraTimeout &timeout, std::uint64_t offset, std::size_t length,
                   std::string &bytes) const;
 
     // Reads the first `most` bytes of a file of `size` bytes, or all where there are fewer; where
-    // the size is CameraFileFacts::UNSAID, what one piece has of them. Also from a camera that
+    // the size is CameraFileStatus::UNSAID, what one piece has of them. Also from a camera that
     // transfers whole files only: the transfer is cancelled after these bytes.
     Status readBeginning(const CameraTimeout &timeout, std::int64_t size, std::size_t maximum,
                          std::string &bytes) const;

@@ -22,9 +22,9 @@ std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
 // The first bytes of a file from memory, others by requests to the camera.
 class CameraBytes final : public MediaBytes {
   public:
-    CameraBytes(CameraFile file, CameraFileFacts facts, CancellationToken cancellation,
+    CameraBytes(CameraFile file, CameraFileStatus status, CancellationToken cancellation,
                 Clock::time_point deadline, std::string head)
-        : file_(std::move(file)), facts_(facts), cancellation_(std::move(cancellation)), deadline_(deadline),
+        : file_(std::move(file)), facts_(status), cancellation_(std::move(cancellation)), deadline_(deadline),
           head_(std::move(head)) {}
 
     [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(facts_.size, 0); }
@@ -64,7 +64,7 @@ class CameraBytes final : public MediaBytes {
     }
 
     const CameraFile file_;
-    const CameraFileFacts facts_;
+    const CameraFileStatus facts_;
     const CancellationToken cancellation_;
     const Clock::time_point deadline_;
     const std::string head_;
@@ -74,10 +74,10 @@ class CameraBytes final : public MediaBytes {
 };
 
 // For a camera that transfers whole files only.
-Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout, const CameraFileFacts &facts,
-                         std::string &bytes) {
-    const bool isLong = facts.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
-    if (!hasExif(source) || (facts.width <= 0 && !isLong)) {
+Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout,
+                         const CameraFileStatus &status, std::string &bytes) {
+    const bool isLong = status.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
+    if (!hasExif(source) || (status.width <= 0 && !isLong)) {
         return source.read(timeout, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
     }
     std::string exif;
@@ -87,10 +87,10 @@ Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout,
     }
     std::string head;
     if (exif.empty()) {
-        outcome = source.readBeginning(timeout, facts.size, HEAD_BYTES, head);
+        outcome = source.readBeginning(timeout, status.size, HEAD_BYTES, head);
         exif = exifIn(head);
     }
-    bytes = facts.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, facts.width, facts.height);
+    bytes = status.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, status.width, status.height);
     // A JPEG header with its size in pixels is metadata without EXIF data too.
     return endsAll(outcome) ? outcome : Status();
 }
@@ -106,24 +106,24 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     }
     const CancellationToken cancellation = [&file] { return file.isCancelled(); };
     const auto timeout = [&] { return CameraTimeout{cancellation, timeUntil(deadline)}; };
-    CameraFileFacts facts;
-    outcome = source->readFacts(timeout(), facts);
+    CameraFileStatus status;
+    outcome = source->readStatus(timeout(), status);
     std::string bytes;
     if (outcome.ok()) {
-        const auto size = static_cast<std::uint64_t>(facts.size < 0 ? HEAD_BYTES : facts.size);
+        const auto size = static_cast<std::uint64_t>(status.size < 0 ? HEAD_BYTES : status.size);
         outcome = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
-    if (outcome.ok() && facts.size < 0) {
+    if (outcome.ok() && status.size < 0) {
         // The end of the file is unknown, and some cameras take a read beyond it for an error.
-        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, facts.modified));
+        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, status.modified));
     } else if (outcome.ok()) {
-        file.open(std::make_unique<CameraBytes>(*source, facts, cancellation, deadline, std::move(bytes)));
+        file.open(std::make_unique<CameraBytes>(*source, status, cancellation, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-        outcome = readWithoutPieces(*source, timeout(), facts, bytes);
+        outcome = readWithoutPieces(*source, timeout(), status, bytes);
         if (outcome.ok()) {
-            const auto size = facts.size < 0 ? static_cast<std::int64_t>(bytes.size()) : facts.size;
-            file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, facts.modified));
+            const auto size = status.size < 0 ? static_cast<std::int64_t>(bytes.size()) : status.size;
+            file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, status.modified));
         }
     }
     return outcome;

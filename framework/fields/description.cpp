@@ -19,7 +19,7 @@ Json::Value timeOrNull(std::int64_t seconds) { return seconds == UNKNOWN ? Json:
 
 std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
                           const std::optional<ToldFacts> &told) {
-    const ItemFacts &item = entry.facts;
+    const ItemInfo &item = entry.info;
     const char *typeName = itemTypeName(item.type);
     Json::Value description(Json::objectValue);
     description["name"] = item.type == MRB_ITEM_TYPE_UPFOLDER ? UPFOLDER_NAME : displayText(item.name);
@@ -50,12 +50,12 @@ std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
 std::string describePlayback(const ListEntry &entry, const ItemLocation &location,
                              std::int64_t resumePosition) {
     Json::Value data(Json::objectValue);
-    data["name"] = displayText(entry.facts.name);
+    data["name"] = displayText(entry.info.name);
     data["path"] = location.path;
     data["url"] = location.url;
     data["media_id"] = location.mediaId;
     data["mime_type"] = location.mimeType;
-    data["size"] = numberOrNull(entry.facts.size);
+    data["size"] = numberOrNull(entry.info.size);
     data["resume_position"] = Json::Int64{resumePosition};
     return jsonText(data);
 }

@@ -25,24 +25,24 @@ FactValue fact(const FieldSubject &subject) {
 
 // ---- from the list ----
 
-FactValue size(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.size); }
+FactValue size(const FieldSubject &subject) { return numberOrNothing(subject.entry.info.size); }
 
-FactValue modifiedTime(const FieldSubject &subject) { return numberOrNothing(subject.entry.facts.modified); }
+FactValue modifiedTime(const FieldSubject &subject) { return numberOrNothing(subject.entry.info.modified); }
 
 // File systems without a time of creation have at least that of the last change.
 FactValue addedTime(const FieldSubject &subject) {
-    const ItemFacts &facts = subject.entry.facts;
-    return numberOrNothing(facts.created == UNKNOWN ? facts.modified : facts.created);
+    const ItemInfo &info = subject.entry.info;
+    return numberOrNothing(info.created == UNKNOWN ? info.modified : info.created);
 }
 
 FactValue modifiedMonth(const FieldSubject &subject) {
     constexpr std::size_t YEAR_AND_MONTH = 7;
-    const std::int64_t seconds = subject.entry.facts.modified;
+    const std::int64_t seconds = subject.entry.info.modified;
     const Json::Value time = seconds == UNKNOWN ? Json::Value() : isoTime(seconds);
     return time.isString() ? FactValue(time.asString().substr(0, YEAR_AND_MONTH)) : FactValue();
 }
 
-FactValue mediaType(const FieldSubject &subject) { return std::int64_t{subject.entry.facts.type}; }
+FactValue mediaType(const FieldSubject &subject) { return std::int64_t{subject.entry.info.type}; }
 
 FactValue groupItemCount(const FieldSubject &subject) { return std::int64_t{subject.entry.groupItems}; }
 
@@ -52,12 +52,12 @@ FactValue url(const FieldSubject &subject) { return subject.location.url; }
 
 FactValue mediaId(const FieldSubject &subject) { return subject.location.mediaId; }
 
-FactValue displayName(const FieldSubject &subject) { return displayText(subject.entry.facts.name); }
+FactValue displayName(const FieldSubject &subject) { return displayText(subject.entry.info.name); }
 
 // ---- from the file's metadata, converted to the fields' forms ----
 
 bool isFile(const FieldSubject &subject) {
-    const auto type = subject.entry.facts.type;
+    const auto type = subject.entry.info.type;
     return type != MRB_ITEM_TYPE_FOLDER && type != MRB_ITEM_TYPE_UPFOLDER && type != MRB_ITEM_TYPE_GROUP;
 }
 
@@ -66,7 +66,7 @@ FactValue title(const FieldSubject &subject) {
     if (subject.record.facts.has(Fact::TITLE)) {
         return subject.record.facts[Fact::TITLE];
     }
-    const std::string &name = subject.entry.facts.name;
+    const std::string &name = subject.entry.info.name;
     const std::string_view extension = isFile(subject) ? extensionOf(name) : std::string_view();
     const std::size_t end = extension.empty() ? name.size() : name.size() - extension.size() - 1;
     return displayText(name.substr(0, end));

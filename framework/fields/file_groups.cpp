@@ -76,7 +76,7 @@ class Texts {
 } // namespace
 
 bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
-                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                    const std::function<MediaItem(const ItemInfo &)> &fileOf,
                     const CancellationToken &cancellation,
                     const std::function<void(FileGroups groups, std::int32_t known)> &publish) {
     using std::chrono::steady_clock;
@@ -100,10 +100,10 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
             tell();
         }
         known += store.passes(item) ? 1 : 0;
-        return fileOf(store.facts(item));
+        return fileOf(store.info(item));
     };
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
-        const ListEntry entry{store.facts(item)};
+        const ListEntry entry{store.info(item)};
         FactValue value = fieldValue(field, entry, {}, record);
         if (auto *text = std::get_if<std::string>(&value)) {
             numbers[static_cast<std::size_t>(item)] = texts.numberOf(std::move(*text));

@@ -15,7 +15,7 @@ namespace mrb {
 // at the end. False, without that last call: the reading was cancelled. Called on a thread that
 // may wait for devices, when the store does not change any more.
 bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
-                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                    const std::function<MediaItem(const ItemInfo &)> &fileOf,
                     const CancellationToken &cancellation,
                     const std::function<void(FileGroups groups, std::int32_t known)> &publish);
 

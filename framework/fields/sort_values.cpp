@@ -60,7 +60,7 @@ std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &
 
 std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
                                                     MediaLibrary &library,
-                                                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                                                    const std::function<MediaItem(const ItemInfo &)> &fileOf,
                                                     const CancellationToken &cancellation) {
     constexpr std::int64_t MAX_TRACKS = 1 << 20;
     const auto size = static_cast<std::size_t>(store.size());
@@ -69,7 +69,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
     std::vector<std::int64_t> tracks(key == SortKey::ALBUM ? size : 0);
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
         const auto index = static_cast<std::size_t>(item);
-        const ListEntry entry{store.facts(item)};
+        const ListEntry entry{store.info(item)};
         const FactValue value = fieldValue(field, entry, {}, record);
         if (const auto *text = std::get_if<std::string>(&value)) {
             texts[index] = *text;
@@ -79,7 +79,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
         }
     };
     const auto itemAt = [&](std::int32_t item) {
-        MediaItem file = fileOf(store.facts(item));
+        MediaItem file = fileOf(store.info(item));
         if (!file.isKnown()) {
             take(item, MediaRecord());
         }

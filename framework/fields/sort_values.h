@@ -17,7 +17,7 @@ namespace mrb {
 // No value when it was cancelled. Called by the thread that fills the list.
 std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, SortKey key,
                                                     MediaLibrary &library,
-                                                    const std::function<MediaItem(const ItemFacts &)> &fileOf,
+                                                    const std::function<MediaItem(const ItemInfo &)> &fileOf,
                                                     const CancellationToken &cancellation);
 
 } // namespace mrb

@@ -121,24 +121,24 @@ std::string_view ItemStore::recordOf(const Item &item) const {
     return behind.substr(LENGTH_BYTES + packedLength(behind));
 }
 
-ItemFacts ItemStore::facts(std::int32_t number) const {
+ItemInfo ItemStore::info(std::int32_t number) const {
     const Item &item = at(number);
-    ItemFacts facts = numbers(number);
-    facts.name = name(number);
-    facts.id = idOf(item);
-    facts.record = recordOf(item);
-    facts.folder = folderPath(item.folder);
-    return facts;
+    ItemInfo info = numbers(number);
+    info.name = name(number);
+    info.id = idOf(item);
+    info.record = recordOf(item);
+    info.folder = folderPath(item.folder);
+    return info;
 }
 
-ItemFacts ItemStore::numbers(std::int32_t number) const {
+ItemInfo ItemStore::numbers(std::int32_t number) const {
     const Item &item = at(number);
-    ItemFacts facts;
-    facts.type = item.type;
-    facts.size = item.size;
-    facts.modified = item.modified;
-    facts.created = item.created;
-    return facts;
+    ItemInfo info;
+    info.type = item.type;
+    info.size = item.size;
+    info.modified = item.modified;
+    info.created = item.created;
+    return info;
 }
 
 bool ItemStore::is(std::int32_t index, std::int32_t folder, std::string_view name) const {
@@ -146,20 +146,20 @@ bool ItemStore::is(std::int32_t index, std::int32_t folder, std::string_view nam
     return item.folder == folder && item.nameLength == name.size() && this->name(index) == name;
 }
 
-ItemFacts ItemStore::folderFacts(std::int32_t folder) const {
+ItemInfo ItemStore::folderInfo(std::int32_t folder) const {
     if (const std::int32_t item = itemOfFolder(folder); item >= 0) {
-        return facts(item);
+        return info(item);
     }
-    ItemFacts facts;
-    facts.type = MRB_ITEM_TYPE_FOLDER;
+    ItemInfo info;
+    info.type = MRB_ITEM_TYPE_FOLDER;
     if (folder > ROOT_FOLDER) {
-        facts.name = nameOfFolder(folder);
-        facts.folder = folderPath(parent(folder));
+        info.name = nameOfFolder(folder);
+        info.folder = folderPath(parent(folder));
     }
-    return facts;
+    return info;
 }
 
-bool ItemStore::isItem(std::int32_t number, const ItemFacts &wanted) const {
+bool ItemStore::isItem(std::int32_t number, const ItemInfo &wanted) const {
     const Item &item = at(number);
     if (!wanted.id.empty()) {
         return item.idLength >= wanted.id.size() && idOf(item) == wanted.id;

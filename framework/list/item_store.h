@@ -48,11 +48,11 @@ class ItemStore {
     [[nodiscard]] std::int32_t itemOfFolder(std::int32_t folder) const;
     [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
 
-    [[nodiscard]] ItemFacts facts(std::int32_t number) const;
-    [[nodiscard]] ItemFacts numbers(std::int32_t number) const;     // the same without texts
-    [[nodiscard]] ItemFacts folderFacts(std::int32_t folder) const; // of the source itself: without a name
+    [[nodiscard]] ItemInfo info(std::int32_t number) const;
+    [[nodiscard]] ItemInfo numbers(std::int32_t number) const;    // the same without texts
+    [[nodiscard]] ItemInfo folderInfo(std::int32_t folder) const; // of the source itself: without a name
     // True: the item has the id of `wanted`; without one, its name and folder.
-    [[nodiscard]] bool isItem(std::int32_t number, const ItemFacts &wanted) const;
+    [[nodiscard]] bool isItem(std::int32_t number, const ItemInfo &wanted) const;
     [[nodiscard]] std::string_view name(std::int32_t number) const;
     // The letter under which an index lists the item's name.
     [[nodiscard]] char32_t letter(std::int32_t number) const { return at(number).letter; }

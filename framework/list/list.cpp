@@ -81,7 +81,7 @@ std::optional<ListEntry> List::entry(std::int32_t index) const {
     return state_.describe(entries[static_cast<std::size_t>(index)]);
 }
 
-std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
+std::optional<std::int32_t> List::pageOf(const ItemInfo &wanted) const {
     const std::lock_guard guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     // First the item, then its place: items are scanned in the store's order, which is their
@@ -96,7 +96,7 @@ std::optional<std::int32_t> List::pageOf(const ItemFacts &wanted) const {
     return std::nullopt;
 }
 
-std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) const {
+std::optional<ItemInfo> List::find(std::int32_t folder, std::string_view name) const {
     constexpr std::int32_t AT_ONCE = 4096;
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
         const std::lock_guard guard(state_.lock);
@@ -106,7 +106,7 @@ std::optional<ItemFacts> List::find(std::int32_t folder, std::string_view name) 
         const std::int32_t end = std::min(begin + AT_ONCE, state_.store.size());
         for (std::int32_t index = begin; index < end; ++index) {
             if (state_.store.is(index, folder, name)) {
-                return state_.store.facts(index);
+                return state_.store.info(index);
             }
         }
     }
@@ -146,9 +146,9 @@ std::vector<std::int32_t> List::expand(const Selection &selection) const {
     }
 }
 
-ItemFacts List::factsOf(std::int32_t item) const {
+ItemInfo List::infoOf(std::int32_t item) const {
     const std::lock_guard guard(state_.lock);
-    return state_.store.facts(item);
+    return state_.store.info(item);
 }
 
 } // namespace mrb

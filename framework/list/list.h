@@ -60,11 +60,11 @@ class List {
 
     // The item of that name in the folder with that number; no value: there is none.
     // Takes time proportional to the list's size, but never holds the lock for long.
-    [[nodiscard]] std::optional<ItemFacts> find(std::int32_t folder, std::string_view name) const;
+    [[nodiscard]] std::optional<ItemInfo> find(std::int32_t folder, std::string_view name) const;
 
     // The page that holds the item with the name, folder and id of `wanted`; no
     // value: the view does not show it.
-    [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemFacts &wanted) const;
+    [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemInfo &wanted) const;
 
     // Passes the groups of the files' metadata to a view that is grouped by it, now or later.
     void setFileGroups(std::shared_ptr<const FileGroups> groups);
@@ -78,7 +78,7 @@ class List {
     // passed the filters in or below a selected folder.
     [[nodiscard]] std::vector<std::int32_t> expand(const Selection &selection) const;
     // Of an item by its number, as returned by `expand`.
-    [[nodiscard]] ItemFacts factsOf(std::int32_t item) const;
+    [[nodiscard]] ItemInfo infoOf(std::int32_t item) const;
 
   private:
     ListWishes wishes_; // the adding thread alone uses the filter

@@ -10,7 +10,7 @@ namespace mrb {
 struct ListEntry {
     // Of an item; of an up-folder entry those of the folder that it leads to; of a
     // heading its name. The type is the entry's own.
-    ItemFacts facts;
+    ItemInfo info;
     // Of a heading only: its group, and how many items that holds.
     std::int32_t group = -1;
     std::int32_t groupItems = 0;

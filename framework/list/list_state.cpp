@@ -9,7 +9,7 @@ namespace mrb {
 ListEntry ListState::describe(ViewEntry entry) const {
     ListEntry described;
     if (entry >= 0) {
-        described.facts = store.facts(entry);
+        described.info = store.info(entry);
     } else if (isHeading(entry)) {
         described.group = groupOfHeading(entry);
         // The view may have changed since the cursor was put on a heading.
@@ -17,12 +17,12 @@ ListEntry ListState::describe(ViewEntry entry) const {
         if (std::cmp_less(described.group, groups.size())) {
             const Group &group = groups[static_cast<std::size_t>(described.group)];
             described.groupItems = group.items;
-            described.facts.name = view.nameOf(group);
+            described.info.name = view.nameOf(group);
         }
     } else if (entry == UPFOLDER_ENTRY) {
-        described.facts = store.folderFacts(store.parent(view.folder().value_or(ROOT_FOLDER)));
+        described.info = store.folderInfo(store.parent(view.folder().value_or(ROOT_FOLDER)));
     }
-    described.facts.type = static_cast<std::uint8_t>(view.typeOf(entry));
+    described.info.type = static_cast<std::uint8_t>(view.typeOf(entry));
     return described;
 }
 

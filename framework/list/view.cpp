@@ -62,9 +62,9 @@ std::span<const std::int32_t> View::itemsOfGroup(std::int32_t group) {
 }
 
 std::span<const std::int32_t> View::itemsOf(std::int32_t group) const {
-    const Group &facts = groups_[static_cast<std::size_t>(group)];
+    const Group &info = groups_[static_cast<std::size_t>(group)];
     return std::span(itemsOfGroups_)
-        .subspan(static_cast<std::size_t>(facts.start), static_cast<std::size_t>(facts.items));
+        .subspan(static_cast<std::size_t>(info.start), static_cast<std::size_t>(info.items));
 }
 
 unsigned View::typeOf(ViewEntry entry) const {

@@ -32,7 +32,7 @@ struct SourceItem {
 };
 
 // A list's copy of an item's values, for one client.
-struct ItemFacts {
+struct ItemInfo {
     std::string name;
     std::string id;
     std::string folder; // the enclosing folders' names below the source, joined with '/'; no '/' at the ends

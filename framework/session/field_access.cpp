@@ -75,7 +75,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
     Status reading;
     std::shared_ptr<const MediaRecord> record;
     if (isOfFile) {
-        const MediaItem item = session.items().mediaOf(entry->facts);
+        const MediaItem item = session.items().mediaOf(entry->info);
         if (item.isKnown()) {
             record = session.library().known(item);
             const bool isWritten = writtenValue(*field, *record) != nullptr;
@@ -85,7 +85,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
         }
     }
     const FactValue found =
-        fieldValue(*field, *entry, isPlaced ? session.items().locate(entry->facts) : ItemLocation(),
+        fieldValue(*field, *entry, isPlaced ? session.items().locate(entry->info) : ItemLocation(),
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {
@@ -129,7 +129,7 @@ Status writeField(const ListSession &session, const char *name, FactValue value)
     if (!entry) {
         return Status::notFound("An empty list has no fields.");
     }
-    const MediaItem item = session.items().mediaOf(entry->facts);
+    const MediaItem item = session.items().mediaOf(entry->info);
     if (item.path.empty()) {
         return Status::notSupported("Only the fields of files can be written.");
     }
@@ -143,7 +143,7 @@ Status writeField(const ListSession &session, const char *name, FactValue value)
 }
 
 std::int64_t resumePosition(const ListSession &session, const ListEntry &entry) {
-    const MediaItem item = session.items().mediaOf(entry.facts);
+    const MediaItem item = session.items().mediaOf(entry.info);
     if (item.path.empty()) {
         return 0;
     }

@@ -6,8 +6,8 @@ namespace mrb {
 namespace {
 
 // Neither a blank nor a heading.
-bool isSomewhere(const ItemFacts &facts) {
-    return facts.type != MRB_ITEM_TYPE_GROUP && facts.type != MRB_ITEM_TYPE_EMPTY;
+bool isSomewhere(const ItemInfo &info) {
+    return info.type != MRB_ITEM_TYPE_GROUP && info.type != MRB_ITEM_TYPE_EMPTY;
 }
 
 } // namespace
@@ -23,16 +23,16 @@ const MediaPaths &ItemResolver::paths(const std::string &root) const {
     return *paths_;
 }
 
-ItemLocation ItemResolver::locate(const ItemFacts &facts) const {
-    return isSomewhere(facts) ? source_->locate(facts) : ItemLocation{};
+ItemLocation ItemResolver::locate(const ItemInfo &info) const {
+    return isSomewhere(info) ? source_->locate(info) : ItemLocation{};
 }
 
-std::optional<ToldFacts> ItemResolver::told(const ItemFacts &facts) const {
-    return isSomewhere(facts) ? source_->told(facts) : std::nullopt;
+std::optional<ToldFacts> ItemResolver::told(const ItemInfo &info) const {
+    return isSomewhere(info) ? source_->told(info) : std::nullopt;
 }
 
-MediaItem ItemResolver::mediaOf(const ItemFacts &facts) const {
-    switch (facts.type) {
+MediaItem ItemResolver::mediaOf(const ItemInfo &info) const {
+    switch (info.type) {
     case MRB_ITEM_TYPE_FOLDER:
     case MRB_ITEM_TYPE_UPFOLDER:
     case MRB_ITEM_TYPE_GROUP:
@@ -42,16 +42,16 @@ MediaItem ItemResolver::mediaOf(const ItemFacts &facts) const {
         break;
     }
     MediaItem item;
-    if (std::optional<ToldFacts> told = source_->told(facts)) {
+    if (std::optional<ToldFacts> told = source_->told(info)) {
         item.told = std::move(told->metadata);
     }
-    item.path = source_->filePath(facts);
+    item.path = source_->filePath(info);
     if (!item.path.empty()) {
         // Files of a source without a root folder may lie anywhere.
         const std::string root = source_->watchedRoot();
-        item.name = facts.name;
-        item.mount = source_->mountOf(facts);
-        item.key = paths(root.empty() ? "/" : root).keyOf(item.path, facts.size, facts.modified);
+        item.name = info.name;
+        item.mount = source_->mountOf(info);
+        item.key = paths(root.empty() ? "/" : root).keyOf(item.path, info.size, info.modified);
     }
     return item;
 }

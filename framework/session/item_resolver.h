@@ -28,13 +28,13 @@ class ItemResolver {
     void prepare() const;
 
     // The locations of the item.
-    [[nodiscard]] ItemLocation locate(const ItemFacts &facts) const;
+    [[nodiscard]] ItemLocation locate(const ItemInfo &info) const;
 
     // The source's metadata of the item; no value: it has none.
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &facts) const;
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemInfo &info) const;
 
     // The file of the item, without a path where it is not a file, and its source's metadata.
-    [[nodiscard]] MediaItem mediaOf(const ItemFacts &facts) const;
+    [[nodiscard]] MediaItem mediaOf(const ItemInfo &info) const;
 
   private:
     const MediaPaths &paths(const std::string &root) const;

@@ -72,7 +72,7 @@ FillResult ListFiller::fill() {
 void ListFiller::sort(Status &outcome) {
     try {
         const CancellationToken cancellation = [this] { return stopped(); };
-        const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
+        const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
             return sortValues(store, key, library_, fileOf, cancellation);
         };
@@ -99,7 +99,7 @@ bool ListFiller::hasFiles() const {
     }
     const std::int32_t end = std::min(list_.passed(), ENOUGH);
     for (std::int32_t item = 0; item < end; ++item) {
-        if (!items_.mediaOf(list_.factsOf(item)).path.empty()) {
+        if (!items_.mediaOf(list_.infoOf(item)).path.empty()) {
             return true;
         }
     }

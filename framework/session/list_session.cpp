@@ -57,19 +57,19 @@ std::optional<std::string> ListSession::describe(std::int32_t index) const {
     if (!entry) {
         return std::nullopt;
     }
-    return describeEntry(*entry, items_.locate(entry->facts), items_.told(entry->facts));
+    return describeEntry(*entry, items_.locate(entry->info), items_.told(entry->info));
 }
 
 int ListSession::reach(const ListEntry &entry) const {
     // A folder's path may now be that of another folder; a device that returns is identified by
     // its id.
     const bool isGone = removed_ && source().device() == nullptr;
-    const Status outcome = isGone ? Status::deviceRemoved() : source().reach(entry.facts);
+    const Status outcome = isGone ? Status::deviceRemoved() : source().reach(entry.info);
     return outcome.code;
 }
 
 std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) const {
-    const std::optional<ItemFacts> item = source().identify(mediaId);
+    const std::optional<ItemInfo> item = source().identify(mediaId);
     return item ? list_->pageOf(*item) : std::nullopt;
 }
 
@@ -93,7 +93,7 @@ void ListSession::readGroups() noexcept {
     try {
         groupReading_.run([this](Grouping grouping, const CancellationToken &cancellation) {
             events_->setGrouped(0);
-            const auto fileOf = [this](const ItemFacts &facts) { return items_.mediaOf(facts); };
+            const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
             const auto publish = [this](FileGroups groups, std::int32_t known) {
                 list_->setFileGroups(std::make_shared<const FileGroups>(std::move(groups)));
                 events_->setGrouped(known);
@@ -137,7 +137,7 @@ void ListSession::stopWatching() {
     }
 }
 
-std::optional<ItemFacts> ListSession::listed(std::int32_t folder, std::string_view name) const {
+std::optional<ItemInfo> ListSession::listed(std::int32_t folder, std::string_view name) const {
     return list_->find(folder, name);
 }
 

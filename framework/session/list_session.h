@@ -76,7 +76,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
   private:
     // Watched, on the watch thread.
     [[nodiscard]] bool shows(std::uint8_t type) const override { return list_->wants(type); }
-    [[nodiscard]] std::optional<ItemFacts> listed(std::int32_t folder, std::string_view name) const override;
+    [[nodiscard]] std::optional<ItemInfo> listed(std::int32_t folder, std::string_view name) const override;
     void sourceChanged() override;
     void sourceRemoved() override;
 

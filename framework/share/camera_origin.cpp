@@ -25,7 +25,7 @@ Status about(const std::string &name, Status outcome) {
 } // namespace
 
 std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<ListSession> list) {
-    const std::optional<CameraItem> folder = readCameraUrl(list->items().locate(ItemFacts()).url);
+    const std::optional<CameraItem> folder = readCameraUrl(list->items().locate(ItemInfo()).url);
     return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
 }
 
@@ -39,7 +39,7 @@ bool CameraOrigin::isThere() {
     return camera && mrb::isThere(camera->camera, cancellation_);
 }
 
-Status CameraOrigin::open(const ItemFacts &item, const CancellationToken &cancellation, File &file) {
+Status CameraOrigin::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
     download_.reset();
     cancellation_ = cancellation;
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
@@ -48,19 +48,19 @@ Status CameraOrigin::open(const ItemFacts &item, const CancellationToken &cancel
     name_ = displayText(item.name);
     Status outcome;
     const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locate(item).url, outcome);
-    CameraFileFacts facts;
+    CameraFileStatus status;
     if (source) {
-        outcome = source->readFacts({cancellation}, facts);
+        outcome = source->readStatus({cancellation}, status);
     }
     if (!outcome.ok()) {
         return about(name_, std::move(outcome));
     }
-    size_ = facts.size;
+    size_ = status.size;
     file.size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
     file.mode = COPIED_MODE;
     file.times[0].tv_nsec = UTIME_NOW;
-    file.times[1].tv_nsec = facts.modified < 0 ? UTIME_NOW : 0;
-    file.times[1].tv_sec = std::max<std::int64_t>(facts.modified, 0);
+    file.times[1].tv_nsec = status.modified < 0 ? UTIME_NOW : 0;
+    file.times[1].tv_sec = std::max<std::int64_t>(status.modified, 0);
     download_ = std::make_unique<CameraDownload>(*source, size_, cancellation);
     return {};
 }

@@ -21,7 +21,7 @@ class CameraOrigin final : public Origin {
 
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
-    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
+    Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
   private:
@@ -31,7 +31,7 @@ class CameraOrigin final : public Origin {
     // Of the most recently opened file.
     std::unique_ptr<CameraDownload> download_;
     std::string name_;
-    std::int64_t size_ = 0; // CameraFileFacts::UNSAID: not known
+    std::int64_t size_ = 0; // CameraFileStatus::UNSAID: not known
 };
 
 } // namespace mrb

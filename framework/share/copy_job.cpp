@@ -128,7 +128,7 @@ CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
         if (listener.stopped()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
-        if (copyItem(list_->list().factsOf(number), plan.common, listener) == Step::END) {
+        if (copyItem(list_->list().infoOf(number), plan.common, listener) == Step::END) {
             return Step::END;
         }
         const bool isEnough =
@@ -140,7 +140,7 @@ CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
     return Step::GO_ON;
 }
 
-CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common, JobListener &listener) {
+CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common, JobListener &listener) {
     const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER;
     std::string path = item.folder;
     if (isFolder) {
@@ -165,7 +165,7 @@ CopyJob::Step CopyJob::copyItem(const ItemFacts &item, const std::string &common
     return copyFile(source, item, std::move(to), listener);
 }
 
-CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemFacts &item, OpenFolderPtr folder,
+CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemInfo &item, OpenFolderPtr folder,
                                 JobListener &listener) {
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     // The list had a smaller size, so the check before the copy did not cover this file.

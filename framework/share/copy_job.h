@@ -44,8 +44,8 @@ class CopyJob final : public Job {
 
     bool begin(JobListener &listener, CopyPlan &plan);
     Step copy(const CopyPlan &plan, JobListener &listener);
-    Step copyItem(const ItemFacts &item, const std::string &common, JobListener &listener);
-    Step copyFile(const Origin::File &source, const ItemFacts &item, OpenFolderPtr folder,
+    Step copyItem(const ItemInfo &item, const std::string &common, JobListener &listener);
+    Step copyFile(const Origin::File &source, const ItemInfo &item, OpenFolderPtr folder,
                   JobListener &listener);
     [[nodiscard]] bool hasRoom(std::uint64_t bytes) const;
     Step finishWaiting(const JobListener &listener);

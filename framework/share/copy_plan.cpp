@@ -33,13 +33,13 @@ CopyPlan planCopy(const List &list, const Selection &selection, std::uint64_t bl
         if (cancellation.isCancelled()) {
             break;
         }
-        const ItemFacts facts = list.factsOf(item);
-        if (isFirst || !isInOrBelow(facts.folder, plan.common)) {
-            plan.common = isFirst ? facts.folder : commonFolder(plan.common, facts.folder);
+        const ItemInfo info = list.infoOf(item);
+        if (isFirst || !isInOrBelow(info.folder, plan.common)) {
+            plan.common = isFirst ? info.folder : commonFolder(plan.common, info.folder);
             isFirst = false;
         }
-        if (facts.type != MRB_ITEM_TYPE_FOLDER) {
-            const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(facts.size, 0));
+        if (info.type != MRB_ITEM_TYPE_FOLDER) {
+            const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(info.size, 0));
             ++plan.files;
             plan.bytes += size;
             plan.needed += (size + block - 1) / block * block;

@@ -4,17 +4,17 @@
 
 namespace mrb {
 
-Status FolderOrigin::open(const ItemFacts &item, const CancellationToken & /*cancellation*/, File &file) {
+Status FolderOrigin::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
     std::string path = item.folder;
     path.append(path.empty() ? "" : "/").append(item.name);
     if (item.type != MRB_ITEM_TYPE_FOLDER) {
         return openFile(path, LastLink::FOLLOWED, list_->source().mountOf(item), item.name, file);
     }
-    ItemFacts inside;
+    ItemInfo inside;
     inside.folder = path;
     return openFolder(path, list_->source().mountOf(inside), item.name);
 }
 
-MountIdentity FolderOrigin::mountOfRoot() const { return list_->source().mountOf(ItemFacts()); }
+MountIdentity FolderOrigin::mountOfRoot() const { return list_->source().mountOf(ItemInfo()); }
 
 } // namespace mrb

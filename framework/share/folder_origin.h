@@ -14,7 +14,7 @@ class FolderOrigin final : public LocalOrigin {
     explicit FolderOrigin(std::shared_ptr<ListSession> list)
         : LocalOrigin(list->source().watchedRoot()), list_(std::move(list)) {}
 
-    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
+    Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
 
   private:
     [[nodiscard]] MountIdentity mountOfRoot() const override;

@@ -17,7 +17,7 @@ Status ofThisFile(Status outcome) {
     return outcome;
 }
 
-Status notHere(const ItemFacts &item, const ItemLocation &location) {
+Status notHere(const ItemInfo &item, const ItemLocation &location) {
     return Status::notFound(displayText(item.name) + (location.path.empty()
                                                           ? ": it lies on another machine, and only files of "
                                                             "this one are copied."
@@ -33,7 +33,7 @@ std::string folderNameOf(std::string_view playlist) {
 
 } // namespace
 
-Status ListedOrigin::open(const ItemFacts &item, const CancellationToken & /*cancellation*/, File &file) {
+Status ListedOrigin::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
     const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
         return notHere(item, list_->items().locate(item));

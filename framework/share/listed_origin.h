@@ -15,7 +15,7 @@ class ListedOrigin final : public LocalOrigin {
   public:
     explicit ListedOrigin(std::shared_ptr<ListSession> list) : LocalOrigin("/"), list_(std::move(list)) {}
 
-    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
+    Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // The entries of a playlist lie in a folder with its name, but without the extension: the

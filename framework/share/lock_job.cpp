@@ -8,8 +8,8 @@
 
 namespace mrb {
 
-Status LockJob::mark(const ItemFacts &facts) const {
-    const MediaItem item = list_->items().mediaOf(facts);
+Status LockJob::mark(const ItemInfo &info) const {
+    const MediaItem item = list_->items().mediaOf(info);
     if (item.path.empty()) {
         return Status::notSupported("Only files can be locked.");
     }
@@ -26,10 +26,10 @@ JobEnd LockJob::run(JobListener &listener) {
             break;
         }
         if (selection_.contains(item)) {
-            const ItemFacts facts = list_->list().factsOf(item);
-            const std::string name = displayText(facts.name);
+            const ItemInfo info = list_->list().infoOf(item);
+            const std::string name = displayText(info.name);
             listener.fileBegins(name, 0, 0);
-            Status outcome = mark(facts);
+            Status outcome = mark(info);
             listener.fileEnds(outcome.ok());
             --left;
             if (outcome.ok()) {

@@ -17,7 +17,7 @@ class LockJob final : public Job {
     JobEnd run(JobListener &listener) override;
 
   private:
-    [[nodiscard]] Status mark(const ItemFacts &facts) const;
+    [[nodiscard]] Status mark(const ItemInfo &info) const;
 
     std::shared_ptr<ListSession> list_;
     Selection selection_;

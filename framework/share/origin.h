@@ -37,7 +37,7 @@ class Origin {
     [[nodiscard]] virtual bool isThere() = 0;
 
     // Opens an item of the list; for a folder it only checks that it exists.
-    virtual Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) = 0;
+    virtual Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) = 0;
     // Copies the most recently opened file to an empty one. `moved` is called repeatedly with the
     // number of bytes copied so far; false: stop.
     virtual CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) = 0;
@@ -48,7 +48,7 @@ class Origin {
 
     // The path at the destination for a path below the list's folder: names joined with '/'.
     [[nodiscard]] virtual std::string pathOf(std::string path) const { return path; }
-    [[nodiscard]] virtual std::string nameOf(const ItemFacts &item) const { return item.name; }
+    [[nodiscard]] virtual std::string nameOf(const ItemInfo &item) const { return item.name; }
 };
 
 } // namespace mrb

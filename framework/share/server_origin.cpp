@@ -31,7 +31,7 @@ bool isMedia(std::uint8_t type) {
 }
 
 // Whether the announced response matches the item of the list.
-Status compared(const dlna::Transfers::Promise &promise, const ItemFacts &item) {
+Status compared(const dlna::Transfers::Promise &promise, const ItemInfo &item) {
     if (isMedia(item.type) && isPage(promise.mimeType)) {
         return Status::protocolError("The server sends " + promise.mimeType + " in its place.");
     }
@@ -58,7 +58,7 @@ Status ServerOrigin::begin(const CancellationToken &cancellation) {
 
 bool ServerOrigin::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
 
-Status ServerOrigin::open(const ItemFacts &item, const CancellationToken &cancellation, File &file) {
+Status ServerOrigin::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
@@ -125,7 +125,7 @@ Status ServerOrigin::judged(Status outcome) const {
 std::string ServerOrigin::pathOf(std::string path) const { return renamedPath(path, plainName); }
 
 // A title is not a file name: the extension comes from the URL, or else from the MIME type.
-std::string ServerOrigin::nameOf(const ItemFacts &item) const {
+std::string ServerOrigin::nameOf(const ItemInfo &item) const {
     const ItemLocation location = list_->items().locate(item);
     std::string_view extension = extensionOfUrl(location.url);
     if (mediaTypeOf("x." + std::string(extension)) == nullptr) {

@@ -23,12 +23,12 @@ class ServerOrigin final : public Origin {
 
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override;
-    Status open(const ItemFacts &item, const CancellationToken &cancellation, File &file) override;
+    Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     // Converts titles to names that any file system accepts.
     [[nodiscard]] std::string pathOf(std::string path) const override;
-    [[nodiscard]] std::string nameOf(const ItemFacts &item) const override;
+    [[nodiscard]] std::string nameOf(const ItemInfo &item) const override;
 
   private:
     [[nodiscard]] Status judged(Status outcome) const;

@@ -37,7 +37,7 @@ Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSessi
         return outcome;
     }
     const std::vector<std::int32_t> items = list->list().expand(selection);
-    const ItemFacts first = items.empty() ? ItemFacts() : list->list().factsOf(items.front());
+    const ItemInfo first = items.empty() ? ItemInfo() : list->list().infoOf(items.front());
     if (!DlnaSource::isMediaId(server.id, list->items().locate(first).mediaId)) {
         return Status::invalidParameter("The list does not belong to the DLNA server \"" + server.name +
                                         "\".");

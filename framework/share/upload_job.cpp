@@ -41,7 +41,7 @@ JobEnd UploadJob::run(JobListener &listener) {
         if (step == Step::END) {
             break;
         }
-        const ItemFacts item = list_->list().factsOf(number);
+        const ItemInfo item = list_->list().infoOf(number);
         // Folders are skipped, a server has its own.
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
@@ -72,7 +72,7 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     return outcome.ok() ? Step::GO_ON : Step::END;
 }
 
-UploadJob::Step UploadJob::send(const ItemFacts &item, JobListener &listener) {
+UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     const CancellationToken cancellation = [&] { return listener.stopped(); };
     const MediaType *type = mediaTypeOf(item.name);
     const char *upnpClass = classOf(item.type);

@@ -32,7 +32,7 @@ class UploadJob final : public Job {
     enum class Step { GO_ON, END };
 
     Step begin(JobListener &listener);
-    Step send(const ItemFacts &item, JobListener &listener);
+    Step send(const ItemInfo &item, JobListener &listener);
     Status fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                  dlna::Upload &file);
     Step failed(const Status &outcome, const std::string &name);

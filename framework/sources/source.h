@@ -86,18 +86,18 @@ class Source {
     virtual FillResult fill(ItemSink &sink) = 0;
 
     // `item` may be the source itself, as a folder without a name.
-    [[nodiscard]] virtual ItemLocation locate(const ItemFacts &item) const = 0;
+    [[nodiscard]] virtual ItemLocation locate(const ItemInfo &item) const = 0;
 
     // Whether the item still exists, as far as that is known without waiting for another machine.
     // MRB_ERR_NOT_FOUND: it is gone.
-    [[nodiscard]] virtual Status reach(const ItemFacts & /*item*/) const { return {}; }
+    [[nodiscard]] virtual Status reach(const ItemInfo & /*item*/) const { return {}; }
     // The exact bytes of the path of the item's file on this machine, or its URL on a camera, see
     // MediaFile; empty where there is none.
-    [[nodiscard]] virtual std::string filePath(const ItemFacts & /*item*/) const { return {}; }
+    [[nodiscard]] virtual std::string filePath(const ItemInfo & /*item*/) const { return {}; }
 
     // The mount on which the folder of a local file was when it was listed: on another mount, the
     // same path is another file. Unknown: not a local file.
-    [[nodiscard]] virtual MountIdentity mountOf(const ItemFacts & /*item*/) const { return {}; }
+    [[nodiscard]] virtual MountIdentity mountOf(const ItemInfo & /*item*/) const { return {}; }
 
     // Whether items may be local files that lie in different folders, each at its `filePath`, and
     // can be copied from there.
@@ -105,7 +105,7 @@ class Source {
 
     // The source's metadata of an item. No value: the source has only what the list holds. `item`
     // may be the source itself.
-    [[nodiscard]] virtual std::optional<ToldFacts> told(const ItemFacts & /*item*/) const { return {}; }
+    [[nodiscard]] virtual std::optional<ToldFacts> told(const ItemInfo & /*item*/) const { return {}; }
 
     // The path of the folder whose files the list shows, to be watched while the list is open;
     // empty where there is none. Never changes.
@@ -121,7 +121,7 @@ class Source {
 
     // The item of a media id: the source's own id, or name and folder. No value: the source has
     // no such item.
-    [[nodiscard]] virtual std::optional<ItemFacts> identify(const std::string &mediaId) const = 0;
+    [[nodiscard]] virtual std::optional<ItemInfo> identify(const std::string &mediaId) const = 0;
 };
 
 // Creates the source that `request` names and checks that it is available.

@@ -27,9 +27,9 @@ bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
 class CameraPicture {
   public:
     CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
-                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileFacts &facts)
-        : request_(request), stop_(stop), decode_(decode), file_(file), size_(facts.size),
-          width_(facts.width), height_(facts.height) {}
+                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileStatus &status)
+        : request_(request), stop_(stop), decode_(decode), file_(file), size_(status.size),
+          width_(status.width), height_(status.height) {}
 
     void make(Decoded &decoded) {
         Decoded small;
@@ -119,11 +119,11 @@ class CameraPicture {
         if (!exif_) {
             exif_.emplace();
             outcome = readCameraExif(file_, timeout(), size_, *exif_);
-            const Metadata facts = exif_->empty() ? Metadata() : factsOfExif(*exif_);
-            exifOrientation_ = static_cast<int>(facts.number(Fact::ORIENTATION));
+            const Metadata status = exif_->empty() ? Metadata() : factsOfExif(*exif_);
+            exifOrientation_ = static_cast<int>(status.number(Fact::ORIENTATION));
             if (!knowsPixels()) {
-                width_ = facts.number(Fact::WIDTH);
-                height_ = facts.number(Fact::HEIGHT);
+                width_ = status.number(Fact::WIDTH);
+                height_ = status.number(Fact::HEIGHT);
             }
         }
         return *exif_;
@@ -208,18 +208,18 @@ bool isOnCamera(const std::string &path) { return path.starts_with(CAMERA_URL_SC
 void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded) {
     const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.outcome);
-    CameraFileFacts facts;
+    CameraFileStatus status;
     if (file) {
-        decoded.outcome = file->readFacts({[&stop] { return stop.isCancelled(); }}, facts);
+        decoded.outcome = file->readStatus({[&stop] { return stop.isCancelled(); }}, status);
     }
     if (decoded.outcome.ok()) {
-        const bool isKnown = facts.size >= 0 && facts.modified >= 0;
+        const bool isKnown = status.size >= 0 && status.modified >= 0;
         const FileIdentity identity =
-            isKnown ? FileIdentity{facts.size, facts.modified * NANOSECONDS} : FileIdentity{};
+            isKnown ? FileIdentity{status.size, status.modified * NANOSECONDS} : FileIdentity{};
         if (isKnown && cache != nullptr && cache->find(request, decoded, &identity)) {
             return;
         }
-        CameraPicture(request, stop, decode, *file, facts).make(decoded);
+        CameraPicture(request, stop, decode, *file, status).make(decoded);
         decoded.source = identity;
     }
     if (!decoded.outcome.ok() && stop.isCancelled()) {

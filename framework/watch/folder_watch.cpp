@@ -137,7 +137,7 @@ Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask
 
 // Many programs open files for writing without writing.
 bool FolderWatch::isRewritten(const Watched &list, std::int32_t folder, const char *name) const {
-    const std::optional<ItemFacts> listed = list.listed(folder, name);
+    const std::optional<ItemInfo> listed = list.listed(folder, name);
     if (!listed) {
         return true;
     }

@@ -18,8 +18,8 @@ class Watched {
 
     // What the list knows of the file `name` in the folder with that number. No
     // value: the file is not listed.
-    [[nodiscard]] virtual std::optional<ItemFacts> listed(std::int32_t folder,
-                                                          std::string_view name) const = 0;
+    [[nodiscard]] virtual std::optional<ItemInfo> listed(std::int32_t folder,
+                                                         std::string_view name) const = 0;
 
     // The source differs from the list's content now, or is gone.
     virtual void sourceChanged() = 0;

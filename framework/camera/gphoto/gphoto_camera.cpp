@@ -132,24 +132,24 @@ Status GphotoCamera::listFolders(const std::string &folder, std::vector<std::str
     return list(gp_camera_folder_list_folders, folder, names);
 }
 
-Status GphotoCamera::readFacts(const CameraPath &file, CameraFileFacts &facts) {
+Status GphotoCamera::readStatus(const CameraPath &file, CameraFileStatus &status) {
     CameraFileInfo info{};
     const int code =
         gp_camera_file_get_info(camera_.get(), file.folder.c_str(), file.name.c_str(), &info, context_.get());
     if (code < GP_OK) {
         return outcomeOfGphoto(code, file.name);
     }
-    facts = {};
+    status = {};
     const auto has = [&info](unsigned field) { return (info.file.fields & field) != 0; };
     if (has(GP_FILE_INFO_SIZE) && info.file.size < SIZE_UNSAID) {
-        facts.size = static_cast<std::int64_t>(info.file.size);
+        status.size = static_cast<std::int64_t>(info.file.size);
     }
     if (has(GP_FILE_INFO_MTIME) && info.file.mtime > 0) {
-        facts.modified = info.file.mtime;
+        status.modified = info.file.mtime;
     }
     if (has(GP_FILE_INFO_WIDTH) && has(GP_FILE_INFO_HEIGHT) && info.file.width > 0 && info.file.height > 0) {
-        facts.width = info.file.width;
-        facts.height = info.file.height;
+        status.width = info.file.width;
+        status.height = info.file.height;
     }
     return {};
 }

@@ -63,7 +63,7 @@ FillResult DlnaSource::fill(ItemSink &sink) {
     return DirectoryScan(sink, {*server_.directories, server_.id, container_, TIMEOUT}).run(request_);
 }
 
-ItemLocation DlnaSource::locate(const ItemFacts &item) const {
+ItemLocation DlnaSource::locate(const ItemInfo &item) const {
     ItemLocation location;
     const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER || item.type == MRB_ITEM_TYPE_UPFOLDER;
     location.mediaId = mediaIdOf(server_.id, item.id.empty() ? container_ : item.id);
@@ -74,23 +74,23 @@ ItemLocation DlnaSource::locate(const ItemFacts &item) const {
     return location;
 }
 
-Status DlnaSource::reach(const ItemFacts & /*item*/) const {
+Status DlnaSource::reach(const ItemInfo & /*item*/) const {
     if (dlna::DlnaService::instance().isThere(server_.id)) {
         return {};
     }
     return Status::deviceRemoved("The DLNA server \"" + server_.name + "\" is not available any more.");
 }
 
-std::optional<ToldFacts> DlnaSource::told(const ItemFacts &item) const {
+std::optional<ToldFacts> DlnaSource::told(const ItemInfo &item) const {
     return ToldFacts{unpackRecord(item.record).facts};
 }
 
-std::optional<ItemFacts> DlnaSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> DlnaSource::identify(const std::string &mediaId) const {
     std::optional<std::string> object = objectOf(server_.id, mediaId);
     if (!object) {
         return std::nullopt;
     }
-    ItemFacts item;
+    ItemInfo item;
     item.id = *std::move(object);
     return item;
 }

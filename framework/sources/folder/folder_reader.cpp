@@ -24,7 +24,7 @@ int readStatus(int folder, const char *name, int flags, struct statx &status) {
     return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
 }
 
-FileStat factsOf(const struct statx &status) {
+FileStat infoOf(const struct statx &status) {
     FileStat stat;
     // A damaged disk may report any 64 bits.
     if ((status.stx_mask & STATX_SIZE) != 0 && std::in_range<std::int64_t>(status.stx_size)) {
@@ -50,7 +50,7 @@ int statFile(int folder, const char *name, FileStat &stat) {
     const int flags = *name == '\0' ? AT_EMPTY_PATH : AT_SYMLINK_NOFOLLOW;
     const int error = readStatus(folder, name, flags, status);
     if (error == 0) {
-        stat = factsOf(status);
+        stat = infoOf(status);
     }
     return error;
 }
@@ -110,7 +110,7 @@ int FolderReader::examine(int folder, const char *name, unsigned char kind, Fold
     }
     std::optional<FileStat> stat;
     if (haveStatus) {
-        stat = factsOf(status);
+        stat = infoOf(status);
     } else if (kind == DT_LNK) {
         // Only now is it known whether the link's target is a file.
         const int error = readFile(folder, name, stat.emplace());
@@ -131,7 +131,7 @@ int FolderReader::readFile(int folder, const char *name, FileStat &stat) {
     if (!S_ISREG(status.stx_mode)) {
         return ENOENT;
     }
-    stat = factsOf(status);
+    stat = infoOf(status);
     return 0;
 }
 

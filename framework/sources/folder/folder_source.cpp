@@ -67,9 +67,9 @@ FillResult FolderSource::fill(ItemSink &sink) {
 }
 
 // A mounted folder belongs to the mount of its contents only, not to that of the folder itself.
-MountIdentity FolderSource::mountOf(const ItemFacts &item) const { return mounts_.of(item.folder); }
+MountIdentity FolderSource::mountOf(const ItemInfo &item) const { return mounts_.of(item.folder); }
 
-std::string FolderSource::filePath(const ItemFacts &item) const {
+std::string FolderSource::filePath(const ItemInfo &item) const {
     std::string bytes = path_;
     if (!item.folder.empty()) {
         bytes.append(1, '/').append(item.folder);
@@ -80,12 +80,12 @@ std::string FolderSource::filePath(const ItemFacts &item) const {
     return bytes;
 }
 
-Status FolderSource::reach(const ItemFacts &item) const {
+Status FolderSource::reach(const ItemInfo &item) const {
     const std::string path = filePath(item);
     return Status::ofErrno(lookUp(path, mountOf(item)), path);
 }
 
-ItemLocation FolderSource::locate(const ItemFacts &item) const {
+ItemLocation FolderSource::locate(const ItemInfo &item) const {
     const std::string bytes = filePath(item);
     ItemLocation location;
     location.path = displayText(bytes);
@@ -100,7 +100,7 @@ ItemLocation FolderSource::locate(const ItemFacts &item) const {
     return location;
 }
 
-std::optional<ItemFacts> FolderSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> FolderSource::identify(const std::string &mediaId) const {
     if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
         return std::nullopt;
     }
@@ -111,7 +111,7 @@ std::optional<ItemFacts> FolderSource::identify(const std::string &mediaId) cons
         return std::nullopt;
     }
     const std::size_t nameStart = path.rfind('/') + 1;
-    ItemFacts item;
+    ItemInfo item;
     item.name = path.substr(nameStart);
     if (nameStart > start.size()) {
         item.folder = path.substr(start.size(), nameStart - 1 - start.size());

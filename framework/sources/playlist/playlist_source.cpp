@@ -81,24 +81,24 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
     return result;
 }
 
-std::optional<PlaylistRow> PlaylistSource::rowOf(const ItemFacts &item) const {
+std::optional<PlaylistRow> PlaylistSource::rowOf(const ItemInfo &item) const {
     if (!item.id.empty()) {
         return table_.find(item.id);
     }
     return path_.empty() ? std::nullopt : std::optional(PlaylistRow{.playlist = path_, .place = path_});
 }
 
-std::string PlaylistSource::filePath(const ItemFacts &item) const {
+std::string PlaylistSource::filePath(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     return row && row->kind == EntryTarget::Kind::FILE ? std::string(row->place) : std::string();
 }
 
-MountIdentity PlaylistSource::mountOf(const ItemFacts &item) const {
+MountIdentity PlaylistSource::mountOf(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     return row ? row->mount : MountIdentity();
 }
 
-Status PlaylistSource::reach(const ItemFacts &item) const {
+Status PlaylistSource::reach(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     if (!row || row->kind == EntryTarget::Kind::URL) {
         return {};
@@ -110,7 +110,7 @@ Status PlaylistSource::reach(const ItemFacts &item) const {
     return Status::ofErrno(lookUp(path, row->mount), path);
 }
 
-ItemLocation PlaylistSource::locate(const ItemFacts &item) const {
+ItemLocation PlaylistSource::locate(const ItemInfo &item) const {
     ItemLocation location;
     const std::optional<PlaylistRow> row = rowOf(item);
     const MediaType *type = mediaTypeOf(item.name);
@@ -135,21 +135,21 @@ ItemLocation PlaylistSource::locate(const ItemFacts &item) const {
     return location;
 }
 
-std::optional<ToldFacts> PlaylistSource::told(const ItemFacts &item) const {
+std::optional<ToldFacts> PlaylistSource::told(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     if (!row) {
         return std::nullopt;
     }
-    ToldFacts facts;
-    facts.isMissing = row->kind == EntryTarget::Kind::MISSING;
-    facts.metadata.setText(Fact::TITLE, row->title);
+    ToldFacts info;
+    info.isMissing = row->kind == EntryTarget::Kind::MISSING;
+    info.metadata.setText(Fact::TITLE, row->title);
     if (row->duration != UNKNOWN) {
-        facts.metadata.setNumber(Fact::DURATION, row->duration);
+        info.metadata.setNumber(Fact::DURATION, row->duration);
     }
-    return facts;
+    return info;
 }
 
-std::optional<ItemFacts> PlaylistSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> PlaylistSource::identify(const std::string &mediaId) const {
     if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
         return std::nullopt;
     }
@@ -168,7 +168,7 @@ std::optional<ItemFacts> PlaylistSource::identify(const std::string &mediaId) co
     if (!id) {
         return std::nullopt;
     }
-    ItemFacts item;
+    ItemInfo item;
     item.id = *id;
     return item;
 }

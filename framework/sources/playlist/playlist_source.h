@@ -18,20 +18,20 @@ class PlaylistSource final : public Source {
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Status reach(const ItemFacts &item) const override;
-    [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
-    [[nodiscard]] MountIdentity mountOf(const ItemFacts &item) const override;
+    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
+    [[nodiscard]] Status reach(const ItemInfo &item) const override;
+    [[nodiscard]] std::string filePath(const ItemInfo &item) const override;
+    [[nodiscard]] MountIdentity mountOf(const ItemInfo &item) const override;
     [[nodiscard]] bool namesFiles() const override { return true; }
     [[nodiscard]] std::string watchedFile() const override { return path_; }
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemFacts &item) const override;
-    [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::optional<ToldFacts> told(const ItemInfo &item) const override;
+    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
 
   private:
     PlaylistSource(std::string path, Descriptor file);
 
     // The row of an item; that of the source itself is the playlist in the request.
-    [[nodiscard]] std::optional<PlaylistRow> rowOf(const ItemFacts &item) const;
+    [[nodiscard]] std::optional<PlaylistRow> rowOf(const ItemInfo &item) const;
     [[nodiscard]] FillResult fillFromAll(ItemSink &sink);
 
     const std::string path_; // of the playlist in the request, with links resolved; else empty

@@ -36,7 +36,7 @@ std::string below(const std::string &folder, std::string_view name) {
     return path.append(1, '/').append(name);
 }
 
-std::int64_t orUnknown(std::int64_t number) { return number == CameraFileFacts::UNSAID ? UNKNOWN : number; }
+std::int64_t orUnknown(std::int64_t number) { return number == CameraFileStatus::UNSAID ? UNKNOWN : number; }
 
 } // namespace
 
@@ -113,9 +113,10 @@ Status CameraScan::readNames(const std::string &path) {
     return {};
 }
 
-Status CameraScan::readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts) {
+Status CameraScan::readStatus(const std::string &path, const std::vector<std::string> &names,
+                              Statuses &status) {
     struct Told {
-        Facts facts;
+        Statuses status;
         std::atomic<bool> isComplete = false; // and is not written any more
     };
     const auto told = std::make_shared<Told>();
@@ -125,14 +126,14 @@ Status CameraScan::readFacts(const std::string &path, const std::vector<std::str
             int failures = 0;
             Status last;
             for (const std::string &name : names) {
-                CameraFileFacts each;
-                Status asked = camera.readFacts({path, name}, each);
+                CameraFileStatus each;
+                Status asked = camera.readStatus({path, name}, each);
                 failures = asked.ok() ? 0 : failures + 1;
                 if (asked.code == MRB_ERR_CANCELLED || asked.code == MRB_ERR_DEVICE_REMOVED ||
                     failures == MAX_FAILURES) {
                     return asked;
                 }
-                told->facts.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
+                told->status.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
                 last = asked.ok() ? std::move(last) : std::move(asked);
             }
             told->isComplete = true;
@@ -141,7 +142,7 @@ Status CameraScan::readFacts(const std::string &path, const std::vector<std::str
         cancellation_);
     const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
     if (told->isComplete && !isEnd) {
-        facts = std::move(told->facts);
+        status = std::move(told->status);
         return {};
     }
     return outcome;
@@ -158,18 +159,18 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
         for (std::size_t at = first; at < last; ++at) {
             names.emplace_back(files_.name(order[at]));
         }
-        Facts facts;
-        if (const Status outcome = readFacts(path, names, facts); !outcome.ok()) {
+        Statuses status;
+        if (const Status outcome = readStatus(path, names, status); !outcome.ok()) {
             return failed(outcome, path, level);
         }
         std::vector<SourceItem> run;
         for (std::size_t at = 0; at < names.size(); ++at) {
-            if (facts[at]) {
+            if (status[at]) {
                 run.push_back({.name = names[at],
                                .folder = number,
                                .type = files_.type(order[first + at]),
-                               .size = orUnknown(facts[at]->size),
-                               .modified = orUnknown(facts[at]->modified)});
+                               .size = orUnknown(status[at]->size),
+                               .modified = orUnknown(status[at]->modified)});
             }
         }
         if (!run.empty() && !sink_.add(run)) {

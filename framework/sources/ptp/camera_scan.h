@@ -43,8 +43,8 @@ class CameraScan {
     // Collects the names in a folder that a list may hold.
     Status readNames(const std::string &path);
     // Size and time of files of a folder, in order; no value: the file is gone.
-    using Facts = std::vector<std::optional<CameraFileFacts>>;
-    Status readFacts(const std::string &path, const std::vector<std::string> &names, Facts &facts);
+    using Statuses = std::vector<std::optional<CameraFileStatus>>;
+    Status readStatus(const std::string &path, const std::vector<std::string> &names, Statuses &status);
     Step failed(const Status &outcome, const std::string &path, int level);
     Step end(Status outcome);
 

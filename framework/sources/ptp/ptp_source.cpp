@@ -64,7 +64,7 @@ FillResult PtpSource::fill(ItemSink &sink) {
     return CameraScan(sink, camera_.camera, camera_.id).run(root_.empty() ? "/" : root_);
 }
 
-std::string PtpSource::pathOf(const ItemFacts &item) const {
+std::string PtpSource::pathOf(const ItemInfo &item) const {
     std::string path = root_;
     if (!item.folder.empty()) {
         path.append(1, '/').append(item.folder);
@@ -75,14 +75,14 @@ std::string PtpSource::pathOf(const ItemFacts &item) const {
     return path;
 }
 
-std::string PtpSource::filePath(const ItemFacts &item) const { return cameraUrl({camera_.id, pathOf(item)}); }
+std::string PtpSource::filePath(const ItemInfo &item) const { return cameraUrl({camera_.id, pathOf(item)}); }
 
-Status PtpSource::reach(const ItemFacts & /*item*/) const {
+Status PtpSource::reach(const ItemInfo & /*item*/) const {
     return attachedCamera(camera_.id) ? Status()
                                       : Status::deviceRemoved("The camera is not attached any more.");
 }
 
-ItemLocation PtpSource::locate(const ItemFacts &item) const {
+ItemLocation PtpSource::locate(const ItemInfo &item) const {
     ItemLocation location;
     location.url = filePath(item);
     location.mediaId = mediaIdOf(location.url);
@@ -98,7 +98,7 @@ ItemLocation PtpSource::locate(const ItemFacts &item) const {
     return location;
 }
 
-std::optional<ItemFacts> PtpSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> PtpSource::identify(const std::string &mediaId) const {
     const bool isId = mediaId.starts_with(MEDIA_ID_SCHEME) && !mediaId.starts_with(CAMERA_URL_SCHEME);
     const std::optional<CameraItem> found = isId ? readCameraUrl(urlOf(mediaId)) : std::nullopt;
     const std::string start = root_ + '/';
@@ -107,7 +107,7 @@ std::optional<ItemFacts> PtpSource::identify(const std::string &mediaId) const {
         return std::nullopt;
     }
     const std::size_t nameStart = found->path.rfind('/') + 1;
-    ItemFacts item;
+    ItemInfo item;
     item.name = found->path.substr(nameStart);
     if (nameStart > start.size()) {
         item.folder = found->path.substr(start.size(), nameStart - 1 - start.size());

@@ -18,17 +18,17 @@ class PtpSource final : public Source {
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemFacts &item) const override;
-    [[nodiscard]] Status reach(const ItemFacts &item) const override;
+    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
+    [[nodiscard]] Status reach(const ItemInfo &item) const override;
     [[nodiscard]] const Device *device() const override { return &camera_; }
-    [[nodiscard]] std::string filePath(const ItemFacts &item) const override;
-    [[nodiscard]] std::optional<ItemFacts> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::string filePath(const ItemInfo &item) const override;
+    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
 
   private:
     PtpSource(Device camera, std::string root);
 
     // The absolute path on the camera.
-    [[nodiscard]] std::string pathOf(const ItemFacts &item) const;
+    [[nodiscard]] std::string pathOf(const ItemInfo &item) const;
 
     const Device camera_;
     const std::string root_; // without a trailing slash; empty for "/"

@@ -251,8 +251,8 @@ bool isOfDevices(const fs::path &descriptor) {
     stat("/", &root);
     std::ostringstream wanted;
     wanted << " ino:" << std::hex << root.st_ino << " sdev:";
-    std::ifstream facts("/proc/self/fdinfo" / descriptor.filename());
-    for (std::string line; std::getline(facts, line);) {
+    std::ifstream info("/proc/self/fdinfo" / descriptor.filename());
+    for (std::string line; std::getline(info, line);) {
         if (line.find(wanted.str()) != std::string::npos) {
             return true;
         }

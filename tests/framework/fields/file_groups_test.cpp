@@ -87,12 +87,12 @@ TEST(FileGroupsOfAList, ItemsWhoseFilesWereNotReadYetHaveNoName) {
     ASSERT_EQ(list.cursor().setStyle({.grouping = Grouping::ARTIST, .groupIndex = MRB_GROUP_HEADINGS}),
               MRB_ERR_NONE);
     ASSERT_EQ(list.groupCount(), 1);
-    EXPECT_EQ(list.entry(0)->facts.name, "");
+    EXPECT_EQ(list.entry(0)->info.name, "");
     EXPECT_EQ(list.entry(0)->groupItems, 2);
     const FileGroups known{Grouping::ARTIST, {"Zoë"}, {0, FileGroups::NO_GROUP}};
     list.setFileGroups(std::make_shared<const FileGroups>(known));
     ASSERT_EQ(list.groupCount(), 2);
-    EXPECT_EQ(list.entry(0)->facts.name, "Zoë");
+    EXPECT_EQ(list.entry(0)->info.name, "Zoë");
     EXPECT_EQ(list.entry(1)->groupItems, 1);
     // The value of another field does not matter.
     ASSERT_EQ(list.cursor().setStyle({.grouping = Grouping::ALBUM, .groupIndex = MRB_GROUP_HEADINGS}),

@@ -10,12 +10,12 @@ TEST(ItemStore, PathsAreBuiltFromTheFoldersOnTheWay) {
     const std::int32_t outer = store.addFolder(mrb::ROOT_FOLDER, "outer");
     const std::int32_t inner = store.addFolder(outer, "inner");
     ASSERT_TRUE(store.add({.name = "a", .id = {}, .folder = inner, .type = MRB_ITEM_TYPE_IMAGE}, true));
-    EXPECT_EQ(store.facts(0).folder, "outer/inner");
+    EXPECT_EQ(store.info(0).folder, "outer/inner");
 }
 
 TEST(ItemStore, AFolderWithAnImpossibleParentStillHasAPath) {
     mrb::ItemStore store;
     const std::int32_t loop = store.addFolder(1, "loop");
     ASSERT_TRUE(store.add({.name = "a", .id = {}, .folder = loop, .type = MRB_ITEM_TYPE_IMAGE}, true));
-    EXPECT_EQ(store.facts(0).folder, "loop");
+    EXPECT_EQ(store.info(0).folder, "loop");
 }

@@ -316,8 +316,8 @@ TEST(View, FollowsAGrowingListInEveryStyle) {
         for (std::int32_t index = 0; index < complete.size(); ++index) {
             const mrb::ListEntry left = *growing.entry(index);
             const mrb::ListEntry right = *complete.entry(index);
-            ASSERT_EQ(left.facts.name, right.facts.name);
-            ASSERT_EQ(left.facts.type, right.facts.type);
+            ASSERT_EQ(left.info.name, right.info.name);
+            ASSERT_EQ(left.info.type, right.info.type);
             ASSERT_EQ(left.group, right.group);
         }
     }
@@ -345,8 +345,8 @@ TEST(View, PagesLoseNothing) {
             std::vector<bool> seen(static_cast<std::size_t>(count));
             for (std::int32_t index = 0; index < list.size(); ++index) {
                 const mrb::ListEntry entry = *list.entry(index);
-                if (entry.facts.type == MRB_ITEM_TYPE_IMAGE) {
-                    const auto item = static_cast<std::size_t>(std::stoi(entry.facts.name));
+                if (entry.info.type == MRB_ITEM_TYPE_IMAGE) {
+                    const auto item = static_cast<std::size_t>(std::stoi(entry.info.name));
                     EXPECT_FALSE(seen[item]);
                     seen[item] = true;
                     // Each item stays on the page that it had.

@@ -220,7 +220,7 @@ TEST(Selection, IsKeptWhenTheListGrowsAndWhenItIsSortedAtItsEnd) {
     ASSERT_TRUE(list.add(second));
     EXPECT_EQ(list.selection().isSelected(0), true);
     ASSERT_TRUE(list.sort([] { return false; }, nullptr));
-    EXPECT_EQ(list.entry(2)->facts.name, "a.jpg");
+    EXPECT_EQ(list.entry(2)->info.name, "a.jpg");
     EXPECT_EQ(list.selection().isSelected(2), true);
     EXPECT_EQ(list.selection().isSelected(0), false);
     EXPECT_EQ(list.selection().count(), 1);

@@ -25,14 +25,14 @@ class ScriptedSource final : public mrb::Source {
     explicit ScriptedSource(Script script, std::string root = {})
         : script_(std::move(script)), root_(std::move(root)) {}
     mrb::FillResult fill(mrb::ItemSink &sink) override { return script_(sink); }
-    mrb::ItemLocation locate(const mrb::ItemFacts &item) const override {
+    mrb::ItemLocation locate(const mrb::ItemInfo &item) const override {
         return {.url = "http://server/" + item.name};
     }
-    std::optional<mrb::ToldFacts> told(const mrb::ItemFacts & /*item*/) const override {
+    std::optional<mrb::ToldFacts> told(const mrb::ItemInfo & /*item*/) const override {
         return mrb::ToldFacts{};
     }
     std::string watchedRoot() const override { return root_; }
-    std::optional<mrb::ItemFacts> identify(const std::string & /*mediaId*/) const override { return {}; }
+    std::optional<mrb::ItemInfo> identify(const std::string & /*mediaId*/) const override { return {}; }
 
   private:
     const Script script_;
@@ -79,11 +79,11 @@ mrb::ListWishes byName() {
     return wishes;
 }
 
-mrb::ItemFacts factsOf(std::uint8_t type) {
-    mrb::ItemFacts facts;
-    facts.name = "n";
-    facts.type = type;
-    return facts;
+mrb::ItemInfo infoOf(std::uint8_t type) {
+    mrb::ItemInfo info;
+    info.name = "n";
+    info.type = type;
+    return info;
 }
 
 } // namespace
@@ -99,7 +99,7 @@ TEST(ListFiller, WhatASourceHandsOverIsInTheListInItsOrder) {
     EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 2);
     ASSERT_EQ(filling.list->size(), 2);
-    EXPECT_EQ(filling.list->entry(0)->facts.name, "a");
+    EXPECT_EQ(filling.list->entry(0)->info.name, "a");
 }
 
 TEST(ListFiller, WhatASourceThrowsIsTheResult) {
@@ -126,7 +126,7 @@ TEST(ListFiller, AStoppedOneRefusesItemsAndSortsNothing) {
         byName());
     stopping = &filling;
     EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_CANCELLED);
-    EXPECT_EQ(filling.list->entry(0)->facts.name, "c");
+    EXPECT_EQ(filling.list->entry(0)->info.name, "c");
 }
 
 TEST(ListFiller, WhatIsReadIsWatchedFromThenOn) {
@@ -156,20 +156,20 @@ TEST(ListFiller, ASourceBelowNoFolderIsNotWatched) {
 
 TEST(ItemResolver, BlanksAndHeadingsAreNothingOutsideOfTheList) {
     const mrb::ItemResolver items(std::make_unique<ScriptedSource>(nullptr));
-    EXPECT_EQ(items.locate(factsOf(IMAGE)).url, "http://server/n");
-    EXPECT_TRUE(items.told(factsOf(IMAGE)));
+    EXPECT_EQ(items.locate(infoOf(IMAGE)).url, "http://server/n");
+    EXPECT_TRUE(items.told(infoOf(IMAGE)));
     for (const std::uint8_t type : {MRB_ITEM_TYPE_GROUP, MRB_ITEM_TYPE_EMPTY}) {
-        EXPECT_EQ(items.locate(factsOf(type)).url, "");
-        EXPECT_FALSE(items.told(factsOf(type)));
-        EXPECT_FALSE(items.mediaOf(factsOf(type)).isKnown());
+        EXPECT_EQ(items.locate(infoOf(type)).url, "");
+        EXPECT_FALSE(items.told(infoOf(type)));
+        EXPECT_FALSE(items.mediaOf(infoOf(type)).isKnown());
     }
 }
 
 TEST(ItemResolver, AFolderHasAPlaceAndNoMetadata) {
     const mrb::ItemResolver items(std::make_unique<ScriptedSource>(nullptr));
-    EXPECT_EQ(items.locate(factsOf(MRB_ITEM_TYPE_FOLDER)).url, "http://server/n");
-    EXPECT_FALSE(items.mediaOf(factsOf(MRB_ITEM_TYPE_FOLDER)).isKnown());
-    EXPECT_TRUE(items.mediaOf(factsOf(IMAGE)).isKnown());
+    EXPECT_EQ(items.locate(infoOf(MRB_ITEM_TYPE_FOLDER)).url, "http://server/n");
+    EXPECT_FALSE(items.mediaOf(infoOf(MRB_ITEM_TYPE_FOLDER)).isKnown());
+    EXPECT_TRUE(items.mediaOf(infoOf(IMAGE)).isKnown());
 }
 
 TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {

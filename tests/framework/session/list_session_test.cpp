@@ -25,11 +25,11 @@ class ScriptedSource final : public mrb::Source {
     using Script = std::function<mrb::FillResult(mrb::ItemSink &)>;
     explicit ScriptedSource(Script script) : script_(std::move(script)) {}
     mrb::FillResult fill(mrb::ItemSink &sink) override { return script_(sink); }
-    mrb::ItemLocation locate(const mrb::ItemFacts &item) const override {
+    mrb::ItemLocation locate(const mrb::ItemInfo &item) const override {
         return {.path = {}, .url = "http://server/" + item.id, .mediaId = item.id, .mimeType = "image/x"};
     }
-    std::optional<mrb::ItemFacts> identify(const std::string &mediaId) const override {
-        mrb::ItemFacts item;
+    std::optional<mrb::ItemInfo> identify(const std::string &mediaId) const override {
+        mrb::ItemInfo item;
         item.id = mediaId;
         return item;
     }
@@ -119,10 +119,10 @@ class OnePicture final : public mrb::Source {
         EXPECT_TRUE(addImages(sink, 1));
         return {};
     }
-    mrb::ItemLocation locate(const mrb::ItemFacts & /*item*/) const override { return {}; }
-    std::string filePath(const mrb::ItemFacts &item) const override { return folder_ + '/' + item.name; }
+    mrb::ItemLocation locate(const mrb::ItemInfo & /*item*/) const override { return {}; }
+    std::string filePath(const mrb::ItemInfo &item) const override { return folder_ + '/' + item.name; }
     std::string watchedRoot() const override { return folder_; }
-    std::optional<mrb::ItemFacts> identify(const std::string & /*mediaId*/) const override {
+    std::optional<mrb::ItemInfo> identify(const std::string & /*mediaId*/) const override {
         return std::nullopt;
     }
 
@@ -149,7 +149,7 @@ TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
     session->run();
     std::filesystem::remove(folder.path("folder"));
     folder.link(folder.path("second"), "folder");
-    EXPECT_TRUE(session->items().mediaOf(session->current()->facts).key.path.ends_with("/first/n"));
+    EXPECT_TRUE(session->items().mediaOf(session->current()->info).key.path.ends_with("/first/n"));
 }
 
 TEST(ListSession, ASourceThatFailsEndsWithTheErrorsNameAndMessage) {
@@ -305,7 +305,7 @@ TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
     stopping = &scripted.session;
     ready.set_value();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
-    EXPECT_EQ(scripted.session->list().entry(0)->facts.name, "b");
+    EXPECT_EQ(scripted.session->list().entry(0)->info.name, "b");
 }
 
 TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
@@ -321,7 +321,7 @@ TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
         },
         std::move(options));
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_FAILED);
-    EXPECT_EQ(scripted.session->list().entry(0)->facts.name, "a");
+    EXPECT_EQ(scripted.session->list().entry(0)->info.name, "a");
 }
 
 TEST(ListSession, UnwantedItemsAreDropped) {

@@ -37,9 +37,9 @@ Device &device() {
 }
 
 ino_t inodeOf(const std::string &path) {
-    struct stat facts {};
-    EXPECT_EQ(stat(path.c_str(), &facts), 0) << path;
-    return facts.st_ino;
+    struct stat info {};
+    EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
+    return info.st_ino;
 }
 
 class ShareSync : public testing::Test {
@@ -73,10 +73,10 @@ extern "C" [[gnu::visibility("default")]] int fdatasync(int file) {
         return -1;
     }
     const auto result = static_cast<int>(syscall(SYS_fdatasync, file));
-    struct stat facts {};
-    if (result == 0 && fstat(file, &facts) == 0) {
+    struct stat info {};
+    if (result == 0 && fstat(file, &info) == 0) {
         const std::lock_guard guard(device().lock);
-        device().saved.insert(facts.st_ino);
+        device().saved.insert(info.st_ino);
     }
     return result;
 }

@@ -8,7 +8,7 @@ namespace support {
 class AcceptAll final : public mrb::Watched {
   public:
     bool shows(std::uint8_t /*type*/) const override { return true; }
-    std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
+    std::optional<mrb::ItemInfo> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {
         return std::nullopt;
     }
     void sourceChanged() override {}

@@ -90,9 +90,9 @@ class ScriptedDriver final : public mrb::Camera {
         });
     }
 
-    Status readFacts(const CameraPath &path, mrb::CameraFileFacts &facts) override {
+    Status readStatus(const CameraPath &path, mrb::CameraFileStatus &status) override {
         return withFile("facts", path, 0, [&](const ScriptedFile &file) {
-            facts = file.facts;
+            status = file.status;
             return Status();
         });
     }
@@ -203,8 +203,8 @@ class ScriptedLibrary final : public mrb::CameraLibrary {
 
 ScriptedFile ScriptedFile::of(std::string bytes) {
     ScriptedFile file;
-    file.facts.size = static_cast<std::int64_t>(bytes.size());
-    file.facts.modified = 1'700'000'000;
+    file.status.size = static_cast<std::int64_t>(bytes.size());
+    file.status.modified = 1'700'000'000;
     file.bytes = std::move(bytes);
     return file;
 }

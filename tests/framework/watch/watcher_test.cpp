@@ -16,8 +16,8 @@ namespace {
 
 struct List final : mrb::Watched {
     [[nodiscard]] bool shows(std::uint8_t /*type*/) const override { return true; }
-    [[nodiscard]] std::optional<mrb::ItemFacts> listed(std::int32_t /*folder*/,
-                                                       std::string_view /*name*/) const override {
+    [[nodiscard]] std::optional<mrb::ItemInfo> listed(std::int32_t /*folder*/,
+                                                      std::string_view /*name*/) const override {
         return std::nullopt;
     }
     void sourceChanged() override {}

@@ -17,7 +17,7 @@
 using mrb::CancellationToken;
 using mrb::DirectoryScan;
 using mrb::FillResult;
-using mrb::ItemFacts;
+using mrb::ItemInfo;
 using mrb::ItemStore;
 using mrb::ListRequest;
 using mrb::Status;
@@ -108,7 +108,7 @@ class Sink final : public mrb::ItemSink {
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> all;
         for (std::int32_t item = 0; item < store.size(); ++item) {
-            const ItemFacts facts = store.facts(item);
+            const ItemInfo facts = store.info(item);
             all.push_back(facts.folder.empty() ? facts.name : facts.folder + "/" + facts.name);
         }
         return all;

@@ -9,7 +9,7 @@
 #include "sources/dlna/object_record.h"
 
 using mrb::Fact;
-using mrb::ItemFacts;
+using mrb::ItemInfo;
 using mrb::ItemStore;
 using mrb::dlna::MediaObject;
 using testing::IsEmpty;
@@ -29,7 +29,7 @@ TEST(DlnaRecord, ComesBackAsItWasFromAList) {
     item.record = packed;
     ItemStore store;
     ASSERT_TRUE(store.add(item, true));
-    const ItemFacts facts = store.facts(0);
+    const ItemInfo facts = store.info(0);
     EXPECT_EQ(facts.id, "object 7");
     const mrb::ObjectRecord record = mrb::unpackRecord(facts.record);
     EXPECT_EQ(record.url, object.url);
@@ -38,7 +38,7 @@ TEST(DlnaRecord, ComesBackAsItWasFromAList) {
     EXPECT_EQ(record.facts.number(Fact::DURATION), 123'456'789'012);
     EXPECT_EQ(record.facts[Fact::LATITUDE], mrb::FactValue(48.5));
     EXPECT_FALSE(record.facts.has(Fact::ALBUM));
-    ItemFacts wanted;
+    ItemInfo wanted;
     wanted.id = "object 7";
     EXPECT_TRUE(store.isItem(0, wanted));
 }
@@ -48,7 +48,7 @@ TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
     mrb::SourceItem item;
     item.name = "file";
     ASSERT_TRUE(store.add(item, true));
-    EXPECT_THAT(store.facts(0).record, IsEmpty());
+    EXPECT_THAT(store.info(0).record, IsEmpty());
 }
 
 TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
@@ -63,7 +63,7 @@ TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
     item.record = packed;
     ItemStore store;
     ASSERT_TRUE(store.add(item, true));
-    EXPECT_EQ(store.facts(0).record, packed);
+    EXPECT_EQ(store.info(0).record, packed);
 }
 
 TEST(DlnaRecord, TimesAreThoseOfTheServersDates) {
