@@ -4,9 +4,9 @@
 #include "mrb/agent.h"
 #include "session/field_access.h"
 
-using mrb::FactValue;
 using mrb::FieldType;
 using mrb::ListSession;
+using mrb::MetadataValue;
 using mrb::Status;
 
 namespace {
@@ -25,7 +25,7 @@ int readField(mrb_agent_handler_h agent, const char *field, FieldType type, Valu
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::withList(agent, [&](const ListSession &session) {
-        FactValue found;
+        MetadataValue found;
         const int code = report(mrb::readField(session, field, type, found));
         return code == MRB_ERR_NONE ? keep(std::get<Stored>(found)) : code;
     });
@@ -82,9 +82,9 @@ int mrb_set_item_value_char_v2(mrb_agent_handler_h agent, const char *field, con
     if (value == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return writeField(agent, field, [&] { return FactValue(std::string(value)); });
+    return writeField(agent, field, [&] { return MetadataValue(std::string(value)); });
 }
 
 int mrb_set_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int value) {
-    return writeField(agent, field, [&] { return FactValue(std::int64_t{value}); });
+    return writeField(agent, field, [&] { return MetadataValue(std::int64_t{value}); });
 }

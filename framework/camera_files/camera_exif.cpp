@@ -23,10 +23,11 @@ constexpr char START_OF_SCAN = '\xda';
 
 // Some drivers supply an IFD without entries where they find no EXIF data.
 bool saysAnything(const std::string &exif) {
-    const Metadata status = factsOfExif(exif);
-    const auto isSaid = [&status](Fact fact) { return status.has(fact); };
-    constexpr Fact SAID[] = {Fact::ORIENTATION, Fact::MODEL, Fact::DATE_TAKEN, Fact::EXPOSURE_TIME,
-                             Fact::F_NUMBER,    Fact::ISO,   Fact::LATITUDE,   Fact::WIDTH};
+    const Metadata status = metadataOfExif(exif);
+    const auto isSaid = [&status](MetadataKey key) { return status.has(key); };
+    constexpr MetadataKey SAID[] = {
+        MetadataKey::ORIENTATION, MetadataKey::MODEL, MetadataKey::DATE_TAKEN, MetadataKey::EXPOSURE_TIME,
+        MetadataKey::F_NUMBER,    MetadataKey::ISO,   MetadataKey::LATITUDE,   MetadataKey::WIDTH};
     return std::ranges::any_of(SAID, isSaid) || exif.find("\xff\xd8\xff") != std::string::npos;
 }
 
@@ -99,7 +100,7 @@ std::string exifIn(std::string_view bytes) {
     return {};
 }
 
-Metadata factsOfExif(const std::string &exif) {
+Metadata metadataOfExif(const std::string &exif) {
     std::string jpeg = jpegOf(exif, 0, 0);
     const auto size = static_cast<std::int64_t>(jpeg.size());
     MediaFile file;

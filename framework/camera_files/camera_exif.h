@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "camera_files/camera_file.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 
@@ -28,7 +28,7 @@ Status readCameraExif(const CameraFile &file, const CameraTimeout &timeout, std:
 inline constexpr std::size_t HEAD_BYTES = 128UL << 10;
 
 // The metadata in EXIF data, including the picture's size.
-Metadata factsOfExif(const std::string &exif);
+Metadata metadataOfExif(const std::string &exif);
 
 // Finds EXIF data in `bytes` and returns them from "Exif\0\0" on: they may be EXIF data, their
 // JPEG segment, their TIFF part or the beginning of a JPEG. Empty: none found.

@@ -77,27 +77,27 @@ Status CameraFile::run(const CameraTimeout &timeout, CameraService::Work work) c
 }
 
 Status CameraFile::readStatus(const CameraTimeout &timeout, CameraFileStatus &status) const {
-    const auto told = std::make_shared<CameraFileStatus>();
+    const auto received = std::make_shared<CameraFileStatus>();
     Status outcome =
-        run(timeout, [told, path = path_](Camera &camera) { return camera.readStatus(path, *told); });
+        run(timeout, [received, path = path_](Camera &camera) { return camera.readStatus(path, *received); });
     if (outcome.ok()) {
-        status = *told;
+        status = *received;
     }
     return outcome;
 }
 
 Status CameraFile::readAt(const CameraTimeout &timeout, std::uint64_t offset, std::size_t length,
                           std::string &bytes) const {
-    const auto told = std::make_shared<std::string>();
-    Status outcome = run(timeout, [told, path = path_, offset, length](Camera &camera) {
-        told->resize(length);
+    const auto received = std::make_shared<std::string>();
+    Status outcome = run(timeout, [received, path = path_, offset, length](Camera &camera) {
+        received->resize(length);
         std::size_t got = 0;
-        Status read = camera.readAt(path, offset, told->data(), length, got);
-        told->resize(got);
+        Status read = camera.readAt(path, offset, received->data(), length, got);
+        received->resize(got);
         return read;
     });
     if (outcome.ok()) {
-        bytes += *told;
+        bytes += *received;
     }
     return outcome;
 }
@@ -124,20 +124,20 @@ Status CameraFile::readBeginning(const CameraTimeout &timeout, std::int64_t size
 
 Status CameraFile::read(const CameraTimeout &timeout, CameraPart part, std::size_t maximum,
                         std::string &bytes) const {
-    const auto told = std::make_shared<std::string>();
-    Status outcome = run(timeout, [told, path = path_, part, maximum](Camera &camera) {
+    const auto received = std::make_shared<std::string>();
+    Status outcome = run(timeout, [received, path = path_, part, maximum](Camera &camera) {
         bool isTooLong = false;
         Status read = camera.read(path, part, [&](std::string_view piece) {
-            isTooLong = piece.size() > maximum - told->size();
+            isTooLong = piece.size() > maximum - received->size();
             if (!isTooLong) {
-                told->append(piece);
+                received->append(piece);
             }
             return !isTooLong;
         });
         return isTooLong ? Status::outOfMemory(path.name + " is too large to be fetched.") : read;
     });
     if (outcome.ok()) {
-        bytes = std::move(*told);
+        bytes = std::move(*received);
     }
     return outcome;
 }

@@ -24,11 +24,11 @@ class CameraBytes final : public MediaBytes {
   public:
     CameraBytes(CameraFile file, CameraFileStatus status, CancellationToken cancellation,
                 Clock::time_point deadline, std::string head)
-        : file_(std::move(file)), facts_(status), cancellation_(std::move(cancellation)), deadline_(deadline),
-          head_(std::move(head)) {}
+        : file_(std::move(file)), metadata_(status), cancellation_(std::move(cancellation)),
+          deadline_(deadline), head_(std::move(head)) {}
 
-    [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(facts_.size, 0); }
-    [[nodiscard]] std::int64_t modified() const override { return facts_.modified; }
+    [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(metadata_.size, 0); }
+    [[nodiscard]] std::int64_t modified() const override { return metadata_.modified; }
 
     [[nodiscard]] int failure() const override { return failure_; }
 
@@ -64,7 +64,7 @@ class CameraBytes final : public MediaBytes {
     }
 
     const CameraFile file_;
-    const CameraFileStatus facts_;
+    const CameraFileStatus metadata_;
     const CancellationToken cancellation_;
     const Clock::time_point deadline_;
     const std::string head_;

@@ -11,7 +11,7 @@
 #include "base/result.h"
 #include "dlna/transfers.h"
 #include "media/item.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb::dlna {
 
@@ -27,7 +27,7 @@ struct MediaObject {
     std::string date;            // as the server sent it: "2026-11-21", "2026-11-21T10:20:30Z"
     std::int64_t size = UNKNOWN; // bytes
     bool isContainer = false;
-    Metadata facts;
+    Metadata metadata;
 };
 
 // A prefetched page: its request is under way; cancelled when the last reference is gone.

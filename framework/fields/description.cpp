@@ -18,7 +18,7 @@ Json::Value timeOrNull(std::int64_t seconds) { return seconds == UNKNOWN ? Json:
 } // namespace
 
 std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
-                          const std::optional<ToldFacts> &told) {
+                          const std::optional<SourceMetadata> &sourceMetadata) {
     const ItemInfo &item = entry.info;
     const char *typeName = itemTypeName(item.type);
     Json::Value description(Json::objectValue);
@@ -32,13 +32,14 @@ std::string describeEntry(const ListEntry &entry, const ItemLocation &location,
     description["created"] = timeOrNull(item.created);
     description["mime_type"] = location.mimeType;
     description["media_id"] = location.mediaId;
-    if (told) {
-        const Metadata &facts = told->metadata;
-        description["title"] = facts.has(Fact::TITLE) ? Json::Value(facts.text(Fact::TITLE)) : Json::Value();
-        description["duration"] = facts.has(Fact::DURATION)
-                                      ? Json::Value(Json::Int64{facts.number(Fact::DURATION)})
+    if (sourceMetadata) {
+        const Metadata &metadata = sourceMetadata->metadata;
+        description["title"] =
+            metadata.has(MetadataKey::TITLE) ? Json::Value(metadata.text(MetadataKey::TITLE)) : Json::Value();
+        description["duration"] = metadata.has(MetadataKey::DURATION)
+                                      ? Json::Value(Json::Int64{metadata.number(MetadataKey::DURATION)})
                                       : Json::Value();
-        description["missing"] = told->isMissing;
+        description["missing"] = sourceMetadata->isMissing;
     }
     if (item.type == MRB_ITEM_TYPE_GROUP) {
         description["group_index"] = entry.group;

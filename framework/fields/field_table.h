@@ -37,7 +37,7 @@ struct Field { // NOLINT(clang-analyzer-optin.performance.Padding): said above
     FieldType type;
     FieldNeeds needs;
     // Returns no value where the entry does not have the field.
-    FactValue (*value)(const FieldSubject &subject);
+    MetadataValue (*value)(const FieldSubject &subject);
     // A client may write it: whole numbers in this range, or texts.
     bool isWritable = false;
     int minimum = 0;
@@ -54,11 +54,11 @@ const Field *findField(std::string_view name);
 
 // The value that a client wrote into the field; null: none. A written text that is empty
 // counts as no value.
-const FactValue *writtenValue(const Field &field, const MediaRecord &record);
+const MetadataValue *writtenValue(const Field &field, const MediaRecord &record);
 
 // The value of an entry that has `record`: what a client wrote, else the entry's own; no value
 // where there is none. It is not yet converted to the field's type.
-FactValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
-                     const MediaRecord &record);
+MetadataValue fieldValue(const Field &field, const ListEntry &entry, const ItemLocation &location,
+                         const MediaRecord &record);
 
 } // namespace mrb

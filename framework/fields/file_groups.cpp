@@ -104,7 +104,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
     };
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
         const ListEntry entry{store.info(item)};
-        FactValue value = fieldValue(field, entry, {}, record);
+        MetadataValue value = fieldValue(field, entry, {}, record);
         if (auto *text = std::get_if<std::string>(&value)) {
             numbers[static_cast<std::size_t>(item)] = texts.numberOf(std::move(*text));
         }

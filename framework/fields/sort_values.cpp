@@ -70,12 +70,13 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
         const auto index = static_cast<std::size_t>(item);
         const ListEntry entry{store.info(item)};
-        const FactValue value = fieldValue(field, entry, {}, record);
+        const MetadataValue value = fieldValue(field, entry, {}, record);
         if (const auto *text = std::get_if<std::string>(&value)) {
             texts[index] = *text;
         }
         if (!tracks.empty()) {
-            tracks[index] = std::clamp<std::int64_t>(record.facts.number(Fact::TRACK), 0, MAX_TRACKS - 1);
+            tracks[index] =
+                std::clamp<std::int64_t>(record.metadata.number(MetadataKey::TRACK), 0, MAX_TRACKS - 1);
         }
     };
     const auto itemAt = [&](std::int32_t item) {

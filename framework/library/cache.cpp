@@ -220,7 +220,7 @@ std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
     return record;
 }
 
-Status MetadataCache::store(std::span<const FileFacts> files) {
+Status MetadataCache::store(std::span<const FileMetadata> files) {
     if (files.empty()) {
         return {};
     }
@@ -228,7 +228,7 @@ Status MetadataCache::store(std::span<const FileFacts> files) {
     try {
         withConnection([&] {
             connection_->store(files);
-            for (const auto &[key, facts] : files) {
+            for (const auto &[key, metadata] : files) {
                 recent_.erase(textOf(key));
             }
         });
@@ -236,16 +236,16 @@ Status MetadataCache::store(std::span<const FileFacts> files) {
     } catch (const DatabaseError &failure) {
         MRB_LOG_WARNING("Metadata of %zu files are not kept: %s", files.size(), failure.what());
         if (failure.isFull()) {
-            dropFacts();
+            dropMetadata();
         }
         return failed(failure);
     }
 }
 
 // Metadata can be read from the files again; fields that clients wrote stay.
-void MetadataCache::dropFacts() noexcept {
+void MetadataCache::dropMetadata() noexcept {
     try {
-        connection_->dropFacts();
+        connection_->dropMetadata();
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The metadata cache cannot be emptied: %s", failure.what());
     }

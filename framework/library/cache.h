@@ -35,7 +35,7 @@ class MetadataCache final : public CacheStorage {
 
     // The same through a connection of its own, which does not wait for writes.
     CacheAnswer lookUp(const MediaKey &key) override;
-    Status store(std::span<const FileFacts> files) override;
+    Status store(std::span<const FileMetadata> files) override;
     Status write(const MediaKey &key, const WrittenFields &fields) override;
 
     // Closes the file; the next call opens it again.
@@ -58,7 +58,7 @@ class MetadataCache final : public CacheStorage {
     void setAside(const std::string &why);
     std::shared_ptr<const MediaRecord> read(const MediaKey &key);
     void forgetIfChanged();
-    void dropFacts() noexcept;
+    void dropMetadata() noexcept;
 
     const std::string folder_;
     // How often the file was opened; another file may have replaced it.

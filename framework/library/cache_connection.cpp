@@ -32,11 +32,11 @@ CacheConnection::CacheConnection(const std::string &path, Database::Role role) :
             database_.execute(setting);
         }
         database_.execute(sqlOfTables().c_str());
-        storeFacts_.emplace(database_, sqlOfStoreFacts());
+        storeMetadata_.emplace(database_, sqlOfStoreMetadata());
         dropWritten_.emplace(database_, sqlOfDropWritten());
         storeWritten_.emplace(database_, sqlOfStoreWritten());
     }
-    findFacts_.emplace(database_, sqlOfFindFacts());
+    findMetadata_.emplace(database_, sqlOfFindMetadata());
     findWritten_.emplace(database_, sqlOfFindWritten());
     fileVersion_.emplace(database_, "PRAGMA data_version");
 }
@@ -50,13 +50,14 @@ std::int64_t CacheConnection::version() {
 MediaRecord CacheConnection::read(const MediaKey &key) {
     MediaRecord record;
     {
-        Statement &statement = *findFacts_;
+        Statement &statement = *findMetadata_;
         const Run run(statement);
         bindKey(statement, key);
         if (statement.step()) {
             record.isRead = true;
-            for (std::size_t fact = 0; fact < FACTS; ++fact) {
-                record.facts.set(static_cast<Fact>(fact), statement.column(static_cast<int>(fact)));
+            for (std::size_t property = 0; property < METADATA_KEYS; ++property) {
+                record.metadata.set(static_cast<MetadataKey>(property),
+                                    statement.column(static_cast<int>(property)));
             }
         }
     }
@@ -64,7 +65,7 @@ MediaRecord CacheConnection::read(const MediaKey &key) {
     const Run run(statement);
     bindKey(statement, key);
     while (statement.step()) {
-        if (const FactValue name = statement.column(0); std::holds_alternative<std::string>(name)) {
+        if (const MetadataValue name = statement.column(0); std::holds_alternative<std::string>(name)) {
             record.written.insert_or_assign(std::get<std::string>(name), statement.column(1));
         }
     }
@@ -87,14 +88,15 @@ void CacheConnection::inTransaction(Work &&work) {
     }
 }
 
-void CacheConnection::store(std::span<const FileFacts> files) {
+void CacheConnection::store(std::span<const FileMetadata> files) {
     inTransaction([&] {
-        for (const auto &[key, facts] : files) {
-            Statement &statement = *storeFacts_;
+        for (const auto &[key, metadata] : files) {
+            Statement &statement = *storeMetadata_;
             const Run run(statement);
             bindKey(statement, key);
-            for (std::size_t fact = 0; fact < FACTS; ++fact) {
-                statement.bind(static_cast<int>(fact) + KEY_COLUMNS, facts[static_cast<Fact>(fact)]);
+            for (std::size_t property = 0; property < METADATA_KEYS; ++property) {
+                statement.bind(static_cast<int>(property) + KEY_COLUMNS,
+                               metadata[static_cast<MetadataKey>(property)]);
             }
             statement.step();
         }
@@ -121,7 +123,7 @@ void CacheConnection::write(const MediaKey &key, const WrittenFields &fields) {
     });
 }
 
-void CacheConnection::dropFacts() { database_.execute(sqlOfDropFacts().c_str()); }
+void CacheConnection::dropMetadata() { database_.execute(sqlOfDropMetadata().c_str()); }
 
 bool CacheConnection::isSound() {
     Statement check(database_, "PRAGMA quick_check(1)");

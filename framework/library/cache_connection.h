@@ -24,9 +24,9 @@ class CacheConnection {
     MediaRecord read(const MediaKey &key);
 
     // For writers. Each is one transaction.
-    void store(std::span<const FileFacts> files);
+    void store(std::span<const FileMetadata> files);
     void write(const MediaKey &key, const WrittenFields &fields);
-    void dropFacts();
+    void dropMetadata();
 
     // The result of quick_check on the file's contents.
     bool isSound();
@@ -36,11 +36,11 @@ class CacheConnection {
     void inTransaction(Work &&work);
 
     Database database_;
-    std::optional<Statement> findFacts_;
+    std::optional<Statement> findMetadata_;
     std::optional<Statement> findWritten_;
     std::optional<Statement> fileVersion_;
     // For writers.
-    std::optional<Statement> storeFacts_;
+    std::optional<Statement> storeMetadata_;
     std::optional<Statement> dropWritten_;
     std::optional<Statement> storeWritten_;
 };

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 namespace {
@@ -11,10 +11,10 @@ namespace {
 // return other values for the same files, it gets another name, and the old table is dropped.
 // What clients wrote is in another table and stays.
 constexpr const char *TABLE = "facts_2";
-constexpr const char *EARLIER_FACTS = "DROP TABLE IF EXISTS facts;";
+constexpr const char *EARLIER_METADATA = "DROP TABLE IF EXISTS facts;";
 
 // The columns, in the order of Fact.
-constexpr std::array<const char *, FACTS> COLUMNS = {
+constexpr std::array<const char *, METADATA_KEYS> COLUMNS = {
     "mime_type", "format",   "title",         "artist",         "album",       "genre",         "year",
     "track",     "tracks",   "has_cover",     "duration",       "bitrate",     "sample_rate",   "sample_bits",
     "width",     "height",   "aspect_ratio",  "orientation",    "date_taken",  "exposure_time", "f_number",
@@ -37,20 +37,21 @@ constexpr const char *IS_KEY = " WHERE volume = ?1 AND path = ?2 AND size = ?3 A
 } // namespace
 
 std::string sqlOfTables() {
-    return std::string(EARLIER_FACTS) + "CREATE TABLE IF NOT EXISTS " + TABLE + " (" + KEY + columns(", ") +
+    return std::string(EARLIER_METADATA) + "CREATE TABLE IF NOT EXISTS " + TABLE + " (" + KEY +
+           columns(", ") +
            ", PRIMARY KEY (volume, path)) WITHOUT ROWID;"
            "CREATE TABLE IF NOT EXISTS written (" +
            KEY + ", field TEXT NOT NULL, value, PRIMARY KEY (volume, path, field)) WITHOUT ROWID;";
 }
 
-std::string sqlOfFindFacts() { return "SELECT " + columns(", ").substr(2) + " FROM " + TABLE + IS_KEY; }
+std::string sqlOfFindMetadata() { return "SELECT " + columns(", ").substr(2) + " FROM " + TABLE + IS_KEY; }
 
-std::string sqlOfDropFacts() { return std::string("DELETE FROM ") + TABLE; }
+std::string sqlOfDropMetadata() { return std::string("DELETE FROM ") + TABLE; }
 
-std::string sqlOfStoreFacts() {
+std::string sqlOfStoreMetadata() {
     std::string places = "?1, ?2, ?3, ?4";
-    for (std::size_t fact = 0; fact < FACTS; ++fact) {
-        places += ", ?" + std::to_string(fact + KEY_COLUMNS + 1);
+    for (std::size_t property = 0; property < METADATA_KEYS; ++property) {
+        places += ", ?" + std::to_string(property + KEY_COLUMNS + 1);
     }
     return std::string("REPLACE INTO ") + TABLE + " (volume, path, size, modified" + columns(", ") +
            ") VALUES (" + places + ")";

@@ -21,9 +21,9 @@ inline constexpr const char *CACHE_SETTINGS[] = {
 // Creates missing tables and drops that of earlier readers. That table has another name, so that
 // a program with those readers, running at the same time, neither reads nor writes this one.
 std::string sqlOfTables();
-std::string sqlOfDropFacts();
-std::string sqlOfFindFacts();
-std::string sqlOfStoreFacts();
+std::string sqlOfDropMetadata();
+std::string sqlOfFindMetadata();
+std::string sqlOfStoreMetadata();
 std::string sqlOfFindWritten();
 std::string sqlOfDropWritten();
 std::string sqlOfStoreWritten();

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "base/result.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 
@@ -26,16 +26,16 @@ struct MediaKey {
 std::string textOf(const MediaKey &key);
 
 // The fields that a client wrote, by name.
-using WrittenFields = std::map<std::string, FactValue, std::less<>>;
+using WrittenFields = std::map<std::string, MetadataValue, std::less<>>;
 
 // The metadata of one file, to be stored.
-using FileFacts = std::pair<MediaKey, Metadata>;
+using FileMetadata = std::pair<MediaKey, Metadata>;
 
 // What is known of a file: its metadata, once they were read, and the fields that clients wrote.
 struct MediaRecord {
     bool isRead = false;
     bool isLate = false; // the cache did not answer in time: it may hold more
-    Metadata facts;
+    Metadata metadata;
     WrittenFields written;
 };
 
@@ -57,7 +57,7 @@ class CacheStorage {
 
     // Stores metadata, all or none. MRB_ERR_BUSY here and below: another process holds the cache,
     // and a retry may succeed. Any thread.
-    virtual Status store(std::span<const FileFacts> files) = 0;
+    virtual Status store(std::span<const FileMetadata> files) = 0;
 
     // Stores fields that a client wrote. Any thread.
     virtual Status write(const MediaKey &key, const WrittenFields &fields) = 0;

@@ -89,7 +89,7 @@ void Statement::bindBytes(int parameter, std::string_view bytes) {
     check(sqlite3_bind_blob64(statement_.get(), parameter + 1, bytes.data(), bytes.size(), SQLITE_STATIC));
 }
 
-void Statement::bind(int parameter, const FactValue &value) {
+void Statement::bind(int parameter, const MetadataValue &value) {
     if (const auto *number = std::get_if<std::int64_t>(&value)) {
         bind(parameter, *number);
     } else if (const auto *real = std::get_if<double>(&value)) {
@@ -111,7 +111,7 @@ bool Statement::step() {
     throw failure; // NOLINT(misc-throw-by-value-catch-by-reference): made before the reset that clears it
 }
 
-FactValue Statement::column(int column) const {
+MetadataValue Statement::column(int column) const {
     switch (sqlite3_column_type(statement_.get(), column)) {
     case SQLITE_INTEGER:
         return sqlite3_column_int64(statement_.get(), column);
@@ -120,7 +120,7 @@ FactValue Statement::column(int column) const {
     case SQLITE_TEXT: {
         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement_.get(), column));
         const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));
-        return text == nullptr ? FactValue() : FactValue(cleanText({text, size}));
+        return text == nullptr ? MetadataValue() : MetadataValue(cleanText({text, size}));
     }
     default:
         return {};

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "base/deleter.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -56,11 +56,11 @@ class Statement {
     // The text must live until the statement is reset.
     void bind(int parameter, std::string_view text);
     void bindBytes(int parameter, std::string_view bytes);
-    void bind(int parameter, const FactValue &value);
+    void bind(int parameter, const MetadataValue &value);
 
     // True: there is a row; false: the statement is done.
     bool step();
-    [[nodiscard]] FactValue column(int column) const;
+    [[nodiscard]] MetadataValue column(int column) const;
     [[nodiscard]] std::int64_t number(int column) const;
 
     // Makes it ready to run again.

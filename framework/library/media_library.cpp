@@ -15,11 +15,11 @@ MediaKey keyNow(const MediaItem &item, const MediaFile &file) {
 
 // The file's own metadata take precedence over the source's.
 std::shared_ptr<const MediaRecord> filled(std::shared_ptr<const MediaRecord> record, const MediaItem &item) {
-    if (!item.told) {
+    if (!item.sourceMetadata) {
         return record;
     }
     auto all = std::make_shared<MediaRecord>(*record);
-    all->facts.fillGaps(*item.told);
+    all->metadata.fillGaps(*item.sourceMetadata);
     return all;
 }
 
@@ -63,15 +63,15 @@ Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Media
         // already.
         if (const auto now = promptly_.find(key); now->isRead) {
             fresh->isRead = true;
-            fresh->facts = now->facts;
+            fresh->metadata = now->metadata;
             record = std::move(fresh);
             return {};
         }
     }
-    reader_(file, item.name, fresh->facts, outcome);
+    reader_(file, item.name, fresh->metadata, outcome);
     if (outcome.ok()) {
         fresh->isRead = true;
-        promptly_.store(key, fresh->facts);
+        promptly_.store(key, fresh->metadata);
         record = std::move(fresh);
     }
     return outcome;
@@ -83,7 +83,7 @@ Status MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields
     return outcome;
 }
 
-void MediaLibrary::store(std::span<const FileFacts> files) {
+void MediaLibrary::store(std::span<const FileMetadata> files) {
     static_cast<void>(cache_.store(files)); // what cannot be stored is read again later
     promptly_.storageChanged();
 }
@@ -93,7 +93,7 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
                            const std::function<void(std::int32_t, const MediaRecord &)> &take) {
     // A batch costs one transaction.
     constexpr std::size_t AT_ONCE = 128;
-    std::vector<FileFacts> batch;
+    std::vector<FileMetadata> batch;
     bool isWanted = true;
     for (std::int32_t index = 0; index < items && isWanted; ++index) {
         isWanted = !cancellation.isCancelled();
@@ -114,17 +114,17 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         MediaRecord fresh = *record;
         Status outcome = openMedia(item.path, item.mount, file);
         if (outcome.ok()) {
-            reader_(file, item.name, fresh.facts, outcome);
+            reader_(file, item.name, fresh.metadata, outcome);
         }
         isWanted = !cancellation.isCancelled();
         if (!isWanted) {
             continue; // the metadata may be incomplete
         }
         if (outcome.ok()) {
-            batch.emplace_back(keyNow(item, file), fresh.facts);
+            batch.emplace_back(keyNow(item, file), fresh.metadata);
         }
-        if (item.told) {
-            fresh.facts.fillGaps(*item.told);
+        if (item.sourceMetadata) {
+            fresh.metadata.fillGaps(*item.sourceMetadata);
         }
         take(index, fresh);
         if (batch.size() >= AT_ONCE) {

@@ -23,12 +23,12 @@ struct MediaItem {
     std::string path; // absolute, the exact bytes; empty: not a file of this machine
     std::string name; // its file name
     MediaKey key;
-    std::optional<Metadata> told = {}; // the metadata that its source reported
+    std::optional<Metadata> sourceMetadata = {}; // the metadata that its source reported
     // The mount on which its folder has to be for it to be read; unknown: any mount.
     MountIdentity mount = {};
 
     // False: the item cannot have metadata.
-    [[nodiscard]] bool isKnown() const { return told || !path.empty(); }
+    [[nodiscard]] bool isKnown() const { return sourceMetadata || !path.empty(); }
 };
 
 // The metadata of all items that this process reads. A file's come from the cache, the first time
@@ -74,7 +74,7 @@ class MediaLibrary {
 
   private:
     Status readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
-    void store(std::span<const FileFacts> files);
+    void store(std::span<const FileMetadata> files);
 
     MetadataCache cache_;
     PromptCache promptly_; // the same for calls of clients

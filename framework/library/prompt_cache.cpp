@@ -155,9 +155,9 @@ PromptCache::Record PromptCache::withWrites(Record record, const std::string &te
         if (!changed) {
             changed = std::make_shared<MediaRecord>(*record);
         }
-        if (write->facts) {
+        if (write->metadata) {
             changed->isRead = true;
-            changed->facts = *write->facts;
+            changed->metadata = *write->metadata;
         }
         for (const auto &[name, value] : write->fields) {
             changed->written.insert_or_assign(name, value);
@@ -184,12 +184,12 @@ std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::s
     return writes_.emplace_back(std::move(write));
 }
 
-void PromptCache::store(const MediaKey &key, const Metadata &facts) {
+void PromptCache::store(const MediaKey &key, const Metadata &metadata) {
     const std::lock_guard guard(lock_);
     try {
         // Metadata can be read again: half of the queue is reserved for clients' writes.
         if (const std::shared_ptr<Write> write = due(key, limits_.writes / 2)) {
-            write->facts = facts;
+            write->metadata = metadata;
             writer_.wake.notify_one();
         }
     } catch (const std::system_error &failure) {
@@ -233,10 +233,10 @@ std::vector<Status> PromptCache::perform(const Writes &writes) {
     std::vector<Status> outcomes;
     outcomes.reserve(writes.size());
     try {
-        std::vector<FileFacts> files;
+        std::vector<FileMetadata> files;
         for (const std::shared_ptr<Write> &write : writes) {
-            if (write->facts) {
-                files.emplace_back(write->key, *write->facts);
+            if (write->metadata) {
+                files.emplace_back(write->key, *write->metadata);
             }
         }
         const Status storing = files.empty() ? Status() : storage_.store(files);

@@ -46,7 +46,7 @@ class PromptCache {
     void prepare();
 
     // Stores what was just read from the file; does not wait.
-    void store(const MediaKey &key, const Metadata &facts);
+    void store(const MediaKey &key, const Metadata &metadata);
 
     // Stores fields that a client wrote. MRB_ERR_BUSY: too many writes are pending already.
     Status write(const MediaKey &key, const WrittenFields &fields);
@@ -73,7 +73,7 @@ class PromptCache {
     struct Write {
         MediaKey key;
         std::string text; // of the key
-        std::optional<Metadata> facts;
+        std::optional<Metadata> metadata;
         WrittenFields fields;
         bool isAtHand = false; // the worker has taken it: no fields are added
         bool isDone = false;

@@ -29,9 +29,9 @@ ReadMetadata *readers() {
 
 } // namespace
 
-void readMetadata(MediaFile &file, const std::string &name, Metadata &facts, Status &outcome) {
+void readMetadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &outcome) {
     if (ReadMetadata *const read = readers()) {
-        read(file, name, facts, outcome);
+        read(file, name, metadata, outcome);
     } else {
         outcome = Status::notSupported("The metadata readers cannot be loaded.");
     }

@@ -24,7 +24,7 @@ std::int64_t within(std::int64_t number, std::int64_t minimum, std::int64_t maxi
 }
 
 // The value in the field's type; empty or 0 where there is none or one of another type.
-FactValue inType(const FactValue &value, FieldType type) {
+MetadataValue inType(const MetadataValue &value, FieldType type) {
     const auto *number = std::get_if<std::int64_t>(&value);
     const auto *real = std::get_if<double>(&value);
     const auto *text = std::get_if<std::string>(&value);
@@ -45,7 +45,7 @@ FactValue inType(const FactValue &value, FieldType type) {
     return {};
 }
 
-bool isNothing(const FactValue &value) {
+bool isNothing(const MetadataValue &value) {
     const auto *text = std::get_if<std::string>(&value);
     return value.index() == 0 || (text != nullptr && text->empty());
 }
@@ -59,7 +59,7 @@ bool isUtf8(std::string_view text) { return cleanText(text) == text; }
 
 } // namespace
 
-Status readField(const ListSession &session, const char *name, FieldType type, FactValue &value) {
+Status readField(const ListSession &session, const char *name, FieldType type, MetadataValue &value) {
     const Field *field = findField(name);
     if (field == nullptr || field->type != type) {
         return noSuchField(name, "read with that type");
@@ -84,7 +84,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
             }
         }
     }
-    const FactValue found =
+    const MetadataValue found =
         fieldValue(*field, *entry, isPlaced ? session.items().locate(entry->info) : ItemLocation(),
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
@@ -103,7 +103,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, F
     return {};
 }
 
-Status writeField(const ListSession &session, const char *name, FactValue value) {
+Status writeField(const ListSession &session, const char *name, MetadataValue value) {
     const Field *field = findField(name);
     const auto *number = std::get_if<std::int64_t>(&value);
     const auto *text = std::get_if<std::string>(&value);
@@ -148,7 +148,7 @@ std::int64_t resumePosition(const ListSession &session, const ListEntry &entry) 
         return 0;
     }
     const std::shared_ptr<const MediaRecord> record = session.library().known(item);
-    const FactValue *written = writtenValue(*findField(PLAYED_POSITION), *record);
+    const MetadataValue *written = writtenValue(*findField(PLAYED_POSITION), *record);
     return written == nullptr ? 0 : std::get<std::int64_t>(inType(*written, FieldType::INT));
 }
 

@@ -27,8 +27,8 @@ ItemLocation ItemResolver::locate(const ItemInfo &info) const {
     return isSomewhere(info) ? source_->locate(info) : ItemLocation{};
 }
 
-std::optional<ToldFacts> ItemResolver::told(const ItemInfo &info) const {
-    return isSomewhere(info) ? source_->told(info) : std::nullopt;
+std::optional<SourceMetadata> ItemResolver::sourceMetadata(const ItemInfo &info) const {
+    return isSomewhere(info) ? source_->sourceMetadata(info) : std::nullopt;
 }
 
 MediaItem ItemResolver::mediaOf(const ItemInfo &info) const {
@@ -42,8 +42,8 @@ MediaItem ItemResolver::mediaOf(const ItemInfo &info) const {
         break;
     }
     MediaItem item;
-    if (std::optional<ToldFacts> told = source_->told(info)) {
-        item.told = std::move(told->metadata);
+    if (std::optional<SourceMetadata> sourceMetadata = source_->sourceMetadata(info)) {
+        item.sourceMetadata = std::move(sourceMetadata->metadata);
     }
     item.path = source_->filePath(info);
     if (!item.path.empty()) {

@@ -31,7 +31,7 @@ class ItemResolver {
     [[nodiscard]] ItemLocation locate(const ItemInfo &info) const;
 
     // The source's metadata of the item; no value: it has none.
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemInfo &info) const;
+    [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &info) const;
 
     // The file of the item, without a path where it is not a file, and its source's metadata.
     [[nodiscard]] MediaItem mediaOf(const ItemInfo &info) const;

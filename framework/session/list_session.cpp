@@ -57,7 +57,7 @@ std::optional<std::string> ListSession::describe(std::int32_t index) const {
     if (!entry) {
         return std::nullopt;
     }
-    return describeEntry(*entry, items_.locate(entry->info), items_.told(entry->info));
+    return describeEntry(*entry, items_.locate(entry->info), items_.sourceMetadata(entry->info));
 }
 
 int ListSession::reach(const ListEntry &entry) const {

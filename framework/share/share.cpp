@@ -75,7 +75,7 @@ void Share::deliver(int event) noexcept {
     guard.unlock();
     listener_.callback(listener_.userData, handle_, event, &status);
     guard.lock();
-    toldAt_ = steady_clock::now();
+    notifiedAt_ = steady_clock::now();
     if (event == MRB_EVENT_SHARE_PROGRESS) {
         progressQueued_ = false;
     }
@@ -129,7 +129,7 @@ void Share::setFile(const std::string &name, std::uint64_t size) {
 }
 
 void Share::tellProgress() {
-    if (toldAt_ && !progressQueued_ && steady_clock::now() - *toldAt_ >= PROGRESS_INTERVAL) {
+    if (notifiedAt_ && !progressQueued_ && steady_clock::now() - *notifiedAt_ >= PROGRESS_INTERVAL) {
         progressQueued_ = true;
         events_.post(shared_from_this(), MRB_EVENT_SHARE_PROGRESS);
     }

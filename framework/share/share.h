@@ -71,7 +71,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     bool started_ = false;
     bool progressQueued_ = false;
     // When the last callback returned; no value: none was called yet.
-    std::optional<std::chrono::steady_clock::time_point> toldAt_;
+    std::optional<std::chrono::steady_clock::time_point> notifiedAt_;
 };
 
 } // namespace mrb

@@ -14,7 +14,7 @@
 #include "base/result.h"
 #include "list/list_request.h"
 #include "media/item.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 
@@ -69,7 +69,7 @@ struct FillResult {
 
 // Metadata from a source, such as a playlist's about its entries and a server's about its
 // objects. Metadata from the item itself take precedence, where it can be read.
-struct ToldFacts {
+struct SourceMetadata {
     Metadata metadata = {};
     bool isMissing = false; // the source names it, but it does not exist
 };
@@ -105,7 +105,9 @@ class Source {
 
     // The source's metadata of an item. No value: the source has only what the list holds. `item`
     // may be the source itself.
-    [[nodiscard]] virtual std::optional<ToldFacts> told(const ItemInfo & /*item*/) const { return {}; }
+    [[nodiscard]] virtual std::optional<SourceMetadata> sourceMetadata(const ItemInfo & /*item*/) const {
+        return {};
+    }
 
     // The path of the folder whose files the list shows, to be watched while the list is open;
     // empty where there is none. Never changes.

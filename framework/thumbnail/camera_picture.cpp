@@ -119,11 +119,11 @@ class CameraPicture {
         if (!exif_) {
             exif_.emplace();
             outcome = readCameraExif(file_, timeout(), size_, *exif_);
-            const Metadata status = exif_->empty() ? Metadata() : factsOfExif(*exif_);
-            exifOrientation_ = static_cast<int>(status.number(Fact::ORIENTATION));
+            const Metadata status = exif_->empty() ? Metadata() : metadataOfExif(*exif_);
+            exifOrientation_ = static_cast<int>(status.number(MetadataKey::ORIENTATION));
             if (!knowsPixels()) {
-                width_ = status.number(Fact::WIDTH);
-                height_ = status.number(Fact::HEIGHT);
+                width_ = status.number(MetadataKey::WIDTH);
+                height_ = status.number(MetadataKey::HEIGHT);
             }
         }
         return *exif_;

@@ -152,7 +152,7 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
     const auto now = steady_clock::now();
     const bool isNew = std::exchange(entry.isNew, false);
     Change change = readable || isNew ? entry.source->read(*list) : Change::NONE;
-    if (change == Change::CHANGED && !entry.told) {
+    if (change == Change::CHANGED && !entry.notified) {
         entry.firstChange = entry.changed ? entry.firstChange : now;
         entry.lastChange = now;
         entry.changed = true;
@@ -170,7 +170,7 @@ void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
         forget(*list);
     } else if (due) {
         entry.changed = false;
-        entry.told = true;
+        entry.notified = true;
         list->sourceChanged();
     }
 }

@@ -47,7 +47,7 @@ class Watcher {
         std::unique_ptr<Watch> source;
         bool isNew = true;    // and may have missed a mount before it was added
         bool changed = false; // and not yet reported
-        bool told = false;
+        bool notified = false;
         Time firstChange{};
         Time lastChange{};
 

@@ -15,8 +15,8 @@
 
 namespace {
 
-void require(bool fact) {
-    if (!fact) {
+void require(bool key) {
+    if (!key) {
         std::abort();
     }
 }
@@ -24,9 +24,9 @@ void require(bool fact) {
 // The name decides where the bytes are ambiguous.
 constexpr const char *NAMES[] = {"a.jpg", "a.mp3", "a.mp4", "a.ts", "a.heic", "a.wav", "a.m4a"};
 
-void expectPresentable(const mrb::Metadata &facts) {
-    for (std::size_t number = 0; number < mrb::FACTS; ++number) {
-        const mrb::FactValue &value = facts[static_cast<mrb::Fact>(number)];
+void expectPresentable(const mrb::Metadata &metadata) {
+    for (std::size_t number = 0; number < mrb::METADATA_KEYS; ++number) {
+        const mrb::MetadataValue &value = metadata[static_cast<mrb::MetadataKey>(number)];
         if (const auto *text = std::get_if<std::string>(&value)) {
             require(!text->empty() && text->size() <= mrb::Metadata::MAX_TEXT_LENGTH);
             require(mrb::cleanText(*text) == *text);
@@ -36,7 +36,7 @@ void expectPresentable(const mrb::Metadata &facts) {
             require(*whole >= 0);
         }
     }
-    require(facts.number(mrb::Fact::ORIENTATION) <= 8);
+    require(metadata.number(mrb::MetadataKey::ORIENTATION) <= 8);
 }
 
 } // namespace
@@ -45,12 +45,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int file = memfd_create("media", MFD_CLOEXEC);
     require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size));
     mrb::MediaFile media;
-    mrb::Metadata facts;
+    mrb::Metadata metadata;
     require(media.open("/proc/self/fd/" + std::to_string(file)).ok());
     mrb::Status outcome;
-    mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], facts, outcome);
+    mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], metadata, outcome);
     if (outcome.ok()) {
-        expectPresentable(facts);
+        expectPresentable(metadata);
     }
     close(file);
     return 0;

@@ -11,8 +11,8 @@
 
 namespace {
 
-void require(bool fact) {
-    if (!fact) {
+void require(bool key) {
+    if (!key) {
         std::abort();
     }
 }

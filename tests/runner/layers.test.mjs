@@ -12,7 +12,7 @@ const GOOD = {
     'platform/mrb/agent.h': '#pragma once\n',
     'framework/api/lists.cpp': '#include "list/list.h"\n#include "mrb/agent.h"\n',
     'framework/list/list.h': '#pragma once\n\n#include "base/result.h"\n',
-    'framework/metadata/facts.h': '#pragma once\n',
+    'framework/metadata/metadata.h': '#pragma once\n',
     'framework/base/result.h': '#pragma once\n#include "mrb/agent.h"\n',
 };
 
@@ -52,7 +52,7 @@ test('an include against the order fails however it is written', async () => {
 
 test('every include against the order is named', async () => {
     const said = await check({
-        'framework/base/one.h': '#include "list/list.h"\n#include "metadata/facts.h"\n',
+        'framework/base/one.h': '#include "list/list.h"\n#include "metadata/metadata.h"\n',
         'framework/base/two.h': '#include "list/list.h"\n',
     });
     assert.deepEqual(said.split('\n').map((line) => line.split(': ')[0]),
@@ -60,7 +60,7 @@ test('every include against the order is named', async () => {
 });
 
 test('folders of one rank do not include each other', async () => {
-    assert.match(await check({ 'framework/list/filter.h': '#include "metadata/facts.h"\n' }),
+    assert.match(await check({ 'framework/list/filter.h': '#include "metadata/metadata.h"\n' }),
         /^framework\/list\/filter\.h:1: .*list\/ and metadata\/ are of one rank/);
 });
 

@@ -231,22 +231,23 @@ std::int64_t durationOf(std::string_view text) {
     return ((*hours * SIXTY + *minutes) * SIXTY + *seconds) * MILLISECONDS + fraction;
 }
 
-void setPositive(Metadata &facts, Fact fact, std::optional<std::int64_t> number, std::int64_t factor = 1) {
+void setPositive(Metadata &metadata, MetadataKey key, std::optional<std::int64_t> number,
+                 std::int64_t factor = 1) {
     constexpr std::int64_t MAX = 1'000'000'000'000;
     if (number && *number > 0 && *number <= MAX) {
-        facts.setNumber(fact, factor * *number);
+        metadata.setNumber(key, factor * *number);
     }
 }
 
-void setResolution(Metadata &facts, std::string_view text) {
+void setResolution(Metadata &metadata, std::string_view text) {
     constexpr std::int64_t MAX_LINES = 1 << 20;
     constexpr std::int64_t THOUSAND = 1000;
     const std::int64_t width = numberOf(next(text, 'x')).value_or(0);
     const std::int64_t height = numberOf(text).value_or(0);
     if (width > 0 && height > 0 && width < MAX_LINES && height < MAX_LINES) {
-        facts.setNumber(Fact::WIDTH, width);
-        facts.setNumber(Fact::HEIGHT, height);
-        facts.setNumber(Fact::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);
+        metadata.setNumber(MetadataKey::WIDTH, width);
+        metadata.setNumber(MetadataKey::HEIGHT, height);
+        metadata.setNumber(MetadataKey::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);
     }
 }
 
@@ -283,17 +284,17 @@ void readResource(const Resource &resource, MediaObject &object) {
     const auto &attributes = resource.attributes;
     object.url = webAddress(resource.uri);
     object.size = numberOf(attributes[SIZE]).value_or(UNKNOWN);
-    Metadata &facts = object.facts;
-    facts.setText(Fact::MIME_TYPE, ProtocolInfo(attributes[PROTOCOL_INFO]).mimeType);
-    setPositive(facts, Fact::DURATION, durationOf(attributes[DURATION]));
-    setPositive(facts, Fact::BITRATE, numberOf(attributes[BIT_RATE]), BITS);
-    setPositive(facts, Fact::SAMPLE_RATE, numberOf(attributes[SAMPLE_RATE]));
-    setPositive(facts, Fact::SAMPLE_BITS, numberOf(attributes[SAMPLE_BITS]));
-    setResolution(facts, attributes[RESOLUTION]);
+    Metadata &metadata = object.metadata;
+    metadata.setText(MetadataKey::MIME_TYPE, ProtocolInfo(attributes[PROTOCOL_INFO]).mimeType);
+    setPositive(metadata, MetadataKey::DURATION, durationOf(attributes[DURATION]));
+    setPositive(metadata, MetadataKey::BITRATE, numberOf(attributes[BIT_RATE]), BITS);
+    setPositive(metadata, MetadataKey::SAMPLE_RATE, numberOf(attributes[SAMPLE_RATE]));
+    setPositive(metadata, MetadataKey::SAMPLE_BITS, numberOf(attributes[SAMPLE_BITS]));
+    setResolution(metadata, attributes[RESOLUTION]);
     if (!attributes[SUBTITLES].empty()) {
-        facts.setNumber(Fact::HAS_SUBTITLES, 1);
+        metadata.setNumber(MetadataKey::HAS_SUBTITLES, 1);
     }
-    setPositive(facts, Fact::TRACKS, numberOf(attributes[TRACK_TOTAL]));
+    setPositive(metadata, MetadataKey::TRACKS, numberOf(attributes[TRACK_TOTAL]));
 }
 
 void readTexts(const RawObject &source, MediaObject &object) {
@@ -302,19 +303,19 @@ void readTexts(const RawObject &source, MediaObject &object) {
         std::string text = cleanText(texts[one]);
         return text.empty() ? cleanText(texts[other]) : text;
     };
-    Metadata &facts = object.facts;
-    facts.setText(Fact::TITLE, object.title);
-    facts.setText(Fact::ARTIST, firstOf(ARTIST, CREATOR));
-    facts.setText(Fact::ALBUM, texts[ALBUM]);
-    facts.setText(Fact::GENRE, texts[GENRE]);
-    facts.setText(Fact::SYNOPSIS, firstOf(LONG_DESCRIPTION, DESCRIPTION));
-    facts.setText(Fact::LANGUAGE, texts[LANGUAGE]);
-    setPositive(facts, Fact::TRACK, numberOf(texts[TRACK]));
+    Metadata &metadata = object.metadata;
+    metadata.setText(MetadataKey::TITLE, object.title);
+    metadata.setText(MetadataKey::ARTIST, firstOf(ARTIST, CREATOR));
+    metadata.setText(MetadataKey::ALBUM, texts[ALBUM]);
+    metadata.setText(MetadataKey::GENRE, texts[GENRE]);
+    metadata.setText(MetadataKey::SYNOPSIS, firstOf(LONG_DESCRIPTION, DESCRIPTION));
+    metadata.setText(MetadataKey::LANGUAGE, texts[LANGUAGE]);
+    setPositive(metadata, MetadataKey::TRACK, numberOf(texts[TRACK]));
     if (!object.upnpClass.starts_with("object.item.imageItem")) {
-        facts.setText(Fact::YEAR, yearOf(object.date));
+        metadata.setText(MetadataKey::YEAR, yearOf(object.date));
     }
     if (!object.upnpClass.starts_with("object.item.audioItem")) {
-        facts.setText(Fact::DATE_TAKEN, dateOfIso(object.date));
+        metadata.setText(MetadataKey::DATE_TAKEN, dateOfIso(object.date));
     }
 }
 

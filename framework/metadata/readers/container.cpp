@@ -172,16 +172,16 @@ int orientationOf(const AVStream &stream) {
     return BY_QUARTERS[quarters];
 }
 
-void readPicture(const AVStream &stream, Metadata &facts) {
+void readPicture(const AVStream &stream, Metadata &metadata) {
     const AVCodecParameters &codec = *stream.codecpar;
-    facts.setText(Fact::VIDEO_CODEC, avcodec_get_name(codec.codec_id));
+    metadata.setText(MetadataKey::VIDEO_CODEC, avcodec_get_name(codec.codec_id));
     if (codec.width <= 0 || codec.height <= 0) {
         return;
     }
-    facts.setNumber(Fact::WIDTH, codec.width);
-    facts.setNumber(Fact::HEIGHT, codec.height);
+    metadata.setNumber(MetadataKey::WIDTH, codec.width);
+    metadata.setNumber(MetadataKey::HEIGHT, codec.height);
     const int orientation = orientationOf(stream);
-    facts.setNumber(Fact::ORIENTATION, orientation);
+    metadata.setNumber(MetadataKey::ORIENTATION, orientation);
     AVRational pixel =
         stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : codec.sample_aspect_ratio;
     pixel = pixel.num > 0 && pixel.den > 0 ? pixel : AVRational{1, 1};
@@ -191,22 +191,22 @@ void readPicture(const AVStream &stream, Metadata &facts) {
     constexpr double THOUSAND = 1000;
     constexpr double MOST = std::numeric_limits<std::int32_t>::max();
     // A video with an aspect ratio never gets 0.
-    facts.setNumber(Fact::ASPECT_RATIO, std::llround(std::clamp(ratio * THOUSAND, 1.0, MOST)));
+    metadata.setNumber(MetadataKey::ASPECT_RATIO, std::llround(std::clamp(ratio * THOUSAND, 1.0, MOST)));
 }
 
-void readSound(const AVStream &stream, Metadata &facts) {
+void readSound(const AVStream &stream, Metadata &metadata) {
     const AVCodecParameters &codec = *stream.codecpar;
-    facts.setText(Fact::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
+    metadata.setText(MetadataKey::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
     if (codec.sample_rate > 0) {
-        facts.setNumber(Fact::SAMPLE_RATE, codec.sample_rate);
+        metadata.setNumber(MetadataKey::SAMPLE_RATE, codec.sample_rate);
     }
     const int bits = codec.bits_per_raw_sample > 0 ? codec.bits_per_raw_sample : codec.bits_per_coded_sample;
     if (bits > 0) {
-        facts.setNumber(Fact::SAMPLE_BITS, bits);
+        metadata.setNumber(MetadataKey::SAMPLE_BITS, bits);
     }
 }
 
-void readStreams(const AVFormatContext &container, Metadata &facts) {
+void readStreams(const AVFormatContext &container, Metadata &metadata) {
     const AVStream *picture = nullptr;
     const AVStream *sound = nullptr;
     bool hasCover = false;
@@ -239,48 +239,48 @@ void readStreams(const AVFormatContext &container, Metadata &facts) {
         }
     }
     if (picture != nullptr) {
-        readPicture(*picture, facts);
+        readPicture(*picture, metadata);
     }
     if (sound != nullptr) {
-        readSound(*sound, facts);
+        readSound(*sound, metadata);
     }
-    facts.setText(Fact::LANGUAGE, languages);
-    facts.setNumber(Fact::HAS_COVER, hasCover ? 1 : 0);
-    facts.setNumber(Fact::HAS_SUBTITLES, hasSubtitles ? 1 : 0);
-    facts.setNumber(Fact::HAS_ONLY_SOUND, sound != nullptr && picture == nullptr ? 1 : 0);
-    facts.setNumber(Fact::IS_ENCRYPTED, isEncrypted ? 1 : 0);
+    metadata.setText(MetadataKey::LANGUAGE, languages);
+    metadata.setNumber(MetadataKey::HAS_COVER, hasCover ? 1 : 0);
+    metadata.setNumber(MetadataKey::HAS_SUBTITLES, hasSubtitles ? 1 : 0);
+    metadata.setNumber(MetadataKey::HAS_ONLY_SOUND, sound != nullptr && picture == nullptr ? 1 : 0);
+    metadata.setNumber(MetadataKey::IS_ENCRYPTED, isEncrypted ? 1 : 0);
 }
 
 // ISO 6709, as in "+48.8584+002.2945+035.0/".
-void readPlace(std::string_view place, Metadata &facts) {
+void readPlace(std::string_view place, Metadata &metadata) {
     const PlaceText read = placeOfIso(place);
     if (read.isKnown) {
-        facts.setReal(Fact::LATITUDE, read.latitude);
-        facts.setReal(Fact::LONGITUDE, read.longitude);
+        metadata.setReal(MetadataKey::LATITUDE, read.latitude);
+        metadata.setReal(MetadataKey::LONGITUDE, read.longitude);
         if (read.hasAltitude) {
-            facts.setReal(Fact::ALTITUDE, read.altitude);
+            metadata.setReal(MetadataKey::ALTITUDE, read.altitude);
         }
     }
 }
 
-void readTags(const AVFormatContext &container, Metadata &facts) {
+void readTags(const AVFormatContext &container, Metadata &metadata) {
     // Ogg keeps the tags with the first stream.
     const AVDictionary *tags = container.metadata;
     if (av_dict_count(tags) == 0 && container.nb_streams > 0) {
         tags = container.streams[0]->metadata;
     }
-    facts.setText(Fact::TITLE, tag(tags, "title"));
-    facts.setText(Fact::ARTIST, tag(tags, "artist"));
-    facts.setText(Fact::ALBUM, tag(tags, "album"));
-    facts.setText(Fact::GENRE, tag(tags, "genre"));
-    facts.setText(Fact::SYNOPSIS, firstTag(tags, {"synopsis", "description", "comment"}));
-    facts.setText(Fact::MODEL, firstTag(tags, {"com.apple.quicktime.model", "model"}));
-    facts.setText(Fact::DATE_TAKEN, dateOfIso(tag(tags, "creation_time")));
+    metadata.setText(MetadataKey::TITLE, tag(tags, "title"));
+    metadata.setText(MetadataKey::ARTIST, tag(tags, "artist"));
+    metadata.setText(MetadataKey::ALBUM, tag(tags, "album"));
+    metadata.setText(MetadataKey::GENRE, tag(tags, "genre"));
+    metadata.setText(MetadataKey::SYNOPSIS, firstTag(tags, {"synopsis", "description", "comment"}));
+    metadata.setText(MetadataKey::MODEL, firstTag(tags, {"com.apple.quicktime.model", "model"}));
+    metadata.setText(MetadataKey::DATE_TAKEN, dateOfIso(tag(tags, "creation_time")));
     const std::string_view date = firstTag(tags, {"date", "year"});
     if (const std::string year = yearOf(date); !year.empty()) {
-        facts.setText(Fact::YEAR, year);
+        metadata.setText(MetadataKey::YEAR, year);
     }
-    readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), facts);
+    readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), metadata);
 }
 
 // Opens a container while `work` runs with it; does nothing where the file is not a container.
@@ -301,42 +301,42 @@ void withContainer(MediaFile &file, const Signature &signature, Work &&work) {
 }
 
 // As libav computes it after analysing the streams: all bytes by the duration.
-void readTimes(const AVFormatContext &container, std::int64_t size, Metadata &facts) {
+void readTimes(const AVFormatContext &container, std::int64_t size, Metadata &metadata) {
     constexpr std::int64_t MICROSECONDS = AV_TIME_BASE / 1000;
     constexpr double BITS = 8;
     if (container.duration <= 0) {
         return;
     }
-    facts.setNumber(Fact::DURATION, container.duration / MICROSECONDS);
+    metadata.setNumber(MetadataKey::DURATION, container.duration / MICROSECONDS);
     const double seconds = static_cast<double>(container.duration) / AV_TIME_BASE;
     const double rate = container.bit_rate > 0 ? static_cast<double>(container.bit_rate)
                                                : static_cast<double>(size) * BITS / seconds;
     if (rate >= 1 && rate < static_cast<double>(std::numeric_limits<std::int64_t>::max())) {
-        facts.setNumber(Fact::BITRATE, static_cast<std::int64_t>(rate));
+        metadata.setNumber(MetadataKey::BITRATE, static_cast<std::int64_t>(rate));
     }
 }
 
 } // namespace
 
-void readContainer(MediaFile &file, const Signature &signature, Metadata &facts) {
+void readContainer(MediaFile &file, const Signature &signature, Metadata &metadata) {
     withContainer(file, signature, [&](AVFormatContext &container) {
         if (needsAnalysis(container)) {
             avformat_find_stream_info(&container, nullptr);
         }
         if (signature.medium != Medium::PICTURE) {
-            readTimes(container, file.size(), facts);
+            readTimes(container, file.size(), metadata);
         }
-        readTags(container, facts);
-        readStreams(container, facts);
+        readTags(container, metadata);
+        readStreams(container, metadata);
     });
 }
 
-void readSoundCodec(MediaFile &file, const Signature &signature, Metadata &facts) {
+void readSoundCodec(MediaFile &file, const Signature &signature, Metadata &metadata) {
     withContainer(file, signature, [&](const AVFormatContext &container) {
         for (unsigned index = 0; index < container.nb_streams; ++index) {
             const AVCodecParameters &codec = *container.streams[index]->codecpar;
             if (codec.codec_type == AVMEDIA_TYPE_AUDIO && codec.codec_id != AV_CODEC_ID_NONE) {
-                facts.setText(Fact::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
+                metadata.setText(MetadataKey::AUDIO_CODEC, avcodec_get_name(codec.codec_id));
                 return;
             }
         }

@@ -110,7 +110,7 @@ std::optional<double> angle(const Directory &gps, int tag, double maximum) {
     return value <= maximum ? std::optional(value) : std::nullopt;
 }
 
-void readPlace(const Directory &gps, Metadata &facts) {
+void readPlace(const Directory &gps, Metadata &metadata) {
     constexpr int LATITUDE_REF = 1;
     constexpr int LATITUDE = 2;
     constexpr int LONGITUDE_REF = 3;
@@ -120,17 +120,19 @@ void readPlace(const Directory &gps, Metadata &facts) {
     const auto latitude = angle(gps, LATITUDE, 90);
     const auto longitude = angle(gps, LONGITUDE, 180);
     if (latitude && longitude) {
-        facts.setReal(Fact::LATITUDE, gps.text(LATITUDE_REF).starts_with('S') ? -*latitude : *latitude);
-        facts.setReal(Fact::LONGITUDE, gps.text(LONGITUDE_REF).starts_with('W') ? -*longitude : *longitude);
+        metadata.setReal(MetadataKey::LATITUDE,
+                         gps.text(LATITUDE_REF).starts_with('S') ? -*latitude : *latitude);
+        metadata.setReal(MetadataKey::LONGITUDE,
+                         gps.text(LONGITUDE_REF).starts_with('W') ? -*longitude : *longitude);
     }
     if (const auto altitude = gps.real(ALTITUDE)) {
-        facts.setReal(Fact::ALTITUDE, gps.byte(ALTITUDE_REF) == 1 ? -*altitude : *altitude);
+        metadata.setReal(MetadataKey::ALTITUDE, gps.byte(ALTITUDE_REF) == 1 ? -*altitude : *altitude);
     }
 }
 
 } // namespace
 
-void readExif(std::string bytes, Metadata &facts) {
+void readExif(std::string bytes, Metadata &metadata) {
     constexpr std::size_t MAX_BYTES = 8U << 20;
     if (!bytes.starts_with(HEADER)) {
         bytes.insert(0, HEADER);
@@ -142,32 +144,32 @@ void readExif(std::string bytes, Metadata &facts) {
     }
     const Directory image(*data, EXIF_IFD_0);
     const Directory exif(*data, EXIF_IFD_EXIF);
-    facts.setText(Fact::MODEL, image.text(EXIF_TAG_MODEL));
+    metadata.setText(MetadataKey::MODEL, image.text(EXIF_TAG_MODEL));
     const auto orientation = image.number(EXIF_TAG_ORIENTATION).value_or(0);
     if (orientation >= 1 && orientation <= 8) {
-        facts.setNumber(Fact::ORIENTATION, orientation);
+        metadata.setNumber(MetadataKey::ORIENTATION, orientation);
     }
     // The size in the picture's own header takes precedence over that in EXIF.
     const auto width = exif.number(EXIF_TAG_PIXEL_X_DIMENSION).value_or(0);
     const auto height = exif.number(EXIF_TAG_PIXEL_Y_DIMENSION).value_or(0);
-    if (width > 0 && height > 0 && !facts.has(Fact::WIDTH)) {
-        facts.setNumber(Fact::WIDTH, width);
-        facts.setNumber(Fact::HEIGHT, height);
+    if (width > 0 && height > 0 && !metadata.has(MetadataKey::WIDTH)) {
+        metadata.setNumber(MetadataKey::WIDTH, width);
+        metadata.setNumber(MetadataKey::HEIGHT, height);
     }
     const std::string_view taken = exif.text(EXIF_TAG_DATE_TIME_ORIGINAL);
     const std::string_view digitized = exif.text(EXIF_TAG_DATE_TIME_DIGITIZED);
     const std::string date = dateOfExif(taken);
-    facts.setText(Fact::DATE_TAKEN, date.empty() ? dateOfExif(digitized) : date);
+    metadata.setText(MetadataKey::DATE_TAKEN, date.empty() ? dateOfExif(digitized) : date);
     if (const auto time = exif.rational(EXIF_TAG_EXPOSURE_TIME); time && time->numerator > 0) {
-        facts.setText(Fact::EXPOSURE_TIME, exposureText(*time));
+        metadata.setText(MetadataKey::EXPOSURE_TIME, exposureText(*time));
     }
     if (const auto aperture = exif.real(EXIF_TAG_FNUMBER); aperture && *aperture > 0) {
-        facts.setText(Fact::F_NUMBER, apertureText(*aperture));
+        metadata.setText(MetadataKey::F_NUMBER, apertureText(*aperture));
     }
     if (const auto iso = exif.number(EXIF_TAG_ISO_SPEED_RATINGS); iso && *iso > 0) {
-        facts.setText(Fact::ISO, std::to_string(*iso));
+        metadata.setText(MetadataKey::ISO, std::to_string(*iso));
     }
-    readPlace(Directory(*data, EXIF_IFD_GPS), facts);
+    readPlace(Directory(*data, EXIF_IFD_GPS), metadata);
 }
 
 } // namespace mrb

@@ -39,7 +39,7 @@ heif_reader_grow_status waitForSize(std::int64_t size, void *stream) {
                                                               : heif_reader_grow_status_size_beyond_eof;
 }
 
-void readExifOf(heif_image_handle *picture, Metadata &facts) {
+void readExifOf(heif_image_handle *picture, Metadata &metadata) {
     heif_item_id id = 0;
     if (heif_image_handle_get_list_of_metadata_block_IDs(picture, "Exif", &id, 1) != 1) {
         return;
@@ -59,13 +59,13 @@ void readExifOf(heif_image_handle *picture, Metadata &facts) {
         start = start << 8U | static_cast<unsigned char>(bytes[index]);
     }
     if (start < size - OFFSET_BYTES) {
-        readExif(bytes.substr(OFFSET_BYTES + start), facts);
+        readExif(bytes.substr(OFFSET_BYTES + start), metadata);
     }
 }
 
 } // namespace
 
-void readHeif(MediaFile &file, Metadata &facts) {
+void readHeif(MediaFile &file, Metadata &metadata) {
     const std::unique_ptr<heif_context, Deleter<heif_context_free>> context(heif_context_alloc());
     if (!context) {
         return;
@@ -85,12 +85,12 @@ void readHeif(MediaFile &file, Metadata &facts) {
         return;
     }
     const std::unique_ptr<heif_image_handle, Deleter<heif_image_handle_release>> picture(found);
-    readExifOf(found, facts);
+    readExifOf(found, metadata);
     const int width = heif_image_handle_get_ispe_width(found);
     const int height = heif_image_handle_get_ispe_height(found);
     if (width > 0 && height > 0) {
-        facts.setNumber(Fact::WIDTH, width);
-        facts.setNumber(Fact::HEIGHT, height);
+        metadata.setNumber(MetadataKey::WIDTH, width);
+        metadata.setNumber(MetadataKey::HEIGHT, height);
     }
 }
 

@@ -22,7 +22,7 @@ constexpr bool isAlone(unsigned marker) { return marker == 0x01 || (marker >= 0x
 
 } // namespace
 
-void readJpeg(MediaFile &file, Metadata &facts) {
+void readJpeg(MediaFile &file, Metadata &metadata) {
     constexpr unsigned START_OF_SCAN = 0xda;
     constexpr unsigned APP1 = 0xe1;
     const std::string head = file.read(0, AT_ONCE);
@@ -50,8 +50,8 @@ void readJpeg(MediaFile &file, Metadata &facts) {
         if (isFrameHeader(marker)) {
             const std::string frame = bytes(offset + 4, 5);
             if (const std::uint32_t width = bigEndian(frame, 3, 2); width > 0) {
-                facts.setNumber(Fact::WIDTH, width);
-                facts.setNumber(Fact::HEIGHT, bigEndian(frame, 1, 2));
+                metadata.setNumber(MetadataKey::WIDTH, width);
+                metadata.setNumber(MetadataKey::HEIGHT, bigEndian(frame, 1, 2));
             }
             return;
         }
@@ -59,7 +59,7 @@ void readJpeg(MediaFile &file, Metadata &facts) {
             std::string data = bytes(offset + 4, length - 2);
             if (data.starts_with(std::string_view("Exif\0", 5))) {
                 hasExif = true;
-                readExif(std::move(data), facts);
+                readExif(std::move(data), metadata);
             }
         }
         offset += 2 + static_cast<std::int64_t>(length);

@@ -40,28 +40,28 @@ std::int64_t leadingNumber(std::string_view text) {
     return number;
 }
 
-void setPositive(Metadata &facts, Fact fact, std::int64_t number) {
+void setPositive(Metadata &metadata, MetadataKey key, std::int64_t number) {
     if (number > 0) {
-        facts.setNumber(fact, number);
+        metadata.setNumber(key, number);
     }
 }
 
 // "3/12", or "3" and the total in another tag.
-void readTracks(const TagLib::PropertyMap &properties, Metadata &facts) {
+void readTracks(const TagLib::PropertyMap &properties, Metadata &metadata) {
     const auto first = [&](const char *name) {
         const auto found = properties.find(name);
         return found == properties.end() || found->second.isEmpty() ? std::string()
                                                                     : utf8(found->second.front());
     };
     const std::string track = first("TRACKNUMBER");
-    setPositive(facts, Fact::TRACK, leadingNumber(track));
+    setPositive(metadata, MetadataKey::TRACK, leadingNumber(track));
     const std::size_t slash = track.find('/');
     std::int64_t tracks =
         slash == std::string::npos ? 0 : leadingNumber(std::string_view(track).substr(slash + 1));
     for (const char *name : {"TRACKTOTAL", "TOTALTRACKS"}) {
         tracks = tracks > 0 ? tracks : leadingNumber(first(name));
     }
-    setPositive(facts, Fact::TRACKS, tracks);
+    setPositive(metadata, MetadataKey::TRACKS, tracks);
 }
 
 bool hasPicture(const TagLib::ID3v2::Tag *tag) { return tag != nullptr && !tag->frameList("APIC").isEmpty(); }
@@ -162,13 +162,13 @@ Details detailsOf(TagLib::File *file) {
     return {};
 }
 
-void readTag(const TagLib::Tag &tag, Metadata &facts) {
-    facts.setText(Fact::TITLE, utf8(tag.title()));
-    facts.setText(Fact::ARTIST, utf8(tag.artist()));
-    facts.setText(Fact::ALBUM, utf8(tag.album()));
-    facts.setText(Fact::GENRE, utf8(tag.genre()));
+void readTag(const TagLib::Tag &tag, Metadata &metadata) {
+    metadata.setText(MetadataKey::TITLE, utf8(tag.title()));
+    metadata.setText(MetadataKey::ARTIST, utf8(tag.artist()));
+    metadata.setText(MetadataKey::ALBUM, utf8(tag.album()));
+    metadata.setText(MetadataKey::GENRE, utf8(tag.genre()));
     if (const unsigned year = tag.year(); year > 0 && year <= 9999) {
-        facts.setText(Fact::YEAR, std::to_string(year));
+        metadata.setText(MetadataKey::YEAR, std::to_string(year));
     }
 }
 
@@ -182,16 +182,16 @@ const TagLib::Tag *tagOf(const TagLib::FileRef &reference) {
     return reference.tag();
 }
 
-void readSound(const TagLib::AudioProperties &sound, Metadata &facts) {
+void readSound(const TagLib::AudioProperties &sound, Metadata &metadata) {
     constexpr std::int64_t KILOBIT = 1000;
-    setPositive(facts, Fact::DURATION, sound.lengthInMilliseconds());
-    setPositive(facts, Fact::BITRATE, sound.bitrate() * KILOBIT);
-    setPositive(facts, Fact::SAMPLE_RATE, sound.sampleRate());
+    setPositive(metadata, MetadataKey::DURATION, sound.lengthInMilliseconds());
+    setPositive(metadata, MetadataKey::BITRATE, sound.bitrate() * KILOBIT);
+    setPositive(metadata, MetadataKey::SAMPLE_RATE, sound.sampleRate());
 }
 
 } // namespace
 
-bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts) {
+bool readMusic(MediaFile &file, const Signature &signature, Metadata &metadata) {
     // TagLib prefers the extension of the name.
     MusicStream stream(file, std::string("file.") + signature.format);
     const TagLib::FileRef reference(&stream);
@@ -199,17 +199,17 @@ bool readMusic(MediaFile &file, const Signature &signature, Metadata &facts) {
         return false;
     }
     if (const TagLib::Tag *tag = tagOf(reference)) {
-        readTag(*tag, facts);
+        readTag(*tag, metadata);
     }
-    readTracks(reference.file()->properties(), facts);
+    readTracks(reference.file()->properties(), metadata);
     if (const TagLib::AudioProperties *sound = reference.audioProperties()) {
-        readSound(*sound, facts);
+        readSound(*sound, metadata);
         const Details details = detailsOf(reference.file());
-        facts.setText(Fact::AUDIO_CODEC, details.codec);
-        setPositive(facts, Fact::SAMPLE_BITS, details.sampleBits);
-        facts.setNumber(Fact::HAS_COVER, details.hasCover ? 1 : 0);
+        metadata.setText(MetadataKey::AUDIO_CODEC, details.codec);
+        setPositive(metadata, MetadataKey::SAMPLE_BITS, details.sampleBits);
+        metadata.setNumber(MetadataKey::HAS_COVER, details.hasCover ? 1 : 0);
     }
-    facts.setNumber(Fact::HAS_ONLY_SOUND, 1);
+    metadata.setNumber(MetadataKey::HAS_ONLY_SOUND, 1);
     return true;
 }
 

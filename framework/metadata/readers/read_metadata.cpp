@@ -11,44 +11,45 @@ namespace mrb {
 namespace {
 
 // TagLib first; libav for what TagLib does not know of the audio in its own formats.
-void readSound(MediaFile &file, const Signature &signature, Metadata &facts) {
-    if (!readMusic(file, signature, facts)) {
-        readContainer(file, signature, facts);
-    } else if (!facts.has(Fact::DURATION) || !facts.has(Fact::BITRATE) || !facts.has(Fact::SAMPLE_RATE)) {
+void readSound(MediaFile &file, const Signature &signature, Metadata &metadata) {
+    if (!readMusic(file, signature, metadata)) {
+        readContainer(file, signature, metadata);
+    } else if (!metadata.has(MetadataKey::DURATION) || !metadata.has(MetadataKey::BITRATE) ||
+               !metadata.has(MetadataKey::SAMPLE_RATE)) {
         Metadata rest;
         readContainer(file, signature, rest);
-        facts.fillGaps(rest);
-    } else if (!facts.has(Fact::AUDIO_CODEC)) {
-        readSoundCodec(file, signature, facts);
+        metadata.fillGaps(rest);
+    } else if (!metadata.has(MetadataKey::AUDIO_CODEC)) {
+        readSoundCodec(file, signature, metadata);
     }
 }
 
-void readMedium(MediaFile &file, const Signature &signature, Metadata &facts) {
+void readMedium(MediaFile &file, const Signature &signature, Metadata &metadata) {
     switch (signature.medium) {
     case Medium::JPEG:
-        readJpeg(file, facts);
+        readJpeg(file, metadata);
         break;
     case Medium::PNG:
-        readPng(file, facts);
+        readPng(file, metadata);
         break;
     case Medium::GIF:
-        readGif(file, facts);
+        readGif(file, metadata);
         break;
     case Medium::BMP:
-        readBmp(file, facts);
+        readBmp(file, metadata);
         break;
     case Medium::WEBP:
-        readWebp(file, facts);
+        readWebp(file, metadata);
         break;
     case Medium::HEIF:
-        readHeif(file, facts);
+        readHeif(file, metadata);
         break;
     case Medium::MUSIC:
-        readSound(file, signature, facts);
+        readSound(file, signature, metadata);
         break;
     case Medium::PICTURE:
     case Medium::FILM:
-        readContainer(file, signature, facts);
+        readContainer(file, signature, metadata);
         break;
     case Medium::NONE:
         break;
@@ -60,16 +61,16 @@ bool isPicture(Medium medium) {
 }
 
 // The ratio as displayed, turned upright. A picture that has one never gets 0.
-void setPictureRatio(Metadata &facts) {
+void setPictureRatio(Metadata &metadata) {
     constexpr std::int64_t THOUSAND = 1000;
-    std::int64_t width = facts.number(Fact::WIDTH);
-    std::int64_t height = facts.number(Fact::HEIGHT);
-    if (facts.number(Fact::ORIENTATION) >= 5) {
+    std::int64_t width = metadata.number(MetadataKey::WIDTH);
+    std::int64_t height = metadata.number(MetadataKey::HEIGHT);
+    if (metadata.number(MetadataKey::ORIENTATION) >= 5) {
         std::swap(width, height);
     }
     if (width > 0 && height > 0) {
-        facts.setNumber(Fact::ASPECT_RATIO,
-                        std::max<std::int64_t>((width * THOUSAND + height / 2) / height, 1));
+        metadata.setNumber(MetadataKey::ASPECT_RATIO,
+                           std::max<std::int64_t>((width * THOUSAND + height / 2) / height, 1));
     }
 }
 
@@ -77,14 +78,14 @@ void setPictureRatio(Metadata &facts) {
 
 void mrb_start_readers() { loadHeifPlugins(); }
 
-void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts, Status &outcome) {
+void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &outcome) {
     const std::string head = file.read(0, SIGNATURE_BYTES);
     const Signature signature = signatureOf(head, name);
-    facts.setText(Fact::MIME_TYPE, signature.mimeType);
-    facts.setText(Fact::FORMAT, signature.format);
+    metadata.setText(MetadataKey::MIME_TYPE, signature.mimeType);
+    metadata.setText(MetadataKey::FORMAT, signature.format);
     outcome = {};
     try {
-        readMedium(file, signature, facts);
+        readMedium(file, signature, metadata);
     } catch (const std::bad_alloc &) {
         outcome = Status::outOfMemory("There is not enough memory to read \"" + name + "\".");
         return;
@@ -93,7 +94,7 @@ void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &facts
         MRB_LOG_WARNING("The metadata of \"%s\" are damaged: %s", name.c_str(), failure.what());
     }
     if (isPicture(signature.medium)) {
-        setPictureRatio(facts);
+        setPictureRatio(metadata);
     }
     if (file.failed()) {
         outcome = {file.failure(), "\"" + name + "\" cannot be read to its end."};

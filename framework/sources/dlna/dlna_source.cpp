@@ -70,7 +70,7 @@ ItemLocation DlnaSource::locate(const ItemInfo &item) const {
     ObjectRecord record = unpackRecord(item.record);
     location.thumbnail = std::move(record.thumbnail);
     location.url = std::move(record.url);
-    location.mimeType = isFolder ? FOLDER_MIME_TYPE : record.facts.text(Fact::MIME_TYPE);
+    location.mimeType = isFolder ? FOLDER_MIME_TYPE : record.metadata.text(MetadataKey::MIME_TYPE);
     return location;
 }
 
@@ -81,8 +81,8 @@ Status DlnaSource::reach(const ItemInfo & /*item*/) const {
     return Status::deviceRemoved("The DLNA server \"" + server_.name + "\" is not available any more.");
 }
 
-std::optional<ToldFacts> DlnaSource::told(const ItemInfo &item) const {
-    return ToldFacts{unpackRecord(item.record).facts};
+std::optional<SourceMetadata> DlnaSource::sourceMetadata(const ItemInfo &item) const {
+    return SourceMetadata{unpackRecord(item.record).metadata};
 }
 
 std::optional<ItemInfo> DlnaSource::identify(const std::string &mediaId) const {

@@ -29,7 +29,7 @@ class DlnaSource final : public Source {
     FillResult fill(ItemSink &sink) override;
     [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
     [[nodiscard]] Status reach(const ItemInfo &item) const override;
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemInfo &item) const override;
+    [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &item) const override;
     [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
 
   private:

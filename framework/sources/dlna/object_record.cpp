@@ -15,7 +15,7 @@ namespace {
 // (little-endian), and the value; numbers in this machine's byte order.
 constexpr unsigned char URL = 254;
 constexpr unsigned char THUMBNAIL = 255;
-static_assert(FACTS < URL);
+static_assert(METADATA_KEYS < URL);
 constexpr std::size_t HEADER_BYTES = 4;
 
 // A list stores at most 65,535 bytes of an item, including its id.
@@ -44,7 +44,7 @@ Number numberOf(std::string_view bytes) {
     return number;
 }
 
-void append(std::string &packed, unsigned char tag, const FactValue &value) {
+void append(std::string &packed, unsigned char tag, const MetadataValue &value) {
     if (const auto *text = std::get_if<std::string>(&value)) {
         append(packed, tag, 't', *text);
     } else if (const auto *number = std::get_if<std::int64_t>(&value)) {
@@ -88,8 +88,8 @@ std::string packRecord(const dlna::MediaObject &object) {
     std::string packed;
     append(packed, URL, 't', object.url);
     append(packed, THUMBNAIL, 't', object.thumbnail);
-    for (std::size_t fact = 0; fact < FACTS; ++fact) {
-        append(packed, static_cast<unsigned char>(fact), object.facts[static_cast<Fact>(fact)]);
+    for (std::size_t key = 0; key < METADATA_KEYS; ++key) {
+        append(packed, static_cast<unsigned char>(key), object.metadata[static_cast<MetadataKey>(key)]);
     }
     return packed;
 }
@@ -107,12 +107,12 @@ ObjectRecord unpackRecord(std::string_view packed) {
             record.url = value;
         } else if (tag == THUMBNAIL) {
             record.thumbnail = value;
-        } else if (tag < FACTS && kind == 't') {
-            record.facts.set(static_cast<Fact>(tag), std::string(value));
-        } else if (tag < FACTS && kind == 'n') {
-            record.facts.set(static_cast<Fact>(tag), numberOf<std::int64_t>(value));
-        } else if (tag < FACTS) {
-            record.facts.set(static_cast<Fact>(tag), numberOf<double>(value));
+        } else if (tag < METADATA_KEYS && kind == 't') {
+            record.metadata.set(static_cast<MetadataKey>(tag), std::string(value));
+        } else if (tag < METADATA_KEYS && kind == 'n') {
+            record.metadata.set(static_cast<MetadataKey>(tag), numberOf<std::int64_t>(value));
+        } else if (tag < METADATA_KEYS) {
+            record.metadata.set(static_cast<MetadataKey>(tag), numberOf<double>(value));
         }
     }
     return record;
@@ -128,7 +128,7 @@ int itemTypeOf(const dlna::MediaObject &object) {
         }
     }
     for (const Class &each : MIME_TYPES) {
-        if (object.facts.text(Fact::MIME_TYPE).starts_with(each.name)) {
+        if (object.metadata.text(MetadataKey::MIME_TYPE).starts_with(each.name)) {
             return each.itemType;
         }
     }

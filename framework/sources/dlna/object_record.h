@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "dlna/directories.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 
@@ -13,7 +13,7 @@ namespace mrb {
 struct ObjectRecord {
     std::string url;
     std::string thumbnail; // URL
-    Metadata facts;
+    Metadata metadata;
 };
 
 // Serializes the record; texts that exceed a list's maximum are left out.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 namespace mrb {
 namespace {

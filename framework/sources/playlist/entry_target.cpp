@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "media/media_types.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 #include "mrb/agent.h"
 #include "sources/folder/folder_reader.h"
 #include "sources/playlist/reference.h"

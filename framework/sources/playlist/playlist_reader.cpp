@@ -10,7 +10,7 @@
 
 #include "base/log.h"
 #include "media/media_types.h"
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 #include "mrb/agent.h"
 #include "text/text.h"
 

@@ -135,16 +135,16 @@ ItemLocation PlaylistSource::locate(const ItemInfo &item) const {
     return location;
 }
 
-std::optional<ToldFacts> PlaylistSource::told(const ItemInfo &item) const {
+std::optional<SourceMetadata> PlaylistSource::sourceMetadata(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
     if (!row) {
         return std::nullopt;
     }
-    ToldFacts info;
+    SourceMetadata info;
     info.isMissing = row->kind == EntryTarget::Kind::MISSING;
-    info.metadata.setText(Fact::TITLE, row->title);
+    info.metadata.setText(MetadataKey::TITLE, row->title);
     if (row->duration != UNKNOWN) {
-        info.metadata.setNumber(Fact::DURATION, row->duration);
+        info.metadata.setNumber(MetadataKey::DURATION, row->duration);
     }
     return info;
 }

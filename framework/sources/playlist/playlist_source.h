@@ -24,7 +24,7 @@ class PlaylistSource final : public Source {
     [[nodiscard]] MountIdentity mountOf(const ItemInfo &item) const override;
     [[nodiscard]] bool namesFiles() const override { return true; }
     [[nodiscard]] std::string watchedFile() const override { return path_; }
-    [[nodiscard]] std::optional<ToldFacts> told(const ItemInfo &item) const override;
+    [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &item) const override;
     [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
 
   private:

@@ -115,14 +115,14 @@ Status CameraScan::readNames(const std::string &path) {
 
 Status CameraScan::readStatus(const std::string &path, const std::vector<std::string> &names,
                               Statuses &status) {
-    struct Told {
+    struct Received {
         Statuses status;
         std::atomic<bool> isComplete = false; // and is not written any more
     };
-    const auto told = std::make_shared<Told>();
+    const auto received = std::make_shared<Received>();
     Status outcome = CameraService::instance().run(
         address_,
-        [told, path, names](Camera &camera) {
+        [received, path, names](Camera &camera) {
             int failures = 0;
             Status last;
             for (const std::string &name : names) {
@@ -133,16 +133,17 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
                     failures == MAX_FAILURES) {
                     return asked;
                 }
-                told->status.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt : std::optional(each));
+                received->status.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt
+                                                                           : std::optional(each));
                 last = asked.ok() ? std::move(last) : std::move(asked);
             }
-            told->isComplete = true;
+            received->isComplete = true;
             return last; // may be an error of the camera
         },
         cancellation_);
     const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
-    if (told->isComplete && !isEnd) {
-        status = std::move(told->status);
+    if (received->isComplete && !isEnd) {
+        status = std::move(received->status);
         return {};
     }
     return outcome;

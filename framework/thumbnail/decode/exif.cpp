@@ -8,25 +8,25 @@
 
 namespace mrb::thumbnail {
 
-ExifFacts readExif(ByteSpan exif) {
-    ExifFacts facts;
+ExifFields readExif(ByteSpan exif) {
+    ExifFields fields;
     if (exif.empty()) {
-        return facts;
+        return fields;
     }
     const std::unique_ptr<ExifData, Deleter<exif_data_unref>> data(
         exif_data_new_from_data(exif.data(), static_cast<unsigned>(exif.size())));
     if (!data) {
-        return facts;
+        return fields;
     }
     const ExifEntry *entry = exif_content_get_entry(data->ifd[EXIF_IFD_0], EXIF_TAG_ORIENTATION);
     if (entry != nullptr && entry->format == EXIF_FORMAT_SHORT && entry->size >= 2) {
         const int orientation = exif_get_short(entry->data, exif_data_get_byte_order(data.get()));
-        facts.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
+        fields.orientation = orientation >= 1 && orientation <= 8 ? orientation : 1;
     }
     if (data->data != nullptr) {
-        facts.picture.assign(data->data, data->data + data->size);
+        fields.picture.assign(data->data, data->data + data->size);
     }
-    return facts;
+    return fields;
 }
 
 } // namespace mrb::thumbnail

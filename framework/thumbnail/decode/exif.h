@@ -4,12 +4,12 @@
 
 namespace mrb::thumbnail {
 
-struct ExifFacts {
+struct ExifFields {
     int orientation = 1; // 1 to 8
     Bytes picture;       // the embedded JPEG thumbnail; empty: none
 };
 
 // Reads EXIF data, from "Exif\0\0" on. Damaged data yield the defaults.
-ExifFacts readExif(ByteSpan exif);
+ExifFields readExif(ByteSpan exif);
 
 } // namespace mrb::thumbnail

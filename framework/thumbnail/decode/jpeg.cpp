@@ -162,7 +162,7 @@ Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const Cancellatio
 bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const CancellationToken &stop,
                     Decoded &decoded) {
     const JpegSegments segments = readJpegSegments(head);
-    const ExifFacts exif = readExif(segments.exif);
+    const ExifFields exif = readExif(segments.exif);
     Decoder whole(head);
     if (!segments.complete || exif.picture.empty() || !whole.readHeader()) {
         return false;

@@ -20,7 +20,7 @@
 #include "support/dlna_client.h"
 #include "support/scripted_server.h"
 
-using mrb::Fact;
+using mrb::MetadataKey;
 using mrb::Status;
 using mrb::dlna::Directories;
 using mrb::dlna::Page;
@@ -124,9 +124,9 @@ TEST_F(DlnaHostile, AValidResponseIsRead) {
     EXPECT_EQ(page.objects[0].title, "seven");
     EXPECT_EQ(page.objects[0].size, 1234);
     EXPECT_EQ(page.objects[0].url, "http://127.0.0.1:1/7.jpg");
-    EXPECT_EQ(page.objects[0].facts.number(Fact::WIDTH), 400);
-    EXPECT_EQ(page.objects[0].facts.text(Fact::MIME_TYPE), "image/jpeg");
-    EXPECT_EQ(page.objects[0].facts.text(Fact::DATE_TAKEN), "2026-11-21T10:20:30Z");
+    EXPECT_EQ(page.objects[0].metadata.number(MetadataKey::WIDTH), 400);
+    EXPECT_EQ(page.objects[0].metadata.text(MetadataKey::MIME_TYPE), "image/jpeg");
+    EXPECT_EQ(page.objects[0].metadata.text(MetadataKey::DATE_TAKEN), "2026-11-21T10:20:30Z");
     EXPECT_TRUE(page.objects[1].isContainer);
 }
 

@@ -168,9 +168,9 @@ TEST_F(FieldsOfFormats, TimesAfter2038AreTrueWhereThereIsRoomForThem) {
          "exiftool -q -q -overwrite_original -EXIF:DateTimeOriginal='2101:02:03 04:05:06' a.jpg; "
          "touch -d 2100-05-06T07:08:09Z a.jpg; touch -d 2300-01-01T00:00:00Z b.jpg; "
          "touch -d 1960-01-01T00:00:00Z c.jpg");
-    struct stat facts {};
-    ASSERT_EQ(stat(folder_.path("b.jpg").c_str(), &facts), 0);
-    if (facts.st_mtim.tv_sec != 10'413'792'000) {
+    struct stat metadata {};
+    ASSERT_EQ(stat(folder_.path("b.jpg").c_str(), &metadata), 0);
+    if (metadata.st_mtim.tv_sec != 10'413'792'000) {
         GTEST_SKIP() << "the file system of the temporary folder keeps no such times";
     }
     client_.list({.path = folder_.path(), .sortCategory = "DATE"});

@@ -57,14 +57,14 @@ class Fields : public support::MediaTest {
 };
 
 TEST_F(Fields, OfTheFileSystemAreThoseOfTheFile) {
-    struct stat facts {};
-    ASSERT_EQ(stat(path("song.mp3").c_str(), &facts), 0);
+    struct stat metadata {};
+    ASSERT_EQ(stat(path("song.mp3").c_str(), &metadata), 0);
     const int song = at("song.mp3");
-    EXPECT_EQ(longNumber(client_, song, "SIZE"), facts.st_size);
+    EXPECT_EQ(longNumber(client_, song, "SIZE"), metadata.st_size);
     EXPECT_EQ(number(client_, song, "MEDIA_TYPE"), MRB_ITEM_TYPE_MUSIC);
     const auto [code, modified] = fieldOf(client_, song, mrb_get_item_value_time_v2, "MODIFIED_TIME", 0);
     EXPECT_EQ(code, MRB_ERR_NONE);
-    EXPECT_EQ(modified, facts.st_mtim.tv_sec);
+    EXPECT_EQ(modified, metadata.st_mtim.tv_sec);
     const int added = fieldOf(client_, song, mrb_get_item_value_time_v2, "ADDED_TIME", 0).second;
     EXPECT_LE(std::abs(added - modified), 60);
     EXPECT_EQ(text(client_, song, "FILE_PATH"), path("song.mp3"));

@@ -18,16 +18,16 @@
 #include "support/client.h"
 #include "support/folder.h"
 
-using mrb::Fact;
 using mrb::MediaItem;
 using mrb::MediaRecord;
+using mrb::MetadataKey;
 using support::Folder;
 
 namespace {
 
-void readSong(mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata &facts,
+void readSong(mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata &metadata,
               mrb::Status & /*outcome*/) {
-    facts.setText(Fact::ARTIST, "The artist of " + name);
+    metadata.setText(MetadataKey::ARTIST, "The artist of " + name);
 }
 
 // Another program that uses the cache, as SQLite sees it.
@@ -58,7 +58,7 @@ class CacheContention : public testing::Test {
     }
     [[nodiscard]] std::string artist(const std::string &name) const {
         mrb::MediaLibrary library(cache_.path(), readSong);
-        return library.known(item(name))->facts.text(Fact::ARTIST);
+        return library.known(item(name))->metadata.text(MetadataKey::ARTIST);
     }
     [[nodiscard]] std::string file() const { return cache_.path(mrb::MetadataCache::FILE_NAME); }
 
@@ -133,7 +133,7 @@ TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
         // The file still has its own artist.
         std::shared_ptr<const MediaRecord> record;
         EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
-        EXPECT_EQ(record->facts.text(Fact::ARTIST), "The artist of a.flac");
+        EXPECT_EQ(record->metadata.text(MetadataKey::ARTIST), "The artist of a.flac");
     }
     std::shared_ptr<const MediaRecord> record;
     const auto end = std::chrono::steady_clock::now() + support::LIMIT;

@@ -21,9 +21,9 @@
 #include "support/folder.h"
 #include "support/sharing.h"
 
-using mrb::Fact;
 using mrb::MediaItem;
 using mrb::MediaRecord;
+using mrb::MetadataKey;
 using support::Folder;
 
 namespace {
@@ -53,11 +53,11 @@ class Cache : public testing::Test {
     }
 
     [[nodiscard]] MediaItem item() const {
-        struct stat facts {};
-        EXPECT_EQ(stat(media_.path("a.flac").c_str(), &facts), 0);
-        return {
-            media_.path("a.flac"), "a.flac",
-            mrb::MediaPaths(media_.path()).keyOf(media_.path("a.flac"), facts.st_size, facts.st_mtim.tv_sec)};
+        struct stat metadata {};
+        EXPECT_EQ(stat(media_.path("a.flac").c_str(), &metadata), 0);
+        return {media_.path("a.flac"), "a.flac",
+                mrb::MediaPaths(media_.path())
+                    .keyOf(media_.path("a.flac"), metadata.st_size, metadata.st_mtim.tv_sec)};
     }
 
     // The view of another process, or of this one after a restart.
@@ -69,7 +69,7 @@ class Cache : public testing::Test {
     [[nodiscard]] std::string artistBy(MediaLibrary &library) const {
         std::shared_ptr<const MediaRecord> record;
         EXPECT_EQ(library.read(item(), record).code, MRB_ERR_NONE);
-        return record->facts.text(Fact::ARTIST);
+        return record->metadata.text(MetadataKey::ARTIST);
     }
 
     [[nodiscard]] std::string file() const { return cache_.path(mrb::MetadataCache::FILE_NAME); }
@@ -106,7 +106,7 @@ TEST_F(Cache, AFileThatChangedAfterTheListIsReadAsItIs) {
     std::shared_ptr<const MediaRecord> record;
     for (int time = 0; time < 2; ++time) {
         ASSERT_EQ(library.read(before, record).code, MRB_ERR_NONE);
-        EXPECT_EQ(record->facts.text(Fact::ARTIST), "Another artist");
+        EXPECT_EQ(record->metadata.text(MetadataKey::ARTIST), "Another artist");
     }
     // Metadata are kept under the size of the file as read.
     EXPECT_FALSE(library.known(before)->isRead);
@@ -223,7 +223,7 @@ TEST_F(Cache, ReadingAllReturnsEachItemAndStopsOnCancellation) {
     const auto at = [&](std::int32_t index) { return index == 1 ? MediaItem{} : song; };
     const auto take = [&](std::int32_t index, const MediaRecord &record) {
         EXPECT_NE(index, 1);
-        EXPECT_EQ(record.facts.text(Fact::ARTIST), "Zoë");
+        EXPECT_EQ(record.metadata.text(MetadataKey::ARTIST), "Zoë");
         ++taken;
     };
     EXPECT_TRUE(library.readAll(
@@ -238,13 +238,13 @@ TEST_F(Cache, ReadingAllReturnsEachItemAndStopsOnCancellation) {
 TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
     MediaLibrary library(cache_.path());
     MediaItem song = item();
-    song.told.emplace();
-    song.told->setText(Fact::ARTIST, "An artist");
-    song.told->setText(Fact::SYNOPSIS, "A song.");
-    EXPECT_EQ(library.known(song)->facts.text(Fact::ARTIST), "An artist");
+    song.sourceMetadata.emplace();
+    song.sourceMetadata->setText(MetadataKey::ARTIST, "An artist");
+    song.sourceMetadata->setText(MetadataKey::SYNOPSIS, "A song.");
+    EXPECT_EQ(library.known(song)->metadata.text(MetadataKey::ARTIST), "An artist");
     const auto expectBoth = [](const MediaRecord &record) {
-        EXPECT_EQ(record.facts.text(Fact::ARTIST), "Zoë");
-        EXPECT_EQ(record.facts.text(Fact::SYNOPSIS), "A song.");
+        EXPECT_EQ(record.metadata.text(MetadataKey::ARTIST), "Zoë");
+        EXPECT_EQ(record.metadata.text(MetadataKey::SYNOPSIS), "A song.");
     };
     // While the file is read, and afterwards.
     for (int times = 0; times < 2; ++times) {
@@ -257,7 +257,7 @@ TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
     expectBoth(*record);
     expectBoth(*library.known(song));
     // And does not count as the file's own.
-    EXPECT_FALSE(MediaLibrary(cache_.path()).known(item())->facts.has(Fact::SYNOPSIS));
+    EXPECT_FALSE(MediaLibrary(cache_.path()).known(item())->metadata.has(MetadataKey::SYNOPSIS));
 }
 
 TEST_F(Cache, AnItemWithoutAFileHasTheSourceMetadataAlone) {
@@ -266,18 +266,18 @@ TEST_F(Cache, AnItemWithoutAFileHasTheSourceMetadataAlone) {
     mrb::MediaLibrary library(cache_.path(), *+refuse);
     MediaItem song;
     EXPECT_FALSE(song.isKnown());
-    song.told.emplace();
-    song.told->setText(Fact::ARTIST, "An artist");
+    song.sourceMetadata.emplace();
+    song.sourceMetadata->setText(MetadataKey::ARTIST, "An artist");
     EXPECT_TRUE(song.isKnown());
     std::shared_ptr<const MediaRecord> record;
     EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
     EXPECT_TRUE(record->isRead);
-    EXPECT_EQ(record->facts.text(Fact::ARTIST), "An artist");
+    EXPECT_EQ(record->metadata.text(MetadataKey::ARTIST), "An artist");
     int taken = 0;
     EXPECT_TRUE(library.readAll(
         1, [&](std::int32_t /*index*/) { return song; }, [] { return false; },
         [&](std::int32_t /*index*/, const MediaRecord &each) {
-            taken += each.facts.text(Fact::ARTIST) == "An artist" ? 1 : 0;
+            taken += each.metadata.text(MetadataKey::ARTIST) == "An artist" ? 1 : 0;
         }));
     EXPECT_EQ(taken, 1);
     EXPECT_FALSE(std::filesystem::exists(file()));

@@ -16,10 +16,10 @@
 #include "support/client.h"
 
 using mrb::CacheAnswer;
-using mrb::Fact;
-using mrb::FileFacts;
+using mrb::FileMetadata;
 using mrb::MediaKey;
 using mrb::MediaRecord;
+using mrb::MetadataKey;
 using mrb::PromptCache;
 using mrb::Status;
 using mrb::WrittenFields;
@@ -56,11 +56,11 @@ class Storage final : public mrb::CacheStorage {
         }
         return answer;
     }
-    Status store(std::span<const FileFacts> files) override {
+    Status store(std::span<const FileMetadata> files) override {
         const std::lock_guard guard(lock_);
-        for (const auto &[key, facts] : files) {
+        for (const auto &[key, metadata] : files) {
             records_[key.path].isRead = true;
-            records_[key.path].facts = facts;
+            records_[key.path].metadata = metadata;
         }
         return {};
     }
@@ -130,14 +130,14 @@ TEST(PromptCache, FindsWhatWasWrittenAndStored) {
     Storage storage;
     PromptCache cache(storage, PATIENT);
     EXPECT_FALSE(cache.find(file("a"))->isRead);
-    mrb::Metadata facts;
-    facts.setText(Fact::ARTIST, "Zoë");
-    cache.store(file("a"), facts);
+    mrb::Metadata metadata;
+    metadata.setText(MetadataKey::ARTIST, "Zoë");
+    cache.store(file("a"), metadata);
     EXPECT_EQ(cache.write(file("a"), title("Mine")).code, MRB_ERR_NONE);
     EXPECT_EQ(storage.title("a"), "Mine");
     const auto record = cache.find(file("a"));
     EXPECT_FALSE(record->isLate);
-    EXPECT_EQ(record->facts.text(Fact::ARTIST), "Zoë");
+    EXPECT_EQ(record->metadata.text(MetadataKey::ARTIST), "Zoë");
     EXPECT_EQ(titleOf(*record), "Mine");
 }
 

@@ -14,7 +14,7 @@
 #include "support/media.h"
 #include "support/sharing.h"
 
-using mrb::Fact;
+using mrb::MetadataKey;
 using support::Folder;
 
 namespace {
@@ -26,12 +26,12 @@ void write(const std::string &path, const std::string &bytes) {
 // The file's metadata; a test failure when it could not be read.
 mrb::Metadata read(const std::string &path) {
     mrb::MediaFile file;
-    mrb::Metadata facts;
+    mrb::Metadata metadata;
     EXPECT_EQ(file.open(path).code, MRB_ERR_NONE) << path;
     mrb::Status outcome = mrb::Status::ioError();
-    mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), facts, outcome);
+    mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), metadata, outcome);
     EXPECT_EQ(outcome.code, MRB_ERR_NONE) << path;
-    return facts;
+    return metadata;
 }
 
 class HostileMedia : public support::MediaTest {
@@ -51,9 +51,9 @@ TEST_F(HostileMedia, TruncatedFilesHaveLessMetadata) {
              {std::size_t{0}, std::size_t{1}, std::size_t{11}, std::size_t{40}, std::size_t{200},
               std::size_t{1000}, whole.size() / 2, whole.size() - 1}) {
             write(folder_.path(name), whole.substr(0, size));
-            const mrb::Metadata facts = read(folder_.path(name));
+            const mrb::Metadata metadata = read(folder_.path(name));
             if (size == 0) {
-                EXPECT_FALSE(facts.has(Fact::MIME_TYPE)) << name;
+                EXPECT_FALSE(metadata.has(MetadataKey::MIME_TYPE)) << name;
             }
         }
     }
@@ -63,7 +63,7 @@ TEST_F(HostileMedia, DamagedFilesDoNoHarm) {
     std::mt19937 random(7);
     for (const std::string name : NAMES) {
         const std::string whole = support::bytesOf(media_->path(name));
-        const std::string intact = read(media_->path(name)).text(Fact::MIME_TYPE);
+        const std::string intact = read(media_->path(name)).text(MetadataKey::MIME_TYPE);
         EXPECT_NE(intact, "") << name;
         for (int round = 0; round < 60; ++round) {
             std::string bytes = whole.substr(0, 64 << 10);
@@ -74,12 +74,12 @@ TEST_F(HostileMedia, DamagedFilesDoNoHarm) {
                 bytes[random() % range] = static_cast<char>(flip % 3 == 0 ? 0xff : random());
             }
             write(folder_.path(name), bytes);
-            const mrb::Metadata facts = read(folder_.path(name));
-            EXPECT_LE(facts.text(Fact::TITLE).size(), mrb::Metadata::MAX_TEXT_LENGTH);
-            EXPECT_GE(facts.number(Fact::WIDTH), 0) << name;
-            EXPECT_GE(facts.number(Fact::DURATION), 0) << name;
+            const mrb::Metadata metadata = read(folder_.path(name));
+            EXPECT_LE(metadata.text(MetadataKey::TITLE).size(), mrb::Metadata::MAX_TEXT_LENGTH);
+            EXPECT_GE(metadata.number(MetadataKey::WIDTH), 0) << name;
+            EXPECT_GE(metadata.number(MetadataKey::DURATION), 0) << name;
         }
-        EXPECT_EQ(read(media_->path(name)).text(Fact::MIME_TYPE), intact) << name;
+        EXPECT_EQ(read(media_->path(name)).text(MetadataKey::MIME_TYPE), intact) << name;
     }
 }
 
@@ -88,12 +88,12 @@ TEST_F(HostileMedia, AWrongExtensionIsFoundOut) {
     write(folder_.path("a.jpg"), support::bytesOf(media_->path("song.flac")));
     write(folder_.path("a.mp4"), support::bytesOf(media_->path("song.ogg")));
     const mrb::Metadata picture = read(folder_.path("a.mp3"));
-    EXPECT_EQ(picture.text(Fact::MIME_TYPE), "image/jpeg");
-    EXPECT_EQ(picture.number(Fact::WIDTH), 320);
+    EXPECT_EQ(picture.text(MetadataKey::MIME_TYPE), "image/jpeg");
+    EXPECT_EQ(picture.number(MetadataKey::WIDTH), 320);
     const mrb::Metadata music = read(folder_.path("a.jpg"));
-    EXPECT_EQ(music.text(Fact::MIME_TYPE), "audio/flac");
-    EXPECT_EQ(music.text(Fact::ARTIST), "東京トリオ");
-    EXPECT_EQ(read(folder_.path("a.mp4")).text(Fact::ARTIST), "東京トリオ");
+    EXPECT_EQ(music.text(MetadataKey::MIME_TYPE), "audio/flac");
+    EXPECT_EQ(music.text(MetadataKey::ARTIST), "東京トリオ");
+    EXPECT_EQ(read(folder_.path("a.mp4")).text(MetadataKey::ARTIST), "東京トリオ");
 }
 
 TEST_F(HostileMedia, ExifThatPointsOutsideItselfIsLeftOut) {
@@ -105,10 +105,10 @@ TEST_F(HostileMedia, ExifThatPointsOutsideItselfIsLeftOut) {
     const std::string app1 = "\xff\xe1"s + '\0' + static_cast<char>(exif.size() + 2) + exif;
     const std::string jpeg = support::bytesOf(media_->path("plain.jpg"));
     write(folder_.path("a.jpg"), jpeg.substr(0, 2) + app1 + jpeg.substr(2));
-    const mrb::Metadata facts = read(folder_.path("a.jpg"));
-    EXPECT_FALSE(facts.has(Fact::MODEL));
-    EXPECT_FALSE(facts.has(Fact::EXPOSURE_TIME));
-    EXPECT_EQ(facts.number(Fact::WIDTH), 320);
+    const mrb::Metadata metadata = read(folder_.path("a.jpg"));
+    EXPECT_FALSE(metadata.has(MetadataKey::MODEL));
+    EXPECT_FALSE(metadata.has(MetadataKey::EXPOSURE_TIME));
+    EXPECT_EQ(metadata.number(MetadataKey::WIDTH), 320);
 }
 
 TEST_F(HostileMedia, ImpossibleExifValuesAreLeftOut) {
@@ -118,12 +118,12 @@ TEST_F(HostileMedia, ImpossibleExifValuesAreLeftOut) {
                                    "-EXIF:ExposureTime=0/0 -EXIF:FNumber=0/0 -EXIF:ISO=0 "
                                    "-EXIF:DateTimeOriginal='2024:13:45 99:00:00' -EXIF:GPSLatitude=0/0 "
                                    "-EXIF:GPSLongitude=0/0 -EXIF:Model='Lens\t\x01 ' a.jpg");
-    const mrb::Metadata facts = read(folder_.path(name));
-    for (const Fact fact : {Fact::ORIENTATION, Fact::EXPOSURE_TIME, Fact::F_NUMBER, Fact::ISO,
-                            Fact::DATE_TAKEN, Fact::LATITUDE}) {
-        EXPECT_FALSE(facts.has(fact)) << static_cast<int>(fact);
+    const mrb::Metadata metadata = read(folder_.path(name));
+    for (const MetadataKey key : {MetadataKey::ORIENTATION, MetadataKey::EXPOSURE_TIME, MetadataKey::F_NUMBER,
+                                  MetadataKey::ISO, MetadataKey::DATE_TAKEN, MetadataKey::LATITUDE}) {
+        EXPECT_FALSE(metadata.has(key)) << static_cast<int>(key);
     }
-    EXPECT_EQ(facts.text(Fact::MODEL), "Lens");
+    EXPECT_EQ(metadata.text(MetadataKey::MODEL), "Lens");
 }
 
 TEST_F(HostileMedia, TagsOfMegabytesAreCut) {
@@ -140,7 +140,7 @@ TEST_F(HostileMedia, TagsOfMegabytesAreCut) {
         "TIT2" + sevens(SIZE) + std::string(2, '\0') + '\x03' + std::string(SIZE - 1, 'a');
     const std::string song = support::bytesOf(media_->path("song.mp3"));
     write(folder_.path("a.mp3"), "ID3\x04" + std::string(2, '\0') + sevens(frame.size()) + frame + song);
-    EXPECT_EQ(read(folder_.path("a.mp3")).text(Fact::TITLE),
+    EXPECT_EQ(read(folder_.path("a.mp3")).text(MetadataKey::TITLE),
               std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'a'));
 }
 
@@ -148,8 +148,8 @@ TEST_F(HostileMedia, APlaylistInAFilmsClothesOpensNoOtherFile) {
     write(folder_.path("a.ts"),
           "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + media_->path("film.ts") + "\n");
     write(folder_.path("b.mkv"), "ffconcat version 1.0\nfile '" + media_->path("film.mkv") + "'\n");
-    EXPECT_FALSE(read(folder_.path("a.ts")).has(Fact::WIDTH));
-    EXPECT_FALSE(read(folder_.path("b.mkv")).has(Fact::WIDTH));
+    EXPECT_FALSE(read(folder_.path("a.ts")).has(MetadataKey::WIDTH));
+    EXPECT_FALSE(read(folder_.path("b.mkv")).has(MetadataKey::WIDTH));
 }
 
 } // namespace

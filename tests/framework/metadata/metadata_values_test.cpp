@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 TEST(CleanText, IsUtf8OnOneLineOfBoundedLength) {
     EXPECT_EQ(mrb::cleanText("  a\tb\n "), "a b");

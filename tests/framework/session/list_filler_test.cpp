@@ -28,8 +28,8 @@ class ScriptedSource final : public mrb::Source {
     mrb::ItemLocation locate(const mrb::ItemInfo &item) const override {
         return {.url = "http://server/" + item.name};
     }
-    std::optional<mrb::ToldFacts> told(const mrb::ItemInfo & /*item*/) const override {
-        return mrb::ToldFacts{};
+    std::optional<mrb::SourceMetadata> sourceMetadata(const mrb::ItemInfo & /*item*/) const override {
+        return mrb::SourceMetadata{};
     }
     std::string watchedRoot() const override { return root_; }
     std::optional<mrb::ItemInfo> identify(const std::string & /*mediaId*/) const override { return {}; }
@@ -157,10 +157,10 @@ TEST(ListFiller, ASourceBelowNoFolderIsNotWatched) {
 TEST(ItemResolver, BlanksAndHeadingsAreNothingOutsideOfTheList) {
     const mrb::ItemResolver items(std::make_unique<ScriptedSource>(nullptr));
     EXPECT_EQ(items.locate(infoOf(IMAGE)).url, "http://server/n");
-    EXPECT_TRUE(items.told(infoOf(IMAGE)));
+    EXPECT_TRUE(items.sourceMetadata(infoOf(IMAGE)));
     for (const std::uint8_t type : {MRB_ITEM_TYPE_GROUP, MRB_ITEM_TYPE_EMPTY}) {
         EXPECT_EQ(items.locate(infoOf(type)).url, "");
-        EXPECT_FALSE(items.told(infoOf(type)));
+        EXPECT_FALSE(items.sourceMetadata(infoOf(type)));
         EXPECT_FALSE(items.mediaOf(infoOf(type)).isKnown());
     }
 }

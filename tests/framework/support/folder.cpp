@@ -22,8 +22,8 @@ std::filesystem::path placeForFolders() {
     return access(inMemory, W_OK | X_OK) == 0 ? inMemory : std::filesystem::temp_directory_path();
 }
 
-void require(bool fact, const char *what) {
-    if (!fact) {
+void require(bool key, const char *what) {
+    if (!key) {
         throw std::system_error(errno, std::generic_category(), what);
     }
 }

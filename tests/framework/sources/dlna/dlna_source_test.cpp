@@ -108,8 +108,8 @@ class Sink final : public mrb::ItemSink {
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> all;
         for (std::int32_t item = 0; item < store.size(); ++item) {
-            const ItemInfo facts = store.info(item);
-            all.push_back(facts.folder.empty() ? facts.name : facts.folder + "/" + facts.name);
+            const ItemInfo metadata = store.info(item);
+            all.push_back(metadata.folder.empty() ? metadata.name : metadata.folder + "/" + metadata.name);
         }
         return all;
     }

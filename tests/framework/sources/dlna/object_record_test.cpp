@@ -8,9 +8,9 @@
 #include "list/item_store.h"
 #include "sources/dlna/object_record.h"
 
-using mrb::Fact;
 using mrb::ItemInfo;
 using mrb::ItemStore;
+using mrb::MetadataKey;
 using mrb::dlna::MediaObject;
 using testing::IsEmpty;
 
@@ -19,9 +19,9 @@ TEST(DlnaRecord, ComesBackAsItWasFromAList) {
     object.id = "object 7";
     object.url = "http://10.0.0.1/7.jpg";
     object.thumbnail = "http://10.0.0.1/7-small.jpg";
-    object.facts.setText(Fact::ARTIST, "Ünal");
-    object.facts.setNumber(Fact::DURATION, 123'456'789'012);
-    object.facts.setReal(Fact::LATITUDE, 48.5);
+    object.metadata.setText(MetadataKey::ARTIST, "Ünal");
+    object.metadata.setNumber(MetadataKey::DURATION, 123'456'789'012);
+    object.metadata.setReal(MetadataKey::LATITUDE, 48.5);
     const std::string packed = mrb::packRecord(object);
     mrb::SourceItem item;
     item.name = "seven";
@@ -29,15 +29,15 @@ TEST(DlnaRecord, ComesBackAsItWasFromAList) {
     item.record = packed;
     ItemStore store;
     ASSERT_TRUE(store.add(item, true));
-    const ItemInfo facts = store.info(0);
-    EXPECT_EQ(facts.id, "object 7");
-    const mrb::ObjectRecord record = mrb::unpackRecord(facts.record);
+    const ItemInfo metadata = store.info(0);
+    EXPECT_EQ(metadata.id, "object 7");
+    const mrb::ObjectRecord record = mrb::unpackRecord(metadata.record);
     EXPECT_EQ(record.url, object.url);
     EXPECT_EQ(record.thumbnail, object.thumbnail);
-    EXPECT_EQ(record.facts.text(Fact::ARTIST), "Ünal");
-    EXPECT_EQ(record.facts.number(Fact::DURATION), 123'456'789'012);
-    EXPECT_EQ(record.facts[Fact::LATITUDE], mrb::FactValue(48.5));
-    EXPECT_FALSE(record.facts.has(Fact::ALBUM));
+    EXPECT_EQ(record.metadata.text(MetadataKey::ARTIST), "Ünal");
+    EXPECT_EQ(record.metadata.number(MetadataKey::DURATION), 123'456'789'012);
+    EXPECT_EQ(record.metadata[MetadataKey::LATITUDE], mrb::MetadataValue(48.5));
+    EXPECT_FALSE(record.metadata.has(MetadataKey::ALBUM));
     ItemInfo wanted;
     wanted.id = "object 7";
     EXPECT_TRUE(store.isItem(0, wanted));
@@ -53,8 +53,9 @@ TEST(DlnaRecord, OfAListThatGaveNoneIsEmpty) {
 
 TEST(DlnaRecord, OfLongTextsFitsIntoAList) {
     MediaObject object;
-    for (std::size_t fact = 0; fact < mrb::FACTS; ++fact) {
-        object.facts.setText(static_cast<Fact>(fact), std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'x'));
+    for (std::size_t key = 0; key < mrb::METADATA_KEYS; ++key) {
+        object.metadata.setText(static_cast<MetadataKey>(key),
+                                std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'x'));
     }
     object.id = std::string(mrb::Metadata::MAX_TEXT_LENGTH, 'i');
     const std::string packed = mrb::packRecord(object);

@@ -1,4 +1,4 @@
-#include "metadata/facts.h"
+#include "metadata/metadata.h"
 
 #include <cmath>
 
@@ -38,36 +38,36 @@ std::string cleanText(std::string_view bytes) {
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-void Metadata::setText(Fact fact, std::string_view bytes) {
+void Metadata::setText(MetadataKey key, std::string_view bytes) {
     std::string text = cleanText(bytes);
     if (!text.empty()) {
-        at(fact) = std::move(text);
+        at(key) = std::move(text);
     }
 }
 
 void Metadata::fillGaps(const Metadata &other) {
-    for (std::size_t number = 0; number < FACTS; ++number) {
-        const auto fact = static_cast<Fact>(number);
-        if (!has(fact)) {
-            at(fact) = other[fact];
+    for (std::size_t number = 0; number < METADATA_KEYS; ++number) {
+        const auto key = static_cast<MetadataKey>(number);
+        if (!has(key)) {
+            at(key) = other[key];
         }
     }
 }
 
-void Metadata::setReal(Fact fact, double number) {
+void Metadata::setReal(MetadataKey key, double number) {
     if (std::isfinite(number)) {
-        at(fact) = number;
+        at(key) = number;
     }
 }
 
-const std::string &Metadata::text(Fact fact) const {
+const std::string &Metadata::text(MetadataKey key) const {
     static OnDemand<std::string> nothing;
-    const auto *text = std::get_if<std::string>(&(*this)[fact]);
+    const auto *text = std::get_if<std::string>(&(*this)[key]);
     return text != nullptr ? *text : nothing.get();
 }
 
-std::int64_t Metadata::number(Fact fact) const {
-    const auto *number = std::get_if<std::int64_t>(&(*this)[fact]);
+std::int64_t Metadata::number(MetadataKey key) const {
+    const auto *number = std::get_if<std::int64_t>(&(*this)[key]);
     return number != nullptr ? *number : 0;
 }
 

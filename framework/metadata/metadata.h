@@ -9,7 +9,7 @@
 namespace mrb {
 
 // The metadata of a media file. The comment gives the unit of a number; everything else is text.
-enum class Fact : std::uint8_t {
+enum class MetadataKey : std::uint8_t {
     MIME_TYPE,
     FORMAT, // the short name of the file's format, such as "jpeg"
     TITLE,
@@ -44,10 +44,10 @@ enum class Fact : std::uint8_t {
     HAS_ONLY_SOUND, // 0 or 1
     IS_ENCRYPTED,   // 0 or 1
 };
-inline constexpr std::size_t FACTS = static_cast<std::size_t>(Fact::IS_ENCRYPTED) + 1;
+inline constexpr std::size_t METADATA_KEYS = static_cast<std::size_t>(MetadataKey::IS_ENCRYPTED) + 1;
 
 // No value, an integer, a real number or a text.
-using FactValue = std::variant<std::monostate, std::int64_t, double, std::string>;
+using MetadataValue = std::variant<std::monostate, std::int64_t, double, std::string>;
 
 // The metadata of one file. Input may be hostile: texts are made valid UTF-8 without control
 // characters and cut at MAX_TEXT_LENGTH, and values that are empty or not finite are left out. A
@@ -56,25 +56,25 @@ class Metadata {
   public:
     static constexpr std::size_t MAX_TEXT_LENGTH = 4096; // bytes
 
-    void setText(Fact fact, std::string_view bytes);
-    void setNumber(Fact fact, std::int64_t number) { at(fact) = number; }
-    void setReal(Fact fact, double number);
-    void set(Fact fact, FactValue value) { at(fact) = std::move(value); }
+    void setText(MetadataKey key, std::string_view bytes);
+    void setNumber(MetadataKey key, std::int64_t number) { at(key) = number; }
+    void setReal(MetadataKey key, double number);
+    void set(MetadataKey key, MetadataValue value) { at(key) = std::move(value); }
     // Takes the values that are missing here from `other`.
     void fillGaps(const Metadata &other);
 
-    [[nodiscard]] const FactValue &operator[](Fact fact) const {
-        return values_[static_cast<std::size_t>(fact)];
+    [[nodiscard]] const MetadataValue &operator[](MetadataKey key) const {
+        return values_[static_cast<std::size_t>(key)];
     }
-    [[nodiscard]] bool has(Fact fact) const { return (*this)[fact].index() != 0; }
+    [[nodiscard]] bool has(MetadataKey key) const { return (*this)[key].index() != 0; }
     // A value that is missing or of another type is empty or 0.
-    [[nodiscard]] const std::string &text(Fact fact) const;
-    [[nodiscard]] std::int64_t number(Fact fact) const;
+    [[nodiscard]] const std::string &text(MetadataKey key) const;
+    [[nodiscard]] std::int64_t number(MetadataKey key) const;
 
   private:
-    FactValue &at(Fact fact) { return values_[static_cast<std::size_t>(fact)]; }
+    MetadataValue &at(MetadataKey key) { return values_[static_cast<std::size_t>(key)]; }
 
-    std::array<FactValue, FACTS> values_;
+    std::array<MetadataValue, METADATA_KEYS> values_;
 };
 
 // `bytes` as a text for one line, at most Metadata::MAX_TEXT_LENGTH long.
