@@ -26,8 +26,8 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
         return MRB_ERR_INVALID_HANDLE;
     }
     std::unique_ptr<Source> source;
-    ListWishes wishes;
-    Status outcome = readWishes(request, wishes);
+    ListOptions options;
+    Status outcome = parseListOptions(request, options);
     if (outcome.ok()) {
         outcome = makeSource(request, source);
     }
@@ -42,7 +42,7 @@ int Framework::open(const ListRequest &request, Listener listener, mrb_agent_han
     std::shared_ptr<ListSession> session;
     try {
         session =
-            std::make_shared<ListSession>(services_, number, listener, std::move(source), std::move(wishes));
+            std::make_shared<ListSession>(services_, number, listener, std::move(source), std::move(options));
         events_.start();
         workers_.start([session] { session->run(); });
     } catch (...) {

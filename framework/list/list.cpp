@@ -18,7 +18,7 @@ bool List::add(std::span<const SourceItem> items) {
     std::vector<bool> passes;
     passes.reserve(items.size());
     for (const SourceItem &item : items) {
-        passes.push_back(wishes_.filter.passes(item));
+        passes.push_back(options_.filter.passes(item));
     }
     const std::lock_guard guard(state_.lock);
     for (std::size_t index = 0; index < items.size(); ++index) {
@@ -33,7 +33,7 @@ bool List::add(std::span<const SourceItem> items) {
 }
 
 bool List::sort(const CancellationToken &cancellation, const FileValues &valuesOf) {
-    const SortOrder order = wishes_.sort;
+    const SortOrder order = options_.sort;
     if (order.key == SortKey::SOURCE && !order.descending) {
         return true;
     }

@@ -12,9 +12,9 @@
 #include "list/item_store.h"
 #include "list/list_cursor.h"
 #include "list/list_entry.h"
+#include "list/list_options.h"
 #include "list/list_selection.h"
 #include "list/list_state.h"
-#include "list/wishes.h"
 #include "media/item.h"
 
 namespace mrb {
@@ -25,9 +25,9 @@ namespace mrb {
 // to add a run of items or to lay out the view again.
 class List {
   public:
-    explicit List(ListWishes wishes) : wishes_(std::move(wishes)) {}
+    explicit List(ListOptions options) : options_(std::move(options)) {}
 
-    [[nodiscard]] bool wants(std::uint8_t type) const { return wishes_.filter.wants(type); }
+    [[nodiscard]] bool wants(std::uint8_t type) const { return options_.filter.wants(type); }
 
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
 
@@ -81,7 +81,7 @@ class List {
     [[nodiscard]] ItemInfo infoOf(std::int32_t item) const;
 
   private:
-    ListWishes wishes_; // the adding thread alone uses the filter
+    ListOptions options_; // the adding thread alone uses the filter
     ListState state_;
     ListCursor cursor_{state_};
     ListSelection selection_{state_};

@@ -14,8 +14,8 @@
 namespace mrb {
 
 ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
-                         std::unique_ptr<Source> source, ListWishes wishes)
-    : services_(services), handle_(handle), list_(std::make_shared<List>(std::move(wishes))),
+                         std::unique_ptr<Source> source, ListOptions options)
+    : services_(services), handle_(handle), list_(std::make_shared<List>(std::move(options))),
       events_(std::make_shared<ListEvents>(services.events, handle, listener, list_)),
       items_(std::move(source)) {}
 

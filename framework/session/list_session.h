@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "list/list.h"
-#include "list/wishes.h"
+#include "list/list_options.h"
 #include "mrb/agent.h"
 #include "session/group_reading.h"
 #include "session/item_resolver.h"
@@ -29,7 +29,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
                           private RemovalObserver {
   public:
     ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
-                std::unique_ptr<Source> source, ListWishes wishes);
+                std::unique_ptr<Source> source, ListOptions options);
 
     // The worker's main function: waits for begin, fills the list, and posts exactly one of the
     // ready, failed and cancelled events.

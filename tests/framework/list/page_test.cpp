@@ -277,8 +277,8 @@ TEST(Groups, AndPagesGoTogether) {
 TEST(View, FollowsAGrowingListInEveryStyle) {
     std::minstd_rand random(7);
     for (int round = 0; round < 300; ++round) {
-        mrb::List growing{mrb::ListWishes{}};
-        mrb::List complete{mrb::ListWishes{}};
+        mrb::List growing{mrb::ListOptions{}};
+        mrb::List complete{mrb::ListOptions{}};
         mrb::PageStyle style;
         style.grouping = static_cast<mrb::Grouping>(random() % 5);
         style.groupIndex = -static_cast<std::int32_t>(random() % 3);
@@ -326,7 +326,7 @@ TEST(View, FollowsAGrowingListInEveryStyle) {
 // Each item of the plain view is there once, whatever the layout.
 TEST(View, PagesLoseNothing) {
     for (std::int32_t count = 0; count < 40; ++count) {
-        mrb::List list{mrb::ListWishes{}};
+        mrb::List list{mrb::ListOptions{}};
         for (std::int32_t index = 0; index < count; ++index) {
             const std::string name = std::to_string(index);
             const mrb::SourceItem item{.name = name, .id = {}, .type = MRB_ITEM_TYPE_IMAGE};

@@ -55,7 +55,7 @@ bool ignore(void * /*userData*/, mrb_agent_handler_h /*agent*/, mrb_event_e /*ev
 // A filler with all that it needs; its events are queued, and delivered to nothing.
 class Filling {
   public:
-    explicit Filling(ScriptedSource::Script script, mrb::ListWishes wishes = {}, std::string root = {})
+    explicit Filling(ScriptedSource::Script script, mrb::ListOptions wishes = {}, std::string root = {})
         : list(std::make_shared<mrb::List>(std::move(wishes))),
           items(std::make_unique<ScriptedSource>(std::move(script), std::move(root))) {}
 
@@ -73,8 +73,8 @@ class Filling {
     mrb::ListFiller filler{*list, items, library_, *events_, stopped};
 };
 
-mrb::ListWishes byName() {
-    mrb::ListWishes wishes;
+mrb::ListOptions byName() {
+    mrb::ListOptions wishes;
     wishes.sort = {mrb::SortKey::NAME, false};
     return wishes;
 }
@@ -188,7 +188,7 @@ TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {
     };
     mrb::EventThread thread;
     {
-        const auto list = std::make_shared<mrb::List>(mrb::ListWishes());
+        const auto list = std::make_shared<mrb::List>(mrb::ListOptions());
         const auto events =
             std::make_shared<mrb::ListEvents>(thread, 1, mrb::Listener{+receive, &received}, list);
         events->postGrowth();

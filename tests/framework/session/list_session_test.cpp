@@ -56,7 +56,7 @@ struct ReceivedEvent {
 // A list filled by a scripted source, and the events of its callback.
 class Scripted {
   public:
-    explicit Scripted(ScriptedSource::Script script, mrb::ListWishes options = {}) {
+    explicit Scripted(ScriptedSource::Script script, mrb::ListOptions options = {}) {
         events_.start();
         session = std::make_shared<mrb::ListSession>(services_.of(events_), 1, mrb::Listener{receive, this},
                                                      std::make_unique<ScriptedSource>(std::move(script)),
@@ -144,7 +144,7 @@ TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
                            int /*reserved*/, const char * /*data*/) { return true; };
     const auto session = std::make_shared<mrb::ListSession>(
         services.of(events), 1, mrb::Listener{+ignore, nullptr},
-        std::make_unique<OnePicture>(folder.path("folder")), mrb::ListWishes());
+        std::make_unique<OnePicture>(folder.path("folder")), mrb::ListOptions());
     session->begin();
     session->run();
     std::filesystem::remove(folder.path("folder"));
@@ -290,7 +290,7 @@ TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
     // Stopped after the last item, so that the sort is cancelled.
     std::shared_ptr<mrb::ListSession> *stopping = nullptr;
     std::promise<void> ready;
-    mrb::ListWishes options;
+    mrb::ListOptions options;
     options.sort = {mrb::SortKey::NAME, false};
     Scripted scripted(
         [&, isReady = ready.get_future().share()](mrb::ItemSink &sink) {
@@ -309,7 +309,7 @@ TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
 }
 
 TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
-    mrb::ListWishes options;
+    mrb::ListOptions options;
     options.sort = {mrb::SortKey::NAME, false};
     Scripted scripted(
         [](mrb::ItemSink &sink) {
@@ -330,7 +330,7 @@ TEST(ListSession, UnwantedItemsAreDropped) {
             EXPECT_TRUE(addImages(sink, 5));
             return mrb::FillResult{};
         },
-        mrb::ListWishes{.filter = mrb::Filter(mrb::maskOf(MRB_ITEM_TYPE_MUSIC))});
+        mrb::ListOptions{.filter = mrb::Filter(mrb::maskOf(MRB_ITEM_TYPE_MUSIC))});
     EXPECT_EQ(scripted.waitForEnd().back().data["item_count"], 0);
 }
 

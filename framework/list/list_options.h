@@ -6,12 +6,12 @@
 namespace mrb {
 
 // What a list shows of its source, and in which order.
-struct ListWishes {
+struct ListOptions {
     Filter filter = {};
     SortOrder sort = {};
 };
 
 // Reads them from a request. An option that would be ignored is refused.
-Status readWishes(const ListRequest &request, ListWishes &wishes);
+Status parseListOptions(const ListRequest &request, ListOptions &options);
 
 } // namespace mrb
