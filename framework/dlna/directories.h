@@ -31,16 +31,16 @@ struct MediaObject {
 };
 
 // A prefetched page: its request is under way; cancelled when the last reference is gone.
-class Ahead {
+class Prefetch {
   public:
-    Ahead() = default;
-    virtual ~Ahead() = default;
-    Ahead(const Ahead &) = delete;
-    Ahead &operator=(const Ahead &) = delete;
+    Prefetch() = default;
+    virtual ~Prefetch() = default;
+    Prefetch(const Prefetch &) = delete;
+    Prefetch &operator=(const Prefetch &) = delete;
 };
 
 // A request to a server's content directory.
-struct Question {
+struct BrowseRequest {
     enum class Kind {
         CHILDREN,    // the objects in a container
         SEARCH,      // the objects in and below it that meet the criteria
@@ -53,33 +53,33 @@ struct Question {
     std::string criteria;  // a UPnP search expression
     std::uint32_t start = 0;
     std::uint32_t count = 0;
-    std::chrono::milliseconds timeout{0}; // timeout of the whole response
-    bool isFollowed = false;              // the next page will most likely be requested as well
-    std::shared_ptr<Ahead> ahead = {};    // the prefetch that the previous page returned, if any
+    std::chrono::milliseconds timeout{0};    // timeout of the whole response
+    bool expectsNextPage = false;            // the next page will most likely be requested as well
+    std::shared_ptr<Prefetch> prefetch = {}; // the prefetch that the previous page returned, if any
 };
 
 // The result of a request. All numbers are the server's claims.
 struct Page {
     std::vector<MediaObject> objects;
-    std::uint32_t returned = 0;   // objects in this page
-    std::uint32_t total = 0;      // objects in all pages; 0: unknown to the server
-    std::uint32_t updateId = 0;   // changes with the content, if the server maintains it
-    std::string capabilities;     // of CAPABILITIES: "dc:title,upnp:class", or "*"
-    std::shared_ptr<Ahead> ahead; // for the next request
+    std::uint32_t returned = 0;         // objects in this page
+    std::uint32_t total = 0;            // objects in all pages; 0: unknown to the server
+    std::uint32_t updateId = 0;         // changes with the content, if the server maintains it
+    std::string capabilities;           // of CAPABILITIES: "dc:title,upnp:class", or "*"
+    std::shared_ptr<Prefetch> prefetch; // for the next request
 };
 
 // The content directories of the servers on a network. Shared by the network and its
 // clients, and outlives the network: then every server is gone. Any thread but the
 // network's own may call it.
-class Directories {
+class ContentDirectoryClient {
   public:
     // The maximum size of a response; longer ones are not read.
     static constexpr std::size_t MAX_BYTES = 4UL << 20;
 
-    Directories() = default;
-    virtual ~Directories() = default;
-    Directories(const Directories &) = delete;
-    Directories &operator=(const Directories &) = delete;
+    ContentDirectoryClient() = default;
+    virtual ~ContentDirectoryClient() = default;
+    ContentDirectoryClient(const ContentDirectoryClient &) = delete;
+    ContentDirectoryClient &operator=(const ContentDirectoryClient &) = delete;
 
     // Returns the result, or an error, at the timeout at the latest; soon after a cancellation.
     // A page whose objects are broken XML holds those that could be parsed, with
@@ -87,7 +87,8 @@ class Directories {
     // gone, or closed the connection; MRB_ERR_TIMEOUT; MRB_ERR_PROTOCOL: the response is
     // invalid; MRB_ERR_NOT_FOUND: no such container; MRB_ERR_NOT_SUPPORTED: the server does
     // not support this search; MRB_ERR_PERMISSION_DENIED, MRB_ERR_IO, MRB_ERR_CANCELLED.
-    virtual Status ask(const Question &question, const CancellationToken &cancellation, Page &page) = 0;
+    virtual Status browse(const BrowseRequest &request, const CancellationToken &cancellation,
+                          Page &page) = 0;
 
     // Fetches the file of a URL on the host of one of the servers, such as the thumbnail
     // of an item, if it has no more than `most` bytes. The codes are those of ask;

@@ -164,7 +164,7 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
     return {};
 }
 
-std::shared_ptr<Directories> DlnaService::directories() {
+std::shared_ptr<ContentDirectoryClient> DlnaService::directories() {
     const std::lock_guard guard(lock_);
     return isWanted() && network_ ? network_->directories() : nullptr;
 }

@@ -5,7 +5,7 @@
 
 namespace mrb::dlna {
 
-class Directories;
+class ContentDirectoryClient;
 
 // A media server as it describes itself; texts are UTF-8 and of bounded length.
 struct Server {
@@ -39,7 +39,7 @@ class Network {
     Network &operator=(const Network &) = delete;
 
     // The client for the servers' content directories; null: not supported.
-    [[nodiscard]] virtual std::shared_ptr<Directories> directories() { return nullptr; }
+    [[nodiscard]] virtual std::shared_ptr<ContentDirectoryClient> directories() { return nullptr; }
 };
 
 // Loads the library that implements it on first use. The listener must outlive the

@@ -4,17 +4,17 @@
 
 namespace mrb::dlna {
 
-Status judgeBreak(Directories &directories, const std::string &server, Status outcome,
+Status judgeBreak(ContentDirectoryClient &directories, const std::string &server, Status outcome,
                   const CancellationToken &cancellation) {
     if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
         return outcome;
     }
-    Question question;
-    question.kind = Question::Kind::CAPABILITIES;
-    question.server = server;
-    question.timeout = std::chrono::seconds(3);
+    BrowseRequest request;
+    request.kind = BrowseRequest::Kind::CAPABILITIES;
+    request.server = server;
+    request.timeout = std::chrono::seconds(3);
     Page page;
-    const int code = directories.ask(question, cancellation, page).code;
+    const int code = directories.browse(request, cancellation, page).code;
     const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;
     outcome.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
     return outcome;

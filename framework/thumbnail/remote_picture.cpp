@@ -10,7 +10,8 @@ namespace mrb::thumbnail {
 
 void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, Decoded &decoded) {
-    const std::shared_ptr<dlna::Directories> directories = dlna::DlnaService::instance().directories();
+    const std::shared_ptr<dlna::ContentDirectoryClient> directories =
+        dlna::DlnaService::instance().directories();
     if (!directories) {
         decoded.outcome = Status::deviceRemoved("The DLNA service is not started.");
         return;

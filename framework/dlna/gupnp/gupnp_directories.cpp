@@ -22,13 +22,13 @@ Status gone() { return Status::deviceRemoved("The server is gone."); }
 } // namespace
 
 // The prefetch of the page after a requested one.
-class GupnpDirectories::NextPage final : public Ahead {
+class GupnpContentClient::NextPage final : public Prefetch {
   public:
-    NextPage(std::shared_ptr<GupnpDirectories> directories, const Question &before)
-        : directories_(std::move(directories)), question_(before) {
-        question_.start += question_.count;
-        question_.ahead = nullptr; // of the pages before
-        pending_ = directories_->begin(question_);
+    NextPage(std::shared_ptr<GupnpContentClient> directories, const BrowseRequest &before)
+        : directories_(std::move(directories)), request_(before) {
+        request_.start += request_.count;
+        request_.prefetch = nullptr; // of the pages before
+        pending_ = directories_->begin(request_);
     }
     ~NextPage() override {
         try {
@@ -42,33 +42,35 @@ class GupnpDirectories::NextPage final : public Ahead {
     NextPage &operator=(const NextPage &) = delete;
 
     // Null: another page was prefetched than the requested one.
-    [[nodiscard]] std::shared_ptr<Pending> of(const Question &question) const {
-        const bool isSame = question.kind == question_.kind && question.server == question_.server &&
-                            question.container == question_.container &&
-                            question.criteria == question_.criteria && question.start == question_.start &&
-                            question.count == question_.count;
+    [[nodiscard]] std::shared_ptr<Pending> of(const BrowseRequest &request) const {
+        const bool isSame = request.kind == request_.kind && request.server == request_.server &&
+                            request.container == request_.container &&
+                            request.criteria == request_.criteria && request.start == request_.start &&
+                            request.count == request_.count;
         return isSame ? pending_ : nullptr;
     }
 
   private:
-    const std::shared_ptr<GupnpDirectories> directories_;
-    Question question_;
+    const std::shared_ptr<GupnpContentClient> directories_;
+    BrowseRequest request_;
     std::shared_ptr<Pending> pending_;
 };
 
-Status GupnpDirectories::ask(const Question &question, const CancellationToken &cancellation, Page &page) {
+Status GupnpContentClient::browse(const BrowseRequest &request, const CancellationToken &cancellation,
+                                  Page &page) {
     // The `ahead` of a page of these directories is always a NextPage.
-    const auto next = std::static_pointer_cast<NextPage>(question.ahead);
-    std::shared_ptr<Pending> pending = next ? next->of(question) : nullptr;
-    const Reply reply = await(pending ? std::move(pending) : begin(question), question.timeout, cancellation);
-    if (question.isFollowed && reply.outcome.ok()) {
-        page.ahead = std::make_shared<NextPage>(shared_from_this(), question); // overlaps parsing
+    const auto next = std::static_pointer_cast<NextPage>(request.prefetch);
+    std::shared_ptr<Pending> pending = next ? next->of(request) : nullptr;
+    const Reply reply = await(pending ? std::move(pending) : begin(request), request.timeout, cancellation);
+    if (request.expectsNextPage && reply.outcome.ok()) {
+        page.prefetch = std::make_shared<NextPage>(shared_from_this(), request); // overlaps parsing
     }
-    return readReply(reply, question, page);
+    return readReply(reply, request, page);
 }
 
-Status GupnpDirectories::fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds timeout,
-                               const CancellationToken &cancellation, std::string &bytes) {
+Status GupnpContentClient::fetch(const std::string &url, std::size_t maximum,
+                                 std::chrono::milliseconds timeout, const CancellationToken &cancellation,
+                                 std::string &bytes) {
     const auto begin = [this, url, maximum](std::shared_ptr<Pending> pending) {
         beginFetch(url, maximum, std::move(pending));
     };
@@ -77,8 +79,8 @@ Status GupnpDirectories::fetch(const std::string &url, std::size_t maximum, std:
     return reply.outcome.ok() ? outcomeOfStatus(reply.status) : reply.outcome;
 }
 
-Status GupnpDirectories::connect(const std::string &server, const CancellationToken &cancellation,
-                                 std::unique_ptr<Transfers> &transfers) {
+Status GupnpContentClient::connect(const std::string &server, const CancellationToken &cancellation,
+                                   std::unique_ptr<Transfers> &transfers) {
     // Sends no request: returns at once, unless the network's thread is busy.
     constexpr auto LONGEST = std::chrono::seconds(10);
     const auto place = std::make_shared<ServicePlace>();
@@ -92,20 +94,20 @@ Status GupnpDirectories::connect(const std::string &server, const CancellationTo
     return outcome;
 }
 
-std::shared_ptr<Pending> GupnpDirectories::begin(Begin begin) {
+std::shared_ptr<Pending> GupnpContentClient::begin(Begin begin) {
     auto pending = std::make_shared<Pending>();
     const auto self = shared_from_this();
     const bool isBegun = post([self, begin = std::move(begin), pending] { begin(pending); });
     return isBegun ? pending : nullptr;
 }
 
-std::shared_ptr<Pending> GupnpDirectories::begin(const Question &question) {
+std::shared_ptr<Pending> GupnpContentClient::begin(const BrowseRequest &request) {
     return begin(
-        [this, question](std::shared_ptr<Pending> pending) { beginCall(question, std::move(pending)); });
+        [this, request](std::shared_ptr<Pending> pending) { beginCall(request, std::move(pending)); });
 }
 
-Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds timeout,
-                              const CancellationToken &cancellation) {
+Reply GupnpContentClient::await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds timeout,
+                                const CancellationToken &cancellation) {
     if (!pending) {
         return {gone(), 0, {}};
     }
@@ -116,7 +118,7 @@ Reply GupnpDirectories::await(const std::shared_ptr<Pending> &pending, std::chro
     return reply;
 }
 
-void GupnpDirectories::abandon(std::shared_ptr<Pending> pending) {
+void GupnpContentClient::abandon(std::shared_ptr<Pending> pending) {
     const auto self = shared_from_this();
     if (pending) {
         post([self, pending = std::move(pending)] {
@@ -127,7 +129,7 @@ void GupnpDirectories::abandon(std::shared_ptr<Pending> pending) {
     }
 }
 
-bool GupnpDirectories::post(Task task) {
+bool GupnpContentClient::post(Task task) {
     const std::lock_guard guard(lock_);
     if (closed_) {
         return false;
@@ -139,7 +141,7 @@ bool GupnpDirectories::post(Task task) {
     g_source_set_callback(
         source,
         [](gpointer self) -> gboolean {
-            static_cast<GupnpDirectories *>(self)->runTasks();
+            static_cast<GupnpContentClient *>(self)->runTasks();
             return G_SOURCE_REMOVE;
         },
         this, nullptr);
@@ -148,7 +150,7 @@ bool GupnpDirectories::post(Task task) {
     return true;
 }
 
-void GupnpDirectories::runTasks() {
+void GupnpContentClient::runTasks() {
     std::unique_lock guard(lock_);
     const std::deque<Task> tasks = std::exchange(tasks_, {});
     guard.unlock();
@@ -158,7 +160,7 @@ void GupnpDirectories::runTasks() {
 }
 
 // Looks up the control URL and the service type of a server's content directory.
-Status GupnpDirectories::findService(const std::string &server, ServicePlace &place) {
+Status GupnpContentClient::findService(const std::string &server, ServicePlace &place) {
     GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(server) : nullptr;
     if (device == nullptr) {
         return gone();
@@ -184,20 +186,20 @@ Status GupnpDirectories::findService(const std::string &server, ServicePlace &pl
     return Status::notSupported("The server has no content directory.");
 }
 
-void GupnpDirectories::beginCall(const Question &question, std::shared_ptr<Pending> pending) {
+void GupnpContentClient::beginCall(const BrowseRequest &request, std::shared_ptr<Pending> pending) {
     ServicePlace place;
-    Status outcome = findService(question.server, place);
+    Status outcome = findService(request.server, place);
     if (!outcome.ok()) {
         pending->finish({std::move(outcome), 0, {}});
         return;
     }
-    exchanges_->begin({question.server, place.controlUrl, place.type + '#' + actionOf(question),
-                       envelopeOf(question, place.type), MAX_BYTES},
+    exchanges_->begin({request.server, place.controlUrl, place.type + '#' + actionOf(request),
+                       envelopeOf(request, place.type), MAX_BYTES},
                       std::move(pending));
 }
 
-void GupnpDirectories::beginFetch(const std::string &url, std::size_t maximum,
-                                  std::shared_ptr<Pending> pending) {
+void GupnpContentClient::beginFetch(const std::string &url, std::size_t maximum,
+                                    std::shared_ptr<Pending> pending) {
     const std::string host = hostOf(url.c_str());
     const std::optional<std::string> server = servers_ != nullptr ? servers_->at(host) : std::nullopt;
     if (!server) {
@@ -207,18 +209,18 @@ void GupnpDirectories::beginFetch(const std::string &url, std::size_t maximum,
     exchanges_->begin({*server, url, {}, {}, maximum}, std::move(pending));
 }
 
-void GupnpDirectories::open(const ServerTable &servers) {
+void GupnpContentClient::open(const ServerTable &servers) {
     servers_ = &servers;
     exchanges_ = std::make_unique<Exchanges>();
 }
 
-void GupnpDirectories::serversLeft() {
+void GupnpContentClient::serversLeft() {
     if (exchanges_) {
         exchanges_->keep([this](const std::string &server) { return servers_->find(server) != nullptr; });
     }
 }
 
-void GupnpDirectories::close() {
+void GupnpContentClient::close() {
     {
         const std::lock_guard guard(lock_);
         closed_ = true;

@@ -18,14 +18,15 @@ namespace mrb::dlna {
 
 // Sends requests to servers from the network's thread on behalf of other threads. Shared by
 // the GupnpNetwork and its clients; each member function states the thread that calls it.
-class GupnpDirectories final : public Directories, public std::enable_shared_from_this<GupnpDirectories> {
+class GupnpContentClient final : public ContentDirectoryClient,
+                                 public std::enable_shared_from_this<GupnpContentClient> {
   public:
     // `context`: of the network's thread.
-    explicit GupnpDirectories(GMainContext *context) : context_(g_main_context_ref(context)) {}
-    ~GupnpDirectories() override { g_main_context_unref(context_); }
+    explicit GupnpContentClient(GMainContext *context) : context_(g_main_context_ref(context)) {}
+    ~GupnpContentClient() override { g_main_context_unref(context_); }
 
     // Any thread but the network's.
-    Status ask(const Question &question, const CancellationToken &cancellation, Page &page) override;
+    Status browse(const BrowseRequest &request, const CancellationToken &cancellation, Page &page) override;
     Status fetch(const std::string &url, std::size_t maximum, std::chrono::milliseconds timeout,
                  const CancellationToken &cancellation, std::string &bytes) override;
     Status connect(const std::string &server, const CancellationToken &cancellation,
@@ -49,14 +50,14 @@ class GupnpDirectories final : public Directories, public std::enable_shared_fro
     void runTasks();
     // Begins a request on the network's thread; null: the thread has ended.
     std::shared_ptr<Pending> begin(Begin begin);
-    std::shared_ptr<Pending> begin(const Question &question);
+    std::shared_ptr<Pending> begin(const BrowseRequest &request);
     // Waits for the reply to that request.
     Reply await(const std::shared_ptr<Pending> &pending, std::chrono::milliseconds timeout,
                 const CancellationToken &cancellation);
     void abandon(std::shared_ptr<Pending> pending);
     // On the network's thread:
     Status findService(const std::string &server, ServicePlace &place);
-    void beginCall(const Question &question, std::shared_ptr<Pending> pending);
+    void beginCall(const BrowseRequest &request, std::shared_ptr<Pending> pending);
     void beginFetch(const std::string &url, std::size_t maximum, std::shared_ptr<Pending> pending);
 
     GMainContext *const context_;

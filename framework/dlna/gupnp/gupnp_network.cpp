@@ -78,7 +78,7 @@ class GupnpNetwork::Watch {
 
     void run();
 
-    [[nodiscard]] const std::shared_ptr<GupnpDirectories> &directories() const { return directories_; }
+    [[nodiscard]] const std::shared_ptr<GupnpContentClient> &directories() const { return directories_; }
 
     // From any thread.
     void quit() {
@@ -123,7 +123,8 @@ class GupnpNetwork::Watch {
     const std::unique_ptr<GMainContext, Deleter<g_main_context_unref>> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, Deleter<g_main_loop_unref>> loop_{
         g_main_loop_new(context_.get(), FALSE)};
-    const std::shared_ptr<GupnpDirectories> directories_ = std::make_shared<GupnpDirectories>(context_.get());
+    const std::shared_ptr<GupnpContentClient> directories_ =
+        std::make_shared<GupnpContentClient>(context_.get());
     std::optional<AddressMonitor> monitor_;
     std::map<LocalAddress, Point> points_;
     Source retryTimer_;          // while an address has no point
@@ -293,7 +294,7 @@ GupnpNetwork::GupnpNetwork(ServerListener &listener)
     : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
 }
 
-std::shared_ptr<Directories> GupnpNetwork::directories() { return watch_->directories(); }
+std::shared_ptr<ContentDirectoryClient> GupnpNetwork::directories() { return watch_->directories(); }
 
 GupnpNetwork::~GupnpNetwork() {
     watch_->quit();

@@ -20,7 +20,7 @@ class GupnpNetwork final : public Network {
     explicit GupnpNetwork(ServerListener &listener);
     ~GupnpNetwork() override;
 
-    [[nodiscard]] std::shared_ptr<Directories> directories() override;
+    [[nodiscard]] std::shared_ptr<ContentDirectoryClient> directories() override;
 
   private:
     class Watch; // the state of the thread

@@ -120,7 +120,7 @@ Status GupnpTransfers::call(const std::string &action, const Arguments &argument
                             const CancellationToken &cancellation, Answer &answer) {
     const auto pending = std::make_shared<Pending>();
     exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
-                       envelopeOf(action, arguments, place_.type), Directories::MAX_BYTES},
+                       envelopeOf(action, arguments, place_.type), ContentDirectoryClient::MAX_BYTES},
                       pending);
     const auto isFinished = [&] { return pending->isFinished(); };
     Status outcome = loop_.runUntil(isFinished, cancellation, Pace());

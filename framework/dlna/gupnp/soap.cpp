@@ -57,32 +57,32 @@ Status outcomeOfFault(const xmlNode *fault) {
 
 } // namespace
 
-std::string actionOf(const Question &question) {
-    switch (question.kind) {
-    case Question::Kind::CHILDREN:
+std::string actionOf(const BrowseRequest &request) {
+    switch (request.kind) {
+    case BrowseRequest::Kind::CHILDREN:
         return "Browse";
-    case Question::Kind::SEARCH:
+    case BrowseRequest::Kind::SEARCH:
         return "Search";
-    case Question::Kind::CAPABILITIES:
+    case BrowseRequest::Kind::CAPABILITIES:
         break;
     }
     return "GetSearchCapabilities";
 }
 
-std::string envelopeOf(const Question &question, const std::string &serviceType) {
+std::string envelopeOf(const BrowseRequest &request, const std::string &serviceType) {
     Arguments arguments;
-    if (question.kind == Question::Kind::CHILDREN) {
-        arguments = {{"ObjectID", question.container}, {"BrowseFlag", "BrowseDirectChildren"}};
-    } else if (question.kind == Question::Kind::SEARCH) {
-        arguments = {{"ContainerID", question.container}, {"SearchCriteria", question.criteria}};
+    if (request.kind == BrowseRequest::Kind::CHILDREN) {
+        arguments = {{"ObjectID", request.container}, {"BrowseFlag", "BrowseDirectChildren"}};
+    } else if (request.kind == BrowseRequest::Kind::SEARCH) {
+        arguments = {{"ContainerID", request.container}, {"SearchCriteria", request.criteria}};
     }
-    if (question.kind != Question::Kind::CAPABILITIES) {
+    if (request.kind != BrowseRequest::Kind::CAPABILITIES) {
         arguments.insert(arguments.end(), {{"Filter", "*"},
-                                           {"StartingIndex", std::to_string(question.start)},
-                                           {"RequestedCount", std::to_string(question.count)},
+                                           {"StartingIndex", std::to_string(request.start)},
+                                           {"RequestedCount", std::to_string(request.count)},
                                            {"SortCriteria", ""}});
     }
-    return envelopeOf(actionOf(question), arguments, serviceType);
+    return envelopeOf(actionOf(request), arguments, serviceType);
 }
 
 std::string envelopeOf(const std::string &action, const Arguments &arguments,
@@ -145,12 +145,12 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
     return {};
 }
 
-Status readReply(const Reply &reply, const Question &question, Page &page) {
+Status readReply(const Reply &reply, const BrowseRequest &request, Page &page) {
     Answer answer;
-    if (Status outcome = readAnswer(reply, actionOf(question), answer); !outcome.ok()) {
+    if (Status outcome = readAnswer(reply, actionOf(request), answer); !outcome.ok()) {
         return outcome;
     }
-    if (question.kind == Question::Kind::CAPABILITIES) {
+    if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
         page.capabilities = answer.text("SearchCaps");
         return {};
     }

@@ -12,9 +12,9 @@
 namespace mrb::dlna {
 
 // The SOAP action of a request, as UPnP's ContentDirectory service names it.
-std::string actionOf(const Question &question); // "Browse"
+std::string actionOf(const BrowseRequest &request); // "Browse"
 // Its body; `serviceType` is the service's own, "urn:schemas-upnp-org:service:ContentDirectory:1".
-std::string envelopeOf(const Question &question, const std::string &serviceType);
+std::string envelopeOf(const BrowseRequest &request, const std::string &serviceType);
 
 // The same for any action.
 using Arguments = std::vector<std::pair<const char *, std::string>>;
@@ -37,6 +37,6 @@ struct Answer {
 Status readAnswer(const Reply &reply, const std::string &action, Answer &answer);
 
 // Parses the reply to a request. See Directories::ask for the codes.
-Status readReply(const Reply &reply, const Question &question, Page &page);
+Status readReply(const Reply &reply, const BrowseRequest &request, Page &page);
 
 } // namespace mrb::dlna

@@ -14,9 +14,9 @@
 
 namespace mrb {
 
+using dlna::BrowseRequest;
 using dlna::MediaObject;
 using dlna::Page;
-using dlna::Question;
 
 FillResult DirectoryScan::run(const ListRequest &request) {
     bool isDone = false;
@@ -36,21 +36,21 @@ FillResult DirectoryScan::run(const ListRequest &request) {
 
 // When the search fails before it returned an object, the containers are walked instead.
 DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDone) {
-    Question question;
-    question.kind = Question::Kind::CAPABILITIES;
+    BrowseRequest browseRequest;
+    browseRequest.kind = BrowseRequest::Kind::CAPABILITIES;
     Page page;
-    const Status outcome = ask(question, page);
+    const Status outcome = browse(browseRequest, page);
     if (outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
         outcome.code == MRB_ERR_TIMEOUT) {
         return end(outcome);
     }
-    question.kind = Question::Kind::SEARCH;
-    question.criteria = searchCriteria(request, page.capabilities);
-    if (question.criteria.empty()) {
+    browseRequest.kind = BrowseRequest::Kind::SEARCH;
+    browseRequest.criteria = searchCriteria(request, page.capabilities);
+    if (browseRequest.criteria.empty()) {
         return Step::GO_ON;
     }
     std::int64_t found = 0;
-    const Step step = readPages(question, {place_.container, ROOT_FOLDER, 0}, found);
+    const Step step = readPages(browseRequest, {place_.container, ROOT_FOLDER, 0}, found);
     const int code = result_.outcome.code;
     isDone = found > 0 || step == Step::GO_ON;
     if (!isDone && (code == MRB_ERR_NOT_SUPPORTED || code == MRB_ERR_PROTOCOL || code == MRB_ERR_IO)) {
@@ -82,26 +82,26 @@ DirectoryScan::Step DirectoryScan::walk() {
 
 // A server that is still indexing its files changes a container while it is read, and objects
 // move to other positions. The container is then read again, for the objects that were missed.
-DirectoryScan::Step DirectoryScan::readPages(dlna::Question question, const Pending &container,
+DirectoryScan::Step DirectoryScan::readPages(dlna::BrowseRequest browseRequest, const Pending &container,
                                              std::int64_t &found) {
-    question.container = container.id;
-    question.count = PAGE_LENGTH;
+    browseRequest.container = container.id;
+    browseRequest.count = PAGE_LENGTH;
     Reading reading;
     Step step = Step::GO_ON;
     int turn = 0;
     do {
         reading.hasChanged = false;
         reading.isAgain = turn > 0;
-        question.start = 0;
-        question.ahead.reset();
-        step = readOnce(question, container, reading);
-        reading.end = std::max(reading.end, question.start);
+        browseRequest.start = 0;
+        browseRequest.prefetch.reset();
+        step = readOnce(browseRequest, container, reading);
+        reading.end = std::max(reading.end, browseRequest.start);
     } while (step == Step::GO_ON && reading.hasChanged && ++turn < MAX_TURNS);
     found += reading.found;
     return step;
 }
 
-DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pending &container,
+DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, const Pending &container,
                                             Reading &reading) {
     std::uint32_t total = 0; // of the previous page
     std::uint32_t updateId = 0;
@@ -109,8 +109,8 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
     bool isFirst = true;
     for (;;) {
         Page page;
-        question.isFollowed = total > question.start + question.count;
-        Status outcome = ask(question, page);
+        browseRequest.expectsNextPage = total > browseRequest.start + browseRequest.count;
+        Status outcome = browse(browseRequest, page);
         const std::optional<Taken> taken = take(page, container, reading);
         if (!taken) {
             return end(Status::cancelled());
@@ -120,16 +120,16 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
         // The objects' XML of a page is malformed: only the objects that cannot be parsed are
         // lost.
         const bool isBroken = outcome.code == MRB_ERR_PROTOCOL && page.returned > 0;
-        if (outcome.code == MRB_ERR_TIMEOUT && hasAnswered_ && question.count > SHORT_PAGE_LENGTH) {
-            question.count = SHORT_PAGE_LENGTH; // a slow server can return so many in time
-            question.ahead.reset();
+        if (outcome.code == MRB_ERR_TIMEOUT && hasAnswered_ && browseRequest.count > SHORT_PAGE_LENGTH) {
+            browseRequest.count = SHORT_PAGE_LENGTH; // a slow server can return so many in time
+            browseRequest.prefetch.reset();
             continue;
         }
         if (!outcome.ok() && !isBroken) {
             return failed(std::move(outcome), container);
         }
         hasAnswered_ = true;
-        if (question.kind == Question::Kind::SEARCH && isFirst && page.total > 0) {
+        if (browseRequest.kind == BrowseRequest::Kind::SEARCH && isFirst && page.total > 0) {
             sink_.announce(page.total);
         }
         reading.hasChanged =
@@ -137,34 +137,34 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::Question &question, const Pend
         isFirst = false;
         total = page.total;
         updateId = page.updateId;
-        question.ahead = std::move(page.ahead);
+        browseRequest.prefetch = std::move(page.prefetch);
         // The number that the server reports, unless it is impossible.
-        const std::uint32_t said = page.returned <= std::max(question.count, given) ? page.returned : 0;
+        const std::uint32_t said = page.returned <= std::max(browseRequest.count, given) ? page.returned : 0;
         if (isBroken) {
             note(outcome);
             if (said > given && !reading.isAgain) {
                 result_.leaveOut(said - given, std::to_string(said - given) + " of the objects from " +
-                                                   std::to_string(question.start) + " of the container \"" +
-                                                   container.id + "\"");
+                                                   std::to_string(browseRequest.start) +
+                                                   " of the container \"" + container.id + "\"");
             }
         } else if (page.returned != given) {
             note(container, "reports " + std::to_string(page.returned) + " objects on a page and returns " +
                                 std::to_string(given));
         }
-        question.start += std::max(said, given);
+        browseRequest.start += std::max(said, given);
         if (taken->repeated > 0 && !reading.hasChanged && !reading.isAgain) {
             note(container, "returns objects twice");
         }
-        const bool isNews = taken->fresh > 0 || (reading.isAgain && question.start <= reading.end);
+        const bool isNews = taken->fresh > 0 || (reading.isAgain && browseRequest.start <= reading.end);
         barren = isNews ? 0 : barren + 1;
         const bool isRepetition =
             taken->repeated > 0 && taken->fresh == 0 && !reading.hasChanged && !reading.isAgain;
         const bool isOver = std::max(said, given) == 0 || isRepetition || barren > MAX_BARREN_PAGES ||
-                            question.start > MAX_OBJECTS;
-        if (page.total > 0 && (isOver || question.start >= page.total)) {
-            if (question.start != page.total && !reading.hasChanged && !reading.isAgain) {
+                            browseRequest.start > MAX_OBJECTS;
+        if (page.total > 0 && (isOver || browseRequest.start >= page.total)) {
+            if (browseRequest.start != page.total && !reading.hasChanged && !reading.isAgain) {
                 note(container, "reports a total of " + std::to_string(page.total) + " objects and returns " +
-                                    std::to_string(question.start));
+                                    std::to_string(browseRequest.start));
             }
             return Step::GO_ON;
         }
@@ -230,19 +230,19 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
 
 // A server that is still indexing its files occasionally refuses a search as unsupported, and
 // accepts it when it is repeated.
-Status DirectoryScan::ask(const Question &question, Page &page) {
-    Question whole = question;
+Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
+    BrowseRequest whole = browseRequest;
     whole.server = place_.server;
     whole.timeout = place_.timeout;
     const CancellationToken cancellation = [this] { return sink_.stopped(); };
-    Status outcome = place_.directories.ask(whole, cancellation, page);
-    whole.ahead.reset();
-    const bool isSearch = question.kind == Question::Kind::SEARCH;
+    Status outcome = place_.directories.browse(whole, cancellation, page);
+    whole.prefetch.reset();
+    const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
     for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
         rest();
         page = {};
         outcome = cancellation.isCancelled() ? Status::cancelled()
-                                             : place_.directories.ask(whole, cancellation, page);
+                                             : place_.directories.browse(whole, cancellation, page);
     }
     return outcome;
 }

@@ -42,7 +42,7 @@ class DirectoryScan {
 
     // The container to be read. All members must outlive the scan.
     struct Place {
-        dlna::Directories &directories;
+        dlna::ContentDirectoryClient &directories;
         const std::string &server;
         const std::string &container;
         std::chrono::milliseconds timeout; // the timeout of one page
@@ -65,7 +65,7 @@ class DirectoryScan {
 
     Step search(const ListRequest &request, bool &isDone);
     Step walk();
-    Step readPages(dlna::Question question, const Pending &container, std::int64_t &found);
+    Step readPages(dlna::BrowseRequest browseRequest, const Pending &container, std::int64_t &found);
     // The objects of a page.
     struct Taken {
         std::size_t fresh = 0;    // objects that were not seen before
@@ -80,10 +80,10 @@ class DirectoryScan {
         bool hasChanged = false; // since reading began
         bool isAgain = false;    // a further turn, for objects that were missed
     };
-    Step readOnce(dlna::Question &question, const Pending &container, Reading &reading);
+    Step readOnce(dlna::BrowseRequest &browseRequest, const Pending &container, Reading &reading);
     // No value: the list is full or was stopped.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
-    Status ask(const dlna::Question &question, dlna::Page &page);
+    Status browse(const dlna::BrowseRequest &browseRequest, dlna::Page &page);
     void rest() const;
     Step failed(Status outcome, const Pending &container);
     void note(Status fault);

@@ -174,9 +174,9 @@ std::int64_t secondsOfDate(std::string_view date) {
         const int hours = digits(date, sign + 1, 2);
         const std::size_t colon = sign + 3 < date.size() && date[sign + 3] == ':' ? 1 : 0;
         const int minutes = digits(date, sign + 3 + colon, 2);
-        const chrono::seconds ahead =
+        const chrono::seconds prefetch =
             chrono::hours(std::max(hours, 0)) + chrono::minutes(std::max(minutes, 0));
-        seconds += date[sign] == '+' ? -ahead : ahead;
+        seconds += date[sign] == '+' ? -prefetch : prefetch;
     }
     return seconds.count();
 }

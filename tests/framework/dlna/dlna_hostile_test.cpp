@@ -22,9 +22,9 @@
 
 using mrb::MetadataKey;
 using mrb::Status;
-using mrb::dlna::Directories;
+using mrb::dlna::BrowseRequest;
+using mrb::dlna::ContentDirectoryClient;
 using mrb::dlna::Page;
-using mrb::dlna::Question;
 using support::Connection;
 using support::Request;
 using support::ScriptedServer;
@@ -81,13 +81,13 @@ class DlnaHostile : public support::DlnaTest {
     }
 
     Status browse(std::chrono::milliseconds timeout = LONG) {
-        Question question;
-        question.server = ScriptedServer::ID;
-        question.container = "0";
-        question.count = 500;
-        question.timeout = timeout;
-        return directories->ask(
-            question, [this] { return stopped.load(); }, page);
+        BrowseRequest request;
+        request.server = ScriptedServer::ID;
+        request.container = "0";
+        request.count = 500;
+        request.timeout = timeout;
+        return directories->browse(
+            request, [this] { return stopped.load(); }, page);
     }
 
     Status fetch(const std::string &url, std::size_t most = 1000, std::chrono::milliseconds timeout = LONG) {
@@ -99,7 +99,7 @@ class DlnaHostile : public support::DlnaTest {
     std::string bytes;
     std::unique_ptr<ScriptedServer> server;
     std::unique_ptr<mrb::dlna::Network> network; // ends before its server
-    std::shared_ptr<Directories> directories;
+    std::shared_ptr<ContentDirectoryClient> directories;
     std::atomic<bool> stopped = false;
     Page page;
 };
@@ -167,30 +167,30 @@ TEST_F(DlnaHostile, TheNextPageIsPrefetched) {
         ++answered;
         answered.notify_all();
     });
-    Question question;
-    question.server = ScriptedServer::ID;
-    question.container = "0";
-    question.count = 1;
-    question.timeout = LONG;
-    question.isFollowed = true;
+    BrowseRequest request;
+    request.server = ScriptedServer::ID;
+    request.container = "0";
+    request.count = 1;
+    request.timeout = LONG;
+    request.expectsNextPage = true;
     const auto isStopped = [] { return false; };
-    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
     answered.wait(1);
-    question.isFollowed = false;
-    question.ahead = std::move(page.ahead);
-    ++question.start;
+    request.expectsNextPage = false;
+    request.prefetch = std::move(page.prefetch);
+    ++request.start;
     page = {};
-    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
     EXPECT_EQ(page.objects.at(0).id, "1");
     EXPECT_EQ(answered, 2);
     // The caller requests another page than the prefetched one.
-    question.ahead.reset();
-    question.isFollowed = true;
-    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
-    question.ahead = std::move(page.ahead);
-    question.start = 7;
+    request.prefetch.reset();
+    request.expectsNextPage = true;
+    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
+    request.prefetch = std::move(page.prefetch);
+    request.start = 7;
     page = {};
-    ASSERT_EQ(directories->ask(question, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
     EXPECT_EQ(page.objects.at(0).id, "7");
 }
 

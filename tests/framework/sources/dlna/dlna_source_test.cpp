@@ -21,9 +21,9 @@ using mrb::ItemInfo;
 using mrb::ItemStore;
 using mrb::ListRequest;
 using mrb::Status;
+using mrb::dlna::BrowseRequest;
 using mrb::dlna::MediaObject;
 using mrb::dlna::Page;
-using mrb::dlna::Question;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -47,13 +47,14 @@ MediaObject container(const std::string &id, const std::string &title) {
 }
 
 // A client whose responses a test writes.
-class ScriptedDirectories final : public mrb::dlna::Directories {
+class ScriptedDirectories final : public mrb::dlna::ContentDirectoryClient {
   public:
-    using Answer = std::function<Status(const Question &question, Page &page)>;
+    using Answer = std::function<Status(const BrowseRequest &request, Page &page)>;
 
-    Status ask(const Question &question, const CancellationToken & /*cancellation*/, Page &page) override {
-        requests.push_back(question);
-        return answer(question, page);
+    Status browse(const BrowseRequest &request, const CancellationToken & /*cancellation*/,
+                  Page &page) override {
+        requests.push_back(request);
+        return answer(request, page);
     }
 
     Status fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
@@ -67,13 +68,13 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
     }
 
     // A valid server's response out of what its containers hold.
-    Status validPage(const Question &question, Page &page) const {
-        const auto found = contents.find(question.container);
+    Status validPage(const BrowseRequest &request, Page &page) const {
+        const auto found = contents.find(request.container);
         if (found == contents.end()) {
             return Status::notFound("no such container");
         }
         const std::vector<MediaObject> &all = found->second;
-        for (std::size_t index = question.start; index < all.size() && page.objects.size() < question.count;
+        for (std::size_t index = request.start; index < all.size() && page.objects.size() < request.count;
              ++index) {
             page.objects.push_back(all[index]);
         }
@@ -83,8 +84,8 @@ class ScriptedDirectories final : public mrb::dlna::Directories {
     }
 
     std::map<std::string, std::vector<MediaObject>> contents;
-    Answer answer = [this](const Question &question, Page &page) { return validPage(question, page); };
-    std::vector<Question> requests;
+    Answer answer = [this](const BrowseRequest &request, Page &page) { return validPage(request, page); };
+    std::vector<BrowseRequest> requests;
 };
 
 class Sink final : public mrb::ItemSink {
@@ -128,8 +129,8 @@ class DlnaSource : public testing::Test {
 
     // Has each valid response changed before it is returned.
     void answerChanged(std::function<void(Page &page)> change) {
-        directories.answer = [this, change = std::move(change)](const Question &question, Page &page) {
-            const Status outcome = directories.validPage(question, page);
+        directories.answer = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
+            const Status outcome = directories.validPage(request, page);
             change(page);
             return outcome;
         };
@@ -155,8 +156,8 @@ TEST_F(DlnaSource, APageIsFollowedWhereTheRequestBeforeStatesIt) {
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     std::vector<bool> followed;
-    for (const Question &question : directories.requests) {
-        followed.push_back(question.isFollowed);
+    for (const BrowseRequest &request : directories.requests) {
+        followed.push_back(request.expectsNextPage);
     }
     EXPECT_THAT(followed, ElementsAre(false, true, false));
 }
@@ -173,8 +174,8 @@ TEST_F(DlnaSource, AContainerIsRequestedInPagesOfFiveHundred) {
 }
 
 TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
-    directories.answer = [this](const Question &question, Page &page) {
-        Question less = question;
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        BrowseRequest less = request;
         less.count = 2;
         return directories.validPage(less, page);
     };
@@ -216,7 +217,7 @@ TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
 }
 
 TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
-    directories.answer = [](const Question & /*question*/, Page &page) {
+    directories.answer = [](const BrowseRequest & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 0;
@@ -230,7 +231,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
 }
 
 TEST_F(DlnaSource, EndlessObjectsWithoutIdsAreAbandoned) {
-    directories.answer = [](const Question & /*question*/, Page &page) {
+    directories.answer = [](const BrowseRequest & /*question*/, Page &page) {
         page.objects.resize(500);
         page.returned = 500;
         return Status{};
@@ -252,9 +253,9 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
 }
 
 TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
-    directories.answer = [this](const Question &question, Page &page) {
-        Status outcome = directories.validPage(question, page);
-        if (question.start == 0) {
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = directories.validPage(request, page);
+        if (request.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
             outcome = Status::protocolError("broken");
         }
@@ -273,9 +274,9 @@ TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
 }
 
 TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
-    directories.answer = [this](const Question &question, Page &page) {
-        return question.start > 0 && question.count > 100 ? Status::timedOut("too slow")
-                                                          : directories.validPage(question, page);
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        return request.start > 0 && request.count > 100 ? Status::timedOut("too slow")
+                                                        : directories.validPage(request, page);
     };
     for (int number = 0; number < 700; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
@@ -285,7 +286,7 @@ TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
-    directories.answer = [](const Question & /*question*/, Page & /*page*/) {
+    directories.answer = [](const BrowseRequest & /*question*/, Page & /*page*/) {
         return Status::timedOut("silent");
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
@@ -297,8 +298,8 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
     for (int number = 0; number < 600; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this](const Question &question, Page &page) {
-        Status outcome = directories.validPage(question, page);
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = directories.validPage(request, page);
         if (directories.requests.size() == 1) {
             auto &all = directories.contents["0"];
             for (int number = 600; number < 800; ++number) {
@@ -315,8 +316,8 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
     for (int number = 0; number < 600; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this](const Question &question, Page &page) {
-        Status outcome = directories.validPage(question, page);
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = directories.validPage(request, page);
         directories.contents["0"].resize(550);
         return outcome;
     };
@@ -325,7 +326,7 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
 }
 
 TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
-    directories.answer = [this](const Question & /*question*/, Page &page) {
+    directories.answer = [this](const BrowseRequest & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 1'000'000 + static_cast<std::uint32_t>(directories.requests.size());
@@ -372,8 +373,8 @@ TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
 }
 
 TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
-    directories.answer = [](const Question &question, Page &page) {
-        page.objects = {container(question.container + "x", "deeper")};
+    directories.answer = [](const BrowseRequest &request, Page &page) {
+        page.objects = {container(request.container + "x", "deeper")};
         page.returned = page.total = 1;
         return Status{};
     };
@@ -386,9 +387,9 @@ TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
 TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
     directories.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
     directories.contents["a"] = {image("2")};
-    directories.answer = [this](const Question &question, Page &page) {
-        return question.container == "b" ? Status::deviceRemoved("gone")
-                                         : directories.validPage(question, page);
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        return request.container == "b" ? Status::deviceRemoved("gone")
+                                        : directories.validPage(request, page);
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(sink.store.size(), 4);
@@ -406,12 +407,12 @@ TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
 TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
     directories.contents["0"] = {container("a", "A"), container("b", "B")};
     directories.contents["b"] = {image("2")};
-    directories.answer = [this](const Question &question, Page &page) {
-        if (question.container == "a") {
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        if (request.container == "a") {
             page.objects = {image("1")};
             return Status::protocolError("broken");
         }
-        return directories.validPage(question, page);
+        return directories.validPage(request, page);
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
@@ -430,18 +431,18 @@ TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
 
 TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
     directories.contents["0"] = {image("1"), image("2")};
-    directories.answer = [this](const Question &question, Page &page) {
-        if (question.kind == Question::Kind::CAPABILITIES) {
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             page.capabilities = "dc:title,upnp:class";
             return Status{};
         }
-        return directories.validPage(question, page);
+        return directories.validPage(request, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
     EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
     ASSERT_EQ(directories.requests.size(), 2U);
-    EXPECT_EQ(directories.requests[1].kind, Question::Kind::SEARCH);
+    EXPECT_EQ(directories.requests[1].kind, BrowseRequest::Kind::SEARCH);
     EXPECT_EQ(directories.requests[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
     EXPECT_EQ(sink.announced, 2);
     EXPECT_EQ(sink.store.size(), 2);
@@ -450,9 +451,9 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
 TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     directories.contents["0"] = {container("a", "A")};
     directories.contents["a"] = {image("1")};
-    directories.answer = [this](const Question &question, Page &page) {
-        return question.kind == Question::Kind::CAPABILITIES ? Status{}
-                                                             : directories.validPage(question, page);
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
+        return request.kind == BrowseRequest::Kind::CAPABILITIES ? Status{}
+                                                                 : directories.validPage(request, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
@@ -464,16 +465,16 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     for (int number = 0; number < 700; ++number) {
         directories.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this, refused = 0](const Question &question, Page &page) mutable {
+    directories.answer = [this, refused = 0](const BrowseRequest &request, Page &page) mutable {
         page.capabilities = "*";
-        if (question.kind == Question::Kind::CAPABILITIES) {
+        if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             return Status{};
         }
-        EXPECT_EQ(question.kind, Question::Kind::SEARCH);
+        EXPECT_EQ(request.kind, BrowseRequest::Kind::SEARCH);
         // Each page once.
-        const bool isRefused = refused <= static_cast<int>(question.start);
-        refused = isRefused ? static_cast<int>(question.start) + 1 : refused;
-        return isRefused ? Status::notSupported("708") : directories.validPage(question, page);
+        const bool isRefused = refused <= static_cast<int>(request.start);
+        refused = isRefused ? static_cast<int>(request.start) + 1 : refused;
+        return isRefused ? Status::notSupported("708") : directories.validPage(request, page);
     };
     ListRequest request;
     request.keyWord = "picture";
@@ -483,11 +484,11 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
 
 TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     directories.contents["0"] = {image("1")};
-    directories.answer = [this](const Question &question, Page &page) {
+    directories.answer = [this](const BrowseRequest &request, Page &page) {
         page.capabilities = "*";
-        return question.kind == Question::Kind::SEARCH     ? Status::notSupported("708")
-               : question.kind == Question::Kind::CHILDREN ? directories.validPage(question, page)
-                                                           : Status{};
+        return request.kind == BrowseRequest::Kind::SEARCH     ? Status::notSupported("708")
+               : request.kind == BrowseRequest::Kind::CHILDREN ? directories.validPage(request, page)
+                                                               : Status{};
     };
     ListRequest request;
     request.keyWord = "picture";
