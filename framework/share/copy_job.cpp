@@ -44,13 +44,14 @@ int setTimes(int file, const std::array<timespec, 2> &times) {
 
 } // namespace
 
-CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
-                 Place destination)
-    : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
+CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection,
+                 std::unique_ptr<CopySource> copySource, Place destination)
+    : list_(std::move(list)), selection_(std::move(selection)), source_(std::move(copySource)),
       destination_(std::move(destination)), way_(destination_.folder(), makeSubfolder) {}
 
-Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
-                     const std::string &destination, std::unique_ptr<Job> &job) {
+Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
+                     std::unique_ptr<CopySource> copySource, const std::string &destination,
+                     std::unique_ptr<Job> &job) {
     const std::string path =
         destination.starts_with("file://") ? pathOfFileUri(destination).value_or("") : destination;
     if (!path.starts_with('/')) {
@@ -64,7 +65,7 @@ Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection, std
     if (faccessat(place.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         return Status::ofErrno(errno, path);
     }
-    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(origin), std::move(place)));
+    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(copySource), std::move(place)));
     return {};
 }
 
@@ -86,7 +87,7 @@ int CopyJob::lastEvent() {
     }
     // While a removal deletes file by file, the source still exists when the first of them is
     // missed.
-    return origin_->isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
+    return source_->isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
 }
 
 bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
@@ -110,7 +111,7 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    const Status outcome = origin_->begin([&] { return listener.stopped(); });
+    const Status outcome = source_->begin([&] { return listener.stopped(); });
     if (outcome.ok()) {
         return true;
     }
@@ -147,15 +148,15 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
         path.append(path.empty() ? "" : "/").append(item.name);
     }
     // The source first: for a folder that is gone, none is created.
-    Origin::File source;
-    const Status opened = origin_->open(
+    CopySource::File source;
+    const Status opened = source_->open(
         item, [&] { return listener.stopped(); }, source);
     if (!opened.ok()) {
         return sourceFailed(opened, item.name);
     }
     path.erase(0, common.empty() ? 0 : common.size() + 1);
     OpenFolderPtr to;
-    if (const int error = way_.go(origin_->pathOf(std::move(path)), to); error != 0) {
+    if (const int error = way_.go(source_->pathOf(std::move(path)), to); error != 0) {
         return destinationFailed(error, item.name);
     }
     if (isFolder) {
@@ -165,7 +166,7 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
     return copyFile(source, item, std::move(to), listener);
 }
 
-CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemInfo &item, OpenFolderPtr folder,
+CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &item, OpenFolderPtr folder,
                                 JobListener &listener) {
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     // The list had a smaller size, so the check before the copy did not cover this file.
@@ -176,10 +177,10 @@ CopyJob::Step CopyJob::copyFile(const Origin::File &source, const ItemInfo &item
     if (const int error = NewFile::make(std::move(folder), source.mode, file); error != 0) {
         return destinationFailed(error, item.name);
     }
-    const std::string name = origin_->nameOf(item);
+    const std::string name = source_->nameOf(item);
     listener.fileBegins(displayText(name), source.size, planned);
     bool isThere = true;
-    CopyResult copied = origin_->copy(file.number(), [&](std::uint64_t bytes) {
+    CopyResult copied = source_->copy(file.number(), [&](std::uint64_t bytes) {
         listener.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
         return isThere && !listener.stopped();
@@ -261,7 +262,7 @@ CopyJob::Step CopyJob::sourceFailed(const Status &outcome, const std::string &na
         return end(MRB_EVENT_SHARE_STOPPED);
     }
     failures_.add(outcome, name, end_);
-    if (outcome.code == MRB_ERR_DEVICE_REMOVED || !origin_->isThere()) {
+    if (outcome.code == MRB_ERR_DEVICE_REMOVED || !source_->isThere()) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
     // After a timeout, every other file would time out too.

@@ -7,11 +7,11 @@
 
 #include "session/list_session.h"
 #include "share/copy_plan.h"
+#include "share/copy_source.h"
 #include "share/failures.h"
 #include "share/job.h"
 #include "share/new_file.h"
 #include "share/open_folders.h"
-#include "share/origin.h"
 
 namespace mrb {
 
@@ -23,8 +23,9 @@ class CopyJob final : public Job {
   public:
     // Validates the parameters, and opens the destination: the absolute path or file:// URI of a
     // folder.
-    static Status make(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
-                       const std::string &destination, std::unique_ptr<Job> &job);
+    static Status make(std::shared_ptr<ListSession> list, Selection selection,
+                       std::unique_ptr<CopySource> copySource, const std::string &destination,
+                       std::unique_ptr<Job> &job);
 
     JobEnd run(JobListener &listener) override;
 
@@ -39,13 +40,13 @@ class CopyJob final : public Job {
     // Whether the copy goes on; if not, end_ has the reason.
     enum class Step { GO_ON, END };
 
-    CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
+    CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
             Place destination);
 
     bool begin(JobListener &listener, CopyPlan &plan);
     Step copy(const CopyPlan &plan, JobListener &listener);
     Step copyItem(const ItemInfo &item, const std::string &common, JobListener &listener);
-    Step copyFile(const Origin::File &source, const ItemInfo &item, OpenFolderPtr folder,
+    Step copyFile(const CopySource::File &source, const ItemInfo &item, OpenFolderPtr folder,
                   JobListener &listener);
     [[nodiscard]] bool hasRoom(std::uint64_t bytes) const;
     Step finishWaiting(const JobListener &listener);
@@ -64,7 +65,7 @@ class CopyJob final : public Job {
 
     std::shared_ptr<ListSession> list_;
     Selection selection_;
-    const std::unique_ptr<Origin> origin_;
+    const std::unique_ptr<CopySource> source_;
     Place destination_;
     FolderWay way_; // from there
     std::vector<Waiting> waiting_;

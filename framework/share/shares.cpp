@@ -6,12 +6,12 @@
 
 #include "base/log.h"
 #include "session/list_session.h"
-#include "share/camera_origin.h"
+#include "share/camera_copy_source.h"
 #include "share/copy_job.h"
-#include "share/folder_origin.h"
-#include "share/listed_origin.h"
+#include "share/folder_copy_source.h"
+#include "share/listed_copy_source.h"
 #include "share/lock_job.h"
-#include "share/server_origin.h"
+#include "share/server_copy_source.h"
 #include "share/upload_job.h"
 #include "sources/dlna/dlna_source.h"
 
@@ -19,14 +19,14 @@ namespace mrb {
 namespace {
 
 // Null: the items of the list are on a media server.
-std::unique_ptr<Origin> originOf(const std::shared_ptr<ListSession> &list) {
+std::unique_ptr<CopySource> copySourceOf(const std::shared_ptr<ListSession> &list) {
     if (!list->source().watchedRoot().empty()) {
-        return std::make_unique<FolderOrigin>(list);
+        return std::make_unique<FolderCopySource>(list);
     }
     if (list->source().namesFiles()) {
-        return std::make_unique<ListedOrigin>(list);
+        return std::make_unique<ListedCopySource>(list);
     }
-    return CameraOrigin::make(list);
+    return CameraCopySource::make(list);
 }
 
 Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSession> &list,
@@ -42,22 +42,22 @@ Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSessi
         return Status::invalidParameter("The list does not belong to the DLNA server \"" + server.name +
                                         "\".");
     }
-    auto origin = std::make_unique<ServerOrigin>(list, std::move(server));
-    return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
+    auto copySource = std::make_unique<ServerCopySource>(list, std::move(server));
+    return CopyJob::make(list, std::move(selection), std::move(copySource), request.destinationPath, job);
 }
 
 Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession> &list, Selection selection,
                   std::unique_ptr<Job> &job) {
-    std::unique_ptr<Origin> origin = originOf(list);
-    if (!origin) {
+    std::unique_ptr<CopySource> copySource = copySourceOf(list);
+    if (!copySource) {
         return Status::notSupported("Items of DLNA servers can only be downloaded.");
     }
     dlna::DlnaService::Found server;
     Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
     if (outcome.ok()) {
         std::string container = DlnaSource::objectId(server.id, request.dlnaServiceProvider);
-        job = std::make_unique<UploadJob>(list, std::move(selection), std::move(origin), std::move(server),
-                                          std::move(container));
+        job = std::make_unique<UploadJob>(list, std::move(selection), std::move(copySource),
+                                          std::move(server), std::move(container));
     }
     return outcome;
 }
@@ -121,11 +121,11 @@ Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_
         request.destinationDeviceType == MRB_SHARE_DEVICE_DLNA) {
         return Status::notSupported("Shares from and to DLNA servers have the type 4.");
     }
-    std::unique_ptr<Origin> origin = originOf(list);
-    if (!origin) {
+    std::unique_ptr<CopySource> copySource = copySourceOf(list);
+    if (!copySource) {
         return Status::notSupported("Only lists of folders, playlists and cameras can be copied.");
     }
-    return CopyJob::make(list, std::move(selection), std::move(origin), request.destinationPath, job);
+    return CopyJob::make(list, std::move(selection), std::move(copySource), request.destinationPath, job);
 }
 
 int Shares::stop(mrb_share_handler_h handle) {

@@ -21,7 +21,8 @@ std::string temporaryFolder() {
 
 } // namespace
 
-Status SpooledFile::fill(Origin &origin, const std::string &name, const CancellationToken &cancellation) {
+Status SpooledFile::fill(CopySource &copySource, const std::string &name,
+                         const CancellationToken &cancellation) {
     const std::string folder = temporaryFolder();
     const std::string about = name + ": a temporary file in " + folder;
     Place place;
@@ -33,7 +34,7 @@ Status SpooledFile::fill(Origin &origin, const std::string &name, const Cancella
         return Status::ofErrno(error, about);
     }
     CopyResult result =
-        origin.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
+        copySource.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
     size_ = result.bytes;
     if (result.stopped) {
         return {MRB_ERR_CANCELLED, {}};

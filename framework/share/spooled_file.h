@@ -4,8 +4,8 @@
 #include <string>
 
 #include "base/cancellation.h"
+#include "share/copy_source.h"
 #include "share/new_file.h"
-#include "share/origin.h"
 
 namespace mrb {
 
@@ -16,7 +16,7 @@ class SpooledFile {
     // Reads the most recently opened file of `origin`; `name` is for error messages.
     // MRB_ERR_CANCELLED: it was stopped; MRB_ERR_NO_SPACE: the folder for temporary files
     // (TMPDIR, else /var/tmp) is full.
-    Status fill(Origin &origin, const std::string &name, const CancellationToken &cancellation);
+    Status fill(CopySource &copySource, const std::string &name, const CancellationToken &cancellation);
 
     [[nodiscard]] int number() const { return file_.number(); }
     [[nodiscard]] std::uint64_t size() const { return size_; } // bytes

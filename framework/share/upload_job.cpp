@@ -27,9 +27,10 @@ const char *classOf(int itemType) {
 
 } // namespace
 
-UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
-                     dlna::DlnaService::Found server, std::string container)
-    : list_(std::move(list)), selection_(std::move(selection)), origin_(std::move(origin)),
+UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection,
+                     std::unique_ptr<CopySource> copySource, dlna::DlnaService::Found server,
+                     std::string container)
+    : list_(std::move(list)), selection_(std::move(selection)), source_(std::move(copySource)),
       server_(std::move(server)), container_(std::move(container)) {}
 
 JobEnd UploadJob::run(JobListener &listener) {
@@ -46,7 +47,7 @@ JobEnd UploadJob::run(JobListener &listener) {
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
     if (step == Step::GO_ON) {
-        const bool isGone = !end_.outcome.ok() && !origin_->isThere();
+        const bool isGone = !end_.outcome.ok() && !source_->isThere();
         const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
         end(end_.outcome.ok() ? MRB_EVENT_SHARE_DONE : failure);
     }
@@ -62,7 +63,7 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     if (listener.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    Status outcome = origin_->begin(cancellation);
+    Status outcome = source_->begin(cancellation);
     if (outcome.ok()) {
         outcome = server_.directories->connect(server_.id, cancellation, transfers_);
     }
@@ -80,14 +81,14 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     if (upnpClass == nullptr || type == nullptr) {
         return failed(Status::invalidParameter(name + " is not a picture, music or video."), item.name);
     }
-    Origin::File source;
-    if (Status outcome = origin_->open(item, cancellation, source); !outcome.ok()) {
+    CopySource::File source;
+    if (Status outcome = source_->open(item, cancellation, source); !outcome.ok()) {
         return failed(outcome, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     listener.fileBegins(name, source.size, planned);
     dlna::Upload file;
-    file.descriptor = origin_->number();
+    file.descriptor = source_->number();
     file.size = source.size;
     SpooledFile spooled;
     Status outcome = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
@@ -117,7 +118,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
 // A server may read a file in any order and repeatedly, while a camera sends it once, slowly.
 Status UploadJob::fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                         dlna::Upload &file) {
-    Status outcome = spooled.fill(*origin_, name, cancellation);
+    Status outcome = spooled.fill(*source_, name, cancellation);
     file.descriptor = spooled.number();
     file.size = spooled.size();
     return outcome;

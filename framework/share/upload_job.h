@@ -8,9 +8,9 @@
 #include "dlna/transfers.h"
 #include "session/list_session.h"
 #include "share/copy_plan.h"
+#include "share/copy_source.h"
 #include "share/failures.h"
 #include "share/job.h"
-#include "share/origin.h"
 #include "share/spooled_file.h"
 
 namespace mrb {
@@ -22,7 +22,7 @@ class UploadJob final : public Job {
   public:
     // `container` is the id of the container on the server for the files; empty: the server
     // chooses.
-    UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<Origin> origin,
+    UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
               dlna::DlnaService::Found server, std::string container);
 
     JobEnd run(JobListener &listener) override;
@@ -40,7 +40,7 @@ class UploadJob final : public Job {
 
     const std::shared_ptr<ListSession> list_;
     const Selection selection_;
-    const std::unique_ptr<Origin> origin_;
+    const std::unique_ptr<CopySource> source_;
     const dlna::DlnaService::Found server_;
     const std::string container_;
     CopyPlan plan_;

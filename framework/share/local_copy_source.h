@@ -8,15 +8,15 @@
 
 #include "base/cancellation.h"
 #include "base/mount_identity.h"
+#include "share/copy_source.h"
 #include "share/file_copy.h"
 #include "share/open_folders.h"
-#include "share/origin.h"
 
 namespace mrb {
 
 // Files of this machine below one folder; only regular files are opened. Derived classes
 // determine an item's file. Owned and called as every Origin is.
-class LocalOrigin : public Origin {
+class LocalCopySource : public CopySource {
   public:
     Status begin(const CancellationToken &cancellation) override;
     [[nodiscard]] bool isThere() override { return place_.isThere(); }
@@ -28,7 +28,7 @@ class LocalOrigin : public Origin {
     enum class LastLink { FOLLOWED, REFUSED };
 
     // `root` is the folder's absolute path.
-    explicit LocalOrigin(std::string root) : root_(std::move(root)) {}
+    explicit LocalCopySource(std::string root) : root_(std::move(root)) {}
 
     // Both get a path below the root, names joined with '/', on which no folder may be a link,
     // the mount on which the folder was when it was listed, and the name for error messages.

@@ -6,17 +6,17 @@
 #include "base/cancellation.h"
 #include "camera_files/camera_download.h"
 #include "session/list_session.h"
-#include "share/origin.h"
+#include "share/copy_source.h"
 
 namespace mrb {
 
 // The items of a camera's list. Owned and called as every Origin is.
-class CameraOrigin final : public Origin {
+class CameraCopySource final : public CopySource {
   public:
     // Null: the list is not one of a camera.
-    static std::unique_ptr<Origin> make(std::shared_ptr<ListSession> list);
+    static std::unique_ptr<CopySource> make(std::shared_ptr<ListSession> list);
 
-    CameraOrigin(std::shared_ptr<ListSession> list, std::string device)
+    CameraCopySource(std::shared_ptr<ListSession> list, std::string device)
         : list_(std::move(list)), device_(std::move(device)) {}
 
     Status begin(const CancellationToken &cancellation) override;

@@ -17,7 +17,7 @@ namespace mrb {
 
 // The source of a copy's files: a folder, paths in a list, a camera, or a DLNA server. Owned by a
 // job and called by its thread.
-class Origin {
+class CopySource {
   public:
     // The attributes of an opened file.
     struct File {
@@ -26,10 +26,10 @@ class Origin {
         std::array<timespec, 2> times{}; // of last access and change, as futimens takes them
     };
 
-    Origin() = default;
-    virtual ~Origin() = default;
-    Origin(const Origin &) = delete;
-    Origin &operator=(const Origin &) = delete;
+    CopySource() = default;
+    virtual ~CopySource() = default;
+    CopySource(const CopySource &) = delete;
+    CopySource &operator=(const CopySource &) = delete;
 
     // Called once, before the others. MRB_ERR_DEVICE_REMOVED: the source is gone.
     virtual Status begin(const CancellationToken &cancellation) = 0;

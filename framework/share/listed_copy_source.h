@@ -5,15 +5,16 @@
 
 #include "base/cancellation.h"
 #include "session/list_session.h"
-#include "share/local_origin.h"
+#include "share/local_copy_source.h"
 
 namespace mrb {
 
 // The files of a list that may lie anywhere on this machine, as those of playlists do. Those that
 // do not exist, or lie on another machine, fail one by one. Owned and called as every Origin is.
-class ListedOrigin final : public LocalOrigin {
+class ListedCopySource final : public LocalCopySource {
   public:
-    explicit ListedOrigin(std::shared_ptr<ListSession> list) : LocalOrigin("/"), list_(std::move(list)) {}
+    explicit ListedCopySource(std::shared_ptr<ListSession> list)
+        : LocalCopySource("/"), list_(std::move(list)) {}
 
     Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;

@@ -7,18 +7,18 @@
 #include "dlna/dlna_service.h"
 #include "dlna/transfers.h"
 #include "session/list_session.h"
-#include "share/origin.h"
+#include "share/copy_source.h"
 
 namespace mrb {
 
 // The items of a DLNA server's list, which become files when they are downloaded. Owned and
 // called as every Origin is.
-class ServerOrigin final : public Origin {
+class ServerCopySource final : public CopySource {
   public:
     // The maximum that is read of a file of unknown size.
     static constexpr std::uint64_t MAX_BYTES = 4ULL << 30;
 
-    ServerOrigin(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
+    ServerCopySource(std::shared_ptr<ListSession> list, dlna::DlnaService::Found server)
         : list_(std::move(list)), server_(std::move(server)) {}
 
     Status begin(const CancellationToken &cancellation) override;

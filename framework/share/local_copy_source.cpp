@@ -1,4 +1,4 @@
-#include "share/local_origin.h"
+#include "share/local_copy_source.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,7 +21,7 @@ Status outcomeOfFile(int error, const std::string &name) {
 
 } // namespace
 
-Status LocalOrigin::begin(const CancellationToken & /*cancellation*/) {
+Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
     int error = Place::open(root_, O_PATH, place_);
     const MountIdentity listed = mountOfRoot();
     if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {
@@ -37,14 +37,14 @@ Status LocalOrigin::begin(const CancellationToken & /*cancellation*/) {
 }
 
 // Another file system may be mounted below the root now; then the source as a whole is not gone.
-int LocalOrigin::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
+int LocalCopySource::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
     const int error = way_->go(path, folder);
     const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.number()) != mount;
     return isOther ? ENOENT : error;
 }
 
-Status LocalOrigin::openFile(std::string_view path, LastLink link, const MountIdentity &mount,
-                             const std::string &name, File &file) {
+Status LocalCopySource::openFile(std::string_view path, LastLink link, const MountIdentity &mount,
+                                 const std::string &name, File &file) {
     const std::size_t slash = path.rfind('/');
     const std::string last(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
     OpenFolderPtr from;
@@ -69,12 +69,13 @@ Status LocalOrigin::openFile(std::string_view path, LastLink link, const MountId
     return {};
 }
 
-Status LocalOrigin::openFolder(std::string_view path, const MountIdentity &mount, const std::string &name) {
+Status LocalCopySource::openFolder(std::string_view path, const MountIdentity &mount,
+                                   const std::string &name) {
     OpenFolderPtr folder;
     return outcomeOfFile(goTo(path, mount, folder), name);
 }
 
-CopyResult LocalOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+CopyResult LocalCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
     return copier_.copy(file_.number(), displayText(name_), destination, size_, moved);
 }
 

@@ -1,4 +1,4 @@
-#include "share/camera_origin.h"
+#include "share/camera_copy_source.h"
 
 #include <sys/stat.h>
 
@@ -24,22 +24,22 @@ Status about(const std::string &name, Status outcome) {
 
 } // namespace
 
-std::unique_ptr<Origin> CameraOrigin::make(std::shared_ptr<ListSession> list) {
+std::unique_ptr<CopySource> CameraCopySource::make(std::shared_ptr<ListSession> list) {
     const std::optional<CameraItem> folder = readCameraUrl(list->items().locate(ItemInfo()).url);
-    return folder ? std::make_unique<CameraOrigin>(std::move(list), folder->device) : nullptr;
+    return folder ? std::make_unique<CameraCopySource>(std::move(list), folder->device) : nullptr;
 }
 
-Status CameraOrigin::begin(const CancellationToken &cancellation) {
+Status CameraCopySource::begin(const CancellationToken &cancellation) {
     cancellation_ = cancellation;
     return attachedCamera(device_) ? Status() : Status::deviceRemoved("The camera is not attached any more.");
 }
 
-bool CameraOrigin::isThere() {
+bool CameraCopySource::isThere() {
     const std::optional<Device> camera = attachedCamera(device_);
     return camera && mrb::isThere(camera->camera, cancellation_);
 }
 
-Status CameraOrigin::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
+Status CameraCopySource::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
     download_.reset();
     cancellation_ = cancellation;
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
@@ -65,7 +65,7 @@ Status CameraOrigin::open(const ItemInfo &item, const CancellationToken &cancell
     return {};
 }
 
-CopyResult CameraOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+CopyResult CameraCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
     CopyResult result;
     FileWriter writer(destination);
     bool isOver = false;

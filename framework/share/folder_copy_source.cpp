@@ -1,10 +1,10 @@
-#include "share/folder_origin.h"
+#include "share/folder_copy_source.h"
 
 #include "mrb/agent.h"
 
 namespace mrb {
 
-Status FolderOrigin::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
+Status FolderCopySource::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
     std::string path = item.folder;
     path.append(path.empty() ? "" : "/").append(item.name);
     if (item.type != MRB_ITEM_TYPE_FOLDER) {
@@ -15,6 +15,6 @@ Status FolderOrigin::open(const ItemInfo &item, const CancellationToken & /*canc
     return openFolder(path, list_->source().mountOf(inside), item.name);
 }
 
-MountIdentity FolderOrigin::mountOfRoot() const { return list_->source().mountOf(ItemInfo()); }
+MountIdentity FolderCopySource::mountOfRoot() const { return list_->source().mountOf(ItemInfo()); }
 
 } // namespace mrb

@@ -1,4 +1,4 @@
-#include "share/server_origin.h"
+#include "share/server_copy_source.h"
 
 #include <sys/stat.h>
 
@@ -51,14 +51,14 @@ std::string plainName(std::string_view title) {
 
 } // namespace
 
-Status ServerOrigin::begin(const CancellationToken &cancellation) {
+Status ServerCopySource::begin(const CancellationToken &cancellation) {
     cancellation_ = cancellation;
     return server_.directories->connect(server_.id, cancellation, transfers_);
 }
 
-bool ServerOrigin::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
+bool ServerCopySource::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
 
-Status ServerOrigin::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
+Status ServerCopySource::open(const ItemInfo &item, const CancellationToken &cancellation, File &file) {
     if (item.type == MRB_ITEM_TYPE_FOLDER) {
         return {};
     }
@@ -86,7 +86,7 @@ Status ServerOrigin::open(const ItemInfo &item, const CancellationToken &cancell
     return {};
 }
 
-CopyResult ServerOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+CopyResult ServerCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
     CopyResult result;
     FileWriter writer(destination);
     const auto take = [&](std::span<const char> bytes) {
@@ -114,7 +114,7 @@ CopyResult ServerOrigin::copy(int destination, const std::function<bool(std::uin
     return result;
 }
 
-Status ServerOrigin::judged(Status outcome) const {
+Status ServerCopySource::judged(Status outcome) const {
     outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), cancellation_);
     if (!outcome.ok()) {
         outcome.message = name_ + ": " + outcome.message;
@@ -122,10 +122,10 @@ Status ServerOrigin::judged(Status outcome) const {
     return outcome;
 }
 
-std::string ServerOrigin::pathOf(std::string path) const { return renamedPath(path, plainName); }
+std::string ServerCopySource::pathOf(std::string path) const { return renamedPath(path, plainName); }
 
 // A title is not a file name: the extension comes from the URL, or else from the MIME type.
-std::string ServerOrigin::nameOf(const ItemInfo &item) const {
+std::string ServerCopySource::nameOf(const ItemInfo &item) const {
     const ItemLocation location = list_->items().locate(item);
     std::string_view extension = extensionOfUrl(location.url);
     if (mediaTypeOf("x." + std::string(extension)) == nullptr) {

@@ -1,4 +1,4 @@
-#include "share/listed_origin.h"
+#include "share/listed_copy_source.h"
 
 #include <string_view>
 
@@ -33,7 +33,7 @@ std::string folderNameOf(std::string_view playlist) {
 
 } // namespace
 
-Status ListedOrigin::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
+Status ListedCopySource::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
     const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
         return notHere(item, list_->items().locate(item));
@@ -43,12 +43,12 @@ Status ListedOrigin::open(const ItemInfo &item, const CancellationToken & /*canc
                                list_->source().mountOf(item), item.name, file));
 }
 
-CopyResult ListedOrigin::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    CopyResult result = LocalOrigin::copy(destination, moved);
+CopyResult ListedCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
+    CopyResult result = LocalCopySource::copy(destination, moved);
     result.source = ofThisFile(std::move(result.source));
     return result;
 }
 
-std::string ListedOrigin::pathOf(std::string path) const { return renamedPath(path, folderNameOf); }
+std::string ListedCopySource::pathOf(std::string path) const { return renamedPath(path, folderNameOf); }
 
 } // namespace mrb

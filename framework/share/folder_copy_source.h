@@ -4,15 +4,15 @@
 
 #include "base/cancellation.h"
 #include "session/list_session.h"
-#include "share/local_origin.h"
+#include "share/local_copy_source.h"
 
 namespace mrb {
 
 // The files below a list's folder. Owned and called as every Origin is.
-class FolderOrigin final : public LocalOrigin {
+class FolderCopySource final : public LocalCopySource {
   public:
-    explicit FolderOrigin(std::shared_ptr<ListSession> list)
-        : LocalOrigin(list->source().watchedRoot()), list_(std::move(list)) {}
+    explicit FolderCopySource(std::shared_ptr<ListSession> list)
+        : LocalCopySource(list->source().watchedRoot()), list_(std::move(list)) {}
 
     Status open(const ItemInfo &item, const CancellationToken &cancellation, File &file) override;
 
