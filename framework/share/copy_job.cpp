@@ -45,9 +45,9 @@ int setTimes(int file, const std::array<timespec, 2> &times) {
 } // namespace
 
 CopyJob::CopyJob(std::shared_ptr<ListSession> list, Selection selection,
-                 std::unique_ptr<CopySource> copySource, Place destination)
+                 std::unique_ptr<CopySource> copySource, RootFolder destination)
     : list_(std::move(list)), selection_(std::move(selection)), source_(std::move(copySource)),
-      destination_(std::move(destination)), way_(destination_.folder(), makeSubfolder) {}
+      destination_(std::move(destination)), resolver_(destination_.folder(), makeSubfolder) {}
 
 Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
                      std::unique_ptr<CopySource> copySource, const std::string &destination,
@@ -58,14 +58,14 @@ Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
         return Status::invalidParameter("The destination \"" + destination +
                                         "\" is neither an absolute path nor a file:// URI.");
     }
-    Place place;
-    if (const int error = Place::open(path, O_RDONLY, place); error != 0) {
+    RootFolder root;
+    if (const int error = RootFolder::open(path, O_RDONLY, root); error != 0) {
         return Status::ofErrno(error, path);
     }
-    if (faccessat(place.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+    if (faccessat(root.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         return Status::ofErrno(errno, path);
     }
-    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(copySource), std::move(place)));
+    job.reset(new CopyJob(std::move(list), std::move(selection), std::move(copySource), std::move(root)));
     return {};
 }
 
@@ -156,7 +156,7 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
     }
     path.erase(0, common.empty() ? 0 : common.size() + 1);
     OpenFolderPtr to;
-    if (const int error = way_.go(source_->pathOf(std::move(path)), to); error != 0) {
+    if (const int error = resolver_.resolve(source_->pathOf(std::move(path)), to); error != 0) {
         return destinationFailed(error, item.name);
     }
     if (isFolder) {

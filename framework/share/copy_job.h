@@ -41,7 +41,7 @@ class CopyJob final : public Job {
     enum class Step { GO_ON, END };
 
     CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
-            Place destination);
+            RootFolder destination);
 
     bool begin(JobListener &listener, CopyPlan &plan);
     Step copy(const CopyPlan &plan, JobListener &listener);
@@ -66,8 +66,8 @@ class CopyJob final : public Job {
     std::shared_ptr<ListSession> list_;
     Selection selection_;
     const std::unique_ptr<CopySource> source_;
-    Place destination_;
-    FolderWay way_; // from there
+    RootFolder destination_;
+    DirectoryResolver resolver_; // from there
     std::vector<Waiting> waiting_;
     std::uint64_t waitingBytes_ = 0;
     std::vector<OpenFolderPtr> folders_; // new ones, and those in which names were added

@@ -20,9 +20,9 @@ bool isUnknownCall(int error) {
            error == EPERM;
 }
 
-ssize_t moveFast(unsigned way, int source, int destination, std::size_t size) {
-    return way == FileCopier::RANGE ? copy_file_range(source, nullptr, destination, nullptr, size, 0)
-                                    : sendfile(destination, source, nullptr, size);
+ssize_t moveFast(unsigned strategy, int source, int destination, std::size_t size) {
+    return strategy == FileCopier::RANGE ? copy_file_range(source, nullptr, destination, nullptr, size, 0)
+                                         : sendfile(destination, source, nullptr, size);
 }
 
 // Starts writing the last full window, and waits for the one before it.
@@ -67,24 +67,24 @@ FileCopier::~FileCopier() = default;
 CopyResult FileCopier::copy(int source, const std::string &name, int destination, std::uint64_t size,
                             const std::function<bool(std::uint64_t)> &moved) {
     CopyResult result;
-    unsigned way = way_;
+    unsigned strategy = strategy_;
     std::uint64_t &done = result.bytes;
     while (done < size) {
         const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(PIECE, size - done));
         std::size_t count = 0;
-        if (way == READ_WRITE) {
+        if (strategy == READ_WRITE) {
             count = readAndWrite(source, name, destination, piece, result);
             if (count == 0) {
                 return result;
             }
         } else {
-            const ssize_t got = moveFast(way, source, destination, piece);
+            const ssize_t got = moveFast(strategy, source, destination, piece);
             if (got <= 0) {
                 // A slower way either succeeds or shows which side failed.
                 const int error = got < 0 ? errno : 0;
                 if (error != EINTR) {
-                    way = isUnknownCall(error) ? way + 1 : READ_WRITE;
-                    way_ = isUnknownCall(error) ? way : way_;
+                    strategy = isUnknownCall(error) ? strategy + 1 : READ_WRITE;
+                    strategy_ = isUnknownCall(error) ? strategy : strategy_;
                 }
                 continue;
             }

@@ -44,14 +44,14 @@ class FileCopier {
                     const std::function<bool(std::uint64_t)> &moved);
 
     // Starts with a slower way, as on file systems that do not support a faster one.
-    enum Way : unsigned { RANGE, SEND, READ_WRITE };
-    void beginWith(Way way) { way_ = way; }
+    enum CopyStrategy : unsigned { RANGE, SEND, READ_WRITE };
+    void beginWith(CopyStrategy strategy) { strategy_ = strategy; }
 
   private:
     std::size_t readAndWrite(int source, const std::string &name, int destination, std::size_t size,
                              CopyResult &result);
 
-    unsigned way_ = RANGE;
+    unsigned strategy_ = RANGE;
     std::unique_ptr<char[]> buffer_; // NOLINT(*-avoid-c-arrays): a vector would zero it
 };
 

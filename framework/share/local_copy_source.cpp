@@ -22,13 +22,14 @@ Status outcomeOfFile(int error, const std::string &name) {
 } // namespace
 
 Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
-    int error = Place::open(root_, O_PATH, place_);
+    int error = RootFolder::open(root_, O_PATH, rootFolder_);
     const MountIdentity listed = mountOfRoot();
-    if (error == 0 && listed.isKnown && mountIdentityOf(place_.folder()->descriptor.number()) != listed) {
+    if (error == 0 && listed.isKnown &&
+        mountIdentityOf(rootFolder_.folder()->descriptor.number()) != listed) {
         error = ENODEV; // another mount, or the folder on which it was mounted
     }
     if (error == 0) {
-        way_.emplace(place_.folder(), openSubfolder);
+        resolver_.emplace(rootFolder_.folder(), openSubfolder);
         return {};
     }
     Status outcome = Status::ofErrno(error, root_);
@@ -38,7 +39,7 @@ Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
 
 // Another file system may be mounted below the root now; then the source as a whole is not gone.
 int LocalCopySource::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
-    const int error = way_->go(path, folder);
+    const int error = resolver_->resolve(path, folder);
     const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.number()) != mount;
     return isOther ? ENOENT : error;
 }

@@ -19,7 +19,7 @@ namespace mrb {
 class LocalCopySource : public CopySource {
   public:
     Status begin(const CancellationToken &cancellation) override;
-    [[nodiscard]] bool isThere() override { return place_.isThere(); }
+    [[nodiscard]] bool isThere() override { return rootFolder_.isThere(); }
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
     [[nodiscard]] int number() const override { return file_.number(); }
@@ -44,8 +44,8 @@ class LocalCopySource : public CopySource {
     int goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder);
 
     const std::string root_;
-    Place place_;
-    std::optional<FolderWay> way_;
+    RootFolder rootFolder_;
+    std::optional<DirectoryResolver> resolver_;
     FileCopier copier_;
     // Of the most recently opened file.
     Descriptor file_;

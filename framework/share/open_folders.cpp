@@ -39,20 +39,20 @@ int openOrMake(const OpenFolderPtr &parent, const std::string &name, OpenFolderP
 
 } // namespace
 
-int Place::open(const std::string &path, int flags, Place &place) {
+int RootFolder::open(const std::string &path, int flags, RootFolder &root) {
     Descriptor descriptor(::open(path.c_str(), flags | FOLDER_FLAGS));
     struct stat status {};
     if (!descriptor || fstat(descriptor.number(), &status) != 0) {
         return errno;
     }
-    place.path_ = path;
-    place.folder_ = std::make_shared<OpenFolder>(OpenFolder{std::move(descriptor), nullptr});
-    place.device_ = status.st_dev;
-    place.file_ = status.st_ino;
+    root.path_ = path;
+    root.folder_ = std::make_shared<OpenFolder>(OpenFolder{std::move(descriptor), nullptr});
+    root.device_ = status.st_dev;
+    root.file_ = status.st_ino;
     return 0;
 }
 
-bool Place::isThere() const {
+bool RootFolder::isThere() const {
     struct stat status {};
     return stat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == file_;
 }
@@ -72,7 +72,7 @@ int makeSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFold
     }
 }
 
-int FolderWay::go(std::string_view path, OpenFolderPtr &folder) {
+int DirectoryResolver::resolve(std::string_view path, OpenFolderPtr &folder) {
     std::size_t level = 0;
     while (!path.empty()) {
         const std::string_view name = path.substr(0, path.find('/'));

@@ -20,12 +20,12 @@ using OpenFolderPtr = std::shared_ptr<OpenFolder>;
 
 // The root folder of a share, and whether its path still leads to it: it may be removed,
 // unmounted, or hidden by another mount. Owned and used by one thread.
-class Place {
+class RootFolder {
   public:
-    Place() = default;
+    RootFolder() = default;
 
     // Opens it; returns 0 or an errno. `flags` in addition to O_DIRECTORY and O_CLOEXEC.
-    static int open(const std::string &path, int flags, Place &place);
+    static int open(const std::string &path, int flags, RootFolder &root);
 
     [[nodiscard]] const OpenFolderPtr &folder() const { return folder_; }
     [[nodiscard]] bool isThere() const;
@@ -49,13 +49,13 @@ int makeSubfolder(const OpenFolderPtr &parent, const std::string &name, OpenFold
 
 // Opens folders below a start folder, and caches the open path, since consecutive files lie in
 // the same folder. Owned and used by one thread.
-class FolderWay {
+class DirectoryResolver {
   public:
-    FolderWay(OpenFolderPtr start, SubfolderOpener open) : start_(std::move(start)), open_(open) {}
+    DirectoryResolver(OpenFolderPtr start, SubfolderOpener open) : start_(std::move(start)), open_(open) {}
 
     // Opens the folder `path`, names joined with '/' (empty: the start folder); returns 0 or an
     // errno, EINVAL for a path with names such as "..".
-    int go(std::string_view path, OpenFolderPtr &folder);
+    int resolve(std::string_view path, OpenFolderPtr &folder);
 
   private:
     struct Step {

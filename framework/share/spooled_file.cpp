@@ -25,10 +25,10 @@ Status SpooledFile::fill(CopySource &copySource, const std::string &name,
                          const CancellationToken &cancellation) {
     const std::string folder = temporaryFolder();
     const std::string about = name + ": a temporary file in " + folder;
-    Place place;
-    int error = Place::open(folder, O_RDONLY, place);
+    RootFolder root;
+    int error = RootFolder::open(folder, O_RDONLY, root);
     if (error == 0) {
-        error = NewFile::make(place.folder(), MODE, file_);
+        error = NewFile::make(root.folder(), MODE, file_);
     }
     if (error != 0) {
         return Status::ofErrno(error, about);

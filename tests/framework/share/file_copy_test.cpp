@@ -19,12 +19,13 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
     const Folder folder;
     for (const std::size_t size : {0UL, 1UL, 4096UL, (1UL << 20) - 1, (1UL << 20) + 1, 40'000'000UL}) {
         support::writeNoise(folder.path("from"), size, static_cast<unsigned>(size));
-        for (const auto way : {mrb::FileCopier::RANGE, mrb::FileCopier::SEND, mrb::FileCopier::READ_WRITE}) {
+        for (const auto strategy :
+             {mrb::FileCopier::RANGE, mrb::FileCopier::SEND, mrb::FileCopier::READ_WRITE}) {
             const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));
             const mrb::Descriptor to(
                 ::open(folder.path("to").c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0600));
             mrb::FileCopier copier;
-            copier.beginWith(way);
+            copier.beginWith(strategy);
             std::uint64_t last = 0;
             const mrb::CopyResult end =
                 copier.copy(from.number(), "from", to.number(), size, [&](std::uint64_t bytes) {
@@ -35,7 +36,7 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
             EXPECT_TRUE(end.isWhole());
             EXPECT_EQ(end.bytes, size);
             EXPECT_EQ(last, size);
-            EXPECT_TRUE(support::areEqual(folder.path("from"), folder.path("to"))) << way << " " << size;
+            EXPECT_TRUE(support::areEqual(folder.path("from"), folder.path("to"))) << strategy << " " << size;
         }
     }
 }
@@ -43,10 +44,10 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
 TEST(FileCopier, ReturnsTheSideThatFailed) {
     const Folder folder;
     folder.file("from", 1000);
-    for (const auto way : {mrb::FileCopier::RANGE, mrb::FileCopier::SEND, mrb::FileCopier::READ_WRITE}) {
+    for (const auto strategy : {mrb::FileCopier::RANGE, mrb::FileCopier::SEND, mrb::FileCopier::READ_WRITE}) {
         const auto copy = [&](int from, int to, std::uint64_t size) {
             mrb::FileCopier copier;
-            copier.beginWith(way);
+            copier.beginWith(strategy);
             return copier.copy(from, "from", to, size, [](std::uint64_t /*bytes*/) { return true; });
         };
         const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));

@@ -22,23 +22,23 @@ using testing::IsEmpty;
 
 namespace {
 
-mrb::Place open(const std::string &path) {
-    mrb::Place place;
-    EXPECT_EQ(mrb::Place::open(path, O_RDONLY, place), 0);
-    return place;
+mrb::RootFolder open(const std::string &path) {
+    mrb::RootFolder root;
+    EXPECT_EQ(mrb::RootFolder::open(path, O_RDONLY, root), 0);
+    return root;
 }
 
 class NewFiles : public testing::TestWithParam<NewFile::Kind> {
   protected:
     NewFile make() {
         NewFile file;
-        EXPECT_EQ(NewFile::make(place.folder(), 0666, file, GetParam()), 0);
+        EXPECT_EQ(NewFile::make(root.folder(), 0666, file, GetParam()), 0);
         EXPECT_EQ(write(file.number(), "whole", 5), 5);
         return file;
     }
 
     const Folder folder;
-    const mrb::Place place = open(folder.path());
+    const mrb::RootFolder root = open(folder.path());
 };
 
 class Renames : public testing::TestWithParam<int (*)(int, const std::string &, const std::string &)> {};
@@ -90,8 +90,8 @@ INSTANTIATE_TEST_SUITE_P(Share, NewFiles, testing::Values(NewFile::Kind::UNNAMED
 
 TEST_P(Renames, MoveAFileAndReplaceNothing) {
     const Folder folder;
-    const mrb::Place place = open(folder.path());
-    const int at = place.folder()->descriptor.number();
+    const mrb::RootFolder root = open(folder.path());
+    const int at = root.folder()->descriptor.number();
     folder.file("from", 5);
     folder.file("taken", 3);
     folder.link("nowhere", "link");

@@ -10,24 +10,24 @@
 
 using support::Folder;
 
-TEST(FolderWay, PathsThatLeadElsewhereAreRefused) {
+TEST(DirectoryResolver, PathsThatLeadElsewhereAreRefused) {
     const Folder folder;
     folder.folder("a/b");
     folder.link("/", "root");
-    mrb::Place place;
-    ASSERT_EQ(mrb::Place::open(folder.path(), O_RDONLY, place), 0);
+    mrb::RootFolder root;
+    ASSERT_EQ(mrb::RootFolder::open(folder.path(), O_RDONLY, root), 0);
     for (const mrb::SubfolderOpener opener : {mrb::openSubfolder, mrb::makeSubfolder}) {
-        mrb::FolderWay way(place.folder(), opener);
+        mrb::DirectoryResolver resolver(root.folder(), opener);
         mrb::OpenFolderPtr found;
-        EXPECT_EQ(way.go("a/b", found), 0);
-        EXPECT_EQ(way.go("", found), 0);
-        EXPECT_EQ(found, place.folder());
+        EXPECT_EQ(resolver.resolve("a/b", found), 0);
+        EXPECT_EQ(resolver.resolve("", found), 0);
+        EXPECT_EQ(found, root.folder());
         for (const char *path : {"..", "a/..", "a/../..", "/", "a//b", "./a", "a/."}) {
-            EXPECT_EQ(way.go(path, found), EINVAL) << path;
+            EXPECT_EQ(resolver.resolve(path, found), EINVAL) << path;
         }
     }
-    mrb::FolderWay way(place.folder(), mrb::openSubfolder);
+    mrb::DirectoryResolver resolver(root.folder(), mrb::openSubfolder);
     mrb::OpenFolderPtr found;
-    EXPECT_EQ(way.go("root/etc", found), ENOTDIR);
-    EXPECT_EQ(way.go("missing", found), ENOENT);
+    EXPECT_EQ(resolver.resolve("root/etc", found), ENOTDIR);
+    EXPECT_EQ(resolver.resolve("missing", found), ENOENT);
 }
