@@ -128,7 +128,7 @@ bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
     bool isFinished = events_.finish(deadline);
     isFinished = workers_.finish(deadline) && isFinished;
     isFinished = shares_.finish(deadline) && isFinished;
-    isFinished = watcher_.finish(deadline) && isFinished;
+    isFinished = watchThread_.finish(deadline) && isFinished;
     isFinished = library_.finish(deadline) && isFinished;
     // Detached threads may still use the cache.
     if (isFinished) {

@@ -12,7 +12,7 @@
 #include "mrb/agent.h"
 #include "session/list_session.h"
 #include "share/shares.h"
-#include "watch/watcher.h"
+#include "watch/watch_thread.h"
 
 namespace mrb {
 
@@ -48,9 +48,9 @@ class Framework {
 
     EventThread events_;
     MediaLibrary library_;
-    Watcher watcher_;
+    WatchThread watchThread_;
     ThreadGroup workers_{"mrb-list", "The source of a list does not respond."};
-    const ListServices services_{events_, watcher_, library_, workers_};
+    const ListServices services_{events_, watchThread_, library_, workers_};
     Shares shares_{events_};
 
     std::mutex lock_; // guards what follows

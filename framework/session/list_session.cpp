@@ -9,7 +9,7 @@
 #include "fields/file_groups.h"
 #include "library/media_library.h"
 #include "session/list_filler.h"
-#include "watch/watcher.h"
+#include "watch/watch_thread.h"
 
 namespace mrb {
 
@@ -115,7 +115,8 @@ void ListSession::readGroups() noexcept {
 void ListSession::startWatching(std::unique_ptr<Watch> watch) noexcept {
     try {
         if (watch) {
-            services_.watcher.watch({shared_from_this(), static_cast<Watched *>(this)}, std::move(watch));
+            services_.watchThread.watch({shared_from_this(), static_cast<WatchObserver *>(this)},
+                                        std::move(watch));
         }
         if (const Device *device = source().device()) {
             DeviceService::instance().awaitRemoval(
@@ -131,7 +132,7 @@ void ListSession::startWatching(std::unique_ptr<Watch> watch) noexcept {
 }
 
 void ListSession::stopWatching() {
-    services_.watcher.forget(*this);
+    services_.watchThread.forget(*this);
     if (source().device() != nullptr) {
         DeviceService::instance().forget(*this);
     }

@@ -25,7 +25,7 @@ namespace mrb {
 // functions for clients. Owned jointly by the table of open lists, the worker that fills it, and
 // the threads that work on its items. Each member function says which thread calls it.
 class ListSession final : public std::enable_shared_from_this<ListSession>,
-                          private Watched,
+                          private WatchObserver,
                           private RemovalObserver {
   public:
     ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,

@@ -40,7 +40,7 @@ void FileWatch::follow(std::int32_t folder, int descriptor) {
 
 // The first read needs no event: the file may have been replaced between its opening and
 // the start of the watch.
-Change FileWatch::read(const Watched & /*list*/) {
+Change FileWatch::read(const WatchObserver & /*list*/) {
     const bool written = isWritten();
     const std::optional<State> now = stateOf(AT_FDCWD, path_.c_str());
     // Writes within one tick of the clock have the same time.
@@ -52,7 +52,7 @@ Change FileWatch::read(const Watched & /*list*/) {
 bool FileWatch::isWritten() {
     const std::string_view name = std::string_view(path_).substr(path_.rfind('/') + 1);
     bool found = false;
-    takeEvents(number(), [&](const inotify_event &event) {
+    readEvents(number(), [&](const inotify_event &event) {
         const bool isLost = (event.mask & IN_Q_OVERFLOW) != 0;
         const bool isClosed = (event.mask & IN_CLOSE_WRITE) != 0 && event.len > 0;
         found = found || isLost || (isClosed && event.name == name);

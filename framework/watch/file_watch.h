@@ -20,7 +20,7 @@ class FileWatch final : public Watch {
     // Nothing more is reported: a playlist's items do not disappear with the playlist file.
     void awaitRemoval() override { events_ = Descriptor(); }
     [[nodiscard]] int number() const override { return events_.number(); }
-    Change read(const Watched &list) override;
+    Change read(const WatchObserver &list) override;
     [[nodiscard]] bool sourceIsThere() const override { return true; }
 
   private:

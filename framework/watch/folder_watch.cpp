@@ -95,9 +95,9 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
     folders_ = {{watch, ROOT_FOLDER}};
 }
 
-Change FolderWatch::read(const Watched &list) {
+Change FolderWatch::read(const WatchObserver &list) {
     Change change = std::exchange(lost_, false) ? Change::CHANGED : Change::NONE;
-    takeEvents(number(), [&](const inotify_event &event) {
+    readEvents(number(), [&](const inotify_event &event) {
         // Several changes count as one.
         const bool asksRoot = event.wd == rootWatch_ && (event.mask & ENDED) != 0;
         if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {
@@ -108,7 +108,8 @@ Change FolderWatch::read(const Watched &list) {
     return change;
 }
 
-Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask, const char *name) const {
+Change FolderWatch::meaningOf(const WatchObserver &list, int watch, std::uint32_t mask,
+                              const char *name) const {
     // Events were lost, and any of them may have mattered.
     if ((mask & IN_Q_OVERFLOW) != 0) {
         return Change::CHANGED;
@@ -136,7 +137,7 @@ Change FolderWatch::meaningOf(const Watched &list, int watch, std::uint32_t mask
 }
 
 // Many programs open files for writing without writing.
-bool FolderWatch::isRewritten(const Watched &list, std::int32_t folder, const char *name) const {
+bool FolderWatch::isRewritten(const WatchObserver &list, std::int32_t folder, const char *name) const {
     const std::optional<ItemInfo> listed = list.listed(folder, name);
     if (!listed) {
         return true;

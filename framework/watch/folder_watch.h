@@ -26,14 +26,14 @@ class FolderWatch final : public Watch {
     void follow(std::int32_t folder, int descriptor) override;
     void awaitRemoval() override;
     [[nodiscard]] int number() const override { return events_.number(); }
-    Change read(const Watched &list) override;
+    Change read(const WatchObserver &list) override;
     [[nodiscard]] bool sourceIsThere() const override;
 
   private:
     void watchRootOnly(std::uint32_t mask);
-    [[nodiscard]] Change meaningOf(const Watched &list, int watch, std::uint32_t mask,
+    [[nodiscard]] Change meaningOf(const WatchObserver &list, int watch, std::uint32_t mask,
                                    const char *name) const;
-    [[nodiscard]] bool isRewritten(const Watched &list, std::int32_t folder, const char *name) const;
+    [[nodiscard]] bool isRewritten(const WatchObserver &list, std::int32_t folder, const char *name) const;
 
     struct Identity {
         std::uint64_t device = 0;

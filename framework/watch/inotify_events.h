@@ -12,7 +12,7 @@ namespace mrb {
 // inotify_event. Never waits for more, and stops after MAX_READS, so that a busy source does
 // not keep the thread from other lists; the rest is read by the next call.
 template <typename Take>
-void takeEvents(int instance, Take take) {
+void readEvents(int instance, Take take) {
     constexpr int MAX_READS = 16;
     // Large enough to read a hundred events or more at once.
     alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};

@@ -9,9 +9,9 @@
 namespace mrb {
 
 // The list of a watch: supplies what is listed and observes changes. Called on the watch thread.
-class Watched {
+class WatchObserver {
   public:
-    virtual ~Watched() = default;
+    virtual ~WatchObserver() = default;
 
     // True for item types that the list shows.
     [[nodiscard]] virtual bool shows(std::uint8_t type) const = 0;
@@ -52,7 +52,7 @@ class Watch {
 
     // What the events that have arrived mean for `list`; lost events count as a change.
     // Never waits for more.
-    virtual Change read(const Watched &list) = 0;
+    virtual Change read(const WatchObserver &list) = 0;
 
     // True as long as the source's path leads to the folder or file that was read.
     [[nodiscard]] virtual bool sourceIsThere() const = 0;

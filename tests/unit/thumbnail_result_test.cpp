@@ -13,12 +13,12 @@
 namespace {
 
 /// A block whose release is recorded.
-struct Watched {
+struct WatchObserver {
     const void *block = nullptr;
     std::function<void()> released;
 };
-Watched &watched() {
-    static auto *only = new Watched;
+WatchObserver &watched() {
+    static auto *only = new WatchObserver;
     return *only;
 }
 

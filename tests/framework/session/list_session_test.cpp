@@ -11,7 +11,7 @@
 #include "session/list_session.h"
 #include "support/client.h"
 #include "support/folder.h"
-#include "watch/watcher.h"
+#include "watch/watch_thread.h"
 
 using std::chrono::steady_clock;
 
@@ -40,10 +40,10 @@ class ScriptedSource final : public mrb::Source {
 
 // What a session needs besides its source.
 struct Services {
-    mrb::ListServices of(mrb::EventThread &events) { return {events, watcher, library, workers}; }
+    mrb::ListServices of(mrb::EventThread &events) { return {events, watchThread, library, workers}; }
 
     mrb::MediaLibrary library{""};
-    mrb::Watcher watcher;
+    mrb::WatchThread watchThread;
     mrb::ThreadGroup workers{"test-list", "A device does not answer."};
 };
 

@@ -5,7 +5,7 @@
 namespace support {
 
 // A list that shows every item and holds none.
-class AcceptAll final : public mrb::Watched {
+class AcceptAll final : public mrb::WatchObserver {
   public:
     bool shows(std::uint8_t /*type*/) const override { return true; }
     std::optional<mrb::ItemInfo> listed(std::int32_t /*folder*/, std::string_view /*name*/) const override {

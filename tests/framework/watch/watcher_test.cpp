@@ -1,6 +1,6 @@
 // Which calls wait for the watch thread, and which do not. The watches are scripted.
 
-#include "watch/watcher.h"
+#include "watch/watch_thread.h"
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
@@ -14,7 +14,7 @@
 
 namespace {
 
-struct List final : mrb::Watched {
+struct List final : mrb::WatchObserver {
     [[nodiscard]] bool shows(std::uint8_t /*type*/) const override { return true; }
     [[nodiscard]] std::optional<mrb::ItemInfo> listed(std::int32_t /*folder*/,
                                                       std::string_view /*name*/) const override {
@@ -35,7 +35,7 @@ struct ScriptedWatch final : mrb::Watch {
     void follow(std::int32_t /*folder*/, int /*descriptor*/) override {}
     void awaitRemoval() override {}
     [[nodiscard]] int number() const override { return never_.number(); }
-    mrb::Change read(const mrb::Watched & /*list*/) override {
+    mrb::Change read(const mrb::WatchObserver & /*list*/) override {
         read_();
         return mrb::Change::NONE;
     }
@@ -53,8 +53,8 @@ constexpr auto NOTHING = [] {};
 
 // A close of an inotify instance takes the kernel long; here it does not end until the test
 // has made the calls that must not wait for it.
-TEST(Watcher, NoCallerWaitsForTheCloseOfARemovedWatch) {
-    mrb::Watcher watcher;
+TEST(WatchThread, NoCallerWaitsForTheCloseOfARemovedWatch) {
+    mrb::WatchThread watchThread;
     const auto busy = std::make_shared<List>();
     const auto brief = std::make_shared<List>();
     const auto other = std::make_shared<List>();
@@ -65,42 +65,42 @@ TEST(Watcher, NoCallerWaitsForTheCloseOfARemovedWatch) {
     bool hasReturned = false;
 
     // While the thread is busy, a list comes and goes that the thread has not seen yet.
-    watcher.watch(busy, std::make_unique<ScriptedWatch>(
-                            [&] {
-                                reading.set_value();
-                                goOn.get_future().wait();
-                            },
-                            NOTHING));
+    watchThread.watch(busy, std::make_unique<ScriptedWatch>(
+                                [&] {
+                                    reading.set_value();
+                                    goOn.get_future().wait();
+                                },
+                                NOTHING));
     reading.get_future().wait();
-    watcher.watch(brief, std::make_unique<ScriptedWatch>(NOTHING, [&] {
-                      closing.set_value();
-                      const auto end = returned.get_future().wait_for(support::LIMIT / 4);
-                      hasReturned = end == std::future_status::ready;
-                  }));
-    watcher.forget(*brief);
+    watchThread.watch(brief, std::make_unique<ScriptedWatch>(NOTHING, [&] {
+                          closing.set_value();
+                          const auto end = returned.get_future().wait_for(support::LIMIT / 4);
+                          hasReturned = end == std::future_status::ready;
+                      }));
+    watchThread.forget(*brief);
     goOn.set_value();
     closing.get_future().wait();
 
-    watcher.watch(other, std::make_unique<ScriptedWatch>(NOTHING, NOTHING));
-    watcher.forget(*other);
-    watcher.forget(*busy);
+    watchThread.watch(other, std::make_unique<ScriptedWatch>(NOTHING, NOTHING));
+    watchThread.forget(*other);
+    watchThread.forget(*busy);
     returned.set_value();
-    EXPECT_TRUE(watcher.finish(std::chrono::steady_clock::now() + support::LIMIT));
+    EXPECT_TRUE(watchThread.finish(std::chrono::steady_clock::now() + support::LIMIT));
     EXPECT_TRUE(hasReturned);
 }
 
-TEST(Watcher, TheEndDoesNotWaitForACloseThatHangs) {
+TEST(WatchThread, TheEndDoesNotWaitForACloseThatHangs) {
     // Leaked with its thread, and static so that it does not count as a leak.
-    static auto &watcher = *new mrb::Watcher;
+    static auto &watchThread = *new mrb::WatchThread;
     static std::promise<void> closing;
     static std::promise<void> never;
     const auto list = std::make_shared<List>();
-    watcher.watch(list, std::make_unique<ScriptedWatch>(NOTHING, [] {
-                      closing.set_value();
-                      never.get_future().wait();
-                  }));
-    watcher.forget(*list);
+    watchThread.watch(list, std::make_unique<ScriptedWatch>(NOTHING, [] {
+                          closing.set_value();
+                          never.get_future().wait();
+                      }));
+    watchThread.forget(*list);
     closing.get_future().wait();
-    watcher.forget(*list);
-    EXPECT_FALSE(watcher.finish(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+    watchThread.forget(*list);
+    EXPECT_FALSE(watchThread.finish(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
 }

@@ -16,22 +16,22 @@ namespace mrb {
 //
 // A change is reported once a source has been quiet for a moment, since changes rarely
 // come alone; a list is notified once, and afterwards only of its source's removal.
-class Watcher {
+class WatchThread {
   public:
     // Every watched list holds an inotify instance; the limit per user is 128.
     static constexpr std::size_t MAX_LISTS = 64;
 
-    Watcher() = default;
-    ~Watcher();
-    Watcher(const Watcher &) = delete;
-    Watcher &operator=(const Watcher &) = delete;
+    WatchThread() = default;
+    ~WatchThread();
+    WatchThread(const WatchThread &) = delete;
+    WatchThread &operator=(const WatchThread &) = delete;
 
     // Watches for `list` from now on. Throws std::system_error when the system has
     // no room for the thread.
-    void watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source);
+    void watch(const std::shared_ptr<WatchObserver> &list, std::unique_ptr<Watch> source);
 
     // Ends that soon; the watch thread cleans up. Does nothing when the list is not watched.
-    void forget(const Watched &list);
+    void forget(const WatchObserver &list);
 
     // Ends the thread. If it is still blocked by a device at the deadline, it is detached: false.
     bool finish(std::chrono::steady_clock::time_point deadline);
@@ -40,8 +40,8 @@ class Watcher {
     using Time = std::chrono::steady_clock::time_point;
 
     struct Entry {
-        const Watched *key;
-        std::weak_ptr<Watched> list;
+        const WatchObserver *key;
+        std::weak_ptr<WatchObserver> list;
         bool forgotten = false; // guarded by lock_
         // Used by the watch thread alone:
         std::unique_ptr<Watch> source;
@@ -59,7 +59,7 @@ class Watcher {
     void run();
     void wake() const;
     [[nodiscard]] bool collect(Entries &entries);
-    void attend(Entry &entry, bool readable, bool mountsChanged);
+    void handle(Entry &entry, bool readable, bool mountsChanged);
 
     std::mutex lock_; // guards what follows
     Entries entries_;

@@ -1,4 +1,4 @@
-#include "watch/watcher.h"
+#include "watch/watch_thread.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -27,13 +27,13 @@ enum { WAKE, MOUNTS, LISTS };
 
 } // namespace
 
-Watcher::Time Watcher::Entry::due() const {
+WatchThread::Time WatchThread::Entry::due() const {
     return std::min(lastChange + QUIET, firstChange + SHUTDOWN_TIMEOUT);
 }
 
-Watcher::~Watcher() { finish(Time::max()); }
+WatchThread::~WatchThread() { finish(Time::max()); }
 
-void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch> source) {
+void WatchThread::watch(const std::shared_ptr<WatchObserver> &list, std::unique_ptr<Watch> source) {
     if (source->number() < 0) {
         return; // The watch has logged why.
     }
@@ -55,7 +55,7 @@ void Watcher::watch(const std::shared_ptr<Watched> &list, std::unique_ptr<Watch>
     wake();
 }
 
-void Watcher::forget(const Watched &list) {
+void WatchThread::forget(const WatchObserver &list) {
     const std::lock_guard guard(lock_);
     for (const auto &entry : entries_) {
         if (entry->key == &list) {
@@ -65,7 +65,7 @@ void Watcher::forget(const Watched &list) {
     }
 }
 
-bool Watcher::finish(Time deadline) {
+bool WatchThread::finish(Time deadline) {
     {
         const std::lock_guard guard(lock_);
         finishing_ = true;
@@ -76,7 +76,7 @@ bool Watcher::finish(Time deadline) {
     return thread_.finish(deadline);
 }
 
-void Watcher::start() {
+void WatchThread::start() {
     if (thread_.isStarted()) {
         return;
     }
@@ -90,9 +90,9 @@ void Watcher::start() {
     thread_.start([this] { run(); });
 }
 
-void Watcher::wake() const { eventfd_write(wake_.number(), 1); }
+void WatchThread::wake() const { eventfd_write(wake_.number(), 1); }
 
-void Watcher::run() {
+void WatchThread::run() {
     Entries entries;
     std::vector<pollfd> polled;
     while (collect(entries)) {
@@ -113,7 +113,7 @@ void Watcher::run() {
         const bool mountsChanged = polled[MOUNTS].revents != 0;
         for (std::size_t index = 0; index < entries.size(); ++index) {
             try {
-                attend(*entries[index], polled[LISTS + index].revents != 0, mountsChanged);
+                handle(*entries[index], polled[LISTS + index].revents != 0, mountsChanged);
             } catch (const std::exception &failure) {
                 MRB_LOG_ERROR("A change was not reported: %s", failure.what());
             }
@@ -124,7 +124,7 @@ void Watcher::run() {
 // Collects the lists to watch now. Forgotten ones close with the last copy of their entry: here,
 // since one that was added and forgotten since the last call is held nowhere else. False: the
 // thread has to end.
-bool Watcher::collect(Entries &entries) {
+bool WatchThread::collect(Entries &entries) {
     Entries dropped;
     Entries next;
     bool isEnd = false;
@@ -144,8 +144,8 @@ bool Watcher::collect(Entries &entries) {
     return !isEnd;
 }
 
-void Watcher::attend(Entry &entry, bool readable, bool mountsChanged) {
-    const std::shared_ptr<Watched> list = entry.list.lock();
+void WatchThread::handle(Entry &entry, bool readable, bool mountsChanged) {
+    const std::shared_ptr<WatchObserver> list = entry.list.lock();
     if (!list) {
         return;
     }
