@@ -48,15 +48,15 @@ int describeCurrent(mrb_agent_handler_h agent, char **text,
 } // namespace
 
 int mrb_prepare_play_data_v2(mrb_agent_handler_h agent, char **play_data) {
-    return describeCurrent(agent, play_data, &ListSession::reach,
+    return describeCurrent(agent, play_data, &ListSession::checkAvailable,
                            [](const ListSession &session, const ListEntry &entry) {
-                               return mrb::describePlayback(entry, session.items().locate(entry.info),
+                               return mrb::describePlayback(entry, session.items().locationOf(entry.info),
                                                             mrb::resumePosition(session, entry));
                            });
 }
 
 int mrb_get_rating_info_v2(mrb_agent_handler_h agent, char **rating) {
     return describeCurrent(agent, rating, nullptr, [](const ListSession &session, const ListEntry &entry) {
-        return mrb::describeRating(session.items().locate(entry.info));
+        return mrb::describeRating(session.items().locationOf(entry.info));
     });
 }

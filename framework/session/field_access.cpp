@@ -85,7 +85,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, M
         }
     }
     const MetadataValue found =
-        fieldValue(*field, *entry, isPlaced ? session.items().locate(entry->info) : ItemLocation(),
+        fieldValue(*field, *entry, isPlaced ? session.items().locationOf(entry->info) : ItemLocation(),
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {

@@ -23,8 +23,8 @@ const MediaPaths &ItemResolver::paths(const std::string &root) const {
     return *paths_;
 }
 
-ItemLocation ItemResolver::locate(const ItemInfo &info) const {
-    return isSomewhere(info) ? source_->locate(info) : ItemLocation{};
+ItemLocation ItemResolver::locationOf(const ItemInfo &info) const {
+    return isSomewhere(info) ? source_->locationOf(info) : ItemLocation{};
 }
 
 std::optional<SourceMetadata> ItemResolver::sourceMetadata(const ItemInfo &info) const {

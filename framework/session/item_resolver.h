@@ -28,7 +28,7 @@ class ItemResolver {
     void prepare() const;
 
     // The locations of the item.
-    [[nodiscard]] ItemLocation locate(const ItemInfo &info) const;
+    [[nodiscard]] ItemLocation locationOf(const ItemInfo &info) const;
 
     // The source's metadata of the item; no value: it has none.
     [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &info) const;

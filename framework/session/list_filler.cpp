@@ -112,9 +112,9 @@ std::int32_t ListFiller::addFolder(std::int32_t parent, std::string_view name) {
     return number;
 }
 
-void ListFiller::follow(std::int32_t folder, int descriptor) {
+void ListFiller::aboutToRead(std::int32_t folder, int descriptor) {
     if (watch_) {
-        watch_->follow(folder, descriptor);
+        watch_->aboutToRead(folder, descriptor);
     }
 }
 

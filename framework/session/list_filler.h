@@ -41,9 +41,9 @@ class ListFiller final : private ItemSink {
     // ItemSink, called by the source.
     [[nodiscard]] bool wants(std::uint8_t type) const override { return list_.wants(type); }
     [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
-    void announce(std::int64_t total) override { events_.setExpectedTotal(total); }
+    void setExpectedTotal(std::int64_t total) override { events_.setExpectedTotal(total); }
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
-    void follow(std::int32_t folder, int descriptor) override;
+    void aboutToRead(std::int32_t folder, int descriptor) override;
     [[nodiscard]] bool add(std::span<const SourceItem> items) override;
 
     void prepareFiles() const;

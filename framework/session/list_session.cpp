@@ -57,19 +57,19 @@ std::optional<std::string> ListSession::describe(std::int32_t index) const {
     if (!entry) {
         return std::nullopt;
     }
-    return describeEntry(*entry, items_.locate(entry->info), items_.sourceMetadata(entry->info));
+    return describeEntry(*entry, items_.locationOf(entry->info), items_.sourceMetadata(entry->info));
 }
 
-int ListSession::reach(const ListEntry &entry) const {
+int ListSession::checkAvailable(const ListEntry &entry) const {
     // A folder's path may now be that of another folder; a device that returns is identified by
     // its id.
     const bool isGone = removed_ && source().device() == nullptr;
-    const Status outcome = isGone ? Status::deviceRemoved() : source().reach(entry.info);
+    const Status outcome = isGone ? Status::deviceRemoved() : source().checkAvailable(entry.info);
     return outcome.code;
 }
 
 std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) const {
-    const std::optional<ItemInfo> item = source().identify(mediaId);
+    const std::optional<ItemInfo> item = source().findByMediaId(mediaId);
     return item ? list_->pageOf(*item) : std::nullopt;
 }
 

@@ -65,7 +65,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     [[nodiscard]] std::optional<std::string> describe(std::int32_t index) const;
 
     // Whether an entry's file still exists; returns a code of mrb/result.h. Any thread.
-    [[nodiscard]] int reach(const ListEntry &entry) const;
+    [[nodiscard]] int checkAvailable(const ListEntry &entry) const;
 
     // The entry under the cursor; no value: the view is empty. Any thread.
     [[nodiscard]] std::optional<ListEntry> current() const { return list_->cursor().current(); }

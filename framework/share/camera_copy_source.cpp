@@ -25,7 +25,7 @@ Status about(const std::string &name, Status outcome) {
 } // namespace
 
 std::unique_ptr<CopySource> CameraCopySource::make(std::shared_ptr<ListSession> list) {
-    const std::optional<CameraItem> folder = readCameraUrl(list->items().locate(ItemInfo()).url);
+    const std::optional<CameraItem> folder = readCameraUrl(list->items().locationOf(ItemInfo()).url);
     return folder ? std::make_unique<CameraCopySource>(std::move(list), folder->device) : nullptr;
 }
 
@@ -47,7 +47,7 @@ Status CameraCopySource::open(const ItemInfo &item, const CancellationToken &can
     }
     name_ = displayText(item.name);
     Status outcome;
-    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locate(item).url, outcome);
+    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locationOf(item).url, outcome);
     CameraFileStatus status;
     if (source) {
         outcome = source->readStatus({cancellation}, status);

@@ -36,7 +36,7 @@ std::string folderNameOf(std::string_view playlist) {
 Status ListedCopySource::open(const ItemInfo &item, const CancellationToken & /*cancellation*/, File &file) {
     const std::string path = list_->source().filePath(item);
     if (!path.starts_with('/')) {
-        return notHere(item, list_->items().locate(item));
+        return notHere(item, list_->items().locationOf(item));
     }
     // The list's path has no links: a link that is there now has another target.
     return ofThisFile(openFile(std::string_view(path).substr(1), LastLink::REFUSED,

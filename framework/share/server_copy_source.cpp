@@ -63,7 +63,7 @@ Status ServerCopySource::open(const ItemInfo &item, const CancellationToken &can
         return {};
     }
     name_ = displayText(item.name);
-    const ItemLocation location = list_->items().locate(item);
+    const ItemLocation location = list_->items().locationOf(item);
     if (location.url.empty()) {
         return Status::notSupported(name_ + ": the server has no URL of it.");
     }
@@ -126,7 +126,7 @@ std::string ServerCopySource::pathOf(std::string path) const { return renamedPat
 
 // A title is not a file name: the extension comes from the URL, or else from the MIME type.
 std::string ServerCopySource::nameOf(const ItemInfo &item) const {
-    const ItemLocation location = list_->items().locate(item);
+    const ItemLocation location = list_->items().locationOf(item);
     std::string_view extension = extensionOfUrl(location.url);
     if (mediaTypeOf("x." + std::string(extension)) == nullptr) {
         extension = extensionOfMime(location.mimeType);

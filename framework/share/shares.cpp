@@ -23,7 +23,7 @@ std::unique_ptr<CopySource> copySourceOf(const std::shared_ptr<ListSession> &lis
     if (!list->source().watchedRoot().empty()) {
         return std::make_unique<FolderCopySource>(list);
     }
-    if (list->source().namesFiles()) {
+    if (list->source().hasScatteredFiles()) {
         return std::make_unique<ListedCopySource>(list);
     }
     return CameraCopySource::make(list);
@@ -38,7 +38,7 @@ Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSessi
     }
     const std::vector<std::int32_t> items = list->list().expand(selection);
     const ItemInfo first = items.empty() ? ItemInfo() : list->list().infoOf(items.front());
-    if (!DlnaSource::isMediaId(server.id, list->items().locate(first).mediaId)) {
+    if (!DlnaSource::isMediaId(server.id, list->items().locationOf(first).mediaId)) {
         return Status::invalidParameter("The list does not belong to the DLNA server \"" + server.name +
                                         "\".");
     }

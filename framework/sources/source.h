@@ -33,7 +33,7 @@ class ItemSink {
     [[nodiscard]] virtual bool stopped() const = 0;
 
     // Sets the expected number of items, where that is known before they are added.
-    virtual void announce(std::int64_t total) = 0;
+    virtual void setExpectedTotal(std::int64_t total) = 0;
 
     // Adds a folder in which items can lie, wanted or not. Returns its number for
     // SourceItem::folder; negative: the list is full, return.
@@ -41,7 +41,7 @@ class ItemSink {
 
     // Called before the source reads the open folder `descriptor`, known by its number, or the
     // source's own file; it may be watched for changes from then on.
-    virtual void follow(std::int32_t /*folder*/, int /*descriptor*/) {}
+    virtual void aboutToRead(std::int32_t /*folder*/, int /*descriptor*/) {}
 
     // Appends a run of items. False: the list is full or was stopped, return.
     [[nodiscard]] virtual bool add(std::span<const SourceItem> items) = 0;
@@ -86,11 +86,11 @@ class Source {
     virtual FillResult fill(ItemSink &sink) = 0;
 
     // `item` may be the source itself, as a folder without a name.
-    [[nodiscard]] virtual ItemLocation locate(const ItemInfo &item) const = 0;
+    [[nodiscard]] virtual ItemLocation locationOf(const ItemInfo &item) const = 0;
 
     // Whether the item still exists, as far as that is known without waiting for another machine.
     // MRB_ERR_NOT_FOUND: it is gone.
-    [[nodiscard]] virtual Status reach(const ItemInfo & /*item*/) const { return {}; }
+    [[nodiscard]] virtual Status checkAvailable(const ItemInfo & /*item*/) const { return {}; }
     // The exact bytes of the path of the item's file on this machine, or its URL on a camera, see
     // MediaFile; empty where there is none.
     [[nodiscard]] virtual std::string filePath(const ItemInfo & /*item*/) const { return {}; }
@@ -101,7 +101,7 @@ class Source {
 
     // Whether items may be local files that lie in different folders, each at its `filePath`, and
     // can be copied from there.
-    [[nodiscard]] virtual bool namesFiles() const { return false; }
+    [[nodiscard]] virtual bool hasScatteredFiles() const { return false; }
 
     // The source's metadata of an item. No value: the source has only what the list holds. `item`
     // may be the source itself.
@@ -123,7 +123,7 @@ class Source {
 
     // The item of a media id: the source's own id, or name and folder. No value: the source has
     // no such item.
-    [[nodiscard]] virtual std::optional<ItemInfo> identify(const std::string &mediaId) const = 0;
+    [[nodiscard]] virtual std::optional<ItemInfo> findByMediaId(const std::string &mediaId) const = 0;
 };
 
 // Creates the source that `request` names and checks that it is available.

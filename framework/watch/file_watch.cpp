@@ -32,7 +32,7 @@ FileWatch::FileWatch(std::string path)
     }
 }
 
-void FileWatch::follow(std::int32_t folder, int descriptor) {
+void FileWatch::aboutToRead(std::int32_t folder, int descriptor) {
     if (folder == ROOT_FOLDER) {
         followed_ = stateOf(descriptor, "");
     }

@@ -16,7 +16,7 @@ class FileWatch final : public Watch {
     // `path` is absolute and without links.
     explicit FileWatch(std::string path);
 
-    void follow(std::int32_t folder, int descriptor) override;
+    void aboutToRead(std::int32_t folder, int descriptor) override;
     // Nothing more is reported: a playlist's items do not disappear with the playlist file.
     void awaitRemoval() override { events_ = Descriptor(); }
     [[nodiscard]] int number() const override { return events_.number(); }

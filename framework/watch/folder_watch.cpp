@@ -34,7 +34,7 @@ FolderWatch::FolderWatch(std::string root)
     }
 }
 
-void FolderWatch::follow(std::int32_t folder, int descriptor) {
+void FolderWatch::aboutToRead(std::int32_t folder, int descriptor) {
     if (!events_ || rootOnly_) {
         return;
     }

@@ -23,7 +23,7 @@ class FolderWatch final : public Watch {
 
     // Beyond MAX_FOLDERS, or when the system has no more watches, only the root is
     // watched, and a warning is logged.
-    void follow(std::int32_t folder, int descriptor) override;
+    void aboutToRead(std::int32_t folder, int descriptor) override;
     void awaitRemoval() override;
     [[nodiscard]] int number() const override { return events_.number(); }
     Change read(const WatchObserver &list) override;

@@ -42,7 +42,7 @@ class Watch {
 
     // Watches the open folder or file `descriptor`, which the list knows by its number. Called
     // before it is read, so that no change is missed. The source itself comes first.
-    virtual void follow(std::int32_t folder, int descriptor) = 0;
+    virtual void aboutToRead(std::int32_t folder, int descriptor) = 0;
 
     // From now on only the removal of the source is reported.
     virtual void awaitRemoval() = 0;

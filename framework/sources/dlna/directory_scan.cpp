@@ -130,7 +130,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         }
         hasAnswered_ = true;
         if (browseRequest.kind == BrowseRequest::Kind::SEARCH && isFirst && page.total > 0) {
-            sink_.announce(page.total);
+            sink_.setExpectedTotal(page.total);
         }
         reading.hasChanged =
             reading.hasChanged || (!isFirst && (page.total != total || page.updateId != updateId));

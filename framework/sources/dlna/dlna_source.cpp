@@ -63,7 +63,7 @@ FillResult DlnaSource::fill(ItemSink &sink) {
     return DirectoryScan(sink, {*server_.directories, server_.id, container_, TIMEOUT}).run(request_);
 }
 
-ItemLocation DlnaSource::locate(const ItemInfo &item) const {
+ItemLocation DlnaSource::locationOf(const ItemInfo &item) const {
     ItemLocation location;
     const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER || item.type == MRB_ITEM_TYPE_UPFOLDER;
     location.mediaId = mediaIdOf(server_.id, item.id.empty() ? container_ : item.id);
@@ -74,7 +74,7 @@ ItemLocation DlnaSource::locate(const ItemInfo &item) const {
     return location;
 }
 
-Status DlnaSource::reach(const ItemInfo & /*item*/) const {
+Status DlnaSource::checkAvailable(const ItemInfo & /*item*/) const {
     if (dlna::DlnaService::instance().isThere(server_.id)) {
         return {};
     }
@@ -85,7 +85,7 @@ std::optional<SourceMetadata> DlnaSource::sourceMetadata(const ItemInfo &item) c
     return SourceMetadata{unpackRecord(item.record).metadata};
 }
 
-std::optional<ItemInfo> DlnaSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> DlnaSource::findByMediaId(const std::string &mediaId) const {
     std::optional<std::string> object = objectOf(server_.id, mediaId);
     if (!object) {
         return std::nullopt;

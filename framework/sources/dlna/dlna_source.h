@@ -27,10 +27,10 @@ class DlnaSource final : public Source {
     DlnaSource(dlna::DlnaService::Found server, std::string container, ListRequest request);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
-    [[nodiscard]] Status reach(const ItemInfo &item) const override;
+    [[nodiscard]] ItemLocation locationOf(const ItemInfo &item) const override;
+    [[nodiscard]] Status checkAvailable(const ItemInfo &item) const override;
     [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &item) const override;
-    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::optional<ItemInfo> findByMediaId(const std::string &mediaId) const override;
 
   private:
     const dlna::DlnaService::Found server_;

@@ -77,7 +77,7 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
                                           int level, const std::string &name) {
     files_.clear();
     folders_.clear();
-    sink_.follow(number, folder->number());
+    sink_.aboutToRead(number, folder->number());
     if (mounts_ != nullptr) {
         mounts_->add(folder->number());
     }

@@ -80,12 +80,12 @@ std::string FolderSource::filePath(const ItemInfo &item) const {
     return bytes;
 }
 
-Status FolderSource::reach(const ItemInfo &item) const {
+Status FolderSource::checkAvailable(const ItemInfo &item) const {
     const std::string path = filePath(item);
     return Status::ofErrno(lookUp(path, mountOf(item)), path);
 }
 
-ItemLocation FolderSource::locate(const ItemInfo &item) const {
+ItemLocation FolderSource::locationOf(const ItemInfo &item) const {
     const std::string bytes = filePath(item);
     ItemLocation location;
     location.path = displayText(bytes);
@@ -100,7 +100,7 @@ ItemLocation FolderSource::locate(const ItemInfo &item) const {
     return location;
 }
 
-std::optional<ItemInfo> FolderSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> FolderSource::findByMediaId(const std::string &mediaId) const {
     if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
         return std::nullopt;
     }

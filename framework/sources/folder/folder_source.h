@@ -14,12 +14,12 @@ class FolderSource final : public Source {
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
-    [[nodiscard]] Status reach(const ItemInfo &item) const override;
+    [[nodiscard]] ItemLocation locationOf(const ItemInfo &item) const override;
+    [[nodiscard]] Status checkAvailable(const ItemInfo &item) const override;
     [[nodiscard]] std::string filePath(const ItemInfo &item) const override;
     [[nodiscard]] MountIdentity mountOf(const ItemInfo &item) const override;
     [[nodiscard]] std::string watchedRoot() const override { return path_.empty() ? "/" : path_; }
-    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::optional<ItemInfo> findByMediaId(const std::string &mediaId) const override;
 
   private:
     FolderSource(std::string path, Descriptor folder);

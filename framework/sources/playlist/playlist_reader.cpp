@@ -41,7 +41,7 @@ struct PlaylistReader::Reading {
         : real(std::move(path)), targets(real, std::move(scope)), folder(number) {}
 
     const std::string real;
-    EntryTargets targets;
+    EntryResolver targets;
     const std::int32_t folder;
     std::int32_t position = 0;
     const char *leftOut = nullptr; // why not all of it was read
@@ -157,14 +157,14 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
         return false;
     }
     ++reading.position;
-    const EntryTarget target = reading.targets.find(entry);
-    if (target.kind == EntryTarget::Kind::NOTHING) {
+    const ResolvedEntry target = reading.targets.find(entry);
+    if (target.kind == ResolvedEntry::Kind::NOTHING) {
         return true;
     }
     // A stream without a known extension is most likely a radio station.
     const MediaType *type = mediaTypeOf(target.name);
     const auto itemType = type != nullptr ? type->itemType : std::uint8_t{MRB_ITEM_TYPE_MUSIC};
-    const bool opens = itemType == MRB_ITEM_TYPE_M3U && target.kind == EntryTarget::Kind::FILE;
+    const bool opens = itemType == MRB_ITEM_TYPE_M3U && target.kind == ResolvedEntry::Kind::FILE;
     if (!opens && !sink_.wants(itemType)) {
         return true;
     }
@@ -181,7 +181,7 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
 }
 
 bool PlaylistReader::add(SourceItem item, PlaylistRow row) {
-    if (row.kind == EntryTarget::Kind::FILE) {
+    if (row.kind == ResolvedEntry::Kind::FILE) {
         row.mount = mountIdentityAt(std::string(row.place.substr(0, row.place.rfind('/') + 1)));
     }
     const std::string id = isFull_ ? std::string() : table_.add(row);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/descriptor.h"
-#include "sources/playlist/entry_target.h"
+#include "sources/playlist/entry_resolver.h"
 #include "sources/playlist/playlist_table.h"
 #include "sources/source.h"
 

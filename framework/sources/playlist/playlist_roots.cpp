@@ -98,7 +98,7 @@ PlaylistRoots PlaylistRoots::ofMachine() {
     return {storages, musicFolder()};
 }
 
-std::vector<PlaylistRoot> PlaylistRoots::toSearch() const {
+std::vector<PlaylistRoot> PlaylistRoots::searchFolders() const {
     std::vector<PlaylistRoot> found;
     for (const PlaylistRoot &root : roots_) {
         const bool isInside = std::ranges::any_of(

@@ -47,7 +47,7 @@ class PlaylistRoots {
 
     // The roots that are searched for playlists: those that lie in no other root, the user's
     // last.
-    [[nodiscard]] std::vector<PlaylistRoot> toSearch() const;
+    [[nodiscard]] std::vector<PlaylistRoot> searchFolders() const;
 
     // A playlist on a removable storage may name only files on that storage. Any other playlist
     // is the user's own, and may name files in any root, and in the playlist's own folder.

@@ -56,7 +56,7 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
     const PlaylistRoots roots = PlaylistRoots::ofMachine();
     PlaylistReader reader(sink, table_, roots);
     if (path_.empty()) {
-        for (const PlaylistRoot &root : roots.toSearch()) {
+        for (const PlaylistRoot &root : roots.searchFolders()) {
             if (sink.stopped() || reader.isFull()) {
                 break;
             }
@@ -66,7 +66,7 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
         }
     } else {
         const Descriptor file = std::exchange(file_, Descriptor());
-        sink.follow(ROOT_FOLDER, file.number());
+        sink.aboutToRead(ROOT_FOLDER, file.number());
         if (const int error = reader.addEntries(file, path_); error != 0 && !reader.isFull()) {
             result.outcome = Status::ofErrno(error, path_);
         }
@@ -90,7 +90,7 @@ std::optional<PlaylistRow> PlaylistSource::rowOf(const ItemInfo &item) const {
 
 std::string PlaylistSource::filePath(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
-    return row && row->kind == EntryTarget::Kind::FILE ? std::string(row->place) : std::string();
+    return row && row->kind == ResolvedEntry::Kind::FILE ? std::string(row->place) : std::string();
 }
 
 MountIdentity PlaylistSource::mountOf(const ItemInfo &item) const {
@@ -98,19 +98,19 @@ MountIdentity PlaylistSource::mountOf(const ItemInfo &item) const {
     return row ? row->mount : MountIdentity();
 }
 
-Status PlaylistSource::reach(const ItemInfo &item) const {
+Status PlaylistSource::checkAvailable(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
-    if (!row || row->kind == EntryTarget::Kind::URL) {
+    if (!row || row->kind == ResolvedEntry::Kind::URL) {
         return {};
     }
     const std::string path(row->place);
-    if (row->kind == EntryTarget::Kind::MISSING) {
+    if (row->kind == ResolvedEntry::Kind::MISSING) {
         return Status::notFound(path + " does not exist.");
     }
     return Status::ofErrno(lookUp(path, row->mount), path);
 }
 
-ItemLocation PlaylistSource::locate(const ItemInfo &item) const {
+ItemLocation PlaylistSource::locationOf(const ItemInfo &item) const {
     ItemLocation location;
     const std::optional<PlaylistRow> row = rowOf(item);
     const MediaType *type = mediaTypeOf(item.name);
@@ -119,7 +119,7 @@ ItemLocation PlaylistSource::locate(const ItemInfo &item) const {
         return location;
     }
     const std::string place(row->place);
-    if (row->kind == EntryTarget::Kind::URL) {
+    if (row->kind == ResolvedEntry::Kind::URL) {
         location.url = place;
     } else {
         location.path = displayText(place);
@@ -141,7 +141,7 @@ std::optional<SourceMetadata> PlaylistSource::sourceMetadata(const ItemInfo &ite
         return std::nullopt;
     }
     SourceMetadata info;
-    info.isMissing = row->kind == EntryTarget::Kind::MISSING;
+    info.isMissing = row->kind == ResolvedEntry::Kind::MISSING;
     info.metadata.setText(MetadataKey::TITLE, row->title);
     if (row->duration != UNKNOWN) {
         info.metadata.setNumber(MetadataKey::DURATION, row->duration);
@@ -149,7 +149,7 @@ std::optional<SourceMetadata> PlaylistSource::sourceMetadata(const ItemInfo &ite
     return info;
 }
 
-std::optional<ItemInfo> PlaylistSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> PlaylistSource::findByMediaId(const std::string &mediaId) const {
     if (!mediaId.starts_with(MEDIA_ID_SCHEME)) {
         return std::nullopt;
     }

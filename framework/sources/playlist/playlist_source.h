@@ -18,14 +18,14 @@ class PlaylistSource final : public Source {
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
-    [[nodiscard]] Status reach(const ItemInfo &item) const override;
+    [[nodiscard]] ItemLocation locationOf(const ItemInfo &item) const override;
+    [[nodiscard]] Status checkAvailable(const ItemInfo &item) const override;
     [[nodiscard]] std::string filePath(const ItemInfo &item) const override;
     [[nodiscard]] MountIdentity mountOf(const ItemInfo &item) const override;
-    [[nodiscard]] bool namesFiles() const override { return true; }
+    [[nodiscard]] bool hasScatteredFiles() const override { return true; }
     [[nodiscard]] std::string watchedFile() const override { return path_; }
     [[nodiscard]] std::optional<SourceMetadata> sourceMetadata(const ItemInfo &item) const override;
-    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::optional<ItemInfo> findByMediaId(const std::string &mediaId) const override;
 
   private:
     PlaylistSource(std::string path, Descriptor file);

@@ -10,7 +10,7 @@
 
 #include "base/chunks.h"
 #include "base/mount_identity.h"
-#include "sources/playlist/entry_target.h"
+#include "sources/playlist/entry_resolver.h"
 
 namespace mrb {
 
@@ -18,8 +18,8 @@ namespace mrb {
 struct PlaylistRow {
     std::string_view playlist = {}; // its path, exact bytes; for an entry that of its playlist
     std::int32_t position = 0;      // of an entry, counted from 1
-    EntryTarget::Kind kind = EntryTarget::Kind::FILE;
-    std::string_view place = {};     // see EntryTarget
+    ResolvedEntry::Kind kind = ResolvedEntry::Kind::FILE;
+    std::string_view place = {};     // see ResolvedEntry
     std::string_view title = {};     // as written in the playlist
     std::int64_t duration = UNKNOWN; // milliseconds, likewise
     MountIdentity mount = {};        // of a file that exists: see Source
@@ -53,7 +53,7 @@ class PlaylistTable {
         Text place;
         Text title;
         std::int32_t position;
-        EntryTarget::Kind kind;
+        ResolvedEntry::Kind kind;
         MountIdentity mount;
     };
 

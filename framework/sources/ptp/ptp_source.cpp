@@ -77,12 +77,12 @@ std::string PtpSource::pathOf(const ItemInfo &item) const {
 
 std::string PtpSource::filePath(const ItemInfo &item) const { return cameraUrl({camera_.id, pathOf(item)}); }
 
-Status PtpSource::reach(const ItemInfo & /*item*/) const {
+Status PtpSource::checkAvailable(const ItemInfo & /*item*/) const {
     return attachedCamera(camera_.id) ? Status()
                                       : Status::deviceRemoved("The camera is not attached any more.");
 }
 
-ItemLocation PtpSource::locate(const ItemInfo &item) const {
+ItemLocation PtpSource::locationOf(const ItemInfo &item) const {
     ItemLocation location;
     location.url = filePath(item);
     location.mediaId = mediaIdOf(location.url);
@@ -98,7 +98,7 @@ ItemLocation PtpSource::locate(const ItemInfo &item) const {
     return location;
 }
 
-std::optional<ItemInfo> PtpSource::identify(const std::string &mediaId) const {
+std::optional<ItemInfo> PtpSource::findByMediaId(const std::string &mediaId) const {
     const bool isId = mediaId.starts_with(MEDIA_ID_SCHEME) && !mediaId.starts_with(CAMERA_URL_SCHEME);
     const std::optional<CameraItem> found = isId ? readCameraUrl(urlOf(mediaId)) : std::nullopt;
     const std::string start = root_ + '/';

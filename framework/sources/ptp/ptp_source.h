@@ -18,11 +18,11 @@ class PtpSource final : public Source {
     static Status make(const ListRequest &request, std::unique_ptr<Source> &source);
 
     FillResult fill(ItemSink &sink) override;
-    [[nodiscard]] ItemLocation locate(const ItemInfo &item) const override;
-    [[nodiscard]] Status reach(const ItemInfo &item) const override;
+    [[nodiscard]] ItemLocation locationOf(const ItemInfo &item) const override;
+    [[nodiscard]] Status checkAvailable(const ItemInfo &item) const override;
     [[nodiscard]] const Device *device() const override { return &camera_; }
     [[nodiscard]] std::string filePath(const ItemInfo &item) const override;
-    [[nodiscard]] std::optional<ItemInfo> identify(const std::string &mediaId) const override;
+    [[nodiscard]] std::optional<ItemInfo> findByMediaId(const std::string &mediaId) const override;
 
   private:
     PtpSource(Device camera, std::string root);

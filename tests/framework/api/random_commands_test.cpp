@@ -123,7 +123,7 @@ class Visitor {
             &Visitor::reopen,      &Visitor::cancel,   &Visitor::close,    &Visitor::setStyle,
             &Visitor::setStyle,    &Visitor::navigate, &Visitor::navigate, &Visitor::navigate,
             &Visitor::askNumbers,  &Visitor::readItem, &Visitor::readItem, &Visitor::moveCursor,
-            &Visitor::findItem,    &Visitor::play,     &Visitor::rate,     &Visitor::identify,
+            &Visitor::findItem,    &Visitor::play,     &Visitor::rate,     &Visitor::findByMediaId,
             &Visitor::readAnEntry,
         };
         (this->*dice_.oneOf(COMMANDS))();
@@ -229,7 +229,7 @@ class Visitor {
         take(mrb_get_rating_info_v2(handle(), &text), text);
     }
 
-    void identify() {
+    void findByMediaId() {
         char *text = nullptr;
         if (works(mrb_get_storage_id_v2(library_.c_str(), &text))) {
             EXPECT_STRNE(text, "");

@@ -25,14 +25,14 @@ class ScriptedSource final : public mrb::Source {
     explicit ScriptedSource(Script script, std::string root = {})
         : script_(std::move(script)), root_(std::move(root)) {}
     mrb::FillResult fill(mrb::ItemSink &sink) override { return script_(sink); }
-    mrb::ItemLocation locate(const mrb::ItemInfo &item) const override {
+    mrb::ItemLocation locationOf(const mrb::ItemInfo &item) const override {
         return {.url = "http://server/" + item.name};
     }
     std::optional<mrb::SourceMetadata> sourceMetadata(const mrb::ItemInfo & /*item*/) const override {
         return mrb::SourceMetadata{};
     }
     std::string watchedRoot() const override { return root_; }
-    std::optional<mrb::ItemInfo> identify(const std::string & /*mediaId*/) const override { return {}; }
+    std::optional<mrb::ItemInfo> findByMediaId(const std::string & /*mediaId*/) const override { return {}; }
 
   private:
     const Script script_;
@@ -134,7 +134,7 @@ TEST(ListFiller, WhatIsReadIsWatchedFromThenOn) {
     Filling filling(
         [&](mrb::ItemSink &sink) {
             const mrb::Descriptor open(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            sink.follow(mrb::ROOT_FOLDER, open.number());
+            sink.aboutToRead(mrb::ROOT_FOLDER, open.number());
             return mrb::FillResult{};
         },
         {}, folder.path());
@@ -147,7 +147,7 @@ TEST(ListFiller, WhatIsReadIsWatchedFromThenOn) {
 
 TEST(ListFiller, ASourceBelowNoFolderIsNotWatched) {
     Filling filling([](mrb::ItemSink &sink) {
-        sink.follow(mrb::ROOT_FOLDER, -1);
+        sink.aboutToRead(mrb::ROOT_FOLDER, -1);
         return mrb::FillResult{};
     });
     EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_NONE);
@@ -156,10 +156,10 @@ TEST(ListFiller, ASourceBelowNoFolderIsNotWatched) {
 
 TEST(ItemResolver, BlanksAndHeadingsAreNothingOutsideOfTheList) {
     const mrb::ItemResolver items(std::make_unique<ScriptedSource>(nullptr));
-    EXPECT_EQ(items.locate(infoOf(IMAGE)).url, "http://server/n");
+    EXPECT_EQ(items.locationOf(infoOf(IMAGE)).url, "http://server/n");
     EXPECT_TRUE(items.sourceMetadata(infoOf(IMAGE)));
     for (const std::uint8_t type : {MRB_ITEM_TYPE_GROUP, MRB_ITEM_TYPE_EMPTY}) {
-        EXPECT_EQ(items.locate(infoOf(type)).url, "");
+        EXPECT_EQ(items.locationOf(infoOf(type)).url, "");
         EXPECT_FALSE(items.sourceMetadata(infoOf(type)));
         EXPECT_FALSE(items.mediaOf(infoOf(type)).isKnown());
     }
@@ -167,7 +167,7 @@ TEST(ItemResolver, BlanksAndHeadingsAreNothingOutsideOfTheList) {
 
 TEST(ItemResolver, AFolderHasAPlaceAndNoMetadata) {
     const mrb::ItemResolver items(std::make_unique<ScriptedSource>(nullptr));
-    EXPECT_EQ(items.locate(infoOf(MRB_ITEM_TYPE_FOLDER)).url, "http://server/n");
+    EXPECT_EQ(items.locationOf(infoOf(MRB_ITEM_TYPE_FOLDER)).url, "http://server/n");
     EXPECT_FALSE(items.mediaOf(infoOf(MRB_ITEM_TYPE_FOLDER)).isKnown());
     EXPECT_TRUE(items.mediaOf(infoOf(IMAGE)).isKnown());
 }

@@ -25,10 +25,10 @@ class ScriptedSource final : public mrb::Source {
     using Script = std::function<mrb::FillResult(mrb::ItemSink &)>;
     explicit ScriptedSource(Script script) : script_(std::move(script)) {}
     mrb::FillResult fill(mrb::ItemSink &sink) override { return script_(sink); }
-    mrb::ItemLocation locate(const mrb::ItemInfo &item) const override {
+    mrb::ItemLocation locationOf(const mrb::ItemInfo &item) const override {
         return {.path = {}, .url = "http://server/" + item.id, .mediaId = item.id, .mimeType = "image/x"};
     }
-    std::optional<mrb::ItemInfo> identify(const std::string &mediaId) const override {
+    std::optional<mrb::ItemInfo> findByMediaId(const std::string &mediaId) const override {
         mrb::ItemInfo item;
         item.id = mediaId;
         return item;
@@ -119,10 +119,10 @@ class OnePicture final : public mrb::Source {
         EXPECT_TRUE(addImages(sink, 1));
         return {};
     }
-    mrb::ItemLocation locate(const mrb::ItemInfo & /*item*/) const override { return {}; }
+    mrb::ItemLocation locationOf(const mrb::ItemInfo & /*item*/) const override { return {}; }
     std::string filePath(const mrb::ItemInfo &item) const override { return folder_ + '/' + item.name; }
     std::string watchedRoot() const override { return folder_; }
-    std::optional<mrb::ItemInfo> identify(const std::string & /*mediaId*/) const override {
+    std::optional<mrb::ItemInfo> findByMediaId(const std::string & /*mediaId*/) const override {
         return std::nullopt;
     }
 
@@ -232,7 +232,7 @@ TEST(ListSession, AnExpectedTotalIsReportedWithTheGrowth) {
     std::promise<void> grown;
     auto wasReported = grown.get_future();
     Scripted scripted([&](mrb::ItemSink &sink) {
-        sink.announce(1'000'000);
+        sink.setExpectedTotal(1'000'000);
         while (wasReported.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready &&
                addImages(sink, 64)) {
         }

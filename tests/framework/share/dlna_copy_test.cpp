@@ -67,7 +67,7 @@ class Fetching {
 
     // Announces the server; its id.
     std::string list() {
-        server_.announce();
+        server_.setExpectedTotal();
         std::string id = service_.server();
         EXPECT_EQ(client.list({.path = id, .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);

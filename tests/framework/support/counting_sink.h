@@ -20,7 +20,7 @@ class CountingSink final : public mrb::ItemSink {
 
     bool wants(std::uint8_t /*type*/) const override { return true; }
     bool stopped() const override { return ++checks > last_; }
-    void announce(std::int64_t /*total*/) override {}
+    void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override {
         late = late || checks > last_;
         return ++folders;

@@ -136,9 +136,9 @@ TEST_F(HostileThumbnails, RandomDamageIsAnswered) {
             std::string damaged = whole;
             for (int byte = 0; byte < 8; ++byte) {
                 // Near the beginning, where the sizes are.
-                const std::size_t reach =
+                const std::size_t checkAvailable =
                     turn % 2 == 0 ? std::min<std::size_t>(200, whole.size()) : whole.size();
-                damaged[random() % reach] = static_cast<char>(random());
+                damaged[random() % checkAvailable] = static_cast<char>(random());
             }
             write(name, damaged);
             EXPECT_LE(codeOf(name), 0) << name << " in turn " << turn;

@@ -136,7 +136,7 @@ TEST_F(SystemLimits, WithoutDescriptorsNothingIsWatched) {
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
     mrb::FolderWatch watch(folder.path());
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-    watch.follow(mrb::ROOT_FOLDER, opened.number());
+    watch.aboutToRead(mrb::ROOT_FOLDER, opened.number());
     EXPECT_LT(watch.number(), 0);
     const std::string log = testing::internal::GetCapturedStderr();
     EXPECT_EQ(lines(log, "Changes below"), 1U) << log;

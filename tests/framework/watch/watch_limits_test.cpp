@@ -43,9 +43,9 @@ bool isReadable(int descriptor) {
     return poll(&polled, 1, 0) == 1;
 }
 
-void follow(mrb::FolderWatch &watch, std::int32_t number, const std::string &path) {
+void aboutToRead(mrb::FolderWatch &watch, std::int32_t number, const std::string &path) {
     const mrb::Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    watch.follow(number, folder.number());
+    watch.aboutToRead(number, folder.number());
 }
 
 } // namespace
@@ -100,13 +100,13 @@ TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
     ASSERT_GE(watch.number(), 0);
-    follow(watch, mrb::ROOT_FOLDER, folder.path());
-    follow(watch, 1, folder.path("sub"));
+    aboutToRead(watch, mrb::ROOT_FOLDER, folder.path());
+    aboutToRead(watch, 1, folder.path("sub"));
     for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MAX_FOLDERS);
          ++number) {
         const std::string name = std::to_string(number);
         folder.folder(name);
-        follow(watch, number, folder.path(name));
+        aboutToRead(watch, number, folder.path(name));
     }
     // The folders made for the purpose are changes too, also those reported to the
     // instance that was closed.
@@ -130,7 +130,7 @@ TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {
     ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
     ASSERT_GE(watch.number(), 0);
-    follow(watch, mrb::ROOT_FOLDER, folder.path());
+    aboutToRead(watch, mrb::ROOT_FOLDER, folder.path());
     // None of it is listed, so that only the overflow can be the change. Two names
     // in turn, since the kernel merges events that are alike.
     for (std::size_t number = 0; number <= queueLength(); ++number) {

@@ -32,7 +32,7 @@ struct ScriptedWatch final : mrb::Watch {
     ScriptedWatch(const ScriptedWatch &) = delete;
     ScriptedWatch &operator=(const ScriptedWatch &) = delete;
 
-    void follow(std::int32_t /*folder*/, int /*descriptor*/) override {}
+    void aboutToRead(std::int32_t /*folder*/, int /*descriptor*/) override {}
     void awaitRemoval() override {}
     [[nodiscard]] int number() const override { return never_.number(); }
     mrb::Change read(const mrb::WatchObserver & /*list*/) override {

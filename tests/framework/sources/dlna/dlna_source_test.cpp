@@ -92,7 +92,7 @@ class Sink final : public mrb::ItemSink {
   public:
     [[nodiscard]] bool wants(std::uint8_t /*type*/) const override { return true; }
     [[nodiscard]] bool stopped() const override { return isStopped; }
-    void announce(std::int64_t total) override { announced = total; }
+    void setExpectedTotal(std::int64_t total) override { announced = total; }
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override {
         return store.addFolder(parent, name);
     }

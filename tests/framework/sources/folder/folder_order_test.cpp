@@ -17,7 +17,7 @@ class Unstopped final : public mrb::ItemSink {
   public:
     bool wants(std::uint8_t /*type*/) const override { return true; }
     bool stopped() const override { return false; }
-    void announce(std::int64_t /*total*/) override {}
+    void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override { return 0; }
     bool add(std::span<const mrb::SourceItem> /*items*/) override { return true; }
 };

@@ -33,7 +33,7 @@ class Meddler final : public mrb::ItemSink {
         return true;
     }
     bool stopped() const override { return false; }
-    void announce(std::int64_t /*total*/) override {}
+    void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override { return ++folders_; }
     bool add(std::span<const mrb::SourceItem> items) override {
         for (const mrb::SourceItem &item : items) {

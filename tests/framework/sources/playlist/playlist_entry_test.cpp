@@ -4,14 +4,14 @@
 
 #include <filesystem>
 
-#include "sources/playlist/entry_target.h"
+#include "sources/playlist/entry_resolver.h"
 #include "sources/playlist/playlist_roots.h"
 #include "support/folder.h"
 
-using mrb::EntryTarget;
 using mrb::PlaylistRoots;
+using mrb::ResolvedEntry;
 using support::Folder;
-using Kind = mrb::EntryTarget::Kind;
+using Kind = mrb::ResolvedEntry::Kind;
 
 namespace {
 
@@ -26,12 +26,12 @@ class PlaylistEntry : public testing::Test {
         }
     }
 
-    EntryTarget find(const std::string &playlist, const std::string &target, bool isUri = false) const {
+    ResolvedEntry find(const std::string &playlist, const std::string &target, bool isUri = false) const {
         const PlaylistRoots roots({folder.path("stick"), folder.path("other")}, folder.path("music"));
         const std::string path = folder.path(playlist);
-        return mrb::EntryTargets(path, roots.scopeOf(path)).find({.target = target, .isUri = isUri});
+        return mrb::EntryResolver(path, roots.scopeOf(path)).find({.target = target, .isUri = isUri});
     }
-    void expectFile(const EntryTarget &found, const std::string &name) const {
+    void expectFile(const ResolvedEntry &found, const std::string &name) const {
         EXPECT_EQ(found.kind, Kind::FILE) << found.place;
         EXPECT_EQ(found.place, folder.path(name));
         EXPECT_EQ(found.stat.size, 5);
@@ -96,7 +96,7 @@ TEST_F(PlaylistEntry, APlaylistOnAStorageNamesOnlyWhatIsOnThatStorage) {
           folder.path("music/m.mp3"), folder.path("other/o.mp3"), folder.path("stick2/x.mp3"),
           "file://" + folder.path("secret/s.mp3"), std::string("sub/../../secret/s.mp3"),
           std::string("..\\secret\\s.mp3"), std::string("%2e%2e/secret/s.mp3")}) {
-        const EntryTarget found = find("stick/p.m3u", target);
+        const ResolvedEntry found = find("stick/p.m3u", target);
         EXPECT_EQ(found.kind, Kind::MISSING) << target;
         EXPECT_EQ(found.stat.size, mrb::UNKNOWN) << target;
     }
@@ -130,12 +130,12 @@ TEST_F(PlaylistEntry, ARootMayBeReachedByALink) {
     folder.link(folder.path("stick"), "mounted");
     const PlaylistRoots roots({folder.path("mounted") + "/"}, "");
     const std::string path = folder.path("stick/p.m3u");
-    expectFile(mrb::EntryTargets(path, roots.scopeOf(path)).find({.target = folder.path("mounted/a.mp3")}),
+    expectFile(mrb::EntryResolver(path, roots.scopeOf(path)).find({.target = folder.path("mounted/a.mp3")}),
                "stick/a.mp3");
 }
 
 TEST_F(PlaylistEntry, AMissingEntryHasAReadableName) {
-    const EntryTarget found = find("stick/p.m3u", "sub/../gone/caf\xe9.mp3");
+    const ResolvedEntry found = find("stick/p.m3u", "sub/../gone/caf\xe9.mp3");
     EXPECT_EQ(found.kind, Kind::MISSING);
     EXPECT_EQ(found.name, "caf\u00e9.mp3");
     EXPECT_EQ(found.place, folder.path("stick/gone/caf\u00e9.mp3"));
@@ -152,7 +152,7 @@ TEST_F(PlaylistEntry, FoldersPipesAndOtherFilesAreNotEntries) {
 }
 
 TEST_F(PlaylistEntry, UrlsOfOtherMachinesStayAsTheyAre) {
-    const EntryTarget file = find("stick/p.m3u", "https://host/a/b%20c.mp3?x=/y#z");
+    const ResolvedEntry file = find("stick/p.m3u", "https://host/a/b%20c.mp3?x=/y#z");
     EXPECT_EQ(file.kind, Kind::URL);
     EXPECT_EQ(file.place, "https://host/a/b%20c.mp3?x=/y#z");
     EXPECT_EQ(file.name, "b c.mp3");
@@ -169,7 +169,7 @@ TEST_F(PlaylistEntry, RootsThatLieInOthersAreNotSearchedTwice) {
         {folder.path("stick/sub"), folder.path("stick"), folder.path("stick") + "/", folder.path("gone")},
         folder.path("music"));
     std::vector<std::string> paths;
-    for (const mrb::PlaylistRoot &root : roots.toSearch()) {
+    for (const mrb::PlaylistRoot &root : roots.searchFolders()) {
         paths.push_back(root.real);
     }
     EXPECT_EQ(paths, (std::vector{folder.path("stick"), folder.path("music")}));

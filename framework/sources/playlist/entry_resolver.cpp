@@ -1,4 +1,4 @@
-#include "sources/playlist/entry_target.h"
+#include "sources/playlist/entry_resolver.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -32,8 +32,8 @@ std::string withSlashes(std::string_view path) {
 
 std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
-EntryTarget targetOfUrl(const PlaylistEntry &entry) {
-    EntryTarget target{EntryTarget::Kind::URL, utf8Of(entry.target)};
+ResolvedEntry targetOfUrl(const PlaylistEntry &entry) {
+    ResolvedEntry target{ResolvedEntry::Kind::URL, utf8Of(entry.target)};
     // A line that players and people would read differently is not a URL.
     if (!isUrl(target.place) || target.place.size() > MAX_URL_LENGTH ||
         std::ranges::any_of(target.place,
@@ -51,34 +51,34 @@ EntryTarget targetOfUrl(const PlaylistEntry &entry) {
     } else {
         target.name = entry.title.empty() ? host : entry.title;
     }
-    return host.empty() ? EntryTarget{} : target;
+    return host.empty() ? ResolvedEntry{} : target;
 }
 
 } // namespace
 
-EntryTargets::EntryTargets(const std::string &realPlaylist, PlaylistScope scope)
+EntryResolver::EntryResolver(const std::string &realPlaylist, PlaylistScope scope)
     : folder_(realPlaylist.substr(0, realPlaylist.rfind('/'))), scope_(std::move(scope)) {}
 
-EntryTarget EntryTargets::find(const PlaylistEntry &entry) {
+ResolvedEntry EntryResolver::find(const PlaylistEntry &entry) {
     if (isFileUrl(entry.target)) {
         const std::optional<std::string_view> path = pathOfFileUrl(entry.target);
-        return path ? findFile(*path, true) : EntryTarget{};
+        return path ? findFile(*path, true) : ResolvedEntry{};
     }
     return isUrl(entry.target) ? targetOfUrl(entry) : findFile(entry.target, entry.isUri);
 }
 
-EntryTarget EntryTargets::findFile(std::string_view written, bool isUri) {
-    EntryTarget target;
+ResolvedEntry EntryResolver::findFile(std::string_view written, bool isUri) {
+    ResolvedEntry target;
     for (const std::string &path : meanings(written, isUri)) {
         const std::string_view name = nameIn(path);
         if (mediaTypeOf(name) == nullptr) {
             continue;
         }
-        if (target.kind == EntryTarget::Kind::NOTHING) {
+        if (target.kind == ResolvedEntry::Kind::NOTHING) {
             // The result when the file is not found under any path.
-            target = {EntryTarget::Kind::MISSING, utf8Of(normalPath(path)), utf8Of(name)};
+            target = {ResolvedEntry::Kind::MISSING, utf8Of(normalPath(path)), utf8Of(name)};
         }
-        if (look(path, target)) {
+        if (find(path, target)) {
             break;
         }
     }
@@ -86,7 +86,7 @@ EntryTarget EntryTargets::findFile(std::string_view written, bool isUri) {
 }
 
 // The paths that the text may stand for, the most likely first.
-std::vector<std::string> EntryTargets::meanings(std::string_view written, bool isUri) const {
+std::vector<std::string> EntryResolver::meanings(std::string_view written, bool isUri) const {
     std::vector<std::string> spellings;
     const auto spell = [&spellings](std::string text) {
         if (!text.empty() && std::ranges::find(spellings, text) == spellings.end()) {
@@ -129,7 +129,7 @@ std::vector<std::string> EntryTargets::meanings(std::string_view written, bool i
     return paths;
 }
 
-bool EntryTargets::look(const std::string &path, EntryTarget &target) {
+bool EntryResolver::find(const std::string &path, ResolvedEntry &target) {
     std::string place = scope_.place(path);
     if (place.empty()) {
         return false;
@@ -154,11 +154,11 @@ bool EntryTargets::look(const std::string &path, EntryTarget &target) {
     if (FolderReader::readFile(AT_FDCWD, real.c_str(), stat) != 0) {
         return false;
     }
-    target = {EntryTarget::Kind::FILE, real, std::string(nameIn(place)), stat};
+    target = {ResolvedEntry::Kind::FILE, real, std::string(nameIn(place)), stat};
     return true;
 }
 
-const std::string &EntryTargets::realFolder(const std::string &folder) {
+const std::string &EntryResolver::realFolder(const std::string &folder) {
     const auto known = realFolders_.find(folder);
     if (known != realFolders_.end()) {
         return known->second;

@@ -12,7 +12,7 @@
 namespace mrb {
 
 // The target of a playlist's entry.
-struct EntryTarget {
+struct ResolvedEntry {
     enum class Kind {
         NOTHING, // not a medium
         FILE,
@@ -27,19 +27,19 @@ struct EntryTarget {
 
 // Resolves the entries of one playlist. Owned and used by one thread, which may wait for the
 // playlist's device.
-class EntryTargets {
+class EntryResolver {
   public:
     // `realPlaylist`: the playlist's path with links resolved.
-    EntryTargets(const std::string &realPlaylist, PlaylistScope scope);
+    EntryResolver(const std::string &realPlaylist, PlaylistScope scope);
 
     // A path is first taken literally, relative to the playlist's folder, and then, since
     // playlists come from other machines, in the spellings of other systems.
-    EntryTarget find(const PlaylistEntry &entry);
+    ResolvedEntry find(const PlaylistEntry &entry);
 
   private:
-    [[nodiscard]] EntryTarget findFile(std::string_view written, bool isUri);
+    [[nodiscard]] ResolvedEntry findFile(std::string_view written, bool isUri);
     [[nodiscard]] std::vector<std::string> meanings(std::string_view written, bool isUri) const;
-    bool look(const std::string &path, EntryTarget &target);
+    bool find(const std::string &path, ResolvedEntry &target);
     const std::string &realFolder(const std::string &folder);
 
     const std::string folder_;
