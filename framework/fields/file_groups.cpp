@@ -99,7 +99,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
         if (steady_clock::now() - publishedAt >= PAUSE) {
             tell();
         }
-        known += store.passes(item) ? 1 : 0;
+        known += store.matches(item) ? 1 : 0;
         return fileOf(store.info(item));
     };
     const auto take = [&](std::int32_t item, const MediaRecord &record) {

@@ -52,7 +52,7 @@ bool Filter::wants(std::uint8_t type) const {
     return type < ITEM_TYPE_LIMIT && (types_ & maskOf(type)) != 0 && (hasExtension || extensions_.empty());
 }
 
-bool Filter::passes(const SourceItem &item) {
+bool Filter::matches(const SourceItem &item) {
     if (!wants(item.type)) {
         return false;
     }

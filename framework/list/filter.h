@@ -29,7 +29,7 @@ class Filter {
     // False: no item of this type passes.
     [[nodiscard]] bool wants(std::uint8_t type) const;
 
-    [[nodiscard]] bool passes(const SourceItem &item);
+    [[nodiscard]] bool matches(const SourceItem &item);
 
   private:
     TypeMask types_ = ALL_TYPES;

@@ -38,7 +38,7 @@ std::int32_t ItemStore::addFolder(std::int32_t parent, std::string_view name) {
     return folders() - 1;
 }
 
-bool ItemStore::add(const SourceItem &item, bool passes) {
+bool ItemStore::add(const SourceItem &item, bool matches) {
     const std::string_view name = cut(item.name);
     // A record that does not fit is dropped: the id alone identifies the item.
     const bool hasRecord =
@@ -50,15 +50,15 @@ bool ItemStore::add(const SourceItem &item, bool passes) {
     }
     items_.push_back({item.size, item.modified, item.created, text_.add(name, id), known(item.folder),
                       static_cast<std::uint16_t>(name.size()), static_cast<std::uint16_t>(id.size()),
-                      firstLetter(name) & LETTER_BITS, item.type, passes, hasRecord});
+                      firstLetter(name) & LETTER_BITS, item.type, matches, hasRecord});
     if (item.opens > ROOT_FOLDER && item.opens < folders()) {
         folders_[static_cast<std::size_t>(item.opens)].item = size() - 1;
-        if (passes) {
+        if (matches) {
             markWorthEntering(item.opens);
         }
     }
-    if (passes) {
-        ++passed_;
+    if (matches) {
+        ++matchCount_;
         markWorthEntering(known(item.folder));
     }
     return true;
@@ -74,10 +74,10 @@ std::int32_t ItemStore::known(std::int32_t folder) const {
 void ItemStore::markWorthEntering(std::int32_t folder) {
     while (folder > ROOT_FOLDER) {
         Folder &entry = folders_[static_cast<std::size_t>(folder)];
-        if (entry.isWorthEntering) {
+        if (entry.hasMatches) {
             return;
         }
-        entry.isWorthEntering = true;
+        entry.hasMatches = true;
         folder = parent(folder);
     }
 }
@@ -86,8 +86,8 @@ std::int32_t ItemStore::parent(std::int32_t folder) const {
     return folders_[static_cast<std::size_t>(folder)].parent;
 }
 
-bool ItemStore::isWorthEntering(std::int32_t folder) const {
-    return folders_[static_cast<std::size_t>(folder)].isWorthEntering;
+bool ItemStore::hasMatches(std::int32_t folder) const {
+    return folders_[static_cast<std::size_t>(folder)].hasMatches;
 }
 
 std::int32_t ItemStore::itemOfFolder(std::int32_t folder) const {
@@ -123,7 +123,7 @@ std::string_view ItemStore::recordOf(const Item &item) const {
 
 ItemInfo ItemStore::info(std::int32_t number) const {
     const Item &item = at(number);
-    ItemInfo info = numbers(number);
+    ItemInfo info = infoWithoutText(number);
     info.name = name(number);
     info.id = idOf(item);
     info.record = recordOf(item);
@@ -131,7 +131,7 @@ ItemInfo ItemStore::info(std::int32_t number) const {
     return info;
 }
 
-ItemInfo ItemStore::numbers(std::int32_t number) const {
+ItemInfo ItemStore::infoWithoutText(std::int32_t number) const {
     const Item &item = at(number);
     ItemInfo info;
     info.type = item.type;

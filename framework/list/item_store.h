@@ -30,11 +30,11 @@ class ItemStore {
 
     // `passes`: the item passed the list's filters. One that did not is a folder,
     // kept for walking folder by folder. False when a bound is reached.
-    [[nodiscard]] bool add(const SourceItem &item, bool passes);
+    [[nodiscard]] bool add(const SourceItem &item, bool matches);
 
     [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(items_.size()); }
     // How many items passed the filters.
-    [[nodiscard]] std::int32_t passed() const { return passed_; }
+    [[nodiscard]] std::int32_t matchCount() const { return matchCount_; }
 
     // Items have the numbers from 0 to size() - 1; folders have their own. Views that are
     // returned are valid as long as the store.
@@ -43,14 +43,14 @@ class ItemStore {
     [[nodiscard]] std::string
     folderPath(std::int32_t folder) const; // the names below the source, joined with '/'
     // True: the folder, or something in it or below, passed the filters.
-    [[nodiscard]] bool isWorthEntering(std::int32_t folder) const;
+    [[nodiscard]] bool hasMatches(std::int32_t folder) const;
     // The item that is a folder's entry, and the folder of an item; negative where there is none.
     [[nodiscard]] std::int32_t itemOfFolder(std::int32_t folder) const;
     [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
 
     [[nodiscard]] ItemInfo info(std::int32_t number) const;
-    [[nodiscard]] ItemInfo numbers(std::int32_t number) const;    // the same without texts
-    [[nodiscard]] ItemInfo folderInfo(std::int32_t folder) const; // of the source itself: without a name
+    [[nodiscard]] ItemInfo infoWithoutText(std::int32_t number) const; // the same without texts
+    [[nodiscard]] ItemInfo folderInfo(std::int32_t folder) const;      // of the source itself: without a name
     // True: the item has the id of `wanted`; without one, its name and folder.
     [[nodiscard]] bool isItem(std::int32_t number, const ItemInfo &wanted) const;
     [[nodiscard]] std::string_view name(std::int32_t number) const;
@@ -60,7 +60,7 @@ class ItemStore {
     [[nodiscard]] std::int32_t folder(std::int32_t number) const { return at(number).folder; }
     [[nodiscard]] std::int64_t fileSize(std::int32_t number) const { return at(number).size; }
     [[nodiscard]] std::int64_t modified(std::int32_t number) const { return at(number).modified; }
-    [[nodiscard]] bool passes(std::int32_t number) const { return at(number).passes; }
+    [[nodiscard]] bool matches(std::int32_t number) const { return at(number).matches; }
 
     // True when the item at `index` lies in that folder under that name.
     [[nodiscard]] bool is(std::int32_t index, std::int32_t folder, std::string_view name) const;
@@ -77,7 +77,7 @@ class ItemStore {
         // Determined when the item is added, since a call of the application waits for grouping.
         std::uint32_t letter : 17;
         std::uint32_t type : 8;
-        bool passes : 1;
+        bool matches : 1;
         bool hasRecord : 1; // the id is preceded by its length and followed by the record
     };
     static constexpr std::uint32_t LETTER_BITS = (1U << 17U) - 1;
@@ -88,7 +88,7 @@ class ItemStore {
         std::int32_t parent;
         std::uint32_t text;
         std::uint16_t nameLength;
-        bool isWorthEntering;
+        bool hasMatches;
         std::int32_t item;
     };
 
@@ -108,7 +108,7 @@ class ItemStore {
     ChunkedArray<Item> items_;
     ChunkedArray<Folder> folders_;
     ChunkedText text_;
-    std::int32_t passed_ = 0;
+    std::int32_t matchCount_ = 0;
 };
 
 } // namespace mrb

@@ -15,17 +15,17 @@ std::int32_t List::addFolder(std::int32_t parent, std::string_view name) {
 
 bool List::add(std::span<const SourceItem> items) {
     // Searching in names takes time, and needs no lock.
-    std::vector<bool> passes;
-    passes.reserve(items.size());
+    std::vector<bool> matches;
+    matches.reserve(items.size());
     for (const SourceItem &item : items) {
-        passes.push_back(options_.filter.passes(item));
+        matches.push_back(options_.filter.matches(item));
     }
     const std::lock_guard guard(state_.lock);
     for (std::size_t index = 0; index < items.size(); ++index) {
         const SourceItem &item = items[index];
         const bool opens = item.type == MRB_ITEM_TYPE_FOLDER || item.opens > ROOT_FOLDER;
-        const bool kept = passes[index] || opens;
-        if (kept && !state_.store.add(item, passes[index])) {
+        const bool kept = matches[index] || opens;
+        if (kept && !state_.store.add(item, matches[index])) {
             return false;
         }
     }
@@ -52,9 +52,9 @@ bool List::sort(const CancellationToken &cancellation, const FileValues &valuesO
     return true;
 }
 
-std::int32_t List::passed() const {
+std::int32_t List::matchCount() const {
     const std::lock_guard guard(state_.lock);
-    return state_.store.passed();
+    return state_.store.matchCount();
 }
 
 std::int32_t List::size() const {
@@ -136,7 +136,7 @@ std::vector<std::int32_t> List::expand(const Selection &selection) const {
             const std::int32_t folder = state_.store.folder(item);
             const bool isInside = folder >= 0 && std::cmp_less(folder, inside.size()) &&
                                   inside[static_cast<std::size_t>(folder)];
-            if (selection.contains(item) || (isInside && state_.store.passes(item))) {
+            if (selection.contains(item) || (isInside && state_.store.matches(item))) {
                 items.push_back(item);
             }
         }

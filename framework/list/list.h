@@ -48,7 +48,7 @@ class List {
     [[nodiscard]] const ItemStore &store() const { return state_.store; }
 
     // The number of items that passed the filters, in all folders.
-    [[nodiscard]] std::int32_t passed() const;
+    [[nodiscard]] std::int32_t matchCount() const;
 
     // Of the view.
     [[nodiscard]] std::int32_t size() const;

@@ -18,11 +18,11 @@ bool ListCursor::moveTo(std::int32_t index) {
     return true;
 }
 
-std::optional<ListEntry> ListCursor::currentNumbers() const {
+std::optional<ListEntry> ListCursor::currentWithoutText() const {
     const std::lock_guard guard(state_.lock);
     const std::optional<ViewEntry> entry = underCursor();
     if (entry && *entry >= 0) {
-        return ListEntry{state_.store.numbers(*entry)};
+        return ListEntry{state_.store.infoWithoutText(*entry)};
     }
     return entry ? std::optional(state_.describe(*entry)) : std::nullopt;
 }

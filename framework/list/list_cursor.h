@@ -20,7 +20,7 @@ class ListCursor {
     // The entry under the cursor; no value: the view is empty.
     [[nodiscard]] std::optional<ListEntry> current() const;
     // The same without the name, id and folder of an item, which cost more than the rest.
-    [[nodiscard]] std::optional<ListEntry> currentNumbers() const;
+    [[nodiscard]] std::optional<ListEntry> currentWithoutText() const;
 
     // Lays the view out; a code of mrb/result.h.
     int setStyle(const PageStyle &style);

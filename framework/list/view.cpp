@@ -84,7 +84,7 @@ void View::update() {
     // A growing list is mostly read in the source's order, and then only the new items matter.
     if (!stale_ && !folder_ && style_.isPlain() && order_.empty()) {
         for (; seen_ < store_.size(); ++seen_) {
-            if (store_.passes(seen_)) {
+            if (store_.matches(seen_)) {
                 append(seen_);
             }
         }
@@ -126,10 +126,10 @@ std::int32_t View::itemAt(std::int32_t place) const {
 
 PagedVector<std::int32_t> View::itemsOfTree() const {
     PagedVector<std::int32_t> items;
-    items.reserve(static_cast<std::size_t>(store_.passed()));
+    items.reserve(static_cast<std::size_t>(store_.matchCount()));
     for (std::int32_t place = 0; place < store_.size(); ++place) {
         const std::int32_t item = itemAt(place);
-        if (store_.passes(item)) {
+        if (store_.matches(item)) {
             items.push_back(item);
         }
     }
@@ -143,7 +143,7 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
     std::vector<bool> shown;
     for (std::int32_t number = 0; number < store_.folders(); ++number) {
         const std::int32_t item = store_.itemOfFolder(number);
-        if (item >= 0 && store_.folder(item) == folder && store_.isWorthEntering(number)) {
+        if (item >= 0 && store_.folder(item) == folder && store_.hasMatches(number)) {
             shown.resize(static_cast<std::size_t>(store_.size()));
             shown[static_cast<std::size_t>(item)] = true;
         }
@@ -153,7 +153,7 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
         if (store_.folder(item) != folder) {
             continue;
         }
-        if (store_.passes(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
+        if (store_.matches(item) || (!shown.empty() && shown[static_cast<std::size_t>(item)])) {
             // A playlist opens like a folder, but is listed among the files.
             const bool isFolder = store_.type(item) == MRB_ITEM_TYPE_FOLDER;
             (isFolder ? folders : files).push_back(item);

@@ -65,8 +65,9 @@ Status readField(const ListSession &session, const char *name, FieldType type, M
         return noSuchField(name, "read with that type");
     }
     // A client may read one field of each item of a long list: read only what the field needs.
-    const std::optional<ListEntry> entry =
-        field->needs == FieldNeeds::NUMBERS ? session.list().cursor().currentNumbers() : session.current();
+    const std::optional<ListEntry> entry = field->needs == FieldNeeds::NUMBERS
+                                               ? session.list().cursor().currentWithoutText()
+                                               : session.current();
     if (!entry) {
         return Status::notFound("An empty list has no fields.");
     }

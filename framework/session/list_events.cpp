@@ -58,7 +58,7 @@ void ListEvents::deliver(int event) noexcept {
 
 std::string ListEvents::serverData(int event) const {
     Json::Value data(Json::objectValue);
-    data["item_count"] = list_->passed();
+    data["item_count"] = list_->matchCount();
     if (event == MRB_EVENT_LIST_GROWN) {
         const std::int64_t total = expectedTotal_;
         if (total != UNKNOWN) {

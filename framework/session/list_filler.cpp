@@ -85,7 +85,7 @@ void ListFiller::sort(Status &outcome) {
 }
 
 void ListFiller::preloadReaders() const {
-    if (!stopped() && list_.passed() > 0 && hasFiles()) {
+    if (!stopped() && list_.matchCount() > 0 && hasFiles()) {
         library_.prepare();
         loadReaders();
     }
@@ -97,7 +97,7 @@ bool ListFiller::hasFiles() const {
     if (!items_.source().watchedRoot().empty()) {
         return true;
     }
-    const std::int32_t end = std::min(list_.passed(), ENOUGH);
+    const std::int32_t end = std::min(list_.matchCount(), ENOUGH);
     for (std::int32_t item = 0; item < end; ++item) {
         if (!items_.mediaOf(list_.infoOf(item)).path.empty()) {
             return true;
@@ -128,7 +128,7 @@ bool ListFiller::add(std::span<const SourceItem> items) {
 }
 
 void ListFiller::reportGrowth() {
-    const std::int32_t size = list_.passed();
+    const std::int32_t size = list_.matchCount();
     const std::int32_t grown = size - reportedSize_;
     const auto now = steady_clock::now();
     const auto silence = now - reportedAt_;

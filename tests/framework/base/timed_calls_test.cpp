@@ -45,13 +45,13 @@ class TimedCallsTest : public testing::Test {
     // One that returns, made with time enough.
     bool pass(const std::string &name) {
         return calls.run(
-            name, [this] { ++passed; }, Clock::now() + support::LIMIT);
+            name, [this] { ++matchCount; }, Clock::now() + support::LIMIT);
     }
 
     mrb::TimedCalls calls;
     std::atomic<int> running = 0;
     std::atomic<int> made = 0;
-    std::atomic<int> passed = 0;
+    std::atomic<int> matchCount = 0;
 
   private:
     std::promise<void> released_;
@@ -66,7 +66,7 @@ class TimedCallsTest : public testing::Test {
 TEST_F(TimedCallsTest, AreOverWhenTheyReturnInTime) {
     for (int round = 1; round <= 100; ++round) {
         EXPECT_TRUE(pass("a"));
-        EXPECT_EQ(passed, round);
+        EXPECT_EQ(matchCount, round);
     }
 }
 
@@ -77,7 +77,7 @@ TEST_F(TimedCallsTest, ThatHangAreMadeOnceAndBlockNoOther) {
     EXPECT_FALSE(pass("a"));
     EXPECT_TRUE(pass("b"));
     EXPECT_LE(made, 1);
-    EXPECT_EQ(passed, 1);
+    EXPECT_EQ(matchCount, 1);
 }
 
 TEST_F(TimedCallsTest, AreMadeAgainWhenTheLateOneHasReturned) {
@@ -87,7 +87,7 @@ TEST_F(TimedCallsTest, AreMadeAgainWhenTheLateOneHasReturned) {
     while (!pass("a") && Clock::now() < limit) {
         std::this_thread::yield();
     }
-    EXPECT_EQ(passed, 1);
+    EXPECT_EQ(matchCount, 1);
 }
 
 TEST_F(TimedCallsTest, AreRefusedWhileTooManyAreLate) {
@@ -95,5 +95,5 @@ TEST_F(TimedCallsTest, AreRefusedWhileTooManyAreLate) {
         EXPECT_FALSE(hang(std::to_string(number)));
     }
     EXPECT_FALSE(pass("another"));
-    EXPECT_EQ(passed, 0);
+    EXPECT_EQ(matchCount, 0);
 }
