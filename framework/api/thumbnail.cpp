@@ -31,7 +31,7 @@ mrb::thumbnail::FlashEntry entryOf(const FlashCache &param, const unsigned char 
     entry.key.path = param.url;
     entry.key.boxWidth = entry.width = param.width;
     entry.key.boxHeight = entry.height = param.height;
-    const mrb::thumbnail::Answer *answer = mrb::thumbnail::currentAnswer();
+    const mrb::thumbnail::ThumbnailResult *answer = mrb::thumbnail::currentResult();
     const auto *const end = answer != nullptr ? std::end(answer->images) : nullptr;
     const auto *const found = answer != nullptr ? std::find(answer->images, end, image) : nullptr;
     if (found != end) {

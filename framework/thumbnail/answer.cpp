@@ -10,7 +10,7 @@
 namespace mrb::thumbnail {
 namespace {
 
-thread_local const Answer *current = nullptr;
+thread_local const ThumbnailResult *current = nullptr;
 
 Image copyOf(const Image &image) {
     Image copy = makeImage(image.width, image.height);
@@ -45,9 +45,10 @@ void fill(thumb_result_s &result, const Request &request, Decoded &decoded, bool
 
 } // namespace
 
-const Answer *currentAnswer() { return current; }
+const ThumbnailResult *currentResult() { return current; }
 
-void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waiter &waiter) noexcept {
+void deliverResult(const Request &request, Decoded &decoded, bool last,
+                   const PendingRequest &waiter) noexcept {
     thumb_result_s result{};
     const std::size_t length = std::min(request.origin.size(), sizeof result.origin_path - 1);
     std::memcpy(result.origin_path, request.origin.data(), length);
@@ -61,9 +62,9 @@ void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waite
     }
     // Without decoders the service has failed, not the file.
     code = code == MRB_ERR_NOT_INITIALIZED ? int{MRB_THUMB_SERVICE_FAILED} : code;
-    Answer answer{&request, decoded.source, &result, {}};
+    ThumbnailResult answer{&request, decoded.source, &result, {}};
     std::ranges::copy(result.image_buffer, answer.images);
-    const Answer *const outer = std::exchange(current, &answer);
+    const ThumbnailResult *const outer = std::exchange(current, &answer);
     waiter.callback(code, &result, waiter.userData);
     current = outer;
 }

@@ -5,7 +5,7 @@
 namespace mrb::thumbnail {
 
 // The origin of the result that a thread is delivering.
-struct Answer {
+struct ThumbnailResult {
     const Request *request = nullptr;
     FileIdentity source;
     const thumb_result_s *result = nullptr;
@@ -14,10 +14,11 @@ struct Answer {
 };
 
 // The result that the calling thread is delivering; null outside of a callback.
-const Answer *currentAnswer();
+const ThumbnailResult *currentResult();
 
 // Calls the waiter's callback with the decoded images. The last waiter of a job gets the images
 // themselves, the others get copies.
-void giveAnswer(const Request &request, Decoded &decoded, bool last, const Waiter &waiter) noexcept;
+void deliverResult(const Request &request, Decoded &decoded, bool last,
+                   const PendingRequest &waiter) noexcept;
 
 } // namespace mrb::thumbnail

@@ -14,7 +14,7 @@ bool isOfCamera(const std::shared_ptr<Job> &job) {
 
 } // namespace
 
-void Jobs::add(const Request &request, Waiter waiter) {
+void Jobs::add(const Request &request, PendingRequest waiter) {
     const auto found = open_.find(request);
     if (found != open_.end()) {
         found->second->waiters.push_back(waiter);
@@ -58,11 +58,11 @@ void Jobs::forget(const std::shared_ptr<Job> &job) {
 }
 
 bool Jobs::cancelWaiter(const std::shared_ptr<Job> &job, const void *userData) {
-    std::vector<Waiter> &waiters = job->waiters;
+    std::vector<PendingRequest> &waiters = job->waiters;
     if (waiters.empty()) {
         return false;
     }
-    const auto same = std::ranges::find(waiters, userData, &Waiter::userData);
+    const auto same = std::ranges::find(waiters, userData, &PendingRequest::userData);
     waiters.erase(same != waiters.end() ? same : waiters.begin());
     if (waiters.empty()) {
         job->stop.cancel();

@@ -11,7 +11,7 @@
 namespace mrb::thumbnail {
 
 // A request that has no result yet.
-struct Waiter {
+struct PendingRequest {
     thumbnail_result_cb callback = nullptr;
     void *userData = nullptr;
 };
@@ -20,7 +20,7 @@ struct Waiter {
 struct Job {
     Request request;
     CancellationSource stop;
-    std::vector<Waiter> waiters; // in the order of their requests
+    std::vector<PendingRequest> waiters; // in the order of their requests
 };
 
 // The jobs of the thumbnail service: waiting, decoding, and delivering results. Owned by the
@@ -29,7 +29,7 @@ class Jobs {
   public:
     // Adds a waiter to the job of an equal request, or to a new one. The job is then the next to
     // be taken, unless it is being decoded.
-    void add(const Request &request, Waiter waiter);
+    void add(const Request &request, PendingRequest waiter);
 
     [[nodiscard]] bool isAnyWaiting() const { return !waiting_.empty(); }
 

@@ -52,7 +52,7 @@ int ThumbnailService::end() {
     return begun ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
-int ThumbnailService::request(const Request &request, Waiter waiter) {
+int ThumbnailService::request(const Request &request, PendingRequest waiter) {
     const std::lock_guard guard(lock_);
     if (clients_ == 0 || down_) {
         return MRB_ERR_NOT_INITIALIZED;
@@ -138,14 +138,14 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
                               Decoded &decoded) {
     // One at a time: the client may cancel the requests of waiters without a result.
     while (!job->waiters.empty() && !down_) {
-        const Waiter waiter = job->waiters.front();
+        const PendingRequest waiter = job->waiters.front();
         job->waiters.erase(job->waiters.begin());
         const bool last = job->waiters.empty();
         ++answers_;
         guard.unlock();
         // Nested when the client calls end() in its callback.
         const ThumbnailService *const outer = std::exchange(answeringFor, this);
-        giveAnswer(job->request, decoded, last, waiter);
+        deliverResult(job->request, decoded, last, waiter);
         answeringFor = outer;
         guard.lock();
         --answers_;

@@ -35,7 +35,7 @@ class ThumbnailService {
     int end();
 
     // Causes one callback unless it fails or the request is cancelled.
-    int request(const Request &request, Waiter waiter);
+    int request(const Request &request, PendingRequest waiter);
     int cancel(const Request &request, const void *userData);
     int cancelAll();
     // Ends the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when none of them

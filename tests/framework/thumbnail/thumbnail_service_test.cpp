@@ -100,7 +100,7 @@ class Waiters {
             one.all = this;
         }
     }
-    mrb::thumbnail::Waiter operator[](std::size_t index) { return {receive, &ones_[index]}; }
+    mrb::thumbnail::PendingRequest operator[](std::size_t index) { return {receive, &ones_[index]}; }
     One &at(std::size_t index) { return ones_[index]; }
     void waitFor(std::size_t answers) {
         std::unique_lock guard(lock_);
