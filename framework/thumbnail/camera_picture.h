@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "base/cancellation.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 #include "thumbnail/flash_cache.h"
 
 namespace mrb::thumbnail {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <tuple>
 
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

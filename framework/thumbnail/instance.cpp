@@ -7,7 +7,7 @@
 
 #include "base/on_demand.h"
 #include "base/process_exit.h"
-#include "thumbnail/decoders.h"
+#include "thumbnail/decoder_module.h"
 #include "thumbnail/service.h"
 
 namespace mrb::thumbnail {

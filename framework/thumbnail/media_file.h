@@ -8,7 +8,7 @@
 
 #include "base/cancellation.h"
 #include "base/descriptor.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

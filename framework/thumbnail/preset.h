@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "base/deleter.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

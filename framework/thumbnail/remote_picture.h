@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "base/cancellation.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

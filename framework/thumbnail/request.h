@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "mrb/thumbnail.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

@@ -56,7 +56,7 @@ export const MODULES = {
     'dlna/gupnp': 'libmrb-dlna.so',
     'metadata/readers': 'libmrb-readers.so',
     'thumbnail/decode': 'libmrb-decoders.so',
-    'thumbnail/film': 'libmrb-films.so',
+    'thumbnail/video': 'libmrb-films.so',
 };
 
 const TABLE = 'tests/runner/layers.mjs';

@@ -4,7 +4,7 @@
 #include "thumbnail/decode/scratch.h"
 #include "thumbnail/decode/vips_picture.h"
 #include "thumbnail/decode/webp.h"
-#include "thumbnail/films.h"
+#include "thumbnail/video_module.h"
 
 namespace mrb::thumbnail {
 namespace {

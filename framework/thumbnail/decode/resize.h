@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/cancellation.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 #include "thumbnail/fit.h"
 #include "thumbnail/media_file.h"
 

@@ -8,7 +8,7 @@
 #include "base/cancellation.h"
 #include "base/deleter.h"
 #include "base/result.h"
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 #include "thumbnail/fit.h"
 
 namespace mrb::thumbnail {

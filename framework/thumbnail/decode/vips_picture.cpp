@@ -6,9 +6,9 @@
 
 #include "thumbnail/decode/vips_library.h"
 #include "thumbnail/decode/webp.h"
-#include "thumbnail/films.h"
 #include "thumbnail/limits.h"
 #include "thumbnail/orientation.h"
+#include "thumbnail/video_module.h"
 
 namespace mrb::thumbnail {
 namespace {

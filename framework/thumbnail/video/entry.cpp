@@ -1,10 +1,10 @@
 // The functions that the video library exports.
 
-#include "thumbnail/films.h"
+#include "thumbnail/video_module.h"
 
-#include "thumbnail/film/cover.h"
-#include "thumbnail/film/heif_hevc.h"
-#include "thumbnail/film/video.h"
+#include "thumbnail/video/cover.h"
+#include "thumbnail/video/heif_hevc.h"
+#include "thumbnail/video/video.h"
 
 namespace mrb::thumbnail {
 

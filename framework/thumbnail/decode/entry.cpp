@@ -8,7 +8,7 @@
 #include "mrb/agent.h"
 #include "thumbnail/decode/picture.h"
 #include "thumbnail/decode/vips_library.h"
-#include "thumbnail/films.h"
+#include "thumbnail/video_module.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -1,4 +1,4 @@
-#include "thumbnail/film/av_input.h"
+#include "thumbnail/video/av_input.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "thumbnail/films.h"
+#include "thumbnail/video_module.h"
 
 #include "base/loading.h"
 #include "base/module.h"

@@ -1,4 +1,4 @@
-#include "thumbnail/film/frame_reader.h"
+#include "thumbnail/video/frame_reader.h"
 
 #include <algorithm>
 #include <limits>

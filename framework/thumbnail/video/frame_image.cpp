@@ -1,4 +1,4 @@
-#include "thumbnail/film/frame_image.h"
+#include "thumbnail/video/frame_image.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>

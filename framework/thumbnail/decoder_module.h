@@ -1,6 +1,6 @@
 #pragma once
 
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 namespace mrb::thumbnail {
 

@@ -1,4 +1,4 @@
-#include "thumbnail/decoding.h"
+#include "thumbnail/decoder.h"
 
 #include <cstdlib>
 #include <new>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "thumbnail/film/av_input.h"
 #include "thumbnail/fit.h"
+#include "thumbnail/video/av_input.h"
 
 namespace mrb::thumbnail {
 

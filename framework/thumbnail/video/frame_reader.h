@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/cancellation.h"
-#include "thumbnail/film/av_input.h"
+#include "thumbnail/video/av_input.h"
 
 namespace mrb::thumbnail {
 

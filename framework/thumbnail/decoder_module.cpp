@@ -1,4 +1,4 @@
-#include "thumbnail/decoders.h"
+#include "thumbnail/decoder_module.h"
 
 #include "base/loading.h"
 #include "base/module.h"

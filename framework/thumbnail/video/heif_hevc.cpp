@@ -1,4 +1,4 @@
-#include "thumbnail/film/heif_hevc.h"
+#include "thumbnail/video/heif_hevc.h"
 
 #include <libheif/heif.h>
 #include <libheif/heif_plugin.h>
@@ -13,8 +13,8 @@ extern "C" {
 #include <new>
 
 #include "base/deleter.h"
-#include "thumbnail/film/av_input.h"
 #include "thumbnail/limits.h"
+#include "thumbnail/video/av_input.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -1,4 +1,4 @@
-#include "thumbnail/film/video.h"
+#include "thumbnail/video/video.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -9,9 +9,9 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-#include "thumbnail/film/frame_image.h"
-#include "thumbnail/film/frame_reader.h"
 #include "thumbnail/orientation.h"
+#include "thumbnail/video/frame_image.h"
+#include "thumbnail/video/frame_reader.h"
 
 namespace mrb::thumbnail {
 namespace {

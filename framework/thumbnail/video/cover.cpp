@@ -1,7 +1,7 @@
-#include "thumbnail/film/cover.h"
+#include "thumbnail/video/cover.h"
 
-#include "thumbnail/film/av_input.h"
-#include "thumbnail/film/cover_tags.h"
+#include "thumbnail/video/av_input.h"
+#include "thumbnail/video/cover_tags.h"
 
 namespace mrb::thumbnail {
 namespace {

@@ -1,4 +1,4 @@
-#include "thumbnail/film/cover_tags.h"
+#include "thumbnail/video/cover_tags.h"
 
 #include <taglib/aifffile.h>
 #include <taglib/apefile.h>
