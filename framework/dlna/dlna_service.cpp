@@ -257,9 +257,9 @@ void DlnaService::tellClients(int state) {
 }
 
 void DlnaService::tellAudience() {
-    for (Notice &notice : servers_.takeNotices()) {
+    for (DeviceEvent &event : servers_.drainEvents()) {
         if (audience_) {
-            audience_->add(std::move(notice));
+            audience_->add(std::move(event));
             events_.post(audience_, 0);
         }
     }

@@ -4,22 +4,22 @@
 
 namespace mrb::dlna {
 
-void ServerAudience::add(Notice notice) {
+void ServerAudience::add(DeviceEvent event) {
     const std::lock_guard guard(lock_);
-    notices_.push_back(std::move(notice));
+    events_.push_back(std::move(event));
 }
 
 void ServerAudience::deliver(int /*event*/) noexcept {
     std::unique_lock guard(lock_);
-    if (notices_.empty()) {
+    if (events_.empty()) {
         return;
     }
-    const Notice notice = std::move(notices_.front());
-    notices_.pop_front();
+    const DeviceEvent event = std::move(events_.front());
+    events_.pop_front();
     guard.unlock();
-    _mrb_storage_s record{notice.device};
+    _mrb_storage_s record{event.device};
     _mrb_storage_s *device = &record;
-    callback_(userData_, notice.event, device);
+    callback_(userData_, event.event, device);
 }
 
 } // namespace mrb::dlna

@@ -39,14 +39,14 @@ class ServerAudience final : public EventTarget {
     ServerAudience(mrb_storage_notification_cb callback, void *userData)
         : callback_(callback), userData_(userData) {}
 
-    void add(Notice notice);
+    void add(DeviceEvent event);
     void deliver(int event) noexcept override;
 
   private:
     const mrb_storage_notification_cb callback_;
     void *const userData_;
     std::mutex lock_; // guards what follows
-    std::deque<Notice> notices_;
+    std::deque<DeviceEvent> events_;
 };
 
 } // namespace mrb::dlna

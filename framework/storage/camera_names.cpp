@@ -25,14 +25,14 @@ int CameraNames::number() const { return mailbox_->news.number(); }
 void CameraNames::ask(const std::string &key, const CameraAddress &address, const std::string &name) {
     try {
         startThread("mrb-camera", [mailbox = mailbox_, key, address, name] {
-            look(*mailbox, key, address, name);
+            scan(*mailbox, key, address, name);
         }).detach();
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The camera \"%s\" is shown under its udev name: %s", name.c_str(), failure.what());
     }
 }
 
-void CameraNames::look(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
+void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
                        const std::string &name) {
     try {
         const CameraModel model = cameraLibrary().modelOf(address);

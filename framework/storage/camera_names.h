@@ -31,7 +31,7 @@ class CameraNames {
 
   private:
     struct Mailbox;
-    static void look(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
+    static void scan(Mailbox &mailbox, const std::string &key, const CameraAddress &address,
                      const std::string &name);
 
     const std::shared_ptr<Mailbox> mailbox_; // shared with the look-ups under way

@@ -65,7 +65,7 @@ void Cameras::addDescriptors(std::vector<pollfd> &waited) const {
     waited.push_back({names_.number(), POLLIN, 0});
 }
 
-void Cameras::look(DeviceTable &table) {
+void Cameras::scan(DeviceTable &table) {
     bool lost = !hasLooked_;
     for (const UdevDevice &usb : udev_.events(lost)) {
         const char *action = udev_device_get_action(usb.get());

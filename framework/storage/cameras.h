@@ -15,7 +15,7 @@ namespace mrb {
 class Cameras final : public DeviceSource {
   public:
     void addDescriptors(std::vector<pollfd> &waited) const override;
-    void look(DeviceTable &table) override;
+    void scan(DeviceTable &table) override;
 
   private:
     void attach(DeviceTable &table, udev_device *usb);

@@ -41,7 +41,7 @@ bool isSame(const Device &one, const Device &other);
 void keepSizes(Device &device, const Device &measured);
 
 // Reads the sizes of the file system that is mounted from the device; on a failure they stay
-// as they were. May block for ever on a device that hangs: a SizeGauge adds the deadline.
+// as they were. May block for ever on a device that hangs: a CapacityProbe adds the deadline.
 // Any thread.
 void measure(Device &device);
 

@@ -35,11 +35,11 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
     std::vector<Device> devices = known_.list(kind);
     guard.unlock();
     if (kind == DeviceKind::CAMERA) {
-        cameraGauge_.ask(devices);
+        cameraCapacityProbe_.ask(devices);
         return devices;
     }
     std::vector<Device> measured = devices;
-    gauge_.measure(measured, std::min(deadline, Clock::now() + limits_.call));
+    capacityProbe_.measure(measured, std::min(deadline, Clock::now() + limits_.call));
     guard.lock();
     for (std::size_t each = 0; each < devices.size(); ++each) {
         // An unchanged entry may be older than what the thread has stored in the meantime.
@@ -71,7 +71,7 @@ int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) 
 int DeviceService::unlisten() {
     std::unique_lock guard(lock_);
     callback_ = nullptr;
-    notices_.clear();
+    events_.clear();
     return awaitCallback(guard);
 }
 
@@ -107,7 +107,7 @@ bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
     callback_ = nullptr;
-    notices_.clear();
+    events_.clear();
     awaited_.clear();
     departed_.clear();
     change_.notify_all(); // calls that wait for a scan
@@ -142,7 +142,7 @@ DeviceService::Time DeviceService::awaitLook() {
     start();
     if (thread_.isCurrent()) {
         guard.unlock();
-        look();
+        scan();
         return deadline;
     }
     const unsigned long long request = ++requests_;
@@ -159,7 +159,7 @@ DeviceService::Time DeviceService::awaitLook() {
 }
 
 // Scans all sources and queues the changes for the listener and the observers.
-void DeviceService::look() {
+void DeviceService::scan() {
     unsigned long long request = 0;
     {
         const std::lock_guard guard(lock_);
@@ -171,13 +171,13 @@ void DeviceService::look() {
     std::vector<Device> mounted;
     for (const auto &source : sources_) {
         try {
-            source->look(table_);
+            source->scan(table_);
         } catch (const std::exception &failure) {
             MRB_LOG_ERROR("The device scan failed: %s", failure.what());
         }
         publish(mounted);
     }
-    for (const CameraGauge::Answer &answer : cameraGauge_.answers()) {
+    for (const CameraCapacityProbe::Answer &answer : cameraCapacityProbe_.answers()) {
         table_.setSizes(answer.camera, answer.sizes);
     }
     publish(mounted);
@@ -188,23 +188,23 @@ void DeviceService::look() {
 // Publishes the table's changes to calls and queues their events under one lock, so that a call
 // never sees less than an event has reported. Adds the devices of events that need sizes.
 void DeviceService::publish(std::vector<Device> &mounted) {
-    std::vector<Notice> notices = table_.takeNotices();
-    if (notices.empty()) {
+    std::vector<DeviceEvent> events = table_.drainEvents();
+    if (events.empty()) {
         return;
     }
     const std::lock_guard guard(lock_);
-    known_.apply(notices);
+    known_.apply(events);
     for (const auto &[index, measured] : measured_) {
         known_.keepSizes(measured);
     }
-    for (Notice &notice : notices) {
-        if (notice.event == MRB_STORAGE_EVENT_REMOVED) {
-            depart([&notice](const Awaited &each) { return isSame(each.device, notice.device); });
-        } else if (callback_ != nullptr && !notice.device.mountPath.empty()) {
-            mounted.push_back(notice.device);
+    for (DeviceEvent &event : events) {
+        if (event.event == MRB_STORAGE_EVENT_REMOVED) {
+            depart([&event](const Awaited &each) { return isSame(each.device, event.device); });
+        } else if (callback_ != nullptr && !event.device.mountPath.empty()) {
+            mounted.push_back(event.device);
         }
         if (callback_ != nullptr) {
-            notices_.push_back(std::move(notice));
+            events_.push_back(std::move(event));
         }
     }
 }
@@ -227,15 +227,15 @@ void DeviceService::measure(std::vector<Device> mounted) {
     if (mounted.empty()) {
         return;
     }
-    gauge_.measure(mounted, Clock::now() + limits_.event);
+    capacityProbe_.measure(mounted, Clock::now() + limits_.event);
     for (const Device &measured : mounted) {
         table_.keepSizes(measured);
     }
     const std::lock_guard guard(lock_);
     for (const Device &measured : mounted) {
         known_.keepSizes(measured);
-        for (Notice &notice : notices_) {
-            keepSizes(notice.device, measured);
+        for (DeviceEvent &event : events_) {
+            keepSizes(event.device, measured);
         }
     }
 }
@@ -254,11 +254,11 @@ void DeviceService::run() {
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
-    std::vector<pollfd> waited{{wake_.number(), POLLIN, 0}, {cameraGauge_.number(), POLLIN, 0}};
+    std::vector<pollfd> waited{{wake_.number(), POLLIN, 0}, {cameraCapacityProbe_.number(), POLLIN, 0}};
     for (const auto &source : sources_) {
         source->addDescriptors(waited);
     }
-    look();
+    scan();
     while (deliver()) {
         poll(waited.data(), waited.size(), -1);
         for (pollfd &each : waited) {
@@ -270,19 +270,19 @@ void DeviceService::run() {
         }
         eventfd_t ignored = 0;
         eventfd_read(wake_.number(), &ignored);
-        look();
+        scan();
     }
 }
 
 // Delivers until the queues are empty. False: the thread has to end.
 bool DeviceService::deliver() {
     std::unique_lock guard(lock_);
-    while (!down_ && (tellDeparture(guard) || tellNotice(guard))) {
+    while (!down_ && (notifyRemoval(guard) || notify(guard))) {
     }
     return !down_;
 }
 
-bool DeviceService::tellDeparture(std::unique_lock<std::mutex> &guard) {
+bool DeviceService::notifyRemoval(std::unique_lock<std::mutex> &guard) {
     if (departed_.empty()) {
         return false;
     }
@@ -297,13 +297,13 @@ bool DeviceService::tellDeparture(std::unique_lock<std::mutex> &guard) {
     return true;
 }
 
-bool DeviceService::tellNotice(std::unique_lock<std::mutex> &guard) {
-    if (callback_ == nullptr || notices_.empty()) {
+bool DeviceService::notify(std::unique_lock<std::mutex> &guard) {
+    if (callback_ == nullptr || events_.empty()) {
         return false;
     }
-    _mrb_storage_s record{std::move(notices_.front().device)};
-    const mrb_storage_event_e event = notices_.front().event;
-    notices_.pop_front();
+    _mrb_storage_s record{std::move(events_.front().device)};
+    const mrb_storage_event_e event = events_.front().event;
+    events_.pop_front();
     const auto callback = callback_;
     void *const userData = userData_;
     ++deliveries_;

@@ -11,11 +11,11 @@
 
 #include "base/descriptor.h"
 #include "base/joinable_thread.h"
-#include "storage/camera_gauge.h"
+#include "storage/camera_capacity_probe.h"
+#include "storage/capacity_probe.h"
 #include "storage/device_source.h"
 #include "storage/device_table.h"
 #include "storage/known_devices.h"
-#include "storage/size_gauge.h"
 
 namespace mrb {
 
@@ -52,9 +52,9 @@ class DeviceService {
     using Sources = std::vector<std::unique_ptr<DeviceSource>>;
 
     // `make` is called on the thread.
-    explicit DeviceService(std::function<Sources()> make, SizeGauge &gauge = SizeGauge::instance(),
+    explicit DeviceService(std::function<Sources()> make, CapacityProbe &probe = CapacityProbe::instance(),
                            const DeviceLimits &limits = {})
-        : make_(std::move(make)), gauge_(gauge), limits_(limits) {}
+        : make_(std::move(make)), capacityProbe_(probe), limits_(limits) {}
     ~DeviceService();
     DeviceService(const DeviceService &) = delete;
     DeviceService &operator=(const DeviceService &) = delete;
@@ -106,22 +106,22 @@ class DeviceService {
 
     // On the thread:
     void run();
-    void look();
+    void scan();
     void publish(std::vector<Device> &mounted);
     void endLook(unsigned long long request);
     void measure(std::vector<Device> mounted);
     template <typename HasLeft>
     void depart(HasLeft hasLeft); // with lock_ held
     bool deliver();
-    bool tellDeparture(std::unique_lock<std::mutex> &guard);
-    bool tellNotice(std::unique_lock<std::mutex> &guard);
+    bool notifyRemoval(std::unique_lock<std::mutex> &guard);
+    bool notify(std::unique_lock<std::mutex> &guard);
     [[nodiscard]] int awaitCallback(std::unique_lock<std::mutex> &guard);
     void wake() const;
 
     const std::function<Sources()> make_;
-    SizeGauge &gauge_;
+    CapacityProbe &capacityProbe_;
     const DeviceLimits limits_;
-    CameraGauge cameraGauge_;
+    CameraCapacityProbe cameraCapacityProbe_;
 
     // Used by the thread alone:
     Sources sources_;
@@ -137,7 +137,7 @@ class DeviceService {
     bool isOverdue_ = false; // a call has timed out waiting for the pending scan
     mrb_storage_notification_cb callback_ = nullptr;
     void *userData_ = nullptr;
-    std::deque<Notice> notices_;
+    std::deque<DeviceEvent> events_;
     std::vector<Awaited> awaited_;
     std::vector<Awaited> departed_;     // whose observers are not yet notified
     unsigned long long deliveries_ = 0; // callbacks started so far

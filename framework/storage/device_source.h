@@ -22,7 +22,7 @@ class DeviceSource {
 
     // Updates the source's entries in the table, without waiting for an event. Each
     // source has a key prefix of its own.
-    virtual void look(DeviceTable &table) = 0;
+    virtual void scan(DeviceTable &table) = 0;
 };
 
 // All sources of this machine.

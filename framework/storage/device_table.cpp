@@ -19,7 +19,7 @@ void DeviceTable::set(const std::string &key, Device device) {
         device.index = takeIndex();
         device.camera.arrival = device.camera.port.empty() ? 0 : ++arrivals;
         known = std::move(device);
-        notices_.push_back({MRB_STORAGE_EVENT_ADDED, known});
+        events_.push_back({MRB_STORAGE_EVENT_ADDED, known});
         return;
     }
     device.index = known.index;
@@ -30,7 +30,7 @@ void DeviceTable::set(const std::string &key, Device device) {
     }
     if (device != known) {
         known = std::move(device);
-        notices_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
+        events_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
     }
 }
 
@@ -38,7 +38,7 @@ void DeviceTable::remove(const std::string &key) {
     const auto found = devices_.find(key);
     if (found != devices_.end()) {
         indexes_.erase(found->second.index);
-        notices_.push_back({MRB_STORAGE_EVENT_REMOVED, std::move(found->second)});
+        events_.push_back({MRB_STORAGE_EVENT_REMOVED, std::move(found->second)});
         devices_.erase(found);
     }
 }
@@ -54,7 +54,7 @@ void DeviceTable::setSizes(const CameraAddress &camera, const CameraSizes &sizes
         if (device.camera == camera && (device.available != sizes.available || device.total != sizes.total)) {
             device.available = sizes.available;
             device.total = sizes.total;
-            notices_.push_back({MRB_STORAGE_EVENT_CHANGED, device});
+            events_.push_back({MRB_STORAGE_EVENT_CHANGED, device});
         }
     }
 }

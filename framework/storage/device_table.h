@@ -11,7 +11,7 @@
 namespace mrb {
 
 // A change of a device.
-struct Notice {
+struct DeviceEvent {
     mrb_storage_event_e event;
     Device device;
 };
@@ -53,14 +53,14 @@ class DeviceTable {
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;
 
     // The changes since the last call, in order.
-    [[nodiscard]] std::vector<Notice> takeNotices() { return std::exchange(notices_, {}); }
+    [[nodiscard]] std::vector<DeviceEvent> drainEvents() { return std::exchange(events_, {}); }
 
   private:
     int takeIndex();
 
     std::map<std::string, Device> devices_;
     std::set<int> indexes_; // those in use
-    std::vector<Notice> notices_;
+    std::vector<DeviceEvent> events_;
 };
 
 } // namespace mrb

@@ -4,8 +4,8 @@
 
 namespace mrb {
 
-void KnownDevices::apply(std::span<const Notice> notices) {
-    for (const auto &[event, device] : notices) {
+void KnownDevices::apply(std::span<const DeviceEvent> events) {
+    for (const auto &[event, device] : events) {
         if (event == MRB_STORAGE_EVENT_REMOVED) {
             devices_.erase(device.index);
         } else {

@@ -13,7 +13,7 @@ namespace mrb {
 class KnownDevices {
   public:
     // Applies the table's changes, after which the content is the same as the table's.
-    void apply(std::span<const Notice> notices);
+    void apply(std::span<const DeviceEvent> events);
 
     // The devices of a kind, in the order of their indexes.
     [[nodiscard]] std::vector<Device> list(DeviceKind kind) const;

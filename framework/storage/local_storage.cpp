@@ -101,7 +101,7 @@ void LocalStorage::addDescriptors(std::vector<pollfd> &waited) const {
     waited.push_back({mountsToWaitFor_.number(), POLLPRI, 0});
 }
 
-void LocalStorage::look(DeviceTable &table) {
+void LocalStorage::scan(DeviceTable &table) {
     // In this order: a mounted device was attached before, and udev has reported that.
     const bool mountsChanged = readMounts();
     bool lost = !hasLooked_;

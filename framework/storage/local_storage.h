@@ -20,7 +20,7 @@ class LocalStorage final : public DeviceSource {
     // `mounts` is the path of the table of mounts, in the kernel's format.
     explicit LocalStorage(std::string mounts = MOUNT_TABLE_FILE);
     void addDescriptors(std::vector<pollfd> &waited) const override;
-    void look(DeviceTable &table) override;
+    void scan(DeviceTable &table) override;
 
   private:
     using Blocks = std::map<dev_t, Device>;

@@ -100,7 +100,7 @@ void OfferedFolders::addDescriptors(std::vector<pollfd> &waited) const {
     waited.push_back({changes_.number(), POLLIN, 0});
 }
 
-void OfferedFolders::look(DeviceTable &table) {
+void OfferedFolders::scan(DeviceTable &table) {
     alignas(inotify_event) std::array<char, 16 << 10> events{};
     while (changes_ && read(changes_.number(), events.data(), events.size()) > 0) {
     }

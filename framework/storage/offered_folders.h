@@ -22,7 +22,7 @@ class OfferedFolders final : public DeviceSource {
   public:
     explicit OfferedFolders(std::vector<std::string> folders, DeviceKind kind = DeviceKind::USB);
     void addDescriptors(std::vector<pollfd> &waited) const override;
-    void look(DeviceTable &table) override;
+    void scan(DeviceTable &table) override;
 
   private:
     void watch();

@@ -58,7 +58,7 @@ class Bus {
     }
 
     [[nodiscard]] int number() const { return news_.number(); }
-    bool look() {
+    bool scan() {
         std::unique_lock guard(lock_);
         eventfd_t ignored = 0;
         eventfd_read(news_.number(), &ignored);
@@ -90,8 +90,8 @@ class BusSource final : public mrb::DeviceSource {
     void addDescriptors(std::vector<pollfd> &waited) const override {
         waited.push_back({bus_.number(), POLLIN, 0});
     }
-    void look(DeviceTable &table) override {
-        if (bus_.look()) {
+    void scan(DeviceTable &table) override {
+        if (bus_.scan()) {
             Device device;
             device.mountPath = "/nowhere/bus";
             table.set("own", device);
@@ -274,7 +274,7 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
     std::promise<void> requested;
     std::promise<void> answer;
     std::atomic<int> questions = 0;
-    mrb::SizeGauge gauge([&, answered = answer.get_future().share()](Device &device) {
+    mrb::CapacityProbe gauge([&, answered = answer.get_future().share()](Device &device) {
         if (++questions == 1) {
             requested.set_value();
         }

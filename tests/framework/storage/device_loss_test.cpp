@@ -18,11 +18,11 @@ namespace {
 class DeviceLoss : public support::PluggedDevices {
   protected:
     // The events of the source: "+NAME ", "-NAME ", "~NAME ".
-    std::string look(mrb::DeviceSource &source) {
-        source.look(table_);
+    std::string scan(mrb::DeviceSource &source) {
+        source.scan(table_);
         std::string text;
-        for (const mrb::Notice &notice : table_.takeNotices()) {
-            text += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+        for (const mrb::DeviceEvent &event : table_.drainEvents()) {
+            text += std::string(1, "+-~"[event.event]) + event.device.name + ' ';
         }
         return text;
     }
@@ -47,10 +47,10 @@ TEST_F(DeviceLoss, ALostArrivalEventIsRecovered) {
     }
     testbed();
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage), "");
+    EXPECT_EQ(scan(storage), "");
     loseEventsOf(addPartition(addDisk(addUsb())));
-    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
-    EXPECT_EQ(look(storage), "");
+    EXPECT_EQ(scan(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "");
 }
 
 TEST_F(DeviceLoss, ALostRemovalEventIsRecovered) {
@@ -61,13 +61,13 @@ TEST_F(DeviceLoss, ALostRemovalEventIsRecovered) {
     const std::string disk = addDisk(usb);
     const std::string partition = addPartition(disk);
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "+HOLIDAYS 1 ");
     loseEventsOf(partition);
     for (const std::string &device : {partition, disk, usb}) {
         remove(device);
     }
-    EXPECT_EQ(look(storage), "-HOLIDAYS 1 ");
-    EXPECT_EQ(look(storage), "");
+    EXPECT_EQ(scan(storage), "-HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "");
 }
 
 TEST_F(DeviceLoss, DevicesThatStayAreNotReported) {
@@ -76,13 +76,13 @@ TEST_F(DeviceLoss, DevicesThatStayAreNotReported) {
     }
     const std::string partition = addPartition(addDisk(addUsb()));
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "+HOLIDAYS 1 ");
     for (int round = 0; round < 4; ++round) {
         loseEventsOf(partition);
-        EXPECT_EQ(look(storage), "");
+        EXPECT_EQ(scan(storage), "");
     }
     event(partition, "remove");
-    EXPECT_EQ(look(storage), "-HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "-HOLIDAYS 1 ");
 }
 
 TEST_F(DeviceLoss, AStickInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
@@ -92,12 +92,12 @@ TEST_F(DeviceLoss, AStickInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
     const std::string usb = addUsb();
     const std::string partition = addPartition(addDisk(usb));
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "+HOLIDAYS 1 ");
     loseEventsOf(partition);
     changeAttribute(usb, "devnum", "8");
     change(partition, "ID_FS_LABEL_ENC", "WORK");
     change(partition, "ID_FS_UUID", "5678-ABCD");
-    EXPECT_EQ(look(storage), "-HOLIDAYS 1 +WORK ");
+    EXPECT_EQ(scan(storage), "-HOLIDAYS 1 +WORK ");
 }
 
 TEST_F(DeviceLoss, AReformattedFileSystemIsAChange) {
@@ -106,10 +106,10 @@ TEST_F(DeviceLoss, AReformattedFileSystemIsAChange) {
     }
     const std::string partition = addPartition(addDisk(addUsb()));
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage), "+HOLIDAYS 1 ");
+    EXPECT_EQ(scan(storage), "+HOLIDAYS 1 ");
     loseEventsOf(partition);
     change(partition, "ID_FS_LABEL_ENC", "WORK");
-    EXPECT_EQ(look(storage), "~WORK ");
+    EXPECT_EQ(scan(storage), "~WORK ");
 }
 
 TEST_F(DeviceLoss, ACameraInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
@@ -118,12 +118,12 @@ TEST_F(DeviceLoss, ACameraInThePlaceOfAnotherIsItsRemovalAndAnArrival) {
     }
     const std::string camera = addCamera("0000", "0000");
     mrb::Cameras cameras;
-    EXPECT_EQ(look(cameras), "+Camera 1 ");
+    EXPECT_EQ(scan(cameras), "+Camera 1 ");
     loseEventsOf(camera);
     change(camera, "DEVNUM", "008");
     change(camera, "ID_MODEL_ENC", "Camera\\x202");
-    EXPECT_EQ(look(cameras), "-Camera 1 +Camera 2 ");
+    EXPECT_EQ(scan(cameras), "-Camera 1 +Camera 2 ");
     loseEventsOf(camera);
     remove(camera);
-    EXPECT_EQ(look(cameras), "-Camera 2 ");
+    EXPECT_EQ(scan(cameras), "-Camera 2 ");
 }

@@ -102,12 +102,12 @@ TEST_F(DeviceMissing, WithoutATableOfMountsNothingIsMountedAndThereIsOneLogLine)
     mrb::LocalStorage storage("/nowhere/mounts");
     mrb::DeviceTable table;
     for (int round = 0; round < 100; ++round) {
-        storage.look(table);
+        storage.scan(table);
     }
     const std::string log = testing::internal::GetCapturedStderr();
     const std::string line = "The table of mounts cannot be opened: No such file or directory.";
     expectOnce(log, line);
-    for (const mrb::Notice &notice : table.takeNotices()) {
-        EXPECT_EQ(notice.device.mountPath, "");
+    for (const mrb::DeviceEvent &event : table.drainEvents()) {
+        EXPECT_EQ(event.device.mountPath, "");
     }
 }

@@ -26,9 +26,9 @@ class DeviceMountTable : public support::PluggedDevices {
         return folder_.path("mounts");
     }
 
-    std::vector<mrb::Notice> look(mrb::LocalStorage &storage) {
-        storage.look(table);
-        return table.takeNotices();
+    std::vector<mrb::DeviceEvent> scan(mrb::LocalStorage &storage) {
+        storage.scan(table);
+        return table.drainEvents();
     }
 
     mrb::DeviceTable table;
@@ -49,20 +49,20 @@ TEST_F(DeviceMountTable, AStickIsPulledOutWhileItIsMounted) {
     const std::string disk = addDisk(usb);
     const std::string partition = addPartition(disk);
     mrb::LocalStorage storage(mounts(STICK));
-    ASSERT_EQ(look(storage).size(), 1U);
+    ASSERT_EQ(scan(storage).size(), 1U);
     event(partition, "remove");
     for (const std::string &device : {partition, disk, usb}) {
         remove(device);
     }
-    const auto notices = look(storage); // and the mount stays
-    ASSERT_EQ(notices.size(), 1U);
-    EXPECT_EQ(notices[0].event, MRB_STORAGE_EVENT_REMOVED);
-    EXPECT_EQ(notices[0].device.mountPath, "/media/stick");
-    EXPECT_EQ(notices[0].device.label, "HOLIDAYS 1");
-    EXPECT_EQ(notices[0].device.serial, "0815");
-    EXPECT_EQ(notices[0].device.address, 7);
-    EXPECT_EQ(notices[0].device.total, 2046000LL * 512);
-    EXPECT_EQ(look(storage).size(), 0U);
+    const auto events = scan(storage); // and the mount stays
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_REMOVED);
+    EXPECT_EQ(events[0].device.mountPath, "/media/stick");
+    EXPECT_EQ(events[0].device.label, "HOLIDAYS 1");
+    EXPECT_EQ(events[0].device.serial, "0815");
+    EXPECT_EQ(events[0].device.address, 7);
+    EXPECT_EQ(events[0].device.total, 2046000LL * 512);
+    EXPECT_EQ(scan(storage).size(), 0U);
 }
 
 TEST_F(DeviceMountTable, AFuseMountHasTheFileSystemOfItsDevice) {
@@ -76,9 +76,9 @@ TEST_F(DeviceMountTable, AFuseMountHasTheFileSystemOfItsDevice) {
     support::run({"truncate", "-s", "8M", image});
     support::run({"mkfs.ext4", "-q", "-F", image});
     mrb::LocalStorage storage(mounts("70 20 8:17 / /media/stick rw - fuseblk /dev/sdb1 rw\n"));
-    const auto notices = look(storage);
-    ASSERT_EQ(notices.size(), 1U);
-    EXPECT_EQ(notices[0].device.fileSystem, MRB_FILE_SYSTEM_EXT4);
+    const auto events = scan(storage);
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].device.fileSystem, MRB_FILE_SYSTEM_EXT4);
 }
 
 TEST_F(DeviceMountTable, AFuseMountThatCannotBeReadHasTheFileSystemOfUdev) {
@@ -87,10 +87,10 @@ TEST_F(DeviceMountTable, AFuseMountThatCannotBeReadHasTheFileSystemOfUdev) {
     }
     addPartition(addDisk(addUsb()));
     mrb::LocalStorage storage(mounts("70 20 8:17 / /media/stick rw - fuseblk /dev/sdb1 rw\n"));
-    const auto notices = look(storage);
-    ASSERT_EQ(notices.size(), 1U);
-    EXPECT_EQ(notices[0].device.fileSystem, MRB_FILE_SYSTEM_FAT);
-    EXPECT_EQ(notices[0].device.mountPath, "/media/stick");
+    const auto events = scan(storage);
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].device.fileSystem, MRB_FILE_SYSTEM_FAT);
+    EXPECT_EQ(events[0].device.mountPath, "/media/stick");
 }
 
 TEST_F(DeviceMountTable, MountsOfNetworkFileSystemsAreNotDevices) {
@@ -100,7 +100,7 @@ TEST_F(DeviceMountTable, MountsOfNetworkFileSystemsAreNotDevices) {
     testbed();
     mrb::LocalStorage storage(mounts("70 20 0:50 / /media/far rw - fuse.sshfs me@far: rw\n"
                                      "71 20 0:51 / /media/share rw - cifs //far/share rw\n"));
-    EXPECT_EQ(look(storage).size(), 0U);
+    EXPECT_EQ(scan(storage).size(), 0U);
 }
 
 TEST_F(DeviceMountTable, OfSeveralMountsItIsTheOldest) {
@@ -110,9 +110,9 @@ TEST_F(DeviceMountTable, OfSeveralMountsItIsTheOldest) {
     addPartition(addDisk(addUsb()));
     mrb::LocalStorage storage(
         mounts(std::string(STICK) + "71 20 8:17 / /media/again rw - vfat /dev/sdb1 rw\n"));
-    const auto notices = look(storage);
-    ASSERT_EQ(notices.size(), 1U);
-    EXPECT_EQ(notices[0].device.mountPath, "/media/stick");
+    const auto events = scan(storage);
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].device.mountPath, "/media/stick");
 }
 
 TEST_F(DeviceMountTable, AMountThatIsGoneBeforeTheScanIsNotReported) {
@@ -122,11 +122,11 @@ TEST_F(DeviceMountTable, AMountThatIsGoneBeforeTheScanIsNotReported) {
     ASSERT_EQ(mount("tmpfs", "/media", "tmpfs", 0, nullptr), 0);
     std::filesystem::create_directory("/media/stick");
     mrb::LocalStorage storage;
-    EXPECT_EQ(look(storage).size(), 0U);
+    EXPECT_EQ(scan(storage).size(), 0U);
     for (int round = 0; round < 100; ++round) {
         ASSERT_EQ(mount("stick", "/media/stick", "tmpfs", 0, nullptr), 0);
         ASSERT_EQ(umount2("/media/stick", 0), 0);
-        ASSERT_EQ(look(storage).size(), 0U);
+        ASSERT_EQ(scan(storage).size(), 0U);
     }
 }
 
@@ -138,14 +138,14 @@ TEST_F(DeviceMountTable, AnotherMountInThePlaceOfTheFirstIsItsRemovalAndAnArriva
     std::filesystem::create_directory("/media/stick");
     ASSERT_EQ(mount("first", "/media/stick", "tmpfs", 0, nullptr), 0);
     mrb::LocalStorage storage;
-    ASSERT_EQ(look(storage).size(), 1U);
+    ASSERT_EQ(scan(storage).size(), 1U);
     ASSERT_EQ(umount2("/media/stick", 0), 0);
     ASSERT_EQ(mount("second", "/media/stick", "tmpfs", 0, nullptr), 0);
-    const auto notices = look(storage);
-    ASSERT_EQ(notices.size(), 2U);
-    EXPECT_EQ(notices[0].event, MRB_STORAGE_EVENT_REMOVED);
-    EXPECT_EQ(notices[0].device.id, "tmpfs:first:/media/stick");
-    EXPECT_EQ(notices[1].event, MRB_STORAGE_EVENT_ADDED);
-    EXPECT_EQ(notices[1].device.id, "tmpfs:second:/media/stick");
+    const auto events = scan(storage);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_REMOVED);
+    EXPECT_EQ(events[0].device.id, "tmpfs:first:/media/stick");
+    EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_ADDED);
+    EXPECT_EQ(events[1].device.id, "tmpfs:second:/media/stick");
     EXPECT_EQ(table.list(mrb::DeviceKind::USB).size(), 1U);
 }

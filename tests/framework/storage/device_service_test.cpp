@@ -41,7 +41,7 @@ class Source final : public mrb::DeviceSource {
     void addDescriptors(std::vector<pollfd> &waited) const override {
         waited.push_back({world_.wakeUp.number(), POLLIN, 0});
     }
-    void look(DeviceTable &table) override {
+    void scan(DeviceTable &table) override {
         const std::lock_guard guard(world_.lock);
         eventfd_t ignored = 0;
         eventfd_read(world_.wakeUp.number(), &ignored);
@@ -67,7 +67,7 @@ class Services : public testing::Test {
                               sources.push_back(std::make_unique<Source>(world));
                               return sources;
                           },
-                          mrb::SizeGauge::instance(),
+                          mrb::CapacityProbe::instance(),
                           {support::LIMIT, support::LIMIT, support::LIMIT}};
 };
 

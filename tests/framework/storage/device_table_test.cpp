@@ -19,8 +19,8 @@ Device named(const std::string &name, DeviceKind kind = DeviceKind::USB) {
 
 std::string story(DeviceTable &table) {
     std::string text;
-    for (const mrb::Notice &notice : table.takeNotices()) {
-        text += std::string(1, "+-~"[notice.event]) + notice.device.name + ' ';
+    for (const mrb::DeviceEvent &event : table.drainEvents()) {
+        text += std::string(1, "+-~"[event.event]) + event.device.name + ' ';
     }
     return text;
 }
@@ -60,9 +60,9 @@ TEST(DeviceTable, SizesThatWereMeasuredLeaveWithTheDevice) {
     measured.total = 88;
     table.keepSizes(measured);
     table.remove("a");
-    const auto notices = table.takeNotices();
-    ASSERT_EQ(notices.size(), 2U);
-    EXPECT_EQ(notices[1].device.total, 77);
+    const auto events = table.drainEvents();
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[1].device.total, 77);
 }
 
 TEST(DeviceTable, AnIndexIsADevicesOwnAndIsReusedAfterwards) {

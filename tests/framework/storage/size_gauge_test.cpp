@@ -15,16 +15,16 @@
 #include <vector>
 
 #include "base/descriptor.h"
+#include "storage/capacity_probe.h"
 #include "storage/offered_folders.h"
-#include "storage/size_gauge.h"
 #include "support/client.h"
 #include "support/devices.h"
 #include "support/folder.h"
 #include "support/own_process.h"
 #include "support/silent_file_system.h"
 
+using mrb::CapacityProbe;
 using mrb::Device;
-using mrb::SizeGauge;
 using support::Surroundings;
 
 namespace {
@@ -94,7 +94,7 @@ class Gauge : public support::OwnProcess {
     }
 
     Answers answers;
-    SizeGauge gauge{[this](Device &device) { answers.answer(device); }};
+    CapacityProbe gauge{[this](Device &device) { answers.answer(device); }};
 };
 
 using Totals = std::vector<long long>;

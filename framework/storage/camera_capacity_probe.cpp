@@ -1,4 +1,4 @@
-#include "storage/camera_gauge.h"
+#include "storage/camera_capacity_probe.h"
 
 #include <sys/eventfd.h>
 
@@ -37,18 +37,18 @@ void warn(Asked &asked, const std::string &name, const Status &outcome) {
 
 } // namespace
 
-struct CameraGauge::Mailbox {
+struct CameraCapacityProbe::Mailbox {
     Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::mutex lock; // guards what follows
     std::vector<Answer> answers;
     std::map<CameraAddress, Asked> cameras;
 };
 
-CameraGauge::CameraGauge() : mailbox_(std::make_shared<Mailbox>()) {}
+CameraCapacityProbe::CameraCapacityProbe() : mailbox_(std::make_shared<Mailbox>()) {}
 
-int CameraGauge::number() const { return mailbox_->news.number(); }
+int CameraCapacityProbe::number() const { return mailbox_->news.number(); }
 
-void CameraGauge::ask(std::span<const Device> cameras) {
+void CameraCapacityProbe::ask(std::span<const Device> cameras) {
     const std::lock_guard guard(mailbox_->lock);
     std::erase_if(mailbox_->cameras, [cameras](const auto &known) {
         return std::ranges::none_of(cameras, [&](const Device &each) { return each.camera == known.first; });
@@ -71,7 +71,7 @@ void CameraGauge::ask(std::span<const Device> cameras) {
 }
 
 // Called with the lock held, so that the end of the request waits for it.
-void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
+void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
     const auto sizes = std::make_shared<CameraSizes>();
     const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
     const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Status &outcome) {
@@ -95,7 +95,7 @@ void CameraGauge::start(const std::shared_ptr<Mailbox> &mailbox, const Device &c
     mailbox->cameras[camera.camera].task = CameraService::instance().start(camera.camera, work, ended);
 }
 
-std::vector<CameraGauge::Answer> CameraGauge::answers() {
+std::vector<CameraCapacityProbe::Answer> CameraCapacityProbe::answers() {
     eventfd_t ignored = 0;
     eventfd_read(mailbox_->news.number(), &ignored);
     const std::lock_guard guard(mailbox_->lock);

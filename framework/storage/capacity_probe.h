@@ -12,14 +12,14 @@ namespace mrb {
 // Reads the sizes of mounted devices on threads that may be detached: a device that fails,
 // or a FUSE file system whose program hangs, answers late or never. The process has one,
 // see instance(); any thread may call it.
-class SizeGauge {
+class CapacityProbe {
   public:
     using Ask = std::function<void(Device &)>;
 
     // `ask` fills in the sizes of one device, is called on any thread, and outlives all requests.
-    explicit SizeGauge(Ask ask);
+    explicit CapacityProbe(Ask ask);
 
-    static SizeGauge &instance();
+    static CapacityProbe &instance();
 
     // Updates the sizes of each device. A device that does not answer by the deadline keeps
     // the sizes that it has; until it has answered, no further request is sent to it, and

@@ -1,4 +1,4 @@
-#include "storage/size_gauge.h"
+#include "storage/capacity_probe.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -34,33 +34,33 @@ void takeSizes(Device &device, const Device &answer) {
 } // namespace
 
 // A request, and then its result.
-struct SizeGauge::Asked {
+struct CapacityProbe::Asked {
     Device device;
     bool isAnswered = false;
 };
 
 // The requests of one call, processed by its workers in turn.
-struct SizeGauge::Round {
+struct CapacityProbe::Round {
     std::vector<std::shared_ptr<Asked>> questions;
     std::size_t taken = 0;
     std::size_t answered = 0;
 };
 
-struct SizeGauge::State {
+struct CapacityProbe::State {
     Ask ask;
     std::mutex lock; // guards what follows, and all rounds
     std::condition_variable change;
     std::map<std::string, std::shared_ptr<Asked>> late; // requests that exceeded their deadline
 };
 
-SizeGauge::SizeGauge(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
+CapacityProbe::CapacityProbe(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
 
-SizeGauge &SizeGauge::instance() {
-    static OnDemand<SizeGauge> gauge;
-    return gauge.get([] { return new SizeGauge(mrb::measure); });
+CapacityProbe &CapacityProbe::instance() {
+    static OnDemand<CapacityProbe> probe;
+    return probe.get([] { return new CapacityProbe(mrb::measure); });
 }
 
-void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {
+void CapacityProbe::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {
     const auto round = std::make_shared<Round>();
     std::vector<Device *> waiting; // one for each of the round's requests
     std::unique_lock guard(state_->lock);
@@ -102,7 +102,7 @@ void SizeGauge::measure(std::span<Device> devices, std::chrono::steady_clock::ti
 }
 
 // Call with the lock held.
-void SizeGauge::startWorker(const std::shared_ptr<Round> &round) {
+void CapacityProbe::startWorker(const std::shared_ptr<Round> &round) {
     try {
         startThread("mrb-sizes", [state = state_, round] { work(*state, *round); }).detach();
     } catch (const std::system_error &failure) {
@@ -110,7 +110,7 @@ void SizeGauge::startWorker(const std::shared_ptr<Round> &round) {
     }
 }
 
-void SizeGauge::work(State &state, Round &round) {
+void CapacityProbe::work(State &state, Round &round) {
     std::unique_lock guard(state.lock);
     while (round.taken < round.questions.size()) {
         const std::shared_ptr<Asked> asked = round.questions[round.taken++];

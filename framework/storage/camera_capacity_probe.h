@@ -11,14 +11,14 @@ namespace mrb {
 
 // Requests the capacities of cameras on the cameras' own threads, without waiting for the
 // results. Owned by the DeviceService; any thread.
-class CameraGauge {
+class CameraCapacityProbe {
   public:
     struct Answer {
         CameraAddress camera;
         CameraSizes sizes;
     };
 
-    CameraGauge();
+    CameraCapacityProbe();
 
     // Becomes readable when there are results; -1 when the system had no descriptor left.
     [[nodiscard]] int number() const;
