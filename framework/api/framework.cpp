@@ -20,7 +20,7 @@ Framework &Framework::instance() {
     });
 }
 
-int Framework::open(const ListRequest &request, Listener listener, mrb_agent_handler_h *handle) {
+int Framework::open(const ListRequest &request, ListCallback listener, mrb_agent_handler_h *handle) {
     const std::shared_ptr<ListSession> before = find(*handle);
     if (*handle != 0 && !before) {
         return MRB_ERR_INVALID_HANDLE;

@@ -13,10 +13,10 @@ struct mrb_share_param_s : mrb::ShareRequest {};
 
 // The object behind mrb_share_user_data_param_h; the client's until it is passed to
 // mrb_batch_process_v2, the framework's from then on.
-struct mrb_share_user_data_param_s : mrb::ShareListener {};
+struct mrb_share_user_data_param_s : mrb::ShareCallback {};
 
 using mrb::Framework;
-using mrb::ShareListener;
+using mrb::ShareCallback;
 using mrb::ShareRequest;
 
 namespace {
@@ -63,11 +63,11 @@ int mrb_param_set_share_lock(mrb_share_param_h param, bool lock) {
 int mrb_create_share_user_data_param(mrb_share_user_data_param_h *param) { return mrb::createObject(param); }
 
 int mrb_param_set_share_user_data_udata(mrb_share_user_data_param_h param, void *user_data) {
-    return mrb::setValue<ShareListener>(param, &ShareListener::userData, user_data);
+    return mrb::setValue<ShareCallback>(param, &ShareCallback::userData, user_data);
 }
 
 int mrb_param_set_share_user_data_cb(mrb_share_user_data_param_h param, mrb_batch_process_cb callback) {
-    return mrb::setValue<ShareListener>(param, &ShareListener::callback, callback);
+    return mrb::setValue<ShareCallback>(param, &ShareCallback::callback, callback);
 }
 
 int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_handler_h agent,

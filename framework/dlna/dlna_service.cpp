@@ -51,7 +51,7 @@ DlnaService &DlnaService::instance() {
 
 bool DlnaService::finish(Time deadline) { return instance().shutDown(deadline); }
 
-int DlnaService::begin(const StateListener &listener) {
+int DlnaService::begin(const StateCallback &listener) {
     const std::lock_guard guard(lock_);
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
@@ -68,7 +68,7 @@ int DlnaService::begin(const StateListener &listener) {
     return MRB_ERR_NONE;
 }
 
-int DlnaService::end(const StateListener &listener) {
+int DlnaService::end(const StateCallback &listener) {
     std::unique_lock guard(lock_);
     const auto known = find(listener);
     if (known == clients_.end() || down_) {
@@ -92,7 +92,7 @@ int DlnaService::end(const StateListener &listener) {
     }
     events_.post(task_, 0);
     const auto now = std::chrono::steady_clock::now();
-    const bool isOver = dismissed_.wait_until(guard, now + TIMEOUT, [&] { return isGone() || down_; });
+    const bool isOver = removed_.wait_until(guard, now + TIMEOUT, [&] { return isGone() || down_; });
     return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
 }
 
@@ -104,7 +104,7 @@ int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
     if (known != clients_.end() && !known->ending) {
         // The event thread is notifying it.
         const bool isTold =
-            dismissed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
+            removed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
         return isTold ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
     }
     std::erase_if(clients_, isIts);
@@ -122,16 +122,16 @@ int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
-    audience_ = std::make_shared<ServerAudience>(callback, userData);
+    observers_ = std::make_shared<ServerObserver>(callback, userData);
     return MRB_ERR_NONE;
 }
 
 int DlnaService::unlisten() {
     std::unique_lock guard(lock_);
-    const std::shared_ptr<ServerAudience> audience = std::move(audience_);
-    audience_ = nullptr;
+    const std::shared_ptr<ServerObserver> observer = std::move(observers_);
+    observers_ = nullptr;
     guard.unlock();
-    return !audience || events_.withdraw(*audience) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+    return !observer || events_.withdraw(*observer) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
 
 int DlnaService::list(std::vector<Device> &servers) {
@@ -183,11 +183,11 @@ void DlnaService::update() {
     }
     // Also a network that the last client ended while it was being started.
     if ((!isWanted() || down_) && network_) {
-        letNetworkGo(guard);
+        stopNetwork(guard);
         events_.post(task_, 0);
         return;
     }
-    dismiss(guard);
+    removeEndedClients(guard);
 }
 
 void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
@@ -205,17 +205,17 @@ void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
     }
 }
 
-void DlnaService::letNetworkGo(std::unique_lock<std::mutex> &guard) {
+void DlnaService::stopNetwork(std::unique_lock<std::mutex> &guard) {
     std::unique_ptr<Network> network = std::move(network_);
     guard.unlock();
-    dismissed_.notify_all();
+    removed_.notify_all();
     network.reset(); // its last events arrive during this
     guard.lock();
     running_ = false;
 }
 
 // Notifies the ending clients of the end, and removes them.
-void DlnaService::dismiss(std::unique_lock<std::mutex> &guard) {
+void DlnaService::removeEndedClients(std::unique_lock<std::mutex> &guard) {
     while (true) {
         const auto ending = std::ranges::find(clients_, true, &Client::ending);
         if (ending == clients_.end()) {
@@ -228,7 +228,7 @@ void DlnaService::dismiss(std::unique_lock<std::mutex> &guard) {
         client->deliver(MRB_SERVICE_STATE_STOPPED);
         guard.lock();
         std::erase_if(clients_, [&](const Client &each) { return each.target == client; });
-        dismissed_.notify_all();
+        removed_.notify_all();
     }
 }
 
@@ -241,13 +241,13 @@ void DlnaService::networkStarted() {
 void DlnaService::serverArrived(const Server &server) {
     const std::lock_guard guard(lock_);
     servers_.set(server.id, deviceOf(server));
-    tellAudience();
+    notifyObservers();
 }
 
 void DlnaService::serverLeft(const Server &server) {
     const std::lock_guard guard(lock_);
     servers_.remove(server.id);
-    tellAudience();
+    notifyObservers();
 }
 
 void DlnaService::tellClients(int state) {
@@ -256,11 +256,11 @@ void DlnaService::tellClients(int state) {
     }
 }
 
-void DlnaService::tellAudience() {
+void DlnaService::notifyObservers() {
     for (DeviceEvent &event : servers_.drainEvents()) {
-        if (audience_) {
-            audience_->add(std::move(event));
-            events_.post(audience_, 0);
+        if (observers_) {
+            observers_->add(std::move(event));
+            events_.post(observers_, 0);
         }
     }
 }
@@ -269,7 +269,7 @@ bool DlnaService::isWanted() const {
     return std::ranges::any_of(clients_, [](const Client &client) { return !client.ending; });
 }
 
-std::vector<DlnaService::Client>::iterator DlnaService::find(const StateListener &listener) {
+std::vector<DlnaService::Client>::iterator DlnaService::find(const StateCallback &listener) {
     return std::ranges::find_if(clients_, [&](const Client &client) {
         return client.target->listener() == listener && !client.ending;
     });
@@ -278,14 +278,14 @@ std::vector<DlnaService::Client>::iterator DlnaService::find(const StateListener
 bool DlnaService::shutDown(Time deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
-    dismissed_.notify_all();
+    removed_.notify_all();
     // The event thread destroys the network, since that waits for the network's thread.
     if (events_.isOwnThread()) {
         guard.unlock();
         update();
     } else if (network_) {
         events_.post(task_, 0);
-        dismissed_.wait_until(guard, deadline, [this] { return !network_; });
+        removed_.wait_until(guard, deadline, [this] { return !network_; });
         guard.unlock();
     } else {
         guard.unlock();

@@ -35,13 +35,13 @@ class DlnaService final : private ServerListener {
 
     // Adds a client; one that has begun already is notified of the state again. Throws
     // std::system_error when the system has no room for the thread.
-    int begin(const StateListener &listener);
+    int begin(const StateCallback &listener);
 
     // Returns when the client was notified that the service has stopped, for this client at
     // least, and will not be called back any more. If the event thread is busy for long, with a
     // network that does not end, the calling thread makes that callback. MRB_ERR_NOT_INITIALIZED:
     // it has not begun; MRB_ERR_TIMEOUT: its callback has not returned.
-    int end(const StateListener &listener);
+    int end(const StateCallback &listener);
 
     // Replaces the callback.
     int listen(mrb_storage_notification_cb callback, void *userData);
@@ -86,23 +86,23 @@ class DlnaService final : private ServerListener {
 
     void update();
     void startNetwork(std::unique_lock<std::mutex> &guard);
-    void letNetworkGo(std::unique_lock<std::mutex> &guard);
-    void dismiss(std::unique_lock<std::mutex> &guard);
+    void stopNetwork(std::unique_lock<std::mutex> &guard);
+    void removeEndedClients(std::unique_lock<std::mutex> &guard);
     int dismissHere(std::unique_lock<std::mutex> &guard, const std::shared_ptr<ServiceClient> &client,
                     Time deadline);
     void tellClients(int state);
-    void tellAudience();
+    void notifyObservers();
     [[nodiscard]] bool isWanted() const;
-    [[nodiscard]] std::vector<Client>::iterator find(const StateListener &listener);
+    [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener);
 
     const Start start_;
     EventThread events_{"mrb-dlna-events"};
     const std::shared_ptr<Task> task_; // update(), as an event
 
     std::mutex lock_; // guards what follows
-    std::condition_variable dismissed_;
+    std::condition_variable removed_;
     std::vector<Client> clients_;
-    std::shared_ptr<ServerAudience> audience_;
+    std::shared_ptr<ServerObserver> observers_;
     DeviceTable servers_;
     std::unique_ptr<Network> network_; // the event thread alone changes it
     bool running_ = false;

@@ -4,12 +4,12 @@
 
 namespace mrb::dlna {
 
-void ServerAudience::add(DeviceEvent event) {
+void ServerObserver::add(DeviceEvent event) {
     const std::lock_guard guard(lock_);
     events_.push_back(std::move(event));
 }
 
-void ServerAudience::deliver(int /*event*/) noexcept {
+void ServerObserver::deliver(int /*event*/) noexcept {
     std::unique_lock guard(lock_);
     if (events_.empty()) {
         return;

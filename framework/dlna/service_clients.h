@@ -11,32 +11,32 @@
 namespace mrb::dlna {
 
 // The callback of a client for the service's state.
-struct StateListener {
+struct StateCallback {
     mrb_dlna_state_cb callback = nullptr;
     void *userData = nullptr;
 
-    bool operator==(const StateListener &) const = default;
+    bool operator==(const StateCallback &) const = default;
 };
 
 // A client that began the service. Events are states. Owned by the DlnaService; the
 // service's event thread alone calls back.
 class ServiceClient final : public EventTarget {
   public:
-    explicit ServiceClient(StateListener listener) : listener_(listener) {}
+    explicit ServiceClient(StateCallback listener) : listener_(listener) {}
 
-    [[nodiscard]] const StateListener &listener() const { return listener_; }
+    [[nodiscard]] const StateCallback &listener() const { return listener_; }
 
     void deliver(int state) noexcept override { listener_.callback(state, listener_.userData); }
 
   private:
-    const StateListener listener_;
+    const StateCallback listener_;
 };
 
 // The observer of servers. Each event delivers the next notice. Owned by the DlnaService;
 // any thread may add notices.
-class ServerAudience final : public EventTarget {
+class ServerObserver final : public EventTarget {
   public:
-    ServerAudience(mrb_storage_notification_cb callback, void *userData)
+    ServerObserver(mrb_storage_notification_cb callback, void *userData)
         : callback_(callback), userData_(userData) {}
 
     void add(DeviceEvent event);

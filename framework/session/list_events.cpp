@@ -23,7 +23,7 @@ int lastEventOf(const Status &outcome) {
 
 } // namespace
 
-ListEvents::ListEvents(EventThread &thread, mrb_agent_handler_h handle, Listener listener,
+ListEvents::ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback listener,
                        std::shared_ptr<const List> list)
     : thread_(thread), handle_(handle), listener_(listener), list_(std::move(list)) {}
 

@@ -14,7 +14,7 @@
 namespace mrb {
 
 // The callback of a list.
-struct Listener {
+struct ListCallback {
     mrb_request_list_cb callback;
     void *userData;
 };
@@ -24,7 +24,7 @@ struct Listener {
 // says otherwise.
 class ListEvents final : public EventTarget, public std::enable_shared_from_this<ListEvents> {
   public:
-    ListEvents(EventThread &thread, mrb_agent_handler_h handle, Listener listener,
+    ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback listener,
                std::shared_ptr<const List> list);
 
     // Sets the number of items that the source expects.
@@ -55,7 +55,7 @@ class ListEvents final : public EventTarget, public std::enable_shared_from_this
 
     EventThread &thread_;
     const mrb_agent_handler_h handle_;
-    const Listener listener_;
+    const ListCallback listener_;
     const std::shared_ptr<const List> list_;
 
     std::atomic<bool> growthQueued_ = false;

@@ -13,7 +13,7 @@
 
 namespace mrb {
 
-ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, Listener listener,
+ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, ListCallback listener,
                          std::unique_ptr<Source> source, ListOptions options)
     : services_(services), handle_(handle), list_(std::make_shared<List>(std::move(options))),
       events_(std::make_shared<ListEvents>(services.events, handle, listener, list_)),

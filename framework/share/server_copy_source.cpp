@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "dlna/sign_of_life.h"
+#include "dlna/server_probe.h"
 #include "media/media_types.h"
 #include "media/mime_extension.h"
 #include "mrb/agent.h"
@@ -115,7 +115,7 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
 }
 
 Status ServerCopySource::judged(Status outcome) const {
-    outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), cancellation_);
+    outcome = dlna::classifyDisconnect(*server_.directories, server_.id, std::move(outcome), cancellation_);
     if (!outcome.ok()) {
         outcome.message = name_ + ": " + outcome.message;
     }

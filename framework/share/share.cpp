@@ -22,7 +22,7 @@ bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 
 
 } // namespace
 
-Share::Share(EventThread &events, mrb_share_handler_h handle, ShareListener listener,
+Share::Share(EventThread &events, mrb_share_handler_h handle, ShareCallback listener,
              std::unique_ptr<Job> job, std::function<void()> ended)
     : events_(events), handle_(handle), listener_(listener), job_(std::move(job)), ended_(std::move(ended)) {}
 

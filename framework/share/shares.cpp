@@ -65,7 +65,7 @@ Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession
 } // namespace
 
 int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-                  ShareListener listener, mrb_share_handler_h *handle) {
+                  ShareCallback listener, mrb_share_handler_h *handle) {
     std::unique_ptr<Job> job;
     const Status outcome = makeJob(type, request, list, job);
     if (!outcome.ok()) {
@@ -146,7 +146,7 @@ void Shares::shutDown() {
     }
 }
 
-std::shared_ptr<Share> Shares::add(ShareListener listener, std::unique_ptr<Job> job,
+std::shared_ptr<Share> Shares::add(ShareCallback listener, std::unique_ptr<Job> job,
                                    mrb_share_handler_h &handle) {
     const std::lock_guard guard(lock_);
     if (down_) {

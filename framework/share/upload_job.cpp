@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "dlna/sign_of_life.h"
+#include "dlna/server_probe.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
 #include "text/text.h"
@@ -103,7 +103,8 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     if (outcome.ok()) {
         outcome = transfers_->upload(
             file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, cancellation);
-        outcome = dlna::judgeBreak(*server_.directories, server_.id, std::move(outcome), cancellation);
+        outcome =
+            dlna::classifyDisconnect(*server_.directories, server_.id, std::move(outcome), cancellation);
         outcome.message.insert(0, name + ": ");
     }
     listener.fileEnds(outcome.ok());

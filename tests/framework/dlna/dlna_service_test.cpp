@@ -29,7 +29,7 @@ using mrb::dlna::DlnaService;
 using mrb::dlna::Network;
 using mrb::dlna::Server;
 using mrb::dlna::ServerListener;
-using mrb::dlna::StateListener;
+using mrb::dlna::StateCallback;
 using support::MediaServer;
 using support::Surroundings;
 using testing::ElementsAre;
@@ -72,7 +72,7 @@ class Diary {
                                           std::string(mrb_storage_get_name(storage)));
     }
 
-    [[nodiscard]] StateListener state() { return {receiveState, this}; }
+    [[nodiscard]] StateCallback state() { return {receiveState, this}; }
 
   private:
     std::mutex lock_;

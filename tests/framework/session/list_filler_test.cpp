@@ -67,7 +67,7 @@ class Filling {
     mrb::MediaLibrary library_{""};
     mrb::EventThread thread_;
     std::shared_ptr<mrb::ListEvents> events_ =
-        std::make_shared<mrb::ListEvents>(thread_, 1, mrb::Listener{ignore, nullptr}, list);
+        std::make_shared<mrb::ListEvents>(thread_, 1, mrb::ListCallback{ignore, nullptr}, list);
 
   public:
     mrb::ListFiller filler{*list, items, library_, *events_, stopped};
@@ -190,7 +190,7 @@ TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {
     {
         const auto list = std::make_shared<mrb::List>(mrb::ListOptions());
         const auto events =
-            std::make_shared<mrb::ListEvents>(thread, 1, mrb::Listener{+receive, &received}, list);
+            std::make_shared<mrb::ListEvents>(thread, 1, mrb::ListCallback{+receive, &received}, list);
         events->postGrowth();
         events->setExpectedTotal(7);
         events->postGrowth();

@@ -58,9 +58,9 @@ class Scripted {
   public:
     explicit Scripted(ScriptedSource::Script script, mrb::ListOptions options = {}) {
         events_.start();
-        session = std::make_shared<mrb::ListSession>(services_.of(events_), 1, mrb::Listener{receive, this},
-                                                     std::make_unique<ScriptedSource>(std::move(script)),
-                                                     std::move(options));
+        session = std::make_shared<mrb::ListSession>(
+            services_.of(events_), 1, mrb::ListCallback{receive, this},
+            std::make_unique<ScriptedSource>(std::move(script)), std::move(options));
         worker_ = std::thread([this] { session->run(); });
         session->begin();
     }
@@ -143,7 +143,7 @@ TEST(ListSession, ItsStorageIsNotLookedUpOnAClientsCall) {
     const auto ignore = [](void * /*userData*/, mrb_agent_handler_h /*agent*/, mrb_event_e /*event*/,
                            int /*reserved*/, const char * /*data*/) { return true; };
     const auto session = std::make_shared<mrb::ListSession>(
-        services.of(events), 1, mrb::Listener{+ignore, nullptr},
+        services.of(events), 1, mrb::ListCallback{+ignore, nullptr},
         std::make_unique<OnePicture>(folder.path("folder")), mrb::ListOptions());
     session->begin();
     session->run();

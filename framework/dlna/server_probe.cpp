@@ -1,11 +1,11 @@
-#include "dlna/sign_of_life.h"
+#include "dlna/server_probe.h"
 
 #include <chrono>
 
 namespace mrb::dlna {
 
-Status judgeBreak(ContentDirectoryClient &directories, const std::string &server, Status outcome,
-                  const CancellationToken &cancellation) {
+Status classifyDisconnect(ContentDirectoryClient &directories, const std::string &server, Status outcome,
+                          const CancellationToken &cancellation) {
     if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
         return outcome;
     }
