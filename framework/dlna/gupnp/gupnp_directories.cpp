@@ -211,7 +211,7 @@ void GupnpContentClient::beginFetch(const std::string &url, std::size_t maximum,
 
 void GupnpContentClient::open(const ServerTable &servers) {
     servers_ = &servers;
-    exchanges_ = std::make_unique<Exchanges>();
+    exchanges_ = std::make_unique<HttpRequests>();
 }
 
 void GupnpContentClient::serversLeft() {

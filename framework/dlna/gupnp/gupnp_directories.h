@@ -9,8 +9,8 @@
 
 #include "base/cancellation.h"
 #include "dlna/directories.h"
-#include "dlna/gupnp/exchanges.h"
 #include "dlna/gupnp/gupnp_transfers.h"
+#include "dlna/gupnp/http_requests.h"
 #include "dlna/gupnp/pending.h"
 #include "dlna/gupnp/server_table.h"
 
@@ -64,7 +64,7 @@ class GupnpContentClient final : public ContentDirectoryClient,
 
     // The network's thread alone uses these.
     const ServerTable *servers_ = nullptr;
-    std::unique_ptr<Exchanges> exchanges_;
+    std::unique_ptr<HttpRequests> exchanges_;
 
     std::mutex lock_; // guards what follows
     bool closed_ = false;

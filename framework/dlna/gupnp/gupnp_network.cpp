@@ -14,7 +14,7 @@
 #include "base/deleter.h"
 #include "base/log.h"
 #include "base/threads.h"
-#include "dlna/gupnp/description_guard.h"
+#include "dlna/gupnp/description_filter.h"
 #include "dlna/gupnp/local_addresses.h"
 #include "dlna/gupnp/main_context.h"
 
@@ -103,8 +103,8 @@ class GupnpNetwork::Watch {
     // The search for servers through one address of this machine, which loads their descriptions.
     struct Point {
         Object<GUPnPControlPoint> control;
-        std::unique_ptr<DescriptionGuard> guard; // of its context
-        int idleLooks = 0;                       // while it leaves: checks in a row that found it idle
+        std::unique_ptr<DescriptionFilter> guard; // of its context
+        int idleLooks = 0;                        // while it leaves: checks in a row that found it idle
     };
 
     Point watchContext(GUPnPContext *context);
@@ -248,7 +248,7 @@ void GupnpNetwork::Watch::updatePoints() {
 
 GupnpNetwork::Watch::Point GupnpNetwork::Watch::watchContext(GUPnPContext *context) {
     Point point;
-    point.guard = std::make_unique<DescriptionGuard>(gupnp_context_get_session(context));
+    point.guard = std::make_unique<DescriptionFilter>(gupnp_context_get_session(context));
     point.control.reset(gupnp_control_point_new(context, MEDIA_SERVER));
     GUPnPControlPoint *control = point.control.get();
     g_signal_connect(control, "device-proxy-available", G_CALLBACK(onServer), this);

@@ -15,13 +15,13 @@ constexpr std::size_t PART_BYTES = 256UL << 10;
 
 GupnpTransfers::GupnpTransfers(std::string server, ServicePlace place)
     : server_(std::move(server)), place_(std::move(place)) {
-    const OwnLoop::Turn turn(loop_);
+    const ThreadMainLoop::Turn turn(loop_);
     session_ = std::make_unique<Session>();
-    exchanges_ = std::make_unique<Exchanges>();
+    exchanges_ = std::make_unique<HttpRequests>();
 }
 
 GupnpTransfers::~GupnpTransfers() {
-    const OwnLoop::Turn turn(loop_);
+    const ThreadMainLoop::Turn turn(loop_);
     download_.reset();
     exchanges_.reset();
     session_.reset();
@@ -47,7 +47,7 @@ Status GupnpTransfers::makeRequest(const char *method, const std::string &url, R
 Status GupnpTransfers::send(Request &request, const CancellationToken &cancellation, const Pace &pace) {
     Object<GAsyncResult> result;
     soup_session_send_async(session_->get(), request.message.get(), G_PRIORITY_DEFAULT,
-                            request.cancellable.get(), OwnLoop::onReady, &result);
+                            request.cancellable.get(), ThreadMainLoop::onReady, &result);
     Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
     GError *error = nullptr;
     request.stream.reset(soup_session_send_finish(session_->get(), result.get(), &error));
@@ -60,7 +60,7 @@ Status GupnpTransfers::send(Request &request, const CancellationToken &cancellat
 
 Status GupnpTransfers::beginDownload(const std::string &url, const CancellationToken &cancellation,
                                      Promise &promise) {
-    const OwnLoop::Turn turn(loop_);
+    const ThreadMainLoop::Turn turn(loop_);
     download_.reset();
     Request request;
     Status outcome = makeRequest(SOUP_METHOD_GET, url, request);
@@ -86,7 +86,7 @@ Status GupnpTransfers::beginDownload(const std::string &url, const CancellationT
 }
 
 Status GupnpTransfers::finishDownload(const Take &take, const CancellationToken &cancellation) {
-    const OwnLoop::Turn turn(loop_);
+    const ThreadMainLoop::Turn turn(loop_);
     if (!download_) {
         return Status::notFound("No download has been started.");
     }
@@ -98,7 +98,7 @@ Status GupnpTransfers::finishDownload(const Take &take, const CancellationToken 
     for (;;) {
         Object<GAsyncResult> result;
         g_input_stream_read_async(request.stream.get(), part.data(), part.size(), G_PRIORITY_DEFAULT,
-                                  request.cancellable.get(), OwnLoop::onReady, &result);
+                                  request.cancellable.get(), ThreadMainLoop::onReady, &result);
         Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
         GError *error = nullptr;
         const gssize size = g_input_stream_read_finish(request.stream.get(), result.get(), &error);

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "base/cancellation.h"
-#include "dlna/gupnp/exchanges.h"
-#include "dlna/gupnp/own_loop.h"
+#include "dlna/gupnp/http_requests.h"
 #include "dlna/gupnp/session.h"
 #include "dlna/gupnp/soap.h"
+#include "dlna/gupnp/thread_main_loop.h"
 #include "dlna/gupnp/xml.h"
 #include "dlna/transfers.h"
 
@@ -70,9 +70,9 @@ class GupnpTransfers final : public Transfers {
 
     const std::string server_; // its id
     const ServicePlace place_;
-    OwnLoop loop_;
+    ThreadMainLoop loop_;
     std::unique_ptr<Session> session_;
-    std::unique_ptr<Exchanges> exchanges_;
+    std::unique_ptr<HttpRequests> exchanges_;
     std::optional<Request> download_; // begun and not yet finished
 };
 

@@ -50,7 +50,7 @@ void countPosted(SoupMessage * /*message*/, guint bytes, std::uint64_t *posted) 
 } // namespace
 
 Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) {
-    const OwnLoop::Turn turn(loop_);
+    const ThreadMainLoop::Turn turn(loop_);
     Created created;
     Status outcome = create(file, cancellation, created);
     if (!outcome.ok()) {

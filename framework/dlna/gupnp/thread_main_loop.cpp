@@ -1,4 +1,4 @@
-#include "dlna/gupnp/own_loop.h"
+#include "dlna/gupnp/thread_main_loop.h"
 
 #include "dlna/gupnp/main_context.h"
 
@@ -18,7 +18,8 @@ void Pace::moved(std::uint64_t bytes) {
 
 void Pace::excuse(steady_clock::time_point since) { since_ += steady_clock::now() - since; }
 
-Status OwnLoop::runUntil(const Condition &isDone, const CancellationToken &cancellation, const Pace &pace) {
+Status ThreadMainLoop::runUntil(const Condition &isDone, const CancellationToken &cancellation,
+                                const Pace &pace) {
     const Source timer = wakeUps(context_);
     while (!isDone()) {
         if (cancellation.isCancelled()) {
@@ -32,8 +33,8 @@ Status OwnLoop::runUntil(const Condition &isDone, const CancellationToken &cance
     return {};
 }
 
-Status OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
-                      const CancellationToken &cancellation, const Pace &pace) {
+Status ThreadMainLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
+                             const CancellationToken &cancellation, const Pace &pace) {
     Status outcome = runUntil([&] { return result != nullptr; }, cancellation, pace);
     if (!result) {
         g_cancellable_cancel(cancellable);
@@ -44,7 +45,7 @@ Status OwnLoop::await(const Object<GAsyncResult> &result, GCancellable *cancella
     return outcome;
 }
 
-void OwnLoop::onReady(GObject * /*source*/, GAsyncResult *result, void *holder) {
+void ThreadMainLoop::onReady(GObject * /*source*/, GAsyncResult *result, void *holder) {
     *static_cast<Object<GAsyncResult> *>(holder) = share(result);
 }
 

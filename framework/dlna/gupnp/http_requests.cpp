@@ -1,4 +1,4 @@
-#include "dlna/gupnp/exchanges.h"
+#include "dlna/gupnp/http_requests.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,13 +12,13 @@ constexpr std::size_t PART_BYTES = 64UL << 10;
 
 } // namespace
 
-struct Exchanges::Running {
-    Running(Exchanges &exchanges, std::shared_ptr<Pending> reply, const Call &call,
+struct HttpRequests::Running {
+    Running(HttpRequests &exchanges, std::shared_ptr<Pending> reply, const Call &call,
             Object<SoupMessage> request)
         : owner(exchanges), pending(std::move(reply)), server(call.server), maximum(call.maximum),
           message(std::move(request)) {}
 
-    Exchanges &owner;
+    HttpRequests &owner;
     const std::shared_ptr<Pending> pending;
     const std::string server;
     const std::size_t maximum; // maximum bytes of the response
@@ -30,9 +30,9 @@ struct Exchanges::Running {
     Status why; // of the cancellation
 };
 
-Exchanges::Exchanges() = default;
+HttpRequests::HttpRequests() = default;
 
-Exchanges::~Exchanges() {
+HttpRequests::~HttpRequests() {
     keep([](const std::string & /*server*/) { return false; });
     GMainContext *context = g_main_context_get_thread_default();
     while (!running_.empty()) {
@@ -40,9 +40,9 @@ Exchanges::~Exchanges() {
     }
 }
 
-const std::string &Exchanges::serverOf(const Running &running) { return running.server; }
+const std::string &HttpRequests::serverOf(const Running &running) { return running.server; }
 
-void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
+void HttpRequests::begin(const Call &call, std::shared_ptr<Pending> pending) {
     const bool isCall = !call.action.empty();
     Object<SoupMessage> message = Session::request(isCall ? SOUP_METHOD_POST : SOUP_METHOD_GET, call.url);
     if (!message) {
@@ -62,7 +62,7 @@ void Exchanges::begin(const Call &call, std::shared_ptr<Pending> pending) {
                             running.cancellable.get(), onSent, &running);
 }
 
-void Exchanges::abandon(const Pending &pending) {
+void HttpRequests::abandon(const Pending &pending) {
     for (const auto &each : running_) {
         if (each->pending.get() == &pending) {
             cancel(*each, Status::cancelled());
@@ -70,12 +70,12 @@ void Exchanges::abandon(const Pending &pending) {
     }
 }
 
-void Exchanges::cancel(Running &running, Status why) {
+void HttpRequests::cancel(Running &running, Status why) {
     running.why = std::move(why);
     g_cancellable_cancel(running.cancellable.get());
 }
 
-void Exchanges::onSent(GObject *session, GAsyncResult *result, void *data) {
+void HttpRequests::onSent(GObject *session, GAsyncResult *result, void *data) {
     auto &running = *static_cast<Running *>(data);
     GError *error = nullptr;
     running.stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &error));
@@ -90,12 +90,12 @@ void Exchanges::onSent(GObject *session, GAsyncResult *result, void *data) {
     readOn(running);
 }
 
-void Exchanges::readOn(Running &running) {
+void HttpRequests::readOn(Running &running) {
     g_input_stream_read_async(running.stream.get(), running.part.data(), running.part.size(),
                               G_PRIORITY_DEFAULT, running.cancellable.get(), onRead, &running);
 }
 
-void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
+void HttpRequests::onRead(GObject *stream, GAsyncResult *result, void *data) {
     auto &running = *static_cast<Running *>(data);
     GError *error = nullptr;
     const gssize size = g_input_stream_read_finish(G_INPUT_STREAM(stream), result, &error);
@@ -116,7 +116,7 @@ void Exchanges::onRead(GObject *stream, GAsyncResult *result, void *data) {
     readOn(running);
 }
 
-void Exchanges::fail(Running &running, const GError &error) {
+void HttpRequests::fail(Running &running, const GError &error) {
     if (!running.why.ok()) {
         end(running, running.why);
     } else {
@@ -125,7 +125,7 @@ void Exchanges::fail(Running &running, const GError &error) {
 }
 
 // The connection of a response that was not read to its end is closed with the stream.
-void Exchanges::end(Running &running, Status outcome) {
+void HttpRequests::end(Running &running, Status outcome) {
     const unsigned status = soup_message_get_status(running.message.get());
     running.pending->finish({std::move(outcome), status, std::move(running.body)});
     auto &all = running.owner.running_;

@@ -15,16 +15,16 @@ namespace mrb::dlna {
 // and however slowly it arrives, and from any host that it is redirected to: a connection
 // that delivers too much, or takes too long, is shut down, and no redirection is followed.
 // Owned by the watch of the network; its thread alone uses it.
-class DescriptionGuard {
+class DescriptionFilter {
   public:
     static constexpr std::size_t MAX_BYTES = 1UL << 20;
     static constexpr auto TIMEOUT = std::chrono::seconds(20);
 
     // `session` is that of a GUPnP context, before its first use.
-    explicit DescriptionGuard(SoupSession *session);
-    ~DescriptionGuard();
-    DescriptionGuard(const DescriptionGuard &) = delete;
-    DescriptionGuard &operator=(const DescriptionGuard &) = delete;
+    explicit DescriptionFilter(SoupSession *session);
+    ~DescriptionFilter();
+    DescriptionFilter(const DescriptionFilter &) = delete;
+    DescriptionFilter &operator=(const DescriptionFilter &) = delete;
 
     // Cancels the requests under way; the main context has to run until isIdle().
     void cancel();
@@ -34,7 +34,7 @@ class DescriptionGuard {
   private:
     // A request under way.
     struct Request {
-        DescriptionGuard &owner;
+        DescriptionFilter &owner;
         Object<SoupMessage> message;
         std::chrono::steady_clock::time_point began;
         Object<GSocket> socket; // null: not connected yet

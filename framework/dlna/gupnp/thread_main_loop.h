@@ -31,17 +31,17 @@ class Pace {
 };
 
 // A main context of a thread that waits for its own operations. Owned and used by that thread.
-class OwnLoop {
+class ThreadMainLoop {
   public:
-    OwnLoop() : context_(g_main_context_new()) {}
-    ~OwnLoop() { g_main_context_unref(context_); }
-    OwnLoop(const OwnLoop &) = delete;
-    OwnLoop &operator=(const OwnLoop &) = delete;
+    ThreadMainLoop() : context_(g_main_context_new()) {}
+    ~ThreadMainLoop() { g_main_context_unref(context_); }
+    ThreadMainLoop(const ThreadMainLoop &) = delete;
+    ThreadMainLoop &operator=(const ThreadMainLoop &) = delete;
 
     // During its life, operations that are begun end in this loop.
     class Turn {
       public:
-        explicit Turn(const OwnLoop &loop) : context_(loop.context_) {
+        explicit Turn(const ThreadMainLoop &loop) : context_(loop.context_) {
             g_main_context_push_thread_default(context_);
         }
         ~Turn() { g_main_context_pop_thread_default(context_); }

@@ -26,12 +26,12 @@ struct Call {
 // The HTTP requests under way. GUPnP's own calls would read whatever a server sends, of any
 // length and from any host: these read no more than `most` bytes, follow no redirect and
 // decode nothing. Owned and called by one thread, whose main context processes them.
-class Exchanges {
+class HttpRequests {
   public:
-    Exchanges();
-    ~Exchanges();
-    Exchanges(const Exchanges &) = delete;
-    Exchanges &operator=(const Exchanges &) = delete;
+    HttpRequests();
+    ~HttpRequests();
+    HttpRequests(const HttpRequests &) = delete;
+    HttpRequests &operator=(const HttpRequests &) = delete;
 
     // `pending` is finished when this is destroyed at the latest.
     void begin(const Call &call, std::shared_ptr<Pending> pending);

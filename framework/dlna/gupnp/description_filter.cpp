@@ -1,4 +1,4 @@
-#include "dlna/gupnp/description_guard.h"
+#include "dlna/gupnp/description_filter.h"
 
 #include <linux/tcp.h>
 #include <netinet/in.h>
@@ -23,23 +23,23 @@ std::uint64_t bytesReceived(GSocket *socket) {
 
 } // namespace
 
-DescriptionGuard::DescriptionGuard(SoupSession *session) : session_(share(session)), connections_(session) {
+DescriptionFilter::DescriptionFilter(SoupSession *session) : session_(share(session)), connections_(session) {
     restrictSession(session);
     // One connection per request, so that its byte count is that of the description.
     g_signal_connect(session, "request-queued", G_CALLBACK(onQueued), this);
 }
 
-DescriptionGuard::~DescriptionGuard() {
+DescriptionFilter::~DescriptionFilter() {
     g_signal_handlers_disconnect_by_data(session_.get(), this);
     while (!requests_.empty()) {
         forget(requests_.back());
     }
 }
 
-void DescriptionGuard::cancel() { soup_session_abort(session_.get()); }
+void DescriptionFilter::cancel() { soup_session_abort(session_.get()); }
 
-void DescriptionGuard::onQueued(SoupSession * /*session*/, SoupMessage *message, void *self) {
-    auto &guard = *static_cast<DescriptionGuard *>(self);
+void DescriptionFilter::onQueued(SoupSession * /*session*/, SoupMessage *message, void *self) {
+    auto &guard = *static_cast<DescriptionFilter *>(self);
     restrictRequest(message);
     soup_message_add_flags(message, SOUP_MESSAGE_NEW_CONNECTION);
     Request &request =
@@ -51,19 +51,20 @@ void DescriptionGuard::onQueued(SoupSession * /*session*/, SoupMessage *message,
     g_source_attach(request.timer, g_main_context_get_thread_default());
 }
 
-void DescriptionGuard::onConnection(SoupMessage * /*message*/, int event, GIOStream *connection, void *data) {
+void DescriptionFilter::onConnection(SoupMessage * /*message*/, int event, GIOStream *connection,
+                                     void *data) {
     if (event == G_SOCKET_CLIENT_CONNECTED && G_IS_SOCKET_CONNECTION(connection)) {
         auto &request = *static_cast<Request *>(data);
         request.socket = share(g_socket_connection_get_socket(G_SOCKET_CONNECTION(connection)));
     }
 }
 
-void DescriptionGuard::onFinished(SoupMessage * /*message*/, void *data) {
+void DescriptionFilter::onFinished(SoupMessage * /*message*/, void *data) {
     auto &request = *static_cast<Request *>(data);
     request.owner.forget(request);
 }
 
-gboolean DescriptionGuard::look(void *data) {
+gboolean DescriptionFilter::look(void *data) {
     auto &request = *static_cast<Request *>(data);
     const bool isTooLong = request.socket && bytesReceived(request.socket.get()) > MAX_BYTES;
     if (request.socket && (isTooLong || steady_clock::now() - request.began > TIMEOUT)) {
@@ -73,7 +74,7 @@ gboolean DescriptionGuard::look(void *data) {
     return G_SOURCE_CONTINUE;
 }
 
-void DescriptionGuard::forget(Request &request) {
+void DescriptionFilter::forget(Request &request) {
     g_source_destroy(request.timer);
     g_source_unref(request.timer);
     g_signal_handlers_disconnect_by_data(request.message.get(), &request);
