@@ -67,7 +67,7 @@ int mrb_get_item_value_time_v2(mrb_agent_handler_h agent, const char *field, int
 
 int mrb_get_item_value_char_v2(mrb_agent_handler_h agent, const char *field, char **value) {
     return readField<std::string>(agent, field, FieldType::CHAR, value,
-                                  [&](const std::string &text) { return mrb::handOver(text, value); });
+                                  [&](const std::string &text) { return mrb::copyToCaller(text, value); });
 }
 
 int mrb_get_item_value_int_v2(mrb_agent_handler_h agent, const char *field, int *value) {

@@ -44,7 +44,7 @@ int Framework::open(const ListRequest &request, ListCallback listener, mrb_agent
         session =
             std::make_shared<ListSession>(services_, number, listener, std::move(source), std::move(options));
         events_.start();
-        workers_.start([session] { session->run(); });
+        threads_.start([session] { session->run(); });
     } catch (...) {
         if (!before) {
             releaseHandle(number);
@@ -126,7 +126,7 @@ bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
     shares_.shutDown();
     // Each is ended, even if the one before was not in time.
     bool isFinished = events_.finish(deadline);
-    isFinished = workers_.finish(deadline) && isFinished;
+    isFinished = threads_.finish(deadline) && isFinished;
     isFinished = shares_.finish(deadline) && isFinished;
     isFinished = watchThread_.finish(deadline) && isFinished;
     isFinished = library_.finish(deadline) && isFinished;

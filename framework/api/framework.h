@@ -49,8 +49,8 @@ class Framework {
     EventThread events_;
     MediaLibrary library_;
     WatchThread watchThread_;
-    ThreadGroup workers_{"mrb-list", "The source of a list does not respond."};
-    const ListServices services_{events_, watchThread_, library_, workers_};
+    ThreadGroup threads_{"mrb-list", "The source of a list does not respond."};
+    const ListServices services_{events_, watchThread_, library_, threads_};
     Shares shares_{events_};
 
     std::mutex lock_; // guards what follows

@@ -2,7 +2,7 @@
 
 #include "api/general_param.h"
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "mrb/agent.h"
 
 using mrb::ListRequest;

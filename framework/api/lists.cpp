@@ -52,7 +52,7 @@ int mrb_get_item_v2(mrb_agent_handler_h agent, int index, char **item) {
     }
     return withList(agent, [&](const ListSession &session) {
         const std::optional<std::string> text = session.describe(index);
-        return text ? mrb::handOver(*text, item) : MRB_ERR_OUT_OF_RANGE;
+        return text ? mrb::copyToCaller(*text, item) : MRB_ERR_OUT_OF_RANGE;
     });
 }
 

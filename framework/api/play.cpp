@@ -41,7 +41,7 @@ int describeCurrent(mrb_agent_handler_h agent, char **text,
         if (code != MRB_ERR_NONE) {
             return code;
         }
-        return mrb::handOver(describe(session, *entry), text);
+        return mrb::copyToCaller(describe(session, *entry), text);
     });
 }
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "api/framework.h"
 #include "share/shares.h"
 

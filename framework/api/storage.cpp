@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "dlna/dlna_service.h"
 #include "storage/device_service.h"
 

@@ -2,7 +2,7 @@
 
 #include "storage/storage_id.h"
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "mrb/agent.h"
 
 int mrb_get_storage_id_v2(const char *mount_path, char **storage_id) {
@@ -16,6 +16,6 @@ int mrb_get_storage_id_v2(const char *mount_path, char **storage_id) {
             MRB_LOG_WARNING("No storage id: %s", outcome.message.c_str());
             return outcome.code;
         }
-        return mrb::handOver(id, storage_id);
+        return mrb::copyToCaller(id, storage_id);
     });
 }

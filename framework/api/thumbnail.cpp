@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "thumbnail/answer.h"
 #include "thumbnail/data_root.h"
 #include "thumbnail/service.h"

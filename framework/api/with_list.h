@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "api/entry.h"
+#include "api/c_api.h"
 #include "api/framework.h"
 #include "mrb/agent.h"
 

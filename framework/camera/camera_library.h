@@ -98,8 +98,8 @@ class Camera {
 
     // Passes the bytes of a part to `take` in pieces; when it returns false, the transfer ends
     // with MRB_ERR_CANCELLED. MRB_ERR_NOT_SUPPORTED, MRB_ERR_NOT_FOUND: no such part.
-    using Take = std::function<bool(std::string_view piece)>;
-    virtual Status read(const CameraPath &file, CameraPart part, const Take &take) = 0;
+    using Consumer = std::function<bool(std::string_view piece)>;
+    virtual Status read(const CameraPath &file, CameraPart part, const Consumer &take) = 0;
 };
 
 // The drivers for cameras. Any thread.

@@ -46,8 +46,8 @@ class Transfers {
 
     // Passes the bytes of that file to `take` as they arrive, until it returns false.
     // MRB_ERR_NONE: the file is complete, or `take` returned false.
-    using Take = std::function<bool(std::span<const char> bytes)>;
-    virtual Status finishDownload(const Take &take, const CancellationToken &cancellation) = 0;
+    using Consumer = std::function<bool(std::span<const char> bytes)>;
+    virtual Status finishDownload(const Consumer &take, const CancellationToken &cancellation) = 0;
 
     // Creates an object for the file on the server and transfers the bytes; `moved` is called
     // with the number sent so far. On a failure the object is destroyed. MRB_ERR_NOT_SUPPORTED:

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/stoppable_sort.h"
+#include "base/cancellable_sort.h"
 #include "fields/field_table.h"
 #include "text/collation.h"
 
@@ -29,7 +29,7 @@ const char *fieldOf(Grouping grouping) {
 }
 
 // Numbers texts in the order of their arrival.
-class Texts {
+class StringTable {
   public:
     std::int32_t numberOf(std::string text) {
         if (text.empty()) {
@@ -52,7 +52,7 @@ class Texts {
         const auto before = [this](std::int32_t left, std::int32_t right) {
             return keys_[static_cast<std::size_t>(left)] < keys_[static_cast<std::size_t>(right)];
         };
-        if (!sortUnlessStopped(numbers.begin(), numbers.end(), before, cancellation)) {
+        if (!sortUnlessCancelled(numbers.begin(), numbers.end(), before, cancellation)) {
             return false;
         }
         std::vector<std::int32_t> placeOfNumber(numbers.size());
@@ -82,7 +82,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
     using std::chrono::steady_clock;
     constexpr auto PAUSE = std::chrono::milliseconds(250);
     const Field &field = *findField(fieldOf(grouping));
-    Texts texts;
+    StringTable texts;
     std::vector<std::int32_t> numbers(static_cast<std::size_t>(store.size()), FileGroups::NO_GROUP);
     std::int32_t known = 0;
     auto publishedAt = steady_clock::now();

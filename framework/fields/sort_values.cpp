@@ -5,7 +5,7 @@
 #include <numeric>
 #include <string>
 
-#include "base/stoppable_sort.h"
+#include "base/cancellable_sort.h"
 #include "fields/field_table.h"
 #include "mrb/agent.h"
 #include "text/collation.h"
@@ -44,7 +44,7 @@ std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &
             keyed.emplace_back(order.key(texts[index]), index);
         }
     }
-    if (!sortUnlessStopped(keyed.begin(), keyed.end(), std::less<>(), cancellation)) {
+    if (!sortUnlessCancelled(keyed.begin(), keyed.end(), std::less<>(), cancellation)) {
         return std::nullopt;
     }
     std::vector<std::int64_t> numbers(texts.size(), UNKNOWN);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "base/stoppable_sort.h"
+#include "base/cancellable_sort.h"
 #include "mrb/agent.h"
 #include "text/name_keys.h"
 
@@ -138,7 +138,7 @@ std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortO
         const std::int64_t value = isOfFiles(order.key) ? values.at(place) : valueOf(store, item, order.key);
         ranked.push_back({value, names.prefix(place), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
     }
-    if (!sortUnlessStopped(ranked.begin(), ranked.end(), Before(order, names), cancellation)) {
+    if (!sortUnlessCancelled(ranked.begin(), ranked.end(), Before(order, names), cancellation)) {
         return std::nullopt;
     }
     PagedVector<std::int32_t> items(ranked.size());

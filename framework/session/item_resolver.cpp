@@ -18,7 +18,7 @@ void ItemResolver::prepare() const {
     }
 }
 
-const MediaPaths &ItemResolver::paths(const std::string &root) const {
+const StorageKeyMap &ItemResolver::paths(const std::string &root) const {
     std::call_once(pathsMade_, [&] { paths_.emplace(root); });
     return *paths_;
 }

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "library/media_library.h"
-#include "library/media_paths.h"
+#include "library/storage_key_map.h"
 #include "media/item.h"
 #include "sources/source.h"
 
@@ -37,12 +37,12 @@ class ItemResolver {
     [[nodiscard]] MediaItem mediaOf(const ItemInfo &info) const;
 
   private:
-    const MediaPaths &paths(const std::string &root) const;
+    const StorageKeyMap &paths(const std::string &root) const;
 
     const std::unique_ptr<Source> source_;
     mutable std::once_flag pathsMade_;
     // Created by prepare, or on first use where the source has no root folder.
-    mutable std::optional<MediaPaths> paths_;
+    mutable std::optional<StorageKeyMap> paths_;
 };
 
 } // namespace mrb

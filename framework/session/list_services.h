@@ -13,7 +13,7 @@ struct ListServices {
     EventThread &events;      // calls the lists' callbacks
     WatchThread &watchThread; // reports changes of the lists' sources
     MediaLibrary &library;    // the metadata of their items
-    ThreadGroup &workers;     // threads that may wait for devices
+    ThreadGroup &threads;     // threads that may wait for devices
 };
 
 } // namespace mrb

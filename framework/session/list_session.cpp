@@ -25,7 +25,7 @@ void ListSession::run() noexcept {
     try {
         begin_.wait();
         fill();
-        if (groupReading_.listIsComplete()) {
+        if (grouping_.listIsComplete()) {
             readGroups();
         }
     } catch (const std::exception &failure) {
@@ -77,13 +77,13 @@ std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) cons
 
 int ListSession::setStyle(const PageStyle &style) {
     const int code = list_->cursor().setStyle(style);
-    if (code != MRB_ERR_NONE || !groupReading_.want(style.grouping)) {
+    if (code != MRB_ERR_NONE || !grouping_.request(style.grouping)) {
         return code;
     }
     try {
-        services_.workers.start([self = shared_from_this()] { self->readGroups(); });
+        services_.threads.start([self = shared_from_this()] { self->readGroups(); });
     } catch (...) {
-        groupReading_.cannotRun();
+        grouping_.abort();
         throw;
     }
     return code;
@@ -91,7 +91,7 @@ int ListSession::setStyle(const PageStyle &style) {
 
 void ListSession::readGroups() noexcept {
     try {
-        groupReading_.run([this](Grouping grouping, const CancellationToken &cancellation) {
+        grouping_.run([this](Grouping grouping, const CancellationToken &cancellation) {
             events_->setGrouped(0);
             const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
             const auto publish = [this](FileGroups groups, std::int32_t known) {
@@ -106,7 +106,7 @@ void ListSession::readGroups() noexcept {
         });
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The groups of list %d were not read: %s", handle_, failure.what());
-        groupReading_.cannotRun();
+        grouping_.abort();
     }
 }
 

@@ -11,7 +11,7 @@
 #include "list/list.h"
 #include "list/list_options.h"
 #include "mrb/agent.h"
-#include "session/group_reading.h"
+#include "session/grouping_task.h"
 #include "session/item_resolver.h"
 #include "session/list_events.h"
 #include "session/list_services.h"
@@ -42,7 +42,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     // Cancels the reading of files for groups. Any thread.
     void stop() {
         stopped_.store(true, std::memory_order_relaxed);
-        groupReading_.stop();
+        grouping_.stop();
     }
 
     // Makes the source stop soon, and returns when no callback of this list is running or will
@@ -98,7 +98,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     std::atomic<bool> closed_ = false;
     std::atomic<bool> stopped_ = false;
     std::atomic<bool> removed_ = false; // the source does not exist any more
-    GroupReading groupReading_;
+    GroupingTask grouping_;
 };
 
 } // namespace mrb

@@ -79,7 +79,7 @@ int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<L
         return MRB_ERR_NOT_INITIALIZED;
     }
     try {
-        workers_.start([share] { share->run(); });
+        threads_.start([share] { share->run(); });
     } catch (...) {
         remove(number);
         throw;

@@ -44,7 +44,7 @@ class Shares {
     // Stops all shares; no more can be started.
     void shutDown();
     // Waits for their threads; those still busy at the deadline are detached: false.
-    bool finish(std::chrono::steady_clock::time_point deadline) { return workers_.finish(deadline); }
+    bool finish(std::chrono::steady_clock::time_point deadline) { return threads_.finish(deadline); }
 
   private:
     static Status makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
@@ -53,7 +53,7 @@ class Shares {
     void remove(mrb_share_handler_h handle);
 
     EventThread &events_;
-    ThreadGroup workers_{"mrb-share", "A device or server of its share does not answer."};
+    ThreadGroup threads_{"mrb-share", "A device or server of its share does not answer."};
 
     std::mutex lock_; // guards what follows
     std::map<mrb_share_handler_h, std::shared_ptr<Share>> shares_;

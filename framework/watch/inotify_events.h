@@ -11,8 +11,8 @@ namespace mrb {
 // Passes the events that have arrived at an inotify instance to `take`, a function of an
 // inotify_event. Never waits for more, and stops after MAX_READS, so that a busy source does
 // not keep the thread from other lists; the rest is read by the next call.
-template <typename Take>
-void readEvents(int instance, Take take) {
+template <typename Consumer>
+void readEvents(int instance, Consumer take) {
     constexpr int MAX_READS = 16;
     // Large enough to read a hundred events or more at once.
     alignas(inotify_event) std::array<char, 32UL * 1024> buffer{};

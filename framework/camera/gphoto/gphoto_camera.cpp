@@ -169,14 +169,14 @@ Status GphotoCamera::get(const CameraPath &file, CameraFileType type, CameraFile
     return outcomeOfGphoto(code, file.name);
 }
 
-Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Take &take) {
+Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Consumer &take) {
     return part == CameraPart::WHOLE
                ? readWhole(file, take)
                : readSmall(file, part == CameraPart::EXIF ? GP_FILE_TYPE_EXIF : GP_FILE_TYPE_PREVIEW, take);
 }
 
 // The library keeps small parts in memory until the camera is released: reading in pieces saves nothing.
-Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Take &take) {
+Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, const Consumer &take) {
     CameraFile *made = nullptr;
     int code = gp_file_new(&made);
     const GphotoFile given(made);
@@ -193,7 +193,7 @@ Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, cons
     return take({bytes, size}) ? Status() : Status::cancelled("The transfer was cancelled.");
 }
 
-Status GphotoCamera::readWhole(const CameraPath &file, const Take &take) {
+Status GphotoCamera::readWhole(const CameraPath &file, const Consumer &take) {
     // A member, because the library may keep the CameraFile that refers to it.
     receiver_ = {&take, 0, false};
     CameraFileHandler handler{Receiver::size, Receiver::read, Receiver::write};

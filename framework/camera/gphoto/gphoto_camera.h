@@ -26,12 +26,12 @@ class GphotoCamera final : public Camera {
     Status readStatus(const CameraPath &file, CameraFileStatus &status) override;
     Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
                   std::size_t &got) override;
-    Status read(const CameraPath &file, CameraPart part, const Take &take) override;
+    Status read(const CameraPath &file, CameraPart part, const Consumer &take) override;
 
   private:
     // Receives a file from the library, piece by piece.
     struct Receiver {
-        const Take *take = nullptr;
+        const Consumer *take = nullptr;
         std::uint64_t taken = 0;
         bool isRefused = false;
 
@@ -41,8 +41,8 @@ class GphotoCamera final : public Camera {
     };
 
     Status get(const CameraPath &file, CameraFileType type, CameraFile *given);
-    Status readSmall(const CameraPath &file, CameraFileType type, const Take &take);
-    Status readWhole(const CameraPath &file, const Take &take);
+    Status readSmall(const CameraPath &file, CameraFileType type, const Consumer &take);
+    Status readWhole(const CameraPath &file, const Consumer &take);
     using ListNames = int(::Camera *, const char *, CameraList *, GPContext *);
     Status list(ListNames &listNames, const std::string &folder, std::vector<std::string> &names);
 

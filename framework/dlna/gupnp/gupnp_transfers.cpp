@@ -85,7 +85,7 @@ Status GupnpTransfers::beginDownload(const std::string &url, const CancellationT
     return outcome;
 }
 
-Status GupnpTransfers::finishDownload(const Take &take, const CancellationToken &cancellation) {
+Status GupnpTransfers::finishDownload(const Consumer &take, const CancellationToken &cancellation) {
     const ThreadMainLoop::Turn turn(loop_);
     if (!download_) {
         return Status::notFound("No download has been started.");

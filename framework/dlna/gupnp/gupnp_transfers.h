@@ -38,7 +38,7 @@ class GupnpTransfers final : public Transfers {
 
     Status beginDownload(const std::string &url, const CancellationToken &cancellation,
                          Promise &promise) override;
-    Status finishDownload(const Take &take, const CancellationToken &cancellation) override;
+    Status finishDownload(const Consumer &take, const CancellationToken &cancellation) override;
     Status upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) override;
 
   private:

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <vector>
 
-#include "base/stoppable_sort.h"
+#include "base/cancellable_sort.h"
 
 namespace mrb {
 namespace {
@@ -79,7 +79,7 @@ bool FolderOrder::rest(const FolderContents &contents, PagedVector<std::uint32_t
         return left.prefix != right.prefix ? left.prefix < right.prefix
                                            : keys_.compare(left.key, right.key) < 0;
     };
-    if (!sortUnlessStopped(ranked.begin(), ranked.end(), before, [this] { return sink_.stopped(); })) {
+    if (!sortUnlessCancelled(ranked.begin(), ranked.end(), before, [this] { return sink_.stopped(); })) {
         return false;
     }
     keys_.clear();

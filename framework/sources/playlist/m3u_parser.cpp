@@ -24,7 +24,7 @@ std::size_t titleComma(std::string_view text) {
 
 } // namespace
 
-M3uParser::M3uParser(Take take)
+M3uParser::M3uParser(Consumer take)
     : take_(std::move(take)), lines_([this](std::string_view line) { return read(line); }) {}
 
 bool M3uParser::read(std::string_view line) {

@@ -12,7 +12,7 @@ namespace mrb {
 // many programs do not write it.
 class M3uParser final : public PlaylistParser {
   public:
-    explicit M3uParser(Take take);
+    explicit M3uParser(Consumer take);
     [[nodiscard]] bool feed(std::string_view bytes) override { return lines_.feed(bytes); }
     void finish() override { lines_.finish(); }
 
@@ -20,7 +20,7 @@ class M3uParser final : public PlaylistParser {
     bool read(std::string_view line);
     void readComment(std::string_view line);
 
-    const Take take_;
+    const Consumer take_;
     TextLines lines_;
     std::string title_; // of the next entry
     std::int64_t duration_ = UNKNOWN;

@@ -14,13 +14,13 @@ namespace mrb {
 namespace {
 
 template <typename Parser>
-std::unique_ptr<PlaylistParser> make(PlaylistParser::Take take) {
+std::unique_ptr<PlaylistParser> make(PlaylistParser::Consumer take) {
     return std::make_unique<Parser>(std::move(take));
 }
 
 struct Format {
     std::string_view extension;
-    std::unique_ptr<PlaylistParser> (*make)(PlaylistParser::Take take);
+    std::unique_ptr<PlaylistParser> (*make)(PlaylistParser::Consumer take);
 };
 
 constexpr Format FORMATS[] = {
@@ -34,7 +34,7 @@ constexpr double MAX_DURATION = 366.0 * 24 * 3600 * 1000;
 
 } // namespace
 
-std::unique_ptr<PlaylistParser> makePlaylistParser(std::string_view fileName, PlaylistParser::Take take) {
+std::unique_ptr<PlaylistParser> makePlaylistParser(std::string_view fileName, PlaylistParser::Consumer take) {
     const std::string extension = lowerCase(extensionOf(fileName));
     for (const Format &format : FORMATS) {
         if (format.extension == extension) {

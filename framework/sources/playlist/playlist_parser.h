@@ -24,7 +24,7 @@ struct PlaylistEntry {
 class PlaylistParser {
   public:
     // Takes an entry; false: parsing ends.
-    using Take = std::function<bool(const PlaylistEntry &entry)>;
+    using Consumer = std::function<bool(const PlaylistEntry &entry)>;
 
     // A longer line or element is not an entry and is left out.
     static constexpr std::size_t MAX_TEXT_LENGTH = 64UL << 10;
@@ -47,7 +47,7 @@ class PlaylistParser {
 
 // The parser for a playlist file of that name: m3u, m3u8, pls or xspf, by the extension. Null: it
 // has another extension.
-std::unique_ptr<PlaylistParser> makePlaylistParser(std::string_view fileName, PlaylistParser::Take take);
+std::unique_ptr<PlaylistParser> makePlaylistParser(std::string_view fileName, PlaylistParser::Consumer take);
 
 // The number of milliseconds of a decimal number of seconds or milliseconds at the start of
 // `text`; UNKNOWN when there is none, and when it is negative or longer than a year.

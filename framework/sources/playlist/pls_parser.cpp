@@ -21,7 +21,7 @@ std::string_view trimmed(std::string_view text) {
 
 } // namespace
 
-PlsParser::PlsParser(Take take)
+PlsParser::PlsParser(Consumer take)
     : take_(std::move(take)), lines_([this](std::string_view line) { return read(line); }) {}
 
 bool PlsParser::read(std::string_view line) {

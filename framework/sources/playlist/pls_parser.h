@@ -16,7 +16,7 @@ class PlsParser final : public PlaylistParser {
     // More entries are left out. It is above PlaylistReader's maximum, which reports the excess.
     static constexpr std::size_t MAX_ENTRIES = 150'000;
 
-    explicit PlsParser(Take take);
+    explicit PlsParser(Consumer take);
     [[nodiscard]] bool feed(std::string_view bytes) override { return lines_.feed(bytes); }
     void finish() override;
 
@@ -29,7 +29,7 @@ class PlsParser final : public PlaylistParser {
 
     bool read(std::string_view line);
 
-    const Take take_;
+    const Consumer take_;
     TextLines lines_;
     std::map<std::uint32_t, Entry> entries_;
 };

@@ -14,9 +14,9 @@ namespace mrb {
 class TextLines {
   public:
     // Takes a line; false: splitting ends.
-    using Take = std::function<bool(std::string_view line)>;
+    using Consumer = std::function<bool(std::string_view line)>;
 
-    explicit TextLines(Take take) : take_(std::move(take)) {}
+    explicit TextLines(Consumer take) : take_(std::move(take)) {}
 
     // False: a callback returned false.
     [[nodiscard]] bool feed(std::string_view bytes) { return cut(decoder_.decode(bytes)); }
@@ -27,7 +27,7 @@ class TextLines {
     [[nodiscard]] bool cut(std::string_view text);
     [[nodiscard]] bool end(std::string_view rest);
 
-    const Take take_;
+    const Consumer take_;
     TextDecoder decoder_;
     std::string begun_; // of a line whose end has not arrived yet
     bool isTooLong_ = false;

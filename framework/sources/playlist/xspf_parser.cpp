@@ -76,7 +76,7 @@ struct XspfParser::Handlers {
 
 void XspfParser::free(XML_ParserStruct *parser) { XML_ParserFree(parser); }
 
-XspfParser::XspfParser(Take take) : take_(std::move(take)), parser_(XML_ParserCreate(nullptr)) {
+XspfParser::XspfParser(Consumer take) : take_(std::move(take)), parser_(XML_ParserCreate(nullptr)) {
     if (!parser_) {
         throw std::bad_alloc();
     }

@@ -24,7 +24,7 @@ class XspfParser final : public PlaylistParser {
     static constexpr std::size_t MAX_BASE_LENGTH = 4096;
 
     // Throws std::bad_alloc.
-    explicit XspfParser(Take take);
+    explicit XspfParser(Consumer take);
     ~XspfParser() override;
     [[nodiscard]] bool feed(std::string_view bytes) override;
     void finish() override;
@@ -44,7 +44,7 @@ class XspfParser final : public PlaylistParser {
 
     static void free(XML_ParserStruct *parser);
 
-    const Take take_;
+    const Consumer take_;
     const std::unique_ptr<XML_ParserStruct, Deleter<free>> parser_;
     bool isBroken_ = false;
     bool isEnough_ = false;

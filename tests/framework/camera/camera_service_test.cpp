@@ -45,7 +45,8 @@ class TestCamera final : public Camera {
                   std::size_t /*length*/, std::size_t & /*got*/) override {
         return {};
     }
-    Status read(const mrb::CameraPath & /*file*/, mrb::CameraPart /*part*/, const Take & /*take*/) override {
+    Status read(const mrb::CameraPath & /*file*/, mrb::CameraPart /*part*/,
+                const Consumer & /*take*/) override {
         return {};
     }
 

@@ -7,7 +7,7 @@
 
 #include "list/list.h"
 #include "mrb/agent.h"
-#include "session/group_reading.h"
+#include "session/grouping_task.h"
 #include "support/client.h"
 #include "support/folder.h"
 #include "support/groups.h"

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "library/media_library.h"
-#include "library/media_paths.h"
+#include "library/storage_key_map.h"
 #include "support/client.h"
 #include "support/fields.h"
 #include "support/folder.h"
@@ -56,7 +56,7 @@ class Cache : public testing::Test {
         struct stat metadata {};
         EXPECT_EQ(stat(media_.path("a.flac").c_str(), &metadata), 0);
         return {media_.path("a.flac"), "a.flac",
-                mrb::MediaPaths(media_.path())
+                mrb::StorageKeyMap(media_.path())
                     .keyOf(media_.path("a.flac"), metadata.st_size, metadata.st_mtim.tv_sec)};
     }
 

@@ -7,35 +7,35 @@
 #include <vector>
 
 #include "base/cancellation.h"
-#include "session/group_reading.h"
+#include "session/grouping_task.h"
 
 using mrb::CancellationToken;
 using mrb::Grouping;
-using mrb::GroupReading;
+using mrb::GroupingTask;
 using testing::ElementsAre;
 
 TEST(GroupReadings, BeginWhenTheListIsCompleteAndOneIsRequested) {
-    GroupReading early;
-    EXPECT_FALSE(early.want(Grouping::ARTIST));
+    GroupingTask early;
+    EXPECT_FALSE(early.request(Grouping::ARTIST));
     EXPECT_TRUE(early.listIsComplete());
-    GroupReading late;
+    GroupingTask late;
     EXPECT_FALSE(late.listIsComplete());
-    EXPECT_FALSE(late.want(Grouping::DATE));
-    EXPECT_TRUE(late.want(Grouping::ARTIST));
+    EXPECT_FALSE(late.request(Grouping::DATE));
+    EXPECT_TRUE(late.request(Grouping::ARTIST));
     // One at a time.
-    EXPECT_FALSE(late.want(Grouping::ALBUM));
+    EXPECT_FALSE(late.request(Grouping::ALBUM));
 }
 
 TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
-    GroupReading reading;
+    GroupingTask reading;
     EXPECT_FALSE(reading.listIsComplete());
-    ASSERT_TRUE(reading.want(Grouping::ARTIST));
+    ASSERT_TRUE(reading.request(Grouping::ARTIST));
     std::vector<Grouping> read;
     reading.run([&](Grouping grouping, const mrb::CancellationToken &cancellation) {
         read.push_back(grouping);
         EXPECT_FALSE(cancellation.isCancelled());
         if (grouping == Grouping::ARTIST) {
-            EXPECT_FALSE(reading.want(Grouping::GENRE));
+            EXPECT_FALSE(reading.request(Grouping::GENRE));
             EXPECT_TRUE(cancellation.isCancelled());
             return false;
         }
@@ -43,14 +43,14 @@ TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     });
     EXPECT_THAT(read, ElementsAre(Grouping::ARTIST, Grouping::GENRE));
     // What is known is not read again, what was dropped is.
-    EXPECT_FALSE(reading.want(Grouping::GENRE));
-    EXPECT_TRUE(reading.want(Grouping::ARTIST));
+    EXPECT_FALSE(reading.request(Grouping::GENRE));
+    EXPECT_TRUE(reading.request(Grouping::ARTIST));
 }
 
 TEST(GroupReadings, AreNotResumedAfterAStop) {
-    GroupReading reading;
+    GroupingTask reading;
     EXPECT_FALSE(reading.listIsComplete());
-    ASSERT_TRUE(reading.want(Grouping::ARTIST));
+    ASSERT_TRUE(reading.request(Grouping::ARTIST));
     int times = 0;
     reading.run([&](Grouping, const mrb::CancellationToken &cancellation) {
         ++times;
@@ -58,5 +58,5 @@ TEST(GroupReadings, AreNotResumedAfterAStop) {
         return !cancellation.isCancelled();
     });
     EXPECT_EQ(times, 1);
-    EXPECT_TRUE(reading.want(Grouping::ARTIST));
+    EXPECT_TRUE(reading.request(Grouping::ARTIST));
 }

@@ -112,7 +112,7 @@ class ScriptedDriver final : public mrb::Camera {
         });
     }
 
-    Status read(const CameraPath &path, mrb::CameraPart part, const Take &take) override {
+    Status read(const CameraPath &path, mrb::CameraPart part, const Consumer &take) override {
         if (part == mrb::CameraPart::WHOLE) {
             return readWhole(path, take);
         }
@@ -126,7 +126,7 @@ class ScriptedDriver final : public mrb::Camera {
     }
 
   private:
-    Status readWhole(const CameraPath &path, const Take &take) {
+    Status readWhole(const CameraPath &path, const Consumer &take) {
         std::uint64_t done = 0;
         std::string part;
         do {

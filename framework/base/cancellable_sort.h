@@ -11,19 +11,19 @@ namespace mrb {
 inline constexpr unsigned COMPARISONS_PER_CHECK = 256;
 
 template <typename Iterator, typename Before>
-[[nodiscard]] bool sortUnlessStopped(Iterator begin, Iterator end, const Before &before,
-                                     const CancellationToken &cancellation) {
+[[nodiscard]] bool sortUnlessCancelled(Iterator begin, Iterator end, const Before &before,
+                                       const CancellationToken &cancellation) {
     // Only an exception can leave a standard sort.
-    struct GivenUp {};
+    struct Cancelled {};
     unsigned comparisons = 0;
     try {
         std::sort(begin, end, [&](const auto &left, const auto &right) {
             if (++comparisons % COMPARISONS_PER_CHECK == 0 && cancellation.isCancelled()) {
-                throw GivenUp();
+                throw Cancelled();
             }
             return before(left, right);
         });
-    } catch (const GivenUp &) {
+    } catch (const Cancelled &) {
         return false;
     }
     return true;

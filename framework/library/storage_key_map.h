@@ -10,10 +10,10 @@ namespace mrb {
 
 // Maps files below one folder to the storage on which they lie, wherever that is mounted. Created
 // once for an open list, and then read by any thread; a later mount is not noticed.
-class MediaPaths {
+class StorageKeyMap {
   public:
     // `root`: an existing folder; absolute, without a slash at its end unless it is "/".
-    explicit MediaPaths(std::string root);
+    explicit StorageKeyMap(std::string root);
 
     // The key of a file below the root. `path` begins with the root as given to the constructor.
     [[nodiscard]] MediaKey keyOf(const std::string &path, std::int64_t size, std::int64_t modified) const;

@@ -31,7 +31,7 @@ int guard(Body &&body) noexcept {
 }
 
 // Copies `text` for a caller, who will free it.
-inline int handOver(const std::string &text, char **out) {
+inline int copyToCaller(const std::string &text, char **out) {
     auto *copy = static_cast<char *>(std::malloc(text.size() + 1));
     if (copy == nullptr) {
         return MRB_ERR_OUT_OF_MEMORY;

@@ -12,14 +12,14 @@ namespace mrb {
 
 // The state of reading a list's files for the groups of its view: by which field, and on which
 // thread. Owned by a ListSession; each member function says which thread calls it.
-class GroupReading {
+class GroupingTask {
   public:
     // Reads for a grouping until it is cancelled; true: to the end.
     using Read = std::function<bool(Grouping grouping, const CancellationToken &cancellation)>;
 
     // Sets the grouping of the view. True: `run` is to be called on a thread of its own. Any
     // thread.
-    [[nodiscard]] bool want(Grouping grouping);
+    [[nodiscard]] bool request(Grouping grouping);
 
     // Called when the list is complete, before which nothing is read; returns the same as want.
     // The thread that filled the list, once.
@@ -29,7 +29,7 @@ class GroupReading {
     void stop();
 
     // Called when no thread could be started for run. The thread that called want.
-    void cannotRun();
+    void abort();
 
     // Reads for the requested groupings, until none is left. One thread at a time.
     void run(const Read &read);

@@ -1,8 +1,8 @@
-#include "session/group_reading.h"
+#include "session/grouping_task.h"
 
 namespace mrb {
 
-bool GroupReading::isDue() {
+bool GroupingTask::isDue() {
     if (!isComplete_ || isRunning_ || wanted_ == Grouping::NONE) {
         return false;
     }
@@ -10,7 +10,7 @@ bool GroupReading::isDue() {
     return true;
 }
 
-bool GroupReading::want(Grouping grouping) {
+bool GroupingTask::request(Grouping grouping) {
     const std::lock_guard guard(lock_);
     const Grouping wanted = isOfFiles(grouping) && grouping != known_ ? grouping : Grouping::NONE;
     if (wanted != wanted_) {
@@ -20,32 +20,32 @@ bool GroupReading::want(Grouping grouping) {
     return isDue();
 }
 
-bool GroupReading::listIsComplete() {
+bool GroupingTask::listIsComplete() {
     const std::lock_guard guard(lock_);
     isComplete_ = true;
     return isDue();
 }
 
-void GroupReading::stop() {
+void GroupingTask::stop() {
     const std::lock_guard guard(lock_);
     wanted_ = Grouping::NONE;
     ++turn_;
 }
 
-void GroupReading::cannotRun() {
+void GroupingTask::abort() {
     const std::lock_guard guard(lock_);
     wanted_ = Grouping::NONE;
     isRunning_ = false;
 }
 
-Grouping GroupReading::next() {
+Grouping GroupingTask::next() {
     const std::lock_guard guard(lock_);
     isRunning_ = wanted_ != Grouping::NONE;
     known_ = isRunning_ ? Grouping::NONE : known_;
     return wanted_;
 }
 
-void GroupReading::run(const Read &read) {
+void GroupingTask::run(const Read &read) {
     for (;;) {
         // In this order: a request that arrives after next() changes the turn.
         const std::uint32_t turn = turn_;

@@ -1,4 +1,4 @@
-#include "library/media_paths.h"
+#include "library/storage_key_map.h"
 
 #include <cstdlib>
 #include <memory>
@@ -8,7 +8,7 @@
 namespace mrb {
 namespace {} // namespace
 
-MediaPaths::MediaPaths(std::string root) : root_(std::move(root)) {
+StorageKeyMap::StorageKeyMap(std::string root) : root_(std::move(root)) {
     const MallocPtr<char> real(realpath(root_.c_str(), nullptr));
     realRoot_ = real ? real.get() : root_;
     mounts_ = mountsOf(realRoot_);
@@ -16,7 +16,7 @@ MediaPaths::MediaPaths(std::string root) : root_(std::move(root)) {
     root_ = root_ == "/" ? "" : root_;
 }
 
-MediaKey MediaPaths::keyOf(const std::string &path, std::int64_t size, std::int64_t modified) const {
+MediaKey StorageKeyMap::keyOf(const std::string &path, std::int64_t size, std::int64_t modified) const {
     const std::string real = path.starts_with(root_) ? realRoot_ + path.substr(root_.size()) : path;
     for (const Mount &mount : mounts_) {
         if (real.starts_with(mount.place + '/')) {
