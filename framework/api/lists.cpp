@@ -1,13 +1,13 @@
 // Opening, reading and closing lists.
 
-#include "api/framework.h"
 #include "api/general_param.h"
+#include "api/session_manager.h"
 #include "api/with_list.h"
 #include "media/media_types.h"
 #include "mrb/agent.h"
 
-using mrb::Framework;
 using mrb::ListSession;
+using mrb::SessionManager;
 using mrb::withList;
 
 int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback, void *user_data,
@@ -15,15 +15,15 @@ int mrb_request_list_v2(mrb_general_param_h param, mrb_request_list_cb callback,
     if (param == nullptr || callback == nullptr || agent == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return mrb::guard([&] { return Framework::instance().open(*param, {callback, user_data}, agent); });
+    return mrb::guard([&] { return SessionManager::instance().open(*param, {callback, user_data}, agent); });
 }
 
 int mrb_cancel_request_list_v2(mrb_agent_handler_h agent) {
-    return mrb::guard([&] { return Framework::instance().cancel(agent); });
+    return mrb::guard([&] { return SessionManager::instance().cancel(agent); });
 }
 
 int mrb_disconnect_v2(mrb_agent_handler_h agent) {
-    return mrb::guard([&] { return Framework::instance().disconnect(agent); });
+    return mrb::guard([&] { return SessionManager::instance().disconnect(agent); });
 }
 
 int mrb_get_item_count_v2(mrb_agent_handler_h agent, int *count) {

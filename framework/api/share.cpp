@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "api/c_api.h"
-#include "api/framework.h"
+#include "api/session_manager.h"
 #include "share/shares.h"
 
 // The object behind mrb_share_param_h; owned by the client that created it.
@@ -15,7 +15,7 @@ struct mrb_share_param_s : mrb::ShareRequest {};
 // mrb_batch_process_v2, the framework's from then on.
 struct mrb_share_user_data_param_s : mrb::ShareCallback {};
 
-using mrb::Framework;
+using mrb::SessionManager;
 using mrb::ShareCallback;
 using mrb::ShareRequest;
 
@@ -78,11 +78,11 @@ int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_hand
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::guard([&] {
-        Framework &framework = Framework::instance();
-        return framework.shares().start(share_type, *param, framework.find(agent), *listener, share);
+        SessionManager &sessions = SessionManager::instance();
+        return sessions.shares().start(share_type, *param, sessions.find(agent), *listener, share);
     });
 }
 
 int mrb_stop_batch_process_v2(mrb_share_handler_h share) {
-    return mrb::guard([&] { return Framework::instance().shares().stop(share); });
+    return mrb::guard([&] { return SessionManager::instance().shares().stop(share); });
 }

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "api/c_api.h"
-#include "api/framework.h"
+#include "api/session_manager.h"
 #include "mrb/agent.h"
 
 namespace mrb {
@@ -12,7 +12,7 @@ namespace mrb {
 template <typename Body>
 int withList(mrb_agent_handler_h agent, Body &&body) {
     return guard([&] {
-        const std::shared_ptr<ListSession> session = Framework::instance().find(agent);
+        const std::shared_ptr<ListSession> session = SessionManager::instance().find(agent);
         return session ? body(*session) : MRB_ERR_INVALID_HANDLE;
     });
 }

@@ -14,7 +14,7 @@ inline constexpr std::chrono::milliseconds CLIENT_TIMEOUT{90};
 // Waits until `isDone` returns true for a request that another thread processes; that thread
 // notifies `change`. `busySince` is when the thread began its current request, which may be an
 // earlier one. While it has no value, the timeout is a second, since a busy machine may be slow
-// to schedule the thread; a thread that has been busy for `patience` is not waited for, so that
+// to schedule the thread; a thread that has been busy for `timeout` is not waited for, so that
 // of many calls while a device hangs only the first one waits. Returns the last result of
 // `isDone`. The caller holds the lock that guards all of them.
 template <typename IsDone>

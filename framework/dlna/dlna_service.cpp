@@ -157,16 +157,16 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
     }
     found.id = servers.front().id;
     found.name = servers.front().name;
-    found.directories = network_->directories();
-    if (!found.directories) {
+    found.contentClient = network_->contentClient();
+    if (!found.contentClient) {
         return Status::notSupported("Requests to the servers of this network are not supported.");
     }
     return {};
 }
 
-std::shared_ptr<ContentDirectoryClient> DlnaService::directories() {
+std::shared_ptr<ContentDirectoryClient> DlnaService::contentClient() {
     const std::lock_guard guard(lock_);
-    return isWanted() && network_ ? network_->directories() : nullptr;
+    return isWanted() && network_ ? network_->contentClient() : nullptr;
 }
 
 bool DlnaService::isThere(const std::string &id) {

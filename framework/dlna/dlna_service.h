@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "dlna/network.h"
 #include "dlna/service_clients.h"
 #include "events/event_thread.h"
@@ -56,14 +56,14 @@ class DlnaService final : private ServerListener {
     struct Found {
         std::string id;
         std::string name;
-        std::shared_ptr<ContentDirectoryClient> directories;
+        std::shared_ptr<ContentDirectoryClient> contentClient;
     };
     // The server with that id, or the only one with that address. MRB_ERR_NOT_INITIALIZED: no
     // client has begun the service; MRB_ERR_NOT_FOUND: no such server has been found yet.
     Status find(const std::string &idOrAddress, Found &found);
     [[nodiscard]] bool isThere(const std::string &id);
     // The client for the servers' files; null: the service does not run.
-    [[nodiscard]] std::shared_ptr<ContentDirectoryClient> directories();
+    [[nodiscard]] std::shared_ptr<ContentDirectoryClient> contentClient();
 
     // Ends the threads. A thread that has not ended by the deadline is detached: false. Every
     // call from now on fails.

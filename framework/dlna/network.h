@@ -39,7 +39,7 @@ class Network {
     Network &operator=(const Network &) = delete;
 
     // The client for the servers' content directories; null: not supported.
-    [[nodiscard]] virtual std::shared_ptr<ContentDirectoryClient> directories() { return nullptr; }
+    [[nodiscard]] virtual std::shared_ptr<ContentDirectoryClient> contentClient() { return nullptr; }
 };
 
 // Loads the library that implements it on first use. The listener must outlive the

@@ -4,7 +4,7 @@
 
 namespace mrb::dlna {
 
-Status classifyDisconnect(ContentDirectoryClient &directories, const std::string &server, Status outcome,
+Status classifyDisconnect(ContentDirectoryClient &contentClient, const std::string &server, Status outcome,
                           const CancellationToken &cancellation) {
     if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
         return outcome;
@@ -14,7 +14,7 @@ Status classifyDisconnect(ContentDirectoryClient &directories, const std::string
     request.server = server;
     request.timeout = std::chrono::seconds(3);
     Page page;
-    const int code = directories.browse(request, cancellation, page).code;
+    const int code = contentClient.browse(request, cancellation, page).code;
     const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;
     outcome.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
     return outcome;

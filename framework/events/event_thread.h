@@ -26,7 +26,7 @@ class EventTarget {
 // application's main thread, and the callback may never return.
 inline constexpr auto CALLBACK_LIMIT = std::chrono::seconds(2);
 
-// A thread that calls clients back, with its event queue. The Framework owns one for
+// A thread that calls clients back, with its event queue. The SessionManager owns one for
 // its lists, the DlnaService one for its own; any thread may call it, the event thread
 // included.
 class EventThread {

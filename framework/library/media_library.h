@@ -33,7 +33,7 @@ struct MediaItem {
 
 // The metadata of all items that this process reads. A file's come from the cache, the first time
 // from the file itself; what the file lacks, and everything of an item that is not a file, comes
-// from the source. Owned by the Framework. Each member function says which thread calls it; those
+// from the source. Owned by the SessionManager. Each member function says which thread calls it; those
 // for clients do not wait for the cache.
 class MediaLibrary {
   public:

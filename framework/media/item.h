@@ -25,7 +25,7 @@ struct SourceItem {
     std::int64_t modified = UNKNOWN; // seconds since 1970, UTC
     std::int64_t created = UNKNOWN;  // the same
     std::int32_t opens = NO_FOLDER;  // for a folder: the number of the folder that holds its contents
-    // Opaque data of the source, which the list returns with the item's facts; any bytes.
+    // Opaque data of the source, which the list returns with the item's info; any bytes.
     std::string_view record = {};
     // The file name's extension, where the item's name is not the file name.
     std::string_view extension = {};

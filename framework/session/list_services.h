@@ -7,7 +7,7 @@ class MediaLibrary;
 class WatchThread;
 class ThreadGroup;
 
-// The services of the process for its open lists. Owned by the Framework; all of them outlive
+// The services of the process for its open lists. Owned by the SessionManager; all of them outlive
 // every session, and may be called by any thread.
 struct ListServices {
     EventThread &events;      // calls the lists' callbacks

@@ -53,7 +53,7 @@ std::string plainName(std::string_view title) {
 
 Status ServerCopySource::begin(const CancellationToken &cancellation) {
     cancellation_ = cancellation;
-    return server_.directories->connect(server_.id, cancellation, transfers_);
+    return server_.contentClient->connect(server_.id, cancellation, transfers_);
 }
 
 bool ServerCopySource::isThere() { return dlna::DlnaService::instance().isThere(server_.id); }
@@ -115,7 +115,7 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
 }
 
 Status ServerCopySource::judged(Status outcome) const {
-    outcome = dlna::classifyDisconnect(*server_.directories, server_.id, std::move(outcome), cancellation_);
+    outcome = dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(outcome), cancellation_);
     if (!outcome.ok()) {
         outcome.message = name_ + ": " + outcome.message;
     }

@@ -26,7 +26,7 @@ struct ShareRequest {
 };
 
 // All running shares of the process by their handles, and the items that are locked. Owned by the
-// Framework; any thread may call it.
+// SessionManager; any thread may call it.
 class Shares {
   public:
     // Far above the handles of lists, so that a list's handle is never a share's.

@@ -65,7 +65,7 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     }
     Status outcome = source_->begin(cancellation);
     if (outcome.ok()) {
-        outcome = server_.directories->connect(server_.id, cancellation, transfers_);
+        outcome = server_.contentClient->connect(server_.id, cancellation, transfers_);
     }
     if (!outcome.ok() && failed(outcome, "") == Step::GO_ON) {
         return end(MRB_EVENT_SHARE_FAILED);
@@ -104,7 +104,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
         outcome = transfers_->upload(
             file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, cancellation);
         outcome =
-            dlna::classifyDisconnect(*server_.directories, server_.id, std::move(outcome), cancellation);
+            dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(outcome), cancellation);
         outcome.message.insert(0, name + ": ");
     }
     listener.fileEnds(outcome.ok());

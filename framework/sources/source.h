@@ -75,8 +75,8 @@ struct SourceMetadata {
 };
 
 // A source of a list's items: a folder, a server, a camera, a playlist. Owned by the session of
-// one list. `fill` is called once, on a thread that may wait for devices; `locate`, `reach` and
-// `identify` on any thread, also while `fill` runs, so they may only use what never changes after
+// one list. `fill` is called once, on a thread that may wait for devices; `locationOf`, `checkAvailable` and
+// `findByMediaId` on any thread, also while `fill` runs, so they may only use what never changes after
 // construction, or is protected by a lock.
 class Source {
   public:

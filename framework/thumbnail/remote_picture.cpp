@@ -10,14 +10,14 @@ namespace mrb::thumbnail {
 
 void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, Decoded &decoded) {
-    const std::shared_ptr<dlna::ContentDirectoryClient> directories =
-        dlna::DlnaService::instance().directories();
-    if (!directories) {
+    const std::shared_ptr<dlna::ContentDirectoryClient> contentClient =
+        dlna::DlnaService::instance().contentClient();
+    if (!contentClient) {
         decoded.outcome = Status::deviceRemoved("The DLNA service is not started.");
         return;
     }
     std::string bytes;
-    decoded.outcome = directories->fetch(
+    decoded.outcome = contentClient->fetch(
         request.path, MAX_REMOTE_BYTES, REMOTE_TIMEOUT, [&stop] { return stop.isCancelled(); }, bytes);
     MemoryFile file;
     if (decoded.outcome.ok()) {

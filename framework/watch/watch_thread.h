@@ -11,7 +11,7 @@
 
 namespace mrb {
 
-// The one thread that watches what all lists were read from. Owned by the Framework;
+// The one thread that watches what all lists were read from. Owned by the SessionManager;
 // any thread may call it.
 //
 // A change is reported once a source has been quiet for a moment, since changes rarely

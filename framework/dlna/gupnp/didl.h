@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 
 namespace mrb::dlna {
 

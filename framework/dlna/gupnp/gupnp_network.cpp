@@ -78,7 +78,7 @@ class GupnpNetwork::Watch {
 
     void run();
 
-    [[nodiscard]] const std::shared_ptr<GupnpContentClient> &directories() const { return directories_; }
+    [[nodiscard]] const std::shared_ptr<GupnpContentClient> &contentClient() const { return contentClient_; }
 
     // From any thread.
     void quit() {
@@ -123,7 +123,7 @@ class GupnpNetwork::Watch {
     const std::unique_ptr<GMainContext, Deleter<g_main_context_unref>> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, Deleter<g_main_loop_unref>> loop_{
         g_main_loop_new(context_.get(), FALSE)};
-    const std::shared_ptr<GupnpContentClient> directories_ =
+    const std::shared_ptr<GupnpContentClient> contentClient_ =
         std::make_shared<GupnpContentClient>(context_.get());
     std::optional<AddressMonitor> monitor_;
     std::map<LocalAddress, Point> points_;
@@ -148,14 +148,14 @@ void GupnpNetwork::Watch::watchNetwork() {
     g_source_set_callback(timer, onNetworkAwaited, this, nullptr);
     g_source_attach(timer, context_.get());
     g_source_unref(timer);
-    directories_->open(servers_);
+    contentClient_->open(servers_);
     listener_.networkStarted();
 }
 
 void GupnpNetwork::Watch::letGo() {
     monitor_.reset();
     retryTimer_.reset();
-    directories_->close();
+    contentClient_->close();
     servers_.clear();
     for (auto &[address, point] : points_) {
         leave(std::move(point));
@@ -264,7 +264,7 @@ void GupnpNetwork::Watch::abandon(Point point) {
         servers_.remove(GUPNP_DEVICE_INFO(each->data));
     }
     leave(std::move(point));
-    directories_->serversLeft();
+    contentClient_->serversLeft();
 }
 
 void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device, Watch *watch) {
@@ -274,7 +274,7 @@ void GupnpNetwork::Watch::onServer(GUPnPControlPoint * /*point*/, GUPnPDevicePro
 void GupnpNetwork::Watch::onServerGone(GUPnPControlPoint * /*point*/, GUPnPDeviceProxy *device,
                                        Watch *watch) {
     watch->servers_.remove(GUPNP_DEVICE_INFO(device));
-    watch->directories_->serversLeft();
+    watch->contentClient_->serversLeft();
 }
 
 gboolean GupnpNetwork::Watch::onNetworkAwaited(gpointer data) {
@@ -294,7 +294,7 @@ GupnpNetwork::GupnpNetwork(ServerListener &listener)
     : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
 }
 
-std::shared_ptr<ContentDirectoryClient> GupnpNetwork::directories() { return watch_->directories(); }
+std::shared_ptr<ContentDirectoryClient> GupnpNetwork::contentClient() { return watch_->contentClient(); }
 
 GupnpNetwork::~GupnpNetwork() {
     watch_->quit();

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "dlna/gupnp/gobject.h"
-#include "dlna/gupnp/gupnp_directories.h"
+#include "dlna/gupnp/gupnp_content_client.h"
 #include "dlna/gupnp/server_table.h"
 #include "dlna/network.h"
 
@@ -20,7 +20,7 @@ class GupnpNetwork final : public Network {
     explicit GupnpNetwork(ServerListener &listener);
     ~GupnpNetwork() override;
 
-    [[nodiscard]] std::shared_ptr<ContentDirectoryClient> directories() override;
+    [[nodiscard]] std::shared_ptr<ContentDirectoryClient> contentClient() override;
 
   private:
     class Watch; // the state of the thread

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "dlna/gupnp/pending.h"
 #include "dlna/gupnp/xml.h"
 

@@ -235,14 +235,14 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     whole.server = place_.server;
     whole.timeout = place_.timeout;
     const CancellationToken cancellation = [this] { return sink_.stopped(); };
-    Status outcome = place_.directories.browse(whole, cancellation, page);
+    Status outcome = place_.contentClient.browse(whole, cancellation, page);
     whole.prefetch.reset();
     const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
     for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
         rest();
         page = {};
         outcome = cancellation.isCancelled() ? Status::cancelled()
-                                             : place_.directories.browse(whole, cancellation, page);
+                                             : place_.contentClient.browse(whole, cancellation, page);
     }
     return outcome;
 }

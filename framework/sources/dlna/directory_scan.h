@@ -8,7 +8,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "sources/source.h"
 
 namespace mrb {
@@ -42,7 +42,7 @@ class DirectoryScan {
 
     // The container to be read. All members must outlive the scan.
     struct Place {
-        dlna::ContentDirectoryClient &directories;
+        dlna::ContentDirectoryClient &contentClient;
         const std::string &server;
         const std::string &container;
         std::chrono::milliseconds timeout; // the timeout of one page

@@ -60,7 +60,7 @@ DlnaSource::DlnaSource(dlna::DlnaService::Found server, std::string container, L
     : server_(std::move(server)), container_(std::move(container)), request_(std::move(request)) {}
 
 FillResult DlnaSource::fill(ItemSink &sink) {
-    return DirectoryScan(sink, {*server_.directories, server_.id, container_, TIMEOUT}).run(request_);
+    return DirectoryScan(sink, {*server_.contentClient, server_.id, container_, TIMEOUT}).run(request_);
 }
 
 ItemLocation DlnaSource::locationOf(const ItemInfo &item) const {

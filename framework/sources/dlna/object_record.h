@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "metadata/metadata.h"
 
 namespace mrb {

@@ -25,7 +25,7 @@ class FolderContents {
     // More than a list can hold; a larger folder is not read further.
     static constexpr std::size_t MAX_ENTRIES = 6'000'000;
 
-    // `facts`: those that are known already, if any.
+    // `stat`: those that are known already, if any.
     void add(std::string_view name, std::uint8_t type, const std::optional<FileStat> &stat = {});
 
     [[nodiscard]] std::size_t size() const { return entries_.size(); }

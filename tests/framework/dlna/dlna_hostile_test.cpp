@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "dlna/network.h"
 #include "mrb/result.h"
 #include "support/dlna_client.h"
@@ -74,7 +74,7 @@ class DlnaHostile : public support::DlnaTest {
     void serve(ScriptedServer::Handler answer, const std::string &control = "/control") {
         server = std::make_unique<ScriptedServer>(std::move(answer), control);
         network.reset(mrb::dlna::mrb_start_network(listener));
-        directories = network->directories();
+        contentClient = network->contentClient();
         ASSERT_TRUE(listener.waitForStart()); // announcements before that are lost
         server->setExpectedTotal();
         ASSERT_TRUE(listener.waitFor(1));
@@ -86,12 +86,12 @@ class DlnaHostile : public support::DlnaTest {
         request.container = "0";
         request.count = 500;
         request.timeout = timeout;
-        return directories->browse(
+        return contentClient->browse(
             request, [this] { return stopped.load(); }, page);
     }
 
     Status fetch(const std::string &url, std::size_t most = 1000, std::chrono::milliseconds timeout = LONG) {
-        return directories->fetch(
+        return contentClient->fetch(
             url, most, timeout, [] { return false; }, bytes);
     }
 
@@ -99,7 +99,7 @@ class DlnaHostile : public support::DlnaTest {
     std::string bytes;
     std::unique_ptr<ScriptedServer> server;
     std::unique_ptr<mrb::dlna::Network> network; // ends before its server
-    std::shared_ptr<ContentDirectoryClient> directories;
+    std::shared_ptr<ContentDirectoryClient> contentClient;
     std::atomic<bool> stopped = false;
     Page page;
 };
@@ -174,23 +174,23 @@ TEST_F(DlnaHostile, TheNextPageIsPrefetched) {
     request.timeout = LONG;
     request.expectsNextPage = true;
     const auto isStopped = [] { return false; };
-    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(contentClient->browse(request, isStopped, page).code, MRB_ERR_NONE);
     answered.wait(1);
     request.expectsNextPage = false;
     request.prefetch = std::move(page.prefetch);
     ++request.start;
     page = {};
-    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(contentClient->browse(request, isStopped, page).code, MRB_ERR_NONE);
     EXPECT_EQ(page.objects.at(0).id, "1");
     EXPECT_EQ(answered, 2);
     // The caller requests another page than the prefetched one.
     request.prefetch.reset();
     request.expectsNextPage = true;
-    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(contentClient->browse(request, isStopped, page).code, MRB_ERR_NONE);
     request.prefetch = std::move(page.prefetch);
     request.start = 7;
     page = {};
-    ASSERT_EQ(directories->browse(request, isStopped, page).code, MRB_ERR_NONE);
+    ASSERT_EQ(contentClient->browse(request, isStopped, page).code, MRB_ERR_NONE);
     EXPECT_EQ(page.objects.at(0).id, "7");
 }
 

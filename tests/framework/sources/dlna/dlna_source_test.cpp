@@ -47,7 +47,7 @@ MediaObject container(const std::string &id, const std::string &title) {
 }
 
 // A client whose responses a test writes.
-class ScriptedDirectories final : public mrb::dlna::ContentDirectoryClient {
+class ScriptedContentClient final : public mrb::dlna::ContentDirectoryClient {
   public:
     using Answer = std::function<Status(const BrowseRequest &request, Page &page)>;
 
@@ -124,39 +124,39 @@ class DlnaSource : public testing::Test {
   protected:
     FillResult scan(const ListRequest &request = {}, const std::string &from = "0") {
         const std::string server = "uuid:1";
-        return DirectoryScan(sink, {directories, server, from, std::chrono::seconds(1)}).run(request);
+        return DirectoryScan(sink, {contentClient, server, from, std::chrono::seconds(1)}).run(request);
     }
 
     // Has each valid response changed before it is returned.
     void answerChanged(std::function<void(Page &page)> change) {
-        directories.answer = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
-            const Status outcome = directories.validPage(request, page);
+        contentClient.answer = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
+            const Status outcome = contentClient.validPage(request, page);
             change(page);
             return outcome;
         };
     }
 
-    ScriptedDirectories directories;
+    ScriptedContentClient contentClient;
     Sink sink;
 };
 
 } // namespace
 
 TEST_F(DlnaSource, AContainerIsListedWithWhatIsBelowIt) {
-    directories.contents["0"] = {container("a", "A"), image("1", "one")};
-    directories.contents["a"] = {container("b", "B"), image("2", "two")};
-    directories.contents["b"] = {image("3", "three")};
+    contentClient.contents["0"] = {container("a", "A"), image("1", "one")};
+    contentClient.contents["a"] = {container("b", "B"), image("2", "two")};
+    contentClient.contents["b"] = {image("3", "three")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "one", "A/B", "A/two", "A/B/three"));
 }
 
 TEST_F(DlnaSource, APageIsFollowedWhereTheRequestBeforeStatesIt) {
     for (int number = 0; number < 1200; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number), "one"));
+        contentClient.contents["0"].push_back(image(std::to_string(number), "one"));
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     std::vector<bool> followed;
-    for (const BrowseRequest &request : directories.requests) {
+    for (const BrowseRequest &request : contentClient.requests) {
         followed.push_back(request.expectsNextPage);
     }
     EXPECT_THAT(followed, ElementsAre(false, true, false));
@@ -164,38 +164,38 @@ TEST_F(DlnaSource, APageIsFollowedWhereTheRequestBeforeStatesIt) {
 
 TEST_F(DlnaSource, AContainerIsRequestedInPagesOfFiveHundred) {
     for (int number = 0; number < 1200; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 1200);
-    ASSERT_EQ(directories.requests.size(), 3U);
-    EXPECT_EQ(directories.requests[2].start, 1000U);
-    EXPECT_EQ(directories.requests[2].count, 500U);
+    ASSERT_EQ(contentClient.requests.size(), 3U);
+    EXPECT_EQ(contentClient.requests[2].start, 1000U);
+    EXPECT_EQ(contentClient.requests[2].count, 500U);
 }
 
 TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         BrowseRequest less = request;
         less.count = 2;
-        return directories.validPage(less, page);
+        return contentClient.validPage(less, page);
     };
-    directories.contents["0"] = {image("1"), image("2"), image("3"), image("4"), image("5")};
+    contentClient.contents["0"] = {image("1"), image("2"), image("3"), image("4"), image("5")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 5);
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
     answerChanged([](Page &page) { page.total = 0; });
-    directories.contents["0"] = {image("1"), image("2")};
+    contentClient.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_EQ(directories.requests.size(), 2U);
+    EXPECT_EQ(contentClient.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
     answerChanged([](Page &page) { page.total = 4'000'000'000; });
-    directories.contents["0"] = {image("1"), container("a", "A")};
-    directories.contents["a"] = {image("2")};
+    contentClient.contents["0"] = {image("1"), container("a", "A")};
+    contentClient.contents["a"] = {image("2")};
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(result.outcome.message, HasSubstr("4000000000 objects and returns 2"));
@@ -204,20 +204,20 @@ TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
 
 TEST_F(DlnaSource, ATotalThatIsTooSmallIsAFault) {
     answerChanged([](Page &page) { page.total = 1; });
-    directories.contents["0"] = {image("1"), image("2")};
+    contentClient.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
 TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
     answerChanged([](Page &page) { page.returned = 77; });
-    directories.contents["0"] = {image("1"), image("2")};
+    contentClient.contents["0"] = {image("1"), image("2")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
 TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
-    directories.answer = [](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.answer = [](const BrowseRequest & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 0;
@@ -227,25 +227,25 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(result.outcome.message, HasSubstr("returns objects twice"));
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_EQ(directories.requests.size(), 2U);
+    EXPECT_EQ(contentClient.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, EndlessObjectsWithoutIdsAreAbandoned) {
-    directories.answer = [](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.answer = [](const BrowseRequest & /*question*/, Page &page) {
         page.objects.resize(500);
         page.returned = 500;
         return Status{};
     };
     const FillResult result = scan();
     EXPECT_EQ(sink.store.size(), 0);
-    EXPECT_EQ(directories.requests.size(), DirectoryScan::MAX_BARREN_PAGES + 1U);
+    EXPECT_EQ(contentClient.requests.size(), DirectoryScan::MAX_BARREN_PAGES + 1U);
     EXPECT_EQ(result.leftOut, 500 * (DirectoryScan::MAX_BARREN_PAGES + 1));
     EXPECT_EQ(result.leftOutNames.size(), FillResult::MAX_NAMES);
 }
 
 TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
-    directories.contents["0"].resize(1000);
-    directories.contents["0"].push_back(image("1"));
+    contentClient.contents["0"].resize(1000);
+    contentClient.contents["0"].push_back(image("1"));
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(result.leftOut, 1000);
@@ -253,8 +253,8 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
 }
 
 TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = directories.validPage(request, page);
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = contentClient.validPage(request, page);
         if (request.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
             outcome = Status::protocolError("broken");
@@ -262,7 +262,7 @@ TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
         return outcome;
     };
     for (int number = 0; number < 700; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
@@ -270,38 +270,38 @@ TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
     EXPECT_EQ(result.leftOut, 499);
     EXPECT_THAT(result.leftOutNames, ElementsAre(HasSubstr("499 of the objects from 0")));
     EXPECT_EQ(sink.store.size(), 201);
-    EXPECT_EQ(directories.requests.at(1).start, 500U);
+    EXPECT_EQ(contentClient.requests.at(1).start, 500U);
 }
 
 TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         return request.start > 0 && request.count > 100 ? Status::timedOut("too slow")
-                                                        : directories.validPage(request, page);
+                                                        : contentClient.validPage(request, page);
     };
     for (int number = 0; number < 700; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 700);
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
-    directories.answer = [](const BrowseRequest & /*question*/, Page & /*page*/) {
+    contentClient.answer = [](const BrowseRequest & /*question*/, Page & /*page*/) {
         return Status::timedOut("silent");
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
-    EXPECT_EQ(directories.requests.size(), 1U);
+    EXPECT_EQ(contentClient.requests.size(), 1U);
 }
 
 // It inserts new objects at the front while it is read.
 TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
     for (int number = 0; number < 600; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = directories.validPage(request, page);
-        if (directories.requests.size() == 1) {
-            auto &all = directories.contents["0"];
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = contentClient.validPage(request, page);
+        if (contentClient.requests.size() == 1) {
+            auto &all = contentClient.contents["0"];
             for (int number = 600; number < 800; ++number) {
                 all.insert(all.begin(), image(std::to_string(number)));
             }
@@ -314,11 +314,11 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
 
 TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
     for (int number = 0; number < 600; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = directories.validPage(request, page);
-        directories.contents["0"].resize(550);
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+        Status outcome = contentClient.validPage(request, page);
+        contentClient.contents["0"].resize(550);
         return outcome;
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
@@ -326,15 +326,15 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
 }
 
 TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
-    directories.answer = [this](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.answer = [this](const BrowseRequest & /*question*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
-        page.total = 1'000'000 + static_cast<std::uint32_t>(directories.requests.size());
+        page.total = 1'000'000 + static_cast<std::uint32_t>(contentClient.requests.size());
         return Status{};
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
-    EXPECT_LT(directories.requests.size(), 200U);
+    EXPECT_LT(contentClient.requests.size(), 200U);
 }
 
 // As most servers do: by album, by date, by folder.
@@ -344,10 +344,10 @@ TEST_F(DlnaSource, WhatAServerThatDoesNotSearchShowsInSeveralFoldersIsFoundOnce)
         object.url = url;
         return object;
     };
-    directories.contents["0"] = {container("a", "A"), container("b", "B")};
-    directories.contents["a"] = {at("a1", "http://server/1.jpg"), at("a2", "")};
-    directories.contents["b"] = {at("b1", "http://server/1.jpg"), at("b2", ""),
-                                 at("b3", "http://server/3.jpg")};
+    contentClient.contents["0"] = {container("a", "A"), container("b", "B")};
+    contentClient.contents["a"] = {at("a1", "http://server/1.jpg"), at("a2", "")};
+    contentClient.contents["b"] = {at("b1", "http://server/1.jpg"), at("b2", ""),
+                                   at("b3", "http://server/3.jpg")};
     ListRequest request;
     request.contentType = "IMAGE";
     EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
@@ -358,22 +358,22 @@ TEST_F(DlnaSource, WhatAServerThatDoesNotSearchShowsInSeveralFoldersIsFoundOnce)
 TEST_F(DlnaSource, WithoutAFilterAnItemIsInEachOfItsFolders) {
     MediaObject object = image("1");
     object.url = "http://server/1.jpg";
-    directories.contents["0"] = {container("a", "A"), object};
-    directories.contents["a"] = {object};
+    contentClient.contents["0"] = {container("a", "A"), object};
+    contentClient.contents["a"] = {object};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "picture 1", "A/picture 1"));
 }
 
 TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
-    directories.contents["0"] = {container("a", "A")};
-    directories.contents["a"] = {container("0", "Root"), container("a", "A")};
+    contentClient.contents["0"] = {container("a", "A")};
+    contentClient.contents["a"] = {container("0", "Root"), container("a", "A")};
     EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "A/Root", "A/A"));
-    EXPECT_EQ(directories.requests.size(), 2U);
+    EXPECT_EQ(contentClient.requests.size(), 2U);
 }
 
 TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
-    directories.answer = [](const BrowseRequest &request, Page &page) {
+    contentClient.answer = [](const BrowseRequest &request, Page &page) {
         page.objects = {container(request.container + "x", "deeper")};
         page.returned = page.total = 1;
         return Status{};
@@ -385,19 +385,19 @@ TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
 }
 
 TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
-    directories.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
-    directories.contents["a"] = {image("2")};
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
+    contentClient.contents["a"] = {image("2")};
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         return request.container == "b" ? Status::deviceRemoved("gone")
-                                        : directories.validPage(request, page);
+                                        : contentClient.validPage(request, page);
     };
     EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(sink.store.size(), 4);
 }
 
 TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
-    directories.contents["0"] = {container("a", "A"), container("b", "B")};
-    directories.contents["b"] = {image("1")};
+    contentClient.contents["0"] = {container("a", "A"), container("b", "B")};
+    contentClient.contents["b"] = {image("1")};
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 1);
@@ -405,14 +405,14 @@ TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
 }
 
 TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
-    directories.contents["0"] = {container("a", "A"), container("b", "B")};
-    directories.contents["b"] = {image("2")};
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.contents["0"] = {container("a", "A"), container("b", "B")};
+    contentClient.contents["b"] = {image("2")};
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         if (request.container == "a") {
             page.objects = {image("1")};
             return Status::protocolError("broken");
         }
-        return directories.validPage(request, page);
+        return contentClient.validPage(request, page);
     };
     const FillResult result = scan();
     EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
@@ -424,36 +424,36 @@ TEST_F(DlnaSource, AContainerThatDoesNotExistFails) {
 }
 
 TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
-    directories.contents["0"] = {image("1")};
+    contentClient.contents["0"] = {image("1")};
     sink.isStopped = true;
     EXPECT_EQ(scan().outcome.code, MRB_ERR_CANCELLED);
 }
 
 TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
-    directories.contents["0"] = {image("1"), image("2")};
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.contents["0"] = {image("1"), image("2")};
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             page.capabilities = "dc:title,upnp:class";
             return Status{};
         }
-        return directories.validPage(request, page);
+        return contentClient.validPage(request, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
     EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
-    ASSERT_EQ(directories.requests.size(), 2U);
-    EXPECT_EQ(directories.requests[1].kind, BrowseRequest::Kind::SEARCH);
-    EXPECT_EQ(directories.requests[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
+    ASSERT_EQ(contentClient.requests.size(), 2U);
+    EXPECT_EQ(contentClient.requests[1].kind, BrowseRequest::Kind::SEARCH);
+    EXPECT_EQ(contentClient.requests[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
     EXPECT_EQ(sink.announced, 2);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
 TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
-    directories.contents["0"] = {container("a", "A")};
-    directories.contents["a"] = {image("1")};
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.contents["0"] = {container("a", "A")};
+    contentClient.contents["a"] = {image("1")};
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         return request.kind == BrowseRequest::Kind::CAPABILITIES ? Status{}
-                                                                 : directories.validPage(request, page);
+                                                                 : contentClient.validPage(request, page);
     };
     ListRequest request;
     request.contentType = "IMAGE";
@@ -463,9 +463,9 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
 
 TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     for (int number = 0; number < 700; ++number) {
-        directories.contents["0"].push_back(image(std::to_string(number)));
+        contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    directories.answer = [this, refused = 0](const BrowseRequest &request, Page &page) mutable {
+    contentClient.answer = [this, refused = 0](const BrowseRequest &request, Page &page) mutable {
         page.capabilities = "*";
         if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             return Status{};
@@ -474,7 +474,7 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
         // Each page once.
         const bool isRefused = refused <= static_cast<int>(request.start);
         refused = isRefused ? static_cast<int>(request.start) + 1 : refused;
-        return isRefused ? Status::notSupported("708") : directories.validPage(request, page);
+        return isRefused ? Status::notSupported("708") : contentClient.validPage(request, page);
     };
     ListRequest request;
     request.keyWord = "picture";
@@ -483,11 +483,11 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
 }
 
 TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
-    directories.contents["0"] = {image("1")};
-    directories.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.contents["0"] = {image("1")};
+    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
         page.capabilities = "*";
         return request.kind == BrowseRequest::Kind::SEARCH     ? Status::notSupported("708")
-               : request.kind == BrowseRequest::Kind::CHILDREN ? directories.validPage(request, page)
+               : request.kind == BrowseRequest::Kind::CHILDREN ? contentClient.validPage(request, page)
                                                                : Status{};
     };
     ListRequest request;

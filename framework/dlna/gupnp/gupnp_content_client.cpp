@@ -1,4 +1,4 @@
-#include "dlna/gupnp/gupnp_directories.h"
+#include "dlna/gupnp/gupnp_content_client.h"
 
 #include <libgupnp/gupnp.h>
 
@@ -24,15 +24,15 @@ Status gone() { return Status::deviceRemoved("The server is gone."); }
 // The prefetch of the page after a requested one.
 class GupnpContentClient::NextPage final : public Prefetch {
   public:
-    NextPage(std::shared_ptr<GupnpContentClient> directories, const BrowseRequest &before)
-        : directories_(std::move(directories)), request_(before) {
+    NextPage(std::shared_ptr<GupnpContentClient> contentClient, const BrowseRequest &before)
+        : contentClient_(std::move(contentClient)), request_(before) {
         request_.start += request_.count;
         request_.prefetch = nullptr; // of the pages before
-        pending_ = directories_->begin(request_);
+        pending_ = contentClient_->begin(request_);
     }
     ~NextPage() override {
         try {
-            directories_->abandon(pending_);
+            contentClient_->abandon(pending_);
         } catch (...) {
             // Out of memory: the call continues, and its reply is dropped.
             pending_ = nullptr;
@@ -51,7 +51,7 @@ class GupnpContentClient::NextPage final : public Prefetch {
     }
 
   private:
-    const std::shared_ptr<GupnpContentClient> directories_;
+    const std::shared_ptr<GupnpContentClient> contentClient_;
     BrowseRequest request_;
     std::shared_ptr<Pending> pending_;
 };
@@ -122,8 +122,8 @@ void GupnpContentClient::abandon(std::shared_ptr<Pending> pending) {
     const auto self = shared_from_this();
     if (pending) {
         post([self, pending = std::move(pending)] {
-            if (self->exchanges_) {
-                self->exchanges_->abandon(*pending);
+            if (self->requests_) {
+                self->requests_->abandon(*pending);
             }
         });
     }
@@ -193,9 +193,9 @@ void GupnpContentClient::beginCall(const BrowseRequest &request, std::shared_ptr
         pending->finish({std::move(outcome), 0, {}});
         return;
     }
-    exchanges_->begin({request.server, place.controlUrl, place.type + '#' + actionOf(request),
-                       envelopeOf(request, place.type), MAX_BYTES},
-                      std::move(pending));
+    requests_->begin({request.server, place.controlUrl, place.type + '#' + actionOf(request),
+                      envelopeOf(request, place.type), MAX_BYTES},
+                     std::move(pending));
 }
 
 void GupnpContentClient::beginFetch(const std::string &url, std::size_t maximum,
@@ -206,17 +206,17 @@ void GupnpContentClient::beginFetch(const std::string &url, std::size_t maximum,
         pending->finish({Status::permissionDenied("There is no DLNA server at \"" + host + "\"."), 0, {}});
         return;
     }
-    exchanges_->begin({*server, url, {}, {}, maximum}, std::move(pending));
+    requests_->begin({*server, url, {}, {}, maximum}, std::move(pending));
 }
 
 void GupnpContentClient::open(const ServerTable &servers) {
     servers_ = &servers;
-    exchanges_ = std::make_unique<HttpRequests>();
+    requests_ = std::make_unique<HttpRequests>();
 }
 
 void GupnpContentClient::serversLeft() {
-    if (exchanges_) {
-        exchanges_->keep([this](const std::string &server) { return servers_->find(server) != nullptr; });
+    if (requests_) {
+        requests_->keep([this](const std::string &server) { return servers_->find(server) != nullptr; });
     }
 }
 
@@ -227,7 +227,7 @@ void GupnpContentClient::close() {
     }
     servers_ = nullptr; // posted tasks find no server any more
     runTasks();
-    exchanges_.reset();
+    requests_.reset();
 }
 
 } // namespace mrb::dlna

@@ -71,7 +71,7 @@ class Answers {
     int busy_ = 0;
 };
 
-class Gauge : public support::OwnProcess {
+class CapacityProbeTest : public support::OwnProcess {
   protected:
     static std::vector<Device> mounted(const std::vector<std::string> &names) {
         std::vector<Device> devices;
@@ -101,20 +101,20 @@ using Totals = std::vector<long long>;
 
 } // namespace
 
-TEST_F(Gauge, MeasuresEachMountedDevice) {
+TEST_F(CapacityProbeTest, MeasuresEachMountedDevice) {
     auto devices = mounted({"a", "bb", "ccc"});
     devices[1].mountPath = "";
     EXPECT_EQ(totals(devices), (Totals{1, 0, 3}));
 }
 
-TEST_F(Gauge, ADeviceThatHangsKeepsItsSizesAndBlocksNoOther) {
+TEST_F(CapacityProbeTest, ADeviceThatHangsKeepsItsSizesAndBlocksNoOther) {
     auto devices = mounted({"a", "bb", "ccc", "dddd"});
     devices[1].total = 99;
     answers.hold("bb");
     EXPECT_EQ(totals(devices), (Totals{1, 99, 3, 4}));
 }
 
-TEST_F(Gauge, AHangingDeviceIsMeasuredOnce) {
+TEST_F(CapacityProbeTest, AHangingDeviceIsMeasuredOnce) {
     const auto devices = mounted({"bb"});
     answers.hold("bb");
     for (int round = 0; round < 50; ++round) {
@@ -123,7 +123,7 @@ TEST_F(Gauge, AHangingDeviceIsMeasuredOnce) {
     EXPECT_EQ(answers.times("bb"), 1);
 }
 
-TEST_F(Gauge, ALateResultIsNotLost) {
+TEST_F(CapacityProbeTest, ALateResultIsNotLost) {
     const auto devices = mounted({"bb"});
     answers.hold("bb");
     EXPECT_EQ(totals(devices), (Totals{0}));
@@ -137,7 +137,7 @@ TEST_F(Gauge, ALateResultIsNotLost) {
     EXPECT_EQ(answers.times("bb"), 2);
 }
 
-TEST_F(Gauge, AThousandDevicesAreAllMeasured) {
+TEST_F(CapacityProbeTest, AThousandDevicesAreAllMeasured) {
     std::vector<std::string> names;
     names.reserve(1000);
     for (int number = 0; number < 1000; ++number) {

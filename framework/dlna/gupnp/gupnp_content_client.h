@@ -8,7 +8,7 @@
 #include <mutex>
 
 #include "base/cancellation.h"
-#include "dlna/directories.h"
+#include "dlna/content_directory_client.h"
 #include "dlna/gupnp/gupnp_transfers.h"
 #include "dlna/gupnp/http_requests.h"
 #include "dlna/gupnp/pending.h"
@@ -64,7 +64,7 @@ class GupnpContentClient final : public ContentDirectoryClient,
 
     // The network's thread alone uses these.
     const ServerTable *servers_ = nullptr;
-    std::unique_ptr<HttpRequests> exchanges_;
+    std::unique_ptr<HttpRequests> requests_;
 
     std::mutex lock_; // guards what follows
     bool closed_ = false;

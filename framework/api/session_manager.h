@@ -18,9 +18,9 @@ namespace mrb {
 
 // All open lists of the process by their handles, their shares, and the threads that serve them.
 // There is one, created on first use; any thread may call it.
-class Framework {
+class SessionManager {
   public:
-    static Framework &instance();
+    static SessionManager &instance();
 
     // Opens a list, or reopens the list *handle. On failure a list that was open under *handle
     // stays as it was.
@@ -34,12 +34,12 @@ class Framework {
 
     [[nodiscard]] Shares &shares() { return shares_; }
 
-    Framework(const Framework &) = delete;
-    Framework &operator=(const Framework &) = delete;
+    SessionManager(const SessionManager &) = delete;
+    SessionManager &operator=(const SessionManager &) = delete;
 
   private:
-    Framework() = default;
-    ~Framework() = default;
+    SessionManager() = default;
+    ~SessionManager() = default;
 
     mrb_agent_handler_h reserveHandle();
     void releaseHandle(mrb_agent_handler_h handle);

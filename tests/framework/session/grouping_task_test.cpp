@@ -14,7 +14,7 @@ using mrb::Grouping;
 using mrb::GroupingTask;
 using testing::ElementsAre;
 
-TEST(GroupReadings, BeginWhenTheListIsCompleteAndOneIsRequested) {
+TEST(GroupingTask, BeginWhenTheListIsCompleteAndOneIsRequested) {
     GroupingTask early;
     EXPECT_FALSE(early.request(Grouping::ARTIST));
     EXPECT_TRUE(early.listIsComplete());
@@ -26,7 +26,7 @@ TEST(GroupReadings, BeginWhenTheListIsCompleteAndOneIsRequested) {
     EXPECT_FALSE(late.request(Grouping::ALBUM));
 }
 
-TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
+TEST(GroupingTask, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     GroupingTask reading;
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.request(Grouping::ARTIST));
@@ -47,7 +47,7 @@ TEST(GroupReadings, ContinueWithNewRequestsAndDropTheOneUnderWay) {
     EXPECT_TRUE(reading.request(Grouping::ARTIST));
 }
 
-TEST(GroupReadings, AreNotResumedAfterAStop) {
+TEST(GroupingTask, AreNotResumedAfterAStop) {
     GroupingTask reading;
     EXPECT_FALSE(reading.listIsComplete());
     ASSERT_TRUE(reading.request(Grouping::ARTIST));

@@ -1,4 +1,4 @@
-#include "api/framework.h"
+#include "api/session_manager.h"
 
 #include <limits>
 #include <utility>
@@ -9,18 +9,18 @@
 
 namespace mrb {
 
-Framework &Framework::instance() {
+SessionManager &SessionManager::instance() {
     // Objects that outlive this library's static ones may still close their lists. What must
     // end with the process is its threads.
-    static OnDemand<Framework> framework;
-    return framework.get([] {
-        auto *made = new Framework;
+    static OnDemand<SessionManager> sessions;
+    return sessions.get([] {
+        auto *made = new SessionManager;
         finishAtExit(finish);
         return made;
     });
 }
 
-int Framework::open(const ListRequest &request, ListCallback listener, mrb_agent_handler_h *handle) {
+int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_agent_handler_h *handle) {
     const std::shared_ptr<ListSession> before = find(*handle);
     if (*handle != 0 && !before) {
         return MRB_ERR_INVALID_HANDLE;
@@ -67,7 +67,7 @@ int Framework::open(const ListRequest &request, ListCallback listener, mrb_agent
     return MRB_ERR_NONE;
 }
 
-int Framework::cancel(mrb_agent_handler_h handle) {
+int SessionManager::cancel(mrb_agent_handler_h handle) {
     const std::shared_ptr<ListSession> session = find(handle);
     if (!session) {
         return MRB_ERR_INVALID_HANDLE;
@@ -76,7 +76,7 @@ int Framework::cancel(mrb_agent_handler_h handle) {
     return MRB_ERR_NONE;
 }
 
-int Framework::disconnect(mrb_agent_handler_h handle) {
+int SessionManager::disconnect(mrb_agent_handler_h handle) {
     const std::shared_ptr<ListSession> session = find(handle);
     if (!session) {
         return MRB_ERR_INVALID_HANDLE;
@@ -86,13 +86,13 @@ int Framework::disconnect(mrb_agent_handler_h handle) {
     return MRB_ERR_NONE;
 }
 
-std::shared_ptr<ListSession> Framework::find(mrb_agent_handler_h handle) {
+std::shared_ptr<ListSession> SessionManager::find(mrb_agent_handler_h handle) {
     const std::lock_guard guard(lock_);
     const auto found = sessions_.find(handle);
     return found == sessions_.end() ? nullptr : found->second;
 }
 
-mrb_agent_handler_h Framework::reserveHandle() {
+mrb_agent_handler_h SessionManager::reserveHandle() {
     const std::lock_guard guard(lock_);
     if (down_) {
         return 0;
@@ -104,16 +104,16 @@ mrb_agent_handler_h Framework::reserveHandle() {
     return lastHandle_;
 }
 
-void Framework::releaseHandle(mrb_agent_handler_h handle) {
+void SessionManager::releaseHandle(mrb_agent_handler_h handle) {
     const std::lock_guard guard(lock_);
     sessions_.erase(handle);
 }
 
-bool Framework::finish(std::chrono::steady_clock::time_point deadline) {
+bool SessionManager::finish(std::chrono::steady_clock::time_point deadline) {
     return instance().shutDown(deadline);
 }
 
-bool Framework::shutDown(std::chrono::steady_clock::time_point deadline) {
+bool SessionManager::shutDown(std::chrono::steady_clock::time_point deadline) {
     {
         const std::lock_guard guard(lock_);
         down_ = true;
