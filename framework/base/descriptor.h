@@ -10,25 +10,25 @@ namespace mrb {
 class Descriptor {
   public:
     Descriptor() = default;
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(Descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Descriptor &operator=(Descriptor &&other) noexcept {
-        std::swap(number_, other.number_);
+        std::swap(fd_, other.fd_);
         return *this;
     }
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
     ~Descriptor() {
-        if (number_ >= 0) {
-            close(number_);
+        if (fd_ >= 0) {
+            close(fd_);
         }
     }
 
-    [[nodiscard]] int number() const { return number_; }
-    explicit operator bool() const { return number_ >= 0; }
+    [[nodiscard]] int fd() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
 
   private:
-    int number_ = -1;
+    int fd_ = -1;
 };
 
 } // namespace mrb

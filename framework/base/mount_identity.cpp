@@ -37,7 +37,7 @@ int openFolderOf(const std::string &path, const MountIdentity &mount, Descriptor
     if (!folder) {
         return errno;
     }
-    return mount.isKnown && mountIdentityOf(folder.number()) != mount ? ENODEV : 0;
+    return mount.isKnown && mountIdentityOf(folder.fd()) != mount ? ENODEV : 0;
 }
 
 int lookUp(const std::string &path, const MountIdentity &mount) {
@@ -48,7 +48,7 @@ int lookUp(const std::string &path, const MountIdentity &mount) {
     const char *name = lastNameOf(path);
     struct statx status {};
     const int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    return statx(folder.number(), *name == '\0' ? "." : name, flags, 0, &status) == 0 ? 0 : errno;
+    return statx(folder.fd(), *name == '\0' ? "." : name, flags, 0, &status) == 0 ? 0 : errno;
 }
 
 const char *lastNameOf(const std::string &path) { return path.c_str() + (path.rfind('/') + 1); }

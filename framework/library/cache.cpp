@@ -92,7 +92,7 @@ void MetadataCache::open() {
 Descriptor MetadataCache::takeTurn() const {
     Descriptor turn(::open((folder_ + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto last = steady_clock::now() + LOCK_TIMEOUT;
-    if (turn && lockFile(turn.number(), last, BETWEEN_TRIES) == EWOULDBLOCK) {
+    if (turn && lockFile(turn.fd(), last, BETWEEN_TRIES) == EWOULDBLOCK) {
         throw DatabaseError::busy("another process does not release its lock");
     }
     return turn;

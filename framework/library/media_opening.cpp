@@ -12,7 +12,7 @@ Status openMedia(const std::string &path, const MountIdentity &mount, MediaFile 
     // Held open, so that it stays the folder that was checked, whatever is mounted there later.
     Descriptor folder;
     const int error = openFolderOf(path, mount, folder);
-    return error == 0 ? file.openIn(folder.number(), lastNameOf(path), path) : Status::ofErrno(error, path);
+    return error == 0 ? file.openIn(folder.fd(), lastNameOf(path), path) : Status::ofErrno(error, path);
 }
 
 } // namespace mrb

@@ -16,7 +16,7 @@ Status MediaFile::openIn(int folder, const char *name, const std::string &path) 
     // Non-blocking: a pipe with a media file's name must not block us.
     file_ = Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
-    if (!file_ || fstat(file_.number(), &status) != 0) {
+    if (!file_ || fstat(file_.fd(), &status) != 0) {
         return Status::ofErrno(errno, path);
     }
     if (!S_ISREG(status.st_mode)) {
@@ -69,7 +69,7 @@ std::int64_t MediaFile::readPiece(std::int64_t offset, char *buffer, std::size_t
     }
     ssize_t got = 0;
     do {
-        got = pread(file_.number(), buffer, length, offset);
+        got = pread(file_.fd(), buffer, length, offset);
     } while (got < 0 && errno == EINTR);
     return got;
 }

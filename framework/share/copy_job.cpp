@@ -62,7 +62,7 @@ Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
     if (const int error = RootFolder::open(path, O_RDONLY, root); error != 0) {
         return Status::ofErrno(error, path);
     }
-    if (faccessat(root.folder()->descriptor.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+    if (faccessat(root.folder()->descriptor.fd(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         return Status::ofErrno(errno, path);
     }
     job.reset(new CopyJob(std::move(list), std::move(selection), std::move(copySource), std::move(root)));
@@ -93,8 +93,7 @@ int CopyJob::lastEvent() {
 bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     struct statvfs space {};
     // A file system that does not report its size has no known limit.
-    const bool isKnown =
-        fstatvfs(destination_.folder()->descriptor.number(), &space) == 0 && space.f_blocks > 0;
+    const bool isKnown = fstatvfs(destination_.folder()->descriptor.fd(), &space) == 0 && space.f_blocks > 0;
     const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
     plan = planCopy(list_->list(), selection_, block, [&] { return listener.stopped(); });
     listener.begins(plan.files, plan.bytes);
@@ -180,20 +179,20 @@ CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &
     const std::string name = source_->nameOf(item);
     listener.fileBegins(displayText(name), source.size, planned);
     bool isThere = true;
-    CopyResult copied = source_->copy(file.number(), [&](std::uint64_t bytes) {
+    CopyResult copied = source_->copy(file.fd(), [&](std::uint64_t bytes) {
         listener.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
         return isThere && !listener.stopped();
     });
     if (copied.isWhole()) {
-        copied.destinationError = setTimes(file.number(), source.times);
+        copied.destinationError = setTimes(file.fd(), source.times);
     }
     listener.fileEnds(copied.isWhole());
     if (!copied.isWhole()) {
         return isThere ? copyFailed(copied, item.name) : destinationFailed(ENODEV, item.name);
     }
     // The device writes while the next file is read.
-    sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    sync_file_range(file.fd(), 0, 0, SYNC_FILE_RANGE_WRITE);
     waiting_.push_back({std::move(file), name, copied.bytes});
     waitingBytes_ += copied.bytes;
     return Step::GO_ON;
@@ -206,7 +205,7 @@ CopyJob::Step CopyJob::finishWaiting(const JobListener &listener) {
         if (listener.stopped()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
-        if (fdatasync(waiting.file.number()) != 0) {
+        if (fdatasync(waiting.file.fd()) != 0) {
             return destinationFailed(errno, waiting.name);
         }
     }
@@ -239,7 +238,7 @@ CopyJob::Step CopyJob::saveFolders() {
     for (OpenFolderPtr folder : std::exchange(folders_, {})) {
         for (; folder; folder = folder->parent) {
             // Some file systems cannot flush a folder, and fail with these errors.
-            if (std::exchange(folder->changed, false) && fsync(folder->descriptor.number()) != 0 &&
+            if (std::exchange(folder->changed, false) && fsync(folder->descriptor.fd()) != 0 &&
                 errno != EINVAL && errno != ENOSYS) {
                 return destinationFailed(errno, "");
             }
@@ -284,7 +283,7 @@ CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
 // A file system that does not report its size has no known limit.
 bool CopyJob::hasRoom(std::uint64_t bytes) const {
     struct statvfs space {};
-    return fstatvfs(destination_.folder()->descriptor.number(), &space) != 0 || space.f_blocks == 0 ||
+    return fstatvfs(destination_.folder()->descriptor.fd(), &space) != 0 || space.f_blocks == 0 ||
            bytes <= std::uint64_t{space.f_bavail} * std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
 }
 

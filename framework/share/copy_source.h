@@ -44,7 +44,7 @@ class CopySource {
 
     // A descriptor of the most recently opened file, owned by this, if it can be read like any
     // other file; negative: only copy() provides its bytes.
-    [[nodiscard]] virtual int number() const { return -1; }
+    [[nodiscard]] virtual int fd() const { return -1; }
 
     // The path at the destination for a path below the list's folder: names joined with '/'.
     [[nodiscard]] virtual std::string pathOf(std::string path) const { return path; }

@@ -24,8 +24,7 @@ Status outcomeOfFile(int error, const std::string &name) {
 Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
     int error = RootFolder::open(root_, O_PATH, rootFolder_);
     const MountIdentity listed = mountOfRoot();
-    if (error == 0 && listed.isKnown &&
-        mountIdentityOf(rootFolder_.folder()->descriptor.number()) != listed) {
+    if (error == 0 && listed.isKnown && mountIdentityOf(rootFolder_.folder()->descriptor.fd()) != listed) {
         error = ENODEV; // another mount, or the folder on which it was mounted
     }
     if (error == 0) {
@@ -40,7 +39,7 @@ Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
 // Another file system may be mounted below the root now; then the source as a whole is not gone.
 int LocalCopySource::goTo(std::string_view path, const MountIdentity &mount, OpenFolderPtr &folder) {
     const int error = resolver_->resolve(path, folder);
-    const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.number()) != mount;
+    const bool isOther = error == 0 && mount.isKnown && mountIdentityOf(folder->descriptor.fd()) != mount;
     return isOther ? ENOENT : error;
 }
 
@@ -55,13 +54,13 @@ Status LocalCopySource::openFile(std::string_view path, LastLink link, const Mou
     }
     // A file that was listed may be a pipe now, which would block.
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    file_ = Descriptor(openat(from->descriptor.number(), last.c_str(),
-                              link == LastLink::FOLLOWED ? flags : flags | O_NOFOLLOW));
+    file_ = Descriptor(
+        openat(from->descriptor.fd(), last.c_str(), link == LastLink::FOLLOWED ? flags : flags | O_NOFOLLOW));
     if (!file_) {
         return outcomeOfFile(errno, name);
     }
     struct stat status {};
-    if (fstat(file_.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file_.fd(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return outcomeOfFile(S_ISREG(status.st_mode) ? errno : ENOENT, name);
     }
     name_ = name;
@@ -77,7 +76,7 @@ Status LocalCopySource::openFolder(std::string_view path, const MountIdentity &m
 }
 
 CopyResult LocalCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {
-    return copier_.copy(file_.number(), displayText(name_), destination, size_, moved);
+    return copier_.copy(file_.fd(), displayText(name_), destination, size_, moved);
 }
 
 } // namespace mrb

@@ -22,7 +22,7 @@ class LocalCopySource : public CopySource {
     [[nodiscard]] bool isThere() override { return rootFolder_.isThere(); }
     CopyResult copy(int destination, const std::function<bool(std::uint64_t)> &moved) override;
 
-    [[nodiscard]] int number() const override { return file_.number(); }
+    [[nodiscard]] int fd() const override { return file_.fd(); }
 
   protected:
     enum class LastLink { FOLLOWED, REFUSED };

@@ -53,7 +53,7 @@ int renameByReservation(int folder, const std::string &from, const std::string &
         openat(folder, to.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0600));
     struct stat ours {};
     struct stat there {};
-    if (!reserved || fstat(reserved.number(), &ours) != 0) {
+    if (!reserved || fstat(reserved.fd(), &ours) != 0) {
         return errno;
     }
     // Another program may have put another file there; that one stays.
@@ -86,7 +86,7 @@ int NewFile::make(OpenFolderPtr folder, mode_t mode, NewFile &file, Kind kind) {
     made.folder_ = std::move(folder);
     int error = EOPNOTSUPP;
     if (kind == Kind::UNNAMED) {
-        const int at = made.folder_->descriptor.number();
+        const int at = made.folder_->descriptor.fd();
         made.descriptor_ = Descriptor(openat(at, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
         error = made.descriptor_ ? 0 : errno;
     }
@@ -103,7 +103,7 @@ int NewFile::makeTemporary(mode_t mode) {
     int error = EEXIST;
     for (int tries = 0; error == EEXIST && tries < MAX_TEMPORARY_NAMES; ++tries) {
         const std::string name = temporaryName();
-        descriptor_ = Descriptor(openat(folder_->descriptor.number(), name.c_str(),
+        descriptor_ = Descriptor(openat(folder_->descriptor.fd(), name.c_str(),
                                         O_CREAT | O_EXCL | O_RDWR | O_NOFOLLOW | O_CLOEXEC, mode));
         error = descriptor_ ? 0 : errno;
         if (error == 0) {
@@ -114,10 +114,10 @@ int NewFile::makeTemporary(mode_t mode) {
 }
 
 int NewFile::giveName(const std::string &name) {
-    const int folder = folder_->descriptor.number();
+    const int folder = folder_->descriptor.fd();
     int error = 0;
     if (temporary_.empty()) {
-        const std::string file = "/proc/self/fd/" + std::to_string(number());
+        const std::string file = "/proc/self/fd/" + std::to_string(fd());
         error = linkat(AT_FDCWD, file.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
     } else {
         error = renameByFlag(folder, temporary_, name);
@@ -146,7 +146,7 @@ int NewFile::giveNameLike(const std::string &name) {
 
 void NewFile::discard() {
     if (!temporary_.empty()) {
-        unlinkat(folder_->descriptor.number(), temporary_.c_str(), 0);
+        unlinkat(folder_->descriptor.fd(), temporary_.c_str(), 0);
         temporary_.clear();
     }
 }

@@ -29,7 +29,7 @@ class NewFile {
     // one.
     static int make(OpenFolderPtr folder, mode_t mode, NewFile &file, Kind kind = Kind::UNNAMED);
 
-    [[nodiscard]] int number() const { return descriptor_.number(); }
+    [[nodiscard]] int fd() const { return descriptor_.fd(); }
     [[nodiscard]] const OpenFolderPtr &folder() const { return folder_; }
 
     // Gives it its name; returns 0 or an errno, EEXIST when the name is taken. Only the complete

@@ -16,8 +16,7 @@ constexpr mode_t FOLDER_MODE = 0777; // minus the process's mask
 constexpr int FOLDER_FLAGS = O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
 int openAt(const OpenFolderPtr &parent, const std::string &name, int flags, OpenFolderPtr &folder) {
-    Descriptor descriptor(
-        openat(parent->descriptor.number(), name.c_str(), flags | FOLDER_FLAGS | O_NOFOLLOW));
+    Descriptor descriptor(openat(parent->descriptor.fd(), name.c_str(), flags | FOLDER_FLAGS | O_NOFOLLOW));
     if (!descriptor) {
         return errno;
     }
@@ -30,7 +29,7 @@ int openOrMake(const OpenFolderPtr &parent, const std::string &name, OpenFolderP
     if (error != ENOENT) {
         return error;
     }
-    if (mkdirat(parent->descriptor.number(), name.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
+    if (mkdirat(parent->descriptor.fd(), name.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
         return errno;
     }
     parent->changed = true;
@@ -42,7 +41,7 @@ int openOrMake(const OpenFolderPtr &parent, const std::string &name, OpenFolderP
 int RootFolder::open(const std::string &path, int flags, RootFolder &root) {
     Descriptor descriptor(::open(path.c_str(), flags | FOLDER_FLAGS));
     struct stat status {};
-    if (!descriptor || fstat(descriptor.number(), &status) != 0) {
+    if (!descriptor || fstat(descriptor.fd(), &status) != 0) {
         return errno;
     }
     root.path_ = path;

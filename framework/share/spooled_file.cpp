@@ -34,7 +34,7 @@ Status SpooledFile::fill(CopySource &copySource, const std::string &name,
         return Status::ofErrno(error, about);
     }
     CopyResult result =
-        copySource.copy(file_.number(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
+        copySource.copy(file_.fd(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
     size_ = result.bytes;
     if (result.stopped) {
         return {MRB_ERR_CANCELLED, {}};

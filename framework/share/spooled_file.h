@@ -18,7 +18,7 @@ class SpooledFile {
     // (TMPDIR, else /var/tmp) is full.
     Status fill(CopySource &copySource, const std::string &name, const CancellationToken &cancellation);
 
-    [[nodiscard]] int number() const { return file_.number(); }
+    [[nodiscard]] int fd() const { return file_.fd(); }
     [[nodiscard]] std::uint64_t size() const { return size_; } // bytes
 
   private:

@@ -88,7 +88,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     listener.fileBegins(name, source.size, planned);
     dlna::Upload file;
-    file.descriptor = source_->number();
+    file.descriptor = source_->fd();
     file.size = source.size;
     SpooledFile spooled;
     Status outcome = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
@@ -120,7 +120,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
 Status UploadJob::fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                         dlna::Upload &file) {
     Status outcome = spooled.fill(*source_, name, cancellation);
-    file.descriptor = spooled.number();
+    file.descriptor = spooled.fd();
     file.size = spooled.size();
     return outcome;
 }

@@ -46,7 +46,7 @@ struct CameraCapacityProbe::Mailbox {
 
 CameraCapacityProbe::CameraCapacityProbe() : mailbox_(std::make_shared<Mailbox>()) {}
 
-int CameraCapacityProbe::number() const { return mailbox_->news.number(); }
+int CameraCapacityProbe::fd() const { return mailbox_->news.fd(); }
 
 void CameraCapacityProbe::ask(std::span<const Device> cameras) {
     const std::lock_guard guard(mailbox_->lock);
@@ -90,14 +90,14 @@ void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const D
         }
         known->second.isWarned = false;
         mailbox->answers.push_back({address, *sizes});
-        eventfd_write(mailbox->news.number(), 1);
+        eventfd_write(mailbox->news.fd(), 1);
     };
     mailbox->cameras[camera.camera].task = CameraService::instance().start(camera.camera, work, ended);
 }
 
 std::vector<CameraCapacityProbe::Answer> CameraCapacityProbe::answers() {
     eventfd_t ignored = 0;
-    eventfd_read(mailbox_->news.number(), &ignored);
+    eventfd_read(mailbox_->news.fd(), &ignored);
     const std::lock_guard guard(mailbox_->lock);
     return std::exchange(mailbox_->answers, {});
 }

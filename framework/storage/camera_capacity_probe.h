@@ -21,7 +21,7 @@ class CameraCapacityProbe {
     CameraCapacityProbe();
 
     // Becomes readable when there are results; -1 when the system had no descriptor left.
-    [[nodiscard]] int number() const;
+    [[nodiscard]] int fd() const;
 
     // Sends a request to each of the cameras (all that are attached) whose last request ended some
     // time ago, since it claims the camera, and lists may be created many times a second. A camera

@@ -20,7 +20,7 @@ struct CameraNames::Mailbox {
 
 CameraNames::CameraNames() : mailbox_(std::make_shared<Mailbox>()) {}
 
-int CameraNames::number() const { return mailbox_->news.number(); }
+int CameraNames::fd() const { return mailbox_->news.fd(); }
 
 void CameraNames::ask(const std::string &key, const CameraAddress &address, const std::string &name) {
     try {
@@ -43,7 +43,7 @@ void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAdd
         if (!model.name.empty()) {
             const std::lock_guard guard(mailbox.lock);
             mailbox.answers.push_back({key, address, model.name});
-            eventfd_write(mailbox.news.number(), 1);
+            eventfd_write(mailbox.news.fd(), 1);
         }
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The camera \"%s\" is shown under its udev name: %s", name.c_str(), failure.what());
@@ -52,7 +52,7 @@ void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAdd
 
 std::vector<CameraNames::Answer> CameraNames::answers() {
     eventfd_t ignored = 0;
-    eventfd_read(mailbox_->news.number(), &ignored);
+    eventfd_read(mailbox_->news.fd(), &ignored);
     const std::lock_guard guard(mailbox_->lock);
     return std::exchange(mailbox_->answers, {});
 }

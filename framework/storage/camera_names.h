@@ -21,7 +21,7 @@ class CameraNames {
     CameraNames();
 
     // Becomes readable when there are results; -1 when there will be none.
-    [[nodiscard]] int number() const;
+    [[nodiscard]] int fd() const;
 
     // `name` is for the log. A camera that the library does not know has no result.
     void ask(const std::string &key, const CameraAddress &address, const std::string &name);

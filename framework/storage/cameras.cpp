@@ -61,8 +61,8 @@ Device describe(udev_device *usb) {
 } // namespace
 
 void Cameras::addDescriptors(std::vector<pollfd> &waited) const {
-    waited.push_back({udev_.number(), POLLIN, 0});
-    waited.push_back({names_.number(), POLLIN, 0});
+    waited.push_back({udev_.fd(), POLLIN, 0});
+    waited.push_back({names_.fd(), POLLIN, 0});
 }
 
 void Cameras::scan(DeviceTable &table) {

@@ -48,7 +48,7 @@ void measure(Device &device) {
     }
     const Descriptor folder(open(device.mountPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct statvfs sizes {};
-    if (folder && isMountedStill(folder.number(), device) && fstatvfs(folder.number(), &sizes) == 0) {
+    if (folder && isMountedStill(folder.fd(), device) && fstatvfs(folder.fd(), &sizes) == 0) {
         device.available = bytes(sizes.f_bavail, sizes.f_frsize);
         device.total = bytes(sizes.f_blocks, sizes.f_frsize);
     }

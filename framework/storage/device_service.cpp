@@ -129,7 +129,7 @@ void DeviceService::start() {
     thread_.start([this] { run(); });
 }
 
-void DeviceService::wake() const { eventfd_write(wake_.number(), 1); }
+void DeviceService::wake() const { eventfd_write(wake_.fd(), 1); }
 
 // Waits until a scan that began after this call has ended, or until the timeout; scans itself
 // when called inside a callback. Returns the deadline of the whole call.
@@ -254,7 +254,7 @@ void DeviceService::run() {
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
-    std::vector<pollfd> waited{{wake_.number(), POLLIN, 0}, {cameraCapacityProbe_.number(), POLLIN, 0}};
+    std::vector<pollfd> waited{{wake_.fd(), POLLIN, 0}, {cameraCapacityProbe_.fd(), POLLIN, 0}};
     for (const auto &source : sources_) {
         source->addDescriptors(waited);
     }
@@ -269,7 +269,7 @@ void DeviceService::run() {
             }
         }
         eventfd_t ignored = 0;
-        eventfd_read(wake_.number(), &ignored);
+        eventfd_read(wake_.fd(), &ignored);
         scan();
     }
 }

@@ -97,8 +97,8 @@ LocalStorage::LocalStorage(std::string mounts)
 }
 
 void LocalStorage::addDescriptors(std::vector<pollfd> &waited) const {
-    waited.push_back({udev_.number(), POLLIN, 0});
-    waited.push_back({mountsToWaitFor_.number(), POLLPRI, 0});
+    waited.push_back({udev_.fd(), POLLIN, 0});
+    waited.push_back({mountsToWaitFor_.fd(), POLLPRI, 0});
 }
 
 void LocalStorage::scan(DeviceTable &table) {
@@ -119,7 +119,7 @@ void LocalStorage::scan(DeviceTable &table) {
 }
 
 bool LocalStorage::readMounts() {
-    pollfd mounts{mountsToAsk_.number(), POLLPRI, 0};
+    pollfd mounts{mountsToAsk_.fd(), POLLPRI, 0};
     const bool isNews = poll(&mounts, 1, 0) > 0;
     if ((hasLooked_ && !isNews) || !readMountEntries(mounts_, mountTable_.c_str())) {
         return false;

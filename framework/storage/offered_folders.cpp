@@ -97,12 +97,12 @@ OfferedFolders::OfferedFolders(std::vector<std::string> folders, DeviceKind kind
 }
 
 void OfferedFolders::addDescriptors(std::vector<pollfd> &waited) const {
-    waited.push_back({changes_.number(), POLLIN, 0});
+    waited.push_back({changes_.fd(), POLLIN, 0});
 }
 
 void OfferedFolders::scan(DeviceTable &table) {
     alignas(inotify_event) std::array<char, 16 << 10> events{};
-    while (changes_ && read(changes_.number(), events.data(), events.size()) > 0) {
+    while (changes_ && read(changes_.fd(), events.data(), events.size()) > 0) {
     }
     // Before the check, so that later changes are reported. Watching a folder again has no
     // effect; watches of deleted folders are gone.
@@ -126,8 +126,7 @@ void OfferedFolders::watch() {
         std::filesystem::path level;
         for (const auto &part : std::filesystem::path(folder)) {
             // A watch on the folder itself would report its files.
-            if (changes_ && !level.empty() &&
-                inotify_add_watch(changes_.number(), level.c_str(), CHANGES) < 0) {
+            if (changes_ && !level.empty() && inotify_add_watch(changes_.fd(), level.c_str(), CHANGES) < 0) {
                 break;
             }
             level /= part;

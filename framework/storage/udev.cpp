@@ -93,10 +93,10 @@ Udev::Udev(const char *subsystem, const char *type)
         udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), subsystem, type);
         udev_monitor_set_receive_buffer_size(monitor_.get(), BUFFER_BYTES);
         if (udev_monitor_enable_receiving(monitor_.get()) == 0) {
-            number_ = udev_monitor_get_fd(monitor_.get());
+            fd_ = udev_monitor_get_fd(monitor_.get());
         }
     }
-    if (number_ < 0) {
+    if (fd_ < 0) {
         MRB_LOG_WARNING("Devices (%s) that are added or removed will not be noticed: %s.", subsystem,
                         std::strerror(errno));
     }
@@ -123,7 +123,7 @@ std::vector<UdevDevice> Udev::devices() const {
 
 std::vector<UdevDevice> Udev::events(bool &lost) const {
     std::vector<UdevDevice> found;
-    while (number_ >= 0) {
+    while (fd_ >= 0) {
         errno = 0;
         UdevDevice device(udev_monitor_receive_device(monitor_.get()));
         if (device) {

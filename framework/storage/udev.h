@@ -34,7 +34,7 @@ class Udev {
     explicit Udev(const char *subsystem, const char *type = nullptr);
 
     // Becomes readable when an event arrives; -1 when the monitor could not be started.
-    [[nodiscard]] int number() const { return number_; }
+    [[nodiscard]] int fd() const { return fd_; }
 
     // The devices that exist now.
     [[nodiscard]] std::vector<UdevDevice> devices() const;
@@ -51,7 +51,7 @@ class Udev {
     const char *type_;
     std::unique_ptr<udev, Deleter<udev_unref>> context_;
     std::unique_ptr<udev_monitor, Deleter<udev_monitor_unref>> monitor_;
-    int number_ = -1;
+    int fd_ = -1;
 };
 
 } // namespace mrb

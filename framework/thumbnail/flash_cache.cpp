@@ -46,7 +46,7 @@ bool writeAt(int file, const std::string &text, std::int64_t offset) {
 // Holds the lock that all processes use; other processes do not change the cache during its life.
 class FlashCache::Turn {
   public:
-    explicit Turn(FlashCache &cache) : file_(cache.turns_.number()) {
+    explicit Turn(FlashCache &cache) : file_(cache.turns_.fd()) {
         const auto began = steady_clock::now();
         const auto last = began < cache.heldUntil_ ? began : began + LOCK_TIMEOUT;
         const int error = lockFile(file_, last, BETWEEN_TRIES);
@@ -105,7 +105,7 @@ bool FlashCache::refresh() {
     const bool there = stat(list_.c_str(), &status) == 0;
     if (!journal_ || !there || status.st_ino != inode_ || status.st_size < read_) {
         journal_ = Descriptor(::open(list_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-        if (!journal_ || fstat(journal_.number(), &status) != 0) {
+        if (!journal_ || fstat(journal_.fd(), &status) != 0) {
             return false;
         }
         inode_ = status.st_ino;
@@ -124,7 +124,7 @@ bool FlashCache::readFrom(std::int64_t offset) {
     std::string text;
     char piece[64 << 10];
     ssize_t got = 0;
-    while ((got = pread(journal_.number(), piece, sizeof piece, offset)) > 0) {
+    while ((got = pread(journal_.fd(), piece, sizeof piece, offset)) > 0) {
         text.append(piece, static_cast<std::size_t>(got));
         offset += got;
     }
@@ -182,7 +182,7 @@ void FlashCache::forget(std::uint64_t id) {
 
 bool FlashCache::append(const FlashLine &line) {
     const std::string text = textOf(line);
-    if (ftruncate(journal_.number(), read_) != 0 || !writeAt(journal_.number(), text, read_)) {
+    if (ftruncate(journal_.fd(), read_) != 0 || !writeAt(journal_.fd(), text, read_)) {
         return false;
     }
     read_ += static_cast<std::int64_t>(text.size());
@@ -219,8 +219,8 @@ bool FlashCache::rewriteWhenLong() {
     const std::string unfinished = list_ + ".new";
     Descriptor file(::open(unfinished.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     struct stat status {};
-    if (!file || !writeAt(file.number(), text, 0) || fdatasync(file.number()) != 0 ||
-        fstat(file.number(), &status) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
+    if (!file || !writeAt(file.fd(), text, 0) || fdatasync(file.fd()) != 0 ||
+        fstat(file.fd(), &status) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
         return true; // the long list is still valid
     }
     journal_ = std::move(file);

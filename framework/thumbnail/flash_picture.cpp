@@ -75,10 +75,10 @@ bool writeFlashPicture(const std::string &path, const unsigned char *pixels, int
     const std::string unfinished = path + ".new";
     const Descriptor file(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     const Header header = headerOf(width, height, preset != nullptr);
-    const bool written = file && writeWhole(file.number(), header.data(), header.size()) &&
-                         writeWhole(file.number(), pixels, std::size_t{4} * width * height) &&
-                         (preset == nullptr || writeWhole(file.number(), preset, MRB_THUMB_PRESET_BYTES)) &&
-                         fdatasync(file.number()) == 0 && std::rename(unfinished.c_str(), path.c_str()) == 0;
+    const bool written = file && writeWhole(file.fd(), header.data(), header.size()) &&
+                         writeWhole(file.fd(), pixels, std::size_t{4} * width * height) &&
+                         (preset == nullptr || writeWhole(file.fd(), preset, MRB_THUMB_PRESET_BYTES)) &&
+                         fdatasync(file.fd()) == 0 && std::rename(unfinished.c_str(), path.c_str()) == 0;
     if (!written && file) {
         unlink(unfinished.c_str());
     }
@@ -89,9 +89,9 @@ bool readFlashPicture(const std::string &path, Image &image, std::string *preset
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status {};
     Header header{};
-    if (!file || fstat(file.number(), &status) != 0 ||
+    if (!file || fstat(file.fd(), &status) != 0 ||
         status.st_size != flashPictureBytes(image.width, image.height, preset != nullptr) ||
-        !readWhole(file.number(), header.data(), header.size()) ||
+        !readWhole(file.fd(), header.data(), header.size()) ||
         header != headerOf(image.width, image.height, preset != nullptr)) {
         return false;
     }
@@ -99,8 +99,8 @@ bool readFlashPicture(const std::string &path, Image &image, std::string *preset
     if (preset != nullptr) {
         preset->resize(MRB_THUMB_PRESET_BYTES);
     }
-    return readWhole(file.number(), image.pixels.get(), image.bytes()) &&
-           (preset == nullptr || readWhole(file.number(), preset->data(), preset->size()));
+    return readWhole(file.fd(), image.pixels.get(), image.bytes()) &&
+           (preset == nullptr || readWhole(file.fd(), preset->data(), preset->size()));
 }
 
 } // namespace mrb::thumbnail

@@ -24,7 +24,7 @@ Status MediaFile::open(const std::string &path) {
         return Status::ofErrno(errno, path);
     }
     struct stat status {};
-    if (fstat(file_.number(), &status) != 0) {
+    if (fstat(file_.fd(), &status) != 0) {
         return Status::ofErrno(errno, path);
     }
     if (!S_ISREG(status.st_mode)) {
@@ -42,7 +42,7 @@ Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes 
     bytes.resize(static_cast<std::size_t>(std::max(count, have)));
     while (have < count) {
         const auto piece = static_cast<std::size_t>(std::min(PIECE, count - have));
-        const ssize_t got = pread(file_.number(), bytes.data() + have, piece, have);
+        const ssize_t got = pread(file_.fd(), bytes.data() + have, piece, have);
         if (got < 0 && errno != EINTR) {
             return Status::ofErrno(errno, "reading");
         }

@@ -38,7 +38,7 @@ class MediaFile {
     Status open(const std::string &path);
 
     [[nodiscard]] const FileIdentity &identity() const { return identity_; }
-    [[nodiscard]] int number() const { return file_.number(); }
+    [[nodiscard]] int fd() const { return file_.fd(); }
 
     // Appends the file's bytes to `bytes` until it holds the first `count` of them, or all.
     Status read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const;

@@ -11,7 +11,7 @@ Status MemoryFile::write(const std::string &bytes) {
     file_ = Descriptor(memfd_create("mrb-picture", MFD_CLOEXEC));
     std::size_t written = 0;
     while (file_ && written < bytes.size()) {
-        const ssize_t size = ::write(file_.number(), bytes.data() + written, bytes.size() - written);
+        const ssize_t size = ::write(file_.fd(), bytes.data() + written, bytes.size() - written);
         if (size < 0 && errno != EINTR) {
             break;
         }

@@ -12,7 +12,7 @@ namespace mrb::thumbnail {
 class MemoryFile {
   public:
     Status write(const std::string &bytes);
-    [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(file_.number()); }
+    [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(file_.fd()); }
 
   private:
     Descriptor file_;

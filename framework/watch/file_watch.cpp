@@ -25,7 +25,7 @@ constexpr std::uint32_t WATCHED = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOV
 FileWatch::FileWatch(std::string path)
     : path_(std::move(path)), events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), began_(fileTime()) {
     const std::string folder = path_.substr(0, path_.rfind('/') + 1);
-    if (!events_ || inotify_add_watch(number(), folder.c_str(), WATCHED) < 0) {
+    if (!events_ || inotify_add_watch(fd(), folder.c_str(), WATCHED) < 0) {
         MRB_LOG_WARNING("Changes of %s will not be noticed: %s", path_.c_str(),
                         std::generic_category().message(errno).c_str());
         events_ = Descriptor();
@@ -52,7 +52,7 @@ Change FileWatch::read(const WatchObserver & /*list*/) {
 bool FileWatch::isWritten() {
     const std::string_view name = std::string_view(path_).substr(path_.rfind('/') + 1);
     bool found = false;
-    readEvents(number(), [&](const inotify_event &event) {
+    readEvents(fd(), [&](const inotify_event &event) {
         const bool isLost = (event.mask & IN_Q_OVERFLOW) != 0;
         const bool isClosed = (event.mask & IN_CLOSE_WRITE) != 0 && event.len > 0;
         found = found || isLost || (isClosed && event.name == name);

@@ -19,7 +19,7 @@ class FileWatch final : public Watch {
     void aboutToRead(std::int32_t folder, int descriptor) override;
     // Nothing more is reported: a playlist's items do not disappear with the playlist file.
     void awaitRemoval() override { events_ = Descriptor(); }
-    [[nodiscard]] int number() const override { return events_.number(); }
+    [[nodiscard]] int fd() const override { return events_.fd(); }
     Change read(const WatchObserver &list) override;
     [[nodiscard]] bool sourceIsThere() const override { return true; }
 

@@ -43,7 +43,7 @@ void FolderWatch::aboutToRead(std::int32_t folder, int descriptor) {
     const bool isRoot = folder == ROOT_FOLDER;
     const bool full = folders_.size() >= MAX_FOLDERS;
     const int watch =
-        full ? -1 : inotify_add_watch(number(), path.c_str(), isRoot ? CONTENTS | ITSELF : CONTENTS);
+        full ? -1 : inotify_add_watch(fd(), path.c_str(), isRoot ? CONTENTS | ITSELF : CONTENTS);
     if (watch >= 0) {
         folders_.try_emplace(watch, folder);
         if (isRoot) {
@@ -78,18 +78,18 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
     int expected = 0; // bytes in the old queue
     for (const auto &[watch, folder] : folders_) {
         if (watch != rootWatch_) {
-            inotify_rm_watch(number(), watch);
+            inotify_rm_watch(fd(), watch);
             expected = sizeof(inotify_event);
             break;
         }
     }
     Descriptor events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    const int watch = events ? inotify_add_watch(events.number(), root_.c_str(), mask) : -1;
+    const int watch = events ? inotify_add_watch(events.fd(), root_.c_str(), mask) : -1;
     if (watch < 0) {
         return; // The old instance serves as well.
     }
     int waiting = 0;
-    lost_ = ioctl(number(), FIONREAD, &waiting) != 0 || waiting > expected;
+    lost_ = ioctl(fd(), FIONREAD, &waiting) != 0 || waiting > expected;
     events_ = std::move(events);
     rootWatch_ = watch;
     folders_ = {{watch, ROOT_FOLDER}};
@@ -97,7 +97,7 @@ void FolderWatch::watchRootOnly(std::uint32_t mask) {
 
 Change FolderWatch::read(const WatchObserver &list) {
     Change change = std::exchange(lost_, false) ? Change::CHANGED : Change::NONE;
-    readEvents(number(), [&](const inotify_event &event) {
+    readEvents(fd(), [&](const inotify_event &event) {
         // Several changes count as one.
         const bool asksRoot = event.wd == rootWatch_ && (event.mask & ENDED) != 0;
         if (change == Change::NONE || (change == Change::CHANGED && asksRoot)) {

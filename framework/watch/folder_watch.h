@@ -25,7 +25,7 @@ class FolderWatch final : public Watch {
     // watched, and a warning is logged.
     void aboutToRead(std::int32_t folder, int descriptor) override;
     void awaitRemoval() override;
-    [[nodiscard]] int number() const override { return events_.number(); }
+    [[nodiscard]] int fd() const override { return events_.fd(); }
     Change read(const WatchObserver &list) override;
     [[nodiscard]] bool sourceIsThere() const override;
 

@@ -48,7 +48,7 @@ class Watch {
     virtual void awaitRemoval() = 0;
 
     // The descriptor to poll; negative: nothing is watched.
-    [[nodiscard]] virtual int number() const = 0;
+    [[nodiscard]] virtual int fd() const = 0;
 
     // What the events that have arrived mean for `list`; lost events count as a change.
     // Never waits for more.

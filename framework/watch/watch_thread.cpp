@@ -34,7 +34,7 @@ WatchThread::Time WatchThread::Entry::due() const {
 WatchThread::~WatchThread() { finish(Time::max()); }
 
 void WatchThread::watch(const std::shared_ptr<WatchObserver> &list, std::unique_ptr<Watch> source) {
-    if (source->number() < 0) {
+    if (source->fd() < 0) {
         return; // The watch has logged why.
     }
     std::unique_lock guard(lock_);
@@ -90,16 +90,16 @@ void WatchThread::start() {
     thread_.start([this] { run(); });
 }
 
-void WatchThread::wake() const { eventfd_write(wake_.number(), 1); }
+void WatchThread::wake() const { eventfd_write(wake_.fd(), 1); }
 
 void WatchThread::run() {
     Entries entries;
     std::vector<pollfd> polled;
     while (collect(entries)) {
-        polled.assign({{wake_.number(), POLLIN, 0}, {mounts_.number(), POLLPRI, 0}});
+        polled.assign({{wake_.fd(), POLLIN, 0}, {mounts_.fd(), POLLPRI, 0}});
         Time due = Time::max();
         for (const auto &entry : entries) {
-            polled.push_back({entry->source->number(), POLLIN, 0});
+            polled.push_back({entry->source->fd(), POLLIN, 0});
             due = entry->changed ? std::min(due, entry->due()) : due;
         }
         int timeout = -1;
@@ -109,7 +109,7 @@ void WatchThread::run() {
         }
         poll(polled.data(), polled.size(), timeout);
         eventfd_t ignored = 0;
-        eventfd_read(wake_.number(), &ignored);
+        eventfd_read(wake_.fd(), &ignored);
         const bool mountsChanged = polled[MOUNTS].revents != 0;
         for (std::size_t index = 0; index < entries.size(); ++index) {
             try {

@@ -61,11 +61,11 @@ AddressMonitor::AddressMonitor(GMainContext *context, std::function<void()> onCh
     sockaddr_nl name = {};
     name.nl_family = AF_NETLINK;
     name.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR;
-    if (!socket_ || bind(socket_.number(), reinterpret_cast<const sockaddr *>(&name), sizeof name) != 0) {
+    if (!socket_ || bind(socket_.fd(), reinterpret_cast<const sockaddr *>(&name), sizeof name) != 0) {
         MRB_LOG_WARNING("Added and removed networks will not be noticed: %s.", std::strerror(errno));
         return;
     }
-    source_.reset(g_unix_fd_source_new(socket_.number(), G_IO_IN));
+    source_.reset(g_unix_fd_source_new(socket_.fd(), G_IO_IN));
     // GLib calls it with the arguments of a GUnixFDSourceFunc.
     g_source_set_callback(source_.get(), G_SOURCE_FUNC(onMessages), this, nullptr);
     g_source_attach(source_.get(), context);

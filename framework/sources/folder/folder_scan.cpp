@@ -41,7 +41,7 @@ FolderScan::Step FolderScan::visitNext() {
     const std::string name(names_.begin() + static_cast<std::ptrdiff_t>(pending.name), names_.end());
     names_.resize(pending.name);
     // Without following a link: the folder may have been replaced by a link.
-    Descriptor folder(openat(pending.parent->number(), name.c_str(),
+    Descriptor folder(openat(pending.parent->fd(), name.c_str(),
                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     const int error = folder ? 0 : errno;
     if (error == ENOENT || error == ENOTDIR || error == ELOOP) {
@@ -49,9 +49,9 @@ FolderScan::Step FolderScan::visitNext() {
     }
     FileStat stat;
     if (folder) {
-        statFile(folder.number(), "", stat);
+        statFile(folder.fd(), "", stat);
     } else {
-        statFile(pending.parent->number(), name.c_str(), stat);
+        statFile(pending.parent->fd(), name.c_str(), stat);
     }
     const std::int32_t number = sink_.addFolder(pending.parentFolder, name);
     const SourceItem item{.name = name,
@@ -77,11 +77,11 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
                                           int level, const std::string &name) {
     files_.clear();
     folders_.clear();
-    sink_.aboutToRead(number, folder->number());
+    sink_.aboutToRead(number, folder->fd());
     if (mounts_ != nullptr) {
-        mounts_->add(folder->number());
+        mounts_->add(folder->fd());
     }
-    int error = reader_.read(folder->number(), files_, folders_);
+    int error = reader_.read(folder->fd(), files_, folders_);
     if (!addFiles(*folder, number, error)) {
         return end(Status::cancelled());
     }
@@ -125,7 +125,7 @@ bool FolderScan::add(const Descriptor &folder, std::span<const std::uint32_t> fi
         }
         const std::string_view name = files_.name(file);
         FileStat stat = files_.stat(file).value_or(FileStat{});
-        const int error = files_.stat(file) ? 0 : FolderReader::readFile(folder.number(), name.data(), stat);
+        const int error = files_.stat(file) ? 0 : FolderReader::readFile(folder.fd(), name.data(), stat);
         if (error == 0) {
             run.push_back({name, {}, number, files_.type(file), stat.size, stat.modified, stat.created});
         } else if (error != ENOENT && failure == 0) {

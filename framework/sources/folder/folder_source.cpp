@@ -59,7 +59,7 @@ Status FolderSource::make(const ListRequest &request, std::unique_ptr<Source> &s
 
 FolderSource::FolderSource(std::string path, Descriptor folder)
     : path_(std::move(path)), folder_(std::move(folder)) {
-    mounts_.add(folder_.number());
+    mounts_.add(folder_.fd());
 }
 
 FillResult FolderSource::fill(ItemSink &sink) {

@@ -26,7 +26,7 @@ int openPlaylist(const std::string &path, Descriptor &file) {
     // Non-blocking, since opening a pipe would wait for its writer.
     Descriptor opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
-    if (!opened || fstat(opened.number(), &status) != 0) {
+    if (!opened || fstat(opened.fd(), &status) != 0) {
         return errno;
     }
     if (!S_ISREG(status.st_mode)) {
@@ -100,7 +100,7 @@ bool PlaylistReader::open(const std::string &real, Descriptor &file) {
 
 PlaylistReader::Identity PlaylistReader::identityOf(const Descriptor &file) {
     struct stat status {};
-    return fstat(file.number(), &status) == 0 ? Identity{status.st_dev, status.st_ino} : Identity{};
+    return fstat(file.fd(), &status) == 0 ? Identity{status.st_dev, status.st_ino} : Identity{};
 }
 
 int PlaylistReader::read(const Descriptor &file, Reading &reading) {
@@ -128,7 +128,7 @@ int PlaylistReader::feed(const Descriptor &file, PlaylistParser &parser, Reading
             isFull_ = true;
             break;
         }
-        const ssize_t size = ::read(file.number(), buffer.get(), PIECE);
+        const ssize_t size = ::read(file.fd(), buffer.get(), PIECE);
         if (size < 0 && errno != EINTR) {
             return errno;
         }

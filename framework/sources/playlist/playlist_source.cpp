@@ -66,7 +66,7 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
         }
     } else {
         const Descriptor file = std::exchange(file_, Descriptor());
-        sink.aboutToRead(ROOT_FOLDER, file.number());
+        sink.aboutToRead(ROOT_FOLDER, file.fd());
         if (const int error = reader.addEntries(file, path_); error != 0 && !reader.isFull()) {
             result.outcome = Status::ofErrno(error, path_);
         }

@@ -91,7 +91,7 @@ int AvInput::read(void *self, std::uint8_t *buffer, int size) {
     if (input.stop_.isCancelled()) {
         return AVERROR_EXIT;
     }
-    const ssize_t got = pread(input.file_.number(), buffer, static_cast<std::size_t>(size), input.at_);
+    const ssize_t got = pread(input.file_.fd(), buffer, static_cast<std::size_t>(size), input.at_);
     if (got < 0) {
         input.error_ = errno;
         return AVERROR(errno);

@@ -34,24 +34,23 @@ class FileLock : public testing::Test {
 
 TEST_F(FileLock, IsTakenWhereNoOtherHoldsIt) {
     const Descriptor file = openFile();
-    EXPECT_EQ(lockFile(file.number(), steady_clock::now(), INTERVAL), 0);
+    EXPECT_EQ(lockFile(file.fd(), steady_clock::now(), INTERVAL), 0);
 }
 
 TEST_F(FileLock, IsRefusedAtTheDeadlineWhileAnotherHoldsIt) {
     const Descriptor holder = openFile();
     const Descriptor file = openFile();
-    ASSERT_EQ(lockFile(holder.number(), inTime(), INTERVAL), 0);
-    EXPECT_EQ(lockFile(file.number(), steady_clock::now(), INTERVAL), EWOULDBLOCK);
-    EXPECT_EQ(lockFile(file.number(), steady_clock::now() + milliseconds(20), INTERVAL), EWOULDBLOCK);
+    ASSERT_EQ(lockFile(holder.fd(), inTime(), INTERVAL), 0);
+    EXPECT_EQ(lockFile(file.fd(), steady_clock::now(), INTERVAL), EWOULDBLOCK);
+    EXPECT_EQ(lockFile(file.fd(), steady_clock::now() + milliseconds(20), INTERVAL), EWOULDBLOCK);
 }
 
 TEST_F(FileLock, IsTakenOnceTheOtherUnlocksIt) {
     const Descriptor holder = openFile();
     const Descriptor file = openFile();
-    ASSERT_EQ(lockFile(holder.number(), inTime(), INTERVAL), 0);
-    auto waiting =
-        std::async(std::launch::async, [&] { return lockFile(file.number(), inTime(), INTERVAL); });
-    mrb::unlockFile(holder.number());
+    ASSERT_EQ(lockFile(holder.fd(), inTime(), INTERVAL), 0);
+    auto waiting = std::async(std::launch::async, [&] { return lockFile(file.fd(), inTime(), INTERVAL); });
+    mrb::unlockFile(holder.fd());
     EXPECT_EQ(waiting.get(), 0);
 }
 
@@ -59,9 +58,9 @@ TEST_F(FileLock, IsReleasedWithItsDescriptor) {
     const Descriptor file = openFile();
     {
         const Descriptor holder = openFile();
-        ASSERT_EQ(lockFile(holder.number(), inTime(), INTERVAL), 0);
+        ASSERT_EQ(lockFile(holder.fd(), inTime(), INTERVAL), 0);
     }
-    EXPECT_EQ(lockFile(file.number(), steady_clock::now(), INTERVAL), 0);
+    EXPECT_EQ(lockFile(file.fd(), steady_clock::now(), INTERVAL), 0);
 }
 
 TEST_F(FileLock, ReturnsWhyAFileCannotBeLocked) { EXPECT_EQ(lockFile(-1, inTime(), INTERVAL), EBADF); }

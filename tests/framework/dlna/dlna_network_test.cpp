@@ -46,8 +46,8 @@ class PortShortage {
             name.sin_family = AF_INET;
             name.sin_port = htons(static_cast<in_port_t>(port));
             EXPECT_EQ(inet_pton(AF_INET, address, &name.sin_addr), 1);
-            EXPECT_EQ(bind(taken.number(), reinterpret_cast<const sockaddr *>(&name), sizeof name), 0);
-            EXPECT_EQ(listen(taken.number(), 1), 0);
+            EXPECT_EQ(bind(taken.fd(), reinterpret_cast<const sockaddr *>(&name), sizeof name), 0);
+            EXPECT_EQ(listen(taken.fd(), 1), 0);
         }
     }
 

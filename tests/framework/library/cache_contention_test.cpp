@@ -146,7 +146,7 @@ TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
 // As after a program that was stopped while it created the file.
 TEST_F(CacheContention, NoCallWaitsForAProgramThatKeepsItsTurn) {
     const mrb::Descriptor turn(open(cache_.path("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    ASSERT_EQ(flock(turn.number(), LOCK_EX), 0);
+    ASSERT_EQ(flock(turn.fd(), LOCK_EX), 0);
     const MediaItem song = item("a.flac");
     mrb::MediaLibrary library(cache_.path(), readSong);
     std::promise<void> freed;
@@ -156,5 +156,5 @@ TEST_F(CacheContention, NoCallWaitsForAProgramThatKeepsItsTurn) {
         EXPECT_EQ(title(*library.known(song)), "Mine");
     });
     EXPECT_EQ(calls.wait_for(support::LIMIT / 4), std::future_status::ready);
-    flock(turn.number(), LOCK_UN);
+    flock(turn.fd(), LOCK_UN);
 }

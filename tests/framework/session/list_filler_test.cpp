@@ -134,14 +134,14 @@ TEST(ListFiller, WhatIsReadIsWatchedFromThenOn) {
     Filling filling(
         [&](mrb::ItemSink &sink) {
             const mrb::Descriptor open(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            sink.aboutToRead(mrb::ROOT_FOLDER, open.number());
+            sink.aboutToRead(mrb::ROOT_FOLDER, open.fd());
             return mrb::FillResult{};
         },
         {}, folder.path());
     EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_NONE);
     const std::unique_ptr<mrb::Watch> watch = filling.filler.takeWatch();
     ASSERT_TRUE(watch);
-    EXPECT_GE(watch->number(), 0);
+    EXPECT_GE(watch->fd(), 0);
     EXPECT_TRUE(watch->sourceIsThere());
 }
 

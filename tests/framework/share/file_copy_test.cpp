@@ -28,7 +28,7 @@ TEST(FileCopier, EveryWayCopiesTheSameBytes) {
             copier.beginWith(strategy);
             std::uint64_t last = 0;
             const mrb::CopyResult end =
-                copier.copy(from.number(), "from", to.number(), size, [&](std::uint64_t bytes) {
+                copier.copy(from.fd(), "from", to.fd(), size, [&](std::uint64_t bytes) {
                     EXPECT_GT(bytes, last);
                     last = bytes;
                     return true;
@@ -54,17 +54,17 @@ TEST(FileCopier, ReturnsTheSideThatFailed) {
         const mrb::Descriptor to(
             ::open(folder.path("to").c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0600));
         const mrb::Descriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-        const mrb::CopyResult shorter = copy(from.number(), to.number(), 1001);
+        const mrb::CopyResult shorter = copy(from.fd(), to.fd(), 1001);
         EXPECT_EQ(shorter.source.code, MRB_ERR_IO);
         EXPECT_EQ(shorter.source.message, "from: the file became shorter while it was copied.");
         EXPECT_EQ(shorter.destinationError, 0);
         EXPECT_EQ(shorter.bytes, 1000U);
-        lseek(from.number(), 0, SEEK_SET);
-        const mrb::CopyResult tooLarge = copy(from.number(), full.number(), 1000);
+        lseek(from.fd(), 0, SEEK_SET);
+        const mrb::CopyResult tooLarge = copy(from.fd(), full.fd(), 1000);
         EXPECT_EQ(tooLarge.destinationError, ENOSPC);
         EXPECT_TRUE(tooLarge.source.ok());
         const mrb::Descriptor directory(::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC));
-        EXPECT_EQ(copy(directory.number(), to.number(), 1000).source.code, mrb::resultOfErrno(EISDIR));
+        EXPECT_EQ(copy(directory.fd(), to.fd(), 1000).source.code, mrb::resultOfErrno(EISDIR));
     }
 }
 
@@ -73,7 +73,7 @@ TEST(FileCopier, StopsOnCancellation) {
     support::writeNoise(folder.path("from"), 5UL << 20, 1);
     const mrb::Descriptor from(::open(folder.path("from").c_str(), O_RDONLY | O_CLOEXEC));
     const mrb::Descriptor to(::open(folder.path("to").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
-    const mrb::CopyResult end = mrb::FileCopier().copy(from.number(), "from", to.number(), 5UL << 20,
+    const mrb::CopyResult end = mrb::FileCopier().copy(from.fd(), "from", to.fd(), 5UL << 20,
                                                        [](std::uint64_t bytes) { return bytes < 2UL << 20; });
     EXPECT_TRUE(end.stopped);
     EXPECT_EQ(std::filesystem::file_size(folder.path("to")), 2UL << 20);

@@ -33,7 +33,7 @@ class NewFiles : public testing::TestWithParam<NewFile::Kind> {
     NewFile make() {
         NewFile file;
         EXPECT_EQ(NewFile::make(root.folder(), 0666, file, GetParam()), 0);
-        EXPECT_EQ(write(file.number(), "whole", 5), 5);
+        EXPECT_EQ(write(file.fd(), "whole", 5), 5);
         return file;
     }
 
@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(Share, NewFiles, testing::Values(NewFile::Kind::UNNAMED
 TEST_P(Renames, MoveAFileAndReplaceNothing) {
     const Folder folder;
     const mrb::RootFolder root = open(folder.path());
-    const int at = root.folder()->descriptor.number();
+    const int at = root.folder()->descriptor.fd();
     folder.file("from", 5);
     folder.file("taken", 3);
     folder.link("nowhere", "link");

@@ -45,23 +45,23 @@ class Bus {
     void plug(bool isPlugged) {
         const std::lock_guard guard(lock_);
         isPlugged_ = isPlugged;
-        eventfd_write(news_.number(), 1);
+        eventfd_write(news_.fd(), 1);
     }
     void hold() { setHeld(true); }
     void release() { setHeld(false); }
 
     // Waits until a scan hangs, which an event on the bus causes.
     void awaitHeldLook() {
-        eventfd_write(news_.number(), 1);
+        eventfd_write(news_.fd(), 1);
         std::unique_lock guard(lock_);
         EXPECT_TRUE(change_.wait_for(guard, support::LIMIT, [this] { return looking_ > 0; }));
     }
 
-    [[nodiscard]] int number() const { return news_.number(); }
+    [[nodiscard]] int fd() const { return news_.fd(); }
     bool scan() {
         std::unique_lock guard(lock_);
         eventfd_t ignored = 0;
-        eventfd_read(news_.number(), &ignored);
+        eventfd_read(news_.fd(), &ignored);
         looking_ += isHeld_ ? 1 : 0;
         change_.notify_all();
         change_.wait(guard, [this] { return !isHeld_; });
@@ -88,7 +88,7 @@ class BusSource final : public mrb::DeviceSource {
   public:
     explicit BusSource(Bus &bus) : bus_(bus) {}
     void addDescriptors(std::vector<pollfd> &waited) const override {
-        waited.push_back({bus_.number(), POLLIN, 0});
+        waited.push_back({bus_.fd(), POLLIN, 0});
     }
     void scan(DeviceTable &table) override {
         if (bus_.scan()) {

@@ -27,7 +27,7 @@ struct World {
     void set(bool isThere) {
         const std::lock_guard guard(lock);
         steps.push_back(isThere);
-        eventfd_write(wakeUp.number(), 1);
+        eventfd_write(wakeUp.fd(), 1);
     }
 
     std::mutex lock;
@@ -39,12 +39,12 @@ class Source final : public mrb::DeviceSource {
   public:
     explicit Source(World &world) : world_(world) {}
     void addDescriptors(std::vector<pollfd> &waited) const override {
-        waited.push_back({world_.wakeUp.number(), POLLIN, 0});
+        waited.push_back({world_.wakeUp.fd(), POLLIN, 0});
     }
     void scan(DeviceTable &table) override {
         const std::lock_guard guard(world_.lock);
         eventfd_t ignored = 0;
-        eventfd_read(world_.wakeUp.number(), &ignored);
+        eventfd_read(world_.wakeUp.fd(), &ignored);
         for (const bool isThere : std::exchange(world_.steps, {})) {
             if (isThere) {
                 table.set("own", Device{});

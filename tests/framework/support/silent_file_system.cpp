@@ -17,7 +17,7 @@ std::vector<const char *> silentFileSystems() {
 
 SilentFileSystem::SilentFileSystem(const char *type) : program_(openFuse()) {
     const std::string options =
-        "fd=" + std::to_string(program_.number()) + ",rootmode=40000,user_id=0,group_id=0";
+        "fd=" + std::to_string(program_.fd()) + ",rootmode=40000,user_id=0,group_id=0";
     EXPECT_EQ(mount("dead", path().c_str(), type, 0, options.c_str()), 0);
 }
 

@@ -33,7 +33,7 @@ class OtherProgram {
     explicit OtherProgram(const std::string &list) {
         std::filesystem::create_directories(list + ".d");
         turn_ = mrb::Descriptor(open((list + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-        EXPECT_EQ(flock(turn_.number(), LOCK_EX), 0);
+        EXPECT_EQ(flock(turn_.fd(), LOCK_EX), 0);
     }
     void goOn() { turn_ = mrb::Descriptor(); }
 

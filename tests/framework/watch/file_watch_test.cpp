@@ -23,7 +23,7 @@ TEST(FileWatch, AReplacementBetweenOpeningAndWatchingIsAChange) {
     const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
     fs::rename(folder.path("q.m3u"), folder.path("p.m3u"));
     mrb::FileWatch watch(folder.path("p.m3u"));
-    watch.aboutToRead(mrb::ROOT_FOLDER, file.number());
+    watch.aboutToRead(mrb::ROOT_FOLDER, file.fd());
     EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::CHANGED);
 }
 
@@ -32,10 +32,10 @@ TEST(FileWatch, NothingIsWatchedOnceAChangeWasReported) {
     writeText(folder, "p.m3u", "a.mp3\n");
     const mrb::Descriptor file(open(folder.path("p.m3u").c_str(), O_RDONLY | O_CLOEXEC));
     mrb::FileWatch watch(folder.path("p.m3u"));
-    watch.aboutToRead(mrb::ROOT_FOLDER, file.number());
+    watch.aboutToRead(mrb::ROOT_FOLDER, file.fd());
     EXPECT_EQ(watch.read(support::AcceptAll()), mrb::Change::NONE);
-    EXPECT_GE(watch.number(), 0);
+    EXPECT_GE(watch.fd(), 0);
     watch.awaitRemoval();
-    EXPECT_LT(watch.number(), 0);
+    EXPECT_LT(watch.fd(), 0);
     EXPECT_TRUE(watch.sourceIsThere());
 }

@@ -132,12 +132,12 @@ TEST_F(SystemLimits, WithoutDescriptorsNothingIsWatched) {
     const mrb::Descriptor opened(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit tight{static_cast<rlim_t>(opened.number()) + 1, before.rlim_max};
+    const rlimit tight{static_cast<rlim_t>(opened.fd()) + 1, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
     mrb::FolderWatch watch(folder.path());
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-    watch.aboutToRead(mrb::ROOT_FOLDER, opened.number());
-    EXPECT_LT(watch.number(), 0);
+    watch.aboutToRead(mrb::ROOT_FOLDER, opened.fd());
+    EXPECT_LT(watch.fd(), 0);
     const std::string log = testing::internal::GetCapturedStderr();
     EXPECT_EQ(lines(log, "Changes below"), 1U) << log;
 }

@@ -45,7 +45,7 @@ bool isReadable(int descriptor) {
 
 void aboutToRead(mrb::FolderWatch &watch, std::int32_t number, const std::string &path) {
     const mrb::Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    watch.aboutToRead(number, folder.number());
+    watch.aboutToRead(number, folder.fd());
 }
 
 } // namespace
@@ -99,7 +99,7 @@ TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     folder.folder("sub");
     ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
-    ASSERT_GE(watch.number(), 0);
+    ASSERT_GE(watch.fd(), 0);
     aboutToRead(watch, mrb::ROOT_FOLDER, folder.path());
     aboutToRead(watch, 1, folder.path("sub"));
     for (std::int32_t number = 2; number <= static_cast<std::int32_t>(mrb::FolderWatch::MAX_FOLDERS);
@@ -111,17 +111,17 @@ TEST(WatchLimits, BeyondTheMaximumOfFoldersOnlyTheRootIsWatched) {
     // The folders made for the purpose are changes too, also those reported to the
     // instance that was closed.
     EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::CHANGED);
-    while (isReadable(watch.number())) {
+    while (isReadable(watch.fd())) {
         static_cast<void>(watch.read(AcceptAll()));
     }
     folder.file("sub/a.jpg");
-    while (isReadable(watch.number())) {
+    while (isReadable(watch.fd())) {
         EXPECT_EQ(watch.read(AcceptAll()), mrb::Change::NONE);
     }
     folder.file("b.jpg");
     // The kernel may still send events of the watches that were closed.
     EXPECT_TRUE(support::waitUntil(
-        [&] { return isReadable(watch.number()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
+        [&] { return isReadable(watch.fd()) && watch.read(AcceptAll()) == mrb::Change::CHANGED; }));
 }
 
 TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {
@@ -129,7 +129,7 @@ TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {
     folder.file("a.txt");
     ASSERT_TRUE(support::instanceIsFree());
     mrb::FolderWatch watch(folder.path());
-    ASSERT_GE(watch.number(), 0);
+    ASSERT_GE(watch.fd(), 0);
     aboutToRead(watch, mrb::ROOT_FOLDER, folder.path());
     // None of it is listed, so that only the overflow can be the change. Two names
     // in turn, since the kernel merges events that are alike.
@@ -139,7 +139,7 @@ TEST(WatchLimits, AnOverflowOfTheQueueIsAChange) {
     }
     mrb::Change change = mrb::Change::NONE;
     // A read takes part of a long queue only.
-    while (change == mrb::Change::NONE && isReadable(watch.number())) {
+    while (change == mrb::Change::NONE && isReadable(watch.fd())) {
         change = watch.read(AcceptAll());
     }
     EXPECT_EQ(change, mrb::Change::CHANGED);

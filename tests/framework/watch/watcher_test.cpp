@@ -34,7 +34,7 @@ struct ScriptedWatch final : mrb::Watch {
 
     void aboutToRead(std::int32_t /*folder*/, int /*descriptor*/) override {}
     void awaitRemoval() override {}
-    [[nodiscard]] int number() const override { return never_.number(); }
+    [[nodiscard]] int fd() const override { return never_.fd(); }
     mrb::Change read(const mrb::WatchObserver & /*list*/) override {
         read_();
         return mrb::Change::NONE;
