@@ -89,7 +89,7 @@ class Camera {
     virtual Status listFiles(const std::string &folder, std::vector<std::string> &names) = 0;
     virtual Status listFolders(const std::string &folder, std::vector<std::string> &names) = 0;
 
-    virtual Status readStatus(const CameraPath &file, CameraFileStatus &status) = 0;
+    virtual Status readStatus(const CameraPath &file, CameraFileStatus &fileStatus) = 0;
 
     // Reads up to `length` bytes from `offset` on; `got` is the number of bytes read.
     // MRB_ERR_NOT_SUPPORTED: this camera transfers whole files only.

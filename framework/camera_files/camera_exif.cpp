@@ -23,8 +23,8 @@ constexpr char START_OF_SCAN = '\xda';
 
 // Some drivers supply an IFD without entries where they find no EXIF data.
 bool saysAnything(const std::string &exif) {
-    const Metadata status = metadataOfExif(exif);
-    const auto isSaid = [&status](MetadataKey key) { return status.has(key); };
+    const Metadata fileStatus = metadataOfExif(exif);
+    const auto isSaid = [&fileStatus](MetadataKey key) { return fileStatus.has(key); };
     constexpr MetadataKey SAID[] = {
         MetadataKey::ORIENTATION, MetadataKey::MODEL, MetadataKey::DATE_TAKEN, MetadataKey::EXPOSURE_TIME,
         MetadataKey::F_NUMBER,    MetadataKey::ISO,   MetadataKey::LATITUDE,   MetadataKey::WIDTH};
@@ -105,10 +105,10 @@ Metadata metadataOfExif(const std::string &exif) {
     const auto size = static_cast<std::int64_t>(jpeg.size());
     MediaFile file;
     file.open(std::make_unique<BytesInMemory>(std::move(jpeg), size, 0));
-    Metadata status;
+    Metadata fileStatus;
     Status ignored; // in memory, nothing can fail permanently
-    readMetadata(file, "exif.jpg", status, ignored);
-    return status;
+    readMetadata(file, "exif.jpg", fileStatus, ignored);
+    return fileStatus;
 }
 
 // ISO/IEC 10918-1, annex B.

@@ -76,12 +76,12 @@ Status CameraFile::run(const CameraTimeout &timeout, CameraService::Work work) c
         device_);
 }
 
-Status CameraFile::readStatus(const CameraTimeout &timeout, CameraFileStatus &status) const {
+Status CameraFile::readStatus(const CameraTimeout &timeout, CameraFileStatus &fileStatus) const {
     const auto received = std::make_shared<CameraFileStatus>();
     Status outcome =
         run(timeout, [received, path = path_](Camera &camera) { return camera.readStatus(path, *received); });
     if (outcome.ok()) {
-        status = *received;
+        fileStatus = *received;
     }
     return outcome;
 }

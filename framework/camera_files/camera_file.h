@@ -32,7 +32,7 @@ class CameraFile {
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
 
-    Status readStatus(const CameraTimeout &timeout, CameraFileStatus &status) const;
+    Status readStatus(const CameraTimeout &timeout, CameraFileStatus &fileStatus) const;
 
     // Appends up to `length` bytes from `offset` on.
     Status readAt(const CameraTimeout &timeout, std::uint64_t offset, std::size_t length,

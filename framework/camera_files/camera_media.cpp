@@ -22,9 +22,9 @@ std::chrono::milliseconds timeUntil(Clock::time_point deadline) {
 // The first bytes of a file from memory, others by requests to the camera.
 class CameraBytes final : public MediaBytes {
   public:
-    CameraBytes(CameraFile file, CameraFileStatus status, CancellationToken cancellation,
+    CameraBytes(CameraFile file, CameraFileStatus fileStatus, CancellationToken cancellation,
                 Clock::time_point deadline, std::string head)
-        : file_(std::move(file)), metadata_(status), cancellation_(std::move(cancellation)),
+        : file_(std::move(file)), metadata_(fileStatus), cancellation_(std::move(cancellation)),
           deadline_(deadline), head_(std::move(head)) {}
 
     [[nodiscard]] std::int64_t size() const override { return std::max<std::int64_t>(metadata_.size, 0); }
@@ -75,9 +75,9 @@ class CameraBytes final : public MediaBytes {
 
 // For a camera that transfers whole files only.
 Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout,
-                         const CameraFileStatus &status, std::string &bytes) {
-    const bool isLong = status.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
-    if (!hasExif(source) || (status.width <= 0 && !isLong)) {
+                         const CameraFileStatus &fileStatus, std::string &bytes) {
+    const bool isLong = fileStatus.size > static_cast<std::int64_t>(MAX_FETCHED_FOR_METADATA);
+    if (!hasExif(source) || (fileStatus.width <= 0 && !isLong)) {
         return source.read(timeout, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
     }
     std::string exif;
@@ -87,10 +87,10 @@ Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout,
     }
     std::string head;
     if (exif.empty()) {
-        outcome = source.readBeginning(timeout, status.size, HEAD_BYTES, head);
+        outcome = source.readBeginning(timeout, fileStatus.size, HEAD_BYTES, head);
         exif = exifIn(head);
     }
-    bytes = status.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, status.width, status.height);
+    bytes = fileStatus.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, fileStatus.width, fileStatus.height);
     // A JPEG header with its size in pixels is metadata without EXIF data too.
     return endsAll(outcome) ? outcome : Status();
 }
@@ -106,24 +106,24 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     }
     const CancellationToken cancellation = [&file] { return file.isCancelled(); };
     const auto timeout = [&] { return CameraTimeout{cancellation, timeUntil(deadline)}; };
-    CameraFileStatus status;
-    outcome = source->readStatus(timeout(), status);
+    CameraFileStatus fileStatus;
+    outcome = source->readStatus(timeout(), fileStatus);
     std::string bytes;
     if (outcome.ok()) {
-        const auto size = static_cast<std::uint64_t>(status.size < 0 ? HEAD_BYTES : status.size);
+        const auto size = static_cast<std::uint64_t>(fileStatus.size < 0 ? HEAD_BYTES : fileStatus.size);
         outcome = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
-    if (outcome.ok() && status.size < 0) {
+    if (outcome.ok() && fileStatus.size < 0) {
         // The end of the file is unknown, and some cameras take a read beyond it for an error.
-        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, status.modified));
+        file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, fileStatus.modified));
     } else if (outcome.ok()) {
-        file.open(std::make_unique<CameraBytes>(*source, status, cancellation, deadline, std::move(bytes)));
+        file.open(std::make_unique<CameraBytes>(*source, fileStatus, cancellation, deadline, std::move(bytes)));
     } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-        outcome = readWithoutPieces(*source, timeout(), status, bytes);
+        outcome = readWithoutPieces(*source, timeout(), fileStatus, bytes);
         if (outcome.ok()) {
-            const auto size = status.size < 0 ? static_cast<std::int64_t>(bytes.size()) : status.size;
-            file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, status.modified));
+            const auto size = fileStatus.size < 0 ? static_cast<std::int64_t>(bytes.size()) : fileStatus.size;
+            file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, fileStatus.modified));
         }
     }
     return outcome;

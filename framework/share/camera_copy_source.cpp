@@ -48,19 +48,19 @@ Status CameraCopySource::open(const ItemInfo &item, const CancellationToken &can
     name_ = displayText(item.name);
     Status outcome;
     const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locationOf(item).url, outcome);
-    CameraFileStatus status;
+    CameraFileStatus fileStatus;
     if (source) {
-        outcome = source->readStatus({cancellation}, status);
+        outcome = source->readStatus({cancellation}, fileStatus);
     }
     if (!outcome.ok()) {
         return about(name_, std::move(outcome));
     }
-    size_ = status.size;
+    size_ = fileStatus.size;
     file.size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
     file.mode = COPIED_MODE;
     file.times[0].tv_nsec = UTIME_NOW;
-    file.times[1].tv_nsec = status.modified < 0 ? UTIME_NOW : 0;
-    file.times[1].tv_sec = std::max<std::int64_t>(status.modified, 0);
+    file.times[1].tv_nsec = fileStatus.modified < 0 ? UTIME_NOW : 0;
+    file.times[1].tv_sec = std::max<std::int64_t>(fileStatus.modified, 0);
     download_ = std::make_unique<CameraDownload>(*source, size_, cancellation);
     return {};
 }

@@ -59,13 +59,13 @@ Status LocalCopySource::openFile(std::string_view path, LastLink link, const Mou
     if (!file_) {
         return outcomeOfFile(errno, name);
     }
-    struct stat status {};
-    if (fstat(file_.fd(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return outcomeOfFile(S_ISREG(status.st_mode) ? errno : ENOENT, name);
+    struct stat fileStat {};
+    if (fstat(file_.fd(), &fileStat) != 0 || !S_ISREG(fileStat.st_mode)) {
+        return outcomeOfFile(S_ISREG(fileStat.st_mode) ? errno : ENOENT, name);
     }
     name_ = name;
-    size_ = static_cast<std::uint64_t>(status.st_size);
-    file = {size_, status.st_mode & COPIED_MODE, {status.st_atim, status.st_mtim}};
+    size_ = static_cast<std::uint64_t>(fileStat.st_size);
+    file = {size_, fileStat.st_mode & COPIED_MODE, {fileStat.st_atim, fileStat.st_mtim}};
     return {};
 }
 

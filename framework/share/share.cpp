@@ -59,9 +59,9 @@ void Share::conclude(const JobEnd &end) {
     if (!std::exchange(started_, true)) {
         events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
     }
-    status_.done_file_count = end.files;
-    status_.success_file_size = end.bytes;
-    status_.progress_file_size = 0;
+    progress_.done_file_count = end.files;
+    progress_.success_file_size = end.bytes;
+    progress_.progress_file_size = 0;
     setFile(displayText(end.name), 0);
     lastEvent_ = end.event;
     events_.post(shared_from_this(), end.event);
@@ -70,10 +70,10 @@ void Share::conclude(const JobEnd &end) {
 void Share::deliver(int event) noexcept {
     std::unique_lock guard(lock_);
     // A copy, since the job continues concurrently.
-    mrb_share_status_info_s status = status_;
+    mrb_share_status_info_s progress = progress_;
     const bool isLast = event == lastEvent_;
     guard.unlock();
-    listener_.callback(listener_.userData, handle_, event, &status);
+    listener_.callback(listener_.userData, handle_, event, &progress);
     guard.lock();
     notifiedAt_ = steady_clock::now();
     if (event == MRB_EVENT_SHARE_PROGRESS) {
@@ -87,8 +87,8 @@ void Share::deliver(int event) noexcept {
 
 void Share::begins(std::uint32_t files, std::uint64_t bytes) {
     const std::lock_guard guard(lock_);
-    status_.total_file_count = files;
-    status_.total_file_size = bytes;
+    progress_.total_file_count = files;
+    progress_.total_file_size = bytes;
     started_ = true;
     events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
 }
@@ -96,36 +96,36 @@ void Share::begins(std::uint32_t files, std::uint64_t bytes) {
 void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) {
     const std::lock_guard guard(lock_);
     // The size in the list may be outdated.
-    status_.total_file_size += size - planned;
+    progress_.total_file_size += size - planned;
     setFile(name, size);
     tellProgress();
 }
 
 void Share::fileMoves(std::uint64_t bytes) {
     const std::lock_guard guard(lock_);
-    status_.progress_file_size = bytes;
+    progress_.progress_file_size = bytes;
     tellProgress();
 }
 
 void Share::fileEnds(bool isDone) {
     const std::lock_guard guard(lock_);
     if (isDone) {
-        ++status_.done_file_count;
-        status_.success_file_size += status_.current_file_size;
+        ++progress_.done_file_count;
+        progress_.success_file_size += progress_.current_file_size;
     }
-    status_.current_file_size = 0;
-    status_.progress_file_size = 0;
+    progress_.current_file_size = 0;
+    progress_.progress_file_size = 0;
 }
 
 void Share::setFile(const std::string &name, std::uint64_t size) {
-    std::size_t length = std::min(name.size(), sizeof status_.current_file_name - 1);
+    std::size_t length = std::min(name.size(), sizeof progress_.current_file_name - 1);
     while (length > 0 && length < name.size() && continuesCharacter(name[length])) {
         --length;
     }
-    std::memcpy(status_.current_file_name, name.data(), length);
-    status_.current_file_name[length] = '\0';
-    status_.current_file_size = size;
-    status_.progress_file_size = 0;
+    std::memcpy(progress_.current_file_name, name.data(), length);
+    progress_.current_file_name[length] = '\0';
+    progress_.current_file_size = size;
+    progress_.progress_file_size = 0;
 }
 
 void Share::tellProgress() {

@@ -66,7 +66,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     std::atomic<bool> stopped_ = false;
 
     std::mutex lock_; // guards what follows
-    mrb_share_status_info_s status_{};
+    mrb_share_status_info_s progress_{};
     int lastEvent_ = -1;
     bool started_ = false;
     bool progressQueued_ = false;

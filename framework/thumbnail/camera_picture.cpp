@@ -27,9 +27,9 @@ bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
 class CameraPicture {
   public:
     CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
-                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileStatus &status)
-        : request_(request), stop_(stop), decode_(decode), file_(file), size_(status.size),
-          width_(status.width), height_(status.height) {}
+                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileStatus &fileStatus)
+        : request_(request), stop_(stop), decode_(decode), file_(file), size_(fileStatus.size),
+          width_(fileStatus.width), height_(fileStatus.height) {}
 
     void make(Decoded &decoded) {
         Decoded small;
@@ -119,11 +119,11 @@ class CameraPicture {
         if (!exif_) {
             exif_.emplace();
             outcome = readCameraExif(file_, timeout(), size_, *exif_);
-            const Metadata status = exif_->empty() ? Metadata() : metadataOfExif(*exif_);
-            exifOrientation_ = static_cast<int>(status.number(MetadataKey::ORIENTATION));
+            const Metadata fileStatus = exif_->empty() ? Metadata() : metadataOfExif(*exif_);
+            exifOrientation_ = static_cast<int>(fileStatus.number(MetadataKey::ORIENTATION));
             if (!knowsPixels()) {
-                width_ = status.number(MetadataKey::WIDTH);
-                height_ = status.number(MetadataKey::HEIGHT);
+                width_ = fileStatus.number(MetadataKey::WIDTH);
+                height_ = fileStatus.number(MetadataKey::HEIGHT);
             }
         }
         return *exif_;
@@ -208,18 +208,18 @@ bool isOnCamera(const std::string &path) { return path.starts_with(CAMERA_URL_SC
 void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded) {
     const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.outcome);
-    CameraFileStatus status;
+    CameraFileStatus fileStatus;
     if (file) {
-        decoded.outcome = file->readStatus({[&stop] { return stop.isCancelled(); }}, status);
+        decoded.outcome = file->readStatus({[&stop] { return stop.isCancelled(); }}, fileStatus);
     }
     if (decoded.outcome.ok()) {
-        const bool isKnown = status.size >= 0 && status.modified >= 0;
+        const bool isKnown = fileStatus.size >= 0 && fileStatus.modified >= 0;
         const FileIdentity identity =
-            isKnown ? FileIdentity{status.size, status.modified * NANOSECONDS} : FileIdentity{};
+            isKnown ? FileIdentity{fileStatus.size, fileStatus.modified * NANOSECONDS} : FileIdentity{};
         if (isKnown && cache != nullptr && cache->find(request, decoded, &identity)) {
             return;
         }
-        CameraPicture(request, stop, decode, *file, status).make(decoded);
+        CameraPicture(request, stop, decode, *file, fileStatus).make(decoded);
         decoded.source = identity;
     }
     if (!decoded.outcome.ok() && stop.isCancelled()) {

@@ -30,11 +30,11 @@ constexpr auto TIME_OF_ANOTHER = std::chrono::seconds(5);
 constexpr std::size_t SPARE_LINES = 256;
 
 FileIdentity identityOf(const std::string &path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
+    struct stat fileStat {};
+    if (stat(path.c_str(), &fileStat) != 0) {
         return {};
     }
-    return {status.st_size, std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+    return {fileStat.st_size, std::int64_t{fileStat.st_mtim.tv_sec} * 1'000'000'000 + fileStat.st_mtim.tv_nsec};
 }
 
 bool writeAt(int file, const std::string &text, std::int64_t offset) {
@@ -101,14 +101,14 @@ std::string FlashCache::pictureOf(std::uint64_t id) const {
 
 // Reads the lines that other processes wrote since this process last held the lock.
 bool FlashCache::refresh() {
-    struct stat status {};
-    const bool there = stat(list_.c_str(), &status) == 0;
-    if (!journal_ || !there || status.st_ino != inode_ || status.st_size < read_) {
+    struct stat fileStat {};
+    const bool there = stat(list_.c_str(), &fileStat) == 0;
+    if (!journal_ || !there || fileStat.st_ino != inode_ || fileStat.st_size < read_) {
         journal_ = Descriptor(::open(list_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-        if (!journal_ || fstat(journal_.fd(), &status) != 0) {
+        if (!journal_ || fstat(journal_.fd(), &fileStat) != 0) {
             return false;
         }
-        inode_ = status.st_ino;
+        inode_ = fileStat.st_ino;
         entries_.clear();
         ids_.clear();
         uses_.clear();
@@ -117,7 +117,7 @@ bool FlashCache::refresh() {
         lines_ = 0;
         read_ = 0;
     }
-    return status.st_size == read_ || readFrom(read_);
+    return fileStat.st_size == read_ || readFrom(read_);
 }
 
 bool FlashCache::readFrom(std::int64_t offset) {
@@ -218,14 +218,14 @@ bool FlashCache::rewriteWhenLong() {
     }
     const std::string unfinished = list_ + ".new";
     Descriptor file(::open(unfinished.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    struct stat status {};
+    struct stat fileStat {};
     if (!file || !writeAt(file.fd(), text, 0) || fdatasync(file.fd()) != 0 ||
-        fstat(file.fd(), &status) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
+        fstat(file.fd(), &fileStat) != 0 || std::rename(unfinished.c_str(), list_.c_str()) != 0) {
         return true; // the long list is still valid
     }
     journal_ = std::move(file);
-    inode_ = status.st_ino;
-    read_ = status.st_size;
+    inode_ = fileStat.st_ino;
+    read_ = fileStat.st_size;
     lines_ = entries_.size();
     return true;
 }

@@ -132,24 +132,24 @@ Status GphotoCamera::listFolders(const std::string &folder, std::vector<std::str
     return list(gp_camera_folder_list_folders, folder, names);
 }
 
-Status GphotoCamera::readStatus(const CameraPath &file, CameraFileStatus &status) {
+Status GphotoCamera::readStatus(const CameraPath &file, CameraFileStatus &fileStatus) {
     CameraFileInfo info{};
     const int code =
         gp_camera_file_get_info(camera_.get(), file.folder.c_str(), file.name.c_str(), &info, context_.get());
     if (code < GP_OK) {
         return outcomeOfGphoto(code, file.name);
     }
-    status = {};
+    fileStatus = {};
     const auto has = [&info](unsigned field) { return (info.file.fields & field) != 0; };
     if (has(GP_FILE_INFO_SIZE) && info.file.size < SIZE_UNSAID) {
-        status.size = static_cast<std::int64_t>(info.file.size);
+        fileStatus.size = static_cast<std::int64_t>(info.file.size);
     }
     if (has(GP_FILE_INFO_MTIME) && info.file.mtime > 0) {
-        status.modified = info.file.mtime;
+        fileStatus.modified = info.file.mtime;
     }
     if (has(GP_FILE_INFO_WIDTH) && has(GP_FILE_INFO_HEIGHT) && info.file.width > 0 && info.file.height > 0) {
-        status.width = info.file.width;
-        status.height = info.file.height;
+        fileStatus.width = info.file.width;
+        fileStatus.height = info.file.height;
     }
     return {};
 }

@@ -23,7 +23,7 @@ class GphotoCamera final : public Camera {
     Status readSizes(CameraSizes &sizes) override;
     Status listFiles(const std::string &folder, std::vector<std::string> &names) override;
     Status listFolders(const std::string &folder, std::vector<std::string> &names) override;
-    Status readStatus(const CameraPath &file, CameraFileStatus &status) override;
+    Status readStatus(const CameraPath &file, CameraFileStatus &fileStatus) override;
     Status readAt(const CameraPath &file, std::uint64_t offset, char *buffer, std::size_t length,
                   std::size_t &got) override;
     Status read(const CameraPath &file, CameraPart part, const Consumer &take) override;

@@ -21,9 +21,9 @@ constexpr std::string_view FOLDER_PORT = "disk:";
 
 // Whether the folder exists; the driver of folders opens any path.
 bool isThere(const std::string &port) {
-    struct stat status {};
+    struct stat fileStatus {};
     return !port.starts_with(FOLDER_PORT) ||
-           (stat(port.c_str() + FOLDER_PORT.size(), &status) == 0 && S_ISDIR(status.st_mode));
+           (stat(port.c_str() + FOLDER_PORT.size(), &fileStatus) == 0 && S_ISDIR(fileStatus.st_mode));
 }
 
 CameraAbilitiesList *loadDrivers() {

@@ -76,7 +76,7 @@ Status GupnpContentClient::fetch(const std::string &url, std::size_t maximum,
     };
     Reply reply = await(this->begin(begin), timeout, cancellation);
     bytes = std::move(reply.body);
-    return reply.outcome.ok() ? outcomeOfStatus(reply.status) : reply.outcome;
+    return reply.outcome.ok() ? outcomeOfStatus(reply.httpStatus) : reply.outcome;
 }
 
 Status GupnpContentClient::connect(const std::string &server, const CancellationToken &cancellation,

@@ -126,8 +126,8 @@ void HttpRequests::fail(Running &running, const GError &error) {
 
 // The connection of a response that was not read to its end is closed with the stream.
 void HttpRequests::end(Running &running, Status outcome) {
-    const unsigned status = soup_message_get_status(running.message.get());
-    running.pending->finish({std::move(outcome), status, std::move(running.body)});
+    const unsigned httpStatus = soup_message_get_status(running.message.get());
+    running.pending->finish({std::move(outcome), httpStatus, std::move(running.body)});
     auto &all = running.owner.running_;
     all.erase(std::ranges::find_if(all, [&](const auto &each) { return each.get() == &running; }));
 }

@@ -14,7 +14,7 @@ namespace mrb::dlna {
 // The response to a request, or the error.
 struct Reply {
     Status outcome;
-    unsigned status = 0; // the HTTP status code
+    unsigned httpStatus = 0; // the HTTP status code
     std::string body;
 };
 

@@ -98,23 +98,23 @@ std::string envelopeOf(const std::string &action, const Arguments &arguments,
            action + " xmlns:u=\"" + type.get() + "\">" + all + "</u:" + action + "></s:Body></s:Envelope>";
 }
 
-Status outcomeOfStatus(unsigned status) {
+Status outcomeOfStatus(unsigned httpStatus) {
     constexpr unsigned OK = 200;
     constexpr unsigned UNAUTHORIZED = 401;
     constexpr unsigned FORBIDDEN = 403;
     constexpr unsigned NOT_FOUND = 404;
     constexpr unsigned REDIRECTIONS = 3;
     constexpr unsigned CLASS = 100;
-    if (status == OK) {
+    if (httpStatus == OK) {
         return {};
     }
-    if (status / CLASS == REDIRECTIONS) {
+    if (httpStatus / CLASS == REDIRECTIONS) {
         return Status::protocolError("The server redirects the request, which is not followed.");
     }
-    const bool isRefusal = status == UNAUTHORIZED || status == FORBIDDEN;
-    const int other = status == NOT_FOUND ? MRB_ERR_NOT_FOUND : MRB_ERR_PROTOCOL;
+    const bool isRefusal = httpStatus == UNAUTHORIZED || httpStatus == FORBIDDEN;
+    const int other = httpStatus == NOT_FOUND ? MRB_ERR_NOT_FOUND : MRB_ERR_PROTOCOL;
     return {isRefusal ? MRB_ERR_PERMISSION_DENIED : other,
-            "The server returned the HTTP status " + std::to_string(status) + "."};
+            "The server returned the HTTP status " + std::to_string(httpStatus) + "."};
 }
 
 Status readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
@@ -129,7 +129,7 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
         answer.isRefusal = true;
         return outcomeOfFault(fault);
     }
-    if (Status outcome = outcomeOfStatus(reply.status); !outcome.ok()) {
+    if (Status outcome = outcomeOfStatus(reply.httpStatus); !outcome.ok()) {
         answer.isRefusal = true;
         // 404 is then about the control URL, not about the requested object.
         outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;

@@ -143,8 +143,8 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
         if (!outcome.ok() && !answer.isRefusal) {
             return outcome;
         }
-        const std::string status = answer.text("TransferStatus");
-        if (status == "COMPLETED") {
+        const std::string httpStatus = answer.text("TransferStatus");
+        if (httpStatus == "COMPLETED") {
             // The last bytes may not have been counted here yet.
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
@@ -154,8 +154,8 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
                        ? Status()
                        : Status::protocolError("The server reports a complete file that it did not fetch.");
         }
-        if (status == "ERROR" || status == "STOPPED") {
-            return Status::ioError("The server did not receive it: its transfer ended as " + status + ".");
+        if (httpStatus == "ERROR" || httpStatus == "STOPPED") {
+            return Status::ioError("The server did not receive it: its transfer ended as " + httpStatus + ".");
         }
     }
 }
@@ -191,8 +191,8 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
     if (!outcome.ok()) {
         return outcome;
     }
-    const unsigned status = soup_message_get_status(request.message.get());
-    outcome = SOUP_STATUS_IS_SUCCESSFUL(status) ? Status() : outcomeOfStatus(status);
+    const unsigned httpStatus = soup_message_get_status(request.message.get());
+    outcome = SOUP_STATUS_IS_SUCCESSFUL(httpStatus) ? Status() : outcomeOfStatus(httpStatus);
     if (outcome.ok() && posted < file.size) {
         return Status::protocolError("The server reports success for a file that it did not read.");
     }

@@ -114,9 +114,9 @@ Status CameraScan::readNames(const std::string &path) {
 }
 
 Status CameraScan::readStatus(const std::string &path, const std::vector<std::string> &names,
-                              Statuses &status) {
+                              Statuses &fileStatus) {
     struct Received {
-        Statuses status;
+        Statuses fileStatus;
         std::atomic<bool> isComplete = false; // and is not written any more
     };
     const auto received = std::make_shared<Received>();
@@ -133,7 +133,7 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
                     failures == MAX_FAILURES) {
                     return asked;
                 }
-                received->status.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt
+                received->fileStatus.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt
                                                                            : std::optional(each));
                 last = asked.ok() ? std::move(last) : std::move(asked);
             }
@@ -143,7 +143,7 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
         cancellation_);
     const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
     if (received->isComplete && !isEnd) {
-        status = std::move(received->status);
+        fileStatus = std::move(received->fileStatus);
         return {};
     }
     return outcome;
@@ -160,18 +160,18 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
         for (std::size_t at = first; at < last; ++at) {
             names.emplace_back(files_.name(order[at]));
         }
-        Statuses status;
-        if (const Status outcome = readStatus(path, names, status); !outcome.ok()) {
+        Statuses fileStatus;
+        if (const Status outcome = readStatus(path, names, fileStatus); !outcome.ok()) {
             return failed(outcome, path, level);
         }
         std::vector<SourceItem> run;
         for (std::size_t at = 0; at < names.size(); ++at) {
-            if (status[at]) {
+            if (fileStatus[at]) {
                 run.push_back({.name = names[at],
                                .folder = number,
                                .type = files_.type(order[first + at]),
-                               .size = orUnknown(status[at]->size),
-                               .modified = orUnknown(status[at]->modified)});
+                               .size = orUnknown(fileStatus[at]->size),
+                               .modified = orUnknown(fileStatus[at]->modified)});
             }
         }
         if (!run.empty() && !sink_.add(run)) {

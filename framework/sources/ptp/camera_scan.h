@@ -44,7 +44,7 @@ class CameraScan {
     Status readNames(const std::string &path);
     // Size and time of files of a folder, in order; no value: the file is gone.
     using Statuses = std::vector<std::optional<CameraFileStatus>>;
-    Status readStatus(const std::string &path, const std::vector<std::string> &names, Statuses &status);
+    Status readStatus(const std::string &path, const std::vector<std::string> &names, Statuses &fileStatus);
     Step failed(const Status &outcome, const std::string &path, int level);
     Step end(Status outcome);
 

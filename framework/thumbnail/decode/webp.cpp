@@ -46,15 +46,15 @@ Size marginSize(Size size, Size target) {
 Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const CancellationToken &stop) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
     const std::unique_ptr<WebPIDecoder, Deleter<WebPIDelete>> decoder(WebPIDecode(nullptr, 0, &config));
-    VP8StatusCode status = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
-    for (std::size_t known = 0; status == VP8_STATUS_SUSPENDED && known < data.size();) {
+    VP8StatusCode decoded = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
+    for (std::size_t known = 0; decoded == VP8_STATUS_SUSPENDED && known < data.size();) {
         if (stop.isCancelled()) {
             return endOf(stop);
         }
         known = std::min(data.size(), known + STEP_BYTES);
-        status = WebPIUpdate(decoder.get(), data.data(), known);
+        decoded = WebPIUpdate(decoder.get(), data.data(), known);
     }
-    switch (status) {
+    switch (decoded) {
     case VP8_STATUS_OK:
         return {};
     case VP8_STATUS_OUT_OF_MEMORY:

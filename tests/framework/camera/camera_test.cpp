@@ -162,10 +162,10 @@ TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
     ASSERT_NE(camera, nullptr) << outcome.message;
     mrb::CameraSizes sizes;
     EXPECT_EQ(camera->readSizes(sizes).code, MRB_ERR_NONE);
-    struct statvfs status {};
-    ASSERT_EQ(statvfs(folder.path().c_str(), &status), 0);
-    const auto blocks = static_cast<long long>(status.f_blocks);
-    const auto size = static_cast<long long>(status.f_frsize);
+    struct statvfs fileStatus {};
+    ASSERT_EQ(statvfs(folder.path().c_str(), &fileStatus), 0);
+    const auto blocks = static_cast<long long>(fileStatus.f_blocks);
+    const auto size = static_cast<long long>(fileStatus.f_frsize);
     EXPECT_EQ(sizes.total / (1 << 20), blocks * size / (1 << 20));
     EXPECT_GT(sizes.available, 0);
     EXPECT_LE(sizes.available, sizes.total);

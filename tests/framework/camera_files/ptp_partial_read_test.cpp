@@ -142,7 +142,7 @@ TEST_F(PtpPartialRead, FieldsOfAFileThatIsLongerThanReportedAreThoseOfItsBeginni
         return;
     }
     addPicture();
-    camera.files["photo.jpg"].status.size = 4000;
+    camera.files["photo.jpg"].fileStatus.size = 4000;
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
@@ -158,7 +158,7 @@ TEST_F(PtpPartialRead, FieldsOfAFileThatIsShorterThanReportedAreReadNevertheless
         return;
     }
     addFilm();
-    camera.files["film.mp4"].status.size = 10'000'000'000;
+    camera.files["film.mp4"].fileStatus.size = 10'000'000'000;
     open();
     EXPECT_EQ(duration(), 2000);
 }
@@ -168,7 +168,7 @@ TEST_F(PtpPartialRead, FieldsOfAFileOfUnknownSizeAreThoseOfItsBeginning) {
         return;
     }
     addPicture();
-    camera.files["photo.jpg"].status.size = mrb::CameraFileStatus::UNSAID;
+    camera.files["photo.jpg"].fileStatus.size = mrb::CameraFileStatus::UNSAID;
     open();
     EXPECT_EQ(support::text(client, 0, "MODEL"), "Tagged");
     EXPECT_THAT(camera.requests(), Contains("piece photo.jpg").Times(1));
@@ -179,7 +179,7 @@ TEST_F(PtpPartialRead, FieldsOfAWholeFileOfUnknownSizeAreReadToo) {
         return;
     }
     addFilm();
-    camera.files["film.mp4"].status.size = mrb::CameraFileStatus::UNSAID;
+    camera.files["film.mp4"].fileStatus.size = mrb::CameraFileStatus::UNSAID;
     camera.givesPieces = false;
     open();
     EXPECT_EQ(duration(), 2000);
@@ -196,8 +196,8 @@ TEST_F(PtpPartialRead, FieldsOfAPhotographAreReadFromItsBeginningWhereItsExifDat
                   "-EXIF:FNumber=2.8", "-EXIF:ExposureTime=0.008", "-EXIF:Orientation=6",
                   "-EXIF:DateTimeOriginal=2024:07:14 09:30:00", path});
     ScriptedFile photo = ScriptedFile::of(support::bytesOf(path) + std::string(3'000'000, '\0'));
-    photo.status.width = 600;
-    photo.status.height = 400;
+    photo.fileStatus.width = 600;
+    photo.fileStatus.height = 400;
     camera.givesPieces = false;
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
@@ -228,8 +228,8 @@ TEST_F(PtpPartialRead, FieldsOfAPhotographAreThoseOfItsExifDataWhateverIsInFront
     }
     addPicture();
     ScriptedFile &photo = camera.files["photo.jpg"];
-    photo.status.width = 600;
-    photo.status.height = 400;
+    photo.fileStatus.width = 600;
+    photo.fileStatus.height = 400;
     const std::size_t segment = photo.bytes.find("\xff\xe1");
     ASSERT_NE(segment, std::string::npos);
     photo.exif = photo.bytes.substr(segment, 2000);
@@ -293,7 +293,7 @@ TEST_F(PtpPartialRead, ACopyOfAFileOfUnknownSizeGoesToItsEnd) {
         return;
     }
     addNoise("a.jpg", LONG);
-    camera.files["a.jpg"].status.size = mrb::CameraFileStatus::UNSAID;
+    camera.files["a.jpg"].fileStatus.size = mrb::CameraFileStatus::UNSAID;
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(support::contents(to.path()), support::contents(scratch.path()));
 }
@@ -326,7 +326,7 @@ TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsBetweenReads) {
         const ShareEvent last = sharing.copyAll(client, place.path());
         EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
         EXPECT_EQ(last.name(), "a.jpg");
-        EXPECT_EQ(last.status.done_file_count, 1U);
+        EXPECT_EQ(last.fileStatus.done_file_count, 1U);
         EXPECT_THAT(support::tree(place.path()), ElementsAre("b.jpg"));
     }
 }
@@ -350,7 +350,7 @@ TEST_F(PtpPartialRead, ACopyHasNoMoreBytesThanReported) {
         return;
     }
     addNoise("a.jpg", LONG);
-    camera.files["a.jpg"].status.size = 1'500'000;
+    camera.files["a.jpg"].fileStatus.size = 1'500'000;
     EXPECT_EQ(copy().event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(support::bytesOf(to.path("a.jpg")), camera.files["a.jpg"].bytes.substr(0, 1'500'000));
 }
@@ -367,7 +367,7 @@ TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatIsShorterThanReported) {
     for (const Way &way : {Way{true, LONG + 1}, Way{false, LONG + 1}, Way{false, LONG - 1}}) {
         SCOPED_TRACE(way.said);
         camera.givesPieces = way.givesPieces;
-        camera.files["a.jpg"].status.size = way.said;
+        camera.files["a.jpg"].fileStatus.size = way.said;
         const ShareEvent last = copy();
         EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
         EXPECT_EQ(last.name(), "a.jpg");
@@ -418,7 +418,7 @@ TEST_F(PtpPartialRead, ACopyThatMissesAFileReportsThatTheCameraLeft) {
     };
     const ShareEvent last = copy();
     EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
-    EXPECT_EQ(last.status.done_file_count, 1U);
+    EXPECT_EQ(last.fileStatus.done_file_count, 1U);
     EXPECT_THAT(support::tree(to.path()), ElementsAre("b.jpg"));
 }
 

@@ -352,16 +352,16 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
     if (!insideNetwork()) {
         return;
     }
-    for (const char *status :
+    for (const char *httpStatus :
          {"301 Moved", "302 Found", "307 Temporary Redirect", "308 Permanent Redirect"}) {
         std::atomic<int> requestCount = 0;
         serve([&](const Request & /*question*/, const Connection &connection) {
             ++requestCount;
-            connection.send(support::httpResponse(status, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
+            connection.send(support::httpResponse(httpStatus, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
         });
         const Status outcome = browse();
-        EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << status;
-        EXPECT_THAT(outcome.message, HasSubstr("redirects")) << status;
+        EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << httpStatus;
+        EXPECT_THAT(outcome.message, HasSubstr("redirects")) << httpStatus;
         network.reset();
         server.reset();
         EXPECT_EQ(requestCount, 1);

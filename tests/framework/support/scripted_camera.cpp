@@ -90,9 +90,9 @@ class ScriptedDriver final : public mrb::Camera {
         });
     }
 
-    Status readStatus(const CameraPath &path, mrb::CameraFileStatus &status) override {
+    Status readStatus(const CameraPath &path, mrb::CameraFileStatus &fileStatus) override {
         return withFile("facts", path, 0, [&](const ScriptedFile &file) {
-            status = file.status;
+            fileStatus = file.fileStatus;
             return Status();
         });
     }
@@ -203,8 +203,8 @@ class ScriptedLibrary final : public mrb::CameraLibrary {
 
 ScriptedFile ScriptedFile::of(std::string bytes) {
     ScriptedFile file;
-    file.status.size = static_cast<std::int64_t>(bytes.size());
-    file.status.modified = 1'700'000'000;
+    file.fileStatus.size = static_cast<std::int64_t>(bytes.size());
+    file.fileStatus.modified = 1'700'000'000;
     file.bytes = std::move(bytes);
     return file;
 }

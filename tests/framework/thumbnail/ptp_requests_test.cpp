@@ -61,8 +61,8 @@ class PtpRequests : public support::OwnProcess {
         ScriptedFile file = ScriptedFile::of(support::bytesOf(path));
         file.exif = exifOf(file.bytes);
         file.preview = support::bytesOf(small);
-        file.status.width = picture.width;
-        file.status.height = picture.height;
+        file.fileStatus.width = picture.width;
+        file.fileStatus.height = picture.height;
         return camera.files["a.jpg"] = std::move(file);
     }
     static std::string sizeText(int width, int height) {
@@ -143,7 +143,7 @@ TEST_F(PtpRequests, TheExifDataMayBeginWithTheirSegmentHeader) {
         for (const bool cameraSaysSize : {true, false}) {
             ScriptedFile &file = add({.orientation = 6});
             file.exif = form;
-            file.status.width = cameraSaysSize ? file.status.width : CameraFileStatus::UNSAID;
+            file.fileStatus.width = cameraSaysSize ? file.fileStatus.width : CameraFileStatus::UNSAID;
             expectRed("120x160", {"facts a.jpg", "exif a.jpg"});
         }
     }
@@ -156,7 +156,7 @@ TEST_F(PtpRequests, WhereTheExifDataAreAStubTheFileItselfIsRead) {
     for (const bool cameraSaysSize : {true, false}) {
         ScriptedFile &file = add({.orientation = 6});
         file.exif = stub();
-        file.status.width = cameraSaysSize ? file.status.width : CameraFileStatus::UNSAID;
+        file.fileStatus.width = cameraSaysSize ? file.fileStatus.width : CameraFileStatus::UNSAID;
         expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg"});
     }
 }
@@ -168,7 +168,7 @@ TEST_F(PtpRequests, ACameraWithoutPartialReadsSendsTheBeginningOfTheFile) {
     ScriptedFile &file = add({.orientation = 6});
     file.exif = stub();
     file.bytes += std::string(3'000'000, '\0');
-    file.status.size = static_cast<std::int64_t>(file.bytes.size());
+    file.fileStatus.size = static_cast<std::int64_t>(file.bytes.size());
     camera.givesPieces = false;
     std::atomic<std::uint64_t> furthest = 0;
     camera.onRequest = [&furthest](const CameraRequest &request) {
@@ -195,7 +195,7 @@ TEST_F(PtpRequests, TheExifDataStateItsSizeWhereTheCameraDoesNot) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    add({}).status.width = CameraFileStatus::UNSAID;
+    add({}).fileStatus.width = CameraFileStatus::UNSAID;
     expectRed("160x120", {"facts a.jpg", "exif a.jpg"});
 }
 
@@ -214,7 +214,7 @@ TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
     ScriptedFile &file = add({});
     file.exif.reset();
     file.bytes.erase(2, file.bytes.find("\xff\xdb") - 2); // to the quantization tables
-    file.status.size = static_cast<std::int64_t>(file.bytes.size());
+    file.fileStatus.size = static_cast<std::int64_t>(file.bytes.size());
     expectRed("160x120", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
 }
 
@@ -275,7 +275,7 @@ TEST_F(PtpRequests, AnEmbeddedThumbnailWithBarsIsCroppedWhateverStatesTheSize) {
     }
     for (const bool cameraSaysSize : {true, false}) {
         ScriptedFile &file = add({.width = 1600, .height = 900});
-        file.status.width = cameraSaysSize ? file.status.width : CameraFileStatus::UNSAID;
+        file.fileStatus.width = cameraSaysSize ? file.fileStatus.width : CameraFileStatus::UNSAID;
         const Thumbnail made = thumbnail();
         EXPECT_EQ(sizeOf(made), "160x90") << cameraSaysSize;
         EXPECT_FALSE(isRed(made)) << cameraSaysSize;
@@ -286,7 +286,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheEmbeddedThumbnail) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).status.width = CameraFileStatus::UNSAID;
+    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).fileStatus.width = CameraFileStatus::UNSAID;
     expectRed("90x160", {"facts a.jpg", "exif a.jpg"});
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "300x400");
@@ -297,7 +297,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheCamerasPreview) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).status.width =
+    add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).fileStatus.width =
         CameraFileStatus::UNSAID;
     expectRed("160x90", {"facts a.jpg", "exif a.jpg", "preview a.jpg"});
 }
@@ -372,7 +372,7 @@ TEST_F(PtpRequests, TheWholeFileIsWhatTheCameraSendsWhateverSizeItReports) {
         return;
     }
     for (const std::int64_t said : {std::int64_t{10}, std::int64_t{60} << 20, CameraFileStatus::UNSAID}) {
-        add({}).status.size = said;
+        add({}).fileStatus.size = said;
         const Thumbnail made = thumbnail(400);
         EXPECT_EQ(sizeOf(made), "400x300") << said;
         EXPECT_FALSE(isRed(made)) << said;
@@ -383,7 +383,7 @@ TEST_F(PtpRequests, AFileThatIsTooLongIsNotFetched) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    add({}).status.size = (std::int64_t{64} << 20) + 1;
+    add({}).fileStatus.size = (std::int64_t{64} << 20) + 1;
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
     EXPECT_TRUE(isRed(made));
