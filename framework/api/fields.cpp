@@ -11,11 +11,11 @@ using mrb::Status;
 
 namespace {
 
-int report(const Status &outcome) {
-    if (!outcome.ok() && !outcome.message.empty()) {
-        MRB_LOG_WARNING("%s", outcome.message.c_str());
+int report(const Status &status) {
+    if (!status.ok() && !status.message.empty()) {
+        MRB_LOG_WARNING("%s", status.message.c_str());
     }
-    return outcome.code;
+    return status.code;
 }
 
 // Reads a field and passes its value, a Stored, to `keep`, whose code is returned.

@@ -54,10 +54,10 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param) {
     }
     return withList(agent, [&](ListSession &session) {
         mrb::PageStyle style;
-        const mrb::Status outcome = mrb::readPageStyle(*param, style);
-        if (!outcome.ok()) {
-            MRB_LOG_WARNING("Page style not set: %s", outcome.message.c_str());
-            return outcome.code;
+        const mrb::Status status = mrb::readPageStyle(*param, style);
+        if (!status.ok()) {
+            MRB_LOG_WARNING("Page style not set: %s", status.message.c_str());
+            return status.code;
         }
         return session.setStyle(style);
     });

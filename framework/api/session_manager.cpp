@@ -27,13 +27,13 @@ int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_
     }
     std::unique_ptr<Source> source;
     ListOptions options;
-    Status outcome = parseListOptions(request, options);
-    if (outcome.ok()) {
-        outcome = makeSource(request, source);
+    Status status = parseListOptions(request, options);
+    if (status.ok()) {
+        status = makeSource(request, source);
     }
-    if (!outcome.ok()) {
-        MRB_LOG_WARNING("List not opened: %s", outcome.message.c_str());
-        return outcome.code;
+    if (!status.ok()) {
+        MRB_LOG_WARNING("List not opened: %s", status.message.c_str());
+        return status.code;
     }
     const mrb_agent_handler_h number = before ? *handle : reserveHandle();
     if (number == 0) {

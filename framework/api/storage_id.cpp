@@ -11,10 +11,10 @@ int mrb_get_storage_id_v2(const char *mount_path, char **storage_id) {
     }
     return mrb::guard([&] {
         std::string id;
-        const mrb::Status outcome = mrb::readStorageIdInTime(mount_path, id);
-        if (!outcome.ok()) {
-            MRB_LOG_WARNING("No storage id: %s", outcome.message.c_str());
-            return outcome.code;
+        const mrb::Status status = mrb::readStorageIdInTime(mount_path, id);
+        if (!status.ok()) {
+            MRB_LOG_WARNING("No storage id: %s", status.message.c_str());
+            return status.code;
         }
         return mrb::copyToCaller(id, storage_id);
     });

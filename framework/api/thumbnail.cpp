@@ -96,11 +96,11 @@ int mrb_thumbnail_flash_cache_init(const char *list_path) {
                             list_path);
             return static_cast<int>(MRB_ERR_INVALID_PARAMETER);
         }
-        const mrb::Status outcome = ThumbnailService::instance().flashCache().open(list);
-        if (!outcome.ok()) {
-            MRB_LOG_WARNING("No flash cache: %s", outcome.message.c_str());
+        const mrb::Status status = ThumbnailService::instance().flashCache().open(list);
+        if (!status.ok()) {
+            MRB_LOG_WARNING("No flash cache: %s", status.message.c_str());
         }
-        return outcome.code;
+        return status.code;
     });
 }
 

@@ -115,7 +115,7 @@ class CameraLibrary {
 
     // Claims the camera. Null, with the reason in `outcome`: MRB_ERR_BUSY when another
     // program has claimed it, MRB_ERR_DEVICE_REMOVED when it is not attached.
-    virtual std::unique_ptr<Camera> open(const CameraAddress &address, Status &outcome) = 0;
+    virtual std::unique_ptr<Camera> open(const CameraAddress &address, Status &status) = 0;
 };
 
 // The library of the process, loaded on first use: that takes long, so not on a client's

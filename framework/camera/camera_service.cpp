@@ -62,7 +62,7 @@ class CameraService::Task {
     std::atomic<bool> isUnwanted_ = false;
     // Guarded by the state's lock.
     bool isDone_ = false;
-    Status outcome_;
+    Status status_;
 };
 
 struct CameraService::Line {
@@ -125,7 +125,7 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
     auto task = std::make_shared<Task>(std::move(work), std::move(ended), line);
     if (state_->isDown) {
         task->isDone_ = true;
-        task->outcome_ = cancelled();
+        task->status_ = cancelled();
         return task;
     }
     line->waiting.push_back(task);
@@ -146,29 +146,29 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
         const bool isSilent =
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
         guard.unlock();
-        Status outcome;
+        Status status;
         if (cancellation.isCancelled()) {
-            outcome = cancelled();
+            status = cancelled();
         } else if (isSilent) {
-            outcome = silent();
+            status = silent();
         } else if (Clock::now() >= deadline) {
-            outcome = Status::timedOut("The camera is busy with another request, or slow.");
+            status = Status::timedOut("The camera is busy with another request, or slow.");
         }
-        if (!outcome.ok()) {
+        if (!status.ok()) {
             giveUp(task);
-            return outcome;
+            return status;
         }
         guard.lock();
     }
-    return task->outcome_;
+    return task->status_;
 }
 
-bool CameraService::isOver(const std::shared_ptr<Task> &task, Status &outcome) {
+bool CameraService::isOver(const std::shared_ptr<Task> &task, Status &status) {
     const std::lock_guard guard(state_->lock);
     if (task->isDone_) {
-        outcome = task->outcome_;
+        status = task->status_;
     } else if (task->line_->isAtWork && task->line_->isSilent(state_->limits.silence)) {
-        outcome = silent();
+        status = silent();
         return true;
     }
     return task->isDone_;
@@ -215,15 +215,15 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         if (isStale) {
             camera.reset();
         }
-        Status outcome = work(*state, *line, *task, camera);
+        Status status = work(*state, *line, *task, camera);
         if (task->ended_) {
-            task->ended_(outcome);
+            task->ended_(status);
         }
         task->work_ = nullptr; // destroys what it owns on this thread
         task->ended_ = nullptr;
         guard.lock();
         line->isAtWork = false;
-        task->outcome_ = std::move(outcome);
+        task->status_ = std::move(status);
         task->isDone_ = true;
         state->change.notify_all();
     }
@@ -238,17 +238,17 @@ Status CameraService::work(const State &state, Line &line, Task &task, std::uniq
     if (cancellation.isCancelled()) {
         return cancelled();
     }
-    Status outcome;
+    Status status;
     try {
         if (!camera) {
-            camera = state.library().open(line.address, outcome);
+            camera = state.library().open(line.address, status);
         }
         if (camera) {
             camera->cancelWith(cancellation);
-            outcome = task.work_(*camera);
-            if (mayHaveLeft(outcome.code) && !cancellation.isCancelled()) {
-                checkPresence(state, line, camera, outcome);
-            } else if (isBroken(outcome.code)) {
+            status = task.work_(*camera);
+            if (mayHaveLeft(status.code) && !cancellation.isCancelled()) {
+                checkPresence(state, line, camera, status);
+            } else if (isBroken(status.code)) {
                 camera.reset();
             }
         }
@@ -257,23 +257,23 @@ Status CameraService::work(const State &state, Line &line, Task &task, std::uniq
         }
     } catch (const std::exception &failure) {
         camera.reset(); // which may still poll this task's token
-        outcome = Status::notSupported(failure.what());
+        status = Status::notSupported(failure.what());
     }
-    return outcome;
+    return status;
 }
 
 // Whether a failure is due to the removal of the camera shows when it is reopened, however late
 // the system reports the removal.
 void CameraService::checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
-                                  Status &outcome) {
-    if (!isBroken(outcome.code) && answers(*camera)) {
+                                  Status &status) {
+    if (!isBroken(status.code) && answers(*camera)) {
         return;
     }
     camera.reset();
     Status opened;
     camera = state.library().open(line.address, opened);
     if (opened.code == MRB_ERR_DEVICE_REMOVED) {
-        outcome = std::move(opened);
+        status = std::move(opened);
     }
 }
 

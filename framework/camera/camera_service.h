@@ -46,12 +46,12 @@ class CameraService {
     // An asynchronous request. `ended`, if any, is called on the camera's thread with the outcome,
     // unless the service was shut down before.
     class Task;
-    using Ended = std::function<void(const Status &outcome)>;
+    using Ended = std::function<void(const Status &status)>;
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
     Status wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation = {},
                 std::chrono::milliseconds limit = NO_LIMIT);
     // Whether it has ended, and its outcome; or its camera does not respond (MRB_ERR_TIMEOUT).
-    bool isOver(const std::shared_ptr<Task> &task, Status &outcome);
+    bool isOver(const std::shared_ptr<Task> &task, Status &status);
     // Cancels a request without waiting: it ends soon, or does not begin. Null: does nothing.
     static void giveUp(const std::shared_ptr<Task> &task);
 
@@ -72,7 +72,7 @@ class CameraService {
     static void serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line);
     static Status work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera);
     static void checkPresence(const State &state, const Line &line, std::unique_ptr<Camera> &camera,
-                              Status &outcome);
+                              Status &status);
 
     const std::shared_ptr<State> state_; // shared with detached threads
     ThreadGroup threads_{"mrb-camera-io", "A camera does not answer."};

@@ -53,22 +53,22 @@ CameraDownload::~CameraDownload() {
 
 Status CameraDownload::next(const std::function<void(std::string_view bytes)> &take) {
     std::string bytes;
-    Status outcome;
+    Status status;
     if (!task_) {
-        outcome = readPiece(bytes);
+        status = readPiece(bytes);
         // The first request shows whether a camera supports partial reads.
-        if (outcome.code == MRB_ERR_NOT_SUPPORTED && done_ == 0) {
+        if (status.code == MRB_ERR_NOT_SUPPORTED && done_ == 0) {
             startFlow();
         }
     }
     if (task_) {
-        outcome = takeFromFlow(bytes);
+        status = takeFromFlow(bytes);
     }
-    if (outcome.ok()) {
+    if (status.ok()) {
         done_ += bytes.size();
         take(bytes);
     }
-    return outcome;
+    return status;
 }
 
 Status CameraDownload::readPiece(std::string &bytes) const {
@@ -87,19 +87,19 @@ void CameraDownload::startFlow() {
 }
 
 Status CameraDownload::takeFromFlow(std::string &bytes) {
-    Status outcome;
+    Status status;
     bool isOver = false;
     std::unique_lock guard(flow_->lock);
     const auto isMore = [this] { return !flow_->pieces.empty(); };
     while (!flow_->change.wait_for(guard, POLL_INTERVAL, isMore)) {
         if (isOver) {
-            return outcome; // the last piece was taken before
+            return status; // the last piece was taken before
         }
         guard.unlock();
         if (cancellation_.isCancelled()) {
             return Status::cancelled();
         }
-        isOver = file_.isOver(task_, outcome);
+        isOver = file_.isOver(task_, status);
         guard.lock();
     }
     bytes = std::move(flow_->pieces.front());

@@ -56,25 +56,25 @@ bool hasExif(const CameraFile &file) {
 
 Status readDriversExif(const CameraFile &file, const CameraTimeout &timeout, std::string &exif) {
     std::string given;
-    Status outcome = file.read(timeout, CameraPart::EXIF, MAX_EXIF_BYTES, given);
-    exif = outcome.ok() ? exifIn(given) : std::string();
+    Status status = file.read(timeout, CameraPart::EXIF, MAX_EXIF_BYTES, given);
+    exif = status.ok() ? exifIn(given) : std::string();
     if (!exif.empty() && !saysAnything(exif)) {
         exif.clear();
     }
     // A file without EXIF data fails in as many ways as there are drivers.
-    return endsAll(outcome) ? outcome : Status();
+    return endsAll(status) ? status : Status();
 }
 
 Status readCameraExif(const CameraFile &file, const CameraTimeout &timeout, std::int64_t size,
                       std::string &exif) {
-    Status outcome = readDriversExif(file, timeout, exif);
-    if (!outcome.ok() || !exif.empty() || !hasExif(file)) {
-        return outcome;
+    Status status = readDriversExif(file, timeout, exif);
+    if (!status.ok() || !exif.empty() || !hasExif(file)) {
+        return status;
     }
     std::string head;
-    outcome = file.readBeginning(timeout, size, HEAD_BYTES, head);
+    status = file.readBeginning(timeout, size, HEAD_BYTES, head);
     exif = exifIn(head);
-    return endsAll(outcome) ? outcome : Status();
+    return endsAll(status) ? status : Status();
 }
 
 // ISO/IEC 10918-1, annex B, and Exif 2.32, 4.7.2.

@@ -28,7 +28,7 @@ class CameraFile {
         : device_(std::move(device)), address_(std::move(address)), path_(std::move(path)) {}
 
     // The file of a URL; null with the reason in `outcome`.
-    static std::unique_ptr<CameraFile> find(const std::string &url, Status &outcome);
+    static std::unique_ptr<CameraFile> find(const std::string &url, Status &status);
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
 
@@ -50,7 +50,7 @@ class CameraFile {
     // An asynchronous request, see CameraService.
     using FileWork = std::function<Status(Camera &camera, const CameraPath &path)>;
     [[nodiscard]] std::shared_ptr<CameraService::Task> start(FileWork work) const;
-    bool isOver(const std::shared_ptr<CameraService::Task> &task, Status &outcome) const;
+    bool isOver(const std::shared_ptr<CameraService::Task> &task, Status &status) const;
 
   private:
     Status run(const CameraTimeout &timeout, CameraService::Work work) const;
@@ -62,7 +62,7 @@ class CameraFile {
 
 // Whether further requests to the camera would fail as well for now: it is removed, busy or does
 // not respond, or the caller has cancelled.
-bool endsAll(const Status &outcome);
+bool endsAll(const Status &status);
 
 // Whether the camera at that address is attached: a removal is noticed before the system
 // reports it. Makes a transfer; a camera that hangs is attached.
@@ -70,6 +70,6 @@ bool isThere(const CameraAddress &address, const CancellationToken &cancellation
 
 // `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: requests to a removed
 // camera fail in many ways.
-Status unlessRemoved(Status outcome, const std::string &device);
+Status unlessRemoved(Status status, const std::string &device);
 
 } // namespace mrb

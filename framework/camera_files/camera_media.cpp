@@ -41,12 +41,12 @@ class CameraBytes final : public MediaBytes {
         pieceAt_ = offset;
         const auto rest = static_cast<std::uint64_t>(size() - std::min(offset, size()));
         const std::size_t wanted = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
-        const Status outcome = wanted == 0 ? Status()
-                                           : file_.readAt({cancellation_, timeUntil(deadline_)},
-                                                          static_cast<std::uint64_t>(offset), wanted, piece_);
+        const Status status = wanted == 0 ? Status()
+                                          : file_.readAt({cancellation_, timeUntil(deadline_)},
+                                                         static_cast<std::uint64_t>(offset), wanted, piece_);
         take(piece_, pieceAt_, offset, buffer, length, got);
-        failure_ = outcome.code;
-        return outcome.ok();
+        failure_ = status.code;
+        return status.ok();
     }
 
   private:
@@ -81,52 +81,54 @@ Status readWithoutPieces(const CameraFile &source, const CameraTimeout &timeout,
         return source.read(timeout, CameraPart::WHOLE, MAX_FETCHED_FOR_METADATA, bytes);
     }
     std::string exif;
-    Status outcome = readDriversExif(source, timeout, exif);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = readDriversExif(source, timeout, exif);
+    if (!status.ok()) {
+        return status;
     }
     std::string head;
     if (exif.empty()) {
-        outcome = source.readBeginning(timeout, fileStatus.size, HEAD_BYTES, head);
+        status = source.readBeginning(timeout, fileStatus.size, HEAD_BYTES, head);
         exif = exifIn(head);
     }
-    bytes = fileStatus.width <= 0 && !head.empty() ? std::move(head) : jpegOf(exif, fileStatus.width, fileStatus.height);
+    bytes = fileStatus.width <= 0 && !head.empty() ? std::move(head)
+                                                   : jpegOf(exif, fileStatus.width, fileStatus.height);
     // A JPEG header with its size in pixels is metadata without EXIF data too.
-    return endsAll(outcome) ? outcome : Status();
+    return endsAll(status) ? status : Status();
 }
 
 } // namespace
 
 Status openCameraMedia(const std::string &url, MediaFile &file) {
     const auto deadline = Clock::now() + MediaFile::TIMEOUT;
-    Status outcome;
-    const std::unique_ptr<CameraFile> source = CameraFile::find(url, outcome);
+    Status status;
+    const std::unique_ptr<CameraFile> source = CameraFile::find(url, status);
     if (!source) {
-        return outcome;
+        return status;
     }
     const CancellationToken cancellation = [&file] { return file.isCancelled(); };
     const auto timeout = [&] { return CameraTimeout{cancellation, timeUntil(deadline)}; };
     CameraFileStatus fileStatus;
-    outcome = source->readStatus(timeout(), fileStatus);
+    status = source->readStatus(timeout(), fileStatus);
     std::string bytes;
-    if (outcome.ok()) {
+    if (status.ok()) {
         const auto size = static_cast<std::uint64_t>(fileStatus.size < 0 ? HEAD_BYTES : fileStatus.size);
-        outcome = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
+        status = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
-    if (outcome.ok() && fileStatus.size < 0) {
+    if (status.ok() && fileStatus.size < 0) {
         // The end of the file is unknown, and some cameras take a read beyond it for an error.
         file.open(std::make_unique<BytesInMemory>(std::move(bytes), had, fileStatus.modified));
-    } else if (outcome.ok()) {
-        file.open(std::make_unique<CameraBytes>(*source, fileStatus, cancellation, deadline, std::move(bytes)));
-    } else if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-        outcome = readWithoutPieces(*source, timeout(), fileStatus, bytes);
-        if (outcome.ok()) {
+    } else if (status.ok()) {
+        file.open(
+            std::make_unique<CameraBytes>(*source, fileStatus, cancellation, deadline, std::move(bytes)));
+    } else if (status.code == MRB_ERR_NOT_SUPPORTED) {
+        status = readWithoutPieces(*source, timeout(), fileStatus, bytes);
+        if (status.ok()) {
             const auto size = fileStatus.size < 0 ? static_cast<std::int64_t>(bytes.size()) : fileStatus.size;
             file.open(std::make_unique<BytesInMemory>(std::move(bytes), size, fileStatus.modified));
         }
     }
-    return outcome;
+    return status;
 }
 
 } // namespace mrb

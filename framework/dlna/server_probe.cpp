@@ -4,10 +4,10 @@
 
 namespace mrb::dlna {
 
-Status classifyDisconnect(ContentDirectoryClient &contentClient, const std::string &server, Status outcome,
+Status classifyDisconnect(ContentDirectoryClient &contentClient, const std::string &server, Status status,
                           const CancellationToken &cancellation) {
-    if (outcome.code != MRB_ERR_DEVICE_REMOVED) {
-        return outcome;
+    if (status.code != MRB_ERR_DEVICE_REMOVED) {
+        return status;
     }
     BrowseRequest request;
     request.kind = BrowseRequest::Kind::CAPABILITIES;
@@ -16,8 +16,8 @@ Status classifyDisconnect(ContentDirectoryClient &contentClient, const std::stri
     Page page;
     const int code = contentClient.browse(request, cancellation, page).code;
     const bool isGone = code == MRB_ERR_DEVICE_REMOVED || code == MRB_ERR_TIMEOUT;
-    outcome.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
-    return outcome;
+    status.code = isGone ? MRB_ERR_DEVICE_REMOVED : MRB_ERR_IO;
+    return status;
 }
 
 } // namespace mrb::dlna

@@ -41,9 +41,9 @@ Status MediaLibrary::read(const MediaItem &item, std::shared_ptr<const MediaReco
         record = recordOfNoFile(item);
         return {};
     }
-    Status outcome = readFile(item, record);
+    Status status = readFile(item, record);
     record = filled(std::move(record), item);
-    return outcome;
+    return status;
 }
 
 Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const MediaRecord> &record) {
@@ -52,9 +52,9 @@ Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Media
         return {};
     }
     MediaFile file;
-    Status outcome = openMedia(item.path, item.mount, file);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = openMedia(item.path, item.mount, file);
+    if (!status.ok()) {
+        return status;
     }
     const MediaKey key = keyNow(item, file);
     auto fresh = std::make_shared<MediaRecord>(*record);
@@ -68,19 +68,19 @@ Status MediaLibrary::readFile(const MediaItem &item, std::shared_ptr<const Media
             return {};
         }
     }
-    reader_(file, item.name, fresh->metadata, outcome);
-    if (outcome.ok()) {
+    reader_(file, item.name, fresh->metadata, status);
+    if (status.ok()) {
         fresh->isRead = true;
         promptly_.store(key, fresh->metadata);
         record = std::move(fresh);
     }
-    return outcome;
+    return status;
 }
 
 Status MediaLibrary::writeNow(const MediaItem &item, const WrittenFields &fields) {
-    Status outcome = cache_.write(item.key, fields);
+    Status status = cache_.write(item.key, fields);
     promptly_.storageChanged();
-    return outcome;
+    return status;
 }
 
 void MediaLibrary::store(std::span<const FileMetadata> files) {
@@ -112,15 +112,15 @@ bool MediaLibrary::readAll(std::int32_t items, const std::function<MediaItem(std
         }
         MediaFile file(cancellation);
         MediaRecord fresh = *record;
-        Status outcome = openMedia(item.path, item.mount, file);
-        if (outcome.ok()) {
-            reader_(file, item.name, fresh.metadata, outcome);
+        Status status = openMedia(item.path, item.mount, file);
+        if (status.ok()) {
+            reader_(file, item.name, fresh.metadata, status);
         }
         isWanted = !cancellation.isCancelled();
         if (!isWanted) {
             continue; // the metadata may be incomplete
         }
-        if (outcome.ok()) {
+        if (status.ok()) {
             batch.emplace_back(keyNow(item, file), fresh.metadata);
         }
         if (item.sourceMetadata) {

@@ -216,7 +216,7 @@ Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
     write->isAwaited = true;
     const bool isDone = await(guard, writer_, write->isDone);
     write->isAwaited = false;
-    return isDone ? write->outcome : Status();
+    return isDone ? write->status : Status();
 }
 
 PromptCache::Writes PromptCache::take() const {
@@ -230,8 +230,8 @@ PromptCache::Writes PromptCache::take() const {
 
 // Returns the result of each write.
 std::vector<Status> PromptCache::perform(const Writes &writes) {
-    std::vector<Status> outcomes;
-    outcomes.reserve(writes.size());
+    std::vector<Status> statuses;
+    statuses.reserve(writes.size());
     try {
         std::vector<FileMetadata> files;
         for (const std::shared_ptr<Write> &write : writes) {
@@ -243,29 +243,29 @@ std::vector<Status> PromptCache::perform(const Writes &writes) {
         const bool isBusy = storing.code == MRB_ERR_BUSY;
         for (const std::shared_ptr<Write> &write : writes) {
             // Clients do not get errors of metadata writes: metadata can be read again.
-            outcomes.push_back(isBusy                  ? storing
+            statuses.push_back(isBusy                  ? storing
                                : write->fields.empty() ? Status()
                                                        : storage_.write(write->key, write->fields));
         }
     } catch (const std::exception &failure) {
-        outcomes.resize(writes.size(), Status::ioError(failure.what()));
+        statuses.resize(writes.size(), Status::ioError(failure.what()));
     }
-    return outcomes;
+    return statuses;
 }
 
 // Removes completed writes; those that met a busy cache stay pending, except in the last attempt.
 // True: some are pending.
-bool PromptCache::settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast) {
+bool PromptCache::settle(const Writes &writes, const std::vector<Status> &statuses, bool isLast) {
     bool isBusy = false;
     for (std::size_t index = 0; index < writes.size(); ++index) {
         Write &write = *writes[index];
         write.isAtHand = false;
-        if (outcomes[index].code == MRB_ERR_BUSY && !isLast) {
+        if (statuses[index].code == MRB_ERR_BUSY && !isLast) {
             isBusy = true;
             continue;
         }
         write.isDone = true;
-        write.outcome = outcomes[index];
+        write.status = statuses[index];
         forget(write.text);
     }
     std::erase_if(writes_, [](const std::shared_ptr<Write> &write) { return write->isDone; });
@@ -284,17 +284,17 @@ void PromptCache::writeAll() {
         // A write that is refused while the shutdown begins is tried once more.
         const bool isLast = isFinishing_;
         guard.unlock();
-        const std::vector<Status> outcomes = perform(writes);
+        const std::vector<Status> statuses = perform(writes);
         guard.lock();
         writer_.busySince.reset();
-        writer_.isHeldUp = settle(writes, outcomes, isLast);
+        writer_.isHeldUp = settle(writes, statuses, isLast);
         change_.notify_all();
         std::size_t lost = 0;
         std::string reason;
         for (const std::shared_ptr<Write> &write : writes) {
-            if (write->isDone && !write->outcome.ok() && !write->isAwaited) {
+            if (write->isDone && !write->status.ok() && !write->isAwaited) {
                 ++lost;
-                reason = write->outcome.message;
+                reason = write->status.message;
             }
         }
         if (lost > 0) {

@@ -78,7 +78,7 @@ class PromptCache {
         bool isAtHand = false; // the worker has taken it: no fields are added
         bool isDone = false;
         bool isAwaited = false; // a call returns its result
-        Status outcome;
+        Status status;
     };
     using Writes = std::vector<std::shared_ptr<Write>>;
     struct Worker {
@@ -99,7 +99,7 @@ class PromptCache {
     [[nodiscard]] Record withWrites(Record record, const std::string &text) const;
     std::shared_ptr<Write> due(const MediaKey &key, std::size_t maximum);
     [[nodiscard]] Writes take() const;
-    bool settle(const Writes &writes, const std::vector<Status> &outcomes, bool isLast);
+    bool settle(const Writes &writes, const std::vector<Status> &statuses, bool isLast);
 
     void lookUpAll(); // the lookup thread
     void writeAll();  // the write thread

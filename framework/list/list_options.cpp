@@ -3,8 +3,8 @@
 namespace mrb {
 
 Status parseListOptions(const ListRequest &request, ListOptions &options) {
-    Status outcome = readSortCategory(request.sortCategory, options.sort);
-    return outcome.ok() ? Filter::make(request, options.filter) : outcome;
+    Status status = readSortCategory(request.sortCategory, options.sort);
+    return status.ok() ? Filter::make(request, options.filter) : status;
 }
 
 } // namespace mrb

@@ -29,11 +29,11 @@ ReadMetadata *readers() {
 
 } // namespace
 
-void readMetadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &outcome) {
+void readMetadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &status) {
     if (ReadMetadata *const read = readers()) {
-        read(file, name, metadata, outcome);
+        read(file, name, metadata, status);
     } else {
-        outcome = Status::notSupported("The metadata readers cannot be loaded.");
+        status = Status::notSupported("The metadata readers cannot be loaded.");
     }
 }
 

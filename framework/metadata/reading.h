@@ -12,7 +12,7 @@ namespace mrb {
 // are ambiguous. A file that is damaged, empty or something else has fewer metadata or none, and
 // that is a success; a code other than MRB_ERR_NONE in `outcome` means that it could not be read.
 // Any thread.
-using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &metadata, Status &outcome);
+using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &metadata, Status &status);
 
 // The function that the readers' library exports.
 extern "C" [[gnu::visibility("default")]] ReadMetadata mrb_read_metadata;

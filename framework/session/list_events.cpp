@@ -10,8 +10,8 @@
 namespace mrb {
 namespace {
 
-int lastEventOf(const Status &outcome) {
-    switch (outcome.code) {
+int lastEventOf(const Status &status) {
+    switch (status.code) {
     case MRB_ERR_NONE:
         return MRB_EVENT_LIST_READY;
     case MRB_ERR_CANCELLED:
@@ -35,9 +35,9 @@ void ListEvents::postGrowth() {
 
 int ListEvents::postEnd(FillResult result) {
     result_ = std::move(result);
-    const int event = lastEventOf(result_.outcome);
+    const int event = lastEventOf(result_.status);
     if (event == MRB_EVENT_LIST_FAILED) {
-        MRB_LOG_ERROR("List %d failed: %s", handle_, result_.outcome.message.c_str());
+        MRB_LOG_ERROR("List %d failed: %s", handle_, result_.status.message.c_str());
     }
     post(event);
     return event;
@@ -80,8 +80,8 @@ std::string ListEvents::serverData(int event) const {
         data["left_out_names"].append(name);
     }
     if (event == MRB_EVENT_LIST_FAILED) {
-        data["error"] = resultName(result_.outcome.code);
-        data["message"] = displayText(result_.outcome.message);
+        data["error"] = resultName(result_.status.code);
+        data["message"] = displayText(result_.status.message);
     }
     return jsonText(data);
 }

@@ -27,7 +27,7 @@ FillResult ListFiller::run() {
     prepareFiles();
     beginWatch();
     FillResult result = fill();
-    sort(result.outcome);
+    sort(result.status);
     return result;
 }
 
@@ -53,14 +53,14 @@ FillResult ListFiller::fill() {
     try {
         result = items_.source().fill(*this);
     } catch (const std::bad_alloc &) {
-        result.outcome = Status::outOfMemory("There is not enough memory for the list.");
+        result.status = Status::outOfMemory("There is not enough memory for the list.");
     } catch (const std::length_error &) {
-        result.outcome = Status::outOfMemory("There is not enough memory for the list.");
+        result.status = Status::outOfMemory("There is not enough memory for the list.");
     } catch (const std::exception &failure) {
-        result.outcome = Status::ioError(failure.what());
+        result.status = Status::ioError(failure.what());
     }
     if (full_) {
-        result.outcome =
+        result.status =
             Status::outOfMemory("The list is full: the source holds more than " +
                                 std::to_string(ItemStore::MAX_ITEMS) + " items, or too much text.");
     }
@@ -69,18 +69,18 @@ FillResult ListFiller::fill() {
 
 // Items of a source that failed are sorted too; a cancelled list stays unsorted, since its client
 // does not wait for it.
-void ListFiller::sort(Status &outcome) {
+void ListFiller::sort(Status &status) {
     try {
         const CancellationToken cancellation = [this] { return stopped(); };
         const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
             return sortValues(store, key, library_, fileOf, cancellation);
         };
-        if (!list_.sort(cancellation, valuesOf) && outcome.ok()) {
-            outcome = Status::cancelled();
+        if (!list_.sort(cancellation, valuesOf) && status.ok()) {
+            status = Status::cancelled();
         }
     } catch (const std::bad_alloc &) {
-        outcome = Status::outOfMemory("There is not enough memory to sort the list.");
+        status = Status::outOfMemory("There is not enough memory to sort the list.");
     }
 }
 

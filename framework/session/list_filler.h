@@ -49,7 +49,7 @@ class ListFiller final : private ItemSink {
     void prepareFiles() const;
     void beginWatch();
     FillResult fill();
-    void sort(Status &outcome);
+    void sort(Status &status);
     void reportGrowth();
     [[nodiscard]] bool hasFiles() const;
 

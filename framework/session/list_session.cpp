@@ -64,8 +64,8 @@ int ListSession::checkAvailable(const ListEntry &entry) const {
     // A folder's path may now be that of another folder; a device that returns is identified by
     // its id.
     const bool isGone = removed_ && source().device() == nullptr;
-    const Status outcome = isGone ? Status::deviceRemoved() : source().checkAvailable(entry.info);
-    return outcome.code;
+    const Status status = isGone ? Status::deviceRemoved() : source().checkAvailable(entry.info);
+    return status.code;
 }
 
 std::optional<std::int32_t> ListSession::pageOf(const std::string &mediaId) const {

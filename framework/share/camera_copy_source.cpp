@@ -15,11 +15,11 @@ namespace {
 
 constexpr mode_t COPIED_MODE = 0666;
 
-Status about(const std::string &name, Status outcome) {
-    if (!outcome.ok()) {
-        outcome.message = name + ": " + outcome.message;
+Status about(const std::string &name, Status status) {
+    if (!status.ok()) {
+        status.message = name + ": " + status.message;
     }
-    return outcome;
+    return status;
 }
 
 } // namespace
@@ -46,14 +46,14 @@ Status CameraCopySource::open(const ItemInfo &item, const CancellationToken &can
         return {};
     }
     name_ = displayText(item.name);
-    Status outcome;
-    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locationOf(item).url, outcome);
+    Status status;
+    const std::unique_ptr<CameraFile> source = CameraFile::find(list_->items().locationOf(item).url, status);
     CameraFileStatus fileStatus;
     if (source) {
-        outcome = source->readStatus({cancellation}, fileStatus);
+        status = source->readStatus({cancellation}, fileStatus);
     }
-    if (!outcome.ok()) {
-        return about(name_, std::move(outcome));
+    if (!status.ok()) {
+        return about(name_, std::move(status));
     }
     size_ = fileStatus.size;
     file.size = static_cast<std::uint64_t>(std::max<std::int64_t>(size_, 0));
@@ -81,9 +81,9 @@ CopyResult CameraCopySource::copy(int destination, const std::function<bool(std:
         result.bytes += result.destinationError == 0 ? bytes.size() : 0;
     };
     while (!isOver && !result.stopped && result.destinationError == 0 && result.source.ok()) {
-        Status outcome = download_->next(take);
-        if (!outcome.ok()) {
-            result.source = std::move(outcome);
+        Status status = download_->next(take);
+        if (!status.ok()) {
+            result.source = std::move(status);
         }
         result.stopped = result.source.code == MRB_ERR_CANCELLED || (!isOver && !moved(result.bytes));
     }

@@ -28,7 +28,7 @@ constexpr std::uint64_t MIN_BLOCK_BYTES = 512;
 
 bool isRemoved(int error) { return resultOfErrno(error) == MRB_ERR_DEVICE_REMOVED; }
 
-Status outcomeOfWriting(int error, const std::string &name) {
+Status statusOfWriting(int error, const std::string &name) {
     if (error == EFBIG) {
         return Status::noSpace("Writing " + name + ": the destination cannot hold files as large as this.");
     }
@@ -82,7 +82,7 @@ JobEnd CopyJob::run(JobListener &listener) {
 }
 
 int CopyJob::lastEvent() {
-    if (end_.outcome.ok()) {
+    if (end_.status.ok()) {
         return MRB_EVENT_SHARE_DONE;
     }
     // While a removal deletes file by file, the source still exists when the first of them is
@@ -110,16 +110,16 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    const Status outcome = source_->begin([&] { return listener.stopped(); });
-    if (outcome.ok()) {
+    const Status status = source_->begin([&] { return listener.stopped(); });
+    if (status.ok()) {
         return true;
     }
-    if (outcome.code == MRB_ERR_CANCELLED) {
+    if (status.code == MRB_ERR_CANCELLED) {
         end(MRB_EVENT_SHARE_STOPPED);
         return false;
     }
-    failures_.add(outcome, "", end_);
-    end(outcome.code == MRB_ERR_DEVICE_REMOVED ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
+    failures_.add(status, "", end_);
+    end(status.code == MRB_ERR_DEVICE_REMOVED ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
     return false;
 }
 
@@ -256,23 +256,23 @@ CopyJob::Step CopyJob::copyFailed(const CopyResult &copied, const std::string &n
                                         : sourceFailed(copied.source, name);
 }
 
-CopyJob::Step CopyJob::sourceFailed(const Status &outcome, const std::string &name) {
-    if (outcome.code == MRB_ERR_CANCELLED) {
+CopyJob::Step CopyJob::sourceFailed(const Status &status, const std::string &name) {
+    if (status.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    failures_.add(outcome, name, end_);
-    if (outcome.code == MRB_ERR_DEVICE_REMOVED || !source_->isThere()) {
+    failures_.add(status, name, end_);
+    if (status.code == MRB_ERR_DEVICE_REMOVED || !source_->isThere()) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
     // After a timeout, every other file would time out too.
-    return outcome.code == MRB_ERR_TIMEOUT ? end(MRB_EVENT_SHARE_FAILED) : Step::GO_ON;
+    return status.code == MRB_ERR_TIMEOUT ? end(MRB_EVENT_SHARE_FAILED) : Step::GO_ON;
 }
 
 CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
     const bool isGone = isRemoved(error) || !destination_.isThere();
     const bool isOfThisFile = error == EFBIG || error == EINVAL || error == EILSEQ || error == ENAMETOOLONG;
     failures_.add(isGone ? Status::deviceRemoved("The destination is gone.")
-                         : outcomeOfWriting(error, displayText(name)),
+                         : statusOfWriting(error, displayText(name)),
                   name, end_);
     if (isGone) {
         return end(MRB_EVENT_DEVICE_REMOVED);

@@ -56,7 +56,7 @@ class CopyJob final : public Job {
     // A failure of the source skips a file, one of the destination ends the share, unless the
     // destination cannot hold that file only.
     Step copyFailed(const CopyResult &copied, const std::string &name);
-    Step sourceFailed(const Status &outcome, const std::string &name);
+    Step sourceFailed(const Status &status, const std::string &name);
     Step destinationFailed(int error, const std::string &name);
     Step end(int event);
     // The last event of a copy that has handled every item.

@@ -4,12 +4,12 @@
 
 namespace mrb {
 
-void Failures::add(const Status &outcome, const std::string &name, JobEnd &end) {
+void Failures::add(const Status &status, const std::string &name, JobEnd &end) {
     if (++count_ <= MAX_LOGGED) {
-        MRB_LOG_WARNING("%s: %s (%s)", what_, outcome.message.c_str(), resultName(outcome.code));
+        MRB_LOG_WARNING("%s: %s (%s)", what_, status.message.c_str(), resultName(status.code));
     }
-    if (end.outcome.ok()) {
-        end.outcome = outcome;
+    if (end.status.ok()) {
+        end.status = status;
         end.name = name;
     }
 }

@@ -15,7 +15,7 @@ class Failures {
     explicit Failures(const char *what) : what_(what) {}
 
     // `name` is that of the file that failed; empty: none.
-    void add(const Status &outcome, const std::string &name, JobEnd &end);
+    void add(const Status &status, const std::string &name, JobEnd &end);
     // Logs the number of failures that were not logged.
     void conclude() const;
 

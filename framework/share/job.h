@@ -27,7 +27,7 @@ class JobListener {
 // How a job ended.
 struct JobEnd {
     int event = 0;    // one of the MRB_EVENT_SHARE_ that end a share, or MRB_EVENT_DEVICE_REMOVED
-    Status outcome;   // the first failure
+    Status status;    // the first failure
     std::string name; // of the file that failed; empty: none
     // Files that were completed.
     std::uint32_t files = 0;

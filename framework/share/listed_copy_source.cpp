@@ -11,10 +11,10 @@ namespace mrb {
 namespace {
 
 // The next file may lie on another device, so it is tried even if this one's device is gone.
-Status ofThisFile(Status outcome) {
-    const bool isOfDevice = outcome.code == MRB_ERR_DEVICE_REMOVED || outcome.code == MRB_ERR_TIMEOUT;
-    outcome.code = isOfDevice ? MRB_ERR_NOT_FOUND : outcome.code;
-    return outcome;
+Status ofThisFile(Status status) {
+    const bool isOfDevice = status.code == MRB_ERR_DEVICE_REMOVED || status.code == MRB_ERR_TIMEOUT;
+    status.code = isOfDevice ? MRB_ERR_NOT_FOUND : status.code;
+    return status;
 }
 
 Status notHere(const ItemInfo &item, const ItemLocation &location) {

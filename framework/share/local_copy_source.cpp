@@ -15,7 +15,7 @@ namespace {
 // execute is not, since media are not programs.
 constexpr mode_t COPIED_MODE = 0666;
 
-Status outcomeOfFile(int error, const std::string &name) {
+Status statusOfFile(int error, const std::string &name) {
     return error == 0 ? Status() : Status::ofErrno(error, displayText(name));
 }
 
@@ -31,9 +31,9 @@ Status LocalCopySource::begin(const CancellationToken & /*cancellation*/) {
         resolver_.emplace(rootFolder_.folder(), openSubfolder);
         return {};
     }
-    Status outcome = Status::ofErrno(error, root_);
-    outcome.code = error == ENOENT ? MRB_ERR_DEVICE_REMOVED : outcome.code;
-    return outcome;
+    Status status = Status::ofErrno(error, root_);
+    status.code = error == ENOENT ? MRB_ERR_DEVICE_REMOVED : status.code;
+    return status;
 }
 
 // Another file system may be mounted below the root now; then the source as a whole is not gone.
@@ -50,18 +50,18 @@ Status LocalCopySource::openFile(std::string_view path, LastLink link, const Mou
     OpenFolderPtr from;
     const int error = goTo(path.substr(0, slash == std::string_view::npos ? 0 : slash), mount, from);
     if (error != 0 || !isPlainName(last)) {
-        return outcomeOfFile(error != 0 ? error : EINVAL, name);
+        return statusOfFile(error != 0 ? error : EINVAL, name);
     }
     // A file that was listed may be a pipe now, which would block.
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     file_ = Descriptor(
         openat(from->descriptor.fd(), last.c_str(), link == LastLink::FOLLOWED ? flags : flags | O_NOFOLLOW));
     if (!file_) {
-        return outcomeOfFile(errno, name);
+        return statusOfFile(errno, name);
     }
     struct stat fileStat {};
     if (fstat(file_.fd(), &fileStat) != 0 || !S_ISREG(fileStat.st_mode)) {
-        return outcomeOfFile(S_ISREG(fileStat.st_mode) ? errno : ENOENT, name);
+        return statusOfFile(S_ISREG(fileStat.st_mode) ? errno : ENOENT, name);
     }
     name_ = name;
     size_ = static_cast<std::uint64_t>(fileStat.st_size);
@@ -72,7 +72,7 @@ Status LocalCopySource::openFile(std::string_view path, LastLink link, const Mou
 Status LocalCopySource::openFolder(std::string_view path, const MountIdentity &mount,
                                    const std::string &name) {
     OpenFolderPtr folder;
-    return outcomeOfFile(goTo(path, mount, folder), name);
+    return statusOfFile(goTo(path, mount, folder), name);
 }
 
 CopyResult LocalCopySource::copy(int destination, const std::function<bool(std::uint64_t)> &moved) {

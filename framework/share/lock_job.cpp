@@ -18,7 +18,7 @@ Status LockJob::mark(const ItemInfo &info) const {
 
 JobEnd LockJob::run(JobListener &listener) {
     listener.begins(static_cast<std::uint32_t>(selection_.count()), 0);
-    JobEnd end{.event = MRB_EVENT_SHARE_DONE, .outcome = {}, .name = {}};
+    JobEnd end{.event = MRB_EVENT_SHARE_DONE, .status = {}, .name = {}};
     std::int32_t left = selection_.count();
     for (std::int32_t item = 0; left > 0; ++item) {
         if (listener.stopped()) {
@@ -29,13 +29,13 @@ JobEnd LockJob::run(JobListener &listener) {
             const ItemInfo info = list_->list().infoOf(item);
             const std::string name = displayText(info.name);
             listener.fileBegins(name, 0, 0);
-            Status outcome = mark(info);
-            listener.fileEnds(outcome.ok());
+            Status status = mark(info);
+            listener.fileEnds(status.ok());
             --left;
-            if (outcome.ok()) {
+            if (status.ok()) {
                 ++end.files;
-            } else if (end.outcome.ok()) {
-                end = {MRB_EVENT_SHARE_FAILED, std::move(outcome), name, end.files, 0};
+            } else if (end.status.ok()) {
+                end = {MRB_EVENT_SHARE_FAILED, std::move(status), name, end.files, 0};
             }
         }
     }

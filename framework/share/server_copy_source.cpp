@@ -68,12 +68,12 @@ Status ServerCopySource::open(const ItemInfo &item, const CancellationToken &can
         return Status::notSupported(name_ + ": the server has no URL of it.");
     }
     dlna::Transfers::Promise promise;
-    Status outcome = transfers_->beginDownload(location.url, cancellation, promise);
-    if (outcome.ok()) {
-        outcome = compared(promise, item);
+    Status status = transfers_->beginDownload(location.url, cancellation, promise);
+    if (status.ok()) {
+        status = compared(promise, item);
     }
-    if (!outcome.ok()) {
-        return judged(std::move(outcome));
+    if (!status.ok()) {
+        return judged(std::move(status));
     }
     const std::int64_t size = promise.size != UNKNOWN ? promise.size : item.size;
     isExact_ = size != UNKNOWN;
@@ -102,24 +102,24 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
         result.stopped = !moved(result.bytes);
         return !result.stopped;
     };
-    Status outcome = transfers_->finishDownload(take, cancellation_);
-    result.stopped = result.stopped || outcome.code == MRB_ERR_CANCELLED;
+    Status status = transfers_->finishDownload(take, cancellation_);
+    result.stopped = result.stopped || status.code == MRB_ERR_CANCELLED;
     if (result.stopped || result.destinationError != 0 || !result.source.ok()) {
         return result;
     }
-    if (outcome.ok() && isExact_ && result.bytes < most_) {
-        outcome = Status::protocolError("The server sent fewer bytes than it reported.");
+    if (status.ok() && isExact_ && result.bytes < most_) {
+        status = Status::protocolError("The server sent fewer bytes than it reported.");
     }
-    result.source = judged(std::move(outcome));
+    result.source = judged(std::move(status));
     return result;
 }
 
-Status ServerCopySource::judged(Status outcome) const {
-    outcome = dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(outcome), cancellation_);
-    if (!outcome.ok()) {
-        outcome.message = name_ + ": " + outcome.message;
+Status ServerCopySource::judged(Status status) const {
+    status = dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(status), cancellation_);
+    if (!status.ok()) {
+        status.message = name_ + ": " + status.message;
     }
-    return outcome;
+    return status;
 }
 
 std::string ServerCopySource::pathOf(std::string path) const { return renamedPath(path, plainName); }

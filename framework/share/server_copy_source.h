@@ -31,7 +31,7 @@ class ServerCopySource final : public CopySource {
     [[nodiscard]] std::string nameOf(const ItemInfo &item) const override;
 
   private:
-    [[nodiscard]] Status judged(Status outcome) const;
+    [[nodiscard]] Status judged(Status status) const;
 
     const std::shared_ptr<ListSession> list_;
     const dlna::DlnaService::Found server_;

@@ -40,20 +40,20 @@ void Share::run() noexcept {
 }
 
 JobEnd Share::work() {
-    JobEnd end{.event = MRB_EVENT_SHARE_FAILED, .outcome = {}, .name = {}};
+    JobEnd end{.event = MRB_EVENT_SHARE_FAILED, .status = {}, .name = {}};
     try {
         end = job_->run(*this);
     } catch (const std::bad_alloc &) {
-        end.outcome = Status::outOfMemory("There is not enough memory for the share.");
+        end.status = Status::outOfMemory("There is not enough memory for the share.");
     } catch (const std::exception &failure) {
-        end.outcome = Status::ioError(failure.what());
+        end.status = Status::ioError(failure.what());
     }
     return end;
 }
 
 void Share::conclude(const JobEnd &end) {
-    if (!end.outcome.ok()) {
-        MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, end.outcome.message.c_str());
+    if (!end.status.ok()) {
+        MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, end.status.message.c_str());
     }
     const std::lock_guard guard(lock_);
     if (!std::exchange(started_, true)) {

@@ -32,9 +32,9 @@ std::unique_ptr<CopySource> copySourceOf(const std::shared_ptr<ListSession> &lis
 Status makeDownload(const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                     Selection selection, std::unique_ptr<Job> &job) {
     dlna::DlnaService::Found server;
-    Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (!status.ok()) {
+        return status;
     }
     const std::vector<std::int32_t> items = list->list().expand(selection);
     const ItemInfo first = items.empty() ? ItemInfo() : list->list().infoOf(items.front());
@@ -53,13 +53,13 @@ Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession
         return Status::notSupported("Items of DLNA servers can only be downloaded.");
     }
     dlna::DlnaService::Found server;
-    Status outcome = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
-    if (outcome.ok()) {
+    Status status = dlna::DlnaService::instance().find(request.dlnaDeviceId, server);
+    if (status.ok()) {
         std::string container = DlnaSource::objectId(server.id, request.dlnaServiceProvider);
         job = std::make_unique<UploadJob>(list, std::move(selection), std::move(copySource),
                                           std::move(server), std::move(container));
     }
-    return outcome;
+    return status;
 }
 
 } // namespace
@@ -67,10 +67,10 @@ Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession
 int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                   ShareCallback listener, mrb_share_handler_h *handle) {
     std::unique_ptr<Job> job;
-    const Status outcome = makeJob(type, request, list, job);
-    if (!outcome.ok()) {
-        MRB_LOG_WARNING("Share not started: %s", outcome.message.c_str());
-        return outcome.code;
+    const Status status = makeJob(type, request, list, job);
+    if (!status.ok()) {
+        MRB_LOG_WARNING("Share not started: %s", status.message.c_str());
+        return status.code;
     }
     events_.start();
     mrb_share_handler_h number = 0;

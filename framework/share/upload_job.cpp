@@ -47,9 +47,9 @@ JobEnd UploadJob::run(JobListener &listener) {
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
     }
     if (step == Step::GO_ON) {
-        const bool isGone = !end_.outcome.ok() && !source_->isThere();
+        const bool isGone = !end_.status.ok() && !source_->isThere();
         const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
-        end(end_.outcome.ok() ? MRB_EVENT_SHARE_DONE : failure);
+        end(end_.status.ok() ? MRB_EVENT_SHARE_DONE : failure);
     }
     failures_.conclude();
     transfers_.reset();
@@ -63,14 +63,14 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     if (listener.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    Status outcome = source_->begin(cancellation);
-    if (outcome.ok()) {
-        outcome = server_.contentClient->connect(server_.id, cancellation, transfers_);
+    Status status = source_->begin(cancellation);
+    if (status.ok()) {
+        status = server_.contentClient->connect(server_.id, cancellation, transfers_);
     }
-    if (!outcome.ok() && failed(outcome, "") == Step::GO_ON) {
+    if (!status.ok() && failed(status, "") == Step::GO_ON) {
         return end(MRB_EVENT_SHARE_FAILED);
     }
-    return outcome.ok() ? Step::GO_ON : Step::END;
+    return status.ok() ? Step::GO_ON : Step::END;
 }
 
 UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
@@ -82,8 +82,8 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
         return failed(Status::invalidParameter(name + " is not a picture, music or video."), item.name);
     }
     CopySource::File source;
-    if (Status outcome = source_->open(item, cancellation, source); !outcome.ok()) {
-        return failed(outcome, item.name);
+    if (Status status = source_->open(item, cancellation, source); !status.ok()) {
+        return failed(status, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     listener.fileBegins(name, source.size, planned);
@@ -91,7 +91,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     file.descriptor = source_->fd();
     file.size = source.size;
     SpooledFile spooled;
-    Status outcome = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
+    Status status = file.descriptor < 0 ? fetch(name, cancellation, spooled, file) : Status();
     file.title = name;
     if (const std::size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) {
         file.title.resize(dot); // servers show titles without extensions
@@ -100,16 +100,16 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     file.mimeType = type->mimeType;
     file.upnpClass = upnpClass;
     file.container = container_;
-    if (outcome.ok()) {
-        outcome = transfers_->upload(
+    if (status.ok()) {
+        status = transfers_->upload(
             file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, cancellation);
-        outcome =
-            dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(outcome), cancellation);
-        outcome.message.insert(0, name + ": ");
+        status =
+            dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(status), cancellation);
+        status.message.insert(0, name + ": ");
     }
-    listener.fileEnds(outcome.ok());
-    if (!outcome.ok()) {
-        return failed(outcome, item.name);
+    listener.fileEnds(status.ok());
+    if (!status.ok()) {
+        return failed(status, item.name);
     }
     ++end_.files;
     end_.bytes += file.size;
@@ -119,18 +119,18 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
 // A server may read a file in any order and repeatedly, while a camera sends it once, slowly.
 Status UploadJob::fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                         dlna::Upload &file) {
-    Status outcome = spooled.fill(*source_, name, cancellation);
+    Status status = spooled.fill(*source_, name, cancellation);
     file.descriptor = spooled.fd();
     file.size = spooled.size();
-    return outcome;
+    return status;
 }
 
-UploadJob::Step UploadJob::failed(const Status &outcome, const std::string &name) {
-    if (outcome.code == MRB_ERR_CANCELLED) {
+UploadJob::Step UploadJob::failed(const Status &status, const std::string &name) {
+    if (status.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    failures_.add(outcome, name, end_);
-    switch (outcome.code) {
+    failures_.add(status, name, end_);
+    switch (status.code) {
     case MRB_ERR_DEVICE_REMOVED:
         return end(MRB_EVENT_DEVICE_REMOVED);
     case MRB_ERR_TIMEOUT:

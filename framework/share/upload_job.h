@@ -35,7 +35,7 @@ class UploadJob final : public Job {
     Step send(const ItemInfo &item, JobListener &listener);
     Status fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                  dlna::Upload &file);
-    Step failed(const Status &outcome, const std::string &name);
+    Step failed(const Status &status, const std::string &name);
     Step end(int event);
 
     const std::shared_ptr<ListSession> list_;

@@ -60,7 +60,7 @@ struct FillResult {
         }
     }
 
-    Status outcome;
+    Status status;
     std::int64_t unreadable = 0;                // folders that could not be read completely
     std::int64_t tooDeep = 0;                   // folders too deep to be read
     std::int64_t leftOut = 0;                   // items of the source that cannot be used

@@ -28,10 +28,10 @@ struct Asked {
     bool isWarned = false; // since its last result
 };
 
-void warn(Asked &asked, const std::string &name, const Status &outcome) {
+void warn(Asked &asked, const std::string &name, const Status &status) {
     if (!std::exchange(asked.isWarned, true)) {
         MRB_LOG_WARNING("The camera \"%s\" does not report its capacity: %s (%s)", name.c_str(),
-                        outcome.message.c_str(), resultName(outcome.code));
+                        status.message.c_str(), resultName(status.code));
     }
 }
 
@@ -56,16 +56,16 @@ void CameraCapacityProbe::ask(std::span<const Device> cameras) {
     for (const Device &camera : cameras) {
         const auto [known, isNew] = mailbox_->cameras.try_emplace(camera.camera);
         Asked &asked = known->second;
-        Status outcome;
+        Status status;
         if (!asked.task && (isNew || Clock::now() - asked.ended >= FRESH)) {
             try {
                 start(mailbox_, camera);
             } catch (const std::exception &failure) {
                 warn(asked, camera.name, Status::outOfMemory(failure.what()));
             }
-        } else if (asked.task && CameraService::instance().isOver(asked.task, outcome) &&
-                   outcome.code == MRB_ERR_TIMEOUT) {
-            warn(asked, camera.name, outcome); // Late so far; a result may still arrive.
+        } else if (asked.task && CameraService::instance().isOver(asked.task, status) &&
+                   status.code == MRB_ERR_TIMEOUT) {
+            warn(asked, camera.name, status); // Late so far; a result may still arrive.
         }
     }
 }
@@ -74,7 +74,7 @@ void CameraCapacityProbe::ask(std::span<const Device> cameras) {
 void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
     const auto sizes = std::make_shared<CameraSizes>();
     const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
-    const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Status &outcome) {
+    const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Status &status) {
         const std::lock_guard guard(mailbox->lock);
         const auto known = mailbox->cameras.find(address);
         if (known == mailbox->cameras.end()) {
@@ -82,9 +82,9 @@ void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const D
         }
         known->second.task = nullptr;
         known->second.ended = Clock::now();
-        if (!outcome.ok()) {
-            if (outcome.code != MRB_ERR_CANCELLED) { // Otherwise the process exits.
-                warn(known->second, name, outcome);
+        if (!status.ok()) {
+            if (status.code != MRB_ERR_CANCELLED) { // Otherwise the process exits.
+                warn(known->second, name, status);
             }
             return;
         }

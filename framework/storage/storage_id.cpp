@@ -69,23 +69,23 @@ Status readStorageId(const std::string &path, std::string &id) {
 
 Status readStorageIdInTime(const std::string &path, std::string &id) {
     struct Answer {
-        Status outcome;
+        Status status;
         std::string id;
     };
     static OnDemand<TimedCalls> calls;
     const auto answer = std::make_shared<Answer>();
     const auto read = [answer, path] {
         try {
-            answer->outcome = readStorageId(path, answer->id);
+            answer->status = readStorageId(path, answer->id);
         } catch (const std::exception &failure) {
-            answer->outcome = Status::outOfMemory(failure.what());
+            answer->status = Status::outOfMemory(failure.what());
         }
     };
     if (!calls.get().run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
         return Status::timedOut("What holds \"" + path + "\" does not answer in time.");
     }
     id = answer->id;
-    return answer->outcome;
+    return answer->status;
 }
 
 std::vector<Mount> mountsOf(const std::string &folder) {

@@ -52,7 +52,7 @@ void deliverResult(const Request &request, Decoded &decoded, bool last,
     thumb_result_s result{};
     const std::size_t length = std::min(request.origin.size(), sizeof result.origin_path - 1);
     std::memcpy(result.origin_path, request.origin.data(), length);
-    int code = decoded.outcome.code;
+    int code = decoded.status.code;
     if (code == MRB_ERR_NONE) {
         try {
             fill(result, request, decoded, last);

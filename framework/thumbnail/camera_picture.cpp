@@ -20,26 +20,27 @@ constexpr std::size_t MAX_PREVIEW_BYTES = 4UL << 20;
 
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
-bool isPicture(const Decoded &decoded) { return decoded.outcome.ok(); }
+bool isPicture(const Decoded &decoded) { return decoded.status.ok(); }
 
 // Makes the thumbnail of one file. Each request takes a camera some milliseconds, during which it
 // serves no other client, so none is sent before its result is needed.
 class CameraPicture {
   public:
     CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
-                  const std::function<Decode> &decode, const CameraFile &file, const CameraFileStatus &fileStatus)
+                  const std::function<Decode> &decode, const CameraFile &file,
+                  const CameraFileStatus &fileStatus)
         : request_(request), stop_(stop), decode_(decode), file_(file), size_(fileStatus.size),
           width_(fileStatus.width), height_(fileStatus.height) {}
 
     void make(Decoded &decoded) {
         Decoded small;
-        small.outcome = Status::notFound("The camera has no preview of the file.");
+        small.status = Status::notFound("The camera has no preview of the file.");
         if (request_.frames == 1 && makeSmall(small)) {
             decoded = std::move(small);
             return;
         }
-        decoded.outcome = small.outcome;
-        if (!endsAll(small.outcome)) {
+        decoded.status = small.status;
+        if (!endsAll(small.status)) {
             decodeWhole(decoded);
         }
         if (!isPicture(decoded) && isPicture(small) && !stop_.isCancelled()) {
@@ -59,8 +60,8 @@ class CameraPicture {
 
     void decodeBytes(const std::string &bytes, int mediaType, int orientation, Decoded &decoded) const {
         MemoryFile local;
-        decoded.outcome = local.write(bytes);
-        if (decoded.outcome.ok()) {
+        decoded.status = local.write(bytes);
+        if (decoded.status.ok()) {
             DecodeRequest request = request_;
             request.path = local.path();
             request.mediaType = mediaType;
@@ -76,11 +77,11 @@ class CameraPicture {
             return false;
         }
         // If EXIF data have a thumbnail and its orientation, nothing else is needed.
-        if (isImage && hasExif(file_) && (decodeExif(small) || endsAll(small.outcome))) {
+        if (isImage && hasExif(file_) && (decodeExif(small) || endsAll(small.status))) {
             return isPicture(small);
         }
         decodePreview(isImage, small);
-        if (!isPicture(small) && !endsAll(small.outcome) && exif_ && !pictureIn(*exif_).empty()) {
+        if (!isPicture(small) && !endsAll(small.status) && exif_ && !pictureIn(*exif_).empty()) {
             decodeSmall(pictureIn(*exif_), small); // in the absence of another
         }
         return isPicture(small) && isLargeEnough(small);
@@ -92,7 +93,7 @@ class CameraPicture {
     }
 
     bool decodeExif(Decoded &small) {
-        const std::string &exif = readExif(small.outcome);
+        const std::string &exif = readExif(small.status);
         const std::string picture = pictureIn(exif);
         if (picture.empty()) {
             return false;
@@ -115,10 +116,10 @@ class CameraPicture {
     }
 
     // Reads them once; empty: there are none.
-    const std::string &readExif(Status &outcome) {
+    const std::string &readExif(Status &status) {
         if (!exif_) {
             exif_.emplace();
-            outcome = readCameraExif(file_, timeout(), size_, *exif_);
+            status = readCameraExif(file_, timeout(), size_, *exif_);
             const Metadata fileStatus = exif_->empty() ? Metadata() : metadataOfExif(*exif_);
             exifOrientation_ = static_cast<int>(fileStatus.number(MetadataKey::ORIENTATION));
             if (!knowsPixels()) {
@@ -131,15 +132,15 @@ class CameraPicture {
 
     void decodePreview(bool isImage, Decoded &small) {
         std::string bytes;
-        small.outcome = file_.read(timeout(), CameraPart::PREVIEW, MAX_PREVIEW_BYTES, bytes);
-        if (!small.outcome.ok()) {
+        small.status = file_.read(timeout(), CameraPart::PREVIEW, MAX_PREVIEW_BYTES, bytes);
+        if (!small.status.ok()) {
             return;
         }
         if (request_.orientation == 0 && isImage) {
-            Status outcome;
-            readExif(outcome);
-            if (endsAll(outcome)) { // the orientation is unknown
-                small.outcome = outcome;
+            Status status;
+            readExif(status);
+            if (endsAll(status)) { // the orientation is unknown
+                small.status = status;
                 return;
             }
         }
@@ -179,12 +180,12 @@ class CameraPicture {
 
     void decodeWhole(Decoded &decoded) const {
         if (size_ > static_cast<std::int64_t>(MAX_FETCHED_BYTES)) {
-            decoded.outcome = Status::outOfMemory("The file is too large to be fetched from the camera.");
+            decoded.status = Status::outOfMemory("The file is too large to be fetched from the camera.");
             return;
         }
         std::string bytes;
-        decoded.outcome = file_.read(timeout(), CameraPart::WHOLE, MAX_FETCHED_BYTES, bytes);
-        if (decoded.outcome.ok()) {
+        decoded.status = file_.read(timeout(), CameraPart::WHOLE, MAX_FETCHED_BYTES, bytes);
+        if (decoded.status.ok()) {
             decodeBytes(bytes, type(), request_.orientation, decoded);
         }
     }
@@ -207,12 +208,12 @@ bool isOnCamera(const std::string &path) { return path.starts_with(CAMERA_URL_SC
 
 void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded) {
-    const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.outcome);
+    const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.status);
     CameraFileStatus fileStatus;
     if (file) {
-        decoded.outcome = file->readStatus({[&stop] { return stop.isCancelled(); }}, fileStatus);
+        decoded.status = file->readStatus({[&stop] { return stop.isCancelled(); }}, fileStatus);
     }
-    if (decoded.outcome.ok()) {
+    if (decoded.status.ok()) {
         const bool isKnown = fileStatus.size >= 0 && fileStatus.modified >= 0;
         const FileIdentity identity =
             isKnown ? FileIdentity{fileStatus.size, fileStatus.modified * NANOSECONDS} : FileIdentity{};
@@ -222,8 +223,8 @@ void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &
         CameraPicture(request, stop, decode, *file, fileStatus).make(decoded);
         decoded.source = identity;
     }
-    if (!decoded.outcome.ok() && stop.isCancelled()) {
-        decoded.outcome = endOf(stop);
+    if (!decoded.status.ok() && stop.isCancelled()) {
+        decoded.status = endOf(stop);
     }
 }
 

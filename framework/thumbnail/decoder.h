@@ -51,7 +51,7 @@ struct FileIdentity {
 };
 
 struct Decoded {
-    Status outcome;
+    Status status;
     std::vector<Image> images; // all of one size; empty unless the outcome is MRB_ERR_NONE
     int originalWidth = 0;     // pixels of the original as it is shown, turned upright
     int originalHeight = 0;

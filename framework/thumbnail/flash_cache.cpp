@@ -34,7 +34,8 @@ FileIdentity identityOf(const std::string &path) {
     if (stat(path.c_str(), &fileStat) != 0) {
         return {};
     }
-    return {fileStat.st_size, std::int64_t{fileStat.st_mtim.tv_sec} * 1'000'000'000 + fileStat.st_mtim.tv_nsec};
+    return {fileStat.st_size,
+            std::int64_t{fileStat.st_mtim.tv_sec} * 1'000'000'000 + fileStat.st_mtim.tv_nsec};
 }
 
 bool writeAt(int file, const std::string &text, std::int64_t offset) {
@@ -88,9 +89,9 @@ Status FlashCache::open(const std::string &list) {
         return Status::busy("\"" + list + "\" is locked by another program.");
     }
     if (!refresh()) {
-        Status outcome = Status::ofErrno(errno, list);
+        Status status = Status::ofErrno(errno, list);
         turns_ = Descriptor();
-        return outcome;
+        return status;
     }
     return {};
 }

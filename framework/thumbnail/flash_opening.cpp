@@ -37,7 +37,7 @@ Status FlashOpening::open(const std::string &list) {
                                     [&] { return answered_ >= number || isFinishing_; });
     --waiting_;
     if (isOver && answered_ >= number) {
-        return outcome_;
+        return status_;
     }
     return Status::timedOut("\"" + list + "\" is still being opened.");
 }
@@ -64,24 +64,24 @@ void FlashOpening::openWanted(Lock &guard) {
     busySince_ = busySince_.value_or(steady_clock::now());
     guard.unlock();
     const auto opened = std::make_shared<FlashCache>();
-    Status outcome = openCache(*opened, list);
+    Status status = openCache(*opened, list);
     guard.lock();
-    if (outcome.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
+    if (status.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
         wanted_ = list; // tried again, until the other process releases it
         return;
     }
     busySince_.reset();
-    const bool isOpen = outcome.ok();
+    const bool isOpen = status.ok();
     const std::shared_ptr<FlashCache> before = isOpen ? std::exchange(cache_, opened) : nullptr;
     answered_ = number;
-    outcome_ = outcome;
+    status_ = status;
     const bool isHeard = waiting_ > 0;
     change_.notify_all();
     guard.unlock();
     if (isOpen) {
         opened->dropStrangers();
     } else if (!isHeard) {
-        MRB_LOG_WARNING("No flash cache: %s", outcome.message.c_str());
+        MRB_LOG_WARNING("No flash cache: %s", status.message.c_str());
     }
     guard.lock();
 }

@@ -52,7 +52,7 @@ class FlashOpening {
     std::optional<std::string> wanted_; // the list to be opened next
     std::uint64_t asked_ = 0;           // number of calls so far
     std::uint64_t answered_ = 0;        // the number of the last call with a result
-    Status outcome_;
+    Status status_;
     std::optional<std::chrono::steady_clock::time_point> busySince_;
     unsigned waiting_ = 0; // number of waiting calls
     bool isFinishing_ = false;

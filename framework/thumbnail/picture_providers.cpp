@@ -22,7 +22,7 @@ bool isAny(const Request & /*request*/) { return true; }
 
 bool refuse(const Request &request, const CancellationToken & /*stop*/, const PictureTools & /*tools*/,
             Decoded &decoded) {
-    decoded.outcome.code = request.refusal;
+    decoded.status.code = request.refusal;
     return true;
 }
 
@@ -31,7 +31,7 @@ bool endStopped(const Request & /*request*/, const CancellationToken &stop, cons
     if (!stop.isCancelled()) {
         return false;
     }
-    decoded.outcome = endOf(stop);
+    decoded.status = endOf(stop);
     return true;
 }
 

@@ -13,17 +13,17 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
     const std::shared_ptr<dlna::ContentDirectoryClient> contentClient =
         dlna::DlnaService::instance().contentClient();
     if (!contentClient) {
-        decoded.outcome = Status::deviceRemoved("The DLNA service is not started.");
+        decoded.status = Status::deviceRemoved("The DLNA service is not started.");
         return;
     }
     std::string bytes;
-    decoded.outcome = contentClient->fetch(
+    decoded.status = contentClient->fetch(
         request.path, MAX_REMOTE_BYTES, REMOTE_TIMEOUT, [&stop] { return stop.isCancelled(); }, bytes);
     MemoryFile file;
-    if (decoded.outcome.ok()) {
-        decoded.outcome = file.write(bytes);
+    if (decoded.status.ok()) {
+        decoded.status = file.write(bytes);
     }
-    if (decoded.outcome.ok()) {
+    if (decoded.status.ok()) {
         DecodeRequest local = request;
         local.path = file.path();
         local.mediaType = MRB_ITEM_TYPE_IMAGE; // also for a video: the server's picture of it

@@ -60,13 +60,13 @@ Request readRequest(const _thumb_request &record) {
     request.useCache = record.used_cache != 0;
     request.isRemote = request.sourceType == MRB_THUMB_SOURCE_DLNA && isOfWeb(request.origin);
     request.decode.path = request.isRemote ? request.origin : std::string();
-    Status outcome = request.isRemote ? Status() : readPath(request.origin, request.decode.path);
-    if (outcome.ok()) {
-        outcome = readNumbers(record, request);
+    Status status = request.isRemote ? Status() : readPath(request.origin, request.decode.path);
+    if (status.ok()) {
+        status = readNumbers(record, request);
     }
-    if (!outcome.ok()) {
-        MRB_LOG_WARNING("No thumbnail of \"%s\": %s.", record.origin_path, outcome.message.c_str());
-        request.refusal = outcome.code;
+    if (!status.ok()) {
+        MRB_LOG_WARNING("No thumbnail of \"%s\": %s.", record.origin_path, status.message.c_str());
+        request.refusal = status.code;
     }
     return request;
 }

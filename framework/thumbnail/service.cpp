@@ -123,14 +123,13 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
     try {
         providePicture(request, job.stop, {decoder_, cache.get()}, decoded);
     } catch (const std::bad_alloc &) {
-        decoded.outcome = Status::outOfMemory("Not enough memory.");
+        decoded.status = Status::outOfMemory("Not enough memory.");
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The thumbnail service failed: %s", failure.what());
-        decoded.outcome = Status::notInitialized(failure.what());
+        decoded.status = Status::notInitialized(failure.what());
     }
-    if (!decoded.outcome.ok() && !decoded.outcome.message.empty() && !job.stop.isCancelled()) {
-        MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(),
-                        decoded.outcome.message.c_str());
+    if (!decoded.status.ok() && !decoded.status.message.empty() && !job.stop.isCancelled()) {
+        MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(), decoded.status.message.c_str());
     }
 }
 
@@ -155,7 +154,7 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
 
 void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
     Decoded nothing;
-    nothing.outcome = Status::cancelled("A client ended the service.");
+    nothing.status = Status::cancelled("A client ended the service.");
     while (!down_) {
         const std::shared_ptr<Job> job = jobs_.endedWithWaiters();
         if (!job) {

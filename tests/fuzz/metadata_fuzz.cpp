@@ -47,9 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     mrb::MediaFile media;
     mrb::Metadata metadata;
     require(media.open("/proc/self/fd/" + std::to_string(file)).ok());
-    mrb::Status outcome;
-    mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], metadata, outcome);
-    if (outcome.ok()) {
+    mrb::Status status;
+    mrb::mrb_read_metadata(media, NAMES[size % std::size(NAMES)], metadata, status);
+    if (status.ok()) {
         expectPresentable(metadata);
     }
     close(file);

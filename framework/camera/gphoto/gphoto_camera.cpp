@@ -56,7 +56,7 @@ int meaningOf(int code) {
 
 } // namespace
 
-Status outcomeOfGphoto(int code, const std::string &about) {
+Status statusOfGphoto(int code, const std::string &about) {
     if (code >= GP_OK) {
         return {};
     }
@@ -93,7 +93,7 @@ Status GphotoCamera::readSizes(CameraSizes &sizes) {
     const int code = gp_camera_get_storageinfo(camera_.get(), &found, &number, context_.get());
     const MallocPtr<CameraStorageInformation> owned(found);
     if (code < GP_OK || found == nullptr) {
-        return outcomeOfGphoto(std::min(code, GP_ERROR), "The camera's storage");
+        return statusOfGphoto(std::min(code, GP_ERROR), "The camera's storage");
     }
     sizes = {};
     for (const auto &storage : std::span(found, static_cast<std::size_t>(std::max(number, 0)))) {
@@ -121,7 +121,7 @@ Status GphotoCamera::list(ListNames &listNames, const std::string &folder, std::
             names.emplace_back(name);
         }
     }
-    return outcomeOfGphoto(number, folder);
+    return statusOfGphoto(number, folder);
 }
 
 Status GphotoCamera::listFiles(const std::string &folder, std::vector<std::string> &names) {
@@ -137,7 +137,7 @@ Status GphotoCamera::readStatus(const CameraPath &file, CameraFileStatus &fileSt
     const int code =
         gp_camera_file_get_info(camera_.get(), file.folder.c_str(), file.name.c_str(), &info, context_.get());
     if (code < GP_OK) {
-        return outcomeOfGphoto(code, file.name);
+        return statusOfGphoto(code, file.name);
     }
     fileStatus = {};
     const auto has = [&info](unsigned field) { return (info.file.fields & field) != 0; };
@@ -160,13 +160,13 @@ Status GphotoCamera::readAt(const CameraPath &file, std::uint64_t offset, char *
     const int code = gp_camera_file_read(camera_.get(), file.folder.c_str(), file.name.c_str(),
                                          GP_FILE_TYPE_NORMAL, offset, buffer, &size, context_.get());
     got = code < GP_OK ? 0 : static_cast<std::size_t>(std::min<std::uint64_t>(size, length));
-    return outcomeOfGphoto(code, file.name);
+    return statusOfGphoto(code, file.name);
 }
 
 Status GphotoCamera::get(const CameraPath &file, CameraFileType type, CameraFile *given) {
     const int code = gp_camera_file_get(camera_.get(), file.folder.c_str(), file.name.c_str(), type, given,
                                         context_.get());
-    return outcomeOfGphoto(code, file.name);
+    return statusOfGphoto(code, file.name);
 }
 
 Status GphotoCamera::read(const CameraPath &file, CameraPart part, const Consumer &take) {
@@ -180,9 +180,9 @@ Status GphotoCamera::readSmall(const CameraPath &file, CameraFileType type, cons
     CameraFile *made = nullptr;
     int code = gp_file_new(&made);
     const GphotoFile given(made);
-    Status outcome = code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, type, given.get());
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = code < GP_OK ? statusOfGphoto(code, file.name) : get(file, type, given.get());
+    if (!status.ok()) {
+        return status;
     }
     const char *bytes = nullptr;
     unsigned long size = 0;
@@ -200,10 +200,10 @@ Status GphotoCamera::readWhole(const CameraPath &file, const Consumer &take) {
     CameraFile *made = nullptr;
     const int code = gp_file_new_from_handler(&made, &handler, &receiver_);
     const GphotoFile given(made);
-    Status outcome =
-        code < GP_OK ? outcomeOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
+    Status status =
+        code < GP_OK ? statusOfGphoto(code, file.name) : get(file, GP_FILE_TYPE_NORMAL, given.get());
     receiver_.take = nullptr;
-    return receiver_.isRefused ? Status::cancelled("The transfer was cancelled.") : outcome;
+    return receiver_.isRefused ? Status::cancelled("The transfer was cancelled.") : status;
 }
 
 int GphotoCamera::Receiver::size(void *self, std::uint64_t *size) {

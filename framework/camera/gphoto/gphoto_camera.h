@@ -8,7 +8,7 @@
 namespace mrb {
 
 // The outcome of a libgphoto2 code; the message is libgphoto2's text, preceded by `about`.
-Status outcomeOfGphoto(int code, const std::string &about);
+Status statusOfGphoto(int code, const std::string &about);
 
 // A camera that libgphoto2 has claimed. Owned by its opener; one thread at a time.
 class GphotoCamera final : public Camera {

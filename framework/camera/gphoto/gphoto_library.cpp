@@ -95,16 +95,16 @@ bool GphotoLibrary::findDriver(const std::string &driver, CameraAbilities &abili
     return index >= 0 && gp_abilities_list_get_abilities(drivers_.get(), index, &abilities) >= GP_OK;
 }
 
-std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status &outcome) {
+std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status &status) {
     if (!isThere(address.port)) {
-        outcome = Status::deviceRemoved(displayText(address.port) + ": there is no such folder.");
+        status = Status::deviceRemoved(displayText(address.port) + ": there is no such folder.");
         return nullptr;
     }
     const std::string driver = modelOf(address).driver;
     const std::lock_guard guard(loading_);
     CameraAbilities abilities{};
     if (!findDriver(driver, abilities)) {
-        outcome = Status::notSupported("libgphoto2 has no driver \"" + driver + "\".");
+        status = Status::notSupported("libgphoto2 has no driver \"" + driver + "\".");
         return nullptr;
     }
     ::Camera *made = nullptr;
@@ -117,9 +117,9 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status
         const GphotoContext context(gp_context_new());
         code = gp_camera_init(camera.get(), context.get());
     }
-    outcome = outcomeOfGphoto(code, address.port);
-    if (outcome.code == MRB_ERR_NOT_FOUND) { // no such port, or no device at it
-        outcome.code = MRB_ERR_DEVICE_REMOVED;
+    status = statusOfGphoto(code, address.port);
+    if (status.code == MRB_ERR_NOT_FOUND) { // no such port, or no device at it
+        status.code = MRB_ERR_DEVICE_REMOVED;
     }
     return code >= GP_OK ? std::make_unique<GphotoCamera>(std::move(camera), loading_) : nullptr;
 }

@@ -35,7 +35,7 @@ class GphotoLibrary final : public CameraLibrary {
     GphotoLibrary();
 
     CameraModel modelOf(const CameraAddress &address) override;
-    std::unique_ptr<Camera> open(const CameraAddress &address, Status &outcome) override;
+    std::unique_ptr<Camera> open(const CameraAddress &address, Status &status) override;
 
   private:
     bool findDriver(const std::string &driver, CameraAbilities &abilities);

@@ -348,11 +348,11 @@ MediaObject describe(const RawObject &source, bool isRepaired) {
 
 Status readObjects(const std::string &didl, bool isRepaired, std::vector<MediaObject> &objects) {
     ObjectReader reader;
-    Status outcome = walkXml(didl, reader);
+    Status status = walkXml(didl, reader);
     for (const RawObject &object : reader.take()) {
         objects.push_back(describe(object, isRepaired));
     }
-    return outcome;
+    return status;
 }
 
 std::string importUrlOf(const std::string &didl) {

@@ -34,7 +34,7 @@ int codeOf(const GError &error) {
 
 } // namespace
 
-Status outcomeOfError(const GError &error) {
+Status statusOfError(const GError &error) {
     return {codeOf(error), std::string("The request to the server failed: ") + error.message};
 }
 

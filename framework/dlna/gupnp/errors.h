@@ -12,6 +12,6 @@ namespace mrb::dlna {
 using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
 
 // The outcome of a request to a server whose connection failed with this error.
-Status outcomeOfError(const GError &error);
+Status statusOfError(const GError &error);
 
 } // namespace mrb::dlna

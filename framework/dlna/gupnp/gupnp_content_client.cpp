@@ -62,7 +62,7 @@ Status GupnpContentClient::browse(const BrowseRequest &request, const Cancellati
     const auto next = std::static_pointer_cast<NextPage>(request.prefetch);
     std::shared_ptr<Pending> pending = next ? next->of(request) : nullptr;
     const Reply reply = await(pending ? std::move(pending) : begin(request), request.timeout, cancellation);
-    if (request.expectsNextPage && reply.outcome.ok()) {
+    if (request.expectsNextPage && reply.status.ok()) {
         page.prefetch = std::make_shared<NextPage>(shared_from_this(), request); // overlaps parsing
     }
     return readReply(reply, request, page);
@@ -76,7 +76,7 @@ Status GupnpContentClient::fetch(const std::string &url, std::size_t maximum,
     };
     Reply reply = await(this->begin(begin), timeout, cancellation);
     bytes = std::move(reply.body);
-    return reply.outcome.ok() ? outcomeOfStatus(reply.httpStatus) : reply.outcome;
+    return reply.status.ok() ? statusOfHttp(reply.httpStatus) : reply.status;
 }
 
 Status GupnpContentClient::connect(const std::string &server, const CancellationToken &cancellation,
@@ -87,11 +87,11 @@ Status GupnpContentClient::connect(const std::string &server, const Cancellation
     const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
         pending->finish({findService(server, *place), 0, {}});
     };
-    Status outcome = await(this->begin(begin), LONGEST, cancellation).outcome;
-    if (outcome.ok()) {
+    Status status = await(this->begin(begin), LONGEST, cancellation).status;
+    if (status.ok()) {
         transfers = std::make_unique<GupnpTransfers>(server, *place);
     }
-    return outcome;
+    return status;
 }
 
 std::shared_ptr<Pending> GupnpContentClient::begin(Begin begin) {
@@ -112,7 +112,7 @@ Reply GupnpContentClient::await(const std::shared_ptr<Pending> &pending, std::ch
         return {gone(), 0, {}};
     }
     Reply reply = pending->await(timeout, cancellation);
-    if (reply.outcome.code == MRB_ERR_CANCELLED || reply.outcome.code == MRB_ERR_TIMEOUT) {
+    if (reply.status.code == MRB_ERR_CANCELLED || reply.status.code == MRB_ERR_TIMEOUT) {
         abandon(pending);
     }
     return reply;
@@ -188,9 +188,9 @@ Status GupnpContentClient::findService(const std::string &server, ServicePlace &
 
 void GupnpContentClient::beginCall(const BrowseRequest &request, std::shared_ptr<Pending> pending) {
     ServicePlace place;
-    Status outcome = findService(request.server, place);
-    if (!outcome.ok()) {
-        pending->finish({std::move(outcome), 0, {}});
+    Status status = findService(request.server, place);
+    if (!status.ok()) {
+        pending->finish({std::move(status), 0, {}});
         return;
     }
     requests_->begin({request.server, place.controlUrl, place.type + '#' + actionOf(request),

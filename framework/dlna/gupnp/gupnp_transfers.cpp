@@ -48,14 +48,14 @@ Status GupnpTransfers::send(Request &request, const CancellationToken &cancellat
     Object<GAsyncResult> result;
     soup_session_send_async(session_->get(), request.message.get(), G_PRIORITY_DEFAULT,
                             request.cancellable.get(), ThreadMainLoop::onReady, &result);
-    Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
+    Status status = loop_.await(result, request.cancellable.get(), cancellation, pace);
     GError *error = nullptr;
     request.stream.reset(soup_session_send_finish(session_->get(), result.get(), &error));
     const Error owned(error);
-    if (!outcome.ok()) {
-        return outcome;
+    if (!status.ok()) {
+        return status;
     }
-    return request.stream ? Status() : outcomeOfError(*error);
+    return request.stream ? Status() : statusOfError(*error);
 }
 
 Status GupnpTransfers::beginDownload(const std::string &url, const CancellationToken &cancellation,
@@ -63,17 +63,17 @@ Status GupnpTransfers::beginDownload(const std::string &url, const CancellationT
     const ThreadMainLoop::Turn turn(loop_);
     download_.reset();
     Request request;
-    Status outcome = makeRequest(SOUP_METHOD_GET, url, request);
-    if (outcome.ok()) {
-        outcome = send(request, cancellation, Pace());
+    Status status = makeRequest(SOUP_METHOD_GET, url, request);
+    if (status.ok()) {
+        status = send(request, cancellation, Pace());
     }
-    if (outcome.ok()) {
-        outcome = outcomeOfStatus(soup_message_get_status(request.message.get()));
+    if (status.ok()) {
+        status = statusOfHttp(soup_message_get_status(request.message.get()));
     }
-    if (outcome.ok()) {
-        outcome = checkEncoding(request.message.get());
+    if (status.ok()) {
+        status = checkEncoding(request.message.get());
     }
-    if (outcome.ok()) {
+    if (status.ok()) {
         SoupMessageHeaders *headers = soup_message_get_response_headers(request.message.get());
         const bool isSaid = soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH;
         promise.size = isSaid ? soup_message_headers_get_content_length(headers) : UNKNOWN;
@@ -82,7 +82,7 @@ Status GupnpTransfers::beginDownload(const std::string &url, const CancellationT
         promise.mimeType = lower ? lower.get() : "";
         download_ = std::move(request);
     }
-    return outcome;
+    return status;
 }
 
 Status GupnpTransfers::finishDownload(const Consumer &take, const CancellationToken &cancellation) {
@@ -99,12 +99,12 @@ Status GupnpTransfers::finishDownload(const Consumer &take, const CancellationTo
         Object<GAsyncResult> result;
         g_input_stream_read_async(request.stream.get(), part.data(), part.size(), G_PRIORITY_DEFAULT,
                                   request.cancellable.get(), ThreadMainLoop::onReady, &result);
-        Status outcome = loop_.await(result, request.cancellable.get(), cancellation, pace);
+        Status status = loop_.await(result, request.cancellable.get(), cancellation, pace);
         GError *error = nullptr;
         const gssize size = g_input_stream_read_finish(request.stream.get(), result.get(), &error);
         const Error owned(error);
-        if (!outcome.ok() || size < 0) {
-            return !outcome.ok() ? outcome : outcomeOfError(*error);
+        if (!status.ok() || size < 0) {
+            return !status.ok() ? status : statusOfError(*error);
         }
         bytes += static_cast<std::uint64_t>(size);
         pace.moved(bytes);
@@ -123,10 +123,10 @@ Status GupnpTransfers::call(const std::string &action, const Arguments &argument
                        envelopeOf(action, arguments, place_.type), ContentDirectoryClient::MAX_BYTES},
                       pending);
     const auto isFinished = [&] { return pending->isFinished(); };
-    Status outcome = loop_.runUntil(isFinished, cancellation, Pace());
-    if (!outcome.ok()) {
+    Status status = loop_.runUntil(isFinished, cancellation, Pace());
+    if (!status.ok()) {
         exchanges_->abandon(*pending);
-        return outcome;
+        return status;
     }
     const Reply reply = pending->await(std::chrono::milliseconds(0), [] { return false; });
     return readAnswer(reply, action, answer);

@@ -83,8 +83,8 @@ void HttpRequests::onSent(GObject *session, GAsyncResult *result, void *data) {
         fail(running, *Error(error));
         return;
     }
-    if (Status outcome = checkEncoding(running.message.get()); !outcome.ok()) {
-        end(running, std::move(outcome));
+    if (Status status = checkEncoding(running.message.get()); !status.ok()) {
+        end(running, std::move(status));
         return;
     }
     readOn(running);
@@ -120,14 +120,14 @@ void HttpRequests::fail(Running &running, const GError &error) {
     if (!running.why.ok()) {
         end(running, running.why);
     } else {
-        end(running, outcomeOfError(error));
+        end(running, statusOfError(error));
     }
 }
 
 // The connection of a response that was not read to its end is closed with the stream.
-void HttpRequests::end(Running &running, Status outcome) {
+void HttpRequests::end(Running &running, Status status) {
     const unsigned httpStatus = soup_message_get_status(running.message.get());
-    running.pending->finish({std::move(outcome), httpStatus, std::move(running.body)});
+    running.pending->finish({std::move(status), httpStatus, std::move(running.body)});
     auto &all = running.owner.running_;
     all.erase(std::ranges::find_if(all, [&](const auto &each) { return each.get() == &running; }));
 }

@@ -58,7 +58,7 @@ class HttpRequests {
     static void onRead(GObject *stream, GAsyncResult *result, void *running);
     static void readOn(Running &running);
     static void fail(Running &running, const GError &error);
-    static void end(Running &running, Status outcome);
+    static void end(Running &running, Status status);
 
     const Session session_;
     std::list<std::unique_ptr<Running>> running_;

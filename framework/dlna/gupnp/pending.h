@@ -13,7 +13,7 @@ namespace mrb::dlna {
 
 // The response to a request, or the error.
 struct Reply {
-    Status outcome;
+    Status status;
     unsigned httpStatus = 0; // the HTTP status code
     std::string body;
 };

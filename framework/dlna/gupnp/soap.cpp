@@ -42,7 +42,7 @@ std::uint32_t numberOf(const xmlNode *parent, const char *name) {
     return number;
 }
 
-Status outcomeOfFault(const xmlNode *fault) {
+Status statusOfFault(const xmlNode *fault) {
     const xmlNode *detail = childOf(childOf(fault, "detail"), "UPnPError");
     const auto number = static_cast<int>(numberOf(detail, "errorCode"));
     std::string message = "The server returned the UPnP error " + std::to_string(number) + ' ' +
@@ -98,7 +98,7 @@ std::string envelopeOf(const std::string &action, const Arguments &arguments,
            action + " xmlns:u=\"" + type.get() + "\">" + all + "</u:" + action + "></s:Body></s:Envelope>";
 }
 
-Status outcomeOfStatus(unsigned httpStatus) {
+Status statusOfHttp(unsigned httpStatus) {
     constexpr unsigned OK = 200;
     constexpr unsigned UNAUTHORIZED = 401;
     constexpr unsigned FORBIDDEN = 403;
@@ -119,21 +119,21 @@ Status outcomeOfStatus(unsigned httpStatus) {
 
 Status readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
     answer = {};
-    if (!reply.outcome.ok()) {
-        return reply.outcome;
+    if (!reply.status.ok()) {
+        return reply.status;
     }
     Status form = readXml(reply.body, answer.xml);
     const xmlDoc *document = answer.xml.document.get();
     const xmlNode *body = document != nullptr ? childOf(xmlDocGetRootElement(document), "Body") : nullptr;
     if (const xmlNode *fault = childOf(body, "Fault")) {
         answer.isRefusal = true;
-        return outcomeOfFault(fault);
+        return statusOfFault(fault);
     }
-    if (Status outcome = outcomeOfStatus(reply.httpStatus); !outcome.ok()) {
+    if (Status status = statusOfHttp(reply.httpStatus); !status.ok()) {
         answer.isRefusal = true;
         // 404 is then about the control URL, not about the requested object.
-        outcome.code = outcome.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : outcome.code;
-        return outcome;
+        status.code = status.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : status.code;
+        return status;
     }
     if (!form.ok()) {
         return form;
@@ -147,8 +147,8 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
 
 Status readReply(const Reply &reply, const BrowseRequest &request, Page &page) {
     Answer answer;
-    if (Status outcome = readAnswer(reply, actionOf(request), answer); !outcome.ok()) {
-        return outcome;
+    if (Status status = readAnswer(reply, actionOf(request), answer); !status.ok()) {
+        return status;
     }
     if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
         page.capabilities = answer.text("SearchCaps");

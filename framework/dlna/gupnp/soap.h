@@ -21,7 +21,7 @@ using Arguments = std::vector<std::pair<const char *, std::string>>;
 std::string envelopeOf(const std::string &action, const Arguments &arguments, const std::string &serviceType);
 
 // The outcome of an HTTP status.
-Status outcomeOfStatus(unsigned httpStatus);
+Status statusOfHttp(unsigned httpStatus);
 
 // The parsed response to an action.
 struct Answer {

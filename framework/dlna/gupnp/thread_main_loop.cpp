@@ -35,14 +35,14 @@ Status ThreadMainLoop::runUntil(const Condition &isDone, const CancellationToken
 
 Status ThreadMainLoop::await(const Object<GAsyncResult> &result, GCancellable *cancellable,
                              const CancellationToken &cancellation, const Pace &pace) {
-    Status outcome = runUntil([&] { return result != nullptr; }, cancellation, pace);
+    Status status = runUntil([&] { return result != nullptr; }, cancellation, pace);
     if (!result) {
         g_cancellable_cancel(cancellable);
         while (!result) {
             g_main_context_iteration(context_, TRUE);
         }
     }
-    return outcome;
+    return status;
 }
 
 void ThreadMainLoop::onReady(GObject * /*source*/, GAsyncResult *result, void *holder) {

@@ -52,12 +52,12 @@ void countPosted(SoupMessage * /*message*/, guint bytes, std::uint64_t *posted) 
 Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const CancellationToken &cancellation) {
     const ThreadMainLoop::Turn turn(loop_);
     Created created;
-    Status outcome = create(file, cancellation, created);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = create(file, cancellation, created);
+    if (!status.ok()) {
+        return status;
     }
     if (!isOfServer(created.importUrl)) {
-        outcome =
+        status =
             Status::permissionDenied("The server requests \"" + file.title + "\" at \"" + created.importUrl +
                                      "\", which is not on its own host and is refused.");
     } else {
@@ -67,24 +67,24 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Canc
             maximum = std::max(maximum, bytes);
             moved(maximum);
         };
-        outcome = import(file, created, forward, cancellation);
-        if (outcome.code == MRB_ERR_NOT_SUPPORTED) {
-            outcome = post(file, created, forward, cancellation);
+        status = import(file, created, forward, cancellation);
+        if (status.code == MRB_ERR_NOT_SUPPORTED) {
+            status = post(file, created, forward, cancellation);
         }
     }
-    if (!outcome.ok()) {
+    if (!status.ok()) {
         destroy(created);
     }
-    return outcome;
+    return status;
 }
 
 Status GupnpTransfers::create(const Upload &file, const CancellationToken &cancellation, Created &created) {
     const std::string container = file.container.empty() ? ANY_CONTAINER : file.container;
     Answer answer;
-    Status outcome = call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}},
-                          cancellation, answer);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}},
+                         cancellation, answer);
+    if (!status.ok()) {
+        return status;
     }
     created.id = answer.text("ObjectID");
     created.importUrl = importUrlOf(answer.text("Result"));
@@ -103,23 +103,23 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
         return Status::notSupported("No file can be served at " + place_.here + ".");
     }
     Answer answer;
-    Status outcome =
+    Status status =
         call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
              cancellation, answer);
-    if (!outcome.ok()) {
+    if (!status.ok()) {
         // If it refuses to import, the file may still be posted to it.
-        return answer.isRefusal ? Status::notSupported(std::move(outcome.message)) : outcome;
+        return answer.isRefusal ? Status::notSupported(std::move(status.message)) : status;
     }
     const std::string transfer = answer.text("TransferID");
-    outcome = follow(transfer, offered, moved, cancellation);
-    if (!outcome.ok()) {
+    status = follow(transfer, offered, moved, cancellation);
+    if (!status.ok()) {
         const auto until = steady_clock::now() + CLEANING;
         // The transfer has failed; whether the server cleans up changes nothing in that.
         static_cast<void>(call(
             "StopTransferResource", {{"TransferID", transfer}}, [&] { return steady_clock::now() > until; },
             answer));
     }
-    return offered.isBroken() ? unreadable(file.title) : outcome;
+    return offered.isBroken() ? unreadable(file.title) : status;
 }
 
 // Does not rely on the server: the file is uploaded when the server reports that and has fetched it.
@@ -129,22 +129,22 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
     for (;;) {
         const auto until = steady_clock::now() + POLL_INTERVAL;
         const auto isOver = [&] { return offered.isBroken() || steady_clock::now() >= until; };
-        Status outcome = loop_.runUntil(isOver, cancellation, pace);
-        if (!outcome.ok() || offered.isBroken()) {
-            return outcome;
+        Status status = loop_.runUntil(isOver, cancellation, pace);
+        if (!status.ok() || offered.isBroken()) {
+            return status;
         }
         moved(offered.sent());
         pace.moved(offered.sent());
         Answer answer;
-        outcome = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, answer);
+        status = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, answer);
         if (answer.isRefusal && offered.isFetched()) {
             return {}; // it does not report progress, or has forgotten the transfer
         }
-        if (!outcome.ok() && !answer.isRefusal) {
-            return outcome;
+        if (!status.ok() && !answer.isRefusal) {
+            return status;
         }
-        const std::string httpStatus = answer.text("TransferStatus");
-        if (httpStatus == "COMPLETED") {
+        const std::string transferStatus = answer.text("TransferStatus");
+        if (transferStatus == "COMPLETED") {
             // The last bytes may not have been counted here yet.
             const auto news = steady_clock::now() + LAST_NEWS;
             const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
@@ -154,8 +154,9 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
                        ? Status()
                        : Status::protocolError("The server reports a complete file that it did not fetch.");
         }
-        if (httpStatus == "ERROR" || httpStatus == "STOPPED") {
-            return Status::ioError("The server did not receive it: its transfer ended as " + httpStatus + ".");
+        if (transferStatus == "ERROR" || transferStatus == "STOPPED") {
+            return Status::ioError("The server did not receive it: its transfer ended as " + transferStatus +
+                                   ".");
         }
     }
 }
@@ -166,9 +167,9 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
         return unreadable(file.title);
     }
     Request request;
-    Status outcome = makeRequest(SOUP_METHOD_POST, created.importUrl, request);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = makeRequest(SOUP_METHOD_POST, created.importUrl, request);
+    if (!status.ok()) {
+        return status;
     }
     const Object<GInputStream> bytes(g_unix_input_stream_new(file.descriptor, FALSE));
     soup_message_set_request_body(request.message.get(), file.mimeType.c_str(), bytes.get(),
@@ -181,23 +182,23 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
         pace.moved(posted);
         return cancellation.isCancelled();
     };
-    outcome = send(request, look, pace);
+    status = send(request, look, pace);
     g_signal_handlers_disconnect_by_data(request.message.get(), &posted);
     struct stat now {};
-    if (!outcome.ok() && outcome.code != MRB_ERR_CANCELLED && fstat(file.descriptor, &now) == 0 &&
+    if (!status.ok() && status.code != MRB_ERR_CANCELLED && fstat(file.descriptor, &now) == 0 &&
         static_cast<std::uint64_t>(now.st_size) < file.size) {
         return unreadable(file.title);
     }
-    if (!outcome.ok()) {
-        return outcome;
+    if (!status.ok()) {
+        return status;
     }
     const unsigned httpStatus = soup_message_get_status(request.message.get());
-    outcome = SOUP_STATUS_IS_SUCCESSFUL(httpStatus) ? Status() : outcomeOfStatus(httpStatus);
-    if (outcome.ok() && posted < file.size) {
+    status = SOUP_STATUS_IS_SUCCESSFUL(httpStatus) ? Status() : statusOfHttp(httpStatus);
+    if (status.ok() && posted < file.size) {
         return Status::protocolError("The server reports success for a file that it did not read.");
     }
     moved(posted);
-    return outcome;
+    return status;
 }
 
 // Best effort, with a timeout: the server did not take the file.
@@ -207,9 +208,9 @@ void GupnpTransfers::destroy(const Created &created) {
     if (created.id.empty()) {
         return;
     }
-    const Status outcome = call(
+    const Status status = call(
         "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, answer);
-    if (!outcome.ok()) {
+    if (!status.ok()) {
         MRB_LOG_WARNING("The empty object \"%s\" stays on the server.", created.id.c_str());
     }
 }

@@ -78,16 +78,16 @@ void setPictureRatio(Metadata &metadata) {
 
 void mrb_start_readers() { loadHeifPlugins(); }
 
-void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &outcome) {
+void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &metadata, Status &status) {
     const std::string head = file.read(0, SIGNATURE_BYTES);
     const Signature signature = signatureOf(head, name);
     metadata.setText(MetadataKey::MIME_TYPE, signature.mimeType);
     metadata.setText(MetadataKey::FORMAT, signature.format);
-    outcome = {};
+    status = {};
     try {
         readMedium(file, signature, metadata);
     } catch (const std::bad_alloc &) {
-        outcome = Status::outOfMemory("There is not enough memory to read \"" + name + "\".");
+        status = Status::outOfMemory("There is not enough memory to read \"" + name + "\".");
         return;
     } catch (const std::exception &failure) {
         // A reader reports a damaged file by this exception; metadata read before it stay.
@@ -97,7 +97,7 @@ void mrb_read_metadata(MediaFile &file, const std::string &name, Metadata &metad
         setPictureRatio(metadata);
     }
     if (file.failed()) {
-        outcome = {file.failure(), "\"" + name + "\" cannot be read to its end."};
+        status = {file.failure(), "\"" + name + "\" cannot be read to its end."};
     }
 }
 

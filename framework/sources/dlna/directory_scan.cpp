@@ -28,8 +28,8 @@ FillResult DirectoryScan::run(const ListRequest &request) {
     if (step == Step::GO_ON && !isDone) {
         step = walk();
     }
-    if (step == Step::GO_ON && result_.outcome.ok()) {
-        result_.outcome = std::move(fault_);
+    if (step == Step::GO_ON && result_.status.ok()) {
+        result_.status = std::move(fault_);
     }
     return std::move(result_);
 }
@@ -39,10 +39,10 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
     BrowseRequest browseRequest;
     browseRequest.kind = BrowseRequest::Kind::CAPABILITIES;
     Page page;
-    const Status outcome = browse(browseRequest, page);
-    if (outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
-        outcome.code == MRB_ERR_TIMEOUT) {
-        return end(outcome);
+    const Status status = browse(browseRequest, page);
+    if (status.code == MRB_ERR_CANCELLED || status.code == MRB_ERR_DEVICE_REMOVED ||
+        status.code == MRB_ERR_TIMEOUT) {
+        return end(status);
     }
     browseRequest.kind = BrowseRequest::Kind::SEARCH;
     browseRequest.criteria = searchCriteria(request, page.capabilities);
@@ -51,12 +51,11 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
     }
     std::int64_t found = 0;
     const Step step = readPages(browseRequest, {place_.container, ROOT_FOLDER, 0}, found);
-    const int code = result_.outcome.code;
+    const int code = result_.status.code;
     isDone = found > 0 || step == Step::GO_ON;
     if (!isDone && (code == MRB_ERR_NOT_SUPPORTED || code == MRB_ERR_PROTOCOL || code == MRB_ERR_IO)) {
-        MRB_LOG_WARNING("DLNA search failed, reading containers instead: %s",
-                        result_.outcome.message.c_str());
-        result_.outcome = {};
+        MRB_LOG_WARNING("DLNA search failed, reading containers instead: %s", result_.status.message.c_str());
+        result_.status = {};
         fault_ = {};
         return Step::GO_ON;
     }
@@ -110,7 +109,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
     for (;;) {
         Page page;
         browseRequest.expectsNextPage = total > browseRequest.start + browseRequest.count;
-        Status outcome = browse(browseRequest, page);
+        Status status = browse(browseRequest, page);
         const std::optional<Taken> taken = take(page, container, reading);
         if (!taken) {
             return end(Status::cancelled());
@@ -119,14 +118,14 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         const auto given = static_cast<std::uint32_t>(page.objects.size());
         // The objects' XML of a page is malformed: only the objects that cannot be parsed are
         // lost.
-        const bool isBroken = outcome.code == MRB_ERR_PROTOCOL && page.returned > 0;
-        if (outcome.code == MRB_ERR_TIMEOUT && hasAnswered_ && browseRequest.count > SHORT_PAGE_LENGTH) {
+        const bool isBroken = status.code == MRB_ERR_PROTOCOL && page.returned > 0;
+        if (status.code == MRB_ERR_TIMEOUT && hasAnswered_ && browseRequest.count > SHORT_PAGE_LENGTH) {
             browseRequest.count = SHORT_PAGE_LENGTH; // a slow server can return so many in time
             browseRequest.prefetch.reset();
             continue;
         }
-        if (!outcome.ok() && !isBroken) {
-            return failed(std::move(outcome), container);
+        if (!status.ok() && !isBroken) {
+            return failed(std::move(status), container);
         }
         hasAnswered_ = true;
         if (browseRequest.kind == BrowseRequest::Kind::SEARCH && isFirst && page.total > 0) {
@@ -141,7 +140,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         // The number that the server reports, unless it is impossible.
         const std::uint32_t said = page.returned <= std::max(browseRequest.count, given) ? page.returned : 0;
         if (isBroken) {
-            note(outcome);
+            note(status);
             if (said > given && !reading.isAgain) {
                 result_.leaveOut(said - given, std::to_string(said - given) + " of the objects from " +
                                                    std::to_string(browseRequest.start) +
@@ -235,16 +234,16 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     whole.server = place_.server;
     whole.timeout = place_.timeout;
     const CancellationToken cancellation = [this] { return sink_.stopped(); };
-    Status outcome = place_.contentClient.browse(whole, cancellation, page);
+    Status status = place_.contentClient.browse(whole, cancellation, page);
     whole.prefetch.reset();
     const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
-    for (int turn = 0; turn < MORE_TURNS && isSearch && outcome.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
+    for (int turn = 0; turn < MORE_TURNS && isSearch && status.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
         rest();
         page = {};
-        outcome = cancellation.isCancelled() ? Status::cancelled()
-                                             : place_.contentClient.browse(whole, cancellation, page);
+        status = cancellation.isCancelled() ? Status::cancelled()
+                                            : place_.contentClient.browse(whole, cancellation, page);
     }
-    return outcome;
+    return status;
 }
 
 // The pause before a retry, in slices after which a list may be stopped.
@@ -257,16 +256,16 @@ void DirectoryScan::rest() const {
 
 // A container that cannot be read costs only its own contents, unless it is the one on which the
 // list was opened, or the server is gone.
-DirectoryScan::Step DirectoryScan::failed(Status outcome, const Pending &container) {
-    const bool isOver = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED ||
-                        outcome.code == MRB_ERR_TIMEOUT;
+DirectoryScan::Step DirectoryScan::failed(Status status, const Pending &container) {
+    const bool isOver = status.code == MRB_ERR_CANCELLED || status.code == MRB_ERR_DEVICE_REMOVED ||
+                        status.code == MRB_ERR_TIMEOUT;
     if (isOver || container.level == 0) {
-        return end(std::move(outcome));
+        return end(std::move(status));
     }
-    MRB_LOG_WARNING("A container of a DLNA server was not read: %s", outcome.message.c_str());
+    MRB_LOG_WARNING("A container of a DLNA server was not read: %s", status.message.c_str());
     ++result_.unreadable;
-    if (outcome.code == MRB_ERR_PROTOCOL) {
-        note(std::move(outcome));
+    if (status.code == MRB_ERR_PROTOCOL) {
+        note(std::move(status));
     }
     return Step::GO_ON;
 }
@@ -294,8 +293,8 @@ void DirectoryScan::leaveOut(const MediaObject &object, const Pending &container
     result_.leaveOut(1, std::move(name));
 }
 
-DirectoryScan::Step DirectoryScan::end(Status outcome) {
-    result_.outcome = std::move(outcome);
+DirectoryScan::Step DirectoryScan::end(Status status) {
+    result_.status = std::move(status);
     return Step::END;
 }
 

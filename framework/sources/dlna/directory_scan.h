@@ -85,11 +85,11 @@ class DirectoryScan {
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
     Status browse(const dlna::BrowseRequest &browseRequest, dlna::Page &page);
     void rest() const;
-    Step failed(Status outcome, const Pending &container);
+    Step failed(Status status, const Pending &container);
     void note(Status fault);
     void note(const Pending &container, const std::string &fault);
     void leaveOut(const dlna::MediaObject &object, const Pending &container);
-    Step end(Status outcome);
+    Step end(Status status);
 
     ItemSink &sink_;
     const Place place_;

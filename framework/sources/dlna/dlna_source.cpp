@@ -36,16 +36,16 @@ Status DlnaSource::make(const ListRequest &request, std::unique_ptr<Source> &sou
         return Status::invalidParameter("The folder id is not a text that a server could have returned.");
     }
     dlna::DlnaService::Found server;
-    Status outcome = dlna::DlnaService::instance().find(request.path, server);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = dlna::DlnaService::instance().find(request.path, server);
+    if (!status.ok()) {
+        return status;
     }
     std::string container = objectId(server.id, request.folderId);
     if (container.empty()) {
         container = ROOT_CONTAINER;
     }
     source = std::make_unique<DlnaSource>(std::move(server), std::move(container), request);
-    return outcome;
+    return status;
 }
 
 bool DlnaSource::isMediaId(const std::string &server, const std::string &mediaId) {

@@ -94,13 +94,13 @@ FolderScan::Step FolderScan::readContents(const std::shared_ptr<Descriptor> &fol
 // A folder that cannot be read costs only its own contents, unless it is the one on which the
 // list was opened, or the whole device is gone.
 FolderScan::Step FolderScan::failed(int error, int level, const std::string &name) {
-    const Status outcome = Status::ofErrno(error, level == 0 ? path_ : name);
-    if (level == 0 || outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED) {
-        return end(outcome);
+    const Status status = Status::ofErrno(error, level == 0 ? path_ : name);
+    if (level == 0 || status.code == MRB_ERR_CANCELLED || status.code == MRB_ERR_DEVICE_REMOVED) {
+        return end(status);
     }
     if (error != ENOENT) {
         ++result_.unreadable;
-        MRB_LOG_WARNING("Folder not read: %s (below %s)", outcome.message.c_str(), path_.c_str());
+        MRB_LOG_WARNING("Folder not read: %s (below %s)", status.message.c_str(), path_.c_str());
     }
     return Step::GO_ON;
 }
@@ -154,8 +154,8 @@ bool FolderScan::awaitFolders(const std::shared_ptr<Descriptor> &folder, std::in
     return true;
 }
 
-FolderScan::Step FolderScan::end(Status outcome) {
-    result_.outcome = std::move(outcome);
+FolderScan::Step FolderScan::end(Status status) {
+    result_.status = std::move(status);
     return Step::END;
 }
 

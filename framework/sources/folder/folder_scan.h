@@ -58,7 +58,7 @@ class FolderScan {
     // one.
     [[nodiscard]] bool add(const Descriptor &folder, std::span<const std::uint32_t> files,
                            std::int32_t number, int &failure);
-    Step end(Status outcome);
+    Step end(Status status);
 
     ItemSink &sink_;
     const std::string &path_;

@@ -19,11 +19,11 @@ FillResult PlaylistSearch::run() {
     if (folder) {
         result = FolderScan(*this, path).run(std::move(folder));
     } else {
-        result.outcome = Status::ofErrno(errno, path);
+        result.status = Status::ofErrno(errno, path);
     }
-    if (!result.outcome.ok() && !stopped()) {
+    if (!result.status.ok() && !stopped()) {
         ++result.unreadable;
-        MRB_LOG_WARNING("The search for playlists failed: %s", result.outcome.message.c_str());
+        MRB_LOG_WARNING("The search for playlists failed: %s", result.status.message.c_str());
     }
     return result;
 }

@@ -68,15 +68,15 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
         const Descriptor file = std::exchange(file_, Descriptor());
         sink.aboutToRead(ROOT_FOLDER, file.fd());
         if (const int error = reader.addEntries(file, path_); error != 0 && !reader.isFull()) {
-            result.outcome = Status::ofErrno(error, path_);
+            result.status = Status::ofErrno(error, path_);
         }
     }
     result.unreadable += reader.result().unreadable;
     result.tooDeep += reader.result().tooDeep;
     if (sink.stopped()) {
-        result.outcome = Status::cancelled();
+        result.status = Status::cancelled();
     } else if (reader.isFull()) {
-        result.outcome = Status::outOfMemory("The list is full: the playlists hold too many entries.");
+        result.status = Status::outOfMemory("The list is full: the playlists hold too many entries.");
     }
     return result;
 }

@@ -77,8 +77,8 @@ CameraScan::Step CameraScan::visit(const Pending &pending) {
 CameraScan::Step CameraScan::readContents(const std::string &path, std::int32_t number, int level) {
     files_.clear();
     folders_.clear();
-    if (const Status outcome = readNames(path); !outcome.ok()) {
-        return failed(outcome, path, level);
+    if (const Status status = readNames(path); !status.ok()) {
+        return failed(status, path, level);
     }
     return addFiles(path, number, level) == Step::END ? Step::END : awaitFolders(path, number, level + 1);
 }
@@ -89,15 +89,15 @@ Status CameraScan::readNames(const std::string &path) {
         std::vector<std::string> folders;
     };
     const auto names = std::make_shared<Names>();
-    Status outcome = CameraService::instance().run(
+    Status status = CameraService::instance().run(
         address_,
         [names, path](Camera &camera) {
             Status listed = camera.listFiles(path, names->files);
             return listed.ok() ? camera.listFolders(path, names->folders) : listed;
         },
         cancellation_);
-    if (!outcome.ok()) {
-        return outcome;
+    if (!status.ok()) {
+        return status;
     }
     for (const std::string &name : names->files) {
         const MediaType *type = isShown(name) ? mediaTypeOf(name) : nullptr;
@@ -120,7 +120,7 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
         std::atomic<bool> isComplete = false; // and is not written any more
     };
     const auto received = std::make_shared<Received>();
-    Status outcome = CameraService::instance().run(
+    Status status = CameraService::instance().run(
         address_,
         [received, path, names](Camera &camera) {
             int failures = 0;
@@ -134,19 +134,19 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
                     return asked;
                 }
                 received->fileStatus.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt
-                                                                           : std::optional(each));
+                                                                               : std::optional(each));
                 last = asked.ok() ? std::move(last) : std::move(asked);
             }
             received->isComplete = true;
             return last; // may be an error of the camera
         },
         cancellation_);
-    const bool isEnd = outcome.code == MRB_ERR_CANCELLED || outcome.code == MRB_ERR_DEVICE_REMOVED;
+    const bool isEnd = status.code == MRB_ERR_CANCELLED || status.code == MRB_ERR_DEVICE_REMOVED;
     if (received->isComplete && !isEnd) {
         fileStatus = std::move(received->fileStatus);
         return {};
     }
-    return outcome;
+    return status;
 }
 
 CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t number, int level) {
@@ -161,8 +161,8 @@ CameraScan::Step CameraScan::addFiles(const std::string &path, std::int32_t numb
             names.emplace_back(files_.name(order[at]));
         }
         Statuses fileStatus;
-        if (const Status outcome = readStatus(path, names, fileStatus); !outcome.ok()) {
-            return failed(outcome, path, level);
+        if (const Status status = readStatus(path, names, fileStatus); !status.ok()) {
+            return failed(status, path, level);
         }
         std::vector<SourceItem> run;
         for (std::size_t at = 0; at < names.size(); ++at) {
@@ -194,8 +194,8 @@ CameraScan::Step CameraScan::awaitFolders(const std::string &path, std::int32_t 
 
 // A folder that cannot be read costs only its own contents, unless it is the one on which the
 // list was opened, or the camera itself failed.
-CameraScan::Step CameraScan::failed(const Status &outcome, const std::string &path, int level) {
-    const Status why = unlessRemoved(outcome, device_);
+CameraScan::Step CameraScan::failed(const Status &status, const std::string &path, int level) {
+    const Status why = unlessRemoved(status, device_);
     if (level == 0 || endsAll(why)) {
         return end(why);
     }
@@ -204,8 +204,8 @@ CameraScan::Step CameraScan::failed(const Status &outcome, const std::string &pa
     return Step::GO_ON;
 }
 
-CameraScan::Step CameraScan::end(Status outcome) {
-    result_.outcome = std::move(outcome);
+CameraScan::Step CameraScan::end(Status status) {
+    result_.status = std::move(status);
     return Step::END;
 }
 

@@ -45,8 +45,8 @@ class CameraScan {
     // Size and time of files of a folder, in order; no value: the file is gone.
     using Statuses = std::vector<std::optional<CameraFileStatus>>;
     Status readStatus(const std::string &path, const std::vector<std::string> &names, Statuses &fileStatus);
-    Step failed(const Status &outcome, const std::string &path, int level);
-    Step end(Status outcome);
+    Step failed(const Status &status, const std::string &path, int level);
+    Step end(Status status);
 
     ItemSink &sink_;
     const CameraAddress address_;

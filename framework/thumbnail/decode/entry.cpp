@@ -25,8 +25,8 @@ int typeOf(const DecodeRequest &request) {
 Status decodeCover(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     Bytes cover;
-    Status outcome = films().readCover(file, request.path, stop, cover);
-    return outcome.ok() ? decodePicture(cover, request, stop, decoded) : outcome;
+    Status status = films().readCover(file, request.path, stop, cover);
+    return status.ok() ? decodePicture(cover, request, stop, decoded) : status;
 }
 
 Status decodeFile(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
@@ -59,15 +59,15 @@ void mrb_start_decoders() {
 void mrb_decode_thumbnail(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
     decoded = {};
     try {
-        decoded.outcome = decodeFile(request, stop, decoded);
+        decoded.status = decodeFile(request, stop, decoded);
     } catch (const std::bad_alloc &) {
-        decoded.outcome = Status::outOfMemory("Not enough memory for the picture.");
+        decoded.status = Status::outOfMemory("Not enough memory for the picture.");
     } catch (const MissingModule &failure) {
-        decoded.outcome = Status::notSupported(failure.what());
+        decoded.status = Status::notSupported(failure.what());
     } catch (const std::exception &failure) {
-        decoded.outcome = Status::corrupt(failure.what());
+        decoded.status = Status::corrupt(failure.what());
     }
-    if (!decoded.outcome.ok()) {
+    if (!decoded.status.ok()) {
         decoded.images.clear();
     }
 }

@@ -116,21 +116,21 @@ Status decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orien
     const Size target = fit(original, turned({request.width, request.height}, applied));
     Scratch memory;
     Pixels pixels{*memory};
-    Status outcome = decoder.decode(target, pixels);
-    if (outcome.ok() && stop.isCancelled()) {
-        outcome = endOf(stop);
+    Status status = decoder.decode(target, pixels);
+    if (status.ok() && stop.isCancelled()) {
+        status = endOf(stop);
     }
     Image image;
-    if (outcome.ok()) {
+    if (status.ok()) {
         if (pixels.channels == 3) {
             pixels.profile = profile;
         }
-        outcome = resize(pixels, target, stop, image);
+        status = resize(pixels, target, stop, image);
     }
-    if (outcome.ok()) {
+    if (status.ok()) {
         addImage(std::move(image), original, orientation, request, decoded);
     }
-    return outcome;
+    return status;
 }
 
 bool sameProportions(Size small, Size large) {

@@ -27,21 +27,20 @@ Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, co
                          Decoded &decoded) {
     Scratch memory;
     Bytes &data = *memory;
-    Status outcome = file.read(HEAD_BYTES, stop, data);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = file.read(HEAD_BYTES, stop, data);
+    if (!status.ok()) {
+        return status;
     }
     if (isJpeg(data) && decodeEmbedded(data, request, stop, decoded)) {
         return {};
     }
-    outcome = file.readAll(stop, data);
-    if (!outcome.ok()) {
-        return outcome;
+    status = file.readAll(stop, data);
+    if (!status.ok()) {
+        return status;
     }
-    outcome = decodePicture(data, request, stop, decoded);
+    status = decodePicture(data, request, stop, decoded);
     // libav may know a format that libvips does not.
-    return outcome.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, stop, decoded)
-                                                 : outcome;
+    return status.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, stop, decoded) : status;
 }
 
 } // namespace mrb::thumbnail

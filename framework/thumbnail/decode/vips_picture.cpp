@@ -80,14 +80,14 @@ Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const Cancell
         }
         size = {vips_image_get_width(picture.get()), vips_image_get_height(picture.get())};
     }
-    Status outcome =
+    Status status =
         checkPictureSize(size.width, size.height,
                          isWebp ? 4 : static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_PEL(picture.get())));
-    if (outcome.ok() && isWebp) {
-        outcome = openWebp(data, size, {request.width, request.height}, picture);
+    if (status.ok() && isWebp) {
+        status = openWebp(data, size, {request.width, request.height}, picture);
     }
-    if (!outcome.ok()) {
-        return outcome;
+    if (!status.ok()) {
+        return status;
     }
     const int stored = found == HEIF ? 1 : vips_image_get_orientation(picture.get());
     const int applied = request.orientation != 0 ? request.orientation : stored;
@@ -97,11 +97,11 @@ Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const Cancell
         return vipsFailure();
     }
     Image image;
-    outcome = render(std::move(picture), stop, image);
-    if (outcome.ok()) {
+    status = render(std::move(picture), stop, image);
+    if (status.ok()) {
         addImage(std::move(image), size, stored, request, decoded);
     }
-    return outcome;
+    return status;
 }
 
 } // namespace mrb::thumbnail

@@ -86,9 +86,9 @@ Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const Cancel
     }
     const Size size{config.input.width, config.input.height};
     const int channels = config.input.has_alpha != 0 ? 4 : 3;
-    Status outcome = checkPictureSize(size.width, size.height, 4);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = checkPictureSize(size.width, size.height, 4);
+    if (!status.ok()) {
+        return status;
     }
     const Size target = fit(size, turned({request.width, request.height}, request.orientation));
     Scratch memory;
@@ -101,15 +101,15 @@ Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const Cancel
     config.output.colorspace = channels == 4 ? MODE_RGBA : MODE_RGB;
     config.output.is_external_memory = 1;
     config.output.u.RGBA = {pixels.bytes.data(), stride, pixels.bytes.size()};
-    outcome = decodeSteps(data, config, stop);
+    status = decodeSteps(data, config, stop);
     Image image;
-    if (outcome.ok()) {
-        outcome = resize(pixels, target, stop, image);
+    if (status.ok()) {
+        status = resize(pixels, target, stop, image);
     }
-    if (outcome.ok()) {
+    if (status.ok()) {
         addImage(std::move(image), size, 1, request, decoded);
     }
-    return outcome;
+    return status;
 }
 
 Size sizeOfWebp(ByteSpan data) {

@@ -12,9 +12,9 @@ constexpr const char *MUSIC_FORMATS =
 // The first picture that libav finds in the file; empty when there is none.
 Status coverOfContainer(const MediaFile &file, const CancellationToken &stop, Bytes &cover) {
     AvInput input(file, stop);
-    Status outcome = input.open(MUSIC_FORMATS);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = input.open(MUSIC_FORMATS);
+    if (!status.ok()) {
+        return status;
     }
     for (unsigned index = 0; index < input.context()->nb_streams; ++index) {
         const AVStream *stream = input.context()->streams[index];
@@ -34,11 +34,11 @@ Status readCover(const MediaFile &file, const std::string &path, const Cancellat
     if (stop.isCancelled()) {
         return endOf(stop);
     }
-    Status outcome = cover.empty() ? coverOfContainer(file, stop, cover) : Status{};
-    if (outcome.ok() && cover.empty()) {
-        outcome = Status::notFound("The music has no cover.");
+    Status status = cover.empty() ? coverOfContainer(file, stop, cover) : Status{};
+    if (status.ok() && cover.empty()) {
+        status = Status::notFound("The music has no cover.");
     }
-    return outcome;
+    return status;
 }
 
 } // namespace mrb::thumbnail

@@ -75,12 +75,12 @@ Status addFrame(const AVFrame &frame, const FrameReader &reader, const DecodeReq
         target = turned({decoded.images[0].width, decoded.images[0].height}, applied);
     }
     Image image;
-    Status outcome = imageOf(frame, target, image);
-    if (outcome.ok()) {
+    Status status = imageOf(frame, target, image);
+    if (status.ok()) {
         image.timeStamp = reader.lastMilliseconds();
         addImage(std::move(image), shown, stored, request, decoded);
     }
-    return outcome;
+    return status;
 }
 
 // Whether images of this size are small enough for lossy decoding.
@@ -105,12 +105,12 @@ Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, co
                   Decoded &decoded) {
     for (; !moments.empty(); moments = moments.subspan(1)) {
         const AVFrame *frame = nullptr;
-        Status outcome = reader.read(moments, frame);
-        if (outcome.ok() && frame != nullptr) {
-            outcome = addFrame(*frame, reader, request, decoded);
+        Status status = reader.read(moments, frame);
+        if (status.ok() && frame != nullptr) {
+            status = addFrame(*frame, reader, request, decoded);
         }
-        if (!outcome.ok()) {
-            return outcome;
+        if (!status.ok()) {
+            return status;
         }
     }
     return {};
@@ -121,21 +121,21 @@ Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, co
 Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     AvInput input(file, stop);
-    Status outcome = input.open(VIDEO_FORMATS);
-    if (!outcome.ok()) {
-        return outcome;
+    Status status = input.open(VIDEO_FORMATS);
+    if (!status.ok()) {
+        return status;
     }
     FrameReader reader(input, stop);
-    outcome = reader.open(true);
-    if (!outcome.ok()) {
-        return outcome;
+    status = reader.open(true);
+    if (!status.ok()) {
+        return status;
     }
     reader.setLossy(isSmallFor(reader.stream(), request));
     const std::int64_t duration = reader.duration();
     decoded.duration = duration > 0 ? reader.milliseconds(reader.start() + duration) : -1;
-    outcome = takeFrames(reader, evenMoments(reader, request.frames), request, decoded);
+    status = takeFrames(reader, evenMoments(reader, request.frames), request, decoded);
     const auto wanted = static_cast<std::size_t>(request.frames);
-    const bool isDecodable = outcome.ok() || outcome.code == MRB_ERR_CORRUPT;
+    const bool isDecodable = status.ok() || status.code == MRB_ERR_CORRUPT;
     if (isDecodable && !decoded.images.empty() && decoded.images.size() < wanted) {
         // The frames do not match the duration: the video is shorter, or has few frames. So the
         // positions are taken from the frames themselves.
@@ -147,26 +147,26 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const Ca
         }
     }
     // In a damaged file, the frames before the damage can be used.
-    return outcome.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : outcome;
+    return status.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : status;
 }
 
 Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
                    Decoded &decoded) {
     AvInput input(file, stop);
-    Status outcome = input.open(STILL_FORMATS);
-    if (!outcome.ok()) {
-        return outcome.code == MRB_ERR_CORRUPT
+    Status status = input.open(STILL_FORMATS);
+    if (!status.ok()) {
+        return status.code == MRB_ERR_CORRUPT
                    ? Status::notSupported("The file is not a picture of a known format.")
-                   : outcome;
+                   : status;
     }
     FrameReader reader(input, stop);
-    outcome = reader.open(false);
+    status = reader.open(false);
     const AVFrame *frame = nullptr;
-    if (outcome.ok()) {
+    if (status.ok()) {
         constexpr std::int64_t MOMENTS[] = {0};
-        outcome = reader.read(MOMENTS, frame);
+        status = reader.read(MOMENTS, frame);
     }
-    return outcome.ok() ? addFrame(*frame, reader, request, decoded) : outcome;
+    return status.ok() ? addFrame(*frame, reader, request, decoded) : status;
 }
 
 } // namespace mrb::thumbnail

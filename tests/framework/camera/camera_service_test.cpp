@@ -66,10 +66,10 @@ class TestCamera final : public Camera {
 class TestLibrary final : public mrb::CameraLibrary {
   public:
     mrb::CameraModel modelOf(const CameraAddress & /*address*/) override { return {}; }
-    std::unique_ptr<Camera> open(const CameraAddress & /*address*/, Status &outcome) override {
+    std::unique_ptr<Camera> open(const CameraAddress & /*address*/, Status &status) override {
         ++opened;
         if (!refusal.ok()) {
-            outcome = refusal;
+            status = refusal;
             return nullptr;
         }
         return std::make_unique<TestCamera>(nowOpen);
@@ -164,9 +164,9 @@ TEST_F(CameraServiceTest, OneThatAnotherProgramHoldsIsBusyForAllCallers) {
     library.refusal = Status::busy("Could not claim the USB device");
     CameraService &cameras = service();
     for (int round = 0; round < 3; ++round) {
-        const Status outcome = cameras.run(one, nothing);
-        EXPECT_EQ(outcome.code, MRB_ERR_BUSY);
-        EXPECT_EQ(outcome.message, "Could not claim the USB device");
+        const Status status = cameras.run(one, nothing);
+        EXPECT_EQ(status.code, MRB_ERR_BUSY);
+        EXPECT_EQ(status.message, "Could not claim the USB device");
     }
     library.refusal = {};
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_NONE) << "it was given back";
@@ -184,11 +184,11 @@ TEST_F(CameraServiceTest, OneThatLeftIsReportedAsRemovedWhateverItsDriverReturns
     CameraService &cameras = service();
     for (const int words : {MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_DEVICE_REMOVED}) {
         library.refusal = {};
-        const Status outcome = cameras.run(one, [&](Camera & /*camera*/) {
+        const Status status = cameras.run(one, [&](Camera & /*camera*/) {
             library.refusal = Status::deviceRemoved("No such device");
             return Status{words, "cable"};
         });
-        EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED) << words;
+        EXPECT_EQ(status.code, MRB_ERR_DEVICE_REMOVED) << words;
         EXPECT_EQ(library.nowOpen, 0);
     }
 }
@@ -227,9 +227,9 @@ TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
             worked = std::this_thread::get_id();
             return Status::notSupported("Not this one.");
         },
-        [&](const Status &outcome) {
+        [&](const Status &status) {
             notified = std::this_thread::get_id();
-            ended.set_value(outcome);
+            ended.set_value(status);
         });
     EXPECT_EQ(ended.get_future().get().message, "Not this one.");
     EXPECT_EQ(worked, notified);
@@ -238,12 +238,12 @@ TEST_F(CameraServiceTest, WhatEndedIsNotifiedOnTheCamerasThread) {
 TEST_F(CameraServiceTest, OneThatHangsIsWaitedForUntilTheTimeout) {
     CameraService &cameras = service(milliseconds(50));
     std::latch answer(1);
-    const Status outcome = cameras.run(one, [&answer](Camera & /*camera*/) {
+    const Status status = cameras.run(one, [&answer](Camera & /*camera*/) {
         answer.wait();
         return Status();
     });
-    EXPECT_EQ(outcome.code, MRB_ERR_TIMEOUT);
-    EXPECT_EQ(outcome.message, "The camera does not answer.");
+    EXPECT_EQ(status.code, MRB_ERR_TIMEOUT);
+    EXPECT_EQ(status.message, "The camera does not answer.");
     // The next caller does not wait again.
     EXPECT_EQ(cameras.run(one, nothing).code, MRB_ERR_TIMEOUT);
     // Another camera is not blocked.
@@ -260,8 +260,8 @@ TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
         return Status();
     });
     EXPECT_EQ(cameras.run(one, nothing, {}, milliseconds(30)).code, MRB_ERR_TIMEOUT);
-    const Status outcome = cameras.run(one, nothing, {}, milliseconds(30));
-    EXPECT_EQ(outcome.message, "The camera does not answer.");
+    const Status status = cameras.run(one, nothing, {}, milliseconds(30));
+    EXPECT_EQ(status.message, "The camera does not answer.");
     answer.count_down();
     EXPECT_EQ(cameras.wait(hangs).code, MRB_ERR_NONE);
 }
@@ -269,10 +269,10 @@ TEST_F(CameraServiceTest, AShortTimeoutIsNotSpentAgainOnOneThatHangs) {
 TEST_F(CameraServiceTest, OneThatWorksLongIsNotTakenForOneThatHangs) {
     CameraService &cameras = service(milliseconds(100));
     const auto begun = std::chrono::steady_clock::now();
-    const Status outcome = cameras.run(
+    const Status status = cameras.run(
         one, [](Camera &camera) { return dynamic_cast<TestCamera &>(camera).workUntilStopped(); },
         [begun] { return std::chrono::steady_clock::now() - begun > milliseconds(400); });
-    EXPECT_EQ(outcome.code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(status.code, MRB_ERR_CANCELLED);
 }
 
 TEST_F(CameraServiceTest, ACancelledRequestEndsAndTheNextOneIsServed) {
@@ -329,8 +329,8 @@ TEST_F(CameraServiceTest, AShutdownDetachesTheThreadOfOneThatHangs) {
 TEST_F(CameraServiceTest, WithoutDriversNothingIsSupported) {
     CameraService cameras([]() -> mrb::CameraLibrary & { throw std::runtime_error("no drivers"); },
                           CameraService::Limits{});
-    const Status outcome = cameras.run(one, nothing);
-    EXPECT_EQ(outcome.code, MRB_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(outcome.message, "no drivers");
+    const Status status = cameras.run(one, nothing);
+    EXPECT_EQ(status.code, MRB_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(status.message, "no drivers");
     cameras.shutDown(std::chrono::steady_clock::now() + LONG);
 }

@@ -157,9 +157,9 @@ TEST_F(CameraTest, ModelsAreKnownByTheirNumbers) {
 
 TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
     const support::Folder folder;
-    mrb::Status outcome;
-    const auto camera = library().open(folderCamera(folder), outcome);
-    ASSERT_NE(camera, nullptr) << outcome.message;
+    mrb::Status status;
+    const auto camera = library().open(folderCamera(folder), status);
+    ASSERT_NE(camera, nullptr) << status.message;
     mrb::CameraSizes sizes;
     EXPECT_EQ(camera->readSizes(sizes).code, MRB_ERR_NONE);
     struct statvfs fileStatus {};
@@ -174,10 +174,10 @@ TEST_F(CameraTest, AFolderHasTheSizesOfItsFileSystem) {
 TEST_F(CameraTest, IsOpenedAndReleasedManyTimes) {
     const support::Folder folder;
     for (int round = 0; round < 20; ++round) {
-        mrb::Status outcome;
-        const auto camera = library().open(folderCamera(folder), outcome);
-        ASSERT_NE(camera, nullptr) << outcome.message;
-        EXPECT_EQ(outcome.code, MRB_ERR_NONE);
+        mrb::Status status;
+        const auto camera = library().open(folderCamera(folder), status);
+        ASSERT_NE(camera, nullptr) << status.message;
+        EXPECT_EQ(status.code, MRB_ERR_NONE);
         mrb::CameraSizes sizes;
         EXPECT_EQ(camera->readSizes(sizes).code, MRB_ERR_NONE);
     }
@@ -189,8 +189,8 @@ TEST_F(CameraTest, SeveralAreOpenedAndReleasedAtATime) {
     library();
     const auto openAndRelease = [&folder] {
         for (int round = 0; round < 20; ++round) {
-            mrb::Status outcome;
-            EXPECT_NE(library().open(folderCamera(folder), outcome), nullptr) << outcome.message;
+            mrb::Status status;
+            EXPECT_NE(library().open(folderCamera(folder), status), nullptr) << status.message;
         }
     };
     std::thread one(openAndRelease);
@@ -200,12 +200,12 @@ TEST_F(CameraTest, SeveralAreOpenedAndReleasedAtATime) {
 }
 
 TEST_F(CameraTest, OneThatIsNotThereIsNotOpened) {
-    mrb::Status outcome;
-    EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, outcome), nullptr);
-    EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED);
-    EXPECT_NE(outcome.message.find("usb:254,254: "), std::string::npos) << outcome.message;
+    mrb::Status status;
+    EXPECT_EQ(library().open({"usb:254,254", 0x04a9, 0x327d}, status), nullptr);
+    EXPECT_EQ(status.code, MRB_ERR_DEVICE_REMOVED);
+    EXPECT_NE(status.message.find("usb:254,254: "), std::string::npos) << status.message;
     for (const char *port : {"usb:001,007", "nowhere", "disk:/nowhere/at/all"}) {
-        EXPECT_EQ(library().open({port, 0x04a9, 0x327d}, outcome), nullptr) << port;
-        EXPECT_EQ(outcome.code, MRB_ERR_DEVICE_REMOVED) << port << ' ' << outcome.message;
+        EXPECT_EQ(library().open({port, 0x04a9, 0x327d}, status), nullptr) << port;
+        EXPECT_EQ(status.code, MRB_ERR_DEVICE_REMOVED) << port << ' ' << status.message;
     }
 }

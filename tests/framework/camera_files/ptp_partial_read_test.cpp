@@ -81,9 +81,9 @@ class PtpPartialRead : public support::OwnProcess {
 };
 
 // Fails with that outcome at a partial read after the beginning.
-auto failingLater(Status outcome) {
-    return [outcome](const CameraRequest &request) {
-        return request.kind == "piece" && request.offset > 0 ? outcome : Status();
+auto failingLater(Status status) {
+    return [status](const CameraRequest &request) {
+        return request.kind == "piece" && request.offset > 0 ? status : Status();
     };
 }
 
@@ -326,7 +326,7 @@ TEST_F(PtpPartialRead, ACopyLeavesAFileOutThatFailsBetweenReads) {
         const ShareEvent last = sharing.copyAll(client, place.path());
         EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
         EXPECT_EQ(last.name(), "a.jpg");
-        EXPECT_EQ(last.fileStatus.done_file_count, 1U);
+        EXPECT_EQ(last.status.done_file_count, 1U);
         EXPECT_THAT(support::tree(place.path()), ElementsAre("b.jpg"));
     }
 }
@@ -418,7 +418,7 @@ TEST_F(PtpPartialRead, ACopyThatMissesAFileReportsThatTheCameraLeft) {
     };
     const ShareEvent last = copy();
     EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
-    EXPECT_EQ(last.fileStatus.done_file_count, 1U);
+    EXPECT_EQ(last.status.done_file_count, 1U);
     EXPECT_THAT(support::tree(to.path()), ElementsAre("b.jpg"));
 }
 

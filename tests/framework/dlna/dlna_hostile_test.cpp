@@ -115,8 +115,8 @@ TEST_F(DlnaHostile, AValidResponseIsRead) {
             request, support::didlOf(support::imageOf("7", "seven") + support::containerOf("c", "more")), 2,
             9));
     });
-    const Status outcome = browse();
-    ASSERT_EQ(outcome.code, MRB_ERR_NONE) << outcome.message;
+    const Status status = browse();
+    ASSERT_EQ(status.code, MRB_ERR_NONE) << status.message;
     ASSERT_THAT(page.objects, SizeIs(2));
     EXPECT_EQ(page.total, 9U);
     EXPECT_EQ(page.returned, 2U);
@@ -214,9 +214,9 @@ TEST_F(DlnaHostile, BrokenXmlIsReportedAndTheObjectsBeforeItAreKept) {
             request, support::didlOf(support::imageOf("1", "one") + "<item id=\"2\"><dc:title>t</dc:tit"), 2,
             2));
     });
-    const Status outcome = browse();
-    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(outcome.message, HasSubstr("broken XML"));
+    const Status status = browse();
+    EXPECT_EQ(status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(status.message, HasSubstr("broken XML"));
     ASSERT_GE(page.objects.size(), 1U);
     EXPECT_EQ(page.objects[0].id, "1");
 }
@@ -257,9 +257,9 @@ TEST_F(DlnaHostile, EntitiesOfAnEnvelopeAreRefused) {
             "200 OK", bomb("<s:Envelope xmlns:s=\"e\"><s:Body><u:BrowseResponse xmlns:u=\"u\">"
                            "<Result>&e10;</Result></u:BrowseResponse></s:Body></s:Envelope>")));
     });
-    const Status outcome = browse();
-    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(outcome.message, HasSubstr("entities"));
+    const Status status = browse();
+    EXPECT_EQ(status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(status.message, HasSubstr("entities"));
 }
 
 TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
@@ -269,9 +269,9 @@ TEST_F(DlnaHostile, EntitiesOfObjectsAreRefused) {
     serve([](const Request &request, const Connection &connection) {
         connection.send(browseResponse(request, bomb(support::didlOf(support::imageOf("1", "&e10;"))), 1, 1));
     });
-    const Status outcome = browse();
-    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(outcome.message, HasSubstr("entities"));
+    const Status status = browse();
+    EXPECT_EQ(status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(status.message, HasSubstr("entities"));
     EXPECT_THAT(page.objects, SizeIs(0));
 }
 
@@ -308,9 +308,9 @@ TEST_F(DlnaHostile, AHundredMegabytesAreNotReadToTheirEnd) {
             ++sent;
         }
     });
-    const Status outcome = browse();
-    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(outcome.message, HasSubstr("longer than"));
+    const Status status = browse();
+    EXPECT_EQ(status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(status.message, HasSubstr("longer than"));
     network.reset();
     server.reset();
     EXPECT_LT(sent, PARTS);
@@ -357,11 +357,12 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
         std::atomic<int> requestCount = 0;
         serve([&](const Request & /*question*/, const Connection &connection) {
             ++requestCount;
-            connection.send(support::httpResponse(httpStatus, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
+            connection.send(
+                support::httpResponse(httpStatus, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));
         });
-        const Status outcome = browse();
-        EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL) << httpStatus;
-        EXPECT_THAT(outcome.message, HasSubstr("redirects")) << httpStatus;
+        const Status status = browse();
+        EXPECT_EQ(status.code, MRB_ERR_PROTOCOL) << httpStatus;
+        EXPECT_THAT(status.message, HasSubstr("redirects")) << httpStatus;
         network.reset();
         server.reset();
         EXPECT_EQ(requestCount, 1);
@@ -375,9 +376,9 @@ TEST_F(DlnaHostile, AContentDirectoryOnAnotherHostIsNotContacted) {
     serve([](const Request & /*request*/,
              const Connection & /*connection*/) { ADD_FAILURE() << "it got a request"; },
           "http://127.0.0.2:80/control");
-    const Status outcome = browse();
-    EXPECT_EQ(outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(outcome.message, HasSubstr("another host"));
+    const Status status = browse();
+    EXPECT_EQ(status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(status.message, HasSubstr("another host"));
 }
 
 TEST_F(DlnaHostile, AConnectionThatBreaksOffIsReported) {

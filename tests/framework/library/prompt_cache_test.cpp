@@ -65,14 +65,14 @@ class Storage final : public mrb::CacheStorage {
         return {};
     }
     Status write(const MediaKey &key, const WrittenFields &fields) override {
-        Status outcome = onWrite ? onWrite(key) : Status();
-        if (outcome.ok()) {
+        Status status = onWrite ? onWrite(key) : Status();
+        if (status.ok()) {
             const std::lock_guard guard(lock_);
             for (const auto &[name, value] : fields) {
                 records_[key.path].written.insert_or_assign(name, value);
             }
         }
-        return outcome;
+        return status;
     }
     [[nodiscard]] std::string title(const std::string &path);
 

@@ -28,9 +28,9 @@ mrb::Metadata read(const std::string &path) {
     mrb::MediaFile file;
     mrb::Metadata metadata;
     EXPECT_EQ(file.open(path).code, MRB_ERR_NONE) << path;
-    mrb::Status outcome = mrb::Status::ioError();
-    mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), metadata, outcome);
-    EXPECT_EQ(outcome.code, MRB_ERR_NONE) << path;
+    mrb::Status status = mrb::Status::ioError();
+    mrb::mrb_read_metadata(file, path.substr(path.rfind('/') + 1), metadata, status);
+    EXPECT_EQ(status.code, MRB_ERR_NONE) << path;
     return metadata;
 }
 

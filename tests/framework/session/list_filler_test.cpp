@@ -92,11 +92,11 @@ TEST(ListFiller, WhatASourceHandsOverIsInTheListInItsOrder) {
     Filling filling(
         [](mrb::ItemSink &sink) {
             EXPECT_TRUE(add(sink, {"b", "a"}));
-            return mrb::FillResult{.outcome = {}, .unreadable = 2};
+            return mrb::FillResult{.status = {}, .unreadable = 2};
         },
         byName());
     const mrb::FillResult result = filling.filler.run();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 2);
     ASSERT_EQ(filling.list->size(), 2);
     EXPECT_EQ(filling.list->entry(0)->info.name, "a");
@@ -108,8 +108,8 @@ TEST(ListFiller, WhatASourceThrowsIsTheResult) {
         throw std::runtime_error("The source is broken.");
     });
     const mrb::FillResult result = filling.filler.run();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_IO);
-    EXPECT_EQ(result.outcome.message, "The source is broken.");
+    EXPECT_EQ(result.status.code, MRB_ERR_IO);
+    EXPECT_EQ(result.status.message, "The source is broken.");
     EXPECT_EQ(filling.list->size(), 1);
 }
 
@@ -125,7 +125,7 @@ TEST(ListFiller, AStoppedOneRefusesItemsAndSortsNothing) {
         },
         byName());
     stopping = &filling;
-    EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(filling.filler.run().status.code, MRB_ERR_CANCELLED);
     EXPECT_EQ(filling.list->entry(0)->info.name, "c");
 }
 
@@ -138,7 +138,7 @@ TEST(ListFiller, WhatIsReadIsWatchedFromThenOn) {
             return mrb::FillResult{};
         },
         {}, folder.path());
-    EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(filling.filler.run().status.code, MRB_ERR_NONE);
     const std::unique_ptr<mrb::Watch> watch = filling.filler.takeWatch();
     ASSERT_TRUE(watch);
     EXPECT_GE(watch->fd(), 0);
@@ -150,7 +150,7 @@ TEST(ListFiller, ASourceBelowNoFolderIsNotWatched) {
         sink.aboutToRead(mrb::ROOT_FOLDER, -1);
         return mrb::FillResult{};
     });
-    EXPECT_EQ(filling.filler.run().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(filling.filler.run().status.code, MRB_ERR_NONE);
     EXPECT_FALSE(filling.filler.takeWatch());
 }
 
@@ -194,7 +194,7 @@ TEST(ListEvents, GrowthIsQueuedOnceAndOutlivesTheSession) {
         events->postGrowth();
         events->setExpectedTotal(7);
         events->postGrowth();
-        EXPECT_EQ(events->postEnd({.outcome = {MRB_ERR_CANCELLED, {}}}), MRB_EVENT_LIST_CANCELLED);
+        EXPECT_EQ(events->postEnd({.status = {MRB_ERR_CANCELLED, {}}}), MRB_EVENT_LIST_CANCELLED);
     }
     thread.start();
     ASSERT_EQ(received.end.get_future().wait_for(support::LIMIT), std::future_status::ready);

@@ -52,22 +52,22 @@ class ScriptedDriver final : public mrb::Camera {
         std::function<Status(mrb::CameraSizes &)> onSizes = [](mrb::CameraSizes & /*sizes*/) {
             return Status::ioError("The cable.");
         };
-        const Status outcome = withCamera([&](ScriptedCamera &camera) {
+        const Status status = withCamera([&](ScriptedCamera &camera) {
             onSizes = camera.onSizes;
             return Status();
         });
-        return outcome.ok() && onSizes ? onSizes(sizes) : outcome;
+        return status.ok() && onSizes ? onSizes(sizes) : status;
     }
     Status listFiles(const std::string &folder, std::vector<std::string> &names) override {
         std::function<Status(const CameraRequest &)> onRequest;
-        Status outcome = withCamera([&](ScriptedCamera &camera) {
+        Status status = withCamera([&](ScriptedCamera &camera) {
             onRequest = camera.onRequest;
             return Status();
         });
-        if (outcome.ok() && onRequest) {
-            outcome = onRequest({"list", folder});
+        if (status.ok() && onRequest) {
+            status = onRequest({"list", folder});
         }
-        return !outcome.ok() ? outcome : withCamera([&](ScriptedCamera &camera) {
+        return !status.ok() ? status : withCamera([&](ScriptedCamera &camera) {
             const std::string start = keyOf(folder, "");
             for (const auto &[key, file] : camera.files) {
                 if (key.starts_with(start) && key.find('/', start.size()) == std::string::npos) {
@@ -118,11 +118,11 @@ class ScriptedDriver final : public mrb::Camera {
         }
         const bool isExif = part == mrb::CameraPart::EXIF;
         std::optional<std::string> bytes;
-        Status outcome = withFile(isExif ? "exif" : "preview", path, 0, [&](const ScriptedFile &file) {
+        Status status = withFile(isExif ? "exif" : "preview", path, 0, [&](const ScriptedFile &file) {
             bytes = isExif ? file.exif : file.preview;
             return bytes ? Status() : Status::notFound("No such part.");
         });
-        return outcome.ok() && !take(*bytes) ? Status::cancelled() : outcome;
+        return status.ok() && !take(*bytes) ? Status::cancelled() : status;
     }
 
   private:
@@ -131,15 +131,15 @@ class ScriptedDriver final : public mrb::Camera {
         std::string part;
         do {
             part.clear();
-            Status outcome = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
+            Status status = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
                 part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART_SIZE);
                 return Status();
             });
-            if (outcome.ok() && (cancellation_.isCancelled() || !take(part))) {
-                outcome = Status::cancelled();
+            if (status.ok() && (cancellation_.isCancelled() || !take(part))) {
+                status = Status::cancelled();
             }
-            if (!outcome.ok()) {
-                return outcome;
+            if (!status.ok()) {
+                return status;
             }
             done += part.size();
         } while (!part.empty());
@@ -160,18 +160,18 @@ class ScriptedDriver final : public mrb::Camera {
     Status withFile(const std::string &kind, const CameraPath &path, std::uint64_t offset, const Work &work) {
         // Without the lock: the function may cause other requests.
         std::function<Status(const CameraRequest &)> onRequest;
-        Status outcome = withCamera([&](ScriptedCamera &camera) {
+        Status status = withCamera([&](ScriptedCamera &camera) {
             if (!kind.empty()) {
                 state_->requests.push_back(kind + ' ' + path.name);
             }
             onRequest = camera.onRequest;
             return Status();
         });
-        if (outcome.ok() && onRequest) {
-            outcome = onRequest({kind.empty() ? "whole" : kind, path.name, offset});
+        if (status.ok() && onRequest) {
+            status = onRequest({kind.empty() ? "whole" : kind, path.name, offset});
         }
-        if (!outcome.ok()) {
-            return outcome;
+        if (!status.ok()) {
+            return status;
         }
         return withCamera([&](ScriptedCamera &camera) {
             const auto file = camera.files.find(keyOf(path.folder, path.name));
@@ -186,7 +186,7 @@ class ScriptedDriver final : public mrb::Camera {
 class ScriptedLibrary final : public mrb::CameraLibrary {
   public:
     mrb::CameraModel modelOf(const mrb::CameraAddress & /*address*/) override { return {}; }
-    std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Status &outcome) override {
+    std::unique_ptr<mrb::Camera> open(const mrb::CameraAddress & /*address*/, Status &status) override {
         const std::lock_guard guard(plug().lock);
         std::shared_ptr<ScriptedCamera::State> state = plug().state.lock();
         bool isThere = state != nullptr;
@@ -194,7 +194,7 @@ class ScriptedLibrary final : public mrb::CameraLibrary {
             const std::lock_guard own(state->lock);
             isThere = !state->pulledOut;
         }
-        outcome = isThere ? Status() : gone();
+        status = isThere ? Status() : gone();
         return isThere ? std::make_unique<ScriptedDriver>(std::move(state)) : nullptr;
     }
 };

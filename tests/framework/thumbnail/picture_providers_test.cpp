@@ -84,8 +84,8 @@ TEST(PictureProviders, ARefusedRequestIsAnsweredWithItsCodeAlone) {
     request.refusal = MRB_ERR_INVALID_PARAMETER;
     providers.stop.cancel();
     const Decoded decoded = providers.provide(request);
-    EXPECT_EQ(decoded.outcome.code, MRB_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(decoded.outcome.message, "");
+    EXPECT_EQ(decoded.status.code, MRB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(decoded.status.message, "");
     EXPECT_TRUE(providers.paths.empty());
 }
 
@@ -95,7 +95,7 @@ TEST(PictureProviders, AStoppedRequestIsNotServedAnyMore) {
     fillCache(cache, folder);
     Providers providers;
     providers.stop.cancel();
-    EXPECT_EQ(providers.provide(requestOf(folder.path("a")), &cache).outcome.code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(providers.provide(requestOf(folder.path("a")), &cache).status.code, MRB_ERR_CANCELLED);
     EXPECT_TRUE(providers.paths.empty());
 }
 
@@ -107,12 +107,12 @@ TEST(PictureProviders, APictureOfAServerIsNotSearchedInTheCache) {
     Providers providers;
     Request request = requestOf(folder.path("a"));
     request.isRemote = true;
-    EXPECT_NE(providers.provide(request, &cache).outcome.code, MRB_ERR_NONE);
+    EXPECT_NE(providers.provide(request, &cache).status.code, MRB_ERR_NONE);
     EXPECT_TRUE(providers.paths.empty());
 }
 
 TEST(PictureProviders, APictureOfACameraThatIsNotThereIsNotDecoded) {
     Providers providers;
-    EXPECT_NE(providers.provide(requestOf("ptp://none/a.jpg")).outcome.code, MRB_ERR_NONE);
+    EXPECT_NE(providers.provide(requestOf("ptp://none/a.jpg")).status.code, MRB_ERR_NONE);
     EXPECT_TRUE(providers.paths.empty());
 }

@@ -47,7 +47,7 @@ class Gate {
             change_.wait_for(guard, std::chrono::milliseconds(1));
         }
         if (stop.isCancelled()) {
-            decoded.outcome = mrb::thumbnail::endOf(stop);
+            decoded.status = mrb::thumbnail::endOf(stop);
             ++stopped_;
             change_.notify_all();
             return;
@@ -335,7 +335,7 @@ TEST_F(Service, StoppingTheCamerasDoesNotWaitLongForADecodeThatDoesNotEnd) {
         [&](const DecodeRequest & /*request*/, const mrb::CancellationToken & /*stop*/, Decoded &decoded) {
             begun.set_value();
             release.get_future().wait_for(LIMIT);
-            decoded.outcome.code = MRB_ERR_IO;
+            decoded.status.code = MRB_ERR_IO;
         },
         1);
     stuck.begin();

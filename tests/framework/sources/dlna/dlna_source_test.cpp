@@ -130,9 +130,9 @@ class DlnaSource : public testing::Test {
     // Has each valid response changed before it is returned.
     void answerChanged(std::function<void(Page &page)> change) {
         contentClient.answer = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
-            const Status outcome = contentClient.validPage(request, page);
+            const Status status = contentClient.validPage(request, page);
             change(page);
-            return outcome;
+            return status;
         };
     }
 
@@ -146,7 +146,7 @@ TEST_F(DlnaSource, AContainerIsListedWithWhatIsBelowIt) {
     contentClient.contents["0"] = {container("a", "A"), image("1", "one")};
     contentClient.contents["a"] = {container("b", "B"), image("2", "two")};
     contentClient.contents["b"] = {image("3", "three")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "one", "A/B", "A/two", "A/B/three"));
 }
 
@@ -154,7 +154,7 @@ TEST_F(DlnaSource, APageIsFollowedWhereTheRequestBeforeStatesIt) {
     for (int number = 0; number < 1200; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number), "one"));
     }
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     std::vector<bool> followed;
     for (const BrowseRequest &request : contentClient.requests) {
         followed.push_back(request.expectsNextPage);
@@ -166,7 +166,7 @@ TEST_F(DlnaSource, AContainerIsRequestedInPagesOfFiveHundred) {
     for (int number = 0; number < 1200; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 1200);
     ASSERT_EQ(contentClient.requests.size(), 3U);
     EXPECT_EQ(contentClient.requests[2].start, 1000U);
@@ -180,14 +180,14 @@ TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
         return contentClient.validPage(less, page);
     };
     contentClient.contents["0"] = {image("1"), image("2"), image("3"), image("4"), image("5")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 5);
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotKnowItsTotalIsReadUntilNothingComes) {
     answerChanged([](Page &page) { page.total = 0; });
     contentClient.contents["0"] = {image("1"), image("2")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
     EXPECT_EQ(contentClient.requests.size(), 2U);
 }
@@ -197,22 +197,22 @@ TEST_F(DlnaSource, ATotalThatIsTooLargeIsAFaultAndCostsNothing) {
     contentClient.contents["0"] = {image("1"), container("a", "A")};
     contentClient.contents["a"] = {image("2")};
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(result.outcome.message, HasSubstr("4000000000 objects and returns 2"));
+    EXPECT_EQ(result.status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(result.status.message, HasSubstr("4000000000 objects and returns 2"));
     EXPECT_EQ(sink.store.size(), 3);
 }
 
 TEST_F(DlnaSource, ATotalThatIsTooSmallIsAFault) {
     answerChanged([](Page &page) { page.total = 1; });
     contentClient.contents["0"] = {image("1"), image("2")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(scan().status.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
 TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
     answerChanged([](Page &page) { page.returned = 77; });
     contentClient.contents["0"] = {image("1"), image("2")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(scan().status.code, MRB_ERR_PROTOCOL);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
@@ -224,8 +224,8 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
         return Status{};
     };
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_THAT(result.outcome.message, HasSubstr("returns objects twice"));
+    EXPECT_EQ(result.status.code, MRB_ERR_PROTOCOL);
+    EXPECT_THAT(result.status.message, HasSubstr("returns objects twice"));
     EXPECT_EQ(sink.store.size(), 2);
     EXPECT_EQ(contentClient.requests.size(), 2U);
 }
@@ -247,26 +247,26 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
     contentClient.contents["0"].resize(1000);
     contentClient.contents["0"].push_back(image("1"));
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.leftOut, 1000);
     EXPECT_EQ(sink.store.size(), 1);
 }
 
 TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
     contentClient.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = contentClient.validPage(request, page);
+        Status status = contentClient.validPage(request, page);
         if (request.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
-            outcome = Status::protocolError("broken");
+            status = Status::protocolError("broken");
         }
-        return outcome;
+        return status;
     };
     for (int number = 0; number < 700; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
-    EXPECT_EQ(result.outcome.message, "broken");
+    EXPECT_EQ(result.status.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(result.status.message, "broken");
     EXPECT_EQ(result.leftOut, 499);
     EXPECT_THAT(result.leftOutNames, ElementsAre(HasSubstr("499 of the objects from 0")));
     EXPECT_EQ(sink.store.size(), 201);
@@ -281,7 +281,7 @@ TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
     for (int number = 0; number < 700; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 700);
 }
 
@@ -289,7 +289,7 @@ TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
     contentClient.answer = [](const BrowseRequest & /*question*/, Page & /*page*/) {
         return Status::timedOut("silent");
     };
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_TIMEOUT);
+    EXPECT_EQ(scan().status.code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(contentClient.requests.size(), 1U);
 }
 
@@ -299,16 +299,16 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     contentClient.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = contentClient.validPage(request, page);
+        Status status = contentClient.validPage(request, page);
         if (contentClient.requests.size() == 1) {
             auto &all = contentClient.contents["0"];
             for (int number = 600; number < 800; ++number) {
                 all.insert(all.begin(), image(std::to_string(number)));
             }
         }
-        return outcome;
+        return status;
     };
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 800);
 }
 
@@ -317,11 +317,11 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
     contentClient.answer = [this](const BrowseRequest &request, Page &page) {
-        Status outcome = contentClient.validPage(request, page);
+        Status status = contentClient.validPage(request, page);
         contentClient.contents["0"].resize(550);
-        return outcome;
+        return status;
     };
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 550);
 }
 
@@ -332,7 +332,7 @@ TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
         page.total = 1'000'000 + static_cast<std::uint32_t>(contentClient.requests.size());
         return Status{};
     };
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
     EXPECT_LT(contentClient.requests.size(), 200U);
 }
@@ -350,7 +350,7 @@ TEST_F(DlnaSource, WhatAServerThatDoesNotSearchShowsInSeveralFoldersIsFoundOnce)
                                    at("b3", "http://server/3.jpg")};
     ListRequest request;
     request.contentType = "IMAGE";
-    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan(request).status.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(),
                 ElementsAre("A", "B", "A/picture a1", "A/picture a2", "B/picture b2", "B/picture b3"));
 }
@@ -360,14 +360,14 @@ TEST_F(DlnaSource, WithoutAFilterAnItemIsInEachOfItsFolders) {
     object.url = "http://server/1.jpg";
     contentClient.contents["0"] = {container("a", "A"), object};
     contentClient.contents["a"] = {object};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "picture 1", "A/picture 1"));
 }
 
 TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
     contentClient.contents["0"] = {container("a", "A")};
     contentClient.contents["a"] = {container("0", "Root"), container("a", "A")};
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan().status.code, MRB_ERR_NONE);
     EXPECT_THAT(sink.names(), ElementsAre("A", "A/Root", "A/A"));
     EXPECT_EQ(contentClient.requests.size(), 2U);
 }
@@ -379,7 +379,7 @@ TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
         return Status{};
     };
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.tooDeep, 1);
     EXPECT_EQ(sink.store.size(), DirectoryScan::DEEPEST_LEVEL + 1);
 }
@@ -391,7 +391,7 @@ TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
         return request.container == "b" ? Status::deviceRemoved("gone")
                                         : contentClient.validPage(request, page);
     };
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_DEVICE_REMOVED);
+    EXPECT_EQ(scan().status.code, MRB_ERR_DEVICE_REMOVED);
     EXPECT_EQ(sink.store.size(), 4);
 }
 
@@ -399,7 +399,7 @@ TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
     contentClient.contents["0"] = {container("a", "A"), container("b", "B")};
     contentClient.contents["b"] = {image("1")};
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 1);
     EXPECT_EQ(sink.store.size(), 3);
 }
@@ -415,18 +415,18 @@ TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
         return contentClient.validPage(request, page);
     };
     const FillResult result = scan();
-    EXPECT_EQ(result.outcome.code, MRB_ERR_PROTOCOL);
+    EXPECT_EQ(result.status.code, MRB_ERR_PROTOCOL);
     EXPECT_THAT(sink.names(), ElementsAre("A", "B", "A/picture 1", "B/picture 2"));
 }
 
 TEST_F(DlnaSource, AContainerThatDoesNotExistFails) {
-    EXPECT_EQ(scan({}, "nowhere").outcome.code, MRB_ERR_NOT_FOUND);
+    EXPECT_EQ(scan({}, "nowhere").status.code, MRB_ERR_NOT_FOUND);
 }
 
 TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
     contentClient.contents["0"] = {image("1")};
     sink.isStopped = true;
-    EXPECT_EQ(scan().outcome.code, MRB_ERR_CANCELLED);
+    EXPECT_EQ(scan().status.code, MRB_ERR_CANCELLED);
 }
 
 TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
@@ -440,7 +440,7 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
     };
     ListRequest request;
     request.contentType = "IMAGE";
-    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan(request).status.code, MRB_ERR_NONE);
     ASSERT_EQ(contentClient.requests.size(), 2U);
     EXPECT_EQ(contentClient.requests[1].kind, BrowseRequest::Kind::SEARCH);
     EXPECT_EQ(contentClient.requests[1].criteria, R"(upnp:class derivedfrom "object.item.imageItem")");
@@ -457,7 +457,7 @@ TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     };
     ListRequest request;
     request.contentType = "IMAGE";
-    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan(request).status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 2);
 }
 
@@ -478,7 +478,7 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     };
     ListRequest request;
     request.keyWord = "picture";
-    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan(request).status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 700);
 }
 
@@ -492,6 +492,6 @@ TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     };
     ListRequest request;
     request.keyWord = "picture";
-    EXPECT_EQ(scan(request).outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(scan(request).status.code, MRB_ERR_NONE);
     EXPECT_EQ(sink.store.size(), 1);
 }

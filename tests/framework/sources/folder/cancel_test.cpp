@@ -21,7 +21,7 @@ namespace {
 
 int scan(const Folder &folder, mrb::ItemSink &sink) {
     mrb::Descriptor top(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return mrb::FolderScan(sink, folder.path()).run(std::move(top)).outcome.code;
+    return mrb::FolderScan(sink, folder.path()).run(std::move(top)).status.code;
 }
 
 // A large folder, many small ones, and many in one.

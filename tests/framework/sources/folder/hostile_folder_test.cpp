@@ -96,7 +96,7 @@ TEST(HostileFolder, AFileThatVanishesAfterItsNameWasReadIsSkipped) {
     Meddler meddler;
     meddler.beforeFile = [&] { unlink(folder.path("gone.jpg").c_str()); };
     const mrb::FillResult result = scan(meddler, folder.path());
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 0);
     EXPECT_THAT(meddler.names, IsEmpty());
 }
@@ -108,7 +108,7 @@ TEST(HostileFolder, AFolderThatVanishesBeforeItIsEnteredIsSkipped) {
     Meddler meddler;
     meddler.beforeFolders = [&] { rmdir(folder.path("gone").c_str()); };
     const mrb::FillResult result = scan(meddler, folder.path());
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NONE);
+    EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.unreadable, 0);
     EXPECT_THAT(meddler.names, ElementsAre("a.jpg"));
 }
@@ -139,8 +139,8 @@ TEST(HostileFolder, TheScannedFolderVanishingFailsTheScanByName) {
         opened = openFolder(path);
     }
     const mrb::FillResult result = mrb::FolderScan(meddler, path).run(std::move(opened));
-    EXPECT_EQ(result.outcome.code, MRB_ERR_NOT_FOUND);
-    EXPECT_THAT(result.outcome.message, testing::HasSubstr(path));
+    EXPECT_EQ(result.status.code, MRB_ERR_NOT_FOUND);
+    EXPECT_THAT(result.status.message, testing::HasSubstr(path));
 }
 
 TEST(HostileFolder, FilesDeletedDuringTheScanNeverFailIt) {

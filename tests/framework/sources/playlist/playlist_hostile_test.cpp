@@ -39,7 +39,7 @@ int fill(const std::string &path, mrb::ItemSink &sink) {
     request.prepareData = path;
     std::unique_ptr<mrb::Source> source;
     EXPECT_EQ(mrb::makeSource(request, source).code, MRB_ERR_NONE);
-    return source->fill(sink).outcome.code;
+    return source->fill(sink).status.code;
 }
 
 } // namespace
