@@ -59,7 +59,7 @@ class CameraService::Task {
     Work work_;
     Ended ended_;
     const std::shared_ptr<Line> line_;
-    std::atomic<bool> isUnwanted_ = false;
+    std::atomic<bool> isAbandoned_ = false;
     // Guarded by the state's lock.
     bool isDone_ = false;
     Status status_;
@@ -155,7 +155,7 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
             status = Status::timedOut("The camera is busy with another request, or slow.");
         }
         if (!status.ok()) {
-            giveUp(task);
+            abandon(task);
             return status;
         }
         guard.lock();
@@ -174,9 +174,9 @@ bool CameraService::isOver(const std::shared_ptr<Task> &task, Status &status) {
     return task->isDone_;
 }
 
-void CameraService::giveUp(const std::shared_ptr<Task> &task) {
+void CameraService::abandon(const std::shared_ptr<Task> &task) {
     if (task) {
-        task->isUnwanted_ = true;
+        task->isAbandoned_ = true;
     }
 }
 
@@ -233,7 +233,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
 Status CameraService::work(const State &state, Line &line, Task &task, std::unique_ptr<Camera> &camera) {
     const CancellationToken cancellation = [&state, &line, &task] {
         line.sign();
-        return task.isUnwanted_ || state.isDown;
+        return task.isAbandoned_ || state.isDown;
     };
     if (cancellation.isCancelled()) {
         return cancelled();

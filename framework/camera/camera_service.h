@@ -53,7 +53,7 @@ class CameraService {
     // Whether it has ended, and its outcome; or its camera does not respond (MRB_ERR_TIMEOUT).
     bool isOver(const std::shared_ptr<Task> &task, Status &status);
     // Cancels a request without waiting: it ends soon, or does not begin. Null: does nothing.
-    static void giveUp(const std::shared_ptr<Task> &task);
+    static void abandon(const std::shared_ptr<Task> &task);
 
     // Reopens the camera before the next request: an open camera keeps returning what it listed
     // first.

@@ -47,7 +47,7 @@ CameraDownload::~CameraDownload() {
         const std::lock_guard guard(flow_->lock);
         flow_->isClosed = true;
         flow_->change.notify_all();
-        CameraService::giveUp(task_);
+        CameraService::abandon(task_);
     }
 }
 

@@ -103,9 +103,9 @@ int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
     const auto known = std::ranges::find_if(clients_, isIts);
     if (known != clients_.end() && !known->ending) {
         // The event thread is notifying it.
-        const bool isTold =
+        const bool isNotified =
             removed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
-        return isTold ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+        return isNotified ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
     }
     std::erase_if(clients_, isIts);
     guard.unlock();
@@ -201,7 +201,7 @@ void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
     guard.lock();
     network_ = std::move(network);
     if (!network_) {
-        tellClients(MRB_SERVICE_STATE_FAILED);
+        notifyClients(MRB_SERVICE_STATE_FAILED);
     }
 }
 
@@ -235,7 +235,7 @@ void DlnaService::removeEndedClients(std::unique_lock<std::mutex> &guard) {
 void DlnaService::networkStarted() {
     const std::lock_guard guard(lock_);
     running_ = true;
-    tellClients(MRB_SERVICE_STATE_STARTED);
+    notifyClients(MRB_SERVICE_STATE_STARTED);
 }
 
 void DlnaService::serverArrived(const Server &server) {
@@ -250,7 +250,7 @@ void DlnaService::serverLeft(const Server &server) {
     notifyObservers();
 }
 
-void DlnaService::tellClients(int state) {
+void DlnaService::notifyClients(int state) {
     for (const Client &client : clients_) {
         events_.post(client.target, state);
     }

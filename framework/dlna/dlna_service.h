@@ -21,9 +21,9 @@ namespace mrb::dlna {
 // end, and notifies the listener of media servers. The event thread, on which all callbacks
 // run, starts and stops the network, since loading the libraries for it is slow. The
 // process has one, see instance(); any thread may call it, also from inside a callback.
-class DlnaService final : private ServerListener {
+class DlnaService final : private NetworkObserver {
   public:
-    using Start = std::function<std::unique_ptr<Network>(ServerListener &)>;
+    using Start = std::function<std::unique_ptr<Network>(NetworkObserver &)>;
 
     explicit DlnaService(Start start);
     ~DlnaService() override;
@@ -90,7 +90,7 @@ class DlnaService final : private ServerListener {
     void removeEndedClients(std::unique_lock<std::mutex> &guard);
     int dismissHere(std::unique_lock<std::mutex> &guard, const std::shared_ptr<ServiceClient> &client,
                     Time deadline);
-    void tellClients(int state);
+    void notifyClients(int state);
     void notifyObservers();
     [[nodiscard]] bool isWanted() const;
     [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener);

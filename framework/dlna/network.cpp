@@ -18,7 +18,7 @@ StartNetwork *load() {
 
 } // namespace
 
-std::unique_ptr<Network> startNetwork(ServerListener &listener) {
+std::unique_ptr<Network> startNetwork(NetworkObserver &listener) {
     static OnDemand<StartNetwork> start;
     return std::unique_ptr<Network>(start.get(load)(listener));
 }

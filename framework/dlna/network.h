@@ -17,9 +17,9 @@ struct Server {
 };
 
 // An observer of media servers. The network calls it from its own thread, one call at a time.
-class ServerListener {
+class NetworkObserver {
   public:
-    virtual ~ServerListener() = default;
+    virtual ~NetworkObserver() = default;
 
     // Called once, when the network is being watched.
     virtual void networkStarted() = 0;
@@ -44,10 +44,10 @@ class Network {
 
 // Loads the library that implements it on first use. The listener must outlive the
 // network. Throws std::runtime_error and std::system_error.
-std::unique_ptr<Network> startNetwork(ServerListener &listener);
+std::unique_ptr<Network> startNetwork(NetworkObserver &listener);
 
 // Exported by that library.
-using StartNetwork = Network *(ServerListener &listener);
+using StartNetwork = Network *(NetworkObserver &listener);
 extern "C" [[gnu::visibility("default")]] StartNetwork mrb_start_network;
 inline constexpr const char *START_SYMBOL = "mrb_start_network";
 

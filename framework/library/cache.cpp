@@ -180,22 +180,22 @@ std::shared_ptr<const MediaRecord> MetadataCache::find(const MediaKey &key) {
 
 // Any failure of the reader other than a timeout is handled by the writer, which creates the file
 // and sets a damaged one aside.
-CacheAnswer MetadataCache::lookUp(const MediaKey &key) {
+CacheResult MetadataCache::lookUp(const MediaKey &key) {
     const std::lock_guard guard(lookingUp_);
     if (!isInMemory_) {
         try {
-            CacheAnswer answer{nullptr, true, false};
+            CacheResult result{nullptr, true, false};
             const unsigned opening = openings_;
             if (!reader_ || readerOpening_ != opening) {
                 reader_ = std::make_unique<CacheConnection>(file(), Database::Role::READER);
                 readerOpening_ = opening;
-                answer.othersChanged = true;
+                result.othersChanged = true;
             }
             const std::int64_t version = reader_->version();
-            answer.othersChanged = answer.othersChanged || version != readerVersion_;
+            result.othersChanged = result.othersChanged || version != readerVersion_;
             readerVersion_ = version;
-            answer.record = std::make_shared<MediaRecord>(reader_->read(key));
-            return answer;
+            result.record = std::make_shared<MediaRecord>(reader_->read(key));
+            return result;
         } catch (const DatabaseError &failure) {
             reader_.reset();
             if (failure.isBusy()) {

@@ -34,7 +34,7 @@ class MetadataCache final : public CacheStorage {
     std::shared_ptr<const MediaRecord> find(const MediaKey &key);
 
     // The same through a connection of its own, which does not wait for writes.
-    CacheAnswer lookUp(const MediaKey &key) override;
+    CacheResult lookUp(const MediaKey &key) override;
     Status store(std::span<const FileMetadata> files) override;
     Status write(const MediaKey &key, const WrittenFields &fields) override;
 

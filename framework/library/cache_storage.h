@@ -40,7 +40,7 @@ struct MediaRecord {
 };
 
 // The result of a lookup for a client.
-struct CacheAnswer {
+struct CacheResult {
     std::shared_ptr<const MediaRecord> record; // null: not available now
     bool isLasting = false;                    // the record is valid until another answer has othersChanged
     bool othersChanged = false;
@@ -53,7 +53,7 @@ class CacheStorage {
     virtual ~CacheStorage() = default;
 
     // Does not wait for a write; one thread at a time.
-    virtual CacheAnswer lookUp(const MediaKey &key) = 0;
+    virtual CacheResult lookUp(const MediaKey &key) = 0;
 
     // Stores metadata, all or none. MRB_ERR_BUSY here and below: another process holds the cache,
     // and a retry may succeed. Any thread.

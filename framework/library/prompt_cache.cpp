@@ -77,7 +77,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
     return lookup;
 }
 
-CacheAnswer PromptCache::ask(const MediaKey &key) {
+CacheResult PromptCache::request(const MediaKey &key) {
     try {
         return storage_.lookUp(key);
     } catch (const std::exception &failure) {
@@ -98,21 +98,21 @@ void PromptCache::lookUpAll() {
         reader_.busySince = began;
         lookup->isOutdated = false;
         guard.unlock();
-        CacheAnswer answer = ask(lookup->key);
+        CacheResult result = request(lookup->key);
         guard.lock();
         reader_.busySince.reset();
-        if (answer.othersChanged) {
+        if (result.othersChanged) {
             recent_.clear();
         }
         if (lookup->isOutdated) {
             continue; // the lookup must find what was written since then
         }
-        if (answer.isLasting) {
+        if (result.isLasting) {
             freshUntil_ = began + limits_.freshness;
-            keep(text, answer.record);
+            keep(text, result.record);
         }
         // With the writes that are pending now: they may complete before the caller goes on.
-        lookup->record = answer.record ? withWrites(std::move(answer.record), text) : nullptr;
+        lookup->record = result.record ? withWrites(std::move(result.record), text) : nullptr;
         lookup->isDone = true;
         lookups_.erase(text);
         change_.notify_all();

@@ -103,7 +103,7 @@ class PromptCache {
 
     void lookUpAll(); // the lookup thread
     void writeAll();  // the write thread
-    CacheAnswer ask(const MediaKey &key);
+    CacheResult request(const MediaKey &key);
     [[nodiscard]] std::vector<Status> perform(const Writes &writes);
 
     CacheStorage &storage_;

@@ -69,10 +69,10 @@ Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
     return {};
 }
 
-JobEnd CopyJob::run(JobListener &listener) {
+JobEnd CopyJob::run(JobObserver &observer) {
     CopyPlan plan;
-    if (begin(listener, plan) && copy(plan, listener) == Step::GO_ON &&
-        finishWaiting(listener) == Step::GO_ON) {
+    if (begin(observer, plan) && copy(plan, observer) == Step::GO_ON &&
+        finishWaiting(observer) == Step::GO_ON) {
         end(lastEvent());
     }
     // Before the last event is posted: a client that receives it finds no temporary files.
@@ -90,14 +90,14 @@ int CopyJob::lastEvent() {
     return source_->isThere() ? MRB_EVENT_SHARE_FAILED : MRB_EVENT_DEVICE_REMOVED;
 }
 
-bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
+bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
     struct statvfs space {};
     // A file system that does not report its size has no known limit.
     const bool isKnown = fstatvfs(destination_.folder()->descriptor.fd(), &space) == 0 && space.f_blocks > 0;
     const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
-    plan = planCopy(list_->list(), selection_, block, [&] { return listener.stopped(); });
-    listener.begins(plan.files, plan.bytes);
-    if (listener.stopped()) {
+    plan = planCopy(list_->list(), selection_, block, [&] { return observer.stopped(); });
+    observer.begins(plan.files, plan.bytes);
+    if (observer.stopped()) {
         end(MRB_EVENT_SHARE_STOPPED);
         return false;
     }
@@ -110,7 +110,7 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    const Status status = source_->begin([&] { return listener.stopped(); });
+    const Status status = source_->begin([&] { return observer.stopped(); });
     if (status.ok()) {
         return true;
     }
@@ -123,24 +123,24 @@ bool CopyJob::begin(JobListener &listener, CopyPlan &plan) {
     return false;
 }
 
-CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobListener &listener) {
+CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobObserver &observer) {
     for (const std::int32_t number : plan.items) {
-        if (listener.stopped()) {
+        if (observer.stopped()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
-        if (copyItem(list_->list().infoOf(number), plan.common, listener) == Step::END) {
+        if (copyItem(list_->list().infoOf(number), plan.common, observer) == Step::END) {
             return Step::END;
         }
         const bool isEnough =
             waiting_.size() + folders_.size() >= MAX_QUEUED || waitingBytes_ >= MAX_QUEUED_BYTES;
-        if (isEnough && finishWaiting(listener) == Step::END) {
+        if (isEnough && finishWaiting(observer) == Step::END) {
             return Step::END;
         }
     }
     return Step::GO_ON;
 }
 
-CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common, JobListener &listener) {
+CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common, JobObserver &observer) {
     const bool isFolder = item.type == MRB_ITEM_TYPE_FOLDER;
     std::string path = item.folder;
     if (isFolder) {
@@ -149,7 +149,7 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
     // The source first: for a folder that is gone, none is created.
     CopySource::File source;
     const Status opened = source_->open(
-        item, [&] { return listener.stopped(); }, source);
+        item, [&] { return observer.stopped(); }, source);
     if (!opened.ok()) {
         return sourceFailed(opened, item.name);
     }
@@ -162,11 +162,11 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
         folders_.push_back(std::move(to));
         return Step::GO_ON;
     }
-    return copyFile(source, item, std::move(to), listener);
+    return copyFile(source, item, std::move(to), observer);
 }
 
 CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &item, OpenFolderPtr folder,
-                                JobListener &listener) {
+                                JobObserver &observer) {
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
     // The list had a smaller size, so the check before the copy did not cover this file.
     if (source.size > planned && !hasRoom(source.size)) {
@@ -177,17 +177,17 @@ CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &
         return destinationFailed(error, item.name);
     }
     const std::string name = source_->nameOf(item);
-    listener.fileBegins(displayText(name), source.size, planned);
+    observer.fileBegins(displayText(name), source.size, planned);
     bool isThere = true;
     CopyResult copied = source_->copy(file.fd(), [&](std::uint64_t bytes) {
-        listener.fileMoves(bytes);
+        observer.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
-        return isThere && !listener.stopped();
+        return isThere && !observer.stopped();
     });
     if (copied.isWhole()) {
         copied.destinationError = setTimes(file.fd(), source.times);
     }
-    listener.fileEnds(copied.isWhole());
+    observer.fileEnds(copied.isWhole());
     if (!copied.isWhole()) {
         return isThere ? copyFailed(copied, item.name) : destinationFailed(ENODEV, item.name);
     }
@@ -200,9 +200,9 @@ CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &
 
 // The bytes are flushed before the names, and the names before the next batch, so that a name
 // never stands for an incomplete file, even after a crash.
-CopyJob::Step CopyJob::finishWaiting(const JobListener &listener) {
+CopyJob::Step CopyJob::finishWaiting(const JobObserver &observer) {
     for (Waiting &waiting : waiting_) {
-        if (listener.stopped()) {
+        if (observer.stopped()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
         if (fdatasync(waiting.file.fd()) != 0) {
@@ -210,7 +210,7 @@ CopyJob::Step CopyJob::finishWaiting(const JobListener &listener) {
         }
     }
     for (Waiting &waiting : waiting_) {
-        if (listener.stopped()) {
+        if (observer.stopped()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
         if (nameWaiting(waiting) == Step::END) {

@@ -27,7 +27,7 @@ class CopyJob final : public Job {
                        std::unique_ptr<CopySource> copySource, const std::string &destination,
                        std::unique_ptr<Job> &job);
 
-    JobEnd run(JobListener &listener) override;
+    JobEnd run(JobObserver &observer) override;
 
   private:
     // A copied file that waits for its name.
@@ -43,13 +43,13 @@ class CopyJob final : public Job {
     CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
             RootFolder destination);
 
-    bool begin(JobListener &listener, CopyPlan &plan);
-    Step copy(const CopyPlan &plan, JobListener &listener);
-    Step copyItem(const ItemInfo &item, const std::string &common, JobListener &listener);
+    bool begin(JobObserver &observer, CopyPlan &plan);
+    Step copy(const CopyPlan &plan, JobObserver &observer);
+    Step copyItem(const ItemInfo &item, const std::string &common, JobObserver &observer);
     Step copyFile(const CopySource::File &source, const ItemInfo &item, OpenFolderPtr folder,
-                  JobListener &listener);
+                  JobObserver &observer);
     [[nodiscard]] bool hasRoom(std::uint64_t bytes) const;
-    Step finishWaiting(const JobListener &listener);
+    Step finishWaiting(const JobObserver &observer);
     Step nameWaiting(Waiting &waiting);
     Step saveFolders();
 

@@ -8,9 +8,9 @@
 namespace mrb {
 
 // Receives a job's progress. Called by the job's own thread.
-class JobListener {
+class JobObserver {
   public:
-    virtual ~JobListener() = default;
+    virtual ~JobObserver() = default;
 
     // True as soon as the job should end.
     [[nodiscard]] virtual bool stopped() const = 0;
@@ -39,7 +39,7 @@ struct JobEnd {
 class Job {
   public:
     virtual ~Job() = default;
-    virtual JobEnd run(JobListener &listener) = 0;
+    virtual JobEnd run(JobObserver &observer) = 0;
 };
 
 } // namespace mrb

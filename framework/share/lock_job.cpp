@@ -16,21 +16,21 @@ Status LockJob::mark(const ItemInfo &info) const {
     return list_->library().writeNow(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
 }
 
-JobEnd LockJob::run(JobListener &listener) {
-    listener.begins(static_cast<std::uint32_t>(selection_.count()), 0);
+JobEnd LockJob::run(JobObserver &observer) {
+    observer.begins(static_cast<std::uint32_t>(selection_.count()), 0);
     JobEnd end{.event = MRB_EVENT_SHARE_DONE, .status = {}, .name = {}};
     std::int32_t left = selection_.count();
     for (std::int32_t item = 0; left > 0; ++item) {
-        if (listener.stopped()) {
+        if (observer.stopped()) {
             end.event = MRB_EVENT_SHARE_STOPPED;
             break;
         }
         if (selection_.contains(item)) {
             const ItemInfo info = list_->list().infoOf(item);
             const std::string name = displayText(info.name);
-            listener.fileBegins(name, 0, 0);
+            observer.fileBegins(name, 0, 0);
             Status status = mark(info);
-            listener.fileEnds(status.ok());
+            observer.fileEnds(status.ok());
             --left;
             if (status.ok()) {
                 ++end.files;

@@ -77,8 +77,8 @@ Status ServerCopySource::open(const ItemInfo &item, const CancellationToken &can
     }
     const std::int64_t size = promise.size != UNKNOWN ? promise.size : item.size;
     isExact_ = size != UNKNOWN;
-    most_ = isExact_ ? static_cast<std::uint64_t>(size) : MAX_BYTES;
-    file.size = isExact_ ? most_ : 0;
+    maxBytes_ = isExact_ ? static_cast<std::uint64_t>(size) : MAX_BYTES;
+    file.size = isExact_ ? maxBytes_ : 0;
     file.mode = COPIED_MODE;
     file.times[0].tv_nsec = UTIME_NOW;
     file.times[1].tv_nsec = item.modified == UNKNOWN ? UTIME_NOW : 0;
@@ -90,7 +90,7 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
     CopyResult result;
     FileWriter writer(destination);
     const auto take = [&](std::span<const char> bytes) {
-        if (bytes.size() > most_ - result.bytes) {
+        if (bytes.size() > maxBytes_ - result.bytes) {
             result.source = Status::protocolError(name_ + ": the server sent more bytes than it reported.");
             return false;
         }
@@ -107,7 +107,7 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
     if (result.stopped || result.destinationError != 0 || !result.source.ok()) {
         return result;
     }
-    if (status.ok() && isExact_ && result.bytes < most_) {
+    if (status.ok() && isExact_ && result.bytes < maxBytes_) {
         status = Status::protocolError("The server sent fewer bytes than it reported.");
     }
     result.source = judged(std::move(status));

@@ -39,8 +39,8 @@ class ServerCopySource final : public CopySource {
     CancellationToken cancellation_;
     // Of the most recently opened file.
     std::string name_;
-    std::uint64_t most_ = 0; // bytes
-    bool isExact_ = false;   // most_ is its exact size
+    std::uint64_t maxBytes_ = 0; // bytes
+    bool isExact_ = false;       // maxBytes_ is its exact size
 };
 
 } // namespace mrb

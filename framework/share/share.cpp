@@ -98,13 +98,13 @@ void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_
     // The size in the list may be outdated.
     progress_.total_file_size += size - planned;
     setFile(name, size);
-    tellProgress();
+    reportProgress();
 }
 
 void Share::fileMoves(std::uint64_t bytes) {
     const std::lock_guard guard(lock_);
     progress_.progress_file_size = bytes;
-    tellProgress();
+    reportProgress();
 }
 
 void Share::fileEnds(bool isDone) {
@@ -128,7 +128,7 @@ void Share::setFile(const std::string &name, std::uint64_t size) {
     progress_.progress_file_size = 0;
 }
 
-void Share::tellProgress() {
+void Share::reportProgress() {
     if (notifiedAt_ && !progressQueued_ && steady_clock::now() - *notifiedAt_ >= PROGRESS_INTERVAL) {
         progressQueued_ = true;
         events_.post(shared_from_this(), MRB_EVENT_SHARE_PROGRESS);

@@ -23,7 +23,7 @@ struct ShareCallback {
 // One running share: its job, its progress, and its events. Owned jointly by the table of shares,
 // the worker that runs the job and its queued events. Each member function says which thread
 // calls it.
-class Share final : public EventTarget, public std::enable_shared_from_this<Share>, private JobListener {
+class Share final : public EventTarget, public std::enable_shared_from_this<Share>, private JobObserver {
   public:
     // `ended` is called on the event thread after the last event was delivered.
     Share(EventThread &events, mrb_share_handler_h handle, ShareCallback listener, std::unique_ptr<Job> job,
@@ -44,7 +44,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     // EventTarget, on the event thread.
     void deliver(int event) noexcept override;
 
-    // JobListener, on the worker.
+    // JobObserver, on the worker.
     [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
     void begins(std::uint32_t files, std::uint64_t bytes) override;
     void fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) override;
@@ -54,7 +54,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     JobEnd work();
     void conclude(const JobEnd &end);
     void setFile(const std::string &name, std::uint64_t size); // with lock_ held
-    void tellProgress();                                       // with lock_ held
+    void reportProgress();                                     // with lock_ held
 
     EventThread &events_;
     const mrb_share_handler_h handle_;

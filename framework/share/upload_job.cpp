@@ -33,10 +33,10 @@ UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection,
     : list_(std::move(list)), selection_(std::move(selection)), source_(std::move(copySource)),
       server_(std::move(server)), container_(std::move(container)) {}
 
-JobEnd UploadJob::run(JobListener &listener) {
-    Step step = begin(listener);
+JobEnd UploadJob::run(JobObserver &observer) {
+    Step step = begin(observer);
     for (const std::int32_t number : plan_.items) {
-        if (step == Step::GO_ON && listener.stopped()) {
+        if (step == Step::GO_ON && observer.stopped()) {
             step = end(MRB_EVENT_SHARE_STOPPED);
         }
         if (step == Step::END) {
@@ -44,7 +44,7 @@ JobEnd UploadJob::run(JobListener &listener) {
         }
         const ItemInfo item = list_->list().infoOf(number);
         // Folders are skipped, a server has its own.
-        step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, listener);
+        step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, observer);
     }
     if (step == Step::GO_ON) {
         const bool isGone = !end_.status.ok() && !source_->isThere();
@@ -56,11 +56,11 @@ JobEnd UploadJob::run(JobListener &listener) {
     return std::move(end_);
 }
 
-UploadJob::Step UploadJob::begin(JobListener &listener) {
-    const CancellationToken cancellation = [&] { return listener.stopped(); };
+UploadJob::Step UploadJob::begin(JobObserver &observer) {
+    const CancellationToken cancellation = [&] { return observer.stopped(); };
     plan_ = planCopy(list_->list(), selection_, 1, cancellation);
-    listener.begins(plan_.files, plan_.bytes);
-    if (listener.stopped()) {
+    observer.begins(plan_.files, plan_.bytes);
+    if (observer.stopped()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
     Status status = source_->begin(cancellation);
@@ -73,8 +73,8 @@ UploadJob::Step UploadJob::begin(JobListener &listener) {
     return status.ok() ? Step::GO_ON : Step::END;
 }
 
-UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
-    const CancellationToken cancellation = [&] { return listener.stopped(); };
+UploadJob::Step UploadJob::send(const ItemInfo &item, JobObserver &observer) {
+    const CancellationToken cancellation = [&] { return observer.stopped(); };
     const MediaType *type = mediaTypeOf(item.name);
     const char *upnpClass = classOf(item.type);
     const std::string name = displayText(item.name);
@@ -86,7 +86,7 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
         return failed(status, item.name);
     }
     const auto planned = static_cast<std::uint64_t>(std::max<std::int64_t>(item.size, 0));
-    listener.fileBegins(name, source.size, planned);
+    observer.fileBegins(name, source.size, planned);
     dlna::Upload file;
     file.descriptor = source_->fd();
     file.size = source.size;
@@ -102,12 +102,12 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobListener &listener) {
     file.container = container_;
     if (status.ok()) {
         status = transfers_->upload(
-            file, [&](std::uint64_t bytes) { listener.fileMoves(bytes); }, cancellation);
+            file, [&](std::uint64_t bytes) { observer.fileMoves(bytes); }, cancellation);
         status =
             dlna::classifyDisconnect(*server_.contentClient, server_.id, std::move(status), cancellation);
         status.message.insert(0, name + ": ");
     }
-    listener.fileEnds(status.ok());
+    observer.fileEnds(status.ok());
     if (!status.ok()) {
         return failed(status, item.name);
     }

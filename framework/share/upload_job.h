@@ -25,14 +25,14 @@ class UploadJob final : public Job {
     UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
               dlna::DlnaService::Found server, std::string container);
 
-    JobEnd run(JobListener &listener) override;
+    JobEnd run(JobObserver &observer) override;
 
   private:
     // Whether the upload goes on; if not, end_ has the reason.
     enum class Step { GO_ON, END };
 
-    Step begin(JobListener &listener);
-    Step send(const ItemInfo &item, JobListener &listener);
+    Step begin(JobObserver &observer);
+    Step send(const ItemInfo &item, JobObserver &observer);
     Status fetch(const std::string &name, const CancellationToken &cancellation, SpooledFile &spooled,
                  dlna::Upload &file);
     Step failed(const Status &status, const std::string &name);

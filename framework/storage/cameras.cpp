@@ -66,7 +66,7 @@ void Cameras::addDescriptors(std::vector<pollfd> &waited) const {
 }
 
 void Cameras::scan(DeviceTable &table) {
-    bool lost = !hasLooked_;
+    bool lost = !hasScanned_;
     for (const UdevDevice &usb : udev_.events(lost)) {
         const char *action = udev_device_get_action(usb.get());
         if (action != nullptr && std::strcmp(action, "remove") == 0) {
@@ -76,8 +76,8 @@ void Cameras::scan(DeviceTable &table) {
         }
     }
     if (lost) {
-        lookAtAll(table);
-        hasLooked_ = true;
+        scanAll(table);
+        hasScanned_ = true;
     }
     for (const CameraNames::Answer &answer : names_.answers()) {
         const auto camera = cameras_.find(answer.key);
@@ -107,7 +107,7 @@ void Cameras::detach(DeviceTable &table, const std::string &key) {
     table.remove(key);
 }
 
-void Cameras::lookAtAll(DeviceTable &table) {
+void Cameras::scanAll(DeviceTable &table) {
     std::set<std::string> there;
     const std::vector<UdevDevice> devices = udev_.devices();
     for (const UdevDevice &usb : devices) {

@@ -20,10 +20,10 @@ class Cameras final : public DeviceSource {
   private:
     void attach(DeviceTable &table, udev_device *usb);
     void detach(DeviceTable &table, const std::string &key);
-    void lookAtAll(DeviceTable &table);
+    void scanAll(DeviceTable &table);
 
     Udev udev_{"usb", "usb_device"};
-    bool hasLooked_ = false;
+    bool hasScanned_ = false;
     std::map<std::string, Device> cameras_; // as they are in the table, by their keys
     CameraNames names_;
 };

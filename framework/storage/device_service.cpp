@@ -21,7 +21,7 @@ DeviceService::~DeviceService() { shutDown(Time::max()); }
 
 std::vector<Device> DeviceService::attached(DeviceKind kind) {
     try {
-        awaitLook();
+        awaitScan();
     } catch (const std::system_error &failure) {
         MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
@@ -30,7 +30,7 @@ std::vector<Device> DeviceService::attached(DeviceKind kind) {
 }
 
 std::vector<Device> DeviceService::list(DeviceKind kind) {
-    const Time deadline = awaitLook();
+    const Time deadline = awaitScan();
     std::unique_lock guard(lock_);
     std::vector<Device> devices = known_.list(kind);
     guard.unlock();
@@ -57,7 +57,7 @@ int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) 
         // Devices attached before the first registration are not reported as new after it. The
         // previous callback has reported them, and pending events go to the new one.
         guard.unlock();
-        awaitLook();
+        awaitScan();
         guard.lock();
     }
     if (down_) {
@@ -133,9 +133,9 @@ void DeviceService::wake() const { eventfd_write(wake_.fd(), 1); }
 
 // Waits until a scan that began after this call has ended, or until the timeout; scans itself
 // when called inside a callback. Returns the deadline of the whole call.
-DeviceService::Time DeviceService::awaitLook() {
+DeviceService::Time DeviceService::awaitScan() {
     std::unique_lock guard(lock_);
-    const Time deadline = Clock::now() + (hasLooked_ || isOverdue_ ? limits_.call : limits_.firstCall);
+    const Time deadline = Clock::now() + (hasScanned_ || isOverdue_ ? limits_.call : limits_.firstCall);
     if (down_) {
         return deadline;
     }
@@ -181,7 +181,7 @@ void DeviceService::scan() {
         table_.setSizes(answer.camera, answer.sizes);
     }
     publish(mounted);
-    endLook(request);
+    endScan(request);
     measure(std::move(mounted));
 }
 
@@ -210,13 +210,13 @@ void DeviceService::publish(std::vector<Device> &mounted) {
 }
 
 // Completes all requests that were made before the scan began.
-void DeviceService::endLook(unsigned long long request) {
+void DeviceService::endScan(unsigned long long request) {
     const std::lock_guard guard(lock_);
     depart([this, request](const Awaited &each) {
         return each.request <= request && !known_.contains(each.device);
     });
     answered_ = request;
-    hasLooked_ = true;
+    hasScanned_ = true;
     isOverdue_ = false;
     change_.notify_all();
 }

@@ -101,14 +101,14 @@ class DeviceService {
         unsigned long long request; // the scan that finds out whether the device is attached
     };
 
-    Time awaitLook();
+    Time awaitScan();
     void start(); // with lock_ held
 
     // On the thread:
     void run();
     void scan();
     void publish(std::vector<Device> &mounted);
-    void endLook(unsigned long long request);
+    void endScan(unsigned long long request);
     void measure(std::vector<Device> mounted);
     template <typename HasLeft>
     void depart(HasLeft hasLeft); // with lock_ held
@@ -133,7 +133,7 @@ class DeviceService {
     std::map<int, Device> measured_;  // for lists, since the last scan; by their indexes
     unsigned long long requests_ = 0; // number of scans requested
     unsigned long long answered_ = 0; // those made before the last scan began
-    bool hasLooked_ = false;
+    bool hasScanned_ = false;
     bool isOverdue_ = false; // a call has timed out waiting for the pending scan
     mrb_storage_notification_cb callback_ = nullptr;
     void *userData_ = nullptr;

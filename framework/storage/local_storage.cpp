@@ -90,8 +90,8 @@ Descriptor openMounts(const std::string &table) {
 
 LocalStorage::LocalStorage(std::string mounts)
     : mountTable_(std::move(mounts)), mountsToWaitFor_(openMounts(mountTable_)),
-      mountsToAsk_(openMounts(mountTable_)) {
-    if (!mountsToWaitFor_ || !mountsToAsk_) {
+      mountsToRead_(openMounts(mountTable_)) {
+    if (!mountsToWaitFor_ || !mountsToRead_) {
         MRB_LOG_WARNING("The table of mounts cannot be opened: %s.", std::strerror(errno));
     }
 }
@@ -104,14 +104,14 @@ void LocalStorage::addDescriptors(std::vector<pollfd> &waited) const {
 void LocalStorage::scan(DeviceTable &table) {
     // In this order: a mounted device was attached before, and udev has reported that.
     const bool mountsChanged = readMounts();
-    bool lost = !hasLooked_;
+    bool lost = !hasScanned_;
     const std::vector<UdevDevice> events = udev_.events(lost);
     for (const UdevDevice &block : events) {
-        hear(table, block.get());
+        handleEvent(table, block.get());
     }
     if (lost) {
-        lookAtAll(table);
-        hasLooked_ = true;
+        scanAll(table);
+        hasScanned_ = true;
     }
     if (mountsChanged || lost || !events.empty()) {
         setMounts(table);
@@ -119,9 +119,9 @@ void LocalStorage::scan(DeviceTable &table) {
 }
 
 bool LocalStorage::readMounts() {
-    pollfd mounts{mountsToAsk_.fd(), POLLPRI, 0};
+    pollfd mounts{mountsToRead_.fd(), POLLPRI, 0};
     const bool isNews = poll(&mounts, 1, 0) > 0;
-    if ((hasLooked_ && !isNews) || !readMountEntries(mounts_, mountTable_.c_str())) {
+    if ((hasScanned_ && !isNews) || !readMountEntries(mounts_, mountTable_.c_str())) {
         return false;
     }
     mountOf_.clear();
@@ -133,7 +133,7 @@ bool LocalStorage::readMounts() {
     return true;
 }
 
-void LocalStorage::hear(DeviceTable &table, udev_device *block) {
+void LocalStorage::handleEvent(DeviceTable &table, udev_device *block) {
     const char *path = udev_device_get_devpath(block);
     const char *action = udev_device_get_action(block);
     if (path == nullptr || action == nullptr) {
@@ -168,7 +168,7 @@ void LocalStorage::attach(DeviceTable &table, udev_device *block) {
     blocks_[number] = std::move(device);
 }
 
-void LocalStorage::lookAtAll(DeviceTable &table) {
+void LocalStorage::scanAll(DeviceTable &table) {
     std::vector<UdevDevice> devices = udev_.devices();
     std::erase_if(devices, [](const UdevDevice &block) {
         return !isRemovable(block.get()) || !holdsFiles(block.get());

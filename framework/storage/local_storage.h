@@ -26,15 +26,15 @@ class LocalStorage final : public DeviceSource {
     using Blocks = std::map<dev_t, Device>;
 
     bool readMounts();
-    void hear(DeviceTable &table, udev_device *block);
-    void lookAtAll(DeviceTable &table);
+    void handleEvent(DeviceTable &table, udev_device *block);
+    void scanAll(DeviceTable &table);
     void attach(DeviceTable &table, udev_device *block);
     void setBlock(DeviceTable &table, dev_t number, Device device) const;
     void setMounts(DeviceTable &table);
 
     const std::string mountTable_;
     Udev udev_{"block"};
-    bool hasLooked_ = false;
+    bool hasScanned_ = false;
     Blocks blocks_; // udev's devices that are in the table
     // The last event's sequence number by device path: events may arrive out of order.
     std::map<std::string, unsigned long long> lastWords_;
@@ -42,7 +42,7 @@ class LocalStorage final : public DeviceSource {
     // Two, because each descriptor reports a change once, to the first that polls it: one
     // for the service's poll and one for look().
     Descriptor mountsToWaitFor_;
-    Descriptor mountsToAsk_;
+    Descriptor mountsToRead_;
     std::vector<MountEntry> mounts_;
     std::map<dev_t, std::size_t> mountOf_; // the oldest mount of a device, in mounts_
 };

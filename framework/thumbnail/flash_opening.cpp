@@ -30,13 +30,13 @@ Status FlashOpening::open(const std::string &list) {
     }
     thread_.start([this] { work(); });
     wanted_ = list;
-    const std::uint64_t number = ++asked_;
+    const std::uint64_t number = ++requested_;
     wake_.notify_one();
     ++waiting_;
     const bool isOver = waitBriefly(guard, change_, busySince_, timeout_,
-                                    [&] { return answered_ >= number || isFinishing_; });
+                                    [&] { return delivered_ >= number || isFinishing_; });
     --waiting_;
-    if (isOver && answered_ >= number) {
+    if (isOver && delivered_ >= number) {
         return status_;
     }
     return Status::timedOut("\"" + list + "\" is still being opened.");
@@ -54,13 +54,13 @@ void FlashOpening::work() {
         if (isFinishing_) {
             return;
         }
-        openWanted(guard);
+        openRequested(guard);
     }
 }
 
-void FlashOpening::openWanted(Lock &guard) {
+void FlashOpening::openRequested(Lock &guard) {
     const std::string list = *std::exchange(wanted_, std::nullopt);
-    const std::uint64_t number = asked_;
+    const std::uint64_t number = requested_;
     busySince_ = busySince_.value_or(steady_clock::now());
     guard.unlock();
     const auto opened = std::make_shared<FlashCache>();
@@ -73,7 +73,7 @@ void FlashOpening::openWanted(Lock &guard) {
     busySince_.reset();
     const bool isOpen = status.ok();
     const std::shared_ptr<FlashCache> before = isOpen ? std::exchange(cache_, opened) : nullptr;
-    answered_ = number;
+    delivered_ = number;
     status_ = status;
     const bool isHeard = waiting_ > 0;
     change_.notify_all();

@@ -41,7 +41,7 @@ class FlashOpening {
     using Lock = std::unique_lock<std::mutex>;
 
     void work();
-    void openWanted(Lock &guard);
+    void openRequested(Lock &guard);
 
     const std::chrono::milliseconds timeout_;
 
@@ -50,8 +50,8 @@ class FlashOpening {
     std::condition_variable change_;
     std::shared_ptr<FlashCache> cache_;
     std::optional<std::string> wanted_; // the list to be opened next
-    std::uint64_t asked_ = 0;           // number of calls so far
-    std::uint64_t answered_ = 0;        // the number of the last call with a result
+    std::uint64_t requested_ = 0;       // number of calls so far
+    std::uint64_t delivered_ = 0;       // the number of the last call with a result
     Status status_;
     std::optional<std::chrono::steady_clock::time_point> busySince_;
     unsigned waiting_ = 0; // number of waiting calls

@@ -44,10 +44,10 @@ std::shared_ptr<Job> Jobs::take() {
 
 void Jobs::finish(const std::shared_ptr<Job> &job) {
     forget(job);
-    answering_.splice(answering_.begin(), decoding_, std::ranges::find(decoding_, job));
+    delivering_.splice(delivering_.begin(), decoding_, std::ranges::find(decoding_, job));
 }
 
-void Jobs::remove(const std::shared_ptr<Job> &job) { answering_.remove(job); }
+void Jobs::remove(const std::shared_ptr<Job> &job) { delivering_.remove(job); }
 
 // No further waiter can join it.
 void Jobs::forget(const std::shared_ptr<Job> &job) {
@@ -77,7 +77,7 @@ bool Jobs::cancel(const Request &request, const void *userData) {
     if (found != open_.end()) {
         return cancelWaiter(std::shared_ptr<Job>(found->second), userData);
     }
-    for (const List *list : {&waiting_, &decoding_, &answering_}) {
+    for (const List *list : {&waiting_, &decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : List(*list)) {
             if (job->request == request && cancelWaiter(job, userData)) {
                 return true;
@@ -88,7 +88,7 @@ bool Jobs::cancel(const Request &request, const void *userData) {
 }
 
 void Jobs::cancelAll() {
-    for (const List *list : {&decoding_, &answering_}) {
+    for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
             job->waiters.clear();
             job->stop.cancel();
@@ -99,8 +99,8 @@ void Jobs::cancelAll() {
 }
 
 void Jobs::closeAll() {
-    answering_.splice(answering_.end(), waiting_);
-    for (const List *list : {&decoding_, &answering_}) {
+    delivering_.splice(delivering_.end(), waiting_);
+    for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
             job->stop.cancel();
         }
@@ -109,7 +109,7 @@ void Jobs::closeAll() {
 }
 
 std::shared_ptr<Job> Jobs::endedWithWaiters() const {
-    for (const List *list : {&decoding_, &answering_}) {
+    for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
             if (job->stop.isCancelled() && !job->waiters.empty()) {
                 return job;

@@ -65,7 +65,7 @@ class Jobs {
 
     List waiting_; // the most recently requested job first
     List decoding_;
-    List answering_;
+    List delivering_;
     // The jobs among the first two that further waiters may join.
     std::map<Request, std::shared_ptr<Job>> open_;
 };

@@ -22,7 +22,7 @@ constexpr const char *NAMES[] = {"mrb-thumb-1", "mrb-thumb-2", "mrb-thumb-3", "m
 constexpr const char *FURTHER_NAME = "mrb-thumb-n";
 
 // The service whose result this thread is delivering.
-thread_local const ThumbnailService *answeringFor = nullptr;
+thread_local const ThumbnailService *deliveringTo = nullptr;
 
 } // namespace
 
@@ -42,9 +42,9 @@ int ThumbnailService::end() {
     const bool begun = clients_ > 0;
     clients_ -= begun ? 1 : 0;
     jobs_.closeAll();
-    answerAllEnded(guard);
-    if (answeringFor != this &&
-        !change_.wait_for(guard, CALLBACK_LIMIT, [this] { return answers_ == 0 || down_; })) {
+    deliverAllEnded(guard);
+    if (deliveringTo != this &&
+        !change_.wait_for(guard, CALLBACK_LIMIT, [this] { return results_ == 0 || down_; })) {
         guard.unlock();
         MRB_LOG_WARNING("The callback of a thumbnail has not returned in time.");
         return MRB_ERR_TIMEOUT;
@@ -140,19 +140,19 @@ void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::sh
         const PendingRequest waiter = job->waiters.front();
         job->waiters.erase(job->waiters.begin());
         const bool last = job->waiters.empty();
-        ++answers_;
+        ++results_;
         guard.unlock();
         // Nested when the client calls end() in its callback.
-        const ThumbnailService *const outer = std::exchange(answeringFor, this);
+        const ThumbnailService *const outer = std::exchange(deliveringTo, this);
         deliverResult(job->request, decoded, last, waiter);
-        answeringFor = outer;
+        deliveringTo = outer;
         guard.lock();
-        --answers_;
+        --results_;
         change_.notify_all();
     }
 }
 
-void ThumbnailService::answerAllEnded(std::unique_lock<std::mutex> &guard) {
+void ThumbnailService::deliverAllEnded(std::unique_lock<std::mutex> &guard) {
     Decoded nothing;
     nothing.status = Status::cancelled("A client ended the service.");
     while (!down_) {

@@ -53,7 +53,7 @@ class ThumbnailService {
     void work();
     void decode(const Request &request, Job &job, Decoded &decoded);
     void answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job, Decoded &decoded);
-    void answerAllEnded(std::unique_lock<std::mutex> &guard);
+    void deliverAllEnded(std::unique_lock<std::mutex> &guard);
 
     const Decoder decoder_;
     const unsigned most_; // number of workers
@@ -64,7 +64,7 @@ class ThumbnailService {
     std::condition_variable change_;
     Jobs jobs_;
     std::deque<JoinableThread> workers_;
-    unsigned answers_ = 0; // callbacks that are running
+    unsigned results_ = 0; // callbacks that are running
     unsigned clients_ = 0;
     bool down_ = false;
 };

@@ -33,7 +33,7 @@ constexpr guint RETRY_SECONDS = 5;
 
 // Requests under way end at once; an encrypted connection may take a while to close.
 constexpr auto SHUTDOWN_TIMEOUT = std::chrono::seconds(3);
-constexpr int ENOUGH_LOOKS = 10;
+constexpr int ENOUGH_POLLS = 10;
 
 // Malformed XML of servers is not reported on standard error.
 void ignoreXmlError(void * /*context*/, const char * /*format*/, ...) {}
@@ -74,7 +74,7 @@ Object<GUPnPContext> contextAt(const std::string &ip) {
 
 class GupnpNetwork::Watch {
   public:
-    explicit Watch(ServerListener &listener) : listener_(listener), servers_(listener) {}
+    explicit Watch(NetworkObserver &listener) : listener_(listener), servers_(listener) {}
 
     void run();
 
@@ -104,13 +104,13 @@ class GupnpNetwork::Watch {
     struct Point {
         Object<GUPnPControlPoint> control;
         std::unique_ptr<DescriptionFilter> guard; // of its context
-        int idleLooks = 0;                        // while it leaves: checks in a row that found it idle
+        int idlePolls = 0;                        // while it leaves: checks in a row that found it idle
     };
 
     Point watchContext(GUPnPContext *context);
     void abandon(Point point);
     void leave(Point point);
-    void forgetLeft(int looks);
+    void removeIdle(int polls);
 
     static void onServer(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
     static void onServerGone(GUPnPControlPoint *point, GUPnPDeviceProxy *device, Watch *watch);
@@ -118,7 +118,7 @@ class GupnpNetwork::Watch {
     static gboolean onRetry(gpointer watch);
     static gboolean onLeaving(gpointer watch);
 
-    ServerListener &listener_;
+    NetworkObserver &listener_;
     ServerTable servers_;
     const std::unique_ptr<GMainContext, Deleter<g_main_context_unref>> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, Deleter<g_main_loop_unref>> loop_{
@@ -166,7 +166,7 @@ void GupnpNetwork::Watch::letGo() {
             return std::ranges::all_of(leaving_, [](const Point &point) { return point.guard->isIdle(); });
         },
         SHUTDOWN_TIMEOUT);
-    forgetLeft(0); // all results were delivered
+    removeIdle(0); // all results were delivered
     leavingTimer_.reset();
     leaving_.clear();
     // Operations that this destruction cancelled end here.
@@ -188,13 +188,13 @@ void GupnpNetwork::Watch::leave(Point point) {
 
 // A request that has ended delivers its result a few turns of the main context later: requests
 // found idle by that many checks, each in a turn of its own, have delivered theirs.
-void GupnpNetwork::Watch::forgetLeft(int looks) {
+void GupnpNetwork::Watch::removeIdle(int polls) {
     std::erase_if(leaving_, [&](Point &point) {
         if (!point.guard->isIdle()) {
-            point.idleLooks = 0;
+            point.idlePolls = 0;
             return false;
         }
-        if (++point.idleLooks < looks) {
+        if (++point.idlePolls < polls) {
             return false;
         }
         // Only its pending retries still hold references, which this cancels.
@@ -205,7 +205,7 @@ void GupnpNetwork::Watch::forgetLeft(int looks) {
 
 gboolean GupnpNetwork::Watch::onLeaving(gpointer data) {
     auto &watch = *static_cast<Watch *>(data);
-    watch.forgetLeft(ENOUGH_LOOKS);
+    watch.removeIdle(ENOUGH_POLLS);
     if (watch.leaving_.empty()) {
         watch.leavingTimer_.reset();
     }
@@ -290,7 +290,7 @@ gboolean GupnpNetwork::Watch::onRetry(gpointer watch) {
     return G_SOURCE_CONTINUE; // unless it was destroyed
 }
 
-GupnpNetwork::GupnpNetwork(ServerListener &listener)
+GupnpNetwork::GupnpNetwork(NetworkObserver &listener)
     : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
 }
 
@@ -307,6 +307,6 @@ void mrb_prepare_network() {
     g_tls_backend_get_default();
 }
 
-Network *mrb_start_network(ServerListener &listener) { return new GupnpNetwork(listener); }
+Network *mrb_start_network(NetworkObserver &listener) { return new GupnpNetwork(listener); }
 
 } // namespace mrb::dlna

@@ -17,7 +17,7 @@ namespace mrb::dlna {
 // context of its own. Created and destroyed by any one thread.
 class GupnpNetwork final : public Network {
   public:
-    explicit GupnpNetwork(ServerListener &listener);
+    explicit GupnpNetwork(NetworkObserver &listener);
     ~GupnpNetwork() override;
 
     [[nodiscard]] std::shared_ptr<ContentDirectoryClient> contentClient() override;

@@ -117,7 +117,7 @@ Status GupnpTransfers::finishDownload(const Consumer &take, const CancellationTo
 }
 
 Status GupnpTransfers::call(const std::string &action, const Arguments &arguments,
-                            const CancellationToken &cancellation, Answer &answer) {
+                            const CancellationToken &cancellation, SoapResponse &response) {
     const auto pending = std::make_shared<Pending>();
     exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
                        envelopeOf(action, arguments, place_.type), ContentDirectoryClient::MAX_BYTES},
@@ -129,7 +129,7 @@ Status GupnpTransfers::call(const std::string &action, const Arguments &argument
         return status;
     }
     const Reply reply = pending->await(std::chrono::milliseconds(0), [] { return false; });
-    return readAnswer(reply, action, answer);
+    return readResponse(reply, action, response);
 }
 
 } // namespace mrb::dlna

@@ -57,7 +57,7 @@ class GupnpTransfers final : public Transfers {
     Status makeRequest(const char *method, const std::string &url, Request &request) const;
     Status send(Request &request, const CancellationToken &cancellation, const Pace &pace);
     Status call(const std::string &action, const Arguments &arguments, const CancellationToken &cancellation,
-                Answer &answer);
+                SoapResponse &response);
     Status create(const Upload &file, const CancellationToken &cancellation, Created &created);
     Status import(const Upload &file, const Created &created, const Moved &moved,
                   const CancellationToken &cancellation);

@@ -87,10 +87,10 @@ void OfferedFile::serve(SoupServerMessage *message) {
     Serving &serving = servings_.emplace_back(Serving{*this, share(message)});
     g_signal_connect(message, "wrote-chunk", G_CALLBACK(onChunk), &serving);
     g_signal_connect(message, "finished", G_CALLBACK(onEnd), &serving);
-    giveMore(serving);
+    serveMore(serving);
 }
 
-void OfferedFile::giveMore(Serving &serving) {
+void OfferedFile::serveMore(Serving &serving) {
     SoupMessageBody *body = soup_server_message_get_response_body(serving.message.get());
     const std::size_t wanted =
         static_cast<std::size_t>(std::min<std::uint64_t>(PART_BYTES, what_.size - serving.offset));
@@ -120,15 +120,15 @@ void OfferedFile::onChunk(SoupServerMessage * /*message*/, void *data) {
     auto &serving = *static_cast<Serving *>(data);
     OfferedFile &file = serving.owner;
     // All bytes passed on so far have been written.
-    file.most_ = std::max(file.most_, serving.offset);
-    file.giveMore(serving);
+    file.sent_ = std::max(file.sent_, serving.offset);
+    file.serveMore(serving);
 }
 
 void OfferedFile::onEnd(SoupServerMessage *message, void *data) {
     auto &serving = *static_cast<Serving *>(data);
     OfferedFile &file = serving.owner;
     g_signal_handlers_disconnect_by_data(message, data);
-    file.isFetched_ = file.isFetched_ || (serving.offset == file.what_.size && file.most_ == file.what_.size);
+    file.isFetched_ = file.isFetched_ || (serving.offset == file.what_.size && file.sent_ == file.what_.size);
     file.forget(serving);
 }
 

@@ -30,7 +30,7 @@ class OfferedFile {
 
     [[nodiscard]] const std::string &url() const { return url_; }
     // Bytes sent, of the request that received most.
-    [[nodiscard]] std::uint64_t sent() const { return most_; }
+    [[nodiscard]] std::uint64_t sent() const { return sent_; }
     // Whether one request received all of it.
     [[nodiscard]] bool isFetched() const { return isFetched_; }
     // Whether it could not be read to its end.
@@ -49,7 +49,7 @@ class OfferedFile {
     static void onChunk(SoupServerMessage *message, void *serving);
     static void onEnd(SoupServerMessage *message, void *serving);
     void serve(SoupServerMessage *message);
-    void giveMore(Serving &serving);
+    void serveMore(Serving &serving);
     void forget(const Serving &serving);
 
     const What what_;
@@ -58,7 +58,7 @@ class OfferedFile {
     const Object<SoupServer> server_;
     std::string url_;
     std::list<Serving> servings_;
-    std::uint64_t most_ = 0;
+    std::uint64_t sent_ = 0;
     bool isFetched_ = false;
     bool isBroken_ = false;
 };

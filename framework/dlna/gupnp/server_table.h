@@ -20,7 +20,7 @@ class ServerTable {
     static constexpr std::size_t MAX_SERVERS = 1000;
     static constexpr std::size_t MAX_BYTES = 512; // of a text
 
-    explicit ServerTable(ServerListener &listener) : listener_(listener) {}
+    explicit ServerTable(NetworkObserver &listener) : listener_(listener) {}
 
     void add(GUPnPDeviceInfo *device);
     void remove(GUPnPDeviceInfo *device);
@@ -40,7 +40,7 @@ class ServerTable {
         std::vector<Object<GUPnPDeviceInfo>> devices; // one per address of this machine
     };
 
-    ServerListener &listener_;
+    NetworkObserver &listener_;
     std::map<std::string, Entry> entries_;
     bool full_ = false; // and that was logged
 };

@@ -117,20 +117,20 @@ Status statusOfHttp(unsigned httpStatus) {
             "The server returned the HTTP status " + std::to_string(httpStatus) + "."};
 }
 
-Status readAnswer(const Reply &reply, const std::string &action, Answer &answer) {
-    answer = {};
+Status readResponse(const Reply &reply, const std::string &action, SoapResponse &response) {
+    response = {};
     if (!reply.status.ok()) {
         return reply.status;
     }
-    Status form = readXml(reply.body, answer.xml);
-    const xmlDoc *document = answer.xml.document.get();
+    Status form = readXml(reply.body, response.xml);
+    const xmlDoc *document = response.xml.document.get();
     const xmlNode *body = document != nullptr ? childOf(xmlDocGetRootElement(document), "Body") : nullptr;
     if (const xmlNode *fault = childOf(body, "Fault")) {
-        answer.isRefusal = true;
+        response.isRefusal = true;
         return statusOfFault(fault);
     }
     if (Status status = statusOfHttp(reply.httpStatus); !status.ok()) {
-        answer.isRefusal = true;
+        response.isRefusal = true;
         // 404 is then about the control URL, not about the requested object.
         status.code = status.code == MRB_ERR_NOT_FOUND ? MRB_ERR_PROTOCOL : status.code;
         return status;
@@ -138,26 +138,26 @@ Status readAnswer(const Reply &reply, const std::string &action, Answer &answer)
     if (!form.ok()) {
         return form;
     }
-    answer.response = childOf(body, (action + "Response").c_str());
-    if (answer.response == nullptr) {
+    response.response = childOf(body, (action + "Response").c_str());
+    if (response.response == nullptr) {
         return Status::protocolError("The server's response does not match " + action + ".");
     }
     return {};
 }
 
 Status readReply(const Reply &reply, const BrowseRequest &request, Page &page) {
-    Answer answer;
-    if (Status status = readAnswer(reply, actionOf(request), answer); !status.ok()) {
+    SoapResponse response;
+    if (Status status = readResponse(reply, actionOf(request), response); !status.ok()) {
         return status;
     }
     if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
-        page.capabilities = answer.text("SearchCaps");
+        page.capabilities = response.text("SearchCaps");
         return {};
     }
-    page.returned = numberOf(answer.response, "NumberReturned");
-    page.total = numberOf(answer.response, "TotalMatches");
-    page.updateId = numberOf(answer.response, "UpdateID");
-    return readObjects(answer.text("Result"), answer.xml.isRepaired, page.objects);
+    page.returned = numberOf(response.response, "NumberReturned");
+    page.total = numberOf(response.response, "TotalMatches");
+    page.updateId = numberOf(response.response, "UpdateID");
+    return readObjects(response.text("Result"), response.xml.isRepaired, page.objects);
 }
 
 } // namespace mrb::dlna

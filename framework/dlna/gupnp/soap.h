@@ -24,7 +24,7 @@ std::string envelopeOf(const std::string &action, const Arguments &arguments, co
 Status statusOfHttp(unsigned httpStatus);
 
 // The parsed response to an action.
-struct Answer {
+struct SoapResponse {
     Xml xml;
     const xmlNode *response = nullptr; // the response element in it; null: missing
     bool isRefusal = false;            // the server received the call and refused it
@@ -34,7 +34,7 @@ struct Answer {
 };
 
 // Parses the reply to a call of that action. The codes are those of Directories::ask.
-Status readAnswer(const Reply &reply, const std::string &action, Answer &answer);
+Status readResponse(const Reply &reply, const std::string &action, SoapResponse &response);
 
 // Parses the reply to a request. See Directories::ask for the codes.
 Status readReply(const Reply &reply, const BrowseRequest &request, Page &page);

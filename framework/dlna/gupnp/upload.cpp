@@ -80,14 +80,14 @@ Status GupnpTransfers::upload(const Upload &file, const Moved &moved, const Canc
 
 Status GupnpTransfers::create(const Upload &file, const CancellationToken &cancellation, Created &created) {
     const std::string container = file.container.empty() ? ANY_CONTAINER : file.container;
-    Answer answer;
+    SoapResponse response;
     Status status = call("CreateObject", {{"ContainerID", container}, {"Elements", didlOf(file, container)}},
-                         cancellation, answer);
+                         cancellation, response);
     if (!status.ok()) {
         return status;
     }
-    created.id = answer.text("ObjectID");
-    created.importUrl = importUrlOf(answer.text("Result"));
+    created.id = response.text("ObjectID");
+    created.importUrl = importUrlOf(response.text("Result"));
     if (created.id.empty() || created.importUrl.empty()) {
         destroy(created);
         return Status::protocolError("The server returned no import URL for \"" + file.title + "\".");
@@ -102,22 +102,22 @@ Status GupnpTransfers::import(const Upload &file, const Created &created, const 
     if (offered.url().empty()) {
         return Status::notSupported("No file can be served at " + place_.here + ".");
     }
-    Answer answer;
+    SoapResponse response;
     Status status =
         call("ImportResource", {{"SourceURI", offered.url()}, {"DestinationURI", created.importUrl}},
-             cancellation, answer);
+             cancellation, response);
     if (!status.ok()) {
         // If it refuses to import, the file may still be posted to it.
-        return answer.isRefusal ? Status::notSupported(std::move(status.message)) : status;
+        return response.isRefusal ? Status::notSupported(std::move(status.message)) : status;
     }
-    const std::string transfer = answer.text("TransferID");
+    const std::string transfer = response.text("TransferID");
     status = follow(transfer, offered, moved, cancellation);
     if (!status.ok()) {
         const auto until = steady_clock::now() + CLEANING;
         // The transfer has failed; whether the server cleans up changes nothing in that.
         static_cast<void>(call(
             "StopTransferResource", {{"TransferID", transfer}}, [&] { return steady_clock::now() > until; },
-            answer));
+            response));
     }
     return offered.isBroken() ? unreadable(file.title) : status;
 }
@@ -135,15 +135,15 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
         }
         moved(offered.sent());
         pace.moved(offered.sent());
-        Answer answer;
-        status = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, answer);
-        if (answer.isRefusal && offered.isFetched()) {
+        SoapResponse response;
+        status = call("GetTransferProgress", {{"TransferID", transfer}}, cancellation, response);
+        if (response.isRefusal && offered.isFetched()) {
             return {}; // it does not report progress, or has forgotten the transfer
         }
-        if (!status.ok() && !answer.isRefusal) {
+        if (!status.ok() && !response.isRefusal) {
             return status;
         }
-        const std::string transferStatus = answer.text("TransferStatus");
+        const std::string transferStatus = response.text("TransferStatus");
         if (transferStatus == "COMPLETED") {
             // The last bytes may not have been counted here yet.
             const auto news = steady_clock::now() + LAST_NEWS;
@@ -204,12 +204,12 @@ Status GupnpTransfers::post(const Upload &file, const Created &created, const Mo
 // Best effort, with a timeout: the server did not take the file.
 void GupnpTransfers::destroy(const Created &created) {
     const auto until = steady_clock::now() + CLEANING;
-    Answer answer;
+    SoapResponse response;
     if (created.id.empty()) {
         return;
     }
     const Status status = call(
-        "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, answer);
+        "DestroyObject", {{"ObjectID", created.id}}, [&] { return steady_clock::now() > until; }, response);
     if (!status.ok()) {
         MRB_LOG_WARNING("The empty object \"%s\" stays on the server.", created.id.c_str());
     }

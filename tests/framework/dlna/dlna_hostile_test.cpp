@@ -35,7 +35,7 @@ namespace {
 
 constexpr auto LONG = std::chrono::seconds(60);
 
-class Listener final : public mrb::dlna::ServerListener {
+class Listener final : public mrb::dlna::NetworkObserver {
   public:
     void networkStarted() override {
         const std::lock_guard guard(lock_);

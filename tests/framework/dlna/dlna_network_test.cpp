@@ -86,7 +86,7 @@ void addInterface() {
 }
 
 // Keeps the events.
-class Listener final : public mrb::dlna::ServerListener {
+class Listener final : public mrb::dlna::NetworkObserver {
   public:
     void networkStarted() override {
         change([this] { started = true; });

@@ -27,8 +27,8 @@
 using mrb::Device;
 using mrb::dlna::DlnaService;
 using mrb::dlna::Network;
+using mrb::dlna::NetworkObserver;
 using mrb::dlna::Server;
-using mrb::dlna::ServerListener;
 using mrb::dlna::StateCallback;
 using support::MediaServer;
 using support::Surroundings;
@@ -83,7 +83,7 @@ class Diary {
 // Reports its start on a thread of its own; the test adds servers.
 class ScriptedNetwork final : public Network {
   public:
-    explicit ScriptedNetwork(ServerListener &listener) : listener_(listener) {
+    explicit ScriptedNetwork(NetworkObserver &listener) : listener_(listener) {
         ++alive;
         std::thread([&] { listener_.networkStarted(); }).join();
     }
@@ -114,7 +114,7 @@ class ScriptedNetwork final : public Network {
     static inline std::atomic<int> alive = 0;
 
   private:
-    ServerListener &listener_;
+    NetworkObserver &listener_;
     std::vector<Server> servers_;
 };
 
@@ -136,7 +136,7 @@ class DlnaServiceTest : public support::OwnProcess {
     }
 
     ScriptedNetwork *network = nullptr;
-    DlnaService service{[this](ServerListener &listener) {
+    DlnaService service{[this](NetworkObserver &listener) {
         auto made = std::make_unique<ScriptedNetwork>(listener);
         network = made.get();
         return made;
@@ -290,7 +290,7 @@ TEST_F(DlnaServiceTest, AnotherListenerReplacesTheFirst) {
 
 TEST_F(DlnaServiceTest, ANetworkThatCannotBeWatchedIsReported) {
     DlnaService broken{
-        [](ServerListener &) -> std::unique_ptr<Network> { throw std::runtime_error("no library"); }};
+        [](NetworkObserver &) -> std::unique_ptr<Network> { throw std::runtime_error("no library"); }};
     EXPECT_EQ(broken.begin(diary.state()), MRB_ERR_NONE);
     ASSERT_TRUE(diary.waitFor(1));
     EXPECT_EQ(broken.end(diary.state()), MRB_ERR_NONE);

@@ -15,7 +15,7 @@
 
 #include "support/client.h"
 
-using mrb::CacheAnswer;
+using mrb::CacheResult;
 using mrb::FileMetadata;
 using mrb::MediaKey;
 using mrb::MediaRecord;
@@ -45,8 +45,8 @@ class Gate {
 
 class Storage final : public mrb::CacheStorage {
   public:
-    CacheAnswer lookUp(const MediaKey &key) override {
-        CacheAnswer answer{nullptr, true, false};
+    CacheResult lookUp(const MediaKey &key) override {
+        CacheResult answer{nullptr, true, false};
         {
             const std::lock_guard guard(lock_);
             answer.record = std::make_shared<MediaRecord>(records_[key.path]);
