@@ -74,7 +74,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
     [[nodiscard]] std::optional<std::int32_t> pageOf(const std::string &mediaId) const;
 
   private:
-    // Watched, on the watch thread.
+    // WatchObserver, on the watch thread.
     [[nodiscard]] bool shows(std::uint8_t type) const override { return list_->wants(type); }
     [[nodiscard]] std::optional<ItemInfo> listed(std::int32_t folder, std::string_view name) const override;
     void sourceChanged() override;
