@@ -2,10 +2,10 @@
 
 #include <glib.h>
 
-#include <compare>
 #include <functional>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "base/descriptor.h"
 #include "dlna/gupnp/main_context.h"
@@ -18,7 +18,9 @@ struct LocalAddress {
     unsigned interface = 0; // the kernel's index: a recreated interface has another one
 
     [[nodiscard]] bool isLoopback() const { return ip == "127.0.0.1"; }
-    auto operator<=>(const LocalAddress &) const = default;
+    bool operator<(const LocalAddress &other) const {
+        return std::tie(ip, interface) < std::tie(other.ip, other.interface);
+    }
 };
 
 // 127.0.0.1, where a server on this machine may be, and the addresses of all interfaces that are
