@@ -98,6 +98,7 @@ class GupnpNetwork::Watch {
   private:
     void watchNetwork();
     void updatePoints();
+    void retryLater();
     void letGo();
 
     // The search for servers through one address of this machine, which loads their descriptions.
@@ -213,7 +214,12 @@ gboolean GupnpNetwork::Watch::onLeaving(gpointer data) {
 }
 
 void GupnpNetwork::Watch::updatePoints() {
-    const std::set<LocalAddress> addresses = localAddresses();
+    const std::optional<std::set<LocalAddress>> found = localAddresses();
+    if (!found) {
+        retryLater();
+        return;
+    }
+    const std::set<LocalAddress> &addresses = *found;
     std::vector<Point> abandoned;
     for (auto point = points_.begin(); point != points_.end();) {
         if (addresses.contains(point->first)) {
@@ -239,7 +245,13 @@ void GupnpNetwork::Watch::updatePoints() {
     }
     if (isComplete) {
         retryTimer_.reset();
-    } else if (!retryTimer_) {
+    } else {
+        retryLater();
+    }
+}
+
+void GupnpNetwork::Watch::retryLater() {
+    if (!retryTimer_) {
         retryTimer_.reset(g_timeout_source_new_seconds(RETRY_SECONDS));
         g_source_set_callback(retryTimer_.get(), onRetry, this, nullptr);
         g_source_attach(retryTimer_.get(), context_.get());

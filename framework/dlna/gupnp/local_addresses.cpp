@@ -32,11 +32,11 @@ bool reachesServers(const ifaddrs &entry, const in_addr &address) {
 
 } // namespace
 
-std::set<LocalAddress> localAddresses() {
+std::optional<std::set<LocalAddress>> localAddresses() {
     ifaddrs *first = nullptr;
     if (getifaddrs(&first) != 0) {
         MRB_LOG_WARNING("The addresses of this machine cannot be read: %s.", std::strerror(errno));
-        return {};
+        return std::nullopt;
     }
     const std::unique_ptr<ifaddrs, Deleter<freeifaddrs>> all(first);
     std::set<LocalAddress> addresses;

@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -24,8 +25,9 @@ struct LocalAddress {
 };
 
 // 127.0.0.1, where a server on this machine may be, and the addresses of all interfaces that are
-// up, support multicast and are not point-to-point. From any thread.
-std::set<LocalAddress> localAddresses();
+// up, support multicast and are not point-to-point. No value: the system refused to list them.
+// From any thread.
+std::optional<std::set<LocalAddress>> localAddresses();
 
 // Calls `onChange` in a main context when an interface or an address of this machine may have been
 // added or removed. Owned and used by the thread that runs the context.

@@ -1,9 +1,11 @@
 // Media servers that come and go, in a network namespace of the test's own.
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <chrono>
@@ -32,7 +34,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr auto LONG = std::chrono::seconds(60);
+constexpr auto LONG = std::chrono::seconds(120);
 
 // Leaves few of the ports that the system gives out: those from FIRST, of which TAKEN are in use
 // by connections on the loopback interface or at `address`.
@@ -307,4 +309,24 @@ TEST_F(DlnaNetwork, UsesLoopbackWhenItComesUp) {
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Late", media.path());
     ASSERT_TRUE(listener.waitForArrivals(1));
     network.reset();
+}
+
+TEST_F(DlnaNetwork, KeepsItsServersWhileTheAddressesCannotBeRead) {
+    if (!insideNetwork()) {
+        return;
+    }
+    const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
+    start();
+    ASSERT_TRUE(listener.waitForArrivals(1));
+    const rlimit few = {256, 256};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<mrb::Descriptor> all;
+    while (all.empty() || all.back()) {
+        all.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    addInterface();
+    all.clear();
+    EXPECT_TRUE(waitForTable(SOCKETS, SOCKET));
+    network.reset();
+    EXPECT_EQ(listener.left.size(), 1U); // at the end
 }
