@@ -7,7 +7,7 @@ namespace mrb::thumbnail {
 namespace {
 
 // An absolute path from the environment; relative ones count as unset, as the XDG Base Directory
-// specification requires.
+// rules require.
 std::filesystem::path folderOf(const char *variable) {
     const char *value = std::getenv(variable);
     return value != nullptr && value[0] == '/' ? value : "";
