@@ -162,10 +162,10 @@ TEST_F(DlnaHostile, TheNextPageIsPrefetched) {
     std::atomic<int> answered = 0;
     serve([&](const Request &request, const Connection &connection) {
         const std::string number = std::to_string(request.start);
+        ++answered; // before the client can have the response
+        answered.notify_all();
         connection.send(
             browseResponse(request, support::didlOf(support::imageOf(number, "picture " + number)), 1, 3));
-        ++answered;
-        answered.notify_all();
     });
     BrowseRequest request;
     request.server = ScriptedServer::ID;
