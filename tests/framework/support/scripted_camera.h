@@ -16,7 +16,7 @@ namespace support {
 // A file on a ScriptedCamera.
 struct ScriptedFile {
     std::string bytes;
-    mrb::CameraFileStatus fileStatus;       // as the camera reports them
+    mrb::CameraFileStatus fileStatus;   // as the camera reports them
     std::optional<std::string> exif;    // nullopt: the camera has no such part
     std::optional<std::string> preview; // the same
 

@@ -286,7 +286,8 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheEmbeddedThumbnail) {
     if (!inside(Surroundings::SCRIPTED_CAMERA)) {
         return;
     }
-    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).fileStatus.width = CameraFileStatus::UNSAID;
+    add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).fileStatus.width =
+        CameraFileStatus::UNSAID;
     expectRed("90x160", {"facts a.jpg", "exif a.jpg"});
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "300x400");
