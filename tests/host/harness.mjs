@@ -28,7 +28,7 @@ const WITHOUT_CAPABILITIES = ['setpriv', '--bounding-set=-all', '--inh-caps=-all
 
 /**
  * Starts quill; `finished` is {status, signal, stdout, stderr}. `ordinary`: as a user
- * to whom file permissions apply. `inside`: a command that starts quill, as a list of
+ * that file permissions apply to. `inside`: a command that starts quill, as a list of
  * words. `program`: another one than that of the build under test.
  */
 export function start(args, {
