@@ -6,9 +6,14 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <chrono>
 #include <fstream>
 #include <initializer_list>
+#include <thread>
 #include <vector>
+
+#include "support/client.h"
+#include "support/scripted_server.h"
 
 extern char **environ;
 
@@ -88,6 +93,18 @@ MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &
            "enabled=false",       "[GstLaunch]",       "enabled=false",
            "[External]",          "enabled=false"});
     process_ = start({"dbus-run-session", "--", "rygel", "-n", "lo", "-c", home + "/rygel.conf"}, home);
+}
+
+void MediaServer::waitUntilScanned() {
+    const auto deadline = std::chrono::steady_clock::now() + LIMIT;
+    for (std::string page; std::chrono::steady_clock::now() < deadline;) {
+        page = fetch("http://127.0.0.1:8200/");
+        if (!page.empty() && page.find("scan in progress") == std::string::npos) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    ADD_FAILURE() << "minidlna is still scanning its folder";
 }
 
 void MediaServer::stop() {

@@ -19,6 +19,11 @@ class MediaServer {
     MediaServer(const MediaServer &) = delete;
     MediaServer &operator=(const MediaServer &) = delete;
 
+    // Waits until minidlna has scanned its folder; a test failure at the timeout. As the
+    // scan ends it creates an index, and the first query after that fails ("SQL logic
+    // error"): a thumbnail requested at that moment is answered with 404.
+    static void waitUntilScanned();
+
     // Ends it in an orderly way: it sends byebye messages.
     void stop();
     // Kills it, without any message.

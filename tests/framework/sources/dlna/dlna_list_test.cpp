@@ -266,6 +266,7 @@ TEST_F(DlnaList, HasThumbnailsFromItsServer) {
     Client client;
     listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 1);
     ASSERT_EQ(client.count(), 1);
+    MediaServer::waitUntilScanned();
     const std::string picture = support::text(client, 0, "THUMBNAIL_PATH");
     EXPECT_THAT(picture, StartsWith("http://127.0.0.1:8200/"));
     support::Thumbnails thumbnails;
