@@ -14,7 +14,7 @@
 #include "share_params.h"
 
 /// How every command begins: it logs its name and the request, and parses the request.
-/// RETURN_ANSWER ends it at every return.
+/// RETURN_RESULT or RETURN_ANSWER ends it at every return.
 #define BEGIN_COMMAND(name)                                                                                  \
     const char *const command = name;                                                                        \
     MRB_LOG(LogTag::Agent, "ReqCmd[%s], ReqParam[%s].", command, request.c_str());                           \
@@ -130,7 +130,7 @@ std::string CMRBAgentAdapter::RequestList(const std::string &request) {
     if (set_source_params == nullptr) {
         MRB_LOG(LogTag::Agent, "Invalid source name[%s].", source_name.c_str());
         mrb_destroy_general_param(param);
-        RETURN_ANSWER(LogTag::Agent, command, RETURN_ECODE_REFUSED);
+        RETURN_RESULT(LogTag::Agent, command, RETURN_ECODE_REFUSED);
     }
     set_source_params(param, json);
 
@@ -158,14 +158,14 @@ bool CMRBAgentAdapter::cb_requestList(void *user_data, mrb_agent_handler_h agent
 
 std::string CMRBAgentAdapter::CancelRequestList(const std::string &request) {
     BEGIN_COMMAND("mrb_cancel_request_list_v2");
-    RETURN_ANSWER(LogTag::Agent, command, mrb_cancel_request_list_v2(Int(json, "param_agent")));
+    RETURN_RESULT(LogTag::Agent, command, mrb_cancel_request_list_v2(Int(json, "param_agent")));
 }
 
 std::string CMRBAgentAdapter::DisConnect(const std::string &request) {
     BEGIN_COMMAND("mrb_disconnect_v2");
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
-    RETURN_ANSWER(LogTag::Agent, command, mrb_disconnect_v2(agent));
+    RETURN_RESULT(LogTag::Agent, command, mrb_disconnect_v2(agent));
 }
 
 // ---- copying and sending what is selected -----------------------------------
@@ -215,7 +215,7 @@ bool CMRBAgentAdapter::cb_batch_process(void *user_data, mrb_share_handler_h sha
 
 std::string CMRBAgentAdapter::StopBatchProcess(const std::string &request) {
     BEGIN_COMMAND("mrb_stop_batch_process_v2");
-    RETURN_ANSWER(LogTag::Agent, command, mrb_stop_batch_process_v2(Int(json, "param_share_handle")));
+    RETURN_RESULT(LogTag::Agent, command, mrb_stop_batch_process_v2(Int(json, "param_share_handle")));
 }
 
 // ---- pages and navigation ---------------------------------------------------
@@ -245,7 +245,7 @@ std::string CMRBAgentAdapter::SetPageStyle(const std::string &request) {
     mrb_param_set_page_style_padding(param, need_padding);
     const int result = mrb_set_page_style_v2(agent, param);
     mrb_destroy_page_param(param);
-    RETURN_ANSWER(LogTag::Agent, command, result);
+    RETURN_RESULT(LogTag::Agent, command, result);
 }
 
 std::string CMRBAgentAdapter::SetNavigation(const std::string &request) {
@@ -253,7 +253,7 @@ std::string CMRBAgentAdapter::SetNavigation(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     const int navigation = Int(json, "param_navigation");
     MRB_LOG(LogTag::Agent, "Agent[%p], navigation[%d]", HandlePointer(agent), navigation);
-    RETURN_ANSWER(LogTag::Agent, command, mrb_set_navigation_v2(agent, navigation));
+    RETURN_RESULT(LogTag::Agent, command, mrb_set_navigation_v2(agent, navigation));
 }
 
 std::string CMRBAgentAdapter::GetNavigation(const std::string &request) {
@@ -283,13 +283,13 @@ std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
     int result = mrb_deselect_all_v2(agent);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "mrb_deselect_all_v2 faild [%d]!", result);
-        RETURN_ANSWER(LogTag::Agent, command, result);
+        RETURN_RESULT(LogTag::Agent, command, result);
     }
     int count = 0;
     result = mrb_get_item_count_v2(agent, &count);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "mrb_get_item_count_v2 faild [%d]!", result);
-        RETURN_ANSWER(LogTag::Agent, command, result);
+        RETURN_RESULT(LogTag::Agent, command, result);
     }
     MRB_LOG(LogTag::Agent, "nItemCount[%d]", count);
 
@@ -307,7 +307,7 @@ std::string CMRBAgentAdapter::SelectAll(const std::string &request) {
                     index);
             break;
         }
-        if (!types.contains(type)) {
+        if (types.count(type) == 0) {
             MRB_LOG(LogTag::Agent, "Item[%d], type[%d] need not be selected accroding to App.", index, type);
             continue;
         }
@@ -331,7 +331,7 @@ std::string CMRBAgentAdapter::DeselectAll(const std::string &request) {
     BEGIN_COMMAND("mrb_deselect_all_v2");
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     MRB_LOG(LogTag::Agent, "Agent[%p]", HandlePointer(agent));
-    RETURN_ANSWER(LogTag::Agent, command, mrb_deselect_all_v2(agent));
+    RETURN_RESULT(LogTag::Agent, command, mrb_deselect_all_v2(agent));
 }
 
 std::string CMRBAgentAdapter::SelectGroup(const std::string &request) {
@@ -341,7 +341,7 @@ std::string CMRBAgentAdapter::SelectGroup(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
-    RETURN_ANSWER(LogTag::Agent, command, mrb_select_group_v2(agent, index));
+    RETURN_RESULT(LogTag::Agent, command, mrb_select_group_v2(agent, index));
 }
 
 std::string CMRBAgentAdapter::DeSelectGroup(const std::string &request) {
@@ -349,7 +349,7 @@ std::string CMRBAgentAdapter::DeSelectGroup(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
-    RETURN_ANSWER(LogTag::Agent, command, mrb_deselect_group_v2(agent, index));
+    RETURN_RESULT(LogTag::Agent, command, mrb_deselect_group_v2(agent, index));
 }
 
 std::string CMRBAgentAdapter::GetSelectState(const std::string &request) {
@@ -385,7 +385,7 @@ std::string CMRBAgentAdapter::ToggleSelect(const std::string &request) {
         }
         ++position;
     }
-    RETURN_ANSWER(LogTag::Agent, command, result);
+    RETURN_RESULT(LogTag::Agent, command, result);
 }
 
 // ---- counts and descriptions ------------------------------------------------
@@ -447,7 +447,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
     int result = mrb_get_item_count_v2(agent, &total);
     if (result != MRB_ERR_NONE) {
         MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_count.");
-        RETURN_ANSWER(LogTag::Agent, command, result);
+        RETURN_RESULT(LogTag::Agent, command, result);
     }
     // 64 bits, so that the sum of two 32-bit integers cannot overflow.
     long long end = static_cast<long long>(index) + count;
@@ -464,7 +464,7 @@ std::string CMRBAgentAdapter::GetItemList(const std::string &request) {
         std::string text = TakeText(item);
         if (result != MRB_ERR_NONE) {
             MRB_LOG(LogTag::Agent, "Dealing Fail: fail mrb_get_item_v2.");
-            RETURN_ANSWER(LogTag::Agent, command, result);
+            RETURN_RESULT(LogTag::Agent, command, result);
         }
         if (has_text) {
             items.push_back(std::move(text));
@@ -485,7 +485,7 @@ std::string CMRBAgentAdapter::MoveToIndex(const std::string &request) {
     const mrb_agent_handler_h agent = Int(json, "param_agent");
     const int index = Int(json, "param_index");
     MRB_LOG(LogTag::Agent, "Agent[%p] Index[%d]", HandlePointer(agent), index);
-    RETURN_ANSWER(LogTag::Agent, command, mrb_move_to_index_v2(agent, index));
+    RETURN_RESULT(LogTag::Agent, command, mrb_move_to_index_v2(agent, index));
 }
 
 std::string CMRBAgentAdapter::GetPageIndex(const std::string &request) {
@@ -535,7 +535,7 @@ std::string CMRBAgentAdapter::SetItemValue(const std::string &request) {
             break;
         }
     }
-    RETURN_ANSWER(LogTag::Agent, command, result);
+    RETURN_RESULT(LogTag::Agent, command, result);
 }
 
 std::string CMRBAgentAdapter::GetItemValue(const std::string &request) {
@@ -547,13 +547,13 @@ std::string CMRBAgentAdapter::GetItemValue(const std::string &request) {
 
     const int moved = mrb_move_to_index_v2(agent, index);
     if (moved != MRB_ERR_NONE) {
-        RETURN_ANSWER(LogTag::Agent, command, moved);
+        RETURN_RESULT(LogTag::Agent, command, moved);
     }
     const FieldGetter *const getter = FindFieldGetter(m_GetFieldType(field));
     if (getter == nullptr) {
         // A success without data: applications also request fields of newer systems.
         MRB_LOG(LogTag::Agent, "Dealing error field.");
-        RETURN_ANSWER(LogTag::Agent, command, MRB_ERR_NONE);
+        RETURN_RESULT(LogTag::Agent, command, MRB_ERR_NONE);
     }
     MRB_LOG(LogTag::Agent, "Dealing get %s value.", getter->type);
     const FieldValue value = getter->read(agent, field.c_str());

@@ -55,14 +55,15 @@ CMRBStorageMgrAdapter::~CMRBStorageMgrAdapter() {
 
 // ---- commands ---------------------------------------------------------------
 
-/// Defines a command that calls one framework function and is logged under its name.
-#define COMMAND(operation, function, ...)                                                                    \
+/// Defines a command that calls one framework function with these arguments, in parentheses,
+/// and is logged under its name.
+#define COMMAND(operation, function, arguments)                                                              \
     std::string CMRBStorageMgrAdapter::operation() {                                                         \
-        RETURN_ANSWER(LogTag::StorageMgr, #function, function(__VA_ARGS__));                                 \
+        RETURN_RESULT(LogTag::StorageMgr, #function, function arguments);                                    \
     }
 
-COMMAND(SetUSBCallback, mrb_set_usb_callback, &CMRBStorageMgrAdapter::cb_usb_notification, this)
-COMMAND(UnsetUSBCallback, mrb_unset_usb_callback)
+COMMAND(SetUSBCallback, mrb_set_usb_callback, (&CMRBStorageMgrAdapter::cb_usb_notification, this))
+COMMAND(UnsetUSBCallback, mrb_unset_usb_callback, ())
 
 std::string CMRBStorageMgrAdapter::GetUSBList() {
     mrb_storage_list_h list = nullptr;
@@ -81,11 +82,11 @@ std::string CMRBStorageMgrAdapter::GetPTPList() {
     return answer;
 }
 
-COMMAND(InitDLNAService, mrb_Init_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
+COMMAND(InitDLNAService, mrb_Init_dlna_service, (&CMRBStorageMgrAdapter::cb_dlna_initialize, this))
 // The states that the service reports while it stops are delivered like all others.
-COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, &CMRBStorageMgrAdapter::cb_dlna_initialize, this)
-COMMAND(SetDLNACallback, mrb_set_dlna_callback, &CMRBStorageMgrAdapter::cb_dlna_notification, this)
-COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback)
+COMMAND(FinalizeDLNAService, mrb_finalize_dlna_service, (&CMRBStorageMgrAdapter::cb_dlna_initialize, this))
+COMMAND(SetDLNACallback, mrb_set_dlna_callback, (&CMRBStorageMgrAdapter::cb_dlna_notification, this))
+COMMAND(UnsetDLNACallback, mrb_unset_dlna_callback, ())
 #undef COMMAND
 
 std::string CMRBStorageMgrAdapter::GetDLNAList() {

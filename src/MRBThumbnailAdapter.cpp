@@ -128,7 +128,7 @@ CMRBThumbnailAdapter::~CMRBThumbnailAdapter() {
         } else {                                                                                             \
             function(request);                                                                               \
         }                                                                                                    \
-        RETURN_ANSWER(LogTag::Thumbnail, #function, code);                                                   \
+        RETURN_RESULT(LogTag::Thumbnail, #function, code);                                                   \
     }
 
 REQUEST_COMMAND(ThumbnailRequestAsync, thumbnail_request_async)
@@ -145,7 +145,7 @@ REQUEST_COMMAND(ThumbnailRequestCancel, thumbnail_request_cancel)
         } else {                                                                                             \
             function();                                                                                      \
         }                                                                                                    \
-        RETURN_ANSWER(LogTag::Thumbnail, #function, code);                                                   \
+        RETURN_RESULT(LogTag::Thumbnail, #function, code);                                                   \
     }
 
 COMMAND(ThumbnailRequestCancelAll, thumbnail_request_cancel_all)
@@ -162,7 +162,7 @@ std::string CMRBThumbnailAdapter::ThumbnailFlashCacheInit() {
     } else {
         mrb_thumbnail_flash_cache_init(FLASH_CACHE_LIST);
     }
-    RETURN_ANSWER(LogTag::Thumbnail, command, code);
+    RETURN_RESULT(LogTag::Thumbnail, command, code);
 }
 
 // ---- from a request's text to the framework's record ------------------------
@@ -298,7 +298,8 @@ int CMRBThumbnailAdapter::m_BmpWrite(const unsigned char *buffer, const char *bu
         return -1;
     }
     const BitmapHeader header = MakeBitmapHeader(width, height);
-    const auto write_buffer = std::make_unique_for_overwrite<char[]>(WRITE_BUFFER_BYTES); // outlives the file
+    const std::unique_ptr<char[]> write_buffer(
+        new char[WRITE_BUFFER_BYTES]); // outlives the file, needs no zeros
     const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "wb"));
     if (!file) {
         MRB_LOG(LogTag::Thumbnail, "fopen fail");

@@ -11,13 +11,22 @@
 #define LOG_ANSWER(tag, command, result, answer)                                                             \
     MRB_LOG(tag, "strCmd[%s] eResult[%d] strReturnJson[%s].", command, result, (answer).c_str())
 
-/// Ends a command: builds the answer from the result and, for a success, the type and the
-/// data, writes the last log line and returns the answer. `result` is evaluated once, and
-/// before the data.
-#define RETURN_ANSWER(tag, command, result, ...)                                                             \
+/// Ends a command without data, or one that failed: builds the answer from the result,
+/// which is evaluated once, writes the last log line and returns the answer.
+#define RETURN_RESULT(tag, command, result)                                                                  \
     do {                                                                                                     \
         const int return_ecode = result;                                                                     \
-        std::string answer = ::MRBBridge::Answer(return_ecode __VA_OPT__(, ) __VA_ARGS__);                   \
+        std::string answer = ::MRBBridge::Answer(return_ecode);                                              \
+        LOG_ANSWER(tag, command, return_ecode, answer);                                                      \
+        return answer;                                                                                       \
+    } while (false)
+
+/// Ends a command with data, which the answer of a success holds: the result is evaluated
+/// before them.
+#define RETURN_ANSWER(tag, command, result, type, data)                                                      \
+    do {                                                                                                     \
+        const int return_ecode = result;                                                                     \
+        std::string answer = ::MRBBridge::Answer(return_ecode, type, data);                                  \
         LOG_ANSWER(tag, command, return_ecode, answer);                                                      \
         return answer;                                                                                       \
     } while (false)

@@ -66,7 +66,10 @@ struct MethodArguments {
     int slot;     ///< where the provider keeps the function, argument 0; NO_SLOT: there is no function
     bool request; ///< whether a request string follows, or comes alone
 
-    bool operator==(const MethodArguments &) const = default;
+    constexpr bool operator==(const MethodArguments &other) const {
+        return slot == other.slot && request == other.request;
+    }
+    constexpr bool operator!=(const MethodArguments &other) const { return !(*this == other); }
 };
 
 /// The last column of the method table. `slot` counts the provider's slots from 0.

@@ -36,4 +36,11 @@ class MRBBridge : public Bridge::ScriptBridge {
 } // namespace MRBBridge
 
 /// The library's entry: creates one more MRBBridge and returns all created so far.
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage" // the engine looks it up by its plain name
+#endif
 extern "C" std::vector<Bridge::ScriptBridge *> loadBridges();
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif

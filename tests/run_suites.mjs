@@ -9,7 +9,7 @@ import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 import { build } from './runner/build.mjs';
-import { format, records } from './runner/checks.mjs';
+import { compilers, format, records } from './runner/checks.mjs';
 import { kinds } from './runner/kinds.mjs';
 import { layout } from './runner/layers.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
@@ -41,6 +41,7 @@ const TABLE = [
     { name: 'format', kind: 'check', builds: [''], check: format },
     { name: 'layout', kind: 'check', builds: [''], check: layout },
     { name: 'records', kind: 'check', builds: [''], check: records },
+    { name: 'compilers', kind: 'check', builds: [], more: [''], check: compilers },
     { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['syslog_tests'],
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],

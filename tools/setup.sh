@@ -3,7 +3,8 @@
 #
 #     tools/setup.sh run      what ./run needs: build tools, libraries, Node.js
 #     tools/setup.sh test     that, and what ./test needs
-#     tools/setup.sh bench    that, and what bench/run compares with
+#     tools/setup.sh all      that, and what ./test --all needs
+#     tools/setup.sh bench    what ./test needs, and what bench/run compares with
 #
 # Asks only dpkg when nothing is missing: no network, no root, a few
 # milliseconds. Sourced by ./run and ./test, which call `setup run` or
@@ -23,6 +24,8 @@ setup_run_packages=(
 # clang-format's taste changes from version to version; the tree is in that of 14.
 setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
     umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples)
+# The oldest and the newest compilers of Debian 12, for what televisions' compilers build.
+setup_all_packages=(g++-11 g++-12 clang-13 clang-19)
 # Other thumbnailers, with what they read WebP and HEIC by.
 setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer gphoto2)
 
@@ -137,13 +140,16 @@ setup_install() {
     [[ " $* " != *' minidlna '* ]] || setup_quiet_service minidlna
 }
 
-# setup run | setup test | setup bench
+# setup run | setup test | setup all | setup bench
 setup() {
     local packages missing node why='building and running'
     packages=("${setup_run_packages[@]}")
     if [[ $1 != run ]]; then
         packages+=("${setup_test_packages[@]}")
         why='building and testing'
+    fi
+    if [[ $1 == all ]]; then
+        packages+=("${setup_all_packages[@]}")
     fi
     if [[ $1 == bench ]]; then
         packages+=("${setup_bench_packages[@]}")
@@ -163,7 +169,7 @@ setup() {
 
 if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
     case ${1-} in
-    run | test | bench) setup "$1" ;;
-    *) setup_fail "usage: tools/setup.sh run|test|bench" ;;
+    run | test | all | bench) setup "$1" ;;
+    *) setup_fail "usage: tools/setup.sh run|test|all|bench" ;;
     esac
 fi
