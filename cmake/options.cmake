@@ -17,18 +17,19 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
-option(QUILL_TESTS "Build the tests and benchmarks" ON)
 option(QUILL_FUZZ "Build the fuzz targets (needs clang)" OFF)
+option(QUILL_WARNINGS_AS_ERRORS "Let a warning of the compiler stop the build" ON)
 set(QUILL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 
-# A television's own libraries and headers in place of ours. Each names a library
-# file to link the bridge with, and the folder of the headers that go with it.
-set(QUILL_HOST_LIBRARY "" CACHE FILEPATH "The engine's bridge library, instead of libquill.so.1")
-set(QUILL_HOST_INCLUDE "" CACHE PATH "The folder that holds the engine's quill/ headers")
-set(MRB_LIBRARY "" CACHE FILEPATH "The television's media framework, instead of libmrb.so.1")
-set(MRB_INCLUDE "" CACHE PATH "The folder that holds the framework's mrb/ headers")
-set(SYSTEM_LOG_LIBRARY "" CACHE FILEPATH "The television's system log, instead of libsystemlog.so.1")
-set(SYSTEM_LOG_INCLUDE "" CACHE PATH "The folder that holds the log's system_log.h")
+include(cmake/television.cmake)
+if(QUILL_FOREIGN)
+  option(QUILL_TESTS "Build the tests and benchmarks" OFF)
+  if(QUILL_TESTS)
+    message(FATAL_ERROR "QUILL_TESTS: the tests need this project's own libraries; leave out ${QUILL_FOREIGN} or the tests")
+  endif()
+else()
+  option(QUILL_TESTS "Build the tests and benchmarks" ON)
+endif()
 
 # One layout for the build tree and the installed tree, so that the `quill`
 # command finds its parts in the same way in both.

@@ -1,7 +1,10 @@
 # Helpers that every folder's CMakeLists.txt uses.
 
 set(QUILL_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-align -Wnon-virtual-dtor
-                   -Woverloaded-virtual -Werror)
+                   -Woverloaded-virtual)
+if(QUILL_WARNINGS_AS_ERRORS)
+  list(APPEND QUILL_WARNINGS -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # g++ 12 finds overlapping copies in `"text" + std::to_string(n)` (GCC bug 105651).
   list(APPEND QUILL_WARNINGS -Wno-restrict)
@@ -10,7 +13,7 @@ endif()
 # Of code that is built with sanitizers; a folder may set its own.
 set(QUILL_SANITIZED_OPTIMISATION -O1)
 
-# quill_target(NAME): warnings as errors, and the chosen sanitizers.
+# quill_target(NAME): warnings, as errors unless that is switched off, and the chosen sanitizers.
 function(quill_target name)
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${QUILL_WARNINGS}>)
   target_link_options(${name} PRIVATE -Wl,--enable-new-dtags)

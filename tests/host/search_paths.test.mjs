@@ -97,7 +97,8 @@ test('a plug-in that is linked with foreign libraries has no search path of thei
     copyFileSync(path.join(build, 'lib', `lib${name}.so`), path.join(foreign, `lib${name}.so`));
   }
   const configured = folder();
-  tool('cmake', ['-G', 'Ninja', '-S', root, '-B', configured, '-DQUILL_TESTS=OFF', `-DMRB_LIBRARY=${foreign}/libmrb.so`,
+  const [, headers] = /^NODE_INCLUDE:PATH=(.*)$/m.exec(readFileSync(path.join(build, 'CMakeCache.txt'), 'utf8'));
+  tool('cmake', ['-G', 'Ninja', '-S', root, '-B', configured, '-DQUILL_TESTS=OFF', `-DV8_INCLUDE=${headers}`, `-DMRB_LIBRARY=${foreign}/libmrb.so`,
     `-DQUILL_HOST_LIBRARY=${foreign}/libquill.so`, `-DSYSTEM_LOG_LIBRARY=${foreign}/libsystemlog.so`]);
   const steps = readFileSync(path.join(configured, 'build.ninja'), 'utf8').split('\n\n');
   const link = steps.find((step) => /^build lib\/libquillmrbbridge\.so:/m.test(step));
