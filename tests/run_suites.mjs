@@ -61,6 +61,9 @@ const TABLE = [
     { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system',
       targets: ['product', 'mrb-hanging'],
       first: ['dlna_lists', 'cameras', 'browse', 'copy', 'dlna_share'], seconds: 1800 },
+    // The product built as for a television, and loaded there.
+    { name: 'television', kind: 'node', builds: [], more: ['dev'], folder: 'tests/television', targets: ['television'],
+      seconds: 1800 },
     // The other command, which builds the shipped program where nothing has yet.
     { name: 'run', kind: 'node', builds: [], more: ['release'], folder: 'tests/run', targets: ['product'], seconds: 1800 },
     // Without targets: what no suite needs, the benchmarks, is compiled at least.

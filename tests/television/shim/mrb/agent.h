@@ -1,0 +1,2 @@
+#pragma once
+#include <media/content_agent.h>

@@ -1,0 +1,2 @@
+#pragma once
+#include <media/batch_share.h>

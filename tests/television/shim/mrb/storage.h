@@ -1,0 +1,2 @@
+#pragma once
+#include <media/storage_manager.h>
