@@ -56,6 +56,6 @@ endfunction()
 # quill_seam(NAME VERSION): a shared library with a stable SONAME, lib<NAME>.so.1,
 # with no undefined symbols of its own making.
 function(quill_seam name)
-  set_target_properties(${name} PROPERTIES VERSION 1.0.0 SOVERSION 1)
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
   quill_target(${name})
 endfunction()

@@ -3,7 +3,7 @@
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
-parts=$here/../lib/quill
+parts=$here/@QUILL_PARTS@
 node=${QUILL_NODE:-}
 newline='
 '

@@ -23,7 +23,7 @@ setup_run_packages=(
 )
 # clang-format's taste changes from version to version; the tree is in that of 14.
 setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
-    umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples)
+    umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples man-db)
 # The oldest and the newest compilers of Debian 12, for what televisions' compilers build.
 setup_all_packages=(g++-11 g++-12 clang-13 clang-19)
 # Other thumbnailers, with what they read WebP and HEIC by.

@@ -4,5 +4,6 @@
 // bridges. The debugger itself opens no bridge.
 
 const path = require('node:path');
+const build = require('./build.json');
 
-process.execPath = path.join(__dirname, '..', '..', 'bin', 'quill');
+process.execPath = path.join(__dirname, build.command);

@@ -8,7 +8,7 @@ const path = require('node:path');
 const util = require('node:util');
 const build = require('./build.json');
 
-const LIBRARIES = path.join(__dirname, '..');
+const LIBRARIES = path.join(__dirname, build.libraries);
 const DEFAULT_BRIDGE = path.join(LIBRARIES, 'libquillmrbbridge.so');
 
 /** Ends the program with one line that says what failed. */

@@ -87,7 +87,7 @@ test('no built file has a search path outside of the build', () => {
 
 test('no installed file has a search path outside of the installed tree', () => {
   const files = linkedFiles(installed());
-  assert.ok(files.includes(path.join(installed(), 'lib', 'libquillmrbbridge.so')), files.join('\n'));
+  assert.ok(files.includes(path.join(installed(), 'lib', 'quill', 'libquillmrbbridge.so')), files.join('\n'));
   assert.deepEqual(strangePaths(files), []);
 });
 
