@@ -13,10 +13,28 @@ endif()
 # Of code that is built with sanitizers; a folder may set its own.
 set(QUILL_SANITIZED_OPTIMISATION -O1)
 
+# Of what is shipped: what distributions compile and link with, and no folder of the build
+# machine in it.
+set(QUILL_HARDENED_COMPILE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong
+                           -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+include(CheckCXXCompilerFlag)
+foreach(flag stack-clash-protection cf-protection) # not for every processor
+  string(MAKE_C_IDENTIFIER "QUILL_HAS_${flag}" has)
+  check_cxx_compiler_flag("-Werror -f${flag}" ${has})
+  if(${has})
+    list(APPEND QUILL_HARDENED_COMPILE -f${flag})
+  endif()
+endforeach()
+set(QUILL_HARDENED_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,text -Wl,--as-needed)
+
 # quill_target(NAME): warnings, as errors unless that is switched off, and the chosen sanitizers.
 function(quill_target name)
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${QUILL_WARNINGS}>)
   target_link_options(${name} PRIVATE -Wl,--enable-new-dtags)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT QUILL_SANITIZE)
+    target_compile_options(${name} PRIVATE ${QUILL_HARDENED_COMPILE})
+    target_link_options(${name} PRIVATE ${QUILL_HARDENED_LINK})
+  endif()
   if(NOT CMAKE_BUILD_TYPE STREQUAL "Release")
     # g++ looks for garbage from 128 MB on, which precompiled headers fill; a test file
     # then compiles in five sixths of the time.

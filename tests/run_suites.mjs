@@ -61,6 +61,8 @@ const TABLE = [
     { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system',
       targets: ['product', 'mrb-hanging'],
       first: ['dlna_lists', 'cameras', 'browse', 'copy', 'dlna_share'], seconds: 1800 },
+    // What the optimised libraries show to the loader.
+    { name: 'surface', kind: 'node', builds: [], more: ['release'], folder: 'tests/surface', targets: ['product'], seconds: 300 },
     // The tree that is installed, moved, with the build folder away.
     { name: 'install', kind: 'node', builds: ['dev'], folder: 'tests/install', targets: ['product'], seconds: 1200 },
     // The product built as for a television, and loaded there.
