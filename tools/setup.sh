@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs what is missing of what this project needs, on Debian and Ubuntu.
+# Installs what is missing of what this project needs, on Debian.
 #
 #     tools/setup.sh run      what ./run needs: build tools, libraries, Node.js
 #     tools/setup.sh test     that, and what ./test needs
@@ -111,7 +111,7 @@ setup_install() {
     local why=$1 by_hand
     shift
     if ! command -v apt-get >/dev/null; then
-        setup_fail "this is not Debian or Ubuntu (no apt-get); install by hand: $*"
+        setup_fail "this is not Debian (no apt-get); install by hand: $*"
         return 1
     fi
     by_hand="install by hand: apt-get install $*"
@@ -156,7 +156,7 @@ setup() {
         why='building, testing and comparing'
     fi
     if ! command -v dpkg-query >/dev/null; then
-        setup_fail "this is not Debian or Ubuntu (no dpkg-query); install by hand: ${packages[*]} nodejs libnode-dev"
+        setup_fail "this is not Debian (no dpkg-query); install by hand: ${packages[*]} nodejs libnode-dev"
         return 1
     fi
     node=$(setup_missing_node) || return 1
