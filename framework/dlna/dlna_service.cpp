@@ -25,19 +25,6 @@ Device deviceOf(const Server &server) {
 
 } // namespace
 
-// Runs update() on the event thread.
-class DlnaService::Task final : public EventTarget {
-  public:
-    explicit Task(DlnaService &service) : service_(service) {}
-
-    void deliver(int /*event*/) noexcept override { service_.update(); }
-
-  private:
-    DlnaService &service_;
-};
-
-DlnaService::DlnaService(Start start) : start_(std::move(start)), task_(std::make_shared<Task>(*this)) {}
-
 DlnaService::~DlnaService() { shutDown(std::chrono::steady_clock::time_point::max()); }
 
 DlnaService &DlnaService::instance() {
@@ -62,9 +49,9 @@ int DlnaService::begin(const StateCallback &listener) {
         known = clients_.insert(clients_.end(), {std::make_shared<ServiceClient>(listener)});
     }
     if (running_) {
-        events_.post(known->target, MRB_SERVICE_STATE_STARTED);
+        post(known->target, MRB_SERVICE_STATE_STARTED);
     }
-    events_.post(task_, 0);
+    postUpdate();
     return MRB_ERR_NONE;
 }
 
@@ -90,7 +77,7 @@ int DlnaService::end(const StateCallback &listener) {
         }
         return MRB_ERR_NONE;
     }
-    events_.post(task_, 0);
+    postUpdate();
     const auto now = std::chrono::steady_clock::now();
     const bool isOver = removed_.wait_until(guard, now + TIMEOUT, [&] { return isGone() || down_; });
     return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
@@ -112,7 +99,7 @@ int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
     if (!events_.withdraw(*client, deadline)) {
         return MRB_ERR_TIMEOUT;
     }
-    client->deliver(MRB_SERVICE_STATE_STOPPED);
+    client->notify(MRB_SERVICE_STATE_STOPPED);
     return MRB_ERR_NONE;
 }
 
@@ -184,10 +171,18 @@ void DlnaService::update() {
     // Also a network that the last client ended while it was being started.
     if ((!isWanted() || down_) && network_) {
         stopNetwork(guard);
-        events_.post(task_, 0);
+        postUpdate();
         return;
     }
     removeEndedClients(guard);
+}
+
+void DlnaService::postUpdate() {
+    events_.post(updates_, [this] { update(); });
+}
+
+void DlnaService::post(const std::shared_ptr<ServiceClient> &client, int state) {
+    events_.post(client, [client = client.get(), state] { client->notify(state); });
 }
 
 void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
@@ -225,7 +220,7 @@ void DlnaService::removeEndedClients(std::unique_lock<std::mutex> &guard) {
         ending->ending = false; // notified once, whatever its callback does
         guard.unlock();
         events_.withdraw(*client);
-        client->deliver(MRB_SERVICE_STATE_STOPPED);
+        client->notify(MRB_SERVICE_STATE_STOPPED);
         guard.lock();
         std::erase_if(clients_, [&](const Client &each) { return each.target == client; });
         removed_.notify_all();
@@ -252,7 +247,7 @@ void DlnaService::serverLeft(const Server &server) {
 
 void DlnaService::notifyClients(int state) {
     for (const Client &client : clients_) {
-        events_.post(client.target, state);
+        post(client.target, state);
     }
 }
 
@@ -260,7 +255,7 @@ void DlnaService::notifyObservers() {
     for (DeviceEvent &event : servers_.drainEvents()) {
         if (observers_) {
             observers_->add(std::move(event));
-            events_.post(observers_, 0);
+            events_.post(observers_, [observer = observers_.get()] { observer->deliver(); });
         }
     }
 }
@@ -284,7 +279,7 @@ bool DlnaService::shutDown(Time deadline) {
         guard.unlock();
         update();
     } else if (network_) {
-        events_.post(task_, 0);
+        postUpdate();
         removed_.wait_until(guard, deadline, [this] { return !network_; });
         guard.unlock();
     } else {

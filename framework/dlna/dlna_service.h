@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/result.h"
@@ -25,7 +26,7 @@ class DlnaService final : private NetworkObserver {
   public:
     using Start = std::function<std::unique_ptr<Network>(NetworkObserver &)>;
 
-    explicit DlnaService(Start start);
+    explicit DlnaService(Start start) : start_(std::move(start)) {}
     ~DlnaService() override;
     DlnaService(const DlnaService &) = delete;
     DlnaService &operator=(const DlnaService &) = delete;
@@ -71,7 +72,6 @@ class DlnaService final : private NetworkObserver {
 
   private:
     using Time = std::chrono::steady_clock::time_point;
-    class Task;
 
     static bool finish(Time deadline);
 
@@ -85,6 +85,8 @@ class DlnaService final : private NetworkObserver {
     void serverLeft(const Server &server) override;
 
     void update();
+    void postUpdate();
+    void post(const std::shared_ptr<ServiceClient> &client, int state);
     void startNetwork(std::unique_lock<std::mutex> &guard);
     void stopNetwork(std::unique_lock<std::mutex> &guard);
     void removeEndedClients(std::unique_lock<std::mutex> &guard);
@@ -97,7 +99,7 @@ class DlnaService final : private NetworkObserver {
 
     const Start start_;
     EventThread events_{"mrb-dlna-events"};
-    const std::shared_ptr<Task> task_; // update(), as an event
+    const std::shared_ptr<EventTarget> updates_ = std::make_shared<EventTarget>();
 
     std::mutex lock_; // guards what follows
     std::condition_variable removed_;

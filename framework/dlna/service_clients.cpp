@@ -9,7 +9,7 @@ void ServerObserver::add(DeviceEvent event) {
     events_.push_back(std::move(event));
 }
 
-void ServerObserver::deliver(int /*event*/) noexcept {
+void ServerObserver::deliver() noexcept {
     std::unique_lock guard(lock_);
     if (events_.empty()) {
         return;

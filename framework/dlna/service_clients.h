@@ -18,15 +18,15 @@ struct StateCallback {
     bool operator==(const StateCallback &) const = default;
 };
 
-// A client that began the service. Events are states. Owned by the DlnaService; the
-// service's event thread alone calls back.
+// A client that began the service. Owned by the DlnaService; the service's event thread alone
+// calls back.
 class ServiceClient final : public EventTarget {
   public:
     explicit ServiceClient(StateCallback listener) : listener_(listener) {}
 
     [[nodiscard]] const StateCallback &listener() const { return listener_; }
 
-    void deliver(int state) noexcept override { listener_.callback(state, listener_.userData); }
+    void notify(int state) const noexcept { listener_.callback(state, listener_.userData); }
 
   private:
     const StateCallback listener_;
@@ -40,7 +40,7 @@ class ServerObserver final : public EventTarget {
         : callback_(callback), userData_(userData) {}
 
     void add(DeviceEvent event);
-    void deliver(int event) noexcept override;
+    void deliver() noexcept;
 
   private:
     const mrb_storage_notification_cb callback_;

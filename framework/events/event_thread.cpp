@@ -15,10 +15,10 @@ void EventThread::start() {
     }
 }
 
-void EventThread::post(std::shared_ptr<EventTarget> target, int event) {
+void EventThread::post(std::shared_ptr<EventTarget> target, std::function<void()> deliver) {
     const std::lock_guard guard(lock_);
     if (!finishing_ && !target->withdrawn_) {
-        queue_.push_back({std::move(target), event});
+        queue_.push_back({std::move(target), std::move(deliver)});
         wake_.notify_one();
     }
 }
@@ -58,8 +58,9 @@ void EventThread::run() {
         queue_.pop_front();
         running_ = event.target.get();
         guard.unlock();
-        event.target->deliver(event.event);
-        event.target = nullptr; // which may destroy it, and that takes time
+        event.deliver();
+        event.deliver = nullptr; // with what it owns
+        event.target = nullptr;  // which may destroy it, and that takes time
         guard.lock();
         running_ = nullptr;
         idle_.notify_all();

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -10,12 +11,14 @@
 
 namespace mrb {
 
-// An object that receives events. The event thread delivers them, one event at a time;
-// the target stays alive until its delivery is over.
+// What events belong to: they are dropped together, and it stays alive until the last of them is
+// delivered or dropped.
 class EventTarget {
   public:
+    EventTarget() = default;
     virtual ~EventTarget() = default;
-    virtual void deliver(int event) noexcept = 0;
+    EventTarget(const EventTarget &) = delete;
+    EventTarget &operator=(const EventTarget &) = delete;
 
   private:
     friend class EventThread;
@@ -40,8 +43,9 @@ class EventThread {
     // Makes sure that the thread runs. Throws std::system_error when it cannot.
     void start();
 
-    // Queues an event; order is kept. Events of a withdrawn target are dropped.
-    void post(std::shared_ptr<EventTarget> target, int event);
+    // Queues an event: `deliver` is called on the thread, after those that were posted before, and
+    // does not throw. It may refer to its target. Events of a withdrawn target are dropped.
+    void post(std::shared_ptr<EventTarget> target, std::function<void()> deliver);
 
     // Ends the target's events permanently: drops the queued ones and returns when none
     // is being delivered, or at once when called from inside that delivery. False: one
@@ -60,7 +64,7 @@ class EventThread {
   private:
     struct Event {
         std::shared_ptr<EventTarget> target;
-        int event;
+        std::function<void()> deliver;
     };
 
     void run();

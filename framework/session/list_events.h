@@ -37,7 +37,9 @@ class ListEvents final : public EventTarget, public std::enable_shared_from_this
     void postGrowth();
 
     // Posts a change of the source, or its removal.
-    void post(int event) { thread_.post(shared_from_this(), event); }
+    void post(int event) {
+        thread_.post(shared_from_this(), [this, event] { deliver(event); });
+    }
 
     // Posts the one event that reports the result of filling the list, and returns it. The
     // worker, once.
@@ -48,9 +50,8 @@ class ListEvents final : public EventTarget, public std::enable_shared_from_this
     void withdraw() { thread_.withdraw(*this); }
 
   private:
-    // EventTarget, on the event thread.
-    void deliver(int event) noexcept override;
-
+    // On the event thread:
+    void deliver(int event) noexcept;
     [[nodiscard]] std::string serverData(int event) const;
 
     EventThread &thread_;

@@ -57,14 +57,18 @@ void Share::conclude(const JobEnd &end) {
     }
     const std::lock_guard guard(lock_);
     if (!std::exchange(started_, true)) {
-        events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
+        post(MRB_EVENT_SHARE_STARTED);
     }
     progress_.done_file_count = end.files;
     progress_.success_file_size = end.bytes;
     progress_.progress_file_size = 0;
     setFile(displayText(end.name), 0);
     lastEvent_ = end.event;
-    events_.post(shared_from_this(), end.event);
+    post(end.event);
+}
+
+void Share::post(int event) {
+    events_.post(shared_from_this(), [this, event] { deliver(event); });
 }
 
 void Share::deliver(int event) noexcept {
@@ -90,7 +94,7 @@ void Share::begins(std::uint32_t files, std::uint64_t bytes) {
     progress_.total_file_count = files;
     progress_.total_file_size = bytes;
     started_ = true;
-    events_.post(shared_from_this(), MRB_EVENT_SHARE_STARTED);
+    post(MRB_EVENT_SHARE_STARTED);
 }
 
 void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) {
@@ -131,7 +135,7 @@ void Share::setFile(const std::string &name, std::uint64_t size) {
 void Share::reportProgress() {
     if (notifiedAt_ && !progressQueued_ && steady_clock::now() - *notifiedAt_ >= PROGRESS_INTERVAL) {
         progressQueued_ = true;
-        events_.post(shared_from_this(), MRB_EVENT_SHARE_PROGRESS);
+        post(MRB_EVENT_SHARE_PROGRESS);
     }
 }
 

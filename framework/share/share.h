@@ -41,8 +41,8 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     void stop() { stopped_.store(true, std::memory_order_relaxed); }
 
   private:
-    // EventTarget, on the event thread.
-    void deliver(int event) noexcept override;
+    // On the event thread.
+    void deliver(int event) noexcept;
 
     // JobObserver, on the worker.
     [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
@@ -53,6 +53,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
 
     JobEnd work();
     void conclude(const JobEnd &end);
+    void post(int event);
     void setFile(const std::string &name, std::uint64_t size); // with lock_ held
     void reportProgress();                                     // with lock_ held
 
