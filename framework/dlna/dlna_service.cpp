@@ -104,21 +104,13 @@ int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
 }
 
 int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
-    unlisten();
-    const std::lock_guard guard(lock_);
-    if (down_) {
-        return MRB_ERR_NOT_INITIALIZED;
+    {
+        const std::lock_guard guard(lock_);
+        if (down_) {
+            return MRB_ERR_NOT_INITIALIZED;
+        }
     }
-    observers_ = std::make_shared<ServerObserver>(callback, userData);
-    return MRB_ERR_NONE;
-}
-
-int DlnaService::unlisten() {
-    std::unique_lock guard(lock_);
-    const std::shared_ptr<ServerObserver> observer = std::move(observers_);
-    observers_ = nullptr;
-    guard.unlock();
-    return !observer || events_.withdraw(*observer) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+    return notifier_->set(callback, userData);
 }
 
 int DlnaService::list(std::vector<Device> &servers) {
@@ -236,13 +228,13 @@ void DlnaService::networkStarted() {
 void DlnaService::serverArrived(const Server &server) {
     const std::lock_guard guard(lock_);
     servers_.set(server.id, deviceOf(server));
-    notifyObservers();
+    postServerEvents();
 }
 
 void DlnaService::serverLeft(const Server &server) {
     const std::lock_guard guard(lock_);
     servers_.remove(server.id);
-    notifyObservers();
+    postServerEvents();
 }
 
 void DlnaService::notifyClients(int state) {
@@ -251,13 +243,11 @@ void DlnaService::notifyClients(int state) {
     }
 }
 
-void DlnaService::notifyObservers() {
-    for (DeviceEvent &event : servers_.drainEvents()) {
-        if (observers_) {
-            observers_->add(std::move(event));
-            events_.post(observers_, [observer = observers_.get()] { observer->deliver(); });
-        }
+void DlnaService::postServerEvents() {
+    for (const DeviceEvent &event : servers_.drainEvents()) {
+        notifier_->collect(event);
     }
+    notifier_->post();
 }
 
 bool DlnaService::isWanted() const {

@@ -14,12 +14,13 @@
 #include "dlna/network.h"
 #include "dlna/service_clients.h"
 #include "events/event_thread.h"
+#include "storage/device_notifier.h"
 #include "storage/device_table.h"
 
 namespace mrb::dlna {
 
 // The DLNA service: watches the network from its first client's begin to its last client's
-// end, and notifies the listener of media servers. The event thread, on which all callbacks
+// end, and notifies a callback of media servers. The event thread, on which all callbacks
 // run, starts and stops the network, since loading the libraries for it is slow. The
 // process has one, see instance(); any thread may call it, also from inside a callback.
 class DlnaService final : private NetworkObserver {
@@ -44,11 +45,9 @@ class DlnaService final : private NetworkObserver {
     // it has not begun; MRB_ERR_TIMEOUT: its callback has not returned.
     int end(const StateCallback &listener);
 
-    // Replaces the callback.
+    // Sets or replaces the callback for servers, and removes it, as DeviceNotifier does.
     int listen(mrb_storage_notification_cb callback, void *userData);
-    // Returns when the callback is not running and will not run; inside it, at once.
-    // MRB_ERR_TIMEOUT: it has not returned.
-    int unlisten();
+    int unlisten() { return notifier_->remove(); }
 
     // The known servers. MRB_ERR_NOT_INITIALIZED: no client has begun the service.
     int list(std::vector<Device> &servers);
@@ -93,18 +92,18 @@ class DlnaService final : private NetworkObserver {
     int dismissHere(std::unique_lock<std::mutex> &guard, const std::shared_ptr<ServiceClient> &client,
                     Time deadline);
     void notifyClients(int state);
-    void notifyObservers();
+    void postServerEvents();
     [[nodiscard]] bool isWanted() const;
     [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener);
 
     const Start start_;
     EventThread events_{"mrb-dlna-events"};
     const std::shared_ptr<EventTarget> updates_ = std::make_shared<EventTarget>();
+    const std::shared_ptr<DeviceNotifier> notifier_ = std::make_shared<DeviceNotifier>(events_);
 
     std::mutex lock_; // guards what follows
     std::condition_variable removed_;
     std::vector<Client> clients_;
-    std::shared_ptr<ServerObserver> observers_;
     DeviceTable servers_;
     std::unique_ptr<Network> network_; // the event thread alone changes it
     bool running_ = false;

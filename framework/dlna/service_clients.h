@@ -1,12 +1,7 @@
 #pragma once
 
-#include <deque>
-#include <memory>
-#include <mutex>
-
 #include "events/event_thread.h"
 #include "mrb/storage.h"
-#include "storage/device_table.h"
 
 namespace mrb::dlna {
 
@@ -30,23 +25,6 @@ class ServiceClient final : public EventTarget {
 
   private:
     const StateCallback listener_;
-};
-
-// The observer of servers. Each event delivers the next notice. Owned by the DlnaService;
-// any thread may add notices.
-class ServerObserver final : public EventTarget {
-  public:
-    ServerObserver(mrb_storage_notification_cb callback, void *userData)
-        : callback_(callback), userData_(userData) {}
-
-    void add(DeviceEvent event);
-    void deliver() noexcept;
-
-  private:
-    const mrb_storage_notification_cb callback_;
-    void *const userData_;
-    std::mutex lock_; // guards what follows
-    std::deque<DeviceEvent> events_;
 };
 
 } // namespace mrb::dlna

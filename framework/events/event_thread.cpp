@@ -6,7 +6,7 @@
 
 namespace mrb {
 
-EventThread::~EventThread() { finish(std::chrono::steady_clock::time_point::max()); }
+EventThread::~EventThread() { finish(Time::max()); }
 
 void EventThread::start() {
     const std::lock_guard guard(lock_);
@@ -23,20 +23,44 @@ void EventThread::post(std::shared_ptr<EventTarget> target, std::function<void()
     }
 }
 
-bool EventThread::withdraw(EventTarget &target, std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(lock_);
-    target.withdrawn_ = true;
+bool EventThread::withdraw(EventTarget &target, Time deadline) {
+    {
+        const std::lock_guard guard(lock_);
+        target.withdrawn_ = true;
+    }
+    return awaitEnd(drop(target), deadline);
+}
+
+EventThread::Delivery EventThread::deliveryTo(const EventTarget &target) {
+    const std::lock_guard guard(lock_);
+    return runningTo(target);
+}
+
+EventThread::Delivery EventThread::drop(const EventTarget &target) {
+    const std::lock_guard guard(lock_);
     std::erase_if(queue_, [&target](const Event &event) { return event.target.get() == &target; });
-    if (thread_.isCurrent() ||
-        idle_.wait_until(guard, deadline, [this, &target] { return running_ != &target; })) {
+    return runningTo(target);
+}
+
+EventThread::Delivery EventThread::runningTo(const EventTarget &target) const {
+    return running_ == &target ? deliveries_ : 0;
+}
+
+bool EventThread::awaitEnd(Delivery delivery, Time deadline) {
+    if (delivery == 0 || thread_.isCurrent()) {
+        return true;
+    }
+    std::unique_lock guard(lock_);
+    const auto isOver = [this, delivery] { return running_ == nullptr || deliveries_ != delivery; };
+    if (idle_.wait_until(guard, deadline, isOver)) {
         return true;
     }
     guard.unlock();
-    MRB_LOG_WARNING("A callback that is being removed has not returned by the deadline.");
+    MRB_LOG_WARNING("A callback that is being replaced or removed has not returned by the deadline.");
     return false;
 }
 
-bool EventThread::finish(std::chrono::steady_clock::time_point deadline) {
+bool EventThread::finish(Time deadline) {
     std::deque<Event> dropped; // outlives the lock: a target may end with it
     {
         const std::lock_guard guard(lock_);
@@ -57,6 +81,7 @@ void EventThread::run() {
         Event event = std::move(queue_.front());
         queue_.pop_front();
         running_ = event.target.get();
+        ++deliveries_;
         guard.unlock();
         event.deliver();
         event.deliver = nullptr; // with what it owns

@@ -34,6 +34,9 @@ inline constexpr auto CALLBACK_LIMIT = std::chrono::seconds(2);
 // included.
 class EventThread {
   public:
+    using Clock = std::chrono::steady_clock;
+    using Time = Clock::time_point;
+
     // `name` is the thread's, as startThread takes it.
     explicit EventThread(const char *name = "mrb-events") : thread_(name, "A callback does not return.") {}
     ~EventThread();
@@ -50,16 +53,25 @@ class EventThread {
     // Ends the target's events permanently: drops the queued ones and returns when none
     // is being delivered, or at once when called from inside that delivery. False: one
     // is still being delivered at the deadline.
-    bool withdraw(EventTarget &target,
-                  std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() +
-                                                                   CALLBACK_LIMIT);
+    bool withdraw(EventTarget &target, Time deadline = Clock::now() + CALLBACK_LIMIT);
+
+    // One call of an event's function, of all that the thread makes; 0: none.
+    using Delivery = unsigned long long;
+
+    // The target's delivery that is under way.
+    [[nodiscard]] Delivery deliveryTo(const EventTarget &target);
+    // Drops the target's queued events, but no later ones, and returns deliveryTo() of that moment.
+    Delivery drop(const EventTarget &target);
+    // Returns when the delivery has ended, or at once when called from inside it. False: it has
+    // not by the deadline.
+    bool awaitEnd(Delivery delivery, Time deadline = Clock::now() + CALLBACK_LIMIT);
 
     // Whether the caller runs on this event thread.
     [[nodiscard]] bool isOwnThread() const { return thread_.isCurrent(); }
 
     // Ends the thread, dropping what is queued. A thread whose delivery does not return
     // by the deadline is detached: false. Afterwards every post is dropped.
-    bool finish(std::chrono::steady_clock::time_point deadline);
+    bool finish(Time deadline);
 
   private:
     struct Event {
@@ -68,12 +80,14 @@ class EventThread {
     };
 
     void run();
+    Delivery runningTo(const EventTarget &target) const; // with lock_ held
 
     std::mutex lock_; // guards what follows
     std::condition_variable wake_;
     std::condition_variable idle_;
     std::deque<Event> queue_;
     const EventTarget *running_ = nullptr;
+    Delivery deliveries_ = 0; // number of those begun, and the latest one
     bool finishing_ = false;
 
     JoinableThread thread_;

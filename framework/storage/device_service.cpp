@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "events/event_thread.h"
 #include "mrb/result.h"
 
 namespace mrb {
@@ -52,27 +51,19 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
 }
 
 int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) {
-    std::unique_lock guard(lock_);
-    if (callback_ == nullptr) {
+    if (!notifier_->isSet()) {
         // Devices attached before the first registration are not reported as new after it. The
         // previous callback has reported them, and pending events go to the new one.
-        guard.unlock();
         awaitScan();
-        guard.lock();
     }
-    if (down_) {
-        return MRB_ERR_NOT_INITIALIZED;
+    {
+        const std::lock_guard guard(lock_);
+        if (down_) {
+            return MRB_ERR_NOT_INITIALIZED;
+        }
     }
-    callback_ = callback;
-    userData_ = userData;
-    return awaitCallback(guard);
-}
-
-int DeviceService::unlisten() {
-    std::unique_lock guard(lock_);
-    callback_ = nullptr;
-    events_.clear();
-    return awaitCallback(guard);
+    events_.start();
+    return notifier_->set(callback, userData);
 }
 
 void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer) {
@@ -92,22 +83,9 @@ void DeviceService::forget(const RemovalObserver &observer) {
     std::erase_if(departed_, isIts);
 }
 
-int DeviceService::awaitCallback(std::unique_lock<std::mutex> &guard) {
-    const auto isOver = [this, running = deliveries_] { return !delivering_ || deliveries_ != running; };
-    const bool isIts = thread_.isCurrent();
-    if (isIts || change_.wait_for(guard, CALLBACK_LIMIT, isOver)) {
-        return MRB_ERR_NONE;
-    }
-    guard.unlock();
-    MRB_LOG_WARNING("A device callback that is being replaced or removed has not returned by the deadline.");
-    return MRB_ERR_TIMEOUT;
-}
-
 bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock guard(lock_);
     down_ = true;
-    callback_ = nullptr;
-    events_.clear();
     awaited_.clear();
     departed_.clear();
     change_.notify_all(); // calls that wait for a scan
@@ -115,7 +93,8 @@ bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
         wake();
     }
     guard.unlock();
-    return thread_.finish(deadline);
+    const bool hasCallbackEnded = events_.finish(deadline);
+    return thread_.finish(deadline) && hasCallbackEnded;
 }
 
 void DeviceService::start() {
@@ -132,7 +111,7 @@ void DeviceService::start() {
 void DeviceService::wake() const { eventfd_write(wake_.fd(), 1); }
 
 // Waits until a scan that began after this call has ended, or until the timeout; scans itself
-// when called inside a callback. Returns the deadline of the whole call.
+// when called by an observer. Returns the deadline of the whole call.
 DeviceService::Time DeviceService::awaitScan() {
     std::unique_lock guard(lock_);
     const Time deadline = Clock::now() + (hasScanned_ || isOverdue_ ? limits_.call : limits_.firstCall);
@@ -158,7 +137,7 @@ DeviceService::Time DeviceService::awaitScan() {
     return deadline;
 }
 
-// Scans all sources and queues the changes for the listener and the observers.
+// Scans all sources and collects the changes for the callback and the observers.
 void DeviceService::scan() {
     unsigned long long request = 0;
     {
@@ -185,8 +164,8 @@ void DeviceService::scan() {
     measure(std::move(mounted));
 }
 
-// Publishes the table's changes to calls and queues their events under one lock, so that a call
-// never sees less than an event has reported. Adds the devices of events that need sizes.
+// Publishes the table's changes to calls before their events are posted, so that a call never
+// sees less than an event has reported. Adds the devices of events that need sizes.
 void DeviceService::publish(std::vector<Device> &mounted) {
     std::vector<DeviceEvent> events = table_.drainEvents();
     if (events.empty()) {
@@ -200,11 +179,10 @@ void DeviceService::publish(std::vector<Device> &mounted) {
     for (DeviceEvent &event : events) {
         if (event.event == MRB_STORAGE_EVENT_REMOVED) {
             depart([&event](const Awaited &each) { return isSame(each.device, event.device); });
-        } else if (callback_ != nullptr && !event.device.mountPath.empty()) {
-            mounted.push_back(event.device);
         }
-        if (callback_ != nullptr) {
-            events_.push_back(std::move(event));
+        const bool isCollected = notifier_->collect(event);
+        if (isCollected && event.event != MRB_STORAGE_EVENT_REMOVED && !event.device.mountPath.empty()) {
+            mounted.push_back(std::move(event.device));
         }
     }
 }
@@ -234,9 +212,7 @@ void DeviceService::measure(std::vector<Device> mounted) {
     const std::lock_guard guard(lock_);
     for (const Device &measured : mounted) {
         known_.keepSizes(measured);
-        for (DeviceEvent &event : events_) {
-            keepSizes(event.device, measured);
-        }
+        notifier_->keepSizes(measured);
     }
 }
 
@@ -259,7 +235,7 @@ void DeviceService::run() {
         source->addDescriptors(waited);
     }
     scan();
-    while (deliver()) {
+    while (notify()) {
         poll(waited.data(), waited.size(), -1);
         for (pollfd &each : waited) {
             // A closed descriptor would wake the thread for ever.
@@ -274,47 +250,23 @@ void DeviceService::run() {
     }
 }
 
-// Delivers until the queues are empty. False: the thread has to end.
-bool DeviceService::deliver() {
+// Notifies the observers, then posts the events. False: the thread has to end.
+bool DeviceService::notify() {
     std::unique_lock guard(lock_);
-    while (!down_ && (notifyRemoval(guard) || notify(guard))) {
+    while (!down_ && !departed_.empty()) {
+        std::shared_ptr<RemovalObserver> observer = departed_.front().observer.lock();
+        departed_.erase(departed_.begin());
+        guard.unlock();
+        if (observer) {
+            observer->deviceRemoved();
+            observer.reset(); // which may destroy it
+        }
+        guard.lock();
     }
-    return !down_;
-}
-
-bool DeviceService::notifyRemoval(std::unique_lock<std::mutex> &guard) {
-    if (departed_.empty()) {
-        return false;
-    }
-    std::shared_ptr<RemovalObserver> observer = departed_.front().observer.lock();
-    departed_.erase(departed_.begin());
+    const bool isOver = down_;
     guard.unlock();
-    if (observer) {
-        observer->deviceRemoved();
-        observer.reset(); // which may destroy it
-    }
-    guard.lock();
-    return true;
-}
-
-bool DeviceService::notify(std::unique_lock<std::mutex> &guard) {
-    if (callback_ == nullptr || events_.empty()) {
-        return false;
-    }
-    _mrb_storage_s record{std::move(events_.front().device)};
-    const mrb_storage_event_e event = events_.front().event;
-    events_.pop_front();
-    const auto callback = callback_;
-    void *const userData = userData_;
-    ++deliveries_;
-    delivering_ = true;
-    guard.unlock();
-    _mrb_storage_s *device = &record;
-    callback(userData, event, device);
-    guard.lock();
-    delivering_ = false;
-    change_.notify_all();
-    return true;
+    notifier_->post();
+    return !isOver;
 }
 
 } // namespace mrb

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,15 +10,17 @@
 
 #include "base/descriptor.h"
 #include "base/joinable_thread.h"
+#include "events/event_thread.h"
 #include "storage/camera_capacity_probe.h"
 #include "storage/capacity_probe.h"
+#include "storage/device_notifier.h"
 #include "storage/device_source.h"
 #include "storage/device_table.h"
 #include "storage/known_devices.h"
 
 namespace mrb {
 
-// An observer of a device's removal. Called on the DeviceService's thread without locks held;
+// An observer of a device's removal. Called on the thread that scans devices, without locks held;
 // must return soon.
 class RemovalObserver {
   public:
@@ -39,11 +40,12 @@ struct DeviceLimits {
     std::chrono::milliseconds event = std::chrono::milliseconds(300);
 };
 
-// Knows the devices of this machine, notifies one listener of changes and observers of
-// removals, from a thread of its own that sleeps while nothing changes. The process has one,
-// see instance(); any thread may call it, also from inside a callback.
+// Knows the devices of this machine, and notifies one callback of changes and observers of
+// removals. The process has one, see instance(); any thread may call it, also from inside a
+// callback. It has a thread that sleeps while nothing changes and notifies the observers, and from
+// the first callback on an event thread, so that no callback holds up the devices.
 //
-// Only that thread scans devices, which may take any time; no lock is held while it does. A
+// Only the first thread scans devices, which may take any time; no lock is held while it does. A
 // call requests a scan, so that its result includes what happened before the call, and waits
 // for the scan until the call's timeout: then the result is the last known state, and what the
 // scan finds is posted as an event.
@@ -72,13 +74,10 @@ class DeviceService {
     // start, the list is empty and an error is logged.
     std::vector<Device> attached(DeviceKind kind);
 
-    // Replaces the callback. What a scan finds after this has stopped waiting for it is reported.
-    // Throws std::system_error as list does.
+    // Sets or replaces the callback, as DeviceNotifier::set does. What a scan finds after this has
+    // stopped waiting for it is reported. Throws std::system_error as list does.
     int listen(mrb_storage_notification_cb callback, void *userData);
-
-    // Both return when the previous callback is not running and will not run; at once when
-    // called from inside it. MRB_ERR_TIMEOUT: it has not returned.
-    int unlisten();
+    int unlisten() { return notifier_->remove(); }
 
     // Notifies the observer once when the device is removed; soon when it is gone already. A device
     // that comes back is another one. Does not wait. Throws std::system_error as list does.
@@ -87,7 +86,7 @@ class DeviceService {
     // Starts no further notification of the observer. May be called from inside one.
     void forget(const RemovalObserver &observer);
 
-    // Ends the thread. If a callback or a scan does not return by the deadline, the thread is
+    // Ends the threads. A thread whose callback or scan does not return by the deadline is
     // detached: false. No observer is notified from now on, and lists are the last known state.
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
@@ -112,16 +111,15 @@ class DeviceService {
     void measure(std::vector<Device> mounted);
     template <typename HasLeft>
     void depart(HasLeft hasLeft); // with lock_ held
-    bool deliver();
-    bool notifyRemoval(std::unique_lock<std::mutex> &guard);
-    bool notify(std::unique_lock<std::mutex> &guard);
-    [[nodiscard]] int awaitCallback(std::unique_lock<std::mutex> &guard);
+    bool notify();
     void wake() const;
 
     const std::function<Sources()> make_;
     CapacityProbe &capacityProbe_;
     const DeviceLimits limits_;
     CameraCapacityProbe cameraCapacityProbe_;
+    EventThread events_{"mrb-dev-events"};
+    const std::shared_ptr<DeviceNotifier> notifier_ = std::make_shared<DeviceNotifier>(events_);
 
     // Used by the thread alone:
     Sources sources_;
@@ -135,17 +133,12 @@ class DeviceService {
     unsigned long long answered_ = 0; // those made before the last scan began
     bool hasScanned_ = false;
     bool isOverdue_ = false; // a call has timed out waiting for the pending scan
-    mrb_storage_notification_cb callback_ = nullptr;
-    void *userData_ = nullptr;
-    std::deque<DeviceEvent> events_;
     std::vector<Awaited> awaited_;
-    std::vector<Awaited> departed_;     // whose observers are not yet notified
-    unsigned long long deliveries_ = 0; // callbacks started so far
-    bool delivering_ = false;
+    std::vector<Awaited> departed_; // whose observers are not yet notified
     bool down_ = false;
 
     Descriptor wake_; // set before the thread starts
-    JoinableThread thread_{"mrb-devices", "A callback or a device does not answer."};
+    JoinableThread thread_{"mrb-devices", "A device does not answer."};
 };
 
 } // namespace mrb

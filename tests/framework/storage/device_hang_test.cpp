@@ -231,6 +231,26 @@ TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringAScanThatHangs) {
     EXPECT_EQ(first.events, "");
 }
 
+TEST_F(DeviceHang, ACallbackThatHangsHoldsUpNeitherScansNorObservers) {
+    bus.plug(true);
+    EXPECT_EQ(count(), 1U);
+    DeviceEvents events(service);
+    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
+    std::unique_lock inCallback(events.lock); // which the callback takes
+    const auto observer = std::make_shared<Observer>();
+    service.awaitRemoval(Device{}, observer);
+    bus.plug(false);
+    EXPECT_EQ(observer->removed.get_future().wait_for(support::LIMIT), std::future_status::ready);
+    bus.plug(true);
+    const auto limit = std::chrono::steady_clock::now() + support::LIMIT;
+    while (count() == 0 && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(count(), 1U);
+    inCallback.unlock();
+    EXPECT_EQ(events.waitFor(2), "-+");
+}
+
 TEST_F(DeviceHang, ARemovalObserverIsAddedAndRemovedDuringAScanThatHangs) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);

@@ -124,7 +124,7 @@ TEST_F(Services, CallsBackFromItsOwnNamedThread) {
     world.set(true);
     listener.waitFor(1);
     service.unlisten();
-    EXPECT_STREQ(name.c_str(), "mrb-devices");
+    EXPECT_STREQ(name.c_str(), "mrb-dev-events");
 }
 
 TEST_F(Services, DevicesThatWereThereBeforeAreListedAndNotReported) {
