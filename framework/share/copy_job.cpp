@@ -69,7 +69,7 @@ Status CopyJob::make(std::shared_ptr<ListSession> list, Selection selection,
     return {};
 }
 
-JobEnd CopyJob::run(JobObserver &observer) {
+JobResult CopyJob::run(JobObserver &observer) {
     CopyPlan plan;
     if (begin(observer, plan) && copy(plan, observer) == Step::GO_ON &&
         finishWaiting(observer) == Step::GO_ON) {
@@ -78,11 +78,11 @@ JobEnd CopyJob::run(JobObserver &observer) {
     // Before the last event is posted: a client that receives it finds no temporary files.
     waiting_.clear();
     failures_.conclude();
-    return std::move(end_);
+    return std::move(result_);
 }
 
 int CopyJob::lastEvent() {
-    if (end_.status.ok()) {
+    if (result_.status.ok()) {
         return MRB_EVENT_SHARE_DONE;
     }
     // While a removal deletes file by file, the source still exists when the first of them is
@@ -106,7 +106,7 @@ bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
     if (isKnown && (plan.needed > free || !hasNames)) {
         failures_.add(Status::noSpace("The copy needs " + std::to_string(plan.needed) + " bytes; " +
                                       std::to_string(free) + " are free."),
-                      "", end_);
+                      "", result_);
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
@@ -118,7 +118,7 @@ bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
         end(MRB_EVENT_SHARE_STOPPED);
         return false;
     }
-    failures_.add(status, "", end_);
+    failures_.add(status, "", result_);
     end(status.code == MRB_ERR_DEVICE_REMOVED ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED);
     return false;
 }
@@ -229,8 +229,8 @@ CopyJob::Step CopyJob::nameWaiting(Waiting &waiting) {
     if (const int error = waiting.file.giveNameLike(waiting.name); error != 0) {
         return destinationFailed(error, waiting.name);
     }
-    ++end_.files;
-    end_.bytes += waiting.size;
+    ++result_.files;
+    result_.bytes += waiting.size;
     return Step::GO_ON;
 }
 
@@ -260,7 +260,7 @@ CopyJob::Step CopyJob::sourceFailed(const Status &status, const std::string &nam
     if (status.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    failures_.add(status, name, end_);
+    failures_.add(status, name, result_);
     if (status.code == MRB_ERR_DEVICE_REMOVED || !source_->isThere()) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
@@ -273,7 +273,7 @@ CopyJob::Step CopyJob::destinationFailed(int error, const std::string &name) {
     const bool isOfThisFile = error == EFBIG || error == EINVAL || error == EILSEQ || error == ENAMETOOLONG;
     failures_.add(isGone ? Status::deviceRemoved("The destination is gone.")
                          : statusOfWriting(error, displayText(name)),
-                  name, end_);
+                  name, result_);
     if (isGone) {
         return end(MRB_EVENT_DEVICE_REMOVED);
     }
@@ -288,7 +288,7 @@ bool CopyJob::hasRoom(std::uint64_t bytes) const {
 }
 
 CopyJob::Step CopyJob::end(int event) {
-    end_.event = event;
+    result_.event = event;
     return Step::END;
 }
 

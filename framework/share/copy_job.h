@@ -27,7 +27,7 @@ class CopyJob final : public Job {
                        std::unique_ptr<CopySource> copySource, const std::string &destination,
                        std::unique_ptr<Job> &job);
 
-    JobEnd run(JobObserver &observer) override;
+    JobResult run(JobObserver &observer) override;
 
   private:
     // A copied file that waits for its name.
@@ -37,7 +37,7 @@ class CopyJob final : public Job {
         std::uint64_t size;
     };
 
-    // Whether the copy goes on; if not, end_ has the reason.
+    // Whether the copy goes on; if not, result_ has the reason.
     enum class Step { GO_ON, END };
 
     CopyJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
@@ -73,7 +73,7 @@ class CopyJob final : public Job {
     std::vector<OpenFolderPtr> folders_; // new ones, and those in which names were added
     std::chrono::steady_clock::time_point lookedAt_;
     Failures failures_{"Not copied"};
-    JobEnd end_;
+    JobResult result_;
 };
 
 } // namespace mrb

@@ -4,13 +4,13 @@
 
 namespace mrb {
 
-void Failures::add(const Status &status, const std::string &name, JobEnd &end) {
+void Failures::add(const Status &status, const std::string &name, JobResult &result) {
     if (++count_ <= MAX_LOGGED) {
         MRB_LOG_WARNING("%s: %s (%s)", what_, status.message.c_str(), resultName(status.code));
     }
-    if (end.status.ok()) {
-        end.status = status;
-        end.name = name;
+    if (result.status.ok()) {
+        result.status = status;
+        result.name = name;
     }
 }
 

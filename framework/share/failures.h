@@ -7,7 +7,7 @@
 
 namespace mrb {
 
-// The failures of a job that goes on after them: the first is reported with its end, and some are
+// The failures of a job that goes on after them: the first is part of its result, and some are
 // logged. Owned and used by the job.
 class Failures {
   public:
@@ -15,7 +15,7 @@ class Failures {
     explicit Failures(const char *what) : what_(what) {}
 
     // `name` is that of the file that failed; empty: none.
-    void add(const Status &status, const std::string &name, JobEnd &end);
+    void add(const Status &status, const std::string &name, JobResult &result);
     // Logs the number of failures that were not logged.
     void conclude() const;
 

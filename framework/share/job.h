@@ -24,8 +24,8 @@ class JobObserver {
     virtual void fileEnds(bool isDone) = 0;
 };
 
-// How a job ended.
-struct JobEnd {
+// The result of a job.
+struct JobResult {
     int event = 0;    // one of the MRB_EVENT_SHARE_ that end a share, or MRB_EVENT_DEVICE_REMOVED
     Status status;    // the first failure
     std::string name; // of the file that failed; empty: none
@@ -39,7 +39,7 @@ struct JobEnd {
 class Job {
   public:
     virtual ~Job() = default;
-    virtual JobEnd run(JobObserver &observer) = 0;
+    virtual JobResult run(JobObserver &observer) = 0;
 };
 
 } // namespace mrb

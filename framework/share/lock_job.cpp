@@ -16,13 +16,13 @@ Status LockJob::mark(const ItemInfo &info) const {
     return list_->library().writeNow(item, {{CONTENT_LOCK, std::int64_t{lock_ ? 1 : 0}}});
 }
 
-JobEnd LockJob::run(JobObserver &observer) {
+JobResult LockJob::run(JobObserver &observer) {
     observer.begins(static_cast<std::uint32_t>(selection_.count()), 0);
-    JobEnd end{.event = MRB_EVENT_SHARE_DONE, .status = {}, .name = {}};
+    JobResult result{.event = MRB_EVENT_SHARE_DONE, .status = {}, .name = {}};
     std::int32_t left = selection_.count();
     for (std::int32_t item = 0; left > 0; ++item) {
         if (observer.stopped()) {
-            end.event = MRB_EVENT_SHARE_STOPPED;
+            result.event = MRB_EVENT_SHARE_STOPPED;
             break;
         }
         if (selection_.contains(item)) {
@@ -33,13 +33,13 @@ JobEnd LockJob::run(JobObserver &observer) {
             observer.fileEnds(status.ok());
             --left;
             if (status.ok()) {
-                ++end.files;
-            } else if (end.status.ok()) {
-                end = {MRB_EVENT_SHARE_FAILED, std::move(status), name, end.files, 0};
+                ++result.files;
+            } else if (result.status.ok()) {
+                result = {MRB_EVENT_SHARE_FAILED, std::move(status), name, result.files, 0};
             }
         }
     }
-    return end;
+    return result;
 }
 
 } // namespace mrb

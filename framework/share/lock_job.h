@@ -14,7 +14,7 @@ class LockJob final : public Job {
     LockJob(std::shared_ptr<ListSession> list, Selection selection, bool lock)
         : list_(std::move(list)), selection_(std::move(selection)), lock_(lock) {}
 
-    JobEnd run(JobObserver &observer) override;
+    JobResult run(JobObserver &observer) override;
 
   private:
     [[nodiscard]] Status mark(const ItemInfo &info) const;

@@ -29,42 +29,42 @@ Share::Share(EventThread &events, mrb_share_handler_h handle, ShareCallback list
 void Share::run() noexcept {
     try {
         begin_.wait();
-        const JobEnd end = work();
+        const JobResult result = work();
         // The job's resources, such as open files and the list, are released before the last
         // event is posted.
         job_.reset();
-        conclude(end);
+        conclude(result);
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("Share %d ended without an event: %s", handle_, failure.what());
     }
 }
 
-JobEnd Share::work() {
-    JobEnd end{.event = MRB_EVENT_SHARE_FAILED, .status = {}, .name = {}};
+JobResult Share::work() {
+    JobResult result{.event = MRB_EVENT_SHARE_FAILED, .status = {}, .name = {}};
     try {
-        end = job_->run(*this);
+        result = job_->run(*this);
     } catch (const std::bad_alloc &) {
-        end.status = Status::outOfMemory("There is not enough memory for the share.");
+        result.status = Status::outOfMemory("There is not enough memory for the share.");
     } catch (const std::exception &failure) {
-        end.status = Status::ioError(failure.what());
+        result.status = Status::ioError(failure.what());
     }
-    return end;
+    return result;
 }
 
-void Share::conclude(const JobEnd &end) {
-    if (!end.status.ok()) {
-        MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, end.status.message.c_str());
+void Share::conclude(const JobResult &result) {
+    if (!result.status.ok()) {
+        MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, result.status.message.c_str());
     }
     const std::lock_guard guard(lock_);
     if (!std::exchange(started_, true)) {
         post(MRB_EVENT_SHARE_STARTED);
     }
-    progress_.done_file_count = end.files;
-    progress_.success_file_size = end.bytes;
+    progress_.done_file_count = result.files;
+    progress_.success_file_size = result.bytes;
     progress_.progress_file_size = 0;
-    setFile(displayText(end.name), 0);
-    lastEvent_ = end.event;
-    post(end.event);
+    setFile(displayText(result.name), 0);
+    lastEvent_ = result.event;
+    post(result.event);
 }
 
 void Share::post(int event) {

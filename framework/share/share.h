@@ -51,8 +51,8 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     void fileMoves(std::uint64_t bytes) override;
     void fileEnds(bool isDone) override;
 
-    JobEnd work();
-    void conclude(const JobEnd &end);
+    JobResult work();
+    void conclude(const JobResult &result);
     void post(int event);
     void setFile(const std::string &name, std::uint64_t size); // with lock_ held
     void reportProgress();                                     // with lock_ held

@@ -33,7 +33,7 @@ UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection,
     : list_(std::move(list)), selection_(std::move(selection)), source_(std::move(copySource)),
       server_(std::move(server)), container_(std::move(container)) {}
 
-JobEnd UploadJob::run(JobObserver &observer) {
+JobResult UploadJob::run(JobObserver &observer) {
     Step step = begin(observer);
     for (const std::int32_t number : plan_.items) {
         if (step == Step::GO_ON && observer.stopped()) {
@@ -47,13 +47,13 @@ JobEnd UploadJob::run(JobObserver &observer) {
         step = item.type == MRB_ITEM_TYPE_FOLDER ? Step::GO_ON : send(item, observer);
     }
     if (step == Step::GO_ON) {
-        const bool isGone = !end_.status.ok() && !source_->isThere();
+        const bool isGone = !result_.status.ok() && !source_->isThere();
         const int failure = isGone ? MRB_EVENT_DEVICE_REMOVED : MRB_EVENT_SHARE_FAILED;
-        end(end_.status.ok() ? MRB_EVENT_SHARE_DONE : failure);
+        end(result_.status.ok() ? MRB_EVENT_SHARE_DONE : failure);
     }
     failures_.conclude();
     transfers_.reset();
-    return std::move(end_);
+    return std::move(result_);
 }
 
 UploadJob::Step UploadJob::begin(JobObserver &observer) {
@@ -111,8 +111,8 @@ UploadJob::Step UploadJob::send(const ItemInfo &item, JobObserver &observer) {
     if (!status.ok()) {
         return failed(status, item.name);
     }
-    ++end_.files;
-    end_.bytes += file.size;
+    ++result_.files;
+    result_.bytes += file.size;
     return Step::GO_ON;
 }
 
@@ -129,7 +129,7 @@ UploadJob::Step UploadJob::failed(const Status &status, const std::string &name)
     if (status.code == MRB_ERR_CANCELLED) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
-    failures_.add(status, name, end_);
+    failures_.add(status, name, result_);
     switch (status.code) {
     case MRB_ERR_DEVICE_REMOVED:
         return end(MRB_EVENT_DEVICE_REMOVED);
@@ -142,7 +142,7 @@ UploadJob::Step UploadJob::failed(const Status &status, const std::string &name)
 }
 
 UploadJob::Step UploadJob::end(int event) {
-    end_.event = event;
+    result_.event = event;
     return Step::END;
 }
 

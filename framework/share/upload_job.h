@@ -25,10 +25,10 @@ class UploadJob final : public Job {
     UploadJob(std::shared_ptr<ListSession> list, Selection selection, std::unique_ptr<CopySource> copySource,
               dlna::DlnaService::Found server, std::string container);
 
-    JobEnd run(JobObserver &observer) override;
+    JobResult run(JobObserver &observer) override;
 
   private:
-    // Whether the upload goes on; if not, end_ has the reason.
+    // Whether the upload goes on; if not, result_ has the reason.
     enum class Step { GO_ON, END };
 
     Step begin(JobObserver &observer);
@@ -46,7 +46,7 @@ class UploadJob final : public Job {
     CopyPlan plan_;
     std::unique_ptr<dlna::Transfers> transfers_;
     Failures failures_{"Not sent"};
-    JobEnd end_;
+    JobResult result_;
 };
 
 } // namespace mrb
