@@ -9,6 +9,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   # g++ 12 finds overlapping copies in `"text" + std::to_string(n)` (GCC bug 105651).
   list(APPEND QUILL_WARNINGS -Wno-restrict)
 endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  # That members are used with their locks held: see framework/base/mutex.h.
+  list(APPEND QUILL_WARNINGS -Wthread-safety -Wthread-safety-beta)
+endif()
 
 # Of code that is built with sanitizers; a folder may set its own.
 set(QUILL_SANITIZED_OPTIMISATION -O1)

@@ -12,6 +12,7 @@ import { build } from './runner/build.mjs';
 import { compilers, format, records } from './runner/checks.mjs';
 import { kinds } from './runner/kinds.mjs';
 import { layout } from './runner/layers.mjs';
+import { locks } from './runner/locks.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
 import { missingHere } from './runner/surroundings.mjs';
 import { tidy } from './runner/tidy.mjs';
@@ -42,6 +43,8 @@ const TABLE = [
     { name: 'layout', kind: 'check', builds: [''], check: layout },
     { name: 'records', kind: 'check', builds: [''], check: records },
     { name: 'compilers', kind: 'check', builds: [], more: [''], check: compilers },
+    // Needs the commands of the build, not what they build.
+    { name: 'locks', kind: 'check', builds: ['dev'], targets: ['systemlog'], check: locks },
     { name: 'syslog', kind: 'gtest', builds: ['dev', 'asan'], more: ['tsan'], targets: ['syslog_tests'],
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],

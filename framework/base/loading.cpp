@@ -14,21 +14,25 @@ constinit std::atomic<LoadingLock *> shared_lock{nullptr};
 
 void LoadingLock::lock() {
     const auto self = std::this_thread::get_id();
-    std::unique_lock guard(lock_);
-    released_.wait(guard, [&] { return depth_ == 0 || owner_ == self; });
+    const MutexLock guard(lock_);
+    while (depth_ > 0 && owner_ != self) {
+        released_.wait(lock_);
+    }
     owner_ = self;
     ++depth_;
 }
 
 void LoadingLock::unlock() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     --depth_;
-    released_.notify_all();
+    released_.notifyAll();
 }
 
 bool LoadingLock::isFreeBy(std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(lock_);
-    return released_.wait_until(guard, deadline, [this] { return depth_ == 0; });
+    const MutexLock guard(lock_);
+    while (depth_ > 0 && released_.waitUntil(lock_, deadline)) {
+    }
+    return depth_ == 0;
 }
 
 LoadingLock &LoadingLock::instance() {

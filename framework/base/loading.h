@@ -1,9 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
+
+#include "base/mutex.h"
 
 namespace mrb {
 
@@ -28,10 +28,10 @@ class LoadingLock {
     static void share(LoadingLock &shared);
 
   private:
-    std::mutex lock_; // guards what follows
-    std::condition_variable released_;
-    std::thread::id owner_;
-    unsigned depth_ = 0; // turns that the owner holds; 0: no owner
+    Mutex lock_;
+    ConditionVariable released_;
+    std::thread::id owner_ MRB_GUARDED_BY(lock_);
+    unsigned depth_ MRB_GUARDED_BY(lock_) = 0; // turns that the owner holds; 0: no owner
 };
 
 // Holds the lock for its lifetime.

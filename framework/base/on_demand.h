@@ -1,7 +1,8 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
+
+#include "base/mutex.h"
 
 namespace mrb {
 
@@ -18,7 +19,7 @@ class OnDemand {
         if (Made *const made = made_.load(std::memory_order_acquire)) {
             return *made;
         }
-        const std::lock_guard guard(making_);
+        const MutexLock guard(making_);
         Made *made = made_.load(std::memory_order_relaxed);
         if (made == nullptr) {
             made = make();
@@ -31,7 +32,7 @@ class OnDemand {
     }
 
   private:
-    std::mutex making_; // held while it is made
+    Mutex making_; // held while it is made
     std::atomic<Made *> made_ = nullptr;
 };
 

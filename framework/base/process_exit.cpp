@@ -2,15 +2,14 @@
 
 #include <unistd.h>
 
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <new>
 #include <optional>
 #include <system_error>
 
 #include "base/loading.h"
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/on_demand.h"
 #include "base/threads.h"
 
@@ -20,12 +19,12 @@ namespace {
 using std::chrono::steady_clock;
 
 struct Exit {
-    std::mutex lock; // guards what follows
-    std::condition_variable change;
-    std::optional<steady_clock::time_point> began;
-    unsigned waiting = 0; // calls that are still to come
-    bool leftBehind = false;
-    bool isOver = false; // all were called, and no thread was detached
+    Mutex lock;
+    ConditionVariable change;
+    std::optional<steady_clock::time_point> began MRB_GUARDED_BY(lock);
+    unsigned waiting MRB_GUARDED_BY(lock) = 0; // calls that are still to come
+    bool leftBehind MRB_GUARDED_BY(lock) = false;
+    bool isOver MRB_GUARDED_BY(lock) = false; // all were called, and no thread was detached
 };
 
 Exit &theExit() {
@@ -36,8 +35,10 @@ Exit &theExit() {
 // The body of the watchdog thread.
 void endInTime(steady_clock::time_point deadline, int status) {
     Exit &state = theExit();
-    std::unique_lock guard(state.lock);
-    if (!state.change.wait_until(guard, deadline, [&] { return state.isOver; })) {
+    const MutexLock guard(state.lock);
+    while (!state.isOver && state.change.waitUntil(state.lock, deadline)) {
+    }
+    if (!state.isOver) {
         _exit(status);
     }
 }
@@ -52,7 +53,7 @@ void startWatchdog(steady_clock::time_point deadline, int status) {
 
 steady_clock::time_point begin(int status) {
     Exit &state = theExit();
-    const std::lock_guard guard(state.lock);
+    const MutexLock guard(state.lock);
     if (!state.began) {
         state.began = steady_clock::now();
         startWatchdog(*state.began + EXIT_LIMIT, status);
@@ -62,7 +63,7 @@ steady_clock::time_point begin(int status) {
 
 void end(bool isFinished, steady_clock::time_point deadline) {
     Exit &state = theExit();
-    std::unique_lock guard(state.lock);
+    MutexLock guard(state.lock);
     state.leftBehind = state.leftBehind || !isFinished;
     if (--state.waiting > 0 || state.leftBehind) {
         return;
@@ -73,7 +74,7 @@ void end(bool isFinished, steady_clock::time_point deadline) {
     state.isOver = !isLoading;
     if (state.isOver) {
         alarm(0);
-        state.change.notify_all();
+        state.change.notifyAll();
     }
 }
 
@@ -81,8 +82,9 @@ void end(bool isFinished, steady_clock::time_point deadline) {
 
 void finishAtExit(FinishAtExit &finish) {
     {
-        const std::lock_guard guard(theExit().lock);
-        ++theExit().waiting;
+        Exit &state = theExit();
+        const MutexLock guard(state.lock);
+        ++state.waiting;
     }
     // on_exit, unlike atexit, passes the status. The library is never unloaded, so `call` stays valid.
     const auto call = [](int status, void *function) {

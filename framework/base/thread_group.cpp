@@ -1,25 +1,24 @@
 #include "base/thread_group.h"
 
-#include <condition_variable>
 #include <cstddef>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
+#include "base/mutex.h"
 #include "base/threads.h"
 
 namespace mrb {
 
 struct ThreadGroup::State {
-    std::mutex lock; // guards what follows
-    std::condition_variable someDone;
-    std::size_t busy = 0;
-    bool isFinished = false;
+    Mutex lock;
+    ConditionVariable someDone;
+    std::size_t busy MRB_GUARDED_BY(lock) = 0;
+    bool isFinished MRB_GUARDED_BY(lock) = false;
 
-    void done() {
-        const std::lock_guard guard(lock);
+    void done() MRB_EXCLUDES(lock) {
+        const MutexLock guard(lock);
         --busy;
-        someDone.notify_all();
+        someDone.notifyAll();
     }
 };
 
@@ -30,7 +29,7 @@ ThreadGroup::~ThreadGroup() { finish(std::chrono::steady_clock::time_point::max(
 
 void ThreadGroup::start(std::function<void()> work) {
     {
-        const std::lock_guard guard(state_->lock);
+        const MutexLock guard(state_->lock);
         if (state_->isFinished) {
             throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
         }
@@ -50,16 +49,16 @@ void ThreadGroup::start(std::function<void()> work) {
 }
 
 bool ThreadGroup::finish(std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(state_->lock);
+    MutexLock guard(state_->lock);
     state_->isFinished = true;
-    const bool isFinished =
-        state_->someDone.wait_until(guard, deadline, [this] { return state_->busy == 0; });
+    while (state_->busy > 0 && state_->someDone.waitUntil(state_->lock, deadline)) {
+    }
     const std::size_t busy = state_->busy;
     guard.unlock();
     for (std::size_t left = 0; left < busy; ++left) {
         warnDetached(name_, blocker_);
     }
-    return isFinished;
+    return busy == 0;
 }
 
 } // namespace mrb

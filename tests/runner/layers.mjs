@@ -79,6 +79,11 @@ function targetOf(root, file, { name, isQuoted }) {
     return folders.map((folder) => join(folder, name)).find((path) => !path.startsWith('..') && isFile(join(root, path)));
 }
 
+/** The project's files that a file includes, relative to `root`. */
+export function includedBy(root, file) {
+    return includesOf(root, file).map((include) => targetOf(root, file, include)).filter(Boolean);
+}
+
 const folderOf = (path) => path.split('/').slice(1, -1)[0];
 const isBelow = (path, folder) => path.startsWith(`framework/${folder}/`);
 

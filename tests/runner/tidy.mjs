@@ -28,7 +28,7 @@ async function dependencies(buildFolder) {
  * Without these each file is checked with its own includes alone, which shows besides
  * that it has those that it needs.
  */
-function forClang(entry) {
+export function forClang(entry) {
     return { ...entry, command: entry.command.replace(/ (-Winvalid-pch|--param=\S+|-include \S+cmake_pch\.h\w*)/g, '') };
 }
 
