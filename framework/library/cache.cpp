@@ -137,13 +137,12 @@ void MetadataCache::setAside(const std::string &why) {
     }
 }
 
-// Runs `work` with the database open; once more with a new one when the old one turns out to be
-// damaged. Called with the lock held.
-template <typename Work>
-auto MetadataCache::withConnection(Work &&work) {
+// Calls it once more with a new database when the old one turns out to be damaged.
+template <typename Work, typename... Arguments>
+auto MetadataCache::withConnection(Work work, const Arguments &...arguments) {
     open();
     try {
-        return work();
+        return (this->*work)(arguments...);
     } catch (const DatabaseError &failure) {
         if (!isOnDisk_ || !failure.isDamage()) {
             throw;
@@ -154,7 +153,7 @@ auto MetadataCache::withConnection(Work &&work) {
         }
         open();
     }
-    return work();
+    return (this->*work)(arguments...);
 }
 
 void MetadataCache::forgetIfChanged() {
@@ -169,9 +168,9 @@ void MetadataCache::forgetIfChanged() {
 }
 
 std::shared_ptr<const MediaRecord> MetadataCache::find(const MediaKey &key) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     try {
-        return withConnection([&] { return read(key); });
+        return withConnection(&MetadataCache::read, key);
     } catch (const DatabaseError &failure) {
         MRB_LOG_WARNING("The metadata cache cannot be read: %s", failure.what());
         return std::make_shared<MediaRecord>();
@@ -181,7 +180,7 @@ std::shared_ptr<const MediaRecord> MetadataCache::find(const MediaKey &key) {
 // Any failure of the reader other than a timeout is handled by the writer, which creates the file
 // and sets a damaged one aside.
 CacheResult MetadataCache::lookUp(const MediaKey &key) {
-    const std::lock_guard guard(lookingUp_);
+    const MutexLock guard(lookingUp_);
     if (!isInMemory_) {
         try {
             CacheResult result{nullptr, true, false};
@@ -220,18 +219,20 @@ std::shared_ptr<const MediaRecord> MetadataCache::read(const MediaKey &key) {
     return record;
 }
 
+void MetadataCache::storeFiles(std::span<const FileMetadata> files) {
+    connection_->store(files);
+    for (const auto &[key, metadata] : files) {
+        recent_.erase(textOf(key));
+    }
+}
+
 Status MetadataCache::store(std::span<const FileMetadata> files) {
     if (files.empty()) {
         return {};
     }
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     try {
-        withConnection([&] {
-            connection_->store(files);
-            for (const auto &[key, metadata] : files) {
-                recent_.erase(textOf(key));
-            }
-        });
+        withConnection(&MetadataCache::storeFiles, files);
         return {};
     } catch (const DatabaseError &failure) {
         MRB_LOG_WARNING("Metadata of %zu files are not kept: %s", files.size(), failure.what());
@@ -251,28 +252,30 @@ void MetadataCache::dropMetadata() noexcept {
     }
 }
 
+Status MetadataCache::writeFields(const MediaKey &key, const WrittenFields &fields) {
+    if (tryAgainAt_) {
+        return Status::busy("Fields cannot be written: another process holds the cache.");
+    }
+    if (!isOnDisk_) {
+        return Status::permissionDenied("Fields are not written: there is no folder to keep them in.");
+    }
+    connection_->write(key, fields);
+    recent_.erase(textOf(key));
+    return {};
+}
+
 Status MetadataCache::write(const MediaKey &key, const WrittenFields &fields) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     try {
-        return withConnection([&]() -> Status {
-            if (tryAgainAt_) {
-                return Status::busy("Fields cannot be written: another process holds the cache.");
-            }
-            if (!isOnDisk_) {
-                return Status::permissionDenied(
-                    "Fields are not written: there is no folder to keep them in.");
-            }
-            connection_->write(key, fields);
-            recent_.erase(textOf(key));
-            return {};
-        });
+        return withConnection(&MetadataCache::writeFields, key, fields);
     } catch (const DatabaseError &failure) {
         return failed(failure);
     }
 }
 
 void MetadataCache::close() {
-    const std::scoped_lock guard(lookingUp_, lock_);
+    const MutexLock noLookup(lookingUp_);
+    const MutexLock guard(lock_);
     reader_.reset();
     connection_.reset();
     recent_.clear();

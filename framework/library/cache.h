@@ -4,13 +4,13 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
 
 #include "base/descriptor.h"
+#include "base/mutex.h"
 #include "library/cache_storage.h"
 
 namespace mrb {
@@ -31,7 +31,7 @@ class MetadataCache final : public CacheStorage {
     MetadataCache &operator=(const MetadataCache &) = delete;
 
     // What is known of the file; an empty record when it was neither read nor written before.
-    std::shared_ptr<const MediaRecord> find(const MediaKey &key);
+    std::shared_ptr<const MediaRecord> find(const MediaKey &key) MRB_EXCLUDES(lock_);
 
     // The same through a connection of its own, which does not wait for writes.
     CacheResult lookUp(const MediaKey &key) override;
@@ -49,35 +49,40 @@ class MetadataCache final : public CacheStorage {
     static constexpr const char *FILE_NAME = "metadata-1.sqlite";
 
   private:
-    template <typename Work>
-    auto withConnection(Work &&work);
+    // Calls a member function with the database open.
+    template <typename Work, typename... Arguments>
+    auto withConnection(Work work, const Arguments &...arguments) MRB_REQUIRES(lock_);
     [[nodiscard]] std::string file() const { return folder_ + '/' + FILE_NAME; }
-    void open();
+    void open() MRB_REQUIRES(lock_);
     [[nodiscard]] Descriptor takeTurn() const;
-    void openFile();
-    void setAside(const std::string &why);
-    std::shared_ptr<const MediaRecord> read(const MediaKey &key);
-    void forgetIfChanged();
-    void dropMetadata() noexcept;
+    void openFile() MRB_REQUIRES(lock_);
+    void setAside(const std::string &why) MRB_REQUIRES(lock_);
+    std::shared_ptr<const MediaRecord> read(const MediaKey &key) MRB_REQUIRES(lock_);
+    void storeFiles(std::span<const FileMetadata> files) MRB_REQUIRES(lock_);
+    Status writeFields(const MediaKey &key, const WrittenFields &fields) MRB_REQUIRES(lock_);
+    void forgetIfChanged() MRB_REQUIRES(lock_);
+    void dropMetadata() noexcept MRB_REQUIRES(lock_);
 
     const std::string folder_;
     // How often the file was opened; another file may have replaced it.
     std::atomic<unsigned> openings_ = 0;
     std::atomic<bool> isInMemory_;
 
-    std::mutex lookingUp_; // guards what follows; comes before lock_
-    std::unique_ptr<CacheConnection> reader_;
-    unsigned readerOpening_ = 0; // the value of openings_ when the reader was opened
-    std::int64_t readerVersion_ = 0;
+    Mutex lookingUp_ MRB_ACQUIRED_BEFORE(lock_);
+    std::unique_ptr<CacheConnection> reader_ MRB_GUARDED_BY(lookingUp_);
+    // The value of openings_ when the reader was opened.
+    unsigned readerOpening_ MRB_GUARDED_BY(lookingUp_) = 0;
+    std::int64_t readerVersion_ MRB_GUARDED_BY(lookingUp_) = 0;
 
-    std::mutex lock_; // guards what follows
-    std::unique_ptr<CacheConnection> connection_;
-    bool isOnDisk_ = false;
+    Mutex lock_;
+    std::unique_ptr<CacheConnection> connection_ MRB_GUARDED_BY(lock_);
+    bool isOnDisk_ MRB_GUARDED_BY(lock_) = false;
     // Set when another process held the file.
-    std::optional<std::chrono::steady_clock::time_point> tryAgainAt_;
+    std::optional<std::chrono::steady_clock::time_point> tryAgainAt_ MRB_GUARDED_BY(lock_);
     // The most recently used records, since a list is read through more than once.
-    std::unordered_map<std::string, std::shared_ptr<const MediaRecord>> recent_;
-    std::int64_t version_ = 0; // the file's data version, which other connections change
+    std::unordered_map<std::string, std::shared_ptr<const MediaRecord>> recent_ MRB_GUARDED_BY(lock_);
+    // The file's data version, which other connections change.
+    std::int64_t version_ MRB_GUARDED_BY(lock_) = 0;
 };
 
 } // namespace mrb

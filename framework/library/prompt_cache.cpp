@@ -24,19 +24,20 @@ constexpr auto PAUSE = std::chrono::seconds(1);
 PromptCache::~PromptCache() { finish(steady_clock::time_point::max()); }
 
 // False: it takes long, or the one before it does, or another process holds the storage.
-bool PromptCache::await(Lock &guard, const Worker &worker, const bool &isDone) {
-    waitBriefly(guard, change_, worker.busySince, limits_.timeout,
-                [&] { return isDone || worker.isHeldUp || isFinishing_; });
+bool PromptCache::await(const Worker &worker, const bool &isDone) {
+    BriefWait wait(limits_.timeout);
+    while (!isDone && !worker.isHeldUp && !isFinishing_ && wait.next(lock_, change_, worker.busySince)) {
+    }
     return isDone;
 }
 
 PromptCache::Record PromptCache::find(const MediaKey &key) {
     const std::string text = textOf(key);
-    Lock guard(lock_);
+    const MutexLock guard(lock_);
     Record record = recent(text);
     if (!record) {
         if (const std::shared_ptr<Lookup> lookup = post(key)) {
-            await(guard, reader_, lookup->isDone);
+            await(reader_, lookup->isDone);
             record = lookup->record;
         }
     }
@@ -44,7 +45,7 @@ PromptCache::Record PromptCache::find(const MediaKey &key) {
 }
 
 void PromptCache::prepare() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!isPrepared_) {
         isPrepared_ = post({}) != nullptr;
     }
@@ -65,7 +66,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
         return nullptr;
     }
     try {
-        reader_.thread.start([this] { lookUpAll(); });
+        readerThread_.start([this] { lookUpAll(); });
     } catch (const std::system_error &failure) {
         MRB_LOG_WARNING("The metadata cache is not read, no thread can be started: %s", failure.what());
         return nullptr;
@@ -73,7 +74,7 @@ std::shared_ptr<PromptCache::Lookup> PromptCache::post(const MediaKey &key) {
     auto lookup = std::make_shared<Lookup>();
     lookup->key = key;
     lookups_.emplace(text, lookup);
-    reader_.wake.notify_one();
+    reader_.wake.notifyOne();
     return lookup;
 }
 
@@ -87,9 +88,11 @@ CacheResult PromptCache::request(const MediaKey &key) {
 }
 
 void PromptCache::lookUpAll() {
-    Lock guard(lock_);
+    MutexLock guard(lock_);
     while (true) {
-        reader_.wake.wait(guard, [this] { return isFinishing_ || !lookups_.empty(); });
+        while (!isFinishing_ && lookups_.empty()) {
+            reader_.wake.wait(lock_);
+        }
         if (isFinishing_) {
             return;
         }
@@ -115,7 +118,7 @@ void PromptCache::lookUpAll() {
         lookup->record = result.record ? withWrites(std::move(result.record), text) : nullptr;
         lookup->isDone = true;
         lookups_.erase(text);
-        change_.notify_all();
+        change_.notifyAll();
     }
 }
 
@@ -134,7 +137,7 @@ void PromptCache::forget(const std::string &text) {
 }
 
 void PromptCache::storageChanged() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     freshUntil_ = {};
     for (const auto &[text, lookup] : lookups_) {
         lookup->isOutdated = true;
@@ -177,7 +180,7 @@ std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::s
     if (isFinishing_ || writes_.size() >= maximum) {
         return nullptr;
     }
-    writer_.thread.start([this] { writeAll(); });
+    writerThread_.start([this] { writeAll(); });
     auto write = std::make_shared<Write>();
     write->key = key;
     write->text = std::move(text);
@@ -185,12 +188,12 @@ std::shared_ptr<PromptCache::Write> PromptCache::due(const MediaKey &key, std::s
 }
 
 void PromptCache::store(const MediaKey &key, const Metadata &metadata) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     try {
         // Metadata can be read again: half of the queue is reserved for clients' writes.
         if (const std::shared_ptr<Write> write = due(key, limits_.writes / 2)) {
             write->metadata = metadata;
-            writer_.wake.notify_one();
+            writer_.wake.notifyOne();
         }
     } catch (const std::system_error &failure) {
         MRB_LOG_WARNING("Metadata are not stored, no thread can be started: %s", failure.what());
@@ -198,7 +201,7 @@ void PromptCache::store(const MediaKey &key, const Metadata &metadata) {
 }
 
 Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
-    Lock guard(lock_);
+    const MutexLock guard(lock_);
     if (isFinishing_) {
         return Status::notInitialized("A field is not written: the program ends.");
     }
@@ -209,12 +212,12 @@ Status PromptCache::write(const MediaKey &key, const WrittenFields &fields) {
     for (const auto &[name, value] : fields) {
         write->fields.insert_or_assign(name, value);
     }
-    writer_.wake.notify_one();
+    writer_.wake.notifyOne();
     if (writes_.size() > MAX_READY) {
         return {}; // its turn does not come soon
     }
     write->isAwaited = true;
-    const bool isDone = await(guard, writer_, write->isDone);
+    const bool isDone = await(writer_, write->isDone);
     write->isAwaited = false;
     return isDone ? write->status : Status();
 }
@@ -273,9 +276,11 @@ bool PromptCache::settle(const Writes &writes, const std::vector<Status> &status
 }
 
 void PromptCache::writeAll() {
-    Lock guard(lock_);
+    MutexLock guard(lock_);
     while (true) {
-        writer_.wake.wait(guard, [this] { return isFinishing_ || !writes_.empty(); });
+        while (!isFinishing_ && writes_.empty()) {
+            writer_.wake.wait(lock_);
+        }
         if (writes_.empty()) {
             return;
         }
@@ -288,7 +293,7 @@ void PromptCache::writeAll() {
         guard.lock();
         writer_.busySince.reset();
         writer_.isHeldUp = settle(writes, statuses, isLast);
-        change_.notify_all();
+        change_.notifyAll();
         std::size_t lost = 0;
         std::string reason;
         for (const std::shared_ptr<Write> &write : writes) {
@@ -303,20 +308,23 @@ void PromptCache::writeAll() {
             guard.lock();
         }
         if (writer_.isHeldUp) {
-            writer_.wake.wait_for(guard, PAUSE, [this] { return isFinishing_; });
+            const auto next = steady_clock::now() + PAUSE;
+            while (!isFinishing_ && writer_.wake.waitUntil(lock_, next)) {
+            }
         }
     }
 }
 
 bool PromptCache::finish(steady_clock::time_point deadline) {
-    Lock guard(lock_);
-    isFinishing_ = true;
-    reader_.wake.notify_all();
-    writer_.wake.notify_all();
-    change_.notify_all();
-    guard.unlock();
-    const bool isFinished = reader_.thread.finish(deadline);
-    return writer_.thread.finish(deadline) && isFinished;
+    {
+        const MutexLock guard(lock_);
+        isFinishing_ = true;
+        reader_.wake.notifyAll();
+        writer_.wake.notifyAll();
+        change_.notifyAll();
+    }
+    const bool isFinished = readerThread_.finish(deadline);
+    return writerThread_.finish(deadline) && isFinished;
 }
 
 } // namespace mrb

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -13,6 +11,7 @@
 
 #include "base/brief_wait.h"
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 #include "library/cache_storage.h"
 
 namespace mrb {
@@ -25,7 +24,7 @@ namespace mrb {
 class PromptCache {
   public:
     struct Limits {
-        // How long a call waits, see waitBriefly.
+        // How long a call waits, see BriefWait.
         std::chrono::milliseconds timeout = CLIENT_TIMEOUT;
         // How long a record in memory is valid without a check for changes by other processes.
         std::chrono::milliseconds freshness{5};
@@ -60,7 +59,6 @@ class PromptCache {
 
   private:
     using steady_clock = std::chrono::steady_clock;
-    using Lock = std::unique_lock<std::mutex>;
     using Record = std::shared_ptr<const MediaRecord>;
 
     struct Lookup {
@@ -81,45 +79,46 @@ class PromptCache {
         Status status;
     };
     using Writes = std::vector<std::shared_ptr<Write>>;
+    // The state of a thread.
     struct Worker {
-        explicit Worker(const char *name) : thread(name, "The metadata cache does not answer.") {}
-
-        JoinableThread thread;
-        std::condition_variable wake;
+        ConditionVariable wake;
         std::optional<steady_clock::time_point> busySince; // since when it works on the present task
         bool isHeldUp = false; // by another process; no call waits for pending writes then
     };
 
-    // With lock_ held:
-    bool await(Lock &guard, const Worker &worker, const bool &isDone);
-    [[nodiscard]] Record recent(const std::string &text) const;
-    std::shared_ptr<Lookup> post(const MediaKey &key);
-    void keep(const std::string &text, const Record &record);
-    void forget(const std::string &text);
-    [[nodiscard]] Record withWrites(Record record, const std::string &text) const;
-    std::shared_ptr<Write> due(const MediaKey &key, std::size_t maximum);
-    [[nodiscard]] Writes take() const;
-    bool settle(const Writes &writes, const std::vector<Status> &statuses, bool isLast);
+    bool await(const Worker &worker, const bool &isDone) MRB_REQUIRES(lock_);
+    [[nodiscard]] Record recent(const std::string &text) const MRB_REQUIRES(lock_);
+    std::shared_ptr<Lookup> post(const MediaKey &key) MRB_REQUIRES(lock_);
+    void keep(const std::string &text, const Record &record) MRB_REQUIRES(lock_);
+    void forget(const std::string &text) MRB_REQUIRES(lock_);
+    [[nodiscard]] Record withWrites(Record record, const std::string &text) const MRB_REQUIRES(lock_);
+    std::shared_ptr<Write> due(const MediaKey &key, std::size_t maximum) MRB_REQUIRES(lock_);
+    [[nodiscard]] Writes take() const MRB_REQUIRES(lock_);
+    bool settle(const Writes &writes, const std::vector<Status> &statuses, bool isLast) MRB_REQUIRES(lock_);
 
-    void lookUpAll(); // the lookup thread
-    void writeAll();  // the write thread
-    CacheResult request(const MediaKey &key);
-    [[nodiscard]] std::vector<Status> perform(const Writes &writes);
+    void lookUpAll() MRB_EXCLUDES(lock_); // the lookup thread
+    void writeAll() MRB_EXCLUDES(lock_);  // the write thread
+    CacheResult request(const MediaKey &key) MRB_EXCLUDES(lock_);
+    [[nodiscard]] std::vector<Status> perform(const Writes &writes) MRB_EXCLUDES(lock_);
 
     CacheStorage &storage_;
     const Limits limits_;
 
-    std::mutex lock_; // guards what follows
-    std::condition_variable change_;
-    std::map<std::string, std::shared_ptr<Lookup>> lookups_; // pending
-    Writes writes_;                                          // pending, in order
+    Mutex lock_; // also guards the lookups and writes themselves
+    ConditionVariable change_;
+    std::map<std::string, std::shared_ptr<Lookup>> lookups_ MRB_GUARDED_BY(lock_); // pending
+    Writes writes_ MRB_GUARDED_BY(lock_);                                          // pending, in order
     // The most recently used records, since a client reads one field after the other.
-    std::unordered_map<std::string, Record> recent_;
-    steady_clock::time_point freshUntil_;
-    bool isPrepared_ = false;
-    bool isFinishing_ = false;
-    Worker reader_{"mrb-lookup"};
-    Worker writer_{"mrb-keep"};
+    std::unordered_map<std::string, Record> recent_ MRB_GUARDED_BY(lock_);
+    steady_clock::time_point freshUntil_ MRB_GUARDED_BY(lock_);
+    bool isPrepared_ MRB_GUARDED_BY(lock_) = false;
+    bool isFinishing_ MRB_GUARDED_BY(lock_) = false;
+    Worker reader_ MRB_GUARDED_BY(lock_);
+    Worker writer_ MRB_GUARDED_BY(lock_);
+
+    static constexpr const char *BLOCKER = "The metadata cache does not answer.";
+    JoinableThread readerThread_{"mrb-lookup", BLOCKER};
+    JoinableThread writerThread_{"mrb-keep", BLOCKER};
 };
 
 } // namespace mrb

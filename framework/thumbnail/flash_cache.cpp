@@ -47,7 +47,7 @@ bool writeAt(int file, const std::string &text, std::int64_t offset) {
 // Holds the lock that all processes use; other processes do not change the cache during its life.
 class FlashCache::Turn {
   public:
-    explicit Turn(FlashCache &cache) : file_(cache.turns_.fd()) {
+    explicit Turn(FlashCache &cache) MRB_REQUIRES(cache.lock_) : file_(cache.turns_.fd()) {
         const auto began = steady_clock::now();
         const auto last = began < cache.heldUntil_ ? began : began + LOCK_TIMEOUT;
         const int error = lockFile(file_, last, BETWEEN_TRIES);
@@ -72,7 +72,7 @@ class FlashCache::Turn {
 };
 
 Status FlashCache::open(const std::string &list) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     std::error_code error;
     std::filesystem::create_directories(list + ".d", error);
     Descriptor turns(::open((list + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
@@ -232,7 +232,7 @@ bool FlashCache::rewriteWhenLong() {
 }
 
 void FlashCache::dropStrangers() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const Turn turn(*this);
     if (!turn || !refresh()) {
         return;
@@ -257,7 +257,7 @@ void FlashCache::dropStrangers() {
 }
 
 bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char *preset) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!turns_) {
         return false;
     }
@@ -285,7 +285,7 @@ bool FlashCache::save(FlashEntry entry, const unsigned char *pixels, const char 
 }
 
 bool FlashCache::find(const DecodeRequest &request, Decoded &decoded, const FileIdentity *now) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!turns_ || request.frames != 1) {
         return false;
     }

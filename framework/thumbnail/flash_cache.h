@@ -2,10 +2,10 @@
 
 #include <chrono>
 #include <map>
-#include <mutex>
 #include <string>
 
 #include "base/descriptor.h"
+#include "base/mutex.h"
 #include "thumbnail/flash_entry.h"
 
 namespace mrb::thumbnail {
@@ -52,33 +52,34 @@ class FlashCache {
     class Turn;
     using Entries = std::map<std::uint64_t, FlashEntry>;
 
-    [[nodiscard]] std::string pictureOf(std::uint64_t id) const;
-    bool refresh();
-    bool readFrom(std::int64_t offset);
-    void apply(FlashLine line);
-    void forget(std::uint64_t id);
-    bool append(const FlashLine &line);
-    bool remove(std::uint64_t id);
-    bool makeRoom(std::int64_t bytes);
-    bool rewriteWhenLong();
+    [[nodiscard]] std::string pictureOf(std::uint64_t id) const MRB_REQUIRES(lock_);
+    bool refresh() MRB_REQUIRES(lock_);
+    bool readFrom(std::int64_t offset) MRB_REQUIRES(lock_);
+    void apply(FlashLine line) MRB_REQUIRES(lock_);
+    void forget(std::uint64_t id) MRB_REQUIRES(lock_);
+    bool append(const FlashLine &line) MRB_REQUIRES(lock_);
+    bool remove(std::uint64_t id) MRB_REQUIRES(lock_);
+    bool makeRoom(std::int64_t bytes) MRB_REQUIRES(lock_);
+    bool rewriteWhenLong() MRB_REQUIRES(lock_);
 
     const Limits limits_{};
-    std::mutex lock_; // guards what follows
-    std::string list_;
+    Mutex lock_;
+    std::string list_ MRB_GUARDED_BY(lock_);
     // Until then no call waits for another process, which held it for too long.
-    std::chrono::steady_clock::time_point heldUntil_;
-    Descriptor turns_; // the file whose lock synchronizes processes
-    Descriptor journal_;
-    std::uint64_t inode_ = 0; // of the journal
-    std::int64_t read_ = 0;   // bytes of the journal that were read
-    std::size_t lines_ = 0;
-    std::int64_t bytes_ = 0; // of all images
-    std::uint64_t lastId_ = 0;
-    std::uint64_t lastUse_ = 0;
-    Entries entries_;
-    std::map<FlashKey, std::uint64_t> ids_;
-    std::map<std::uint64_t, std::uint64_t> uses_;   // ids by last use, the oldest first
-    std::map<std::uint64_t, std::uint64_t> usedAt_; // the inverse of uses_
+    std::chrono::steady_clock::time_point heldUntil_ MRB_GUARDED_BY(lock_);
+    Descriptor turns_ MRB_GUARDED_BY(lock_); // the file whose lock synchronizes processes
+    Descriptor journal_ MRB_GUARDED_BY(lock_);
+    std::uint64_t inode_ MRB_GUARDED_BY(lock_) = 0; // of the journal
+    std::int64_t read_ MRB_GUARDED_BY(lock_) = 0;   // bytes of the journal that were read
+    std::size_t lines_ MRB_GUARDED_BY(lock_) = 0;
+    std::int64_t bytes_ MRB_GUARDED_BY(lock_) = 0; // of all images
+    std::uint64_t lastId_ MRB_GUARDED_BY(lock_) = 0;
+    std::uint64_t lastUse_ MRB_GUARDED_BY(lock_) = 0;
+    Entries entries_ MRB_GUARDED_BY(lock_);
+    std::map<FlashKey, std::uint64_t> ids_ MRB_GUARDED_BY(lock_);
+    // Ids by last use, the oldest first, and the inverse.
+    std::map<std::uint64_t, std::uint64_t> uses_ MRB_GUARDED_BY(lock_);
+    std::map<std::uint64_t, std::uint64_t> usedAt_ MRB_GUARDED_BY(lock_);
 };
 
 } // namespace mrb::thumbnail

@@ -24,48 +24,54 @@ Status openCache(FlashCache &cache, const std::string &list) {
 FlashOpening::~FlashOpening() { finish(steady_clock::time_point::max()); }
 
 Status FlashOpening::open(const std::string &list) {
-    Lock guard(lock_);
+    const MutexLock guard(lock_);
     if (isFinishing_) {
         return Status::notInitialized("The program ends.");
     }
     thread_.start([this] { work(); });
     wanted_ = list;
     const std::uint64_t number = ++requested_;
-    wake_.notify_one();
+    wake_.notifyOne();
     ++waiting_;
-    const bool isOver = waitBriefly(guard, change_, busySince_, timeout_,
-                                    [&] { return delivered_ >= number || isFinishing_; });
+    BriefWait wait(timeout_);
+    while (delivered_ < number && !isFinishing_ && wait.next(lock_, change_, busySince_)) {
+    }
     --waiting_;
-    if (isOver && delivered_ >= number) {
+    if (delivered_ >= number) {
         return status_;
     }
     return Status::timedOut("\"" + list + "\" is still being opened.");
 }
 
 std::shared_ptr<FlashCache> FlashOpening::cache() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return cache_;
 }
 
 void FlashOpening::work() {
-    Lock guard(lock_);
+    const MutexLock guard(lock_);
     while (true) {
-        wake_.wait(guard, [this] { return isFinishing_ || wanted_; });
+        while (!isFinishing_ && !wanted_) {
+            wake_.wait(lock_);
+        }
         if (isFinishing_) {
             return;
         }
-        openRequested(guard);
+        openRequested();
     }
 }
 
-void FlashOpening::openRequested(Lock &guard) {
+void FlashOpening::openRequested() {
     const std::string list = *std::exchange(wanted_, std::nullopt);
     const std::uint64_t number = requested_;
     busySince_ = busySince_.value_or(steady_clock::now());
-    guard.unlock();
-    const auto opened = std::make_shared<FlashCache>();
-    Status status = openCache(*opened, list);
-    guard.lock();
+    std::shared_ptr<FlashCache> opened;
+    Status status;
+    {
+        const MutexUnlock unlocked(lock_);
+        opened = std::make_shared<FlashCache>();
+        status = openCache(*opened, list);
+    }
     if (status.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
         wanted_ = list; // tried again, until the other process releases it
         return;
@@ -76,22 +82,21 @@ void FlashOpening::openRequested(Lock &guard) {
     delivered_ = number;
     status_ = status;
     const bool isHeard = waiting_ > 0;
-    change_.notify_all();
-    guard.unlock();
+    change_.notifyAll();
+    const MutexUnlock unlocked(lock_);
     if (isOpen) {
         opened->dropStrangers();
     } else if (!isHeard) {
         MRB_LOG_WARNING("No flash cache: %s", status.message.c_str());
     }
-    guard.lock();
 }
 
 bool FlashOpening::finish(steady_clock::time_point deadline) {
     {
-        const Lock guard(lock_);
+        const MutexLock guard(lock_);
         isFinishing_ = true;
-        wake_.notify_all();
-        change_.notify_all();
+        wake_.notifyAll();
+        change_.notifyAll();
     }
     return thread_.finish(deadline);
 }

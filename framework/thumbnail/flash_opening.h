@@ -1,15 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "base/brief_wait.h"
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 #include "base/result.h"
 #include "thumbnail/flash_cache.h"
 
@@ -20,7 +19,7 @@ namespace mrb::thumbnail {
 // wait. Owned by the thumbnail service; any thread may call it.
 class FlashOpening {
   public:
-    // How long a call waits, see waitBriefly.
+    // How long a call waits, see BriefWait.
     explicit FlashOpening(std::chrono::milliseconds timeout = CLIENT_TIMEOUT) : timeout_(timeout) {}
     ~FlashOpening();
     FlashOpening(const FlashOpening &) = delete;
@@ -38,24 +37,22 @@ class FlashOpening {
     bool finish(std::chrono::steady_clock::time_point deadline);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
-
-    void work();
-    void openRequested(Lock &guard);
+    void work() MRB_EXCLUDES(lock_);
+    void openRequested() MRB_REQUIRES(lock_); // without it while it opens
 
     const std::chrono::milliseconds timeout_;
 
-    std::mutex lock_; // guards what follows; never held while a file is read or written
-    std::condition_variable wake_;
-    std::condition_variable change_;
-    std::shared_ptr<FlashCache> cache_;
-    std::optional<std::string> wanted_; // the list to be opened next
-    std::uint64_t requested_ = 0;       // number of calls so far
-    std::uint64_t delivered_ = 0;       // the number of the last call with a result
-    Status status_;
-    std::optional<std::chrono::steady_clock::time_point> busySince_;
-    unsigned waiting_ = 0; // number of waiting calls
-    bool isFinishing_ = false;
+    Mutex lock_; // never held while a file is read or written
+    ConditionVariable wake_;
+    ConditionVariable change_;
+    std::shared_ptr<FlashCache> cache_ MRB_GUARDED_BY(lock_);
+    std::optional<std::string> wanted_ MRB_GUARDED_BY(lock_); // the list to be opened next
+    std::uint64_t requested_ MRB_GUARDED_BY(lock_) = 0;       // number of calls so far
+    std::uint64_t delivered_ MRB_GUARDED_BY(lock_) = 0;       // the number of the last call with a result
+    Status status_ MRB_GUARDED_BY(lock_);
+    std::optional<std::chrono::steady_clock::time_point> busySince_ MRB_GUARDED_BY(lock_);
+    unsigned waiting_ MRB_GUARDED_BY(lock_) = 0; // number of waiting calls
+    bool isFinishing_ MRB_GUARDED_BY(lock_) = false;
     JoinableThread thread_{"mrb-flash", "The flash cache does not open."};
 };
 

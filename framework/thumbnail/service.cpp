@@ -5,6 +5,7 @@
 #include <new>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "events/event_thread.h"
@@ -13,6 +14,8 @@
 
 namespace mrb::thumbnail {
 namespace {
+
+using std::chrono::steady_clock;
 
 // Far longer than any picture takes, even on a busy machine.
 constexpr auto DECODE_LIMIT = std::chrono::seconds(30);
@@ -29,7 +32,7 @@ thread_local const ThumbnailService *deliveringTo = nullptr;
 ThumbnailService::~ThumbnailService() { shutDown(std::chrono::steady_clock::time_point::max()); }
 
 int ThumbnailService::begin() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
@@ -38,13 +41,16 @@ int ThumbnailService::begin() {
 }
 
 int ThumbnailService::end() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     const bool begun = clients_ > 0;
     clients_ -= begun ? 1 : 0;
     jobs_.closeAll();
-    deliverAllEnded(guard);
-    if (deliveringTo != this &&
-        !change_.wait_for(guard, CALLBACK_LIMIT, [this] { return results_ == 0 || down_; })) {
+    deliverAllEnded();
+    const auto deadline = steady_clock::now() + CALLBACK_LIMIT;
+    const bool isInside = deliveringTo == this;
+    while (!isInside && results_ > 0 && !down_ && change_.waitUntil(lock_, deadline)) {
+    }
+    if (!isInside && results_ > 0 && !down_) {
         guard.unlock();
         MRB_LOG_WARNING("The callback of a thumbnail has not returned in time.");
         return MRB_ERR_TIMEOUT;
@@ -53,32 +59,34 @@ int ThumbnailService::end() {
 }
 
 int ThumbnailService::request(const Request &request, PendingRequest waiter) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (clients_ == 0 || down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
     startWorkers();
     jobs_.add(request, waiter);
-    wake_.notify_one();
+    wake_.notifyOne();
     return MRB_ERR_NONE;
 }
 
 int ThumbnailService::cancel(const Request &request, const void *userData) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return jobs_.cancel(request, userData) ? MRB_ERR_NONE : MRB_ERR_NOT_FOUND;
 }
 
 int ThumbnailService::cancelAll() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     jobs_.cancelAll();
     return MRB_ERR_NONE;
 }
 
 int ThumbnailService::stopCameras() {
-    std::unique_lock guard(lock_);
+    const MutexLock guard(lock_);
     jobs_.refuseCameras();
-    const bool ended = change_.wait_for(guard, CALLBACK_LIMIT, [this] { return !jobs_.isCameraDecoding(); });
-    return ended ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+    const auto deadline = steady_clock::now() + CALLBACK_LIMIT;
+    while (jobs_.isCameraDecoding() && change_.waitUntil(lock_, deadline)) {
+    }
+    return jobs_.isCameraDecoding() ? MRB_ERR_TIMEOUT : MRB_ERR_NONE;
 }
 
 void ThumbnailService::startWorkers() {
@@ -99,9 +107,11 @@ void ThumbnailService::startWorkers() {
 }
 
 void ThumbnailService::work() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     while (true) {
-        wake_.wait(guard, [this] { return down_ || jobs_.isAnyWaiting(); });
+        while (!down_ && !jobs_.isAnyWaiting()) {
+            wake_.wait(lock_);
+        }
         if (down_) {
             return;
         }
@@ -111,8 +121,8 @@ void ThumbnailService::work() {
         decode(job->request, *job, decoded);
         guard.lock();
         jobs_.finish(job);
-        change_.notify_all();
-        answer(guard, job, decoded);
+        change_.notifyAll();
+        answer(job, decoded);
         jobs_.remove(job);
     }
 }
@@ -133,26 +143,26 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
     }
 }
 
-void ThumbnailService::answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job,
-                              Decoded &decoded) {
+void ThumbnailService::answer(const std::shared_ptr<Job> &job, Decoded &decoded) {
     // One at a time: the client may cancel the requests of waiters without a result.
     while (!job->waiters.empty() && !down_) {
         const PendingRequest waiter = job->waiters.front();
         job->waiters.erase(job->waiters.begin());
         const bool last = job->waiters.empty();
         ++results_;
-        guard.unlock();
-        // Nested when the client calls end() in its callback.
-        const ThumbnailService *const outer = std::exchange(deliveringTo, this);
-        deliverResult(job->request, decoded, last, waiter);
-        deliveringTo = outer;
-        guard.lock();
+        {
+            const MutexUnlock unlocked(lock_);
+            // Nested when the client calls end() in its callback.
+            const ThumbnailService *const outer = std::exchange(deliveringTo, this);
+            deliverResult(job->request, decoded, last, waiter);
+            deliveringTo = outer;
+        }
         --results_;
-        change_.notify_all();
+        change_.notifyAll();
     }
 }
 
-void ThumbnailService::deliverAllEnded(std::unique_lock<std::mutex> &guard) {
+void ThumbnailService::deliverAllEnded() {
     Decoded nothing;
     nothing.status = Status::cancelled("A client ended the service.");
     while (!down_) {
@@ -160,21 +170,26 @@ void ThumbnailService::deliverAllEnded(std::unique_lock<std::mutex> &guard) {
         if (!job) {
             break;
         }
-        answer(guard, job, nothing);
+        answer(job, nothing);
         jobs_.remove(job);
     }
 }
 
 bool ThumbnailService::shutDown(std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(lock_);
-    down_ = true;
-    jobs_.cancelAll();
-    wake_.notify_all();
-    guard.unlock();
-    // No thread is added from now on. Each is ended, even if the one before was not in time.
+    std::vector<JoinableThread *> workers; // all: none is added from now on
+    {
+        const MutexLock guard(lock_);
+        down_ = true;
+        jobs_.cancelAll();
+        wake_.notifyAll();
+        for (JoinableThread &worker : workers_) {
+            workers.push_back(&worker);
+        }
+    }
+    // Each is ended, even if the one before was not in time.
     bool isFinished = true;
-    for (JoinableThread &worker : workers_) {
-        isFinished = worker.finish(deadline) && isFinished;
+    for (JoinableThread *worker : workers) {
+        isFinished = worker->finish(deadline) && isFinished;
     }
     return flashCache_.finish(deadline) && isFinished;
 }

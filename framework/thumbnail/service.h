@@ -1,13 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 #include "thumbnail/flash_opening.h"
 #include "thumbnail/jobs.h"
 
@@ -49,24 +48,25 @@ class ThumbnailService {
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
   private:
-    void startWorkers(); // with lock_ held
-    void work();
-    void decode(const Request &request, Job &job, Decoded &decoded);
-    void answer(std::unique_lock<std::mutex> &guard, const std::shared_ptr<Job> &job, Decoded &decoded);
-    void deliverAllEnded(std::unique_lock<std::mutex> &guard);
+    void startWorkers() MRB_REQUIRES(lock_);
+    void work() MRB_EXCLUDES(lock_);
+    void decode(const Request &request, Job &job, Decoded &decoded) MRB_EXCLUDES(lock_);
+    // Without the lock during each callback:
+    void answer(const std::shared_ptr<Job> &job, Decoded &decoded) MRB_REQUIRES(lock_);
+    void deliverAllEnded() MRB_REQUIRES(lock_);
 
     const Decoder decoder_;
     const unsigned most_; // number of workers
     FlashOpening flashCache_;
 
-    std::mutex lock_; // guards what follows
-    std::condition_variable wake_;
-    std::condition_variable change_;
-    Jobs jobs_;
-    std::deque<JoinableThread> workers_;
-    unsigned results_ = 0; // callbacks that are running
-    unsigned clients_ = 0;
-    bool down_ = false;
+    Mutex lock_;
+    ConditionVariable wake_;
+    ConditionVariable change_;
+    Jobs jobs_ MRB_GUARDED_BY(lock_);
+    std::deque<JoinableThread> workers_ MRB_GUARDED_BY(lock_);
+    unsigned results_ MRB_GUARDED_BY(lock_) = 0; // callbacks that are running
+    unsigned clients_ MRB_GUARDED_BY(lock_) = 0;
+    bool down_ MRB_GUARDED_BY(lock_) = false;
 };
 
 } // namespace mrb::thumbnail
