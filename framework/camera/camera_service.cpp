@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/on_demand.h"
 #include "base/process_exit.h"
 
@@ -86,10 +85,10 @@ struct CameraService::State {
     Limits limits;
     std::atomic<bool> isDown = false; // set with the lock held
 
-    std::mutex lock;                                      // guards what follows, and all lines
-    std::condition_variable wake;                         // the threads
-    std::condition_variable change;                       // waiting callers
-    std::map<CameraAddress, std::shared_ptr<Line>> lines; // each has a thread
+    Mutex lock;               // also guards what the lines and tasks say it does
+    ConditionVariable wake;   // the threads
+    ConditionVariable change; // waiting callers
+    std::map<CameraAddress, std::shared_ptr<Line>> lines MRB_GUARDED_BY(lock); // each has a thread
 };
 
 CameraService::CameraService(std::function<CameraLibrary &()> library, Limits limits)
@@ -118,7 +117,7 @@ Status CameraService::run(const CameraAddress &address, Work work, const Cancell
 
 std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &address, Work work,
                                                           Ended ended) {
-    const std::lock_guard guard(state_->lock);
+    const MutexLock guard(state_->lock);
     const auto known = state_->lines.find(address);
     const bool isNew = known == state_->lines.end();
     const std::shared_ptr<Line> line = isNew ? std::make_shared<Line>(address) : known->second;
@@ -133,15 +132,21 @@ std::shared_ptr<CameraService::Task> CameraService::start(const CameraAddress &a
         threads_.start([state = state_, line] { serve(state, line); });
         state_->lines[address] = line;
     }
-    state_->wake.notify_all();
+    state_->wake.notifyAll();
     return task;
 }
 
 Status CameraService::wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation,
                            std::chrono::milliseconds limit) {
     const auto deadline = Clock::now() + limit;
-    std::unique_lock guard(state_->lock);
-    while (!state_->change.wait_for(guard, POLL_INTERVAL, [&] { return task->isDone_; })) {
+    MutexLock guard(state_->lock);
+    while (true) {
+        const auto nextPoll = Clock::now() + POLL_INTERVAL;
+        while (!task->isDone_ && state_->change.waitUntil(state_->lock, nextPoll)) {
+        }
+        if (task->isDone_) {
+            return task->status_;
+        }
         // A caller with a shorter timeout need not wait again for what earlier callers found out.
         const bool isSilent =
             task->line_->isAtWork && task->line_->isSilent(std::min(limit, state_->limits.silence));
@@ -160,11 +165,10 @@ Status CameraService::wait(const std::shared_ptr<Task> &task, const Cancellation
         }
         guard.lock();
     }
-    return task->status_;
 }
 
 bool CameraService::isOver(const std::shared_ptr<Task> &task, Status &status) {
-    const std::lock_guard guard(state_->lock);
+    const MutexLock guard(state_->lock);
     if (task->isDone_) {
         status = task->status_;
     } else if (task->line_->isAtWork && task->line_->isSilent(state_->limits.silence)) {
@@ -181,7 +185,7 @@ void CameraService::abandon(const std::shared_ptr<Task> &task) {
 }
 
 void CameraService::refresh(const CameraAddress &address) {
-    const std::lock_guard guard(state_->lock);
+    const MutexLock guard(state_->lock);
     if (const auto line = state_->lines.find(address); line != state_->lines.end()) {
         line->second->mustReopen = true;
     }
@@ -190,10 +194,12 @@ void CameraService::refresh(const CameraAddress &address) {
 // The body of a camera's thread.
 void CameraService::serve(const std::shared_ptr<State> &state, const std::shared_ptr<Line> &line) {
     std::unique_ptr<Camera> camera;
-    std::unique_lock guard(state->lock);
+    MutexLock guard(state->lock);
     while (true) {
-        const bool isMore = state->wake.wait_for(guard, state->limits.linger,
-                                                 [&] { return !line->waiting.empty() || state->isDown; });
+        const auto lingersUntil = Clock::now() + state->limits.linger;
+        while (line->waiting.empty() && !state->isDown && state->wake.waitUntil(state->lock, lingersUntil)) {
+        }
+        const bool isMore = !line->waiting.empty() || state->isDown;
         if (line->waiting.empty() && camera && (!isMore || state->isDown)) {
             // Releasing it takes time; requests that arrive in that time stay with this thread.
             guard.unlock();
@@ -225,7 +231,7 @@ void CameraService::serve(const std::shared_ptr<State> &state, const std::shared
         line->isAtWork = false;
         task->status_ = std::move(status);
         task->isDone_ = true;
-        state->change.notify_all();
+        state->change.notifyAll();
     }
     state->lines.erase(line->address);
 }
@@ -279,9 +285,9 @@ void CameraService::checkPresence(const State &state, const Line &line, std::uni
 
 bool CameraService::shutDown(Clock::time_point deadline) {
     {
-        const std::lock_guard guard(state_->lock);
+        const MutexLock guard(state_->lock);
         state_->isDown = true;
-        state_->wake.notify_all();
+        state_->wake.notifyAll();
     }
     return threads_.finish(deadline);
 }

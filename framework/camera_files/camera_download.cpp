@@ -1,11 +1,12 @@
 #include "camera_files/camera_download.h"
 
 #include <algorithm>
-#include <condition_variable>
+#include <chrono>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <utility>
+
+#include "base/mutex.h"
 
 namespace mrb {
 namespace {
@@ -23,18 +24,20 @@ constexpr auto POLL_INTERVAL = std::chrono::milliseconds(20);
 
 // Filled by the camera's thread, drained by the download.
 struct CameraDownload::Flow {
-    std::mutex lock; // guards what follows
-    std::condition_variable change;
-    std::deque<std::string> pieces;
-    std::size_t bytes = 0;
-    bool isClosed = false; // the download has ended
+    Mutex lock;
+    ConditionVariable change;
+    std::deque<std::string> pieces MRB_GUARDED_BY(lock);
+    std::size_t bytes MRB_GUARDED_BY(lock) = 0;
+    bool isClosed MRB_GUARDED_BY(lock) = false; // the download has ended
 
-    bool put(std::string_view piece) {
-        std::unique_lock guard(lock);
-        change.wait(guard, [this] { return bytes < MAX_QUEUED || isClosed; });
+    bool put(std::string_view piece) MRB_EXCLUDES(lock) {
+        const MutexLock guard(lock);
+        while (bytes >= MAX_QUEUED && !isClosed) {
+            change.wait(lock);
+        }
         pieces.emplace_back(piece);
         bytes += piece.size();
-        change.notify_all();
+        change.notifyAll();
         return !isClosed;
     }
 };
@@ -44,9 +47,9 @@ CameraDownload::CameraDownload(CameraFile file, std::int64_t size, CancellationT
 
 CameraDownload::~CameraDownload() {
     if (task_) {
-        const std::lock_guard guard(flow_->lock);
+        const MutexLock guard(flow_->lock);
         flow_->isClosed = true;
-        flow_->change.notify_all();
+        flow_->change.notifyAll();
         CameraService::abandon(task_);
     }
 }
@@ -89,9 +92,14 @@ void CameraDownload::startFlow() {
 Status CameraDownload::takeFromFlow(std::string &bytes) {
     Status status;
     bool isOver = false;
-    std::unique_lock guard(flow_->lock);
-    const auto isMore = [this] { return !flow_->pieces.empty(); };
-    while (!flow_->change.wait_for(guard, POLL_INTERVAL, isMore)) {
+    MutexLock guard(flow_->lock);
+    while (true) {
+        const auto nextPoll = std::chrono::steady_clock::now() + POLL_INTERVAL;
+        while (flow_->pieces.empty() && flow_->change.waitUntil(flow_->lock, nextPoll)) {
+        }
+        if (!flow_->pieces.empty()) {
+            break;
+        }
         if (isOver) {
             return status; // the last piece was taken before
         }
@@ -105,7 +113,7 @@ Status CameraDownload::takeFromFlow(std::string &bytes) {
     bytes = std::move(flow_->pieces.front());
     flow_->pieces.pop_front();
     flow_->bytes -= bytes.size();
-    flow_->change.notify_all();
+    flow_->change.notifyAll();
     return {};
 }
 

@@ -63,8 +63,7 @@ Status statusOfGphoto(int code, const std::string &about) {
     return {meaningOf(code), displayText(about) + ": " + displayText(gp_result_as_string(code))};
 }
 
-GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
-    : loading_(loading), camera_(std::move(camera)) {
+GphotoCamera::GphotoCamera(Handle camera, Mutex &loading) : loading_(loading), camera_(std::move(camera)) {
     // libgphoto2 calls both during a transfer: the only sign that the camera is alive.
     gp_context_set_cancel_func(
         context_.get(),
@@ -82,7 +81,7 @@ GphotoCamera::GphotoCamera(Handle camera, std::mutex &loading)
 }
 
 GphotoCamera::~GphotoCamera() {
-    const std::lock_guard guard(loading_);
+    const MutexLock guard(loading_);
     gp_camera_exit(camera_.get(), context_.get());
     camera_.reset();
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/cancellation.h"
+#include "base/mutex.h"
 #include "camera/gphoto/gphoto_library.h"
 
 namespace mrb {
@@ -16,7 +17,7 @@ class GphotoCamera final : public Camera {
     using Handle = GphotoHandle;
 
     // `loading` is locked while its driver is unloaded, and outlives it.
-    GphotoCamera(Handle camera, std::mutex &loading);
+    GphotoCamera(Handle camera, Mutex &loading);
     ~GphotoCamera() override;
 
     void cancelWith(CancellationToken cancellation) override { cancellation_ = std::move(cancellation); }
@@ -49,7 +50,7 @@ class GphotoCamera final : public Camera {
     CancellationToken cancellation_;
     Receiver receiver_;
     const GphotoContext context_{gp_context_new()};
-    std::mutex &loading_;
+    Mutex &loading_;
     Handle camera_; // open
 };
 

@@ -101,7 +101,7 @@ std::unique_ptr<Camera> GphotoLibrary::open(const CameraAddress &address, Status
         return nullptr;
     }
     const std::string driver = modelOf(address).driver;
-    const std::lock_guard guard(loading_);
+    const MutexLock guard(loading_);
     CameraAbilities abilities{};
     if (!findDriver(driver, abilities)) {
         status = Status::notSupported("libgphoto2 has no driver \"" + driver + "\".");

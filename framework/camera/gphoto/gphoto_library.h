@@ -3,10 +3,10 @@
 #include <gphoto2/gphoto2.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "base/deleter.h"
+#include "base/mutex.h"
 #include "camera/camera_library.h"
 
 namespace mrb {
@@ -42,7 +42,7 @@ class GphotoLibrary final : public CameraLibrary {
 
     // Look-ups only, which do not change it: any thread, without a lock.
     const GphotoDrivers drivers_;
-    std::mutex loading_; // see above
+    Mutex loading_; // see above
 };
 
 } // namespace mrb
