@@ -56,7 +56,7 @@ int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_
         before->close();
     }
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         sessions_[number] = session;
         if (down_) {
             session->stop();
@@ -87,13 +87,13 @@ int SessionManager::disconnect(mrb_agent_handler_h handle) {
 }
 
 std::shared_ptr<ListSession> SessionManager::find(mrb_agent_handler_h handle) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const auto found = sessions_.find(handle);
     return found == sessions_.end() ? nullptr : found->second;
 }
 
 mrb_agent_handler_h SessionManager::reserveHandle() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (down_) {
         return 0;
     }
@@ -105,7 +105,7 @@ mrb_agent_handler_h SessionManager::reserveHandle() {
 }
 
 void SessionManager::releaseHandle(mrb_agent_handler_h handle) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     sessions_.erase(handle);
 }
 
@@ -115,7 +115,7 @@ bool SessionManager::finish(std::chrono::steady_clock::time_point deadline) {
 
 bool SessionManager::shutDown(std::chrono::steady_clock::time_point deadline) {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         down_ = true;
         for (const auto &[handle, session] : sessions_) {
             if (session) {

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "base/thread_group.h"
 #include "events/event_thread.h"
 #include "library/media_library.h"
@@ -30,7 +30,7 @@ class SessionManager {
     int disconnect(mrb_agent_handler_h handle);
 
     // Null: the handle is not one of an open list.
-    [[nodiscard]] std::shared_ptr<ListSession> find(mrb_agent_handler_h handle);
+    [[nodiscard]] std::shared_ptr<ListSession> find(mrb_agent_handler_h handle) MRB_EXCLUDES(lock_);
 
     [[nodiscard]] Shares &shares() { return shares_; }
 
@@ -41,8 +41,8 @@ class SessionManager {
     SessionManager() = default;
     ~SessionManager() = default;
 
-    mrb_agent_handler_h reserveHandle();
-    void releaseHandle(mrb_agent_handler_h handle);
+    mrb_agent_handler_h reserveHandle() MRB_EXCLUDES(lock_);
+    void releaseHandle(mrb_agent_handler_h handle) MRB_EXCLUDES(lock_);
     static bool finish(std::chrono::steady_clock::time_point deadline);
     bool shutDown(std::chrono::steady_clock::time_point deadline);
 
@@ -53,11 +53,11 @@ class SessionManager {
     const ListServices services_{events_, watchThread_, library_, threads_};
     Shares shares_{events_};
 
-    std::mutex lock_; // guards what follows
+    Mutex lock_;
     // Null for a handle whose list is being opened for the first time.
-    std::map<mrb_agent_handler_h, std::shared_ptr<ListSession>> sessions_;
-    mrb_agent_handler_h lastHandle_ = 0;
-    bool down_ = false;
+    std::map<mrb_agent_handler_h, std::shared_ptr<ListSession>> sessions_ MRB_GUARDED_BY(lock_);
+    mrb_agent_handler_h lastHandle_ MRB_GUARDED_BY(lock_) = 0;
+    bool down_ MRB_GUARDED_BY(lock_) = false;
 };
 
 } // namespace mrb

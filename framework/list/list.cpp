@@ -9,7 +9,7 @@
 namespace mrb {
 
 std::int32_t List::addFolder(std::int32_t parent, std::string_view name) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return state_.store.addFolder(parent, name);
 }
 
@@ -20,7 +20,7 @@ bool List::add(std::span<const SourceItem> items) {
     for (const SourceItem &item : items) {
         matches.push_back(options_.filter.matches(item));
     }
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     for (std::size_t index = 0; index < items.size(); ++index) {
         const SourceItem &item = items[index];
         const bool opens = item.type == MRB_ITEM_TYPE_FOLDER || item.opens > ROOT_FOLDER;
@@ -37,43 +37,43 @@ bool List::sort(const CancellationToken &cancellation, const FileValues &valuesO
     if (order.key == SortKey::SOURCE && !order.descending) {
         return true;
     }
-    // Without the lock: only this thread ever changes the store.
+    // store() without the lock: only this thread ever changes it.
     std::optional<std::vector<std::int64_t>> values;
-    if (isOfFiles(order.key) && !(values = valuesOf(state_.store, order.key))) {
+    if (isOfFiles(order.key) && !(values = valuesOf(store(), order.key))) {
         return false;
     }
     std::optional<PagedVector<std::int32_t>> items =
-        sortItems(state_.store, order, cancellation, values.value_or(std::vector<std::int64_t>()));
+        sortItems(store(), order, cancellation, values.value_or(std::vector<std::int64_t>()));
     if (!items) {
         return false;
     }
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     state_.view.setOrder(*std::move(items));
     return true;
 }
 
 std::int32_t List::matchCount() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return state_.store.matchCount();
 }
 
 std::int32_t List::size() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return static_cast<std::int32_t>(state_.view.entries().size());
 }
 
 std::int32_t List::count(unsigned type) const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return state_.view.count(type);
 }
 
 std::int32_t List::groupCount() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return static_cast<std::int32_t>(state_.view.groups().size());
 }
 
 std::optional<ListEntry> List::entry(std::int32_t index) const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return std::nullopt;
@@ -82,7 +82,7 @@ std::optional<ListEntry> List::entry(std::int32_t index) const {
 }
 
 std::optional<std::int32_t> List::pageOf(const ItemInfo &wanted) const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     // First the item, then its place: items are scanned in the store's order, which is their
     // order in memory; a sorted view would access memory at random.
@@ -99,7 +99,7 @@ std::optional<std::int32_t> List::pageOf(const ItemInfo &wanted) const {
 std::optional<ItemInfo> List::find(std::int32_t folder, std::string_view name) const {
     constexpr std::int32_t AT_ONCE = 4096;
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
-        const std::lock_guard guard(state_.lock);
+        const MutexLock guard(state_.lock);
         if (begin >= state_.store.size()) {
             return std::nullopt;
         }
@@ -114,7 +114,7 @@ std::optional<ItemInfo> List::find(std::int32_t folder, std::string_view name) c
 
 void List::setFileGroups(std::shared_ptr<const FileGroups> groups) {
     std::shared_ptr<const FileGroups> before; // destroyed after the unlock
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     before = state_.view.setFileGroups(std::move(groups));
 }
 
@@ -123,7 +123,7 @@ std::vector<std::int32_t> List::expand(const Selection &selection) const {
     std::vector<std::int32_t> items;
     std::vector<bool> inside; // for each folder: it is selected, or lies in a selected one
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
-        const std::lock_guard guard(state_.lock);
+        const MutexLock guard(state_.lock);
         for (auto folder = static_cast<std::int32_t>(inside.size()); folder < state_.store.folders();
              ++folder) {
             const std::int32_t parent = folder > ROOT_FOLDER ? state_.store.parent(folder) : NO_FOLDER;
@@ -147,7 +147,7 @@ std::vector<std::int32_t> List::expand(const Selection &selection) const {
 }
 
 ItemInfo List::infoOf(std::int32_t item) const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return state_.store.info(item);
 }
 

@@ -44,8 +44,9 @@ class List {
     // order depends on metadata.
     [[nodiscard]] bool sort(const CancellationToken &cancellation, const FileValues &valuesOf);
 
-    // For the thread that adds, and for other threads once no more items are added.
-    [[nodiscard]] const ItemStore &store() const { return state_.store; }
+    // For the thread that adds, and for other threads once no more items are added: reading needs
+    // no lock then, which the analysis cannot know.
+    [[nodiscard]] const ItemStore &store() const MRB_NO_THREAD_SAFETY_ANALYSIS { return state_.store; }
 
     // The number of items that passed the filters, in all folders.
     [[nodiscard]] std::int32_t matchCount() const;

@@ -9,7 +9,7 @@
 namespace mrb {
 
 bool ListCursor::moveTo(std::int32_t index) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return false;
@@ -19,7 +19,7 @@ bool ListCursor::moveTo(std::int32_t index) {
 }
 
 std::optional<ListEntry> ListCursor::currentWithoutText() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const std::optional<ViewEntry> entry = underCursor();
     if (entry && *entry >= 0) {
         return ListEntry{state_.store.infoWithoutText(*entry)};
@@ -28,13 +28,13 @@ std::optional<ListEntry> ListCursor::currentWithoutText() const {
 }
 
 std::optional<ListEntry> ListCursor::current() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const std::optional<ViewEntry> entry = underCursor();
     return entry ? std::optional(state_.describe(*entry)) : std::nullopt;
 }
 
 int ListCursor::setStyle(const PageStyle &style) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PageStyle before = state_.view.style();
     state_.view.setStyle(style);
     // Without groups, index 0 stands for everything, and no other index is valid.
@@ -49,7 +49,7 @@ int ListCursor::setStyle(const PageStyle &style) {
 }
 
 int ListCursor::navigate(int navigation) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     int code = MRB_ERR_NONE;
     switch (navigation) {
     case MRB_NAVIGATION_FLAT:
@@ -75,7 +75,7 @@ int ListCursor::navigate(int navigation) {
 }
 
 int ListCursor::navigation() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return state_.view.folder() ? MRB_NAVIGATION_FOLDER : MRB_NAVIGATION_FLAT;
 }
 

@@ -30,14 +30,13 @@ class ListCursor {
     [[nodiscard]] int navigation() const;
 
   private:
-    // All with the state's lock held.
-    [[nodiscard]] std::optional<ViewEntry> underCursor() const;
-    int enterFolder();
-    int leaveFolder();
-    void keepCursor();
+    [[nodiscard]] std::optional<ViewEntry> underCursor() const MRB_REQUIRES(state_.lock);
+    int enterFolder() MRB_REQUIRES(state_.lock);
+    int leaveFolder() MRB_REQUIRES(state_.lock);
+    void keepCursor() MRB_REQUIRES(state_.lock);
 
     ListState &state_;
-    std::optional<ViewEntry> cursor_; // guarded by the state's lock
+    std::optional<ViewEntry> cursor_ MRB_GUARDED_BY(state_.lock);
 };
 
 } // namespace mrb

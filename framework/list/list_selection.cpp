@@ -7,7 +7,7 @@
 namespace mrb {
 
 int ListSelection::toggle(std::int32_t index) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return MRB_ERR_OUT_OF_RANGE;
@@ -21,7 +21,7 @@ int ListSelection::toggle(std::int32_t index) {
 }
 
 std::optional<bool> ListSelection::isSelected(std::int32_t index) const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
     if (index < 0 || std::cmp_greater_equal(index, entries.size())) {
         return std::nullopt;
@@ -34,7 +34,7 @@ std::optional<bool> ListSelection::isSelected(std::int32_t index) const {
 }
 
 void ListSelection::selectAll() {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     for (const ViewEntry entry : state_.view.entries()) {
         if (entry >= 0) {
             selection_.set(entry, true);
@@ -43,12 +43,12 @@ void ListSelection::selectAll() {
 }
 
 void ListSelection::deselectAll() {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     selection_.clear();
 }
 
 int ListSelection::selectGroup(std::int32_t index, bool selected) {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     if (index < 0 || std::cmp_greater_equal(index, state_.view.groups().size())) {
         return MRB_ERR_OUT_OF_RANGE;
     }
@@ -59,12 +59,12 @@ int ListSelection::selectGroup(std::int32_t index, bool selected) {
 }
 
 std::int32_t ListSelection::count() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return selection_.count();
 }
 
 Selection ListSelection::copy() const {
-    const std::lock_guard guard(state_.lock);
+    const MutexLock guard(state_.lock);
     return selection_;
 }
 

@@ -26,7 +26,7 @@ class ListSelection {
 
   private:
     ListState &state_;
-    Selection selection_; // guarded by the state's lock
+    Selection selection_ MRB_GUARDED_BY(state_.lock);
 };
 
 } // namespace mrb

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <mutex>
-
+#include "base/mutex.h"
 #include "list/item_store.h"
 #include "list/list_entry.h"
 #include "list/view.h"
@@ -12,12 +11,11 @@ namespace mrb {
 // part holds for longer than it takes to add a run of items or to lay out the view. Owned by
 // the List.
 struct ListState {
-    // With the lock held.
-    [[nodiscard]] ListEntry describe(ViewEntry entry) const;
+    [[nodiscard]] ListEntry describe(ViewEntry entry) const MRB_REQUIRES(lock);
 
-    mutable std::mutex lock; // guards what follows
-    ItemStore store;
-    mutable View view{store}; // updates itself when it is read
+    mutable Mutex lock;
+    ItemStore store MRB_GUARDED_BY(lock);
+    mutable View view MRB_GUARDED_BY(lock){store}; // updates itself when it is read
 };
 
 } // namespace mrb

@@ -11,7 +11,7 @@ bool GroupingTask::isDue() {
 }
 
 bool GroupingTask::request(Grouping grouping) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const Grouping wanted = isOfFiles(grouping) && grouping != known_ ? grouping : Grouping::NONE;
     if (wanted != wanted_) {
         wanted_ = wanted;
@@ -21,25 +21,25 @@ bool GroupingTask::request(Grouping grouping) {
 }
 
 bool GroupingTask::listIsComplete() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     isComplete_ = true;
     return isDue();
 }
 
 void GroupingTask::stop() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     wanted_ = Grouping::NONE;
     ++turn_;
 }
 
 void GroupingTask::abort() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     wanted_ = Grouping::NONE;
     isRunning_ = false;
 }
 
 Grouping GroupingTask::next() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     isRunning_ = wanted_ != Grouping::NONE;
     known_ = isRunning_ ? Grouping::NONE : known_;
     return wanted_;
@@ -54,7 +54,7 @@ void GroupingTask::run(const Read &read) {
             return;
         }
         const bool isRead = read(grouping, [this, turn] { return turn_ != turn; });
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         if (isRead) {
             known_ = grouping;
             wanted_ = wanted_ == grouping ? Grouping::NONE : wanted_;

@@ -3,9 +3,9 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
 #include "base/cancellation.h"
+#include "base/mutex.h"
 #include "list/grouping.h"
 
 namespace mrb {
@@ -35,16 +35,16 @@ class GroupingTask {
     void run(const Read &read);
 
   private:
-    [[nodiscard]] bool isDue(); // with lock_ held
-    [[nodiscard]] Grouping next();
+    [[nodiscard]] bool isDue() MRB_REQUIRES(lock_);
+    [[nodiscard]] Grouping next() MRB_EXCLUDES(lock_);
 
     std::atomic<std::uint32_t> turn_ = 0; // changes when the running reading becomes obsolete
 
-    std::mutex lock_; // guards what follows
-    Grouping wanted_ = Grouping::NONE;
-    Grouping known_ = Grouping::NONE; // the last grouping that was read to the end
-    bool isComplete_ = false;         // the list
-    bool isRunning_ = false;
+    Mutex lock_;
+    Grouping wanted_ MRB_GUARDED_BY(lock_) = Grouping::NONE;
+    Grouping known_ MRB_GUARDED_BY(lock_) = Grouping::NONE; // the last grouping that was read to the end
+    bool isComplete_ MRB_GUARDED_BY(lock_) = false;         // the list
+    bool isRunning_ MRB_GUARDED_BY(lock_) = false;
 };
 
 } // namespace mrb

@@ -55,7 +55,7 @@ void Share::conclude(const JobResult &result) {
     if (!result.status.ok()) {
         MRB_LOG_ERROR("Share %d is incomplete: %s", handle_, result.status.message.c_str());
     }
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!std::exchange(started_, true)) {
         post(MRB_EVENT_SHARE_STARTED);
     }
@@ -72,7 +72,7 @@ void Share::post(int event) {
 }
 
 void Share::deliver(int event) noexcept {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     // A copy, since the job continues concurrently.
     mrb_share_status_info_s progress = progress_;
     const bool isLast = event == lastEvent_;
@@ -90,7 +90,7 @@ void Share::deliver(int event) noexcept {
 }
 
 void Share::begins(std::uint32_t files, std::uint64_t bytes) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     progress_.total_file_count = files;
     progress_.total_file_size = bytes;
     started_ = true;
@@ -98,7 +98,7 @@ void Share::begins(std::uint32_t files, std::uint64_t bytes) {
 }
 
 void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     // The size in the list may be outdated.
     progress_.total_file_size += size - planned;
     setFile(name, size);
@@ -106,13 +106,13 @@ void Share::fileBegins(const std::string &name, std::uint64_t size, std::uint64_
 }
 
 void Share::fileMoves(std::uint64_t bytes) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     progress_.progress_file_size = bytes;
     reportProgress();
 }
 
 void Share::fileEnds(bool isDone) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (isDone) {
         ++progress_.done_file_count;
         progress_.success_file_size += progress_.current_file_size;

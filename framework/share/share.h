@@ -5,9 +5,9 @@
 #include <functional>
 #include <latch>
 #include <memory>
-#include <mutex>
 #include <optional>
 
+#include "base/mutex.h"
 #include "events/event_thread.h"
 #include "mrb/share.h"
 #include "share/job.h"
@@ -54,8 +54,8 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     JobResult work();
     void conclude(const JobResult &result);
     void post(int event);
-    void setFile(const std::string &name, std::uint64_t size); // with lock_ held
-    void reportProgress();                                     // with lock_ held
+    void setFile(const std::string &name, std::uint64_t size) MRB_REQUIRES(lock_);
+    void reportProgress() MRB_REQUIRES(lock_);
 
     EventThread &events_;
     const mrb_share_handler_h handle_;
@@ -66,13 +66,13 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     std::latch begin_{1};
     std::atomic<bool> stopped_ = false;
 
-    std::mutex lock_; // guards what follows
-    mrb_share_status_info_s progress_{};
-    int lastEvent_ = -1;
-    bool started_ = false;
-    bool progressQueued_ = false;
+    Mutex lock_;
+    mrb_share_status_info_s progress_ MRB_GUARDED_BY(lock_){};
+    int lastEvent_ MRB_GUARDED_BY(lock_) = -1;
+    bool started_ MRB_GUARDED_BY(lock_) = false;
+    bool progressQueued_ MRB_GUARDED_BY(lock_) = false;
     // When the last callback returned; no value: none was called yet.
-    std::optional<std::chrono::steady_clock::time_point> notifiedAt_;
+    std::optional<std::chrono::steady_clock::time_point> notifiedAt_ MRB_GUARDED_BY(lock_);
 };
 
 } // namespace mrb

@@ -129,7 +129,7 @@ Status Shares::makeJob(int type, const ShareRequest &request, const std::shared_
 }
 
 int Shares::stop(mrb_share_handler_h handle) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const auto found = shares_.find(handle);
     if (found == shares_.end()) {
         return MRB_ERR_INVALID_HANDLE;
@@ -139,7 +139,7 @@ int Shares::stop(mrb_share_handler_h handle) {
 }
 
 void Shares::shutDown() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     down_ = true;
     for (const auto &[handle, share] : shares_) {
         share->stop();
@@ -148,7 +148,7 @@ void Shares::shutDown() {
 
 std::shared_ptr<Share> Shares::add(ShareCallback listener, std::unique_ptr<Job> job,
                                    mrb_share_handler_h &handle) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (down_) {
         return nullptr;
     }
@@ -167,7 +167,7 @@ std::shared_ptr<Share> Shares::add(ShareCallback listener, std::unique_ptr<Job> 
 
 void Shares::remove(mrb_share_handler_h handle) {
     std::shared_ptr<Share> removed; // declared before the lock, so that it is released after it
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (const auto found = shares_.find(handle); found != shares_.end()) {
         removed = std::move(found->second);
         shares_.erase(found);

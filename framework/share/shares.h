@@ -3,9 +3,9 @@
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "base/mutex.h"
 #include "base/result.h"
 #include "base/thread_group.h"
 #include "events/event_thread.h"
@@ -50,15 +50,15 @@ class Shares {
     static Status makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                           std::unique_ptr<Job> &job);
     std::shared_ptr<Share> add(ShareCallback listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
-    void remove(mrb_share_handler_h handle);
+    void remove(mrb_share_handler_h handle) MRB_EXCLUDES(lock_);
 
     EventThread &events_;
     ThreadGroup threads_{"mrb-share", "A device or server of its share does not answer."};
 
-    std::mutex lock_; // guards what follows
-    std::map<mrb_share_handler_h, std::shared_ptr<Share>> shares_;
-    mrb_share_handler_h nextHandle_ = FIRST_HANDLE;
-    bool down_ = false;
+    Mutex lock_;
+    std::map<mrb_share_handler_h, std::shared_ptr<Share>> shares_ MRB_GUARDED_BY(lock_);
+    mrb_share_handler_h nextHandle_ MRB_GUARDED_BY(lock_) = FIRST_HANDLE;
+    bool down_ MRB_GUARDED_BY(lock_) = false;
 };
 
 } // namespace mrb
