@@ -37,7 +37,7 @@ void WatchThread::watch(const std::shared_ptr<WatchObserver> &list, std::unique_
     if (source->fd() < 0) {
         return; // The watch has logged why.
     }
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     if (finishing_) {
         return;
     }
@@ -56,7 +56,7 @@ void WatchThread::watch(const std::shared_ptr<WatchObserver> &list, std::unique_
 }
 
 void WatchThread::forget(const WatchObserver &list) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     for (const auto &entry : entries_) {
         if (entry->key == &list) {
             entry->forgotten = true;
@@ -67,7 +67,7 @@ void WatchThread::forget(const WatchObserver &list) {
 
 bool WatchThread::finish(Time deadline) {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         finishing_ = true;
         if (thread_.isStarted()) {
             wake();
@@ -129,7 +129,7 @@ bool WatchThread::collect(Entries &entries) {
     Entries next;
     bool isEnd = false;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         isEnd = finishing_;
         const auto firstDropped =
             std::stable_partition(entries_.begin(), entries_.end(),

@@ -2,11 +2,11 @@
 
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "base/descriptor.h"
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 #include "watch/watch.h"
 
 namespace mrb {
@@ -31,7 +31,7 @@ class WatchThread {
     void watch(const std::shared_ptr<WatchObserver> &list, std::unique_ptr<Watch> source);
 
     // Ends that soon; the watch thread cleans up. Does nothing when the list is not watched.
-    void forget(const WatchObserver &list);
+    void forget(const WatchObserver &list) MRB_EXCLUDES(lock_);
 
     // Ends the thread. If it is still blocked by a device at the deadline, it is detached: false.
     bool finish(std::chrono::steady_clock::time_point deadline);
@@ -55,15 +55,15 @@ class WatchThread {
     };
     using Entries = std::vector<std::shared_ptr<Entry>>;
 
-    void start(); // with lock_ held
+    void start() MRB_REQUIRES(lock_);
     void run();
     void wake() const;
-    [[nodiscard]] bool collect(Entries &entries);
-    void handle(Entry &entry, bool readable, bool mountsChanged);
+    [[nodiscard]] bool collect(Entries &entries) MRB_EXCLUDES(lock_);
+    void handle(Entry &entry, bool readable, bool mountsChanged) MRB_EXCLUDES(lock_);
 
-    std::mutex lock_; // guards what follows
-    Entries entries_;
-    bool finishing_ = false;
+    Mutex lock_;
+    Entries entries_ MRB_GUARDED_BY(lock_);
+    bool finishing_ MRB_GUARDED_BY(lock_) = false;
 
     // Set before the thread starts.
     Descriptor wake_;

@@ -21,7 +21,7 @@ std::string pathOf(int descriptor) {
 
 void FolderMounts::add(int descriptor) {
     const MountIdentity mount = mountIdentityOf(descriptor);
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (mounts_.empty()) {
         root_ = pathOf(descriptor);
         mounts_.emplace("", mount);
@@ -41,7 +41,7 @@ void FolderMounts::add(int descriptor) {
 }
 
 MountIdentity FolderMounts::of(std::string_view folder) const {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return find(folder);
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "base/mount_identity.h"
+#include "base/mutex.h"
 
 namespace mrb {
 
@@ -21,13 +21,12 @@ class FolderMounts {
     [[nodiscard]] MountIdentity of(std::string_view folder) const;
 
   private:
-    // With lock_ held.
-    [[nodiscard]] MountIdentity find(std::string_view folder) const;
+    [[nodiscard]] MountIdentity find(std::string_view folder) const MRB_REQUIRES(lock_);
 
-    mutable std::mutex lock_; // guards what follows
-    std::string root_;        // its path in the kernel's spelling
+    mutable Mutex lock_;
+    std::string root_ MRB_GUARDED_BY(lock_); // its path in the kernel's spelling
     // By the path of the topmost folder on the mount; almost always the first folder only.
-    std::map<std::string, MountIdentity, std::less<>> mounts_;
+    std::map<std::string, MountIdentity, std::less<>> mounts_ MRB_GUARDED_BY(lock_);
 };
 
 } // namespace mrb

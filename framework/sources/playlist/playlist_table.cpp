@@ -10,7 +10,7 @@ PlaylistTable::Text PlaylistTable::keep(std::string_view text) {
 }
 
 std::string PlaylistTable::add(const PlaylistRow &row) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const std::size_t length = row.playlist.size() + row.place.size() + row.title.size();
     if (text_.endWith(length) + 2 * CHUNK_BYTES > MAX_TEXT_BYTES ||
         rows_.size() >= std::numeric_limits<std::int32_t>::max()) {
@@ -28,7 +28,7 @@ std::optional<PlaylistRow> PlaylistTable::find(std::string_view id) const {
     std::size_t number = 0;
     const char *end = id.data() + id.size();
     const auto read = std::from_chars(id.data(), end, number);
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (read.ec != std::errc() || read.ptr != end || number >= rows_.size()) {
         return std::nullopt;
     }
@@ -38,7 +38,7 @@ std::optional<PlaylistRow> PlaylistTable::find(std::string_view id) const {
 }
 
 std::optional<std::string> PlaylistTable::idOf(std::string_view playlist, std::int32_t position) const {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     for (std::size_t number = 0; number < rows_.size(); ++number) {
         if (rows_[number].position == position && view(rows_[number].playlist) == playlist) {
             return std::to_string(number);

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +9,7 @@
 
 #include "base/chunks.h"
 #include "base/mount_identity.h"
+#include "base/mutex.h"
 #include "sources/playlist/entry_resolver.h"
 
 namespace mrb {
@@ -57,14 +57,15 @@ class PlaylistTable {
         MountIdentity mount;
     };
 
-    // All with lock_ held.
-    Text keep(std::string_view text);
-    [[nodiscard]] std::string_view view(Text text) const { return text_.at(text.start, text.length); }
+    Text keep(std::string_view text) MRB_REQUIRES(lock_);
+    [[nodiscard]] std::string_view view(Text text) const MRB_REQUIRES(lock_) {
+        return text_.at(text.start, text.length);
+    }
 
-    mutable std::mutex lock_; // guards what follows
-    ChunkedArray<Row> rows_;
-    ChunkedText text_;
-    Text lastPlaylist_{0, 0};
+    mutable Mutex lock_;
+    ChunkedArray<Row> rows_ MRB_GUARDED_BY(lock_);
+    ChunkedText text_ MRB_GUARDED_BY(lock_);
+    Text lastPlaylist_ MRB_GUARDED_BY(lock_){0, 0};
 };
 
 } // namespace mrb
