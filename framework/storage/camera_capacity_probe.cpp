@@ -6,12 +6,12 @@
 #include <chrono>
 #include <exception>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "base/descriptor.h"
 #include "base/log.h"
+#include "base/mutex.h"
 #include "camera/camera_service.h"
 
 namespace mrb {
@@ -39,9 +39,13 @@ void warn(Asked &asked, const std::string &name, const Status &status) {
 
 struct CameraCapacityProbe::Mailbox {
     Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-    std::mutex lock; // guards what follows
-    std::vector<Answer> answers;
-    std::map<CameraAddress, Asked> cameras;
+    Mutex lock;
+    std::vector<Answer> answers MRB_GUARDED_BY(lock);
+    std::map<CameraAddress, Asked> cameras MRB_GUARDED_BY(lock);
+
+    // With the lock held, so that the end of the request waits for it.
+    static void start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera)
+        MRB_REQUIRES(mailbox->lock);
 };
 
 CameraCapacityProbe::CameraCapacityProbe() : mailbox_(std::make_shared<Mailbox>()) {}
@@ -49,7 +53,7 @@ CameraCapacityProbe::CameraCapacityProbe() : mailbox_(std::make_shared<Mailbox>(
 int CameraCapacityProbe::fd() const { return mailbox_->news.fd(); }
 
 void CameraCapacityProbe::ask(std::span<const Device> cameras) {
-    const std::lock_guard guard(mailbox_->lock);
+    const MutexLock guard(mailbox_->lock);
     std::erase_if(mailbox_->cameras, [cameras](const auto &known) {
         return std::ranges::none_of(cameras, [&](const Device &each) { return each.camera == known.first; });
     });
@@ -59,7 +63,7 @@ void CameraCapacityProbe::ask(std::span<const Device> cameras) {
         Status status;
         if (!asked.task && (isNew || Clock::now() - asked.ended >= FRESH)) {
             try {
-                start(mailbox_, camera);
+                Mailbox::start(mailbox_, camera);
             } catch (const std::exception &failure) {
                 warn(asked, camera.name, Status::outOfMemory(failure.what()));
             }
@@ -70,12 +74,11 @@ void CameraCapacityProbe::ask(std::span<const Device> cameras) {
     }
 }
 
-// Called with the lock held, so that the end of the request waits for it.
-void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
+void CameraCapacityProbe::Mailbox::start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera) {
     const auto sizes = std::make_shared<CameraSizes>();
     const auto work = [sizes](Camera &opened) { return opened.readSizes(*sizes); };
     const auto ended = [mailbox, sizes, address = camera.camera, name = camera.name](const Status &status) {
-        const std::lock_guard guard(mailbox->lock);
+        const MutexLock guard(mailbox->lock);
         const auto known = mailbox->cameras.find(address);
         if (known == mailbox->cameras.end()) {
             return; // The camera was removed.
@@ -98,7 +101,7 @@ void CameraCapacityProbe::start(const std::shared_ptr<Mailbox> &mailbox, const D
 std::vector<CameraCapacityProbe::Answer> CameraCapacityProbe::answers() {
     eventfd_t ignored = 0;
     eventfd_read(mailbox_->news.fd(), &ignored);
-    const std::lock_guard guard(mailbox_->lock);
+    const MutexLock guard(mailbox_->lock);
     return std::exchange(mailbox_->answers, {});
 }
 

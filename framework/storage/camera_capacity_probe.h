@@ -33,7 +33,6 @@ class CameraCapacityProbe {
 
   private:
     struct Mailbox;
-    static void start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera);
 
     const std::shared_ptr<Mailbox> mailbox_; // shared with the requests under way
 };

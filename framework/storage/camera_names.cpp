@@ -3,19 +3,19 @@
 #include <sys/eventfd.h>
 
 #include <exception>
-#include <mutex>
 #include <utility>
 
 #include "base/descriptor.h"
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/threads.h"
 
 namespace mrb {
 
 struct CameraNames::Mailbox {
     Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-    std::mutex lock; // guards what follows
-    std::vector<Answer> answers;
+    Mutex lock;
+    std::vector<Answer> answers MRB_GUARDED_BY(lock);
 };
 
 CameraNames::CameraNames() : mailbox_(std::make_shared<Mailbox>()) {}
@@ -41,7 +41,7 @@ void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAdd
                             name.c_str());
         }
         if (!model.name.empty()) {
-            const std::lock_guard guard(mailbox.lock);
+            const MutexLock guard(mailbox.lock);
             mailbox.answers.push_back({key, address, model.name});
             eventfd_write(mailbox.news.fd(), 1);
         }
@@ -53,7 +53,7 @@ void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAdd
 std::vector<CameraNames::Answer> CameraNames::answers() {
     eventfd_t ignored = 0;
     eventfd_read(mailbox_->news.fd(), &ignored);
-    const std::lock_guard guard(mailbox_->lock);
+    const MutexLock guard(mailbox_->lock);
     return std::exchange(mailbox_->answers, {});
 }
 

@@ -1,15 +1,14 @@
 #include "storage/capacity_probe.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "base/log.h"
+#include "base/mutex.h"
 #include "base/on_demand.h"
 #include "base/threads.h"
 
@@ -48,9 +47,10 @@ struct CapacityProbe::Round {
 
 struct CapacityProbe::State {
     Ask ask;
-    std::mutex lock; // guards what follows, and all rounds
-    std::condition_variable change;
-    std::map<std::string, std::shared_ptr<Asked>> late; // requests that exceeded their deadline
+    Mutex lock; // also guards all rounds
+    ConditionVariable change;
+    // Requests that exceeded their deadline.
+    std::map<std::string, std::shared_ptr<Asked>> late MRB_GUARDED_BY(lock);
 };
 
 CapacityProbe::CapacityProbe(Ask ask) : state_(std::make_shared<State>()) { state_->ask = std::move(ask); }
@@ -63,7 +63,7 @@ CapacityProbe &CapacityProbe::instance() {
 void CapacityProbe::measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline) {
     const auto round = std::make_shared<Round>();
     std::vector<Device *> waiting; // one for each of the round's requests
-    std::unique_lock guard(state_->lock);
+    const MutexLock guard(state_->lock);
     for (Device &device : devices) {
         if (const auto late = state_->late.find(keyOf(device)); late != state_->late.end()) {
             if (!late->second->isAnswered) {
@@ -82,8 +82,9 @@ void CapacityProbe::measure(std::span<Device> devices, std::chrono::steady_clock
         if (round->taken < number) { // otherwise all are started and slow
             startWorker(round);
         }
-        state_->change.wait_until(guard, std::min(deadline, std::chrono::steady_clock::now() + TIMEOUT),
-                                  [&] { return round->answered == number; });
+        const auto next = std::min(deadline, std::chrono::steady_clock::now() + TIMEOUT);
+        while (round->answered < number && state_->change.waitUntil(state_->lock, next)) {
+        }
     }
     const std::size_t taken = std::exchange(round->taken, number); // The rest is left to a later call.
     if (state_->late.size() > MAX_LATE) {
@@ -111,7 +112,7 @@ void CapacityProbe::startWorker(const std::shared_ptr<Round> &round) {
 }
 
 void CapacityProbe::work(State &state, Round &round) {
-    std::unique_lock guard(state.lock);
+    MutexLock guard(state.lock);
     while (round.taken < round.questions.size()) {
         const std::shared_ptr<Asked> asked = round.questions[round.taken++];
         Device device = asked->device;
@@ -121,7 +122,7 @@ void CapacityProbe::work(State &state, Round &round) {
         asked->device = std::move(device);
         asked->isAnswered = true;
         if (++round.answered == round.questions.size()) {
-            state.change.notify_all();
+            state.change.notifyAll();
         }
     }
 }

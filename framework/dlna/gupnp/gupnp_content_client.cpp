@@ -130,7 +130,7 @@ void GupnpContentClient::abandon(std::shared_ptr<Pending> pending) {
 }
 
 bool GupnpContentClient::post(Task task) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (closed_) {
         return false;
     }
@@ -151,7 +151,7 @@ bool GupnpContentClient::post(Task task) {
 }
 
 void GupnpContentClient::runTasks() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     const std::deque<Task> tasks = std::exchange(tasks_, {});
     guard.unlock();
     for (const Task &task : tasks) {
@@ -222,7 +222,7 @@ void GupnpContentClient::serversLeft() {
 
 void GupnpContentClient::close() {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         closed_ = true;
     }
     servers_ = nullptr; // posted tasks find no server any more

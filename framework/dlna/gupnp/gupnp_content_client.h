@@ -5,9 +5,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "base/cancellation.h"
+#include "base/mutex.h"
 #include "dlna/content_directory_client.h"
 #include "dlna/gupnp/gupnp_transfers.h"
 #include "dlna/gupnp/http_requests.h"
@@ -46,8 +46,8 @@ class GupnpContentClient final : public ContentDirectoryClient,
     using Begin = std::function<void(std::shared_ptr<Pending> pending)>;
 
     // Runs the task on the network's thread; false: the thread has ended.
-    bool post(Task task);
-    void runTasks();
+    bool post(Task task) MRB_EXCLUDES(lock_);
+    void runTasks() MRB_EXCLUDES(lock_);
     // Begins a request on the network's thread; null: the thread has ended.
     std::shared_ptr<Pending> begin(Begin begin);
     std::shared_ptr<Pending> begin(const BrowseRequest &request);
@@ -66,9 +66,9 @@ class GupnpContentClient final : public ContentDirectoryClient,
     const ServerTable *servers_ = nullptr;
     std::unique_ptr<HttpRequests> requests_;
 
-    std::mutex lock_; // guards what follows
-    bool closed_ = false;
-    std::deque<Task> tasks_; // for the network's thread
+    Mutex lock_;
+    bool closed_ MRB_GUARDED_BY(lock_) = false;
+    std::deque<Task> tasks_ MRB_GUARDED_BY(lock_); // for the network's thread
 };
 
 } // namespace mrb::dlna

@@ -6,13 +6,13 @@
 namespace mrb::dlna {
 
 void Pending::finish(Reply reply) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     reply_ = std::move(reply);
-    finished_.notify_all();
+    finished_.notifyAll();
 }
 
 bool Pending::isFinished() const {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return reply_.has_value();
 }
 
@@ -21,7 +21,7 @@ Reply Pending::await(std::chrono::milliseconds timeout, const CancellationToken 
     // A cancellation does not notify this condition variable, so it is polled.
     constexpr auto POLL_INTERVAL = std::chrono::milliseconds(15);
     const auto deadline = steady_clock::now() + timeout;
-    std::unique_lock guard(lock_);
+    const MutexLock guard(lock_);
     while (!reply_) {
         if (cancellation.isCancelled()) {
             return {Status::cancelled(), 0, {}};
@@ -30,7 +30,7 @@ Reply Pending::await(std::chrono::milliseconds timeout, const CancellationToken 
         if (now >= deadline) {
             return {Status::timedOut("The server did not answer in time."), 0, {}};
         }
-        finished_.wait_until(guard, std::min<steady_clock::time_point>(deadline, now + POLL_INTERVAL));
+        finished_.waitUntil(lock_, std::min<steady_clock::time_point>(deadline, now + POLL_INTERVAL));
     }
     return *std::move(reply_);
 }

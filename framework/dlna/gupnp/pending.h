@@ -1,12 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "base/cancellation.h"
+#include "base/mutex.h"
 #include "base/result.h"
 
 namespace mrb::dlna {
@@ -32,9 +31,9 @@ class Pending {
     Reply await(std::chrono::milliseconds timeout, const CancellationToken &cancellation);
 
   private:
-    mutable std::mutex lock_; // guards what follows
-    std::condition_variable finished_;
-    std::optional<Reply> reply_;
+    mutable Mutex lock_;
+    ConditionVariable finished_;
+    std::optional<Reply> reply_ MRB_GUARDED_BY(lock_);
 };
 
 } // namespace mrb::dlna
