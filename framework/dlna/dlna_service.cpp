@@ -39,7 +39,7 @@ DlnaService &DlnaService::instance() {
 bool DlnaService::finish(Time deadline) { return instance().shutDown(deadline); }
 
 int DlnaService::begin(const StateCallback &listener) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
@@ -56,46 +56,41 @@ int DlnaService::begin(const StateCallback &listener) {
 }
 
 int DlnaService::end(const StateCallback &listener) {
-    std::unique_lock guard(lock_);
+    const MutexLock guard(lock_);
     const auto known = find(listener);
     if (known == clients_.end() || down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
     known->ending = true;
     const std::shared_ptr<ServiceClient> client = known->target;
-    const auto isGone = [&] {
-        return std::ranges::find(clients_, client, &Client::target) == clients_.end();
-    };
     if (events_.isOwnThread()) {
         // This is the event thread: no other thread could run update().
-        guard.unlock();
-        for (bool gone = false; !gone;) {
+        while (!isGone(client)) {
+            const MutexUnlock unlocked(lock_);
             update();
-            guard.lock();
-            gone = isGone();
-            guard.unlock();
         }
         return MRB_ERR_NONE;
     }
     postUpdate();
     const auto now = std::chrono::steady_clock::now();
-    const bool isOver = removed_.wait_until(guard, now + TIMEOUT, [&] { return isGone() || down_; });
-    return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(guard, client, now + CALLBACK_LIMIT);
+    while (!isGone(client) && !down_ && removed_.waitUntil(lock_, now + TIMEOUT)) {
+    }
+    const bool isOver = isGone(client) || down_;
+    return isOver ? static_cast<int>(MRB_ERR_NONE) : dismissHere(client, now + CALLBACK_LIMIT);
 }
 
 // Ends a client after TIMEOUT: on the calling thread.
-int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
-                             const std::shared_ptr<ServiceClient> &client, Time deadline) {
+int DlnaService::dismissHere(const std::shared_ptr<ServiceClient> &client, Time deadline) {
     const auto isIts = [&client](const Client &each) { return each.target == client; };
     const auto known = std::ranges::find_if(clients_, isIts);
     if (known != clients_.end() && !known->ending) {
         // The event thread is notifying it.
-        const bool isNotified =
-            removed_.wait_until(guard, deadline, [&] { return std::ranges::none_of(clients_, isIts); });
-        return isNotified ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
+        while (!isGone(client) && removed_.waitUntil(lock_, deadline)) {
+        }
+        return isGone(client) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
     }
     std::erase_if(clients_, isIts);
-    guard.unlock();
+    const MutexUnlock unlocked(lock_);
     if (!events_.withdraw(*client, deadline)) {
         return MRB_ERR_TIMEOUT;
     }
@@ -105,7 +100,7 @@ int DlnaService::dismissHere(std::unique_lock<std::mutex> &guard,
 
 int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         if (down_) {
             return MRB_ERR_NOT_INITIALIZED;
         }
@@ -114,13 +109,13 @@ int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
 }
 
 int DlnaService::list(std::vector<Device> &servers) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     servers = servers_.list(DeviceKind::SERVER);
     return isWanted() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
 Status DlnaService::find(const std::string &idOrAddress, Found &found) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!isWanted() || down_) {
         return Status::notInitialized("The DLNA service is not started.");
     }
@@ -144,29 +139,29 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
 }
 
 std::shared_ptr<ContentDirectoryClient> DlnaService::contentClient() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return isWanted() && network_ ? network_->contentClient() : nullptr;
 }
 
 bool DlnaService::isThere(const std::string &id) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return isWanted() && servers_.contains(id);
 }
 
 // Brings the network and the clients into the wanted state, one step at a time: the events of
 // a step are queued before the next step's.
 void DlnaService::update() {
-    std::unique_lock guard(lock_);
+    const MutexLock guard(lock_);
     if (isWanted() && !network_ && !down_) {
-        startNetwork(guard);
+        startNetwork();
     }
     // Also a network that the last client ended while it was being started.
     if ((!isWanted() || down_) && network_) {
-        stopNetwork(guard);
+        stopNetwork();
         postUpdate();
         return;
     }
-    removeEndedClients(guard);
+    removeEndedClients();
 }
 
 void DlnaService::postUpdate() {
@@ -177,32 +172,34 @@ void DlnaService::post(const std::shared_ptr<ServiceClient> &client, int state) 
     events_.post(client, [client = client.get(), state] { client->notify(state); });
 }
 
-void DlnaService::startNetwork(std::unique_lock<std::mutex> &guard) {
-    guard.unlock();
+void DlnaService::startNetwork() {
     std::unique_ptr<Network> network;
-    try {
-        network = start_(*this);
-    } catch (const std::exception &failure) {
-        MRB_LOG_ERROR("The DLNA service cannot be started: %s", failure.what());
+    {
+        const MutexUnlock unlocked(lock_);
+        try {
+            network = start_(*this);
+        } catch (const std::exception &failure) {
+            MRB_LOG_ERROR("The DLNA service cannot be started: %s", failure.what());
+        }
     }
-    guard.lock();
     network_ = std::move(network);
     if (!network_) {
         notifyClients(MRB_SERVICE_STATE_FAILED);
     }
 }
 
-void DlnaService::stopNetwork(std::unique_lock<std::mutex> &guard) {
+void DlnaService::stopNetwork() {
     std::unique_ptr<Network> network = std::move(network_);
-    guard.unlock();
-    removed_.notify_all();
-    network.reset(); // its last events arrive during this
-    guard.lock();
+    {
+        const MutexUnlock unlocked(lock_);
+        removed_.notifyAll();
+        network.reset(); // its last events arrive during this
+    }
     running_ = false;
 }
 
 // Notifies the ending clients of the end, and removes them.
-void DlnaService::removeEndedClients(std::unique_lock<std::mutex> &guard) {
+void DlnaService::removeEndedClients() {
     while (true) {
         const auto ending = std::ranges::find(clients_, true, &Client::ending);
         if (ending == clients_.end()) {
@@ -210,29 +207,30 @@ void DlnaService::removeEndedClients(std::unique_lock<std::mutex> &guard) {
         }
         const std::shared_ptr<ServiceClient> client = ending->target;
         ending->ending = false; // notified once, whatever its callback does
-        guard.unlock();
-        events_.withdraw(*client);
-        client->notify(MRB_SERVICE_STATE_STOPPED);
-        guard.lock();
+        {
+            const MutexUnlock unlocked(lock_);
+            events_.withdraw(*client);
+            client->notify(MRB_SERVICE_STATE_STOPPED);
+        }
         std::erase_if(clients_, [&](const Client &each) { return each.target == client; });
-        removed_.notify_all();
+        removed_.notifyAll();
     }
 }
 
 void DlnaService::networkStarted() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     running_ = true;
     notifyClients(MRB_SERVICE_STATE_STARTED);
 }
 
 void DlnaService::serverArrived(const Server &server) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     servers_.set(server.id, deviceOf(server));
     postServerEvents();
 }
 
 void DlnaService::serverLeft(const Server &server) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     servers_.remove(server.id);
     postServerEvents();
 }
@@ -254,6 +252,10 @@ bool DlnaService::isWanted() const {
     return std::ranges::any_of(clients_, [](const Client &client) { return !client.ending; });
 }
 
+bool DlnaService::isGone(const std::shared_ptr<ServiceClient> &client) const {
+    return std::ranges::find(clients_, client, &Client::target) == clients_.end();
+}
+
 std::vector<DlnaService::Client>::iterator DlnaService::find(const StateCallback &listener) {
     return std::ranges::find_if(clients_, [&](const Client &client) {
         return client.target->listener() == listener && !client.ending;
@@ -261,19 +263,20 @@ std::vector<DlnaService::Client>::iterator DlnaService::find(const StateCallback
 }
 
 bool DlnaService::shutDown(Time deadline) {
-    std::unique_lock guard(lock_);
-    down_ = true;
-    removed_.notify_all();
     // The event thread destroys the network, since that waits for the network's thread.
-    if (events_.isOwnThread()) {
-        guard.unlock();
+    const bool isInside = events_.isOwnThread();
+    {
+        const MutexLock guard(lock_);
+        down_ = true;
+        removed_.notifyAll();
+        if (!isInside && network_) {
+            postUpdate();
+            while (network_ && removed_.waitUntil(lock_, deadline)) {
+            }
+        }
+    }
+    if (isInside) {
         update();
-    } else if (network_) {
-        postUpdate();
-        removed_.wait_until(guard, deadline, [this] { return !network_; });
-        guard.unlock();
-    } else {
-        guard.unlock();
     }
     return events_.finish(deadline);
 }

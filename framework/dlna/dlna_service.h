@@ -1,14 +1,13 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/mutex.h"
 #include "base/result.h"
 #include "dlna/content_directory_client.h"
 #include "dlna/network.h"
@@ -83,31 +82,33 @@ class DlnaService final : private NetworkObserver {
     void serverArrived(const Server &server) override;
     void serverLeft(const Server &server) override;
 
-    void update();
+    void update() MRB_EXCLUDES(lock_);
     void postUpdate();
     void post(const std::shared_ptr<ServiceClient> &client, int state);
-    void startNetwork(std::unique_lock<std::mutex> &guard);
-    void stopNetwork(std::unique_lock<std::mutex> &guard);
-    void removeEndedClients(std::unique_lock<std::mutex> &guard);
-    int dismissHere(std::unique_lock<std::mutex> &guard, const std::shared_ptr<ServiceClient> &client,
-                    Time deadline);
-    void notifyClients(int state);
-    void postServerEvents();
-    [[nodiscard]] bool isWanted() const;
-    [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener);
+    // Without the lock while they wait for the network or a callback:
+    void startNetwork() MRB_REQUIRES(lock_);
+    void stopNetwork() MRB_REQUIRES(lock_);
+    void removeEndedClients() MRB_REQUIRES(lock_);
+    int dismissHere(const std::shared_ptr<ServiceClient> &client, Time deadline) MRB_REQUIRES(lock_);
+
+    void notifyClients(int state) MRB_REQUIRES(lock_);
+    void postServerEvents() MRB_REQUIRES(lock_);
+    [[nodiscard]] bool isWanted() const MRB_REQUIRES(lock_);
+    [[nodiscard]] bool isGone(const std::shared_ptr<ServiceClient> &client) const MRB_REQUIRES(lock_);
+    [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener) MRB_REQUIRES(lock_);
 
     const Start start_;
     EventThread events_{"mrb-dlna-events"};
     const std::shared_ptr<EventTarget> updates_ = std::make_shared<EventTarget>();
     const std::shared_ptr<DeviceNotifier> notifier_ = std::make_shared<DeviceNotifier>(events_);
 
-    std::mutex lock_; // guards what follows
-    std::condition_variable removed_;
-    std::vector<Client> clients_;
-    DeviceTable servers_;
-    std::unique_ptr<Network> network_; // the event thread alone changes it
-    bool running_ = false;
-    bool down_ = false;
+    Mutex lock_;
+    ConditionVariable removed_;
+    std::vector<Client> clients_ MRB_GUARDED_BY(lock_);
+    DeviceTable servers_ MRB_GUARDED_BY(lock_);
+    std::unique_ptr<Network> network_ MRB_GUARDED_BY(lock_); // the event thread alone changes it
+    bool running_ MRB_GUARDED_BY(lock_) = false;
+    bool down_ MRB_GUARDED_BY(lock_) = false;
 };
 
 } // namespace mrb::dlna

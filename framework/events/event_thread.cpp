@@ -9,35 +9,35 @@ namespace mrb {
 EventThread::~EventThread() { finish(Time::max()); }
 
 void EventThread::start() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!finishing_) {
         thread_.start([this] { run(); });
     }
 }
 
 void EventThread::post(std::shared_ptr<EventTarget> target, std::function<void()> deliver) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (!finishing_ && !target->withdrawn_) {
         queue_.push_back({std::move(target), std::move(deliver)});
-        wake_.notify_one();
+        wake_.notifyOne();
     }
 }
 
 bool EventThread::withdraw(EventTarget &target, Time deadline) {
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         target.withdrawn_ = true;
     }
     return awaitEnd(drop(target), deadline);
 }
 
 EventThread::Delivery EventThread::deliveryTo(const EventTarget &target) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return runningTo(target);
 }
 
 EventThread::Delivery EventThread::drop(const EventTarget &target) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     std::erase_if(queue_, [&target](const Event &event) { return event.target.get() == &target; });
     return runningTo(target);
 }
@@ -50,9 +50,10 @@ bool EventThread::awaitEnd(Delivery delivery, Time deadline) {
     if (delivery == 0 || thread_.isCurrent()) {
         return true;
     }
-    std::unique_lock guard(lock_);
-    const auto isOver = [this, delivery] { return running_ == nullptr || deliveries_ != delivery; };
-    if (idle_.wait_until(guard, deadline, isOver)) {
+    MutexLock guard(lock_);
+    while (running_ != nullptr && deliveries_ == delivery && idle_.waitUntil(lock_, deadline)) {
+    }
+    if (running_ == nullptr || deliveries_ != delivery) {
         return true;
     }
     guard.unlock();
@@ -63,18 +64,20 @@ bool EventThread::awaitEnd(Delivery delivery, Time deadline) {
 bool EventThread::finish(Time deadline) {
     std::deque<Event> dropped; // outlives the lock: a target may end with it
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         finishing_ = true;
         dropped.swap(queue_);
-        wake_.notify_one();
+        wake_.notifyOne();
     }
     return thread_.finish(deadline);
 }
 
 void EventThread::run() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     while (true) {
-        wake_.wait(guard, [this] { return finishing_ || !queue_.empty(); });
+        while (!finishing_ && queue_.empty()) {
+            wake_.wait(lock_);
+        }
         if (finishing_) {
             return;
         }
@@ -88,7 +91,7 @@ void EventThread::run() {
         event.target = nullptr;  // which may destroy it, and that takes time
         guard.lock();
         running_ = nullptr;
-        idle_.notify_all();
+        idle_.notifyAll();
     }
 }
 

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 
 namespace mrb {
 
@@ -61,10 +60,10 @@ class EventThread {
     // The target's delivery that is under way.
     [[nodiscard]] Delivery deliveryTo(const EventTarget &target);
     // Drops the target's queued events, but no later ones, and returns deliveryTo() of that moment.
-    Delivery drop(const EventTarget &target);
+    Delivery drop(const EventTarget &target) MRB_EXCLUDES(lock_);
     // Returns when the delivery has ended, or at once when called from inside it. False: it has
     // not by the deadline.
-    bool awaitEnd(Delivery delivery, Time deadline = Clock::now() + CALLBACK_LIMIT);
+    bool awaitEnd(Delivery delivery, Time deadline = Clock::now() + CALLBACK_LIMIT) MRB_EXCLUDES(lock_);
 
     // Whether the caller runs on this event thread.
     [[nodiscard]] bool isOwnThread() const { return thread_.isCurrent(); }
@@ -79,16 +78,17 @@ class EventThread {
         std::function<void()> deliver;
     };
 
-    void run();
-    Delivery runningTo(const EventTarget &target) const; // with lock_ held
+    void run() MRB_EXCLUDES(lock_);
+    Delivery runningTo(const EventTarget &target) const MRB_REQUIRES(lock_);
 
-    std::mutex lock_; // guards what follows
-    std::condition_variable wake_;
-    std::condition_variable idle_;
-    std::deque<Event> queue_;
-    const EventTarget *running_ = nullptr;
-    Delivery deliveries_ = 0; // number of those begun, and the latest one
-    bool finishing_ = false;
+    Mutex lock_; // also guards what the targets say it does
+    ConditionVariable wake_;
+    ConditionVariable idle_;
+    std::deque<Event> queue_ MRB_GUARDED_BY(lock_);
+    const EventTarget *running_ MRB_GUARDED_BY(lock_) = nullptr;
+    // Number of those begun, and the latest one.
+    Delivery deliveries_ MRB_GUARDED_BY(lock_) = 0;
+    bool finishing_ MRB_GUARDED_BY(lock_) = false;
 
     JoinableThread thread_;
 };

@@ -9,7 +9,7 @@ namespace mrb {
 int DeviceNotifier::set(mrb_storage_notification_cb callback, void *userData) {
     EventThread::Delivery earlier = 0;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         callback_ = callback;
         userData_ = userData;
         earlier = thread_.deliveryTo(*this);
@@ -20,7 +20,7 @@ int DeviceNotifier::set(mrb_storage_notification_cb callback, void *userData) {
 int DeviceNotifier::remove() {
     EventThread::Delivery earlier = 0;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         callback_ = nullptr;
         collected_.clear();
         earlier = thread_.drop(*this);
@@ -29,12 +29,12 @@ int DeviceNotifier::remove() {
 }
 
 bool DeviceNotifier::isSet() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return callback_ != nullptr;
 }
 
 bool DeviceNotifier::collect(const DeviceEvent &event) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (callback_ == nullptr) {
         return false;
     }
@@ -43,14 +43,14 @@ bool DeviceNotifier::collect(const DeviceEvent &event) {
 }
 
 void DeviceNotifier::keepSizes(const Device &measured) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     for (DeviceEvent &event : collected_) {
         mrb::keepSizes(event.device, measured);
     }
 }
 
 void DeviceNotifier::post() {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     for (DeviceEvent &event : std::exchange(collected_, {})) {
         thread_.post(shared_from_this(),
                      [this, event = std::move(event)]() mutable { deliver(std::move(event)); });
@@ -58,7 +58,7 @@ void DeviceNotifier::post() {
 }
 
 void DeviceNotifier::deliver(DeviceEvent event) {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     const mrb_storage_notification_cb callback = callback_;
     void *const userData = userData_;
     guard.unlock();

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "base/mutex.h"
 #include "events/event_thread.h"
 #include "mrb/storage.h"
 #include "storage/device_table.h"
@@ -40,10 +40,10 @@ class DeviceNotifier final : public EventTarget, public std::enable_shared_from_
 
     EventThread &thread_;
 
-    std::mutex lock_; // guards what follows
-    mrb_storage_notification_cb callback_ = nullptr;
-    void *userData_ = nullptr;
-    std::vector<DeviceEvent> collected_;
+    Mutex lock_;
+    mrb_storage_notification_cb callback_ MRB_GUARDED_BY(lock_) = nullptr;
+    void *userData_ MRB_GUARDED_BY(lock_) = nullptr;
+    std::vector<DeviceEvent> collected_ MRB_GUARDED_BY(lock_);
 };
 
 } // namespace mrb

@@ -24,13 +24,13 @@ std::vector<Device> DeviceService::attached(DeviceKind kind) {
     } catch (const std::system_error &failure) {
         MRB_LOG_ERROR("The devices are not scanned: %s", failure.what());
     }
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     return known_.list(kind);
 }
 
 std::vector<Device> DeviceService::list(DeviceKind kind) {
     const Time deadline = awaitScan();
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     std::vector<Device> devices = known_.list(kind);
     guard.unlock();
     if (kind == DeviceKind::CAMERA) {
@@ -57,7 +57,7 @@ int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) 
         awaitScan();
     }
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         if (down_) {
             return MRB_ERR_NOT_INITIALIZED;
         }
@@ -67,7 +67,7 @@ int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) 
 }
 
 void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<RemovalObserver> &observer) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (down_) {
         return;
     }
@@ -77,18 +77,18 @@ void DeviceService::awaitRemoval(const Device &device, const std::shared_ptr<Rem
 }
 
 void DeviceService::forget(const RemovalObserver &observer) {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     const auto isIts = [&observer](const Awaited &awaited) { return awaited.key == &observer; };
     std::erase_if(awaited_, isIts);
     std::erase_if(departed_, isIts);
 }
 
 bool DeviceService::shutDown(std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     down_ = true;
     awaited_.clear();
     departed_.clear();
-    change_.notify_all(); // calls that wait for a scan
+    change_.notifyAll(); // calls that wait for a scan
     if (thread_.isStarted()) {
         wake();
     }
@@ -113,7 +113,7 @@ void DeviceService::wake() const { eventfd_write(wake_.fd(), 1); }
 // Waits until a scan that began after this call has ended, or until the timeout; scans itself
 // when called by an observer. Returns the deadline of the whole call.
 DeviceService::Time DeviceService::awaitScan() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     const Time deadline = Clock::now() + (hasScanned_ || isOverdue_ ? limits_.call : limits_.firstCall);
     if (down_) {
         return deadline;
@@ -126,8 +126,12 @@ DeviceService::Time DeviceService::awaitScan() {
     }
     const unsigned long long request = ++requests_;
     wake();
-    const auto isOver = [this, request] { return answered_ >= request || down_; };
-    if (isOverdue_ || change_.wait_until(guard, deadline, isOver)) {
+    if (isOverdue_) {
+        return deadline;
+    }
+    while (answered_ < request && !down_ && change_.waitUntil(lock_, deadline)) {
+    }
+    if (answered_ >= request || down_) {
         return deadline;
     }
     isOverdue_ = true;
@@ -141,7 +145,7 @@ DeviceService::Time DeviceService::awaitScan() {
 void DeviceService::scan() {
     unsigned long long request = 0;
     {
-        const std::lock_guard guard(lock_);
+        const MutexLock guard(lock_);
         request = requests_;
         for (const auto &[index, measured] : std::exchange(measured_, {})) {
             table_.keepSizes(measured);
@@ -171,14 +175,17 @@ void DeviceService::publish(std::vector<Device> &mounted) {
     if (events.empty()) {
         return;
     }
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     known_.apply(events);
     for (const auto &[index, measured] : measured_) {
         known_.keepSizes(measured);
     }
     for (DeviceEvent &event : events) {
         if (event.event == MRB_STORAGE_EVENT_REMOVED) {
-            depart([&event](const Awaited &each) { return isSame(each.device, event.device); });
+            for (Awaited &each : awaited_) {
+                each.hasLeft = isSame(each.device, event.device);
+            }
+            depart();
         }
         const bool isCollected = notifier_->collect(event);
         if (isCollected && event.event != MRB_STORAGE_EVENT_REMOVED && !event.device.mountPath.empty()) {
@@ -189,14 +196,15 @@ void DeviceService::publish(std::vector<Device> &mounted) {
 
 // Completes all requests that were made before the scan began.
 void DeviceService::endScan(unsigned long long request) {
-    const std::lock_guard guard(lock_);
-    depart([this, request](const Awaited &each) {
-        return each.request <= request && !known_.contains(each.device);
-    });
+    const MutexLock guard(lock_);
+    for (Awaited &each : awaited_) {
+        each.hasLeft = each.request <= request && !known_.contains(each.device);
+    }
+    depart();
     answered_ = request;
     hasScanned_ = true;
     isOverdue_ = false;
-    change_.notify_all();
+    change_.notifyAll();
 }
 
 // Adds the sizes of their devices to events: only after the scan has ended, since calls wait for
@@ -209,17 +217,17 @@ void DeviceService::measure(std::vector<Device> mounted) {
     for (const Device &measured : mounted) {
         table_.keepSizes(measured);
     }
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     for (const Device &measured : mounted) {
         known_.keepSizes(measured);
         notifier_->keepSizes(measured);
     }
 }
 
-template <typename HasLeft>
-void DeviceService::depart(HasLeft hasLeft) {
+// Moves those whose device has left.
+void DeviceService::depart() {
     const auto gone = std::stable_partition(awaited_.begin(), awaited_.end(),
-                                            [&hasLeft](const Awaited &each) { return !hasLeft(each); });
+                                            [](const Awaited &each) { return !each.hasLeft; });
     std::move(gone, awaited_.end(), std::back_inserter(departed_));
     awaited_.erase(gone, awaited_.end());
 }
@@ -252,7 +260,7 @@ void DeviceService::run() {
 
 // Notifies the observers, then posts the events. False: the thread has to end.
 bool DeviceService::notify() {
-    std::unique_lock guard(lock_);
+    MutexLock guard(lock_);
     while (!down_ && !departed_.empty()) {
         std::shared_ptr<RemovalObserver> observer = departed_.front().observer.lock();
         departed_.erase(departed_.begin());

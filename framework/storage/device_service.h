@@ -1,15 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "base/descriptor.h"
 #include "base/joinable_thread.h"
+#include "base/mutex.h"
 #include "events/event_thread.h"
 #include "storage/camera_capacity_probe.h"
 #include "storage/capacity_probe.h"
@@ -98,10 +97,11 @@ class DeviceService {
         const RemovalObserver *key;
         std::weak_ptr<RemovalObserver> observer;
         unsigned long long request; // the scan that finds out whether the device is attached
+        bool hasLeft = false;
     };
 
-    Time awaitScan();
-    void start(); // with lock_ held
+    Time awaitScan() MRB_EXCLUDES(lock_);
+    void start() MRB_REQUIRES(lock_);
 
     // On the thread:
     void run();
@@ -109,8 +109,7 @@ class DeviceService {
     void publish(std::vector<Device> &mounted);
     void endScan(unsigned long long request);
     void measure(std::vector<Device> mounted);
-    template <typename HasLeft>
-    void depart(HasLeft hasLeft); // with lock_ held
+    void depart() MRB_REQUIRES(lock_);
     bool notify();
     void wake() const;
 
@@ -125,17 +124,19 @@ class DeviceService {
     Sources sources_;
     DeviceTable table_;
 
-    std::mutex lock_; // guards what follows; never held during a scan or a callback
-    std::condition_variable change_;
-    KnownDevices known_;
-    std::map<int, Device> measured_;  // for lists, since the last scan; by their indexes
-    unsigned long long requests_ = 0; // number of scans requested
-    unsigned long long answered_ = 0; // those made before the last scan began
-    bool hasScanned_ = false;
-    bool isOverdue_ = false; // a call has timed out waiting for the pending scan
-    std::vector<Awaited> awaited_;
-    std::vector<Awaited> departed_; // whose observers are not yet notified
-    bool down_ = false;
+    Mutex lock_; // never held during a scan or a callback
+    ConditionVariable change_;
+    KnownDevices known_ MRB_GUARDED_BY(lock_);
+    // For lists, since the last scan; by their indexes.
+    std::map<int, Device> measured_ MRB_GUARDED_BY(lock_);
+    unsigned long long requests_ MRB_GUARDED_BY(lock_) = 0; // number of scans requested
+    unsigned long long answered_ MRB_GUARDED_BY(lock_) = 0; // those made before the last scan began
+    bool hasScanned_ MRB_GUARDED_BY(lock_) = false;
+    // A call has timed out waiting for the pending scan.
+    bool isOverdue_ MRB_GUARDED_BY(lock_) = false;
+    std::vector<Awaited> awaited_ MRB_GUARDED_BY(lock_);
+    std::vector<Awaited> departed_ MRB_GUARDED_BY(lock_); // whose observers are not yet notified
+    bool down_ MRB_GUARDED_BY(lock_) = false;
 
     Descriptor wake_; // set before the thread starts
     JoinableThread thread_{"mrb-devices", "A device does not answer."};
