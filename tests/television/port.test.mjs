@@ -43,8 +43,21 @@ test('the library needs the television\'s libraries under their own names', () =
     assert.deepEqual(needed.filter(isOurs), []);
 });
 
-test('the only folder in the library is its own', () => {
+test('the library exports loadBridges alone', () => {
+    assert.deepEqual(inspect(product).exported, ['loadBridges']);
+});
+
+test('the only folder in the library is its own, as built and as installed', async () => {
     assert.deepEqual(inspect(product).paths, ['$ORIGIN']);
+    const prefix = join(checkout, 'installed');
+    const { output, ended } = await run('cmake', ['--install', join(checkout, 'build', 'tv'), '--prefix', prefix]);
+    assert.equal(ended, '', output);
+    assert.deepEqual(inspect(join(prefix, 'lib', 'libquillmrbbridge.so')).paths, ['$ORIGIN']);
+});
+
+test('no folder of the build machine is in the library', () => {
+    const bytes = readFileSync(product);
+    for (const folder of [checkout, root, sdk]) assert.ok(!bytes.includes(folder), folder);
 });
 
 /** Runs a script in the television's engine; what it printed, as JSON. */
