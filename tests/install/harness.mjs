@@ -2,11 +2,12 @@
 // build folder nor the checkout can be seen.
 
 import assert from 'node:assert/strict';
-import { mkdtempSync, readdirSync, renameSync } from 'node:fs';
+import { mkdtempSync, readdirSync, readFileSync, renameSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join, relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
+import { commandsIn } from '../runner/documents.mjs';
 import { run } from '../runner/process.mjs';
 
 export const root = dirname(dirname(dirname(fileURLToPath(import.meta.url))));
@@ -22,10 +23,18 @@ export async function succeed(command, args, options) {
     return output;
 }
 
+// The command by which docs/installing.md installs, on another build folder and prefix.
+const [commands] = commandsIn(readFileSync(join(root, 'docs', 'installing.md'), 'utf8'), /^## To install$/);
+const command = commands.trim().split('\n').at(-1)
+    .replace(/\bbuild\/release\b/, '"$FROM"').replace('/opt/quill', '"$PREFIX"');
+assert.equal(command, 'cmake --install "$FROM" --prefix "$PREFIX"');
+
 /** Installs one component, or all, into a new folder and returns that. `from`: a build folder. */
 export async function install(component, from = build) {
     const prefix = join(folder(), 'a prefix with spaces');
-    await succeed('cmake', ['--install', from, '--prefix', prefix, ...(component ? ['--component', component] : [])]);
+    await succeed('bash', ['-euc', `${command}${component ? ` --component ${component}` : ''}`], {
+        env: { FROM: from, PREFIX: prefix },
+    });
     return prefix;
 }
 
