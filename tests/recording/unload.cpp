@@ -68,7 +68,7 @@ int main(int argc, char **argv) {
     }
     const char *const file = argv[1];
     counting = true;
-    // What the library lacks here, the script engine, it does not need for this.
+    // The script engine is not here; the test preloads a library with its functions.
     void *const library = dlopen(file, RTLD_LAZY | RTLD_LOCAL);
     auto *const load_bridges =
         library == nullptr ? nullptr
