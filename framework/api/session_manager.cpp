@@ -59,7 +59,7 @@ int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_
         const MutexLock guard(lock_);
         sessions_[number] = session;
         if (down_) {
-            session->stop();
+            session->cancel();
         }
     }
     *handle = number;
@@ -72,7 +72,7 @@ int SessionManager::cancel(mrb_agent_handler_h handle) {
     if (!session) {
         return MRB_ERR_INVALID_HANDLE;
     }
-    session->stop();
+    session->cancel();
     return MRB_ERR_NONE;
 }
 
@@ -119,7 +119,7 @@ bool SessionManager::shutDown(std::chrono::steady_clock::time_point deadline) {
         down_ = true;
         for (const auto &[handle, session] : sessions_) {
             if (session) {
-                session->stop();
+                session->cancel();
             }
         }
     }

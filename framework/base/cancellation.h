@@ -22,7 +22,10 @@ class CancellationSource {
     // Cancelled by cancel().
     [[nodiscard]] bool isCancelled() const { return isCancelled_.load(std::memory_order_relaxed); }
     // By the timeout.
-    [[nodiscard]] bool isTimedOut() const { return Clock::now() >= deadline_; }
+    [[nodiscard]] bool isTimedOut() const {
+        // Without a timeout no clock is read: tokens are polled often.
+        return deadline_ != Clock::time_point::max() && Clock::now() >= deadline_;
+    }
 
   private:
     std::atomic<bool> isCancelled_ = false;

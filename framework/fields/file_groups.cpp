@@ -45,7 +45,7 @@ class StringTable {
     }
 
     // Sorts the names, and replaces the numbers in `places` by positions among them. False:
-    // stopped.
+    // cancelled.
     bool arrange(FileGroups &groups, const CancellationToken &cancellation) const {
         std::vector<std::int32_t> numbers(texts_.size());
         std::iota(numbers.begin(), numbers.end(), 0);

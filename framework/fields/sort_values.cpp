@@ -31,7 +31,7 @@ const char *fieldOf(SortKey key) {
 }
 
 // The positions of the texts in natural order, the same for equal texts; UNKNOWN for empty ones.
-// No value: stopped.
+// No value: cancelled.
 std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &texts,
                                                 const CancellationToken &cancellation) {
     NaturalOrder order;

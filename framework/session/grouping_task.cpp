@@ -26,7 +26,7 @@ bool GroupingTask::listIsComplete() {
     return isDue();
 }
 
-void GroupingTask::stop() {
+void GroupingTask::cancel() {
     const MutexLock guard(lock_);
     wanted_ = Grouping::NONE;
     ++turn_;

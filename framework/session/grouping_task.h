@@ -26,7 +26,7 @@ class GroupingTask {
     [[nodiscard]] bool listIsComplete();
 
     // Cancels a running reading, soon. A later want starts another. Any thread.
-    void stop();
+    void cancel();
 
     // Called when no thread could be started for run. The thread that called want.
     void abort();

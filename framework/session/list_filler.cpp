@@ -71,12 +71,11 @@ FillResult ListFiller::fill() {
 // does not wait for it.
 void ListFiller::sort(Status &status) {
     try {
-        const CancellationToken cancellation = [this] { return stopped(); };
         const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
         const auto valuesOf = [&](const ItemStore &store, SortKey key) {
-            return sortValues(store, key, library_, fileOf, cancellation);
+            return sortValues(store, key, library_, fileOf, cancellation_);
         };
-        if (!list_.sort(cancellation, valuesOf) && status.ok()) {
+        if (!list_.sort(cancellation_, valuesOf) && status.ok()) {
             status = Status::cancelled();
         }
     } catch (const std::bad_alloc &) {
@@ -85,7 +84,7 @@ void ListFiller::sort(Status &status) {
 }
 
 void ListFiller::preloadReaders() const {
-    if (!stopped() && list_.matchCount() > 0 && hasFiles()) {
+    if (!cancellation_.isCancelled() && list_.matchCount() > 0 && hasFiles()) {
         library_.prepare();
         loadReaders();
     }
@@ -120,7 +119,7 @@ void ListFiller::aboutToRead(std::int32_t folder, int descriptor) {
 
 bool ListFiller::add(std::span<const SourceItem> items) {
     full_ = full_ || !list_.add(items);
-    if (full_ || stopped()) {
+    if (full_ || cancellation_.isCancelled()) {
         return false;
     }
     reportGrowth();

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
+#include "base/cancellation.h"
 #include "library/media_library.h"
 #include "list/list.h"
 #include "session/item_resolver.h"
@@ -21,11 +22,12 @@ namespace mrb {
 // list's session.
 class ListFiller final : private ItemSink {
   public:
-    // All of these outlive the filler. `stopped` may become true at any time: the source then
-    // stops soon, and the items stay unsorted.
+    // All of these outlive the filler, and so does what `cancellation` refers to. It may be cancelled
+    // at any time: the source then stops soon, and the items stay unsorted.
     ListFiller(List &list, ItemResolver &items, MediaLibrary &library, ListEvents &events,
-               const std::atomic<bool> &stopped)
-        : list_(list), items_(items), library_(library), events_(events), stopped_(stopped) {}
+               CancellationToken cancellation)
+        : list_(list), items_(items), library_(library), events_(events),
+          cancellation_(std::move(cancellation)) {}
 
     // Fills the list and sorts it; returns the result. Items of a source that failed stay. Once.
     FillResult run();
@@ -40,7 +42,7 @@ class ListFiller final : private ItemSink {
   private:
     // ItemSink, called by the source.
     [[nodiscard]] bool wants(std::uint8_t type) const override { return list_.wants(type); }
-    [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
+    [[nodiscard]] const CancellationToken &cancellation() const override { return cancellation_; }
     void setExpectedTotal(std::int64_t total) override { events_.setExpectedTotal(total); }
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
     void aboutToRead(std::int32_t folder, int descriptor) override;
@@ -57,7 +59,7 @@ class ListFiller final : private ItemSink {
     ItemResolver &items_;
     MediaLibrary &library_;
     ListEvents &events_;
-    const std::atomic<bool> &stopped_;
+    const CancellationToken cancellation_;
 
     std::unique_ptr<Watch> watch_;
     bool full_ = false;

@@ -34,7 +34,7 @@ void ListSession::run() noexcept {
 }
 
 void ListSession::fill() {
-    ListFiller filler(*list_, items_, library(), *events_, stopped_);
+    ListFiller filler(*list_, items_, library(), *events_, filling_);
     if (events_->postEnd(filler.run()) == MRB_EVENT_LIST_READY) {
         startWatching(filler.takeWatch());
         filler.preloadReaders();
@@ -47,7 +47,7 @@ void ListSession::close() {
     // In this order: a worker that stops at once would have its cancelled event
     // delivered before the withdrawal.
     events_->withdraw();
-    stop();
+    cancel();
 }
 
 // ---- the functions for clients ----

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/cancellation.h"
 #include "list/list.h"
 #include "list/list_options.h"
 #include "mrb/agent.h"
@@ -40,9 +41,9 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
 
     // Makes the source stop soon; the cancelled event follows unless the list had ended before.
     // Cancels the reading of files for groups. Any thread.
-    void stop() {
-        stopped_.store(true, std::memory_order_relaxed);
-        grouping_.stop();
+    void cancel() {
+        filling_.cancel();
+        grouping_.cancel();
     }
 
     // Makes the source stop soon, and returns when no callback of this list is running or will
@@ -96,7 +97,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
 
     std::latch begin_{1};
     std::atomic<bool> closed_ = false;
-    std::atomic<bool> stopped_ = false;
+    CancellationSource filling_;
     std::atomic<bool> removed_ = false; // the source does not exist any more
     GroupingTask grouping_;
 };

@@ -80,12 +80,12 @@ CopyResult CameraCopySource::copy(int destination, const std::function<bool(std:
         result.destinationError = writer.write(bytes);
         result.bytes += result.destinationError == 0 ? bytes.size() : 0;
     };
-    while (!isOver && !result.stopped && result.destinationError == 0 && result.source.ok()) {
+    while (!isOver && !result.isCancelled && result.destinationError == 0 && result.source.ok()) {
         Status status = download_->next(take);
         if (!status.ok()) {
             result.source = std::move(status);
         }
-        result.stopped = result.source.code == MRB_ERR_CANCELLED || (!isOver && !moved(result.bytes));
+        result.isCancelled = result.source.code == MRB_ERR_CANCELLED || (!isOver && !moved(result.bytes));
     }
     if (isOver && isKnown && result.bytes < size) {
         result.source = Status::protocolError("The camera sent fewer bytes than it reported.");

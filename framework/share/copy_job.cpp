@@ -95,9 +95,9 @@ bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
     // A file system that does not report its size has no known limit.
     const bool isKnown = fstatvfs(destination_.folder()->descriptor.fd(), &space) == 0 && space.f_blocks > 0;
     const std::uint64_t block = std::max<std::uint64_t>(space.f_frsize, MIN_BLOCK_BYTES);
-    plan = planCopy(list_->list(), selection_, block, [&] { return observer.stopped(); });
+    plan = planCopy(list_->list(), selection_, block, observer.cancellation());
     observer.begins(plan.files, plan.bytes);
-    if (observer.stopped()) {
+    if (observer.cancellation().isCancelled()) {
         end(MRB_EVENT_SHARE_STOPPED);
         return false;
     }
@@ -110,7 +110,7 @@ bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
         end(MRB_EVENT_SHARE_NO_SPACE);
         return false;
     }
-    const Status status = source_->begin([&] { return observer.stopped(); });
+    const Status status = source_->begin(observer.cancellation());
     if (status.ok()) {
         return true;
     }
@@ -125,7 +125,7 @@ bool CopyJob::begin(JobObserver &observer, CopyPlan &plan) {
 
 CopyJob::Step CopyJob::copy(const CopyPlan &plan, JobObserver &observer) {
     for (const std::int32_t number : plan.items) {
-        if (observer.stopped()) {
+        if (observer.cancellation().isCancelled()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
         if (copyItem(list_->list().infoOf(number), plan.common, observer) == Step::END) {
@@ -148,8 +148,7 @@ CopyJob::Step CopyJob::copyItem(const ItemInfo &item, const std::string &common,
     }
     // The source first: for a folder that is gone, none is created.
     CopySource::File source;
-    const Status opened = source_->open(
-        item, [&] { return observer.stopped(); }, source);
+    const Status opened = source_->open(item, observer.cancellation(), source);
     if (!opened.ok()) {
         return sourceFailed(opened, item.name);
     }
@@ -182,7 +181,7 @@ CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &
     CopyResult copied = source_->copy(file.fd(), [&](std::uint64_t bytes) {
         observer.fileMoves(bytes);
         isThere = isThere && isDestinationThere();
-        return isThere && !observer.stopped();
+        return isThere && !observer.cancellation().isCancelled();
     });
     if (copied.isWhole()) {
         copied.destinationError = setTimes(file.fd(), source.times);
@@ -202,7 +201,7 @@ CopyJob::Step CopyJob::copyFile(const CopySource::File &source, const ItemInfo &
 // never stands for an incomplete file, even after a crash.
 CopyJob::Step CopyJob::finishWaiting(const JobObserver &observer) {
     for (Waiting &waiting : waiting_) {
-        if (observer.stopped()) {
+        if (observer.cancellation().isCancelled()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
         if (fdatasync(waiting.file.fd()) != 0) {
@@ -210,7 +209,7 @@ CopyJob::Step CopyJob::finishWaiting(const JobObserver &observer) {
         }
     }
     for (Waiting &waiting : waiting_) {
-        if (observer.stopped()) {
+        if (observer.cancellation().isCancelled()) {
             return end(MRB_EVENT_SHARE_STOPPED);
         }
         if (nameWaiting(waiting) == Step::END) {
@@ -249,7 +248,7 @@ CopyJob::Step CopyJob::saveFolders() {
 }
 
 CopyJob::Step CopyJob::copyFailed(const CopyResult &copied, const std::string &name) {
-    if (copied.stopped) {
+    if (copied.isCancelled) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
     return copied.destinationError != 0 ? destinationFailed(copied.destinationError, name)

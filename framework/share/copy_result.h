@@ -10,11 +10,11 @@ namespace mrb {
 struct CopyResult {
     Status source;            // ok: the source returned all that was read
     int destinationError = 0; // an errno
-    bool stopped = false;     // by the observer of the progress
+    bool isCancelled = false; // by the observer of the progress
     std::uint64_t bytes = 0;  // that were written
 
     // All bytes are there.
-    [[nodiscard]] bool isWhole() const { return source.ok() && destinationError == 0 && !stopped; }
+    [[nodiscard]] bool isWhole() const { return source.ok() && destinationError == 0 && !isCancelled; }
 };
 
 } // namespace mrb

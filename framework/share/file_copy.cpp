@@ -93,7 +93,7 @@ CopyResult FileCopier::copy(int source, const std::string &name, int destination
         writeBehind(destination, done, done + count);
         done += count;
         if (!moved(done)) {
-            result.stopped = true;
+            result.isCancelled = true;
             return result;
         }
     }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/cancellation.h"
 #include "base/result.h"
 
 namespace mrb {
@@ -12,8 +13,8 @@ class JobObserver {
   public:
     virtual ~JobObserver() = default;
 
-    // True as soon as the job should end.
-    [[nodiscard]] virtual bool stopped() const = 0;
+    // Cancelled as soon as the job should end. Lives as long as the observer.
+    [[nodiscard]] virtual const CancellationToken &cancellation() const = 0;
 
     // The totals, before anything is done.
     virtual void begins(std::uint32_t files, std::uint64_t bytes) = 0;

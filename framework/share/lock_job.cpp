@@ -21,7 +21,7 @@ JobResult LockJob::run(JobObserver &observer) {
     JobResult result{.event = MRB_EVENT_SHARE_DONE, .status = {}, .name = {}};
     std::int32_t left = selection_.count();
     for (std::int32_t item = 0; left > 0; ++item) {
-        if (observer.stopped()) {
+        if (observer.cancellation().isCancelled()) {
             result.event = MRB_EVENT_SHARE_STOPPED;
             break;
         }

@@ -99,12 +99,12 @@ CopyResult ServerCopySource::copy(int destination, const std::function<bool(std:
             return false;
         }
         result.bytes += bytes.size();
-        result.stopped = !moved(result.bytes);
-        return !result.stopped;
+        result.isCancelled = !moved(result.bytes);
+        return !result.isCancelled;
     };
     Status status = transfers_->finishDownload(take, cancellation_);
-    result.stopped = result.stopped || status.code == MRB_ERR_CANCELLED;
-    if (result.stopped || result.destinationError != 0 || !result.source.ok()) {
+    result.isCancelled = result.isCancelled || status.code == MRB_ERR_CANCELLED;
+    if (result.isCancelled || result.destinationError != 0 || !result.source.ok()) {
         return result;
     }
     if (status.ok() && isExact_ && result.bytes < maxBytes_) {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <latch>
 #include <memory>
 #include <optional>
 
+#include "base/cancellation.h"
 #include "base/mutex.h"
 #include "events/event_thread.h"
 #include "mrb/share.h"
@@ -38,14 +38,14 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
 
     // Makes the job end soon; the stopped event follows unless the job had ended before. Any
     // thread.
-    void stop() { stopped_.store(true, std::memory_order_relaxed); }
+    void cancel() { cancellationSource_.cancel(); }
 
   private:
     // On the event thread.
     void deliver(int event) noexcept;
 
     // JobObserver, on the worker.
-    [[nodiscard]] bool stopped() const override { return stopped_.load(std::memory_order_relaxed); }
+    [[nodiscard]] const CancellationToken &cancellation() const override { return cancellation_; }
     void begins(std::uint32_t files, std::uint64_t bytes) override;
     void fileBegins(const std::string &name, std::uint64_t size, std::uint64_t planned) override;
     void fileMoves(std::uint64_t bytes) override;
@@ -64,7 +64,8 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
     const std::function<void()> ended_;
 
     std::latch begin_{1};
-    std::atomic<bool> stopped_ = false;
+    CancellationSource cancellationSource_;
+    const CancellationToken cancellation_ = cancellationSource_;
 
     Mutex lock_;
     mrb_share_status_info_s progress_ MRB_GUARDED_BY(lock_){};

@@ -134,7 +134,7 @@ int Shares::stop(mrb_share_handler_h handle) {
     if (found == shares_.end()) {
         return MRB_ERR_INVALID_HANDLE;
     }
-    found->second->stop();
+    found->second->cancel();
     return MRB_ERR_NONE;
 }
 
@@ -142,7 +142,7 @@ void Shares::shutDown() {
     const MutexLock guard(lock_);
     down_ = true;
     for (const auto &[handle, share] : shares_) {
-        share->stop();
+        share->cancel();
     }
 }
 

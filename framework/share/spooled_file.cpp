@@ -36,7 +36,7 @@ Status SpooledFile::fill(CopySource &copySource, const std::string &name,
     CopyResult result =
         copySource.copy(file_.fd(), [&](std::uint64_t /*bytes*/) { return !cancellation.isCancelled(); });
     size_ = result.bytes;
-    if (result.stopped) {
+    if (result.isCancelled) {
         return {MRB_ERR_CANCELLED, {}};
     }
     return result.destinationError != 0 ? Status::ofErrno(result.destinationError, about)

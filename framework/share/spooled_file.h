@@ -14,7 +14,7 @@ namespace mrb {
 class SpooledFile {
   public:
     // Reads the most recently opened file of `origin`; `name` is for error messages.
-    // MRB_ERR_CANCELLED: it was stopped; MRB_ERR_NO_SPACE: the folder for temporary files
+    // MRB_ERR_CANCELLED: it was cancelled; MRB_ERR_NO_SPACE: the folder for temporary files
     // (TMPDIR, else /var/tmp) is full.
     Status fill(CopySource &copySource, const std::string &name, const CancellationToken &cancellation);
 

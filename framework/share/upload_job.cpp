@@ -36,7 +36,7 @@ UploadJob::UploadJob(std::shared_ptr<ListSession> list, Selection selection,
 JobResult UploadJob::run(JobObserver &observer) {
     Step step = begin(observer);
     for (const std::int32_t number : plan_.items) {
-        if (step == Step::GO_ON && observer.stopped()) {
+        if (step == Step::GO_ON && observer.cancellation().isCancelled()) {
             step = end(MRB_EVENT_SHARE_STOPPED);
         }
         if (step == Step::END) {
@@ -57,10 +57,10 @@ JobResult UploadJob::run(JobObserver &observer) {
 }
 
 UploadJob::Step UploadJob::begin(JobObserver &observer) {
-    const CancellationToken cancellation = [&] { return observer.stopped(); };
+    const CancellationToken &cancellation = observer.cancellation();
     plan_ = planCopy(list_->list(), selection_, 1, cancellation);
     observer.begins(plan_.files, plan_.bytes);
-    if (observer.stopped()) {
+    if (observer.cancellation().isCancelled()) {
         return end(MRB_EVENT_SHARE_STOPPED);
     }
     Status status = source_->begin(cancellation);
@@ -74,7 +74,7 @@ UploadJob::Step UploadJob::begin(JobObserver &observer) {
 }
 
 UploadJob::Step UploadJob::send(const ItemInfo &item, JobObserver &observer) {
-    const CancellationToken cancellation = [&] { return observer.stopped(); };
+    const CancellationToken &cancellation = observer.cancellation();
     const MediaType *type = mediaTypeOf(item.name);
     const char *upnpClass = classOf(item.type);
     const std::string name = displayText(item.name);

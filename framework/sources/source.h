@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/cancellation.h"
 #include "base/mount_identity.h"
 #include "base/result.h"
 #include "list/list_request.h"
@@ -29,8 +30,9 @@ class ItemSink {
     // are always added, since clients can browse lists by folder.
     [[nodiscard]] virtual bool wants(std::uint8_t type) const = 0;
 
-    // True as soon as the source should return; checked for every entry that it reads.
-    [[nodiscard]] virtual bool stopped() const = 0;
+    // Cancelled as soon as the source should return; polled for every entry that it reads. Lives as
+    // long as the sink.
+    [[nodiscard]] virtual const CancellationToken &cancellation() const = 0;
 
     // Sets the expected number of items, where that is known before they are added.
     virtual void setExpectedTotal(std::int64_t total) = 0;
@@ -43,7 +45,7 @@ class ItemSink {
     // source's own file; it may be watched for changes from then on.
     virtual void aboutToRead(std::int32_t /*folder*/, int /*descriptor*/) {}
 
-    // Appends a run of items. False: the list is full or was stopped, return.
+    // Appends a run of items. False: the list is full or was cancelled, return.
     [[nodiscard]] virtual bool add(std::span<const SourceItem> items) = 0;
 };
 
@@ -82,7 +84,7 @@ class Source {
   public:
     virtual ~Source() = default;
 
-    // Adds all items to `sink` and returns when that is done, failed, or stopped.
+    // Adds all items to `sink` and returns when that is done, failed, or cancelled.
     virtual FillResult fill(ItemSink &sink) = 0;
 
     // `item` may be the source itself, as a folder without a name.

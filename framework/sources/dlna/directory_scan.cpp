@@ -221,7 +221,7 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
         }
         run.push_back(item);
     }
-    if (sink_.stopped() || (!run.empty() && !sink_.add(run))) {
+    if (sink_.cancellation().isCancelled() || (!run.empty() && !sink_.add(run))) {
         return std::nullopt;
     }
     return taken;
@@ -233,7 +233,7 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     BrowseRequest whole = browseRequest;
     whole.server = place_.server;
     whole.timeout = place_.timeout;
-    const CancellationToken cancellation = [this] { return sink_.stopped(); };
+    const CancellationToken &cancellation = sink_.cancellation();
     Status status = place_.contentClient.browse(whole, cancellation, page);
     whole.prefetch.reset();
     const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
@@ -246,10 +246,10 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     return status;
 }
 
-// The pause before a retry, in slices after which a list may be stopped.
+// The pause before a retry, in slices after which a list may be cancelled.
 void DirectoryScan::rest() const {
     constexpr auto PIECE = std::chrono::milliseconds(5);
-    for (auto left = PAUSE; left.count() > 0 && !sink_.stopped(); left -= PIECE) {
+    for (auto left = PAUSE; left.count() > 0 && !sink_.cancellation().isCancelled(); left -= PIECE) {
         std::this_thread::sleep_for(PIECE);
     }
 }

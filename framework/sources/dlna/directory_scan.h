@@ -81,7 +81,7 @@ class DirectoryScan {
         bool isAgain = false;    // a further turn, for objects that were missed
     };
     Step readOnce(dlna::BrowseRequest &browseRequest, const Pending &container, Reading &reading);
-    // No value: the list is full or was stopped.
+    // No value: the list is full or was cancelled.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
     Status browse(const dlna::BrowseRequest &browseRequest, dlna::Page &page);
     void rest() const;

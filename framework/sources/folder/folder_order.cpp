@@ -34,7 +34,7 @@ bool FolderOrder::first(const FolderContents &contents, std::size_t count,
     // file systems list files in an order of names, and if that is the reverse, each file would
     // come before all files visited earlier.
     for (std::uint64_t visit = 0; visit < size; ++visit) {
-        if (sink_.stopped()) {
+        if (sink_.cancellation().isCancelled()) {
             return false;
         }
         const auto entry = static_cast<std::uint32_t>(visit * STRIDE % size);
@@ -61,7 +61,7 @@ bool FolderOrder::rest(const FolderContents &contents, PagedVector<std::uint32_t
     PagedVector<Ranked> ranked;
     ranked.reserve(contents.size() - order.size());
     for (std::uint32_t entry = 0; entry < contents.size(); ++entry) {
-        if (sink_.stopped()) {
+        if (sink_.cancellation().isCancelled()) {
             return false;
         }
         if (!isThere[entry]) {
@@ -70,7 +70,7 @@ bool FolderOrder::rest(const FolderContents &contents, PagedVector<std::uint32_t
         }
     }
     for (Ranked &each : ranked) {
-        if (sink_.stopped()) {
+        if (sink_.cancellation().isCancelled()) {
             return false;
         }
         each.prefix = keys_.prefix(each.key);
@@ -79,7 +79,7 @@ bool FolderOrder::rest(const FolderContents &contents, PagedVector<std::uint32_t
         return left.prefix != right.prefix ? left.prefix < right.prefix
                                            : keys_.compare(left.key, right.key) < 0;
     };
-    if (!sortUnlessCancelled(ranked.begin(), ranked.end(), before, [this] { return sink_.stopped(); })) {
+    if (!sortUnlessCancelled(ranked.begin(), ranked.end(), before, sink_.cancellation())) {
         return false;
     }
     keys_.clear();

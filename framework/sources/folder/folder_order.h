@@ -11,7 +11,7 @@
 namespace mrb {
 
 // Sorts the contents of a folder in natural order. Owned and used by one scan, on its thread.
-// Both functions check after every bounded piece of work whether the sink was stopped, and return
+// Both functions check after every bounded piece of work whether the sink was cancelled, and return
 // false then.
 class FolderOrder {
   public:

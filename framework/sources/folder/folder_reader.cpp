@@ -67,7 +67,7 @@ int FolderReader::read(int folder, FolderContents &files, FolderContents &folder
             return size == 0 ? failure : errno;
         }
         for (ssize_t offset = 0; offset < size;) {
-            if (sink_.stopped()) {
+            if (sink_.cancellation().isCancelled()) {
                 return ECANCELED;
             }
             if (files.size() + folders.size() == FolderContents::MAX_ENTRIES) {

@@ -23,7 +23,7 @@ class FolderReader {
     // Collects the media files and the folders in the open folder `folder`, in the order in which
     // the system lists them. Hidden entries, other files, dangling links, links to folders, and
     // entries that vanish during the call are left out. Returns 0, ECANCELED when the sink was
-    // stopped, ENOMEM when there are too many, or the system's error number; what was collected
+    // cancelled, ENOMEM when there are too many, or the system's error number; what was collected
     // before stays.
     int read(int folder, FolderContents &files, FolderContents &folders);
 

@@ -30,7 +30,7 @@ FillResult FolderScan::run(Descriptor folder) {
     const auto root = std::make_shared<Descriptor>(std::move(folder));
     Step step = readContents(root, ROOT_FOLDER, 0, "");
     while (step == Step::GO_ON && !pending_.empty()) {
-        step = sink_.stopped() ? end(Status::cancelled()) : visitNext();
+        step = sink_.cancellation().isCancelled() ? end(Status::cancelled()) : visitNext();
     }
     return std::move(result_);
 }
@@ -120,7 +120,7 @@ bool FolderScan::add(const Descriptor &folder, std::span<const std::uint32_t> fi
     std::vector<SourceItem> run;
     run.reserve(std::min(files.size(), RUN_LENGTH));
     for (const std::uint32_t file : files) {
-        if (sink_.stopped()) {
+        if (sink_.cancellation().isCancelled()) {
             return false;
         }
         const std::string_view name = files_.name(file);

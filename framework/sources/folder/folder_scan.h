@@ -50,7 +50,7 @@ class FolderScan {
     Step readContents(const std::shared_ptr<Descriptor> &folder, std::int32_t number, int level,
                       const std::string &name);
     Step failed(int error, int level, const std::string &name);
-    // Both return false when the sink was stopped or is full.
+    // Both return false when the sink was cancelled or is full.
     [[nodiscard]] bool addFiles(const Descriptor &folder, std::int32_t number, int &failure);
     [[nodiscard]] bool awaitFolders(const std::shared_ptr<Descriptor> &folder, std::int32_t number,
                                     int level);

@@ -124,7 +124,7 @@ int PlaylistReader::read(const Descriptor &file, Reading &reading) {
 int PlaylistReader::feed(const Descriptor &file, PlaylistParser &parser, Reading &reading) {
     const auto buffer = std::make_unique<char[]>(PIECE);
     for (std::int64_t done = 0; !isFull_;) {
-        if (sink_.stopped()) {
+        if (sink_.cancellation().isCancelled()) {
             isFull_ = true;
             break;
         }
@@ -148,7 +148,7 @@ int PlaylistReader::feed(const Descriptor &file, PlaylistParser &parser, Reading
 }
 
 bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
-    if (sink_.stopped()) {
+    if (sink_.cancellation().isCancelled()) {
         isFull_ = true;
         return false;
     }

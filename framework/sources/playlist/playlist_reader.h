@@ -32,14 +32,14 @@ class PlaylistReader {
         : sink_(sink), table_(table), roots_(roots) {}
 
     // Adds a playlist with its entries. `real`: its path with links resolved. False: the list is
-    // full, or was stopped.
+    // full, or was cancelled.
     bool addPlaylist(const std::string &real, const SourceItem &item);
 
     // Adds the entries of an open playlist to the list's own folder; returns 0 or an error number
-    // of the system. The caller checks whether the sink was stopped.
+    // of the system. The caller checks whether the sink was cancelled.
     int addEntries(const Descriptor &file, const std::string &real);
 
-    // The list is full, or was stopped.
+    // The list is full, or was cancelled.
     [[nodiscard]] bool isFull() const { return isFull_; }
 
     // Counts playlists that could not be read, or not to their end, and those nested too deep.
@@ -71,7 +71,7 @@ class PlaylistReader {
     std::vector<Identity> way_; // the stack of playlists that are being read, the outermost first
     std::int32_t playlists_ = 0;
     std::int32_t nested_ = 0;
-    bool isFull_ = false; // or stopped
+    bool isFull_ = false; // or cancelled
 };
 
 } // namespace mrb

@@ -21,7 +21,7 @@ FillResult PlaylistSearch::run() {
     } else {
         result.status = Status::ofErrno(errno, path);
     }
-    if (!result.status.ok() && !stopped()) {
+    if (!result.status.ok() && !cancellation().isCancelled()) {
         ++result.unreadable;
         MRB_LOG_WARNING("The search for playlists failed: %s", result.status.message.c_str());
     }

@@ -24,7 +24,7 @@ class PlaylistSearch final : private ItemSink {
 
   private:
     [[nodiscard]] bool wants(std::uint8_t type) const override;
-    [[nodiscard]] bool stopped() const override { return sink_.stopped(); }
+    [[nodiscard]] const CancellationToken &cancellation() const override { return sink_.cancellation(); }
     void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override;
     [[nodiscard]] bool add(std::span<const SourceItem> items) override;

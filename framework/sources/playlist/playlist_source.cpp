@@ -57,7 +57,7 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
     PlaylistReader reader(sink, table_, roots);
     if (path_.empty()) {
         for (const PlaylistRoot &root : roots.searchFolders()) {
-            if (sink.stopped() || reader.isFull()) {
+            if (sink.cancellation().isCancelled() || reader.isFull()) {
                 break;
             }
             const FillResult found = PlaylistSearch(sink, reader, root).run();
@@ -73,7 +73,7 @@ FillResult PlaylistSource::fill(ItemSink &sink) {
     }
     result.unreadable += reader.result().unreadable;
     result.tooDeep += reader.result().tooDeep;
-    if (sink.stopped()) {
+    if (sink.cancellation().isCancelled()) {
         result.status = Status::cancelled();
     } else if (reader.isFull()) {
         result.status = Status::outOfMemory("The list is full: the playlists hold too many entries.");

@@ -42,7 +42,7 @@ std::int64_t orUnknown(std::int64_t number) { return number == CameraFileStatus:
 
 CameraScan::CameraScan(ItemSink &sink, CameraAddress address, std::string device)
     : sink_(sink), address_(std::move(address)), device_(std::move(device)),
-      cancellation_([&sink] { return sink.stopped(); }), order_(sink) {}
+      cancellation_(sink.cancellation()), order_(sink) {}
 
 FillResult CameraScan::run(const std::string &root) {
     CameraService::instance().refresh(address_);
@@ -50,7 +50,7 @@ FillResult CameraScan::run(const std::string &root) {
     while (step == Step::GO_ON && !pending_.empty()) {
         const Pending next = std::move(pending_.back());
         pending_.pop_back();
-        step = sink_.stopped() ? end(Status::cancelled()) : visit(next);
+        step = cancellation_.isCancelled() ? end(Status::cancelled()) : visit(next);
     }
     // A camera that was removed may look like an empty one.
     if (step == Step::GO_ON && !isThere(address_, cancellation_)) {

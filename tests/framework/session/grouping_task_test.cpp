@@ -54,7 +54,7 @@ TEST(GroupingTask, AreNotResumedAfterAStop) {
     int times = 0;
     reading.run([&](Grouping, const mrb::CancellationToken &cancellation) {
         ++times;
-        reading.stop();
+        reading.cancel();
         return !cancellation.isCancelled();
     });
     EXPECT_EQ(times, 1);

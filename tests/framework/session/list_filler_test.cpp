@@ -61,7 +61,7 @@ class Filling {
 
     std::shared_ptr<mrb::List> list;
     mrb::ItemResolver items;
-    std::atomic<bool> stopped = false;
+    mrb::CancellationSource cancellation;
 
   private:
     mrb::MediaLibrary library_{""};
@@ -70,7 +70,7 @@ class Filling {
         std::make_shared<mrb::ListEvents>(thread_, 1, mrb::ListCallback{ignore, nullptr}, list);
 
   public:
-    mrb::ListFiller filler{*list, items, library_, *events_, stopped};
+    mrb::ListFiller filler{*list, items, library_, *events_, cancellation};
 };
 
 mrb::ListOptions byName() {
@@ -113,18 +113,18 @@ TEST(ListFiller, WhatASourceThrowsIsTheResult) {
     EXPECT_EQ(filling.list->size(), 1);
 }
 
-TEST(ListFiller, AStoppedOneRefusesItemsAndSortsNothing) {
-    Filling *stopping = nullptr;
+TEST(ListFiller, ACancelledOneRefusesItemsAndSortsNothing) {
+    Filling *cancelled = nullptr;
     Filling filling(
         [&](mrb::ItemSink &sink) {
             EXPECT_TRUE(add(sink, {"c", "b"}));
-            stopping->stopped = true;
-            EXPECT_TRUE(sink.stopped());
+            cancelled->cancellation.cancel();
+            EXPECT_TRUE(sink.cancellation().isCancelled());
             EXPECT_FALSE(add(sink, {"a"}));
             return mrb::FillResult{};
         },
         byName());
-    stopping = &filling;
+    cancelled = &filling;
     EXPECT_EQ(filling.filler.run().status.code, MRB_ERR_CANCELLED);
     EXPECT_EQ(filling.list->entry(0)->info.name, "c");
 }

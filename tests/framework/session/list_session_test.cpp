@@ -252,10 +252,10 @@ TEST(ListSession, ACancelledSourceIsNotifiedAndTheListIsCancelled) {
         while (addImages(sink, 1)) {
             std::this_thread::yield();
         }
-        EXPECT_TRUE(sink.stopped());
+        EXPECT_TRUE(sink.cancellation().isCancelled());
         return mrb::FillResult{mrb::Status::cancelled()};
     });
-    scripted.session->stop();
+    scripted.session->cancel();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
 }
 
@@ -287,8 +287,8 @@ TEST(ListSession, ItemsOfARemoteSourceAreFoundByTheirIds) {
 }
 
 TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
-    // Stopped after the last item, so that the sort is cancelled.
-    std::shared_ptr<mrb::ListSession> *stopping = nullptr;
+    // Cancelled after the last item, so that the sort is cancelled.
+    std::shared_ptr<mrb::ListSession> *cancelled = nullptr;
     std::promise<void> ready;
     mrb::ListOptions options;
     options.sort = {mrb::SortKey::NAME, false};
@@ -298,11 +298,11 @@ TEST(ListSession, ACancelledSortLeavesTheSourcesOrder) {
                                              {.name = "a", .id = {}, .type = IMAGE}};
             EXPECT_TRUE(sink.add(items));
             isReady.wait();
-            (*stopping)->stop();
+            (*cancelled)->cancel();
             return mrb::FillResult{};
         },
         std::move(options));
-    stopping = &scripted.session;
+    cancelled = &scripted.session;
     ready.set_value();
     EXPECT_EQ(scripted.waitForEnd().back().event, MRB_EVENT_LIST_CANCELLED);
     EXPECT_EQ(scripted.session->list().entry(0)->info.name, "b");
@@ -316,7 +316,7 @@ TEST(ListSession, WhatCameBeforeAFailureIsSorted) {
             const mrb::SourceItem items[] = {{.name = "b", .id = {}, .type = IMAGE},
                                              {.name = "a", .id = {}, .type = IMAGE}};
             EXPECT_TRUE(sink.add(items));
-            EXPECT_FALSE(sink.stopped());
+            EXPECT_FALSE(sink.cancellation().isCancelled());
             return mrb::FillResult{mrb::Status::deviceRemoved("The stick was pulled.")};
         },
         std::move(options));

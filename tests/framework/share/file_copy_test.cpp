@@ -75,6 +75,6 @@ TEST(FileCopier, StopsOnCancellation) {
     const mrb::Descriptor to(::open(folder.path("to").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
     const mrb::CopyResult end = mrb::FileCopier().copy(from.fd(), "from", to.fd(), 5UL << 20,
                                                        [](std::uint64_t bytes) { return bytes < 2UL << 20; });
-    EXPECT_TRUE(end.stopped);
+    EXPECT_TRUE(end.isCancelled);
     EXPECT_EQ(std::filesystem::file_size(folder.path("to")), 2UL << 20);
 }

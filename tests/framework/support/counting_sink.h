@@ -17,9 +17,11 @@ class CountingSink final : public mrb::ItemSink {
 
     // `last`: the number of checks that return false.
     explicit CountingSink(std::int64_t last = NEVER) : last_(last) {}
+    CountingSink(const CountingSink &) = delete;
+    CountingSink &operator=(const CountingSink &) = delete;
 
     bool wants(std::uint8_t /*type*/) const override { return true; }
-    bool stopped() const override { return ++checks > last_; }
+    const mrb::CancellationToken &cancellation() const override { return cancellation_; }
     void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override {
         late = late || checks > last_;
@@ -40,6 +42,7 @@ class CountingSink final : public mrb::ItemSink {
 
   private:
     const std::int64_t last_;
+    const mrb::CancellationToken cancellation_ = [this] { return ++checks > last_; };
 };
 
 } // namespace support

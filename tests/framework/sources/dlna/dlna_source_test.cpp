@@ -91,7 +91,7 @@ class ScriptedContentClient final : public mrb::dlna::ContentDirectoryClient {
 class Sink final : public mrb::ItemSink {
   public:
     [[nodiscard]] bool wants(std::uint8_t /*type*/) const override { return true; }
-    [[nodiscard]] bool stopped() const override { return isStopped; }
+    [[nodiscard]] const mrb::CancellationToken &cancellation() const override { return cancellation_; }
     void setExpectedTotal(std::int64_t total) override { announced = total; }
     std::int32_t addFolder(std::int32_t parent, std::string_view name) override {
         return store.addFolder(parent, name);
@@ -102,7 +102,7 @@ class Sink final : public mrb::ItemSink {
                 return false;
             }
         }
-        return !isStopped;
+        return !cancellation_.isCancelled();
     }
 
     // "folder/name" of all items.
@@ -116,8 +116,11 @@ class Sink final : public mrb::ItemSink {
     }
 
     ItemStore store;
-    bool isStopped = false;
+    mrb::CancellationSource cancellationSource;
     std::int64_t announced = -1;
+
+  private:
+    const mrb::CancellationToken cancellation_ = cancellationSource;
 };
 
 class DlnaSource : public testing::Test {
@@ -425,7 +428,7 @@ TEST_F(DlnaSource, AContainerThatDoesNotExistFails) {
 
 TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
     contentClient.contents["0"] = {image("1")};
-    sink.isStopped = true;
+    sink.cancellationSource.cancel();
     EXPECT_EQ(scan().status.code, MRB_ERR_CANCELLED);
 }
 

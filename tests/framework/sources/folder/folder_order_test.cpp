@@ -13,13 +13,16 @@
 
 namespace {
 
-class Unstopped final : public mrb::ItemSink {
+class Uncancelled final : public mrb::ItemSink {
   public:
     bool wants(std::uint8_t /*type*/) const override { return true; }
-    bool stopped() const override { return false; }
+    const mrb::CancellationToken &cancellation() const override { return cancellation_; }
     void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override { return 0; }
     bool add(std::span<const mrb::SourceItem> /*items*/) override { return true; }
+
+  private:
+    const mrb::CancellationToken cancellation_;
 };
 
 } // namespace
@@ -39,7 +42,7 @@ TEST(FolderOrder, TheFirstAreThoseThatStandFirstInTheEnd) {
         for (const std::string &name : names) {
             contents.add(name, MRB_ITEM_TYPE_IMAGE);
         }
-        const Unstopped sink;
+        const Uncancelled sink;
         mrb::FolderOrder folder(sink);
         mrb::PagedVector<std::uint32_t> all;
         mrb::PagedVector<std::uint32_t> inTwo;
@@ -59,7 +62,7 @@ TEST(FolderOrder, ASmallFoldersFirstAreAll) {
     mrb::FolderContents contents;
     contents.add("b", MRB_ITEM_TYPE_IMAGE);
     contents.add("a", MRB_ITEM_TYPE_IMAGE);
-    const Unstopped sink;
+    const Uncancelled sink;
     mrb::PagedVector<std::uint32_t> order;
     ASSERT_TRUE(mrb::FolderOrder(sink).first(contents, 100, order));
     EXPECT_THAT(order, testing::ElementsAre(1, 0));

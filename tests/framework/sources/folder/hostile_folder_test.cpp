@@ -32,7 +32,7 @@ class Meddler final : public mrb::ItemSink {
         beforeFile();
         return true;
     }
-    bool stopped() const override { return false; }
+    const mrb::CancellationToken &cancellation() const override { return cancellation_; }
     void setExpectedTotal(std::int64_t /*total*/) override {}
     std::int32_t addFolder(std::int32_t /*parent*/, std::string_view /*name*/) override { return ++folders_; }
     bool add(std::span<const mrb::SourceItem> items) override {
@@ -44,6 +44,7 @@ class Meddler final : public mrb::ItemSink {
     }
 
   private:
+    const mrb::CancellationToken cancellation_;
     std::int32_t folders_ = 0;
 };
 
