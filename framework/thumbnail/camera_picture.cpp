@@ -26,11 +26,11 @@ bool isPicture(const Decoded &decoded) { return decoded.status.ok(); }
 // serves no other client, so none is sent before its result is needed.
 class CameraPicture {
   public:
-    CameraPicture(const DecodeRequest &request, const CancellationToken &stop,
+    CameraPicture(const DecodeRequest &request, const CancellationToken &cancellation,
                   const std::function<Decode> &decode, const CameraFile &file,
                   const CameraFileStatus &fileStatus)
-        : request_(request), stop_(stop), decode_(decode), file_(file), size_(fileStatus.size),
-          width_(fileStatus.width), height_(fileStatus.height) {}
+        : request_(request), cancellation_(cancellation), decode_(decode), file_(file),
+          size_(fileStatus.size), width_(fileStatus.width), height_(fileStatus.height) {}
 
     void make(Decoded &decoded) {
         Decoded small;
@@ -43,14 +43,14 @@ class CameraPicture {
         if (!endsAll(small.status)) {
             decodeWhole(decoded);
         }
-        if (!isPicture(decoded) && isPicture(small) && !stop_.isCancelled()) {
+        if (!isPicture(decoded) && isPicture(small) && !cancellation_.isCancelled()) {
             decoded = std::move(small);
         }
     }
 
   private:
     [[nodiscard]] CameraTimeout timeout() const {
-        return {[this] { return stop_.isCancelled(); }};
+        return {[this] { return cancellation_.isCancelled(); }};
     }
     [[nodiscard]] int type() const {
         const MediaType *named = mediaTypeOf(file_.name());
@@ -66,7 +66,7 @@ class CameraPicture {
             request.path = local.path();
             request.mediaType = mediaType;
             request.orientation = orientation;
-            decode_(request, stop_, decoded);
+            decode_(request, cancellation_, decoded);
         }
     }
 
@@ -191,7 +191,7 @@ class CameraPicture {
     }
 
     const DecodeRequest &request_;
-    const CancellationToken &stop_;
+    const CancellationToken &cancellation_;
     const std::function<Decode> &decode_;
     const CameraFile &file_;
     const std::int64_t size_;
@@ -206,12 +206,13 @@ class CameraPicture {
 
 bool isOnCamera(const std::string &path) { return path.starts_with(CAMERA_URL_SCHEME); }
 
-void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
+void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &cancellation,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded) {
     const std::unique_ptr<CameraFile> file = CameraFile::find(request.path, decoded.status);
     CameraFileStatus fileStatus;
     if (file) {
-        decoded.status = file->readStatus({[&stop] { return stop.isCancelled(); }}, fileStatus);
+        decoded.status =
+            file->readStatus({[&cancellation] { return cancellation.isCancelled(); }}, fileStatus);
     }
     if (decoded.status.ok()) {
         const bool isKnown = fileStatus.size >= 0 && fileStatus.modified >= 0;
@@ -220,11 +221,11 @@ void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &
         if (isKnown && cache != nullptr && cache->find(request, decoded, &identity)) {
             return;
         }
-        CameraPicture(request, stop, decode, *file, fileStatus).make(decoded);
+        CameraPicture(request, cancellation, decode, *file, fileStatus).make(decoded);
         decoded.source = identity;
     }
-    if (!decoded.status.ok() && stop.isCancelled()) {
-        decoded.status = endOf(stop);
+    if (!decoded.status.ok() && cancellation.isCancelled()) {
+        decoded.status = endOf(cancellation);
     }
 }
 

@@ -16,7 +16,7 @@ bool isOnCamera(const std::string &path);
 // fetched when it is no longer than MAX_FETCHED_BYTES; and from the preview after all when the file
 // cannot be used. `cache`, if any, is searched first. Throws only what `decode` throws, and
 // std::bad_alloc.
-void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &stop,
+void decodeCameraPicture(const DecodeRequest &request, const CancellationToken &cancellation,
                          const std::function<Decode> &decode, FlashCache *cache, Decoded &decoded);
 
 inline constexpr std::size_t MAX_FETCHED_BYTES = std::size_t{64} << 20;

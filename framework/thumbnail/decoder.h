@@ -63,7 +63,7 @@ struct Decoded {
 };
 
 // Decodes on the calling thread. Never throws; errors are returned in the outcome.
-using Decode = void(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded);
+using Decode = void(const DecodeRequest &request, const CancellationToken &cancellation, Decoded &decoded);
 
 // Loads libraries that the decoders would load with their first picture. Never throws.
 using StartDecoders = void();

@@ -35,10 +35,10 @@ void endBeforeLibraries() {
     }
 }
 
-void decodeForReal(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
+void decodeForReal(const DecodeRequest &request, const CancellationToken &cancellation, Decoded &decoded) {
     Decode &work = decoders();
     endBeforeLibraries();
-    work(request, stop, decoded);
+    work(request, cancellation, decoded);
     endBeforeLibraries();
 }
 

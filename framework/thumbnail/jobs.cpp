@@ -65,7 +65,7 @@ bool Jobs::cancelWaiter(const std::shared_ptr<Job> &job, const void *userData) {
     const auto same = std::ranges::find(waiters, userData, &PendingRequest::userData);
     waiters.erase(same != waiters.end() ? same : waiters.begin());
     if (waiters.empty()) {
-        job->stop.cancel();
+        job->cancellation.cancel();
         forget(job);
         waiting_.remove(job);
     }
@@ -91,7 +91,7 @@ void Jobs::cancelAll() {
     for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
             job->waiters.clear();
-            job->stop.cancel();
+            job->cancellation.cancel();
         }
     }
     waiting_.clear();
@@ -102,7 +102,7 @@ void Jobs::closeAll() {
     delivering_.splice(delivering_.end(), waiting_);
     for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
-            job->stop.cancel();
+            job->cancellation.cancel();
         }
     }
     open_.clear();
@@ -111,7 +111,7 @@ void Jobs::closeAll() {
 std::shared_ptr<Job> Jobs::endedWithWaiters() const {
     for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
-            if (job->stop.isCancelled() && !job->waiters.empty()) {
+            if (job->cancellation.isCancelled() && !job->waiters.empty()) {
                 return job;
             }
         }
@@ -124,14 +124,14 @@ void Jobs::refuseCameras() {
         const auto job = at++;
         if (isOfCamera(*job)) {
             forget(*job);
-            (*job)->stop.cancel();
+            (*job)->cancellation.cancel();
             waiting_.splice(waiting_.begin(), waiting_, job);
         }
     }
     for (const std::shared_ptr<Job> &job : decoding_) {
         if (isOfCamera(job)) {
             forget(job);
-            job->stop.cancel();
+            job->cancellation.cancel();
         }
     }
 }

@@ -19,7 +19,7 @@ struct PendingRequest {
 // The work for all equal requests.
 struct Job {
     Request request;
-    CancellationSource stop;
+    CancellationSource cancellation;
     std::vector<PendingRequest> waiters; // in the order of their requests
 };
 

@@ -35,7 +35,7 @@ Status MediaFile::open(const std::string &path) {
     return {};
 }
 
-Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const {
+Status MediaFile::read(std::int64_t count, const CancellationToken &cancellation, Bytes &bytes) const {
     // The file's size is a hint: the file may shrink.
     count = std::min(count, identity_.size);
     auto have = static_cast<std::int64_t>(bytes.size());
@@ -51,18 +51,18 @@ Status MediaFile::read(std::int64_t count, const CancellationToken &stop, Bytes 
             break;
         }
         have += std::max<ssize_t>(got, 0);
-        if (stop.isCancelled()) {
-            return endOf(stop);
+        if (cancellation.isCancelled()) {
+            return endOf(cancellation);
         }
     }
     return {};
 }
 
-Status MediaFile::readAll(const CancellationToken &stop, Bytes &bytes) const {
+Status MediaFile::readAll(const CancellationToken &cancellation, Bytes &bytes) const {
     if (identity_.size > MAX_FILE_BYTES) {
         return Status::outOfMemory("The picture's file is too large to be decoded.");
     }
-    return read(identity_.size, stop, bytes);
+    return read(identity_.size, cancellation, bytes);
 }
 
 } // namespace mrb::thumbnail

@@ -41,10 +41,10 @@ class MediaFile {
     [[nodiscard]] int fd() const { return file_.fd(); }
 
     // Appends the file's bytes to `bytes` until it holds the first `count` of them, or all.
-    Status read(std::int64_t count, const CancellationToken &stop, Bytes &bytes) const;
+    Status read(std::int64_t count, const CancellationToken &cancellation, Bytes &bytes) const;
 
     // Reads the whole file, unless it is larger than MAX_FILE_BYTES.
-    Status readAll(const CancellationToken &stop, Bytes &bytes) const;
+    Status readAll(const CancellationToken &cancellation, Bytes &bytes) const;
 
   private:
     Descriptor file_;

@@ -6,7 +6,7 @@
 namespace mrb::thumbnail {
 namespace {
 
-using Provide = bool(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+using Provide = bool(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                      Decoded &decoded);
 
 // One provider of pictures.
@@ -20,47 +20,47 @@ bool isOnServer(const Request &request) { return request.isRemote; }
 bool isOfCamera(const Request &request) { return isOnCamera(request.decode.path); }
 bool isAny(const Request & /*request*/) { return true; }
 
-bool refuse(const Request &request, const CancellationToken & /*stop*/, const PictureTools & /*tools*/,
-            Decoded &decoded) {
+bool refuse(const Request &request, const CancellationToken & /*cancellation*/,
+            const PictureTools & /*tools*/, Decoded &decoded) {
     decoded.status.code = request.refusal;
     return true;
 }
 
-bool endStopped(const Request & /*request*/, const CancellationToken &stop, const PictureTools & /*tools*/,
-                Decoded &decoded) {
-    if (!stop.isCancelled()) {
+bool endCancelled(const Request & /*request*/, const CancellationToken &cancellation,
+                  const PictureTools & /*tools*/, Decoded &decoded) {
+    if (!cancellation.isCancelled()) {
         return false;
     }
-    decoded.status = endOf(stop);
+    decoded.status = endOf(cancellation);
     return true;
 }
 
-bool fetchFromServer(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+bool fetchFromServer(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                      Decoded &decoded) {
-    decodeRemotePicture(request.decode, stop, tools.decode, decoded);
+    decodeRemotePicture(request.decode, cancellation, tools.decode, decoded);
     return true;
 }
 
-bool readFromCamera(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+bool readFromCamera(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                     Decoded &decoded) {
-    decodeCameraPicture(request.decode, stop, tools.decode, tools.cache, decoded);
+    decodeCameraPicture(request.decode, cancellation, tools.decode, tools.cache, decoded);
     return true;
 }
 
-bool findInCache(const Request &request, const CancellationToken & /*stop*/, const PictureTools &tools,
-                 Decoded &decoded) {
+bool findInCache(const Request &request, const CancellationToken & /*cancellation*/,
+                 const PictureTools &tools, Decoded &decoded) {
     return tools.cache != nullptr && tools.cache->find(request.decode, decoded);
 }
 
-bool decodeFile(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+bool decodeFile(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                 Decoded &decoded) {
-    tools.decode(request.decode, stop, decoded);
+    tools.decode(request.decode, cancellation, decoded);
     return true;
 }
 
 // In the order in which they are tried.
 constexpr Provider PROVIDERS[] = {
-    {isRefused, refuse},           {isAny, endStopped},
+    {isRefused, refuse},           {isAny, endCancelled},
     {isOnServer, fetchFromServer}, // whose pictures are not cached: they have no identity
     {isOfCamera, readFromCamera},  // it looks into the cache with the camera's size and time of the file
     {isAny, findInCache},          {isAny, decodeFile},
@@ -68,10 +68,10 @@ constexpr Provider PROVIDERS[] = {
 
 } // namespace
 
-void providePicture(const Request &request, const CancellationToken &stop, const PictureTools &tools,
+void providePicture(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                     Decoded &decoded) {
     for (const Provider &provider : PROVIDERS) {
-        if (provider.applies(request) && provider.provide(request, stop, tools, decoded)) {
+        if (provider.applies(request) && provider.provide(request, cancellation, tools, decoded)) {
             return;
         }
     }

@@ -8,7 +8,7 @@
 
 namespace mrb::thumbnail {
 
-void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
+void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &cancellation,
                          const std::function<Decode> &decode, Decoded &decoded) {
     const std::shared_ptr<dlna::ContentDirectoryClient> contentClient =
         dlna::DlnaService::instance().contentClient();
@@ -18,7 +18,8 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
     }
     std::string bytes;
     decoded.status = contentClient->fetch(
-        request.path, MAX_REMOTE_BYTES, REMOTE_TIMEOUT, [&stop] { return stop.isCancelled(); }, bytes);
+        request.path, MAX_REMOTE_BYTES, REMOTE_TIMEOUT,
+        [&cancellation] { return cancellation.isCancelled(); }, bytes);
     MemoryFile file;
     if (decoded.status.ok()) {
         decoded.status = file.write(bytes);
@@ -28,7 +29,7 @@ void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &
         local.path = file.path();
         local.mediaType = MRB_ITEM_TYPE_IMAGE; // also for a video: the server's picture of it
         local.frames = 1;
-        decode(local, stop, decoded);
+        decode(local, cancellation, decoded);
         decoded.source = {};
     }
 }

@@ -10,7 +10,7 @@ namespace mrb::thumbnail {
 // Fetches the picture whose URL is the request's path from a DLNA server, and decodes it. Waits
 // for the server no longer than REMOTE_TIMEOUT. Throws only what `decode` throws, and
 // std::bad_alloc.
-void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &stop,
+void decodeRemotePicture(const DecodeRequest &request, const CancellationToken &cancellation,
                          const std::function<Decode> &decode, Decoded &decoded);
 
 inline constexpr auto REMOTE_TIMEOUT = std::chrono::seconds(10);

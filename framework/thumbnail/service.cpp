@@ -128,17 +128,17 @@ void ThumbnailService::work() {
 }
 
 void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded) {
-    job.stop.cancelAfter(DECODE_LIMIT);
+    job.cancellation.cancelAfter(DECODE_LIMIT);
     const std::shared_ptr<FlashCache> cache = request.useCache ? flashCache_.cache() : nullptr;
     try {
-        providePicture(request, job.stop, {decoder_, cache.get()}, decoded);
+        providePicture(request, job.cancellation, {decoder_, cache.get()}, decoded);
     } catch (const std::bad_alloc &) {
         decoded.status = Status::outOfMemory("Not enough memory.");
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("The thumbnail service failed: %s", failure.what());
         decoded.status = Status::notInitialized(failure.what());
     }
-    if (!decoded.status.ok() && !decoded.status.message.empty() && !job.stop.isCancelled()) {
+    if (!decoded.status.ok() && !decoded.status.message.empty() && !job.cancellation.isCancelled()) {
         MRB_LOG_WARNING("No thumbnail of \"%s\": %s", request.origin.c_str(), decoded.status.message.c_str());
     }
 }

@@ -10,15 +10,15 @@ namespace mrb::thumbnail {
 // own. Its functions may be called from any thread.
 struct Films {
     // Frames of a video, spread over its duration.
-    Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
-                          Decoded &decoded);
+    Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request,
+                          const CancellationToken &cancellation, Decoded &decoded);
 
     // A picture in a format that only libav knows, such as BMP.
-    Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
-                          Decoded &decoded);
+    Status (*decodeStill)(const MediaFile &file, const DecodeRequest &request,
+                          const CancellationToken &cancellation, Decoded &decoded);
 
     // The picture file embedded in a music file as its cover. MRB_ERR_NOT_FOUND: there is none.
-    Status (*readCover)(const MediaFile &file, const std::string &path, const CancellationToken &stop,
+    Status (*readCover)(const MediaFile &file, const std::string &path, const CancellationToken &cancellation,
                         Bytes &cover);
 
     // Makes libheif, with which libvips reads HEIC files, decode their pictures by libav: that

@@ -22,14 +22,14 @@ int typeOf(const DecodeRequest &request) {
     return type != nullptr ? int{type->itemType} : int{MRB_ITEM_TYPE_IMAGE};
 }
 
-Status decodeCover(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeCover(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded) {
     Bytes cover;
-    Status status = films().readCover(file, request.path, stop, cover);
-    return status.ok() ? decodePicture(cover, request, stop, decoded) : status;
+    Status status = films().readCover(file, request.path, cancellation, cover);
+    return status.ok() ? decodePicture(cover, request, cancellation, decoded) : status;
 }
 
-Status decodeFile(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
+Status decodeFile(const DecodeRequest &request, const CancellationToken &cancellation, Decoded &decoded) {
     MediaFile file;
     Status opened = file.open(request.path);
     decoded.source = file.identity();
@@ -38,13 +38,13 @@ Status decodeFile(const DecodeRequest &request, const CancellationToken &stop, D
     }
     switch (typeOf(request)) {
     case MRB_ITEM_TYPE_IMAGE:
-        return decodePictureFile(file, request, stop, decoded);
+        return decodePictureFile(file, request, cancellation, decoded);
     case MRB_ITEM_TYPE_VIDEO:
     case MRB_ITEM_TYPE_RECORD:
     case MRB_ITEM_TYPE_UHD:
-        return films().decodeVideo(file, request, stop, decoded);
+        return films().decodeVideo(file, request, cancellation, decoded);
     case MRB_ITEM_TYPE_MUSIC:
-        return decodeCover(file, request, stop, decoded);
+        return decodeCover(file, request, cancellation, decoded);
     default:
         return Status::notSupported("Items of this type have no picture.");
     }
@@ -56,10 +56,11 @@ void mrb_start_decoders() {
     static_cast<void>(useVips()); // each picture gets the same failure again
 }
 
-void mrb_decode_thumbnail(const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
+void mrb_decode_thumbnail(const DecodeRequest &request, const CancellationToken &cancellation,
+                          Decoded &decoded) {
     decoded = {};
     try {
-        decoded.status = decodeFile(request, stop, decoded);
+        decoded.status = decodeFile(request, cancellation, decoded);
     } catch (const std::bad_alloc &) {
         decoded.status = Status::outOfMemory("Not enough memory for the picture.");
     } catch (const MissingModule &failure) {

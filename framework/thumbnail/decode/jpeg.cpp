@@ -111,21 +111,21 @@ Status Decoder::decode(Size target, Pixels &pixels) {
 
 // Decodes to the size of a picture of `original` pixels in the box.
 Status decodeTo(Size original, Decoder &decoder, const Bytes &profile, int orientation,
-                const DecodeRequest &request, const CancellationToken &stop, Decoded &decoded) {
+                const DecodeRequest &request, const CancellationToken &cancellation, Decoded &decoded) {
     const int applied = request.orientation != 0 ? request.orientation : orientation;
     const Size target = fit(original, turned({request.width, request.height}, applied));
     Scratch memory;
     Pixels pixels{*memory};
     Status status = decoder.decode(target, pixels);
-    if (status.ok() && stop.isCancelled()) {
-        status = endOf(stop);
+    if (status.ok() && cancellation.isCancelled()) {
+        status = endOf(cancellation);
     }
     Image image;
     if (status.ok()) {
         if (pixels.channels == 3) {
             pixels.profile = profile;
         }
-        status = resize(pixels, target, stop, image);
+        status = resize(pixels, target, cancellation, image);
     }
     if (status.ok()) {
         addImage(std::move(image), original, orientation, request, decoded);
@@ -141,7 +141,7 @@ bool sameProportions(Size small, Size large) {
 
 } // namespace
 
-Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                   Decoded &decoded) {
     Decoder decoder(data);
     const JpegSegments segments = readJpegSegments(data);
@@ -156,10 +156,10 @@ Status decodeJpeg(ByteSpan data, const DecodeRequest &request, const Cancellatio
         return allowed;
     }
     return decodeTo(decoder.size(), decoder, segments.profile, readExif(segments.exif).orientation, request,
-                    stop, decoded);
+                    cancellation, decoded);
 }
 
-bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const CancellationToken &stop,
+bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const CancellationToken &cancellation,
                     Decoded &decoded) {
     const JpegSegments segments = readJpegSegments(head);
     const ExifFields exif = readExif(segments.exif);
@@ -179,7 +179,8 @@ bool decodeEmbedded(ByteSpan head, const DecodeRequest &request, const Cancellat
         return false;
     }
     decoded.embedded =
-        decodeTo(whole.size(), small, segments.profile, exif.orientation, request, stop, decoded).ok();
+        decodeTo(whole.size(), small, segments.profile, exif.orientation, request, cancellation, decoded)
+            .ok();
     return decoded.embedded;
 }
 

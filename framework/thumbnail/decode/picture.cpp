@@ -14,33 +14,34 @@ constexpr std::int64_t HEAD_BYTES = 128 << 10;
 
 } // namespace
 
-Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                      Decoded &decoded) {
     if (isJpeg(data)) {
-        return decodeJpeg(data, request, stop, decoded);
+        return decodeJpeg(data, request, cancellation, decoded);
     }
-    return isPlainWebp(data) ? decodePlainWebp(data, request, stop, decoded)
-                             : decodeWithVips(data, request, stop, decoded);
+    return isPlainWebp(data) ? decodePlainWebp(data, request, cancellation, decoded)
+                             : decodeWithVips(data, request, cancellation, decoded);
 }
 
-Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
-                         Decoded &decoded) {
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request,
+                         const CancellationToken &cancellation, Decoded &decoded) {
     Scratch memory;
     Bytes &data = *memory;
-    Status status = file.read(HEAD_BYTES, stop, data);
+    Status status = file.read(HEAD_BYTES, cancellation, data);
     if (!status.ok()) {
         return status;
     }
-    if (isJpeg(data) && decodeEmbedded(data, request, stop, decoded)) {
+    if (isJpeg(data) && decodeEmbedded(data, request, cancellation, decoded)) {
         return {};
     }
-    status = file.readAll(stop, data);
+    status = file.readAll(cancellation, data);
     if (!status.ok()) {
         return status;
     }
-    status = decodePicture(data, request, stop, decoded);
+    status = decodePicture(data, request, cancellation, decoded);
     // libav may know a format that libvips does not.
-    return status.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, stop, decoded) : status;
+    return status.code == MRB_ERR_NOT_SUPPORTED ? films().decodeStill(file, request, cancellation, decoded)
+                                                : status;
 }
 
 } // namespace mrb::thumbnail

@@ -7,11 +7,11 @@
 namespace mrb::thumbnail {
 
 // Decodes a picture file to one image.
-Status decodePictureFile(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
-                         Decoded &decoded);
+Status decodePictureFile(const MediaFile &file, const DecodeRequest &request,
+                         const CancellationToken &cancellation, Decoded &decoded);
 
 // The same for a picture in memory, such as the cover of a music file.
-Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodePicture(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                      Decoded &decoded);
 
 } // namespace mrb::thumbnail

@@ -44,7 +44,7 @@ bool scale(VipsPicture &picture, bool hasAlpha, double width, double height) {
 
 } // namespace
 
-Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, Image &image) {
+Status resize(const Pixels &pixels, Size target, const CancellationToken &cancellation, Image &image) {
     if (Status ready = useVips(); !ready.ok()) {
         return ready;
     }
@@ -53,7 +53,7 @@ Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, 
         picture && (pixels.size == target || scale(picture, pixels.channels == WITH_ALPHA,
                                                    static_cast<double>(target.width) / pixels.size.width,
                                                    static_cast<double>(target.height) / pixels.size.height));
-    return isReady ? render(std::move(picture), stop, image) : vipsFailure();
+    return isReady ? render(std::move(picture), cancellation, image) : vipsFailure();
 }
 
 } // namespace mrb::thumbnail

@@ -17,6 +17,6 @@ struct Pixels {
 
 // Creates an image of exactly this size, whose proportions may differ from the picture's by a
 // rounded pixel.
-Status resize(const Pixels &pixels, Size target, const CancellationToken &stop, Image &image);
+Status resize(const Pixels &pixels, Size target, const CancellationToken &cancellation, Image &image);
 
 } // namespace mrb::thumbnail

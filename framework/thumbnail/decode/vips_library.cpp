@@ -101,20 +101,20 @@ Status vipsFailure() {
     return Status::corrupt("The picture is damaged: " + text);
 }
 
-Status render(VipsPicture picture, const CancellationToken &stop, Image &image) {
+Status render(VipsPicture picture, const CancellationToken &cancellation, Image &image) {
     if (!toScreenColours(picture)) {
         return vipsFailure();
     }
     vips_image_set_progress(picture.get(), TRUE);
     // The handler is removed with the picture, at the end of this function; the token is only read.
     g_signal_connect(picture.get(), "eval", G_CALLBACK(stopWhenAsked),
-                     const_cast<CancellationToken *>(&stop));
+                     const_cast<CancellationToken *>(&cancellation));
     std::size_t size = 0;
     const std::unique_ptr<unsigned char, Deleter<g_free>> memory(
         static_cast<unsigned char *>(vips_image_write_to_memory(picture.get(), &size)));
     if (!memory) {
         const Status failure = vipsFailure();
-        return stop.isCancelled() ? endOf(stop) : failure;
+        return cancellation.isCancelled() ? endOf(cancellation) : failure;
     }
     const int bands = vips_image_get_bands(picture.get());
     if (bands < 3) {

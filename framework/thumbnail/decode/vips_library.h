@@ -23,6 +23,6 @@ Status vipsFailure();
 
 // Computes a picture that has the size of a thumbnail, as 8-bit sRGB, converted from any colours.
 // Throws std::bad_alloc.
-Status render(VipsPicture picture, const CancellationToken &stop, Image &image);
+Status render(VipsPicture picture, const CancellationToken &cancellation, Image &image);
 
 } // namespace mrb::thumbnail

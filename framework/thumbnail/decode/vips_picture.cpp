@@ -55,7 +55,7 @@ VipsPicture readScaled(ByteSpan data, Size target) {
 
 } // namespace
 
-Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                       Decoded &decoded) {
     if (Status ready = useVips(); !ready.ok()) {
         return ready;
@@ -97,7 +97,7 @@ Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const Cancell
         return vipsFailure();
     }
     Image image;
-    status = render(std::move(picture), stop, image);
+    status = render(std::move(picture), cancellation, image);
     if (status.ok()) {
         addImage(std::move(image), size, stored, request, decoded);
     }

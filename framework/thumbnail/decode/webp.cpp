@@ -43,13 +43,13 @@ Size marginSize(Size size, Size target) {
 }
 
 // In steps, between which cancellation is checked.
-Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const CancellationToken &stop) {
+Status decodeSteps(ByteSpan data, WebPDecoderConfig &config, const CancellationToken &cancellation) {
     constexpr std::size_t STEP_BYTES = 64 << 10;
     const std::unique_ptr<WebPIDecoder, Deleter<WebPIDelete>> decoder(WebPIDecode(nullptr, 0, &config));
     VP8StatusCode decoded = decoder ? VP8_STATUS_SUSPENDED : VP8_STATUS_OUT_OF_MEMORY;
     for (std::size_t known = 0; decoded == VP8_STATUS_SUSPENDED && known < data.size();) {
-        if (stop.isCancelled()) {
-            return endOf(stop);
+        if (cancellation.isCancelled()) {
+            return endOf(cancellation);
         }
         known = std::min(data.size(), known + STEP_BYTES);
         decoded = WebPIUpdate(decoder.get(), data.data(), known);
@@ -77,7 +77,7 @@ bool isPlainWebp(ByteSpan data) {
     return text.substr(12, 4) != "VP8X" || (data[FLAGS_AT] & (HAS_PROFILE | HAS_EXIF | IS_ANIMATED)) == 0;
 }
 
-Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                        Decoded &decoded) {
     WebPDecoderConfig config;
     if (WebPInitDecoderConfig(&config) == 0 ||
@@ -101,10 +101,10 @@ Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const Cancel
     config.output.colorspace = channels == 4 ? MODE_RGBA : MODE_RGB;
     config.output.is_external_memory = 1;
     config.output.u.RGBA = {pixels.bytes.data(), stride, pixels.bytes.size()};
-    status = decodeSteps(data, config, stop);
+    status = decodeSteps(data, config, cancellation);
     Image image;
     if (status.ok()) {
-        status = resize(pixels, target, stop, image);
+        status = resize(pixels, target, cancellation, image);
     }
     if (status.ok()) {
         addImage(std::move(image), size, 1, request, decoded);

@@ -16,7 +16,7 @@ Size sizeOfWebp(ByteSpan data);
 bool isPlainWebp(ByteSpan data);
 
 // Decodes such a file.
-Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &stop,
+Status decodePlainWebp(ByteSpan data, const DecodeRequest &request, const CancellationToken &cancellation,
                        Decoded &decoded);
 
 // Opens any other WebP file of this size, scaled down during decoding, to no less than its size

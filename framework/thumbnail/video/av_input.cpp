@@ -67,7 +67,7 @@ Status AvInput::open(const char *formats) {
     context_->pb = io_;
     context_->flags |= AVFMT_FLAG_CUSTOM_IO;
     context_->io_open = refuse;
-    context_->interrupt_callback = {isStopped, this};
+    context_->interrupt_callback = {isCancelled, this};
     context_->probesize = PROBE_BYTES;
     context_->format_whitelist = av_strdup(formats);
     // It frees and clears the context on failure.
@@ -79,8 +79,8 @@ Status AvInput::open(const char *formats) {
 }
 
 Status AvInput::failure(const char *what) const {
-    if (stop_.isCancelled()) {
-        return endOf(stop_);
+    if (cancellation_.isCancelled()) {
+        return endOf(cancellation_);
     }
     return error_ != 0 ? Status::ofErrno(error_, "reading")
                        : Status::corrupt(std::string("The file is damaged: ") + what + ".");
@@ -88,7 +88,7 @@ Status AvInput::failure(const char *what) const {
 
 int AvInput::read(void *self, std::uint8_t *buffer, int size) {
     auto &input = *static_cast<AvInput *>(self);
-    if (input.stop_.isCancelled()) {
+    if (input.cancellation_.isCancelled()) {
         return AVERROR_EXIT;
     }
     const ssize_t got = pread(input.file_.fd(), buffer, static_cast<std::size_t>(size), input.at_);
@@ -124,6 +124,8 @@ std::int64_t AvInput::seek(void *self, std::int64_t offset, int whence) {
     return offset;
 }
 
-int AvInput::isStopped(void *self) { return static_cast<AvInput *>(self)->stop_.isCancelled() ? 1 : 0; }
+int AvInput::isCancelled(void *self) {
+    return static_cast<AvInput *>(self)->cancellation_.isCancelled() ? 1 : 0;
+}
 
 } // namespace mrb::thumbnail

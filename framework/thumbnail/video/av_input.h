@@ -26,7 +26,8 @@ Packet makePacket();
 // Lives on the stack of the decoding thread; file and token outlive it.
 class AvInput {
   public:
-    AvInput(const MediaFile &file, const CancellationToken &stop) : file_(file), stop_(stop) {}
+    AvInput(const MediaFile &file, const CancellationToken &cancellation)
+        : file_(file), cancellation_(cancellation) {}
     ~AvInput();
     AvInput(const AvInput &) = delete;
     AvInput &operator=(const AvInput &) = delete;
@@ -41,10 +42,10 @@ class AvInput {
   private:
     static int read(void *self, std::uint8_t *buffer, int size);
     static std::int64_t seek(void *self, std::int64_t offset, int whence);
-    static int isStopped(void *self);
+    static int isCancelled(void *self);
 
     const MediaFile &file_;
-    const CancellationToken &stop_;
+    const CancellationToken &cancellation_;
     std::int64_t at_ = 0;
     int error_ = 0; // the errno of a read that failed
     AVIOContext *io_ = nullptr;

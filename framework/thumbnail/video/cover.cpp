@@ -10,8 +10,8 @@ constexpr const char *MUSIC_FORMATS =
     "mp3,mov,flac,ogg,asf,wav,aiff,ape,dsf,mpc,mpc8,wv,matroska,aac,ac3,eac3,amr,tta,w64";
 
 // The first picture that libav finds in the file; empty when there is none.
-Status coverOfContainer(const MediaFile &file, const CancellationToken &stop, Bytes &cover) {
-    AvInput input(file, stop);
+Status coverOfContainer(const MediaFile &file, const CancellationToken &cancellation, Bytes &cover) {
+    AvInput input(file, cancellation);
     Status status = input.open(MUSIC_FORMATS);
     if (!status.ok()) {
         return status;
@@ -28,13 +28,13 @@ Status coverOfContainer(const MediaFile &file, const CancellationToken &stop, By
 
 } // namespace
 
-Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &stop,
+Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &cancellation,
                  Bytes &cover) {
     cover = coverOfTags(path);
-    if (stop.isCancelled()) {
-        return endOf(stop);
+    if (cancellation.isCancelled()) {
+        return endOf(cancellation);
     }
-    Status status = cover.empty() ? coverOfContainer(file, stop, cover) : Status{};
+    Status status = cover.empty() ? coverOfContainer(file, cancellation, cover) : Status{};
     if (status.ok() && cover.empty()) {
         status = Status::notFound("The music has no cover.");
     }

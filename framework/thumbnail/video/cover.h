@@ -8,6 +8,7 @@
 namespace mrb::thumbnail {
 
 // See Films::readCover.
-Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &stop, Bytes &cover);
+Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &cancellation,
+                 Bytes &cover);
 
 } // namespace mrb::thumbnail

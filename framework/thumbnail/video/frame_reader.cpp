@@ -36,7 +36,8 @@ Status FrameReader::open(bool needsDuration) {
     }
     const int chosen = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (chosen < 0 || !isVideo(*context->streams[chosen])) {
-        return stop_.isCancelled() ? endOf(stop_) : Status::notFound("The file has no video stream.");
+        return cancellation_.isCancelled() ? endOf(cancellation_)
+                                           : Status::notFound("The file has no video stream.");
     }
     stream_ = context->streams[chosen];
     for (unsigned index = 0; index < context->nb_streams; ++index) {
@@ -169,15 +170,15 @@ std::int64_t FrameReader::momentOf(const AVFrame &frame) const {
 
 // The result without a frame: an error if none was found at all, else the end.
 Status FrameReader::nothing() const {
-    if (stop_.isCancelled()) {
-        return endOf(stop_);
+    if (cancellation_.isCancelled()) {
+        return endOf(cancellation_);
     }
     return last_ == AV_NOPTS_VALUE ? input_.failure("it has no key frame that can be decoded") : Status{};
 }
 
 bool FrameReader::readPacket(bool key) {
     isAtEnd_ = false;
-    while (packets_ < MAX_PACKETS && packetBytes_ < MAX_PACKET_BYTES && !stop_.isCancelled()) {
+    while (packets_ < MAX_PACKETS && packetBytes_ < MAX_PACKET_BYTES && !cancellation_.isCancelled()) {
         av_packet_unref(packet_.get());
         isAtEnd_ = av_read_frame(input_.context(), packet_.get()) < 0;
         if (isAtEnd_) {

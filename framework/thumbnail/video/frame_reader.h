@@ -14,9 +14,9 @@ namespace mrb::thumbnail {
 // position was returned before, frames are decoded forward from it.
 class FrameReader {
   public:
-    FrameReader(AvInput &input, const CancellationToken &stop)
-        : input_(input), stop_(stop), packet_(makePacket()), received_(makeFrame()), frame_(makeFrame()),
-          ahead_(makeFrame()) {}
+    FrameReader(AvInput &input, const CancellationToken &cancellation)
+        : input_(input), cancellation_(cancellation), packet_(makePacket()), received_(makeFrame()),
+          frame_(makeFrame()), ahead_(makeFrame()) {}
 
     // Chooses the stream and opens its decoder. `lossy` omits the deblocking filter, which does
     // not show in an image of half the size.
@@ -70,7 +70,7 @@ class FrameReader {
     [[nodiscard]] Status nothing() const;
 
     AvInput &input_;
-    const CancellationToken &stop_;
+    const CancellationToken &cancellation_;
     Packet packet_;
     Frame received_;
     Frame frame_; // returned last

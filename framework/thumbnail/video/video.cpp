@@ -118,14 +118,14 @@ Status takeFrames(FrameReader &reader, std::span<const std::int64_t> moments, co
 
 } // namespace
 
-Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded) {
-    AvInput input(file, stop);
+    AvInput input(file, cancellation);
     Status status = input.open(VIDEO_FORMATS);
     if (!status.ok()) {
         return status;
     }
-    FrameReader reader(input, stop);
+    FrameReader reader(input, cancellation);
     status = reader.open(true);
     if (!status.ok()) {
         return status;
@@ -150,16 +150,16 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const Ca
     return status.code == MRB_ERR_CORRUPT && !decoded.images.empty() ? Status{} : status;
 }
 
-Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded) {
-    AvInput input(file, stop);
+    AvInput input(file, cancellation);
     Status status = input.open(STILL_FORMATS);
     if (!status.ok()) {
         return status.code == MRB_ERR_CORRUPT
                    ? Status::notSupported("The file is not a picture of a known format.")
                    : status;
     }
-    FrameReader reader(input, stop);
+    FrameReader reader(input, cancellation);
     status = reader.open(false);
     const AVFrame *frame = nullptr;
     if (status.ok()) {

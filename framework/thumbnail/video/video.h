@@ -6,9 +6,9 @@
 namespace mrb::thumbnail {
 
 // See Films::decodeVideo and Films::decodeStill.
-Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded);
-Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &stop,
+Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded);
 
 } // namespace mrb::thumbnail

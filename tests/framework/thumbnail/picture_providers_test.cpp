@@ -22,16 +22,15 @@ constexpr int SIDE = 10;
 struct Providers {
     Decoded provide(const Request &request, FlashCache *cache = nullptr) {
         Decoded decoded;
-        providePicture(request, stop, {decode, cache}, decoded);
+        providePicture(request, cancellation, {decode, cache}, decoded);
         return decoded;
     }
 
     std::vector<std::string> paths;
     std::function<mrb::thumbnail::Decode> decode =
-        [this](const DecodeRequest &request, const mrb::CancellationToken & /*stop*/, Decoded & /*decoded*/) {
-            paths.push_back(request.path);
-        };
-    mrb::CancellationSource stop;
+        [this](const DecodeRequest &request, const mrb::CancellationToken & /*cancellation*/,
+               Decoded & /*decoded*/) { paths.push_back(request.path); };
+    mrb::CancellationSource cancellation;
 };
 
 Request requestOf(const std::string &path) {
@@ -82,7 +81,7 @@ TEST(PictureProviders, ARefusedRequestIsAnsweredWithItsCodeAlone) {
     Providers providers;
     Request request = requestOf("/pictures/a.jpg");
     request.refusal = MRB_ERR_INVALID_PARAMETER;
-    providers.stop.cancel();
+    providers.cancellation.cancel();
     const Decoded decoded = providers.provide(request);
     EXPECT_EQ(decoded.status.code, MRB_ERR_INVALID_PARAMETER);
     EXPECT_EQ(decoded.status.message, "");
@@ -94,7 +93,7 @@ TEST(PictureProviders, AStoppedRequestIsNotServedAnyMore) {
     FlashCache cache;
     fillCache(cache, folder);
     Providers providers;
-    providers.stop.cancel();
+    providers.cancellation.cancel();
     EXPECT_EQ(providers.provide(requestOf(folder.path("a")), &cache).status.code, MRB_ERR_CANCELLED);
     EXPECT_TRUE(providers.paths.empty());
 }

@@ -39,15 +39,16 @@ Request named(const std::string &name, int sourceType = MRB_THUMB_SOURCE_ANY) {
 // A decoder that a test holds at a gate.
 class Gate {
   public:
-    void operator()(const DecodeRequest &request, const mrb::CancellationToken &stop, Decoded &decoded) {
+    void operator()(const DecodeRequest &request, const mrb::CancellationToken &cancellation,
+                    Decoded &decoded) {
         std::unique_lock guard(lock_);
         begun_.push_back(request.path.substr(1));
         change_.notify_all();
-        while (closed_ && !stop.isCancelled()) {
+        while (closed_ && !cancellation.isCancelled()) {
             change_.wait_for(guard, std::chrono::milliseconds(1));
         }
-        if (stop.isCancelled()) {
-            decoded.status = mrb::thumbnail::endOf(stop);
+        if (cancellation.isCancelled()) {
+            decoded.status = mrb::thumbnail::endOf(cancellation);
             ++stopped_;
             change_.notify_all();
             return;
@@ -332,7 +333,8 @@ TEST_F(Service, StoppingTheCamerasDoesNotWaitLongForADecodeThatDoesNotEnd) {
     std::promise<void> begun;
     std::promise<void> release;
     ThumbnailService stuck(
-        [&](const DecodeRequest & /*request*/, const mrb::CancellationToken & /*stop*/, Decoded &decoded) {
+        [&](const DecodeRequest & /*request*/, const mrb::CancellationToken & /*cancellation*/,
+            Decoded &decoded) {
             begun.set_value();
             release.get_future().wait_for(LIMIT);
             decoded.status.code = MRB_ERR_IO;
@@ -473,11 +475,11 @@ TEST_F(Service, ItsThreadsHaveNames) {
 }
 
 TEST(ThumbnailDecoding, EndsAsCancelledUnlessItsTimeIsOver) {
-    mrb::CancellationSource stop;
-    stop.cancelAfter(mrb::CancellationSource::Clock::duration(-1));
-    EXPECT_EQ(mrb::thumbnail::endOf(stop).code, MRB_ERR_TIMEOUT);
-    stop.cancel();
-    EXPECT_EQ(mrb::thumbnail::endOf(stop).code, MRB_ERR_CANCELLED);
+    mrb::CancellationSource cancellation;
+    cancellation.cancelAfter(mrb::CancellationSource::Clock::duration(-1));
+    EXPECT_EQ(mrb::thumbnail::endOf(cancellation).code, MRB_ERR_TIMEOUT);
+    cancellation.cancel();
+    EXPECT_EQ(mrb::thumbnail::endOf(cancellation).code, MRB_ERR_CANCELLED);
 }
 
 TEST(ThumbnailWorkers, AreAsManyAsTheMachineHasCores) {
