@@ -37,7 +37,9 @@ struct Image {
     int height = 0;
     std::int64_t timeStamp = 0; // milliseconds from the start of a video
 
-    [[nodiscard]] std::size_t bytes() const { return std::size_t{4} * width * height; }
+    [[nodiscard]] std::size_t bytes() const {
+        return std::size_t{4} * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    }
 };
 
 // An image with uninitialized pixels. Throws std::bad_alloc.

@@ -75,10 +75,12 @@ bool writeFlashPicture(const std::string &path, const unsigned char *pixels, int
     const std::string unfinished = path + ".new";
     const Descriptor file(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     const Header header = headerOf(width, height, preset != nullptr);
-    const bool written = file && writeWhole(file.fd(), header.data(), header.size()) &&
-                         writeWhole(file.fd(), pixels, std::size_t{4} * width * height) &&
-                         (preset == nullptr || writeWhole(file.fd(), preset, MRB_THUMB_PRESET_BYTES)) &&
-                         fdatasync(file.fd()) == 0 && std::rename(unfinished.c_str(), path.c_str()) == 0;
+    const bool written =
+        file && writeWhole(file.fd(), header.data(), header.size()) &&
+        writeWhole(file.fd(), pixels,
+                   std::size_t{4} * static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) &&
+        (preset == nullptr || writeWhole(file.fd(), preset, MRB_THUMB_PRESET_BYTES)) &&
+        fdatasync(file.fd()) == 0 && std::rename(unfinished.c_str(), path.c_str()) == 0;
     if (!written && file) {
         unlink(unfinished.c_str());
     }
