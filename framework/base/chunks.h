@@ -61,14 +61,14 @@ class ChunkedArray {
 // valid until `clear`.
 class ChunkedText {
   public:
-    static constexpr std::size_t LONGEST = CHUNK_BYTES; // bytes of one string
+    static constexpr std::size_t MAX_LENGTH = CHUNK_BYTES; // bytes of one string
 
     // The end offset that the next string would have, gaps at the ends of chunks included.
     [[nodiscard]] std::size_t endWith(std::size_t length) const {
         return (fits(length) ? size() : chunks_.size() * CHUNK_BYTES) + length;
     }
 
-    // Returns the offset of the string; `tail` follows it. Together they are at most LONGEST bytes long.
+    // Returns the offset of the string; `tail` follows it. Together they are at most MAX_LENGTH bytes long.
     std::uint32_t add(std::string_view text, std::string_view tail = {}) {
         if (!fits(text.size() + tail.size())) {
             PagedVector<char> chunk;

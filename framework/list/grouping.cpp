@@ -73,7 +73,7 @@ std::size_t placesOf(const ItemStore &store, Grouping grouping, const FileGroups
     case Grouping::DATE:
         return std::size_t{MAX_MONTHS} + 1;
     case Grouping::FOLDER:
-        return static_cast<std::size_t>(store.folders());
+        return static_cast<std::size_t>(store.folders().size());
     case Grouping::ARTIST:
     case Grouping::ALBUM:
     case Grouping::GENRE:
@@ -158,7 +158,7 @@ std::string groupName(const ItemStore &store, Grouping grouping, const FileGroup
         return text.data();
     }
     case Grouping::FOLDER:
-        return store.folderPath(static_cast<std::int32_t>(key));
+        return store.folders().path(static_cast<std::int32_t>(key));
     case Grouping::ARTIST:
     case Grouping::ALBUM:
     case Grouping::GENRE:

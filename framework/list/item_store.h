@@ -1,11 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/chunks.h"
+#include "list/folder_table.h"
 #include "media/item.h"
 #include "text/first_letter.h"
 
@@ -19,51 +18,41 @@ class ItemStore {
   public:
     // Bounds on what a damaged or hostile source can make the process hold.
     static constexpr std::int32_t MAX_ITEMS = 5'000'000;
-    static constexpr std::size_t MAX_TEXT_BYTES = 1UL << 28;   // bytes of all names
+    static constexpr std::size_t MAX_TEXT_BYTES = 1UL << 28;   // bytes of all names, folders' included
     static constexpr std::size_t MAX_TEXT_LENGTH = UINT16_MAX; // bytes of one name or id; longer: truncated
-    static_assert(2 * MAX_TEXT_LENGTH <= ChunkedText::LONGEST, "an item's name and id are stored together");
-
-    ItemStore();
+    static_assert(2 * MAX_TEXT_LENGTH <= ChunkedText::MAX_LENGTH,
+                  "an item's name and id are stored together");
 
     // The new folder's number; negative when a bound is reached.
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
+    [[nodiscard]] const FolderTable &folders() const { return folders_; }
 
-    // `passes`: the item passed the list's filters. One that did not is a folder,
+    // `matches`: the item matches the list's filters. One that does not is a folder,
     // kept for walking folder by folder. False when a bound is reached.
     [[nodiscard]] bool add(const SourceItem &item, bool matches);
 
+    // Items have the numbers from 0 to size() - 1. Texts that are returned as views are
+    // valid as long as the store.
     [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(items_.size()); }
-    // How many items passed the filters.
+    // How many items match the filters.
     [[nodiscard]] std::int32_t matchCount() const { return matchCount_; }
 
-    // Items have the numbers from 0 to size() - 1; folders have their own. Views that are
-    // returned are valid as long as the store.
-    [[nodiscard]] std::int32_t folders() const { return static_cast<std::int32_t>(folders_.size()); }
-    [[nodiscard]] std::int32_t parent(std::int32_t folder) const;
-    [[nodiscard]] std::string
-    folderPath(std::int32_t folder) const; // the names below the source, joined with '/'
-    // True: the folder, or something in it or below, passed the filters.
-    [[nodiscard]] bool hasMatches(std::int32_t folder) const;
-    // The item that is a folder's entry, and the folder of an item; negative where there is none.
-    [[nodiscard]] std::int32_t itemOfFolder(std::int32_t folder) const;
-    [[nodiscard]] std::int32_t folderOfItem(std::int32_t number) const;
-
     [[nodiscard]] ItemInfo info(std::int32_t number) const;
-    [[nodiscard]] ItemInfo infoWithoutText(std::int32_t number) const; // the same without texts
-    [[nodiscard]] ItemInfo folderInfo(std::int32_t folder) const;      // of the source itself: without a name
-    // True: the item has the id of `wanted`; without one, its name and folder.
-    [[nodiscard]] bool isItem(std::int32_t number, const ItemInfo &wanted) const;
+    [[nodiscard]] ItemInfo infoWithoutText(std::int32_t number) const;
+    [[nodiscard]] ItemInfo folderInfo(std::int32_t folder) const; // of the source itself: without a name
+    // True: the item has the id of `info`; where that has none, its name and folder.
+    [[nodiscard]] bool isItem(std::int32_t number, const ItemInfo &info) const;
+    // True: the item lies in that folder under that name.
+    [[nodiscard]] bool isItem(std::int32_t number, std::int32_t folder, std::string_view name) const;
+
     [[nodiscard]] std::string_view name(std::int32_t number) const;
     // The letter under which an index lists the item's name.
-    [[nodiscard]] char32_t letter(std::int32_t number) const { return at(number).letter; }
-    [[nodiscard]] std::uint8_t type(std::int32_t number) const { return at(number).type; }
-    [[nodiscard]] std::int32_t folder(std::int32_t number) const { return at(number).folder; }
-    [[nodiscard]] std::int64_t fileSize(std::int32_t number) const { return at(number).size; }
-    [[nodiscard]] std::int64_t modified(std::int32_t number) const { return at(number).modified; }
-    [[nodiscard]] bool matches(std::int32_t number) const { return at(number).matches; }
-
-    // True when the item at `index` lies in that folder under that name.
-    [[nodiscard]] bool is(std::int32_t index, std::int32_t folder, std::string_view name) const;
+    [[nodiscard]] char32_t letter(std::int32_t number) const { return itemAt(number).letter; }
+    [[nodiscard]] std::uint8_t type(std::int32_t number) const { return itemAt(number).type; }
+    [[nodiscard]] std::int32_t folder(std::int32_t number) const { return itemAt(number).folder; }
+    [[nodiscard]] std::int64_t fileSize(std::int32_t number) const { return itemAt(number).size; }
+    [[nodiscard]] std::int64_t modified(std::int32_t number) const { return itemAt(number).modified; }
+    [[nodiscard]] bool matches(std::int32_t number) const { return itemAt(number).matches; }
 
   private:
     struct Item {
@@ -84,30 +73,21 @@ class ItemStore {
     static_assert(LETTER_LIMIT == LETTER_BITS + 1);
     static_assert(sizeof(Item) <= 40, "a hundred thousand items stay below 4 MB");
 
-    struct Folder {
-        std::int32_t parent;
-        std::uint32_t text;
-        std::uint16_t nameLength;
-        bool hasMatches;
-        std::int32_t item;
-    };
-
-    [[nodiscard]] std::string_view nameOfFolder(std::int32_t folder) const;
-    [[nodiscard]] bool isFolder(std::int32_t folder, std::string_view path) const;
-    [[nodiscard]] std::int32_t known(std::int32_t folder) const;
-    void markWorthEntering(std::int32_t folder);
-    [[nodiscard]] const Item &at(std::int32_t number) const {
+    [[nodiscard]] const Item &itemAt(std::int32_t number) const {
         return items_[static_cast<std::size_t>(number)];
     }
     // What follows an item's name in text_: its id, and the record that the source supplied.
     [[nodiscard]] std::string_view idOf(const Item &item) const;
     [[nodiscard]] std::string_view recordOf(const Item &item) const;
-    [[nodiscard]] bool hasRoom(std::size_t length) const { return text_.endWith(length) <= MAX_TEXT_BYTES; }
+    // Room for the texts of one more item or folder, of these lengths in bytes.
+    [[nodiscard]] bool hasRoom(std::size_t itemText, std::size_t folderName) const {
+        return text_.endWith(itemText) + folders_.textBytesWith(folderName) <= MAX_TEXT_BYTES;
+    }
 
     // In chunks: they grow without copying their elements, and are freed as a whole.
     ChunkedArray<Item> items_;
-    ChunkedArray<Folder> folders_;
     ChunkedText text_;
+    FolderTable folders_;
     std::int32_t matchCount_ = 0;
 };
 

@@ -105,7 +105,7 @@ std::optional<ItemInfo> List::find(std::int32_t folder, std::string_view name) c
         }
         const std::int32_t end = std::min(begin + AT_ONCE, state_.store.size());
         for (std::int32_t index = begin; index < end; ++index) {
-            if (state_.store.is(index, folder, name)) {
+            if (state_.store.isItem(index, folder, name)) {
                 return state_.store.info(index);
             }
         }
@@ -124,10 +124,11 @@ std::vector<std::int32_t> List::expand(const Selection &selection) const {
     std::vector<bool> inside; // for each folder: it is selected, or lies in a selected one
     for (std::int32_t begin = 0;; begin += AT_ONCE) {
         const MutexLock guard(state_.lock);
-        for (auto folder = static_cast<std::int32_t>(inside.size()); folder < state_.store.folders();
+        for (auto folder = static_cast<std::int32_t>(inside.size()); folder < state_.store.folders().size();
              ++folder) {
-            const std::int32_t parent = folder > ROOT_FOLDER ? state_.store.parent(folder) : NO_FOLDER;
-            const std::int32_t item = state_.store.itemOfFolder(folder);
+            const std::int32_t parent =
+                folder > ROOT_FOLDER ? state_.store.folders().parent(folder) : NO_FOLDER;
+            const std::int32_t item = state_.store.folders().item(folder);
             inside.push_back((item >= 0 && selection.contains(item)) ||
                              (parent >= 0 && inside[static_cast<std::size_t>(parent)]));
         }

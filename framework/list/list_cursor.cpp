@@ -95,7 +95,7 @@ int ListCursor::enterFolder() {
     if (*entry == UPFOLDER_ENTRY) {
         return leaveFolder();
     }
-    const std::int32_t folder = *entry >= 0 ? state_.store.folderOfItem(*entry) : NO_FOLDER;
+    const std::int32_t folder = *entry >= 0 ? state_.store.folders().folderOfItem(*entry) : NO_FOLDER;
     if (folder < 0) {
         return MRB_ERR_NOT_A_FOLDER;
     }
@@ -109,8 +109,8 @@ int ListCursor::leaveFolder() {
     if (!folder || *folder == ROOT_FOLDER) {
         return MRB_ERR_NOT_FOUND;
     }
-    const std::int32_t left = state_.store.itemOfFolder(*folder);
-    state_.view.showFolder(state_.store.parent(*folder));
+    const std::int32_t left = state_.store.folders().item(*folder);
+    state_.view.showFolder(state_.store.folders().parent(*folder));
     cursor_ = left >= 0 ? std::optional(left) : std::nullopt;
     return MRB_ERR_NONE;
 }

@@ -20,7 +20,7 @@ ListEntry ListState::describe(ViewEntry entry) const {
             described.info.name = view.nameOf(group);
         }
     } else if (entry == UPFOLDER_ENTRY) {
-        described.info = store.folderInfo(store.parent(view.folder().value_or(ROOT_FOLDER)));
+        described.info = store.folderInfo(store.folders().parent(view.folder().value_or(ROOT_FOLDER)));
     }
     described.info.type = static_cast<std::uint8_t>(view.typeOf(entry));
     return described;

@@ -141,9 +141,9 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
     PagedVector<std::int32_t> files;
     // Folders are known as visible by their folder numbers, not by their items' numbers.
     std::vector<bool> shown;
-    for (std::int32_t number = 0; number < store_.folders(); ++number) {
-        const std::int32_t item = store_.itemOfFolder(number);
-        if (item >= 0 && store_.folder(item) == folder && store_.hasMatches(number)) {
+    for (std::int32_t number = 0; number < store_.folders().size(); ++number) {
+        const std::int32_t item = store_.folders().item(number);
+        if (item >= 0 && store_.folder(item) == folder && store_.folders().hasMatches(number)) {
             shown.resize(static_cast<std::size_t>(store_.size()));
             shown[static_cast<std::size_t>(item)] = true;
         }

@@ -31,7 +31,7 @@ FillResult PlaylistSearch::run() {
 bool PlaylistSearch::wants(std::uint8_t type) const { return type == MRB_ITEM_TYPE_M3U; }
 
 std::int32_t PlaylistSearch::addFolder(std::int32_t parent, std::string_view name) {
-    return folders_.addFolder(parent, name);
+    return folders_.add(parent, name);
 }
 
 bool PlaylistSearch::add(std::span<const SourceItem> items) {
@@ -41,7 +41,7 @@ bool PlaylistSearch::add(std::span<const SourceItem> items) {
         }
         std::string path = root_.real + '/';
         if (item.folder != ROOT_FOLDER) {
-            path.append(folders_.folderPath(item.folder)).append(1, '/');
+            path.append(folders_.path(item.folder)).append(1, '/');
         }
         // The target of a link may lie anywhere.
         path = realPath(path.append(item.name));

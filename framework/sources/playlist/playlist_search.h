@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "list/item_store.h"
+#include "list/folder_table.h"
 #include "sources/playlist/playlist_reader.h"
 #include "sources/playlist/playlist_roots.h"
 #include "sources/source.h"
@@ -32,7 +32,7 @@ class PlaylistSearch final : private ItemSink {
     ItemSink &sink_;
     PlaylistReader &reader_;
     const PlaylistRoot root_;
-    ItemStore folders_; // the folders visited so far
+    FolderTable folders_; // the folders visited so far
 };
 
 } // namespace mrb

@@ -48,7 +48,7 @@ TEST(ChunkedText, KeepsATextAndItsTailTogether) {
 
 TEST(ChunkedText, HoldsTheLongestText) {
     mrb::ChunkedText texts;
-    const std::string longest(mrb::ChunkedText::LONGEST, 'x');
+    const std::string longest(mrb::ChunkedText::MAX_LENGTH, 'x');
     texts.add("a");
     const std::uint32_t start = texts.add(longest);
     const std::uint32_t empty = texts.add("");

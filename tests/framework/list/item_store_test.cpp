@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "list/item_store.h"
 #include "mrb/agent.h"
 
@@ -18,4 +20,24 @@ TEST(ItemStore, AFolderWithAnImpossibleParentStillHasAPath) {
     const std::int32_t loop = store.addFolder(1, "loop");
     ASSERT_TRUE(store.add({.name = "a", .id = {}, .folder = loop, .type = MRB_ITEM_TYPE_IMAGE}, true));
     EXPECT_EQ(store.info(0).folder, "loop");
+}
+
+TEST(ItemStore, NamesOfFoldersCountAgainstTheBoundOnText) {
+    mrb::ItemStore store;
+    const std::string name(mrb::ItemStore::MAX_TEXT_LENGTH, 'n');
+    while (store.addFolder(mrb::ROOT_FOLDER, name) >= 0) {
+    }
+    EXPECT_FALSE(store.add({.name = name, .id = {}, .type = MRB_ITEM_TYPE_IMAGE}, true));
+}
+
+TEST(ItemStore, AnItemIsFoundByItsIdOrElseByItsNameAndFolder) {
+    mrb::ItemStore store;
+    const std::int32_t folder = store.addFolder(mrb::ROOT_FOLDER, "folder");
+    ASSERT_TRUE(store.add({.name = "a", .id = "1", .folder = folder}, true));
+    EXPECT_TRUE(store.isItem(0, {.name = "b", .id = "1", .folder = {}}));
+    EXPECT_FALSE(store.isItem(0, {.name = "a", .id = "2", .folder = "folder"}));
+    EXPECT_TRUE(store.isItem(0, {.name = "a", .id = {}, .folder = "folder"}));
+    EXPECT_FALSE(store.isItem(0, {.name = "a", .id = {}, .folder = {}}));
+    EXPECT_TRUE(store.isItem(0, folder, "a"));
+    EXPECT_FALSE(store.isItem(0, mrb::ROOT_FOLDER, "a"));
 }
