@@ -20,7 +20,7 @@ SessionManager &SessionManager::instance() {
     });
 }
 
-int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_agent_handler_h *handle) {
+int SessionManager::open(const ListRequest &request, ListCallback callback, mrb_agent_handler_h *handle) {
     const std::shared_ptr<ListSession> before = find(*handle);
     if (*handle != 0 && !before) {
         return MRB_ERR_INVALID_HANDLE;
@@ -42,7 +42,7 @@ int SessionManager::open(const ListRequest &request, ListCallback listener, mrb_
     std::shared_ptr<ListSession> session;
     try {
         session =
-            std::make_shared<ListSession>(services_, number, listener, std::move(source), std::move(options));
+            std::make_shared<ListSession>(services_, number, callback, std::move(source), std::move(options));
         events_.start();
         threads_.start([session] { session->run(); });
     } catch (...) {

@@ -24,7 +24,7 @@ class SessionManager {
 
     // Opens a list, or reopens the list *handle. On failure a list that was open under *handle
     // stays as it was.
-    int open(const ListRequest &request, ListCallback listener, mrb_agent_handler_h *handle);
+    int open(const ListRequest &request, ListCallback callback, mrb_agent_handler_h *handle);
 
     int cancel(mrb_agent_handler_h handle);
     int disconnect(mrb_agent_handler_h handle);

@@ -34,8 +34,8 @@ int mrb_get_usb_list(int kind, mrb_storage_list_h *list) {
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::guard([&] {
-        const auto wanted = kind == MRB_STORAGE_KIND_USB ? mrb::DeviceKind::USB : mrb::DeviceKind::CAMERA;
-        return makeList(DeviceService::instance().list(wanted), list);
+        const auto deviceKind = kind == MRB_STORAGE_KIND_USB ? mrb::DeviceKind::USB : mrb::DeviceKind::CAMERA;
+        return makeList(DeviceService::instance().list(deviceKind), list);
     });
 }
 

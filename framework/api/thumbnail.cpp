@@ -6,8 +6,8 @@
 #include <string>
 
 #include "api/c_api.h"
-#include "thumbnail/answer.h"
 #include "thumbnail/data_root.h"
+#include "thumbnail/result_delivery.h"
 #include "thumbnail/service.h"
 
 // The object behind mrb_thumbnail_flash_cache_param_h; owned by the client that created it.
@@ -31,17 +31,17 @@ mrb::thumbnail::FlashEntry entryOf(const FlashCache &param, const unsigned char 
     entry.key.path = param.url;
     entry.key.boxWidth = entry.width = param.width;
     entry.key.boxHeight = entry.height = param.height;
-    const mrb::thumbnail::ThumbnailResult *answer = mrb::thumbnail::currentResult();
-    const auto *const end = answer != nullptr ? std::end(answer->images) : nullptr;
-    const auto *const found = answer != nullptr ? std::find(answer->images, end, image) : nullptr;
+    const mrb::thumbnail::ThumbnailResult *delivered = mrb::thumbnail::currentResult();
+    const auto *const end = delivered != nullptr ? std::end(delivered->images) : nullptr;
+    const auto *const found = delivered != nullptr ? std::find(delivered->images, end, image) : nullptr;
     if (found != end) {
-        const mrb::thumbnail::DecodeRequest &request = answer->request->decode;
+        const mrb::thumbnail::DecodeRequest &request = delivered->request->decode;
         entry.key = {request.path,        request.width,  request.height,
-                     request.orientation, request.frames, static_cast<int>(found - answer->images)};
-        entry.width = answer->result->image_width;
-        entry.height = answer->result->image_height;
-        entry.whole = answer->result->flag_origin_image != 0;
-        entry.source = answer->source;
+                     request.orientation, request.frames, static_cast<int>(found - delivered->images)};
+        entry.width = delivered->result->image_width;
+        entry.height = delivered->result->image_height;
+        entry.whole = delivered->result->flag_origin_image != 0;
+        entry.source = delivered->source;
     }
     return entry;
 }
@@ -90,7 +90,7 @@ int mrb_thumbnail_flash_cache_init(const char *list_path) {
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::guard([&] {
-        const std::string list = mrb::thumbnail::placeOnThisMachine(list_path);
+        const std::string list = mrb::thumbnail::pathOnThisMachine(list_path);
         if (list.empty()) {
             MRB_LOG_WARNING("No flash cache at \"%s\": the path is not absolute, or there is no home folder.",
                             list_path);

@@ -38,7 +38,7 @@ class CancellationToken {
   public:
     // Never cancelled.
     CancellationToken() = default;
-    // NOLINTNEXTLINE(google-explicit-constructor): a source is passed where a token is wanted
+    // NOLINTNEXTLINE(google-explicit-constructor): a source is passed where a token is expected
     CancellationToken(const CancellationSource &source) : source_(&source) {}
     // Cancelled when the condition is true, which is evaluated on the thread that polls the token.
     // What it refers to outlives the token.

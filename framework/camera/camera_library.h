@@ -113,7 +113,7 @@ class CameraLibrary {
     // Looked up by the USB ids; unknown ids are those of a generic PTP camera without a name.
     virtual CameraModel modelOf(const CameraAddress &address) = 0;
 
-    // Claims the camera. Null, with the reason in `outcome`: MRB_ERR_BUSY when another
+    // Claims the camera. Null, with the reason in `status`: MRB_ERR_BUSY when another
     // program has claimed it, MRB_ERR_DEVICE_REMOVED when it is not attached.
     virtual std::unique_ptr<Camera> open(const CameraAddress &address, Status &status) = 0;
 };

@@ -33,24 +33,24 @@ class CameraService {
 
     // A request, which runs on the camera's thread. It may still be running when the caller has
     // stopped waiting, so it owns what it uses; the camera's calls then end soon. When it fails
-    // because the camera was removed, whatever error the driver returns, its outcome is
+    // because the camera was removed, whatever error the driver returns, its status is
     // MRB_ERR_DEVICE_REMOVED.
     using Work = std::function<Status(Camera &camera)>;
 
-    // Runs `work` after the camera's pending requests and returns its outcome; returns earlier on
+    // Runs `work` after the camera's pending requests and returns its status; returns earlier on
     // a cancellation (MRB_ERR_CANCELLED), and at the timeout `limit` or when the camera does not
     // respond (MRB_ERR_TIMEOUT). `cancellation` is polled on the calling thread.
     Status run(const CameraAddress &address, Work work, const CancellationToken &cancellation = {},
                std::chrono::milliseconds limit = NO_LIMIT);
 
-    // An asynchronous request. `ended`, if any, is called on the camera's thread with the outcome,
+    // An asynchronous request. `ended`, if any, is called on the camera's thread with the status,
     // unless the service was shut down before.
     class Task;
     using Ended = std::function<void(const Status &status)>;
     std::shared_ptr<Task> start(const CameraAddress &address, Work work, Ended ended = {});
     Status wait(const std::shared_ptr<Task> &task, const CancellationToken &cancellation = {},
                 std::chrono::milliseconds limit = NO_LIMIT);
-    // Whether it has ended, and its outcome; or its camera does not respond (MRB_ERR_TIMEOUT).
+    // Whether it has ended, and its status; or its camera does not respond (MRB_ERR_TIMEOUT).
     bool isOver(const std::shared_ptr<Task> &task, Status &status);
     // Cancels a request without waiting: it ends soon, or does not begin. Null: does nothing.
     static void abandon(const std::shared_ptr<Task> &task);

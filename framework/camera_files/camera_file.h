@@ -27,7 +27,7 @@ class CameraFile {
     CameraFile(std::string device, CameraAddress address, CameraPath path)
         : device_(std::move(device)), address_(std::move(address)), path_(std::move(path)) {}
 
-    // The file of a URL; null with the reason in `outcome`.
+    // The file of a URL; null with the reason in `status`.
     static std::unique_ptr<CameraFile> find(const std::string &url, Status &status);
 
     [[nodiscard]] const std::string &name() const { return path_.name; }
@@ -68,7 +68,7 @@ bool endsAll(const Status &status);
 // reports it. Makes a transfer; a camera that hangs is attached.
 bool isThere(const CameraAddress &address, const CancellationToken &cancellation);
 
-// `outcome` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: requests to a removed
+// `status` as it is, or MRB_ERR_DEVICE_REMOVED when that is the reason: requests to a removed
 // camera fail in many ways.
 Status unlessRemoved(Status status, const std::string &device);
 

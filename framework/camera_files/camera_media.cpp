@@ -40,10 +40,11 @@ class CameraBytes final : public MediaBytes {
         piece_.clear();
         pieceAt_ = offset;
         const auto rest = static_cast<std::uint64_t>(size() - std::min(offset, size()));
-        const std::size_t wanted = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
-        const Status status = wanted == 0 ? Status()
-                                          : file_.readAt({cancellation_, timeUntil(deadline_)},
-                                                         static_cast<std::uint64_t>(offset), wanted, piece_);
+        const std::size_t partLength = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
+        const Status status = partLength == 0
+                                  ? Status()
+                                  : file_.readAt({cancellation_, timeUntil(deadline_)},
+                                                 static_cast<std::uint64_t>(offset), partLength, piece_);
         take(piece_, pieceAt_, offset, buffer, length, got);
         failure_ = status.code;
         return status.ok();

@@ -18,9 +18,9 @@ StartNetwork *load() {
 
 } // namespace
 
-std::unique_ptr<Network> startNetwork(NetworkObserver &listener) {
+std::unique_ptr<Network> startNetwork(NetworkObserver &observer) {
     static OnDemand<StartNetwork> start;
-    return std::unique_ptr<Network>(start.get(load)(listener));
+    return std::unique_ptr<Network>(start.get(load)(observer));
 }
 
 } // namespace mrb::dlna

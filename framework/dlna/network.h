@@ -29,7 +29,7 @@ class NetworkObserver {
 };
 
 // Watches the network for media servers on a thread of its own, as long as it lives.
-// Owned by its starter. Once the destructor has returned, no call to the listener
+// Owned by its starter. Once the destructor has returned, no call to the observer
 // is running or will run, so it must not be destroyed in one.
 class Network {
   public:
@@ -42,12 +42,12 @@ class Network {
     [[nodiscard]] virtual std::shared_ptr<ContentDirectoryClient> contentClient() { return nullptr; }
 };
 
-// Loads the library that implements it on first use. The listener must outlive the
+// Loads the library that implements it on first use. The observer must outlive the
 // network. Throws std::runtime_error and std::system_error.
-std::unique_ptr<Network> startNetwork(NetworkObserver &listener);
+std::unique_ptr<Network> startNetwork(NetworkObserver &observer);
 
 // Exported by that library.
-using StartNetwork = Network *(NetworkObserver &listener);
+using StartNetwork = Network *(NetworkObserver &observer);
 extern "C" [[gnu::visibility("default")]] StartNetwork mrb_start_network;
 inline constexpr const char *START_SYMBOL = "mrb_start_network";
 

@@ -9,7 +9,7 @@
 namespace mrb::dlna {
 
 // Classifies a closed or refused connection: the server is gone, or refused a single file
-// (MRB_ERR_IO). Sends the server a request to find out. Any other outcome is returned
+// (MRB_ERR_IO). Sends the server a request to find out. Any other status is returned
 // unchanged.
 Status classifyDisconnect(ContentDirectoryClient &contentClient, const std::string &server, Status status,
                           const CancellationToken &cancellation);

@@ -17,11 +17,11 @@ inline constexpr const char *CONTENT_LOCK = "CONTENT_LOCK";
 
 // The data that a field's value is made of.
 enum class FieldNeeds : std::uint8_t {
-    NUMBERS, // the list's numbers only
-    ENTRY,   // everything in the list
-    PLACE,   // that, and the item's location
-    WRITTEN, // everything in the list, and the fields that clients wrote
-    FILE     // all of these, and the file's metadata
+    NUMBERS,  // the list's numbers only
+    ENTRY,    // everything in the list
+    LOCATION, // that, and the item's location
+    WRITTEN,  // everything in the list, and the fields that clients wrote
+    FILE      // all of these, and the file's metadata
 };
 
 // The entry whose field is read.

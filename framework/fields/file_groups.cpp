@@ -55,13 +55,13 @@ class StringTable {
         if (!sortUnlessCancelled(numbers.begin(), numbers.end(), before, cancellation)) {
             return false;
         }
-        std::vector<std::int32_t> placeOfNumber(numbers.size());
+        std::vector<std::int32_t> rankOfNumber(numbers.size());
         for (const std::int32_t number : numbers) {
-            placeOfNumber[static_cast<std::size_t>(number)] = static_cast<std::int32_t>(groups.names.size());
+            rankOfNumber[static_cast<std::size_t>(number)] = static_cast<std::int32_t>(groups.names.size());
             groups.names.push_back(texts_[static_cast<std::size_t>(number)]);
         }
-        for (std::int32_t &place : groups.places) {
-            place = place != FileGroups::NO_GROUP ? placeOfNumber[static_cast<std::size_t>(place)] : place;
+        for (std::int32_t &rank : groups.groupOfItem) {
+            rank = rank != FileGroups::NO_GROUP ? rankOfNumber[static_cast<std::size_t>(rank)] : rank;
         }
         return true;
     }
@@ -78,28 +78,28 @@ class StringTable {
 bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
                     const std::function<MediaItem(const ItemInfo &)> &fileOf,
                     const CancellationToken &cancellation,
-                    const std::function<void(FileGroups groups, std::int32_t known)> &publish) {
+                    const std::function<void(FileGroups groups, std::int32_t readCount)> &publish) {
     using std::chrono::steady_clock;
-    constexpr auto PAUSE = std::chrono::milliseconds(250);
+    constexpr auto PUBLISH_INTERVAL = std::chrono::milliseconds(250);
     const Field &field = *findField(fieldOf(grouping));
     StringTable texts;
     std::vector<std::int32_t> numbers(static_cast<std::size_t>(store.size()), FileGroups::NO_GROUP);
-    std::int32_t known = 0;
+    std::int32_t readCount = 0;
     auto publishedAt = steady_clock::now();
-    const auto tell = [&] {
+    const auto publishNow = [&] {
         FileGroups groups{grouping, {}, numbers};
         const bool isArranged = texts.arrange(groups, cancellation);
         if (isArranged) {
-            publish(std::move(groups), known);
+            publish(std::move(groups), readCount);
         }
         publishedAt = steady_clock::now();
         return isArranged;
     };
     const auto itemAt = [&](std::int32_t item) {
-        if (steady_clock::now() - publishedAt >= PAUSE) {
-            tell();
+        if (steady_clock::now() - publishedAt >= PUBLISH_INTERVAL) {
+            publishNow();
         }
-        known += store.matches(item) ? 1 : 0;
+        readCount += store.matches(item) ? 1 : 0;
         return fileOf(store.info(item));
     };
     const auto take = [&](std::int32_t item, const MediaRecord &record) {
@@ -109,7 +109,7 @@ bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &lib
             numbers[static_cast<std::size_t>(item)] = texts.numberOf(std::move(*text));
         }
     };
-    return library.readAll(store.size(), itemAt, cancellation, take) && tell();
+    return library.readAll(store.size(), itemAt, cancellation, take) && publishNow();
 }
 
 } // namespace mrb

@@ -17,6 +17,6 @@ namespace mrb {
 bool readFileGroups(const ItemStore &store, Grouping grouping, MediaLibrary &library,
                     const std::function<MediaItem(const ItemInfo &)> &fileOf,
                     const CancellationToken &cancellation,
-                    const std::function<void(FileGroups groups, std::int32_t known)> &publish);
+                    const std::function<void(FileGroups groups, std::int32_t readCount)> &publish);
 
 } // namespace mrb

@@ -48,10 +48,10 @@ std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &
         return std::nullopt;
     }
     std::vector<std::int64_t> numbers(texts.size(), UNKNOWN);
-    std::int64_t place = 0;
+    std::int64_t rank = 0;
     for (std::size_t index = 0; index < keyed.size(); ++index) {
-        place += index > 0 && keyed[index].first != keyed[index - 1].first ? 1 : 0;
-        numbers[keyed[index].second] = place;
+        rank += index > 0 && keyed[index].first != keyed[index - 1].first ? 1 : 0;
+        numbers[keyed[index].second] = rank;
     }
     return numbers;
 }
@@ -89,7 +89,7 @@ std::optional<std::vector<std::int64_t>> sortValues(const ItemStore &store, Sort
     if (!library.readAll(store.size(), itemAt, cancellation, take)) {
         return std::nullopt;
     }
-    std::optional<std::vector<std::int64_t>> values = places(texts, cancellation);
+    std::optional<std::vector<std::int64_t>> values = ranksOf(texts, cancellation);
     for (std::size_t index = 0; values && index < tracks.size(); ++index) {
         std::int64_t &value = (*values)[index];
         value = value == UNKNOWN ? UNKNOWN : value * MAX_TRACKS + tracks[index];

@@ -32,7 +32,7 @@ std::shared_ptr<const MediaRecord> recordOfNoFile(const MediaItem &item) {
 
 } // namespace
 
-std::shared_ptr<const MediaRecord> MediaLibrary::known(const MediaItem &item) {
+std::shared_ptr<const MediaRecord> MediaLibrary::cachedRecord(const MediaItem &item) {
     return item.path.empty() ? recordOfNoFile(item) : filled(promptly_.find(item.key), item);
 }
 

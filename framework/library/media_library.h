@@ -49,7 +49,7 @@ class MediaLibrary {
     Status read(const MediaItem &item, std::shared_ptr<const MediaRecord> &record);
 
     // The same without reading the file. Any thread.
-    std::shared_ptr<const MediaRecord> known(const MediaItem &item);
+    std::shared_ptr<const MediaRecord> cachedRecord(const MediaItem &item);
 
     // Calls `take` with the record of each item that can have metadata, in order; for a file that
     // cannot be read, with what is known of it. New metadata are stored in batches. False:

@@ -17,7 +17,7 @@ constexpr std::size_t MAX_LOOKUPS = 64;
 // The maximum of writes in one transaction.
 constexpr std::size_t MAX_READY = 128;
 // The interval between attempts to write while another process holds the cache.
-constexpr auto PAUSE = std::chrono::seconds(1);
+constexpr auto RETRY_INTERVAL = std::chrono::seconds(1);
 
 } // namespace
 
@@ -308,7 +308,7 @@ void PromptCache::writeAll() {
             guard.lock();
         }
         if (writer_.isHeldUp) {
-            const auto next = steady_clock::now() + PAUSE;
+            const auto next = steady_clock::now() + PUBLISH_INTERVAL;
             while (!isFinishing_ && writer_.wake.waitUntil(lock_, next)) {
             }
         }

@@ -33,8 +33,8 @@ std::int64_t monthOf(std::int64_t seconds) {
 constexpr std::int64_t MAX_MONTHS = std::int64_t{10'000} * MONTHS;
 
 // Maps every key of a grouping to a small number of its own, from 0.
-std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping grouping,
-                     const FileGroups &ofFiles) {
+std::int64_t bucketOf(const ItemStore &store, std::int32_t item, Grouping grouping,
+                      const FileGroups &ofFiles) {
     switch (grouping) {
     case Grouping::TYPE:
         return store.type(item);
@@ -50,21 +50,21 @@ std::int64_t placeOf(const ItemStore &store, std::int32_t item, Grouping groupin
     case Grouping::ARTIST:
     case Grouping::ALBUM:
     case Grouping::GENRE:
-        return ofFiles.placeOf(item);
+        return ofFiles.groupOf(item);
     case Grouping::NONE:
         break;
     }
     return 0;
 }
 
-std::int64_t keyAt(std::int64_t place, Grouping grouping) {
+std::int64_t keyOfBucket(std::int64_t bucket, Grouping grouping) {
     if (grouping != Grouping::DATE) {
-        return place;
+        return bucket;
     }
-    return place == MAX_MONTHS ? UNKNOWN : MAX_MONTHS - 1 - place;
+    return bucket == MAX_MONTHS ? UNKNOWN : MAX_MONTHS - 1 - bucket;
 }
 
-std::size_t placesOf(const ItemStore &store, Grouping grouping, const FileGroups &ofFiles) {
+std::size_t bucketCount(const ItemStore &store, Grouping grouping, const FileGroups &ofFiles) {
     switch (grouping) {
     case Grouping::TYPE:
         return ITEM_TYPE_LIMIT;
@@ -98,45 +98,45 @@ void sortLetters(PagedVector<std::int64_t> &letters) {
 
 } // namespace
 
-std::int32_t FileGroups::placeOf(std::int32_t item) const {
+std::int32_t FileGroups::groupOf(std::int32_t item) const {
     const auto index = static_cast<std::size_t>(item);
-    const std::int32_t place = index < places.size() ? places[index] : NO_GROUP;
-    return place != NO_GROUP ? place : static_cast<std::int32_t>(names.size());
+    const std::int32_t group = index < groupOfItem.size() ? groupOfItem[index] : NO_GROUP;
+    return group != NO_GROUP ? group : static_cast<std::int32_t>(names.size());
 }
 
 Groups divide(const ItemStore &store, const PagedVector<std::int32_t> &items, Grouping grouping,
               const FileGroups &ofFiles) {
-    // The number of items at each place.
-    std::vector<std::int32_t> counts(placesOf(store, grouping, ofFiles));
-    PagedVector<std::int32_t> placeOfItem;
-    placeOfItem.reserve(items.size());
+    // The number of items in each bucket.
+    std::vector<std::int32_t> counts(bucketCount(store, grouping, ofFiles));
+    PagedVector<std::int32_t> bucketOfItem;
+    bucketOfItem.reserve(items.size());
     for (const std::int32_t item : items) {
-        const std::int64_t place = placeOf(store, item, grouping, ofFiles);
-        placeOfItem.push_back(static_cast<std::int32_t>(place));
-        ++counts[static_cast<std::size_t>(place)];
+        const std::int64_t bucket = bucketOf(store, item, grouping, ofFiles);
+        bucketOfItem.push_back(static_cast<std::int32_t>(bucket));
+        ++counts[static_cast<std::size_t>(bucket)];
     }
-    PagedVector<std::int64_t> places; // that have items
-    places.reserve(std::min(items.size(), counts.size()));
-    for (std::size_t place = 0; place < counts.size(); ++place) {
-        if (counts[place] > 0) {
-            places.push_back(static_cast<std::int64_t>(place));
+    PagedVector<std::int64_t> buckets; // that have items
+    buckets.reserve(std::min(items.size(), counts.size()));
+    for (std::size_t bucket = 0; bucket < counts.size(); ++bucket) {
+        if (counts[bucket] > 0) {
+            buckets.push_back(static_cast<std::int64_t>(bucket));
         }
     }
     if (grouping == Grouping::FIRST_LETTER) {
-        sortLetters(places);
+        sortLetters(buckets);
     }
     Groups divided;
-    divided.groups.reserve(places.size());
+    divided.groups.reserve(buckets.size());
     std::int32_t start = 0;
-    for (const std::int64_t place : places) {
-        const std::int32_t count = std::exchange(counts[static_cast<std::size_t>(place)], start);
-        divided.groups.push_back({keyAt(place, grouping), start, count});
+    for (const std::int64_t bucket : buckets) {
+        const std::int32_t count = std::exchange(counts[static_cast<std::size_t>(bucket)], start);
+        divided.groups.push_back({keyOfBucket(bucket, grouping), start, count});
         start += count;
     }
     // From here on each count is the index of its group's next item.
     divided.items.resize(items.size());
     for (std::size_t index = 0; index < items.size(); ++index) {
-        divided.items[static_cast<std::size_t>(counts[static_cast<std::size_t>(placeOfItem[index])]++)] =
+        divided.items[static_cast<std::size_t>(counts[static_cast<std::size_t>(bucketOfItem[index])]++)] =
             items[index];
     }
     return divided;

@@ -18,12 +18,12 @@ constexpr bool isOfFiles(Grouping grouping) { return grouping >= Grouping::ARTIS
 // the thread that reads the files, and never changed afterwards.
 struct FileGroups {
     Grouping grouping = Grouping::NONE;
-    std::vector<std::string> names = {};   // in their natural order
-    std::vector<std::int32_t> places = {}; // of each item in `names`; NO_GROUP: not in its metadata
+    std::vector<std::string> names = {};        // in their natural order
+    std::vector<std::int32_t> groupOfItem = {}; // an index of `names`; NO_GROUP: not in its metadata
 
     static constexpr std::int32_t NO_GROUP = -1;
     // From 0; `names.size()` for an item without a name or not read yet.
-    [[nodiscard]] std::int32_t placeOf(std::int32_t item) const;
+    [[nodiscard]] std::int32_t groupOf(std::int32_t item) const;
 };
 
 // One group of a view.

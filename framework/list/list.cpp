@@ -81,13 +81,13 @@ std::optional<ListEntry> List::entry(std::int32_t index) const {
     return state_.describe(entries[static_cast<std::size_t>(index)]);
 }
 
-std::optional<std::int32_t> List::pageOf(const ItemInfo &wanted) const {
+std::optional<std::int32_t> List::pageOf(const ItemInfo &info) const {
     const MutexLock guard(state_.lock);
     const PagedVector<ViewEntry> &entries = state_.view.entries();
-    // First the item, then its place: items are scanned in the store's order, which is their
+    // First the item, then its position: items are scanned in the store's order, which is their
     // order in memory; a sorted view would access memory at random.
     for (std::int32_t item = 0; item < state_.store.size(); ++item) {
-        if (state_.store.isItem(item, wanted)) {
+        if (state_.store.isItem(item, info)) {
             if (const auto found = std::ranges::find(entries, item); found != entries.end()) {
                 return static_cast<std::int32_t>(found - entries.begin()) / state_.view.style().pageSize();
             }

@@ -63,9 +63,9 @@ class List {
     // Takes time proportional to the list's size, but never holds the lock for long.
     [[nodiscard]] std::optional<ItemInfo> find(std::int32_t folder, std::string_view name) const;
 
-    // The page that holds the item with the name, folder and id of `wanted`; no
+    // The page that holds the item with the name, folder and id of `info`; no
     // value: the view does not show it.
-    [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemInfo &wanted) const;
+    [[nodiscard]] std::optional<std::int32_t> pageOf(const ItemInfo &info) const;
 
     // Passes the groups of the files' metadata to a view that is grouped by it, now or later.
     void setFileGroups(std::shared_ptr<const FileGroups> groups);

@@ -12,11 +12,11 @@ void Selection::set(std::int32_t item, bool selected) {
     if (contains(item) == selected) {
         return;
     }
-    const auto place = static_cast<std::size_t>(item);
-    if (place >= marks_.size()) {
-        marks_.resize(place + 1);
+    const auto index = static_cast<std::size_t>(item);
+    if (index >= marks_.size()) {
+        marks_.resize(index + 1);
     }
-    marks_[place] = selected;
+    marks_[index] = selected;
     count_ += selected ? 1 : -1;
 }
 

@@ -134,9 +134,9 @@ std::optional<PagedVector<std::int32_t>> sortItems(const ItemStore &store, SortO
         if (cancellation.isCancelled()) {
             return std::nullopt;
         }
-        const auto place = static_cast<std::size_t>(item);
-        const std::int64_t value = isOfFiles(order.key) ? values.at(place) : valueOf(store, item, order.key);
-        ranked.push_back({value, names.prefix(place), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
+        const auto index = static_cast<std::size_t>(item);
+        const std::int64_t value = isOfFiles(order.key) ? values.at(index) : valueOf(store, item, order.key);
+        ranked.push_back({value, names.prefix(index), item, store.type(item) == MRB_ITEM_TYPE_FOLDER});
     }
     if (!sortUnlessCancelled(ranked.begin(), ranked.end(), Before(order, names), cancellation)) {
         return std::nullopt;

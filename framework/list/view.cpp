@@ -120,15 +120,15 @@ void View::append(ViewEntry entry) {
     ++counts_.at(typeOf(entry));
 }
 
-std::int32_t View::itemAt(std::int32_t place) const {
-    return order_.empty() ? place : order_[static_cast<std::size_t>(place)];
+std::int32_t View::itemAt(std::int32_t position) const {
+    return order_.empty() ? position : order_[static_cast<std::size_t>(position)];
 }
 
 PagedVector<std::int32_t> View::itemsOfTree() const {
     PagedVector<std::int32_t> items;
     items.reserve(static_cast<std::size_t>(store_.matchCount()));
-    for (std::int32_t place = 0; place < store_.size(); ++place) {
-        const std::int32_t item = itemAt(place);
+    for (std::int32_t position = 0; position < store_.size(); ++position) {
+        const std::int32_t item = itemAt(position);
         if (store_.matches(item)) {
             items.push_back(item);
         }
@@ -148,8 +148,8 @@ PagedVector<std::int32_t> View::itemsOfFolder(std::int32_t folder) const {
             shown[static_cast<std::size_t>(item)] = true;
         }
     }
-    for (std::int32_t place = 0; place < store_.size(); ++place) {
-        const std::int32_t item = itemAt(place);
+    for (std::int32_t position = 0; position < store_.size(); ++position) {
+        const std::int32_t item = itemAt(position);
         if (store_.folder(item) != folder) {
             continue;
         }

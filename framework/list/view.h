@@ -59,7 +59,7 @@ class View {
     void update();
     [[nodiscard]] const FileGroups &fileGroups() const;
     void append(ViewEntry entry);
-    [[nodiscard]] std::int32_t itemAt(std::int32_t place) const;
+    [[nodiscard]] std::int32_t itemAt(std::int32_t position) const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfTree() const;
     [[nodiscard]] PagedVector<std::int32_t> itemsOfFolder(std::int32_t folder) const;
     [[nodiscard]] std::span<const std::int32_t> itemsOf(std::int32_t group) const; // an existing one

@@ -110,23 +110,23 @@ std::string yearOf(std::string_view date) {
     return isYear ? std::string(date.substr(0, 4)) : std::string();
 }
 
-PlaceText placeOfIso(std::string_view text) {
+GeoPosition positionOfIso(std::string_view text) {
     constexpr double MAX_LATITUDE = 90;
     constexpr double MAX_LONGITUDE = 180;
-    PlaceText place;
+    GeoPosition position;
     const auto latitude = signedNumber(text);
     const auto longitude = signedNumber(text);
     if (!latitude || !longitude || std::abs(*latitude) > MAX_LATITUDE ||
         std::abs(*longitude) > MAX_LONGITUDE) {
-        return place;
+        return position;
     }
-    place.isKnown = true;
-    place.latitude = *latitude;
-    place.longitude = *longitude;
+    position.isKnown = true;
+    position.latitude = *latitude;
+    position.longitude = *longitude;
     const auto altitude = signedNumber(text);
-    place.hasAltitude = altitude.has_value();
-    place.altitude = altitude.value_or(0);
-    return place;
+    position.hasAltitude = altitude.has_value();
+    position.altitude = altitude.value_or(0);
+    return position;
 }
 
 } // namespace mrb

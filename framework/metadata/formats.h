@@ -25,8 +25,8 @@ double quotientOf(std::uint32_t number, std::uint32_t divisor);
 // The four digits of the year at the start of "2021" or "2021-05-03"; empty when there is none.
 std::string yearOf(std::string_view date);
 
-// A place in degrees and metres.
-struct PlaceText {
+// A geographic position in degrees and metres.
+struct GeoPosition {
     bool isKnown = false;
     bool hasAltitude = false;
     double latitude = 0;
@@ -35,6 +35,6 @@ struct PlaceText {
 };
 
 // ISO 6709 with degrees, as cameras write it: "+48.8584+002.2945+035.0/".
-PlaceText placeOfIso(std::string_view text);
+GeoPosition positionOfIso(std::string_view text);
 
 } // namespace mrb

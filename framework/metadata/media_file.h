@@ -21,7 +21,7 @@ class MediaFile {
     static constexpr std::int64_t MAX_BYTES = 64LL << 20;
     static constexpr auto TIMEOUT = std::chrono::seconds(3);
 
-    // It is cancelled when the metadata are not wanted any more.
+    // It is cancelled when the metadata are no longer needed.
     explicit MediaFile(CancellationToken cancellation = {}) : cancellation_(std::move(cancellation)) {}
 
     // Opens a regular file; anything else under `path` is MRB_ERR_NOT_SUPPORTED.

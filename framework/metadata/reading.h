@@ -10,7 +10,7 @@ namespace mrb {
 
 // Reads the metadata of the open `file`. `name` is its file name, which decides where the bytes
 // are ambiguous. A file that is damaged, empty or something else has fewer metadata or none, and
-// that is a success; a code other than MRB_ERR_NONE in `outcome` means that it could not be read.
+// that is a success; a code other than MRB_ERR_NONE in `status` means that it could not be read.
 // Any thread.
 using ReadMetadata = void(MediaFile &file, const std::string &name, Metadata &metadata, Status &status);
 

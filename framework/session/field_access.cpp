@@ -71,14 +71,14 @@ Status readField(const ListSession &session, const char *name, FieldType type, M
     if (!entry) {
         return Status::notFound("An empty list has no fields.");
     }
-    const bool isPlaced = field->needs == FieldNeeds::PLACE || field->needs == FieldNeeds::FILE;
+    const bool needsLocation = field->needs == FieldNeeds::LOCATION || field->needs == FieldNeeds::FILE;
     const bool isOfFile = field->needs == FieldNeeds::WRITTEN || field->needs == FieldNeeds::FILE;
     Status reading;
     std::shared_ptr<const MediaRecord> record;
     if (isOfFile) {
         const MediaItem item = session.items().mediaOf(entry->info);
         if (item.isKnown()) {
-            record = session.library().known(item);
+            record = session.library().cachedRecord(item);
             const bool isWritten = writtenValue(*field, *record) != nullptr;
             if (field->needs == FieldNeeds::FILE && !record->isRead && !isWritten) {
                 reading = session.library().read(item, record);
@@ -86,7 +86,7 @@ Status readField(const ListSession &session, const char *name, FieldType type, M
         }
     }
     const MetadataValue found =
-        fieldValue(*field, *entry, isPlaced ? session.items().locationOf(entry->info) : ItemLocation(),
+        fieldValue(*field, *entry, needsLocation ? session.items().locationOf(entry->info) : ItemLocation(),
                    record ? *record : noRecord());
     if (record && record->isLate && field->needs == FieldNeeds::WRITTEN &&
         (record->written.empty() || isNothing(found))) {
@@ -148,7 +148,7 @@ std::int64_t resumePosition(const ListSession &session, const ListEntry &entry) 
     if (item.path.empty()) {
         return 0;
     }
-    const std::shared_ptr<const MediaRecord> record = session.library().known(item);
+    const std::shared_ptr<const MediaRecord> record = session.library().cachedRecord(item);
     const MetadataValue *written = writtenValue(*findField(PLAYED_POSITION), *record);
     return written == nullptr ? 0 : std::get<std::int64_t>(inType(*written, FieldType::INT));
 }

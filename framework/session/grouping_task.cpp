@@ -3,7 +3,7 @@
 namespace mrb {
 
 bool GroupingTask::isDue() {
-    if (!isComplete_ || isRunning_ || wanted_ == Grouping::NONE) {
+    if (!isComplete_ || isRunning_ || requested_ == Grouping::NONE) {
         return false;
     }
     isRunning_ = true;
@@ -12,9 +12,9 @@ bool GroupingTask::isDue() {
 
 bool GroupingTask::request(Grouping grouping) {
     const MutexLock guard(lock_);
-    const Grouping wanted = isOfFiles(grouping) && grouping != known_ ? grouping : Grouping::NONE;
-    if (wanted != wanted_) {
-        wanted_ = wanted;
+    const Grouping requested = isOfFiles(grouping) && grouping != lastRead_ ? grouping : Grouping::NONE;
+    if (requested != requested_) {
+        requested_ = requested;
         ++turn_;
     }
     return isDue();
@@ -28,21 +28,21 @@ bool GroupingTask::listIsComplete() {
 
 void GroupingTask::cancel() {
     const MutexLock guard(lock_);
-    wanted_ = Grouping::NONE;
+    requested_ = Grouping::NONE;
     ++turn_;
 }
 
 void GroupingTask::abort() {
     const MutexLock guard(lock_);
-    wanted_ = Grouping::NONE;
+    requested_ = Grouping::NONE;
     isRunning_ = false;
 }
 
 Grouping GroupingTask::next() {
     const MutexLock guard(lock_);
-    isRunning_ = wanted_ != Grouping::NONE;
-    known_ = isRunning_ ? Grouping::NONE : known_;
-    return wanted_;
+    isRunning_ = requested_ != Grouping::NONE;
+    lastRead_ = isRunning_ ? Grouping::NONE : lastRead_;
+    return requested_;
 }
 
 void GroupingTask::run(const Read &read) {
@@ -56,8 +56,8 @@ void GroupingTask::run(const Read &read) {
         const bool isRead = read(grouping, [this, turn] { return turn_ != turn; });
         const MutexLock guard(lock_);
         if (isRead) {
-            known_ = grouping;
-            wanted_ = wanted_ == grouping ? Grouping::NONE : wanted_;
+            lastRead_ = grouping;
+            requested_ = requested_ == grouping ? Grouping::NONE : requested_;
         }
     }
 }

@@ -21,14 +21,14 @@ class GroupingTask {
     // thread.
     [[nodiscard]] bool request(Grouping grouping);
 
-    // Called when the list is complete, before which nothing is read; returns the same as want.
+    // Called when the list is complete, before which nothing is read; returns the same as request.
     // The thread that filled the list, once.
     [[nodiscard]] bool listIsComplete();
 
     // Cancels a running reading, soon. A later want starts another. Any thread.
     void cancel();
 
-    // Called when no thread could be started for run. The thread that called want.
+    // Called when no thread could be started for run. The thread that called request.
     void abort();
 
     // Reads for the requested groupings, until none is left. One thread at a time.
@@ -41,8 +41,8 @@ class GroupingTask {
     std::atomic<std::uint32_t> turn_ = 0; // changes when the running reading becomes obsolete
 
     Mutex lock_;
-    Grouping wanted_ MRB_GUARDED_BY(lock_) = Grouping::NONE;
-    Grouping known_ MRB_GUARDED_BY(lock_) = Grouping::NONE; // the last grouping that was read to the end
+    Grouping requested_ MRB_GUARDED_BY(lock_) = Grouping::NONE;
+    Grouping lastRead_ MRB_GUARDED_BY(lock_) = Grouping::NONE; // the last grouping that was read to the end
     bool isComplete_ MRB_GUARDED_BY(lock_) = false;         // the list
     bool isRunning_ MRB_GUARDED_BY(lock_) = false;
 };

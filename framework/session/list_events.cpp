@@ -23,9 +23,9 @@ int lastEventOf(const Status &status) {
 
 } // namespace
 
-ListEvents::ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback listener,
+ListEvents::ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback callback,
                        std::shared_ptr<const List> list)
-    : thread_(thread), handle_(handle), listener_(listener), list_(std::move(list)) {}
+    : thread_(thread), handle_(handle), callback_(callback), list_(std::move(list)) {}
 
 void ListEvents::postGrowth() {
     if (!growthQueued_.exchange(true)) {
@@ -50,7 +50,7 @@ void ListEvents::deliver(int event) noexcept {
             growthQueued_ = false;
         }
         const std::string data = serverData(event);
-        listener_.callback(listener_.userData, handle_, event, 0, data.c_str());
+        callback_.function(callback_.userData, handle_, event, 0, data.c_str());
     } catch (const std::exception &failure) {
         MRB_LOG_ERROR("Event %d of list %d was not delivered: %s", event, handle_, failure.what());
     }

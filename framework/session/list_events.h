@@ -15,7 +15,7 @@ namespace mrb {
 
 // The callback of a list.
 struct ListCallback {
-    mrb_request_list_cb callback;
+    mrb_request_list_cb function;
     void *userData;
 };
 
@@ -24,7 +24,7 @@ struct ListCallback {
 // says otherwise.
 class ListEvents final : public EventTarget, public std::enable_shared_from_this<ListEvents> {
   public:
-    ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback listener,
+    ListEvents(EventThread &thread, mrb_agent_handler_h handle, ListCallback callback,
                std::shared_ptr<const List> list);
 
     // Sets the number of items that the source expects.
@@ -56,7 +56,7 @@ class ListEvents final : public EventTarget, public std::enable_shared_from_this
 
     EventThread &thread_;
     const mrb_agent_handler_h handle_;
-    const ListCallback listener_;
+    const ListCallback callback_;
     const std::shared_ptr<const List> list_;
 
     std::atomic<bool> growthQueued_ = false;

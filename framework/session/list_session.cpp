@@ -13,10 +13,10 @@
 
 namespace mrb {
 
-ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, ListCallback listener,
+ListSession::ListSession(const ListServices &services, mrb_agent_handler_h handle, ListCallback callback,
                          std::unique_ptr<Source> source, ListOptions options)
     : services_(services), handle_(handle), list_(std::make_shared<List>(std::move(options))),
-      events_(std::make_shared<ListEvents>(services.events, handle, listener, list_)),
+      events_(std::make_shared<ListEvents>(services.events, handle, callback, list_)),
       items_(std::move(source)) {}
 
 // ---- the worker ----
@@ -94,9 +94,9 @@ void ListSession::readGroups() noexcept {
         grouping_.run([this](Grouping grouping, const CancellationToken &cancellation) {
             events_->setGrouped(0);
             const auto fileOf = [this](const ItemInfo &info) { return items_.mediaOf(info); };
-            const auto publish = [this](FileGroups groups, std::int32_t known) {
+            const auto publish = [this](FileGroups groups, std::int32_t readCount) {
                 list_->setFileGroups(std::make_shared<const FileGroups>(std::move(groups)));
-                events_->setGrouped(known);
+                events_->setGrouped(readCount);
                 if (!removed_) {
                     events_->postGrowth();
                 }

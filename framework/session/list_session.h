@@ -29,7 +29,7 @@ class ListSession final : public std::enable_shared_from_this<ListSession>,
                           private WatchObserver,
                           private RemovalObserver {
   public:
-    ListSession(const ListServices &services, mrb_agent_handler_h handle, ListCallback listener,
+    ListSession(const ListServices &services, mrb_agent_handler_h handle, ListCallback callback,
                 std::unique_ptr<Source> source, ListOptions options);
 
     // The worker's main function: waits for begin, fills the list, and posts exactly one of the

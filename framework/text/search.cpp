@@ -10,7 +10,7 @@
 
 namespace mrb {
 
-NameSearch::NameSearch(std::string_view wanted) {
+NameSearch::NameSearch(std::string_view pattern) {
     UErrorCode status = U_ZERO_ERROR;
     // "root", never the process's locale: what is found must not change with LANG.
     collator_.reset(ucol_open("root", &status));
@@ -24,7 +24,7 @@ NameSearch::NameSearch(std::string_view wanted) {
                         u_errorName(status));
         elements_.reset();
     }
-    readWeights(wanted, wanted_);
+    readWeights(pattern, pattern_);
 }
 
 NameSearch::~NameSearch() = default;
@@ -35,8 +35,8 @@ void NameSearch::closeElements(UCollationElements *elements) { ucol_closeElement
 
 bool NameSearch::isIn(std::string_view name) {
     readWeights(name, name_);
-    return wanted_.empty() ||
-           std::search(name_.begin(), name_.end(), wanted_.begin(), wanted_.end()) != name_.end();
+    return pattern_.empty() ||
+           std::search(name_.begin(), name_.end(), pattern_.begin(), pattern_.end()) != name_.end();
 }
 
 void NameSearch::readWeights(std::string_view text, std::vector<std::int32_t> &weights) {

@@ -19,14 +19,14 @@ namespace mrb {
 // sees no primary difference. Owned and used by one thread.
 class NameSearch {
   public:
-    explicit NameSearch(std::string_view wanted);
+    explicit NameSearch(std::string_view pattern);
     ~NameSearch();
     NameSearch(const NameSearch &) = delete;
     NameSearch &operator=(const NameSearch &) = delete;
 
-    // False: the wanted text has no primary weight, as an accent alone, and would match
+    // False: the pattern has no primary weight, as an accent alone, and would match
     // every name.
-    [[nodiscard]] bool isMeaningful() const { return !wanted_.empty(); }
+    [[nodiscard]] bool isMeaningful() const { return !pattern_.empty(); }
 
     // `name` may hold any bytes; what is not UTF-8 matches U+FFFD.
     bool isIn(std::string_view name);
@@ -39,7 +39,7 @@ class NameSearch {
     std::unique_ptr<UCollator, Deleter<close>> collator_;
     std::unique_ptr<UCollationElements, Deleter<closeElements>> elements_;
     std::u16string text_;
-    std::vector<std::int32_t> wanted_;
+    std::vector<std::int32_t> pattern_;
     std::vector<std::int32_t> name_;
 };
 

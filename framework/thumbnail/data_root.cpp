@@ -26,7 +26,7 @@ std::filesystem::path root() {
 
 } // namespace
 
-std::string placeOnThisMachine(const std::string &path) {
+std::string pathOnThisMachine(const std::string &path) {
     const std::filesystem::path below = root();
     if (!path.starts_with('/') || below.empty()) {
         return {};

@@ -54,7 +54,7 @@ struct FileIdentity {
 
 struct Decoded {
     Status status;
-    std::vector<Image> images; // all of one size; empty unless the outcome is MRB_ERR_NONE
+    std::vector<Image> images; // all of one size; empty unless the status is MRB_ERR_NONE
     int originalWidth = 0;     // pixels of the original as it is shown, turned upright
     int originalHeight = 0;
     int orientation = 1;        // the EXIF orientation that was applied
@@ -64,7 +64,7 @@ struct Decoded {
     FileIdentity source;
 };
 
-// Decodes on the calling thread. Never throws; errors are returned in the outcome.
+// Decodes on the calling thread. Never throws; errors are returned in the status.
 using Decode = void(const DecodeRequest &request, const CancellationToken &cancellation, Decoded &decoded);
 
 // Loads libraries that the decoders would load with their first picture. Never throws.

@@ -11,7 +11,7 @@
 namespace mrb::thumbnail {
 
 // The flash thumbnail cache: a list file and, in a folder next to it, one file for each image.
-// Owned jointly by the FlashOpening and the threads that use it; any thread of the framework may
+// Owned jointly by the FlashCacheOpener and the threads that use it; any thread of the framework may
 // call it, and other processes may use the same list. Its lock is held while files are read and
 // written, so a call that must not wait does not use it.
 //

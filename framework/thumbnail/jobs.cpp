@@ -14,10 +14,10 @@ bool isOfCamera(const std::shared_ptr<Job> &job) {
 
 } // namespace
 
-void Jobs::add(const Request &request, PendingRequest waiter) {
+void Jobs::add(const Request &request, PendingRequest pending) {
     const auto found = open_.find(request);
     if (found != open_.end()) {
-        found->second->waiters.push_back(waiter);
+        found->second->pending.push_back(pending);
         // Moved to the front if it waits; the list is no longer than the number of requests.
         const auto place = std::ranges::find(waiting_, found->second);
         if (place != waiting_.end()) {
@@ -27,7 +27,7 @@ void Jobs::add(const Request &request, PendingRequest waiter) {
     }
     const auto job = std::make_shared<Job>();
     job->request = request;
-    job->waiters.push_back(waiter);
+    job->pending.push_back(pending);
     waiting_.push_front(job);
     try {
         open_.emplace(request, job);
@@ -49,7 +49,7 @@ void Jobs::finish(const std::shared_ptr<Job> &job) {
 
 void Jobs::remove(const std::shared_ptr<Job> &job) { delivering_.remove(job); }
 
-// No further waiter can join it.
+// No further request can join it.
 void Jobs::forget(const std::shared_ptr<Job> &job) {
     const auto found = open_.find(job->request);
     if (found != open_.end() && found->second == job) {
@@ -57,14 +57,14 @@ void Jobs::forget(const std::shared_ptr<Job> &job) {
     }
 }
 
-bool Jobs::cancelWaiter(const std::shared_ptr<Job> &job, const void *userData) {
-    std::vector<PendingRequest> &waiters = job->waiters;
-    if (waiters.empty()) {
+bool Jobs::cancelPending(const std::shared_ptr<Job> &job, const void *userData) {
+    std::vector<PendingRequest> &pending = job->pending;
+    if (pending.empty()) {
         return false;
     }
-    const auto same = std::ranges::find(waiters, userData, &PendingRequest::userData);
-    waiters.erase(same != waiters.end() ? same : waiters.begin());
-    if (waiters.empty()) {
+    const auto same = std::ranges::find(pending, userData, &PendingRequest::userData);
+    pending.erase(same != pending.end() ? same : pending.begin());
+    if (pending.empty()) {
         job->cancellation.cancel();
         forget(job);
         waiting_.remove(job);
@@ -75,11 +75,11 @@ bool Jobs::cancelWaiter(const std::shared_ptr<Job> &job, const void *userData) {
 bool Jobs::cancel(const Request &request, const void *userData) {
     const auto found = open_.find(request);
     if (found != open_.end()) {
-        return cancelWaiter(std::shared_ptr<Job>(found->second), userData);
+        return cancelPending(std::shared_ptr<Job>(found->second), userData);
     }
     for (const List *list : {&waiting_, &decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : List(*list)) {
-            if (job->request == request && cancelWaiter(job, userData)) {
+            if (job->request == request && cancelPending(job, userData)) {
                 return true;
             }
         }
@@ -90,7 +90,7 @@ bool Jobs::cancel(const Request &request, const void *userData) {
 void Jobs::cancelAll() {
     for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
-            job->waiters.clear();
+            job->pending.clear();
             job->cancellation.cancel();
         }
     }
@@ -108,10 +108,10 @@ void Jobs::closeAll() {
     open_.clear();
 }
 
-std::shared_ptr<Job> Jobs::endedWithWaiters() const {
+std::shared_ptr<Job> Jobs::endedWithPending() const {
     for (const List *list : {&decoding_, &delivering_}) {
         for (const std::shared_ptr<Job> &job : *list) {
-            if (job->cancellation.isCancelled() && !job->waiters.empty()) {
+            if (job->cancellation.isCancelled() && !job->pending.empty()) {
                 return job;
             }
         }

@@ -20,16 +20,16 @@ struct PendingRequest {
 struct Job {
     Request request;
     CancellationSource cancellation;
-    std::vector<PendingRequest> waiters; // in the order of their requests
+    std::vector<PendingRequest> pending; // in the order of their requests
 };
 
 // The jobs of the thumbnail service: waiting, decoding, and delivering results. Owned by the
 // service, which calls it with its lock held.
 class Jobs {
   public:
-    // Adds a waiter to the job of an equal request, or to a new one. The job is then the next to
-    // be taken, unless it is being decoded.
-    void add(const Request &request, PendingRequest waiter);
+    // Adds a pending request to the job of an equal one, or to a new job. The job is then the next
+    // to be taken, unless it is being decoded.
+    void add(const Request &request, PendingRequest pending);
 
     [[nodiscard]] bool isAnyWaiting() const { return !waiting_.empty(); }
 
@@ -41,16 +41,16 @@ class Jobs {
     // The last result was delivered.
     void remove(const std::shared_ptr<Job> &job);
 
-    // Removes one waiter: the one with this user data, or else the oldest one. False: there is no
-    // such waiter.
+    // Removes one pending request: the one with this user data, or else the oldest one. False:
+    // there is none.
     bool cancel(const Request &request, const void *userData);
     void cancelAll();
 
-    // Cancels all jobs, which no further waiter can join. The waiters stay, so that they get a
+    // Cancels all jobs, which no further request can join. Pending ones stay, so that they get a
     // result.
     void closeAll();
-    // A cancelled job that still has waiters; null: there is none.
-    [[nodiscard]] std::shared_ptr<Job> endedWithWaiters() const;
+    // A cancelled job that still has pending requests; null: there is none.
+    [[nodiscard]] std::shared_ptr<Job> endedWithPending() const;
 
     // Cancels the jobs of cameras; waiting ones move to the front, so that they get their
     // results.
@@ -60,13 +60,13 @@ class Jobs {
   private:
     using List = std::list<std::shared_ptr<Job>>;
 
-    bool cancelWaiter(const std::shared_ptr<Job> &job, const void *userData);
+    bool cancelPending(const std::shared_ptr<Job> &job, const void *userData);
     void forget(const std::shared_ptr<Job> &job);
 
     List waiting_; // the most recently requested job first
     List decoding_;
     List delivering_;
-    // The jobs among the first two that further waiters may join.
+    // The jobs among the first two that further requests may join.
     std::map<Request, std::shared_ptr<Job>> open_;
 };
 

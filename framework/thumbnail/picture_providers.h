@@ -16,7 +16,7 @@ struct PictureTools {
 };
 
 // Serves a request by the first provider that has a result, see the table. Waits for devices and
-// servers until `cancellation` is cancelled; errors are returned in the outcome. Throws only what
+// servers until `cancellation` is cancelled; errors are returned in the status. Throws only what
 // `tools.decode` throws, and std::bad_alloc. A thread of the service.
 void providePicture(const Request &request, const CancellationToken &cancellation, const PictureTools &tools,
                     Decoded &decoded);

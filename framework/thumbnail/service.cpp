@@ -9,8 +9,8 @@
 
 #include "base/log.h"
 #include "events/event_thread.h"
-#include "thumbnail/answer.h"
 #include "thumbnail/picture_providers.h"
+#include "thumbnail/result_delivery.h"
 
 namespace mrb::thumbnail {
 namespace {
@@ -58,13 +58,13 @@ int ThumbnailService::end() {
     return begun ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
-int ThumbnailService::request(const Request &request, PendingRequest waiter) {
+int ThumbnailService::request(const Request &request, PendingRequest pending) {
     const MutexLock guard(lock_);
     if (clients_ == 0 || down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
     startWorkers();
-    jobs_.add(request, waiter);
+    jobs_.add(request, pending);
     wake_.notifyOne();
     return MRB_ERR_NONE;
 }
@@ -122,7 +122,7 @@ void ThumbnailService::work() {
         guard.lock();
         jobs_.finish(job);
         change_.notifyAll();
-        answer(job, decoded);
+        deliverResults(job, decoded);
         jobs_.remove(job);
     }
 }
@@ -143,18 +143,18 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
     }
 }
 
-void ThumbnailService::answer(const std::shared_ptr<Job> &job, Decoded &decoded) {
-    // One at a time: the client may cancel the requests of waiters without a result.
-    while (!job->waiters.empty() && !down_) {
-        const PendingRequest waiter = job->waiters.front();
-        job->waiters.erase(job->waiters.begin());
-        const bool last = job->waiters.empty();
+void ThumbnailService::deliverResults(const std::shared_ptr<Job> &job, Decoded &decoded) {
+    // One at a time: the client may cancel the requests of pending without a result.
+    while (!job->pending.empty() && !down_) {
+        const PendingRequest pending = job->pending.front();
+        job->pending.erase(job->pending.begin());
+        const bool last = job->pending.empty();
         ++results_;
         {
             const MutexUnlock unlocked(lock_);
             // Nested when the client calls end() in its callback.
             const ThumbnailService *const outer = std::exchange(deliveringTo, this);
-            deliverResult(job->request, decoded, last, waiter);
+            deliverResult(job->request, decoded, last, pending);
             deliveringTo = outer;
         }
         --results_;
@@ -166,11 +166,11 @@ void ThumbnailService::deliverAllEnded() {
     Decoded nothing;
     nothing.status = Status::cancelled("A client ended the service.");
     while (!down_) {
-        const std::shared_ptr<Job> job = jobs_.endedWithWaiters();
+        const std::shared_ptr<Job> job = jobs_.endedWithPending();
         if (!job) {
             break;
         }
-        answer(job, nothing);
+        deliverResults(job, nothing);
         jobs_.remove(job);
     }
 }

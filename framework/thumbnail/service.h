@@ -34,14 +34,14 @@ class ThumbnailService {
     int end();
 
     // Causes one callback unless it fails or the request is cancelled.
-    int request(const Request &request, PendingRequest waiter);
+    int request(const Request &request, PendingRequest pending);
     int cancel(const Request &request, const void *userData);
     int cancelAll();
     // Ends the requests for cameras' pictures with MRB_ERR_CANCELLED; returns when none of them
     // is being decoded, or with MRB_ERR_TIMEOUT.
     int stopCameras();
 
-    [[nodiscard]] FlashOpening &flashCache() { return flashCache_; }
+    [[nodiscard]] FlashCacheOpener &flashCache() { return flashCache_; }
 
     // Ends the threads. Threads that are busy at the deadline are detached: false. Later calls
     // fail.
@@ -52,12 +52,12 @@ class ThumbnailService {
     void work() MRB_EXCLUDES(lock_);
     void decode(const Request &request, Job &job, Decoded &decoded) MRB_EXCLUDES(lock_);
     // Without the lock during each callback:
-    void answer(const std::shared_ptr<Job> &job, Decoded &decoded) MRB_REQUIRES(lock_);
+    void deliverResults(const std::shared_ptr<Job> &job, Decoded &decoded) MRB_REQUIRES(lock_);
     void deliverAllEnded() MRB_REQUIRES(lock_);
 
     const Decoder decoder_;
     const unsigned most_; // number of workers
-    FlashOpening flashCache_;
+    FlashCacheOpener flashCache_;
 
     Mutex lock_;
     ConditionVariable wake_;

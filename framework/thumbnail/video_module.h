@@ -8,7 +8,7 @@ namespace mrb::thumbnail {
 // The decoders that need libav and TagLib: video, covers of music files, and rare picture
 // formats. They take a third of the time to load the decoders, so they are a library of their
 // own. Its functions may be called from any thread.
-struct Films {
+struct VideoModule {
     // Frames of a video, spread over its duration.
     Status (*decodeVideo)(const MediaFile &file, const DecodeRequest &request,
                           const CancellationToken &cancellation, Decoded &decoded);
@@ -28,11 +28,11 @@ struct Films {
 };
 
 // Loaded on first use. Throws MissingModule when it cannot be loaded.
-const Films &films();
+const VideoModule &videoModule();
 
 // The function that the library exports. Called once, in a LoadingTurn.
-using FindFilms = const Films *();
-extern "C" [[gnu::visibility("default")]] FindFilms mrb_films;
-inline constexpr const char *FILMS_SYMBOL = "mrb_films";
+using FindVideoModule = const VideoModule *();
+extern "C" [[gnu::visibility("default")]] FindVideoModule mrb_video_module;
+inline constexpr const char *VIDEO_MODULE_SYMBOL = "mrb_video_module";
 
 } // namespace mrb::thumbnail

@@ -153,7 +153,7 @@ void setVariable(const char *name, const char *value) {
 
 } // namespace
 
-Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments, const char *tags) {
+ChildResult runLoggingChild(const char *log, const std::vector<std::string> &arguments, const char *tags) {
     std::array<int, 2> out{};
     std::array<int, 2> error{};
     EXPECT_EQ(pipe(out.data()), 0);
@@ -177,14 +177,14 @@ Outcome runLoggingChild(const char *log, const std::vector<std::string> &argumen
     }
     close(out[1]);
     close(error[1]);
-    Outcome outcome;
-    std::thread drain([&] { outcome.error = readAll(error[0]); });
-    outcome.out = readAll(out[0]);
+    ChildResult result;
+    std::thread drain([&] { result.error = readAll(error[0]); });
+    result.out = readAll(out[0]);
     drain.join();
     close(out[0]);
     close(error[0]);
     int status = 0;
     waitpid(child, &status, 0);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return outcome;
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return result;
 }

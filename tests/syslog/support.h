@@ -42,7 +42,7 @@ class Listener {
 };
 
 /// The output of a child process, and how it ended.
-struct Outcome {
+struct ChildResult {
     std::string out;
     std::string error;
     int status = -1; // exit status, or 128 + signal
@@ -50,8 +50,8 @@ struct Outcome {
 
 /// Runs the logging child with QUILL_LOG set to `log`, or unset when null, and so
 /// QUILL_LOG_TAGS to `tags`.
-Outcome runLoggingChild(const char *log, const std::vector<std::string> &arguments,
-                        const char *tags = nullptr);
+ChildResult runLoggingChild(const char *log, const std::vector<std::string> &arguments,
+                            const char *tags = nullptr);
 
 /// Everything that can be read from `descriptor` until its writers close it.
 std::string readAll(int descriptor);

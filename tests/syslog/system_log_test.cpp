@@ -19,8 +19,8 @@ TEST(SystemLog, exportsOnlyThePrintCall) {
 }
 
 TEST(SystemLog, writesToStandardErrorWhenSelected) {
-    const Outcome outcome = runLoggingChild("stderr", {"say", "hello"});
-    EXPECT_EQ(outcome.error, "TEST: hello\n");
+    const ChildResult result = runLoggingChild("stderr", {"say", "hello"});
+    EXPECT_EQ(result.error, "TEST: hello\n");
 }
 
 TEST(SystemLog, returnsTheLengthOfTheText) {
@@ -28,9 +28,9 @@ TEST(SystemLog, returnsTheLengthOfTheText) {
 }
 
 TEST(SystemLog, writesNothingWhenSwitchedOff) {
-    const Outcome outcome = runLoggingChild("off", {"say", "hello"});
-    EXPECT_EQ(outcome.error, "");
-    EXPECT_EQ(outcome.out, "0\n");
+    const ChildResult result = runLoggingChild("off", {"say", "hello"});
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.out, "0\n");
 }
 
 TEST(SystemLog, formatsNothingWithoutASink) {
@@ -39,10 +39,10 @@ TEST(SystemLog, formatsNothingWithoutASink) {
 }
 
 TEST(SystemLog, namesAnUnknownChoiceOnce) {
-    const Outcome outcome = runLoggingChild("loud", {"last words"});
-    EXPECT_EQ(outcome.error, "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
-                             "Using \"system\".\n");
-    EXPECT_EQ(outcome.status, 0);
+    const ChildResult result = runLoggingChild("loud", {"last words"});
+    EXPECT_EQ(result.error, "quill: QUILL_LOG is \"loud\"; expected \"system\", \"stderr\" or \"off\". "
+                            "Using \"system\".\n");
+    EXPECT_EQ(result.status, 0);
 }
 
 TEST(SystemLog, reportsNothingForTheDefault) {
@@ -53,9 +53,9 @@ TEST(SystemLog, reportsNothingForTheDefault) {
 
 TEST(SystemLog, deliversTenMegabytesWhole) {
     constexpr size_t size = 10'000'000;
-    const Outcome outcome = runLoggingChild("stderr", {"long", std::to_string(size)});
-    EXPECT_EQ(outcome.out, "10000000\n");
-    EXPECT_TRUE(outcome.error == "TEST: " + pattern(size) + "\n");
+    const ChildResult result = runLoggingChild("stderr", {"long", std::to_string(size)});
+    EXPECT_EQ(result.out, "10000000\n");
+    EXPECT_TRUE(result.error == "TEST: " + pattern(size) + "\n");
 }
 
 TEST(SystemLog, deliversTextsAroundItsBuffersSize) {
@@ -66,9 +66,9 @@ TEST(SystemLog, deliversTextsAroundItsBuffersSize) {
 }
 
 TEST(SystemLog, refusesATextThatCannotBeFormatted) {
-    const Outcome outcome = runLoggingChild("stderr", {"unprintable"});
-    EXPECT_EQ(outcome.out, "-1\n");
-    EXPECT_EQ(outcome.error, "");
+    const ChildResult result = runLoggingChild("stderr", {"unprintable"});
+    EXPECT_EQ(result.out, "-1\n");
+    EXPECT_EQ(result.error, "");
 }
 
 TEST(SystemLog, acceptsALineWithoutATag) {
@@ -76,9 +76,9 @@ TEST(SystemLog, acceptsALineWithoutATag) {
 }
 
 TEST(SystemLog, writesOnlyTheSelectedTags) {
-    const Outcome outcome = runLoggingChild("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
-    EXPECT_EQ(outcome.error, "MRB-BRIDGE-AGENT: text\n");
-    EXPECT_EQ(outcome.out, "4\n");
+    const ChildResult result = runLoggingChild("stderr", {"as", "MRB-BRIDGE-AGENT", "text"}, "common,agent");
+    EXPECT_EQ(result.error, "MRB-BRIDGE-AGENT: text\n");
+    EXPECT_EQ(result.out, "4\n");
     EXPECT_EQ(runLoggingChild("stderr", {"as", "MRB-BRIDGE-THUMBNAIL", "text"}, "common,agent").error, "");
     EXPECT_EQ(runLoggingChild("stderr", {"no tag"}, "common,agent").error, "");
 }
@@ -89,17 +89,17 @@ TEST(SystemLog, formatsNothingForATagThatIsNotSelected) {
 }
 
 TEST(SystemLog, removesColoursWhenTheOutputIsNotATerminal) {
-    const Outcome outcome = runLoggingChild("stderr", {"say", "f(1) > \033[31mred\033[0m"});
-    EXPECT_EQ(outcome.error, "TEST: f(1) > red\n");
-    EXPECT_EQ(outcome.out, "19\n"); // of the text as it was given
+    const ChildResult result = runLoggingChild("stderr", {"say", "f(1) > \033[31mred\033[0m"});
+    EXPECT_EQ(result.error, "TEST: f(1) > red\n");
+    EXPECT_EQ(result.out, "19\n"); // of the text as it was given
 }
 
 TEST(SystemLog, keepsErrno) { EXPECT_EQ(runLoggingChild("stderr", {"errno"}).out, "1\n"); }
 
 TEST(SystemLog, linesOfThreadsNeverMixAndKeepTheirOrder) {
-    const Outcome outcome = runLoggingChild("stderr", {"chorus", "500"});
+    const ChildResult result = runLoggingChild("stderr", {"chorus", "500"});
     std::map<int, int> next;
-    for (const std::string &line : linesOf(outcome.error)) {
+    for (const std::string &line : linesOf(result.error)) {
         int thread = -1;
         int number = -1;
         ASSERT_EQ(sscanf(line.c_str(), "TEST: %d %d ", &thread, &number), 2) << line;
@@ -115,10 +115,10 @@ TEST(SystemLog, isUsableFromStaticDestructors) {
 }
 
 TEST(SystemLog, aChildForkedInTheMiddleOfALineStillLogs) {
-    const Outcome outcome = runLoggingChild("stderr", {"fork", "100"});
-    EXPECT_EQ(outcome.out, "0\n");
+    const ChildResult result = runLoggingChild("stderr", {"fork", "100"});
+    EXPECT_EQ(result.out, "0\n");
     size_t children = 0;
-    for (const std::string &line : linesOf(outcome.error)) {
+    for (const std::string &line : linesOf(result.error)) {
         children += line == "TEST: child" ? 1 : 0;
     }
     EXPECT_EQ(children, 100U);

@@ -246,7 +246,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Outcome{"Stored", PATHS(R"(["/dev/null"])"), 0, 2},
                     Outcome{"Cached", PATHS(R"(["/a name of some length/a","b"],"param_thumb_type":1)"), 0,
                             2}),
-    [](const auto &outcome) { return std::string(outcome.param.name); });
+    [](const auto &status) { return std::string(status.param.name); });
 
 TEST_F(Leaks, ThumbnailRequestThatIsRefusedLeavesNothing) {
     CMRBThumbnailAdapter adapter;

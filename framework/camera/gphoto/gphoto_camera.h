@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// The outcome of a libgphoto2 code; the message is libgphoto2's text, preceded by `about`.
+// The status of a libgphoto2 code; the message is libgphoto2's text, preceded by `about`.
 Status statusOfGphoto(int code, const std::string &about);
 
 // A camera that libgphoto2 has claimed. Owned by its opener; one thread at a time.

@@ -240,11 +240,11 @@ void setPositive(Metadata &metadata, MetadataKey key, std::optional<std::int64_t
 }
 
 void setResolution(Metadata &metadata, std::string_view text) {
-    constexpr std::int64_t MAX_LINES = 1 << 20;
+    constexpr std::int64_t MAX_SIDE = 1 << 20;
     constexpr std::int64_t THOUSAND = 1000;
     const std::int64_t width = numberOf(next(text, 'x')).value_or(0);
     const std::int64_t height = numberOf(text).value_or(0);
-    if (width > 0 && height > 0 && width < MAX_LINES && height < MAX_LINES) {
+    if (width > 0 && height > 0 && width < MAX_SIDE && height < MAX_SIDE) {
         metadata.setNumber(MetadataKey::WIDTH, width);
         metadata.setNumber(MetadataKey::HEIGHT, height);
         metadata.setNumber(MetadataKey::ASPECT_RATIO, (THOUSAND * width + height / 2) / height);

@@ -11,7 +11,7 @@ namespace mrb::dlna {
 
 using Error = std::unique_ptr<GError, Deleter<g_error_free>>;
 
-// The outcome of a request to a server whose connection failed with this error.
+// The status of a request to a server whose connection failed with this error.
 Status statusOfError(const GError &error);
 
 } // namespace mrb::dlna

@@ -82,14 +82,14 @@ Status GupnpContentClient::fetch(const std::string &url, std::size_t maximum,
 Status GupnpContentClient::connect(const std::string &server, const CancellationToken &cancellation,
                                    std::unique_ptr<Transfers> &transfers) {
     // Sends no request: returns at once, unless the network's thread is busy.
-    constexpr auto LONGEST = std::chrono::seconds(10);
-    const auto place = std::make_shared<ServicePlace>();
-    const auto begin = [this, server, place](const std::shared_ptr<Pending> &pending) {
-        pending->finish({findService(server, *place), 0, {}});
+    constexpr auto TIMEOUT = std::chrono::seconds(10);
+    const auto endpoint = std::make_shared<ServiceEndpoint>();
+    const auto begin = [this, server, endpoint](const std::shared_ptr<Pending> &pending) {
+        pending->finish({findService(server, *endpoint), 0, {}});
     };
-    Status status = await(this->begin(begin), LONGEST, cancellation).status;
+    Status status = await(this->begin(begin), TIMEOUT, cancellation).status;
     if (status.ok()) {
-        transfers = std::make_unique<GupnpTransfers>(server, *place);
+        transfers = std::make_unique<GupnpTransfers>(server, *endpoint);
     }
     return status;
 }
@@ -160,7 +160,7 @@ void GupnpContentClient::runTasks() {
 }
 
 // Looks up the control URL and the service type of a server's content directory.
-Status GupnpContentClient::findService(const std::string &server, ServicePlace &place) {
+Status GupnpContentClient::findService(const std::string &server, ServiceEndpoint &endpoint) {
     GUPnPDeviceInfo *device = servers_ != nullptr ? servers_->find(server) : nullptr;
     if (device == nullptr) {
         return gone();
@@ -180,21 +180,21 @@ Status GupnpContentClient::findService(const std::string &server, ServicePlace &
         }
         GSSDPClient *client = GSSDP_CLIENT(gupnp_device_info_get_context(device));
         const char *here = gssdp_client_get_host_ip(client);
-        place = {url.get(), name, host, here != nullptr ? here : ""};
+        endpoint = {url.get(), name, host, here != nullptr ? here : ""};
         return {};
     }
     return Status::notSupported("The server has no content directory.");
 }
 
 void GupnpContentClient::beginCall(const BrowseRequest &request, std::shared_ptr<Pending> pending) {
-    ServicePlace place;
-    Status status = findService(request.server, place);
+    ServiceEndpoint endpoint;
+    Status status = findService(request.server, endpoint);
     if (!status.ok()) {
         pending->finish({std::move(status), 0, {}});
         return;
     }
-    requests_->begin({request.server, place.controlUrl, place.type + '#' + actionOf(request),
-                      envelopeOf(request, place.type), MAX_BYTES},
+    requests_->begin({request.server, endpoint.controlUrl, endpoint.type + '#' + actionOf(request),
+                      envelopeOf(request, endpoint.type), MAX_BYTES},
                      std::move(pending));
 }
 

@@ -56,7 +56,7 @@ class GupnpContentClient final : public ContentDirectoryClient,
                 const CancellationToken &cancellation);
     void abandon(std::shared_ptr<Pending> pending);
     // On the network's thread:
-    Status findService(const std::string &server, ServicePlace &place);
+    Status findService(const std::string &server, ServiceEndpoint &endpoint);
     void beginCall(const BrowseRequest &request, std::shared_ptr<Pending> pending);
     void beginFetch(const std::string &url, std::size_t maximum, std::shared_ptr<Pending> pending);
 

@@ -74,7 +74,7 @@ Object<GUPnPContext> contextAt(const std::string &ip) {
 
 class GupnpNetwork::Watch {
   public:
-    explicit Watch(NetworkObserver &listener) : listener_(listener), servers_(listener) {}
+    explicit Watch(NetworkObserver &observer) : observer_(observer), servers_(observer) {}
 
     void run();
 
@@ -119,7 +119,7 @@ class GupnpNetwork::Watch {
     static gboolean onRetry(gpointer watch);
     static gboolean onLeaving(gpointer watch);
 
-    NetworkObserver &listener_;
+    NetworkObserver &observer_;
     ServerTable servers_;
     const std::unique_ptr<GMainContext, Deleter<g_main_context_unref>> context_{g_main_context_new()};
     const std::unique_ptr<GMainLoop, Deleter<g_main_loop_unref>> loop_{
@@ -150,7 +150,7 @@ void GupnpNetwork::Watch::watchNetwork() {
     g_source_attach(timer, context_.get());
     g_source_unref(timer);
     contentClient_->open(servers_);
-    listener_.networkStarted();
+    observer_.networkStarted();
 }
 
 void GupnpNetwork::Watch::letGo() {
@@ -302,8 +302,8 @@ gboolean GupnpNetwork::Watch::onRetry(gpointer watch) {
     return G_SOURCE_CONTINUE; // unless it was destroyed
 }
 
-GupnpNetwork::GupnpNetwork(NetworkObserver &listener)
-    : watch_(std::make_unique<Watch>(listener)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
+GupnpNetwork::GupnpNetwork(NetworkObserver &observer)
+    : watch_(std::make_unique<Watch>(observer)), thread_(startThread("mrb-dlna", [this] { watch_->run(); })) {
 }
 
 std::shared_ptr<ContentDirectoryClient> GupnpNetwork::contentClient() { return watch_->contentClient(); }
@@ -319,6 +319,6 @@ void mrb_prepare_network() {
     g_tls_backend_get_default();
 }
 
-Network *mrb_start_network(NetworkObserver &listener) { return new GupnpNetwork(listener); }
+Network *mrb_start_network(NetworkObserver &observer) { return new GupnpNetwork(observer); }
 
 } // namespace mrb::dlna

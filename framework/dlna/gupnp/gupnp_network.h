@@ -17,7 +17,7 @@ namespace mrb::dlna {
 // context of its own. Created and destroyed by any one thread.
 class GupnpNetwork final : public Network {
   public:
-    explicit GupnpNetwork(NetworkObserver &listener);
+    explicit GupnpNetwork(NetworkObserver &observer);
     ~GupnpNetwork() override;
 
     [[nodiscard]] std::shared_ptr<ContentDirectoryClient> contentClient() override;

@@ -13,8 +13,8 @@ constexpr std::size_t PART_BYTES = 256UL << 10;
 
 } // namespace
 
-GupnpTransfers::GupnpTransfers(std::string server, ServicePlace place)
-    : server_(std::move(server)), place_(std::move(place)) {
+GupnpTransfers::GupnpTransfers(std::string server, ServiceEndpoint endpoint)
+    : server_(std::move(server)), endpoint_(std::move(endpoint)) {
     const ThreadMainLoop::Turn turn(loop_);
     session_ = std::make_unique<Session>();
     exchanges_ = std::make_unique<HttpRequests>();
@@ -29,7 +29,7 @@ GupnpTransfers::~GupnpTransfers() {
 
 // A server must not make this machine send requests to other hosts.
 bool GupnpTransfers::isOfServer(const std::string &url) const {
-    return isWebAddress(url) && hostOf(url.c_str()) == place_.host;
+    return isWebAddress(url) && hostOf(url.c_str()) == endpoint_.host;
 }
 
 Status GupnpTransfers::makeRequest(const char *method, const std::string &url, Request &request) const {
@@ -119,8 +119,8 @@ Status GupnpTransfers::finishDownload(const Consumer &take, const CancellationTo
 Status GupnpTransfers::call(const std::string &action, const Arguments &arguments,
                             const CancellationToken &cancellation, SoapResponse &response) {
     const auto pending = std::make_shared<Pending>();
-    exchanges_->begin({server_, place_.controlUrl, place_.type + '#' + action,
-                       envelopeOf(action, arguments, place_.type), ContentDirectoryClient::MAX_BYTES},
+    exchanges_->begin({server_, endpoint_.controlUrl, endpoint_.type + '#' + action,
+                       envelopeOf(action, arguments, endpoint_.type), ContentDirectoryClient::MAX_BYTES},
                       pending);
     const auto isFinished = [&] { return pending->isFinished(); };
     Status status = loop_.runUntil(isFinished, cancellation, Pace());

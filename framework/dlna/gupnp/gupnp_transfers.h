@@ -22,7 +22,7 @@ namespace mrb::dlna {
 class OfferedFile;
 
 // The control URL of a server's content directory, and its addresses.
-struct ServicePlace {
+struct ServiceEndpoint {
     std::string controlUrl;
     std::string type; // "urn:schemas-upnp-org:service:ContentDirectory:1"
     std::string host; // the server's
@@ -33,7 +33,7 @@ struct ServicePlace {
 // and used like every Transfers.
 class GupnpTransfers final : public Transfers {
   public:
-    GupnpTransfers(std::string server, ServicePlace place);
+    GupnpTransfers(std::string server, ServiceEndpoint endpoint);
     ~GupnpTransfers() override;
 
     Status beginDownload(const std::string &url, const CancellationToken &cancellation,
@@ -69,7 +69,7 @@ class GupnpTransfers final : public Transfers {
     [[nodiscard]] bool isOfServer(const std::string &url) const;
 
     const std::string server_; // its id
-    const ServicePlace place_;
+    const ServiceEndpoint endpoint_;
     ThreadMainLoop loop_;
     std::unique_ptr<Session> session_;
     std::unique_ptr<HttpRequests> exchanges_;

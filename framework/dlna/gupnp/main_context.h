@@ -12,7 +12,7 @@ namespace mrb::dlna {
 
 void removeSource(GSource *source);
 
-// A source of a main context, as long as it is wanted.
+// A source of a main context, destroyed with its owner.
 using Source = std::unique_ptr<GSource, Deleter<removeSource>>;
 
 // A timer that wakes the context up repeatedly, for conditions that change without an event of it.

@@ -42,9 +42,10 @@ OfferedFile::OfferedFile(What what, const std::string &here, std::string host)
     if (!address) {
         return;
     }
-    const Object<GSocketAddress> place(g_inet_socket_address_new(address.get(), 0));
+    const Object<GSocketAddress> socketAddress(g_inet_socket_address_new(address.get(), 0));
     soup_server_add_handler(server_.get(), nullptr, onRequest, this, nullptr);
-    if (soup_server_listen(server_.get(), place.get(), SoupServerListenOptions(0), nullptr) == FALSE) {
+    if (soup_server_listen(server_.get(), socketAddress.get(), SoupServerListenOptions(0), nullptr) ==
+        FALSE) {
         return;
     }
     const std::unique_ptr<GSList, Deleter<freeUris>> uris(soup_server_get_uris(server_.get()));
@@ -92,16 +93,16 @@ void OfferedFile::serve(SoupServerMessage *message) {
 
 void OfferedFile::serveMore(Serving &serving) {
     SoupMessageBody *body = soup_server_message_get_response_body(serving.message.get());
-    const std::size_t wanted =
+    const std::size_t partLength =
         static_cast<std::size_t>(std::min<std::uint64_t>(PART_BYTES, what_.size - serving.offset));
-    if (wanted == 0) {
+    if (partLength == 0) {
         soup_message_body_complete(body);
         return;
     }
-    auto *part = static_cast<char *>(g_malloc(wanted));
+    auto *part = static_cast<char *>(g_malloc(partLength));
     ssize_t size = 0;
     do {
-        size = pread(what_.descriptor, part, wanted, static_cast<off_t>(serving.offset));
+        size = pread(what_.descriptor, part, partLength, static_cast<off_t>(serving.offset));
     } while (size < 0 && errno == EINTR);
     if (size <= 0) {
         g_free(part);

@@ -56,7 +56,7 @@ void ServerTable::add(GUPnPDeviceInfo *device) {
     Entry &entry = entries_[server.id];
     entry.server = server;
     entry.devices.push_back(share(device));
-    listener_.serverArrived(server);
+    observer_.serverArrived(server);
 }
 
 void ServerTable::remove(GUPnPDeviceInfo *device) {
@@ -74,7 +74,7 @@ void ServerTable::remove(GUPnPDeviceInfo *device) {
     if (devices.empty()) {
         const Server server = std::move(found->second.server);
         entries_.erase(found);
-        listener_.serverLeft(server);
+        observer_.serverLeft(server);
     }
 }
 
@@ -90,7 +90,7 @@ std::optional<std::string> ServerTable::at(const std::string &address) const {
 void ServerTable::clear() {
     const auto entries = std::exchange(entries_, {});
     for (const auto &[id, entry] : entries) {
-        listener_.serverLeft(entry.server);
+        observer_.serverLeft(entry.server);
     }
 }
 

@@ -20,7 +20,7 @@ class ServerTable {
     static constexpr std::size_t MAX_SERVERS = 1000;
     static constexpr std::size_t MAX_BYTES = 512; // of a text
 
-    explicit ServerTable(NetworkObserver &listener) : listener_(listener) {}
+    explicit ServerTable(NetworkObserver &observer) : observer_(observer) {}
 
     void add(GUPnPDeviceInfo *device);
     void remove(GUPnPDeviceInfo *device);
@@ -31,7 +31,7 @@ class ServerTable {
     }
     // The id of a server with that address; no value: no such server.
     [[nodiscard]] std::optional<std::string> at(const std::string &address) const;
-    // Notifies the listener that every server left.
+    // Notifies the observer that every server left.
     void clear();
 
   private:
@@ -40,7 +40,7 @@ class ServerTable {
         std::vector<Object<GUPnPDeviceInfo>> devices; // one per address of this machine
     };
 
-    NetworkObserver &listener_;
+    NetworkObserver &observer_;
     std::map<std::string, Entry> entries_;
     bool full_ = false; // and that was logged
 };

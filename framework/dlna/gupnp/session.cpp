@@ -35,8 +35,8 @@ void Connections::onConnection(SoupMessage * /*message*/, int event, GIOStream *
 }
 
 void Connections::awaitClosed() const {
-    constexpr auto LONGEST = std::chrono::seconds(3);
-    runContext([this] { return areClosed(); }, LONGEST);
+    constexpr auto TIMEOUT = std::chrono::seconds(3);
+    runContext([this] { return areClosed(); }, TIMEOUT);
 }
 
 void restrictRequest(SoupMessage *message) {

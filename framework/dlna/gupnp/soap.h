@@ -20,7 +20,7 @@ std::string envelopeOf(const BrowseRequest &request, const std::string &serviceT
 using Arguments = std::vector<std::pair<const char *, std::string>>;
 std::string envelopeOf(const std::string &action, const Arguments &arguments, const std::string &serviceType);
 
-// The outcome of an HTTP status.
+// The error that an HTTP status stands for.
 Status statusOfHttp(unsigned httpStatus);
 
 // The parsed response to an action.

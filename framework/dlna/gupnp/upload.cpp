@@ -24,7 +24,7 @@ constexpr const char *ANY_CONTAINER = "DLNA.ORG_AnyContainer";
 constexpr auto POLL_INTERVAL = std::chrono::milliseconds(50);
 
 // How long the last bytes may still be under way when the server reports a complete transfer.
-constexpr auto LAST_NEWS = std::chrono::seconds(1);
+constexpr auto LAST_BYTES_TIMEOUT = std::chrono::seconds(1);
 
 // The timeout for destroying an object after a failure.
 constexpr auto CLEANING = std::chrono::seconds(3);
@@ -97,10 +97,10 @@ Status GupnpTransfers::create(const Upload &file, const CancellationToken &cance
 
 Status GupnpTransfers::import(const Upload &file, const Created &created, const Moved &moved,
                               const CancellationToken &cancellation) {
-    OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, place_.here,
-                        place_.host);
+    OfferedFile offered({file.descriptor, file.size, file.mimeType, file.extension}, endpoint_.here,
+                        endpoint_.host);
     if (offered.url().empty()) {
-        return Status::notSupported("No file can be served at " + place_.here + ".");
+        return Status::notSupported("No file can be served at " + endpoint_.here + ".");
     }
     SoapResponse response;
     Status status =
@@ -146,10 +146,10 @@ Status GupnpTransfers::follow(const std::string &transfer, OfferedFile &offered,
         const std::string transferStatus = response.text("TransferStatus");
         if (transferStatus == "COMPLETED") {
             // The last bytes may not have been counted here yet.
-            const auto news = steady_clock::now() + LAST_NEWS;
-            const auto isKnown = [&] { return offered.isFetched() || steady_clock::now() >= news; };
+            const auto lastMoment = steady_clock::now() + LAST_BYTES_TIMEOUT;
+            const auto isSettled = [&] { return offered.isFetched() || steady_clock::now() >= lastMoment; };
             // Only what was fetched counts, also after a cancellation.
-            static_cast<void>(loop_.runUntil(isKnown, cancellation, pace));
+            static_cast<void>(loop_.runUntil(isSettled, cancellation, pace));
             return offered.isFetched()
                        ? Status()
                        : Status::protocolError("The server reports a complete file that it did not fetch.");

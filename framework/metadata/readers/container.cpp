@@ -252,8 +252,8 @@ void readStreams(const AVFormatContext &container, Metadata &metadata) {
 }
 
 // ISO 6709, as in "+48.8584+002.2945+035.0/".
-void readPlace(std::string_view place, Metadata &metadata) {
-    const PlaceText read = placeOfIso(place);
+void readPosition(std::string_view position, Metadata &metadata) {
+    const GeoPosition read = positionOfIso(position);
     if (read.isKnown) {
         metadata.setReal(MetadataKey::LATITUDE, read.latitude);
         metadata.setReal(MetadataKey::LONGITUDE, read.longitude);
@@ -280,7 +280,7 @@ void readTags(const AVFormatContext &container, Metadata &metadata) {
     if (const std::string year = yearOf(date); !year.empty()) {
         metadata.setText(MetadataKey::YEAR, year);
     }
-    readPlace(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), metadata);
+    readPosition(firstTag(tags, {"com.apple.quicktime.location.ISO6709", "location"}), metadata);
 }
 
 // Opens a container while `work` runs with it; does nothing where the file is not a container.

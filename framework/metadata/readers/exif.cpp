@@ -110,7 +110,7 @@ std::optional<double> angle(const Directory &gps, int tag, double maximum) {
     return value <= maximum ? std::optional(value) : std::nullopt;
 }
 
-void readPlace(const Directory &gps, Metadata &metadata) {
+void readPosition(const Directory &gps, Metadata &metadata) {
     constexpr int LATITUDE_REF = 1;
     constexpr int LATITUDE = 2;
     constexpr int LONGITUDE_REF = 3;
@@ -169,7 +169,7 @@ void readExif(std::string bytes, Metadata &metadata) {
     if (const auto iso = exif.number(EXIF_TAG_ISO_SPEED_RATINGS); iso && *iso > 0) {
         metadata.setText(MetadataKey::ISO, std::to_string(*iso));
     }
-    readPlace(Directory(*data, EXIF_IFD_GPS), metadata);
+    readPosition(Directory(*data, EXIF_IFD_GPS), metadata);
 }
 
 } // namespace mrb

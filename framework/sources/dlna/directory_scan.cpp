@@ -50,7 +50,7 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
         return Step::GO_ON;
     }
     std::int64_t found = 0;
-    const Step step = readPages(browseRequest, {place_.container, ROOT_FOLDER, 0}, found);
+    const Step step = readPages(browseRequest, {target_.container, ROOT_FOLDER, 0}, found);
     const int code = result_.status.code;
     isDone = found > 0 || step == Step::GO_ON;
     if (!isDone && (code == MRB_ERR_NOT_SUPPORTED || code == MRB_ERR_PROTOCOL || code == MRB_ERR_IO)) {
@@ -63,13 +63,13 @@ DirectoryScan::Step DirectoryScan::search(const ListRequest &request, bool &isDo
 }
 
 DirectoryScan::Step DirectoryScan::walk() {
-    visited_.insert(place_.container);
-    pending_.push_back({place_.container, ROOT_FOLDER, 0});
+    visited_.insert(target_.container);
+    pending_.push_back({target_.container, ROOT_FOLDER, 0});
     Step step = Step::GO_ON;
     while (step == Step::GO_ON && !pending_.empty()) {
         const Pending container = std::move(pending_.front());
         pending_.pop_front();
-        if (container.level > DEEPEST_LEVEL) {
+        if (container.level > MAX_LEVEL) {
             ++result_.tooDeep;
             continue;
         }
@@ -119,7 +119,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         // The objects' XML of a page is malformed: only the objects that cannot be parsed are
         // lost.
         const bool isBroken = status.code == MRB_ERR_PROTOCOL && page.returned > 0;
-        if (status.code == MRB_ERR_TIMEOUT && hasAnswered_ && browseRequest.count > SHORT_PAGE_LENGTH) {
+        if (status.code == MRB_ERR_TIMEOUT && hasResult_ && browseRequest.count > SHORT_PAGE_LENGTH) {
             browseRequest.count = SHORT_PAGE_LENGTH; // a slow server can return so many in time
             browseRequest.prefetch.reset();
             continue;
@@ -127,7 +127,7 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         if (!status.ok() && !isBroken) {
             return failed(std::move(status), container);
         }
-        hasAnswered_ = true;
+        hasResult_ = true;
         if (browseRequest.kind == BrowseRequest::Kind::SEARCH && isFirst && page.total > 0) {
             sink_.setExpectedTotal(page.total);
         }
@@ -154,8 +154,8 @@ DirectoryScan::Step DirectoryScan::readOnce(dlna::BrowseRequest &browseRequest, 
         if (taken->repeated > 0 && !reading.hasChanged && !reading.isAgain) {
             note(container, "returns objects twice");
         }
-        const bool isNews = taken->fresh > 0 || (reading.isAgain && browseRequest.start <= reading.end);
-        barren = isNews ? 0 : barren + 1;
+        const bool hasProgress = taken->fresh > 0 || (reading.isAgain && browseRequest.start <= reading.end);
+        barren = hasProgress ? 0 : barren + 1;
         const bool isRepetition =
             taken->repeated > 0 && taken->fresh == 0 && !reading.hasChanged && !reading.isAgain;
         const bool isOver = std::max(said, given) == 0 || isRepetition || barren > MAX_BARREN_PAGES ||
@@ -237,20 +237,20 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     Status status = place_.contentClient.browse(whole, cancellation, page);
     whole.prefetch.reset();
     const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
-    for (int turn = 0; turn < MORE_TURNS && isSearch && status.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
-        rest();
+    for (int turn = 0; turn < MAX_RETRIES && isSearch && status.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
+        waitBeforeRetry();
         page = {};
         status = cancellation.isCancelled() ? Status::cancelled()
-                                            : place_.contentClient.browse(whole, cancellation, page);
+                                            : target_.contentClient.browse(whole, cancellation, page);
     }
     return status;
 }
 
 // The pause before a retry, in slices after which a list may be cancelled.
-void DirectoryScan::rest() const {
-    constexpr auto PIECE = std::chrono::milliseconds(5);
-    for (auto left = PAUSE; left.count() > 0 && !sink_.cancellation().isCancelled(); left -= PIECE) {
-        std::this_thread::sleep_for(PIECE);
+void DirectoryScan::waitBeforeRetry() const {
+    constexpr auto SLICE = std::chrono::milliseconds(5);
+    for (auto left = RETRY_DELAY; left.count() > 0 && !sink_.cancellation().isCancelled(); left -= SLICE) {
+        std::this_thread::sleep_for(SLICE);
     }
 }
 

@@ -22,7 +22,7 @@ class DirectoryScan {
   public:
     static constexpr std::uint32_t PAGE_LENGTH = 500;
     // The deepest container that is read, counted from the scanned one (level 0).
-    static constexpr int DEEPEST_LEVEL = 50;
+    static constexpr int MAX_LEVEL = 50;
 
     // The maximum of objects in a container; a larger one is not read further.
     static constexpr std::uint32_t MAX_OBJECTS = 2'000'000;
@@ -36,19 +36,19 @@ class DirectoryScan {
     // How many consecutive pages may be without a new object.
     static constexpr int MAX_BARREN_PAGES = 20;
 
-    // How often a refused search is retried, and the pause before each retry.
-    static constexpr int MORE_TURNS = 3;
-    static constexpr auto PAUSE = std::chrono::milliseconds(150);
+    // How often a refused search is retried, and the delay before each retry.
+    static constexpr int MAX_RETRIES = 3;
+    static constexpr auto RETRY_DELAY = std::chrono::milliseconds(150);
 
     // The container to be read. All members must outlive the scan.
-    struct Place {
+    struct Target {
         dlna::ContentDirectoryClient &contentClient;
         const std::string &server;
         const std::string &container;
         std::chrono::milliseconds timeout; // the timeout of one page
     };
 
-    DirectoryScan(ItemSink &sink, const Place &place) : sink_(sink), place_(place) {}
+    DirectoryScan(ItemSink &sink, const Target &target) : sink_(sink), target_(target) {}
 
     FillResult run(const ListRequest &request);
 
@@ -60,7 +60,7 @@ class DirectoryScan {
         int level;
     };
 
-    // The result of a step: go on, or end the scan with result_.outcome.
+    // The result of a step: go on, or end the scan with the status of result_.
     enum class Step { GO_ON, END };
 
     Step search(const ListRequest &request, bool &isDone);
@@ -84,7 +84,7 @@ class DirectoryScan {
     // No value: the list is full or was cancelled.
     std::optional<Taken> take(const dlna::Page &page, const Pending &container, Reading &reading);
     Status browse(const dlna::BrowseRequest &browseRequest, dlna::Page &page);
-    void rest() const;
+    void waitBeforeRetry() const;
     Step failed(Status status, const Pending &container);
     void note(Status fault);
     void note(const Pending &container, const std::string &fault);
@@ -92,14 +92,14 @@ class DirectoryScan {
     Step end(Status status);
 
     ItemSink &sink_;
-    const Place place_;
+    const Target target_;
     std::deque<Pending> pending_;
     std::unordered_set<std::string> visited_; // ids of containers, including pending ones
     // Set when containers are walked in place of a search: an item counts once, although a server
     // shows it by album, by date and by folder, each time with another id.
     bool isForSearch_ = false;
     Seen urls_; // URLs of the items in that case
-    bool hasAnswered_ = false;
+    bool hasResult_ = false;
     Status fault_; // the first fault that did not end the scan
     FillResult result_;
 };

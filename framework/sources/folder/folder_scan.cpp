@@ -66,7 +66,7 @@ FolderScan::Step FolderScan::visitNext() {
     if (!folder) {
         return failed(error, pending.level, name);
     }
-    if (pending.level > DEEPEST_LEVEL) {
+    if (pending.level > MAX_LEVEL) {
         ++result_.tooDeep;
         return Step::GO_ON;
     }

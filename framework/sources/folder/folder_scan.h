@@ -26,7 +26,7 @@ class FolderScan {
   public:
     // The deepest folder that is read, counted from the scanned one (level 0).
     // Cameras and players make a handful of levels; only a damaged disk has more.
-    static constexpr int DEEPEST_LEVEL = 100;
+    static constexpr int MAX_LEVEL = 100;
 
     // `path` is the scanned folder's, for messages. `mounts` gets each folder that is read.
     FolderScan(ItemSink &sink, const std::string &path, FolderMounts *mounts = nullptr);
@@ -43,7 +43,7 @@ class FolderScan {
         int level = 0;
     };
 
-    // The result of a step: go on, or end the scan with result_.outcome.
+    // The result of a step: go on, or end the scan with the status of result_.
     enum class Step { GO_ON, END };
 
     Step visitNext();

@@ -35,12 +35,12 @@ std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('
 ResolvedEntry targetOfUrl(const PlaylistEntry &entry) {
     ResolvedEntry target{ResolvedEntry::Kind::URL, utf8Of(entry.target)};
     // A line that players and people would read differently is not a URL.
-    if (!isUrl(target.place) || target.place.size() > MAX_URL_LENGTH ||
-        std::ranges::any_of(target.place,
+    if (!isUrl(target.location) || target.location.size() > MAX_URL_LENGTH ||
+        std::ranges::any_of(target.location,
                             [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; })) {
         return {};
     }
-    std::string_view rest = target.place;
+    std::string_view rest = target.location;
     rest.remove_prefix(rest.find("://") + 3);
     rest = rest.substr(0, rest.find_first_of("?#"));
     const std::size_t slash = rest.find('/');
@@ -130,16 +130,16 @@ std::vector<std::string> EntryResolver::meanings(std::string_view written, bool 
 }
 
 bool EntryResolver::find(const std::string &path, ResolvedEntry &target) {
-    std::string place = scope_.place(path);
-    if (place.empty()) {
+    std::string allowed = scope_.resolve(path);
+    if (allowed.empty()) {
         return false;
     }
-    const std::size_t slash = place.rfind('/');
-    const std::string &folder = realFolder(place.substr(0, slash));
+    const std::size_t slash = allowed.rfind('/');
+    const std::string &folder = realFolder(allowed.substr(0, slash));
     if (folder.empty()) {
         return false;
     }
-    std::string real = (folder == "/" ? "" : folder) + place.substr(slash);
+    std::string real = (folder == "/" ? "" : folder) + allowed.substr(slash);
     struct stat status {};
     if (!scope_.holds(real) || lstat(real.c_str(), &status) != 0) {
         return false;
@@ -154,7 +154,7 @@ bool EntryResolver::find(const std::string &path, ResolvedEntry &target) {
     if (FolderReader::readFile(AT_FDCWD, real.c_str(), stat) != 0) {
         return false;
     }
-    target = {ResolvedEntry::Kind::FILE, real, std::string(nameIn(place)), stat};
+    target = {ResolvedEntry::Kind::FILE, real, std::string(nameIn(allowed)), stat};
     return true;
 }
 

@@ -20,9 +20,10 @@ struct ResolvedEntry {
         URL      // on another machine
     };
     Kind kind = Kind::NOTHING;
-    std::string place = {}; // the absolute path, exact bytes, with links resolved where it exists; or the URL
-    std::string name = {};  // to be shown
-    FileStat stat = {};     // for a file
+    std::string location =
+        {};                // the absolute path, exact bytes, with links resolved where it exists; or the URL
+    std::string name = {}; // to be shown
+    FileStat stat = {};    // for a file
 };
 
 // Resolves the entries of one playlist. Owned and used by one thread, which may wait for the

@@ -12,10 +12,10 @@ constexpr double SECOND = 1000;
 // contain commas.
 std::size_t titleComma(std::string_view text) {
     bool isQuoted = false;
-    for (std::size_t place = 0; place < text.size(); ++place) {
-        isQuoted = isQuoted != (text[place] == '"');
-        if (text[place] == ',' && !isQuoted) {
-            return place;
+    for (std::size_t position = 0; position < text.size(); ++position) {
+        isQuoted = isQuoted != (text[position] == '"');
+        if (text[position] == ',' && !isQuoted) {
+            return position;
         }
     }
     // An unterminated quote does not count.

@@ -48,7 +48,7 @@ struct PlaylistReader::Reading {
 };
 
 bool PlaylistReader::addPlaylist(const std::string &real, const SourceItem &item) {
-    return addOpening(item, {.playlist = real, .place = real}, real);
+    return addOpening(item, {.playlist = real, .location = real}, real);
 }
 
 int PlaylistReader::addEntries(const Descriptor &file, const std::string &real) {
@@ -76,7 +76,7 @@ bool PlaylistReader::addOpening(SourceItem item, const PlaylistRow &row, const s
 
 bool PlaylistReader::isWorthOpening() {
     const bool isNested = !way_.empty();
-    if (way_.size() > DEEPEST_LEVEL) {
+    if (way_.size() > MAX_LEVEL) {
         ++result_.tooDeep;
         return false;
     }
@@ -175,14 +175,14 @@ bool PlaylistReader::take(const PlaylistEntry &entry, Reading &reading) {
                           .size = target.stat.size,
                           .modified = target.stat.modified,
                           .created = target.stat.created};
-    const PlaylistRow row{reading.real, reading.position, target.kind, target.place,
+    const PlaylistRow row{reading.real, reading.position, target.kind, target.location,
                           title,        entry.duration,   {}};
-    return opens ? addOpening(item, row, target.place) : add(item, row);
+    return opens ? addOpening(item, row, target.location) : add(item, row);
 }
 
 bool PlaylistReader::add(SourceItem item, PlaylistRow row) {
     if (row.kind == ResolvedEntry::Kind::FILE) {
-        row.mount = mountIdentityAt(std::string(row.place.substr(0, row.place.rfind('/') + 1)));
+        row.mount = mountIdentityAt(std::string(row.location.substr(0, row.location.rfind('/') + 1)));
     }
     const std::string id = isFull_ ? std::string() : table_.add(row);
     item.id = id;

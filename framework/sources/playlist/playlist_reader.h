@@ -26,7 +26,7 @@ class PlaylistReader {
     static constexpr std::int32_t MAX_ENTRIES = 100'000;  // of one playlist, listed or not
     static constexpr std::int32_t MAX_PLAYLISTS = 10'000; // of one list
     static constexpr std::int32_t MAX_NESTED = 1'000;     // of those, nested in others
-    static constexpr std::size_t DEEPEST_LEVEL = 8;       // a playlist in a playlist has level 1
+    static constexpr std::size_t MAX_LEVEL = 8;           // a playlist in a playlist has level 1
 
     PlaylistReader(ItemSink &sink, PlaylistTable &table, const PlaylistRoots &roots)
         : sink_(sink), table_(table), roots_(roots) {}

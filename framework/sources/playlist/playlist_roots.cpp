@@ -57,17 +57,17 @@ std::string musicFolder() {
     return folder == withoutSlash(home) ? "" : folder;
 }
 
-std::string PlaylistScope::place(std::string_view path) const {
+std::string PlaylistScope::resolve(std::string_view path) const {
     std::string clean = normalPath(path);
-    const auto placeIn = [&clean](const PlaylistRoot &root) {
+    const auto pathIn = [&clean](const PlaylistRoot &root) {
         if (isWithin(clean, root.real)) {
             return clean;
         }
         return isWithin(clean, root.given) ? root.real + clean.substr(root.given.size()) : std::string();
     };
-    std::string found = placeIn(own_);
+    std::string found = pathIn(own_);
     for (auto each = others_.begin(); found.empty() && each != others_.end(); ++each) {
-        found = placeIn(*each);
+        found = pathIn(*each);
     }
     return found;
 }

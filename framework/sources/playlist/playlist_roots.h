@@ -25,7 +25,7 @@ class PlaylistScope {
 
     // The path without "." and "..", and with the links in a root's own path resolved; empty: it
     // lies outside the roots. Does not access files.
-    [[nodiscard]] std::string place(std::string_view path) const;
+    [[nodiscard]] std::string resolve(std::string_view path) const;
     // Whether a path without links and dots lies in a root.
     [[nodiscard]] bool holds(std::string_view realPath) const;
 

@@ -85,12 +85,12 @@ std::optional<PlaylistRow> PlaylistSource::rowOf(const ItemInfo &item) const {
     if (!item.id.empty()) {
         return table_.find(item.id);
     }
-    return path_.empty() ? std::nullopt : std::optional(PlaylistRow{.playlist = path_, .place = path_});
+    return path_.empty() ? std::nullopt : std::optional(PlaylistRow{.playlist = path_, .location = path_});
 }
 
 std::string PlaylistSource::filePath(const ItemInfo &item) const {
     const std::optional<PlaylistRow> row = rowOf(item);
-    return row && row->kind == ResolvedEntry::Kind::FILE ? std::string(row->place) : std::string();
+    return row && row->kind == ResolvedEntry::Kind::FILE ? std::string(row->location) : std::string();
 }
 
 MountIdentity PlaylistSource::mountOf(const ItemInfo &item) const {
@@ -103,7 +103,7 @@ Status PlaylistSource::checkAvailable(const ItemInfo &item) const {
     if (!row || row->kind == ResolvedEntry::Kind::URL) {
         return {};
     }
-    const std::string path(row->place);
+    const std::string path(row->location);
     if (row->kind == ResolvedEntry::Kind::MISSING) {
         return Status::notFound(path + " does not exist.");
     }
@@ -118,19 +118,19 @@ ItemLocation PlaylistSource::locationOf(const ItemInfo &item) const {
         location.mimeType = FOLDER_MIME_TYPE; // the list's own folder
         return location;
     }
-    const std::string place(row->place);
+    const std::string target(row->location);
     if (row->kind == ResolvedEntry::Kind::URL) {
-        location.url = place;
+        location.url = target;
     } else {
-        location.path = displayText(place);
-        location.url = fileUri(place);
+        location.path = displayText(target);
+        location.url = fileUri(target);
     }
     location.mediaId =
         std::string(MEDIA_ID_SCHEME) + fileUri(std::string(row->playlist)).substr(URI_SCHEME.size());
     if (row->position > 0) {
         location.mediaId.append(1, '#').append(std::to_string(row->position));
     }
-    type = type != nullptr ? type : mediaTypeOf(place);
+    type = type != nullptr ? type : mediaTypeOf(target);
     location.mimeType = type != nullptr ? type->mimeType : "";
     return location;
 }

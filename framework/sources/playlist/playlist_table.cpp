@@ -11,7 +11,7 @@ PlaylistTable::Text PlaylistTable::keep(std::string_view text) {
 
 std::string PlaylistTable::add(const PlaylistRow &row) {
     const MutexLock guard(lock_);
-    const std::size_t length = row.playlist.size() + row.place.size() + row.title.size();
+    const std::size_t length = row.playlist.size() + row.resolve.size() + row.title.size();
     if (text_.endWith(length) + 2 * CHUNK_BYTES > MAX_TEXT_BYTES ||
         rows_.size() >= std::numeric_limits<std::int32_t>::max()) {
         return {};
@@ -19,8 +19,9 @@ std::string PlaylistTable::add(const PlaylistRow &row) {
     if (view(lastPlaylist_) != row.playlist) {
         lastPlaylist_ = keep(row.playlist);
     }
-    rows_.push_back({row.duration, lastPlaylist_, row.place == row.playlist ? lastPlaylist_ : keep(row.place),
-                     keep(row.title), row.position, row.kind, row.mount});
+    rows_.push_back({row.duration, lastPlaylist_,
+                     row.location == row.playlist ? lastPlaylist_ : keep(row.location), keep(row.title),
+                     row.position, row.kind, row.mount});
     return std::to_string(rows_.size() - 1);
 }
 
@@ -33,7 +34,7 @@ std::optional<PlaylistRow> PlaylistTable::find(std::string_view id) const {
         return std::nullopt;
     }
     const Row &row = rows_[number];
-    return PlaylistRow{view(row.playlist), row.position, row.kind, view(row.place),
+    return PlaylistRow{view(row.playlist), row.position, row.kind, view(row.location),
                        view(row.title),    row.duration, row.mount};
 }
 

@@ -19,7 +19,7 @@ struct PlaylistRow {
     std::string_view playlist = {}; // its path, exact bytes; for an entry that of its playlist
     std::int32_t position = 0;      // of an entry, counted from 1
     ResolvedEntry::Kind kind = ResolvedEntry::Kind::FILE;
-    std::string_view place = {};     // see ResolvedEntry
+    std::string_view location = {};  // see ResolvedEntry
     std::string_view title = {};     // as written in the playlist
     std::int64_t duration = UNKNOWN; // milliseconds, likewise
     MountIdentity mount = {};        // of a file that exists: see Source
@@ -50,7 +50,7 @@ class PlaylistTable {
     struct Row {
         std::int64_t duration;
         Text playlist;
-        Text place;
+        Text location;
         Text title;
         std::int32_t position;
         ResolvedEntry::Kind kind;

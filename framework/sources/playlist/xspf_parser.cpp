@@ -16,7 +16,7 @@ constexpr std::string_view WAY[] = {"playlist", "trackList", "track"};
 constexpr int TRACK_LEVEL = 3;
 
 // Extensions of the format may nest elements; this is deeper than any does.
-constexpr int DEEPEST_LEVEL = 64;
+constexpr int MAX_LEVEL = 64;
 
 constexpr double MILLISECOND = 1;
 
@@ -120,7 +120,7 @@ void XspfParser::begin(std::string_view element, const char *const *attributes) 
     const std::string_view name = localName(element);
     const std::string_view base = baseIn(attributes);
     const int level = level_++;
-    if (level >= DEEPEST_LEVEL || base.size() > MAX_BASE_LENGTH) {
+    if (level >= MAX_LEVEL || base.size() > MAX_BASE_LENGTH) {
         stop(true);
         return;
     }

@@ -67,7 +67,7 @@ CameraScan::Step CameraScan::visit(const Pending &pending) {
     if (number < 0 || !sink_.add({&item, 1})) {
         return end(Status::cancelled());
     }
-    if (pending.level > DEEPEST_LEVEL) {
+    if (pending.level > MAX_LEVEL) {
         ++result_.tooDeep;
         return Step::GO_ON;
     }

@@ -19,7 +19,7 @@ namespace mrb {
 class CameraScan {
   public:
     // The same depth as for folders of this machine.
-    static constexpr int DEEPEST_LEVEL = 100;
+    static constexpr int MAX_LEVEL = 100;
 
     // `device` is the camera's storage id.
     CameraScan(ItemSink &sink, CameraAddress address, std::string device);

@@ -25,7 +25,7 @@ int typeOf(const DecodeRequest &request) {
 Status decodeCover(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded) {
     Bytes cover;
-    Status status = films().readCover(file, request.path, cancellation, cover);
+    Status status = videoModule().readCover(file, request.path, cancellation, cover);
     return status.ok() ? decodePicture(cover, request, cancellation, decoded) : status;
 }
 
@@ -42,7 +42,7 @@ Status decodeFile(const DecodeRequest &request, const CancellationToken &cancell
     case MRB_ITEM_TYPE_VIDEO:
     case MRB_ITEM_TYPE_RECORD:
     case MRB_ITEM_TYPE_UHD:
-        return films().decodeVideo(file, request, cancellation, decoded);
+        return videoModule().decodeVideo(file, request, cancellation, decoded);
     case MRB_ITEM_TYPE_MUSIC:
         return decodeCover(file, request, cancellation, decoded);
     default:

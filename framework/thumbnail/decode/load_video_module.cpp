@@ -6,11 +6,11 @@
 
 namespace mrb::thumbnail {
 
-const Films &films() {
-    static OnDemand<const Films> loaded;
+const VideoModule &videoModule() {
+    static OnDemand<const VideoModule> loaded;
     return loaded.get([] {
         const LoadingTurn turn;
-        return Module("libmrb-films.so").function<FindFilms>(FILMS_SYMBOL)();
+        return Module("libmrb-films.so").function<FindVideoModule>(VIDEO_MODULE_SYMBOL)();
     });
 }
 

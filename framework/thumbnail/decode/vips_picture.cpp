@@ -68,7 +68,7 @@ Status decodeWithVips(ByteSpan data, const DecodeRequest &request, const Cancell
     }
     const bool isWebp = found == WEBP;
     if (found == HEIF) {
-        films().preferLibavForHevc();
+        videoModule().preferLibavForHevc();
     }
     VipsPicture picture;
     Size size = isWebp ? sizeOfWebp(data) : Size();

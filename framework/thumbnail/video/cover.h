@@ -7,7 +7,7 @@
 
 namespace mrb::thumbnail {
 
-// See Films::readCover.
+// See VideoModule::readCover.
 Status readCover(const MediaFile &file, const std::string &path, const CancellationToken &cancellation,
                  Bytes &cover);
 

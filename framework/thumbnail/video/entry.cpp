@@ -8,10 +8,10 @@
 
 namespace mrb::thumbnail {
 
-const Films *mrb_films() {
-    static constexpr Films FILMS{decodeVideo, decodeStill, readCover, preferLibavForHevc};
+const VideoModule *mrb_video_module() {
+    static constexpr VideoModule MODULE{decodeVideo, decodeStill, readCover, preferLibavForHevc};
     loadHeifPlugins();
-    return &FILMS;
+    return &MODULE;
 }
 
 } // namespace mrb::thumbnail

@@ -98,8 +98,8 @@ int FrameReader::maxFramesForward(std::span<const std::int64_t> moments) const {
     const std::int64_t way = av_sat_sub64(moments.back(), last_ == AV_NOPTS_VALUE ? start_ : last_);
     const std::int64_t each = pictureTime();
     const bool isEnough = each > 0 && way / each <= left;
-    const auto wanted = static_cast<int>(moments.size());
-    return std::max(isEnough ? left : left / wanted, 1);
+    const auto frameCount = static_cast<int>(moments.size());
+    return std::max(isEnough ? left : left / frameCount, 1);
 }
 
 Status FrameReader::read(std::span<const std::int64_t> moments, const AVFrame *&frame) {

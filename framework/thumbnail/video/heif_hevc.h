@@ -2,7 +2,7 @@
 
 namespace mrb::thumbnail {
 
-// See Films::preferLibavForHevc.
+// See VideoModule::preferLibavForHevc.
 void preferLibavForHevc();
 
 // Makes libheif load its plug-ins, which it would otherwise do with the first file. Called once,

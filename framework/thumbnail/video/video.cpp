@@ -134,12 +134,12 @@ Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const Ca
     const std::int64_t duration = reader.duration();
     decoded.duration = duration > 0 ? reader.milliseconds(reader.start() + duration) : -1;
     status = takeFrames(reader, evenMoments(reader, request.frames), request, decoded);
-    const auto wanted = static_cast<std::size_t>(request.frames);
+    const auto frameCount = static_cast<std::size_t>(request.frames);
     const bool isDecodable = status.ok() || status.code == MRB_ERR_CORRUPT;
-    if (isDecodable && !decoded.images.empty() && decoded.images.size() < wanted) {
+    if (isDecodable && !decoded.images.empty() && decoded.images.size() < frameCount) {
         // The frames do not match the duration: the video is shorter, or has few frames. So the
         // positions are taken from the frames themselves.
-        const std::vector<std::int64_t> moments = reader.momentsOfPictures(wanted);
+        const std::vector<std::int64_t> moments = reader.momentsOfPictures(frameCount);
         Decoded other;
         if (moments.size() > decoded.images.size() && takeFrames(reader, moments, request, other).ok() &&
             other.images.size() > decoded.images.size()) {

@@ -5,7 +5,7 @@
 
 namespace mrb::thumbnail {
 
-// See Films::decodeVideo and Films::decodeStill.
+// See VideoModule::decodeVideo and VideoModule::decodeStill.
 Status decodeVideo(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,
                    Decoded &decoded);
 Status decodeStill(const MediaFile &file, const DecodeRequest &request, const CancellationToken &cancellation,

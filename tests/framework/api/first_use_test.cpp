@@ -42,8 +42,8 @@ class FirstUse : public testing::TestWithParam<std::pair<const char *, const cha
 
 TEST_P(FirstUse, OfTwoAtOnceBothComeToTheirEnd) {
     constexpr int AT_ONCE = 4;
-    constexpr unsigned LONGEST = 10'000; // microseconds between the two
-    constexpr unsigned STEP = 7919;      // so that the delays differ from trial to trial
+    constexpr unsigned MAX_DELAY = 10'000; // microseconds between the two
+    constexpr unsigned STEP = 7919;        // so that the delays differ from trial to trial
     const auto [one, other] = GetParam();
     const int all = support::repetitions(8, 200); // of each pair
     std::vector<std::future<void>> lines;
@@ -51,7 +51,7 @@ TEST_P(FirstUse, OfTwoAtOnceBothComeToTheirEnd) {
         lines.push_back(std::async(std::launch::async, [=, first = one, second = other] {
             for (int trial = line; trial < all && !HasFailure(); trial += AT_ONCE) {
                 const bool isTurned = trial % 2 != 0;
-                const unsigned later = static_cast<unsigned>(trial) * STEP % LONGEST;
+                const unsigned later = static_cast<unsigned>(trial) * STEP % MAX_DELAY;
                 use(isTurned ? second : first, isTurned ? first : second, later);
             }
         }));

@@ -38,7 +38,7 @@ class TestCamera final : public Camera {
     Status listFolders(const std::string & /*folder*/, std::vector<std::string> & /*names*/) override {
         return {};
     }
-    Status readStatus(const mrb::CameraPath & /*file*/, mrb::CameraFileStatus & /*facts*/) override {
+    Status readStatus(const mrb::CameraPath & /*file*/, mrb::CameraFileStatus & /*status*/) override {
         return {};
     }
     Status readAt(const mrb::CameraPath & /*file*/, std::uint64_t /*offset*/, char * /*buffer*/,

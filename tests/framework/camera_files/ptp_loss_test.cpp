@@ -106,7 +106,7 @@ TEST_F(PtpLoss, AListReportsItWhenTheFirstTransferFails) {
 TEST_F(PtpLoss, AListReportsItBetweenItsFiles) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 200);
-        trial.pullOutAt("facts", "1100.jpg", words);
+        trial.pullOutAt("status", "1100.jpg", words);
         trial.expectLoss();
         EXPECT_GT(trial.client.count(), 0) << "what is there stays readable";
     });
@@ -116,7 +116,7 @@ TEST_F(PtpLoss, AListReportsItBetweenItsFiles) {
 TEST_F(PtpLoss, AListReportsItAtItsLastFile) {
     forEachAnswer([&](Trial &trial, int words) {
         addPictures(trial, "", 5);
-        trial.pullOutAt("facts", "1004.jpg", words);
+        trial.pullOutAt("status", "1004.jpg", words);
         trial.expectLoss();
     });
 }
@@ -140,8 +140,8 @@ TEST_F(PtpLoss, AListThatMissesAFileOfACameraThatIsThereIsReady) {
         Trial trial;
         addPictures(trial, "", 5);
         trial.camera.onRequest = [words](const CameraRequest &request) {
-            return request.kind == "facts" && request.name == "1002.jpg" ? Status{words, "Not this one."}
-                                                                         : Status();
+            return request.kind == "status" && request.name == "1002.jpg" ? Status{words, "Not this one."}
+                                                                          : Status();
         };
         EXPECT_EQ(trial.list().event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(trial.client.count(), words == MRB_ERR_NOT_FOUND ? 4 : 5);
@@ -153,10 +153,10 @@ TEST_F(PtpLoss, ACopyReportsIt) {
         return;
     }
     for (const int words : WORDS) {
-        for (const std::string about : {"facts", "piece"}) {
+        for (const std::string about : {"status", "piece"}) {
             for (const std::string name : {"a.jpg", "b.jpg"}) {
                 SCOPED_TRACE(about + ' ' + name + ' ' + std::to_string(words));
-                if (words == MRB_ERR_NONE && about == "facts") {
+                if (words == MRB_ERR_NONE && about == "status") {
                     continue; // A file whose size may be anything has the reported one: none.
                 }
                 Trial trial;
@@ -199,7 +199,7 @@ TEST_F(PtpLoss, AThumbnailReportsIt) {
         return;
     }
     for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
-        for (const std::string about : {"facts", "exif", "piece", "preview", "whole"}) {
+        for (const std::string about : {"status", "exif", "piece", "preview", "whole"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;
             addPicture(trial);
@@ -216,7 +216,7 @@ TEST_F(PtpLoss, AFieldReportsIt) {
         return;
     }
     for (const int words : {MRB_ERR_DEVICE_REMOVED, MRB_ERR_IO, MRB_ERR_PROTOCOL, MRB_ERR_NOT_FOUND}) {
-        for (const std::string about : {"facts", "piece"}) {
+        for (const std::string about : {"status", "piece"}) {
             SCOPED_TRACE(about + ' ' + std::to_string(words));
             Trial trial;
             addPicture(trial);

@@ -80,7 +80,7 @@ class PtpPartialRead : public support::OwnProcess {
     std::size_t opened_ = 0;
 };
 
-// Fails with that outcome at a partial read after the beginning.
+// Fails with that status at a partial read after the beginning.
 auto failingLater(Status status) {
     return [status](const CameraRequest &request) {
         return request.kind == "piece" && request.offset > 0 ? status : Status();

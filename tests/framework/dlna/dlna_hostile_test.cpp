@@ -355,7 +355,7 @@ TEST_F(DlnaHostile, ARedirectionIsNotFollowed) {
     for (const char *httpStatus :
          {"301 Moved", "302 Found", "307 Temporary Redirect", "308 Permanent Redirect"}) {
         std::atomic<int> requestCount = 0;
-        serve([&](const Request & /*question*/, const Connection &connection) {
+        serve([&](const Request & /*request*/, const Connection &connection) {
             ++requestCount;
             connection.send(
                 support::httpResponse(httpStatus, "", "Location: http://127.0.0.1:9/elsewhere\r\n"));

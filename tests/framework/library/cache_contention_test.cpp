@@ -26,7 +26,7 @@ using support::Folder;
 namespace {
 
 void readSong(mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata &metadata,
-              mrb::Status & /*outcome*/) {
+              mrb::Status & /*status*/) {
     metadata.setText(MetadataKey::ARTIST, "The artist of " + name);
 }
 
@@ -58,7 +58,7 @@ class CacheContention : public testing::Test {
     }
     [[nodiscard]] std::string artist(const std::string &name) const {
         mrb::MediaLibrary library(cache_.path(), readSong);
-        return library.known(item(name))->metadata.text(MetadataKey::ARTIST);
+        return library.cachedRecord(item(name))->metadata.text(MetadataKey::ARTIST);
     }
     [[nodiscard]] std::string file() const { return cache_.path(mrb::MetadataCache::FILE_NAME); }
 
@@ -84,7 +84,7 @@ TEST_F(CacheContention, AFieldIsReadWhileAThreadWaitsForAnotherProgramToWrite) {
     const MediaItem song = item("a.flac");
     const MediaItem other = item("b.flac");
     mrb::MediaLibrary library(cache_.path(), readSong);
-    library.known(song);
+    library.cachedRecord(song);
     const OtherProgram program(file());
     program.run("BEGIN EXCLUSIVE");
     std::promise<void> taken;
@@ -98,7 +98,7 @@ TEST_F(CacheContention, AFieldIsReadWhileAThreadWaitsForAnotherProgramToWrite) {
     taken.get_future().wait();
     // The thread gives up in time, so one of these calls would wait until then.
     for (int call = 0; call < CALLS; ++call) {
-        library.known(other);
+        library.cachedRecord(other);
     }
     EXPECT_FALSE(hasEnded);
     program.run("COMMIT");
@@ -110,16 +110,16 @@ TEST_F(CacheContention, AFieldIsWrittenWhileAnotherProgramHoldsTheDatabaseAndKep
     const MediaItem song = item("a.flac");
     {
         mrb::MediaLibrary library(cache_.path(), readSong);
-        library.known(song);
+        library.cachedRecord(song);
         const OtherProgram program(file());
         program.run("BEGIN EXCLUSIVE");
         EXPECT_EQ(library.write(song, {{"TITLE", "Mine"}}).code, MRB_ERR_NONE);
-        EXPECT_EQ(title(*library.known(song)), "Mine");
+        EXPECT_EQ(title(*library.cachedRecord(song)), "Mine");
         EXPECT_EQ(library.write(song, {{"TITLE", "Mine, again"}}).code, MRB_ERR_NONE);
-        EXPECT_EQ(title(*library.known(song)), "Mine, again");
+        EXPECT_EQ(title(*library.cachedRecord(song)), "Mine, again");
         program.run("COMMIT");
     }
-    EXPECT_EQ(title(*mrb::MediaLibrary(cache_.path(), readSong).known(song)), "Mine, again");
+    EXPECT_EQ(title(*mrb::MediaLibrary(cache_.path(), readSong).cachedRecord(song)), "Mine, again");
 }
 
 TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
@@ -129,7 +129,7 @@ TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
     {
         const OtherProgram program(file());
         program.run("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; CREATE TABLE other (a); COMMIT");
-        EXPECT_TRUE(library.known(song)->isLate);
+        EXPECT_TRUE(library.cachedRecord(song)->isLate);
         // The file still has its own artist.
         std::shared_ptr<const MediaRecord> record;
         EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
@@ -138,7 +138,7 @@ TEST_F(CacheContention, ADatabaseThatCannotBeReadIsReadLater) {
     std::shared_ptr<const MediaRecord> record;
     const auto end = std::chrono::steady_clock::now() + support::LIMIT;
     do {
-        record = library.known(song);
+        record = library.cachedRecord(song);
     } while (record->isLate && std::chrono::steady_clock::now() < end);
     EXPECT_EQ(title(*record), "Mine");
 }
@@ -151,9 +151,9 @@ TEST_F(CacheContention, NoCallWaitsForAProgramThatKeepsItsTurn) {
     mrb::MediaLibrary library(cache_.path(), readSong);
     std::promise<void> freed;
     auto calls = std::async(std::launch::async, [&] {
-        library.known(song);
+        library.cachedRecord(song);
         EXPECT_EQ(library.write(song, {{"TITLE", "Mine"}}).code, MRB_ERR_NONE);
-        EXPECT_EQ(title(*library.known(song)), "Mine");
+        EXPECT_EQ(title(*library.cachedRecord(song)), "Mine");
     });
     EXPECT_EQ(calls.wait_for(support::LIMIT / 4), std::future_status::ready);
     flock(turn.fd(), LOCK_UN);

@@ -109,8 +109,8 @@ TEST_F(Cache, AFileThatChangedAfterTheListIsReadAsItIs) {
         EXPECT_EQ(record->metadata.text(MetadataKey::ARTIST), "Another artist");
     }
     // Metadata are kept under the size of the file as read.
-    EXPECT_FALSE(library.known(before)->isRead);
-    EXPECT_TRUE(library.known(item())->isRead);
+    EXPECT_FALSE(library.cachedRecord(before)->isRead);
+    EXPECT_TRUE(library.cachedRecord(item())->isRead);
 }
 
 TEST_F(Cache, WrittenFieldsSurviveARestart) {
@@ -118,12 +118,12 @@ TEST_F(Cache, WrittenFieldsSurviveARestart) {
         MediaLibrary(cache_.path()).write(item(), {{"PLAYED_COUNT", std::int64_t{3}}, {"TITLE", "Ü"}}).code,
         MRB_ERR_NONE);
     MediaLibrary library(cache_.path());
-    const auto record = library.known(item());
+    const auto record = library.cachedRecord(item());
     EXPECT_EQ(std::get<std::int64_t>(record->written.at("PLAYED_COUNT")), 3);
     EXPECT_EQ(std::get<std::string>(record->written.at("TITLE")), "Ü");
     // The fields of another file are gone.
     media_.setModified("a.flac", 1'700'000'009);
-    EXPECT_TRUE(library.known(item())->written.empty());
+    EXPECT_TRUE(library.cachedRecord(item())->written.empty());
 }
 
 TEST_F(Cache, ADamagedFileIsSetAsideAndRecreated) {
@@ -162,9 +162,9 @@ TEST_F(Cache, WhatEarlierReadersFoundIsReadAgainAndWhatWasWrittenStays) {
                                       "'old'\"");
     {
         MediaLibrary library(cache_.path());
-        EXPECT_FALSE(library.known(item())->isRead);
+        EXPECT_FALSE(library.cachedRecord(item())->isRead);
         EXPECT_EQ(artistBy(library), "Zoë");
-        EXPECT_EQ(std::get<std::string>(library.known(item())->written.at("TITLE")), "Mine");
+        EXPECT_EQ(std::get<std::string>(library.cachedRecord(item())->written.at("TITLE")), "Mine");
     }
     EXPECT_EQ(support::shell(cache_.path(), std::string("sqlite3 ") + mrb::MetadataCache::FILE_NAME +
                                                 " \"SELECT count(*) FROM sqlite_master WHERE name = "
@@ -178,7 +178,7 @@ TEST_F(Cache, AFolderThatCannotBeWrittenToLeavesTheMemory) {
         const support::UnprivilegedFiles unprivileged;
         MediaLibrary library(cache_.path());
         EXPECT_EQ(artistBy(library), "Zoë");
-        EXPECT_TRUE(library.known(item())->isRead);
+        EXPECT_TRUE(library.cachedRecord(item())->isRead);
         EXPECT_EQ(library.write(item(), {{"TITLE", "a"}}).code, MRB_ERR_PERMISSION_DENIED);
     }
     ASSERT_EQ(chmod(cache_.path().c_str(), 0755), 0);
@@ -189,9 +189,9 @@ TEST_F(Cache, AFolderThatCannotBeWrittenToLeavesTheMemory) {
 TEST_F(Cache, OneProcessSeesWhatAnotherWrites) {
     MediaLibrary ours(cache_.path());
     MediaLibrary theirs(cache_.path());
-    EXPECT_TRUE(ours.known(item())->written.empty());
+    EXPECT_TRUE(ours.cachedRecord(item())->written.empty());
     ASSERT_EQ(theirs.write(item(), {{"TITLE", "a"}}).code, MRB_ERR_NONE);
-    EXPECT_EQ(std::get<std::string>(ours.known(item())->written.at("TITLE")), "a");
+    EXPECT_EQ(std::get<std::string>(ours.cachedRecord(item())->written.at("TITLE")), "a");
 }
 
 TEST_F(Cache, ManyWritersAtATimeLoseNothing) {
@@ -213,7 +213,7 @@ TEST_F(Cache, ManyWritersAtATimeLoseNothing) {
     for (std::thread &writer : writers) {
         writer.join();
     }
-    EXPECT_EQ(MediaLibrary(cache_.path()).known(song)->written.size(), std::size_t{WRITERS} * FIELDS);
+    EXPECT_EQ(MediaLibrary(cache_.path()).cachedRecord(song)->written.size(), std::size_t{WRITERS} * FIELDS);
 }
 
 TEST_F(Cache, ReadingAllReturnsEachItemAndStopsOnCancellation) {
@@ -232,7 +232,7 @@ TEST_F(Cache, ReadingAllReturnsEachItemAndStopsOnCancellation) {
     EXPECT_FALSE(library.readAll(
         3, at, [&] { return taken == 3; }, take));
     EXPECT_EQ(taken, 3);
-    EXPECT_TRUE(library.known(song)->isRead);
+    EXPECT_TRUE(library.cachedRecord(song)->isRead);
 }
 
 TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
@@ -241,7 +241,7 @@ TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
     song.sourceMetadata.emplace();
     song.sourceMetadata->setText(MetadataKey::ARTIST, "An artist");
     song.sourceMetadata->setText(MetadataKey::SYNOPSIS, "A song.");
-    EXPECT_EQ(library.known(song)->metadata.text(MetadataKey::ARTIST), "An artist");
+    EXPECT_EQ(library.cachedRecord(song)->metadata.text(MetadataKey::ARTIST), "An artist");
     const auto expectBoth = [](const MediaRecord &record) {
         EXPECT_EQ(record.metadata.text(MetadataKey::ARTIST), "Zoë");
         EXPECT_EQ(record.metadata.text(MetadataKey::SYNOPSIS), "A song.");
@@ -255,14 +255,14 @@ TEST_F(Cache, SourceMetadataFillTheGapsOfTheFiles) {
     std::shared_ptr<const MediaRecord> record;
     EXPECT_EQ(library.read(song, record).code, MRB_ERR_NONE);
     expectBoth(*record);
-    expectBoth(*library.known(song));
+    expectBoth(*library.cachedRecord(song));
     // And does not count as the file's own.
-    EXPECT_FALSE(MediaLibrary(cache_.path()).known(item())->metadata.has(MetadataKey::SYNOPSIS));
+    EXPECT_FALSE(MediaLibrary(cache_.path()).cachedRecord(item())->metadata.has(MetadataKey::SYNOPSIS));
 }
 
 TEST_F(Cache, AnItemWithoutAFileHasTheSourceMetadataAlone) {
-    const auto refuse = [](mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata & /*facts*/,
-                           mrb::Status & /*outcome*/) { ADD_FAILURE() << name; };
+    const auto refuse = [](mrb::MediaFile & /*file*/, const std::string &name, mrb::Metadata & /*metadata*/,
+                           mrb::Status & /*status*/) { ADD_FAILURE() << name; };
     mrb::MediaLibrary library(cache_.path(), *+refuse);
     MediaItem song;
     EXPECT_FALSE(song.isKnown());
@@ -291,7 +291,7 @@ TEST_F(Cache, AFileThatWasBeingReadWhenItWasStoppedIsNotKept) {
         1, [&](std::int32_t /*index*/) { return song; }, [&] { return ++checks > 1; },
         [](std::int32_t /*index*/, const MediaRecord & /*record*/) { ADD_FAILURE(); }));
     EXPECT_GT(checks, 1);
-    EXPECT_FALSE(library.known(song)->isRead);
+    EXPECT_FALSE(library.cachedRecord(song)->isRead);
 }
 
 TEST(CacheFolder, IsTheOneThatTheEnvironmentNames) {

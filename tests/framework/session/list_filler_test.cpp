@@ -55,8 +55,8 @@ bool ignore(void * /*userData*/, mrb_agent_handler_h /*agent*/, mrb_event_e /*ev
 // A filler with all that it needs; its events are queued, and delivered to nothing.
 class Filling {
   public:
-    explicit Filling(ScriptedSource::Script script, mrb::ListOptions wishes = {}, std::string root = {})
-        : list(std::make_shared<mrb::List>(std::move(wishes))),
+    explicit Filling(ScriptedSource::Script script, mrb::ListOptions listOptions = {}, std::string root = {})
+        : list(std::make_shared<mrb::List>(std::move(listOptions))),
           items(std::make_unique<ScriptedSource>(std::move(script), std::move(root))) {}
 
     std::shared_ptr<mrb::List> list;
@@ -74,9 +74,9 @@ class Filling {
 };
 
 mrb::ListOptions byName() {
-    mrb::ListOptions wishes;
-    wishes.sort = {mrb::SortKey::NAME, false};
-    return wishes;
+    mrb::ListOptions listOptions;
+    listOptions.sort = {mrb::SortKey::NAME, false};
+    return listOptions;
 }
 
 mrb::ItemInfo infoOf(std::uint8_t type) {

@@ -227,7 +227,7 @@ TEST_F(DlnaFetch, OtherHostsAreNotContacted) {
     std::string elsewhere = other.urlOf("/0.jpg");
     elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "127.0.0.2");
     Fetching fetching({elsewhere, "/1.jpg", "file:///etc/passwd"}, 1000,
-                      [&](const Request & /*question*/, const Connection &connection) {
+                      [&](const Request & /*request*/, const Connection &connection) {
                           connection.send(
                               support::httpResponse("302 Found", "", "Location: " + elsewhere + "\r\n"));
                       });

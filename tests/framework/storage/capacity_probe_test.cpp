@@ -84,7 +84,7 @@ class CapacityProbeTest : public support::OwnProcess {
         return devices;
     }
     std::vector<long long> totals(std::vector<Device> devices) {
-        gauge.measure(devices, std::chrono::steady_clock::now() + std::chrono::milliseconds(300));
+        probe.measure(devices, std::chrono::steady_clock::now() + std::chrono::milliseconds(300));
         std::vector<long long> found;
         found.reserve(devices.size());
         for (const Device &device : devices) {
@@ -94,7 +94,7 @@ class CapacityProbeTest : public support::OwnProcess {
     }
 
     Answers answers;
-    CapacityProbe gauge{[this](Device &device) { answers.answer(device); }};
+    CapacityProbe probe{[this](Device &device) { answers.answer(device); }};
 };
 
 using Totals = std::vector<long long>;
@@ -128,7 +128,7 @@ TEST_F(CapacityProbeTest, ALateResultIsNotLost) {
     answers.hold("bb");
     EXPECT_EQ(totals(devices), (Totals{0}));
     answers.release("bb");
-    // It has returned before the gauge has noted that.
+    // It has returned before the probe has noted that.
     const auto deadline = std::chrono::steady_clock::now() + support::LIMIT;
     while (totals(devices) != Totals{2}) {
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);

@@ -293,14 +293,14 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
     Bus bus;
     std::promise<void> requested;
     std::promise<void> answer;
-    std::atomic<int> questions = 0;
-    mrb::CapacityProbe gauge([&, answered = answer.get_future().share()](Device &device) {
-        if (++questions == 1) {
+    std::atomic<int> requests = 0;
+    mrb::CapacityProbe probe([&, answered = answer.get_future().share()](Device &device) {
+        if (++requests == 1) {
             requested.set_value();
         }
         answered.wait();
         device.total = 77;
-        --questions;
+        --requests;
     });
     bool isAnswered = false;
     const auto release = [&] {
@@ -317,7 +317,7 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
                 sources.push_back(std::make_unique<BusSource>(bus));
                 return sources;
             },
-            gauge, limits);
+            probe, limits);
         DeviceEvents events(service);
         ASSERT_EQ(events.listen(), MRB_ERR_NONE);
         bus.plug(true);
@@ -330,7 +330,7 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
         EXPECT_EQ(events.waitFor(1), "+");
         EXPECT_EQ(events.last.total, 77);
     }
-    while (questions > 0) {
+    while (requests > 0) {
         std::this_thread::yield();
     }
 }

@@ -91,7 +91,7 @@ class ScriptedDriver final : public mrb::Camera {
     }
 
     Status readStatus(const CameraPath &path, mrb::CameraFileStatus &fileStatus) override {
-        return withFile("facts", path, 0, [&](const ScriptedFile &file) {
+        return withFile("status", path, 0, [&](const ScriptedFile &file) {
             fileStatus = file.fileStatus;
             return Status();
         });

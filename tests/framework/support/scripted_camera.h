@@ -26,7 +26,7 @@ struct ScriptedFile {
 
 // A request to the camera, about a file or a folder.
 struct CameraRequest {
-    std::string kind;         // "facts", "piece", "exif", "preview", "whole"; "list" of a folder
+    std::string kind;         // "status", "piece", "exif", "preview", "whole"; "list" of a folder
     std::string name;         // the file's; the path of a folder
     std::uint64_t offset = 0; // of a partial read, or the bytes of the whole file sent so far
 };
@@ -59,7 +59,7 @@ class ScriptedCamera {
 
     OfferedCamera place; // where it is plugged in
 
-    // The requests since clearRequests, in order: "facts a.jpg".
+    // The requests since clearRequests, in order: "status a.jpg".
     [[nodiscard]] std::vector<std::string> requests() const;
     void clearRequests();
 

@@ -413,9 +413,9 @@ int keep(const char *name, const char *url, int width, int height, const unsigne
 TEST(FlashCacheOfTheService, TheListLiesBelowTheRoot) {
     const Folder folder;
     const Root root(folder.path());
-    EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("/opt/a.txt"), folder.path("opt/a.txt"));
-    EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("/../../opt/a.txt"), folder.path("opt/a.txt"));
-    EXPECT_EQ(mrb::thumbnail::placeOnThisMachine("opt/a.txt"), "");
+    EXPECT_EQ(mrb::thumbnail::pathOnThisMachine("/opt/a.txt"), folder.path("opt/a.txt"));
+    EXPECT_EQ(mrb::thumbnail::pathOnThisMachine("/../../opt/a.txt"), folder.path("opt/a.txt"));
+    EXPECT_EQ(mrb::thumbnail::pathOnThisMachine("opt/a.txt"), "");
     ASSERT_EQ(openFlashCache(), MRB_ERR_NONE);
     EXPECT_TRUE(fs::exists(folder.path("opt/data/thumbCache.txt")));
 }

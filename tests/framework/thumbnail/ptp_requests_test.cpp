@@ -121,7 +121,7 @@ TEST_F(PtpRequests, AThumbnailIsMadeOfTheExifDataAlone) {
         return;
     }
     add({});
-    expectRed("160x120", {"facts a.jpg", "exif a.jpg"});
+    expectRed("160x120", {"status a.jpg", "exif a.jpg"});
 }
 
 TEST_F(PtpRequests, TheExifDataStateItsOrientation) {
@@ -129,7 +129,7 @@ TEST_F(PtpRequests, TheExifDataStateItsOrientation) {
         return;
     }
     add({.orientation = 6});
-    expectRed("120x160", {"facts a.jpg", "exif a.jpg"});
+    expectRed("120x160", {"status a.jpg", "exif a.jpg"});
 }
 
 // Several forms of the same EXIF data.
@@ -144,7 +144,7 @@ TEST_F(PtpRequests, TheExifDataMayBeginWithTheirSegmentHeader) {
             ScriptedFile &file = add({.orientation = 6});
             file.exif = form;
             file.fileStatus.width = cameraSaysSize ? file.fileStatus.width : CameraFileStatus::UNSAID;
-            expectRed("120x160", {"facts a.jpg", "exif a.jpg"});
+            expectRed("120x160", {"status a.jpg", "exif a.jpg"});
         }
     }
 }
@@ -157,7 +157,7 @@ TEST_F(PtpRequests, WhereTheExifDataAreAStubTheFileItselfIsRead) {
         ScriptedFile &file = add({.orientation = 6});
         file.exif = stub();
         file.fileStatus.width = cameraSaysSize ? file.fileStatus.width : CameraFileStatus::UNSAID;
-        expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg"});
+        expectRed("120x160", {"status a.jpg", "exif a.jpg", "piece a.jpg"});
     }
 }
 
@@ -175,7 +175,7 @@ TEST_F(PtpRequests, ACameraWithoutPartialReadsSendsTheBeginningOfTheFile) {
         furthest = std::max<std::uint64_t>(furthest, request.offset);
         return Status();
     };
-    expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"});
+    expectRed("120x160", {"status a.jpg", "exif a.jpg", "piece a.jpg", "whole a.jpg"});
     EXPECT_LE(furthest, 256U << 10);
 }
 
@@ -187,7 +187,7 @@ TEST_F(PtpRequests, TheCamerasPreviewIsTurnedAsTheFileStates) {
     for (const bool hasStub : {true, false}) {
         ScriptedFile &file = add({.orientation = 6, .exifHasSmall = false});
         file.exif = hasStub ? std::optional(stub()) : std::nullopt;
-        expectRed("120x160", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
+        expectRed("120x160", {"status a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
     }
 }
 
@@ -196,7 +196,7 @@ TEST_F(PtpRequests, TheExifDataStateItsSizeWhereTheCameraDoesNot) {
         return;
     }
     add({}).fileStatus.width = CameraFileStatus::UNSAID;
-    expectRed("160x120", {"facts a.jpg", "exif a.jpg"});
+    expectRed("160x120", {"status a.jpg", "exif a.jpg"});
 }
 
 TEST_F(PtpRequests, WithoutAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
@@ -204,7 +204,7 @@ TEST_F(PtpRequests, WithoutAnEmbeddedThumbnailTheCamerasPreviewIsRequested) {
         return;
     }
     add({.orientation = 6, .exifHasSmall = false});
-    expectRed("120x160", {"facts a.jpg", "exif a.jpg", "preview a.jpg"});
+    expectRed("120x160", {"status a.jpg", "exif a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
@@ -215,7 +215,7 @@ TEST_F(PtpRequests, WithoutExifDataTheCamerasPreviewIsRequested) {
     file.exif.reset();
     file.bytes.erase(2, file.bytes.find("\xff\xdb") - 2); // to the quantization tables
     file.fileStatus.size = static_cast<std::int64_t>(file.bytes.size());
-    expectRed("160x120", {"facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
+    expectRed("160x120", {"status a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, DamagedExifDataCountAsMissing) {
@@ -240,7 +240,7 @@ TEST_F(PtpRequests, AnEmptyPreviewIsIgnored) {
     file.preview = "";
     EXPECT_EQ(sizeOf(thumbnail(400)), "400x300");
     EXPECT_THAT(camera.requests(),
-                ElementsAre("facts a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg", "whole a.jpg"));
+                ElementsAre("status a.jpg", "exif a.jpg", "piece a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
 // The camera may have a larger one.
@@ -255,7 +255,7 @@ TEST_F(PtpRequests, WithTooSmallAnEmbeddedThumbnailTheCamerasPreviewIsRequested)
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "400x300");
     EXPECT_TRUE(isRed(made));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("status a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpRequests, TheWholeFileIsRequestedLast) {
@@ -266,7 +266,7 @@ TEST_F(PtpRequests, TheWholeFileIsRequestedLast) {
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "400x300");
     EXPECT_FALSE(isRed(large));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("status a.jpg", "exif a.jpg", "preview a.jpg", "whole a.jpg"));
 }
 
 TEST_F(PtpRequests, AnEmbeddedThumbnailWithBarsIsCroppedWhateverStatesTheSize) {
@@ -288,7 +288,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheEmbeddedThumbnail) {
     }
     add({.smallHeight = 90, .orientation = 8, .exifSaysSize = false}).fileStatus.width =
         CameraFileStatus::UNSAID;
-    expectRed("90x160", {"facts a.jpg", "exif a.jpg"});
+    expectRed("90x160", {"status a.jpg", "exif a.jpg"});
     const Thumbnail large = thumbnail(400);
     EXPECT_EQ(sizeOf(large), "300x400");
     EXPECT_FALSE(isRed(large));
@@ -300,7 +300,7 @@ TEST_F(PtpRequests, WithoutASizeItHasTheShapeOfTheCamerasPreview) {
     }
     add({.smallHeight = 90, .exifSaysSize = false, .exifHasSmall = false}).fileStatus.width =
         CameraFileStatus::UNSAID;
-    expectRed("160x90", {"facts a.jpg", "exif a.jpg", "preview a.jpg"});
+    expectRed("160x90", {"status a.jpg", "exif a.jpg", "preview a.jpg"});
 }
 
 TEST_F(PtpRequests, ExifDataOfAVideoAreNotRequested) {
@@ -311,7 +311,7 @@ TEST_F(PtpRequests, ExifDataOfAVideoAreNotRequested) {
     camera.files.erase("a.jpg");
     const Thumbnail small = thumbnail(160, "film.mp4");
     EXPECT_TRUE(isRed(small));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts film.mp4", "preview film.mp4"));
+    EXPECT_THAT(camera.requests(), ElementsAre("status film.mp4", "preview film.mp4"));
 }
 
 TEST_F(PtpRequests, ABusyCameraGetsNoFurtherRequests) {
@@ -324,7 +324,7 @@ TEST_F(PtpRequests, ABusyCameraGetsNoFurtherRequests) {
             return request.kind == "exif" ? Status{code, "Later."} : Status();
         };
         EXPECT_EQ(thumbnail().code, code);
-        EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg"));
+        EXPECT_THAT(camera.requests(), ElementsAre("status a.jpg", "exif a.jpg"));
     }
 }
 
@@ -388,7 +388,7 @@ TEST_F(PtpRequests, AFileThatIsTooLongIsNotFetched) {
     const Thumbnail made = thumbnail(400);
     EXPECT_EQ(sizeOf(made), "160x120");
     EXPECT_TRUE(isRed(made));
-    EXPECT_THAT(camera.requests(), ElementsAre("facts a.jpg", "exif a.jpg", "preview a.jpg"));
+    EXPECT_THAT(camera.requests(), ElementsAre("status a.jpg", "exif a.jpg", "preview a.jpg"));
 }
 
 TEST_F(PtpRequests, ASyncBetweenTwoPartsOfTheWholeFileEndsIt) {

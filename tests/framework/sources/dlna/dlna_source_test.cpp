@@ -49,12 +49,12 @@ MediaObject container(const std::string &id, const std::string &title) {
 // A client whose responses a test writes.
 class ScriptedContentClient final : public mrb::dlna::ContentDirectoryClient {
   public:
-    using Answer = std::function<Status(const BrowseRequest &request, Page &page)>;
+    using Response = std::function<Status(const BrowseRequest &request, Page &page)>;
 
     Status browse(const BrowseRequest &request, const CancellationToken & /*cancellation*/,
                   Page &page) override {
         requests.push_back(request);
-        return answer(request, page);
+        return respond(request, page);
     }
 
     Status fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
@@ -84,7 +84,7 @@ class ScriptedContentClient final : public mrb::dlna::ContentDirectoryClient {
     }
 
     std::map<std::string, std::vector<MediaObject>> contents;
-    Answer answer = [this](const BrowseRequest &request, Page &page) { return validPage(request, page); };
+    Response respond = [this](const BrowseRequest &request, Page &page) { return validPage(request, page); };
     std::vector<BrowseRequest> requests;
 };
 
@@ -132,7 +132,7 @@ class DlnaSource : public testing::Test {
 
     // Has each valid response changed before it is returned.
     void answerChanged(std::function<void(Page &page)> change) {
-        contentClient.answer = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
+        contentClient.respond = [this, change = std::move(change)](const BrowseRequest &request, Page &page) {
             const Status status = contentClient.validPage(request, page);
             change(page);
             return status;
@@ -177,7 +177,7 @@ TEST_F(DlnaSource, AContainerIsRequestedInPagesOfFiveHundred) {
 }
 
 TEST_F(DlnaSource, AfterAShortPageTheRestIsRequested) {
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         BrowseRequest less = request;
         less.count = 2;
         return contentClient.validPage(less, page);
@@ -220,7 +220,7 @@ TEST_F(DlnaSource, ACountOfAPageThatIsWrongIsAFault) {
 }
 
 TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
-    contentClient.answer = [](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.respond = [](const BrowseRequest & /*request*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 0;
@@ -234,7 +234,7 @@ TEST_F(DlnaSource, AServerThatRepeatsItselfForeverIsAbandoned) {
 }
 
 TEST_F(DlnaSource, EndlessObjectsWithoutIdsAreAbandoned) {
-    contentClient.answer = [](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.respond = [](const BrowseRequest & /*request*/, Page &page) {
         page.objects.resize(500);
         page.returned = 500;
         return Status{};
@@ -256,7 +256,7 @@ TEST_F(DlnaSource, APageOfObjectsThatCannotBeUsedDoesNotEndTheContainer) {
 }
 
 TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         Status status = contentClient.validPage(request, page);
         if (request.start == 0) {
             page.objects.resize(1); // the others cannot be parsed
@@ -277,7 +277,7 @@ TEST_F(DlnaSource, TheNextPageBeginsAtTheReportedEndOfThisOne) {
 }
 
 TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         return request.start > 0 && request.count > 100 ? Status::timedOut("too slow")
                                                         : contentClient.validPage(request, page);
     };
@@ -289,7 +289,7 @@ TEST_F(DlnaSource, ASlowServerGetsRequestsForSmallerPages) {
 }
 
 TEST_F(DlnaSource, AServerThatDoesNotAnswerGetsNoMoreRequests) {
-    contentClient.answer = [](const BrowseRequest & /*question*/, Page & /*page*/) {
+    contentClient.respond = [](const BrowseRequest & /*request*/, Page & /*page*/) {
         return Status::timedOut("silent");
     };
     EXPECT_EQ(scan().status.code, MRB_ERR_TIMEOUT);
@@ -301,7 +301,7 @@ TEST_F(DlnaSource, AContainerThatGrowsIsReadAgainForMissedObjects) {
     for (int number = 0; number < 600; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         Status status = contentClient.validPage(request, page);
         if (contentClient.requests.size() == 1) {
             auto &all = contentClient.contents["0"];
@@ -319,7 +319,7 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
     for (int number = 0; number < 600; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         Status status = contentClient.validPage(request, page);
         contentClient.contents["0"].resize(550);
         return status;
@@ -329,7 +329,7 @@ TEST_F(DlnaSource, AContainerThatShrinksIsNotAFailure) {
 }
 
 TEST_F(DlnaSource, AServerThatChangesForeverIsAbandoned) {
-    contentClient.answer = [this](const BrowseRequest & /*question*/, Page &page) {
+    contentClient.respond = [this](const BrowseRequest & /*request*/, Page &page) {
         page.objects = {image("1"), image("2")};
         page.returned = 2;
         page.total = 1'000'000 + static_cast<std::uint32_t>(contentClient.requests.size());
@@ -376,7 +376,7 @@ TEST_F(DlnaSource, ContainersInCirclesAreReadOnce) {
 }
 
 TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
-    contentClient.answer = [](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [](const BrowseRequest &request, Page &page) {
         page.objects = {container(request.container + "x", "deeper")};
         page.returned = page.total = 1;
         return Status{};
@@ -384,13 +384,13 @@ TEST_F(DlnaSource, ContainersWithoutEndAreReadToABound) {
     const FillResult result = scan();
     EXPECT_EQ(result.status.code, MRB_ERR_NONE);
     EXPECT_EQ(result.tooDeep, 1);
-    EXPECT_EQ(sink.store.size(), DirectoryScan::DEEPEST_LEVEL + 1);
+    EXPECT_EQ(sink.store.size(), DirectoryScan::MAX_LEVEL + 1);
 }
 
 TEST_F(DlnaSource, AServerThatGoesAwayInTheMiddleLeavesWhatItGave) {
     contentClient.contents["0"] = {container("a", "A"), image("1"), container("b", "B")};
     contentClient.contents["a"] = {image("2")};
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         return request.container == "b" ? Status::deviceRemoved("gone")
                                         : contentClient.validPage(request, page);
     };
@@ -410,7 +410,7 @@ TEST_F(DlnaSource, AContainerThatIsNotThereAnyMoreIsCounted) {
 TEST_F(DlnaSource, ABrokenPageKeepsWhatStandsBeforeTheFault) {
     contentClient.contents["0"] = {container("a", "A"), container("b", "B")};
     contentClient.contents["b"] = {image("2")};
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         if (request.container == "a") {
             page.objects = {image("1")};
             return Status::protocolError("broken");
@@ -434,7 +434,7 @@ TEST_F(DlnaSource, ACancelledListSendsNoMoreRequests) {
 
 TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
     contentClient.contents["0"] = {image("1"), image("2")};
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             page.capabilities = "dc:title,upnp:class";
             return Status{};
@@ -454,7 +454,7 @@ TEST_F(DlnaSource, AContentTypeIsSearchedForWhereTheServerCan) {
 TEST_F(DlnaSource, AServerThatCannotSearchIsWalkedThrough) {
     contentClient.contents["0"] = {container("a", "A")};
     contentClient.contents["a"] = {image("1")};
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         return request.kind == BrowseRequest::Kind::CAPABILITIES ? Status{}
                                                                  : contentClient.validPage(request, page);
     };
@@ -468,7 +468,7 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
     for (int number = 0; number < 700; ++number) {
         contentClient.contents["0"].push_back(image(std::to_string(number)));
     }
-    contentClient.answer = [this, refused = 0](const BrowseRequest &request, Page &page) mutable {
+    contentClient.respond = [this, refused = 0](const BrowseRequest &request, Page &page) mutable {
         page.capabilities = "*";
         if (request.kind == BrowseRequest::Kind::CAPABILITIES) {
             return Status{};
@@ -487,7 +487,7 @@ TEST_F(DlnaSource, ASearchIsRetriedOnceAfterATransientRefusal) {
 
 TEST_F(DlnaSource, AServerThatRefusesItsOwnSearchIsWalkedThrough) {
     contentClient.contents["0"] = {image("1")};
-    contentClient.answer = [this](const BrowseRequest &request, Page &page) {
+    contentClient.respond = [this](const BrowseRequest &request, Page &page) {
         page.capabilities = "*";
         return request.kind == BrowseRequest::Kind::SEARCH     ? Status::notSupported("708")
                : request.kind == BrowseRequest::Kind::CHILDREN ? contentClient.validPage(request, page)

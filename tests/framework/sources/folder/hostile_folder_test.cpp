@@ -170,7 +170,7 @@ TEST(HostileFolder, AVeryDeepTreeIsReadToItsBoundAndTheRestIsCounted) {
     const support::Event last = client.list(folder.path());
     EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
     EXPECT_EQ(last.data["too_deep"], 1);
-    EXPECT_EQ(client.count(MRB_ITEM_TYPE_FOLDER), mrb::FolderScan::DEEPEST_LEVEL + 1);
+    EXPECT_EQ(client.count(MRB_ITEM_TYPE_FOLDER), mrb::FolderScan::MAX_LEVEL + 1);
 }
 
 TEST(HostileFolder, PathsLongerThanTheSystemOpensAreListedWhole) {

@@ -32,8 +32,8 @@ class PlaylistEntry : public testing::Test {
         return mrb::EntryResolver(path, roots.scopeOf(path)).find({.target = target, .isUri = isUri});
     }
     void expectFile(const ResolvedEntry &found, const std::string &name) const {
-        EXPECT_EQ(found.kind, Kind::FILE) << found.place;
-        EXPECT_EQ(found.place, folder.path(name));
+        EXPECT_EQ(found.kind, Kind::FILE) << found.location;
+        EXPECT_EQ(found.location, folder.path(name));
         EXPECT_EQ(found.stat.size, 5);
     }
     const Folder folder;
@@ -138,7 +138,7 @@ TEST_F(PlaylistEntry, AMissingEntryHasAReadableName) {
     const ResolvedEntry found = find("stick/p.m3u", "sub/../gone/caf\xe9.mp3");
     EXPECT_EQ(found.kind, Kind::MISSING);
     EXPECT_EQ(found.name, "caf\u00e9.mp3");
-    EXPECT_EQ(found.place, folder.path("stick/gone/caf\u00e9.mp3"));
+    EXPECT_EQ(found.location, folder.path("stick/gone/caf\u00e9.mp3"));
 }
 
 TEST_F(PlaylistEntry, FoldersPipesAndOtherFilesAreNotEntries) {
@@ -154,7 +154,7 @@ TEST_F(PlaylistEntry, FoldersPipesAndOtherFilesAreNotEntries) {
 TEST_F(PlaylistEntry, UrlsOfOtherMachinesStayAsTheyAre) {
     const ResolvedEntry file = find("stick/p.m3u", "https://host/a/b%20c.mp3?x=/y#z");
     EXPECT_EQ(file.kind, Kind::URL);
-    EXPECT_EQ(file.place, "https://host/a/b%20c.mp3?x=/y#z");
+    EXPECT_EQ(file.location, "https://host/a/b%20c.mp3?x=/y#z");
     EXPECT_EQ(file.name, "b c.mp3");
     EXPECT_EQ(find("stick/p.m3u", "http://host:8000/").name, "host:8000");
     EXPECT_EQ(find("stick/p.m3u", "rtsp://host").name, "host");

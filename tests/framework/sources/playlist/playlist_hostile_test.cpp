@@ -72,7 +72,7 @@ TEST(HostilePlaylist, ALongChainIsReadToADepth) {
     }
     Client client;
     const Event end = listOf(client, folder, "0.m3u");
-    EXPECT_EQ(client.count(), static_cast<int>(PlaylistReader::DEEPEST_LEVEL) + 1);
+    EXPECT_EQ(client.count(), static_cast<int>(PlaylistReader::MAX_LEVEL) + 1);
     EXPECT_EQ(end.data["too_deep"], 1);
 }
 

@@ -17,13 +17,13 @@ namespace mrb::thumbnail {
 // Opens the flash cache on a thread of its own, since its disk may hang and other processes may
 // lock it: a call that opens it waits with a timeout, and a call that uses the open one does not
 // wait. Owned by the thumbnail service; any thread may call it.
-class FlashOpening {
+class FlashCacheOpener {
   public:
     // How long a call waits, see BriefWait.
-    explicit FlashOpening(std::chrono::milliseconds timeout = CLIENT_TIMEOUT) : timeout_(timeout) {}
-    ~FlashOpening();
-    FlashOpening(const FlashOpening &) = delete;
-    FlashOpening &operator=(const FlashOpening &) = delete;
+    explicit FlashCacheOpener(std::chrono::milliseconds timeout = CLIENT_TIMEOUT) : timeout_(timeout) {}
+    ~FlashCacheOpener();
+    FlashCacheOpener(const FlashCacheOpener &) = delete;
+    FlashCacheOpener &operator=(const FlashCacheOpener &) = delete;
 
     // Opens the cache whose list is the file `list` in place of the one that is open, which stays
     // open when this fails. MRB_ERR_TIMEOUT: the call does not wait any longer, and opening goes

@@ -16,9 +16,9 @@ struct ThumbnailResult {
 // The result that the calling thread is delivering; null outside of a callback.
 const ThumbnailResult *currentResult();
 
-// Calls the waiter's callback with the decoded images. The last waiter of a job gets the images
+// Calls a request's callback with the decoded images. The last request of a job gets the images
 // themselves, the others get copies.
 void deliverResult(const Request &request, Decoded &decoded, bool last,
-                   const PendingRequest &waiter) noexcept;
+                   const PendingRequest &pending) noexcept;
 
 } // namespace mrb::thumbnail

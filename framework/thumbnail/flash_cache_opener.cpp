@@ -1,4 +1,4 @@
-#include "thumbnail/flash_opening.h"
+#include "thumbnail/flash_cache_opener.h"
 
 #include <exception>
 #include <utility>
@@ -21,9 +21,9 @@ Status openCache(FlashCache &cache, const std::string &list) {
 
 } // namespace
 
-FlashOpening::~FlashOpening() { finish(steady_clock::time_point::max()); }
+FlashCacheOpener::~FlashCacheOpener() { finish(steady_clock::time_point::max()); }
 
-Status FlashOpening::open(const std::string &list) {
+Status FlashCacheOpener::open(const std::string &list) {
     const MutexLock guard(lock_);
     if (isFinishing_) {
         return Status::notInitialized("The program ends.");
@@ -43,12 +43,12 @@ Status FlashOpening::open(const std::string &list) {
     return Status::timedOut("\"" + list + "\" is still being opened.");
 }
 
-std::shared_ptr<FlashCache> FlashOpening::cache() {
+std::shared_ptr<FlashCache> FlashCacheOpener::cache() {
     const MutexLock guard(lock_);
     return cache_;
 }
 
-void FlashOpening::work() {
+void FlashCacheOpener::work() {
     const MutexLock guard(lock_);
     while (true) {
         while (!isFinishing_ && !wanted_) {
@@ -61,7 +61,7 @@ void FlashOpening::work() {
     }
 }
 
-void FlashOpening::openRequested() {
+void FlashCacheOpener::openRequested() {
     const std::string list = *std::exchange(wanted_, std::nullopt);
     const std::uint64_t number = requested_;
     busySince_ = busySince_.value_or(steady_clock::now());
@@ -91,7 +91,7 @@ void FlashOpening::openRequested() {
     }
 }
 
-bool FlashOpening::finish(steady_clock::time_point deadline) {
+bool FlashCacheOpener::finish(steady_clock::time_point deadline) {
     {
         const MutexLock guard(lock_);
         isFinishing_ = true;

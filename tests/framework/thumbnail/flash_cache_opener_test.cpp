@@ -15,12 +15,12 @@
 #include "support/folder.h"
 #include "support/programs.h"
 #include "support/thumbnails.h"
-#include "thumbnail/flash_opening.h"
+#include "thumbnail/flash_cache_opener.h"
 
 using mrb::thumbnail::Decoded;
 using mrb::thumbnail::DecodeRequest;
 using mrb::thumbnail::FlashCache;
-using mrb::thumbnail::FlashOpening;
+using mrb::thumbnail::FlashCacheOpener;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using support::Folder;
@@ -45,7 +45,7 @@ class FlashCacheContention : public testing::Test {
   protected:
     [[nodiscard]] std::string list() const { return folder_.path("opt/data/thumbCache.txt"); }
     // Opens it again until that ends in time.
-    [[nodiscard]] int openAtLast(FlashOpening &opening) const {
+    [[nodiscard]] int openAtLast(FlashCacheOpener &opening) const {
         int code = MRB_ERR_TIMEOUT;
         const auto end = steady_clock::now() + support::LIMIT;
         while (code == MRB_ERR_TIMEOUT && steady_clock::now() < end) {
@@ -77,7 +77,7 @@ TEST_F(FlashCacheContention, NoCallWaitsForAProgramThatHoldsTheCache) {
 
 TEST_F(FlashCacheContention, WhatWasHeldIsOpenedWhenItIsFree) {
     OtherProgram program(list());
-    FlashOpening opening(milliseconds(1));
+    FlashCacheOpener opening(milliseconds(1));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_TIMEOUT);
     EXPECT_EQ(opening.cache(), nullptr);
     program.goOn();
@@ -89,7 +89,7 @@ TEST_F(FlashCacheContention, WhatWasHeldIsOpenedWhenItIsFree) {
 }
 
 TEST_F(FlashCacheContention, TheOpenCacheIsUsedWhileAnotherOneIsHeld) {
-    FlashOpening opening(milliseconds(1));
+    FlashCacheOpener opening(milliseconds(1));
     ASSERT_EQ(openAtLast(opening), MRB_ERR_NONE);
     const std::shared_ptr<FlashCache> first = opening.cache();
     OtherProgram program(folder_.path("other"));
@@ -99,7 +99,7 @@ TEST_F(FlashCacheContention, TheOpenCacheIsUsedWhileAnotherOneIsHeld) {
 }
 
 TEST_F(FlashCacheContention, ACacheThatCannotBeOpenedLeavesTheOneThatIs) {
-    FlashOpening opening(support::LIMIT);
+    FlashCacheOpener opening(support::LIMIT);
     ASSERT_EQ(opening.open(list()).code, MRB_ERR_NONE);
     const std::shared_ptr<FlashCache> first = opening.cache();
     folder_.file("data", 1);
@@ -128,8 +128,8 @@ TEST_F(FlashCacheContention, ACacheThatIsHeldAfterItWasOpenedIsBypassed) {
 TEST_F(FlashCacheContention, TheEndDoesNotWaitForAnOpeningThatHangs) {
     OtherProgram program(list());
     // Leaked with its thread, and reachable so that it does not count as a leak.
-    static auto &hanging = *new std::list<FlashOpening>;
-    FlashOpening &opening = hanging.emplace_back(milliseconds(1));
+    static auto &hanging = *new std::list<FlashCacheOpener>;
+    FlashCacheOpener &opening = hanging.emplace_back(milliseconds(1));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_TIMEOUT);
     EXPECT_FALSE(opening.finish(steady_clock::now() + milliseconds(20)));
     EXPECT_EQ(opening.open(list()).code, MRB_ERR_NOT_INITIALIZED);

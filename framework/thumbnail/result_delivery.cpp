@@ -1,4 +1,4 @@
-#include "thumbnail/answer.h"
+#include "thumbnail/result_delivery.h"
 
 #include <algorithm>
 #include <cstring>
@@ -48,7 +48,7 @@ void fill(thumb_result_s &result, const Request &request, Decoded &decoded, bool
 const ThumbnailResult *currentResult() { return current; }
 
 void deliverResult(const Request &request, Decoded &decoded, bool last,
-                   const PendingRequest &waiter) noexcept {
+                   const PendingRequest &pending) noexcept {
     thumb_result_s result{};
     const std::size_t length = std::min(request.origin.size(), sizeof result.origin_path - 1);
     std::memcpy(result.origin_path, request.origin.data(), length);
@@ -62,10 +62,10 @@ void deliverResult(const Request &request, Decoded &decoded, bool last,
     }
     // Without decoders the service has failed, not the file.
     code = code == MRB_ERR_NOT_INITIALIZED ? int{MRB_THUMB_SERVICE_FAILED} : code;
-    ThumbnailResult answer{&request, decoded.source, &result, {}};
-    std::ranges::copy(result.image_buffer, answer.images);
-    const ThumbnailResult *const outer = std::exchange(current, &answer);
-    waiter.callback(code, &result, waiter.userData);
+    ThumbnailResult delivered{&request, decoded.source, &result, {}};
+    std::ranges::copy(result.image_buffer, delivered.images);
+    const ThumbnailResult *const outer = std::exchange(current, &delivered);
+    pending.callback(code, &result, pending.userData);
     current = outer;
 }
 
