@@ -13,6 +13,7 @@ import { compilers, format, records } from './runner/checks.mjs';
 import { kinds } from './runner/kinds.mjs';
 import { layout } from './runner/layers.mjs';
 import { locks } from './runner/locks.mjs';
+import { references } from './runner/references.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
 import { missingHere } from './runner/surroundings.mjs';
 import { tidy } from './runner/tidy.mjs';
@@ -37,10 +38,12 @@ const quill = (folder) => join(folder, 'bin', 'quill');
 // Usually one build has everything, and the sanitizers watch what they need little of a
 // second build for: the log, the bridge's document and its classes.
 const RECORDING = ['mrb-recording', 'systemlog-recording', 'recorder'];
+// The order of folders, and that what the documents name exists.
+const layoutAndReferences = async (tree) => [await layout(tree), await references(tree)].filter(Boolean).join('\n');
 const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
-    { name: 'layout', kind: 'check', builds: [''], check: layout },
+    { name: 'layout', kind: 'check', builds: [''], check: layoutAndReferences },
     { name: 'records', kind: 'check', builds: [''], check: records },
     { name: 'compilers', kind: 'check', builds: [], more: [''], check: compilers },
     // Needs the commands of the build, not what they build.

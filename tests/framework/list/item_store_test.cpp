@@ -31,13 +31,20 @@ TEST(ItemStore, NamesOfFoldersCountAgainstTheBoundOnText) {
 }
 
 TEST(ItemStore, AnItemIsFoundByItsIdOrElseByItsNameAndFolder) {
+    const auto infoOf = [](const char *id, const char *name, const char *folder) {
+        mrb::ItemInfo info;
+        info.id = id;
+        info.name = name;
+        info.folder = folder;
+        return info;
+    };
     mrb::ItemStore store;
     const std::int32_t folder = store.addFolder(mrb::ROOT_FOLDER, "folder");
     ASSERT_TRUE(store.add({.name = "a", .id = "1", .folder = folder}, true));
-    EXPECT_TRUE(store.isItem(0, {.name = "b", .id = "1", .folder = {}}));
-    EXPECT_FALSE(store.isItem(0, {.name = "a", .id = "2", .folder = "folder"}));
-    EXPECT_TRUE(store.isItem(0, {.name = "a", .id = {}, .folder = "folder"}));
-    EXPECT_FALSE(store.isItem(0, {.name = "a", .id = {}, .folder = {}}));
+    EXPECT_TRUE(store.isItem(0, infoOf("1", "b", "")));
+    EXPECT_FALSE(store.isItem(0, infoOf("2", "a", "folder")));
+    EXPECT_TRUE(store.isItem(0, infoOf("", "a", "folder")));
+    EXPECT_FALSE(store.isItem(0, infoOf("", "a", "")));
     EXPECT_TRUE(store.isItem(0, folder, "a"));
     EXPECT_FALSE(store.isItem(0, mrb::ROOT_FOLDER, "a"));
 }
