@@ -31,7 +31,7 @@ class List {
 
     std::int32_t addFolder(std::int32_t parent, std::string_view name);
 
-    // Appends those items of the run that pass the filters, and all that open as folders.
+    // Appends those items of the run that match the filters, and all that open as folders.
     // False when the list is full.
     [[nodiscard]] bool add(std::span<const SourceItem> items);
 
@@ -48,7 +48,7 @@ class List {
     // no lock then, which the analysis cannot know.
     [[nodiscard]] const ItemStore &store() const MRB_NO_THREAD_SAFETY_ANALYSIS { return state_.store; }
 
-    // The number of items that passed the filters, in all folders.
+    // The number of items that match the filters, in all folders.
     [[nodiscard]] std::int32_t matchCount() const;
 
     // Of the view.
@@ -76,7 +76,7 @@ class List {
     [[nodiscard]] ListSelection &selection() { return selection_; }
 
     // Expands a selection to items, in the source's order: those selected, and all that
-    // passed the filters in or below a selected folder.
+    // match the filters in or below a selected folder.
     [[nodiscard]] std::vector<std::int32_t> expand(const Selection &selection) const;
     // Of an item by its number, as returned by `expand`.
     [[nodiscard]] ItemInfo infoOf(std::int32_t item) const;

@@ -169,7 +169,7 @@ int mrb_disconnect_v2(mrb_agent_handler_h agent);
 /*
  * A list is read through a view: its entries have the indexes from 0 on, and
  * counts, positions and the cursor refer to them. The view of a new list is flat
- * and holds every item that passed the filters, without pages or groups.
+ * and holds every item that matches the filters, without pages or groups.
  */
 
 /* How the view moves through a list's folders. */
@@ -241,7 +241,7 @@ int mrb_set_page_style_v2(mrb_agent_handler_h agent, mrb_page_param_h param);
  * Moves the view through the folders, see MRB_NAVIGATION_. A folder's view holds
  * its sub-folders, then its files, behind an entry of MRB_ITEM_TYPE_UPFOLDER
  * unless it is the source's own or shows groups alone. A sub-folder is shown when it
- * passes the filters or something below it does. Entering an entry that is not a folder
+ * matches the filters or something below it does. Entering an entry that is not a folder
  * is MRB_ERR_NOT_A_FOLDER; entering from an empty view, and leaving the source's own
  * folder or a flat view, is MRB_ERR_NOT_FOUND. The page style stays.
  */
