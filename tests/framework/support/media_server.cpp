@@ -7,8 +7,11 @@
 
 #include <array>
 #include <chrono>
+#include <deque>
 #include <fstream>
 #include <initializer_list>
+#include <iostream>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -72,6 +75,13 @@ pid_t childNamed(pid_t parent, const std::string &name) {
     return -1;
 }
 
+// Whether a child has ended; it stays to be waited for.
+bool hasEnded(pid_t child) {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid == child;
+}
+
 } // namespace
 
 MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &mediaFolder) {
@@ -93,6 +103,36 @@ MediaServer::MediaServer(Kind kind, const std::string &name, const std::string &
            "enabled=false",       "[GstLaunch]",       "enabled=false",
            "[External]",          "enabled=false"});
     process_ = start({"dbus-run-session", "--", "rygel", "-n", "lo", "-c", home + "/rygel.conf"}, home);
+}
+
+MediaServer::~MediaServer() {
+    // Before stop(), which ends it.
+    const bool hasCrashed = process_ > 0 && hasEnded(process_);
+    stop();
+    if (testing::Test::HasFailure()) {
+        std::cerr << (hasCrashed ? "The media server ended during the test.\n" : "The media server:\n")
+                  << written();
+    }
+}
+
+std::string MediaServer::written() const {
+    constexpr std::size_t LINES = 100;
+    std::ostringstream text;
+    for (const char *name : {"output", "minidlna.log"}) {
+        std::deque<std::string> lines;
+        std::ifstream stream(state_.path(name));
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+            if (lines.size() > LINES) {
+                lines.pop_front();
+            }
+        }
+        text << "Its file \"" << name << (lines.empty() ? "\" is empty or missing.\n" : "\":\n");
+        for (const std::string &line : lines) {
+            text << "    " << line << '\n';
+        }
+    }
+    return text.str();
 }
 
 void MediaServer::waitUntilScanned() {

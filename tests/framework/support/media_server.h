@@ -15,7 +15,8 @@ class MediaServer {
     enum class Kind { MINIDLNA, RYGEL };
 
     MediaServer(Kind kind, const std::string &name, const std::string &mediaFolder);
-    ~MediaServer() { stop(); }
+    // Ends it; when the current test has failed, prints what the server wrote.
+    ~MediaServer();
     MediaServer(const MediaServer &) = delete;
     MediaServer &operator=(const MediaServer &) = delete;
 
@@ -31,6 +32,8 @@ class MediaServer {
 
   private:
     void await();
+    // The last lines of its output and of its log file.
+    [[nodiscard]] std::string written() const;
 
     const Folder state_; // its configuration and whatever it writes
     pid_t process_ = -1;
