@@ -29,7 +29,7 @@ Status FlashCacheOpener::open(const std::string &list) {
         return Status::notInitialized("The program ends.");
     }
     thread_.start([this] { work(); });
-    wanted_ = list;
+    nextList_ = list;
     const std::uint64_t number = ++requested_;
     wake_.notifyOne();
     ++waiting_;

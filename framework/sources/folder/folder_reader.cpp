@@ -18,10 +18,10 @@ namespace {
 // The buffer for directory entries; larger reads are not faster.
 constexpr std::size_t BUFFER_BYTES = 64UL * 1024;
 
-constexpr unsigned WANTED = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+constexpr unsigned STATX_FIELDS = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
 
 int readStatus(int folder, const char *name, int flags, struct statx &status) {
-    return statx(folder, name, flags | AT_NO_AUTOMOUNT, WANTED, &status) == 0 ? 0 : errno;
+    return statx(folder, name, flags | AT_NO_AUTOMOUNT, STATX_FIELDS, &status) == 0 ? 0 : errno;
 }
 
 FileStat infoOf(const struct statx &status) {

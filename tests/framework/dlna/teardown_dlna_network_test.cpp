@@ -64,7 +64,7 @@ class TeardownDlnaNetwork : public support::DlnaTest {
             [&] {
                 const support::DlnaClient service;
                 for (const auto &server : all) {
-                    server->setExpectedTotal();
+                    server->announce();
                 }
                 requests.waitFor(awaited);
             },
@@ -134,9 +134,9 @@ TEST_F(TeardownDlnaNetwork, ARedirectedDescriptionIsNotFollowed) {
         const ScriptedServer honest([](const Request & /*request*/, const Connection & /*connection*/) {},
                                     "/control", {}, "uuid:4d696e69-444c-164e-9d41-000000000003");
         support::DlnaClient service;
-        server.setExpectedTotal();
+        server.announce();
         requests.waitFor(1);
-        honest.setExpectedTotal(); // requests to `elsewhere` would come before this one arrives
+        honest.announce(); // requests to `elsewhere` would come before this one arrives
         EXPECT_NE(service.server(), "");
     }
     EXPECT_EQ(requestCount, 0);

@@ -42,7 +42,7 @@ std::string fileOf(std::size_t size) { return support::httpResponse("200 OK", st
 // to. Used by one test thread, inside the network.
 class Fetching {
   public:
-    explicit Fetching(ScriptedServer::Handler answer) : server_(std::move(answer)) {}
+    explicit Fetching(ScriptedServer::Handler handler) : server_(std::move(handler)) {}
 
     // With pictures at these addresses, whose size the server states as `size`; addresses
     // that begin with a slash are its own, and `files` handles the requests for them.
@@ -55,7 +55,7 @@ class Fetching {
               if (request.action.starts_with('/')) {
                   files(request, connection);
               } else {
-                  tellItems(request, connection, size);
+                  sendItems(request, connection, size);
               }
           }) {
         for (const std::string &address : addresses) {
@@ -67,7 +67,7 @@ class Fetching {
 
     // Announces the server; its id.
     std::string list() {
-        server_.setExpectedTotal();
+        server_.announce();
         std::string id = service_.server();
         EXPECT_EQ(client.list({.path = id, .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
         EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
@@ -85,7 +85,7 @@ class Fetching {
     std::atomic<bool> isDead = false;
 
   private:
-    void tellItems(const Request &request, const Connection &connection, std::size_t size) const {
+    void sendItems(const Request &request, const Connection &connection, std::size_t size) const {
         if (request.action == "GetSearchCapabilities") {
             connection.send(support::soapResponse(request, "<SearchCaps></SearchCaps>"));
             return;
@@ -240,7 +240,7 @@ TEST_F(DlnaFetch, AServerWithWrongSizesLeavesNoFile) {
     if (!insideNetwork()) {
         return;
     }
-    const auto answer = [](const Request &request, const Connection &connection) {
+    const auto sendFile = [](const Request &request, const Connection &connection) {
         const std::string body(1000, 'x');
         const std::string length = request.action == "/huge.jpg" ? "Content-Length: 999999999999999\r\n" : "";
         // Without a length: as many bytes as it sends.
@@ -248,7 +248,7 @@ TEST_F(DlnaFetch, AServerWithWrongSizesLeavesNoFile) {
                         (request.action == "/more.jpg" ? body + body
                                                        : body.substr(request.action == "/less.jpg" ? 1 : 0)));
     };
-    Fetching fetching({"/more.jpg", "/less.jpg", "/true.jpg", "/huge.jpg"}, 1000, answer);
+    Fetching fetching({"/more.jpg", "/less.jpg", "/true.jpg", "/huge.jpg"}, 1000, sendFile);
     EXPECT_EQ(fetching.run().event, MRB_EVENT_SHARE_FAILED);
     EXPECT_THAT(tree(fetching.to.path()), testing::AnyOf(ElementsAre("picture 2.jpg"), IsEmpty()));
 }
@@ -273,7 +273,7 @@ TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
         return;
     }
     std::atomic<bool> isIdentityRequested = true;
-    const auto browseResponse = [](const std::string &headers) {
+    const auto responseOf = [](const std::string &headers) {
         return "HTTP/1.1 200 OK\r\n" + headers + "Connection: close\r\n\r\n" + std::string(19, 'x');
     };
     Fetching fetching({"/page.jpg", "/page2.jpg", "/gzip.jpg", "/true.jpg", "/short.jpg"}, 19,
@@ -282,15 +282,15 @@ TEST_F(DlnaFetch, APageOrAnEncodedBodyInPlaceOfTheFileCostsThatFile) {
                               isIdentityRequested = false;
                           }
                           if (request.action == "/page.jpg") {
-                              connection.send(browseResponse("Content-Type: text/html\r\n"));
+                              connection.send(responseOf("Content-Type: text/html\r\n"));
                           } else if (request.action == "/page2.jpg") {
-                              connection.send(browseResponse("Content-Type: Text/HTML; charset=utf-8\r\n"));
+                              connection.send(responseOf("Content-Type: Text/HTML; charset=utf-8\r\n"));
                           } else if (request.action == "/gzip.jpg") {
-                              connection.send(browseResponse("Content-Encoding: gzip\r\n"));
+                              connection.send(responseOf("Content-Encoding: gzip\r\n"));
                           } else if (request.action == "/short.jpg") {
                               connection.send(support::httpResponse("200 OK", std::string(18, 'x')));
                           } else {
-                              connection.send(browseResponse("Content-Encoding: identity\r\n"));
+                              connection.send(responseOf("Content-Encoding: identity\r\n"));
                           }
                       });
     const ShareEvent end = fetching.run();

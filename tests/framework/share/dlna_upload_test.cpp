@@ -54,7 +54,7 @@ class UploadServer {
         if (importUrl_.empty()) {
             importUrl_ = server_.urlOf("/import/1");
         }
-        server_.setExpectedTotal();
+        server_.announce();
     }
 
     std::vector<std::string> calls() {

@@ -54,7 +54,7 @@ class ScriptedServer {
     [[nodiscard]] std::string urlOf(const std::string &path) const {
         return "http://127.0.0.1:" + std::to_string(port_) + path;
     }
-    void setExpectedTotal() const { notify("alive"); }
+    void announce() const { notify("alive"); }
     void leave() const { notify("byebye"); }
 
   private:

@@ -132,7 +132,7 @@ TEST_F(DlnaList, IsSortedAndGroupedByTheServersMetadata) {
                                     support::songOf("3", "Trois") + support::songOf("4", "Quatre", "Anna");
         connection.send(browseResponse(request, support::didlOf(objects), 4, 4));
     });
-    server.setExpectedTotal();
+    server.announce();
     Client client;
     const ListOptions options{.path = service.server(), .sortCategory = "ARTIST", .source = "SOURCE_DLNA"};
     ASSERT_EQ(client.list(options).event, MRB_EVENT_LIST_READY);
@@ -203,7 +203,7 @@ TEST_F(DlnaList, ThatBreaksOffKeepsWhatCame) {
         }
         connection.send(browseResponse(request, support::didlOf(objects), request.count, 5000));
     });
-    server.setExpectedTotal();
+    server.announce();
     Client client;
     const Event end = client.list({.path = service.server(), .source = "SOURCE_DLNA"});
     EXPECT_EQ(end.event, MRB_EVENT_LIST_FAILED);
@@ -224,7 +224,7 @@ TEST_F(DlnaList, OfASilentServerIsCancelledAtOnce) {
         isRequested.notify_all();
         connection.wait();
     });
-    server.setExpectedTotal();
+    server.announce();
     Client client;
     ASSERT_EQ(client.open({.path = service.server(), .source = "SOURCE_DLNA"}), MRB_ERR_NONE);
     isRequested.wait(false);
@@ -240,7 +240,7 @@ TEST_F(DlnaList, KnowsThatItsServerIsGone) {
     const ScriptedServer server([](const Request &request, const Connection &connection) {
         connection.send(browseResponse(request, support::didlOf(support::imageOf("1", "one")), 1, 1));
     });
-    server.setExpectedTotal();
+    server.announce();
     Client client;
     ASSERT_EQ(client.list({.path = service.server(), .source = "SOURCE_DLNA"}).event, MRB_EVENT_LIST_READY);
     server.leave();

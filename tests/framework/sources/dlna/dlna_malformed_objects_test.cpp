@@ -31,7 +31,7 @@ class DlnaMalformedObjects : public support::DlnaTest {
             connection.send(request.action == "Browse" ? browse(request) : support::soapFault(401));
         });
         DlnaClient service;
-        server.setExpectedTotal();
+        server.announce();
         const Event end = client_.list({.path = service.server(), .source = "SOURCE_DLNA"});
         return end;
     }
