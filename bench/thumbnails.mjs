@@ -157,12 +157,12 @@ function against(what, all, frames, rivals, original = all[0]) {
     console.log(`  ${what}, ${cores === 1 ? 'one core' : 'two cores'}`.padEnd(44) +
       `${perSecond.toFixed(1).padStart(6)} files/s  our time to that of ${ratios.join(', ')}`);
   }
-  const facts = runners.map((runner) => {
+  const figures = runners.map((runner) => {
     const peak = costOf(1, runner.command(1, all, frames)).kibibytes / 1024;
     run(...onCores(1, runner.command(1, [all[0]], frames)));
     return `${runner.name} ${quality(runner.image(all[0]), original).toFixed(1)} dB, ${peak.toFixed(0)} MiB`;
   });
-  console.log(`  ${what}, quality and peak memory: ${facts.join('; ')}`);
+  console.log(`  ${what}, quality and peak memory: ${figures.join('; ')}`);
 }
 
 console.log('thumbnails of 256 pixels, programs with their start; PSNR to ImageMagick\'s scaled copy');

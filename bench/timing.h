@@ -15,9 +15,9 @@ inline double milliseconds(Clock::time_point since) {
     return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
 }
 
-// Ends the program with the message unless `fact` is true.
-inline void require(bool fact, const char *message) {
-    if (!fact) {
+// Ends the program with the message unless `condition` is true.
+inline void require(bool condition, const char *message) {
+    if (!condition) {
         std::fprintf(stderr, "%s\n", message);
         std::_Exit(1);
     }

@@ -119,7 +119,7 @@ if (process.argv.includes('--list')) {
 }
 
 try {
-    // Not mkdirSync alone: the folder may be there and belong to somebody else.
+    // Not mkdirSync alone: the folder may be there and belong to another user.
     mkdirSync(logs, { recursive: true });
     accessSync(logs, constants.W_OK);
 } catch (error) {

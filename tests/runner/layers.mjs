@@ -6,7 +6,7 @@ import { dirname, join } from 'node:path';
 
 import { filesIn } from './sources.mjs';
 
-/** What each part of the system includes beside itself. */
+/** What each part of the system includes besides itself. */
 export const PARTS = {
     src: ['platform'],
     host: ['platform'],

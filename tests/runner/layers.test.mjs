@@ -74,7 +74,7 @@ test('an include of an unknown folder fails', async () => {
         /framework\/api\/new\.cpp:1: .*new\/ has no rank/);
 });
 
-test('a source file beside the folders fails', async () => {
+test('a source file outside of the folders fails', async () => {
     assert.match(await check({ 'framework/stray.h': '' }), /lies in no folder/);
 });
 

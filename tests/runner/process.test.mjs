@@ -9,7 +9,7 @@ test('a program that succeeds gives all it printed', async () => {
     assert.deepEqual(result.output.split('\n').sort(), ['', 'error', 'out']);
 });
 
-test('a status, a signal and a program that is not there are told apart', async () => {
+test('a status, a signal and a program that is not there are distinguished', async () => {
     assert.equal((await run('sh', ['-c', 'exit 3'])).ended, 'ended with status 3');
     assert.equal((await run('sh', ['-c', 'kill -SEGV $$'])).ended, 'ended by SIGSEGV');
     assert.match((await run('/no/such/program', [])).ended, /^could not be run: .*ENOENT/);
@@ -18,7 +18,7 @@ test('a status, a signal and a program that is not there are told apart', async 
 test('a program that takes too long is ended with its children', async () => {
     const { output, ended } = await run('sh', ['-c', 'sleep 1000 & echo $!; wait'], { seconds: 0.5 });
     assert.equal(ended, 'took longer than 0.5 seconds');
-    // The child is gone, or a zombie that nobody has collected.
+    // The child is gone, or a zombie that has not been waited for.
     assert.notEqual((await run('sh', ['-c', `grep '^State:.*[RSD] ' /proc/${Number(output)}/status`])).ended, '');
 });
 

@@ -51,7 +51,7 @@ test('GoogleTest: a bad status after good tests is a failure', () => {
     assert.match(count.details, /status 23\nleak of 7 bytes/);
 });
 
-test('GoogleTest: a crash is a failure and tells the last test that began', () => {
+test('GoogleTest: a crash is a failure and names the last test that began', () => {
     const output = '[ RUN      ] A.one\n[       OK ] A.one (0 ms)\n[ RUN      ] A.two\nboom\n';
     const count = countGtest(null, output, 'ended by SIGSEGV');
     assert.deepEqual([count.passed, count.failed], [1, 1]);
