@@ -385,11 +385,7 @@ TEST_F(PtpPartialRead, ACopyThatIsStoppedBetweenTwoReadsRequestsNoOther) {
         camera.givesPieces = givesPieces;
         std::promise<mrb_share_handler_h> started;
         std::atomic<int> later = 0;
-        sharing.onEvent = [&started](const ShareEvent &event) {
-            if (event.event == MRB_EVENT_SHARE_STARTED) {
-                started.set_value(event.share);
-            }
-        };
+        sharing.whenStarted([&started](const ShareEvent &event) { started.set_value(event.share); });
         camera.onRequest = [&](const CameraRequest &request) {
             if (request.offset >= 1'000'000 && ++later == 1) {
                 EXPECT_EQ(mrb_stop_batch_process_v2(started.get_future().get()), MRB_ERR_NONE);

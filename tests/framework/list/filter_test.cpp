@@ -19,9 +19,7 @@ std::vector<std::string> names(const Client &client) { return client.all("name")
 
 TEST(Filter, ExtensionsAreSeparatedInManyWaysAndOfAnyCase) {
     const Folder folder;
-    for (const char *name : {"a.JPG", "b.png", "c.gif", "d.mp3", "e.Jpeg"}) {
-        folder.file(name);
-    }
+    folder.files({"a.JPG", "b.png", "c.gif", "d.mp3", "e.Jpeg"});
     for (const char *list : {"jpg,png,mp3", ".JPG;.Png;.MP3", "*.jpg png  mp3", "mp3, .png;jpg,"}) {
         Client client;
         client.list({.path = folder.path(), .extension = list});
@@ -57,9 +55,7 @@ TEST(Filter, AnExtensionOfOtherFilesListsNothing) {
 
 TEST(Filter, AWordIsFoundAnywhereInTheName) {
     const Folder folder;
-    for (const char *name : {"Été à la mer.jpg", "ETE.jpg", "hiver.jpg", "L'été.mp3"}) {
-        folder.file(name);
-    }
+    folder.files({"Été à la mer.jpg", "ETE.jpg", "hiver.jpg", "L'été.mp3"});
     Client client;
     client.list({.path = folder.path(), .sortCategory = "NAME", .keyWord = "ete"});
     EXPECT_THAT(names(client), ElementsAre("Été à la mer.jpg", "ETE.jpg", "L'été.mp3"));

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "support/client.h"
+#include "support/fields.h"
 #include "support/folder.h"
 
 using support::Client;
@@ -24,15 +25,8 @@ int navigation(const Client &client) {
     return value;
 }
 
-// The index of the entry with that name.
-int indexOf(const Client &client, const std::string &name) {
-    const std::vector<std::string> names = client.all("name");
-    return static_cast<int>(std::ranges::find(names, name) - names.begin());
-}
-
 int enter(const Client &client, const std::string &name) {
-    EXPECT_EQ(mrb_move_to_index_v2(client.handle, indexOf(client, name)), MRB_ERR_NONE);
-    return navigate(client, MRB_NAVIGATION_ENTER);
+    return support::enter(client, support::indexOf(client, name));
 }
 
 std::string mediaId(const Folder &folder, const std::string &name) { return "msc:" + folder.path(name); }
@@ -50,9 +44,7 @@ TEST(Navigation, AListIsFlatAtFirst) {
 
 TEST(Navigation, AFolderShowsItsFoldersThenItsFilesAfterAnUpFolderEntry) {
     const Folder folder;
-    for (const char *name : {"1.jpg", "b/2.jpg", "b/c/3.jpg", "a/4.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"1.jpg", "b/2.jpg", "b/c/3.jpg", "a/4.jpg"});
     Client client;
     client.list(folder.path());
     EXPECT_EQ(navigate(client, MRB_NAVIGATION_FOLDER), MRB_ERR_NONE);
@@ -166,9 +158,7 @@ TEST(Navigation, EmptyFoldersAreShownWhereEverythingIs) {
 
 TEST(Navigation, FoldersKeepTheListsOrder) {
     const Folder folder;
-    for (const char *name : {"a/x.jpg", "b/x.jpg", "1.jpg", "2.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"a/x.jpg", "b/x.jpg", "1.jpg", "2.jpg"});
     Client client;
     client.list({.path = folder.path(), .sortCategory = "NAME DESC"});
     navigate(client, MRB_NAVIGATION_FOLDER);
@@ -189,9 +179,7 @@ TEST(Navigation, TheTopOfTheFileSystemHasAnAddress) {
 
 TEST(Position, OfAnItemIsFoundByItsMediaId) {
     const Folder folder;
-    for (const char *name : {"a/x.jpg", "b/x.jpg", "b/caf\xe9/x.jpg", "x.jpg", "ab/x.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"a/x.jpg", "b/x.jpg", "b/caf\xe9/x.jpg", "x.jpg", "ab/x.jpg"});
     Client client;
     client.list(folder.path());
     for (int index = 0; index < client.count(); ++index) {

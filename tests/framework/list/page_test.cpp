@@ -145,9 +145,7 @@ TEST(Groups, AListWithoutGroupsHasNone) {
 
 TEST(Groups, StandAfterTheirHeadings) {
     const Folder folder;
-    for (const char *name : {"1.mp3", "2.jpg", "3.mp3", "4.mp4"}) {
-        folder.file(name);
-    }
+    folder.files({"1.mp3", "2.jpg", "3.mp3", "4.mp4"});
     Client client;
     client.list(folder.path());
     EXPECT_EQ(setStyle(client, {.style = MRB_PAGE_STYLE_GROUP_TYPE, .groupIndex = MRB_GROUP_ALL}),
@@ -165,9 +163,7 @@ TEST(Groups, StandAfterTheirHeadings) {
 
 TEST(Groups, OneCanBeShownAndTheHeadingsAlone) {
     const Folder folder;
-    for (const char *name : {"apple.jpg", "Äpfel.jpg", "1.jpg", "brot.jpg", "Привет.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"apple.jpg", "Äpfel.jpg", "1.jpg", "brot.jpg", "Привет.jpg"});
     Client client;
     client.list({.path = folder.path(), .sortCategory = "NAME"});
     const int style = MRB_PAGE_STYLE_GROUP_FIRST_LETTER;
@@ -182,9 +178,7 @@ TEST(Groups, OneCanBeShownAndTheHeadingsAlone) {
 
 TEST(Groups, ASharpSIsOfTheGroupOfS) {
     const Folder folder;
-    for (const char *name : {"ßa.jpg", "ẞb.jpg", "sc.jpg", "ta.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"ßa.jpg", "ẞb.jpg", "sc.jpg", "ta.jpg"});
     Client client;
     client.list(folder.path());
     EXPECT_EQ(
@@ -250,9 +244,7 @@ TEST(Groups, MonthsAreNewestFirst) {
 
 TEST(Groups, FoldersAreNamedByTheirPaths) {
     const Folder folder;
-    for (const char *name : {"1.jpg", "b/2.jpg", "a/c/3.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"1.jpg", "b/2.jpg", "a/c/3.jpg"});
     Client client;
     client.list({.path = folder.path(), .contentType = "IMAGE"});
     EXPECT_EQ(setStyle(client, {.style = MRB_PAGE_STYLE_GROUP_FOLDER, .groupIndex = MRB_GROUP_ALL}),

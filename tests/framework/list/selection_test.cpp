@@ -9,6 +9,7 @@
 
 #include "list/list.h"
 #include "support/client.h"
+#include "support/fields.h"
 #include "support/folder.h"
 
 using support::Client;
@@ -31,13 +32,8 @@ int setStyle(const Client &client, int style, int groupIndex = MRB_GROUP_ALL, in
     return code;
 }
 
-int indexOf(const Client &client, const std::string &name) {
-    const std::vector<std::string> names = client.all("name");
-    return static_cast<int>(std::ranges::find(names, name) - names.begin());
-}
-
 int toggle(const Client &client, const std::string &name) {
-    return mrb_toggle_select_v2(client.handle, indexOf(client, name));
+    return mrb_toggle_select_v2(client.handle, support::indexOf(client, name));
 }
 
 bool isSelected(const Client &client, int index) {
@@ -69,14 +65,11 @@ void showFolders(const Client &client) {
 }
 
 void enter(const Client &client, const std::string &name) {
-    EXPECT_EQ(mrb_move_to_index_v2(client.handle, indexOf(client, name)), MRB_ERR_NONE);
-    EXPECT_EQ(mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_ENTER), MRB_ERR_NONE);
+    EXPECT_EQ(support::enter(client, support::indexOf(client, name)), MRB_ERR_NONE);
 }
 
 void makeMedia(const Folder &folder) {
-    for (const char *name : {"a.jpg", "b.mp3", "c.mp4", "d.jpg", "sub/e.jpg", "sub/f.mp3"}) {
-        folder.file(name, 10);
-    }
+    folder.files({"a.jpg", "b.mp3", "c.mp4", "d.jpg", "sub/e.jpg", "sub/f.mp3"}, 10);
 }
 
 void group(const Client &client, int style, int groupIndex = MRB_GROUP_ALL) {

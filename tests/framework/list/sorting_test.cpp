@@ -92,9 +92,7 @@ TEST(Sort, SizesAreSmallestFirstOrLargestFirst) {
 
 TEST(Sort, TypesAreInTheOrderOfTheirNumbers) {
     const Folder folder;
-    for (const char *name : {"1.m3u", "2.mp3", "3.mp4", "4.jpg", "sub/5.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"1.m3u", "2.mp3", "3.mp4", "4.jpg", "sub/5.jpg"});
     EXPECT_THAT(sorted(folder, "TYPE"), ElementsAre("sub", "4.jpg", "5.jpg", "3.mp4", "2.mp3", "1.m3u"));
     EXPECT_THAT(sorted(folder, "TYPE DESC"), ElementsAre("sub", "1.m3u", "2.mp3", "3.mp4", "4.jpg", "5.jpg"));
 }

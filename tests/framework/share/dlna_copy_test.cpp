@@ -118,11 +118,7 @@ TEST_F(DlnaFetch, FilesArriveByteForByte) {
     if (!insideNetwork()) {
         return;
     }
-    const Folder all;
-    support::makeMedia(all);
-    const Folder media;
-    std::filesystem::copy(all.path("song.flac"), media.path("song.flac"));
-    std::filesystem::copy(all.path("photo.jpg"), media.path("photo.jpg"));
+    const support::MediaFolder media({"song.flac", "photo.jpg"});
     const Folder to;
     DlnaClient service;
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());

@@ -162,11 +162,7 @@ TEST_F(DlnaUpload, ARealServerGetsTheFileByteForByteAndGivesItBack) {
         return;
     }
     const Folder media;
-    const Folder all;
-    support::makeMedia(all);
-    const Folder from;
-    std::filesystem::copy(all.path("photo.jpg"), from.path("photo.jpg"));
-    std::filesystem::copy(all.path("song.mp3"), from.path("song.mp3"));
+    const support::MediaFolder from({"photo.jpg", "song.mp3"});
     DlnaClient service;
     const MediaServer server(MediaServer::Kind::RYGEL, "Shelf", media.path());
     const std::string id = service.server();

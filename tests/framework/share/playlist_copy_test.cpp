@@ -12,11 +12,9 @@
 #include "support/playlists.h"
 #include "support/sharing.h"
 
-using support::Client;
 using support::Folder;
 using support::playlist;
 using support::ShareEvent;
-using support::Sharing;
 using support::tree;
 using support::writeText;
 using testing::ElementsAre;
@@ -25,22 +23,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class PlaylistShare : public testing::Test {
+class PlaylistShare : public support::CopyTest {
   protected:
     // Opens the list of a playlist with this text.
     void open(const std::string &text) {
         writeText(from, "p.m3u", text);
         EXPECT_EQ(client.list(playlist(from.path("p.m3u"))).event, MRB_EVENT_LIST_READY);
     }
-    ShareEvent copyEverything() {
-        EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
-        return sharing.copyAll(client, to.path());
-    }
-
-    const Folder from;
-    const Folder to;
-    Client client;
-    Sharing sharing;
 };
 
 } // namespace
@@ -98,9 +87,7 @@ TEST_F(PlaylistShare, AnEntryThatHasVanishedIsNamedAndTheOthersGoOn) {
 }
 
 TEST_F(PlaylistShare, FilesOfOneNameGetNumbers) {
-    for (const char *name : {"1/a.mp3", "2/a.mp3"}) {
-        from.file(name, 5);
-    }
+    from.files({"1/a.mp3", "2/a.mp3"}, 5);
     to.file("a.mp3", 7);
     open("1/a.mp3\n2/a.mp3\n1/a.mp3\n");
     EXPECT_EQ(copyEverything().event, MRB_EVENT_SHARE_DONE);
@@ -109,9 +96,7 @@ TEST_F(PlaylistShare, FilesOfOneNameGetNumbers) {
 }
 
 TEST_F(PlaylistShare, APlaylistArrivesWithItsEntriesInAFolderThatIsCalledLikeIt) {
-    for (const char *name : {"a.mp3", "sub/b.mp3", "sub/deep/c.mp3", "d.mp3"}) {
-        from.file(name, 5);
-    }
+    from.files({"a.mp3", "sub/b.mp3", "sub/deep/c.mp3", "d.mp3"}, 5);
     writeText(from, "sub/in.m3u", "b.mp3\ndeep/inner.pls\n");
     writeText(from, "sub/deep/inner.pls", "File1=c.mp3\n");
     open("a.mp3\nsub/in.m3u\nd.mp3\n");
@@ -155,9 +140,7 @@ TEST_F(PlaylistShare, ALinkIsCopiedAsTheFileThatItLedToUnderItsOwnName) {
 TEST_F(PlaylistShare, WhatHasBecomeALinkAPipeOrAFolderIsLeftOut) {
     const Folder secret;
     secret.file("a.mp3", 10);
-    for (const char *name : {"way/a.mp3", "link.mp3", "pipe.mp3", "folder.mp3", "b.mp3"}) {
-        from.file(name, 5);
-    }
+    from.files({"way/a.mp3", "link.mp3", "pipe.mp3", "folder.mp3", "b.mp3"}, 5);
     open("way/a.mp3\nlink.mp3\npipe.mp3\nfolder.mp3\nb.mp3\n");
     fs::remove_all(from.path("way"));
     from.link(secret.path(), "way");
@@ -190,11 +173,7 @@ TEST_F(PlaylistShare, CanBeStoppedAndLeavesWholeFiles) {
         text += name + "\n";
     }
     open(text);
-    sharing.onEvent = [](const ShareEvent &event) {
-        if (event.event == MRB_EVENT_SHARE_STARTED) {
-            mrb_stop_batch_process_v2(event.share);
-        }
-    };
+    sharing.whenStarted([](const ShareEvent &event) { mrb_stop_batch_process_v2(event.share); });
     EXPECT_EQ(copyEverything().event, MRB_EVENT_SHARE_STOPPED);
     for (const auto &[name, bytes] : support::contents(to.path())) {
         EXPECT_TRUE(support::areEqual(from.path(name), to.path(name))) << name;

@@ -12,14 +12,11 @@
 
 namespace fs = std::filesystem;
 
-using support::Client;
-using support::Folder;
 using support::OfferedCamera;
-using support::Sharing;
 
 namespace {
 
-class PtpCopy : public testing::Test {
+class PtpCopy : public support::CopyTest {
   protected:
     static void TearDownTestSuite() { support::awaitCameraThreads(); }
 
@@ -27,7 +24,6 @@ class PtpCopy : public testing::Test {
     void open() { EXPECT_EQ(client.list(camera.listOptions()).event, MRB_EVENT_LIST_READY); }
 
     OfferedCamera camera;
-    Client client;
 };
 
 } // namespace
@@ -40,8 +36,6 @@ TEST_F(PtpCopy, ACopyOfEverythingIsTheSame) {
     camera.folder.setModified("a.jpg", 1'700'000'000);
     open();
     support::select(client, {"a.jpg", "DCIM"});
-    const Folder to;
-    Sharing sharing;
     const support::ShareEvent last = sharing.copyAll(client, to.path());
     EXPECT_EQ(last.event, MRB_EVENT_SHARE_DONE);
     EXPECT_EQ(last.status.done_file_count, 3U);
@@ -57,13 +51,7 @@ TEST_F(PtpCopy, ACopyCanBeStopped) {
     }
     open();
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
-    const Folder to;
-    Sharing sharing;
-    sharing.onEvent = [&sharing](const support::ShareEvent &event) {
-        if (event.event == MRB_EVENT_SHARE_STARTED) {
-            mrb_stop_batch_process_v2(event.share);
-        }
-    };
+    sharing.whenStarted([](const support::ShareEvent &event) { mrb_stop_batch_process_v2(event.share); });
     const support::ShareEvent last = sharing.copyAll(client, to.path());
     EXPECT_EQ(last.event, MRB_EVENT_SHARE_STOPPED);
     for (const auto &[name, content] : support::contents(to.path())) {
@@ -78,13 +66,7 @@ TEST_F(PtpCopy, ACopyEndsWhenTheCameraIsPulledOut) {
     }
     open();
     ASSERT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
-    const Folder to;
-    Sharing sharing;
-    sharing.onEvent = [this](const support::ShareEvent &event) {
-        if (event.event == MRB_EVENT_SHARE_STARTED) {
-            camera.unplug();
-        }
-    };
+    sharing.whenStarted([this](const support::ShareEvent & /*event*/) { camera.unplug(); });
     const support::ShareEvent last = sharing.copyAll(client, to.path());
     EXPECT_EQ(last.event, MRB_EVENT_DEVICE_REMOVED);
     EXPECT_LT(last.status.done_file_count, 200U);
@@ -97,8 +79,6 @@ TEST_F(PtpCopy, AFileThatIsGoneIsLeftOutOfACopy) {
     open();
     fs::remove(camera.folder.path("a.jpg"));
     support::select(client, {"a.jpg", "b.jpg"});
-    const Folder to;
-    Sharing sharing;
     const support::ShareEvent last = sharing.copyAll(client, to.path());
     EXPECT_EQ(last.event, MRB_EVENT_SHARE_FAILED);
     EXPECT_EQ(last.name(), "a.jpg");

@@ -16,10 +16,8 @@
 #include "support/own_process.h"
 #include "support/sharing.h"
 
-using support::Client;
 using support::Folder;
 using support::ShareEvent;
-using support::Sharing;
 using support::tree;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -28,7 +26,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class ShareFailure : public testing::Test {
+class ShareFailure : public support::CopyTest {
   protected:
     void makeFiles(unsigned count, std::size_t size) const {
         for (unsigned number = 0; number < count; ++number) {
@@ -44,17 +42,8 @@ class ShareFailure : public testing::Test {
     // Calls `act` on the event thread as soon as the copy is under way, which then has
     // hundreds of megabytes to go.
     void whenUnderWay(const std::function<void()> &act) {
-        sharing.onEvent = [act](const ShareEvent &event) {
-            if (event.event == MRB_EVENT_SHARE_STARTED) {
-                act();
-            }
-        };
+        sharing.whenStarted([act](const ShareEvent & /*event*/) { act(); });
     }
-
-    const Folder from;
-    const Folder to;
-    Client client;
-    Sharing sharing;
 };
 
 class ShareInOwnMounts : public ShareFailure {

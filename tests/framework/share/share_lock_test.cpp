@@ -41,9 +41,7 @@ class ShareLock : public testing::Test {
 } // namespace
 
 TEST_F(ShareLock, MarksTheSelectedFiles) {
-    for (const char *name : {"0.jpg", "1.jpg", "2.jpg"}) {
-        folder.file(name, 10);
-    }
+    folder.files({"0.jpg", "1.jpg", "2.jpg"}, 10);
     client.list(folder.path());
     const ShareEvent end = lock({"0.jpg", "2.jpg"}, true);
     EXPECT_EQ(end.event, MRB_EVENT_SHARE_DONE);

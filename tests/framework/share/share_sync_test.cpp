@@ -16,10 +16,7 @@
 #include "support/folder.h"
 #include "support/sharing.h"
 
-using support::Client;
-using support::Folder;
 using support::ShareEvent;
-using support::Sharing;
 using testing::IsEmpty;
 
 namespace {
@@ -42,7 +39,7 @@ ino_t inodeOf(const std::string &path) {
     return info.st_ino;
 }
 
-class ShareSync : public testing::Test {
+class ShareSync : public support::CopyTest {
   protected:
     ~ShareSync() override { device().isBroken = false; }
 
@@ -57,10 +54,6 @@ class ShareSync : public testing::Test {
     }
 
     static constexpr unsigned FILES = 20;
-    const Folder from;
-    const Folder to;
-    Client client;
-    Sharing sharing;
 };
 
 } // namespace

@@ -44,12 +44,10 @@ void makeSmallFiles(const Folder &folder) {
 class Held {
   public:
     explicit Held(Sharing &sharing) {
-        sharing.onEvent = [this](const ShareEvent &event) {
-            if (event.event == MRB_EVENT_SHARE_STARTED) {
-                started_.set_value();
-                release_.get_future().wait();
-            }
-        };
+        sharing.whenStarted([this](const ShareEvent & /*event*/) {
+            started_.set_value();
+            release_.get_future().wait();
+        });
     }
     void waitUntilStarted() { started_.get_future().wait(); }
     void release() { release_.set_value(); }
@@ -59,13 +57,7 @@ class Held {
     std::promise<void> release_;
 };
 
-class Copy : public testing::Test {
-  protected:
-    const Folder from;
-    const Folder to;
-    Client client;
-    Sharing sharing;
-};
+class Copy : public support::CopyTest {};
 
 } // namespace
 
@@ -85,9 +77,7 @@ TEST_F(Copy, OneFileArrivesInTheDestinationItself) {
 }
 
 TEST_F(Copy, FilesKeepTheirFoldersBelowTheOneThatAllLieIn) {
-    for (const char *name : {"DCIM/100/a.jpg", "DCIM/101/a.jpg", "DCIM/c.jpg", "d.jpg"}) {
-        from.file(name, 5);
-    }
+    from.files({"DCIM/100/a.jpg", "DCIM/101/a.jpg", "DCIM/c.jpg", "d.jpg"}, 5);
     client.list(from.path());
     // Both files called "a.jpg", by their places in the list, and "c.jpg".
     const std::vector<std::string> names = client.all("name");
@@ -101,9 +91,7 @@ TEST_F(Copy, FilesKeepTheirFoldersBelowTheOneThatAllLieIn) {
 }
 
 TEST_F(Copy, ASelectedFolderArrivesWithWhatTheListHoldsInIt) {
-    for (const char *name : {"x/in/a.jpg", "x/in/deep/b.mp3", "x/in/notes.txt", "x/out.jpg"}) {
-        from.file(name, 5);
-    }
+    from.files({"x/in/a.jpg", "x/in/deep/b.mp3", "x/in/notes.txt", "x/out.jpg"}, 5);
     from.folder("x/in/empty");
     client.list(from.path());
     select(client, {"in"});
@@ -225,9 +213,7 @@ TEST_F(Copy, AFileInTheWayOfAFolderStays) {
 }
 
 TEST_F(Copy, NamesOfAnyBytesArrive) {
-    for (const char *name : {"caf\xC3\xA9.jpg", "\xFF\xFE.jpg", "new\nline.jpg", "-rf.jpg", "a\\b:c*?.jpg"}) {
-        from.file(name, 3);
-    }
+    from.files({"caf\xC3\xA9.jpg", "\xFF\xFE.jpg", "new\nline.jpg", "-rf.jpg", "a\\b:c*?.jpg"}, 3);
     support::selectEverything(client, from.path());
     EXPECT_EQ(sharing.copyAll(client, to.path()).event, MRB_EVENT_SHARE_DONE);
     EXPECT_TRUE(support::contents(from.path()) == support::contents(to.path()));
@@ -322,11 +308,7 @@ TEST_F(Copy, AStopFromInsideTheCallbackEndsIt) {
     makeSmallFiles(from);
     support::selectEverything(client, from.path());
     int code = -1;
-    sharing.onEvent = [&](const ShareEvent &event) {
-        if (event.event == MRB_EVENT_SHARE_STARTED) {
-            code = mrb_stop_batch_process_v2(event.share);
-        }
-    };
+    sharing.whenStarted([&](const ShareEvent &event) { code = mrb_stop_batch_process_v2(event.share); });
     const ShareEvent end = sharing.copyAll(client, to.path());
     EXPECT_EQ(code, MRB_ERR_NONE);
     EXPECT_TRUE(end.event == MRB_EVENT_SHARE_STOPPED || end.event == MRB_EVENT_SHARE_DONE);

@@ -17,6 +17,11 @@ bool isLast(mrb_event_e event) {
            event == MRB_EVENT_LIST_CANCELLED;
 }
 
+int enter(const Client &client, int index) {
+    EXPECT_EQ(mrb_move_to_index_v2(client.handle, index), MRB_ERR_NONE);
+    return mrb_set_navigation_v2(client.handle, MRB_NAVIGATION_ENTER);
+}
+
 Json::Value parse(const char *text) {
     Json::Value value;
     Json::Reader reader;

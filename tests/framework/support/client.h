@@ -75,7 +75,10 @@ class Client {
     std::vector<Event> events_;
 };
 
-// Parses a JSON text; a test failure when it is none.
+// Puts the cursor on an entry and enters it as a folder; the code.
+int enter(const Client &client, int index);
+
+// Parses a JSON text; a test failure when it is not JSON.
 Json::Value parse(const char *text);
 
 // The timeout of tests.

@@ -39,11 +39,7 @@ int main(int count, char **arguments) {
         support::writeNoise(words[1] + "/" + words.at(4), GROWN, 1);
     }
     if (action == "unmount") {
-        sharing.onEvent = [to](const support::ShareEvent &event) {
-            if (event.event == MRB_EVENT_SHARE_STARTED) {
-                umount2(to.c_str(), MNT_DETACH);
-            }
-        };
+        sharing.whenStarted([to](const support::ShareEvent & /*event*/) { umount2(to.c_str(), MNT_DETACH); });
     }
     if (action == "look") {
         // The first ones are folders, whose fields need no reader.

@@ -60,6 +60,12 @@ void Folder::file(const std::string &name, std::size_t size) const {
     }
 }
 
+void Folder::files(std::initializer_list<const char *> names, std::size_t size) const {
+    for (const char *name : names) {
+        file(name, size);
+    }
+}
+
 void Folder::folder(const std::string &name) const { std::filesystem::create_directories(path_ / name); }
 
 void Folder::setModified(const std::string &name, std::int64_t seconds) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 namespace support {
@@ -19,6 +20,7 @@ class Folder {
 
     // Writes a file of `size` bytes, with the folders that it lies in.
     void file(const std::string &name, std::size_t size = 0) const;
+    void files(std::initializer_list<const char *> names, std::size_t size = 0) const;
     void folder(const std::string &name) const;
     // Dates the last change of a file or folder, in seconds since 1970.
     void setModified(const std::string &name, std::int64_t seconds) const;

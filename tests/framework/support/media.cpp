@@ -1,5 +1,7 @@
 #include "support/media.h"
 
+#include <filesystem>
+
 #include "support/fields.h"
 
 namespace support {
@@ -39,6 +41,18 @@ ff -f lavfi -i testsrc2=size=160x120:rate=10:duration=2 -c:v mpeg4 silent.avi &&
 } // namespace
 
 void makeMedia(const Folder &folder) { shell(folder.path(), MAKE); }
+
+MediaFolder::MediaFolder(std::initializer_list<const char *> names) {
+    if (names.size() == 0) {
+        makeMedia(*this);
+        return;
+    }
+    const Folder all;
+    makeMedia(all);
+    for (const char *name : names) {
+        std::filesystem::copy(all.path(name), path(name));
+    }
+}
 
 const Folder *MediaTest::media_ = nullptr;
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
 #include "support/folder.h"
 
 namespace support {
@@ -11,6 +13,12 @@ namespace support {
 // song.flac, song.ogg, song.m4a, song.wav, covered.mp3, covered.flac, film.mp4, film.mkv, film.ts,
 // silent.avi.
 void makeMedia(const Folder &folder);
+
+// A folder with these files of makeMedia; all of them without names.
+class MediaFolder : public Folder {
+  public:
+    explicit MediaFolder(std::initializer_list<const char *> names = {});
+};
 
 // A test of the media that makeMedia makes, which it makes once for the suite and which the
 // tests do not change.

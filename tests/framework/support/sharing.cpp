@@ -19,6 +19,19 @@ bool isLastOfShare(mrb_event_e event) {
            event == MRB_EVENT_DEVICE_REMOVED;
 }
 
+ShareEvent CopyTest::copyEverything() {
+    EXPECT_EQ(mrb_select_all_v2(client.handle), MRB_ERR_NONE);
+    return sharing.copyAll(client, to.path());
+}
+
+void Sharing::whenStarted(std::function<void(const ShareEvent &)> act) {
+    onEvent = [act = std::move(act)](const ShareEvent &event) {
+        if (event.event == MRB_EVENT_SHARE_STARTED) {
+            act(event);
+        }
+    };
+}
+
 int Sharing::copy(const Client &list, const std::string &destination) {
     return start(MRB_SHARE_COPY, list.handle, [&](mrb_share_param_h param) {
         EXPECT_EQ(mrb_param_set_share_dest_dev_path(param, destination.c_str()), MRB_ERR_NONE);

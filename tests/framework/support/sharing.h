@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <condition_variable>
 #include <cstdint>
 #include <filesystem>
@@ -12,6 +14,7 @@
 
 #include "mrb/share.h"
 #include "support/client.h"
+#include "support/folder.h"
 
 namespace support {
 
@@ -52,6 +55,9 @@ class Sharing {
     ShareEvent waitFor(const std::function<bool(const std::vector<ShareEvent> &)> &isEnough);
     [[nodiscard]] std::vector<ShareEvent> events();
 
+    // Has `act` called on the event thread when a share has started.
+    void whenStarted(std::function<void(const ShareEvent &)> act);
+
     mrb_share_handler_h handle = 0;
     // Called on the event thread after the event was kept.
     std::function<void(const ShareEvent &)> onEvent;
@@ -63,6 +69,18 @@ class Sharing {
     std::mutex lock_;
     std::condition_variable arrived_;
     std::vector<ShareEvent> events_;
+};
+
+// A test that copies from lists to a folder.
+class CopyTest : public testing::Test {
+  protected:
+    // Copies everything in the client's list; the last event.
+    ShareEvent copyEverything();
+
+    const Folder from;
+    const Folder to;
+    Client client;
+    Sharing sharing;
 };
 
 // Opens the list of a folder and selects everything in it.

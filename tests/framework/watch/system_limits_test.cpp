@@ -33,11 +33,7 @@ void limit(const char *what, int most) {
 
 class SystemLimits : public support::OwnProcess {
   protected:
-    SystemLimits() {
-        for (const char *name : {"a.jpg", "1/b.jpg", "2/c.jpg", "3/d.jpg", "4/e.jpg"}) {
-            folder.file(name);
-        }
-    }
+    SystemLimits() { folder.files({"a.jpg", "1/b.jpg", "2/c.jpg", "3/d.jpg", "4/e.jpg"}); }
 
     // Opens the list, which has to be complete; the log of that time.
     std::string listed() {

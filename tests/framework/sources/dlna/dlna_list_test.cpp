@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "mrb/storage.h"
@@ -40,6 +41,15 @@ void ignoreState(int /*state*/, void * /*self*/) {}
 
 class DlnaList : public support::DlnaTest {};
 
+// A server of real media, and a client of the service that finds it.
+struct Shelf {
+    explicit Shelf(std::initializer_list<const char *> names = {}) : media(names) {}
+
+    const support::MediaFolder media;
+    DlnaClient service;
+    const MediaServer server{MediaServer::Kind::MINIDLNA, "Shelf", media.path()};
+};
+
 } // namespace
 
 TEST_F(DlnaList, NeedsTheService) {
@@ -65,13 +75,10 @@ TEST_F(DlnaList, HoldsTheFilesMetadata) {
     if (!insideNetwork()) {
         return;
     }
-    const support::Folder media;
-    support::makeMedia(media);
-    DlnaClient service;
-    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Shelf shelf;
     Client client;
     // song.flac, song.m4a, song.mp3, song.ogg, song.wav, covered.flac, covered.mp3
-    listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 7);
+    listAll(client, {.path = shelf.service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 7);
     ASSERT_EQ(client.count(), 7);
     for (int song = 0; song < 7; ++song) {
         EXPECT_EQ(support::number(client, song, "MEDIA_TYPE"), MRB_ITEM_TYPE_MUSIC);
@@ -93,17 +100,14 @@ TEST_F(DlnaList, IsSearchedAndSortedAndPlayed) {
     if (!insideNetwork()) {
         return;
     }
-    const support::Folder media;
-    support::makeMedia(media);
-    DlnaClient service;
-    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Shelf shelf;
     Client client;
     const ListOptions options{.path = "127.0.0.1",
                               .contentType = "IMAGE",
                               .sortCategory = "NAME DESC",
                               .source = "SOURCE_DLNA",
                               .keyWord = "PHO"};
-    service.server();
+    shelf.service.server();
     listAll(client, options, 1);
     ASSERT_EQ(client.count(), 1);
     EXPECT_EQ(client.item(0)["name"], "photo");
@@ -256,15 +260,9 @@ TEST_F(DlnaList, HasThumbnailsFromItsServer) {
     if (!insideNetwork()) {
         return;
     }
-    const support::Folder media;
-    support::makeMedia(media);
-    for (const char *file : {"song.mp3", "song.flac", "song.ogg", "song.wav", "song.m4a", "covered.flac"}) {
-        std::filesystem::remove(media.path(file));
-    }
-    DlnaClient service;
-    const MediaServer server(MediaServer::Kind::MINIDLNA, "Shelf", media.path());
+    Shelf shelf({"photo.jpg", "covered.mp3"});
     Client client;
-    listAll(client, {.path = service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 1);
+    listAll(client, {.path = shelf.service.server(), .contentType = "MUSIC", .source = "SOURCE_DLNA"}, 1);
     ASSERT_EQ(client.count(), 1);
     MediaServer::waitUntilScanned();
     const std::string picture = support::text(client, 0, "THUMBNAIL_PATH");

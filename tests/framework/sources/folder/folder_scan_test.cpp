@@ -47,9 +47,7 @@ TEST(Scan, KnowsExtensionsInAnyCase) {
 
 TEST(Scan, CountsEveryType) {
     const Folder folder;
-    for (const char *name : {"a.jpg", "b.png", "c.mp3", "d.mp4", "e.mkv", "f.webm", "g.pls", "sub/h.xspf"}) {
-        folder.file(name);
-    }
+    folder.files({"a.jpg", "b.png", "c.mp3", "d.mp4", "e.mkv", "f.webm", "g.pls", "sub/h.xspf"});
     Client client;
     client.list(folder.path());
     EXPECT_EQ(client.count(), 9);
@@ -66,9 +64,7 @@ TEST(Scan, CountsEveryType) {
 
 TEST(Scan, AFoldersFilesComeBeforeItsFoldersAndEachFolderBeforeItsContents) {
     const Folder folder;
-    for (const char *name : {"z.jpg", "a/y.jpg", "a/b/x.jpg", "a/c/w.jpg", "d/v.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"z.jpg", "a/y.jpg", "a/b/x.jpg", "a/c/w.jpg", "d/v.jpg"});
     Client client;
     client.list(folder.path());
     EXPECT_THAT(client.all("name"),
@@ -77,9 +73,7 @@ TEST(Scan, AFoldersFilesComeBeforeItsFoldersAndEachFolderBeforeItsContents) {
 
 TEST(Scan, NumbersInNamesCountByTheirValue) {
     const Folder folder;
-    for (const char *name : {"img10.jpg", "img2.jpg", "img1.jpg", "IMG3.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"img10.jpg", "img2.jpg", "img1.jpg", "IMG3.jpg"});
     Client client;
     client.list(folder.path());
     EXPECT_THAT(client.all("name"), ElementsAre("img1.jpg", "img2.jpg", "IMG3.jpg", "img10.jpg"));
@@ -87,9 +81,7 @@ TEST(Scan, NumbersInNamesCountByTheirValue) {
 
 TEST(Scan, AccentedLettersStandNextToTheirBaseLetter) {
     const Folder folder;
-    for (const char *name : {"zoo.jpg", "École.jpg", "ecole2.jpg", "abc.jpg"}) {
-        folder.file(name);
-    }
+    folder.files({"zoo.jpg", "École.jpg", "ecole2.jpg", "abc.jpg"});
     Client client;
     client.list(folder.path());
     EXPECT_THAT(client.all("name"), ElementsAre("abc.jpg", "École.jpg", "ecole2.jpg", "zoo.jpg"));
@@ -97,9 +89,7 @@ TEST(Scan, AccentedLettersStandNextToTheirBaseLetter) {
 
 TEST(Scan, AContentTypeKeepsOneTypeFromEveryLevel) {
     const Folder folder;
-    for (const char *name : {"a.jpg", "b.mp3", "sub/c.jpg", "sub/d.mp4", "sub/list.m3u"}) {
-        folder.file(name);
-    }
+    folder.files({"a.jpg", "b.mp3", "sub/c.jpg", "sub/d.mp4", "sub/list.m3u"});
     const std::pair<const char *, std::vector<std::string>> cases[] = {
         {"ALL", {"a.jpg", "b.mp3", "sub", "c.jpg", "d.mp4", "list.m3u"}},
         {"IMAGE", {"a.jpg", "c.jpg"}},

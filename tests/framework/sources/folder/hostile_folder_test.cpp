@@ -56,6 +56,12 @@ mrb::FillResult scan(Meddler &meddler, const std::string &path) {
     return mrb::FolderScan(meddler, path).run(openFolder(path));
 }
 
+// The last event of a list that is opened without a privilege to read everything.
+support::Event listUnprivileged(Client &client, const Folder &folder) {
+    const support::UnprivilegedFiles unprivileged;
+    return client.list(folder.path());
+}
+
 } // namespace
 
 TEST(HostileFolder, AnUnreadableFolderIsListedAndCountedAndCostsOnlyItsContents) {
@@ -64,11 +70,7 @@ TEST(HostileFolder, AnUnreadableFolderIsListedAndCountedAndCostsOnlyItsContents)
     folder.file("open/inside.jpg");
     ASSERT_EQ(chmod(folder.path("locked").c_str(), 0), 0);
     Client client;
-    support::Event last;
-    {
-        const support::UnprivilegedFiles unprivileged;
-        last = client.list(folder.path());
-    }
+    const support::Event last = listUnprivileged(client, folder);
     chmod(folder.path("locked").c_str(), 0755);
     EXPECT_EQ(last.event, MRB_EVENT_LIST_READY);
     EXPECT_EQ(last.data["unreadable"], 1);
@@ -81,11 +83,7 @@ TEST(HostileFolder, AFolderWhoseFilesCannotBeReachedCountsAsUnreadableOnce) {
     folder.file("names/b.jpg");
     ASSERT_EQ(chmod(folder.path("names").c_str(), 0444), 0);
     Client client;
-    support::Event last;
-    {
-        const support::UnprivilegedFiles unprivileged;
-        last = client.list(folder.path());
-    }
+    const support::Event last = listUnprivileged(client, folder);
     chmod(folder.path("names").c_str(), 0755);
     EXPECT_EQ(last.data["unreadable"], 1);
     EXPECT_THAT(client.all("name"), ElementsAre("names"));

@@ -17,6 +17,7 @@
 #include "support/songs.h"
 
 using support::Client;
+using support::enter;
 using support::Folder;
 using support::ListOptions;
 using support::playlist;
@@ -28,11 +29,6 @@ namespace {
 
 int navigate(const Client &client, int navigation) {
     return mrb_set_navigation_v2(client.handle, navigation);
-}
-
-int enter(const Client &client, int index) {
-    EXPECT_EQ(mrb_move_to_index_v2(client.handle, index), MRB_ERR_NONE);
-    return navigate(client, MRB_NAVIGATION_ENTER);
 }
 
 int playData(const Client &client, int index, Json::Value &data) {
@@ -58,9 +54,7 @@ class PreparedPlaylist : public support::OwnProcess {};
 
 TEST(Playlist, APlaylistThatTheRequestNamesIsListedInItsOrder) {
     const Folder folder;
-    for (const char *name : {"c.mp3", "a.mp3", "sub/b.mp4"}) {
-        folder.file(name, 3);
-    }
+    folder.files({"c.mp3", "a.mp3", "sub/b.mp4"}, 3);
     writeText(folder, "p.m3u", "#EXTM3U\nc.mp3\nsub\\b.mp4\na.mp3\nc.mp3\n");
     Client client;
     EXPECT_EQ(client.list(playlist(folder.path("p.m3u"))).event, MRB_EVENT_LIST_READY);
@@ -201,9 +195,7 @@ TEST(Playlist, WhatIsWrittenToAFileOfAFolderIsReadInAPlaylist) {
 
 TEST(Playlist, FiltersAndOrdersAreThoseOfOtherLists) {
     const Folder folder;
-    for (const char *name : {"b.mp3", "a.jpg", "c.flac"}) {
-        folder.file(name);
-    }
+    folder.files({"b.mp3", "a.jpg", "c.flac"});
     writeText(folder, "p.m3u", "#EXTINF:1,Z\nb.mp3\na.jpg\nc.flac\n#EXTINF:1,0\nhttp://h/x.mp3\n");
     const std::pair<ListOptions, std::vector<std::string>> lists[] = {
         {{.contentType = "MUSIC"}, {"b.mp3", "c.flac", "x.mp3"}},
@@ -249,9 +241,7 @@ TEST_F(PreparedPlaylist, HasTheReadersOfItsFilesLoaded) {
 
 TEST(Playlist, APlaylistInAPlaylistOpensAsAFolder) {
     const Folder folder;
-    for (const char *name : {"a.mp3", "b.mp3", "sub/c.mp3"}) {
-        folder.file(name);
-    }
+    folder.files({"a.mp3", "b.mp3", "sub/c.mp3"});
     writeText(folder, "outer.m3u", "a.mp3\nsub/inner.xspf\nb.mp3\n");
     writeText(folder, "sub/inner.xspf",
               "<playlist><trackList><track><location>c.mp3</location></track></trackList></playlist>");
@@ -322,9 +312,7 @@ TEST_F(FoundPlaylists, AreThoseOfStoragesAndOfTheMusicFolder) {
         return;
     }
     const Folder folder;
-    for (const char *name : {"stick/a.mp3", "Klänge/b.mp3", "elsewhere/c.mp3"}) {
-        folder.file(name);
-    }
+    folder.files({"stick/a.mp3", "Klänge/b.mp3", "elsewhere/c.mp3"});
     writeText(folder, "stick/deep/er/p.m3u", "../../a.mp3\n../../../elsewhere/c.mp3\n");
     writeText(folder, "stick/.hidden/h.m3u", "../a.mp3\n");
     writeText(folder, "Klänge/q.pls", "File1=b.mp3\nFile2=../stick/a.mp3\nTitle2=On the stick\n");

@@ -193,9 +193,7 @@ TEST_F(PtpList, OfAFolderThatIsNotThereFails) {
 }
 
 TEST_F(PtpList, HoldsMediaOnlyAndNoHiddenFiles) {
-    for (const char *name : {".a.jpg", "a.txt", ".trash/b.jpg", "$RECYCLE.BIN/c.jpg", "notes"}) {
-        camera.folder.file(name, 1);
-    }
+    camera.folder.files({".a.jpg", "a.txt", ".trash/b.jpg", "$RECYCLE.BIN/c.jpg", "notes"}, 1);
     Client client;
     client.list(camera.listOptions());
     EXPECT_THAT(client.all("name"), IsEmpty());
