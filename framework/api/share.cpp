@@ -67,19 +67,19 @@ int mrb_param_set_share_user_data_udata(mrb_share_user_data_param_h param, void 
 }
 
 int mrb_param_set_share_user_data_cb(mrb_share_user_data_param_h param, mrb_batch_process_cb callback) {
-    return mrb::setValue<ShareCallback>(param, &ShareCallback::callback, callback);
+    return mrb::setValue<ShareCallback>(param, &ShareCallback::function, callback);
 }
 
 int mrb_batch_process_v2(int share_type, mrb_share_param_h param, mrb_agent_handler_h agent,
                          mrb_share_user_data_param_h user_data_param, mrb_share_handler_h *share) {
     // The call takes ownership, so it has to release it.
-    const std::unique_ptr<mrb_share_user_data_param_s> listener(user_data_param);
-    if (param == nullptr || share == nullptr || !listener || listener->callback == nullptr) {
+    const std::unique_ptr<mrb_share_user_data_param_s> callback(user_data_param);
+    if (param == nullptr || share == nullptr || !callback || callback->function == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
     return mrb::guard([&] {
         SessionManager &sessions = SessionManager::instance();
-        return sessions.shares().start(share_type, *param, sessions.find(agent), *listener, share);
+        return sessions.shares().start(share_type, *param, sessions.find(agent), *callback, share);
     });
 }
 

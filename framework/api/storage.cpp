@@ -98,22 +98,22 @@ int mrb_set_usb_callback(mrb_storage_notification_cb callback, void *user_data) 
     if (callback == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return mrb::guard([&] { return DeviceService::instance().listen(callback, user_data); });
+    return mrb::guard([&] { return DeviceService::instance().setCallback(callback, user_data); });
 }
 
 int mrb_unset_usb_callback(void) {
-    return mrb::guard([] { return DeviceService::instance().unlisten(); });
+    return mrb::guard([] { return DeviceService::instance().removeCallback(); });
 }
 
 int mrb_set_dlna_callback(mrb_storage_notification_cb callback, void *user_data) {
     if (callback == nullptr) {
         return MRB_ERR_INVALID_PARAMETER;
     }
-    return mrb::guard([&] { return DlnaService::instance().listen(callback, user_data); });
+    return mrb::guard([&] { return DlnaService::instance().setCallback(callback, user_data); });
 }
 
 int mrb_unset_dlna_callback(void) {
-    return mrb::guard([] { return DlnaService::instance().unlisten(); });
+    return mrb::guard([] { return DlnaService::instance().removeCallback(); });
 }
 
 int mrb_Init_dlna_service(mrb_dlna_state_cb callback, void *user_data) {

@@ -38,15 +38,15 @@ DlnaService &DlnaService::instance() {
 
 bool DlnaService::finish(Time deadline) { return instance().shutDown(deadline); }
 
-int DlnaService::begin(const StateCallback &listener) {
+int DlnaService::begin(const StateCallback &callback) {
     const MutexLock guard(lock_);
     if (down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
     events_.start();
-    auto known = find(listener);
+    auto known = find(callback);
     if (known == clients_.end()) {
-        known = clients_.insert(clients_.end(), {std::make_shared<ServiceClient>(listener)});
+        known = clients_.insert(clients_.end(), {std::make_shared<ServiceClient>(callback)});
     }
     if (running_) {
         post(known->target, MRB_SERVICE_STATE_STARTED);
@@ -55,9 +55,9 @@ int DlnaService::begin(const StateCallback &listener) {
     return MRB_ERR_NONE;
 }
 
-int DlnaService::end(const StateCallback &listener) {
+int DlnaService::end(const StateCallback &callback) {
     const MutexLock guard(lock_);
-    const auto known = find(listener);
+    const auto known = find(callback);
     if (known == clients_.end() || down_) {
         return MRB_ERR_NOT_INITIALIZED;
     }
@@ -98,7 +98,7 @@ int DlnaService::dismissHere(const std::shared_ptr<ServiceClient> &client, Time 
     return MRB_ERR_NONE;
 }
 
-int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
+int DlnaService::setCallback(mrb_storage_notification_cb callback, void *userData) {
     {
         const MutexLock guard(lock_);
         if (down_) {
@@ -111,12 +111,12 @@ int DlnaService::listen(mrb_storage_notification_cb callback, void *userData) {
 int DlnaService::list(std::vector<Device> &servers) {
     const MutexLock guard(lock_);
     servers = servers_.list(DeviceKind::SERVER);
-    return isWanted() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
+    return hasClients() ? MRB_ERR_NONE : MRB_ERR_NOT_INITIALIZED;
 }
 
 Status DlnaService::find(const std::string &idOrAddress, Found &found) {
     const MutexLock guard(lock_);
-    if (!isWanted() || down_) {
+    if (!hasClients() || down_) {
         return Status::notInitialized("The DLNA service is not started.");
     }
     std::vector<Device> servers = servers_.list(DeviceKind::SERVER);
@@ -140,23 +140,23 @@ Status DlnaService::find(const std::string &idOrAddress, Found &found) {
 
 std::shared_ptr<ContentDirectoryClient> DlnaService::contentClient() {
     const MutexLock guard(lock_);
-    return isWanted() && network_ ? network_->contentClient() : nullptr;
+    return hasClients() && network_ ? network_->contentClient() : nullptr;
 }
 
 bool DlnaService::isThere(const std::string &id) {
     const MutexLock guard(lock_);
-    return isWanted() && servers_.contains(id);
+    return hasClients() && servers_.contains(id);
 }
 
 // Brings the network and the clients into the wanted state, one step at a time: the events of
 // a step are queued before the next step's.
 void DlnaService::update() {
     const MutexLock guard(lock_);
-    if (isWanted() && !network_ && !down_) {
+    if (hasClients() && !network_ && !down_) {
         startNetwork();
     }
     // Also a network that the last client ended while it was being started.
-    if ((!isWanted() || down_) && network_) {
+    if ((!hasClients() || down_) && network_) {
         stopNetwork();
         postUpdate();
         return;
@@ -248,7 +248,7 @@ void DlnaService::postServerEvents() {
     notifier_->post();
 }
 
-bool DlnaService::isWanted() const {
+bool DlnaService::hasClients() const {
     return std::ranges::any_of(clients_, [](const Client &client) { return !client.ending; });
 }
 
@@ -256,9 +256,9 @@ bool DlnaService::isGone(const std::shared_ptr<ServiceClient> &client) const {
     return std::ranges::find(clients_, client, &Client::target) == clients_.end();
 }
 
-std::vector<DlnaService::Client>::iterator DlnaService::find(const StateCallback &listener) {
+std::vector<DlnaService::Client>::iterator DlnaService::find(const StateCallback &callback) {
     return std::ranges::find_if(clients_, [&](const Client &client) {
-        return client.target->listener() == listener && !client.ending;
+        return client.target->callback() == callback && !client.ending;
     });
 }
 

@@ -36,17 +36,17 @@ class DlnaService final : private NetworkObserver {
 
     // Adds a client; one that has begun already is notified of the state again. Throws
     // std::system_error when the system has no room for the thread.
-    int begin(const StateCallback &listener);
+    int begin(const StateCallback &callback);
 
     // Returns when the client was notified that the service has stopped, for this client at
     // least, and will not be called back any more. If the event thread is busy for long, with a
     // network that does not end, the calling thread makes that callback. MRB_ERR_NOT_INITIALIZED:
     // it has not begun; MRB_ERR_TIMEOUT: its callback has not returned.
-    int end(const StateCallback &listener);
+    int end(const StateCallback &callback);
 
     // Sets or replaces the callback for servers, and removes it, as DeviceNotifier does.
-    int listen(mrb_storage_notification_cb callback, void *userData);
-    int unlisten() { return notifier_->remove(); }
+    int setCallback(mrb_storage_notification_cb callback, void *userData);
+    int removeCallback() { return notifier_->remove(); }
 
     // The known servers. MRB_ERR_NOT_INITIALIZED: no client has begun the service.
     int list(std::vector<Device> &servers);
@@ -93,9 +93,9 @@ class DlnaService final : private NetworkObserver {
 
     void notifyClients(int state) MRB_REQUIRES(lock_);
     void postServerEvents() MRB_REQUIRES(lock_);
-    [[nodiscard]] bool isWanted() const MRB_REQUIRES(lock_);
+    [[nodiscard]] bool hasClients() const MRB_REQUIRES(lock_);
     [[nodiscard]] bool isGone(const std::shared_ptr<ServiceClient> &client) const MRB_REQUIRES(lock_);
-    [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &listener) MRB_REQUIRES(lock_);
+    [[nodiscard]] std::vector<Client>::iterator find(const StateCallback &callback) MRB_REQUIRES(lock_);
 
     const Start start_;
     EventThread events_{"mrb-dlna-events"};

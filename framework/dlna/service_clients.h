@@ -7,7 +7,7 @@ namespace mrb::dlna {
 
 // The callback of a client for the service's state.
 struct StateCallback {
-    mrb_dlna_state_cb callback = nullptr;
+    mrb_dlna_state_cb function = nullptr;
     void *userData = nullptr;
 
     bool operator==(const StateCallback &) const = default;
@@ -17,14 +17,14 @@ struct StateCallback {
 // calls back.
 class ServiceClient final : public EventTarget {
   public:
-    explicit ServiceClient(StateCallback listener) : listener_(listener) {}
+    explicit ServiceClient(StateCallback callback) : callback_(callback) {}
 
-    [[nodiscard]] const StateCallback &listener() const { return listener_; }
+    [[nodiscard]] const StateCallback &callback() const { return callback_; }
 
-    void notify(int state) const noexcept { listener_.callback(state, listener_.userData); }
+    void notify(int state) const noexcept { callback_.function(state, callback_.userData); }
 
   private:
-    const StateCallback listener_;
+    const StateCallback callback_;
 };
 
 } // namespace mrb::dlna

@@ -44,7 +44,7 @@ class StringTable {
         return found->second;
     }
 
-    // Sorts the names, and replaces the numbers in `places` by positions among them. False:
+    // Sorts the names, and replaces the numbers in `groupOfItem` by positions among them. False:
     // cancelled.
     bool arrange(FileGroups &groups, const CancellationToken &cancellation) const {
         std::vector<std::int32_t> numbers(texts_.size());

@@ -32,8 +32,8 @@ const char *fieldOf(SortKey key) {
 
 // The positions of the texts in natural order, the same for equal texts; UNKNOWN for empty ones.
 // No value: cancelled.
-std::optional<std::vector<std::int64_t>> places(const std::vector<std::string> &texts,
-                                                const CancellationToken &cancellation) {
+std::optional<std::vector<std::int64_t>> ranksOf(const std::vector<std::string> &texts,
+                                                 const CancellationToken &cancellation) {
     NaturalOrder order;
     std::vector<std::pair<std::string, std::size_t>> keyed;
     for (std::size_t index = 0; index < texts.size(); ++index) {

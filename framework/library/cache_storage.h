@@ -15,7 +15,7 @@ namespace mrb {
 // Identifies the contents of a file: with another size or time, it is another file.
 struct MediaKey {
     std::string volume; // the storage's id
-    std::string path;   // below the storage's mount place; any bytes but zero
+    std::string path;   // below the storage's mount point; any bytes but zero
     std::int64_t size = 0;
     std::int64_t modified = 0; // seconds since 1970
 

@@ -308,7 +308,7 @@ void PromptCache::writeAll() {
             guard.lock();
         }
         if (writer_.isHeldUp) {
-            const auto next = steady_clock::now() + PUBLISH_INTERVAL;
+            const auto next = steady_clock::now() + RETRY_INTERVAL;
             while (!isFinishing_ && writer_.wake.waitUntil(lock_, next)) {
             }
         }

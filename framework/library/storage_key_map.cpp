@@ -19,8 +19,8 @@ StorageKeyMap::StorageKeyMap(std::string root) : root_(std::move(root)) {
 MediaKey StorageKeyMap::keyOf(const std::string &path, std::int64_t size, std::int64_t modified) const {
     const std::string real = path.starts_with(root_) ? realRoot_ + path.substr(root_.size()) : path;
     for (const Mount &mount : mounts_) {
-        if (real.starts_with(mount.place + '/')) {
-            return {mount.id, real.substr(mount.place.size()), size, modified};
+        if (real.starts_with(mount.mountPoint + '/')) {
+            return {mount.id, real.substr(mount.mountPoint.size()), size, modified};
         }
     }
     return {"", real, size, modified};

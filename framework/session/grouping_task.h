@@ -25,7 +25,7 @@ class GroupingTask {
     // The thread that filled the list, once.
     [[nodiscard]] bool listIsComplete();
 
-    // Cancels a running reading, soon. A later want starts another. Any thread.
+    // Cancels a running reading, soon. A later request starts another. Any thread.
     void cancel();
 
     // Called when no thread could be started for run. The thread that called request.
@@ -43,7 +43,7 @@ class GroupingTask {
     Mutex lock_;
     Grouping requested_ MRB_GUARDED_BY(lock_) = Grouping::NONE;
     Grouping lastRead_ MRB_GUARDED_BY(lock_) = Grouping::NONE; // the last grouping that was read to the end
-    bool isComplete_ MRB_GUARDED_BY(lock_) = false;         // the list
+    bool isComplete_ MRB_GUARDED_BY(lock_) = false;            // the list
     bool isRunning_ MRB_GUARDED_BY(lock_) = false;
 };
 

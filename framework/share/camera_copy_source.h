@@ -10,7 +10,7 @@
 
 namespace mrb {
 
-// The items of a camera's list. Owned and called as every Origin is.
+// The items of a camera's list. Owned and called as every CopySource is.
 class CameraCopySource final : public CopySource {
   public:
     // Null: the list is not one of a camera.

@@ -13,7 +13,7 @@ constexpr std::string_view REFUSED_AT_END = ". ";
 constexpr std::string_view REPLACEMENT_CHARACTER = "\xEF\xBF\xBD";
 
 // The maximum length of a name in bytes on most file systems, and on those that encrypt names.
-constexpr std::size_t LONGEST = 255;
+constexpr std::size_t MAX_LENGTH = 255;
 constexpr std::size_t MAX_ENCRYPTED_LENGTH = 143;
 
 // A longer one is the end of a sentence rather than an extension.
@@ -89,10 +89,10 @@ bool NameCandidates::next(int error) {
         name_ = portableName(name_);
         return true;
     case ENAMETOOLONG:
-        if (mostBytes_ == MAX_ENCRYPTED_LENGTH) {
+        if (maxBytes_ == MAX_ENCRYPTED_LENGTH) {
             return false;
         }
-        mostBytes_ = mostBytes_ > LONGEST ? LONGEST : MAX_ENCRYPTED_LENGTH;
+        maxBytes_ = maxBytes_ > MAX_LENGTH ? MAX_LENGTH : MAX_ENCRYPTED_LENGTH;
         return true;
     default:
         return false;

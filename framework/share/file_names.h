@@ -30,7 +30,7 @@ class NameCandidates {
 
     NameCandidates(std::string_view name, bool isFolder) : name_(name), isFolder_(isFolder) {}
 
-    [[nodiscard]] std::string current() const { return numberedName(name_, number_, isFolder_, mostBytes_); }
+    [[nodiscard]] std::string current() const { return numberedName(name_, number_, isFolder_, maxBytes_); }
 
     // Advances to the next name after the current one failed with `error`; false: another name
     // would fail too.
@@ -41,7 +41,7 @@ class NameCandidates {
     bool isFolder_;
     bool isPortable_ = false;
     unsigned number_ = 0;
-    std::size_t mostBytes_ = std::string::npos;
+    std::size_t maxBytes_ = std::string::npos;
 };
 
 } // namespace mrb

@@ -8,7 +8,7 @@
 
 namespace mrb {
 
-// The files below a list's folder. Owned and called as every Origin is.
+// The files below a list's folder. Owned and called as every CopySource is.
 class FolderCopySource final : public LocalCopySource {
   public:
     explicit FolderCopySource(std::shared_ptr<ListSession> list)

@@ -10,7 +10,7 @@
 namespace mrb {
 
 // The files of a list that may lie anywhere on this machine, as those of playlists do. Those that
-// do not exist, or lie on another machine, fail one by one. Owned and called as every Origin is.
+// do not exist, or lie on another machine, fail one by one. Owned and called as every CopySource is.
 class ListedCopySource final : public LocalCopySource {
   public:
     explicit ListedCopySource(std::shared_ptr<ListSession> list)

@@ -15,7 +15,7 @@
 namespace mrb {
 
 // Files of this machine below one folder; only regular files are opened. Derived classes
-// determine an item's file. Owned and called as every Origin is.
+// determine an item's file. Owned and called as every CopySource is.
 class LocalCopySource : public CopySource {
   public:
     Status begin(const CancellationToken &cancellation) override;

@@ -12,7 +12,7 @@
 namespace mrb {
 
 // The items of a DLNA server's list, which become files when they are downloaded. Owned and
-// called as every Origin is.
+// called as every CopySource is.
 class ServerCopySource final : public CopySource {
   public:
     // The maximum that is read of a file of unknown size.

@@ -22,9 +22,9 @@ bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 
 
 } // namespace
 
-Share::Share(EventThread &events, mrb_share_handler_h handle, ShareCallback listener,
+Share::Share(EventThread &events, mrb_share_handler_h handle, ShareCallback callback,
              std::unique_ptr<Job> job, std::function<void()> ended)
-    : events_(events), handle_(handle), listener_(listener), job_(std::move(job)), ended_(std::move(ended)) {}
+    : events_(events), handle_(handle), callback_(callback), job_(std::move(job)), ended_(std::move(ended)) {}
 
 void Share::run() noexcept {
     try {
@@ -77,7 +77,7 @@ void Share::deliver(int event) noexcept {
     mrb_share_status_info_s progress = progress_;
     const bool isLast = event == lastEvent_;
     guard.unlock();
-    listener_.callback(listener_.userData, handle_, event, &progress);
+    callback_.function(callback_.userData, handle_, event, &progress);
     guard.lock();
     notifiedAt_ = steady_clock::now();
     if (event == MRB_EVENT_SHARE_PROGRESS) {

@@ -16,7 +16,7 @@ namespace mrb {
 
 // The callback of a share.
 struct ShareCallback {
-    mrb_batch_process_cb callback = nullptr;
+    mrb_batch_process_cb function = nullptr;
     void *userData = nullptr;
 };
 
@@ -26,7 +26,7 @@ struct ShareCallback {
 class Share final : public EventTarget, public std::enable_shared_from_this<Share>, private JobObserver {
   public:
     // `ended` is called on the event thread after the last event was delivered.
-    Share(EventThread &events, mrb_share_handler_h handle, ShareCallback listener, std::unique_ptr<Job> job,
+    Share(EventThread &events, mrb_share_handler_h handle, ShareCallback callback, std::unique_ptr<Job> job,
           std::function<void()> ended);
 
     // The worker's main function: waits for begin, runs the job, and posts the started event and
@@ -59,7 +59,7 @@ class Share final : public EventTarget, public std::enable_shared_from_this<Shar
 
     EventThread &events_;
     const mrb_share_handler_h handle_;
-    const ShareCallback listener_;
+    const ShareCallback callback_;
     std::unique_ptr<Job> job_; // used by the worker only
     const std::function<void()> ended_;
 

@@ -65,7 +65,7 @@ Status makeUpload(const ShareRequest &request, const std::shared_ptr<ListSession
 } // namespace
 
 int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-                  ShareCallback listener, mrb_share_handler_h *handle) {
+                  ShareCallback callback, mrb_share_handler_h *handle) {
     std::unique_ptr<Job> job;
     const Status status = makeJob(type, request, list, job);
     if (!status.ok()) {
@@ -74,7 +74,7 @@ int Shares::start(int type, const ShareRequest &request, const std::shared_ptr<L
     }
     events_.start();
     mrb_share_handler_h number = 0;
-    const std::shared_ptr<Share> share = add(listener, std::move(job), number);
+    const std::shared_ptr<Share> share = add(callback, std::move(job), number);
     if (!share) {
         return MRB_ERR_NOT_INITIALIZED;
     }
@@ -146,7 +146,7 @@ void Shares::shutDown() {
     }
 }
 
-std::shared_ptr<Share> Shares::add(ShareCallback listener, std::unique_ptr<Job> job,
+std::shared_ptr<Share> Shares::add(ShareCallback callback, std::unique_ptr<Job> job,
                                    mrb_share_handler_h &handle) {
     const MutexLock guard(lock_);
     if (down_) {
@@ -159,7 +159,7 @@ std::shared_ptr<Share> Shares::add(ShareCallback listener, std::unique_ptr<Job> 
     handle = nextHandle_;
     const bool isLast = nextHandle_ == std::numeric_limits<mrb_share_handler_h>::max();
     nextHandle_ = isLast ? FIRST_HANDLE : nextHandle_ + 1;
-    auto share = std::make_shared<Share>(events_, handle, listener, std::move(job),
+    auto share = std::make_shared<Share>(events_, handle, callback, std::move(job),
                                          [this, number = handle] { remove(number); });
     shares_.emplace(handle, share);
     return share;

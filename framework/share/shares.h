@@ -37,7 +37,7 @@ class Shares {
     // Starts a share of the list's selection; the first event is delivered after *handle was
     // written. Returns a code of mrb/result.h.
     int start(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
-              ShareCallback listener, mrb_share_handler_h *handle);
+              ShareCallback callback, mrb_share_handler_h *handle);
 
     int stop(mrb_share_handler_h handle);
 
@@ -49,7 +49,7 @@ class Shares {
   private:
     static Status makeJob(int type, const ShareRequest &request, const std::shared_ptr<ListSession> &list,
                           std::unique_ptr<Job> &job);
-    std::shared_ptr<Share> add(ShareCallback listener, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
+    std::shared_ptr<Share> add(ShareCallback callback, std::unique_ptr<Job> job, mrb_share_handler_h &handle);
     void remove(mrb_share_handler_h handle) MRB_EXCLUDES(lock_);
 
     EventThread &events_;

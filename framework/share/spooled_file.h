@@ -13,7 +13,7 @@ namespace mrb {
 // in any order and repeatedly. The space is freed with the object. Owned and used by one thread.
 class SpooledFile {
   public:
-    // Reads the most recently opened file of `origin`; `name` is for error messages.
+    // Reads the most recently opened file of `source`; `name` is for error messages.
     // MRB_ERR_CANCELLED: it was cancelled; MRB_ERR_NO_SPACE: the folder for temporary files
     // (TMPDIR, else /var/tmp) is full.
     Status fill(CopySource &copySource, const std::string &name, const CancellationToken &cancellation);

@@ -22,14 +22,14 @@ using Clock = std::chrono::steady_clock;
 constexpr auto FRESH = std::chrono::seconds(10);
 
 // The requests to one camera.
-struct Asked {
+struct Request {
     std::shared_ptr<CameraService::Task> task; // null: it has ended
     Clock::time_point ended;
     bool isWarned = false; // since its last result
 };
 
-void warn(Asked &asked, const std::string &name, const Status &status) {
-    if (!std::exchange(asked.isWarned, true)) {
+void warn(Request &request, const std::string &name, const Status &status) {
+    if (!std::exchange(request.isWarned, true)) {
         MRB_LOG_WARNING("The camera \"%s\" does not report its capacity: %s (%s)", name.c_str(),
                         status.message.c_str(), resultName(status.code));
     }
@@ -38,10 +38,10 @@ void warn(Asked &asked, const std::string &name, const Status &status) {
 } // namespace
 
 struct CameraCapacityProbe::Mailbox {
-    Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    Descriptor readable{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     Mutex lock;
-    std::vector<Answer> answers MRB_GUARDED_BY(lock);
-    std::map<CameraAddress, Asked> cameras MRB_GUARDED_BY(lock);
+    std::vector<Result> results MRB_GUARDED_BY(lock);
+    std::map<CameraAddress, Request> cameras MRB_GUARDED_BY(lock);
 
     // With the lock held, so that the end of the request waits for it.
     static void start(const std::shared_ptr<Mailbox> &mailbox, const Device &camera)
@@ -50,26 +50,26 @@ struct CameraCapacityProbe::Mailbox {
 
 CameraCapacityProbe::CameraCapacityProbe() : mailbox_(std::make_shared<Mailbox>()) {}
 
-int CameraCapacityProbe::fd() const { return mailbox_->news.fd(); }
+int CameraCapacityProbe::fd() const { return mailbox_->readable.fd(); }
 
-void CameraCapacityProbe::ask(std::span<const Device> cameras) {
+void CameraCapacityProbe::request(std::span<const Device> cameras) {
     const MutexLock guard(mailbox_->lock);
     std::erase_if(mailbox_->cameras, [cameras](const auto &known) {
         return std::ranges::none_of(cameras, [&](const Device &each) { return each.camera == known.first; });
     });
     for (const Device &camera : cameras) {
         const auto [known, isNew] = mailbox_->cameras.try_emplace(camera.camera);
-        Asked &asked = known->second;
+        Request &request = known->second;
         Status status;
-        if (!asked.task && (isNew || Clock::now() - asked.ended >= FRESH)) {
+        if (!request.task && (isNew || Clock::now() - request.ended >= FRESH)) {
             try {
                 Mailbox::start(mailbox_, camera);
             } catch (const std::exception &failure) {
-                warn(asked, camera.name, Status::outOfMemory(failure.what()));
+                warn(request, camera.name, Status::outOfMemory(failure.what()));
             }
-        } else if (asked.task && CameraService::instance().isOver(asked.task, status) &&
+        } else if (request.task && CameraService::instance().isOver(request.task, status) &&
                    status.code == MRB_ERR_TIMEOUT) {
-            warn(asked, camera.name, status); // Late so far; a result may still arrive.
+            warn(request, camera.name, status); // Late so far; a result may still arrive.
         }
     }
 }
@@ -92,17 +92,17 @@ void CameraCapacityProbe::Mailbox::start(const std::shared_ptr<Mailbox> &mailbox
             return;
         }
         known->second.isWarned = false;
-        mailbox->answers.push_back({address, *sizes});
-        eventfd_write(mailbox->news.fd(), 1);
+        mailbox->results.push_back({address, *sizes});
+        eventfd_write(mailbox->readable.fd(), 1);
     };
     mailbox->cameras[camera.camera].task = CameraService::instance().start(camera.camera, work, ended);
 }
 
-std::vector<CameraCapacityProbe::Answer> CameraCapacityProbe::answers() {
+std::vector<CameraCapacityProbe::Result> CameraCapacityProbe::takeResults() {
     eventfd_t ignored = 0;
-    eventfd_read(mailbox_->news.fd(), &ignored);
+    eventfd_read(mailbox_->readable.fd(), &ignored);
     const MutexLock guard(mailbox_->lock);
-    return std::exchange(mailbox_->answers, {});
+    return std::exchange(mailbox_->results, {});
 }
 
 } // namespace mrb

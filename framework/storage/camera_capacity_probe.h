@@ -13,7 +13,7 @@ namespace mrb {
 // results. Owned by the DeviceService; any thread.
 class CameraCapacityProbe {
   public:
-    struct Answer {
+    struct Result {
         CameraAddress camera;
         CameraSizes sizes;
     };
@@ -26,10 +26,10 @@ class CameraCapacityProbe {
     // Sends a request to each of the cameras (all that are attached) whose last request ended some
     // time ago, since it claims the camera, and lists may be created many times a second. A camera
     // with a request under way gets no second one. A failure is logged.
-    void ask(std::span<const Device> cameras);
+    void request(std::span<const Device> cameras);
 
     // The results since the last call.
-    std::vector<Answer> answers();
+    std::vector<Result> takeResults();
 
   private:
     struct Mailbox;

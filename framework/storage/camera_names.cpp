@@ -13,16 +13,16 @@
 namespace mrb {
 
 struct CameraNames::Mailbox {
-    Descriptor news{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    Descriptor readable{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     Mutex lock;
-    std::vector<Answer> answers MRB_GUARDED_BY(lock);
+    std::vector<Result> results MRB_GUARDED_BY(lock);
 };
 
 CameraNames::CameraNames() : mailbox_(std::make_shared<Mailbox>()) {}
 
-int CameraNames::fd() const { return mailbox_->news.fd(); }
+int CameraNames::fd() const { return mailbox_->readable.fd(); }
 
-void CameraNames::ask(const std::string &key, const CameraAddress &address, const std::string &name) {
+void CameraNames::request(const std::string &key, const CameraAddress &address, const std::string &name) {
     try {
         startThread("mrb-camera", [mailbox = mailbox_, key, address, name] {
             scan(*mailbox, key, address, name);
@@ -42,19 +42,19 @@ void CameraNames::scan(Mailbox &mailbox, const std::string &key, const CameraAdd
         }
         if (!model.name.empty()) {
             const MutexLock guard(mailbox.lock);
-            mailbox.answers.push_back({key, address, model.name});
-            eventfd_write(mailbox.news.fd(), 1);
+            mailbox.results.push_back({key, address, model.name});
+            eventfd_write(mailbox.readable.fd(), 1);
         }
     } catch (const std::exception &failure) {
         MRB_LOG_WARNING("The camera \"%s\" is shown under its udev name: %s", name.c_str(), failure.what());
     }
 }
 
-std::vector<CameraNames::Answer> CameraNames::answers() {
+std::vector<CameraNames::Result> CameraNames::takeResults() {
     eventfd_t ignored = 0;
-    eventfd_read(mailbox_->news.fd(), &ignored);
+    eventfd_read(mailbox_->readable.fd(), &ignored);
     const MutexLock guard(mailbox_->lock);
-    return std::exchange(mailbox_->answers, {});
+    return std::exchange(mailbox_->results, {});
 }
 
 } // namespace mrb

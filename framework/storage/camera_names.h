@@ -12,7 +12,7 @@ namespace mrb {
 // knows the names, is loaded with the first camera. Owned by Cameras; one thread at a time.
 class CameraNames {
   public:
-    struct Answer {
+    struct Result {
         std::string key;
         CameraAddress address;
         std::string name; // never empty
@@ -24,10 +24,10 @@ class CameraNames {
     [[nodiscard]] int fd() const;
 
     // `name` is for the log. A camera that the library does not know has no result.
-    void ask(const std::string &key, const CameraAddress &address, const std::string &name);
+    void request(const std::string &key, const CameraAddress &address, const std::string &name);
 
     // The results since the last call.
-    std::vector<Answer> answers();
+    std::vector<Result> takeResults();
 
   private:
     struct Mailbox;

@@ -79,11 +79,11 @@ void Cameras::scan(DeviceTable &table) {
         scanAll(table);
         hasScanned_ = true;
     }
-    for (const CameraNames::Answer &answer : names_.answers()) {
-        const auto camera = cameras_.find(answer.key);
-        if (camera != cameras_.end() && camera->second.camera == answer.address) {
-            camera->second.name = answer.name;
-            table.set(answer.key, camera->second);
+    for (const CameraNames::Result &result : names_.takeResults()) {
+        const auto camera = cameras_.find(result.key);
+        if (camera != cameras_.end() && camera->second.camera == result.address) {
+            camera->second.name = result.name;
+            table.set(result.key, camera->second);
         }
     }
 }
@@ -91,12 +91,12 @@ void Cameras::scan(DeviceTable &table) {
 void Cameras::attach(DeviceTable &table, udev_device *usb) {
     const std::string key = keyOf(usb);
     Device device = describe(usb);
-    const auto known = cameras_.find(key);
-    if (known != cameras_.end() && known->second.camera == device.camera) {
-        device.name = known->second.name;
+    const auto found = cameras_.find(key);
+    if (found != cameras_.end() && found->second.camera == device.camera) {
+        device.name = found->second.name;
     } else {
         detach(table, key); // a previous one whose removal event was lost
-        names_.ask(key, device.camera, device.name);
+        names_.request(key, device.camera, device.name);
     }
     table.set(key, device);
     cameras_[key] = std::move(device);

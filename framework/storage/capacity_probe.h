@@ -10,24 +10,24 @@
 namespace mrb {
 
 // Reads the sizes of mounted devices on threads that may be detached: a device that fails,
-// or a FUSE file system whose program hangs, answers late or never. The process has one,
+// or a FUSE file system whose program hangs, responds late or never. The process has one,
 // see instance(); any thread may call it.
 class CapacityProbe {
   public:
-    using Ask = std::function<void(Device &)>;
+    using ReadSizes = std::function<void(Device &)>;
 
-    // `ask` fills in the sizes of one device, is called on any thread, and outlives all requests.
-    explicit CapacityProbe(Ask ask);
+    // `readSizes` fills in the sizes of one device, is called on any thread, and outlives all requests.
+    explicit CapacityProbe(ReadSizes readSizes);
 
     static CapacityProbe &instance();
 
-    // Updates the sizes of each device. A device that does not answer by the deadline keeps
-    // the sizes that it has; until it has answered, no further request is sent to it, and
+    // Updates the sizes of each device. A device that does not respond by the deadline keeps
+    // the sizes that it has; until it has responded, no further request is sent to it, and
     // no call waits for it.
     void measure(std::span<Device> devices, std::chrono::steady_clock::time_point deadline);
 
   private:
-    struct Asked;
+    struct Request;
     struct Round;
     struct State;
 

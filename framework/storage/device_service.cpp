@@ -34,7 +34,7 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
     std::vector<Device> devices = known_.list(kind);
     guard.unlock();
     if (kind == DeviceKind::CAMERA) {
-        cameraCapacityProbe_.ask(devices);
+        cameraCapacityProbe_.request(devices);
         return devices;
     }
     std::vector<Device> measured = devices;
@@ -50,7 +50,7 @@ std::vector<Device> DeviceService::list(DeviceKind kind) {
     return measured;
 }
 
-int DeviceService::listen(mrb_storage_notification_cb callback, void *userData) {
+int DeviceService::setCallback(mrb_storage_notification_cb callback, void *userData) {
     if (!notifier_->isSet()) {
         // Devices attached before the first registration are not reported as new after it. The
         // previous callback has reported them, and pending events go to the new one.
@@ -160,8 +160,8 @@ void DeviceService::scan() {
         }
         publish(mounted);
     }
-    for (const CameraCapacityProbe::Answer &answer : cameraCapacityProbe_.answers()) {
-        table_.setSizes(answer.camera, answer.sizes);
+    for (const CameraCapacityProbe::Result &result : cameraCapacityProbe_.takeResults()) {
+        table_.setSizes(result.camera, result.sizes);
     }
     publish(mounted);
     endScan(request);

@@ -32,7 +32,7 @@ struct DeviceLimits {
     // A call, for the scan and for sizes together: the call may come from the application's
     // main thread. Later calls do not wait for a scan that takes longer.
     std::chrono::milliseconds call = std::chrono::milliseconds(100);
-    // The same until the first scan has ended. For a program that lists once and never listens the
+    // The same until the first scan has ended. For a program that lists once and sets no callback the
     // first result is the only one, and on a busy machine the first scan takes its time.
     std::chrono::milliseconds firstCall = std::chrono::seconds(1);
     // An event, for the sizes in its record.
@@ -75,8 +75,8 @@ class DeviceService {
 
     // Sets or replaces the callback, as DeviceNotifier::set does. What a scan finds after this has
     // stopped waiting for it is reported. Throws std::system_error as list does.
-    int listen(mrb_storage_notification_cb callback, void *userData);
-    int unlisten() { return notifier_->remove(); }
+    int setCallback(mrb_storage_notification_cb callback, void *userData);
+    int removeCallback() { return notifier_->remove(); }
 
     // Notifies the observer once when the device is removed; soon when it is gone already. A device
     // that comes back is another one. Does not wait. Throws std::system_error as list does.

@@ -13,24 +13,24 @@ std::atomic<std::uint64_t> arrivals = 0;
 } // namespace
 
 void DeviceTable::set(const std::string &key, Device device) {
-    const auto [place, isNew] = devices_.try_emplace(key);
-    Device &known = place->second;
+    const auto [entry, isNew] = devices_.try_emplace(key);
+    Device &current = entry->second;
     if (isNew) {
         device.index = takeIndex();
         device.camera.arrival = device.camera.port.empty() ? 0 : ++arrivals;
-        known = std::move(device);
-        events_.push_back({MRB_STORAGE_EVENT_ADDED, known});
+        current = std::move(device);
+        events_.push_back({MRB_STORAGE_EVENT_ADDED, current});
         return;
     }
-    device.index = known.index;
-    device.camera.arrival = known.camera.arrival;
-    if (device.mountPath == known.mountPath && device.mountId == known.mountId) {
-        device.available = known.available;
-        device.total = known.total;
+    device.index = current.index;
+    device.camera.arrival = current.camera.arrival;
+    if (device.mountPath == current.mountPath && device.mountId == current.mountId) {
+        device.available = current.available;
+        device.total = current.total;
     }
-    if (device != known) {
-        known = std::move(device);
-        events_.push_back({MRB_STORAGE_EVENT_CHANGED, known});
+    if (device != current) {
+        current = std::move(device);
+        events_.push_back({MRB_STORAGE_EVENT_CHANGED, current});
     }
 }
 

@@ -30,11 +30,11 @@ std::string keyOf(dev_t number) {
     return BLOCK + std::to_string(major(number)) + ':' + std::to_string(minor(number));
 }
 
-// Distinguishes a mount from a later one at the same place; the mount id is not enough, since
+// Distinguishes a mount from a later one at the same mount point; the mount id is not enough, since
 // the kernel reuses it.
 std::string keyOf(const MountEntry &mount) {
     return MOUNT + std::to_string(mount.id) + ':' + std::to_string(mount.device) + ':' + mount.type + ':' +
-           mount.source + ':' + mount.place;
+           mount.source + ':' + mount.mountPoint;
 }
 
 // The number of the mounted block device; 0 when it is not one. Some file systems have a
@@ -58,7 +58,7 @@ bool isSameStick(const Device &one, const Device &other) {
 
 bool isInAPlaceForMedia(const MountEntry &mount) {
     return std::ranges::any_of(PLACES,
-                               [&mount](const char *place) { return mount.place.starts_with(place); });
+                               [&mount](const char *folder) { return mount.mountPoint.starts_with(folder); });
 }
 
 // The type of a FUSE mount does not say which file system it is; the device does.
@@ -67,17 +67,17 @@ int fileSystemOf(const MountEntry &mount) {
 }
 
 void describeMount(Device &device, const MountEntry &mount) {
-    device.mountPath = mount.place;
+    device.mountPath = mount.mountPoint;
     device.mountId = mount.id;
     if (const int fileSystem = fileSystemOf(mount); fileSystem != MRB_FILE_SYSTEM_UNKNOWN) {
         device.fileSystem = fileSystem;
     }
 }
 
-Device deviceOfPlace(const MountEntry &mount) {
+Device deviceOfMount(const MountEntry &mount) {
     Device device;
     device.id = storageIdOf(mount);
-    device.name = displayText(mount.place.substr(mount.place.rfind('/') + 1));
+    device.name = displayText(mount.mountPoint.substr(mount.mountPoint.rfind('/') + 1));
     describeMount(device, mount);
     return device;
 }
@@ -212,7 +212,7 @@ void LocalStorage::setMounts(DeviceTable &table) {
                 const std::string key = keyOf(mount);
                 // The entry of a known mount cannot have changed.
                 if (there.insert(key).second && !table.contains(key)) {
-                    found.emplace_back(key, deviceOfPlace(mount));
+                    found.emplace_back(key, deviceOfMount(mount));
                 }
             }
             continue;
@@ -224,7 +224,7 @@ void LocalStorage::setMounts(DeviceTable &table) {
         const UdevDevice block = udev_.block(number);
         if (block && (isInAPlaceForMedia(mount) || isRemovable(block.get()))) {
             there.insert(keyOf(number));
-            Device device = isRemovable(block.get()) ? describeBlock(block.get()) : deviceOfPlace(mount);
+            Device device = isRemovable(block.get()) ? describeBlock(block.get()) : deviceOfMount(mount);
             describeMount(device, mount);
             found.emplace_back(keyOf(number), std::move(device));
         }

@@ -22,7 +22,7 @@ MountTable readMountTable(const char *file) {
 
 libmnt_fs *mountHolding(libmnt_table *table, std::string path) {
     for (;;) {
-        // Backwards: of several mounts at one place, the last one hides the others.
+        // Backwards: of several mounts at one mount point, the last one hides the others.
         libmnt_fs *mount = mnt_table_find_target(table, path.c_str(), MNT_ITER_BACKWARD);
         if (mount != nullptr || path.size() <= 1) {
             return mount;
@@ -38,7 +38,7 @@ MountEntry entryOf(libmnt_fs *mount) {
 
 std::string storageIdOf(const MountEntry &mount) {
     const std::string id = displayText(uuidOfDevice(mount.source));
-    return id.empty() ? displayText(mount.type + ':' + mount.source + ':' + mount.place) : id;
+    return id.empty() ? displayText(mount.type + ':' + mount.source + ':' + mount.mountPoint) : id;
 }
 
 bool readMountEntries(std::vector<MountEntry> &entries, const char *file) {

@@ -28,9 +28,9 @@ libmnt_fs *mountHolding(libmnt_table *table, std::string path);
 struct MountEntry {
     int id = 0;
     dev_t device = 0;
-    std::string place;  // absolute, exact bytes
-    std::string source; // such as "/dev/sdb1"; arbitrary without a device
-    std::string type;   // the kernel's name
+    std::string mountPoint; // absolute, exact bytes
+    std::string source;     // such as "/dev/sdb1"; arbitrary without a device
+    std::string type;       // the kernel's name
 };
 
 // The entry of a mount, and the id of the storage that is mounted there (see

@@ -18,8 +18,8 @@
 namespace mrb {
 
 std::string uuidOfDevice(const std::string &device, const std::string &folder) {
-    struct stat wanted {};
-    if (stat(device.c_str(), &wanted) != 0 || !S_ISBLK(wanted.st_mode)) {
+    struct stat deviceStat {};
+    if (stat(device.c_str(), &deviceStat) != 0 || !S_ISBLK(deviceStat.st_mode)) {
         return {};
     }
     std::error_code failure;
@@ -27,7 +27,7 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder) {
     for (; !failure && link != std::filesystem::directory_iterator(); link.increment(failure)) {
         struct stat found {};
         if (stat(link->path().c_str(), &found) == 0 && S_ISBLK(found.st_mode) &&
-            found.st_rdev == wanted.st_rdev) {
+            found.st_rdev == deviceStat.st_rdev) {
             return link->path().filename().string();
         }
     }
@@ -58,7 +58,7 @@ Status readStorageId(const std::string &path, std::string &id) {
     if (!table) {
         return Status::ioError("The table of mounts cannot be read.");
     }
-    // Backwards: of several mounts at one place, the last one hides the others.
+    // Backwards: of several mounts at one mount point, the last one hides the others.
     libmnt_fs *mount = mnt_table_find_mountpoint(table.get(), real.get(), MNT_ITER_BACKWARD);
     if (mount == nullptr) {
         return Status::notFound("No mount contains \"" + path + "\".");
@@ -68,28 +68,28 @@ Status readStorageId(const std::string &path, std::string &id) {
 }
 
 Status readStorageIdInTime(const std::string &path, std::string &id) {
-    struct Answer {
+    struct Result {
         Status status;
         std::string id;
     };
     static OnDemand<TimedCalls> calls;
-    const auto answer = std::make_shared<Answer>();
-    const auto read = [answer, path] {
+    const auto result = std::make_shared<Result>();
+    const auto read = [result, path] {
         try {
-            answer->status = readStorageId(path, answer->id);
+            result->status = readStorageId(path, result->id);
         } catch (const std::exception &failure) {
-            answer->status = Status::outOfMemory(failure.what());
+            result->status = Status::outOfMemory(failure.what());
         }
     };
     if (!calls.get().run(path, read, std::chrono::steady_clock::now() + CALL_LIMIT)) {
         return Status::timedOut("What holds \"" + path + "\" does not answer in time.");
     }
-    id = answer->id;
-    return answer->status;
+    id = result->id;
+    return result->status;
 }
 
 std::vector<Mount> mountsOf(const std::string &folder) {
-    const std::string wanted = folder == "/" ? "" : folder;
+    const std::string root = folder == "/" ? "" : folder;
     std::vector<Mount> mounts;
     const MountTable table = readMountTable();
     libmnt_fs *holder =
@@ -98,14 +98,15 @@ std::vector<Mount> mountsOf(const std::string &folder) {
     libmnt_fs *mount = nullptr;
     while (holder != nullptr && each && mnt_table_next_fs(table.get(), each.get(), &mount) == 0) {
         const MountEntry entry = entryOf(mount);
-        std::string place = entry.place;
-        place = place == "/" ? "" : place;
-        const bool isKnown = std::ranges::find(mounts, place, &Mount::place) != mounts.end();
-        if (!isKnown && (mount == holder || isWithin(place, wanted))) {
-            mounts.push_back({std::move(place), storageIdOf(entry)});
+        std::string mountPoint = entry.mountPoint;
+        mountPoint = mountPoint == "/" ? "" : mountPoint;
+        const bool isKnown = std::ranges::find(mounts, mountPoint, &Mount::mountPoint) != mounts.end();
+        if (!isKnown && (mount == holder || isWithin(mountPoint, root))) {
+            mounts.push_back({std::move(mountPoint), storageIdOf(entry)});
         }
     }
-    std::ranges::stable_sort(mounts, std::greater(), [](const Mount &found) { return found.place.size(); });
+    std::ranges::stable_sort(mounts, std::greater(),
+                             [](const Mount &found) { return found.mountPoint.size(); });
     return mounts;
 }
 

@@ -8,7 +8,7 @@
 namespace mrb {
 
 // The id of the storage that holds the existing absolute `path`: the UUID of its
-// file system where the system knows one, else "TYPE:SOURCE:PLACE" of its mount,
+// file system where the system knows one, else "TYPE:SOURCE:MOUNTPOINT" of its mount,
 // as in "tmpfs:tmpfs:/run". Any thread.
 Status readStorageId(const std::string &path, std::string &id);
 
@@ -26,7 +26,7 @@ std::string uuidOfDevice(const std::string &device, const std::string &folder = 
 
 // A mount point, and the id of the storage that is mounted there.
 struct Mount {
-    std::string place; // absolute, without a trailing slash; empty for "/"
+    std::string mountPoint; // absolute, without a trailing slash; empty for "/"
     std::string id;
 };
 

@@ -51,7 +51,7 @@ std::shared_ptr<FlashCache> FlashCacheOpener::cache() {
 void FlashCacheOpener::work() {
     const MutexLock guard(lock_);
     while (true) {
-        while (!isFinishing_ && !wanted_) {
+        while (!isFinishing_ && !nextList_) {
             wake_.wait(lock_);
         }
         if (isFinishing_) {
@@ -62,7 +62,7 @@ void FlashCacheOpener::work() {
 }
 
 void FlashCacheOpener::openRequested() {
-    const std::string list = *std::exchange(wanted_, std::nullopt);
+    const std::string list = *std::exchange(nextList_, std::nullopt);
     const std::uint64_t number = requested_;
     busySince_ = busySince_.value_or(steady_clock::now());
     std::shared_ptr<FlashCache> opened;
@@ -72,8 +72,8 @@ void FlashCacheOpener::openRequested() {
         opened = std::make_shared<FlashCache>();
         status = openCache(*opened, list);
     }
-    if (status.code == MRB_ERR_BUSY && !wanted_ && !isFinishing_) {
-        wanted_ = list; // tried again, until the other process releases it
+    if (status.code == MRB_ERR_BUSY && !nextList_ && !isFinishing_) {
+        nextList_ = list; // tried again, until the other process releases it
         return;
     }
     busySince_.reset();

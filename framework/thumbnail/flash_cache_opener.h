@@ -46,9 +46,9 @@ class FlashCacheOpener {
     ConditionVariable wake_;
     ConditionVariable change_;
     std::shared_ptr<FlashCache> cache_ MRB_GUARDED_BY(lock_);
-    std::optional<std::string> wanted_ MRB_GUARDED_BY(lock_); // the list to be opened next
-    std::uint64_t requested_ MRB_GUARDED_BY(lock_) = 0;       // number of calls so far
-    std::uint64_t delivered_ MRB_GUARDED_BY(lock_) = 0;       // the number of the last call with a result
+    std::optional<std::string> nextList_ MRB_GUARDED_BY(lock_); // the list to be opened next
+    std::uint64_t requested_ MRB_GUARDED_BY(lock_) = 0;         // number of calls so far
+    std::uint64_t delivered_ MRB_GUARDED_BY(lock_) = 0;         // the number of the last call with a result
     Status status_ MRB_GUARDED_BY(lock_);
     std::optional<std::chrono::steady_clock::time_point> busySince_ MRB_GUARDED_BY(lock_);
     unsigned waiting_ MRB_GUARDED_BY(lock_) = 0; // number of waiting calls

@@ -90,7 +90,7 @@ int ThumbnailService::stopCameras() {
 }
 
 void ThumbnailService::startWorkers() {
-    while (workers_.size() < most_) {
+    while (workers_.size() < maxWorkers_) {
         const std::size_t index = workers_.size();
         workers_.emplace_back(index < std::size(NAMES) ? NAMES[index] : FURTHER_NAME,
                               "A thumbnail is still being decoded.");
@@ -144,7 +144,7 @@ void ThumbnailService::decode(const Request &request, Job &job, Decoded &decoded
 }
 
 void ThumbnailService::deliverResults(const std::shared_ptr<Job> &job, Decoded &decoded) {
-    // One at a time: the client may cancel the requests of pending without a result.
+    // One at a time: the client may cancel the requests that have no result yet.
     while (!job->pending.empty() && !down_) {
         const PendingRequest pending = job->pending.front();
         job->pending.erase(job->pending.begin());

@@ -7,7 +7,7 @@
 
 #include "base/joinable_thread.h"
 #include "base/mutex.h"
-#include "thumbnail/flash_opening.h"
+#include "thumbnail/flash_cache_opener.h"
 #include "thumbnail/jobs.h"
 
 namespace mrb::thumbnail {
@@ -19,7 +19,8 @@ class ThumbnailService {
   public:
     using Decoder = std::function<Decode>;
 
-    ThumbnailService(Decoder decoder, unsigned workers) : decoder_(std::move(decoder)), most_(workers) {}
+    ThumbnailService(Decoder decoder, unsigned workers)
+        : decoder_(std::move(decoder)), maxWorkers_(workers) {}
     ~ThumbnailService();
     ThumbnailService(const ThumbnailService &) = delete;
     ThumbnailService &operator=(const ThumbnailService &) = delete;
@@ -56,7 +57,7 @@ class ThumbnailService {
     void deliverAllEnded() MRB_REQUIRES(lock_);
 
     const Decoder decoder_;
-    const unsigned most_; // number of workers
+    const unsigned maxWorkers_; // number of workers
     FlashCacheOpener flashCache_;
 
     Mutex lock_;

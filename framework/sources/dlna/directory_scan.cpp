@@ -231,10 +231,10 @@ std::optional<DirectoryScan::Taken> DirectoryScan::take(const Page &page, const 
 // accepts it when it is repeated.
 Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     BrowseRequest whole = browseRequest;
-    whole.server = place_.server;
-    whole.timeout = place_.timeout;
+    whole.server = target_.server;
+    whole.timeout = target_.timeout;
     const CancellationToken &cancellation = sink_.cancellation();
-    Status status = place_.contentClient.browse(whole, cancellation, page);
+    Status status = target_.contentClient.browse(whole, cancellation, page);
     whole.prefetch.reset();
     const bool isSearch = browseRequest.kind == BrowseRequest::Kind::SEARCH;
     for (int turn = 0; turn < MAX_RETRIES && isSearch && status.code == MRB_ERR_NOT_SUPPORTED; ++turn) {
@@ -246,7 +246,7 @@ Status DirectoryScan::browse(const BrowseRequest &browseRequest, Page &page) {
     return status;
 }
 
-// The pause before a retry, in slices after which a list may be cancelled.
+// The delay before a retry, in slices after which a list may be cancelled.
 void DirectoryScan::waitBeforeRetry() const {
     constexpr auto SLICE = std::chrono::milliseconds(5);
     for (auto left = RETRY_DELAY; left.count() > 0 && !sink_.cancellation().isCancelled(); left -= SLICE) {

@@ -11,7 +11,7 @@ PlaylistTable::Text PlaylistTable::keep(std::string_view text) {
 
 std::string PlaylistTable::add(const PlaylistRow &row) {
     const MutexLock guard(lock_);
-    const std::size_t length = row.playlist.size() + row.resolve.size() + row.title.size();
+    const std::size_t length = row.playlist.size() + row.location.size() + row.title.size();
     if (text_.endWith(length) + 2 * CHUNK_BYTES > MAX_TEXT_BYTES ||
         rows_.size() >= std::numeric_limits<std::int32_t>::max()) {
         return {};

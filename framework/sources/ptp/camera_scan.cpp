@@ -127,15 +127,15 @@ Status CameraScan::readStatus(const std::string &path, const std::vector<std::st
             Status last;
             for (const std::string &name : names) {
                 CameraFileStatus each;
-                Status asked = camera.readStatus({path, name}, each);
-                failures = asked.ok() ? 0 : failures + 1;
-                if (asked.code == MRB_ERR_CANCELLED || asked.code == MRB_ERR_DEVICE_REMOVED ||
+                Status result = camera.readStatus({path, name}, each);
+                failures = result.ok() ? 0 : failures + 1;
+                if (result.code == MRB_ERR_CANCELLED || result.code == MRB_ERR_DEVICE_REMOVED ||
                     failures == MAX_FAILURES) {
-                    return asked;
+                    return result;
                 }
-                received->fileStatus.push_back(asked.code == MRB_ERR_NOT_FOUND ? std::nullopt
-                                                                               : std::optional(each));
-                last = asked.ok() ? std::move(last) : std::move(asked);
+                received->fileStatus.push_back(result.code == MRB_ERR_NOT_FOUND ? std::nullopt
+                                                                                : std::optional(each));
+                last = result.ok() ? std::move(last) : std::move(result);
             }
             received->isComplete = true;
             return last; // may be an error of the camera

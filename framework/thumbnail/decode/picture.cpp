@@ -40,8 +40,9 @@ Status decodePictureFile(const MediaFile &file, const DecodeRequest &request,
     }
     status = decodePicture(data, request, cancellation, decoded);
     // libav may know a format that libvips does not.
-    return status.code == MRB_ERR_NOT_SUPPORTED ? videoModule().decodeStill(file, request, cancellation, decoded)
-                                                : status;
+    return status.code == MRB_ERR_NOT_SUPPORTED
+               ? videoModule().decodeStill(file, request, cancellation, decoded)
+               : status;
 }
 
 } // namespace mrb::thumbnail

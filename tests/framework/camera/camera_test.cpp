@@ -18,7 +18,7 @@
 #include "support/plugged_devices.h"
 
 using mrb::CameraAddress;
-using support::DeviceListener;
+using support::DeviceObserver;
 using support::listDevices;
 using support::Surroundings;
 
@@ -60,10 +60,10 @@ TEST_F(CameraTest, IsReportedAtOnceAndThenRenamedToItsModel) {
         return;
     }
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string camera = addCamera();
     event(camera, "add");
-    const auto events = listener.waitFor(2);
+    const auto events = observer.waitFor(2);
     EXPECT_EQ(events.at(0).event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events.at(0).record.name, "Camera 1");
     EXPECT_EQ(events.at(1).event, MRB_STORAGE_EVENT_CHANGED);
@@ -89,8 +89,8 @@ TEST_F(CameraTest, MayBeLoadingItsDriversWhenTheProcessEnds) {
         SCOPED_TRACE(pause);
         EXPECT_EXIT(
             {
-                static const auto &listener = *new DeviceListener; // never stops listening
-                static_cast<void>(listener);
+                static const auto &observer = *new DeviceObserver; // never stops listening
+                static_cast<void>(observer);
                 cameras();
                 // Not a wait for luck: the exits are spread over the time of the loading.
                 std::this_thread::sleep_for(std::chrono::milliseconds(pause));
@@ -106,15 +106,15 @@ TEST_F(CameraTest, KeepsItsNameWhateverUdevReportsLater) {
         return;
     }
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string camera = addCamera();
     event(camera, "add");
-    listener.waitFor(2);
+    observer.waitFor(2);
     for (const char *action : {"bind", "change", "change"}) {
         event(camera, action);
     }
     event(camera, "remove");
-    const auto events = listener.waitFor(3);
+    const auto events = observer.waitFor(3);
     ASSERT_EQ(events.size(), 3U);
     EXPECT_EQ(events[2].event, MRB_STORAGE_EVENT_REMOVED);
     EXPECT_EQ(events[2].record.name, "Canon Digital IXUS 132");

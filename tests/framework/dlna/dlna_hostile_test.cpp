@@ -35,7 +35,7 @@ namespace {
 
 constexpr auto LONG = std::chrono::seconds(60);
 
-class Listener final : public mrb::dlna::NetworkObserver {
+class Observer final : public mrb::dlna::NetworkObserver {
   public:
     void networkStarted() override {
         const std::lock_guard guard(lock_);
@@ -73,11 +73,11 @@ class DlnaHostile : public support::DlnaTest {
     // Starts a server with that handler and waits until it is found.
     void serve(ScriptedServer::Handler answer, const std::string &control = "/control") {
         server = std::make_unique<ScriptedServer>(std::move(answer), control);
-        network.reset(mrb::dlna::mrb_start_network(listener));
+        network.reset(mrb::dlna::mrb_start_network(observer));
         contentClient = network->contentClient();
-        ASSERT_TRUE(listener.waitForStart()); // announcements before that are lost
+        ASSERT_TRUE(observer.waitForStart()); // announcements before that are lost
         server->announce();
-        ASSERT_TRUE(listener.waitFor(1));
+        ASSERT_TRUE(observer.waitFor(1));
     }
 
     Status browse(std::chrono::milliseconds timeout = LONG) {
@@ -95,7 +95,7 @@ class DlnaHostile : public support::DlnaTest {
             url, most, timeout, [] { return false; }, bytes);
     }
 
-    Listener listener;
+    Observer observer;
     std::string bytes;
     std::unique_ptr<ScriptedServer> server;
     std::unique_ptr<mrb::dlna::Network> network; // ends before its server
@@ -134,8 +134,8 @@ TEST_F(DlnaHostile, AnEndlessDescriptionIsAborted) {
     if (!insideNetwork()) {
         return;
     }
-    network.reset(mrb::dlna::mrb_start_network(listener));
-    ASSERT_TRUE(listener.waitForStart());
+    network.reset(mrb::dlna::mrb_start_network(observer));
+    ASSERT_TRUE(observer.waitForStart());
     std::promise<std::size_t> given;
     std::once_flag once; // the client may request it twice
     const ScriptedServer endless(

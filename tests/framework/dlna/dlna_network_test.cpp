@@ -88,7 +88,7 @@ void addInterface() {
 }
 
 // Keeps the events.
-class Listener final : public mrb::dlna::NetworkObserver {
+class Observer final : public mrb::dlna::NetworkObserver {
   public:
     void networkStarted() override {
         change([this] { started = true; });
@@ -138,10 +138,10 @@ class DlnaNetwork : public support::OwnProcess {
         EXPECT_EQ(std::system("ip link set lo up"), 0);
         return true;
     }
-    void start() { network.reset(mrb::dlna::mrb_start_network(listener)); }
+    void start() { network.reset(mrb::dlna::mrb_start_network(observer)); }
 
     const support::Folder media;
-    Listener listener;
+    Observer observer;
     std::unique_ptr<Network> network;
 };
 
@@ -152,17 +152,17 @@ TEST_F(DlnaNetwork, AServerThatStartsArrivesAndLeavesWithItsRecord) {
         return;
     }
     start();
-    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_TRUE(observer.waitFor([&] { return observer.started; }));
     MediaServer server(MediaServer::Kind::MINIDLNA, "Desk Library", media.path());
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     server.stop();
-    ASSERT_TRUE(listener.waitForLeaves(1));
+    ASSERT_TRUE(observer.waitForLeaves(1));
     network.reset();
-    ASSERT_EQ(listener.arrived.size(), 1U);
-    EXPECT_THAT(listener.arrived[0].id, StartsWith("uuid:"));
-    EXPECT_EQ(listener.arrived[0].name, "Desk Library");
-    EXPECT_EQ(listener.arrived[0].address, "127.0.0.1");
-    EXPECT_EQ(listener.left, listener.arrived);
+    ASSERT_EQ(observer.arrived.size(), 1U);
+    EXPECT_THAT(observer.arrived[0].id, StartsWith("uuid:"));
+    EXPECT_EQ(observer.arrived[0].name, "Desk Library");
+    EXPECT_EQ(observer.arrived[0].address, "127.0.0.1");
+    EXPECT_EQ(observer.left, observer.arrived);
 }
 
 TEST_F(DlnaNetwork, AServerOfAnotherKindArrivesAndLeavesToo) {
@@ -171,13 +171,13 @@ TEST_F(DlnaNetwork, AServerOfAnotherKindArrivesAndLeavesToo) {
     }
     start();
     MediaServer server(MediaServer::Kind::RYGEL, "Räume", media.path());
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     server.stop();
-    ASSERT_TRUE(listener.waitForLeaves(1));
+    ASSERT_TRUE(observer.waitForLeaves(1));
     network.reset();
-    ASSERT_EQ(listener.arrived.size(), 1U);
-    EXPECT_EQ(listener.arrived[0].name, "Räume");
-    EXPECT_EQ(listener.left, listener.arrived);
+    ASSERT_EQ(observer.arrived.size(), 1U);
+    EXPECT_EQ(observer.arrived[0].name, "Räume");
+    EXPECT_EQ(observer.left, observer.arrived);
 }
 
 TEST_F(DlnaNetwork, ServersThatAreThereArriveOnce) {
@@ -187,9 +187,9 @@ TEST_F(DlnaNetwork, ServersThatAreThereArriveOnce) {
     const MediaServer one(MediaServer::Kind::MINIDLNA, "One", media.path());
     const MediaServer two(MediaServer::Kind::RYGEL, "Two", media.path());
     start();
-    ASSERT_TRUE(listener.waitForArrivals(2));
+    ASSERT_TRUE(observer.waitForArrivals(2));
     network.reset();
-    EXPECT_EQ(listener.arrived.size(), 2U);
+    EXPECT_EQ(observer.arrived.size(), 2U);
 }
 
 TEST_F(DlnaNetwork, AServerThatIsKilledLeavesWhenItsAnnouncementExpires) {
@@ -198,9 +198,9 @@ TEST_F(DlnaNetwork, AServerThatIsKilledLeavesWhenItsAnnouncementExpires) {
     }
     start();
     MediaServer server(MediaServer::Kind::MINIDLNA, "Short-lived", media.path());
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     server.kill();
-    ASSERT_TRUE(listener.waitForLeaves(1));
+    ASSERT_TRUE(observer.waitForLeaves(1));
 }
 
 TEST_F(DlnaNetwork, ServersLeaveWhenTheNetworkIsStopped) {
@@ -209,9 +209,9 @@ TEST_F(DlnaNetwork, ServersLeaveWhenTheNetworkIsStopped) {
     }
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
     start();
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     network.reset();
-    EXPECT_EQ(listener.left, listener.arrived);
+    EXPECT_EQ(observer.left, observer.arrived);
 }
 
 TEST_F(DlnaNetwork, IsWatchedAgain) {
@@ -221,9 +221,9 @@ TEST_F(DlnaNetwork, IsWatchedAgain) {
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
     for (std::size_t round = 1; round <= 3; ++round) {
         start();
-        ASSERT_TRUE(listener.waitForArrivals(round));
+        ASSERT_TRUE(observer.waitForArrivals(round));
         network.reset();
-        EXPECT_EQ(listener.left.size(), round);
+        EXPECT_EQ(observer.left.size(), round);
     }
 }
 
@@ -232,9 +232,9 @@ TEST_F(DlnaNetwork, IsEmptyWithoutAnInterface) {
         return;
     }
     start();
-    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_TRUE(observer.waitFor([&] { return observer.started; }));
     network.reset();
-    EXPECT_THAT(listener.arrived, IsEmpty());
+    EXPECT_THAT(observer.arrived, IsEmpty());
 }
 
 // A port that the system gives out for the search may be one that a connection has.
@@ -246,7 +246,7 @@ TEST_F(DlnaNetwork, FindsServersWhileMostPortsAreTaken) {
     const PortShortage shortage("127.0.0.1");
     for (std::size_t round = 1; round <= 8; ++round) {
         start();
-        ASSERT_TRUE(listener.waitForArrivals(round));
+        ASSERT_TRUE(observer.waitForArrivals(round));
         network.reset();
     }
 }
@@ -269,7 +269,7 @@ TEST_F(DlnaNetwork, UsesAnInterfaceThatComesUntilItGoes) {
         return;
     }
     start();
-    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_TRUE(observer.waitFor([&] { return observer.started; }));
     for (int round = 0; round < 3; ++round) {
         addInterface();
         ASSERT_TRUE(waitForTable(SOCKETS, SOCKET));
@@ -289,7 +289,7 @@ TEST_F(DlnaNetwork, JoinsTheGroupAgainOnARecreatedInterface) {
     }
     ASSERT_EQ(std::system("ip link set lo down"), 0);
     start();
-    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_TRUE(observer.waitFor([&] { return observer.started; }));
     addInterface();
     for (int round = 0; round < 10; ++round) {
         ASSERT_TRUE(waitForTable(GROUPS, GROUP));
@@ -304,10 +304,10 @@ TEST_F(DlnaNetwork, UsesLoopbackWhenItComesUp) {
         return;
     }
     start();
-    ASSERT_TRUE(listener.waitFor([&] { return listener.started; }));
+    ASSERT_TRUE(observer.waitFor([&] { return observer.started; }));
     ASSERT_EQ(std::system("ip link set lo up"), 0);
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Late", media.path());
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     network.reset();
 }
 
@@ -317,7 +317,7 @@ TEST_F(DlnaNetwork, KeepsItsServersWhileTheAddressesCannotBeRead) {
     }
     const MediaServer server(MediaServer::Kind::MINIDLNA, "Steady", media.path());
     start();
-    ASSERT_TRUE(listener.waitForArrivals(1));
+    ASSERT_TRUE(observer.waitForArrivals(1));
     const rlimit few = {256, 256};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
     std::vector<mrb::Descriptor> all;
@@ -328,5 +328,5 @@ TEST_F(DlnaNetwork, KeepsItsServersWhileTheAddressesCannotBeRead) {
     all.clear();
     EXPECT_TRUE(waitForTable(SOCKETS, SOCKET));
     network.reset();
-    EXPECT_EQ(listener.left.size(), 1U); // at the end
+    EXPECT_EQ(observer.left.size(), 1U); // at the end
 }

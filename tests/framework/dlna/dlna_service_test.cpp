@@ -83,9 +83,9 @@ class Diary {
 // Reports its start on a thread of its own; the test adds servers.
 class ScriptedNetwork final : public Network {
   public:
-    explicit ScriptedNetwork(NetworkObserver &listener) : listener_(listener) {
+    explicit ScriptedNetwork(NetworkObserver &observer) : observer_(observer) {
         ++alive;
-        std::thread([&] { listener_.networkStarted(); }).join();
+        std::thread([&] { observer_.networkStarted(); }).join();
     }
     ~ScriptedNetwork() override {
         if (beforeItEnds) {
@@ -94,19 +94,19 @@ class ScriptedNetwork final : public Network {
         // As the real one: the network's thread reports that every server leaves.
         std::thread([&] {
             for (const Server &server : servers_) {
-                listener_.serverLeft(server);
+                observer_.serverLeft(server);
             }
         }).join();
         --alive;
     }
     void arrive(const std::string &name) {
         servers_.push_back({"uuid:" + name, name, "10.0.0.1"});
-        listener_.serverArrived(servers_.back());
+        observer_.serverArrived(servers_.back());
     }
     void leave() {
         const Server server = servers_.back();
         servers_.pop_back();
-        listener_.serverLeft(server);
+        observer_.serverLeft(server);
     }
 
     std::function<void()> beforeItEnds;
@@ -114,13 +114,13 @@ class ScriptedNetwork final : public Network {
     static inline std::atomic<int> alive = 0;
 
   private:
-    NetworkObserver &listener_;
+    NetworkObserver &observer_;
     std::vector<Server> servers_;
 };
 
 class DlnaServiceTest : public support::OwnProcess {
   protected:
-    int listen(Diary &listener) { return service.listen(Diary::receiveServer, &listener); }
+    int observe(Diary &observer) { return service.setCallback(Diary::receiveServer, &observer); }
     std::vector<std::string> listed() {
         std::vector<Device> servers;
         EXPECT_EQ(service.list(servers), MRB_ERR_NONE);
@@ -136,8 +136,8 @@ class DlnaServiceTest : public support::OwnProcess {
     }
 
     ScriptedNetwork *network = nullptr;
-    DlnaService service{[this](NetworkObserver &listener) {
-        auto made = std::make_unique<ScriptedNetwork>(listener);
+    DlnaService service{[this](NetworkObserver &observer) {
+        auto made = std::make_unique<ScriptedNetwork>(observer);
         network = made.get();
         return made;
     }};
@@ -192,7 +192,7 @@ TEST_F(DlnaServiceTest, EndingAServiceThatWasNotStartedIsAnError) {
 
 TEST_F(DlnaServiceTest, ReportsServersAndListsThem) {
     Diary servers;
-    listen(servers);
+    observe(servers);
     begin();
     network->arrive("One");
     network->arrive("Two");
@@ -202,17 +202,17 @@ TEST_F(DlnaServiceTest, ReportsServersAndListsThem) {
     ASSERT_TRUE(servers.waitFor(3));
     service.end(diary.state());
     EXPECT_THAT(servers.lines(), ElementsAre("+One", "+Two", "-Two", "-One"));
-    service.unlisten();
+    service.removeCallback();
 }
 
 TEST_F(DlnaServiceTest, ServersLeaveBeforeItsStopIsReported) {
-    listen(diary);
+    observe(diary);
     begin();
     network->arrive("One");
     ASSERT_TRUE(diary.waitFor(2));
     service.end(diary.state());
     EXPECT_THAT(diary.lines(), ElementsAre("started", "+One", "-One", "stopped"));
-    service.unlisten();
+    service.removeCallback();
 }
 
 TEST_F(DlnaServiceTest, AListNeedsTheService) {
@@ -274,14 +274,14 @@ TEST_F(DlnaServiceTest, IsEndedInsideItsCallback) {
 TEST_F(DlnaServiceTest, AnotherListenerReplacesTheFirst) {
     Diary first;
     Diary second;
-    listen(first);
+    observe(first);
     begin();
     network->arrive("One");
     ASSERT_TRUE(first.waitFor(1));
-    listen(second);
+    observe(second);
     network->arrive("Two");
     ASSERT_TRUE(second.waitFor(1));
-    service.unlisten();
+    service.removeCallback();
     network->arrive("Three");
     service.end(diary.state());
     EXPECT_THAT(first.lines(), ElementsAre("+One"));
@@ -303,7 +303,7 @@ TEST_F(DlnaServiceTest, NoCallbackRunsAfterShutDown) {
     EXPECT_EQ(ScriptedNetwork::alive, 0);
     EXPECT_EQ(service.begin(diary.state()), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(service.end(diary.state()), MRB_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(listen(diary), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(observe(diary), MRB_ERR_NOT_INITIALIZED);
     EXPECT_THAT(diary.lines(), ElementsAre("started"));
 }
 
@@ -320,8 +320,8 @@ TEST_F(DlnaServiceTest, ClientsComeAndGoInAStormOfServers) {
     for (int round = 0; round < 10'000; ++round) {
         auto client = std::make_unique<Diary>();
         EXPECT_EQ(service.begin(client->state()), MRB_ERR_NONE);
-        EXPECT_EQ(listen(*client), MRB_ERR_NONE);
-        service.unlisten();
+        EXPECT_EQ(observe(*client), MRB_ERR_NONE);
+        service.removeCallback();
         EXPECT_EQ(service.end(client->state()), MRB_ERR_NONE);
         // The others are destroyed at once, which a sanitizer detects when a callback runs late.
         if (round % 2 == 0) {

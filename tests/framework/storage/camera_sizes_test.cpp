@@ -17,7 +17,7 @@
 using mrb::CameraSizes;
 using mrb::Status;
 using support::DeviceEvent;
-using support::DeviceListener;
+using support::DeviceObserver;
 using support::Record;
 using support::Surroundings;
 
@@ -64,14 +64,14 @@ TEST_F(CameraSizesTest, AreUnknownAtFirstAndReportedWhenTheyAreKnown) {
         return Status();
     };
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     event(addUnknown(), "add");
-    EXPECT_EQ(listener.waitFor(1).at(0).record.total, 0);
+    EXPECT_EQ(observer.waitFor(1).at(0).record.total, 0);
     const Record before = cameras().at(0);
     EXPECT_EQ(before.available, 0);
     EXPECT_EQ(before.total, 0);
     listed.set_value();
-    const DeviceEvent change = listener.waitFor(2).at(1);
+    const DeviceEvent change = observer.waitFor(2).at(1);
     EXPECT_EQ(change.event, MRB_STORAGE_EVENT_CHANGED);
     EXPECT_EQ(change.record.available, 100);
     EXPECT_EQ(change.record.total, 200);
@@ -120,15 +120,15 @@ TEST_F(CameraSizesTest, OfANewCameraAtTheSamePlaceAreNotThoseOfTheOldOne) {
     }
     camera.onSizes = answering({100, 200});
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string usb = addUnknown();
     event(usb, "add");
     EXPECT_EQ(known().total, 200);
-    listener.waitFor(2); // added, changed
+    observer.waitFor(2); // added, changed
     camera.onSizes = answering({1, 2});
     event(usb, "remove");
     event(usb, "add");
-    listener.waitFor(4);
+    observer.waitFor(4);
     EXPECT_EQ(cameras().at(0).total, 0);
     EXPECT_EQ(known().total, 2);
 }
@@ -151,10 +151,10 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
         return Status();
     };
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string usb = addUnknown();
     event(usb, "add");
-    listener.waitFor(1);
+    observer.waitFor(1);
     cameras();
     reached.get_future().wait();
     event(usb, "remove");
@@ -164,7 +164,7 @@ TEST_F(CameraSizesTest, OfACameraThatLeftAreNotThoseOfTheNextOne) {
     answer.set_value();
     support::awaitCameraThreads();
     EXPECT_EQ(cameras().at(0).total, 2);
-    const std::vector<DeviceEvent> events = listener.waitFor(4);
+    const std::vector<DeviceEvent> events = observer.waitFor(4);
     ASSERT_EQ(events.size(), 4U); // added, removed, added, changed
     EXPECT_EQ(events[3].event, MRB_STORAGE_EVENT_CHANGED);
     EXPECT_EQ(events[3].record.total, 2);
@@ -185,13 +185,13 @@ TEST_F(CameraSizesTest, OfACameraThatHangsAreNotWaitedFor) {
         return Status::ioError("Too late.");
     };
     const std::string usb = addUnknown();
-    DeviceListener listener; // the first one arrives before it
+    DeviceObserver observer; // the first one arrives before it
     auto fastest = std::chrono::steady_clock::duration::max();
     for (int round = 1; round <= 10; ++round) {
         event(usb, "remove");
         changeAttribute(usb, "serial", std::to_string(round).c_str());
         event(usb, "add");
-        listener.waitFor(2 * static_cast<std::size_t>(round));
+        observer.waitFor(2 * static_cast<std::size_t>(round));
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(cameras().at(0).total, 0);
         fastest = std::min(fastest, std::chrono::steady_clock::now() - begin);

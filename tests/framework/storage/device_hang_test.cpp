@@ -137,11 +137,11 @@ class DeviceHang : public testing::Test {
 // Receives the device events of a service.
 struct DeviceEvents {
     explicit DeviceEvents(DeviceService &owner) : service(owner) {}
-    ~DeviceEvents() { service.unlisten(); }
+    ~DeviceEvents() { service.removeCallback(); }
     DeviceEvents(const DeviceEvents &) = delete;
     DeviceEvents &operator=(const DeviceEvents &) = delete;
 
-    int listen() { return service.listen(receive, this); }
+    int observe() { return service.setCallback(receive, this); }
     static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
         auto &events = *static_cast<DeviceEvents *>(self);
         const std::lock_guard guard(events.lock);
@@ -179,7 +179,7 @@ TEST_F(DeviceHang, AListHasWhatWasKnownBeforeTheScanThatHangs) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);
     DeviceEvents events(service);
-    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
+    ASSERT_EQ(events.observe(), MRB_ERR_NONE);
     bus.hold();
     bus.plug(false);
     bus.awaitHeldLook();
@@ -206,7 +206,7 @@ TEST_F(DeviceHang, WhatTheScanThatHungFindsIsAnEvent) {
     bus.plug(true);
     bus.hold();
     DeviceEvents events(service);
-    EXPECT_EQ(whileHeld([&] { return events.listen(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([&] { return events.observe(); }), MRB_ERR_NONE);
     EXPECT_EQ(whileHeld([this] { return count(); }), 0U);
     bus.release();
     EXPECT_EQ(events.waitFor(1), "+");
@@ -218,16 +218,16 @@ TEST_F(DeviceHang, WhatTheScanThatHungFindsIsAnEvent) {
 TEST_F(DeviceHang, CallbacksAreSetAndUnsetDuringAScanThatHangs) {
     DeviceEvents first(service);
     DeviceEvents second(service);
-    ASSERT_EQ(first.listen(), MRB_ERR_NONE);
+    ASSERT_EQ(first.observe(), MRB_ERR_NONE);
     bus.hold();
     bus.awaitHeldLook();
     bus.plug(true);
-    EXPECT_EQ(whileHeld([&] { return second.listen(); }), MRB_ERR_NONE);
-    EXPECT_EQ(whileHeld([this] { return service.unlisten(); }), MRB_ERR_NONE);
-    EXPECT_EQ(whileHeld([&] { return second.listen(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([&] { return second.observe(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([this] { return service.removeCallback(); }), MRB_ERR_NONE);
+    EXPECT_EQ(whileHeld([&] { return second.observe(); }), MRB_ERR_NONE);
     bus.release();
     EXPECT_EQ(second.waitFor(1), "+");
-    EXPECT_EQ(service.unlisten(), MRB_ERR_NONE);
+    EXPECT_EQ(service.removeCallback(), MRB_ERR_NONE);
     EXPECT_EQ(first.events, "");
 }
 
@@ -235,7 +235,7 @@ TEST_F(DeviceHang, ACallbackThatHangsHoldsUpNeitherScansNorObservers) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);
     DeviceEvents events(service);
-    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
+    ASSERT_EQ(events.observe(), MRB_ERR_NONE);
     std::unique_lock inCallback(events.lock); // which the callback takes
     const auto observer = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, observer);
@@ -255,7 +255,7 @@ TEST_F(DeviceHang, ARemovalObserverIsAddedAndRemovedDuringAScanThatHangs) {
     bus.plug(true);
     EXPECT_EQ(count(), 1U);
     DeviceEvents events(service);
-    ASSERT_EQ(events.listen(), MRB_ERR_NONE);
+    ASSERT_EQ(events.observe(), MRB_ERR_NONE);
     bus.hold();
     bus.awaitHeldLook();
     const auto observer = std::make_shared<Observer>();
@@ -319,7 +319,7 @@ TEST(DeviceHangOfSizes, AListHasTheDeviceWhoseEventWaitsForItsSizes) {
             },
             probe, limits);
         DeviceEvents events(service);
-        ASSERT_EQ(events.listen(), MRB_ERR_NONE);
+        ASSERT_EQ(events.observe(), MRB_ERR_NONE);
         bus.plug(true);
         requested.get_future().wait();
         const auto devices = whileHanging([&] { return service.list(DeviceKind::USB); }, release);
@@ -388,9 +388,9 @@ TEST_P(SilentFolder, DoesNotBlockListsWhereAFolderInItIsOffered) {
     }
     EXPECT_EQ(whileSilent([] { return support::listDevices(MRB_STORAGE_KIND_PTP).size(); }), 0U);
     EXPECT_EQ(whileSilent([] { return mrb_unset_usb_callback(); }), MRB_ERR_NONE);
-    support::DeviceListener listener;
+    support::DeviceObserver observer;
     dead->end();
-    EXPECT_EQ(listener.waitFor(1).at(0).record.mountPath, living.path());
+    EXPECT_EQ(observer.waitFor(1).at(0).record.mountPath, living.path());
     EXPECT_EQ(support::listDevices().size(), 1U);
 }
 

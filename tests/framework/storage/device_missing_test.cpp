@@ -15,7 +15,7 @@
 #include "support/devices.h"
 #include "support/own_process.h"
 
-using support::DeviceListener;
+using support::DeviceObserver;
 using support::listDevices;
 using support::Surroundings;
 
@@ -51,12 +51,12 @@ TEST_F(DeviceMissing, WithoutUdevListsAreEmptyAndMountsAreStillDevices) {
     }
     hideDevices(nullptr);
     testing::internal::CaptureStderr();
-    DeviceListener listener;
+    DeviceObserver observer;
     EXPECT_EQ(listDevices().size(), 0U);
     EXPECT_EQ(listDevices(MRB_STORAGE_KIND_PTP).size(), 0U);
     std::filesystem::create_directory("/media/stick");
     ASSERT_EQ(mount("stick", "/media/stick", "tmpfs", 0, nullptr), 0);
-    listener.waitFor(1);
+    observer.waitFor(1);
     EXPECT_EQ(listDevices().size(), 1U);
     expectOnce(testing::internal::GetCapturedStderr(),
                "udev reports no devices, only mounts are known (/run/udev: No such file or directory).");
@@ -69,7 +69,7 @@ TEST_F(DeviceMissing, WithoutPermissionListsAreEmptyAndThereIsOneLogLine) {
     hideDevices("mode=0000");
     loseRootsRights();
     testing::internal::CaptureStderr();
-    const DeviceListener listener;
+    const DeviceObserver observer;
     for (int round = 0; round < 100; ++round) {
         EXPECT_EQ(listDevices().size(), 0U);
         EXPECT_EQ(listDevices(MRB_STORAGE_KIND_PTP).size(), 0U);

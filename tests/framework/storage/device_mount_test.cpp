@@ -19,7 +19,7 @@
 #include "support/own_process.h"
 #include "support/programs.h"
 
-using support::DeviceListener;
+using support::DeviceObserver;
 using support::listDevices;
 using support::listUntil;
 using support::Surroundings;
@@ -55,11 +55,11 @@ TEST_F(DeviceMount, WhatIsMountedBelowMediaIsADeviceUntilItIsUnmounted) {
     }
     const std::string path = place("stick");
     EXPECT_EQ(listDevices().size(), 0U);
-    DeviceListener listener;
+    DeviceObserver observer;
     mountAt(path);
-    listener.waitFor(1);
+    observer.waitFor(1);
     unmount(path);
-    const auto events = listener.waitFor(2);
+    const auto events = observer.waitFor(2);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_REMOVED);
@@ -78,7 +78,7 @@ TEST_F(DeviceMount, ListsFollowMountsAndShowWhatIsFreeNow) {
         return;
     }
     const std::string path = place("stick");
-    DeviceListener listener;
+    DeviceObserver observer;
     for (int round = 0; round < 50; ++round) {
         mountAt(path);
         listUntil([](const auto &devices) { return devices.size() == 1; });
@@ -87,7 +87,7 @@ TEST_F(DeviceMount, ListsFollowMountsAndShowWhatIsFreeNow) {
         unmount(path);
         listUntil([](const auto &devices) { return devices.empty(); });
     }
-    EXPECT_EQ(listener.waitFor(100).size(), 100U);
+    EXPECT_EQ(observer.waitFor(100).size(), 100U);
 }
 
 TEST_F(DeviceMount, OtherMountsAreNotDevices) {
@@ -109,15 +109,15 @@ TEST_F(DeviceMount, AThousandMountsAndUnmountsAreEachReportedOnce) {
     for (std::size_t number = 0; number < NUMBER; ++number) {
         place(std::to_string(number));
     }
-    DeviceListener listener;
+    DeviceObserver observer;
     for (std::size_t number = 0; number < NUMBER; ++number) {
         mountAt("/media/" + std::to_string(number));
     }
-    listener.waitFor(NUMBER);
+    observer.waitFor(NUMBER);
     for (std::size_t number = 0; number < NUMBER; ++number) {
         unmount("/media/" + std::to_string(number));
     }
-    const auto events = listener.waitFor(2 * NUMBER);
+    const auto events = observer.waitFor(2 * NUMBER);
     ASSERT_EQ(events.size(), 2 * NUMBER);
     std::map<std::string, int> seen;
     std::set<int> indexes;
@@ -165,11 +165,11 @@ TEST_P(DeviceOfAFile, ItIsADeviceWhereMediaAreMounted) {
     support::Folder folder;
     support::run({"truncate", "-s", "8M", folder.path("image")});
     support::run({std::string("mkfs.") + GetParam(), "-q", "-L", "PICTURES", folder.path("image")});
-    DeviceListener listener;
+    DeviceObserver observer;
     support::run({"mount", "-o", "loop", folder.path("image"), path});
-    listener.waitFor(1);
+    observer.waitFor(1);
     unmount(path);
-    const auto events = listener.waitFor(2);
+    const auto events = observer.waitFor(2);
     EXPECT_EQ(events.at(0).event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events.at(0).record.fileSystem, MRB_FILE_SYSTEM_EXT4);
     EXPECT_EQ(events.at(0).record.mountPath, path);
@@ -213,11 +213,11 @@ TEST_F(OfferedFolder, ComesAndGoesWithAnyFolderThatHoldsIt) {
     support::Folder folder;
     const std::string path = folder.path("a/b/c");
     offer(path);
-    DeviceListener listener;
+    DeviceObserver observer;
     std::size_t events = 0;
     const auto next = [&](mrb_storage_event_e event) {
-        EXPECT_EQ(listener.waitFor(++events).back().event, event);
-        EXPECT_EQ(listener.events().size(), events);
+        EXPECT_EQ(observer.waitFor(++events).back().event, event);
+        EXPECT_EQ(observer.events().size(), events);
     };
     fs::create_directories(path);
     next(MRB_STORAGE_EVENT_ADDED);

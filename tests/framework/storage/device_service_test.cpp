@@ -72,20 +72,20 @@ class Services : public testing::Test {
 };
 
 // Counts its events, and runs the test's work.
-struct Listener {
-    explicit Listener(DeviceService &owner) : service(owner) {}
-    ~Listener() { service.unlisten(); }
-    Listener(const Listener &) = delete;
-    Listener &operator=(const Listener &) = delete;
+struct DeviceCallback {
+    explicit DeviceCallback(DeviceService &owner) : service(owner) {}
+    ~DeviceCallback() { service.removeCallback(); }
+    DeviceCallback(const DeviceCallback &) = delete;
+    DeviceCallback &operator=(const DeviceCallback &) = delete;
 
     static void receive(void *self, mrb_storage_event_e event, _mrb_storage_s *& /*storage*/) {
-        auto &listener = *static_cast<Listener *>(self);
-        listener.balance += event == MRB_STORAGE_EVENT_ADDED ? 1 : -1;
-        if (listener.work) {
-            listener.work();
+        auto &received = *static_cast<DeviceCallback *>(self);
+        received.balance += event == MRB_STORAGE_EVENT_ADDED ? 1 : -1;
+        if (received.work) {
+            received.work();
         }
-        ++listener.number;
-        listener.number.notify_all();
+        ++received.number;
+        received.number.notify_all();
     }
     void waitFor(int wanted) {
         for (int seen = number; seen < wanted; seen = number) {
@@ -117,85 +117,86 @@ struct Observer final : mrb::RemovalObserver {
 } // namespace
 
 TEST_F(Services, CallsBackFromItsOwnNamedThread) {
-    Listener listener(service);
+    DeviceCallback received(service);
     std::string name(16, '\0');
-    listener.work = [&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    received.work = [&name] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
-    listener.waitFor(1);
-    service.unlisten();
+    received.waitFor(1);
+    service.removeCallback();
     EXPECT_STREQ(name.c_str(), "mrb-dev-events");
 }
 
 TEST_F(Services, DevicesThatWereThereBeforeAreListedAndNotReported) {
     world.set(true);
-    Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
     world.set(false);
-    listener.waitFor(1);
-    EXPECT_EQ(listener.balance, -1);
+    received.waitFor(1);
+    EXPECT_EQ(received.balance, -1);
 }
 
 TEST_F(Services, AnEventThatAListSeesFirstIsStillReported) {
-    Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     for (int round = 1; round <= 1000; ++round) {
         world.set(round % 2 == 1);
         EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), round % 2);
     }
-    listener.waitFor(1000);
-    EXPECT_EQ(listener.balance, 0);
+    received.waitFor(1000);
+    EXPECT_EQ(received.balance, 0);
 }
 
 TEST_F(Services, UnsetWaitsForTheCallbackThatIsRunning) {
     std::promise<void> entered;
     std::promise<void> release;
-    Listener listener(service);
-    listener.work = [&] {
+    DeviceCallback received(service);
+    received.work = [&] {
         entered.set_value();
         release.get_future().wait();
     };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
-    auto unset = std::async(std::launch::async, [this] { return service.unlisten(); });
+    auto unset = std::async(std::launch::async, [this] { return service.removeCallback(); });
     EXPECT_EQ(unset.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     release.set_value();
     EXPECT_EQ(unset.get(), MRB_ERR_NONE);
-    EXPECT_EQ(listener.number, 1);
+    EXPECT_EQ(received.number, 1);
 }
 
 TEST_F(Services, UnsetDoesNotWaitLongForACallbackThatDoesNotReturn) {
     std::promise<void> entered;
     std::promise<void> release;
-    Listener listener(service);
-    listener.work = [&] {
+    DeviceCallback received(service);
+    received.work = [&] {
         entered.set_value();
         release.get_future().wait_for(support::LIMIT);
     };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
-    EXPECT_EQ(service.unlisten(), MRB_ERR_TIMEOUT);
-    EXPECT_EQ(listener.number, 0);
+    EXPECT_EQ(service.removeCallback(), MRB_ERR_TIMEOUT);
+    EXPECT_EQ(received.number, 0);
     release.set_value();
 }
 
 TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
     std::promise<void> entered;
     std::promise<void> release;
-    Listener before(service);
-    Listener after(service);
+    DeviceCallback before(service);
+    DeviceCallback after(service);
     before.work = [&] {
         entered.set_value();
         release.get_future().wait();
     };
-    ASSERT_EQ(service.listen(Listener::receive, &before), MRB_ERR_NONE);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &before), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
     world.set(false);
-    auto set = std::async(std::launch::async, [&] { return service.listen(Listener::receive, &after); });
+    auto set =
+        std::async(std::launch::async, [&] { return service.setCallback(DeviceCallback::receive, &after); });
     EXPECT_EQ(set.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     release.set_value();
     EXPECT_EQ(set.get(), MRB_ERR_NONE);
@@ -205,35 +206,35 @@ TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
 }
 
 TEST_F(Services, ACallbackMayUnsetItself) {
-    Listener listener(service);
-    listener.work = [this] { service.unlisten(); };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    received.work = [this] { service.removeCallback(); };
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
-    listener.waitFor(1);
+    received.waitFor(1);
     world.set(false);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 0U);
-    EXPECT_EQ(service.unlisten(), MRB_ERR_NONE);
-    EXPECT_EQ(listener.number, 1);
+    EXPECT_EQ(service.removeCallback(), MRB_ERR_NONE);
+    EXPECT_EQ(received.number, 1);
 }
 
 TEST_F(Services, ACallbackMayListAndSetAnother) {
-    Listener other(service);
-    Listener listener(service);
-    listener.work = [&] {
+    DeviceCallback other(service);
+    DeviceCallback received(service);
+    received.work = [&] {
         EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
-        EXPECT_EQ(service.listen(Listener::receive, &other), MRB_ERR_NONE);
+        EXPECT_EQ(service.setCallback(DeviceCallback::receive, &other), MRB_ERR_NONE);
     };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
-    listener.waitFor(1);
+    received.waitFor(1);
     world.set(false);
     other.waitFor(1);
-    service.unlisten();
-    EXPECT_EQ(listener.number, 1);
+    service.removeCallback();
+    EXPECT_EQ(received.number, 1);
     EXPECT_EQ(other.balance, -1);
 }
 
-// Registered and removed while devices come and go: the listener is destroyed right after
+// Registered and removed while devices come and go: the callback's owner is destroyed right after
 // its removal, which a sanitizer detects when a callback runs nevertheless.
 TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
     std::atomic<bool> stop = false;
@@ -245,16 +246,16 @@ TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
     });
     int seen = 0;
     for (int round = 0; round < 10'000; ++round) {
-        auto listener = std::make_unique<Listener>(service);
+        auto received = std::make_unique<DeviceCallback>(service);
         if (round % 3 == 0) {
-            listener->work = [this] { service.unlisten(); };
+            received->work = [this] { service.removeCallback(); };
         }
-        ASSERT_EQ(service.listen(Listener::receive, listener.get()), MRB_ERR_NONE);
+        ASSERT_EQ(service.setCallback(DeviceCallback::receive, received.get()), MRB_ERR_NONE);
         if (round % 100 == 0) {
-            listener->waitFor(1);
+            received->waitFor(1);
         }
-        ASSERT_EQ(service.unlisten(), MRB_ERR_NONE);
-        seen += listener->number;
+        ASSERT_EQ(service.removeCallback(), MRB_ERR_NONE);
+        seen += received->number;
     }
     stop = true;
     devices.join();
@@ -263,21 +264,21 @@ TEST_F(Services, TenThousandRegistrationsRaceWithEvents) {
 
 TEST_F(Services, AfterItsShutdownNoCallbackRunsAndListsAreWhatWasKnown) {
     world.set(true);
-    Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     service.shutDown(std::chrono::steady_clock::now() + support::LIMIT);
     world.set(false);
-    EXPECT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NOT_INITIALIZED);
     EXPECT_EQ(service.list(mrb::DeviceKind::USB).size(), 1U);
-    EXPECT_EQ(listener.number, 0);
+    EXPECT_EQ(received.number, 0);
 }
 
 TEST_F(Services, ACallbackMayEndIt) {
-    Listener listener(service);
-    listener.work = [this] { service.shutDown(std::chrono::steady_clock::now() + support::LIMIT); };
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    received.work = [this] { service.shutDown(std::chrono::steady_clock::now() + support::LIMIT); };
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     world.set(true);
-    listener.waitFor(1);
+    received.waitFor(1);
 }
 
 TEST_F(Services, ARemovalIsReportedOnceToItsObserver) {
@@ -321,15 +322,15 @@ TEST_F(Services, TheRemovalOfAnotherDeviceIsNotReported) {
 
 TEST_F(Services, ARemovalIsReportedInAdditionToACallback) {
     world.set(true);
-    Listener listener(service);
-    ASSERT_EQ(service.listen(Listener::receive, &listener), MRB_ERR_NONE);
+    DeviceCallback received(service);
+    ASSERT_EQ(service.setCallback(DeviceCallback::receive, &received), MRB_ERR_NONE);
     const auto observer = std::make_shared<Observer>();
     service.awaitRemoval(Device{}, observer);
     world.set(false);
     observer->wait();
-    listener.waitFor(1);
-    EXPECT_EQ(listener.balance, -1);
-    service.unlisten();
+    received.waitFor(1);
+    EXPECT_EQ(received.balance, -1);
+    service.removeCallback();
     EXPECT_EQ(observer->number, 1);
 }
 

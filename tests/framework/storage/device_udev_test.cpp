@@ -8,7 +8,7 @@
 #include "support/devices.h"
 #include "support/plugged_devices.h"
 
-using support::DeviceListener;
+using support::DeviceObserver;
 using support::listDevices;
 using support::Surroundings;
 
@@ -44,19 +44,19 @@ TEST_F(DeviceUdev, AStickArrivesAndLeavesWithTheRecordItHad) {
         return;
     }
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string usb = addUsb();
     const std::string disk = addDisk(usb);
     const std::string partition = addPartition(disk);
     for (const std::string &device : {usb, disk, partition}) {
         event(device, "add");
     }
-    listener.waitFor(1);
+    observer.waitFor(1);
     event(partition, "remove");
     for (const std::string &device : {partition, disk, usb}) {
         remove(device);
     }
-    const auto events = listener.waitFor(2);
+    const auto events = observer.waitFor(2);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_REMOVED);
@@ -77,12 +77,12 @@ TEST_F(DeviceUdev, AnEventThatIsSentTwiceIsReportedOnce) {
     }
     const std::string partition = addPartition(addDisk(addUsb()));
     change(partition, "ID_FS_USAGE", "other");
-    DeviceListener listener;
+    DeviceObserver observer;
     change(partition, "ID_FS_USAGE", "filesystem");
     for (const char *action : {"add", "add", "change", "remove", "remove", "change", "remove"}) {
         event(partition, action);
     }
-    const auto events = listener.waitFor(4);
+    const auto events = observer.waitFor(4);
     ASSERT_EQ(events.size(), 4U);
     EXPECT_EQ(events[0].event, MRB_STORAGE_EVENT_ADDED);
     EXPECT_EQ(events[1].event, MRB_STORAGE_EVENT_REMOVED);
@@ -95,10 +95,10 @@ TEST_F(DeviceUdev, AReformattedFileSystemIsAChange) {
         return;
     }
     const std::string partition = addPartition(addDisk(addUsb()));
-    DeviceListener listener;
+    DeviceObserver observer;
     change(partition, "ID_FS_TYPE", "exfat");
     event(partition, "change");
-    const auto events = listener.waitFor(1);
+    const auto events = observer.waitFor(1);
     EXPECT_EQ(events.at(0).event, MRB_STORAGE_EVENT_CHANGED);
     EXPECT_EQ(events.at(0).record.fileSystem, MRB_FILE_SYSTEM_EXFAT);
     EXPECT_EQ(listDevices().at(0).fileSystem, MRB_FILE_SYSTEM_EXFAT);
@@ -133,12 +133,12 @@ TEST_F(DeviceUdev, ACameraIsInAListOfItsOwnAndReportedToTheSameCallback) {
         return;
     }
     testbed();
-    DeviceListener listener;
+    DeviceObserver observer;
     const std::string camera =
         addUsb("1-4", {"DEVTYPE", "usb_device", "ID_GPHOTO2", "1", "ID_MODEL", "Camera_1", "ID_MODEL_ENC",
                        "Camera\\x201", "BUSNUM", "001", "DEVNUM", "007"});
     event(camera, "add");
-    listener.waitFor(1);
+    observer.waitFor(1);
     const auto cameras = listDevices(MRB_STORAGE_KIND_PTP);
     ASSERT_EQ(cameras.size(), 1U);
     EXPECT_EQ(cameras[0].name, "Camera 1");
@@ -150,7 +150,7 @@ TEST_F(DeviceUdev, ACameraIsInAListOfItsOwnAndReportedToTheSameCallback) {
     EXPECT_EQ(listDevices().size(), 0U);
     event(camera, "remove");
     remove(camera);
-    const auto events = listener.waitFor(2);
+    const auto events = observer.waitFor(2);
     EXPECT_EQ(events.at(1).event, MRB_STORAGE_EVENT_REMOVED);
     EXPECT_EQ(events.at(1).record.id, "ptp:A1");
 }

@@ -55,31 +55,31 @@ std::pair<int, std::string> storageId(const std::string &path) {
     return {code, id};
 }
 
-DeviceListener::DeviceListener() { EXPECT_EQ(mrb_set_usb_callback(receive, this), MRB_ERR_NONE); }
+DeviceObserver::DeviceObserver() { EXPECT_EQ(mrb_set_usb_callback(receive, this), MRB_ERR_NONE); }
 
-DeviceListener::~DeviceListener() { mrb_unset_usb_callback(); }
+DeviceObserver::~DeviceObserver() { mrb_unset_usb_callback(); }
 
-void DeviceListener::receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
-    auto &listener = *static_cast<DeviceListener *>(self);
+void DeviceObserver::receive(void *self, mrb_storage_event_e event, _mrb_storage_s *&storage) {
+    auto &observer = *static_cast<DeviceObserver *>(self);
     const DeviceEvent received{event, Record(storage), std::this_thread::get_id()};
     {
-        const std::lock_guard guard(listener.lock_);
-        listener.events_.push_back(received);
-        listener.arrived_.notify_all();
+        const std::lock_guard guard(observer.lock_);
+        observer.events_.push_back(received);
+        observer.arrived_.notify_all();
     }
-    if (listener.onEvent) {
-        listener.onEvent(received);
+    if (observer.onEvent) {
+        observer.onEvent(received);
     }
 }
 
-std::vector<DeviceEvent> DeviceListener::waitFor(std::size_t number) {
+std::vector<DeviceEvent> DeviceObserver::waitFor(std::size_t number) {
     std::unique_lock guard(lock_);
     EXPECT_TRUE(arrived_.wait_for(guard, LIMIT, [&] { return events_.size() >= number; }))
         << events_.size() << " events of " << number;
     return events_;
 }
 
-std::vector<DeviceEvent> DeviceListener::events() {
+std::vector<DeviceEvent> DeviceObserver::events() {
     const std::lock_guard guard(lock_);
     return events_;
 }

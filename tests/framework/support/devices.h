@@ -39,12 +39,12 @@ std::vector<Record> listUntil(const std::function<bool(const std::vector<Record>
 std::pair<int, std::string> storageId(const std::string &path);
 
 // Receives device events as long as it lives. Used by one test thread.
-class DeviceListener {
+class DeviceObserver {
   public:
-    DeviceListener();
-    ~DeviceListener();
-    DeviceListener(const DeviceListener &) = delete;
-    DeviceListener &operator=(const DeviceListener &) = delete;
+    DeviceObserver();
+    ~DeviceObserver();
+    DeviceObserver(const DeviceObserver &) = delete;
+    DeviceObserver &operator=(const DeviceObserver &) = delete;
 
     // Waits until that many events came; all that did. A test failure at the timeout.
     std::vector<DeviceEvent> waitFor(std::size_t number);

@@ -33,15 +33,15 @@ PluggedDevices::~PluggedDevices() {
 void PluggedDevices::expectReplugsReported(const std::string &device) {
     constexpr std::size_t NUMBER = 1000;
     constexpr std::size_t AT_ONCE = 4; // the testbed holds no more
-    DeviceListener listener;
+    DeviceObserver observer;
     for (std::size_t round = 0; round < NUMBER; ++round) {
         event(device, "remove");
         event(device, "add");
         if (round % AT_ONCE == 0) {
-            listener.waitFor(2 * round + 2);
+            observer.waitFor(2 * round + 2);
         }
     }
-    const auto events = listener.waitFor(2 * NUMBER);
+    const auto events = observer.waitFor(2 * NUMBER);
     ASSERT_EQ(events.size(), 2 * NUMBER);
     for (std::size_t number = 0; number < events.size(); ++number) {
         ASSERT_EQ(events[number].event, number % 2 == 0 ? MRB_STORAGE_EVENT_REMOVED : MRB_STORAGE_EVENT_ADDED)

@@ -57,7 +57,7 @@ class ScriptedContentClient final : public mrb::dlna::ContentDirectoryClient {
         return respond(request, page);
     }
 
-    Status fetch(const std::string & /*url*/, std::size_t /*most*/, std::chrono::milliseconds /*patience*/,
+    Status fetch(const std::string & /*url*/, std::size_t /*maxBytes*/, std::chrono::milliseconds /*timeout*/,
                  const CancellationToken & /*cancellation*/, std::string & /*bytes*/) override {
         return Status::notFound();
     }
