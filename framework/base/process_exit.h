@@ -12,7 +12,6 @@ namespace mrb {
 // or a `finish` does not return, later exit handlers may hang as well (the loader's own waits for
 // a thread that loads a library), so a watchdog then ends the process, with the status that it
 // was to have. Otherwise the process exits as usual.
-// outside of it, with the status that it was to have. Otherwise its exit is as any other.
 using FinishAtExit = bool(std::chrono::steady_clock::time_point deadline);
 void finishAtExit(FinishAtExit &finish);
 
