@@ -13,6 +13,7 @@ import { compilers, format, records } from './runner/checks.mjs';
 import { kinds } from './runner/kinds.mjs';
 import { layout } from './runner/layers.mjs';
 import { locks } from './runner/locks.mjs';
+import { provideNode } from './runner/node_versions.mjs';
 import { references } from './runner/references.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
 import { missingHere } from './runner/surroundings.mjs';
@@ -30,6 +31,7 @@ const quill = (folder) => join(folder, 'bin', 'quill');
  * kind     how it is run and counted, see runner/kinds.mjs
  * builds   the presets it runs in; '' needs none
  * more     those that it runs in besides with --all, or when it is named
+ * named    those that it runs in when the build is named
  * targets  what of the build it needs, all of it unless said; see `needed`
  * first    files of tests that take long, started before the others
  * parts    so many processes share its tests, where these mostly wait
@@ -40,6 +42,8 @@ const quill = (folder) => join(folder, 'bin', 'quill');
 const RECORDING = ['mrb-recording', 'systemlog-recording', 'recorder'];
 // The order of folders, and that what the documents name exists.
 const layoutAndReferences = async (tree) => [await layout(tree), await references(tree)].filter(Boolean).join('\n');
+// Scripts run on each of these; the usual builds have the Node.js that is installed.
+const OTHER_NODES = ['node18', 'node22', 'node24'];
 const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
@@ -56,13 +60,13 @@ const TABLE = [
       command: ['{build}/tests/json_tests'], seconds: 300 },
     { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'], targets: ['unit_tests'],
       command: ['node', 'tests/unit/run.mjs', '{build}/tests/unit_tests.node'], seconds: 600 },
-    { name: 'blackbox', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/blackbox', program: quill,
-      env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
+    { name: 'blackbox', kind: 'node', builds: ['dev'], more: ['asan'], named: OTHER_NODES, folder: 'tests/blackbox',
+      program: quill, env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
     // Once more as it ships: optimised, without a sanitizer.
     { name: 'blackbox', kind: 'node', builds: [], more: ['release'], folder: 'tests/blackbox', program: quill,
       env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
     // One of its tests looks at every kind of program that is built.
-    { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/host',
+    { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], named: OTHER_NODES, folder: 'tests/host',
       targets: ['product', 'test-bridges', 'framework_tests', 'unit_tests', 'recorder'], seconds: 600 },
     { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system',
       targets: ['product', 'mrb-hanging'],
@@ -80,19 +84,24 @@ const TABLE = [
     { name: 'tidy', kind: 'check', builds: [], more: ['dev'], check: tidy },
 ];
 
-const suites = TABLE.flatMap((entry) => [...entry.builds, ...(entry.more ?? [])].map((build) => ({ ...entry, build })));
+const suites = TABLE.flatMap((entry) =>
+    [...entry.builds, ...(entry.more ?? []), ...(entry.named ?? [])].map((build) => ({ ...entry, build })));
 const isUsual = ({ builds, build }) => builds.includes(build);
+const isOfAll = ({ named, build }) => !named?.includes(build);
 const titleOf = (suite) => (suite.build ? `${suite.name}:${suite.build}` : suite.name);
 
 function chosenSuites(names, all) {
-    const unknown = names.filter((name) => !suites.some((suite) => name === suite.name || name === titleOf(suite)));
+    const isNamed = (suite, name) => [suite.name, suite.build, titleOf(suite)].includes(name);
+    const unknown = names.filter((name) => !suites.some((suite) => isNamed(suite, name)));
     if (unknown.length > 0) {
         const known = [...new Set(suites.map((suite) => suite.name))].join(' ');
-        console.error(`test: there is no suite ${unknown.join(', ')}; there are ${known}`);
+        const builds = [...new Set(suites.map((suite) => suite.build))].filter(Boolean).join(' ');
+        console.error(`test: there is no suite ${unknown.join(', ')}; there are ${known}, and all of a build: ${builds}`);
         process.exit(1);
     }
-    if (names.length === 0) return all ? suites : suites.filter(isUsual);
-    return suites.filter((suite) => names.includes(suite.name) || names.includes(titleOf(suite)));
+    if (names.length === 0) return suites.filter(all ? isOfAll : isUsual);
+    // A suite's name alone does not ask for other versions of Node.js.
+    return suites.filter((suite) => names.some((name) => isNamed(suite, name) && (name !== suite.name || isOfAll(suite))));
 }
 
 /** The targets of a build that these suites need. */
@@ -151,7 +160,7 @@ for (const preset of new Set(chosen.map((suite) => suite.build))) {
     let broken = '';
     if (preset) {
         const started = Date.now();
-        broken = await build(root, preset, needed(preset, chosen));
+        broken = (await provideNode(root, preset)) || (await build(root, preset, needed(preset, chosen)));
         const seconds = ((Date.now() - started) / 1000).toFixed(1);
         console.log(broken ? `build/${preset} failed\n${broken.replace(/^/gm, '    ')}\n` : `build/${preset} in ${seconds} s`);
     }

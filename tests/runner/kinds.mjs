@@ -7,12 +7,12 @@ import { cpus } from 'node:os';
 import { basename, dirname, join } from 'node:path';
 
 import { nodeEnvironment, programEnvironment, withoutRandomAddresses } from './build.mjs';
+import { nodeOf } from './node_versions.mjs';
 import { inParallel, run } from './process.mjs';
 import { countGtest, countTap, sum } from './results.mjs';
 import { filesIn } from './sources.mjs';
 import { NEEDS } from './surroundings.mjs';
 
-const NODE = process.execPath;
 // More than there are processors: tests wait for events most of the time.
 const AT_ONCE = 2 * cpus().length;
 
@@ -53,7 +53,7 @@ async function gtestPart(suite, root, missing, number, parts) {
     rmSync(report, { force: true });
     const inNode = suite.command[0] === 'node';
     const words = suite.command.map((word) => word.replace('{build}', folder));
-    if (inNode) words[0] = NODE;
+    if (inNode) words[0] = nodeOf(root, suite.build);
     const env = {
         ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
         QUILL_BUILD: folder,
@@ -86,7 +86,9 @@ async function node(suite, root, missing) {
         return { passed: 0, failed: 1, skipped: {}, details: `there is no file ${suite.folder}/*.test.mjs` };
     }
     const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...settingsOf(suite, folder) };
-    const program = suite.program?.(folder) ?? NODE;
+    const engine = nodeOf(root, suite.build);
+    if (engine !== process.execPath) env.QUILL_NODE = engine;
+    const program = suite.program?.(folder) ?? engine;
     const isFirst = (file) => suite.first?.includes(basename(file, '.test.mjs')) ?? false;
     files.sort((one, other) => isFirst(other) - isFirst(one));
     const counts = await inParallel(files, AT_ONCE, async (file) => {
