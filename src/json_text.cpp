@@ -34,25 +34,25 @@ char EscapeOf(char byte) { return escapes[static_cast<unsigned char>(byte)]; }
 /// False, with `to` unchanged, when the text holds a foreign byte.
 bool AppendPlainText(std::string &to, const char *text, const char *end) {
     const size_t start = to.size();
-    to += '"';
-    while (true) {
-        const char *run = text;
-        while (text != end && EscapeOf(*text) == PLAIN) {
-            ++text;
-        }
-        to.append(run, text);
-        if (text == end) {
-            to += '"';
-            return true;
-        }
-        const char escape = EscapeOf(*text++);
+    // Room for a text of which each byte is escaped: most texts are JSON within JSON, and each
+    // of their many quotes would be an append of its own.
+    to.resize(start + 2 * static_cast<size_t>(end - text) + 2);
+    char *at = &to[start];
+    *at++ = '"';
+    for (; text != end; ++text) {
+        const char escape = EscapeOf(*text);
         if (escape == FOREIGN) {
             to.resize(start);
             return false;
         }
-        to += '\\';
-        to += escape;
+        const bool is_plain = escape == PLAIN;
+        *at = '\\';
+        at += is_plain ? 0 : 1;
+        *at++ = is_plain ? *text : escape;
     }
+    *at++ = '"';
+    to.resize(static_cast<size_t>(at - to.data()));
+    return true;
 }
 
 void AppendText(std::string &to, const char *text, const char *end) {
