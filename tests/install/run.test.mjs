@@ -18,7 +18,7 @@ let playlist;
 before(async () => {
     tree = move(await install());
     media = folder();
-    writeFileSync(join(media, 'one.flac'), songBytes({ TITLE: 'First song', ARTIST: 'Somebody' }));
+    writeFileSync(join(media, 'one.flac'), songBytes({ TITLE: 'First song', ARTIST: 'First artist' }));
     writeFileSync(join(media, 'two.jpg'), pictureBytes('2024:07:14 09:30:00'));
     execFileSync('convert', ['-size', '64x48', 'plasma:', join(media, 'three.png')]);
     playlist = join(folder(), 'all.m3u');
