@@ -42,6 +42,8 @@ const quill = (folder) => join(folder, 'bin', 'quill');
 const RECORDING = ['mrb-recording', 'systemlog-recording', 'recorder'];
 // The order of folders, and that what the documents name exists.
 const layoutAndReferences = async (tree) => [await layout(tree), await references(tree)].filter(Boolean).join('\n');
+// Calls wait for the scan of the devices however busy the machine is.
+const patient = () => ({ MRB_DEVICE_TIMEOUT: '30000' });
 // Scripts run on each of these; the usual builds have the Node.js that is installed.
 const OTHER_NODES = ['node18', 'node22', 'node24'];
 const TABLE = [
@@ -68,7 +70,7 @@ const TABLE = [
     // One of its tests looks at every kind of program that is built.
     { name: 'host', kind: 'node', builds: ['dev'], more: ['asan'], named: OTHER_NODES, folder: 'tests/host',
       targets: ['product', 'test-bridges', 'framework_tests', 'unit_tests', 'recorder'], seconds: 600 },
-    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system',
+    { name: 'system', kind: 'node', builds: ['dev'], more: ['asan'], folder: 'tests/system', env: patient,
       targets: ['product', 'mrb-hanging'],
       first: ['dlna_lists', 'cameras', 'browse', 'copy', 'dlna_share'], seconds: 1800 },
     // What the optimised libraries show to the loader.

@@ -12,6 +12,7 @@
 #include "events/event_thread.h"
 #include "storage/camera_capacity_probe.h"
 #include "storage/capacity_probe.h"
+#include "storage/device_limits.h"
 #include "storage/device_notifier.h"
 #include "storage/device_source.h"
 #include "storage/device_table.h"
@@ -25,18 +26,6 @@ class RemovalObserver {
   public:
     virtual ~RemovalObserver() = default;
     virtual void deviceRemoved() = 0;
-};
-
-// Timeouts for devices that do not respond.
-struct DeviceLimits {
-    // A call, for the scan and for sizes together: the call may come from the application's
-    // main thread. Later calls do not wait for a scan that takes longer.
-    std::chrono::milliseconds call = std::chrono::milliseconds(100);
-    // The same until the first scan has ended. For a program that lists once and sets no callback the
-    // first result is the only one, and on a busy machine the first scan takes its time.
-    std::chrono::milliseconds firstCall = std::chrono::seconds(1);
-    // An event, for the sizes in its record.
-    std::chrono::milliseconds event = std::chrono::milliseconds(300);
 };
 
 // Knows the devices of this machine, and notifies one callback of changes and observers of

@@ -16,7 +16,8 @@ bool finish(std::chrono::steady_clock::time_point deadline) {
 DeviceService &DeviceService::instance() {
     static OnDemand<DeviceService> service;
     return service.get([] {
-        auto *made = new DeviceService(makeDeviceSources);
+        auto *made =
+            new DeviceService(makeDeviceSources, CapacityProbe::instance(), DeviceLimits::ofEnvironment());
         finishAtExit(finish);
         return made;
     });

@@ -63,7 +63,7 @@ async function end(modules, { name, before = '', action = '', kill, status = nul
     ${before}
     process.stdin.once('data', () => { process.stdin.destroy(); ${action} });
     ${modules.map((module) => USES[module]).join('\n')}`)],
-    { env: { LD_LIBRARY_PATH: librariesWith(modules), MRB_CAMERAS: media, QUILL_LOG: 'off' } });
+    { env: { LD_LIBRARY_PATH: librariesWith(modules), MRB_CAMERAS: media, MRB_DEVICE_TIMEOUT: '', QUILL_LOG: 'off' } });
   let errors = '';
   await new Promise((resolve, reject) => {
     program.stderr.on('data', (text) => {

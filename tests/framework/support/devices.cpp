@@ -9,6 +9,13 @@
 #include "support/client.h"
 
 namespace support {
+namespace {
+
+// A call waits for the scan of the devices however busy the machine is. Read by the framework on
+// its first scan; a SilentFileSystem restores the usual timeouts.
+const bool isPatient [[maybe_unused]] = setenv("MRB_DEVICE_TIMEOUT", "30000", 0) == 0;
+
+} // namespace
 
 Record::Record(_mrb_storage_s *storage)
     : id(mrb_storage_get_id(storage)), name(mrb_storage_get_name(storage)),
