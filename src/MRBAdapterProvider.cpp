@@ -211,7 +211,7 @@ void CMRBAdapterProvider::FireOnCallbacks(int func, std::string data, void *self
 OnCallbackData::OnCallbackData(const Bridge::ScriptFunction *slot, std::string data)
     : slot_(slot), data_(std::move(data)) {}
 
-gboolean OnCallbackData::FireOnCallbacks(void *record) {
+gboolean OnCallbackData::FireOnCallbacks(void *record) noexcept {
     const std::unique_ptr<const OnCallbackData> owned(static_cast<OnCallbackData *>(record));
     owned->Deliver();
     return G_SOURCE_REMOVE;

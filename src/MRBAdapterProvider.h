@@ -79,8 +79,9 @@ class OnCallbackData {
     OnCallbackData(const Bridge::ScriptFunction *slot, std::string data);
 
     /// Calls the slot's function with the text, or without an argument when it is
-    /// empty. Main thread; always FALSE, so that a record runs once.
-    static gboolean FireOnCallbacks(void *record);
+    /// empty. Main thread; always FALSE, so that a record runs once. An exception, for lack
+    /// of memory, ends the process here: GLib's frames must not be unwound.
+    static gboolean FireOnCallbacks(void *record) noexcept;
 
   private:
     void Deliver() const;

@@ -3,6 +3,9 @@
 #include <node.h>
 #include <uv.h>
 
+#include <exception>
+#include <string>
+
 #include "bridge_library.h"
 #include "main_loop.h"
 #include "node_host.h"
@@ -15,6 +18,16 @@ using Arguments = v8::FunctionCallbackInfo<v8::Value>;
 
 void throwTypeError(v8::Isolate *isolate, const std::string &text) {
     isolate->ThrowException(v8::Exception::TypeError(Bridge::StringToV8(text)));
+}
+
+/// A function for scripts, whose C++ exceptions become script errors: they must not cross V8's frames.
+template <void (*FUNCTION)(const Arguments &)>
+void scriptFunction(const Arguments &arguments) noexcept {
+    try {
+        FUNCTION(arguments);
+    } catch (const std::exception &error) {
+        arguments.GetIsolate()->ThrowException(v8::Exception::Error(Bridge::StringToV8(error.what())));
+    }
 }
 
 /// openBridge(path): {classes: {name: constructor}} or {error: text}.
@@ -35,10 +48,15 @@ void openBridge(const Arguments &arguments) {
     const v8::Local<v8::Object> classes = v8::Object::New(isolate);
     set(answer, "classes", classes);
     for (Bridge::ScriptBridge *bridge : library.bridges) {
-        v8::Local<v8::Function> constructor;
-        if (!makeScriptClass(isolate, context, bridge).ToLocal(&constructor) ||
-            !set(classes, bridge->getScriptClassName(), constructor)) {
-            return; // a script error is pending
+        try {
+            v8::Local<v8::Function> constructor;
+            if (!makeScriptClass(isolate, context, bridge).ToLocal(&constructor) ||
+                !set(classes, bridge->getScriptClassName(), constructor)) {
+                return; // a script error is pending
+            }
+        } catch (const std::exception &error) {
+            set(answer, "error", Bridge::StringToV8(std::string("its script class failed: ") + error.what()));
+            return;
         }
     }
 }
@@ -75,15 +93,15 @@ NODE_MODULE_INIT(/* exports, module, context */) {
     auto *host = new NodeHost(isolate, context, *loop);
     Bridge::Host::install(host);
     node::AddEnvironmentCleanupHook(
-        isolate, [](void *stopped) { static_cast<MainLoop *>(stopped)->stop(); }, loop);
+        isolate, [](void *stopped) noexcept { static_cast<MainLoop *>(stopped)->stop(); }, loop);
 
-    NODE_SET_METHOD(exports, "openBridge", openBridge);
-    NODE_SET_METHOD(exports, "release", release);
-    NODE_SET_METHOD(exports, "ref", setReferenced<true>);
-    NODE_SET_METHOD(exports, "unref", setReferenced<false>);
+    NODE_SET_METHOD(exports, "openBridge", scriptFunction<openBridge>);
+    NODE_SET_METHOD(exports, "release", scriptFunction<release>);
+    NODE_SET_METHOD(exports, "ref", scriptFunction<setReferenced<true>>);
+    NODE_SET_METHOD(exports, "unref", scriptFunction<setReferenced<false>>);
 
     // setErrorReporter(function): it receives the errors of asynchronous callbacks.
-    const auto set_reporter = [](const Arguments &arguments) {
+    const auto set_reporter = [](const Arguments &arguments) noexcept {
         auto *node_host = static_cast<NodeHost *>(Bridge::Host::current());
         if (arguments[0]->IsFunction()) {
             node_host->setErrorReporter(arguments[0].As<v8::Function>());

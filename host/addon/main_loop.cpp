@@ -44,9 +44,11 @@ bool MainLoop::start() {
     if (g_main_context_acquire(context_) == FALSE) {
         return false;
     }
+    // These are noexcept: libuv's frames must not be unwound, and the context would stay half dispatched.
     uv_prepare_start(&prepare_,
-                     [](uv_prepare_t *handle) { static_cast<MainLoop *>(handle->data)->prepare(); });
-    uv_check_start(&check_, [](uv_check_t *handle) { static_cast<MainLoop *>(handle->data)->check(); });
+                     [](uv_prepare_t *handle) noexcept { static_cast<MainLoop *>(handle->data)->prepare(); });
+    uv_check_start(&check_,
+                   [](uv_check_t *handle) noexcept { static_cast<MainLoop *>(handle->data)->check(); });
     return true;
 }
 
@@ -110,10 +112,11 @@ void MainLoop::updateWatches() {
         }
         if (watch.requested != watch.active) {
             watch.active = watch.requested;
-            uv_poll_start(&watch.handle, watch.requested, [](uv_poll_t *handle, int status, int events) {
-                auto *polled = static_cast<Watch *>(handle->data);
-                polled->received |= status < 0 ? polled->requested | UV_DISCONNECT : events;
-            });
+            uv_poll_start(&watch.handle, watch.requested,
+                          [](uv_poll_t *handle, int status, int events) noexcept {
+                              auto *polled = static_cast<Watch *>(handle->data);
+                              polled->received |= status < 0 ? polled->requested | UV_DISCONNECT : events;
+                          });
         }
         ++entry;
     }

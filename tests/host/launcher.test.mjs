@@ -100,6 +100,11 @@ test('a bridge library without classes is one clear line', async () => {
     /loadBridges returned no script class$/m);
 });
 
+test('a bridge library whose class throws is one clear line', async () => {
+  assertRefused(await quill(['--bridge', path.join(bridges, 'libbroken-bridge-4.so'), '-e', '0']),
+    /its script class failed: no methods today$/m);
+});
+
 test('options that lack their value are one clear line', async () => {
   assertRefused(await quill(['--bridge']), /--bridge needs the file of a bridge library$/m);
   assertRefused(await quill(['-e']), /-e needs the text to run$/m);

@@ -67,14 +67,14 @@ GphotoCamera::GphotoCamera(Handle camera, Mutex &loading) : loading_(loading), c
     // libgphoto2 calls both during a transfer: the only sign that the camera is alive.
     gp_context_set_cancel_func(
         context_.get(),
-        [](GPContext *, void *self) {
+        [](GPContext *, void *self) noexcept {
             return static_cast<GphotoCamera *>(self)->cancellation_.isCancelled() ? GP_CONTEXT_FEEDBACK_CANCEL
                                                                                   : GP_CONTEXT_FEEDBACK_OK;
         },
         this);
     gp_context_set_progress_funcs(
         context_.get(), [](GPContext *, float, const char *, void *) { return 0U; },
-        [](GPContext *, unsigned, float, void *self) { // Polling it is the sign of life.
+        [](GPContext *, unsigned, float, void *self) noexcept { // Polling it is the sign of life.
             static_cast<void>(static_cast<GphotoCamera *>(self)->cancellation_.isCancelled());
         },
         [](GPContext *, unsigned, void *) {}, this);

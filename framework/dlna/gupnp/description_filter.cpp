@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include "base/c_callback.h"
 #include "base/log.h"
 
 namespace mrb::dlna {
@@ -26,7 +27,7 @@ std::uint64_t bytesReceived(GSocket *socket) {
 DescriptionFilter::DescriptionFilter(SoupSession *session) : session_(share(session)), connections_(session) {
     restrictSession(session);
     // One connection per request, so that its byte count is that of the description.
-    g_signal_connect(session, "request-queued", G_CALLBACK(onQueued), this);
+    g_signal_connect(session, "request-queued", G_CALLBACK(cCallback<onQueued>), this);
 }
 
 DescriptionFilter::~DescriptionFilter() {
@@ -44,10 +45,10 @@ void DescriptionFilter::onQueued(SoupSession * /*session*/, SoupMessage *message
     soup_message_add_flags(message, SOUP_MESSAGE_NEW_CONNECTION);
     Request &request =
         guard.requests_.emplace_back(Request{guard, share(message), steady_clock::now(), nullptr});
-    g_signal_connect(message, "network-event", G_CALLBACK(onConnection), &request);
-    g_signal_connect(message, "finished", G_CALLBACK(onFinished), &request);
+    g_signal_connect(message, "network-event", G_CALLBACK(cCallback<onConnection>), &request);
+    g_signal_connect(message, "finished", G_CALLBACK(cCallback<onFinished>), &request);
     request.timer = g_timeout_source_new(LOOK_MILLISECONDS);
-    g_source_set_callback(request.timer, look, &request, nullptr);
+    g_source_set_callback(request.timer, cCallback<look, G_SOURCE_CONTINUE>, &request, nullptr);
     g_source_attach(request.timer, g_main_context_get_thread_default());
 }
 

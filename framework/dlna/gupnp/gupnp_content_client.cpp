@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/deleter.h"
+#include "base/log.h"
 #include "dlna/gupnp/soap.h"
 #include "dlna/gupnp/uri.h"
 
@@ -155,7 +156,11 @@ void GupnpContentClient::runTasks() {
     const std::deque<Task> tasks = std::exchange(tasks_, {});
     guard.unlock();
     for (const Task &task : tasks) {
-        task();
+        try {
+            task();
+        } catch (const std::exception &failure) {
+            MRB_LOG_ERROR("A request was not sent: %s", failure.what()); // its caller waits for its timeout
+        }
     }
 }
 

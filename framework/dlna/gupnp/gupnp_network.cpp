@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/c_callback.h"
 #include "base/deleter.h"
 #include "base/log.h"
 #include "base/threads.h"
@@ -146,7 +147,7 @@ void GupnpNetwork::Watch::watchNetwork() {
     monitor_.emplace(context_.get(), [this] { updatePoints(); });
     updatePoints();
     GSource *timer = g_timeout_source_new_seconds(NETWORK_SECONDS);
-    g_source_set_callback(timer, onNetworkAwaited, this, nullptr);
+    g_source_set_callback(timer, cCallback<onNetworkAwaited>, this, nullptr);
     g_source_attach(timer, context_.get());
     g_source_unref(timer);
     contentClient_->open(servers_);
@@ -183,7 +184,7 @@ void GupnpNetwork::Watch::leave(Point point) {
     leaving_.push_back(std::move(point));
     if (!leavingTimer_) {
         leavingTimer_ = wakeUps(context_.get());
-        g_source_set_callback(leavingTimer_.get(), onLeaving, this, nullptr);
+        g_source_set_callback(leavingTimer_.get(), cCallback<onLeaving, G_SOURCE_CONTINUE>, this, nullptr);
     }
 }
 
@@ -253,7 +254,7 @@ void GupnpNetwork::Watch::updatePoints() {
 void GupnpNetwork::Watch::retryLater() {
     if (!retryTimer_) {
         retryTimer_.reset(g_timeout_source_new_seconds(RETRY_SECONDS));
-        g_source_set_callback(retryTimer_.get(), onRetry, this, nullptr);
+        g_source_set_callback(retryTimer_.get(), cCallback<onRetry, G_SOURCE_CONTINUE>, this, nullptr);
         g_source_attach(retryTimer_.get(), context_.get());
     }
 }
@@ -263,8 +264,8 @@ GupnpNetwork::Watch::Point GupnpNetwork::Watch::watchContext(GUPnPContext *conte
     point.guard = std::make_unique<DescriptionFilter>(gupnp_context_get_session(context));
     point.control.reset(gupnp_control_point_new(context, MEDIA_SERVER));
     GUPnPControlPoint *control = point.control.get();
-    g_signal_connect(control, "device-proxy-available", G_CALLBACK(onServer), this);
-    g_signal_connect(control, "device-proxy-unavailable", G_CALLBACK(onServerGone), this);
+    g_signal_connect(control, "device-proxy-available", G_CALLBACK(cCallback<onServer>), this);
+    g_signal_connect(control, "device-proxy-unavailable", G_CALLBACK(cCallback<onServerGone>), this);
     gssdp_resource_browser_set_active(GSSDP_RESOURCE_BROWSER(control), TRUE);
     return point;
 }

@@ -75,19 +75,29 @@ void HttpRequests::cancel(Running &running, Status why) {
     g_cancellable_cancel(running.cancellable.get());
 }
 
+// Exceptions must not reach GLib, and the request ends with them.
+template <typename Step>
+void HttpRequests::proceed(Running &running, Step step) noexcept {
+    try {
+        step();
+    } catch (const std::exception &) {
+        end(running, {MRB_ERR_OUT_OF_MEMORY, {}});
+    }
+}
+
 void HttpRequests::onSent(GObject *session, GAsyncResult *result, void *data) {
     auto &running = *static_cast<Running *>(data);
-    GError *error = nullptr;
-    running.stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &error));
-    if (!running.stream) {
-        fail(running, *Error(error));
-        return;
-    }
-    if (Status status = checkEncoding(running.message.get()); !status.ok()) {
-        end(running, std::move(status));
-        return;
-    }
-    readOn(running);
+    proceed(running, [&] {
+        GError *error = nullptr;
+        running.stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &error));
+        if (!running.stream) {
+            fail(running, *Error(error));
+        } else if (Status status = checkEncoding(running.message.get()); !status.ok()) {
+            end(running, std::move(status));
+        } else {
+            readOn(running);
+        }
+    });
 }
 
 void HttpRequests::readOn(Running &running) {
@@ -97,23 +107,21 @@ void HttpRequests::readOn(Running &running) {
 
 void HttpRequests::onRead(GObject *stream, GAsyncResult *result, void *data) {
     auto &running = *static_cast<Running *>(data);
-    GError *error = nullptr;
-    const gssize size = g_input_stream_read_finish(G_INPUT_STREAM(stream), result, &error);
-    if (size < 0) {
-        fail(running, *Error(error));
-        return;
-    }
-    if (size == 0) {
-        end(running, {});
-        return;
-    }
-    if (running.body.size() + static_cast<std::size_t>(size) > running.maximum) {
-        end(running, Status::protocolError("The server's response is longer than " +
-                                           std::to_string(running.maximum) + " bytes."));
-        return;
-    }
-    running.body.append(running.part.data(), static_cast<std::size_t>(size));
-    readOn(running);
+    proceed(running, [&] {
+        GError *error = nullptr;
+        const gssize size = g_input_stream_read_finish(G_INPUT_STREAM(stream), result, &error);
+        if (size < 0) {
+            fail(running, *Error(error));
+        } else if (size == 0) {
+            end(running, {});
+        } else if (running.body.size() + static_cast<std::size_t>(size) > running.maximum) {
+            end(running, Status::protocolError("The server's response is longer than " +
+                                               std::to_string(running.maximum) + " bytes."));
+        } else {
+            running.body.append(running.part.data(), static_cast<std::size_t>(size));
+            readOn(running);
+        }
+    });
 }
 
 void HttpRequests::fail(Running &running, const GError &error) {

@@ -56,6 +56,8 @@ class HttpRequests {
     static void cancel(Running &running, Status why);
     static void onSent(GObject *session, GAsyncResult *result, void *running);
     static void onRead(GObject *stream, GAsyncResult *result, void *running);
+    template <typename Step>
+    static void proceed(Running &running, Step step) noexcept;
     static void readOn(Running &running);
     static void fail(Running &running, const GError &error);
     static void end(Running &running, Status status);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/c_callback.h"
 #include "base/deleter.h"
 #include "base/log.h"
 
@@ -67,7 +68,8 @@ AddressMonitor::AddressMonitor(GMainContext *context, std::function<void()> onCh
     }
     source_.reset(g_unix_fd_source_new(socket_.fd(), G_IO_IN));
     // GLib calls it with the arguments of a GUnixFDSourceFunc.
-    g_source_set_callback(source_.get(), G_SOURCE_FUNC(onMessages), this, nullptr);
+    g_source_set_callback(source_.get(), G_SOURCE_FUNC((cCallback<onMessages, G_SOURCE_CONTINUE>)), this,
+                          nullptr);
     g_source_attach(source_.get(), context);
 }
 

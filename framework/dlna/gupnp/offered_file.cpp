@@ -8,6 +8,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/c_callback.h"
 #include "base/deleter.h"
 
 namespace mrb::dlna {
@@ -43,7 +44,7 @@ OfferedFile::OfferedFile(What what, const std::string &here, std::string host)
         return;
     }
     const Object<GSocketAddress> socketAddress(g_inet_socket_address_new(address.get(), 0));
-    soup_server_add_handler(server_.get(), nullptr, onRequest, this, nullptr);
+    soup_server_add_handler(server_.get(), nullptr, cCallback<onRequest>, this, nullptr);
     if (soup_server_listen(server_.get(), socketAddress.get(), SoupServerListenOptions(0), nullptr) ==
         FALSE) {
         return;
@@ -86,8 +87,8 @@ void OfferedFile::onRequest(SoupServer * /*server*/, SoupServerMessage *message,
 void OfferedFile::serve(SoupServerMessage *message) {
     soup_message_body_set_accumulate(soup_server_message_get_response_body(message), FALSE);
     Serving &serving = servings_.emplace_back(Serving{*this, share(message)});
-    g_signal_connect(message, "wrote-chunk", G_CALLBACK(onChunk), &serving);
-    g_signal_connect(message, "finished", G_CALLBACK(onEnd), &serving);
+    g_signal_connect(message, "wrote-chunk", G_CALLBACK(cCallback<onChunk>), &serving);
+    g_signal_connect(message, "finished", G_CALLBACK(cCallback<onEnd>), &serving);
     serveMore(serving);
 }
 

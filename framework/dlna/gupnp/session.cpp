@@ -2,12 +2,13 @@
 
 #include <chrono>
 
+#include "base/c_callback.h"
 #include "dlna/gupnp/main_context.h"
 
 namespace mrb::dlna {
 
 Connections::Connections(SoupSession *session) : session_(share(session)) {
-    g_signal_connect(session, "request-queued", G_CALLBACK(onQueued), this);
+    g_signal_connect(session, "request-queued", G_CALLBACK(cCallback<onQueued>), this);
 }
 
 Connections::~Connections() { g_signal_handlers_disconnect_by_data(session_.get(), this); }
@@ -15,7 +16,7 @@ Connections::~Connections() { g_signal_handlers_disconnect_by_data(session_.get(
 void Connections::onQueued(SoupSession * /*session*/, SoupMessage *message, void *self) {
     const auto &connections = *static_cast<const Connections *>(self);
     g_signal_connect_data(
-        message, "network-event", G_CALLBACK(onConnection), new Count(connections.open_),
+        message, "network-event", G_CALLBACK(cCallback<onConnection>), new Count(connections.open_),
         [](gpointer count, GClosure * /*closure*/) { delete static_cast<Count *>(count); }, GConnectFlags(0));
 }
 
