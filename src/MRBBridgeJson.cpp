@@ -1,5 +1,6 @@
 #include "MRBBridgeJson.h"
 
+#include <cfloat>
 #include <cmath>
 #include <exception>
 #include <limits>
@@ -17,6 +18,17 @@
 
 namespace MRBBridge {
 namespace {
+
+/// A number as a double. Where functions return floating-point numbers in registers that
+/// are wider (32-bit x86), an integer beyond 2^53 would keep digits that a double lacks.
+double AsDouble(const Json::Value &value) {
+#if FLT_EVAL_METHOD == 2
+    const volatile double rounded = value.asDouble();
+    return rounded;
+#else
+    return value.asDouble();
+#endif
+}
 
 /// Toward zero, kept within the range of the type.
 long long TruncateClamped(double value) {
@@ -184,7 +196,7 @@ bool CMRBBridgeJson::Get(const std::string &key, unsigned int &out) const {
 
 bool CMRBBridgeJson::Get(const std::string &key, long long &out) const {
     return Get(key, out, &Json::Value::isDouble, [](const Json::Value &value, long long &converted) {
-        converted = TruncateClamped(value.asDouble());
+        converted = TruncateClamped(AsDouble(value));
         return true;
     });
 }
