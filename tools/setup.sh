@@ -3,6 +3,7 @@
 #
 #     tools/setup.sh run      what ./run needs: build tools, libraries, Node.js
 #     tools/setup.sh test     that, and what ./test needs
+#     tools/setup.sh cross    that, and what ./test armhf and ./test i386 need
 #     tools/setup.sh all      that, and what ./test --all needs
 #     tools/setup.sh bench    what ./test needs, and what bench/run compares with
 #
@@ -24,6 +25,8 @@ setup_run_packages=(
 # clang-format's taste changes from version to version; the tree is in that of 14.
 setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev libgmock-dev zlib1g-dev sqlite3 imagemagick
     umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples man-db)
+# Compilers for 32 bits, and what runs their programs; tools/sysroot has the libraries.
+setup_cross_packages=(g++-arm-linux-gnueabihf g++-i686-linux-gnu qemu-user)
 # The oldest and the newest compilers of Debian 12, for what televisions' compilers build.
 setup_all_packages=(g++-11 g++-12 clang-13 clang-19)
 # Other thumbnailers, with what they read WebP and HEIC by.
@@ -140,13 +143,16 @@ setup_install() {
     [[ " $* " != *' minidlna '* ]] || setup_quiet_service minidlna
 }
 
-# setup run | setup test | setup all | setup bench
+# setup run | setup test | setup cross | setup all | setup bench
 setup() {
     local packages missing node why='building and running'
     packages=("${setup_run_packages[@]}")
     if [[ $1 != run ]]; then
         packages+=("${setup_test_packages[@]}")
         why='building and testing'
+    fi
+    if [[ $1 == cross || $1 == all ]]; then
+        packages+=("${setup_cross_packages[@]}")
     fi
     if [[ $1 == all ]]; then
         packages+=("${setup_all_packages[@]}")
@@ -169,7 +175,7 @@ setup() {
 
 if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
     case ${1-} in
-    run | test | all | bench) setup "$1" ;;
-    *) setup_fail "usage: tools/setup.sh run|test|all|bench" ;;
+    run | test | cross | all | bench) setup "$1" ;;
+    *) setup_fail "usage: tools/setup.sh run|test|cross|all|bench" ;;
     esac
 fi

@@ -5,6 +5,7 @@ import { existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync } 
 import { join } from 'node:path';
 
 import { run } from './process.mjs';
+import { sysrootOf } from './sysroots.mjs';
 
 // By the build that uses it; the presets of CMakePresets.json have these names and folders too.
 const VERSIONS = { node18: '18.20.8', node22: '22.23.3', node24: '24.21.0' };
@@ -14,6 +15,8 @@ const programIn = (folder) => join(folder, 'bin', 'node');
 
 /** The program that runs the tests of a build. */
 export function nodeOf(root, build) {
+    const sysroot = sysrootOf(root, build);
+    if (sysroot) return join(sysroot, 'node');
     return build in VERSIONS ? programIn(folderOf(root, build)) : process.execPath;
 }
 
