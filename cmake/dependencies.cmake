@@ -20,7 +20,7 @@ if(NOT SYSTEM_LOG_LIBRARY)
 endif()
 
 # The media framework.
-if(NOT MRB_LIBRARY)
+if(QUILL_FRAMEWORK AND NOT MRB_LIBRARY)
   pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
   pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
   # What is attached and mounted.

@@ -21,6 +21,7 @@ option(QUILL_FUZZ "Build the fuzz targets (needs clang)" OFF)
 option(QUILL_WARNINGS_AS_ERRORS "Let a warning of the compiler stop the build" ON)
 set(QUILL_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 
+option(QUILL_FRAMEWORK "Build the media framework; without it the tests' recording one takes its place" ON)
 include(cmake/television.cmake)
 if(QUILL_FOREIGN)
   option(QUILL_TESTS "Build the tests and benchmarks" OFF)
@@ -29,6 +30,11 @@ if(QUILL_FOREIGN)
   endif()
 else()
   option(QUILL_TESTS "Build the tests and benchmarks" ON)
+endif()
+
+if(NOT QUILL_FRAMEWORK AND NOT MRB_LIBRARY AND NOT QUILL_TESTS)
+  message(FATAL_ERROR "QUILL_FRAMEWORK: without the framework the bridge is linked with the recording framework of the "
+                      "tests (QUILL_TESTS=ON) or with the one that MRB_LIBRARY names")
 endif()
 
 # One layout for the build tree and the installed tree, so that the `quill`

@@ -17,6 +17,7 @@ import { provideNode } from './runner/node_versions.mjs';
 import { references } from './runner/references.mjs';
 import { countLine, skipLine, sum } from './runner/results.mjs';
 import { missingHere } from './runner/surroundings.mjs';
+import { CROSS, provideSysroot } from './runner/sysroots.mjs';
 import { tidy } from './runner/tidy.mjs';
 
 const root = dirname(dirname(fileURLToPath(import.meta.url)));
@@ -32,6 +33,8 @@ const quill = (folder) => join(folder, 'bin', 'quill');
  * builds   the presets it runs in; '' needs none
  * more     those that it runs in besides with --all, or when it is named
  * named    those that it runs in when the build is named
+ * all      of those, the ones that it runs in with --all too, and there these files alone;
+ *          with an empty list, all of them
  * targets  what of the build it needs, all of it unless said; see `needed`
  * first    files of tests that take long, started before the others
  * parts    so many processes share its tests, where these mostly wait
@@ -46,6 +49,9 @@ const layoutAndReferences = async (tree) => [await layout(tree), await reference
 const patient = () => ({ MRB_DEVICE_TIMEOUT: '30000' });
 // Scripts run on each of these; the usual builds have the Node.js that is installed.
 const OTHER_NODES = ['node18', 'node22', 'node24'];
+// Emulated, and so slow: with --all these cover the records, the numbers and the texts that
+// cross the interfaces.
+const OF_ARMHF = ['call_order_items', 'item_fields', 'json_requests', 'storage_commands', 'thumbnail_results', 'unload'];
 const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
@@ -58,12 +64,13 @@ const TABLE = [
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],
       command: ['{build}/tests/framework_tests'], parts: 8, seconds: 1200 },
-    { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], targets: ['json_tests'],
+    { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], named: CROSS, all: { i386: [] }, targets: ['json_tests'],
       command: ['{build}/tests/json_tests'], seconds: 300 },
-    { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'], targets: ['unit_tests'],
+    { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'], named: CROSS, all: { i386: [] }, targets: ['unit_tests'],
       command: ['node', 'tests/unit/run.mjs', '{build}/tests/unit_tests.node'], seconds: 600 },
-    { name: 'blackbox', kind: 'node', builds: ['dev'], more: ['asan'], named: OTHER_NODES, folder: 'tests/blackbox',
-      program: quill, env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
+    { name: 'blackbox', kind: 'node', builds: ['dev'], more: ['asan'], named: [...OTHER_NODES, ...CROSS],
+      all: { i386: [], armhf: OF_ARMHF }, folder: 'tests/blackbox', program: quill, env: recorded,
+      targets: ['product', ...RECORDING], seconds: 1800 },
     // Once more as it ships: optimised, without a sanitizer.
     { name: 'blackbox', kind: 'node', builds: [], more: ['release'], folder: 'tests/blackbox', program: quill,
       env: recorded, targets: ['product', ...RECORDING], seconds: 600 },
@@ -74,7 +81,8 @@ const TABLE = [
       targets: ['product', 'mrb-hanging'],
       first: ['dlna_lists', 'cameras', 'browse', 'copy', 'dlna_share'], seconds: 1800 },
     // What the optimised libraries show to the loader.
-    { name: 'surface', kind: 'node', builds: [], more: ['release'], folder: 'tests/surface', targets: ['product'], seconds: 300 },
+    { name: 'surface', kind: 'node', builds: [], more: ['release'], named: CROSS, all: { i386: [], armhf: [] },
+      folder: 'tests/surface', program: () => process.execPath, targets: ['product'], seconds: 300 },
     // The tree that is installed, moved, with the build folder away.
     { name: 'install', kind: 'node', builds: ['dev'], folder: 'tests/install', targets: ['product'], seconds: 1200 },
     // The product built as for a television, and loaded there.
@@ -89,7 +97,8 @@ const TABLE = [
 const suites = TABLE.flatMap((entry) =>
     [...entry.builds, ...(entry.more ?? []), ...(entry.named ?? [])].map((build) => ({ ...entry, build })));
 const isUsual = ({ builds, build }) => builds.includes(build);
-const isOfAll = ({ named, build }) => !named?.includes(build);
+const isOfName = ({ named, build }) => !named?.includes(build);
+const isOfAll = (suite) => isOfName(suite) || suite.build in (suite.all ?? {});
 const titleOf = (suite) => (suite.build ? `${suite.name}:${suite.build}` : suite.name);
 
 function chosenSuites(names, all) {
@@ -101,9 +110,12 @@ function chosenSuites(names, all) {
         console.error(`test: there is no suite ${unknown.join(', ')}; there are ${known}, and all of a build: ${builds}`);
         process.exit(1);
     }
-    if (names.length === 0) return suites.filter(all ? isOfAll : isUsual);
-    // A suite's name alone does not ask for other versions of Node.js.
-    return suites.filter((suite) => names.some((name) => isNamed(suite, name) && (name !== suite.name || isOfAll(suite))));
+    if (names.length === 0 && all) {
+        return suites.filter(isOfAll).map((suite) => ({ ...suite, sample: suite.all?.[suite.build] }));
+    }
+    if (names.length === 0) return suites.filter(isUsual);
+    // A suite's name alone does not ask for other versions of Node.js and other architectures.
+    return suites.filter((suite) => names.some((name) => isNamed(suite, name) && (name !== suite.name || isOfName(suite))));
 }
 
 /** The targets of a build that these suites need. */
@@ -162,7 +174,8 @@ for (const preset of new Set(chosen.map((suite) => suite.build))) {
     let broken = '';
     if (preset) {
         const started = Date.now();
-        broken = (await provideNode(root, preset)) || (await build(root, preset, needed(preset, chosen)));
+        broken = (await provideNode(root, preset)) || (await provideSysroot(root, preset)) ||
+            (await build(root, preset, needed(preset, chosen)));
         const seconds = ((Date.now() - started) / 1000).toFixed(1);
         console.log(broken ? `build/${preset} failed\n${broken.replace(/^/gm, '    ')}\n` : `build/${preset} in ${seconds} s`);
     }

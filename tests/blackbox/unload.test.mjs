@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { copyFileSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { after, test } from 'node:test';
@@ -15,6 +15,9 @@ after(() => rmSync(folder, { recursive: true, force: true }));
 // Without a sanitizer's runtime in it.
 const tool = (program, ...args) => execFileSync(program, args, { encoding: 'utf8', env: { ...process.env, LD_PRELOAD: '' } });
 
+// For the architecture of the build.
+const compiler = readFileSync(`${build}/tests/recording/compiler`, 'utf8');
+
 /**
  * A library that stands for the script engine, which this process lacks: a shipped library
  * is loaded only where all functions that it calls exist. None of these is called.
@@ -25,7 +28,7 @@ function standIn() {
     const source = path.join(folder, 'engine.c');
     writeFileSync(source, `#include <stdlib.h>\n${[...names].map((name) => `void ${name}(void) { abort(); }\n`).join('')}`);
     const library = path.join(folder, 'libengine.so');
-    tool('cc', '-shared', '-fPIC', '-o', library, source);
+    tool(compiler, '-shared', '-fPIC', '-o', library, source);
     return library;
 }
 
@@ -34,11 +37,9 @@ function unload() {
     const copy = path.join(folder, 'libcopy.so');
     copyFileSync(`${build}/lib/libquillmrbbridge.so`, copy);
     const libraries = [process.env.LD_LIBRARY_PATH, `${build}/tests/recording`, `${build}/lib`];
-    const env = {
-        ...process.env, LD_LIBRARY_PATH: libraries.filter(Boolean).join(':'),
-        LD_PRELOAD: [process.env.LD_PRELOAD, standIn()].filter(Boolean).join(' '),
-    };
-    return JSON.parse(execFileSync(`${build}/tests/recording/unload`, [copy], { env, encoding: 'utf8' }));
+    const env = { ...process.env, LD_LIBRARY_PATH: libraries.filter(Boolean).join(':') };
+    const words = [process.env.QUILL_RUN, `${build}/tests/recording/unload`, standIn(), copy].filter(Boolean);
+    return JSON.parse(execFileSync(words[0], words.slice(1), { env, encoding: 'utf8' }));
 }
 
 test('two calls of loadBridges return one and two bridges, the older first', () => {

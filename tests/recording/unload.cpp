@@ -1,5 +1,6 @@
 // Loads a bridge library into a process of its own, where nothing else has it loaded,
-// calls loadBridges twice and unloads the library: unload FILE
+// calls loadBridges twice and unloads the library: unload ENGINE FILE. ENGINE is a library
+// with the functions of the script engine that FILE calls.
 //
 // Prints one line of JSON: how many bridges each call returned, whether both began with
 // the same one, whether the library is unloaded, and how many blocks of memory that it
@@ -62,13 +63,16 @@ void operator delete(void *start) noexcept { release(start); }
 void operator delete(void *start, std::size_t /*size*/) noexcept { release(start); }
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::fputs("unload FILE\n", stderr);
+    if (argc != 3) {
+        std::fputs("unload ENGINE FILE\n", stderr);
         return 2;
     }
-    const char *const file = argv[1];
+    const char *const file = argv[2];
+    if (dlopen(argv[1], RTLD_NOW | RTLD_GLOBAL) == nullptr) {
+        std::fprintf(stderr, "%s\n", dlerror());
+        return 1;
+    }
     counting = true;
-    // The script engine is not here; the test preloads a library with its functions.
     void *const library = dlopen(file, RTLD_LAZY | RTLD_LOCAL);
     auto *const load_bridges =
         library == nullptr ? nullptr

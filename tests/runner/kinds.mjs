@@ -12,6 +12,7 @@ import { inParallel, run } from './process.mjs';
 import { countGtest, countTap, sum } from './results.mjs';
 import { filesIn } from './sources.mjs';
 import { NEEDS } from './surroundings.mjs';
+import { wrapperOf } from './sysroots.mjs';
 
 // More than there are processors: tests wait for events most of the time.
 const AT_ONCE = 2 * cpus().length;
@@ -54,6 +55,7 @@ async function gtestPart(suite, root, missing, number, parts) {
     const inNode = suite.command[0] === 'node';
     const words = suite.command.map((word) => word.replace('{build}', folder));
     if (inNode) words[0] = nodeOf(root, suite.build);
+    else words.unshift(...wrapperOf(root, suite.build));
     const env = {
         ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
         QUILL_BUILD: folder,
@@ -81,13 +83,16 @@ async function gtestPart(suite, root, missing, number, parts) {
 /** Files of node:test, each in a process of its own. */
 async function node(suite, root, missing) {
     const folder = buildFolderOf(suite, root);
-    const files = filesIn(root, [suite.folder], /\.test\.mjs$/);
+    const isOfSample = (file) => !suite.sample?.length || suite.sample.includes(basename(file, '.test.mjs'));
+    const files = filesIn(root, [suite.folder], /\.test\.mjs$/).filter(isOfSample);
     if (files.length === 0) {
         return { passed: 0, failed: 1, skipped: {}, details: `there is no file ${suite.folder}/*.test.mjs` };
     }
     const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...settingsOf(suite, folder) };
     const engine = nodeOf(root, suite.build);
     if (engine !== process.execPath) env.QUILL_NODE = engine;
+    const [wrapper] = wrapperOf(root, suite.build);
+    if (wrapper) env.QUILL_RUN = wrapper; // for the programs that tests start
     const program = suite.program?.(folder) ?? engine;
     const isFirst = (file) => suite.first?.includes(basename(file, '.test.mjs')) ?? false;
     files.sort((one, other) => isFirst(other) - isFirst(one));

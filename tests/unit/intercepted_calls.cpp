@@ -63,17 +63,15 @@ DestroyedFunctions::~DestroyedFunctions() { destroyed = nullptr; }
 
 // ---- memory -----------------------------------------------------------------------
 
-// The linker makes the objects of this module call __wrap_X for X.
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
-extern "C" void *__real__Znwm(size_t size);
-extern "C" void *__wrap__Znwm(size_t size) {
+// The linker makes the objects of this module call __wrap_X for X: see CMakeLists.txt.
+extern "C" void *allocateBlock(size_t size) __asm__("__real_" OPERATOR_NEW);
+extern "C" void *allocateOrFail(size_t size) __asm__("__wrap_" OPERATOR_NEW);
+extern "C" void *allocateOrFail(size_t size) {
     if (size == failing_size.load(std::memory_order_relaxed)) {
         throw std::bad_alloc();
     }
-    return __real__Znwm(size);
+    return allocateBlock(size);
 }
-
-// NOLINTEND(bugprone-reserved-identifier)
 
 FailingAllocation::FailingAllocation(size_t size) { failing_size = size; }
 FailingAllocation::~FailingAllocation() { failing_size = 0; }

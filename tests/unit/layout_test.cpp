@@ -151,8 +151,8 @@ TEST_F(EngineTest, QueuedResultHasTheFunctionsAddressThenTheText) {
     const QueuedFunctions queued;
     CMRBAdapterProvider::FireOnCallbacks(0, "short", provider);
     ASSERT_EQ(queued.all.size(), 1U);
-    const auto *text =
-        reinterpret_cast<const std::string *>(static_cast<const char *>(queued.all[0].data) + WORD);
+    const void *const place = static_cast<const char *>(queued.all[0].data) + WORD;
+    const auto *text = static_cast<const std::string *>(place);
     EXPECT_EQ(*text, "short");
     drainMainLoop();
 }

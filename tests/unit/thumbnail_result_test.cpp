@@ -24,18 +24,16 @@ WatchObserver &watched() {
 
 } // namespace
 
-// The linker puts this before the deallocation of single objects.
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
-extern "C" void __real__ZdlPvm(void *block, std::size_t size);
-extern "C" void __wrap__ZdlPvm(void *block, std::size_t size);
-extern "C" void __wrap__ZdlPvm(void *block, std::size_t size) {
+// The linker puts this before the deallocation of single objects: see CMakeLists.txt.
+extern "C" void releaseBlock(void *block, std::size_t size) __asm__("__real_" OPERATOR_DELETE);
+extern "C" void observeRelease(void *block, std::size_t size) __asm__("__wrap_" OPERATOR_DELETE);
+extern "C" void observeRelease(void *block, std::size_t size) {
     if (block != nullptr && block == watched().block) {
         watched().block = nullptr;
         watched().released();
     }
-    __real__ZdlPvm(block, size);
+    releaseBlock(block, size);
 }
-// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
