@@ -51,7 +51,8 @@ const patient = () => ({ MRB_DEVICE_TIMEOUT: '30000' });
 const OTHER_NODES = ['node18', 'node22', 'node24'];
 // Emulated, and so slow: with --all these cover the records, the numbers and the texts that
 // cross the interfaces.
-const OF_ARMHF = ['call_order_items', 'item_fields', 'json_requests', 'storage_commands', 'thumbnail_results', 'unload'];
+const OF_ARMHF = ['call_order_items', 'item_fields', 'json_requests', 'record_layouts', 'storage_commands',
+    'thumbnail_results', 'unload'];
 const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },

@@ -7,6 +7,7 @@
 #include "blocks.h"
 #include "events.h"
 #include "recorder.h"
+#include "records.h"
 
 namespace recording {
 
@@ -96,8 +97,17 @@ bool fireShare(const Target &target, const ShareEvent &event) {
     if (!found) {
         return false;
     }
-    mrb_share_status_info_s status = event.status;
-    note("share", found->callback(found->user_data, event.share, event.event, &status));
+    Record<share_status::SIZE> record;
+    record.put(share_status::TOTAL_FILE_COUNT, event.total_file_count);
+    record.put(share_status::DONE_FILE_COUNT, event.done_file_count);
+    record.put(share_status::TOTAL_FILE_SIZE, event.total_file_size);
+    record.put(share_status::SUCCESS_FILE_SIZE, event.success_file_size);
+    record.put(share_status::CURRENT_FILE_SIZE, event.current_file_size);
+    record.put(share_status::PROGRESS_FILE_SIZE, event.progress_file_size);
+    record.putText(share_status::CURRENT_FILE_NAME,
+                   event.current_file_name.substr(0, MRB_SHARE_FILE_NAME_BYTES - 1));
+    note("share",
+         found->callback(found->user_data, event.share, event.event, record.as<mrb_share_status_info_s>()));
     return true;
 }
 
@@ -124,21 +134,32 @@ bool fireThumbnail(const Target &target, const ThumbnailResult &result, int &ans
     if (!found) {
         return false;
     }
-    thumb_result_s record = result.record;
-    result.origin_path.copy(record.origin_path, MRB_THUMB_PATH_BYTES - 1);
-    for (int i = 0; i < result.images && i < MRB_THUMB_IMAGES; ++i) {
-        record.image_buffer[i] = static_cast<unsigned char *>(newBlock(result.image_bytes, "image"));
+    Record<thumb_result::SIZE> record;
+    record.putText(thumb_result::ORIGIN_PATH, result.origin_path.substr(0, MRB_THUMB_PATH_BYTES - 1));
+    std::array<unsigned char *, MRB_THUMB_IMAGES> images{};
+    for (size_t i = 0; i < images.size() && static_cast<int>(i) < result.images; ++i) {
+        images[i] = static_cast<unsigned char *>(newBlock(result.image_bytes, "image"));
         for (size_t offset = 0; offset < result.image_bytes; ++offset) {
-            record.image_buffer[i][offset] =
-                static_cast<unsigned char>((offset + static_cast<size_t>(i) * 50) % 251);
+            images[i][offset] = static_cast<unsigned char>((offset + i * 50) % 251);
         }
     }
+    record.put(thumb_result::IMAGE_BUFFER, images);
+    record.put(thumb_result::BUFFER_SIZE, result.buffer_size);
+    record.put(thumb_result::IMAGE_WIDTH, result.width);
+    record.put(thumb_result::IMAGE_HEIGHT, result.height);
+    record.put(thumb_result::IMAGE_DEPTH, result.depth);
+    record.put(thumb_result::IMAGE_COUNT, result.image_count);
+    record.put(thumb_result::TIME_STAMP, result.time_stamps);
+    record.put(thumb_result::FLAG_ORIGIN_IMAGE, result.flag_origin_image);
+    char *preset = nullptr;
     if (result.preset) {
-        record.preset_buffer = static_cast<char *>(newBlock(MRB_THUMB_PRESET_BYTES, "preset"));
-        std::memset(record.preset_buffer, 'P', MRB_THUMB_PRESET_BYTES);
-        result.preset_text.copy(record.preset_buffer, MRB_THUMB_PRESET_BYTES);
+        preset = static_cast<char *>(newBlock(MRB_THUMB_PRESET_BYTES, "preset"));
+        std::memset(preset, 'P', MRB_THUMB_PRESET_BYTES);
+        result.preset_text.copy(preset, MRB_THUMB_PRESET_BYTES);
     }
-    answer = found->callback(result.result, result.null_record ? nullptr : &record, found->user_data);
+    record.put(thumb_result::PRESET_BUFFER, preset);
+    answer = found->callback(result.result, result.null_record ? nullptr : record.as<thumb_result_s>(),
+                             found->user_data);
     note("thumbnail", int64_t{answer});
     return true;
 }

@@ -5,6 +5,7 @@
 // the callback on the calling thread and return whether there was a registration of that
 // index. Any thread.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,7 +35,13 @@ struct ListEvent {
 struct ShareEvent {
     int share = 0;
     int event = 0;
-    mrb_share_status_info_s status{};
+    uint32_t total_file_count = 0;
+    uint32_t done_file_count = 0;
+    uint64_t total_file_size = 0;
+    uint64_t success_file_size = 0;
+    uint64_t current_file_size = 0;
+    uint64_t progress_file_size = 0;
+    std::string current_file_name; // cut off where the record's field ends
 };
 
 struct DeviceEvent {
@@ -50,7 +57,13 @@ struct ThumbnailResult {
     size_t image_bytes = 0;
     bool preset = false;
     std::string preset_text; // put at the start of the preset buffer, the rest is 'P'
-    thumb_result_s record{};
+    int width = 0;
+    int height = 0;
+    int depth = 0;
+    int image_count = 0;
+    int buffer_size = 0;
+    int flag_origin_image = 0;
+    std::array<int64_t, MRB_THUMB_IMAGES> time_stamps{};
 };
 
 bool fireList(const Target &target, const ListEvent &event);

@@ -4,8 +4,11 @@
 
 #include "callbacks.h"
 #include "function.h"
+#include "records.h"
 
+namespace thumb_request = recording::thumb_request;
 using recording::Bytes;
+using recording::memberAt;
 using recording::NewHandle;
 using recording::Reply;
 using recording::UserData;
@@ -14,15 +17,17 @@ RECORDED(int, thumbnail_init, (), ())
 RECORDED(int, thumbnail_finalize, (), ())
 
 // The record's fields in their order, without the padding.
+#define FIELD(type, offset) memberAt<type>(request, thumb_request::offset)
 #define FIELDS                                                                                               \
-    (request.origin_path, request.media_type, request.source_type, request.orientation, request.thumb_width, \
-     request.thumb_height, request.used_cache, request.video_frame_count, request.callback,                  \
-     UserData{request.user_data})
+    (FIELD(const char *, ORIGIN_PATH), FIELD(int32_t, MEDIA_TYPE), FIELD(int32_t, SOURCE_TYPE),              \
+     FIELD(int32_t, ORIENTATION), FIELD(int32_t, THUMB_WIDTH), FIELD(int32_t, THUMB_HEIGHT),                 \
+     FIELD(int32_t, USED_CACHE), FIELD(uint8_t, VIDEO_FRAME_COUNT), FIELD(thumbnail_result_cb, CALLBACK),    \
+     UserData{FIELD(void *, USER_DATA)})
 
 static recording::Function request_async("thumbnail_request_async");
 
 extern "C" int thumbnail_request_async(_thumb_request request) {
-    recording::addThumbnail(request.callback, request.user_data);
+    recording::addThumbnail(FIELD(thumbnail_result_cb, CALLBACK), FIELD(void *, USER_DATA));
     return request_async.call<int> FIELDS;
 }
 

@@ -85,8 +85,11 @@ async function node(suite, root, missing) {
     const folder = buildFolderOf(suite, root);
     const isOfSample = (file) => !suite.sample?.length || suite.sample.includes(basename(file, '.test.mjs'));
     const files = filesIn(root, [suite.folder], /\.test\.mjs$/).filter(isOfSample);
-    if (files.length === 0) {
-        return { passed: 0, failed: 1, skipped: {}, details: `there is no file ${suite.folder}/*.test.mjs` };
+    const isThere = (name) => files.some((file) => basename(file, '.test.mjs') === name);
+    const lacking = suite.sample?.length ? suite.sample.filter((name) => !isThere(name)) : files.length === 0 ? ['*'] : [];
+    if (lacking.length > 0) {
+        const details = lacking.map((name) => `there is no file ${suite.folder}/${name}.test.mjs`).join('\n');
+        return { passed: 0, failed: 1, skipped: {}, details };
     }
     const env = { ...nodeEnvironment(suite.build), QUILL_BUILD: folder, ...settingsOf(suite, folder) };
     const engine = nodeOf(root, suite.build);

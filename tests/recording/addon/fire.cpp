@@ -69,13 +69,13 @@ napi_value fireShareFromScript(napi_env env, napi_callback_info info) {
     ShareEvent event;
     event.share = asInt(options.integer("share"));
     event.event = asInt(options.integer("event"));
-    event.status.total_file_count = static_cast<uint32_t>(options.integer("totalFileCount"));
-    event.status.done_file_count = static_cast<uint32_t>(options.integer("doneFileCount"));
-    event.status.total_file_size = static_cast<uint64_t>(options.integer("totalFileSize"));
-    event.status.success_file_size = static_cast<uint64_t>(options.integer("successFileSize"));
-    event.status.current_file_size = static_cast<uint64_t>(options.integer("currentFileSize"));
-    event.status.progress_file_size = static_cast<uint64_t>(options.integer("progressFileSize"));
-    options.string("currentFileName").copy(event.status.current_file_name, MRB_SHARE_FILE_NAME_BYTES - 1);
+    event.total_file_count = static_cast<uint32_t>(options.integer("totalFileCount"));
+    event.done_file_count = static_cast<uint32_t>(options.integer("doneFileCount"));
+    event.total_file_size = static_cast<uint64_t>(options.integer("totalFileSize"));
+    event.success_file_size = static_cast<uint64_t>(options.integer("successFileSize"));
+    event.current_file_size = static_cast<uint64_t>(options.integer("currentFileSize"));
+    event.progress_file_size = static_cast<uint64_t>(options.integer("progressFileSize"));
+    event.current_file_name = options.string("currentFileName");
     const Target target = targetFrom(options);
     onAnotherThread([&] { return fireShare(target, event); });
     return nullptr;
@@ -110,18 +110,17 @@ napi_value fireThumbnailFromScript(napi_env env, napi_callback_info info) {
     result.images = asInt(options.integer("images"));
     result.preset = options.boolean("preset");
     result.preset_text = options.string("presetText");
-    result.record.image_width = asInt(options.integer("width"));
-    result.record.image_height = asInt(options.integer("height"));
-    result.record.image_depth = asInt(options.integer("depth", 32));
-    result.record.image_count = asInt(options.integer("imageCount", result.images));
-    result.record.flag_origin_image = asInt(options.integer("flagOriginImage"));
-    result.image_bytes = static_cast<size_t>(std::max(result.record.image_width, 0)) *
-                         static_cast<size_t>(std::max(result.record.image_height, 0)) * 4;
-    result.record.buffer_size =
-        asInt(options.integer("bufferSize", static_cast<int64_t>(result.image_bytes)));
+    result.width = asInt(options.integer("width"));
+    result.height = asInt(options.integer("height"));
+    result.depth = asInt(options.integer("depth", 32));
+    result.image_count = asInt(options.integer("imageCount", result.images));
+    result.flag_origin_image = asInt(options.integer("flagOriginImage"));
+    result.image_bytes =
+        static_cast<size_t>(std::max(result.width, 0)) * static_cast<size_t>(std::max(result.height, 0)) * 4;
+    result.buffer_size = asInt(options.integer("bufferSize", static_cast<int64_t>(result.image_bytes)));
     const auto stamps = options.integers("timeStamps");
     for (size_t i = 0; i < stamps.size() && i < MRB_THUMB_IMAGES; ++i) {
-        result.record.time_stamp[i] = stamps[i];
+        result.time_stamps[i] = stamps[i];
     }
     int answer = 0;
     const Target target = targetFrom(options);
