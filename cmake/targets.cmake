@@ -75,6 +75,12 @@ function(quill_reuse_precompiled name donor)
   endif()
 endfunction()
 
+# For code that handles sizes and times of files: 64-bit ones on 32-bit machines as well.
+set(QUILL_WIDE_FILES _FILE_OFFSET_BITS=64)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  list(APPEND QUILL_WIDE_FILES _TIME_BITS=64)
+endif()
+
 # quill_seam(NAME VERSION): a shared library with a stable SONAME, lib<NAME>.so.1,
 # with no undefined symbols of its own making.
 function(quill_seam name)

@@ -105,7 +105,8 @@ Status CameraFile::readAt(const CameraTimeout &timeout, std::uint64_t offset, st
 Status CameraFile::readBeginning(const CameraTimeout &timeout, std::int64_t size, std::size_t maximum,
                                  std::string &bytes) const {
     const bool isSizeKnown = size >= 0;
-    const std::size_t length = isSizeKnown ? std::min(static_cast<std::uint64_t>(size), maximum) : maximum;
+    const std::uint64_t known = isSizeKnown ? static_cast<std::uint64_t>(size) : maximum;
+    const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(known, maximum));
     if (length == 0) {
         return {};
     }

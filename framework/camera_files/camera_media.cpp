@@ -40,7 +40,8 @@ class CameraBytes final : public MediaBytes {
         piece_.clear();
         pieceAt_ = offset;
         const auto rest = static_cast<std::uint64_t>(size() - std::min(offset, size()));
-        const std::size_t partLength = std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest);
+        const auto partLength =
+            static_cast<std::size_t>(std::min<std::uint64_t>(std::max(length, PIECE_BYTES), rest));
         const Status status = partLength == 0
                                   ? Status()
                                   : file_.readAt({cancellation_, timeUntil(deadline_)},
@@ -113,7 +114,8 @@ Status openCameraMedia(const std::string &url, MediaFile &file) {
     std::string bytes;
     if (status.ok()) {
         const auto size = static_cast<std::uint64_t>(fileStatus.size < 0 ? HEAD_BYTES : fileStatus.size);
-        status = source->readAt(timeout(), 0, std::min<std::uint64_t>(size, HEAD_BYTES), bytes);
+        const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(size, HEAD_BYTES));
+        status = source->readAt(timeout(), 0, length, bytes);
     }
     const auto had = static_cast<std::int64_t>(bytes.size());
     if (status.ok() && fileStatus.size < 0) {

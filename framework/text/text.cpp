@@ -45,10 +45,10 @@ std::optional<std::string> pathOfFileUri(const std::string &uri) {
 }
 
 Json::Value isoTime(std::int64_t seconds) {
+    static_assert(sizeof(std::time_t) == sizeof seconds, "a disk has times after 2038");
     const auto time = static_cast<std::time_t>(seconds);
     std::tm calendar{};
-    // A 32-bit time_t cannot hold every time that a disk can.
-    if (time != seconds || gmtime_r(&time, &calendar) == nullptr) {
+    if (gmtime_r(&time, &calendar) == nullptr) { // a year beyond what an int holds
         return Json::nullValue;
     }
     std::array<char, 40> text{};

@@ -218,7 +218,7 @@ int GphotoCamera::Receiver::read(void * /*self*/, unsigned char * /*bytes*/, std
 
 int GphotoCamera::Receiver::write(void *self, unsigned char *bytes, std::uint64_t *length) {
     auto &receiver = *static_cast<Receiver *>(self);
-    const std::string_view piece(reinterpret_cast<const char *>(bytes), *length);
+    const std::string_view piece(reinterpret_cast<const char *>(bytes), static_cast<std::size_t>(*length));
     receiver.isRefused = receiver.isRefused || receiver.take == nullptr || !(*receiver.take)(piece);
     receiver.taken += piece.size();
     return receiver.isRefused ? GP_ERROR_CANCEL : GP_OK;
