@@ -5,14 +5,9 @@ import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import test, { before } from 'node:test';
 
-import { commandsIn } from '../runner/documents.mjs';
 import { inspect } from '../runner/elf.mjs';
-import { folder, install, move, root, succeed } from './harness.mjs';
+import { blocks, bridgeCommand, folder, install, move, root, succeed } from './harness.mjs';
 
-const document = readFileSync(join(root, 'docs', 'installing.md'), 'utf8');
-
-/** The fenced blocks of a language, in order. */
-const blocks = (language) => [...document.matchAll(new RegExp(`^\`\`\`${language}\\n([\\s\\S]*?)^\`\`\`$`, 'gm'))].map((found) => found[1]);
 const [bridgeProject, logProject] = blocks('cmake');
 const [bridgeSource, logSource] = blocks('cpp');
 
@@ -50,12 +45,11 @@ test('a bridge is built with the CMake package', async () => {
 });
 
 test('a bridge is built with pkg-config', async () => {
-    const [command] = commandsIn(document, /To write a bridge/).filter((block) => block.startsWith('g++'));
     const source = project({ 'greeting.cpp': bridgeSource });
     // A shell splits what pkg-config prints at spaces, quoted or not: from a folder without.
     const link = join(folder(), 'quill');
     await succeed('ln', ['-s', tree, link]);
-    await succeed('bash', ['-euc', command], { cwd: source, seconds: 900, env: { PKG_CONFIG_PATH: `${link}/lib/pkgconfig` } });
+    await succeed('bash', ['-euc', bridgeCommand], { cwd: source, seconds: 900, env: { PKG_CONFIG_PATH: `${link}/lib/pkgconfig` } });
     assert.equal((await greet(join(source, 'libgreeting.so'))).trim(), 'Greeting');
 });
 

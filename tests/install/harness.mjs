@@ -23,8 +23,16 @@ export async function succeed(command, args, options) {
     return output;
 }
 
-// The command by which docs/installing.md installs, on another build folder and prefix.
-const [commands] = commandsIn(readFileSync(join(root, 'docs', 'installing.md'), 'utf8'), /^## To install$/);
+const document = readFileSync(join(root, 'docs', 'installing.md'), 'utf8');
+
+/** The fenced blocks of a language in docs/installing.md, in order. */
+export const blocks = (language) => [...document.matchAll(new RegExp(`^\`\`\`${language}\\n([\\s\\S]*?)^\`\`\`$`, 'gm'))].map((found) => found[1]);
+
+/** The command that compiles a bridge, with pkg-config. */
+export const [bridgeCommand] = commandsIn(document, /To write a bridge/).filter((block) => block.startsWith('g++'));
+
+// The command by which the document installs, on another build folder and prefix.
+const [commands] = commandsIn(document, /^## To install$/);
 const command = commands.trim().split('\n').at(-1)
     .replace(/\bbuild\/release\b/, '"$FROM"').replace('/opt/quill', '"$PREFIX"');
 assert.equal(command, 'cmake --install "$FROM" --prefix "$PREFIX"');
@@ -73,3 +81,8 @@ export async function succeedAway(command, args, options) {
     assert.equal(ended, '', `${command} ${args.join(' ')}\n${output}`);
     return output;
 }
+
+/** A script for bash that prints what a completion ($0) offers after these words, the last of which is being typed. */
+export const BASH_COMPLETION = `compopt() { :; }; . "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
+    _quill "$1" "\${!#}" "\${COMP_WORDS[COMP_CWORD - 1]}"
+    printf '%s\\n' "\${COMPREPLY[@]}"`;

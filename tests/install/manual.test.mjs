@@ -4,7 +4,7 @@ import { readFileSync, realpathSync } from 'node:fs';
 import { join } from 'node:path';
 import test, { before } from 'node:test';
 
-import { filesBelow, folder, install, root, succeed } from './harness.mjs';
+import { BASH_COMPLETION, filesBelow, folder, install, root, succeed } from './harness.mjs';
 
 let tree;
 let help;
@@ -29,11 +29,13 @@ test('the man page describes every option and variable of --help', async () => {
     for (const word of [...optionsOf(help), ...variables]) assert.ok(text.includes(word), word);
 });
 
+test('the man page names no folder of one installation', async () => {
+    assert.doesNotMatch(await manual(), /\/usr\/local|\/opt\//);
+});
+
 /** What bash offers after these words, the last of which is being typed. */
 async function completions(words, cwd = folder()) {
-    const script = `compopt() { :; }; . "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _quill "$1" "\${!#}" "\${COMP_WORDS[COMP_CWORD - 1]}"
-        printf '%s\\n' "\${COMPREPLY[@]}"`;
-    const output = await succeed('bash', ['-uc', script, join(tree, 'share', 'bash-completion', 'completions', 'quill'),
+    const output = await succeed('bash', ['-uc', BASH_COMPLETION, join(tree, 'share', 'bash-completion', 'completions', 'quill'),
         join(tree, 'bin', 'quill'), ...words], { cwd });
     return output.split('\n').filter(Boolean);
 }
