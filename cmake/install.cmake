@@ -28,6 +28,13 @@ if(NOT QUILL_FOREIGN)
   install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
   install(FILES README.md CHANGELOG.md LICENCE.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 
+  # V8's headers as others find them: a distribution's package is not built on the machine
+  # that it is installed on.
+  set(QUILL_INSTALLED_V8_INCLUDE ${V8_INCLUDE})
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(QUILL_INSTALLED_V8_INCLUDE /usr/include/node)
+  endif()
+
   # pkg-config's files and the package for CMake, which find the rest relative to themselves.
   set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH QUILL_PC_LIBRARIES ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/quill)
