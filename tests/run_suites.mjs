@@ -86,6 +86,9 @@ const TABLE = [
       folder: 'tests/surface', program: () => process.execPath, targets: ['product'], seconds: 300 },
     // The tree that is installed, moved, with the build folder away.
     { name: 'install', kind: 'node', builds: ['dev'], folder: 'tests/install', targets: ['product'], seconds: 1200 },
+    // Debian packages; it builds them itself, twice.
+    { name: 'package', kind: 'node', builds: [], more: [''], folder: 'tests/package', env: () => ({ QUILL_BUILD: join(root, 'build', 'package') }),
+      seconds: 5400 },
     // The product built as for a television, and loaded there.
     { name: 'television', kind: 'node', builds: [], more: ['dev'], folder: 'tests/television', targets: ['television'],
       seconds: 1800 },

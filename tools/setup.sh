@@ -27,8 +27,12 @@ setup_test_packages=(mold tmux clang clang-format-14 clang-tidy libgtest-dev lib
     umockdev libumockdev-dev libgupnp-av-1.0-dev iproute2 dbus minidlna rygel libheif-examples man-db)
 # Compilers for 32 bits, and what runs their programs; tools/sysroot has the libraries.
 setup_cross_packages=(g++-arm-linux-gnueabihf g++-i686-linux-gnu qemu-user)
-# The oldest and the newest compilers of Debian 12, for what televisions' compilers build.
-setup_all_packages=(g++-11 g++-12 clang-13 clang-19)
+setup_all_packages=(
+    g++-11 g++-12 clang-13 clang-19     # the oldest and the newest, for what televisions' compilers build
+    dpkg-dev file lintian               # make Debian packages, and check them
+    mmdebstrap debian-archive-keyring   # a bare root to install them into
+    ccache                              # what two builds have in common is compiled once
+)
 # Other thumbnailers, with what they read WebP and HEIC by.
 setup_bench_packages=(libvips-tools libgdk-pixbuf2.0-bin webp-pixbuf-loader heif-gdk-pixbuf ffmpegthumbnailer gphoto2)
 

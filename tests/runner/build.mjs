@@ -13,6 +13,15 @@ const SANITIZER_OPTIONS = {
     TSAN_OPTIONS: 'halt_on_error=1:second_deadlock_stack=1',
 };
 
+/**
+ * The environment to configure a build with that takes from ccache, where that is installed,
+ * what another build has compiled: the packages' of the optimised one, all but what sees Node.js.
+ */
+export async function compilerCache() {
+    const { ended } = await run('ccache', ['--version'], { seconds: 60 });
+    return ended ? {} : { CMAKE_C_COMPILER_LAUNCHER: 'ccache', CMAKE_CXX_COMPILER_LAUNCHER: 'ccache' };
+}
+
 /** Configures and builds `targets` of a preset. Resolves to '' or to what went wrong. */
 export async function build(root, preset, targets) {
     const folder = join(root, 'build', preset);
@@ -28,8 +37,9 @@ export async function build(root, preset, targets) {
         ? []
         : [['configure', ['--preset', preset, '-DQUILL_TESTS=ON']]];
     steps.push(['compile', ['--build', folder, '-j', String(cpus().length), '--target', ...targets]]);
+    const env = preset === 'release' ? await compilerCache() : {};
     for (const [name, args] of steps) {
-        const { output, ended } = await run('cmake', args, { cwd: root, seconds: 3600, log: log(name) });
+        const { output, ended } = await run('cmake', args, { cwd: root, env, seconds: 3600, log: log(name) });
         if (ended) return `cmake ${args.join(' ')} ${ended}\n${errorsOf(output)}`;
     }
     return '';

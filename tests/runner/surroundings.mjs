@@ -33,6 +33,10 @@ export const NEEDS = {
         reason: 'no block devices',
         ways: [['sh', '-c', 'find /dev -type b | grep -q .'], ['sh', '-c', 'mknod "$(mktemp -d)/disk" b 8 0']],
     },
+    'bare-roots': {
+        reason: 'no right to make a root file system',
+        ways: [['unshare', '--mount', '--pid', '--fork', 'sh', '-c', 'mount -t proc proc /proc && chroot / true']],
+    },
     terminals: {
         reason: 'no pseudo-terminals',
         ways: [['script', '--quiet', '--return', '--command', 'true', '/dev/null']],
