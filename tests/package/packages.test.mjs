@@ -105,7 +105,9 @@ bareTest('every library finds those that it needs', async () => {
 const MEDIA = '/home/viewer/media';
 
 bareTest('a user lists a folder of media there', async () => {
-    await succeed(join(root, 'tools', 'make-library'), [join(bare.folder, MEDIA)]);
+    const media = join(bare.folder, MEDIA);
+    await succeed(join(root, 'tools', 'make-library'), [media]);
+    await succeed('heif-enc', ['-o', join(media, 'Welcome.heic'), join(media, 'Welcome.jpg')]); // decoded by a library of its own
     const output = await bare.asUser('quill', `${EXAMPLES}/list.js`, MEDIA, '--json');
     const listed = output.trim().split('\n').map((line) => relative(MEDIA, JSON.parse(line).path));
     const present = readdirSync(join(bare.folder, MEDIA), { recursive: true });
@@ -125,7 +127,7 @@ bareTest('a user makes thumbnails of every picture and video there', async () =>
     // Only music may be without a cover.
     const without = [...output.matchAll(/^ {2}without a thumbnail: .*?(\.\w+) \(/gm)].map((found) => found[1]);
     assert.deepEqual(without.filter((ending) => !['.wav', '.opus', '.flac', '.ogg'].includes(ending)), [], output);
-    for (const ending of ['.jpg', '.png', '.webp', '.mp4', '.mkv']) assert.ok(files.includes(ending), ending);
+    for (const ending of ['.jpg', '.png', '.webp', '.heic', '.mp4', '.mkv']) assert.ok(files.includes(ending), ending);
     const bitmaps = sheet.filter((name) => name.endsWith('.bmp'));
     assert.equal(`${bitmaps.length}`, /^(\d+) files shown/m.exec(output)?.[1], output);
     assert.ok(bitmaps.length >= 20, output);
