@@ -53,6 +53,12 @@ const OTHER_NODES = ['node18', 'node22', 'node24'];
 // cross the interfaces.
 const OF_ARMHF = ['call_order_items', 'item_fields', 'json_requests', 'record_layouts', 'storage_commands',
     'thumbnail_results', 'unload'];
+// Not where libraries lie in a sysroot and not in their places: tests of cameras and of HEIF,
+// whose libraries load drivers from absolute paths, and those that start themselves again.
+// Nor those of made-up devices, whose library does not know the calls with 64-bit times.
+const NOT_IN_SYSROOT = '-Ptp*:*Camera*:*cameras*:Teardown*:ProcessExit.*:DeviceLoss.*:' +
+    'DeviceMountTable.*:DeviceUdev.*:DeviceMissing.*:DeviceHang*:' +
+    'HostileThumbnails.ATruncatedPictureIsDamaged:HostileThumbnails.AHeicOrAvif*:Pictures.AHeic*:Pictures.AnAvif';
 const TABLE = [
     { name: 'runner', kind: 'node', builds: [''], folder: 'tests/runner', seconds: 300 },
     { name: 'format', kind: 'check', builds: [''], check: format },
@@ -65,6 +71,8 @@ const TABLE = [
       command: ['{build}/tests/syslog_tests'], seconds: 300 },
     { name: 'framework', kind: 'gtest', builds: ['dev'], more: ['asan', 'tsan'], targets: ['framework_tests'],
       command: ['{build}/tests/framework_tests'], parts: 8, seconds: 1200 },
+    { name: 'framework', kind: 'gtest', builds: [], named: ['i386-framework'], targets: ['framework_tests'],
+      command: ['{build}/tests/framework_tests'], parts: 8, seconds: 1200, env: () => ({ GTEST_FILTER: NOT_IN_SYSROOT }) },
     { name: 'json', kind: 'gtest', builds: ['dev', 'asan'], named: CROSS, all: { i386: [] }, targets: ['json_tests'],
       command: ['{build}/tests/json_tests'], seconds: 300 },
     { name: 'unit', kind: 'gtest', builds: ['dev', 'asan'], named: CROSS, all: { i386: [] }, targets: ['unit_tests'],

@@ -54,11 +54,13 @@ async function gtestPart(suite, root, missing, number, parts) {
     rmSync(report, { force: true });
     const inNode = suite.command[0] === 'node';
     const words = suite.command.map((word) => word.replace('{build}', folder));
+    const [wrapper] = wrapperOf(root, suite.build);
     if (inNode) words[0] = nodeOf(root, suite.build);
-    else words.unshift(...wrapperOf(root, suite.build));
+    else if (wrapper) words.unshift(wrapper);
     const env = {
         ...(inNode ? nodeEnvironment : programEnvironment)(suite.build),
         QUILL_BUILD: folder,
+        ...(wrapper && { QUILL_RUN: wrapper }),
         ...(part && { GTEST_TOTAL_SHARDS: `${parts}`, GTEST_SHARD_INDEX: `${number}` }),
         ...settingsOf(suite, folder),
     };

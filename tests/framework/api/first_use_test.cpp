@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/fields.h"
 #include "support/folder.h"
 #include "support/programs.h"
 #include "support/resources.h"
@@ -31,8 +32,9 @@ class FirstUse : public testing::TestWithParam<std::pair<const char *, const cha
 
     static void use(const std::string &one, const std::string &other, unsigned microseconds) {
         const std::string limit = "120"; // seconds, far more than it takes
-        support::run({"timeout", "-s", "KILL", limit, FIRST_USE_PROGRAM, folder->path(), one, other,
-                      std::to_string(microseconds)});
+        support::shell(folder->path(), "timeout -s KILL " + limit + " " +
+                                           support::commandOf(FIRST_USE_PROGRAM) + " " + folder->path() +
+                                           " " + one + " " + other + " " + std::to_string(microseconds));
     }
 
     static inline std::unique_ptr<support::Folder> folder;

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "support/client.h"
 #include "support/folder.h"
@@ -29,6 +30,15 @@ TEST(Item, AFileHasNamePathTypeSizeTimesAndMimeType) {
     EXPECT_EQ(item["mime_type"], "image/jpeg");
     EXPECT_EQ(item["media_id"], "msc:" + folder.path("trip/beach.jpg"));
     EXPECT_EQ(item.size(), 10U);
+}
+
+TEST(Item, AFileOver4GiBHasItsSize) {
+    const Folder folder;
+    folder.file("film.mp4");
+    std::filesystem::resize_file(folder.path("film.mp4"), 5'000'000'001); // it has no blocks
+    Client client;
+    client.list({.path = folder.path(), .contentType = "VIDEO"});
+    EXPECT_EQ(client.item(0)["size"].asInt64(), 5'000'000'001);
 }
 
 TEST(Item, TheTimeOfCreationIsATimeOrNull) {

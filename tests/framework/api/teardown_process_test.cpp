@@ -17,6 +17,7 @@
 #include "support/client.h"
 #include "support/fields.h"
 #include "support/folder.h"
+#include "support/programs.h"
 #include "support/sharing.h"
 
 namespace {
@@ -232,8 +233,9 @@ TEST_F(TeardownProcess, NothingThatAModuleLinksIsTornDownUnderItsThreads) {
     const support::Folder work;
     work.folder("copies");
     // The loader writes down where it finds which symbol.
-    support::shell(work.path(), "env LD_DEBUG=bindings LD_DEBUG_OUTPUT=bindings " COPY_PROGRAM " " + path +
-                                    " " + work.path("copies") + " look");
+    support::shell(work.path(), "env LD_DEBUG=bindings LD_DEBUG_OUTPUT=bindings " +
+                                    support::commandOf(COPY_PROGRAM) + " " + path + " " +
+                                    work.path("copies") + " look");
     std::size_t forgotten = 0;
     for (const auto &file : std::filesystem::directory_iterator(work.path())) {
         std::ifstream lines(file.path());

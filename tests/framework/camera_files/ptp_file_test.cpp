@@ -149,7 +149,7 @@ TEST_F(PtpFile, AThumbnailIsThePreviewWhereTheRestIsDamaged) {
     makePicture("a.jpg", 1600, 1200, 160, 120);
     const std::string path = camera.folder.path("a.jpg");
     // The file ends after the EXIF data.
-    std::string bytes(fs::file_size(path), '\0');
+    std::string bytes(static_cast<std::size_t>(fs::file_size(path)), '\0');
     std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const std::size_t exif = bytes.find("\xff\xe1");
     ASSERT_NE(exif, std::string::npos);

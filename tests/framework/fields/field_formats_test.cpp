@@ -5,6 +5,10 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -160,6 +164,29 @@ TEST_F(FieldsOfFormats, TheFormatIsThatOfTheBytes) {
         EXPECT_EQ(text(client_, at(name), "FORMAT"), format) << name;
         EXPECT_EQ(text(client_, at(name), "MIME_TYPE"), type) << name;
     }
+}
+
+TEST_F(FieldsOfFormats, AFilmIsReadWhoseTablesLieBeyond4GiB) {
+    make("ff -f lavfi -i testsrc2=size=64x48:rate=10 -t 3 -c:v mpeg4 short.mp4");
+    std::ifstream in(folder_.path("short.mp4"), std::ios::binary);
+    const std::string film{std::istreambuf_iterator<char>(in), {}};
+    const std::size_t tables = film.rfind("moov") - 4; // ffmpeg writes them last
+    // A free box of 5 GB before them, with a 64-bit size; nearly all of it is a hole.
+    constexpr std::uint64_t GAP = 5'000'000'000;
+    std::string box = std::string("\0\0\0\1free", 8);
+    for (int shift = 56; shift >= 0; shift -= 8) {
+        box += static_cast<char>(GAP >> shift & 0xff);
+    }
+    std::ofstream out(folder_.path("long.mp4"), std::ios::binary);
+    out << film.substr(0, tables) << box;
+    out.seekp(static_cast<std::streamoff>(tables + GAP));
+    out << film.substr(tables);
+    out.close();
+    ASSERT_EQ(std::filesystem::file_size(folder_.path("long.mp4")), film.size() + GAP);
+    list();
+    EXPECT_EQ(longNumber(client_, at("long.mp4"), "DURATION"),
+              longNumber(client_, at("short.mp4"), "DURATION"));
+    EXPECT_GT(longNumber(client_, at("long.mp4"), "DURATION"), 0);
 }
 
 // MODIFIED_TIME and ADDED_TIME have 32 bits; the other fields have the true time.

@@ -14,6 +14,7 @@
 #include "support/client.h"
 #include "support/folder.h"
 #include "support/own_process.h"
+#include "support/programs.h"
 #include "support/sharing.h"
 
 using support::Folder;
@@ -60,8 +61,8 @@ class ShareInOwnMounts : public ShareFailure {
 std::string ShareInOwnMounts::copyInOwnMounts(const std::string &mountOptions,
                                               const std::string &action) const {
     const std::string command = ownMounts_ + " sh -c 'mount -t tmpfs -o " + mountOptions + " tmpfs " +
-                                to.path() + " && exec " COPY_PROGRAM " " + from.path() + " " + to.path() +
-                                " " + action + "'";
+                                to.path() + " && exec " + support::commandOf(COPY_PROGRAM) + " " +
+                                from.path() + " " + to.path() + " " + action + "'";
     FILE *pipe = popen(command.c_str(), "r");
     std::array<char, 256> line{};
     std::string said;

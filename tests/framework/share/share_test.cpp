@@ -154,6 +154,18 @@ TEST_F(Copy, TimeStampsAreKept) {
     EXPECT_EQ(modifiedOf(to.path("old.jpg")).tv_sec, 1'000'000'000);
 }
 
+TEST_F(Copy, TimeStampsAfter2038AreKept) {
+    constexpr std::int64_t IN_2300 = 10'413'792'000;
+    from.file("late.jpg", 10);
+    from.setModified("late.jpg", IN_2300);
+    if (modifiedOf(from.path("late.jpg")).tv_sec != IN_2300) {
+        GTEST_SKIP() << "the file system of the temporary folder keeps no such times";
+    }
+    support::selectEverything(client, from.path());
+    sharing.copyAll(client, to.path());
+    EXPECT_EQ(modifiedOf(to.path("late.jpg")).tv_sec, IN_2300);
+}
+
 TEST_F(Copy, ACopyKeepsReadPermissionsAndIsNotExecutable) {
     from.file("open.jpg", 1);
     from.file("private.jpg", 1);

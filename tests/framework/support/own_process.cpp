@@ -4,12 +4,15 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <span>
 #include <string>
+
+#include "support/programs.h"
 
 namespace support {
 namespace {
@@ -136,11 +139,14 @@ bool OwnProcess::inside(Surroundings needed) {
         return false;
     }
     const testing::TestInfo &test = *testing::UnitTest::GetInstance()->current_test_info();
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    // Where something else runs this program, the link leads to that.
+    const std::string program = std::getenv("QUILL_RUN") == nullptr
+                                    ? std::filesystem::read_symlink("/proc/self/exe").string()
+                                    : std::filesystem::absolute(program_invocation_name).string();
     std::string output;
     // The parent reports the test, and its settings split the tests.
     const int status = run(command + " env -u GTEST_OUTPUT -u GTEST_TOTAL_SHARDS -u GTEST_SHARD_INDEX " +
-                               VARIABLE + "=1 QUILL_LOG=stderr '" + program + "' --gtest_filter='" +
+                               VARIABLE + "=1 QUILL_LOG=stderr " + commandOf(program) + " --gtest_filter='" +
                                test.test_suite_name() + "." + test.name() + "'",
                            output);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << output;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 
 extern char **environ;
 
@@ -54,6 +55,11 @@ std::string outputOf(const std::vector<std::string> &command) {
     }
     EXPECT_EQ(status, 0) << command[0] << " failed, or is not installed";
     return output;
+}
+
+std::string commandOf(const std::string &program) {
+    const char *const wrapper = std::getenv("QUILL_RUN");
+    return (wrapper == nullptr ? "" : '"' + std::string(wrapper) + "\" ") + '"' + program + '"';
 }
 
 void run(const std::vector<std::string> &command) { outputOf(command); }

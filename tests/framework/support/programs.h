@@ -19,4 +19,8 @@ void ffmpeg(const std::vector<std::string> &arguments);
 void makePicture(const std::string &path, int width, int height,
                  const std::vector<std::string> &options = {});
 
+// A program of this build as a word of a shell's command: in the environment QUILL_RUN names what
+// runs programs of another architecture.
+std::string commandOf(const std::string &program);
+
 } // namespace support

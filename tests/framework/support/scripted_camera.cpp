@@ -132,7 +132,8 @@ class ScriptedDriver final : public mrb::Camera {
         do {
             part.clear();
             Status status = withFile(done == 0 ? "whole" : "", path, done, [&](const ScriptedFile &file) {
-                part = file.bytes.substr(std::min<std::size_t>(done, file.bytes.size()), PART_SIZE);
+                const auto start = std::min<std::uint64_t>(done, file.bytes.size());
+                part = file.bytes.substr(static_cast<std::size_t>(start), PART_SIZE);
                 return Status();
             });
             if (status.ok() && (cancellation_.isCancelled() || !take(part))) {

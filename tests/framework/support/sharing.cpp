@@ -144,7 +144,7 @@ std::map<std::string, std::string> contents(const std::string &folder) {
     std::map<std::string, std::string> files;
     for (const auto &entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_regular_file() && !entry.is_symlink()) {
-            std::string bytes(entry.file_size(), '\0');
+            std::string bytes(static_cast<std::size_t>(entry.file_size()), '\0');
             std::ifstream(entry.path(), std::ios::binary)
                 .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
             files[entry.path().lexically_relative(folder)] = std::move(bytes);

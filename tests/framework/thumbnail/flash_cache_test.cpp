@@ -437,7 +437,7 @@ TEST(FlashCacheOfTheService, AnImageKeptInItsCallbackAnswersLaterRequests) {
     client.onResult = nullptr;
     // A file of the same size and time, which cannot be decoded.
     const auto modified = fs::last_write_time(path);
-    write(path, std::string(fs::file_size(path), 'x'));
+    write(path, std::string(static_cast<std::size_t>(fs::file_size(path)), 'x'));
     fs::last_write_time(path, modified);
     const support::Thumbnail second = client.get(support::ThumbnailOptions{.path = path, .usedCache = 1});
     EXPECT_EQ(second.code, MRB_ERR_NONE);
