@@ -92,6 +92,9 @@ const TABLE = [
     // What the optimised libraries show to the loader.
     { name: 'surface', kind: 'node', builds: [], more: ['release'], named: CROSS, all: { i386: [], armhf: [] },
       folder: 'tests/surface', program: () => process.execPath, targets: ['product'], seconds: 300 },
+    // How others build for another architecture.
+    { name: 'cross', kind: 'node', builds: [], named: CROSS, all: { i386: [], armhf: [] }, folder: 'tests/cross',
+      program: () => process.execPath, targets: ['product'], seconds: 1800 },
     // The tree that is installed, moved, with the build folder away.
     { name: 'install', kind: 'node', builds: ['dev'], folder: 'tests/install', targets: ['product'], seconds: 1200 },
     // Debian packages; it builds them itself, twice.

@@ -142,11 +142,11 @@ test('a build names all its suites, and --all a sample of the emulated one', asy
     const list = async (...names) =>
         (await run(process.execPath, [join(checkout, 'tests', 'run_suites.mjs'), '--list', ...names])).output.trim().split('\n');
     for (const build of ['i386', 'armhf']) {
-        assert.deepEqual(await list(build), ['json', 'unit', 'blackbox', 'surface'].map((name) => `${name}:${build}`));
+        assert.deepEqual(await list(build), ['json', 'unit', 'blackbox', 'surface', 'cross'].map((name) => `${name}:${build}`));
     }
     assert.deepEqual(await list('i386-framework'), ['framework:i386-framework']);
     assert.ok(!(await list('framework')).some((title) => /i386/.test(title)));
     assert.ok(!(await list('blackbox')).some((title) => /i386|armhf/.test(title)));
     const all = (await list('--all')).filter((title) => /i386|armhf/.test(title));
-    assert.deepEqual(all, ['json:i386', 'unit:i386', 'blackbox:i386', 'blackbox:armhf', 'surface:i386', 'surface:armhf']);
+    assert.deepEqual(all, ['json:i386', 'unit:i386', 'blackbox:i386', 'blackbox:armhf', 'surface:i386', 'surface:armhf', 'cross:i386', 'cross:armhf']);
 });
