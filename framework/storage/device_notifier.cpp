@@ -12,7 +12,7 @@ int DeviceNotifier::set(mrb_storage_notification_cb callback, void *userData) {
         const MutexLock guard(lock_);
         callback_ = callback;
         userData_ = userData;
-        earlier = thread_.deliveryTo(*this);
+        earlier = delivery_;
     }
     return thread_.awaitEnd(earlier) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
@@ -23,7 +23,8 @@ int DeviceNotifier::remove() {
         const MutexLock guard(lock_);
         callback_ = nullptr;
         collected_.clear();
-        earlier = thread_.drop(*this);
+        thread_.drop(*this);
+        earlier = delivery_;
     }
     return thread_.awaitEnd(earlier) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
@@ -59,6 +60,9 @@ void DeviceNotifier::post() {
 
 void DeviceNotifier::deliver(DeviceEvent event) {
     MutexLock guard(lock_);
+    // From here on it is one to this callback. Until then it would go to another one that is set, which
+    // has no reason to wait for it.
+    delivery_ = thread_.deliveryTo(*this);
     const mrb_storage_notification_cb callback = callback_;
     void *const userData = userData_;
     guard.unlock();

@@ -44,6 +44,7 @@ class DeviceNotifier final : public EventTarget, public std::enable_shared_from_
     mrb_storage_notification_cb callback_ MRB_GUARDED_BY(lock_) = nullptr;
     void *userData_ MRB_GUARDED_BY(lock_) = nullptr;
     std::vector<DeviceEvent> collected_ MRB_GUARDED_BY(lock_);
+    EventThread::Delivery delivery_ MRB_GUARDED_BY(lock_) = 0; // the last one that has a callback
 };
 
 } // namespace mrb

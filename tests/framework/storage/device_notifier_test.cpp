@@ -41,12 +41,17 @@ struct Callback {
     std::vector<long long> totals;
 };
 
-// Keeps a callback running until it is released.
+// Keeps a callback running at its first event until it is released, then runs `atEnd` in it.
 struct Hold {
     explicit Hold(Callback &callback) {
         callback.work = [this] {
-            entered.set_value();
-            released.wait();
+            if (!std::exchange(isEntered, true)) {
+                entered.set_value();
+                released.wait();
+                if (atEnd) {
+                    atEnd();
+                }
+            }
         };
     }
     ~Hold() { release(); }
@@ -60,9 +65,11 @@ struct Hold {
         }
     }
 
+    std::function<void()> atEnd;
     std::promise<void> entered;
     std::promise<void> gate;
     std::shared_future<void> released = gate.get_future().share();
+    bool isEntered = false; // of the event thread
     bool isReleased = false;
 };
 
@@ -136,19 +143,32 @@ TEST_F(DeviceNotifierTest, CollectedEventsWaitForTheirSizes) {
 
 TEST_F(DeviceNotifierTest, EventsOfAReplacedCallbackGoToTheNewOne) {
     Hold hold(first);
+    hold.atEnd = [this] { set(second); };
     set(first);
     post("one");
     post("two");
     hold.awaitEntry();
     collect("three");
-    auto replaced = std::async(std::launch::async, [&] { return set(second); });
-    EXPECT_EQ(replaced.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    notifier->post();
     hold.release();
-    EXPECT_EQ(replaced.get(), MRB_ERR_NONE);
+    drain();
+    notifier->post();
     drain();
     EXPECT_THAT(first.names, ElementsAre("+one"));
     EXPECT_THAT(second.names, ElementsAre("+two", "+three"));
+}
+
+TEST_F(DeviceNotifierTest, ReplacingWaitsForTheCallbackThatIsRunning) {
+    std::atomic<bool> hasEnded = false;
+    Hold hold(first);
+    hold.atEnd = [&hasEnded] { hasEnded = true; };
+    set(first);
+    post("one");
+    hold.awaitEntry();
+    auto replaced = std::async(std::launch::async, [&] { return set(second) == MRB_ERR_NONE && hasEnded; });
+    // Long enough for one that does not wait.
+    EXPECT_EQ(replaced.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    hold.release();
+    EXPECT_TRUE(replaced.get());
 }
 
 TEST_F(DeviceNotifierTest, ReplacingDoesNotWaitForTheNewCallback) {
@@ -156,12 +176,13 @@ TEST_F(DeviceNotifierTest, ReplacingDoesNotWaitForTheNewCallback) {
     Hold later(second);
     set(first);
     post("one");
-    post("two");
     earlier.awaitEntry();
     auto replaced = std::async(std::launch::async, [&] { return set(second); });
-    EXPECT_EQ(replaced.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     earlier.release();
-    later.awaitEntry();
+    auto entered = later.entered.get_future();
+    while (entered.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        post("two"); // until it goes to the new one
+    }
     EXPECT_EQ(replaced.get(), MRB_ERR_NONE);
     later.release();
     drain();
@@ -175,6 +196,9 @@ TEST_F(DeviceNotifierTest, RemovalDropsEventsThatAreCollectedOrPosted) {
     post("two");
     collect("three");
     auto removed = std::async(std::launch::async, [&] { return notifier->remove(); });
+    while (notifier->isSet()) { // then it waits for the one that is running
+        std::this_thread::yield();
+    }
     EXPECT_EQ(removed.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     hold.release();
     EXPECT_EQ(removed.get(), MRB_ERR_NONE);

@@ -194,13 +194,12 @@ TEST_F(Services, AnotherCallbackTakesOverWhenTheOneBeforeHasReturned) {
     ASSERT_EQ(service.setCallback(DeviceCallback::receive, &before), MRB_ERR_NONE);
     world.set(true);
     entered.get_future().wait();
-    world.set(false);
     auto set =
         std::async(std::launch::async, [&] { return service.setCallback(DeviceCallback::receive, &after); });
     EXPECT_EQ(set.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     release.set_value();
     EXPECT_EQ(set.get(), MRB_ERR_NONE);
-    world.set(true);
+    world.set(false);
     after.waitFor(1);
     EXPECT_EQ(before.number, 1);
 }
