@@ -23,8 +23,7 @@ int DeviceNotifier::remove() {
         const MutexLock guard(lock_);
         callback_ = nullptr;
         collected_.clear();
-        thread_.drop(*this);
-        earlier = delivery_;
+        earlier = thread_.drop(*this); // also one without a callback yet: none that is set later gets it
     }
     return thread_.awaitEnd(earlier) ? MRB_ERR_NONE : MRB_ERR_TIMEOUT;
 }
